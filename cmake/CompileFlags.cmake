@@ -1,0 +1,53 @@
+# How everything in this tree is compiled: the language, warnings, sanitizers and hardening.
+# None of it reaches a program that uses the installed library.
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+add_library(qel_compile_flags INTERFACE)
+
+# Results are the same bits on every machine, so no contraction of a * b + c into one rounding.
+target_compile_options(qel_compile_flags INTERFACE -ffp-contract=off)
+# Objects carry the same paths wherever the tree lies.
+target_compile_options(qel_compile_flags INTERFACE -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
+
+target_compile_options(qel_compile_flags INTERFACE -Wall -Wextra -Wpedantic -Wshadow)
+if(QEL_WARNINGS_AS_ERRORS)
+    target_compile_options(qel_compile_flags INTERFACE -Werror)
+endif()
+
+target_link_options(qel_compile_flags INTERFACE LINKER:--allow-shlib-undefined)
+
+if(QEL_SANITIZE)
+    set(qel_sanitize_flags -fsanitize=${QEL_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    if(QEL_SANITIZE MATCHES "undefined")
+        list(APPEND qel_sanitize_flags -fsanitize=float-cast-overflow,bounds)
+        # Compares the identity of function types, which differs between libraries with hidden visibility.
+        list(APPEND qel_sanitize_flags -fno-sanitize=function)
+    endif()
+    target_compile_options(qel_compile_flags INTERFACE ${qel_sanitize_flags})
+    target_link_options(qel_compile_flags INTERFACE ${qel_sanitize_flags})
+endif()
+
+if(QEL_HARDEN)
+    target_compile_options(qel_compile_flags INTERFACE -fstack-protector-strong -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3)
+    target_compile_definitions(qel_compile_flags INTERFACE _GLIBCXX_ASSERTIONS)
+    target_link_options(qel_compile_flags INTERFACE LINKER:-z,relro LINKER:-z,noexecstack)
+endif()
+
+# Kernel files are built for the least CPU that the vector library has block operations for, and optimised hard.
+function(qel_set_kernel_flags)
+    foreach(source IN LISTS ARGN)
+        if(source MATCHES "_simd\\.cpp$")
+            set(flags -march=x86-64-v2)
+            if(NOT QEL_SANITIZE)
+                list(APPEND flags -O3)
+            endif()
+            set_source_files_properties(${source} PROPERTIES COMPILE_OPTIONS "${flags}")
+        endif()
+    endforeach()
+endfunction()
