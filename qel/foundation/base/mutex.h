@@ -29,6 +29,8 @@
 #define QEL_RELEASE(...) QEL_THREAD_ANNOTATION(release_capability(__VA_ARGS__))
 /// The mutex must be taken before the named ones.
 #define QEL_ACQUIRED_BEFORE(...) QEL_THREAD_ANNOTATION(acquired_before(__VA_ARGS__))
+/// The function returns the named mutex.
+#define QEL_RETURN_CAPABILITY(mutex) QEL_THREAD_ANNOTATION(lock_returned(mutex))
 /// The function is beyond the analysis; a comment beside it says why it is right.
 #define QEL_NO_THREAD_ANALYSIS QEL_THREAD_ANNOTATION(no_thread_safety_analysis)
 

@@ -1,0 +1,37 @@
+// The handle through which the library reaches what belongs to the host program.
+#pragma once
+
+#include <qel/foundation/base/object.h>
+#include <qel/foundation/base/types.h>
+#include <qel/foundation/base/weak_pointer.h>
+
+namespace qel {
+
+class Renderer;
+
+/// The host's own application object, made by the factory given to `System::initialize`.
+///
+/// Hosts derive from it and keep their actors, stores and plugins there. It belongs to the main thread.
+class QEL_API Application : public Object {
+    QEL_CLASS(Application, Object)
+
+public:
+    Application();
+    ~Application() override;
+
+    /// Remembers `System::getTimeFast()` as the time of the last user input.
+    void setLastEventTime();
+    /// Time of the last setLastEventTime(), in milliseconds of `System::getTime()`; 0 before the first.
+    uint32 getLastEventTime() const { return m_lastEventTime; }
+
+    /// Sets the renderer of the main window; null for none. @owner keeps a weak pointer only.
+    void setRenderer(Renderer* renderer);
+    /// The renderer of the main window, or null when there is none or it has died.
+    Renderer* getRenderer() const;
+
+private:
+    uint32 m_lastEventTime = 0;
+    WeakPointer<Object> m_renderer;
+};
+
+} // namespace qel
