@@ -1,0 +1,18 @@
+// CRC-32C, the checksum of packets and self-checking texts.
+#pragma once
+
+#include <qel/foundation/base/types.h>
+#include <qel/platform/api.h>
+
+namespace qel::util {
+
+/// CRC-32C (Castagnoli, reflected polynomial 0x82F63B78) of @p n bytes, continued from @p seed.
+///
+/// The result is ~extend(~seed, in, n), where extend(crc, ...) is the usual update that takes and gives
+/// finished checksums: extend(0, "123456789") is 0xE3069283, the check value in the catalogues. So the seed
+/// -1 hashes from the usual start and gives the complement of the usual checksum, and feeding a result back
+/// as the seed continues it.
+/// @threads any thread.
+QEL_API uint32 crc32c(uint32 seed, const uint8* in, unsigned n);
+
+} // namespace qel::util

@@ -1,0 +1,53 @@
+// LogBackend: where log lines go besides the console.
+#pragma once
+
+#include <qel/foundation/base/signal.h>
+#include <qel/foundation/base/string.h>
+#include <qel/foundation/base/types.h>
+#include <qel/platform/api.h>
+
+#include <optional>
+
+namespace qel {
+
+/// A line kept for the database log.
+struct LogMessage {
+    /// UTC stamp of the line: 100 ns since 1601-01-01.
+    int64 time = 0;
+    /// The line's text behind its prefix.
+    String text;
+};
+
+/// The one receiver of all log lines: it tells listeners of each, keeps them for the database log when asked
+/// to, and collects those tagged "[SUPPORT]" into batches for the support.
+///
+/// While no backend is registered, lines reach the console alone, and there without a time.
+///
+/// Listeners run on the thread that logs, under the logging mutex: connect them before other threads log, be
+/// fast, and do not log (such a line is dropped).
+class QEL_API LogBackend {
+public:
+    /// Creates the backend when there is none. Console times count from then on.
+    /// @param keepMessages  keep the lines for the database log; they pile up until they are taken.
+    /// @threads any thread, as all functions here.
+    static void registerBackend(bool keepMessages);
+    /// Destroys the backend with its listeners and the lines it kept.
+    static void unregisterBackend();
+
+    /// Emitted with level and text of each line. Asking registers a backend when there is none.
+    static Signal<void(int, const char*)>& getSignalNewLogMessage();
+    /// Emitted with each batch of support lines; lines are only collected while it has a listener. Asking
+    /// registers a backend when there is none.
+    static Signal<void(const char*)>& getSignalNewSupportMessage();
+
+    /// Sends the collected support lines if it is time to: when they are more than 262,144 bytes, when the
+    /// oldest is more than 30 minutes old, or when none came for 3 minutes and the last batch went out more
+    /// than an hour ago (or never). Called regularly by the host, from a thread of its choice.
+    static void processSupportMessages();
+
+    /// Removes the oldest kept line of a channel; nothing when there is none.
+    /// @param channelIndex  0 for the customers' log, 1 for the technical log.
+    static std::optional<LogMessage> takeMessage(unsigned channelIndex);
+};
+
+} // namespace qel
