@@ -1,0 +1,123 @@
+// The entries of one folder, and operations on whole trees.
+#pragma once
+
+#include <qel/files/file.h>
+
+namespace qel {
+
+/// Reads the entries of one folder; its static functions work on trees, caches and disks.
+///
+/// Operations on trees go from open folder to open folder and look at every name without following links:
+/// what a link stands for is never deleted, copied or changed, loops of links end nowhere, and neither depth
+/// nor the length of a path is limited. They hold a fixed number of files open at a time. A path given by the
+/// caller may itself be a link to a folder, unless the folder itself is to be deleted.
+/// @threads an object belongs to one thread; the static functions may be called from any.
+class QEL_API Directory : public Object {
+    QEL_CLASS(Directory, Object)
+
+public:
+    /// A Directory without entries.
+    Directory();
+    /// Opens @p path as open() does.
+    explicit Directory(SmartCStr path, bool silent = true);
+    ~Directory() override;
+
+    // --- iteration (directory.cpp) ---------------------------------------------------------------------
+
+    /// Starts on the entries of @p path, in the file system's order, "." and ".." left out. A folder that
+    /// can't be opened has no entries. @param silent  false logs such a failure at info level.
+    /// @return whether it could be opened.
+    bool open(SmartCStr path, bool silent = true);
+    /// Gives the next entry with all that is known about it. @return false at the end.
+    bool read(File::FileInfo& info);
+    /// Gives the next entry's name. @return false at the end.
+    bool read(String& name);
+    /// Gives the next entry's name, and whether it is a folder or a link to one. @return false at the end.
+    bool read(String& name, bool& isDirectory);
+    /// The name of the next entry that is no folder; empty at the end.
+    String readNextFile();
+    /// The name of the next entry that is a folder; empty at the end.
+    String readNextDirectory();
+    /// The folder's path, as opened, with a separator at the end.
+    const String& getPathWithSlash() const { return m_pathWithSlash; }
+
+    // --- making, looking (directory_query.cpp) ---------------------------------------------------------
+
+    /// Makes one folder. @return whether it exists now; else an error is logged.
+    static bool createDirectory(SmartCStr path);
+    /// Makes a folder and all that are missing above it, as createDirectory() does.
+    static bool createDirectoryRecursively(SmartCStr path);
+    /// Makes a new folder with a random decimal number for a name. @return its path; empty on failure.
+    static String createTemporaryDirectory(SmartCStr base);
+    /// Whether nothing can be read from the folder; true also when there is none.
+    static bool isDirectoryEmpty(SmartCStr path);
+    /// Bytes in all files of the tree; links count nothing.
+    static uint64 getSize(SmartCStr path);
+    /// A number that stands for the content of a tree: CRC-32C over the entries in the byte order of their
+    /// paths below @p path. Each gives a letter ('f' file, 'd' folder, 'l' link), the path and a zero byte,
+    /// and then a file its content's size in 8 bytes, least first, and CRC-32C in 4, a link its text and a
+    /// zero byte. Times, owners and permissions don't count. @errors 0 when anything can't be read.
+    static uint32 getDirectoryHash(SmartCStr path);
+    /// Looks for a file named @p name in the tree, level after level, names of a folder in byte order.
+    /// @return whether there is one; @p result is then its path, else as it was.
+    static bool findFile(SmartCStr path, SmartCStr name, String& result);
+    /// Bytes that the user may still fill on the disk that holds @p path. @return false when it can't be
+    /// told.
+    static bool getFreeDiskSpace(SmartCStr path, uint64& free);
+    /// As above, with the size of the disk.
+    static bool getFreeDiskSpace(SmartCStr path, uint64& free, uint64& total);
+
+    // --- deleting (directory_delete.cpp) ---------------------------------------------------------------
+
+    /// Deletes an empty folder. @return whether it is gone; true also when there was none.
+    static bool deleteDirectory(SmartCStr path);
+    /// Deletes a folder and everything in it. What can't be deleted stays, the rest goes.
+    /// @return whether it is gone; true also when there was none, false for a file or link, which stays.
+    static bool deleteDirectoryRecursively(SmartCStr path);
+    /// Deletes everything in a folder, but not the folder. @return whether it is empty now.
+    static bool deleteDirectoryContentsRecursively(SmartCStr path);
+    /// As deleteDirectoryRecursively(); on failure the path goes onto the filesystem blacklist and to the
+    /// DeferredDeletion. @param origin  who wants it, a tag such as "[cache][clean]".
+    static bool deleteDirectoryRecursivelyNowOrLater(SmartCStr origin, SmartCStr path, bool silent = false);
+    /// Puts an existing path onto the filesystem blacklist at once and deletes the tree on the delete-IO
+    /// queue.
+    static void deleteDirectoryRecursivelyAsyncOrLater(SmartCStr origin, SmartCStr path);
+    /// Deletes each entry of the folder by the NowOrLater forms. @return whether all are gone now.
+    static bool deleteDirectoryContentsRecursivelyNowOrLater(SmartCStr origin, SmartCStr path,
+                                                             bool silent = false);
+    /// Deletes the files of a tree that were neither made nor modified after @p utcStamp. @return how many.
+    static int deleteDirectoryContentsOlderThan(SmartCStr path, uint64 utcStamp);
+    /// Deletes the folders below @p path that hold no file, however deep. @return whether none is left.
+    static bool deleteEmptyDirectoriesInPathRecursively(SmartCStr path);
+
+    // --- copying, owning (directory_copy.cpp, directory_ownership.cpp) ---------------------------------
+
+    /// Copies everything in @p from into @p to, which is made when missing: files with permissions and time
+    /// of modification over what is there, links as links. @return whether all was copied; what could not be
+    /// is logged as a warning and the rest goes on.
+    static bool copyDirectoryContentsRecursively(SmartCStr from, SmartCStr to);
+    /// Makes the current user the owner of a tree, with full access to it. @return whether all of it was
+    /// done.
+    static bool takeOwnership(SmartCStr path);
+
+    // --- caches (directory_cache.cpp) ------------------------------------------------------------------
+
+    /// Deletes, on the delete-IO queue, the entries "cache_PREFIX_*.qel" of a folder.
+    /// @param keep  full paths with Unix separators that stay. @return how many were given to the queue.
+    static int cleanCacheDirectory(SmartCStr path, SmartCStr prefix, const Set<String>& keep);
+    /// A path "cache_PREFIX_XXXXXXXX.qel" in the folder that doesn't exist; no file is made.
+    static String getNewCacheFile(SmartCStr path, SmartCStr prefix);
+    /// Deletes each entry of a folder whose full path doesn't begin with one of the texts in @p keep.
+    /// @param silent  keeps quiet about what could not be deleted now. @return how many.
+    static int cleanPrepareDirectory(SmartCStr path, const Vector<String>& keep, bool silent = false);
+    /// Deletes the entries of a folder whose name begins with @p prefix. @return how many.
+    static int deletePrepareFilesWithPrefix(SmartCStr path, SmartCStr prefix);
+
+private:
+    struct Iteration;
+
+    String m_pathWithSlash;
+    std::unique_ptr<Iteration> m_iteration;
+};
+
+} // namespace qel
