@@ -1,0 +1,83 @@
+// The process-wide pool of interned texts behind StringId.
+#pragma once
+
+#include <qel/foundation/base/mutex.h>
+#include <qel/foundation/base/types.h>
+#include <qel/platform/api.h>
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+
+namespace qel {
+
+/// One interned text: a header with the bytes and a NUL right behind it, allocated in one piece.
+struct StringElement {
+    std::atomic<uint32> referenceCount;
+    uint64 hash;
+    uint64 length;
+
+    /// The bytes, NUL-terminated.
+    const char* text() const { return reinterpret_cast<const char*>(this + 1); }
+};
+
+/// Keeps one StringElement for each text that is in use. Hosts use StringId instead.
+///
+/// Texts are spread over shards by their hash; each shard is an open-addressed table that starts empty and
+/// holds the hash beside the pointer, so that a search touches an element only when it is the right one.
+/// @threads any thread. No lock is taken by a caller that holds another one of the pool.
+class QEL_API StringPool {
+public:
+    /// An empty pool without any memory of its own.
+    constexpr StringPool() = default;
+    /// Frees all elements without looking at their counts.
+    ~StringPool();
+    StringPool(const StringPool&) = delete;
+    StringPool& operator=(const StringPool&) = delete;
+
+    /// The element of a text; makes it if there is none.
+    /// @param text  @p length bytes, which may hold NUL.
+    /// @param hash  String::hash() of the text.
+    /// @owner the caller gets one reference.
+    StringElement* allocate(const char* text, std::size_t length, std::size_t hash);
+    /// Removes and frees an element whose count has been brought to 0; leaves one with references alone.
+    /// Only the thread that took the last reference may call it, and only once.
+    void release(StringElement* element);
+
+    /// How many elements there are.
+    unsigned getNumberOfStrings() const;
+    /// Logs one line at info level: "StringId Stats" and the figures of the moment.
+    void printStats() const;
+
+private:
+    struct Slot {
+        uint64 hash;
+        StringElement* element;
+    };
+    struct alignas(64) Shard {
+        mutable Mutex mutex;
+        Slot* slots QEL_GUARDED_BY(mutex) = nullptr;
+        std::size_t capacity QEL_GUARDED_BY(mutex) = 0;
+        std::size_t count QEL_GUARDED_BY(mutex) = 0;
+
+        StringElement* findLocked(const char* text, std::size_t length, uint64 textHash) QEL_REQUIRES(mutex);
+        void insertLocked(StringElement* element) QEL_REQUIRES(mutex);
+        void eraseLocked(const StringElement* element) QEL_REQUIRES(mutex);
+        void growLocked() QEL_REQUIRES(mutex);
+    };
+    static constexpr unsigned kShardBits = 6;
+
+    Shard& shardOf(uint64 hash);
+    template <typename Visitor>
+    void visitAll(Visitor&& visitor) const;
+
+    std::array<Shard, std::size_t(1) << kShardBits> m_shards{};
+};
+
+namespace internal {
+
+/// The pool of the process. It is there before the first static StringId and outlives the last one.
+QEL_API extern StringPool& g_stringPool;
+
+} // namespace internal
+} // namespace qel
