@@ -1,0 +1,32 @@
+// The generator behind the random numbers of System.
+#pragma once
+
+#include <qel/foundation/base/types.h>
+#include <qel/platform/api.h>
+
+#include <random>
+
+namespace qel {
+
+/// A Mersenne Twister (Matsumoto and Nishimura, 1998) of 32-bit draws. Fit for shuffling and for identifiers,
+/// not for keys.
+/// @threads one thread at a time.
+class QEL_API RandomEngine {
+public:
+    /// Seeds with 32 bits of the machine's random source; with the steady clock where there is none.
+    RandomEngine();
+    /// Seeds with @p seed, so that the draws can be foreseen.
+    explicit RandomEngine(uint32 seed) : m_engine(seed) {}
+
+    /// The next 32 bits.
+    uint32 draw() { return static_cast<uint32>(m_engine()); }
+    /// The next 64 bits: two draws, the first one above.
+    uint64 draw64();
+    /// Fills @p size bytes: whole draws, lowest byte first, then the top 8 bits of a draw for each byte left.
+    void fill(void* bytes, size_t size);
+
+private:
+    std::mt19937 m_engine;
+};
+
+} // namespace qel
