@@ -24,7 +24,8 @@ public:
     /// Time of the last setLastEventTime(), in milliseconds of `System::getTime()`; 0 before the first.
     uint32 getLastEventTime() const { return m_lastEventTime; }
 
-    /// Sets the renderer of the main window; null for none. @owner keeps a weak pointer only.
+    /// Sets the renderer of the main window; null for none. Like getRenderer(), it comes with the renderers.
+    /// @owner keeps a weak pointer only.
     void setRenderer(Renderer* renderer);
     /// The renderer of the main window, or null when there is none or it has died.
     Renderer* getRenderer() const;

@@ -1,0 +1,56 @@
+#include <qel/system/core/system.h>
+
+namespace qel {
+
+bool System::isLowPowerModeApplicable() const {
+    return getTimeFast() - m_lastActivityTime > 1000;
+}
+
+void System::disableLowPowerModeShortly() {
+    noteActivity();
+}
+
+void System::setBackgroundMode(bool on) {
+    if (on == m_backgroundMode) return;
+    m_backgroundMode = on;
+    if (on)
+        signalEnterBackground();
+    else
+        signalLeaveBackground();
+}
+
+void System::syncUnsaved() {
+    signalSyncUnsaved();
+    signalSyncUnsaved();
+}
+
+void System::setSecureClose(bool on) {
+    if (m_secureClose == static_cast<int>(on)) return;
+    m_secureClose = on;
+    delegateSecureClose(on);
+}
+
+void System::processFramebufferSizeChange(int width, int height) {
+    m_framebufferWidth = width;
+    m_framebufferHeight = height;
+    m_forceRenderWhileTick = true;
+    noteActivity();
+    const auto area = [](int64 w, int64 h) { return w * h; };
+    if (area(width, height) > area(m_maxFramebufferSize.x, m_maxFramebufferSize.y))
+        m_maxFramebufferSize = IVec2<int>(width, height);
+}
+
+void System::setLanguage(SmartCStr language) {
+    m_language = String(language.c_str()).utf8_lowercase();
+}
+
+bool System::hasSecureKeyImplementation() const {
+    return delegateSecureKeyStore.isConnected();
+}
+
+IVec4<float> System::defaultSafeArea() const {
+    return IVec4<float>(0.0f, m_statusBarSize, static_cast<float>(m_framebufferWidth),
+                        static_cast<float>(m_framebufferHeight - m_keyboardHeight));
+}
+
+} // namespace qel

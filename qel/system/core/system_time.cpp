@@ -1,0 +1,80 @@
+#include <qel/system/core/system.h>
+
+#include <qel/system/core/clock.h>
+
+#include <fmt/format.h>
+
+namespace qel {
+
+namespace {
+
+constexpr int64 kTicksPerSecond = 10'000'000;
+
+} // namespace
+
+uint32 System::getTime() {
+    const int64 elapsed = Clock::current().steadyNanoseconds() / 1'000'000 - m_steadyBaseMs;
+    const uint32 reading = static_cast<uint32>(elapsed);
+    const uint32 time = reading != 0 ? reading : 1;
+    m_timeFast.store(time, std::memory_order_relaxed);
+    return time;
+}
+
+uint32 System::getTimeFastNotZero() const {
+    const uint32 time = getTimeFast();
+    return time != 0 ? time : 1;
+}
+
+int64 System::getUTCDateTime() {
+    const int64 now = getUTCDateTimeStatic();
+    const MutexLock lock(m_utcMutex);
+    m_lastUTC = now;
+    return now;
+}
+
+int64 System::getUTCDateTimeFast() {
+    const MutexLock lock(m_utcMutex);
+    return m_lastUTC;
+}
+
+int64 System::getUTCDateTimeUnique() {
+    const int64 now = getUTCDateTimeStatic();
+    const MutexLock lock(m_utcMutex);
+    m_lastUTC = std::max(m_lastUTC + 1, now);
+    return m_lastUTC;
+}
+
+int64 System::getUTCDateTimeStatic() {
+    return Clock::current().utcTicks();
+}
+
+String System::getUptime() {
+    const int64 seconds = (getUTCDateTime() - m_firstUTC) / kTicksPerSecond;
+    return fmt::format("{}:{:02}:{:02}:{:02}", seconds / 86400, seconds / 3600 % 24, seconds / 60 % 60,
+                       seconds % 60);
+}
+
+void System::setDeadlineIn(unsigned milliseconds) {
+    // 0 stands for "no deadline", so a deadline that falls on it moves on by the least step.
+    const uint32 deadline = getTime() + milliseconds;
+    m_deadline.store(deadline != 0 ? deadline : 1, std::memory_order_relaxed);
+}
+
+bool System::isDeadlineExceeded() {
+    return isDeadlineExceededIn(0);
+}
+
+bool System::isDeadlineExceededIn(unsigned milliseconds) {
+    const uint32 deadline = m_deadline.load(std::memory_order_relaxed);
+    return deadline != 0 && static_cast<int32>(getTime() - deadline + milliseconds) > 0;
+}
+
+void System::stayAlive() {
+    m_stayAliveTime = getTimeFast();
+}
+
+bool System::shouldStayAlive() const {
+    return getTimeFast() - m_stayAliveTime < 30'000;
+}
+
+} // namespace qel

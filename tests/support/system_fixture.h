@@ -1,0 +1,42 @@
+// A System on virtual time for tests.
+#pragma once
+
+#include <qel/system/core/clock.h>
+#include <qel/system/core/system.h>
+
+#include <gtest/gtest.h>
+
+namespace qel::test {
+
+/// Starts a System on a ManualClock before each test, and stops it in order behind it.
+///
+/// A test that leaves references to the System open fails.
+class SystemFixture : public ::testing::Test {
+protected:
+    /// @param steadyNanoseconds  where the steady clock starts.
+    explicit SystemFixture(int64 steadyNanoseconds = 1'000'000'000) : clock(steadyNanoseconds) {}
+
+    void SetUp() override {
+        Clock::install(&clock);
+        System::initialize({});
+    }
+
+    void TearDown() override {
+        if (internal::g_system != nullptr) System::deinitialize();
+        EXPECT_EQ(internal::g_system, nullptr) << "references to System are still open";
+        Clock::install(nullptr);
+    }
+
+    /// The System under test.
+    System& system() { return *internal::g_system; }
+
+    /// Moves the clock on by @p milliseconds and runs one pass.
+    void passAfter(int64 milliseconds, int flags = 0) {
+        clock.advanceMs(milliseconds);
+        system().processEvents(flags);
+    }
+
+    ManualClock clock;
+};
+
+} // namespace qel::test

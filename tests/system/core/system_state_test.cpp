@@ -1,0 +1,70 @@
+#include <tests/support/system_fixture.h>
+
+#include <vector>
+
+namespace qel {
+namespace {
+
+using SystemState = test::SystemFixture;
+
+TEST_F(SystemState, BackgroundModeSignalsOnlyChanges) {
+    std::vector<const char*> events;
+    system().signalEnterBackground.connect([&] { events.push_back("enter"); });
+    system().signalLeaveBackground.connect([&] { events.push_back("leave"); });
+    system().setBackgroundMode(false);
+    system().setBackgroundMode(true);
+    system().setBackgroundMode(true);
+    system().setBackgroundMode(false);
+    EXPECT_EQ(events, (std::vector<const char*>{"enter", "leave"}));
+}
+
+TEST_F(SystemState, SecureCloseFiresFirstAndThenOnChanges) {
+    std::vector<bool> calls;
+    system().delegateSecureClose.connect([&](bool on) { calls.push_back(on); });
+    for (const bool on : {false, false, true, true, false}) system().setSecureClose(on);
+    EXPECT_EQ(calls, (std::vector<bool>{false, true, false}));
+}
+
+TEST_F(SystemState, TheLargestFramebufferIsRemembered) {
+    system().processFramebufferSizeChange(100, 50);
+    system().processFramebufferSizeChange(60, 60);
+    EXPECT_EQ(system().getFramebufferWidth(), 60);
+    EXPECT_EQ(system().getMaxFrameBufferSize(), IVec2<int>(100, 50));
+    system().processFramebufferSizeChange(70'000, 70'000);
+    EXPECT_EQ(system().getMaxFrameBufferSize(), IVec2<int>(70'000, 70'000)) << "the area needs 64 bits";
+    EXPECT_TRUE(system().isForceRenderWhileTickEnabled());
+}
+
+TEST_F(SystemState, TheSafeAreaLeavesOutStatusBarAndKeyboard) {
+    system().processFramebufferSizeChange(800, 600);
+    system().setStatusBarSize(20);
+    system().setKeyboardHeight(200);
+    EXPECT_EQ(system().delegateSafeArea(), IVec4<float>(0, 20, 800, 400));
+}
+
+TEST_F(SystemState, HooksHaveHarmlessDefaults) {
+    bool allowed = false;
+    system().delegateAskPermission(1, [&](bool answer) { allowed = answer; });
+    EXPECT_TRUE(allowed);
+    EXPECT_STREQ(system().delegatePlatformName(), "Linux");
+    EXPECT_STREQ(system().delegateBundleIdentifier(), "org.qel");
+    EXPECT_EQ(system().delegateGraphicsMemoryLimit(), 0x1000000000u);
+    EXPECT_EQ(system().delegateBatteryPercent(), -1);
+    EXPECT_FALSE(system().hasSecureKeyImplementation());
+}
+
+TEST_F(SystemState, AURLThatCameBeforeTheHostListensIsKeptOnce) {
+    system().delegateHandleURL("qel:open");
+    EXPECT_EQ(system().popSavedStartupURL(), "qel:open");
+    EXPECT_EQ(system().popSavedStartupURL(), "");
+}
+
+TEST_F(SystemState, LanguagesAreStoredInLowerCase) {
+    system().setLanguage("DE");
+    EXPECT_EQ(system().getLanguage(), "de");
+    system().setLanguage(nullptr);
+    EXPECT_EQ(system().getLanguage(), "");
+}
+
+} // namespace
+} // namespace qel
