@@ -13,6 +13,6 @@ namespace qel::util {
 /// -1 hashes from the usual start and gives the complement of the usual checksum, and feeding a result back
 /// as the seed continues it.
 /// @threads any thread.
-QEL_API uint32 crc32c(uint32 seed, const uint8* in, unsigned n);
+QEL_API uint32 crc32c(uint32 seed, const uint8* in, size_t n);
 
 } // namespace qel::util
