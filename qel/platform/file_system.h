@@ -164,23 +164,20 @@ struct DirectoryEntry {
 /// @threads one at a time.
 class QEL_API DirectoryReader {
 public:
-    DirectoryReader();
-    ~DirectoryReader();
-    DirectoryReader(DirectoryReader&&) noexcept;
-    DirectoryReader& operator=(DirectoryReader&&) noexcept;
+    /// Starts on an open folder; the same folder may be read only once.
+    explicit DirectoryReader(const FileHandle& directory) : m_directory(directory) {}
 
-    /// Starts on an open folder. @owner takes @p directory over, whatever the result.
-    FileError open(FileHandle directory);
     /// Gives the next entry. @return false at the end or on an error, which then stands in @p error.
     bool next(DirectoryEntry& entry, FileError& error);
-    /// The folder being read, as a base for names; closed unless open() worked.
-    const FileHandle& directory() const { return m_directory; }
 
 private:
-    struct Stream;
+    bool readBlock(FileError& error);
+    void take(const void* record, DirectoryEntry& entry) const;
 
-    FileHandle m_directory;
-    std::unique_ptr<Stream> m_stream;
+    const FileHandle& m_directory;
+    std::unique_ptr<char[]> m_block;
+    std::size_t m_blockSize = 0;
+    std::size_t m_position = 0;
 };
 
 /// The operations whose failure a test can force.

@@ -1,0 +1,102 @@
+#include <qel/platform/linux/file_system_p.h>
+
+#include <algorithm>
+#include <atomic>
+#include <climits>
+#include <unistd.h>
+#include <utility>
+
+namespace qel::platform {
+
+namespace {
+
+std::atomic<FileFaults*> g_faults{nullptr};
+
+bool isOffset(std::uint64_t size) {
+    return size <= static_cast<std::uint64_t>(INT64_MAX);
+}
+
+FileError tooLarge() {
+    return {EFBIG, std::system_category()};
+}
+
+} // namespace
+
+void setFileFaults(FileFaults* faults) {
+    g_faults.store(faults, std::memory_order_release);
+}
+
+FileError fileFault(FileOperation operation, std::size_t& size) {
+    FileFaults* faults = g_faults.load(std::memory_order_acquire);
+    if (!faults) return {};
+    const std::size_t asked = size;
+    const FileError error = faults->before(operation, size);
+    if (asked > 0) size = std::clamp<std::size_t>(size, 1, asked);
+    return error;
+}
+
+FileHandle& FileHandle::operator=(FileHandle&& other) noexcept {
+    if (this != &other) {
+        close();
+        m_id = other.release();
+    }
+    return *this;
+}
+
+// The descriptor is gone whatever close() says, so it is never repeated.
+FileError FileHandle::close() {
+    if (m_id < 0) return {};
+    const int result = ::close(release());
+    FileError error = result == -1 && errno != EINTR ? lastFileError() : FileError();
+    std::size_t none = 0;
+    if (const FileError forced = fileFault(FileOperation::Close, none)) error = forced;
+    return error;
+}
+
+int FileHandle::release() {
+    return std::exchange(m_id, -1);
+}
+
+FileError FileHandle::read(void* data, std::size_t size, std::size_t& done) {
+    ssize_t count = 0;
+    const FileError error =
+        perform(FileOperation::Read, size, [&] { return count = ::read(m_id, data, size); });
+    done = error ? 0 : static_cast<std::size_t>(count);
+    return error;
+}
+
+FileError FileHandle::readAt(std::uint64_t offset, void* data, std::size_t size, std::size_t& done) const {
+    done = 0;
+    if (!isOffset(offset)) return {EINVAL, std::system_category()};
+    ssize_t count = 0;
+    const FileError error = perform(FileOperation::Read, size, [&] {
+        return count = ::pread(m_id, data, size, static_cast<off_t>(offset));
+    });
+    if (!error) done = static_cast<std::size_t>(count);
+    return error;
+}
+
+FileError FileHandle::write(const void* data, std::size_t size, std::size_t& done) {
+    ssize_t count = 0;
+    const FileError error =
+        perform(FileOperation::Write, size, [&] { return count = ::write(m_id, data, size); });
+    done = error ? 0 : static_cast<std::size_t>(count);
+    return error;
+}
+
+FileError FileHandle::setSize(std::uint64_t size) {
+    if (!isOffset(size)) return tooLarge();
+    return perform(FileOperation::SetSize, [&] { return ::ftruncate(m_id, static_cast<off_t>(size)); });
+}
+
+FileError FileHandle::allocate(std::uint64_t size) {
+    if (!isOffset(size)) return tooLarge();
+    if (size == 0) return {};
+    return perform(FileOperation::SetSize, [&] { return ::fallocate(m_id, 0, 0, static_cast<off_t>(size)); });
+}
+
+FileError FileHandle::sync() {
+    return perform(FileOperation::Sync, [&] { return ::fsync(m_id); });
+}
+
+} // namespace qel::platform

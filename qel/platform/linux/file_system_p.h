@@ -1,0 +1,53 @@
+// What the file functions share: repeated calls, forced faults, the system's last error.
+#pragma once
+
+#include <qel/platform/file_system.h>
+
+#include <cerrno>
+#include <fcntl.h>
+
+namespace qel::platform {
+
+/// The error of the system call that failed just now.
+inline FileError lastFileError() {
+    return {errno, std::system_category()};
+}
+
+/// What tests put in the way of @p operation; see FileFaults.
+FileError fileFault(FileOperation operation, std::size_t& size);
+
+/// Does @p call, which returns -1 on failure, until it isn't interrupted.
+template <typename Call>
+FileError uninterrupted(Call call) {
+    while (call() == -1) {
+        if (errno != EINTR) return lastFileError();
+    }
+    return {};
+}
+
+/// As uninterrupted(), for an operation that tests can make fail. @p call reads @p size anew each time.
+template <typename Call>
+FileError perform(FileOperation operation, std::size_t& size, Call call) {
+    for (;;) {
+        if (const FileError error = fileFault(operation, size)) {
+            if (error.value() != EINTR) return error;
+            continue;
+        }
+        if (call() != -1) return {};
+        if (errno != EINTR) return lastFileError();
+    }
+}
+
+/// As above, for an operation without a size.
+template <typename Call>
+FileError perform(FileOperation operation, Call call) {
+    std::size_t none = 0;
+    return perform(operation, none, call);
+}
+
+/// The descriptor that the system's calls take for @p base.
+inline int baseId(const FileHandle& base) {
+    return base.isOpen() ? base.id() : AT_FDCWD;
+}
+
+} // namespace qel::platform
