@@ -1,0 +1,65 @@
+// Plugins: finds the plugin directories and starts their scripts.
+#pragma once
+
+#include <qel/foundation/base/containers.h>
+#include <qel/foundation/base/object.h>
+#include <qel/foundation/base/string.h>
+#include <qel/script/object.h>
+
+#include <functional>
+
+namespace qel {
+
+/// The plugins of an application: one directory each below the plugins directory, with scripts "autoexec.sq"
+/// and "main.sq" and a folder "resources", all of them optional.
+/// @threads main thread.
+class QEL_API Plugins : public Object {
+    QEL_CLASS(Plugins, Object)
+
+public:
+    /// Name of a plugin's directory to the hash of its content.
+    using Hashes = Map<String, uint32>;
+
+    /// Takes the plugins directory from System::getPluginsDirectory().
+    Plugins();
+
+    /// Replaces the plugins directory; null makes it empty.
+    void setPath(const char* path);
+    /// The plugins directory.
+    const String& getPath() const { return m_path; }
+
+    /// Calls @p callback with the name of each plugin's directory, in the file system's order.
+    void foreachPlugin(const std::function<void(const String& name)>& callback) const;
+    /// The Directory::getDirectoryHash of all plugins.
+    Hashes getPluginHashes() const;
+
+    /// Starts all plugins, in the order of their names: first every plugin's directory becomes an import path
+    /// and its folder "resources" a resource directory; then each "autoexec.sq" runs to its end; then, if
+    /// @p startMain, each "main.sq" becomes a script thread.
+    /// @errors of scripts are logged by the script machine and stop nothing; missing files are normal.
+    void executeBootstrapScripts(bool startMain);
+
+    /// Keeps @p closure under @p name for the host. @errors a warning for anything but a closure.
+    void addListener(const char* name, const qelSq::Object& closure);
+    /// The closures kept under @p name, in the order of adding.
+    const List<qelSq::Object>& getListeners(const String& name) const;
+
+    /// Fills the script class @p cls.
+    static void bindSqVM(qelSq::Object* cls);
+
+protected:
+    /// Starts the plugins of @p plugins alone.
+    void executeBootstrapScripts(const Hashes& plugins, bool startMain);
+
+private:
+    String pathOf(const String& plugin) const { return m_path + "/" + plugin; }
+    void addPaths(const String& plugin);
+    void runAutoexec(const String& plugin);
+    void startMain(const String& plugin);
+
+    Map<String, List<qelSq::Object>> m_listeners;
+    String m_path;
+    Hashes m_hashes;
+};
+
+} // namespace qel

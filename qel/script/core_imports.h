@@ -1,0 +1,25 @@
+// The classes that every script can import.
+#pragma once
+
+#include <qel/platform/api.h>
+#include <qel/script/native_class.h>
+#include <qel/script/vm.h>
+
+namespace qelSq {
+
+/// Registers the imports of the library's own classes with @p vm: "qel.System", "qel.IVec2" and so on.
+QEL_API void CoreImports(VM* vm);
+
+/// Puts the script class of T into the root table's table @p tableName under the class's bare name: the
+/// import function of most classes.
+template <typename T>
+void importClass(VM* vm, const char* tableName) {
+    const Object& cls = NativeClass<T>::get(vm->getSquirrelVM());
+    Object table = vm->getRootTable().get(tableName);
+    table.set(ScriptClass<T>::name(), cls);
+}
+
+/// Import function of "qel.GregorianDate". Defined in foundation/locale/gregorian_date_binding.cpp.
+QEL_API void importGregorianDate(VM* vm, const char* tableName);
+
+} // namespace qelSq

@@ -1,0 +1,119 @@
+// The trampolines: native closures, one for each bound function, that convert arguments, call and push the
+// result.
+#pragma once
+
+#include <qel/script/access.h>
+
+#include <functional>
+#include <tuple>
+#include <utility>
+
+namespace qelSq {
+
+namespace internal {
+
+/// Takes a function's type apart.
+template <typename F>
+struct Signature;
+
+template <typename R, typename... A>
+struct Signature<R (*)(A...)> {
+    using Result = R;
+    using Arguments = std::tuple<A...>;
+};
+template <typename R, typename... A>
+struct Signature<R (*)(A...) noexcept> : Signature<R (*)(A...)> {};
+template <typename C, typename R, typename... A>
+struct Signature<R (C::*)(A...)> : Signature<R (*)(A...)> {};
+template <typename C, typename R, typename... A>
+struct Signature<R (C::*)(A...) const> : Signature<R (*)(A...)> {};
+template <typename C, typename R, typename... A>
+struct Signature<R (C::*)(A...) noexcept> : Signature<R (*)(A...)> {};
+template <typename C, typename R, typename... A>
+struct Signature<R (C::*)(A...) const noexcept> : Signature<R (*)(A...)> {};
+
+/// The parameters of a method: those of a member function, or those behind the receiver of a free one.
+template <typename F, typename Arguments = typename Signature<F>::Arguments>
+struct MethodArguments {
+    using Type = Arguments;
+};
+template <typename F, typename Receiver, typename... Rest>
+requires(!std::is_member_function_pointer_v<F>) struct MethodArguments<F, std::tuple<Receiver, Rest...>> {
+    using Type = std::tuple<Rest...>;
+};
+
+/// The Access that a parameter type asks for.
+template <typename P>
+using AccessFor = Access<std::remove_cvref_t<P>>;
+
+/// Raises a count error. @param isStatic  chooses its words.
+QEL_API SQInteger raiseArgumentCount(SQVM* vm, bool isStatic);
+/// Raises "native get on null-pointer" or "native set on null-pointer".
+QEL_API SQInteger raiseNullAccess(SQVM* vm, bool isSetter);
+/// Turns the native exception in flight into a script error.
+QEL_API SQInteger raiseCurrentException(SQVM* vm);
+
+/// Converts the arguments from stack index 2 on, calls @p call with them and pushes its result.
+template <typename R, typename Arguments, typename Call, size_t... I>
+SQInteger callWith(SQVM* vm, const Call& call, std::index_sequence<I...>) try {
+    // The braces make the conversions run in the order of the arguments.
+    [[maybe_unused]] std::tuple<AccessFor<std::tuple_element_t<I, Arguments>>...> access{
+        AccessFor<std::tuple_element_t<I, Arguments>>(vm, static_cast<SQInteger>(I) + 2)...};
+    if constexpr (std::is_void_v<R>) {
+        call(std::get<I>(access).value()...);
+        return 0;
+    } else {
+        return pushResult<std::remove_cvref_t<R>>(vm, call(std::get<I>(access).value()...));
+    }
+} catch (...) {
+    return raiseCurrentException(vm);
+}
+
+} // namespace internal
+
+/// Native closure of the static or free function @p F.
+template <auto F>
+SQInteger callStatic(SQVM* vm) {
+    using Signature = internal::Signature<decltype(F)>;
+    using Arguments = typename Signature::Arguments;
+    constexpr size_t count = std::tuple_size_v<Arguments>;
+    if (sq_gettop(vm) != SQInteger{count} + 1) return internal::raiseArgumentCount(vm, true);
+    return internal::callWith<typename Signature::Result, Arguments>(
+        vm, [](auto&&... a) -> typename Signature::Result { return F(std::forward<decltype(a)>(a)...); },
+        std::make_index_sequence<count>());
+}
+
+/// Native closure of a method of T: a member function, or a free one with a T& in front.
+template <typename T, auto F>
+SQInteger callMethod(SQVM* vm) {
+    using Result = typename internal::Signature<decltype(F)>::Result;
+    using Arguments = typename internal::MethodArguments<decltype(F)>::Type;
+    constexpr size_t count = std::tuple_size_v<Arguments>;
+    if (sq_gettop(vm) != SQInteger{count} + 1) return internal::raiseArgumentCount(vm, false);
+    T* self = NativeClass<T>::at(vm, 1);
+    if (!self) return internal::raiseNoReceiver(vm);
+    return internal::callWith<Result, Arguments>(
+        vm, [self](auto&&... a) -> Result { return std::invoke(F, *self, std::forward<decltype(a)>(a)...); },
+        std::make_index_sequence<count>());
+}
+
+/// Native closure that gets the member @p M of a T; "_get" calls it with the instance alone.
+template <typename T, auto M>
+SQInteger callGetter(SQVM* vm) {
+    T* self = NativeClass<T>::at(vm, 1);
+    if (!self) return internal::raiseNullAccess(vm, false);
+    return pushResult(vm, std::invoke(M, *self));
+}
+
+/// Native closure that sets the member @p M of a T; "_set" calls it with the instance and the value.
+template <typename T, auto M>
+SQInteger callSetter(SQVM* vm) {
+    if (sq_gettop(vm) != 2) return internal::raiseArgumentCount(vm, false);
+    T* self = NativeClass<T>::at(vm, 1);
+    if (!self) return internal::raiseNullAccess(vm, true);
+    auto& member = std::invoke(M, *self);
+    member = internal::AccessFor<decltype(member)>(vm, 2).value();
+    return 0;
+}
+
+} // namespace qelSq
