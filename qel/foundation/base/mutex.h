@@ -51,6 +51,7 @@ public:
 /// Holds a Mutex for a scope; may let go and take it again in between.
 class QEL_SCOPED_CAPABILITY MutexLock {
 public:
+    /// Blocks until @p mutex is held; it must outlive the lock.
     explicit MutexLock(Mutex& mutex) QEL_ACQUIRE(mutex) : m_lock(mutex) {}
     ~MutexLock() QEL_RELEASE() {}
     MutexLock(const MutexLock&) = delete;
