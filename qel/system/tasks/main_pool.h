@@ -1,0 +1,41 @@
+// MainPool: the queues that run on the main thread.
+#pragma once
+
+#include <qel/foundation/base/mutex.h>
+#include <qel/foundation/base/object.h>
+#include <qel/platform/api.h>
+
+#include <atomic>
+#include <deque>
+
+namespace qel {
+
+class TaskQueue;
+
+/// Lends the main thread to main queues, once in each pass of System::processEvents.
+class QEL_API MainPool : public Object {
+    QEL_CLASS(MainPool, Object)
+
+public:
+    MainPool() = default;
+    MainPool(const MainPool&) = delete;
+    MainPool& operator=(const MainPool&) = delete;
+
+    /// Runs @p queue in the next pass. @owner the queue withdraws itself when it dies. @threads any thread.
+    void pushMainQueue(TaskQueue* queue);
+    /// Forgets every push of @p queue. @threads any thread.
+    void removeMainQueue(TaskQueue* queue);
+    /// Runs the queues that were pushed since the last call; queues pushed meanwhile wait for the next.
+    /// @threads main thread.
+    void processEvents();
+
+private:
+    TaskQueue* takeNext();
+
+    Mutex m_mutex; // behind every queue's
+    std::deque<TaskQueue*> m_current QEL_GUARDED_BY(m_mutex);
+    std::deque<TaskQueue*> m_incoming QEL_GUARDED_BY(m_mutex);
+    std::atomic<bool> m_hasIncoming{false}; // lets an idle pass do without the lock
+};
+
+} // namespace qel

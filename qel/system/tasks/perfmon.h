@@ -1,0 +1,65 @@
+// PerfMon: where the main thread's time goes.
+#pragma once
+
+#include <qel/foundation/base/object.h>
+#include <qel/foundation/base/smart_pointer.h>
+#include <qel/foundation/base/string.h>
+#include <qel/foundation/base/types.h>
+#include <qel/platform/api.h>
+
+#include <memory>
+
+namespace qel {
+
+class PerfSection;
+
+/// A tree of named sections of time. Sections nest by begin and end; the report tells where the time since
+/// the last one went, and a section that blocked the main loop for more than four seconds is logged.
+/// @threads main thread.
+class QEL_API PerfMon : public Object {
+    QEL_CLASS(PerfMon, Object)
+
+public:
+    PerfMon();
+    PerfMon(const PerfMon&) = delete;
+    PerfMon& operator=(const PerfMon&) = delete;
+    ~PerfMon() override;
+
+    /// Opens the section @p name inside the one that is open. Allocates on the first use of a name there.
+    /// @errors with 32 sections open: logged, without an effect.
+    void begin(const char* name);
+    /// The same at the time @p now, a UTC stamp that the caller has just read.
+    void begin(const char* name, int64 now);
+    /// Closes the section @p name, which must be the last one opened.
+    /// @errors another name: logged, without an effect.
+    void end(const char* name);
+    /// The same at the time @p now, a UTC stamp that the caller has just read.
+    void end(const char* name, int64 now);
+
+    /// Rebuilds the report and starts to measure anew, if the last time was 2001 ms ago or more.
+    void updateReport();
+    /// The last report: a line for each section with its share of the whole and of the section around it, its
+    /// longest run in milliseconds and its name.
+    const String& getReport() const;
+
+    /// Stores whether the host wants details; the library itself makes no difference.
+    void setDetailed(bool detailed) { m_detailed = detailed; }
+    /// What setDetailed() stored; false at the start.
+    bool detailed() const { return m_detailed; }
+    /// How many runs of a section of the topmost level took more than four seconds.
+    uint64 getBlockingCount() const { return m_blockingCount; }
+    /// Milliseconds of all runs that took more than four seconds, on any level.
+    uint64 getBlockingTimeMillis() const { return m_blockingTimeMillis; }
+
+private:
+    struct Private;
+
+    void noteBlocking(int64 duration);
+
+    std::unique_ptr<Private> d;
+    bool m_detailed = false;
+    uint64 m_blockingCount = 0;
+    uint64 m_blockingTimeMillis = 0;
+};
+
+} // namespace qel

@@ -1,0 +1,88 @@
+// ThreadPool: the worker threads that task queues run on.
+#pragma once
+
+#include <qel/foundation/base/mutex.h>
+#include <qel/foundation/base/object.h>
+#include <qel/foundation/base/types.h>
+#include <qel/platform/api.h>
+
+#include <array>
+#include <atomic>
+#include <condition_variable>
+#include <deque>
+
+namespace qel {
+
+class TaskQueue;
+
+/// Lends worker threads to queues. Threads start on demand, at most one more than there are processors, plus
+/// one for each run of an IO queue in progress; those above the limit end after 30 seconds without work.
+///
+/// A worker that runs out of work looks out for more for some microseconds before it goes to sleep, so that a
+/// steady flow of short tasks doesn't pay for waking; an idle pool uses no processor time.
+class QEL_API ThreadPool : public Object {
+    QEL_CLASS(ThreadPool, Object)
+
+public:
+    /// No threads yet. Needs System, which tells the number of processors.
+    ThreadPool();
+    ThreadPool(const ThreadPool&) = delete;
+    ThreadPool& operator=(const ThreadPool&) = delete;
+    /// Waits until every worker has left.
+    ~ThreadPool() override;
+
+    /// Schedules @p units runs of TaskQueue::processTasks on workers and starts threads that are missing.
+    /// @owner    the queue must live until the runs have ended or were withdrawn.
+    /// @errors   std::system_error when a thread can't be started; the runs stay scheduled.
+    /// @threads  any thread.
+    void pushQueue(unsigned units, TaskQueue* queue, bool highPriority);
+    /// Schedules one run.
+    void pushQueue(TaskQueue* queue, bool highPriority) { pushQueue(1, queue, highPriority); }
+    /// Takes the runs of @p queue back that no worker has begun. @return their number. @threads any thread.
+    unsigned withdrawQueue(TaskQueue* queue, bool highPriority);
+    /// Starts a worker that the caller has counted in.
+    /// @errors std::system_error; the worker is then counted out again.
+    void startWorker();
+    /// Lets idle workers above the limit find out, every 3000 ms or more, whether they have been idle for too
+    /// long. @threads main thread.
+    void processEvents();
+
+    /// How many worker threads there are at this moment. @threads any thread.
+    unsigned getNumberOfThreads() const;
+    /// How many of them have nothing to do at this moment. @threads any thread.
+    unsigned getNumberOfIdleThreads() const;
+
+private:
+    friend class TaskQueue;
+
+    struct Runs {
+        TaskQueue* queue;
+        uint32 units;
+    };
+
+    void work();
+    TaskQueue* takeUnitLocked() QEL_REQUIRES(m_mutex);
+    bool hasUnitsLocked() const QEL_REQUIRES(m_mutex) { return !m_runs[0].empty() || !m_runs[1].empty(); }
+    bool mayWakeLocked() QEL_REQUIRES(m_mutex);
+    void wakeForPendingRuns();
+    bool mayWaiterSpin() const;
+
+    const uint32 m_idleLimit;
+    const uint32 m_processorCount;
+    uint32 m_lastSweepTime;                // main thread
+    std::atomic<uint32> m_pendingUnits{0}; // sum of the units in m_runs; written under the mutex
+    std::atomic<uint32> m_runningCount{0}; // workers inside a queue
+
+    mutable Mutex m_mutex; // behind every queue's
+    std::condition_variable m_wake;
+    std::array<std::deque<Runs>, 2> m_runs QEL_GUARDED_BY(m_mutex); // normal, high priority
+    uint32 m_maxThreads QEL_GUARDED_BY(m_mutex);
+    uint32 m_threads QEL_GUARDED_BY(m_mutex) = 0;
+    uint32 m_idleThreads QEL_GUARDED_BY(m_mutex) = 0; // looking out and asleep
+    uint32 m_spinning QEL_GUARDED_BY(m_mutex) = 0;    // looking out
+    uint32 m_asleep QEL_GUARDED_BY(m_mutex) = 0;
+    uint32 m_wakes QEL_GUARDED_BY(m_mutex) = 0; // of the sleeping, how many have been called
+    bool m_running QEL_GUARDED_BY(m_mutex) = true;
+};
+
+} // namespace qel
