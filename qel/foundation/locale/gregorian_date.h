@@ -92,11 +92,13 @@ public:
     /// @errors std::invalid_argument or std::out_of_range, as std::stoi and std::string::substr have them.
     static GregorianDate fromYYYYMMDD(const String& text);
 
-    /// The short name of @p month (1 to 12) in @p language, "err" outside the range. A name stays as it was
-    /// first translated. @param language  null or empty means the System's.
+    /// The short name of @p month (1 to 12) in @p language, "err" outside the range. A name
+    /// stays as it was first translated.
+    /// @param language  null counts as empty: the translation for no language in particular.
     static String getMonthName(int month, const char* language);
     /// The short name of @p day (0 for Monday to 6 for Sunday) in @p language, "err" outside the range. A
-    /// name stays as it was first translated. @param language  null or empty means the System's.
+    /// name stays as it was first translated.
+    /// @param language  null counts as empty: the translation for no language in particular.
     static String getWeekdayName(int day, const char* language);
 
     /// "20240305143007".

@@ -1,0 +1,67 @@
+// The translated names of months and week days.
+#include <qel/foundation/base/mutex.h>
+#include <qel/foundation/base/object.h>
+#include <qel/foundation/locale/gregorian_date.h>
+
+#include <span>
+#include <string>
+#include <unordered_map>
+
+namespace qel {
+
+namespace {
+
+/// Where a name comes from: its key among the translations, and the name when there is none.
+struct NameSource {
+    const char* key;
+    const char* fallback;
+};
+
+constexpr NameSource kMonths[] = {
+    {"month-jan", "Jan"}, {"month-feb", "Feb"}, {"month-mar", "Mar"}, {"month-apr", "Apr"},
+    {"month-may", "May"}, {"month-jun", "Jun"}, {"month-jul", "Jul"}, {"month-aug", "Aug"},
+    {"month-sep", "Sep"}, {"month-oct", "Oct"}, {"month-nov", "Nov"}, {"month-dec", "Dec"},
+};
+
+constexpr NameSource kWeekDays[] = {
+    {"weekday-mon", "Mon"}, {"weekday-tue", "Tue"}, {"weekday-wed", "Wed"}, {"weekday-thu", "Thu"},
+    {"weekday-fri", "Fri"}, {"weekday-sat", "Sat"}, {"weekday-sun", "Sun"},
+};
+
+/// Names as they were first translated. They outlive every change of the translations, so that a name is the
+/// same all over a running program; only an empty one is asked for again.
+class NameCache {
+public:
+    explicit NameCache(std::span<const NameSource> sources) : m_sources(sources) {}
+
+    /// @param index  from 0 on.
+    String get(int index, const char* language) {
+        if (index < 0 || static_cast<std::size_t>(index) >= m_sources.size()) return "err";
+        const MutexLock lock(m_mutex); // over the translation too: a name is looked up once
+        String& name = m_names[language ? language : ""][index];
+        if (name.empty()) {
+            const NameSource& source = m_sources[static_cast<std::size_t>(index)];
+            name = Object::tr_l(language, source.key, source.fallback);
+        }
+        return name;
+    }
+
+private:
+    const std::span<const NameSource> m_sources;
+    Mutex m_mutex;
+    std::unordered_map<std::string, std::unordered_map<int, String>> m_names QEL_GUARDED_BY(m_mutex);
+};
+
+} // namespace
+
+String GregorianDate::getMonthName(int month, const char* language) {
+    static NameCache cache(kMonths);
+    return month < 1 ? String("err") : cache.get(month - 1, language);
+}
+
+String GregorianDate::getWeekdayName(int day, const char* language) {
+    static NameCache cache(kWeekDays);
+    return cache.get(day, language);
+}
+
+} // namespace qel
