@@ -24,7 +24,7 @@ struct LogMessage {
 /// While no backend is registered, lines reach the console alone, and there without a time.
 ///
 /// Listeners run on the thread that logs, under the logging mutex: connect them before other threads log, be
-/// fast, and do not log (such a line is dropped).
+/// fast, and neither log (such a line is dropped) nor call the functions here (which take the mutex).
 class QEL_API LogBackend {
 public:
     /// Creates the backend when there is none. Console times count from then on.

@@ -56,9 +56,13 @@ public:
     /// Starts a line.
     /// @param level     0 verbose, 1 info, 2 warning, 3 error, 4 assert.
     /// @param channels  bit 0 the customers' log, bit 1 the technical log; -1 switches the line off.
-    MessageStream(int level, int channels);
+    MessageStream(int level, int channels) : m_level(level), m_channels(channels) {
+        if (channels != -1) begin();
+    }
     /// Delivers the line.
-    ~MessageStream();
+    ~MessageStream() {
+        if (m_line) deliver();
+    }
     MessageStream(const MessageStream&) = delete;
     MessageStream& operator=(const MessageStream&) = delete;
 
@@ -74,6 +78,8 @@ public:
     MessageStream& operator<<(std::ios_base& (*manipulator)(std::ios_base&));
 
 private:
+    void begin();
+    void deliver();
     template <typename T>
     void write(const T& value);
     void writeText(std::string_view text);

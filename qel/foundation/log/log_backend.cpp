@@ -1,0 +1,172 @@
+// The backend and the delivery of lines: what the logging mutex guards.
+#include <qel/foundation/log/log_backend.h>
+
+#include <qel/foundation/base/mutex.h>
+#include <qel/foundation/log/console_p.h>
+#include <qel/foundation/log/log_delivery_p.h>
+#include <qel/foundation/log/message_stream.h>
+#include <qel/system/core/clock.h>
+#include <qel/system/core/system.h>
+
+#include <array>
+#include <atomic>
+#include <deque>
+#include <memory>
+#include <utility>
+
+namespace qel {
+
+namespace {
+
+constexpr unsigned kChannelCount = 2;
+constexpr int kCustomerChannel = 1;
+
+constexpr size_t kSupportBatchBytes = 262'144;
+constexpr uint32 kSupportBatchAgeMs = 30 * 60 * 1000;
+constexpr uint32 kSupportQuietMs = 3 * 60 * 1000;
+constexpr uint32 kSupportIntervalMs = 60 * 60 * 1000;
+constexpr uint32 kSupportNeverSentMs = 0u - 3 * kSupportIntervalMs;
+
+uint32 readMilliseconds() {
+    return static_cast<uint32>(Clock::current().steadyNanoseconds() / 1'000'000);
+}
+
+/// What the backend holds.
+struct Backend {
+    Signal<void(int, const char*)> signalNewLogMessage;
+    Signal<void(const char*)> signalNewSupportMessage;
+    std::array<std::deque<LogMessage>, kChannelCount> queues;
+    bool keepMessages = false;
+    uint32 firstSupportTime = 0;
+    uint32 lastSupportTime = 0;
+    uint32 lastSupportSendTime = kSupportNeverSentMs;
+    String supportBuffer;
+    uint32 startTime = readMilliseconds();
+
+    uint32 millisecondsSinceStart() const { return readMilliseconds() - startTime; }
+
+    void receive(int level, int channels, const std::string& line) {
+        signalNewLogMessage(level, line.c_str());
+        if (keepMessages) keep(channels, line);
+        if (signalNewSupportMessage.isConnected() && line.find("[SUPPORT]") != std::string::npos) {
+            collectForSupport(line);
+        }
+    }
+
+    void keep(int channels, const std::string& line) {
+        const int64 time = System::getUTCDateTimeStatic();
+        for (unsigned i = 0; i < kChannelCount; ++i) {
+            if ((channels >> i & 1) != 0) queues[i].push_back({time, line});
+        }
+    }
+
+    void collectForSupport(const std::string& line) {
+        const uint32 now = millisecondsSinceStart();
+        if (supportBuffer.empty()) firstSupportTime = now;
+        lastSupportTime = now;
+        supportBuffer.append(System::getUTCDateTimeString()).append(1, ' ').append(line).append(1, '\n');
+    }
+
+    bool isSupportBatchDue(uint32 now) const {
+        if (supportBuffer.size() > kSupportBatchBytes || now - firstSupportTime > kSupportBatchAgeMs)
+            return true;
+        return now - lastSupportTime > kSupportQuietMs && now - lastSupportSendTime > kSupportIntervalMs;
+    }
+
+    void sendSupportBatch() {
+        const uint32 now = millisecondsSinceStart();
+        if (supportBuffer.empty() || !isSupportBatchDue(now)) return;
+        const String batch = std::exchange(supportBuffer, String());
+        signalNewSupportMessage(batch.c_str());
+        lastSupportSendTime = now;
+    }
+};
+
+/// Held while a line is delivered; taken before System::getStdOutMutex().
+constinit Mutex g_loggingMutex;
+/// Never destroyed but by unregisterBackend(): threads may log while the process ends.
+Backend* g_backend QEL_GUARDED_BY(g_loggingMutex) = nullptr;
+/// Whether there is a backend, for a look without the mutex.
+std::atomic<bool> g_hasBackend = false;
+/// Set while this thread delivers: what its listeners log would wait for itself.
+thread_local bool t_isDelivering = false;
+
+struct DeliveringScope {
+    DeliveringScope() { t_isDelivering = true; }
+    ~DeliveringScope() { t_isDelivering = false; }
+};
+
+Backend& makeBackendLocked() QEL_REQUIRES(g_loggingMutex) {
+    if (!g_backend) g_backend = new Backend;
+    g_hasBackend = true;
+    return *g_backend;
+}
+
+bool isShownOnConsole(int level, std::string_view text) {
+    if (!logging::g_hideVerboseOutputInConsole) return true;
+    return level != 0 && text.find("[VERBOSE]") == std::string_view::npos;
+}
+
+} // namespace
+
+namespace logging {
+
+bool isDeliverable(int level) {
+    return level != 0 || !g_hideVerboseOutputInConsole || g_hasBackend.load(std::memory_order_relaxed);
+}
+
+void deliverLine(int level, int channels, const LineBuilder& line) {
+    if (t_isDelivering) return;
+    const bool isShown = isShownOnConsole(level, line.text());
+    const MutexLock lock(g_loggingMutex);
+    const DeliveringScope delivering;
+    if (isShown) {
+        const bool hasTime = g_backend && !g_hideTimeInConsole;
+        const uint32 time = hasTime ? g_backend->millisecondsSinceStart() : 0;
+        const ConsoleTime timeText(time, (channels & kCustomerChannel) != 0);
+        writeToConsole({level, channels, hasTime ? timeText.text() : std::string_view(), line.line()});
+    }
+    if (g_backend) g_backend->receive(level, channels, line.line());
+}
+
+} // namespace logging
+
+void LogBackend::registerBackend(bool keepMessages) {
+    const MutexLock lock(g_loggingMutex);
+    makeBackendLocked().keepMessages = keepMessages;
+}
+
+void LogBackend::unregisterBackend() {
+    std::unique_ptr<Backend> ended; // dies without the mutex: what listeners own may log when it ends
+    const MutexLock lock(g_loggingMutex);
+    ended.reset(std::exchange(g_backend, nullptr));
+    g_hasBackend = false;
+}
+
+Signal<void(int, const char*)>& LogBackend::getSignalNewLogMessage() {
+    const MutexLock lock(g_loggingMutex);
+    return makeBackendLocked().signalNewLogMessage;
+}
+
+Signal<void(const char*)>& LogBackend::getSignalNewSupportMessage() {
+    const MutexLock lock(g_loggingMutex);
+    return makeBackendLocked().signalNewSupportMessage;
+}
+
+void LogBackend::processSupportMessages() {
+    const MutexLock lock(g_loggingMutex);
+    const DeliveringScope delivering;
+    if (g_backend) g_backend->sendSupportBatch();
+}
+
+std::optional<LogMessage> LogBackend::takeMessage(unsigned channelIndex) {
+    const MutexLock lock(g_loggingMutex);
+    if (!g_backend || channelIndex >= kChannelCount || g_backend->queues[channelIndex].empty())
+        return std::nullopt;
+    std::deque<LogMessage>& queue = g_backend->queues[channelIndex];
+    std::optional<LogMessage> message = std::move(queue.front());
+    queue.pop_front();
+    return message;
+}
+
+} // namespace qel

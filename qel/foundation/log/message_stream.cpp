@@ -1,0 +1,134 @@
+#include <qel/foundation/log/message_stream.h>
+
+#include <qel/foundation/base/log_line.h>
+#include <qel/foundation/log/line_builder_p.h>
+#include <qel/foundation/log/log_delivery_p.h>
+#include <qel/platform/system_error.h>
+
+#include <array>
+#include <cerrno>
+#include <charconv>
+
+#include <fmt/format.h>
+
+namespace qel::logging {
+
+namespace {
+
+std::string_view getPrefix(int level) {
+    switch (level) {
+    case 0:
+        return "[VERBOSE] ";
+    case 2:
+        return "[WARNING] ";
+    case 3:
+        return "[ERROR] ";
+    case 4:
+        return "[ASSERT] ";
+    default:
+        return {};
+    }
+}
+
+/// Significant digits of a floating-point number on a fresh std::ostream.
+constexpr int kStreamPrecision = 6;
+
+template <typename... Arguments>
+void appendNumber(LineBuilder& line, Arguments... arguments) {
+    std::array<char, 32> digits;
+    const auto result = std::to_chars(digits.data(), digits.data() + digits.size(), arguments...);
+    line.append(std::string_view(digits.data(), static_cast<std::size_t>(result.ptr - digits.data())));
+}
+
+} // namespace
+
+void MessageStream::begin() {
+    if (isDeliverable(m_level)) m_line = LineBuilder::acquire(getPrefix(m_level));
+}
+
+void MessageStream::deliver() {
+    m_line->cutTrailingWhitespace();
+    deliverLine(m_level, m_channels, *m_line);
+    LineBuilder::release(m_line);
+}
+
+MessageStream& MessageStream::operator<<(std::ostream& (*manipulator)(std::ostream&)) {
+    if (!m_line) return *this;
+    beginStreaming() << manipulator;
+    endStreaming();
+    return *this;
+}
+
+MessageStream& MessageStream::operator<<(std::ios_base& (*manipulator)(std::ios_base&)) {
+    if (!m_line) return *this;
+    beginStreaming() << manipulator;
+    endStreaming();
+    return *this;
+}
+
+void MessageStream::writeText(std::string_view text) {
+    m_line->append(text);
+}
+
+void MessageStream::writeCharacter(char c) {
+    m_line->append(c);
+}
+
+void MessageStream::writeNumber(long long value) {
+    appendNumber(*m_line, value);
+}
+
+void MessageStream::writeNumber(unsigned long long value) {
+    appendNumber(*m_line, value);
+}
+
+void MessageStream::writeNumber(double value) {
+    appendNumber(*m_line, value, std::chars_format::general, kStreamPrecision);
+}
+
+bool MessageStream::isPlain() const {
+    return m_line->isPlain();
+}
+
+std::ostream& MessageStream::beginStreaming() {
+    return m_line->stream();
+}
+
+void MessageStream::endStreaming() {
+    m_line->checkFormat();
+}
+
+LogOStream::LogOStream(int level) : std::ostream(static_cast<std::streambuf*>(this)), m_level(level) {}
+
+LogOStream::~LogOStream() = default;
+
+LogOStream::int_type LogOStream::overflow(int_type c) {
+    if (traits_type::eq_int_type(c, traits_type::eof())) return traits_type::not_eof(c);
+    if (traits_type::to_char_type(c) == '\n') {
+        MessageStream(m_level, 2) << m_lineBuffer;
+        m_lineBuffer.clear();
+    } else {
+        m_lineBuffer.push_back(traits_type::to_char_type(c));
+    }
+    return c;
+}
+
+std::string getSystemError() {
+    const auto code = platform::lastErrorCode();
+    return fmt::format(", syserr={}:{}", code, platform::errorText(code));
+}
+
+std::string getPError() {
+    const int code = errno;
+    return fmt::format(", errno={}:{}", code, platform::errorText(code));
+}
+
+} // namespace qel::logging
+
+namespace qel::internal {
+
+void logLine(int level, std::string_view text) {
+    logging::MessageStream(level, 2) << text;
+}
+
+} // namespace qel::internal
