@@ -8,6 +8,7 @@
 #include <qel/foundation/base/buffer.h>
 #include <qel/foundation/base/byte_consumer.h>
 #include <qel/foundation/base/byte_span.h>
+#include <qel/foundation/base/charset.h>
 #include <qel/foundation/base/class_name.h>
 #include <qel/foundation/base/compression.h>
 #include <qel/foundation/base/containers.h>
@@ -22,6 +23,7 @@
 #include <qel/foundation/base/rect.h>
 #include <qel/foundation/base/signal.h>
 #include <qel/foundation/base/signal_connection.h>
+#include <qel/foundation/base/simd_targets.h>
 #include <qel/foundation/base/smart_cstr.h>
 #include <qel/foundation/base/smart_pointer.h>
 #include <qel/foundation/base/string.h>
@@ -38,6 +40,7 @@
 #include <qel/foundation/log/log_backend.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/platform/api.h>
+#include <qel/platform/charset_converter.h>
 #include <qel/platform/clock.h>
 #include <qel/platform/command_line.h>
 #include <qel/platform/console.h>

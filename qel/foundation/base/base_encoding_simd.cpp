@@ -1,0 +1,192 @@
+// Vector kernels of the base encodings. Base 64 follows W. Mula and D. Lemire, "Faster Base64 Encoding and
+// Decoding Using AVX2 Instructions" (ACM Transactions on the Web 12(3), 2018).
+#include <qel/foundation/base/base_encoding_p.h>
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "qel/foundation/base/base_encoding_simd.cpp"
+#include <hwy/foreach_target.h>
+
+#include <hwy/highway.h>
+
+HWY_BEFORE_NAMESPACE();
+namespace qel::internal::HWY_NAMESPACE {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+using Bytes = hn::ScalableTag<uint8_t>;
+using Words = hn::Repartition<uint16_t, Bytes>;
+using Groups = hn::Repartition<uint32_t, Bytes>;
+using Vec = hn::Vec<Bytes>;
+
+constexpr uint8_t kDrop = 0x80; // TableLookupBytesOr0 gives 0 for it
+
+size_t EncodeBase16(uint8_t* HWY_RESTRICT out, const uint8_t* HWY_RESTRICT in, size_t n) {
+    alignas(16) static constexpr uint8_t kDigits[] = {'0', '1', '2', '3', '4', '5', '6', '7',
+                                                      '8', '9', 'A', 'B', 'C', 'D', 'E', 'F'};
+    const Bytes d;
+    const size_t step = hn::Lanes(d);
+    const Vec digits = hn::LoadDup128(d, kDigits);
+    const Vec nibble = hn::Set(d, 15);
+    size_t i = 0;
+    for (; n - i >= step; i += step) {
+        const Vec bytes = hn::LoadU(d, in + i);
+        const Vec high = hn::TableLookupBytes(digits, hn::ShiftRight<4>(bytes));
+        const Vec low = hn::TableLookupBytes(digits, hn::And(bytes, nibble));
+        hn::StoreInterleaved2(high, low, d, out + 2 * i);
+    }
+    return i;
+}
+
+/// The values of digits of either case; adds to @p faults where a character is none.
+HWY_INLINE Vec Base16Values(Vec characters, hn::Mask<Bytes>& faults) {
+    const Bytes d;
+    const Vec figure = hn::Sub(characters, hn::Set(d, '0'));
+    const Vec letter = hn::Sub(hn::Or(characters, hn::Set(d, 0x20)), hn::Set(d, 'a'));
+    const auto isFigure = hn::Eq(hn::Min(figure, hn::Set(d, 9)), figure);
+    const auto isLetter = hn::Eq(hn::Min(letter, hn::Set(d, 5)), letter);
+    faults = hn::Or(faults, hn::Not(hn::Or(isFigure, isLetter)));
+    return hn::IfThenElse(isFigure, figure, hn::Add(letter, hn::Set(d, 10)));
+}
+
+size_t DecodeBase16(uint8_t* HWY_RESTRICT out, const uint8_t* HWY_RESTRICT in, size_t n) {
+    const Bytes d;
+    const size_t step = 2 * hn::Lanes(d);
+    size_t i = 0;
+    for (; n - i >= step; i += step) {
+        Vec high;
+        Vec low;
+        hn::LoadInterleaved2(d, in + i, high, low);
+        auto faults = hn::FirstN(d, 0);
+        const Vec highValues = Base16Values(high, faults);
+        const Vec lowValues = Base16Values(low, faults);
+        if (!hn::AllFalse(d, faults)) break;
+        hn::StoreU(hn::Or(hn::ShiftLeft<4>(highValues), lowValues), d, out + i / 2);
+    }
+    return i;
+}
+
+/// Table indices that move three of every four groups together, or apart when @p spread.
+HWY_INLINE auto GroupOrder(bool spread) {
+    const Groups d;
+    HWY_ALIGN uint32_t order[HWY_MAX_BYTES / 4];
+    const auto count = static_cast<uint32_t>(hn::Lanes(d));
+    for (uint32_t i = 0; i < count; ++i) {
+        const uint32_t from = spread ? i / 4 * 3 + i % 4 : i / 3 * 4 + i % 3;
+        order[i] = from < count ? from : 0;
+    }
+    return hn::SetTableIndices(d, order);
+}
+
+/// The 6-bit values of the 12 bytes at the beginning of each 128-bit block.
+HWY_INLINE Vec SplitGroups(Vec bytes) {
+    alignas(16) static constexpr uint8_t kBytesOfGroup[] = {1, 0, 2, 1, 4,  3, 5,  4,
+                                                            7, 6, 8, 7, 10, 9, 11, 10};
+    const Bytes d;
+    const Words words;
+    const Groups groups;
+    const auto spread = hn::TableLookupBytes(bytes, hn::LoadDup128(d, kBytesOfGroup));
+    // Of the four values in a group two are shifted down and two are shifted up, by multiplication, because
+    // each of the two 16-bit halves has a distance of its own.
+    const auto down = hn::And(hn::BitCast(groups, spread), hn::Set(groups, 0x0FC0FC00));
+    const auto up = hn::And(hn::BitCast(groups, spread), hn::Set(groups, 0x003F03F0));
+    const auto downBy = hn::BitCast(words, hn::Set(groups, 0x04000040));
+    const auto upBy = hn::BitCast(words, hn::Set(groups, 0x01000010));
+    return hn::BitCast(
+        d, hn::Or(hn::MulHigh(hn::BitCast(words, down), downBy), hn::Mul(hn::BitCast(words, up), upBy)));
+}
+
+size_t EncodeBase64(uint8_t* HWY_RESTRICT out, const uint8_t* HWY_RESTRICT in, size_t n,
+                    const Base64Alphabet& alphabet) {
+    const Bytes d;
+    const Groups groups;
+    const size_t step = hn::Lanes(d) / 4 * 3;
+    const auto order = GroupOrder(true);
+    // What to add to a value: 0 for lower case, 1 to 10 for figures, 11 and 12, 13 for upper case.
+    alignas(16) uint8_t distances[16] = {};
+    distances[0] = static_cast<uint8_t>(alphabet.digits[26] - 26);
+    for (uint8_t i = 1; i <= 12; ++i) distances[i] = static_cast<uint8_t>(alphabet.digits[51 + i] - 51 - i);
+    distances[13] = alphabet.digits[0];
+    const Vec offsets = hn::LoadDup128(d, distances);
+    size_t i = 0;
+    for (; n - i >= hn::Lanes(d); i += step) {
+        const auto loaded = hn::BitCast(groups, hn::LoadU(d, in + i));
+        const Vec values = SplitGroups(hn::BitCast(d, hn::TableLookupLanes(loaded, order)));
+        const Vec beyondLetters = hn::SaturatedSub(values, hn::Set(d, 51));
+        const auto isUpper = hn::Eq(hn::Min(values, hn::Set(d, 25)), values);
+        const Vec kind = hn::IfThenElse(isUpper, hn::Set(d, 13), beyondLetters);
+        hn::StoreU(hn::Add(values, hn::TableLookupBytes(offsets, kind)), d, out + i / 3 * 4);
+    }
+    return i;
+}
+
+/// The three bytes of every four 6-bit values, twelve at the beginning of each 128-bit block.
+HWY_INLINE Vec JoinGroups(Vec values) {
+    alignas(16) static constexpr uint8_t kBytesOfGroup[] = {2, 1,  0,  6,  5,     4,     10,    9,
+                                                            8, 14, 13, 12, kDrop, kDrop, kDrop, kDrop};
+    const Bytes d;
+    const Words words;
+    const Groups groups;
+    const auto v = hn::BitCast(words, values);
+    const auto pairs = hn::Or(hn::ShiftLeft<6>(hn::And(v, hn::Set(words, 0x3F))), hn::ShiftRight<8>(v));
+    const auto p = hn::BitCast(groups, pairs);
+    const auto joined = hn::Or(hn::ShiftLeft<12>(hn::And(p, hn::Set(groups, 0xFFF))), hn::ShiftRight<16>(p));
+    return hn::TableLookupBytesOr0(hn::BitCast(d, joined), hn::LoadDup128(d, kBytesOfGroup));
+}
+
+size_t DecodeBase64(uint8_t* HWY_RESTRICT out, const uint8_t* HWY_RESTRICT in, size_t n,
+                    const Base64Alphabet& alphabet) {
+    const Bytes d;
+    const Groups groups;
+    const size_t step = hn::Lanes(d);
+    const auto order = GroupOrder(false);
+    const Vec lowNibbleFaults = hn::LoadDup128(d, alphabet.lowNibbleFaults.data());
+    const Vec classOfHighNibble = hn::LoadDup128(d, alphabet.classOfHighNibble.data());
+    const Vec offsets = hn::LoadDup128(d, alphabet.offsets.data());
+    const Vec lastDigit = hn::Set(d, alphabet.digits[63]);
+    size_t i = 0;
+    // A whole vector is stored for three quarters of one; the output must have room for it.
+    for (; (n - i) / 4 * 3 >= step; i += step) {
+        const Vec characters = hn::LoadU(d, in + i);
+        const Vec high = hn::ShiftRight<4>(characters);
+        const Vec low = hn::And(characters, hn::Set(d, 15));
+        const Vec faults = hn::And(hn::TableLookupBytes(lowNibbleFaults, low),
+                                   hn::TableLookupBytes(classOfHighNibble, high));
+        if (!hn::AllTrue(d, hn::Eq(faults, hn::Zero(d)))) break;
+        const auto isLast = hn::VecFromMask(d, hn::Eq(characters, lastDigit));
+        const Vec slot = hn::Add(high, hn::And(isLast, hn::Set(d, 8)));
+        const Vec values = hn::Add(characters, hn::TableLookupBytes(offsets, slot));
+        const auto joined = hn::BitCast(groups, JoinGroups(values));
+        hn::StoreU(hn::BitCast(d, hn::TableLookupLanes(joined, order)), d, out + i / 4 * 3);
+    }
+    return i;
+}
+
+} // namespace qel::internal::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace qel::internal {
+
+HWY_EXPORT(EncodeBase16);
+HWY_EXPORT(DecodeBase16);
+HWY_EXPORT(EncodeBase64);
+HWY_EXPORT(DecodeBase64);
+
+size_t encodeBase16Blocks(uint8* out, const uint8* in, size_t n) {
+    return HWY_DYNAMIC_DISPATCH(EncodeBase16)(out, in, n);
+}
+
+size_t decodeBase16Blocks(uint8* out, const uint8* in, size_t n) {
+    return HWY_DYNAMIC_DISPATCH(DecodeBase16)(out, in, n);
+}
+
+size_t encodeBase64Blocks(uint8* out, const uint8* in, size_t n, const Base64Alphabet& alphabet) {
+    return HWY_DYNAMIC_DISPATCH(EncodeBase64)(out, in, n, alphabet);
+}
+
+size_t decodeBase64Blocks(uint8* out, const uint8* in, size_t n, const Base64Alphabet& alphabet) {
+    return HWY_DYNAMIC_DISPATCH(DecodeBase64)(out, in, n, alphabet);
+}
+
+} // namespace qel::internal
+#endif
