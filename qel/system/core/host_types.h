@@ -5,10 +5,10 @@ namespace qel {
 
 /// How the display is turned against the device.
 enum class Rotation : int {
-    None = 0,          ///< upright
-    Clockwise90 = 1,   ///< turned a quarter to the right
-    UpsideDown = 2,    ///< turned by a half
-    Clockwise270 = 3,  ///< turned a quarter to the left
+    None = 0,         ///< upright
+    Clockwise90 = 1,  ///< turned a quarter to the right
+    UpsideDown = 2,   ///< turned by a half
+    Clockwise270 = 3, ///< turned a quarter to the left
 };
 
 /// What kind of device the host runs on; it decides the size of controls.

@@ -165,7 +165,8 @@ public:
 
     // --- arguments ----------------------------------------------------------------------------------
 
-    /// Appends the arguments behind the program's name; the name becomes the executable path if there is none.
+    /// Appends the arguments behind the program's name; the name becomes the executable path if there is
+    /// none.
     void processCommandLine(int& argc, char** argv);
     /// How many arguments there are, without the program's name.
     unsigned getNumberOfArguments() const { return static_cast<unsigned>(m_arguments.size()); }
@@ -486,22 +487,24 @@ public:
 
     // --- hooks of the host --------------------------------------------------------------------------
 
-    Delegate<void(unsigned)> delegateSleep;  ///< waits for so many ms; default System::sleep
-    Signal<void()> signalApplicationTick;    ///< each pass, before scripts and tasks
-    Delegate<int(bool)> delegateIdleWork;    ///< a piece of idle work; true first in a pass; negative: done
-    Signal<void()> signalSyncUnsaved;        ///< save now what is unsaved
-    Signal<void()> signalFreeCaches;         ///< memory is short: drop caches
+    Delegate<void(unsigned)> delegateSleep; ///< waits for so many ms; default System::sleep
+    Signal<void()> signalApplicationTick;   ///< each pass, before scripts and tasks
+    Delegate<int(bool)> delegateIdleWork;   ///< a piece of idle work; true first in a pass; negative: done
+    Signal<void()> signalSyncUnsaved;       ///< save now what is unsaved
+    Signal<void()> signalFreeCaches;        ///< memory is short: drop caches
     /// A notification has come. Unconnected, it does nothing.
     Delegate<void(NotificationMessage*)> delegateDeliverNotification;
-    Delegate<void(const String&)> delegateHandleURL; ///< a URL to open; default keeps it for popSavedStartupURL
-    Delegate<URLFetch*()> delegateCreateURLFetch;    ///< makes a download
-    Delegate<void()> delegateBeforeSpriteUpload;     ///< right before a prefetched sprite becomes a texture
-    Delegate<IVec4<float>()> delegateSafeArea;       ///< display without bars and keyboard: left, top, right, bottom
+    Delegate<void(const String&)>
+        delegateHandleURL;                        ///< a URL to open; default keeps it for popSavedStartupURL
+    Delegate<URLFetch*()> delegateCreateURLFetch; ///< makes a download
+    Delegate<void()> delegateBeforeSpriteUpload;  ///< right before a prefetched sprite becomes a texture
+    Delegate<IVec4<float>()>
+        delegateSafeArea; ///< display without bars and keyboard: left, top, right, bottom
     Delegate<IVec4<float>()> delegateSafeAreaForControls; ///< the same for what must stay operable
     /// Asks the user for permission number; default answers yes at once.
     Delegate<void(int, std::function<void(bool)>)> delegateAskPermission;
-    Delegate<Camera*(const CameraParameters&)> delegateCreateCamera;       ///< opens a camera
-    Delegate<const Vector<CameraMetadata>&()> delegateCameraList;          ///< lists the cameras
+    Delegate<Camera*(const CameraParameters&)> delegateCreateCamera;                ///< opens a camera
+    Delegate<const Vector<CameraMetadata>&()> delegateCameraList;                   ///< lists the cameras
     Delegate<AudioInput*(const AudioInputParameters&)> delegateCreateAudioInput;    ///< default null
     Delegate<AudioOutput*(const AudioOutputParameters&)> delegateCreateAudioOutput; ///< default null
     /// Draws a code point in a size into an image; default false.
@@ -523,36 +526,37 @@ public:
     Signal<void()> signalKeyboardChanged;                    ///< the receiver has changed
 
     // What only hosts use, on the desktop, a server or without any display.
-    Delegate<const char*()> delegateDeviceName;        ///< name of the device; default ""
-    Delegate<const char*()> delegatePlatformName;      ///< name of the platform; default "Linux"
-    Delegate<const char*()> delegatePlatformVersion;   ///< version of the platform; default ""
-    Delegate<const char*()> delegateDeviceModel;       ///< model of the device; default ""
-    Delegate<const char*()> delegateOperatingSystem;   ///< name of the operating system; default "Linux"
-    Delegate<const char*()> delegateBundleIdentifier;  ///< identity of the program; default "org.qel"
+    Delegate<const char*()> delegateDeviceName;            ///< name of the device; default ""
+    Delegate<const char*()> delegatePlatformName;          ///< name of the platform; default "Linux"
+    Delegate<const char*()> delegatePlatformVersion;       ///< version of the platform; default ""
+    Delegate<const char*()> delegateDeviceModel;           ///< model of the device; default ""
+    Delegate<const char*()> delegateOperatingSystem;       ///< name of the operating system; default "Linux"
+    Delegate<const char*()> delegateBundleIdentifier;      ///< identity of the program; default "org.qel"
     Delegate<void(KeyboardAction)> delegateKeyboardAction; ///< an editing command of the host's menu
     /// Lets the user pick files or folders.
-    Delegate<void(ExternalPickerType,
-                  const std::function<void(const Vector<Pair<SmartPointer<SystemStream>, SmartPointer<Object>>>&)>&)>
+    Delegate<void(
+        ExternalPickerType,
+        const std::function<void(const Vector<Pair<SmartPointer<SystemStream>, SmartPointer<Object>>>&)>&)>
         delegatePickExternal;
-    Signal<void(SystemSound)> signalPlaySound;            ///< play a sound of the desktop
-    Delegate<void(const char*)> delegateOpenURL;          ///< open a URL outside the program
+    Signal<void(SystemSound)> signalPlaySound;                    ///< play a sound of the desktop
+    Delegate<void(const char*)> delegateOpenURL;                  ///< open a URL outside the program
     Delegate<void(const char*, const char*)> delegateShowMessage; ///< tell the user: title, text
-    Delegate<void(const char*)> delegateSetClipboardText; ///< put text onto the clipboard
-    Delegate<String()> delegateGetClipboardText;          ///< text on the clipboard; default empty
-    Delegate<void(Image*)> delegateSetClipboardImage;     ///< put an image onto the clipboard
-    Delegate<bool()> delegateIsDarkAppearance;            ///< does the desktop ask for dark colours? default false
-    Delegate<bool()> delegateIsNetworkAvailable;          ///< is there a network? default true
+    Delegate<void(const char*)> delegateSetClipboardText;         ///< put text onto the clipboard
+    Delegate<String()> delegateGetClipboardText;                  ///< text on the clipboard; default empty
+    Delegate<void(Image*)> delegateSetClipboardImage;             ///< put an image onto the clipboard
+    Delegate<bool()> delegateIsDarkAppearance;   ///< does the desktop ask for dark colours? default false
+    Delegate<bool()> delegateIsNetworkAvailable; ///< is there a network? default true
     Delegate<bool(IVec2<float>&)> delegatePointerPosition; ///< where the pointer is; default false
-    Delegate<uint64()> delegateGraphicsMemoryInUse;       ///< bytes; default 0
-    Delegate<uint64()> delegateGraphicsMemoryLimit;       ///< bytes; default 0x1000000000
-    Delegate<int()> delegateThermalState;                 ///< 0 cool and rising; default 0
-    Delegate<int()> delegateBatteryPercent;               ///< 0 to 100; default -1, no battery
-    Delegate<void()> delegateRequestFrame;                ///< draw a frame soon
-    Delegate<void()> delegateRaiseWindow;                 ///< bring the window to the front
-    Delegate<void(bool)> delegateSetFullscreen;           ///< fill the display with the window
-    Signal<void()> signalNetworkChanged;                  ///< the network came or went
-    Signal<void()> signalAppearanceChanged;               ///< the desktop's colours changed
-    Signal<void()> signalQuitRequested;                   ///< the user or the session wants the program to end
+    Delegate<uint64()> delegateGraphicsMemoryInUse;        ///< bytes; default 0
+    Delegate<uint64()> delegateGraphicsMemoryLimit;        ///< bytes; default 0x1000000000
+    Delegate<int()> delegateThermalState;                  ///< 0 cool and rising; default 0
+    Delegate<int()> delegateBatteryPercent;                ///< 0 to 100; default -1, no battery
+    Delegate<void()> delegateRequestFrame;                 ///< draw a frame soon
+    Delegate<void()> delegateRaiseWindow;                  ///< bring the window to the front
+    Delegate<void(bool)> delegateSetFullscreen;            ///< fill the display with the window
+    Signal<void()> signalNetworkChanged;                   ///< the network came or went
+    Signal<void()> signalAppearanceChanged;                ///< the desktop's colours changed
+    Signal<void()> signalQuitRequested; ///< the user or the session wants the program to end
     Signal<void(unsigned, unsigned)> signalFramebufferSizeChanged; ///< new width and height in pixels
 
 private:
