@@ -1,0 +1,6 @@
+// The least program that uses the standard streams.
+#include <iostream>
+
+int main() {
+    std::cout << std::flush;
+}
