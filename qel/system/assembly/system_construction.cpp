@@ -1,0 +1,103 @@
+#include <qel/system/core/system.h>
+
+#include <qel/foundation/locale/gregorian_date.h>
+#include <qel/platform/known_folders.h>
+#include <qel/platform/machine.h>
+#include <qel/platform/process_self.h>
+#include <qel/plugins/resource_locator.h>
+#include <qel/script/vm.h>
+#include <qel/system/core/clock.h>
+#include <qel/system/report/version.h>
+#include <qel/system/services/random_engine.h>
+#include <qel/system/tasks/main_pool.h>
+#include <qel/system/tasks/parallel.h>
+#include <qel/system/tasks/perfmon.h>
+#include <qel/system/tasks/scheduler.h>
+#include <qel/system/tasks/task_queue.h>
+#include <qel/system/tasks/thread_pool.h>
+
+namespace qel {
+
+namespace {
+
+/// Folder of this product family below a folder for application data.
+constexpr const char* kProductFolder = "/ORLANE";
+
+String languageOfUser() {
+    return platform::userLocaleName().starts_with("de_") ? "de" : "en";
+}
+
+String userDataBase() {
+    const std::string folder = platform::userLocalDataFolder();
+    return folder.empty() ? String() : String(folder + kProductFolder);
+}
+
+} // namespace
+
+// The order matters: what is made later reaches back through g_system and rests on what stands before it.
+System::System() {
+    m_randomEngine = std::make_unique<RandomEngine>();
+    internal::g_system = this;
+    m_applicationFactory = [] { return new Application; };
+    readMachine();
+    m_threadPool = new ThreadPool;
+    m_mainPool = new MainPool;
+    m_resourceLocator = new ResourceLocator;
+    m_scheduler = new Scheduler;
+    m_executablePath = platform::executablePath();
+    setDefaultDirectories(userDataBase());
+    m_language = languageOfUser();
+    connectDefaultHooks();
+    m_vm = std::make_unique<qelSq::VM>();
+    m_presentationTime = getTime();
+    m_firstUTC = m_passUTC = getUTCDateTime();
+    String::utf8_init_charset_conversion();
+    createGlobalQueues();
+    setBuildEnvironment();
+}
+
+// What is queued is dropped and what runs finishes, queues before pools, and scripts last of all that
+// could still be reached by a task.
+System::~System() {
+    m_blockingDestructorQueue->wait();
+    m_blockingDestructorQueue = nullptr;
+    m_deleteIOQueue = nullptr;
+    m_parallelQueue = nullptr;
+    m_mainQueue = nullptr;
+    m_mainPool = nullptr;
+    m_parallel = nullptr;
+    m_threadPool = nullptr;
+    m_resourceLocator = nullptr;
+    m_vm = nullptr;
+    m_scheduler = nullptr;
+    m_perfMon = nullptr;
+    m_application = nullptr;
+}
+
+void System::readMachine() {
+    m_pageSize = platform::pageSize();
+    m_processorCount = platform::processorCount();
+    m_physicalMemorySize = platform::physicalMemorySize();
+    m_steadyBaseMs = Clock::current().steadyNanoseconds() / 1'000'000;
+}
+
+void System::setDefaultDirectories(const String& base) {
+    m_applicationDirectory = base;
+    m_cacheDirectory = base;
+    m_secureKeyDirectory = base;
+}
+
+void System::createGlobalQueues() {
+    m_mainQueue = new TaskQueue(TaskQueue::kMain, 0);
+    m_parallelQueue = new TaskQueue(TaskQueue::kParallel, 0);
+    m_deleteIOQueue = new TaskQueue(TaskQueue::kDeleteIO, 0);
+    m_blockingDestructorQueue = new TaskQueue(TaskQueue::kBlockingDestructor, 0);
+}
+
+void System::setBuildEnvironment() {
+    setEnv("product-version", Version::getVersionString());
+    setEnv("build-date", Version::getBuildDate());
+    setEnv("build-date-hmr", GregorianDate::fromYYYYMMDD(Version::getBuildDate()).formatAsShortTextDate(""));
+}
+
+} // namespace qel

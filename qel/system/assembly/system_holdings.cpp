@@ -1,0 +1,18 @@
+#include <qel/system/core/system.h>
+
+#include <qel/system/tasks/parallel.h>
+#include <qel/system/tasks/perfmon.h>
+
+namespace qel {
+
+PerfMon* System::getPerfMon() {
+    if (!m_perfMon) m_perfMon = new PerfMon;
+    return m_perfMon.get();
+}
+
+void System::execute(ParallelKernel& kernel) {
+    if (!m_parallel) m_parallel = new Parallel;
+    m_parallel->execute(kernel);
+}
+
+} // namespace qel

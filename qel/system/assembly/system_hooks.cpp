@@ -1,0 +1,43 @@
+#include <qel/system/core/system.h>
+
+namespace qel {
+
+namespace {
+
+/// Connects a listener that always answers @p value.
+template <typename R, typename... Args, typename Value>
+void answer(Delegate<R(Args...)>& hook, Value value) {
+    hook.connect([value](Args...) -> R { return value; });
+}
+
+} // namespace
+
+void System::connectDefaultHooks() {
+    delegateSleep.connect([](unsigned milliseconds) { System::sleep(milliseconds); });
+    delegateHandleURL.connect([this](const String& url) { _default_handleURL(url); });
+    delegateSafeArea.connect([this] { return defaultSafeArea(); });
+    delegateSafeAreaForControls.connect([this] { return defaultSafeArea(); });
+    delegateAskPermission.connect([](int, const std::function<void(bool)>& answerWith) { answerWith(true); });
+
+    answer(delegateCreateAudioInput, nullptr);
+    answer(delegateCreateAudioOutput, nullptr);
+    answer(delegateRenderGlyph, false);
+    answer(delegateGlyphMetric, 0.0f);
+
+    answer(delegateDeviceName, "");
+    answer(delegatePlatformName, "Linux");
+    answer(delegatePlatformVersion, "");
+    answer(delegateDeviceModel, "");
+    answer(delegateOperatingSystem, "Linux");
+    answer(delegateBundleIdentifier, "org.qel");
+    answer(delegateGetClipboardText, String());
+    answer(delegateIsDarkAppearance, false);
+    answer(delegateIsNetworkAvailable, true);
+    answer(delegatePointerPosition, false);
+    answer(delegateGraphicsMemoryInUse, uint64{0});
+    answer(delegateGraphicsMemoryLimit, uint64{0x1000000000});
+    answer(delegateThermalState, 0);
+    answer(delegateBatteryPercent, -1);
+}
+
+} // namespace qel
