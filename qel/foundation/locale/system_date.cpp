@@ -6,8 +6,8 @@ namespace qel {
 
 String System::getUTCDateTimeString() {
     // The log asks for this also where no System lives whose language would count.
-    const char* const language = internal::g_system != nullptr ? internal::g_system->getLanguage().c_str() : "en";
-    return GregorianDate::fromUTCDateTime(getUTCDateTimeStatic()).formatAsShortDateTime(language);
+    const String language = internal::g_system != nullptr ? internal::g_system->getLanguage() : String("en");
+    return GregorianDate::fromUTCDateTime(getUTCDateTimeStatic()).formatAsShortDateTime(language.c_str());
 }
 
 } // namespace qel

@@ -46,7 +46,7 @@ System::System() {
     m_scheduler = new Scheduler;
     m_executablePath = platform::executablePath();
     setDefaultDirectories(userDataBase());
-    m_language = languageOfUser();
+    setLanguage(languageOfUser());
     connectDefaultHooks();
     m_vm = std::make_unique<qelSq::VM>();
     m_presentationTime = getTime();

@@ -348,9 +348,9 @@ public:
 
     // --- plain state --------------------------------------------------------------------------------
 
-    /// Language of texts, a short lower-case code such as "en".
-    const String& getLanguage() const { return m_language; }
-    /// Stores @p language in lower case.
+    /// Language of texts, a short lower-case code such as "en". @threads any thread.
+    String getLanguage() const;
+    /// Stores @p language in lower case. @threads any thread.
     void setLanguage(SmartCStr language);
     /// How the display may turn; 2 at the start, the meaning is the host's.
     int getRotateMode() const { return m_rotateMode; }
@@ -608,7 +608,8 @@ private:
     String m_executablePath;
     Rotation m_currentRotation = Rotation::None;
     DeviceType m_deviceType = DeviceType::Desktop;
-    String m_language;
+    mutable Mutex m_languageMutex;
+    String m_language QEL_GUARDED_BY(m_languageMutex);
     unsigned m_pageSize = 4096;
     bool m_backgroundMode = false;
     bool m_backgroundTickAllowed = false;

@@ -40,8 +40,15 @@ void System::processFramebufferSizeChange(int width, int height) {
         m_maxFramebufferSize = IVec2<int>(width, height);
 }
 
+String System::getLanguage() const {
+    const MutexLock lock(m_languageMutex);
+    return m_language;
+}
+
 void System::setLanguage(SmartCStr language) {
-    m_language = String(language.c_str()).utf8_lowercase();
+    String lower = String(language.c_str()).utf8_lowercase();
+    const MutexLock lock(m_languageMutex);
+    m_language.swap(lower);
 }
 
 bool System::hasSecureKeyImplementation() const {
