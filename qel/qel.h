@@ -44,6 +44,7 @@
 #include <qel/platform/clock.h>
 #include <qel/platform/command_line.h>
 #include <qel/platform/console.h>
+#include <qel/platform/cpu.h>
 #include <qel/platform/crash.h>
 #include <qel/platform/file_system.h>
 #include <qel/platform/interrupt.h>

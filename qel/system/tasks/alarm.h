@@ -46,6 +46,7 @@ public:
 private:
     friend class Scheduler;
 
+    void link(AlarmLink& ring, uint32 slot);
     void unlink();
 
     uint32 m_slot = 0;

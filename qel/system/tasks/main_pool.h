@@ -30,6 +30,7 @@ public:
     void processEvents();
 
 private:
+    void takeIncoming();
     TaskQueue* takeNext();
 
     Mutex m_mutex; // behind every queue's

@@ -26,7 +26,7 @@ public:
     ~PerfMon() override;
 
     /// Opens the section @p name inside the one that is open. Allocates on the first use of a name there.
-    /// @errors with 32 sections open: logged, without an effect.
+    /// @errors with 33 sections open: logged, without an effect.
     void begin(const char* name);
     /// The same at the time @p now, a UTC stamp that the caller has just read.
     void begin(const char* name, int64 now);

@@ -1,6 +1,7 @@
 // TaskQueue: work in order, and the rule of how much of it may run at once.
 #pragma once
 
+#include <qel/foundation/base/containers.h>
 #include <qel/foundation/base/mutex.h>
 #include <qel/foundation/base/object.h>
 #include <qel/foundation/base/types.h>
@@ -8,9 +9,9 @@
 
 #include <atomic>
 #include <condition_variable>
-#include <deque>
-#include <type_traits>
+#include <list>
 #include <utility>
+#include <vector>
 
 namespace qel {
 
@@ -163,27 +164,35 @@ private:
     friend class TaskContext;
     friend class ThreadPool;
 
-    /// One push. It stays where it is while workers take its runs without the lock.
-    struct Entry {
-        Entry(Task* t, uint32 count, uint32 load) : task(t), remaining(count), workload(load) {}
+    struct Entry;
 
-        Task* const task;
-        std::atomic<int64> remaining; // runs not yet taken; below 0 when several workers found it empty
-        const uint32 workload;
-        uint32 users = 0; // workers that take runs from it; under the queue's mutex
+    /// Pushes in order. Only the first may have no runs left: whoever takes the next one removes it.
+    struct Entries {
+        Entry* first = nullptr;
+        Entry* last = nullptr;
+        uint32 count = 0;
     };
-    /// Entries in order. An entry whose runs are all taken leaves when its last user does.
-    using Entries = std::deque<Entry*>;
+
+    /// Tasks that were taken off the queue unrun, with the number of their references.
+    using Dropped = std::vector<Pair<Task*, uint32>>;
+
+    static void append(Entries& entries, Entry* entry);
+    static void removeFirst(Entries& entries);
+    static void release(const Dropped& dropped);
 
     Entry* takeFrontLocked() QEL_REQUIRES(m_mutex);
     void leaveLocked(Entry* entry) QEL_REQUIRES(m_mutex);
     void runEntry(Entry& entry);
-    void runOnce(Entry& entry, uint32 index);
+    void schedule(uint32 runs);
     bool startNextSegmentLocked() QEL_REQUIRES(m_mutex);
     void withdrawRunsLocked() QEL_REQUIRES(m_mutex);
-    void dropEntries(Entries entries);
-    void finishRunLocked(uint32 runs) QEL_REQUIRES(m_mutex);
-    bool waitBriefly();
+    void setActiveCountLocked(uint32 count) QEL_REQUIRES(m_mutex);
+    uint32 activeCount() const { return m_activeCount.load(std::memory_order_relaxed); }
+    void disableMainQueue();
+    void disableWorkerQueue();
+    void dropEntriesLocked(Entries& entries, Dropped& dropped) QEL_REQUIRES(m_mutex);
+    void dropSegmentsLocked(Dropped& dropped) QEL_REQUIRES(m_mutex);
+    void waitBriefly();
     bool hasBriefWaiter() const { return m_briefWaiters.load(std::memory_order_relaxed) != 0; }
 
     const Type m_type;
@@ -196,8 +205,8 @@ private:
     std::condition_variable m_idle;
     std::atomic<uint32> m_activeCount{0}; // runs scheduled or going on; written under the mutex
     uint32 m_runningCount QEL_GUARDED_BY(m_mutex) = 0;
-    Entries m_current QEL_GUARDED_BY(m_mutex);
-    std::deque<Entries> m_segments QEL_GUARDED_BY(m_mutex);
+    Entries m_current QEL_GUARDED_BY(m_mutex);             // what may run now
+    std::list<Entries> m_segments QEL_GUARDED_BY(m_mutex); // what waits behind each barrier
 };
 
 /// What a running task sees of its queue; lives on the stack of the running thread.

@@ -51,6 +51,9 @@ public:
     unsigned getNumberOfThreads() const;
     /// How many of them have nothing to do at this moment. @threads any thread.
     unsigned getNumberOfIdleThreads() const;
+    /// Whether as many workers run tasks as there are processors; who waits then had better sleep.
+    /// @threads any thread.
+    bool isEveryProcessorBusy() const;
 
 private:
     friend class TaskQueue;
@@ -60,12 +63,19 @@ private:
         uint32 units;
     };
 
+    void pushQueueFromWorker(unsigned units, TaskQueue* queue, bool highPriority);
+    uint32 enqueue(unsigned units, TaskQueue* queue, bool highPriority);
+    void tryStartWorker();
+    void callWorkerForPendingRuns();
+
     void work();
     TaskQueue* takeUnitLocked() QEL_REQUIRES(m_mutex);
-    bool hasUnitsLocked() const QEL_REQUIRES(m_mutex) { return !m_runs[0].empty() || !m_runs[1].empty(); }
-    bool mayWakeLocked() QEL_REQUIRES(m_mutex);
-    void wakeForPendingRuns();
-    bool mayWaiterSpin() const;
+    bool countRunInLocked(const TaskQueue& queue) QEL_REQUIRES(m_mutex);
+    void countRunOutLocked(bool isIO) QEL_REQUIRES(m_mutex);
+    bool callWorkerLocked() QEL_REQUIRES(m_mutex);
+    void lookOut() const;
+    void sleepLocked() QEL_REQUIRES(m_mutex);
+    void addPendingLocked(uint32 units) QEL_REQUIRES(m_mutex);
 
     const uint32 m_idleLimit;
     const uint32 m_processorCount;

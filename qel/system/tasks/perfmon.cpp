@@ -1,0 +1,109 @@
+#include <qel/system/tasks/perfmon.h>
+
+#include <qel/foundation/log/message_stream.h>
+#include <qel/system/core/system.h>
+#include <qel/system/tasks/perf_section_p.h>
+
+#include <fmt/printf.h>
+
+#include <algorithm>
+#include <iterator>
+#include <vector>
+
+namespace qel {
+
+namespace {
+
+constexpr std::size_t kMaxOpenSections = 33;
+constexpr int64 kTicksPerMs = 10'000;
+constexpr int64 kBlockingTicks = 4000 * kTicksPerMs;
+constexpr uint32 kReportPeriodMs = 2001;
+
+void appendReport(const PerfSection& parent, double factor, const std::string& indent, std::string& report) {
+    const double whole = static_cast<double>(parent.totalTime);
+    for (const auto& [name, section] : parent.children) {
+        const double share = parent.totalTime == 0 ? 1.0 : static_cast<double>(section->totalTime) / whole;
+        report += fmt::sprintf("%s * %5.2f%% %5.2f%% %4.1fms %s\n", indent, factor * share * 100.0,
+                               share * 100.0, static_cast<double>(section->maxTime) / kTicksPerMs,
+                               static_cast<const std::string&>(name));
+        appendReport(*section, factor * share, indent + " ", report);
+    }
+}
+
+void resetSums(PerfSection& section) {
+    section.totalTime = section.maxTime = section.count = 0;
+    for (auto& [name, child] : section.children) resetSums(*child);
+}
+
+} // namespace
+
+struct PerfMon::Private {
+    PerfSection& top() { return open.empty() ? root : *open.back(); }
+
+    PerfSection root{""};
+    std::vector<PerfSection*> open; // outermost first, without the root
+    String report;
+    uint32 lastReportTime = 0;
+};
+
+PerfMon::PerfMon() : d(std::make_unique<Private>()) {
+    d->open.reserve(kMaxOpenSections);
+}
+
+PerfMon::~PerfMon() = default;
+
+void PerfMon::begin(const char* name) {
+    begin(name, system()->getUTCDateTime());
+}
+
+void PerfMon::begin(const char* name, int64 now) {
+    if (d->open.size() >= kMaxOpenSections) {
+        logging::error() << "[PERFMON] too much recursion at begin";
+        return;
+    }
+    PerfSection& section = d->top().child(name);
+    section.startTime = now;
+    d->open.push_back(&section);
+}
+
+void PerfMon::end(const char* name) {
+    end(name, system()->getUTCDateTime());
+}
+
+void PerfMon::end(const char* name, int64 now) {
+    PerfSection& top = d->top();
+    if (d->open.empty() || top.name != name) {
+        logging::error() << "[PERFMON] mismatch begin(" << top.name << ") to end(" << name << ")";
+        return;
+    }
+    const int64 duration = std::max(now - top.startTime, int64{0}); // the wall clock may be set back
+    if (duration > kBlockingTicks) noteBlocking(duration);
+    top.add(static_cast<uint64>(duration));
+    d->open.pop_back();
+}
+
+void PerfMon::noteBlocking(int64 duration) {
+    if (d->open.size() == 1) ++m_blockingCount;
+    const float milliseconds = static_cast<float>(duration) / static_cast<float>(kTicksPerMs);
+    m_blockingTimeMillis += static_cast<uint64>(milliseconds);
+    std::string path;
+    for (const PerfSection* section : d->open) path += (path.empty() ? "" : "/") + section->name;
+    logging::warning() << "[PERFMON] blocking section '" << path << "' time=" << milliseconds
+                       << "ms #total=" << m_blockingCount;
+}
+
+void PerfMon::updateReport() {
+    const uint32 now = system()->getTimeFast();
+    if (now - d->lastReportTime < kReportPeriodMs) return;
+    d->lastReportTime = now;
+    std::string report;
+    appendReport(d->root, 1.0, "", report);
+    d->report = report;
+    resetSums(d->root);
+}
+
+const String& PerfMon::getReport() const {
+    return d->report;
+}
+
+} // namespace qel

@@ -1,0 +1,284 @@
+#include <qel/system/tasks/task_queue.h>
+
+#include <qel/platform/cpu.h>
+#include <qel/system/core/system.h>
+#include <qel/system/tasks/brief_lock_p.h>
+#include <qel/system/tasks/main_pool.h>
+#include <qel/system/tasks/thread_pool.h>
+
+#include <algorithm>
+
+namespace qel {
+
+/// One push. It stays where it is while several workers take its runs without the lock.
+struct TaskQueue::Entry {
+    Entry(Task* pushedTask, uint32 count, uint32 workloadOfRun)
+        : task(pushedTask), remaining(count), workload(workloadOfRun) {}
+
+    Task* const task;
+    std::atomic<int64> remaining; // runs not yet taken; below 0 when several workers found none
+    const uint32 workload;
+    uint32 users = 0; // workers that take runs from it; under the queue's mutex
+    Entry* next = nullptr;
+};
+
+TaskQueue::SegmentInParts::SegmentInParts(uint32 totalCount)
+    : total(totalCount), parts(std::min(2 * system()->getProcessorCount(), totalCount)) {}
+
+TaskQueue::TaskQueue(Type type, int queueID) : m_type(type), m_queueID(queueID) {}
+
+TaskQueue::~TaskQueue() {
+    disable();
+    Dropped dropped;
+    BriefLock lock(m_mutex);
+    dropSegmentsLocked(dropped); // a paused main queue still has them
+    lock.unlock();
+    release(dropped);
+}
+
+void TaskQueue::pushTask(Task* task, unsigned workload) {
+    pushTaskN(1, task, workload);
+}
+
+void TaskQueue::pushTaskN(unsigned count, Task* task, unsigned workload) {
+    if (count == 0) return;
+    if (isAborting()) {
+        if (task->getReferenceCount() == 0) delete task;
+        return;
+    }
+    task->increaseReferenceCountBy(count);
+    Entry* entry = new Entry(task, count, workload);
+    if (workload != 0) m_workload.fetch_add(count * workload, std::memory_order_relaxed);
+
+    BriefLock lock(m_mutex);
+    if (!m_segments.empty()) return append(m_segments.back(), entry);
+    append(m_current, entry);
+    if (!isParallelQueue() && activeCount() != 0) return; // the run that goes on will find it
+    const uint32 runs = isParallelQueue() ? count : 1;
+    setActiveCountLocked(activeCount() + runs);
+    lock.unlock();
+    schedule(runs);
+}
+
+void TaskQueue::schedule(uint32 runs) {
+    if (isMainQueue()) {
+        system()->getMainPool()->pushMainQueue(this);
+    } else {
+        system()->getThreadPool()->pushQueue(runs, this, isHighPriQueue());
+    }
+}
+
+void TaskQueue::pushBarrier() {
+    BriefLock lock(m_mutex);
+    if (activeCount() != 0) m_segments.emplace_back();
+}
+
+void TaskQueue::processTasks() {
+    BriefLock lock(m_mutex);
+    ++m_runningCount;
+    do {
+        while (Entry* entry = takeFrontLocked()) {
+            lock.unlock();
+            runEntry(*entry);
+            lock.lock();
+            leaveLocked(entry);
+        }
+    } while (startNextSegmentLocked());
+    --m_runningCount;
+    setActiveCountLocked(activeCount() - 1);
+}
+
+TaskQueue::Entry* TaskQueue::takeFrontLocked() {
+    while (Entry* entry = m_current.first) {
+        if (entry->remaining.load(std::memory_order_relaxed) > 0) {
+            ++entry->users;
+            return entry;
+        }
+        removeFirst(m_current);
+        if (entry->users == 0) delete entry;
+    }
+    return nullptr;
+}
+
+void TaskQueue::leaveLocked(Entry* entry) {
+    if (--entry->users != 0) return;
+    if (m_current.first == entry) removeFirst(m_current);
+    delete entry;
+}
+
+void TaskQueue::runEntry(Entry& entry) {
+    uint32 endedRuns = 0;
+    int64 index = 0;
+    do {
+        index = entry.remaining.fetch_sub(1, std::memory_order_relaxed) - 1;
+        if (index < 0) break;
+        TaskContext context(this, static_cast<uint32>(index), entry.workload);
+        if (!isAborting()) entry.task->execute(context);
+        if (context.m_workload != 0) m_workload.fetch_sub(context.m_workload, std::memory_order_relaxed);
+        // Runs of a parallel queue end in no order that anyone could know, so their references go together.
+        if (isParallelQueue()) {
+            ++endedRuns;
+        } else {
+            entry.task->decreaseReferenceCount();
+        }
+    } while (index > 0);
+    if (endedRuns != 0) entry.task->decreaseReferenceCountBy(endedRuns);
+}
+
+bool TaskQueue::startNextSegmentLocked() {
+    // Runs that no worker has begun would find nothing to do.
+    if (activeCount() > m_runningCount) withdrawRunsLocked();
+    if (activeCount() != 1 || m_segments.empty()) return false;
+
+    m_current = m_segments.front();
+    m_segments.pop_front();
+    if (!isParallelQueue()) return true;
+    int64 runs = -1; // this one goes on
+    for (Entry* entry = m_current.first; entry; entry = entry->next) runs += entry->remaining;
+    if (runs >= 1) {
+        setActiveCountLocked(activeCount() + static_cast<uint32>(runs));
+        system()->getThreadPool()->pushQueueFromWorker(static_cast<uint32>(runs), this, isHighPriQueue());
+    }
+    return true;
+}
+
+void TaskQueue::withdrawRunsLocked() {
+    if (isMainQueue()) return;
+    const uint32 withdrawn = system()->getThreadPool()->withdrawQueue(this, isHighPriQueue());
+    setActiveCountLocked(activeCount() - withdrawn);
+}
+
+void TaskQueue::setActiveCountLocked(uint32 count) {
+    m_activeCount.store(count, std::memory_order_relaxed);
+    if (count == 0 && !isMainQueue()) m_idle.notify_all(); // under the lock: the queue may die right after
+}
+
+void TaskQueue::pause() {
+    MutexLock lock(m_mutex);
+    while (activeCount() != 0) m_idle.wait(lock.standard());
+    if (m_segments.empty()) m_segments.emplace_back();
+}
+
+void TaskQueue::resume() {
+    BriefLock lock(m_mutex);
+    if (m_segments.empty() || activeCount() != 0) return;
+    const uint32 runs = isParallelQueue() ? std::max(m_segments.front().count, uint32{1}) : 1;
+    setActiveCountLocked(runs);
+    lock.unlock();
+    system()->getThreadPool()->pushQueue(runs, this, isHighPriQueue());
+}
+
+void TaskQueue::abort() {
+    disable();
+    m_aborting.store(false, std::memory_order_release);
+}
+
+void TaskQueue::disable() {
+    if (m_aborting.exchange(true)) return;
+    isMainQueue() ? disableMainQueue() : disableWorkerQueue();
+}
+
+void TaskQueue::disableMainQueue() {
+    Dropped dropped;
+    BriefLock lock(m_mutex);
+    if (activeCount() == 0) return;
+    dropEntriesLocked(m_current, dropped);
+    system()->getMainPool()->removeMainQueue(this);
+    lock.unlock();
+    release(dropped);
+}
+
+void TaskQueue::disableWorkerQueue() {
+    MutexLock lock(m_mutex);
+    while (true) {
+        Dropped dropped;
+        dropSegmentsLocked(dropped);
+        dropEntriesLocked(m_current, dropped);
+        if (dropped.empty()) {
+            if (activeCount() > m_runningCount) withdrawRunsLocked();
+            if (activeCount() == 0) return;
+            m_idle.wait(lock.standard());
+            continue;
+        }
+        lock.unlock();
+        release(dropped); // a task that dies may use the queue
+        lock.lock();
+    }
+}
+
+void TaskQueue::dropSegmentsLocked(Dropped& dropped) {
+    for (Entries& entries : m_segments) dropEntriesLocked(entries, dropped);
+    m_segments.clear();
+}
+
+void TaskQueue::dropEntriesLocked(Entries& entries, Dropped& dropped) {
+    while (Entry* entry = entries.first) {
+        removeFirst(entries);
+        const int64 count = entry->remaining.exchange(0);
+        if (count > 0) {
+            dropped.emplace_back(entry->task, static_cast<uint32>(count));
+            m_workload.fetch_sub(static_cast<uint32>(count) * entry->workload, std::memory_order_relaxed);
+        }
+        if (entry->users == 0) delete entry; // else its last user does
+    }
+}
+
+void TaskQueue::release(const Dropped& dropped) {
+    for (const auto& [task, count] : dropped) task->decreaseReferenceCountBy(count);
+}
+
+void TaskQueue::wait() {
+    if (!isMainQueue()) waitBriefly();
+    MutexLock lock(m_mutex);
+    while (activeCount() != 0) m_idle.wait(lock.standard());
+}
+
+/// Looks out for the end for some microseconds, which saves the cost of sleeping and being woken. Workers
+/// leave it to such a waiter to call further workers, since short tasks don't need them.
+void TaskQueue::waitBriefly() {
+    constexpr int kRounds = 1000;
+    constexpr int kRoundOfCall = 64;
+    if (activeCount() == 0) return;
+    ThreadPool& pool = *system()->getThreadPool();
+    m_briefWaiters.fetch_add(1);
+    for (int round = 0; round < kRounds && activeCount() != 0; ++round) {
+        platform::relaxCpu();
+        if (round < kRoundOfCall) continue;
+        if (round == kRoundOfCall) pool.callWorkerForPendingRuns();
+        if (pool.isEveryProcessorBusy()) break;
+    }
+    m_briefWaiters.fetch_sub(1);
+    if (activeCount() != 0) pool.callWorkerForPendingRuns();
+}
+
+bool TaskQueue::empty() const {
+    BriefLock lock(m_mutex);
+    return activeCount() == 0;
+}
+
+unsigned TaskQueue::getNumberOfQueuedTasks() const {
+    BriefLock lock(m_mutex);
+    const Entry* first = m_current.first;
+    const bool firstIsTaken = first && first->remaining.load(std::memory_order_relaxed) <= 0;
+    return m_current.count - (firstIsTaken ? 1 : 0);
+}
+
+void TaskQueue::append(Entries& entries, Entry* entry) {
+    (entries.last ? entries.last->next : entries.first) = entry;
+    entries.last = entry;
+    ++entries.count;
+}
+
+void TaskQueue::removeFirst(Entries& entries) {
+    entries.first = entries.first->next;
+    if (!entries.first) entries.last = nullptr;
+    --entries.count;
+}
+
+void TaskContext::changeWorkload(unsigned workload) {
+    if (workload == m_workload) return;
+    m_queue->m_workload.fetch_add(workload - m_workload, std::memory_order_relaxed);
+    m_workload = workload;
+}
+
+} // namespace qel
