@@ -12,12 +12,11 @@ configure() { # PRESET [CMAKE OPTION...]
     cmake --preset "$@" >/dev/null
 }
 
-# Builds targets of a preset; says nothing when they are up to date.
+# Builds targets of a preset; says nothing more when they are up to date.
 build() { # PRESET [TARGET...]
     local preset=$1
     shift
     configure "$preset"
-    ninja -C "build/$preset" -n "$@" 2>/dev/null | grep -q 'no work to do' && return
-    say "Building the $preset build"
-    ninja -C "build/$preset" "$@"
+    say "Building ${*:-everything} ($preset)"
+    ninja -C "build/$preset" "$@" | sed -u -e '/^ninja: /d' -e '/Re-checking globbed/d'
 }

@@ -40,7 +40,14 @@ protected:
     class Emission {
     public:
         explicit Emission(ListenerList& list) : m_list(&list), m_outer(list.m_emission) {
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdangling-pointer" // the destructor takes the address out again
+#endif
             list.m_emission = this;
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic pop
+#endif
         }
         Emission(const Emission&) = delete;
         Emission& operator=(const Emission&) = delete;
