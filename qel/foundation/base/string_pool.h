@@ -25,7 +25,8 @@ struct StringElement {
 ///
 /// Texts are spread over shards by their hash; each shard is an open-addressed table that starts empty and
 /// holds the hash beside the pointer, so that a search touches an element only when it is the right one.
-/// @threads any thread. No lock is taken by a caller that holds another one of the pool.
+/// @threads any thread. A shard's lock is the innermost: nothing else is locked under it. Only printStats()
+/// holds several, taken in their order.
 class QEL_API StringPool {
 public:
     /// An empty pool without any memory of its own.
@@ -63,13 +64,11 @@ private:
         StringElement* findLocked(const char* text, std::size_t length, uint64 textHash) QEL_REQUIRES(mutex);
         void insertLocked(StringElement* element) QEL_REQUIRES(mutex);
         void eraseLocked(const StringElement* element) QEL_REQUIRES(mutex);
-        void growLocked() QEL_REQUIRES(mutex);
+        void reserveOneLocked() QEL_REQUIRES(mutex);
     };
-    static constexpr unsigned kShardBits = 6;
+    static constexpr unsigned kShardBits = 5;
 
     Shard& shardOf(uint64 hash);
-    template <typename Visitor>
-    void visitAll(Visitor&& visitor) const;
 
     std::array<Shard, std::size_t(1) << kShardBits> m_shards{};
 };
