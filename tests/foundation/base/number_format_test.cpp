@@ -1,0 +1,98 @@
+#include <qel/foundation/base/number_format.h>
+
+#include <gtest/gtest.h>
+
+#include <clocale>
+#include <cmath>
+#include <cstdio>
+#include <limits>
+
+namespace qel::util {
+namespace {
+
+String print(const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    String text = stringFormat_valist(format, arguments);
+    va_end(arguments);
+    return text;
+}
+
+TEST(NumberFormat, BytesTakeTheLargestUnitBelowThem) {
+    EXPECT_EQ(stringFormatWithBytesUnit1000(0), "0 B");
+    EXPECT_EQ(stringFormatWithBytesUnit1000(999), "999 B");
+    EXPECT_EQ(stringFormatWithBytesUnit1000(1000), "1.0 kB");
+    EXPECT_EQ(stringFormatWithBytesUnit1000(1550000), "1.6 MB");
+    EXPECT_EQ(stringFormatWithBytesUnit1024(1023), "1023 B");
+    EXPECT_EQ(stringFormatWithBytesUnit1024(1536), "1.5 KiB");
+    EXPECT_EQ(stringFormatWithBytesUnit1024(uint64(16) << 30), "16.0 GiB");
+    EXPECT_EQ(stringFormatWithBitsUnit1000(2500000000), "2.5 Gbit");
+}
+
+TEST(NumberFormat, RoundingNeverReachesTheNextUnit) {
+    EXPECT_EQ(stringFormatWithBytesUnit1000(999949), "999.9 kB");
+    EXPECT_EQ(stringFormatWithBytesUnit1000(999950), "1.0 MB");
+    EXPECT_EQ(stringFormatWithBytesUnit1024(1048575), "1.0 MiB");
+    EXPECT_EQ(stringFormatWithBytesUnit1000(std::numeric_limits<uint64>::max()), "18.4 EB");
+    EXPECT_EQ(stringFormatWithBytesUnit1024(std::numeric_limits<uint64>::max()), "16.0 EiB");
+}
+
+TEST(NumberFormat, LengthsAreInMillimetresUnlessAUnitMayBeChosen) {
+    EXPECT_EQ(stringFormatLengthWithMMUnit(1234.567, false), "1234.57 mm");
+    EXPECT_EQ(stringFormatLengthWithMMUnit(1234.567, true), "1.23 m");
+    EXPECT_EQ(stringFormatLengthWithMMUnit(-12, true), "-1.20 cm");
+    EXPECT_EQ(stringFormatLengthWithMMUnit(0.5, true), "500.00 µm");
+    EXPECT_EQ(stringFormatLengthWithMMUnit(0, true), "0.00 mm");
+    EXPECT_EQ(stringFormatLengthWithMMUnit(2e6, true), "2.00 km");
+    EXPECT_EQ(stringFormatLengthWithMMUnit(std::nan(""), true), "nan mm");
+}
+
+TEST(PrintfFormat, GivesWhatTheCLibraryGives) {
+    char expected[200];
+#define EXPECT_AS_C(...)                                                                                     \
+    std::snprintf(expected, sizeof(expected), __VA_ARGS__);                                                  \
+    EXPECT_EQ(print(__VA_ARGS__), expected)
+
+    EXPECT_AS_C("plain %% text");
+    EXPECT_AS_C("%d|%5d|%-5d|%05d|%+d|% d", 42, 42, 42, 42, 42, 42);
+    EXPECT_AS_C("%.4d|%8.4d|%*d|%-*d|%.*d|%.*d", 7, 7, 5, 7, 5, 7, 3, 7, -1, 7);
+    EXPECT_AS_C("%*d|", -6, 7);
+    EXPECT_AS_C("%u|%x|%X|%o|%#x|%#o", 255u, 255u, 255u, 8u, 255u, 8u);
+    EXPECT_AS_C("%ld|%lld|%jd|%zd|%td", -5L, -5LL, std::intmax_t(-5), ssize_t(-5), ptrdiff_t(-5));
+    EXPECT_AS_C("%lu|%llu|%ju|%zu", 5UL, ~0ULL, std::uintmax_t(5), size_t(5));
+    EXPECT_AS_C("%f|%.2f|%10.3f|%-10.1f|%+e|%G|%g", 1.5, 1.005, 3.14159, 2.0, 12345.678, 1e-10, 1e20);
+    EXPECT_AS_C("%Lf|%.3Lf", 1.25L, 2.0L);
+    EXPECT_AS_C("%s|%10s|%-10s|%.2s|%6.2s|%c|%3c|%-3c|", "text", "text", "text", "text", "text", 'c', 'c',
+                'c');
+    EXPECT_AS_C("%10s|%-4s|%.3s|", "äöü", "é", "\xC3\xA4\xC3\xA4");
+#undef EXPECT_AS_C
+}
+
+TEST(PrintfFormat, ShortIntegersKeepTheirLowBits) {
+    EXPECT_EQ(print("%hhd|%hd|%hhu|%hu", 300, 70000, 300u, 70000u), "44|4464|44|4464");
+    EXPECT_EQ(print("%hhd|%hd", 200, 40000), "-56|-25536");
+}
+
+TEST(PrintfFormat, ReadsNoByteBehindAPrecision) {
+    const char letters[3] = {'a', 'b', 'c'};
+    EXPECT_EQ(print("%.3s", letters), "abc");
+}
+
+TEST(PrintfFormat, EndsAtAConversionItDoesNotKnow) {
+    const char* formats[] = {"ab%", "ab%y cd", "ab%5", "ab%l", "ab%."};
+    for (const char* format : formats) EXPECT_EQ(print(format, 1, 2), "ab");
+    const char* null = nullptr;
+    EXPECT_EQ(print(null), "");
+    EXPECT_EQ(print("%s", null), "(null)");
+}
+
+TEST(PrintfFormat, KeepsThePointUnderALocaleWithCommas) {
+    const std::string before = std::setlocale(LC_ALL, nullptr);
+    for (const char* name : {"de_DE.UTF-8", "tr_TR.UTF-8", "cs_CZ.UTF-8"}) std::setlocale(LC_ALL, name);
+    EXPECT_EQ(print("%.1f", 1.5), "1.5");
+    EXPECT_EQ(stringFormatWithBytesUnit1000(1500), "1.5 kB");
+    std::setlocale(LC_ALL, before.c_str());
+}
+
+} // namespace
+} // namespace qel::util

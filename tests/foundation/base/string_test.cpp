@@ -1,0 +1,129 @@
+#include <qel/foundation/base/string.h>
+
+#include <qel/foundation/base/byte_span.h>
+
+#include <gtest/gtest.h>
+
+#include <type_traits>
+#include <unordered_set>
+
+namespace qel {
+namespace {
+
+TEST(String, TakesNullAsTheEmptyText) {
+    const char* null = nullptr;
+    String text = null;
+    EXPECT_EQ(text, "");
+    text = "x";
+    text = null;
+    EXPECT_TRUE(text.empty());
+}
+
+TEST(String, ConvertsToAndFromTheStandardTypeByteByByte) {
+    const std::string bytes("a\0\xFF", 3);
+    const String text = bytes;
+    EXPECT_EQ(text.to_std_string(), bytes);
+    EXPECT_EQ(text.getConstByteSpan().size, 3u);
+    const ConstByteSpan terminated = text.getConstByteSpanWithNullTerminator();
+    EXPECT_EQ(terminated.size, 4u);
+    EXPECT_EQ(terminated[3], 0);
+}
+
+TEST(String, ConcatenationGivesAString) {
+    const String text = "a";
+    const auto sum = "<" + text + std::string("b") + SmartCStr("c") + 'd' + text + nullptr;
+    static_assert(std::is_same_v<decltype(sum), const String>);
+    EXPECT_EQ(sum, "<abcda");
+}
+
+TEST(String, IsAKeyOfUnorderedContainers) {
+    const std::unordered_set<String> names = {"a", "b", "a"};
+    EXPECT_EQ(names.size(), 2u);
+}
+
+TEST(String, SeparatorStandsOnlyBetweenTexts) {
+    String list;
+    list.append_separator(", ", "a");
+    list.append_separator(", ", "");
+    list.append_separator(", ", nullptr);
+    list.append_separator(", ", "b");
+    list.append_separator(nullptr, "c");
+    EXPECT_EQ(list, "a, bc");
+    list.append_separator("-", list);
+    EXPECT_EQ(list, "a, bc-a, bc");
+}
+
+TEST(String, EndsAndContentsAreFoundByTextAndCharacter) {
+    const String text = "study.dcm\n";
+    EXPECT_TRUE(text.begins_with("study") && text.begins_with('s') && text.begins_with(nullptr));
+    EXPECT_TRUE(text.ends_with("dcm\n") && text.ends_with('\n') && text.ends_with_newline());
+    EXPECT_TRUE(text.contains("y.d") && text.contains('.') && text.contains(""));
+    EXPECT_FALSE(text.begins_with("Study") || text.ends_with("dcm") || text.contains("xyz"));
+    EXPECT_TRUE(String("a\r").ends_with_newline());
+    EXPECT_FALSE(String().ends_with_newline());
+}
+
+TEST(String, ReplaceAllCountsAndDoesNotLookIntoWhatItPutIn) {
+    String text = "aXbXX";
+    EXPECT_EQ(text.replace_all("X", "XX"), 3u);
+    EXPECT_EQ(text, "aXXbXXXX");
+    EXPECT_EQ(text.replace_all("", "y"), 0u);
+    EXPECT_EQ(text.replace_all("zz", "y"), 0u);
+    EXPECT_EQ(text.replace_all_copy("XX", ""), "ab");
+    EXPECT_EQ(text.replace_all(text, text), 1u);
+    EXPECT_EQ(text, "aXXbXXXX");
+}
+
+TEST(String, SplitKeepsEmptyPieces) {
+    EXPECT_EQ(String(",a,,b,").split(','), (Vector<String>{"", "a", "", "b", ""}));
+    EXPECT_EQ(String("a").split(','), Vector<String>{"a"});
+    EXPECT_TRUE(String().split(',').empty());
+    Vector<String> pieces = {"old"};
+    String("a::b::").splitByString(pieces, "::");
+    EXPECT_EQ(pieces, (Vector<String>{"a", "b", ""}));
+    pieces[0].splitByString(pieces, "");
+    EXPECT_EQ(pieces, Vector<String>{"a"});
+}
+
+TEST(String, TrimsOnlyWhatEachFormNames) {
+    EXPECT_EQ(String("  \ta b\n  ").trim_spaces(), "\ta b\n");
+    EXPECT_EQ(String(" \r\n a b\t\n ").trim_spaces_newlines(), "a b\t");
+    EXPECT_EQ(String("   ").trim_spaces(), "");
+    EXPECT_EQ(String("0010").trim_leading_zeros(), "10");
+    EXPECT_EQ(String("000").trim_leading_zeros(), "");
+}
+
+TEST(String, HashIsFnvWithoutACutTo32Bits) {
+    EXPECT_EQ(String().hash(), 0x811C9DC5u);
+    EXPECT_EQ(String("a").hash(), (uint64(0x811C9DC5) ^ 'a') * 0x1000193);
+    EXPECT_EQ(String("\xFF").hash(), (uint64(0x811C9DC5) ^ 0xFF) * 0x1000193);
+    EXPECT_GT(String("abc").hash() >> 32, 0u);
+}
+
+TEST(String, ValidateTellsMailAddresses) {
+    for (const char* good : {"a@b.c", "a@@b.c", "@@b.c", "a@b.c.", "a b@c d.e", "ä@.x.y"})
+        EXPECT_TRUE(String(good).validate(0)) << good;
+    for (const char* bad : {"", "a", "@b.c", "a@.c", "a@b.", "a@bc", "a.b@c", "a@b.c\n", "@a.b"})
+        EXPECT_FALSE(String(bad).validate(0)) << bad;
+}
+
+TEST(String, ValidateTellsTelephoneNumbersUpTo512Bytes) {
+    EXPECT_TRUE(String("+49 (0)30/12-34").validate(1));
+    EXPECT_FALSE(String("12a").validate(1));
+    EXPECT_FALSE(String().validate(1));
+    EXPECT_TRUE(String(512, '1').validate(1));
+    EXPECT_FALSE(String(513, '1').validate(1));
+    EXPECT_FALSE(String("1").validate(2));
+    EXPECT_FALSE(String("1").validate(-1));
+}
+
+TEST(String, HexDumpPadsItsLastLine) {
+    const String bytes = std::string("0123456789abcdef\x00\xFFz", 19);
+    EXPECT_EQ(String::createHexDumpFromBuffer(bytes.getConstByteSpan()),
+              "00000000: 30 31 32 33 34 35 36 37 38 39 61 62 63 64 65 66 0123456789abcdef\n"
+              "00000010: 00 FF 7A                                        ..z\n");
+    EXPECT_EQ(String::createHexDumpFromBuffer(ConstByteSpan()), "");
+}
+
+} // namespace
+} // namespace qel
