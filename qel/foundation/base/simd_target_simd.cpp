@@ -1,5 +1,5 @@
 // Carries the name of a kernel file, so that it is compiled for the same targets as they are.
-#include <qel/foundation/base/simd_target.h>
+#include <qel/foundation/base/simd_target_p.h>
 
 #include <hwy/highway.h>
 

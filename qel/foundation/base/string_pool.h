@@ -13,9 +13,9 @@ namespace qel {
 
 /// One interned text: a header with the bytes and a NUL right behind it, allocated in one piece.
 struct StringElement {
-    std::atomic<uint32> referenceCount;
-    uint64 hash;
-    uint64 length;
+    std::atomic<uint32> referenceCount; ///< how many StringIds share it; 0 once it is being removed
+    uint64 hash;                        ///< String::hash() of the text
+    uint64 length;                      ///< bytes before the NUL
 
     /// The bytes, NUL-terminated.
     const char* text() const { return reinterpret_cast<const char*>(this + 1); }

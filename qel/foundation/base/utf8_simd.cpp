@@ -168,8 +168,10 @@ Utf8Run cutIncomplete(const uint8* text, std::size_t position, std::size_t codeP
     for (std::size_t back = 1; back <= kBefore && back <= position; ++back) {
         const uint8 byte = text[position - back];
         if ((byte & 0xC0) == 0x80) continue;
-        if (utf8LengthOfLead(byte) <= back) break;
-        return {position - back, codePoints - 1};
+        const std::size_t length = utf8LengthOfLead(byte);
+        const bool complete =
+            length != 0 && length <= back; // 0: no lead at all, which shows with the next byte
+        return complete ? Utf8Run{position, codePoints} : Utf8Run{position - back, codePoints - 1};
     }
     return {position, codePoints};
 }

@@ -1,4 +1,4 @@
-#include <qel/foundation/base/simd_target.h>
+#include <qel/foundation/base/simd_target_p.h>
 #include <qel/foundation/base/string.h>
 #include <qel/foundation/base/unicode.h>
 
