@@ -102,13 +102,14 @@ LogOStream::LogOStream(int level) : std::ostream(static_cast<std::streambuf*>(th
 
 LogOStream::~LogOStream() = default;
 
-LogOStream::int_type LogOStream::overflow(int_type c) {
-    if (traits_type::eq_int_type(c, traits_type::eof())) return traits_type::not_eof(c);
-    if (traits_type::to_char_type(c) == '\n') {
+int LogOStream::overflow(int c) {
+    if (std::streambuf::traits_type::eq_int_type(c, std::streambuf::traits_type::eof()))
+        return std::streambuf::traits_type::not_eof(c);
+    if (std::streambuf::traits_type::to_char_type(c) == '\n') {
         MessageStream(m_level, 2) << m_lineBuffer;
         m_lineBuffer.clear();
     } else {
-        m_lineBuffer.push_back(traits_type::to_char_type(c));
+        m_lineBuffer.push_back(std::streambuf::traits_type::to_char_type(c));
     }
     return c;
 }

@@ -106,7 +106,7 @@ public:
     ~LogOStream() override;
 
 private:
-    int_type overflow(int_type c) override;
+    int overflow(int c) override;
 
     int m_level;
     std::string m_lineBuffer;
