@@ -40,6 +40,8 @@
 #include <qel/foundation/log/log_backend.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/platform/api.h>
+#include <qel/platform/build_facts.h>
+#include <qel/platform/c_locale.h>
 #include <qel/platform/charset_converter.h>
 #include <qel/platform/clock.h>
 #include <qel/platform/command_line.h>
@@ -75,6 +77,7 @@
 #include <qel/system/core/host_types.h>
 #include <qel/system/core/parallel_kernel.h>
 #include <qel/system/core/system.h>
+#include <qel/system/report/build_description.h>
 #include <qel/system/report/report_generator.h>
 #include <qel/system/report/version.h>
 #include <qel/system/services/keyboard_receiver.h>
