@@ -113,6 +113,9 @@ public:
     /// Deletes the entries of a folder whose name begins with @p prefix. @return how many.
     static int deletePrepareFilesWithPrefix(SmartCStr path, SmartCStr prefix);
 
+    /// Fills the script class @p cls. Defined in script/directory_binding.cpp.
+    static void bindSqVM(qelSq::Object* cls);
+
 private:
     struct Iteration;
 

@@ -151,6 +151,9 @@ public:
     /// Brings the file's content into the system's file cache, if the machine has more than 8 GiB of memory
     /// over the file's size.
     static void prefetchFileIfPossible(SmartCStr path);
+
+    /// Fills the script class @p cls. Defined in script/file_binding.cpp.
+    static void bindSqVM(qelSq::Object* cls);
 };
 
 } // namespace qel
