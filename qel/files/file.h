@@ -10,7 +10,7 @@
 
 #include <cstdio>
 #include <ios>
-#include <iosfwd>
+#include <istream>
 #include <memory>
 
 namespace qel {

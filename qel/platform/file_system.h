@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <ios>
-#include <iosfwd>
+#include <istream>
 #include <memory>
 #include <string>
 #include <string_view>
