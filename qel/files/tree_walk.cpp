@@ -65,9 +65,11 @@ bool TreeVisitor::leftFolder(const FolderCursor&, const String&) {
     return true;
 }
 
-bool TreeVisitor::failed(const FolderCursor&, const String&, const FileError&) {
+bool TreeVisitor::refused(const FolderCursor&, const String&, const FileError&) {
     return false;
 }
+
+void TreeVisitor::failed(const FolderCursor&, const String&, const FileError&) {}
 
 namespace {
 
@@ -140,10 +142,8 @@ bool Walk::visitNext() {
 
 bool Walk::enter(const String& name) {
     FileError error = m_cursor.enter(name);
-    if (error && m_visitor.failed(m_cursor, name, error)) {
-        error = m_cursor.enter(name);
-        if (error) m_visitor.failed(m_cursor, name, error);
-    }
+    if (error && m_visitor.refused(m_cursor, name, error)) error = m_cursor.enter(name);
+    if (error) m_visitor.failed(m_cursor, name, error);
     return !error;
 }
 

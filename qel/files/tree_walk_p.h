@@ -49,9 +49,11 @@ public:
     virtual bool enteredFolder(const FolderCursor& at, const String& name);
     /// The cursor has left the folder @p name, after its content or after enteredFolder() refused it.
     virtual bool leftFolder(const FolderCursor& at, const String& name);
-    /// The folder @p name, or for an empty name the one that the cursor is on, can't be read or not left.
-    /// @return true to try once more. The walk goes on in any case.
-    virtual bool failed(const FolderCursor& at, const String& name, const FileError& error);
+    /// The folder @p name can't be entered. @return whether to try once more. No end of the walk.
+    virtual bool refused(const FolderCursor& at, const String& name, const FileError& error);
+    /// The folder @p name, or for an empty name the one that the cursor is on, was not entered, read to its
+    /// end, or left. The walk goes on unless it was not left.
+    virtual void failed(const FolderCursor& at, const String& name, const FileError& error);
 };
 
 /// The order in which entries of a folder come.
