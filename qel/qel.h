@@ -36,7 +36,6 @@
 #include <qel/foundation/base/weak_pointer.h>
 #include <qel/foundation/locale/date_conversion.h>
 #include <qel/foundation/locale/gregorian_date.h>
-#include <qel/foundation/locale/translation.h>
 #include <qel/foundation/log/log_backend.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/platform/api.h>

@@ -36,8 +36,8 @@ public:
         uint64 creationTime = 0;     ///< UTC stamp; the last change of the entry where the file system keeps
                                      ///< no time of birth
         uint64 modificationTime = 0; ///< UTC stamp
-        bool isDirectory = false;
-        bool isSymLink = false;
+        bool isDirectory = false;    ///< a folder, or a link to one
+        bool isSymLink = false;      ///< a symbolic link
     };
 
     // --- paths as text (file_path.cpp); no file is touched ---------------------------------------------
