@@ -23,7 +23,6 @@
 #include <qel/foundation/base/rect.h>
 #include <qel/foundation/base/signal.h>
 #include <qel/foundation/base/signal_connection.h>
-#include <qel/foundation/base/simd_targets.h>
 #include <qel/foundation/base/smart_cstr.h>
 #include <qel/foundation/base/smart_pointer.h>
 #include <qel/foundation/base/string.h>
@@ -36,11 +35,10 @@
 #include <qel/foundation/base/weak_pointer.h>
 #include <qel/foundation/locale/date_conversion.h>
 #include <qel/foundation/locale/gregorian_date.h>
+#include <qel/foundation/locale/translation.h>
 #include <qel/foundation/log/log_backend.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/platform/api.h>
-#include <qel/platform/build_facts.h>
-#include <qel/platform/c_locale.h>
 #include <qel/platform/charset_converter.h>
 #include <qel/platform/clock.h>
 #include <qel/platform/command_line.h>
@@ -76,7 +74,6 @@
 #include <qel/system/core/host_types.h>
 #include <qel/system/core/parallel_kernel.h>
 #include <qel/system/core/system.h>
-#include <qel/system/report/build_description.h>
 #include <qel/system/report/report_generator.h>
 #include <qel/system/report/version.h>
 #include <qel/system/services/keyboard_receiver.h>

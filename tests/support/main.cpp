@@ -1,5 +1,7 @@
 // Runs the tests of a unit. Every test binary links it; the sanitizers read their settings from here, so that
 // a binary behaves the same under ctest, in a debugger and by hand.
+#include <tests/support/log_capture.h>
+
 #include <gtest/gtest.h>
 
 extern "C" {
@@ -23,5 +25,6 @@ const char* __ubsan_default_options() {
 
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
+    qel::test::installLogGuard();
     return RUN_ALL_TESTS();
 }

@@ -50,6 +50,7 @@ public:
         while (SignalConnection* connection = emission.next()) {
             static_cast<typename Base::BaseConn*>(connection)->call(args...);
         }
+        emission.finish();
     }
 };
 

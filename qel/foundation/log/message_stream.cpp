@@ -103,13 +103,13 @@ LogOStream::LogOStream(int level) : std::ostream(static_cast<std::streambuf*>(th
 LogOStream::~LogOStream() = default;
 
 int LogOStream::overflow(int c) {
-    if (std::streambuf::traits_type::eq_int_type(c, std::streambuf::traits_type::eof()))
-        return std::streambuf::traits_type::not_eof(c);
-    if (std::streambuf::traits_type::to_char_type(c) == '\n') {
+    using Traits = std::char_traits<char>; // both base classes have the name
+    if (Traits::eq_int_type(c, Traits::eof())) return Traits::not_eof(c);
+    if (Traits::to_char_type(c) == '\n') {
         MessageStream(m_level, 2) << m_lineBuffer;
         m_lineBuffer.clear();
     } else {
-        m_lineBuffer.push_back(std::streambuf::traits_type::to_char_type(c));
+        m_lineBuffer.push_back(Traits::to_char_type(c));
     }
     return c;
 }

@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <concepts>
+#include <cstddef>
 #include <ostream>
 #include <streambuf>
 #include <string>
@@ -25,7 +26,8 @@ extern QEL_API std::atomic<bool> g_isCompactLogEnabled;
 
 namespace detail {
 template <typename T>
-concept Text = std::convertible_to<const T&, std::string_view> || std::convertible_to<const T&, const char*>;
+concept Text = !std::same_as<T, std::nullptr_t> && (std::convertible_to<const T&, std::string_view> ||
+                                                    std::convertible_to<const T&, const char*>);
 template <typename T>
 concept Character = std::same_as<T, char> || std::same_as<T, signed char> || std::same_as<T, unsigned char>;
 template <typename T>

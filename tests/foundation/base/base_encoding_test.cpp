@@ -1,5 +1,5 @@
 #include <qel/foundation/base/base_encoding.h>
-#include <qel/foundation/base/simd_targets.h>
+#include <qel/foundation/base/simd_target_p.h>
 #include <qel/foundation/base/string.h>
 
 #include <gtest/gtest.h>
@@ -64,8 +64,8 @@ std::string encodeByBits(const Bytes& bytes, const char* alphabet, unsigned bits
 
 class BaseEncoding : public testing::TestWithParam<std::string> {
 protected:
-    void SetUp() override { ASSERT_TRUE(qel::internal::capSimdTarget(GetParam())); }
-    void TearDown() override { qel::internal::capSimdTarget(""); }
+    void SetUp() override { ASSERT_TRUE(qel::internal::setSimdTarget(GetParam())); }
+    void TearDown() override { qel::internal::setSimdTarget(""); }
 };
 
 struct Base64Form {
@@ -78,7 +78,7 @@ constexpr Base64Form kForms[] = {{kStandard, qel::util::encodeBase64, qel::util:
 
 } // namespace
 
-INSTANTIATE_TEST_SUITE_P(Targets, BaseEncoding, testing::ValuesIn(qel::internal::getSimdTargets()),
+INSTANTIATE_TEST_SUITE_P(Targets, BaseEncoding, testing::ValuesIn(qel::internal::simdTargets()),
                          [](const auto& info) { return info.param; });
 
 TEST_P(BaseEncoding, Base16EqualsTheOracleAtAllLengthsAndStaysInItsMemory) {

@@ -1,0 +1,83 @@
+#include <qel/foundation/base/compression.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+using qel::Buffer;
+using qel::ConstByteSpan;
+using qel::uint8;
+using namespace qel::util;
+
+namespace {
+
+Buffer compressed(std::string_view text) {
+    Buffer frame;
+    EXPECT_TRUE(compress(ConstByteSpan::fromText(text), frame));
+    return frame;
+}
+
+/// A frame of one run-length block behind a header with an 8-byte content size (RFC 8878, section 3.1.1).
+Buffer runLengthFrame(qel::uint64 statedSize, unsigned runLength) {
+    Buffer frame;
+    for (const int byte : {0x28, 0xB5, 0x2F, 0xFD, 0xE0}) *frame.append(1) = static_cast<uint8>(byte);
+    for (int i = 0; i < 8; ++i) *frame.append(1) = static_cast<uint8>(statedSize >> 8 * i);
+    const unsigned header = runLength << 3 | 1u << 1 | 1u;
+    for (int i = 0; i < 3; ++i) *frame.append(1) = static_cast<uint8>(header >> 8 * i);
+    *frame.append(1) = 'r';
+    return frame;
+}
+
+} // namespace
+
+TEST(Compression, GivesBackWhatItTook) {
+    std::string pattern;
+    for (unsigned i = 0; i < 400'000; ++i) pattern.push_back(static_cast<char>(i * i >> 7));
+    for (const std::string& text : {std::string(), std::string("a"), std::string(1'000'000, 'x'), pattern}) {
+        const Buffer frame = compressed(text);
+        EXPECT_EQ(getCompressedContentSize(frame), text.size());
+        Buffer content;
+        ASSERT_TRUE(decompress(frame, content));
+        EXPECT_EQ(content.getConstByteSpan().asText(), text);
+        EXPECT_EQ(content.getReservedSize(), content.getSize());
+    }
+}
+
+TEST(Compression, PlainBytesStateNoSize) {
+    EXPECT_FALSE(getCompressedContentSize({}).has_value());
+    EXPECT_FALSE(getCompressedContentSize(ConstByteSpan::fromText("plain text")).has_value());
+    Buffer frame = compressed("abc");
+    EXPECT_FALSE(getCompressedContentSize({frame.getBytePointer(), 5}).has_value()) << "cut in the header";
+}
+
+TEST(Compression, AFrameIsNotBelievedToHoldMoreThanItsBlocksCan) {
+    Buffer content;
+    ASSERT_TRUE(decompress(runLengthFrame(1000, 1000), content));
+    EXPECT_EQ(content.getConstByteSpan().asText(), std::string(1000, 'r'));
+    for (const qel::uint64 stated : {qel::uint64{1} << 63, qel::uint64{1} << 40, qel::uint64{1001}}) {
+        EXPECT_FALSE(decompress(runLengthFrame(stated, 1000), content)) << stated;
+    }
+    EXPECT_FALSE(decompress(runLengthFrame(999, 1000), content)) << "more comes out than was stated";
+    EXPECT_EQ(content.getSize(), 1000u) << "failure leaves the target alone";
+}
+
+TEST(Compression, EveryDamageOfAFrameIsHarmless) {
+    const std::string text = "some text, some more text, and some text again";
+    const Buffer frame = compressed(text);
+    for (size_t size = 0; size < frame.getSize(); ++size) {
+        Buffer content;
+        EXPECT_FALSE(decompress({frame.getBytePointer(), size}, content)) << size;
+    }
+    for (size_t i = 0; i < frame.getSize(); ++i) {
+        for (int bit = 0; bit < 8; ++bit) {
+            Buffer damaged = frame;
+            damaged[i] = static_cast<uint8>(damaged[i] ^ 1 << bit);
+            Buffer content;
+            if (decompress(damaged, content)) {
+                EXPECT_EQ(content.getSize(), getCompressedContentSize(damaged));
+            } else {
+                EXPECT_TRUE(content.empty());
+            }
+        }
+    }
+}

@@ -1,0 +1,173 @@
+#include <qel/foundation/base/log_line.h>
+#include <qel/foundation/base/string.h>
+#include <qel/foundation/log/message_stream.h>
+
+#include <tests/support/log_capture.h>
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cfloat>
+#include <climits>
+#include <iomanip>
+#include <limits>
+#include <sstream>
+#include <thread>
+
+using qel::logging::MessageStream;
+using qel::test::LogCapture;
+using qel::test::LogLine;
+
+namespace {
+
+/// What one value prints as in a log line and on a fresh standard stream.
+template <typename T>
+void expectPrintsAsOnAStream(const T& value) {
+    LogCapture capture;
+    std::ostringstream stream;
+    stream << '<' << value << '>' << 7 << 0.5;
+    MessageStream(1, 2) << '<' << value << '>' << 7 << 0.5;
+    EXPECT_EQ(capture.take(), (std::vector<LogLine>{{1, 2, stream.str()}}));
+}
+
+struct Point {
+    int x;
+    int y;
+};
+
+std::ostream& operator<<(std::ostream& out, const Point& point) {
+    return out << '(' << point.x << ", " << point.y << ')';
+}
+
+enum Plain { kPlainValue = 3 };
+
+/// Writes a line of its own while a line is being built.
+struct Talkative {};
+
+std::ostream& operator<<(std::ostream& out, const Talkative&) {
+    MessageStream(1, 2) << "inner " << std::hex << 255;
+    return out << "spoken";
+}
+
+std::string textOf(const LogCapture& capture) {
+    const std::vector<LogLine> lines = LogCapture(capture).take();
+    return lines.size() == 1 ? lines[0].text : testing::PrintToString(lines);
+}
+
+} // namespace
+
+TEST(MessageStream, PrintsWholeNumbersAsAStandardStreamDoes) {
+    expectPrintsAsOnAStream(true);
+    expectPrintsAsOnAStream(short{-1});
+    expectPrintsAsOnAStream(INT_MIN);
+    expectPrintsAsOnAStream(UINT_MAX);
+    expectPrintsAsOnAStream(LLONG_MIN);
+    expectPrintsAsOnAStream(ULLONG_MAX);
+    expectPrintsAsOnAStream(kPlainValue);
+}
+
+TEST(MessageStream, PrintsCharactersAsAStandardStreamDoes) {
+    expectPrintsAsOnAStream('c');
+    expectPrintsAsOnAStream(static_cast<signed char>('s'));
+    expectPrintsAsOnAStream(static_cast<unsigned char>('u'));
+    expectPrintsAsOnAStream('\0');
+}
+
+TEST(MessageStream, PrintsFloatingPointNumbersAsAStandardStreamDoes) {
+    for (const double value :
+         {0.0, -0.0, 1.0, 0.1, 1e5, 123456.5, 999999.5, 1e6, 1e-4, 1e-5, 1.0 / 3, DBL_MAX, DBL_MIN, 4.9e-324,
+          std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity(),
+          std::numeric_limits<double>::quiet_NaN()}) {
+        expectPrintsAsOnAStream(value);
+        expectPrintsAsOnAStream(static_cast<float>(value * (value > FLT_MAX ? 0 : 1)));
+        expectPrintsAsOnAStream(static_cast<long double>(value));
+    }
+}
+
+TEST(MessageStream, PrintsTextsAndTypesWithAStreamOperator) {
+    expectPrintsAsOnAStream("literal");
+    expectPrintsAsOnAStream(std::string("zero\0inside", 11));
+    expectPrintsAsOnAStream(std::string_view("view"));
+    expectPrintsAsOnAStream(qel::String("String"));
+    expectPrintsAsOnAStream(Point{1, -2});
+    expectPrintsAsOnAStream(static_cast<const void*>("address"));
+    expectPrintsAsOnAStream(nullptr);
+    LogCapture capture;
+    MessageStream(1, 2) << "a" << static_cast<const char*>(nullptr) << "b" << qel::SmartCStr(nullptr) << "c";
+    EXPECT_EQ(textOf(capture), "abc") << "a null text adds nothing";
+}
+
+TEST(MessageStream, ObeysManipulatorsForTheRestOfTheLineOnly) {
+    LogCapture capture;
+    std::ostringstream stream;
+    stream << std::hex << std::showbase << 255 << ' ' << std::setw(6) << std::left << "x" << std::dec
+           << std::setprecision(3) << 2.0 / 3 << std::boolalpha << true << std::endl;
+    MessageStream(1, 2) << std::hex << std::showbase << 255 << ' ' << std::setw(6) << std::left << "x"
+                        << std::dec << std::setprecision(3) << 2.0 / 3 << std::boolalpha << true << std::endl;
+    EXPECT_EQ(textOf(capture) + "\n", stream.str());
+    MessageStream(1, 2) << 255 << ' ' << 2.0 / 3 << true << Point{3, 4};
+    capture.expect(1, "255 0.6666671(3, 4)");
+}
+
+TEST(MessageStream, ALineMayBeBuiltWhileAnotherIs) {
+    LogCapture capture;
+    MessageStream(1, 2) << "outer " << Talkative() << ' ' << 255;
+    EXPECT_EQ(capture.take(), (std::vector<LogLine>{{1, 2, "inner ff"}, {1, 2, "outer spoken 255"}}));
+}
+
+TEST(MessageStream, ALineMayEndOnAnotherThread) {
+    LogCapture capture;
+    auto line = std::make_unique<MessageStream>(1, 2);
+    *line << "begun here";
+    std::thread([&] {
+        *line << ", ended there";
+        line.reset();
+    }).join();
+    EXPECT_EQ(textOf(capture), "begun here, ended there");
+}
+
+TEST(MessageStream, TrailingWhitespaceIsCutUnlessThereIsNothingElse) {
+    LogCapture capture;
+    MessageStream(2, 2) << " text \t\f\v\r\n\n";
+    capture.expect(2, " text");
+    MessageStream(1, 2) << " \n ";
+    capture.expect(1, " \n ");
+    MessageStream(1, 2);
+    capture.expect(1, "");
+}
+
+TEST(MessageStream, ShortFormsSpeakToTheTechnicalLog) {
+    LogCapture capture;
+    qel::logging::verbose() << "v";
+    qel::logging::info() << "i";
+    qel::logging::warning() << "w";
+    qel::logging::error() << "e";
+    qel::internal::logLine(4, "a");
+    EXPECT_EQ(capture.take(),
+              (std::vector<LogLine>{{0, 2, "v"}, {1, 2, "i"}, {2, 2, "w"}, {3, 2, "e"}, {4, 2, "a"}}));
+}
+
+TEST(MessageStream, ChannelsMinusOneSwitchALineOff) {
+    LogCapture capture;
+    MessageStream(3, -1) << "nothing" << Talkative() << std::endl;
+    EXPECT_TRUE(capture.take().empty()) << "nor is anything formatted";
+}
+
+TEST(LogOStream, SendsEachLineAtItsNewline) {
+    LogCapture capture;
+    {
+        qel::logging::LogOStream stream(2);
+        stream << "one " << 1 << "\ntwo\n" << std::flush;
+        capture.expect(2, "one 1");
+        capture.expect(2, "two");
+        stream << "lost without a newline";
+    }
+    EXPECT_TRUE(capture.take().empty());
+}
+
+TEST(SystemErrors, AreTextsToEndALineWith) {
+    errno = ENOENT;
+    EXPECT_EQ(qel::logging::getPError(), ", errno=2:No such file or directory");
+    errno = EACCES;
+    EXPECT_EQ(qel::logging::getSystemError(), ", syserr=13:Permission denied");
+}
