@@ -35,10 +35,11 @@
 #include <qel/foundation/base/weak_pointer.h>
 #include <qel/foundation/locale/date_conversion.h>
 #include <qel/foundation/locale/gregorian_date.h>
-#include <qel/foundation/locale/translation.h>
 #include <qel/foundation/log/log_backend.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/platform/api.h>
+#include <qel/platform/build_facts.h>
+#include <qel/platform/c_locale.h>
 #include <qel/platform/charset_converter.h>
 #include <qel/platform/clock.h>
 #include <qel/platform/command_line.h>
@@ -74,6 +75,7 @@
 #include <qel/system/core/host_types.h>
 #include <qel/system/core/parallel_kernel.h>
 #include <qel/system/core/system.h>
+#include <qel/system/report/build_description.h>
 #include <qel/system/report/report_generator.h>
 #include <qel/system/report/version.h>
 #include <qel/system/services/keyboard_receiver.h>

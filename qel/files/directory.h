@@ -41,7 +41,7 @@ public:
     /// The folder's path, as opened, with a separator at the end.
     const String& getPathWithSlash() const { return m_pathWithSlash; }
 
-    // --- making, looking (directory_query.cpp) ---------------------------------------------------------
+    // --- making, looking (directory_create.cpp, directory_query.cpp) ----------------------------------
 
     /// Makes one folder. @return whether it exists now; else an error is logged.
     static bool createDirectory(SmartCStr path);
@@ -53,18 +53,19 @@ public:
     static bool isDirectoryEmpty(SmartCStr path);
     /// Bytes in all files of the tree; links count nothing.
     static uint64 getSize(SmartCStr path);
-    /// A number that stands for the content of a tree: CRC-32C over the entries in the byte order of their
-    /// paths below @p path. Each gives a letter ('f' file, 'd' folder, 'l' link), the path and a zero byte,
-    /// and then a file its content's size in 8 bytes, least first, and CRC-32C in 4, a link its text and a
-    /// zero byte. Times, owners and permissions don't count. @errors 0 when anything can't be read.
+    /// A number that stands for the content of a tree: CRC-32C (started at -1, inverted at the end) over the
+    /// entries of each folder in the byte order of their names. Each gives a letter ('f' file, 'd' folder,
+    /// 'l' link, 'o' other), its name and a zero byte. Then a file gives its content and the content's size
+    /// in 8 bytes, lowest first; a link gives its text and a zero byte; a folder gives its entries, 'u' and
+    /// a zero byte. Times, owners and permissions don't count. @errors 0 when anything can't be read.
     static uint32 getDirectoryHash(SmartCStr path);
-    /// Looks for a file named @p name in the tree, level after level, names of a folder in byte order.
-    /// @return whether there is one; @p result is then its path, else as it was.
+    /// Looks for anything but a folder named @p name: in the folder, then in each folder below it, depth
+    /// first, in the file system's order. @return whether there is one; @p result is then its path.
     static bool findFile(SmartCStr path, SmartCStr name, String& result);
     /// Bytes that the user may still fill on the disk that holds @p path. @return false when it can't be
     /// told.
     static bool getFreeDiskSpace(SmartCStr path, uint64& free);
-    /// As above, with the size of the disk.
+    /// As above, with the size of the disk. @threads main.
     static bool getFreeDiskSpace(SmartCStr path, uint64& free, uint64& total);
 
     // --- deleting (directory_delete.cpp) ---------------------------------------------------------------
@@ -82,9 +83,6 @@ public:
     /// Puts an existing path onto the filesystem blacklist at once and deletes the tree on the delete-IO
     /// queue.
     static void deleteDirectoryRecursivelyAsyncOrLater(SmartCStr origin, SmartCStr path);
-    /// Deletes each entry of the folder by the NowOrLater forms. @return whether all are gone now.
-    static bool deleteDirectoryContentsRecursivelyNowOrLater(SmartCStr origin, SmartCStr path,
-                                                             bool silent = false);
     /// Deletes the files of a tree that were neither made nor modified after @p utcStamp. @return how many.
     static int deleteDirectoryContentsOlderThan(SmartCStr path, uint64 utcStamp);
     /// Deletes the folders below @p path that hold no file, however deep. @return whether none is left.
@@ -100,7 +98,11 @@ public:
     /// done.
     static bool takeOwnership(SmartCStr path);
 
-    // --- caches (directory_cache.cpp) ------------------------------------------------------------------
+    // --- cleaning (directory_clean.cpp) ----------------------------------------------------------------
+
+    /// Deletes each entry of the folder by the NowOrLater forms. @return whether all are gone now.
+    static bool deleteDirectoryContentsRecursivelyNowOrLater(SmartCStr origin, SmartCStr path,
+                                                             bool silent = false);
 
     /// Deletes, on the delete-IO queue, the entries "cache_PREFIX_*.qel" of a folder.
     /// @param keep  full paths with Unix separators that stay. @return how many were given to the queue.
@@ -112,6 +114,9 @@ public:
     static int cleanPrepareDirectory(SmartCStr path, const Vector<String>& keep, bool silent = false);
     /// Deletes the entries of a folder whose name begins with @p prefix. @return how many.
     static int deletePrepareFilesWithPrefix(SmartCStr path, SmartCStr prefix);
+
+    /// Fills the script class @p cls. Defined in script/directory_binding.cpp.
+    static void bindSqVM(qelSq::Object* cls);
 
 private:
     struct Iteration;

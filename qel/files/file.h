@@ -10,7 +10,7 @@
 
 #include <cstdio>
 #include <ios>
-#include <iosfwd>
+#include <istream>
 #include <memory>
 
 namespace qel {
@@ -36,8 +36,8 @@ public:
         uint64 creationTime = 0;     ///< UTC stamp; the last change of the entry where the file system keeps
                                      ///< no time of birth
         uint64 modificationTime = 0; ///< UTC stamp
-        bool isDirectory = false;
-        bool isSymLink = false;
+        bool isDirectory = false;    ///< a folder, or a link to one
+        bool isSymLink = false;      ///< a symbolic link
     };
 
     // --- paths as text (file_path.cpp); no file is touched ---------------------------------------------
@@ -151,6 +151,9 @@ public:
     /// Brings the file's content into the system's file cache, if the machine has more than 8 GiB of memory
     /// over the file's size.
     static void prefetchFileIfPossible(SmartCStr path);
+
+    /// Fills the script class @p cls. Defined in script/file_binding.cpp.
+    static void bindSqVM(qelSq::Object* cls);
 };
 
 } // namespace qel

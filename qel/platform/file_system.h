@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <ios>
-#include <iosfwd>
+#include <istream>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -74,27 +74,27 @@ enum class FileKind { File, Directory, SymLink, Other };
 
 /// A point in time: whole seconds since 1970-01-01 UTC, and nanoseconds within the second.
 struct FileTime {
-    std::int64_t seconds = 0;
-    std::uint32_t nanoseconds = 0;
+    std::int64_t seconds = 0;      ///< whole seconds, rounded down
+    std::uint32_t nanoseconds = 0; ///< 0 to 999,999,999
 };
 
 /// Tells two files apart for as long as both exist.
 struct FileIdentity {
-    std::uint64_t device = 0;
-    std::uint64_t number = 0;
+    std::uint64_t device = 0; ///< the file system
+    std::uint64_t number = 0; ///< the file in it
 
     bool operator==(const FileIdentity&) const = default;
 };
 
 /// What the system knows about a file, folder or link.
 struct FileStatus {
-    FileKind kind = FileKind::Other;
-    std::uint64_t size = 0; ///< bytes
-    FileTime modified;      ///< of the content
-    FileTime created;       ///< where the file system has no birth time: the last change of the entry
-    std::uint32_t mode = 0; ///< permission bits, 07777
-    bool ownedByUser = false;
-    FileIdentity identity;
+    FileKind kind = FileKind::Other; ///< what it is
+    std::uint64_t size = 0;          ///< bytes
+    FileTime modified;               ///< of the content
+    FileTime created;         ///< where the file system has no birth time: the last change of the entry
+    std::uint32_t mode = 0;   ///< permission bits, 07777
+    bool ownedByUser = false; ///< the process's effective user is the owner
+    FileIdentity identity;    ///< tells it from all others
 };
 
 /// Whether a link as the last part of a path is looked through.
@@ -156,8 +156,8 @@ QEL_API FileError setModified(const char* path, const FileTime* modified, const 
 
 /// One name in a folder.
 struct DirectoryEntry {
-    std::string name;
-    FileKind kind = FileKind::Other;
+    std::string name;                ///< without the folder
+    FileKind kind = FileKind::Other; ///< a link counts as one
 };
 
 /// Reads the names in a folder, "." and ".." left out, in the order of the file system.

@@ -24,6 +24,8 @@ public:
 
     /// A queue for @p concurrencyLimit threads at a time; 0 means no limit.
     explicit AsyncQueue(qel::int32 concurrencyLimit = 0) : m_concurrencyLimit(concurrencyLimit) {}
+    AsyncQueue(const AsyncQueue&) = delete;
+    AsyncQueue& operator=(const AsyncQueue&) = delete;
 
     /// Appends @p job and starts the first waiting one if the limit allows; ignored while aborting.
     void push(VM& vm, Job job);
@@ -41,9 +43,10 @@ public:
     /// Whether no job waits and none runs.
     bool isIdle() const { return m_pendingJobs.empty() && m_runningCount == 0; }
     /// Threads of this queue that have started and not ended.
-    qel::int32 getRunningCount() const { return m_runningCount; }
+    qel::uint32 getRunningCount() const { return m_runningCount; }
 
-    /// Sets the limit for jobs that start from now on; starts none itself. @param limit  0 means no limit.
+    /// Sets the limit for jobs that start from now on; starts none itself. @param limit  0 means no limit; a
+    /// negative one is beyond any count.
     void setConcurrencyLimit(qel::int32 limit) { m_concurrencyLimit = limit; }
     /// The limit; 0 means none.
     qel::int32 getConcurrencyLimit() const { return m_concurrencyLimit; }
@@ -53,9 +56,9 @@ public:
 
 private:
     qel::List<Job> m_pendingJobs;
-    qel::int32 m_runningCount = 0;
+    qel::uint32 m_runningCount = 0;
     qel::int32 m_concurrencyLimit;
-    qel::int32 m_abortingCount = 0;
+    qel::uint32 m_abortingCount = 0;
 };
 
 } // namespace qelSq

@@ -48,7 +48,12 @@ public:
     /// Binds a data member or a function without parameters, to be read as a property.
     template <auto M>
     ClassBinder& getter(const char* name) {
-        addAccessor("__qel_getTable", name, &callGetter<T, M>);
+        return accessor(name, &callGetter<T, M>);
+    }
+
+    /// Binds a getter that works on the stack of the machine itself; the instance is at index 1.
+    ClassBinder& accessor(const char* name, SQFUNCTION function) {
+        addAccessor("__qel_getTable", name, function);
         return *this;
     }
 

@@ -97,6 +97,14 @@ SQInteger callMethod(SQVM* vm) {
         std::make_index_sequence<count>());
 }
 
+/// Native closure of a function whose last parameters may be left out: the trampoline @p Short serves calls
+/// with
+/// @p count arguments, @p Long all others.
+template <size_t count, SQFUNCTION Short, SQFUNCTION Long>
+SQInteger callEither(SQVM* vm) {
+    return sq_gettop(vm) == SQInteger{count} + 1 ? Short(vm) : Long(vm);
+}
+
 /// Native closure that gets the member @p M of a T; "_get" calls it with the instance alone.
 template <typename T, auto M>
 SQInteger callGetter(SQVM* vm) {

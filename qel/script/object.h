@@ -73,6 +73,9 @@ public:
     /// @copydoc of(const char*)
     static Object of(const std::string& value);
 
+    /// An empty table; null while there is no machine.
+    static Object newTable();
+
     /// Exchanges the values.
     void swap(Object& other) noexcept;
     /// Releases the value and holds null.

@@ -60,9 +60,6 @@ public:
     bool resize(SQInteger size);
     /// Turns the order round.
     bool reverse();
-
-private:
-    bool apply(SQRESULT (*change)(HSQUIRRELVM, SQInteger));
 };
 
 /// An Object seen as a closure.

@@ -49,7 +49,7 @@ public:
 
     /// Parentheses, brackets, braces and chained operators or statements that may be open at one place of a
     /// source; deeper ones are refused, because the compiler calls itself for each.
-    static constexpr int kMaxSourceNesting = 400;
+    static constexpr int kMaxSourceNesting = 1000;
 
     /// Opens the machine, fills its root tables and runs the prelude.
     VM();
@@ -129,6 +129,8 @@ public:
     SQVM* getSquirrelVM() const { return m_vm; }
     /// The machine that @p vm or one of its threads belongs to.
     static VM* from(SQVM* vm);
+    /// The machine's thread that runs now, or the root; for crash dumps.
+    static SQVM* getRunningScript();
     /// Installs the handler that logs run-time errors with the call stack.
     static void seterrorhandlers(SQVM* vm);
     /// Remembers and logs an error of the compiler.
@@ -141,8 +143,8 @@ private:
         qel::String argument;
     };
 
-    void openRootTables();
     void initImport();
+    qel::String findImport(const char* name) const;
     bool runThread(Thread& thread);
     void endThread(ThreadList::iterator thread);
 

@@ -47,6 +47,8 @@ struct QEL_API VMControl {
     std::map<const std::type_info*, AdapterData, TypeInfoComparator> adapterMap;
     /// Type tags of the classes whose instances hold a qel::Object.
     std::set<SQUserPointer> referenceCountedTags;
+    /// Coroutines that have called each other and not returned.
+    int coroutineDepth = 0;
 
     /// The record that @p vm belongs to.
     static VMControl& from(SQVM* vm) { return *static_cast<VMControl*>(sq_getsharedforeignptr(vm)); }

@@ -53,7 +53,9 @@ protected:
         Emission& operator=(const Emission&) = delete;
         ~Emission() {
             dropCurrent();
-            if (m_list) m_list->m_emission = m_outer;
+            if (!m_list) return;
+            m_list->m_emission = m_outer;
+            if (m_marks) ++m_list->m_emissionNumber; // nobody has had his turn any more
         }
 
         /// The listener of a list that has exactly one; it isn't marked, so that it may emit anew.
@@ -66,11 +68,8 @@ protected:
             if (head->m_visitedIn == m_list->m_emissionNumber) return nullptr;
             head->m_visitedIn = m_list->m_emissionNumber;
             m_list->m_head = head->m_next;
+            m_marks = true;
             return m_current = head;
-        }
-        /// Forgets who was called, for this emission and those around it.
-        void finish() {
-            if (m_list) ++m_list->m_emissionNumber;
         }
 
     private:
@@ -85,6 +84,7 @@ protected:
         Emission* m_outer;
         SignalConnection* m_current = nullptr;
         bool m_ownsCurrent = false; // was removed while it ran
+        bool m_marks = false;
     };
 
     /// Whether there is exactly one listener.

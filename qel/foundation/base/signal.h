@@ -50,7 +50,6 @@ public:
         while (SignalConnection* connection = emission.next()) {
             static_cast<typename Base::BaseConn*>(connection)->call(args...);
         }
-        emission.finish();
     }
 };
 

@@ -5,6 +5,10 @@
 #include <qel/foundation/base/types.h>
 #include <qel/platform/api.h>
 
+namespace qelSq {
+class Object;
+}
+
 namespace qel {
 
 /// The older record that older stored data holds: a GregorianDate without nanoseconds.
@@ -133,6 +137,9 @@ public:
     String formatAsShortTextDateTime(const char* language = nullptr) const;
     /// formatAsShortTextDate() and, unless midnight, " 14:30:07".
     String formatAsShortTextDateTimeSeconds(const char* language = nullptr) const;
+
+    /// Fills the script class @p cls. Defined in gregorian_date_binding.cpp.
+    static void bindSqVM(qelSq::Object* cls);
 
 private:
     int32 m_nanos = 0;

@@ -485,6 +485,9 @@ public:
     /// Makes unhandled faults leave a dump file in @p directory + "/dumps".
     static void registerCrashHandler(const char* directory);
 
+    /// Fills the script class @p cls. Defined in script/system_binding.cpp.
+    static void bindSqVM(qelSq::Object* cls);
+
     // --- hooks of the host --------------------------------------------------------------------------
 
     Delegate<void(unsigned)> delegateSleep; ///< waits for so many ms; default System::sleep

@@ -20,6 +20,8 @@ public:
 
     /// The next 32 bits.
     uint32 draw() { return static_cast<uint32>(m_engine()); }
+    /// The top 8 bits of a draw.
+    uint8 drawByte();
     /// The next 64 bits: two draws, the first one above.
     uint64 draw64();
     /// Fills @p size bytes: whole draws, lowest byte first, then the top 8 bits of a draw for each byte left.

@@ -1,0 +1,32 @@
+// The ways of a deletion that files and folders share.
+#pragma once
+
+#include <qel/foundation/base/smart_cstr.h>
+#include <qel/foundation/base/string.h>
+#include <qel/platform/file_system.h>
+
+namespace qel::internal {
+
+/// Deletes what stands at a path, or tells that it can't. @param silent  keeps the warning back.
+using DeleteFunction = bool (*)(SmartCStr path, bool silent);
+
+/// @p path with the host's separators; unchanged when it exists as it stands, for "\\" is a letter of Linux
+/// names.
+String hostPath(SmartCStr path);
+/// Deletes a folder with everything in it; a link or file is refused. A DeleteFunction.
+bool deleteTree(SmartCStr path, bool silent);
+/// Tries @p deletion; hands @p path as it stands to the DeferredDeletion when it fails: what could not be
+/// deleted exists under this very name. @return whether it is gone.
+bool deleteNowOrLater(DeleteFunction deletion, SmartCStr origin, SmartCStr path, bool silent);
+/// Hides @p path, if it exists as it stands, and leaves @p deletion to the delete-IO queue; without a System
+/// it is done now.
+void deleteAsyncOrLater(DeleteFunction deletion, SmartCStr origin, const String& path, bool silent);
+
+/// Deletes a file or link by its name in @p folder. A name that is write-protected gets a second try with the
+/// protection taken off, and the protection of a folder of the user's own lifted for that moment.
+platform::FileError removeFileWithForce(const char* name, const platform::FileHandle& folder = {});
+/// Warns that the file @p path, which stands as @p name in @p folder, could not be deleted.
+void warnNotDeleted(SmartCStr path, const platform::FileError& error, const char* name,
+                    const platform::FileHandle& folder = {});
+
+} // namespace qel::internal

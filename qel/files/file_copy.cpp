@@ -1,0 +1,88 @@
+#include <qel/files/file_copy_p.h>
+
+#include <qel/files/file.h>
+#include <qel/foundation/base/buffer.h>
+
+#include <fmt/format.h>
+
+#include <atomic>
+
+namespace qel::internal {
+
+namespace {
+
+using platform::FileStatus;
+
+// A file under a name of its own beside the place it is meant for; it goes when it isn't put in place.
+class UnfinishedFile {
+public:
+    explicit UnfinishedFile(const FilePlace& place) : m_place(place) {}
+    ~UnfinishedFile() {
+        m_file.close();
+        if (!m_name.empty()) platform::removeFile(m_name.c_str(), m_place.folder);
+    }
+
+    FileHandle& file() { return m_file; }
+
+    FileError open(uint32 mode);
+    FileError putInPlace(const platform::FileTime& modified);
+
+private:
+    const FilePlace& m_place;
+    FileHandle m_file;
+    String m_name;
+};
+
+// The name is short, so that it fits wherever the final one does. Nobody may read the content who may not
+// read the source, so the permissions come first.
+FileError UnfinishedFile::open(uint32 mode) {
+    static std::atomic<uint32> number{0};
+    String folder = File::stripFilenameFromPath(m_place.name);
+    File::pathEndWithSeparator(folder);
+    for (;;) {
+        const String name = folder + fmt::format(".qel-copy-{:08x}", number.fetch_add(1));
+        const FileError error = platform::openFile(m_file, name.c_str(), platform::OpenMode::CreateNew,
+                                                   platform::Links::Keep, m_place.folder);
+        if (error == std::errc::file_exists) continue;
+        if (error) return error;
+        m_name = name;
+        return platform::setMode(m_name.c_str(), mode & 0777, m_place.folder);
+    }
+}
+
+FileError UnfinishedFile::putInPlace(const platform::FileTime& modified) {
+    FileError error = m_file.close();
+    if (!error) error = platform::setModified(m_name.c_str(), &modified, m_place.folder);
+    if (!error) error = platform::rename(m_name.c_str(), m_place.name, m_place.folder, m_place.folder);
+    if (!error) m_name.clear();
+    return error;
+}
+
+FileError transfer(const FileHandle& from, FileHandle& to) {
+    Buffer block(256 * 1024);
+    for (uint64 offset = 0;;) {
+        size_t count = 0;
+        if (FileError error = readFully(from, offset, block.getBytePointer(), block.getSize(), count))
+            return error;
+        if (FileError error = writeFully(to, block.getBytePointer(), count)) return error;
+        if (count < block.getSize()) return {};
+        offset += count;
+    }
+}
+
+} // namespace
+
+FileError copyFileContent(const FilePlace& from, const FilePlace& to, platform::Links links) {
+    FileHandle source;
+    FileStatus status;
+    if (FileError error = openForReading(source, from.name, links, from.folder)) return error;
+    if (FileError error = platform::readStatus(status, source)) return error;
+    if (status.kind != platform::FileKind::File) return std::make_error_code(std::errc::invalid_argument);
+
+    UnfinishedFile target(to);
+    if (FileError error = target.open(status.mode)) return error;
+    if (FileError error = transfer(source, target.file())) return error;
+    return target.putInPlace(status.modified);
+}
+
+} // namespace qel::internal

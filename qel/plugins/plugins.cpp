@@ -1,0 +1,101 @@
+#include <qel/plugins/plugins.h>
+
+#include <qel/files/directory.h>
+#include <qel/foundation/base/buffer.h>
+#include <qel/foundation/log/message_stream.h>
+#include <qel/plugins/resource_locator.h>
+#include <qel/script/object_interfaces.h>
+#include <qel/script/vm.h>
+#include <qel/system/core/system.h>
+
+namespace qel {
+
+namespace {
+
+// Compiles the script @p file of a plugin, if there is one that can be read.
+// @return whether there is; the closure is null when it doesn't compile.
+bool loadScript(const String& directory, const String& plugin, const char* file, qelSq::Object& closure) {
+    String path = directory + "/" + file;
+    Buffer buffer;
+    if (!File::existsFile(path) || !buffer.loadFromFile(path.c_str(), true, false)) return false;
+    String sourceName = plugin + "/" + file;
+    closure = Object::system()->getVM()->newClosure(buffer.getConstByteSpan().asText(), sourceName.c_str());
+    return true;
+}
+
+} // namespace
+
+Plugins::Plugins() {
+    if (system()) m_path = system()->getPluginsDirectory();
+}
+
+void Plugins::setPath(const char* path) {
+    m_path = path;
+}
+
+void Plugins::foreachPlugin(const std::function<void(const String& name)>& callback) const {
+    Directory directory;
+    if (!directory.open(m_path)) return;
+    String name;
+    bool isDirectory = false;
+    while (directory.read(name, isDirectory)) {
+        if (isDirectory) callback(name);
+    }
+}
+
+Plugins::Hashes Plugins::getPluginHashes() const {
+    Hashes hashes;
+    foreachPlugin([&](const String& name) { hashes[name] = Directory::getDirectoryHash(pathOf(name)); });
+    return hashes;
+}
+
+void Plugins::executeBootstrapScripts(bool startMain) {
+    m_hashes = getPluginHashes();
+    executeBootstrapScripts(m_hashes, startMain);
+}
+
+void Plugins::executeBootstrapScripts(const Hashes& plugins, bool startMain) {
+    for (const auto& [name, hash] : plugins) addPaths(name);
+    for (const auto& [name, hash] : plugins) runAutoexec(name);
+    if (!startMain) return;
+    for (const auto& [name, hash] : plugins) this->startMain(name);
+}
+
+void Plugins::addPaths(const String& plugin) {
+    String base = pathOf(plugin);
+    system()->getVM()->addImportSearchPath(base);
+    String resources = base + "/resources";
+    bool isDirectory = false;
+    if (File::checkIfDirectory(resources, isDirectory) && isDirectory) {
+        system()->getResourceLocator()->addResourceDirectory(resources);
+    }
+}
+
+void Plugins::runAutoexec(const String& plugin) {
+    qelSq::Object closure;
+    if (!loadScript(pathOf(plugin), plugin, "autoexec.sq", closure) || closure.isNull()) return;
+    closure.asClosure().getFunctorOnRoot().execute();
+}
+
+void Plugins::startMain(const String& plugin) {
+    qelSq::Object closure;
+    if (!loadScript(pathOf(plugin), plugin, "main.sq", closure)) return;
+    logging::info() << "[" << plugin << "] starting main";
+    system()->getVM()->createThread(closure);
+}
+
+void Plugins::addListener(const char* name, const qelSq::Object& closure) {
+    if (!closure.isClosure()) {
+        logging::warning() << "trying to add a listener of non-closure type";
+        return;
+    }
+    m_listeners[name].push_back(closure);
+}
+
+const List<qelSq::Object>& Plugins::getListeners(const String& name) const {
+    static const List<qelSq::Object> none;
+    auto found = m_listeners.find(name);
+    return found != m_listeners.end() ? found->second : none;
+}
+
+} // namespace qel

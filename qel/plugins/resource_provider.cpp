@@ -1,0 +1,36 @@
+#include <qel/plugins/resource_provider.h>
+
+#include <qel/foundation/base/buffer.h>
+#include <qel/plugins/json_p.h>
+
+#include <algorithm>
+
+namespace qel {
+
+namespace {
+
+// Whole numbers keep their lowest 32 bits; a fraction is cut off, and what is too large becomes the largest.
+int32 toPriority(const nlohmann::json& value, int32 otherwise) {
+    if (value.is_boolean()) return value.get<bool>();
+    if (value.is_number_integer()) return static_cast<int32>(value.get<int64>());
+    if (value.is_number_float())
+        return static_cast<int32>(std::clamp<double>(value.get<double>(), INT32_MIN, INT32_MAX));
+    return otherwise;
+}
+
+} // namespace
+
+bool ResourceProvider::loadResourceAsync(SmartCStr, const std::function<void(const Buffer&)>&) {
+    return false;
+}
+
+void ResourceProvider::fetchPriorityFromResource() {
+    Buffer content;
+    nlohmann::json json;
+    if (!loadResource("resources.json", content)) return;
+    if (!util::parseJSON(content.getConstByteSpan().asText(), json) || !json.is_object()) return;
+    const auto entry = json.find("priority");
+    if (entry != json.end()) m_priority = toPriority(*entry, m_priority);
+}
+
+} // namespace qel

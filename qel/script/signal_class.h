@@ -1,0 +1,19 @@
+// The script class of signals.
+#pragma once
+
+#include <qel/foundation/base/signal.h>
+#include <qel/platform/api.h>
+#include <qel/script/native_class.h>
+
+namespace qelSq {
+
+/// "_Signal": what every object has, and no more.
+template <>
+struct QEL_API ScriptClass<qel::Signal<void()>> {
+    static constexpr bool kConstructible = false;   ///< signals belong to native code
+    static constexpr bool kCopyable = false;        ///< a signal is not copied
+    static const char* name() { return "_Signal"; } ///< the same for all signals
+    static void bind(Object* cls);                  ///< the members of Object
+};
+
+} // namespace qelSq

@@ -1,0 +1,80 @@
+#include <qel/script/vm.h>
+
+#include <qel/foundation/log/message_stream.h>
+#include <qel/script/async_queue.h>
+#include <qel/script/stack_guard_p.h>
+
+#include <utility>
+
+namespace qelSq {
+
+namespace {
+
+constexpr SQInteger kThreadStackSize = 1024;
+
+void reportFailure(const char* text) {
+    qel::logging::error() << "[SUPPORT] " << text;
+}
+
+} // namespace
+
+void VM::Thread::pushArgument(const Object& value) {
+    sq_reservestack(vm, 1);
+    value.push(vm);
+    ++argumentCount;
+}
+
+VM::Thread* VM::createThread(const Object& closure) {
+    Thread& thread = m_threads.emplace_back();
+    thread.vm = sq_newthread(m_vm, kThreadStackSize);
+    thread.object.popFromStackAddRef(m_vm);
+    seterrorhandlers(thread.vm);
+    closure.push(thread.vm);
+    sq_pushroottable(thread.vm);
+    return &thread;
+}
+
+void VM::processEvents() {
+    if (m_currentThread) return;
+    for (auto thread = m_threads.begin(); thread != m_threads.end();) {
+        auto present = thread;
+        bool stays = runThread(*present);
+        ++thread; // only now, so that a record appended by the script is reached
+        if (!stays) endThread(present);
+    }
+}
+
+// Resumes or starts a thread that is ready. @return whether it goes on in a later pass.
+bool VM::runThread(Thread& thread) {
+    m_currentThread = &thread;
+    if (!thread.wakeCondition) {
+        if (SQ_FAILED(sq_call(thread.vm, thread.argumentCount, SQFalse, SQTrue))) {
+            reportFailure("squirrel thread failed (call)");
+        }
+    } else if (thread.wakeCondition(thread.vm)) {
+        thread.wakeCondition = nullptr;
+        if (SQ_FAILED(sq_wakeupvm(thread.vm, SQTrue, SQFalse, SQTrue, SQFalse))) {
+            reportFailure("squirrel thread failed (wake)");
+        }
+    }
+    m_currentThread = nullptr;
+    return static_cast<bool>(thread.wakeCondition);
+}
+
+void VM::endThread(ThreadList::iterator thread) {
+    if (thread->queue) thread->queue->threadEnded(*this);
+    m_threads.erase(thread);
+}
+
+SQInteger VM::suspend(SQVM* vm, WakeCondition condition) {
+    if (!m_currentThread || m_currentThread->vm != vm) return 0;
+    SQInteger result = sq_suspendvm(vm);
+    if (result != SQ_ERROR) m_currentThread->wakeCondition = std::move(condition);
+    return result;
+}
+
+bool VM::isCurrentThreadsAsyncQueueAborting() const {
+    return m_currentThread && m_currentThread->queue && m_currentThread->queue->isAborting();
+}
+
+} // namespace qelSq
