@@ -1,5 +1,7 @@
 #include <qel/foundation/base/delegate.h>
 
+#include "../../support/log_capture.h"
+
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -35,6 +37,18 @@ TEST(DelegateTest, UnconnectedWithoutAResultDoesNothing) {
     int n = 1;
     delegate(n);
     EXPECT_EQ(n, 1);
+}
+
+TEST(DelegateTest, UnconnectedWithAResultLogsOnceAndGivesAnEmptyValue) {
+    test::LogCapture log;
+    Delegate<int()> number;
+    Delegate<const std::vector<int>&()> list;
+    EXPECT_EQ(number(), 0);
+    EXPECT_EQ(number(), 0);
+    log.expect(3, "delegate called without a listener");
+    EXPECT_TRUE(log.take().empty());
+    EXPECT_TRUE(list().empty());
+    log.expect(3, "delegate called without a listener");
 }
 
 TEST(DelegateTest, TheLastListenerWinsAndTheFirstIsForgotten) {

@@ -1,0 +1,124 @@
+#include <qel/system/tasks/perfmon.h>
+
+#include "../../support/log_capture.h"
+#include "../../support/system_fixture.h"
+
+#include <string>
+
+namespace qel {
+namespace {
+
+class PerfMonTest : public test::SystemFixture {
+protected:
+    /// A section @p name that takes @p milliseconds.
+    void section(const char* name, int64 milliseconds) {
+        perfMon.begin(name);
+        clock.advanceMs(milliseconds);
+        perfMon.end(name);
+    }
+    std::string reportAfter(int64 milliseconds) {
+        clock.advanceMs(milliseconds);
+        system().getTime();
+        perfMon.updateReport();
+        return perfMon.getReport();
+    }
+
+    test::LogCapture log;
+    PerfMon perfMon;
+};
+
+TEST_F(PerfMonTest, TheReportTellsSharesAndTheLongestRunByName) {
+    perfMon.begin("Main");
+    section("b", 10);
+    section("a", 60);
+    section("b", 20);
+    section("b", 10);
+    perfMon.end("Main");
+    section("Alone", 50);
+    EXPECT_EQ(reportAfter(3000), " * 100.00% 100.00% 50.0ms Alone\n"
+                                 " * 100.00% 100.00% 100.0ms Main\n"
+                                 "  * 60.00% 60.00% 60.0ms a\n"
+                                 "  * 40.00% 40.00% 20.0ms b\n");
+}
+
+TEST_F(PerfMonTest, SharesMultiplyDownTheTree) {
+    perfMon.begin("Main");
+    clock.advanceMs(50);
+    perfMon.begin("half");
+    clock.advanceMs(25);
+    section("quarter", 25);
+    perfMon.end("half");
+    perfMon.end("Main");
+    EXPECT_NE(reportAfter(3000).find("   * 25.00% 50.00% 25.0ms quarter\n"), std::string::npos);
+}
+
+TEST_F(PerfMonTest, EachReportCoversTheTimeSinceTheLast) {
+    reportAfter(2001);
+    section("a", 100);
+    EXPECT_EQ(reportAfter(1900), ""); // not yet
+    EXPECT_EQ(reportAfter(1), " * 100.00% 100.00% 100.0ms a\n");
+    EXPECT_EQ(reportAfter(2000), " * 100.00% 100.00% 100.0ms a\n");
+    EXPECT_EQ(reportAfter(1), " * 100.00% 100.00%  0.0ms a\n");
+}
+
+TEST_F(PerfMonTest, AnEndThatDoesNotFitIsLoggedAndChangesNothing) {
+    perfMon.begin("a");
+    perfMon.end("b");
+    log.expect(3, "[PERFMON] mismatch begin(a) to end(b)");
+    perfMon.end("a");
+    perfMon.end("a");
+    log.expect(3, "[PERFMON] mismatch begin() to end(a)");
+    EXPECT_TRUE(log.take().empty());
+}
+
+TEST_F(PerfMonTest, The34thNestedBeginIsRefused) {
+    for (int i = 0; i < 33; ++i) perfMon.begin("x");
+    EXPECT_TRUE(log.take().empty());
+    perfMon.begin("deep");
+    log.expect(3, "[PERFMON] too much recursion at begin");
+    perfMon.end("deep");
+    log.expect(3, "[PERFMON] mismatch begin(x) to end(deep)");
+    for (int i = 0; i < 33; ++i) perfMon.end("x");
+    EXPECT_TRUE(log.take().empty());
+}
+
+TEST_F(PerfMonTest, ABlockingSectionIsLoggedAndCountedOnTheTopmostLevelOnly) {
+    perfMon.begin("Main");
+    clock.advanceMs(1);
+    section("Tick", 5000);
+    log.expect(2, "[PERFMON] blocking section 'Main/Tick' time=5000ms #total=0");
+    EXPECT_EQ(perfMon.getBlockingCount(), 0u);
+    EXPECT_EQ(perfMon.getBlockingTimeMillis(), 5000u);
+    perfMon.end("Main");
+    log.expect(2, "[PERFMON] blocking section 'Main' time=5001ms #total=1");
+    EXPECT_EQ(perfMon.getBlockingCount(), 1u);
+    EXPECT_EQ(perfMon.getBlockingTimeMillis(), 10001u);
+    section("Main", 4000); // exactly four seconds don't block
+    EXPECT_EQ(perfMon.getBlockingCount(), 1u);
+}
+
+TEST_F(PerfMonTest, NamesAreToldApartByTheirText) {
+    char name[] = "a";
+    section(name, 10);
+    name[0] = 'b';
+    section(name, 20);
+    name[0] = 'a';
+    section(name, 30);
+    EXPECT_EQ(reportAfter(3000), " * 100.00% 100.00% 30.0ms a\n * 100.00% 100.00% 20.0ms b\n");
+}
+
+TEST_F(PerfMonTest, AWallClockSetBackCountsAsNoTime) {
+    perfMon.begin("a");
+    clock.setUtcTicks(clock.utcTicks() - 36'000'000'000);
+    perfMon.end("a");
+    EXPECT_EQ(reportAfter(3000), " * 100.00% 100.00%  0.0ms a\n");
+}
+
+TEST_F(PerfMonTest, KeepsWhetherTheHostWantsDetails) {
+    EXPECT_FALSE(perfMon.detailed());
+    perfMon.setDetailed(true);
+    EXPECT_TRUE(perfMon.detailed());
+}
+
+} // namespace
+} // namespace qel
