@@ -87,9 +87,4 @@ QEL_API void rememberLogLine(std::string_view line) noexcept;
 /// @threads any thread, signal handlers too; lines that are being replaced meanwhile are left out.
 QEL_API void writeRememberedLogLines(CrashWriter& out);
 
-/// Writes "name+0xoffset" for the code at @p address, or the address alone when no module holds it. Offsets
-/// count from the start of the module's file image; the tool crash_symbols turns them into names.
-/// @threads the crashing thread, signal handlers too.
-QEL_API void writeCodeAddress(CrashWriter& out, std::uint64_t address);
-
 } // namespace qel::platform
