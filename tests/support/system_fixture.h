@@ -19,6 +19,7 @@ protected:
     void SetUp() override {
         Clock::install(&clock);
         System::initialize({});
+        clock.advanceMs(1); // the reading of 0 at the start would show as 1
     }
 
     void TearDown() override {
