@@ -1,9 +1,11 @@
 #include <qel/foundation/base/string_pool.h>
 
 #include <qel/foundation/base/log_line.h>
+#include <qel/foundation/base/string.h>
 
 #include <fmt/format.h>
 
+#include <bit>
 #include <bitset>
 #include <cstring>
 #include <mutex>
@@ -17,13 +19,34 @@ constexpr std::size_t kFirstCapacity = 16;
 constexpr std::size_t kHashClasses =
     0x10000; // texts are told apart by this much of the hash in the statistics
 
-/// Spreads what FNV leaves uneven; the top bits choose the shard, the ones below it the slot.
-constexpr uint64 spread(uint64 hash) {
-    return hash * 0x9E3779B97F4A7C15;
+template <typename Word>
+uint64 loadWord(const char* text) {
+    Word word;
+    std::memcpy(&word, text, sizeof(Word));
+    return word;
 }
 
-std::size_t firstSlotOf(uint64 hash, std::size_t capacity) {
-    return static_cast<std::size_t>(spread(hash) >> 20) & (capacity - 1);
+/// A multiplication carries every bit upwards, the rotation back down.
+uint64 mix(uint64 key, uint64 word) {
+    return std::rotr((key ^ word) * 0x9E3779B97F4A7C15, 29);
+}
+
+/// Takes eight bytes at a time; the last ones of a text may overlap those before.
+uint64 keyOf(const char* text, std::size_t length) {
+    uint64 key = length;
+    if (length < 4) {
+        for (std::size_t i = 0; i < length; ++i) key = key << 8 | static_cast<uint8>(text[i]);
+        return mix(mix(key, 0), 0);
+    }
+    if (length < 8)
+        return mix(mix(key, loadWord<uint32>(text) << 32 | loadWord<uint32>(text + length - 4)), 0);
+    for (std::size_t i = 0; i + 8 < length; i += 8) key = mix(key, loadWord<uint64>(text + i));
+    return mix(mix(key, loadWord<uint64>(text + length - 8)), 0);
+}
+
+/// The top bits of a key choose the shard, the low ones the slot.
+std::size_t firstSlotOf(uint64 key, std::size_t capacity) {
+    return static_cast<std::size_t>(key) & (capacity - 1);
 }
 
 StringElement* createElement(const char* text, std::size_t length, uint64 hash) {
@@ -41,13 +64,10 @@ void destroyElement(StringElement* element) {
 }
 
 /// Adds a reference unless the last one has gone: then its thread is on the way to release() and will free
-/// the element, and the text needs a new one.
+/// the element, and the text needs a new one. Under the shard's lock nobody sees the count in between.
 bool tryAddReference(StringElement* element) {
-    uint32 count = element->referenceCount.load(std::memory_order_relaxed);
-    while (count != 0) {
-        if (element->referenceCount.compare_exchange_weak(count, count + 1, std::memory_order_relaxed))
-            return true;
-    }
+    if (element->referenceCount.fetch_add(1, std::memory_order_relaxed) != 0) return true;
+    element->referenceCount.store(0, std::memory_order_relaxed);
     return false;
 }
 
@@ -71,31 +91,31 @@ struct PoolFigures {
 
 } // namespace
 
-StringElement* StringPool::Shard::findLocked(const char* text, std::size_t length, uint64 textHash) {
+StringElement* StringPool::Shard::findLocked(const char* text, std::size_t length, uint64 key) {
     if (capacity == 0) return nullptr;
-    for (std::size_t i = firstSlotOf(textHash, capacity); slots[i].element; i = (i + 1) & (capacity - 1)) {
+    for (std::size_t i = firstSlotOf(key, capacity); slots[i].element; i = (i + 1) & (capacity - 1)) {
         StringElement* element = slots[i].element;
-        if (slots[i].hash == textHash && element->length == length &&
+        if (slots[i].key == key && element->length == length &&
             std::memcmp(element->text(), text, length) == 0 && tryAddReference(element))
             return element;
     }
     return nullptr;
 }
 
-void StringPool::Shard::insertLocked(StringElement* element) {
-    std::size_t i = firstSlotOf(element->hash, capacity);
+void StringPool::Shard::insertLocked(StringElement* element, uint64 key) {
+    std::size_t i = firstSlotOf(key, capacity);
     while (slots[i].element) i = (i + 1) & (capacity - 1);
-    slots[i] = {element->hash, element};
+    slots[i] = {key, element};
     ++count;
 }
 
-void StringPool::Shard::eraseLocked(const StringElement* element) {
+void StringPool::Shard::eraseLocked(const StringElement* element, uint64 key) {
     const std::size_t mask = capacity - 1;
-    std::size_t hole = firstSlotOf(element->hash, capacity);
+    std::size_t hole = firstSlotOf(key, capacity);
     while (slots[hole].element != element) hole = (hole + 1) & mask;
     // Entries behind the hole move up into it, unless that would put them before their first slot.
     for (std::size_t i = (hole + 1) & mask; slots[i].element; i = (i + 1) & mask) {
-        const std::size_t distance = (i - firstSlotOf(slots[i].hash, capacity)) & mask;
+        const std::size_t distance = (i - firstSlotOf(slots[i].key, capacity)) & mask;
         if (distance < ((i - hole) & mask)) continue;
         slots[hole] = slots[i];
         hole = i;
@@ -113,7 +133,7 @@ void StringPool::Shard::reserveOneLocked() {
     capacity = newCapacity;
     count = 0;
     for (std::size_t i = 0; i < oldCapacity; ++i) {
-        if (oldSlots[i].element) insertLocked(oldSlots[i].element);
+        if (oldSlots[i].element) insertLocked(oldSlots[i].element, oldSlots[i].key);
     }
     delete[] oldSlots;
 }
@@ -128,22 +148,33 @@ StringPool::~StringPool() {
     }
 }
 
-StringElement* StringPool::allocate(const char* text, std::size_t length, std::size_t hash) {
-    Shard& shard = shardOf(hash);
+template <typename Hash>
+StringElement* StringPool::allocateWith(const char* text, std::size_t length, Hash&& hash) {
+    const uint64 key = keyOf(text, length);
+    Shard& shard = shardOf(key);
     const MutexLock lock(shard.mutex);
-    if (StringElement* found = shard.findLocked(text, length, hash)) return found;
+    if (StringElement* found = shard.findLocked(text, length, key)) return found;
     shard.reserveOneLocked();
-    StringElement* element = createElement(text, length, hash);
-    shard.insertLocked(element);
+    StringElement* element = createElement(text, length, hash());
+    shard.insertLocked(element, key);
     return element;
 }
 
+StringElement* StringPool::allocate(const char* text, std::size_t length, std::size_t hash) {
+    return allocateWith(text, length, [hash] { return hash; });
+}
+
+StringElement* StringPool::allocate(const char* text, std::size_t length) {
+    return allocateWith(text, length, [text, length] { return String::hash(text, length); });
+}
+
 void StringPool::release(StringElement* element) {
-    Shard& shard = shardOf(element->hash);
+    const uint64 key = keyOf(element->text(), element->length);
+    Shard& shard = shardOf(key);
     {
         const MutexLock lock(shard.mutex);
         if (element->referenceCount.load(std::memory_order_acquire) != 0) return;
-        shard.eraseLocked(element);
+        shard.eraseLocked(element, key);
     }
     destroyElement(element);
 }
@@ -176,8 +207,8 @@ void StringPool::printStats() const QEL_NO_THREAD_ANALYSIS {
                        figures.bytesSaved));
 }
 
-StringPool::Shard& StringPool::shardOf(uint64 hash) {
-    return m_shards[spread(hash) >> (64 - kShardBits)];
+StringPool::Shard& StringPool::shardOf(uint64 key) {
+    return m_shards[key >> (64 - kShardBits)];
 }
 
 namespace internal {

@@ -23,8 +23,9 @@ struct StringElement {
 
 /// Keeps one StringElement for each text that is in use. Hosts use StringId instead.
 ///
-/// Texts are spread over shards by their hash; each shard is an open-addressed table that starts empty and
-/// holds the hash beside the pointer, so that a search touches an element only when it is the right one.
+/// Texts are spread over shards by a key, a hash that is faster to come by than the one their elements carry.
+/// Each shard is an open-addressed table that starts empty and holds the key beside the pointer, so that a
+/// search touches an element only when it is the right one.
 /// @threads any thread. A shard's lock is the innermost: nothing else is locked under it. Only printStats()
 /// holds several, taken in their order.
 class QEL_API StringPool {
@@ -41,6 +42,8 @@ public:
     /// @param hash  String::hash() of the text.
     /// @owner the caller gets one reference.
     StringElement* allocate(const char* text, std::size_t length, std::size_t hash);
+    /// As the form with the hash, which is computed only if the element has to be made.
+    StringElement* allocate(const char* text, std::size_t length);
     /// Removes and frees an element whose count has been brought to 0; leaves one with references alone.
     /// Only the thread that took the last reference may call it, and only once.
     void release(StringElement* element);
@@ -52,7 +55,7 @@ public:
 
 private:
     struct Slot {
-        uint64 hash;
+        uint64 key;
         StringElement* element;
     };
     struct alignas(64) Shard {
@@ -61,14 +64,16 @@ private:
         std::size_t capacity QEL_GUARDED_BY(mutex) = 0;
         std::size_t count QEL_GUARDED_BY(mutex) = 0;
 
-        StringElement* findLocked(const char* text, std::size_t length, uint64 textHash) QEL_REQUIRES(mutex);
-        void insertLocked(StringElement* element) QEL_REQUIRES(mutex);
-        void eraseLocked(const StringElement* element) QEL_REQUIRES(mutex);
+        StringElement* findLocked(const char* text, std::size_t length, uint64 key) QEL_REQUIRES(mutex);
+        void insertLocked(StringElement* element, uint64 key) QEL_REQUIRES(mutex);
+        void eraseLocked(const StringElement* element, uint64 key) QEL_REQUIRES(mutex);
         void reserveOneLocked() QEL_REQUIRES(mutex);
     };
     static constexpr unsigned kShardBits = 5;
 
-    Shard& shardOf(uint64 hash);
+    Shard& shardOf(uint64 key);
+    template <typename Hash>
+    StringElement* allocateWith(const char* text, std::size_t length, Hash&& hash);
 
     std::array<Shard, std::size_t(1) << kShardBits> m_shards{};
 };

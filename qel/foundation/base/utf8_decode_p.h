@@ -22,18 +22,29 @@ inline std::size_t utf8LengthOfLead(uint8 lead) {
 
 /// Decodes the sequence of 2 to 4 bytes at @p position; see decodeUtf8Strict().
 inline uint32 decodeUtf8Sequence(const char*& position, const char* end) {
-    constexpr uint32 kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
-    const uint8 lead = static_cast<uint8>(*position);
-    const std::size_t length = utf8LengthOfLead(lead);
-    if (length == 0 || static_cast<std::size_t>(end - position) < length) return util::kNoCodePoint;
-    uint32 codePoint = lead & (0x7Fu >> length);
-    for (std::size_t i = 1; i < length; ++i) {
-        if (!isUtf8Continuation(position[i])) return util::kNoCodePoint;
-        codePoint = codePoint << 6 | (static_cast<uint8>(position[i]) & 0x3F);
+    const auto byte = [position](std::size_t i) -> uint32 { return static_cast<uint8>(position[i]); };
+    const auto bits = [byte](std::size_t i) {
+        return byte(i) ^ 0x80;
+    }; // below 0x40 in a continuation byte alone
+    const uint32 lead = byte(0);
+    const std::size_t left = static_cast<std::size_t>(end - position);
+    if (lead < 0xE0) {
+        if (lead < 0xC2 || left < 2 || bits(1) > 0x3F) return util::kNoCodePoint;
+        const uint32 codePoint = (lead & 0x1F) << 6 | bits(1);
+        position += 2;
+        return codePoint;
     }
-    const bool surrogate = codePoint >= 0xD800 && codePoint <= 0xDFFF;
-    if (codePoint < kLeast[length] || codePoint > 0x10FFFF || surrogate) return util::kNoCodePoint;
-    position += length;
+    if (lead < 0xF0) {
+        if (left < 3 || (bits(1) | bits(2)) > 0x3F) return util::kNoCodePoint;
+        const uint32 codePoint = (lead & 0x0F) << 12 | bits(1) << 6 | bits(2);
+        if (codePoint < 0x800 || codePoint - 0xD800 < 0x800) return util::kNoCodePoint;
+        position += 3;
+        return codePoint;
+    }
+    if (lead > 0xF4 || left < 4 || (bits(1) | bits(2) | bits(3)) > 0x3F) return util::kNoCodePoint;
+    const uint32 codePoint = (lead & 0x07) << 18 | bits(1) << 12 | bits(2) << 6 | bits(3);
+    if (codePoint - 0x10000 > 0xFFFFF) return util::kNoCodePoint;
+    position += 4;
     return codePoint;
 }
 

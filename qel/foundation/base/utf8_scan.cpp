@@ -20,15 +20,19 @@ Utf8Run scanUtf8Plain(const char* text, std::size_t size, NulRule nulRule) {
     const char* const end = text + size;
     std::size_t codePoints = 0;
     while (position != end) {
-        uint64 word = 0;
-        while (end - position >= 8) {
-            std::memcpy(&word, position, 8);
-            if (!isPlainWord(word, nulRule)) break;
-            position += 8;
-            codePoints += 8;
+        if (static_cast<uint8>(*position) < 0x80) {
+            uint64 word = 0;
+            if (end - position >= 8) std::memcpy(&word, position, 8);
+            if (end - position >= 8 && isPlainWord(word, nulRule)) {
+                position += 8;
+                codePoints += 8;
+                continue;
+            }
+            if (*position == '\0' && nulRule == NulRule::End) break;
+            ++position;
+        } else if (decodeUtf8Sequence(position, end) == util::kNoCodePoint) {
+            break;
         }
-        if (position == end || (*position == '\0' && nulRule == NulRule::End)) break;
-        if (decodeUtf8Strict(position, end) == util::kNoCodePoint) break;
         ++codePoints;
     }
     return {static_cast<std::size_t>(position - text), codePoints};
