@@ -38,6 +38,7 @@ public:
         uint64 modificationTime = 0; ///< UTC stamp
         bool isDirectory = false;    ///< a folder, or a link to one
         bool isSymLink = false;      ///< a symbolic link
+        bool isSpecial = false;      ///< a device, pipe or socket: opening it can wait for ever
     };
 
     // --- paths as text (file_path.cpp); no file is touched ---------------------------------------------

@@ -30,7 +30,7 @@ bool isRefusal(const FileError& error) {
 // both together are what a read-only file means elsewhere.
 FileError removeProtected(const char* name, const FileHandle& folder, const FileStatus& file) {
     String parent = File::stripFilenameFromPath(name);
-    if (parent.empty()) parent = ".";
+    if (parent.empty()) parent += '.';
     FileStatus around;
     FileError error = readStatus(around, parent.c_str(), Links::Follow, folder);
     if (!error) error = platform::setMode(name, file.mode | kOwnerMayWrite, folder);

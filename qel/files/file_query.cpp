@@ -40,6 +40,7 @@ void fillFileInfo(const FileStatus& status, bool isSymLink, File::FileInfo& info
     info.modificationTime = utcStampOf(status.modified);
     info.isDirectory = status.kind == FileKind::Directory;
     info.isSymLink = isSymLink;
+    info.isSpecial = status.kind == FileKind::Other;
 }
 
 } // namespace internal

@@ -1,6 +1,7 @@
 #include <qel/files/directory.h>
 
 #include <qel/script/class_binder.h>
+#include <qel/script/file_info_p.h>
 
 namespace qel {
 
@@ -8,6 +9,15 @@ namespace {
 
 bool openQuietly(Directory& directory, const char* path) {
     return directory.open(path);
+}
+
+// The next entry as a table; null at the end.
+qelSq::Object readEntry(Directory& directory) {
+    File::FileInfo info;
+    if (!directory.read(info)) return {};
+    qelSq::Object entry = internal::fileInfoTable(info);
+    entry.set("name", qelSq::Object::of(info.name));
+    return entry;
 }
 
 } // namespace
@@ -18,6 +28,7 @@ void Directory::bindSqVM(qelSq::Object* cls) {
     ClassBinder<Directory>(cls)
         .staticFunction<&Directory::getStaticClassName>("getClassName")
         .method<&Directory::readNextFile>("readNextFile")
+        .method<&readEntry>("read")
         .native(
             "open",
             &callEither<1, &callMethod<Directory, &openQuietly>, &callMethod<Directory, &Directory::open>>,

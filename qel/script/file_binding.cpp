@@ -1,6 +1,7 @@
 #include <qel/files/file.h>
 
 #include <qel/script/class_binder.h>
+#include <qel/script/file_info_p.h>
 
 namespace qel {
 
@@ -16,17 +17,21 @@ bool compareFilesAndReport(const char* a, const char* b) {
 // What is known of a file as a table; null for one that can't be looked at.
 qelSq::Object describeFile(const char* path) {
     File::FileInfo info;
-    if (!File::getFileInfo(path, info)) return {};
+    return File::getFileInfo(path, info) ? internal::fileInfoTable(info) : qelSq::Object();
+}
+
+} // namespace
+
+qelSq::Object internal::fileInfoTable(const File::FileInfo& info) {
     qelSq::Object table = qelSq::Object::newTable();
     table.set("size", qelSq::Object::of(static_cast<SQInteger>(info.size)));
     table.set("creationTime", qelSq::Object::of(static_cast<SQInteger>(info.creationTime)));
     table.set("modificationTime", qelSq::Object::of(static_cast<SQInteger>(info.modificationTime)));
     table.set("isDirectory", qelSq::Object::of(info.isDirectory));
     table.set("isSymLink", qelSq::Object::of(info.isSymLink));
+    table.set("isSpecial", qelSq::Object::of(info.isSpecial));
     return table;
 }
-
-} // namespace
 
 void File::bindSqVM(qelSq::Object* cls) {
     using namespace qelSq;
@@ -37,6 +42,8 @@ void File::bindSqVM(qelSq::Object* cls) {
                   &callEither<1, &callStatic<&deleteFileAndReport>, &callStatic<&File::deleteFile>>, true);
     binder.staticFunction<&File::existsFile>("existsFile")
         .staticFunction<&File::getFileSize>("getFileSize")
+        .staticFunction<&File::getFileHash>("getFileHash")
+        .staticFunction<&File::isAccessible>("isAccessible")
         .staticFunction<&File::copyFile>("copyFile")
         .staticFunction<&File::moveFile>("moveFile")
         .staticFunction<&File::truncateFile>("truncateFile")

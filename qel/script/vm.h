@@ -100,6 +100,9 @@ public:
     Thread* createThread(const Object& closure);
     /// Whether there is any thread that has not ended.
     bool threadsActive() const { return !m_threads.empty(); }
+    /// Whether the last processEvents() started or resumed any thread. While it does, a host should go on
+    /// without a pause.
+    bool ranThreads() const { return m_ranThreads; }
     /// The thread that processEvents() is running now, else null.
     Thread* getCurrentThread() const { return m_currentThread; }
     /// Resumes each thread whose condition holds and starts each new one, once, in the order of creation.
@@ -152,6 +155,7 @@ private:
     std::unique_ptr<VMControl> m_control;
     ThreadList m_threads;
     Thread* m_currentThread = nullptr;
+    bool m_ranThreads = false;
     std::unordered_set<qel::String> m_importedNames;
     qel::Vector<qel::String> m_importSearchPaths;
     std::unordered_map<qel::String, Import> m_importCallbacks;

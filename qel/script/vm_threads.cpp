@@ -36,6 +36,7 @@ VM::Thread* VM::createThread(const Object& closure) {
 
 void VM::processEvents() {
     if (m_currentThread) return;
+    m_ranThreads = false;
     for (auto thread = m_threads.begin(); thread != m_threads.end();) {
         auto present = thread;
         bool stays = runThread(*present);
@@ -48,11 +49,13 @@ void VM::processEvents() {
 bool VM::runThread(Thread& thread) {
     m_currentThread = &thread;
     if (!thread.wakeCondition) {
+        m_ranThreads = true;
         if (SQ_FAILED(sq_call(thread.vm, thread.argumentCount, SQFalse, SQTrue))) {
             reportFailure("squirrel thread failed (call)");
         }
     } else if (thread.wakeCondition(thread.vm)) {
         thread.wakeCondition = nullptr;
+        m_ranThreads = true;
         if (SQ_FAILED(sq_wakeupvm(thread.vm, SQTrue, SQFalse, SQTrue, SQFalse))) {
             reportFailure("squirrel thread failed (wake)");
         }
