@@ -1,0 +1,39 @@
+#include "watchdog.h"
+
+#include <qel/system/core/system.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdio>
+#include <mutex>
+
+namespace qelhost {
+
+namespace {
+
+constexpr auto kLookEvery = std::chrono::milliseconds(50);
+constexpr auto kPatience = std::chrono::milliseconds(850);
+constexpr int kInterruptedStatus = 130; // as a shell reports a program that Ctrl-C ended
+
+/// Waits, at most @p time. @return whether the host has come to its end.
+bool waitForEnd(const std::stop_token& end, std::chrono::milliseconds time) {
+    std::mutex mutex;
+    std::unique_lock lock(mutex);
+    std::condition_variable_any condition;
+    return condition.wait_for(lock, end, time, [&end] { return end.stop_requested(); });
+}
+
+void watch(const std::stop_token& end) {
+    while (!qel::System::wasInterruptHandlerCalled()) {
+        if (waitForEnd(end, kLookEvery)) return;
+    }
+    if (waitForEnd(end, kPatience)) return;
+    std::fputs("qelhost: a script does not come to an end; ended by force\n", stderr);
+    qel::System::forceExitProcess(kInterruptedStatus);
+}
+
+} // namespace
+
+Watchdog::Watchdog() : m_thread([](const std::stop_token& end) { watch(end); }) {}
+
+} // namespace qelhost
