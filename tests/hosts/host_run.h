@@ -1,0 +1,53 @@
+// Runs a host program as a child process, with a folder of its own for each test.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qel::test {
+
+/// What a run of qelhost left behind.
+struct HostRun {
+    int status = -1;   ///< exit status
+    std::string out;   ///< standard output
+    std::string error; ///< standard error
+};
+
+/// A test with a scratch folder, in which it writes plugins and runs qelhost on them.
+class HostTest : public testing::Test {
+protected:
+    using Path = std::filesystem::path;
+
+    HostTest();
+    ~HostTest() override;
+
+    /// Runs qelhost with @p arguments in the scratch folder, and waits for its end.
+    HostRun run(const std::vector<std::string>& arguments) const;
+    /// Runs qelhost on the plugins of the scratch folder.
+    HostRun runPlugins() const { return run({"--plugins", (scratch() / "plugins").string()}); }
+    /// Runs qelhost on the catalogue of the source tree. @param language  empty for none.
+    HostRun runCatalogue(const std::string& language, const Path& folder) const;
+
+    /// The test's own folder.
+    const Path& scratch() const { return m_scratch; }
+    /// Writes @p text to a file of a plugin in the scratch folder.
+    void writePlugin(const std::string& plugin, const std::string& file, std::string_view text) const;
+    /// Puts a copy of the catalogue beside the plugins of the scratch folder.
+    void copyCatalogue() const;
+
+private:
+    Path m_scratch;
+};
+
+/// Writes @p text to @p path, with the folders above it.
+void writeText(const std::filesystem::path& path, std::string_view text);
+/// The bytes of a file.
+std::string readText(const std::filesystem::path& path);
+/// The lines of a text, without their ends, in byte order.
+std::vector<std::string> sortedLines(const std::string& text);
+
+} // namespace qel::test
