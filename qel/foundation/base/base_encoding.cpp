@@ -34,35 +34,35 @@ constexpr std::array<uint8, 256> makeBase16Values() {
 constexpr std::array<uint8, 256> kBase16Values = makeBase16Values();
 
 /// The digits of one to three bytes, one more than there are bytes.
-void encodeGroup(uint8* out, const uint8* in, size_t n, const Base64Alphabet& alphabet) {
+inline void encodeGroup(uint8* out, const uint8* in, size_t n, const Base64Alphabet& alphabet) {
     const unsigned bits =
         unsigned{in[0]} << 16 | (n > 1 ? unsigned{in[1]} << 8 : 0) | (n > 2 ? unsigned{in[2]} : 0);
-    for (size_t i = 0; i <= n; ++i) out[i] = alphabet.digits[bits >> (18 - 6 * i) & 63];
+    out[0] = alphabet.digits[bits >> 18];
+    out[1] = alphabet.digits[bits >> 12 & 63];
+    if (n > 1) out[2] = alphabet.digits[bits >> 6 & 63];
+    if (n > 2) out[3] = alphabet.digits[bits & 63];
 }
 
 /// The bytes of one to four digits, one less than there are digits.
-bool decodeGroup(uint8* out, const uint8* in, size_t n, const Base64Alphabet& alphabet) {
-    unsigned bits = 0;
-    uint8 faults = 0;
-    for (size_t i = 0; i < n; ++i) {
-        const uint8 value = alphabet.values[in[i]];
-        faults |= value;
-        bits |= unsigned{value} << (18 - 6 * i);
-    }
-    for (size_t i = 0; i + 1 < n; ++i) out[i] = static_cast<uint8>(bits >> (16 - 8 * i));
-    return (faults & 0xC0) == 0; // of all values only kNoDigit has these bits
+inline bool decodeGroup(uint8* out, const uint8* in, size_t n, const Base64Alphabet& alphabet) {
+    const auto valueAt = [&](size_t i) -> unsigned { return i < n ? alphabet.values[in[i]] : 0; };
+    const unsigned values[] = {valueAt(0), valueAt(1), valueAt(2), valueAt(3)};
+    const unsigned bits = values[0] << 18 | values[1] << 12 | values[2] << 6 | values[3];
+    if (n > 1) out[0] = static_cast<uint8>(bits >> 16);
+    if (n > 2) out[1] = static_cast<uint8>(bits >> 8);
+    if (n > 3) out[2] = static_cast<uint8>(bits);
+    return ((values[0] | values[1] | values[2] | values[3]) & 0xC0) == 0; // bits that only kNoDigit has
 }
 
 void encode64(uint8* out, const uint8* in, size_t n, bool padding, const Base64Alphabet& alphabet) {
     size_t done = 0;
     if (n >= kMinCharactersForBlocks) done = internal::encodeBase64Blocks(out, in, n, alphabet);
     out += done / 3 * 4;
-    for (; done < n; done += 3) {
-        const size_t groupSize = std::min<size_t>(n - done, 3);
-        encodeGroup(out, in + done, groupSize, alphabet);
-        out += groupSize + 1;
-    }
-    if (padding && n % 3 != 0) std::memset(out, '=', 3 - n % 3);
+    for (; n - done >= 3; done += 3, out += 4) encodeGroup(out, in + done, 3, alphabet);
+    if (done == n) return;
+    encodeGroup(out, in + done, n - done, alphabet);
+    out += n - done + 1;
+    if (padding) std::memset(out, '=', 3 - n % 3);
 }
 
 /// Where the digits end: at the first "=", which only more of them may follow.
@@ -80,12 +80,10 @@ bool decode64(uint8* out, const uint8* in, size_t n, const Base64Alphabet& alpha
     size_t done = 0;
     if (n >= kMinCharactersForBlocks) done = internal::decodeBase64Blocks(out, in, n, alphabet);
     out += done / 4 * 3;
-    for (; done < n; done += 4) {
-        const size_t groupSize = std::min<size_t>(n - done, 4);
-        if (!decodeGroup(out, in + done, groupSize, alphabet)) return false;
-        out += 3;
+    for (; n - done >= 4; done += 4, out += 3) {
+        if (!decodeGroup(out, in + done, 4, alphabet)) return false;
     }
-    return true;
+    return done == n || decodeGroup(out, in + done, n - done, alphabet);
 }
 
 } // namespace

@@ -14,6 +14,7 @@ namespace qel::internal::HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
 using Bytes = hn::ScalableTag<uint8_t>;
+using SignedBytes = hn::RebindToSigned<Bytes>;
 using Words = hn::Repartition<uint16_t, Bytes>;
 using Groups = hn::Repartition<uint32_t, Bytes>;
 using Vec = hn::Vec<Bytes>;
@@ -37,30 +38,38 @@ size_t EncodeBase16(uint8_t* HWY_RESTRICT out, const uint8_t* HWY_RESTRICT in, s
     return i;
 }
 
-/// The values of digits of either case; adds to @p faults where a character is none.
-HWY_INLINE Vec Base16Values(Vec characters, hn::Mask<Bytes>& faults) {
+/// The values of hexadecimal digits; adds bits to @p faults where a character is none. The figures, the
+/// letters (columns 4 and 6 of ASCII) and all other columns are a class each: see Base64Alphabet.
+HWY_INLINE Vec Base16Values(Vec characters, Vec& faults) {
+    alignas(16) static constexpr uint8_t kLowNibbleFaults[] = {6, 4, 4, 4, 4, 4, 4, 6,
+                                                               6, 6, 7, 7, 7, 7, 7, 7};
+    alignas(16) static constexpr uint8_t kClassOfHighNibble[] = {4, 4, 4, 1, 2, 4, 2, 4,
+                                                                 4, 4, 4, 4, 4, 4, 4, 4};
+    alignas(16) static constexpr uint8_t kOffsets[] = {0, 0, 0, 0, 9, 0, 9, 0, 0, 0, 0, 0, 0, 0, 0, 0};
     const Bytes d;
-    const Vec figure = hn::Sub(characters, hn::Set(d, '0'));
-    const Vec letter = hn::Sub(hn::Or(characters, hn::Set(d, 0x20)), hn::Set(d, 'a'));
-    const auto isFigure = hn::Eq(hn::Min(figure, hn::Set(d, 9)), figure);
-    const auto isLetter = hn::Eq(hn::Min(letter, hn::Set(d, 5)), letter);
-    faults = hn::Or(faults, hn::Not(hn::Or(isFigure, isLetter)));
-    return hn::IfThenElse(isFigure, figure, hn::Add(letter, hn::Set(d, 10)));
+    const Vec high = hn::ShiftRight<4>(characters);
+    const Vec low = hn::And(characters, hn::Set(d, 15));
+    faults = hn::Or(faults, hn::And(hn::TableLookupBytes(hn::LoadDup128(d, kLowNibbleFaults), low),
+                                    hn::TableLookupBytes(hn::LoadDup128(d, kClassOfHighNibble), high)));
+    return hn::Add(low, hn::TableLookupBytes(hn::LoadDup128(d, kOffsets), high));
+}
+
+/// Each pair of digits' values as the lower byte of its two.
+HWY_INLINE Vec JoinPairs(Vec values) {
+    const auto pairs = hn::BitCast(Words(), values);
+    return hn::BitCast(Bytes(), hn::Or(hn::ShiftLeft<4>(pairs), hn::ShiftRight<8>(pairs)));
 }
 
 size_t DecodeBase16(uint8_t* HWY_RESTRICT out, const uint8_t* HWY_RESTRICT in, size_t n) {
     const Bytes d;
-    const size_t step = 2 * hn::Lanes(d);
+    const size_t lanes = hn::Lanes(d);
     size_t i = 0;
-    for (; n - i >= step; i += step) {
-        Vec high;
-        Vec low;
-        hn::LoadInterleaved2(d, in + i, high, low);
-        auto faults = hn::FirstN(d, 0);
-        const Vec highValues = Base16Values(high, faults);
-        const Vec lowValues = Base16Values(low, faults);
-        if (!hn::AllFalse(d, faults)) break;
-        hn::StoreU(hn::Or(hn::ShiftLeft<4>(highValues), lowValues), d, out + i / 2);
+    for (; n - i >= 2 * lanes; i += 2 * lanes) {
+        Vec faults = hn::Zero(d);
+        const Vec first = JoinPairs(Base16Values(hn::LoadU(d, in + i), faults));
+        const Vec second = JoinPairs(Base16Values(hn::LoadU(d, in + i + lanes), faults));
+        if (!hn::AllTrue(d, hn::Eq(faults, hn::Zero(d)))) break;
+        hn::StoreU(hn::ConcatEven(d, second, first), d, out + i / 2);
     }
     return i;
 }
@@ -108,13 +117,14 @@ size_t EncodeBase64(uint8_t* HWY_RESTRICT out, const uint8_t* HWY_RESTRICT in, s
     distances[13] = alphabet.digits[0];
     const Vec offsets = hn::LoadDup128(d, distances);
     size_t i = 0;
-    for (; n - i >= hn::Lanes(d); i += step) {
+    for (; n - i >= hn::Lanes(d); i += step, out += hn::Lanes(d)) {
         const auto loaded = hn::BitCast(groups, hn::LoadU(d, in + i));
         const Vec values = SplitGroups(hn::BitCast(d, hn::TableLookupLanes(loaded, order)));
         const Vec beyondLetters = hn::SaturatedSub(values, hn::Set(d, 51));
-        const auto isUpper = hn::Eq(hn::Min(values, hn::Set(d, 25)), values);
+        const auto isUpper =
+            hn::RebindMask(d, hn::Lt(hn::BitCast(SignedBytes(), values), hn::Set(SignedBytes(), 26)));
         const Vec kind = hn::IfThenElse(isUpper, hn::Set(d, 13), beyondLetters);
-        hn::StoreU(hn::Add(values, hn::TableLookupBytes(offsets, kind)), d, out + i / 3 * 4);
+        hn::StoreU(hn::Add(values, hn::TableLookupBytes(offsets, kind)), d, out);
     }
     return i;
 }

@@ -59,7 +59,9 @@ protected:
         }
 
         /// The listener of a list that has exactly one; it isn't marked, so that it may emit anew.
-        SignalConnection* only() { return m_current = m_list->m_head; }
+        SignalConnection* only() {
+            return m_current = m_list->m_head;
+        }
         /// The next listener that hasn't had its turn, null when all have.
         SignalConnection* next() {
             dropCurrent();
@@ -88,9 +90,13 @@ protected:
     };
 
     /// Whether there is exactly one listener.
-    bool isSingle() const { return m_head && m_head->m_next == m_head; }
+    bool isSingle() const {
+        return m_head && m_head->m_next == m_head;
+    }
     /// The first listener, null if there is none.
-    SignalConnection* first() const { return m_head; }
+    SignalConnection* first() const {
+        return m_head;
+    }
     /// Appends @p connection and owns it from now on.
     SignalConnection* append(SignalConnection* connection);
 

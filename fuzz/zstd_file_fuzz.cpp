@@ -1,0 +1,35 @@
+// Compressed files: what a reader makes of any bytes that it finds where a zstd frame may be.
+#include <qel/foundation/base/compression.h>
+
+#include <cstdlib>
+
+using qel::Buffer;
+using qel::uint8;
+
+namespace {
+
+void require(bool holds) {
+    if (!holds) std::abort();
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8* data, size_t size) {
+    const qel::ConstByteSpan bytes(data, size);
+    Buffer content;
+    const auto stated = qel::util::getCompressedContentSize(bytes);
+    // A real bomb is content like any other; it only has no place in a fuzzer's memory.
+    const bool isTried = !stated || *stated <= (size_t{64} << 20) || *stated > (qel::uint64{1} << 40);
+    if (isTried && qel::util::decompress(bytes, content)) {
+        require(stated && content.getSize() == *stated);
+        require(content.getReservedSize() == content.getSize());
+    } else {
+        require(content.empty());
+    }
+    Buffer frame;
+    require(qel::util::compress(bytes, frame));
+    require(qel::util::getCompressedContentSize(frame) == size);
+    require(qel::util::decompress(frame, content));
+    require(content == Buffer(data, size));
+    return 0;
+}
