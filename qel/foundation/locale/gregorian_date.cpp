@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <stdexcept>
 #include <string>
 
 namespace qel {
@@ -19,6 +20,15 @@ bool isLeapYear(int year) {
 int daysInMonth(int year, int month) {
     constexpr std::array<int, 12> kDays{31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
     return month == 2 && isLeapYear(year) ? 29 : kDays[static_cast<std::size_t>(month - 1)];
+}
+
+/// std::stoi with the same text in its exceptions on every system; up to four characters are never too many.
+int toInt(const String& digits) {
+    try {
+        return std::stoi(digits);
+    } catch (const std::invalid_argument&) {
+        throw std::invalid_argument("invalid stoi argument");
+    }
 }
 
 } // namespace
@@ -144,10 +154,9 @@ int64 GregorianDate::asUTCDateTimeLocalTime() const {
 }
 
 GregorianDate GregorianDate::fromYYYYMMDD(const String& text) {
-    // The standard conversion reads plain digits alike in every locale, and its exceptions are the contract.
-    const int year = std::stoi(text.substr(0, 4));
-    const int month = std::stoi(text.substr(4, 2));
-    const int day = std::stoi(text.substr(6, 2));
+    const int year = toInt(text.substr(0, 4));
+    const int month = toInt(text.substr(4, 2));
+    const int day = toInt(text.substr(6, 2));
     return {year, month, day, 0, 0, 0, 0};
 }
 

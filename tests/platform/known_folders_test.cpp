@@ -1,0 +1,56 @@
+#include <qel/platform/known_folders.h>
+
+#include <tests/support/environment.h>
+
+#include <gtest/gtest.h>
+
+namespace qel::platform {
+namespace {
+
+using test::EnvironmentVariable;
+
+TEST(KnownFolders, UserDataFollowsTheXdgRules) {
+    const EnvironmentVariable home("HOME", "/home/somebody/");
+    {
+        const EnvironmentVariable data("XDG_DATA_HOME", "/data//");
+        EXPECT_EQ(userLocalDataFolder(), "/data");
+        EXPECT_EQ(userStartMenuFolder(), "/data/applications");
+    }
+    for (const char* unusable : {static_cast<const char*>(nullptr), "", "relative/data"}) {
+        const EnvironmentVariable data("XDG_DATA_HOME", unusable);
+        EXPECT_EQ(userLocalDataFolder(), "/home/somebody/.local/share");
+    }
+}
+
+TEST(KnownFolders, AHomeAtTheRootMakesNoDoubleSlash) {
+    const EnvironmentVariable home("HOME", "/");
+    const EnvironmentVariable data("XDG_DATA_HOME", nullptr);
+    EXPECT_EQ(userLocalDataFolder(), "/.local/share");
+}
+
+TEST(KnownFolders, WithoutHomeTheUserDatabaseIsAsked) {
+    const EnvironmentVariable data("XDG_DATA_HOME", nullptr);
+    for (const char* unusable : {static_cast<const char*>(nullptr), "", "relative"}) {
+        const EnvironmentVariable home("HOME", unusable);
+        const std::string folder = userLocalDataFolder();
+        EXPECT_TRUE(folder.empty() || (folder.starts_with('/') && folder.ends_with("/.local/share")))
+            << folder;
+    }
+}
+
+TEST(KnownFolders, CommonStartEntriesStandInTheFirstAbsoluteDataFolder) {
+    {
+        const EnvironmentVariable folders("XDG_DATA_DIRS", "relative::/first/:/second");
+        EXPECT_EQ(commonStartMenuFolder(), "/first/applications");
+    }
+    const EnvironmentVariable folders("XDG_DATA_DIRS", nullptr);
+    EXPECT_EQ(commonStartMenuFolder(), "/usr/local/share/applications");
+}
+
+TEST(KnownFolders, FoldersOfTheMachineAreThoseOfTheHierarchyStandard) {
+    EXPECT_EQ(commonDataFolder(), "/var/lib");
+    EXPECT_EQ(programsFolder(), "/opt");
+}
+
+} // namespace
+} // namespace qel::platform

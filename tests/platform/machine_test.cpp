@@ -1,0 +1,113 @@
+#include <qel/platform/machine.h>
+#include <qel/platform/process_self.h>
+#include <qel/platform/system_error.h>
+
+#include <tests/support/environment.h>
+
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cerrno>
+#include <csignal>
+#include <filesystem>
+#include <thread>
+#include <vector>
+
+#include <unistd.h>
+
+namespace qel::platform {
+namespace {
+
+TEST(Machine, MemoryFiguresFitTogether) {
+    EXPECT_TRUE(std::has_single_bit(pageSize()));
+    EXPECT_GT(physicalMemorySize(), 0u);
+    EXPECT_EQ(physicalMemorySize() % pageSize(), 0u);
+    EXPECT_GT(freeMemorySize(), 0u);
+    EXPECT_LE(freeMemorySize(), physicalMemorySize());
+}
+
+TEST(Machine, HasAtLeastOneProcessor) {
+    EXPECT_EQ(processorCount(), std::max(1u, std::thread::hardware_concurrency()));
+}
+
+TEST(Machine, KernelTimeHoldsTheIdleTime) {
+    CpuTimes times;
+    ASSERT_TRUE(readCpuTimes(times));
+    EXPECT_GT(times.idle, 0);
+    EXPECT_GT(times.kernel, times.idle);
+    EXPECT_GT(times.user, 0);
+}
+
+TEST(Machine, MemoryOfTheProcessGrowsByWhatItTouches) {
+    constexpr std::size_t kBytes = std::size_t{64} << 20;
+    ProcessMemory before;
+    ProcessMemory after;
+    ASSERT_TRUE(readProcessMemory(before));
+    const std::vector<char> touched(kBytes, 'x');
+    ASSERT_TRUE(readProcessMemory(after));
+    EXPECT_GE(after.workingSet, before.workingSet + kBytes * 9 / 10) << touched.size();
+    EXPECT_GE(after.privateBytes, before.privateBytes + kBytes * 9 / 10);
+}
+
+TEST(ProcessSelf, KnowsItsProgramAndNumber) {
+    EXPECT_EQ(executablePath(), std::filesystem::read_symlink("/proc/self/exe").string());
+    EXPECT_EQ(processId(), static_cast<std::uint32_t>(getpid()));
+}
+
+TEST(ProcessSelf, RightsAndElevationAgree) {
+    EXPECT_EQ(isAdministrator(), geteuid() == 0);
+    EXPECT_EQ(elevation() == Elevation::Limited && isAdministrator(), false);
+    EXPECT_EQ(elevation() == Elevation::Full && !isAdministrator(), false);
+}
+
+TEST(ProcessSelf, LocaleNameIsTheFirstVariableThatSaysSomething) {
+    const test::EnvironmentVariable language("LANG", "de_DE.UTF-8");
+    const test::EnvironmentVariable type("LC_CTYPE", nullptr);
+    const test::EnvironmentVariable all("LC_ALL", "");
+    EXPECT_EQ(userLocaleName(), "de_DE.UTF-8");
+    const test::EnvironmentVariable otherType("LC_CTYPE", "fr_FR");
+    EXPECT_EQ(userLocaleName(), "fr_FR");
+    const test::EnvironmentVariable otherAll("LC_ALL", "tr_TR");
+    EXPECT_EQ(userLocaleName(), "tr_TR");
+}
+
+TEST(ProcessSelf, WithoutVariablesTheLocaleIsC) {
+    const test::EnvironmentVariable language("LANG", nullptr);
+    const test::EnvironmentVariable type("LC_CTYPE", nullptr);
+    const test::EnvironmentVariable all("LC_ALL", nullptr);
+    EXPECT_EQ(userLocaleName(), "C");
+}
+
+TEST(ProcessSelfDeathTest, EndsAtOnceWithTheStatus) {
+    EXPECT_EXIT(
+        {
+            std::atexit([] { _exit(1); });
+            endProcess(23);
+        },
+        testing::ExitedWithCode(23), "");
+}
+
+TEST(ProcessSelfDeathTest, ABreakPointWithoutADebuggerEndsTheProcess) {
+    EXPECT_EXIT(
+        {
+            disableCoreImages();
+            std::signal(SIGTRAP, SIG_DFL);
+            breakPoint();
+        },
+        testing::KilledBySignal(SIGTRAP), "");
+}
+
+TEST(SystemError, TextsFollowTheCodes) {
+    EXPECT_EQ(errorText(ENOENT), "No such file or directory");
+    EXPECT_EQ(errorText(99999), "Unknown error 99999");
+    EXPECT_EQ(errorText(std::int64_t{1} << 40), "Unknown error 1099511627776");
+}
+
+TEST(SystemError, EveryThreadHasItsOwnLastCode) {
+    errno = EACCES;
+    std::thread([] { errno = ENOENT; }).join();
+    EXPECT_EQ(lastErrorCode(), EACCES);
+}
+
+} // namespace
+} // namespace qel::platform

@@ -1,0 +1,52 @@
+// The process's environment and time zone, changed for the length of a test.
+#pragma once
+
+#include <cstdlib>
+#include <ctime>
+#include <optional>
+#include <string>
+
+namespace qel::test {
+
+/// Sets an environment variable, or removes it for null, and puts it back at the end.
+class EnvironmentVariable {
+public:
+    EnvironmentVariable(const char* name, const char* value) : m_name(name) {
+        if (const char* before = std::getenv(name)) m_before = before;
+        set(value);
+    }
+    ~EnvironmentVariable() { set(m_before ? m_before->c_str() : nullptr); }
+    EnvironmentVariable(const EnvironmentVariable&) = delete;
+    EnvironmentVariable& operator=(const EnvironmentVariable&) = delete;
+
+private:
+    void set(const char* value) {
+        if (value)
+            setenv(m_name.c_str(), value, 1);
+        else
+            unsetenv(m_name.c_str());
+    }
+
+    std::string m_name;
+    std::optional<std::string> m_before;
+};
+
+/// Puts the process into a time zone told in the POSIX form, as "CET-1CEST,M3.5.0,M10.5.0/3".
+class TimeZone {
+public:
+    explicit TimeZone(const char* zone) : m_variable(std::in_place, "TZ", zone) { tzset(); }
+    ~TimeZone() {
+        m_variable.reset();
+        tzset();
+    }
+    TimeZone(const TimeZone&) = delete;
+    TimeZone& operator=(const TimeZone&) = delete;
+
+    /// One hour ahead of UTC, two from the last Sunday of March to that of October.
+    static constexpr const char* kCentralEurope = "CET-1CEST,M3.5.0,M10.5.0/3";
+
+private:
+    std::optional<EnvironmentVariable> m_variable;
+};
+
+} // namespace qel::test
