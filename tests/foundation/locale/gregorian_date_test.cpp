@@ -90,7 +90,7 @@ TEST(GregorianDate, TimeOfDayLeavesTheSecondsOut) {
 }
 
 TEST(GregorianDate, WeekDaysCountFromSundayInEveryTimeZone) {
-    for (const char* zone : {"UTC0", "XXX-14", "XXX12", TimeZone::kCentralEurope}) {
+    for (const char* zone : {"UTC0", "AAA-14", "AAA12", TimeZone::kCentralEurope}) {
         const TimeZone scope(zone);
         EXPECT_EQ(day(2024, 1, 7).getWeekDay(), 0) << zone;
         EXPECT_EQ(day(2024, 3, 31).getWeekDay(), 0) << zone;
