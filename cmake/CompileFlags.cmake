@@ -24,8 +24,6 @@ if(QEL_WARNINGS_AS_ERRORS)
     target_compile_options(qel_compile_flags INTERFACE -Werror)
 endif()
 
-target_link_options(qel_compile_flags INTERFACE LINKER:--allow-shlib-undefined)
-
 if(QEL_SANITIZE)
     set(qel_sanitize_flags -fsanitize=${QEL_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     if(QEL_SANITIZE MATCHES "undefined")
@@ -40,7 +38,7 @@ endif()
 if(QEL_HARDEN)
     target_compile_options(qel_compile_flags INTERFACE -fstack-protector-strong -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3)
     target_compile_definitions(qel_compile_flags INTERFACE _GLIBCXX_ASSERTIONS)
-    target_link_options(qel_compile_flags INTERFACE LINKER:-z,relro LINKER:-z,noexecstack)
+    target_link_options(qel_compile_flags INTERFACE LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack)
 endif()
 
 # Kernel files are built for the least CPU that the vector library has block operations for, and optimised hard.
