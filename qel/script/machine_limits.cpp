@@ -11,6 +11,9 @@ namespace qelSq::internal {
 
 namespace {
 
+// Slots of a stack beyond what a call asks for.
+constexpr SQInteger kSpareStack = 64;
+
 // Calls the closure on top of the stack with the receiver and arguments below it, as if it had been called
 // itself.
 SQInteger forwardCall(SQVM* vm) {
@@ -28,7 +31,20 @@ SQInteger callWithSize(SQVM* vm) {
     return forwardCall(vm);
 }
 
+// The machine's own functions push elements and arguments without a look at the size of the stack.
+bool reserve(SQVM* vm, SQInteger count) {
+    return SQ_SUCCEEDED(sq_reservestack(vm, count + kSpareStack));
+}
+
+// As forwardCall, with room for the elements of the array at index 2 as arguments.
+SQInteger callWithArray(SQVM* vm) {
+    SQInteger size = sq_gettop(vm) > 2 && sq_gettype(vm, 2) == OT_ARRAY ? sq_getsize(vm, 2) : 0;
+    return reserve(vm, size) ? forwardCall(vm) : SQ_ERROR;
+}
+
 SQInteger callCoroutine(SQVM* vm) {
+    SQVM* thread = nullptr;
+    if (SQ_SUCCEEDED(sq_getthread(vm, 1, &thread)) && !reserve(thread, sq_gettop(vm))) return SQ_ERROR;
     int& depth = VMControl::from(vm).coroutineDepth;
     if (depth >= kMaxCoroutineDepth) return sq_throwerror(vm, "too many nested threads");
     ++depth;
@@ -101,6 +117,8 @@ void limitMachine(VM& vm) {
     wrap(root, "array", &callWithSize);
     Object arrays = defaultDelegate(vm.getSquirrelVM(), OT_ARRAY);
     wrap(arrays, "resize", &callWithSize);
+    Object closures = defaultDelegate(vm.getSquirrelVM(), OT_CLOSURE);
+    for (const char* name : {"acall", "pacall"}) wrap(closures, name, &callWithArray);
     Object threads = defaultDelegate(vm.getSquirrelVM(), OT_THREAD);
     for (const char* name : {"call", "wakeup", "wakeupthrow"}) wrap(threads, name, &callCoroutine);
 }

@@ -181,7 +181,7 @@ HSQOBJECT Object::rawgetSlotAddRef(const Object& key) const {
     return lookUp(key, &sq_rawget);
 }
 
-HSQOBJECT Object::lookUp(const Object& key, SQRESULT (*getter)(HSQUIRRELVM, SQInteger)) const {
+HSQOBJECT Object::lookUp(const Object& key, SQRESULT (*get)(HSQUIRRELVM, SQInteger)) const {
     HSQOBJECT found;
     sq_resetobject(&found);
     SQVM* vm = Global::squirrelVM;
@@ -189,7 +189,7 @@ HSQOBJECT Object::lookUp(const Object& key, SQRESULT (*getter)(HSQUIRRELVM, SQIn
     internal::StackGuard guard(vm);
     push(vm);
     key.push(vm);
-    if (SQ_SUCCEEDED(getter(vm, -2))) {
+    if (SQ_SUCCEEDED(get(vm, -2))) {
         sq_getstackobj(vm, -1, &found);
         sq_addref(vm, &found);
     }
@@ -198,7 +198,7 @@ HSQOBJECT Object::lookUp(const Object& key, SQRESULT (*getter)(HSQUIRRELVM, SQIn
 
 bool Object::set(const Object& key, const Object& value, bool isStatic) {
     SQVM* vm = Global::squirrelVM;
-    if (!vm) return false;
+    if (!vm || !(isTable() || isClass())) return false;
     internal::StackGuard guard(vm);
     push(vm);
     key.push(vm);

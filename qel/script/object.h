@@ -113,9 +113,9 @@ public:
 
     /// A bool is its value, a number is true when not zero (a NaN too), anything else when not null.
     bool asBool() const;
-    /// Number or bool as an integer, a float cut towards zero; 0 for anything else.
+    /// A number as an integer, a float cut towards zero; 0 for anything else.
     SQInteger asInteger() const;
-    /// Number or bool as a float; 0 for anything else.
+    /// A number as a float; 0 for anything else.
     SQFloat asFloat() const;
     /// The text of a string; empty for anything else.
     qel::String asString() const;
@@ -143,7 +143,7 @@ public:
     HSQOBJECT rawgetSlotAddRef(const Object& key) const;
     /// Stores @p value in the slot @p key, which is made when missing.
     /// @param isStatic  makes a static member of a class.
-    /// @return false when the value has no slots to store in.
+    /// @return false for anything but a table or a class that may still change.
     bool set(const Object& key, const Object& value, bool isStatic = false);
     /// @copydoc set(const Object&, const Object&, bool)
     bool set(const char* key, const Object& value, bool isStatic = false) {

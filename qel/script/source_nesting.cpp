@@ -14,6 +14,7 @@ enum Open : char {
     kExpression = 'e', // an operator, for its operand
     kHeader = 'h',     // a statement, for its head
     kStatement = 's',  // a statement, for its body
+    kDo = 'd',         // a do, for its body and condition
     kFunction = 'f',   // a function, for its parameters
     kBodyless = 'b',   // a function, for its body
     kClass = 'c',      // a class, for its body
@@ -48,11 +49,19 @@ private:
 
     // Two operands side by side, or a semicolon, end all that waits within the innermost bracket.
     void endStatementBefore(const Token& token) {
-        if (m_before == Before::StatementEnd || (m_before == Before::OperandEnd && beginsAnew(token))) {
-            bool goesOn = token.text == "else" || token.text == "catch" || token.text == "while";
-            while (!isBracket(top()) && !(goesOn && (top() == kStatement || top() == kHeader)))
-                m_open.pop_back();
+        if (m_before != Before::StatementEnd && !(m_before == Before::OperandEnd && beginsAnew(token))) return;
+        char continued = continuedBy(token);
+        while (!isBracket(top()) && top() != continued) m_open.pop_back();
+    }
+
+    // What is open and goes on with @p token instead of being ended by it; 0 for nothing.
+    char continuedBy(const Token& token) const {
+        char waiting = token.text == "else" || token.text == "catch" ? char{kStatement} : char{kDo};
+        if (waiting == kDo && token.text != "while") return 0;
+        for (size_t i = m_open.size(); i-- > 0 && !isBracket(m_open[i]);) {
+            if (m_open[i] == waiting) return waiting;
         }
+        return 0;
     }
 
     bool beginsAnew(const Token& token) const {

@@ -1,6 +1,8 @@
 // Bounds how deep the compiler will call itself for a source.
 #pragma once
 
+#include <qel/platform/api.h>
+
 #include <cstddef>
 #include <string_view>
 
@@ -16,6 +18,6 @@ struct NestingExcess {
 /// functions, classes and statements that wait for the end of what follows them. Errors of syntax are the
 /// compiler's business.
 /// @param limit  constructs that may be open at the same place.
-NestingExcess findNestingExcess(std::string_view source, size_t limit);
+QEL_API NestingExcess findNestingExcess(std::string_view source, size_t limit);
 
 } // namespace qelSq::internal

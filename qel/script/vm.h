@@ -149,7 +149,7 @@ private:
     void initImport();
     qel::String findImport(const char* name) const;
     bool runThread(Thread& thread);
-    void endThread(ThreadList::iterator thread);
+    ThreadList::iterator endThread(ThreadList::iterator thread);
 
     SQVM* m_vm = nullptr;
     std::unique_ptr<VMControl> m_control;

@@ -4,6 +4,8 @@
 #include <qel/script/async_queue.h>
 #include <qel/script/stack_guard_p.h>
 
+#include <bit>
+#include <iterator>
 #include <utility>
 
 namespace qelSq {
@@ -19,7 +21,9 @@ void reportFailure(const char* text) {
 } // namespace
 
 void VM::Thread::pushArgument(const Object& value) {
-    sq_reservestack(vm, 1);
+    auto count = static_cast<qel::uint32>(argumentCount);
+    if (std::has_single_bit(count))
+        sq_reservestack(vm, 2 * argumentCount); // room until the next power of two
     value.push(vm);
     ++argumentCount;
 }
@@ -38,10 +42,7 @@ void VM::processEvents() {
     if (m_currentThread) return;
     m_ranThreads = false;
     for (auto thread = m_threads.begin(); thread != m_threads.end();) {
-        auto present = thread;
-        bool stays = runThread(*present);
-        ++thread; // only now, so that a record appended by the script is reached
-        if (!stays) endThread(present);
+        thread = runThread(*thread) ? std::next(thread) : endThread(thread);
     }
 }
 
@@ -64,9 +65,9 @@ bool VM::runThread(Thread& thread) {
     return static_cast<bool>(thread.wakeCondition);
 }
 
-void VM::endThread(ThreadList::iterator thread) {
-    if (thread->queue) thread->queue->threadEnded(*this);
-    m_threads.erase(thread);
+VM::ThreadList::iterator VM::endThread(ThreadList::iterator thread) {
+    if (thread->queue) thread->queue->threadEnded(*this); // may append the queue's next thread
+    return m_threads.erase(thread);
 }
 
 SQInteger VM::suspend(SQVM* vm, WakeCondition condition) {

@@ -1,0 +1,169 @@
+#include "script_fixture.h"
+
+#include <qel/foundation/base/buffer.h>
+
+#include <limits>
+
+namespace {
+
+using qel::test::LogCapture;
+using qelSq::Object;
+
+class ScriptObject : public qel::test::ScriptFixture {};
+
+TEST_F(ScriptObject, AnythingButFalseNullAndZeroIsTrue) {
+    EXPECT_TRUE(Object::of(std::numeric_limits<float>::quiet_NaN()).asBool());
+    EXPECT_TRUE(Object::of("").asBool());
+    EXPECT_TRUE(Object::of(-1).asBool());
+    EXPECT_FALSE(Object::of(0).asBool());
+    EXPECT_FALSE(Object::of(-0.0f).asBool());
+    EXPECT_FALSE(Object::of(false).asBool());
+    EXPECT_FALSE(Object().asBool());
+}
+
+TEST_F(ScriptObject, ConversionsOfOtherTypesGiveNeutralValues) {
+    EXPECT_EQ(Object::of(2.9f).asInteger(), 2);
+    EXPECT_EQ(Object::of(true).asInteger(), 0);
+    EXPECT_EQ(Object::of("12").asInteger(), 0);
+    EXPECT_EQ(Object::of(3).asFloat(), 3.0f);
+    EXPECT_EQ(Object::of(3).asString(), "");
+    EXPECT_EQ(vm().newTable().asFloat(), 0.0f);
+}
+
+TEST_F(ScriptObject, SetMakesTheSlotThatGetFinds) {
+    Object table = vm().newTable();
+    EXPECT_TRUE(table.set("key", Object::of("value")));
+    EXPECT_EQ(table.get("key").asString(), "value");
+    EXPECT_EQ(table.asTable().rawget("key").asString(), "value");
+    EXPECT_TRUE(table.get("other").isNull());
+    EXPECT_EQ(table.getSize(), 1);
+    Object number = Object::of(1);
+    EXPECT_FALSE(number.set("key", table));
+    EXPECT_TRUE(number.get("key").isNull());
+}
+
+TEST_F(ScriptObject, TheStackOfTheMachineStaysBalanced) {
+    LogCapture capture;
+    SQInteger top = sq_gettop(vm().getSquirrelVM());
+    Object table = evaluate("{ a = 1 }");
+    table.get("missing");
+    table.set(Object(), Object());
+    table.asTable().getKeyValuePairs();
+    evaluate("[1]").asArray().pop();
+    vm().construct("no.such.name");
+    Object().asArray().append(table);
+    EXPECT_EQ(sq_gettop(vm().getSquirrelVM()), top);
+    EXPECT_EQ(capture.take().size(), 2u);
+}
+
+TEST_F(ScriptObject, RawAccessPassesDelegatesBy) {
+    Object table = evaluate("{}.setdelegate({ inherited = 1 })");
+    EXPECT_TRUE(table.get("inherited").isInteger());
+    EXPECT_TRUE(table.rawget("inherited").isNull());
+}
+
+TEST_F(ScriptObject, ArraysChangeThroughTheirView) {
+    Object array = vm().newArray(1);
+    auto view = array.asArray();
+    EXPECT_TRUE(view.append(Object::of("b")));
+    EXPECT_TRUE(view.insert(0, Object::of("a")));
+    EXPECT_FALSE(view.insert(9, Object::of("x")));
+    EXPECT_FALSE(view.insert(-1, Object::of("x")));
+    EXPECT_TRUE(view.remove(1));
+    EXPECT_FALSE(view.remove(7));
+    EXPECT_TRUE(view.reverse());
+    EXPECT_EQ(view.getValues().front().asString(), "b");
+    EXPECT_TRUE(view.resize(3));
+    EXPECT_FALSE(view.resize(-1));
+    EXPECT_EQ(array.getSize(), 3);
+    EXPECT_TRUE(view.resize(1));
+    EXPECT_EQ(view.pop().asString(), "b");
+    EXPECT_TRUE(view.pop().isNull());
+}
+
+TEST_F(ScriptObject, ViewsOfOtherTypesDoNothing) {
+    Object text = Object::of("text");
+    EXPECT_TRUE(text.asTable().getKeyValuePairs().empty());
+    EXPECT_TRUE(text.asArray().getValues().empty());
+    EXPECT_FALSE(text.asArray().append(text));
+    EXPECT_TRUE(text.asInstance().getClass().isNull());
+    EXPECT_EQ(text.asInstance().getNativeVoidPointer(), nullptr);
+}
+
+TEST_F(ScriptObject, ATableListsItsPairs) {
+    Object table = evaluate("{ one = 1 }");
+    auto pairs = table.asTable().getKeyValuePairs();
+    ASSERT_EQ(pairs.size(), 1u);
+    EXPECT_EQ(pairs.front().first.asString(), "one");
+    EXPECT_EQ(pairs.front().second.asInteger(), 1);
+}
+
+TEST_F(ScriptObject, ABlockOfBytesReachesItsNativeFunction) {
+    auto answer = [](HSQUIRRELVM machine) -> SQInteger {
+        SQUserPointer data = nullptr;
+        sq_getuserdata(machine, -1, &data, nullptr);
+        sq_pushinteger(machine, *static_cast<int*>(data));
+        return 1;
+    };
+    int value = 42;
+    vm().getRootTable().asTable().squirrelFunction("answer", answer, &value, sizeof(value));
+    EXPECT_EQ(evaluate("answer()").asInteger(), 42);
+}
+
+TEST_F(ScriptObject, BytecodeMakesTheClosureAgain) {
+    qel::Buffer bytes;
+    Object closure = vm().newClosure("::ran <- 7", "test");
+    ASSERT_TRUE(closure.asClosure().getBytecode(bytes));
+    Object again = vm().newClosure(bytes.getConstByteSpan());
+    again.asClosure().getFunctorOnRoot().execute();
+    EXPECT_EQ(vm().getRootTable().get("ran").asInteger(), 7);
+}
+
+TEST_F(ScriptObject, WhatIsNoBytecodeIsRefusedWithAWarning) {
+    LogCapture capture;
+    qel::Buffer bytes;
+    EXPECT_FALSE(evaluate("print").asClosure().getBytecode(bytes));
+    capture.expect(2, "[SQ] cannot serialize squirrel bytecode");
+    EXPECT_TRUE(vm().newClosure(qel::ConstByteSpan::fromText("no code")).isNull());
+    capture.expect(2, "[SQ] cannot deserialize squirrel bytecode");
+}
+
+TEST_F(ScriptObject, AFunctorRemembersThatItFailed) {
+    Object failing = evaluate("function() { throw \"no\" }");
+    auto functor = failing.asClosure().getFunctorOn(vm().newTable());
+    EXPECT_FALSE(functor.isNull());
+    LogCapture capture;
+    functor.execute();
+    EXPECT_EQ(capture.take().size(), 1u);
+    EXPECT_TRUE(functor.hasFailed());
+    functor.clearFail();
+    EXPECT_FALSE(functor.hasFailed());
+}
+
+TEST_F(ScriptObject, FunctorsAreEqualByReceiverAndClosure) {
+    Object closure = evaluate("function() {}");
+    Object receiver = vm().newTable();
+    EXPECT_EQ(closure.asClosure().getFunctorOn(receiver), closure.asClosure().getFunctorOn(receiver));
+    EXPECT_FALSE(closure.asClosure().getFunctorOn(receiver) == closure.asClosure().getFunctorOnRoot());
+    EXPECT_TRUE(qelSq::Functor().isNull());
+}
+
+TEST_F(ScriptObject, AHandleMayOutliveItsMachineAndMeetTheNext) {
+    Object survivor = evaluate("{ a = \"text\" }");
+    Object copy = survivor;
+    qel::System::deinitialize();
+    EXPECT_TRUE(survivor.isNull());
+    EXPECT_TRUE(Object::of("text").isNull());
+    qel::System::initialize({});
+    EXPECT_TRUE(survivor.isNull());
+    EXPECT_TRUE(copy.get("a").isNull());
+    EXPECT_TRUE(evaluate("{ a = 1 }").isTable());
+}
+
+TEST_F(ScriptObject, OnlyABoundGuidIsOne) {
+    EXPECT_FALSE(Object::of("GUID").isGUID());
+    EXPECT_FALSE(evaluate("class { static __qel_nativeClassName = \"Rect\" }()").isGUID());
+    EXPECT_TRUE(evaluate("class { static __qel_nativeClassName = \"GUID\" }()").isGUID());
+}
+
+} // namespace

@@ -1,0 +1,255 @@
+#include "script_fixture.h"
+
+namespace {
+
+using qel::test::LogCapture;
+using qelSq::Object;
+
+class ScriptThreads : public qel::test::ScriptFixture {
+protected:
+    void SetUp() override {
+        ScriptFixture::SetUp();
+        run("::trace <- []; ::pause <- std[\"yield\"]");
+        clock.advanceMs(1000);
+    }
+
+    // The texts that scripts have appended to `trace`, joined by blanks.
+    std::string trace() {
+        run("::joined <- trace.reduce(@(a, b) a + \" \" + b)");
+        return vm().getRootTable().get("joined").asString();
+    }
+};
+
+TEST_F(ScriptThreads, AThreadStartsInTheNextPass) {
+    start("trace.append(\"ran\")");
+    EXPECT_TRUE(vm().threadsActive());
+    EXPECT_EQ(trace(), "");
+    pass();
+    EXPECT_EQ(trace(), "ran");
+    EXPECT_FALSE(vm().threadsActive());
+}
+
+TEST_F(ScriptThreads, YieldTakesTurnsInTheOrderOfCreation) {
+    for (const char* name : {"a", "b"}) {
+        start(std::string("for (local i = 0; i < 2; i++) { trace.append(\"") + name + "\" + i); pause() }");
+    }
+    for (int i = 0; i < 3; ++i) pass();
+    EXPECT_EQ(trace(), "a0 b0 a1 b1");
+    EXPECT_FALSE(vm().threadsActive());
+}
+
+TEST_F(ScriptThreads, AThreadMadeInAThreadRunsInTheSamePass) {
+    start("std.async(function(a, b) { trace.append(a + b) }, \"x\", 1); trace.append(\"outer\")");
+    pass();
+    EXPECT_EQ(trace(), "outer x1");
+}
+
+TEST_F(ScriptThreads, AsyncTakesMoreArgumentsThanAStackHolds) {
+    start(R"(local values = [getroottable(), function(...) { trace.append(vargv.len().tostring()) }]
+             for (local i = 0; i < 5000; i++) values.append(i)
+             std.async.acall(values))");
+    pass();
+    EXPECT_EQ(trace(), "5000");
+}
+
+TEST_F(ScriptThreads, SleepWakesStrictlyBehindItsTime) {
+    start("std.sleep(10); trace.append(\"awake\")");
+    pass();
+    pass(10);
+    EXPECT_EQ(trace(), "");
+    pass(1);
+    EXPECT_EQ(trace(), "awake");
+}
+
+TEST_F(ScriptThreads, SleepOfNothingWaitsForTheClockToMove) {
+    start("std.sleep(0); trace.append(\"awake\")");
+    pass();
+    pass();
+    EXPECT_EQ(trace(), "");
+    pass(1);
+    EXPECT_EQ(trace(), "awake");
+}
+
+TEST_F(ScriptThreads, SleepOutlastsTheWrapOfTheClock) {
+    clock.advanceMs(0xFFFFFFFFLL - 60'000);
+    start("std.sleep(120000); trace.append(\"awake\")");
+    pass();
+    pass(119'000);
+    EXPECT_EQ(trace(), "");
+    pass(1'001);
+    EXPECT_EQ(trace(), "awake");
+}
+
+TEST_F(ScriptThreads, NothingSuspendsTheRootMachine) {
+    EXPECT_TRUE(run("std.sleep(1000); pause(); std.sleep_forever(); suspend(1); trace.append(\"went on\")"));
+    EXPECT_EQ(trace(), "went on");
+    EXPECT_FALSE(vm().threadsActive());
+}
+
+TEST_F(ScriptThreads, AnErrorEndsItsOwnThreadOnly) {
+    LogCapture capture;
+    start("throw \"at once\"");
+    start("pause(); throw \"later\"");
+    start("pause(); pause(); trace.append(\"alive\")");
+    for (int i = 0; i < 3; ++i) pass();
+    EXPECT_EQ(trace(), "alive");
+    capture.expect(3, "[SUPPORT] squirrel thread failed (call)");
+    capture.expect(3, "[SUPPORT] squirrel thread failed (wake)");
+    EXPECT_EQ(capture.take().size(), 2u);
+}
+
+TEST_F(ScriptThreads, AThreadWithoutAClosureFailsInItsFirstPass) {
+    vm().createThread(Object());
+    LogCapture capture;
+    pass();
+    capture.expect(3, "[SUPPORT] squirrel thread failed (call)");
+    capture.take();
+    EXPECT_FALSE(vm().threadsActive());
+}
+
+TEST_F(ScriptThreads, WhatIsCalledThroughNativeCodeCannotSuspend) {
+    LogCapture capture;
+    start("try { [1, 2].sort(function(a, b) { std.sleep(1); return 0 }) } catch (e) { trace.append(e) }");
+    pass();
+    EXPECT_EQ(trace(), "cannot suspend through native calls/metamethods");
+    EXPECT_FALSE(vm().threadsActive());
+    capture.take();
+}
+
+TEST_F(ScriptThreads, ASuspendOfTheMachinesOwnEndsAThread) {
+    start("suspend(1); trace.append(\"never\")");
+    pass();
+    EXPECT_FALSE(vm().threadsActive());
+    EXPECT_EQ(trace(), "");
+}
+
+TEST_F(ScriptThreads, SuspendingFunctionsDoNothingInACoroutine) {
+    start("local t = newthread(function() { std.sleep(50); trace.append(\"in\"); suspend(7) })\n"
+          "trace.append(t.call().tostring()); trace.append(t.getstatus())");
+    pass();
+    EXPECT_EQ(trace(), "in 7 suspended");
+    EXPECT_FALSE(vm().threadsActive());
+}
+
+TEST_F(ScriptThreads, APassWithinAScriptDoesNothing) {
+    auto nested = [](HSQUIRRELVM machine) -> SQInteger {
+        qelSq::VM::from(machine)->processEvents();
+        return 0;
+    };
+    vm().getRootTable().asTable().squirrelFunction("nested", nested);
+    start("nested(); trace.append(\"a\")");
+    start("trace.append(\"b\")");
+    pass();
+    EXPECT_EQ(trace(), "a b");
+}
+
+TEST_F(ScriptThreads, SuspendedThreadsEndWithTheMachine) {
+    run("::keep <- std.queue()");
+    for (int i = 0; i < 20; ++i) {
+        start("local big = array(100, \"text\"); local q = std.serial_queue(); keep.push(function() {"
+              " std.sleep_forever() }); q.push(function() { std.sleep_forever() }); q.wait(); big.len()");
+    }
+    pass();
+    EXPECT_TRUE(vm().threadsActive());
+} // the leak checker looks at what the fixture leaves
+
+// --- queues --------------------------------------------------------------------------------------------
+
+TEST_F(ScriptThreads, ASerialQueueRunsItsJobsOneAfterTheOther) {
+    start(R"(local q = std.serial_queue()
+             foreach (name in ["a", "b", "c"]) q.push(function(n) { trace.append(n); pause() }, name)
+             q.wait(); trace.append("done"))");
+    pass();
+    EXPECT_EQ(trace(), "a");
+    pass();
+    EXPECT_EQ(trace(), "a b");
+    for (int i = 0; i < 3; ++i) pass();
+    EXPECT_EQ(trace(), "a b c done");
+}
+
+TEST_F(ScriptThreads, AQueueKeepsToItsLimit) {
+    start(R"(::q <- std.queue(); q.set_concurrency(2); trace.append(q.get_concurrency().tostring())
+             ::now <- 0; ::most <- 0
+             for (local i = 0; i < 7; i++) q.push(function() {
+                 if (++::now > ::most) ::most = ::now
+                 pause(); pause(); --::now })
+             q.wait(); trace.append(most.tostring()))");
+    for (int i = 0; i < 20; ++i) pass();
+    EXPECT_EQ(trace(), "2 2");
+}
+
+TEST_F(ScriptThreads, ARaisedLimitStartsNothingByItself) {
+    start(R"(::q <- std.serial_queue()
+             for (local i = 0; i < 4; i++) q.push(function() { trace.append("x"); std.sleep_forever() })
+             q.set_concurrency(0))");
+    for (int i = 0; i < 5; ++i) pass();
+    EXPECT_EQ(trace(), "x");
+}
+
+TEST_F(ScriptThreads, AbortWakesSleepersRefusesJobsAndEndsWithTheLast) {
+    start(R"(::q <- std.queue()
+             q.push(function() { std.sleep_forever(); trace.append("forever" + std.current_queue_is_aborting()) })
+             q.push(function() { std.sleep(1000000); trace.append("sleep"); pause(); trace.append("end") })
+             pause(); q.abort(); trace.append("aborted" + q.is_aborting()))");
+    pass();
+    EXPECT_EQ(trace(), "");
+    pass();
+    EXPECT_EQ(trace(), "forevertrue sleep");
+    run("q.push(@() trace.append(\"refused\"))");
+    for (int i = 0; i < 4; ++i) pass();
+    EXPECT_EQ(trace(), "forevertrue sleep end abortedfalse");
+    run("q.push(@() trace.append(\"again\"))");
+    pass();
+    EXPECT_EQ(trace(), "forevertrue sleep end abortedfalse again");
+}
+
+TEST_F(ScriptThreads, AnAbortFromTheRootMachineStays) {
+    run("::q <- std.queue(); q.abort(); q.push(@() trace.append(\"x\"))");
+    pass();
+    EXPECT_EQ(text("q.is_aborting()"), "true");
+    EXPECT_EQ(trace(), "");
+}
+
+TEST_F(ScriptThreads, AJobKnowsItsQueueAndOthersHaveNone) {
+    start(R"(::q <- std.queue(); trace.append((std.get_current_queue() == null).tostring())
+             q.push(function() { std.get_current_queue().push(@() trace.append("pushed")) }))");
+    pass();
+    EXPECT_EQ(trace(), "true pushed");
+    EXPECT_EQ(text("std.current_queue_is_aborting()"), "false");
+}
+
+TEST_F(ScriptThreads, AFailedJobMakesRoomForTheNext) {
+    LogCapture capture;
+    run("::q <- std.serial_queue(); q.push(function() { throw \"job\" }); q.push(@() "
+        "trace.append(\"next\"))");
+    pass();
+    EXPECT_EQ(trace(), "next");
+    EXPECT_EQ(capture.take().size(), 2u);
+}
+
+TEST_F(ScriptThreads, AQueueLivesOnWhileItsThreadsDo) {
+    run("std.queue().push(function() { pause(); trace.append(std.get_current_queue().getClassName()) })");
+    run("collectgarbage()");
+    pass();
+    pass();
+    EXPECT_EQ(trace(), "AsyncQueue");
+}
+
+TEST_F(ScriptThreads, QueueErrorsAreTold) {
+    expectError("std.queue().push()", "invalid argument count on queue.push call");
+    expectError("std.async()", "invalid argument count on async call");
+    expectError("std.queue().push.call({}, print)", "native method call on null-pointer");
+    expectError("std.queue().abort.call(null)", "native method call on null-pointer");
+    expectError("clone std.queue()", "clone called on native nocopy qel class");
+    EXPECT_TRUE(run("if (std.queue().wait.call(5) != null) throw 1"));
+    EXPECT_TRUE(run("local q = std.queue(); q.abort(); q.push()"));
+}
+
+TEST_F(ScriptThreads, TheLoadOfManySuspendedThreadsIsCarried) {
+    start("for (local i = 0; i < 1000; i++) std.async(function() { for (local k = 0; k < 10; k++) "
+          "pause() })");
+    for (int i = 0; i < 12; ++i) pass();
+    EXPECT_FALSE(vm().threadsActive());
+}
+
+} // namespace
