@@ -67,6 +67,7 @@
 #include <qel/script/native_class.h>
 #include <qel/script/object.h>
 #include <qel/script/object_interfaces.h>
+#include <qel/script/signal_class.h>
 #include <qel/script/vector_classes.h>
 #include <qel/script/vm.h>
 #include <qel/script/vm_control.h>

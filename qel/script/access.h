@@ -90,6 +90,7 @@ public:
     ~TextAccess() {
         if (m_made) sq_release(m_made, &m_object);
     }
+    /// Takes the text over; @p other keeps none.
     TextAccess(TextAccess&& other) noexcept;
     TextAccess& operator=(TextAccess&&) = delete;
 

@@ -49,7 +49,8 @@ private:
 
     // Two operands side by side, or a semicolon, end all that waits within the innermost bracket.
     void endStatementBefore(const Token& token) {
-        if (m_before != Before::StatementEnd && !(m_before == Before::OperandEnd && beginsAnew(token))) return;
+        if (m_before != Before::StatementEnd && !(m_before == Before::OperandEnd && beginsAnew(token)))
+            return;
         char continued = continuedBy(token);
         while (!isBracket(top()) && top() != continued) m_open.pop_back();
     }
