@@ -1,6 +1,7 @@
 // Paths and single files: names, queries, changes and careful deletion.
 #pragma once
 
+#include <qel/foundation/base/byte_span.h>
 #include <qel/foundation/base/containers.h>
 #include <qel/foundation/base/object.h>
 #include <qel/foundation/base/smart_cstr.h>
@@ -14,8 +15,6 @@
 #include <memory>
 
 namespace qel {
-
-struct ConstByteSpan;
 
 /// A toolbox for paths and single files; it holds no state.
 ///

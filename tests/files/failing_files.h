@@ -1,0 +1,50 @@
+// File operations that fail when a test wants it.
+#pragma once
+
+#include <qel/platform/file_system.h>
+
+#include <atomic>
+#include <optional>
+
+namespace qel::test {
+
+/// While it lives, lets one file operation fail, once or from then on, and counts those it has let pass.
+class FailingFiles : public platform::FileFaults {
+public:
+    enum class Duration { Once, ForGood };
+
+    /// @param at    the operation that fails: 0 for the first, less for none.
+    /// @param only  counts operations of this kind alone.
+    FailingFiles(int at, std::errc error, Duration duration = Duration::ForGood,
+                 std::optional<platform::FileOperation> only = {})
+        : m_at(at), m_error(error), m_duration(duration), m_only(only) {
+        platform::setFileFaults(this);
+    }
+    ~FailingFiles() override { platform::setFileFaults(nullptr); }
+
+    /// Makes each read and write do one byte at most.
+    void makeShort() { m_short = true; }
+    /// Whether an operation has failed.
+    bool hasFailed() const { return m_failed; }
+
+    platform::FileError before(platform::FileOperation operation, std::size_t& size) override {
+        if (m_short && size > 0) size = 1;
+        if (m_only && *m_only != operation) return {};
+        const int number = m_count++;
+        const bool fails = m_duration == Duration::Once ? number == m_at : m_at >= 0 && number >= m_at;
+        if (!fails) return {};
+        m_failed = true;
+        return {static_cast<int>(m_error), std::system_category()};
+    }
+
+private:
+    const int m_at;
+    const std::errc m_error;
+    const Duration m_duration;
+    const std::optional<platform::FileOperation> m_only;
+    std::atomic<int> m_count{0};
+    std::atomic<bool> m_failed{false};
+    std::atomic<bool> m_short{false};
+};
+
+} // namespace qel::test
