@@ -14,6 +14,7 @@ namespace qel {
 namespace {
 
 namespace fs = std::filesystem;
+using namespace std::string_literals;
 using test::FailingFiles;
 using test::LogCapture;
 using test::ScratchFolder;
@@ -236,8 +237,8 @@ TEST(DirectoryTree, AKnownHashStaysTheSame) {
     ScratchFolder folder;
     folder.write("plugin/main.sq", "print(1)\n");
     folder.write("plugin/resources/a.txt", "A");
-    const std::string stream =
-        std::string("fmain.sq\0print(1)\n\x09\0\0\0\0\0\0\0dresources\0fa.txt\0A\x01\0\0\0\0\0\0\0u\0", 60);
+    const std::string stream = "fmain.sq\0print(1)\n\x09\0\0\0\0\0\0\0"
+                               "dresources\0fa.txt\0A\x01\0\0\0\0\0\0\0u\0"s;
     folder.write("stream", stream);
     EXPECT_EQ(Directory::getDirectoryHash(folder.path("plugin")),
               ~File::getFileHash(folder.path("stream"), 0, stream.size()));
