@@ -185,9 +185,11 @@ protected:
             const bool worked = change(folder);
             platform::setFileFaults(nullptr);
             EXPECT_EQ(countOpenFiles(), openFiles) << "step " << step;
+            if (worked && !files.hasFailed()) return step;
             if (worked) {
-                EXPECT_FALSE(files.hasFailed()) << "step " << step << " failed without a word";
-                return step;
+                EXPECT_EQ(folder.read("to"), kNew)
+                    << "only the closing of the source may fail without a word";
+                continue;
             }
             EXPECT_EQ(log.take().size(), 1u) << "step " << step;
             EXPECT_EQ(folder.read("from"), kNew) << "step " << step;

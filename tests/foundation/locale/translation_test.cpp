@@ -1,0 +1,177 @@
+#include <qel/foundation/base/object.h>
+
+#include <qel/foundation/base/buffer.h>
+#include <qel/foundation/base/string.h>
+#include <qel/foundation/locale/translation_p.h>
+#include <qel/plugins/resource_locator.h>
+#include <tests/support/log_capture.h>
+#include <tests/support/system_fixture.h>
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <thread>
+#include <vector>
+
+namespace qel {
+namespace {
+
+using test::LogCapture;
+
+class TextsInMemory : public ResourceProvider {
+public:
+    bool hasResource(SmartCStr name) override { return texts.count(name.c_str()) > 0; }
+    bool loadResource(SmartCStr name, Buffer& buffer) override {
+        const auto found = texts.find(name.c_str());
+        if (found == texts.end()) return false;
+        buffer.set(ConstByteSpan::fromText(found->second));
+        return true;
+    }
+
+    std::map<std::string, std::string> texts;
+};
+
+class Translation : public test::SystemFixture {
+protected:
+    void SetUp() override {
+        SystemFixture::SetUp();
+        m_provider = new TextsInMemory;
+        system().getResourceLocator()->addResourceProvider(m_provider);
+        system().setLanguage("de");
+    }
+    auto& texts() { return m_provider->texts; }
+    static String apply(std::string text) { return String(std::move(text)).applyTrOnlyControlCodes(nullptr); }
+
+    static constexpr const char* kEnglishUsed = "[TR] missing >de< translation of 'a', using >en< version";
+    static constexpr const char* kMissing = "[TR] missing translation of 'a'";
+
+private:
+    TextsInMemory* m_provider = nullptr;
+};
+
+TEST_F(Translation, OwnLanguageComesBeforeEnglishAndEnglishBeforeNone) {
+    LogCapture log;
+    texts() = {{"tr-a.txt", "neutral"}};
+    EXPECT_STREQ(Object::tr("a"), "neutral");
+    EXPECT_TRUE(log.take().empty());
+    texts()["tr-a.en.txt"] = "english";
+    EXPECT_STREQ(Object::tr("a"), "neutral") << "cached";
+    Object::clearTrCache();
+    EXPECT_STREQ(Object::tr("a"), "english");
+    EXPECT_STREQ(Object::tr("a"), "english");
+    log.expect(2, kEnglishUsed);
+    EXPECT_TRUE(log.take().empty()) << "told once";
+    texts()["tr-a.de.txt"] = "deutsch";
+    Object::clearTrCache();
+    EXPECT_STREQ(Object::tr("a"), "deutsch");
+    EXPECT_EQ(Object::tr_l("en", "a"), "english");
+    EXPECT_EQ(Object::tr_l(nullptr, "b", nullptr), "");
+    EXPECT_EQ(Object::tr_l("de", "b", "fallback"), "fallback");
+    EXPECT_TRUE(log.take().empty());
+}
+
+TEST_F(Translation, AMissingTextIsToldOnceAndMarked) {
+    LogCapture log;
+    EXPECT_STREQ(Object::tr("a"), "NOTR:a");
+    EXPECT_FALSE(Object::isTrValid("a"));
+    EXPECT_STREQ(Object::tr("a", "fallback"), "fallback");
+    log.expect(2, kMissing);
+    Object::clearTrCache();
+    EXPECT_STREQ(Object::tr("a", "fallback"), "fallback");
+    EXPECT_STREQ(Object::tr("a"), "NOTR:a") << "first tried quietly, so a later plain call is quiet too";
+    EXPECT_TRUE(log.take().empty());
+    EXPECT_EQ(Object::tr_l("de", "a"), "NOTR:a");
+    log.expect(2, kMissing);
+}
+
+TEST_F(Translation, AnEmptyTextIsLookedForAgain) {
+    texts()["tr-a.txt"] = "";
+    EXPECT_STREQ(Object::tr("a"), "");
+    EXPECT_TRUE(Object::isTrValid("a"));
+    texts()["tr-a.txt"] = "now";
+    EXPECT_STREQ(Object::tr("a"), "now");
+}
+
+TEST_F(Translation, NewResourcesBringNewTexts) {
+    LogCapture log;
+    EXPECT_STREQ(Object::tr("a"), "NOTR:a");
+    log.expect(2, kMissing);
+    auto* more = new TextsInMemory;
+    more->texts["tr-a.txt"] = "here";
+    system().getResourceLocator()->addResourceProvider(more);
+    EXPECT_STREQ(Object::tr("a"), "here");
+}
+
+TEST_F(Translation, PointersStayValidBesideOtherThreads) {
+    for (int i = 0; i < 50; i++) texts()["tr-" + std::to_string(i) + ".txt"] = "text " + std::to_string(i);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; t++)
+        threads.emplace_back([] {
+            for (int i = 0; i < 50; i++)
+                EXPECT_EQ(Object::tr(std::to_string(i).c_str()), "text " + std::to_string(i));
+        });
+    const char* first = Object::tr("0");
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(Object::tr("0"), first);
+}
+
+// --- pieces in a text ---------------------------------------------------------------------------------
+
+TEST_F(Translation, PiecesAreTheShortestOnOneLine) {
+    texts() = {{"tr-a.txt", "A"}, {"tr-.txt", "EMPTY"}, {"tr-b{tr:a.txt", "NESTED"}};
+    EXPECT_EQ(apply("plain { tr:a} {TR:a}"), "plain { tr:a} {TR:a}");
+    EXPECT_EQ(apply("{tr:a}{tr:a}}-{tr:}"), "AA}-EMPTY");
+    EXPECT_EQ(apply("{tr:b{tr:a}"), "NESTED");
+    EXPECT_EQ(apply("{tr:a\n}{tr:a}{tr:\ra}{tr:a"), "{tr:a\n}A{tr:\ra}{tr:a");
+}
+
+TEST_F(Translation, PiecesMayHoldPiecesForSixteenRounds) {
+    texts() = {{"tr-a.txt", "<{tr:b}>"}, {"tr-b.txt", "B"}, {"tr-self.txt", "x{tr:self}"}};
+    EXPECT_EQ(apply("{tr:a}"), "<B>");
+    EXPECT_EQ(apply("{tr:self}"), std::string(16, 'x') + "{tr:self}");
+}
+
+TEST_F(Translation, EachMissingPieceIsTold) {
+    LogCapture log;
+    EXPECT_EQ(apply("{tr:a}{tr:a}"), "NOTR:aNOTR:a");
+    log.expect(2, kMissing);
+    log.expect(2, kMissing);
+}
+
+TEST_F(Translation, LongTextsWithoutAnEndAreLeftAsTheyAre) {
+    std::string openings;
+    for (int i = 0; i < 262'144; i++) openings += "{tr:";
+    EXPECT_EQ(apply(openings), openings);
+    EXPECT_EQ(apply(openings + "\n"), openings + "\n");
+    std::string codes;
+    for (int i = 0; i < 100'000; i++) codes += "{tr:k}123";
+    texts()["tr-k.txt"] = "K";
+    EXPECT_EQ(apply(codes).size(), 400'000u);
+}
+
+TEST_F(Translation, ThePiecesOfOneTextAreCounted) {
+    std::string codes;
+    for (size_t i = 0; i < internal::kMaximumTranslatedPieces; i++) codes += "{tr:k}";
+    texts()["tr-k.txt"] = "K";
+    EXPECT_EQ(apply(codes), std::string(internal::kMaximumTranslatedPieces, 'K'));
+    LogCapture log;
+    EXPECT_EQ(apply(codes + "{tr:k}"), codes + "{tr:k}");
+    log.expect(
+        3, "[TR] text with more than 1048576 translated pieces or 67108864 bytes of them, the rest is left");
+}
+
+TEST_F(Translation, TextsThatHoldEachOtherTwiceEnd) {
+    for (int i = 0; i < 16; i++) {
+        const std::string next = "{tr:" + std::to_string(i + 1) + "}";
+        texts()["tr-" + std::to_string(i) + ".txt"] = next + next;
+    }
+    texts()["tr-grow.txt"] = std::string(1 << 20, 'x') + "{tr:grow}{tr:grow}";
+    LogCapture log;
+    EXPECT_EQ(apply("{tr:0}").size(), 65'536 * std::string("{tr:16}").size()) << "sixteen rounds, and honest";
+    EXPECT_TRUE(log.take().empty());
+    EXPECT_LT(apply("{tr:grow}").size(), internal::kMaximumTranslatedBytes);
+    EXPECT_EQ(log.take().size(), 1u);
+}
+
+} // namespace
+} // namespace qel

@@ -1,0 +1,116 @@
+#include <qel/plugins/resource_locator.h>
+
+#include <qel/foundation/base/buffer.h>
+#include <qel/plugins/directory_resource_provider.h>
+#include <tests/support/log_capture.h>
+#include <tests/support/scratch_folder.h>
+#include <tests/support/system_fixture.h>
+
+#include <gtest/gtest.h>
+
+namespace qel {
+namespace {
+
+using test::LogCapture;
+using test::ScratchFolder;
+
+class ResourceLocatorTest : public test::SystemFixture {
+protected:
+    ResourceLocator& locator() { return *system().getResourceLocator(); }
+    std::string load(const char* name) {
+        Buffer buffer;
+        return system().loadResource(name, buffer) ? std::string(buffer.getConstByteSpan().asText()) : "none";
+    }
+    int32 priorityFrom(const char* json) {
+        ScratchFolder own;
+        own.write("resources.json", json);
+        SmartPointer<ResourceProvider> provider = new DirectoryResourceProvider(own.path());
+        provider->setPriority(7);
+        provider->fetchPriorityFromResource();
+        return provider->getPriority();
+    }
+
+    ScratchFolder folder;
+};
+
+TEST_F(ResourceLocatorTest, TheHighestPriorityAnswersWhateverTheOrder) {
+    for (const char* name : {"low", "high", "middle"}) folder.write(std::string(name) + "/x", name);
+    folder.write("high/resources.json", R"({"priority": 10})");
+    folder.write("middle/resources.json", R"({"priority": 5.9})");
+    folder.write("low/only", "low only");
+    for (const char* name : {"low", "high", "middle"})
+        EXPECT_NE(locator().addResourceDirectory(folder.path(name)), nullptr);
+    EXPECT_EQ(load("x"), "high");
+    EXPECT_EQ(load("only"), "low only");
+    EXPECT_EQ(load("missing"), "none");
+    EXPECT_TRUE(system().hasResource("only"));
+    EXPECT_FALSE(system().hasResource("missing"));
+    EXPECT_FALSE(system().loadResourceAsync("x", [](const Buffer&) {}));
+}
+
+TEST_F(ResourceLocatorTest, AFolderIsTakenOnceAndAMissingOneWithAWarning) {
+    LogCapture log;
+    EXPECT_NE(locator().addResourceDirectory(folder.path()), nullptr);
+    EXPECT_EQ(locator().addResourceDirectory(folder.path() + "/"), nullptr);
+    log.expect(1, "resource locator already contains resource directory '" + folder.path() + "/'");
+    EXPECT_NE(locator().addResourceDirectory(folder.path("missing")), nullptr);
+    log.expect(2, "resource directory '" + folder.path("missing") + "' does not exist");
+}
+
+TEST_F(ResourceLocatorTest, PackagesAreTheFoldersThatSaySo) {
+    folder.write("res-a/a", "A");
+    folder.write("other/b", "B");
+    folder.write("res-file", "");
+    system().addResourcePackagesFromDirectory(folder.path());
+    EXPECT_EQ(load("a"), "A");
+    EXPECT_EQ(load("b"), "none");
+    system().addResourcePackagesFromDirectory(folder.path("missing"));
+}
+
+TEST_F(ResourceLocatorTest, ARemovedProviderIsAskedNoMore) {
+    folder.write("x", "X");
+    SmartPointer<ResourceProvider> provider = locator().addResourceDirectory(folder.path());
+    EXPECT_EQ(load("x"), "X");
+    locator().removeResourceProvider(provider.get());
+    locator().removeResourceProvider(provider.get());
+    locator().removeResourceProvider(nullptr);
+    EXPECT_EQ(load("x"), "none");
+    EXPECT_EQ(provider->getReferenceCount(), 1);
+    EXPECT_NE(locator().addResourceDirectory(folder.path()), nullptr);
+}
+
+TEST_F(ResourceLocatorTest, PrioritiesAreNumbersAndAllElseIsPassedOverInSilence) {
+    LogCapture log;
+    EXPECT_EQ(priorityFrom(R"({"priority": -3})"), -3);
+    EXPECT_EQ(priorityFrom(R"({"priority": true})"), 1);
+    EXPECT_EQ(priorityFrom(R"({"priority": -2.9})"), -2);
+    EXPECT_EQ(priorityFrom(R"({"priority": 1e300})"), INT32_MAX);
+    EXPECT_EQ(priorityFrom(R"({"priority": 4294967301})"), 5);
+    for (const char* json :
+         {R"({"priority": "9"})", R"({"priority": null})", R"({"other": 9})", "[9]", "9", "",
+          "{\"priority\": 9", "{\"priority\": 1e999}", "{\"\xFF\": 1, \"priority\": 9}"})
+        EXPECT_EQ(priorityFrom(json), 7) << json;
+    EXPECT_TRUE(log.take().empty());
+}
+
+TEST_F(ResourceLocatorTest, DeepJSONIsRefusedOnePastTheLimit) {
+    const auto nested = [](size_t depth) {
+        return R"({"priority": 9, "[": "\"[", "x": )" + std::string(depth, '[') + std::string(depth, ']') +
+               "}";
+    };
+    EXPECT_EQ(priorityFrom(nested(511).c_str()), 9);
+    EXPECT_EQ(priorityFrom(nested(512).c_str()), 7);
+    EXPECT_EQ(priorityFrom(nested(1'000'000).c_str()), 7);
+}
+
+TEST_F(ResourceLocatorTest, AMissingResourceIsLoggedUnlessSilent) {
+    LogCapture log;
+    Buffer buffer;
+    EXPECT_FALSE(buffer.loadFromResource("missing", true));
+    EXPECT_FALSE(buffer.loadFromResource("missing", false));
+    log.expect(3, "cant fetch resource 'missing'");
+    EXPECT_TRUE(log.take().empty());
+}
+
+} // namespace
+} // namespace qel
