@@ -18,39 +18,52 @@ constexpr uint32 kIdleBudgetMs = 14;
 /// A round of the simple main loop shorter than this is followed by a sleep.
 constexpr uint32 kShortRoundMs = 10;
 
-/// Keeps a section of the performance monitor open for a scope.
-class Section {
+} // namespace
+
+/// The sections of a pass on one line of time: what ends, and what begins behind it, share a reading of the
+/// clock, and a step that had nothing to do costs none, so that an idle pass stays cheap.
+class PassClock {
 public:
-    Section(PerfMon& perfMon, const char* name) : m_perfMon(perfMon), m_name(name) { m_perfMon.begin(name); }
-    ~Section() { m_perfMon.end(m_name); }
-    Section(const Section&) = delete;
-    Section& operator=(const Section&) = delete;
+    PassClock(System& system, int64 now) : m_system(system), m_perfMon(*system.getPerfMon()), m_now(now) {}
+
+    void begin(const char* name) { m_perfMon.begin(name, m_now); }
+    void end(const char* name) { m_perfMon.end(name, m_now); }
+    void readTime() { m_now = m_system.getUTCDateTime(); }
+
+    /// Runs @p step as the section @p name. @param hasWork  whether it will take any time.
+    template <typename Step>
+    void run(const char* name, bool hasWork, Step step) {
+        begin(name);
+        step();
+        if (hasWork) readTime();
+        end(name);
+    }
 
 private:
+    System& m_system;
     PerfMon& m_perfMon;
-    const char* m_name;
+    int64 m_now;
 };
-
-} // namespace
 
 void System::processEvents(int flags) {
     m_presentationTime = getTime();
     m_passUTC = getUTCDateTime();
 
     // "Other" and "Main" stay open between passes, so that the host's own time is measured too.
-    PerfMon& perfMon = *getPerfMon();
+    PassClock time(*this, m_passUTC);
     if (!std::exchange(m_firstPass, false)) {
-        perfMon.end("Other");
-        perfMon.end("Main");
+        time.end("Other");
+        time.end("Main");
     }
-    perfMon.updateReport();
-    perfMon.begin("Main");
+    getPerfMon()->updateReport();
+    time.begin("Main");
     decideEventFlags(flags);
-    {
-        const Section events(perfMon, "Events");
-        runPassSections();
-    }
-    perfMon.begin("Other");
+    time.begin("Events");
+    runSteps(time);
+    if (!m_backgroundMode && delegateIdleWork.isConnected())
+        time.run("IdleWorks", true, [this] { runIdleWork(); });
+    time.end("Events");
+    time.begin("Other");
 }
 
 void System::decideEventFlags(int flags) {
@@ -65,32 +78,17 @@ void System::decideEventFlags(int flags) {
     m_eventFlags = flags;
 }
 
-void System::runPassSections() {
-    PerfMon& perfMon = *getPerfMon();
-    {
-        const Section section(perfMon, "Tick");
-        signalApplicationTick();
-    }
-    {
-        const Section section(perfMon, "VM");
-        if (m_vm) m_vm->processEvents();
-    }
-    {
-        const Section section(perfMon, "Queue");
-        m_mainPool->processEvents();
-    }
+void System::runSteps(PassClock& time) {
+    time.run("Tick", signalApplicationTick.isConnected(), [this] { signalApplicationTick(); });
+    time.run("VM", m_vm->threadsActive(), [this] { m_vm->processEvents(); });
+    time.run("Queue", m_mainPool->hasWork(), [this] { m_mainPool->processEvents(); });
     m_threadPool->processEvents();
-    {
-        const Section section(perfMon, "Scheduler");
-        m_scheduler->tick();
-    }
+    time.run("Scheduler", true, [this] { m_scheduler->tick(); });
     if (m_backgroundMode) syncUnsaved();
-    internal::removeAllTimedReferences();
-    if (!m_backgroundMode && delegateIdleWork.isConnected()) runIdleWork(perfMon);
+    if (internal::removeAllTimedReferences() || m_backgroundMode) time.readTime();
 }
 
-void System::runIdleWork(PerfMon& perfMon) {
-    const Section section(perfMon, "IdleWorks");
+void System::runIdleWork() {
     bool first = true;
     while (getTime() - m_presentationTime < kIdleBudgetMs && delegateIdleWork.isConnected())
         if (delegateIdleWork(std::exchange(first, false)) < 0) break;

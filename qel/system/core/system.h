@@ -45,6 +45,7 @@ class NotificationMessage;
 class PacketReader;
 class PacketWriter;
 class Parallel;
+class PassClock;
 class PerfMon;
 class RandomEngine;
 class Renderer;
@@ -205,7 +206,7 @@ public:
     /// Reads the wall clock: ticks of 100 ns since 1601-01-01 00:00 UTC. @threads any thread.
     int64 getUTCDateTime();
     /// The stamp last handed out, without reading the clock. @threads any thread.
-    int64 getUTCDateTimeFast();
+    int64 getUTCDateTimeFast() const { return m_lastUTC.load(std::memory_order_relaxed); }
     /// A stamp greater than every one handed out so far. @threads any thread.
     int64 getUTCDateTimeUnique();
     /// Reads the wall clock and stores nothing; needs no System. @threads any thread.
@@ -572,8 +573,8 @@ private:
     void createGlobalQueues();
     void setBuildEnvironment();
     void decideEventFlags(int flags);
-    void runPassSections();
-    void runIdleWork(PerfMon& perfMon);
+    void runSteps(PassClock& time);
+    void runIdleWork();
     void _default_handleURL(const String& url);
     IVec4<float> defaultSafeArea() const;
     void noteActivity() { m_lastActivityTime = getTimeFast(); }
@@ -588,8 +589,7 @@ private:
     std::atomic<uint32> m_timeFast{0};
     uint32 m_presentationTime = 0;
     uint32 m_stayAliveTime = 0;
-    Mutex m_utcMutex;
-    int64 m_lastUTC QEL_GUARDED_BY(m_utcMutex) = 0;
+    std::atomic<int64> m_lastUTC{0};
     int64 m_passUTC = 0;
     int64 m_firstUTC = 0;
     int64 m_steadyBaseMs = 0;

@@ -27,21 +27,17 @@ uint32 System::getTimeFastNotZero() const {
 
 int64 System::getUTCDateTime() {
     const int64 now = getUTCDateTimeStatic();
-    const MutexLock lock(m_utcMutex);
-    m_lastUTC = now;
+    m_lastUTC.store(now, std::memory_order_relaxed);
     return now;
-}
-
-int64 System::getUTCDateTimeFast() {
-    const MutexLock lock(m_utcMutex);
-    return m_lastUTC;
 }
 
 int64 System::getUTCDateTimeUnique() {
     const int64 now = getUTCDateTimeStatic();
-    const MutexLock lock(m_utcMutex);
-    m_lastUTC = std::max(m_lastUTC + 1, now);
-    return m_lastUTC;
+    int64 last = getUTCDateTimeFast();
+    int64 unique = 0;
+    do unique = std::max(last + 1, now);
+    while (!m_lastUTC.compare_exchange_weak(last, unique, std::memory_order_relaxed));
+    return unique;
 }
 
 int64 System::getUTCDateTimeStatic() {

@@ -20,7 +20,7 @@ void MainPool::removeMainQueue(TaskQueue* queue) {
 }
 
 void MainPool::processEvents() {
-    if (!m_hasIncoming.load(std::memory_order_relaxed)) return;
+    if (!hasWork()) return;
     takeIncoming();
     while (TaskQueue* queue = takeNext()) queue->processTasks();
 }

@@ -28,6 +28,8 @@ public:
     /// Runs the queues that were pushed since the last call; queues pushed meanwhile wait for the next.
     /// @threads main thread.
     void processEvents();
+    /// Whether a queue waits for the next pass. @threads any thread.
+    bool hasWork() const { return m_hasIncoming.load(std::memory_order_relaxed); }
 
 private:
     void takeIncoming();
