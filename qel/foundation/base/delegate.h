@@ -18,8 +18,6 @@ class Delegate;
 /// @threads one thread, in practice the main thread; no locks.
 template <typename R, typename... Args>
 class Delegate<R(Args...)> : public internal::TypedListenerList<R, Args...> {
-    using Base = internal::TypedListenerList<R, Args...>;
-
 public:
     /// Replaces the listener by a callable. @return a handle for disconnect.
     template <typename F>
@@ -41,8 +39,7 @@ public:
     /// Calls the listener.
     R operator()(Args... args) {
         if (!this->isConnected()) return callNobody();
-        typename Base::Emission emission(*this);
-        return static_cast<typename Base::BaseConn*>(emission.only())->call(std::forward<Args>(args)...);
+        return this->callListener(this->first(), std::forward<Args>(args)...);
     }
 
 private:

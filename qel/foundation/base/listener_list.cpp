@@ -8,7 +8,10 @@ namespace internal {
 
 ListenerList::~ListenerList() {
     disconnectAll();
-    for (Emission* emission = m_emission; emission; emission = emission->m_outer) emission->m_list = nullptr;
+    for (Emission* emission = m_emission; emission; emission = emission->m_outer) {
+        emission->m_list = nullptr;
+        emission->m_isDisturbed = true;
+    }
 }
 
 bool ListenerList::disconnect(SignalConnection* connection) {
@@ -51,17 +54,35 @@ void ListenerList::remove(SignalConnection* connection) {
         if (m_head == connection) m_head = connection->m_next;
     }
     connection->detach();
-
-    // The outermost call of the connection that is still running deletes it.
-    Emission* outermost = nullptr;
-    for (Emission* emission = m_emission; emission; emission = emission->m_outer) {
-        if (emission->m_current == connection) outermost = emission;
-    }
-    if (outermost) {
-        outermost->m_ownsCurrent = true;
-    } else {
+    disturbEmissions();
+    if (connection->m_calls == 0) {
         delete connection;
+    } else {
+        connection->m_calls |= SignalConnection::kRemoved; // the last call that returns deletes it
     }
+}
+
+void ListenerList::endEmission(Emission* outer) {
+    m_emission = outer;
+    ++m_emissionNumber; // nobody has had his turn any more
+    disturbEmissions();
+}
+
+void ListenerList::disturbEmissions() {
+    for (Emission* emission = m_emission; emission; emission = emission->m_outer)
+        emission->m_isDisturbed = true;
+}
+
+ListenerList::Emission::Emission(ListenerList& list)
+    : m_list(&list), m_outer(list.m_emission), m_number(list.m_emissionNumber) {
+    list.m_emission = this;
+}
+
+SignalConnection* ListenerList::Emission::settle() {
+    if (!m_list || !m_list->m_head) return nullptr;
+    m_number = m_list->m_emissionNumber;
+    m_isDisturbed = false;
+    return first();
 }
 
 } // namespace internal

@@ -36,73 +36,72 @@ public:
     bool isConnected() const { return m_head != nullptr; }
 
 protected:
-    /// An emission in progress; lives on the stack and notices when its list dies.
+    /// A call of a listener in progress: the connection outlives it, even one that was removed meanwhile.
+    class Call {
+    public:
+        explicit Call(SignalConnection* connection) : m_connection(connection) {
+            m_connection->m_calls += SignalConnection::kCall;
+        }
+        Call(const Call&) = delete;
+        Call& operator=(const Call&) = delete;
+        ~Call() {
+            m_connection->m_calls -= SignalConnection::kCall;
+            if (m_connection->m_calls == SignalConnection::kRemoved) delete m_connection;
+        }
+
+    private:
+        SignalConnection* const m_connection;
+    };
+
+    /// An emission to several listeners in progress; lives on the stack and notices when its list dies.
     class Emission {
     public:
-        explicit Emission(ListenerList& list) : m_list(&list), m_outer(list.m_emission) {
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wdangling-pointer" // the destructor takes the address out again
-#endif
-            list.m_emission = this;
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic pop
-#endif
-        }
+        explicit Emission(ListenerList& list);
         Emission(const Emission&) = delete;
         Emission& operator=(const Emission&) = delete;
         ~Emission() {
-            dropCurrent();
-            if (!m_list) return;
-            m_list->m_emission = m_outer;
-            if (m_marks) ++m_list->m_emissionNumber; // nobody has had his turn any more
+            if (m_list) m_list->endEmission(m_outer);
         }
 
-        /// The listener of a list that has exactly one; it isn't marked, so that it may emit anew.
-        SignalConnection* only() {
-            return m_current = m_list->m_head;
+        /// The listener whose turn is first, null if there is none.
+        SignalConnection* first() const { return unvisited(m_list->m_head); }
+        /// Begins the turn of @p connection. @return the one that follows it now, for next().
+        SignalConnection* begin(SignalConnection* connection) {
+            connection->m_visitedIn = m_number;
+            return m_list->m_head = connection->m_next;
         }
-        /// The next listener that hasn't had its turn, null when all have.
-        SignalConnection* next() {
-            dropCurrent();
-            if (!m_list || !m_list->m_head) return nullptr;
-            SignalConnection* head = m_list->m_head;
-            if (head->m_visitedIn == m_list->m_emissionNumber) return nullptr;
-            head->m_visitedIn = m_list->m_emissionNumber;
-            m_list->m_head = head->m_next;
-            m_marks = true;
-            return m_current = head;
+        /// The listener whose turn is next, null when all have had theirs.
+        SignalConnection* next(SignalConnection* following) {
+            return m_isDisturbed ? settle() : unvisited(following);
         }
 
     private:
         friend class ListenerList;
 
-        void dropCurrent() {
-            if (m_ownsCurrent) delete m_current;
-            m_ownsCurrent = false;
+        SignalConnection* unvisited(SignalConnection* connection) const {
+            return connection->m_visitedIn == m_number ? nullptr : connection;
         }
+        SignalConnection* settle();
 
         ListenerList* m_list; // null once it has died
         Emission* m_outer;
-        SignalConnection* m_current = nullptr;
-        bool m_ownsCurrent = false; // was removed while it ran
-        bool m_marks = false;
+        uint64 m_number;
+        bool m_isDisturbed =
+            false; // the list has died or run empty, or an emission inside this one has ended
     };
 
     /// Whether there is exactly one listener.
-    bool isSingle() const {
-        return m_head && m_head->m_next == m_head;
-    }
+    bool isSingle() const { return m_head && m_head->m_next == m_head; }
     /// The first listener, null if there is none.
-    SignalConnection* first() const {
-        return m_head;
-    }
+    SignalConnection* first() const { return m_head; }
     /// Appends @p connection and owns it from now on.
     SignalConnection* append(SignalConnection* connection);
 
 private:
     void onWeakPointerCleared(void* ownerData) override;
     void remove(SignalConnection* connection);
+    void endEmission(Emission* outer);
+    void disturbEmissions();
 
     SignalConnection* m_head = nullptr;
     Emission* m_emission = nullptr; // the innermost one
@@ -114,6 +113,12 @@ template <typename R, typename... Args>
 class TypedListenerList : public ListenerList {
 protected:
     using BaseConn = Connection<R, Args...>;
+
+    template <typename... A>
+    static R callListener(SignalConnection* connection, A&&... args) {
+        const ListenerList::Call call(connection);
+        return static_cast<BaseConn*>(connection)->call(std::forward<A>(args)...);
+    }
 
     template <typename F>
     BaseConn* makeConnection(F&& callable) {

@@ -41,14 +41,14 @@ public:
 
     /// Calls the listeners. Nothing is allocated.
     void operator()(Args... args) {
+        if (this->isSingle()) return this->callListener(this->first(), std::forward<Args>(args)...);
         if (!this->isConnected()) return;
         typename Base::Emission emission(*this);
-        if (this->isSingle()) {
-            static_cast<typename Base::BaseConn*>(emission.only())->call(std::forward<Args>(args)...);
-            return;
-        }
-        while (SignalConnection* connection = emission.next()) {
-            static_cast<typename Base::BaseConn*>(connection)->call(args...);
+        SignalConnection* connection = emission.first();
+        while (connection) {
+            SignalConnection* following = emission.begin(connection);
+            this->callListener(connection, args...);
+            connection = emission.next(following);
         }
     }
 };

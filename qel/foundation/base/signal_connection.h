@@ -26,12 +26,16 @@ public:
 private:
     friend class internal::ListenerList;
 
+    static constexpr uint32 kRemoved = 1;
+    static constexpr uint32 kCall = 2;
+
     /// Stops hearing of the target's death.
     virtual void detach() {}
 
     SignalConnection* m_next = nullptr;
     SignalConnection* m_previous = nullptr;
     uint64 m_visitedIn = 0; // number of the emission that called it last
+    uint32 m_calls = 0;     // kCall for each call that hasn't returned, and kRemoved
 };
 
 namespace internal {
