@@ -1,0 +1,125 @@
+// Runs the examples of docs/scripting.md and checks that it leaves nothing out.
+#include "script_fixture.h"
+
+#include <qel/files/directory.h>
+#include <qel/script/async_queue.h>
+#include <qel/script/native_class.h>
+#include <tests/support/source_dir.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+namespace {
+
+using qel::test::LogCapture;
+using qelSq::Object;
+
+struct Example {
+    int line;
+    std::string source;
+    std::vector<std::string> output;
+};
+
+std::string readPage() {
+    std::ifstream file(qel::test::sourceDir() + "/docs/scripting.md");
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::vector<Example> readExamples() {
+    std::vector<Example> examples;
+    std::istringstream page(readPage());
+    std::string line;
+    bool inside = false;
+    for (int number = 1; std::getline(page, line); ++number) {
+        if (line == "```squirrel") {
+            examples.push_back({number, "", {}});
+            inside = true;
+        } else if (line == "```") {
+            inside = false;
+        } else if (inside) {
+            size_t mark = line.find("//> ");
+            if (mark != std::string::npos) examples.back().output.push_back(line.substr(mark + 4));
+            examples.back().source += line + "\n";
+        }
+    }
+    return examples;
+}
+
+class ScriptDocumentation : public qel::test::ScriptFixture {
+protected:
+    void SetUp() override {
+        ScriptFixture::SetUp();
+        folder = qel::Directory::createTemporaryDirectory(testing::TempDir());
+        vm().getRootTable().set("folder", Object::of(folder));
+        clock.advanceMs(1000);
+    }
+
+    void TearDown() override {
+        ScriptFixture::TearDown();
+        std::filesystem::remove_all(folder.to_std_string());
+    }
+
+    // Runs @p source as a script thread until all threads have ended; gives the first lines of what was
+    // logged.
+    std::vector<std::string> outputOf(const std::string& source) {
+        LogCapture capture;
+        start(source);
+        for (int i = 0; i < 1000 && vm().threadsActive(); ++i) pass(1);
+        std::vector<std::string> output;
+        for (const auto& line : capture.take()) output.push_back(line.text.substr(0, line.text.find('\n')));
+        return output;
+    }
+
+    void expectNamed(const std::string& page, const std::string& name, const std::string& where) {
+        auto isWord = [](char c) { return std::isalnum(static_cast<unsigned char>(c)) || c == '_'; };
+        for (size_t at = page.find(name); at != std::string::npos; at = page.find(name, at + 1)) {
+            bool begins = at == 0 || !isWord(page[at - 1]);
+            if (begins && !isWord(page[at + name.size()])) return;
+        }
+        ADD_FAILURE() << "docs/scripting.md does not name " << name << " of " << where;
+    }
+
+    void expectSlotsNamed(const std::string& page, Object table, const std::string& where) {
+        for (const auto& [key, value] : table.asTable().getKeyValuePairs()) {
+            if (key.asString().find("__qel_") != 0) expectNamed(page, key.asString(), where);
+        }
+    }
+
+    qel::String folder;
+};
+
+TEST_F(ScriptDocumentation, EveryExamplePrintsWhatItSays) {
+    auto examples = readExamples();
+    ASSERT_GT(examples.size(), 20u);
+    for (const Example& example : examples) {
+        EXPECT_EQ(outputOf(example.source), example.output) << "docs/scripting.md, line " << example.line;
+        TearDown();
+        SetUp();
+    }
+}
+
+TEST_F(ScriptDocumentation, EverySlotOfTheRootTablesIsNamed) {
+    std::string page = readPage();
+    expectSlotsNamed(page, vm().getRootTable(), "the root table");
+    for (const char* name : {"std", "string", "math", "qel", "util", "global"}) {
+        expectSlotsNamed(page, vm().getRootTable().get(name), name);
+    }
+}
+
+TEST_F(ScriptDocumentation, EveryMemberOfTheBoundClassesIsNamed) {
+    std::string page = readPage();
+    for (const char* name : {"IVec2", "IVec3", "IVec4", "GregorianDate", "Rect", "Directory", "File"}) {
+        vm().import((std::string("qel.") + name).c_str());
+        Object cls = vm().getRootTable().get("qel").get(name);
+        ASSERT_TRUE(cls.isNativeClass()) << name;
+        expectSlotsNamed(page, cls, name);
+        expectSlotsNamed(page, cls.rawget("__qel_getTable"), name);
+    }
+    run("import(\"qel.System\"); ::cls <- qel.System().getclass()");
+    expectSlotsNamed(page, vm().getRootTable().get("cls"), "System");
+    expectSlotsNamed(page, vm().getRootTable().get("cls").rawget("__qel_getTable"), "System");
+    expectSlotsNamed(page, qelSq::NativeClass<qelSq::AsyncQueue>::get(vm().getSquirrelVM()), "AsyncQueue");
+}
+
+} // namespace
