@@ -181,7 +181,7 @@ HSQOBJECT Object::rawgetSlotAddRef(const Object& key) const {
     return lookUp(key, &sq_rawget);
 }
 
-HSQOBJECT Object::lookUp(const Object& key, SQRESULT (*get)(HSQUIRRELVM, SQInteger)) const {
+HSQOBJECT Object::lookUp(const Object& key, SQRESULT (*fetch)(HSQUIRRELVM, SQInteger)) const {
     HSQOBJECT found;
     sq_resetobject(&found);
     SQVM* vm = Global::squirrelVM;
@@ -189,7 +189,7 @@ HSQOBJECT Object::lookUp(const Object& key, SQRESULT (*get)(HSQUIRRELVM, SQInteg
     internal::StackGuard guard(vm);
     push(vm);
     key.push(vm);
-    if (SQ_SUCCEEDED(get(vm, -2))) {
+    if (SQ_SUCCEEDED(fetch(vm, -2))) {
         sq_getstackobj(vm, -1, &found);
         sq_addref(vm, &found);
     }

@@ -1,5 +1,7 @@
 #include <qel/foundation/base/string_id.h>
 
+#include <tests/support/log_capture.h>
+
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -128,6 +130,18 @@ TEST(StringPool, FindsEverythingAfterAnyOrderOfRemovals) {
     for (int i = 0; i < 5000; ++i) {
         if (i % 3 != 0) ASSERT_EQ(allocate(nameOf(i)), elements[i]);
     }
+}
+
+TEST(StringPool, PrintsItsFiguresInOneLine) {
+    StringPool pool;
+    pool.allocate("abc", 3, 77);
+    pool.allocate("abc", 3, 77);
+    pool.allocate("x", 1, 77 + 0x10000);
+    pool.allocate("y", 1, 78);
+    test::LogCapture capture;
+    pool.printStats();
+    capture.expect(1, "StringId Stats numberOfHashes=2, numberOfStrings=3, numberOfStringRefs=4, "
+                      "numberOfTotalBytes=5, numberOfBytesSaved=3");
 }
 
 TEST(StringPool, ThreadsMayInternCopyAndDropTheSameTexts) {
