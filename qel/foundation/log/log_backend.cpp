@@ -5,6 +5,7 @@
 #include <qel/foundation/log/console_p.h>
 #include <qel/foundation/log/log_delivery_p.h>
 #include <qel/foundation/log/message_stream.h>
+#include <qel/platform/crash.h>
 #include <qel/system/core/clock.h>
 #include <qel/system/core/system.h>
 
@@ -117,6 +118,7 @@ bool isDeliverable(int level) {
 
 void deliverLine(int level, int channels, const LineBuilder& line) {
     if (t_isDelivering) return;
+    platform::rememberLogLine(line.line()); // ahead of the listeners: a crash of theirs shows the line too
     const bool isShown = isShownOnConsole(level, line.text());
     const MutexLock lock(g_loggingMutex);
     const DeliveringScope delivering;

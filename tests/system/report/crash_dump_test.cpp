@@ -1,3 +1,4 @@
+#include <qel/foundation/log/message_stream.h>
 #include <qel/platform/crash.h>
 #include <qel/platform/process_self.h>
 #include <qel/system/core/system.h>
@@ -82,14 +83,14 @@ using CrashDumpDeathTest = CrashDump;
 
 TEST_F(CrashDumpDeathTest, TellsBuildSignalRegistersModulesAndLog) {
     const std::string dump = dumpOf(SIGSEGV, [] {
-        platform::rememberLogLine("the last words");
+        logging::info() << "the last words";
         writeWhereNothingIs(reinterpret_cast<int*>(0x40));
     });
     EXPECT_TRUE(dump.starts_with(std::string("build: ") + Version::getVersionString() + ", revision "))
         << dump;
     for (const char* part :
          {"\nsignal: 11 SIGSEGV code 1 address 0x40\n", "\nregisters:\n", "\nstack:\n  #0 /",
-          "\nmodules:\n  0x", "libqelCore.so", "\nlog:\n", "  the last words\n"})
+          "\nmodules:\n  0x", "libqelCore.so", "\nlog:\n", "the last words\n"})
         EXPECT_NE(dump.find(part), std::string::npos) << part << " is not in\n" << dump;
 }
 
