@@ -40,7 +40,7 @@ public:
 
     /// Blocks until the parts that others have taken have ended.
     void waitForOthers(const ThreadPool& pool) {
-        constexpr int kRounds = 1000;
+        constexpr int kRounds = 200;
         for (int round = 0; round < kRounds && !hasEnded(); ++round) {
             if (pool.isEveryProcessorBusy()) break;
             platform::relaxCpu();

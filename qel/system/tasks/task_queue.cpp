@@ -236,8 +236,8 @@ void TaskQueue::wait() {
 /// Looks out for the end for some microseconds, which saves the cost of sleeping and being woken. Workers
 /// leave it to such a waiter to call further workers, since short tasks don't need them.
 void TaskQueue::waitBriefly() {
-    constexpr int kRounds = 1000;
-    constexpr int kRoundOfCall = 64;
+    constexpr int kRounds = 200;
+    constexpr int kRoundOfCall = 32;
     if (activeCount() == 0) return;
     ThreadPool& pool = *system()->getThreadPool();
     m_briefWaiters.fetch_add(1);

@@ -199,7 +199,7 @@ bool ThreadPool::isEveryProcessorBusy() const {
 
 /// Waits some microseconds for something to do, without the lock.
 void ThreadPool::lookOut() const {
-    constexpr int kRounds = 1000;
+    constexpr int kRounds = 400;
     for (int round = 0; round < kRounds; ++round) {
         if (m_pendingUnits.load(std::memory_order_relaxed) != 0) return;
         platform::relaxCpu();
