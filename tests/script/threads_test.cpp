@@ -61,6 +61,18 @@ TEST_F(ScriptThreads, SleepWakesStrictlyBehindItsTime) {
     EXPECT_EQ(trace(), "awake");
 }
 
+TEST_F(ScriptThreads, TellTheHostWhetherTheLastPassRanAny) {
+    start("std.sleep(5)");
+    pass();
+    EXPECT_TRUE(vm().ranThreads());
+    pass(5);
+    EXPECT_FALSE(vm().ranThreads());
+    pass(1);
+    EXPECT_TRUE(vm().ranThreads());
+    pass();
+    EXPECT_FALSE(vm().ranThreads());
+}
+
 TEST_F(ScriptThreads, SleepOfNothingWaitsForTheClockToMove) {
     start("std.sleep(0); trace.append(\"awake\")");
     pass();
