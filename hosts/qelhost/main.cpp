@@ -42,6 +42,7 @@ void setUp(const Options& options) {
         system.setApplicationDirectory(options.applicationDirectory);
         system.setCacheDirectory(options.applicationDirectory);
         system.setSecureKeyDirectory(options.applicationDirectory);
+        qel::System::registerCrashHandler(options.applicationDirectory.c_str());
     }
     if (!options.language.empty()) system.setLanguage(options.language);
     for (const std::string& directory : options.resources) {
@@ -104,7 +105,8 @@ int run(const Options& options, int argc, char** argv) {
 int main(int argc, char** argv) {
     const Options options = parseOptions(argc, argv);
     if (!options.problem.empty()) {
-        std::fprintf(stderr, "qelhost: %s\nTry 'qelhost --help'.\n", options.problem.c_str());
+        std::fprintf(stderr, "qelhost: %s\nTry 'qelhost --help'. Options of the scripts stand behind '--'.\n",
+                     options.problem.c_str());
         return 2;
     }
     if (options.help) {

@@ -114,7 +114,7 @@ Runs the scripts of a folder of plugins until all of them have ended.
 
   --plugins DIR     the folder of plugins; default: "Plugins" beside the program
   --resources DIR   take the resource packages ("res-...") of DIR; may be repeated
-  --app-dir DIR     keep application data in DIR instead of the user's own folder
+  --app-dir DIR     keep application data, caches, keys and crash dumps in DIR
   --language CODE   language of texts, as "en" or "de"; default: the user's own
   --report          print the performance report at the end
   --stay            go on when no script is active, until interrupted

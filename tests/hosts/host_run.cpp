@@ -1,7 +1,6 @@
 #include <tests/hosts/host_run.h>
 
 #include <qel/platform/process_run.h>
-#include <qel/platform/process_self.h>
 #include <tests/support/source_dir.h>
 
 #include <algorithm>
@@ -11,26 +10,15 @@
 
 namespace qel::test {
 
-HostTest::HostTest()
-    : m_scratch(std::filesystem::temp_directory_path() /
-                ("qelhost-" + std::to_string(platform::processId()) + "-" +
-                 testing::UnitTest::GetInstance()->current_test_info()->name())) {
-    std::filesystem::create_directories(m_scratch);
-}
-
-HostTest::~HostTest() {
-    std::filesystem::remove_all(m_scratch);
-}
-
 HostRun HostTest::run(const std::vector<std::string>& arguments) const {
     // The shell only connects the streams and changes the folder; it never reads a name as a command.
-    const Path out = m_scratch / "stdout.txt";
-    const Path error = m_scratch / "stderr.txt";
+    const Path out = scratch() / "stdout.txt";
+    const Path error = scratch() / "stderr.txt";
     std::vector<std::string> command{
         "/bin/sh",
         "-c",
         "cd \"$0\" && out=$1 error=$2 && shift 2 && exec \"$@\" </dev/null >\"$out\" 2>\"$error\"",
-        m_scratch.string(),
+        scratch().string(),
         out.string(),
         error.string(),
         QELHOST_PROGRAM};
@@ -49,12 +37,12 @@ HostRun HostTest::runCatalogue(const std::string& language, const Path& folder) 
 }
 
 void HostTest::writePlugin(const std::string& plugin, const std::string& file, std::string_view text) const {
-    writeText(m_scratch / "plugins" / plugin / file, text);
+    writeText(scratch() / "plugins" / plugin / file, text);
 }
 
 void HostTest::copyCatalogue() const {
-    std::filesystem::create_directories(m_scratch / "plugins");
-    std::filesystem::copy(sourceDir() + "/resources/plugins/catalogue", m_scratch / "plugins" / "catalogue",
+    std::filesystem::create_directories(scratch() / "plugins");
+    std::filesystem::copy(sourceDir() + "/resources/plugins/catalogue", scratch() / "plugins" / "catalogue",
                           std::filesystem::copy_options::recursive);
 }
 

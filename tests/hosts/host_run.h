@@ -2,6 +2,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <tests/support/scratch_folder.h>
 
 #include <filesystem>
 #include <string>
@@ -22,9 +23,6 @@ class HostTest : public testing::Test {
 protected:
     using Path = std::filesystem::path;
 
-    HostTest();
-    ~HostTest() override;
-
     /// Runs qelhost with @p arguments in the scratch folder, and waits for its end.
     HostRun run(const std::vector<std::string>& arguments) const;
     /// Runs qelhost on the plugins of the scratch folder.
@@ -33,14 +31,14 @@ protected:
     HostRun runCatalogue(const std::string& language, const Path& folder) const;
 
     /// The test's own folder.
-    const Path& scratch() const { return m_scratch; }
+    Path scratch() const { return m_folder.path(); }
     /// Writes @p text to a file of a plugin in the scratch folder.
     void writePlugin(const std::string& plugin, const std::string& file, std::string_view text) const;
     /// Puts a copy of the catalogue beside the plugins of the scratch folder.
     void copyCatalogue() const;
 
 private:
-    Path m_scratch;
+    ScratchFolder m_folder;
 };
 
 /// Writes @p text to @p path, with the folders above it.

@@ -58,7 +58,8 @@ TEST_F(HostTest, WrongOptionsAreRefusedWithAHint) {
     for (const auto& [arguments, problem] : cases) {
         const HostRun host = run(arguments);
         EXPECT_EQ(host.status, 2) << problem;
-        EXPECT_EQ(host.error, "qelhost: " + problem + "\nTry 'qelhost --help'.\n");
+        EXPECT_EQ(host.error, "qelhost: " + problem +
+                                  "\nTry 'qelhost --help'. Options of the scripts stand behind '--'.\n");
         EXPECT_THAT(host.out, IsEmpty());
     }
 }
@@ -84,6 +85,13 @@ TEST_F(HostTest, ReportsTellOfTheSystemAndTheMainLoop) {
     writePlugin("a", "main.sq", "");
     const HostRun host = run({"--report", "--plugins", (scratch() / "plugins").string()});
     EXPECT_THAT(host.out, AllOf(HasSubstr("system:\n"), HasSubstr("main loop:\n")));
+}
+
+TEST_F(HostTest, AppDirReceivesTheDumpOfACrash) {
+    writePlugin("a", "main.sq",
+                "import(\"qel.System\"); qel.System().runCommand(\"sh -c 'kill -ABRT $PPID'\", 0)");
+    EXPECT_EQ(run({"--app-dir", ".", "--plugins", "plugins"}).status, 128 + 6);
+    EXPECT_FALSE(std::filesystem::is_empty(scratch() / "dumps"));
 }
 
 // --- exit status ---------------------------------------------------------------------------------------
