@@ -1,0 +1,300 @@
+// Compiles any text, and runs programs that are drawn from the input so that they end.
+//
+// The machine can't stop a running script, so that a text is never run as it is: it is compiled, and then its
+// bytes choose a program of bounded loops, calls and values of all types in all places. Whatever happens in
+// it, the machine runs the next script.
+#include <qel/foundation/log/message_stream.h>
+#include <qel/script/vm.h>
+
+#include <array>
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+
+namespace {
+
+/// Draws a program from bytes.
+class ProgramWriter {
+public:
+    explicit ProgramWriter(std::string_view bytes) : m_bytes(bytes) {}
+
+    std::string write() {
+        m_text = "local r = null\n";
+        for (int i = 0; i < kVariables; ++i) m_text += "local " + variable(i) + " = " + value() + "\n";
+        while (!m_bytes.empty() && m_statements < kStatements) statement(0);
+        return m_text;
+    }
+
+private:
+    static constexpr int kVariables = 6;
+    static constexpr int kStatements = 60;
+    static constexpr int kMaxLoops = 2;
+
+    unsigned draw(size_t count) {
+        if (m_bytes.empty()) return 0;
+        auto byte = static_cast<unsigned char>(m_bytes.front());
+        m_bytes.remove_prefix(1);
+        return byte % static_cast<unsigned>(count);
+    }
+
+    template <size_t N>
+    std::string pick(const std::array<const char*, N>& choices) {
+        return choices[draw(N)];
+    }
+
+    static std::string variable(int index) { return "v" + std::to_string(index); }
+    std::string anyVariable() { return variable(static_cast<int>(draw(kVariables))); }
+
+    std::string value() {
+        static constexpr std::array kValues =
+            std::to_array<const char*>({"null",
+                                        "true",
+                                        "0",
+                                        "1",
+                                        "-1",
+                                        "3.7",
+                                        "1 << 40",
+                                        "\"\"",
+                                        "\"text\"",
+                                        "\"%d %s\"",
+                                        "[]",
+                                        "[3, 1, 2]",
+                                        "{}",
+                                        "{ a = 1 }",
+                                        "@(...) 1",
+                                        "function(a, b) { return a }",
+                                        "function(a) { throw a }",
+                                        "print",
+                                        "class { x = 1 }",
+                                        "class { x = 1 }()",
+                                        "class { function _get(k) { throw null } }()",
+                                        "class { function _tostring() { return 5 } }()",
+                                        "qel.Rect()",
+                                        "qel.Rect",
+                                        "qel.IVec4()",
+                                        "std.queue()",
+                                        "std.serial_queue()",
+                                        "newthread(@(...) suspend(1))",
+                                        "(function() { yield 1 })()",
+                                        "std.blob(8)",
+                                        "std",
+                                        "qel.GregorianDate()",
+                                        "class extends qel.Rect { constructor() {} }()",
+                                        "class extends qel.Rect {}()",
+                                        "[0].weakref()",
+                                        "std.async",
+                                        "std[\"yield\"]",
+                                        "std.sleep"});
+        return pick(kValues);
+    }
+
+    std::string argument() { return draw(3) == 0 ? value() : anyVariable(); }
+
+    std::string arguments() {
+        std::string text;
+        for (unsigned i = 0, count = draw(5); i < count; ++i) text += (i ? ", " : "") + argument();
+        return text;
+    }
+
+    std::string member() {
+        static constexpr std::array kMembers = std::to_array<const char*>({"len",
+                                                                           "tostring",
+                                                                           "tointeger",
+                                                                           "tofloat",
+                                                                           "slice",
+                                                                           "find",
+                                                                           "append",
+                                                                           "push",
+                                                                           "pop",
+                                                                           "top",
+                                                                           "insert",
+                                                                           "remove",
+                                                                           "resize",
+                                                                           "sort",
+                                                                           "reverse",
+                                                                           "map",
+                                                                           "apply",
+                                                                           "filter",
+                                                                           "reduce",
+                                                                           "rawget",
+                                                                           "rawset",
+                                                                           "rawdelete",
+                                                                           "rawin",
+                                                                           "clear",
+                                                                           "keys",
+                                                                           "values",
+                                                                           "setdelegate",
+                                                                           "getdelegate",
+                                                                           "call",
+                                                                           "pcall",
+                                                                           "acall",
+                                                                           "pacall",
+                                                                           "bindenv",
+                                                                           "getinfos",
+                                                                           "getroot",
+                                                                           "weakref",
+                                                                           "ref",
+                                                                           "getclass",
+                                                                           "instance",
+                                                                           "getbase",
+                                                                           "newmember",
+                                                                           "rawnewmember",
+                                                                           "getattributes",
+                                                                           "setattributes",
+                                                                           "instanceof",
+                                                                           "wakeup",
+                                                                           "wakeupthrow",
+                                                                           "getstatus",
+                                                                           "getstackinfos",
+                                                                           "constructor",
+                                                                           "cloned",
+                                                                           "getClassName",
+                                                                           "getReferenceCount",
+                                                                           "x",
+                                                                           "y1",
+                                                                           "leftTop",
+                                                                           "rightBottom",
+                                                                           "set",
+                                                                           "compare",
+                                                                           "getYear",
+                                                                           "formatAsDicomTime",
+                                                                           "clear",
+                                                                           "wait",
+                                                                           "abort",
+                                                                           "is_aborting",
+                                                                           "set_concurrency",
+                                                                           "get_concurrency",
+                                                                           "__qel_getTable",
+                                                                           "__qel_setTable",
+                                                                           "readn",
+                                                                           "writen",
+                                                                           "seek",
+                                                                           "tell",
+                                                                           "eos",
+                                                                           "readblob",
+                                                                           "info",
+                                                                           "queue",
+                                                                           "async",
+                                                                           "safe_tointeger",
+                                                                           "isguid",
+                                                                           "get_current_queue",
+                                                                           "dbg_showcontext",
+                                                                           "tolower",
+                                                                           "toupper"});
+        return pick(kMembers);
+    }
+
+    std::string call() {
+        switch (draw(4)) {
+        case 0:
+            return anyVariable() + "(" + arguments() + ")";
+        case 1:
+            return "r." + member() + "(" + arguments() + ")";
+        case 2:
+            return "string." + pick(kTextFunctions) + "(" + arguments() + ")";
+        default:
+            return anyVariable() + "." + member() + "(" + arguments() + ")";
+        }
+    }
+
+    std::string expression() {
+        static constexpr std::array kOperators = std::to_array<const char*>(
+            {"-", "*", "<", "==", "&", "|", "^", "<=>", "in", "instanceof", "&&", "||"});
+        switch (draw(6)) {
+        case 0:
+            return anyVariable() + " " + pick(kOperators) + " " + argument();
+        case 1:
+            return anyVariable() + " + \"x\"";
+        case 2:
+            return "clone " + anyVariable();
+        case 3:
+            return "typeof " + anyVariable();
+        case 4:
+            return anyVariable() + "[" + argument() + "]";
+        default:
+            return anyVariable() + "." + member();
+        }
+    }
+
+    void statement(int loops) {
+        ++m_statements;
+        switch (draw(8)) {
+        case 0:
+            add(anyVariable() + " = " + value());
+            break;
+        case 1:
+            add("r = " + expression());
+            break;
+        case 2:
+            add(anyVariable() + "." + member() + " = " + argument());
+            break;
+        case 3:
+            add("foreach (key, item in " + anyVariable() + ") { r = item; if (++steps > 50) break }");
+            break;
+        case 4:
+            add("std[\"yield\"]()");
+            break;
+        case 5:
+            add("std.async(" + argument() + ", " + argument() + ")");
+            break;
+        case 6:
+            if (loops < kMaxLoops) return loop(loops);
+            [[fallthrough]];
+        default:
+            add("r = " + call());
+            break;
+        }
+    }
+
+    void loop(int loops) {
+        std::string counter = "i" + std::to_string(m_statements);
+        m_text += "for (local " + counter + " = 0; " + counter + " < 4; " + counter + "++) {\n";
+        for (unsigned i = 0, count = 1 + draw(3); i < count; ++i) statement(loops + 1);
+        m_text += "}\n";
+    }
+
+    void add(const std::string& text) {
+        m_text += "try { local steps = 0; " + text + " } catch (e) { r = e }\n";
+    }
+
+    static constexpr std::array kTextFunctions = std::to_array<const char*>(
+        {"contains", "begins_with", "ends_with", "replace_all", "utf8_lowercase", "utf8_uppercase",
+         "utf8_escape_filepath", "trim_spaces", "compute_hash", "format", "split", "strip", "escape"});
+
+    std::string_view m_bytes;
+    std::string m_text;
+    int m_statements = 0;
+};
+
+void require(bool holds) {
+    if (!holds) std::abort();
+}
+
+void runProgram(qelSq::VM& vm, const std::string& program) {
+    vm.executeString("foreach (name in [\"Rect\", \"IVec4\", \"GregorianDate\"]) import(\"qel.\" + name)",
+                     "setup");
+    vm.executeString(program.c_str(), "root");
+    vm.createThread(vm.newClosure(program, "thread"));
+    for (int pass = 0; pass < 12; ++pass) vm.processEvents();
+}
+
+} // namespace
+
+extern "C" const char* __lsan_default_suppressions();
+// The machine's compiler leaves a statement that fails to compile by a jump past its own destructors.
+extern "C" const char* __lsan_default_suppressions() {
+    return "leak:libsquirrel3.so\n";
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, size_t size) {
+    qel::logging::setConsoleWriter([](const qel::logging::ConsoleLine&) {});
+    std::string_view input(reinterpret_cast<const char*>(data), size);
+    qelSq::VM vm;
+    SQInteger top = sq_gettop(vm.getSquirrelVM());
+    vm.compileSource(input.data(), input.size(), "input");
+    runProgram(vm, ProgramWriter(input).write());
+    require(sq_gettop(vm.getSquirrelVM()) == top);
+    require(vm.executeString("return 1 + 1", "next"));
+    return 0;
+}
