@@ -7,4 +7,5 @@ find_package(PkgConfig REQUIRED)
 pkg_check_modules(zstd REQUIRED IMPORTED_TARGET libzstd)
 pkg_check_modules(isal REQUIRED IMPORTED_TARGET libisal)
 pkg_check_modules(fribidi REQUIRED IMPORTED_TARGET fribidi)
-pkg_check_modules(hwy REQUIRED IMPORTED_TARGET libhwy)
+# Highway is used by its headers alone; its library would slow down the start of every program.
+pkg_check_modules(hwy REQUIRED libhwy)

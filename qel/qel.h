@@ -45,6 +45,7 @@
 #include <qel/platform/command_line.h>
 #include <qel/platform/console.h>
 #include <qel/platform/cpu.h>
+#include <qel/platform/cpu_features.h>
 #include <qel/platform/crash.h>
 #include <qel/platform/file_system.h>
 #include <qel/platform/interrupt.h>

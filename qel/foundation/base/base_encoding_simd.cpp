@@ -7,6 +7,7 @@
 #include <hwy/foreach_target.h>
 
 #include <hwy/highway.h>
+#include <qel/foundation/base/simd_dispatch_p.h>
 
 HWY_BEFORE_NAMESPACE();
 namespace qel::internal::HWY_NAMESPACE {
@@ -177,25 +178,25 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace qel::internal {
 
-HWY_EXPORT(EncodeBase16);
-HWY_EXPORT(DecodeBase16);
-HWY_EXPORT(EncodeBase64);
-HWY_EXPORT(DecodeBase64);
+QEL_SIMD_TABLE(EncodeBase16);
+QEL_SIMD_TABLE(DecodeBase16);
+QEL_SIMD_TABLE(EncodeBase64);
+QEL_SIMD_TABLE(DecodeBase64);
 
 size_t encodeBase16Blocks(uint8* out, const uint8* in, size_t n) {
-    return HWY_DYNAMIC_DISPATCH(EncodeBase16)(out, in, n);
+    return g_EncodeBase16(out, in, n);
 }
 
 size_t decodeBase16Blocks(uint8* out, const uint8* in, size_t n) {
-    return HWY_DYNAMIC_DISPATCH(DecodeBase16)(out, in, n);
+    return g_DecodeBase16(out, in, n);
 }
 
 size_t encodeBase64Blocks(uint8* out, const uint8* in, size_t n, const Base64Alphabet& alphabet) {
-    return HWY_DYNAMIC_DISPATCH(EncodeBase64)(out, in, n, alphabet);
+    return g_EncodeBase64(out, in, n, alphabet);
 }
 
 size_t decodeBase64Blocks(uint8* out, const uint8* in, size_t n, const Base64Alphabet& alphabet) {
-    return HWY_DYNAMIC_DISPATCH(DecodeBase64)(out, in, n, alphabet);
+    return g_DecodeBase64(out, in, n, alphabet);
 }
 
 } // namespace qel::internal

@@ -8,6 +8,7 @@
 #define HWY_TARGET_INCLUDE "qel/foundation/base/utf8_simd.cpp"
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
+#include <qel/foundation/base/simd_dispatch_p.h>
 
 HWY_BEFORE_NAMESPACE();
 namespace qel::internal::HWY_NAMESPACE {
@@ -354,20 +355,20 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace qel::internal {
 
-HWY_EXPORT(scanKernel);
-HWY_EXPORT(decodeKernel32);
-HWY_EXPORT(decodeKernel16);
+QEL_SIMD_TABLE(scanKernel);
+QEL_SIMD_TABLE(decodeKernel32);
+QEL_SIMD_TABLE(decodeKernel16);
 
 Utf8Run scanUtf8Vectors(const char* text, std::size_t size, NulRule nulRule) {
-    return HWY_DYNAMIC_DISPATCH(scanKernel)(text, size, nulRule);
+    return g_scanKernel(text, size, nulRule);
 }
 
 std::size_t decodeUtf8Run(const char*& text, const char* end, uint32* output, std::size_t capacity) {
-    return HWY_DYNAMIC_DISPATCH(decodeKernel32)(text, end, output, capacity);
+    return g_decodeKernel32(text, end, output, capacity);
 }
 
 std::size_t decodeUtf8Run(const char*& text, const char* end, uint16* output, std::size_t capacity) {
-    return HWY_DYNAMIC_DISPATCH(decodeKernel16)(text, end, output, capacity);
+    return g_decodeKernel16(text, end, output, capacity);
 }
 
 } // namespace qel::internal
