@@ -66,11 +66,9 @@ void printReport() {
     qel::System& system = *qel::Object::system();
     qel::ReportGenerator report;
     system.report(&report);
-    report.begin("main loop:");
-    const qel::String& times = system.getPerfMon()->getReport();
-    report.addText(times.empty() ? "it ran for less than two seconds, too short to be measured"
-                                 : times.c_str());
-    report.end();
+    if (system.getPerfMon()->getReport().empty()) {
+        report.add("the main loop ran for less than two seconds: no times yet");
+    }
     terminal::print(report.getReport());
 }
 
