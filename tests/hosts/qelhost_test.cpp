@@ -84,7 +84,8 @@ TEST_F(HostTest, AMissingDefaultPluginsFolderIsTold) {
 TEST_F(HostTest, ReportsTellOfTheSystemAndTheMainLoop) {
     writePlugin("a", "main.sq", "");
     const HostRun host = run({"--report", "--plugins", (scratch() / "plugins").string()});
-    EXPECT_THAT(host.out, AllOf(HasSubstr("system:\n"), HasSubstr("the main loop ran for less than two seconds")));
+    EXPECT_THAT(host.out,
+                AllOf(HasSubstr("system:\n"), HasSubstr("the main loop ran for less than two seconds")));
 }
 
 TEST_F(HostTest, AppDirReceivesTheDumpOfACrash) {
