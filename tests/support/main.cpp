@@ -15,7 +15,7 @@ const char* __asan_default_options() {
 }
 
 const char* __tsan_default_options() {
-    return "halt_on_error=1:second_deadlock_stack=1";
+    return "halt_on_error=1:second_deadlock_stack=1:allocator_may_return_null=1";
 }
 
 const char* __ubsan_default_options() {
