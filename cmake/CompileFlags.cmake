@@ -12,6 +12,8 @@ add_library(qel_compile_flags INTERFACE)
 
 # Results are the same bits on every machine, so no contraction of a * b + c into one rounding.
 target_compile_options(qel_compile_flags INTERFACE -ffp-contract=off)
+# Crash dumps follow the call chain by its frame pointers.
+target_compile_options(qel_compile_flags INTERFACE)
 # Objects carry the same paths wherever the tree lies.
 target_compile_options(qel_compile_flags INTERFACE -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
 
@@ -25,7 +27,7 @@ if(QEL_WARNINGS_AS_ERRORS)
 endif()
 
 if(QEL_SANITIZE)
-    set(qel_sanitize_flags -fsanitize=${QEL_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    set(qel_sanitize_flags -fsanitize=${QEL_SANITIZE} -fno-sanitize-recover=all)
     if(QEL_SANITIZE MATCHES "undefined")
         list(APPEND qel_sanitize_flags -fsanitize=float-cast-overflow,bounds)
         # Compares the identity of function types, which differs between libraries with hidden visibility.

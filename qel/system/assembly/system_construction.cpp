@@ -20,16 +20,8 @@ namespace qel {
 
 namespace {
 
-/// Folder of this product family below a folder for application data.
-constexpr const char* kProductFolder = "/ORLANE";
-
 String languageOfUser() {
     return platform::userLocaleName().starts_with("de_") ? "de" : "en";
-}
-
-String userDataBase() {
-    const std::string folder = platform::userLocalDataFolder();
-    return folder.empty() ? String() : String(folder + kProductFolder);
 }
 
 } // namespace
@@ -45,7 +37,7 @@ System::System() {
     m_resourceLocator = new ResourceLocator;
     m_scheduler = new Scheduler;
     m_executablePath = platform::executablePath();
-    setDefaultDirectories(userDataBase());
+    setDefaultDirectories(platform::userLocalDataFolder());
     setLanguage(languageOfUser());
     connectDefaultHooks();
     m_vm = std::make_unique<qelSq::VM>();
@@ -75,16 +67,10 @@ System::~System() {
 }
 
 void System::readMachine() {
-    m_pageSize = platform::pageSize();
+    if (const unsigned pageSize = platform::pageSize(); pageSize != 0) m_pageSize = pageSize;
     m_processorCount = platform::processorCount();
     m_physicalMemorySize = platform::physicalMemorySize();
     m_steadyBaseMs = Clock::current().steadyNanoseconds() / 1'000'000;
-}
-
-void System::setDefaultDirectories(const String& base) {
-    m_applicationDirectory = base;
-    m_cacheDirectory = base;
-    m_secureKeyDirectory = base;
 }
 
 void System::createGlobalQueues() {

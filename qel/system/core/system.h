@@ -329,7 +329,7 @@ public:
     /// Keeps the system's own crash reporter from taking over.
     void disableOperatingSystemErrorReporting();
 
-    // --- random numbers (system/services) -----------------------------------------------------------
+    // --- random numbers (system/services); from any thread ------------------------------------------
 
     /// One draw of 32 bits.
     uint32 randomUInt();
@@ -568,7 +568,7 @@ private:
     ~System() override;
 
     void readMachine();
-    void setDefaultDirectories(const String& base);
+    void setDefaultDirectories(const String& dataFolder);
     void connectDefaultHooks();
     void createGlobalQueues();
     void setBuildEnvironment();

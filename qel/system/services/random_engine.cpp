@@ -20,6 +20,11 @@ uint32 seedFromMachine() {
 
 RandomEngine::RandomEngine() : RandomEngine(seedFromMachine()) {}
 
+uint32 RandomEngine::draw() {
+    const MutexLock lock(m_mutex);
+    return static_cast<uint32>(m_engine());
+}
+
 uint64 RandomEngine::draw64() {
     const uint64 high = draw();
     return high << 32 | draw();

@@ -1,6 +1,7 @@
 // The generator behind the random numbers of System.
 #pragma once
 
+#include <qel/foundation/base/mutex.h>
 #include <qel/foundation/base/types.h>
 #include <qel/platform/api.h>
 
@@ -10,7 +11,7 @@ namespace qel {
 
 /// A Mersenne Twister (Matsumoto and Nishimura, 1998) of 32-bit draws. Fit for shuffling and for identifiers,
 /// not for keys.
-/// @threads one thread at a time.
+/// @threads any thread; one lock guards the generator.
 class QEL_API RandomEngine {
 public:
     /// Seeds with 32 bits of the machine's random source; with the steady clock where there is none.
@@ -19,7 +20,7 @@ public:
     explicit RandomEngine(uint32 seed) : m_engine(seed) {}
 
     /// The next 32 bits.
-    uint32 draw() { return static_cast<uint32>(m_engine()); }
+    uint32 draw();
     /// The top 8 bits of a draw.
     uint8 drawByte();
     /// The next 64 bits: two draws, the first one above.
@@ -28,7 +29,8 @@ public:
     void fill(void* bytes, size_t size);
 
 private:
-    std::mt19937 m_engine;
+    Mutex m_mutex;
+    std::mt19937 m_engine QEL_GUARDED_BY(m_mutex);
 };
 
 } // namespace qel

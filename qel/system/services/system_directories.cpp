@@ -93,9 +93,15 @@ String System::getTmpDirectoryPath() {
 }
 
 bool System::trySetApplicationDirectoryToGlobal() {
-    const String base = getProgramDataPath(true);
-    setDefaultDirectories(base.empty() ? base : productPath(base, kProductFolder));
+    setDefaultDirectories(getProgramDataPath(true));
     return true;
+}
+
+void System::setDefaultDirectories(const String& dataFolder) {
+    const String base = dataFolder.empty() ? dataFolder : productPath(dataFolder, kProductFolder);
+    m_applicationDirectory = base;
+    m_cacheDirectory = base;
+    m_secureKeyDirectory = base;
 }
 
 String System::getProgramDataPath(bool common) {

@@ -1,6 +1,7 @@
 #include <qel/system/tasks/thread_pool.h>
 
 #include <qel/platform/cpu.h>
+#include <qel/platform/crash.h>
 #include <qel/system/core/system.h>
 #include <qel/system/tasks/brief_lock_p.h>
 #include <qel/system/tasks/task_queue.h>
@@ -75,7 +76,10 @@ unsigned ThreadPool::withdrawQueue(TaskQueue* queue, bool highPriority) {
 
 void ThreadPool::startWorker() {
     try {
-        std::thread([this] { work(); }).detach();
+        std::thread([this] {
+            const platform::CrashStack crashStack; // or this thread's stack overflow would leave no dump
+            work();
+        }).detach();
     } catch (const std::system_error&) {
         BriefLock lock(m_mutex);
         --m_threads;
