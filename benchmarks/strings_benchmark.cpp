@@ -1,4 +1,4 @@
-// UTF-8 and interning. QEL_SIMD_TARGET in the environment caps the kernels, as QEL_SIMD_TARGET=AVX2.
+// UTF-8 and interning. QEL_SIMD_TARGET_CAP=AVX2 in the environment caps the kernels.
 #include <qel/foundation/base/simd_target_p.h>
 #include <qel/foundation/base/string.h>
 #include <qel/foundation/base/string_id.h>
@@ -225,9 +225,9 @@ BENCHMARK(copyQel)->Name("Intern/CopyAndDrop/qel");
 } // namespace
 
 int main(int argc, char** argv) {
-    const char* const target = std::getenv("QEL_SIMD_TARGET");
+    const char* const target = std::getenv("QEL_SIMD_TARGET_CAP");
     require(qel::internal::setSimdTarget(target ? target : ""),
-            "QEL_SIMD_TARGET names no instruction set of this machine");
+            "QEL_SIMD_TARGET_CAP names no instruction set of this machine");
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     return 0;
