@@ -3,109 +3,78 @@
 #include "../../support/system_fixture.h"
 
 #include <atomic>
-#include <memory>
+#include <functional>
 #include <thread>
 #include <vector>
 
 namespace qel {
 namespace {
 
-/// Counts the calls of each part.
+/// Counts the calls of each part, and does more in each when asked to.
 class CountingKernel : public Parallel::Kernel {
 public:
-    explicit CountingKernel(unsigned parts) : m_parts(parts), calls(parts) {}
+    explicit CountingKernel(unsigned parts, std::function<void()> inEachPart = {})
+        : m_calls(parts), m_inEachPart(std::move(inEachPart)) {}
 
     void prepare(unsigned& parts) override {
-        offered = parts;
-        parts = m_parts;
+        EXPECT_EQ(parts, Object::system()->getProcessorCount());
+        parts = static_cast<unsigned>(m_calls.size());
     }
     void execute(unsigned index) override {
-        ++calls.at(index);
-        lastThread = std::this_thread::get_id();
-        if (nested) nested->execute();
+        ++m_calls.at(index);
+        if (m_inEachPart) m_inEachPart();
     }
     void finish() override {
-        finishedOnCaller = std::this_thread::get_id() == m_caller;
-        for (const auto& count : calls) allRanOnce &= count == 1;
         ++finished;
+        EXPECT_EQ(std::this_thread::get_id(), m_caller);
+        for (const auto& count : m_calls) EXPECT_EQ(count, 1);
     }
 
-    struct Nested {
-        void execute() {
-            CountingKernel inner(5);
-            parallel.execute(inner);
-            if (inner.allRanOnce) ++good;
-        }
-        Parallel& parallel;
-        std::atomic<int> good{0};
-    };
+    int finished = 0;
 
 private:
-    const unsigned m_parts;
     const std::thread::id m_caller = std::this_thread::get_id();
-
-public:
-    unsigned offered = 0;
-    std::vector<std::atomic<int>> calls;
-    std::atomic<std::thread::id> lastThread;
-    bool finishedOnCaller = false;
-    bool allRanOnce = true;
-    int finished = 0;
-    Nested* nested = nullptr;
+    std::vector<std::atomic<int>> m_calls;
+    std::function<void()> m_inEachPart;
 };
 
 using ParallelTest = test::SystemFixture;
 
 TEST_F(ParallelTest, RunsEveryPartOnceAndFinishesOnTheCaller) {
-    Parallel parallel;
-    for (const unsigned parts : {2u, 3u, 1000u}) {
+    for (const unsigned parts : {0u, 1u, 2u, 3u, 1000u}) {
         CountingKernel kernel(parts);
-        parallel.execute(kernel);
-        EXPECT_EQ(kernel.offered, system().getProcessorCount());
-        EXPECT_TRUE(kernel.allRanOnce);
-        EXPECT_TRUE(kernel.finishedOnCaller);
-        EXPECT_EQ(kernel.finished, 1);
+        system().execute(kernel);
+        EXPECT_EQ(kernel.finished, 1) << parts;
     }
 }
 
-TEST_F(ParallelTest, OnePartRunsOnTheCallerAsPartZero) {
-    CountingKernel kernel(1);
+TEST_F(ParallelTest, OnePartRunsOnTheCaller) {
+    std::thread::id thread;
+    CountingKernel kernel(1, [&] { thread = std::this_thread::get_id(); });
     system().execute(kernel);
-    EXPECT_EQ(kernel.calls[0], 1);
-    EXPECT_EQ(kernel.lastThread.load(), std::this_thread::get_id());
-    EXPECT_EQ(kernel.finished, 1);
+    EXPECT_EQ(thread, std::this_thread::get_id());
 }
 
-TEST_F(ParallelTest, NoPartRunsNothingButFinishes) {
-    CountingKernel kernel(0);
-    system().execute(kernel);
-    EXPECT_EQ(kernel.finished, 1);
-}
-
-TEST_F(ParallelTest, KernelsMayNestOnOneParallel) {
+TEST_F(ParallelTest, KernelsMayNestAndSeveralThreadsMayUseOneParallel) {
     Parallel parallel;
-    CountingKernel::Nested nested{parallel};
-    CountingKernel kernel(8);
-    kernel.nested = &nested;
-    parallel.execute(kernel);
-    EXPECT_EQ(nested.good, 8);
-}
-
-TEST_F(ParallelTest, SeveralThreadsMayUseOneParallel) {
-    Parallel parallel;
-    std::atomic<int> good{0};
+    std::atomic<int> finished{0};
+    const auto runInner = [&] {
+        CountingKernel inner(5);
+        parallel.execute(inner);
+        finished += inner.finished;
+    };
     std::vector<std::thread> threads;
     for (int i = 0; i < 3; ++i) {
         threads.emplace_back([&] {
             for (int n = 0; n < 20; ++n) {
-                CountingKernel kernel(16);
-                parallel.execute(kernel);
-                if (kernel.allRanOnce && kernel.finishedOnCaller) ++good;
+                CountingKernel outer(8, runInner);
+                parallel.execute(outer);
+                finished += outer.finished;
             }
         });
     }
     for (std::thread& thread : threads) thread.join();
-    EXPECT_EQ(good, 60);
+    EXPECT_EQ(finished, 3 * 20 * (8 + 1));
 }
 
 } // namespace

@@ -1,129 +1,90 @@
 // Random operations on queues against a model of who may run when. A failure prints its seed;
-// QEL_STRESS_FIRST_SEED and QEL_STRESS_SEEDS choose others than the usual ones.
-#include <qel/system/tasks/task_queue.h>
-
+// --gtest_shuffle with a --gtest_random_seed tries other seeds than the usual ones.
 #include "../../support/system_fixture.h"
+#include "gate.h"
 
-#include <algorithm>
-#include <atomic>
-#include <cstdlib>
+#include <compare>
 #include <memory>
 #include <random>
-#include <string>
+#include <set>
 #include <thread>
 #include <vector>
 
 namespace qel {
 namespace {
 
-/// One push and what its runs did. Tickets number all starts and ends in the order in which they happened.
-struct Push {
-    Push(uint32 countOfRuns, unsigned segmentNumber, uint32 earliestStart)
-        : count(countOfRuns),
-          segment(segmentNumber),
-          notBefore(earliestStart),
-          starts(countOfRuns),
-          ends(countOfRuns) {}
+/// A run of a task. Runs are ordered as a serial queue makes them: a push's highest index first.
+struct Run {
+    unsigned segment; // barriers pushed before it
+    unsigned push;
+    uint32 indicesAbove;
 
-    uint32 firstStart() const {
-        uint32 first = UINT32_MAX;
-        for (const auto& start : starts) first = start != 0 ? std::min(first, start.load()) : first;
-        return first;
-    }
-    uint32 lastEnd() const {
-        uint32 last = 0;
-        for (const auto& end : ends) last = std::max(last, end.load());
-        return last;
-    }
-    uint32 runs() const {
-        return static_cast<uint32>(
-            std::count_if(ends.begin(), ends.end(), [](auto& end) { return end != 0; }));
-    }
-
-    const uint32 count;
-    const unsigned segment;                        // barriers pushed before it
-    uint32 notBefore;                              // ticket of the resume that allowed it to run
-    bool mayBeDropped = false;                     // an abort came before it was known to have run
-    std::vector<std::atomic<uint32>> starts, ends; // by index; 0: not yet
+    friend auto operator<=>(const Run&, const Run&) = default;
 };
 
 /// A queue under random operations.
 class Stress {
 public:
-    explicit Stress(unsigned seed) : m_random(seed), m_queue(randomType(seed)) {}
+    explicit Stress(unsigned seed) : m_seed(seed), m_random(seed), m_queue(kTypes[seed % 4]) {}
 
     void operate() {
-        for (int i = 0; i < 40; ++i) {
-            switch (m_random() % 10) {
-            case 0:
-                barrier();
-                break;
-            case 1:
-                pauseOrResume();
-                break;
-            case 2:
-                wait();
-                break;
-            case 3:
-                abort();
-                break;
-            default:
-                push();
-                break;
-            }
-        }
+        SCOPED_TRACE(m_seed);
+        for (int i = 0; i < 40; ++i) operateOnce(m_random() % 10);
         if (m_paused) pauseOrResume();
         wait();
-    }
-
-    void check() {
-        EXPECT_EQ(m_repeated, 0u) << "runs with an index that had run before";
         EXPECT_EQ(m_queue.getWorkload(), 0u);
         EXPECT_EQ(m_queue.getNumberOfQueuedTasks(), 0u);
         EXPECT_EQ(m_lives.use_count(), 1) << "tasks that nobody released";
-        uint32 segmentEnd = 0, lastEnd = 0;
-        unsigned segment = 0;
-        for (const auto& push : m_pushes) {
-            if (push->segment != segment) segmentEnd = lastEnd;
-            segment = push->segment;
-            EXPECT_GT(push->firstStart(), segmentEnd) << "ran before its barrier";
-            EXPECT_GT(push->firstStart(), push->notBefore) << "ran in a pause";
-            if (!push->mayBeDropped) {
-                EXPECT_EQ(push->runs(), push->count);
-            }
-            if (!m_queue.isParallelQueue()) checkOrder(*push, lastEnd);
-            lastEnd = std::max(lastEnd, push->lastEnd());
-        }
     }
 
 private:
-    static TaskQueue::Type randomType(unsigned seed) {
-        constexpr TaskQueue::Type kTypes[] = {TaskQueue::kParallel, TaskQueue::kDeleteIO,
-                                              TaskQueue::kBlockingDestructor, 7};
-        return kTypes[seed % 4];
-    }
+    static constexpr TaskQueue::Type kTypes[] = {TaskQueue::kParallel, TaskQueue::kDeleteIO,
+                                                 TaskQueue::kBlockingDestructor, 7};
 
-    /// On a serial queue the runs follow each other, from the highest index down, without overlap.
-    void checkOrder(const Push& push, uint32 previousEnd) {
-        for (uint32 index = push.count; index-- > 0;) {
-            if (push.ends[index] == 0) continue; // dropped
-            EXPECT_GT(push.starts[index], previousEnd);
-            previousEnd = push.ends[index];
-        }
+    void operateOnce(unsigned operation) {
+        if (operation == 0)
+            barrier();
+        else if (operation == 1)
+            pauseOrResume();
+        else if (operation == 2)
+            wait();
+        else if (operation == 3)
+            abort();
+        else
+            push();
     }
 
     void push() {
         const uint32 count = 1 + m_random() % (m_random() % 4 == 0 ? 40 : 4);
-        auto push = std::make_shared<Push>(count, m_segment, m_paused ? UINT32_MAX - 1 : 0);
-        m_pushes.push_back(push);
         const bool slow = m_random() % 4 == 0;
-        auto run = [this, push, slow, life = m_lives](TaskContext& context) {
-            if (push->starts[context.getIndex()].exchange(++m_ticket) != 0) ++m_repeated;
+        const unsigned number = ++m_pushes;
+        {
+            const std::lock_guard lock(m_mutex);
+            for (uint32 above = 0; above < count; ++above) m_unended.insert({m_segment, number, above});
+        }
+        auto run = [this, number, count, slow, segment = m_segment, life = m_lives](TaskContext& context) {
+            const Run self{segment, number, count - 1 - context.getIndex()};
+            noteStart(self);
             if (slow) std::this_thread::yield();
             if (slow) context.changeWorkload(context.getIndex());
-            push->ends[context.getIndex()] = ++m_ticket;
+            noteEnd(self);
         };
-        m_queue.pushTaskN(count, new TaskQueue::LambdaTask(run), m_random() % 3);
+        m_queue.pushTaskN(count, test::task(std::move(run)), m_random() % 3);
+    }
+
+    void noteStart(const Run& run) {
+        SCOPED_TRACE(m_seed);
+        const std::lock_guard lock(m_mutex);
+        EXPECT_FALSE(m_paused) << "ran in a pause";
+        EXPECT_TRUE(m_unended.contains(run)) << "ran twice";
+        EXPECT_EQ(m_unended.begin()->segment, run.segment) << "ran before its barrier";
+        EXPECT_TRUE(m_queue.isParallelQueue() || *m_unended.begin() == run) << "ran before its turn";
+    }
+
+    void noteEnd(const Run& run) {
+        SCOPED_TRACE(m_seed);
+        const std::lock_guard lock(m_mutex);
+        EXPECT_EQ(m_unended.erase(run), 1u) << "ended twice";
     }
 
     void barrier() {
@@ -132,88 +93,51 @@ private:
     }
 
     void pauseOrResume() {
-        if (m_paused) {
-            const uint32 now = ++m_ticket;
-            for (auto& push : m_pushes) push->notBefore = std::min(push->notBefore, now);
-            m_queue.resume();
-        } else {
-            m_queue.pause();
-            ++m_segment;
-            checkAllEnded();
-        }
-        m_paused = !m_paused;
+        const bool pausing = !m_paused;
+        if (pausing) m_queue.pause();
+        const std::lock_guard lock(m_mutex);
+        EXPECT_TRUE(!pausing || m_unended.empty()) << "still waiting or running in a pause";
+        m_paused = pausing;
+        if (!pausing) m_queue.resume();
     }
 
     void wait() {
         m_queue.wait();
-        checkAllEnded();
+        const std::lock_guard lock(m_mutex);
+        EXPECT_TRUE(m_paused || m_unended.empty()) << "still waiting or running after a wait";
     }
 
     void abort() {
         m_queue.abort();
-        m_paused = false;
         EXPECT_TRUE(m_queue.empty());
         EXPECT_EQ(m_lives.use_count(), 1) << "an abort leaves no task behind";
-        for (auto& push : m_pushes) push->mayBeDropped |= push->runs() != push->count;
+        m_unended.clear();
+        m_paused = false;
     }
 
-    /// What isn't held back by a pause has ended after a wait.
-    void checkAllEnded() {
-        for (const auto& push : m_pushes) {
-            if (push->notBefore == UINT32_MAX - 1 || push->mayBeDropped) continue;
-            EXPECT_EQ(push->runs(), push->count) << "still waiting or running after a wait";
-        }
-    }
-
+    const unsigned m_seed;
     std::mt19937 m_random;
-    std::vector<std::shared_ptr<Push>> m_pushes;
     std::shared_ptr<int> m_lives = std::make_shared<int>(0);
-    std::atomic<uint32> m_ticket{0};
-    std::atomic<uint32> m_repeated{0};
-    unsigned m_segment = 0;
+    std::mutex m_mutex;
+    std::set<Run> m_unended; // under the mutex, as m_paused
     bool m_paused = false;
+    unsigned m_segment = 0;
+    unsigned m_pushes = 0;
     TaskQueue m_queue; // ends first
 };
 
-unsigned fromEnvironment(const char* name, unsigned fallback) {
-    const char* text = std::getenv(name);
-    return text ? static_cast<unsigned>(std::strtoul(text, nullptr, 10)) : fallback;
-}
-
 using QueueStressTest = test::SystemFixture;
 
-TEST_F(QueueStressTest, NobodyRunsBeforeHisTurnOrTwice) {
-    const unsigned first = fromEnvironment("QEL_STRESS_FIRST_SEED", 1);
-    const unsigned seeds = fromEnvironment("QEL_STRESS_SEEDS", 200);
-    for (unsigned seed = first; seed != first + seeds && !HasFailure(); ++seed) {
-        SCOPED_TRACE("seed " + std::to_string(seed));
-        Stress stress(seed);
-        stress.operate();
-        stress.check();
-    }
-}
-
-TEST_F(QueueStressTest, SeveralThreadsPushWaitAndDestroyAtOnce) {
-    std::atomic<uint32> runs{0};
+TEST_F(QueueStressTest, NobodyRunsBeforeHisTurnOrTwiceWhileOtherQueuesWorkToo) {
+    const unsigned first =
+        1 + 1000 * static_cast<unsigned>(::testing::UnitTest::GetInstance()->random_seed());
     std::vector<std::thread> threads;
-    for (unsigned t = 0; t < 4; ++t) {
-        threads.emplace_back([&, t] {
-            std::mt19937 random(t);
-            TaskQueue shared(TaskQueue::kParallel);
-            for (int i = 0; i < 200; ++i) {
-                TaskQueue local(random() % 2 ? TaskQueue::kParallel : TaskQueue::kDeleteIO);
-                auto task = [&] { ++runs; };
-                for (TaskQueue* queue : {&local, &shared, system().getGlobalParallelQueue()}) {
-                    queue->pushTaskN(3, new TaskQueue::LambdaNoContextTask(task), 1);
-                }
-                local.wait();
-            }
-            shared.wait();
+    for (unsigned thread = 0; thread < 3; ++thread) {
+        threads.emplace_back([first, thread] {
+            for (unsigned i = 0; i < 80; ++i) Stress(first + 3 * i + thread).operate();
         });
     }
     for (std::thread& thread : threads) thread.join();
-    system().getGlobalParallelQueue()->wait();
-    EXPECT_EQ(runs, 4u * 200 * 9);
 }
 
 } // namespace
