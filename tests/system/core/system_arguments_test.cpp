@@ -1,5 +1,6 @@
 #include <tests/support/system_fixture.h>
 
+#include <utility>
 #include <vector>
 
 namespace qel {
@@ -24,11 +25,9 @@ TEST_F(SystemArguments, AreAppendedByEachCallWithoutTheProgramsName) {
 
 TEST_F(SystemArguments, MatchAlternativesExactlyAndWholly) {
     give({"--verbose", "-x"});
-    EXPECT_TRUE(system().hasArgument("-v|--verbose"));
-    EXPECT_TRUE(system().hasArgument("-x"));
-    EXPECT_FALSE(system().hasArgument("-v|--verb"));
-    EXPECT_FALSE(system().hasArgument("--verbose-x"));
-    EXPECT_FALSE(system().hasArgument(""));
+    for (const char* names : {"-v|--verbose", "-x"}) EXPECT_TRUE(system().hasArgument(names)) << names;
+    for (const char* names : {"-v|--verb", "--verbose-x", ""})
+        EXPECT_FALSE(system().hasArgument(names)) << names;
     EXPECT_FALSE(system().hasArgument(nullptr));
 }
 
@@ -40,13 +39,12 @@ TEST_F(SystemArguments, AParameterNeedsAnArgumentBehindItsName) {
 }
 
 TEST_F(SystemArguments, NumbersReadAsAStreamReadsThem) {
-    give({"-a", " 12rest", "-b", "-7", "-c", "word", "-d", "99999999999999999999", "-e", "--5", "-f", "+3"});
-    EXPECT_EQ(system().getArgumentParameterAsInt("-a", 1), 12);
-    EXPECT_EQ(system().getArgumentParameterAsInt("-b", 1), -7);
-    EXPECT_EQ(system().getArgumentParameterAsInt("-c", 1), 0) << "present but no number gives 0";
-    EXPECT_EQ(system().getArgumentParameterAsInt("-d", 1), INT32_MAX);
-    EXPECT_EQ(system().getArgumentParameterAsInt("-e", 1), 0);
-    EXPECT_EQ(system().getArgumentParameterAsInt("-f", 1), 3);
+    const std::pair<const char*, int> cases[] = {
+        {" 12rest", 12}, {"-7", -7}, {"word", 0}, {"99999999999999999999", INT32_MAX}, {"--5", 0}, {"+3", 3}};
+    for (const auto& [text, number] : cases) {
+        give({text, text});
+        EXPECT_EQ(system().getArgumentParameterAsInt(text, 1), number) << text;
+    }
     EXPECT_EQ(system().getArgumentParameterAsInt("-z", 1), 1) << "absent gives the fallback";
 }
 

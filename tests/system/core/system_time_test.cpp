@@ -11,19 +11,14 @@ protected:
     }
 };
 
-TEST_F(SystemTime, ReadingsAreNeverZero) {
+TEST_F(SystemTime, OnlyAReadingMovesTheFastTimeAndNoneIsZero) {
     goToWrapIn(1);
-    clock.advanceMs(1);
-    EXPECT_EQ(system().getTime(), 1u);
-    EXPECT_EQ(system().getTimeFastNotZero(), 1u);
-}
-
-TEST_F(SystemTime, OnlyAReadingMovesTheFastTime) {
     const uint32 before = system().getTime();
-    clock.advanceMs(500);
+    clock.advanceMs(1);
     EXPECT_EQ(system().getTimeFast(), before);
-    EXPECT_EQ(system().getTime(), before + 500);
-    EXPECT_EQ(system().getTimeFast(), before + 500);
+    EXPECT_EQ(system().getTime(), 1u);
+    EXPECT_EQ(system().getTimeFast(), 1u);
+    EXPECT_EQ(system().getTimeFastNotZero(), 1u);
 }
 
 TEST_F(SystemTime, UniqueStampsGrowThoughTheClockStandsOrGoesBack) {
@@ -34,7 +29,6 @@ TEST_F(SystemTime, UniqueStampsGrowThoughTheClockStandsOrGoesBack) {
     EXPECT_EQ(system().getUTCDateTimeFast(), first + 2);
     clock.setUtcTicks(first + 100);
     EXPECT_EQ(system().getUTCDateTimeFast(), first + 2) << "the fast form doesn't read the clock";
-    EXPECT_EQ(system().getUTCDateTime(), first + 100);
 }
 
 TEST_F(SystemTime, UptimeShowsDaysHoursMinutesSeconds) {
