@@ -69,74 +69,68 @@ protected:
     }
 };
 
-TEST_F(ScriptBinding, ArgumentsAndResultsAreConverted) {
-    EXPECT_EQ(evaluate("lamp.add(20, 3.9)").asInteger(), 123);
-    EXPECT_EQ(evaluate("lamp.add(1.9, 2)").asInteger(), 103);
-    EXPECT_EQ(evaluate("lamp.label(\"12\", \" lm\", 1)").asString(), "12 lm!");
-    EXPECT_EQ(evaluate("lamp.isSame(lamp)").asBool(), true);
-    EXPECT_EQ(evaluate("lamp.intern(\"id\")").asString(), "id");
-    EXPECT_EQ(evaluate("util.Lamp.twice(21)").asInteger(), 42);
+TEST_F(ScriptBinding, ArgumentsAndResultsAreConvertedAndAnythingIsAText) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"lamp.add(20, 3.9)", "123"},
+        {"lamp.add(1.9, 2)", "103"},
+        {"lamp.add(\"7\", [])", "100"},
+        {"util.Lamp.twice(21)", "42"},
+        {"lamp.isSame(lamp)", "true"},
+        {"lamp.isSame(null)", "false"},
+        {"lamp.intern(\"id\")", "id"},
+        {"lamp.middle(lamp) == 0.0", "true"},
+        {"lamp.label(\"12\", \" lm\", 1)", "12 lm!"},
+        {"lamp.label(5, true, false)", "5true."},
+        {"lamp.label(class { function _tostring() { return \"own\" } }(), 1.5, {})", "own1.5!"},
+        {"lamp.label(class { function _tostring() { throw 1 } }(), \"u\", false)", "u."},
+    };
+    for (const auto& [source, expected] : cases) EXPECT_EQ(text(source), expected) << source;
 }
 
-TEST_F(ScriptBinding, AnythingIsATextAndNothingElseIsANumber) {
-    EXPECT_EQ(evaluate("lamp.label(5, true, false)").asString(), "5true.");
-    EXPECT_EQ(evaluate("lamp.label(class { function _tostring() { return \"own\" } }(), 1.5, {})").asString(),
-              "own1.5!");
-    EXPECT_EQ(evaluate("lamp.add(\"7\", [])").asInteger(), 100);
-    EXPECT_EQ(evaluate("lamp.isSame(null)").asBool(), false);
-    EXPECT_EQ(evaluate("lamp.middle(lamp)").asFloat(), 0.0f);
+TEST_F(ScriptBinding, WrongCallsAreScriptErrors) {
+    run("class Dark extends util.Lamp { constructor() {} }\n"
+        "class DarkRect extends qel.Rect { constructor() {} }\n"
+        "import(\"qel.System\"); ::system <- qel.System()");
+    const char* wrongCount = "invalid argument count on native method call";
+    const char* noObject = "native method call on null-pointer";
+    const char* noConstructor = "constructor called on native noconstructor qel class";
+    const std::pair<const char*, const char*> cases[] = {
+        {"lamp.add(1)", wrongCount},
+        {"lamp.add(1, 2, 3)", wrongCount},
+        {"util.Lamp.__qel_setTable.brightness.call(lamp)", wrongCount},
+        {"util.Lamp.twice()", "invalid argument count on native static method call"},
+        {"lamp.add.call(null, 1, 2)", noObject},
+        {"lamp.add.call(qel.Rect(), 1, 2)", noObject},
+        {"qel.Rect().leftTop.call(lamp)", noObject},
+        {"qel.Rect.constructor.call(lamp)", noObject},
+        {"Dark().add(1, 2)", noObject},
+        {"util.Lamp.__qel_getTable.brightness.call(qel.Rect())", "native get on null-pointer"},
+        {"local b = Dark().brightness", "native get on null-pointer"},
+        {"util.Lamp.__qel_setTable.brightness.call(qel.Rect(), 1)", "native set on null-pointer"},
+        {"Dark().brightness = 1", "native set on null-pointer"},
+        {"clone Dark()", "cloning native qel class with null-pointer"},
+        {"clone DarkRect()", "clone of native class with null-pointer"},
+        {"qel.Rect().cloned()", "clone of native class with null-pointer"},
+        {"qel.Rect().cloned(lamp)", "clone of native class with null-pointer"},
+        {"system.getclass()()", noConstructor},
+        {"system.signalApplicationTick.getclass()()", noConstructor},
+        {"clone system", "clone called on native noconstructor qel class"},
+        {"local x = lamp.nothing", "the index 'nothing' does not exist"},
+        {"lamp.nothing = 1", "the index 'nothing' does not exist"},
+        {"lamp.fail()", "lamp broke"},
+    };
+    for (const auto& [source, error] : cases) expectError(source, error);
+    run("::result <- null; collectgarbage()");
+    passAfter(1); // the system still owns its signal
 }
 
-TEST_F(ScriptBinding, AFailingToStringGivesTheEmptyText) {
-    EXPECT_EQ(evaluate("lamp.label(class { function _tostring() { throw 1 } }(), \"u\", false)").asString(),
-              "u.");
-}
-
-TEST_F(ScriptBinding, CountsAndReceiversAreChecked) {
-    expectError("lamp.add(1)", "invalid argument count on native method call");
-    expectError("lamp.add(1, 2, 3)", "invalid argument count on native method call");
-    expectError("util.Lamp.twice()", "invalid argument count on native static method call");
-    expectError("lamp.add.call(null, 1, 2)", "native method call on null-pointer");
-    expectError("lamp.add.call(qel.Rect(), 1, 2)", "native method call on null-pointer");
-    expectError("qel.Rect().leftTop.call(lamp)", "native method call on null-pointer");
-    expectError("util.Lamp.__qel_getTable.brightness.call(qel.Rect())", "native get on null-pointer");
-    expectError("util.Lamp.__qel_setTable.brightness.call(qel.Rect(), 1)", "native set on null-pointer");
-    expectError("util.Lamp.__qel_setTable.brightness.call(lamp)",
-                "invalid argument count on native method call");
-}
-
-TEST_F(ScriptBinding, AnInstanceWhoseConstructorIsPassedOverHasNoNativeSide) {
-    run("class Dark extends util.Lamp { constructor() {} } class DarkRect extends qel.Rect { constructor() "
-        "{} }");
-    expectError("Dark().add(1, 2)", "native method call on null-pointer");
-    expectError("local b = Dark().brightness", "native get on null-pointer");
-    expectError("Dark().brightness = 1", "native set on null-pointer");
-    expectError("clone Dark()", "cloning native qel class with null-pointer");
-    expectError("clone DarkRect()", "clone of native class with null-pointer");
-}
-
-TEST_F(ScriptBinding, ScriptClassesInheritFromBoundOnes) {
-    run("class Bright extends util.Lamp { constructor() { base.constructor(); brightness = 200 } }");
-    EXPECT_EQ(evaluate("Bright().add(1, 1)").asInteger(), 202);
-    EXPECT_EQ(evaluate("Bright().getReferenceCount()").asInteger(), 1);
-}
-
-TEST_F(ScriptBinding, NativeClassesInheritMethodsOfTheirBases) {
+TEST_F(ScriptBinding, ScriptAndNativeClassesInheritFromBoundOnes) {
     qelSq::importClass<Spotlight>(&vm(), "util");
-    EXPECT_EQ(evaluate("util.Spotlight().add(1, 1)").asInteger(), 102);
-    EXPECT_EQ(evaluate("lamp.add.call(util.Spotlight(), 2, 2)").asInteger(), 104);
-    EXPECT_EQ(evaluate("util.Spotlight().getReferenceCount()").asInteger(), 1);
-}
-
-TEST_F(ScriptBinding, PropertiesAreReadWrittenAndMissingOnesAreTheMachinesError) {
-    run("lamp.brightness = 7");
-    EXPECT_EQ(evaluate("lamp.brightness").asInteger(), 7);
-    expectError("local x = lamp.nothing", "the index 'nothing' does not exist");
-    expectError("lamp.nothing = 1", "the index 'nothing' does not exist");
-}
-
-TEST_F(ScriptBinding, ANativeExceptionBecomesAScriptError) {
-    expectError("lamp.fail()", "lamp broke");
+    run("class Bright extends util.Lamp { constructor() { base.constructor(); brightness = 200 } }");
+    EXPECT_EQ(text("Bright().add(1, 1)"), "202");
+    EXPECT_EQ(text("util.Spotlight().add(1, 1)"), "102");
+    EXPECT_EQ(text("lamp.add.call(util.Spotlight(), 2, 2)"), "104");
+    EXPECT_EQ(text("util.Spotlight().getReferenceCount()"), "1");
 }
 
 TEST_F(ScriptBinding, AnObjectGivenTwiceHasTwoInstancesWithTheirReferences) {
@@ -151,20 +145,14 @@ TEST_F(ScriptBinding, AnObjectGivenTwiceHasTwoInstancesWithTheirReferences) {
     EXPECT_EQ(shared->getReferenceCount(), 3);
     EXPECT_TRUE(run("first.brightness = 5; if (first == second) throw 1"));
     EXPECT_EQ(evaluate("second.brightness").asInteger(), 5);
-    run("first = null; second = null");
+    run("first = null; second = null; lamp = null");
     EXPECT_EQ(shared->getReferenceCount(), 1);
-}
-
-TEST_F(ScriptBinding, TheLastInstanceDeletesItsObject) {
-    EXPECT_EQ(g_lamps, 1);
-    run("lamp = null");
-    EXPECT_EQ(g_lamps, 0);
+    EXPECT_EQ(g_lamps, 1) << "the last instance deletes its object";
 }
 
 TEST_F(ScriptBinding, AValueIsCopiedByClone) {
     run("::a <- qel.Rect(); a.x1 = 4; ::b <- clone a; b.x1 = 9");
     EXPECT_EQ(evaluate("a.x1").asFloat(), 4.0f);
-    EXPECT_EQ(evaluate("b.x1").asFloat(), 9.0f);
     run("::dim <- clone lamp; dim.brightness = 1");
     EXPECT_EQ(evaluate("lamp.brightness").asInteger(), 100);
 }
@@ -175,32 +163,11 @@ TEST_F(ScriptBinding, ConstructorAndCloneCalledByHandKeepWhatOthersUse) {
     EXPECT_EQ(evaluate("lamp.brightness").asInteger(), 3);
     run("local other = qel.Rect(); other.y1 = 6; a.cloned(other); lamp.cloned(util.Lamp())");
     EXPECT_EQ(evaluate("a.y1").asFloat(), 6.0f);
-    expectError("qel.Rect.constructor.call(lamp)", "native method call on null-pointer");
-    expectError("a.cloned()", "clone of native class with null-pointer");
-    expectError("a.cloned(lamp)", "clone of native class with null-pointer");
 }
 
-TEST_F(ScriptBinding, ClassesThatScriptsCannotMakeSaySo) {
-    run("import(\"qel.System\"); ::system <- qel.System()");
-    expectError("system.getclass()()", "constructor called on native noconstructor qel class");
-    expectError("clone system", "clone called on native noconstructor qel class");
-}
-
-TEST_F(ScriptBinding, BoundClassesCarryTheirSlots) {
-    for (const char* slot :
-         {"__qel_nativeClassName", "__qel_setTable", "__qel_getTable", "weakref", "constructor", "cloned"}) {
-        EXPECT_TRUE(evaluate(std::string("\"") + slot + "\" in qel.Rect").asBool()) << slot;
-    }
-    EXPECT_EQ(evaluate("qel.Rect().weakref().ref()").isNull(), true);
-    EXPECT_EQ(evaluate("typeof lamp.weakref()").asString(), "weakref");
-}
-
-TEST_F(ScriptBinding, AVectorImportGivesUnsigned64) {
-    run("::v <- qel.IVec2(); v.r = -1; v.y = 5");
-    EXPECT_EQ(evaluate("v.x").asInteger(), -1);
-    EXPECT_EQ(evaluate("v.g").asInteger(), 5);
-    run("import(\"qel.IVec4\"); ::w <- qel.IVec4(); w.w = 8");
-    EXPECT_EQ(evaluate("w.a").asInteger(), 8);
+TEST_F(ScriptBinding, TheComponentsOfAVectorHaveTwoNames) {
+    run("import(\"qel.IVec4\"); ::v <- qel.IVec4(); v.r = -1; v.y = 5; v.w = 8");
+    EXPECT_EQ(text("[v.x, v.g, v.a].reduce(@(a, b) a + \" \" + b)"), "-1 5 8");
     Object corner = evaluate("(function() { local r = qel.Rect(); r.x0 = 1.5; return r.leftTop() })()");
     EXPECT_EQ(corner.get("x").asFloat(), 1.5f);
     EXPECT_EQ(corner.asInstance().getClass().getNativeClassName(), "IVec2");
@@ -216,20 +183,6 @@ TEST_F(ScriptBinding, ATextForACharArrayFitsOrIsEmpty) {
     vm().getRootTable().asTable().squirrelFunction("fixed", copy);
     EXPECT_EQ(evaluate("fixed(1234)").asString(), "1234");
     EXPECT_EQ(evaluate("fixed(\"12345\")").asString(), "");
-}
-
-TEST_F(ScriptBinding, TheTickSignalIsReachedButNotOwned) {
-    run("import(\"qel.System\"); ::system <- qel.System()");
-    EXPECT_EQ(evaluate("system.signalApplicationTick.getClassName()").asString(), "_Signal");
-    expectError("system.signalApplicationTick.getclass()()",
-                "constructor called on native noconstructor qel class");
-    run("::result <- null; collectgarbage()");
-    passAfter(1);
-}
-
-TEST_F(ScriptBinding, AGuidIsOneByItsClassName) {
-    EXPECT_FALSE(evaluate("std.isguid(lamp)").asBool());
-    EXPECT_FALSE(evaluate("std.isguid(5)").asBool());
 }
 
 } // namespace

@@ -12,13 +12,11 @@ using qelSq::Object;
 class ScriptObject : public qel::test::ScriptFixture {};
 
 TEST_F(ScriptObject, AnythingButFalseNullAndZeroIsTrue) {
-    EXPECT_TRUE(Object::of(std::numeric_limits<float>::quiet_NaN()).asBool());
-    EXPECT_TRUE(Object::of("").asBool());
-    EXPECT_TRUE(Object::of(-1).asBool());
-    EXPECT_FALSE(Object::of(0).asBool());
-    EXPECT_FALSE(Object::of(-0.0f).asBool());
-    EXPECT_FALSE(Object::of(false).asBool());
-    EXPECT_FALSE(Object().asBool());
+    for (const Object& truth :
+         {Object::of(std::numeric_limits<float>::quiet_NaN()), Object::of(""), Object::of(-1)})
+        EXPECT_TRUE(truth.asBool());
+    for (const Object& untruth : {Object::of(0), Object::of(-0.0f), Object::of(false), Object()})
+        EXPECT_FALSE(untruth.asBool());
 }
 
 TEST_F(ScriptObject, ConversionsOfOtherTypesGiveNeutralValues) {
@@ -27,19 +25,11 @@ TEST_F(ScriptObject, ConversionsOfOtherTypesGiveNeutralValues) {
     EXPECT_EQ(Object::of("12").asInteger(), 0);
     EXPECT_EQ(Object::of(3).asFloat(), 3.0f);
     EXPECT_EQ(Object::of(3).asString(), "");
-    EXPECT_EQ(vm().newTable().asFloat(), 0.0f);
-}
-
-TEST_F(ScriptObject, SetMakesTheSlotThatGetFinds) {
-    Object table = vm().newTable();
-    EXPECT_TRUE(table.set("key", Object::of("value")));
-    EXPECT_EQ(table.get("key").asString(), "value");
-    EXPECT_EQ(table.asTable().rawget("key").asString(), "value");
-    EXPECT_TRUE(table.get("other").isNull());
-    EXPECT_EQ(table.getSize(), 1);
-    Object number = Object::of(1);
-    EXPECT_FALSE(number.set("key", table));
-    EXPECT_TRUE(number.get("key").isNull());
+    Object text = Object::of("text");
+    EXPECT_TRUE(text.asTable().getKeyValuePairs().empty());
+    EXPECT_TRUE(text.asArray().getValues().empty());
+    EXPECT_FALSE(text.asArray().append(text));
+    EXPECT_TRUE(text.asInstance().getClass().isNull());
 }
 
 TEST_F(ScriptObject, TheStackOfTheMachineStaysBalanced) {
@@ -56,10 +46,18 @@ TEST_F(ScriptObject, TheStackOfTheMachineStaysBalanced) {
     EXPECT_EQ(capture.take().size(), 2u);
 }
 
-TEST_F(ScriptObject, RawAccessPassesDelegatesBy) {
+TEST_F(ScriptObject, SetMakesTheSlotThatGetFindsAndRawAccessPassesDelegatesBy) {
     Object table = evaluate("{}.setdelegate({ inherited = 1 })");
+    EXPECT_TRUE(table.set("key", Object::of("value")));
+    EXPECT_EQ(table.get("key").asString(), "value");
     EXPECT_TRUE(table.get("inherited").isInteger());
     EXPECT_TRUE(table.rawget("inherited").isNull());
+    auto pairs = table.asTable().getKeyValuePairs();
+    ASSERT_EQ(pairs.size(), 1u);
+    EXPECT_EQ(pairs.front().first.asString(), "key");
+    Object number = Object::of(1);
+    EXPECT_FALSE(number.set("key", table));
+    EXPECT_TRUE(number.get("key").isNull());
 }
 
 TEST_F(ScriptObject, ArraysChangeThroughTheirView) {
@@ -73,29 +71,10 @@ TEST_F(ScriptObject, ArraysChangeThroughTheirView) {
     EXPECT_FALSE(view.remove(7));
     EXPECT_TRUE(view.reverse());
     EXPECT_EQ(view.getValues().front().asString(), "b");
-    EXPECT_TRUE(view.resize(3));
     EXPECT_FALSE(view.resize(-1));
-    EXPECT_EQ(array.getSize(), 3);
     EXPECT_TRUE(view.resize(1));
     EXPECT_EQ(view.pop().asString(), "b");
     EXPECT_TRUE(view.pop().isNull());
-}
-
-TEST_F(ScriptObject, ViewsOfOtherTypesDoNothing) {
-    Object text = Object::of("text");
-    EXPECT_TRUE(text.asTable().getKeyValuePairs().empty());
-    EXPECT_TRUE(text.asArray().getValues().empty());
-    EXPECT_FALSE(text.asArray().append(text));
-    EXPECT_TRUE(text.asInstance().getClass().isNull());
-    EXPECT_EQ(text.asInstance().getNativeVoidPointer(), nullptr);
-}
-
-TEST_F(ScriptObject, ATableListsItsPairs) {
-    Object table = evaluate("{ one = 1 }");
-    auto pairs = table.asTable().getKeyValuePairs();
-    ASSERT_EQ(pairs.size(), 1u);
-    EXPECT_EQ(pairs.front().first.asString(), "one");
-    EXPECT_EQ(pairs.front().second.asInteger(), 1);
 }
 
 TEST_F(ScriptObject, ABlockOfBytesReachesItsNativeFunction) {
@@ -110,28 +89,26 @@ TEST_F(ScriptObject, ABlockOfBytesReachesItsNativeFunction) {
     EXPECT_EQ(evaluate("answer()").asInteger(), 42);
 }
 
-TEST_F(ScriptObject, BytecodeMakesTheClosureAgain) {
+TEST_F(ScriptObject, BytecodeMakesTheClosureAgainAndAnythingElseIsRefused) {
     qel::Buffer bytes;
     Object closure = vm().newClosure("::ran <- 7", "test");
     ASSERT_TRUE(closure.asClosure().getBytecode(bytes));
-    Object again = vm().newClosure(bytes.getConstByteSpan());
-    again.asClosure().getFunctorOnRoot().execute();
+    vm().newClosure(bytes.getConstByteSpan()).asClosure().getFunctorOnRoot().execute();
     EXPECT_EQ(vm().getRootTable().get("ran").asInteger(), 7);
-}
-
-TEST_F(ScriptObject, WhatIsNoBytecodeIsRefusedWithAWarning) {
     LogCapture capture;
-    qel::Buffer bytes;
     EXPECT_FALSE(evaluate("print").asClosure().getBytecode(bytes));
     capture.expect(2, "[SQ] cannot serialize squirrel bytecode");
     EXPECT_TRUE(vm().newClosure(qel::ConstByteSpan::fromText("no code")).isNull());
     capture.expect(2, "[SQ] cannot deserialize squirrel bytecode");
 }
 
-TEST_F(ScriptObject, AFunctorRemembersThatItFailed) {
-    Object failing = evaluate("function() { throw \"no\" }");
-    auto functor = failing.asClosure().getFunctorOn(vm().newTable());
-    EXPECT_FALSE(functor.isNull());
+TEST_F(ScriptObject, FunctorsRememberAFailureAndAreEqualByReceiverAndClosure) {
+    Object closure = evaluate("function() { throw \"no\" }");
+    auto failing = closure.asClosure();
+    Object receiver = vm().newTable();
+    auto functor = failing.getFunctorOn(receiver);
+    EXPECT_EQ(functor, failing.getFunctorOn(receiver));
+    EXPECT_FALSE(functor == failing.getFunctorOnRoot());
     LogCapture capture;
     functor.execute();
     EXPECT_EQ(capture.take().size(), 1u);
@@ -140,12 +117,9 @@ TEST_F(ScriptObject, AFunctorRemembersThatItFailed) {
     EXPECT_FALSE(functor.hasFailed());
 }
 
-TEST_F(ScriptObject, FunctorsAreEqualByReceiverAndClosure) {
-    Object closure = evaluate("function() {}");
-    Object receiver = vm().newTable();
-    EXPECT_EQ(closure.asClosure().getFunctorOn(receiver), closure.asClosure().getFunctorOn(receiver));
-    EXPECT_FALSE(closure.asClosure().getFunctorOn(receiver) == closure.asClosure().getFunctorOnRoot());
-    EXPECT_TRUE(qelSq::Functor().isNull());
+TEST_F(ScriptObject, OnlyABoundGuidIsOne) {
+    EXPECT_FALSE(evaluate("class { static __qel_nativeClassName = \"Rect\" }()").isGUID());
+    EXPECT_TRUE(evaluate("class { static __qel_nativeClassName = \"GUID\" }()").isGUID());
 }
 
 TEST_F(ScriptObject, AHandleMayOutliveItsMachineAndMeetTheNext) {
@@ -158,12 +132,6 @@ TEST_F(ScriptObject, AHandleMayOutliveItsMachineAndMeetTheNext) {
     EXPECT_TRUE(survivor.isNull());
     EXPECT_TRUE(copy.get("a").isNull());
     EXPECT_TRUE(evaluate("{ a = 1 }").isTable());
-}
-
-TEST_F(ScriptObject, OnlyABoundGuidIsOne) {
-    EXPECT_FALSE(Object::of("GUID").isGUID());
-    EXPECT_FALSE(evaluate("class { static __qel_nativeClassName = \"Rect\" }()").isGUID());
-    EXPECT_TRUE(evaluate("class { static __qel_nativeClassName = \"GUID\" }()").isGUID());
 }
 
 } // namespace

@@ -13,6 +13,10 @@ protected:
         clock.advanceMs(1000);
     }
 
+    void passes(int count) {
+        for (int i = 0; i < count; ++i) pass();
+    }
+
     // The texts that scripts have appended to `trace`, joined by blanks.
     std::string trace() {
         run("::joined <- trace.reduce(@(a, b) a + \" \" + b)");
@@ -20,76 +24,42 @@ protected:
     }
 };
 
-TEST_F(ScriptThreads, AThreadStartsInTheNextPass) {
-    start("trace.append(\"ran\")");
-    EXPECT_TRUE(vm().threadsActive());
-    EXPECT_EQ(trace(), "");
-    pass();
-    EXPECT_EQ(trace(), "ran");
-    EXPECT_FALSE(vm().threadsActive());
-}
-
-TEST_F(ScriptThreads, YieldTakesTurnsInTheOrderOfCreation) {
+TEST_F(ScriptThreads, StartInTheNextPassAndTakeTurnsInTheOrderOfCreation) {
     for (const char* name : {"a", "b"}) {
         start(std::string("for (local i = 0; i < 2; i++) { trace.append(\"") + name + "\" + i); pause() }");
     }
-    for (int i = 0; i < 3; ++i) pass();
+    EXPECT_TRUE(vm().threadsActive());
+    EXPECT_EQ(trace(), "");
+    pass();
+    EXPECT_EQ(trace(), "a0 b0");
+    passes(2);
     EXPECT_EQ(trace(), "a0 b0 a1 b1");
     EXPECT_FALSE(vm().threadsActive());
 }
 
-TEST_F(ScriptThreads, AThreadMadeInAThreadRunsInTheSamePass) {
+TEST_F(ScriptThreads, MadeInAThreadRunInTheSamePass) {
     start("std.async(function(a, b) { trace.append(a + b) }, \"x\", 1); trace.append(\"outer\")");
-    pass();
-    EXPECT_EQ(trace(), "outer x1");
-}
-
-TEST_F(ScriptThreads, AsyncTakesMoreArgumentsThanAStackHolds) {
     start(R"(local values = [getroottable(), function(...) { trace.append(vargv.len().tostring()) }]
-             for (local i = 0; i < 5000; i++) values.append(i)
+             for (local i = 0; i < 5000; i++) values.append(i) // more than a stack holds
              std.async.acall(values))");
     pass();
-    EXPECT_EQ(trace(), "5000");
+    EXPECT_EQ(trace(), "outer x1 5000");
 }
 
-TEST_F(ScriptThreads, SleepWakesStrictlyBehindItsTime) {
-    start("std.sleep(10); trace.append(\"awake\")");
-    pass();
-    pass(10);
-    EXPECT_EQ(trace(), "");
-    pass(1);
-    EXPECT_EQ(trace(), "awake");
-}
-
-TEST_F(ScriptThreads, TellTheHostWhetherTheLastPassRanAny) {
-    start("std.sleep(5)");
-    pass();
-    EXPECT_TRUE(vm().ranThreads());
-    pass(5);
-    EXPECT_FALSE(vm().ranThreads());
-    pass(1);
-    EXPECT_TRUE(vm().ranThreads());
-    pass();
-    EXPECT_FALSE(vm().ranThreads());
-}
-
-TEST_F(ScriptThreads, SleepOfNothingWaitsForTheClockToMove) {
-    start("std.sleep(0); trace.append(\"awake\")");
-    pass();
-    pass();
-    EXPECT_EQ(trace(), "");
-    pass(1);
-    EXPECT_EQ(trace(), "awake");
-}
-
-TEST_F(ScriptThreads, SleepOutlastsTheWrapOfTheClock) {
+TEST_F(ScriptThreads, SleepersWakeStrictlyBehindTheirTimeAlsoOverTheWrapOfTheClock) {
     clock.advanceMs(0xFFFFFFFFLL - 60'000);
-    start("std.sleep(120000); trace.append(\"awake\")");
-    pass();
-    pass(119'000);
-    EXPECT_EQ(trace(), "");
-    pass(1'001);
-    EXPECT_EQ(trace(), "awake");
+    for (const int duration : {0, 10, 120'000}) {
+        SCOPED_TRACE(duration);
+        start("trace.clear(); std.sleep(" + std::to_string(duration) + "); trace.append(\"awake\")");
+        pass();
+        EXPECT_TRUE(vm().ranThreads());
+        pass(duration);
+        EXPECT_EQ(trace(), "");
+        EXPECT_FALSE(vm().ranThreads());
+        pass(1);
+        EXPECT_EQ(trace(), "awake");
+        EXPECT_TRUE(vm().ranThreads());
+    }
 }
 
 TEST_F(ScriptThreads, NothingSuspendsTheRootMachine) {
@@ -101,38 +71,25 @@ TEST_F(ScriptThreads, NothingSuspendsTheRootMachine) {
 TEST_F(ScriptThreads, AnErrorEndsItsOwnThreadOnly) {
     LogCapture capture;
     start("throw \"at once\"");
+    vm().createThread(Object());
     start("pause(); throw \"later\"");
     start("pause(); pause(); trace.append(\"alive\")");
-    for (int i = 0; i < 3; ++i) pass();
+    passes(3);
     EXPECT_EQ(trace(), "alive");
+    capture.expect(3, "[SUPPORT] squirrel thread failed (call)");
     capture.expect(3, "[SUPPORT] squirrel thread failed (call)");
     capture.expect(3, "[SUPPORT] squirrel thread failed (wake)");
     EXPECT_EQ(capture.take().size(), 2u);
 }
 
-TEST_F(ScriptThreads, AThreadWithoutAClosureFailsInItsFirstPass) {
-    vm().createThread(Object());
-    LogCapture capture;
-    pass();
-    capture.expect(3, "[SUPPORT] squirrel thread failed (call)");
-    capture.take();
-    EXPECT_FALSE(vm().threadsActive());
-}
-
-TEST_F(ScriptThreads, WhatIsCalledThroughNativeCodeCannotSuspend) {
+TEST_F(ScriptThreads, SuspendInTheWrongPlaceIsAnErrorOrTheEnd) {
     LogCapture capture;
     start("try { [1, 2].sort(function(a, b) { std.sleep(1); return 0 }) } catch (e) { trace.append(e) }");
+    start("suspend(1); trace.append(\"never\")");
     pass();
     EXPECT_EQ(trace(), "cannot suspend through native calls/metamethods");
     EXPECT_FALSE(vm().threadsActive());
     capture.take();
-}
-
-TEST_F(ScriptThreads, ASuspendOfTheMachinesOwnEndsAThread) {
-    start("suspend(1); trace.append(\"never\")");
-    pass();
-    EXPECT_FALSE(vm().threadsActive());
-    EXPECT_EQ(trace(), "");
 }
 
 TEST_F(ScriptThreads, SuspendingFunctionsDoNothingInACoroutine) {
@@ -167,16 +124,28 @@ TEST_F(ScriptThreads, SuspendedThreadsEndWithTheMachine) {
 
 // --- queues --------------------------------------------------------------------------------------------
 
-TEST_F(ScriptThreads, ASerialQueueRunsItsJobsOneAfterTheOther) {
-    start(R"(local q = std.serial_queue()
+TEST_F(ScriptThreads, ASerialQueueRunsItsJobsOneAfterTheOtherEvenWhenOneFails) {
+    LogCapture capture;
+    start(R"(local q = std.serial_queue(); q.push(function() { throw "job" })
              foreach (name in ["a", "b", "c"]) q.push(function(n) { trace.append(n); pause() }, name)
              q.wait(); trace.append("done"))");
     pass();
+    EXPECT_EQ(capture.take().size(), 2u);
     EXPECT_EQ(trace(), "a");
     pass();
     EXPECT_EQ(trace(), "a b");
-    for (int i = 0; i < 3; ++i) pass();
+    passes(3);
     EXPECT_EQ(trace(), "a b c done");
+}
+
+TEST_F(ScriptThreads, AJobKnowsItsQueueAndKeepsItAlive) {
+    run(R"(trace.append((std.get_current_queue() == null).tostring() + std.current_queue_is_aborting())
+           std.queue().push(function() {
+               std.get_current_queue().push(@() trace.append("pushed")); pause()
+               trace.append(std.get_current_queue().getClassName()) })
+           collectgarbage())");
+    passes(2);
+    EXPECT_EQ(trace(), "truefalse pushed AsyncQueue");
 }
 
 TEST_F(ScriptThreads, AQueueKeepsToItsLimit) {
@@ -186,7 +155,7 @@ TEST_F(ScriptThreads, AQueueKeepsToItsLimit) {
                  if (++::now > ::most) ::most = ::now
                  pause(); pause(); --::now })
              q.wait(); trace.append(most.tostring()))");
-    for (int i = 0; i < 20; ++i) pass();
+    passes(20);
     EXPECT_EQ(trace(), "2 2");
 }
 
@@ -194,7 +163,7 @@ TEST_F(ScriptThreads, ARaisedLimitStartsNothingByItself) {
     start(R"(::q <- std.serial_queue()
              for (local i = 0; i < 4; i++) q.push(function() { trace.append("x"); std.sleep_forever() })
              q.set_concurrency(0))");
-    for (int i = 0; i < 5; ++i) pass();
+    passes(5);
     EXPECT_EQ(trace(), "x");
 }
 
@@ -208,43 +177,15 @@ TEST_F(ScriptThreads, AbortWakesSleepersRefusesJobsAndEndsWithTheLast) {
     pass();
     EXPECT_EQ(trace(), "forevertrue sleep");
     run("q.push(@() trace.append(\"refused\"))");
-    for (int i = 0; i < 4; ++i) pass();
+    passes(4);
     EXPECT_EQ(trace(), "forevertrue sleep end abortedfalse");
     run("q.push(@() trace.append(\"again\"))");
     pass();
     EXPECT_EQ(trace(), "forevertrue sleep end abortedfalse again");
-}
-
-TEST_F(ScriptThreads, AnAbortFromTheRootMachineStays) {
     run("::q <- std.queue(); q.abort(); q.push(@() trace.append(\"x\"))");
     pass();
-    EXPECT_EQ(text("q.is_aborting()"), "true");
-    EXPECT_EQ(trace(), "");
-}
-
-TEST_F(ScriptThreads, AJobKnowsItsQueueAndOthersHaveNone) {
-    start(R"(::q <- std.queue(); trace.append((std.get_current_queue() == null).tostring())
-             q.push(function() { std.get_current_queue().push(@() trace.append("pushed")) }))");
-    pass();
-    EXPECT_EQ(trace(), "true pushed");
-    EXPECT_EQ(text("std.current_queue_is_aborting()"), "false");
-}
-
-TEST_F(ScriptThreads, AFailedJobMakesRoomForTheNext) {
-    LogCapture capture;
-    run("::q <- std.serial_queue(); q.push(function() { throw \"job\" }); q.push(@() "
-        "trace.append(\"next\"))");
-    pass();
-    EXPECT_EQ(trace(), "next");
-    EXPECT_EQ(capture.take().size(), 2u);
-}
-
-TEST_F(ScriptThreads, AQueueLivesOnWhileItsThreadsDo) {
-    run("std.queue().push(function() { pause(); trace.append(std.get_current_queue().getClassName()) })");
-    run("collectgarbage()");
-    pass();
-    pass();
-    EXPECT_EQ(trace(), "AsyncQueue");
+    EXPECT_EQ(text("q.is_aborting()"), "true") << "an abort from the root machine stays";
+    EXPECT_EQ(trace(), "forevertrue sleep end abortedfalse again");
 }
 
 TEST_F(ScriptThreads, QueueErrorsAreTold) {
@@ -255,13 +196,6 @@ TEST_F(ScriptThreads, QueueErrorsAreTold) {
     expectError("clone std.queue()", "clone called on native nocopy qel class");
     EXPECT_TRUE(run("if (std.queue().wait.call(5) != null) throw 1"));
     EXPECT_TRUE(run("local q = std.queue(); q.abort(); q.push()"));
-}
-
-TEST_F(ScriptThreads, TheLoadOfManySuspendedThreadsIsCarried) {
-    start("for (local i = 0; i < 1000; i++) std.async(function() { for (local k = 0; k < 10; k++) "
-          "pause() })");
-    for (int i = 0; i < 12; ++i) pass();
-    EXPECT_FALSE(vm().threadsActive());
 }
 
 } // namespace
