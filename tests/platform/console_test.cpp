@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/ioctl.h>
@@ -82,13 +83,11 @@ TEST(Console, ColoursAreWantedOnATerminalThatKnowsThemUnlessRefused) {
     const EnvironmentVariable refusal("NO_COLOR", "");
     const EnvironmentVariable kind("TERM", "xterm");
     EXPECT_TRUE(wantsColor(StandardStream::Input));
-    {
-        const EnvironmentVariable refused("NO_COLOR", "1");
-        EXPECT_FALSE(wantsColor(StandardStream::Input));
-    }
-    for (const char* plain : {static_cast<const char*>(nullptr), "dumb"}) {
-        const EnvironmentVariable plainKind("TERM", plain);
-        EXPECT_FALSE(wantsColor(StandardStream::Input));
+    const std::pair<const char*, const char*> refusals[] = {
+        {"NO_COLOR", "1"}, {"TERM", nullptr}, {"TERM", "dumb"}};
+    for (const auto& [name, value] : refusals) {
+        const EnvironmentVariable changed(name, value);
+        EXPECT_FALSE(wantsColor(StandardStream::Input)) << name;
     }
 }
 

@@ -45,15 +45,10 @@ private:
     ScratchFolder m_folder;
 };
 
-TEST(ProcessRun, GivesTheExitStatusOfWhatItWaitsFor) {
+TEST(ProcessRun, GivesTheExitStatusOr128AndTheNumberOfTheSignal) {
     EXPECT_EQ(runShell("exit 7", "").exitCode, 7);
-    const RunResult result = runProcess({"true"}, kWait);
-    EXPECT_TRUE(result.started);
-    EXPECT_EQ(result.exitCode, 0);
-}
-
-TEST(ProcessRun, ASignalCountsAs128AndItsNumber) {
     EXPECT_EQ(runShell("kill -KILL $$", "").exitCode, 128 + SIGKILL);
+    EXPECT_TRUE(runProcess({"true"}, kWait).started);
 }
 
 TEST(ProcessRun, TellsWhyAProgramCouldNotBeStarted) {
@@ -143,47 +138,41 @@ int g_exitCode = 0;
 class ElevatedRun : public testing::Test {
 protected:
     void SetUp() override {
-        g_runs.clear();
-        g_exitCode = 0;
         replaceRunProcess([](const Arguments& arguments, const RunOptions&) {
             g_runs.push_back(arguments);
             return RunResult{true, 0, g_exitCode};
         });
     }
     void TearDown() override { replaceRunProcess(nullptr); }
-
-    const std::string m_true = findProgram("true");
 };
 
-TEST_F(ElevatedRun, AnAdministratorRunsItAsItIs) {
-    EXPECT_TRUE(runElevated({"true", "x"}, kWait, {true, true, "/pkexec", "/sudo"}).started);
-    EXPECT_EQ(g_runs, (std::vector<Arguments>{{"true", "x"}}));
-}
-
-TEST_F(ElevatedRun, ADesktopAsksTheUser) {
-    EXPECT_TRUE(runElevated({"true", "x"}, kWait, {false, true, "/pkexec", "/sudo"}).started);
-    EXPECT_EQ(g_runs, (std::vector<Arguments>{{"/pkexec", m_true, "x"}}));
-}
-
-TEST_F(ElevatedRun, TheUsersRefusalCountsAsNotStarted) {
-    g_exitCode = 126;
-    EXPECT_FALSE(runElevated({"true"}, kWait, {false, true, "/pkexec", ""}).started);
-}
-
-TEST_F(ElevatedRun, WithoutADesktopSudoRunsItIfItNeedsNoPassword) {
-    EXPECT_TRUE(runElevated({"true", "-x"}, kWait, {false, false, "/pkexec", "/sudo"}).started);
-    EXPECT_EQ(g_runs, (std::vector<Arguments>{{"/sudo", "-n", "-v"}, {"/sudo", "-n", "--", m_true, "-x"}}));
-    g_runs.clear();
-    g_exitCode = 1;
-    EXPECT_FALSE(runElevated({"true"}, kWait, {false, false, "/pkexec", "/sudo"}).started);
-    EXPECT_EQ(g_runs.size(), 1u);
-}
-
-TEST_F(ElevatedRun, WithoutAWayOrAProgramNothingRuns) {
-    EXPECT_FALSE(runElevated({"true"}, kWait, {}).started);
-    EXPECT_FALSE(runElevated({"-n"}, kWait, {false, true, "/pkexec", "/sudo"}).started);
-    EXPECT_FALSE(runElevated({}, kWait, {false, true, "/pkexec", "/sudo"}).started);
-    EXPECT_TRUE(g_runs.empty());
+TEST_F(ElevatedRun, GoesTheFirstWayThatIsOpen) {
+    const std::string program = findProgram("true");
+    const ElevationMeans administrator{true, true, "/pkexec", "/sudo"},
+        desktop{false, true, "/pkexec", "/sudo"}, noDesktop{false, false, "/pkexec", "/sudo"};
+    struct Case {
+        Arguments arguments;
+        ElevationMeans means;
+        int exitCode;
+        std::vector<Arguments> runs;
+        bool started;
+    };
+    const Case cases[] = {
+        {{"true", "x"}, administrator, 0, {{"true", "x"}}, true},
+        {{"true", "x"}, desktop, 0, {{"/pkexec", program, "x"}}, true},
+        {{"true"}, desktop, 126, {{"/pkexec", program}}, false}, // the user refuses
+        {{"true", "-x"}, noDesktop, 0, {{"/sudo", "-n", "-v"}, {"/sudo", "-n", "--", program, "-x"}}, true},
+        {{"true"}, noDesktop, 1, {{"/sudo", "-n", "-v"}}, false}, // it wants a password
+        {{"true"}, {}, 0, {}, false},
+        {{"-n"}, desktop, 0, {}, false},
+        {{}, desktop, 0, {}, false},
+    };
+    for (const Case& test : cases) {
+        g_runs.clear();
+        g_exitCode = test.exitCode;
+        EXPECT_EQ(runElevated(test.arguments, kWait, test.means).started, test.started);
+        EXPECT_EQ(g_runs, test.runs);
+    }
 }
 
 } // namespace
