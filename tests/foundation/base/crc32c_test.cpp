@@ -26,13 +26,9 @@ uint32 crcByBits(uint32 state, const std::vector<uint8>& bytes) {
 
 } // namespace
 
-TEST(Crc32c, GivesThePublishedCheckValueComplemented) {
+TEST(Crc32c, GivesThePublishedCheckValueComplementedInOneOrSeveralSteps) {
     EXPECT_EQ(~crcOf(0xFFFFFFFF, "123456789"), 0xE3069283u);
-}
-
-TEST(Crc32c, ContinuesFromItsResult) {
-    EXPECT_EQ(crcOf(crcOf(0xFFFFFFFF, "12345"), "6789"), crcOf(0xFFFFFFFF, "123456789"));
-    EXPECT_EQ(crcOf(42, ""), 42u);
+    EXPECT_EQ(~crcOf(crcOf(0xFFFFFFFF, "12345"), "6789"), 0xE3069283u);
 }
 
 TEST(Crc32c, EqualsTheDefinitionAtAllLengthsAndOffsets) {

@@ -13,41 +13,19 @@ namespace {
 
 class Doubler : public Object {
 public:
-    explicit Doubler(std::vector<int>* deaths = nullptr) : m_deaths(deaths) {}
-    ~Doubler() override {
-        if (m_deaths) m_deaths->push_back(1);
-    }
     int twice(int n) const { return 2 * n; }
-
-private:
-    std::vector<int>* m_deaths;
 };
 
-TEST(DelegateTest, GivesTheListenersResult) {
-    Delegate<int(int)> delegate;
-    EXPECT_FALSE(delegate.isConnected());
-    const Doubler doubler;
-    delegate.connect(const_cast<Doubler*>(&doubler), &Doubler::twice);
-    EXPECT_TRUE(static_cast<bool>(delegate));
-    EXPECT_EQ(delegate(21), 42);
-}
-
-TEST(DelegateTest, UnconnectedWithoutAResultDoesNothing) {
-    Delegate<void(int&)> delegate;
-    int n = 1;
-    delegate(n);
-    EXPECT_EQ(n, 1);
-}
-
-TEST(DelegateTest, UnconnectedWithAResultLogsOnceAndGivesAnEmptyValue) {
+TEST(DelegateTest, UnconnectedLogsOnceIfThereIsAResultAndGivesAnEmptyValue) {
     test::LogCapture log;
+    Delegate<void()>()();
+    EXPECT_TRUE(log.take().empty());
     Delegate<int()> number;
-    Delegate<const std::vector<int>&()> list;
     EXPECT_EQ(number(), 0);
     EXPECT_EQ(number(), 0);
     log.expect(3, "delegate called without a listener");
     EXPECT_TRUE(log.take().empty());
-    EXPECT_TRUE(list().empty());
+    EXPECT_TRUE(Delegate<const std::vector<int>&()>()().empty());
     log.expect(3, "delegate called without a listener");
 }
 
@@ -55,6 +33,7 @@ TEST(DelegateTest, TheLastListenerWinsAndTheFirstIsForgotten) {
     Delegate<int(int)> delegate;
     auto first = std::make_unique<Doubler>();
     delegate.connect(first.get(), &Doubler::twice);
+    EXPECT_EQ(delegate(21), 42);
     delegate.connect([](int n) { return n + 1; });
     first.reset(); // its death must not end the second connection
     EXPECT_EQ(delegate(1), 2);
@@ -65,7 +44,7 @@ TEST(DelegateTest, EndsWithItsTarget) {
     {
         Doubler target;
         delegate.connect(&target, [] {});
-        EXPECT_TRUE(delegate.isConnected());
+        EXPECT_TRUE(static_cast<bool>(delegate));
     }
     EXPECT_FALSE(delegate.isConnected());
 }
@@ -93,28 +72,12 @@ TEST(DelegateTest, AListenerMayDestroyTheDelegate) {
     EXPECT_EQ(state.use_count(), 1);
 }
 
-TEST(DelegateTest, ReferencesGoBothWays) {
-    Delegate<std::vector<int>&(std::vector<int>&)> delegate;
-    delegate.connect([](std::vector<int>& list) -> std::vector<int>& { return list; });
-    std::vector<int> list;
-    EXPECT_EQ(&delegate(list), &list);
-}
-
-TEST(DelegateTest, ArgumentsByValueReachTheListenerByMove) {
-    Delegate<void(std::unique_ptr<int>)> delegate;
-    int seen = 0;
-    delegate.connect([&](std::unique_ptr<int> value) { seen = *value; });
-    delegate(std::make_unique<int>(5));
-    EXPECT_EQ(seen, 5);
-}
-
-TEST(DelegateTest, CallableStateDiesWithTheConnection) {
-    const auto state = std::make_shared<int>(1);
-    Delegate<void()> delegate;
-    SignalConnection* connection = delegate.connect([state] {});
-    EXPECT_EQ(state.use_count(), 2);
-    EXPECT_TRUE(delegate.disconnect(connection));
-    EXPECT_EQ(state.use_count(), 1);
+TEST(DelegateTest, ReferencesGoBothWaysAndValuesAreMoved) {
+    Delegate<int&(int&, std::unique_ptr<int>)> delegate;
+    delegate.connect([](int& sum, std::unique_ptr<int> value) -> int& { return sum += *value; });
+    int sum = 1;
+    EXPECT_EQ(&delegate(sum, std::make_unique<int>(5)), &sum);
+    EXPECT_EQ(sum, 6);
 }
 
 } // namespace

@@ -5,7 +5,6 @@
 #include <clocale>
 #include <cmath>
 #include <cstdio>
-#include <limits>
 
 namespace qel::util {
 namespace {
@@ -18,33 +17,23 @@ String print(const char* format, ...) {
     return text;
 }
 
-TEST(NumberFormat, BytesTakeTheLargestUnitBelowThem) {
-    EXPECT_EQ(stringFormatWithBytesUnit1000(0), "0 B");
-    EXPECT_EQ(stringFormatWithBytesUnit1000(999), "999 B");
-    EXPECT_EQ(stringFormatWithBytesUnit1000(1000), "1.0 kB");
-    EXPECT_EQ(stringFormatWithBytesUnit1000(1550000), "1.6 MB");
+TEST(NumberFormat, BytesTakeTheLargestUnitThatTheirRoundedFigureReaches) {
+    const std::pair<uint64, const char*> bytes[] = {{0, "0 B"},          {999, "999 B"},
+                                                    {1550000, "1.6 MB"}, {999949, "999.9 kB"},
+                                                    {999950, "1.0 MB"},  {~uint64{0}, "18.4 EB"}};
+    for (const auto& [n, text] : bytes) EXPECT_EQ(stringFormatWithBytesUnit1000(n), text);
     EXPECT_EQ(stringFormatWithBytesUnit1024(1023), "1023 B");
-    EXPECT_EQ(stringFormatWithBytesUnit1024(1536), "1.5 KiB");
-    EXPECT_EQ(stringFormatWithBytesUnit1024(uint64(16) << 30), "16.0 GiB");
-    EXPECT_EQ(stringFormatWithBitsUnit1000(2500000000), "2.5 Gbit");
-}
-
-TEST(NumberFormat, RoundingNeverReachesTheNextUnit) {
-    EXPECT_EQ(stringFormatWithBytesUnit1000(999949), "999.9 kB");
-    EXPECT_EQ(stringFormatWithBytesUnit1000(999950), "1.0 MB");
     EXPECT_EQ(stringFormatWithBytesUnit1024(1048575), "1.0 MiB");
-    EXPECT_EQ(stringFormatWithBytesUnit1000(std::numeric_limits<uint64>::max()), "18.4 EB");
-    EXPECT_EQ(stringFormatWithBytesUnit1024(std::numeric_limits<uint64>::max()), "16.0 EiB");
+    EXPECT_EQ(stringFormatWithBytesUnit1024(~uint64{0}), "16.0 EiB");
+    EXPECT_EQ(stringFormatWithBitsUnit1000(2500000000), "2.5 Gbit");
 }
 
 TEST(NumberFormat, LengthsAreInMillimetresUnlessAUnitMayBeChosen) {
     EXPECT_EQ(stringFormatLengthWithMMUnit(1234.567, false), "1234.57 mm");
-    EXPECT_EQ(stringFormatLengthWithMMUnit(1234.567, true), "1.23 m");
-    EXPECT_EQ(stringFormatLengthWithMMUnit(-12, true), "-1.20 cm");
-    EXPECT_EQ(stringFormatLengthWithMMUnit(0.5, true), "500.00 µm");
-    EXPECT_EQ(stringFormatLengthWithMMUnit(0, true), "0.00 mm");
-    EXPECT_EQ(stringFormatLengthWithMMUnit(2e6, true), "2.00 km");
-    EXPECT_EQ(stringFormatLengthWithMMUnit(std::nan(""), true), "nan mm");
+    const std::pair<double, const char*> chosen[] = {{1234.567, "1.23 m"}, {-12, "-1.20 cm"},
+                                                     {0.5, "500.00 µm"},   {0, "0.00 mm"},
+                                                     {2e6, "2.00 km"},     {std::nan(""), "nan mm"}};
+    for (const auto& [mm, text] : chosen) EXPECT_EQ(stringFormatLengthWithMMUnit(mm, true), text);
 }
 
 TEST(PrintfFormat, GivesWhatTheCLibraryGives) {
@@ -62,15 +51,14 @@ TEST(PrintfFormat, GivesWhatTheCLibraryGives) {
     EXPECT_AS_C("%lu|%llu|%ju|%zu", 5UL, ~0ULL, std::uintmax_t(5), size_t(5));
     EXPECT_AS_C("%f|%.2f|%10.3f|%-10.1f|%+e|%G|%g", 1.5, 1.005, 3.14159, 2.0, 12345.678, 1e-10, 1e20);
     EXPECT_AS_C("%Lf|%.3Lf", 1.25L, 2.0L);
-    EXPECT_AS_C("%s|%10s|%-10s|%.2s|%6.2s|%c|%3c|%-3c|", "text", "text", "text", "text", "text", 'c', 'c',
-                'c');
+    EXPECT_AS_C("%s|%10s|%-10s|%.2s|%6.2s|", "text", "text", "text", "text", "text");
+    EXPECT_AS_C("%c|%3c|%-3c|", 'c', 'c', 'c');
     EXPECT_AS_C("%10s|%-4s|%.3s|", "äöü", "é", "\xC3\xA4\xC3\xA4");
 #undef EXPECT_AS_C
 }
 
 TEST(PrintfFormat, ShortIntegersKeepTheirLowBits) {
-    EXPECT_EQ(print("%hhd|%hd|%hhu|%hu", 300, 70000, 300u, 70000u), "44|4464|44|4464");
-    EXPECT_EQ(print("%hhd|%hd", 200, 40000), "-56|-25536");
+    EXPECT_EQ(print("%hhd|%hd|%hhu|%hu", 200, 40000, 300u, 70000u), "-56|-25536|44|4464");
 }
 
 TEST(PrintfFormat, ReadsNoByteBehindAPrecision) {
@@ -79,8 +67,8 @@ TEST(PrintfFormat, ReadsNoByteBehindAPrecision) {
 }
 
 TEST(PrintfFormat, EndsAtAConversionItDoesNotKnow) {
-    const char* formats[] = {"ab%", "ab%y cd", "ab%5", "ab%l", "ab%."};
-    for (const char* format : formats) EXPECT_EQ(print(format, 1, 2), "ab");
+    for (const char* format : {"ab%", "ab%y cd", "ab%5", "ab%l", "ab%."})
+        EXPECT_EQ(print(format, 1, 2), "ab");
     const char* null = nullptr;
     EXPECT_EQ(print(null), "");
     EXPECT_EQ(print("%s", null), "(null)");

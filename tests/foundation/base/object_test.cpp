@@ -3,12 +3,11 @@
 #include <qel/foundation/base/smart_pointer.h>
 #include <qel/foundation/base/timed_references.h>
 #include <qel/foundation/base/unmanaged_object.h>
+#include <tests/support/threads.h>
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace qel {
@@ -36,38 +35,36 @@ class OnStack : public UnmanagedObject {
     QEL_CLASS(OnStack, UnmanagedObject)
 
 public:
-    explicit OnStack(bool* died = nullptr) : m_died(died) {}
+    explicit OnStack(int& deaths) : m_deaths(deaths) {}
     OnStack(const OnStack& other) = default;
-    ~OnStack() override {
-        if (m_died) *m_died = true;
-    }
+    ~OnStack() override { ++m_deaths; }
 
 private:
-    bool* m_died;
+    int& m_deaths;
 };
+
+using Names = std::vector<std::string>;
 
 class ObjectTest : public ::testing::Test {
 protected:
-    std::vector<std::string> deaths;
+    Names deaths;
 };
 
-std::vector<std::string> names(const ClassChain& chain) {
-    std::vector<std::string> result;
-    for (const char* name : chain) result.emplace_back(name ? name : "null");
-    return result;
+Names namesOf(const ClassChain& chain) {
+    Names names;
+    for (const char* name : chain) names.emplace_back(name ? name : "null");
+    return names;
 }
 
 TEST(ClassNameTest, AChainReadsFromObjectDownAndEndsInNulls) {
-    const OnStack object;
+    int deaths = 0;
+    const OnStack object(deaths);
     const Object& base = object;
-    std::vector<std::string> expected(16, "null");
-    expected[0] = "Object";
-    expected[1] = "UnmanagedObject";
-    expected[2] = "OnStack";
-    EXPECT_EQ(names(base.getDynamicClassChain()), expected);
-    EXPECT_EQ(names(OnStack::getStaticClassChain()), expected);
+    Names expected = {"Object", "UnmanagedObject", "OnStack"};
+    expected.resize(16, "null");
+    EXPECT_EQ(namesOf(base.getDynamicClassChain()), expected);
+    EXPECT_EQ(namesOf(OnStack::getStaticClassChain()), expected);
     EXPECT_STREQ(base.getDynamicClassName(), "OnStack");
-    EXPECT_STREQ(Object::getStaticClassName(), "Object");
 }
 
 TEST(ClassNameTest, AFullChainTakesNoMoreNames) {
@@ -77,30 +74,17 @@ TEST(ClassNameTest, AFullChainTakesNoMoreNames) {
     EXPECT_STREQ(chain[15], "last");
 }
 
-TEST_F(ObjectTest, TheLastReleaseDeletes) {
-    SmartPointer<Mortal> first(new Mortal(deaths, "a"));
-    SmartPointer<Object> second = first;
-    EXPECT_EQ(first->getReferenceCount(), 2);
-    first.reset();
-    EXPECT_TRUE(deaths.empty());
-    second = nullptr;
-    EXPECT_EQ(deaths, std::vector<std::string>{"a"});
-}
-
-TEST_F(ObjectTest, ReleasingSeveralReferencesAtOnceDeletesOnExactlyZero) {
+TEST_F(ObjectTest, TheReleaseOfExactlyTheLastReferenceDeletes) {
     auto* object = new Mortal(deaths, "a");
+    SmartPointer<Object> pointer(object);
+    pointer = SmartPointer<Object>(object); // to itself
     object->increaseReferenceCountBy(5);
+    EXPECT_EQ(object->getReferenceCount(), 6);
+    pointer = nullptr;
     object->decreaseReferenceCountBy(3);
     EXPECT_TRUE(deaths.empty());
     object->decreaseReferenceCountBy(2);
     EXPECT_EQ(deaths.size(), 1u);
-}
-
-TEST_F(ObjectTest, ReassigningAPointerToItselfKeepsTheObject) {
-    SmartPointer<Mortal> pointer(new Mortal(deaths, "a"));
-    pointer = SmartPointer<Mortal>(pointer.get());
-    EXPECT_EQ(pointer->getReferenceCount(), 1);
-    EXPECT_TRUE(deaths.empty());
 }
 
 TEST_F(ObjectTest, CopiesAndAssignmentsLeaveTheCountsAlone) {
@@ -114,21 +98,12 @@ TEST_F(ObjectTest, CopiesAndAssignmentsLeaveTheCountsAlone) {
 }
 
 TEST(UnmanagedObjectTest, ASmartPointerDeletesACopyOnly) {
-    bool died = false;
-    auto* original = new OnStack(&died);
-    SmartPointer<OnStack>(original).reset();
-    EXPECT_FALSE(died);
-    SmartPointer<OnStack>(new OnStack(*original)).reset();
-    EXPECT_TRUE(died);
-    delete original;
-}
-
-TEST_F(ObjectTest, ATimedReferenceKeepsAnObjectAliveUntilTheMainLoopReleasesIt) {
-    SmartPointer<Mortal>(new Mortal(deaths, "a"))->takeTimedReference();
-    EXPECT_TRUE(deaths.empty());
-    EXPECT_TRUE(internal::removeAllTimedReferences());
-    EXPECT_EQ(deaths.size(), 1u);
-    EXPECT_FALSE(internal::removeAllTimedReferences());
+    int deaths = 0;
+    OnStack original(deaths);
+    SmartPointer<OnStack>(&original).reset();
+    EXPECT_EQ(deaths, 0);
+    SmartPointer<OnStack>(new OnStack(original)).reset();
+    EXPECT_EQ(deaths, 1);
 }
 
 TEST_F(ObjectTest, TimedReferencesEndLastInFirstOutWithWhatDyingObjectsAdd) {
@@ -137,51 +112,37 @@ TEST_F(ObjectTest, TimedReferencesEndLastInFirstOutWithWhatDyingObjectsAdd) {
     auto* second = new Mortal(deaths, "second");
     second->releasedLater = added;
     first->takeTimedReference();
-    second->takeTimedReference();
+    second->increaseReferenceCount();
+    second->decreaseReferenceCountAsyncOnMain(); // hands that reference over
+    EXPECT_EQ(second->getReferenceCount(), 1);
+    EXPECT_TRUE(deaths.empty());
     EXPECT_TRUE(internal::removeAllTimedReferences());
-    EXPECT_EQ(deaths, (std::vector<std::string>{"second", "added", "first"}));
-}
-
-TEST_F(ObjectTest, AHandedOverReferenceIsTheCallersOwn) {
-    auto* object = new Mortal(deaths, "a");
-    object->increaseReferenceCount();
-    object->decreaseReferenceCountAsyncOnMain();
-    EXPECT_EQ(object->getReferenceCount(), 1);
-    internal::removeAllTimedReferences();
-    EXPECT_EQ(deaths.size(), 1u);
-}
-
-TEST(SingletonTest, ANullForAnUnknownNameChangesNothing) {
-    EXPECT_EQ(Object::setSingleton("nobody", nullptr), nullptr);
-    EXPECT_EQ(Object::getSingletonObject("nobody"), nullptr);
+    EXPECT_EQ(deaths, (Names{"second", "added", "first"}));
+    EXPECT_FALSE(internal::removeAllTimedReferences());
 }
 
 TEST_F(ObjectTest, ASingletonIsHeldUntilItIsReplacedErasedOrDiscarded) {
+    EXPECT_EQ(Object::setSingleton("test", nullptr), nullptr);
     auto* a = new Mortal(deaths, "a");
     EXPECT_EQ(Object::setSingleton("test", a), a);
     EXPECT_EQ(Object::getSingletonObject("test"), a);
-    EXPECT_EQ(a->getReferenceCount(), 1);
     Object::setSingleton("test", new Mortal(deaths, "b"));
-    EXPECT_EQ(deaths, std::vector<std::string>{"a"});
+    EXPECT_EQ(deaths, Names{"a"});
     Object::setSingleton("test", nullptr);
-    EXPECT_EQ(deaths, (std::vector<std::string>{"a", "b"}));
+    EXPECT_EQ(deaths, (Names{"a", "b"}));
     Object::setSingleton("test", new Mortal(deaths, "c"));
     Object::discardSingletons();
-    EXPECT_EQ(deaths, (std::vector<std::string>{"a", "b", "c"}));
+    EXPECT_EQ(deaths, (Names{"a", "b", "c"}));
     EXPECT_EQ(Object::getSingletonObject("test"), nullptr);
 }
 
 TEST_F(ObjectTest, ThreadsMayTakeAndReleaseReferencesAtOnce) {
     auto* object = new Mortal(deaths, "a");
-    std::vector<std::thread> threads;
     object->increaseReferenceCountBy(4);
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([object] {
-            for (int n = 0; n < 1000; ++n) SmartPointer<Mortal> held(object);
-            object->decreaseReferenceCount();
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
+    test::onThreads(4, [object](int) {
+        for (int n = 0; n < 1000; ++n) SmartPointer<Mortal> held(object);
+        object->decreaseReferenceCount();
+    });
     EXPECT_EQ(deaths.size(), 1u);
 }
 

@@ -1,33 +1,19 @@
 #include <qel/foundation/base/signal.h>
 
-#include <qel/foundation/base/smart_pointer.h>
-
 #include <gtest/gtest.h>
 
 #include <functional>
 #include <memory>
-#include <optional>
 #include <string>
 
 namespace qel {
 namespace {
 
-/// A listener object that appends its letter to a text and then does what it is told.
-class Letter : public Object {
-    QEL_CLASS(Letter, Object)
-
+class Counter : public Object {
 public:
-    Letter(std::string& text, char letter) : m_text(text), m_letter(letter) {}
-    void slotCalled() {
-        m_text += m_letter;
-        if (then) then();
-    }
+    void slotCalled() { ++calls; }
 
-    std::function<void()> then;
-
-private:
-    std::string& m_text;
-    char m_letter;
+    int calls = 0;
 };
 
 class SignalTest : public ::testing::Test {
@@ -56,19 +42,10 @@ protected:
     std::string calls;
 };
 
-TEST_F(SignalTest, NamesItselfAndItsChain) {
-    EXPECT_STREQ(signal->getDynamicClassName(), "_Signal");
-    EXPECT_STREQ(signal->getDynamicClassChain()[0], "Object");
-    EXPECT_STREQ(signal->getDynamicClassChain()[1], "_Signal");
-    EXPECT_EQ(signal->getDynamicClassChain()[2], nullptr);
-}
-
 TEST_F(SignalTest, CallsInTheOrderOfConnectionAgainAndAgain) {
+    EXPECT_STREQ(signal->getDynamicClassName(), "_Signal");
     EXPECT_EQ(emit(), "");
-    connect('a');
-    EXPECT_EQ(emit(), "a");
-    connect('b');
-    connect('c');
+    for (const char letter : {'a', 'b', 'c'}) connect(letter);
     EXPECT_EQ(emit(), "abc");
     EXPECT_EQ(emit(), "abc");
 }
@@ -85,32 +62,38 @@ TEST_F(SignalTest, EveryListenerGetsTheArguments) {
 
 TEST_F(SignalTest, AListenerThatAnotherOneRemovedIsNotCalled) {
     SignalConnection* third = nullptr;
-    connect('a');
-    connect('b', [&] { signal->disconnect(third); });
+    connect('a', once([&] { signal->disconnect(third); }));
+    connect('b');
     third = connect('c');
     EXPECT_EQ(emit(), "ab");
+    connect('d', [&] { signal->disconnectAll(); });
+    connect('e');
+    EXPECT_EQ(emit(), "abd");
+    EXPECT_FALSE(signal->isConnected());
+    EXPECT_EQ(emit(), "");
 }
 
 TEST_F(SignalTest, AListenerMayDisconnectItselfAndStillUseItsState) {
     SignalConnection* self = nullptr;
+    const auto state = std::make_shared<char>('b');
     connect('a');
-    const auto state = std::make_shared<std::string>("alive");
-    std::string seen;
     self = signal->connect([&, state] {
         signal->disconnect(self);
-        seen = *state;
+        calls += *state;
     });
     connect('c');
+    EXPECT_EQ(emit(), "abc");
     EXPECT_EQ(emit(), "ac");
-    EXPECT_EQ(seen, "alive");
     EXPECT_EQ(state.use_count(), 1);
 }
 
 TEST_F(SignalTest, AListenerThatDestroysItsObjectGoesAndTheOthersAreCalledOnce) {
-    auto object = std::make_unique<Letter>(calls, 'b');
-    object->then = [&] { object.reset(); };
+    auto object = std::make_unique<Object>();
     connect('a');
-    signal->connect(object.get(), &Letter::slotCalled);
+    signal->connect(object.get(), [&] {
+        calls += 'b';
+        object.reset();
+    });
     connect('c');
     EXPECT_EQ(emit(), "abc");
     EXPECT_EQ(emit(), "ac");
@@ -118,28 +101,19 @@ TEST_F(SignalTest, AListenerThatDestroysItsObjectGoesAndTheOthersAreCalledOnce) 
 
 TEST_F(SignalTest, AListenerAddedInAnEmissionTakesItsPlaceBehindTheCallingOne) {
     connect('a', once([&] { connect('x'); }));
-    connect('b');
-    EXPECT_EQ(emit(), "ab");
-    EXPECT_EQ(emit(), "axb");
-}
-
-TEST_F(SignalTest, TheOnlyListenerMayAddOthersForTheNextEmission) {
-    connect('a', once([&] { connect('b'); }));
     EXPECT_EQ(emit(), "a");
-    EXPECT_EQ(emit(), "ab");
+    connect('b', once([&] { connect('y'); }));
+    connect('c');
+    EXPECT_EQ(emit(), "axbc");
+    EXPECT_EQ(emit(), "axbyc");
 }
 
 TEST_F(SignalTest, ANestedEmissionCallsTheRestAndTheOuterOneStartsOver) {
-    connect('a');
+    connect('a', once([&] { (*signal)(); }));
+    EXPECT_EQ(emit(), "aa") << "the only listener";
     connect('b', once([&] { (*signal)(); }));
     connect('c');
     EXPECT_EQ(emit(), "abcabc");
-    EXPECT_EQ(emit(), "abc");
-}
-
-TEST_F(SignalTest, TheOnlyListenerMayEmitAnew) {
-    connect('a', once([&] { (*signal)(); }));
-    EXPECT_EQ(emit(), "aa");
 }
 
 TEST_F(SignalTest, AConnectionThatNestedCallsRemovedLivesUntilTheOutermostReturns) {
@@ -162,81 +136,52 @@ TEST_F(SignalTest, AConnectionThatNestedCallsRemovedLivesUntilTheOutermostReturn
 TEST_F(SignalTest, AListenerMayDestroyTheSignal) {
     for (int others : {0, 2}) {
         signal = std::make_unique<Signal<void()>>();
-        calls.clear();
-        const auto state = std::make_shared<std::string>("x");
+        const auto state = std::make_shared<char>('x');
         signal->connect([this, state] {
             signal.reset();
             calls += *state;
         });
         for (int i = 0; i < others; ++i) connect('y');
-        (*signal)();
-        EXPECT_EQ(calls, "x");
+        EXPECT_EQ(emit(), "x");
         EXPECT_EQ(state.use_count(), 1);
     }
 }
 
 TEST_F(SignalTest, ANestedEmissionMayDestroyTheSignal) {
-    connect('a', [&] {
-        if (signal) (*signal)();
-    });
+    connect('a', once([&] { (*signal)(); }));
     connect('b', [&] { signal.reset(); });
-    (*signal)();
-    EXPECT_EQ(calls, "ab");
-}
-
-TEST_F(SignalTest, AListenerMayDisconnectEverybody) {
-    connect('a', [&] { signal->disconnectAll(); });
-    connect('b');
-    EXPECT_EQ(emit(), "a");
-    EXPECT_FALSE(signal->isConnected());
-    EXPECT_EQ(emit(), "");
+    EXPECT_EQ(emit(), "ab");
 }
 
 TEST_F(SignalTest, AnExceptionLeavesTheNextEmissionComplete) {
     connect('a');
     connect('b', once([] { throw 1; }));
     connect('c');
-    EXPECT_THROW((*signal)(), int);
-    EXPECT_EQ(emit(), "cab");
+    EXPECT_THROW(emit(), int);
     EXPECT_EQ(emit(), "cab");
 }
 
-TEST_F(SignalTest, OutlivesItsListenersAndEmitsNothing) {
+TEST_F(SignalTest, SignalsAndListenersMayOutliveEachOther) {
     {
-        Letter listener(calls, 'a');
-        signal->connect(&listener, &Letter::slotCalled);
-        EXPECT_EQ(emit(), "a");
+        Counter member;
+        Object context;
+        signal->connect(&member, &Counter::slotCalled);
+        signal->connect(&context, [this] { calls += 'x'; });
+        EXPECT_EQ(emit(), "x");
+        EXPECT_EQ(member.calls, 1);
     }
     EXPECT_FALSE(signal->isConnected());
+    Counter late;
+    signal->connect(static_cast<Counter*>(nullptr), &Counter::slotCalled);
+    signal->connect(&late, &Counter::slotCalled);
     EXPECT_EQ(emit(), "");
-}
-
-TEST_F(SignalTest, ACallableMayEndWithAnObject) {
-    std::optional<Object> object(std::in_place);
-    signal->connect(&*object, [this] { calls += 'x'; });
-    EXPECT_EQ(emit(), "x");
-    object.reset();
-    EXPECT_EQ(emit(), "");
-}
-
-TEST_F(SignalTest, AMemberOfNoObjectIsNeverCalled) {
-    signal->connect(static_cast<Letter*>(nullptr), &Letter::slotCalled);
-    connect('b');
-    EXPECT_EQ(emit(), "b");
-}
-
-TEST_F(SignalTest, AListenerMayOutliveTheSignal) {
-    Letter listener(calls, 'a');
-    signal->connect(&listener, &Letter::slotCalled);
+    EXPECT_EQ(late.calls, 1);
     signal.reset();
-    listener.slotCalled();
-    EXPECT_EQ(calls, "a");
 }
 
 TEST_F(SignalTest, DisconnectRefusesWhatIsNotItsConnection) {
     Signal<void()> other;
     SignalConnection* foreign = other.connect([] {});
-    EXPECT_FALSE(signal->disconnect(foreign));
     SignalConnection* own = connect('a');
     EXPECT_FALSE(signal->disconnect(foreign));
     EXPECT_TRUE(signal->disconnect(own));

@@ -4,49 +4,28 @@
 
 #include <gtest/gtest.h>
 
-#include <type_traits>
-#include <unordered_set>
-
 namespace qel {
 namespace {
 
-TEST(String, TakesNullAsTheEmptyText) {
+TEST(String, TakesNullAsTheEmptyTextAndAllOthersByteByByte) {
     const char* null = nullptr;
     String text = null;
     EXPECT_EQ(text, "");
-    text = "x";
-    text = null;
-    EXPECT_TRUE(text.empty());
-}
-
-TEST(String, ConvertsToAndFromTheStandardTypeByteByByte) {
-    const std::string bytes("a\0\xFF", 3);
-    const String text = bytes;
-    EXPECT_EQ(text.to_std_string(), bytes);
-    EXPECT_EQ(text.getConstByteSpan().size, 3u);
+    text = std::string("a\0\xFF", 3);
+    EXPECT_EQ(text.to_std_string(), std::string("a\0\xFF", 3));
     const ConstByteSpan terminated = text.getConstByteSpanWithNullTerminator();
     EXPECT_EQ(terminated.size, 4u);
     EXPECT_EQ(terminated[3], 0);
-}
-
-TEST(String, ConcatenationGivesAString) {
-    const String text = "a";
-    const auto sum = "<" + text + std::string("b") + SmartCStr("c") + 'd' + text + nullptr;
-    static_assert(std::is_same_v<decltype(sum), const String>);
-    EXPECT_EQ(sum, "<abcda");
-}
-
-TEST(String, IsAKeyOfUnorderedContainers) {
-    const std::unordered_set<String> names = {"a", "b", "a"};
-    EXPECT_EQ(names.size(), 2u);
+    text = null;
+    EXPECT_TRUE(text.empty());
+    const String sum = "<" + String("a") + std::string("b") + SmartCStr("c") + 'd' + nullptr;
+    EXPECT_EQ(sum, "<abcd");
 }
 
 TEST(String, SeparatorStandsOnlyBetweenTexts) {
     String list;
-    list.append_separator(", ", "a");
-    list.append_separator(", ", "");
-    list.append_separator(", ", nullptr);
-    list.append_separator(", ", "b");
+    for (const char* text : {"a", "", static_cast<const char*>(nullptr), "b"})
+        list.append_separator(", ", text);
     list.append_separator(nullptr, "c");
     EXPECT_EQ(list, "a, bc");
     list.append_separator("-", list);
@@ -56,11 +35,10 @@ TEST(String, SeparatorStandsOnlyBetweenTexts) {
 TEST(String, EndsAndContentsAreFoundByTextAndCharacter) {
     const String text = "study.dcm\n";
     EXPECT_TRUE(text.begins_with("study") && text.begins_with('s') && text.begins_with(nullptr));
-    EXPECT_TRUE(text.ends_with("dcm\n") && text.ends_with('\n') && text.ends_with_newline());
-    EXPECT_TRUE(text.contains("y.d") && text.contains('.') && text.contains(""));
+    EXPECT_TRUE(text.ends_with("dcm\n") && text.ends_with('\n') && text.contains("y.d") && text.contains(""));
     EXPECT_FALSE(text.begins_with("Study") || text.ends_with("dcm") || text.contains("xyz"));
-    EXPECT_TRUE(String("a\r").ends_with_newline());
-    EXPECT_FALSE(String().ends_with_newline());
+    EXPECT_TRUE(text.ends_with_newline() && String("a\r").ends_with_newline() &&
+                !String().ends_with_newline());
 }
 
 TEST(String, ReplaceAllCountsAndDoesNotLookIntoWhatItPutIn) {
@@ -68,7 +46,6 @@ TEST(String, ReplaceAllCountsAndDoesNotLookIntoWhatItPutIn) {
     EXPECT_EQ(text.replace_all("X", "XX"), 3u);
     EXPECT_EQ(text, "aXXbXXXX");
     EXPECT_EQ(text.replace_all("", "y"), 0u);
-    EXPECT_EQ(text.replace_all("zz", "y"), 0u);
     EXPECT_EQ(text.replace_all_copy("XX", ""), "ab");
     EXPECT_EQ(text.replace_all(text, text), 1u);
     EXPECT_EQ(text, "aXXbXXXX");
@@ -76,7 +53,6 @@ TEST(String, ReplaceAllCountsAndDoesNotLookIntoWhatItPutIn) {
 
 TEST(String, SplitKeepsEmptyPieces) {
     EXPECT_EQ(String(",a,,b,").split(','), (Vector<String>{"", "a", "", "b", ""}));
-    EXPECT_EQ(String("a").split(','), Vector<String>{"a"});
     EXPECT_TRUE(String().split(',').empty());
     Vector<String> pieces = {"old"};
     String("a::b::").splitByString(pieces, "::");
@@ -88,16 +64,14 @@ TEST(String, SplitKeepsEmptyPieces) {
 TEST(String, TrimsOnlyWhatEachFormNames) {
     EXPECT_EQ(String("  \ta b\n  ").trim_spaces(), "\ta b\n");
     EXPECT_EQ(String(" \r\n a b\t\n ").trim_spaces_newlines(), "a b\t");
-    EXPECT_EQ(String("   ").trim_spaces(), "");
     EXPECT_EQ(String("0010").trim_leading_zeros(), "10");
-    EXPECT_EQ(String("000").trim_leading_zeros(), "");
+    EXPECT_EQ(String("   ").trim_spaces() + String("000").trim_leading_zeros(), "");
 }
 
-TEST(String, HashIsFnvWithoutACutTo32Bits) {
+TEST(String, HashIsFnvOfUnsignedBytesWithoutACutTo32Bits) {
     EXPECT_EQ(String().hash(), 0x811C9DC5u);
-    EXPECT_EQ(String("a").hash(), (uint64(0x811C9DC5) ^ 'a') * 0x1000193);
     EXPECT_EQ(String("\xFF").hash(), (uint64(0x811C9DC5) ^ 0xFF) * 0x1000193);
-    EXPECT_GT(String("abc").hash() >> 32, 0u);
+    EXPECT_EQ(String("ab").hash(), (String("a").hash() ^ 'b') * 0x1000193);
 }
 
 TEST(String, ValidateTellsMailAddresses) {
@@ -108,13 +82,11 @@ TEST(String, ValidateTellsMailAddresses) {
 }
 
 TEST(String, ValidateTellsTelephoneNumbersUpTo512Bytes) {
-    EXPECT_TRUE(String("+49 (0)30/12-34").validate(1));
-    EXPECT_FALSE(String("12a").validate(1));
-    EXPECT_FALSE(String().validate(1));
+    for (const char* good : {"+49 (0)30/12-34", "1"}) EXPECT_TRUE(String(good).validate(1)) << good;
+    for (const char* bad : {"12a", ""}) EXPECT_FALSE(String(bad).validate(1)) << bad;
     EXPECT_TRUE(String(512, '1').validate(1));
     EXPECT_FALSE(String(513, '1').validate(1));
-    EXPECT_FALSE(String("1").validate(2));
-    EXPECT_FALSE(String("1").validate(-1));
+    for (const int unknown : {2, -1}) EXPECT_FALSE(String("1").validate(unknown));
 }
 
 TEST(String, HexDumpPadsItsLastLine) {

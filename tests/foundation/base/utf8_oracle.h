@@ -10,20 +10,15 @@
 
 namespace qel::test {
 
-/// Encodes by bit strings rather than by ranges, to be unlike the code under test.
+/// Encodes by the number of bytes that follow the first, to be unlike the code under test.
 inline std::string encodeUtf8(uint32 codePoint) {
     if (codePoint < 0x80) return {static_cast<char>(codePoint)};
-    std::string tail;
-    uint32 room = 0x20; // values that still fit beside the mark of the lead byte
-    uint32 mark = 0xC0;
-    do {
-        tail.insert(tail.begin(), static_cast<char>(0x80 | (codePoint & 0x3F)));
-        codePoint >>= 6;
-        if (codePoint < room) break;
-        room >>= 1;
-        mark = 0x80 | mark >> 1;
-    } while (true);
-    return static_cast<char>(mark | codePoint) + tail;
+    const int following = codePoint < 0x800 ? 1 : codePoint < 0x10000 ? 2 : 3;
+    std::string text(1, static_cast<char>(0xF80 >> following | codePoint >> 6 * following));
+    for (int i = following - 1; i >= 0; --i) {
+        text.push_back(static_cast<char>(0x80 | (codePoint >> 6 * i & 0x3F)));
+    }
+    return text;
 }
 
 /// The code point whose encoding @p text begins with: the one that encodes back to the same bytes.
@@ -54,16 +49,6 @@ inline std::vector<uint32> readLeniently(std::string_view text) {
         text.remove_prefix(strict ? encodeUtf8(*strict).size() : 1);
     }
     return codePoints;
-}
-
-/// Whether all of the text decodes strictly.
-inline bool isWellFormed(std::string_view text) {
-    while (!text.empty()) {
-        const auto strict = firstCodePoint(text);
-        if (!strict) return false;
-        text.remove_prefix(encodeUtf8(*strict).size());
-    }
-    return true;
 }
 
 /// The UTF-8 text of the code points.

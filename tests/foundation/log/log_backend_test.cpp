@@ -2,11 +2,12 @@
 #include <qel/foundation/log/message_stream.h>
 #include <qel/system/core/clock.h>
 
+#include <tests/support/threads.h>
+
 #include <gtest/gtest.h>
 
-#include <set>
+#include <atomic>
 #include <thread>
-#include <vector>
 
 using namespace qel;
 using logging::MessageStream;
@@ -27,8 +28,10 @@ protected:
         LogBackend::getSignalNewSupportMessage().connect(
             [this](const char* batch) { m_batches.emplace_back(batch); });
     }
-    /// The number of batches that have gone out after this chance to send one.
-    size_t process() {
+    /// Logs @p text for the support, lets time pass and returns how many batches have gone out by then.
+    size_t batchesAfter(const std::string& text, int64 ms) {
+        if (!text.empty()) MessageStream(1, 2) << "[SUPPORT] " << text;
+        m_clock.advanceMs(ms);
         LogBackend::processSupportMessages();
         return m_batches.size();
     }
@@ -37,43 +40,35 @@ protected:
     std::vector<std::string> m_batches;
 };
 
-std::vector<std::string> takeAll(unsigned channelIndex) {
-    std::vector<std::string> texts;
+using Texts = std::vector<std::string>;
+
+Texts takeAll(unsigned channelIndex) {
+    Texts texts;
     while (auto message = LogBackend::takeMessage(channelIndex)) texts.push_back(message->text);
     return texts;
 }
 
-using Texts = std::vector<std::string>;
-
 } // namespace
 
-TEST_F(Backend, KeepsLinesOfEachChannelInOrderWithTheirStamp) {
+TEST_F(Backend, KeepsLinesOfEachChannelInOrderWithTheirStampWhenTold) {
+    LogBackend::registerBackend(false);
+    MessageStream(1, 3) << "lost";
     LogBackend::registerBackend(true);
     m_clock.setUtcTicks(42);
     MessageStream(0, 3) << "both";
-    MessageStream(1, 2) << "technical";
-    MessageStream(1, 1) << "customers";
-    MessageStream(1, 0) << "none";
+    for (const int channels : {-1, 0, 1, 2}) MessageStream(1, channels) << channels;
     const auto first = LogBackend::takeMessage(0);
     ASSERT_TRUE(first);
     EXPECT_EQ(first->time, 42);
     EXPECT_EQ(first->text, "[VERBOSE] both");
-    EXPECT_EQ(takeAll(0), Texts{"customers"});
-    EXPECT_EQ(takeAll(1), (Texts{"[VERBOSE] both", "technical"}));
+    EXPECT_EQ(takeAll(0), Texts{"1"});
     EXPECT_FALSE(LogBackend::takeMessage(2));
-    MessageStream(2, -1) << "off";
-    EXPECT_TRUE(takeAll(0).empty() && takeAll(1).empty());
-}
-
-TEST_F(Backend, KeepsNothingUnlessTold) {
-    LogBackend::registerBackend(false);
-    MessageStream(1, 3) << "lost";
-    LogBackend::registerBackend(true);
-    MessageStream(1, 3) << "kept";
+    EXPECT_EQ(takeAll(1), (Texts{"[VERBOSE] both", "2"}));
+    MessageStream(1, 3) << "goes with the backend";
     LogBackend::unregisterBackend();
     EXPECT_FALSE(LogBackend::takeMessage(0));
     LogBackend::registerBackend(true);
-    EXPECT_TRUE(takeAll(1).empty()) << "what was kept went with the backend";
+    EXPECT_TRUE(takeAll(1).empty());
 }
 
 TEST_F(Backend, ALineFromAListenerIsDropped) {
@@ -88,88 +83,54 @@ TEST_F(Backend, ALineFromAListenerIsDropped) {
 }
 
 TEST_F(Backend, SupportLinesAreCollectedOnlyForAListener) {
-    LogBackend::registerBackend(false);
     MessageStream(1, 2) << "[SUPPORT] too early";
     listen();
-    m_clock.setUtcTicks(0);
     MessageStream(0, 2) << "a [SUPPORT] tag";
     MessageStream(1, 2) << "no tag";
-    m_clock.advanceMs(4 * kMinute);
-    ASSERT_EQ(process(), 1u);
+    ASSERT_EQ(batchesAfter("", 4 * kMinute), 1u);
     EXPECT_TRUE(m_batches[0].ends_with(" [VERBOSE] a [SUPPORT] tag\n")) << m_batches[0];
     EXPECT_EQ(m_batches[0].find("too early"), std::string::npos);
-    EXPECT_EQ(process(), 1u) << "nothing is left";
+    EXPECT_EQ(batchesAfter("", 4 * kMinute), 1u) << "nothing is left";
 }
 
-TEST_F(Backend, AFirstBatchWaitsForThreeQuietMinutesButNotForAnHour) {
+TEST_F(Backend, BatchesWaitForThreeQuietMinutesAndForAnHourSinceTheLast) {
     listen();
-    MessageStream(1, 2) << "[SUPPORT] one";
-    m_clock.advanceMs(3 * kMinute - 1);
-    MessageStream(1, 2) << "[SUPPORT] two";
-    m_clock.advanceMs(3 * kMinute);
-    EXPECT_EQ(process(), 0u);
-    m_clock.advanceMs(1);
-    EXPECT_EQ(process(), 1u);
-}
-
-TEST_F(Backend, FurtherBatchesGoOutAnHourApartWhenThingsAreQuiet) {
-    listen();
-    MessageStream(1, 2) << "[SUPPORT] first";
-    m_clock.advanceMs(4 * kMinute);
-    ASSERT_EQ(process(), 1u);
-    m_clock.advanceMs(50 * kMinute);
-    MessageStream(1, 2) << "[SUPPORT] second";
-    m_clock.advanceMs(10 * kMinute);
-    EXPECT_EQ(process(), 1u) << "exactly an hour isn't over it";
-    m_clock.advanceMs(1);
-    EXPECT_EQ(process(), 2u);
+    EXPECT_EQ(batchesAfter("one", 3 * kMinute - 1), 0u);
+    EXPECT_EQ(batchesAfter("two", 3 * kMinute), 0u);
+    EXPECT_EQ(batchesAfter("", 1), 1u);
+    EXPECT_EQ(batchesAfter("", 50 * kMinute), 1u);
+    EXPECT_EQ(batchesAfter("three", 10 * kMinute), 1u) << "exactly an hour isn't over it";
+    EXPECT_EQ(batchesAfter("", 1), 2u);
 }
 
 TEST_F(Backend, ABatchThatIsHalfAnHourOldGoesOutWhateverComes) {
     listen();
-    for (int i = 0; i < 30; ++i) {
-        MessageStream(1, 2) << "[SUPPORT] again";
-        m_clock.advanceMs(kMinute);
-        EXPECT_EQ(process(), 0u);
-    }
-    m_clock.advanceMs(1);
-    EXPECT_EQ(process(), 1u);
+    for (int i = 0; i < 30; ++i) EXPECT_EQ(batchesAfter("again", kMinute), 0u);
+    EXPECT_EQ(batchesAfter("", 1), 1u);
 }
 
 TEST_F(Backend, ABigBatchGoesOutAtOnce) {
     listen();
-    const std::string line = "[SUPPORT]" + std::string(1000, 'x');
-    for (int i = 0; i < 256; ++i) {
-        MessageStream(1, 2) << line;
-        EXPECT_EQ(process(), 0u) << i;
-    }
-    MessageStream(1, 2) << std::string(20'000, 'x') << "[SUPPORT]";
-    EXPECT_EQ(process(), 1u);
+    for (int i = 0; i < 256; ++i) EXPECT_EQ(batchesAfter(std::string(1000, 'x'), 0), 0u) << i;
+    EXPECT_EQ(batchesAfter(std::string(20'000, 'x'), 0), 1u);
     EXPECT_GT(m_batches[0].size(), 262'144u);
 }
 
 TEST_F(Backend, LinesOfManyThreadsArriveWholeAndInTheOrderOfEachThread) {
-    constexpr int kThreads = 8;
     constexpr int kLines = 300;
     LogBackend::registerBackend(true);
-    std::vector<std::thread> threads;
-    for (int t = 0; t < kThreads; ++t) {
-        threads.emplace_back([t] {
-            for (int i = 0; i < kLines; ++i) MessageStream(1, 2) << t << ' ' << i << ' ' << std::hex << t;
-            logging::g_hideTimeInConsole = (t % 2) != 0; // hosts set the switches while others log
-            LogBackend::processSupportMessages();
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
+    test::onThreads(8, [](int t) {
+        for (int i = 0; i < kLines; ++i) MessageStream(1, 2) << t << ' ' << i << ' ' << std::hex << t;
+        logging::g_hideTimeInConsole = (t % 2) != 0; // hosts set the switches while others log
+        LogBackend::processSupportMessages();
+    });
     logging::g_hideTimeInConsole = false;
-    std::vector<int> next(kThreads, 0);
+    std::vector<int> next(8, 0);
     for (const std::string& text : takeAll(1)) {
-        const auto t = static_cast<size_t>(text[0] - '0');
-        ASSERT_LT(t, next.size());
-        EXPECT_EQ(text, std::to_string(t) + ' ' + std::to_string(next[t]) + ' ' + std::to_string(t));
-        ++next[t];
+        const std::string t = text.substr(0, 1);
+        EXPECT_EQ(text, t + ' ' + std::to_string(next.at(static_cast<size_t>(text[0] - '0'))++) + ' ' + t);
     }
-    EXPECT_EQ(next, std::vector<int>(kThreads, kLines));
+    EXPECT_EQ(next, std::vector<int>(8, kLines));
 }
 
 TEST_F(Backend, MayComeAndGoWhileOthersLog) {
