@@ -49,28 +49,14 @@ TEST(BuildDescription, TellsVersionTextAndFlags) {
     }
 }
 
-TEST(Version, TextsOfThisBuildAreWellFormed) {
-    EXPECT_GE(std::string(Version::getGitHash()).size(), 40u);
-    EXPECT_EQ(std::string(Version::getBuildDate()).size(), 8u);
-    EXPECT_STRNE(Version::getCopyrightString(), "");
-}
-
 TEST(Version, TagsTellTheBuildsOwnFacts) {
     const std::string tags = Version::getBuildTags();
     EXPECT_TRUE(tags.starts_with(" buildtype-distribution arch-")) << tags;
-    EXPECT_NE(tags.find(sizeof(void*) == 8 ? " arch-64bit platform-" : " arch-32bit platform-"),
-              std::string::npos);
 #if defined(__clang__)
     EXPECT_TRUE(tags.ends_with(" compiler-clang")) << tags;
 #elif defined(__GNUC__)
     EXPECT_TRUE(tags.ends_with(" compiler-gcc")) << tags;
 #endif
-}
-
-TEST(Version, TheTitleJoinsProductNameAndVersion) {
-    EXPECT_EQ(Version::decideProductName(), Version::isVersionResearch() ? "Novix Research" : "Novix");
-    EXPECT_EQ(Version::getAppTitle("Viewer"),
-              Version::decideProductName() + " Viewer " + Version::getVersionString());
 }
 
 TEST(Version, TheDeviceIdentifierHasANumberOfItsOwn) {
@@ -79,15 +65,11 @@ TEST(Version, TheDeviceIdentifierHasANumberOfItsOwn) {
 }
 
 TEST(Version, NumbersHaveTwoDigitsForMinorAndPatch) {
-    EXPECT_EQ(Version::toVersionNumber("4.2.0"), 40200u);
-    EXPECT_EQ(Version::toVersionNumber("7"), 70000u);
-    EXPECT_EQ(Version::toVersionNumber(" 4. 2.1 ce+12"), 40201u);
-    EXPECT_EQ(Version::toVersionNumber("4-2-1"), 40000u);
-    EXPECT_EQ(Version::toVersionNumber(".2.1"), 0u);
-    EXPECT_EQ(Version::toVersionNumber(""), 0u);
-    EXPECT_EQ(Version::toVersionNumber(nullptr), 0u);
+    const std::pair<const char*, uint32> cases[] = {
+        {"4.2.0", 40200}, {"7", 70000}, {" 4. 2.1 ce+12", 40201}, {"4-2-1", 40000}, {".2.1", 0},
+        {"", 0},          {nullptr, 0}, {"4.100.0", 50000}};
+    for (const auto& [text, number] : cases) EXPECT_EQ(Version::toVersionNumber(text), number) << number;
     EXPECT_EQ(Version::fromVersionNumber(40200), "4.2.0");
-    EXPECT_EQ(Version::fromVersionNumber(Version::toVersionNumber("4.100.0")), "5.0.0");
     EXPECT_EQ(Version::fromVersionNumber(0xFFFFFFFF), "429496.72.95");
 }
 
