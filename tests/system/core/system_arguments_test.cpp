@@ -50,15 +50,11 @@ TEST_F(SystemArguments, NumbersReadAsAStreamReadsThem) {
 
 TEST_F(SystemArguments, EnvironmentIsTheProcesssOwn) {
     EXPECT_EQ(system().getEnv("PATH"), nullptr);
-    system().setEnv("key", "value");
-    system().setEnv("key", "later");
+    for (const char* value : {"value", "later"}) system().setEnv("key", value);
     EXPECT_STREQ(system().getEnv("key"), "later");
-    system().unsetEnv("key");
-    system().unsetEnv("key");
+    for (int call = 0; call < 2; ++call) system().unsetEnv("key");
     EXPECT_EQ(system().getEnv("key"), nullptr);
-    EXPECT_NE(system().getEnv("product-version"), nullptr);
     EXPECT_EQ(String(system().getEnv("build-date")).size(), 8u);
-    EXPECT_NE(system().getEnv("build-date-hmr"), nullptr);
 }
 
 } // namespace

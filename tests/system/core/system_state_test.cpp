@@ -37,15 +37,6 @@ TEST_F(SystemState, TheSafeAreaLeavesOutStatusBarAndKeyboard) {
     EXPECT_EQ(system().delegateSafeArea(), IVec4<float>(0, 20, 800, 400));
 }
 
-TEST_F(SystemState, HooksHaveHarmlessDefaults) {
-    bool allowed = false;
-    system().delegateAskPermission(1, [&](bool answer) { allowed = answer; });
-    EXPECT_TRUE(allowed);
-    EXPECT_STREQ(system().delegatePlatformName(), "Linux");
-    EXPECT_EQ(system().delegateGraphicsMemoryLimit(), 0x1000000000u);
-    EXPECT_EQ(system().delegateBatteryPercent(), -1);
-}
-
 TEST_F(SystemState, AURLThatCameBeforeTheHostListensIsKeptOnce) {
     system().delegateHandleURL("qel:open");
     EXPECT_EQ(system().popSavedStartupURL(), "qel:open");

@@ -1,7 +1,6 @@
 #include <qel/foundation/log/message_stream.h>
 #include <qel/platform/crash.h>
 #include <qel/platform/process_self.h>
-#include <qel/system/core/system.h>
 #include <qel/system/report/version.h>
 
 #include <tests/support/environment.h>
@@ -9,8 +8,6 @@
 #include <tests/support/scratch_folder.h>
 #include <tests/support/source_dir.h>
 #include <tests/support/system_fixture.h>
-
-#include <gtest/gtest.h>
 
 #include <csignal>
 #include <cstdio>
@@ -58,6 +55,10 @@ constexpr bool kThreadSanitizer = false;
 
 class CrashDump : public test::SystemFixture {
 protected:
+    void TearDown() override {
+        platform::removeCrashHandler();
+        SystemFixture::TearDown();
+    }
     /// Runs @p crash in a child process with the handler registered. @return the dump.
     template <typename Crash>
     std::string dumpOf(int signal, const Crash& crash) {
@@ -77,17 +78,15 @@ protected:
 
     const ScratchFolder m_folder;
     std::string m_path, m_name; // of the last dump
+    test::LogCapture m_log;
 };
 
 using CrashDumpDeathTest = CrashDump;
 
-TEST_F(CrashDumpDeathTest, TellsWhatHappenedOnAnyThreadAndResolvesToTheCrashingFunction) {
+TEST_F(CrashDumpDeathTest, TellsWhatHappenedAndResolvesToTheCrashingFunction) {
     const std::string dump = dumpOf(SIGSEGV, [] {
         logging::info() << "the last words";
-        std::thread([] {
-            const platform::CrashStack stack;
-            writeWhereNothingIs();
-        }).join();
+        writeWhereNothingIs();
     });
     EXPECT_TRUE(dump.starts_with(std::string("build: ") + Version::getVersionString() + ", revision "))
         << dump;
@@ -114,14 +113,17 @@ TEST_F(CrashDumpDeathTest, AStackOverflowLeavesADump) {
     EXPECT_NE(dump.find("SIGSEGV"), std::string::npos) << dump;
 }
 
-TEST_F(CrashDumpDeathTest, TheScriptsStackComesLastAndMayFault) {
+TEST_F(CrashDumpDeathTest, TheScriptsStackComesLastOnAnyThreadAndMayFault) {
     const std::string dump = dumpOf(SIGSEGV, [] { // the second fault ends the process by its own signal
         platform::setScriptStackWriter([](platform::CrashWriter& out) {
             out.text("  main.sq:12 walk\n");
             out.flush();
             writeWhereNothingIs();
         });
-        std::raise(SIGABRT);
+        std::thread([] {
+            const platform::CrashStack stack;
+            std::raise(SIGABRT);
+        }).join();
     });
     EXPECT_TRUE(dump.ends_with("\nscript stack:\n  main.sq:12 walk\n")) << dump;
 }
@@ -134,16 +136,7 @@ TEST_F(CrashDumpDeathTest, ItsNameTellsWhenWhatAndWhichBuild) {
     EXPECT_TRUE(m_name.ends_with("_" + std::string(Version::getGitHash()).substr(0, 10) + ".dmp")) << m_name;
 }
 
-class CrashRegistration : public test::SystemFixture {
-protected:
-    void TearDown() override {
-        platform::removeCrashHandler();
-        SystemFixture::TearDown();
-    }
-
-    const ScratchFolder m_folder;
-    test::LogCapture m_log;
-};
+using CrashRegistration = CrashDump;
 
 TEST_F(CrashRegistration, KeepsTheLast255OldDumps) {
     for (int i = 100; i < 400; ++i) m_folder.write("dumps/" + std::to_string(i) + ".dmp", "");

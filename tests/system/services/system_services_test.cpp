@@ -17,13 +17,6 @@ TEST_F(SystemServices, CpuUsageNeedsTwoReadings) {
     EXPECT_TRUE(second == -1.0f || (second >= 0.0f && second <= 1.0f)) << second;
 }
 
-TEST_F(SystemServices, ElevationIsOneOfThreeKinds) {
-    int type = 0;
-    EXPECT_TRUE(System::getElevationType(&type));
-    EXPECT_TRUE(type >= 1 && type <= 3) << type;
-    EXPECT_FALSE(System::getElevationType(nullptr));
-}
-
 TEST_F(SystemServices, ACommandGivesItsExitCodeOrOneWhenItCannotBeStarted) {
     EXPECT_EQ(System::runCommand("/bin/sh -c 'exit 5'", 0), 5);
     for (const int flags : {0, int{System::kCommandNoWait}})
@@ -83,6 +76,10 @@ TEST_F(SystemKeyboard, ShowingTellsTheHostAndThenOfANewReceiver) {
     EXPECT_EQ(show(m_one.get(), "a\xE4z", {-5, 99}), "show a\xC3\xA4z 3 0-3 ") << "repaired, held inside";
     EXPECT_EQ(show(nullptr), "changed signal ");
     EXPECT_EQ(system().getKeyboardReceiver(), nullptr);
+    show(m_one.get());
+    system().disableKeyboardReceiver();
+    EXPECT_EQ(take(), "");
+    EXPECT_EQ(system().getKeyboardReceiver(), nullptr);
 }
 
 TEST_F(SystemKeyboard, OnlyItsReceiverMovesClipsAndHidesItOrNobody) {
@@ -95,13 +92,6 @@ TEST_F(SystemKeyboard, OnlyItsReceiverMovesClipsAndHidesItOrNobody) {
     EXPECT_EQ(take(), "move clip changed hide signal ");
     system().hideKeyboard(nullptr);
     EXPECT_EQ(take(), "changed hide signal ");
-}
-
-TEST_F(SystemKeyboard, DisablingTellsNobody) {
-    show(m_one.get());
-    system().disableKeyboardReceiver();
-    EXPECT_EQ(take(), "");
-    EXPECT_EQ(system().getKeyboardReceiver(), nullptr);
 }
 
 TEST_F(SystemKeyboard, AReceiverThatDiesIsForgotten) {

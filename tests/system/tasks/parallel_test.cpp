@@ -46,13 +46,9 @@ TEST_F(ParallelTest, RunsEveryPartOnceAndFinishesOnTheCaller) {
         system().execute(kernel);
         EXPECT_EQ(kernel.finished, 1) << parts;
     }
-}
-
-TEST_F(ParallelTest, OnePartRunsOnTheCaller) {
-    std::thread::id thread;
-    CountingKernel kernel(1, [&] { thread = std::this_thread::get_id(); });
-    system().execute(kernel);
-    EXPECT_EQ(thread, std::this_thread::get_id());
+    const auto caller = std::this_thread::get_id();
+    CountingKernel single(1, [&] { EXPECT_EQ(std::this_thread::get_id(), caller); });
+    system().execute(single);
 }
 
 TEST_F(ParallelTest, KernelsMayNestAndSeveralThreadsMayUseOneParallel) {

@@ -1,5 +1,5 @@
 // Random operations on queues against a model of who may run when. A failure prints its seed;
-// --gtest_shuffle with a --gtest_random_seed tries other seeds than the usual ones.
+// --gtest_random_seed tries other seeds than the usual ones.
 #include "../../support/system_fixture.h"
 #include "gate.h"
 
@@ -129,8 +129,7 @@ private:
 using QueueStressTest = test::SystemFixture;
 
 TEST_F(QueueStressTest, NobodyRunsBeforeHisTurnOrTwiceWhileOtherQueuesWorkToo) {
-    const unsigned first =
-        1 + 1000 * static_cast<unsigned>(::testing::UnitTest::GetInstance()->random_seed());
+    const unsigned first = 1 + 1000 * static_cast<unsigned>(GTEST_FLAG_GET(random_seed));
     std::vector<std::thread> threads;
     for (unsigned thread = 0; thread < 3; ++thread) {
         threads.emplace_back([first, thread] {

@@ -36,14 +36,6 @@ protected:
     std::shared_ptr<int> life = std::make_shared<int>(0);
 };
 
-TEST_F(TaskQueueTest, TheTypeTellsTheCharacter) {
-    const TaskQueue main(TaskQueue::kMain), deleteIO(2567), blocking(3592), parallel(1026);
-    EXPECT_TRUE(main.isMainQueue() && !main.isParallelQueue() && !main.isIOQueue());
-    EXPECT_TRUE(deleteIO.isIOQueue() && deleteIO.isHighPriQueue() && !deleteIO.isParallelQueue());
-    EXPECT_TRUE(blocking.isIOQueue() && blocking.isHighPriQueue() && blocking.isParallelQueue());
-    EXPECT_TRUE(parallel.isParallelQueue() && !parallel.isIOQueue() && !parallel.isHighPriQueue());
-}
-
 /// A queue that can be disabled for good.
 class DisabledQueue : public TaskQueue {
 public:
@@ -102,18 +94,6 @@ TEST_F(TaskQueueTest, WorkloadsCountUntilTheirRunsHaveEnded) {
     EXPECT_EQ(queue.getWorkload(), 0u);
 }
 
-TEST_F(TaskQueueTest, WhatIsPushedInAPauseIsNotCounted) {
-    TaskQueue queue(TaskQueue::kDeleteIO);
-    queue.pause();
-    push(queue, 2, note("a"));
-    EXPECT_TRUE(queue.empty());
-    EXPECT_EQ(queue.getNumberOfQueuedTasks(), 0u);
-    queue.resume();
-    queue.resume(); // without a pause: nothing
-    queue.wait();
-    EXPECT_EQ(notes, "aa");
-}
-
 TEST_F(TaskQueueTest, AnAbortDropsWhatWaitsAndTellsTheRunningTask) {
     TaskQueue queue(TaskQueue::kDeleteIO);
     push(queue, 1, [this](TaskContext& context) {
@@ -132,13 +112,17 @@ TEST_F(TaskQueueTest, AnAbortDropsWhatWaitsAndTellsTheRunningTask) {
     EXPECT_FALSE(queue.isAborting());
 }
 
-TEST_F(TaskQueueTest, ADyingTaskMayUseItsQueue) {
+TEST_F(TaskQueueTest, WhatIsPushedInAPauseIsNotCountedAndMayUseItsQueueAsItDies) {
     TaskQueue queue(TaskQueue::kDeleteIO);
     const auto useQueue = [&queue](std::string* text) { *text += queue.empty() ? "empty" : "full"; };
     queue.pause();
     push(queue, 1, [probe = std::shared_ptr<std::string>(&notes, useQueue)] {});
+    EXPECT_TRUE(queue.empty());
+    EXPECT_EQ(queue.getNumberOfQueuedTasks(), 0u);
     queue.abort();
     EXPECT_EQ(notes, "empty");
+    queue.resume(); // the abort has ended the pause: nothing
+    EXPECT_TRUE(queue.empty());
 }
 
 TEST_F(TaskQueueTest, DestructionDropsWhatWaitsAndFinishesWhatRuns) {
