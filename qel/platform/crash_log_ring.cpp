@@ -29,11 +29,16 @@ std::atomic<std::uint64_t> g_next{0};
 
 void store(Slot& slot, std::string_view line) {
     slot.size.store(line.size(), std::memory_order_relaxed);
-    for (std::size_t at = 0, word = 0; at < line.size(); at += sizeof(std::uint64_t), ++word) {
-        std::uint64_t bytes = 0;
-        std::memcpy(&bytes, line.data() + at, std::min(sizeof bytes, line.size() - at));
+    std::uint64_t bytes = 0;
+    std::size_t word = 0;
+    for (; line.size() >= sizeof bytes; line.remove_prefix(sizeof bytes), ++word) {
+        std::memcpy(&bytes, line.data(), sizeof bytes);
         slot.words[word].store(bytes, std::memory_order_relaxed);
     }
+    if (line.empty()) return;
+    bytes = 0;
+    std::memcpy(&bytes, line.data(), line.size());
+    slot.words[word].store(bytes, std::memory_order_relaxed);
 }
 
 /// Copies the line numbered @p number. @return its size, or 0 when it is not there whole.

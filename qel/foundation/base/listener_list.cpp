@@ -55,6 +55,8 @@ void ListenerList::remove(SignalConnection* connection) {
     }
     connection->detach();
     disturbEmissions();
+    for (Emission* emission = m_emission; emission; emission = emission->m_outer)
+        if (emission->m_connection == connection) connection->m_calls += SignalConnection::kCall;
     if (connection->m_calls == 0) {
         delete connection;
     } else {
@@ -78,7 +80,14 @@ ListenerList::Emission::Emission(ListenerList& list)
     list.m_emission = this;
 }
 
+/// Ends the call of a connection that was removed in it.
+void ListenerList::Emission::releaseConnection() {
+    SignalConnection* const connection = std::exchange(m_connection, nullptr);
+    if (connection && (connection->m_calls & SignalConnection::kRemoved) != 0) endCall(connection);
+}
+
 SignalConnection* ListenerList::Emission::settle() {
+    releaseConnection();
     if (!m_list || !m_list->m_head) return nullptr;
     m_number = m_list->m_emissionNumber;
     m_isDisturbed = false;

@@ -44,22 +44,21 @@ protected:
         }
         Call(const Call&) = delete;
         Call& operator=(const Call&) = delete;
-        ~Call() {
-            m_connection->m_calls -= SignalConnection::kCall;
-            if (m_connection->m_calls == SignalConnection::kRemoved) delete m_connection;
-        }
+        ~Call() { endCall(m_connection); }
 
     private:
         SignalConnection* const m_connection;
     };
 
-    /// An emission to several listeners in progress; lives on the stack and notices when its list dies.
+    /// An emission to several listeners in progress; lives on the stack and notices when its list dies. Its
+    /// call is only counted when the connection is removed meanwhile.
     class Emission {
     public:
         explicit Emission(ListenerList& list);
         Emission(const Emission&) = delete;
         Emission& operator=(const Emission&) = delete;
         ~Emission() {
+            if (m_isDisturbed) releaseConnection();
             if (m_list) m_list->endEmission(m_outer);
         }
 
@@ -68,6 +67,7 @@ protected:
         /// Begins the turn of @p connection. @return the one that follows it now, for next().
         SignalConnection* begin(SignalConnection* connection) {
             connection->m_visitedIn = m_number;
+            m_connection = connection;
             return m_list->m_head = connection->m_next;
         }
         /// The listener whose turn is next, null when all have had theirs.
@@ -82,12 +82,13 @@ protected:
             return connection->m_visitedIn == m_number ? nullptr : connection;
         }
         SignalConnection* settle();
+        void releaseConnection();
 
         ListenerList* m_list; // null once it has died
         Emission* m_outer;
         uint64 m_number;
-        bool m_isDisturbed =
-            false; // the list has died or run empty, or an emission inside this one has ended
+        SignalConnection* m_connection = nullptr; // being called
+        bool m_isDisturbed = false; // a listener was removed, or an emission inside this one has ended
     };
 
     /// Whether there is exactly one listener.
@@ -102,6 +103,10 @@ private:
     void remove(SignalConnection* connection);
     void endEmission(Emission* outer);
     void disturbEmissions();
+    static void endCall(SignalConnection* connection) {
+        connection->m_calls -= SignalConnection::kCall;
+        if (connection->m_calls == SignalConnection::kRemoved) delete connection;
+    }
 
     SignalConnection* m_head = nullptr;
     Emission* m_emission = nullptr; // the innermost one
@@ -117,6 +122,12 @@ protected:
     template <typename... A>
     static R callListener(SignalConnection* connection, A&&... args) {
         const ListenerList::Call call(connection);
+        return invoke(connection, std::forward<A>(args)...);
+    }
+
+    /// As callListener, for a call that an Emission looks after.
+    template <typename... A>
+    static R invoke(SignalConnection* connection, A&&... args) {
         return static_cast<BaseConn*>(connection)->call(std::forward<A>(args)...);
     }
 

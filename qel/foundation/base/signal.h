@@ -47,7 +47,7 @@ public:
         SignalConnection* connection = emission.first();
         while (connection) {
             SignalConnection* following = emission.begin(connection);
-            this->callListener(connection, args...);
+            this->invoke(connection, args...);
             connection = emission.next(following);
         }
     }

@@ -35,7 +35,7 @@ private:
     SignalConnection* m_next = nullptr;
     SignalConnection* m_previous = nullptr;
     uint64 m_visitedIn = 0; // number of the emission that called it last
-    uint32 m_calls = 0;     // kCall for each call that hasn't returned, and kRemoved
+    uint32 m_calls = 0;     // kCall for each counted call that hasn't returned, and kRemoved
 };
 
 namespace internal {

@@ -3,9 +3,8 @@
 #include <qel/foundation/base/mutex.h>
 #include <qel/system/core/system.h>
 
+#include <charconv>
 #include <cstdio>
-
-#include <fmt/format.h>
 
 namespace qel {
 
@@ -34,10 +33,17 @@ void writeToStandardOutput(const ConsoleLine& line) {
 } // namespace
 
 ConsoleTime::ConsoleTime(uint32 milliseconds, bool isForCustomers) {
-    const char* form = isForCustomers ? "<{:3}.{:03}> " : "[{:3}.{:03}] ";
-    const auto result = fmt::format_to_n(m_text.data(), m_text.size(), fmt::runtime(form),
-                                         milliseconds / 1000, milliseconds % 1000);
-    m_size = result.size;
+    const uint32 seconds = milliseconds / 1000;
+    char* out = m_text.data();
+    *out++ = isForCustomers ? '<' : '[';
+    if (seconds < 100) *out++ = ' ';
+    if (seconds < 10) *out++ = ' ';
+    out = std::to_chars(out, m_text.data() + m_text.size(), seconds).ptr;
+    *out++ = '.';
+    for (const uint32 unit : {100, 10, 1}) *out++ = static_cast<char>('0' + milliseconds / unit % 10);
+    *out++ = isForCustomers ? '>' : ']';
+    *out++ = ' ';
+    m_size = static_cast<size_t>(out - m_text.data());
 }
 
 ConsoleWriter setConsoleWriter(ConsoleWriter writer) {

@@ -13,6 +13,7 @@
 #include <atomic>
 #include <deque>
 #include <memory>
+#include <optional>
 #include <utility>
 
 namespace qel {
@@ -123,10 +124,10 @@ void deliverLine(int level, int channels, const LineBuilder& line) {
     const MutexLock lock(g_loggingMutex);
     const DeliveringScope delivering;
     if (isShown) {
-        const bool hasTime = g_backend && !g_hideTimeInConsole;
-        const uint32 time = hasTime ? g_backend->millisecondsSinceStart() : 0;
-        const ConsoleTime timeText(time, (channels & kCustomerChannel) != 0);
-        writeToConsole({level, channels, hasTime ? timeText.text() : std::string_view(), line.line()});
+        std::optional<ConsoleTime> time;
+        if (g_backend && !g_hideTimeInConsole)
+            time.emplace(g_backend->millisecondsSinceStart(), (channels & kCustomerChannel) != 0);
+        writeToConsole({level, channels, time ? time->text() : std::string_view(), line.line()});
     }
     if (g_backend) g_backend->receive(level, channels, line.line());
 }

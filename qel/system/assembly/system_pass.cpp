@@ -26,17 +26,17 @@ class PassClock {
 public:
     PassClock(System& system, int64 now) : m_system(system), m_perfMon(*system.getPerfMon()), m_now(now) {}
 
-    void begin(const char* name) { m_perfMon.begin(name, m_now); }
-    void end(const char* name) { m_perfMon.end(name, m_now); }
+    void begin(const char* literal) { m_perfMon.beginLiteral(literal, m_now); }
+    void end(const char* literal) { m_perfMon.endLiteral(literal, m_now); }
     void readTime() { m_now = m_system.getUTCDateTime(); }
 
-    /// Runs @p step as the section @p name. @param hasWork  whether it will take any time.
+    /// Runs @p step as the section @p literal. @param hasWork  whether it will take any time.
     template <typename Step>
-    void run(const char* name, bool hasWork, Step step) {
-        begin(name);
+    void run(const char* literal, bool hasWork, Step step) {
+        begin(literal);
         step();
         if (hasWork) readTime();
-        end(name);
+        end(literal);
     }
 
 private:
@@ -83,7 +83,7 @@ void System::runSteps(PassClock& time) {
     time.run("VM", m_vm->threadsActive(), [this] { m_vm->processEvents(); });
     time.run("Queue", m_mainPool->hasWork(), [this] { m_mainPool->processEvents(); });
     m_threadPool->processEvents();
-    time.run("Scheduler", true, [this] { m_scheduler->tick(); });
+    time.run("Scheduler", m_scheduler->isDue(), [this] { m_scheduler->tick(); });
     if (m_backgroundMode) syncUnsaved();
     if (internal::removeAllTimedReferences() || m_backgroundMode) time.readTime();
 }

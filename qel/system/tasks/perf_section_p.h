@@ -25,6 +25,15 @@ public:
         if (!guess || guess->name != childName) guess = &find(childName);
         return *(lastChild = guess);
     }
+    /// The same for a literal, which is the same text whenever it is the same pointer.
+    PerfSection& childOfLiteral(const char* childName) {
+        PerfSection* guess = lastChild ? lastChild->follower : firstChild;
+        if (!guess || guess->literal != childName) {
+            guess = &child(childName);
+            guess->literal = childName;
+        }
+        return *(lastChild = guess);
+    }
 
     /// Adds one run of @p duration ticks.
     void add(uint64 duration) {
@@ -34,8 +43,9 @@ public:
     }
 
     const String name;
-    int64 startTime = 0;  // UTC stamp
-    uint64 totalTime = 0; // ticks of 100 ns, like all that follow
+    const char* literal = nullptr; // the name as childOfLiteral() got it the last time
+    int64 startTime = 0;           // UTC stamp
+    uint64 totalTime = 0;          // ticks of 100 ns, like all that follow
     uint64 maxTime = 0;
     uint64 count = 0;
     std::map<String, SmartPointer<PerfSection>, std::less<>> children;

@@ -53,29 +53,39 @@ PerfMon::PerfMon() : d(std::make_unique<Private>()) {
 PerfMon::~PerfMon() = default;
 
 void PerfMon::begin(const char* name) {
-    begin(name, system()->getUTCDateTime());
+    if (!isFull()) open(d->top().child(name), system()->getUTCDateTime());
 }
 
-void PerfMon::begin(const char* name, int64 now) {
-    if (d->open.size() >= kMaxOpenSections) {
-        logging::error() << "[PERFMON] too much recursion at begin";
-        return;
-    }
-    PerfSection& section = d->top().child(name);
+void PerfMon::beginLiteral(const char* literal, int64 now) {
+    if (!isFull()) open(d->top().childOfLiteral(literal), now);
+}
+
+bool PerfMon::isFull() const {
+    if (d->open.size() < kMaxOpenSections) return false;
+    logging::error() << "[PERFMON] too much recursion at begin";
+    return true;
+}
+
+void PerfMon::open(PerfSection& section, int64 now) {
     section.startTime = now;
     d->open.push_back(&section);
 }
 
 void PerfMon::end(const char* name) {
-    end(name, system()->getUTCDateTime());
-}
-
-void PerfMon::end(const char* name, int64 now) {
-    PerfSection& top = d->top();
+    const PerfSection& top = d->top();
     if (d->open.empty() || top.name != name) {
         logging::error() << "[PERFMON] mismatch begin(" << top.name << ") to end(" << name << ")";
         return;
     }
+    close(system()->getUTCDateTime());
+}
+
+void PerfMon::endLiteral(const char* literal, int64 now) {
+    (d->top().literal == literal) ? close(now) : end(literal);
+}
+
+void PerfMon::close(int64 now) {
+    PerfSection& top = *d->open.back();
     const int64 duration = std::max(now - top.startTime, int64{0}); // the wall clock may be set back
     if (duration > kBlockingTicks) noteBlocking(duration);
     top.add(static_cast<uint64>(duration));

@@ -28,13 +28,14 @@ public:
     /// Opens the section @p name inside the one that is open. Allocates on the first use of a name there.
     /// @errors with 33 sections open: logged, without an effect.
     void begin(const char* name);
-    /// The same at the time @p now, a UTC stamp that the caller has just read.
-    void begin(const char* name, int64 now);
     /// Closes the section @p name, which must be the last one opened.
     /// @errors another name: logged, without an effect.
     void end(const char* name);
-    /// The same at the time @p now, a UTC stamp that the caller has just read.
-    void end(const char* name, int64 now);
+    /// As begin() at the time @p now, a UTC stamp that the caller has just read.
+    /// @param literal  stays where it is, unchanged, for as long as the process runs.
+    void beginLiteral(const char* literal, int64 now);
+    /// As end(), for beginLiteral().
+    void endLiteral(const char* literal, int64 now);
 
     /// Rebuilds the report and starts to measure anew, if the last time was 2001 ms ago or more.
     void updateReport();
@@ -54,6 +55,9 @@ public:
 private:
     struct Private;
 
+    bool isFull() const;
+    void open(PerfSection& section, int64 now);
+    void close(int64 now);
     void noteBlocking(int64 duration);
 
     std::unique_ptr<Private> d;

@@ -45,6 +45,10 @@ void Scheduler::cancelAll() {
     }
 }
 
+bool Scheduler::isDue() const {
+    return unitStart() != m_lastTick;
+}
+
 void Scheduler::tick() {
     const uint32 now = unitStart();
     if (now == m_lastTick) return;

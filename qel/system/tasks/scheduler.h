@@ -37,6 +37,8 @@ public:
     /// Moves the wheel to the present time and fires what is due; after a long stall every slot once.
     /// An alarm may schedule itself from its own trigger; with 0 seconds it runs again in the same step.
     void tick();
+    /// Whether tick() has a step to make.
+    bool isDue() const;
 
 private:
     void fireSlot(internal::AlarmLink& ring);
