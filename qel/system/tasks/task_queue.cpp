@@ -236,18 +236,19 @@ void TaskQueue::wait() {
 /// Looks out for the end for some microseconds, which saves the cost of sleeping and being woken. Workers
 /// leave it to such a waiter to call further workers, since short tasks don't need them.
 void TaskQueue::waitBriefly() {
-    constexpr int kRounds = 200;
     constexpr int kRoundOfCall = 32;
     if (activeCount() == 0) return;
     ThreadPool& pool = *system()->getThreadPool();
+    const int rounds = m_waitBudget.rounds();
     m_briefWaiters.fetch_add(1);
-    for (int round = 0; round < kRounds && activeCount() != 0; ++round) {
+    for (int round = 0; round < rounds && activeCount() != 0; ++round) {
         platform::relaxCpu();
         if (round < kRoundOfCall) continue;
         if (round == kRoundOfCall) pool.callWorkerForPendingRuns();
         if (pool.isEveryProcessorBusy()) break;
     }
     m_briefWaiters.fetch_sub(1);
+    m_waitBudget.note(activeCount() == 0);
     if (activeCount() != 0) pool.callWorkerForPendingRuns();
 }
 

@@ -202,12 +202,13 @@ bool ThreadPool::isEveryProcessorBusy() const {
 }
 
 /// Waits some microseconds for something to do, without the lock.
-void ThreadPool::lookOut() const {
-    constexpr int kRounds = 400;
-    for (int round = 0; round < kRounds; ++round) {
-        if (m_pendingUnits.load(std::memory_order_relaxed) != 0) return;
+void ThreadPool::lookOut() {
+    bool hasWork = false;
+    for (int rounds = m_lookOutBudget.rounds(); rounds != 0 && !hasWork; --rounds) {
         platform::relaxCpu();
+        hasWork = m_pendingUnits.load(std::memory_order_relaxed) != 0;
     }
+    m_lookOutBudget.note(hasWork);
 }
 
 void ThreadPool::sleepLocked() {

@@ -5,6 +5,7 @@
 #include <qel/foundation/base/object.h>
 #include <qel/foundation/base/types.h>
 #include <qel/platform/api.h>
+#include <qel/system/tasks/spin_budget_p.h>
 
 #include <array>
 #include <atomic>
@@ -73,7 +74,7 @@ private:
     bool countRunInLocked(const TaskQueue& queue) QEL_REQUIRES(m_mutex);
     void countRunOutLocked(bool isIO) QEL_REQUIRES(m_mutex);
     bool callWorkerLocked() QEL_REQUIRES(m_mutex);
-    void lookOut() const;
+    void lookOut();
     void sleepLocked() QEL_REQUIRES(m_mutex);
     void addPendingLocked(uint32 units) QEL_REQUIRES(m_mutex);
 
@@ -82,6 +83,7 @@ private:
     uint32 m_lastSweepTime;                // main thread
     std::atomic<uint32> m_pendingUnits{0}; // sum of the units in m_runs; written under the mutex
     std::atomic<uint32> m_runningCount{0}; // workers inside a queue
+    SpinBudget m_lookOutBudget;
 
     mutable Mutex m_mutex; // behind every queue's
     std::condition_variable m_wake;
