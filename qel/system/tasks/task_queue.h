@@ -6,7 +6,7 @@
 #include <qel/foundation/base/object.h>
 #include <qel/foundation/base/types.h>
 #include <qel/platform/api.h>
-#include <qel/system/tasks/spin_budget_p.h>
+#include <qel/system/tasks/spin_budget.h>
 
 #include <atomic>
 #include <condition_variable>
@@ -201,7 +201,7 @@ private:
     std::atomic<bool> m_aborting{false};
     std::atomic<uint32> m_workload{0};
     std::atomic<uint32> m_briefWaiters{0}; // threads in wait() that haven't gone to sleep
-    SpinBudget m_waitBudget;
+    internal::SpinBudget m_waitBudget;
 
     mutable Mutex m_mutex; // before ThreadPool's and MainPool's
     std::condition_variable m_idle;

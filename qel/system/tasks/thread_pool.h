@@ -5,7 +5,7 @@
 #include <qel/foundation/base/object.h>
 #include <qel/foundation/base/types.h>
 #include <qel/platform/api.h>
-#include <qel/system/tasks/spin_budget_p.h>
+#include <qel/system/tasks/spin_budget.h>
 
 #include <array>
 #include <atomic>
@@ -83,7 +83,7 @@ private:
     uint32 m_lastSweepTime;                // main thread
     std::atomic<uint32> m_pendingUnits{0}; // sum of the units in m_runs; written under the mutex
     std::atomic<uint32> m_runningCount{0}; // workers inside a queue
-    SpinBudget m_lookOutBudget;
+    internal::SpinBudget m_lookOutBudget;
 
     mutable Mutex m_mutex; // behind every queue's
     std::condition_variable m_wake;

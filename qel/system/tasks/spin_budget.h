@@ -5,7 +5,7 @@
 
 #include <atomic>
 
-namespace qel {
+namespace qel::internal {
 
 /// Learns whether it pays to stay awake: where what is waited for tends to come within microseconds, a thread
 /// that spins meets it for a hundredth of the cost of being woken. After a few vain tries, as on a crowded
@@ -33,4 +33,4 @@ private:
     std::atomic<uint32> m_failures{0}; // in a row
 };
 
-} // namespace qel
+} // namespace qel::internal
