@@ -87,5 +87,6 @@
 #include <qel/system/tasks/parallel.h>
 #include <qel/system/tasks/perfmon.h>
 #include <qel/system/tasks/scheduler.h>
+#include <qel/system/tasks/spin_budget.h>
 #include <qel/system/tasks/task_queue.h>
 #include <qel/system/tasks/thread_pool.h>
