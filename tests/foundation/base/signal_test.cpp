@@ -133,6 +133,30 @@ TEST_F(SignalTest, AConnectionThatNestedCallsRemovedLivesUntilTheOutermostReturn
     EXPECT_EQ(state.use_count(), 1);
 }
 
+TEST_F(SignalTest, AListenerRemovedInANestedEmissionKeepsItsStateUntilItReturns) {
+    const auto state = std::make_shared<int>(1);
+    SignalConnection* self = signal->connect([&, state] {
+        (*signal)();
+        calls += std::to_string(*state);
+    });
+    connect('b', once([&] { signal->disconnect(self); }));
+    EXPECT_EQ(emit(), "b1b");
+    EXPECT_EQ(state.use_count(), 1);
+}
+
+TEST_F(SignalTest, AListenerMayRemoveItselfAndThrow) {
+    const auto state = std::make_shared<int>(1);
+    SignalConnection* self = nullptr;
+    self = signal->connect([&, state] {
+        signal->disconnect(self);
+        throw *state;
+    });
+    connect('b');
+    EXPECT_THROW((*signal)(), int);
+    EXPECT_EQ(state.use_count(), 1);
+    EXPECT_EQ(emit(), "b");
+}
+
 TEST_F(SignalTest, AListenerMayDestroyTheSignal) {
     for (int others : {0, 2}) {
         signal = std::make_unique<Signal<void()>>();

@@ -81,6 +81,25 @@ TEST_F(PerfMonTest, ABlockingSectionIsLoggedAndCountedOnTheTopmostLevelOnly) {
     EXPECT_EQ(perfMon.getBlockingTimeMillis(), 10001u);
 }
 
+TEST_F(PerfMonTest, ALiteralNamesTheSameSectionAsItsText) {
+    static const char kFirst[] = "a", kSecond[] = "a";
+    for (const char* literal : {kFirst, kSecond, kFirst}) {
+        perfMon.beginLiteral(literal, 0);
+        perfMon.endLiteral(literal, 100'000);
+    }
+    section("a", 20);
+    EXPECT_EQ(reportAfter(3000), " * 100.00% 100.00% 20.0ms a\n");
+}
+
+TEST_F(PerfMonTest, ALiteralEndsNoOtherSection) {
+    perfMon.beginLiteral("a", 0);
+    perfMon.endLiteral("b", 0);
+    log.expect(3, "[PERFMON] mismatch begin(a) to end(b)");
+    perfMon.endLiteral("a", 0);
+    perfMon.endLiteral("a", 0);
+    log.expect(3, "[PERFMON] mismatch begin() to end(a)");
+}
+
 TEST_F(PerfMonTest, AWallClockSetBackCountsAsNoTime) {
     perfMon.begin("a");
     clock.setUtcTicks(clock.utcTicks() - 36'000'000'000);
