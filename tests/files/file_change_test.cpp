@@ -11,6 +11,7 @@ namespace {
 namespace fs = std::filesystem;
 using platform::FileOperation;
 using test::FailingFiles;
+using Duration = FailingFiles::Duration;
 
 constexpr const char* kOld = "old content";
 constexpr const char* kNew = "the new content";
@@ -63,21 +64,13 @@ TEST_F(FileChange, WhatCannotBeDoneIsToldWithTheReason) {
 
 TEST_F(FileChange, AMoveBetweenDisksCopiesAndRemoves) {
     folder.write("from", kNew);
-    FailingFiles files(0, std::errc::cross_device_link, FailingFiles::Duration::Once, FileOperation::Rename);
+    FailingFiles files(0, std::errc::cross_device_link, Duration::Once, FileOperation::Rename);
     EXPECT_TRUE(File::moveFile(path("from"), path("to")));
     EXPECT_EQ(folder.read("to"), kNew);
     EXPECT_FALSE(folder.has("from"));
 }
 
-TEST_F(FileChange, EmptyFilesHaveTheSizeAskedFor) {
-    folder.write("file", kOld);
-    for (const bool sparse : {true, false}) {
-        EXPECT_TRUE(File::createEmptyFile(path("file"), 5, sparse));
-        EXPECT_EQ(folder.read("file"), std::string(5, '\0'));
-    }
-}
-
-TEST_F(FileChange, TouchAndTruncateKeepWhatTheyDoNotCut) {
+TEST_F(FileChange, TouchAndTruncateKeepWhatTheyDoNotCutAndAnEmptyFileKeepsNothing) {
     ASSERT_FALSE(platform::setModified(folder.write("file", kOld).c_str(), &kLongAgo));
     const auto before = fs::last_write_time(path("file"));
     EXPECT_TRUE(File::touchFile(path("file")));
@@ -86,24 +79,14 @@ TEST_F(FileChange, TouchAndTruncateKeepWhatTheyDoNotCut) {
     EXPECT_EQ(folder.read("file"), "old");
     EXPECT_TRUE(File::touchFile(path("made")));
     EXPECT_EQ(folder.read("made"), "");
-}
-
-TEST_F(FileChange, StandardHandlesAndStreamsReadAndWrite) {
-    *File::openStdFileStream(path("file"), std::ios::out | std::ios::binary) << "stream";
-    std::FILE* file = File::openFileHandle(path("file"), "ab");
-    ASSERT_NE(file, nullptr);
-    EXPECT_GT(std::fputs("+more", file), -1);
-    std::fclose(file);
-    std::string word;
-    EXPECT_TRUE(*File::openStdFileStream(path("file"), std::ios::in) >> word);
-    EXPECT_EQ(word, "stream+more");
-    EXPECT_EQ(File::openStdFileStream(path("missing"), std::ios::in), nullptr);
-    EXPECT_EQ(File::openStdFileStream(path("x"), std::ios::trunc), nullptr);
-    EXPECT_EQ(File::openFileHandle(path("missing"), "r"), nullptr);
+    for (const bool sparse : {true, false}) {
+        EXPECT_TRUE(File::createEmptyFile(path("file"), 5, sparse));
+        EXPECT_EQ(folder.read("file"), std::string(5, '\0'));
+    }
 }
 
 TEST_F(FileChange, WritesGoOnAfterShortAndInterruptedOnes) {
-    FailingFiles files(4, std::errc::interrupted, FailingFiles::Duration::Once);
+    FailingFiles files(4, std::errc::interrupted, Duration::Once);
     files.makeShort();
     EXPECT_TRUE(File::writeFile(path("file"), ConstByteSpan::fromText(kNew)));
     EXPECT_EQ(folder.read("file"), kNew);
@@ -111,8 +94,7 @@ TEST_F(FileChange, WritesGoOnAfterShortAndInterruptedOnes) {
 }
 
 TEST_F(FileChange, AFailedWriteIsTrueAndLogged) {
-    FailingFiles files(0, std::errc::no_space_on_device, FailingFiles::Duration::ForGood,
-                       FileOperation::Write);
+    FailingFiles files(0, std::errc::no_space_on_device, Duration::ForGood, FileOperation::Write);
     EXPECT_TRUE(File::writeFile(path("file"), ConstByteSpan::fromText(kNew)));
     log.expect(3, "cant write file '" + path("file") + "' of 15 bytes; No space left on device");
     EXPECT_TRUE(File::writeFileCompressed(path("file"), ConstByteSpan::fromText(kNew)));
@@ -142,7 +124,7 @@ const Change kChanges[] = {
      [](const auto& folder) { return File::createEmptyFile(folder.path("made"), 100, true); }, 3},
 };
 
-class FailedChange : public ::testing::TestWithParam<std::tuple<FailingFiles::Duration, std::errc>> {
+class FailedChange : public ::testing::TestWithParam<std::tuple<Duration, std::errc>> {
 protected:
     /// @return whether no operation was left to fail.
     bool failAt(int step, const Change& change) {
@@ -164,7 +146,7 @@ protected:
         EXPECT_EQ(log.take().size(), 1u);
         EXPECT_EQ(folder.read("from"), kNew);
         EXPECT_EQ(folder.read("to"), kOld);
-        const bool mayRemove = duration == FailingFiles::Duration::Once;
+        const bool mayRemove = duration == Duration::Once;
         if (mayRemove) EXPECT_EQ(folder.countEntries(), 2);
         return false;
     }
@@ -181,10 +163,10 @@ TEST_P(FailedChange, LeavesEachFileAsItWasAndNothingElseBehind) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    EveryFault, FailedChange,
-    ::testing::Combine(::testing::Values(FailingFiles::Duration::Once, FailingFiles::Duration::ForGood),
-                       ::testing::Values(std::errc::no_space_on_device, std::errc::io_error)));
+INSTANTIATE_TEST_SUITE_P(EveryFault, FailedChange,
+                         ::testing::Combine(::testing::Values(Duration::Once, Duration::ForGood),
+                                            ::testing::Values(std::errc::no_space_on_device,
+                                                              std::errc::io_error)));
 
 } // namespace
 } // namespace qel

@@ -81,15 +81,5 @@ TEST_F(FileQuery, ComparesWholeContents) {
     log.expect(3, "cant open file '" + path("missing") + "'");
 }
 
-TEST_F(FileQuery, PrefetchTellsWhatItDoesAndIsQuietAboutAMissingFile) {
-    File::prefetchFileIfPossible(path("missing"));
-    EXPECT_TRUE(log.take().empty());
-    File::prefetchFileIfPossible(folder.write("file", "12345"));
-    const auto lines = log.take();
-    ASSERT_EQ(lines.size(), 2u);
-    EXPECT_TRUE(lines[0].text.starts_with("prefetching file '" + path("file") + "', TotalPhysicalMemory="));
-    EXPECT_TRUE(lines[0].text.ends_with(", FileSize=5"));
-}
-
 } // namespace
 } // namespace qel

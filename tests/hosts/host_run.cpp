@@ -40,12 +40,6 @@ void HostTest::writePlugin(const std::string& plugin, const std::string& file, s
     writeText(scratch() / "plugins" / plugin / file, text);
 }
 
-void HostTest::copyCatalogue() const {
-    std::filesystem::create_directories(scratch() / "plugins");
-    std::filesystem::copy(sourceDir() + "/resources/plugins/catalogue", scratch() / "plugins" / "catalogue",
-                          std::filesystem::copy_options::recursive);
-}
-
 void writeText(const std::filesystem::path& path, std::string_view text) {
     std::filesystem::create_directories(path.parent_path());
     std::ofstream(path, std::ios::binary) << text;

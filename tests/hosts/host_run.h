@@ -25,8 +25,6 @@ protected:
 
     /// Runs qelhost with @p arguments in the scratch folder, and waits for its end.
     HostRun run(const std::vector<std::string>& arguments) const;
-    /// Runs qelhost on the plugins of the scratch folder.
-    HostRun runPlugins() const { return run({"--plugins", (scratch() / "plugins").string()}); }
     /// Runs qelhost on the catalogue of the source tree. @param language  empty for none.
     HostRun runCatalogue(const std::string& language, const Path& folder) const;
 
@@ -34,8 +32,6 @@ protected:
     Path scratch() const { return m_folder.path(); }
     /// Writes @p text to a file of a plugin in the scratch folder.
     void writePlugin(const std::string& plugin, const std::string& file, std::string_view text) const;
-    /// Puts a copy of the catalogue beside the plugins of the scratch folder.
-    void copyCatalogue() const;
 
 private:
     ScratchFolder m_folder;
