@@ -13,9 +13,6 @@ namespace qel::test {
 /// A test that leaves references to the System open fails.
 class SystemFixture : public ::testing::Test {
 protected:
-    /// @param steadyNanoseconds  where the steady clock starts.
-    explicit SystemFixture(int64 steadyNanoseconds = 1'000'000'000) : clock(steadyNanoseconds) {}
-
     void SetUp() override {
         Clock::install(&clock);
         System::initialize({});
@@ -37,7 +34,7 @@ protected:
         system().processEvents(flags);
     }
 
-    ManualClock clock;
+    ManualClock clock{1'000'000'000};
 };
 
 } // namespace qel::test

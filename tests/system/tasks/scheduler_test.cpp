@@ -72,20 +72,14 @@ TEST_F(SchedulerTest, AnAlarmFiresOnceWhenTheWheelHasComeRoundModulo64) {
     EXPECT_EQ(tickUnits(200), "");
 }
 
-TEST_F(SchedulerTest, AfterALongStallEveryAlarmFiresOnce) {
-    const SmartPointer<Alarm> a = makeAlarm('a'), b = makeAlarm('b');
+TEST_F(SchedulerTest, AfterALongStallEveryAlarmFiresOnceAndThoseThatNobodyHoldsDie) {
+    SmartPointer<Alarm> a = makeAlarm('a'), b = makeAlarm('b');
+    const WeakPointer<Alarm> weak(b);
     b->scheduleInSeconds(40);
     a->scheduleInSeconds(3);
-    EXPECT_EQ(tickAfter(600'000), "ab");
-}
-
-TEST_F(SchedulerTest, AnAlarmThatNobodyHoldsFiresAndThenDies) {
-    SmartPointer<Alarm> alarm = makeAlarm('a');
-    const WeakPointer<Alarm> weak(alarm);
-    alarm->scheduleInSeconds(1);
-    alarm.reset();
+    b.reset();
     EXPECT_TRUE(weak);
-    EXPECT_EQ(tickUnits(2), "a");
+    EXPECT_EQ(tickAfter(600'000), "ab");
     EXPECT_FALSE(weak);
 }
 
@@ -130,8 +124,10 @@ TEST_F(SchedulerTest, AlarmsFireInTimeWhileTheMillisecondsWrap) {
     const SmartPointer<Alarm> before = makeAlarm('b'), after = makeAlarm('a');
     before->scheduleInSeconds(50);
     after->scheduleInSeconds(62);
-    EXPECT_EQ(tickUnits(49) + tickUnits(2), "b");
-    EXPECT_EQ(tickUnits(10) + tickUnits(2), "a");
+    EXPECT_EQ(tickUnits(49), "");
+    EXPECT_EQ(tickUnits(2), "b");
+    EXPECT_EQ(tickUnits(10), "");
+    EXPECT_EQ(tickUnits(2), "a");
     EXPECT_LT(system().getTimeFast(), 60'000u); // it has wrapped
 }
 
