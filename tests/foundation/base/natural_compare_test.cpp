@@ -2,10 +2,9 @@
 
 #include <gtest/gtest.h>
 
-namespace qel {
-namespace {
+using namespace qel;
 
-int compare(const char* a, const char* b) {
+static int compare(const char* a, const char* b) {
     return String::natural_compare(a, b);
 }
 
@@ -34,6 +33,3 @@ TEST(NaturalCompare, LongDigitRunsWrapAndKeepTheirSigns) {
     const String longRun(100000, '9');
     EXPECT_EQ(String::natural_compare(longRun, longRun), 0);
 }
-
-} // namespace
-} // namespace qel

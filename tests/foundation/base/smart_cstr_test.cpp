@@ -4,8 +4,7 @@
 
 #include <gtest/gtest.h>
 
-namespace qel {
-namespace {
+using namespace qel;
 
 TEST(SmartCStr, IsNeverNullWhateverTheKindOfText) {
     SmartCStr text(static_cast<const char*>(nullptr));
@@ -44,6 +43,3 @@ TEST(SmartCStr, StepsAndPartsStopAtTheEnd) {
     EXPECT_EQ(++text, "");
     EXPECT_EQ(text.begin(), text.end());
 }
-
-} // namespace
-} // namespace qel

@@ -4,8 +4,8 @@
 
 #include <gtest/gtest.h>
 
-namespace qel::util {
-namespace {
+using namespace qel;
+using namespace qel::util;
 
 TEST(Unicode, CodePage1252AndItsReverseAgree) {
     for (uint32 byte = 0; byte < 256; ++byte) {
@@ -52,6 +52,3 @@ TEST(Unicode, WesternEuropeanIsLatin1AndCodePage1252) {
     for (const uint32 other : {0x100u, 0x416u, kNoCodePoint})
         EXPECT_FALSE(unicode_is_western_european(other));
 }
-
-} // namespace
-} // namespace qel::util

@@ -9,16 +9,6 @@ using logging::MessageStream;
 
 namespace {
 
-/// Counts how often it was formatted.
-struct Printed {
-    static inline int count = 0;
-};
-
-std::ostream& operator<<(std::ostream& out, const Printed&) {
-    ++Printed::count;
-    return out;
-}
-
 /// Lets lines go to standard output and takes them there; restores everything at the end.
 class Console : public testing::Test {
 protected:
@@ -67,19 +57,16 @@ TEST_F(Console, ShowsTheTimeSinceTheBackendsStartOnlyWithABackend) {
     EXPECT_EQ(written(), "before\n[  1.042] [WARNING] technical\n<99001.042> customer\ntimeless\n");
 }
 
-TEST_F(Console, HidesVerboseLinesUnformattedUnlessTheBackendHearsThem) {
+TEST_F(Console, HidesVerboseLinesButTheBackendHearsThem) {
     logging::g_hideVerboseOutputInConsole = true;
-    MessageStream(0, 2) << Printed();
-    EXPECT_EQ(Printed::count, 0);
     LogBackend::registerBackend(false);
     logging::g_hideTimeInConsole = true;
     std::string heard;
     LogBackend::getSignalNewLogMessage().connect(
         [&](int level, const char* text) { heard += std::to_string(level) + text + ";"; });
-    MessageStream(0, 2) << "by level" << Printed();
+    MessageStream(0, 2) << "by level";
     MessageStream(1, 2) << "by [VERBOSE] tag";
     MessageStream(1, 2) << "shown";
-    EXPECT_EQ(Printed::count, 1);
     EXPECT_EQ(written(), "shown\n");
     EXPECT_EQ(heard, "0[VERBOSE] by level;1by [VERBOSE] tag;1shown;");
 }

@@ -9,9 +9,10 @@
 #include <cerrno>
 #include <cfloat>
 #include <climits>
+#include <cmath>
 #include <iomanip>
-#include <limits>
 #include <sstream>
+#include <system_error>
 #include <thread>
 
 using qel::logging::MessageStream;
@@ -33,17 +34,6 @@ void expectToPrintAsOnAStream(const T&... values) {
     EXPECT_EQ(capture.take(), (std::vector<LogLine>{{1, 2, stream.str()}}));
 }
 
-struct Point {
-    int x;
-    int y;
-};
-
-std::ostream& operator<<(std::ostream& out, const Point& point) {
-    return out << '(' << point.x << ", " << point.y << ')';
-}
-
-enum Plain { kPlainValue = 3 };
-
 /// Writes a line of its own while a line is being built.
 struct Talkative {};
 
@@ -55,15 +45,14 @@ std::ostream& operator<<(std::ostream& out, const Talkative&) {
 } // namespace
 
 TEST(MessageStream, PrintsAsAStandardStreamDoes) {
+    enum Plain { kPlainValue = 3 };
     expectToPrintAsOnAStream(true, short{-1}, INT_MIN, UINT_MAX, LLONG_MIN, ULLONG_MAX, kPlainValue);
     expectToPrintAsOnAStream('c', static_cast<signed char>('s'), static_cast<unsigned char>('u'), '\0');
     expectToPrintAsOnAStream("literal", std::string("zero\0inside", 11), std::string_view("view"),
                              qel::String("String"));
-    expectToPrintAsOnAStream(Point{1, -2}, static_cast<const void*>("address"), nullptr);
-    constexpr double kInfinity = std::numeric_limits<double>::infinity();
-    for (const double value :
-         {0.0, -0.0, 1.0, 0.1, 1e5, 123456.5, 999999.5, 1e6, 1e-4, 1e-5, 1.0 / 3, DBL_MAX, DBL_MIN, 4.9e-324,
-          kInfinity, -kInfinity, std::numeric_limits<double>::quiet_NaN()}) {
+    expectToPrintAsOnAStream(std::error_code(), static_cast<const void*>("address"), nullptr);
+    for (const double value : {0.0, -0.0, 1.0, 0.1, 1e5, 123456.5, 999999.5, 1e6, 1e-4, 1e-5, 1.0 / 3,
+                               DBL_MAX, DBL_MIN, 4.9e-324, HUGE_VAL, -HUGE_VAL, std::nan("")}) {
         expectToPrintAsOnAStream(value, static_cast<float>(value * (value > FLT_MAX ? 0 : 1)),
                                  static_cast<long double>(value));
     }
@@ -72,7 +61,7 @@ TEST(MessageStream, PrintsAsAStandardStreamDoes) {
 TEST(MessageStream, ObeysManipulatorsForTheRestOfTheLineOnly) {
     expectToPrintAsOnAStream(std::hex, std::showbase, 255, std::setw(6), std::left, "x", std::dec,
                              std::setprecision(3), 2.0 / 3, std::boolalpha, true);
-    expectToPrintAsOnAStream(255, 2.0 / 3, true, Point{3, 4});
+    expectToPrintAsOnAStream(255, 2.0 / 3, true);
 }
 
 TEST(MessageStream, ALineMayBeBuiltWhileAnotherIs) {
@@ -109,26 +98,15 @@ TEST(MessageStream, ShortFormsSpeakToTheTechnicalLog) {
     qel::logging::warning() << "w";
     qel::logging::error() << "e";
     qel::internal::logLine(4, "a");
+    MessageStream(3, -1) << "off" << Talkative(); // nor is anything formatted
     EXPECT_EQ(capture.take(),
               (std::vector<LogLine>{{0, 2, "v"}, {1, 2, "i"}, {2, 2, "w"}, {3, 2, "e"}, {4, 2, "a"}}));
 }
 
-TEST(MessageStream, ChannelsMinusOneSwitchALineOff) {
-    LogCapture capture;
-    MessageStream(3, -1) << "nothing" << Talkative() << std::endl;
-    EXPECT_TRUE(capture.take().empty()) << "nor is anything formatted";
-}
-
 TEST(LogOStream, SendsEachLineAtItsNewline) {
     LogCapture capture;
-    {
-        qel::logging::LogOStream stream(2);
-        stream << "one " << 1 << "\ntwo\n" << std::flush;
-        capture.expect(2, "one 1");
-        capture.expect(2, "two");
-        stream << "lost without a newline";
-    }
-    EXPECT_TRUE(capture.take().empty());
+    qel::logging::LogOStream(2) << "one " << 1 << "\ntwo\n" << std::flush << "lost without a newline";
+    EXPECT_EQ(capture.take(), (std::vector<LogLine>{{2, 2, "one 1"}, {2, 2, "two"}}));
 }
 
 TEST(SystemErrors, AreTextsToEndALineWith) {
