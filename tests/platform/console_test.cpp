@@ -46,9 +46,7 @@ public:
     bool isThere() const { return m_isThere; }
     const char* path() const { return ptsname(m_control); }
     void setColumns(unsigned short columns) const {
-        winsize size{};
-        size.ws_row = 24;
-        size.ws_col = columns;
+        const winsize size{24, columns, 0, 0};
         ioctl(m_control, TIOCSWINSZ, &size);
     }
 

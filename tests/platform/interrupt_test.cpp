@@ -28,56 +28,39 @@ TEST_F(Interrupt, EachOfItsSignalsSetsTheFlagInsteadOfEndingTheProcess) {
     }
 }
 
-TEST_F(Interrupt, RemovalPutsBackWhatWasThereBefore) {
-    const auto before = std::signal(SIGTERM, SIG_IGN);
+TEST_F(Interrupt, AnIgnoredHangupStaysIgnoredAndRemovalPutsBackWhatWasThereBefore) {
+    const auto hangup = std::signal(SIGHUP, SIG_IGN);
+    const auto termination = std::signal(SIGTERM, SIG_IGN);
     installInterruptHandler();
-    installInterruptHandler();
-    removeInterruptHandler();
-    EXPECT_EQ(std::signal(SIGTERM, before), SIG_IGN);
-}
-
-TEST_F(Interrupt, AnIgnoredHangupStaysIgnored) {
-    const auto before = std::signal(SIGHUP, SIG_IGN);
     installInterruptHandler();
     std::raise(SIGHUP);
     EXPECT_FALSE(wasInterrupted());
     removeInterruptHandler();
-    std::signal(SIGHUP, before);
+    EXPECT_EQ(std::signal(SIGTERM, termination), SIG_IGN);
+    EXPECT_EQ(std::signal(SIGHUP, hangup), SIG_IGN);
 }
-
-/// Two ends of a pipe whose reading end is closed.
-class BrokenPipe {
-public:
-    BrokenPipe() {
-        EXPECT_EQ(pipe(m_ends.data()), 0);
-        close(m_ends[0]);
-    }
-    ~BrokenPipe() { close(m_ends[1]); }
-
-    /// @return the error of a write, 0 for none
-    int write() const { return ::write(m_ends[1], "x", 1) < 0 ? errno : 0; }
-
-private:
-    std::array<int, 2> m_ends{};
-};
 
 int g_brokenPipeSignals = 0;
 
 TEST(BrokenPipeGuard, TurnsTheSignalIntoAnErrorOfTheWrite) {
     const auto before = std::signal(SIGPIPE, [](int) { ++g_brokenPipeSignals; });
-    const BrokenPipe pipe;
+    std::array<int, 2> ends{};
+    ASSERT_EQ(pipe(ends.data()), 0);
+    close(ends[0]);
+    const auto errorOfWrite = [&] { return write(ends[1], "x", 1) < 0 ? errno : 0; };
     {
         const BrokenPipeGuard guard;
-        EXPECT_EQ(pipe.write(), EPIPE);
+        EXPECT_EQ(errorOfWrite(), EPIPE);
         {
             const BrokenPipeGuard inner;
-            EXPECT_EQ(pipe.write(), EPIPE);
+            EXPECT_EQ(errorOfWrite(), EPIPE);
         }
     }
     EXPECT_EQ(g_brokenPipeSignals, 0);
-    EXPECT_EQ(pipe.write(), EPIPE);
+    EXPECT_EQ(errorOfWrite(), EPIPE);
     EXPECT_EQ(g_brokenPipeSignals, 1) << "the host's own handling must be as it was";
     std::signal(SIGPIPE, before);
+    close(ends[1]);
 }
 
 } // namespace

@@ -9,7 +9,6 @@
 #include <bit>
 #include <cerrno>
 #include <csignal>
-#include <list>
 #include <thread>
 #include <vector>
 
@@ -47,13 +46,12 @@ TEST(Machine, MemoryOfTheProcessGrowsByWhatItTouches) {
 TEST(ProcessSelf, LocaleNameIsTheFirstVariableThatSaysSomething) {
     const EnvironmentVariable none("LANG", nullptr), type("LC_CTYPE", nullptr), all("LC_ALL", "");
     EXPECT_EQ(userLocaleName(), "C");
-    const char* const variables[] = {"LANG", "LC_CTYPE", "LC_ALL"}; // each overrides those before it
-    std::list<EnvironmentVariable> set;
-    for (const char* name : variables) {
-        set.emplace_back(name, name);
-        EXPECT_EQ(userLocaleName(), name);
-    }
-    set.clear();
+    const EnvironmentVariable language("LANG", "de_DE.UTF-8");
+    EXPECT_EQ(userLocaleName(), "de_DE.UTF-8");
+    const EnvironmentVariable otherType("LC_CTYPE", "fr_FR");
+    EXPECT_EQ(userLocaleName(), "fr_FR");
+    const EnvironmentVariable otherAll("LC_ALL", "tr_TR");
+    EXPECT_EQ(userLocaleName(), "tr_TR");
 }
 
 TEST(ProcessSelfDeathTest, EndsAtOnceWithTheStatus) {
@@ -75,16 +73,12 @@ TEST(ProcessSelfDeathTest, ABreakPointWithoutADebuggerEndsTheProcess) {
         testing::KilledBySignal(SIGTRAP), "");
 }
 
-TEST(SystemError, TextsFollowTheCodes) {
-    EXPECT_EQ(errorText(ENOENT), "No such file or directory");
-    EXPECT_EQ(errorText(99999), "Unknown error 99999");
-    EXPECT_EQ(errorText(std::int64_t{1} << 40), "Unknown error 1099511627776");
-}
-
-TEST(SystemError, EveryThreadHasItsOwnLastCode) {
+TEST(SystemError, EveryThreadHasItsOwnLastCodeAndAnyCodeHasAText) {
     errno = EACCES;
     std::thread([] { errno = ENOENT; }).join();
     EXPECT_EQ(lastErrorCode(), EACCES);
+    EXPECT_EQ(errorText(ENOENT), "No such file or directory");
+    EXPECT_EQ(errorText(std::int64_t{1} << 40), "Unknown error 1099511627776");
 }
 
 } // namespace

@@ -43,28 +43,24 @@ protected:
 
 TEST_F(PluginsTest, OnlyFoldersArePlugins) {
     for (const char* name : {"one/readme", "two/readme", "file"}) folder.write(name, "");
-    Plugins::Hashes hashes = plugins->getPluginHashes();
-    ASSERT_EQ(hashes.size(), 2u);
-    EXPECT_EQ(hashes.begin()->first, "one");
-    EXPECT_EQ(hashes.begin()->second, qel::Directory::getDirectoryHash(folder.path("one")));
+    const auto hashOf = [&](const char* name) { return qel::Directory::getDirectoryHash(folder.path(name)); };
+    EXPECT_EQ(plugins->getPluginHashes(), (Plugins::Hashes{{"one", hashOf("one")}, {"two", hashOf("two")}}));
     plugins->setPath("/no/such/folder");
     EXPECT_TRUE(plugins->getPluginHashes().empty());
     plugins->executeBootstrapScripts(true);
 }
 
 TEST_F(PluginsTest, AllPathsComeBeforeAllAutoexecsBeforeAllMains) {
-    folder.write("b/autoexec.sq", "trace += \"auto-b \"");
-    folder.write("b/main.sq", "trace += \"main-b \"");
-    folder.write("b/helper.sq", "trace += \"helper \"");
-    folder.write("a/autoexec.sq", "import(\"helper\"); trace += \"auto-a \"");
-    folder.write("a/main.sq", "trace += \"main-a \"");
+    for (const std::string file : {"b/autoexec", "b/main", "b/helper", "a/main"})
+        folder.write(file + ".sq", "trace += \"" + file + " \"");
+    folder.write("a/autoexec.sq", "import(\"helper\"); trace += \"a/autoexec \"");
     LogCapture capture;
     plugins->executeBootstrapScripts(true);
-    EXPECT_EQ(trace(), "helper auto-a auto-b ");
+    EXPECT_EQ(trace(), "b/helper a/autoexec b/autoexec ");
     capture.expect(1, "[a] starting main");
     capture.expect(1, "[b] starting main");
     vm().processEvents();
-    EXPECT_EQ(trace(), "helper auto-a auto-b main-a main-b ");
+    EXPECT_EQ(trace(), "b/helper a/autoexec b/autoexec a/main b/main ");
     EXPECT_TRUE(capture.take().empty());
 }
 

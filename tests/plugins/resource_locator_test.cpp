@@ -46,18 +46,14 @@ TEST_F(ResourceLocatorTest, TheHighestPriorityAnswersWhateverTheOrder) {
     EXPECT_FALSE(system().loadResourceAsync("x", [](const Buffer&) {}));
 }
 
-TEST_F(ResourceLocatorTest, AFolderIsTakenOnceAndAMissingOneWithAWarning) {
+TEST_F(ResourceLocatorTest, AFolderIsTakenOnceUntilItIsRemovedAndAMissingOneWithAWarning) {
+    folder.write("x", "X");
     LogCapture log;
-    EXPECT_NE(locator().addResourceDirectory(folder.path()), nullptr);
+    SmartPointer<ResourceProvider> provider = locator().addResourceDirectory(folder.path());
     EXPECT_EQ(locator().addResourceDirectory(folder.path() + "/"), nullptr);
     log.expect(1, "resource locator already contains resource directory '" + folder.path() + "/'");
     EXPECT_NE(locator().addResourceDirectory(folder.path("missing")), nullptr);
     log.expect(2, "resource directory '" + folder.path("missing") + "' does not exist");
-}
-
-TEST_F(ResourceLocatorTest, ARemovedProviderIsAskedNoMore) {
-    folder.write("x", "X");
-    SmartPointer<ResourceProvider> provider = locator().addResourceDirectory(folder.path());
     EXPECT_EQ(load("x"), "X");
     for (ResourceProvider* gone : {provider.get(), provider.get(), static_cast<ResourceProvider*>(nullptr)})
         locator().removeResourceProvider(gone);
