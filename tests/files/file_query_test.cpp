@@ -81,5 +81,15 @@ TEST_F(FileQuery, ComparesWholeContents) {
     log.expect(3, "cant open file '" + path("missing") + "'");
 }
 
+TEST_F(FileQuery, PrefetchTellsWhatItDoesAndIsQuietAboutAMissingFile) {
+    File::prefetchFileIfPossible(path("missing"));
+    EXPECT_EQ(File::openFileHandle(path("missing"), "r"), nullptr);
+    EXPECT_TRUE(log.take().empty());
+    File::prefetchFileIfPossible(folder.write("file", "12345"));
+    const std::string line = log.take().at(0).text;
+    EXPECT_TRUE(line.starts_with("prefetching file '" + path("file") + "', TotalPhysicalMemory=")) << line;
+    EXPECT_TRUE(line.ends_with(", FileSize=5")) << line;
+}
+
 } // namespace
 } // namespace qel

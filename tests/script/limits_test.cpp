@@ -29,6 +29,7 @@ protected:
 TEST_F(ScriptLimits, NestingIsBoundedAtTheLimit) {
     std::string fits = repeat("(", VM::kMaxSourceNesting - 1) + "1" + repeat(")", VM::kMaxSourceNesting - 1);
     EXPECT_TRUE(run("local x = " + fits));
+    EXPECT_TRUE(vm().compileSource("throw 1", 7, "test")) << "compiling alone runs nothing";
     expectTooDeep("local x = (" + fits + ")");
     EXPECT_EQ(qelSq::internal::findNestingExcess("/*\n*/ @\"\n\" \n ((", 1).line, 4);
 }
