@@ -28,11 +28,15 @@ TEST(WeakPointerTest, BecomesNullWhenTheTargetDiesAndNotWhenItsCopyDoes) {
     const WeakPointer<Object> samePointer(pointer);
     auto copy = std::make_unique<Object>(*target);
     *copy = *target;
+    WeakPointer<Object> switched(copy.get());
+    switched = target.get();
     copy.reset();
+    EXPECT_EQ(switched.get(), target.get());
     EXPECT_EQ(samePointer.get(), target.get());
     target.reset();
     EXPECT_EQ(pointer.get(), nullptr);
     EXPECT_EQ(samePointer.get(), nullptr);
+    EXPECT_FALSE(switched);
 }
 
 TEST(WeakPointerTest, OwnersAreToldLastRegisteredFirstAndMayTouchOtherPointers) {
@@ -48,17 +52,6 @@ TEST(WeakPointerTest, OwnersAreToldLastRegisteredFirstAndMayTouchOtherPointers) 
     listener.then = [&] { second.reset(); };
     target.reset();
     EXPECT_EQ(listener.cleared, (std::vector<int>{3, 1})) << "the second one is gone by its turn";
-}
-
-TEST(WeakPointerTest, SwitchingLeavesTheOldTarget) {
-    auto old = std::make_unique<Object>();
-    Object target;
-    WeakPointer<Object> pointer(old.get());
-    pointer = &target;
-    old.reset();
-    EXPECT_EQ(pointer.get(), &target);
-    pointer = nullptr;
-    EXPECT_FALSE(pointer);
 }
 
 TEST(WeakPointerTest, ClearingAheadOfDestructionReachesAllAndNewOnesCanFollow) {

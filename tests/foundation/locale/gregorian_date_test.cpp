@@ -90,6 +90,11 @@ TEST(GregorianDate, ComparesByTheFirstFieldThatDiffers) {
     }
 }
 
+TEST(GregorianDate, CombinesOneDateWithTheTimeOfAnother) {
+    const GregorianDate combined = GregorianDate::combineDateTime(day(1999, 12, 31), kAfternoon);
+    EXPECT_EQ(combined.compare(GregorianDate(1999, 12, 31, 14, 30, 7, 123'456'789)), 0);
+}
+
 TEST(GregorianDate, EightDigitsAreReadWithoutARangeCheck) {
     EXPECT_EQ(GregorianDate::fromYYYYMMDD("20240305 and more").compare(kMidnight), 0);
     EXPECT_EQ(GregorianDate::fromYYYYMMDD("20249999").compare(day(2024, 99, 99)), 0);

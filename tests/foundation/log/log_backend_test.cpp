@@ -14,6 +14,8 @@ using logging::MessageStream;
 
 namespace {
 
+using Texts = std::vector<std::string>;
+
 constexpr int64 kMinute = 60'000;
 
 class Backend : public testing::Test {
@@ -23,7 +25,6 @@ protected:
         LogBackend::unregisterBackend();
         Clock::install(nullptr);
     }
-    /// Listens for support batches.
     void listen() {
         LogBackend::getSignalNewSupportMessage().connect(
             [this](const char* batch) { m_batches.emplace_back(batch); });
@@ -37,10 +38,8 @@ protected:
     }
 
     ManualClock m_clock;
-    std::vector<std::string> m_batches;
+    Texts m_batches;
 };
-
-using Texts = std::vector<std::string>;
 
 Texts takeAll(unsigned channelIndex) {
     Texts texts;
@@ -72,14 +71,13 @@ TEST_F(Backend, KeepsLinesOfEachChannelInOrderWithTheirStampWhenTold) {
 }
 
 TEST_F(Backend, ALineFromAListenerIsDropped) {
-    int heard = 0;
-    LogBackend::getSignalNewLogMessage().connect([&](int, const char*) {
-        ++heard;
+    Texts heard;
+    LogBackend::getSignalNewLogMessage().connect([&](int, const char* text) {
+        heard.emplace_back(text);
         MessageStream(1, 2) << "from the listener";
     });
-    MessageStream(1, 2) << "first";
-    MessageStream(1, 2) << "second";
-    EXPECT_EQ(heard, 2);
+    for (const char* text : {"first", "second"}) MessageStream(1, 2) << text;
+    EXPECT_EQ(heard, (Texts{"first", "second"}));
 }
 
 TEST_F(Backend, SupportLinesAreCollectedOnlyForAListener) {
