@@ -34,7 +34,9 @@ TEST_F(DirectoryTree, GivesEachEntryOnceInEachForm) {
     for (File::FileInfo info; directory.read(info);) {
         EXPECT_EQ(info.isDirectory, info.name != "file");
         EXPECT_EQ(info.isSymLink, info.name == "out");
-        if (info.name == "file") EXPECT_EQ(info.size, 3u);
+        if (info.name == "file") {
+            EXPECT_EQ(info.size, 3u);
+        }
         seen.insert(info.name);
     }
     EXPECT_EQ(seen, (std::set<String>{"file", "out", "sub"}));

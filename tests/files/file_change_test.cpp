@@ -147,7 +147,9 @@ protected:
         EXPECT_EQ(folder.read("from"), kNew);
         EXPECT_EQ(folder.read("to"), kOld);
         const bool mayRemove = duration == Duration::Once;
-        if (mayRemove) EXPECT_EQ(folder.countEntries(), 2);
+        if (mayRemove) {
+            EXPECT_EQ(folder.countEntries(), 2);
+        }
         return false;
     }
 };

@@ -101,7 +101,9 @@ TEST_F(HostTest, TheStatusTellsHowTheScriptsEndedUnlessTheyAskForOne) {
         const HostRun host = run({"--plugins", "plugins"});
         EXPECT_EQ(host.status, status);
         EXPECT_THAT(host.out, HasSubstr(output));
-        if (status < 5) EXPECT_THAT(host.out, HasSubstr("b ends\n"));
+        if (status < 5) {
+            EXPECT_THAT(host.out, HasSubstr("b ends\n"));
+        }
         EXPECT_THAT(host.error, IsEmpty());
         std::filesystem::remove_all(scratch() / "plugins");
     }

@@ -67,7 +67,7 @@ protected:
 } // namespace
 
 INSTANTIATE_TEST_SUITE_P(Targets, BaseEncoding, testing::ValuesIn(internal::simdTargets()),
-                         [](const auto& info) { return info.param; });
+                         [](const auto& parameter) { return parameter.param; });
 
 TEST_P(BaseEncoding, EachFormEqualsTheOracleAtAllLengthsAndStaysInItsMemory) {
     for (const Form& form : kForms) {

@@ -84,7 +84,9 @@ TEST(StringPool, FindsEverythingAfterAnyOrderOfRemovals) {
     }
     EXPECT_EQ(pool.getNumberOfStrings(), 5000u - 1667u);
     for (int i = 0; i < 5000; ++i) {
-        if (i % 3 != 0) ASSERT_EQ(allocate(pool, std::to_string(i)), elements[i]);
+        if (i % 3 != 0) {
+            ASSERT_EQ(allocate(pool, std::to_string(i)), elements[i]);
+        }
     }
 }
 

@@ -12,7 +12,9 @@ TEST(Unicode, CodePage1252AndItsReverseAgree) {
         const uint32 expected = test::westernCodePoint(static_cast<uint8>(byte));
         const uint32 codePoint = expected == 0xFFFD ? kNoCodePoint : expected;
         EXPECT_EQ(unicode_from_cp1252(byte), codePoint);
-        if (codePoint != kNoCodePoint) EXPECT_EQ(cp1252_from_unicode(codePoint), byte);
+        if (codePoint != kNoCodePoint) {
+            EXPECT_EQ(cp1252_from_unicode(codePoint), byte);
+        }
     }
     for (const uint32 value : {0x81u, 0x85u, 0x100u, 0x1F600u, kNoCodePoint})
         EXPECT_EQ(cp1252_from_unicode(value), kNoCodePoint);

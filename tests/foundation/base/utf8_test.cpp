@@ -198,7 +198,7 @@ TEST_P(Utf8Kernels, AgreeOnRandomMixturesOfGoodAndBadBytes) {
 }
 
 INSTANTIATE_TEST_SUITE_P(AllTargets, Utf8Kernels, testing::ValuesIn(internal::simdTargets()),
-                         [](const auto& info) { return info.param; });
+                         [](const auto& parameter) { return parameter.param; });
 
 TEST(SimdTarget, RefusesAnUnknownName) {
     EXPECT_FALSE(internal::setSimdTarget("abacus"));

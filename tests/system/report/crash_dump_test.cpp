@@ -10,6 +10,7 @@
 #include <tests/support/system_fixture.h>
 
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -31,7 +32,8 @@ std::string outputOf(const std::string& command) {
 
 /// A function that a reader of the dump must find again.
 [[gnu::noinline]] void writeWhereNothingIs() {
-    *reinterpret_cast<volatile int*>(0x40) = 1;
+    volatile std::uintptr_t nowhere = 0x40; // volatile, or the compiler sees through it
+    *reinterpret_cast<volatile int*>(nowhere) = 1;
     asm volatile(""); // keeps calls of it from becoming jumps
 }
 
