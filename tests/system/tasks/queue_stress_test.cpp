@@ -72,19 +72,19 @@ private:
         m_queue.pushTaskN(count, test::task(std::move(run)), m_random() % 3);
     }
 
+    // Both run on workers, where a scoped trace would leave memory behind that outlives the test.
     void noteStart(const Run& run) {
-        SCOPED_TRACE(m_seed);
         const std::lock_guard lock(m_mutex);
-        EXPECT_FALSE(m_paused) << "ran in a pause";
-        EXPECT_TRUE(m_unended.contains(run)) << "ran twice";
-        EXPECT_EQ(m_unended.begin()->segment, run.segment) << "ran before its barrier";
-        EXPECT_TRUE(m_queue.isParallelQueue() || *m_unended.begin() == run) << "ran before its turn";
+        EXPECT_FALSE(m_paused) << "ran in a pause, seed " << m_seed;
+        EXPECT_TRUE(m_unended.contains(run)) << "ran twice, seed " << m_seed;
+        EXPECT_EQ(m_unended.begin()->segment, run.segment) << "ran before its barrier, seed " << m_seed;
+        EXPECT_TRUE(m_queue.isParallelQueue() || *m_unended.begin() == run)
+            << "ran before its turn, seed " << m_seed;
     }
 
     void noteEnd(const Run& run) {
-        SCOPED_TRACE(m_seed);
         const std::lock_guard lock(m_mutex);
-        EXPECT_EQ(m_unended.erase(run), 1u) << "ended twice";
+        EXPECT_EQ(m_unended.erase(run), 1u) << "ended twice, seed " << m_seed;
     }
 
     void barrier() {
