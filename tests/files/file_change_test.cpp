@@ -165,10 +165,17 @@ TEST_P(FailedChange, LeavesEachFileAsItWasAndNothingElseBehind) {
     }
 }
 
+std::string nameOfFault(const ::testing::TestParamInfo<FailedChange::ParamType>& fault) {
+    const auto [duration, error] = fault.param;
+    return std::string(error == std::errc::io_error ? "BadDisk" : "FullDisk") +
+           (duration == Duration::Once ? "Once" : "ForGood");
+}
+
 INSTANTIATE_TEST_SUITE_P(EveryFault, FailedChange,
                          ::testing::Combine(::testing::Values(Duration::Once, Duration::ForGood),
                                             ::testing::Values(std::errc::no_space_on_device,
-                                                              std::errc::io_error)));
+                                                              std::errc::io_error)),
+                         nameOfFault);
 
 } // namespace
 } // namespace qel
