@@ -7,5 +7,10 @@ find_package(PkgConfig REQUIRED)
 pkg_check_modules(zstd REQUIRED IMPORTED_TARGET libzstd)
 pkg_check_modules(isal REQUIRED IMPORTED_TARGET libisal)
 pkg_check_modules(fribidi REQUIRED IMPORTED_TARGET fribidi)
+pkg_check_modules(sqlite REQUIRED IMPORTED_TARGET sqlite3)
+pkg_check_modules(uriparser REQUIRED IMPORTED_TARGET liburiparser)
+find_path(QEL_INIPARSER_INCLUDE iniparser.h PATH_SUFFIXES iniparser REQUIRED) # has no module of pkg-config
+find_library(QEL_INIPARSER_LIBRARY iniparser REQUIRED)
+mark_as_advanced(QEL_INIPARSER_INCLUDE QEL_INIPARSER_LIBRARY)
 # Highway is used by its headers alone; its library would slow down the start of every program.
 pkg_check_modules(hwy REQUIRED libhwy)
