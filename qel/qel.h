@@ -72,6 +72,10 @@
 #include <qel/script/vector_classes.h>
 #include <qel/script/vm.h>
 #include <qel/script/vm_control.h>
+#include <qel/store/core/cache_store.h>
+#include <qel/store/core/memory_store.h>
+#include <qel/store/core/scoped_transaction.h>
+#include <qel/store/core/store.h>
 #include <qel/system/core/application.h>
 #include <qel/system/core/clock.h>
 #include <qel/system/core/host_types.h>

@@ -1,0 +1,40 @@
+// ScopedTransaction: a transaction that ends with its scope.
+#pragma once
+
+#include <qel/platform/api.h>
+
+namespace qel {
+
+class Item;
+class Store;
+
+/// Begins a transaction and rolls it back at the end of its scope, unless commit() or rollback() came first:
+/// an early return or an exception undoes the work.
+///
+/// @code
+/// ScopedTransaction transaction(key);
+/// writeAll(key);
+/// transaction.commit();
+/// @endcode
+/// @owner holds no reference: the store must outlive it.
+class QEL_API ScopedTransaction {
+public:
+    /// Begins a transaction on @p store.
+    explicit ScopedTransaction(Store* store);
+    /// Begins a transaction on the store of @p key, which must have one.
+    explicit ScopedTransaction(const Item& key);
+    /// Rolls back what is still open.
+    ~ScopedTransaction();
+    ScopedTransaction(const ScopedTransaction&) = delete;
+    ScopedTransaction& operator=(const ScopedTransaction&) = delete;
+
+    /// Commits; nothing when the transaction is over.
+    void commit();
+    /// Rolls back; nothing when the transaction is over.
+    void rollback();
+
+private:
+    Store* m_store;
+};
+
+} // namespace qel
