@@ -47,6 +47,7 @@
 #include <qel/platform/cpu.h>
 #include <qel/platform/cpu_features.h>
 #include <qel/platform/crash.h>
+#include <qel/platform/file_lock.h>
 #include <qel/platform/file_system.h>
 #include <qel/platform/interrupt.h>
 #include <qel/platform/known_folders.h>
@@ -54,6 +55,7 @@
 #include <qel/platform/process_run.h>
 #include <qel/platform/process_self.h>
 #include <qel/platform/random_device.h>
+#include <qel/platform/registry.h>
 #include <qel/platform/system_error.h>
 #include <qel/plugins/directory_resource_provider.h>
 #include <qel/plugins/plugins.h>

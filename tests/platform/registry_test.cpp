@@ -1,0 +1,118 @@
+#include <qel/platform/file_lock.h>
+#include <qel/platform/registry.h>
+
+#include <tests/files/failing_files.h>
+#include <tests/support/environment.h>
+#include <tests/support/scratch_folder.h>
+#include <tests/support/threads.h>
+
+#include <gtest/gtest.h>
+
+#include <set>
+
+namespace qel::platform {
+namespace {
+
+using namespace std::string_literals;
+
+struct RegistryTest : ::testing::Test {
+    RegistryTest() { setRegistryFolder(scratch.path("settings")); }
+    ~RegistryTest() override { setRegistryFolder({}); }
+
+    static std::string read(std::string_view key, std::string_view name) {
+        std::string bytes = "untouched";
+        EXPECT_EQ(readRegistryValue(bytes, key, name) ? "untouched" : bytes, bytes);
+        return bytes;
+    }
+
+    test::ScratchFolder scratch;
+};
+
+TEST_F(RegistryTest, KeepsEachValueInAFileOfItsOwnUnderASafeName) {
+    const struct {
+        const char *key, *name, *file;
+    } values[] = {{R"(SOFTWARE\Vendor\Product)", "Settings 1", "SOFTWARE/Vendor/Product/Settings 1.value"},
+                  {R"(\a\\b\)", "", "a/b/%.value"},
+                  {R"(a\b)", "%", "a/b/%25.value"},
+                  {R"(..\c.value)", "../x", "%2E%2E/c%2Evalue/%2E%2E%2Fx.value"},
+                  {"", "\xC3\xBC\n", "%C3%BC%0A.value"}};
+    for (const auto& value : values) {
+        const std::string bytes = "\0bytes of "s + value.file;
+        EXPECT_EQ(readRegistryValue(*std::make_unique<std::string>(), value.key, value.name),
+                  std::errc::no_such_file_or_directory);
+        EXPECT_FALSE(
+            writeRegistryValue(value.key, value.name, "first, and longer than what follows it......"));
+        EXPECT_FALSE(writeRegistryValue(value.key, value.name, bytes));
+        EXPECT_EQ(scratch.read("settings/"s + value.file), bytes);
+        EXPECT_EQ(read(value.key, value.name), bytes);
+    }
+}
+
+TEST_F(RegistryTest, FailureOfAnyStepLeavesTheOldValueOrTheNew) {
+    for (const bool isShort : {false, true}) {
+        bool hasFailed = true;
+        int failures = 0;
+        for (int at = 0; hasFailed; ++at) {
+            ASSERT_FALSE(writeRegistryValue("key", "value", "old"));
+            FileError error;
+            {
+                test::FailingFiles faults(at, std::errc::no_space_on_device);
+                if (isShort) faults.makeShort();
+                error = writeRegistryValue("key", "value", "newer");
+                hasFailed = faults.hasFailed();
+            }
+            if (error) ++failures;
+            const std::string now = read("key", "value");
+            EXPECT_TRUE(now == "newer" || (error && now == "old")) << at << ": " << now;
+        }
+        EXPECT_GE(failures, 7); // opens, write, sync, close, rename, sync of the folder
+    }
+    EXPECT_EQ(scratch.read("settings/key/value.value"), "newer");
+}
+
+TEST_F(RegistryTest, TakesOverWhatAKilledWriterLeftBehind) {
+    scratch.write("settings/key/value.new", "half of a long val");
+    EXPECT_FALSE(writeRegistryValue("key", "value", "whole"));
+    EXPECT_EQ(read("key", "value"), "whole");
+    EXPECT_FALSE(scratch.has("settings/key/value.new"));
+}
+
+TEST_F(RegistryTest, WritersAtOnceLeaveOneOfTheirValues) {
+    test::onThreads(4, [](int i) {
+        for (int round = 0; round < 10; ++round) {
+            if (writeRegistryValue("key", "value", std::string(1000 + i, static_cast<char>('a' + i))))
+                std::abort();
+        }
+    });
+    const std::string value = read("key", "value");
+    EXPECT_EQ(std::set<char>(value.begin(), value.end()).size(), 1u);
+    EXPECT_EQ(value.size(), 1000u + static_cast<unsigned>(value[0] - 'a'));
+}
+
+TEST_F(RegistryTest, RefusesWhatIsNoFileAndNamesTooLong) {
+    scratch.makeFolder("settings/key/folder.value");
+    std::string bytes;
+    EXPECT_TRUE(readRegistryValue(bytes, "key", "folder"));
+    EXPECT_TRUE(writeRegistryValue("key", "folder", "x"));
+    EXPECT_EQ(writeRegistryValue("key", std::string(250, 'x'), "x"), std::errc::filename_too_long);
+    EXPECT_EQ(writeRegistryValue(std::string(100'000, '\\') + std::string(300, 'x'), "a", "x"),
+              std::errc::filename_too_long);
+}
+
+TEST(FileLocks, ExcludeOtherOpeningsUntilGivenBackOrClosed) {
+    test::ScratchFolder scratch;
+    const std::string path = scratch.path("lock");
+    FileHandle first, second;
+    ASSERT_FALSE(openLockFile(first, path.c_str()));
+    ASSERT_FALSE(openLockFile(second, path.c_str()));
+    EXPECT_FALSE(lockFile(first));
+    EXPECT_FALSE(tryLockFile(first));
+    EXPECT_EQ(tryLockFile(second), std::errc::operation_would_block);
+    EXPECT_FALSE(unlockFile(first));
+    EXPECT_FALSE(tryLockFile(second));
+    second.close();
+    EXPECT_FALSE(tryLockFile(first));
+}
+
+} // namespace
+} // namespace qel::platform
