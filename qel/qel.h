@@ -1,9 +1,22 @@
 // Every public header of the library. Kept by tools/check --fix.
 #pragma once
 
+#include <qel/files/archive.h>
+#include <qel/files/background_service.h>
+#include <qel/files/default_background_service.h>
 #include <qel/files/deferred_deletion.h>
 #include <qel/files/directory.h>
 #include <qel/files/file.h>
+#include <qel/files/file_stream.h>
+#include <qel/files/hex_source_writer.h>
+#include <qel/files/ini_parser.h>
+#include <qel/files/product_package.h>
+#include <qel/files/string_event.h>
+#include <qel/files/system_stream.h>
+#include <qel/files/systemd_background_service.h>
+#include <qel/files/tar_archive.h>
+#include <qel/files/url_fetch.h>
+#include <qel/files/zip_packager.h>
 #include <qel/foundation/base/base_encoding.h>
 #include <qel/foundation/base/buffer.h>
 #include <qel/foundation/base/byte_consumer.h>
@@ -57,6 +70,7 @@
 #include <qel/platform/random_device.h>
 #include <qel/platform/registry.h>
 #include <qel/platform/system_error.h>
+#include <qel/plugins/archive_resource_provider.h>
 #include <qel/plugins/directory_resource_provider.h>
 #include <qel/plugins/plugins.h>
 #include <qel/plugins/resource_locator.h>

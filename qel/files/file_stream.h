@@ -1,0 +1,37 @@
+// A file as a SystemStream.
+#pragma once
+
+#include <qel/files/system_stream.h>
+
+#include <istream>
+#include <memory>
+
+namespace qel {
+
+/// Reads a file in pieces of 64 KiB. It is opened on construction or by the first read(), and again by the
+/// first read() behind cancel().
+class QEL_API FileStream : public SystemStream {
+    QEL_CLASS(FileStream, SystemStream)
+
+public:
+    /// Bytes of each piece but the last.
+    static constexpr size_t kChunkSize = 65536;
+
+    /// Takes name and size from the file @p path. @param openNow  opens it at once.
+    FileStream(const char* path, bool openNow);
+
+    /// Reads the next piece. The end of the file is told by the call behind the last piece.
+    int read(Buffer& buffer) override;
+    /// Closes the file.
+    void cancel() override;
+
+protected:
+    /// Opens the file unless it is open. @return whether it is open now. @errors logged.
+    bool open();
+
+private:
+    std::unique_ptr<std::iostream> m_stream;
+    String m_path;
+};
+
+} // namespace qel

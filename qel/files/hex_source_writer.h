@@ -1,0 +1,39 @@
+// Writes bytes as a table of C source code.
+#pragma once
+
+#include <qel/foundation/base/byte_consumer.h>
+#include <qel/foundation/base/object.h>
+#include <qel/foundation/base/types.h>
+#include <qel/platform/api.h>
+
+#include <istream>
+#include <memory>
+
+namespace qel {
+
+/// A sink that writes what it gets into a source file: the array "table_data" and, from close(), its
+/// "table_size". Lines have at most 80 characters.
+/// @errors  of the file are not reported.
+/// @threads an object is used by one thread at a time.
+class QEL_API HexSourceWriter : public Object, public ByteConsumer {
+    QEL_CLASS(HexSourceWriter, Object)
+
+public:
+    /// Makes or empties the file and begins the table.
+    explicit HexSourceWriter(const char* path);
+
+    /// Adds bytes to the table; their type does not matter.
+    void process(StreamType type, const uint8* data, unsigned size) override;
+    /// Ends the table, adds its size and closes the file; what comes later is dropped.
+    void close();
+
+private:
+    void write(uint8 byte);
+
+    std::unique_ptr<std::iostream> m_output;
+    uint32 m_count = 0;
+    uint32 m_column = 0;
+    bool m_first = true;
+};
+
+} // namespace qel

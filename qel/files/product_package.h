@@ -1,0 +1,46 @@
+// Installable packages.
+#pragma once
+
+#include <qel/foundation/base/object.h>
+#include <qel/foundation/base/smart_cstr.h>
+#include <qel/foundation/base/string.h>
+#include <qel/platform/api.h>
+
+namespace qel {
+
+/// An archive with a "manifest.ini" at its root, unpacked by an outside program that understands the command
+/// line of 7z. The program is started directly, without a shell: no name is ever read as a command, an option
+/// or a pattern.
+/// @threads an object is used by one thread at a time; unpacking blocks until it is done.
+class QEL_API ProductPackage : public Object {
+    QEL_CLASS(ProductPackage, Object)
+
+public:
+    /// What a package says of itself.
+    struct QEL_API Manifest {
+        String product; ///< identifier of the product, "manifest:product"
+        String version; ///< its version, "manifest:version"
+
+        /// Reads a manifest file. @return whether it is complete; if not, the manifest is as it was.
+        /// @errors logged.
+        bool parse(SmartCStr path);
+    };
+
+    /// A package in the file @p archivePath.
+    /// @param unpackerPath  the program; a name without a slash is looked for in $PATH.
+    ProductPackage(SmartCStr archivePath, SmartCStr unpackerPath);
+
+    /// Unpacks "manifest.ini" beside the archive and reads it. @errors false, logged.
+    bool getManifest(Manifest& manifest);
+    /// Unpacks everything into the folder @p target, over what is there. @errors false, logged.
+    bool unpack(SmartCStr target);
+    /// Unpacks the files called @p name, in whatever folder of the archive, into the folder @p target.
+    /// @errors false, logged.
+    bool unpackFile(SmartCStr name, SmartCStr target);
+
+private:
+    String m_archivePath;
+    String m_unpackerPath;
+};
+
+} // namespace qel
