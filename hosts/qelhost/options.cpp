@@ -1,5 +1,7 @@
 #include "options.h"
 
+#include <hosts/shared/option_table.h>
+
 #include <array>
 #include <filesystem>
 #include <string_view>
@@ -7,13 +9,6 @@
 namespace qelhost {
 
 namespace {
-
-/// An option with a value stores it, one without sets a flag.
-struct OptionRow {
-    std::string_view name;
-    bool (*store)(Options& options, std::string_view value);
-    bool Options::*flag;
-};
 
 bool storePlugins(Options& options, std::string_view value) {
     options.plugins = value;
@@ -35,11 +30,13 @@ bool storeLanguage(Options& options, std::string_view value) {
     return !value.empty() && value.find('/') == value.npos;
 }
 
-constexpr std::array<OptionRow, 9> kOptions{{
-    {"--plugins", &storePlugins, nullptr},
-    {"--resources", &storeResources, nullptr},
-    {"--app-dir", &storeApplicationDirectory, nullptr},
-    {"--language", &storeLanguage, nullptr},
+constexpr std::string_view kNoFolder = "no such folder: ";
+
+constexpr std::array<qelhosts::OptionRow<Options>, 9> kOptions{{
+    {"--plugins", &storePlugins, nullptr, kNoFolder},
+    {"--resources", &storeResources, nullptr, kNoFolder},
+    {"--app-dir", &storeApplicationDirectory, nullptr, kNoFolder},
+    {"--language", &storeLanguage, nullptr, "no language: "},
     {"--report", nullptr, &Options::report},
     {"--stay", nullptr, &Options::stay},
     {"--help", nullptr, &Options::help},
@@ -47,64 +44,11 @@ constexpr std::array<OptionRow, 9> kOptions{{
     {"--version", nullptr, &Options::version},
 }};
 
-const OptionRow* findOption(std::string_view name) {
-    for (const OptionRow& row : kOptions) {
-        if (row.name == name) return &row;
-    }
-    return nullptr;
-}
-
-bool isOption(std::string_view argument) {
-    return argument.size() > 1 && argument.front() == '-';
-}
-
-std::string quoted(std::string_view text) {
-    return "'" + std::string(text) + "'";
-}
-
-/// Reads one option at @p index. @return how many arguments it takes; 0 with a problem noted.
-int readOption(Options& options, int argc, const char* const* argv, int index) {
-    const std::string_view argument = argv[index];
-    const size_t equals = argument.find('=');
-    const OptionRow* row = findOption(argument.substr(0, equals));
-    if (!row) {
-        options.problem = "unknown option " + quoted(argument);
-        return 0;
-    }
-    const bool isJoined = equals != argument.npos;
-    if (row->flag) {
-        options.*(row->flag) = true;
-        if (isJoined) options.problem = "option " + quoted(row->name) + " takes no value";
-        return isJoined ? 0 : 1;
-    }
-    if (!isJoined && index + 1 >= argc) {
-        options.problem = "option " + quoted(row->name) + " needs a value";
-        return 0;
-    }
-    const std::string_view value = isJoined ? argument.substr(equals + 1) : argv[index + 1];
-    if (!row->store(options, value)) {
-        const char* expected = row->name == "--language" ? "no language: " : "no such folder: ";
-        options.problem = expected + quoted(value);
-        return 0;
-    }
-    return isJoined ? 1 : 2;
-}
-
 } // namespace
 
 Options parseOptions(int argc, const char* const* argv) {
     Options options;
-    int index = 1;
-    while (index < argc && isOption(argv[index])) {
-        if (std::string_view(argv[index]) == "--") {
-            ++index;
-            break;
-        }
-        const int taken = readOption(options, argc, argv, index);
-        if (taken == 0 || options.help) break;
-        index += taken;
-    }
-    options.firstScriptArgument = index;
+    options.firstScriptArgument = qelhosts::readOptions(options, kOptions, argc, argv);
     return options;
 }
 
