@@ -89,6 +89,10 @@
 #include <qel/script/vm.h>
 #include <qel/script/vm_control.h>
 #include <qel/store/core/cache_store.h>
+#include <qel/store/core/guid.h>
+#include <qel/store/core/item.h>
+#include <qel/store/core/item_element.h>
+#include <qel/store/core/item_iterator.h>
 #include <qel/store/core/memory_store.h>
 #include <qel/store/core/scoped_transaction.h>
 #include <qel/store/core/store.h>
