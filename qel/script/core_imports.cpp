@@ -49,6 +49,7 @@ void CoreImports(VM* vm) {
     vm->setImportCallback("qel.Rect", &importClass<qel::Rect>, kTable);
     vm->setImportCallback("qel.Directory", &importClass<qel::Directory>, kTable);
     vm->setImportCallback("qel.File", &importClass<qel::File>, kTable);
+    vm->setImportCallback("qel.HumanFriendlyKey", &importHumanFriendlyKey, kTable);
 }
 
 } // namespace qelSq

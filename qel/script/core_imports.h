@@ -21,5 +21,7 @@ void importClass(VM* vm, const char* tableName) {
 
 /// Import function of "qel.GregorianDate". Defined in foundation/locale/gregorian_date_binding.cpp.
 QEL_API void importGregorianDate(VM* vm, const char* tableName);
+/// Import function of "qel.HumanFriendlyKey". Defined in store/records/human_friendly_key_binding.cpp.
+QEL_API void importHumanFriendlyKey(VM* vm, const char* tableName);
 
 } // namespace qelSq
