@@ -7,11 +7,19 @@
 #include <qel/platform/api.h>
 
 #include <optional>
+#include <utility>
 
 namespace qel {
 
+class LogDB;
+
 /// A line kept for the database log.
 struct LogMessage {
+    /// An empty line.
+    LogMessage() = default;
+    /// A line with its stamp.
+    LogMessage(int64 stamp, String line) : time(stamp), text(std::move(line)) {}
+
     /// UTC stamp of the line: 100 ns since 1601-01-01.
     int64 time = 0;
     /// The line's text behind its prefix.
@@ -48,6 +56,10 @@ public:
     /// Removes the oldest kept line of a channel; nothing when there is none.
     /// @param channelIndex  0 for the customers' log, 1 for the technical log.
     static std::optional<LogMessage> takeMessage(unsigned channelIndex);
+    /// Moves up to 512 kept lines of a channel, the oldest first, to @p logDB, in one transaction of its
+    /// store. Others can log meanwhile. Defined in store/core/log_db.cpp.
+    /// @return the number of lines moved. @threads that of @p logDB.
+    static unsigned flushTo(unsigned channelIndex, LogDB* logDB);
 };
 
 } // namespace qel

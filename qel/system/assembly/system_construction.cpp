@@ -6,6 +6,7 @@
 #include <qel/platform/process_self.h>
 #include <qel/plugins/resource_locator.h>
 #include <qel/script/vm.h>
+#include <qel/store/records/guid_domain_db.h>
 #include <qel/system/core/clock.h>
 #include <qel/system/report/version.h>
 #include <qel/system/services/random_engine.h>
@@ -62,6 +63,7 @@ System::~System() {
     m_resourceLocator = nullptr;
     m_vm = nullptr;
     m_scheduler = nullptr;
+    setGUIDDomainDB(nullptr);
     m_perfMon = nullptr;
     m_application = nullptr;
 }

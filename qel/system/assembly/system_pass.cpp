@@ -85,7 +85,8 @@ void System::runSteps(PassClock& time) {
     m_threadPool->processEvents();
     time.run("Scheduler", m_scheduler->isDue(), [this] { m_scheduler->tick(); });
     if (m_backgroundMode) syncUnsaved();
-    if (internal::removeAllTimedReferences() || m_backgroundMode) time.readTime();
+    const bool hasFlushed = flushGUIDDomain();
+    if (internal::removeAllTimedReferences() || hasFlushed || m_backgroundMode) time.readTime();
 }
 
 void System::runIdleWork() {

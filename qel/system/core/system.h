@@ -37,6 +37,9 @@ class Buffer;
 class Camera;
 class CameraMetadata;
 class CameraParameters;
+class GUID;
+class GUIDDomain;
+class GUIDDomainDB;
 class Image;
 class KeyboardReceiver;
 class KeyGenSpec;
@@ -344,6 +347,23 @@ public:
     /// The same generator as randomBytes(): not fit for keys.
     void secureRandomBytes(void* bytes, size_t size);
 
+    // --- identifiers (store/records/system_guid.cpp); from any thread ------------------------------------
+
+    /// A new identifier: of the domain, if there is one in use, else a random one.
+    GUID generateGUID();
+    /// The next sub-domain of the domain in use, for another node.
+    /// @errors without a domain in use an error is logged and the result has the zero identifier.
+    GUIDDomain generateGUIDDomain();
+    /// An identifier of 256 random bits.
+    GUID generateRandomGUID();
+    /// Takes identifiers from the domain of @p database from now on; null stops that. Each pass flushes it.
+    /// @owner keeps a reference; the store of @p database must outlive it.
+    void setGUIDDomainDB(GUIDDomainDB* database);
+    /// Whether there is a domain in use: the database has one, and domains were not disabled.
+    bool hasGUIDDomain() const;
+    /// From now on identifiers are random ones, for good.
+    void disableGUIDDomains();
+
     /// One of 256 mutexes, chosen by @p key. @threads any thread.
     Mutex& accessHashedMutex(uint32 key);
 
@@ -575,6 +595,8 @@ private:
     void decideEventFlags(int flags);
     void runSteps(PassClock& time);
     void runIdleWork();
+    SmartPointer<GUIDDomainDB> getGUIDDomainInUse() const;
+    bool flushGUIDDomain();
     void _default_handleURL(const String& url);
     IVec4<float> defaultSafeArea() const;
     void noteActivity() { m_lastActivityTime = getTimeFast(); }
@@ -638,6 +660,9 @@ private:
     SmartPointer<Scheduler> m_scheduler;
     SmartPointer<Parallel> m_parallel;
     SmartPointer<PerfMon> m_perfMon;
+    mutable Mutex m_guidDomainMutex;
+    SmartPointer<GUIDDomainDB> m_guidDomainDB QEL_GUARDED_BY(m_guidDomainMutex);
+    bool m_guidDomainsDisabled QEL_GUARDED_BY(m_guidDomainMutex) = false;
     std::unique_ptr<qelSq::VM> m_vm;
     SmartPointer<TaskQueue> m_mainQueue;
     SmartPointer<TaskQueue> m_parallelQueue;

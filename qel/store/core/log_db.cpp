@@ -1,0 +1,152 @@
+#include <qel/store/core/log_db.h>
+
+#include <qel/foundation/log/message_stream.h>
+#include <qel/store/core/scoped_transaction.h>
+
+#include <algorithm>
+
+namespace qel {
+
+namespace {
+
+/// Lines are cut off by age so many numbers at a time.
+constexpr int64 kBlock = 100;
+/// A count beyond this was not made by counting.
+constexpr int64 kMaxEnd = int64{1} << 62;
+/// Lines that one flush moves.
+constexpr unsigned kFlushLines = 512;
+
+/// Hosts may set any limit: a difference wraps instead of overflowing.
+int64 minus(int64 a, int64 b) {
+    return static_cast<int64>(static_cast<uint64>(a) - static_cast<uint64>(b));
+}
+
+Item childKey(const Item& parent, const char* name) {
+    Item key(parent);
+    key.add(name);
+    return key;
+}
+
+bool readInteger(const Item* stored, int64& value) {
+    return stored->getIterator().asInteger(value);
+}
+
+/// @return false for what is no number; what is missing leaves @p value as it is.
+bool readCounter(const Item& key, int64& value) {
+    const Item* const stored = key.fetch();
+    return !stored || readInteger(stored, value);
+}
+
+} // namespace
+
+LogDB::LogDB(const Item& root)
+    : m_store(root.getStore()),
+      m_root(root),
+      m_endKey(childKey(root, "pos")),
+      m_beginKey(childKey(root, "firstPos")),
+      m_data(childKey(root, "data")) {
+    if (m_root.exists())
+        load();
+    else
+        create();
+}
+
+void LogDB::create() {
+    ScopedTransaction transaction(m_store.get());
+    m_endKey.store(Item(m_end));
+    m_beginKey.store(Item(m_begin));
+    m_data.store(Item());
+    transaction.commit();
+}
+
+void LogDB::load() {
+    int64 end = 0, begin = 0, first = 0, last = -1;
+    const bool isRead = readCounter(m_endKey, end) && readCounter(m_beginKey, begin);
+    const bool hasLines = findLineBehind(-kMaxEnd, first) && findLastLine(last);
+    m_end = std::max(end >= 0 && end <= kMaxEnd ? end : 0, last + 1);
+    m_begin = std::min(begin, hasLines ? first : m_end);
+    if (isRead && m_end == end && m_begin == begin) return;
+    logging::error() << "[STORE] counters of the log do not go with its lines, set to " << m_begin << " and "
+                     << m_end;
+}
+
+Item LogDB::lineKey(int64 number) const {
+    Item key(m_data);
+    key.addInteger(number);
+    return key;
+}
+
+/// The number in a key that lies among those of the lines, or below a line.
+bool LogDB::readNumber(const Item& key, int64& number) const {
+    Item::Iterator position = key.getIterator();
+    return position.skip(m_data.getDepth()) && position.asInteger(number);
+}
+
+bool LogDB::findLastLine(int64& number) const {
+    Item key;
+    return m_store->prev(lineKey(kMaxEnd), key) && key > m_data && readNumber(key, number);
+}
+
+bool LogDB::findLineBehind(int64 number, int64& found) const {
+    Item key;
+    if (!m_store->next(lineKey(number), key) || !readNumber(key, found)) return false;
+    Item bound(m_data);
+    bound.addMeta();
+    return key < bound && found >= number;
+}
+
+void LogDB::addLine(LogMessage* message) {
+    if (!message) return;
+    ScopedTransaction transaction(m_store.get());
+    Item line;
+    line.add(message->time).add(SmartCStr(message->text));
+    lineKey(m_end++).store(line);
+    m_endKey.store(Item(m_end));
+
+    int64 first = m_begin;
+    if (m_maxNumLines != 0) first = cutByCount(first);
+    if (m_maxTimeRange != 0) first = cutByAge(first, minus(message->time, m_maxTimeRange));
+    if (first != m_begin) {
+        m_begin = first;
+        m_beginKey.store(Item(m_begin));
+    }
+    transaction.commit();
+}
+
+int64 LogDB::cutByCount(int64 first) {
+    const int64 last = minus(m_end, m_maxNumLines);
+    m_store->remove(lineKey(first), lineKey(last));
+    return last;
+}
+
+int64 LogDB::cutByAge(int64 first, int64 oldest) {
+    while (first < m_end) {
+        int64 time = 0, found = 0;
+        if (const Item* line = lineKey(first).fetch()) {
+            if (readInteger(line, time) && time >= oldest) break;
+        } else if (!findLineBehind(first, found) || found >= m_end) {
+            return m_end;
+        } else if (found > first) { // steps over the blocks without a line
+            first += static_cast<int64>((static_cast<uint64>(found) - static_cast<uint64>(first) - 1) /
+                                        kBlock * kBlock);
+        }
+        m_store->remove(lineKey(first), lineKey(first + kBlock));
+        first = std::min(first + kBlock, m_end);
+    }
+    return first;
+}
+
+unsigned LogBackend::flushTo(unsigned channelIndex, LogDB* logDB) {
+    std::optional<LogMessage> message = takeMessage(channelIndex);
+    if (!message) return 0;
+    ScopedTransaction transaction(logDB->getStore());
+    unsigned count = 0;
+    while (message) {
+        logDB->addLine(&*message);
+        message = ++count < kFlushLines ? takeMessage(channelIndex) : std::nullopt;
+    }
+    transaction.commit();
+    return count;
+}
+
+} // namespace qel

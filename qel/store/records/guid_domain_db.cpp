@@ -1,0 +1,149 @@
+#include <qel/store/records/guid_domain_db.h>
+
+#include <qel/foundation/log/message_stream.h>
+#include <qel/store/core/scoped_transaction.h>
+
+#include <algorithm>
+#include <limits>
+
+namespace qel {
+
+namespace {
+
+constexpr const char* kBaseGUID = "base.guid";
+constexpr const char* kBaseNum = "base.num";
+constexpr const char* kDomainBits = "domainBits";
+constexpr const char* kPersonalBits = "personalBits";
+constexpr const char* kDomainIndex = "domainIndex";
+constexpr const char* kPersonalIndex = "personalIndex";
+
+constexpr uint64 kFirstDomainIndex = 1; // 0 is the node itself
+constexpr uint64 kFirstPersonalIndex = 0;
+
+Item keyOf(const Item& root, const char* name) {
+    Item key(root);
+    key.add(name);
+    return key;
+}
+
+template <typename T>
+void storeAt(const Item& root, const char* name, const T& value) {
+    keyOf(root, name).store(Item(value));
+}
+
+// What is missing or of another type leaves the field as it is.
+void readAt(const Item& root, const char* name, GUID& value) {
+    if (const Item* stored = keyOf(root, name).fetch()) stored->getIterator().asGUID(value);
+}
+void readAt(const Item& root, const char* name, uint64& value) {
+    if (const Item* stored = keyOf(root, name).fetch()) stored->getIterator().asInteger(value);
+}
+void readAt(const Item& root, const char* name, uint32& value) {
+    uint64 wide = value;
+    readAt(root, name, wide);
+    value = static_cast<uint32>(std::min<uint64>(wide, std::numeric_limits<uint32>::max()));
+}
+
+/// How many values an index of @p bits bits has; the widest stays one short of 2^64.
+uint64 countOfIndices(uint32 bits) {
+    return bits < 64 ? uint64{1} << bits : std::numeric_limits<uint64>::max();
+}
+
+/// Returns the index and moves it on; behind the last one it starts over.
+uint64 takeIndex(uint64& index, uint64 count, uint64 first) {
+    const uint64 taken = index;
+    index = index < count - 1 ? index + 1 : first;
+    return taken;
+}
+
+/// An index that was stored by somebody else must not run into the bits above it, nor stand for the node.
+void checkIndex(const char* name, uint64& index, uint64 count, uint64 first) {
+    if (index == first || (index > first && index < count)) return;
+    logging::error() << "[STORE] " << name << " of the guid domain is out of range, starting over";
+    index = first;
+}
+
+} // namespace
+
+GUIDDomainDB::GUIDDomainDB(const Item& root) : m_root(root) {
+    if (m_root.exists()) loadDomainFromDatabase();
+}
+
+bool GUIDDomainDB::hasDomain() const {
+    const MutexLock lock(m_mutex);
+    return m_hasDomain;
+}
+
+void GUIDDomainDB::initializeDomain(const GUIDDomain& base, uint32 domainBits, uint32 personalBits) {
+    const MutexLock lock(m_mutex);
+    m_base = base;
+    m_domainBits = domainBits;
+    m_personalBits = personalBits;
+    m_domainIndex = kFirstDomainIndex;
+    m_personalIndex = kFirstPersonalIndex;
+    ScopedTransaction transaction(m_root);
+    storeAt(m_root, kBaseGUID, m_base.guid);
+    storeAt(m_root, kBaseNum, m_base.num);
+    storeAt(m_root, kDomainBits, m_domainBits);
+    storeAt(m_root, kPersonalBits, m_personalBits);
+    storeAt(m_root, kDomainIndex, m_domainIndex);
+    storeAt(m_root, kPersonalIndex, m_personalIndex);
+    transaction.commit();
+    initializeInternals();
+}
+
+void GUIDDomainDB::loadDomainFromDatabase() {
+    const MutexLock lock(m_mutex);
+    readAt(m_root, kBaseGUID, m_base.guid);
+    readAt(m_root, kBaseNum, m_base.num);
+    readAt(m_root, kDomainBits, m_domainBits);
+    readAt(m_root, kPersonalBits, m_personalBits);
+    readAt(m_root, kDomainIndex, m_domainIndex);
+    readAt(m_root, kPersonalIndex, m_personalIndex);
+    initializeInternals();
+}
+
+void GUIDDomainDB::initializeInternals() {
+    const uint64 fixedBits = uint64{m_base.num} + m_domainBits + m_personalBits;
+    m_hasDomain = fixedBits <= kMaxFixedBits;
+    if (!m_hasDomain) {
+        logging::error() << "[STORE] guid domain fixes " << fixedBits << " of 256 bits, not used";
+        return;
+    }
+    m_maxDomain = countOfIndices(m_domainBits);
+    m_maxPersonal = countOfIndices(m_personalBits);
+    checkIndex(kDomainIndex, m_domainIndex, m_maxDomain, kFirstDomainIndex);
+    checkIndex(kPersonalIndex, m_personalIndex, m_maxPersonal, kFirstPersonalIndex);
+    m_personal = m_base.selectSubDomain(m_domainBits, 0);
+    m_domainDirty = m_personalDirty = false;
+}
+
+GUIDDomain GUIDDomainDB::generateDomain() {
+    const MutexLock lock(m_mutex);
+    if (!m_hasDomain) {
+        logging::error() << "[STORE] there is no guid domain to take a domain from";
+        return {};
+    }
+    m_domainDirty = true;
+    return m_base.selectSubDomain(m_domainBits, takeIndex(m_domainIndex, m_maxDomain, kFirstDomainIndex));
+}
+
+GUID GUIDDomainDB::generateGUID() {
+    return takePersonalDomain().createRandomGUID();
+}
+
+GUIDDomain GUIDDomainDB::takePersonalDomain() {
+    const MutexLock lock(m_mutex);
+    if (!m_hasDomain) return {};
+    m_personalDirty = true;
+    return m_personal.selectSubDomain(m_personalBits,
+                                      takeIndex(m_personalIndex, m_maxPersonal, kFirstPersonalIndex));
+}
+
+void GUIDDomainDB::flush() {
+    const MutexLock lock(m_mutex);
+    if (std::exchange(m_personalDirty, false)) storeAt(m_root, kPersonalIndex, m_personalIndex);
+    if (std::exchange(m_domainDirty, false)) storeAt(m_root, kDomainIndex, m_domainIndex);
+}
+
+} // namespace qel
