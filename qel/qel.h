@@ -93,9 +93,14 @@
 #include <qel/store/core/item.h>
 #include <qel/store/core/item_element.h>
 #include <qel/store/core/item_iterator.h>
+#include <qel/store/core/log_db.h>
 #include <qel/store/core/memory_store.h>
 #include <qel/store/core/scoped_transaction.h>
 #include <qel/store/core/store.h>
+#include <qel/store/records/guid_domain.h>
+#include <qel/store/records/guid_domain_db.h>
+#include <qel/store/records/human_friendly_key.h>
+#include <qel/store/records/options_db.h>
 #include <qel/system/core/application.h>
 #include <qel/system/core/clock.h>
 #include <qel/system/core/host_types.h>
