@@ -95,6 +95,7 @@
 #include <qel/store/core/item_iterator.h>
 #include <qel/store/core/log_db.h>
 #include <qel/store/core/memory_store.h>
+#include <qel/store/core/order_key.h>
 #include <qel/store/core/scoped_transaction.h>
 #include <qel/store/core/store.h>
 #include <qel/store/records/guid_domain.h>
