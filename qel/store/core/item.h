@@ -441,7 +441,7 @@ private:
     Item& putSized(ValueType tag, const uint8* bytes, size_t size);
     Item& putTextGrowing(ValueType tag, const char* text, size_t size);
     Item& setPlainGrowing(const uint8* bytes, size_t size);
-    uint8* growAside(size_t size);
+    uint8* makeRoomAside(size_t size);
     void grow(size_t size);
     void takeOver(Item& other);
 

@@ -187,6 +187,7 @@ private:
         advance(whole);
         return true;
     }
+    void inheritStore(Item& target) const;
     void view(Item& target, ConstByteSpan bytes) const;
     template <typename T>
     T convertOrSkip(bool (Iterator::*convert)(T&)) {

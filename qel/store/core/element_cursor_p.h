@@ -1,0 +1,78 @@
+// ElementCursor: a walk over the elements of a list that lies in memory, for what looks at all of them.
+#pragma once
+
+#include <qel/foundation/base/byte_span.h>
+#include <qel/store/core/item_element.h>
+
+#include <cstddef>
+
+namespace qel::internal {
+
+/// Stands on an element of a list, or behind the last one that is valid.
+class ElementCursor {
+public:
+    /// Stands on the first element of @p list.
+    explicit ElementCursor(ConstByteSpan list) : m_position(list.data), m_end(list.data + list.size) {
+        measure();
+    }
+
+    /// Type of the element; None behind the last.
+    ValueType type() const { return m_size != 0 ? static_cast<ValueType>(*m_position) : ValueType::None; }
+    /// Whether there is an element.
+    explicit operator bool() const { return m_size != 0; }
+    /// Steps to the next element.
+    void next() {
+        m_position += m_size;
+        measure();
+    }
+
+    /// The value of an integer of any width.
+    int64 integer() const {
+        switch (static_cast<ValueType>(*m_position)) {
+        case ValueType::Integer8:
+            return value<int8>();
+        case ValueType::Integer16:
+            return value<int16>();
+        case ValueType::Integer32:
+            return value<int32>();
+        default:
+            return value<int64>();
+        }
+    }
+    /// The value of a Float.
+    double number() const { return value<double>(); }
+    /// The text of a String or Prefix, without the zero byte.
+    std::string_view text() const { return {reinterpret_cast<const char*>(m_position + 1), m_size - 2}; }
+    /// The text of a String or Prefix.
+    const char* textPointer() const { return reinterpret_cast<const char*>(m_position + 1); }
+    /// The payload of an element that begins with its size.
+    ConstByteSpan payload() const { return {m_position + 5, m_size - 5}; }
+    /// The 32 bytes of a GUID.
+    const uint8* guid() const { return m_position + 1; }
+    /// Whether this is a Prefix with the text @p text.
+    bool isPrefix(std::string_view wanted) const { return type() == ValueType::Prefix && text() == wanted; }
+
+    /// The bytes that have not been stepped over, valid or not.
+    ConstByteSpan rest() const { return {m_position, static_cast<size_t>(m_end - m_position)}; }
+    /// The bytes behind the element; all of rest() when there is none.
+    ConstByteSpan behind() const { return {m_position + m_size, rest().size - m_size}; }
+
+private:
+    template <typename T>
+    T value() const {
+        return loadElementValue<T>(m_position + 1);
+    }
+    void measure() { m_size = getElementSize(m_position, static_cast<size_t>(m_end - m_position)); }
+
+    const uint8* m_position;
+    const uint8* m_end;
+    size_t m_size;
+};
+
+/// Whether the tag is one of the four integers.
+constexpr bool isInteger(ValueType type) {
+    return type == ValueType::Integer8 || type == ValueType::Integer16 || type == ValueType::Integer32 ||
+           type == ValueType::Integer64;
+}
+
+} // namespace qel::internal

@@ -1,0 +1,181 @@
+#include <tests/store/core/random_item.h>
+
+#include <qel/store/core/item_order.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+using qel::GUID;
+using qel::Item;
+using qel::String;
+using qel::ValueType;
+using qel::test::RandomItems;
+
+int signOf(int value) {
+    return (value > 0) - (value < 0);
+}
+
+int plainOrder(std::string_view a, std::string_view b) {
+    return signOf(a.compare(b));
+}
+
+std::string_view bytesOf(const Item& item) {
+    return item.getConstByteSpan().asText();
+}
+
+/// The order as its rules tell it, element by element, through the readers.
+int orderByTheRules(const Item& a, const Item& b) {
+    Item::Iterator inA(a), inB(b);
+    for (;;) {
+        ValueType tags[2] = {inA.getType(), inB.getType()};
+        Item elementA, elementB;
+        inA.extract(elementA);
+        inB.extract(elementB);
+        if (tags[0] == ValueType::Wildcard || tags[1] == ValueType::Wildcard) continue;
+        for (ValueType& tag : tags) {
+            if (tag >= ValueType::Integer32 && tag <= ValueType::Integer8) tag = ValueType::Integer64;
+        }
+        if (tags[0] != tags[1]) return tags[0] < tags[1] ? -1 : 1;
+        if (tags[0] == ValueType::None)
+            return plainOrder(bytesOf(a).substr(static_cast<size_t>(inA.getOffset())),
+                              bytesOf(b).substr(static_cast<size_t>(inB.getOffset())));
+        Item::Iterator readA(elementA), readB(elementB);
+        qel::int64 i, j;
+        double x, y;
+        Item nestedA, nestedB;
+        GUID guidA, guidB;
+        int order = 0;
+        if (readA.asInteger(i) && readB.asInteger(j))
+            order = (i > j) - (i < j);
+        else if (readA.asFloat(x) && readB.asFloat(y))
+            order = (x > y) - (x < y);
+        else if (readA.asSubItem(nestedA) && readB.asSubItem(nestedB))
+            order = orderByTheRules(nestedA, nestedB);
+        else if (readA.asGUID(guidA) && readB.asGUID(guidB))
+            order = (guidA > guidB) - (guidA < guidB);
+        else if (tags[0] == ValueType::String || tags[0] == ValueType::Prefix)
+            order = plainOrder(readA.asWeakCStr(), readB.asWeakCStr());
+        else if (elementA.getPlainSize() > 5 || elementB.getPlainSize() > 5)
+            order = plainOrder(bytesOf(elementA).substr(5), bytesOf(elementB).substr(5));
+        if (order != 0) return order;
+    }
+}
+
+std::string orderedForm(const Item& item) {
+    std::string form = "x";
+    EXPECT_TRUE(qel::internal::appendOrderedBytes(item, form));
+    return form;
+}
+
+TEST(ItemOrder, FollowsItsRulesAndTheOrderedBytesFollowIt) {
+    RandomItems items(1);
+    int equal = 0;
+    for (int i = 0; i < 200'000; ++i) {
+        const Item a = items.list(), b = items.list();
+        const int order = orderByTheRules(a, b);
+        ASSERT_EQ(signOf(Item::compare(a, b)), order) << a.getBase16() << " " << b.getBase16();
+        ASSERT_EQ(signOf(Item::compare(b, a)), -order) << a.getBase16() << " " << b.getBase16();
+        ASSERT_EQ(plainOrder(orderedForm(a), orderedForm(b)), order) << a.getBase16() << " " << b.getBase16();
+        equal += order == 0;
+    }
+    EXPECT_GT(equal, 1000);
+}
+
+TEST(ItemOrder, TakesAWildcardForAnyElementOrNone) {
+    RandomItems items(2, true);
+    for (int i = 0; i < 100'000; ++i) {
+        const Item a = items.list(), b = items.list();
+        ASSERT_EQ(signOf(Item::compare(a, b)), orderByTheRules(a, b))
+            << a.getBase16() << " " << b.getBase16();
+    }
+    const Item any(Item::WildcardMode);
+    EXPECT_EQ(any, Item());
+    EXPECT_EQ(any, Item("x"));
+    EXPECT_EQ(Item("k").add(any), Item("k").add(Item(5)));
+    EXPECT_EQ(Item("k").addWildcard().add("z"), Item("k").add(7).add("z"));
+    EXPECT_LT(Item("k").addWildcard().add("y"), Item("k").add(7).add("z"));
+}
+
+TEST(ItemOrder, StopsTheOrderedBytesAtAWildcard) {
+    const Item stem = Item("k").add(7);
+    std::string form = "x";
+    EXPECT_FALSE(qel::internal::appendOrderedBytes(Item(stem).addWildcard().add("z"), form));
+    EXPECT_EQ(form, orderedForm(stem));
+    EXPECT_FALSE(qel::internal::appendOrderedBytes(Item(stem).add(Item("n").addWildcard()), form));
+}
+
+TEST(ItemOrder, RanksTypesByTheirTags) {
+    const Item ascending[] = {Item(),
+                              Item(INT64_MIN),
+                              Item(-1),
+                              Item(300),
+                              Item().addFloat(-1e300),
+                              Item().addFloat(2.5),
+                              Item().addFloat(INFINITY),
+                              Item(""),
+                              Item("a"),
+                              Item("a").addMeta(),
+                              Item("a").addEnd(),
+                              Item("ab"),
+                              Item().addBuffer(nullptr, 0),
+                              Item().addPointer(Item("z")),
+                              Item().add(Item()),
+                              Item().add(Item("q")),
+                              Item(GUID()),
+                              Item(Item::NILType),
+                              Item(Item::NILType).addNIL(),
+                              Item().addPrefix("a"),
+                              Item().addFalse(),
+                              Item().addTrue(),
+                              Item().addMeta(),
+                              Item().addReferee(nullptr, 0),
+                              Item().addEnd()};
+    for (const Item* item = std::begin(ascending); item + 1 != std::end(ascending); ++item) {
+        EXPECT_LT(item[0], item[1]) << item->asString();
+    }
+}
+
+TEST(ItemOrder, TakesANaNForEveryNumberAndPutsItsFormBehindInfinity) {
+    const Item nan(Item().addFloat(NAN));
+    EXPECT_EQ(nan, Item().addFloat(1.0));
+    EXPECT_EQ(nan, Item().addFloat(-INFINITY));
+    EXPECT_LT(Item(Item().addFloat(NAN)).add(1), Item(Item().addFloat(3.0)).add(2));
+    EXPECT_GT(orderedForm(nan), orderedForm(Item().addFloat(INFINITY)));
+    EXPECT_LT(orderedForm(nan), orderedForm(Item("")));
+}
+
+/// @p levels SubItems inside each other, and @p innermost in the last of them.
+Item nest(int levels, const Item& innermost) {
+    Item item;
+    std::vector<size_t> open;
+    for (int i = 0; i < levels; ++i) open.push_back(item.openSubItem());
+    item.concatItem(innermost);
+    for (; !open.empty(); open.pop_back()) item.closeSubItem(open.back());
+    return item;
+}
+
+TEST(ItemOrder, ReadsNestedListsDownToTheLimitAndTheirBytesBelowIt) {
+    // The numbers rank otherwise than their bytes do, which tells how the last list was compared.
+    for (const int levels : {64, 1000, Item::kMaxDepth, Item::kMaxDepth + 1, 100'000, 3'300'000}) {
+        const Item one = nest(levels, Item().addInteger64(256)), other = nest(levels, Item().addInteger64(1));
+        const int expected = levels <= Item::kMaxDepth ? 1 : -1;
+        EXPECT_EQ(signOf(Item::compare(one, other)), expected) << levels;
+        EXPECT_EQ(plainOrder(orderedForm(one), orderedForm(other)), expected) << levels;
+        EXPECT_EQ(one, nest(levels, Item().addInteger64(256))) << levels;
+    }
+}
+
+TEST(ItemOrder, ComparesDeepListsWithoutScanningThemOncePerLevel) {
+    // Scanned anew at each of 4,096 levels, 16 MiB would take minutes.
+    const std::string text(16 << 20, 'a');
+    const Item one = nest(Item::kMaxDepth, Item(text).add(1)),
+               other = nest(Item::kMaxDepth, Item(text).add(2));
+    EXPECT_LT(one, other);
+    EXPECT_LT(orderedForm(one), orderedForm(other));
+}
+
+} // namespace
