@@ -75,6 +75,12 @@
 #include <qel/plugins/plugins.h>
 #include <qel/plugins/resource_locator.h>
 #include <qel/plugins/resource_provider.h>
+#include <qel/rpc/rpc_context.h>
+#include <qel/rpc/rpc_context_internal.h>
+#include <qel/rpc/rpc_handle.h>
+#include <qel/rpc/rpc_provider.h>
+#include <qel/rpc/update_mechanism.h>
+#include <qel/rpc/uri_parser.h>
 #include <qel/script/access.h>
 #include <qel/script/async_queue.h>
 #include <qel/script/class_binder.h>
@@ -82,6 +88,8 @@
 #include <qel/script/functor.h>
 #include <qel/script/native_call.h>
 #include <qel/script/native_class.h>
+#include <qel/script/notification_message.h>
+#include <qel/script/notification_provider.h>
 #include <qel/script/object.h>
 #include <qel/script/object_interfaces.h>
 #include <qel/script/signal_class.h>

@@ -5,6 +5,7 @@
 #include <qel/platform/machine.h>
 #include <qel/platform/process_self.h>
 #include <qel/plugins/resource_locator.h>
+#include <qel/script/notification_message.h>
 #include <qel/script/vm.h>
 #include <qel/store/records/guid_domain_db.h>
 #include <qel/system/core/clock.h>

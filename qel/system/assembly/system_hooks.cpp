@@ -1,5 +1,7 @@
 #include <qel/system/core/system.h>
 
+#include <qel/script/notification_message.h>
+
 namespace qel {
 
 namespace {
@@ -14,6 +16,8 @@ void answer(Delegate<R(Args...)>& hook, Value value) {
 
 void System::connectDefaultHooks() {
     delegateSleep.connect([](unsigned milliseconds) { System::sleep(milliseconds); });
+    delegateDeliverNotification.connect(
+        [this](NotificationMessage* message) { m_savedStartupMessage = message; });
     delegateHandleURL.connect([this](const String& url) { _default_handleURL(url); });
     delegateSafeArea.connect([this] { return defaultSafeArea(); });
     delegateSafeAreaForControls.connect([this] { return defaultSafeArea(); });

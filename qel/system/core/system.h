@@ -411,6 +411,9 @@ public:
     const IVec2<int>& getMaxFrameBufferSize() const { return m_maxFramebufferSize; }
     /// The URL that the process was started with, if the host has not taken it; then it is forgotten.
     String popSavedStartupURL();
+    /// The notification that came before the host listened, if it has not been taken; then it is forgotten.
+    /// Defined in script/notification_message.cpp.
+    SmartPointer<NotificationMessage> popSavedStartupMessage();
 
     // --- commands and directories (system/services) -------------------------------------------------
 
@@ -516,7 +519,7 @@ public:
     Delegate<int(bool)> delegateIdleWork;   ///< a piece of idle work; true first in a pass; negative: done
     Signal<void()> signalSyncUnsaved;       ///< save now what is unsaved
     Signal<void()> signalFreeCaches;        ///< memory is short: drop caches
-    /// A notification has come. Unconnected, it does nothing.
+    /// A notification has come; default keeps it for popSavedStartupMessage().
     Delegate<void(NotificationMessage*)> delegateDeliverNotification;
     Delegate<void(const String&)>
         delegateHandleURL;                        ///< a URL to open; default keeps it for popSavedStartupURL
@@ -624,6 +627,7 @@ private:
     String m_cacheDirectory;
     String m_tmpDirectory;
     String m_savedStartupURL;
+    SmartPointer<NotificationMessage> m_savedStartupMessage;
     int m_framebufferWidth = 0;
     int m_framebufferHeight = 0;
     IVec2<int> m_maxFramebufferSize{0, 0};
