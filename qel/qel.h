@@ -50,6 +50,17 @@
 #include <qel/foundation/locale/gregorian_date.h>
 #include <qel/foundation/log/log_backend.h>
 #include <qel/foundation/log/message_stream.h>
+#include <qel/packet/deque_packet_writer.h>
+#include <qel/packet/file_packet_reader.h>
+#include <qel/packet/file_packet_writer.h>
+#include <qel/packet/packet.h>
+#include <qel/packet/packet_field.h>
+#include <qel/packet/packet_reader.h>
+#include <qel/packet/packet_scheme.h>
+#include <qel/packet/packet_writer.h>
+#include <qel/packet/sorted_packet_writer.h>
+#include <qel/packet/std_in_packet_reader.h>
+#include <qel/packet/std_out_packet_writer.h>
 #include <qel/platform/api.h>
 #include <qel/platform/build_facts.h>
 #include <qel/platform/c_locale.h>

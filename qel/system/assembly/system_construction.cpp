@@ -1,6 +1,8 @@
 #include <qel/system/core/system.h>
 
 #include <qel/foundation/locale/gregorian_date.h>
+#include <qel/packet/std_in_packet_reader.h>
+#include <qel/packet/std_out_packet_writer.h>
 #include <qel/platform/known_folders.h>
 #include <qel/platform/machine.h>
 #include <qel/platform/process_self.h>

@@ -45,8 +45,6 @@ class KeyboardReceiver;
 class KeyGenSpec;
 class MainPool;
 class NotificationMessage;
-class PacketReader;
-class PacketWriter;
 class Parallel;
 class PassClock;
 class PerfMon;
@@ -56,6 +54,8 @@ class ReportGenerator;
 class ResourceLocator;
 class Scheduler;
 class Sprite;
+class StdInPacketReader;
+class StdOutPacketWriter;
 class SystemStream;
 class TaskQueue;
 class Theme;
@@ -262,10 +262,10 @@ public:
     /// Makes @p theme the only one; null is ignored.
     void setTheme(Theme* theme);
 
-    /// Packets from standard input; made on first use.
-    PacketReader* getStdInPacketReader();
-    /// Packets to standard output; made on first use.
-    PacketWriter* getStdOutPacketWriter();
+    /// Packets from standard input; made on first use. Defined in packet/system_packets.cpp.
+    StdInPacketReader* getStdInPacketReader();
+    /// Packets to standard output; made on first use. Defined in packet/system_packets.cpp.
+    StdOutPacketWriter* getStdOutPacketWriter();
     /// The lock under which everyone writes to standard output. @threads any thread.
     static Mutex& getStdOutMutex();
 
@@ -663,6 +663,8 @@ private:
     SmartPointer<ResourceLocator> m_resourceLocator;
     SmartPointer<Scheduler> m_scheduler;
     SmartPointer<Parallel> m_parallel;
+    SmartPointer<StdInPacketReader> m_stdInPacketReader;
+    SmartPointer<StdOutPacketWriter> m_stdOutPacketWriter;
     SmartPointer<PerfMon> m_perfMon;
     mutable Mutex m_guidDomainMutex;
     SmartPointer<GUIDDomainDB> m_guidDomainDB QEL_GUARDED_BY(m_guidDomainMutex);

@@ -1,0 +1,462 @@
+// Packet: a message with a small header and a payload laid out by a PacketScheme.
+#pragma once
+
+#include <qel/foundation/base/buffer.h>
+#include <qel/foundation/base/byte_consumer.h>
+#include <qel/foundation/base/byte_span.h>
+#include <qel/foundation/base/object.h>
+#include <qel/foundation/base/smart_pointer.h>
+#include <qel/foundation/base/string.h>
+#include <qel/foundation/base/types.h>
+#include <qel/packet/packet_field.h>
+#include <qel/packet/packet_scheme.h>
+#include <qel/platform/api.h>
+
+#include <array>
+#include <cstring>
+#include <memory>
+#include <string_view>
+#include <type_traits>
+
+namespace qel {
+
+class Item;
+
+/// A message between processes, also kept in files and in a Store. docs/formats.md tells its bytes.
+///
+/// A packet made for a scheme has all its fields, at their defaults, from the start. A packet that arrives is
+/// raw: a block of bytes, until fit() has checked it and bound it to a scheme. Nothing is copied then: fields
+/// point into the block, and one that is written gets a block of its own. The payload is put together only on
+/// output.
+///
+/// Fields go by name or by PacketScheme::Element. A raw packet and a name that was never declared are logged
+/// and read as nothing; writing there does nothing.
+/// @threads not locked; one thread at a time, handed on by reference.
+class QEL_API Packet : public Object {
+    QEL_CLASS(Packet, Object)
+
+public:
+    /// The flag of a payload that ends with a version suffix. Other flags belong to the application.
+    static constexpr uint16 kVersioned = 2;
+    /// The reply port of a packet that wants no reply.
+    static constexpr short kNoPort = -1;
+    /// Bytes of the header, the same in all framings.
+    static constexpr size_t kHeaderSize = 8;
+    /// Readers of text and files take no larger payload.
+    static constexpr uint32 kMaxPayloadSize = 0xffffff;
+    /// Smaller pieces never count as compressible.
+    static constexpr uint32 kMinCompressibleSize = 1024;
+
+    /// What tells how to read a payload.
+    struct Manifest {
+        uint16 id = 0;    ///< of the scheme
+        uint16 flags = 0; ///< kVersioned and the application's
+    };
+
+    /// A raw packet whose header and payload, @p size uninitialised bytes, its maker fills in.
+    explicit Packet(uint32 size);
+    /// A raw packet over foreign bytes, which are neither copied nor freed, but written when a field is set.
+    /// @owner keeps a reference to @p owner, which may be null, to keep the bytes alive.
+    Packet(uint32 size, uint8* bytes, Object* owner);
+    /// A raw packet with the header and the payload of @p other.
+    explicit Packet(const Packet* other);
+    /// A packet of @p scheme with defaults in all fields and no reply port.
+    Packet(const PacketScheme* scheme, short port);
+    ~Packet() override;
+    Packet(const Packet&) = delete;
+    Packet& operator=(const Packet&) = delete;
+
+    /// Exchanges everything but references and weak pointers.
+    void swap(Packet& other) noexcept;
+
+    // --- Header -------------------------------------------------------------------------------------------
+
+    /// Destination port.
+    short getPort() const { return m_header.port; }
+    /// Sets the destination port.
+    void setPort(short port) { m_header.port = port; }
+    /// Port for the reply, kNoPort when none is wanted.
+    short getReplyPort() const { return m_header.replyPort; }
+    /// Sets the port for the reply.
+    void setReplyPort(short port) { m_header.replyPort = port; }
+    /// Id of the scheme.
+    uint16 getID() const { return m_header.manifest.id; }
+    /// Sets the id.
+    void setID(uint16 id) { m_header.manifest.id = id; }
+    /// All flags.
+    uint16 getFlags() const { return m_header.manifest.flags; }
+    /// Sets all flags.
+    void setFlags(uint16 flags) { m_header.manifest.flags = flags; }
+    /// Sets the bits of @p flag.
+    void addFlag(uint16 flag) { setFlags(static_cast<uint16>(getFlags() | flag)); }
+    /// Clears the bits of @p flag.
+    void clearFlag(uint16 flag) { setFlags(static_cast<uint16>(getFlags() & ~flag)); }
+    /// Whether any bit of @p flag is set.
+    bool hasFlag(uint16 flag) const { return (getFlags() & flag) != 0; }
+    /// The kHeaderSize bytes of the header, as they are sent.
+    uint8* rawHeader() { return reinterpret_cast<uint8*>(&m_header); }
+    /// @copydoc rawHeader
+    const uint8* rawHeader() const { return reinterpret_cast<const uint8*>(&m_header); }
+    /// Id and flags.
+    const Manifest& manifest() const { return m_header.manifest; }
+    /// A hint to writers that batch, which is not sent.
+    bool getFlushAfterThis() const { return m_flushAfterThis; }
+    /// Sets the hint.
+    void setFlushAfterThis(bool flush) { m_flushAfterThis = flush; }
+
+    // --- Scheme -------------------------------------------------------------------------------------------
+
+    /// Checks a raw packet from outside and binds it to @p scheme; every check of incoming packets is here.
+    /// Fields that are newer than the sender get their defaults, what only the sender knows is skipped.
+    /// @return false, with the packet raw as before, when it does not fit; the warning tells why. Also false
+    ///         for a packet made for another scheme.
+    bool fit(const PacketScheme* scheme);
+    /// The scheme; null for a raw packet.
+    const PacketScheme* getScheme() const { return m_scheme; }
+    /// Has the packet written as the first version of its scheme, which every reader knows.
+    void disableVersioning();
+
+    // --- Fields -------------------------------------------------------------------------------------------
+
+    /// An integer of any declared width, with its sign; 0 for a field that is none.
+    int64 getInteger(PacketField field) const;
+    /// Sets an integer of any declared width, which keeps its low bits; nothing for a field that is none.
+    void setInteger(PacketField field, int64 value);
+    /// A float or double; 0 for a field that is none.
+    double getFloat(PacketField field) const;
+    /// Sets a float or double; nothing for a field that is none.
+    void setFloat(PacketField field, double value);
+
+    /// A text; "" when the field is empty. @owner valid until the field is set or the packet dies.
+    /// @errors bytes that do not end with a zero are logged, and give "".
+    const char* getString(PacketField field) const;
+    /// Sets a text with its terminating zero. @param text  null stands for the empty text.
+    void setString(PacketField field, const char* text);
+    /// Sets a text with its terminating zero.
+    void setString(PacketField field, const std::string& text);
+    /// Sets a text with its terminating zero.
+    void setString(PacketField field, const StringId& text);
+    /// Adds the zero-terminated texts of a field to a container; bytes behind the last zero are ignored.
+    template <typename Container>
+    void getStringList(PacketField field, Container& out) const;
+
+    /// The bytes of a field; null when it has none. @owner as getString().
+    const uint8* getBuffer(PacketField field) const { return getBytes(field).data; }
+    /// The bytes of a field and their number. @owner as getString().
+    const uint8* getBuffer(PacketField field, uint32& size) const;
+    /// Copies the bytes of a field.
+    void getBuffer(PacketField field, Buffer& out) const { out.set(getBytes(field)); }
+    /// Number of bytes of a field.
+    uint32 getBufferSize(PacketField field) const { return static_cast<uint32>(getBytes(field).size); }
+    /// The bytes of a field. @owner as getString().
+    ConstByteSpan getBytes(PacketField field) const;
+    /// Sets the bytes of a field; those of a dynamic one are filled up with zeros to whole elements.
+    /// @param size          0 leaves the field as it is.
+    /// @param compressible  hint for the output, kept from kMinCompressibleSize bytes on.
+    /// @errors more than a fixed field holds is logged and cut.
+    void setBuffer(PacketField field, const uint8* bytes, uint32 size, bool compressible = false);
+    /// @copydoc setBuffer(PacketField, const uint8*, uint32, bool)
+    void setBuffer(PacketField field, ConstByteSpan bytes, bool compressible = false);
+    /// Makes room in a field for the caller to write to. A dynamic field gets as many elements as hold
+    /// @p size bytes, which are uninitialised.
+    /// @return where to write @p size bytes; null for a size of 0, which leaves the field as it is.
+    /// @errors more than a fixed field holds is logged; the field then stays as it is and what is written is
+    ///         lost.
+    uint8* allocateBuffer(PacketField field, uint32 size, bool compressible = false);
+
+    /// A view of a field as an Item without a store. @owner as getString().
+    Item getItem(PacketField field) const;
+    /// A copy of a field as an Item.
+    Item getItemCopy(PacketField field) const;
+    /// Sets the plain bytes of an Item; an empty one is not written.
+    void setItem(PacketField field, const Item& item);
+
+    /// A value as it was declared. @return zeros for a field that is no single value of this size.
+    template <typename T>
+    T get(PacketField field) const;
+    /// Sets a value as it was declared; nothing for a field that is no single value of this size.
+    template <typename T>
+    void set(PacketField field, const T& value) {
+        static_assert(std::is_trivially_copyable_v<T>);
+        singleSetInternal(field, &value, sizeof(T));
+    }
+    /// Element @p index of a field declared with this type; zeros behind the last one.
+    template <typename T>
+    T getAt(PacketField field, uint32 index) const;
+    /// Number of elements of a field; of a dynamic one those that are set.
+    uint32 getCount(PacketField field) const;
+    /// Sets the elements of a field declared with a type of this size; see arraySetInternal().
+    template <typename T>
+    void setArray(PacketField field, const T* values, uint32 count);
+
+    /// Copies a single value. @return false, with @p value untouched, when the field is no single value of
+    /// @p size bytes.
+    bool singleGetInternal(PacketField field, void* value, uint32 size) const;
+    /// Sets a single value. @return false when the field is no single value of @p size bytes.
+    bool singleSetInternal(PacketField field, const void* value, uint32 size);
+    /// The elements of a field and their number. @owner as getString(); aligned only as the payload is.
+    const void* arrayGetInternal(PacketField field, uint32& count) const;
+    /// Sets the elements of a field. A fixed field keeps what lies behind the last one.
+    /// @errors more than a fixed field holds is logged and cut.
+    void arraySetInternal(PacketField field, const void* data, uint32 count);
+    /// Makes room for elements; otherwise as allocateBuffer(), but a count of 0 empties a dynamic field.
+    void* allocateInternal(PacketField field, uint32 count);
+
+    // --- Cargo: the raw bytes behind the fields of an unversioned packet
+    // --------------------------------------
+
+    /// The cargo; null when there is none. @owner valid until it is set or the packet dies.
+    const uint8* getCargo() const { return m_cargo.bytes; }
+    /// Bytes of the cargo.
+    uint32 getCargoSize() const { return m_cargo.size; }
+    /// The cargo as text. @errors logged, with "", when it is empty or does not end with a zero.
+    const char* getCargoString() const;
+    /// Sets the cargo to a copy of the bytes. @param compressible  as for setBuffer().
+    void setCargo(const uint8* bytes, uint32 size, bool compressible = false);
+    /// @copydoc setCargo(const uint8*, uint32, bool)
+    void setCargo(ConstByteSpan bytes, bool compressible = false);
+    /// Sets the cargo to a text with its terminating zero. @param text  null stands for the empty text.
+    void setCargoString(const char* text);
+    /// Makes room for cargo. @return where to write @p size bytes, null for 0.
+    uint8* allocateCargo(uint32 size, bool compressible = false);
+
+    // --- Payload ------------------------------------------------------------------------------------------
+
+    /// Bytes of the payload as it would be sent.
+    /// @errors a payload of 4 GiB or more can't be sent: it is logged, and the output is empty.
+    uint32 getPayloadSize() const;
+    /// Writes the payload as it is sent. @return bytes written, getPayloadSize().
+    uint32 copyPayloadTo(uint8* out) const;
+    /// Hands the same bytes to @p consumer piece by piece, without putting them together first.
+    /// @return bytes handed over, getPayloadSize().
+    uint32 getPayloadConsumed(ByteConsumer* consumer) const;
+    /// The static area, or the payload of a raw packet.
+    uint8* getPayload() { return m_payload; }
+    /// @copydoc getPayload
+    const uint8* getPayload() const { return m_payload; }
+    /// Notes getPayloadSize() for getCachedPayloadSize().
+    void updateCachedPayloadSize() { m_cachedPayloadSize = getPayloadSize(); }
+    /// What updateCachedPayloadSize() noted last; 0 before.
+    uint32 getCachedPayloadSize() const { return m_cachedPayloadSize; }
+
+    // --- Framings; defined in packet_text.cpp --------------------------------------------------------------
+
+    /// The packet as one line of text: "PKTB16[", header and payload as upper-case hexadecimal digits, "]".
+    String convertToBase16String() const;
+    /// The same behind a line feed, for streams shared with log output: a line being written there can't
+    /// swallow the beginning of the packet.
+    String convertToBase16String_NewLinePrefix() const;
+    /// The raw packet in a line of text.
+    /// @return null for other text, and for a broken packet, which is logged.
+    static SmartPointer<Packet> createFromBase16String(std::string_view text);
+    /// Id, flags and payload.
+    Buffer convertToBufferWithManifest() const;
+    /// The raw packet in the bytes of convertToBufferWithManifest(); its ports are 0.
+    /// @return null for fewer than 4 bytes, which are logged.
+    static SmartPointer<Packet> createFromBufferWithManifest(ConstByteSpan bytes);
+
+private:
+    using Element = PacketScheme::Element;
+    using Number = Element::Number;
+
+    /// The first bytes of every framing; little-endian.
+    struct Header {
+        int16 port = 0;
+        int16 replyPort = 0;
+        Manifest manifest;
+    };
+    static_assert(sizeof(Header) == kHeaderSize && std::is_trivially_copyable_v<Header>);
+
+    /// Bytes of a dynamic field or the cargo, in the payload or in a block of their own.
+    struct Attachment {
+        uint8* bytes = nullptr;
+        uint32 size = 0;
+        bool isOwned = false;
+        bool isCompressible = false;
+    };
+
+    /// The attachments of the dynamic fields; a few have their place inside the packet.
+    class Attachments {
+    public:
+        uint32 size() const { return m_size; }
+        Attachment* data() { return m_many ? m_many.get() : m_few.data(); }
+        const Attachment* data() const { return m_many ? m_many.get() : m_few.data(); }
+        /// Frees all and makes room for @p size empty ones.
+        void reset(uint32 size);
+        void swap(Attachments& other) noexcept;
+        ~Attachments() { reset(0); }
+
+    private:
+        std::array<Attachment, 4> m_few;
+        std::unique_ptr<Attachment[]> m_many;
+        uint32 m_size = 0;
+    };
+
+    const Element& elementOf(const PacketField& field) const {
+        if (field.element()) return *field.element();
+        return m_scheme ? m_scheme->find(field.name()) : reportNoScheme(field.name());
+    }
+    /// Whether the element's values or count lie in the static area, which those of another scheme may not.
+    bool hasStatic(const Element& element) const { return element.m_end <= m_staticSize; }
+    bool isDynamic(const Element& element) const {
+        return static_cast<uint32>(element.m_dynamicIndex) < m_attachments.size();
+    }
+    template <typename T>
+    T load(const Element& element) const {
+        T value;
+        std::memcpy(&value, m_payload + element.m_offset, sizeof value);
+        return value;
+    }
+    template <typename T, typename Value>
+    void save(const Element& element, Value value) {
+        const T narrow = static_cast<T>(value);
+        std::memcpy(m_payload + element.m_offset, &narrow, sizeof narrow);
+    }
+    int64 loadInteger(const Element& element) const;
+
+    const Element& reportNoScheme(std::string_view name) const;
+    ConstByteSpan bytesOf(const Element& element) const;
+    uint8* allocateDynamic(const Element& element, uint32 count, bool compressible);
+    void setDynamic(const Element& element, const void* data, uint64 size, uint32 count, bool compressible);
+    uint8* allocateSpill(uint64 size);
+
+    struct Received;
+    bool readSuffix(Received& received) const;
+    bool readVersion(Received& received) const;
+    bool checkFields(Received& received) const;
+    void attachFields(const Received& received);
+    void upgrade(const Received& received);
+    void forgetScheme();
+
+    bool isWrittenVersioned() const { return hasFlag(kVersioned) && !m_versioningDisabled; }
+    PacketScheme::Version writtenVersion() const;
+    template <typename Piece>
+    void forEachPiece(const Piece& piece) const;
+    void writeBase16(uint8* out) const;
+    void freePayload();
+
+    const PacketScheme* m_scheme = nullptr;
+    uint8* m_payload = nullptr;
+    uint32 m_payloadSize = 0;
+    uint32 m_staticSize = 0; // 0 while the packet is raw
+    Header m_header;
+    uint32 m_cachedPayloadSize = 0;
+    bool m_hasExternalPayload = false;
+    bool m_isConstructed = false;
+    bool m_flushAfterThis = false;
+    bool m_versioningDisabled = false;
+    Attachment m_cargo;
+    Attachments m_attachments;
+    SmartPointer<Object> m_owner;
+    std::unique_ptr<uint8[]> m_spill; // where too long a write to a fixed field goes
+};
+
+inline int64 Packet::loadInteger(const Element& element) const {
+    switch (element.m_number) {
+    case Number::Int8:
+        return load<int8>(element);
+    case Number::UInt8:
+        return load<uint8>(element);
+    case Number::Int16:
+        return load<int16>(element);
+    case Number::UInt16:
+        return load<uint16>(element);
+    case Number::Int32:
+        return load<int32>(element);
+    case Number::UInt32:
+        return load<uint32>(element);
+    case Number::Int64:
+    case Number::UInt64:
+        return load<int64>(element);
+    default:
+        return 0;
+    }
+}
+
+inline int64 Packet::getInteger(PacketField field) const {
+    const Element& element = elementOf(field);
+    return hasStatic(element) ? loadInteger(element) : 0;
+}
+
+inline void Packet::setInteger(PacketField field, int64 value) {
+    const Element& element = elementOf(field);
+    if (!hasStatic(element)) return;
+    switch (element.m_number) {
+    case Number::Int8:
+    case Number::UInt8:
+        return save<uint8>(element, value);
+    case Number::Int16:
+    case Number::UInt16:
+        return save<uint16>(element, value);
+    case Number::Int32:
+    case Number::UInt32:
+        return save<uint32>(element, value);
+    case Number::Int64:
+    case Number::UInt64:
+        return save<int64>(element, value);
+    default:
+        return;
+    }
+}
+
+inline double Packet::getFloat(PacketField field) const {
+    const Element& element = elementOf(field);
+    if (!hasStatic(element)) return 0;
+    if (element.m_number == Number::Float) return static_cast<double>(load<float>(element));
+    return element.m_number == Number::Double ? load<double>(element) : 0;
+}
+
+inline void Packet::setFloat(PacketField field, double value) {
+    const Element& element = elementOf(field);
+    if (!hasStatic(element)) return;
+    if (element.m_number == Number::Float) save<float>(element, value);
+    if (element.m_number == Number::Double) save<double>(element, value);
+}
+
+inline ConstByteSpan Packet::bytesOf(const Element& element) const {
+    if (isDynamic(element)) {
+        const Attachment& attachment = m_attachments.data()[element.m_dynamicIndex];
+        return {attachment.bytes, attachment.size};
+    }
+    if (element.m_fixedCount == 0 || !hasStatic(element)) return {};
+    return {m_payload + element.m_offset, element.m_end - element.m_offset};
+}
+
+inline ConstByteSpan Packet::getBytes(PacketField field) const {
+    return bytesOf(elementOf(field));
+}
+
+template <typename Container>
+void Packet::getStringList(PacketField field, Container& out) const {
+    std::string_view texts = getBytes(field).asText();
+    for (size_t end; (end = texts.find('\0')) != std::string_view::npos; texts.remove_prefix(end + 1))
+        out.insert(out.end(), String(texts.substr(0, end)));
+}
+
+template <typename T>
+T Packet::get(PacketField field) const {
+    static_assert(std::is_trivially_copyable_v<T>);
+    T value{};
+    singleGetInternal(field, &value, sizeof(T));
+    return value;
+}
+
+template <typename T>
+T Packet::getAt(PacketField field, uint32 index) const {
+    static_assert(std::is_trivially_copyable_v<T>);
+    const Element& element = elementOf(field);
+    const ConstByteSpan bytes = bytesOf(element);
+    T value{};
+    if (element.m_elementSize == sizeof(T) && index < bytes.size / sizeof(T))
+        std::memcpy(&value, bytes.data + index * sizeof(T), sizeof(T));
+    return value;
+}
+
+template <typename T>
+void Packet::setArray(PacketField field, const T* values, uint32 count) {
+    static_assert(std::is_trivially_copyable_v<T>);
+    const Element& element = elementOf(field);
+    if (element.m_elementSize == sizeof(T)) arraySetInternal(element, values, count);
+}
+
+} // namespace qel

@@ -1,0 +1,278 @@
+// PacketScheme: the declared layout of one kind of packet, with its history of versions.
+#pragma once
+
+#include <qel/foundation/base/containers.h>
+#include <qel/foundation/base/string.h>
+#include <qel/foundation/base/types.h>
+#include <qel/platform/api.h>
+
+#include <array>
+#include <cstring>
+#include <memory>
+#include <string_view>
+#include <typeinfo>
+
+namespace qel {
+
+class Packet;
+
+/// The layout of a kind of packet: an id, named fields of fixed or variable size, and versions.
+///
+/// A subclass declares the fields in its constructor and closes each version with NextVersion(). What was
+/// declared never changes: a later version only appends. So an old sender and a new reader, and the reverse,
+/// understand each other; docs/formats.md tells the bytes.
+/// @code
+/// struct JobScheme : PacketScheme {
+///     JobScheme() : PacketScheme(700, "Worker", nullptr, "Job") {
+///         Single<int32>("priority", 5);
+///         String("path", kDynamic);
+///         NextVersion();
+///         Array<double>("weights", kDynamic);
+///         NextVersion();
+///     }
+/// };
+/// @endcode
+/// Schemes are plain objects, made once and for good; packets point at theirs.
+/// @threads any, once the constructor is through.
+class QEL_API PacketScheme {
+public:
+    class Element;
+
+    /// What a field is, where a packet's record in a Store wants to know.
+    enum class Kind : uint8 {
+        Plain = 0,   ///< bytes of a type that has no kind of its own
+        Integer = 1, ///< integer of 8 to 64 bits
+        Float = 2,   ///< float or double
+        String = 3,  ///< text with its terminating zero
+        Buffer = 4,  ///< bytes
+        Item = 5,    ///< the plain bytes of an Item
+        Guid = 6,    ///< GUID
+    };
+
+    /// Static size and number of dynamic fields of one version.
+    struct Version {
+        uint32 staticSize = 0;   ///< bytes of the static area
+        uint32 dynamicCount = 0; ///< number of dynamic fields
+    };
+
+    /// The count that declares a dynamic field; every negative count does.
+    static constexpr int kDynamic = -1;
+    /// No dynamic field holds more bytes.
+    static constexpr uint32 kMaxDynamicBytes = 16777216;
+    /// Most bytes of a static area, and the highest version, that the version suffix of a packet can tell.
+    static constexpr uint32 kMaxStaticSize = 0xffffff;
+    static constexpr int kMaxVersion = 255; ///< @copydoc kMaxStaticSize
+
+    /// @param id         the id of the packets, as its 16 bits stand in their header.
+    /// @param nameSpace  names that outlive the scheme.
+    /// @param group      null means none.
+    PacketScheme(int16 id, const char* nameSpace, const char* group, const char* name);
+    virtual ~PacketScheme();
+    PacketScheme(const PacketScheme&) = delete;
+    PacketScheme& operator=(const PacketScheme&) = delete;
+
+    /// The id.
+    int16 getID() const { return m_id; }
+    /// The name without namespace and group.
+    const char* getName() const { return m_name; }
+    /// The namespace, "::" and the group if there is one, "::", and the name.
+    qel::String getFullName() const;
+    /// The number of versions minus 1; -1 without a version.
+    int getMaxVersion() const { return static_cast<int>(m_versions.size()) - 1; }
+    /// The sizes of a version; zeros for one that is not there.
+    Version getVersion(int version) const {
+        return static_cast<size_t>(version) < m_versions.size() ? m_versions[static_cast<size_t>(version)]
+                                                                : Version();
+    }
+    /// The sizes of the newest version.
+    const Version& getNewestVersion() const { return m_newest; }
+    /// Most bytes of cargo; 0 for a scheme without cargo.
+    uint32 getMaxCargoSize() const { return m_maxCargoSize; }
+    /// All fields by name.
+    const Map<qel::String, Element>& getElements() const { return m_elements; }
+    /// The field @p name, for access that need not look it up again.
+    /// @return a field that is empty and ignores writing when there is none of that name.
+    /// @errors an undeclared name is logged: names are a contract of both sides. @threads any.
+    inline const Element& find(std::string_view name) const;
+
+protected:
+    /// Declares a field.
+    /// @param name          a name of its own; a second declaration takes the place of the first, and is
+    /// logged.
+    /// @param count         elements of a fixed field; below 0 declares a dynamic one.
+    /// @param size          bytes of one element.
+    /// @param type          decides the kind.
+    /// @param defaultBytes  value of a fixed field in new packets (for the first element alone); null for
+    /// zeros.
+    /// @return the field, for its flags.
+    /// @errors a field that takes the static area over kMaxStaticSize is logged and gets a count of 0.
+    Element& addElement(const char* name, int count, uint32 size, const std::type_info& type,
+                        const void* defaultBytes);
+    /// Declares one value.
+    template <typename T>
+    Element& Single(const char* name, const T& defaultValue = T()) {
+        static_assert(std::is_trivially_copyable_v<T>);
+        return addElement(name, 1, sizeof(T), typeid(T), &defaultValue);
+    }
+    /// Declares values side by side, fixed or dynamic in number.
+    template <typename T>
+    Element& Array(const char* name, int count) {
+        static_assert(std::is_trivially_copyable_v<T>);
+        return addElement(name, count, sizeof(T), typeid(T), nullptr);
+    }
+    /// Declares a text of @p count bytes with its terminating zero.
+    Element& String(const char* name, int count);
+    /// Declares @p count bytes.
+    Element& Buffer(const char* name, int count);
+    /// Declares the plain bytes of an Item.
+    Element& Item(const char* name, int count);
+    /// Allows raw bytes behind the fields, and makes packets of the scheme unversioned.
+    void Cargo(uint32 maxSize) { m_maxCargoSize = maxSize; }
+    /// Declares the GUID "id": the packets are rows of a Table, whose keys hold it.
+    Element& Table();
+    /// Closes a version; the last one too needs it.
+    void NextVersion();
+
+private:
+    friend class Packet;
+
+    /// What fit() needs of a dynamic field, side by side for all of them.
+    struct DynamicField {
+        uint32 offset;
+        uint32 elementSize;
+        uint32 alignmentMask;
+        uint32 maxCount;
+    };
+    struct Slot {
+        uint64 hash = 0;
+        const Element* element = nullptr;
+    };
+
+    /// The first and last eight bytes and the length decide; so a literal's hash is known when compiling.
+    static inline uint64 hashName(std::string_view name);
+    static const Element& blankElement();
+    const Element& reportUndeclared(std::string_view name) const;
+    Element& addBytes(const char* name, int count, const std::type_info& type, Kind kind);
+    void placeFixed(Element& element, uint32 count);
+    void placeDynamic(Element& element);
+    void setDefault(const Element& element);
+    void addToIndex(const Element& element);
+
+    Map<qel::String, Element> m_elements;
+    Vector<DynamicField> m_dynamicFields;
+    const char* m_nameSpace;
+    const char* m_group;
+    const char* m_name;
+    int16 m_id;
+    uint32 m_staticSize = 0;
+    uint32 m_maxCargoSize = 0;
+    Vector<Version> m_versions;
+    Version m_newest;
+    Vector<uint8> m_defaults; // the static area of a new packet
+    Vector<Slot> m_slots;     // open addressing by hash, at least half empty
+    unsigned m_slotShift = 63;
+};
+
+/// A declared field.
+class QEL_API PacketScheme::Element {
+public:
+    /// Flag of a field that a record in a Store leaves out, since the row's key holds it.
+    static constexpr uint32 kRowId = 1;
+    /// Flag of a field that a record in a Store keeps as bytes, whatever its kind.
+    static constexpr uint32 kStoreAsBuffer = 2;
+
+    /// The name; empty for a field that does not exist.
+    std::string_view getName() const { return m_name; }
+    /// Type of one element.
+    const std::type_info& getType() const { return *m_type; }
+    /// Where the values, or a dynamic field's count, stand in the static area.
+    uint32 getOffset() const { return m_offset; }
+    /// Bytes of one element.
+    uint32 getElementSize() const { return m_elementSize; }
+    /// The alignment minus 1.
+    uint32 getAlignmentMask() const { return m_alignmentMask; }
+    /// Number of elements of a fixed field; 0 for a dynamic one.
+    uint32 getFixedCount() const { return m_fixedCount; }
+    /// Place among the dynamic fields; -1 for a fixed one.
+    int getDynamicIndex() const { return m_dynamicIndex; }
+    /// What the field is.
+    Kind getKind() const { return m_kind; }
+    /// Sum of the flags.
+    uint32 getFlags() const { return m_flags; }
+    /// Adds flags; only while the scheme is being declared.
+    Element& addFlags(uint32 flags) {
+        m_flags |= flags;
+        return *this;
+    }
+    /// Most elements of a dynamic field.
+    uint32 getMaxDynamicCount() const { return m_maxDynamicCount; }
+    /// The version that brought the field.
+    int getVersion() const { return m_version; }
+    /// Default value, getElementSize() bytes; null for zeros.
+    const uint8* getDefaultBytes() const { return m_default.empty() ? nullptr : m_default.data(); }
+
+private:
+    friend class PacketScheme;
+    friend class Packet;
+
+    /// How a single value is read; None where there is no number to read.
+    enum class Number : uint8 {
+        None,
+        Int8,
+        UInt8,
+        Int16,
+        UInt16,
+        Int32,
+        UInt32,
+        Int64,
+        UInt64,
+        Float,
+        Double
+    };
+
+    std::string_view m_name; // the key in the scheme's map
+    uint32 m_offset = 0;
+    uint32 m_end = 0; // behind the values, or the count, in the static area
+    uint32 m_elementSize = 0;
+    int m_dynamicIndex = -1;
+    Number m_number = Number::None;
+    Kind m_kind = Kind::Plain;
+    uint32 m_fixedCount = 0;
+    uint32 m_alignmentMask = 0;
+    uint32 m_maxDynamicCount = 0;
+    uint32 m_flags = 0;
+    int m_version = 0;
+    const std::type_info* m_type = &typeid(void);
+    Vector<uint8> m_default;
+};
+
+inline uint64 PacketScheme::hashName(std::string_view name) {
+    const auto load = [&name](size_t position, auto word) {
+        std::memcpy(&word, name.data() + position, sizeof word);
+        return static_cast<uint64>(word);
+    };
+    const size_t size = name.size();
+    uint64 head = 0, tail = 0;
+    if (size >= 8) {
+        head = load(0, uint64());
+        tail = load(size - 8, uint64());
+    } else if (size >= 4) {
+        head = load(0, uint32());
+        tail = load(size - 4, uint32());
+    } else if (size != 0) {
+        head = load(0, uint8());
+        tail = load(size / 2, uint8()) << 8 | load(size - 1, uint8());
+    }
+    return (head * 0x9e3779b97f4a7c15 ^ tail ^ size << 56) * 0xc2b2ae3d27d4eb4f;
+}
+
+inline const PacketScheme::Element& PacketScheme::find(std::string_view name) const {
+    const uint64 hash = hashName(name);
+    for (size_t i = hash >> m_slotShift;; i = (i + 1) & (m_slots.size() - 1)) {
+        const Slot& slot = m_slots[i];
+        if (!slot.element) return reportUndeclared(name);
+        if (slot.hash == hash && slot.element->m_name == name) return *slot.element;
+    }
+}
+
+} // namespace qel

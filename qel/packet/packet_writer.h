@@ -1,0 +1,23 @@
+// PacketWriter: where packets go to.
+#pragma once
+
+#include <qel/foundation/base/object.h>
+#include <qel/packet/packet.h>
+#include <qel/platform/api.h>
+
+namespace qel {
+
+/// A sink of packets.
+class QEL_API PacketWriter : public Object {
+    QEL_CLASS(PacketWriter, Object)
+
+public:
+    /// Whether packets can still get through.
+    virtual bool valid() { return true; }
+    /// Takes a packet. Writers report nothing back.
+    /// @owner a writer that queues takes a reference, so the packet must be one that a SmartPointer may
+    /// delete.
+    virtual void write(Packet* packet) = 0;
+};
+
+} // namespace qel
