@@ -19,8 +19,8 @@ class QEL_API GUIDDomainDB : public Object {
     QEL_CLASS(GUIDDomainDB, Object)
 
 public:
-    /// Number of low bits that the base and the two indices may take together.
-    static constexpr uint32 kMaxFixedBits = 192;
+    /// Random bits of an identifier, at least: of those above the indices, the ones that are 0 in the base.
+    static constexpr unsigned kMinRandomBits = 64;
 
     /// Reads the domain below @p root, if there is one.
     /// @errors a domain that leaves too few random bits is logged and not used; an index outside its bits is
