@@ -1,0 +1,72 @@
+#include "job_packets.h"
+
+#include <qel/store/core/guid.h>
+
+namespace qeljobs {
+
+namespace {
+
+struct JobScheme : qel::PacketScheme {
+    JobScheme() : PacketScheme(kJobId, "qeljobs", nullptr, "Job") {
+        Single<qel::GUID>("id");
+        Single<qel::int32>("attempt");
+        String("kind", kDynamic);
+        Item("files", kDynamic);
+        NextVersion();
+    }
+};
+
+struct ProgressScheme : qel::PacketScheme {
+    ProgressScheme() : PacketScheme(kProgressId, "qeljobs", nullptr, "Progress") {
+        Single<qel::GUID>("id");
+        Single<qel::int32>("attempt");
+        Single<qel::uint64>("done");
+        Single<qel::uint64>("total");
+        NextVersion();
+    }
+};
+
+struct ResultScheme : qel::PacketScheme {
+    ResultScheme() : PacketScheme(kResultId, "qeljobs", nullptr, "Result") {
+        Single<qel::GUID>("id");
+        Single<qel::int32>("attempt");
+        Single<qel::uint64>("bytes");
+        Item("result", kDynamic);
+        NextVersion();
+    }
+};
+
+struct FailureScheme : qel::PacketScheme {
+    FailureScheme() : PacketScheme(kFailureId, "qeljobs", nullptr, "Failure") {
+        Single<qel::GUID>("id");
+        Single<qel::int32>("attempt");
+        String("error", kDynamic);
+        NextVersion();
+    }
+};
+
+template <class Scheme>
+qel::PacketScheme* only() {
+    static Scheme scheme;
+    return &scheme;
+}
+
+} // namespace
+
+qel::PacketScheme* jobScheme() {
+    return only<JobScheme>();
+}
+
+qel::PacketScheme* progressScheme() {
+    return only<ProgressScheme>();
+}
+
+qel::PacketScheme* resultScheme() {
+    return only<ResultScheme>();
+}
+
+qel::PacketScheme* failureScheme() {
+    return only<FailureScheme>();
+}
+
+} // namespace qeljobs

@@ -1,0 +1,28 @@
+// The packets between the server and its workers, on top of ProcessProtocol.
+#pragma once
+
+#include <qel/packet/packet_scheme.h>
+
+namespace qeljobs {
+
+/// The ids of the packets.
+enum PacketId : qel::int16 { kJobId = 2001, kProgressId = 2002, kResultId = 2003, kFailureId = 2004 };
+
+/// What a job may ask for.
+inline constexpr const char* kJobKinds[] = {"hash", "compress"};
+
+/// Server to worker: do this.
+/// Fields: "id" GUID; "attempt" int32, which answers repeat; "kind" text; "files" Item of one String for each
+/// absolute path.
+qel::PacketScheme* jobScheme();
+/// Worker to server, at most some ten times a second: how far a job is.
+/// Fields: "id" GUID; "attempt" int32; "done" and "total" uint64, in bytes.
+qel::PacketScheme* progressScheme();
+/// Worker to server: a job is done.
+/// Fields: "id" GUID; "attempt" int32; "bytes" uint64 read; "result" Item of one element.
+qel::PacketScheme* resultScheme();
+/// Worker to server: a job can't be done, and why.
+/// Fields: "id" GUID; "attempt" int32; "error" text.
+qel::PacketScheme* failureScheme();
+
+} // namespace qeljobs
