@@ -1,0 +1,48 @@
+// Statistics: named counters that a Store keeps.
+#pragma once
+
+#include <qel/foundation/base/containers.h>
+#include <qel/foundation/base/object.h>
+#include <qel/foundation/base/string.h>
+#include <qel/foundation/base/types.h>
+#include <qel/store/core/item.h>
+
+namespace qel {
+
+/// A set of 64-bit counters with names. They change in memory; flushToDatabase() writes those that did. Each
+/// is a child of the root key: root + String name, with one integer as its value.
+/// @threads one thread at a time.
+class QEL_API Statistics : public Object {
+    QEL_CLASS(Statistics, Object)
+
+public:
+    /// Reads the counters below @p root, a key whose store is set. @owner the store must outlive it.
+    explicit Statistics(const Item& root);
+
+    /// The counter's value; one that is unknown is entered with 0, and not written until it changes.
+    /// @param name  null counts as "".
+    uint64 get(const char* name);
+    /// Adds @p amount to the counter; nothing happens for 0. Beyond 2^64 it starts again from 0.
+    /// @param name  null counts as "".
+    void increase(const char* name, uint64 amount);
+    /// Sets the counter. @param name  null counts as "".
+    void set(const char* name, uint64 value);
+    /// Writes the counters that changed since the last time, in one transaction. Values from 2^63 on are
+    /// stored as the negative number of the same bits.
+    void flushToDatabase();
+
+private:
+    struct Counter {
+        uint64 value = 0;
+        bool dirty = false;
+    };
+
+    Counter& counter(const char* name);
+    void change(Counter& counter, uint64 value);
+
+    Map<String, Counter> m_counters;
+    Item m_root;
+    bool m_dirty = false;
+};
+
+} // namespace qel
