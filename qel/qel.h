@@ -117,11 +117,13 @@
 #include <qel/store/core/memory_store.h>
 #include <qel/store/core/order_key.h>
 #include <qel/store/core/scoped_transaction.h>
+#include <qel/store/core/statistics.h>
 #include <qel/store/core/store.h>
 #include <qel/store/records/guid_domain.h>
 #include <qel/store/records/guid_domain_db.h>
 #include <qel/store/records/human_friendly_key.h>
 #include <qel/store/records/options_db.h>
+#include <qel/store/sqlite/sqlite_store.h>
 #include <qel/system/core/application.h>
 #include <qel/system/core/clock.h>
 #include <qel/system/core/host_types.h>

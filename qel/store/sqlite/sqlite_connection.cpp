@@ -1,0 +1,205 @@
+#include <qel/store/sqlite/sqlite_connection_p.h>
+
+#include <qel/platform/file_system.h>
+#include <qel/store/sqlite/sqlite_store.h>
+
+#include <fmt/format.h>
+#include <sqlite3.h>
+
+#include <array>
+#include <string_view>
+
+namespace qel::internal {
+
+namespace {
+
+constexpr uint32 kApplicationId = 0x71656C53; // "qelS"
+constexpr uint32 kLayoutVersion = 1;
+constexpr const char* kLayout = "CREATE TABLE entries (position BLOB PRIMARY KEY, key BLOB NOT NULL, "
+                                "value BLOB NOT NULL) WITHOUT ROWID";
+
+// Where the numbers stand in the head of every SQLite database, high byte first.
+// https://www.sqlite.org/fileformat2.html, "The Database Header".
+constexpr size_t kHeadSize = 100;
+constexpr std::string_view kMagic{"SQLite format 3\0", 16};
+constexpr size_t kLayoutVersionAt = 60;
+constexpr size_t kApplicationIdAt = 68;
+
+uint32 loadBigEndian(const uint8* bytes) {
+    return uint32{bytes[0]} << 24 | uint32{bytes[1]} << 16 | uint32{bytes[2]} << 8 | bytes[3];
+}
+
+String faultOfHead(const std::array<uint8, kHeadSize>& head) {
+    if (std::string_view(reinterpret_cast<const char*>(head.data()), kMagic.size()) != kMagic)
+        return "not a database";
+    if (loadBigEndian(&head[kApplicationIdAt]) != kApplicationId) return "a database of another program";
+    const uint32 version = loadBigEndian(&head[kLayoutVersionAt]);
+    if (version != kLayoutVersion) return fmt::format("layout {} is unknown", version);
+    return {};
+}
+
+} // namespace
+
+String sqliteErrorText(SqliteCode code) {
+    return fmt::format("{} ({})", sqlite3_errstr(code), code);
+}
+
+bool isSqliteDamage(SqliteCode code) {
+    return (code & 0xff) == SQLITE_CORRUPT || (code & 0xff) == SQLITE_NOTADB;
+}
+
+String SqliteConnection::open(const char* path) {
+    String fault = openFile(path);
+    platform::FileStatus status;
+    if (fault.empty() && platform::readStatus(status, path)) fault = "no file";
+    if (fault.empty() && status.size > 0) fault = checkHead();
+    if (fault.empty()) fault = lock(status.size == 0);
+    if (fault.empty()) fault = checkLayout();
+    if (fault.empty() && size() <= SqliteStore::kCheckedBytes) fault = check();
+    if (fault.empty()) fault = startLog();
+    if (!fault.empty()) close(false);
+    return fault;
+}
+
+String SqliteConnection::openFile(const char* path) {
+    if (*path == '\0') return "no path";
+    platform::FileStatus status;
+    if (!platform::readStatus(status, path) && status.kind != platform::FileKind::File) return "not a file";
+    const std::string plainPath = *path == '/' ? path : std::string("./") + path; // else some have a meaning
+    const SqliteCode code =
+        sqlite3_open_v2(plainPath.c_str(), &m_database,
+                        SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
+    if (code != SQLITE_OK) return reason(code);
+    sqlite3_extended_result_codes(m_database, 1);
+    return {};
+}
+
+// The head is read through the database's own handle: a second descriptor of the file, once closed, would
+// take this process's locks on it away. Until here nothing was locked and nothing written.
+String SqliteConnection::checkHead() {
+    sqlite3_file* file = nullptr;
+    sqlite3_file_control(m_database, "main", SQLITE_FCNTL_FILE_POINTER, &file);
+    std::array<uint8, kHeadSize> head;
+    const SqliteCode code = file->pMethods->xRead(file, head.data(), static_cast<int>(head.size()), 0);
+    if (code == SQLITE_IOERR_SHORT_READ) return "not a database";
+    return code == SQLITE_OK ? faultOfHead(head) : reason(code);
+}
+
+// A new file gets its layout in one step with a rollback journal, so that whoever finds bytes in the file
+// finds a head that tells whose it is.
+String SqliteConnection::lock(bool isNew) {
+    for (const int distrusted :
+         {SQLITE_DBCONFIG_ENABLE_TRIGGER, SQLITE_DBCONFIG_ENABLE_VIEW, SQLITE_DBCONFIG_TRUSTED_SCHEMA})
+        sqlite3_db_config(m_database, distrusted, 0, nullptr);
+    sqlite3_db_config(m_database, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
+    SqliteCode code = execute("PRAGMA locking_mode=EXCLUSIVE; PRAGMA cell_size_check=ON; "
+                              "PRAGMA temp_store=MEMORY; PRAGMA cache_size=-16384; BEGIN EXCLUSIVE");
+    if (code == SQLITE_OK && isNew) {
+        code = execute(fmt::format("PRAGMA application_id={}; PRAGMA user_version={}; {}", kApplicationId,
+                                   kLayoutVersion, kLayout)
+                           .c_str());
+    }
+    if (code == SQLITE_OK) code = execute("COMMIT");
+    return code == SQLITE_OK ? String() : reason(code);
+}
+
+String SqliteConnection::checkLayout() {
+    const String query = fmt::format("SELECT count(*) = 1 AND max(sql) = '{}' FROM sqlite_schema", kLayout);
+    return readNumber(query.c_str()) == 1 ? String()
+                                          : String("damaged: it doesn't hold the table of a store");
+}
+
+String SqliteConnection::startLog() {
+    const SqliteCode code = execute("PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL; "
+                                    "PRAGMA journal_size_limit=16777216");
+    return code == SQLITE_OK ? String() : reason(code);
+}
+
+void SqliteConnection::close(bool isSound) {
+    if (!m_database) return;
+    if (!isSound) sqlite3_db_config(m_database, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+    sqlite3_close(m_database);
+    m_database = nullptr;
+}
+
+SqliteCode SqliteConnection::execute(const char* sql) {
+    return sqlite3_exec(m_database, sql, nullptr, nullptr, nullptr);
+}
+
+bool SqliteConnection::isInTransaction() const {
+    return sqlite3_get_autocommit(m_database) == 0;
+}
+
+// Commits write to the log beside the file and don't wait for the disk; what is behind them is on the disk as
+// soon as that log is.
+SqliteCode SqliteConnection::sync() {
+    sqlite3_file* log = nullptr;
+    sqlite3_file_control(m_database, "main", SQLITE_FCNTL_JOURNAL_POINTER, &log);
+    return log && log->pMethods ? log->pMethods->xSync(log, SQLITE_SYNC_NORMAL) : SQLITE_OK;
+}
+
+String SqliteConnection::check() {
+    SqliteStatement statement;
+    SqliteCode code = statement.prepare(m_database, "PRAGMA quick_check(1)");
+    if (code == SQLITE_OK) code = statement.step();
+    if (code != SQLITE_ROW) return reason(code);
+    const std::string_view fault = statement.column(0).asText();
+    return fault == "ok" ? String() : String(fmt::format("damaged: {}", fault));
+}
+
+int64 SqliteConnection::size() {
+    return readNumber("SELECT page_count * page_size FROM pragma_page_count, pragma_page_size");
+}
+
+String SqliteConnection::reason(SqliteCode code) const {
+    if ((code & 0xff) == SQLITE_BUSY) return "another process or object has it open";
+    if (isSqliteDamage(code)) return "damaged: " + sqliteErrorText(code);
+    return sqliteErrorText(code);
+}
+
+int64 SqliteConnection::readNumber(const char* sql) {
+    SqliteStatement statement;
+    if (statement.prepare(m_database, sql) != SQLITE_OK || statement.step() != SQLITE_ROW) return -1;
+    return statement.number(0);
+}
+
+SqliteCode SqliteStatement::prepare(sqlite3* database, const char* sql) {
+    finalize();
+    return sqlite3_prepare_v3(database, sql, -1, SQLITE_PREPARE_PERSISTENT, &m_statement, nullptr);
+}
+
+void SqliteStatement::finalize() {
+    sqlite3_finalize(m_statement);
+    m_statement = nullptr;
+}
+
+void SqliteStatement::bind(int index, ConstByteSpan bytes) {
+    const void* const data = bytes.size != 0 ? bytes.data : static_cast<const void*>("");
+    sqlite3_bind_blob64(m_statement, index, data, bytes.size, SQLITE_STATIC);
+}
+
+SqliteCode SqliteStatement::step() {
+    return sqlite3_step(m_statement);
+}
+
+SqliteCode SqliteStatement::run() {
+    const SqliteCode code = sqlite3_step(m_statement);
+    sqlite3_reset(m_statement);
+    return code == SQLITE_DONE || code == SQLITE_ROW ? SQLITE_OK : code;
+}
+
+void SqliteStatement::reset() {
+    sqlite3_reset(m_statement);
+}
+
+ConstByteSpan SqliteStatement::column(int index) {
+    const void* const data = sqlite3_column_blob(m_statement, index);
+    const int size = sqlite3_column_bytes(m_statement, index);
+    return {static_cast<const uint8*>(data), static_cast<size_t>(size)};
+}
+
+int64 SqliteStatement::number(int index) {
+    return sqlite3_column_int64(m_statement, index);
+}
+
+} // namespace qel::internal

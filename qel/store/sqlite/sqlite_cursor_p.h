@@ -1,0 +1,45 @@
+// A walk over the entries of a store in one direction.
+#pragma once
+
+#include <qel/store/core/item.h>
+#include <qel/store/sqlite/sqlite_connection_p.h>
+
+#include <string>
+
+namespace qel::internal {
+
+/// Goes from row to row, and from one question to the next as long as nothing was written in between.
+class SqliteCursor {
+public:
+    enum class Direction { Up, Down };
+
+    /// Values above this size don't come along with the key.
+    static constexpr int kValueSize = 4096;
+
+    SqliteCode prepare(sqlite3* database, Direction direction);
+    void finalize();
+
+    /// Goes up to the first entry at @p position or behind it, or down to the last one before it.
+    /// @return whether there is one. @errors none is found, and @p error is set.
+    bool seek(std::string position, SqliteCode& error);
+    /// Goes on to the next entry.
+    bool step(SqliteCode& error);
+    /// Ends the walk; necessary before anything is written.
+    void reset();
+    /// Whether it stands on the entry with exactly the bytes of @p key.
+    bool standsOn(const Item& key);
+
+    /// The entry's key. @owner valid until the cursor moves.
+    ConstByteSpan key() { return m_statement.column(0); }
+    /// Whether the entry's value came along.
+    bool hasValue() { return m_statement.number(2) != 0; }
+    /// The value that came along. @owner valid until the cursor moves.
+    ConstByteSpan value() { return m_statement.column(1); }
+
+private:
+    SqliteStatement m_statement;
+    std::string m_position;
+    bool m_isOnRow = false;
+};
+
+} // namespace qel::internal

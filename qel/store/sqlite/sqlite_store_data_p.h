@@ -1,0 +1,68 @@
+// The operations of a SqliteStore.
+#pragma once
+
+#include <qel/store/core/item.h>
+#include <qel/store/sqlite/sqlite_cursor_p.h>
+#include <qel/store/sqlite/sqlite_store.h>
+#include <qel/store/sqlite/sqlite_transactions_p.h>
+
+#include <array>
+#include <string>
+
+namespace qel::internal {
+
+/// See SqliteStore.
+class SqliteStoreData {
+public:
+    /// @param store  what keys and values given out refer to.
+    SqliteStoreData(SqliteStore* store, SmartCStr path);
+    ~SqliteStoreData() { close(); }
+
+    bool good() const { return m_connection.get() != nullptr; }
+    void set(const Item& key, const Item& value);
+    const Item* get(const Item& key);
+    void remove(const Item& first, const Item& last);
+    bool next(const Item& key, Item& out);
+    bool prev(const Item& key, Item& out);
+    bool first(Item& out);
+    void begin() { m_transactions.begin(); }
+    void commit();
+    void rollback();
+    void close();
+    void flush();
+    int64 size();
+    bool verify();
+
+private:
+    SqliteCode prepare();
+    void releaseFile(bool isSound);
+    void resetCursors();
+
+    bool write(SqliteStatement& statement, size_t bytes);
+    void store(const Item& key, const std::string& position, const Item& value);
+    void erase(const Item& key);
+    void removeByQuestion(const Item& first, const Item& last);
+
+    bool found(bool isRow, SqliteCode error);
+    const Item* keep(ConstByteSpan value);
+    const Item* find(const std::string& position);
+    bool give(SqliteCursor& cursor, Item& out);
+    bool findEqual(const Item& question, size_t before);
+    bool nextOfQuestion(const Item& question, size_t before, Item& out);
+    bool prevOfQuestion(const Item& question, size_t before, Item& out);
+
+    void report(const char* what, SqliteCode code);
+    void closeDamaged(const String& fault);
+    String firstMisplacedKey();
+
+    SqliteStore* const m_store;
+    const String m_path;
+    SqliteConnection m_connection;
+    SqliteTransactions m_transactions;
+    SqliteStatement m_find, m_set, m_erase, m_eraseRange;
+    SqliteCursor m_up, m_down;
+    std::array<Item, SqliteStore::kValuesKept + 1> m_values; // results of get(), used in turn
+    size_t m_nextValue = 0;
+};
+
+} // namespace qel::internal

@@ -1,0 +1,98 @@
+#include <qel/store/core/item.h>
+#include <qel/store/sqlite/sqlite_store.h>
+
+#include <tests/support/scratch_folder.h>
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdio>
+#include <optional>
+#include <random>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace qel {
+namespace {
+
+constexpr int kKills = 200;
+constexpr int kKeys = 40;
+
+/// Writes generation after generation, each in one transaction with another inside, and tells the number of
+/// each that was committed.
+[[noreturn]] void writeGenerations(const std::string& path, int from, int reports) {
+    SqliteStore store(path);
+    for (int generation = from; store.good(); ++generation) {
+        store.set(Item("outside"), Item(generation));
+        store.begin();
+        store.remove(Item(), Item("keys").addEnd());
+        for (int i = 0; i < kKeys; ++i) {
+            store.begin();
+            const size_t size = static_cast<size_t>(generation * 37 + i * 1009) % 3000;
+            store.set(Item("keys").add(i), Item(generation).add(std::string(size, 'x')));
+            store.commit();
+        }
+        store.commit();
+        store.flush();
+        if (write(reports, &generation, sizeof generation) != sizeof generation) break;
+    }
+    _exit(1);
+}
+
+/// The one generation that all keys hold; nothing for a mixture. 0 for a store without keys.
+std::optional<int> generationOf(SqliteStore& store) {
+    std::optional<int> common;
+    int count = 0;
+    Item key("keys");
+    for (bool found = store.next(key, key); found && key < Item("keys").addEnd();
+         found = store.next(key, key)) {
+        int generation = 0;
+        store.get(key)->getIterator().asInteger(generation);
+        if (common.value_or(generation) != generation) return {};
+        common = generation;
+        ++count;
+    }
+    if (count == 0) return 0;
+    return count == kKeys ? common : std::nullopt;
+}
+
+TEST(SqliteStoreKill, LeavesTheOldOrTheNewStateAtAnyMoment) {
+    test::ScratchFolder scratch;
+    const std::string path = scratch.path("killed.store");
+    std::mt19937 random(20);
+    int known = 0, old = 0, fresh = 0, mixed = 0;
+    for (int kill = 0; kill < kKills; ++kill) {
+        int reports[2];
+        ASSERT_EQ(pipe(reports), 0);
+        const pid_t child = fork();
+        if (child == 0) writeGenerations(path, known + 1, reports[1]);
+        close(reports[1]);
+        for (unsigned left = random() % 3; left > 0; --left)
+            ASSERT_EQ(read(reports[0], &known, sizeof known), ssize_t{sizeof known});
+        for (volatile unsigned delay = random() % 2'000'000; delay > 0;) delay = delay - 1;
+        ::kill(child, SIGKILL);
+        while (read(reports[0], &known, sizeof known) == sizeof known) {
+        }
+        close(reports[0]);
+        int status = 0;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        ASSERT_TRUE(WIFSIGNALED(status));
+
+        SqliteStore store(path);
+        ASSERT_TRUE(store.good() && store.verify()) << "kill " << kill;
+        const std::optional<int> found = generationOf(store);
+        if (found == known)
+            ++old;
+        else if (found == known + 1)
+            ++fresh;
+        else
+            ++mixed;
+        known = found.value_or(known);
+    }
+    std::printf("%d kills: %d old, %d new, %d mixed\n", kKills, old, fresh, mixed);
+    EXPECT_EQ(mixed, 0);
+    EXPECT_GT(old, 0);
+}
+
+} // namespace
+} // namespace qel

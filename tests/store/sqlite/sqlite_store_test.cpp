@@ -1,0 +1,283 @@
+#include <qel/store/core/item.h>
+#include <qel/store/sqlite/sqlite_store.h>
+
+#include <tests/support/log_capture.h>
+#include <tests/support/scratch_folder.h>
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <filesystem>
+#include <optional>
+#include <random>
+#include <sys/resource.h>
+
+namespace qel {
+namespace {
+
+using namespace std::string_literals;
+
+/// All entries, one a line.
+std::string contentOf(Store& store) {
+    std::string text;
+    Item key;
+    for (bool found = store.first(key); found; found = store.next(key, key))
+        text += key.asString() + " " + store.get(key)->asString() + "\n";
+    return text;
+}
+
+/// The content of the file at @p path, which must be sound.
+std::string contentOf(const std::string& path) {
+    SqliteStore store(path);
+    EXPECT_TRUE(store.good());
+    EXPECT_TRUE(store.verify());
+    return contentOf(store);
+}
+
+struct SqliteStoreTest : ::testing::Test {
+    void open() { store.emplace(path); }
+    void expectOpenFails(const std::string& reason) {
+        test::LogCapture log;
+        SqliteStore refused(path);
+        EXPECT_FALSE(refused.good()) << reason;
+        log.expect(3, "[STORE] can't open store '" + path + "': " + reason);
+        refused.set(Item("a"), Item(1));
+        refused.begin();
+        refused.remove(Item(), Item().addEnd());
+        refused.commit();
+        refused.flush();
+        Item out(7);
+        EXPECT_TRUE(!refused.get(Item("a")) && !refused.first(out) && !refused.next(out, out) &&
+                    !refused.prev(out, out) && refused.getSizeInBytes() == 0 && !refused.verify());
+        EXPECT_EQ(out, Item(7));
+    }
+
+    test::ScratchFolder scratch;
+    std::string path = scratch.path("data.store");
+    std::optional<SqliteStore> store;
+};
+
+TEST_F(SqliteStoreTest, KeepsEverythingButOpenTransactionsBeyondItsEnd) {
+    open();
+    store->set(Item("plain"), Item(1));
+    store->begin();
+    store->set(Item("kept"), Item(2));
+    store->begin();
+    store->set(Item("kept inside"), Item(3));
+    store->commit();
+    store->commit();
+    store->begin();
+    store->set(Item("open"), Item(4));
+    store->remove(Item("plain"), Item("plain"));
+    const std::string expected =
+        "{<STR:kept>} {<INT:2>}\n{<STR:kept inside>} {<INT:3>}\n{<STR:plain>} {<INT:1>}\n";
+    store.reset();
+    EXPECT_FALSE(scratch.has("data.store-wal"));
+    EXPECT_EQ(contentOf(path), expected);
+    const std::string file = scratch.read("data.store");
+    EXPECT_EQ(file.substr(0, 16), "SQLite format 3\0"s);
+    EXPECT_EQ(file.substr(60, 4) + file.substr(68, 4), "\0\0\0\1qelS"s);
+}
+
+TEST_F(SqliteStoreTest, TakesAnyPathAsANameOfAFile) {
+    const std::string before = std::filesystem::current_path();
+    std::filesystem::current_path(scratch.path());
+    for (const char* name : {":memory:", "file:a?mode=memory", "\xFF%41 b"}) {
+        SqliteStore(name).set(Item(name), Item(1));
+        EXPECT_TRUE(scratch.has(name));
+        EXPECT_NE(contentOf(name), "");
+    }
+    std::filesystem::current_path(before);
+}
+
+TEST_F(SqliteStoreTest, LevelsThatWroteNothingShareTheSavepointsOfThoseInside) {
+    open();
+    const auto set = [&](const char* name) { store->set(Item(name), Item(name)); };
+    const auto names = [&] {
+        std::string all;
+        Item key;
+        for (bool found = store->first(key); found; found = store->next(key, key))
+            all += key.getIterator().convertAsString();
+        return all;
+    };
+    set("a");
+    store->begin();
+    store->begin();
+    store->begin();
+    set("b");
+    store->commit(); // its savepoint is now that of the level around
+    set("c");
+    store->rollback();
+    EXPECT_EQ(names(), "a");
+    set("d");
+    store->begin();
+    set("e");
+    store->begin();
+    store->rollback();
+    store->commit();
+    store->flush();
+    EXPECT_EQ(names(), "ade");
+    store->rollback();
+    EXPECT_EQ(names(), "a");
+}
+
+TEST_F(SqliteStoreTest, ResultsStayWhileOthersAreAskedFor) {
+    open();
+    const std::string large(100'000, 'x');
+    store->set(Item("large"), Item(large));
+    store->set(Item("small"), Item(1));
+    for (int round = 0; round < 3; ++round) {
+        const Item* const first = store->get(Item("large"));
+        for (int i = 1; i <= SqliteStore::kValuesKept - 1; ++i) store->get(Item("small"));
+        store->set(Item("copy"), *first);
+        EXPECT_EQ(*store->get(Item("copy")), Item(large));
+    }
+    Item key("large");
+    ASSERT_TRUE(store->next(key, key));
+    EXPECT_EQ(*store->get(key), Item(1));
+    ASSERT_TRUE(store->prev(key, key));
+    EXPECT_EQ(*store->get(key), Item(large));
+}
+
+TEST_F(SqliteStoreTest, AFileIsOpenOnceAtATime) {
+    open();
+    expectOpenFails("another process or object has it open");
+    store->set(Item("a"), Item(1));
+    store->flush();
+    expectOpenFails("another process or object has it open");
+    store->close();
+    EXPECT_FALSE(store->good());
+    EXPECT_EQ(contentOf(path), "{<STR:a>} {<INT:1>}\n");
+}
+
+TEST_F(SqliteStoreTest, NeverChangesAFileThatIsNotItsOwn) {
+    open();
+    store->set(Item("a"), Item(1));
+    store.reset();
+    const std::string sound = scratch.read("data.store");
+    const auto changed = [&](size_t at, const char* bytes) {
+        return std::string(sound).replace(at, 4, bytes, 4);
+    };
+    const struct {
+        std::string content, reason;
+    } files[] = {{"x", "not a database"},
+                 {std::string(100, 'x'), "not a database"},
+                 {sound.substr(0, 99), "not a database"},
+                 {changed(68, "\0\0\0\0"), "a database of another program"},
+                 {changed(60, "\0\0\0\2"), "layout 2 is unknown"},
+                 {changed(18, "\7\7\0\0"), "damaged: file is not a database (26)"},
+                 {sound.substr(0, sound.size() / 2), "damaged: database disk image is malformed (11)"},
+                 {std::string(sound).replace(sound.find("value BLOB"), 5, "VALUE"),
+                  "damaged: it doesn't hold the table of a store"}};
+    for (const auto& [content, reason] : files) {
+        scratch.write("data.store", content);
+        expectOpenFails(reason);
+        EXPECT_TRUE(scratch.read("data.store") == content) << reason;
+    }
+    path = scratch.makeFolder("folder");
+    expectOpenFails("not a file");
+    path = "/dev/null";
+    expectOpenFails("not a file");
+    path = scratch.path("missing/folder");
+    expectOpenFails("unable to open database file (14)");
+    path = "";
+    expectOpenFails("no path");
+}
+
+TEST_F(SqliteStoreTest, DamageAnywhereEndsInARefusalOrInOtherValues) {
+    open();
+    for (int i = 0; i < 2000; ++i) store->set(Item(i).add(std::string(20 + i % 50, 'k')), Item(i));
+    store.reset();
+    const std::string sound = scratch.read("data.store");
+    std::mt19937 random(1);
+    int refusals = 0;
+    for (int round = 0; round < 100; ++round) {
+        std::string damaged = sound;
+        for (int i = 0; i < 8; ++i) damaged[random() % damaged.size()] = static_cast<char>(random());
+        scratch.write("data.store", damaged);
+        test::LogCapture log;
+        SqliteStore opened(path);
+        if (!opened.good() || !opened.verify()) {
+            ++refusals;
+            EXPECT_EQ(log.take().size(), 1u);
+            opened.close();
+            EXPECT_TRUE(scratch.read("data.store") == damaged) << round;
+        }
+    }
+    EXPECT_GT(refusals, 50);
+}
+
+/// Lets no file grow beyond @p bytes while it lives.
+class FileSizeLimit {
+public:
+    explicit FileSizeLimit(rlim_t bytes) : m_handler(std::signal(SIGXFSZ, SIG_IGN)) {
+        getrlimit(RLIMIT_FSIZE, &m_before);
+        const rlimit limited{bytes, m_before.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &limited);
+    }
+    ~FileSizeLimit() {
+        setrlimit(RLIMIT_FSIZE, &m_before);
+        std::signal(SIGXFSZ, m_handler);
+    }
+
+private:
+    void (*m_handler)(int);
+    rlimit m_before{};
+};
+
+TEST_F(SqliteStoreTest, ADiskThatRefusesWritesNeverTakesWhatWasKept) {
+    open();
+    store->set(Item("old"), Item(1));
+    store->flush();
+    const std::string old = contentOf(*store);
+    const std::string large(200'000, 'x');
+    test::LogCapture log;
+    {
+        const FileSizeLimit limit(60'000);
+        store->begin();
+        store->begin();
+        store->set(Item("old"), Item(2));
+        store->set(Item("new"), Item(large));
+        store->commit();
+        store->commit();
+        log.expect(3, "[STORE] can't commit to store '" + path + "': disk I/O error (778)");
+        EXPECT_EQ(contentOf(*store), old);
+        store->set(Item("gathered"), Item(large));
+        store->set(Item("gathered too"), Item(3));
+        store->flush();
+        log.expect(3, "[STORE] store '" + path + "' lost 2 writes that were not flushed");
+        log.expect(3, "[STORE] can't flush store '" + path + "': disk I/O error (778)");
+        EXPECT_EQ(contentOf(*store), old);
+    }
+    store->set(Item("old"), Item(4));
+    store.reset();
+    EXPECT_EQ(contentOf(path), "{<STR:old>} {<INT:4>}\n");
+}
+
+TEST_F(SqliteStoreTest, AWriteThatFailsDropsItsTransactionAsAWhole) {
+    open();
+    store->set(Item("old"), Item(1));
+    store->flush();
+    test::LogCapture log;
+    {
+        const FileSizeLimit limit(60'000); // reached while the transaction outgrows the memory for pages
+        store->begin();
+        store->set(Item("old"), Item(2));
+        store->begin();
+        for (int i = 0; i < 40; ++i) store->set(Item(i), Item(std::string(1'000'000, 'x')));
+        store->rollback();
+    }
+    store->set(Item("late"), Item(3));
+    store->commit();
+    log.expect(3, "[STORE] can't write to store '" + path + "': disk I/O error (778)");
+    log.expect(3, "[STORE] store '" + path + "' rolled back a transaction that it can't write");
+    EXPECT_EQ(contentOf(*store), "{<STR:old>} {<INT:1>}\n");
+    store->begin();
+    store->set(Item("later"), Item(3));
+    store->commit();
+    store.reset();
+    EXPECT_EQ(contentOf(path), "{<STR:later>} {<INT:3>}\n{<STR:old>} {<INT:1>}\n");
+}
+
+} // namespace
+} // namespace qel
