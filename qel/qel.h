@@ -75,6 +75,7 @@
 #include <qel/platform/file_system.h>
 #include <qel/platform/interrupt.h>
 #include <qel/platform/known_folders.h>
+#include <qel/platform/local_socket.h>
 #include <qel/platform/machine.h>
 #include <qel/platform/process_run.h>
 #include <qel/platform/process_self.h>

@@ -1,0 +1,97 @@
+// JsonRpcServer: remote calls by JSON-RPC 2.0 over a Unix-domain socket, one message a line.
+#pragma once
+
+#include "json_rpc_rights.h"
+
+#include <qel/foundation/base/containers.h>
+#include <qel/foundation/base/smart_pointer.h>
+#include <qel/foundation/base/types.h>
+#include <qel/platform/file_system.h>
+#include <qel/platform/local_socket.h>
+#include <qel/rpc/rpc_provider.h>
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace qelserver {
+
+class JsonRpcConnection;
+class FinishedCalls;
+
+/// Bounds of what peers can make the server do and keep. Whoever reaches one waits, or gets an error.
+struct JsonRpcLimits {
+    std::size_t lineBytes = 1 << 20;   ///< a longer message is refused
+    int depth = 64;                    ///< arrays, objects and lists within each other; more are refused
+    std::size_t batchCalls = 64;       ///< calls in a batch; more are refused
+    std::size_t openCalls = 64;        ///< of a peer's unanswered calls; more messages wait
+    std::size_t unsentBytes = 1 << 20; ///< of replies a peer does not take; more messages wait
+    std::size_t connections = 256;     ///< of all peers; more are turned away
+    std::size_t connectionsOfOtherUser = 32; ///< of one user that is not the server's; more are turned away
+    std::size_t bytesPerPass = 1 << 16;      ///< taken from one peer in one pass
+    qel::int64 passMs = 4;                   ///< after which a pass leaves messages for the next one
+    qel::int64 stallMs = 30'000;             ///< a peer that takes no reply for so long is dropped
+};
+
+/// A provider whose calls come from other processes. Register calls on it as on every RpcProvider, start it,
+/// and call poll() in each pass; it never blocks.
+///
+/// A call is run for a peer that has the right recorded for it; one registered without a right asks for
+/// "rpc:" and its name. Peers with the server's own user id have all rights.
+/// @threads main thread. Calls may be finished on any thread.
+class JsonRpcServer : public qel::RpcProvider {
+public:
+    /// @param socketPath  name of the socket in the file system; "" for a server that only serves what
+    ///                    adopt() gives it.
+    JsonRpcServer(std::string socketPath, JsonRpcRights rights, const JsonRpcLimits& limits = {});
+    ~JsonRpcServer() override;
+
+    /// Begins to listen, open to all users when the rights name any other than the server's own. A name left
+    /// behind by a server that is gone is taken over.
+    /// @return false, with the reason logged.
+    bool start();
+    /// Takes no further connections and messages; poll() goes on to send the replies of calls that run.
+    void drain();
+    /// Whether a reply is owed or on its way.
+    bool isBusy() const;
+    /// Closes everything and removes the name. Calls that still run end without a reply.
+    void stop();
+
+    /// Does what can be done at once: takes connections and messages, runs calls, sends replies.
+    void poll();
+    /// Blocks until a peer has something for poll(), or @p timeoutMs have passed; for hosts that would sleep.
+    void wait(int timeoutMs);
+    /// Serves a connection that somebody else has made.
+    void adopt(qel::platform::FileHandle socket, qel::platform::PeerIdentity peer);
+
+    /// How many peers are connected.
+    std::size_t getConnectionCount() const { return m_connections.size(); }
+    /// How many messages were taken since the start.
+    qel::uint64 getMessageCount() const { return m_messageCount; }
+    /// How many messages and peers were refused since the start.
+    qel::uint64 getRefusalCount() const { return m_refusalCount; }
+
+private:
+    friend class JsonRpcConnection;
+
+    bool takeOverName();
+    void acceptConnections();
+    bool hasRoomFor(const qel::platform::PeerIdentity& peer) const;
+    std::vector<qel::platform::SocketWatch> watch(int timeoutMs) const;
+    void serve(const std::vector<qel::platform::SocketWatch>& watched);
+    void dropClosed();
+
+    const std::string m_socketPath;
+    const JsonRpcRights m_rights;
+    const JsonRpcLimits m_limits;
+    qel::platform::FileHandle m_listener;
+    qel::platform::FileIdentity m_nameIdentity; // of the name that start() made
+    qel::Vector<qel::SmartPointer<JsonRpcConnection>> m_connections;
+    qel::SmartPointer<FinishedCalls> m_finished;
+    std::size_t m_firstToServe = 0; // in turn, so that nobody is always last
+    bool m_draining = false;
+    qel::uint64 m_messageCount = 0;
+    qel::uint64 m_refusalCount = 0;
+};
+
+} // namespace qelserver
