@@ -17,7 +17,8 @@ void runMainLoop(bool stay) {
     const qelSq::VM& vm = *system.getVM();
     qelhosts::Pacer pacer;
     const auto isBusy = [&vm] { return vm.ranThreads(); };
-    while (!qel::System::wasInterruptHandlerCalled() && (stay || vm.threadsActive())) pacer.pass(system, isBusy);
+    while (!qel::System::wasInterruptHandlerCalled() && (stay || vm.threadsActive()))
+        pacer.pass(system, isBusy);
 
     const qel::uint32 end = system.getTime();
     while (vm.threadsActive() && system.getTime() - end < kTimeToFinishMs) pacer.pass(system, isBusy);
