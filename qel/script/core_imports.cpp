@@ -3,6 +3,7 @@
 #include <qel/files/directory.h>
 #include <qel/script/object_interfaces.h>
 #include <qel/script/vector_classes.h>
+#include <qel/store/core/guid.h>
 #include <qel/system/core/system.h>
 
 namespace qelSq {
@@ -49,6 +50,7 @@ void CoreImports(VM* vm) {
     vm->setImportCallback("qel.Rect", &importClass<qel::Rect>, kTable);
     vm->setImportCallback("qel.Directory", &importClass<qel::Directory>, kTable);
     vm->setImportCallback("qel.File", &importClass<qel::File>, kTable);
+    vm->setImportCallback("qel.GUID", &importClass<qel::GUID>, kTable);
     vm->setImportCallback("qel.HumanFriendlyKey", &importHumanFriendlyKey, kTable);
 }
 

@@ -5,6 +5,7 @@
 #include <qel/foundation/base/string.h>
 #include <qel/foundation/base/types.h>
 #include <qel/platform/api.h>
+#include <qel/store/core/guid.h>
 
 #include <squirrel.h>
 
@@ -108,6 +109,8 @@ public:
     bool isNativeInstance() const;
     /// An instance of the bound class named "GUID".
     bool isGUID() const;
+    /// The value of such an instance; the zero identifier for anything else. Defined in guid_binding.cpp.
+    qel::GUID asGUID() const;
     /// The name of a bound class; empty for anything else.
     qel::String getNativeClassName() const;
 

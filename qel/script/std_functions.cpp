@@ -4,6 +4,7 @@
 #include <qel/foundation/base/object.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/script/script_log_p.h>
+#include <qel/store/core/item.h>
 
 namespace qelSq::internal {
 
@@ -23,6 +24,18 @@ void logSupport(const char* text) {
 
 const char* translate(const char* key) {
     return qel::Object::tr(key);
+}
+
+Object decodeJSON(const qel::String& text) {
+    Object value;
+    qel::Item item;
+    if (item.setJSON(text)) item.getIterator().asSquirrel(value);
+    return value;
+}
+
+template <bool pretty>
+qel::String encodeJSON(const Object& value) {
+    return qel::Item(value).getJSON(pretty);
 }
 
 qel::String translateTo(const char* language, const char* key) {
@@ -46,6 +59,9 @@ void fillStd(Object& table) {
     addFunction<&logText<1, kCustomer>>(table, "info_customer");
     addFunction<&logText<2, kCustomer>>(table, "warn_customer");
     addFunction<&logText<3, kCustomer>>(table, "error_customer");
+    addFunction<&decodeJSON>(table, "decode_json");
+    addFunction<&encodeJSON<false>>(table, "encode_json");
+    addFunction<&encodeJSON<true>>(table, "encode_json_pretty");
 }
 
 } // namespace qelSq::internal

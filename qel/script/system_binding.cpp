@@ -2,6 +2,7 @@
 
 #include <qel/script/class_binder.h>
 #include <qel/script/signal_class.h>
+#include <qel/store/core/guid.h>
 
 namespace qel {
 
@@ -49,6 +50,7 @@ void System::bindSqVM(qelSq::Object* cls) {
         .method<&System::setEnv>("setEnv")
         .method<&System::unsetEnv>("unsetEnv")
         .method<&System::getEnv>("getEnv")
+        .method<&System::generateGUID>("generateGUID")
         .method<&System::getExecutableDirectory>("getExecutableDirectory")
         .method<&System::getPluginsDirectory>("getPluginsDirectory");
 }

@@ -5,6 +5,7 @@
 #include <qel/store/core/item_element.h>
 
 #include <cstddef>
+#include <string_view>
 
 namespace qel::internal {
 
@@ -43,8 +44,6 @@ public:
     double number() const { return value<double>(); }
     /// The text of a String or Prefix, without the zero byte.
     std::string_view text() const { return {reinterpret_cast<const char*>(m_position + 1), m_size - 2}; }
-    /// The text of a String or Prefix.
-    const char* textPointer() const { return reinterpret_cast<const char*>(m_position + 1); }
     /// The payload of an element that begins with its size.
     ConstByteSpan payload() const { return {m_position + 5, m_size - 5}; }
     /// The 32 bytes of a GUID.
@@ -69,7 +68,12 @@ private:
     size_t m_size;
 };
 
-/// Whether the tag is one of the four integers.
+/// Whether this is the tag of a String or Prefix.
+constexpr bool isText(ValueType type) {
+    return type == ValueType::String || type == ValueType::Prefix;
+}
+
+/// Whether this is the tag of one of the four integers.
 constexpr bool isInteger(ValueType type) {
     return type == ValueType::Integer8 || type == ValueType::Integer16 || type == ValueType::Integer32 ||
            type == ValueType::Integer64;

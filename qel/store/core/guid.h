@@ -16,7 +16,7 @@
 #include <iosfwd>
 
 namespace qelSq {
-class VM;
+class Object;
 }
 
 namespace qel {
@@ -58,7 +58,7 @@ public:
     explicit operator bool() const { return !isNull(); }
 
     /// Makes GUID a class of scripts. Defined in script/guid_binding.cpp.
-    static void bindSqVM(qelSq::VM* vm);
+    static void bindSqVM(qelSq::Object* cls);
 
     /// Same bytes.
     friend bool operator==(const GUID& a, const GUID& b) {

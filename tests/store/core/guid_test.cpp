@@ -1,0 +1,58 @@
+#include <qel/store/core/guid.h>
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+namespace {
+
+using qel::GUID;
+
+constexpr const char* kDigits = "01000000000000000000000000000000000000000000000000000000000000AB";
+
+TEST(Guid, IsWrittenInTheOrderOfItsBytes) {
+    GUID guid;
+    guid.bytes[0] = 1;
+    guid.bytes[31] = 0xAB;
+    EXPECT_EQ(guid.toString(), kDigits);
+    EXPECT_EQ(GUID::fromString(kDigits), guid);
+    EXPECT_EQ(GUID::fromString("01000000000000000000000000000000000000000000000000000000000000ab"), guid);
+    for (const char* const text :
+         {"", "01", "0100000000000000000000000000000000000000000000000000000000000000AB",
+          "x1000000000000000000000000000000000000000000000000000000000000AB0"}) {
+        EXPECT_TRUE(GUID::fromString(text).isNull()) << text;
+    }
+}
+
+TEST(Guid, IsReadFromAStreamAsExactly64Digits) {
+    std::istringstream in(kDigits + std::string("rest"));
+    GUID guid;
+    std::string rest;
+    EXPECT_TRUE(in >> guid >> rest);
+    EXPECT_EQ(rest, "rest");
+    std::ostringstream out;
+    out << guid;
+    EXPECT_EQ(out.str(), kDigits);
+    for (const std::string& text : {std::string("0102"), std::string(64, 'x')}) {
+        std::istringstream broken(text);
+        EXPECT_FALSE(broken >> guid);
+        EXPECT_TRUE(guid.isNull());
+    }
+}
+
+TEST(Guid, IsOrderedByItsHighestByteFirst) {
+    GUID low, high;
+    low.bytes[0] = 255;
+    high.bytes[1] = 1;
+    EXPECT_LT(low, high);
+    EXPECT_LT(GUID(), low);
+    EXPECT_TRUE(low);
+}
+
+TEST(Guid, HasANickname) {
+    EXPECT_EQ(GUID().getFantasyName(), "god");
+    // FNV-1a of a byte 01, 30 zeros and a byte AB, computed apart from this library, picks the syllables.
+    EXPECT_EQ(GUID::fromString(kDigits).getFantasyName(), "latraduror");
+}
+
+} // namespace

@@ -1,0 +1,331 @@
+#include <tests/store/core/random_item.h>
+
+#include <qel/foundation/base/buffer.h>
+#include <qel/foundation/base/string_id.h>
+#include <qel/store/core/item.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace {
+
+using namespace qel;
+using namespace std::string_literals;
+
+constexpr const char* kGuidDigits = "000102030405060708090A0B0C0D0E0F101112131415161718191A1B1C1D1E1F";
+
+TEST(ItemWriting, GivesTheBytesOfTheTable) {
+    const GUID guid = GUID::fromString(kGuidDigits);
+    const uint8 two[] = {0xAB, 0};
+    const struct {
+        Item item;
+        std::string bytes;
+    } rows[] = {
+        {Item().addInteger64(-2), "01FEFFFFFFFFFFFFFF"},
+        {Item().add(1.5), "02000000000000F83F"},
+        {Item().add(0.5f), "02000000000000E03F"},
+        {Item("ab"), "03616200"},
+        {Item().add(StringId()), "0300"},
+        {Item().add(static_cast<const char*>(nullptr)), "0300"},
+        {Item().add("a", "b"), "03616200"},
+        {Item().add(String("a\0b"s)), "0361006200"},
+        {Item().add(SmartCStr("a\0b"s)), "036100"},
+        {Item(two, 2), "0402000000AB00"},
+        {Item().addBuffer(Buffer(two, 2)), "0402000000AB00"},
+        {Item().addPointer(Item("k")), "05030000000"
+                                       "36B00"},
+        {Item().add(Item(7).add("k")), "09050000000807036B00"},
+        {Item(guid), "0A"s + kGuidDigits},
+        {Item(Item::NILType), "0B"},
+        {Item().addPrefix("table"), "0C7461626C6500"},
+        {Item().add(false).add(true), "0D0E"},
+        {Item().addMeta(), "C0"},
+        {Item().addReferee(two, 1), "C101000000AB"},
+        {Item(Item::WildcardMode).addEnd(), "FEFF"},
+        {Item().addStringOrEncodedGUID("GUID:::"s + kGuidDigits), "0A"s + kGuidDigits},
+        {Item().addStringOrEncodedGUID("GUID:::12"), "0A" + std::string(64, '0')},
+        {Item().addStringOrEncodedGUID("GUID"), "034755494400"},
+        {Item(5).concatItem(Item("a")), "0805036100"},
+    };
+    for (const auto& row : rows) EXPECT_EQ(row.item.getBase16(), row.bytes);
+}
+
+TEST(ItemWriting, TakesTheNarrowestIntegerWhichEqualsTheWidestOne) {
+    const std::pair<int64, size_t> rows[] = {{0, 2},
+                                             {127, 2},
+                                             {-128, 2},
+                                             {128, 3},
+                                             {-129, 3},
+                                             {32767, 3},
+                                             {-32768, 3},
+                                             {32768, 5},
+                                             {-32769, 5},
+                                             {2147483647, 5},
+                                             {-2147483648LL, 5},
+                                             {2147483648, 9},
+                                             {-2147483649LL, 9},
+                                             {INT64_MIN, 9},
+                                             {INT64_MAX, 9}};
+    for (const auto& [value, size] : rows) {
+        const Item item(value);
+        EXPECT_EQ(item.getPlainSize(), size) << value;
+        EXPECT_EQ(item, Item().addInteger64(value));
+        EXPECT_EQ(item.getIterator().convertAsInteger(), value);
+    }
+    EXPECT_EQ(Item(4294967295u).getBase16(), "01FFFFFFFF00000000");
+}
+
+TEST(ItemWriting, LeavesOutWhatNoElementCanHold) {
+    const uint8 byte = 0;
+    EXPECT_TRUE(Item().addBuffer(&byte, size_t{1} << 32).empty());
+}
+
+TEST(ItemWriting, OpensListsInPlace) {
+    Item item("a");
+    const size_t outer = item.openSubItem();
+    const size_t inner = item.add(1).openSubItem();
+    item.closeSubItem(inner).add(2).closeSubItem(outer);
+    EXPECT_EQ(item.getBase16(), Item("a").add(Item(1).add(Item()).add(2)).getBase16());
+}
+
+TEST(ItemMemory, StaysInsideUpTo39BytesAndGrowsByItsRule) {
+    Item item(std::string(37, 'x'));
+    const uint8* const inside = item.getPlainBytePointer();
+    EXPECT_TRUE(inside >= reinterpret_cast<uint8*>(&item) && inside < reinterpret_cast<uint8*>(&item + 1));
+    item.resizePlain(40);
+    const uint8* const outside = item.getPlainBytePointer();
+    EXPECT_FALSE(outside >= reinterpret_cast<uint8*>(&item) && outside < reinterpret_cast<uint8*>(&item + 1));
+    item.resizePlain(304); // 40 + 10 + 256, rounded down to a multiple of 16
+    EXPECT_EQ(item.getPlainBytePointer(), outside);
+    item.clear();
+    item.resizePlain(304);
+    EXPECT_EQ(item.getPlainBytePointer(), outside);
+}
+
+TEST(ItemMemory, CopiesBytesAndMovesBlocks) {
+    Store* const store = reinterpret_cast<Store*>(8);
+    for (const size_t length : {3, 300}) {
+        Item source(std::string(length, 'a'));
+        source.setStore(store);
+        const std::string bytes = source.getBase16();
+        Item copy = source;
+        Item assigned(1);
+        assigned = copy;
+        EXPECT_EQ(assigned.getBase16(), bytes);
+        const uint8* const block = copy.getPlainBytePointer();
+        Item moved = std::move(copy);
+        EXPECT_EQ(moved.getPlainBytePointer() == block, length == 300);
+        EXPECT_EQ(copy.empty(), length == 300); // an inline source stays as it was
+        assigned = std::move(moved);
+        EXPECT_EQ(assigned.getBase16(), bytes);
+        EXPECT_EQ(assigned.getStore(), store);
+    }
+}
+
+TEST(ItemMemory, TakesItsOwnBytesAsSource) {
+    for (const size_t length : {3, 30, 300, 3000}) {
+        const Item element(std::string(length, 'a'));
+        Item item = element;
+        Item view(Item::ExternalBufferMode, item.getConstByteSpan());
+        item.add(view);
+        EXPECT_EQ(item.getBase16(), Item(element).add(element).getBase16());
+        Item twice = item;
+        EXPECT_EQ(twice.add(twice), Item(item).add(item));
+        twice = item;
+        EXPECT_EQ(twice.concatItem(twice), Item(item).concatItem(item));
+        Item::Iterator iterator(item);
+        ASSERT_TRUE(iterator.skip() && iterator.asWeakSubItem(item));
+        EXPECT_EQ(item, element);
+    }
+}
+
+TEST(ItemMemory, NeverWritesThroughAView) {
+    const Item source("foreign");
+    const std::string before = source.getBase16();
+    for (int i = 0; i < 6; ++i) {
+        Item view(Item::ExternalBufferMode, source.getConstByteSpan());
+        const Item copy = view;
+        Item& item = i % 2 == 0 ? view
+                                : view = Item(Item::FastExternalBufferMode, source.getPlainBytePointer(),
+                                              source.getPlainSize());
+        if (i < 2) item.add(1);
+        if (i == 2) *item.resizePlain(2) = 77;
+        if (i == 3) item.setBase16("FFFF");
+        if (i == 4) item.setPlain(Item("other"));
+        if (i == 5) item.clear(), item.add("x");
+        EXPECT_EQ(source.getBase16(), before);
+        EXPECT_EQ(copy.getBase16(), before);
+        EXPECT_NE(item.getBase16(), before);
+    }
+}
+
+TEST(ItemReading, TakesOnlyWhatFits) {
+    // Each read of each element: what does not fit leaves the position alone.
+    const Item all =
+        Item(300).add(2.5).add("t").add(Item("n")).add(GUID::fromString(kGuidDigits)).addNIL().add(true);
+    Item rest = all;
+    rest.addPrefix("p").addBuffer(reinterpret_cast<const uint8*>("xy"), 2).addPointer(Item("k"));
+    Item::Iterator it(rest);
+    const char* const kinds = "iftsgnbtop"; // the read that fits, one for each element
+    for (const char* kind = kinds; *kind; ++kind) {
+        const int64 before = it.getOffset();
+        const size_t size = it.getSize();
+        std::string fitting;
+        const auto attempt = [&](char name, auto read) {
+            Item::Iterator copy = it;
+            if (read(copy)) fitting += name;
+            EXPECT_EQ(copy.getOffset(), before + (fitting.ends_with(name) ? static_cast<int64>(size) : 0))
+                << name;
+        };
+        int64 integer;
+        double number;
+        bool truth;
+        String text;
+        Item item;
+        GUID guid;
+        Buffer buffer;
+        ConstByteSpan bytes;
+        attempt('i', [&](auto& at) { return at.asInteger(integer); });
+        attempt('f', [&](auto& at) { return at.asFloat(number); });
+        attempt('t', [&](auto& at) { return at.asString(text); });
+        attempt('s', [&](auto& at) { return at.asSubItem(item); });
+        attempt('g', [&](auto& at) { return at.asGUID(guid); });
+        attempt('n', [&](auto& at) { return at.asNIL(); });
+        attempt('b', [&](auto& at) { return at.asBool(truth); });
+        attempt('o', [&](auto& at) { return at.asBuffer(buffer); });
+        attempt('p', [&](auto& at) { return at.asWeakPointer(bytes); });
+        EXPECT_EQ(fitting, std::string(1, *kind)) << kind;
+        EXPECT_TRUE(it.skip());
+    }
+    EXPECT_FALSE(it.hasNextElement() || it.skip() || it.asNIL());
+    EXPECT_EQ(rest.getDepth(), 10);
+}
+
+TEST(ItemReading, GivesTheValues) {
+    const Item source = Item(-2).add(-2).add(0x1'0000'0002).add(1.1).add("text").add("id").add("weak");
+    Item::Iterator it(source);
+    int64 signedValue;
+    uint64 bits;
+    int32 low;
+    float number;
+    String text;
+    StringId id;
+    EXPECT_TRUE(it.asInteger(signedValue) && it.asInteger(bits) && it.asInteger(low) && it.asFloat(number));
+    EXPECT_TRUE(it.asString(text) && it.asStringId(id));
+    EXPECT_EQ(signedValue, -2);
+    EXPECT_EQ(bits, ~uint64{1});
+    EXPECT_EQ(low, 2);
+    EXPECT_EQ(number, 1.1f);
+    EXPECT_EQ(text + "," + id + "," + it.asWeakCStr(), "text,id,weak");
+    EXPECT_EQ(it.asWeakCStr(), nullptr);
+}
+
+TEST(ItemReading, EndsAtMalformedBytes) {
+    const std::pair<const char*, int> rows[] = {
+        {"08050807", 2},   {"080500", 1},       {"08050F", 1}, {"0805036161", 1}, {"01FFFFFFFFFFFFFF", 0},
+        {"0401000000", 0}, {"04FFFFFFFF00", 0}, {"090000", 0}, {"0A00", 0},       {"03", 0}};
+    for (const auto& [bytes, depth] : rows) {
+        Item item;
+        ASSERT_TRUE(item.setBase16(bytes));
+        EXPECT_EQ(item.getDepth(), depth) << bytes;
+    }
+    const Item item(5);
+    for (const int64 offset : {int64{-1}, int64{3}, INT64_MIN, INT64_MAX}) {
+        EXPECT_EQ(Item::Iterator(item, offset).getType(), ValueType::None) << offset;
+    }
+}
+
+TEST(ItemReading, HandsTheStoreOn) {
+    Store* const store = reinterpret_cast<Store*>(8);
+    Store* const other = reinterpret_cast<Store*>(16);
+    Item source = Item().add(Item("a")).add(Item("b")).add("c");
+    source.setStore(store);
+    Item copied(other), viewed, element;
+    Item::Iterator it(source);
+    EXPECT_TRUE(it.asSubItem(copied) && it.asWeakSubItem(viewed) && it.asWeakItemView(element));
+    EXPECT_EQ(copied.getStore(), other);
+    EXPECT_EQ(viewed.getStore(), store);
+    EXPECT_EQ(element.getStore(), store);
+    EXPECT_EQ(viewed.asString() + element.asString(), "{<STR:b>}{<STR:c>}");
+}
+
+TEST(ItemReading, ReadsTables) {
+    const Item table = Item().addPrefix("table").add(Item("k").add(1).add("k").add(2).add(3).add(4));
+    Map<SmartCStr, Item> map;
+    Item::Iterator it(table);
+    ASSERT_TRUE(it.asWeakTable(map));
+    EXPECT_FALSE(it.hasNextElement());
+    ASSERT_EQ(map.size(), 1u); // the first key that is no text ends it
+    EXPECT_EQ(map["k"], Item(2));
+    const Item noTables[] = {Item().addPrefix("table"), Item("table").add(Item()),
+                             Item().addPrefix("t").add(Item())};
+    for (const Item& item : noTables) {
+        Item::Iterator at(item);
+        EXPECT_FALSE(at.asWeakTable(map)) << item.asString();
+        EXPECT_EQ(at.getOffset(), 0);
+    }
+    EXPECT_EQ(map.size(), 1u);
+}
+
+TEST(ItemReading, ConvertsWhateverFits) {
+    const GUID guid = GUID::fromString(kGuidDigits);
+    const struct {
+        Item item;
+        bool truth;
+        int64 integer;
+        double number;
+        std::string text;
+    } rows[] = {
+        {Item(7), true, 7, 7, "7"},
+        {Item(0), false, 0, 0, "0"},
+        {Item().add(-2.75), true, -2, -2.75, "-2.75"},
+        {Item().add(0.0), false, 0, 0, "0"},
+        {Item().add(1234567.0), true, 1234567, 1234567, "1.23457e+06"},
+        {Item().add(1e300), true, INT64_MAX, 1e300, "1e+300"},
+        {Item().add(-1e300), true, INT64_MIN, -1e300, "-1e+300"},
+        {Item().add(HUGE_VAL), true, INT64_MAX, HUGE_VAL, "inf"},
+        {Item("abc"), true, 0, 0, "abc"},
+        {Item("false"), true, 0, 0, "false"},
+        {Item(""), true, 0, 0, ""},
+        {Item(" -12.5e1x"), true, -12, -125, " -12.5e1x"},
+        {Item("99999999999999999999"), true, INT64_MAX, 1e20, "99999999999999999999"},
+        {Item().addPrefix("8"), true, 8, 8, "8"},
+        {Item().add(true), true, 1, 1, "true"},
+        {Item().add(false), false, 0, 0, "false"},
+        {Item(guid), true, 0, 0, "GUID:::"s + kGuidDigits},
+        {Item().add(Item()), true, 0, 0, ""},
+        {Item().addBuffer(nullptr, 0), true, 0, 0, ""},
+        {Item(Item::NILType), false, 0, 0, ""},
+    };
+    for (const auto& row : rows) {
+        const Item list = Item(row.item).add("next");
+        const auto convert = [&](auto read) {
+            Item::Iterator it(list);
+            const auto value = read(it);
+            EXPECT_EQ(it.convertAsString(), "next") << row.item.asString();
+            return value;
+        };
+        EXPECT_EQ(convert([](auto& it) { return it.convertAsBool(); }), row.truth) << row.item.asString();
+        EXPECT_EQ(convert([](auto& it) { return it.convertAsInteger(); }), row.integer)
+            << row.item.asString();
+        EXPECT_EQ(convert([](auto& it) { return it.convertAsFloat(); }), row.number) << row.item.asString();
+        EXPECT_EQ(convert([](auto& it) { return it.convertAsString(); }), row.text) << row.item.asString();
+    }
+}
+
+TEST(ItemScriptCode, IsFoundAtAnyDepth) {
+    const Item code = Item().addPrefix("squirrel").addBuffer(nullptr, 0);
+    EXPECT_TRUE(code.hasScriptCode());
+    EXPECT_FALSE(Item().addPrefix("squirrel").addNIL().addBuffer(nullptr, 0).hasScriptCode());
+    EXPECT_FALSE(Item("squirrel").addBuffer(nullptr, 0).hasScriptCode());
+    Item deep;
+    Vector<size_t> open;
+    for (int i = 0; i < 100'000; ++i) open.push_back(deep.add(i).openSubItem());
+    EXPECT_FALSE(deep.hasScriptCode());
+    deep.concatItem(code);
+    for (; !open.empty(); open.pop_back()) deep.closeSubItem(open.back());
+    EXPECT_TRUE(deep.hasScriptCode());
+}
+
+} // namespace

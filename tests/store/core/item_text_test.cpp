@@ -1,0 +1,148 @@
+#include <tests/support/log_capture.h>
+
+#include <qel/store/core/item.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace {
+
+using qel::GUID;
+using qel::Item;
+using qel::String;
+using namespace std::string_literals;
+
+constexpr const char* kZeroDigits = "0000000000000000000000000000000000000000000000000000000000000000";
+
+TEST(ItemText, NamesEachElement) {
+    const struct {
+        Item item;
+        std::string forLogs;
+        std::string forPeople;
+    } rows[] = {
+        {Item(), "{}", ""},
+        {Item(-5).add(0.1).add("a"), "{<INT:-5><FLT:0.1><STR:a>}", "INT:-5;FLT:0.1;a"},
+        {Item("").add("b"), "{<STR:><STR:b>}", "b"},
+        {Item().addPrefix("p").addBuffer(nullptr, 0), "{<PREFIX:p><BUF:0>}", "PREFIX:p;BUF:0"},
+        {Item().add(Item("a").add(Item())).add(1), "{<ITEM:{<STR:a><ITEM:{}>}><INT:1>}",
+         "ITEM:{a;ITEM:{}};INT:1"},
+        {Item(GUID()), "{<GUID:"s + kZeroDigits + ">}", "GUID:"s + kZeroDigits},
+        {Item(Item::NILType).add(true).add(false), "{<NIL><BOOL:TRUE><BOOL:FALSE>}",
+         "NIL;BOOL:TRUE;BOOL:FALSE"},
+        {Item().addMeta().addEnd(), "{<META><END>}", "META;END"},
+        {Item("a").addPointer(Item(1)).add(1), "{<STR:a><TRAIL:9>}", "a;TRAIL:9"},
+        {Item(Item::WildcardMode), "{<TRAIL:1>}", "TRAIL:1"},
+        {Item(1).addReferee(nullptr, 0), "{<INT:1><TRAIL:5>}", "INT:1;TRAIL:5"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(row.item.asString(), row.forLogs);
+        EXPECT_EQ(row.item.asBrowsableString(), row.forPeople);
+    }
+}
+
+TEST(ItemText, CarriesThePlainBytes) {
+    const Item item = Item("text").add(300).add(Item(1));
+    Item back;
+    EXPECT_TRUE(back.setBase16(item.getBase16()) && back.getBase16() == item.getBase16());
+    EXPECT_TRUE(back.setBase64(item.getBase64()) && back.getBase16() == item.getBase16());
+    EXPECT_TRUE(back.setBase64crc(item.getBase64crc()) && back.getBase16() == item.getBase16());
+    EXPECT_EQ(Item(Item::PlainMode, reinterpret_cast<const qel::uint8*>("\xFB\xFF"), 2).getBase64(), "-_8");
+    EXPECT_FALSE(back.setBase16("ABC"));
+    EXPECT_EQ(back.getBase16(), item.getBase16()); // a size that can't be is found before anything is written
+    EXPECT_FALSE(back.setBase16("XY"));
+    EXPECT_TRUE(back.empty());
+    EXPECT_FALSE(back.setBase64("a+b/"));
+    EXPECT_FALSE(back.setBase64crc("AAA"));
+    String broken = item.getBase64crc();
+    broken.back() = broken.back() == 'A' ? 'B' : 'A';
+    EXPECT_FALSE(back.setBase64crc(broken));
+}
+
+TEST(ItemJson, MapsEachElement) {
+    const std::pair<Item, std::string> rows[] = {
+        {Item(-1).add("ignored"), "-1"},
+        {Item(INT64_MAX), "9223372036854775807"},
+        {Item().add(0.1), "0.1"},
+        {Item().add(HUGE_VAL), "null"},
+        {Item("\"\xC3\xA4\n"), "\"\\\"\xC3\xA4\\n\""},
+        {Item(Item::NILType), "null"},
+        {Item().add(true), "true"},
+        {Item(GUID()), "\"GUID:::"s + kZeroDigits + "\""},
+        {Item().add(Item(1).add(Item()).addFalse()), "[1,[],false]"},
+        {Item().addPrefix("table").add(Item("b").add(1).addPrefix("a").add(2).add("b").add(3)),
+         "{\"a\":2,\"b\":3}"},
+        {Item(), ""},
+        {Item().addPrefix("table"), ""},
+        {Item().addPrefix("table").add(Item(1).add(2)), ""},
+        {Item().addPrefix("table").add(Item("a")), ""},
+        {Item().addPrefix("squirrel").addNIL(), ""},
+        {Item().add(Item(1).addBuffer(nullptr, 0)), ""},
+        {Item().addPointer(Item()), ""},
+        {Item().addMeta(), ""},
+    };
+    for (const auto& [item, json] : rows) EXPECT_EQ(item.getJSON(false), json) << item.asString();
+    EXPECT_EQ(Item().add(Item(1)).getJSON(true), "[\n  1\n]");
+}
+
+TEST(ItemJson, ReadsWhatItMaps) {
+    const std::pair<std::string, std::string> rows[] = {
+        {R"( {"b": [1, -2.5, 1e2], "a": {}} )", "{<PREFIX:table><ITEM:{<STR:a><PREFIX:table><ITEM:{}>"
+                                                "<STR:b><ITEM:{<INT:1><FLT:-2.5><FLT:100>}>}>}"},
+        {R"([null, true, false, "x"])", "{<ITEM:{<NIL><BOOL:TRUE><BOOL:FALSE><STR:x>}>}"},
+        {"\"GUID:::"s + kZeroDigits + "\"", "{<GUID:"s + kZeroDigits + ">}"},
+        {"18446744073709551615", "{<INT:-1>}"},
+        {R"(["a\u0000\u0006bcd\u0000", {"k\u0000\u0007": 1}])",
+         "{<ITEM:{<STR:a><PREFIX:table><ITEM:{<STR:k><INT:1>}>}>}"},
+    };
+    for (const auto& [json, text] : rows) {
+        Item item("old"), again;
+        EXPECT_TRUE(item.setJSON(json)) << json;
+        EXPECT_EQ(item.asString(), text);
+        EXPECT_TRUE(again.setJSON(item.getJSON(true)));
+        EXPECT_EQ(again, item);
+    }
+}
+
+TEST(ItemJson, LogsWhatItCanNotRead) {
+    for (const char* const json : {"", "{", "[1,]", "// comment\n1", "1 2", "\"\xFF\"", "nul"}) {
+        qel::test::LogCapture capture;
+        Item item(1);
+        EXPECT_FALSE(item.setJSON(json)) << json;
+        EXPECT_TRUE(item.empty());
+        capture.expect(3, "[SUPPORT] Failed parsing Item from JSON");
+    }
+    qel::test::LogCapture capture;
+    EXPECT_EQ(Item("\xFF").getJSON(false), "");
+    const auto lines = capture.take();
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_TRUE(lines[0].text.starts_with("[SUPPORT] Failed to decode item as JSON, err=")) << lines[0].text;
+}
+
+TEST(ItemJson, NestsDownToTheLimit) {
+    const auto brackets = [](int levels) {
+        const auto count = static_cast<size_t>(levels);
+        return std::string(count, '[') + std::string(count, ']');
+    };
+    for (const int levels : {64, 1000, Item::kMaxDepth}) {
+        Item item;
+        EXPECT_TRUE(item.setJSON(brackets(levels)));
+        EXPECT_EQ(item.getJSON(false), brackets(levels));
+        EXPECT_EQ(item.asString().size(), static_cast<size_t>(levels) * 9 + 2);
+    }
+    for (const int levels : {Item::kMaxDepth + 1, 100'000, 3'300'000}) {
+        qel::test::LogCapture capture;
+        EXPECT_FALSE(Item().setJSON(brackets(levels)));
+        capture.expect(3, "[SUPPORT] Failed parsing Item from JSON");
+        Item item;
+        qel::Vector<size_t> open;
+        for (int i = 0; i < levels; ++i) open.push_back(item.openSubItem());
+        for (; !open.empty(); open.pop_back()) item.closeSubItem(open.back());
+        // The list below the deepest level is empty: its bytes have ended.
+        EXPECT_EQ(item.getJSON(false), brackets(Item::kMaxDepth + 1));
+        const auto rest = std::to_string(5 * (levels - Item::kMaxDepth - 1));
+        EXPECT_EQ(item.asString().find("TRAIL:" + rest + ">") != String::npos, levels > Item::kMaxDepth + 1);
+    }
+}
+
+} // namespace
