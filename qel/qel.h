@@ -5,6 +5,7 @@
 #include <qel/files/background_service.h>
 #include <qel/files/default_background_service.h>
 #include <qel/files/deferred_deletion.h>
+#include <qel/files/delete_later.h>
 #include <qel/files/directory.h>
 #include <qel/files/file.h>
 #include <qel/files/file_stream.h>

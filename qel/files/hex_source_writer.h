@@ -3,6 +3,7 @@
 
 #include <qel/foundation/base/byte_consumer.h>
 #include <qel/foundation/base/object.h>
+#include <qel/foundation/base/string.h>
 #include <qel/foundation/base/types.h>
 #include <qel/platform/api.h>
 
@@ -13,7 +14,7 @@ namespace qel {
 
 /// A sink that writes what it gets into a source file: the array "table_data" and, from close(), its
 /// "table_size". Lines have at most 80 characters.
-/// @errors  of the file are not reported.
+/// @errors  a file that can't be made gives nothing at all; one that can't be filled is logged by close().
 /// @threads an object is used by one thread at a time.
 class QEL_API HexSourceWriter : public Object, public ByteConsumer {
     QEL_CLASS(HexSourceWriter, Object)
@@ -31,6 +32,7 @@ private:
     void write(uint8 byte);
 
     std::unique_ptr<std::iostream> m_output;
+    String m_path;
     uint32 m_count = 0;
     uint32 m_column = 0;
     bool m_first = true;

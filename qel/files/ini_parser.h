@@ -25,7 +25,7 @@ class QEL_API INIParser : public Object {
 
 public:
     /// Files above this size, in bytes, are not loaded.
-    static constexpr uint64 kMaxFileSize = 256 * 1024;
+    static constexpr uint64 kMaxFileSize = 128 * 1024;
 
     /// Loads the file. A missing one is no error.
     /// @errors logged: what can't be read, is too large, is no plain file, or breaks the format.

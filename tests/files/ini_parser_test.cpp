@@ -1,0 +1,123 @@
+#include <qel/files/ini_parser.h>
+
+#include <qel/store/core/item.h>
+#include <tests/files/file_fixture.h>
+
+#include <clocale>
+
+#include <sys/stat.h>
+
+namespace qel {
+namespace {
+
+class INIParserTest : public test::FileFixture {
+protected:
+    INIParser parse(std::string_view content) const {
+        return INIParser(folder.write("x.ini", content).c_str());
+    }
+    /// What a form of an accessor gives for a key; nothing when it gives false.
+    template <typename T, typename... Fallback>
+    static std::optional<T> get(bool (INIParser::*form)(SmartCStr, T&, Fallback...) const,
+                                const INIParser& ini, const char* key, Fallback... fallback) {
+        T value = T(77);
+        if ((ini.*form)(key, value, fallback...)) return value;
+        EXPECT_EQ(value, T(77)) << key << " was written";
+        return {};
+    }
+};
+
+constexpr const char* kNumbers =
+    "[n]\nhex=0x10\noct=010\nneg=-3\none=-1\ntext=abc\nhuge=99999999999999999999\n"
+    "f=1.5e3 mm\nhf=0x1p4\nempty=\nbig=4294967295\n[test]\nA=5\nlong=7\n";
+
+TEST_F(INIParserTest, WholeNumbersAreReadInTheBaseThatTheirTextTells) {
+    const INIParser ini = parse(kNumbers);
+    const auto integer = [&](const char* key) {
+        return get<int>(&INIParser::getInteger, ini, key).value_or(-999);
+    };
+    const std::pair<const char*, int> expected[] = {
+        {"n:hex", 16},       {"N:OCT", 8},       {"n:neg", -3},  {"n:text", 0}, {"n:empty", 0},
+        {"n:huge", INT_MAX}, {"n:big", INT_MAX}, {"n:no", -999}, {"n", -999},   {"missing:hex", -999}};
+    for (const auto& [key, value] : expected) EXPECT_EQ(integer(key), value) << key;
+    EXPECT_EQ(get<int>(&INIParser::getInteger, ini, "n:no", INT_MIN), INT_MIN);
+    EXPECT_EQ(get<unsigned>(&INIParser::getInteger, ini, "n:no", 4'000'000'000u), 4'000'000'000u);
+    EXPECT_EQ(get<unsigned>(&INIParser::getInteger, ini, "n:big", 1u), 4'294'967'295u);
+    EXPECT_EQ(get<unsigned>(&INIParser::getInteger, ini, "n:one", 1u), 4'294'967'295u);
+}
+
+TEST_F(INIParserTest, FractionsAreReadWithAPointUnderAnyLocale) {
+    const bool german = std::setlocale(LC_NUMERIC, "de_DE.UTF-8") != nullptr;
+    const INIParser ini = parse(kNumbers);
+    EXPECT_EQ(get<float>(&INIParser::getFloat, ini, "n:f"), 1500.0f);
+    EXPECT_EQ(get<double>(&INIParser::getFloat, ini, "n:hf"), 16.0);
+    EXPECT_EQ(get<double>(&INIParser::getFloat, ini, "n:text"), 0.0);
+    EXPECT_EQ(get<double>(&INIParser::getFloat, ini, "n:no"), std::nullopt);
+    EXPECT_EQ(get<double>(&INIParser::getFloat, ini, "n:no", 1.0 / 3), 0.333333);
+    EXPECT_EQ(get<float>(&INIParser::getFloat, ini, "n:no", 1e-7f), 1e-7f);
+    if (german) std::setlocale(LC_NUMERIC, "C");
+}
+
+TEST_F(INIParserTest, ABooleanIsToldByTheFirstLetterOfItsText) {
+    const INIParser ini = parse("[b]\na=yes\nb=True\nc=1\nd=no\ne=FALSE\nf=0\ng=on\nh=\n");
+    const std::optional<bool> expected[] = {true, true, true, false, false, false, {}, {}, {}};
+    for (char letter = 'a'; letter <= 'i'; ++letter) {
+        const std::string key = std::string("b:") + letter;
+        bool value = letter % 2 == 0;
+        const bool before = value;
+        const bool found = ini.getBoolean(key, value);
+        EXPECT_EQ(found, expected[letter - 'a'].has_value()) << key;
+        EXPECT_EQ(value, expected[letter - 'a'].value_or(before)) << key;
+    }
+    bool section = true;
+    EXPECT_FALSE(ini.getBoolean("b", section)) << "a section's own name has no text";
+}
+
+TEST_F(INIParserTest, AnEntryOfMinusOneCountsAsAbsent) {
+    const INIParser ini = parse(kNumbers);
+    for (const char* key : {"n:text", "n:empty", "n:neg", "test:a"}) EXPECT_TRUE(ini.hasEntry(key)) << key;
+    for (const char* key : {"n:one", "n:no", "n", ""}) EXPECT_FALSE(ini.hasEntry(key)) << key;
+}
+
+TEST_F(INIParserTest, TheKeysOfASectionAreThoseOfTheSectionTest) {
+    const auto section = [](const INIParser& ini, const std::string& name) {
+        Item item;
+        return ini.getSection(name, item) ? item.asString() : "false " + item.asString();
+    };
+    const INIParser ini = parse(kNumbers + std::string("[b]\na=1\n[longname]\na=1\nb=2\n[empty]\n"));
+    EXPECT_EQ(section(ini, "test"), "{<STR:a><INT:5><STR:long><INT:7>}");
+    EXPECT_EQ(section(ini, "b"), "{<STR:t:a><INT:5>}");
+    EXPECT_EQ(section(ini, "longname"), "{<STR:><INT:5><STR:><INT:7>}") << "no byte from behind a key's end";
+    EXPECT_EQ(section(ini, "n"), "false {}") << "there are more keys than test has";
+    EXPECT_EQ(section(ini, "empty"), "false {}");
+    EXPECT_EQ(section(ini, std::string(5000, 'x')), "false {}");
+    EXPECT_EQ(section(parse("[a]\nb=1\n"), "a"), "false {}");
+}
+
+TEST_F(INIParserTest, AFileThatCannotBeUsedGivesFalseForEveryKey) {
+    mkfifo(path("pipe").c_str(), 0600);
+    folder.write("large", std::string(INIParser::kMaxFileSize + 1, '\n'));
+    folder.write("edge", std::string(INIParser::kMaxFileSize, '\n'));
+    EXPECT_TRUE(INIParser(path("edge").c_str()).isValid());
+    for (const char* name : {"missing", "pipe", "large", "."}) {
+        const INIParser ini(path(name).c_str());
+        EXPECT_FALSE(ini.isValid()) << name;
+        EXPECT_EQ(get<int>(&INIParser::getInteger, ini, "a:b", 1), std::nullopt) << name;
+        EXPECT_EQ(get<unsigned>(&INIParser::getInteger, ini, "a:b", 1u), std::nullopt) << name;
+        EXPECT_EQ(get<float>(&INIParser::getFloat, ini, "a:b", 1.f), std::nullopt) << name;
+        String text;
+        EXPECT_FALSE(ini.getString("a:b", text) || ini.hasEntry("a:b")) << name;
+    }
+    EXPECT_FALSE(INIParser(nullptr).isValid());
+    EXPECT_EQ(log.take().size(), 3u) << "a missing file is no error";
+}
+
+TEST_F(INIParserTest, WhatBreaksTheFormatIsLoggedInTheLibrarysWords) {
+    EXPECT_FALSE(parse("[a]\nno equals sign\n").isValid());
+    const auto lines = log.take();
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(lines[0].text, "iniparser: syntax error in " + path("x.ini") + " (2):\n-> no equals sign");
+    EXPECT_EQ(lines[0].level, 3);
+}
+
+} // namespace
+} // namespace qel
