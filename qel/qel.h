@@ -29,6 +29,7 @@
 #include <qel/foundation/base/crc32c.h>
 #include <qel/foundation/base/delegate.h>
 #include <qel/foundation/base/ivec.h>
+#include <qel/foundation/base/line_end.h>
 #include <qel/foundation/base/listener_list.h>
 #include <qel/foundation/base/log_line.h>
 #include <qel/foundation/base/mutex.h>
@@ -66,6 +67,7 @@
 #include <qel/platform/build_facts.h>
 #include <qel/platform/c_locale.h>
 #include <qel/platform/charset_converter.h>
+#include <qel/platform/child_process.h>
 #include <qel/platform/clock.h>
 #include <qel/platform/command_line.h>
 #include <qel/platform/console.h>
@@ -88,6 +90,12 @@
 #include <qel/plugins/plugins.h>
 #include <qel/plugins/resource_locator.h>
 #include <qel/plugins/resource_provider.h>
+#include <qel/process/async_supervisor.h>
+#include <qel/process/killed_children.h>
+#include <qel/process/process.h>
+#include <qel/process/process_packet_reader.h>
+#include <qel/process/process_packet_writer.h>
+#include <qel/process/process_protocol.h>
 #include <qel/rpc/rpc_context.h>
 #include <qel/rpc/rpc_context_internal.h>
 #include <qel/rpc/rpc_handle.h>

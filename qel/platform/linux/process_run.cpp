@@ -1,15 +1,15 @@
 #include <qel/platform/process_run.h>
 
+#include <qel/platform/linux/exit_code_p.h>
 #include <qel/platform/linux/orphan_start_p.h>
+#include <qel/platform/linux/spawn_setup_p.h>
 
 #include <atomic>
 #include <cerrno>
-#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 
 #include <fcntl.h>
-#include <spawn.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -23,70 +23,22 @@ bool isProgram(const std::string& path) {
     return stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode) && access(path.c_str(), X_OK) == 0;
 }
 
-std::vector<char*> argumentPointers(const std::vector<std::string>& arguments) {
-    std::vector<char*> pointers;
-    for (const std::string& argument : arguments) pointers.push_back(const_cast<char*>(argument.c_str()));
-    pointers.push_back(nullptr);
-    return pointers;
-}
-
-/// The attributes and actions of posix_spawn that give a program clean signals and its three streams alone.
-class SpawnSetup {
-public:
-    explicit SpawnSetup(const ProgramStart& start) {
-        posix_spawnattr_init(&m_attributes);
-        posix_spawn_file_actions_init(&m_actions);
-        setSignals(start.ownSession);
-        setStreams(start.quiet);
-    }
-    ~SpawnSetup() {
-        posix_spawn_file_actions_destroy(&m_actions);
-        posix_spawnattr_destroy(&m_attributes);
-    }
-    SpawnSetup(const SpawnSetup&) = delete;
-    SpawnSetup& operator=(const SpawnSetup&) = delete;
-
-    int start(const ProgramStart& start, pid_t& child) {
-        return posix_spawn(&child, start.path, &m_actions, &m_attributes, start.arguments, environ);
-    }
-
-private:
-    void setSignals(bool ownSession) {
-        sigset_t all;
-        sigset_t none;
-        sigfillset(&all);
-        sigemptyset(&none);
-        posix_spawnattr_setsigdefault(&m_attributes, &all);
-        posix_spawnattr_setsigmask(&m_attributes, &none);
-        const int session = ownSession ? POSIX_SPAWN_SETSID : 0;
-        posix_spawnattr_setflags(
-            &m_attributes, static_cast<short>(POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK | session));
-    }
-
-    void setStreams(bool quiet) {
-        for (int stream = 0; stream < 3; ++stream) {
-            if (!quiet && fcntl(stream, F_GETFD) >= 0) continue;
-            posix_spawn_file_actions_addopen(&m_actions, stream, "/dev/null", O_RDWR, 0);
-        }
-        posix_spawn_file_actions_addclosefrom_np(&m_actions, 3);
-    }
-
-    posix_spawnattr_t m_attributes;
-    posix_spawn_file_actions_t m_actions;
-};
-
 /// The exit status of @p child after its end, 128 + number for a signal, 0 where somebody else collected it.
 int waitForExit(pid_t child) {
     int status = 0;
     while (waitpid(child, &status, 0) < 0) {
         if (errno != EINTR) return 0;
     }
-    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+    return exitCodeOf(status);
 }
 
 RunResult runToEnd(const ProgramStart& start) {
+    SpawnSetup setup(start.ownSession ? SpawnSetup::Group::OwnSession : SpawnSetup::Group::Callers);
+    for (int stream = 0; stream < 3; ++stream) {
+        if (start.quiet || fcntl(stream, F_GETFD) < 0) setup.muteStream(stream);
+    }
     pid_t child = 0;
-    const int code = SpawnSetup(start).start(start, child);
+    const int code = setup.start(child, start.path, start.arguments);
     if (code != 0) return {false, code, 0};
     return {true, 0, waitForExit(child)};
 }
@@ -94,7 +46,7 @@ RunResult runToEnd(const ProgramStart& start) {
 RunResult runOnMachine(const std::vector<std::string>& arguments, const RunOptions& options) {
     const std::string path = arguments.empty() ? std::string() : findProgram(arguments.front());
     if (path.empty()) return {false, ENOENT, 0};
-    std::vector<char*> pointers = argumentPointers(arguments);
+    std::vector<char*> pointers = textPointers(arguments);
     const ProgramStart start{path.c_str(), pointers.data(), options.detached,
                              options.detached || options.quiet};
     if (options.wait) return runToEnd(start);
