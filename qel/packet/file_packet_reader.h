@@ -5,6 +5,8 @@
 #include <qel/packet/packet_reader.h>
 #include <qel/platform/file_system.h>
 
+#include <string_view>
+
 namespace qel {
 
 /// Reads what FilePacketWriter wrote. Payloads are read to their place at once.
@@ -23,9 +25,11 @@ public:
 
 private:
     bool readFully(uint8* out, size_t size);
+    bool fillWindow();
 
     platform::FileHandle m_file;
-    Buffer m_window; // what was read ahead for small records
+    Buffer m_readAhead;        // for small records; large ones are read to their place
+    std::string_view m_window; // what is left there
 };
 
 } // namespace qel

@@ -15,11 +15,12 @@ class QEL_API FilePacketWriter : public PacketWriter {
 public:
     /// Opens @p path and empties it. @errors a file that can't be opened takes no packets.
     explicit FilePacketWriter(const char* path);
+    ~FilePacketWriter() override { close(); }
 
     /// Writes a record with one call. @errors a failed write is logged and closes the file, since what would
     /// follow could not be read.
     void write(Packet* packet) override;
-    /// Closes the file, as the destructor does.
+    /// Closes the file, as the destructor does. @errors logged.
     void close();
 
 private:

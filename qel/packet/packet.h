@@ -206,9 +206,9 @@ public:
     // --------------------------------------
 
     /// The cargo; null when there is none. @owner valid until it is set or the packet dies.
-    const uint8* getCargo() const { return m_cargo.bytes; }
+    const uint8* getCargo() const { return m_cargo.bytes(); }
     /// Bytes of the cargo.
-    uint32 getCargoSize() const { return m_cargo.size; }
+    uint32 getCargoSize() const { return m_cargo.size(); }
     /// The cargo as text. @errors logged, with "", when it is empty or does not end with a zero.
     const char* getCargoString() const;
     /// Sets the cargo to a copy of the bytes. @param compressible  as for setBuffer().
@@ -268,23 +268,42 @@ private:
     static_assert(sizeof(Header) == kHeaderSize && std::is_trivially_copyable_v<Header>);
 
     /// Bytes of a dynamic field or the cargo, in the payload or in a block of their own.
-    struct Attachment {
-        uint8* bytes = nullptr;
-        uint32 size = 0;
-        bool isOwned = false;
-        bool isCompressible = false;
+    class Attachment {
+    public:
+        Attachment() = default;
+        ~Attachment() { clear(); }
+        Attachment(const Attachment&) = delete;
+        Attachment& operator=(const Attachment&) = delete;
+
+        uint8* bytes() { return m_bytes; }
+        const uint8* bytes() const { return m_bytes; }
+        uint32 size() const { return m_size; }
+        bool isCompressible() const { return m_isCompressible; }
+        void clear();
+        /// Points at bytes of the payload, perhaps with null for the time until they are known to be there.
+        void view(uint8* bytes, uint32 size);
+        /// Takes over a block. @param compressible  kept for a large block only.
+        void take(std::unique_ptr<uint8[]> block, uint32 size, bool compressible);
+        /// Moves bytes of the payload to a block of their own.
+        void detach();
+        void swap(Attachment& other) noexcept;
+
+    private:
+        uint8* m_bytes = nullptr;
+        uint32 m_size = 0;
+        bool m_isOwned = false;
+        bool m_isCompressible = false;
     };
 
     /// The attachments of the dynamic fields; a few have their place inside the packet.
     class Attachments {
     public:
         uint32 size() const { return m_size; }
-        Attachment* data() { return m_many ? m_many.get() : m_few.data(); }
-        const Attachment* data() const { return m_many ? m_many.get() : m_few.data(); }
+        Attachment& operator[](size_t i) { return m_many ? m_many[i] : m_few[i]; }
+        const Attachment& operator[](size_t i) const { return m_many ? m_many[i] : m_few[i]; }
         /// Frees all and makes room for @p size empty ones.
         void reset(uint32 size);
         void swap(Attachments& other) noexcept;
-        ~Attachments() { reset(0); }
 
     private:
         std::array<Attachment, 4> m_few;
@@ -316,23 +335,22 @@ private:
 
     const Element& reportNoScheme(std::string_view name) const;
     ConstByteSpan bytesOf(const Element& element) const;
-    uint8* allocateDynamic(const Element& element, uint32 count, bool compressible);
-    void setDynamic(const Element& element, const void* data, uint64 size, uint32 count, bool compressible);
-    uint8* allocateSpill(uint64 size);
+    uint8* allocateBytes(const Element& element, uint64 size, bool compressible, const char* tooMany);
+    void setBytes(const Element& element, ConstByteSpan bytes, bool compressible, const char* tooMany);
+    uint8* setDynamic(const Element& element, const uint8* bytes, uint64 size, bool compressible);
 
     struct Received;
     bool readSuffix(Received& received) const;
     bool readVersion(Received& received) const;
-    bool checkFields(Received& received) const;
+    bool measureFields(Received& received);
     void attachFields(const Received& received);
     void upgrade(const Received& received);
     void forgetScheme();
 
     bool isWrittenVersioned() const { return hasFlag(kVersioned) && !m_versioningDisabled; }
-    PacketScheme::Version writtenVersion() const;
     template <typename Piece>
     void forEachPiece(const Piece& piece) const;
-    void writeBase16(uint8* out) const;
+    void appendBase16(String& text) const;
     void freePayload();
 
     const PacketScheme* m_scheme = nullptr;
@@ -415,8 +433,8 @@ inline void Packet::setFloat(PacketField field, double value) {
 
 inline ConstByteSpan Packet::bytesOf(const Element& element) const {
     if (isDynamic(element)) {
-        const Attachment& attachment = m_attachments.data()[element.m_dynamicIndex];
-        return {attachment.bytes, attachment.size};
+        const Attachment& attachment = m_attachments[static_cast<size_t>(element.m_dynamicIndex)];
+        return {attachment.bytes(), attachment.size()};
     }
     if (element.m_fixedCount == 0 || !hasStatic(element)) return {};
     return {m_payload + element.m_offset, element.m_end - element.m_offset};

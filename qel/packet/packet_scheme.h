@@ -142,6 +142,8 @@ private:
         uint32 elementSize;
         uint32 alignmentMask;
         uint32 maxCount;
+
+        uint64 align(uint64 position) const { return (position + alignmentMask) & ~uint64(alignmentMask); }
     };
     struct Slot {
         uint64 hash = 0;
@@ -150,13 +152,16 @@ private:
 
     /// The first and last eight bytes and the length decide; so a literal's hash is known when compiling.
     static inline uint64 hashName(std::string_view name);
+    /// Where a search begins: at the upper bits, which the hash mixes best.
+    size_t firstSlot(uint64 hash) const { return hash >> 32 & (m_slots.size() - 1); }
     static const Element& blankElement();
     const Element& reportUndeclared(std::string_view name) const;
     Element& addBytes(const char* name, int count, const std::type_info& type, Kind kind);
     void placeFixed(Element& element, uint32 count);
     void placeDynamic(Element& element);
-    void setDefault(const Element& element);
+    bool takeStatic(Element& element, uint64 bytes, uint32 alignmentMask);
     void addToIndex(const Element& element);
+    void enterSlot(const Element& element);
 
     Map<qel::String, Element> m_elements;
     Vector<DynamicField> m_dynamicFields;
@@ -164,13 +169,11 @@ private:
     const char* m_group;
     const char* m_name;
     int16 m_id;
-    uint32 m_staticSize = 0;
     uint32 m_maxCargoSize = 0;
     Vector<Version> m_versions;
     Version m_newest;
-    Vector<uint8> m_defaults; // the static area of a new packet
+    Vector<uint8> m_defaults; // the static area of a new packet, as far as it is declared
     Vector<Slot> m_slots;     // open addressing by hash, at least half empty
-    unsigned m_slotShift = 63;
 };
 
 /// A declared field.
@@ -229,6 +232,8 @@ private:
         Float,
         Double
     };
+    static Number numberOf(const std::type_info& type);
+    void setType(const std::type_info& type, uint32 size);
 
     std::string_view m_name; // the key in the scheme's map
     uint32 m_offset = 0;
@@ -268,7 +273,7 @@ inline uint64 PacketScheme::hashName(std::string_view name) {
 
 inline const PacketScheme::Element& PacketScheme::find(std::string_view name) const {
     const uint64 hash = hashName(name);
-    for (size_t i = hash >> m_slotShift;; i = (i + 1) & (m_slots.size() - 1)) {
+    for (size_t i = firstSlot(hash);; i = (i + 1) & (m_slots.size() - 1)) {
         const Slot& slot = m_slots[i];
         if (!slot.element) return reportUndeclared(name);
         if (slot.hash == hash && slot.element->m_name == name) return *slot.element;

@@ -2,11 +2,16 @@
 #pragma once
 
 #include <qel/platform/api.h>
+#include <qel/platform/file_system.h>
 
 namespace qel::platform {
 
 /// One of the process's three standard streams.
 enum class StandardStream { Input = 0, Output = 1, Error = 2 };
+
+/// A handle to @p stream, which belongs to the process: the caller does not close it but releases it.
+/// @threads any thread.
+QEL_API FileHandle borrowStandardStream(StandardStream stream);
 
 /// Whether @p stream is a terminal, that is, a person.
 /// @threads any thread.

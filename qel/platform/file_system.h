@@ -60,6 +60,12 @@ private:
     int m_id = -1;
 };
 
+/// What a pipe or terminal is waited for.
+enum class Readiness { Reading, Writing };
+
+/// Waits until @p file can be read or written without an error that says to try again; files always can.
+QEL_API FileError waitUntilReady(const FileHandle& file, Readiness readiness);
+
 /// How a file is opened.
 enum class OpenMode {
     Read,          ///< an existing file for reading; never blocks on a pipe without a writer

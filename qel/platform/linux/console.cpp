@@ -8,6 +8,10 @@
 
 namespace qel::platform {
 
+FileHandle borrowStandardStream(StandardStream stream) {
+    return FileHandle(static_cast<int>(stream));
+}
+
 bool isTerminal(StandardStream stream) {
     return isatty(static_cast<int>(stream)) == 1;
 }

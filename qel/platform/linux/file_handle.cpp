@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <climits>
+#include <poll.h>
 #include <unistd.h>
 #include <utility>
 
@@ -82,6 +83,11 @@ FileError FileHandle::write(const void* data, std::size_t size, std::size_t& don
         perform(FileOperation::Write, size, [&] { return count = ::write(m_id, data, size); });
     done = error ? 0 : static_cast<std::size_t>(count);
     return error;
+}
+
+FileError waitUntilReady(const FileHandle& file, Readiness readiness) {
+    pollfd descriptor{file.id(), static_cast<short>(readiness == Readiness::Reading ? POLLIN : POLLOUT), 0};
+    return uninterrupted([&descriptor] { return ::poll(&descriptor, 1, -1); });
 }
 
 FileError FileHandle::setSize(std::uint64_t size) {

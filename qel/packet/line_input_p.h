@@ -1,0 +1,66 @@
+// LineInput: lines of text from a descriptor, with or without waiting.
+#pragma once
+
+#include <qel/foundation/base/buffer.h>
+#include <qel/foundation/base/mutex.h>
+#include <qel/foundation/base/string.h>
+#include <qel/platform/file_system.h>
+
+#include <condition_variable>
+#include <deque>
+#include <thread>
+
+namespace qel::internal {
+
+/// Splits what a descriptor gives into lines, without their line feed and a carriage return before it. A last
+/// line without a line feed counts too; a line above kMaxLineSize is dropped and logged.
+/// @threads one thread at a time.
+class QEL_API LineInput {
+public:
+    /// No honest line is longer: a packet of the largest payload has half as many characters.
+    static constexpr size_t kMaxLineSize = size_t(64) << 20;
+
+    explicit LineInput(platform::FileHandle input) : m_input(std::move(input)) {}
+    /// Waits for the helper thread, that is, for the end of the input if there is one.
+    ~LineInput();
+    LineInput(const LineInput&) = delete;
+    LineInput& operator=(const LineInput&) = delete;
+
+    /// Standard input. It is never destroyed, as its helper thread may wait for a line until the process
+    /// ends.
+    static LineInput& standardInput();
+
+    /// Whether the last line was read and nothing can follow.
+    bool hasEnded();
+    /// Waits for the next line. @return false at the end.
+    bool waitForLine(String& line);
+    /// Starts the helper thread, for good; a second call does nothing.
+    void startThread();
+    /// Takes a line that the helper thread has read. @return false when there is none now.
+    bool tryLine(String& line);
+
+private:
+    void runThread();
+    bool readLine(String& line);
+    bool findLine(String& line);
+    void takeLine(String& line, size_t size);
+    void startDropping();
+    bool readMore();
+
+    // Of the thread that reads: the helper once there is one.
+    platform::FileHandle m_input;
+    Buffer m_bytes;
+    size_t m_begin = 0;   // of the next line
+    size_t m_scanned = 0; // no line feed before this place
+    bool m_isDropping = false;
+    bool m_isExhausted = false;
+
+    Mutex m_mutex;
+    std::condition_variable m_changed;
+    std::deque<String> m_lines QEL_GUARDED_BY(m_mutex);
+    bool m_hasEnded QEL_GUARDED_BY(m_mutex) = false;
+    bool m_isStopping QEL_GUARDED_BY(m_mutex) = false;
+    std::thread m_thread;
+};
+
+} // namespace qel::internal

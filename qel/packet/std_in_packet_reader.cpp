@@ -1,0 +1,25 @@
+#include <qel/packet/std_in_packet_reader.h>
+
+#include <qel/foundation/log/message_stream.h>
+#include <qel/packet/line_input_p.h>
+
+namespace qel {
+
+StdInPacketReader::StdInPacketReader() : m_input(internal::LineInput::standardInput()) {}
+
+SmartPointer<Packet> StdInPacketReader::read() {
+    if (m_input.hasEnded()) m_isAtEnd = true;
+    if (m_isAtEnd) return nullptr;
+    String line;
+    if (!(m_isBlocking ? m_input.waitForLine(line) : m_input.tryLine(line)) || line.empty()) return nullptr;
+    SmartPointer<Packet> packet = Packet::createFromBase16String(line);
+    if (!packet) logging::info() << "[STDINPACKET] " << line;
+    return packet;
+}
+
+void StdInPacketReader::disableBlocking() {
+    if (!std::exchange(m_isBlocking, false)) return;
+    m_input.startThread();
+}
+
+} // namespace qel

@@ -1,0 +1,378 @@
+#include "packet_schemes.h"
+
+#include <tests/support/log_capture.h>
+#include <tests/support/threads.h>
+
+#include <qel/foundation/log/message_stream.h>
+#include <qel/store/core/item.h>
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+namespace qel::test {
+namespace {
+
+const JobScheme kJobs[] = {JobScheme(0), JobScheme(1), JobScheme(2)};
+const AllKindsScheme kAllKinds;
+const CargoScheme kCargo;
+
+const GUID kGuid = GUID::fromBytes(std::array<uint8, 32>{0x11}.data());
+const String kGuidHex = "11" + std::string(62, '0');
+/// Numbers, GUID, two fixed arrays, five counts, the dynamic fields with their padding, the suffix.
+const String kAllKindsHex = "0500FFFFFEFF0200"
+                            "FFC8FEFFFFFF0000FDFFFFFF00286BEEFCFFFFFFFFFFFFFFFFFFFFFFFFFFFFFF"
+                            "0000C03F0000000000000000000004C0" +
+                            kGuidHex +
+                            "6162630000000100FFFF0000"
+                            "0200000001000000020000000100000001000000"
+                            "7800AA08050000000700000000000000" +
+                            kGuidHex + "70000000";
+/// A job of version 2: priority 1, path "a", weights 0.5, mode 2, retries 9, extra EE.
+const char* const kNewJobHex = "0000FFFFBC020200 010000000200000001000000 02000900 01000000"
+                               "61000000 000000000000E03F EE 14000002";
+
+SmartPointer<Packet> fromHex(const String& text) {
+    return Packet::createFromBase16String("PKTB16[" + text.replace_all_copy(" ", "") + "]");
+}
+
+String toHex(const Packet& packet) {
+    const String text = packet.convertToBase16String();
+    return text.substr(7, text.size() - 8);
+}
+
+TEST(Packet, IsTheBytesThatTheTableTells) {
+    Packet packet(&kAllKinds, 5);
+    const std::pair<const char*, int64> integers[] = {{"i8", -1},  {"u8", 200}, {"i16", -2}, {"u16", 65535},
+                                                      {"i32", -3}, {"i64", -4}, {"u64", -1}};
+    for (const auto& [name, value] : integers) packet.setInteger(name, value);
+    packet.setInteger("u32", 4000000000);
+    packet.setFloat("f64", -2.5);
+    packet.set("guid", kGuid);
+    packet.setString("name", "abc");
+    packet.setArray("shorts", std::array<int16, 2>{1, -1}.data(), 2);
+    packet.setString("text", StringId("x"));
+    packet.setBuffer("blob", std::array<uint8, 1>{0xAA}.data(), 1);
+    packet.setItem("item", Item(5));
+    packet.setArray("ints", std::array<int32, 1>{7}.data(), 1);
+    packet.setArray("guids", &kGuid, 1);
+    EXPECT_EQ(toHex(packet), kAllKindsHex);
+}
+
+TEST(Packet, ReadsTheBytesThatTheTableTells) {
+    const SmartPointer<Packet> packet = fromHex(kAllKindsHex);
+    ASSERT_TRUE(packet->fit(&kAllKinds));
+    const std::pair<const char*, int64> integers[] = {
+        {"i8", -1},  {"u8", 200}, {"i16", -2}, {"u16", 65535}, {"i32", -3}, {"u32", 4000000000},
+        {"i64", -4}, {"u64", -1}, {"f32", 0},  {"shorts", 1},  {"ints", 0}};
+    for (const auto& [name, value] : integers) EXPECT_EQ(packet->getInteger(name), value) << name;
+    EXPECT_EQ(packet->getFloat("f32"), 1.5);
+    EXPECT_EQ(packet->getFloat("f64"), -2.5);
+    EXPECT_EQ(packet->get<GUID>("guid"), kGuid);
+    EXPECT_STREQ(packet->getString("name"), "abc");
+    EXPECT_EQ(packet->getAt<int16>("shorts", 1), -1);
+    EXPECT_STREQ(packet->getString("text"), "x");
+    EXPECT_EQ(packet->getBuffer("blob")[0], 0xAA);
+    EXPECT_EQ(packet->getItem("item"), Item(5));
+    EXPECT_EQ(packet->getItemCopy("item"), Item(5));
+    EXPECT_EQ(packet->getAt<int32>("ints", 0), 7);
+    EXPECT_EQ(packet->getAt<GUID>(kAllKinds.find("guids"), 0), kGuid);
+    EXPECT_EQ(toHex(*packet), kAllKindsHex);
+}
+
+struct Refusal {
+    const PacketScheme* scheme;
+    const char* hex;
+    const char* reason;
+};
+
+TEST(Packet, RefusesWhatDoesNotFitAndTellsWhy) {
+    const String zeros(26, '0');
+    const Refusal refusals[] = {
+        {&kJobs[1], "0000FFFFBD020200 00000000", "packet id wrong 701 != 700"},
+        {&kJobs[1], "0000FFFFBC020200 010203", "packet too small, no version suffix"},
+        {&kJobs[1], "0000FFFFBC020200 05000001", "packet too small, static size does not match payloadsize"},
+        {&kJobs[1], "0000FFFFBC020200 0000000000000000 08000001",
+         "packet too small, expected versionSize=13, actual size=12"},
+        {&kJobs[1], "0000FFFFBC020200 00000000000000000000000000 08000001",
+         "packet too small, static size does not match versionSize"},
+        {&kJobs[1], "0000FFFFBC020200 00000000010000010000000000 0D000001",
+         "dynamic array exceeded bounds, size=16777217, maximum=16777216"},
+        {&kJobs[1], "0000FFFFBC020200 00000000050000000000000000 0D000001",
+         "packet too small, expected size=18, actual size=17"},
+        {&kJobs[1], "0000FFFFBC020200 0000000005000000 01002000 00 0D000001", // the later count counts first
+         "dynamic array exceeded bounds, size=2097153, maximum=2097152"},
+        {&kCargo, "0000FFFFBD020000 00000000", "packet too small, expected versionSize=8, actual size=4"},
+        {&kCargo, "0000FFFFBD020000 0100000000000000 0102030405",
+         "packet too large, expected size=8, actual size=13"},
+    };
+    for (const Refusal& refusal : refusals) {
+        LogCapture log;
+        const SmartPointer<Packet> packet = fromHex(refusal.hex);
+        EXPECT_FALSE(packet->fit(refusal.scheme)) << refusal.hex;
+        log.expect(2, String("invalid packet received (") + refusal.reason + ")");
+        EXPECT_EQ(packet->getScheme(), nullptr);
+        EXPECT_EQ(toHex(*packet), String(refusal.hex).replace_all_copy(" ", "")) << "not raw any more";
+    }
+}
+
+TEST(Packet, FindsCountsWhoseSumDoesNotFit32Bits) {
+    struct ManyFields : PacketScheme {
+        ManyFields() : PacketScheme(9, "Test", nullptr, "Many") {
+            for (int i = 0; i < 256; ++i) Buffer(("field" + std::to_string(i)).c_str(), kDynamic);
+            NextVersion();
+        }
+    } const scheme;
+    LogCapture log;
+    Packet packet(1024u);
+    packet.setID(9);
+    for (uint32 i = 0; i < 256; ++i) std::memcpy(packet.getPayload() + 4 * i, "\0\0\0\1", 4);
+    EXPECT_FALSE(packet.fit(&scheme));
+    log.expect(2, "invalid packet received (packet too small, expected size=4294968320, actual size=1024)");
+}
+
+TEST(Packet, TakesDynamicFieldsOf16MiBAndNoMore) {
+    constexpr uint32 kLimit = 16777216, kStatic = 8;
+    for (const uint32 count : {kLimit, kLimit + 1}) {
+        LogCapture log;
+        Packet packet(kStatic + kLimit + 1);
+        packet.setID(700);
+        std::memset(packet.getPayload(), 0, kStatic);
+        std::memcpy(packet.getPayload() + 4, &count, sizeof count);
+        struct Tolerant : JobScheme {
+            Tolerant() : JobScheme(0) { Cargo(1); }
+        } const scheme;
+        EXPECT_EQ(packet.fit(&scheme), count == kLimit);
+        if (count == kLimit)
+            EXPECT_EQ(packet.getBuffer("path"), packet.getPayload() + kStatic) << "copied";
+        else
+            log.expect(
+                2,
+                "invalid packet received (dynamic array exceeded bounds, size=16777217, maximum=16777216)");
+    }
+}
+
+TEST(Packet, KeepsVersionsCompatibleBothWays) {
+    for (int sender = 0; sender < 3; ++sender) {
+        for (int reader = 0; reader < 3; ++reader) {
+            SCOPED_TRACE("from " + std::to_string(sender) + " to " + std::to_string(reader));
+            SmartPointer<Packet> packet = fromHex(kNewJobHex);
+            for (const int version : {2, sender, reader}) {
+                ASSERT_TRUE(packet->fit(&kJobs[version]));
+                packet = new Packet(packet.get());
+            }
+            ASSERT_TRUE(packet->fit(&kJobs[reader]));
+            EXPECT_EQ(packet->getInteger("priority"), 1);
+            EXPECT_STREQ(packet->getString("path"), "a");
+            if (reader == 0) continue;
+            EXPECT_EQ(packet->getInteger("mode"), sender == 0 ? 7 : 2);
+            EXPECT_EQ(packet->getAt<double>("weights", 0), sender == 0 ? 0 : 0.5);
+            if (reader == 1) continue;
+            EXPECT_EQ(packet->getInteger("retries"), sender == 2 ? 9 : -3);
+            EXPECT_EQ(packet->getBufferSize("extra"), sender == 2 ? 1u : 0u);
+        }
+    }
+}
+
+TEST(Packet, IsWrittenAsTheFirstVersionWithoutVersioning) {
+    const SmartPointer<Packet> packet = fromHex(kNewJobHex);
+    ASSERT_TRUE(packet->fit(&kJobs[2]));
+    packet->disableVersioning();
+    EXPECT_EQ(toHex(*packet), "0000FFFFBC020000"
+                              "0100000002000000"
+                              "6100");
+}
+
+TEST(Packet, PutsCargoBehindTheFieldsOfAnUnversionedPacket) {
+    Packet packet(&kCargo, 1);
+    packet.setInteger("number", 258);
+    packet.setArray("list", std::array<int16, 1>{-1}.data(), 1);
+    packet.setCargoString("abc");
+    EXPECT_EQ(toHex(packet), "0100FFFFBD020000"
+                             "02010000"
+                             "01000000"
+                             "FFFF"
+                             "61626300");
+    const SmartPointer<Packet> received(new Packet(&packet));
+    ASSERT_TRUE(received->fit(&kCargo));
+    EXPECT_STREQ(received->getCargoString(), "abc");
+    EXPECT_EQ(received->getCargo(), received->getPayload() + 10) << "copied";
+    LogCapture log;
+    packet.setCargo(std::array<uint8, 1>{'x'}.data(), 1);
+    EXPECT_STREQ(packet.getCargoString(), "");
+    packet.setCargo(ConstByteSpan());
+    EXPECT_STREQ(packet.getCargoString(), "");
+    log.expect(3, "cargo string does not end with zero");
+    log.expect(3, "string get on empty cargo array");
+}
+
+TEST(Packet, KeepsTooLongWritesInsideTheField) {
+    Packet packet(&kAllKinds, 0);
+    const String before = toHex(packet);
+    const auto writes = std::array<void (*)(Packet&), 3>{
+        [](Packet& p) { std::memset(p.allocateInternal("shorts", 4), 0xFF, 8); },
+        [](Packet& p) { std::memset(p.allocateBuffer("name", 4000), 0xFF, 4000); },
+        [](Packet& p) {
+            p.setBuffer("u8", std::array<uint8, 2>{0, 1}.data(), 2);
+        },
+    };
+    LogCapture log;
+    for (const auto& write : writes) {
+        write(packet);
+        EXPECT_EQ(toHex(packet), before);
+    }
+    packet.setString("name", "sevens!");
+    EXPECT_EQ(packet.getBytes("name").asText(), "sevens");
+    EXPECT_STREQ(packet.getString("name"), "");
+    for (const char* text : {"writing too many elements in an array", "writing too many elements in an array",
+                             "writing too many bytes in a buffer", "writing too many bytes in a buffer",
+                             "Packet::getString: member contents does not end with nullbyte, member=name, "
+                             "m_scheme->getFullName()=Test::AllKinds"})
+        log.expect(3, text);
+}
+
+TEST(Packet, FillsDynamicFieldsUpToWholeElements) {
+    Packet packet(&kAllKinds, 0);
+    packet.setBuffer("ints", std::array<uint8, 5>{1, 0, 0, 0, 2}.data(), 5);
+    EXPECT_EQ(packet.getCount("ints"), 2u);
+    EXPECT_EQ(packet.getAt<int32>("ints", 1), 2);
+    packet.setBuffer("ints", packet.getBuffer("ints") + 4, 4); // from where it goes to
+    EXPECT_EQ(packet.getAt<int32>("ints", 0), 2);
+    packet.setBuffer("ints", nullptr, 0);
+    EXPECT_EQ(packet.getCount("ints"), 1u);
+    packet.setArray<int32>("ints", nullptr, 0);
+    EXPECT_EQ(toHex(packet), toHex(Packet(&kAllKinds, 0)));
+}
+
+TEST(Packet, ListsTheTextsOfAField) {
+    Packet packet(&kAllKinds, 0);
+    packet.setBuffer("blob", ConstByteSpan::fromText(std::string_view("one\0\0two\0rest", 13)));
+    Vector<String> texts;
+    packet.getStringList("blob", texts);
+    EXPECT_EQ(texts, (Vector<String>{"one", "", "two"}));
+    Set<String> sorted;
+    packet.getStringList("blob", sorted);
+    EXPECT_EQ(sorted, (Set<String>{"", "one", "two"}));
+}
+
+TEST(Packet, MarksLargePiecesThatCompress) {
+    struct Pieces : ByteConsumer {
+        void process(StreamType type, const uint8* data, unsigned size) override {
+            bytes.append(data, size);
+            if (type == StreamType::Compressible) compressible.push_back(size);
+        }
+        Buffer bytes;
+        Vector<unsigned> compressible;
+    } pieces;
+    Packet packet(&kAllKinds, 0);
+    const String text(1024, 'x');
+    packet.setBuffer("text", ConstByteSpan::fromText(text).data, 1023, true);
+    packet.setBuffer("blob", ConstByteSpan::fromText(text), true);
+    EXPECT_EQ(packet.getPayloadConsumed(&pieces), packet.getPayloadSize());
+    EXPECT_EQ(pieces.compressible, Vector<unsigned>{1024});
+    Buffer copied(packet.getPayloadSize());
+    EXPECT_EQ(packet.copyPayloadTo(copied), copied.getSize());
+    EXPECT_EQ(pieces.bytes, copied);
+}
+
+TEST(Packet, ReadsNothingUnderNamesThatWereNotDeclared) {
+    LogCapture log;
+    onThreads(4, [](int i) { // TSan watches over the scheme
+        Packet packet(&kAllKinds, 0);
+        packet.setInteger("missing" + std::to_string(i), 1);
+        packet.setString("missing", "x");
+        std::memset(packet.allocateBuffer("missing", 100), 0, 100);
+        if (packet.getInteger("missing") != 0 || packet.getBuffer("missing") ||
+            packet.getCount("missing") != 0 || toHex(packet) != toHex(Packet(&kAllKinds, 0)))
+            logging::warning() << "an undeclared field has a value";
+    });
+    for (const LogLine& line : log.take()) EXPECT_EQ(line.level, 3) << line;
+    EXPECT_EQ(Packet(8u).getInteger("any"), 0);
+    log.expect(3, "packet without scheme has no field 'any'");
+}
+
+TEST(Packet, SurvivesCopyTextAndManifestWithAnyContent) {
+    const unsigned seed = 20261121;
+    std::mt19937 random(seed);
+    for (int round = 0; round < 300; ++round) {
+        Packet packet(&kAllKinds, static_cast<short>(random()));
+        for (const auto& [name, element] : kAllKinds.getElements()) {
+            const uint32 size = element.getDynamicIndex() < 0
+                                    ? element.getFixedCount() * element.getElementSize()
+                                    : random() % 40;
+            uint8* const bytes = packet.allocateBuffer(element, size);
+            for (uint32 i = 0; i < size; ++i) bytes[i] = static_cast<uint8>(random());
+        }
+        SmartPointer<Packet> copies[] = {
+            new Packet(&packet), Packet::createFromBase16String(packet.convertToBase16String()),
+            Packet::createFromBufferWithManifest(packet.convertToBufferWithManifest())};
+        for (const auto& copy : copies) {
+            ASSERT_TRUE(copy->fit(&kAllKinds)) << "seed " << seed << ", round " << round;
+            for (const auto& [name, element] : kAllKinds.getElements())
+                EXPECT_EQ(copy->getBytes(element).asText(), packet.getBytes(element).asText()) << name;
+        }
+        EXPECT_EQ(copies[1]->getPort(), packet.getPort());
+        EXPECT_EQ(copies[2]->getPort(), 0);
+    }
+}
+
+TEST(PacketScheme, KeepsFieldsOutOfReachThatNoVersionHolds) {
+    struct Careless : PacketScheme {
+        Careless() : PacketScheme(1, "Test", "Bad", "Careless") {
+            Single<int32>("twice", 1);
+            NextVersion();
+            Array<int8>("twice", kDynamic);
+            NextVersion();
+            Array<int64>("huge", 1 << 22);
+            Single<int32>("unclosed", 3);
+        }
+    };
+    LogCapture log;
+    const Careless scheme;
+    log.expect(3, "packet scheme Test::Bad::Careless declares 'twice' twice");
+    log.expect(3, "packet scheme Test::Bad::Careless has no room for 'huge'");
+    const SmartPointer<Packet> packet = fromHex("0000FFFF01000200 09000000 04000000");
+    ASSERT_TRUE(packet->fit(&scheme));
+    packet->setInteger("unclosed", 8);
+    packet->setString("twice", "new");
+    EXPECT_EQ(packet->getInteger("unclosed"), 0);
+    EXPECT_EQ(toHex(*packet), "0000FFFF01000200"
+                              "09000000"
+                              "04000000"
+                              "6E657700"
+                              "08000001");
+}
+
+TEST(PacketText, RefusesWhatIsNoPacket) {
+    LogCapture log;
+    const std::pair<const char*, int> texts[] = {{"", 0},
+                                                 {"PKTB16[", 0},
+                                                 {"PKTB16[00", 0},
+                                                 {"PKTB16[]", 1},
+                                                 {"PKTB16[000]", 1},
+                                                 {"PKTB16[00000000000000]", 1},
+                                                 {"xPKTB16[]", 0},
+                                                 {"PKTB16[0000000000000G00]", 1},
+                                                 {"PKTB16[0000000000000000 0]", 1}};
+    for (const auto& [text, warnings] : texts) {
+        EXPECT_EQ(Packet::createFromBase16String(text), nullptr) << text;
+        EXPECT_EQ(log.take(), std::vector<LogLine>(warnings, {2, 2, "corrupt base16 packet encoding"}))
+            << text;
+    }
+    EXPECT_EQ(Packet::createFromBase16String("PKTB16[00000000bc020000]")->getID(), 700);
+    EXPECT_EQ(Packet::createFromBufferWithManifest({reinterpret_cast<const uint8*>("abc"), 3}), nullptr);
+    log.expect(2, "corrupt buffer_manifest packet encoding");
+}
+
+TEST(PacketText, TakesPayloadsBelow16MiB) {
+    LogCapture log;
+    const auto textOf = [](size_t payload) { return "PKTB16[" + std::string(16 + 2 * payload, 'A') + "]"; };
+    const SmartPointer<Packet> largest = Packet::createFromBase16String(textOf(16777215));
+    EXPECT_EQ(largest->getPayloadSize(), 16777215u);
+    EXPECT_EQ(largest->getPayload()[16777214], 0xAA);
+    EXPECT_EQ(Packet::createFromBase16String(textOf(16777216)), nullptr);
+    log.expect(2, "corrupt base16 packet encoding, unrealistic payloadSize=16777216");
+}
+
+} // namespace
+} // namespace qel::test
