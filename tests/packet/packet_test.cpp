@@ -143,12 +143,13 @@ TEST(Packet, TakesDynamicFieldsOf16MiBAndNoMore) {
             Tolerant() : JobScheme(0) { Cargo(1); }
         } const scheme;
         EXPECT_EQ(packet.fit(&scheme), count == kLimit);
-        if (count == kLimit)
+        if (count == kLimit) {
             EXPECT_EQ(packet.getBuffer("path"), packet.getPayload() + kStatic) << "copied";
-        else
+        } else {
             log.expect(
                 2,
                 "invalid packet received (dynamic array exceeded bounds, size=16777217, maximum=16777216)");
+        }
     }
 }
 
