@@ -3,8 +3,6 @@
 #include <fmt/format.h>
 #include <sqlite3.h>
 
-#include <utility>
-
 namespace qel::internal {
 
 SqliteCode SqliteCursor::prepare(sqlite3* database, Direction direction) {
@@ -21,9 +19,10 @@ void SqliteCursor::finalize() {
     m_statement.finalize();
 }
 
-bool SqliteCursor::seek(std::string position, SqliteCode& error) {
+bool SqliteCursor::seek(std::string_view position, Start start, SqliteCode& error) {
     reset();
-    m_position = std::move(position);
+    m_position = position;
+    if (start == Start::Behind) m_position += '\0'; // the smallest position behind it
     m_statement.bind(1, ConstByteSpan::fromText(m_position));
     return step(error);
 }

@@ -5,6 +5,7 @@
 #include <qel/store/sqlite/sqlite_connection_p.h>
 
 #include <string>
+#include <string_view>
 
 namespace qel::internal {
 
@@ -13,15 +14,18 @@ class SqliteCursor {
 public:
     enum class Direction { Up, Down };
 
+    /// Whether a walk up from a position takes an entry right there, or begins behind it.
+    enum class Start { At, Behind };
+
     /// Values above this size don't come along with the key.
     static constexpr int kValueSize = 4096;
 
     SqliteCode prepare(sqlite3* database, Direction direction);
     void finalize();
 
-    /// Goes up to the first entry at @p position or behind it, or down to the last one before it.
+    /// Goes up to the first entry from @p position on, or down to the last before it.
     /// @return whether there is one. @errors none is found, and @p error is set.
-    bool seek(std::string position, SqliteCode& error);
+    bool seek(std::string_view position, Start start, SqliteCode& error);
     /// Goes on to the next entry.
     bool step(SqliteCode& error);
     /// Ends the walk; necessary before anything is written.

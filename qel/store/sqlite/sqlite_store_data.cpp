@@ -1,8 +1,6 @@
 #include <qel/store/sqlite/sqlite_store_data_p.h>
 
 #include <qel/foundation/log/message_stream.h>
-#include <qel/store/core/item_order.h>
-#include <qel/store/sqlite/key_question_p.h>
 
 #include <sqlite3.h>
 
@@ -16,28 +14,11 @@ namespace {
 /// Results of get() above this size give their memory back when they are used again.
 constexpr size_t kKeptValueSize = 64 * 1024;
 
-std::string positionOf(const Item& key) {
-    std::string position;
-    appendOrderedBytes(key, position);
-    return position;
-}
-
-/// The smallest position behind that of @p key.
-std::string positionBehind(const Item& key) {
-    return positionOf(key) + '\0';
-}
+/// Behind the place of every key that doesn't begin with as many End, which no real key does.
+constexpr std::string_view kBehindAll = "\xFF\xFF\xFF\xFF";
 
 Item view(ConstByteSpan bytes) {
     return {Item::ExternalBufferMode, bytes};
-}
-
-Item viewOfStart(const Item& key, size_t size) {
-    return {Item::ExternalBufferMode, key.getPlainBytePointer(), size};
-}
-
-/// A position behind those of all keys that begin with the first @p size bytes of @p key.
-std::string positionBehindSubtree(const Item& key, size_t size) {
-    return positionOf(viewOfStart(key, size)) + '\xFF';
 }
 
 } // namespace
@@ -85,22 +66,19 @@ void SqliteStoreData::resetCursors() {
 
 void SqliteStoreData::set(const Item& key, const Item& value) {
     if (!good()) return;
-    const size_t before = sizeBeforeQuestion(key);
-    if (before == kNoQuestion) return store(key, positionOf(key), value);
-    if (findEqual(key, before)) {
-        const Item equal(Item::PlainMode, m_up.key());
-        return store(equal, positionOf(equal), value);
-    }
-    std::string position;
-    if (appendOrderedBytes(key, position)) return store(key, position, value);
-    logging::error() << "[STORE] store '" << m_path << "' can't hold a key with a wildcard";
+    m_orderKey.assign(key);
+    if (!m_orderKey.isQuestion() || !findEqual(key)) return store(key, value);
+    const Item equal(Item::PlainMode, m_up.key());
+    m_orderKey.assign(equal);
+    store(equal, value);
 }
 
-void SqliteStoreData::store(const Item& key, const std::string& position, const Item& value) {
-    m_set.bind(1, ConstByteSpan::fromText(position));
+/// Writes at the place of m_orderKey.
+void SqliteStoreData::store(const Item& key, const Item& value) {
+    m_set.bind(1, ConstByteSpan::fromText(m_orderKey.bytes()));
     m_set.bind(2, key.getConstByteSpan());
     m_set.bind(3, value.getConstByteSpan());
-    write(m_set, position.size() + key.getPlainSize() + value.getPlainSize());
+    write(m_set, m_orderKey.bytes().size() + key.getPlainSize() + value.getPlainSize());
 }
 
 bool SqliteStoreData::write(SqliteStatement& statement, size_t bytes) {
@@ -118,37 +96,40 @@ bool SqliteStoreData::write(SqliteStatement& statement, size_t bytes) {
 
 void SqliteStoreData::remove(const Item& first, const Item& last) {
     if (!good() || Item::compare(first, last) > 0) return;
-    if (sizeBeforeQuestion(first) != kNoQuestion || sizeBeforeQuestion(last) != kNoQuestion)
-        return removeByQuestion(first, last);
-    const std::string from = positionOf(first);
-    const std::string to = positionOf(last);
-    m_eraseRange.bind(1, ConstByteSpan::fromText(from));
-    m_eraseRange.bind(2, ConstByteSpan::fromText(to));
-    write(m_eraseRange, from.size() + to.size());
+    m_orderKey.assign(first);
+    m_lastKey.assign(last);
+    if (m_orderKey.isQuestion() || m_lastKey.isQuestion()) return removeByQuestion(first, last);
+    m_eraseRange.bind(1, ConstByteSpan::fromText(m_orderKey.bytes()));
+    m_eraseRange.bind(2, ConstByteSpan::fromText(m_lastKey.bytes()));
+    write(m_eraseRange, m_orderKey.bytes().size() + m_lastKey.bytes().size());
 }
 
 // Goes from one group of equal keys to the next, so that each bound means what compare() makes of it.
 void SqliteStoreData::removeByQuestion(const Item& first, const Item& last) {
     Item key(first);
     do {
-        erase(key);
+        eraseEqual(key);
     } while (good() && next(key, key) && Item::compare(key, last) <= 0);
 }
 
 /// Erases all keys that are equal to @p key.
-void SqliteStoreData::erase(const Item& key) {
-    const auto eraseAt = [this](const std::string& position) {
-        m_erase.bind(1, ConstByteSpan::fromText(position));
-        return write(m_erase, position.size());
-    };
-    const size_t before = sizeBeforeQuestion(key);
-    if (before == kNoQuestion) {
-        eraseAt(positionOf(key));
+void SqliteStoreData::eraseEqual(const Item& key) {
+    m_orderKey.assign(key);
+    if (!m_orderKey.isQuestion()) {
+        erase();
         return;
     }
-    while (good() && findEqual(key, before)) {
-        if (!eraseAt(positionOf(view(m_up.key())))) return;
+    while (good() && findEqual(key)) {
+        m_orderKey.assign(view(m_up.key()));
+        if (!erase()) return;
+        m_orderKey.assign(key);
     }
+}
+
+/// Erases what is at the place of m_orderKey.
+bool SqliteStoreData::erase() {
+    m_erase.bind(1, ConstByteSpan::fromText(m_orderKey.bytes()));
+    return write(m_erase, m_orderKey.bytes().size());
 }
 
 void SqliteStoreData::commit() {
@@ -191,13 +172,17 @@ void SqliteStoreData::close() {
 const Item* SqliteStoreData::get(const Item& key) {
     if (!good()) return nullptr;
     if (m_up.standsOn(key) && m_up.hasValue()) return keep(m_up.value());
-    const size_t before = sizeBeforeQuestion(key);
-    if (before == kNoQuestion) return find(positionOf(key));
-    return findEqual(key, before) ? find(positionOf(view(m_up.key()))) : nullptr;
+    m_orderKey.assign(key);
+    if (m_orderKey.isQuestion()) {
+        if (!findEqual(key)) return nullptr;
+        m_orderKey.assign(view(m_up.key()));
+    }
+    return find();
 }
 
-const Item* SqliteStoreData::find(const std::string& position) {
-    m_find.bind(1, ConstByteSpan::fromText(position));
+/// Reads what is at the place of m_orderKey.
+const Item* SqliteStoreData::find() {
+    m_find.bind(1, ConstByteSpan::fromText(m_orderKey.bytes()));
     const SqliteCode code = m_find.step();
     const Item* const value = code == SQLITE_ROW ? keep(m_find.column(0)) : nullptr;
     m_find.reset();
@@ -232,54 +217,55 @@ bool SqliteStoreData::give(SqliteCursor& cursor, Item& out) {
 bool SqliteStoreData::first(Item& out) {
     if (!good()) return false;
     SqliteCode error = SQLITE_OK;
-    return found(m_up.seek({}, error), error) && give(m_up, out);
+    return found(m_up.seek({}, SqliteCursor::Start::At, error), error) && give(m_up, out);
 }
 
 bool SqliteStoreData::next(const Item& key, Item& out) {
     if (!good()) return false;
-    const size_t before = sizeBeforeQuestion(key);
-    if (before != kNoQuestion) return nextOfQuestion(key, before, out);
     SqliteCode error = SQLITE_OK;
-    const bool isRow = m_up.standsOn(key) ? m_up.step(error) : m_up.seek(positionBehind(key), error);
-    return found(isRow, error) && give(m_up, out);
+    if (m_up.standsOn(key)) return found(m_up.step(error), error) && give(m_up, out);
+    m_orderKey.assign(key);
+    if (m_orderKey.isQuestion()) return nextOfQuestion(key, out);
+    return found(m_up.seek(m_orderKey.bytes(), SqliteCursor::Start::Behind, error), error) && give(m_up, out);
 }
 
 bool SqliteStoreData::prev(const Item& key, Item& out) {
     if (!good()) return false;
-    const size_t before = sizeBeforeQuestion(key);
-    if (before != kNoQuestion) return prevOfQuestion(key, before, out);
     SqliteCode error = SQLITE_OK;
-    const bool isRow = m_down.standsOn(key) ? m_down.step(error) : m_down.seek(positionOf(key), error);
-    return found(isRow, error) && give(m_down, out);
+    if (m_down.standsOn(key)) return found(m_down.step(error), error) && give(m_down, out);
+    m_orderKey.assign(key);
+    if (m_orderKey.isQuestion()) return prevOfQuestion(key, out);
+    return found(m_down.seek(m_orderKey.bytes(), SqliteCursor::Start::At, error), error) && give(m_down, out);
 }
 
-// Among the keys that begin as a question does, those that are smaller, equal and greater than it may lie
-// mixed.
+// Keys that begin as a question does lie together. Among them those that are smaller, equal and greater than
+// it may lie mixed, so each is compared. m_orderKey is the question's and is changed.
 
 /// Puts m_up on the first key that is equal to @p question.
-bool SqliteStoreData::findEqual(const Item& question, size_t before) {
-    const std::string end = positionBehindSubtree(question, before);
+bool SqliteStoreData::findEqual(const Item& question) {
     SqliteCode error = SQLITE_OK;
-    bool isRow = m_up.seek(positionOf(viewOfStart(question, before)), error);
-    while (isRow) {
+    bool isRow = m_up.seek(m_orderKey.fixedPart(), SqliteCursor::Start::At, error);
+    const std::string_view end = m_orderKey.turnIntoEndOfFixedPart();
+    for (; isRow; isRow = m_up.step(error)) {
         const Item key = view(m_up.key());
         if (Item::compare(key, question) == 0) return true;
-        isRow = positionOf(key) < end && m_up.step(error);
+        if (!end.empty() && OrderKey(key).bytes() >= end) break;
     }
     m_up.reset();
     return found(false, error);
 }
 
-bool SqliteStoreData::nextOfQuestion(const Item& question, size_t before, Item& out) {
+bool SqliteStoreData::nextOfQuestion(const Item& question, Item& out) {
     SqliteCode error = SQLITE_OK;
-    bool isRow = m_up.seek(positionOf(viewOfStart(question, before)), error);
+    bool isRow = m_up.seek(m_orderKey.fixedPart(), SqliteCursor::Start::At, error);
     while (isRow && Item::compare(view(m_up.key()), question) <= 0) isRow = m_up.step(error);
     return found(isRow, error) && give(m_up, out);
 }
 
-bool SqliteStoreData::prevOfQuestion(const Item& question, size_t before, Item& out) {
+bool SqliteStoreData::prevOfQuestion(const Item& question, Item& out) {
+    const std::string_view end = m_orderKey.turnIntoEndOfFixedPart();
     SqliteCode error = SQLITE_OK;
-    bool isRow = m_down.seek(positionBehindSubtree(question, before), error);
+    bool isRow = m_down.seek(end.empty() ? kBehindAll : end, SqliteCursor::Start::At, error);
     while (isRow && Item::compare(view(m_down.key()), question) >= 0) isRow = m_down.step(error);
     return found(isRow, error) && give(m_down, out);
 }
@@ -315,7 +301,8 @@ String SqliteStoreData::firstMisplacedKey() {
     if (code != SQLITE_OK) return sqliteErrorText(code);
     while ((code = entries.step()) == SQLITE_ROW) {
         const Item key = view(entries.column(1));
-        if (entries.column(0).asText() != positionOf(key)) return "wrong position of " + key.asString();
+        m_orderKey.assign(key);
+        if (entries.column(0).asText() != m_orderKey.bytes()) return "wrong position of " + key.asString();
     }
     return code == SQLITE_DONE ? String() : sqliteErrorText(code);
 }

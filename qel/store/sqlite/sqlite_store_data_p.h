@@ -1,13 +1,12 @@
 // The operations of a SqliteStore.
 #pragma once
 
-#include <qel/store/core/item.h>
+#include <qel/store/core/order_key.h>
 #include <qel/store/sqlite/sqlite_cursor_p.h>
 #include <qel/store/sqlite/sqlite_store.h>
 #include <qel/store/sqlite/sqlite_transactions_p.h>
 
 #include <array>
-#include <string>
 
 namespace qel::internal {
 
@@ -39,17 +38,18 @@ private:
     void resetCursors();
 
     bool write(SqliteStatement& statement, size_t bytes);
-    void store(const Item& key, const std::string& position, const Item& value);
-    void erase(const Item& key);
+    void store(const Item& key, const Item& value);
+    bool erase();
+    void eraseEqual(const Item& key);
     void removeByQuestion(const Item& first, const Item& last);
 
     bool found(bool isRow, SqliteCode error);
     const Item* keep(ConstByteSpan value);
-    const Item* find(const std::string& position);
+    const Item* find();
     bool give(SqliteCursor& cursor, Item& out);
-    bool findEqual(const Item& question, size_t before);
-    bool nextOfQuestion(const Item& question, size_t before, Item& out);
-    bool prevOfQuestion(const Item& question, size_t before, Item& out);
+    bool findEqual(const Item& question);
+    bool nextOfQuestion(const Item& question, Item& out);
+    bool prevOfQuestion(const Item& question, Item& out);
 
     void report(const char* what, SqliteCode code);
     void closeDamaged(const String& fault);
@@ -61,6 +61,7 @@ private:
     SqliteTransactions m_transactions;
     SqliteStatement m_find, m_set, m_erase, m_eraseRange;
     SqliteCursor m_up, m_down;
+    OrderKey m_orderKey, m_lastKey;                          // those of the operation that runs
     std::array<Item, SqliteStore::kValuesKept + 1> m_values; // results of get(), used in turn
     size_t m_nextValue = 0;
 };
