@@ -8,9 +8,12 @@
 #include <qel/files/delete_later.h>
 #include <qel/files/directory.h>
 #include <qel/files/file.h>
+#include <qel/files/file_lock.h>
 #include <qel/files/file_stream.h>
+#include <qel/files/global_mutex.h>
 #include <qel/files/hex_source_writer.h>
 #include <qel/files/ini_parser.h>
+#include <qel/files/memory_map.h>
 #include <qel/files/product_package.h>
 #include <qel/files/string_event.h>
 #include <qel/files/system_stream.h>
@@ -80,6 +83,8 @@
 #include <qel/platform/known_folders.h>
 #include <qel/platform/local_socket.h>
 #include <qel/platform/machine.h>
+#include <qel/platform/mapped_file.h>
+#include <qel/platform/named_mutex.h>
 #include <qel/platform/process_run.h>
 #include <qel/platform/process_self.h>
 #include <qel/platform/random_device.h>

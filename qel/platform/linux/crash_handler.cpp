@@ -1,5 +1,6 @@
 #include <qel/platform/linux/crash_modules_p.h>
 #include <qel/platform/linux/crash_stack_p.h>
+#include <qel/platform/linux/mapped_window_p.h>
 
 #include <array>
 #include <atomic>
@@ -105,6 +106,7 @@ bool claimCrash() {
 }
 
 void onFatalSignal(int number, siginfo_t* info, void* context) {
+    if (number == SIGBUS && mendMappedWindow(*info)) return;
     const bool isForkedChild = getpid() != g_process; // the dump is the parent's
     const int file = isForkedChild || !claimCrash()
                          ? -1
