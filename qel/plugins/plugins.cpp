@@ -23,6 +23,15 @@ bool loadScript(const String& directory, const String& plugin, const char* file,
     return true;
 }
 
+Plugins::Hashes readHashes(const Item& list) {
+    Plugins::Hashes hashes;
+    Item::Iterator pairs(list);
+    String name;
+    int32 hash;
+    while (pairs.asString(name) && pairs.asInteger(hash)) hashes[name] = static_cast<uint32>(hash);
+    return hashes;
+}
+
 } // namespace
 
 Plugins::Plugins() {
@@ -52,6 +61,18 @@ Plugins::Hashes Plugins::getPluginHashes() const {
 void Plugins::executeBootstrapScripts(bool startMain) {
     m_hashes = getPluginHashes();
     executeBootstrapScripts(m_hashes, startMain);
+}
+
+void Plugins::executeBootstrapScripts(const Item& allowed, bool startMain) {
+    const Hashes listed = readHashes(allowed);
+    Hashes unchanged;
+    foreachPlugin([&](const String& name) {
+        const auto entry = listed.find(name);
+        if (entry != listed.end() && Directory::getDirectoryHash(pathOf(name)) == entry->second) {
+            unchanged.insert(*entry);
+        }
+    });
+    executeBootstrapScripts(unchanged, startMain);
 }
 
 void Plugins::executeBootstrapScripts(const Hashes& plugins, bool startMain) {

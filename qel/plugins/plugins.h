@@ -5,6 +5,7 @@
 #include <qel/foundation/base/object.h>
 #include <qel/foundation/base/string.h>
 #include <qel/script/object.h>
+#include <qel/store/core/item.h>
 
 #include <functional>
 
@@ -38,6 +39,12 @@ public:
     /// @p startMain, each "main.sq" becomes a script thread.
     /// @errors of scripts are logged by the script machine and stop nothing; missing files are normal.
     void executeBootstrapScripts(bool startMain);
+
+    /// The same, of the plugins that @p allowed lists and whose content has the hash listed there; nothing of
+    /// any other is run, imported or found as a resource.
+    /// @param allowed  pairs of a plugin's name and its Directory::getDirectoryHash, up to the first that is
+    /// none.
+    void executeBootstrapScripts(const Item& allowed, bool startMain);
 
     /// Keeps @p closure under @p name for the host. @errors a warning for anything but a closure.
     void addListener(const char* name, const qelSq::Object& closure);

@@ -77,6 +77,27 @@ TEST_F(PluginsTest, OnlyTheChosenOnesStartAndMainsStayAwayUnlessAskedFor) {
     EXPECT_TRUE(system().getResourceLocator()->hasResource("hello.txt"));
 }
 
+TEST_F(PluginsTest, AListOfHashesLetsOnlyUnchangedPluginsStart) {
+    for (const std::string name : {"changed", "listed", "unlisted"}) {
+        folder.write(name + "/autoexec.sq", "trace += \"" + name + "\"");
+        folder.write(name + "/resources/" + name, "");
+    }
+    folder.write("changed/helper.sq", "");
+    qel::Item list;
+    for (const auto& [name, hash] : plugins->getPluginHashes()) {
+        if (name != "unlisted") list.add(name).add(hash);
+    }
+    list.add("missing").add(1).add("../listed").add(1).add(2);
+    folder.write("changed/helper.sq", "trace += \"helper\"");
+    plugins->executeBootstrapScripts(list, true);
+    EXPECT_EQ(trace(), "listed");
+    EXPECT_TRUE(system().getResourceLocator()->hasResource("listed"));
+    EXPECT_FALSE(system().getResourceLocator()->hasResource("changed"));
+    LogCapture capture;
+    vm().import("helper");
+    capture.expect(3, "no import found for <helper>");
+}
+
 TEST_F(PluginsTest, ErrorsStopNobodyElse) {
     folder.write("a/autoexec.sq", "throw \"a\"");
     folder.write("b/autoexec.sq", "local = 1");

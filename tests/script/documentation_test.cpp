@@ -100,7 +100,7 @@ TEST_F(ScriptDocumentation, EverySlotOfTheRootTablesAndMemberOfTheBoundClassesIs
         expectSlotsNamed(page, vm().getRootTable().get(name), name);
     }
     for (const char* name :
-         {"IVec2", "IVec3", "IVec4", "GregorianDate", "Rect", "Directory", "File", "HumanFriendlyKey"}) {
+         {"IVec2", "IVec3", "IVec4", "GregorianDate", "Rect", "Directory", "File", "GUID", "HumanFriendlyKey"}) {
         vm().import((std::string("qel.") + name).c_str());
         Object cls = vm().getRootTable().get("qel").get(name);
         ASSERT_TRUE(cls.isNativeClass()) << name;

@@ -119,7 +119,10 @@ TEST_F(ScriptObject, FunctorsRememberAFailureAndAreEqualByReceiverAndClosure) {
 
 TEST_F(ScriptObject, OnlyABoundGuidIsOne) {
     EXPECT_FALSE(evaluate("class { static __qel_nativeClassName = \"Rect\" }()").isGUID());
-    EXPECT_TRUE(evaluate("class { static __qel_nativeClassName = \"GUID\" }()").isGUID());
+    const Object pretender = evaluate("class { static __qel_nativeClassName = \"GUID\" }()");
+    EXPECT_TRUE(pretender.isGUID());
+    EXPECT_TRUE(pretender.asGUID().isNull());
+    EXPECT_TRUE(evaluate("7").asGUID().isNull());
 }
 
 TEST_F(ScriptObject, AHandleMayOutliveItsMachineAndMeetTheNext) {
