@@ -99,8 +99,8 @@ TEST_F(ScriptDocumentation, EverySlotOfTheRootTablesAndMemberOfTheBoundClassesIs
     for (const char* name : {"std", "string", "math", "qel", "util", "global"}) {
         expectSlotsNamed(page, vm().getRootTable().get(name), name);
     }
-    for (const char* name :
-         {"IVec2", "IVec3", "IVec4", "GregorianDate", "Rect", "Directory", "File", "GUID", "HumanFriendlyKey"}) {
+    for (const char* name : {"IVec2", "IVec3", "IVec4", "GregorianDate", "Rect", "Directory", "File", "GUID",
+                             "HumanFriendlyKey"}) {
         vm().import((std::string("qel.") + name).c_str());
         Object cls = vm().getRootTable().get("qel").get(name);
         ASSERT_TRUE(cls.isNativeClass()) << name;
