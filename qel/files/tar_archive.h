@@ -2,7 +2,7 @@
 #pragma once
 
 #include <qel/files/archive.h>
-#include <qel/foundation/base/mutex.h>
+#include <qel/foundation/base/containers.h>
 #include <qel/foundation/base/string.h>
 #include <qel/foundation/base/types.h>
 #include <qel/platform/file_system.h>
@@ -22,10 +22,12 @@ public:
     TarArchive();
     ~TarArchive() override;
 
-    /// @errors what is damaged is logged and ends the reading; the entries before it stay.
+    /// @errors what is damaged is logged and ends the reading; the whole entries before it stay.
     bool open(SmartCStr path) override;
     bool hasFile(SmartCStr name) override;
     bool readFile(SmartCStr name, Buffer& buffer) override;
+    /// The names of all files, in no order.
+    Vector<String> getFileNames() const;
 
 private:
     /// Where an entry's bytes lie in the file.
@@ -34,8 +36,9 @@ private:
         uint64 size;
     };
 
-    Mutex m_mutex; ///< over reading
-    platform::FileHandle m_file QEL_GUARDED_BY(m_mutex);
+    void readHeaders(const String& path, uint64 fileSize);
+
+    platform::FileHandle m_file;
     std::unordered_map<String, Extent> m_entries;
 };
 

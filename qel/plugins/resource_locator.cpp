@@ -1,12 +1,27 @@
 #include <qel/plugins/resource_locator.h>
 
 #include <qel/files/directory.h>
+#include <qel/files/tar_archive.h>
 #include <qel/foundation/log/message_stream.h>
+#include <qel/plugins/archive_resource_provider.h>
 #include <qel/plugins/directory_resource_provider.h>
 
 #include <algorithm>
 
 namespace qel {
+
+namespace {
+
+constexpr const char* kArchiveExtension = ".tar";
+
+// A path that exists as it stands stays: a backslash is a letter of its name.
+String hostPath(SmartCStr path) {
+    String host = path;
+    if (!File::existsFile(host)) File::pathSeparatorToHost(host);
+    return host;
+}
+
+} // namespace
 
 ResourceLocator::ResourceLocator() = default;
 
@@ -15,19 +30,19 @@ ResourceLocator::~ResourceLocator() {
     clearTrCache();
 }
 
-bool ResourceLocator::holdsDirectory(const String& path) const {
+template <typename Provider>
+bool ResourceLocator::holds(const String& path) const {
     const MutexLock lock(m_mutex);
     return std::any_of(m_providers.begin(), m_providers.end(), [&](const auto& provider) {
-        return dynamic_cast<DirectoryResourceProvider*>(provider.get()) && provider->getBasePath() == path;
+        return dynamic_cast<Provider*>(provider.get()) && provider->getBasePath() == path;
     });
 }
 
 ResourceProvider* ResourceLocator::addResourceDirectory(SmartCStr path) {
-    String host = path;
-    if (!File::existsFile(host)) File::pathSeparatorToHost(host);
+    const String host = hostPath(path);
     if (!File::existsFile(host)) logging::warning() << "resource directory '" << host << "' does not exist";
     SmartPointer<ResourceProvider> provider = new DirectoryResourceProvider(host);
-    if (holdsDirectory(provider->getBasePath())) {
+    if (holds<DirectoryResourceProvider>(provider->getBasePath())) {
         logging::info() << "resource locator already contains resource directory '" << host << "'";
         return nullptr;
     }
@@ -35,12 +50,37 @@ ResourceProvider* ResourceLocator::addResourceDirectory(SmartCStr path) {
     return provider.get();
 }
 
+ResourceProvider* ResourceLocator::addResourceArchive(SmartCStr path) {
+    const String host = hostPath(path);
+    if (holds<ArchiveResourceProvider>(host)) {
+        logging::info() << "resource locator already contains resource archive '" << host << "'";
+        return nullptr;
+    }
+    if (!host.ends_with(kArchiveExtension)) {
+        logging::error() << "unknown archive type: " << host;
+        return nullptr;
+    }
+    SmartPointer<Archive> archive = new TarArchive;
+    if (!archive->open(host)) {
+        logging::error() << "cant open archive: " << host;
+        return nullptr;
+    }
+    SmartPointer<ResourceProvider> provider = new ArchiveResourceProvider(host, archive.get());
+    addResourceProvider(provider.get());
+    return provider.get();
+}
+
 void ResourceLocator::addResourcePackagesFromDirectory(SmartCStr directory) {
     Directory entries(directory);
-    String name;
-    bool isDirectory = false;
-    while (entries.read(name, isDirectory))
-        if (isDirectory && name.starts_with("res-")) addResourceDirectory(entries.getPathWithSlash() + name);
+    File::FileInfo entry;
+    while (entries.read(entry)) {
+        if (!entry.name.begins_with("res-")) continue;
+        const String path = entries.getPathWithSlash() + entry.name;
+        if (entry.isDirectory)
+            addResourceDirectory(path);
+        else if (!entry.isSpecial && entry.name.ends_with(kArchiveExtension))
+            addResourceArchive(path);
+    }
 }
 
 // The priority is fetched before the list is locked: a host's provider may ask for resources itself.

@@ -23,7 +23,11 @@ public:
     /// @return the new provider; null, with an info line, when the folder is in the list already. A folder
     ///         that doesn't exist is added too, with a warning.
     ResourceProvider* addResourceDirectory(SmartCStr path);
-    /// Adds each folder in @p directory whose name begins with "res-".
+    /// Adds the files of an archive, and with them a new set of translations.
+    /// @return the new provider; null when the archive is in the list already (an info line), when its name
+    ///         doesn't end in ".tar", or when it can't be opened or holds nothing (an error line).
+    ResourceProvider* addResourceArchive(SmartCStr path);
+    /// Adds each folder and each archive in @p directory whose name begins with "res-".
     void addResourcePackagesFromDirectory(SmartCStr directory);
     /// Adds a host's own provider. @owner takes a reference.
     void addResourceProvider(ResourceProvider* provider);
@@ -41,7 +45,8 @@ public:
 private:
     using Providers = Vector<SmartPointer<ResourceProvider>>;
 
-    bool holdsDirectory(const String& path) const;
+    template <typename Provider>
+    bool holds(const String& path) const;
     Providers sortedProviders();
 
     mutable Mutex m_mutex;

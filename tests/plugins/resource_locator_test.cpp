@@ -2,6 +2,7 @@
 
 #include <qel/foundation/base/buffer.h>
 #include <qel/plugins/directory_resource_provider.h>
+#include <tests/files/tar_sample.h>
 #include <tests/support/log_capture.h>
 #include <tests/support/scratch_folder.h>
 #include <tests/support/system_fixture.h>
@@ -29,6 +30,8 @@ protected:
         provider->fetchPriorityFromResource();
         return provider->getPriority();
     }
+
+    std::string path(std::string_view name) const { return folder.path(name); }
 
     ScratchFolder folder;
 };
@@ -61,13 +64,36 @@ TEST_F(ResourceLocatorTest, AFolderIsTakenOnceUntilItIsRemovedAndAMissingOneWith
     EXPECT_EQ(provider->getReferenceCount(), 1);
 }
 
-TEST_F(ResourceLocatorTest, PackagesAreTheFoldersThatSaySo) {
+TEST_F(ResourceLocatorTest, AnArchiveIsTakenOnceAndOnlyIfItIsOne) {
+    folder.write("x.tar", test::tarEntry("dir/x", "archived") +
+                              test::tarEntry("resources.json", R"({"priority": 3})") + test::tarEnd());
+    folder.write("x.zip", "");
+    folder.write("dir/x", "loose");
+    LogCapture log;
+    locator().addResourceDirectory(folder.path());
+    SmartPointer<ResourceProvider> provider = locator().addResourceArchive(path("x.tar"));
+    ASSERT_TRUE(provider);
+    EXPECT_EQ(load("dir/x"), "archived");
+    EXPECT_EQ(locator().addResourceArchive(path("x.tar")), nullptr);
+    log.expect(1, "resource locator already contains resource archive '" + path("x.tar") + "'");
+    EXPECT_EQ(locator().addResourceArchive(path("x.zip")), nullptr);
+    log.expect(3, "unknown archive type: " + path("x.zip"));
+    EXPECT_EQ(locator().addResourceArchive(path("no.tar")), nullptr);
+    log.expect(3, "cant open archive: " + path("no.tar"));
+    locator().removeResourceProvider(provider.get());
+    EXPECT_EQ(load("dir/x"), "loose");
+}
+
+TEST_F(ResourceLocatorTest, PackagesAreTheFoldersAndArchivesThatSaySo) {
     folder.write("res-a/a", "A");
+    folder.write("res-c.tar", test::tarEntry("c", "C") + test::tarEnd());
+    folder.write("other.tar", test::tarEntry("d", "D") + test::tarEnd());
+    folder.makeFolder("res-folder.tar");
     folder.write("other/b", "B");
     folder.write("res-file", "");
     system().addResourcePackagesFromDirectory(folder.path());
     system().addResourcePackagesFromDirectory(folder.path("missing"));
-    EXPECT_EQ(load("a"), "A");
+    EXPECT_EQ(load("a") + load("c") + load("d"), "ACnone");
     LogCapture log;
     Buffer buffer;
     EXPECT_FALSE(buffer.loadFromResource("b", true));

@@ -1,0 +1,131 @@
+#include <qel/files/tar_archive.h>
+
+#include <qel/foundation/base/buffer.h>
+#include <qel/foundation/base/smart_pointer.h>
+#include <tests/files/file_fixture.h>
+#include <tests/files/tar_sample.h>
+#include <tests/support/threads.h>
+
+#include <cstdlib>
+
+namespace qel {
+namespace {
+
+using test::octalSize;
+using test::tarBlock;
+using test::tarEnd;
+using test::tarEntry;
+
+class TarArchiveTest : public test::FileFixture {
+protected:
+    /// The files of an archive with these bytes, as "name=content" in the order of their names.
+    std::string filesIn(const std::string& bytes) {
+        folder.write("x.tar", bytes);
+        TarArchive archive;
+        const bool found = archive.open(path("x.tar"));
+        std::map<String, std::string> files;
+        for (const String& name : archive.getFileNames()) {
+            Buffer content;
+            EXPECT_TRUE(archive.hasFile(name) && archive.readFile(name, content)) << name;
+            files[name] = content.getConstByteSpan().asText();
+        }
+        EXPECT_EQ(found, !files.empty());
+        std::string text;
+        for (const auto& [name, content] : files) text += name + "=" + content + ";";
+        return text;
+    }
+    void expectCorrupt(const std::string& how) {
+        log.expect(3, "tar '" + path("x.tar") + "' corrupt: " + how);
+    }
+};
+
+TEST_F(TarArchiveTest, OnlyEntriesWithFileDataAreFilesAndTheLastOfANameCounts) {
+    const std::string long99(99, 'n');
+    EXPECT_EQ(
+        filesIn(tarEntry("a/b", "old") + tarEntry("a/", "", '5') + tarEntry("dir/", "") +
+                tarEntry("link", "", '2') + tarEntry("pax", "path=x\n", 'x') + tarEntry("empty", "") +
+                tarEntry("v7", "seven", '\0') + tarEntry("tiled", std::string(512, 't'), '7') +
+                tarEntry("a/b", "new") + tarEntry("deep", "d", '0', "far/away") + tarEntry("", "no name") +
+                tarEntry(long99 + "n", "100") + tarEnd() + tarEntry("behind the end", "")),
+        "a/b=new;empty=;far/away/deep=d;" + long99 + "n=100;tiled=" + std::string(512, 't') + ";v7=seven;");
+    TarArchive archive;
+    ASSERT_TRUE(archive.open(path("x.tar")));
+    Buffer content;
+    EXPECT_FALSE(archive.hasFile("a") || archive.readFile("a/", content));
+    EXPECT_FALSE(archive.open(path("missing"))) << "what was open before is gone";
+    EXPECT_FALSE(archive.hasFile("a/b"));
+    EXPECT_FALSE(archive.open(folder.path()));
+}
+
+TEST_F(TarArchiveTest, DamageEndsTheReadingAndKeepsWhatCameBefore) {
+    const std::string first = tarEntry("first", "1");
+    const std::string wrong = tarBlock({"second", octalSize(1), '0', "", 1});
+    EXPECT_EQ(filesIn(first + wrong + std::string(512, '2') + tarEntry("third", "3")), "first=1;");
+    expectCorrupt("checksum failure");
+    EXPECT_EQ(filesIn(first + tarEntry("second", "2").substr(0, 100)), "first=1;");
+    expectCorrupt("short read: expected 512, got 100");
+    EXPECT_EQ(filesIn(first), "first=1;") << "the end is missing";
+    expectCorrupt("short read: expected 512, got 0");
+    EXPECT_EQ(filesIn(""), "");
+    expectCorrupt("short read: expected 512, got 0");
+    EXPECT_EQ(filesIn(std::string(600, 'x')), "");
+    expectCorrupt("checksum failure");
+    EXPECT_EQ(filesIn(tarEnd()), "");
+}
+
+TEST_F(TarArchiveTest, NoEntryReachesPastTheEndOfTheFile) {
+    const auto base256 = [](const std::string& low) {
+        return "\x80" + std::string(11 - low.size(), '\0') + low;
+    };
+    const std::string first = tarEntry("first", "1");
+    EXPECT_EQ(filesIn(first + tarBlock({"big", base256("\x02")}) + "22"), "big=22;first=1;");
+    expectCorrupt("short read: expected 512, got 0");
+    const std::string tooLarge[] = {octalSize(513),
+                                    "77777777777",
+                                    base256("\x02\x01"),
+                                    base256("\x7F\xFF\xFF\xFF\xFF\xFF\xFF\xFF"),
+                                    base256("\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF"),
+                                    std::string(12, '\xFF')};
+    for (const std::string& size : tooLarge) {
+        EXPECT_EQ(filesIn(first + tarBlock({"big", size}) + std::string(512, 'x')), "first=1;");
+        expectCorrupt("short read: expected 512, got 0");
+    }
+}
+
+TEST_F(TarArchiveTest, AFileThatCannotBeReadWholeIsNotGiven) {
+    folder.write("x.tar", tarEntry("a", std::string(1000, 'a')) + tarEnd());
+    TarArchive archive;
+    ASSERT_TRUE(archive.open(path("x.tar")));
+    Buffer content;
+    {
+        test::FailingFiles files(1, std::errc::io_error);
+        files.makeShort();
+        EXPECT_FALSE(archive.readFile("a", content));
+    }
+    std::filesystem::resize_file(path("x.tar"), 700);
+    EXPECT_FALSE(archive.readFile("a", content));
+    EXPECT_TRUE(content.empty());
+}
+
+TEST_F(TarArchiveTest, ArchivesOfTheTarProgramAreReadByManyThreads) {
+    for (int i = 0; i < 40; ++i)
+        folder.write("tree/" + std::to_string(i) + "/file", std::string(static_cast<size_t>(i * 97), 'a'));
+    const std::string command =
+        "tar -C '" + folder.path() + "' --format=ustar -cf '" + path("x.tar") + "' tree 2>/dev/null";
+    ASSERT_EQ(std::system(command.c_str()), 0);
+    SmartPointer<TarArchive> archive = new TarArchive;
+    ASSERT_TRUE(archive->open(path("x.tar")));
+    std::atomic<int> right = 0;
+    test::onThreads(4, [&](int) {
+        Buffer content;
+        for (int i = 0; i < 40; ++i) {
+            const bool found = archive->readFile("tree/" + std::to_string(i) + "/file", content);
+            right +=
+                found && content.getConstByteSpan().asText() == std::string(static_cast<size_t>(i * 97), 'a');
+        }
+    });
+    EXPECT_EQ(right, 160);
+}
+
+} // namespace
+} // namespace qel
