@@ -11,7 +11,7 @@ struct TarHeader {
     std::string name;
     std::string size; ///< the field's bytes as they stand
     char type = '0';
-    std::string folder; ///< the field "prefix"
+    std::string folder = {}; ///< the field "prefix"
     int sumError = 0;   ///< makes the checksum wrong
 };
 
