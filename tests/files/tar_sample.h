@@ -12,7 +12,7 @@ struct TarHeader {
     std::string size; ///< the field's bytes as they stand
     char type = '0';
     std::string folder = {}; ///< the field "prefix"
-    int sumError = 0;   ///< makes the checksum wrong
+    int sumError = 0;        ///< makes the checksum wrong
 };
 
 /// The size field for @p size in its octal form.
