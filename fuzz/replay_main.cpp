@@ -7,7 +7,15 @@
 #include <iterator>
 #include <vector>
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+extern "C" {
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t maxSize);
+
+/// The mutators of targets call libFuzzer's; a replay mutates nothing.
+std::size_t LLVMFuzzerMutate(std::uint8_t*, std::size_t size, std::size_t) {
+    return size;
+}
+}
 
 namespace {
 

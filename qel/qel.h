@@ -127,7 +127,6 @@
 #include <qel/store/core/item.h>
 #include <qel/store/core/item_element.h>
 #include <qel/store/core/item_iterator.h>
-#include <qel/store/core/item_order.h>
 #include <qel/store/core/log_db.h>
 #include <qel/store/core/memory_store.h>
 #include <qel/store/core/order_key.h>
