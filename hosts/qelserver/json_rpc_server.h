@@ -1,6 +1,7 @@
 // JsonRpcServer: remote calls by JSON-RPC 2.0 over a Unix-domain socket, one message a line.
 #pragma once
 
+#include "json_rpc_limits.h"
 #include "json_rpc_rights.h"
 
 #include <qel/foundation/base/containers.h>
@@ -11,6 +12,7 @@
 #include <qel/rpc/rpc_provider.h>
 
 #include <cstddef>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -18,20 +20,6 @@ namespace qelserver {
 
 class JsonRpcConnection;
 class FinishedCalls;
-
-/// Bounds of what peers can make the server do and keep. Whoever reaches one waits, or gets an error.
-struct JsonRpcLimits {
-    std::size_t lineBytes = 1 << 20;   ///< a longer message is refused
-    int depth = 64;                    ///< arrays, objects and lists within each other; more are refused
-    std::size_t batchCalls = 64;       ///< calls in a batch; more are refused
-    std::size_t openCalls = 64;        ///< of a peer's unanswered calls; more messages wait
-    std::size_t unsentBytes = 1 << 20; ///< of replies a peer does not take; more messages wait
-    std::size_t connections = 256;     ///< of all peers; more are turned away
-    std::size_t connectionsOfOtherUser = 32; ///< of one user that is not the server's; more are turned away
-    std::size_t bytesPerPass = 1 << 16;      ///< taken from one peer in one pass
-    qel::int64 passMs = 4;                   ///< after which a pass leaves messages for the next one
-    qel::int64 stallMs = 30'000;             ///< a peer that takes no reply for so long is dropped
-};
 
 /// A provider whose calls come from other processes. Register calls on it as on every RpcProvider, start it,
 /// and call poll() in each pass; it never blocks.
@@ -72,20 +60,20 @@ public:
     qel::uint64 getRefusalCount() const { return m_refusalCount; }
 
 private:
-    friend class JsonRpcConnection;
-
-    bool takeOverName();
+    bool isNameFree() const;
     void acceptConnections();
     bool hasRoomFor(const qel::platform::PeerIdentity& peer) const;
     std::vector<qel::platform::SocketWatch> watch(int timeoutMs) const;
-    void serve(const std::vector<qel::platform::SocketWatch>& watched);
-    void dropClosed();
+    void receive();
+    void serve();
+    void answer();
+    void send();
 
     const std::string m_socketPath;
-    const JsonRpcRights m_rights;
+    const std::shared_ptr<const JsonRpcRights> m_rights;
     const JsonRpcLimits m_limits;
     qel::platform::FileHandle m_listener;
-    qel::platform::FileIdentity m_nameIdentity; // of the name that start() made
+    qel::platform::FileIdentity m_nameIdentity; // of the socket that start() made
     qel::Vector<qel::SmartPointer<JsonRpcConnection>> m_connections;
     qel::SmartPointer<FinishedCalls> m_finished;
     std::size_t m_firstToServe = 0; // in turn, so that nobody is always last

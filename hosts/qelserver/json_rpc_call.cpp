@@ -1,0 +1,103 @@
+#include "json_rpc_call.h"
+
+#include "json_rpc_connection.h"
+
+#include <qel/foundation/log/message_stream.h>
+
+#include <algorithm>
+#include <exception>
+#include <utility>
+
+namespace qelserver {
+
+FinishedCalls::FinishedCalls() = default;
+FinishedCalls::~FinishedCalls() = default;
+
+void FinishedCalls::push(JsonRpcCall* call) {
+    const qel::MutexLock lock(m_mutex);
+    if (!m_isClosed) m_calls.emplace_back(call);
+}
+
+qel::Vector<qel::SmartPointer<JsonRpcCall>> FinishedCalls::take() {
+    const qel::MutexLock lock(m_mutex);
+    return std::exchange(m_calls, {});
+}
+
+void FinishedCalls::close() {
+    const auto dropped = take(); // released outside the lock
+    const qel::MutexLock lock(m_mutex);
+    m_isClosed = true;
+}
+
+bool JsonRpcReply::put(std::size_t index, std::string part) {
+    m_parts[index] = std::move(part);
+    return --m_missing == 0;
+}
+
+std::string JsonRpcReply::text() const {
+    std::vector<std::string> said;
+    std::copy_if(m_parts.begin(), m_parts.end(), std::back_inserter(said),
+                 [](const std::string& part) { return !part.empty(); });
+    if (said.empty()) return {};
+    return (m_isBatch ? batchReply(said) : said.front()) + "\n";
+}
+
+JsonRpcCall::JsonRpcCall(JsonRpcConnection& connection, FinishedCalls& finished, JsonRpcReply& reply,
+                         std::size_t index, const JsonRpcRequest& request)
+    : m_connection(&connection),
+      m_finishedCalls(&finished),
+      m_reply(&reply),
+      m_index(index),
+      m_id(request.isNotification ? std::string() : request.id) {
+    setMethodName(request.method.c_str());
+    setArguments(request.arguments);
+}
+
+JsonRpcCall::~JsonRpcCall() = default;
+
+void JsonRpcCall::run(const qel::RpcFunction& handler) {
+    try {
+        RpcContextInternal::run(handler, this);
+    } catch (const std::exception& exception) {
+        m_hasThrown = true;
+        qel::logging::error() << "rpc call '" << getMethodName() << "' threw: " << exception.what();
+    }
+}
+
+bool JsonRpcCall::answer() {
+    std::string text;
+    if (!m_id.empty()) {
+        text = m_hasThrown ? errorReply(JsonRpcError::InternalError, m_id) : resultReply(result(), m_id);
+    }
+    return m_reply->put(m_index, std::move(text));
+}
+
+void JsonRpcCall::finish() {
+    if (markFinished()) m_finishedCalls->push(this);
+}
+
+qel::String JsonRpcCall::getFileTransferTargetPath(const char*) const {
+    return {};
+}
+
+void JsonRpcCall::initiateFileTransfer(int, const qel::Vector<qel::Pair<qel::String, qel::String>>&) {}
+
+bool JsonRpcCall::getFileTransferStatus(int&, qel::String&) const {
+    return false;
+}
+
+void JsonRpcCall::getRemotePaths(qel::Vector<qel::String>&) const {}
+
+bool JsonRpcCall::hasRight(const char* right) const {
+    return m_connection->hasRight(right ? right : "");
+}
+
+qel::Object* JsonRpcCall::getCaller() const {
+    return m_connection.get();
+}
+
+qel::GUID JsonRpcCall::getUserGUID() const {
+    return {};
+}
+
+} // namespace qelserver

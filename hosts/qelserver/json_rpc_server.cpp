@@ -1,0 +1,182 @@
+#include "json_rpc_server.h"
+
+#include "json_rpc_call.h"
+#include "json_rpc_connection.h"
+
+#include <qel/foundation/log/message_stream.h>
+#include <qel/system/core/clock.h>
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+namespace qelserver {
+
+namespace {
+
+using namespace qel::platform;
+
+constexpr std::uint32_t kForOwner = 0600;
+constexpr std::uint32_t kForAll = 0666;
+constexpr int kAcceptedPerPass = 16;
+
+qel::int64 nowMs() {
+    return qel::Clock::current().steadyNanoseconds() / 1'000'000;
+}
+
+} // namespace
+
+JsonRpcServer::JsonRpcServer(std::string socketPath, JsonRpcRights rights, const JsonRpcLimits& limits)
+    : m_socketPath(std::move(socketPath)),
+      m_rights(std::make_shared<const JsonRpcRights>(std::move(rights))),
+      m_limits(limits),
+      m_finished(new FinishedCalls) {}
+
+JsonRpcServer::~JsonRpcServer() {
+    stop();
+}
+
+bool JsonRpcServer::start() {
+    if (m_listener.isOpen()) return true;
+    m_draining = false;
+    if (!isNameFree()) return false;
+    const FileError error =
+        listenLocally(m_listener, m_socketPath.c_str(), m_rights->isEmpty() ? kForOwner : kForAll);
+    FileStatus status;
+    if (error || readStatus(status, m_socketPath.c_str(), Links::Keep)) {
+        qel::logging::error() << "cant listen at '" << m_socketPath << "': " << error.message();
+        m_listener.close();
+        return false;
+    }
+    m_nameIdentity = status.identity;
+    return true;
+}
+
+/// Removes the name that a server left behind which is gone: a socket where nobody listens.
+bool JsonRpcServer::isNameFree() const {
+    FileHandle probe;
+    const FileError error = connectLocally(probe, m_socketPath.c_str());
+    if (error == std::errc::no_such_file_or_directory || error == std::errc::filename_too_long) return true;
+    FileStatus status;
+    const bool isLeftBehind = error == std::errc::connection_refused &&
+                              !readStatus(status, m_socketPath.c_str(), Links::Keep) &&
+                              status.kind == FileKind::Other && !removeFile(m_socketPath.c_str());
+    if (!isLeftBehind) qel::logging::error() << "the name '" << m_socketPath << "' is taken";
+    return isLeftBehind;
+}
+
+void JsonRpcServer::drain() {
+    m_draining = true;
+}
+
+bool JsonRpcServer::isBusy() const {
+    return std::any_of(m_connections.begin(), m_connections.end(),
+                       [](const auto& connection) { return connection->isBusy(); });
+}
+
+void JsonRpcServer::stop() {
+    for (const auto& connection : m_connections) connection->close();
+    m_connections.clear();
+    m_finished->close();
+    m_finished = new FinishedCalls;
+    if (!m_listener.isOpen()) return;
+    m_listener.close();
+    FileStatus status;
+    if (!readStatus(status, m_socketPath.c_str(), Links::Keep) && status.identity == m_nameIdentity) {
+        removeFile(m_socketPath.c_str());
+    }
+}
+
+void JsonRpcServer::poll() {
+    if (!m_draining) {
+        acceptConnections();
+        receive();
+        serve();
+    }
+    answer();
+    send();
+}
+
+void JsonRpcServer::wait(int timeoutMs) {
+    const bool hasWork = !m_draining && std::any_of(m_connections.begin(), m_connections.end(),
+                                                    [](const auto& peer) { return peer->hasMessage(); });
+    watch(hasWork ? 0 : timeoutMs);
+}
+
+void JsonRpcServer::adopt(FileHandle socket, PeerIdentity peer) {
+    const qel::SmartPointer<JsonRpcConnection> connection(
+        new JsonRpcConnection(std::move(socket), std::move(peer), m_rights, m_limits));
+    const bool isKnown = m_rights->hasAny(connection->peer());
+    if (isKnown && hasRoomFor(connection->peer())) {
+        m_connections.push_back(connection);
+        return;
+    }
+    ++m_refusalCount;
+    connection->refuse(isKnown ? JsonRpcError::TooMany : JsonRpcError::NotPermitted);
+    connection->flush(nowMs());
+}
+
+bool JsonRpcServer::hasRoomFor(const PeerIdentity& peer) const {
+    if (m_connections.size() >= m_limits.connections) return false;
+    const auto ofUser = std::count_if(m_connections.begin(), m_connections.end(),
+                                      [&](const auto& other) { return other->peer().user == peer.user; });
+    return peer.user == userId() || static_cast<std::size_t>(ofUser) < m_limits.connectionsOfOtherUser;
+}
+
+void JsonRpcServer::acceptConnections() {
+    if (!m_listener.isOpen()) return;
+    for (int i = 0; i < kAcceptedPerPass; ++i) {
+        FileHandle socket;
+        PeerIdentity peer;
+        if (acceptLocally(socket, peer, m_listener)) return; // none waits, or no descriptor is left
+        adopt(std::move(socket), std::move(peer));
+    }
+}
+
+/// What each connection waits for, in their order, and behind them the listener.
+std::vector<SocketWatch> JsonRpcServer::watch(int timeoutMs) const {
+    std::vector<SocketWatch> watched;
+    for (const auto& connection : m_connections) {
+        const bool wantsInput = !m_draining && connection->wantsInput();
+        watched.push_back({&connection->socket(), wantsInput, connection->hasOutput()});
+    }
+    if (m_listener.isOpen() && !m_draining) watched.push_back({&m_listener, true, false});
+    waitForSockets(watched, timeoutMs);
+    return watched;
+}
+
+void JsonRpcServer::receive() {
+    if (m_connections.empty()) return;
+    const std::vector<SocketWatch> watched = watch(0);
+    for (std::size_t i = 0; i < m_connections.size(); ++i) {
+        if (watched[i].canReceive) m_connections[i]->receive();
+    }
+}
+
+void JsonRpcServer::serve() {
+    if (m_connections.empty()) return;
+    const auto connections = m_connections; // a handler may stop the server
+    const qel::int64 begin = nowMs();
+    m_firstToServe = (m_firstToServe + 1) % connections.size();
+    for (std::size_t i = 0; i < connections.size(); ++i) {
+        JsonRpcConnection& connection = *connections[(m_firstToServe + i) % connections.size()];
+        while (connection.hasMessage()) {
+            if (m_draining || nowMs() - begin > m_limits.passMs) return;
+            ++m_messageCount;
+            m_refusalCount += connection.processMessage(*this, *m_finished);
+            answer();
+        }
+    }
+}
+
+void JsonRpcServer::answer() {
+    for (const auto& call : m_finished->take()) call->connection().answer(*call);
+}
+
+void JsonRpcServer::send() {
+    const qel::int64 now = nowMs();
+    for (const auto& connection : m_connections) connection->flush(now);
+    std::erase_if(m_connections, [](const auto& connection) { return connection->isClosed(); });
+}
+
+} // namespace qelserver

@@ -1,0 +1,409 @@
+#include "../../hosts/qelserver/json_rpc_message.h"
+#include "../../hosts/qelserver/json_rpc_server.h"
+#include "../support/log_capture.h"
+#include "../support/scratch_folder.h"
+#include "../support/system_fixture.h"
+
+#include <qel/rpc/rpc_context.h>
+
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <stdexcept>
+#include <thread>
+
+namespace {
+
+using namespace qel;
+using namespace qelserver;
+using platform::FileHandle;
+using platform::PeerIdentity;
+using test::LogCapture;
+
+std::string error(int code, const std::string& message, const std::string& id = "null") {
+    return R"({"jsonrpc":"2.0","error":{"code":)" + std::to_string(code) + R"(,"message":")" + message +
+           R"("},"id":)" + id + "}\n";
+}
+
+std::string result(const std::string& value, const std::string& id) {
+    return R"({"jsonrpc":"2.0","result":)" + value + R"(,"id":)" + id + "}\n";
+}
+
+std::string call(const std::string& method, const std::string& params, const std::string& id = "1") {
+    return R"({"jsonrpc":"2.0","method":")" + method + R"(","params":)" + params + R"(,"id":)" + id + "}\n";
+}
+
+const std::string kTooLarge = error(-32000, "Message too large");
+const std::string kNotPermitted = error(-32003, "Not permitted", "1");
+
+/// The other end of a connection.
+class Peer {
+public:
+    void send(std::string_view text) {
+        std::size_t done = 0;
+        const auto failure = platform::sendSome(socket, text.data(), text.size(), done);
+        ASSERT_FALSE(failure) << failure.message();
+        ASSERT_EQ(done, text.size());
+    }
+    /// What has arrived; "<end>" behind it when nothing more will.
+    std::string receive() {
+        std::string text;
+        char chunk[4096];
+        for (std::size_t done = 0;; text.append(chunk, done)) {
+            if (platform::receiveSome(socket, chunk, sizeof(chunk), done)) return text;
+            if (done == 0) return text + "<end>";
+        }
+    }
+
+    FileHandle socket;
+};
+
+class JsonRpcTest : public test::SystemFixture {
+protected:
+    void SetUp() override {
+        SystemFixture::SetUp();
+        makeServer({});
+    }
+    void TearDown() override {
+        kept.clear();
+        server.reset();
+        SystemFixture::TearDown();
+    }
+
+    void makeServer(const JsonRpcLimits& limits, const std::string& rightsText = "") {
+        std::string problem;
+        server.emplace("", *JsonRpcRights::parse(rightsText, problem), limits);
+        const auto echo = [](const RpcContext& context) {
+            context.result().concatItem(context.getArguments());
+            context.finish();
+        };
+        server->addRPC("echo", echo, "", "");
+        server->addRPCWithRight("guarded", "special", echo, "", "");
+        server->addRPC(
+            "keep", [this](const RpcContext& context) { kept.push_back(context); }, "", "");
+        server->addRPC(
+            "throw", [](const RpcContext&) { throw std::runtime_error("torn"); }, "", "");
+        server->addRPC(
+            "code",
+            [](const RpcContext& context) {
+                context.result().addPrefix("squirrel").addNIL();
+                context.finish();
+            },
+            "", "");
+    }
+
+    Peer connect(uint32 user = platform::userId(), std::vector<uint32> groups = {}) {
+        Peer peer;
+        FileHandle other;
+        EXPECT_FALSE(platform::makeSocketPair(peer.socket, other));
+        server->adopt(std::move(other), {user, user, std::move(groups)});
+        return peer;
+    }
+    std::string exchange(Peer& peer, std::string_view text) {
+        peer.send(text);
+        server->poll();
+        return peer.receive();
+    }
+
+    std::optional<JsonRpcServer> server;
+    Vector<RpcContext> kept;
+};
+
+// The examples of the protocol, with the values that Items have.
+TEST_F(JsonRpcTest, RequestsAndRepliesFollowTheProtocol) {
+    const std::string guid = "\"GUID:::" + std::string(64, 'A') + "\"";
+    const std::string invalid = error(-32600, "Invalid Request");
+    const std::pair<std::string, std::string> kExchanges[] = {
+        {call("echo", "[42]"), result("42", "1")},
+        {call("echo", "[]", R"("a\n")"), result("null", R"("a\n")")},
+        {call("echo", R"([1,"b"])", "1.5"), result(R"([1,"b"])", "1.5")},
+        {call("echo", R"({"b":[1,{}],"a":null})", "null"), result(R"({"a":null,"b":[1,{}]})", "null")},
+        {call("echo", R"([[true,-9223372036854775808,2.5]])"),
+         result("[true,-9223372036854775808,2.5]", "1")},
+        {call("echo", "[" + guid + "]"), result(guid, "1")},
+        {call("echo", R"({"$item":"nonsense"})"), error(-32602, "Invalid params", "1")},
+        {R"({"jsonrpc":"2.0","method":"echo","id":7})"
+         "\r\n \r\n",
+         result("null", "7")},
+        {R"({"jsonrpc":"2.0","method":"echo","params":[1]})"
+         "\n",
+         ""},
+        {call("nobody", "[]"), error(-32601, "Method not found", "1")},
+        {R"({"jsonrpc":"2.0","method":"nobody"})"
+         "\n",
+         ""},
+        {call("echo", "3"), error(-32600, "Invalid Request", "1")},
+        {call("echo", "[]", "[]"), invalid},
+        {R"({"method":"echo","id":1})"
+         "\n",
+         error(-32600, "Invalid Request", "1")},
+        {R"({"jsonrpc":"2.0","method":1})"
+         "\n",
+         invalid},
+        {"{\n", error(-32700, "Parse error")},
+        {"\"\xff\"\n", error(-32700, "Parse error")},
+        {"[]\n", invalid},
+        {"[1]\n", "[" + invalid.substr(0, invalid.size() - 1) + "]\n"},
+        {R"([{"jsonrpc":"2.0","method":"echo"}])"
+         "\n",
+         ""},
+    };
+    Peer peer = connect();
+    for (const auto& [request, reply] : kExchanges) EXPECT_EQ(exchange(peer, request), reply) << request;
+}
+
+TEST_F(JsonRpcTest, ElementsWithoutAFormInJsonTravelAsTheirBytes) {
+    const uint8 bytes[] = {1, 2};
+    const Item item = Item("x").addBuffer(bytes, 2).addPointer(Item(5));
+    const std::string text = R"({"$item":")" + item.getBase64crc() + R"("})";
+    Peer peer = connect();
+    EXPECT_EQ(exchange(peer, call("echo", text)), result(text, "1"));
+}
+
+TEST_F(JsonRpcTest, CodeNeitherComesInNorGoesOut) {
+    const uint8 bytes[] = {0xFA};
+    const Item code = Item().addPrefix("squirrel").addBuffer(bytes, 1);
+    const std::string kRefused = error(-32002, "Code refused", "1");
+    Peer peer = connect();
+    for (const Item& item : {code, Item("x").addItem(Item().addItem(code))}) {
+        EXPECT_EQ(exchange(peer, call("echo", R"({"$item":")" + item.getBase64crc() + R"("})")), kRefused);
+    }
+    // A zero byte would end the text, and what follows be read as elements.
+    for (const char* params :
+         {R"(["a\u0000\fsquirrel\u0000"])", R"([{"a\u0000":1}])", "[18446744073709551615]"}) {
+        EXPECT_EQ(exchange(peer, call("echo", params)), error(-32602, "Invalid params", "1")) << params;
+    }
+    EXPECT_EQ(exchange(peer, call("echo", R"(["squirrel","\\u0000"])")),
+              result(R"(["squirrel","\\u0000"])", "1"));
+    EXPECT_EQ(exchange(peer, call("code", "[]")), error(-32603, "Internal error", "1"));
+}
+
+TEST_F(JsonRpcTest, HandlersThatFailOrForgetAreAnswered) {
+    LogCapture log;
+    Peer peer = connect();
+    EXPECT_EQ(exchange(peer, call("throw", "[]")), error(-32603, "Internal error", "1"));
+    log.expect(3, "rpc call 'throw' threw: torn");
+    server->addRPC(
+        "forget", [](const RpcContext&) {}, "", "");
+    EXPECT_EQ(exchange(peer, call("forget", "[]")), result("null", "1"));
+    log.expect(3, "rpc call 'forget' ended without calling finish");
+}
+
+TEST_F(JsonRpcTest, MessagesAreRefusedJustBeyondTheLimits) {
+    makeServer({.lineBytes = 200, .depth = 8, .batchCalls = 2});
+    Peer peer = connect();
+    const auto padded = [](std::size_t size) {
+        const std::string text = call("echo", "[]");
+        return text.substr(0, text.size() - 1) + std::string(size - text.size() + 1, ' ') + "\n";
+    };
+    EXPECT_EQ(exchange(peer, padded(200)), result("null", "1"));
+    EXPECT_EQ(exchange(peer, padded(201)), kTooLarge);
+    EXPECT_EQ(exchange(peer, std::string(201, 'x')), kTooLarge) << "told before the line ends";
+    EXPECT_EQ(exchange(peer, std::string(5000, 'x')), "") << "and once";
+    EXPECT_EQ(exchange(peer, "xx\n" + call("echo", "[]")), result("null", "1"));
+
+    const auto nested = [](int depth) {
+        return std::string(depth, '[') + "\"[[[[\\\"[\"" + std::string(depth, ']');
+    };
+    EXPECT_EQ(exchange(peer, call("echo", nested(7))), result(nested(6), "1"));
+    EXPECT_EQ(exchange(peer, call("echo", nested(8))), error(-32001, "Message too deep"));
+    Item deep;
+    for (int i = 0; i < 8; ++i) deep = Item().addItem(deep);
+    EXPECT_EQ(exchange(peer, call("echo", R"({"$item":")" + deep.getBase64crc() + R"("})")),
+              error(-32001, "Message too deep", "1"));
+
+    const std::string note = R"({"jsonrpc":"2.0","method":"keep"})";
+    EXPECT_EQ(exchange(peer, "[" + note + "," + note + "]\n"), "");
+    EXPECT_EQ(kept.size(), 2u);
+    EXPECT_EQ(exchange(peer, "[0,0,0]\n"), error(-32004, "Too many calls or connections"));
+}
+
+TEST_F(JsonRpcTest, ABatchIsAnsweredWhenItsLastCallEndsOnWhicheverThread) {
+    Peer peer = connect();
+    const auto line = [](std::string text) { return text.substr(0, text.size() - 1); };
+    const std::string batch = "[" + line(call("keep", "[]", "1")) + "," + line(call("keep", "[]", "2")) +
+                              "," + line(call("echo", "[3]", "3")) +
+                              R"(,{"jsonrpc":"2.0","method":"echo"}])"
+                              "\n";
+    EXPECT_EQ(exchange(peer, batch), "");
+    kept[1].result().add("late");
+    std::thread([&] { kept.pop_back(); }).join();
+    server->poll();
+    EXPECT_EQ(peer.receive(), "");
+    EXPECT_TRUE(server->isBusy());
+    kept[0].finish();
+    server->poll();
+    EXPECT_EQ(peer.receive(), "[" + line(result("null", "1")) + "," + line(result("\"late\"", "2")) + "," +
+                                  line(result("3", "3")) + "]\n");
+    EXPECT_FALSE(server->isBusy());
+}
+
+TEST_F(JsonRpcTest, LinesMayComeInAnyPieces) {
+    Peer peer = connect();
+    const std::string text = call("echo", "[1]", "1") + call("echo", "[2]", "2");
+    const std::string replies = result("1", "1") + result("2", "2");
+    for (std::size_t cut = 1; cut < text.size(); ++cut) {
+        peer.send(text.substr(0, cut));
+        server->poll();
+        peer.send(text.substr(cut));
+        server->poll();
+        ASSERT_EQ(peer.receive(), replies) << cut;
+    }
+}
+
+TEST_F(JsonRpcTest, AHalfClosedPeerIsAnsweredAndThenLetGo) {
+    Peer peer = connect();
+    const std::string text = call("keep", "[]");
+    peer.send(text + text.substr(0, text.size() - 1));
+    ASSERT_FALSE(platform::endSending(peer.socket));
+    server->poll();
+    server->poll();
+    ASSERT_EQ(kept.size(), 2u) << "a last line needs no line feed";
+    EXPECT_EQ(server->getConnectionCount(), 1u);
+    kept.clear();
+    server->poll();
+    EXPECT_EQ(peer.receive(), result("null", "1") + result("null", "1") + "<end>");
+    EXPECT_EQ(server->getConnectionCount(), 0u);
+}
+
+TEST_F(JsonRpcTest, APeerThatDiesLeavesItsCallsToEndUnheard) {
+    Peer peer = connect();
+    exchange(peer, call("keep", "[]"));
+    peer.socket.close();
+    server->poll();
+    kept.clear();
+    server->poll();
+    server->poll();
+    EXPECT_EQ(server->getConnectionCount(), 0u);
+
+    Peer other = connect();
+    exchange(other, call("keep", "[]"));
+    server->stop();
+    EXPECT_EQ(other.receive(), "<end>");
+    server.reset();
+    kept.front().result().addTrue(); // the call outlives its server
+}
+
+TEST_F(JsonRpcTest, APeerThatTakesNoRepliesWaitsAndIsDroppedInTheEnd) {
+    makeServer({.unsentBytes = 1000, .stallMs = 5000});
+    Peer peer = connect();
+    const std::string request = call("echo", "[\"" + std::string(20'000, 'x') + "\"]");
+    std::size_t done = 0;
+    while (!platform::sendSome(peer.socket, request.data(), request.size(), done) && done == request.size()) {
+        server->poll();
+    }
+    const auto taken = server->getMessageCount();
+    server->poll();
+    EXPECT_EQ(server->getMessageCount(), taken) << "no message is taken while replies pile up";
+    clock.advanceMs(5000);
+    server->poll();
+    EXPECT_EQ(server->getConnectionCount(), 1u);
+    clock.advanceMs(1);
+    server->poll();
+    EXPECT_EQ(server->getConnectionCount(), 0u);
+}
+
+TEST_F(JsonRpcTest, AFloodWaitsForOpenCallsAndOthersAreServed) {
+    makeServer({.openCalls = 3});
+    Peer flooding = connect();
+    Peer other = connect();
+    std::string flood;
+    for (int i = 0; i < 100; ++i) flood += call("keep", "[]");
+    exchange(flooding, flood);
+    EXPECT_EQ(kept.size(), 3u);
+    EXPECT_EQ(exchange(other, call("echo", "[1]")), result("1", "1"));
+    kept.clear();
+    server->poll();
+    server->poll();
+    EXPECT_EQ(kept.size(), 3u);
+}
+
+TEST_F(JsonRpcTest, RightsAreAskedForBeforeAHandlerRuns) {
+    makeServer({}, "# who may do what\nuser 71: special\ngroup 88: rpc:e*  rpc:keep\n user 72 : # nothing\n");
+    struct Case {
+        uint32 user;
+        std::vector<uint32> groups;
+        bool guarded, echo;
+    };
+    for (const Case& c : {Case{71, {}, true, false}, Case{70, {88}, false, true}, Case{88, {}, false, true},
+                          Case{71, {87, 88}, true, true}, Case{platform::userId(), {}, true, true}}) {
+        Peer peer = connect(c.user, c.groups);
+        EXPECT_EQ(exchange(peer, call("guarded", "[]")), c.guarded ? result("null", "1") : kNotPermitted)
+            << c.user;
+        EXPECT_EQ(exchange(peer, call("echo", "[]")), c.echo ? result("null", "1") : kNotPermitted) << c.user;
+        const bool isOwn = c.user == platform::userId();
+        EXPECT_EQ(exchange(peer, call("nobody", "[]")),
+                  isOwn ? error(-32601, "Method not found", "1") : kNotPermitted);
+    }
+    for (const uint32 stranger : {70u, 72u}) {
+        EXPECT_EQ(connect(stranger).receive(), error(-32003, "Not permitted") + "<end>");
+    }
+}
+
+TEST_F(JsonRpcTest, OnlySoManyPeersAreLetIn) {
+    makeServer({.connections = 3, .connectionsOfOtherUser = 1}, "everyone: *");
+    const std::string turnedAway = error(-32004, "Too many calls or connections") + "<end>";
+    Vector<Peer> peers;
+    for (const uint32 user : {71u, 71u, 72u, platform::userId(), platform::userId()})
+        peers.push_back(connect(user));
+    const std::string seen[] = {"", turnedAway, "", "", turnedAway};
+    for (std::size_t i = 0; i < peers.size(); ++i) EXPECT_EQ(peers[i].receive(), seen[i]) << i;
+}
+
+TEST(JsonRpcRightsTest, RefusesWhatDoesNotHaveTheFormAndWhatOthersMayWrite) {
+    LogCapture log;
+    std::string problem;
+    for (const char* text : {"\nuser a b", "\nuser: x", "\nnobody x: y", "\neveryone x: y"}) {
+        EXPECT_FALSE(JsonRpcRights::parse(text, problem)) << text;
+        EXPECT_TRUE(problem.starts_with("line 2: ")) << problem;
+    }
+    EXPECT_TRUE(JsonRpcRights::parse("user no-such-user: *", problem)->isEmpty());
+    log.expect(2, "rights of unknown user 'no-such-user' are for nobody");
+
+    const test::ScratchFolder folder;
+    const std::string path = folder.write("rights", "group 5: *");
+    ASSERT_FALSE(platform::setMode(path.c_str(), 0620));
+    EXPECT_FALSE(JsonRpcRights::load(path));
+    log.expect(3, "rights file '" + path + "' may be written by others than its owner");
+    ASSERT_FALSE(platform::setMode(path.c_str(), 0640));
+    EXPECT_TRUE(JsonRpcRights::load(path)->has({1, 5, {}}, "any"));
+    EXPECT_FALSE(JsonRpcRights::load(path + "x"));
+    log.expect(3, "cant read rights file '" + path + "x'");
+}
+
+TEST_F(JsonRpcTest, TheNameOfAServerThatIsGoneIsTakenOverAndNoOther) {
+    LogCapture log;
+    const test::ScratchFolder folder;
+    const std::string path = folder.path("socket");
+    {
+        FileHandle leftBehind; // closing it leaves the name
+        ASSERT_FALSE(platform::listenLocally(leftBehind, path.c_str(), 0600));
+    }
+    JsonRpcServer first(path, {});
+    ASSERT_TRUE(first.start());
+    platform::FileStatus status;
+    ASSERT_FALSE(platform::readStatus(status, path.c_str()));
+    EXPECT_EQ(status.mode, 0600u) << "nobody else has rights";
+    EXPECT_FALSE(JsonRpcServer(path, {}).start());
+    log.expect(3, "the name '" + path + "' is taken");
+    EXPECT_FALSE(JsonRpcServer(folder.write("file", ""), {}).start());
+    log.expect(3, "the name '" + folder.path("file") + "' is taken");
+    EXPECT_TRUE(folder.has("file"));
+
+    Peer peer;
+    ASSERT_FALSE(platform::connectLocally(peer.socket, path.c_str()));
+    EXPECT_EQ(exchange(peer, ""), "");
+    first.poll();
+    peer.send(call("x", "[]"));
+    first.wait(-1);
+    first.poll();
+    EXPECT_EQ(peer.receive(), error(-32601, "Method not found", "1"));
+    first.drain();
+    peer.send(call("x", "[]"));
+    first.poll();
+    EXPECT_EQ(peer.receive(), "");
+    first.stop();
+    EXPECT_FALSE(folder.has("socket"));
+}
+
+} // namespace
