@@ -60,11 +60,14 @@ void LogDB::create() {
 }
 
 void LogDB::load() {
-    int64 end = 0, begin = 0, first = 0, last = -1;
+    int64 end = 0, begin = 0, first = kMaxEnd, last = -1;
     const bool isRead = readCounter(m_endKey, end) && readCounter(m_beginKey, begin);
-    const bool hasLines = findLineBehind(-kMaxEnd, first) && findLastLine(last);
+    findLineBehind(-kMaxEnd, first);
+    findLastLine(last);
     m_end = std::max(end >= 0 && end <= kMaxEnd ? end : 0, last + 1);
-    m_begin = std::min(begin, hasLines ? first : m_end);
+    m_begin = std::min({begin, first, m_end});
+    int64 next;
+    while (findLineBehind(m_end - 1, next) && next == m_end) ++m_end; // lines beyond any count
     if (isRead && m_end == end && m_begin == begin) return;
     logging::error() << "[STORE] counters of the log do not go with its lines, set to " << m_begin << " and "
                      << m_end;
@@ -88,11 +91,13 @@ bool LogDB::findLastLine(int64& number) const {
 }
 
 bool LogDB::findLineBehind(int64 number, int64& found) const {
-    Item key;
-    if (!m_store->next(lineKey(number), key) || !readNumber(key, found)) return false;
-    Item bound(m_data);
+    Item key, bound(m_data);
     bound.addMeta();
-    return key < bound && found >= number;
+    int64 candidate;
+    const bool isLine = m_store->next(lineKey(number), key) && key < bound && readNumber(key, candidate);
+    if (!isLine || candidate < number) return false; // what wildcards lead to is none
+    found = candidate;
+    return true;
 }
 
 void LogDB::addLine(LogMessage* message) {
