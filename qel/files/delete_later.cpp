@@ -1,5 +1,6 @@
 #include <qel/files/delete_later.h>
 
+#include <qel/files/absolute_path_p.h>
 #include <qel/files/directory.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/platform/file_system.h>
@@ -45,10 +46,7 @@ void removeEntry(const Item& entry, const String& path) {
 
 void DeleteLater::addPath(const char* path, const char* origin) {
     if (!m_dbPath.getStore()) return;
-    String absolute = path;
-    std::string workingFolder;
-    if (!absolute.starts_with('/') && !platform::resolvePath(workingFolder, "."))
-        absolute = workingFolder + "/" + absolute;
+    const String absolute = internal::absolutePath(path);
     Item entry = m_dbPath;
     entry.add(absolute.c_str());
     if (entry.exists()) return;

@@ -2,6 +2,7 @@
 
 #include <qel/files/file.h>
 #include <qel/foundation/base/buffer.h>
+#include <qel/foundation/log/message_stream.h>
 
 #include <fmt/format.h>
 
@@ -25,7 +26,8 @@ public:
     FileHandle& file() { return m_file; }
 
     FileError open(uint32 mode);
-    FileError putInPlace(const platform::FileTime& modified);
+    /// @param modified  null for now.
+    FileError putInPlace(const platform::FileTime* modified);
 
 private:
     const FilePlace& m_place;
@@ -50,9 +52,9 @@ FileError UnfinishedFile::open(uint32 mode) {
     }
 }
 
-FileError UnfinishedFile::putInPlace(const platform::FileTime& modified) {
+FileError UnfinishedFile::putInPlace(const platform::FileTime* modified) {
     FileError error = m_file.close();
-    if (!error) error = platform::setModified(m_name.c_str(), &modified, m_place.folder);
+    if (!error && modified) error = platform::setModified(m_name.c_str(), modified, m_place.folder);
     if (!error) error = platform::rename(m_name.c_str(), m_place.name, m_place.folder, m_place.folder);
     if (!error) m_name.clear();
     return error;
@@ -82,7 +84,19 @@ FileError copyFileContent(const FilePlace& from, const FilePlace& to, platform::
     UnfinishedFile target(to);
     if (FileError error = target.open(status.mode)) return error;
     if (FileError error = transfer(source, target.file())) return error;
-    return target.putInPlace(status.modified);
+    return target.putInPlace(&status.modified);
+}
+
+bool replaceFile(SmartCStr path, ConstByteSpan content) {
+    const FileHandle workingFolder;
+    const FilePlace place{workingFolder, path.c_str()};
+    UnfinishedFile target(place);
+    FileError error = target.open(0644);
+    if (!error) error = writeFully(target.file(), content.data, content.size);
+    if (!error) error = target.file().sync();
+    if (!error) error = target.putInPlace(nullptr);
+    if (error) logging::error() << "cant write file '" << path.c_str() << "'" << describe(error);
+    return !error;
 }
 
 } // namespace qel::internal

@@ -1,7 +1,8 @@
-// Copying of one file into its final place.
+// Whole files that take their final place in one step.
 #pragma once
 
 #include <qel/files/whole_io_p.h>
+#include <qel/foundation/base/byte_span.h>
 
 namespace qel::internal {
 
@@ -15,5 +16,10 @@ struct FilePlace {
 /// place under another name and takes the place in one step; whatever fails, nothing else has changed.
 /// @param links  Links::Keep refuses a link as the source.
 FileError copyFileContent(const FilePlace& from, const FilePlace& to, platform::Links links);
+
+/// Writes a file that everybody may read and its owner may write. It is on the disk when it takes its place
+/// in one step; whatever fails, an earlier file of the name is as it was. @return whether that worked.
+/// @errors logged.
+bool replaceFile(SmartCStr path, ConstByteSpan content);
 
 } // namespace qel::internal

@@ -1,6 +1,7 @@
 // Installable packages.
 #pragma once
 
+#include <qel/foundation/base/containers.h>
 #include <qel/foundation/base/object.h>
 #include <qel/foundation/base/smart_cstr.h>
 #include <qel/foundation/base/string.h>
@@ -39,6 +40,8 @@ public:
     bool unpackFile(SmartCStr name, SmartCStr target);
 
 private:
+    bool run(SmartCStr target, const Vector<std::string>& selection) const;
+
     String m_archivePath;
     String m_unpackerPath;
 };

@@ -5,9 +5,13 @@
 
 namespace qel {
 
-/// Keeps the child inside a service of systemd: this program becomes the service, by a unit file that names
-/// its path, and runEventLoop() runs in it. All else is asked of systemd through its program "systemctl".
-/// Failures go to signalErrorMessage in the form "SystemdBackgroundService::install: text".
+/// Keeps the child inside a service of systemd: a unit file makes this program the service, and
+/// runEventLoop() runs in it. All else is asked of systemd through its program "systemctl". The unit is
+/// called as the service, with ".service" behind it; a name may hold ASCII letters, digits, ":", "-", "_",
+/// "." and
+/// "\", and begins with none of the last four but "_".
+/// Failures go to signalErrorMessage in the form "SystemdBackgroundService::install: text", with the text
+/// that systemctl wrote.
 class QEL_API SystemdBackgroundService : public BackgroundService {
     QEL_CLASS(SystemdBackgroundService, BackgroundService)
 
@@ -16,13 +20,15 @@ public:
     enum class Scope { System, User };
 
     /// A service of the machine or of this user.
-    explicit SystemdBackgroundService(Scope scope = Scope::System) : m_scope(scope) {}
+    explicit SystemdBackgroundService(Scope scope = Scope::System);
+    ~SystemdBackgroundService() override;
 
-    /// The program that the unit file starts; by default this one. @param arguments  of that program.
+    /// Sets the program that the unit file starts, instead of this one. @param arguments  of that program.
     void setServiceProgram(SmartCStr path, const Vector<String>& arguments = {});
-    /// The folder of unit files; by default the one that belongs to the scope.
+    /// Sets the folder of unit files, instead of the one that belongs to the scope.
     void setUnitFolder(SmartCStr path) { m_unitFolder = path.c_str(); }
-    /// Seconds without a sign of life after which systemd starts the service anew; 0, the default, for never.
+    /// Sets after how many seconds without a sign of life systemd starts the service anew; 0, the default,
+    /// for never.
     void setWatchdogSeconds(unsigned seconds) { m_watchdogSeconds = seconds; }
     /// The path of the unit file; empty for a name that can't be a unit's.
     String getUnitPath() const;
@@ -30,17 +36,21 @@ public:
     String getUnitText() const;
 
     /// Tells systemd that the service is ready, keeps the child and gives signs of life until the process is
-    /// interrupted; then ends the child and saves what is unsaved.
+    /// interrupted; then ends the child and saves what is unsaved. @return true.
     bool runEventLoop() override;
     bool hasServiceManager() const override { return true; }
+    /// Writes the unit file and lets systemd read it. A unit that exists is replaced.
     bool install() override;
+    /// Disables the service, removes the unit file and lets systemd forget it. The service goes on running.
     bool uninstall() override;
     bool isInstalled() override;
     bool isEnabled() override;
-    bool enable() override;
-    bool disable() override;
-    bool start() override;
-    bool stop() override;
+    bool enable() override { return change("enable"); }
+    bool disable() override { return change("disable"); }
+    /// Returns when the service is ready.
+    bool start() override { return change("start"); }
+    /// Returns when the service has ended.
+    bool stop() override { return change("stop"); }
     bool isRunning() override;
     bool isStopped() override;
     bool spawnProcess() override { return spawnConfiguredProcess(); }
@@ -48,17 +58,19 @@ public:
 private:
     struct Answer;
 
-    Answer systemctl(const char* operation, const Vector<String>& arguments) const;
+    String unitName() const;
+    Answer systemctl(const List<String>& arguments) const;
     bool change(const char* operation);
-    String property(const char* operation, const char* name);
-    void reportFailure(const char* operation, const String& text);
-    void giveSignOfLife();
+    bool hasProperty(const char* operation, const char* name, std::initializer_list<const char*> values);
+    bool reportFailure(const char* operation, const String& text);
+    void work();
 
     Scope m_scope;
     String m_serviceProgram;
     Vector<String> m_serviceArguments;
     String m_unitFolder;
     unsigned m_watchdogSeconds = 0;
+    uint32 m_signOfLifeMs = 0; ///< between two signs of life; 0 for none
     uint32 m_lastSignOfLife = 0;
 };
 

@@ -33,8 +33,11 @@ public:
     bool success() const;
 
 private:
+    void takeOutput();
+
     String m_toolPath;
     SmartPointer<Process> m_process;
+    bool m_atWork = false;
 };
 
 } // namespace qel

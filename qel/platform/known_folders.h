@@ -16,6 +16,12 @@ namespace qel::platform {
 /// @threads any thread.
 QEL_API std::string userLocalDataFolder();
 
+/// Where this user's programs are set up: $XDG_CONFIG_HOME when it holds an absolute path, else ".config"
+/// below the home folder, as userLocalDataFolder() finds it.
+/// @return empty when the user has no home.
+/// @threads any thread.
+QEL_API std::string userConfigFolder();
+
 /// Where programs keep data for all users: "/var/lib", by the Filesystem Hierarchy Standard.
 /// @threads any thread.
 QEL_API std::string commonDataFolder();

@@ -39,6 +39,11 @@ std::string below(const std::string& folder, const char* path) {
     return (folder == "/" ? std::string() : folder) + "/" + path;
 }
 
+std::string variableOrBelowHome(const char* variable, const char* path) {
+    const std::string folder = absoluteVariable(variable);
+    return folder.empty() ? below(homeFolder(), path) : folder;
+}
+
 std::string firstAbsolutePath(std::string_view list) {
     while (!list.empty()) {
         const std::string_view path = list.substr(0, list.find(':'));
@@ -51,8 +56,11 @@ std::string firstAbsolutePath(std::string_view list) {
 } // namespace
 
 std::string userLocalDataFolder() {
-    const std::string folder = absoluteVariable("XDG_DATA_HOME");
-    return folder.empty() ? below(homeFolder(), ".local/share") : folder;
+    return variableOrBelowHome("XDG_DATA_HOME", ".local/share");
+}
+
+std::string userConfigFolder() {
+    return variableOrBelowHome("XDG_CONFIG_HOME", ".config");
 }
 
 std::string commonDataFolder() {

@@ -1,0 +1,66 @@
+#include <qel/files/background_service.h>
+
+#include <qel/process/process.h>
+#include <qel/system/core/system.h>
+
+namespace qel {
+
+namespace {
+
+constexpr uint32 kSpawnPauseMs = 1000;
+
+} // namespace
+
+BackgroundService::BackgroundService() = default;
+
+BackgroundService::~BackgroundService() = default;
+
+void BackgroundService::tick() {
+    if (m_process && !m_process->tick()) {
+        passOnOutput(); // what it said last
+        killProcess();
+    }
+    if (!m_shouldRun && m_process) killProcess();
+    if (m_shouldRun && !m_process) {
+        const uint32 now = system()->getTime();
+        if (m_lastSpawnTime == 0 || now - m_lastSpawnTime >= kSpawnPauseMs) {
+            m_lastSpawnTime = now;
+            logInfoMessage("spawning process " + m_processFilePath + " ...");
+            spawnProcess();
+        }
+    }
+    if (m_process) passOnOutput();
+}
+
+void BackgroundService::killProcess() {
+    if (!m_process) return;
+    logInfoMessage("killing process " + m_processFilePath + " ...");
+    m_process->terminate(false);
+    m_process = nullptr;
+}
+
+bool BackgroundService::spawnConfiguredProcess() {
+    const String path = m_processFilePath.empty() ? "generic.exe" : m_processFilePath;
+    List<String> arguments(m_arguments.begin(), m_arguments.end());
+    arguments.push_front(path);
+    m_process = new Process;
+    if (!m_process->spawn(path, arguments, nullptr, false)) m_process = nullptr;
+    return m_process != nullptr;
+}
+
+void BackgroundService::passOnOutput() {
+    const SmartPointer<Process> process = m_process; // a listener may stop the service
+    String line;
+    while (process->readLine(line) || process->readErrLine(line)) passOn(line);
+}
+
+void BackgroundService::passOn(const String& line) {
+    if (line.contains("ERROR") || line.contains("FATAL"))
+        logErrorMessage(line);
+    else if (line.contains("WARN"))
+        logWarningMessage(line);
+    else
+        logInfoMessage(line);
+}
+
+} // namespace qel
