@@ -16,9 +16,14 @@ namespace {
 
 constexpr int64 kProblematicTries = 4;
 
-std::error_code readOwnStatus(platform::FileStatus& status, String path) {
-    File::pathStripEndingSeparator(path); // a separator at the end would look through a link
-    return platform::readStatus(status, path.c_str(), platform::Links::Keep);
+// A separator at the end would look through a link.
+String withoutEndingSeparator(String path) {
+    File::pathStripEndingSeparator(path);
+    return path;
+}
+
+std::error_code readOwnStatus(platform::FileStatus& status, const String& path) {
+    return platform::readStatus(status, withoutEndingSeparator(path).c_str(), platform::Links::Keep);
 }
 
 // A list that comes from a file may hold anything. A path must mean the same wherever the program runs, and
@@ -98,10 +103,10 @@ void DeleteLater::maintain(const Item& entry) {
 void DeleteLater::retry(const Item& entry, const String& path, const String& origin, int64 tries) {
     logging::warning() << "trying to remove problematic path: , path=" << path << ", origin=" << origin
                        << ", tries=" << tries;
-    // One of them fits.
-    Directory::deleteDirectoryRecursively(path);
-    File::deleteFile(path);
-    File::deleteSymLink(path);
+    const String own = withoutEndingSeparator(path);
+    Directory::deleteDirectoryRecursively(own); // one of the three fits
+    File::deleteFile(own);
+    File::deleteSymLink(own);
     if (!isOnDisk(path)) return removeEntry(entry, path);
     if (tries < std::numeric_limits<int64>::max()) ++tries;
     if (tries >= kProblematicTries) {

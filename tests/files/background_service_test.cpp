@@ -1,0 +1,289 @@
+#include <qel/files/default_background_service.h>
+#include <qel/files/systemd_background_service.h>
+#include <qel/platform/interrupt.h>
+#include <tests/files/failing_files.h>
+#include <tests/support/environment.h>
+#include <tests/support/log_capture.h>
+#include <tests/support/scratch_folder.h>
+#include <tests/support/system_fixture.h>
+
+#include <thread>
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace qel {
+namespace {
+
+using Messages = std::vector<std::string>;
+
+/// Keeps the messages of a service, each behind "I ", "W " or "E ".
+class MessageLog {
+public:
+    explicit MessageLog(BackgroundService& service) {
+        take(service.signalInfoMessage, "I ");
+        take(service.signalWarningMessage, "W ");
+        take(service.signalErrorMessage, "E ");
+    }
+
+    int count(std::string_view begin) const {
+        return static_cast<int>(
+            std::count_if(messages.begin(), messages.end(),
+                          [&](const std::string& message) { return message.starts_with(begin); }));
+    }
+
+    Messages messages;
+
+private:
+    void take(Signal<void(BackgroundService*, const char*)>& signal, const char* kind) {
+        signal.connect([this, kind](BackgroundService*, const char* text) {
+            messages.push_back(std::string(kind) + text);
+        });
+    }
+};
+
+class TestedService : public DefaultBackgroundService {
+public:
+    using DefaultBackgroundService::DefaultBackgroundService;
+    using DefaultBackgroundService::tick;
+    bool hasChild() const { return m_process != nullptr; }
+    bool isStopped() override { return !staysUp && DefaultBackgroundService::isStopped(); }
+
+    bool staysUp = false;
+};
+
+class BackgroundServiceTest : public test::SystemFixture {
+protected:
+    void SetUp() override {
+        SystemFixture::SetUp();
+        system().setApplicationDirectory(folder.path());
+    }
+    static void runShell(BackgroundService& service, const char* script) {
+        service.setProcessFilePath("/bin/sh");
+        service.addCommandLineArg("-c");
+        service.addCommandLineArg(script);
+    }
+
+    test::ScratchFolder folder;
+    test::LogCapture log;
+};
+
+TEST_F(BackgroundServiceTest, OutputIsSortedByWhatItHolds) {
+    SmartPointer<TestedService> service = new TestedService;
+    MessageLog log(*service);
+    runShell(*service,
+             "echo plain; echo 'a WARN'; echo 'WARN and FATAL' >&2; printf 'last ERROR\\n' >&2; cat");
+    EXPECT_TRUE(service->start());
+    EXPECT_TRUE(service->isRunning() && !service->isStopped());
+    while (log.messages.size() < 5) service->tick();
+    std::sort(log.messages.begin(), log.messages.end());
+    EXPECT_EQ(log.messages, (Messages{"E WARN and FATAL", "E last ERROR", "I plain",
+                                      "I spawning process /bin/sh ...", "W a WARN"}));
+    EXPECT_TRUE(service->stop());
+    EXPECT_FALSE(service->hasChild());
+    EXPECT_EQ(log.messages.back(), "I killing process /bin/sh ...");
+}
+
+TEST_F(BackgroundServiceTest, AChildThatEndsIsStartedAgainOnceASecondAtMost) {
+    SmartPointer<TestedService> service = new TestedService;
+    MessageLog log(*service);
+    runShell(*service, "echo last words");
+    service->start();
+    for (int starts = 1; starts <= 3; ++starts) {
+        while (service->hasChild()) service->tick();
+        EXPECT_EQ(log.count("I spawning"), starts);
+        EXPECT_EQ(log.count("I last words"), starts) << "what it said before its end is not lost";
+        clock.advanceMs(999);
+        service->tick();
+        EXPECT_FALSE(service->hasChild());
+        clock.advanceMs(1);
+        service->tick();
+        EXPECT_TRUE(service->hasChild());
+    }
+    service->stop();
+    service->setProcessFilePath(nullptr);
+    service->start();
+    EXPECT_FALSE(service->hasChild()) << "there is no generic.exe";
+    this->log.take();
+}
+
+TEST_F(BackgroundServiceTest, StopWaitsFiveSecondsForAServiceThatDoesNotStop) {
+    SmartPointer<TestedService> service = new TestedService;
+    service->staysUp = true;
+    const uint32 before = system().getTime();
+    EXPECT_FALSE(service->stop());
+    EXPECT_EQ(system().getTime() - before, 5000u);
+}
+
+TEST_F(BackgroundServiceTest, WhetherItIsEnabledIsKeptInAFile) {
+    for (const bool byDefault : {false, true}) {
+        SmartPointer<TestedService> service = new TestedService(byDefault);
+        service->setServiceName(byDefault ? "a" : "b");
+        EXPECT_EQ(service->isEnabled(), byDefault);
+        EXPECT_TRUE(service->enable());
+        EXPECT_TRUE(service->isEnabled());
+        EXPECT_EQ(folder.read(byDefault ? "a/service.ini" : "b/service.ini"), "[service]\nenabled=1\n");
+        EXPECT_TRUE(service->disable());
+        EXPECT_FALSE(service->isEnabled());
+        EXPECT_EQ(folder.read(byDefault ? "a/service.ini" : "b/service.ini"), "[service]\nenabled=0\n");
+        EXPECT_FALSE(service->hasServiceManager() || service->install() || service->isInstalled());
+        log.take();
+        test::FailingFiles full(0, std::errc::no_space_on_device, test::FailingFiles::Duration::ForGood,
+                                platform::FileOperation::Write);
+        EXPECT_FALSE(service->enable());
+        log.expect(3, "cant write file '" + folder.path(byDefault ? "a/service.ini" : "b/service.ini") +
+                          "'; No space left on device");
+        EXPECT_FALSE(service->isEnabled()) << "the old state stands";
+    }
+    EXPECT_EQ(folder.countEntries(), 2);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path("a")), {}), 1);
+}
+
+// A stand-in for systemctl: notes its arguments, keeps the properties of the unit in files, and refuses when
+// there is a file "refuse".
+constexpr const char* kSystemctl = R"sh(#!/bin/sh
+cd "${0%/*}/.."
+echo "$*" >> calls
+if [ -e refuse ]; then printf 'one line\nAccess denied' >&2; exit 4; fi
+put() { echo "$1=$2" > "state/$1"; }
+case "$4" in
+    daemon-reload) if [ -e units/*.service ]; then put LoadState loaded; else put LoadState not-found; fi ;;
+    enable) put UnitFileState enabled ;;
+    disable) put UnitFileState disabled ;;
+    start) put ActiveState active ;;
+    stop) put ActiveState inactive ;;
+    show) cat "state/${5#--property=}" ;;
+esac
+)sh";
+
+class SystemdServiceTest : public BackgroundServiceTest {
+protected:
+    void SetUp() override {
+        BackgroundServiceTest::SetUp();
+        std::filesystem::permissions(folder.write("bin/systemctl", kSystemctl), std::filesystem::perms(0755));
+        folder.write("state/LoadState", "LoadState=not-found\n");
+        folder.write("state/UnitFileState", "UnitFileState=\n");
+        folder.write("state/ActiveState", "ActiveState=inactive\n");
+        service->setServiceName("qel-test");
+        service->setDisplayName("100% test");
+        service->setServiceProgram("/opt/a b/server", {"--name", "it's \"$HOME\" \\ 5%\n"});
+        service->setUnitFolder(folder.path("units"));
+    }
+
+    SmartPointer<SystemdBackgroundService> service =
+        new SystemdBackgroundService(SystemdBackgroundService::Scope::User);
+    MessageLog messages{*service};
+    test::EnvironmentVariable searchPath{"PATH", (folder.path("bin") + ":/usr/bin:/bin").c_str()};
+};
+
+TEST_F(SystemdServiceTest, TheUnitTellsSystemdWhatToRun) {
+    service->setWatchdogSeconds(30);
+    EXPECT_EQ(service->getUnitText(),
+              "[Unit]\nDescription=100%% test\n\n[Service]\nType=notify\n"
+              "ExecStart=\"/opt/a b/server\" \"--name\" \"it's \\\"$$HOME\\\" \\\\ 5%%\\x0a\"\n"
+              "Restart=on-failure\nWatchdogSec=30\n\n[Install]\nWantedBy=default.target\n");
+    for (const char* name : {"", "a b", "../x", "-x", ".x", "a\nb", "ä"}) {
+        service->setServiceName(name);
+        EXPECT_EQ(service->getUnitPath(), "") << name;
+        EXPECT_FALSE(service->install() || service->start() || service->isRunning()) << name;
+        EXPECT_EQ(messages.messages.back(), "E SystemdBackgroundService::isRunning: invalid service name");
+    }
+    EXPECT_FALSE(folder.has("units") || folder.has("calls")) << "nothing was run";
+}
+
+TEST_F(SystemdServiceTest, AServiceIsInstalledEnabledStartedStoppedAndRemoved) {
+    EXPECT_FALSE(service->isInstalled() || service->isEnabled() || service->isRunning());
+    EXPECT_TRUE(service->install() && service->isInstalled());
+    EXPECT_EQ(folder.read("units/qel-test.service"), service->getUnitText());
+    EXPECT_TRUE(service->enable() && service->isEnabled());
+    EXPECT_TRUE(service->start() && service->isRunning() && !service->isStopped());
+    EXPECT_TRUE(service->stop() && service->isStopped() && !service->isRunning());
+    EXPECT_TRUE(service->disable() && !service->isEnabled());
+    std::filesystem::remove(folder.path("calls"));
+    EXPECT_TRUE(service->uninstall());
+    EXPECT_EQ(folder.read("calls"), "--user --no-pager --no-ask-password disable -- qel-test.service\n"
+                                    "--user --no-pager --no-ask-password daemon-reload\n");
+    EXPECT_FALSE(service->isInstalled() || folder.has("units/qel-test.service"));
+    EXPECT_EQ(messages.count("E "), 0);
+    EXPECT_FALSE(service->uninstall());
+    EXPECT_EQ(messages.messages.back(),
+              "E SystemdBackgroundService::uninstall: there is no " + service->getUnitPath());
+}
+
+TEST_F(SystemdServiceTest, RefusalsAreReportedInSystemdsWords) {
+    folder.write("refuse", "");
+    EXPECT_FALSE(service->install() || service->enable() || service->disable() || service->start() ||
+                 service->stop() || service->isInstalled() || service->isStopped() || service->uninstall());
+    EXPECT_EQ(messages.count("E SystemdBackgroundService::"), 8);
+    for (const std::string& message : messages.messages)
+        EXPECT_TRUE(message.ends_with(": Access denied")) << message;
+    const test::EnvironmentVariable nowhere("PATH", folder.path("nowhere").c_str());
+    EXPECT_FALSE(service->start());
+    EXPECT_EQ(messages.messages.back(), "E SystemdBackgroundService::start: No such file or directory");
+    log.take();
+}
+
+TEST_F(SystemdServiceTest, AUnitThatFindsNoRoomLeavesNothingBehind) {
+    std::filesystem::create_directory(folder.path("units"));
+    test::FailingFiles full(0, std::errc::no_space_on_device, test::FailingFiles::Duration::ForGood,
+                            platform::FileOperation::Write);
+    EXPECT_FALSE(service->install());
+    log.expect(3, "cant write file '" + service->getUnitPath() + "'; No space left on device");
+    EXPECT_TRUE(std::filesystem::is_empty(folder.path("units")));
+}
+
+/// The end of the service manager that listens.
+class NotifySocket {
+public:
+    explicit NotifySocket(const std::string& path)
+        : m_socket(socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK, 0)) {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        path.copy(address.sun_path, sizeof address.sun_path - 1);
+        EXPECT_EQ(bind(m_socket, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    }
+    ~NotifySocket() { close(m_socket); }
+
+    Messages take() {
+        Messages messages;
+        char text[256];
+        for (ssize_t size; (size = recv(m_socket, text, sizeof text, 0)) >= 0;)
+            messages.emplace_back(text, static_cast<size_t>(size));
+        return messages;
+    }
+
+private:
+    int m_socket;
+};
+
+TEST_F(SystemdServiceTest, TheServiceTellsSystemdThatItIsReadyAliveAndStopping) {
+    NotifySocket manager(folder.path("notify"));
+    const test::EnvironmentVariable notify("NOTIFY_SOCKET", folder.path("notify").c_str());
+    const test::EnvironmentVariable limit("WATCHDOG_USEC", "2000000");
+    const test::EnvironmentVariable process("WATCHDOG_PID", std::to_string(getpid()).c_str());
+    runShell(*service, "cat");
+    int passes = 0;
+    int saved = 0;
+    system().signalSyncUnsaved.connect([&] { ++saved; });
+    system().signalApplicationTick.connect([&] {
+        clock.advanceMs(250);
+        if (++passes == 9) System::setHitSIGINT(true);
+    });
+    EXPECT_TRUE(service->runEventLoop());
+    System::setHitSIGINT(false);
+    platform::removeInterruptHandler();
+    EXPECT_EQ(manager.take(), (Messages{"READY=1", "WATCHDOG=1", "WATCHDOG=1", "STOPPING=1"}));
+    EXPECT_EQ(saved, 2);
+    const std::string name = "service qel-test";
+    EXPECT_EQ(messages.messages,
+              (Messages{"I initializing " + name, "I " + name + " initialized...",
+                        "I " + name + " running...", "I spawning process /bin/sh ...", "I stopping " + name,
+                        "I killing process /bin/sh ...", "I " + name + " stopped..."}));
+    passes = 10;
+    passAfter(1);
+    EXPECT_EQ(messages.messages.size(), 7u) << "the child is kept no longer";
+}
+
+} // namespace
+} // namespace qel

@@ -1,0 +1,162 @@
+#include <qel/files/delete_later.h>
+
+#include <qel/files/directory.h>
+#include <qel/store/core/memory_store.h>
+#include <tests/files/failing_files.h>
+#include <tests/support/log_capture.h>
+#include <tests/support/scratch_folder.h>
+#include <tests/support/system_fixture.h>
+
+namespace qel {
+namespace {
+
+namespace fs = std::filesystem;
+
+class DeleteLaterTest : public test::SystemFixture {
+protected:
+    void SetUp() override {
+        SystemFixture::SetUp();
+        list = makeList();
+        Object::setSingleton("deleteLater", list.get());
+    }
+    void TearDown() override {
+        Object::setSingleton("deleteLater", nullptr);
+        list = nullptr;
+        SystemFixture::TearDown();
+    }
+
+    SmartPointer<DeleteLater> makeList() {
+        SmartPointer<DeleteLater> made = new DeleteLater;
+        made->setDBPath(root());
+        return made;
+    }
+    Item root() { return Item(store.get()).add("deletes"); }
+    std::string path(std::string_view name) const { return folder.path(name); }
+    /// Every entry as "key = value".
+    std::vector<std::string> entries() {
+        std::vector<std::string> texts;
+        Item entry;
+        for (bool more = root().child(entry); more; more = entry.next())
+            texts.push_back(entry.trail().asString() + " = " + entry.fetch()->asString());
+        return texts;
+    }
+    bool isHidden(const std::string& hidden) {
+        const MutexLock lock(system().getFilesystemBlacklistMutex());
+        return system().getFilesystemBlacklist().contains(hidden);
+    }
+
+    SmartPointer<MemoryStore> store = new MemoryStore;
+    SmartPointer<DeleteLater> list;
+    test::ScratchFolder folder;
+    test::LogCapture log;
+};
+
+TEST_F(DeleteLaterTest, AnEntryKeepsItsFirstOriginInTheFormThatIsStored) {
+    list->addPath("/t/x", "[a]");
+    log.expect(1, "new path added to deleteLater list, path=/t/x");
+    list->addPath("/t/x", "[other]");
+    Item entry;
+    ASSERT_TRUE(root().child(entry));
+    EXPECT_EQ(entry.getBase16(), "0364656C65746573"
+                                 "00"
+                                 "032F742F7800");
+    EXPECT_EQ(entry.fetch()->getBase16(), "035B615D000800");
+    EXPECT_FALSE(entry.next());
+    list->addPath("some/file", "[b]");
+    EXPECT_EQ(entries().back(), "{<STR:" + fs::current_path().string() + "/some/file>} = {<STR:[b]><INT:0>}");
+    log.take();
+}
+
+TEST_F(DeleteLaterTest, WhatCannotBeDeletedIsTriedAgainAlsoAfterARestart) {
+    const std::string file = folder.write("file", "");
+    {
+        test::FailingFiles files(0, std::errc::device_or_resource_busy, test::FailingFiles::Duration::ForGood,
+                                 platform::FileOperation::Remove);
+        EXPECT_FALSE(File::deleteFileNowOrLater("[test]", file, true));
+        EXPECT_TRUE(isHidden(file));
+        for (int tries = 0; tries < 5; ++tries) {
+            if (tries == 2) {
+                list = makeList();
+                Object::setSingleton("deleteLater", list.get());
+            }
+            log.take();
+            list->maintainDeletes();
+            log.expect(2, "trying to remove problematic path: , path=" + file +
+                              ", origin=[test], tries=" + std::to_string(tries));
+            EXPECT_EQ(entries(), (std::vector<std::string>{"{<STR:" + file + ">} = {<STR:[test]><INT:" +
+                                                           std::to_string(tries + 1) + ">}"}));
+            Map<String, int> report{{"old", 1}};
+            list->getReport(report);
+            EXPECT_EQ(report, tries >= 3 ? (Map<String, int>{{"[test]", 1}}) : (Map<String, int>{}));
+            EXPECT_EQ(list->getProblematicCount(), tries >= 3 ? 1 : 0);
+        }
+    }
+    list->maintainDeletes();
+    EXPECT_FALSE(folder.has("file") || isHidden(file));
+    EXPECT_TRUE(entries().empty());
+    EXPECT_EQ(list->getProblematicCount(), 0);
+    log.take();
+}
+
+TEST_F(DeleteLaterTest, FilesFoldersAndLinksGoAndWhatLinksStandForStays) {
+    folder.write("tree/a/b", "");
+    folder.write("kept/file", "");
+    folder.write("file", "");
+    fs::create_directory_symlink(path("kept"), path("tree/a/out"));
+    fs::create_directory_symlink(path("kept"), path("link"));
+    fs::create_directory_symlink(path("loop"), path("loop"));
+    fs::create_symlink(path("nothing"), path("dangling"));
+    for (const char* name : {"tree", "file", "link/", "loop", "dangling", "missing"}) {
+        system().addPathToFilesystemBlacklist(path(name));
+        list->addPath(path(name).c_str(), "[test]");
+    }
+    list->maintainDeletes();
+    log.expect(1, path("missing") + " does no longer exist on disk, removing from delete-later-list");
+    EXPECT_EQ(folder.countEntries(), 1);
+    EXPECT_TRUE(folder.has("kept/file"));
+    EXPECT_TRUE(entries().empty());
+    EXPECT_FALSE(isHidden(path("tree")) || isHidden(path("missing")));
+    log.take();
+}
+
+TEST_F(DeleteLaterTest, BrokenEntriesAreDroppedAndNothingIsDeletedForThem) {
+    const std::string file = folder.write("file", "");
+    const fs::path before = fs::current_path();
+    fs::current_path(folder.path());
+    const Item good = Item("[test]").add(0);
+    const std::pair<Item, Item> broken[] = {{Item(7), good},
+                                            {Item("file"), good},
+                                            {Item(""), good},
+                                            {Item("/"), good},
+                                            {Item("//"), good},
+                                            {Item("/./"), good},
+                                            {Item("/tmp/.."), good},
+                                            {Item(Item::NILType), good},
+                                            {Item(file), Item()},
+                                            {Item(file), Item(1)},
+                                            {Item(file), Item("[test]")},
+                                            {Item(file), Item("[test]").add("1")},
+                                            {Item(file), Item(0).add("[test]")}};
+    for (const auto& [key, value] : broken) {
+        Item entry = root();
+        entry.concatItem(key);
+        entry.store(value);
+        list->maintainDeletes();
+        const bool isPath = key == Item(file);
+        log.expect(2, std::string("deleteLater database ") +
+                          (isPath ? "inconsistent values: " : "inconsistency: ") + entry.asString());
+        EXPECT_TRUE(entries().empty());
+    }
+    fs::current_path(before);
+    EXPECT_TRUE(folder.has("file"));
+}
+
+TEST_F(DeleteLaterTest, WithoutAStoreNothingIsRemembered) {
+    list->setDBPath(Item("deletes"));
+    list->addPath("/t/x", "[a]");
+    list->maintainDeletes();
+    EXPECT_TRUE(log.take().empty());
+}
+
+} // namespace
+} // namespace qel

@@ -1,0 +1,99 @@
+#include <qel/files/product_package.h>
+#include <qel/files/zip_packager.h>
+#include <qel/foundation/base/smart_pointer.h>
+#include <qel/platform/process_run.h>
+#include <tests/files/file_fixture.h>
+#include <tests/support/environment.h>
+
+#include <thread>
+
+namespace qel {
+namespace {
+
+namespace fs = std::filesystem;
+
+class Packages : public test::FileFixture {
+protected:
+    bool pack(SmartCStr from, SmartCStr to, const char* tool = "7z") {
+        ZipPackager packager(tool);
+        if (!packager.packDirectory(from, to, true)) return false;
+        EXPECT_FALSE(packager.success()) << "it is at work";
+        while (packager.tick()) std::this_thread::yield();
+        EXPECT_FALSE(packager.tick());
+        return packager.success();
+    }
+};
+
+// Names that a shell, or the tool itself, might take for something else.
+constexpr const char* kNames[] = {
+    "it's",  "a b", "\"q\"", "$(touch pwned)", "`touch pwned`", "; touch pwned", "l\nb", "-rf",
+    "@list", "*",   "--",    "&& touch pwned"};
+
+TEST_F(Packages, NoNameIsEverTakenForACommandASwitchOrAPattern) {
+    const fs::path before = fs::current_path();
+    fs::current_path(folder.path());
+    for (const std::string name : kNames) {
+        folder.write(name + "/" + name, "content of " + name);
+        folder.write(name + "/decoy", "");
+        EXPECT_TRUE(pack(name, name + ".7z")) << name;
+        ProductPackage package(name + ".7z", "7z");
+        EXPECT_TRUE(package.unpackFile(name, name + "-one")) << name;
+        EXPECT_TRUE(package.unpack(name + "-all")) << name;
+        EXPECT_EQ(folder.read(name + "-one/" + name), "content of " + name);
+        EXPECT_FALSE(folder.has(name + "-one/decoy")) << name;
+        EXPECT_TRUE(folder.has(name + "-all/decoy") && folder.has(name + "-all/" + name)) << name;
+    }
+    EXPECT_FALSE(folder.has("pwned"));
+    EXPECT_EQ(folder.countEntries(), 4 * static_cast<int>(std::size(kNames)));
+    fs::current_path(before);
+    log.take();
+}
+
+TEST_F(Packages, AManifestNamesTheProductAndItsVersion) {
+    folder.write("content/manifest.ini", "[manifest]\nproduct=viewer\nversion=4.2 beta\n");
+    ASSERT_TRUE(pack(path("content"), path("x.7z")));
+    log.take();
+    ProductPackage::Manifest manifest;
+    EXPECT_TRUE(ProductPackage(path("x.7z"), "7z").getManifest(manifest));
+    EXPECT_EQ(manifest.product, "viewer");
+    EXPECT_EQ(manifest.version, "4.2 beta");
+
+    const std::pair<const char*, std::string> broken[] = {
+        {"[manifest]\nversion=1\n", "manifest has no product identifier"},
+        {"[manifest]\nproduct=p\n", "manifest has no version number"},
+        {"", "manifest has no product identifier"}};
+    for (const auto& [content, message] : broken) {
+        EXPECT_FALSE(manifest.parse(folder.write("m.ini", content)));
+        log.expect(3, message);
+    }
+    EXPECT_FALSE(manifest.parse(path("missing.ini")));
+    log.expect(3, "manifest is not valid, filePath=" + path("missing.ini"));
+    EXPECT_EQ(manifest.version, "4.2 beta") << "it is as it was";
+}
+
+TEST_F(Packages, WhatTheToolCannotDoIsLogged) {
+    ProductPackage missing(path("missing.7z"), "7z");
+    ProductPackage::Manifest manifest;
+    EXPECT_FALSE(missing.unpack(path("out")));
+    log.expect(3, "failed to unzip archive");
+    EXPECT_FALSE(missing.getManifest(manifest));
+    log.expect(3, "failed to unzip file from archive");
+    EXPECT_FALSE(ProductPackage(path("missing.7z"), path("no-tool")).unpack(path("out")));
+    log.expect(3, "failed to unzip archive");
+
+    folder.write("content/file", "");
+    EXPECT_FALSE(pack(path("content/file"), path("x.7z"))) << "no folder";
+    EXPECT_TRUE(log.take().empty());
+    EXPECT_FALSE(pack(path("content"), path("x.7z"), path("no-tool").c_str()));
+    log.expect(3, "[ZIP] failed to spawn 7z");
+    log.take();
+    fs::permissions(folder.write("tool", "#!/bin/sh\necho out; printf 'no room' >&2; exit 8\n"),
+                    fs::perms(0755));
+    EXPECT_FALSE(pack(path("content"), path("x.7z"), path("tool").c_str()));
+    log.expect(0, "[ZIP] executing " + path("tool") + " a " + path("x.7z") + " './*' -r -mx=1");
+    log.expect(3, "[ZIP] no room");
+    log.take();
+}
+
+} // namespace
+} // namespace qel
