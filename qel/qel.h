@@ -138,6 +138,7 @@
 #include <qel/store/records/guid_domain_db.h>
 #include <qel/store/records/human_friendly_key.h>
 #include <qel/store/records/options_db.h>
+#include <qel/store/records/table.h>
 #include <qel/store/sqlite/sqlite_store.h>
 #include <qel/system/core/application.h>
 #include <qel/system/core/clock.h>

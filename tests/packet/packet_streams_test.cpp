@@ -1,0 +1,295 @@
+#include "packet_schemes.h"
+
+#include <tests/files/failing_files.h>
+#include <tests/support/log_capture.h>
+#include <tests/support/scratch_folder.h>
+#include <tests/support/system_fixture.h>
+#include <tests/support/threads.h>
+
+#include <qel/packet/file_packet_reader.h>
+#include <qel/packet/file_packet_writer.h>
+#include <qel/packet/line_input_p.h>
+#include <qel/packet/sorted_packet_writer.h>
+#include <qel/packet/std_in_packet_reader.h>
+#include <qel/packet/std_out_packet_writer.h>
+#include <qel/platform/console.h>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace qel::test {
+namespace {
+
+using platform::FileHandle;
+
+struct Pipe {
+    Pipe() {
+        int ids[2];
+        if (pipe2(ids, O_CLOEXEC) == 0) out = FileHandle(ids[0]), in = FileHandle(ids[1]);
+    }
+    void put(std::string_view text) {
+        EXPECT_EQ(::write(in.id(), text.data(), text.size()), ssize_t(text.size()));
+    }
+    FileHandle out, in;
+};
+
+SmartPointer<Packet> numbered(short number) {
+    SmartPointer<Packet> packet(new Packet(3u));
+    packet->setPort(number);
+    std::memset(packet->getPayload(), number, 3);
+    return packet;
+}
+
+FileHandle openFile(const std::string& path) {
+    FileHandle file;
+    EXPECT_FALSE(platform::openFile(file, path.c_str(), platform::OpenMode::Read));
+    return file;
+}
+
+TEST(PacketFile, IsRecordsOfSizeHeaderAndPayload) {
+    const ScratchFolder folder;
+    {
+        FilePacketWriter writer(folder.path("packets").c_str());
+        writer.write(numbered(1).get());
+        writer.write(numbered(2).get());
+    }
+    const std::string bytes("\3\0\0\0"
+                            "\1\0\0\0\0\0\0\0"
+                            "\1\1\1"
+                            "\3\0\0\0"
+                            "\2\0\0\0\0\0\0\0"
+                            "\2\2\2",
+                            30);
+    EXPECT_EQ(folder.read("packets"), bytes);
+    LogCapture log;
+    const auto reader = makeObject<FilePacketReader>(folder.path("packets").c_str());
+    EXPECT_EQ(reader->read()->convertToBase16String(), numbered(1)->convertToBase16String());
+    EXPECT_EQ(reader->readTimeout(0, 1)->convertToBase16String(), numbered(2)->convertToBase16String());
+    EXPECT_EQ(reader->read(), nullptr);
+    log.expect(3, "failed reading packet payloadSize");
+    EXPECT_EQ(FilePacketReader(folder.path("none").c_str()).read(), nullptr);
+}
+
+TEST(PacketFile, TellsWhereARecordIsBroken) {
+    const std::pair<std::string, const char*> files[] = {
+        {std::string("\3\0\0", 3), "failed reading packet payloadSize"},
+        {std::string("\0\0\0\1", 4), "failed reading packet unrealistic payloadSize=16777216"},
+        {std::string("\377\377\377\0"
+                     "1234567",
+                     11),
+         "failed reading packet header"},
+        {std::string("\377\377\377\0"
+                     "12345678"
+                     "xyz",
+                     15),
+         "failed reading payload"},
+    };
+    for (const auto& [bytes, text] : files) {
+        const ScratchFolder folder;
+        LogCapture log;
+        FilePacketReader reader(folder.write("packets", bytes).c_str());
+        EXPECT_EQ(reader.read(), nullptr);
+        EXPECT_EQ(reader.read(), nullptr); // goes on behind what was read
+        log.expect(3, text);
+        log.expect(3, "failed reading packet payloadSize");
+    }
+}
+
+TEST(PacketFile, ReadsLargePayloadsToTheirPlaceBetweenSmallOnes) {
+    const ScratchFolder folder;
+    FilePacketWriter writer(folder.path("packets").c_str());
+    const FailingFiles slow(0, std::errc::interrupted, FailingFiles::Duration::Once);
+    for (const uint32 size : {10u, 65536u, 0u, 200000u, 65535u, 1u}) {
+        Packet packet(size);
+        for (uint32 i = 0; i < size; ++i) packet.getPayload()[i] = static_cast<uint8>(i * 7 + size);
+        writer.write(&packet);
+    }
+    writer.close();
+    FilePacketReader reader(folder.path("packets").c_str());
+    for (const uint32 size : {10u, 65536u, 0u, 200000u, 65535u, 1u}) {
+        const SmartPointer<Packet> packet = reader.read();
+        ASSERT_EQ(packet->getPayloadSize(), size);
+        for (uint32 i = 0; i < size; ++i)
+            ASSERT_EQ(packet->getPayload()[i], static_cast<uint8>(i * 7 + size));
+    }
+}
+
+TEST(PacketFile, TakesNothingMoreAfterAFailedWrite) {
+    const ScratchFolder folder;
+    LogCapture log;
+    FilePacketWriter writer(folder.path("packets").c_str());
+    writer.write(numbered(1).get());
+    const FailingFiles full(0, std::errc::no_space_on_device, FailingFiles::Duration::Once);
+    writer.write(numbered(2).get());
+    writer.write(numbered(3).get());
+    log.expect(3, "failed writing packet; No space left on device");
+    EXPECT_EQ(folder.read("packets").size(), 15u);
+}
+
+TEST(SortedPacketWriter, GivesPacketsInTheOrderOfKeys) {
+    SortedPacketWriter sorted;
+    EXPECT_EQ(sorted.fetch(), nullptr);
+    sorted.push_back(numbered(90).get());
+    sorted.push_back(numbered(91).get());
+    const auto handOver = [&sorted](uint64 key, std::initializer_list<short> numbers) {
+        const auto deque = makeObject<DequePacketWriter>();
+        for (const short number : numbers) deque->write(numbered(number).get());
+        sorted.addDeque(key, deque.get());
+        return deque;
+    };
+    const auto first = handOver(5, {50, 51});
+    EXPECT_EQ(handOver(5, {52, 53})->getCount(), 0u);
+    sorted.addDeque(5, first.get());
+    handOver(3, {30});
+    sorted.push_front(numbered(29).get());
+    sorted.push_back(numbered(92).get());
+    for (const short number : {29, 30, 50, 51, 52, 53, 90, 91, 92})
+        EXPECT_EQ(sorted.fetch()->getPort(), number);
+    EXPECT_EQ(sorted.fetch(), nullptr);
+    sorted.push_front(numbered(1).get());
+    handOver(0, {2}); // push_front had made key 0
+    EXPECT_EQ(sorted.fetch()->getPort(), 1);
+    EXPECT_EQ(sorted.fetch()->getPort(), 2);
+}
+
+TEST(StdInPacketReader, LogsLinesThatHoldNoPacket) {
+    const ScratchFolder folder;
+    const String packet = numbered(1)->convertToBase16String();
+    internal::LineInput input(
+        openFile(folder.write("in", "noise\n" + packet + "\r\n\n" + packet + "!\nPKTB16[0]\n" + packet)));
+    StdInPacketReader reader(input);
+    LogCapture log;
+    Vector<bool> found;
+    while (reader.valid()) found.push_back(static_cast<bool>(reader.read()));
+    EXPECT_EQ(found, (Vector<bool>{false, true, false, false, false, true, false}));
+    log.expect(2, "corrupt base16 packet encoding");
+    EXPECT_EQ(log.take(), (std::vector<LogLine>{{1, 2, "[STDINPACKET] noise"},
+                                                {1, 2, "[STDINPACKET] " + packet + "!"},
+                                                {1, 2, "[STDINPACKET] PKTB16[0]"}}));
+}
+
+TEST(StdInPacketReader, ReturnsAtOnceWhenToldNotToWait) {
+    Pipe pipe;
+    internal::LineInput input(std::move(pipe.out));
+    StdInPacketReader reader(input);
+    reader.disableBlocking();
+    reader.disableBlocking();
+    EXPECT_EQ(reader.read(), nullptr);
+    EXPECT_TRUE(reader.valid());
+    const String text = numbered(7)->convertToBase16String();
+    pipe.put(text.substr(0, 9));
+    EXPECT_EQ(reader.read(), nullptr);
+    pipe.put(text.substr(9) + "\n");
+    SmartPointer<Packet> packet;
+    while (!packet) packet = reader.read();
+    EXPECT_EQ(packet->getPort(), 7);
+    for (short i = 0; i < 100; ++i) pipe.put(numbered(i)->convertToBase16String() + "\n"); // more than wait
+    StdInPacketReader next(input);                                                         // goes on, waiting
+    for (short i = 0; i < 100; ++i) EXPECT_EQ(next.read()->getPort(), i);
+    pipe.put(text);
+    pipe.in.close();
+    EXPECT_EQ(next.read()->getPort(), 7);
+    while (reader.valid()) EXPECT_EQ(reader.read(), nullptr);
+}
+
+TEST(LineInput, DropsLinesOfMoreThan64MiB) {
+    const ScratchFolder folder;
+    const size_t limit = internal::LineInput::kMaxLineSize;
+    FileHandle file;
+    ASSERT_FALSE(platform::openFile(file, folder.write("in", "").c_str(), platform::OpenMode::Write));
+    const std::pair<size_t, const char*> pieces[] = {
+        {limit, "\n"}, {2 * limit + 2, "\nc\n"}, {3 * limit + 6, ""}};
+    for (const auto& [offset, text] : pieces) { // the rest is holes
+        ASSERT_FALSE(file.setSize(offset));
+        ASSERT_EQ(pwrite(file.id(), text, std::strlen(text), static_cast<off_t>(offset)),
+                  ssize_t(std::strlen(text)));
+    }
+    LogCapture log;
+    internal::LineInput input(openFile(folder.path("in")));
+    String line;
+    EXPECT_TRUE(input.waitForLine(line));
+    EXPECT_EQ(line.size(), limit);
+    EXPECT_TRUE(input.waitForLine(line));
+    EXPECT_EQ(line, "c");
+    EXPECT_FALSE(input.waitForLine(line));
+    log.expect(2, "line too long, dropped");
+    log.expect(2, "line too long, dropped");
+}
+
+/// Puts a pipe in the place of standard output, so narrow and nervous that nothing goes out in one piece.
+class NarrowOutput : public SystemFixture {
+protected:
+    void SetUp() override {
+        SystemFixture::SetUp();
+        std::fflush(stdout);
+        m_before = dup(STDOUT_FILENO);
+        fcntl(pipe.in.id(), F_SETPIPE_SZ, 4096);
+        fcntl(pipe.in.id(), F_SETFL, O_NONBLOCK);
+        dup2(pipe.in.id(), STDOUT_FILENO);
+        pipe.in.close();
+    }
+    void TearDown() override {
+        putBack();
+        SystemFixture::TearDown();
+    }
+    void putBack() {
+        if (m_before < 0) return;
+        dup2(m_before, STDOUT_FILENO);
+        close(std::exchange(m_before, -1));
+    }
+
+    Pipe pipe;
+
+private:
+    int m_before = -1;
+};
+
+TEST_F(NarrowOutput, GetsPacketsWholeFromAllThreads) {
+    constexpr int kThreads = 4, kPackets = 40;
+    int received = 0;
+    bool isAllWhole = true;
+    StdOutPacketWriter* const writer = system().getStdOutPacketWriter();
+    EXPECT_EQ(writer, system().getStdOutPacketWriter());
+    {
+        FailingFiles files(3, std::errc::interrupted, FailingFiles::Duration::Once);
+        files.makeShort();
+        onThreads(kThreads + 1, [&](int thread) {
+            if (thread < kThreads) {
+                for (short i = 0; i < kPackets; ++i) writer->write(numbered(i).get());
+                return;
+            }
+            internal::LineInput input(std::move(pipe.out));
+            String line;
+            while (received < kThreads * kPackets && input.waitForLine(line)) {
+                if (line.empty()) continue;
+                const SmartPointer<Packet> packet = Packet::createFromBase16String(line);
+                isAllWhole &= packet && line == numbered(packet->getPort())->convertToBase16String();
+                ++received;
+            }
+        });
+    }
+    putBack();
+    EXPECT_EQ(received, kThreads * kPackets);
+    EXPECT_TRUE(isAllWhole);
+}
+
+TEST_F(NarrowOutput, SendsToTheForcedPortAndSurvivesAReaderThatIsGone) {
+    StdOutPacketWriter writer;
+    writer.setPort(9);
+    const SmartPointer<Packet> packet = numbered(1);
+    writer.write(packet.get());
+    EXPECT_EQ(packet->getPort(), 9);
+    writer.disablePort();
+    writer.write(numbered(2).get());
+    std::array<char, 100> text{};
+    const auto expected = "\nPKTB16[0900000000000000010101]\n\nPKTB16[0200000000000000020202]\n";
+    EXPECT_EQ(read(pipe.out.id(), text.data(), text.size()), ssize_t(std::strlen(expected)));
+    EXPECT_STREQ(text.data(), expected);
+    LogCapture log;
+    pipe.out.close();
+    writer.write(packet.get());
+    log.expect(3, "failed writing packet; Broken pipe");
+}
+
+} // namespace
+} // namespace qel::test
