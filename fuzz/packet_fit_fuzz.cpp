@@ -1,0 +1,125 @@
+// Packets from outside. The first byte chooses the scheme and how much of the payload is made to fit it, so
+// that many inputs pass the checks; the second gives the flags, the rest is the payload.
+#include <tests/packet/packet_schemes.h>
+
+#include <qel/foundation/log/message_stream.h>
+#include <qel/store/core/item.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <iterator>
+#include <vector>
+
+using qel::Packet;
+using qel::PacketScheme;
+using qel::SmartPointer;
+using qel::uint32;
+using qel::uint8;
+
+namespace {
+
+const qel::test::JobScheme kJobs[] = {qel::test::JobScheme(0), qel::test::JobScheme(1),
+                                      qel::test::JobScheme(2)};
+const qel::test::AllKindsScheme kAllKinds;
+const qel::test::CargoScheme kCargo;
+const qel::test::RowScheme kRow;
+const PacketScheme* const kSchemes[] = {&kJobs[0], &kJobs[1], &kJobs[2], &kAllKinds, &kCargo, &kRow};
+
+int g_warnings = 0;
+
+void require(bool holds) {
+    if (!holds) std::abort();
+}
+
+/// What the bits of the first byte above the scheme ask for.
+enum Repair { kCounts = 8, kSuffix = 16, kOtherId = 32 };
+
+void makeCountsSmall(std::vector<uint8>& payload, const PacketScheme& scheme) {
+    payload.resize(std::max<size_t>(payload.size(), scheme.getNewestVersion().staticSize));
+    for (const auto& [name, element] : scheme.getElements()) {
+        if (element.getDynamicIndex() < 0) continue;
+        uint8* const count = payload.data() + element.getOffset();
+        std::fill(count + 1, count + 4, uint8(0));
+        *count &= 3;
+    }
+}
+
+/// Keeps what the last two bytes say: the version, and how much more static the sender has than we know.
+void makeSuffixFit(std::vector<uint8>& payload, const PacketScheme& scheme) {
+    const uint8 version = payload.empty() ? 0 : payload.back() & 3;
+    const uint8 more = payload.size() < 2 ? 0 : payload[payload.size() - 2] & 1;
+    const auto size =
+        scheme.getVersion(std::min<int>(version, scheme.getMaxVersion())).staticSize + 8u * more;
+    const uint32 suffix = uint32(version) << 24 | size;
+    payload.resize(std::max<size_t>(payload.size(), size));
+    for (int shift = 0; shift < 32; shift += 8) payload.push_back(static_cast<uint8>(suffix >> shift));
+}
+
+/// Reads everything by every way; the sanitizers watch the bounds.
+size_t readAll(const Packet& packet, const PacketScheme& scheme) {
+    size_t sum = packet.getCargoSize();
+    for (uint32 i = 0; i < packet.getCargoSize(); ++i) sum += packet.getCargo()[i];
+    sum += std::strlen(packet.getCargoString());
+    for (const auto& [name, element] : scheme.getElements()) {
+        const qel::ConstByteSpan bytes = packet.getBytes(name);
+        for (const uint8 byte : bytes) sum += byte;
+        sum += static_cast<size_t>(packet.getInteger(element)) + std::strlen(packet.getString(element));
+        require(packet.getFloat(name) != 1e300 || element.getKind() == PacketScheme::Kind::Float);
+        require(packet.getCount(element) * element.getElementSize() == bytes.size);
+        require(bytes.size <= PacketScheme::kMaxDynamicBytes);
+        sum += static_cast<size_t>(packet.getItem(element).getDepth());
+        std::vector<qel::String> texts;
+        packet.getStringList(element, texts);
+        require(texts.size() <= bytes.size);
+    }
+    return sum;
+}
+
+void requireSameFields(const Packet& a, const Packet& b, const PacketScheme& scheme) {
+    for (const auto& [name, element] : scheme.getElements())
+        require(a.getBytes(element).asText() == b.getBytes(element).asText());
+    require(a.getCargoSize() == b.getCargoSize());
+}
+
+/// Another size for each field, whatever it was.
+void writeAll(Packet& packet, const PacketScheme& scheme) {
+    for (const auto& [name, element] : scheme.getElements()) {
+        packet.setInteger(element, -1);
+        packet.setFloat(name, 0.5);
+        std::fill_n(packet.allocateBuffer(element, 9), 9, uint8(7));
+        packet.setString(element, "text");
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8* data, size_t size) {
+    qel::logging::setConsoleWriter(
+        [](const qel::logging::ConsoleLine& line) { g_warnings += line.level == 2; });
+    if (size < 2) return 0;
+    const PacketScheme& scheme = *kSchemes[(data[0] & 7) % std::size(kSchemes)];
+    std::vector<uint8> payload(data + 2, data + size);
+    if (data[0] & kCounts) makeCountsSmall(payload, scheme);
+    if (data[0] & kSuffix) makeSuffixFit(payload, scheme);
+
+    const auto packet = qel::makeObject<Packet>(static_cast<uint32>(payload.size()));
+    std::copy(payload.begin(), payload.end(), packet->getPayload());
+    packet->setID(static_cast<qel::uint16>(scheme.getID() + (data[0] & kOtherId ? 1 : 0)));
+    packet->setFlags(data[0] & kSuffix ? Packet::kVersioned : data[1]);
+    g_warnings = 0;
+    if (!packet->fit(&scheme)) {
+        require(g_warnings == 1 && !packet->getScheme() && packet->getPayloadSize() == payload.size());
+        std::vector<uint8> bytes(payload.size());
+        require(packet->copyPayloadTo(bytes.data()) == bytes.size() && bytes == payload);
+        return 0;
+    }
+    require(g_warnings == 0);
+    readAll(*packet, scheme);
+    const auto copy = qel::makeObject<Packet>(packet.get());
+    require(copy->fit(&scheme));
+    requireSameFields(*packet, *copy, scheme);
+    writeAll(*packet, scheme);
+    readAll(*packet, scheme);
+    require(qel::makeObject<Packet>(packet.get())->fit(&scheme));
+    return 0;
+}
