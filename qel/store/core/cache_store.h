@@ -9,7 +9,7 @@
 namespace qel {
 
 namespace internal {
-class ValueCache;
+struct CacheStoreData;
 }
 
 /// Stands in front of another store and remembers up to 8,192 keys, those last read or written: their values,
@@ -55,10 +55,13 @@ public:
     int64 getSizeInBytes() const override;
 
 private:
+    const Item* askBacking(const Item& key, Item& value);
+    bool ours(bool found, Item& key);
+
     uint32 m_hits = 0;
     uint32 m_misses = 0;
     SmartPointer<Store> m_backing;
-    std::unique_ptr<internal::ValueCache> m_cache;
+    std::unique_ptr<internal::CacheStoreData> m_data;
 };
 
 } // namespace qel

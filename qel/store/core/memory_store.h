@@ -26,15 +26,18 @@ public:
     /// Copies all entries and the open transactions.
     MemoryStore(const MemoryStore& other);
     /// Takes over all entries and the open transactions; @p other is empty behind it.
-    MemoryStore(MemoryStore&& other) noexcept;
+    MemoryStore(MemoryStore&& other);
     /// Copies all entries and the open transactions.
     MemoryStore& operator=(const MemoryStore& other);
     /// Takes over all entries and the open transactions; @p other is empty behind it.
-    MemoryStore& operator=(MemoryStore&& other) noexcept;
+    MemoryStore& operator=(MemoryStore&& other);
     ~MemoryStore() override;
 
     /// Always true.
     bool good() const override;
+    /// @errors for a key with a `Wildcard` or a NaN that equals no entry the error "memorystore, set of a key
+    /// with
+    ///         a wildcard or a nan" is logged.
     void set(const Item& key, const Item& value) override;
     const Item* get(const Item& key) override;
     void remove(const Item& first, const Item& last) override;
@@ -57,7 +60,7 @@ public:
     /// Appends every entry to @p blob, in order: a `SubItem` with the key's bytes, then one with the value's.
     void writeBlob(Item& blob) const;
     /// Sets every entry that @p blob holds in the form of writeBlob(), up to the first thing that is none;
-    /// other keys remain.
+    /// other keys remain. @errors keys with a `Wildcard` or a NaN are left out, with one log line.
     void readBlob(const Item& blob);
 
     /// Keeps the entries of @p store as one binary value of the machine's registry, in the form of

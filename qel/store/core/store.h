@@ -19,8 +19,8 @@ class Item;
 ///
 /// Keys that hold a `Wildcard` or a NaN are questions: such a key may equal several entries. Then get() takes
 /// the first entry equal to it, set() writes to the first, remove() erases all, next() gives the smallest
-/// greater and prev() the greatest smaller. What becomes of a question that is stored as a key is up to the
-/// store.
+/// greater and prev() the greatest smaller. A question is never stored: set() on one that equals no entry is
+/// misuse.
 ///
 /// No operation reports an error: misuse is logged and leaves the data as they were.
 /// @threads one thread at a time; an owner that shares a store adds its own lock.

@@ -1,0 +1,113 @@
+#include <qel/store/core/cache_store.h>
+
+#include <qel/store/core/order_key.h>
+#include <qel/store/core/value_cache_p.h>
+
+namespace qel {
+namespace internal {
+
+/// What a CacheStore remembers.
+struct CacheStoreData {
+    ValueCache values{CacheStore::kCapacity};
+    OrderKey order;
+    Item answer; // to the last question
+};
+
+} // namespace internal
+
+CacheStore::CacheStore(Store* backing)
+    : m_backing(backing), m_data(std::make_unique<internal::CacheStoreData>()) {}
+
+CacheStore::~CacheStore() = default;
+
+bool CacheStore::good() const {
+    return m_backing->good();
+}
+
+const Item* CacheStore::get(const Item& key) {
+    m_data->order.assign(key);
+    if (m_data->order.isQuestion()) return askBacking(key, m_data->answer);
+    bool isNew;
+    auto& entry = m_data->values.access(key, m_data->order.bytes(), isNew);
+    if (isNew) return askBacking(key, entry.value);
+    ++m_hits;
+    return entry.value.getStore() ? &entry.value : nullptr;
+}
+
+/// Gets a value from the store behind. @return @p value; null, with @p value without a store, if there is
+/// none.
+const Item* CacheStore::askBacking(const Item& key, Item& value) {
+    ++m_misses;
+    const Item* const found = m_backing->get(key);
+    if (!found) {
+        value.clear();
+        value.setStore(nullptr);
+        return nullptr;
+    }
+    value = *found;
+    value.setStore(this);
+    return &value;
+}
+
+void CacheStore::set(const Item& key, const Item& value) {
+    m_data->order.assign(key);
+    if (m_data->order.isQuestion()) {
+        m_data->values.clear();
+    } else {
+        bool isNew;
+        auto& entry = m_data->values.access(key, m_data->order.bytes(), isNew);
+        entry.value = value;
+        entry.value.setStore(this);
+    }
+    m_backing->set(key, value);
+}
+
+void CacheStore::remove(const Item& first, const Item& last) {
+    m_data->values.clear();
+    m_backing->remove(first, last);
+}
+
+bool CacheStore::next(const Item& key, Item& out) {
+    return ours(m_backing->next(key, out), out);
+}
+
+bool CacheStore::prev(const Item& key, Item& out) {
+    return ours(m_backing->prev(key, out), out);
+}
+
+bool CacheStore::first(Item& out) {
+    return ours(m_backing->first(out), out);
+}
+
+/// Makes a key that was found one of this store, so that a walk stays in front of the cache.
+bool CacheStore::ours(bool found, Item& key) {
+    if (found) key.setStore(this);
+    return found;
+}
+
+void CacheStore::begin() {
+    m_backing->begin();
+}
+
+void CacheStore::commit() {
+    m_backing->commit();
+}
+
+void CacheStore::rollback() {
+    m_backing->rollback();
+    m_data->values.clear();
+}
+
+void CacheStore::close() {
+    m_backing->close();
+}
+
+void CacheStore::flush() {
+    m_backing->flush();
+}
+
+int64 CacheStore::getSizeInBytes() const {
+    return m_backing->getSizeInBytes();
+}
+
+} // namespace qel

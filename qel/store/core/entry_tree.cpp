@@ -1,0 +1,262 @@
+#include <qel/store/core/entry_tree_p.h>
+
+#include <qel/store/core/key_slots_p.h>
+
+#include <algorithm>
+#include <array>
+#include <string>
+
+namespace qel::internal {
+namespace {
+
+/// The smallest key of a subtree, as short as tells it from those before it.
+struct Separator {
+    std::string text;
+};
+
+std::string_view bytesOf(const Separator& separator) {
+    return separator.text;
+}
+
+/// The beginning of @p right that is greater than @p left, the key before it.
+std::string_view separate(std::string_view left, std::string_view right) {
+    const auto ends = std::mismatch(right.begin(), right.end(), left.begin(), left.end());
+    return right.substr(0, static_cast<size_t>(ends.first - right.begin()) + 1);
+}
+
+/// Where to cut a full node that gets something at @p index. Behind its end nothing moves: keys that come in
+/// their order fill the nodes.
+unsigned cutFor(unsigned index, unsigned size) {
+    return index == size ? size - 1 : size / 2;
+}
+
+} // namespace
+
+struct EntryTree::Node {
+    explicit Node(bool leaf) : isLeaf(leaf) {}
+
+    bool isLeaf;
+};
+
+struct EntryTree::Leaf : Node {
+    Leaf() : Node(true) {}
+
+    Leaf* previous = nullptr;
+    Leaf* next = nullptr;
+    KeySlots<StoreEntry::Owner> entries;
+};
+
+/// Child i holds the keys from separator i - 1 on and before separator i.
+struct EntryTree::Inner : Node {
+    Inner() : Node(false) {}
+    ~Inner() {
+        for (unsigned i = 0; i < childCount; ++i) destroy(children[i]);
+    }
+    Inner(const Inner&) = delete;
+    Inner& operator=(const Inner&) = delete;
+
+    static void destroy(Node* node) {
+        if (node->isLeaf) {
+            delete static_cast<Leaf*>(node);
+        } else {
+            delete static_cast<Inner*>(node);
+        }
+    }
+
+    void insertChild(unsigned index, std::string_view separator, Node* child) {
+        separators.insert(index - 1, Separator{std::string(separator)});
+        std::copy_backward(children + index, children + childCount, children + childCount + 1);
+        children[index] = child;
+        ++childCount;
+    }
+    void eraseChild(unsigned index) {
+        std::copy(children + index + 1, children + childCount, children + index);
+        --childCount;
+        if (separators.size() != 0) separators.takeOut(index == 0 ? 0 : index - 1);
+    }
+    /// Moves the children from @p index on to a new node. @param separator  gets what stands between both.
+    Inner* split(unsigned index, std::string& separator) {
+        auto* const right = new Inner;
+        std::copy(children + index, children + childCount, right->children);
+        right->childCount = childCount - index;
+        childCount = index;
+        separators.moveTail(index, right->separators);
+        separator = separators.takeOut(index - 1).text;
+        return right;
+    }
+
+    KeySlots<Separator> separators;
+    unsigned childCount = 0;
+    Node* children[KeySlots<Separator>::kCapacity + 1];
+};
+
+/// The inner nodes from the root to a leaf. A node splits after 32 splits of nodes below it: no run of
+/// operations ever makes more levels.
+struct EntryTree::Path {
+    struct Step {
+        Inner* node;
+        unsigned child;
+    };
+
+    void add(Inner* node, unsigned child) { steps[size++] = {node, child}; }
+    Step takeLast() { return steps[--size]; }
+
+    std::array<Step, 16> steps;
+    unsigned size = 0;
+};
+
+// --- Place ----------------------------------------------------------------------------------------------
+
+EntryTree::Place::Place(Leaf* leaf, unsigned index) : m_leaf(leaf), m_index(index) {
+    if (m_leaf && m_index == m_leaf->entries.size()) {
+        m_leaf = m_leaf->next;
+        m_index = 0;
+    }
+    if (m_leaf && m_leaf->entries.size() == 0) m_leaf = nullptr; // the root of an empty tree
+}
+
+StoreEntry* EntryTree::Place::entry() const {
+    return m_leaf ? m_leaf->entries[m_index].get() : nullptr;
+}
+
+void EntryTree::Place::next() {
+    if (!m_leaf) return;
+    constexpr unsigned kAhead = 6;
+    if (m_index + kAhead < m_leaf->entries.size()) {
+        const char* const ahead = reinterpret_cast<const char*>(m_leaf->entries[m_index + kAhead].get());
+        __builtin_prefetch(ahead);
+        __builtin_prefetch(ahead + 64);
+    }
+    *this = Place(m_leaf, m_index + 1);
+}
+
+// --- EntryTree ------------------------------------------------------------------------------------------
+
+EntryTree::EntryTree() : m_first(new Leaf), m_last(m_first) {
+    m_root = m_first;
+}
+
+EntryTree::~EntryTree() {
+    Inner::destroy(m_root);
+}
+
+EntryTree::Leaf* EntryTree::findLeaf(std::string_view order, Path* path) const {
+    Node* node = m_root;
+    while (!node->isLeaf) {
+        auto* const inner = static_cast<Inner*>(node);
+        const unsigned child = inner->separators.upperBound(order);
+        if (path) path->add(inner, child);
+        node = inner->children[child];
+    }
+    return static_cast<Leaf*>(node);
+}
+
+EntryTree::Place EntryTree::begin() const {
+    return Place(m_first, 0);
+}
+
+EntryTree::Place EntryTree::lowerBound(std::string_view order) const {
+    Leaf* const leaf = findLeaf(order, nullptr);
+    return Place(leaf, leaf->entries.lowerBound(order));
+}
+
+EntryTree::Place EntryTree::upperBound(std::string_view order) const {
+    Leaf* const leaf = findLeaf(order, nullptr);
+    return Place(leaf, leaf->entries.upperBound(order));
+}
+
+EntryTree::Place EntryTree::before(Place place) const {
+    Leaf* leaf = place.m_leaf ? place.m_leaf : m_last;
+    unsigned index = place.m_leaf ? place.m_index : leaf->entries.size();
+    if (index == 0) {
+        leaf = leaf->previous;
+        index = leaf ? leaf->entries.size() : 0;
+    }
+    return index != 0 ? Place(leaf, index - 1) : Place();
+}
+
+StoreEntry* EntryTree::insert(StoreEntry::Owner entry) {
+    Path path;
+    Leaf* const leaf = findLeaf(entry->order(), &path);
+    const unsigned index = leaf->entries.lowerBound(entry->order());
+    StoreEntry* const inserted = entry.get();
+    if (leaf->entries.isFull()) {
+        insertAndSplit(leaf, index, std::move(entry), path);
+    } else {
+        leaf->entries.insert(index, std::move(entry));
+    }
+    return inserted;
+}
+
+void EntryTree::insertAndSplit(Leaf* left, unsigned index, StoreEntry::Owner entry, Path& path) {
+    auto* const right = new Leaf;
+    const unsigned cut = cutFor(index, left->entries.size());
+    left->entries.moveTail(cut, right->entries);
+    right->previous = left;
+    right->next = left->next;
+    (right->next ? right->next->previous : m_last) = right;
+    left->next = right;
+    if (index > cut) {
+        right->entries.insert(index - cut, std::move(entry));
+    } else {
+        left->entries.insert(index, std::move(entry));
+    }
+    const unsigned last = left->entries.size() - 1;
+    addChild(path, separate(bytesOf(left->entries[last]), bytesOf(right->entries[0])), right);
+}
+
+/// Puts @p child behind the node that @p path leads to.
+void EntryTree::addChild(Path& path, std::string_view separator, Node* child) {
+    std::string between(separator);
+    std::string above;
+    while (path.size != 0) {
+        auto [node, index] = path.takeLast();
+        ++index;
+        Inner* right = nullptr;
+        if (node->separators.isFull()) {
+            const unsigned cut = cutFor(index, node->childCount);
+            right = node->split(cut, above);
+            if (index > cut) {
+                node = right;
+                index -= cut;
+            }
+        }
+        node->insertChild(index, between, child);
+        if (!right) return;
+        between.swap(above);
+        child = right;
+    }
+    auto* const root = new Inner;
+    root->children[0] = m_root;
+    root->childCount = 1;
+    root->insertChild(1, between, child);
+    m_root = root;
+}
+
+StoreEntry::Owner EntryTree::takeOut(const StoreEntry* entry) {
+    Path path;
+    Leaf* const leaf = findLeaf(entry->order(), &path);
+    StoreEntry::Owner taken = leaf->entries.takeOut(leaf->entries.lowerBound(entry->order()));
+    if (leaf->entries.size() == 0 && leaf != m_root) removeLeaf(leaf, path);
+    return taken;
+}
+
+void EntryTree::removeLeaf(Leaf* leaf, Path& path) {
+    (leaf->previous ? leaf->previous->next : m_first) = leaf->next;
+    (leaf->next ? leaf->next->previous : m_last) = leaf->previous;
+    Node* empty = leaf;
+    while (empty) {
+        const auto [node, child] = path.takeLast();
+        node->eraseChild(child);
+        Inner::destroy(empty);
+        empty = node->childCount == 0 ? node : nullptr;
+    }
+    while (!m_root->isLeaf && static_cast<Inner*>(m_root)->childCount == 1) {
+        auto* const inner = static_cast<Inner*>(m_root);
+        m_root = inner->children[0];
+        inner->childCount = 0;
+        delete inner;
+    }
+}
+
+} // namespace qel::internal

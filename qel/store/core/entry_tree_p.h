@@ -1,0 +1,68 @@
+// EntryTree: the ordered entries of a MemoryStore, as a tree of wide nodes.
+#pragma once
+
+#include <qel/store/core/store_entry_p.h>
+
+#include <string_view>
+
+namespace qel::internal {
+
+/// A B+tree over the order of the entries' keys. Its nodes hold up to 32 keys, of each the eight bytes behind
+/// what all keys of the node begin with: nearly every step of a search compares numbers that lie side by
+/// side. A node goes when it is empty and isn't merged before (T. Johnson, D. Shasha: "B-trees with inserts
+/// and deletes: why free-at-empty is better than merge-at-half", 1993).
+class EntryTree {
+    struct Node;
+    struct Leaf;
+    struct Inner;
+    struct Path;
+
+public:
+    /// An entry's place, or the end. Valid until an entry is inserted or taken out.
+    class Place {
+    public:
+        /// The end.
+        Place() = default;
+        /// The entry, null at the end.
+        StoreEntry* entry() const;
+        /// Steps to the next entry; at the end it stays.
+        void next();
+
+    private:
+        friend class EntryTree;
+        Place(Leaf* leaf, unsigned index);
+
+        Leaf* m_leaf = nullptr;
+        unsigned m_index = 0;
+    };
+
+    EntryTree();
+    ~EntryTree();
+    EntryTree(const EntryTree&) = delete;
+    EntryTree& operator=(const EntryTree&) = delete;
+
+    /// The first entry.
+    Place begin() const;
+    /// The first entry whose key isn't smaller than @p order.
+    Place lowerBound(std::string_view order) const;
+    /// The first entry whose key is greater than @p order.
+    Place upperBound(std::string_view order) const;
+    /// The entry before @p place, which may be the end; the end if there is none.
+    Place before(Place place) const;
+    /// Takes an entry whose key isn't there. @return the entry.
+    StoreEntry* insert(StoreEntry::Owner entry);
+    /// Takes an entry out that is there.
+    StoreEntry::Owner takeOut(const StoreEntry* entry);
+
+private:
+    Leaf* findLeaf(std::string_view order, Path* path) const;
+    void insertAndSplit(Leaf* left, unsigned index, StoreEntry::Owner entry, Path& path);
+    void addChild(Path& path, std::string_view separator, Node* child);
+    void removeLeaf(Leaf* leaf, Path& path);
+
+    Node* m_root;
+    Leaf* m_first;
+    Leaf* m_last;
+};
+
+} // namespace qel::internal

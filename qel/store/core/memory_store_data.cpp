@@ -1,0 +1,117 @@
+#include <qel/store/core/memory_store_data_p.h>
+
+#include <cstring>
+
+namespace qel::internal {
+
+MemoryStoreData::MemoryStoreData(const MemoryStoreData& other) {
+    UndoLog::Copies copies;
+    for (Place place = other.m_tree.begin(); place.entry(); place.next()) {
+        StoreEntry* const copy = m_tree.insert(StoreEntry::copyOf(*place.entry()));
+        if (other.isInTransaction()) copies[place.entry()] = copy;
+    }
+    m_undo.copyFrom(other.m_undo, copies);
+}
+
+bool MemoryStoreData::isRecent(const Item& key) const {
+    const StoreEntry* const recent = m_recent.entry();
+    if (!recent) return false;
+    const ConstByteSpan bytes = recent->key();
+    if (bytes.size != key.getPlainSize()) return false;
+    return bytes.size == 0 || std::memcmp(bytes.data, key.getPlainBytePointer(), bytes.size) == 0;
+}
+
+StoreEntry* MemoryStoreData::remember(Place place) {
+    if (StoreEntry* const entry = place.entry()) {
+        m_recent = place;
+        return entry;
+    }
+    return nullptr;
+}
+
+/// Whether the entry is one of those among which the answer to the question in m_order lies.
+bool MemoryStoreData::isAnswer(Place place) const {
+    return place.entry() && place.entry()->order().starts_with(m_order.fixedPart());
+}
+
+StoreEntry* MemoryStoreData::find(const Item& key) {
+    if (isRecent(key)) return m_recent.entry();
+    m_order.assign(key);
+    Place place = m_tree.lowerBound(m_order.fixedPart());
+    if (m_order.isQuestion()) {
+        while (isAnswer(place) && Item::compare(place.entry()->keyView(), key) != 0) place.next();
+        return isAnswer(place) ? remember(place) : nullptr;
+    }
+    return place.entry() && place.entry()->order() == m_order.bytes() ? remember(place) : nullptr;
+}
+
+StoreEntry* MemoryStoreData::findGreater(const Item& key) {
+    if (isRecent(key)) {
+        Place place = m_recent;
+        place.next();
+        return remember(place);
+    }
+    m_order.assign(key);
+    if (!m_order.isQuestion()) return remember(m_tree.upperBound(m_order.bytes()));
+    Place place = m_tree.lowerBound(m_order.fixedPart());
+    while (isAnswer(place) && Item::compare(place.entry()->keyView(), key) <= 0) place.next();
+    return remember(place);
+}
+
+StoreEntry* MemoryStoreData::findSmaller(const Item& key) {
+    if (isRecent(key)) return remember(m_tree.before(m_recent));
+    m_order.assign(key);
+    if (!m_order.isQuestion()) return remember(m_tree.before(m_tree.lowerBound(m_order.bytes())));
+    Place place = m_tree.lowerBound(m_order.fixedPart());
+    Place smaller = m_tree.before(place);
+    for (; isAnswer(place); place.next()) {
+        if (Item::compare(place.entry()->keyView(), key) < 0) smaller = place;
+    }
+    return remember(smaller);
+}
+
+StoreEntry* MemoryStoreData::findFirst() {
+    return remember(m_tree.begin());
+}
+
+bool MemoryStoreData::set(const Item& key, const Item& value) {
+    if (StoreEntry* const entry = find(key)) {
+        replace(*entry, value);
+        return true;
+    }
+    if (m_order.isQuestion()) return false;
+    m_undo.noteInserted(*m_tree.insert(StoreEntry::make(m_order.bytes(), key.getConstByteSpan(), value)));
+    m_recent = {};
+    return true;
+}
+
+void MemoryStoreData::replace(StoreEntry& entry, const Item& value) {
+    if (&entry.value == &value) return;
+    m_undo.noteReplacing(entry);
+    entry.value = value;
+}
+
+void MemoryStoreData::removeEqual(const Item& key) {
+    m_order.assign(key);
+    std::vector<StoreEntry*> equal;
+    for (Place place = m_tree.lowerBound(m_order.fixedPart()); isAnswer(place); place.next()) {
+        if (Item::compare(place.entry()->keyView(), key) == 0) {
+            equal.push_back(place.entry());
+        } else if (!m_order.isQuestion()) {
+            break;
+        }
+    }
+    for (StoreEntry* entry : equal) remove(entry);
+}
+
+void MemoryStoreData::remove(StoreEntry* entry) {
+    m_recent = {};
+    m_undo.noteTaken(m_tree.takeOut(entry));
+}
+
+void MemoryStoreData::rollback() {
+    m_recent = {};
+    m_undo.rollback(m_tree);
+}
+
+} // namespace qel::internal

@@ -1,0 +1,55 @@
+// MemoryStoreData: what a MemoryStore consists of.
+#pragma once
+
+#include <qel/store/core/order_key.h>
+#include <qel/store/core/undo_log_p.h>
+
+#include <vector>
+
+namespace qel::internal {
+
+/// The tree, the undo log, and the entry that was asked for last: a walk goes on from it without a search.
+class MemoryStoreData {
+public:
+    MemoryStoreData() = default;
+    MemoryStoreData(const MemoryStoreData& other);
+    MemoryStoreData& operator=(const MemoryStoreData&) = delete;
+
+    /// The first entry equal to @p key; null if there is none.
+    StoreEntry* find(const Item& key);
+    /// The entry with the smallest key greater than @p key; null if there is none.
+    StoreEntry* findGreater(const Item& key);
+    /// The entry with the greatest key smaller than @p key; null if there is none.
+    StoreEntry* findSmaller(const Item& key);
+    /// The entry with the smallest key; null if there is none.
+    StoreEntry* findFirst();
+
+    /// Gives the first entry equal to @p key a value, or makes one. @return false for a question that equals
+    /// none.
+    bool set(const Item& key, const Item& value);
+    /// Takes all entries equal to @p key out.
+    void removeEqual(const Item& key);
+    /// Takes one entry out.
+    void remove(StoreEntry* entry);
+
+    const EntryTree& tree() const { return m_tree; }
+    bool isInTransaction() const { return m_undo.isOpen(); }
+    void begin() { m_undo.begin(); }
+    void commit() { m_undo.commit(); }
+    void rollback();
+
+private:
+    using Place = EntryTree::Place;
+
+    bool isRecent(const Item& key) const;
+    StoreEntry* remember(Place place);
+    bool isAnswer(Place place) const;
+    void replace(StoreEntry& entry, const Item& value);
+
+    EntryTree m_tree;
+    UndoLog m_undo;
+    OrderKey m_order;
+    Place m_recent;
+};
+
+} // namespace qel::internal
