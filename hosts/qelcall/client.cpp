@@ -1,0 +1,103 @@
+#include "client.h"
+
+#include <qel/platform/local_socket.h>
+#include <qel/system/core/clock.h>
+
+#include <algorithm>
+#include <array>
+#include <thread>
+
+namespace qelcall {
+
+namespace {
+
+using namespace qel::platform;
+using nlohmann::json;
+
+std::int64_t nowMs() {
+    return qel::Clock::current().steadyNanoseconds() / 1'000'000;
+}
+
+bool wouldBlock(const FileError& error) {
+    return error == std::errc::resource_unavailable_try_again;
+}
+
+Answer readAnswer(const std::string& line, int id) {
+    const json reply = json::parse(line, nullptr, false);
+    const bool isReply = reply.is_object() && (reply.contains("result") || reply.contains("error"));
+    if (!isReply) return {{}, {}, "the server's answer is no reply"};
+    if (reply.contains("error")) {
+        const json& error = reply["error"];
+        const json message = error.is_object() ? error.value("message", json()) : json();
+        return {{}, message.is_string() ? message.get<std::string>() : "refused", {}};
+    }
+    if (reply.value("id", json()) != id) return {{}, {}, "the server's answer is to another call"};
+    return {reply["result"], {}, {}};
+}
+
+} // namespace
+
+std::string Client::connect(const std::string& socketPath) {
+    FileError error = connectLocally(m_socket, socketPath.c_str());
+    const std::int64_t deadline = nowMs() + m_timeoutMs;
+    while (wouldBlock(error) && nowMs() < deadline) { // many others are connecting at this moment
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        error = connectLocally(m_socket, socketPath.c_str());
+    }
+    return error ? "no server at '" + socketPath + "': " + error.message() : std::string();
+}
+
+Answer Client::call(const std::string& method, const json& arguments) {
+    const int id = ++m_lastId;
+    const json request = {{"jsonrpc", "2.0"}, {"method", method}, {"params", arguments}, {"id", id}};
+    const Deadline deadline = nowMs() + m_timeoutMs;
+    std::string line;
+    std::string failure = send(request.dump(-1, ' ', false, json::error_handler_t::replace) + "\n", deadline);
+    // A server that turns the caller away says why before it closes.
+    const std::string received = receiveLine(line, deadline);
+    if (failure.empty() || received.empty()) failure = received;
+    return failure.empty() ? readAnswer(line, id) : Answer{{}, {}, failure};
+}
+
+/// Waits until the socket can send or has received something. @return what went wrong.
+std::string Client::wait(bool forSending, Deadline deadline) const {
+    const std::int64_t left = deadline - nowMs();
+    if (left <= 0) return "the server does not answer";
+    std::array<SocketWatch, 1> watched{{{&m_socket, !forSending, forSending}}};
+    const FileError error = waitForSockets(watched, static_cast<int>(std::min<std::int64_t>(left, 1000)));
+    return error ? error.message() : std::string();
+}
+
+std::string Client::send(std::string_view text, Deadline deadline) {
+    while (!text.empty()) {
+        std::size_t done = 0;
+        const FileError error = sendSome(m_socket, text.data(), text.size(), done);
+        if (error && !wouldBlock(error)) return "the server has closed the connection";
+        text.remove_prefix(done);
+        if (!error) continue;
+        if (std::string problem = wait(true, deadline); !problem.empty()) return problem;
+    }
+    return {};
+}
+
+std::string Client::receiveLine(std::string& line, Deadline deadline) {
+    std::array<char, 16 * 1024> chunk;
+    for (std::size_t scanned = 0;;) {
+        const std::size_t end = m_received.find('\n', scanned);
+        if (end != m_received.npos) {
+            line = m_received.substr(0, end);
+            m_received.erase(0, end + 1);
+            return {};
+        }
+        scanned = m_received.size();
+        std::size_t done = 0;
+        const FileError error = receiveSome(m_socket, chunk.data(), chunk.size(), done);
+        if (error && !wouldBlock(error)) return "the server has closed the connection";
+        if (!error && done == 0) return "the server has closed the connection";
+        m_received.append(chunk.data(), done);
+        if (!error) continue;
+        if (std::string problem = wait(false, deadline); !problem.empty()) return problem;
+    }
+}
+
+} // namespace qelcall

@@ -1,0 +1,107 @@
+// qelcall: calls a method of a running server from the command line.
+#include "client.h"
+#include "options.h"
+#include "progress_bar.h"
+
+#include <qel/system/report/version.h>
+
+#include <chrono>
+#include <cstdio>
+#include <thread>
+
+namespace {
+
+using namespace qelcall;
+using nlohmann::json;
+
+enum Status { kSuccess = 0, kRefused = 1, kWrongUsage = 2, kNoAnswer = 3 };
+
+constexpr std::chrono::milliseconds kLookAgain(100);
+
+void complain(const std::string& text) {
+    std::fprintf(stderr, "qelcall: %s\n", text.c_str());
+}
+
+void print(const json& result) {
+    std::printf("%s\n", result.dump(2, ' ', false, json::error_handler_t::replace).c_str());
+}
+
+/// @return the exit status that @p answer alone asks for; kSuccess when there is a result to look at.
+Status complainAbout(const Answer& answer) {
+    if (answer.result) return kSuccess;
+    complain(answer.failure.empty() ? answer.refusal : answer.failure);
+    return answer.failure.empty() ? kRefused : kNoAnswer;
+}
+
+std::string textOf(const json& job, const char* key) {
+    const json value = job.value(key, json());
+    return value.is_string() ? value.get<std::string>() : value.is_null() ? std::string() : value.dump();
+}
+
+/// The id of the job that a result tells of: the job's table, or its id alone.
+json jobIdOf(const json& result) {
+    return result.is_object() ? result.value("id", json()) : result;
+}
+
+Status finishJob(const json& job) {
+    if (textOf(job, "state") == "failed") {
+        complain("the job failed: " + textOf(job, "error"));
+        return kRefused;
+    }
+    print(job.value("result", json()));
+    return kSuccess;
+}
+
+/// Asks for the state of job @p id until it has ended.
+Status watchJob(Client& client, const json& id) {
+    ProgressBar bar;
+    for (;; std::this_thread::sleep_for(kLookAgain)) {
+        const Answer answer = client.call("jobs.state", json::array({id}));
+        const json job = answer.result.value_or(json());
+        const std::string state = job.is_object() ? textOf(job, "state") : std::string();
+        const bool isUnknown = answer.result && state.empty();
+        if (!answer.result || isUnknown) {
+            bar.end();
+            if (isUnknown) complain("no such job: " + id.dump());
+            return isUnknown ? kRefused : complainAbout(answer);
+        }
+        const json progress = job.value("progress", json());
+        bar.show(state, progress.is_number() ? progress.get<double>() : 0.0);
+        if (state != "done" && state != "failed") continue;
+        bar.end();
+        return finishJob(job);
+    }
+}
+
+Status run(const Options& options) {
+    Client client(options.timeoutMs);
+    if (const std::string problem = client.connect(options.socket); !problem.empty()) {
+        complain(problem);
+        return kNoAnswer;
+    }
+    const Answer answer = client.call(options.method, options.arguments);
+    if (const Status status = complainAbout(answer)) return status;
+    if (options.watch) return watchJob(client, jobIdOf(*answer.result));
+    print(*answer.result);
+    return kSuccess;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const Options options = parseOptions(argc, argv);
+    if (!options.problem.empty()) {
+        complain(options.problem);
+        std::fputs("Try 'qelcall --help'.\n", stderr);
+        return kWrongUsage;
+    }
+    if (options.help) {
+        std::fputs(usage(), stdout);
+        return kSuccess;
+    }
+    if (options.version) {
+        std::printf("%s\n", qel::Version::getAppTitle("qelcall").c_str());
+        return kSuccess;
+    }
+    return run(options);
+}
