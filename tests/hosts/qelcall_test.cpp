@@ -64,7 +64,12 @@ TEST_F(QelcallTest, PrintsResultsAndTellsSuccessByItsStatus) {
         },
         "", "");
     server.addRPC(
-        "end", [&](const RpcContext&) { server.stop(); }, "", "");
+        "end",
+        [&](const RpcContext& context) {
+            server.stop();
+            context.finish();
+        },
+        "", "");
     const std::string big = "\"" + std::string(100'000, 'x') + "\"";
     struct Case {
         std::vector<std::string> arguments;
