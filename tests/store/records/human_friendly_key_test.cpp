@@ -18,7 +18,9 @@ constexpr const char* kCountingText = "1G06Q-02M0P-6R1GF-G481X";
 int decode(const std::string& text, Value& value) {
     value.fill(0xEE);
     const int result = HumanFriendlyKey::decode80BitFromFourBlocks(value.data(), text.c_str());
-    if (result != 0) EXPECT_EQ(value, (Value{0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE}));
+    if (result != 0) {
+        EXPECT_EQ(value, (Value{0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE}));
+    }
     return result;
 }
 

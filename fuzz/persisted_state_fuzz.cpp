@@ -1,0 +1,156 @@
+// Records read from a store that somebody else wrote: whatever stands there, they load or log, what they had
+// stays readable, and no identifier or line number is given out twice.
+//
+// An input draws a kind of record and entries below its root. An entry is a path, which may begin with a name
+// that the record knows, and a value; both go on with bytes as they stand.
+#include <qel/foundation/log/message_stream.h>
+#include <qel/store/core/log_db.h>
+#include <qel/store/core/memory_store.h>
+#include <qel/store/records/guid_domain_db.h>
+#include <qel/store/records/options_db.h>
+#include <qel/system/core/system.h>
+
+#include <cstdlib>
+#include <set>
+#include <span>
+#include <string>
+
+using namespace qel;
+
+namespace {
+
+void require(bool holds) {
+    if (!holds) std::abort();
+}
+
+void checkOptions(const Item& root) {
+    for (int round = 0; round < 2; ++round) {
+        const auto options = makeObject<OptionsDB>(root);
+        for (const char* name : {"plain", "client_options:one", "group_options:two", ""}) {
+            options->addOption(name, "default", "Pool", "label", "description", 0x80);
+            const String expected = options->getValue(name).string();
+            require(!expected.empty());
+            require(options->getAllDirectValuesAsItem().hasScriptCode() == false);
+            require(round == 0 || expected == "default" || expected == "set");
+            options->getValueAsLong(name);
+            require(options->setValue(name, *name == 'p' ? "" : "set"));
+        }
+    }
+}
+
+void checkDomain(const Item& root) {
+    std::set<GUID> identifiers;
+    constexpr int kRounds = 3, kEach = 8;
+    for (int round = 0; round < kRounds; ++round) {
+        const auto database = makeObject<GUIDDomainDB>(root);
+        for (int i = 0; i < kEach; ++i) identifiers.insert(database->generateGUID());
+        const GUIDDomain domain = database->generateDomain();
+        require(database->hasDomain() || !domain.guid);
+        if (round == 0) database->flush(); // the round that follows starts from what was forgotten
+    }
+    require(identifiers.size() == kRounds * kEach);
+}
+
+/// The numbers of the lines below @p data. Foreign keys can lead a walk astray, so that it is bounded.
+std::set<int64> lineNumbers(const Item& data) {
+    std::set<int64> numbers;
+    Item key(data), parent;
+    int64 number;
+    for (int steps = 0; steps < 300 && data.getStore()->next(key, key); ++steps)
+        if (key.parent(parent) && parent == data && key.trail().getIterator().asInteger(number))
+            numbers.insert(number);
+    return numbers;
+}
+
+constexpr int64 kMaxCount = int64{1} << 62;
+
+void checkLog(const Item& root) {
+    int64 end = 0;
+    for (const int64 range : {int64{0}, int64{0}, int64{1}, INT64_MAX, INT64_MIN}) {
+        const auto log = makeObject<LogDB>(root);
+        require(log->getEnd() >= end && log->getBegin() <= log->getEnd());
+        require(!lineNumbers(log->getData()).contains(log->getEnd()));
+        log->setMaxNumLines(range == 0 ? 0 : 5);
+        log->setMaxTimeRange(range);
+        for (int time = 0; time < 3; ++time) {
+            LogMessage message(time, "line");
+            log->addLine(&message);
+        }
+        end = log->getEnd();
+        if (end > kMaxCount) end = 0; // not reached by counting: may start over once its lines are gone
+    }
+}
+
+/// A kind of record: the names below its root, and what must hold when it is opened there.
+struct RecordKind {
+    std::span<const char* const> names;
+    void (*check)(const Item& root);
+};
+
+constexpr const char* kOptionNames[] = {"plain", "client_options:one", "group_options:two", ""};
+constexpr const char* kDomainNames[] = {"base.guid",    "base.num",    "domainBits",
+                                        "personalBits", "domainIndex", "personalIndex"};
+constexpr const char* kLogNames[] = {"pos", "firstPos", "data"};
+
+constexpr RecordKind kKinds[] = {
+    {kOptionNames, &checkOptions},
+    {kDomainNames, &checkDomain},
+    {kLogNames, &checkLog},
+};
+
+/// Takes bytes from the front of an input; behind its end there are zeros.
+class Input {
+public:
+    explicit Input(ConstByteSpan bytes) : m_bytes(bytes) {}
+
+    bool empty() const { return m_bytes.empty(); }
+    unsigned take() {
+        if (m_bytes.empty()) return 0;
+        const unsigned byte = m_bytes[0];
+        m_bytes = {m_bytes.data + 1, m_bytes.size - 1};
+        return byte;
+    }
+    /// As many bytes as the next one tells, as an Item.
+    Item takeItem() {
+        const size_t size = std::min<size_t>(take(), m_bytes.size);
+        const Item item(Item::PlainMode, m_bytes.data, size);
+        m_bytes = {m_bytes.data + size, m_bytes.size - size};
+        return item;
+    }
+
+private:
+    ConstByteSpan m_bytes;
+};
+
+/// Bits of the byte that an entry begins with; the low six choose a name.
+constexpr unsigned kHasName = 0x40, kHasPath = 0x80;
+
+void fill(Store& store, const Item& root, const RecordKind& kind, Input& input) {
+    while (!input.empty()) {
+        const unsigned form = input.take();
+        Item key(root);
+        if ((form & kHasName) != 0) key.add(kind.names[(form & 0x3F) % kind.names.size()]);
+        if ((form & kHasPath) != 0) key.concatItem(input.takeItem());
+        store.set(key, input.takeItem());
+    }
+}
+
+void startSystem() {
+    logging::setConsoleWriter([](const logging::ConsoleLine&) {});
+    System::initialize({});
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8* data, size_t size) {
+    if (!internal::g_system) startSystem();
+    Input input({data, size});
+    const RecordKind& kind = kKinds[input.take() % std::size(kKinds)];
+    const auto store = makeObject<MemoryStore>();
+    Item root(store.get());
+    root.add("root");
+    root.store(Item());
+    fill(*store, root, kind, input);
+    kind.check(root);
+    return 0;
+}
