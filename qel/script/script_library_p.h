@@ -19,6 +19,8 @@ void fillStd(Object& table);
 void fillString(Object& table);
 /// The functions of `std` for threads and queues.
 void addThreadFunctions(Object& table);
+/// The functions of `std` that run programs.
+void addProcessFunctions(Object& table);
 /// "queue", "serial_queue".
 void addQueueFunctions(Object& table);
 /// "get_current_queue", "current_queue_is_aborting".

@@ -46,6 +46,7 @@ qel::String translateTo(const char* language, const char* key) {
 
 void fillStd(Object& table) {
     addThreadFunctions(table);
+    addProcessFunctions(table);
     table.asTable().squirrelFunction("dbg_showcontext", &showContext);
     addQueueFunctions(table);
     addFunction<&translate>(table, "tr");

@@ -113,6 +113,11 @@ public:
     /// @return 0, with nothing suspended, when @p vm is not the running thread.
     /// @errors a script error when the script was called through native code and so can't be suspended.
     SQInteger suspend(SQVM* vm, WakeCondition condition);
+    /// Whether @p vm is the handle of the running thread, so that suspend() can suspend it.
+    bool isRunning(SQVM* vm) const { return m_currentThread && m_currentThread->vm == vm; }
+    /// Calls @p work in each processEvents() until it returns true. It counts as no thread and must not add
+    /// further work.
+    void addBackgroundWork(std::function<bool()> work) { m_backgroundWork.push_back(std::move(work)); }
     /// Whether the running thread belongs to a queue that is being aborted.
     bool isCurrentThreadsAsyncQueueAborting() const;
 
@@ -156,6 +161,7 @@ private:
     ThreadList m_threads;
     Thread* m_currentThread = nullptr;
     bool m_ranThreads = false;
+    qel::Vector<std::function<bool()>> m_backgroundWork;
     std::unordered_set<qel::String> m_importedNames;
     qel::Vector<qel::String> m_importSearchPaths;
     std::unordered_map<qel::String, Import> m_importCallbacks;

@@ -44,6 +44,7 @@ void VM::processEvents() {
     for (auto thread = m_threads.begin(); thread != m_threads.end();) {
         thread = runThread(*thread) ? std::next(thread) : endThread(thread);
     }
+    std::erase_if(m_backgroundWork, [](const auto& work) { return work(); });
 }
 
 // Resumes or starts a thread that is ready. @return whether it goes on in a later pass.
@@ -71,7 +72,7 @@ VM::ThreadList::iterator VM::endThread(ThreadList::iterator thread) {
 }
 
 SQInteger VM::suspend(SQVM* vm, WakeCondition condition) {
-    if (!m_currentThread || m_currentThread->vm != vm) return 0;
+    if (!isRunning(vm)) return 0;
     SQInteger result = sq_suspendvm(vm);
     if (result != SQ_ERROR) m_currentThread->wakeCondition = std::move(condition);
     return result;

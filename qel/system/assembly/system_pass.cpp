@@ -1,6 +1,7 @@
 #include <qel/system/core/system.h>
 
 #include <qel/foundation/base/timed_references.h>
+#include <qel/process/killed_children.h>
 #include <qel/script/vm.h>
 #include <qel/system/tasks/main_pool.h>
 #include <qel/system/tasks/perfmon.h>
@@ -83,6 +84,7 @@ void System::runSteps(PassClock& time) {
     time.run("VM", m_vm->threadsActive(), [this] { m_vm->processEvents(); });
     time.run("Queue", m_mainPool->hasWork(), [this] { m_mainPool->processEvents(); });
     m_threadPool->processEvents();
+    internal::collectKilledChildren();
     time.run("Scheduler", m_scheduler->isDue(), [this] { m_scheduler->tick(); });
     if (m_backgroundMode) syncUnsaved();
     const bool hasFlushed = flushGUIDDomain();

@@ -1,0 +1,157 @@
+#include <qel/process/async_supervisor.h>
+
+#include <qel/foundation/log/message_stream.h>
+#include <qel/platform/file_system.h>
+#include <qel/process/process_packet_reader.h>
+#include <qel/process/process_packet_writer.h>
+#include <qel/process/process_protocol.h>
+#include <qel/system/core/system.h>
+
+#include <algorithm>
+
+namespace qel {
+
+namespace {
+
+constexpr uint32 kRoundMs = 10;
+constexpr uint32 kRestartPauseMs = 2000;
+constexpr uint32 kTimeToEndMs = 500;
+
+bool isThere(const String& path) {
+    platform::FileStatus status;
+    return !platform::readStatus(status, path.c_str());
+}
+
+} // namespace
+
+/// A queue whose owner may disable it for good.
+class AsyncSupervisor::Queue : public TaskQueue {
+public:
+    Queue() : TaskQueue(kDeleteIO) {}
+    using TaskQueue::disable;
+};
+
+AsyncSupervisor::AsyncSupervisor(const String& path) : m_path(path), m_queue(std::make_unique<Queue>()) {}
+
+AsyncSupervisor::~AsyncSupervisor() {
+    terminate();
+}
+
+void AsyncSupervisor::start() {
+    m_terminating = false;
+    auto loop = [this] { runLoop(); };
+    m_queue->pushTask(new TaskQueue::LambdaNoContextTask<decltype(loop)>(loop), 0);
+}
+
+void AsyncSupervisor::runLoop() {
+    while (!m_terminating) {
+        const uint32 begin = system()->getTime();
+        tick();
+        const uint32 passedMs = system()->getTime() - begin;
+        if (passedMs <= kRoundMs) System::sleep(kRoundMs - passedMs);
+    }
+}
+
+void AsyncSupervisor::tick() {
+    if (!m_process && !startWorker()) return;
+    if (m_restartRequested.exchange(false)) m_process->terminate(true);
+    const bool isRunning = m_process->tick();
+    if (m_terminating) return;
+    receivePackets();
+    if (isRunning) {
+        sendPackets();
+    } else {
+        loseWorker();
+    }
+}
+
+bool AsyncSupervisor::startWorker() {
+    const uint32 now = system()->getTime();
+    if (m_lastAlive && now - *m_lastAlive < kRestartPauseMs) return false;
+    if (m_path.empty()) return false;
+    if (!isThere(m_path)) {
+        logging::error() << "worker binary not found under path: " << m_path;
+        m_path.clear();
+        return false;
+    }
+    m_lastAlive = now; // one that ends before it is seen alive has its pause too
+    m_restartRequested = false;
+    m_process = new Process();
+    m_process->spawn(m_path, m_arguments, nullptr, false);
+    {
+        const MutexLock lock(m_mutex);
+        m_outgoing.clear();
+    }
+    onSubprocessStarted();
+    return true;
+}
+
+void AsyncSupervisor::receivePackets() {
+    ProcessPacketReader& reader = *m_process->getPacketReader();
+    while (!m_terminating) {
+        const SmartPointer<Packet> packet = reader.read();
+        if (!packet) return;
+        onPacket(packet.get());
+    }
+}
+
+void AsyncSupervisor::sendPackets() {
+    Vector<SmartPointer<Packet>> packets;
+    {
+        const MutexLock lock(m_mutex);
+        packets.swap(m_outgoing);
+    }
+    for (const SmartPointer<Packet>& packet : packets) m_process->getPacketWriter()->write(packet.get());
+    m_lastAlive = system()->getTime();
+}
+
+void AsyncSupervisor::loseWorker() {
+    logging::warning() << "subprocess quit unexpectedly, restarting";
+    onSubprocessQuit();
+    m_process.reset();
+}
+
+void AsyncSupervisor::enqueuePacket(Packet* packet) {
+    const MutexLock lock(m_mutex);
+    m_outgoing.emplace_back(packet);
+}
+
+// --- the end ---------------------------------------------------------------------------------------------
+
+void AsyncSupervisor::terminate() {
+    terminateAll({this});
+}
+
+void AsyncSupervisor::terminateAll(const Vector<AsyncSupervisor*>& supervisors) {
+    for (AsyncSupervisor* supervisor : supervisors) supervisor->m_terminating = true;
+    for (AsyncSupervisor* supervisor : supervisors) supervisor->m_queue->disable();
+    for (AsyncSupervisor* supervisor : supervisors) supervisor->askWorker();
+
+    const auto isAnyRunning = [&supervisors] {
+        bool running = false;
+        for (AsyncSupervisor* supervisor : supervisors) running = supervisor->isWorkerRunning() || running;
+        return running;
+    };
+    if (isAnyRunning()) {
+        const uint32 begin = system()->getTime();
+        while (isAnyRunning() && system()->getTime() - begin < kTimeToEndMs) System::sleep(1);
+    }
+    for (AsyncSupervisor* supervisor : supervisors) supervisor->endWorker();
+}
+
+void AsyncSupervisor::askWorker() {
+    if (!m_process) return;
+    const SmartPointer<Packet> packet(new Packet(ProcessProtocol::Terminate, 0));
+    m_process->getPacketWriter()->write(packet.get());
+}
+
+bool AsyncSupervisor::isWorkerRunning() {
+    return m_process && m_process->tick();
+}
+
+void AsyncSupervisor::endWorker() {
+    if (m_process) m_process->terminate(true);
+    m_process.reset();
+}
+
+} // namespace qel

@@ -1,0 +1,147 @@
+#include <qel/process/process_packet_reader.h>
+
+#include <qel/foundation/log/message_stream.h>
+#include <qel/system/core/system.h>
+
+namespace qel {
+
+namespace {
+
+constexpr uint32 kLinesBetweenTimeChecks = 256;
+/// Twice the bytes that a pipe holds: enough to take all that was there when the call began.
+constexpr size_t kMaxBytesPerCall = size_t{2} << 20;
+
+constexpr uint32 kLinesBeforeTrimming = 257;
+constexpr size_t kKeptLines = 256;
+/// Lines as long as a child may send them are not kept by the hundred.
+constexpr size_t kMaxKeptBytes = Process::kMaxLineBytes;
+constexpr uint32 kTooManyLines = 10'000;
+
+constexpr int kVerboseLevel = 0;
+constexpr int kInfoLevel = 1;
+constexpr int kWarningLevel = 2;
+constexpr int kErrorLevel = 3;
+
+} // namespace
+
+/// Watches over the length of a call.
+class ProcessPacketReader::Watch {
+public:
+    Watch(uint32 startTime, uint32 timeout) : m_startTime(startTime), m_timeout(timeout) {}
+
+    void beginStream() { m_bytes = 0; }
+    /// Whether the time is over.
+    bool isOver() const { return m_timeout != 0 && system()->getTime() - m_startTime > m_timeout; }
+    /// Notes a line that was taken. @return whether the time is over.
+    bool takeLine(const String& line) {
+        m_bytes += line.size() + 1;
+        return ++m_lines % kLinesBetweenTimeChecks == 0 && isOver();
+    }
+    /// Whether as much was taken of the stream as one call may.
+    bool isStreamOver() const { return m_bytes > kMaxBytesPerCall; }
+
+private:
+    uint32 m_startTime;
+    uint32 m_timeout;
+    uint32 m_lines = 0;
+    size_t m_bytes = 0;
+};
+
+ProcessPacketReader::ProcessPacketReader(Process* process) : m_process(process) {}
+
+ProcessPacketReader::~ProcessPacketReader() {
+    if (!m_kept.empty()) logTrimmed();
+}
+
+SmartPointer<Packet> ProcessPacketReader::read() {
+    return readTimeout(0, 0);
+}
+
+SmartPointer<Packet> ProcessPacketReader::readTimeout(uint32 startTime, uint32 timeout) {
+    Watch watch(startTime, timeout);
+    if (!m_process || watch.isOver() || !drainErrors(watch)) return nullptr;
+    return readOutput(watch);
+}
+
+/// @return false when the time is over.
+bool ProcessPacketReader::drainErrors(Watch& watch) {
+    watch.beginStream();
+    String line;
+    while (m_process && !watch.isStreamOver() && m_process->readErrLine(line)) {
+        if (!line.empty()) take(kError, line);
+        if (watch.takeLine(line)) return false;
+    }
+    return true;
+}
+
+SmartPointer<Packet> ProcessPacketReader::readOutput(Watch& watch) {
+    watch.beginStream();
+    String line;
+    while (m_process && !watch.isStreamOver() && m_process->readLine(line)) {
+        if (!line.empty()) {
+            if (SmartPointer<Packet> packet = Packet::createFromBase16String(line)) return packet;
+            take(classify(line), line);
+        }
+        if (watch.takeLine(line)) break;
+    }
+    return nullptr;
+}
+
+ProcessPacketReader::Kind ProcessPacketReader::classify(const String& line) const {
+    if (line.contains("[ERROR]")) return kError;
+    if (line.contains("[WARN]")) return kWarning;
+    if (line.contains("[VERBOSE]") || m_untaggedIsVerbose) return kVerbose;
+    return kUntagged;
+}
+
+int ProcessPacketReader::liveLevel(Kind kind) const {
+    if (kind == kVerbose) return kVerboseLevel;
+    return kind == kUntagged ? kInfoLevel : levelOfTrouble(kErrorLevel);
+}
+
+void ProcessPacketReader::log(int level, std::string_view text) {
+    if (m_process) m_processId = m_process->getProcessId();
+    logging::MessageStream stream(level, 2);
+    stream << "[PID:";
+    m_processId != 0 ? stream << m_processId : stream << "INVALID";
+    stream << "] " << m_logPrefix << text;
+}
+
+// --- the trimmed log -------------------------------------------------------------------------------------
+
+void ProcessPacketReader::take(Kind kind, const String& line) {
+    if (!m_isTrimmed || ++m_lineCount <= kLinesBeforeTrimming) return log(liveLevel(kind), line);
+    if (m_lineCount == kTooManyLines) log(kErrorLevel, "process produced too much log output");
+    keep(kind, line);
+}
+
+void ProcessPacketReader::keep(Kind kind, const String& line) {
+    m_kept.push_back({kind, line});
+    m_keptBytes += line.size();
+    while (m_kept.size() > kKeptLines || (m_keptBytes > kMaxKeptBytes && m_kept.size() > 1)) {
+        m_keptBytes -= m_kept.front().text.size();
+        m_kept.pop_front();
+        ++m_trimmed[kind];
+    }
+}
+
+void ProcessPacketReader::logTrimmed() {
+    const auto [untagged, warnings, errors, verbose] = m_trimmed;
+    const uint64 total = untagged + warnings + errors + verbose;
+    const int warningLevel = levelOfTrouble(kWarningLevel);
+    const String count = std::to_string(total);
+    const String errorCount = std::to_string(errors);
+    // The line about warnings prints the figure of the errors; who reads these logs expects it.
+    if (warnings != 0) log(warningLevel, "... trimmed " + count + " lines (" + errorCount + " warnings) ...");
+    if (errors != 0)
+        log(liveLevel(kError), "... trimmed " + count + " lines (" + errorCount + " errors) ...");
+    if (warnings != 0 || errors != 0) {
+        log(kInfoLevel, "... trimmed " + std::to_string(untagged + verbose) + " info/verbose lines ...");
+    } else if (total != 0) {
+        log(kInfoLevel, "... trimmed " + count + " lines ...");
+    }
+    for (const Line& line : m_kept)
+        log(line.kind == kWarning ? warningLevel : liveLevel(line.kind), line.text);
+}
+
+} // namespace qel
