@@ -1,0 +1,198 @@
+// Supervised workers; `cat` is a worker that sends every packet back and ignores Terminate.
+#include <tests/process/process_fixture.h>
+
+#include <qel/process/async_supervisor.h>
+#include <qel/process/process_protocol.h>
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <csignal>
+#include <memory>
+#include <vector>
+
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+namespace qel::test {
+namespace {
+
+using namespace testing;
+
+/// Counts what happens.
+class Supervisor : public AsyncSupervisor {
+public:
+    explicit Supervisor(const std::string& path) : AsyncSupervisor(path) { disableSmartPointers(); }
+    ~Supervisor() override { terminate(); }
+
+    using AsyncSupervisor::enqueuePacket;
+    using AsyncSupervisor::getProcess;
+    using AsyncSupervisor::m_arguments;
+    using AsyncSupervisor::restartWorker;
+    using AsyncSupervisor::start;
+    using AsyncSupervisor::terminate;
+    using AsyncSupervisor::tick;
+
+    void enqueue(int64 index) {
+        const SmartPointer<Packet> packet(new Packet(ProcessProtocol::PluginsHashes, 0));
+        packet->setInteger("index", index);
+        enqueuePacket(packet.get());
+    }
+    std::vector<int64> received() const {
+        const MutexLock lock(m_mutex);
+        return m_received;
+    }
+
+    std::atomic<int> started{0};
+    std::atomic<int> quit{0};
+    std::atomic<int64> workerId{0};
+
+private:
+    void onSubprocessStarted() override {
+        workerId = getProcess()->getProcessId();
+        ++started;
+        enqueue(started);
+    }
+    void onSubprocessQuit() override { ++quit; }
+    void onPacket(Packet* packet) override {
+        const MutexLock lock(m_mutex);
+        m_received.push_back(packet->fit(ProcessProtocol::PluginsHashes) ? packet->getInteger("index") : -1);
+    }
+
+    mutable Mutex m_mutex;
+    std::vector<int64> m_received QEL_GUARDED_BY(m_mutex);
+};
+
+constexpr const char* kQuit = "subprocess quit unexpectedly, restarting";
+
+class Supervision : public ProcessFixture {
+protected:
+    /// Drives rounds until @p condition holds, without letting time pass.
+    void roundsUntil(Supervisor& supervisor, const std::function<bool()>& condition) {
+        waitUntil([&] {
+            supervisor.tick();
+            return condition();
+        });
+    }
+
+    LogCapture capture;
+};
+
+TEST_F(Supervision, AMissingWorkerIsReportedOnce) {
+    Supervisor supervisor("/nowhere/worker");
+    for (int i = 0; i < 3; ++i) {
+        supervisor.tick();
+        clock.advanceMs(5000);
+    }
+    capture.expect(3, "worker binary not found under path: /nowhere/worker");
+    EXPECT_EQ(supervisor.started, 0);
+}
+
+TEST_F(Supervision, AWorkerThatEndsOrCannotStartIsTriedAgainAfterTwoSecondsAlsoOverTheWrapOfTheClock) {
+    const ScratchFolder folder;
+    clock.advanceMs(0xFFFFFFFFLL - 3'000);
+    for (const char* content : {"#!/bin/sh\nexit 1\n", "no program"}) {
+        const std::string path = folder.write("worker", content);
+        chmod(path.c_str(), *content == '#' ? 0755 : 0644);
+        Supervisor supervisor(path);
+        for (int round = 1; round <= 3; ++round) {
+            roundsUntil(supervisor, [&] { return supervisor.quit == round; });
+            clock.advanceMs(1999);
+            supervisor.tick();
+            EXPECT_EQ(supervisor.started, round);
+            capture.expect(2, kQuit);
+            clock.advanceMs(1);
+        }
+        capture.take();
+    }
+}
+
+TEST_F(Supervision, PacketsGoBothWaysInOrderAndThoseFromBeforeTheStartAreDropped) {
+    Supervisor supervisor("/bin/cat");
+    supervisor.enqueue(99);
+    supervisor.tick();
+    supervisor.enqueue(2);
+    supervisor.enqueue(3);
+    roundsUntil(supervisor, [&] { return supervisor.received().size() == 3; });
+    EXPECT_THAT(supervisor.received(), ElementsAre(1, 2, 3));
+}
+
+TEST_F(Supervision, WhatAWorkerSentBeforeItDiedIsDelivered) {
+    Supervisor supervisor("/bin/sh");
+    // Sends the first packet twice, half of it once more, floods standard error and dies.
+    supervisor.m_arguments = {"sh", "-c",
+                              "read p; echo $p; echo $p; printf %.20s $p; seq 1000 >&2; kill -9 $$"};
+    roundsUntil(supervisor, [&] { return supervisor.quit == 1; });
+    EXPECT_THAT(supervisor.received(), ElementsAre(1, 1));
+    EXPECT_EQ(capture.take().size(), 1 + 1000 + 1u);
+}
+
+TEST_F(Supervision, AHangingWorkerIsReplacedOnDemand) {
+    Supervisor supervisor("/bin/cat");
+    supervisor.tick();
+    kill(static_cast<pid_t>(supervisor.workerId), SIGSTOP);
+    supervisor.tick();
+    supervisor.restartWorker();
+    supervisor.tick();
+    EXPECT_EQ(supervisor.quit, 1);
+    capture.expect(2, kQuit);
+    clock.advanceMs(2000);
+    roundsUntil(supervisor, [&] { return supervisor.received() == std::vector<int64>{2}; });
+}
+
+TEST_F(Supervision, AHundredKilledWorkersComeBackAndLeaveNothing) {
+    const int descriptors = countDescriptors();
+    {
+        Supervisor supervisor("/bin/cat");
+        supervisor.start(); // each sleep of its loop moves the clock on
+        for (int round = 1; round <= 100; ++round) {
+            waitUntil([&] { return supervisor.received().size() >= static_cast<size_t>(round); });
+            EXPECT_EQ(supervisor.received().back(), round);
+            kill(static_cast<pid_t>(supervisor.workerId), SIGKILL);
+        }
+        waitUntil([&] { return supervisor.quit == 100; });
+    }
+    for (int i = 0; i < 100; ++i) capture.expect(2, kQuit);
+    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
+    EXPECT_EQ(countDescriptors(), descriptors);
+}
+
+TEST_F(Supervision, ManyWorkersThatIgnoreTerminateStopInTheTimeOfOne) {
+    std::vector<std::unique_ptr<Supervisor>> supervisors;
+    Vector<AsyncSupervisor*> all;
+    for (int i = 0; i < 64; ++i) {
+        supervisors.push_back(std::make_unique<Supervisor>("/bin/cat"));
+        all.push_back(supervisors.back().get());
+        supervisors.back()->tick();
+    }
+    const int64 begin = clock.steadyNanoseconds();
+    AsyncSupervisor::terminateAll(all);
+    EXPECT_EQ((clock.steadyNanoseconds() - begin) / 1'000'000, 500); // sleeps of 1 ms on the manual clock
+    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
+}
+
+/// A clock that gives workers all the time that they need.
+class PatientClock : public ManualClock {
+public:
+    using ManualClock::ManualClock;
+    void sleep(unsigned) override { std::this_thread::yield(); }
+};
+
+TEST_F(Supervision, AWorkerThatHeedsTerminateEndsByItselfAndNoOtherIsStarted) {
+    const ScratchFolder folder;
+    PatientClock patient(clock.steadyNanoseconds());
+    Clock::install(&patient);
+    Supervisor supervisor("/bin/sh");
+    supervisor.m_arguments = {"sh", "-c", "read a; echo $a; read b; echo $b > \"$0\"", folder.path("end")};
+    supervisor.start();
+    waitUntil([&] { return supervisor.received().size() == 1; });
+    supervisor.terminate();
+    EXPECT_EQ(folder.read("end"), "PKTB16[0000FFFF0100020000000000]\n");
+    supervisor.start();
+    supervisor.terminate();
+    EXPECT_EQ(supervisor.started, 1);
+    EXPECT_EQ(supervisor.quit, 0);
+}
+
+} // namespace
+} // namespace qel::test

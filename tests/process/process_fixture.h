@@ -1,0 +1,61 @@
+// Child programs of tests.
+#pragma once
+
+#include <qel/platform/child_process.h>
+#include <qel/process/process.h>
+#include <qel/process/process_packet_reader.h>
+#include <tests/support/log_capture.h>
+#include <tests/support/scratch_folder.h>
+#include <tests/support/system_fixture.h>
+
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <thread>
+#include <utility>
+
+namespace qel::test {
+
+/// Calls @p step until it is true. Nothing bounds it but the limit of the whole test.
+inline void waitUntil(const std::function<bool()>& step) {
+    while (!step()) std::this_thread::yield();
+}
+
+/// How many descriptors this process has open.
+inline int countDescriptors() {
+    int count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd"))
+        count += !entry.path().empty();
+    return count;
+}
+
+/// Starts shell scripts as children and reads them.
+class ProcessFixture : public SystemFixture {
+protected:
+    using Pointer = SmartPointer<Process>;
+
+    /// Starts @p script with @p argument as its $0, without a line in the log.
+    static Pointer runShell(const std::string& script, const std::string& argument = "") {
+        Pointer process(new Process());
+        EXPECT_TRUE(process->spawn("/bin/sh", {"sh", "-c", script, argument}, nullptr, true));
+        return process;
+    }
+    /// The next line of standard output, waited for.
+    static std::string line(Process& process) { return next(process, &Process::readLine); }
+    /// The next line of standard error, waited for.
+    static std::string errorLine(Process& process) { return next(process, &Process::readErrLine); }
+    /// Waits for the end of the child. @return its exit status.
+    static int finish(Process& process) {
+        waitUntil([&process] { return !process.tick(); });
+        return process.exitStatus();
+    }
+
+private:
+    static std::string next(Process& process, bool (Process::*read)(String&)) {
+        String text;
+        waitUntil([&] { return (process.*read)(text); });
+        return text;
+    }
+};
+
+} // namespace qel::test

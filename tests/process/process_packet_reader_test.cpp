@@ -1,0 +1,220 @@
+// Packets from a child, and its other lines in the log.
+#include <tests/process/process_fixture.h>
+
+#include <qel/process/process_packet_writer.h>
+#include <qel/process/process_protocol.h>
+
+#include <gmock/gmock.h>
+
+#include <unistd.h>
+
+namespace qel::test {
+namespace {
+
+using namespace testing;
+
+// Port 3, no reply port, id 1, flags 2; static size 0, version 0.
+constexpr const char* kTerminate = "PKTB16[0300FFFF0100020000000000]";
+
+class PacketLines : public ProcessFixture {
+protected:
+    /// A child that has written @p output and, to standard error, @p errors, and has ended.
+    Pointer childOf(const std::string& output, const std::string& errors = "") {
+        const std::string out = m_folder.write("out", output);
+        const std::string error = m_folder.write("error", errors);
+        Pointer process = runShell("cat \"$0/out\"; cat \"$0/error\" >&2", m_folder.path());
+        finish(*process);
+        m_prefix = "[PID:" + std::to_string(process->getProcessId()) + "] ";
+        return process;
+    }
+    LogLine logged(int level, const std::string& text) const { return {level, 2, m_prefix + text}; }
+    static std::string repeat(int from, int to, const std::string& tag = "") {
+        std::string lines;
+        for (int i = from; i <= to; ++i) lines += tag + std::to_string(i) + "\n";
+        return lines;
+    }
+
+    LogCapture capture;
+
+private:
+    ScratchFolder m_folder;
+    std::string m_prefix;
+};
+
+TEST_F(PacketLines, APacketIsReturnedAndWhatIsBehindItWaits) {
+    const Pointer process =
+        childOf("before\n\n" + std::string(kTerminate) + "\nPKTB16[00]\nbehind\nPKTB16[open\n");
+    ProcessPacketReader& reader = *process->getPacketReader();
+    const SmartPointer<Packet> packet = reader.read();
+    ASSERT_TRUE(packet);
+    EXPECT_EQ(packet->getPort(), 3);
+    EXPECT_TRUE(packet->fit(ProcessProtocol::Terminate));
+    EXPECT_THAT(capture.take(), ElementsAre(logged(1, "before")));
+    EXPECT_FALSE(reader.read());
+    EXPECT_THAT(capture.take(),
+                ElementsAre(LogLine{2, 2, "corrupt base16 packet encoding"}, logged(1, "PKTB16[00]"),
+                            logged(1, "behind"), logged(1, "PKTB16[open")));
+    process->terminate(false);
+    EXPECT_FALSE(reader.valid());
+    EXPECT_FALSE(reader.read());
+}
+
+TEST_F(PacketLines, TagsDecideTheLevelAndStandardErrorComesFirst) {
+    struct Case {
+        bool redirect, asInfo;
+        int plain, trouble;
+    };
+    for (const auto& [redirect, asInfo, plain, trouble] :
+         {Case{false, false, 1, 3}, Case{true, false, 0, 3}, Case{false, true, 1, 1}}) {
+        const Pointer process =
+            childOf("plain\n[WARN] w\n[VERBOSE] v\n[WARN] [ERROR] e\n", "[VERBOSE] err\n");
+        ProcessPacketReader& reader = *process->getPacketReader();
+        reader.setLogPrefix("tool: ");
+        reader.setRedirectUntaggedToVerbose(redirect);
+        reader.setStderrAsInfo(asInfo);
+        EXPECT_FALSE(reader.read());
+        EXPECT_THAT(capture.take(),
+                    ElementsAre(logged(trouble, "tool: [VERBOSE] err"), logged(plain, "tool: plain"),
+                                logged(trouble, "tool: [WARN] w"), logged(0, "tool: [VERBOSE] v"),
+                                logged(trouble, "tool: [WARN] [ERROR] e")));
+    }
+}
+
+TEST_F(PacketLines, ATimeoutIsLookedAtOnEntryAndEvery256Lines) {
+    const Pointer process = childOf(repeat(1, 600));
+    ProcessPacketReader& reader = *process->getPacketReader();
+    const uint32 now = system().getTime();
+    EXPECT_FALSE(reader.readTimeout(now - 11, 10));
+    EXPECT_EQ(capture.take().size(), 0u);
+    clock.advanceMs(10);
+    EXPECT_FALSE(reader.readTimeout(now, 10)); // not exceeded yet
+    EXPECT_EQ(capture.take().size(), 600u);
+}
+
+// --- trimming --------------------------------------------------------------------------------------------
+
+TEST_F(PacketLines, TheEndOfAModestFloodIsHeldUntilTheReaderDies) {
+    Pointer process = childOf(repeat(1, 300));
+    process->getPacketReader()->enableTrimmedLog();
+    EXPECT_FALSE(process->getPacketReader()->read());
+    EXPECT_EQ(capture.take().size(), 257u);
+    process.reset();
+    const std::vector<LogLine> rest = capture.take();
+    ASSERT_EQ(rest.size(), 43u);
+    EXPECT_EQ(rest.front(), logged(1, "258"));
+    EXPECT_EQ(rest.back(), logged(1, "300"));
+}
+
+TEST_F(PacketLines, WhatAFloodDropsIsCountedByWhatDroppedIt) {
+    // 257 go out, 256 fill the rest; then 3 warnings, 2 errors and 4 others each drop one.
+    const std::string flood = repeat(1, 257 + 256) + repeat(1, 3, "[WARN] ") + repeat(1, 2, "[ERROR] ") +
+                              repeat(1, 3) + repeat(1, 1, "[VERBOSE] ");
+    const struct {
+        std::string output;
+        bool asInfo;
+        std::vector<std::pair<int, std::string>> summary;
+    } cases[] = {
+        {flood,
+         false,
+         {{2, "... trimmed 9 lines (2 warnings) ..."},
+          {3, "... trimmed 9 lines (2 errors) ..."},
+          {1, "... trimmed 4 info/verbose lines ..."}}},
+        {flood,
+         true,
+         {{1, "... trimmed 9 lines (2 warnings) ..."},
+          {1, "... trimmed 9 lines (2 errors) ..."},
+          {1, "... trimmed 4 info/verbose lines ..."}}},
+        {repeat(1, 257 + 258), false, {{1, "... trimmed 2 lines ..."}}},
+    };
+    for (const auto& [output, asInfo, summary] : cases) {
+        Pointer process = childOf(output);
+        process->getPacketReader()->enableTrimmedLog();
+        process->getPacketReader()->setStderrAsInfo(asInfo);
+        EXPECT_FALSE(process->getPacketReader()->read());
+        EXPECT_EQ(capture.take().size(), 257u);
+        process.reset();
+        std::vector<LogLine> rest = capture.take();
+        ASSERT_EQ(rest.size(), summary.size() + 256);
+        for (size_t i = 0; i < summary.size(); ++i)
+            EXPECT_EQ(rest[i], logged(summary[i].first, summary[i].second));
+        if (summary.size() > 1) {
+            EXPECT_EQ(rest[rest.size() - 9], logged(asInfo ? 1 : 2, "[WARN] 1")); // not an error here
+            EXPECT_EQ(rest[rest.size() - 5], logged(asInfo ? 1 : 3, "[ERROR] 2"));
+            EXPECT_EQ(rest.back(), logged(0, "[VERBOSE] 1"));
+        }
+    }
+}
+
+TEST_F(PacketLines, TenThousandLinesAreTooMuchAndThatIsSaidOnce) {
+    Pointer process = childOf(repeat(1, 9999));
+    process->getPacketReader()->enableTrimmedLog();
+    EXPECT_FALSE(process->getPacketReader()->read());
+    EXPECT_EQ(capture.take().size(), 257u);
+    process.reset();
+    capture.take();
+    process = childOf(repeat(1, 10'002));
+    process->getPacketReader()->enableTrimmedLog();
+    EXPECT_FALSE(process->getPacketReader()->read());
+    EXPECT_EQ(capture.take().back(), logged(3, "process produced too much log output"));
+    process.reset();
+    EXPECT_EQ(capture.take().front(), logged(1, "... trimmed 9489 lines ..."));
+}
+
+TEST_F(PacketLines, AChildThatNeverStopsWritingKeepsNobodyFromItsPackets) {
+    const Pointer process = runShell("yes x >&2 & echo '" + std::string(kTerminate) + "'; yes y");
+    SmartPointer<Packet> packet;
+    waitUntil([&] {
+        capture.take();
+        packet = process->getPacketReader()->read();
+        return packet != nullptr;
+    });
+    EXPECT_FALSE(process->getPacketReader()->read());
+    process->terminate(true);
+    capture.take();
+}
+
+// --- writing ---------------------------------------------------------------------------------------------
+
+TEST_F(PacketLines, PacketsTravelBothWaysWithTheWritersPort) {
+    const Pointer process = runShell("cat");
+    ProcessPacketWriter& writer = *process->getPacketWriter();
+    const SmartPointer<Packet> packet(new Packet(ProcessProtocol::PluginsHashes, 5));
+    packet->setString("startupScript", "main.sq");
+    packet->setInteger("index", -2);
+    for (const short port : {short(9), short(-7)}) {
+        writer.setPort(port);
+        writer.write(packet.get());
+        EXPECT_EQ(packet->getPort(), port);
+    }
+    writer.disablePort();
+    packet->setPort(4);
+    writer.write(packet.get());
+    for (const short port : {short(9), short(-7), short(4)}) {
+        SmartPointer<Packet> echo;
+        waitUntil([&] { return (echo = process->getPacketReader()->read()) != nullptr; });
+        ASSERT_TRUE(echo->fit(ProcessProtocol::PluginsHashes));
+        EXPECT_EQ(echo->getPort(), port);
+        EXPECT_STREQ(echo->getString("startupScript"), "main.sq");
+        EXPECT_EQ(echo->getInteger("index"), -2);
+    }
+    process->closeStdin();
+    EXPECT_FALSE(writer.valid());
+    writer.write(packet.get());
+}
+
+TEST_F(PacketLines, ProtocolPacketsHaveTheseBytes) {
+    EXPECT_EQ(Packet(ProcessProtocol::Terminate, 3).convertToBase16String(), kTerminate);
+    Packet hashes(ProcessProtocol::PluginsHashes, 0);
+    hashes.setString("initScript", "a");
+    hashes.setInteger("index", 7);
+    EXPECT_EQ(hashes.convertToBase16String(), "PKTB16[0000FFFFEB030200" // header: id 1003, flags 2
+                                              "00000000"
+                                              "02000000"
+                                              "00000000" // counts
+                                              "07000000"
+                                              "6100"
+                                              "10000000]"); // index, text, static size 16
+}
+
+} // namespace
+} // namespace qel::test

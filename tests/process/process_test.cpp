@@ -1,0 +1,331 @@
+// A child's life, its streams and its lines, with real children of the shell.
+#include <tests/process/process_fixture.h>
+
+#include <qel/platform/file_system.h>
+#include <qel/process/killed_children.h>
+#include <qel/process/stream_queues_p.h>
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <vector>
+
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace qel::test {
+namespace {
+
+using namespace testing;
+
+bool hasZombie() {
+    int status = 0;
+    return waitpid(-1, &status, WNOHANG | WNOWAIT) > 0;
+}
+
+class ProcessLife : public ProcessFixture {};
+
+TEST_F(ProcessLife, ExitStatusIsTheChildsOrTellsItsSignalAndIsKept) {
+    EXPECT_EQ(runShell("exit 0")->exitStatus(), 0);
+    const Pointer process = runShell("exit 7");
+    EXPECT_EQ(finish(*process), 7);
+    EXPECT_FALSE(process->tick());
+    EXPECT_EQ(process->exitStatus(), 7);
+    EXPECT_TRUE(process->terminate(true));
+    EXPECT_EQ(process->exitStatus(), 7);
+    EXPECT_EQ(finish(*runShell("kill -SEGV $$")), 128 + SIGSEGV);
+}
+
+TEST_F(ProcessLife, TerminateKillsWhateverTheChildDoesAboutIt) {
+    for (const char* script :
+         {"trap '' TERM INT HUP; echo up; while :; do read x; done", "echo up; kill -STOP $$"}) {
+        const Pointer process = runShell(script);
+        EXPECT_EQ(line(*process), "up");
+        EXPECT_TRUE(process->tick());
+        EXPECT_TRUE(process->terminate(true));
+        EXPECT_FALSE(process->tick());
+        EXPECT_EQ(process->exitStatus(), -1);
+        EXPECT_FALSE(Process::exists(process->getProcessId()));
+        EXPECT_FALSE(hasZombie());
+    }
+}
+
+TEST_F(ProcessLife, ABreakReachesTheWholeProcessGroup) {
+    const Pointer process =
+        runShell("sh -c 'trap \"echo inner\" INT; echo up; read x' & trap 'echo outer' INT; "
+                 "while ! wait; do :; done");
+    EXPECT_EQ(line(*process), "up");
+    process->sendBreak();
+    EXPECT_THAT((Set<std::string>{line(*process), line(*process)}), UnorderedElementsAre("inner", "outer"));
+}
+
+TEST_F(ProcessLife, ArgumentsArriveAsTheyAreAndTheLogShowsThemAsOneLine) {
+    const std::string hostile = " $(touch ran) `touch ran` \"'\\-rf * ";
+    LogCapture capture;
+    Process process;
+    process.disableSmartPointers();
+    ASSERT_TRUE(process.spawn("printf", {"printf", "<%s>\\n", hostile, "", "-n"}, nullptr, false));
+    EXPECT_EQ(line(process), "<" + hostile + ">");
+    EXPECT_EQ(line(process), "<>");
+    EXPECT_EQ(line(process), "<-n>");
+    capture.expect(0, "[PID:" + std::to_string(process.getProcessId()) +
+                          "] started process 'printf <%s>\\n \"$(touch ran) `touch ran` \"'\\-rf *\"  -n'");
+}
+
+TEST_F(ProcessLife, AChildSeesThreePipesInItsFolderWithCleanSignals) {
+    const ScratchFolder folder;
+    const auto before = std::signal(SIGPIPE, SIG_IGN);
+    std::FILE* inheritable = std::fopen(folder.write("open", "").c_str(), "r");
+    Process process;
+    process.disableSmartPointers();
+    // The folder that lists them is descriptor 3.
+    const char* script = "pwd; ls /proc/self/fd | tr '\\n' ' '; echo; kill -PIPE $$; echo ignored";
+    ASSERT_TRUE(process.spawn("/bin/sh", {"sh", "-c", script}, folder.path().c_str(), true));
+    EXPECT_EQ(line(process), folder.path());
+    EXPECT_EQ(line(process), "0 1 2 3 ");
+    EXPECT_EQ(finish(process), 128 + SIGPIPE);
+    std::fclose(inheritable);
+    std::signal(SIGPIPE, before);
+}
+
+TEST_F(ProcessLife, WhyAProgramDidNotStartIsStoredAndLogged) {
+    const ScratchFolder folder;
+    const std::string noProgram = folder.write("no program", "text");
+    const std::string broken = folder.write("broken", "\x01\x02 no code");
+    chmod(broken.c_str(), 0755);
+    const std::pair<std::string, int> cases[] = {{folder.path("missing"), ENOENT},
+                                                 {"qel-no-such-program", ENOENT},
+                                                 {noProgram, EACCES},
+                                                 {broken, ENOEXEC},
+                                                 {"", ENOENT}};
+    const int descriptors = countDescriptors();
+    for (const auto& [path, code] : cases) {
+        LogCapture capture;
+        Process process;
+        process.disableSmartPointers();
+        EXPECT_FALSE(process.spawn(path));
+        EXPECT_TRUE(process.error());
+        EXPECT_EQ(process.errorText(), std::strerror(code)) << path;
+        EXPECT_FALSE(process.tick());
+        EXPECT_TRUE(process.isEOF());
+        const std::string command = path.find(' ') == path.npos ? path : "\"" + path + "\"";
+        capture.expect(3, "starting process '" + command + "' failed, error: " + std::to_string(code));
+        const std::string last = "can not start subprocess " + path + " error: " + std::strerror(code);
+        capture.expect(3, last);
+        Process quiet;
+        quiet.disableSmartPointers();
+        EXPECT_FALSE(quiet.spawn(path, {path}, nullptr, true));
+        EXPECT_THAT(capture.take(), ElementsAre(LogLine{3, 2, last}));
+    }
+    EXPECT_EQ(countDescriptors(), descriptors);
+}
+
+TEST_F(ProcessLife, WithoutDescriptorsNothingStartsAndNothingLeaks) {
+    rlimit before{};
+    getrlimit(RLIMIT_NOFILE, &before);
+    const int probe = dup(0);
+    close(probe);
+    for (rlim_t room = 0; room < 6; ++room) {
+        LogCapture capture;
+        const rlimit tight{static_cast<rlim_t>(probe) + room, before.rlim_max};
+        setrlimit(RLIMIT_NOFILE, &tight);
+        Process process;
+        process.disableSmartPointers();
+        EXPECT_FALSE(process.spawn("/bin/true", {"true"}, nullptr, true));
+        setrlimit(RLIMIT_NOFILE, &before);
+        EXPECT_EQ(process.errorText(), std::strerror(EMFILE));
+        EXPECT_EQ(capture.take().size(), 1u);
+        const int next = dup(0);
+        close(next);
+        EXPECT_EQ(next, probe);
+    }
+}
+
+TEST_F(ProcessLife, AChildThatOthersCollectedIsReportedAndNotKilledByItsNumber) {
+    const Pointer process = runShell("exit 3");
+    int status = 0;
+    ASSERT_EQ(waitpid(static_cast<pid_t>(process->getProcessId()), &status, 0), process->getProcessId());
+    LogCapture capture;
+    EXPECT_FALSE(process->tick());
+    capture.expect(3, "Failed to retrieve process exit code, trying to terminate it");
+    capture.expect(3, "Unable to terminate invalid state process");
+    EXPECT_EQ(process->errorText(), std::strerror(ECHILD));
+    EXPECT_EQ(process->exitStatus(), -1);
+}
+
+TEST_F(ProcessLife, AKilledChildLeavesNoZombieOnceAPassHasSeenItsEnd) {
+    runShell("read x");
+    waitUntil([this] {
+        passAfter(1);
+        return waitpid(-1, nullptr, WNOHANG) == -1;
+    });
+    EXPECT_EQ(errno, ECHILD);
+}
+
+TEST_F(ProcessLife, AThousandChildrenLeaveNoDescriptorNoZombieAndNoTornLine) {
+    const int descriptors = countDescriptors();
+    for (int i = 0; i < 1000; ++i) {
+        Process process;
+        process.disableSmartPointers();
+        const std::string text = std::to_string(i);
+        ASSERT_TRUE(process.spawn("/bin/echo", {"echo", text}, nullptr, true));
+        if (i % 10 == 0) continue; // killed at some moment
+        ASSERT_EQ(finish(process), 0);
+        ASSERT_EQ(line(process), text);
+    }
+    waitUntil([] {
+        internal::collectKilledChildren();
+        return waitpid(-1, nullptr, WNOHANG) == -1;
+    });
+    EXPECT_EQ(countDescriptors(), descriptors);
+}
+
+// --- streams
+// -------------------------------------------------------------------------------------------------
+
+class ProcessStreams : public ProcessFixture {};
+
+TEST_F(ProcessStreams, LinesEndAtEitherMarkAndTheLastOneWithTheStream) {
+    const Pointer process = runShell("printf 'one\\ntwo\\r\\nthree\\n\\nlast'; printf 'bad\\n' >&2");
+    EXPECT_EQ(finish(*process), 0);
+    for (const char* expected : {"one", "two", "", "three", ""}) EXPECT_EQ(line(*process), expected);
+    String text = "untouched";
+    EXPECT_FALSE(process->readLine(text));
+    EXPECT_FALSE(process->isEOF());
+    process->terminate(false);
+    EXPECT_FALSE(process->isEOF());
+    EXPECT_TRUE(process->readLine(text));
+    EXPECT_EQ(text, "last");
+    EXPECT_TRUE(process->isEOF());
+    EXPECT_FALSE(process->isErrEOF());
+    EXPECT_EQ(errorLine(*process), "bad");
+    EXPECT_TRUE(process->isErrEOF());
+    EXPECT_FALSE(process->readLine(text));
+}
+
+TEST_F(ProcessStreams, ReadActionTellsOnceThatSomethingCame) {
+    const Pointer process = runShell("echo x; read y");
+    EXPECT_EQ(line(*process), "x");
+    EXPECT_TRUE(process->popReadAction());
+    EXPECT_FALSE(process->popReadAction());
+}
+
+TEST_F(ProcessStreams, WhatIsWrittenArrivesWholeThoughTheChildReadsLate) {
+    const String megabyte(1 << 20, 'x');
+    const std::string size = std::to_string(5 * (megabyte.size() + 1));
+    const Pointer process = runShell("echo up; kill -STOP $$; head -c " + size + " | md5sum");
+    EXPECT_EQ(line(*process), "up");
+    for (int i = 0; i < 5; ++i) process->writeLine(megabyte);
+    kill(static_cast<pid_t>(process->getProcessId()), SIGCONT);
+    EXPECT_EQ(line(*process), "35dd7867b701b2a21d5bb0a1dd5b84d9  -");
+}
+
+TEST_F(ProcessStreams, AStreamThatTheChildClosedStopsNeitherSide) {
+    const Pointer process = runShell("exec 0<&- 1>&-; echo up >&2; while :; do sleep 9; done");
+    EXPECT_EQ(errorLine(*process), "up");
+    for (int i = 0; i < 3; ++i) process->writeLine(String(1 << 20, 'x'));
+    EXPECT_TRUE(process->tick());
+    EXPECT_FALSE(process->error());
+    EXPECT_FALSE(process->isEOF());
+}
+
+/// Reads and writes a socket in place of a child.
+class Wire : public Process {
+public:
+    Wire() {
+        disableSmartPointers();
+        int ends[2];
+        EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, ends), 0);
+        far = platform::FileHandle(ends[1]);
+        connect({}, platform::FileHandle(ends[0]), {});
+    }
+
+    platform::FileHandle far;
+};
+
+TEST_F(ProcessStreams, AnEndOrAnErrorOfAStreamClosesIt) {
+    String text;
+    Wire ended;
+    size_t done = 0;
+    ended.far.write("last", 4, done);
+    EXPECT_FALSE(ended.readLine(text));
+    ended.far.close();
+    EXPECT_TRUE(ended.readLine(text));
+    EXPECT_EQ(text, "last");
+    EXPECT_TRUE(ended.isEOF());
+    EXPECT_FALSE(ended.error());
+
+    struct Broken : platform::FileFaults {
+        platform::FileError before(platform::FileOperation operation, size_t&) override {
+            return operation == platform::FileOperation::Read
+                       ? platform::FileError(EIO, std::system_category())
+                       : platform::FileError();
+        }
+    } broken;
+    Wire failing;
+    platform::setFileFaults(&broken);
+    EXPECT_TRUE(failing.isEOF());
+    platform::setFileFaults(nullptr);
+    EXPECT_EQ(failing.errorText(), std::strerror(EIO));
+}
+
+// --- lines -----------------------------------------------------------------------------------------------
+
+using internal::LineQueue;
+
+/// Feeds @p bytes in pieces of at most @p chunk bytes and takes every line that is there.
+std::vector<String> split(LineQueue& queue, std::string_view bytes, size_t chunk) {
+    std::vector<String> lines;
+    String text;
+    while (!bytes.empty()) {
+        const ByteSpan room = queue.room();
+        const size_t count = std::min({room.size, bytes.size(), chunk});
+        std::copy_n(bytes.data(), count, room.data);
+        queue.append(count);
+        bytes.remove_prefix(count);
+        while (queue.takeLine(text)) lines.push_back(text);
+    }
+    return lines;
+}
+
+TEST(LineQueueLimits, LinesUpTo64MiBAreDeliveredAndLongerOnesDroppedWhole) {
+    const std::string longest(Process::kMaxLineBytes, 'x');
+    for (const size_t chunk : {LineQueue::kFirstCapacity, longest.size() * 2}) {
+        LineQueue queue;
+        EXPECT_THAT(split(queue, longest + "\na\n", chunk), ElementsAre(longest, "a"));
+        LogCapture capture;
+        EXPECT_THAT(split(queue, longest + "x\nb\r" + longest + "xx\n\n", chunk), ElementsAre("b", ""));
+        for (int i = 0; i < 2; ++i)
+            capture.expect(3, "[PROCESS] dropping a line of more than 67108864 bytes");
+        String text;
+        EXPECT_FALSE(queue.takeRest(text));
+        split(queue, longest + "x", chunk);
+        capture.expect(3, "[PROCESS] dropping a line of more than 67108864 bytes");
+        EXPECT_FALSE(queue.takeRest(text));
+        EXPECT_TRUE(queue.empty());
+    }
+}
+
+TEST(LineQueueLimits, LinesDoNotDependOnHowTheBytesCome) {
+    std::string bytes;
+    for (size_t length = 0; length < 400; ++length) {
+        bytes += std::string(length * length % 997, static_cast<char>('a' + length % 26)) +
+                 (length % 3 ? "\n" : "\r\n");
+    }
+    LineQueue whole;
+    const std::vector<String> expected = split(whole, bytes, bytes.size());
+    EXPECT_EQ(expected.size(), 400u + 134u);
+    for (const size_t chunk : {1, 2, 3, 63, 64, 65, 4096, 65535}) {
+        LineQueue queue;
+        EXPECT_EQ(split(queue, bytes, chunk), expected) << chunk;
+    }
+}
+
+} // namespace
+} // namespace qel::test
