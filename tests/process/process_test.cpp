@@ -57,9 +57,8 @@ TEST_F(ProcessLife, TerminateKillsWhateverTheChildDoesAboutIt) {
 }
 
 TEST_F(ProcessLife, ABreakReachesTheWholeProcessGroup) {
-    const Pointer process =
-        runShell("sh -c 'trap \"echo inner\" INT; echo up; read x' & trap 'echo outer' INT; "
-                 "while ! wait; do :; done");
+    const Pointer process = runShell("trap 'echo outer' INT; sh -c 'trap \"echo inner; exit\" INT; echo up; "
+                                     "while :; do sleep 9; done'");
     EXPECT_EQ(line(*process), "up");
     process->sendBreak();
     EXPECT_THAT((Set<std::string>{line(*process), line(*process)}), UnorderedElementsAre("inner", "outer"));
