@@ -66,7 +66,6 @@ std::vector<uint8> g_bytes(1024);
 
 int64_t buildQel() {
     Packet packet(&g_scheme, 1);
-    packet.disableSmartPointers();
     int32 value = 1000;
     for (const auto* element : g_scheme.m_integers) packet.setInteger(*element, value++);
     packet.setString(*g_scheme.m_name, kText);
@@ -84,7 +83,6 @@ void readQel(benchmark::State& state, const Read& read) {
     const int64_t size = buildQel();
     measure(state, kSum, [size, &read] {
         Packet packet(static_cast<uint32>(size), g_bytes.data(), nullptr);
-        packet.disableSmartPointers();
         packet.setID(900);
         packet.setFlags(Packet::kVersioned);
         require(packet.fit(&g_scheme));
@@ -214,7 +212,6 @@ public:
     LargeRecords() : m_path(std::filesystem::temp_directory_path() / "qel-packet-benchmark") {
         qel::FilePacketWriter writer(m_path.c_str());
         Packet packet(&g_scheme, 1);
-        packet.disableSmartPointers();
         packet.allocateBuffer(*g_scheme.m_data, kLarge);
         for (int i = 0; i < kRecords; ++i) writer.write(&packet);
     }

@@ -2,7 +2,9 @@
 
 #include <qel/foundation/log/message_stream.h>
 
+#include <algorithm>
 #include <bit>
+#include <cstddef>
 #include <utility>
 
 namespace qel {
@@ -10,6 +12,8 @@ namespace qel {
 static_assert(std::endian::native == std::endian::little, "values are copied as they stand");
 
 namespace {
+
+constexpr uint32 kRoomSize = 512;
 
 uint8* newBytes(uint32 size) {
     return size == 0 ? nullptr : new uint8[size];
@@ -27,18 +31,25 @@ Packet::Packet(const Packet* other) : Packet(other->getPayloadSize()) {
     other->copyPayloadTo(m_payload);
 }
 
-Packet::Packet(const PacketScheme* scheme, short port) : Packet(scheme->getNewestVersion().staticSize) {
+// One block holds the static area and room for small fields.
+Packet::Packet(const PacketScheme* scheme, short port) {
+    const auto& [staticSize, dynamicCount] = scheme->getNewestVersion();
+    constexpr uint32 kRoomAlignment = alignof(std::max_align_t);
     m_scheme = scheme;
-    m_staticSize = m_payloadSize;
+    m_payloadSize = m_staticSize = staticSize;
+    m_roomBegin = (staticSize + kRoomAlignment - 1) & ~(kRoomAlignment - 1);
+    m_roomEnd = m_roomBegin + (dynamicCount == 0 ? 0 : kRoomSize);
+    m_payload = newBytes(m_roomEnd);
+    std::copy_n(scheme->m_defaults.begin(), staticSize, m_payload);
+    m_attachments.reset(dynamicCount);
     m_isConstructed = true;
     m_versioningDisabled = scheme->getMaxCargoSize() != 0;
-    m_header = {port, kNoPort, {static_cast<uint16>(scheme->getID()), kVersioned}};
-    if (m_versioningDisabled) setFlags(0);
-    if (m_payload) std::memcpy(m_payload, scheme->m_defaults.data(), m_staticSize);
-    m_attachments.reset(scheme->getNewestVersion().dynamicCount);
+    const uint16 flags = m_versioningDisabled ? 0 : kVersioned;
+    m_header = {port, kNoPort, {static_cast<uint16>(scheme->getID()), flags}};
 }
 
 Packet::~Packet() {
+    m_cargo.clear();
     freePayload();
 }
 
@@ -51,13 +62,15 @@ void Packet::swap(Packet& other) noexcept {
     std::swap(m_payload, other.m_payload);
     std::swap(m_payloadSize, other.m_payloadSize);
     std::swap(m_staticSize, other.m_staticSize);
+    std::swap(m_roomBegin, other.m_roomBegin);
+    std::swap(m_roomEnd, other.m_roomEnd);
     std::swap(m_header, other.m_header);
     std::swap(m_cachedPayloadSize, other.m_cachedPayloadSize);
     std::swap(m_hasExternalPayload, other.m_hasExternalPayload);
     std::swap(m_isConstructed, other.m_isConstructed);
     std::swap(m_flushAfterThis, other.m_flushAfterThis);
     std::swap(m_versioningDisabled, other.m_versioningDisabled);
-    m_cargo.swap(other.m_cargo);
+    std::swap(m_cargo, other.m_cargo);
     m_attachments.swap(other.m_attachments);
     m_owner.swap(other.m_owner);
     m_spill.swap(other.m_spill);
@@ -68,48 +81,27 @@ void Packet::disableVersioning() {
     if (m_scheme) clearFlag(kVersioned);
 }
 
-void Packet::Attachment::clear() {
-    if (m_isOwned) delete[] m_bytes;
-    view(nullptr, 0);
-}
-
-void Packet::Attachment::view(uint8* bytes, uint32 size) {
-    m_bytes = bytes;
-    m_size = size;
-    m_isOwned = m_isCompressible = false;
-}
-
-void Packet::Attachment::take(std::unique_ptr<uint8[]> block, uint32 size, bool compressible) {
+void Packet::Attachment::take(std::unique_ptr<uint8[]> block, uint32 size) {
     clear();
-    m_bytes = block.release();
-    m_size = size;
+    view(block.release(), size);
     m_isOwned = true;
-    m_isCompressible = compressible && size >= kMinCompressibleSize;
 }
 
 void Packet::Attachment::detach() {
     if (m_isOwned || m_size == 0) return;
     auto block = std::make_unique_for_overwrite<uint8[]>(m_size);
     std::memcpy(block.get(), m_bytes, m_size);
-    take(std::move(block), m_size, false);
-}
-
-void Packet::Attachment::swap(Attachment& other) noexcept {
-    std::swap(m_bytes, other.m_bytes);
-    std::swap(m_size, other.m_size);
-    std::swap(m_isOwned, other.m_isOwned);
-    std::swap(m_isCompressible, other.m_isCompressible);
+    take(std::move(block), m_size);
 }
 
 void Packet::Attachments::reset(uint32 size) {
-    m_many.reset();
-    for (Attachment& attachment : m_few) attachment.clear();
-    if (size > m_few.size()) m_many = std::make_unique<Attachment[]>(size);
+    clear();
+    m_many = size > m_few.size() ? std::make_unique<Attachment[]>(size) : nullptr;
     m_size = size;
 }
 
 void Packet::Attachments::swap(Attachments& other) noexcept {
-    for (size_t i = 0; i < m_few.size(); ++i) m_few[i].swap(other.m_few[i]);
+    m_few.swap(other.m_few);
     m_many.swap(other.m_many);
     std::swap(m_size, other.m_size);
 }

@@ -267,26 +267,29 @@ private:
     };
     static_assert(sizeof(Header) == kHeaderSize && std::is_trivially_copyable_v<Header>);
 
-    /// Bytes of a dynamic field or the cargo, in the payload or in a block of their own.
+    /// Bytes of a dynamic field or the cargo, in the payload or in a block of their own. Its holder clears
+    /// it.
     class Attachment {
     public:
-        Attachment() = default;
-        ~Attachment() { clear(); }
-        Attachment(const Attachment&) = delete;
-        Attachment& operator=(const Attachment&) = delete;
-
         uint8* bytes() { return m_bytes; }
         const uint8* bytes() const { return m_bytes; }
         uint32 size() const { return m_size; }
         bool isCompressible() const { return m_isCompressible; }
-        void clear();
+        void clear() {
+            if (m_isOwned) delete[] m_bytes;
+            *this = Attachment();
+        }
         /// Points at bytes of the payload, perhaps with null for the time until they are known to be there.
-        void view(uint8* bytes, uint32 size);
-        /// Takes over a block. @param compressible  kept for a large block only.
-        void take(std::unique_ptr<uint8[]> block, uint32 size, bool compressible);
+        void view(uint8* bytes, uint32 size) {
+            m_bytes = bytes;
+            m_size = size;
+        }
+        /// Takes over a block.
+        void take(std::unique_ptr<uint8[]> block, uint32 size);
         /// Moves bytes of the payload to a block of their own.
         void detach();
-        void swap(Attachment& other) noexcept;
+        /// Keeps the hint for large pieces only.
+        void hint(bool compressible) { m_isCompressible = compressible && m_size >= kMinCompressibleSize; }
 
     private:
         uint8* m_bytes = nullptr;
@@ -298,9 +301,21 @@ private:
     /// The attachments of the dynamic fields; a few have their place inside the packet.
     class Attachments {
     public:
+        Attachments() = default;
+        ~Attachments() { clear(); }
+        Attachments(const Attachments&) = delete;
+        Attachments& operator=(const Attachments&) = delete;
+
         uint32 size() const { return m_size; }
-        Attachment& operator[](size_t i) { return m_many ? m_many[i] : m_few[i]; }
+        Attachment* begin() { return m_many ? m_many.get() : m_few.data(); }
+        Attachment* end() { return begin() + m_size; }
+        Attachment& operator[](size_t i) { return begin()[i]; }
         const Attachment& operator[](size_t i) const { return m_many ? m_many[i] : m_few[i]; }
+        /// Frees all.
+        void clear() {
+            for (Attachment& attachment : *this) attachment.clear();
+            m_size = 0;
+        }
         /// Frees all and makes room for @p size empty ones.
         void reset(uint32 size);
         void swap(Attachments& other) noexcept;
@@ -338,13 +353,9 @@ private:
     uint8* allocateBytes(const Element& element, uint64 size, bool compressible, const char* tooMany);
     void setBytes(const Element& element, ConstByteSpan bytes, bool compressible, const char* tooMany);
     uint8* setDynamic(const Element& element, const uint8* bytes, uint64 size, bool compressible);
+    uint8* takeRoom(uint32 size);
 
-    struct Received;
-    bool readSuffix(Received& received) const;
-    bool readVersion(Received& received) const;
-    bool measureFields(Received& received);
-    void attachFields(const Received& received);
-    void upgrade(const Received& received);
+    class Fitting;
     void forgetScheme();
 
     bool isWrittenVersioned() const { return hasFlag(kVersioned) && !m_versioningDisabled; }
@@ -357,6 +368,8 @@ private:
     uint8* m_payload = nullptr;
     uint32 m_payloadSize = 0;
     uint32 m_staticSize = 0; // 0 while the packet is raw
+    uint32 m_roomBegin = 0;  // in the payload's block, behind the static area: where small fields go
+    uint32 m_roomEnd = 0;
     Header m_header;
     uint32 m_cachedPayloadSize = 0;
     bool m_hasExternalPayload = false;

@@ -133,25 +133,40 @@ uint8* Packet::allocateBytes(const Element& element, uint64 size, bool compressi
     return m_spill.get();
 }
 
-// The new block is complete before the old one goes, since the bytes may come from there.
+// The new bytes are complete before the old ones go, since they may come from there.
 uint8* Packet::setDynamic(const Element& element, const uint8* bytes, uint64 size, bool compressible) {
     const uint64 count = (size + element.m_elementSize - 1) / element.m_elementSize;
-    const uint64 blockSize = count * element.m_elementSize;
-    if (blockSize > std::numeric_limits<uint32>::max() || !hasStatic(element)) {
+    const uint64 wholeSize = count * element.m_elementSize;
+    if (wholeSize > std::numeric_limits<uint32>::max() || !hasStatic(element)) {
         logging::error() << kTooManyElements;
         return nullptr;
     }
+    const auto blockSize = static_cast<uint32>(wholeSize);
+    uint8* const room = takeRoom(blockSize);
+    auto block = room ? nullptr : std::make_unique_for_overwrite<uint8[]>(blockSize);
+    uint8* const target = room ? room : block.get();
+    if (bytes && size != 0) std::memcpy(target, bytes, size);
+    std::memset(target + size, 0, blockSize - size);
+
     Attachment& attachment = m_attachments[static_cast<size_t>(element.m_dynamicIndex)];
-    if (size == 0) {
+    if (room) {
         attachment.clear();
+        attachment.view(room, blockSize);
     } else {
-        auto block = std::make_unique_for_overwrite<uint8[]>(blockSize);
-        if (bytes) std::memcpy(block.get(), bytes, size);
-        std::memset(block.get() + size, 0, blockSize - size);
-        attachment.take(std::move(block), static_cast<uint32>(blockSize), compressible);
+        attachment.take(std::move(block), blockSize);
     }
+    attachment.hint(compressible);
     save<uint32>(element, count);
-    return attachment.bytes();
+    return target;
+}
+
+/// A place in the payload's block, null when the rest of it is too small.
+uint8* Packet::takeRoom(uint32 size) {
+    constexpr uint32 kAlignment = 8; // of the largest number
+    if (size > m_roomEnd - m_roomBegin) return nullptr;
+    uint8* const place = m_payload + m_roomBegin;
+    m_roomBegin = std::min(m_roomEnd, (m_roomBegin + size + kAlignment - 1) & ~(kAlignment - 1));
+    return place;
 }
 
 const char* Packet::getCargoString() const {
@@ -167,7 +182,8 @@ const char* Packet::getCargoString() const {
 void Packet::setCargo(const uint8* bytes, uint32 size, bool compressible) {
     auto block = std::make_unique_for_overwrite<uint8[]>(size);
     if (size != 0) std::memcpy(block.get(), bytes, size);
-    m_cargo.take(std::move(block), size, compressible);
+    m_cargo.take(std::move(block), size);
+    m_cargo.hint(compressible);
 }
 
 void Packet::setCargo(ConstByteSpan bytes, bool compressible) {
@@ -180,10 +196,9 @@ void Packet::setCargoString(const char* text) {
 }
 
 uint8* Packet::allocateCargo(uint32 size, bool compressible) {
-    if (size == 0)
-        m_cargo.clear();
-    else
-        m_cargo.take(std::make_unique_for_overwrite<uint8[]>(size), size, compressible);
+    m_cargo.clear();
+    if (size != 0) m_cargo.take(std::make_unique_for_overwrite<uint8[]>(size), size);
+    m_cargo.hint(compressible);
     return m_cargo.bytes();
 }
 

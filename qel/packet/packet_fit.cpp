@@ -20,31 +20,128 @@ bool refuse(const Parts&... parts) {
 
 } // namespace
 
-/// What the checks find out about a payload. Sizes have 64 bits, so that no sum of hostile counts wraps.
-struct Packet::Received {
-    uint64 size = 0;                  ///< bytes without the suffix
-    uint32 sentStaticSize = 0;        ///< of the sender's version, told by the suffix
-    int version = 0;                  ///< the sender's, or the newest known here when that is older
-    PacketScheme::Version known = {}; ///< sizes of that version
-    uint64 fieldsEnd = 0;             ///< behind the dynamic data
+/// One attempt to bind a raw packet to a scheme, step by step. Sizes have 64 bits, so that no sum of hostile
+/// counts wraps.
+class Packet::Fitting {
+public:
+    Fitting(Packet& packet, const PacketScheme& scheme)
+        : m_packet(packet),
+          m_scheme(scheme),
+          m_isVersioned(packet.hasFlag(kVersioned)),
+          m_size(packet.m_payloadSize) {}
+
+    bool check() { return checkSuffix() && checkVersion() && checkFields(); }
+
+    void bind() {
+        attachFields();
+        m_packet.m_scheme = &m_scheme;
+        if (m_version != m_scheme.getMaxVersion()) upgrade();
+        m_packet.m_staticSize = m_scheme.getNewestVersion().staticSize;
+    }
+
+private:
+    bool checkSuffix() {
+        if (!m_isVersioned) return true;
+        uint32 suffix = 0;
+        if (m_size < sizeof suffix) return refuse("packet too small, no version suffix");
+        m_size -= sizeof suffix;
+        std::memcpy(&suffix, m_packet.m_payload + m_size, sizeof suffix);
+        m_staticEnd = suffix & 0xffffff;
+        m_version = static_cast<int>(suffix >> 24);
+        if (m_staticEnd > m_size) return refuse("packet too small, static size does not match payloadsize");
+        return true;
+    }
+
+    bool checkVersion() {
+        const bool isNewest = m_version >= m_scheme.getMaxVersion();
+        if (isNewest) m_version = m_scheme.getMaxVersion();
+        m_known = isNewest ? m_scheme.getNewestVersion() : m_scheme.getVersion(m_version);
+        if (m_known.staticSize > m_size)
+            return refuse("packet too small, expected versionSize=", m_known.staticSize,
+                          ", actual size=", m_packet.m_payloadSize);
+        if (!m_isVersioned) m_staticEnd = m_known.staticSize;
+        if (m_staticEnd < m_known.staticSize)
+            return refuse("packet too small, static size does not match versionSize");
+        return true;
+    }
+
+    // Each count is read once and kept, so that bytes which someone else changes meanwhile do no harm.
+    bool checkFields() {
+        m_packet.m_attachments.reset(m_scheme.getNewestVersion().dynamicCount);
+        m_fieldsEnd = m_staticEnd;
+        for (uint32 i = 0; i < m_known.dynamicCount; ++i) {
+            const PacketScheme::DynamicField& field = m_scheme.m_dynamicFields[i];
+            uint32 count = 0;
+            std::memcpy(&count, m_packet.m_payload + field.offset, sizeof count);
+            if (count > field.maxCount)
+                return refuse("dynamic array exceeded bounds, size=", count, ", maximum=", field.maxCount);
+            if (count == 0) continue;
+            const uint32 size = count * field.elementSize;
+            m_packet.m_attachments[i].view(nullptr, size);
+            m_fieldsEnd = field.align(m_fieldsEnd) + size;
+        }
+        if (m_fieldsEnd > m_size) return refuseEnd("packet too small");
+        if (!m_isVersioned && m_size > m_fieldsEnd + m_scheme.getMaxCargoSize())
+            return refuseEnd("packet too large");
+        return true;
+    }
+
+    bool refuseEnd(const char* reason) const {
+        return refuse(reason, ", expected size=", m_fieldsEnd, ", actual size=", m_packet.m_payloadSize);
+    }
+
+    void attachFields() {
+        uint64 position = m_staticEnd;
+        for (uint32 i = 0; i < m_known.dynamicCount; ++i) {
+            Attachment& attachment = m_packet.m_attachments[i];
+            if (attachment.size() == 0) continue;
+            position = m_scheme.m_dynamicFields[i].align(position);
+            attachment.view(m_packet.m_payload + position, attachment.size());
+            position += attachment.size();
+        }
+        if (!m_isVersioned && m_size > position)
+            m_packet.m_cargo.view(m_packet.m_payload + position, static_cast<uint32>(m_size - position));
+    }
+
+    // Gives the packet of an older sender the static area of the newest version, and its own copies of what
+    // the old payload held.
+    void upgrade() {
+        for (Attachment& attachment : m_packet.m_attachments) attachment.detach();
+        m_packet.m_cargo.detach();
+        const uint32 newSize = m_scheme.getNewestVersion().staticSize;
+        auto area = std::make_unique_for_overwrite<uint8[]>(newSize);
+        const auto defaults = m_scheme.m_defaults.begin();
+        const auto middle = std::copy_n(m_packet.m_payload, m_known.staticSize, area.get());
+        std::copy(defaults + m_known.staticSize, defaults + newSize, middle);
+        m_packet.freePayload();
+        m_packet.m_payload = area.release();
+        m_packet.m_payloadSize = newSize;
+        m_packet.m_hasExternalPayload = false;
+        m_packet.m_owner.reset();
+    }
+
+    Packet& m_packet;
+    const PacketScheme& m_scheme;
+    const bool m_isVersioned;
+    uint64 m_size;                 // bytes without the suffix
+    uint64 m_staticEnd = 0;        // behind the sender's static area
+    int m_version = 0;             // the sender's, or the newest known here when that is older
+    PacketScheme::Version m_known; // sizes of that version
+    uint64 m_fieldsEnd = 0;        // behind the dynamic data
 };
 
 bool Packet::fit(const PacketScheme* scheme) {
     if (!scheme || m_scheme == scheme) return scheme;
     if (m_isConstructed) return false;
-    forgetScheme();
+    if (m_scheme) forgetScheme();
     if (const auto id = static_cast<uint16>(scheme->getID()); getID() != id)
         return refuse("packet id wrong ", getID(), " != ", id);
-    m_scheme = scheme;
-    Received received;
-    received.size = m_payloadSize;
-    if (!readSuffix(received) || !readVersion(received) || !measureFields(received)) {
+    Fitting fitting(*this, *scheme);
+    if (!fitting.check()) {
         forgetScheme();
         return false;
     }
-    attachFields(received);
-    if (received.version != scheme->getMaxVersion()) upgrade(received);
-    m_staticSize = scheme->getNewestVersion().staticSize;
+    fitting.bind();
     return true;
 }
 
@@ -53,85 +150,6 @@ void Packet::forgetScheme() {
     m_staticSize = 0;
     m_attachments.reset(0);
     m_cargo.clear();
-}
-
-bool Packet::readSuffix(Received& received) const {
-    if (!hasFlag(kVersioned)) return true;
-    uint32 suffix = 0;
-    if (received.size < sizeof suffix) return refuse("packet too small, no version suffix");
-    received.size -= sizeof suffix;
-    std::memcpy(&suffix, m_payload + received.size, sizeof suffix);
-    received.sentStaticSize = suffix & 0xffffff;
-    received.version = static_cast<int>(suffix >> 24);
-    if (received.sentStaticSize > received.size)
-        return refuse("packet too small, static size does not match payloadsize");
-    return true;
-}
-
-bool Packet::readVersion(Received& received) const {
-    received.version = std::min(received.version, m_scheme->getMaxVersion());
-    received.known = m_scheme->getVersion(received.version);
-    if (received.known.staticSize > received.size)
-        return refuse("packet too small, expected versionSize=", received.known.staticSize,
-                      ", actual size=", m_payloadSize);
-    received.fieldsEnd = received.known.staticSize;
-    if (!hasFlag(kVersioned)) return true;
-    if (received.sentStaticSize < received.known.staticSize)
-        return refuse("packet too small, static size does not match versionSize");
-    received.fieldsEnd = received.sentStaticSize;
-    return true;
-}
-
-// Each count is read once and kept, so that bytes which someone else changes meanwhile do no harm.
-bool Packet::measureFields(Received& received) {
-    m_attachments.reset(m_scheme->getNewestVersion().dynamicCount);
-    for (uint32 i = 0; i < received.known.dynamicCount; ++i) {
-        const PacketScheme::DynamicField& field = m_scheme->m_dynamicFields[i];
-        uint32 count = 0;
-        std::memcpy(&count, m_payload + field.offset, sizeof count);
-        if (count > field.maxCount)
-            return refuse("dynamic array exceeded bounds, size=", count, ", maximum=", field.maxCount);
-        if (count == 0) continue;
-        m_attachments[i].view(nullptr, count * field.elementSize);
-        received.fieldsEnd = field.align(received.fieldsEnd) + m_attachments[i].size();
-    }
-    if (received.fieldsEnd > received.size)
-        return refuse("packet too small, expected size=", received.fieldsEnd,
-                      ", actual size=", m_payloadSize);
-    if (!hasFlag(kVersioned) && received.size > received.fieldsEnd + m_scheme->getMaxCargoSize())
-        return refuse("packet too large, expected size=", received.fieldsEnd,
-                      ", actual size=", m_payloadSize);
-    return true;
-}
-
-void Packet::attachFields(const Received& received) {
-    uint64 position = hasFlag(kVersioned) ? received.sentStaticSize : received.known.staticSize;
-    for (uint32 i = 0; i < received.known.dynamicCount; ++i) {
-        const uint32 size = m_attachments[i].size();
-        if (size == 0) continue;
-        position = m_scheme->m_dynamicFields[i].align(position);
-        m_attachments[i].view(m_payload + position, size);
-        position += size;
-    }
-    if (!hasFlag(kVersioned) && received.size > position)
-        m_cargo.view(m_payload + position, static_cast<uint32>(received.size - position));
-}
-
-// Gives the packet of an older sender the static area of the newest version, and its own copies of what the
-// old payload held.
-void Packet::upgrade(const Received& received) {
-    for (uint32 i = 0; i < m_attachments.size(); ++i) m_attachments[i].detach();
-    m_cargo.detach();
-    const uint32 newSize = m_scheme->getNewestVersion().staticSize;
-    auto area = std::make_unique_for_overwrite<uint8[]>(newSize);
-    const auto defaults = m_scheme->m_defaults.begin();
-    const auto middle = std::copy_n(m_payload, received.known.staticSize, area.get());
-    std::copy(defaults + received.known.staticSize, defaults + newSize, middle);
-    freePayload();
-    m_payload = area.release();
-    m_payloadSize = newSize;
-    m_hasExternalPayload = false;
-    m_owner.reset();
 }
 
 } // namespace qel

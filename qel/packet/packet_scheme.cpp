@@ -147,10 +147,10 @@ void PacketScheme::addToIndex(const Element& element) {
 }
 
 void PacketScheme::enterSlot(const Element& element) {
-    const uint64 hash = hashName(element.m_name);
-    size_t i = firstSlot(hash);
+    const Key key(element.m_name);
+    size_t i = firstSlot(key);
     while (m_slots[i].element) i = (i + 1) & (m_slots.size() - 1);
-    m_slots[i] = {hash, &element};
+    m_slots[i] = {key, &element};
 }
 
 const PacketScheme::Element& PacketScheme::blankElement() {

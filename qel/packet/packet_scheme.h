@@ -145,15 +145,24 @@ private:
 
         uint64 align(uint64 position) const { return (position + alignmentMask) & ~uint64(alignmentMask); }
     };
+    /// A name as three numbers, which tell names of up to 16 bytes apart; a literal's are known when
+    /// compiling.
+    struct Key {
+        inline explicit Key(std::string_view name);
+        uint64 hash() const;
+        bool operator==(const Key&) const = default;
+
+        uint64 head = 0; ///< its first bytes
+        uint64 tail = 0; ///< its last bytes
+        size_t size;
+    };
     struct Slot {
-        uint64 hash = 0;
+        Key key{{}};
         const Element* element = nullptr;
     };
 
-    /// The first and last eight bytes and the length decide; so a literal's hash is known when compiling.
-    static inline uint64 hashName(std::string_view name);
-    /// Where a search begins: at the upper bits, which the hash mixes best.
-    size_t firstSlot(uint64 hash) const { return hash >> 32 & (m_slots.size() - 1); }
+    /// Where a search begins: at the upper bits of the hash, which mixes them best.
+    size_t firstSlot(const Key& key) const { return key.hash() >> 32 & (m_slots.size() - 1); }
     static const Element& blankElement();
     const Element& reportUndeclared(std::string_view name) const;
     Element& addBytes(const char* name, int count, const std::type_info& type, Kind kind);
@@ -251,13 +260,11 @@ private:
     Vector<uint8> m_default;
 };
 
-inline uint64 PacketScheme::hashName(std::string_view name) {
+inline PacketScheme::Key::Key(std::string_view name) : size(name.size()) {
     const auto load = [&name](size_t position, auto word) {
         std::memcpy(&word, name.data() + position, sizeof word);
         return static_cast<uint64>(word);
     };
-    const size_t size = name.size();
-    uint64 head = 0, tail = 0;
     if (size >= 8) {
         head = load(0, uint64());
         tail = load(size - 8, uint64());
@@ -268,15 +275,19 @@ inline uint64 PacketScheme::hashName(std::string_view name) {
         head = load(0, uint8());
         tail = load(size / 2, uint8()) << 8 | load(size - 1, uint8());
     }
-    return (head * 0x9e3779b97f4a7c15 ^ tail ^ size << 56) * 0xc2b2ae3d27d4eb4f;
+}
+
+inline uint64 PacketScheme::Key::hash() const {
+    return (head * 0x9e3779b97f4a7c15 ^ tail ^ uint64(size) << 56) * 0xc2b2ae3d27d4eb4f;
 }
 
 inline const PacketScheme::Element& PacketScheme::find(std::string_view name) const {
-    const uint64 hash = hashName(name);
-    for (size_t i = firstSlot(hash);; i = (i + 1) & (m_slots.size() - 1)) {
+    const Key key(name);
+    const size_t mask = m_slots.size() - 1;
+    for (size_t i = firstSlot(key);; i = (i + 1) & mask) {
         const Slot& slot = m_slots[i];
         if (!slot.element) return reportUndeclared(name);
-        if (slot.hash == hash && slot.element->m_name == name) return *slot.element;
+        if (slot.key == key && (key.size <= 16 || slot.element->m_name == name)) return *slot.element;
     }
 }
 
