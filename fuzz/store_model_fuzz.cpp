@@ -1,0 +1,69 @@
+// Operations told by bytes on a store in memory, on one behind a cache and on an ordered map with snapshots:
+// all answer alike, and hold the same at the end. Commits and rollbacks may come without a begin.
+#include <qel/foundation/log/message_stream.h>
+#include <qel/store/core/cache_store.h>
+#include <tests/support/store_model.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+
+namespace {
+
+using namespace qel;
+
+void require(bool holds) {
+    if (!holds) std::abort();
+}
+
+/// Gives numbers from bytes, one byte each, and zeros behind their end.
+class Bytes {
+public:
+    Bytes(const uint8_t* data, size_t size) : m_data(data), m_size(size) {}
+
+    bool isAtEnd() const { return m_at >= m_size; }
+    unsigned draw(unsigned limit) { return isAtEnd() ? 0 : m_data[m_at++] % limit; }
+
+private:
+    const uint8_t* m_data;
+    size_t m_size;
+    size_t m_at = 0;
+};
+
+/// A blob of the content, read by another store, gives the same content.
+void checkBlob(MemoryStore& store) {
+    Item blob;
+    store.writeBlob(blob);
+    MemoryStore loaded;
+    loaded.readBlob(blob);
+    require(test::contentOf(loaded) == test::contentOf(store));
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    static const auto quiet = logging::setConsoleWriter([](const logging::ConsoleLine&) {});
+    (void)quiet;
+    constexpr size_t kLongest = 512;
+    Bytes bytes(data, std::min(size, kLongest));
+    test::StoreOperations operations([&bytes](unsigned limit) { return bytes.draw(limit); }, true);
+    const SmartPointer<MemoryStore> memory(new MemoryStore);
+    const SmartPointer<CacheStore> cached(new CacheStore(new MemoryStore));
+    test::ModelStore model;
+    while (!bytes.isAtEnd()) {
+        const test::StoreOperation operation = operations.next();
+        const std::string answer = operation.perform(model);
+        require(operation.perform(*memory) == answer);
+        require(operation.perform(*cached) == answer);
+    }
+    require(test::contentOf(*memory) == test::contentOf(model));
+    require(test::contentOf(*cached) == test::contentOf(model));
+    checkBlob(*memory);
+
+    // The bytes as a blob from outside.
+    MemoryStore hostile;
+    hostile.readBlob(Item(Item::ExternalBufferMode, data, size));
+    checkBlob(hostile);
+    return 0;
+}
