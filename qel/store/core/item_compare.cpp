@@ -11,9 +11,6 @@ namespace {
 
 using internal::ElementCursor;
 
-/// Tag and size of an element whose payload may have any size.
-constexpr size_t kHeaderSize = 5;
-
 /// The difference of two sizes, limited to what an int holds.
 int differenceOf(size_t a, size_t b) {
     constexpr auto kLimit = static_cast<size_t>(std::numeric_limits<int>::max());
@@ -31,10 +28,6 @@ int compareNumbers(T a, T b) {
     return a < b ? -1 : a > b ? 1 : 0;
 }
 
-int compareTexts(std::string_view a, std::string_view b) {
-    return compareNumbers(a.compare(b), 0);
-}
-
 /// As numbers of 256 bits, lowest byte first.
 int compareGuids(const uint8* a, const uint8* b) {
     for (size_t at = GUID::kSize; at != 0;) {
@@ -46,27 +39,73 @@ int compareGuids(const uint8* a, const uint8* b) {
     return 0;
 }
 
-/// How many bytes two lists have in common at their beginnings.
-/// @param at  how many are known to be.
-size_t countCommonBytes(ConstByteSpan a, ConstByteSpan b, size_t at) {
-    const size_t size = std::min(a.size, b.size);
-    for (; size - at >= sizeof(uint64); at += sizeof(uint64)) {
-        const uint64 difference =
-            internal::loadElementValue<uint64>(a.data + at) ^ internal::loadElementValue<uint64>(b.data + at);
-        if (difference != 0) return at + static_cast<size_t>(std::countr_zero(difference)) / 8;
+/// The last @p count bytes of the first @p end of @p list, fewer than 8 of them, and zeros behind them.
+uint64 loadTail(ConstByteSpan list, size_t end, size_t count) {
+    if (end >= sizeof(uint64)) {
+        return internal::loadElementValue<uint64>(list.data + end - sizeof(uint64)) >>
+               8 * (sizeof(uint64) - count);
     }
-    while (at < size && a[at] == b[at]) ++at;
-    return at;
+    uint64 bytes = 0;
+    for (size_t at = end; at != end - count; --at) bytes = bytes << 8 | list[at - 1];
+    return bytes;
+}
+
+/// Number of the lowest byte that is not zero.
+size_t lowestByte(uint64 bytes) {
+    return static_cast<size_t>(std::countr_zero(bytes)) / 8;
+}
+
+/// The highest bit of the lowest byte that is zero, and perhaps of bytes above it; 0 when no byte is zero.
+/// The test is Mycroft's: a zero is where a borrow sets a highest bit that was not set.
+uint64 markZeros(uint64 bytes) {
+    constexpr uint64 kOnes = 0x0101010101010101;
+    return (bytes - kOnes) & ~bytes & (kOnes << 7);
+}
+
+/// Whether a zero byte stands in @p list from @p at on, which is inside of it.
+bool hasZero(ConstByteSpan list, size_t at) {
+    // Most keys end with a text.
+    return list[list.size - 1] == 0 || std::memchr(list.data + at, 0, list.size - at) != nullptr;
+}
+
+/// Where two lists, behind their first bytes, differ or have both a zero; the smaller size if nowhere.
+inline size_t findDifferenceOrZero(ConstByteSpan a, ConstByteSpan b) {
+    const size_t size = std::min(a.size, b.size);
+    size_t at = 1;
+    for (; size - at >= sizeof(uint64); at += sizeof(uint64)) {
+        const auto bytes = internal::loadElementValue<uint64>(a.data + at);
+        const uint64 found = (bytes ^ internal::loadElementValue<uint64>(b.data + at)) | markZeros(bytes);
+        if (found != 0) return at + lowestByte(found);
+    }
+    if (at == size) return size;
+    const uint64 bytes = loadTail(a, size, size - at);
+    const uint64 found = (bytes ^ loadTail(b, size, size - at)) | markZeros(bytes);
+    return std::min(at + lowestByte(found), size);
+}
+
+/// Compares two elements of the same text tag.
+/// @param[out] end  behind both of them, if they are equal; 0 if one is cut, or both.
+/// @return 0 when they are equal or one is cut.
+inline int compareTexts(ConstByteSpan a, ConstByteSpan b, size_t& end) {
+    const size_t at = findDifferenceOrZero(a, b);
+    end = 0;
+    if (at == std::min(a.size, b.size)) return 0;
+    if (a[at] == b[at]) {
+        end = at + 1;
+        return 0;
+    }
+    if (!hasZero(a, at) || !hasZero(b, at)) return 0;
+    return a[at] < b[at] ? -1 : 1;
 }
 
 ValueType rankOf(ValueType type) {
     return internal::isInteger(type) ? ValueType::Integer64 : type;
 }
 
-int compareLists(ConstByteSpan a, ConstByteSpan b, size_t common, int depth);
+int compareLists(ConstByteSpan a, ConstByteSpan b, int depth);
 
-/// Compares the payloads of elements of the same rank that have their first @p common bytes in common.
-int compareElements(const ElementCursor& a, const ElementCursor& b, size_t common, int depth) {
+/// Compares the payloads of elements of the same rank.
+int compareElements(const ElementCursor& a, const ElementCursor& b, int depth) {
     switch (rankOf(a.type())) {
     case ValueType::Integer64:
         return compareNumbers(a.integer(), b.integer());
@@ -74,13 +113,13 @@ int compareElements(const ElementCursor& a, const ElementCursor& b, size_t commo
         return compareNumbers(a.number(), b.number());
     case ValueType::String:
     case ValueType::Prefix:
-        return compareTexts(a.text(), b.text());
+        return compareNumbers(a.text().compare(b.text()), 0);
     case ValueType::Buffer:
     case ValueType::Pointer:
     case ValueType::Referee:
         return compareBytes(a.payload(), b.payload());
     case ValueType::SubItem:
-        return compareLists(a.payload(), b.payload(), common - std::min(common, kHeaderSize), depth + 1);
+        return compareLists(a.payload(), b.payload(), depth + 1);
     case ValueType::GUID:
         return compareGuids(a.guid(), b.guid());
     default:
@@ -88,37 +127,36 @@ int compareElements(const ElementCursor& a, const ElementCursor& b, size_t commo
     }
 }
 
-/// Size of the elements that lie wholly in the first @p common bytes.
-size_t sizeOfCommonElements(ConstByteSpan list, size_t common) {
-    size_t at = 0;
-    for (;;) {
-        const size_t size = internal::getElementSize(list.data + at, list.size - at);
-        if (size == 0 || size > common - at) return at;
-        at += size;
-    }
-}
-
 ConstByteSpan behind(ConstByteSpan list, size_t size) {
     return {list.data + size, list.size - size};
 }
 
-/// @param common  bytes known to be the same at the beginning of both: nested lists are not scanned anew at
-///                every level.
-int compareLists(ConstByteSpan a, ConstByteSpan b, size_t common, int depth) {
+bool isTextAtFront(ConstByteSpan a, ConstByteSpan b) {
+    return !a.empty() && !b.empty() && a[0] == b[0] && internal::isText(static_cast<ValueType>(a[0]));
+}
+
+int compareLists(ConstByteSpan a, ConstByteSpan b, int depth) {
     if (depth > Item::kMaxDepth) return compareBytes(a, b);
-    for (;; common = 0) {
-        // Elements of the same bytes are equal, so that only those are decoded that differ.
-        common = countCommonBytes(a, b, common);
-        if (common == a.size && common == b.size) return 0;
-        const size_t skipped = sizeOfCommonElements(a, common);
-        const ElementCursor inA(behind(a, skipped));
-        const ElementCursor inB(behind(b, skipped));
+    for (;;) {
+        if (isTextAtFront(a, b)) {
+            // Most elements of keys: compared and measured in one go.
+            size_t end;
+            const int order = compareTexts(a, b, end);
+            if (order != 0) return order;
+            if (end != 0) {
+                a = behind(a, end);
+                b = behind(b, end);
+                continue;
+            }
+        }
+        const ElementCursor inA(a);
+        const ElementCursor inB(b);
         if (inA.type() != ValueType::Wildcard && inB.type() != ValueType::Wildcard) {
             const ValueType rankA = rankOf(inA.type());
             const ValueType rankB = rankOf(inB.type());
             if (rankA != rankB) return static_cast<int>(rankA) - static_cast<int>(rankB);
             if (rankA == ValueType::None) return compareBytes(inA.rest(), inB.rest());
-            const int order = compareElements(inA, inB, common - skipped, depth);
+            const int order = compareElements(inA, inB, depth);
             if (order != 0) return order;
         }
         a = inA.behind();
@@ -129,7 +167,7 @@ int compareLists(ConstByteSpan a, ConstByteSpan b, size_t common, int depth) {
 } // namespace
 
 int Item::compare(const Item& a, const Item& b) {
-    return compareLists(a.getConstByteSpan(), b.getConstByteSpan(), 0, 0);
+    return compareLists(a.getConstByteSpan(), b.getConstByteSpan(), 0);
 }
 
 } // namespace qel
