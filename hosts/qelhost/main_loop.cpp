@@ -17,11 +17,12 @@ void runMainLoop(bool stay) {
     const qelSq::VM& vm = *system.getVM();
     qelhosts::Pacer pacer;
     const auto isBusy = [&vm] { return vm.ranThreads(); };
+    const auto sleep = [&system](unsigned ms) { system.delegateSleep(ms); };
     while (!qel::System::wasInterruptHandlerCalled() && (stay || vm.threadsActive()))
-        pacer.pass(system, isBusy);
+        pacer.pass(system, isBusy, sleep);
 
     const qel::uint32 end = system.getTime();
-    while (vm.threadsActive() && system.getTime() - end < kTimeToFinishMs) pacer.pass(system, isBusy);
+    while (vm.threadsActive() && system.getTime() - end < kTimeToFinishMs) pacer.pass(system, isBusy, sleep);
 }
 
 } // namespace qelhost

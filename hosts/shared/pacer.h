@@ -12,14 +12,15 @@ namespace qelhosts {
 /// person can tell.
 class Pacer {
 public:
-    /// One pass, and a sleep if nothing moved in it. @param isBusy  asked behind the pass whether it did work
-    /// that may go on in the next.
-    template <class IsBusy>
-    void pass(qel::System& system, IsBusy isBusy) {
+    /// One pass, and a sleep if nothing moved in it.
+    /// @param isBusy  asked behind the pass whether it did work that may go on in the next.
+    /// @param sleep   sleeps for so many milliseconds, or less when something comes up.
+    template <class IsBusy, class Sleep>
+    void pass(qel::System& system, IsBusy isBusy, Sleep sleep) {
         system.processEvents(0);
         const bool hasMoved = isBusy() || system.getTime() - system.getPresentationTime() >= kBusyPassMs;
         m_sleepMs = hasMoved ? 0 : std::min(m_sleepMs + 1, kLongestSleepMs);
-        if (m_sleepMs != 0) system.delegateSleep(m_sleepMs);
+        if (m_sleepMs != 0) sleep(m_sleepMs);
     }
 
 private:

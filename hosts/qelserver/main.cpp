@@ -1,0 +1,75 @@
+// qelserver: a server without a screen. It keeps its records in a file, has jobs done by workers, and answers
+// remote calls on a local socket.
+#include "options.h"
+#include "server.h"
+
+#include <hosts/shared/pacer.h>
+#include <hosts/shared/socket_path.h>
+#include <qel/foundation/log/log_backend.h>
+#include <qel/foundation/log/message_stream.h>
+#include <qel/system/core/application.h>
+#include <qel/system/core/system.h>
+#include <qel/system/report/version.h>
+
+#include <cstdio>
+#include <filesystem>
+
+namespace {
+
+using namespace qelserver;
+
+/// Fills in what the command line left open.
+Options completed(Options options) {
+    const std::string folder = qel::Object::system()->getApplicationDirectory("qelserver");
+    if (options.socket.empty()) options.socket = qelhosts::defaultSocketPath();
+    if (options.data.empty()) options.data = folder + "/qelserver.store";
+    if (options.memory) options.data.clear();
+    if (options.worker.empty()) {
+        const std::filesystem::path self = qel::Object::system()->getExecutablePath().c_str();
+        options.worker = self.parent_path() / "qelworker";
+    }
+    return options;
+}
+
+int serve(const Options& options) {
+    Server server(options);
+    if (!server.good()) return 1;
+    qelhosts::Pacer pacer;
+    qel::System& system = *qel::Object::system();
+    while (!qel::System::wasInterruptHandlerCalled()) {
+        pacer.pass(
+            system, [&server] { return server.poll(); }, [&server](unsigned ms) { server.wait(ms); });
+    }
+    qel::logging::info() << "stopping";
+    return 0;
+}
+
+int run(const Options& options) {
+    qel::LogBackend::registerBackend(true);
+    qel::System::initialize([] { return new qel::Application(); });
+    qel::System::installInterruptHandler();
+    const int status = serve(completed(options));
+    qel::Object::system()->clearApplication();
+    qel::System::deinitialize();
+    qel::LogBackend::unregisterBackend();
+    return status;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const Options options = parseOptions(argc, argv);
+    if (!options.problem.empty()) {
+        std::fprintf(stderr, "qelserver: %s\nTry 'qelserver --help'.\n", options.problem.c_str());
+        return 2;
+    }
+    if (options.help) {
+        std::fputs(usage(), stdout);
+        return 0;
+    }
+    if (options.version) {
+        std::printf("%s\n", qel::Version::getAppTitle("qelserver").c_str());
+        return 0;
+    }
+    return run(options);
+}

@@ -1,0 +1,66 @@
+#include "server.h"
+
+#include <qel/foundation/log/message_stream.h>
+#include <qel/system/core/system.h>
+
+#include <optional>
+
+namespace qelserver {
+
+namespace {
+
+constexpr qel::uint32 kFinalRepliesMs = 500; // for replies that are on their way when the server stops
+
+} // namespace
+
+Server::Server(const Options& options) : m_records(options.data) {
+    if (!m_records.good() || !startRpc(options)) return;
+    m_jobs = std::make_unique<JobBoard>(m_records.jobs(), m_records.statistics());
+    m_workers =
+        std::make_unique<WorkerPool>(*m_jobs, m_records.statistics(), options.worker, options.workers);
+    m_calls = std::make_unique<ServerCalls>(*m_rpc, m_records, *m_jobs, *m_workers);
+    m_records.options().registerRpcCalls(m_rpc.get());
+    m_records.beginPass();
+    qel::logging::info() << "serving on " << options.socket << " with " << options.workers << " workers, "
+                         << m_jobs->waitingCount() << " jobs wait";
+}
+
+bool Server::startRpc(const Options& options) {
+    std::optional<JsonRpcRights> rights = JsonRpcRights();
+    if (!options.rights.empty()) rights = JsonRpcRights::load(options.rights);
+    if (!rights) return false;
+    m_rpc = std::make_unique<JsonRpcServer>(options.socket, std::move(*rights));
+    return m_rpc->start();
+}
+
+Server::~Server() {
+    if (good()) {
+        m_rpc->drain();
+        qel::System& system = *qel::Object::system();
+        const qel::uint32 start = system.getTime();
+        do {
+            poll();
+            m_rpc->wait(1);
+        } while (m_rpc->isBusy() && system.getTime() - start < kFinalRepliesMs);
+    }
+    if (m_rpc) m_rpc->stop();
+    m_calls.reset();
+    m_workers.reset();
+}
+
+bool Server::poll() {
+    const qel::uint64 before = m_rpc->getMessageCount();
+    m_rpc->poll();
+    const auto attempts = m_records.options().getValueAsInt("server:job_attempts");
+    const bool workersMoved = m_workers->poll(attempts);
+    const bool durable = m_calls->hasUnanswered();
+    m_records.endPass(durable);
+    m_records.beginPass();
+    if (durable) {
+        m_calls->answer();
+        m_rpc->poll();
+    }
+    return workersMoved || m_rpc->getMessageCount() != before;
+}
+
+} // namespace qelserver

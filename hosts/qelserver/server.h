@@ -1,0 +1,41 @@
+// The server: its records, its workers and its calls, driven from the pass.
+#pragma once
+
+#include "job_board.h"
+#include "json_rpc_server.h"
+#include "options.h"
+#include "records.h"
+#include "server_calls.h"
+#include "worker_pool.h"
+
+#include <memory>
+
+namespace qelserver {
+
+/// Puts the parts together in their order, and takes them apart in the reverse: when it is gone, everything
+/// that was acknowledged is on the disk. @threads main thread.
+class Server {
+public:
+    /// Opens the records, starts the workers and listens. @param options  complete.
+    explicit Server(const Options& options);
+    ~Server();
+
+    /// Whether all of it works; the log tells what doesn't.
+    bool good() const { return m_calls != nullptr; }
+    /// Does what has come up: calls, answers of workers, records. Waits for the disk only when somebody is to
+    /// be told that something was kept. @return whether there was anything to do.
+    bool poll();
+    /// Blocks until a call comes in, or @p ms milliseconds have passed.
+    void wait(unsigned ms) { m_rpc->wait(static_cast<int>(ms)); }
+
+private:
+    bool startRpc(const Options& options);
+
+    Records m_records;
+    std::unique_ptr<JobBoard> m_jobs;
+    std::unique_ptr<WorkerPool> m_workers;
+    std::unique_ptr<JsonRpcServer> m_rpc;
+    std::unique_ptr<ServerCalls> m_calls;
+};
+
+} // namespace qelserver
