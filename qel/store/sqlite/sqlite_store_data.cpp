@@ -67,7 +67,11 @@ void SqliteStoreData::resetCursors() {
 void SqliteStoreData::set(const Item& key, const Item& value) {
     if (!good()) return;
     m_orderKey.assign(key);
-    if (!m_orderKey.isQuestion() || !findEqual(key)) return store(key, value);
+    if (!m_orderKey.isQuestion()) return store(key, value);
+    if (!findEqual(key)) {
+        logging::error() << "sqlitestore, set of a key with a wildcard or a nan";
+        return;
+    }
     const Item equal(Item::PlainMode, m_up.key());
     m_orderKey.assign(equal);
     store(equal, value);
