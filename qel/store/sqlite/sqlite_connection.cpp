@@ -198,6 +198,10 @@ ConstByteSpan SqliteStatement::column(int index) {
     return {static_cast<const uint8*>(data), static_cast<size_t>(size)};
 }
 
+bool SqliteStatement::isNull(int index) {
+    return sqlite3_column_type(m_statement, index) == SQLITE_NULL;
+}
+
 int64 SqliteStatement::number(int index) {
     return sqlite3_column_int64(m_statement, index);
 }

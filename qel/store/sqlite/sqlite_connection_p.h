@@ -34,6 +34,7 @@ public:
     void reset();
     /// Column @p index of the row, from 0 on. @owner valid until the next step() or reset().
     ConstByteSpan column(int index);
+    bool isNull(int index);
     /// A column that holds a number.
     int64 number(int index);
 

@@ -8,8 +8,7 @@ namespace qel::internal {
 SqliteCode SqliteCursor::prepare(sqlite3* database, Direction direction) {
     const bool isUp = direction == Direction::Up;
     const std::string sql =
-        fmt::format("SELECT key, CASE WHEN length(value) <= {0} THEN value END, "
-                    "length(value) <= {0} FROM entries WHERE position {1}",
+        fmt::format("SELECT key, CASE WHEN length(value) <= {} THEN value END FROM entries WHERE position {}",
                     kValueSize, isUp ? ">= ?1 ORDER BY position" : "< ?1 ORDER BY position DESC");
     return m_statement.prepare(database, sql.c_str());
 }
@@ -30,7 +29,10 @@ bool SqliteCursor::seek(std::string_view position, Start start, SqliteCode& erro
 bool SqliteCursor::step(SqliteCode& error) {
     const SqliteCode code = m_statement.step();
     m_isOnRow = code == SQLITE_ROW;
-    if (m_isOnRow) return true;
+    if (m_isOnRow) {
+        m_key = m_statement.column(0);
+        return true;
+    }
     if (code != SQLITE_DONE) error = code;
     m_statement.reset();
     return false;
@@ -41,8 +43,8 @@ void SqliteCursor::reset() {
     m_isOnRow = false;
 }
 
-bool SqliteCursor::standsOn(const Item& key) {
-    return m_isOnRow && this->key().asText() == key.getConstByteSpan().asText();
+bool SqliteCursor::standsOn(const Item& key) const {
+    return m_isOnRow && m_key.asText() == key.getConstByteSpan().asText();
 }
 
 } // namespace qel::internal

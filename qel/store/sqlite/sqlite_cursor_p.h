@@ -31,18 +31,19 @@ public:
     /// Ends the walk; necessary before anything is written.
     void reset();
     /// Whether it stands on the entry with exactly the bytes of @p key.
-    bool standsOn(const Item& key);
+    bool standsOn(const Item& key) const;
 
     /// The entry's key. @owner valid until the cursor moves.
-    ConstByteSpan key() { return m_statement.column(0); }
+    ConstByteSpan key() const { return m_key; }
     /// Whether the entry's value came along.
-    bool hasValue() { return m_statement.number(2) != 0; }
+    bool hasValue() { return !m_statement.isNull(1); }
     /// The value that came along. @owner valid until the cursor moves.
     ConstByteSpan value() { return m_statement.column(1); }
 
 private:
     SqliteStatement m_statement;
     std::string m_position;
+    ConstByteSpan m_key; // of the row
     bool m_isOnRow = false;
 };
 
