@@ -1,0 +1,68 @@
+#include <qel/store/core/memory_store.h>
+#include <qel/store/core/statistics.h>
+
+#include <gtest/gtest.h>
+
+namespace qel {
+namespace {
+
+/// Counts the transactions that are begun.
+struct CountingStore : MemoryStore {
+    void begin() override {
+        ++begun;
+        MemoryStore::begin();
+    }
+    int begun = 0;
+};
+
+struct StatisticsTest : ::testing::Test {
+    StatisticsTest() { root.add("statistics"); }
+    /// What is stored at the counter: its text, or "-".
+    String stored(const char* name) const {
+        const Item* const value = Item(root).add(name).fetch();
+        return value ? value->asString() : String("-");
+    }
+
+    CountingStore store;
+    Item root{&store};
+};
+
+TEST_F(StatisticsTest, WritesWhatChangedInOneTransactionAndReadsItBack) {
+    Statistics statistics(root);
+    statistics.increase("runs", 5);
+    statistics.increase("runs", 2);
+    statistics.set("big", uint64{1} << 63 | 9);
+    statistics.set(nullptr, 3);
+    EXPECT_EQ(statistics.get("runs"), 7u);
+    EXPECT_EQ(store.begun, 0);
+    statistics.flushToDatabase();
+    EXPECT_EQ(stored("runs") + stored("big") + stored(""), "{<INT:7>}{<INT:-9223372036854775799>}{<INT:3>}");
+    Statistics again(root);
+    EXPECT_EQ(again.get("runs"), 7u);
+    EXPECT_EQ(again.get("big"), uint64{1} << 63 | 9);
+    EXPECT_EQ(again.get(""), 3u);
+    again.increase("big", ~uint64{0} - (uint64{1} << 63));
+    EXPECT_EQ(again.get("big"), 8u); // wrapped
+}
+
+TEST_F(StatisticsTest, LeavesAloneWhatDidNotChange) {
+    Statistics statistics(root);
+    statistics.set("known", 1);
+    statistics.set("other", 2);
+    statistics.flushToDatabase();
+    const int before = store.begun;
+    EXPECT_EQ(statistics.get("unknown"), 0u);
+    statistics.increase("known", 0);
+    statistics.increase("new", 0);
+    statistics.set("known", 1);
+    statistics.flushToDatabase();
+    EXPECT_EQ(store.begun, before);
+    Item(root).add("other").store(Item("changed by others"));
+    statistics.increase("known", 1);
+    statistics.flushToDatabase();
+    EXPECT_EQ(stored("known") + stored("other") + stored("unknown") + stored("new"),
+              "{<INT:2>}{<STR:changed by others>}--");
+}
+
+} // namespace
+} // namespace qel
