@@ -62,7 +62,7 @@ void checkSection(const INIParser& ini, const String& name) {
 /// Everything in the text that may be the name of a section or a key.
 std::set<String> namesIn(std::string_view text) {
     std::set<String> names = {"", "test", "manifest", "product", String(std::string(2000, 'a'))};
-    while (!text.empty() && names.size() < 24) {
+    while (!text.empty() && names.size() < 12) {
         const size_t end = text.find_first_of("[]=:; \t\n");
         if (end != 0) names.insert(String(text.substr(0, end)));
         if (end == text.npos) break;
@@ -76,7 +76,7 @@ void checkManifest(const INIParser& ini, const std::string& path) {
     String product = "p";
     String version = "v";
     const bool isWhole =
-        ini.getString("manifest:product", product) & ini.getString("manifest:version", version);
+        ini.getString("manifest:product", product) && ini.getString("manifest:version", version);
     require(manifest.parse(path) == isWhole);
     require(manifest.product == (isWhole ? product : "p") && manifest.version == (isWhole ? version : "v"));
 }

@@ -17,7 +17,7 @@ BackgroundService::~BackgroundService() = default;
 
 void BackgroundService::tick() {
     if (m_process && !m_process->tick()) {
-        passOnOutput(); // what it said last
+        passOnOutput(m_process); // what it said last
         killProcess();
     }
     if (!m_shouldRun && m_process) killProcess();
@@ -29,14 +29,16 @@ void BackgroundService::tick() {
             spawnProcess();
         }
     }
-    if (m_process) passOnOutput();
+    if (m_process) passOnOutput(m_process);
 }
 
 void BackgroundService::killProcess() {
     if (!m_process) return;
+    const SmartPointer<Process> process = m_process;
+    m_process = nullptr; // first, since a listener may come back here
     logInfoMessage("killing process " + m_processFilePath + " ...");
-    m_process->terminate(false);
-    m_process = nullptr;
+    process->terminate(false);
+    passOnOutput(process); // a last line without an end
 }
 
 bool BackgroundService::spawnConfiguredProcess() {
@@ -48,8 +50,7 @@ bool BackgroundService::spawnConfiguredProcess() {
     return m_process != nullptr;
 }
 
-void BackgroundService::passOnOutput() {
-    const SmartPointer<Process> process = m_process; // a listener may stop the service
+void BackgroundService::passOnOutput(SmartPointer<Process> process) {
     String line;
     while (process->readLine(line) || process->readErrLine(line)) passOn(line);
 }

@@ -98,7 +98,8 @@ protected:
     bool m_shouldRun = false;        ///< whether the child is to be kept
 
 private:
-    void passOnOutput();
+    /// @param process  held here, since a listener may let go of the child.
+    void passOnOutput(SmartPointer<Process> process);
     void passOn(const String& line);
 };
 

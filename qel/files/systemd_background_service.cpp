@@ -111,9 +111,10 @@ SystemdBackgroundService::Answer SystemdBackgroundService::systemctl(const List<
         answer.errors = process->errorText();
         return answer;
     }
-    while (process->tick()) {
-        takeLines(*process, answer.output, answer.errors);
-        System::sleep(1);
+    for (bool running = true; running;) {
+        running = process->tick();
+        takeLines(*process, answer.output, answer.errors); // once more behind its end
+        if (running) System::sleep(1);
     }
     answer.worked = process->exitStatus() == 0;
     process->terminate(false); // closes the streams, which sets a last line without an end free

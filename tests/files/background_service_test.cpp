@@ -88,7 +88,7 @@ TEST_F(BackgroundServiceTest, OutputIsSortedByWhatItHolds) {
 TEST_F(BackgroundServiceTest, AChildThatEndsIsStartedAgainOnceASecondAtMost) {
     SmartPointer<TestedService> service = new TestedService;
     MessageLog log(*service);
-    runShell(*service, "echo last words");
+    runShell(*service, "printf 'more\\nlast words'");
     service->start();
     for (int starts = 1; starts <= 3; ++starts) {
         while (service->hasChild()) service->tick();
