@@ -1,0 +1,120 @@
+#include "job_runner.h"
+
+#include "file_work.h"
+
+#include <hosts/jobs/job_packets.h>
+#include <qel/files/file.h>
+#include <qel/foundation/log/message_stream.h>
+#include <qel/packet/std_out_packet_writer.h>
+#include <qel/store/core/item_iterator.h>
+#include <qel/system/core/system.h>
+
+#include <filesystem>
+#include <optional>
+
+namespace qelworker {
+
+namespace {
+
+constexpr qel::uint32 kReportPauseMs = 100;
+
+qel::SmartPointer<qel::Packet> newPacket(const qel::PacketScheme* scheme) {
+    return new qel::Packet(scheme, 0);
+}
+
+bool isFile(const qel::String& path) {
+    std::error_code error;
+    return std::filesystem::is_regular_file(path.c_str(), error);
+}
+
+} // namespace
+
+/// How far a job is, and when that was last told.
+class JobRunner::Progress {
+public:
+    Progress(const Job& job, const qel::TaskContext& context) : m_job(job), m_context(context) {
+        for (const qel::String& file : job.files) m_total += qel::File::getFileSize(file);
+        tell();
+    }
+
+    bool advance(qel::uint64 bytes) {
+        m_done += bytes;
+        if (qel::Object::system()->getTime() - m_lastTold >= kReportPauseMs) tell();
+        return !isEnding();
+    }
+    bool isEnding() const { return m_context.isAborting(); }
+    qel::uint64 done() const { return m_done; }
+
+private:
+    void tell() {
+        m_lastTold = qel::Object::system()->getTime();
+        const auto packet = newPacket(qeljobs::progressScheme());
+        packet->set("done", m_done);
+        packet->set("total", m_total);
+        answer(m_job, *packet);
+    }
+
+    const Job& m_job;
+    const qel::TaskContext& m_context;
+    qel::uint64 m_total = 0;
+    qel::uint64 m_done = 0;
+    qel::uint32 m_lastTold = 0;
+};
+
+void JobRunner::take(qel::Packet& packet) {
+    if (packet.getID() != qeljobs::kJobId) {
+        qel::logging::warning() << "ignoring a packet of id " << packet.getID();
+        return;
+    }
+    if (!packet.fit(qeljobs::jobScheme())) return; // logged
+    Job job{packet.get<qel::GUID>("id"), packet.get<qel::int32>("attempt"), packet.getString("kind"), {}};
+    const qel::Item files = packet.getItem("files");
+    qel::Item::Iterator it = files.getIterator();
+    for (qel::String file; it.asString(file);) job.files.push_back(file);
+    auto doJob = [job](qel::TaskContext& context) { run(job, context); };
+    m_queue.pushTask(new qel::TaskQueue::LambdaTask<decltype(doJob)>(std::move(doJob)), 0);
+}
+
+void JobRunner::run(const Job& job, const qel::TaskContext& context) {
+    Progress progress(job, context);
+    qel::Item result;
+    const qel::String error = work(job, progress, result);
+    if (progress.isEnding()) return;
+    const auto packet = newPacket(error.empty() ? qeljobs::resultScheme() : qeljobs::failureScheme());
+    if (error.empty()) {
+        packet->set("bytes", progress.done());
+        packet->setItem("result", result);
+    } else {
+        packet->setString("error", error);
+    }
+    answer(job, *packet);
+}
+
+/// Puts a list of tables into @p result, one for each file. @return why the job could not be done, or empty.
+qel::String JobRunner::work(const Job& job, Progress& progress, qel::Item& result) {
+    const FileWork workOnFile = workOfKind(job.kind);
+    if (!workOnFile) return "unknown kind of job '" + job.kind + "'";
+    if (job.files.empty()) return "a job without files";
+    const size_t list = result.openSubItem();
+    for (const qel::String& file : job.files) {
+        if (!isFile(file)) return "no such file '" + file + "'";
+        qel::Item fields;
+        fields.add("file").add(file);
+        const qel::uint64 before = progress.done();
+        const auto advance = [&progress](qel::uint64 bytes) { return progress.advance(bytes); };
+        const qel::String error = workOnFile(file, advance, fields);
+        if (!error.empty()) return error;
+        fields.add("bytes").add(progress.done() - before);
+        result.addPrefix(qel::Item::kTablePrefix).add(fields);
+    }
+    result.closeSubItem(list);
+    return {};
+}
+
+void JobRunner::answer(const Job& job, qel::Packet& packet) {
+    packet.set("id", job.id);
+    packet.set("attempt", job.attempt);
+    qel::Object::system()->getStdOutPacketWriter()->write(&packet);
+}
+
+} // namespace qelworker

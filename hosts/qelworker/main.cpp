@@ -1,0 +1,93 @@
+// qelworker: does jobs with files for a server that starts it and talks to it by packets on its standard
+// streams. It ends in order when it is told to, and when its standard input ends.
+#include "job_runner.h"
+
+#include <hosts/shared/option_table.h>
+#include <hosts/shared/pacer.h>
+#include <qel/foundation/log/log_backend.h>
+#include <qel/packet/std_in_packet_reader.h>
+#include <qel/process/process_protocol.h>
+#include <qel/system/core/application.h>
+#include <qel/system/core/system.h>
+#include <qel/system/report/version.h>
+
+#include <cstdio>
+
+namespace {
+
+constexpr const char* kUsage = R"(Usage: qelworker
+Does jobs for a server, which starts it: packets come in on standard input, answers and log lines
+go out on standard output. It ends when standard input does.
+
+  --version     print the version
+  -h, --help    print this
+)";
+
+using Options = qelhosts::CommonOptions;
+
+constexpr std::array<qelhosts::OptionRow<Options>, 3> kOptions{{
+    {"--help", nullptr, &Options::help},
+    {"-h", nullptr, &Options::help},
+    {"--version", nullptr, &Options::version},
+}};
+
+/// Takes the packets that have come. @return whether there were any; @p isEnding is set by the one that ends
+/// the worker.
+bool takePackets(qel::StdInPacketReader& reader, qelworker::JobRunner& runner, bool& isEnding) {
+    bool hasMoved = false;
+    while (!isEnding) {
+        const qel::SmartPointer<qel::Packet> packet = reader.read();
+        isEnding = packet ? packet->getID() == qel::ProcessProtocol::Terminate->getID() : !reader.valid();
+        if (!packet) break;
+        hasMoved = true;
+        if (!isEnding) runner.take(*packet);
+    }
+    return hasMoved;
+}
+
+void serve() {
+    qel::System& system = *qel::Object::system();
+    qel::StdInPacketReader& reader = *system.getStdInPacketReader();
+    reader.disableBlocking();
+    qelworker::JobRunner runner;
+    qelhosts::Pacer pacer;
+    bool isEnding = false;
+    while (!isEnding && !qel::System::wasInterruptHandlerCalled()) {
+        pacer.pass(system, [&] { return takePackets(reader, runner, isEnding); });
+    }
+    runner.end();
+}
+
+int run() {
+    qel::LogBackend::registerBackend(false);
+    qel::System::initialize([] { return new qel::Application(); });
+    qel::System::installInterruptHandler();
+    serve();
+    qel::Object::system()->clearApplication();
+    qel::System::deinitialize();
+    qel::LogBackend::unregisterBackend();
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    Options options;
+    const int first = qelhosts::readOptions(options, kOptions, argc, argv);
+    if (options.problem.empty() && !options.help && !options.version && first < argc) {
+        options.problem = "unknown argument " + qelhosts::quoted(argv[first]);
+    }
+    if (!options.problem.empty()) {
+        std::fprintf(stderr, "qelworker: %s\nTry 'qelworker --help'.\n", options.problem.c_str());
+        return 2;
+    }
+    if (options.help) {
+        std::fputs(kUsage, stdout);
+        return 0;
+    }
+    if (options.version) {
+        std::printf("%s\n", qel::Version::getAppTitle("qelworker").c_str());
+        return 0;
+    }
+    return run();
+}

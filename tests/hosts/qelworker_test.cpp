@@ -1,0 +1,159 @@
+// The worker as a server meets it: packets on its standard streams.
+#include <tests/process/process_fixture.h>
+
+#include <hosts/jobs/job_packets.h>
+#include <qel/files/file.h>
+#include <qel/process/process_packet_writer.h>
+#include <qel/process/process_protocol.h>
+#include <qel/store/core/item_iterator.h>
+
+#include <gmock/gmock.h>
+
+#include <csignal>
+
+namespace qel::test {
+namespace {
+
+using namespace testing;
+
+class WorkerTest : public ProcessFixture {
+protected:
+    void SetUp() override {
+        ProcessFixture::SetUp();
+        begin();
+    }
+    void begin() {
+        worker = new Process();
+        ASSERT_TRUE(worker->spawn(QELWORKER_PROGRAM, {"qelworker"}, nullptr, true));
+    }
+    void TearDown() override {
+        worker.reset();
+        ProcessFixture::TearDown();
+    }
+
+    void send(Packet& packet) { worker->getPacketWriter()->write(&packet); }
+    void sendJob(int attempt, const char* kind, const std::vector<std::string>& files) {
+        Item list;
+        for (const std::string& file : files) list.add(file);
+        const SmartPointer<Packet> packet(new Packet(qeljobs::jobScheme(), 0));
+        packet->set("id", kId);
+        packet->set("attempt", static_cast<int32>(attempt));
+        packet->setString("kind", kind);
+        packet->setItem("files", list);
+        send(*packet);
+    }
+    /// The next packet but reports of progress, which are looked at here.
+    SmartPointer<Packet> answer() {
+        SmartPointer<Packet> packet;
+        waitUntil([&] {
+            packet = worker->getPacketReader()->read();
+            if (packet && packet->fit(qeljobs::progressScheme())) {
+                EXPECT_LE(packet->getInteger("done"), packet->getInteger("total"));
+                total = packet->getInteger("total");
+                packet.reset();
+            }
+            return packet || !worker->tick();
+        });
+        return packet;
+    }
+    /// The result of the job under way as JSON.
+    std::string result(int attempt, int64 bytes) {
+        const SmartPointer<Packet> packet = answer();
+        if (!packet || !packet->fit(qeljobs::resultScheme())) return "no result";
+        EXPECT_EQ(packet->get<GUID>("id"), kId);
+        EXPECT_EQ(packet->getInteger("attempt"), attempt);
+        EXPECT_EQ(packet->getInteger("bytes"), bytes);
+        EXPECT_EQ(total, bytes);
+        return packet->getItem("result").getJSON(false);
+    }
+
+    static constexpr GUID kId{{1, 2, 3}};
+    LogCapture capture; // takes what the worker logs
+    ScratchFolder folder;
+    Pointer worker;
+    int64 total = -1;
+};
+
+TEST_F(WorkerTest, HashesAndCompressesTheFilesOfAJob) {
+    const std::string file = folder.write("digits", "123456789"); // of the check value in the catalogues
+    const std::string empty = folder.write("empty", "");
+    sendJob(1, "hash", {file, empty});
+    EXPECT_EQ(result(1, 9), "[{\"bytes\":9,\"file\":\"" + file + "\",\"hash\":\"E3069283\"},{\"bytes\":0,\"file\":\"" +
+                                empty + "\",\"hash\":\"00000000\"}]");
+    const std::string content(100'000, 'x');
+    const std::string large = folder.write("large", content);
+    sendJob(2, "compress", {large});
+    const std::string json = result(2, 100'000);
+    EXPECT_THAT(json, HasSubstr("\"output\":\"" + large + ".zst\""));
+    EXPECT_THAT(json, HasSubstr("\"compressed\":" + std::to_string(File::getFileSize(large + ".zst"))));
+    Buffer unpacked;
+    EXPECT_TRUE(unpacked.loadFromFile((large + ".zst").c_str(), false, true));
+    EXPECT_EQ(unpacked.getConstByteSpan().asText(), content);
+    EXPECT_FALSE(folder.has("large.zst.part"));
+}
+
+TEST_F(WorkerTest, TellsWhyAJobCannotBeDoneAndGoesOn) {
+    const std::string file = folder.write("file", "x");
+    folder.makeFolder("taken.zst");
+    const struct {
+        const char* kind;
+        std::vector<std::string> files;
+        std::string error;
+    } cases[] = {
+        {"boil", {file}, "unknown kind of job 'boil'"},
+        {"hash", {}, "a job without files"},
+        {"hash", {file, folder.path("missing")}, "no such file '" + folder.path("missing") + "'"},
+        {"hash", {"/dev/zero"}, "no such file '/dev/zero'"},
+        {"compress", {folder.write("taken", "x")}, "cannot write '" + folder.path("taken.zst") + "'"},
+    };
+    for (const auto& [kind, files, error] : cases) {
+        sendJob(3, kind, files);
+        const SmartPointer<Packet> packet = answer();
+        ASSERT_TRUE(packet && packet->fit(qeljobs::failureScheme()));
+        EXPECT_EQ(packet->getString("error"), error);
+        EXPECT_EQ(packet->get<GUID>("id"), kId);
+        EXPECT_EQ(packet->getInteger("attempt"), 3);
+    }
+    EXPECT_FALSE(folder.has("taken.zst.part"));
+    capture.take();
+}
+
+TEST_F(WorkerTest, EndsInOrderWhenToldToAndWhenItsInputEnds) {
+    for (const auto& tell : std::vector<std::function<void()>>{
+             [this] { send(*SmartPointer<Packet>(new Packet(ProcessProtocol::Terminate, 0))); },
+             [this] { worker->closeStdin(); },
+             [this] { kill(static_cast<pid_t>(worker->getProcessId()), SIGTERM); }}) {
+        sendJob(1, "hash", {folder.write("file", "x")});
+        EXPECT_THAT(result(1, 1), HasSubstr("hash"));
+        tell();
+        EXPECT_EQ(finish(*worker), 0);
+        begin();
+    }
+}
+
+TEST_F(WorkerTest, IgnoresWhatIsNoJob) {
+    worker->writeLine("no packet");
+    send(*SmartPointer<Packet>(new Packet(ProcessProtocol::PluginsHashes, 0)));
+    const SmartPointer<Packet> broken(new Packet(qeljobs::jobScheme(), 0));
+    broken->clearFlag(Packet::kVersioned);
+    broken->setID(2002);
+    send(*broken);
+    sendJob(1, "hash", {folder.write("file", "x")});
+    EXPECT_THAT(result(1, 1), HasSubstr("hash"));
+    EXPECT_THAT(capture.take(), Contains(Field(&LogLine::text, HasSubstr("ignoring a packet of id 1003"))));
+}
+
+TEST_F(WorkerTest, JobPacketsHaveTheseBytes) {
+    Packet job(qeljobs::jobScheme(), 0);
+    job.set("id", kId);
+    job.set("attempt", int32{2});
+    job.setString("kind", "hash");
+    job.setItem("files", Item("/a"));
+    const std::string id = "010203" + std::string(58, '0');
+    EXPECT_EQ(job.convertToBase16String(), "PKTB16[0000FFFFD1070200" + id + 
+              "02000000" "05000000" "04000000" // attempt; bytes of kind and files
+              "6861736800" "STR2F6100" "2C000000]"); // "hash", a String element, static size 44
+}
+
+} // namespace
+} // namespace qel::test
