@@ -48,8 +48,8 @@ bool writeWhole(const qel::String& path, const qel::Buffer& content) {
     return false;
 }
 
-/// Writes the file beside itself as one zstd frame, with the extension ".zst". Adds "output" and "compressed",
-/// the path and the size of that.
+/// Writes the file beside itself as one zstd frame, with the extension ".zst". Adds "output" and
+/// "compressed", the path and the size of that.
 qel::String compress(const qel::String& path, const Advance& advance, qel::Item& fields) {
     qel::Buffer content;
     if (!content.loadFromFile(path.c_str(), false, false)) return cannot("read", path);

@@ -52,9 +52,9 @@ void serve() {
     qelworker::JobRunner runner;
     qelhosts::Pacer pacer;
     bool isEnding = false;
-    while (!isEnding && !qel::System::wasInterruptHandlerCalled()) {
-        pacer.pass(system, [&] { return takePackets(reader, runner, isEnding); });
-    }
+    const auto take = [&] { return takePackets(reader, runner, isEnding); };
+    const auto sleep = [&system](unsigned milliseconds) { system.delegateSleep(milliseconds); };
+    while (!isEnding && !qel::System::wasInterruptHandlerCalled()) pacer.pass(system, take, sleep);
     runner.end();
 }
 

@@ -10,6 +10,7 @@
 #include <gmock/gmock.h>
 
 #include <csignal>
+#include <numeric>
 
 namespace qel::test {
 namespace {
@@ -47,7 +48,8 @@ protected:
         SmartPointer<Packet> packet;
         waitUntil([&] {
             packet = worker->getPacketReader()->read();
-            if (packet && packet->fit(qeljobs::progressScheme())) {
+            if (packet && packet->getID() == qeljobs::kProgressId) {
+                EXPECT_TRUE(packet->fit(qeljobs::progressScheme()));
                 EXPECT_LE(packet->getInteger("done"), packet->getInteger("total"));
                 total = packet->getInteger("total");
                 packet.reset();
@@ -67,7 +69,11 @@ protected:
         return packet->getItem("result").getJSON(false);
     }
 
-    static constexpr GUID kId{{1, 2, 3}};
+    const GUID kId = [] {
+        GUID id;
+        std::iota(id.bytes.begin(), id.bytes.begin() + 3, uint8{1});
+        return id;
+    }();
     LogCapture capture; // takes what the worker logs
     ScratchFolder folder;
     Pointer worker;
@@ -78,8 +84,9 @@ TEST_F(WorkerTest, HashesAndCompressesTheFilesOfAJob) {
     const std::string file = folder.write("digits", "123456789"); // of the check value in the catalogues
     const std::string empty = folder.write("empty", "");
     sendJob(1, "hash", {file, empty});
-    EXPECT_EQ(result(1, 9), "[{\"bytes\":9,\"file\":\"" + file + "\",\"hash\":\"E3069283\"},{\"bytes\":0,\"file\":\"" +
-                                empty + "\",\"hash\":\"00000000\"}]");
+    EXPECT_EQ(result(1, 9), "[{\"bytes\":9,\"file\":\"" + file +
+                                "\",\"hash\":\"E3069283\"},{\"bytes\":0,\"file\":\"" + empty +
+                                "\",\"hash\":\"00000000\"}]");
     const std::string content(100'000, 'x');
     const std::string large = folder.write("large", content);
     sendJob(2, "compress", {large});
@@ -150,9 +157,13 @@ TEST_F(WorkerTest, JobPacketsHaveTheseBytes) {
     job.setString("kind", "hash");
     job.setItem("files", Item("/a"));
     const std::string id = "010203" + std::string(58, '0');
-    EXPECT_EQ(job.convertToBase16String(), "PKTB16[0000FFFFD1070200" + id + 
-              "02000000" "05000000" "04000000" // attempt; bytes of kind and files
-              "6861736800" "STR2F6100" "2C000000]"); // "hash", a String element, static size 44
+    EXPECT_EQ(job.convertToBase16String(), "PKTB16[0000FFFFD1070200" + id +
+                                               "02000000"
+                                               "05000000"
+                                               "04000000" // attempt; bytes of kind and files
+                                               "6861736800"
+                                               "032F6100"
+                                               "2C000000]"); // "hash", a String element, static size 44
 }
 
 } // namespace
