@@ -1,0 +1,48 @@
+// URIs, two of them one after the other on one parser: the input up to the first line feed, and the rest.
+#include <qel/rpc/uri_parser.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <string_view>
+#include <tuple>
+
+using namespace qel;
+
+namespace {
+
+void require(bool holds) {
+    if (!holds) std::abort();
+}
+
+auto fieldsOf(const URIParser& parser) {
+    return std::tuple(parser.scheme, parser.user, parser.password, parser.host, parser.port, parser.path,
+                      parser.query);
+}
+
+/// Every part stands in the URI as it is; the query alone has had its escapes taken out.
+void requireParts(const URIParser& parser, const String& uri) {
+    for (const String* part : {&parser.user, &parser.password, &parser.host, &parser.port}) {
+        require(uri.find(*part) != String::npos);
+    }
+    require(uri.utf8_lowercase().find(parser.scheme) != String::npos);
+    require(parser.path.size() <= uri.size());
+    require(std::all_of(parser.path.begin(), parser.path.end(),
+                        [&](char c) { return c == '/' || uri.find(c) != String::npos; }));
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8* data, size_t size) {
+    const std::string_view input(reinterpret_cast<const char*>(data), size);
+    const size_t cut = std::min(input.find('\n'), size);
+    URIParser parser;
+    for (const std::string_view text : {input.substr(0, cut), input.substr(std::min(cut + 1, size))}) {
+        const String uri{std::string(text).c_str()};
+        const auto before = fieldsOf(parser);
+        if (parser.decodeURI(uri.c_str()))
+            requireParts(parser, uri);
+        else
+            require(fieldsOf(parser) == before);
+    }
+    return 0;
+}
