@@ -78,6 +78,7 @@ public:
     World() : m_options(new OptionsDB(Item(&m_store).add("options"))), m_update(new UpdateMechanism) {
         m_options->addOption("client_options:a", "1", "Pool", "label", "text", 0x80);
         m_options->addOption("b", "x", "", "", "", 0x82);
+        m_update->delegateBackup.connect([this] { return m_backsUp; });
         m_options->registerRpcCalls(&m_provider);
         m_update->registerRpcCalls(&m_provider);
         m_provider.addRPC(
@@ -119,6 +120,7 @@ public:
             return moveOn(program, which);
         case 5:
             if (which == 0) m_update.reset();
+            m_backsUp = which == 1; // else nobody looks for a running installer, which takes long
             return;
         default:
             internal::g_system->processEvents(0);
@@ -175,6 +177,7 @@ private:
     RpcProvider m_provider;
     SmartPointer<OptionsDB> m_options;
     SmartPointer<UpdateMechanism> m_update;
+    bool m_backsUp = false;
     Vector<String> m_methods;
     Vector<RpcContext> m_kept;
     Vector<SmartPointer<RpcHandle>> m_local;
