@@ -1,6 +1,5 @@
 #include <qel/store/core/memory_store.h>
 #include <qel/store/records/guid_domain_db.h>
-#include <tests/support/log_capture.h>
 #include <tests/support/store_dump.h>
 #include <tests/support/system_fixture.h>
 #include <tests/support/threads.h>
@@ -64,18 +63,6 @@ TEST_F(GUIDDomainTest, CountsInItsBitsStartsOverAndGoesOnFromWhereItWasFlushed) 
     system().disableGUIDDomains();
     EXPECT_FALSE(system().hasGUIDDomain());
     EXPECT_NE(system().generateGUID(), system().generateGUID());
-}
-
-TEST_F(GUIDDomainTest, UsesNoDomainThatLeavesFewerThan64RandomBits) {
-    for (const auto& [num, base] : {std::pair(193, GUID()), {1, GUID::fromString(std::string(64, 'F'))}}) {
-        Item(root).add("base.guid").store(base);
-        Item(root).add("base.num").store(num);
-        test::LogCapture capture;
-        const auto database = open();
-        EXPECT_EQ(capture.take().size(), 1u);
-        EXPECT_FALSE(database->hasDomain());
-        EXPECT_NE(database->generateGUID(), database->generateGUID());
-    }
 }
 
 TEST_F(GUIDDomainTest, GivesEveryThreadItsOwnIndices) {
