@@ -1,0 +1,99 @@
+// Scripts that run programs: what they are given back, what is logged, and how they end early.
+#include "script_fixture.h"
+
+#include <qel/process/process.h>
+#include <tests/support/scratch_folder.h>
+
+#include <gmock/gmock.h>
+
+#include <thread>
+
+namespace {
+
+using namespace testing;
+using qel::test::LogCapture;
+using qel::test::LogLine;
+
+class ScriptPrograms : public qel::test::ScriptFixture {
+protected:
+    void passUntil(const std::function<bool()>& condition) {
+        for (; !condition(); std::this_thread::yield()) pass();
+    }
+
+    /// Runs the expression @p call in a script thread to its end. @return its value as text.
+    std::string valueOf(const std::string& call) {
+        start("::result <- (" + call + ")");
+        passUntil([this] { return !vm().threadsActive(); });
+        return text("result");
+    }
+
+    /// The lines logged but those about the start of the program.
+    std::vector<LogLine> output() {
+        std::vector<LogLine> lines = capture.take();
+        std::erase_if(lines, [](const LogLine& line) { return line.text.starts_with("[PID:"); });
+        return lines;
+    }
+
+    LogCapture capture;
+};
+
+constexpr const char* kTalks = "\"echo '  out  '; echo; echo err >&2; exit 3\"";
+
+TEST_F(ScriptPrograms, ExitStatusComesBackAndLinesAreLogged) {
+    const qel::test::ScratchFolder folder;
+    EXPECT_EQ(valueOf(std::string("std.system(\"sh\", \"-c\", ") + kTalks + ")"), "3");
+    EXPECT_THAT(output(),
+                UnorderedElementsAre(LogLine{1, 2, "[PROCESS] out"}, LogLine{3, 2, "[PROCESS] err"}));
+    EXPECT_EQ(valueOf("std.system_ext(\"" + folder.path() + "\", \"sh\", \"-c\", \"pwd; exit $0\", 5)"), "5");
+    EXPECT_THAT(output(), ElementsAre(LogLine{1, 2, "[PROCESS] " + folder.path()}));
+}
+
+TEST_F(ScriptPrograms, TheFlagOfTheArrayFormDecidesTheLevelOfErrors) {
+    for (const auto& [flag, level] : {std::pair(", true", 3), std::pair(", 0", 1), std::pair("", 1)}) {
+        EXPECT_EQ(
+            valueOf(std::string("std.system_ext_array(\"/\", \"sh\", [\"-c\", ") + kTalks + "]" + flag + ")"),
+            "3");
+        EXPECT_THAT(output(), Contains(LogLine{level, 2, "[PROCESS] err"}));
+    }
+}
+
+TEST_F(ScriptPrograms, ALongOutputIsLoggedToItsLastLine) {
+    EXPECT_EQ(valueOf("std.system(\"seq\", 3000)"), "0");
+    const std::vector<LogLine> lines = output();
+    ASSERT_EQ(lines.size(), 3000u);
+    EXPECT_EQ(lines.back().text, "[PROCESS] 3000");
+}
+
+TEST_F(ScriptPrograms, WrongArgumentsAndMissingProgramsAreTold) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"std.system()", "invalid argument count on system call"},
+        {"std.system_ext(\"/\")", "invalid argument count on system call"},
+        {"std.system_ext_array(\"/\", \"sh\")", "invalid argument count on system_ext_array call"},
+        {"std.system_ext_array(\"/\", \"sh\", [], true, 1)",
+         "invalid argument count on system_ext_array call"},
+        {"std.system_ext_array(\"/\", \"sh\", \"x\")",
+         "3rd argument on system_ext_array must be an array of strings"},
+    };
+    for (const auto& [source, error] : cases) expectError(source, error);
+    valueOf("std.system(\"qel-no-such-program\")");
+    EXPECT_TRUE(vm().getRootTable().get("result").isNull());
+    capture.expect(3, "starting process failed");
+    capture.take();
+}
+
+TEST_F(ScriptPrograms, AnAbortedQueueKillsTheProgram) {
+    start("::queue <- std.queue(); queue.push(function() {"
+          "  ::result <- std.system(\"sh\", \"-c\", \"echo up; read x\") }); queue.wait()");
+    passUntil([this] { return Matches(Contains(LogLine{1, 2, "[PROCESS] up"}))(capture.take()); });
+    start("queue.abort()");
+    passUntil([this] { return !vm().threadsActive(); });
+    EXPECT_EQ(text("result"), "-1");
+}
+
+TEST_F(ScriptPrograms, WithoutAScriptThreadTheProgramGoesOnByItself) {
+    EXPECT_TRUE(evaluate("std.system(\"sh\", \"-c\", \"echo up; read x\")").isNull());
+    EXPECT_FALSE(vm().threadsActive());
+    passUntil([this] { return Matches(Contains(LogLine{1, 2, "[PROCESS] up"}))(capture.take()); });
+}
+
+} // namespace
