@@ -3,7 +3,9 @@
 //
 // An input draws a kind of record and entries below its root. An entry is a path, which may begin with a name
 // that the record knows, and a value; both go on with bytes as they stand.
+#include <qel/files/delete_later.h>
 #include <qel/foundation/log/message_stream.h>
+#include <qel/platform/file_system.h>
 #include <qel/store/core/log_db.h>
 #include <qel/store/core/memory_store.h>
 #include <qel/store/records/guid_domain_db.h>
@@ -97,6 +99,52 @@ void checkTable(const Item& root) {
     require(rows->deleteEntry(first, error) && !rows->deleteEntry(first, error) && second.exists());
 }
 
+/// Lets nothing happen to files.
+class NoFiles : public platform::FileFaults {
+public:
+    NoFiles() { platform::setFileFaults(this); }
+    ~NoFiles() override { platform::setFileFaults(nullptr); }
+
+    platform::FileError before(platform::FileOperation, size_t&) override {
+        return std::make_error_code(std::errc::operation_not_permitted);
+    }
+};
+
+/// Whether every key of the store equals itself alone.
+bool hasPlainKeys(Store& store) {
+    Item key;
+    for (bool more = store.first(key); more; more = store.next(key, key)) {
+        for (Item::Iterator it(key); it.hasNextElement(); it.skip())
+            if (it.getType() == ValueType::Wildcard || it.getType() == ValueType::Float) return false;
+    }
+    return true;
+}
+
+// Only what is an entry is left, and only an absolute path is one.
+void checkDeletions(const Item& root) {
+    const NoFiles none;
+    const bool plain = hasPlainKeys(*root.getStore());
+    const auto list = makeObject<DeleteLater>();
+    list->setDBPath(root);
+    for (int round = 0; round < 5; ++round) {
+        list->maintainDeletes();
+        int problematic = 0;
+        Map<String, int> report;
+        list->getReport(report);
+        for (const auto& [origin, count] : report) problematic += count;
+        require(problematic == list->getProblematicCount());
+    }
+    Item entry;
+    for (bool more = plain && root.child(entry); more; more = entry.next()) {
+        String path, origin;
+        int64 tries;
+        require(entry.trail().getIterator().asString(path) && path.starts_with('/'));
+        require(path.find_first_not_of("/.") != String::npos);
+        auto fields = entry.fetch()->getIterator();
+        require(fields.asString(origin) && fields.asInteger(tries));
+    }
+}
+
 /// A kind of record: the names below its root, and what must hold when it is opened there.
 struct RecordKind {
     std::span<const char* const> names;
@@ -107,14 +155,12 @@ constexpr const char* kOptionNames[] = {"plain", "client_options:one", "group_op
 constexpr const char* kDomainNames[] = {"base.guid",    "base.num",    "domainBits",
                                         "personalBits", "domainIndex", "personalIndex"};
 constexpr const char* kLogNames[] = {"pos", "firstPos", "data"};
-
 constexpr const char* kTableNames[] = {"field"};
+constexpr const char* kPaths[] = {"/dev/null", "/dev/null/", "/", "//..", "/tmp/../", "tmp", "", "/nowhere"};
 
 constexpr RecordKind kKinds[] = {
-    {kOptionNames, &checkOptions},
-    {kDomainNames, &checkDomain},
-    {kLogNames, &checkLog},
-    {kTableNames, &checkTable},
+    {kOptionNames, &checkOptions}, {kDomainNames, &checkDomain}, {kLogNames, &checkLog},
+    {kTableNames, &checkTable},    {kPaths, &checkDeletions},
 };
 
 /// Takes bytes from the front of an input; behind its end there are zeros.

@@ -9,6 +9,8 @@
 #include <qel/system/tasks/perfmon.h>
 
 #include <limits>
+#include <string>
+#include <unordered_set>
 
 namespace qel {
 
@@ -42,6 +44,18 @@ bool isOnDisk(const String& path) {
     return error != std::errc::no_such_file_or_directory && error != std::errc::not_a_directory;
 }
 
+// Foreign keys can lead a walk in circles.
+Vector<Item> childrenOf(const Item& parent) {
+    Vector<Item> children;
+    std::unordered_set<std::string> seen;
+    Item child;
+    for (bool more = parent.child(child); more; more = child.next()) {
+        if (!seen.emplace(child.getConstByteSpan().asText()).second) break;
+        children.push_back(child);
+    }
+    return children;
+}
+
 void removeEntry(const Item& entry, const String& path) {
     if (System* system = Object::system()) system->removePathFromFilesystemBlacklist(path);
     entry.remove();
@@ -67,12 +81,7 @@ void DeleteLater::maintainDeletes() {
     m_report.clear();
     if (Store* const store = m_dbPath.getStore()) {
         store->flush();
-        Item next;
-        for (bool more = m_dbPath.child(next); more;) {
-            const Item entry = next; // may be removed, so the walk goes on from a step ahead
-            more = next.next();
-            maintain(entry);
-        }
+        for (const Item& entry : childrenOf(m_dbPath)) maintain(entry);
     }
     if (perfMon) perfMon->end(kSection);
 }

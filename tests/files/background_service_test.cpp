@@ -71,29 +71,29 @@ protected:
 
 TEST_F(BackgroundServiceTest, OutputIsSortedByWhatItHolds) {
     SmartPointer<TestedService> service = new TestedService;
-    MessageLog log(*service);
+    MessageLog heard(*service);
     runShell(*service,
              "echo plain; echo 'a WARN'; echo 'WARN and FATAL' >&2; printf 'last ERROR\\n' >&2; cat");
     EXPECT_TRUE(service->start());
     EXPECT_TRUE(service->isRunning() && !service->isStopped());
-    while (log.messages.size() < 5) service->tick();
-    std::sort(log.messages.begin(), log.messages.end());
-    EXPECT_EQ(log.messages, (Messages{"E WARN and FATAL", "E last ERROR", "I plain",
-                                      "I spawning process /bin/sh ...", "W a WARN"}));
+    while (heard.messages.size() < 5) service->tick();
+    std::sort(heard.messages.begin(), heard.messages.end());
+    EXPECT_EQ(heard.messages, (Messages{"E WARN and FATAL", "E last ERROR", "I plain",
+                                        "I spawning process /bin/sh ...", "W a WARN"}));
     EXPECT_TRUE(service->stop());
     EXPECT_FALSE(service->hasChild());
-    EXPECT_EQ(log.messages.back(), "I killing process /bin/sh ...");
+    EXPECT_EQ(heard.messages.back(), "I killing process /bin/sh ...");
 }
 
 TEST_F(BackgroundServiceTest, AChildThatEndsIsStartedAgainOnceASecondAtMost) {
     SmartPointer<TestedService> service = new TestedService;
-    MessageLog log(*service);
+    MessageLog heard(*service);
     runShell(*service, "printf 'more\\nlast words'");
     service->start();
     for (int starts = 1; starts <= 3; ++starts) {
         while (service->hasChild()) service->tick();
-        EXPECT_EQ(log.count("I spawning"), starts);
-        EXPECT_EQ(log.count("I last words"), starts) << "what it said before its end is not lost";
+        EXPECT_EQ(heard.count("I spawning"), starts);
+        EXPECT_EQ(heard.count("I last words"), starts) << "what it said before its end is not lost";
         clock.advanceMs(999);
         service->tick();
         EXPECT_FALSE(service->hasChild());
@@ -105,7 +105,7 @@ TEST_F(BackgroundServiceTest, AChildThatEndsIsStartedAgainOnceASecondAtMost) {
     service->setProcessFilePath(nullptr);
     service->start();
     EXPECT_FALSE(service->hasChild()) << "there is no generic.exe";
-    this->log.take();
+    log.take();
 }
 
 TEST_F(BackgroundServiceTest, StopWaitsFiveSecondsForAServiceThatDoesNotStop) {
