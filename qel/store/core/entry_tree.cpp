@@ -63,6 +63,10 @@ struct EntryTree::Inner : Node {
         }
     }
 
+    /// Asks for the memory of the children's places, while the separators are searched.
+    void prefetchChildren() const {
+        for (unsigned i = 0; i < childCount; i += 8) __builtin_prefetch(children + i);
+    }
     void insertChild(unsigned index, std::string_view separator, Node* child) {
         separators.insert(index - 1, Separator{std::string(separator)});
         std::copy_backward(children + index, children + childCount, children + childCount + 1);
@@ -121,13 +125,22 @@ StoreEntry* EntryTree::Place::entry() const {
 
 void EntryTree::Place::next() {
     if (!m_leaf) return;
-    constexpr unsigned kAhead = 6;
-    if (m_index + kAhead < m_leaf->entries.size()) {
-        const char* const ahead = reinterpret_cast<const char*>(m_leaf->entries[m_index + kAhead].get());
-        __builtin_prefetch(ahead);
-        __builtin_prefetch(ahead + 64);
-    }
+    prefetchAhead();
     *this = Place(m_leaf, m_index + 1);
+}
+
+/// Entries lie anywhere in memory: a walk asks for them, and for the next leaf, before it comes to them.
+void EntryTree::Place::prefetchAhead() const {
+    constexpr unsigned kAhead = 10;
+    const Leaf* leaf = m_leaf;
+    if (m_index == 0 && leaf->next) leaf->next->entries.prefetch();
+    unsigned index = m_index + kAhead;
+    if (index >= leaf->entries.size()) {
+        index -= leaf->entries.size();
+        leaf = leaf->next;
+        if (!leaf || index >= leaf->entries.size()) return;
+    }
+    leaf->entries[index]->prefetchKey();
 }
 
 // --- EntryTree ------------------------------------------------------------------------------------------
@@ -144,10 +157,12 @@ EntryTree::Leaf* EntryTree::findLeaf(std::string_view order, Path* path) const {
     Node* node = m_root;
     while (!node->isLeaf) {
         auto* const inner = static_cast<Inner*>(node);
+        inner->prefetchChildren();
         const unsigned child = inner->separators.upperBound(order);
         if (path) path->add(inner, child);
         node = inner->children[child];
     }
+    static_cast<Leaf*>(node)->entries.prefetch();
     return static_cast<Leaf*>(node);
 }
 

@@ -31,6 +31,7 @@ public:
     private:
         friend class EntryTree;
         Place(Leaf* leaf, unsigned index);
+        void prefetchAhead() const;
 
         Leaf* m_leaf = nullptr;
         unsigned m_index = 0;

@@ -18,11 +18,18 @@ class KeySlots {
 public:
     static constexpr unsigned kCapacity = 32;
 
+    KeySlots() { std::fill(m_heads, m_heads + kCapacity, kUnused); }
+
     unsigned size() const { return m_size; }
     bool isFull() const { return m_size == kCapacity; }
     Key& operator[](unsigned index) { return m_keys[index]; }
     const Key& operator[](unsigned index) const { return m_keys[index]; }
 
+    /// Asks for the memory of the first keys.
+    void prefetch() const {
+        __builtin_prefetch(&m_size);
+        for (unsigned i = 0; i < kCapacity; i += 8) __builtin_prefetch(m_keys + i);
+    }
     /// Index of the first key that isn't smaller.
     unsigned lowerBound(std::string_view wanted) const {
         return search(wanted, [](std::string_view key, std::string_view than) { return key < than; });
@@ -46,13 +53,14 @@ public:
         Key key = std::move(m_keys[index]);
         std::move(m_keys + index + 1, m_keys + m_size, m_keys + index);
         std::copy(m_heads + index + 1, m_heads + m_size, m_heads + index);
-        --m_size;
+        m_heads[--m_size] = kUnused;
         return key;
     }
     /// Moves the keys from @p index on to @p target, which is empty.
     void moveTail(unsigned index, KeySlots& target) {
         std::move(m_keys + index, m_keys + m_size, target.m_keys);
         target.m_size = m_size - index;
+        std::fill(m_heads + index, m_heads + m_size, kUnused);
         m_size = index;
         readHeads();
         target.readHeads();
@@ -62,47 +70,65 @@ private:
     /// @p isBefore(key, wanted) holds for the keys in front of the result.
     template <typename IsBefore>
     unsigned search(std::string_view wanted, IsBefore isBefore) const {
-        if (m_size == 0) return 0;
-        const std::string_view first = bytesOf(m_keys[0]);
         const size_t common = std::min(m_common, wanted.size());
-        const int order = common != 0 ? std::memcmp(wanted.data(), first.data(), common) : 0;
+        const int order = common != 0 ? std::memcmp(wanted.data(), m_beginning, common) : 0;
         if (order < 0 || (order == 0 && common < m_common)) return 0;
-        if (order > 0) return m_size;
+        if (order > 0 || m_size == 0) return m_size;
         const uint64 head = headOf(wanted);
-        unsigned index = countSmallerHeads(head);
-        while (index < m_size && m_heads[index] == head && isBefore(bytesOf(m_keys[index]), wanted)) ++index;
-        return index;
+        const unsigned first = countSmallerHeads(head);
+        if (first == m_size || m_heads[first] != head) return first;
+        unsigned last = first + 1;
+        while (last < m_size && m_heads[last] == head) ++last;
+        const auto isKeyBefore = [isBefore](const Key& key, std::string_view than) {
+            return isBefore(bytesOf(key), than);
+        };
+        return static_cast<unsigned>(std::lower_bound(m_keys + first, m_keys + last, wanted, isKeyBefore) -
+                                     m_keys);
     }
+    /// Looks at all heads, used or not: four sums side by side are quicker than steps that wait for each
+    /// other.
     unsigned countSmallerHeads(uint64 head) const {
-        const uint64* begin = m_heads;
-        for (unsigned left = m_size; left > 1;) {
-            const unsigned half = left / 2;
-            begin += begin[half - 1] < head ? half : 0;
-            left -= half;
+        unsigned a = 0, b = 0, c = 0, d = 0;
+        for (unsigned i = 0; i < kCapacity; i += 4) {
+            a += m_heads[i] < head;
+            b += m_heads[i + 1] < head;
+            c += m_heads[i + 2] < head;
+            d += m_heads[i + 3] < head;
         }
-        return static_cast<unsigned>(begin - m_heads) + (*begin < head);
+        return a + b + c + d;
     }
     uint64 headOf(std::string_view bytes) const {
+        const char* const begin = bytes.data() + m_common;
         const size_t size = bytes.size() - m_common;
         uint64 head = 0;
-        std::memcpy(&head, bytes.data() + m_common, std::min(size, sizeof(head)));
+        if (size >= sizeof(head)) {
+            std::memcpy(&head, begin, sizeof(head));
+        } else {
+            std::memcpy(&head, begin, size);
+        }
         return std::endian::native == std::endian::little ? __builtin_bswap64(head) : head;
     }
-    /// Bytes that all keys have in common; 0 for one key, whose end its next neighbour will set.
+    /// Bytes that all keys have in common, as far as they are kept; 0 for one key, whose end its next
+    /// neighbour will set.
     size_t countCommon() const {
         if (m_size < 2) return 0;
-        const std::string_view first = bytesOf(m_keys[0]);
+        const std::string_view first = bytesOf(m_keys[0]).substr(0, kBeginning);
         const std::string_view last = bytesOf(m_keys[m_size - 1]);
         const auto ends = std::mismatch(first.begin(), first.end(), last.begin(), last.end());
         return static_cast<size_t>(ends.first - first.begin());
     }
     void readHeads() {
         m_common = countCommon();
+        if (m_common != 0) std::memcpy(m_beginning, bytesOf(m_keys[0]).data(), m_common);
         for (unsigned i = 0; i < m_size; ++i) m_heads[i] = headOf(bytesOf(m_keys[i]));
     }
 
+    static constexpr size_t kBeginning = 48;
+    static constexpr uint64 kUnused = ~uint64{0}; // no head is greater
+
     unsigned m_size = 0;
     size_t m_common = 0;
+    char m_beginning[kBeginning]; // what all keys begin with
     uint64 m_heads[kCapacity];
     Key m_keys[kCapacity];
 };

@@ -1,8 +1,19 @@
 #include <qel/store/core/memory_store_data_p.h>
 
-#include <cstring>
-
 namespace qel::internal {
+namespace {
+
+/// Usual keys are shorter than what a call costs.
+bool areSame(ConstByteSpan a, const uint8* b) {
+    size_t at = 0;
+    for (; a.size - at >= sizeof(uint64); at += sizeof(uint64)) {
+        if (loadElementValue<uint64>(a.data + at) != loadElementValue<uint64>(b + at)) return false;
+    }
+    while (at < a.size && a[at] == b[at]) ++at;
+    return at == a.size;
+}
+
+} // namespace
 
 MemoryStoreData::MemoryStoreData(const MemoryStoreData& other) {
     UndoLog::Copies copies;
@@ -17,8 +28,7 @@ bool MemoryStoreData::isRecent(const Item& key) const {
     const StoreEntry* const recent = m_recent.entry();
     if (!recent) return false;
     const ConstByteSpan bytes = recent->key();
-    if (bytes.size != key.getPlainSize()) return false;
-    return bytes.size == 0 || std::memcmp(bytes.data, key.getPlainBytePointer(), bytes.size) == 0;
+    return bytes.size == key.getPlainSize() && areSame(bytes, key.getPlainBytePointer());
 }
 
 StoreEntry* MemoryStoreData::remember(Place place) {
