@@ -1,0 +1,152 @@
+// The server as its users meet it: calls, jobs and workers, ends of all kinds, and the sessions of the guide.
+#include <tests/hosts/server_run.h>
+
+#include <tests/support/source_dir.h>
+
+#include <gmock/gmock.h>
+
+#include <regex>
+
+namespace qel::test {
+
+using namespace testing;
+
+namespace {
+
+/// The text of the first JSON string in an answer.
+std::string textIn(const std::string& answer) {
+    const size_t begin = answer.find('"');
+    return begin == answer.npos ? "" : answer.substr(begin + 1, answer.find('"', begin + 1) - begin - 1);
+}
+
+/// The number behind a key of an answer; -1 if there is none.
+long numberOf(const std::string& answer, const std::string& key) {
+    std::smatch match;
+    const std::regex pattern("\"" + key + "\": ?(\\d+)");
+    return std::regex_search(answer, match, pattern) ? std::stol(match[1]) : -1;
+}
+
+std::string inList(const std::string& text) {
+    return "[\"" + text + "\"]";
+}
+
+std::string jobOn(const std::string& kind, const std::string& file) {
+    return "[\"" + kind + "\", [\"" + file + "\"]]";
+}
+
+} // namespace
+
+TEST_F(ServerTest, AJobIsDoneByAWorkerAndCounted) {
+    const std::string file = makeFile("slice", 100'000);
+    start({"--memory", "--workers", "2"});
+    for (const char* kind : {"hash", "compress"}) {
+        const std::string id = textIn(call("jobs.submit", jobOn(kind, file)));
+        ASSERT_THAT(id, SizeIs(64));
+        EXPECT_THAT(callUntil("\"done\"", "jobs.state", inList(id)), HasSubstr("slice"));
+    }
+    const std::string failed = textIn(call("jobs.submit", jobOn("hash", file + ".missing")));
+    EXPECT_THAT(callUntil("\"failed\"", "jobs.state", inList(failed)), HasSubstr("missing"));
+    const std::string counters = call("statistics.list");
+    EXPECT_EQ(numberOf(counters, "jobs.done"), 2);
+    EXPECT_EQ(numberOf(counters, "jobs.failed"), 1);
+    EXPECT_EQ(numberOf(counters, "jobs.bytes"), 200'000);
+    EXPECT_EQ(stop(), 0);
+}
+
+TEST_F(ServerTest, WhatItDoesNotUnderstandHasNoResult) {
+    start({"--memory", "--workers", "0"});
+    for (const char* arguments : {"[]", "[\"hash\"]", "[\"hash\", []]", "[\"hash\", [\"relative\"]]",
+                                  "[\"hash\", [1]]", "[[\"/etc/hostname\"], \"hash\"]"}) {
+        EXPECT_EQ(call("jobs.submit", arguments), "null") << arguments;
+    }
+    EXPECT_EQ(call("jobs.state", inList(std::string(64, '0'))), "null");
+    EXPECT_EQ(call("jobs.list"), "[]");
+    EXPECT_NE(shell("qelcall no.such.method").status, 0);
+    EXPECT_EQ(stop(), 0);
+}
+
+TEST_F(ServerTest, AnAcknowledgedJobOutlivesAServerThatIsKilled) {
+    const std::string file = makeFile("slice", 1000);
+    start({"--workers", "0"});
+    std::vector<std::string> ids;
+    for (int i = 0; i < 5; ++i) ids.push_back(textIn(call("jobs.submit", jobOn("hash", file))));
+    EXPECT_EQ(stop(SIGKILL), 128 + SIGKILL);
+
+    start({"--workers", "1"});
+    for (const std::string& id : ids)
+        EXPECT_THAT(callUntil("\"done\"", "jobs.state", inList(id)), HasSubstr("done"));
+    EXPECT_EQ(stop(), 0);
+
+    start({"--workers", "0"}); // results, counters and log lines are still there
+    EXPECT_THAT(call("jobs.state", inList(ids[0])), HasSubstr("\"done\""));
+    EXPECT_EQ(numberOf(call("statistics.list"), "jobs.done"), 5);
+    EXPECT_THAT(call("log.query", "[1000]"), HasSubstr("serving on"));
+    EXPECT_EQ(stop(), 0);
+}
+
+TEST_F(ServerTest, TheJobOfAKilledWorkerIsDoneByAnother) {
+    const std::string file = makeFile("series", 400'000'000);
+    start({"--memory", "--workers", "2"});
+    const std::string id = textIn(call("jobs.submit", jobOn("compress", file)));
+    callUntil("\"running\"", "jobs.state", inList(id));
+    const std::string workers = call("workers.list");
+    std::smatch busy;
+    const std::regex pattern("\\{[^}]*" + id + "[^}]*\\}");
+    ASSERT_TRUE(std::regex_search(workers, busy, pattern)) << workers;
+    ASSERT_EQ(::kill(static_cast<pid_t>(numberOf(busy.str(), "pid")), SIGKILL), 0);
+
+    const std::string state = callUntil("\"done\"", "jobs.state", inList(id));
+    EXPECT_EQ(numberOf(state, "attempts"), 2) << state;
+    EXPECT_EQ(numberOf(call("statistics.list"), "workers.lost"), 1);
+    EXPECT_THAT(callUntil("\"restarts\": 1", "workers.list"), Not(HasSubstr("\"pid\": 0")));
+    EXPECT_EQ(stop(), 0);
+}
+
+TEST_F(ServerTest, ACallStopsItInOrder) {
+    start({"--memory"});
+    EXPECT_EQ(call("server.shutdown"), "true");
+    EXPECT_EQ(stop(0), 0);
+    EXPECT_FALSE(std::filesystem::exists(scratch() / "socket"));
+}
+
+TEST_F(ServerTest, AFileThatIsNotItsOwnIsNeitherUsedNorChanged) {
+    writeText(scratch() / "records.store", "not a store");
+    const HostRun run = shell("\"" QELSERVER_PROGRAM "\" --socket socket --data records.store");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.out + run.error, HasSubstr("can't open store"));
+    EXPECT_EQ(readText(scratch() / "records.store"), "not a store");
+}
+
+/// Lines that begin with "$ " are commands, the others what they print; "…" stands for anything within a
+/// line.
+TEST_F(ServerTest, TheSessionsOfTheGuideGoAsTheyStand) {
+    const std::string guide = readText(sourceDir() + "/docs/hosting.md");
+    const std::string fence = "```console\n";
+    writeText(scratch() / "slice-001.dcm", "a slice");
+    start({"--memory", "--workers", "1"});
+    int commands = 0;
+    for (size_t at = guide.find(fence); at != guide.npos; at = guide.find(fence, at)) {
+        at += fence.size();
+        std::istringstream session(guide.substr(at, guide.find("```\n", at) - at));
+        std::string printed;
+        for (std::string line; std::getline(session, line);) {
+            if (line.starts_with("$ ")) {
+                EXPECT_EQ(printed, "") << "not told by the guide";
+                const HostRun run = shell(line.substr(2));
+                printed = run.status == 0 ? run.out : run.error;
+                ++commands;
+                continue;
+            }
+            std::string pattern = std::regex_replace(line, std::regex(R"([.^$|()\[\]{}*+?\\])"), "\\$&");
+            pattern = std::regex_replace(pattern, std::regex("…"), ".*");
+            const std::string first = printed.substr(0, printed.find('\n'));
+            EXPECT_TRUE(std::regex_match(first, std::regex(pattern)))
+                << "told: " << line << "\nprinted: " << first;
+            printed.erase(0, first.size() + 1);
+        }
+    }
+    EXPECT_GT(commands, 5);
+    EXPECT_EQ(stop(), 0);
+}
+
+} // namespace qel::test
