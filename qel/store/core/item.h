@@ -12,6 +12,7 @@
 #include <qel/store/core/guid.h>
 #include <qel/store/core/item_element.h>
 
+#include <algorithm>
 #include <concepts>
 #include <cstdlib>
 #include <cstring>
@@ -256,13 +257,16 @@ public:
     /// Sets the size. New bytes are uninitialised; a view that is not cut to nothing is copied first.
     /// @return the bytes, for writing.
     uint8* resizePlain(size_t size) {
-        if (size > m_capacity) grow(size);
+        if (size > m_capacity) {
+            m_size = std::min(m_size, size); // all that is copied of a view
+            grow(size);
+        }
         m_size = size;
         return m_data;
     }
     /// Makes room for @p size bytes in all.
     void reservePlainTotal(size_t size) {
-        if (size > m_capacity) grow(size);
+        if (size > m_capacity) grow(std::max(size, m_size));
     }
     /// Removes all elements; memory and store stay.
     void clear() { m_size = 0; }

@@ -160,6 +160,16 @@ TEST(ItemMemory, NeverWritesThroughAView) {
     }
 }
 
+TEST(ItemMemory, CutsAViewWithoutCopyingWhatIsCutOff) {
+    const Item source(std::string(2000, 'a'));
+    Item cut(Item::ExternalBufferMode, source.getConstByteSpan());
+    cut.resizePlain(3);
+    EXPECT_EQ(cut.getBase16(), "036161");
+    Item reserved(Item::ExternalBufferMode, source.getConstByteSpan());
+    reserved.reservePlainTotal(3);
+    EXPECT_EQ(reserved, source);
+}
+
 TEST(ItemReading, TakesOnlyWhatFits) {
     // Each read of each element: what does not fit leaves the position alone.
     const Item all =
