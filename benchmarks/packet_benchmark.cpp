@@ -67,7 +67,7 @@ std::vector<uint8> g_bytes(1024);
 int64_t buildQel() {
     Packet packet(&g_scheme, 1);
     int32 value = 1000;
-    for (const auto* element : g_scheme.m_integers) packet.setInteger(*element, value++);
+    for (const auto* element : g_scheme.m_integers) packet.set(*element, value++);
     packet.setString(*g_scheme.m_name, kText);
     packet.setBuffer(*g_scheme.m_data, g_blob.data(), 256);
     return packet.copyPayloadTo(g_bytes.data());
@@ -93,7 +93,7 @@ void readQel(benchmark::State& state, const Read& read) {
 void readByElement(benchmark::State& state) {
     readQel(state, [](const Packet& packet) {
         int64_t sum = 0;
-        for (const auto* element : g_scheme.m_integers) sum += packet.getInteger(*element);
+        for (const auto* element : g_scheme.m_integers) sum += packet.get<int32>(*element);
         return sum + packet.getBufferSize(*g_scheme.m_name) - 1 + packet.getBufferSize(*g_scheme.m_data);
     });
 }

@@ -23,9 +23,6 @@ uint8* newBytes(uint32 size) {
 
 Packet::Packet(uint32 size) : m_payload(newBytes(size)), m_payloadSize(size) {}
 
-Packet::Packet(uint32 size, uint8* bytes, Object* owner)
-    : m_payload(bytes), m_payloadSize(size), m_hasExternalPayload(true), m_owner(owner) {}
-
 Packet::Packet(const Packet* other) : Packet(other->getPayloadSize()) {
     m_header = other->m_header;
     other->copyPayloadTo(m_payload);
@@ -51,10 +48,6 @@ Packet::Packet(const PacketScheme* scheme, short port) {
 Packet::~Packet() {
     m_cargo.clear();
     freePayload();
-}
-
-void Packet::freePayload() {
-    if (!m_hasExternalPayload) delete[] m_payload;
 }
 
 void Packet::swap(Packet& other) noexcept {
@@ -94,10 +87,8 @@ void Packet::Attachment::detach() {
     take(std::move(block), m_size);
 }
 
-void Packet::Attachments::reset(uint32 size) {
-    clear();
+void Packet::Attachments::allocate(uint32 size) {
     m_many = size > m_few.size() ? std::make_unique<Attachment[]>(size) : nullptr;
-    m_size = size;
 }
 
 void Packet::Attachments::swap(Attachments& other) noexcept {

@@ -57,7 +57,8 @@ public:
     explicit Packet(uint32 size);
     /// A raw packet over foreign bytes, which are neither copied nor freed, but written when a field is set.
     /// @owner keeps a reference to @p owner, which may be null, to keep the bytes alive.
-    Packet(uint32 size, uint8* bytes, Object* owner);
+    Packet(uint32 size, uint8* bytes, Object* owner)
+        : m_payload(bytes), m_payloadSize(size), m_hasExternalPayload(true), m_owner(owner) {}
     /// A raw packet with the header and the payload of @p other.
     explicit Packet(const Packet* other);
     /// A packet of @p scheme with defaults in all fields and no reply port.
@@ -116,91 +117,119 @@ public:
     /// Has the packet written as the first version of its scheme, which every reader knows.
     void disableVersioning();
 
-    // --- Fields -------------------------------------------------------------------------------------------
+    // --- Fields: by name or Element; the overloads for an Element alone are the fastest
+    // ----------------------
 
     /// An integer of any declared width, with its sign; 0 for a field that is none.
-    int64 getInteger(PacketField field) const;
+    int64 getInteger(const PacketField& field) const { return getInteger(elementOf(field)); }
+    /// @copydoc getInteger(const PacketField&) const
+    int64 getInteger(const PacketScheme::Element& element) const;
     /// Sets an integer of any declared width, which keeps its low bits; nothing for a field that is none.
-    void setInteger(PacketField field, int64 value);
+    void setInteger(const PacketField& field, int64 value) { setInteger(elementOf(field), value); }
+    /// @copydoc setInteger(const PacketField&, int64)
+    void setInteger(const PacketScheme::Element& element, int64 value);
     /// A float or double; 0 for a field that is none.
-    double getFloat(PacketField field) const;
+    double getFloat(const PacketField& field) const { return getFloat(elementOf(field)); }
+    /// @copydoc getFloat(const PacketField&) const
+    double getFloat(const PacketScheme::Element& element) const;
     /// Sets a float or double; nothing for a field that is none.
-    void setFloat(PacketField field, double value);
+    void setFloat(const PacketField& field, double value) { setFloat(elementOf(field), value); }
+    /// @copydoc setFloat(const PacketField&, double)
+    void setFloat(const PacketScheme::Element& element, double value);
 
     /// A text; "" when the field is empty. @owner valid until the field is set or the packet dies.
     /// @errors bytes that do not end with a zero are logged, and give "".
-    const char* getString(PacketField field) const;
+    const char* getString(const PacketField& field) const;
     /// Sets a text with its terminating zero. @param text  null stands for the empty text.
-    void setString(PacketField field, const char* text);
+    void setString(const PacketField& field, const char* text);
     /// Sets a text with its terminating zero.
-    void setString(PacketField field, const std::string& text);
+    void setString(const PacketField& field, const std::string& text);
     /// Sets a text with its terminating zero.
-    void setString(PacketField field, const StringId& text);
+    void setString(const PacketField& field, const StringId& text);
     /// Adds the zero-terminated texts of a field to a container; bytes behind the last zero are ignored.
     template <typename Container>
-    void getStringList(PacketField field, Container& out) const;
+    void getStringList(const PacketField& field, Container& out) const;
 
     /// The bytes of a field; null when it has none. @owner as getString().
-    const uint8* getBuffer(PacketField field) const { return getBytes(field).data; }
+    const uint8* getBuffer(const PacketField& field) const { return getBytes(field).data; }
     /// The bytes of a field and their number. @owner as getString().
-    const uint8* getBuffer(PacketField field, uint32& size) const;
+    const uint8* getBuffer(const PacketField& field, uint32& size) const;
     /// Copies the bytes of a field.
-    void getBuffer(PacketField field, Buffer& out) const { out.set(getBytes(field)); }
+    void getBuffer(const PacketField& field, Buffer& out) const { out.set(getBytes(field)); }
     /// Number of bytes of a field.
-    uint32 getBufferSize(PacketField field) const { return static_cast<uint32>(getBytes(field).size); }
+    uint32 getBufferSize(const PacketField& field) const { return static_cast<uint32>(getBytes(field).size); }
+    /// @copydoc getBufferSize(const PacketField&) const
+    uint32 getBufferSize(const PacketScheme::Element& element) const {
+        return static_cast<uint32>(getBytes(element).size);
+    }
     /// The bytes of a field. @owner as getString().
-    ConstByteSpan getBytes(PacketField field) const;
+    ConstByteSpan getBytes(const PacketField& field) const { return getBytes(elementOf(field)); }
+    /// @copydoc getBytes(const PacketField&) const
+    ConstByteSpan getBytes(const PacketScheme::Element& element) const;
     /// Sets the bytes of a field; those of a dynamic one are filled up with zeros to whole elements.
     /// @param size          0 leaves the field as it is.
     /// @param compressible  hint for the output, kept from kMinCompressibleSize bytes on.
     /// @errors more than a fixed field holds is logged and cut.
-    void setBuffer(PacketField field, const uint8* bytes, uint32 size, bool compressible = false);
-    /// @copydoc setBuffer(PacketField, const uint8*, uint32, bool)
-    void setBuffer(PacketField field, ConstByteSpan bytes, bool compressible = false);
+    void setBuffer(const PacketField& field, const uint8* bytes, uint32 size, bool compressible = false);
+    /// @copydoc setBuffer(const PacketField&, const uint8*, uint32, bool)
+    void setBuffer(const PacketField& field, ConstByteSpan bytes, bool compressible = false);
     /// Makes room in a field for the caller to write to. A dynamic field gets as many elements as hold
     /// @p size bytes, which are uninitialised.
     /// @return where to write @p size bytes; null for a size of 0, which leaves the field as it is.
     /// @errors more than a fixed field holds is logged; the field then stays as it is and what is written is
     ///         lost.
-    uint8* allocateBuffer(PacketField field, uint32 size, bool compressible = false);
+    uint8* allocateBuffer(const PacketField& field, uint32 size, bool compressible = false);
 
     /// A view of a field as an Item without a store. @owner as getString().
-    Item getItem(PacketField field) const;
+    Item getItem(const PacketField& field) const;
     /// A copy of a field as an Item.
-    Item getItemCopy(PacketField field) const;
+    Item getItemCopy(const PacketField& field) const;
     /// Sets the plain bytes of an Item; an empty one is not written.
-    void setItem(PacketField field, const Item& item);
+    void setItem(const PacketField& field, const Item& item);
 
     /// A value as it was declared. @return zeros for a field that is no single value of this size.
     template <typename T>
-    T get(PacketField field) const;
+    T get(const PacketField& field) const {
+        return get<T>(elementOf(field));
+    }
+    /// @copydoc get(const PacketField&) const
+    template <typename T>
+    T get(const PacketScheme::Element& element) const {
+        static_assert(std::is_trivially_copyable_v<T>);
+        return hasSingle(element, sizeof(T)) ? load<T>(element) : T{};
+    }
     /// Sets a value as it was declared; nothing for a field that is no single value of this size.
     template <typename T>
-    void set(PacketField field, const T& value) {
+    void set(const PacketField& field, const T& value) {
+        set(elementOf(field), value);
+    }
+    /// @copydoc set(const PacketField&, const T&)
+    template <typename T>
+    void set(const PacketScheme::Element& element, const T& value) {
         static_assert(std::is_trivially_copyable_v<T>);
-        singleSetInternal(field, &value, sizeof(T));
+        if (hasSingle(element, sizeof(T))) save<T>(element, value);
     }
     /// Element @p index of a field declared with this type; zeros behind the last one.
     template <typename T>
-    T getAt(PacketField field, uint32 index) const;
+    T getAt(const PacketField& field, uint32 index) const;
     /// Number of elements of a field; of a dynamic one those that are set.
-    uint32 getCount(PacketField field) const;
+    uint32 getCount(const PacketField& field) const;
     /// Sets the elements of a field declared with a type of this size; see arraySetInternal().
     template <typename T>
-    void setArray(PacketField field, const T* values, uint32 count);
+    void setArray(const PacketField& field, const T* values, uint32 count);
 
     /// Copies a single value. @return false, with @p value untouched, when the field is no single value of
     /// @p size bytes.
-    bool singleGetInternal(PacketField field, void* value, uint32 size) const;
+    bool singleGetInternal(const PacketField& field, void* value, uint32 size) const;
     /// Sets a single value. @return false when the field is no single value of @p size bytes.
-    bool singleSetInternal(PacketField field, const void* value, uint32 size);
+    bool singleSetInternal(const PacketField& field, const void* value, uint32 size);
     /// The elements of a field and their number. @owner as getString(); aligned only as the payload is.
-    const void* arrayGetInternal(PacketField field, uint32& count) const;
+    const void* arrayGetInternal(const PacketField& field, uint32& count) const;
     /// Sets the elements of a field. A fixed field keeps what lies behind the last one.
     /// @errors more than a fixed field holds is logged and cut.
-    void arraySetInternal(PacketField field, const void* data, uint32 count);
+    void arraySetInternal(const PacketField& field, const void* data, uint32 count);
     /// Makes room for elements; otherwise as allocateBuffer(), but a count of 0 empties a dynamic field.
-    void* allocateInternal(PacketField field, uint32 count);
+    void* allocateInternal(const PacketField& field, uint32 count);
 
     // --- Cargo: the raw bytes behind the fields of an unversioned packet
     // --------------------------------------
@@ -317,21 +346,32 @@ private:
             m_size = 0;
         }
         /// Frees all and makes room for @p size empty ones.
-        void reset(uint32 size);
+        void reset(uint32 size) {
+            clear();
+            if (m_many || size > m_few.size()) allocate(size);
+            m_size = size;
+        }
         void swap(Attachments& other) noexcept;
 
     private:
+        void allocate(uint32 size);
+
         std::array<Attachment, 4> m_few;
         std::unique_ptr<Attachment[]> m_many;
         uint32 m_size = 0;
     };
 
     const Element& elementOf(const PacketField& field) const {
-        if (field.element()) return *field.element();
-        return m_scheme ? m_scheme->find(field.name()) : reportNoScheme(field.name());
+        return field.m_element ? *field.m_element : elementNamed(field);
+    }
+    const Element& elementNamed(const PacketField& field) const {
+        return m_scheme ? m_scheme->lookUp(field.m_key, field.m_name) : reportNoScheme(field.m_name);
     }
     /// Whether the element's values or count lie in the static area, which those of another scheme may not.
     bool hasStatic(const Element& element) const { return element.m_end <= m_staticSize; }
+    bool hasSingle(const Element& element, size_t size) const {
+        return element.m_singleSize == size && hasStatic(element);
+    }
     bool isDynamic(const Element& element) const {
         return static_cast<uint32>(element.m_dynamicIndex) < m_attachments.size();
     }
@@ -346,10 +386,8 @@ private:
         const T narrow = static_cast<T>(value);
         std::memcpy(m_payload + element.m_offset, &narrow, sizeof narrow);
     }
-    int64 loadInteger(const Element& element) const;
 
     const Element& reportNoScheme(std::string_view name) const;
-    ConstByteSpan bytesOf(const Element& element) const;
     uint8* allocateBytes(const Element& element, uint64 size, bool compressible, const char* tooMany);
     void setBytes(const Element& element, ConstByteSpan bytes, bool compressible, const char* tooMany);
     uint8* setDynamic(const Element& element, const uint8* bytes, uint64 size, bool compressible);
@@ -362,7 +400,9 @@ private:
     template <typename Piece>
     void forEachPiece(const Piece& piece) const;
     void appendBase16(String& text) const;
-    void freePayload();
+    void freePayload() {
+        if (!m_hasExternalPayload) delete[] m_payload;
+    }
 
     const PacketScheme* m_scheme = nullptr;
     uint8* m_payload = nullptr;
@@ -382,7 +422,8 @@ private:
     std::unique_ptr<uint8[]> m_spill; // where too long a write to a fixed field goes
 };
 
-inline int64 Packet::loadInteger(const Element& element) const {
+inline int64 Packet::getInteger(const PacketScheme::Element& element) const {
+    if (!hasStatic(element)) return 0;
     switch (element.m_number) {
     case Number::Int8:
         return load<int8>(element);
@@ -404,13 +445,7 @@ inline int64 Packet::loadInteger(const Element& element) const {
     }
 }
 
-inline int64 Packet::getInteger(PacketField field) const {
-    const Element& element = elementOf(field);
-    return hasStatic(element) ? loadInteger(element) : 0;
-}
-
-inline void Packet::setInteger(PacketField field, int64 value) {
-    const Element& element = elementOf(field);
+inline void Packet::setInteger(const PacketScheme::Element& element, int64 value) {
     if (!hasStatic(element)) return;
     switch (element.m_number) {
     case Number::Int8:
@@ -430,21 +465,19 @@ inline void Packet::setInteger(PacketField field, int64 value) {
     }
 }
 
-inline double Packet::getFloat(PacketField field) const {
-    const Element& element = elementOf(field);
+inline double Packet::getFloat(const PacketScheme::Element& element) const {
     if (!hasStatic(element)) return 0;
     if (element.m_number == Number::Float) return static_cast<double>(load<float>(element));
     return element.m_number == Number::Double ? load<double>(element) : 0;
 }
 
-inline void Packet::setFloat(PacketField field, double value) {
-    const Element& element = elementOf(field);
+inline void Packet::setFloat(const PacketScheme::Element& element, double value) {
     if (!hasStatic(element)) return;
     if (element.m_number == Number::Float) save<float>(element, value);
     if (element.m_number == Number::Double) save<double>(element, value);
 }
 
-inline ConstByteSpan Packet::bytesOf(const Element& element) const {
+inline ConstByteSpan Packet::getBytes(const PacketScheme::Element& element) const {
     if (isDynamic(element)) {
         const Attachment& attachment = m_attachments[static_cast<size_t>(element.m_dynamicIndex)];
         return {attachment.bytes(), attachment.size()};
@@ -453,30 +486,18 @@ inline ConstByteSpan Packet::bytesOf(const Element& element) const {
     return {m_payload + element.m_offset, element.m_end - element.m_offset};
 }
 
-inline ConstByteSpan Packet::getBytes(PacketField field) const {
-    return bytesOf(elementOf(field));
-}
-
 template <typename Container>
-void Packet::getStringList(PacketField field, Container& out) const {
+void Packet::getStringList(const PacketField& field, Container& out) const {
     std::string_view texts = getBytes(field).asText();
     for (size_t end; (end = texts.find('\0')) != std::string_view::npos; texts.remove_prefix(end + 1))
         out.insert(out.end(), String(texts.substr(0, end)));
 }
 
 template <typename T>
-T Packet::get(PacketField field) const {
-    static_assert(std::is_trivially_copyable_v<T>);
-    T value{};
-    singleGetInternal(field, &value, sizeof(T));
-    return value;
-}
-
-template <typename T>
-T Packet::getAt(PacketField field, uint32 index) const {
+T Packet::getAt(const PacketField& field, uint32 index) const {
     static_assert(std::is_trivially_copyable_v<T>);
     const Element& element = elementOf(field);
-    const ConstByteSpan bytes = bytesOf(element);
+    const ConstByteSpan bytes = getBytes(element);
     T value{};
     if (element.m_elementSize == sizeof(T) && index < bytes.size / sizeof(T))
         std::memcpy(&value, bytes.data + index * sizeof(T), sizeof(T));
@@ -484,7 +505,7 @@ T Packet::getAt(PacketField field, uint32 index) const {
 }
 
 template <typename T>
-void Packet::setArray(PacketField field, const T* values, uint32 count) {
+void Packet::setArray(const PacketField& field, const T* values, uint32 count) {
     static_assert(std::is_trivially_copyable_v<T>);
     const Element& element = elementOf(field);
     if (element.m_elementSize == sizeof(T)) arraySetInternal(element, values, count);

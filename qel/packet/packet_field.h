@@ -15,13 +15,13 @@ namespace qel {
 class PacketField {
 public:
     /// @param name  null stands for the empty name.
-    PacketField(const char* name) : m_name(name ? std::string_view(name) : std::string_view()) {}
-    /// By name.
-    PacketField(std::string_view name) : m_name(name) {}
+    PacketField(const char* name) : PacketField(name ? std::string_view(name) : std::string_view()) {}
     /// By name; also takes a String.
-    PacketField(const std::string& name) : m_name(name) {}
+    PacketField(const std::string& name) : PacketField(std::string_view(name)) {}
     /// By name.
-    PacketField(const StringId& name) : m_name(name.view()) {}
+    PacketField(const StringId& name) : PacketField(name.view()) {}
+    /// By name.
+    PacketField(std::string_view name) : m_name(name), m_key(name) {}
     /// By declaration. An Element of another scheme is harmless, but the field it names is any.
     PacketField(const PacketScheme::Element& element) : m_element(&element) {}
 
@@ -31,7 +31,10 @@ public:
     const PacketScheme::Element* element() const { return m_element; }
 
 private:
+    friend class Packet;
+
     std::string_view m_name;
+    PacketScheme::Key m_key{{}};
     const PacketScheme::Element* m_element = nullptr;
 };
 

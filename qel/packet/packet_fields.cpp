@@ -25,7 +25,7 @@ const PacketScheme::Element& Packet::reportNoScheme(std::string_view name) const
     return PacketScheme::blankElement();
 }
 
-const char* Packet::getString(PacketField field) const {
+const char* Packet::getString(const PacketField& field) const {
     const ConstByteSpan bytes = getBytes(field);
     if (bytes.empty()) return "";
     if (bytes[bytes.size - 1] == 0) return reinterpret_cast<const char*>(bytes.data);
@@ -34,82 +34,82 @@ const char* Packet::getString(PacketField field) const {
     return "";
 }
 
-void Packet::setString(PacketField field, const char* text) {
+void Packet::setString(const PacketField& field, const char* text) {
     const char* const bytes = text ? text : "";
     setBytes(elementOf(field), withTerminator(bytes, std::strlen(bytes)), false, kTooManyElements);
 }
 
-void Packet::setString(PacketField field, const std::string& text) {
+void Packet::setString(const PacketField& field, const std::string& text) {
     setBytes(elementOf(field), withTerminator(text.c_str(), text.size()), false, kTooManyElements);
 }
 
-void Packet::setString(PacketField field, const StringId& text) {
+void Packet::setString(const PacketField& field, const StringId& text) {
     setBytes(elementOf(field), withTerminator(text.c_str(), text.size()), false, kTooManyElements);
 }
 
-const uint8* Packet::getBuffer(PacketField field, uint32& size) const {
+const uint8* Packet::getBuffer(const PacketField& field, uint32& size) const {
     const ConstByteSpan bytes = getBytes(field);
     size = static_cast<uint32>(bytes.size);
     return bytes.data;
 }
 
-void Packet::setBuffer(PacketField field, const uint8* bytes, uint32 size, bool compressible) {
+void Packet::setBuffer(const PacketField& field, const uint8* bytes, uint32 size, bool compressible) {
     setBuffer(field, ConstByteSpan(bytes, size), compressible);
 }
 
-void Packet::setBuffer(PacketField field, ConstByteSpan bytes, bool compressible) {
+void Packet::setBuffer(const PacketField& field, ConstByteSpan bytes, bool compressible) {
     if (!bytes.empty()) setBytes(elementOf(field), bytes, compressible, kTooManyBytes);
 }
 
-uint8* Packet::allocateBuffer(PacketField field, uint32 size, bool compressible) {
+uint8* Packet::allocateBuffer(const PacketField& field, uint32 size, bool compressible) {
     return size == 0 ? nullptr : allocateBytes(elementOf(field), size, compressible, kTooManyBytes);
 }
 
-Item Packet::getItem(PacketField field) const {
+Item Packet::getItem(const PacketField& field) const {
     return Item(Item::ExternalBufferMode, getBytes(field));
 }
 
-Item Packet::getItemCopy(PacketField field) const {
+Item Packet::getItemCopy(const PacketField& field) const {
     return Item(Item::PlainMode, getBytes(field));
 }
 
-void Packet::setItem(PacketField field, const Item& item) {
+void Packet::setItem(const PacketField& field, const Item& item) {
     setBuffer(field, item.getConstByteSpan());
 }
 
-bool Packet::singleGetInternal(PacketField field, void* value, uint32 size) const {
+bool Packet::singleGetInternal(const PacketField& field, void* value, uint32 size) const {
     const Element& element = elementOf(field);
-    if (element.m_fixedCount == 0 || element.m_elementSize != size || !hasStatic(element)) return false;
+    if (size == 0 || !hasSingle(element, size)) return false;
     std::memcpy(value, m_payload + element.m_offset, size);
     return true;
 }
 
-bool Packet::singleSetInternal(PacketField field, const void* value, uint32 size) {
+bool Packet::singleSetInternal(const PacketField& field, const void* value, uint32 size) {
     const Element& element = elementOf(field);
-    if (element.m_fixedCount == 0 || element.m_elementSize != size || !hasStatic(element)) return false;
+    if (size == 0 || !hasSingle(element, size)) return false;
     std::memcpy(m_payload + element.m_offset, value, size);
     return true;
 }
 
-uint32 Packet::getCount(PacketField field) const {
+uint32 Packet::getCount(const PacketField& field) const {
     const Element& element = elementOf(field);
-    const size_t size = bytesOf(element).size;
+    const size_t size = getBytes(element).size;
     return size == 0 ? 0 : static_cast<uint32>(size / element.m_elementSize);
 }
 
-const void* Packet::arrayGetInternal(PacketField field, uint32& count) const {
+const void* Packet::arrayGetInternal(const PacketField& field, uint32& count) const {
     const Element& element = elementOf(field);
     count = getCount(element);
-    return bytesOf(element).data;
+    return getBytes(element).data;
 }
 
-void Packet::arraySetInternal(PacketField field, const void* data, uint32 count) {
+void Packet::arraySetInternal(const PacketField& field, const void* data, uint32 count) {
     const Element& element = elementOf(field);
     const ConstByteSpan bytes(static_cast<const uint8*>(data), size_t(count) * element.m_elementSize);
     setBytes(element, bytes, false, kTooManyElements);
 }
 
-void* Packet::allocateInternal(PacketField field, uint32 count) {
+void* Packet::allocateInternal(const PacketField& field, uint32 count) {
     const Element& element = elementOf(field);
     return allocateBytes(element, uint64(count) * element.m_elementSize, false, kTooManyElements);
 }
@@ -119,7 +119,7 @@ void Packet::setBytes(const Element& element, ConstByteSpan bytes, bool compress
         setDynamic(element, bytes.data, bytes.size, compressible);
         return;
     }
-    const size_t room = bytesOf(element).size;
+    const size_t room = getBytes(element).size;
     if (bytes.size > room) logging::error() << tooMany;
     if (const size_t size = std::min(bytes.size, room); size != 0)
         std::memmove(m_payload + element.m_offset, bytes.data, size);
@@ -127,7 +127,7 @@ void Packet::setBytes(const Element& element, ConstByteSpan bytes, bool compress
 
 uint8* Packet::allocateBytes(const Element& element, uint64 size, bool compressible, const char* tooMany) {
     if (isDynamic(element)) return setDynamic(element, nullptr, size, compressible);
-    if (size <= bytesOf(element).size) return m_payload + element.m_offset;
+    if (size <= getBytes(element).size) return m_payload + element.m_offset;
     logging::error() << tooMany;
     m_spill = std::make_unique_for_overwrite<uint8[]>(size);
     return m_spill.get();

@@ -4,13 +4,15 @@
 #include <qel/foundation/log/message_stream.h>
 
 #include <algorithm>
+#include <span>
 
 namespace qel {
 
 namespace {
 
+/// Kept out of the way of what good packets run through.
 template <typename... Parts>
-bool refuse(const Parts&... parts) {
+[[gnu::cold, gnu::noinline]] bool refuse(const Parts&... parts) {
     logging::MessageStream line(2, 2);
     line << "invalid packet received (";
     (line << ... << parts);
@@ -68,22 +70,25 @@ private:
     // Each count is read once and kept, so that bytes which someone else changes meanwhile do no harm.
     bool checkFields() {
         m_packet.m_attachments.reset(m_scheme.getNewestVersion().dynamicCount);
-        m_fieldsEnd = m_staticEnd;
-        for (uint32 i = 0; i < m_known.dynamicCount; ++i) {
-            const PacketScheme::DynamicField& field = m_scheme.m_dynamicFields[i];
+        Attachment* attachment = m_packet.m_attachments.begin();
+        uint64 end = m_staticEnd;
+        for (const PacketScheme::DynamicField& field : knownFields()) {
             uint32 count = 0;
             std::memcpy(&count, m_packet.m_payload + field.offset, sizeof count);
             if (count > field.maxCount)
                 return refuse("dynamic array exceeded bounds, size=", count, ", maximum=", field.maxCount);
-            if (count == 0) continue;
-            const uint32 size = count * field.elementSize;
-            m_packet.m_attachments[i].view(nullptr, size);
-            m_fieldsEnd = field.align(m_fieldsEnd) + size;
+            if (count != 0) end = field.align(end) + count * field.elementSize;
+            (attachment++)->view(nullptr, count * field.elementSize);
         }
+        m_fieldsEnd = end;
         if (m_fieldsEnd > m_size) return refuseEnd("packet too small");
         if (!m_isVersioned && m_size > m_fieldsEnd + m_scheme.getMaxCargoSize())
             return refuseEnd("packet too large");
         return true;
+    }
+
+    std::span<const PacketScheme::DynamicField> knownFields() const {
+        return {m_scheme.m_dynamicFields.data(), m_known.dynamicCount};
     }
 
     bool refuseEnd(const char* reason) const {
@@ -91,16 +96,19 @@ private:
     }
 
     void attachFields() {
+        uint8* const payload = m_packet.m_payload;
+        Attachment* attachment = m_packet.m_attachments.begin();
         uint64 position = m_staticEnd;
-        for (uint32 i = 0; i < m_known.dynamicCount; ++i) {
-            Attachment& attachment = m_packet.m_attachments[i];
-            if (attachment.size() == 0) continue;
-            position = m_scheme.m_dynamicFields[i].align(position);
-            attachment.view(m_packet.m_payload + position, attachment.size());
-            position += attachment.size();
+        for (const PacketScheme::DynamicField& field : knownFields()) {
+            if (const uint32 size = attachment->size(); size != 0) {
+                position = field.align(position);
+                attachment->view(payload + position, size);
+                position += size;
+            }
+            ++attachment;
         }
         if (!m_isVersioned && m_size > position)
-            m_packet.m_cargo.view(m_packet.m_payload + position, static_cast<uint32>(m_size - position));
+            m_packet.m_cargo.view(payload + position, static_cast<uint32>(m_size - position));
     }
 
     // Gives the packet of an older sender the static area of the newest version, and its own copies of what

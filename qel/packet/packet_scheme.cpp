@@ -81,6 +81,7 @@ void PacketScheme::placeFixed(Element& element, uint32 count) {
     if (!takeStatic(element, uint64(count) * element.m_elementSize, element.m_alignmentMask) || count == 0)
         return;
     element.m_fixedCount = count;
+    element.m_singleSize = element.m_elementSize;
     element.m_number = Element::numberOf(*element.m_type);
     std::copy(element.m_default.begin(), element.m_default.end(), m_defaults.begin() + element.m_offset);
 }
@@ -148,8 +149,9 @@ void PacketScheme::addToIndex(const Element& element) {
 
 void PacketScheme::enterSlot(const Element& element) {
     const Key key(element.m_name);
-    size_t i = firstSlot(key);
-    while (m_slots[i].element) i = (i + 1) & (m_slots.size() - 1);
+    const size_t mask = m_slots.size() - 1;
+    size_t i = key.hash() >> 32 & mask;
+    while (m_slots[i].element) i = (i + 1) & mask;
     m_slots[i] = {key, &element};
 }
 

@@ -135,6 +135,7 @@ protected:
 
 private:
     friend class Packet;
+    friend class PacketField;
 
     /// What fit() needs of a dynamic field, side by side for all of them.
     struct DynamicField {
@@ -161,8 +162,7 @@ private:
         const Element* element = nullptr;
     };
 
-    /// Where a search begins: at the upper bits of the hash, which mixes them best.
-    size_t firstSlot(const Key& key) const { return key.hash() >> 32 & (m_slots.size() - 1); }
+    inline const Element& lookUp(const Key& key, std::string_view name) const;
     static const Element& blankElement();
     const Element& reportUndeclared(std::string_view name) const;
     Element& addBytes(const char* name, int count, const std::type_info& type, Kind kind);
@@ -248,6 +248,7 @@ private:
     uint32 m_offset = 0;
     uint32 m_end = 0; // behind the values, or the count, in the static area
     uint32 m_elementSize = 0;
+    uint32 m_singleSize = 0; // of the first value of a fixed field; 0 where there is none
     int m_dynamicIndex = -1;
     Number m_number = Number::None;
     Kind m_kind = Kind::Plain;
@@ -277,14 +278,18 @@ inline PacketScheme::Key::Key(std::string_view name) : size(name.size()) {
     }
 }
 
+/// A search begins at its upper bits, which are mixed best.
 inline uint64 PacketScheme::Key::hash() const {
     return (head * 0x9e3779b97f4a7c15 ^ tail ^ uint64(size) << 56) * 0xc2b2ae3d27d4eb4f;
 }
 
 inline const PacketScheme::Element& PacketScheme::find(std::string_view name) const {
-    const Key key(name);
+    return lookUp(Key(name), name);
+}
+
+inline const PacketScheme::Element& PacketScheme::lookUp(const Key& key, std::string_view name) const {
     const size_t mask = m_slots.size() - 1;
-    for (size_t i = firstSlot(key);; i = (i + 1) & mask) {
+    for (size_t i = key.hash() >> 32 & mask;; i = (i + 1) & mask) {
         const Slot& slot = m_slots[i];
         if (!slot.element) return reportUndeclared(name);
         if (slot.key == key && (key.size <= 16 || slot.element->m_name == name)) return *slot.element;
