@@ -8,6 +8,7 @@
 
 #include <array>
 #include <string_view>
+#include <utility>
 
 namespace qel::internal {
 
@@ -175,15 +176,17 @@ void SqliteStatement::finalize() {
 
 void SqliteStatement::bind(int index, ConstByteSpan bytes) {
     const void* const data = bytes.size != 0 ? bytes.data : static_cast<const void*>("");
-    sqlite3_bind_blob64(m_statement, index, data, bytes.size, SQLITE_STATIC);
+    const SqliteCode code = sqlite3_bind_blob64(m_statement, index, data, bytes.size, SQLITE_STATIC);
+    if (code != SQLITE_OK) m_bindError = code; // the parameter still has the bytes of before
 }
 
 SqliteCode SqliteStatement::step() {
+    if (m_bindError != SQLITE_OK) return std::exchange(m_bindError, SQLITE_OK);
     return sqlite3_step(m_statement);
 }
 
 SqliteCode SqliteStatement::run() {
-    const SqliteCode code = sqlite3_step(m_statement);
+    const SqliteCode code = step();
     sqlite3_reset(m_statement);
     return code == SQLITE_DONE || code == SQLITE_ROW ? SQLITE_OK : code;
 }

@@ -25,6 +25,7 @@ public:
     SqliteCode prepare(sqlite3* database, const char* sql);
     void finalize();
     /// Sets parameter @p index, from 1 on. @owner the bytes must stay until the statement was reset.
+    /// @errors bytes that are too many are told by the next step() or run().
     void bind(int index, ConstByteSpan bytes);
     /// Goes on to the next row. @return SQLITE_ROW, SQLITE_DONE or the error.
     SqliteCode step();
@@ -40,6 +41,7 @@ public:
 
 private:
     sqlite3_stmt* m_statement = nullptr;
+    SqliteCode m_bindError = 0;
 };
 
 /// Opens a store's file so that no other file is ever changed, and holds it alone.
