@@ -1,11 +1,12 @@
-// A child's output through Process and its packet reader, over sockets and in pieces of any sizes: the lines
-// must be those of the plain way to cut the whole text, whatever the pieces, and a trimmed log must account
-// for every line. The first bytes choose how the rest is cut.
+// A child's output in pieces of any sizes, through the queue that cuts it into lines and, over a pipe,
+// through the packet reader: the lines must be those of the plain way to cut the whole text, whatever the
+// pieces, and a trimmed log must account for every line. The first bytes choose how the rest is cut.
 #include <qel/foundation/log/log_backend.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/platform/file_system.h>
 #include <qel/process/process.h>
 #include <qel/process/process_packet_reader.h>
+#include <qel/process/stream_queues_p.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -41,7 +42,6 @@ public:
         size_t done = 0;
         require(!m_far.write(bytes.data(), bytes.size(), done) && done == bytes.size());
     }
-    void end() { m_far.close(); }
 
 private:
     qel::platform::FileHandle m_far;
@@ -50,9 +50,10 @@ private:
 /// Cuts text into pieces by the sizes that the input tells, over and over.
 class Pieces {
 public:
-    Pieces(std::string_view text, std::string_view sizes) : m_text(text), m_sizes(sizes) {}
+    Pieces(std::string_view text, std::string_view sizes, size_t factor)
+        : m_text(text), m_sizes(sizes), m_factor(factor) {}
     bool next(std::string_view& piece) {
-        const size_t size = 1 + static_cast<uint8_t>(m_sizes[m_count++ % m_sizes.size()]);
+        const size_t size = 1 + m_factor * static_cast<uint8_t>(m_sizes[m_count++ % m_sizes.size()]);
         piece = m_text.substr(0, size);
         m_text.remove_prefix(piece.size());
         return !piece.empty();
@@ -61,6 +62,7 @@ public:
 private:
     std::string_view m_text;
     std::string_view m_sizes;
+    size_t m_factor;
     size_t m_count = 0;
 };
 
@@ -75,17 +77,19 @@ std::vector<String> plainLines(std::string_view text) {
 }
 
 void checkLines(std::string_view text, std::string_view sizes, const std::vector<String>& expected) {
-    Wire wire;
+    qel::internal::LineQueue queue;
     std::vector<String> lines;
     String line;
-    Pieces pieces(text, sizes);
+    Pieces pieces(text, sizes, 1);
     for (std::string_view piece; pieces.next(piece);) {
-        wire.send(piece);
-        while (wire.readLine(line)) lines.push_back(line);
+        const qel::ByteSpan room = queue.room();
+        require(room.size >= piece.size());
+        std::copy(piece.begin(), piece.end(), room.data);
+        queue.append(piece.size());
+        while (queue.takeLine(line)) lines.push_back(line);
     }
-    wire.end();
-    while (wire.readLine(line)) lines.push_back(line);
-    require(wire.isEOF() && lines == expected);
+    while (queue.takeRest(line)) lines.push_back(line);
+    require(queue.empty() && lines == expected);
 }
 
 size_t g_logged = 0;
@@ -113,7 +117,7 @@ void checkReader(std::string_view text, std::string_view sizes, const std::vecto
     {
         Wire wire;
         wire.getPacketReader()->enableTrimmedLog();
-        Pieces pieces(text, sizes);
+        Pieces pieces(text, sizes, 16); // each costs several calls of the system
         for (std::string_view piece; pieces.next(piece);) {
             wire.send(piece);
             while (wire.getPacketReader()->read()) ++packets;
