@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <fstream>
+#include <regex>
 #include <thread>
 
 namespace qel::test {
@@ -78,12 +79,12 @@ std::string ServerTest::call(const std::string& method, const std::string& argum
     return run.out.substr(0, run.out.find_last_not_of('\n') + 1);
 }
 
-std::string ServerTest::callUntil(const std::string& text, const std::string& method,
+std::string ServerTest::callUntil(const std::string& pattern, const std::string& method,
                                   const std::string& arguments) const {
     std::string answer;
     waitUntil([&] {
         answer = call(method, arguments);
-        return answer.find(text) != std::string::npos;
+        return std::regex_search(answer, std::regex(pattern));
     });
     return answer;
 }

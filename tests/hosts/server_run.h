@@ -31,8 +31,9 @@ protected:
     HostRun shell(const std::string& line) const;
     /// Calls the server. @return what qelcall printed, without the last newline.
     std::string call(const std::string& method, const std::string& arguments = "[]") const;
-    /// Calls until the answer holds @p text, or a minute has passed. @return the last answer.
-    std::string callUntil(const std::string& text, const std::string& method,
+    /// Calls until the answer matches the regular expression @p pattern, or a minute has passed. @return the
+    /// last answer.
+    std::string callUntil(const std::string& pattern, const std::string& method,
                           const std::string& arguments = "[]") const;
     /// Makes a file of @p bytes bytes that are not all the same. @return its absolute path.
     std::string makeFile(const std::string& name, size_t bytes) const;

@@ -130,20 +130,24 @@ TEST_F(ProcessLife, WithoutDescriptorsNothingStartsAndNothingLeaks) {
     getrlimit(RLIMIT_NOFILE, &before);
     const int probe = dup(0);
     close(probe);
-    for (rlim_t room = 0; room < 6; ++room) {
+    const auto expectRefusal = [&](const std::string& path, rlim_t limit, int code) {
         LogCapture capture;
-        const rlimit tight{static_cast<rlim_t>(probe) + room, before.rlim_max};
-        setrlimit(RLIMIT_NOFILE, &tight);
         Process process;
         process.disableSmartPointers();
-        EXPECT_FALSE(process.spawn("/bin/true", {"true"}, nullptr, true));
+        const rlimit tight{limit, before.rlim_max};
+        setrlimit(RLIMIT_NOFILE, &tight);
+        EXPECT_FALSE(process.spawn(path, {path}, nullptr, true));
         setrlimit(RLIMIT_NOFILE, &before);
-        EXPECT_EQ(process.errorText(), std::strerror(EMFILE));
+        EXPECT_EQ(process.errorText(), std::strerror(code));
         EXPECT_EQ(capture.take().size(), 1u);
         const int next = dup(0);
         close(next);
         EXPECT_EQ(next, probe);
-    }
+    };
+    // Sanitizers want a descriptor for their first look at a type.
+    expectRefusal("/missing", before.rlim_cur, ENOENT);
+    for (rlim_t room = 0; room < 6; ++room)
+        expectRefusal("/bin/true", static_cast<rlim_t>(probe) + room, EMFILE);
 }
 
 TEST_F(ProcessLife, AChildThatOthersCollectedIsReportedAndNotKilledByItsNumber) {
