@@ -1,13 +1,8 @@
 #include <qel/files/default_background_service.h>
 #include <qel/files/systemd_background_service.h>
 #include <qel/platform/interrupt.h>
-#include <tests/files/failing_files.h>
+#include <tests/files/file_fixture.h>
 #include <tests/support/environment.h>
-#include <tests/support/log_capture.h>
-#include <tests/support/scratch_folder.h>
-#include <tests/support/system_fixture.h>
-
-#include <thread>
 
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -22,18 +17,16 @@ using Messages = std::vector<std::string>;
 struct MessageLog {
     explicit MessageLog(BackgroundService& service) {
         const auto keep = [this](const char* kind) {
-            return [this, kind](BackgroundService*, const char* text) {
-                messages.push_back(kind + String(text));
-            };
+            return [=](BackgroundService*, const char* text) { messages.push_back(kind + String(text)); };
         };
         service.signalInfoMessage.connect(keep("I "));
         service.signalWarningMessage.connect(keep("W "));
         service.signalErrorMessage.connect(keep("E "));
     }
     int count(std::string_view begin) const {
-        return static_cast<int>(std::count_if(messages.begin(), messages.end(), [&](const auto& message) {
-            return message.starts_with(begin);
-        }));
+        int found = 0;
+        for (const std::string& message : messages) found += message.starts_with(begin);
+        return found;
     }
 
     Messages messages;
@@ -49,10 +42,10 @@ public:
     bool staysUp = false;
 };
 
-class BackgroundServiceTest : public test::SystemFixture {
+class BackgroundServiceTest : public test::SystemFileFixture {
 protected:
     void SetUp() override {
-        SystemFixture::SetUp();
+        SystemFileFixture::SetUp();
         system().setApplicationDirectory(folder.path());
     }
     static void runShell(BackgroundService& service, const char* script) {
@@ -60,14 +53,15 @@ protected:
         service.addCommandLineArg("-c");
         service.addCommandLineArg(script);
     }
-
-    test::ScratchFolder folder;
-    test::LogCapture log;
 };
 
-TEST_F(BackgroundServiceTest, OutputIsSortedByWhatItHolds) {
+class ChildServiceTest : public BackgroundServiceTest {
+protected:
     SmartPointer<TestedService> service = new TestedService;
-    MessageLog heard(*service);
+    MessageLog heard{*service};
+};
+
+TEST_F(ChildServiceTest, OutputIsSortedByWhatItHolds) {
     runShell(*service,
              "echo plain; echo 'a WARN'; echo 'WARN and FATAL' >&2; printf 'last ERROR\\n' >&2; cat");
     EXPECT_TRUE(service->start());
@@ -81,9 +75,7 @@ TEST_F(BackgroundServiceTest, OutputIsSortedByWhatItHolds) {
     EXPECT_EQ(heard.messages.back(), "I killing process /bin/sh ...");
 }
 
-TEST_F(BackgroundServiceTest, AChildThatEndsIsStartedAgainOnceASecondAtMost) {
-    SmartPointer<TestedService> service = new TestedService;
-    MessageLog heard(*service);
+TEST_F(ChildServiceTest, AChildThatEndsIsStartedAgainOnceASecondAtMost) {
     runShell(*service, "printf 'more\\nlast words'");
     service->start();
     for (int starts = 1; starts <= 3; ++starts) {
@@ -104,25 +96,22 @@ TEST_F(BackgroundServiceTest, AChildThatEndsIsStartedAgainOnceASecondAtMost) {
     log.take();
 }
 
-TEST_F(BackgroundServiceTest, StopWaitsFiveSecondsForAServiceThatDoesNotStop) {
-    SmartPointer<TestedService> service = new TestedService;
+TEST_F(ChildServiceTest, StopWaitsFiveSecondsForAServiceThatDoesNotStop) {
     service->staysUp = true;
     const uint32 before = system().getTime();
     EXPECT_FALSE(service->stop());
     EXPECT_EQ(system().getTime() - before, 5000u);
 }
 
-TEST_F(BackgroundServiceTest, WhetherItIsEnabledIsKeptInAFileThatIsReplacedInOneStep) {
+TEST_F(ChildServiceTest, WhetherItIsEnabledIsKeptInAFileThatIsReplacedInOneStep) {
     for (const bool byDefault : {false, true}) {
-        SmartPointer<TestedService> service = new TestedService(byDefault);
-        service->setServiceName(byDefault ? "a" : "b");
+        service = new TestedService(byDefault);
+        service->setServiceName(byDefault ? "b" : "a");
         EXPECT_EQ(service->isEnabled(), byDefault);
         EXPECT_TRUE(service->disable() && !service->isEnabled() && service->enable() && service->isEnabled());
         EXPECT_FALSE(service->hasServiceManager() || service->install() || service->isInstalled());
     }
     EXPECT_EQ(folder.read("b/service.ini"), "[service]\nenabled=1\n");
-    SmartPointer<TestedService> service = new TestedService;
-    service->setServiceName("b");
     test::FailingFiles full(0, std::errc::no_space_on_device, test::FailingFiles::Duration::ForGood,
                             platform::FileOperation::Write);
     EXPECT_TRUE(!service->disable() && service->isEnabled());

@@ -4,18 +4,33 @@
 #include <tests/files/failing_files.h>
 #include <tests/support/log_capture.h>
 #include <tests/support/scratch_folder.h>
+#include <tests/support/system_fixture.h>
 
-#include <gtest/gtest.h>
+#include <set>
 
 namespace qel::test {
 
-/// A test with a folder of its own, and the log taken.
-class FileFixture : public ::testing::Test {
+/// A test of kind @p Base with a folder of its own, and the log taken.
+template <typename Base>
+class WithFolder : public Base {
 protected:
     std::string path(std::string_view name) const { return folder.path(name); }
 
     ScratchFolder folder;
     LogCapture log;
+};
+
+using FileFixture = WithFolder<::testing::Test>;
+
+/// A test of files with a System.
+class SystemFileFixture : public WithFolder<SystemFixture> {
+protected:
+    /// The paths that are hidden from those who list folders.
+    std::set<std::string> hiddenPaths() {
+        const MutexLock lock(system().getFilesystemBlacklistMutex());
+        const auto& paths = system().getFilesystemBlacklist();
+        return {paths.begin(), paths.end()};
+    }
 };
 
 } // namespace qel::test

@@ -2,72 +2,63 @@
 #include <qel/platform/crash.h>
 #include <qel/platform/machine.h>
 
-#include <tests/support/log_capture.h>
-#include <tests/support/scratch_folder.h>
-
-#include <gtest/gtest.h>
+#include <tests/files/file_fixture.h>
 
 #include <csignal>
-#include <filesystem>
 
 namespace qel {
 namespace {
 
-struct MemoryMapTest : ::testing::Test {
+class MemoryMapTest : public test::FileFixture {
+protected:
+    static char byteAt(size_t offset) { return static_cast<char>(offset * 7 + offset / 251); }
     /// Three pages and 100 bytes, each byte told by its place.
-    static std::string content() {
-        std::string bytes(3 * platform::pageSize() + 100, '\0');
+    std::string content() const {
+        std::string bytes(3 * page + 100, '\0');
         for (size_t i = 0; i < bytes.size(); ++i) bytes[i] = byteAt(i);
         return bytes;
     }
-    static char byteAt(size_t offset) { return static_cast<char>(offset * 7 + offset / 251); }
 
     const unsigned page = platform::pageSize();
-    test::ScratchFolder scratch;
-    const std::string path = scratch.write("mapped", content());
+    const std::string mapped = folder.write("mapped", content());
 };
 
 TEST_F(MemoryMapTest, WindowsStandAtAnyOffset) {
-    MemoryMap map(path.c_str(), MemoryMap::ReadOnly);
-    ASSERT_TRUE(map.isValid());
-    EXPECT_EQ(map.getFileSize(), content().size());
-    for (const uint64 offset :
-         {uint64{0}, uint64{10}, uint64{page} - 1, uint64{page} + 10, uint64{3} * page + 50}) {
+    MemoryMap map(mapped.c_str(), MemoryMap::ReadOnly);
+    EXPECT_TRUE(map.isValid());
+    for (const uint64 offset : {0u, 10u, page - 1, page + 10, 3 * page + 50}) {
         const auto size = static_cast<unsigned>(std::min<uint64>(page + 1, map.getFileSize() - offset));
         uint8* const window = map.map(offset, size);
         ASSERT_NE(window, nullptr) << offset;
-        EXPECT_EQ(std::string(reinterpret_cast<char*>(window), size), content().substr(offset, size))
-            << offset;
+        EXPECT_EQ(std::string(reinterpret_cast<char*>(window), size), content().substr(offset, page + 1));
         map.unmap(window, offset, size);
     }
 }
 
 TEST_F(MemoryMapTest, WrittenBytesAreSeenByOthersAndReachTheFile) {
-    MemoryMap map(path.c_str(), MemoryMap::ReadWrite);
-    MemoryMap reader(path.c_str(), static_cast<MemoryMap::Mode>(7));
+    MemoryMap map(mapped.c_str(), MemoryMap::ReadWrite);
+    MemoryMap reader(mapped.c_str(), static_cast<MemoryMap::Mode>(7));
     uint8* const window = map.map(page + 10, 20);
     uint8* const seen = reader.map(page + 12, 1);
     ASSERT_TRUE(window && seen);
     window[2] = 'X';
     EXPECT_EQ(*seen, 'X');
     EXPECT_TRUE(map.flush(window + 2, 1));
-    EXPECT_EQ(scratch.read("mapped")[page + 12], 'X');
+    EXPECT_EQ(folder.read("mapped")[page + 12], 'X');
     map.unmap(window, page + 10, 20);
     reader.unmap(seen, page + 12, 1);
 }
 
 TEST_F(MemoryMapTest, RefusesWhatIsNoFileAndWindowsOutsideOfIt) {
-    scratch.write("empty", "");
-    test::LogCapture log;
-    for (const std::string& bad :
-         {scratch.path("missing"), scratch.path("empty"), scratch.path(), std::string()}) {
+    folder.write("empty", "");
+    for (const std::string& bad : {path("missing"), path("empty"), folder.path(), std::string()}) {
         MemoryMap map(bad.c_str(), MemoryMap::ReadOnly);
         log.expect(3, "file mapping object could not be created");
         EXPECT_FALSE(map.isValid());
         EXPECT_EQ(map.map(0, 1), nullptr);
         log.expect(3, "memory mapping failed offset=0 size=1 code=22 msg=Invalid argument");
     }
-    MemoryMap map(path.c_str(), MemoryMap::ReadOnly);
+    MemoryMap map(mapped.c_str(), MemoryMap::ReadOnly);
     EXPECT_EQ(map.map(3 * page + 99, 2), nullptr);
     log.expect(3, "memory mapping failed offset=" + std::to_string(3 * page) +
                       " size=101 code=22 msg=Invalid argument");
@@ -81,29 +72,28 @@ TEST_F(MemoryMapTest, RefusesWhatIsNoFileAndWindowsOutsideOfIt) {
 TEST_F(MemoryMapTest, AFileThatGetsShorterReadsAsZerosAndIsTold) {
     for (const bool hasCrashHandler : {false, true}) {
         if (hasCrashHandler) {
-            ASSERT_TRUE(platform::installCrashHandler(scratch.path("dump"), "test"));
+            ASSERT_TRUE(platform::installCrashHandler(folder.path("dump"), "test"));
         }
-        scratch.write("mapped", content());
-        MemoryMap map(path.c_str(), MemoryMap::ReadWrite);
+        folder.write("mapped", content());
+        MemoryMap map(mapped.c_str(), MemoryMap::ReadWrite);
         uint8* const window = map.map(10, 3 * page);
         uint8* const early = map.map(0, 10);
         ASSERT_TRUE(window && early);
-        std::filesystem::resize_file(path, page / 2);
+        std::filesystem::resize_file(mapped, page / 2);
         EXPECT_EQ(window[0], static_cast<uint8>(byteAt(10)));
         EXPECT_EQ(window[page], 0);
         window[2 * page] = 5;
         EXPECT_EQ(window[2 * page], 5);
-        test::LogCapture log;
         EXPECT_EQ(map.map(page, 1), nullptr);
         EXPECT_EQ(log.take().size(), 1u);
         map.unmap(early, 0, 10);
         map.unmap(window, 10, 3 * page);
-        log.expect(2, "mapped file '" + path + "' could not be read whole; zeros stood for the rest");
+        log.expect(2, "mapped file '" + mapped + "' could not be read whole; zeros stood for the rest");
         if (hasCrashHandler) platform::removeCrashHandler();
     }
-    EXPECT_FALSE(scratch.has("dump"));
+    EXPECT_FALSE(folder.has("dump"));
     EXPECT_DEATH(::raise(SIGBUS), ""); // any other keeps its meaning
-    EXPECT_EQ(std::filesystem::file_size(path), page / 2);
+    EXPECT_EQ(std::filesystem::file_size(mapped), page / 2);
 }
 
 } // namespace
