@@ -10,34 +10,30 @@ using qel::String;
 using qel::test::LogCapture;
 
 TEST(Charset, EachRepertoireConvertsToUtf8AndBack) {
-    struct {
-        Charset charset;
-        const char* bytes;
-        const char* text;
-    } const samples[] = {{Charset::Utf8, "\xC3\xA4", "\u00E4"},
-                         {Charset::Latin1, "\xE4\x80", "\u00E4\u0080"},
-                         {Charset::Latin2, "\xF8\xA1\x80", "\u0159\u0104\u0080"},
-                         {Charset::Latin3, "\xFE", "\u015D"},
-                         {Charset::Latin4, "\xBF", "\u014B"},
-                         {Charset::Cyrillic, "\xD6\xF1", "\u0436\u0451"},
-                         {Charset::Arabic, "\xC8", "\u0628"},
-                         {Charset::Greek, "\xE1", "\u03B1"},
-                         {Charset::Hebrew, "\xE0", "\u05D0"},
-                         {Charset::Latin5, "\xFE", "\u015F"},
-                         {Charset::Thai, "\xA1", "\u0E01"},
-                         {Charset::JapaneseX0201, "\xD4", "\uFF94"},
-                         {Charset::JapaneseX0208, "\xBB\xB3", "\u5C71"},
-                         {Charset::JapaneseX0212, "\x8F\xB0\xA1", "\u4E02"},
-                         {Charset::ChineseGB2312, "\xCD\xF5", "\u738B"},
-                         {Charset::ChineseGB18030, "\x81\x30\x81\x30", "\u0080"},
-                         {Charset::ChineseGBK, "\x81\x40", "\u4E02"},
-                         {Charset::Korean, "\xB1\xE8", "\uAE40"}};
-    for (const auto& sample : samples) {
-        const String bytes = String("A") + sample.bytes;
-        const String text = String("A") + sample.text;
-        EXPECT_EQ(bytes.utf8_convert_from_charset(sample.charset), text);
-        EXPECT_EQ(text.utf8_convert_to_charset(sample.charset), bytes);
-        EXPECT_EQ(String().utf8_convert_from_charset(sample.charset), "");
+    using enum Charset;
+    const std::tuple<Charset, const char*, const char*> samples[] = {
+        {Utf8, "\xC3\xA4", "\u00E4"},
+        {Latin1, "\xE4\x80", "\u00E4\u0080"},
+        {Latin2, "\xF8\xA1\x80", "\u0159\u0104\u0080"},
+        {Latin3, "\xFE", "\u015D"},
+        {Latin4, "\xBF", "\u014B"},
+        {Cyrillic, "\xD6\xF1", "\u0436\u0451"},
+        {Arabic, "\xC8", "\u0628"},
+        {Greek, "\xE1", "\u03B1"},
+        {Hebrew, "\xE0", "\u05D0"},
+        {Latin5, "\xFE", "\u015F"},
+        {Thai, "\xA1", "\u0E01"},
+        {JapaneseX0201, "\xD4", "\uFF94"},
+        {JapaneseX0208, "\xBB\xB3", "\u5C71"},
+        {JapaneseX0212, "\x8F\xB0\xA1", "\u4E02"},
+        {ChineseGB2312, "\xCD\xF5", "\u738B"},
+        {ChineseGB18030, "\x81\x30\x81\x30", "\u0080"},
+        {ChineseGBK, "\x81\x40", "\u4E02"},
+        {Korean, "\xB1\xE8", "\uAE40"}};
+    for (const auto& [charset, bytes, text] : samples) {
+        EXPECT_EQ((String("A") + bytes).utf8_convert_from_charset(charset), String("A") + text);
+        EXPECT_EQ((String("A") + text).utf8_convert_to_charset(charset), String("A") + bytes);
+        EXPECT_EQ(String().utf8_convert_from_charset(charset), "");
     }
 }
 

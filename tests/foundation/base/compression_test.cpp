@@ -43,12 +43,6 @@ TEST(Compression, GivesBackWhatItTook) {
     }
 }
 
-TEST(Compression, PlainBytesStateNoSize) {
-    EXPECT_FALSE(getCompressedContentSize(ConstByteSpan::fromText("plain text")).has_value());
-    Buffer frame = compressed("abc");
-    EXPECT_FALSE(getCompressedContentSize({frame.getBytePointer(), 5}).has_value()) << "cut in the header";
-}
-
 TEST(Compression, AFrameIsNotBelievedToHoldMoreThanItsBlocksCan) {
     Buffer content;
     ASSERT_TRUE(decompress(runLengthFrame(1000, 1000), content));
@@ -62,9 +56,11 @@ TEST(Compression, AFrameIsNotBelievedToHoldMoreThanItsBlocksCan) {
 
 TEST(Compression, EveryDamageOfAFrameIsHarmless) {
     const Buffer frame = compressed("some text, some more text, and some text again");
+    Buffer untouched;
+    EXPECT_FALSE(getCompressedContentSize(ConstByteSpan::fromText("plain text")).has_value());
+    EXPECT_FALSE(getCompressedContentSize({frame.getBytePointer(), 5}).has_value()) << "cut in the header";
     for (size_t size = 0; size < frame.getSize(); ++size) {
-        Buffer content;
-        EXPECT_FALSE(decompress({frame.getBytePointer(), size}, content)) << size;
+        EXPECT_FALSE(decompress({frame.getBytePointer(), size}, untouched)) << size;
     }
     for (size_t bit = 0; bit < frame.getSize() * 8; ++bit) {
         Buffer damaged = frame;

@@ -2,14 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <limits>
+#include <cmath>
 
 using namespace qel;
 
 TEST(Rect, IsEmptyUnlessTheFarEdgesLieBeyondTheNearOnes) {
     EXPECT_FALSE(Rect(0, 0, 1, 1).isEmpty());
-    for (const Rect& empty : {Rect(), Rect(1, 0, 1, 5), Rect(0, 2, 5, 1),
-                              Rect(0, 0, std::numeric_limits<float>::quiet_NaN(), 1)}) {
+    for (const Rect& empty : {Rect(), Rect(1, 0, 1, 5), Rect(0, 2, 5, 1), Rect(0, 0, std::nanf(""), 1)})
         EXPECT_TRUE(empty.isEmpty());
-    }
 }

@@ -12,11 +12,7 @@ TEST(String, TakesNullAsTheEmptyTextAndAllOthersByteByByte) {
     EXPECT_EQ(text, "");
     text = std::string("a\0\xFF", 3);
     EXPECT_EQ(text.to_std_string(), std::string("a\0\xFF", 3));
-    const ConstByteSpan terminated = text.getConstByteSpanWithNullTerminator();
-    EXPECT_EQ(terminated.size, 4u);
-    EXPECT_EQ(terminated[3], 0);
-    text = null;
-    EXPECT_TRUE(text.empty());
+    EXPECT_EQ(text.getConstByteSpanWithNullTerminator().asText(), std::string_view("a\0\xFF\0", 4));
     const String sum = "<" + String("a") + std::string("b") + SmartCStr("c") + 'd' + nullptr;
     EXPECT_EQ(sum, "<abcd");
 }
@@ -33,11 +29,34 @@ TEST(String, SeparatorStandsOnlyBetweenTexts) {
 
 TEST(String, EndsAndContentsAreFoundByTextAndCharacter) {
     const String text = "study.dcm\n";
-    EXPECT_TRUE(text.begins_with("study") && text.begins_with(nullptr) && text.contains("y.d") &&
-                text.contains(""));
+    const SmartCStr view = text;
+    EXPECT_TRUE(text.begins_with("study") && text.begins_with(nullptr) && text.contains("y.d"));
+    EXPECT_TRUE(view.begins_with("study") && view.ends_with(".dcm\n") && view.contains("y.d"));
+    EXPECT_TRUE(view.begins_with('s') && view.ends_with('\n') && view.contains(nullptr));
     EXPECT_FALSE(text.begins_with("Study") || text.ends_with("dcm") || text.contains("xyz"));
-    EXPECT_TRUE(text.ends_with_newline() && String("a\r").ends_with_newline() &&
-                !String().ends_with_newline());
+    EXPECT_FALSE(view.begins_with("study.dcm\n ") || view.contains('\0') || SmartCStr().ends_with('q'));
+    EXPECT_TRUE(text.ends_with_newline() && String("a\r").ends_with_newline());
+    EXPECT_FALSE(String().ends_with_newline());
+}
+
+TEST(SmartCStr, IsNeverNullAndComparesTextsWhateverTheirKind) {
+    SmartCStr text(static_cast<const char*>(nullptr));
+    EXPECT_STREQ(text.c_str(), "");
+    EXPECT_EQ(text, nullptr);
+    EXPECT_TRUE(text.empty() && !text);
+    EXPECT_EQ(SmartCStr(std::string("a\0b", 3)).size(), 1u);
+    EXPECT_EQ(SmartCStr("abc"), std::string("abc"));
+    EXPECT_LT(SmartCStr("a"), SmartCStr("\xE4"));
+    EXPECT_NE(SmartCStr("a"), std::string("a\0", 2));
+}
+
+TEST(SmartCStr, StepsAndPartsStopAtTheEnd) {
+    SmartCStr text = "ab";
+    EXPECT_EQ(text.substr(1), "b");
+    EXPECT_EQ(text.substr(1000), "");
+    EXPECT_EQ(text++, "ab");
+    ++text;
+    EXPECT_EQ(++text, "");
 }
 
 TEST(String, ReplaceAllCountsAndDoesNotLookIntoWhatItPutIn) {
@@ -73,18 +92,13 @@ TEST(String, HashIsFnvOfUnsignedBytesWithoutACutTo32Bits) {
     EXPECT_EQ(String("ab").hash(), (String("a").hash() ^ 'b') * 0x1000193);
 }
 
-TEST(String, ValidateTellsMailAddresses) {
+TEST(String, ValidateTellsMailAddressesAndTelephoneNumbersUpTo512Bytes) {
     for (const char* good : {"a@b.c", "a@@b.c", "@@b.c", "a@b.c.", "a b@c d.e", "ä@.x.y"})
         EXPECT_TRUE(String(good).validate(0)) << good;
     for (const char* bad : {"", "a", "@b.c", "a@.c", "a@b.", "a@bc", "a.b@c", "a@b.c\n", "@a.b"})
         EXPECT_FALSE(String(bad).validate(0)) << bad;
-}
-
-TEST(String, ValidateTellsTelephoneNumbersUpTo512Bytes) {
-    for (const char* good : {"+49 (0)30/12-34", "1"}) EXPECT_TRUE(String(good).validate(1)) << good;
-    for (const char* bad : {"12a", ""}) EXPECT_FALSE(String(bad).validate(1)) << bad;
-    EXPECT_TRUE(String(512, '1').validate(1));
-    EXPECT_FALSE(String(513, '1').validate(1));
+    for (const String& good : {String("+49 (0)30/12-34"), String(512, '1')}) EXPECT_TRUE(good.validate(1));
+    for (const String& bad : {String("12a"), String(), String(513, '1')}) EXPECT_FALSE(bad.validate(1));
     for (const int unknown : {2, -1}) EXPECT_FALSE(String("1").validate(unknown));
 }
 
@@ -94,4 +108,30 @@ TEST(String, HexDumpPadsItsLastLine) {
               "00000000: 30 31 32 33 34 35 36 37 38 39 61 62 63 64 65 66 0123456789abcdef\n"
               "00000010: 00 FF 7A                                        ..z\n");
     EXPECT_EQ(String::createHexDumpFromBuffer(ConstByteSpan()), "");
+}
+
+TEST(NaturalCompare, NumbersCompareByValueBeforeAnythingElseAndBytesUnsignedAndWithCase) {
+    const struct {
+        const char *a, *b;
+        int order;
+    } cases[] = {{"a007", "a7", 0},
+                 {"a7b", "a07c", -1},
+                 {"1.2.10", "1.2.9", 1},
+                 {"5", "105", -100},
+                 {"a1", "a ", -1},
+                 {"ab", "a1", 1},
+                 {"a0", "a", 1},
+                 {"", "a", -1},
+                 {"a", "B", 'a' - 'B'},
+                 {"4294967297", "1", 0},
+                 {"2147483647", "0", 2147483647}};
+    for (const auto& [a, b, order] : cases) EXPECT_EQ(String::natural_compare(a, b), order) << a << " " << b;
+    EXPECT_GT(String::natural_compare("\xC3\xA4", "z"), 0);
+}
+
+TEST(NaturalCompare, LongDigitRunsWrapAndKeepTheirSigns) {
+    EXPECT_GT(String::natural_compare("4294967295", "0"), 0);
+    EXPECT_LT(String::natural_compare("0", "4294967295"), 0);
+    const String longRun(100'000, '9');
+    EXPECT_EQ(String::natural_compare(longRun, longRun), 0);
 }

@@ -2,14 +2,65 @@
 #include <qel/foundation/base/string.h>
 #include <qel/foundation/base/unicode.h>
 
-#include "utf8_oracle.h"
-
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <random>
 
 namespace qel {
 namespace {
+
+using namespace util;
+
+// UTF-8 read byte by byte: what the fast operations of String must agree with.
+
+/// Encodes by the number of bytes that follow the first, to be unlike the code under test.
+std::string encodeUtf8(uint32 codePoint) {
+    if (codePoint < 0x80) return {static_cast<char>(codePoint)};
+    const int following = codePoint < 0x800 ? 1 : codePoint < 0x10000 ? 2 : 3;
+    std::string text(1, static_cast<char>(0xF80 >> following | codePoint >> 6 * following));
+    for (int i = following - 1; i >= 0; --i) {
+        text.push_back(static_cast<char>(0x80 | (codePoint >> 6 * i & 0x3F)));
+    }
+    return text;
+}
+
+/// The code point whose encoding @p text begins with: the one that encodes back to the same bytes.
+std::optional<uint32> firstCodePoint(std::string_view text) {
+    for (std::size_t length = 1; length <= 4 && length <= text.size(); ++length) {
+        uint32 codePoint = static_cast<uint8>(text[0]);
+        if (length > 1) codePoint &= (1u << (7 - length)) - 1;
+        for (std::size_t i = 1; i < length; ++i) codePoint = codePoint << 6 | (text[i] & 0x3F);
+        const bool legal = codePoint < 0xD800 || (codePoint > 0xDFFF && codePoint <= 0x10FFFF);
+        if (legal && encodeUtf8(codePoint) == text.substr(0, length)) return codePoint;
+    }
+    return std::nullopt;
+}
+
+/// Windows code page 1252 between 0x80 and 0x9F, written as the characters themselves; "?" where it has none.
+uint32 westernCodePoint(uint8 byte) {
+    static constexpr char32_t kRow[] = U"€?‚ƒ„…†‡ˆ‰Š‹Œ?Ž??‘’“”•–—˜™š›œ?žŸ";
+    if (byte < 0x80 || byte > 0x9F) return byte;
+    return kRow[byte - 0x80] == U'?' ? 0xFFFD : static_cast<uint32>(kRow[byte - 0x80]);
+}
+
+/// The code points of the lenient reading, up to the first NUL.
+std::vector<uint32> readLeniently(std::string_view text) {
+    std::vector<uint32> codePoints;
+    while (!text.empty() && text[0] != '\0') {
+        const auto strict = firstCodePoint(text);
+        codePoints.push_back(strict ? *strict : westernCodePoint(static_cast<uint8>(text[0])));
+        text.remove_prefix(strict ? encodeUtf8(*strict).size() : 1);
+    }
+    return codePoints;
+}
+
+/// The UTF-8 text of the code points.
+std::string textOf(const std::vector<uint32>& codePoints) {
+    std::string text;
+    for (const uint32 codePoint : codePoints) text += encodeUtf8(codePoint);
+    return text;
+}
 
 Vector<String> brokenSequences() {
     return String("\xED\xA0\x80|\xC0\x80|\xC1\xBF|\xE0\x9F\xBF|\xF0\x8F\xBF\xBF|\xF4\x90\x80\x80|"
@@ -18,27 +69,19 @@ Vector<String> brokenSequences() {
         .split('|');
 }
 
-TEST(Utf8, LenientOperationsReadABadByteAsWesternEuropean) {
-    EXPECT_EQ(String("\xE4 ").utf8_at(0), 0xE4u);
-    EXPECT_EQ(String("\xE4 ").utf8_uppercase(), "Ä ");
-    EXPECT_EQ(String("\x80\x81").utf8_fix(), "€\uFFFD");
-}
-
-TEST(Utf8, StrictReaderStaysInPlaceOnBrokenBytes) {
-    for (const String& text : brokenSequences()) {
-        auto position = text.cbegin();
-        EXPECT_EQ(text.utf8_strict_parse(position), String::kNoCodePoint);
-        EXPECT_EQ(position, text.cbegin());
-    }
-}
-
-TEST(Utf8, ReadersReturnZeroAtTheEndAndStay) {
+TEST(Utf8, ReadersStayAtTheEndAndTheStrictOneAtBytesThatTheLenientReadsAsWesternEuropean) {
     const String text = "é";
     auto position = text.cbegin();
     EXPECT_EQ(text.utf8_parse(position), 0xE9u);
     EXPECT_EQ(text.utf8_parse(position), 0u);
     EXPECT_EQ(text.utf8_strict_parse(position), 0u);
     EXPECT_EQ(position, text.cend());
+    for (const String& broken : brokenSequences()) {
+        position = broken.cbegin();
+        EXPECT_EQ(broken.utf8_strict_parse(position), kNoCodePoint);
+        EXPECT_EQ(position, broken.cbegin());
+    }
+    EXPECT_EQ(String("\xE4 ").utf8_uppercase() + String("\x80\x81").utf8_fix(), "Ä €\uFFFD");
 }
 
 TEST(Utf8, ANulEndsEveryWalk) {
@@ -55,7 +98,7 @@ TEST(Utf8, EveryCodePointSurvivesAppendAndParseAndOthersAreWrittenUnchecked) {
         if (codePoint == 0xD800) codePoint = 0xE000;
         text.clear();
         text.utf8_append(codePoint);
-        ASSERT_EQ(text, test::encodeUtf8(codePoint));
+        ASSERT_EQ(text, encodeUtf8(codePoint));
         ASSERT_EQ(text.utf8_strict_peek(text.begin()), codePoint);
     }
     text.utf8_append(0xD800);
@@ -95,18 +138,11 @@ TEST(Utf8, NumericTakesOneSignInFrontAndOnePoint) {
         EXPECT_FALSE(String(other).utf8_isnumeric());
 }
 
-TEST(Utf8, SpecialCharactersAreFoundAndBrokenBytesAreNot) {
-    for (const char* special : {"a b", "\t", "a\u00A0", "\u00AD", "\x7F", "\xE4\x80 "})
-        EXPECT_TRUE(String(special).utf8_contains_special_characters());
-    for (const char* plain : {"", "abc", "äöü", "\x80\x9F", "\xC2"})
-        EXPECT_FALSE(String(plain).utf8_contains_special_characters());
-}
-
 TEST(Utf8, RightToLeftFlagsTellStartAndPresence) {
-    for (const char* none : {"", "plain äöü 日本"}) EXPECT_EQ(String(none).utf8_rtl_flags(), 0) << none;
-    for (const char* first : {"שלום", "مرحبا world"}) EXPECT_EQ(String(first).utf8_rtl_flags(), 3) << first;
-    for (const char* later : {"hello שלום", "hello\nשלום", "12 שלום"})
-        EXPECT_EQ(String(later).utf8_rtl_flags(), 2) << later;
+    const std::pair<const char*, int> cases[] = {
+        {"", 0},           {"plain äöü 日本", 0}, {"שלום", 3},   {"مرحبا world", 3},
+        {"hello שלום", 2}, {"hello\nשלום", 2},    {"12 שלום", 2}};
+    for (const auto& [text, flags] : cases) EXPECT_EQ(String(text).utf8_rtl_flags(), flags) << text;
 }
 
 TEST(Utf8, AsciiFixReplacesWhatItCannotKeep) {
@@ -122,12 +158,12 @@ protected:
 
     /// What the vectors have to do with a text, and with each of its tails, which begin inside a sequence.
     static void expectAgreement(const String& text) {
-        const auto codePoints = test::readLeniently(text);
-        const std::string fixed = test::textOf(codePoints);
+        const auto codePoints = readLeniently(text);
+        const std::string fixed = textOf(codePoints);
         ASSERT_EQ(text.utf8_to_unicode(), codePoints);
         ASSERT_EQ(text.utf8_size(), codePoints.size());
         ASSERT_EQ(text.utf8_fix(), fixed);
-        ASSERT_EQ(util::utf8_is_valid(text), text == fixed);
+        ASSERT_EQ(utf8_is_valid(text), fixed == text.c_str());
         ASSERT_EQ(text.utf8_to_std_wstring(), std::wstring(codePoints.begin(), codePoints.end()));
         ASSERT_EQ(text.utf8_to_utf16(), utf16Of(codePoints));
     }
@@ -158,8 +194,10 @@ TEST_P(Utf8Kernels, AgreeWithBytewiseReadingAtEveryLength) {
     }
 }
 
-TEST_P(Utf8Kernels, FindEachKindOfBreakAtEveryPlace) {
-    for (const String& broken : brokenSequences()) {
+TEST_P(Utf8Kernels, FindEachKindOfBreakAndTheNulAtEveryPlace) {
+    Vector<String> breaks = brokenSequences();
+    breaks.push_back(String("\0", 1));
+    for (const String& broken : breaks) {
         for (const char* filler : {"a", "é", "€", "😀"}) {
             for (std::size_t before = 0; before < 140; before += 1 + before % 3) {
                 String text;
@@ -170,16 +208,6 @@ TEST_P(Utf8Kernels, FindEachKindOfBreakAtEveryPlace) {
                 expectAgreement(text);
             }
         }
-    }
-}
-
-TEST_P(Utf8Kernels, EndAtANulAtEveryPlace) {
-    for (std::size_t place = 0; place < 150; ++place) {
-        String text(150, 'a');
-        text[place] = '\0';
-        ASSERT_EQ(text.utf8_size(), place);
-        ASSERT_EQ(text.utf8_to_unicode().size(), place);
-        ASSERT_TRUE(util::utf8_is_valid(text));
     }
 }
 
@@ -199,6 +227,54 @@ TEST_P(Utf8Kernels, AgreeOnRandomMixturesOfGoodAndBadBytes) {
 
 INSTANTIATE_TEST_SUITE_P(AllTargets, Utf8Kernels, testing::ValuesIn(internal::simdTargets()),
                          [](const auto& parameter) { return parameter.param; });
+
+TEST(Unicode, CodePage1252AndItsReverseAgreeAndMakeWithLatin1WesternEuropean) {
+    for (uint32 byte = 0; byte < 256; ++byte) {
+        const uint32 expected = westernCodePoint(static_cast<uint8>(byte));
+        const uint32 codePoint = expected == 0xFFFD ? kNoCodePoint : expected;
+        EXPECT_EQ(unicode_from_cp1252(byte), codePoint);
+        EXPECT_TRUE(codePoint == kNoCodePoint || cp1252_from_unicode(codePoint) == byte) << byte;
+        EXPECT_TRUE(codePoint == kNoCodePoint || unicode_is_western_european(codePoint)) << byte;
+        EXPECT_TRUE(unicode_is_western_european(byte)) << byte;
+    }
+    for (const uint32 value : {0x100u, 0x416u, 0x1F600u, kNoCodePoint}) {
+        EXPECT_EQ(cp1252_from_unicode(value), kNoCodePoint);
+        EXPECT_EQ(unicode_from_cp1252(value), kNoCodePoint);
+        EXPECT_FALSE(unicode_is_western_european(value));
+    }
+    for (const uint32 control : {0x81u, 0x85u}) EXPECT_EQ(cp1252_from_unicode(control), kNoCodePoint);
+}
+
+TEST(Unicode, CaseMappingsLeadBack) {
+    int pairs = 0;
+    for (uint32 codePoint = 0; codePoint < 0x20000; ++codePoint) {
+        const uint32 lower = unicode_tolower(codePoint);
+        if (lower == codePoint) continue;
+        ++pairs;
+        ASSERT_EQ(unicode_toupper(lower), codePoint);
+        ASSERT_EQ(unicode_tolower(lower), lower);
+    }
+    EXPECT_GT(pairs, 1000);
+    EXPECT_EQ(unicode_toupper(0xFFFFFFFF), 0xFFFFFFFFu);
+}
+
+TEST(Unicode, CaseRunsStopWhereTheirGapsBegin) {
+    const std::pair<uint32, uint32> lowered[] = {
+        {'A', 'a'}, {'[', '['}, {0xD7, 0xD7}, {0x101, 0x101}, {0x10400, 0x10428}};
+    for (const auto& [upper, lower] : lowered) EXPECT_EQ(unicode_tolower(upper), lower);
+    const std::pair<uint32, uint32> raised[] = {{0xFF, 0x178}, {0x101, 0x100}, {0x131, 0x131}};
+    for (const auto& [lower, upper] : raised) EXPECT_EQ(unicode_toupper(lower), upper);
+}
+
+TEST(Unicode, SpecialCharactersAreTheUnseenOnesAndBrokenBytesAreNot) {
+    for (const int32 special : {0, 9, 32, 127, 160, 173}) EXPECT_TRUE(unicode_is_special_character(special));
+    for (const int32 plain : {-1, -2147483647, 33, 126, 161, 172, 174, 0x200B})
+        EXPECT_FALSE(unicode_is_special_character(plain));
+    for (const char* special : {"a b", "a\u00A0", "\xE4\x80 "})
+        EXPECT_TRUE(String(special).utf8_contains_special_characters());
+    for (const char* plain : {"", "äöü", "\x80\x9F", "\xC2"})
+        EXPECT_FALSE(String(plain).utf8_contains_special_characters());
+}
 
 TEST(SimdTarget, RefusesAnUnknownName) {
     EXPECT_FALSE(internal::setSimdTarget("abacus"));

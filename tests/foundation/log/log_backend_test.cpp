@@ -6,9 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <thread>
-
 using namespace qel;
 using logging::MessageStream;
 
@@ -23,6 +20,8 @@ protected:
     void SetUp() override { Clock::install(&m_clock); }
     void TearDown() override {
         LogBackend::unregisterBackend();
+        logging::g_hideVerboseOutputInConsole = false;
+        logging::g_hideTimeInConsole = false;
         Clock::install(nullptr);
     }
     void listen() {
@@ -39,6 +38,25 @@ protected:
 
     ManualClock m_clock;
     Texts m_batches;
+};
+
+/// Lets lines go to standard output and takes them there.
+class Console : public Backend {
+protected:
+    void SetUp() override {
+        Backend::SetUp();
+        m_writer = logging::setConsoleWriter(nullptr);
+        testing::internal::CaptureStdout();
+    }
+    void TearDown() override {
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), m_expected);
+        logging::setConsoleWriter(m_writer);
+        Backend::TearDown();
+    }
+
+    /// What must have been written at the end.
+    std::string m_expected;
+    logging::ConsoleWriter m_writer = nullptr;
 };
 
 Texts takeAll(unsigned channelIndex) {
@@ -70,14 +88,50 @@ TEST_F(Backend, KeepsLinesOfEachChannelInOrderWithTheirStampWhenTold) {
     EXPECT_TRUE(takeAll(1).empty());
 }
 
-TEST_F(Backend, ALineFromAListenerIsDropped) {
-    Texts heard;
-    LogBackend::getSignalNewLogMessage().connect([&](int, const char* text) {
-        heard.emplace_back(text);
+TEST_F(Console, ShowsThePrefixOfEachLevel) {
+    for (int level = 0; level <= 4; ++level) MessageStream(level, 2) << "text";
+    m_expected = "[VERBOSE] text\ntext\n[WARNING] text\n[ERROR] text\n[ASSERT] text\n";
+}
+
+TEST_F(Console, ShowsTheTimeSinceTheBackendsStartOnlyWithABackend) {
+    m_clock.advanceMs((int64{1} << 32) - 500); // the milliseconds will wrap
+    MessageStream(1, 2) << "before";
+    LogBackend::registerBackend(false);
+    m_clock.advanceMs(1042);
+    LogBackend::registerBackend(true); // again: keeps the start
+    MessageStream(2, 2) << "technical";
+    m_clock.advanceMs(99'000'000);
+    MessageStream(1, 3) << "customer";
+    logging::g_hideTimeInConsole = true;
+    MessageStream(1, 3) << "timeless";
+    m_expected = "before\n[  1.042] [WARNING] technical\n<99001.042> customer\ntimeless\n";
+}
+
+TEST_F(Console, HidesVerboseLinesThatTheBackendHearsAndDropsThoseOfAListener) {
+    logging::g_hideVerboseOutputInConsole = true;
+    logging::g_hideTimeInConsole = true;
+    std::string heard;
+    LogBackend::getSignalNewLogMessage().connect([&](int level, const char* text) {
+        heard += std::to_string(level) + text + ";";
         MessageStream(1, 2) << "from the listener";
     });
-    for (const char* text : {"first", "second"}) MessageStream(1, 2) << text;
-    EXPECT_EQ(heard, (Texts{"first", "second"}));
+    MessageStream(0, 2) << "by level";
+    MessageStream(1, 2) << "by [VERBOSE] tag";
+    MessageStream(1, 2) << "shown";
+    EXPECT_EQ(heard, "0[VERBOSE] by level;1by [VERBOSE] tag;1shown;");
+    m_expected = "shown\n";
+}
+
+TEST_F(Console, AHostMayDrawTheLinesItself) {
+    static std::string drawn;
+    LogBackend::registerBackend(false);
+    logging::setConsoleWriter([](const logging::ConsoleLine& line) {
+        drawn = std::to_string(line.level) + "/" + std::to_string(line.channels) + "/" +
+                std::string(line.time) + "/" + std::string(line.text);
+        MessageStream(3, 2) << "a line from the writer is dropped";
+    });
+    MessageStream(3, 3) << "text";
+    EXPECT_EQ(drawn, "3/3/<  0.000> /[ERROR] text");
 }
 
 TEST_F(Backend, SupportLinesAreCollectedOnlyForAListener) {
@@ -101,17 +155,13 @@ TEST_F(Backend, BatchesWaitForThreeQuietMinutesAndForAnHourSinceTheLast) {
     EXPECT_EQ(batchesAfter("", 1), 2u);
 }
 
-TEST_F(Backend, ABatchThatIsHalfAnHourOldGoesOutWhateverComes) {
+TEST_F(Backend, ABatchThatIsHalfAnHourOldOrBigGoesOutWhateverComes) {
     listen();
     for (int i = 0; i < 30; ++i) EXPECT_EQ(batchesAfter("again", kMinute), 0u);
     EXPECT_EQ(batchesAfter("", 1), 1u);
-}
-
-TEST_F(Backend, ABigBatchGoesOutAtOnce) {
-    listen();
-    for (int i = 0; i < 256; ++i) EXPECT_EQ(batchesAfter(std::string(1000, 'x'), 0), 0u) << i;
-    EXPECT_EQ(batchesAfter(std::string(20'000, 'x'), 0), 1u);
-    EXPECT_GT(m_batches[0].size(), 262'144u);
+    for (int i = 0; i < 250; ++i) EXPECT_EQ(batchesAfter(std::string(1000, 'x'), 0), 1u) << i;
+    EXPECT_EQ(batchesAfter(std::string(20'000, 'x'), 0), 2u);
+    EXPECT_GT(m_batches[1].size(), 262'144u);
 }
 
 TEST_F(Backend, LinesOfManyThreadsArriveWholeAndInTheOrderOfEachThread) {
@@ -132,16 +182,16 @@ TEST_F(Backend, LinesOfManyThreadsArriveWholeAndInTheOrderOfEachThread) {
 }
 
 TEST_F(Backend, MayComeAndGoWhileOthersLog) {
-    std::atomic<bool> isDone = false;
-    std::thread logger([&] {
-        while (!isDone) MessageStream(0, 2) << "line";
+    test::onThreads(2, [](int t) {
+        for (int i = 0; i < 500; ++i) {
+            if (t == 1) {
+                MessageStream(0, 2) << "line";
+                continue;
+            }
+            LogBackend::registerBackend(i % 2 == 0);
+            LogBackend::takeMessage(1);
+            LogBackend::unregisterBackend();
+        }
     });
-    for (int i = 0; i < 200; ++i) {
-        LogBackend::registerBackend(i % 2 == 0);
-        LogBackend::takeMessage(1);
-        LogBackend::unregisterBackend();
-    }
-    isDone = true;
-    logger.join();
     EXPECT_FALSE(LogBackend::takeMessage(1));
 }
