@@ -16,6 +16,8 @@ namespace {
 
 using test::EnvironmentVariable;
 
+constexpr StandardStream kInput = StandardStream::Input;
+
 /// Puts another file in the place of standard input.
 class StandardInput {
 public:
@@ -34,59 +36,32 @@ private:
     int m_before;
 };
 
-/// A terminal that no person sits at.
-class PseudoTerminal {
-public:
-    PseudoTerminal() : m_control(posix_openpt(O_RDWR | O_NOCTTY)) {
-        m_isThere = grantpt(m_control) == 0 && unlockpt(m_control) == 0 && access(path(), R_OK) == 0;
+TEST(Console, AFileIsNoTerminalAndATerminalTellsItsWidthAndColours) {
+    const EnvironmentVariable kind("TERM", "xterm"), refusal("NO_COLOR", "");
+    {
+        const StandardInput input("/dev/null");
+        EXPECT_FALSE(isTerminal(kInput));
+        EXPECT_EQ(terminalWidth(kInput), 80);
+        EXPECT_FALSE(wantsColor(kInput));
     }
-    ~PseudoTerminal() { close(m_control); }
-
-    /// False where the file system of terminals isn't mounted, as in a bare change-root.
-    bool isThere() const { return m_isThere; }
-    const char* path() const { return ptsname(m_control); }
-    void setColumns(unsigned short columns) const {
-        const winsize size{24, columns, 0, 0};
-        ioctl(m_control, TIOCSWINSZ, &size);
+    const int control = posix_openpt(O_RDWR | O_NOCTTY); // a terminal that no person sits at
+    if (grantpt(control) != 0 || unlockpt(control) != 0 || access(ptsname(control), R_OK) != 0)
+        GTEST_SKIP() << "no terminals here, as in a bare change-root";
+    const StandardInput input(ptsname(control));
+    EXPECT_TRUE(isTerminal(kInput));
+    for (const auto& [columns, width] : {std::pair(123, 123), std::pair(0, 80)}) {
+        const winsize size{24, static_cast<unsigned short>(columns), 0, 0};
+        ioctl(0, TIOCSWINSZ, &size);
+        EXPECT_EQ(terminalWidth(kInput), width);
     }
-
-private:
-    int m_control;
-    bool m_isThere = false;
-};
-
-TEST(Console, AFileIsNoTerminal) {
-    const StandardInput input("/dev/null");
-    const EnvironmentVariable terminal("TERM", "xterm");
-    EXPECT_FALSE(isTerminal(StandardStream::Input));
-    EXPECT_EQ(terminalWidth(StandardStream::Input), 80);
-    EXPECT_FALSE(wantsColor(StandardStream::Input));
-}
-
-TEST(Console, ATerminalTellsItsWidth) {
-    const PseudoTerminal terminal;
-    if (!terminal.isThere()) GTEST_SKIP() << "no terminals here";
-    const StandardInput input(terminal.path());
-    EXPECT_TRUE(isTerminal(StandardStream::Input));
-    terminal.setColumns(123);
-    EXPECT_EQ(terminalWidth(StandardStream::Input), 123);
-    terminal.setColumns(0);
-    EXPECT_EQ(terminalWidth(StandardStream::Input), 80);
-}
-
-TEST(Console, ColoursAreWantedOnATerminalThatKnowsThemUnlessRefused) {
-    const PseudoTerminal terminal;
-    if (!terminal.isThere()) GTEST_SKIP() << "no terminals here";
-    const StandardInput input(terminal.path());
-    const EnvironmentVariable refusal("NO_COLOR", "");
-    const EnvironmentVariable kind("TERM", "xterm");
-    EXPECT_TRUE(wantsColor(StandardStream::Input));
+    EXPECT_TRUE(wantsColor(kInput));
     const std::pair<const char*, const char*> refusals[] = {
         {"NO_COLOR", "1"}, {"TERM", nullptr}, {"TERM", "dumb"}};
     for (const auto& [name, value] : refusals) {
         const EnvironmentVariable changed(name, value);
-        EXPECT_FALSE(wantsColor(StandardStream::Input)) << name;
+        EXPECT_FALSE(wantsColor(kInput)) << name;
     }
+    close(control);
 }
 
 } // namespace

@@ -1,14 +1,13 @@
 #include <qel/platform/crash.h>
 
 #include <tests/support/scratch_folder.h>
+#include <tests/support/threads.h>
 
 #include <gtest/gtest.h>
 
 #include <functional>
 #include <limits>
 #include <sstream>
-#include <thread>
-#include <vector>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -40,31 +39,25 @@ TEST(CrashWriter, WritesTextsAndNumbersWithoutHelp) {
     });
     EXPECT_EQ(text, "a\nbc d 0 0x0 -9223372036854775808 0xffffffffffffffff");
     const std::string lengthy(5000, 'x'); // longer than its buffer
-    EXPECT_EQ(written([&](CrashWriter& out) { out.text("ab").text(lengthy).text("cd"); }),
-              "ab" + lengthy + "cd");
+    EXPECT_EQ(written([&](CrashWriter& out) { out.text("a").text(lengthy).text("b"); }), "a" + lengthy + "b");
 }
 
-TEST(RememberedLogLines, TheLastOnesAreKeptInTheirOrder) {
+TEST(RememberedLogLines, TheLastOnesAreKeptInTheirOrderEachCutToFitOnOneLine) {
     for (int i = 0; i < 200; ++i) rememberLogLine("line " + std::to_string(i));
     std::string expected;
     for (int i = 200 - 64; i < 200; ++i) expected += "  line " + std::to_string(i) + "\n";
     EXPECT_EQ(rememberedLines(), expected);
-}
-
-TEST(RememberedLogLines, LongLinesAreCutAndStayOnOneLine) {
     rememberLogLine(std::string(247, 'x') + "\n" + std::string(100, 'y'));
     EXPECT_TRUE(rememberedLines().ends_with("  " + std::string(247, 'x') + " \n"));
 }
 
 TEST(RememberedLogLines, LinesOfManyThreadsNeverMix) {
-    std::vector<std::thread> threads;
-    for (char letter : {'a', 'b', 'c', 'd'}) {
-        threads.emplace_back([letter] {
-            for (int i = 0; i < 2000; ++i) rememberLogLine(std::string(100, letter));
-        });
-    }
-    for (int i = 0; i < 20; ++i) rememberedLines();
-    for (std::thread& thread : threads) thread.join();
+    test::onThreads(4, [](int i) {
+        for (int n = 0; n < 2000; ++n) {
+            rememberLogLine(std::string(100, static_cast<char>('a' + i)));
+            if (n % 400 == 0) rememberedLines();
+        }
+    });
     std::istringstream lines(rememberedLines());
     int count = 0;
     for (std::string line; std::getline(lines, line); ++count) {

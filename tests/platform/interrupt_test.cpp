@@ -31,8 +31,7 @@ TEST_F(Interrupt, EachOfItsSignalsSetsTheFlagInsteadOfEndingTheProcess) {
 TEST_F(Interrupt, AnIgnoredHangupStaysIgnoredAndRemovalPutsBackWhatWasThereBefore) {
     const auto hangup = std::signal(SIGHUP, SIG_IGN);
     const auto termination = std::signal(SIGTERM, SIG_IGN);
-    installInterruptHandler();
-    installInterruptHandler();
+    for (int twice = 0; twice < 2; ++twice) installInterruptHandler();
     std::raise(SIGHUP);
     EXPECT_FALSE(wasInterrupted());
     removeInterruptHandler();
@@ -51,10 +50,8 @@ TEST(BrokenPipeGuard, TurnsTheSignalIntoAnErrorOfTheWrite) {
     {
         const BrokenPipeGuard guard;
         EXPECT_EQ(errorOfWrite(), EPIPE);
-        {
-            const BrokenPipeGuard inner;
-            EXPECT_EQ(errorOfWrite(), EPIPE);
-        }
+        const BrokenPipeGuard inner;
+        EXPECT_EQ(errorOfWrite(), EPIPE);
     }
     EXPECT_EQ(g_brokenPipeSignals, 0);
     EXPECT_EQ(errorOfWrite(), EPIPE);

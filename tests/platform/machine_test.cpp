@@ -9,6 +9,7 @@
 #include <bit>
 #include <cerrno>
 #include <csignal>
+#include <list>
 #include <thread>
 #include <vector>
 
@@ -21,19 +22,16 @@ using test::EnvironmentVariable;
 
 TEST(Machine, FiguresFitTogether) {
     EXPECT_TRUE(std::has_single_bit(pageSize()));
-    EXPECT_EQ(physicalMemorySize() % pageSize(), 0u);
     EXPECT_GT(freeMemorySize(), 0u);
     EXPECT_LE(freeMemorySize(), physicalMemorySize());
     CpuTimes times;
     ASSERT_TRUE(readCpuTimes(times));
-    EXPECT_GT(times.idle, 0);
     EXPECT_GT(times.kernel, times.idle) << "kernel time holds the idle time";
 }
 
 TEST(Machine, MemoryOfTheProcessGrowsByWhatItTouches) {
     constexpr std::size_t kBytes = std::size_t{64} << 20;
-    ProcessMemory before;
-    ProcessMemory after;
+    ProcessMemory before, after;
     ASSERT_TRUE(readProcessMemory(before));
     std::vector<char> bytes(kBytes);
     volatile char* touched = bytes.data(); // no compiler may leave the writes out
@@ -46,24 +44,20 @@ TEST(Machine, MemoryOfTheProcessGrowsByWhatItTouches) {
 TEST(ProcessSelf, LocaleNameIsTheFirstVariableThatSaysSomething) {
     const EnvironmentVariable none("LANG", nullptr), type("LC_CTYPE", nullptr), all("LC_ALL", "");
     EXPECT_EQ(userLocaleName(), "C");
-    const EnvironmentVariable language("LANG", "de_DE.UTF-8");
-    EXPECT_EQ(userLocaleName(), "de_DE.UTF-8");
-    const EnvironmentVariable otherType("LC_CTYPE", "fr_FR");
-    EXPECT_EQ(userLocaleName(), "fr_FR");
-    const EnvironmentVariable otherAll("LC_ALL", "tr_TR");
-    EXPECT_EQ(userLocaleName(), "tr_TR");
+    std::list<EnvironmentVariable> variables;
+    for (const char* name : {"LANG", "LC_CTYPE", "LC_ALL"}) {
+        variables.emplace_back(name, name);
+        EXPECT_EQ(userLocaleName(), name);
+    }
 }
 
-TEST(ProcessSelfDeathTest, EndsAtOnceWithTheStatus) {
+TEST(ProcessSelfDeathTest, EndsAtOnceWithTheStatusOrAtABreakPointWithoutADebugger) {
     EXPECT_EXIT(
         {
             std::atexit([] { _exit(1); });
             endProcess(23);
         },
         testing::ExitedWithCode(23), "");
-}
-
-TEST(ProcessSelfDeathTest, ABreakPointWithoutADebuggerEndsTheProcess) {
     EXPECT_EXIT(
         {
             disableCoreImages();

@@ -19,36 +19,31 @@ namespace qel::platform {
 namespace {
 
 using Arguments = std::vector<std::string>;
-using test::EnvironmentVariable;
 using test::ScratchFolder;
 
 constexpr RunOptions kWait{};
 constexpr RunOptions kNoWait{.wait = false};
 
-RunResult runShell(const std::string& script, const std::string& argument,
-                   const RunOptions& options = kWait) {
+RunResult runShell(const char* script, const std::string& argument, const RunOptions& options = kWait) {
     return runProcess({"/bin/sh", "-c", script, argument}, options);
 }
 
-/// A pipe with a name. A test that reads it waits for the program that writes it.
-class NamedPipe {
-public:
-    NamedPipe() { EXPECT_EQ(mkfifo(m_folder.path("pipe").c_str(), 0600), 0); }
+/// What a program writes that nobody waits for, into the pipe that its script knows as $0.
+std::string readUnwaited(const char* script, const RunOptions& options = kNoWait) {
+    const ScratchFolder folder;
+    const std::string pipe = folder.path("pipe");
+    if (mkfifo(pipe.c_str(), 0600) != 0 || !runShell(script, pipe, options).started) return "not started";
+    std::ifstream stream(pipe);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
 
-    std::string path() const { return m_folder.path("pipe"); }
-    std::string read() const {
-        std::ifstream stream(path());
-        return {std::istreambuf_iterator<char>(stream), {}};
-    }
-
-private:
-    ScratchFolder m_folder;
-};
-
-TEST(ProcessRun, GivesTheExitStatusOr128AndTheNumberOfTheSignal) {
+TEST(ProcessRun, GivesTheExitStatusOr128AndTheNumberOfASignalWhichStartsAtItsDefault) {
     EXPECT_EQ(runShell("exit 7", "").exitCode, 7);
-    EXPECT_EQ(runShell("kill -KILL $$", "").exitCode, 128 + SIGKILL);
-    EXPECT_TRUE(runProcess({"true"}, kWait).started);
+    const auto before = std::signal(SIGPIPE, SIG_IGN);
+    EXPECT_EQ(runShell("kill -PIPE $$; exit 3", "").exitCode, 128 + SIGPIPE);
+    EXPECT_EQ(readUnwaited("sh -c 'kill -PIPE $$; exit 3'; echo $? > \"$0\""),
+              std::to_string(128 + SIGPIPE) + "\n");
+    std::signal(SIGPIPE, before);
 }
 
 TEST(ProcessRun, TellsWhyAProgramCouldNotBeStarted) {
@@ -57,8 +52,8 @@ TEST(ProcessRun, TellsWhyAProgramCouldNotBeStarted) {
     chmod(noProgram.c_str(), 0755);
     for (const RunOptions& options : {kWait, kNoWait}) {
         EXPECT_FALSE(runProcess({}, options).started);
-        EXPECT_EQ(runProcess({folder.path("missing")}, options).errorCode, ENOENT);
-        EXPECT_EQ(runProcess({"qel-no-such-program"}, options).errorCode, ENOENT);
+        for (const std::string& name : {folder.path("missing"), std::string("qel-no-such-program")})
+            EXPECT_EQ(runProcess({name}, options).errorCode, ENOENT);
         EXPECT_EQ(runProcess({noProgram}, options).errorCode, ENOEXEC);
     }
 }
@@ -66,47 +61,26 @@ TEST(ProcessRun, TellsWhyAProgramCouldNotBeStarted) {
 TEST(ProcessRun, ArgumentsArriveAsTheyAreWithoutAShell) {
     const ScratchFolder folder;
     const std::string hostile = "$(touch " + folder.path("ran") + ") `touch x` ; \"'\\\n -rf *";
-    ASSERT_EQ(runProcess({"/bin/sh", "-c", "printf %s \"$1\" > \"$0\"", folder.path("out"), hostile}, kWait)
-                  .exitCode,
-              0);
+    runProcess({"/bin/sh", "-c", "printf %s \"$1\" > \"$0\"", folder.path("out"), hostile}, kWait);
     EXPECT_EQ(folder.read("out"), hostile);
     EXPECT_FALSE(folder.has("ran"));
 }
 
 TEST(ProcessRun, AProgramSeesItsThreeStreamsAndNoOtherDescriptor) {
-    const NamedPipe pipe;
     const ScratchFolder folder;
     std::FILE* inheritable = std::fopen(folder.write("open", "").c_str(), "r");
     const char* list = "exec ls /proc/self/fd > \"$0\""; // opens the folder as descriptor 3 itself
     runShell(list, folder.path("waited"));
     EXPECT_EQ(folder.read("waited"), "0\n1\n2\n3\n");
-    ASSERT_TRUE(runShell(list, pipe.path(), kNoWait).started);
-    EXPECT_EQ(pipe.read(), "0\n1\n2\n3\n");
+    EXPECT_EQ(readUnwaited(list), "0\n1\n2\n3\n");
+    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "what nobody waits for leaves no zombie";
+    EXPECT_EQ(errno, ECHILD);
     std::fclose(inheritable);
 }
 
-TEST(ProcessRun, AProgramStartsWithSignalsAtTheirDefaults) {
-    const auto before = std::signal(SIGPIPE, SIG_IGN);
-    EXPECT_EQ(runShell("kill -PIPE $$; exit 3", "").exitCode, 128 + SIGPIPE);
-    const NamedPipe pipe;
-    runShell("sh -c 'kill -PIPE $$; exit 3'; echo $? > \"$0\"", pipe.path(), kNoWait);
-    EXPECT_EQ(pipe.read(), std::to_string(128 + SIGPIPE) + "\n");
-    std::signal(SIGPIPE, before);
-}
-
-TEST(ProcessRun, WhatNobodyWaitsForLeavesNoZombie) {
-    const NamedPipe pipe;
-    ASSERT_TRUE(runShell("echo done > \"$0\"", pipe.path(), kNoWait).started);
-    EXPECT_EQ(pipe.read(), "done\n");
-    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
-    EXPECT_EQ(errno, ECHILD);
-}
-
 TEST(ProcessRun, ADetachedProgramHasItsOwnSessionAndNoStreams) {
-    const NamedPipe pipe;
     const char* script = "{ cut -d' ' -f6 /proc/$$/stat; echo $$; readlink /proc/$$/fd/2; } > \"$0\"";
-    ASSERT_TRUE(runShell(script, pipe.path(), {.wait = false, .detached = true}).started);
-    std::istringstream lines(pipe.read());
+    std::istringstream lines(readUnwaited(script, {.wait = false, .detached = true}));
     std::string session, process, output;
     lines >> session >> process >> output;
     EXPECT_EQ(session, process);
@@ -119,12 +93,9 @@ TEST(ProcessRun, ProgramsAreLookedForInAbsoluteFoldersOfPath) {
     chmod(tool.c_str(), 0755);
     folder.write("bin/qel-text", "no program");
     folder.makeFolder("bin/qel-folder");
-    const EnvironmentVariable path("PATH", (":relative:/nowhere:" + folder.path("bin")).c_str());
-    EXPECT_EQ(findProgram("qel-tool"), tool);
-    EXPECT_EQ(findProgram(tool), tool);
-    EXPECT_EQ(findProgram("qel-text"), "");
-    EXPECT_EQ(findProgram("qel-folder"), "");
-    EXPECT_EQ(findProgram(""), "");
+    const test::EnvironmentVariable path("PATH", (":relative:/nowhere:" + folder.path("bin")).c_str());
+    for (const std::string& name : {std::string("qel-tool"), tool}) EXPECT_EQ(findProgram(name), tool);
+    for (const char* name : {"qel-text", "qel-folder", ""}) EXPECT_EQ(findProgram(name), "") << name;
     EXPECT_EQ(runProcess({"qel-tool"}, kWait).exitCode, 5);
 }
 
@@ -133,29 +104,15 @@ TEST(ProcessRun, ProgramsAreLookedForInAbsoluteFoldersOfPath) {
 std::vector<Arguments> g_runs;
 int g_exitCode = 0;
 
-class ElevatedRun : public testing::Test {
-protected:
-    void SetUp() override {
-        replaceRunProcess([](const Arguments& arguments, const RunOptions&) {
-            g_runs.push_back(arguments);
-            return RunResult{true, 0, g_exitCode};
-        });
-    }
-    void TearDown() override { replaceRunProcess(nullptr); }
-};
-
-TEST_F(ElevatedRun, GoesTheFirstWayThatIsOpen) {
+TEST(ElevatedRun, GoesTheFirstWayThatIsOpen) {
+    replaceRunProcess([](const Arguments& arguments, const RunOptions&) {
+        g_runs.push_back(arguments);
+        return RunResult{true, 0, g_exitCode};
+    });
     const std::string program = findProgram("true");
     const ElevationMeans administrator{true, true, "/pkexec", "/sudo"},
         desktop{false, true, "/pkexec", "/sudo"}, noDesktop{false, false, "/pkexec", "/sudo"};
-    struct Case {
-        Arguments arguments;
-        ElevationMeans means;
-        int exitCode;
-        std::vector<Arguments> runs;
-        bool started;
-    };
-    const Case cases[] = {
+    const std::tuple<Arguments, ElevationMeans, int, std::vector<Arguments>, bool> cases[] = {
         {{"true", "x"}, administrator, 0, {{"true", "x"}}, true},
         {{"true", "x"}, desktop, 0, {{"/pkexec", program, "x"}}, true},
         {{"true"}, desktop, 126, {{"/pkexec", program}}, false}, // the user refuses
@@ -163,14 +120,14 @@ TEST_F(ElevatedRun, GoesTheFirstWayThatIsOpen) {
         {{"true"}, noDesktop, 1, {{"/sudo", "-n", "-v"}}, false}, // it wants a password
         {{"true"}, {}, 0, {}, false},
         {{"-n"}, desktop, 0, {}, false},
-        {{}, desktop, 0, {}, false},
-    };
-    for (const Case& test : cases) {
+        {{}, desktop, 0, {}, false}};
+    for (const auto& [arguments, means, exitCode, runs, started] : cases) {
         g_runs.clear();
-        g_exitCode = test.exitCode;
-        EXPECT_EQ(runElevated(test.arguments, kWait, test.means).started, test.started);
-        EXPECT_EQ(g_runs, test.runs);
+        g_exitCode = exitCode;
+        EXPECT_EQ(runElevated(arguments, kWait, means).started, started);
+        EXPECT_EQ(g_runs, runs);
     }
+    replaceRunProcess(nullptr);
 }
 
 } // namespace

@@ -15,31 +15,28 @@ struct RegistryTest : ::testing::Test {
     ~RegistryTest() override { setRegistryFolder({}); }
 
     static std::string read(std::string_view key, std::string_view name) {
-        std::string bytes = "untouched";
-        EXPECT_EQ(readRegistryValue(bytes, key, name) ? "untouched" : bytes, bytes);
-        return bytes;
+        std::string bytes;
+        return readRegistryValue(bytes, key, name) ? "unreadable" : bytes;
     }
 
     test::ScratchFolder scratch;
 };
 
 TEST_F(RegistryTest, KeepsEachValueInAFileOfItsOwnUnderASafeName) {
-    const struct {
-        const char *key, *name, *file;
-    } values[] = {{R"(SOFTWARE\Vendor\Product)", "Settings 1", "SOFTWARE/Vendor/Product/Settings 1.value"},
-                  {R"(\a\\b\)", "", "a/b/%.value"},
-                  {R"(a\b)", "%", "a/b/%25.value"},
-                  {R"(..\c.value)", "../x", "%2E%2E/c%2Evalue/%2E%2E%2Fx.value"},
-                  {"", "\xC3\xBC\n", "%C3%BC%0A.value"}};
-    for (const auto& value : values) {
-        const std::string bytes = "\0bytes of "s + value.file;
-        EXPECT_EQ(readRegistryValue(*std::make_unique<std::string>(), value.key, value.name),
-                  std::errc::no_such_file_or_directory);
-        EXPECT_FALSE(
-            writeRegistryValue(value.key, value.name, "first, and longer than what follows it......"));
-        EXPECT_FALSE(writeRegistryValue(value.key, value.name, bytes));
-        EXPECT_EQ(scratch.read("settings/"s + value.file), bytes);
-        EXPECT_EQ(read(value.key, value.name), bytes);
+    const std::array<std::string, 3> values[] = {
+        {{R"(SOFTWARE\Vendor\Product)", "Settings 1", "SOFTWARE/Vendor/Product/Settings 1.value"}},
+        {{R"(\a\\b\)", "", "a/b/%.value"}},
+        {{R"(a\b)", "%", "a/b/%25.value"}},
+        {{R"(..\c.value)", "../x", "%2E%2E/c%2Evalue/%2E%2E%2Fx.value"}},
+        {{"", "\xC3\xBC\n", "%C3%BC%0A.value"}}};
+    for (const auto& [key, name, file] : values) {
+        const std::string bytes = "\0bytes of "s + file;
+        std::string none;
+        EXPECT_EQ(readRegistryValue(none, key, name), std::errc::no_such_file_or_directory);
+        EXPECT_FALSE(writeRegistryValue(key, name, "longer than what follows it" + bytes));
+        EXPECT_FALSE(writeRegistryValue(key, name, bytes));
+        EXPECT_EQ(scratch.read("settings/" + file), bytes);
+        EXPECT_EQ(read(key, name), bytes);
     }
 }
 

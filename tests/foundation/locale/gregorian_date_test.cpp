@@ -130,6 +130,7 @@ TEST(DateConversion, LocalDatesBecomeTheirStampsOrZeroWhereNoneHoldsThem) {
     EXPECT_EQ(util::convertToUTCDateTimeFromLocalTime(1'000'000, 1, 1, 0, 0, 0), 0);
     EXPECT_EQ(util::convertToUTCDateTimeFromLocalTime(kMost, kMost, kMost, kMost, kMost, kMost), 0);
     EXPECT_EQ(util::convertToUTCDateTimeFromLocalTime(-kMost - 1, 1, 1, 0, 0, 0), 0);
+    EXPECT_EQ(util::convertToUTCDateTimeFromLocalTime(2024, -kMost - 1, 1, 0, 0, 0), 0);
 }
 
 class DateFormat : public test::SystemFixture {
