@@ -18,9 +18,13 @@ protected:
     }
 
     // The texts that scripts have appended to `trace`, joined by blanks.
-    std::string trace() {
-        run("::joined <- trace.reduce(@(a, b) a + \" \" + b)");
-        return vm().getRootTable().get("joined").asString();
+    std::string trace() { return evaluate("trace.reduce(@(a, b) a + \" \" + b)").asString(); }
+
+    // The trace some passes after @p source was started.
+    std::string traceOf(const std::string& source, int count = 1) {
+        start(source);
+        passes(count);
+        return trace();
     }
 };
 
@@ -39,11 +43,11 @@ TEST_F(ScriptThreads, StartInTheNextPassAndTakeTurnsInTheOrderOfCreation) {
 
 TEST_F(ScriptThreads, MadeInAThreadRunInTheSamePass) {
     start("std.async(function(a, b) { trace.append(a + b) }, \"x\", 1); trace.append(\"outer\")");
-    start(R"(local values = [getroottable(), function(...) { trace.append(vargv.len().tostring()) }]
-             for (local i = 0; i < 5000; i++) values.append(i) // more than a stack holds
-             std.async.acall(values))");
-    pass();
-    EXPECT_EQ(trace(), "outer x1 5000");
+    EXPECT_EQ(
+        traceOf(R"(local values = [getroottable(), function(...) { trace.append(vargv.len().tostring()) }]
+                         for (local i = 0; i < 5000; i++) values.append(i) // more than a stack holds
+                         std.async.acall(values))"),
+        "outer x1 5000");
 }
 
 TEST_F(ScriptThreads, SleepersWakeStrictlyBehindTheirTimeAlsoOverTheWrapOfTheClock) {
@@ -73,31 +77,21 @@ TEST_F(ScriptThreads, AnErrorEndsItsOwnThreadOnly) {
     start("throw \"at once\"");
     vm().createThread(Object());
     start("pause(); throw \"later\"");
-    start("pause(); pause(); trace.append(\"alive\")");
-    passes(3);
-    EXPECT_EQ(trace(), "alive");
-    capture.expect(3, "[SUPPORT] squirrel thread failed (call)");
-    capture.expect(3, "[SUPPORT] squirrel thread failed (call)");
-    capture.expect(3, "[SUPPORT] squirrel thread failed (wake)");
+    EXPECT_EQ(traceOf("pause(); pause(); trace.append(\"alive\")", 3), "alive");
+    for (const char* when : {"call", "call", "wake"})
+        capture.expect(3, std::string("[SUPPORT] squirrel thread failed (") + when + ")");
     EXPECT_EQ(capture.take().size(), 2u);
 }
 
-TEST_F(ScriptThreads, SuspendInTheWrongPlaceIsAnErrorOrTheEnd) {
+TEST_F(ScriptThreads, SuspendInTheWrongPlaceIsAnErrorOrTheEndOrDoesNothing) {
     LogCapture capture;
     start("try { [1, 2].sort(function(a, b) { std.sleep(1); return 0 }) } catch (e) { trace.append(e) }");
     start("suspend(1); trace.append(\"never\")");
-    pass();
-    EXPECT_EQ(trace(), "cannot suspend through native calls/metamethods");
+    EXPECT_EQ(traceOf(R"(local t = newthread(function() { std.sleep(50); trace.append("in"); suspend(7) })
+                         trace.append(t.call().tostring()); trace.append(t.getstatus()))"),
+              "cannot suspend through native calls/metamethods in 7 suspended");
     EXPECT_FALSE(vm().threadsActive());
     capture.take();
-}
-
-TEST_F(ScriptThreads, SuspendingFunctionsDoNothingInACoroutine) {
-    start("local t = newthread(function() { std.sleep(50); trace.append(\"in\"); suspend(7) })\n"
-          "trace.append(t.call().tostring()); trace.append(t.getstatus())");
-    pass();
-    EXPECT_EQ(trace(), "in 7 suspended");
-    EXPECT_FALSE(vm().threadsActive());
 }
 
 TEST_F(ScriptThreads, APassWithinAScriptDoesNothing) {
@@ -107,9 +101,7 @@ TEST_F(ScriptThreads, APassWithinAScriptDoesNothing) {
     };
     vm().getRootTable().asTable().squirrelFunction("nested", nested);
     start("nested(); trace.append(\"a\")");
-    start("trace.append(\"b\")");
-    pass();
-    EXPECT_EQ(trace(), "a b");
+    EXPECT_EQ(traceOf("trace.append(\"b\")"), "a b");
 }
 
 TEST_F(ScriptThreads, SuspendedThreadsEndWithTheMachine) {
@@ -148,23 +140,22 @@ TEST_F(ScriptThreads, AJobKnowsItsQueueAndKeepsItAlive) {
     EXPECT_EQ(trace(), "truefalse pushed AsyncQueue");
 }
 
-TEST_F(ScriptThreads, AQueueKeepsToItsLimit) {
-    start(R"(::q <- std.queue(); q.set_concurrency(2); trace.append(q.get_concurrency().tostring())
-             ::now <- 0; ::most <- 0
-             for (local i = 0; i < 7; i++) q.push(function() {
-                 if (++::now > ::most) ::most = ::now
-                 pause(); pause(); --::now })
-             q.wait(); trace.append(most.tostring()))");
-    passes(20);
-    EXPECT_EQ(trace(), "2 2");
-}
-
-TEST_F(ScriptThreads, ARaisedLimitStartsNothingByItself) {
-    start(R"(::q <- std.serial_queue()
-             for (local i = 0; i < 4; i++) q.push(function() { trace.append("x"); std.sleep_forever() })
-             q.set_concurrency(0))");
-    passes(5);
-    EXPECT_EQ(trace(), "x");
+TEST_F(ScriptThreads, AQueueKeepsToItsLimitAndARaisedOneStartsNothingByItself) {
+    EXPECT_EQ(
+        traceOf(R"(::q <- std.queue(); q.set_concurrency(2); trace.append(q.get_concurrency().tostring())
+                         ::now <- 0; ::most <- 0
+                         for (local i = 0; i < 7; i++) q.push(function() {
+                             if (++::now > ::most) ::most = ::now
+                             pause(); pause(); --::now })
+                         q.wait(); trace.append(most.tostring()))",
+                20),
+        "2 2");
+    EXPECT_EQ(traceOf(R"(::q <- std.serial_queue()
+                         for (local i = 0; i < 4; i++)
+                             q.push(function() { trace.append("x"); std.sleep_forever() })
+                         q.set_concurrency(0))",
+                      5),
+              "2 2 x");
 }
 
 TEST_F(ScriptThreads, AbortWakesSleepersRefusesJobsAndEndsWithTheLast) {
@@ -189,11 +180,12 @@ TEST_F(ScriptThreads, AbortWakesSleepersRefusesJobsAndEndsWithTheLast) {
 }
 
 TEST_F(ScriptThreads, QueueErrorsAreTold) {
-    expectError("std.queue().push()", "invalid argument count on queue.push call");
-    expectError("std.async()", "invalid argument count on async call");
-    expectError("std.queue().push.call({}, print)", "native method call on null-pointer");
-    expectError("std.queue().abort.call(null)", "native method call on null-pointer");
-    expectError("clone std.queue()", "clone called on native nocopy qel class");
+    for (const auto& [source, error] :
+         {std::pair("std.queue().push()", "invalid argument count on queue.push call"),
+          {"std.async()", "invalid argument count on async call"},
+          {"std.queue().push.call({}, print)", "native method call on null-pointer"},
+          {"clone std.queue()", "clone called on native nocopy qel class"}})
+        expectError(source, error);
     EXPECT_TRUE(run("if (std.queue().wait.call(5) != null) throw 1"));
     EXPECT_TRUE(run("local q = std.queue(); q.abort(); q.push()"));
 }

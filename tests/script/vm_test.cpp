@@ -28,16 +28,12 @@ TEST_F(ScriptVM, ACompileErrorIsLoggedRememberedAndFalse) {
 }
 
 TEST_F(ScriptVM, ARunTimeErrorIsLoggedWithTheCallStackAndItsLocals) {
+    expectError("throw {}", "unknown");
     LogCapture capture;
     EXPECT_FALSE(run("function f(n) { local t = \"x\"; throw \"boom\" }\nf(5)"));
+    EXPECT_EQ(vm().getLastError(), "boom");
     expectLines(capture, "[SQ.INTERPRETER] boom\nCALLSTACK:\n* f() [test:1]\n",
                 {"   this=TABLE ", "   n=5 INTEGER\n", "   t=\"x\" STRING\n", "* main() [test:2]\n"});
-}
-
-TEST_F(ScriptVM, TheLastErrorIsKeptAsTextOrUnknown) {
-    expectError("throw \"the reason\"", "the reason");
-    EXPECT_EQ(vm().getLastError(), "the reason");
-    expectError("throw {}", "unknown");
 }
 
 TEST_F(ScriptVM, ACallStackShowsTwentyLevels) {
