@@ -21,9 +21,10 @@ bool storeSocket(Options& options, std::string_view value) {
 bool storeTimeout(Options& options, std::string_view value) {
     int seconds = 0;
     const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), seconds);
-    options.timeoutMs = seconds * 1000;
-    return error == std::errc() && end == value.data() + value.size() && seconds > 0 &&
-           seconds <= kLongestTimeoutSeconds;
+    const bool isGood = error == std::errc() && end == value.data() + value.size() && seconds > 0 &&
+                        seconds <= kLongestTimeoutSeconds;
+    if (isGood) options.timeoutMs = seconds * 1000;
+    return isGood;
 }
 
 constexpr std::array<qelhosts::OptionRow<Options>, 6> kOptions{{

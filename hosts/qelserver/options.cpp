@@ -20,7 +20,8 @@ bool storeText(Options& options, std::string_view value) {
 template <std::string Options::*member>
 bool storeFile(Options& options, std::string_view value) {
     options.*member = value;
-    return std::filesystem::is_regular_file(value);
+    std::error_code error;
+    return std::filesystem::is_regular_file(value, error);
 }
 
 bool storeWorkers(Options& options, std::string_view value) {

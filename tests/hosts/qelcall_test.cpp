@@ -125,8 +125,11 @@ TEST_F(QelcallTest, FollowsAJobToItsEnd) {
 TEST_F(QelcallTest, SaysWhatIsWrongWithTheCommandLineAndThatNobodyListens) {
     EXPECT_EQ(run({"x"}).status, 3);
     EXPECT_EQ(run({"--help"}).status, 0);
-    for (const std::vector<std::string>& wrong :
-         {std::vector<std::string>{}, {"--nothing"}, {"--timeout", "0", "x"}, {"x", "{"}}) {
+    for (const std::vector<std::string>& wrong : {std::vector<std::string>{},
+                                                  {"--nothing"},
+                                                  {"--timeout", "0", "x"},
+                                                  {"--timeout", "2147483647", "x"},
+                                                  {"x", "{"}}) {
         const Outcome seen = run(wrong);
         EXPECT_EQ(seen.status, 2);
         EXPECT_TRUE(seen.error.starts_with("qelcall: ")) << seen.error;

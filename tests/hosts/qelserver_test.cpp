@@ -115,6 +115,7 @@ TEST_F(ServerTest, AFileThatIsNotItsOwnIsNeitherUsedNorChanged) {
     EXPECT_EQ(run.status, 1);
     EXPECT_THAT(run.out + run.error, HasSubstr("can't open store"));
     EXPECT_EQ(readText(scratch() / "records.store"), "not a store");
+    EXPECT_EQ(shell("\"" QELSERVER_PROGRAM "\" --worker /$(printf %5000s x | tr ' ' y)").status, 2);
 }
 
 /// Lines that begin with "$ " are commands, the others what they print; "…" stands for anything within a
