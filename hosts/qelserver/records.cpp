@@ -43,7 +43,7 @@ Records::Records(const std::string& file) {
 }
 
 Records::~Records() {
-    if (!good()) return;
+    if (!m_identifiers) return; // the store was no good from the start
     qel::Object::system()->setGUIDDomainDB(nullptr);
     if (!m_inPass) beginPass();
     m_identifiers->flush();
