@@ -109,6 +109,7 @@ std::size_t JsonRpcConnection::startCalls(const JsonRpcMessage& message, const q
     const qel::SmartPointer<JsonRpcReply> reply(new JsonRpcReply(message.isBatch, message.requests.size()));
     std::size_t index = 0;
     for (const JsonRpcRequest& request : message.requests) {
+        if (isClosed()) break; // a handler has stopped the server
         const std::size_t place = index++;
         if (const auto refusal = judge(request, provider)) {
             ++refused;

@@ -88,13 +88,15 @@ void JsonRpcServer::stop() {
 }
 
 void JsonRpcServer::poll() {
-    if (!m_draining) {
-        acceptConnections();
-        receive();
-        serve();
-    }
-    answer();
+    take();
     send();
+}
+
+void JsonRpcServer::take() {
+    if (m_draining) return;
+    acceptConnections();
+    receive();
+    serve();
 }
 
 void JsonRpcServer::wait(int timeoutMs) {
@@ -128,19 +130,23 @@ void JsonRpcServer::acceptConnections() {
     for (int i = 0; i < kAcceptedPerPass; ++i) {
         FileHandle socket;
         PeerIdentity peer;
-        if (acceptLocally(socket, peer, m_listener)) return; // none waits, or no descriptor is left
+        const FileError error = acceptLocally(socket, peer, m_listener);
+        m_isShortOfSockets = error && error != std::errc::resource_unavailable_try_again;
+        if (error) return;
         adopt(std::move(socket), std::move(peer));
     }
 }
 
-/// What each connection waits for, in their order, and behind them the listener.
+/// What each connection waits for, in their order, and behind them the listener, unless what waits there
+/// can't be taken anyway.
 std::vector<SocketWatch> JsonRpcServer::watch(int timeoutMs) const {
     std::vector<SocketWatch> watched;
     for (const auto& connection : m_connections) {
         const bool wantsInput = !m_draining && connection->wantsInput();
         watched.push_back({&connection->socket(), wantsInput, connection->hasOutput()});
     }
-    if (m_listener.isOpen() && !m_draining) watched.push_back({&m_listener, true, false});
+    if (m_listener.isOpen() && !m_draining && !m_isShortOfSockets)
+        watched.push_back({&m_listener, true, false});
     waitForSockets(watched, timeoutMs);
     return watched;
 }
@@ -156,6 +162,7 @@ void JsonRpcServer::receive() {
 void JsonRpcServer::serve() {
     if (m_connections.empty()) return;
     const auto connections = m_connections; // a handler may stop the server
+    const auto finished = m_finished;
     const qel::int64 begin = nowMs();
     m_firstToServe = (m_firstToServe + 1) % connections.size();
     for (std::size_t i = 0; i < connections.size(); ++i) {
@@ -163,7 +170,7 @@ void JsonRpcServer::serve() {
         while (connection.hasMessage()) {
             if (m_draining || nowMs() - begin > m_limits.passMs) return;
             ++m_messageCount;
-            m_refusalCount += connection.processMessage(*this, *m_finished);
+            m_refusalCount += connection.processMessage(*this, *finished);
             answer();
         }
     }
@@ -174,6 +181,7 @@ void JsonRpcServer::answer() {
 }
 
 void JsonRpcServer::send() {
+    answer();
     const qel::int64 now = nowMs();
     for (const auto& connection : m_connections) connection->flush(now);
     std::erase_if(m_connections, [](const auto& connection) { return connection->isClosed(); });

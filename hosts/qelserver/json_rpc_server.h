@@ -22,7 +22,8 @@ class JsonRpcConnection;
 class FinishedCalls;
 
 /// A provider whose calls come from other processes. Register calls on it as on every RpcProvider, start it,
-/// and call poll() in each pass; it never blocks.
+/// and call poll() in each pass; it never blocks. A handler may stop it; the rest of a batch does not run
+/// then.
 ///
 /// A call is run for a peer that has the right recorded for it; one registered without a right asks for
 /// "rpc:" and its name. Peers with the server's own user id have all rights.
@@ -45,8 +46,13 @@ public:
     /// Closes everything and removes the name. Calls that still run end without a reply.
     void stop();
 
-    /// Does what can be done at once: takes connections and messages, runs calls, sends replies.
+    /// Does what can be done at once: take(), then send().
     void poll();
+    /// Takes connections and messages and runs calls, for a host that has to store what they did before
+    /// anybody hears of it.
+    void take();
+    /// Sends the replies of the calls that have ended.
+    void send();
     /// Blocks until a peer has something for poll(), or @p timeoutMs have passed; for hosts that would sleep.
     void wait(int timeoutMs);
     /// Serves a connection that somebody else has made.
@@ -67,7 +73,6 @@ private:
     void receive();
     void serve();
     void answer();
-    void send();
 
     const std::string m_socketPath;
     const std::shared_ptr<const JsonRpcRights> m_rights;
@@ -76,7 +81,8 @@ private:
     qel::platform::FileIdentity m_nameIdentity; // of the socket that start() made
     qel::Vector<qel::SmartPointer<JsonRpcConnection>> m_connections;
     qel::SmartPointer<FinishedCalls> m_finished;
-    std::size_t m_firstToServe = 0; // in turn, so that nobody is always last
+    std::size_t m_firstToServe = 0;  // in turn, so that nobody is always last
+    bool m_isShortOfSockets = false; // connections wait that can't be taken
     bool m_draining = false;
     qel::uint64 m_messageCount = 0;
     qel::uint64 m_refusalCount = 0;

@@ -22,8 +22,9 @@ public:
 
     /// Whether all of it works; the log tells what doesn't.
     bool good() const { return m_calls != nullptr; }
-    /// Does what has come up: calls, answers of workers, records. Waits for the disk only when somebody is to
-    /// be told that something was kept. @return whether there was anything to do.
+    /// Does what has come up: calls, answers of workers, records. Replies go out when what they tell of is
+    /// committed, so that a kill takes nothing back. Waits for the disk only when somebody is to be told that
+    /// a job was kept. @return whether there was anything to do.
     bool poll();
     /// Blocks until a call comes in, or @p ms milliseconds have passed.
     void wait(unsigned ms) { m_rpc->wait(static_cast<int>(ms)); }
