@@ -238,6 +238,8 @@ TEST_P(StoreSuite, CarriesATreeOfKeys) {
     EXPECT_EQ(run(fill + "remove a; copy c b; copy b .; all"), ".= b=4 b/b=4");
     EXPECT_EQ(run(fill + "remove b; remove a/2; copy b a; remove a; all"),
               ".= b= b/b= b/b/deep=1 b/z= b/z/y= b/z/y/x=3");
+    EXPECT_EQ(run("remove .; store a/b 1; set a/b/none/d 2; store a/e 3; copy t a; remove a; all"),
+              ".= t= t/b=1 t/b/d=2 t/e=3");
 }
 
 TEST_P(StoreSuite, ArchivesSubtreesUnderTheTimeAndForgetsOldOnes) {
