@@ -9,14 +9,21 @@ namespace qelserver {
 
 namespace {
 
-constexpr size_t kMostEnded = 10000; // the oldest beyond them are forgotten
+/// About how many bytes of memory a job takes.
+size_t sizeOf(const Job& job) {
+    size_t size = sizeof(Job) + job.kind.size() + job.result.getPlainSize() + job.error.size();
+    for (const qel::String& file : job.files) size += sizeof(file) + file.size();
+    return size;
+}
 
 } // namespace
 
-JobBoard::JobBoard(qel::SmartPointer<JobTable> table, qel::SmartPointer<qel::Statistics> statistics)
-    : m_table(std::move(table)), m_statistics(std::move(statistics)) {
+JobBoard::JobBoard(qel::SmartPointer<JobTable> table, qel::SmartPointer<qel::Statistics> statistics,
+                   const Limits& limits)
+    : m_table(std::move(table)), m_statistics(std::move(statistics)), m_limits(limits) {
     for (Job& job : m_table->load()) {
-        m_order[job.submitted] = job.id;
+        m_order.emplace(job.submitted, job.id);
+        m_bytes += sizeOf(job);
         if (job.state == JobState::Running) {
             job.state = JobState::Waiting;
             --job.attempts;
@@ -34,8 +41,15 @@ qel::GUID JobBoard::submit(const qel::String& kind, qel::Vector<qel::String> fil
     job.kind = kind;
     job.files = std::move(files);
     job.submitted = qel::Object::system()->getUTCDateTimeUnique();
+    const size_t bytes = sizeOf(job);
+    forgetOldest(m_limits.ended, bytes, 0);
+    if (m_bytes + bytes > m_limits.bytes) {
+        qel::logging::warning() << "refused a job: too many wait";
+        return {};
+    }
+    m_bytes += bytes;
     m_table->add(job);
-    m_order[job.submitted] = job.id;
+    m_order.emplace(job.submitted, job.id);
     m_waiting.push_back(job.id);
     m_statistics->increase("jobs.submitted", 1);
     const qel::GUID id = job.id;
@@ -55,8 +69,12 @@ const Job* JobBoard::find(const qel::GUID& id) const {
     return found == m_jobs.end() ? nullptr : &found->second;
 }
 
-void JobBoard::visit(const std::function<void(const Job&)>& visit) const {
-    for (const auto& [submitted, id] : m_order) visit(m_jobs.at(id));
+void JobBoard::visitLast(size_t count, const std::function<void(const Job&)>& visit) const {
+    const size_t before = m_order.size() - std::min(count, m_order.size());
+    for (auto entry = std::next(m_order.begin(), static_cast<std::ptrdiff_t>(before)); entry != m_order.end();
+         ++entry) {
+        visit(m_jobs.at(entry->second));
+    }
 }
 
 const Job* JobBoard::start() {
@@ -83,6 +101,7 @@ void JobBoard::progress(const qel::GUID& id, double progress) {
 void JobBoard::done(const qel::GUID& id, qel::uint64 bytes, const qel::Item& result) {
     Job* job = running(id);
     if (!job) return;
+    m_bytes += result.getPlainSize();
     job->result = result;
     job->progress = 1;
     m_statistics->increase("jobs.bytes", bytes);
@@ -92,6 +111,7 @@ void JobBoard::done(const qel::GUID& id, qel::uint64 bytes, const qel::Item& res
 void JobBoard::fail(const qel::GUID& id, const qel::String& error) {
     Job* job = running(id);
     if (!job) return;
+    m_bytes += error.size();
     job->error = error;
     qel::logging::warning() << "job " << id.getFantasyName() << " failed: " << error;
     end(*job, JobState::Failed, "jobs.failed");
@@ -114,20 +134,26 @@ void JobBoard::end(Job& job, JobState state, const char* counter) {
     job.state = state;
     m_table->update(job);
     m_statistics->increase(counter, 1);
-    if (++m_endedCount > kMostEnded) forgetOldest();
+    ++m_endedCount;
+    forgetOldest(m_limits.ended, 0, 1);
 }
 
-void JobBoard::forgetOldest() {
-    const auto oldest = std::find_if(m_order.begin(), m_order.end(), [this](const auto& entry) {
-        return m_jobs.at(entry.second).hasEnded();
-    });
-    erase(m_jobs.find(oldest->second));
-    --m_endedCount;
+/// Forgets jobs that have ended, the oldest first, until at most @p count are left and there is room for so
+/// many further bytes. @p least of them stay in any case.
+void JobBoard::forgetOldest(size_t count, size_t furtherBytes, size_t least) {
+    for (auto entry = m_order.begin(); entry != m_order.end() && m_endedCount > least;) {
+        if (m_endedCount <= count && m_bytes + furtherBytes <= m_limits.bytes) return;
+        const auto job = m_jobs.find((entry++)->second);
+        if (!job->second.hasEnded()) continue;
+        --m_endedCount;
+        erase(job);
+    }
 }
 
 void JobBoard::erase(qel::Map<qel::GUID, Job>::iterator job) {
     m_table->remove(job->first);
-    m_order.erase(job->second.submitted);
+    m_order.erase({job->second.submitted, job->first});
+    m_bytes -= sizeOf(job->second);
     m_jobs.erase(job);
 }
 

@@ -16,17 +16,25 @@ namespace qelserver {
 /// stopped comes up again, with the attempt that was cut off not counted. @threads main thread.
 class JobBoard {
 public:
-    /// Takes over the jobs of @p table. @owner references to both.
-    JobBoard(qel::SmartPointer<JobTable> table, qel::SmartPointer<qel::Statistics> statistics);
+    /// How much is kept. Of the jobs that have ended, the oldest beyond that are forgotten.
+    struct Limits {
+        size_t ended = 10000;             ///< jobs that have ended
+        size_t bytes = size_t{256} << 20; ///< of memory for all jobs
+    };
 
-    /// Adds a job that waits. @return its id.
+    /// Takes over the jobs of @p table. @owner references to both.
+    JobBoard(qel::SmartPointer<JobTable> table, qel::SmartPointer<qel::Statistics> statistics,
+             const Limits& limits);
+
+    /// Adds a job that waits. @return its id; zero when so much waits that there is no room for it, which is
+    /// logged.
     qel::GUID submit(const qel::String& kind, qel::Vector<qel::String> files);
     /// Forgets a job that waits.
     void forget(const qel::GUID& id);
     /// A job; null if there is none of that id. @owner valid until jobs are forgotten.
     const Job* find(const qel::GUID& id) const;
-    /// Calls @p visit for each job, in the order of their submission.
-    void visit(const std::function<void(const Job&)>& visit) const;
+    /// Calls @p visit for the @p count jobs that were submitted last, in the order of their submission.
+    void visitLast(size_t count, const std::function<void(const Job&)>& visit) const;
     /// How many jobs wait for a worker.
     size_t waitingCount() const { return m_waiting.size(); }
 
@@ -44,15 +52,17 @@ public:
 private:
     Job* running(const qel::GUID& id);
     void end(Job& job, JobState state, const char* counter);
-    void forgetOldest();
+    void forgetOldest(size_t count, size_t furtherBytes, size_t least);
     void erase(qel::Map<qel::GUID, Job>::iterator job);
 
     qel::SmartPointer<JobTable> m_table;
     qel::SmartPointer<qel::Statistics> m_statistics;
+    const Limits m_limits;
     qel::Map<qel::GUID, Job> m_jobs;
-    qel::Map<qel::int64, qel::GUID> m_order; // by submission, which is unique
+    qel::Set<qel::Pair<qel::int64, qel::GUID>> m_order; // by submission
     std::deque<qel::GUID> m_waiting;
     size_t m_endedCount = 0;
+    size_t m_bytes = 0; // of all jobs
 };
 
 } // namespace qelserver

@@ -15,7 +15,7 @@ constexpr qel::uint32 kFinalRepliesMs = 500; // for replies that are on their wa
 
 Server::Server(const Options& options) : m_records(options.data) {
     if (!m_records.good() || !startRpc(options)) return;
-    m_jobs = std::make_unique<JobBoard>(m_records.jobs(), m_records.statistics());
+    m_jobs = std::make_unique<JobBoard>(m_records.jobs(), m_records.statistics(), JobBoard::Limits());
     m_workers =
         std::make_unique<WorkerPool>(*m_jobs, m_records.statistics(), options.worker, options.workers);
     m_calls = std::make_unique<ServerCalls>(*m_rpc, m_records, *m_jobs, *m_workers);

@@ -11,6 +11,8 @@ namespace {
 
 constexpr qel::int64 kMostLogLines = 10000;
 constexpr qel::int64 kDefaultLogLines = 100;
+constexpr qel::int64 kMostListedJobs = 1000;
+constexpr qel::int64 kDefaultListedJobs = 100;
 constexpr size_t kMostFiles = 100000;
 
 /// An element that JSON shows as an object; @p fields holds keys and values in turn.
@@ -24,17 +26,19 @@ const char* nameOf(JobState state) {
     return index < kNames.size() ? kNames[index] : "unknown";
 }
 
-void addJob(qel::Item& out, const Job& job) {
+/// What a list of jobs tells of each.
+qel::Item fieldsOf(const Job& job) {
     qel::Item fields;
     fields.add("id").add(job.id.toString()).add("kind").add(job.kind).add("state").add(nameOf(job.state));
     fields.add("progress").add(job.progress).add("attempts").add(job.attempts);
-    fields.add("files").add(static_cast<qel::int64>(job.files.size())).add("result");
-    if (job.result.empty()) {
-        fields.addNIL();
-    } else {
-        fields.concatItem(job.result);
-    }
-    addTable(out, fields.add("error").add(job.error));
+    return fields.add("files").add(static_cast<qel::int64>(job.files.size())).add("error").add(job.error);
+}
+
+/// The number in the next argument, if there is one, brought between 0 and @p most.
+qel::int64 readCount(qel::Item::Iterator& args, qel::int64 byDefault, qel::int64 most) {
+    qel::int64 count = byDefault;
+    args.asInteger(count);
+    return std::clamp<qel::int64>(count, 0, most);
 }
 
 /// Reads the list of paths: all of them texts, absolute, at least one.
@@ -62,7 +66,7 @@ ServerCalls::ServerCalls(qel::RpcProvider& provider, Records& records, JobBoard&
     add("jobs.submit", &ServerCalls::submit, "Have workers do a job.",
         "(String kind, List files) : String id");
     add("jobs.state", &ServerCalls::state, "How far a job is.", "(String id) : Table job");
-    add("jobs.list", &ServerCalls::listJobs, "All jobs.", "() : List jobs");
+    add("jobs.list", &ServerCalls::listJobs, "The last jobs.", "(Integer jobs = 100) : List jobs");
     add("workers.list", &ServerCalls::listWorkers, "All workers.", "() : List workers");
     add("log.query", &ServerCalls::queryLog, "The last lines of the log.",
         "(Integer lines = 100, Bool customers = false) : List lines");
@@ -87,6 +91,7 @@ void ServerCalls::submit(const qel::RpcContext& call) {
     qel::Vector<qel::String> files;
     if (!call.args().asString(kind) || !readFiles(call.args(), files)) return call.finish();
     const qel::GUID id = m_jobs.submit(kind, std::move(files));
+    if (!id) return call.finish();
     call.result().add(id.toString());
     m_unanswered.emplace_back(call, id);
 }
@@ -94,13 +99,18 @@ void ServerCalls::submit(const qel::RpcContext& call) {
 void ServerCalls::state(const qel::RpcContext& call) const {
     qel::String id;
     const Job* job = call.args().asString(id) ? m_jobs.find(qel::GUID::fromString(id)) : nullptr;
-    if (job) addJob(call.result(), *job);
+    if (job) {
+        qel::Item fields = fieldsOf(*job).add("result");
+        job->result.empty() ? fields.addNIL() : fields.concatItem(job->result);
+        addTable(call.result(), fields);
+    }
     call.finish();
 }
 
 void ServerCalls::listJobs(const qel::RpcContext& call) const {
+    const auto count = static_cast<size_t>(readCount(call.args(), kDefaultListedJobs, kMostListedJobs));
     qel::Item list;
-    m_jobs.visit([&list](const Job& job) { addJob(list, job); });
+    m_jobs.visitLast(count, [&list](const Job& job) { addTable(list, fieldsOf(job)); });
     call.result().add(list);
     call.finish();
 }
@@ -117,11 +127,10 @@ void ServerCalls::listWorkers(const qel::RpcContext& call) const {
 }
 
 void ServerCalls::queryLog(const qel::RpcContext& call) const {
-    qel::int64 lines = kDefaultLogLines;
+    const qel::int64 lines = readCount(call.args(), kDefaultLogLines, kMostLogLines);
     bool customers = false;
-    if (call.args().asInteger(lines)) call.args().asBool(customers);
+    call.args().asBool(customers);
     qel::LogDB& log = m_records.log(customers ? LogChannel::Customer : LogChannel::Technical);
-    lines = std::clamp<qel::int64>(lines, 0, kMostLogLines);
     qel::Item list;
     for (qel::int64 n = std::max(log.getEnd() - lines, log.getBegin()); n < log.getEnd(); ++n) {
         const qel::Item* line = qel::Item(log.getData()).add(n).fetch();

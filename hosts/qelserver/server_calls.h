@@ -15,14 +15,13 @@ namespace qelserver {
 /// |---|---|---|
 /// | jobs.submit | String kind, List of String paths | String id, once the job is on the disk |
 /// | jobs.state | String id | Table: id, kind, state, progress, attempts, result, error |
-/// | jobs.list | | List of such tables, in order of submission |
-/// | workers.list | | List of Table: pid, restarts, job |
-/// | log.query | Integer number of lines (100), Bool customers' log (false) | List of lines, oldest first |
-/// | statistics.list | | Table from name to count |
-/// | server.shutdown | | True; the server then stops in order |
+/// | jobs.list | Integer number of jobs (100) | List of such tables without results, oldest submission first
+/// | | workers.list | | List of Table: pid, restarts, job | | log.query | Integer number of lines (100), Bool
+/// customers' log (false) | List of lines, oldest first | | statistics.list | | Table from name to count | |
+/// server.shutdown | | True; the server then stops in order |
 ///
-/// Each call needs the right "rpc:" and its name. What has wrong arguments, or asks for a job that is not
-/// there, has no result. @threads main thread.
+/// No call gives more than 1000 jobs or 10000 lines. Each call needs the right "rpc:" and its name. What has
+/// wrong arguments, or asks for a job that is not there, has no result. @threads main thread.
 class ServerCalls {
 public:
     /// @owner all must outlive it, and the provider must not be called after it.

@@ -75,6 +75,9 @@ TEST_F(ServerTest, AnAcknowledgedJobOutlivesAServerThatIsKilled) {
     start({"--workers", "1"});
     for (const std::string& id : ids)
         EXPECT_THAT(callUntil("\"done\"", "jobs.state", inList(id)), HasSubstr("done"));
+    const std::string last = call("jobs.list", "[2]");
+    EXPECT_LT(last.find(ids[3]), last.find(ids[4])) << "in order of submission: " << last;
+    EXPECT_THAT(last, Not(HasSubstr(ids[2])));
     EXPECT_EQ(stop(), 0);
 
     start({"--workers", "0"}); // results, counters and log lines are still there

@@ -1,0 +1,96 @@
+#include "../../hosts/qelserver/job_board.h"
+#include "../support/log_capture.h"
+#include "../support/system_fixture.h"
+
+#include <qel/store/core/memory_store.h>
+
+namespace {
+
+using namespace qel;
+using namespace qelserver;
+
+class JobBoardTest : public test::SystemFixture {
+protected:
+    void SetUp() override {
+        SystemFixture::SetUp();
+        table.reset(new JobTable(Item(store.get()).add("jobs")));
+    }
+    void TearDown() override {
+        table.reset();
+        SystemFixture::TearDown();
+    }
+    /// The board as a server finds it that starts now.
+    JobBoard board(const JobBoard::Limits& limits = JobBoard::Limits()) {
+        const SmartPointer<Statistics> statistics(new Statistics(Item(store.get()).add("counters")));
+        return JobBoard(table, statistics, limits);
+    }
+    static Vector<GUID> last(const JobBoard& board, size_t count) {
+        Vector<GUID> ids;
+        board.visitLast(count, [&ids](const Job& job) { ids.push_back(job.id); });
+        return ids;
+    }
+
+    SmartPointer<Store> store{new MemoryStore()};
+    SmartPointer<JobTable> table;
+};
+
+TEST_F(JobBoardTest, WhatWasStillToDoComesUpAgainInItsOrderAndWithoutTheAttemptThatWasCutOff) {
+    Vector<GUID> ids;
+    {
+        JobBoard before = board();
+        for (int i = 0; i < 4; ++i) ids.push_back(before.submit("hash", {"/a", "/b"}));
+        EXPECT_EQ(before.start()->id, ids[0]);
+        before.done(ids[0], 7, Item("made"));
+        EXPECT_EQ(before.start()->id, ids[1]);
+        before.giveBack(ids[1], 3);
+        EXPECT_EQ(before.start()->attempts, 2) << "the job of a lost worker is the next";
+    }
+    JobBoard after = board();
+    EXPECT_EQ(last(after, 9), ids);
+    EXPECT_EQ(last(after, 1), Vector<GUID>{ids[3]});
+    EXPECT_EQ(after.find(ids[0])->result, Item("made"));
+    const Job* next = after.start();
+    EXPECT_TRUE(next->id == ids[1] && next->attempts == 2 && next->files == (Vector<String>{"/a", "/b"}));
+    test::LogCapture log;
+    after.giveBack(ids[1], 2);
+    log.take();
+    EXPECT_EQ(after.find(ids[1])->state, JobState::Failed);
+    after.done(ids[1], 1, Item("late"));
+    EXPECT_TRUE(after.find(ids[1])->result.empty()) << "what a lost worker says does not count";
+}
+
+TEST_F(JobBoardTest, JobsOfOneMomentAreTwo) {
+    for (int i = 0; i < 2; ++i) {
+        Job job;
+        job.submitted = 5; // a clock that was set back gives a time twice
+        table->add(job);
+    }
+    JobBoard jobs = board({.ended = 1});
+    EXPECT_EQ(last(jobs, 9).size(), 2u);
+    for (int i = 0; i < 2; ++i) jobs.done(jobs.start()->id, 0, Item("x"));
+    EXPECT_EQ(last(jobs, 9).size(), 1u);
+}
+
+TEST_F(JobBoardTest, TheOldestEndedJobsMakeRoomAndWhatWaitsIsNeverDropped) {
+    JobBoard jobs = board({.ended = 2, .bytes = 100'000});
+    Vector<GUID> ids;
+    for (int i = 0; i < 4; ++i) ids.push_back(jobs.submit("hash", {"/f"}));
+    for (int i = 0; i < 3; ++i) jobs.done(jobs.start()->id, 0, Item("x"));
+    EXPECT_EQ(last(jobs, 9), (Vector<GUID>{ids[1], ids[2], ids[3]})) << "one more than may be kept";
+
+    const String half(60'000, 'h');
+    const GUID big = jobs.submit("hash", {half});
+    test::LogCapture log;
+    EXPECT_FALSE(jobs.submit("hash", {half}));
+    log.expect(2, "refused a job: too many wait");
+    EXPECT_EQ(last(jobs, 9), (Vector<GUID>{ids[3], big})) << "there was no room beside those that wait";
+    jobs.start();
+    jobs.start();
+    jobs.done(ids[3], 0, Item("x"));
+    jobs.done(big, 0, Item(half));
+    EXPECT_EQ(last(jobs, 9), Vector<GUID>{big}) << "the last result stays, whatever its size";
+    EXPECT_TRUE(jobs.submit("hash", {half}));
+    EXPECT_EQ(board().waitingCount(), 1u);
+}
+
+} // namespace
