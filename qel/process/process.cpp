@@ -17,6 +17,9 @@ namespace {
 
 constexpr size_t kPipeCapacity = 0x100000;
 constexpr int kKillTimeoutMs = 10'000;
+/// Enough to make room for the longest line, step by step, and to take as much as a pipe holds behind it; a
+/// child that writes on and on without a line end is left alone then.
+constexpr int kMaxPumpsPerLine = 32;
 
 /// Makes the pipe between a stream's two ends. @param childReads  whether the child's end is the one for
 /// reading.
@@ -228,8 +231,17 @@ bool Process::readErrLine(String& line) {
 bool Process::readLineInternal(Output which, String& line) {
     internal::ChildOutput& output = m_state->outputOf(which);
     if (output.lines.takeLine(line)) return true;
-    processIO();
-    return output.takeLine(line);
+    for (int pump = 0; pump < kMaxPumpsPerLine; ++pump) {
+        processIO();
+        const bool wasFull = output.lines.isFull();
+        if (output.takeLine(line)) return true;
+        if (!wasFull) break;
+    }
+    return false;
+}
+
+size_t Process::waitingBytes(Output which) const {
+    return m_state->outputOf(which).lines.size();
 }
 
 void Process::closeStdin() {

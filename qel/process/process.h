@@ -163,10 +163,13 @@ protected:
     void setError(int64 code);
 
 private:
+    friend class ProcessPacketReader;
     struct State;
 
     bool startChild(const String& path, const List<String>& args, const char* workingDirectory);
     void closeStreams();
+    /// How many bytes of @p output have been read and wait to be taken.
+    size_t waitingBytes(Output output) const;
     bool collect();
     void loseExitStatus(int64 code);
 

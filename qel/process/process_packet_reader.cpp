@@ -3,13 +3,16 @@
 #include <qel/foundation/log/message_stream.h>
 #include <qel/system/core/system.h>
 
+#include <algorithm>
+
 namespace qel {
 
 namespace {
 
 constexpr uint32 kLinesBetweenTimeChecks = 256;
-/// Twice the bytes that a pipe holds: enough to take all that was there when the call began.
-constexpr size_t kMaxBytesPerCall = size_t{2} << 20;
+/// What a call takes beyond the bytes that were read before it: twice what a pipe holds, so that it takes all
+/// that was there when it began.
+constexpr size_t kMaxNewBytesPerCall = size_t{2} << 20;
 
 constexpr uint32 kLinesBeforeTrimming = 257;
 constexpr size_t kKeptLines = 256;
@@ -29,22 +32,22 @@ class ProcessPacketReader::Watch {
 public:
     Watch(uint32 startTime, uint32 timeout) : m_startTime(startTime), m_timeout(timeout) {}
 
-    void beginStream() { m_bytes = 0; }
+    void beginStream(size_t waitingBytes) { m_bytesLeft = waitingBytes + kMaxNewBytesPerCall; }
     /// Whether the time is over.
     bool isOver() const { return m_timeout != 0 && system()->getTime() - m_startTime > m_timeout; }
     /// Notes a line that was taken. @return whether the time is over.
     bool takeLine(const String& line) {
-        m_bytes += line.size() + 1;
+        m_bytesLeft -= std::min(line.size() + 1, m_bytesLeft);
         return ++m_lines % kLinesBetweenTimeChecks == 0 && isOver();
     }
     /// Whether as much was taken of the stream as one call may.
-    bool isStreamOver() const { return m_bytes > kMaxBytesPerCall; }
+    bool isStreamOver() const { return m_bytesLeft == 0; }
 
 private:
     uint32 m_startTime;
     uint32 m_timeout;
     uint32 m_lines = 0;
-    size_t m_bytes = 0;
+    size_t m_bytesLeft = 0;
 };
 
 ProcessPacketReader::ProcessPacketReader(Process* process) : m_process(process) {}
@@ -65,7 +68,7 @@ SmartPointer<Packet> ProcessPacketReader::readTimeout(uint32 startTime, uint32 t
 
 /// @return false when the time is over.
 bool ProcessPacketReader::drainErrors(Watch& watch) {
-    watch.beginStream();
+    watch.beginStream(m_process->waitingBytes(Process::Output::Stderr));
     String line;
     while (m_process && !watch.isStreamOver() && m_process->readErrLine(line)) {
         if (!line.empty()) take(kError, line);
@@ -75,7 +78,8 @@ bool ProcessPacketReader::drainErrors(Watch& watch) {
 }
 
 SmartPointer<Packet> ProcessPacketReader::readOutput(Watch& watch) {
-    watch.beginStream();
+    if (!m_process) return nullptr;
+    watch.beginStream(m_process->waitingBytes(Process::Output::Stdout));
     String line;
     while (m_process && !watch.isStreamOver() && m_process->readLine(line)) {
         if (!line.empty()) {

@@ -40,8 +40,8 @@ public:
     /// As readTimeout() without a limit.
     SmartPointer<Packet> read() override;
     /// Logs what waits on standard error, then what waits on standard output up to the first packet.
-    /// However fast the child writes, of each stream no more is taken in one call than twice what a pipe can
-    /// hold, so that it always returns.
+    /// However fast the child writes, of each stream no more is taken in one call than what had been read
+    /// before and twice what a pipe can hold, so that it always returns.
     /// @param timeout  0 for no limit, else null is returned once more than this has passed since
     ///                 @p startTime, in milliseconds of System::getTime(); looked at every 256 lines.
     /// @return the packet, which is not bound to a scheme; null when there is none.

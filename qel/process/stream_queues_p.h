@@ -25,10 +25,13 @@ public:
     bool takeRest(String& line);
     /// Whether all bytes were taken.
     bool empty() const { return m_begin == m_end; }
+    /// Whether there is no room before the next takeLine().
+    bool isFull() const { return !empty() && m_end == m_bytes.getSize(); }
+    /// How many bytes wait to be taken.
+    size_t size() const { return m_end - m_begin; }
 
 private:
     char* bytes() { return reinterpret_cast<char*>(m_bytes.getBytePointer()); }
-    size_t size() const { return m_end - m_begin; }
     void noteUnfinishedLine();
     bool dropIfTooLong(size_t length);
     void moveToFront();

@@ -140,23 +140,6 @@ TEST_F(Supervision, AHangingWorkerIsReplacedOnDemand) {
     roundsUntil(supervisor, [&] { return supervisor.received() == std::vector<int64>{2}; });
 }
 
-TEST_F(Supervision, AHundredKilledWorkersComeBackAndLeaveNothing) {
-    const int descriptors = countDescriptors();
-    {
-        Supervisor supervisor("/bin/cat");
-        supervisor.start(); // each sleep of its loop moves the clock on
-        for (int round = 1; round <= 100; ++round) {
-            waitUntil([&] { return supervisor.received().size() >= static_cast<size_t>(round); });
-            EXPECT_EQ(supervisor.received().back(), round);
-            kill(static_cast<pid_t>(supervisor.workerId), SIGKILL);
-        }
-        waitUntil([&] { return supervisor.quit == 100; });
-    }
-    for (int i = 0; i < 100; ++i) capture.expect(2, kQuit);
-    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
-    EXPECT_EQ(countDescriptors(), descriptors);
-}
-
 TEST_F(Supervision, ManyWorkersThatIgnoreTerminateStopInTheTimeOfOne) {
     std::vector<std::unique_ptr<Supervisor>> supervisors;
     Vector<AsyncSupervisor*> all;

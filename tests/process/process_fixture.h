@@ -2,17 +2,22 @@
 #pragma once
 
 #include <qel/platform/child_process.h>
+#include <qel/process/killed_children.h>
 #include <qel/process/process.h>
 #include <qel/process/process_packet_reader.h>
 #include <tests/support/log_capture.h>
 #include <tests/support/scratch_folder.h>
 #include <tests/support/system_fixture.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <functional>
 #include <string>
 #include <thread>
 #include <utility>
+
+#include <sys/socket.h>
+#include <sys/wait.h>
 
 namespace qel::test {
 
@@ -28,6 +33,35 @@ inline int countDescriptors() {
         count += !entry.path().empty();
     return count;
 }
+
+/// Waits until the library has taken all ended children off the process table; itself takes none.
+inline void waitUntilChildrenAreGone() {
+    waitUntil([] {
+        internal::collectKilledChildren();
+        siginfo_t any;
+        return waitid(P_ALL, 0, &any, WEXITED | WNOHANG | WNOWAIT) != 0;
+    });
+    EXPECT_EQ(errno, ECHILD);
+}
+
+/// Reads and writes a socket in place of a child.
+class Wire : public Process {
+public:
+    Wire() {
+        disableSmartPointers();
+        int ends[2];
+        EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, ends), 0);
+        far = platform::FileHandle(ends[1]);
+        connect({}, platform::FileHandle(ends[0]), {});
+    }
+    void send(const std::string& text) {
+        size_t done = 0;
+        EXPECT_FALSE(far.write(text.data(), text.size(), done));
+        EXPECT_EQ(done, text.size());
+    }
+
+    platform::FileHandle far;
+};
 
 /// Starts shell scripts as children and reads them.
 class ProcessFixture : public SystemFixture {

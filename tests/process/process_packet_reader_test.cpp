@@ -160,6 +160,18 @@ TEST_F(PacketLines, TenThousandLinesAreTooMuchAndThatIsSaidOnce) {
     EXPECT_EQ(capture.take().front(), logged(1, "... trimmed 9489 lines ..."));
 }
 
+TEST_F(PacketLines, OneCallTakesAllThatWasThereBeforeHoweverMuchThatIs) {
+    Wire wire;
+    ProcessPacketReader& reader = *wire.getPacketReader();
+    for (int i = 0; i < 30; ++i) {
+        wire.send(std::string(100'000, 'x'));
+        EXPECT_FALSE(reader.read());
+    }
+    wire.send("\n" + std::string(kTerminate) + "\n");
+    EXPECT_TRUE(reader.read());
+    EXPECT_EQ(capture.take().size(), 1u);
+}
+
 TEST_F(PacketLines, AChildThatNeverStopsWritingKeepsNobodyFromItsPackets) {
     const Pointer process = runShell("yes x >&2 & echo '" + std::string(kTerminate) + "'; yes y");
     SmartPointer<Packet> packet;
