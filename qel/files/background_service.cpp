@@ -1,6 +1,6 @@
 #include <qel/files/background_service.h>
 
-#include <qel/process/process.h>
+#include <qel/files/child_lines_p.h>
 #include <qel/system/core/system.h>
 
 namespace qel {
@@ -16,8 +16,9 @@ BackgroundService::BackgroundService() = default;
 BackgroundService::~BackgroundService() = default;
 
 void BackgroundService::tick() {
+    const SmartPointer<BackgroundService> keepAlive = holdIfShared(); // a listener may let go of this
     if (m_process && !m_process->tick()) {
-        passOnOutput(m_process); // what it said last
+        passOnOutput(m_process, false); // what it said last
         killProcess();
     }
     if (!m_shouldRun && m_process) killProcess();
@@ -29,7 +30,7 @@ void BackgroundService::tick() {
             spawnProcess();
         }
     }
-    if (m_process) passOnOutput(m_process);
+    if (m_process) passOnOutput(m_process, true);
 }
 
 void BackgroundService::killProcess() {
@@ -38,7 +39,7 @@ void BackgroundService::killProcess() {
     m_process = nullptr; // first, since a listener may come back here
     logInfoMessage("killing process " + m_processFilePath + " ...");
     process->terminate(false);
-    passOnOutput(process); // a last line without an end
+    passOnOutput(process, false); // a last line without an end
 }
 
 bool BackgroundService::spawnConfiguredProcess() {
@@ -50,9 +51,13 @@ bool BackgroundService::spawnConfiguredProcess() {
     return m_process != nullptr;
 }
 
-void BackgroundService::passOnOutput(SmartPointer<Process> process) {
-    String line;
-    while (process->readLine(line) || process->readErrLine(line)) passOn(line);
+SmartPointer<BackgroundService> BackgroundService::holdIfShared() {
+    return getReferenceCount() > 0 ? this : nullptr;
+}
+
+void BackgroundService::passOnOutput(SmartPointer<Process> process, bool isRunning) {
+    const auto take = [this](const String& line) { passOn(line); };
+    internal::takeLines(*process, isRunning, take, take);
 }
 
 void BackgroundService::passOn(const String& line) {

@@ -14,7 +14,8 @@ namespace qel {
 
 class Process;
 
-/// Starts a child process, starts it again when it ends, and turns its output into messages.
+/// Starts a child process, starts it again when it ends, and turns its output into messages. Listeners may
+/// let go of the service that tells them; one that nobody holds by a SmartPointer must outlive its messages.
 /// @threads main.
 class QEL_API BackgroundService : public Object {
     QEL_CLASS(BackgroundService, Object)
@@ -88,6 +89,8 @@ protected:
     void killProcess();
     /// Starts processFilePath, or "generic.exe" in its place, with the arguments. @return whether it runs.
     bool spawnConfiguredProcess();
+    /// A reference to this object while messages go out; null when nobody holds it by a SmartPointer.
+    SmartPointer<BackgroundService> holdIfShared();
 
     String m_serviceName;            ///< the name by which the system knows the service
     String m_displayName;            ///< the name that people see
@@ -99,7 +102,7 @@ protected:
 
 private:
     /// @param process  held here, since a listener may let go of the child.
-    void passOnOutput(SmartPointer<Process> process);
+    void passOnOutput(SmartPointer<Process> process, bool isRunning);
     void passOn(const String& line);
 };
 

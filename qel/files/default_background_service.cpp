@@ -38,6 +38,7 @@ bool DefaultBackgroundService::stop() {
 }
 
 bool DefaultBackgroundService::tickUntil(bool (BackgroundService::*reached)()) {
+    const SmartPointer<BackgroundService> keepAlive = holdIfShared();
     const uint32 begin = system()->getTime();
     for (;;) {
         tick();

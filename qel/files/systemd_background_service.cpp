@@ -1,10 +1,10 @@
 #include <qel/files/systemd_background_service.h>
 
+#include <qel/files/child_lines_p.h>
 #include <qel/files/directory.h>
 #include <qel/files/file_copy_p.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/platform/service_manager.h>
-#include <qel/process/process.h>
 #include <qel/system/core/system.h>
 
 #include <algorithm>
@@ -19,6 +19,16 @@ struct SystemdBackgroundService::Answer {
     bool worked = false;
     String output; ///< its first line
     String errors; ///< the last line that it wrote to standard error
+
+    void takeFrom(Process& process, bool isRunning) {
+        const auto takeOutput = [this](const String& line) {
+            if (output.empty()) output = line;
+        };
+        const auto takeError = [this](const String& line) {
+            if (!line.empty()) errors = line;
+        };
+        internal::takeLines(process, isRunning, takeOutput, takeError);
+    }
 };
 
 namespace {
@@ -54,14 +64,6 @@ String asSetting(String text) {
     std::replace_if(
         text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; }, ' ');
     return text.replace_all_copy("%", "%%").replace_all_copy("\\", "\\\\");
-}
-
-void takeLines(Process& process, String& output, String& errors) {
-    String line;
-    while (process.readLine(line))
-        if (output.empty()) output = line;
-    while (process.readErrLine(line))
-        if (!line.empty()) errors = line;
 }
 
 } // namespace
@@ -113,12 +115,12 @@ SystemdBackgroundService::Answer SystemdBackgroundService::systemctl(const List<
     }
     for (bool running = true; running;) {
         running = process->tick();
-        takeLines(*process, answer.output, answer.errors); // once more behind its end
+        answer.takeFrom(*process, running); // once more behind its end
         if (running) System::sleep(1);
     }
     answer.worked = process->exitStatus() == 0;
     process->terminate(false); // closes the streams, which sets a last line without an end free
-    takeLines(*process, answer.output, answer.errors);
+    answer.takeFrom(*process, false);
     return answer;
 }
 
@@ -183,6 +185,7 @@ bool SystemdBackgroundService::isStopped() {
 
 // Half the time that systemd allows leaves room for a pass that takes long.
 void SystemdBackgroundService::work() {
+    const SmartPointer<BackgroundService> keepAlive = holdIfShared();
     tick();
     const uint32 now = system()->getTime();
     if (m_signOfLifeMs == 0 || now - m_lastSignOfLife < m_signOfLifeMs) return;

@@ -1,11 +1,11 @@
 #include <qel/files/zip_packager.h>
 
 #include <qel/files/absolute_path_p.h>
+#include <qel/files/child_lines_p.h>
 #include <qel/files/file.h>
 #include <qel/foundation/base/containers.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/platform/command_line.h>
-#include <qel/process/process.h>
 
 namespace qel {
 
@@ -52,11 +52,11 @@ bool ZipPackager::tick() {
 }
 
 void ZipPackager::takeOutput() {
-    String line;
-    while (m_process->readLine(line)) {
-    }
-    while (m_process->readErrLine(line))
-        if (!line.empty()) logging::error() << "[ZIP] " << line;
+    internal::takeLines(
+        *m_process, m_atWork, [](const String&) {},
+        [](const String& line) {
+            if (!line.empty()) logging::error() << "[ZIP] " << line;
+        });
 }
 
 bool ZipPackager::success() const {

@@ -96,6 +96,17 @@ TEST_F(ChildServiceTest, AChildThatEndsIsStartedAgainOnceASecondAtMost) {
     log.take();
 }
 
+TEST_F(ChildServiceTest, AStepEndsWhateverTheChildWritesAndTheListenersDo) {
+    runShell(*service, "yes; exit");
+    service->start();
+    while (heard.messages.size() < 10'000) service->tick();
+    EXPECT_TRUE(service->stop());
+    service->signalInfoMessage.connect([&](auto...) { service = nullptr; });
+    clock.advanceMs(1000);
+    service->start();
+    EXPECT_FALSE(service);
+}
+
 TEST_F(ChildServiceTest, StopWaitsFiveSecondsForAServiceThatDoesNotStop) {
     service->staysUp = true;
     const uint32 before = system().getTime();
