@@ -42,16 +42,20 @@ bool ProductPackage::unpack(SmartCStr target) {
 }
 
 // The name stands behind a switch that includes names, where nothing in it can be taken for a switch or a
-// file of names; the other keeps its asterisks from being patterns.
+// file of names.
 bool ProductPackage::unpackFile(SmartCStr name, SmartCStr target) {
-    if (run(target, {"-spd", std::string("-ir!") + name.c_str()})) return true;
+    if (run(target, {std::string("-ir!") + name.c_str()})) return true;
     logging::error() << "failed to unzip file from archive";
     return false;
 }
 
+// The switch "-spd" keeps asterisks in the names of archives and of files from being patterns. In the target
+// an asterisk would always stand for the archive's name.
 bool ProductPackage::run(SmartCStr target, const Vector<std::string>& selection) const {
-    Vector<std::string> arguments = {m_unpackerPath, "x", internal::absolutePath(m_archivePath),
-                                     "-o" + internal::absolutePath(target), "-y"};
+    const String folder = internal::absolutePath(target);
+    if (folder.contains('*')) return false;
+    Vector<std::string> arguments = {m_unpackerPath, "x",  internal::absolutePath(m_archivePath),
+                                     "-o" + folder,  "-y", "-spd"};
     arguments.insert(arguments.end(), selection.begin(), selection.end());
     const platform::RunResult result = platform::runProcess(arguments, {.quiet = true});
     return result.started && result.exitCode == 0;

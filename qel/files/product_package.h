@@ -33,10 +33,11 @@ public:
 
     /// Unpacks "manifest.ini" beside the archive and reads it. @errors false, logged.
     bool getManifest(Manifest& manifest);
-    /// Unpacks everything into the folder @p target, over what is there. @errors false, logged.
+    /// Unpacks everything into the folder @p target, over what is there.
+    /// @errors false, logged; also for a target with an asterisk, which the program would replace.
     bool unpack(SmartCStr target);
     /// Unpacks the files called @p name, in whatever folder of the archive, into the folder @p target.
-    /// @errors false, logged.
+    /// @errors as unpack().
     bool unpackFile(SmartCStr name, SmartCStr target);
 
 private:

@@ -35,9 +35,12 @@ TEST_F(Packages, NoNameIsEverTakenForACommandASwitchOrAPattern) {
         folder.write(name + "/decoy", "");
         EXPECT_TRUE(pack(name, name + ".7z")) << name;
         ProductPackage package(name + ".7z", "7z");
-        EXPECT_TRUE(package.unpackFile(name, name + "-one") && package.unpack(name + "-all")) << name;
-        EXPECT_EQ(folder.read(name + "-one/" + name), "content of " + name);
-        EXPECT_TRUE(folder.has(name + "-all/" + name) && !folder.has(name + "-one/decoy")) << name;
+        const std::string target = name == "*" ? "star" : name;
+        EXPECT_TRUE(package.unpackFile(name, target + "-one") && package.unpack(target + "-all")) << name;
+        EXPECT_EQ(folder.read(target + "-one/" + name), "content of " + name);
+        EXPECT_TRUE(folder.has(target + "-all/" + name) && !folder.has(target + "-one/decoy")) << name;
+        EXPECT_EQ(std::distance(fs::directory_iterator(target + "-all"), {}), 2) << name;
+        EXPECT_FALSE(package.unpack(target + "*")) << "it would become another name";
     }
     EXPECT_EQ(folder.countEntries(), 4 * static_cast<int>(std::size(kNames)));
     fs::current_path(before);
