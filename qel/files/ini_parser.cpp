@@ -21,11 +21,13 @@ namespace {
 constexpr size_t kMaxNameSize = 1023; // of the library's own lines; it does not check names it is asked for
 
 Mutex g_libraryMutex; // over the library's error callback, which it has but one of
+Vector<String>* g_libraryErrors QEL_GUARDED_BY(g_libraryMutex) = nullptr;
 
-int logLibraryError(const char* format, ...) {
+// Called within load() alone, under its lock.
+QEL_NO_THREAD_ANALYSIS int keepLibraryError(const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    logging::error() << util::stringFormat_valist(format, arguments);
+    g_libraryErrors->push_back(util::stringFormat_valist(format, arguments));
     va_end(arguments);
     return 0;
 }
@@ -37,9 +39,15 @@ dictionary* load(const char* path) {
         logging::error() << "cant read ini file '" << path << "' of " << info.size << " bytes";
         return nullptr;
     }
-    const MutexLock lock(g_libraryMutex);
-    iniparser_set_error_callback(logLibraryError);
-    return iniparser_load(path);
+    Vector<String> errors; // logged behind the lock, since listeners of the log may load files too
+    MutexLock lock(g_libraryMutex);
+    g_libraryErrors = &errors;
+    iniparser_set_error_callback(keepLibraryError);
+    dictionary* const loaded = iniparser_load(path);
+    iniparser_set_error_callback(nullptr);
+    lock.unlock();
+    for (const String& error : errors) logging::error() << error;
+    return loaded;
 }
 
 template <typename T>
