@@ -25,10 +25,12 @@ FileError openMutex(FileHandle& mutex, std::string_view name, int flags) {
 
 } // namespace
 
+// A plain O_CREAT of a file that another user has made may be refused in a folder as this one (the kernel's
+// fs.protected_regular).
 FileError createNamedMutex(FileHandle& mutex, std::string_view name) {
-    const FileError error = openMutex(mutex, name, O_CREAT);
-    if (!error)
-        ::fchmod(mutex.id(), 0666); // the process mask has cut it; fails for another user's, which is made
+    const FileError error = openMutex(mutex, name, O_CREAT | O_EXCL);
+    if (error == std::errc::file_exists) return openNamedMutex(mutex, name);
+    if (!error) ::fchmod(mutex.id(), 0666); // the process mask has cut it
     return error;
 }
 
