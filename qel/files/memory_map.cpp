@@ -41,10 +41,10 @@ uint8* MemoryMap::map(uint64 offset, unsigned size) {
     return nullptr;
 }
 
-void MemoryMap::unmap(uint8* p, uint64 offset, unsigned size) {
+void MemoryMap::unmap(uint8* p, uint64 offset, unsigned) {
     if (!p) return;
     const size_t delta = offset & m_alignmentMask;
-    if (!platform::unmapWindow(p - delta, size + delta))
+    if (!platform::unmapWindow(p - delta))
         logging::warning() << "mapped file '" << m_path
                            << "' could not be read whole; zeros stood for the rest";
 }

@@ -39,7 +39,7 @@ public:
     /// @return the byte at @p offset; null if that fails, which is logged. A window must lie within the file.
     /// @owner the caller, which gives it back by unmap().
     uint8* map(uint64 offset, unsigned size);
-    /// Takes a window away. @param p  what map() gave for @p offset and @p size; null does nothing.
+    /// Takes a window away, whole. @param p  what map() gave for @p offset; what is no window does nothing.
     void unmap(uint8* p, uint64 offset, unsigned size);
     /// Returns when the @p size bytes at @p p, a part of a window, are on the disk. @return whether they are;
     /// a failure is logged.

@@ -27,10 +27,10 @@ QEL_API FileError openForMapping(FileHandle& file, const char* path, bool forWri
 QEL_API FileError mapWindow(void*& address, const FileHandle& file, std::uint64_t offset, std::size_t size,
                             bool forWriting);
 
-/// Takes a window away. @param address  what mapWindow() gave. @param size  what it was given.
+/// Takes a window away. @param address  what mapWindow() gave; anything else does nothing.
 /// @return whether all of the file was there whenever the window was touched; false after a page was mended.
 /// @threads any thread; nobody may touch the window any more.
-QEL_API bool unmapWindow(void* address, std::size_t size);
+QEL_API bool unmapWindow(void* address);
 
 /// Returns when the changes of a part of a window are on the disk.
 /// @param address  a multiple of pageSize().

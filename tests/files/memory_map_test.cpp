@@ -65,6 +65,9 @@ TEST_F(MemoryMapTest, RefusesWhatIsNoFileAndWindowsOutsideOfIt) {
     EXPECT_EQ(map.map(~uint64{0} - 5, 4'000'000'000u), nullptr);
     EXPECT_EQ(log.take().size(), 1u);
     map.unmap(nullptr, 0, 1);
+    uint8 own = 'o';
+    map.unmap(&own, reinterpret_cast<uintptr_t>(&own), 1);
+    EXPECT_EQ(own, 'o') << "no window, and untouched";
     map.invalidateAll();
     EXPECT_TRUE(map.isInvalidated());
 }

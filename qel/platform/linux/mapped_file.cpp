@@ -18,7 +18,7 @@ namespace {
 /// without a lock.
 struct Window {
     std::atomic<std::uintptr_t> begin{0}; // 0 for an entry that is free
-    std::atomic<std::uintptr_t> end{0};
+    std::atomic<std::uintptr_t> end{0};   // changes only while it is free
     std::atomic<bool> wasMended{false};
     Window* next = nullptr;
 };
@@ -42,12 +42,13 @@ Window* findWindow(std::uintptr_t address) {
 /// Passes a fault that is none of ours to the handler that was there before; without one the touch is done
 /// again with the signal's default action, which ends the process.
 void passOn(int number, siginfo_t* info, void* context) {
-    if (g_previous.sa_flags & SA_SIGINFO)
-        g_previous.sa_sigaction(number, info, context);
-    else if (g_previous.sa_handler != SIG_DFL && g_previous.sa_handler != SIG_IGN)
-        g_previous.sa_handler(number);
-    else
-        std::signal(number, SIG_DFL);
+    const bool isSent = info->si_code <= 0; // by a process: there is no touch that comes again
+    if (g_previous.sa_flags & SA_SIGINFO) return g_previous.sa_sigaction(number, info, context);
+    if (g_previous.sa_handler != SIG_DFL && g_previous.sa_handler != SIG_IGN)
+        return g_previous.sa_handler(number);
+    if (isSent && g_previous.sa_handler == SIG_IGN) return;
+    std::signal(number, SIG_DFL);
+    if (isSent) std::raise(number); // comes when this handler returns
 }
 
 void onBusError(int number, siginfo_t* info, void* context) {
@@ -114,13 +115,14 @@ FileError mapWindow(void*& address, const FileHandle& file, std::uint64_t offset
     return {};
 }
 
-bool unmapWindow(void* address, std::size_t size) {
+bool unmapWindow(void* address) {
     const std::lock_guard lock(g_mutex);
-    Window* window = findWindow(reinterpret_cast<std::uintptr_t>(address));
-    const bool wasWhole = !window || !window->wasMended;
-    if (window) window->begin = 0;
-    munmap(address, size);
-    return wasWhole;
+    const auto begin = reinterpret_cast<std::uintptr_t>(address);
+    Window* window = findWindow(begin);
+    if (!window || window->begin != begin) return true;
+    window->begin = 0;
+    munmap(address, window->end - begin);
+    return !window->wasMended;
 }
 
 FileError flushWindow(void* address, std::size_t size) {
