@@ -13,11 +13,12 @@ Item NotificationMessage::serializeData() const {
 }
 
 void NotificationMessage::deserializeData(const Item& item) {
-    data.clear();
+    Map<int32, Item> read; // filled first, since the data may hold the item
     Item::Iterator reader = item.getIterator();
     int32 key = 0;
     Item value;
-    while (reader.asInteger(key) && reader.asSubItem(value)) data[key] = value;
+    while (reader.asInteger(key) && reader.asSubItem(value)) read[key] = value;
+    data.swap(read);
 }
 
 SmartPointer<NotificationMessage> System::popSavedStartupMessage() {

@@ -33,6 +33,9 @@ TEST_F(NotificationTest, TheDataOfAMessageIsAListOfKeysAndValues) {
     EXPECT_EQ(copy.data, message.data);
     copy.deserializeData(Item(1).addItem(Item("a")).add(2).add("no list").add(3).addItem(Item()));
     EXPECT_EQ(copy.data, (Map<int32, Item>{{1, Item("a")}})) << "a key without a list ends the data";
+    copy.data = {{5, item}};
+    copy.deserializeData(copy.data[5]);
+    EXPECT_EQ(copy.data, message.data);
 }
 
 TEST_F(NotificationTest, AProviderConnectsByItsSettingsAndWorksInTheNextPassUnlessItDies) {
