@@ -68,7 +68,10 @@ void AsyncSupervisor::tick() {
 bool AsyncSupervisor::startWorker() {
     const uint32 now = system()->getTime();
     if (m_lastAlive && now - *m_lastAlive < kRestartPauseMs) return false;
-    if (m_path.empty()) return false;
+    if (m_path.empty()) {
+        dropPackets(); // there is no next worker at whose start they would go
+        return false;
+    }
     if (!isThere(m_path)) {
         logging::error() << "worker binary not found under path: " << m_path;
         m_path.clear();
@@ -78,12 +81,14 @@ bool AsyncSupervisor::startWorker() {
     m_restartRequested = false;
     m_process = new Process();
     m_process->spawn(m_path, m_arguments, nullptr, false);
-    {
-        const MutexLock lock(m_mutex);
-        m_outgoing.clear();
-    }
+    dropPackets();
     onSubprocessStarted();
     return true;
+}
+
+void AsyncSupervisor::dropPackets() {
+    const MutexLock lock(m_mutex);
+    m_outgoing.clear();
 }
 
 void AsyncSupervisor::receivePackets() {

@@ -78,6 +78,7 @@ private:
 
     void runLoop();
     bool startWorker();
+    void dropPackets();
     void receivePackets();
     void sendPackets();
     void loseWorker();

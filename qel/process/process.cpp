@@ -28,6 +28,7 @@ FileError openPipe(internal::ChildStream& stream, bool childReads) {
     if (const FileError error = platform::makePipe(pipe, kPipeCapacity)) return error;
     stream.ownEnd = std::move(childReads ? pipe.writing : pipe.reading);
     stream.childEnd = std::move(childReads ? pipe.reading : pipe.writing);
+    stream.wasClosed = false; // by an attempt that failed
     return platform::setNonBlocking(stream.ownEnd);
 }
 

@@ -24,9 +24,10 @@ class ProcessPacketWriter;
 /// Runs a child program and talks to it line by line, or by packets. Nothing ever waits: whoever drives the
 /// object polls it, and each call takes from the pipes and gives to them what is possible at this moment.
 ///
-/// A Process is spawned once. Its streams close one by one and stay closed. The end of the child closes none
-/// of them, since this side keeps the child's ends open: what the child wrote can be read behind its end, and
-/// a last line without a line feed is delivered once the stream was closed, as terminate() does.
+/// A Process is spawned once; where that failed, again with another program. Its streams close one by one and
+/// stay closed. The end of the child closes none of them, since this side keeps the child's ends open: what
+/// the child wrote can be read behind its end, and a last line without a line feed is delivered once the
+/// stream was closed, as terminate() does.
 ///
 /// @code
 /// SmartPointer<Process> process(new Process());
@@ -173,7 +174,6 @@ private:
     bool collect();
     void loseExitStatus(int64 code);
 
-    String m_executableName; // lower case
     bool m_readAction = false;
     std::unique_ptr<State> m_state;
 };

@@ -47,7 +47,9 @@ bool endProcess(int64 id, uint32 timeoutMs, const TerminationLog& log) {
     const FileError error = handles.front().open(id);
     if (error == std::errc::no_such_process) return true;
     if (log.failed("open process", error)) return false;
-    if (log.failed("terminate process", handles.front().kill())) return false;
+    const FileError killError = handles.front().kill();
+    if (killError == std::errc::no_such_process) return true;
+    if (log.failed("terminate process", killError)) return false;
     const int limit = static_cast<int>(std::min<uint32>(timeoutMs, INT32_MAX));
     if (log.failed("wait for process", internal::waitForAll(handles, limit))) return false;
     if (handles.empty()) return true;

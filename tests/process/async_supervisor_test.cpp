@@ -80,12 +80,15 @@ protected:
 
 TEST_F(Supervision, AMissingWorkerIsReportedOnce) {
     Supervisor supervisor("/nowhere/worker");
+    const SmartPointer<Packet> packet(new Packet(ProcessProtocol::Terminate, 0));
     for (int i = 0; i < 3; ++i) {
+        supervisor.enqueuePacket(packet.get());
         supervisor.tick();
         clock.advanceMs(5000);
     }
     capture.expect(3, "worker binary not found under path: /nowhere/worker");
     EXPECT_EQ(supervisor.started, 0);
+    EXPECT_EQ(packet->getReferenceCount(), 1) << "packets that nobody will take don't pile up";
 }
 
 TEST_F(Supervision, AWorkerThatEndsOrCannotStartIsTriedAgainAfterTwoSecondsAlsoOverTheWrapOfTheClock) {

@@ -114,6 +114,10 @@ TEST_F(ProcessLife, WhyAProgramDidNotStartIsStoredAndLogged) {
         quiet.disableSmartPointers();
         EXPECT_FALSE(quiet.spawn(path, {path}, nullptr, true));
         EXPECT_THAT(capture.take(), ElementsAre(LogLine{3, 2, last}));
+        ASSERT_TRUE(quiet.spawn("cat", {"cat"}, nullptr, true)) << "another try has its streams";
+        quiet.writeLine("back");
+        EXPECT_EQ(line(quiet), "back");
+        quiet.terminate(true);
     }
     EXPECT_EQ(countDescriptors(), descriptors);
 }
