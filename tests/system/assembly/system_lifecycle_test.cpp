@@ -1,7 +1,14 @@
 #include <tests/support/log_capture.h>
 #include <tests/support/system_fixture.h>
 
+#include <qel/foundation/base/string_id.h>
+#include <qel/foundation/base/string_pool.h>
+#include <qel/script/vm.h>
 #include <qel/system/tasks/alarm.h>
+#include <qel/system/tasks/task_queue.h>
+
+#include <filesystem>
+#include <thread>
 
 namespace qel {
 namespace {
@@ -17,6 +24,26 @@ private:
     int& m_alive;
 };
 
+/// Uses a bit of everything: tasks on all queues, scripts that end, sleep and throw, interned text.
+void live() {
+    System& system = *Object::system();
+    const StringId kept("a text that lives as long as this function");
+    for (TaskQueue* const queue : {system.getGlobalParallelQueue(), system.getGlobalDeleteIOQueue(),
+                                   system.getGlobalMainQueue(), system.getGlobalBlockingDestructorQueue()})
+        queue->pushTaskN(3, new TaskQueue::LambdaNoContextTask([] { StringId("of a task"); }), 1);
+    system.getVM()->executeString("std.async(function() { std.sleep(100000); });\n"
+                                  "std.async(function() { return 1; });\n"
+                                  "std.queue().push(function() { std[\"yield\"](); });",
+                                  "test");
+    for (int pass = 0; pass < 3; ++pass) system.processEvents(0);
+    system.getGlobalParallelQueue()->wait();
+    system.getGlobalDeleteIOQueue()->wait();
+}
+
+ptrdiff_t countEntries(const char* folder) {
+    return std::distance(std::filesystem::directory_iterator(folder), {});
+}
+
 class SystemLifecycle : public ::testing::Test {
 protected:
     void TearDown() override {
@@ -28,12 +55,16 @@ protected:
     test::LogCapture log;
 };
 
-TEST_F(SystemLifecycle, TheApplicationIsMadeOnFirstUseAndAgainAfterClearing) {
+TEST_F(SystemLifecycle, TheApplicationIsMadeOnFirstUseAndAgainAfterClearingByTheFirstInitialize) {
     int made = 0;
     System::initialize([&] {
         ++made;
         return new Counted<Application>(alive);
     });
+    System* const first = Object::system();
+    System::initialize([]() -> Application* { return nullptr; });
+    log.expect(3, "trying to reinitialize qel::System");
+    EXPECT_EQ(Object::system(), first);
     EXPECT_EQ(made, 0);
     Application* const application = Object::application();
     EXPECT_EQ(Object::application(), application);
@@ -41,15 +72,6 @@ TEST_F(SystemLifecycle, TheApplicationIsMadeOnFirstUseAndAgainAfterClearing) {
     EXPECT_EQ(alive, 0);
     EXPECT_NE(Object::application(), nullptr);
     EXPECT_EQ(made, 2);
-}
-
-TEST_F(SystemLifecycle, ASecondInitializeIsLoggedAndChangesNothing) {
-    System::initialize([&] { return new Counted<Application>(alive); });
-    System* const first = Object::system();
-    System::initialize([]() -> Application* { return nullptr; });
-    log.expect(3, "trying to reinitialize qel::System");
-    EXPECT_EQ(Object::system(), first);
-    EXPECT_NE(Object::application(), nullptr);
 }
 
 TEST_F(SystemLifecycle, OpenReferencesKeepTheSystemRunning) {
@@ -87,6 +109,28 @@ TEST_F(SystemLifecycle, ArgumentsMayComeWithTheStart) {
     System::initialize(argc, const_cast<char**>(arguments), {});
     EXPECT_TRUE(Object::system()->hasArgument("--flag"));
     EXPECT_NE(Object::system()->getExecutablePath(), "program") << "the platform's own answer comes first";
+}
+
+TEST_F(SystemLifecycle, NothingStaysBehindAfterDeinitialize) {
+    ManualClock clock;
+    Clock::install(&clock);
+    std::thread([] {}).join(); // a sanitizer may start a thread of its own beside the first one
+    const ptrdiff_t threads = countEntries("/proc/self/task");
+    ptrdiff_t descriptors = 0;
+    unsigned strings = 0;
+    for (int round = 0; round < 6; ++round) {
+        System::initialize({});
+        live();
+        System::deinitialize();
+        if (round == 0) descriptors = countEntries("/proc/self/fd");
+        if (round == 0) strings = internal::g_stringPool.getNumberOfStrings();
+    }
+    EXPECT_EQ(countEntries("/proc/self/fd"), descriptors);
+    EXPECT_EQ(internal::g_stringPool.getNumberOfStrings(), strings);
+    for (int i = 0; i < 1'000'000 && countEntries("/proc/self/task") > threads; ++i)
+        std::this_thread::yield();
+    EXPECT_LE(countEntries("/proc/self/task"), threads) << "they vanish a moment after they left the pool";
+    Clock::install(nullptr);
 }
 
 } // namespace

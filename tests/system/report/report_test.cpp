@@ -1,13 +1,12 @@
+#include <qel/system/report/build_description.h>
 #include <qel/system/report/report_generator.h>
+#include <qel/system/report/version.h>
 
 #include <tests/support/environment.h>
 #include <tests/support/log_capture.h>
 #include <tests/support/system_fixture.h>
 
-#include <gtest/gtest.h>
-
 #include <clocale>
-#include <string>
 
 namespace qel {
 namespace {
@@ -17,53 +16,89 @@ TEST(ReportGenerator, LinesAreIndentedByTheirLevelAndTheReportGoesOnAfterItWasRe
     report.end(); // a level below zero counts and indents nothing
     report.begin();
     report.begin("files: %d", 2);
-    report.addText("a\n\nb\n");
-    report.addText("");
-    report.addText(nullptr);
+    for (const char* text : {"a\n\nb\n", "", static_cast<const char*>(nullptr)}) report.addText(text);
     EXPECT_STREQ(report.getReport(), "files: 2\n  a\n  \n  b\n");
     report.end();
     report.add("%s", "c");
     EXPECT_STREQ(report.getReport(), "files: 2\n  a\n  \n  b\nc\n");
 }
 
-TEST(ReportGenerator, ALineMayHaveAnyLength) {
-    ReportGenerator report;
-    const std::string text(100'000, 'x');
-    report.add("<%s>", text.c_str());
-    EXPECT_EQ(report.getReport(), "<" + text + ">\n");
-}
-
-TEST(ReportGenerator, NumbersHaveAPointInEveryLocale) {
+TEST(ReportGenerator, ALineMayHaveAnyLengthAndItsNumbersHaveAPointInEveryLocale) {
     const std::string before = std::setlocale(LC_ALL, nullptr);
     std::setlocale(LC_ALL, "de_DE.UTF-8"); // where it is not installed, nothing changes
     ReportGenerator report;
-    report.add("%.2f", 1.5);
+    const std::string text(100'000, 'x');
+    report.add("%.2f<%s>", 1.5, text.c_str());
     std::setlocale(LC_ALL, before.c_str());
-    EXPECT_STREQ(report.getReport(), "1.50\n");
+    EXPECT_EQ(report.getReport(), "1.50<" + text + ">\n");
 }
 
 using SystemInformation = test::SystemFixture;
 
-TEST_F(SystemInformation, BuildAndMachineAreLoggedInTheirOrder) {
+TEST_F(SystemInformation, BuildAndMachineAreLoggedInTheirOrderAndTheReportHasASectionOfTheSystem) {
+    const test::TimeZone zone("UTC0");
     test::LogCapture log;
     system().printInformation();
     std::string heads;
     for (const test::LogLine& line : log.take()) heads += line.text.substr(0, line.text.find(':')) + "\n";
     EXPECT_EQ(heads, "[SYSTEM] build version\n[SYSTEM] build githash\n[SYSTEM] build tags\n"
                      "[SYSTEM] build date\n[SYSTEM] system tags\n");
-}
-
-TEST_F(SystemInformation, TheReportHasASectionOfTheSystem) {
-    const test::TimeZone zone("UTC0");
     system().overrideExecutablePath("/opt/novix/viewer");
     ReportGenerator report;
-    system().report(&report);
+    for (ReportGenerator* target : {&report, static_cast<ReportGenerator*>(nullptr)}) system().report(target);
     const std::string text = report.getReport();
     EXPECT_TRUE(text.starts_with("system:\n  current time: Mon Jan  1 00:00:0")) << text;
     for (const char* line : {"build version: ", "executable path: /opt/novix/viewer\n",
                              "performance monitoring:\n", "process memory: workingset="})
         EXPECT_NE(text.find(std::string("\n  ") + line), std::string::npos) << line << " is not in\n" << text;
-    system().report(nullptr);
+}
+
+/// The version's text, a bar, and the flags as letters: r release, c CE, s research, d dirty.
+std::string parsed(const char* description) {
+    const internal::BuildDescription build = internal::parseBuildDescription(description);
+    return build.version + "|" + (build.isRelease ? "r" : "") + (build.isCE ? "c" : "") +
+           (build.isResearch ? "s" : "") + (build.isDirty ? "d" : "");
+}
+
+TEST(BuildDescription, TellsVersionTextAndFlags) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"", "|"},
+        {"4.2.0", "4.2.0|"},
+        {"dirty", "dirty|"},
+        {"4.2.0-dirty", "4.2.0|d"},
+        {"4.2.0-release", "4.2.0|r"},
+        {"4.2.0-ce.77", "4.2.0|rc"},
+        {"4.2.0-beta.77", "4.2.0 beta|"},
+        {"4.2.0-ce-dirty", "4.2.0|rcd"},
+        {"4.2.0-research-dirty", "4.2.0 [+]|sd"},
+        {"4.2.0-ce-12-gabc1234-dirty", "4.2.0 ce+12 [abc1234+]|d"},
+        {"4.2.0-release-3-gabc1234", "4.2.0 release+3 [abc1234]|"},
+        {"4.2.0-research-3", "4.2.0 research+3|"},
+        {"4.2.0-ce-gabc1234", "4.2.0 [abc1234]|rc"},
+        {"4.2.0-ce-12a-gabc1234", "4.2.0|rc"},
+        {"4.2.0--g", "4.2.0 []|"}};
+    for (const auto& [description, expected] : cases) EXPECT_EQ(parsed(description), expected) << description;
+}
+
+TEST(Version, NumbersHaveTwoDigitsForMinorAndPatch) {
+    const std::pair<const char*, uint32> cases[] = {
+        {"4.2.0", 40200}, {"7", 70000}, {" 4. 2.1 ce+12", 40201}, {"4-2-1", 40000}, {".2.1", 0},
+        {"", 0},          {nullptr, 0}, {"4.100.0", 50000}};
+    for (const auto& [text, number] : cases) EXPECT_EQ(Version::toVersionNumber(text), number) << number;
+    EXPECT_EQ(Version::fromVersionNumber(40200), "4.2.0");
+    EXPECT_EQ(Version::fromVersionNumber(0xFFFFFFFF), "429496.72.95");
+}
+
+TEST(Version, TheDeviceIdentifierHasANumberOfItsOwnAndTagsTellTheBuildsFacts) {
+    EXPECT_EQ(Version::createFullUDI("0426"), "(01)0426(8012)6.9.0");
+    EXPECT_EQ(Version::createFullUDI(nullptr), "NOT AVAILABLE");
+    const std::string tags = Version::getBuildTags();
+    EXPECT_TRUE(tags.starts_with(" buildtype-distribution arch-")) << tags;
+#if defined(__clang__)
+    EXPECT_TRUE(tags.ends_with(" compiler-clang")) << tags;
+#elif defined(__GNUC__)
+    EXPECT_TRUE(tags.ends_with(" compiler-gcc")) << tags;
+#endif
 }
 
 } // namespace

@@ -57,13 +57,6 @@ TEST_F(SystemDirectories, UnreachableOnesAreStoredWithAWarningAndAFileInTheWayGi
     log.take();
 }
 
-TEST_F(SystemDirectories, PathsAroundTheProgramFollowItsPath) {
-    system().overrideExecutablePath("/opt/novix/bin/viewer");
-    EXPECT_EQ(system().getExecutableDirectory(), "/opt/novix/bin");
-    EXPECT_EQ(system().getExecutableFilename(), "viewer");
-    EXPECT_EQ(system().getPluginsDirectory(), "/opt/novix/bin/Plugins");
-}
-
 TEST_F(SystemDirectories, TheTemporaryDirectoryIsMadeOnceForAProcess) {
     const EnvironmentVariable temporary("TMPDIR", (folder.path() + "/").c_str());
     const String path = system().getTmpDirectoryPath();
@@ -71,14 +64,16 @@ TEST_F(SystemDirectories, TheTemporaryDirectoryIsMadeOnceForAProcess) {
     EXPECT_TRUE(std::filesystem::is_directory(path.c_str()));
     EXPECT_EQ(system().getTmpDirectoryPath(), path);
     EXPECT_EQ(folder.countEntries(), 1);
-}
-
-TEST_F(SystemDirectories, AnUnknownTemporaryPathIsTheFilesystemsError) {
-    const EnvironmentVariable temporary("TMPDIR", "/qel-no-such-folder");
+    System::deinitialize();
+    System::initialize({});
+    const EnvironmentVariable unknown("TMPDIR", "/qel-no-such-folder");
     EXPECT_THROW(system().getTmpDirectoryPath(), std::filesystem::filesystem_error);
 }
 
-TEST_F(SystemDirectories, GlobalDirectoriesLieBelowTheMachinesData) {
+TEST_F(SystemDirectories, GlobalOnesLieBelowTheMachinesDataAndPluginsBesideTheProgram) {
+    system().overrideExecutablePath("/opt/novix/bin/viewer");
+    EXPECT_EQ(system().getExecutableFilename(), "viewer");
+    EXPECT_EQ(system().getPluginsDirectory(), "/opt/novix/bin/Plugins");
     EXPECT_TRUE(system().trySetApplicationDirectoryToGlobal());
     EXPECT_EQ(system().getApplicationDirectoryNoCreate(""), System::getProgramDataPath(true) + "/ORLANE");
     EXPECT_EQ(system().getCacheDirectory(), "/var/lib/ORLANE");

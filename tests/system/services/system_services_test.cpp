@@ -1,8 +1,13 @@
 #include <qel/platform/process_run.h>
+#include <qel/platform/random_device.h>
 #include <qel/system/services/keyboard_receiver.h>
+#include <qel/system/services/random_engine.h>
 
 #include <tests/support/system_fixture.h>
 
+#include <array>
+#include <cstring>
+#include <set>
 #include <string>
 #include <utility>
 
@@ -38,6 +43,57 @@ TEST_F(SystemServices, FlagsOfACommandSayHowItRuns) {
     EXPECT_EQ(System::runCommand("tool $(c)", System::kCommandNoWait | System::kCommandDetached), 0);
     platform::replaceRunProcess(nullptr);
     EXPECT_EQ(run, "a;b waits\n$(c) detached\n");
+}
+
+TEST(RandomEngine, DrawsTheNumbersOfTheMersenneTwister) {
+    RandomEngine engine(5489);
+    for (int i = 1; i < 10'000; ++i) engine.draw();
+    EXPECT_EQ(engine.draw(), 4'123'659'995u); // the 10,000th, as the C++ standard tells it
+}
+
+TEST(RandomEngine, BytesAreWholeDrawsAndThenTopBytes) {
+    RandomEngine engine(7), reference(7);
+    std::array<uint8, 7> bytes{};
+    engine.fill(bytes.data(), 6);
+    std::array<uint8, 7> expected{};
+    const uint32 word = reference.draw();
+    for (unsigned i = 0; i < 4; ++i) expected[i] = static_cast<uint8>(word >> (8 * i));
+    for (unsigned i = 4; i < 6; ++i) expected[i] = static_cast<uint8>(reference.draw() >> 24);
+    EXPECT_EQ(bytes, expected);
+}
+
+TEST(RandomEngine, TakesItsSeedFromTheMachineAndDoesWithoutIt) {
+    platform::replaceRandom([](std::span<std::byte> bytes) {
+        std::memset(bytes.data(), 0, bytes.size());
+        return true;
+    });
+    EXPECT_EQ(RandomEngine().draw(), RandomEngine(0).draw());
+    platform::replaceRandom([](std::span<std::byte>) { return false; });
+    RandomEngine engine;
+    EXPECT_NE(engine.draw(), engine.draw());
+    platform::replaceRandom(nullptr);
+}
+
+TEST_F(SystemServices, NumbersOfARangeStayInItAndEveryBitOfALongNumberMoves) {
+    std::set<uint32> seen;
+    uint64 ones = 0, zeros = 0;
+    for (int i = 0; i < 1000; ++i) {
+        seen.insert(system().randomUIntRange(10, 13));
+        const uint64 draw = system().randomULong();
+        ones |= draw;
+        zeros |= ~draw;
+    }
+    EXPECT_EQ(seen, (std::set<uint32>{10, 11, 12, 13}));
+    EXPECT_EQ(ones & zeros, ~uint64{0});
+    EXPECT_EQ(system().randomUIntRange(5, 5), 5u);
+    EXPECT_NE(system().randomUIntRange(0, 0xFFFFFFFF), system().randomUIntRange(0, 0xFFFFFFFF));
+}
+
+TEST_F(SystemServices, KeysThatHashAlikeShareAMutex) {
+    EXPECT_EQ(&system().accessHashedMutex(0x12345678), &system().accessHashedMutex(0x08));
+    std::set<Mutex*> mutexes;
+    for (uint32 key = 0; key < 1000; ++key) mutexes.insert(&system().accessHashedMutex(key));
+    EXPECT_EQ(mutexes.size(), 256u);
 }
 
 /// Notes what the host is told of the keyboard.

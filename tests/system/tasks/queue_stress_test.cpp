@@ -1,6 +1,7 @@
 // Random operations on queues against a model of who may run when. A failure prints its seed;
 // --gtest_random_seed tries other seeds than the usual ones.
 #include "../../support/system_fixture.h"
+#include "../../support/threads.h"
 #include "gate.h"
 
 #include <compare>
@@ -8,7 +9,6 @@
 #include <random>
 #include <set>
 #include <thread>
-#include <vector>
 
 namespace qel {
 namespace {
@@ -42,16 +42,10 @@ private:
                                                  TaskQueue::kBlockingDestructor, 7};
 
     void operateOnce(unsigned operation) {
-        if (operation == 0)
-            barrier();
-        else if (operation == 1)
-            pauseOrResume();
-        else if (operation == 2)
-            wait();
-        else if (operation == 3)
-            abort();
-        else
-            push();
+        using Operation = void (Stress::*)();
+        static constexpr Operation kRare[] = {&Stress::barrier, &Stress::pauseOrResume, &Stress::wait,
+                                              &Stress::abort};
+        (this->*(operation < std::size(kRare) ? kRare[operation] : &Stress::push))();
     }
 
     void push() {
@@ -130,13 +124,9 @@ using QueueStressTest = test::SystemFixture;
 
 TEST_F(QueueStressTest, NobodyRunsBeforeHisTurnOrTwiceWhileOtherQueuesWorkToo) {
     const unsigned first = 1 + 1000 * static_cast<unsigned>(GTEST_FLAG_GET(random_seed));
-    std::vector<std::thread> threads;
-    for (unsigned thread = 0; thread < 3; ++thread) {
-        threads.emplace_back([first, thread] {
-            for (unsigned i = 0; i < 80; ++i) Stress(first + 3 * i + thread).operate();
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
+    test::onThreads(3, [first](int thread) {
+        for (unsigned i = 0; i < 80; ++i) Stress(first + 3 * i + static_cast<unsigned>(thread)).operate();
+    });
 }
 
 } // namespace

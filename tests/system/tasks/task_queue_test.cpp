@@ -36,15 +36,11 @@ protected:
     std::shared_ptr<int> life = std::make_shared<int>(0);
 };
 
-/// A queue that can be disabled for good.
-class DisabledQueue : public TaskQueue {
-public:
-    DisabledQueue() : TaskQueue(kParallel) { disable(); }
-};
-
 TEST_F(TaskQueueTest, ADisabledQueueOrACountOfZeroDropsTasksAndDeletesFreshOnes) {
+    struct DisabledQueue : TaskQueue {
+        DisabledQueue() : TaskQueue(kParallel) { disable(); }
+    } disabled;
     TaskQueue queue(TaskQueue::kParallel);
-    DisabledQueue disabled;
     const SmartPointer<TaskQueue::Task> held(task([] {}));
     queue.pushTaskN(0, held.get(), 7);
     disabled.pushTask(held.get(), 1);
@@ -76,7 +72,7 @@ TEST_F(TaskQueueTest, ASerialQueueKeepsItsOrderAndItsReferences) {
     EXPECT_EQ(counted->getReferenceCount(), 1);
 }
 
-TEST_F(TaskQueueTest, WorkloadsCountUntilTheirRunsHaveEnded) {
+TEST_F(TaskQueueTest, WorkloadsCountUntilTheirRunsHaveEndedAndAnAbortDropsWhatWaits) {
     TaskQueue queue(TaskQueue::kDeleteIO);
     test::Gate second;
     block(queue);
@@ -84,31 +80,21 @@ TEST_F(TaskQueueTest, WorkloadsCountUntilTheirRunsHaveEnded) {
     push(queue, 1, [&](TaskContext& context) {
         context.changeWorkload(30);
         second.pass();
+        while (!context.isAborting()) std::this_thread::yield();
+        notes += "ended";
     });
     EXPECT_EQ(queue.getWorkload(), 22u);
     gate.open();
     second.waitForArrivals(1);
     EXPECT_EQ(queue.getWorkload(), 30u);
-    second.open();
-    queue.wait();
-    EXPECT_EQ(queue.getWorkload(), 0u);
-}
-
-TEST_F(TaskQueueTest, AnAbortDropsWhatWaitsAndTellsTheRunningTask) {
-    TaskQueue queue(TaskQueue::kDeleteIO);
-    push(queue, 1, [this](TaskContext& context) {
-        gate.pass();
-        while (!context.isAborting()) std::this_thread::yield();
-        notes += "ended";
-    });
-    gate.waitForArrivals(1);
     push(queue, 3, note("dropped"));
     queue.pushBarrier();
     push(queue, 1, note("dropped"));
-    gate.open();
+    second.open();
     queue.abort();
     EXPECT_EQ(notes, "ended");
     EXPECT_EQ(life.use_count(), 1);
+    EXPECT_EQ(queue.getWorkload(), 0u);
     EXPECT_FALSE(queue.isAborting());
 }
 
@@ -164,6 +150,16 @@ TEST_F(MainQueueTest, APassRunsWhatItsQueuesPushOnThemselvesButNoQueueThatJoins)
     EXPECT_EQ(notes, "ab");
 }
 
+TEST_F(MainQueueTest, AfterAPauseTheTasksRunOnAWorker) {
+    TaskQueue queue(TaskQueue::kMain);
+    queue.pause();
+    push(queue, 1, [this] { gate.pass(); });
+    queue.resume();
+    gate.waitForArrivals(1); // this thread runs no task meanwhile
+    gate.open();
+    while (!queue.empty()) std::this_thread::yield();
+}
+
 TEST_F(MainQueueTest, AnAbortWithWorkPendingSilencesTheQueueForGoodUnlessATaskAborts) {
     TaskQueue silenced(TaskQueue::kMain), inTask(TaskQueue::kMain);
     push(inTask, 1, [&] { inTask.abort(); });
@@ -176,31 +172,17 @@ TEST_F(MainQueueTest, AnAbortWithWorkPendingSilencesTheQueueForGoodUnlessATaskAb
     EXPECT_EQ(notes, "again");
 }
 
-TEST_F(MainQueueTest, AfterAPauseTheTasksRunOnAWorker) {
-    TaskQueue queue(TaskQueue::kMain);
-    queue.pause();
-    push(queue, 1, [&, main = std::this_thread::get_id()] {
-        EXPECT_NE(std::this_thread::get_id(), main);
-        gate.pass();
-    });
-    queue.resume();
-    gate.waitForArrivals(1);
-    gate.open();
-    while (!queue.empty()) std::this_thread::yield();
-}
-
 TEST_F(TaskQueueTest, AnObjectReleasedOnParallelDiesOnAWorker) {
     struct Dying : Object {
         explicit Dying(std::thread::id& id) : thread(id) {}
         ~Dying() override { thread = std::this_thread::get_id(); }
         std::thread::id& thread;
     };
-    std::thread::id thread;
+    std::thread::id thread = std::this_thread::get_id();
     auto* object = new Dying(thread);
     object->increaseReferenceCount();
     object->decreaseReferenceCountAsyncOnParallel();
     system().getGlobalParallelQueue()->wait();
-    EXPECT_NE(thread, std::thread::id());
     EXPECT_NE(thread, std::this_thread::get_id());
 }
 

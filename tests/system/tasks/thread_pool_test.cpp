@@ -1,13 +1,47 @@
+#include <qel/system/tasks/parallel.h>
+#include <qel/system/tasks/spin_budget.h>
 #include <qel/system/tasks/thread_pool.h>
 
 #include "../../support/system_fixture.h"
+#include "../../support/threads.h"
 #include "gate.h"
 
+#include <atomic>
+#include <functional>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace qel {
 namespace {
+
+/// Counts the calls of each part, and does more in each when asked to.
+class CountingKernel : public Parallel::Kernel {
+public:
+    explicit CountingKernel(unsigned parts, std::function<void()> inEachPart = {})
+        : m_calls(parts), m_inEachPart(std::move(inEachPart)) {}
+
+    void prepare(unsigned& parts) override {
+        EXPECT_EQ(parts, Object::system()->getProcessorCount());
+        parts = static_cast<unsigned>(m_calls.size());
+    }
+    void execute(unsigned index) override {
+        ++m_calls.at(index);
+        if (m_inEachPart) m_inEachPart();
+    }
+    void finish() override {
+        ++finished;
+        EXPECT_EQ(std::this_thread::get_id(), m_caller);
+        for (const auto& count : m_calls) EXPECT_EQ(count, 1);
+    }
+
+    int finished = 0;
+
+private:
+    const std::thread::id m_caller = std::this_thread::get_id();
+    std::vector<std::atomic<int>> m_calls;
+    std::function<void()> m_inEachPart;
+};
 
 class ThreadPoolTest : public test::SystemFixture {
 protected:
@@ -23,23 +57,15 @@ protected:
     test::Gate gate;
 };
 
-TEST_F(ThreadPoolTest, StartsAsManyThreadsAsTasksUpToTheLimit) {
+TEST_F(ThreadPoolTest, StartsAsManyThreadsAsTasksUpToTheLimitBesideThoseBlockedInIO) {
     EXPECT_EQ(pool().getNumberOfThreads(), 0u);
-    TaskQueue queue(TaskQueue::kParallel);
-    test::push(queue, 100, [this] { gate.pass(); });
-    gate.waitForArrivals(limit());
-    EXPECT_EQ(pool().getNumberOfThreads(), limit());
-    EXPECT_EQ(pool().getNumberOfIdleThreads(), 0u);
-    gate.open();
-}
-
-TEST_F(ThreadPoolTest, BlockedIOMakesRoomForThreadsThatCompute) {
     TaskQueue io(TaskQueue::kBlockingDestructor), computing(TaskQueue::kParallel);
     test::push(io, 10, [this] { gate.pass(); });
     gate.waitForArrivals(10);
-    test::push(computing, 4, [] {});
-    computing.wait();
-    EXPECT_LE(pool().getNumberOfThreads(), limit() + 10);
+    test::push(computing, 100, [this] { gate.pass(); });
+    gate.waitForArrivals(10 + limit());
+    EXPECT_EQ(pool().getNumberOfThreads(), 10 + limit());
+    EXPECT_EQ(pool().getNumberOfIdleThreads(), 0u);
     gate.open();
 }
 
@@ -76,6 +102,51 @@ TEST_F(ThreadPoolTest, ThreadsAboveTheLimitEndAfterThirtySecondsOfSilenceThoughT
     while (pool().getNumberOfThreads() != limit()) std::this_thread::yield();
     sweepAfter(100'000);
     EXPECT_EQ(pool().getNumberOfThreads(), limit());
+}
+
+TEST_F(ThreadPoolTest, RunsEveryPartOnceAndFinishesOnTheCaller) {
+    for (const unsigned parts : {0u, 1u, 2u, 3u, 1000u}) {
+        CountingKernel kernel(parts);
+        system().execute(kernel);
+        EXPECT_EQ(kernel.finished, 1) << parts;
+    }
+    const auto caller = std::this_thread::get_id();
+    CountingKernel single(1, [&] { EXPECT_EQ(std::this_thread::get_id(), caller); });
+    system().execute(single);
+}
+
+TEST_F(ThreadPoolTest, KernelsMayNestAndSeveralThreadsMayUseOneParallel) {
+    Parallel parallel;
+    std::atomic<int> finished{0};
+    const auto runInner = [&] {
+        CountingKernel inner(5);
+        parallel.execute(inner);
+        finished += inner.finished;
+    };
+    test::onThreads(3, [&](int) {
+        for (int n = 0; n < 20; ++n) {
+            CountingKernel outer(8, runInner);
+            parallel.execute(outer);
+            finished += outer.finished;
+        }
+    });
+    EXPECT_EQ(finished, 3 * 20 * (8 + 1));
+}
+
+TEST(SpinBudgetTest, VainTriesMakeItShortWithALongTryNowAndThenAndASuccessMakesItLongAgain) {
+    internal::SpinBudget budget;
+    const int full = budget.rounds();
+    for (int i = 0; i < 5; ++i) budget.note(false);
+    EXPECT_LT(budget.rounds(), full / 10);
+    int longTries = 0;
+    for (int i = 0; i < 160; ++i) {
+        longTries += budget.rounds() == full;
+        budget.note(false);
+    }
+    EXPECT_GT(longTries, 5);
+    EXPECT_LT(longTries, 20);
+    budget.note(true);
+    EXPECT_EQ(budget.rounds(), full);
 }
 
 } // namespace
