@@ -17,7 +17,9 @@ using Messages = std::vector<std::string>;
 struct MessageLog {
     explicit MessageLog(BackgroundService& service) {
         const auto keep = [this](const char* kind) {
-            return [=](BackgroundService*, const char* text) { messages.push_back(kind + String(text)); };
+            return [this, kind](BackgroundService*, const char* text) {
+                messages.push_back(kind + String(text));
+            };
         };
         service.signalInfoMessage.connect(keep("I "));
         service.signalWarningMessage.connect(keep("W "));

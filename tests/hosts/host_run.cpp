@@ -1,43 +1,25 @@
 #include <tests/hosts/host_run.h>
 
 #include <qel/platform/process_run.h>
-#include <tests/support/source_dir.h>
 
-#include <algorithm>
 #include <fstream>
 #include <iterator>
-#include <sstream>
+#include <ostream>
 
 namespace qel::test {
 
-HostRun HostTest::run(const std::vector<std::string>& arguments) const {
+HostRun runProgram(const std::filesystem::path& folder, const std::vector<std::string>& command) {
     // The shell only connects the streams and changes the folder; it never reads a name as a command.
-    const Path out = scratch() / "stdout.txt";
-    const Path error = scratch() / "stderr.txt";
-    std::vector<std::string> command{
-        "/bin/sh",
-        "-c",
-        "cd \"$0\" && out=$1 error=$2 && shift 2 && exec \"$@\" </dev/null >\"$out\" 2>\"$error\"",
-        scratch().string(),
-        out.string(),
-        error.string(),
-        QELHOST_PROGRAM};
-    command.insert(command.end(), arguments.begin(), arguments.end());
-    const platform::RunResult result = platform::runProcess(command, {});
-    EXPECT_TRUE(result.started);
-    return {result.exitCode, readText(out), readText(error)};
+    std::vector<std::string> all{
+        "/bin/sh", "-c", "cd \"$0\" && exec \"$@\" </dev/null >stdout.txt 2>stderr.txt", folder.string()};
+    all.insert(all.end(), command.begin(), command.end());
+    const platform::RunResult result = platform::runProcess(all, {});
+    return {result.started ? result.exitCode : -1, readText(folder / "stdout.txt"),
+            readText(folder / "stderr.txt")};
 }
 
-HostRun HostTest::runCatalogue(const std::string& language, const Path& folder) const {
-    std::vector<std::string> arguments{"--plugins", sourceDir() + "/resources/plugins", "--resources",
-                                       sourceDir() + "/resources"};
-    if (!language.empty()) arguments.insert(arguments.end(), {"--language", language});
-    arguments.insert(arguments.end(), {folder.string(), "--out", "result"});
-    return run(arguments);
-}
-
-void HostTest::writePlugin(const std::string& plugin, const std::string& file, std::string_view text) const {
-    writeText(scratch() / "plugins" / plugin / file, text);
+std::ostream& operator<<(std::ostream& stream, const HostRun& run) {
+    return stream << "status " << run.status << "\nout " << run.out << "\nerror " << run.error;
 }
 
 void writeText(const std::filesystem::path& path, std::string_view text) {
@@ -48,14 +30,6 @@ void writeText(const std::filesystem::path& path, std::string_view text) {
 std::string readText(const std::filesystem::path& path) {
     std::ifstream stream(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(stream), {}};
-}
-
-std::vector<std::string> sortedLines(const std::string& text) {
-    std::vector<std::string> lines;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);) lines.push_back(line);
-    std::sort(lines.begin(), lines.end());
-    return lines;
 }
 
 } // namespace qel::test

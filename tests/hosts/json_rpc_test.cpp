@@ -29,8 +29,17 @@ std::string result(const std::string& value, const std::string& id) {
     return R"({"jsonrpc":"2.0","result":)" + value + R"(,"id":)" + id + "}\n";
 }
 
-std::string call(const std::string& method, const std::string& params, const std::string& id = "1") {
+std::string call(const std::string& method, const std::string& params = "[]", const std::string& id = "1") {
     return R"({"jsonrpc":"2.0","method":")" + method + R"(","params":)" + params + R"(,"id":)" + id + "}\n";
+}
+
+/// An item as its bytes.
+std::string packed(const Item& item) {
+    return R"({"$item":")" + item.getBase64crc() + R"("})";
+}
+
+std::string withoutEnd(const std::string& line) {
+    return line.substr(0, line.size() - 1);
 }
 
 const std::string kTooLarge = error(-32000, "Message too large");
@@ -77,21 +86,20 @@ protected:
             context.result().concatItem(context.getArguments());
             context.finish();
         };
-        server->addRPC("echo", echo, "", "");
         server->addRPCWithRight("guarded", "special", echo, "", "");
-        server->addRPC(
-            "keep", [this](const RpcContext& context) { kept.push_back(context); }, "", "");
-        server->addRPC(
-            "throw", [](const RpcContext&) { throw std::runtime_error("torn"); }, "", "");
-        server->addRPC(
-            "code",
-            [](const RpcContext& context) {
-                context.result().addPrefix("squirrel").addNIL();
-                context.finish();
-            },
-            "", "");
+        add("echo", echo);
+        add("keep", [this](const RpcContext& context) { kept.push_back(context); });
+        add("throw", [](const RpcContext&) { throw std::runtime_error("torn"); });
+        add("forget", [](const RpcContext&) {});
+        add("code", [](const RpcContext& context) {
+            context.result().addPrefix("squirrel").addNIL();
+            context.finish();
+        });
     }
 
+    void add(const char* name, std::function<void(const RpcContext&)> run) {
+        server->addRPC(name, std::move(run), "", "");
+    }
     Peer connect(uint32 user = platform::userId(), std::vector<uint32> groups = {}) {
         Peer peer;
         FileHandle other;
@@ -112,62 +120,45 @@ protected:
 // The examples of the protocol, with the values that Items have.
 TEST_F(JsonRpcTest, RequestsAndRepliesFollowTheProtocol) {
     const std::string guid = "\"GUID:::" + std::string(64, 'A') + "\"";
+    const uint8 bytes[] = {1, 2};
+    const std::string item = packed(Item("x").addBuffer(bytes, 2).addPointer(Item(5)));
+    const auto message = [](const std::string& rest) {
+        return R"({"jsonrpc":"2.0","method":)" + rest + "}\n";
+    };
     const std::string invalid = error(-32600, "Invalid Request");
     const std::pair<std::string, std::string> kExchanges[] = {
         {call("echo", "[42]"), result("42", "1")},
         {call("echo", "[]", R"("a\n")"), result("null", R"("a\n")")},
         {call("echo", R"([1,"b"])", "1.5"), result(R"([1,"b"])", "1.5")},
         {call("echo", R"({"b":[1,{}],"a":null})", "null"), result(R"({"a":null,"b":[1,{}]})", "null")},
-        {call("echo", R"([[true,-9223372036854775808,2.5]])"),
-         result("[true,-9223372036854775808,2.5]", "1")},
+        {call("echo", "[[true,-9223372036854775808,2.5]]"), result("[true,-9223372036854775808,2.5]", "1")},
         {call("echo", "[" + guid + "]"), result(guid, "1")},
+        {call("echo", item), result(item, "1")},
         {call("echo", R"({"$item":"nonsense"})"), error(-32602, "Invalid params", "1")},
-        {R"({"jsonrpc":"2.0","method":"echo","id":7})"
-         "\r\n \r\n",
-         result("null", "7")},
-        {R"({"jsonrpc":"2.0","method":"echo","params":[1]})"
-         "\n",
-         ""},
-        {call("nobody", "[]"), error(-32601, "Method not found", "1")},
-        {R"({"jsonrpc":"2.0","method":"nobody"})"
-         "\n",
-         ""},
+        {message(R"("echo","id":7)") + "\r\n \r\n", result("null", "7")},
+        {message(R"("echo","params":[1])"), ""},
+        {call("nobody"), error(-32601, "Method not found", "1")},
+        {message(R"("nobody")"), ""},
         {call("echo", "3"), error(-32600, "Invalid Request", "1")},
         {call("echo", "[]", "[]"), invalid},
-        {R"({"method":"echo","id":1})"
-         "\n",
-         error(-32600, "Invalid Request", "1")},
-        {R"({"jsonrpc":"2.0","method":1})"
-         "\n",
-         invalid},
+        {"{\"method\":\"echo\",\"id\":1}\n", error(-32600, "Invalid Request", "1")},
+        {message("1"), invalid},
         {"{\n", error(-32700, "Parse error")},
         {"\"\xff\"\n", error(-32700, "Parse error")},
         {"[]\n", invalid},
-        {"[1]\n", "[" + invalid.substr(0, invalid.size() - 1) + "]\n"},
-        {R"([{"jsonrpc":"2.0","method":"echo"}])"
-         "\n",
-         ""},
+        {"[1]\n", "[" + withoutEnd(invalid) + "]\n"},
+        {"[" + withoutEnd(message(R"("echo")")) + "]\n", ""},
     };
     Peer peer = connect();
     for (const auto& [request, reply] : kExchanges) EXPECT_EQ(exchange(peer, request), reply) << request;
 }
 
-TEST_F(JsonRpcTest, ElementsWithoutAFormInJsonTravelAsTheirBytes) {
-    const uint8 bytes[] = {1, 2};
-    const Item item = Item("x").addBuffer(bytes, 2).addPointer(Item(5));
-    const std::string text = R"({"$item":")" + item.getBase64crc() + R"("})";
-    Peer peer = connect();
-    EXPECT_EQ(exchange(peer, call("echo", text)), result(text, "1"));
-}
-
 TEST_F(JsonRpcTest, CodeNeitherComesInNorGoesOut) {
     const uint8 bytes[] = {0xFA};
     const Item code = Item().addPrefix("squirrel").addBuffer(bytes, 1);
-    const std::string kRefused = error(-32002, "Code refused", "1");
     Peer peer = connect();
-    for (const Item& item : {code, Item("x").addItem(Item().addItem(code))}) {
-        EXPECT_EQ(exchange(peer, call("echo", R"({"$item":")" + item.getBase64crc() + R"("})")), kRefused);
-    }
+    for (const Item& item : {code, Item("x").addItem(Item().addItem(code))})
+        EXPECT_EQ(exchange(peer, call("echo", packed(item))), error(-32002, "Code refused", "1"));
     // A zero byte would end the text, and what follows be read as elements.
     for (const char* params :
          {R"(["a\u0000\fsquirrel\u0000"])", R"([{"a\u0000":1}])", "[18446744073709551615]"}) {
@@ -175,17 +166,15 @@ TEST_F(JsonRpcTest, CodeNeitherComesInNorGoesOut) {
     }
     EXPECT_EQ(exchange(peer, call("echo", R"(["squirrel","\\u0000"])")),
               result(R"(["squirrel","\\u0000"])", "1"));
-    EXPECT_EQ(exchange(peer, call("code", "[]")), error(-32603, "Internal error", "1"));
+    EXPECT_EQ(exchange(peer, call("code")), error(-32603, "Internal error", "1"));
 }
 
 TEST_F(JsonRpcTest, HandlersThatFailOrForgetAreAnswered) {
     LogCapture log;
     Peer peer = connect();
-    EXPECT_EQ(exchange(peer, call("throw", "[]")), error(-32603, "Internal error", "1"));
+    EXPECT_EQ(exchange(peer, call("throw")), error(-32603, "Internal error", "1"));
     log.expect(3, "rpc call 'throw' threw: torn");
-    server->addRPC(
-        "forget", [](const RpcContext&) {}, "", "");
-    EXPECT_EQ(exchange(peer, call("forget", "[]")), result("null", "1"));
+    EXPECT_EQ(exchange(peer, call("forget")), result("null", "1"));
     log.expect(3, "rpc call 'forget' ended without calling finish");
 }
 
@@ -193,14 +182,14 @@ TEST_F(JsonRpcTest, MessagesAreRefusedJustBeyondTheLimits) {
     makeServer({.lineBytes = 200, .depth = 8, .batchCalls = 2});
     Peer peer = connect();
     const auto padded = [](std::size_t size) {
-        const std::string text = call("echo", "[]");
-        return text.substr(0, text.size() - 1) + std::string(size - text.size() + 1, ' ') + "\n";
+        const std::string text = withoutEnd(call("echo"));
+        return text + std::string(size - text.size(), ' ') + "\n";
     };
     EXPECT_EQ(exchange(peer, padded(200)), result("null", "1"));
     EXPECT_EQ(exchange(peer, padded(201)), kTooLarge);
     EXPECT_EQ(exchange(peer, std::string(201, 'x')), kTooLarge) << "told before the line ends";
     EXPECT_EQ(exchange(peer, std::string(5000, 'x')), "") << "and once";
-    EXPECT_EQ(exchange(peer, "xx\n" + call("echo", "[]")), result("null", "1"));
+    EXPECT_EQ(exchange(peer, "xx\n" + call("echo")), result("null", "1"));
 
     const auto nested = [](int depth) {
         return std::string(depth, '[') + "\"[[[[\\\"[\"" + std::string(depth, ']');
@@ -209,8 +198,7 @@ TEST_F(JsonRpcTest, MessagesAreRefusedJustBeyondTheLimits) {
     EXPECT_EQ(exchange(peer, call("echo", nested(8))), error(-32001, "Message too deep"));
     Item deep;
     for (int i = 0; i < 8; ++i) deep = Item().addItem(deep);
-    EXPECT_EQ(exchange(peer, call("echo", R"({"$item":")" + deep.getBase64crc() + R"("})")),
-              error(-32001, "Message too deep", "1"));
+    EXPECT_EQ(exchange(peer, call("echo", packed(deep))), error(-32001, "Message too deep", "1"));
 
     const std::string note = R"({"jsonrpc":"2.0","method":"keep"})";
     EXPECT_EQ(exchange(peer, "[" + note + "," + note + "]\n"), "");
@@ -220,11 +208,9 @@ TEST_F(JsonRpcTest, MessagesAreRefusedJustBeyondTheLimits) {
 
 TEST_F(JsonRpcTest, ABatchIsAnsweredWhenItsLastCallEndsOnWhicheverThread) {
     Peer peer = connect();
-    const auto line = [](std::string text) { return text.substr(0, text.size() - 1); };
-    const std::string batch = "[" + line(call("keep", "[]", "1")) + "," + line(call("keep", "[]", "2")) +
-                              "," + line(call("echo", "[3]", "3")) +
-                              R"(,{"jsonrpc":"2.0","method":"echo"}])"
-                              "\n";
+    const std::string batch = "[" + withoutEnd(call("keep")) + "," + withoutEnd(call("keep", "[]", "2")) +
+                              "," + withoutEnd(call("echo", "[3]", "3")) +
+                              ",{\"jsonrpc\":\"2.0\",\"method\":\"echo\"}]\n";
     EXPECT_EQ(exchange(peer, batch), "");
     kept[1].result().add("late");
     std::thread([&] { kept.pop_back(); }).join();
@@ -233,8 +219,9 @@ TEST_F(JsonRpcTest, ABatchIsAnsweredWhenItsLastCallEndsOnWhicheverThread) {
     EXPECT_TRUE(server->isBusy());
     kept[0].finish();
     server->poll();
-    EXPECT_EQ(peer.receive(), "[" + line(result("null", "1")) + "," + line(result("\"late\"", "2")) + "," +
-                                  line(result("3", "3")) + "]\n");
+    EXPECT_EQ(peer.receive(), "[" + withoutEnd(result("null", "1")) + "," +
+                                  withoutEnd(result("\"late\"", "2")) + "," + withoutEnd(result("3", "3")) +
+                                  "]\n");
     EXPECT_FALSE(server->isBusy());
 }
 
@@ -253,8 +240,8 @@ TEST_F(JsonRpcTest, LinesMayComeInAnyPieces) {
 
 TEST_F(JsonRpcTest, AHalfClosedPeerIsAnsweredAndThenLetGo) {
     Peer peer = connect();
-    const std::string text = call("keep", "[]");
-    peer.send(text + text.substr(0, text.size() - 1));
+    const std::string text = call("keep");
+    peer.send(text + withoutEnd(text));
     ASSERT_FALSE(platform::endSending(peer.socket));
     server->poll();
     server->poll();
@@ -270,7 +257,7 @@ TEST_F(JsonRpcTest, AHalfClosedPeerIsAnsweredAndThenLetGo) {
 
 TEST_F(JsonRpcTest, APeerThatDiesLeavesItsCallsToEndUnheard) {
     Peer peer = connect();
-    exchange(peer, call("keep", "[]"));
+    exchange(peer, call("keep"));
     peer.socket.close();
     server->poll();
     kept.clear();
@@ -279,13 +266,10 @@ TEST_F(JsonRpcTest, APeerThatDiesLeavesItsCallsToEndUnheard) {
     EXPECT_EQ(server->getConnectionCount(), 0u);
 
     Peer other = connect();
-    server->addRPC(
-        "stop",
-        [this](const RpcContext& context) {
-            server->stop();
-            context.finish();
-        },
-        "", "");
+    add("stop", [this](const RpcContext& context) {
+        server->stop();
+        context.finish();
+    });
     const std::string note = R"({"jsonrpc":"2.0","method":)";
     EXPECT_EQ(exchange(other, "[" + note + "\"keep\"}," + note + "\"stop\"}," + note + "\"keep\"}]\n"),
               "<end>");
@@ -318,7 +302,7 @@ TEST_F(JsonRpcTest, AFloodWaitsForOpenCallsAndOthersAreServed) {
     Peer flooding = connect();
     Peer other = connect();
     std::string flood;
-    for (int i = 0; i < 100; ++i) flood += call("keep", "[]");
+    for (int i = 0; i < 100; ++i) flood += call("keep");
     exchange(flooding, flood);
     EXPECT_EQ(kept.size(), 3u);
     EXPECT_EQ(exchange(other, call("echo", "[1]")), result("1", "1"));
@@ -338,11 +322,10 @@ TEST_F(JsonRpcTest, RightsAreAskedForBeforeAHandlerRuns) {
     for (const Case& c : {Case{71, {}, true, false}, Case{70, {88}, false, true}, Case{88, {}, false, true},
                           Case{71, {87, 88}, true, true}, Case{platform::userId(), {}, true, true}}) {
         Peer peer = connect(c.user, c.groups);
-        EXPECT_EQ(exchange(peer, call("guarded", "[]")), c.guarded ? result("null", "1") : kNotPermitted)
-            << c.user;
-        EXPECT_EQ(exchange(peer, call("echo", "[]")), c.echo ? result("null", "1") : kNotPermitted) << c.user;
+        EXPECT_EQ(exchange(peer, call("guarded")), c.guarded ? result("null", "1") : kNotPermitted) << c.user;
+        EXPECT_EQ(exchange(peer, call("echo")), c.echo ? result("null", "1") : kNotPermitted) << c.user;
         const bool isOwn = c.user == platform::userId();
-        EXPECT_EQ(exchange(peer, call("nobody", "[]")),
+        EXPECT_EQ(exchange(peer, call("nobody")),
                   isOwn ? error(-32601, "Method not found", "1") : kNotPermitted);
     }
     for (const uint32 stranger : {70u, 72u}) {
@@ -404,12 +387,12 @@ TEST_F(JsonRpcTest, TheNameOfAServerThatIsGoneIsTakenOverAndNoOther) {
     ASSERT_FALSE(platform::connectLocally(peer.socket, path.c_str()));
     EXPECT_EQ(exchange(peer, ""), "");
     first.poll();
-    peer.send(call("x", "[]"));
+    peer.send(call("x"));
     first.wait(-1);
     first.poll();
     EXPECT_EQ(peer.receive(), error(-32601, "Method not found", "1"));
     first.drain();
-    peer.send(call("x", "[]"));
+    peer.send(call("x"));
     first.poll();
     EXPECT_EQ(peer.receive(), "");
     first.stop();
