@@ -47,7 +47,6 @@ TEST_F(PluginsTest, OnlyFoldersArePlugins) {
     EXPECT_EQ(plugins->getPluginHashes(), (Plugins::Hashes{{"one", hashOf("one")}, {"two", hashOf("two")}}));
     plugins->setPath("/no/such/folder");
     EXPECT_TRUE(plugins->getPluginHashes().empty());
-    plugins->executeBootstrapScripts(true);
 }
 
 TEST_F(PluginsTest, AllPathsComeBeforeAllAutoexecsBeforeAllMains) {
@@ -65,16 +64,12 @@ TEST_F(PluginsTest, AllPathsComeBeforeAllAutoexecsBeforeAllMains) {
 }
 
 TEST_F(PluginsTest, OnlyTheChosenOnesStartAndMainsStayAwayUnlessAskedFor) {
-    folder.write("a/autoexec.sq", "trace += \"a\"");
-    folder.write("b/autoexec.sq", "trace += \"b\"");
+    for (const std::string name : {"a", "b"})
+        folder.write(name + "/autoexec.sq", "trace += \"" + name + "\"");
     folder.write("b/main.sq", "trace += \"main\"");
-    folder.write("b/resources/hello.txt", "hello");
-    LogCapture capture;
     plugins->executeBootstrapScripts(Plugins::Hashes{{"b", 0}}, false);
     EXPECT_EQ(trace(), "b");
     EXPECT_FALSE(vm().threadsActive());
-    EXPECT_TRUE(capture.take().empty());
-    EXPECT_TRUE(system().getResourceLocator()->hasResource("hello.txt"));
 }
 
 TEST_F(PluginsTest, AListOfHashesLetsOnlyUnchangedPluginsStart) {
