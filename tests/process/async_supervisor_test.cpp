@@ -1,12 +1,8 @@
 // Supervised workers; `cat` is a worker that sends every packet back and ignores Terminate.
-#include <tests/process/process_fixture.h>
-
-#include <qel/process/async_supervisor.h>
-#include <qel/process/process_protocol.h>
+#include <tests/process/counting_supervisor.h>
 
 #include <gmock/gmock.h>
 
-#include <atomic>
 #include <csignal>
 #include <memory>
 #include <vector>
@@ -18,52 +14,6 @@ namespace qel::test {
 namespace {
 
 using namespace testing;
-
-/// Counts what happens.
-class Supervisor : public AsyncSupervisor {
-public:
-    explicit Supervisor(const std::string& path) : AsyncSupervisor(path) { disableSmartPointers(); }
-    ~Supervisor() override { terminate(); }
-
-    using AsyncSupervisor::enqueuePacket;
-    using AsyncSupervisor::getProcess;
-    using AsyncSupervisor::m_arguments;
-    using AsyncSupervisor::restartWorker;
-    using AsyncSupervisor::start;
-    using AsyncSupervisor::terminate;
-    using AsyncSupervisor::tick;
-
-    void enqueue(int64 index) {
-        const SmartPointer<Packet> packet(new Packet(ProcessProtocol::PluginsHashes, 0));
-        packet->setInteger("index", index);
-        enqueuePacket(packet.get());
-    }
-    std::vector<int64> received() const {
-        const MutexLock lock(m_mutex);
-        return m_received;
-    }
-
-    std::atomic<int> started{0};
-    std::atomic<int> quit{0};
-    std::atomic<int64> workerId{0};
-
-private:
-    void onSubprocessStarted() override {
-        workerId = getProcess()->getProcessId();
-        ++started;
-        enqueue(started);
-    }
-    void onSubprocessQuit() override { ++quit; }
-    void onPacket(Packet* packet) override {
-        const MutexLock lock(m_mutex);
-        m_received.push_back(packet->fit(ProcessProtocol::PluginsHashes) ? packet->getInteger("index") : -1);
-    }
-
-    mutable Mutex m_mutex;
-    std::vector<int64> m_received QEL_GUARDED_BY(m_mutex);
-};
-
-constexpr const char* kQuit = "subprocess quit unexpectedly, restarting";
 
 class Supervision : public ProcessFixture {
 protected:
@@ -128,19 +78,6 @@ TEST_F(Supervision, WhatAWorkerSentBeforeItDiedIsDelivered) {
     roundsUntil(supervisor, [&] { return supervisor.quit == 1; });
     EXPECT_THAT(supervisor.received(), ElementsAre(1, 1));
     EXPECT_EQ(capture.take().size(), 1 + 1000 + 1u);
-}
-
-TEST_F(Supervision, AHangingWorkerIsReplacedOnDemand) {
-    Supervisor supervisor("/bin/cat");
-    supervisor.tick();
-    kill(static_cast<pid_t>(supervisor.workerId), SIGSTOP);
-    supervisor.tick();
-    supervisor.restartWorker();
-    supervisor.tick();
-    EXPECT_EQ(supervisor.quit, 1);
-    capture.expect(2, kQuit);
-    clock.advanceMs(2000);
-    roundsUntil(supervisor, [&] { return supervisor.received() == std::vector<int64>{2}; });
 }
 
 TEST_F(Supervision, ManyWorkersThatIgnoreTerminateStopInTheTimeOfOne) {
