@@ -24,9 +24,10 @@ qel::Vector<qel::SmartPointer<JsonRpcCall>> FinishedCalls::take() {
 }
 
 void FinishedCalls::close() {
-    const auto dropped = take(); // released outside the lock
+    qel::Vector<qel::SmartPointer<JsonRpcCall>> dropped; // released outside the lock
     const qel::MutexLock lock(m_mutex);
     m_isClosed = true;
+    dropped.swap(m_calls);
 }
 
 bool JsonRpcReply::put(std::size_t index, std::string part) {

@@ -23,7 +23,7 @@ qel::String asHex(qel::uint32 value) {
 }
 
 /// Adds "hash", the CRC-32C of the content as eight hexadecimal digits.
-qel::String hash(const qel::String& path, const Advance& advance, qel::Item& fields) {
+qel::String hash(const qel::String& path, const qel::String&, const Advance& advance, qel::Item& fields) {
     qel::SmartPointer<qel::FileStream> stream(new qel::FileStream(path.c_str(), true));
     qel::uint32 state = ~qel::uint32{0};
     for (;;) {
@@ -39,8 +39,8 @@ qel::String hash(const qel::String& path, const Advance& advance, qel::Item& fie
 }
 
 /// Writes a file under another name first, so that its own name always stands for a whole one.
-bool writeWhole(const qel::String& path, const qel::Buffer& content) {
-    const qel::String unfinished = path + ".part";
+bool writeWhole(const qel::String& path, const qel::String& mark, const qel::Buffer& content) {
+    const qel::String unfinished = path + "." + mark + ".part";
     const bool isWhole = qel::File::writeFile(unfinished, content.getConstByteSpan()) &&
                          qel::File::getFileSize(unfinished) == content.getSize();
     if (isWhole && qel::File::moveFile(unfinished, path)) return true;
@@ -50,7 +50,8 @@ bool writeWhole(const qel::String& path, const qel::Buffer& content) {
 
 /// Writes the file beside itself as one zstd frame, with the extension ".zst". Adds "output" and
 /// "compressed", the path and the size of that.
-qel::String compress(const qel::String& path, const Advance& advance, qel::Item& fields) {
+qel::String compress(const qel::String& path, const qel::String& mark, const Advance& advance,
+                     qel::Item& fields) {
     qel::Buffer content;
     if (!content.loadFromFile(path.c_str(), false, false)) return cannot("read", path);
     const size_t half = content.getSize() / 2;
@@ -59,7 +60,7 @@ qel::String compress(const qel::String& path, const Advance& advance, qel::Item&
     if (!qel::util::compress(content.getConstByteSpan(), frame)) return cannot("compress", path);
     if (!advance(content.getSize() - half)) return kEnded;
     const qel::String output = path + ".zst";
-    if (!writeWhole(output, frame)) return cannot("write", output);
+    if (!writeWhole(output, mark, frame)) return cannot("write", output);
     fields.add("output").add(output).add("compressed").add(frame.getSize());
     return {};
 }

@@ -17,6 +17,7 @@ namespace qelworker {
 namespace {
 
 constexpr qel::uint32 kReportPauseMs = 100;
+constexpr size_t kRandomDigits = 48; // from here on the digits of an identifier are random
 
 qel::SmartPointer<qel::Packet> newPacket(const qel::PacketScheme* scheme) {
     return new qel::Packet(scheme, 0);
@@ -95,6 +96,7 @@ qel::String JobRunner::work(const Job& job, Progress& progress, qel::Item& resul
     const FileWork workOnFile = workOfKind(job.kind);
     if (!workOnFile) return "unknown kind of job '" + job.kind + "'";
     if (job.files.empty()) return "a job without files";
+    const qel::String mark = job.id.toString().substr(kRandomDigits);
     const size_t list = result.openSubItem();
     for (const qel::String& file : job.files) {
         if (!isFile(file)) return "no such file '" + file + "'";
@@ -102,7 +104,7 @@ qel::String JobRunner::work(const Job& job, Progress& progress, qel::Item& resul
         fields.add("file").add(file);
         const qel::uint64 before = progress.done();
         const auto advance = [&progress](qel::uint64 bytes) { return progress.advance(bytes); };
-        const qel::String error = workOnFile(file, advance, fields);
+        const qel::String error = workOnFile(file, mark, advance, fields);
         if (!error.empty()) return error;
         fields.add("bytes").add(progress.done() - before);
         result.addPrefix(qel::Item::kTablePrefix).add(fields);

@@ -84,6 +84,7 @@ TEST_F(WorkerTest, HashesAndCompressesTheFilesOfAJob) {
                                 "\",\"hash\":\"00000000\"}]");
     const std::string content(100'000, 'x');
     const std::string large = folder.write("large", content);
+    folder.makeFolder("large.zst.part"); // another job's
     send(makeJob(2, "compress", {large}));
     const std::string json = result(2, 100'000);
     EXPECT_THAT(json, HasSubstr("\"output\":\"" + large + ".zst\""));
@@ -91,7 +92,7 @@ TEST_F(WorkerTest, HashesAndCompressesTheFilesOfAJob) {
     Buffer unpacked;
     EXPECT_TRUE(unpacked.loadFromFile((large + ".zst").c_str(), false, true));
     EXPECT_EQ(unpacked.getConstByteSpan().asText(), content);
-    EXPECT_FALSE(folder.has("large.zst.part"));
+    EXPECT_FALSE(folder.has("large.zst.0000000000000000.part"));
 }
 
 TEST_F(WorkerTest, TellsWhyAJobCannotBeDoneAndGoesOn) {
@@ -115,7 +116,7 @@ TEST_F(WorkerTest, TellsWhyAJobCannotBeDoneAndGoesOn) {
         EXPECT_EQ(packet->getString("error"), error);
         EXPECT_TRUE(packet->get<GUID>("id") == kId && packet->getInteger("attempt") == 3);
     }
-    EXPECT_FALSE(folder.has("taken.zst.part"));
+    EXPECT_FALSE(folder.has("taken.zst.0000000000000000.part"));
     capture.take();
 }
 
