@@ -19,7 +19,7 @@ Server::Server(const Options& options) : m_records(options.data) {
     m_workers =
         std::make_unique<WorkerPool>(*m_jobs, m_records.statistics(), options.worker, options.workers);
     m_calls = std::make_unique<ServerCalls>(*m_rpc, m_records, *m_jobs, *m_workers);
-    m_records.options().registerRpcCalls(m_rpc.get());
+    registerCallsOfLibrary();
     m_records.beginPass();
     qel::logging::info() << "serving on " << options.socket << " with " << options.workers << " workers, "
                          << m_jobs->waitingCount() << " jobs wait";
@@ -31,6 +31,16 @@ bool Server::startRpc(const Options& options) {
     if (!rights) return false;
     m_rpc = std::make_unique<JsonRpcServer>(options.socket, std::move(*rights));
     return m_rpc->start();
+}
+
+void Server::registerCallsOfLibrary() {
+    m_records.options().registerRpcCalls(m_rpc.get());
+    m_update->delegateBackup.connect([this] { // what an installer finds on the disk is all there is
+        m_records.endPass(true);
+        m_records.beginPass();
+        return m_records.good();
+    });
+    m_update->registerRpcCalls(m_rpc.get());
 }
 
 Server::~Server() {

@@ -8,6 +8,9 @@
 #include "server_calls.h"
 #include "worker_pool.h"
 
+#include <qel/foundation/base/smart_pointer.h>
+#include <qel/rpc/update_mechanism.h>
+
 #include <memory>
 
 namespace qelserver {
@@ -31,12 +34,14 @@ public:
 
 private:
     bool startRpc(const Options& options);
+    void registerCallsOfLibrary();
 
     Records m_records;
     std::unique_ptr<JobBoard> m_jobs;
     std::unique_ptr<WorkerPool> m_workers;
     std::unique_ptr<JsonRpcServer> m_rpc;
     std::unique_ptr<ServerCalls> m_calls;
+    const qel::SmartPointer<qel::UpdateMechanism> m_update{new qel::UpdateMechanism()};
 };
 
 } // namespace qelserver
