@@ -12,9 +12,9 @@ class QEL_API DeferredDeletion : public Object {
     QEL_CLASS(DeferredDeletion, Object)
 
 public:
-    /// Takes a file, link or folder that must go.
+    /// Takes a file, link or folder that must go; File and Directory give its absolute path.
     /// @param origin  who wanted the deletion, a tag such as "[cache][clean]".
-    /// @threads main, for all callers that delete asynchronously; else the thread that failed to delete.
+    /// @threads main, whichever thread failed to delete; any thread while there is no System.
     virtual void addPath(const char* path, const char* origin) = 0;
 };
 

@@ -15,11 +15,12 @@ using DeleteFunction = bool (*)(SmartCStr path, bool silent);
 String hostPath(SmartCStr path);
 /// Deletes a folder with everything in it; a link or file is refused. A DeleteFunction.
 bool deleteTree(SmartCStr path, bool silent);
-/// Tries @p deletion; hands @p path as it stands to the DeferredDeletion when it fails: what could not be
-/// deleted exists under this very name. @return whether it is gone.
+/// Tries @p deletion; when it fails, hides @p path, made absolute, and hands it to the DeferredDeletion on
+/// the main thread. Its separators stay: what could not be deleted exists under this very name.
+/// @return whether it is gone.
 bool deleteNowOrLater(DeleteFunction deletion, SmartCStr origin, SmartCStr path, bool silent);
-/// Hides @p path, if it exists as it stands, and leaves @p deletion to the delete-IO queue; without a System
-/// it is done now.
+/// Hides @p path, made absolute, if it exists as it stands, and leaves @p deletion to the delete-IO queue;
+/// without a System it is done now.
 void deleteAsyncOrLater(DeleteFunction deletion, SmartCStr origin, const String& path, bool silent);
 
 /// Deletes a file or link by its name in @p folder. A name that is write-protected gets a second try with the

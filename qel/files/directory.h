@@ -77,8 +77,8 @@ public:
     static bool deleteDirectoryRecursively(SmartCStr path);
     /// Deletes everything in a folder, but not the folder. @return whether it is empty now.
     static bool deleteDirectoryContentsRecursively(SmartCStr path);
-    /// As deleteDirectoryRecursively(); on failure the path goes onto the filesystem blacklist and to the
-    /// DeferredDeletion. @param origin  who wants it, a tag such as "[cache][clean]".
+    /// As deleteDirectoryRecursively(); a failure is treated as by File::deleteFileNowOrLater().
+    /// @param origin  who wants it, a tag such as "[cache][clean]".
     static bool deleteDirectoryRecursivelyNowOrLater(SmartCStr origin, SmartCStr path, bool silent = false);
     /// Puts an existing path onto the filesystem blacklist at once and deletes the tree on the delete-IO
     /// queue.

@@ -139,7 +139,8 @@ public:
     /// Deletes a file or link, never a folder. A file without write permission in a folder without it gets
     /// a second try after both were granted. @return whether it is gone; true also when there was none.
     static bool deleteFile(SmartCStr path, bool silent = false);
-    /// As deleteFile(); on failure the path goes onto the filesystem blacklist and to the DeferredDeletion.
+    /// As deleteFile(); on failure the absolute path goes onto the filesystem blacklist and, from another
+    /// than the main thread in a main-queue task, to the DeferredDeletion.
     /// @param origin  who wants it, a tag such as "[cache][clean]". @return whether it is gone now.
     static bool deleteFileNowOrLater(SmartCStr origin, SmartCStr path, bool silent = false);
     /// Puts an existing path onto the filesystem blacklist at once and deletes it on the delete-IO queue, in

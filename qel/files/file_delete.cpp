@@ -1,5 +1,6 @@
 #include <qel/files/file.h>
 
+#include <qel/files/absolute_path_p.h>
 #include <qel/files/deferred_deletion.h>
 #include <qel/files/deletion_p.h>
 #include <qel/files/whole_io_p.h>
@@ -47,12 +48,18 @@ void addToDeferredDeletion(const String& path, const String& origin) {
         deferred->addPath(path.c_str(), origin.c_str());
 }
 
+// The list belongs to the main thread.
+void handOn(const String& path, const String& origin) {
+    System* system = Object::system();
+    if (!system || system->isMainThread()) return addToDeferredDeletion(path, origin);
+    auto task = [origin, path] { addToDeferredDeletion(path, origin); };
+    system->getGlobalMainQueue()->pushTask(new TaskQueue::LambdaNoContextTask(task), 0);
+}
+
 // The path stays hidden when the deletion is only put off.
 void deleteHidden(DeleteFunction deletion, const String& origin, const String& path, bool silent) {
-    System* system = Object::system();
-    if (deletion(path, silent)) return system->removePathFromFilesystemBlacklist(path);
-    auto handOver = [origin, path] { addToDeferredDeletion(path, origin); };
-    system->getGlobalMainQueue()->pushTask(new TaskQueue::LambdaNoContextTask(handOver), 0);
+    if (deletion(path, silent)) return Object::system()->removePathFromFilesystemBlacklist(path);
+    handOn(path, origin);
 }
 
 } // namespace
@@ -65,10 +72,10 @@ String hostPath(SmartCStr path) {
 
 bool deleteNowOrLater(DeleteFunction deletion, SmartCStr origin, SmartCStr path, bool silent) {
     if (deletion(path, silent)) return true;
-    auto* deferred = dynamic_cast<DeferredDeletion*>(Object::getSingletonObject("deleteLater"));
-    if (!deferred) return false;
-    if (System* system = Object::system()) system->addPathToFilesystemBlacklist(path);
-    deferred->addPath(path, origin);
+    if (!Object::getSingletonObject("deleteLater")) return false;
+    const String absolute = absolutePath(path);
+    if (System* system = Object::system()) system->addPathToFilesystemBlacklist(absolute);
+    handOn(absolute, origin);
     return false;
 }
 
@@ -79,9 +86,10 @@ void deleteAsyncOrLater(DeleteFunction deletion, SmartCStr origin, const String&
         deletion(path, silent);
         return;
     }
-    system->addPathToFilesystemBlacklist(path);
-    auto task = [deletion, origin = String(origin), path, silent] {
-        deleteHidden(deletion, origin, path, silent);
+    const String absolute = absolutePath(path); // the working folder may be another when its turn comes
+    system->addPathToFilesystemBlacklist(absolute);
+    auto task = [deletion, origin = String(origin), absolute, silent] {
+        deleteHidden(deletion, origin, absolute, silent);
     };
     system->getGlobalDeleteIOQueue()->pushTask(new TaskQueue::LambdaNoContextTask(task), 0);
 }

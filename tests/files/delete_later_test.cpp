@@ -4,6 +4,8 @@
 #include <qel/store/core/memory_store.h>
 #include <tests/files/file_fixture.h>
 
+#include <thread>
+
 namespace qel {
 namespace {
 
@@ -63,7 +65,12 @@ TEST_F(DeleteLaterTest, WhatCannotBeDeletedIsTriedAgainAlsoAfterARestart) {
     {
         test::FailingFiles files(0, std::errc::device_or_resource_busy, test::FailingFiles::Duration::ForGood,
                                  platform::FileOperation::Remove);
-        EXPECT_FALSE(File::deleteFileNowOrLater("[test]", file, true));
+        const fs::path before = fs::current_path();
+        fs::current_path(folder.path());
+        std::thread([] { EXPECT_FALSE(File::deleteFileNowOrLater("[test]", "file", true)); }).join();
+        fs::current_path(before);
+        EXPECT_TRUE(entries().empty()) << "the list belongs to the main thread";
+        passAfter(1);
         EXPECT_EQ(hiddenPaths(), std::set<std::string>{file});
         for (int tries = 0; tries < 5; ++tries) {
             if (tries == 2) makeList();

@@ -19,6 +19,7 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <thread>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -103,6 +104,8 @@ public:
     /// Stops everything and deletes the System. initialize() works again afterwards.
     /// @errors logged, and nothing is torn down, when there is no System or others still hold references.
     static void deinitialize();
+    /// Whether this is the main thread: that which called initialize(). @threads any thread.
+    bool isMainThread() const { return std::this_thread::get_id() == m_mainThread; }
 
     /// The host's application, made by the factory on first use and held until clearApplication().
     Application* getApplication();
@@ -463,7 +466,8 @@ public:
 
     // --- files hidden while they are being deleted (files/system_blacklist.cpp) -----------------------
 
-    /// Hides @p path, whose deletion is under way. @threads any thread.
+    /// Hides @p path, whose deletion is under way. The library's own calls hide absolute paths.
+    /// @threads any thread.
     void addPathToFilesystemBlacklist(SmartCStr path);
     /// Shows @p path again. @threads any thread.
     void removePathFromFilesystemBlacklist(SmartCStr path);
@@ -608,6 +612,7 @@ private:
         size_t operator()(const String& text) const { return static_cast<size_t>(text.hash()); }
     };
 
+    const std::thread::id m_mainThread = std::this_thread::get_id();
     std::array<Mutex, 256> m_hashedMutexes;
     WeakPointer<Object> m_keyboardReceiver;
     int m_lastKeyboardLayout = 0;
