@@ -54,7 +54,7 @@ String SqliteConnection::open(const char* path) {
     platform::FileStatus status;
     if (fault.empty() && platform::readStatus(status, path)) fault = "no file";
     if (fault.empty() && status.size > 0) fault = checkHead();
-    if (fault.empty()) fault = lock(status.size == 0);
+    if (fault.empty()) fault = lock();
     if (fault.empty()) fault = checkLayout();
     if (fault.empty() && size() <= SqliteStore::kCheckedBytes) fault = check();
     if (fault.empty()) fault = startLog();
@@ -87,21 +87,26 @@ String SqliteConnection::checkHead() {
 }
 
 // A new file gets its layout in one step with a rollback journal, so that whoever finds bytes in the file
-// finds a head that tells whose it is.
-String SqliteConnection::lock(bool isNew) {
+// finds a head that tells whose it is. Whether it is new is told by its content: a process killed in that
+// step leaves bytes that the lock takes back.
+String SqliteConnection::lock() {
     for (const int distrusted :
          {SQLITE_DBCONFIG_ENABLE_TRIGGER, SQLITE_DBCONFIG_ENABLE_VIEW, SQLITE_DBCONFIG_TRUSTED_SCHEMA})
         sqlite3_db_config(m_database, distrusted, 0, nullptr);
     sqlite3_db_config(m_database, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
     SqliteCode code = execute("PRAGMA locking_mode=EXCLUSIVE; PRAGMA cell_size_check=ON; "
                               "PRAGMA temp_store=MEMORY; PRAGMA cache_size=-16384; BEGIN EXCLUSIVE");
-    if (code == SQLITE_OK && isNew) {
+    if (code == SQLITE_OK && isNew()) {
         code = execute(fmt::format("PRAGMA application_id={}; PRAGMA user_version={}; {}", kApplicationId,
                                    kLayoutVersion, kLayout)
                            .c_str());
     }
     if (code == SQLITE_OK) code = execute("COMMIT");
     return code == SQLITE_OK ? String() : reason(code);
+}
+
+bool SqliteConnection::isNew() {
+    return readNumber("PRAGMA application_id") == 0 && readNumber("SELECT count(*) FROM sqlite_schema") == 0;
 }
 
 String SqliteConnection::checkLayout() {

@@ -73,7 +73,8 @@ public:
 private:
     String openFile(const char* path);
     String checkHead();
-    String lock(bool isNew);
+    String lock();
+    bool isNew();
     String checkLayout();
     String startLog();
     String reason(SqliteCode code) const;

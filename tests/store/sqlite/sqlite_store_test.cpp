@@ -149,6 +149,19 @@ TEST_F(SqliteStoreTest, NeverChangesAFileThatIsNotItsOwn) {
     expectOpenFails("no path");
 }
 
+TEST_F(SqliteStoreTest, AFileWhoseMakerWasKilledIsMadeAnew) {
+    open();
+    store.reset();
+    scratch.write("data.store", scratch.read("data.store").replace(18, 2, "\1\1")); // as before the first log
+    std::string journal = "\xD9\xD5\x05\xF9\x20\xA1\x63\xD7\0\0\0\0rand\0\0\0\0\0\0\2\0\0\0\x10\0"s;
+    journal.resize(512); // says that there was no page
+    scratch.write("data.store-journal", journal);
+    open();
+    store->set(Item("a"), Item(1));
+    store.reset();
+    EXPECT_EQ(contentOf(path), "{<STR:a>} {<INT:1>}\n");
+}
+
 TEST_F(SqliteStoreTest, DamageAnywhereEndsInARefusalOrInOtherValues) {
     open();
     for (int i = 0; i < 2000; ++i) store->set(Item(i).add(std::string(20 + i % 50, 'k')), Item(i));
