@@ -13,7 +13,7 @@ namespace {
 /// Kept out of the way of what good packets run through.
 template <typename... Parts>
 [[gnu::cold, gnu::noinline]] bool refuse(const Parts&... parts) {
-    logging::MessageStream line(2, 2);
+    auto line = logging::warning();
     line << "invalid packet received (";
     (line << ... << parts);
     line << ")";

@@ -4,8 +4,11 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <memory>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace qel::internal {
 
@@ -120,20 +123,22 @@ void SqliteStoreData::removeByQuestion(const Item& first, const Item& last) {
 void SqliteStoreData::eraseEqual(const Item& key) {
     m_orderKey.assign(key);
     if (!m_orderKey.isQuestion()) {
-        erase();
+        erase(m_orderKey.bytes());
         return;
     }
-    while (good() && findEqual(key)) {
-        m_orderKey.assign(view(m_up.key()));
-        if (!erase()) return;
-        m_orderKey.assign(key);
+    std::vector<std::string> places; // a write would end the walk
+    visitEqual(key, [&places](const Item& equal) {
+        places.emplace_back(OrderKey(equal).bytes());
+        return true;
+    });
+    for (const std::string& place : places) {
+        if (!erase(place)) return;
     }
 }
 
-/// Erases what is at the place of m_orderKey.
-bool SqliteStoreData::erase() {
-    m_erase.bind(1, ConstByteSpan::fromText(m_orderKey.bytes()));
-    return write(m_erase, m_orderKey.bytes().size());
+bool SqliteStoreData::erase(std::string_view place) {
+    m_erase.bind(1, ConstByteSpan::fromText(place));
+    return write(m_erase, place.size());
 }
 
 void SqliteStoreData::commit() {
@@ -245,18 +250,32 @@ bool SqliteStoreData::prev(const Item& key, Item& out) {
 // Keys that begin as a question does lie together. Among them those that are smaller, equal and greater than
 // it may lie mixed, so each is compared. m_orderKey is the question's and is changed.
 
-/// Puts m_up on the first key that is equal to @p question.
-bool SqliteStoreData::findEqual(const Item& question) {
+/// Calls @p visit(key) for each key that is equal to @p question. When that returns false m_up stays there.
+template <typename Visit>
+void SqliteStoreData::visitEqual(const Item& question, const Visit& visit) {
     SqliteCode error = SQLITE_OK;
     bool isRow = m_up.seek(m_orderKey.fixedPart(), SqliteCursor::Start::At, error);
     const std::string_view end = m_orderKey.turnIntoEndOfFixedPart();
     for (; isRow; isRow = m_up.step(error)) {
         const Item key = view(m_up.key());
-        if (Item::compare(key, question) == 0) return true;
-        if (!end.empty() && OrderKey(key).bytes() >= end) break;
+        if (Item::compare(key, question) == 0) {
+            if (!visit(key)) return;
+        } else if (!end.empty() && OrderKey(key).bytes() >= end) {
+            break;
+        }
     }
     m_up.reset();
-    return found(false, error);
+    found(false, error);
+}
+
+/// Puts m_up on the first key that is equal to @p question. @return whether there is one.
+bool SqliteStoreData::findEqual(const Item& question) {
+    bool isThere = false;
+    visitEqual(question, [&isThere](const Item&) {
+        isThere = true;
+        return false;
+    });
+    return isThere;
 }
 
 bool SqliteStoreData::nextOfQuestion(const Item& question, Item& out) {
@@ -287,7 +306,7 @@ void SqliteStoreData::closeDamaged(const String& fault) {
 }
 
 int64 SqliteStoreData::size() {
-    return good() ? m_connection.size() : 0;
+    return good() ? std::max<int64>(m_connection.size(), 0) : 0;
 }
 
 bool SqliteStoreData::verify() {

@@ -39,7 +39,7 @@ private:
 
     bool write(SqliteStatement& statement, size_t bytes);
     void store(const Item& key, const Item& value);
-    bool erase();
+    bool erase(std::string_view place);
     void eraseEqual(const Item& key);
     void removeByQuestion(const Item& first, const Item& last);
 
@@ -47,6 +47,8 @@ private:
     const Item* keep(ConstByteSpan value);
     const Item* find();
     bool give(SqliteCursor& cursor, Item& out);
+    template <typename Visit>
+    void visitEqual(const Item& question, const Visit& visit);
     bool findEqual(const Item& question);
     bool nextOfQuestion(const Item& question, Item& out);
     bool prevOfQuestion(const Item& question, Item& out);
