@@ -29,9 +29,16 @@ const Item* CacheStore::get(const Item& key) {
     if (m_data->order.isQuestion()) return askBacking(key, m_data->answer);
     bool isNew;
     auto& entry = m_data->values.access(key, m_data->order.bytes(), isNew);
-    if (isNew) return askBacking(key, entry.value);
-    ++m_hits;
-    return entry.value.getStore() ? &entry.value : nullptr;
+    if (!isNew) {
+        ++m_hits;
+        return entry.value.getStore() ? &entry.value : nullptr;
+    }
+    try {
+        return askBacking(key, entry.value);
+    } catch (...) {
+        m_data->values.clear(); // the entry has no value of this key
+        throw;
+    }
 }
 
 /// Gets a value from the store behind. @return @p value; null, with @p value without a store, if there is
@@ -50,16 +57,13 @@ const Item* CacheStore::askBacking(const Item& key, Item& value) {
 }
 
 void CacheStore::set(const Item& key, const Item& value) {
+    m_backing->set(key, value); // first: what it refuses with an exception isn't remembered
     m_data->order.assign(key);
-    if (m_data->order.isQuestion()) {
-        m_data->values.clear();
-    } else {
-        bool isNew;
-        auto& entry = m_data->values.access(key, m_data->order.bytes(), isNew);
-        entry.value = value;
-        entry.value.setStore(this);
-    }
-    m_backing->set(key, value);
+    if (m_data->order.isQuestion()) return m_data->values.clear();
+    bool isNew;
+    auto& entry = m_data->values.access(key, m_data->order.bytes(), isNew);
+    entry.value = value;
+    entry.value.setStore(this);
 }
 
 void CacheStore::remove(const Item& first, const Item& last) {

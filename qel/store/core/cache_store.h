@@ -16,7 +16,8 @@ struct CacheStoreData;
 /// and of absent ones that they are absent. Writes go through; questions of order go straight to the store
 /// behind.
 ///
-/// Nobody else may write to the store behind while a cache stands in front of it. In the long run nothing is
+/// Nobody else may write to the store behind while a cache stands in front of it, and what that store takes
+/// back by itself, as on a full disk, stays in the cache. In the long run nothing is
 /// allocated: entries are used again with their buffers.
 class QEL_API CacheStore : public Store {
     QEL_CLASS(CacheStore, Store)

@@ -145,10 +145,18 @@ TEST(MemoryStore, WritesBlobsAsPairsOfSubItemsAndLeavesOutWhatIsNone) {
     EXPECT_EQ(contentOf(refusing), "0801=0802 ");
 }
 
-/// Counts what it is asked for.
+/// Counts what it is asked for, or breaks off.
 struct Counting : MemoryStore {
-    const Item* get(const Item& key) override { return ++gets, MemoryStore::get(key); }
+    const Item* get(const Item& key) override {
+        if (isBroken) throw 1;
+        return ++gets, MemoryStore::get(key);
+    }
+    void set(const Item& key, const Item& value) override {
+        if (isBroken) throw 1;
+        MemoryStore::set(key, value);
+    }
     int gets = 0;
+    bool isBroken = false;
 };
 
 class CacheStoreTest : public testing::Test {
@@ -174,6 +182,16 @@ TEST_F(CacheStoreTest, RemembersPresentEmptyAndAbsentValues) {
     EXPECT_EQ(*cache.get(Item("absent")), Item(1));
     EXPECT_EQ(*backing->get(Item("absent")), Item(1));
     EXPECT_EQ(counts(), "8 2 3");
+}
+
+TEST_F(CacheStoreTest, RemembersNothingOfACallThatTheStoreBehindBrokeOff) {
+    backing->set(Item("a"), Item(1));
+    backing->isBroken = true;
+    EXPECT_THROW(cache.get(Item("a")), int);
+    EXPECT_THROW(cache.set(Item("a"), Item(2)), int);
+    backing->isBroken = false;
+    ASSERT_NE(cache.get(Item("a")), nullptr);
+    EXPECT_EQ(*cache.get(Item("a")), Item(1));
 }
 
 TEST_F(CacheStoreTest, ForgetsAllOnRollbackAndRemoveButNotOnCommit) {
