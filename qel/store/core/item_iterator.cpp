@@ -43,9 +43,9 @@ bool Item::Iterator::skip(int count) {
 }
 
 ValueType Item::Iterator::extract(Item& target) {
-    const ValueType type = getType();
-    if (type == ValueType::None) return type;
     const size_t size = elementSize();
+    if (size == 0) return ValueType::None;
+    const ValueType type = tag(); // before the target changes, which may be this Item
     target.setPlain(here(), size);
     advance(size);
     return type;

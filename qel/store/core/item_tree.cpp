@@ -14,7 +14,8 @@ namespace {
 /// Where the last element begins; -1 if there is none.
 int64 offsetOfLast(const Item& key) {
     int64 last = -1;
-    for (Item::Iterator it(key); it.hasNextElement(); it.skip()) last = it.getOffset();
+    Item::Iterator it(key);
+    for (int64 at = 0; it.skip(); at = it.getOffset()) last = at;
     return last;
 }
 
