@@ -117,8 +117,7 @@ public:
     /// Has the packet written as the first version of its scheme, which every reader knows.
     void disableVersioning();
 
-    // --- Fields: by name or Element; the overloads for an Element alone are the fastest
-    // ----------------------
+    // --- Fields: by name or Element, which is faster ------------------------------------------------------
 
     /// An integer of any declared width, with its sign; 0 for a field that is none.
     int64 getInteger(const PacketField& field) const { return getInteger(elementOf(field)); }
@@ -231,8 +230,7 @@ public:
     /// Makes room for elements; otherwise as allocateBuffer(), but a count of 0 empties a dynamic field.
     void* allocateInternal(const PacketField& field, uint32 count);
 
-    // --- Cargo: the raw bytes behind the fields of an unversioned packet
-    // --------------------------------------
+    // --- Cargo: the raw bytes behind the fields of an unversioned packet ----------------------------------
 
     /// The cargo; null when there is none. @owner valid until it is set or the packet dies.
     const uint8* getCargo() const { return m_cargo.bytes(); }
@@ -268,7 +266,7 @@ public:
     /// What updateCachedPayloadSize() noted last; 0 before.
     uint32 getCachedPayloadSize() const { return m_cachedPayloadSize; }
 
-    // --- Framings; defined in packet_text.cpp --------------------------------------------------------------
+    // --- Framings; defined in packet_text.cpp -------------------------------------------------------------
 
     /// The packet as one line of text: "PKTB16[", header and payload as upper-case hexadecimal digits, "]".
     String convertToBase16String() const;

@@ -3,6 +3,7 @@
 #include <qel/foundation/base/buffer.h>
 #include <qel/foundation/base/string_id.h>
 
+#include <algorithm>
 #include <limits>
 #include <new>
 
@@ -13,7 +14,7 @@ constexpr size_t kMaxPayload = std::numeric_limits<uint32>::max();
 
 /// The capacity for @p size bytes that do not fit.
 size_t grownCapacity(size_t size) {
-    return (size + size / 4 + 256) & ~size_t{15};
+    return std::max(size, (size + size / 4 + 256) & ~size_t{15}); // a sum that wrapped must not pass
 }
 
 uint8* checked(void* block) {

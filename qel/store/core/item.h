@@ -317,8 +317,7 @@ public:
     /// @return empty for what JSON has no form for. @errors text that is no UTF-8 is logged.
     String getJSON(bool pretty) const;
     /// Becomes one element (two for an object: its Prefix and its SubItem) made from JSON. A zero byte ends a
-    /// text. @return false for what is no JSON, is nested deeper than kMaxDepth;
-    /// logged.
+    /// text. @return false for what is no JSON or is nested deeper than kMaxDepth, which is logged.
     bool setJSON(const String& text);
 
     // --- A key in a store; defined in item_tree.cpp ------------------------------------------------------

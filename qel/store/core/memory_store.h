@@ -35,9 +35,8 @@ public:
 
     /// Always true.
     bool good() const override;
-    /// @errors for a key with a `Wildcard` or a NaN that equals no entry the error "memorystore, set of a key
-    /// with
-    ///         a wildcard or a nan" is logged.
+    /// @errors for a key with a `Wildcard` or a NaN that equals no entry the error
+    ///         "memorystore, set of a key with a wildcard or a nan" is logged.
     void set(const Item& key, const Item& value) override;
     const Item* get(const Item& key) override;
     void remove(const Item& first, const Item& last) override;
