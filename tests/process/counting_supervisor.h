@@ -27,6 +27,7 @@ public:
     explicit Supervisor(const std::string& path) : AsyncSupervisor(path) { disableSmartPointers(); }
     ~Supervisor() override { terminate(); }
 
+    using AsyncSupervisor::enqueuePacket;
     using AsyncSupervisor::m_arguments;
     using AsyncSupervisor::restartWorker;
     using AsyncSupervisor::start;
