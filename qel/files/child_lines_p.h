@@ -8,7 +8,7 @@ namespace qel::internal {
 
 /// Hands each line that waits on a child's standard output to @p takeOutput and on its standard error to
 /// @p takeError.
-/// @param isRunning  whether the child runs. Then the lines of one call are few enough for a pass of the main
+/// @param isRunning  whether the child runs. Then the lines of each stream are few enough for a pass of the main
 ///                   loop and the others wait. Behind its end all that it left is taken, which its pipes
 ///                   limit; what a descendant goes on to write is not waited for.
 /// @owner the caller holds @p process, since a function may let go of it.
@@ -16,14 +16,10 @@ template <typename TakeOutput, typename TakeError>
 void takeLines(Process& process, bool isRunning, TakeOutput takeOutput, TakeError takeError) {
     constexpr int kMostWhileRunning = 2048;
     constexpr int kMostBehindEnd = 0x100000; // as many as empty lines fit into a pipe
+    const int most = isRunning ? kMostWhileRunning : kMostBehindEnd;
     String line;
-    for (int left = isRunning ? kMostWhileRunning : kMostBehindEnd; left > 0; --left) {
-        const bool hasOutput = process.readLine(line);
-        if (hasOutput) takeOutput(line);
-        const bool hasError = process.readErrLine(line);
-        if (hasError) takeError(line);
-        if (!hasOutput && !hasError) return;
-    }
+    for (int count = 0; count < most && process.readLine(line); ++count) takeOutput(line);
+    for (int count = 0; count < most && process.readErrLine(line); ++count) takeError(line);
 }
 
 } // namespace qel::internal

@@ -1,5 +1,6 @@
 #include <qel/files/ini_parser.h>
 
+#include <qel/foundation/log/log_backend.h>
 #include <qel/store/core/item.h>
 #include <tests/files/file_fixture.h>
 
@@ -88,12 +89,18 @@ TEST_F(INIParserTest, AFileThatCannotBeUsedGivesFalseForEveryKey) {
     folder.write("large", std::string(INIParser::kMaxFileSize + 1, '\n'));
     folder.write("broken", "[a]\nno equals sign\n");
     EXPECT_TRUE(parse(std::string(INIParser::kMaxFileSize, '\n')).isValid());
+    const std::string good = folder.write("good", "[a]\nb=1\n");
+    int told = 0;
+    LogBackend::getSignalNewLogMessage().connect(
+        [&](int, const char*) { told += INIParser(good.c_str()).hasEntry("a:b"); });
     for (const char* name : {"missing", "pipe", "large", ".", "broken"}) {
         const INIParser ini(path(name).c_str());
         EXPECT_FALSE(ini.isValid() || ini.hasEntry("a:b")) << name;
         EXPECT_EQ(get<int>(&INIParser::getInteger, ini, "a:b", 1), std::nullopt) << name;
         EXPECT_EQ(get<double>(&INIParser::getFloat, ini, "a:b", 1.), std::nullopt) << name;
     }
+    LogBackend::unregisterBackend();
+    EXPECT_EQ(told, 4) << "listeners of the log may load files";
     log.expect(3, "iniparser: syntax error in " + path("broken") + " (2):\n-> no equals sign");
     EXPECT_EQ(log.take().size(), 3u) << "a missing file is no error";
 }
