@@ -8,7 +8,8 @@ namespace qel::internal {
 
 /// Hands each line that waits on a child's standard output to @p takeOutput and on its standard error to
 /// @p takeError.
-/// @param isRunning  whether the child runs. Then the lines of each stream are few enough for a pass of the main
+/// @param isRunning  whether the child runs. Then the lines of each stream are few enough for a pass of the
+/// main
 ///                   loop and the others wait. Behind its end all that it left is taken, which its pipes
 ///                   limit; what a descendant goes on to write is not waited for.
 /// @owner the caller holds @p process, since a function may let go of it.
