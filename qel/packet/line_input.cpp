@@ -12,8 +12,9 @@ namespace qel::internal {
 namespace {
 
 constexpr size_t kReadSize = 65536;
-/// Lines that the helper thread reads ahead at most.
-constexpr size_t kMaxWaitingLines = 64;
+/// With so many lines, or bytes of them, the helper thread has read ahead enough.
+constexpr size_t kEnoughLines = 64;
+constexpr size_t kEnoughBytes = size_t(16) << 20;
 
 } // namespace
 
@@ -54,6 +55,7 @@ bool LineInput::tryLine(String& line) {
     if (m_lines.empty()) return false;
     line = std::move(m_lines.front());
     m_lines.pop_front();
+    m_waitingBytes -= line.size();
     lock.unlock();
     m_changed.notify_all();
     return true;
@@ -68,12 +70,19 @@ void LineInput::runThread() {
         String line;
         const bool hasLine = readLine(line);
         MutexLock lock(m_mutex);
-        if (hasLine) m_lines.push_back(std::move(line));
+        if (hasLine) {
+            m_waitingBytes += line.size();
+            m_lines.push_back(std::move(line));
+        }
         m_hasEnded = m_isExhausted;
         m_changed.notify_all();
-        while (m_lines.size() >= kMaxWaitingLines && !m_isStopping) m_changed.wait(lock.standard());
+        while (hasReadEnoughLocked() && !m_isStopping) m_changed.wait(lock.standard());
         if (m_isStopping) return;
     }
+}
+
+bool LineInput::hasReadEnoughLocked() const {
+    return m_lines.size() >= kEnoughLines || m_waitingBytes >= kEnoughBytes;
 }
 
 bool LineInput::readLine(String& line) {

@@ -41,6 +41,7 @@ public:
 
 private:
     void runThread();
+    bool hasReadEnoughLocked() const QEL_REQUIRES(m_mutex);
     bool readLine(String& line);
     bool findLine(String& line);
     void takeLine(String& line, size_t size);
@@ -58,6 +59,7 @@ private:
     Mutex m_mutex;
     std::condition_variable m_changed;
     std::deque<String> m_lines QEL_GUARDED_BY(m_mutex);
+    size_t m_waitingBytes QEL_GUARDED_BY(m_mutex) = 0; // of these lines
     bool m_hasEnded QEL_GUARDED_BY(m_mutex) = false;
     bool m_isStopping QEL_GUARDED_BY(m_mutex) = false;
     std::thread m_thread;

@@ -180,8 +180,9 @@ const char* Packet::getCargoString() const {
 }
 
 void Packet::setCargo(const uint8* bytes, uint32 size, bool compressible) {
+    if (size == 0) return m_cargo.clear();
     auto block = std::make_unique_for_overwrite<uint8[]>(size);
-    if (size != 0) std::memcpy(block.get(), bytes, size);
+    std::memcpy(block.get(), bytes, size);
     m_cargo.take(std::move(block), size);
     m_cargo.hint(compressible);
 }

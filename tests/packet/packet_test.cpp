@@ -202,6 +202,7 @@ TEST(Packet, PutsCargoBehindTheFieldsOfAnUnversionedPacket) {
     packet.setCargo(std::array<uint8, 1>{'x'}.data(), 1);
     EXPECT_STREQ(packet.getCargoString(), "");
     packet.setCargo(ConstByteSpan());
+    EXPECT_EQ(packet.getCargo(), nullptr);
     EXPECT_STREQ(packet.getCargoString(), "");
     log.expect(3, "cargo string does not end with zero");
     log.expect(3, "string get on empty cargo array");
