@@ -74,15 +74,8 @@ TEST(PacketFile, TellsWhereARecordIsBroken) {
     const std::pair<std::string, const char*> files[] = {
         {std::string("\3\0\0", 3), "failed reading packet payloadSize"},
         {std::string("\0\0\0\1", 4), "failed reading packet unrealistic payloadSize=16777216"},
-        {std::string("\377\377\377\0"
-                     "1234567",
-                     11),
-         "failed reading packet header"},
-        {std::string("\377\377\377\0"
-                     "12345678"
-                     "xyz",
-                     15),
-         "failed reading payload"},
+        {std::string("\377\377\377\0header?", 11), "failed reading packet header"},
+        {std::string("\377\377\377\0a headerxyz", 15), "failed reading payload"},
     };
     for (const auto& [bytes, text] : files) {
         const ScratchFolder folder;
@@ -96,22 +89,20 @@ TEST(PacketFile, TellsWhereARecordIsBroken) {
 }
 
 TEST(PacketFile, ReadsLargePayloadsToTheirPlaceBetweenSmallOnes) {
+    const auto makePacket = [](uint32 size) {
+        const SmartPointer<Packet> packet(new Packet(size));
+        for (uint32 i = 0; i < size; ++i) packet->getPayload()[i] = static_cast<uint8>(i * 7 + size);
+        return packet;
+    };
     const ScratchFolder folder;
     FilePacketWriter writer(folder.path("packets").c_str());
     const FailingFiles slow(0, std::errc::interrupted, FailingFiles::Duration::Once);
-    for (const uint32 size : {10u, 65536u, 0u, 200000u, 65535u, 1u}) {
-        Packet packet(size);
-        for (uint32 i = 0; i < size; ++i) packet.getPayload()[i] = static_cast<uint8>(i * 7 + size);
-        writer.write(&packet);
-    }
+    const uint32 sizes[] = {10, 65536, 0, 200000, 65535, 1};
+    for (const uint32 size : sizes) writer.write(makePacket(size).get());
     writer.close();
     FilePacketReader reader(folder.path("packets").c_str());
-    for (const uint32 size : {10u, 65536u, 0u, 200000u, 65535u, 1u}) {
-        const SmartPointer<Packet> packet = reader.read();
-        ASSERT_EQ(packet->getPayloadSize(), size);
-        for (uint32 i = 0; i < size; ++i)
-            ASSERT_EQ(packet->getPayload()[i], static_cast<uint8>(i * 7 + size));
-    }
+    for (const uint32 size : sizes)
+        EXPECT_EQ(reader.read()->convertToBase16String(), makePacket(size)->convertToBase16String());
 }
 
 TEST(PacketFile, TakesNothingMoreAfterAFailedWrite) {

@@ -7,12 +7,16 @@
 namespace qel::test {
 
 /// Every entry in order as "key=value ", both in hexadecimal digits of their plain bytes.
-inline std::string dumpStore(Store& store) {
-    std::string text;
+inline std::string contentOf(Store& store) {
+    std::string content;
     Item key;
-    for (bool more = store.first(key); more; more = store.next(key, key))
-        text += key.getBase16() + "=" + store.get(key)->getBase16() + " ";
-    return text;
+    for (bool found = store.first(key); found; found = store.next(key, key)) {
+        const Item* const value = store.get(key);
+        content += key.getBase16() + "=" + (value ? value->getBase16() : String("gone")) + " ";
+        if (key.getStore() != &store || !value || value->getStore() != &store)
+            content += "(not of the store) ";
+    }
+    return content;
 }
 
 } // namespace qel::test

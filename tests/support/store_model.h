@@ -5,6 +5,7 @@
 #include <qel/store/core/memory_store.h>
 #include <qel/store/core/order_key.h>
 #include <qel/store/core/store.h>
+#include <tests/support/store_dump.h>
 
 #include <functional>
 #include <limits>
@@ -75,19 +76,6 @@ private:
 
     std::vector<Map<Item, Item>> m_layers{1};
 };
-
-/// Every entry of a store, its bytes as hexadecimal digits.
-inline std::string contentOf(Store& store) {
-    std::string content;
-    Item key;
-    for (bool found = store.first(key); found; found = store.next(key, key)) {
-        const Item* const value = store.get(key);
-        content += key.getBase16() + "=" + (value ? value->getBase16() : String("gone")) + " ";
-        if (key.getStore() != &store || !value || value->getStore() != &store)
-            content += "(not of the store) ";
-    }
-    return content;
-}
 
 /// One thing to do with a store; done with two stores that hold the same, it gives the same answer.
 struct StoreOperation {

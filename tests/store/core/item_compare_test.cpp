@@ -111,37 +111,6 @@ TEST(ItemOrder, FixesTheOrderedBytesUpToAWildcardOrNaN) {
     }
 }
 
-TEST(ItemOrder, RanksTypesByTheirTags) {
-    const Item ascending[] = {Item(),
-                              Item(INT64_MIN),
-                              Item(-1),
-                              Item(300),
-                              Item().addFloat(-1e300),
-                              Item().addFloat(2.5),
-                              Item().addFloat(INFINITY),
-                              Item(""),
-                              Item("a"),
-                              Item("a").addMeta(),
-                              Item("a").addEnd(),
-                              Item("ab"),
-                              Item().addBuffer(nullptr, 0),
-                              Item().addPointer(Item("z")),
-                              Item().add(Item()),
-                              Item().add(Item("q")),
-                              Item(GUID()),
-                              Item(Item::NILType),
-                              Item(Item::NILType).addNIL(),
-                              Item().addPrefix("a"),
-                              Item().addFalse(),
-                              Item().addTrue(),
-                              Item().addMeta(),
-                              Item().addReferee(nullptr, 0),
-                              Item().addEnd()};
-    for (const Item* item = std::begin(ascending); item + 1 != std::end(ascending); ++item) {
-        EXPECT_LT(item[0], item[1]) << item->asString();
-    }
-}
-
 TEST(ItemOrder, TakesANaNForEveryNumber) {
     const Item nan(Item().addFloat(NAN));
     EXPECT_EQ(nan, Item().addFloat(1.0));

@@ -54,7 +54,7 @@ struct LogDBTest : testing::Test {
 TEST_F(LogDBTest, KeepsItsLinesInTheFormThatIsDocumented) {
     log->setMaxNumLines(0);
     add(5, "hi");
-    EXPECT_EQ(test::dumpStore(*store),
+    EXPECT_EQ(test::contentOf(*store),
               "= 036C6F6700= 036C6F6700036461746100= 036C6F67000364617461000800=080503686900 "
               "036C6F6700036669727374506F7300=0800 036C6F670003706F7300=0801 ");
 }

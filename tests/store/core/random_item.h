@@ -3,8 +3,11 @@
 
 #include <qel/store/core/item.h>
 
+#include <cstring>
 #include <limits>
 #include <random>
+#include <utility>
+#include <vector>
 
 namespace qel::test {
 
@@ -24,69 +27,48 @@ public:
 
 private:
     void add(Item& item, int depth) {
-        static const char* const kTexts[] = {"", "a", "ab", "b", "\xFF", "a\x01"};
-        static const double kNumbers[] = {0.0,  -0.0,  1.5,
-                                          -1.5, 1e300, -std::numeric_limits<double>::infinity()};
-        static const uint8 kBytes[] = {0, 0, 0xFF, 0, 1, 0x41};
-        const size_t first = below(3), count = below(4);
-        switch (below(m_wildcards ? 16 : 15)) {
-        case 0:
-            item.addInteger(integer());
-            break;
-        case 1:
-            item.addInteger64(integer());
-            break;
-        case 2:
-            item.addFloat(kNumbers[below(6)]);
-            break;
-        case 3:
-        case 4:
-            item.addString(kTexts[below(6)]);
-            break;
-        case 5:
-            item.addPrefix(kTexts[below(6)]);
-            break;
-        case 6:
-            item.addBuffer(kBytes + first, count);
-            break;
-        case 7:
-            item.addPointer(kBytes + first, count);
-            break;
-        case 8:
-            item.addReferee(kBytes + first, count);
-            break;
-        case 9:
-        case 10:
-            item.add(depth < 3 ? list(depth + 1) : Item());
-            break;
-        case 11:
-            item.addGUID(guid());
-            break;
-        case 12:
-            item.addNIL();
-            break;
-        case 13:
-            item.addBool(below(2) == 0);
-            break;
-        case 14:
-            below(2) == 0 ? item.addMeta() : item.addEnd();
-            break;
-        default:
+        static const std::vector<Item> kElements = elements();
+        const unsigned kind = below(m_wildcards ? 16 : 15);
+        if (kind == 15) {
             item.addWildcard();
-            break;
+        } else if (kind > 12) {
+            item.add(depth < 3 ? list(depth + 1) : Item());
+        } else {
+            item.concatItem(kElements[below(static_cast<unsigned>(kElements.size()))]);
         }
     }
 
-    int64 integer() {
-        static const int64 kIntegers[] = {0,    1,       -1,        255,       256,      -256,
-                                          -257, 1 << 20, 1LL << 40, INT64_MIN, INT64_MAX};
-        return kIntegers[below(11)];
-    }
-
-    GUID guid() {
-        GUID guid;
-        guid.bytes[below(2) * 31] = static_cast<uint8>(below(3) * 127);
-        return guid;
+    /// One of each that a list is made of.
+    static std::vector<Item> elements() {
+        std::vector<Item> elements;
+        for (const int64 value : {int64{0}, int64{1}, int64{-1}, int64{255}, int64{256}, int64{-256},
+                                  int64{-257}, int64{1} << 20, int64{1} << 40, INT64_MIN, INT64_MAX}) {
+            elements.push_back(Item(value));
+            elements.push_back(Item().addInteger64(value));
+        }
+        for (const double value : {0.0, -0.0, 1.5, -1.5, 1e300, -std::numeric_limits<double>::infinity()})
+            elements.push_back(Item().addFloat(value));
+        for (const char* text : {"", "a", "ab", "b", "\xFF", "a\x01"}) {
+            elements.push_back(Item(text));
+            elements.push_back(Item().addPrefix(text));
+        }
+        for (const char* bytes : {"", "\1", "\xFF", "\1A"}) {
+            const auto* const data = reinterpret_cast<const uint8*>(bytes);
+            for (const size_t count : {std::strlen(bytes), std::strlen(bytes) + 1}) {
+                elements.push_back(Item().addBuffer(data, count));
+                elements.push_back(Item().addPointer(data, count));
+                elements.push_back(Item().addReferee(data, count));
+            }
+        }
+        for (const auto& [at, value] : {std::pair{0, 0}, {0, 127}, {0, 254}, {31, 127}, {31, 254}}) {
+            GUID guid;
+            guid.bytes[static_cast<size_t>(at)] = static_cast<uint8>(value);
+            elements.push_back(Item(guid));
+        }
+        for (const Item& mark :
+             {Item().addNIL(), Item().addTrue(), Item().addFalse(), Item().addMeta(), Item().addEnd()})
+            elements.push_back(mark);
+        return elements;
     }
 
     /// A cut integer, an unknown tag, a text without its end, a Buffer larger than what follows.

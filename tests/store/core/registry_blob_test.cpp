@@ -23,7 +23,7 @@ TEST(RegistryBlob, HoldsAKeyAndAValueForEachEntryAndLoadsWhatStandsBeforeDamage)
         test::LogCapture capture;
         loaded = MemoryStore();
         EXPECT_TRUE(MemoryStore::loadFromWindowsRegistry(&loaded, "A\\B", "c"));
-        EXPECT_EQ(test::dumpStore(loaded), String(size < 15   ? ""
+        EXPECT_EQ(test::contentOf(loaded), String(size < 15   ? ""
                                                   : size < 30 ? "036100=0805 "
                                                               : "036100=0805 036200=0807 "));
         if (size % 15 != 0)

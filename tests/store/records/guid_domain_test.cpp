@@ -53,7 +53,7 @@ TEST_F(GUIDDomainTest, CountsInItsBitsStartsOverAndGoesOnFromWhereItWasFlushed) 
     for (const uint64 index : {1, 2, 3, 1})
         EXPECT_EQ(lowOf(system().generateGUIDDomain().guid), index << 4 | 0xB);
     passAfter(1); // flushes
-    EXPECT_EQ(test::dumpStore(*store),
+    EXPECT_EQ(test::contentOf(*store),
               "= 036775696400= 03677569640003626173652E6775696400=0A0B" + std::string(62, '0') +
                   " 03677569640003626173652E6E756D00=0804 03677569640003646F6D61696E4269747300=0802 "
                   "03677569640003646F6D61696E496E64657800=0802 03677569640003706572736F6E616C4269747300=0803 "

@@ -37,13 +37,13 @@ TEST_F(OptionsDBTest, KeepsAValueUntilItIsEmptiedAndTellsOfEachSetting) {
     add("speed", "7x");
     EXPECT_EQ(options->getValueAsInt("speed"), 7);
     for (const char* value : {"fast", "fast"}) EXPECT_TRUE(options->setValue("speed", value));
-    EXPECT_EQ(test::dumpStore(*store), "= 036F707400= 036F70740003737065656400=036661737400 ");
+    EXPECT_EQ(test::contentOf(*store), "= 036F707400= 036F70740003737065656400=036661737400 ");
     add("speed", "slow"); // takes the place of the first, with its value
     EXPECT_EQ(options->getAllDirectValuesAsItem().getDepth(), 2);
     EXPECT_EQ(options->getValue("speed"), "fast");
     EXPECT_TRUE(options->setValue("speed", ""));
     EXPECT_EQ(options->getValue("speed"), "slow");
-    EXPECT_EQ(test::dumpStore(*store), "= 036F707400= ");
+    EXPECT_EQ(test::contentOf(*store), "= 036F707400= ");
     EXPECT_EQ(told, "speedfast;speedfast;speed;");
 }
 
