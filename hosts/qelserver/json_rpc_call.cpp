@@ -10,6 +10,12 @@
 
 namespace qelserver {
 
+namespace {
+
+constexpr int kNoTransfer = 1;
+
+} // namespace
+
 FinishedCalls::FinishedCalls() = default;
 FinishedCalls::~FinishedCalls() = default;
 
@@ -59,10 +65,12 @@ JsonRpcCall::~JsonRpcCall() = default;
 void JsonRpcCall::run(const qel::RpcFunction& handler) {
     try {
         RpcContextInternal::run(handler, this);
+        if (hasEventHandlers()) callEventHandlers(this); // the transfer has failed
     } catch (const std::exception& exception) {
         m_hasThrown = true;
         qel::logging::error() << "rpc call '" << getMethodName() << "' threw: " << exception.what();
     }
+    if (hasEventHandlers()) finish(); // nothing will ever happen to it
 }
 
 bool JsonRpcCall::answer() {
@@ -83,8 +91,10 @@ qel::String JsonRpcCall::getFileTransferTargetPath(const char*) const {
 
 void JsonRpcCall::initiateFileTransfer(int, const qel::Vector<qel::Pair<qel::String, qel::String>>&) {}
 
-bool JsonRpcCall::getFileTransferStatus(int&, qel::String&) const {
-    return false;
+bool JsonRpcCall::getFileTransferStatus(int& code, qel::String& status) const {
+    code = kNoTransfer;
+    status = "the connection carries no files";
+    return true;
 }
 
 void JsonRpcCall::getRemotePaths(qel::Vector<qel::String>&) const {}

@@ -57,7 +57,9 @@ private:
     std::size_t m_missing;
 };
 
-/// The state of one call for its handler. Contexts keep it alive, and it its connection.
+/// The state of one call for its handler. Contexts keep it alive, and it its connection. No files are
+/// transferred: event handlers see the transfer fail as soon as the handler has returned, and a call whose
+/// event handlers wait on is finished.
 /// @threads main thread; finish() on any.
 class JsonRpcCall : public qel::Object, public qel::RpcContextInternal {
     QEL_CLASS(JsonRpcCall, qel::Object)

@@ -176,6 +176,24 @@ TEST_F(JsonRpcTest, HandlersThatFailOrForgetAreAnswered) {
     log.expect(3, "rpc call 'throw' threw: torn");
     EXPECT_EQ(exchange(peer, call("forget")), result("null", "1"));
     log.expect(3, "rpc call 'forget' ended without calling finish");
+    // No files are transferred, and handlers that wait for one don't keep the call open.
+    for (const bool waits : {false, true}) {
+        server->addRPC(
+            "transfer",
+            [waits](const RpcContext& context) {
+                context.initiateFileTransfer(1, {{"there", "here"}});
+                context.addEventHandler([waits](const RpcContext& event) {
+                    int code = 0;
+                    String status;
+                    if (event.getFileTransferStatus(code, status)) event.result().add(code);
+                    if (!waits) event.finish();
+                    return waits;
+                });
+            },
+            "", "");
+        EXPECT_EQ(exchange(peer, call("transfer", "[]")), result("1", "1"));
+        EXPECT_FALSE(server->isBusy());
+    }
 }
 
 TEST_F(JsonRpcTest, MessagesAreRefusedJustBeyondTheLimits) {
