@@ -8,10 +8,9 @@ namespace qel::internal {
 
 /// Hands each line that waits on a child's standard output to @p takeOutput and on its standard error to
 /// @p takeError.
-/// @param isRunning  whether the child runs. Then the lines of each stream are few enough for a pass of the
-/// main
-///                   loop and the others wait. Behind its end all that it left is taken, which its pipes
-///                   limit; what a descendant goes on to write is not waited for.
+/// @param isRunning  whether the child runs. Then no more lines of each stream are taken than suit a pass of
+///                   the main loop; the others wait. Behind its end all that it left is taken, which its
+///                   pipes limit; what a descendant goes on to write is not waited for.
 /// @owner the caller holds @p process, since a function may let go of it.
 template <typename TakeOutput, typename TakeError>
 void takeLines(Process& process, bool isRunning, TakeOutput takeOutput, TakeError takeError) {

@@ -17,17 +17,22 @@ constexpr int kInfoLevel = 1;
 constexpr int kErrorLevel = 3;
 /// A pass logs no more lines of a program's stream, so that a flood does not hold it up.
 constexpr int kLinesPerPass = 500;
+/// Passes in which all is read that a program left in its pipes, were it empty lines: what a descendant goes
+/// on to write is not waited for.
+constexpr int kMostPassesBehindEnd = 2 * 0x100000 / kLinesPerPass;
 
 /// A running program whose output goes to the log.
 struct RunningProgram {
     qel::SmartPointer<Process> process;
     int errorLevel;
+    int passesBehindEnd = 0;
 
     /// Logs what has come. @return whether the program has ended and all its lines are logged.
-    bool hasEnded() const {
+    bool hasEnded() {
         const bool runs = process->tick(); // first: what it wrote before its end can still be read behind it
-        const bool isDrained = logLines(&Process::readLine, kInfoLevel);
-        return logLines(&Process::readErrLine, errorLevel) && isDrained && !runs;
+        const bool hasOutput = !logLines(&Process::readLine, kInfoLevel);
+        const bool hasErrors = !logLines(&Process::readErrLine, errorLevel);
+        return !runs && ((!hasOutput && !hasErrors) || ++passesBehindEnd > kMostPassesBehindEnd);
     }
 
 private:
@@ -45,17 +50,17 @@ private:
 /// Starts the program that @p args begins with. The calling script thread waits for its end and gets its exit
 /// status; without one the program goes on by itself.
 SQInteger runProgram(SQVM* vm, const qel::List<String>& args, const char* directory, int errorLevel) {
-    const RunningProgram program{new Process(), errorLevel};
+    RunningProgram program{new Process(), errorLevel};
     if (!program.process->spawn(args.front(), args, directory, false)) {
         qel::logging::error() << "starting process failed";
         return 0;
     }
     VM* machine = VM::from(vm);
     if (!machine->isRunning(vm)) {
-        machine->addBackgroundWork([program] { return program.hasEnded(); });
+        machine->addBackgroundWork([program]() mutable { return program.hasEnded(); });
         return 0;
     }
-    return machine->suspend(vm, [machine, program](SQVM* thread) {
+    return machine->suspend(vm, [machine, program](SQVM* thread) mutable {
         const bool isAborting = machine->isCurrentThreadsAsyncQueueAborting();
         if (isAborting) program.process->terminate(false);
         if (!isAborting && !program.hasEnded()) return false;

@@ -49,6 +49,7 @@ TEST_F(ScriptPrograms, ExitStatusComesBackAndLinesAreLoggedToTheLast) {
     const std::vector<LogLine> lines = output();
     ASSERT_EQ(lines.size(), 3001u);
     EXPECT_EQ(lines.back().text, "[PROCESS] " + folder.path());
+    EXPECT_EQ(valueOf("std.system(\"sh\", \"-c\", \"yes '' & exit 4\")"), "4") << "its child writes on";
 }
 
 TEST_F(ScriptPrograms, TheFlagOfTheArrayFormDecidesTheLevelOfErrors) {
