@@ -30,7 +30,11 @@ void NotificationProvider::deliver(SmartPointer<NotificationMessage> message) {
 }
 
 void NotificationProvider::runOnMainQueue(std::function<void()> work) {
-    m_queue.pushTask(new TaskQueue::LambdaNoContextTask(std::move(work)), 0);
+    auto run = [this, work = std::move(work)] {
+        if (getReferenceCount() > 0) takeTimedReference(); // the queue goes on when work lets go of this
+        work();
+    };
+    m_queue.pushTask(new TaskQueue::LambdaNoContextTask(std::move(run)), 0);
 }
 
 } // namespace qel

@@ -25,7 +25,8 @@ public:
     /// Takes a new message.
     using MessageFunction = std::function<void(NotificationMessage*)>;
 
-    /// @param function  gets every new message; empty for System::delegateDeliverNotification.
+    /// @param function  gets every new message, and may let go of the provider that others hold by a
+    ///                  SmartPointer; empty for System::delegateDeliverNotification.
     explicit NotificationProvider(MessageFunction function = {});
     NotificationProvider(const NotificationProvider&) = delete;
     NotificationProvider& operator=(const NotificationProvider&) = delete;

@@ -62,6 +62,11 @@ TEST_F(NotificationTest, AMessageIsDeliveredThroughSystemAlsoBeforeTheHostListen
     direct.deliver(message);
     passAfter(1);
     EXPECT_EQ(seen, message.get());
+    SmartPointer<Provider> ended;
+    ended = new Provider([&](NotificationMessage*) { ended = nullptr; });
+    for (int i = 0; i < 2; ++i) ended->deliver(message);
+    passAfter(1);
+    EXPECT_FALSE(ended);
 }
 
 } // namespace
