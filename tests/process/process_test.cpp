@@ -107,10 +107,10 @@ TEST_F(ProcessLife, WhyAProgramDidNotStartIsStoredAndLogged) {
         capture.expect(3, last);
         EXPECT_FALSE(process->spawn(path, {path}, nullptr, true));
         EXPECT_THAT(capture.take(), ElementsAre(LogLine{3, 2, last}));
-        ASSERT_TRUE(quiet.spawn("cat", {"cat"}, nullptr, true)) << "another try has its streams";
-        quiet.writeLine("back");
-        EXPECT_EQ(line(quiet), "back");
-        quiet.terminate(true);
+        ASSERT_TRUE(process->spawn("cat", {"cat"}, nullptr, true)) << "another try has its streams";
+        process->writeLine("back");
+        EXPECT_EQ(line(*process), "back");
+        process->terminate(true);
     }
     EXPECT_EQ(countDescriptors(), descriptors);
 }
