@@ -73,7 +73,6 @@ TEST_F(ChildServiceTest, OutputIsSortedByWhatItHolds) {
     EXPECT_EQ(heard.messages, (Messages{"E WARN and FATAL", "E last ERROR", "I plain",
                                         "I spawning process /bin/sh ...", "W a WARN"}));
     EXPECT_TRUE(service->stop());
-    EXPECT_FALSE(service->hasChild());
     EXPECT_EQ(heard.messages.back(), "I killing process /bin/sh ...");
 }
 
@@ -208,7 +207,7 @@ TEST_F(SystemdServiceTest, RefusalsAreReportedInSystemdsWords) {
     EXPECT_FALSE(service->install() || service->enable() || service->disable() || service->start() ||
                  service->stop() || service->isInstalled() || service->isStopped() || service->uninstall());
     EXPECT_EQ(messages.count("E SystemdBackgroundService::"), 8);
-    for (const std::string& message : messages.messages)
+    for (const auto& message : messages.messages)
         EXPECT_TRUE(message.ends_with(": Access denied")) << message;
     const test::EnvironmentVariable nowhere("PATH", folder.path("nowhere").c_str());
     EXPECT_FALSE(service->start());
@@ -258,11 +257,11 @@ TEST_F(SystemdServiceTest, TheServiceTellsSystemdThatItIsReadyAliveAndStopping) 
     platform::removeInterruptHandler();
     EXPECT_EQ(manager.take(), (Messages{"READY=1", "WATCHDOG=1", "WATCHDOG=1", "STOPPING=1"}));
     EXPECT_EQ(saved, 2);
-    const std::string name = "service qel-test";
     EXPECT_EQ(messages.messages,
-              (Messages{"I initializing " + name, "I " + name + " initialized...",
-                        "I " + name + " running...", "I spawning process /bin/sh ...", "I stopping " + name,
-                        "I killing process /bin/sh ...", "I " + name + " stopped..."}));
+              (Messages{"I initializing service qel-test", "I service qel-test initialized...",
+                        "I service qel-test running...", "I spawning process /bin/sh ...",
+                        "I stopping service qel-test", "I killing process /bin/sh ...",
+                        "I service qel-test stopped..."}));
     passes = 10;
     passAfter(1);
     EXPECT_EQ(messages.messages.size(), 7u) << "the child is kept no longer";

@@ -48,18 +48,18 @@ TEST_F(FileChange, ACopyOntoItselfOrALinkKeepsBoth) {
 TEST_F(FileChange, WhatCannotBeDoneIsToldWithTheReason) {
     const std::string from = folder.write("from", kNew), dir = folder.makeFolder("dir"), none = path("none");
     const std::string missing = "No such file or directory";
-    EXPECT_FALSE(File::copyFile(none, from));
-    log.expect(2, "file '" + none + "' could not be copied to '" + from + "'; " + missing);
-    EXPECT_FALSE(File::moveFile(from, dir));
-    log.expect(2, "file '" + from + "' could not be moved to '" + dir + "'; Is a directory");
-    EXPECT_FALSE(File::createEmptyFile(none + "/file", 5, true));
-    log.expect(2, "file could not be created: " + none + "/file; " + missing);
-    EXPECT_FALSE(File::createEmptyFile(none, uint64(1) << 63, true));
-    log.expect(2, "file could not be extended; File too large");
-    EXPECT_FALSE(File::truncateFile(none, 3));
-    log.expect(2, "file '" + none + "' could not be truncated to 3 bytes; " + missing);
-    EXPECT_FALSE(File::createSymLink(from, "other", false));
-    log.expect(2, "symbolic link '" + from + "' to target 'other' could not be created; File exists");
+    EXPECT_FALSE(File::copyFile(none, from) || File::moveFile(from, dir) || File::truncateFile(none, 3) ||
+                 File::createEmptyFile(none + "/file", 5, true) ||
+                 File::createEmptyFile(none, uint64(1) << 63, true) ||
+                 File::createSymLink(from, "other", false));
+    for (const std::string& reason :
+         {"file '" + none + "' could not be copied to '" + from + "'; " + missing,
+          "file '" + from + "' could not be moved to '" + dir + "'; Is a directory",
+          "file '" + none + "' could not be truncated to 3 bytes; " + missing,
+          "file could not be created: " + none + "/file; " + missing,
+          std::string("file could not be extended; File too large"),
+          "symbolic link '" + from + "' to target 'other' could not be created; File exists"})
+        log.expect(2, reason);
     EXPECT_FALSE(File::deleteSymLink(from)) << "only links are deleted as one";
     EXPECT_EQ(folder.read("from"), kNew);
     EXPECT_EQ(folder.countEntries(), 2);

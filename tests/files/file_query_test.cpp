@@ -60,8 +60,8 @@ TEST_F(FileQuery, HashesTheRangeThatExists) {
 TEST_F(FileQuery, ComparesWholeContents) {
     const std::string a = folder.write("a", "same");
     EXPECT_TRUE(File::compareFiles(a, folder.write("b", "same"), false));
-    EXPECT_FALSE(File::compareFiles(a, folder.write("c", "sama"), false));
-    EXPECT_FALSE(File::compareFiles(a, path("missing"), true));
+    EXPECT_FALSE(File::compareFiles(a, folder.write("c", "sama"), false) ||
+                 File::compareFiles(a, path("missing"), true));
     EXPECT_TRUE(log.take().empty());
     EXPECT_FALSE(File::compareFiles(a, path("missing"), false));
     log.expect(3, "cant open file '" + path("missing") + "'");
@@ -69,7 +69,6 @@ TEST_F(FileQuery, ComparesWholeContents) {
 
 TEST_F(FileQuery, PrefetchTellsWhatItDoesAndIsQuietAboutAMissingFile) {
     File::prefetchFileIfPossible(path("missing"));
-    EXPECT_EQ(File::openFileHandle(path("missing"), "r"), nullptr);
     EXPECT_TRUE(log.take().empty());
     File::prefetchFileIfPossible(folder.write("file", "12345"));
     const std::string line = log.take().at(0).text;
