@@ -5,9 +5,13 @@
 #include <qel/packet/packet_scheme.h>
 #include <qel/store/core/scoped_transaction.h>
 
+#include <algorithm>
+
 namespace qelserver {
 
 namespace {
+
+constexpr qel::int64 kMostAttempts = 1'000'000; // beyond it, somebody else wrote the row
 
 /// The scheme of a row. It only ever grows by versions.
 class JobRowScheme : public qel::PacketScheme {
@@ -52,7 +56,7 @@ Job jobOf(const qel::GUID& id, const qel::Packet& row) {
     qel::String file;
     for (qel::Item::Iterator it = files.getIterator(); it.asString(file);) job.files.push_back(file);
     job.state = static_cast<JobState>(row.getInteger("state"));
-    job.attempts = static_cast<int>(row.getInteger("attempts"));
+    job.attempts = static_cast<int>(std::clamp<qel::int64>(row.getInteger("attempts"), 0, kMostAttempts));
     job.submitted = row.getInteger("submitted");
     job.result = row.getItemCopy("result");
     job.error = row.getString("error");

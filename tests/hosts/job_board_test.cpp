@@ -4,6 +4,8 @@
 
 #include <qel/store/core/memory_store.h>
 
+#include <limits>
+
 namespace {
 
 using namespace qel;
@@ -59,10 +61,12 @@ TEST_F(JobBoardTest, WhatWasStillToDoComesUpAgainInItsOrderAndWithoutTheAttemptT
     EXPECT_TRUE(after.find(ids[1])->result.empty()) << "what a lost worker says does not count";
 }
 
-TEST_F(JobBoardTest, JobsOfOneMomentAreTwo) {
+TEST_F(JobBoardTest, StoredJobsMayBeOfOneMomentAndSayNonsense) {
     for (int i = 0; i < 2; ++i) {
         Job job;
         job.submitted = 5; // a clock that was set back gives a time twice
+        job.state = JobState::Running;
+        job.attempts = i == 0 ? std::numeric_limits<int>::min() : std::numeric_limits<int>::max();
         table->add(job);
     }
     JobBoard jobs = board({.ended = 1});
