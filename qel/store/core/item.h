@@ -278,7 +278,8 @@ public:
     /// Upper-case hexadecimal digits of the plain bytes.
     String getBase16() const;
     /// Replaces the plain bytes by what the text decodes to.
-    /// @return false, with the Item empty, for a text that does not decode.
+    /// @return false for a text that does not decode. The Item is then empty, or unchanged when the length
+    /// alone tells.
     bool setBase16(const String& text);
     /// Base 64 of the plain bytes in the URL-safe alphabet without padding.
     String getBase64() const;
