@@ -2,6 +2,8 @@
 
 #include <qel/store/core/scoped_transaction.h>
 
+#include <string_view>
+
 namespace qel {
 
 Statistics::Statistics(const Item& root) : m_root(root) {
@@ -44,7 +46,9 @@ void Statistics::flushToDatabase() {
 }
 
 Statistics::Counter& Statistics::counter(const char* name) {
-    return m_counters[name ? name : ""];
+    const std::string_view text(name ? name : "");
+    const auto known = m_counters.find(text);
+    return known != m_counters.end() ? known->second : m_counters[String(text)];
 }
 
 void Statistics::change(Counter& counter, uint64 value) {

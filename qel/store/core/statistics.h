@@ -1,11 +1,13 @@
 // Statistics: named counters that a Store keeps.
 #pragma once
 
-#include <qel/foundation/base/containers.h>
 #include <qel/foundation/base/object.h>
 #include <qel/foundation/base/string.h>
 #include <qel/foundation/base/types.h>
 #include <qel/store/core/item.h>
+
+#include <functional>
+#include <map>
 
 namespace qel {
 
@@ -40,7 +42,7 @@ private:
     Counter& counter(const char* name);
     void change(Counter& counter, uint64 value);
 
-    Map<String, Counter> m_counters;
+    std::map<String, Counter, std::less<>> m_counters; // a name is looked up without a copy of it
     Item m_root;
     bool m_dirty = false;
 };
