@@ -97,25 +97,21 @@ TEST_F(PacketLines, OfAFloodTheLastLinesAreHeldUntilTheReaderDiesAndThoseLeftOut
     // 257 go out, 256 fill the rest; then 3 warnings, 2 errors and 4 others each drop one.
     const std::string mixed = repeat(1, 257 + 256) + repeat(1, 3, "[WARN] ") + repeat(1, 2, "[ERROR] ") +
                               repeat(1, 3) + repeat(1, 1, "[VERBOSE] ");
+    using Summary = std::vector<std::pair<int, std::string>>;
+    const auto ofMixed = [](int warningLevel, int errorLevel) {
+        return Summary{{warningLevel, "... trimmed 9 lines (2 warnings) ..."},
+                       {errorLevel, "... trimmed 9 lines (2 errors) ..."},
+                       {1, "... trimmed 4 info/verbose lines ..."}};
+    };
     const struct {
         std::string output;
         bool asInfo;
         size_t kept;
-        std::vector<std::pair<int, std::string>> summary;
+        Summary summary;
     } cases[] = {
         {repeat(1, 300), false, 43, {}},
-        {mixed,
-         false,
-         256,
-         {{2, "... trimmed 9 lines (2 warnings) ..."},
-          {3, "... trimmed 9 lines (2 errors) ..."},
-          {1, "... trimmed 4 info/verbose lines ..."}}},
-        {mixed,
-         true,
-         256,
-         {{1, "... trimmed 9 lines (2 warnings) ..."},
-          {1, "... trimmed 9 lines (2 errors) ..."},
-          {1, "... trimmed 4 info/verbose lines ..."}}},
+        {mixed, false, 256, ofMixed(2, 3)},
+        {mixed, true, 256, ofMixed(1, 1)},
         {repeat(1, 9'999), false, 256, {{1, "... trimmed 9486 lines ..."}}},
         {repeat(1, 10'002), false, 256, {{1, "... trimmed 9489 lines ..."}}},
     };
