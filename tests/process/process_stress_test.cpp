@@ -97,8 +97,8 @@ TEST_F(ProcessStress, AHundredKilledWorkersComeBackAndEachPacketIsAnsweredOnceOr
         for (int i = 1; i <= kKillsOfEach; ++i) {
             waitUntil([&] { return supervisor.started == i; });
             const int count = static_cast<int>(random() % 100);
-            for (int k = 0; k < count; ++k) supervisor.enqueue(100 * i + k);
             const size_t enough = supervisor.received().size() + random() % (count + 1);
+            for (int k = 0; k < count; ++k) supervisor.enqueue(100 * i + k);
             waitUntil([&] { return supervisor.received().size() >= enough; });
             const unsigned way = random() % 3; // killed, hanging, or just not wanted any more
             if (way < 2) kill(static_cast<pid_t>(supervisor.workerId), way == 0 ? SIGKILL : SIGSTOP);
