@@ -1,0 +1,69 @@
+#include <tests/support/formats_page.h>
+
+#include <tests/support/source_dir.h>
+
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+namespace qel::test {
+
+namespace {
+
+std::string readPage() {
+    std::ifstream file(sourceDir() + "/docs/formats.md");
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+std::string block(const std::string& kind, const std::string& name) {
+    static const std::string page = readPage();
+    const std::string head = "\n```" + kind + " " + name + "\n";
+    const size_t begin = page.find(head);
+    const size_t end = page.find("\n```\n", begin + head.size());
+    if (begin == page.npos || end == page.npos) throw std::runtime_error("no example " + kind + " " + name);
+    return page.substr(begin + head.size(), end - begin - head.size());
+}
+
+/// Calls @p use with each line of @p text up to its note.
+template <typename Use>
+void forEachLine(const std::string& text, Use&& use) {
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) use(line.substr(0, line.find('#')));
+}
+
+/// The digits of "02 3*00 FFFF" without blanks, repetitions written out; "-" stands for no bytes.
+std::string digitsOf(const std::string& text) {
+    std::string digits;
+    std::istringstream words(text);
+    for (std::string word; words >> word;) {
+        const size_t star = word.find('*');
+        const int count = star == word.npos ? 1 : std::stoi(word);
+        for (int i = 0; i < count && word != "-"; ++i) digits += word.substr(star + 1);
+    }
+    return digits;
+}
+
+} // namespace
+
+std::string documentedBytes(const std::string& name) {
+    std::string digits;
+    forEachLine(block("hex", name), [&](const std::string& line) { digits += digitsOf(line); });
+    return digits;
+}
+
+std::vector<std::pair<std::string, std::string>> documentedEntries(const std::string& name) {
+    std::vector<std::pair<std::string, std::string>> entries;
+    forEachLine(block("entries", name), [&](const std::string& line) {
+        const size_t equals = line.find('=');
+        entries.emplace_back(digitsOf(line.substr(0, equals)), digitsOf(line.substr(equals + 1)));
+    });
+    return entries;
+}
+
+std::string documentedText(const std::string& name) {
+    return block("text", name);
+}
+
+} // namespace qel::test
