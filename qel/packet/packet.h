@@ -306,7 +306,7 @@ private:
             if (m_isOwned) delete[] m_bytes;
             *this = Attachment();
         }
-        /// Points at bytes of the payload, perhaps with null for the time until they are known to be there.
+        /// Points at bytes of the payload, with null when they turned out not to be there.
         void view(uint8* bytes, uint32 size) {
             m_bytes = bytes;
             m_size = size;

@@ -135,7 +135,9 @@ uint8* Packet::allocateBytes(const Element& element, uint64 size, bool compressi
 
 // The new bytes are complete before the old ones go, since they may come from there.
 uint8* Packet::setDynamic(const Element& element, const uint8* bytes, uint64 size, bool compressible) {
-    const uint64 count = (size + element.m_elementSize - 1) / element.m_elementSize;
+    // Nearly all dynamic fields are texts and bytes: a division costs them as much as everything else here.
+    const uint64 count =
+        element.m_elementSize == 1 ? size : (size + element.m_elementSize - 1) / element.m_elementSize;
     const uint64 wholeSize = count * element.m_elementSize;
     if (wholeSize > std::numeric_limits<uint32>::max() || !hasStatic(element)) {
         logging::error() << kTooManyElements;
@@ -146,7 +148,7 @@ uint8* Packet::setDynamic(const Element& element, const uint8* bytes, uint64 siz
     auto block = room ? nullptr : std::make_unique_for_overwrite<uint8[]>(blockSize);
     uint8* const target = room ? room : block.get();
     if (bytes && size != 0) std::memcpy(target, bytes, size);
-    std::memset(target + size, 0, blockSize - size);
+    if (size != blockSize) std::memset(target + size, 0, blockSize - size);
 
     Attachment& attachment = m_attachments[static_cast<size_t>(element.m_dynamicIndex)];
     if (room) {

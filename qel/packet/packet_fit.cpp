@@ -35,7 +35,8 @@ public:
     bool check() { return checkSuffix() && checkVersion() && checkFields(); }
 
     void bind() {
-        attachFields();
+        if (!m_isVersioned && m_size > m_fieldsEnd)
+            m_packet.m_cargo.view(m_packet.m_payload + m_fieldsEnd, static_cast<uint32>(m_size - m_fieldsEnd));
         m_packet.m_scheme = &m_scheme;
         if (m_version != m_scheme.getMaxVersion()) upgrade();
         m_packet.m_staticSize = m_scheme.getNewestVersion().staticSize;
@@ -77,8 +78,12 @@ private:
             std::memcpy(&count, m_packet.m_payload + field.offset, sizeof count);
             if (count > field.maxCount)
                 return refuse("dynamic array exceeded bounds, size=", count, ", maximum=", field.maxCount);
-            if (count != 0) end = field.align(end) + count * field.elementSize;
-            (attachment++)->view(nullptr, count * field.elementSize);
+            if (count != 0) {
+                const uint64 begin = field.align(end);
+                end = begin + count * field.elementSize;
+                attachment->view(end > m_size ? nullptr : m_packet.m_payload + begin, count * field.elementSize);
+            }
+            ++attachment;
         }
         m_fieldsEnd = end;
         if (m_fieldsEnd > m_size) return refuseEnd("packet too small");
@@ -93,22 +98,6 @@ private:
 
     bool refuseEnd(const char* reason) const {
         return refuse(reason, ", expected size=", m_fieldsEnd, ", actual size=", m_packet.m_payloadSize);
-    }
-
-    void attachFields() {
-        uint8* const payload = m_packet.m_payload;
-        Attachment* attachment = m_packet.m_attachments.begin();
-        uint64 position = m_staticEnd;
-        for (const PacketScheme::DynamicField& field : knownFields()) {
-            if (const uint32 size = attachment->size(); size != 0) {
-                position = field.align(position);
-                attachment->view(payload + position, size);
-                position += size;
-            }
-            ++attachment;
-        }
-        if (!m_isVersioned && m_size > position)
-            m_packet.m_cargo.view(payload + position, static_cast<uint32>(m_size - position));
     }
 
     // Gives the packet of an older sender the static area of the newest version, and its own copies of what
