@@ -1,7 +1,5 @@
 #include <qel/store/core/entry_tree_p.h>
 
-#include <qel/store/core/key_slots_p.h>
-
 #include <algorithm>
 #include <array>
 #include <string>
@@ -31,20 +29,6 @@ unsigned cutFor(unsigned index, unsigned size) {
 }
 
 } // namespace
-
-struct EntryTree::Node {
-    explicit Node(bool leaf) : isLeaf(leaf) {}
-
-    bool isLeaf;
-};
-
-struct EntryTree::Leaf : Node {
-    Leaf() : Node(true) {}
-
-    Leaf* previous = nullptr;
-    Leaf* next = nullptr;
-    KeySlots<StoreEntry::Owner> entries;
-};
 
 /// Child i holds the keys from separator i - 1 on and before separator i.
 struct EntryTree::Inner : Node {
@@ -108,40 +92,6 @@ struct EntryTree::Path {
     std::array<Step, 16> steps;
     unsigned size = 0;
 };
-
-// --- Place ----------------------------------------------------------------------------------------------
-
-EntryTree::Place::Place(Leaf* leaf, unsigned index) : m_leaf(leaf), m_index(index) {
-    if (m_leaf && m_index == m_leaf->entries.size()) {
-        m_leaf = m_leaf->next;
-        m_index = 0;
-    }
-    if (m_leaf && m_leaf->entries.size() == 0) m_leaf = nullptr; // the root of an empty tree
-}
-
-StoreEntry* EntryTree::Place::entry() const {
-    return m_leaf ? m_leaf->entries[m_index].get() : nullptr;
-}
-
-void EntryTree::Place::next() {
-    if (!m_leaf) return;
-    prefetchAhead();
-    *this = Place(m_leaf, m_index + 1);
-}
-
-/// Entries lie anywhere in memory: a walk asks for them, and for the next leaf, before it comes to them.
-void EntryTree::Place::prefetchAhead() const {
-    constexpr unsigned kAhead = 10;
-    const Leaf* leaf = m_leaf;
-    if (m_index == 0 && leaf->next) leaf->next->entries.prefetch();
-    unsigned index = m_index + kAhead;
-    if (index >= leaf->entries.size()) {
-        index -= leaf->entries.size();
-        leaf = leaf->next;
-        if (!leaf || index >= leaf->entries.size()) return;
-    }
-    leaf->entries[index]->prefetchKey();
-}
 
 // --- EntryTree ------------------------------------------------------------------------------------------
 

@@ -1,6 +1,7 @@
 // EntryTree: the ordered entries of a MemoryStore, as a tree of wide nodes.
 #pragma once
 
+#include <qel/store/core/key_slots_p.h>
 #include <qel/store/core/store_entry_p.h>
 
 #include <string_view>
@@ -12,10 +13,20 @@ namespace qel::internal {
 /// side. A node goes when it is empty and isn't merged before (T. Johnson, D. Shasha: "B-trees with inserts
 /// and deletes: why free-at-empty is better than merge-at-half", 1993).
 class EntryTree {
-    struct Node;
-    struct Leaf;
     struct Inner;
     struct Path;
+    struct Node {
+        explicit Node(bool leaf) : isLeaf(leaf) {}
+
+        bool isLeaf;
+    };
+    struct Leaf : Node {
+        Leaf() : Node(true) {}
+
+        Leaf* previous = nullptr;
+        Leaf* next = nullptr;
+        KeySlots<StoreEntry::Owner> entries;
+    };
 
 public:
     /// An entry's place, or the end. Valid until an entry is inserted or taken out.
@@ -24,14 +35,14 @@ public:
         /// The end.
         Place() = default;
         /// The entry, null at the end.
-        StoreEntry* entry() const;
+        StoreEntry* entry() const { return m_leaf ? m_leaf->entries[m_index].get() : nullptr; }
         /// Steps to the next entry; at the end it stays.
-        void next();
+        inline void next();
 
     private:
         friend class EntryTree;
-        Place(Leaf* leaf, unsigned index);
-        void prefetchAhead() const;
+        inline Place(Leaf* leaf, unsigned index);
+        inline void prefetchAhead() const;
 
         Leaf* m_leaf = nullptr;
         unsigned m_index = 0;
@@ -65,5 +76,33 @@ private:
     Leaf* m_first;
     Leaf* m_last;
 };
+
+inline EntryTree::Place::Place(Leaf* leaf, unsigned index) : m_leaf(leaf), m_index(index) {
+    if (m_leaf && m_index == m_leaf->entries.size()) {
+        m_leaf = m_leaf->next;
+        m_index = 0;
+    }
+    if (m_leaf && m_leaf->entries.size() == 0) m_leaf = nullptr; // the root of an empty tree
+}
+
+inline void EntryTree::Place::next() {
+    if (!m_leaf) return;
+    prefetchAhead();
+    *this = Place(m_leaf, m_index + 1);
+}
+
+/// Entries lie anywhere in memory: a walk asks for them, and for the next leaf, before it comes to them.
+inline void EntryTree::Place::prefetchAhead() const {
+    constexpr unsigned kAhead = 10;
+    const Leaf* leaf = m_leaf;
+    if (m_index == 0 && leaf->next) leaf->next->entries.prefetch();
+    unsigned index = m_index + kAhead;
+    if (index >= leaf->entries.size()) {
+        index -= leaf->entries.size();
+        leaf = leaf->next;
+        if (!leaf || index >= leaf->entries.size()) return;
+    }
+    leaf->entries[index]->prefetchKey();
+}
 
 } // namespace qel::internal

@@ -1,16 +1,21 @@
 #include <qel/store/core/memory_store_data_p.h>
 
+#include <algorithm>
+
 namespace qel::internal {
 namespace {
 
 /// Usual keys are shorter than what a call costs.
 bool areSame(ConstByteSpan a, const uint8* b) {
-    size_t at = 0;
-    for (; a.size - at >= sizeof(uint64); at += sizeof(uint64)) {
-        if (loadElementValue<uint64>(a.data + at) != loadElementValue<uint64>(b + at)) return false;
+    const auto differ = [&](size_t at) {
+        return loadElementValue<uint64>(a.data + at) != loadElementValue<uint64>(b + at);
+    };
+    if (a.size < sizeof(uint64)) return std::equal(a.begin(), a.end(), b);
+    const size_t last = a.size - sizeof(uint64);
+    for (size_t at = 0; at < last; at += sizeof(uint64)) {
+        if (differ(at)) return false;
     }
-    while (at < a.size && a[at] == b[at]) ++at;
-    return at == a.size;
+    return !differ(last);
 }
 
 } // namespace
