@@ -36,7 +36,8 @@ public:
 
     void bind() {
         if (!m_isVersioned && m_size > m_fieldsEnd)
-            m_packet.m_cargo.view(m_packet.m_payload + m_fieldsEnd, static_cast<uint32>(m_size - m_fieldsEnd));
+            m_packet.m_cargo.view(m_packet.m_payload + m_fieldsEnd,
+                                  static_cast<uint32>(m_size - m_fieldsEnd));
         m_packet.m_scheme = &m_scheme;
         if (m_version != m_scheme.getMaxVersion()) upgrade();
         m_packet.m_staticSize = m_scheme.getNewestVersion().staticSize;
@@ -81,7 +82,8 @@ private:
             if (count != 0) {
                 const uint64 begin = field.align(end);
                 end = begin + count * field.elementSize;
-                attachment->view(end > m_size ? nullptr : m_packet.m_payload + begin, count * field.elementSize);
+                attachment->view(end > m_size ? nullptr : m_packet.m_payload + begin,
+                                 count * field.elementSize);
             }
             ++attachment;
         }

@@ -1,5 +1,5 @@
-// The worked examples of docs/formats.md, for the tests that hold the library to them. Each is a fenced block whose
-// info string is its kind and its name.
+// The worked examples of docs/formats.md, for the tests that hold the library to them. Each is a fenced block
+// whose info string is its kind and its name.
 #pragma once
 
 #include <string>
@@ -8,7 +8,8 @@
 
 namespace qel::test {
 
-/// The bytes of the block "hex NAME" as upper-case hexadecimal digits. @throws std::runtime_error without one.
+/// The bytes of the block "hex NAME" as upper-case hexadecimal digits. @throws std::runtime_error without
+/// one.
 std::string documentedBytes(const std::string& name);
 
 /// The lines "left = right" of the block "entries NAME", both sides as upper-case hexadecimal digits.
