@@ -3,6 +3,7 @@
 #include <qel/platform/interrupt.h>
 #include <tests/files/file_fixture.h>
 #include <tests/support/environment.h>
+#include <tests/support/formats_page.h>
 
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -123,7 +124,7 @@ TEST_F(ChildServiceTest, WhetherItIsEnabledIsKeptInAFileThatIsReplacedInOneStep)
         EXPECT_TRUE(service->disable() && !service->isEnabled() && service->enable() && service->isEnabled());
         EXPECT_FALSE(service->hasServiceManager() || service->install() || service->isInstalled());
     }
-    EXPECT_EQ(folder.read("b/service.ini"), "[service]\nenabled=1\n");
+    EXPECT_EQ(folder.read("b/service.ini"), test::documentedText("service/state") + "\n");
     test::FailingFiles full(0, std::errc::no_space_on_device, test::FailingFiles::Duration::ForGood,
                             platform::FileOperation::Write);
     EXPECT_TRUE(!service->disable() && service->isEnabled());
@@ -170,10 +171,7 @@ protected:
 
 TEST_F(SystemdServiceTest, TheUnitTellsSystemdWhatToRun) {
     service->setWatchdogSeconds(30);
-    EXPECT_EQ(service->getUnitText(),
-              "[Unit]\nDescription=100%% test\n\n[Service]\nType=notify\n"
-              "ExecStart=\"/opt/a b/server\" \"--name\" \"it's \\\"$$HOME\\\" \\\\ 5%%\\x0a\"\n"
-              "Restart=on-failure\nWatchdogSec=30\n\n[Install]\nWantedBy=default.target\n");
+    EXPECT_EQ(service->getUnitText(), test::documentedText("service/unit") + "\n");
     for (const char* name : {"", "a b", "../x", "-x", ".x", "a\nb", "ä"}) {
         service->setServiceName(name);
         EXPECT_EQ(service->getUnitPath(), "") << name;

@@ -4,6 +4,7 @@
 #include <qel/files/url_fetch.h>
 #include <qel/foundation/base/buffer.h>
 #include <tests/files/file_fixture.h>
+#include <tests/support/formats_page.h>
 
 #include <chrono>
 
@@ -55,7 +56,7 @@ TEST(StringEvent, TextsOfAllBytesTravelAsOneLine) {
     StringEvent event, read;
     event.clear("a");
     event.append("b:c");
-    EXPECT_EQ(event.generate(), "STRB16[61:623A63]");
+    EXPECT_EQ(event.generate(), test::documentedText("string-event"));
     EXPECT_EQ(event.asString(), "<a:b:c>");
     event.append("");
     event.append("]\n\xFF");

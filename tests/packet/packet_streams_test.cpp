@@ -1,6 +1,7 @@
 #include "packet_schemes.h"
 
 #include <tests/files/failing_files.h>
+#include <tests/support/formats_page.h>
 #include <tests/support/log_capture.h>
 #include <tests/support/scratch_folder.h>
 #include <tests/support/system_fixture.h>
@@ -53,14 +54,7 @@ TEST(PacketFile, IsRecordsOfSizeHeaderAndPayload) {
         writer.write(numbered(1).get());
         writer.write(numbered(2).get());
     }
-    const std::string bytes("\3\0\0\0"
-                            "\1\0\0\0\0\0\0\0"
-                            "\1\1\1"
-                            "\3\0\0\0"
-                            "\2\0\0\0\0\0\0\0"
-                            "\2\2\2",
-                            30);
-    EXPECT_EQ(folder.read("packets"), bytes);
+    EXPECT_EQ(String(folder.read("packets")).encodeBase16(), documentedBytes("packet/file"));
     LogCapture log;
     const auto reader = makeObject<FilePacketReader>(folder.path("packets").c_str());
     EXPECT_EQ(reader->read()->convertToBase16String(), numbered(1)->convertToBase16String());
@@ -273,9 +267,9 @@ TEST_F(NarrowOutput, SendsToTheForcedPortAndSurvivesAReaderThatIsGone) {
     writer.disablePort();
     writer.write(numbered(2).get());
     std::array<char, 100> text{};
-    const auto expected = "\nPKTB16[0900000000000000010101]\n\nPKTB16[0200000000000000020202]\n";
-    EXPECT_EQ(read(pipe.out.id(), text.data(), text.size()), ssize_t(std::strlen(expected)));
-    EXPECT_STREQ(text.data(), expected);
+    const auto expected = "\n" + documentedText("packet/text") + "\n\nPKTB16[0200000000000000020202]\n";
+    EXPECT_EQ(read(pipe.out.id(), text.data(), text.size()), ssize_t(expected.size()));
+    EXPECT_EQ(text.data(), expected);
     LogCapture log;
     pipe.out.close();
     writer.write(packet.get());

@@ -1,5 +1,6 @@
 #include "packet_schemes.h"
 
+#include <tests/support/formats_page.h>
 #include <tests/support/log_capture.h>
 #include <tests/support/threads.h>
 
@@ -18,20 +19,6 @@ const AllKindsScheme kAllKinds;
 const CargoScheme kCargo;
 
 const GUID kGuid = GUID::fromBytes(std::array<uint8, 32>{0x11}.data());
-const String kGuidHex = "11" + std::string(62, '0');
-/// Numbers, GUID, two fixed arrays, five counts, the dynamic fields with their padding, the suffix.
-const String kAllKindsHex = "0500FFFFFEFF0200"
-                            "FFC8FEFFFFFF0000FDFFFFFF00286BEEFCFFFFFFFFFFFFFFFFFFFFFFFFFFFFFF"
-                            "0000C03F0000000000000000000004C0" +
-                            kGuidHex +
-                            "6162630000000100FFFF0000"
-                            "0200000001000000020000000100000001000000"
-                            "7800AA08050000000700000000000000" +
-                            kGuidHex + "70000000";
-/// A job of version 2: priority 1, path "a", weights 0.5, mode 2, retries 9, extra EE.
-const char* const kNewJobHex = "0000FFFFBC020200 010000000200000001000000 02000900 01000000"
-                               "61000000 000000000000E03F EE 14000002";
-
 SmartPointer<Packet> fromHex(const String& text) {
     return Packet::createFromBase16String("PKTB16[" + text.replace_all_copy(" ", "") + "]");
 }
@@ -57,11 +44,11 @@ TEST(Packet, IsTheBytesThatTheTableTells) {
     packet.setItem("item", Item(5));
     packet.setArray("ints", std::array<int32, 1>{7}.data(), 1);
     packet.setArray("guids", &kGuid, 1);
-    EXPECT_EQ(toHex(packet), kAllKindsHex);
+    EXPECT_EQ(toHex(packet), documentedBytes("packet/all-kinds"));
 }
 
 TEST(Packet, ReadsTheBytesThatTheTableTells) {
-    const SmartPointer<Packet> packet = fromHex(kAllKindsHex);
+    const SmartPointer<Packet> packet = fromHex(documentedBytes("packet/all-kinds"));
     ASSERT_TRUE(packet->fit(&kAllKinds));
     for (const auto& [name, value] : kIntegers) EXPECT_EQ(packet->getInteger(name), value) << name;
     for (const auto& [name, value] : {std::pair{"f32", 0}, {"shorts", 1}, {"ints", 0}})
@@ -77,7 +64,7 @@ TEST(Packet, ReadsTheBytesThatTheTableTells) {
     EXPECT_EQ(packet->getItemCopy("item"), Item(5));
     EXPECT_EQ(packet->getAt<int32>("ints", 0), 7);
     EXPECT_EQ(packet->getAt<GUID>(kAllKinds.find("guids"), 0), kGuid);
-    EXPECT_EQ(toHex(*packet), kAllKindsHex);
+    EXPECT_EQ(toHex(*packet), documentedBytes("packet/all-kinds"));
 }
 
 struct Refusal {
@@ -148,7 +135,7 @@ TEST(Packet, KeepsVersionsCompatibleBothWays) {
     for (int sender = 0; sender < 3; ++sender) {
         for (int reader = 0; reader < 3; ++reader) {
             SCOPED_TRACE("from " + std::to_string(sender) + " to " + std::to_string(reader));
-            SmartPointer<Packet> packet = fromHex(kNewJobHex);
+            SmartPointer<Packet> packet = fromHex(documentedBytes("packet/version-2"));
             for (const int version : {2, sender, reader}) {
                 ASSERT_TRUE(packet->fit(&kJobs[version]));
                 packet = new Packet(packet.get());
@@ -167,12 +154,10 @@ TEST(Packet, KeepsVersionsCompatibleBothWays) {
 }
 
 TEST(Packet, IsWrittenAsTheFirstVersionWithoutVersioning) {
-    const SmartPointer<Packet> packet = fromHex(kNewJobHex);
+    const SmartPointer<Packet> packet = fromHex(documentedBytes("packet/version-2"));
     ASSERT_TRUE(packet->fit(&kJobs[2]));
     packet->disableVersioning();
-    EXPECT_EQ(toHex(*packet), "0000FFFFBC020000"
-                              "0100000002000000"
-                              "6100");
+    EXPECT_EQ(toHex(*packet), documentedBytes("packet/version-0"));
 }
 
 TEST(Packet, PutsCargoBehindTheFieldsOfAnUnversionedPacket) {
@@ -180,11 +165,7 @@ TEST(Packet, PutsCargoBehindTheFieldsOfAnUnversionedPacket) {
     packet.setInteger("number", 258);
     packet.setArray("list", std::array<int16, 1>{-1}.data(), 1);
     packet.setCargoString("abc");
-    EXPECT_EQ(toHex(packet), "0100FFFFBD020000"
-                             "02010000"
-                             "01000000"
-                             "FFFF"
-                             "61626300");
+    EXPECT_EQ(toHex(packet), documentedBytes("packet/cargo"));
     const SmartPointer<Packet> received(new Packet(&packet));
     ASSERT_TRUE(received->fit(&kCargo));
     EXPECT_STREQ(received->getCargoString(), "abc");

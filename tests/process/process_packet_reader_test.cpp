@@ -1,5 +1,6 @@
 // Packets from a child, and its other lines in the log.
 #include <tests/process/process_fixture.h>
+#include <tests/support/formats_page.h>
 
 #include <qel/process/process_packet_writer.h>
 #include <qel/process/process_protocol.h>
@@ -13,8 +14,10 @@ namespace {
 
 using namespace testing;
 
-// Port 3, no reply port, id 1, flags 2; static size 0, version 0.
-constexpr const char* kTerminate = "PKTB16[0300FFFF0100020000000000]";
+/// A Terminate for port 3.
+std::string terminateLine() {
+    return "PKTB16[" + documentedBytes("process/terminate") + "]";
+}
 
 class PacketLines : public ProcessFixture {
 protected:
@@ -42,8 +45,7 @@ private:
 };
 
 TEST_F(PacketLines, APacketIsReturnedAndWhatIsBehindItWaits) {
-    const Pointer process =
-        childOf("before\n\n" + std::string(kTerminate) + "\nPKTB16[00]\nbehind\nPKTB16[open\n");
+    const Pointer process = childOf("before\n\n" + terminateLine() + "\nPKTB16[00]\nbehind\nPKTB16[open\n");
     ProcessPacketReader& reader = *process->getPacketReader();
     const SmartPointer<Packet> packet = reader.read();
     ASSERT_TRUE(packet);
@@ -143,13 +145,13 @@ TEST_F(PacketLines, OneCallTakesAllThatWasThereBeforeHoweverMuchThatIs) {
         wire.send(std::string(100'000, 'x'));
         EXPECT_FALSE(reader.read());
     }
-    wire.send("\n" + std::string(kTerminate) + "\n");
+    wire.send("\n" + terminateLine() + "\n");
     EXPECT_TRUE(reader.read());
     EXPECT_EQ(capture.take().size(), 1u);
 }
 
 TEST_F(PacketLines, AChildThatNeverStopsWritingKeepsNobodyFromItsPackets) {
-    const Pointer process = runShell("yes x >&2 & echo '" + std::string(kTerminate) + "'; yes y");
+    const Pointer process = runShell("yes x >&2 & echo '" + terminateLine() + "'; yes y");
     SmartPointer<Packet> packet;
     waitUntil([&] {
         capture.take();
@@ -185,6 +187,14 @@ TEST_F(PacketLines, PacketsGoToTheChildAsLinesWithTheWritersPort) {
     process->closeStdin();
     EXPECT_FALSE(writer.valid());
     writer.write(&packet);
+}
+
+TEST_F(PacketLines, ProtocolPacketsHaveTheDocumentedBytes) {
+    EXPECT_EQ(Packet(ProcessProtocol::Terminate, 3).convertToBase16String(), terminateLine());
+    Packet hashes(ProcessProtocol::PluginsHashes, 0);
+    hashes.setString("initScript", "a");
+    hashes.setInteger("index", 7);
+    EXPECT_EQ(hashes.convertToBase16String(), "PKTB16[" + documentedBytes("process/plugins-hashes") + "]");
 }
 
 } // namespace

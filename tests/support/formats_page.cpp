@@ -53,11 +53,11 @@ std::string documentedBytes(const std::string& name) {
     return digits;
 }
 
-std::vector<std::pair<std::string, std::string>> documentedEntries(const std::string& name) {
-    std::vector<std::pair<std::string, std::string>> entries;
+std::string documentedEntries(const std::string& name) {
+    std::string entries;
     forEachLine(block("entries", name), [&](const std::string& line) {
         const size_t equals = line.find('=');
-        entries.emplace_back(digitsOf(line.substr(0, equals)), digitsOf(line.substr(equals + 1)));
+        entries += digitsOf(line.substr(0, equals)) + "=" + digitsOf(line.substr(equals + 1)) + " ";
     });
     return entries;
 }

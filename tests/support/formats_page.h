@@ -3,8 +3,6 @@
 #pragma once
 
 #include <string>
-#include <utility>
-#include <vector>
 
 namespace qel::test {
 
@@ -12,9 +10,9 @@ namespace qel::test {
 /// one.
 std::string documentedBytes(const std::string& name);
 
-/// The lines "left = right" of the block "entries NAME", both sides as upper-case hexadecimal digits.
-/// @throws std::runtime_error without one.
-std::vector<std::pair<std::string, std::string>> documentedEntries(const std::string& name);
+/// The lines "left = right" of the block "entries NAME" as "left=right ", both sides as upper-case
+/// hexadecimal digits: the form of contentOf(). @throws std::runtime_error without one.
+std::string documentedEntries(const std::string& name);
 
 /// The block "text NAME" as it stands, without its last line feed. @throws std::runtime_error without one.
 std::string documentedText(const std::string& name);

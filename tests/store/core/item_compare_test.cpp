@@ -1,4 +1,5 @@
 #include <tests/store/core/random_item.h>
+#include <tests/support/formats_page.h>
 
 #include <qel/store/core/order_key.h>
 
@@ -83,6 +84,16 @@ TEST(ItemOrder, FollowsItsRulesAndTheOrderedBytesFollowIt) {
         equal += order == 0;
     }
     EXPECT_GT(equal, 1000);
+}
+
+TEST(ItemOrder, HasTheDocumentedBytes) {
+    const qel::uint8 zeroAnd41[] = {0, 0x41};
+    std::string entries;
+    for (const Item& key :
+         {Item(5), Item(-300), Item("a").add(0), Item().add(Item(1)), Item(zeroAnd41, 2), Item().add(-1.5)}) {
+        entries += key.getBase16() + "=" + String(orderedForm(key)).encodeBase16() + " ";
+    }
+    EXPECT_EQ(entries, qel::test::documentedEntries("order"));
 }
 
 TEST(ItemOrder, TakesAWildcardForAnyElementOrNone) {

@@ -1,4 +1,5 @@
 #include <tests/store/core/random_item.h>
+#include <tests/support/formats_page.h>
 
 #include <qel/foundation/base/buffer.h>
 #include <qel/foundation/base/string_id.h>
@@ -16,17 +17,36 @@ using namespace std::string_literals;
 
 constexpr const char* kGuidDigits = "000102030405060708090A0B0C0D0E0F101112131415161718191A1B1C1D1E1F";
 
-TEST(ItemWriting, GivesTheBytesOfTheTable) {
-    const GUID guid = GUID::fromString(kGuidDigits);
+TEST(ItemWriting, GivesTheDocumentedBytes) {
+    const GUID guid = GUID::fromString("01" + std::string(62, '0'));
+    const uint8 two[] = {0xAB, 0};
+    const Item item = Item(-1)
+                          .add(128)
+                          .add(32'768)
+                          .add(int64{2'147'483'648})
+                          .add(1.5)
+                          .add("ab")
+                          .addBuffer(two, 2)
+                          .addPointer(Item("k"))
+                          .add(Item(7).add("k"))
+                          .add(guid)
+                          .addNIL()
+                          .addPrefix("table")
+                          .add(false)
+                          .add(true)
+                          .addReferee(two, 1)
+                          .addWildcard();
+    EXPECT_EQ(item.getBase16(), test::documentedBytes("item/elements"));
+}
+
+TEST(ItemWriting, TakesValuesInManyForms) {
     const uint8 two[] = {0xAB, 0};
     const struct {
         Item item;
         std::string bytes;
     } rows[] = {
         {Item().addInteger64(-2), "01FEFFFFFFFFFFFFFF"},
-        {Item().add(1.5), "02000000000000F83F"},
         {Item().add(0.5f), "02000000000000E03F"},
-        {Item("ab"), "03616200"},
         {Item().add(StringId()), "0300"},
         {Item().add(static_cast<const char*>(nullptr)), "0300"},
         {Item().add("a", "b"), "03616200"},
@@ -34,15 +54,9 @@ TEST(ItemWriting, GivesTheBytesOfTheTable) {
         {Item().add(SmartCStr("a\0b"s)), "036100"},
         {Item(two, 2), "0402000000AB00"},
         {Item().addBuffer(Buffer(two, 2)), "0402000000AB00"},
-        {Item().addPointer(Item("k")), "05030000000"
-                                       "36B00"},
-        {Item().add(Item(7).add("k")), "09050000000807036B00"},
-        {Item(guid), "0A"s + kGuidDigits},
+        {Item(GUID::fromString(kGuidDigits)), "0A"s + kGuidDigits},
         {Item(Item::NILType), "0B"},
-        {Item().addPrefix("table"), "0C7461626C6500"},
-        {Item().add(false).add(true), "0D0E"},
         {Item().addMeta(), "C0"},
-        {Item().addReferee(two, 1), "C101000000AB"},
         {Item(Item::WildcardMode).addEnd(), "FEFF"},
         {Item().addStringOrEncodedGUID("GUID:::"s + kGuidDigits), "0A"s + kGuidDigits},
         {Item().addStringOrEncodedGUID("GUID:::12"), "0A" + std::string(64, '0')},

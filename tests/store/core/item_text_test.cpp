@@ -1,3 +1,4 @@
+#include <tests/support/formats_page.h>
 #include <tests/support/log_capture.h>
 
 #include <qel/store/core/item.h>
@@ -52,6 +53,15 @@ TEST(ItemText, CarriesThePlainBytes) {
     EXPECT_FALSE(back.setBase16("XY"));
     EXPECT_TRUE(back.empty());
     EXPECT_FALSE(back.setBase64("a+b/") || back.setBase64crc("AAA"));
+}
+
+TEST(ItemJson, MapsTheDocumentedBytesBothWays) {
+    Item item;
+    ASSERT_TRUE(item.setBase16(qel::test::documentedBytes("item/json")));
+    const String json = item.getJSON(false);
+    EXPECT_EQ(json, R"({"a":[1,null,true,"xy"],"b":-2})");
+    ASSERT_TRUE(item.setJSON(json));
+    EXPECT_EQ(item.getBase16(), qel::test::documentedBytes("item/json"));
 }
 
 TEST(ItemJson, MapsEachElement) {

@@ -2,6 +2,7 @@
 
 #include <qel/foundation/log/message_stream.h>
 #include <qel/store/core/memory_store.h>
+#include <tests/support/formats_page.h>
 #include <tests/support/log_capture.h>
 #include <tests/support/store_dump.h>
 
@@ -54,9 +55,7 @@ struct LogDBTest : testing::Test {
 TEST_F(LogDBTest, KeepsItsLinesInTheFormThatIsDocumented) {
     log->setMaxNumLines(0);
     add(5, "hi");
-    EXPECT_EQ(test::contentOf(*store),
-              "= 036C6F6700= 036C6F6700036461746100= 036C6F67000364617461000800=080503686900 "
-              "036C6F6700036669727374506F7300=0800 036C6F670003706F7300=0801 ");
+    EXPECT_EQ(test::contentOf(*store), test::documentedEntries("log"));
 }
 
 TEST_F(LogDBTest, CutsAsToldUnderAnyLimitsAndGoesOnAfterARestart) {

@@ -1,5 +1,6 @@
 #include <qel/store/core/cache_store.h>
 #include <qel/store/core/memory_store.h>
+#include <tests/support/formats_page.h>
 #include <tests/support/log_capture.h>
 #include <tests/support/store_model.h>
 
@@ -113,11 +114,8 @@ TEST(MemoryStore, WritesBlobsAsPairsOfSubItemsAndLeavesOutWhatIsNone) {
     store.set(Item(5), Item("v"));
     Item blob;
     store.writeBlob(blob);
-    const char* const kPairs = "09020000000805"
-                               "0903000000037600"
-                               "0903000000036200"
-                               "0900000000";
-    EXPECT_EQ(blob.getBase16(), kPairs);
+    const std::string pairs = qel::test::documentedBytes("store/blob");
+    EXPECT_EQ(blob.getBase16(), pairs);
 
     const auto load = [&blob](const String& bytes) {
         MemoryStore loaded;
@@ -129,9 +127,9 @@ TEST(MemoryStore, WritesBlobsAsPairsOfSubItemsAndLeavesOutWhatIsNone) {
     };
     const std::string content = "=07DC05 0805=037600 036200= ", kMore = "090300000003630009020000000806";
     for (size_t size = 0; size < kMore.size(); size += 2)
-        EXPECT_EQ(load(kPairs + kMore.substr(0, size)), content) << size; // cut in the third pair
-    EXPECT_EQ(load(kPairs + kMore), content + "036300=0806 ");
-    EXPECT_EQ(load(kPairs + ("0809" + kMore)), content); // no SubItem
+        EXPECT_EQ(load(pairs + kMore.substr(0, size)), content) << size; // cut in the third pair
+    EXPECT_EQ(load(pairs + kMore), content + "036300=0806 ");
+    EXPECT_EQ(load(pairs + ("0809" + kMore)), content); // no SubItem
     LogCapture log;
     MemoryStore refusing;
     refusing.readBlob(

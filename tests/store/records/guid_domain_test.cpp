@@ -1,5 +1,6 @@
 #include <qel/store/core/memory_store.h>
 #include <qel/store/records/guid_domain_db.h>
+#include <tests/support/formats_page.h>
 #include <tests/support/store_dump.h>
 #include <tests/support/system_fixture.h>
 #include <tests/support/threads.h>
@@ -53,11 +54,7 @@ TEST_F(GUIDDomainTest, CountsInItsBitsStartsOverAndGoesOnFromWhereItWasFlushed) 
     for (const uint64 index : {1, 2, 3, 1})
         EXPECT_EQ(lowOf(system().generateGUIDDomain().guid), index << 4 | 0xB);
     passAfter(1); // flushes
-    EXPECT_EQ(test::contentOf(*store),
-              "= 036775696400= 03677569640003626173652E6775696400=0A0B" + std::string(62, '0') +
-                  " 03677569640003626173652E6E756D00=0804 03677569640003646F6D61696E4269747300=0802 "
-                  "03677569640003646F6D61696E496E64657800=0802 03677569640003706572736F6E616C4269747300=0803 "
-                  "03677569640003706572736F6E616C496E64657800=0805 ");
+    EXPECT_EQ(test::contentOf(*store), test::documentedEntries("guid-domain"));
     EXPECT_EQ(lowOf(open()->generateGUID()) & 0x1FF, 5u << 6 | 0xB);
     EXPECT_EQ(open()->generateDomain().guid, database->generateDomain().guid);
     system().disableGUIDDomains();

@@ -1,3 +1,5 @@
+#include <tests/support/formats_page.h>
+
 #include <qel/store/records/human_friendly_key.h>
 
 #include <gtest/gtest.h>
@@ -10,7 +12,7 @@ using Value = std::array<qel::uint8, 10>;
 TEST(HumanFriendlyKey, ReadsBackWhatItWroteAndNamesTheFirstBlockWithAWrongCharacter) {
     const Value counting{1, 2, 3, 4, 5, 6, 7, 8, 9, 10};
     const std::string good = Key::encode80BitIntoFourBlocks(counting.data());
-    EXPECT_EQ(good, "1G06Q-02M0P-6R1GF-G481X");
+    EXPECT_EQ(good, qel::test::documentedText("human-friendly-key"));
     for (size_t at = 0; at <= good.size(); ++at) {
         const int expected = at == good.size() ? 0 : good[at] == '-' ? -1 : static_cast<int>(at / 6) + 1;
         for (const char wrong : {'Z', 'u', '\x80'}) {

@@ -1,6 +1,7 @@
 #include <qel/rpc/rpc_provider.h>
 #include <qel/store/core/memory_store.h>
 #include <qel/store/records/options_db.h>
+#include <tests/support/formats_page.h>
 #include <tests/support/log_capture.h>
 #include <tests/support/store_dump.h>
 #include <tests/support/system_fixture.h>
@@ -37,7 +38,7 @@ TEST_F(OptionsDBTest, KeepsAValueUntilItIsEmptiedAndTellsOfEachSetting) {
     add("speed", "7x");
     EXPECT_EQ(options->getValueAsInt("speed"), 7);
     for (const char* value : {"fast", "fast"}) EXPECT_TRUE(options->setValue("speed", value));
-    EXPECT_EQ(test::contentOf(*store), "= 036F707400= 036F70740003737065656400=036661737400 ");
+    EXPECT_EQ(test::contentOf(*store), test::documentedEntries("options"));
     add("speed", "slow"); // takes the place of the first, with its value
     EXPECT_EQ(options->getAllDirectValuesAsItem().getDepth(), 2);
     EXPECT_EQ(options->getValue("speed"), "fast");

@@ -1,4 +1,5 @@
 #include <tests/packet/packet_schemes.h>
+#include <tests/support/formats_page.h>
 #include <tests/support/log_capture.h>
 #include <tests/support/system_fixture.h>
 
@@ -69,16 +70,7 @@ TEST_F(PacketInStore, LeavesDefaultsWhereAChildIsMissingOrOfAnotherType) {
 TEST_F(PacketInStore, KeepsAWholePacketAsOneValue) {
     row.setString("name", "hip");
     key.storePacketCompact(&row);
-    const String guid(64, '0'), number(16, '0'), padding(8, '0');
-    EXPECT_EQ(key.fetch()->getBase16(), "0470000000" // a Buffer of 112 bytes
-                                        "BE020200" + // id 702, flag 2
-                                            guid +
-                                            "04000000" + padding + number + "00000000" + padding + guid +
-                                            "0400"
-                                            "0000" +
-                                            number +
-                                            "68697000"
-                                            "64000000");
+    EXPECT_EQ(key.fetch()->getBase16(), test::documentedBytes("packet/compact"));
     Packet fetched(&g_rows, 6);
     ASSERT_TRUE(key.fetchPacket(&fetched));
     EXPECT_STREQ(fetched.getString("name"), "hip");
