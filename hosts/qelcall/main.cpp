@@ -3,7 +3,7 @@
 #include "options.h"
 #include "progress_bar.h"
 
-#include <qel/system/report/version.h>
+#include <hosts/shared/command_line_answer.h>
 
 #include <chrono>
 #include <cstdio>
@@ -14,7 +14,7 @@ namespace {
 using namespace qelcall;
 using nlohmann::json;
 
-enum Status { kSuccess = 0, kRefused = 1, kWrongUsage = 2, kNoAnswer = 3 };
+enum Status { kSuccess = 0, kRefused = 1, kNoAnswer = 3 }; // 2 is for a wrong command line
 
 constexpr std::chrono::milliseconds kLookAgain(100);
 
@@ -90,18 +90,6 @@ Status run(const Options& options) {
 
 int main(int argc, char** argv) {
     const Options options = parseOptions(argc, argv);
-    if (!options.problem.empty()) {
-        complain(options.problem);
-        std::fputs("Try 'qelcall --help'.\n", stderr);
-        return kWrongUsage;
-    }
-    if (options.help) {
-        std::fputs(usage(), stdout);
-        return kSuccess;
-    }
-    if (options.version) {
-        std::printf("%s\n", qel::Version::getAppTitle("qelcall").c_str());
-        return kSuccess;
-    }
-    return run(options);
+    const auto answer = qelhosts::answerCommandLine(options, "qelcall", usage());
+    return answer ? *answer : run(options);
 }

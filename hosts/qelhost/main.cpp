@@ -7,15 +7,14 @@
 #include "terminal.h"
 #include "watchdog.h"
 
+#include <hosts/shared/command_line_answer.h>
 #include <qel/foundation/log/log_backend.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/system/core/system.h>
 #include <qel/system/report/report_generator.h>
-#include <qel/system/report/version.h>
 #include <qel/system/tasks/perfmon.h>
 
 #include <atomic>
-#include <cstdio>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -102,18 +101,7 @@ int run(const Options& options, int argc, char** argv) {
 
 int main(int argc, char** argv) {
     const Options options = parseOptions(argc, argv);
-    if (!options.problem.empty()) {
-        std::fprintf(stderr, "qelhost: %s\nTry 'qelhost --help'. Options of the scripts stand behind '--'.\n",
-                     options.problem.c_str());
-        return 2;
-    }
-    if (options.help) {
-        std::fputs(usage(), stdout);
-        return 0;
-    }
-    if (options.version) {
-        std::printf("%s\n", qel::Version::getAppTitle("qelhost").c_str());
-        return 0;
-    }
-    return run(options, argc, argv);
+    const auto answer = qelhosts::answerCommandLine(options, "qelhost", usage(),
+                                                    " Options of the scripts stand behind '--'.");
+    return answer ? *answer : run(options, argc, argv);
 }

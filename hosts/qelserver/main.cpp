@@ -3,15 +3,14 @@
 #include "options.h"
 #include "server.h"
 
+#include <hosts/shared/command_line_answer.h>
 #include <hosts/shared/pacer.h>
 #include <hosts/shared/socket_path.h>
 #include <qel/foundation/log/log_backend.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/system/core/application.h>
 #include <qel/system/core/system.h>
-#include <qel/system/report/version.h>
 
-#include <cstdio>
 #include <filesystem>
 
 namespace {
@@ -59,17 +58,6 @@ int run(const Options& options) {
 
 int main(int argc, char** argv) {
     const Options options = parseOptions(argc, argv);
-    if (!options.problem.empty()) {
-        std::fprintf(stderr, "qelserver: %s\nTry 'qelserver --help'.\n", options.problem.c_str());
-        return 2;
-    }
-    if (options.help) {
-        std::fputs(usage(), stdout);
-        return 0;
-    }
-    if (options.version) {
-        std::printf("%s\n", qel::Version::getAppTitle("qelserver").c_str());
-        return 0;
-    }
-    return run(options);
+    const auto answer = qelhosts::answerCommandLine(options, "qelserver", usage());
+    return answer ? *answer : run(options);
 }

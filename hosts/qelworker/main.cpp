@@ -2,16 +2,13 @@
 // streams. It ends in order when it is told to, and when its standard input ends.
 #include "job_runner.h"
 
-#include <hosts/shared/option_table.h>
+#include <hosts/shared/command_line_answer.h>
 #include <hosts/shared/pacer.h>
 #include <qel/foundation/log/log_backend.h>
 #include <qel/packet/std_in_packet_reader.h>
 #include <qel/process/process_protocol.h>
 #include <qel/system/core/application.h>
 #include <qel/system/core/system.h>
-#include <qel/system/report/version.h>
-
-#include <cstdio>
 
 namespace {
 
@@ -77,17 +74,6 @@ int main(int argc, char** argv) {
     if (options.problem.empty() && !options.help && !options.version && first < argc) {
         options.problem = "unknown argument " + qelhosts::quoted(argv[first]);
     }
-    if (!options.problem.empty()) {
-        std::fprintf(stderr, "qelworker: %s\nTry 'qelworker --help'.\n", options.problem.c_str());
-        return 2;
-    }
-    if (options.help) {
-        std::fputs(kUsage, stdout);
-        return 0;
-    }
-    if (options.version) {
-        std::printf("%s\n", qel::Version::getAppTitle("qelworker").c_str());
-        return 0;
-    }
-    return run();
+    const auto answer = qelhosts::answerCommandLine(options, "qelworker", kUsage);
+    return answer ? *answer : run();
 }
