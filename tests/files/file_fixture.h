@@ -22,9 +22,14 @@ protected:
 
 using FileFixture = WithFolder<::testing::Test>;
 
-/// A test of files with a System.
+/// A test of files with a System, which leaves no list of deferred deletions behind.
 class SystemFileFixture : public WithFolder<SystemFixture> {
 protected:
+    void TearDown() override {
+        Object::setSingleton("deleteLater", nullptr);
+        WithFolder::TearDown();
+    }
+
     /// The paths that are hidden from those who list folders.
     std::set<std::string> hiddenPaths() {
         const MutexLock lock(system().getFilesystemBlacklistMutex());

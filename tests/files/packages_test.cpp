@@ -53,29 +53,20 @@ TEST_F(Packages, AManifestNamesTheProductAndItsVersion) {
     log.take();
     ProductPackage::Manifest manifest;
     EXPECT_TRUE(ProductPackage(path("x.7z"), "7z").getManifest(manifest));
-    EXPECT_EQ(manifest.product, "viewer");
-    EXPECT_EQ(manifest.version, "4.2 beta");
-
-    const std::pair<const char*, std::string> broken[] = {
-        {"[manifest]\nversion=1\n", "manifest has no product identifier"},
-        {"[manifest]\nproduct=p\n", "manifest has no version number"},
-        {"", "manifest has no product identifier"}};
-    for (const auto& [content, message] : broken) {
-        EXPECT_FALSE(manifest.parse(folder.write("m.ini", content)));
+    EXPECT_FALSE(manifest.parse(folder.write("m.ini", "[manifest]\nversion=1\n")) ||
+                 manifest.parse(folder.write("m.ini", "[manifest]\nproduct=p\n")) ||
+                 manifest.parse(path("missing.ini")));
+    for (const std::string& message :
+         {std::string("manifest has no product identifier"), std::string("manifest has no version number"),
+          "manifest is not valid, filePath=" + path("missing.ini")})
         log.expect(3, message);
-    }
-    EXPECT_FALSE(manifest.parse(path("missing.ini")));
-    log.expect(3, "manifest is not valid, filePath=" + path("missing.ini"));
-    EXPECT_EQ(manifest.version, "4.2 beta") << "it is as it was";
+    EXPECT_EQ(manifest.product + " " + manifest.version, "viewer 4.2 beta") << "it is as it was";
 }
 
 TEST_F(Packages, WhatTheToolCannotDoIsLogged) {
     ProductPackage missing(path("missing.7z"), "7z");
     ProductPackage::Manifest manifest;
     EXPECT_FALSE(missing.unpack(path("out")) || missing.getManifest(manifest));
-    log.expect(3, "failed to unzip archive");
-    log.expect(3, "failed to unzip file from archive");
-
     folder.write("content/file", "");
     EXPECT_FALSE(pack(path("content/file"), path("x.7z"))) << "no folder";
     EXPECT_FALSE(pack(path("content"), path("x.7z"), path("no-tool").c_str()));

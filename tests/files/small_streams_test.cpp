@@ -14,7 +14,7 @@ namespace {
 using SmallStreams = test::FileFixture;
 
 TEST_F(SmallStreams, AFileComesInPiecesAndItsEndBehindTheLast) {
-    for (const size_t size : {0u, 1u, 65535u, 65536u, 200'000u}) {
+    for (const size_t size : {0u, 65536u, 200'001u}) {
         std::string content(size, '\0');
         for (size_t i = 0; i < size; ++i) content[i] = static_cast<char>(i * 7 + i / 256);
         FileStream stream(folder.write("dir/some.bin", content).c_str(), size % 2 == 0);
@@ -27,8 +27,8 @@ TEST_F(SmallStreams, AFileComesInPiecesAndItsEndBehindTheLast) {
         EXPECT_EQ(whole.getSize(), std::min(size, FileStream::kChunkSize));
     }
     Buffer piece;
-    EXPECT_EQ(FileStream(folder.path().c_str(), true).readAll(piece), FileStream::kFailed) << "a folder";
-    EXPECT_EQ(FileStream(path("missing").c_str(), false).read(piece), FileStream::kFailed);
+    for (const std::string& bad : {folder.path(), path("missing")})
+        EXPECT_EQ(FileStream(bad.c_str(), false).readAll(piece), FileStream::kFailed) << bad;
     log.expect(3, "file stream can not open: " + path("missing") + ", errno=2:No such file or directory");
 }
 
@@ -49,7 +49,6 @@ TEST_F(SmallStreams, BytesBecomeATableOfSourceCodeInLinesOfEightyCharacters) {
               "};\nstatic unsigned int table_size = 100;\n");
     HexSourceWriter("/dev/full").close();
     log.expect(3, "cant write file '/dev/full', errno=28:No space left on device");
-    HexSourceWriter(path("missing/table.c").c_str()).process(StreamType::Plain, bytes, 1);
 }
 
 TEST(StringEvent, TextsOfAllBytesTravelAsOneLine) {
@@ -57,17 +56,13 @@ TEST(StringEvent, TextsOfAllBytesTravelAsOneLine) {
     event.clear("a");
     event.append("b:c");
     EXPECT_EQ(event.generate(), test::documentedText("string-event"));
-    EXPECT_EQ(event.asString(), "<a:b:c>");
     event.append("");
     event.append("]\n\xFF");
     ASSERT_TRUE(read.parse(event.generate()) && read && read.numArgs() == 3);
-    for (int i = -1; i < 4; ++i) EXPECT_EQ(read[i], event[i]);
-    EXPECT_EQ(read[INT_MAX], "");
-    EXPECT_TRUE(read.parse("STRB16[61:6:zz::62]")) << "a broken text is an empty one";
-    EXPECT_EQ(read.asString(), "<a::::b>");
-    for (const char* text : {"", "STRB16[]", "STRB16[", "STRB16[61", "strb16[61]", " STRB16[61]", "]"}) {
+    for (const int i : {-1, 0, 1, 2, INT_MAX}) EXPECT_EQ(read[i], event[i]);
+    EXPECT_TRUE(read.parse("STRB16[61:6:zz::62]") && read.asString() == "<a::::b>") << "broken is empty";
+    for (const char* text : {"", "STRB16[]", "STRB16[61", "strb16[61]", " STRB16[61]"})
         EXPECT_TRUE(!event.parse(text) && event.numArgs() == -1) << text;
-    }
 }
 
 struct Download : URLFetch {
@@ -79,16 +74,16 @@ TEST_F(SmallStreams, ADownloadAsksForNewerContentOnlyIfItHasSomeAndIsToldTo) {
     using namespace std::chrono;
     const auto time = sys_days(2024y / March / 5) + 14h + 30min + 7s;
     std::filesystem::last_write_time(folder.write("target", "x"), file_clock::from_sys(time));
-    const auto headersOf = [&](const char* target, bool conditional) {
-        Vector<Pair<String, String>> headers;
-        Download download;
+    Vector<Pair<String, String>> headers;
+    Download download;
+    for (const auto& [target, conditional] :
+         {std::pair("missing", true), {"target", false}, {"target", true}}) {
+        EXPECT_TRUE(headers.empty());
         download.setTargetPath(path(target));
         download.setConditional(conditional);
         download.getExtraHeaders(headers);
-        return headers;
-    };
-    EXPECT_TRUE(headersOf("missing", true).empty() && headersOf("target", false).empty());
-    EXPECT_EQ(headersOf("target", true),
+    }
+    EXPECT_EQ(headers,
               (Vector<Pair<String, String>>{{"If-Modified-Since", "Wed, 05 Mar 2024 14:30:07 GMT"}}));
 }
 

@@ -20,19 +20,20 @@ protected:
     /// The files of an archive with these bytes, as "name=content" in the order of their names.
     std::string filesIn(const std::string& bytes) {
         folder.write("x.tar", bytes);
-        TarArchive archive;
         const bool found = archive.open(path("x.tar"));
-        std::map<String, std::string> files;
-        for (const String& name : archive.getFileNames()) {
-            Buffer content;
-            EXPECT_TRUE(archive.hasFile(name) && archive.readFile(name, content)) << name;
-            files[name] = content.getConstByteSpan().asText();
-        }
-        EXPECT_EQ(found, !files.empty());
+        Vector<String> names = archive.getFileNames();
+        EXPECT_EQ(found, !names.empty());
+        std::sort(names.begin(), names.end());
         std::string text;
-        for (const auto& [name, content] : files) text += name + "=" + content + ";";
+        for (const String& name : names) {
+            EXPECT_TRUE(archive.readFile(name, content)) << name;
+            text += name + "=" + std::string(content.getConstByteSpan().asText()) + ";";
+        }
         return text;
     }
+
+    TarArchive archive;
+    Buffer content;
 };
 
 TEST_F(TarArchiveTest, OnlyEntriesWithFileDataAreFilesAndTheLastOfANameCounts) {
@@ -44,12 +45,8 @@ TEST_F(TarArchiveTest, OnlyEntriesWithFileDataAreFilesAndTheLastOfANameCounts) {
                 tarEntry("a/b", "new") + tarEntry("deep", "d", '0', "far/away") + tarEntry("", "no name") +
                 tarEntry(long99 + "n", "100") + tarEnd() + tarEntry("behind the end", "")),
         "a/b=new;empty=;far/away/deep=d;" + long99 + "n=100;tiled=" + std::string(512, 't') + ";v7=seven;");
-    TarArchive archive;
-    ASSERT_TRUE(archive.open(path("x.tar")));
-    Buffer content;
-    EXPECT_FALSE(archive.hasFile("a") || archive.readFile("a/", content));
-    EXPECT_FALSE(archive.open(path("missing"))) << "what was open before is gone";
-    EXPECT_FALSE(archive.hasFile("a/b"));
+    EXPECT_TRUE(archive.hasFile("a/b") && !archive.hasFile("a") && !archive.readFile("a/", content));
+    EXPECT_FALSE(archive.open(path("missing")) || archive.hasFile("a/b")) << "what was open before is gone";
     EXPECT_FALSE(archive.open(folder.path()));
 }
 
@@ -57,19 +54,15 @@ TEST_F(TarArchiveTest, DamageEndsTheReadingAndKeepsWhatCameBeforeAndNoEntryReach
     const auto base256 = [](const std::string& low) {
         return "\x80" + std::string(11 - low.size(), '\0') + low;
     };
-    const std::string first = tarEntry("first", "1");
-    const std::string wrong = tarBlock({"second", octalSize(1), '0', "", 1});
+    const std::string first = tarEntry("first", "1"), wrong = tarBlock({"second", octalSize(1), '0', "", 1});
     const std::string sum = "checksum failure", end = "short read: expected 512, got 0";
     Vector<std::array<std::string, 3>> cases = {
         {first + wrong + std::string(512, '2') + tarEntry("third", "3"), "first=1;", sum},
         {first + tarEntry("second", "2").substr(0, 100), "first=1;", "short read: expected 512, got 100"},
         {first, "first=1;", end},
-        {"", "", end},
-        {std::string(600, 'x'), "", sum},
         {first + tarBlock({"big", base256("\x02")}) + "22", "big=22;first=1;", end}};
-    for (const std::string& size : {octalSize(513), std::string("77777777777"), base256("\x02\x01"),
-                                    base256("\x7F\xFF\xFF\xFF\xFF\xFF\xFF\xFF"),
-                                    base256("\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF"), std::string(12, '\xFF')})
+    for (const std::string& size :
+         {octalSize(513), base256("\x7F\xFF\xFF\xFF\xFF\xFF\xFF\xFF"), std::string(12, '\xFF')})
         cases.push_back({first + tarBlock({"big", size}) + std::string(512, 'x'), "first=1;", end});
     for (const auto& [bytes, files, how] : cases) {
         EXPECT_EQ(filesIn(bytes), files);
@@ -80,33 +73,29 @@ TEST_F(TarArchiveTest, DamageEndsTheReadingAndKeepsWhatCameBeforeAndNoEntryReach
 
 TEST_F(TarArchiveTest, AFileThatCannotBeReadWholeIsNotGiven) {
     folder.write("x.tar", tarEntry("a", std::string(1000, 'a')) + tarEnd());
-    TarArchive archive;
     ASSERT_TRUE(archive.open(path("x.tar")));
-    Buffer content;
     {
         test::FailingFiles files(1, std::errc::io_error);
         files.makeShort();
         EXPECT_FALSE(archive.readFile("a", content));
     }
     std::filesystem::resize_file(path("x.tar"), 700);
-    EXPECT_FALSE(archive.readFile("a", content));
-    EXPECT_TRUE(content.empty());
+    EXPECT_FALSE(archive.readFile("a", content) || !content.empty());
 }
 
 TEST_F(TarArchiveTest, ArchivesOfTheTarProgramAreReadByManyThreads) {
-    const auto content = [](int i) { return std::string(static_cast<size_t>(i * 97), 'a'); };
-    for (int i = 0; i < 40; ++i) folder.write("tree/" + std::to_string(i), content(i));
+    const auto contentOf = [](int i) { return std::string(static_cast<size_t>(i * 97), 'a'); };
+    for (int i = 0; i < 40; ++i) folder.write("tree/" + std::to_string(i), contentOf(i));
     const std::string command =
         "tar -C '" + folder.path() + "' --format=ustar -cf '" + path("x.tar") + "' tree";
     ASSERT_EQ(std::system(command.c_str()), 0);
-    TarArchive archive;
     ASSERT_TRUE(archive.open(path("x.tar")));
     std::atomic<int> right = 0;
     test::onThreads(4, [&](int) {
         Buffer read;
         for (int i = 0; i < 40; ++i)
             right += archive.readFile("tree/" + std::to_string(i), read) &&
-                     read.getConstByteSpan().asText() == content(i);
+                     read.getConstByteSpan().asText() == contentOf(i);
     });
     EXPECT_EQ(right, 160);
 }

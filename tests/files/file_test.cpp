@@ -1,0 +1,100 @@
+#include <qel/files/file.h>
+
+#include <tests/files/file_fixture.h>
+
+#include <array>
+
+namespace qel {
+namespace {
+
+TEST(FilePath, CanonicalFormResolvesDotsByTextAloneAndNeverLeavesTheRoot) {
+    const std::array<const char*, 3> cases[] = {
+        // a path, the folder it stands in, and the canonical form or null for a path that is refused
+        {"/a/./b/../c//d", "", "/a/c/d"}, {"b/../../c", "/x/y", "/x/c"},
+        {"b/", "/x/", "/x/b/"},           {"a/..", "", "."},
+        {"../../b", "/x", nullptr},       {"../b", "", nullptr}};
+    for (const auto& [path, base, canonical] : cases) {
+        String changed = path;
+        EXPECT_EQ(File::pathCanonicalize(changed, base), canonical != nullptr) << path;
+        EXPECT_EQ(changed, canonical ? canonical : path);
+    }
+}
+
+TEST(FilePath, SeparatorsAreAddedAndStrippedOnceAndNeverMakeOrLoseTheRoot) {
+    const auto ended = [](String path) { return File::pathEndWithSeparator(path), path; };
+    const auto stripped = [](String path) { return File::pathStripEndingSeparator(path), path; };
+    EXPECT_EQ(ended(ended("/a")) + ended(""), "/a/");
+    EXPECT_EQ(stripped("/a///") + stripped("/"), "/a/");
+}
+
+TEST(FilePath, SplitsAtTheLastSlashAndExtensionsBelongToTheNameAlone) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"/a.b/c.tar.gz", "/a.b|c.tar.gz|gz"}, {"b", "|b|"},  {"/b", "/|b|"}, {"/a.b/c", "/a.b|c|"},
+        {"/a/.hidden", "/a|.hidden|"},         {"a/", "a||"}, {"", "||"}};
+    for (const auto& [path, parts] : cases) {
+        String directory, name;
+        File::splitFilePath(path, directory, name);
+        EXPECT_EQ(directory + "|" + name + "|" + File::getExtensionFromPath(path), parts);
+    }
+    EXPECT_EQ(File::stripExtensionFromPath("/a.b/c"), "/a.b/c");
+    EXPECT_EQ(File::addExtensionToPath("/a/c", "txt"), File::addExtensionToPath("/a/c", ".txt"));
+}
+
+TEST(FilePath, WideFormsRoundTripAndBrokenPairsAreReplaced) {
+    EXPECT_EQ(File::pathToWideCharWindows("/\xF0\x9F\x98\x80"), (Vector<uint16>{'/', 0xD83D, 0xDE00, 0}));
+    String path;
+    File::pathFromWideCharWindows(path, std::array<uint16, 6>{0xD83D, 0xDE00, 0xD83D, 'x', 0xDE00, 0}.data());
+    EXPECT_EQ(path, "\xF0\x9F\x98\x80\xEF\xBF\xBDx\xEF\xBF\xBD");
+}
+
+class FileQuery : public test::FileFixture {};
+
+TEST_F(FileQuery, TellsFilesFoldersAndLinksApartAndTimesInTicksSince1601) {
+    const platform::FileTime time{1'000'000'000, 123'456'789};
+    ASSERT_FALSE(platform::setModified(folder.write("file", "12345").c_str(), &time));
+    ASSERT_TRUE(File::createSymLink(path("link"), folder.makeFolder("dir"), true));
+    ASSERT_TRUE(File::createSymLink(path("dangling"), "nowhere", false));
+    File::FileInfo info;
+    EXPECT_TRUE(File::getFileInfo(path("file"), info) && info.size == 5 && !info.isDirectory &&
+                !info.isSymLink);
+    EXPECT_EQ(info.modificationTime, 126'444'736'001'234'567u);
+    EXPECT_GT(info.creationTime, 133'000'000'000'000'000u) << "the file was made after 2022";
+    EXPECT_TRUE(File::getFileInfo(path("link"), info) && info.isDirectory && info.isSymLink);
+    EXPECT_TRUE(File::existsFile(path("dangling")));
+    EXPECT_EQ(File::getFileSize(path("missing")), 0u);
+}
+
+TEST_F(FileQuery, AccessToAMissingPathIsThatOfItsNearestFolder) {
+    folder.write("file", "");
+    for (const bool forWriting : {false, true}) {
+        EXPECT_TRUE(File::isAccessible(path("a/b/c/"), forWriting));
+        EXPECT_FALSE(File::isAccessible(path("file/b"), forWriting)) << "a file is in the way";
+        EXPECT_FALSE(File::isAccessible("", forWriting));
+    }
+}
+
+TEST_F(FileQuery, HashesTheRangeThatExists) {
+    const std::string file = folder.write("file", std::string(300'000, 'x') + "123456789");
+    EXPECT_EQ(File::getFileHash(file, 300'000, uint64(1) << 60), ~0xE3069283u)
+        << "the check value's complement";
+    for (const uint64 behind : {uint64(300'009), uint64(1) << 63})
+        EXPECT_EQ(File::getFileHash(file, behind, 1), 0xFFFFFFFF);
+    EXPECT_EQ(File::getFileHash(folder.path(), 0, 1), 0xFFFFFFFF);
+}
+
+TEST_F(FileQuery, ComparesWholeContents) {
+    const std::string a = folder.write("a", "same");
+    EXPECT_TRUE(File::compareFiles(a, folder.write("b", "same"), false));
+    EXPECT_FALSE(File::compareFiles(a, folder.write("c", "sama"), false) ||
+                 File::compareFiles(a, path("missing"), true));
+    EXPECT_TRUE(log.take().empty());
+}
+
+TEST_F(FileQuery, PrefetchTellsWhatItDoesAndIsQuietAboutAMissingFile) {
+    File::prefetchFileIfPossible(path("missing"));
+    File::prefetchFileIfPossible(folder.write("file", "12345"));
+    EXPECT_TRUE(log.take().at(0).text.ends_with(", FileSize=5"));
+}
+
+} // namespace
+} // namespace qel
