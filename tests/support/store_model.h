@@ -133,9 +133,10 @@ private:
     }
     Item value() { return m_draw(8) == 0 ? Item(std::string(m_draw(300), 'v')) : Item(m_draw(1000)); }
 
+    /// What is not found leaves the key as it is.
     static std::string answer(bool found, const Item& key, const Store& store) {
-        if (!found) return "none";
-        return key.getBase16() + (key.getStore() == &store ? "" : " (not of the store)");
+        return (found ? "" : "none, ") + key.getBase16() +
+               (key.getStore() == &store ? "" : " (not of the store)");
     }
     StoreOperation set() {
         return {"set", [key = key(true), value = value()](Store& store) {
