@@ -1,9 +1,9 @@
 // Runs a host program as a child process.
 #pragma once
 
-#include <filesystem>
+#include <tests/support/scratch_folder.h>
+
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace qel::test {
@@ -18,13 +18,8 @@ struct HostRun {
 };
 
 /// Runs a program in @p folder, where its output stays in two files, and waits for its end.
-HostRun runProgram(const std::filesystem::path& folder, const std::vector<std::string>& command);
+HostRun runProgram(const ScratchFolder& folder, const std::vector<std::string>& command);
 /// Prints a run for messages of failed tests.
 std::ostream& operator<<(std::ostream& stream, const HostRun& run);
-
-/// Writes @p text to @p path, with the folders above it.
-void writeText(const std::filesystem::path& path, std::string_view text);
-/// The bytes of a file.
-std::string readText(const std::filesystem::path& path);
 
 } // namespace qel::test

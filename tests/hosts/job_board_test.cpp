@@ -40,16 +40,14 @@ TEST_F(JobBoardTest, WhatWasStillToDoComesUpAgainInItsOrderAndWithoutTheAttemptT
     Vector<GUID> ids;
     {
         JobBoard before = board();
-        for (int i = 0; i < 4; ++i) ids.push_back(before.submit("hash", {"/a", "/b"}));
-        EXPECT_EQ(before.start()->id, ids[0]);
-        before.done(ids[0], 7, Item("made"));
+        for (int i = 0; i < 3; ++i) ids.push_back(before.submit("hash", {"/a", "/b"}));
+        before.done(before.start()->id, 7, Item("made"));
         EXPECT_EQ(before.start()->id, ids[1]);
         before.giveBack(ids[1], 3);
         EXPECT_EQ(before.start()->attempts, 2) << "the job of a lost worker is the next";
     }
     JobBoard after = board();
     EXPECT_EQ(last(after, 9), ids);
-    EXPECT_EQ(last(after, 1), Vector<GUID>{ids[3]});
     EXPECT_EQ(after.find(ids[0])->result, Item("made"));
     const Job* next = after.start();
     EXPECT_TRUE(next->id == ids[1] && next->attempts == 2 && next->files == (Vector<String>{"/a", "/b"}));

@@ -21,16 +21,22 @@ protected:
     HostRun run(const std::vector<std::string>& arguments) {
         std::vector<std::string> command{QELCALL_PROGRAM, "--socket", socket};
         command.insert(command.end(), arguments.begin(), arguments.end());
-        auto outcome =
-            std::async(std::launch::async, [&] { return test::runProgram(folder.path(), command); });
+        auto outcome = std::async(std::launch::async, [&] { return test::runProgram(folder, command); });
         while (outcome.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
             server.wait(1);
             server.poll();
         }
         return outcome.get();
     }
+    /// A call that @p run answers at once.
     void add(const char* name, std::function<void(const RpcContext&)> run) {
-        server.addRPC(name, std::move(run), "", "");
+        server.addRPC(
+            name,
+            [run = std::move(run)](const RpcContext& context) {
+                run(context);
+                context.finish();
+            },
+            "", "");
     }
 
     const test::ScratchFolder folder;
@@ -40,14 +46,8 @@ protected:
 
 TEST_F(QelcallTest, PrintsResultsAndTellsSuccessByItsStatus) {
     ASSERT_TRUE(server.start());
-    add("echo", [](const RpcContext& context) {
-        context.result().concatItem(context.getArguments());
-        context.finish();
-    });
-    add("end", [&](const RpcContext& context) {
-        server.stop();
-        context.finish();
-    });
+    add("echo", [](const RpcContext& context) { context.result().concatItem(context.getArguments()); });
+    add("end", [&](const RpcContext&) { server.stop(); });
     const std::string big = "\"" + std::string(100'000, 'x') + "\"";
     const std::pair<std::vector<std::string>, HostRun> cases[] = {
         {{"echo"}, {0, "null\n", ""}},
@@ -63,10 +63,7 @@ TEST_F(QelcallTest, PrintsResultsAndTellsSuccessByItsStatus) {
 
 TEST_F(QelcallTest, FollowsAJobToItsEnd) {
     ASSERT_TRUE(server.start());
-    add("submit", [](const RpcContext& context) {
-        context.result().add("J");
-        context.finish();
-    });
+    add("submit", [](const RpcContext& context) { context.result().add("J"); });
     std::deque<const char*> states = {R"({"id":"J","state":"running","progress":0.5})",
                                       R"({"id":"J","state":"running","progress":0.7})",
                                       R"({"id":"J","state":"done","progress":1,"result":[1]})",
@@ -75,24 +72,16 @@ TEST_F(QelcallTest, FollowsAJobToItsEnd) {
         EXPECT_EQ(context.getArguments(), Item("J"));
         ASSERT_TRUE(context.result().setJSON(states.front()));
         states.pop_front();
-        context.finish();
     });
     EXPECT_EQ(run({"--watch", "submit"}), (HostRun{0, "[\n  1\n]\n", "running\ndone\n"}));
     EXPECT_EQ(run({"--watch", "submit"}),
               (HostRun{1, "", "failed\nqelcall: the job failed: no such file\n"}));
 }
 
-TEST_F(QelcallTest, SaysWhatIsWrongWithTheCommandLineAndThatNobodyListens) {
+TEST_F(QelcallTest, TellsAWrongCommandLineAndThatNobodyListensByItsStatus) {
     EXPECT_EQ(run({"x"}).status, 3);
-    EXPECT_EQ(run({"--help"}).status, 0);
-    for (const std::vector<std::string>& wrong : {std::vector<std::string>{},
-                                                  {"--nothing"},
-                                                  {"--timeout", "0", "x"},
-                                                  {"--timeout", "2147483647", "x"},
-                                                  {"x", "{"}}) {
-        const HostRun seen = run(wrong);
-        EXPECT_TRUE(seen.status == 2 && seen.error.starts_with("qelcall: ")) << seen;
-    }
+    for (const char* timeout : {"0", "2147483647"}) EXPECT_EQ(run({"--timeout", timeout, "x"}).status, 2);
+    EXPECT_EQ(run({"x", "{"}).status, 2);
 }
 
 TEST(ProgressBarTest, FillsItsWidth) {

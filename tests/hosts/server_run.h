@@ -5,7 +5,6 @@
 #include <qel/foundation/base/smart_pointer.h>
 #include <qel/process/process.h>
 #include <tests/hosts/host_run.h>
-#include <tests/support/scratch_folder.h>
 #include <tests/support/system_fixture.h>
 
 #include <csignal>
@@ -17,8 +16,8 @@ namespace qel::test {
 /// A test with a server in a scratch folder. The server's files, but not the server, last for the whole test.
 class ServerTest : public SystemFixture {
 protected:
-    ServerTest();
-    ~ServerTest() override;
+    /// Stops the server in order.
+    void TearDown() override;
 
     /// Starts the server and waits until it answers. @param arguments  besides those for socket and data.
     void start(std::vector<std::string> arguments);
@@ -31,17 +30,14 @@ protected:
     HostRun shell(const std::string& line) const;
     /// Calls the server. @return what qelcall printed, without the last newline.
     std::string call(const std::string& method, const std::string& arguments = "[]") const;
-    /// Calls until the answer matches the regular expression @p pattern, or a minute has passed. @return the
-    /// last answer.
+    /// Calls until the answer matches the regular expression @p pattern. @return the last answer.
     std::string callUntil(const std::string& pattern, const std::string& method,
                           const std::string& arguments = "[]") const;
     /// Makes a file of @p bytes bytes that are not all the same. @return its absolute path.
     std::string makeFile(const std::string& name, size_t bytes) const;
-    /// The test's own folder.
-    std::filesystem::path scratch() const { return m_folder.path(); }
+    const ScratchFolder folder;
 
 private:
-    ScratchFolder m_folder;
     SmartPointer<Process> m_server;
     std::string m_output;
 };

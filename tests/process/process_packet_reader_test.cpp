@@ -82,14 +82,12 @@ TEST_F(PacketLines, TagsDecideTheLevelAndStandardErrorComesFirst) {
     }
 }
 
-TEST_F(PacketLines, ATimeoutIsLookedAtOnEntryAndEvery256Lines) {
+TEST_F(PacketLines, ATimeoutIsLookedAtOnEntry) {
     const Pointer process = childOf(repeat(1, 600));
-    ProcessPacketReader& reader = *process->getPacketReader();
     const uint32 now = system().getTime();
-    EXPECT_FALSE(reader.readTimeout(now - 11, 10));
+    EXPECT_FALSE(process->getPacketReader()->readTimeout(now - 11, 10));
     EXPECT_EQ(capture.take().size(), 0u);
-    clock.advanceMs(10);
-    EXPECT_FALSE(reader.readTimeout(now, 10)); // not exceeded yet
+    EXPECT_FALSE(process->getPacketReader()->readTimeout(now - 10, 10)); // not exceeded yet
     EXPECT_EQ(capture.take().size(), 600u);
 }
 
@@ -114,7 +112,6 @@ TEST_F(PacketLines, OfAFloodTheLastLinesAreHeldUntilTheReaderDiesAndThoseLeftOut
         {repeat(1, 300), false, 43, {}},
         {mixed, false, 256, ofMixed(2, 3)},
         {mixed, true, 256, ofMixed(1, 1)},
-        {repeat(1, 9'999), false, 256, {{1, "... trimmed 9486 lines ..."}}},
         {repeat(1, 10'002), false, 256, {{1, "... trimmed 9489 lines ..."}}},
     };
     for (const auto& [output, asInfo, kept, summary] : cases) {
@@ -163,38 +160,24 @@ TEST_F(PacketLines, AChildThatNeverStopsWritingKeepsNobodyFromItsPackets) {
     capture.take();
 }
 
-TEST_F(PacketLines, PacketsGoToTheChildAsLinesWithTheWritersPort) {
+TEST_F(PacketLines, PacketsGoToTheChildAsTheDocumentedLinesWithTheWritersPort) {
+    EXPECT_EQ(Packet(ProcessProtocol::Terminate, 3).convertToBase16String(), terminateLine());
     const Pointer process = runShell("cat");
     ProcessPacketWriter& writer = *process->getPacketWriter();
     Packet packet(ProcessProtocol::PluginsHashes, 0);
     packet.setString("initScript", "a");
     packet.setInteger("index", 7);
-    // Behind the port: header with id 1003 and flags 2, three counts, index, text, static size 16.
-    const std::string rest = "FFFFEB030200"
-                             "00000000"
-                             "02000000"
-                             "00000000"
-                             "07000000"
-                             "6100"
-                             "10000000]";
+    const std::string behindPort = documentedBytes("process/plugins-hashes").substr(4) + "]";
     writer.setPort(9);
     writer.write(&packet);
-    EXPECT_EQ(line(*process), "PKTB16[0900" + rest);
+    EXPECT_EQ(line(*process), "PKTB16[0900" + behindPort);
     writer.disablePort();
     packet.setPort(-7);
     writer.write(&packet);
-    EXPECT_EQ(line(*process), "PKTB16[F9FF" + rest);
+    EXPECT_EQ(line(*process), "PKTB16[F9FF" + behindPort);
     process->closeStdin();
     EXPECT_FALSE(writer.valid());
     writer.write(&packet);
-}
-
-TEST_F(PacketLines, ProtocolPacketsHaveTheDocumentedBytes) {
-    EXPECT_EQ(Packet(ProcessProtocol::Terminate, 3).convertToBase16String(), terminateLine());
-    Packet hashes(ProcessProtocol::PluginsHashes, 0);
-    hashes.setString("initScript", "a");
-    hashes.setInteger("index", 7);
-    EXPECT_EQ(hashes.convertToBase16String(), "PKTB16[" + documentedBytes("process/plugins-hashes") + "]");
 }
 
 } // namespace

@@ -2,7 +2,6 @@
 
 #include <tests/support/source_dir.h>
 
-#include <fstream>
 #include <sstream>
 #include <stdexcept>
 
@@ -10,15 +9,8 @@ namespace qel::test {
 
 namespace {
 
-std::string readPage() {
-    std::ifstream file(sourceDir() + "/docs/formats.md");
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
-
 std::string block(const std::string& kind, const std::string& name) {
-    static const std::string page = readPage();
+    static const std::string page = sourceText("docs/formats.md");
     const std::string head = "\n```" + kind + " " + name + "\n";
     const size_t begin = page.find(head);
     const size_t end = page.find("\n```\n", begin + head.size());

@@ -15,7 +15,6 @@ TEST(Guid, IsWrittenInTheOrderOfItsBytes) {
     guid.bytes[0] = 1;
     guid.bytes[31] = 0xAB;
     EXPECT_EQ(guid.toString(), kDigits);
-    EXPECT_EQ(GUID::fromString(kDigits), guid);
     EXPECT_EQ(GUID::fromString("01000000000000000000000000000000000000000000000000000000000000ab"), guid);
     for (const char* const text :
          {"", "01", "0100000000000000000000000000000000000000000000000000000000000000AB",
@@ -25,14 +24,11 @@ TEST(Guid, IsWrittenInTheOrderOfItsBytes) {
 }
 
 TEST(Guid, IsReadFromAStreamAsExactly64Digits) {
-    std::istringstream in(kDigits + std::string("rest"));
+    std::stringstream stream;
     GUID guid;
     std::string rest;
-    EXPECT_TRUE(in >> guid >> rest);
-    EXPECT_EQ(rest, "rest");
-    std::ostringstream out;
-    out << guid;
-    EXPECT_EQ(out.str(), kDigits);
+    EXPECT_TRUE(stream << GUID::fromString(kDigits) << "rest" && stream >> guid >> rest);
+    EXPECT_EQ(guid.toString() + rest, kDigits + std::string("rest"));
     for (const std::string& text : {std::string("0102"), std::string(64, 'x')}) {
         std::istringstream broken(text);
         EXPECT_FALSE(broken >> guid);
@@ -45,8 +41,6 @@ TEST(Guid, IsOrderedByItsHighestByteFirst) {
     low.bytes[0] = 255;
     high.bytes[1] = 1;
     EXPECT_LT(low, high);
-    EXPECT_LT(GUID(), low);
-    EXPECT_TRUE(low);
 }
 
 TEST(Guid, HasANickname) {

@@ -82,7 +82,7 @@ TEST(ItemOrder, FollowsItsRulesAndTheOrderedBytesFollowIt) {
             const int order = orderByTheRules(a, b);
             ASSERT_EQ(signOf(Item::compare(a, b)), order);
             ASSERT_EQ(signOf(Item::compare(b, a)), -order);
-            if (!wildcards) ASSERT_EQ(plainOrder(orderedForm(a), orderedForm(b)), order);
+            ASSERT_TRUE(wildcards || plainOrder(orderedForm(a), orderedForm(b)) == order);
             equal += order == 0;
         }
         EXPECT_GT(equal, 1000);

@@ -17,11 +17,6 @@ const AllKindsScheme kAllKinds;
 /// A key "row" in a store of its own.
 class PacketInStore : public ::testing::Test {
 protected:
-    String valueOf(const char* field) {
-        const Item child = Item(key).addString(field);
-        return child.exists() ? child.fetch()->asString() : String("none");
-    }
-
     SmartPointer<MemoryStore> store{new MemoryStore};
     Item key = Item(store.get()).addString("row");
     Packet row{&g_rows, 5};
@@ -31,18 +26,19 @@ TEST_F(PacketInStore, KeepsEachFieldUnderItsName) {
     row.setString("name", "hip");
     row.setInteger("size", 300);
     row.setFloat("weight", 0.5);
-    row.set("owner", GUID::fromString("11" + std::string(62, '0')));
+    row.set("owner", GUID());
     row.setArray("marks", std::array{1, 2}.data(), 2);
     Item(key).addString("name").store(Item(7));
     Item(key).addString("foreign").store(Item(8));
     key.storePacket(&row);
     EXPECT_EQ(key.fetch()->asString(), "{}");
-    const std::pair<const char*, String> children[] = {
-        {"id", "none"},           {"name", "{<STR:hip>}"},
-        {"size", "{<INT:300>}"},  {"weight", "{<FLT:0.5>}"},
-        {"secret", "{<BUF:2>}"},  {"marks", "{<BUF:8>}"},
-        {"foreign", "{<INT:8>}"}, {"owner", "{<GUID:11" + std::string(62, '0') + ">}"}};
-    for (const auto& [name, value] : children) EXPECT_EQ(valueOf(name), value) << name;
+    std::string children;
+    for (const char* name : {"id", "name", "size", "weight", "secret", "marks", "foreign", "owner"}) {
+        const Item child = Item(key).addString(name);
+        children += child.exists() ? child.fetch()->asString() : String("none");
+    }
+    EXPECT_EQ(children, "none{<STR:hip>}{<INT:300>}{<FLT:0.5>}{<BUF:2>}{<BUF:8>}{<INT:8>}{<GUID:" +
+                            std::string(64, '0') + ">}");
 
     Packet fetched(&g_rows, 6);
     EXPECT_TRUE(key.fetchPacket(&fetched));
@@ -67,30 +63,22 @@ TEST_F(PacketInStore, LeavesDefaultsWhereAChildIsMissingOrOfAnotherType) {
     log.expect(3, "writing too many bytes in a buffer");
 }
 
-TEST_F(PacketInStore, KeepsAWholePacketAsOneValue) {
-    row.setString("name", "hip");
-    key.storePacketCompact(&row);
-    EXPECT_EQ(key.fetch()->getBase16(), test::documentedBytes("packet/compact"));
-    Packet fetched(&g_rows, 6);
-    ASSERT_TRUE(key.fetchPacket(&fetched));
-    EXPECT_STREQ(fetched.getString("name"), "hip");
-    EXPECT_EQ(fetched.getPort(), 0) << "the header of the manifest";
-}
-
-TEST_F(PacketInStore, FetchesEitherForm) {
+TEST_F(PacketInStore, KeepsAWholePacketAsOneValueAndFetchesEitherForm) {
     bool wasCompact = true;
     EXPECT_EQ(key.fetchPacketCompact(&g_rows, wasCompact), nullptr);
     EXPECT_FALSE(wasCompact || key.fetchPacket(&row));
-    row.setInteger("size", 12);
+    row.setString("name", "hip");
     key.storePacket(&row);
     EXPECT_EQ(key.fetchPacketCompact(), nullptr);
     for (const bool isCompact : {false, true}) {
         if (isCompact) key.storePacketCompact(&row);
-        EXPECT_EQ(key.fetchPacketCompact(&g_rows, wasCompact)->getInteger("size"), 12);
+        EXPECT_STREQ(key.fetchPacketCompact(&g_rows, wasCompact)->getString("name"), "hip");
         EXPECT_EQ(wasCompact, isCompact);
     }
+    EXPECT_EQ(key.fetch()->getBase16(), test::documentedBytes("packet/compact"));
     EXPECT_EQ(key.fetchPacketCompact()->getScheme(), nullptr);
-    EXPECT_EQ(key.fetchPacketCompact(&g_rows)->getPort(), 0);
+    ASSERT_TRUE(key.fetchPacket(&row));
+    EXPECT_EQ(row.getPort(), 0) << "the header of the manifest";
 }
 
 TEST_F(PacketInStore, RefusesPacketsThatDoNotFit) {
@@ -98,13 +86,11 @@ TEST_F(PacketInStore, RefusesPacketsThatDoNotFit) {
     Packet raw(4u);
     key.storePacket(&raw);
     log.expect(3, "trying to store packet without scheme");
-    EXPECT_FALSE(key.exists());
-    EXPECT_FALSE(key.fetchPacket(&raw));
+    EXPECT_FALSE(key.exists() || key.fetchPacket(&raw));
     log.expect(3, "trying to fetch packet without scheme");
     key.storePacketCompact(&raw);
     EXPECT_FALSE(key.fetchPacket(&row));
-    EXPECT_EQ(key.fetchPacketCompact(&g_rows), nullptr);
-    for (int i = 0; i < 2; ++i) log.expect(2, "invalid packet received (packet id wrong 0 != 702)");
+    log.expect(2, "invalid packet received (packet id wrong 0 != 702)");
     key.store(Item(ConstByteSpan::fromText("abc")));
     EXPECT_FALSE(key.fetchPacket(&row));
     log.expect(2, "corrupt buffer_manifest packet encoding");
@@ -125,12 +111,9 @@ protected:
 
 TEST_F(TableRows, AreMadeFoundAndDeleted) {
     LogCapture log;
-    table.createTable();
-    table.createTable();
+    for (int i = 0; i < 2; ++i) table.createTable();
     EXPECT_EQ(log.take(), (std::vector<LogLine>{{1, 2, "creating table for scheme"}}));
-    EXPECT_TRUE(table.getRoot().exists());
     for (int i = 0; i < 3; ++i) EXPECT_TRUE(table.createEntry(key, error));
-    EXPECT_EQ(error, "untouched");
 
     Vector<GUID> ids;
     Item row;
@@ -140,10 +123,8 @@ TEST_F(TableRows, AreMadeFoundAndDeleted) {
     EXPECT_TRUE(ids[0] < ids[1] && ids[1] < ids[2]);
 
     EXPECT_TRUE(table.findEntry(ids[1], row, error));
-    Item(row).addString("name").store(Item("x"));
     EXPECT_EQ(table.createPacketForEntry(ids[1], row, error), nullptr);
     EXPECT_TRUE(table.deleteEntry(row, error));
-    EXPECT_FALSE(Item(row).addString("name").exists());
     EXPECT_EQ(error, "untouched");
     EXPECT_FALSE(table.deleteEntry(row, error));
     EXPECT_EQ(std::exchange(error, ""), "entry not found");
