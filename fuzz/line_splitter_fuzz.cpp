@@ -108,7 +108,7 @@ void checkReader(std::string_view text, std::string_view sizes, const std::vecto
     const auto isLine = [](const String& line) { return !line.empty() && !line.contains("... trimmed "); };
     if (std::any_of(expected.begin(), expected.end(), [](const String& line) {
             return line.contains("... trimmed ") || line.contains("[PID:") || line.find('\0') != line.npos ||
-                   line.ends_with("too much log output");
+                   line.contains("too much log output");
         }))
         return;
     size_t packets = 0;
