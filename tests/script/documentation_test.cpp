@@ -16,12 +16,6 @@ namespace {
 using qel::test::LogCapture;
 using qelSq::Object;
 
-struct Example {
-    int line;
-    std::string source;
-    std::vector<std::string> output;
-};
-
 std::string readPage() {
     std::ifstream file(qel::test::sourceDir() + "/docs/scripting.md");
     return {std::istreambuf_iterator<char>(file), {}};
@@ -34,24 +28,25 @@ std::set<std::string> wordsOf(std::string page) {
     return {std::istream_iterator<std::string>(words), {}};
 }
 
-std::vector<Example> readExamples() {
-    std::vector<Example> examples;
-    std::istringstream page(readPage());
-    std::string line;
-    bool inside = false;
-    for (int number = 1; std::getline(page, line); ++number) {
-        if (line == "```squirrel") {
-            examples.push_back({number, "", {}});
-            inside = true;
-        } else if (line == "```") {
-            inside = false;
-        } else if (inside) {
-            size_t mark = line.find("//> ");
-            if (mark != std::string::npos) examples.back().output.push_back(line.substr(mark + 4));
-            examples.back().source += line + "\n";
-        }
+std::vector<std::string> readExamples() {
+    const std::string page = readPage(), head = "\n```squirrel\n";
+    std::vector<std::string> examples;
+    for (size_t at = page.find(head); at != page.npos; at = page.find(head, at)) {
+        at += head.size();
+        examples.push_back(page.substr(at, page.find("\n```\n", at) - at));
     }
     return examples;
+}
+
+/// What @p example says that it prints.
+std::vector<std::string> promisedBy(const std::string& example) {
+    std::vector<std::string> output;
+    std::istringstream lines(example);
+    for (std::string line; std::getline(lines, line);) {
+        const size_t mark = line.find("//> ");
+        if (mark != line.npos) output.push_back(line.substr(mark + 4));
+    }
+    return output;
 }
 
 class ScriptDocumentation : public qel::test::ScriptFixture {
@@ -86,8 +81,8 @@ protected:
 TEST_F(ScriptDocumentation, EveryExamplePrintsWhatItSays) {
     auto examples = readExamples();
     ASSERT_GT(examples.size(), 20u);
-    for (const Example& example : examples) {
-        EXPECT_EQ(outputOf(example.source), example.output) << "docs/scripting.md, line " << example.line;
+    for (const std::string& example : examples) {
+        EXPECT_EQ(outputOf(example), promisedBy(example)) << "docs/scripting.md:\n" << example;
         TearDown();
         SetUp();
     }

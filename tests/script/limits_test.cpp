@@ -15,8 +15,6 @@ std::string repeat(const std::string& text, int count) {
     return all;
 }
 
-int g_refused = 0;
-
 class ScriptLimits : public qel::test::ScriptFixture {
 protected:
     void expectTooDeep(const std::string& source) {
@@ -29,8 +27,9 @@ protected:
 TEST_F(ScriptLimits, NestingIsBoundedAtTheLimit) {
     std::string fits = repeat("(", VM::kMaxSourceNesting - 1) + "1" + repeat(")", VM::kMaxSourceNesting - 1);
     EXPECT_TRUE(run("local x = " + fits));
-    EXPECT_TRUE(vm().compileSource("throw 1", 7, "test")) << "compiling alone runs nothing";
     expectTooDeep("local x = (" + fits + ")");
+    expectError("compilestring(\"" + repeat("(", 1 + VM::kMaxSourceNesting) + "\")",
+                "source is nested too deep");
     EXPECT_EQ(qelSq::internal::findNestingExcess("/*\n*/ @\"\n\" \n ((", 1).line, 4);
 }
 
@@ -55,20 +54,12 @@ TEST_F(ScriptLimits, LongHonestSourcesPass) {
         "$switch (a) { case 1: b(); break; default: c() }$t <- { a = function() { return [1, 2] }, b = !d }"
         "$local s = \"(((\" // (((\n$foreach (i, v in a) { b[i] <- v }$a.b.c(1)(2)[3]++$throw a; yield b"
         "$x = a + b - c - d$for (local i = 0; i < 3; i++) { x() }$local v = @\"((\"\"((\"$enum E { A, B }"
-        "$base.constructor(1)");
-    for (std::string piece; std::getline(pieces, piece, '$');)
-        EXPECT_FALSE(qelSq::internal::findNestingExcess(repeat(piece + "\n", 5'000), 20).found) << piece;
-    const std::string sources[] = {repeat("x <- -1;", 5'000), repeat("if (a) b()\nelse c()\n", 5'000),
-                                   "[" + repeat("-1, ", 5'000) + "]",
-                                   "{" + repeat("f = function() {},", 5'000) + "}"};
+        "$base.constructor(1)$if (a) b()\nelse c()");
+    std::vector<std::string> sources = {repeat("x <- -1;", 5'000), "[" + repeat("-1, ", 5'000) + "]",
+                                        "{" + repeat("f = function() {},", 5'000) + "}"};
+    for (std::string piece; std::getline(pieces, piece, '$');) sources.push_back(repeat(piece + "\n", 5'000));
     for (const std::string& source : sources)
-        EXPECT_FALSE(qelSq::internal::findNestingExcess(source, 20).found) << source.substr(0, 20);
-}
-
-TEST_F(ScriptLimits, TextsCompiledByScriptsAreBoundedToo) {
-    expectError("compilestring(\"" + repeat("(", VM::kMaxSourceNesting + 1) + "\")",
-                "source is nested too deep");
-    EXPECT_EQ(text("compilestring(\"return 7\", \"name\")()"), "7");
+        EXPECT_FALSE(qelSq::internal::findNestingExcess(source, 20).found) << source.substr(0, 99);
 }
 
 TEST_F(ScriptLimits, RecursionThroughNativeCodeEndsWithAnError) {
@@ -76,39 +67,32 @@ TEST_F(ScriptLimits, RecursionThroughNativeCodeEndsWithAnError) {
                                "class T { function _tostring() { return \"\" + this } } print(T())",
                                "class G { function _get(k) { return this.x } } G().y"})
         expectError(source, "Native stack overflow");
-    EXPECT_TRUE(run("return 1"));
 }
 
 TEST_F(ScriptLimits, RecursionThroughCoroutinesEndsWithAnError) {
-    {
-        LogCapture capture;
-        EXPECT_FALSE(run("function f() { local t = newthread(f); t.call() } f()"));
-        EXPECT_TRUE(capture.take().at(0).text.starts_with("[SQ.INTERPRETER] too many nested threads\n"));
-    }
-    EXPECT_EQ(text("(function() { local t = newthread(@(a, b) a + b); return t.call(1, 2) })()"), "3");
+    LogCapture capture;
+    EXPECT_FALSE(run("function f() { local t = newthread(f); t.call() } f()"));
+    EXPECT_TRUE(capture.take().at(0).text.starts_with("[SQ.INTERPRETER] too many nested threads\n"));
     expectError("newthread(function() { suspend(1); throw \"inner\" }).call.call(5)",
                 "parameter 0 has an invalid type 'integer' ; expected: 'thread'");
 }
 
 TEST_F(ScriptLimits, RecursionThroughExecutedTextsEndsWithAnError) {
+    static int refused = 0;
     auto nested = [](HSQUIRRELVM machine) -> SQInteger {
-        if (!VM::from(machine)->executeString("nested()", "nested")) ++g_refused;
+        if (!VM::from(machine)->executeString("nested()", "nested")) ++refused;
         return 0;
     };
     vm().getRootTable().asTable().squirrelFunction("nested", nested);
-    g_refused = 0;
     EXPECT_TRUE(run("nested()"));
-    EXPECT_EQ(g_refused, 1);
-    EXPECT_TRUE(run("return 1"));
+    EXPECT_EQ(refused, 1);
 }
 
 TEST_F(ScriptLimits, ImpossibleSizesAreErrors) {
     for (const char* source : {"array(-1)", "array(1 << 40)", "[].resize(1 << 40)", "[].resize(-5)",
                                "std.blob(1 << 40)", "std.blob(-5)", "std.blob(4).resize(1 << 40)",
-                               "std.blob(4).resize(-5)", "std.blob(4).readblob(1 << 40)"}) {
+                               "std.blob(4).resize(-5)", "std.blob(4).readblob(1 << 40)"})
         expectError(source, "size out of range");
-    }
-    EXPECT_EQ(text("(function() { local a = [1]; a.resize(3, 5); return a[2] + std.blob(4).len() })()"), "9");
 }
 
 TEST_F(ScriptLimits, ManyArgumentsAndDeepContainersAreCarried) {

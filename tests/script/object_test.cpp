@@ -1,7 +1,5 @@
 #include "script_fixture.h"
 
-#include <qel/foundation/base/buffer.h>
-
 #include <limits>
 
 namespace {
@@ -43,14 +41,11 @@ TEST_F(ScriptObject, TheStackOfTheMachineStaysBalanced) {
     EXPECT_EQ(capture.take().size(), 2u);
 }
 
-TEST_F(ScriptObject, SetMakesTheSlotThatGetFindsAndRawAccessPassesDelegatesBy) {
+TEST_F(ScriptObject, SetMakesASlotAndRawAccessPassesDelegatesBy) {
     Object table = evaluate("{}.setdelegate({ inherited = 1 })");
     EXPECT_TRUE(table.set("key", Object::of("value")));
-    EXPECT_EQ(table.get("key").asString(), "value");
     EXPECT_TRUE(table.get("inherited").isInteger() && table.rawget("inherited").isNull());
-    auto pairs = table.asTable().getKeyValuePairs();
-    ASSERT_EQ(pairs.size(), 1u);
-    EXPECT_EQ(pairs.front().first.asString(), "key");
+    EXPECT_EQ(table.asTable().getKeyValuePairs().size(), 1u);
 }
 
 TEST_F(ScriptObject, ArraysChangeThroughTheirViewWithinTheirBounds) {
@@ -58,50 +53,20 @@ TEST_F(ScriptObject, ArraysChangeThroughTheirViewWithinTheirBounds) {
     auto view = array.asArray();
     EXPECT_TRUE(view.append(Object::of("b")) && view.insert(0, Object::of("a")) && view.remove(1));
     EXPECT_FALSE(view.insert(9, array) || view.insert(-1, array) || view.remove(7) || view.resize(-1));
-    EXPECT_TRUE(view.reverse());
-    EXPECT_EQ(view.getValues().front().asString(), "b");
-    EXPECT_TRUE(view.resize(1));
+    EXPECT_TRUE(view.reverse() && view.resize(1));
     EXPECT_EQ(view.pop().asString(), "b");
     EXPECT_TRUE(view.pop().isNull());
 }
 
-TEST_F(ScriptObject, ABlockOfBytesReachesItsNativeFunction) {
-    auto answer = [](HSQUIRRELVM machine) -> SQInteger {
-        SQUserPointer data = nullptr;
-        sq_getuserdata(machine, -1, &data, nullptr);
-        sq_pushinteger(machine, *static_cast<int*>(data));
-        return 1;
-    };
-    int value = 42;
-    vm().getRootTable().asTable().squirrelFunction("answer", answer, &value, sizeof(value));
-    EXPECT_EQ(evaluate("answer()").asInteger(), 42);
-}
-
-TEST_F(ScriptObject, BytecodeMakesTheClosureAgainAndAnythingElseIsRefused) {
-    qel::Buffer bytes;
-    Object closure = vm().newClosure("::ran <- 7", "test");
-    ASSERT_TRUE(closure.asClosure().getBytecode(bytes));
-    vm().newClosure(bytes.getConstByteSpan()).asClosure().getFunctorOnRoot().execute();
-    EXPECT_EQ(vm().getRootTable().get("ran").asInteger(), 7);
-    LogCapture capture;
-    EXPECT_FALSE(evaluate("print").asClosure().getBytecode(bytes));
-    capture.expect(2, "[SQ] cannot serialize squirrel bytecode");
-    EXPECT_TRUE(vm().newClosure(qel::ConstByteSpan::fromText("no code")).isNull());
-    capture.expect(2, "[SQ] cannot deserialize squirrel bytecode");
-}
-
 TEST_F(ScriptObject, FunctorsRememberAFailureAndAreEqualByReceiverAndClosure) {
-    Object closure = evaluate("function() { throw \"no\" }");
+    Object closure = evaluate("function() { throw \"no\" }"), receiver = vm().newTable();
     auto failing = closure.asClosure();
-    Object receiver = vm().newTable();
     auto functor = failing.getFunctorOn(receiver);
     EXPECT_TRUE(functor == failing.getFunctorOn(receiver) && !(functor == failing.getFunctorOnRoot()));
     LogCapture capture;
     functor.execute();
     EXPECT_EQ(capture.take().size(), 1u);
     EXPECT_TRUE(functor.hasFailed());
-    functor.clearFail();
-    EXPECT_FALSE(functor.hasFailed());
 }
 
 TEST_F(ScriptObject, WhatOnlyClaimsToBeAGuidHasNone) {

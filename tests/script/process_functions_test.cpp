@@ -60,22 +60,6 @@ TEST_F(ScriptPrograms, TheFlagOfTheArrayFormDecidesTheLevelOfErrors) {
     }
 }
 
-TEST_F(ScriptPrograms, WrongArgumentsAndMissingProgramsAreTold) {
-    const std::pair<const char*, const char*> cases[] = {
-        {"std.system()", "invalid argument count on system call"},
-        {"std.system_ext(\"/\")", "invalid argument count on system call"},
-        {"std.system_ext_array(\"/\", \"sh\", [], true, 1)",
-         "invalid argument count on system_ext_array call"},
-        {"std.system_ext_array(\"/\", \"sh\", \"x\")",
-         "3rd argument on system_ext_array must be an array of strings"},
-    };
-    for (const auto& [source, error] : cases) expectError(source, error);
-    valueOf("std.system(\"qel-no-such-program\")");
-    EXPECT_TRUE(vm().getRootTable().get("result").isNull());
-    capture.expect(3, "starting process failed");
-    capture.take();
-}
-
 TEST_F(ScriptPrograms, AnAbortedQueueKillsTheProgram) {
     start("::queue <- std.queue(); queue.push(function() {"
           "  ::result <- std.system(\"sh\", \"-c\", \"echo up; read x\") }); queue.wait()");

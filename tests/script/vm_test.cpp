@@ -1,70 +1,51 @@
 #include "script_fixture.h"
 
-#include <sstream>
-
 namespace {
 
 using qel::test::LogCapture;
 
-class ScriptVM : public qel::test::ScriptFixture {
-protected:
-    // The logged text begins with @p start and has lines that begin with each of @p parts.
-    void expectLines(LogCapture& capture, const char* start, std::initializer_list<const char*> parts) {
-        const std::string text = capture.take().at(0).text;
-        EXPECT_TRUE(text.starts_with(start)) << text;
-        for (const char* part : parts) {
-            EXPECT_NE(text.find(std::string("\n") + part), std::string::npos) << part << "\nin\n" << text;
-        }
-    }
-};
+using ScriptVM = qel::test::ScriptFixture;
 
 TEST_F(ScriptVM, ACompileErrorIsLoggedRememberedAndFalse) {
     LogCapture capture;
     EXPECT_FALSE(vm().executeString("local a = 1\nlocal = 2", "some.sq"));
-    EXPECT_EQ(vm().getLastCompilerSource(), "some.sq");
-    EXPECT_EQ(vm().getLastCompilerLine(), 2);
+    EXPECT_EQ(vm().getLastCompilerSource() + std::to_string(vm().getLastCompilerLine()), "some.sq2");
     capture.expect(3, "[SQ.COMPILER] some.sq(2): " + vm().getLastCompilerDescription());
-    EXPECT_TRUE(run("local a = 1"));
 }
 
 TEST_F(ScriptVM, ARunTimeErrorIsLoggedWithTheCallStackAndItsLocals) {
     expectError("throw {}", "unknown");
     LogCapture capture;
-    EXPECT_FALSE(run("function f(n) { local t = \"x\"; throw \"boom\" }\nf(5)"));
+    EXPECT_FALSE(run(R"(function f(n) {
+        local aNull = null, aFloat = 1.5, aBool = true, aClosure = function(a) {}, aClass = class {}
+        local aText = "0123456789012345678901234567890123456789tail", anArray = [], anInstance = aClass()
+        throw "boom"
+    } f(5))"));
     EXPECT_EQ(vm().getLastError(), "boom");
-    expectLines(capture, "[SQ.INTERPRETER] boom\nCALLSTACK:\n* f() [test:1]\n",
-                {"   this=TABLE ", "   n=5 INTEGER\n", "   t=\"x\" STRING\n", "* main() [test:2]\n"});
+    const std::string text = capture.take().at(0).text;
+    EXPECT_TRUE(text.starts_with("[SQ.INTERPRETER] boom\nCALLSTACK:\n* f() [test:4]\n")) << text;
+    for (const char* line :
+         {"this=TABLE ", "n=5 INTEGER\n", "aNull=NULL\n", "aFloat=1.5 FLOAT\n", "aBool=true BOOL\n",
+          "aClosure=CLOSURE <unnamed> 2 args 0 freevars\n", "aClass=CLASS", "anArray=ARRAY ",
+          "anInstance=INSTANCE ", "aText=\"01234567890123456 ... 7890123456789tail\" STRING\n"})
+        EXPECT_NE(text.find(std::string("\n   ") + line), std::string::npos) << line << "\nin\n" << text;
+    EXPECT_NE(text.find("\n* main() [test:5]\n"), std::string::npos) << text;
 }
 
 TEST_F(ScriptVM, ACallStackShowsTwentyLevels) {
     LogCapture capture;
     run("function f(n) { if (n == 0) throw \"deep\"; f(n - 1) } f(40)");
-    std::istringstream text(capture.take().at(0).text);
+    const std::string text = capture.take().at(0).text;
     int levels = 0;
-    for (std::string line; std::getline(text, line);) levels += line.starts_with("* ");
+    for (size_t at = 0; (at = text.find("\n* ", at)) != std::string::npos; ++at) ++levels;
     EXPECT_EQ(levels, 20);
-}
-
-TEST_F(ScriptVM, EveryTypeOfLocalHasItsForm) {
-    LogCapture capture;
-    run(R"(function f() {
-        local aNull = null, aFloat = 1.5, aBool = true, aClosure = function(a) {}, aClass = class {}
-        local aText = "0123456789012345678901234567890123456789tail", anArray = [], anInstance = aClass()
-        std.dbg_showcontext()
-    } f())");
-    expectLines(capture, "[SQ] CALLSTACK:\n* f() [test:4]\n",
-                {"   aNull=NULL\n", "   aFloat=1.5 FLOAT\n", "   aBool=true BOOL\n",
-                 "   aClosure=CLOSURE <unnamed> 2 args 0 freevars\n", "   aClass=CLASS", "   anArray=ARRAY ",
-                 "   anInstance=INSTANCE ", "   aText=\"01234567890123456 ... 7890123456789tail\" STRING\n"});
 }
 
 TEST_F(ScriptVM, ConstructMakesAnInstanceByNameOrLogsAndGivesNull) {
     EXPECT_EQ(vm().construct("qel.Rect").asInstance().getClass().getNativeClassName(), "Rect");
     LogCapture capture;
     EXPECT_TRUE(vm().construct("NoSuchClass").isNull());
-    capture.expect(3, "no import found for <NoSuchClass>");
-    EXPECT_TRUE(
-        capture.take().at(0).text.starts_with("[SQ.INTERPRETER] the index 'NoSuchClass' does not exist"));
+    EXPECT_EQ(capture.take().size(), 2u);
 }
 
 TEST_F(ScriptVM, LongPrintedTextsAreLoggedWhole) {

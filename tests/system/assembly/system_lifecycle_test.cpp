@@ -21,6 +21,8 @@ void live() {
                                    system.getGlobalMainQueue(), system.getGlobalBlockingDestructorQueue()})
         queue->pushTaskN(3, new TaskQueue::LambdaNoContextTask([] { StringId("of a task"); }), 1);
     system.getVM()->executeString("std.async(function() { std.sleep(100000); });\n"
+                                  "local waits = std.serial_queue(); waits.push(@() std.sleep_forever());\n"
+                                  "std.async(function() { waits.wait(); });\n"
                                   "std.async(function() { return 1; });\n"
                                   "std.queue().push(function() { std[\"yield\"](); });",
                                   "test");

@@ -29,11 +29,6 @@ TEST_F(SystemTime, UniqueStampsGrowThoughTheClockStandsOrGoesBack) {
     EXPECT_EQ(system().getUTCDateTimeFast(), first + 2) << "the fast form doesn't read the clock";
 }
 
-TEST_F(SystemTime, UptimeShowsDaysHoursMinutesSeconds) {
-    clock.advanceMs((((2 * 24 + 3) * 60 + 4) * 60 + 5) * int64{1000} - 1);
-    EXPECT_EQ(system().getUptime(), "2:03:04:05");
-}
-
 TEST_F(SystemTime, DeadlinesAndTheThirtySecondsOfStayAliveHoldAcrossTheWrapOfTheReadingAndOnIt) {
     EXPECT_FALSE(system().isDeadlineExceeded());
     for (const uint32 toWrap : {5, 10}) {
@@ -55,15 +50,12 @@ TEST_F(SystemTime, DeadlinesAndTheThirtySecondsOfStayAliveHoldAcrossTheWrapOfThe
     EXPECT_FALSE(system().isDeadlineExceededIn(1000));
 }
 
-TEST(Clock, AnInstalledClockReplacesTheMachinesAndStandsStillUntilItIsMoved) {
+TEST(Clock, AnInstalledClockReplacesTheMachinesUntilItIsTakenBack) {
     Clock& machine = Clock::current();
     ManualClock clock(5);
     Clock::install(&clock);
-    const int64 utc = clock.utcTicks();
     Clock::current().sleep(2);
-    clock.advanceNs(250);
-    EXPECT_EQ(Clock::current().steadyNanoseconds(), 2'000'255);
-    EXPECT_EQ(clock.utcTicks(), utc + 20'002);
+    EXPECT_EQ(Clock::current().steadyNanoseconds(), 2'000'005);
     Clock::install(nullptr);
     EXPECT_EQ(&Clock::current(), &machine);
     EXPECT_GT(machine.utcTicks(), 133'485'408'000'000'000) << "the machine's year lies behind 2024";

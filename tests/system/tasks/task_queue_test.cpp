@@ -96,14 +96,13 @@ TEST_F(TaskQueueTest, DestructionDropsWhatWaits) {
 }
 
 TEST_F(TaskQueueTest, PartsCoverTheTotalWithoutGapsForAnySize) {
-    for (const uint32 total : {1u, 3u, 1000u, 4'000'000'001u}) {
+    for (const uint32 total : {0u, 1u, 3u, 1000u, 4'000'000'001u}) {
         const TaskQueue::SegmentInParts segment(total);
         EXPECT_EQ(segment.parts, std::min(2 * system().getProcessorCount(), total));
-        EXPECT_EQ(segment.begin(0), 0u);
-        for (uint32 i = 1; i < segment.parts; ++i) EXPECT_EQ(segment.begin(i), segment.end(i - 1));
-        EXPECT_EQ(segment.end(segment.parts - 1), total);
+        uint32 end = 0;
+        for (uint32 i = 0; i < segment.parts; end = segment.end(i++)) EXPECT_EQ(segment.begin(i), end);
+        EXPECT_EQ(end, total);
     }
-    EXPECT_EQ(TaskQueue::SegmentInParts(0).parts, 0u);
 }
 
 using MainQueueTest = TaskQueueTest;
@@ -122,11 +121,9 @@ TEST_F(MainQueueTest, APassRunsWhatItsQueuesPushOnThemselvesButNoQueueThatJoins)
 TEST_F(MainQueueTest, AfterAPauseTheTasksRunOnAWorker) {
     TaskQueue queue(TaskQueue::kMain);
     queue.pause();
-    push(queue, 1, [this] { gate.pass(); });
+    push(queue, 1, [] {});
     queue.resume();
-    gate.waitForArrivals(1); // this thread runs no task meanwhile
-    gate.open();
-    while (!queue.empty()) std::this_thread::yield();
+    while (!queue.empty()) std::this_thread::yield(); // this thread runs no task meanwhile
 }
 
 TEST_F(MainQueueTest, AnAbortWithWorkPendingSilencesTheQueueForGoodUnlessATaskAborts) {

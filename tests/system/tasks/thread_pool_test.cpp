@@ -15,32 +15,26 @@
 namespace qel {
 namespace {
 
-/// Counts the calls of each part, and does more in each when asked to.
-class CountingKernel : public Parallel::Kernel {
-public:
-    explicit CountingKernel(unsigned parts, std::function<void()> inEachPart = {})
-        : m_calls(parts), m_inEachPart(std::move(inEachPart)) {}
+/// Counts the calls of each part, and does more in each.
+struct CountingKernel : Parallel::Kernel {
+    CountingKernel(unsigned parts, std::function<void()> inEach)
+        : calls(parts), inEachPart(std::move(inEach)) {}
 
-    void prepare(unsigned& parts) override {
-        EXPECT_EQ(parts, Object::system()->getProcessorCount());
-        parts = static_cast<unsigned>(m_calls.size());
-    }
+    void prepare(unsigned& parts) override { parts = static_cast<unsigned>(calls.size()); }
     void execute(unsigned index) override {
-        ++m_calls.at(index);
-        if (m_inEachPart) m_inEachPart();
+        ++calls.at(index);
+        inEachPart();
     }
     void finish() override {
         ++finished;
-        EXPECT_EQ(std::this_thread::get_id(), m_caller);
-        for (const auto& count : m_calls) EXPECT_EQ(count, 1);
+        EXPECT_EQ(std::this_thread::get_id(), caller);
+        for (const auto& count : calls) EXPECT_EQ(count, 1);
     }
 
     int finished = 0;
-
-private:
-    const std::thread::id m_caller = std::this_thread::get_id();
-    std::vector<std::atomic<int>> m_calls;
-    std::function<void()> m_inEachPart;
+    const std::thread::id caller = std::this_thread::get_id();
+    std::vector<std::atomic<int>> calls;
+    const std::function<void()> inEachPart;
 };
 
 class ThreadPoolTest : public test::SystemFixture {
@@ -101,14 +95,14 @@ TEST_F(ThreadPoolTest, ThreadsAboveTheLimitEndAfterThirtySecondsOfSilenceThoughT
 
 TEST_F(ThreadPoolTest, EveryPartRunsOnceAndKernelsMayNestAndSeveralThreadsMayUseOneParallel) {
     for (const unsigned parts : {0u, 1u, 2u, 1000u}) {
-        CountingKernel kernel(parts);
+        CountingKernel kernel(parts, [] {});
         system().execute(kernel);
         EXPECT_EQ(kernel.finished, 1) << parts;
     }
     Parallel parallel;
     std::atomic<int> finished{0};
     const auto runInner = [&] {
-        CountingKernel inner(5);
+        CountingKernel inner(5, [] {});
         parallel.execute(inner);
         finished += inner.finished;
     };
