@@ -95,14 +95,12 @@ TEST_F(PluginsTest, ErrorsStopNobodyElse) {
 }
 
 TEST_F(PluginsTest, ListenersAreKeptInOrderAndMustBeClosures) {
-    SQVM* machine = vm().getSquirrelVM();
     qelSq::Object instance;
-    qelSq::NativeClass<Plugins>::push(machine, plugins.get());
-    instance.popFromStackAddRef(machine);
+    qelSq::NativeClass<Plugins>::push(vm().getSquirrelVM(), plugins.get());
+    instance.popFromStackAddRef(vm().getSquirrelVM());
     vm().getRootTable().set("plugins", instance);
-    run("plugins.addListener(\"open\", function() { trace += 1 }); plugins.addListener(\"open\", print)");
     LogCapture capture;
-    run("plugins.addListener(\"open\", 5)");
+    run("foreach (listener in [@() trace += 1, print, 5]) plugins.addListener(\"open\", listener)");
     capture.expect(2, "trying to add a listener of non-closure type");
     ASSERT_EQ(plugins->getListeners("open").size(), 2u);
     qelSq::Object first = plugins->getListeners("open").front();

@@ -19,9 +19,6 @@ protected:
         Buffer buffer;
         return system().loadResource(name, buffer) ? std::string(buffer.getConstByteSpan().asText()) : "none";
     }
-
-    std::string path(std::string_view name) const { return folder.path(name); }
-
     test::ScratchFolder folder;
 };
 
@@ -31,7 +28,7 @@ TEST_F(ResourceLocatorTest, TheHighestPriorityAnswersWhateverTheOrder) {
     folder.write("low/only", "low only");
     for (const std::string name : {"low", "high", "middle"}) {
         folder.write(name + "/x", name);
-        locator().addResourceDirectory(path(name));
+        locator().addResourceDirectory(folder.path(name));
     }
     EXPECT_EQ(load("x") + load("only") + load("missing"), "highlow onlynone");
     EXPECT_FALSE(system().loadResourceAsync("x", [](const Buffer&) {}));
@@ -59,13 +56,13 @@ TEST_F(ResourceLocatorTest, AnArchiveIsTakenOnceAndOnlyIfItIsOne) {
     folder.write("dir/x", "loose");
     LogCapture log;
     locator().addResourceDirectory(folder.path());
-    SmartPointer<ResourceProvider> provider = locator().addResourceArchive(path("x.tar"));
+    SmartPointer<ResourceProvider> provider = locator().addResourceArchive(folder.path("x.tar"));
     EXPECT_EQ(load("dir/x"), "archived");
     for (const char* name : {"x.tar", "x.zip", "no.tar"})
-        EXPECT_EQ(locator().addResourceArchive(path(name)), nullptr);
-    log.expect(1, "resource locator already contains resource archive '" + path("x.tar") + "'");
-    log.expect(3, "unknown archive type: " + path("x.zip"));
-    log.expect(3, "cant open archive: " + path("no.tar"));
+        EXPECT_EQ(locator().addResourceArchive(folder.path(name)), nullptr);
+    log.expect(1, "resource locator already contains resource archive '" + folder.path("x.tar") + "'");
+    log.expect(3, "unknown archive type: " + folder.path("x.zip"));
+    log.expect(3, "cant open archive: " + folder.path("no.tar"));
     locator().removeResourceProvider(provider.get());
     EXPECT_EQ(load("dir/x"), "loose");
 }

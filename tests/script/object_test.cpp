@@ -41,13 +41,6 @@ TEST_F(ScriptObject, TheStackOfTheMachineStaysBalanced) {
     EXPECT_EQ(capture.take().size(), 2u);
 }
 
-TEST_F(ScriptObject, SetMakesASlotAndRawAccessPassesDelegatesBy) {
-    Object table = evaluate("{}.setdelegate({ inherited = 1 })");
-    EXPECT_TRUE(table.set("key", Object::of("value")));
-    EXPECT_TRUE(table.get("inherited").isInteger() && table.rawget("inherited").isNull());
-    EXPECT_EQ(table.asTable().getKeyValuePairs().size(), 1u);
-}
-
 TEST_F(ScriptObject, ArraysChangeThroughTheirViewWithinTheirBounds) {
     Object array = vm().newArray(1);
     auto view = array.asArray();

@@ -1,10 +1,21 @@
 #include "script_fixture.h"
 
+#include <tests/support/scratch_folder.h>
+
 namespace {
 
 using qel::test::LogCapture;
 
-using ScriptVM = qel::test::ScriptFixture;
+class ScriptVM : public qel::test::ScriptFixture {
+protected:
+    void SetUp() override {
+        ScriptFixture::SetUp();
+        vm().getRootTable().set("folder", qelSq::Object::of(folder.path()));
+        run("::pause <- std[\"yield\"]; ::imports <- \"\"; ::runs <- 0");
+    }
+
+    qel::test::ScratchFolder folder;
+};
 
 TEST_F(ScriptVM, ACompileErrorIsLoggedRememberedAndFalse) {
     LogCapture capture;
@@ -54,12 +65,22 @@ TEST_F(ScriptVM, LongPrintedTextsAreLoggedWhole) {
     EXPECT_EQ(capture.take().at(0).text.size(), 16u * 16384 + 3);
 }
 
+TEST_F(ScriptVM, LogFunctionsChooseLevelAndAudience) {
+    LogCapture capture;
+    EXPECT_TRUE(
+        run("foreach (f in [\"verbose\", \"info\", \"support\", \"warn\", \"error\", \"info_customer\","
+            "\"warn_customer\", \"error_customer\"]) std[f](f)"));
+    std::vector<qel::test::LogLine> expected = {
+        {0, 2, "[SQ] verbose"},       {1, 2, "[SQ] info"},          {1, 2, "[SUPPORT] [SQ] support"},
+        {2, 2, "[SQ] warn"},          {3, 2, "[SQ] error"},         {1, 3, "[SQ] info_customer"},
+        {2, 3, "[SQ] warn_customer"}, {3, 3, "[SQ] error_customer"}};
+    EXPECT_EQ(capture.take(), expected);
+}
+
 // --- imports -------------------------------------------------------------------------------------------
 
 void countImport(qelSq::VM* vm, const char* argument) {
-    std::string source = std::string("::imports <- (\"imports\" in getroottable() ? ::imports : \"\") + \"") +
-                         argument + ";\"";
-    vm->executeString(source.c_str(), "callback");
+    vm->executeString(("::imports += \"" + std::string(argument) + ";\"").c_str(), "callback");
 }
 
 TEST_F(ScriptVM, AnImportCallbackRunsOnceWithItsText) {
@@ -70,13 +91,29 @@ TEST_F(ScriptVM, AnImportCallbackRunsOnceWithItsText) {
     EXPECT_EQ(evaluate("imports").asString(), "argument;;");
 }
 
-TEST_F(ScriptVM, AMissingImportIsLoggedOnceAndAMissingIncludeEachTime) {
+TEST_F(ScriptVM, AnImportRunsOnceOnTheCallersStackAndAnIncludeAsAThreadEachTime) {
+    folder.write("again.sq", "::runs += 1; pause(); ::runs += 10");
+    for (const std::string& path : {std::string("/nowhere"), folder.path()}) vm().addImportSearchPath(path);
+    run("for (local i = 0; i < 2; i++) { include(folder + \"/again.sq\"); import(\"again\") }");
+    for (const char* runs : {"11", "13", "33"}) { // no import pauses
+        EXPECT_EQ(text("runs"), runs);
+        pass();
+    }
+    folder.write("bad.sq", "throw \"bad import\"");
     LogCapture capture;
-    EXPECT_TRUE(run("import(\"missing\"); import(\"missing\")"));
-    EXPECT_TRUE(run("include(\"/no/such.sq\"); include(\"/no/such.sq\")"));
-    capture.expect(3, "no import found for <missing>");
-    capture.expect(3, "can't include </no/such.sq>");
-    capture.expect(3, "can't include </no/such.sq>");
+    EXPECT_TRUE(run("foreach (name in [\"bad\", \"missing\"]) { import(name); import(name); }; for (local i "
+                    "= 0; i < 2; i++) include(\"/no/such.sq\")"));
+    for (const char* error : {"no import found for <missing>", "can't include </no/such.sq>"})
+        capture.expect(3, error);
+    EXPECT_EQ(capture.take().size(), 2u);
+}
+
+TEST_F(ScriptVM, LoadedFilesAreSourcesOnly) {
+    folder.write("source.sq", "\xEF\xBB\xBFreturn 40 + 2");
+    folder.write("code.cnut", "\xFA\xFArest");
+    EXPECT_EQ(evaluate("std.dofile(folder + \"/source.sq\")").asInteger(), 42);
+    expectError("std.loadfile(folder + \"/code.cnut\")", "bytecode is not loaded from files");
+    expectError("std.dofile(folder + \"/missing\")", "cannot open the file");
 }
 
 } // namespace

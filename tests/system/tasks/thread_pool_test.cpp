@@ -1,5 +1,4 @@
 #include <qel/system/tasks/parallel.h>
-#include <qel/system/tasks/spin_budget.h>
 #include <qel/system/tasks/thread_pool.h>
 
 #include "../../support/system_fixture.h"
@@ -114,19 +113,6 @@ TEST_F(ThreadPoolTest, EveryPartRunsOnceAndKernelsMayNestAndSeveralThreadsMayUse
         }
     });
     EXPECT_EQ(finished, 3 * 20 * (8 + 1));
-}
-
-TEST(SpinBudgetTest, VainTriesMakeItShortButNowAndThenAndASuccessMakesItLongAgain) {
-    internal::SpinBudget budget;
-    const int full = budget.rounds();
-    int longTries = 0;
-    for (int i = 0; i < 165; ++i) {
-        budget.note(false);
-        longTries += budget.rounds() >= full / 10;
-    }
-    EXPECT_TRUE(longTries > 5 && longTries < 20) << longTries;
-    budget.note(true);
-    EXPECT_EQ(budget.rounds(), full);
 }
 
 } // namespace
