@@ -2,7 +2,6 @@
 
 #include <qel/script/class_binder.h>
 #include <qel/script/core_imports.h>
-#include <qel/script/vector_classes.h>
 
 #include <stdexcept>
 

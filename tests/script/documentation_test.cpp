@@ -51,11 +51,6 @@ std::vector<std::string> promisedBy(const std::string& example) {
 
 class ScriptDocumentation : public qel::test::ScriptFixture {
 protected:
-    void SetUp() override {
-        ScriptFixture::SetUp();
-        clock.advanceMs(1000);
-    }
-
     /// Runs @p source as a script thread until all have ended. @return the first lines of what was logged.
     std::vector<std::string> outputOf(const std::string& source) {
         const qel::test::ScratchFolder folder;

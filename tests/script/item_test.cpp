@@ -41,7 +41,6 @@ TEST_F(ScriptItem, EachTypeHasItsElements) {
         {"{ [7] = [0] }", Item().addPrefix("table").add(Item(7).add(Item(0)))},
         {"{}", Item().addPrefix("table").add(Item())},
         {"qel.GUID()", Item(qel::GUID())},
-        {"class {}", Item(Item::NILType)},
         {"class {}()", Item(Item::NILType)},
     };
     for (const auto& [source, item] : rows) EXPECT_EQ(itemOf(source).asString(), item.asString()) << source;

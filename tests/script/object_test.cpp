@@ -9,15 +9,12 @@ using qelSq::Object;
 
 using ScriptObject = qel::test::ScriptFixture;
 
-TEST_F(ScriptObject, AnythingButFalseNullAndZeroIsTrue) {
+TEST_F(ScriptObject, AnythingButFalseNullAndZeroIsTrueAndOtherTypesConvertToNeutralValues) {
     for (const Object& truth :
          {Object::of(std::numeric_limits<float>::quiet_NaN()), Object::of(""), Object::of(-1)})
         EXPECT_TRUE(truth.asBool());
     for (const Object& untruth : {Object::of(0), Object::of(-0.0f), Object::of(false), Object()})
         EXPECT_FALSE(untruth.asBool());
-}
-
-TEST_F(ScriptObject, ConversionsOfOtherTypesGiveNeutralValues) {
     EXPECT_EQ(Object::of(2.9f).asInteger(), 2);
     for (const Object& noNumber : {Object::of(true), Object::of("12")}) EXPECT_EQ(noNumber.asInteger(), 0);
     EXPECT_EQ(Object::of(3).asString(), "");

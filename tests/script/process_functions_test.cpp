@@ -1,7 +1,6 @@
 // Scripts that run programs: what they are given back, what is logged, and how they end early.
 #include "script_fixture.h"
 
-#include <qel/process/process.h>
 #include <tests/support/scratch_folder.h>
 
 #include <gmock/gmock.h>

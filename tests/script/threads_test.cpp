@@ -10,7 +10,6 @@ protected:
     void SetUp() override {
         ScriptFixture::SetUp();
         run("::trace <- []; ::pause <- std[\"yield\"]");
-        clock.advanceMs(1000);
     }
 
     void passes(int count) {
@@ -56,11 +55,10 @@ TEST_F(ScriptThreads, SleepersWakeStrictlyBehindTheirTimeAlsoOverTheWrapOfTheClo
         pass();
         EXPECT_TRUE(vm().ranThreads());
         pass(duration);
-        EXPECT_EQ(trace(), "");
         EXPECT_FALSE(vm().ranThreads());
         pass(1);
-        EXPECT_EQ(trace(), "awake");
         EXPECT_TRUE(vm().ranThreads());
+        EXPECT_EQ(trace(), "awake");
     }
 }
 

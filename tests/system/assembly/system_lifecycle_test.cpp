@@ -35,16 +35,8 @@ ptrdiff_t countEntries(const char* folder) {
     return std::distance(std::filesystem::directory_iterator(folder), {});
 }
 
-class SystemLifecycle : public ::testing::Test {
-protected:
-    void TearDown() override {
-        if (internal::g_system != nullptr) System::deinitialize();
-    }
-
+TEST(SystemLifecycle, TheApplicationIsMadeOnFirstUseAndAgainAfterClearingByTheFirstInitialize) {
     test::LogCapture log;
-};
-
-TEST_F(SystemLifecycle, TheApplicationIsMadeOnFirstUseAndAgainAfterClearingByTheFirstInitialize) {
     int made = 0;
     System::initialize([&] {
         ++made;
@@ -59,9 +51,11 @@ TEST_F(SystemLifecycle, TheApplicationIsMadeOnFirstUseAndAgainAfterClearingByThe
     EXPECT_FALSE(first);
     EXPECT_NE(Object::application(), nullptr);
     EXPECT_EQ(made, 2);
+    System::deinitialize();
 }
 
-TEST_F(SystemLifecycle, OpenReferencesKeepTheSystemRunningAndTheEndReleasesTimedOnesAndAlarms) {
+TEST(SystemLifecycle, OpenReferencesKeepTheSystemRunningAndTheEndReleasesTimedOnesAndAlarms) {
+    test::LogCapture log;
     System::initialize({});
     SmartPointer<System> open = Object::system();
     System::deinitialize();
@@ -79,22 +73,20 @@ TEST_F(SystemLifecycle, OpenReferencesKeepTheSystemRunningAndTheEndReleasesTimed
     log.expect(3, "trying to deinitialize non-existant qel::System");
 }
 
-TEST_F(SystemLifecycle, NothingStaysBehindAfterDeinitialize) {
+TEST(SystemLifecycle, NothingStaysBehindAfterDeinitialize) {
     ManualClock clock;
     Clock::install(&clock);
     std::thread([] {}).join(); // a sanitizer may start a thread of its own beside the first one
     const ptrdiff_t threads = countEntries("/proc/self/task");
-    ptrdiff_t descriptors = 0;
-    unsigned strings = 0;
+    std::pair<ptrdiff_t, unsigned> first, left; // descriptors and interned texts
     for (int round = 0; round < 6; ++round) {
         System::initialize({});
         live();
         System::deinitialize();
-        if (round == 0) descriptors = countEntries("/proc/self/fd");
-        if (round == 0) strings = internal::g_stringPool.getNumberOfStrings();
+        left = {countEntries("/proc/self/fd"), internal::g_stringPool.getNumberOfStrings()};
+        if (round == 0) first = left;
     }
-    EXPECT_EQ(countEntries("/proc/self/fd"), descriptors);
-    EXPECT_EQ(internal::g_stringPool.getNumberOfStrings(), strings);
+    EXPECT_EQ(left, first);
     for (int i = 0; i < 1'000'000 && countEntries("/proc/self/task") > threads; ++i)
         std::this_thread::yield();
     EXPECT_LE(countEntries("/proc/self/task"), threads) << "they vanish a moment after they left the pool";

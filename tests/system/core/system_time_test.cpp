@@ -50,16 +50,5 @@ TEST_F(SystemTime, DeadlinesAndTheThirtySecondsOfStayAliveHoldAcrossTheWrapOfThe
     EXPECT_FALSE(system().isDeadlineExceededIn(1000));
 }
 
-TEST(Clock, AnInstalledClockReplacesTheMachinesUntilItIsTakenBack) {
-    Clock& machine = Clock::current();
-    ManualClock clock(5);
-    Clock::install(&clock);
-    Clock::current().sleep(2);
-    EXPECT_EQ(Clock::current().steadyNanoseconds(), 2'000'005);
-    Clock::install(nullptr);
-    EXPECT_EQ(&Clock::current(), &machine);
-    EXPECT_GT(machine.utcTicks(), 133'485'408'000'000'000) << "the machine's year lies behind 2024";
-}
-
 } // namespace
 } // namespace qel

@@ -8,8 +8,6 @@
 namespace qel {
 namespace {
 
-using test::EnvironmentVariable;
-
 class SystemDirectories : public test::SystemFixture {
 protected:
     const test::ScratchFolder folder;
@@ -48,14 +46,14 @@ TEST_F(SystemDirectories, MissingAndUnreachableOnesAreToldAndGiveTheWorkingDirec
 }
 
 TEST_F(SystemDirectories, TheTemporaryDirectoryIsMadeOnceForAProcess) {
-    const EnvironmentVariable temporary("TMPDIR", (folder.path() + "/").c_str());
+    const test::EnvironmentVariable temporary("TMPDIR", (folder.path() + "/").c_str());
     const String path = system().getTmpDirectoryPath();
     EXPECT_TRUE(path.begins_with(folder.path() + "/") && std::filesystem::is_directory(path.c_str()));
     EXPECT_EQ(system().getTmpDirectoryPath(), path);
     EXPECT_EQ(folder.countEntries(), 1);
     System::deinitialize();
     System::initialize({});
-    const EnvironmentVariable unknown("TMPDIR", "/qel-no-such-folder");
+    const test::EnvironmentVariable unknown("TMPDIR", "/qel-no-such-folder");
     EXPECT_THROW(system().getTmpDirectoryPath(), std::filesystem::filesystem_error);
 }
 
