@@ -8,7 +8,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -81,13 +80,11 @@ TEST_F(ObjectTest, TheReleaseOfExactlyTheLastReferenceDeletesOnWhateverThread) {
 }
 
 TEST_F(ObjectTest, CopiesAndAssignmentsLeaveTheCountsAlone) {
-    const SmartPointer<Mortal> held(new Mortal(deaths, "a"));
-    Mortal copy(*held);
+    const SmartPointer<Object> held(new Object);
+    Object copy(*held);
     EXPECT_EQ(copy.getReferenceCount(), 0);
-    copy.increaseReferenceCount();
-    static_cast<Object&>(copy) = *held;
-    EXPECT_EQ(copy.getReferenceCount(), 1);
-    EXPECT_EQ(held->getReferenceCount(), 1);
+    copy = *held;
+    EXPECT_EQ(copy.getReferenceCount(), 0);
     OnStack original(deaths, "b");
     SmartPointer<OnStack>(&original).reset();
     EXPECT_TRUE(deaths.empty()) << "not a pointer's to delete, as its copy on the heap is";
@@ -103,7 +100,6 @@ TEST_F(ObjectTest, TimedReferencesEndLastInFirstOutWithWhatDyingObjectsAdd) {
     first->takeTimedReference();
     second->increaseReferenceCount();
     second->decreaseReferenceCountAsyncOnMain(); // hands that reference over
-    EXPECT_EQ(second->getReferenceCount(), 1);
     EXPECT_TRUE(deaths.empty());
     EXPECT_TRUE(internal::removeAllTimedReferences());
     EXPECT_EQ(deaths, (Names{"second", "added", "first"}));
@@ -111,27 +107,26 @@ TEST_F(ObjectTest, TimedReferencesEndLastInFirstOutWithWhatDyingObjectsAdd) {
 }
 
 TEST_F(ObjectTest, ASingletonIsHeldUntilItIsReplacedErasedOrDiscarded) {
-    auto* a = new Mortal(deaths, "a");
-    EXPECT_EQ(Object::setSingleton("test", a), a);
-    EXPECT_EQ(Object::getSingletonObject("test"), a);
-    for (Mortal* next : {new Mortal(deaths, "b"), static_cast<Mortal*>(nullptr), new Mortal(deaths, "c")})
-        Object::setSingleton("test", next);
-    EXPECT_EQ(deaths, (Names{"a", "b"}));
+    for (Mortal* next : {new Mortal(deaths, "a"), static_cast<Mortal*>(nullptr), new Mortal(deaths, "b")}) {
+        EXPECT_EQ(Object::setSingleton("test", next), next);
+        EXPECT_EQ(Object::getSingletonObject("test"), next);
+    }
+    EXPECT_EQ(deaths, Names{"a"});
     Object::discardSingletons();
-    EXPECT_EQ(deaths, (Names{"a", "b", "c"}));
+    EXPECT_EQ(deaths, (Names{"a", "b"}));
     EXPECT_EQ(Object::getSingletonObject("test"), nullptr);
 }
 
-/// Notes who was cleared, and may do something on top of it.
+/// Notes who was cleared, and drops another pointer on top of it.
 class Listener : public PointerOwner {
 public:
     void onWeakPointerCleared(void* ownerData) override {
         cleared.push_back(*static_cast<int*>(ownerData));
-        then();
+        dropped->reset();
     }
 
     std::vector<int> cleared;
-    std::function<void()> then;
+    std::optional<WeakPointer<Object>>* dropped = nullptr;
 };
 
 TEST(WeakPointerTest, BecomesNullWhenTheTargetDiesAndNotWhenItsCopyDoes) {
@@ -143,12 +138,10 @@ TEST(WeakPointerTest, BecomesNullWhenTheTargetDiesAndNotWhenItsCopyDoes) {
     WeakPointer<Object> switched(copy.get());
     switched = target.get();
     copy.reset();
-    EXPECT_EQ(switched.get(), target.get());
-    EXPECT_EQ(samePointer.get(), target.get());
+    for (const auto* each : {&pointer, &samePointer, &std::as_const(switched)})
+        EXPECT_EQ(each->get(), target.get());
     target.reset();
-    EXPECT_EQ(pointer.get(), nullptr);
-    EXPECT_EQ(samePointer.get(), nullptr);
-    EXPECT_FALSE(switched);
+    for (const auto* each : {&pointer, &samePointer, &std::as_const(switched)}) EXPECT_FALSE(*each);
 }
 
 TEST(WeakPointerTest, OwnersAreToldLastRegisteredFirstAndMayTouchOtherPointers) {
@@ -157,7 +150,7 @@ TEST(WeakPointerTest, OwnersAreToldLastRegisteredFirstAndMayTouchOtherPointers) 
     auto target = std::make_unique<Object>();
     std::optional<WeakPointer<Object>> pointers[3];
     for (int& index : data) pointers[index].emplace(target.get()).setOwner(&listener, &index);
-    listener.then = [&] { pointers[1].reset(); };
+    listener.dropped = &pointers[1];
     target.reset();
     EXPECT_EQ(listener.cleared, (std::vector<int>{2, 0})) << "the second one is gone by its turn";
 }
@@ -165,13 +158,11 @@ TEST(WeakPointerTest, OwnersAreToldLastRegisteredFirstAndMayTouchOtherPointers) 
 TEST(WeakPointerTest, ClearingAheadOfDestructionReachesAllAndNewOnesCanFollow) {
     const SmartPointer<Object> held(new Object);
     Object& target = *held;
-    target.removeWeakPointers(); // without any pointer: no effect
     const WeakPointer<Object> early(&target);
     target.removeWeakPointers();
     const WeakPointer<Object> late(&target);
     EXPECT_EQ(late.lock()->getReferenceCount(), 2);
     EXPECT_EQ(early.get(), nullptr);
-    EXPECT_EQ(late.get(), &target);
 }
 
 TEST(WeakPointerTest, ThreadsMayTakeTheFirstPointersAtOnceAndDropThemWhileTheTargetDies) {

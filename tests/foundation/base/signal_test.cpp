@@ -6,7 +6,9 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <map>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -22,157 +24,106 @@ public:
 
 class SignalTest : public ::testing::Test {
 protected:
-    /// Connects a callable that writes @p letter and then does @p then.
-    SignalConnection* connect(char letter, std::function<void()> then = {}) {
-        return signal->connect([this, letter, then] {
-            calls += letter;
-            if (then) then();
-        });
-    }
-    /// Calls of one emission or several, with a blank behind each.
-    std::string emit(int times = 1) {
-        calls.clear();
-        while (times-- > 0) {
-            (*signal)();
-            calls += ' ';
-        }
-        return calls;
-    }
-    /// Does @p what on the first call only.
-    static std::function<void()> once(std::function<void()> what) {
-        return [what, done = std::make_shared<bool>(false)] {
-            if (!std::exchange(*done, true)) what();
+    /// Connects a listener that writes its letter and does on each call what its next brackets hold: "+x"
+    /// connects x, "-x" disconnects x, "!" emits, "0" disconnects all, "~" destroys the signal, "@" the
+    /// object that capital letters are connected to, "^" throws.
+    void connect(const std::string& word) {
+        const std::function<void()> listener = [this, word, next = size_t{1}, held = m_held]() mutable {
+            m_calls += word[0];
+            if (next == word.size()) return;
+            m_calls += '(';
+            const size_t begin = next + 1;
+            next = word.find(')', begin) + 1;
+            for (size_t at = begin; word[at] != ')'; ++at) act(word[at], word[at + 1]);
+            m_calls += word.back(); // still its own state, whatever has happened
         };
+        m_connections[word[0]] =
+            word[0] < 'a' ? m_signal->connect(m_object.get(), listener) : m_signal->connect(listener);
+    }
+    void act(char what, char whom) {
+        if (what == '+') connect(std::string(1, whom));
+        if (what == '-') m_signal->disconnect(m_connections[whom]);
+        if (what == '!') (*m_signal)();
+        if (what == '0') m_signal->disconnectAll();
+        if (what == '~') m_signal.reset();
+        if (what == '@') m_object.reset();
+        if (what == '^') throw what;
+    }
+    /// What two emissions to these listeners write, and how many of them are left.
+    std::string emitTwice(const std::string& listeners) {
+        m_calls.clear();
+        m_signal = std::make_unique<Signal<void()>>();
+        m_object = std::make_unique<Object>();
+        std::istringstream words(listeners);
+        for (std::string word; words >> word;) connect(word);
+        for (int i = 0; i < 2 && m_signal; ++i) {
+            try {
+                (*m_signal)();
+            } catch (char thrown) {
+                m_calls += thrown;
+            }
+            m_calls += ' ';
+        }
+        return m_calls + std::to_string(m_held.use_count() - 1);
     }
 
-    std::unique_ptr<Signal<void()>> signal = std::make_unique<Signal<void()>>();
-    std::string calls;
+private:
+    std::unique_ptr<Signal<void()>> m_signal;
+    std::unique_ptr<Object> m_object;
+    std::map<char, SignalConnection*> m_connections;
+    std::string m_calls;
+    const std::shared_ptr<int> m_held = std::make_shared<int>();
 };
 
-TEST_F(SignalTest, CallsInTheOrderOfConnectionAgainAndAgain) {
+TEST_F(SignalTest, ListenersAreCalledInTheirOrderAndMayChangeTheSignalMeanwhile) {
+    const struct {
+        const char *listeners, *result, *rule;
+    } cases[] = {
+        {"", "  0", "none"},
+        {"a b c", "abc abc 3", "again and again"},
+        {"a(-c) b c", "a()b ab 2", "one that another removed is not called"},
+        {"a b(0) c", "ab()  0", "nor are all of them"},
+        {"a b(-b) c", "ab()c ac 2", "it may remove itself"},
+        {"a b(-b^) c", "ab(^ ca 2", "and throw: the next emission begins behind it"},
+        {"a B(@) c", "aB()c ac 2", "it goes with its object"},
+        {"a(+x)", "a() ax 2", "one added is not called yet"},
+        {"a(+x) b(+y) c", "a()b()c axbyc 5", "and stands behind the one that added it"},
+        {"a(!)", "a(a) a 1", "the only one has nobody else to call"},
+        {"a b(!) c", "ab(c)abc abc 3", "a nested emission calls the rest and the outer one starts over"},
+        {"a(!)(-a)", "a(a())  0", "a removed one lives until the outermost returns"},
+        {"a(~) b", "a() 0", "it may destroy the signal"},
+        {"a(!) b(~) c", "a(b()) 0", "in a nested emission too"},
+    };
+    for (const auto& [listeners, result, rule] : cases) EXPECT_EQ(emitTwice(listeners), result) << rule;
+}
+
+TEST(Signal, SignalsAndListenersMayOutliveEachOther) {
+    auto signal = std::make_unique<Signal<void()>>();
     EXPECT_STREQ(signal->getDynamicClassName(), "_Signal");
-    EXPECT_EQ(emit(), " ");
-    for (const char letter : {'a', 'b', 'c'}) connect(letter);
-    EXPECT_EQ(emit(2), "abc abc ");
-    Signal<void(std::string)> withArgument;
-    for (int i = 0; i < 2; ++i) withArgument.connect([this](const std::string& text) { calls += text; });
-    withArgument("xy");
-    EXPECT_EQ(calls, "abc abc xyxy") << "each listener has the whole argument";
-}
-
-TEST_F(SignalTest, AListenerThatAnotherOneRemovedIsNotCalled) {
-    SignalConnection* third = nullptr;
-    connect('a', once([&] { signal->disconnect(third); }));
-    connect('b');
-    third = connect('c');
-    EXPECT_EQ(emit(), "ab ");
-    connect('d', [&] { signal->disconnectAll(); });
-    connect('e');
-    EXPECT_EQ(emit(2), "abd  ");
-    EXPECT_FALSE(signal->isConnected());
-}
-
-TEST_F(SignalTest, AListenerMayDisconnectItselfAndStillUseItsStateAndThrow) {
-    connect('b');
-    for (const bool throws : {false, true}) {
-        SignalConnection* self = nullptr;
-        const auto state = std::make_shared<char>('a');
-        self = signal->connect([&, state] {
-            signal->disconnect(self);
-            calls += *state;
-            if (throws) throw *state;
-        });
-        connect(throws ? 'd' : 'c');
-        try {
-            EXPECT_EQ(emit(), "bac ");
-        } catch (char) {
-            EXPECT_EQ(calls, "bca");
-        }
-        EXPECT_EQ(state.use_count(), 1);
-    }
-    EXPECT_EQ(emit(), "dbc ") << "complete, behind the one that threw";
-}
-
-TEST_F(SignalTest, AListenerThatDestroysItsObjectGoesAndTheOthersAreCalledOnce) {
-    auto object = std::make_unique<Object>();
-    connect('a');
-    signal->connect(object.get(), [&] {
-        calls += 'b';
-        object.reset();
-    });
-    connect('c');
-    EXPECT_EQ(emit(2), "abc ac ");
-}
-
-TEST_F(SignalTest, AListenerAddedInAnEmissionTakesItsPlaceBehindTheCallingOne) {
-    connect('a', once([&] { connect('x'); }));
-    EXPECT_EQ(emit(), "a ");
-    connect('b', once([&] { connect('y'); }));
-    connect('c');
-    EXPECT_EQ(emit(2), "axbc axbyc ");
-}
-
-TEST_F(SignalTest, ANestedEmissionCallsTheRestAndTheOuterOneStartsOver) {
-    connect('a', once([&] { (*signal)(); }));
-    EXPECT_EQ(emit(), "aa ") << "the only listener";
-    connect('b', once([&] { (*signal)(); }));
-    connect('c');
-    EXPECT_EQ(emit(), "abcabc ");
-}
-
-TEST_F(SignalTest, AConnectionThatNestedCallsRemovedLivesUntilTheOutermostReturns) {
-    const auto state = std::make_shared<int>(1);
-    SignalConnection* self = nullptr;
-    self = signal->connect([&, state] {
-        if (calls.empty()) {
-            calls += 'a';
-            (*signal)();
-        } else {
-            signal->disconnect(self);
-        }
-        calls += std::to_string(*state);
-    });
-    EXPECT_EQ(emit(), "a11 ");
-    EXPECT_EQ(state.use_count(), 1);
-}
-
-TEST_F(SignalTest, AListenerMayDestroyTheSignalInANestedEmissionToo) {
-    for (const bool nests : {false, true}) {
-        signal = std::make_unique<Signal<void()>>();
-        const auto state = std::make_shared<char>('x');
-        if (nests) connect('a', once([&] { (*signal)(); }));
-        signal->connect([this, state] {
-            signal.reset();
-            calls += *state;
-        });
-        if (!nests) connect('y');
-        EXPECT_EQ(emit(), nests ? "ax " : "x ");
-        EXPECT_EQ(state.use_count(), 1);
-    }
-}
-
-TEST_F(SignalTest, SignalsAndListenersMayOutliveEachOther) {
     Counter late;
     {
         Counter member;
-        Object context;
         for (Counter* counter : {&member, &late, static_cast<Counter*>(nullptr)})
             signal->connect(counter, &Counter::count);
-        signal->connect(&context, [this] { calls += 'x'; });
-        EXPECT_EQ(emit(), "x ");
+        (*signal)();
         EXPECT_EQ(member.calls, 1);
     }
-    EXPECT_EQ(emit(), " ");
+    (*signal)();
     EXPECT_EQ(late.calls, 2);
     signal.reset();
 }
 
-TEST_F(SignalTest, DisconnectRefusesWhatIsNotItsConnection) {
-    Signal<void()> other;
-    SignalConnection* own = connect('a');
-    EXPECT_FALSE(signal->disconnect(other.connect([] {})));
-    EXPECT_TRUE(signal->disconnect(own));
-    EXPECT_FALSE(signal->disconnect(own));
+TEST(Signal, EachListenerHasTheWholeArgumentAndDisconnectRefusesConnectionsOfOthers) {
+    std::string calls;
+    Signal<void(std::string)> signal, other;
+    const auto note = [&calls](const std::string& text) { calls += text; };
+    SignalConnection* own = signal.connect(note);
+    EXPECT_FALSE(signal.disconnect(other.connect(note)));
+    signal.connect(note);
+    signal("xy");
+    EXPECT_EQ(calls, "xyxy");
+    EXPECT_TRUE(signal.disconnect(own));
+    EXPECT_FALSE(signal.disconnect(own));
 }
 
 TEST(DelegateTest, UnconnectedLogsOnceIfThereIsAResultAndGivesAnEmptyValue) {

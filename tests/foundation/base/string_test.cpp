@@ -3,7 +3,6 @@
 #include <qel/foundation/base/byte_span.h>
 #include <qel/foundation/base/string_id.h>
 
-#include <tests/support/log_capture.h>
 #include <tests/support/threads.h>
 
 #include <gtest/gtest.h>
@@ -37,32 +36,24 @@ TEST(String, SeparatorStandsOnlyBetweenTexts) {
 TEST(String, EndsAndContentsAreFoundByTextAndCharacter) {
     const String text = "study.dcm\n";
     const SmartCStr view = text;
-    EXPECT_TRUE(text.begins_with("study") && text.begins_with(nullptr) && text.contains("y.d"));
-    EXPECT_TRUE(view.begins_with("study") && view.ends_with(".dcm\n") && view.contains("y.d"));
-    EXPECT_TRUE(view.begins_with('s') && view.ends_with('\n') && view.contains(nullptr));
-    EXPECT_FALSE(text.begins_with("Study") || text.ends_with("dcm") || text.contains("xyz"));
-    EXPECT_FALSE(view.begins_with("study.dcm\n ") || view.contains('\0') || SmartCStr().ends_with('q'));
+    EXPECT_TRUE(text.begins_with(nullptr) && view.contains(nullptr) && text.contains("y.d"));
+    EXPECT_TRUE(view.begins_with('s') && view.ends_with('\n') && view.ends_with(".dcm\n"));
+    EXPECT_FALSE(text.begins_with("Study") || view.begins_with("study.dcm\n ") || view.contains('\0'));
     EXPECT_TRUE(text.ends_with_newline() && String("a\r").ends_with_newline());
-    EXPECT_FALSE(String().ends_with_newline());
+    EXPECT_FALSE(String().ends_with_newline() || SmartCStr().ends_with('q'));
 }
 
-TEST(SmartCStr, IsNeverNullAndComparesTextsWhateverTheirKind) {
+TEST(SmartCStr, IsNeverNullComparesTextsWhateverTheirKindAndStopsAtTheEnd) {
     SmartCStr text(static_cast<const char*>(nullptr));
     EXPECT_STREQ(text.c_str(), "");
-    EXPECT_EQ(text, nullptr);
-    EXPECT_TRUE(text.empty() && !text);
+    EXPECT_TRUE(text == nullptr && text.empty() && !text);
     EXPECT_EQ(SmartCStr(std::string("a\0b", 3)).size(), 1u);
-    EXPECT_EQ(SmartCStr("abc"), std::string("abc"));
     EXPECT_LT(SmartCStr("a"), SmartCStr("\xE4"));
     EXPECT_NE(SmartCStr("a"), std::string("a\0", 2));
-}
-
-TEST(SmartCStr, StepsAndPartsStopAtTheEnd) {
-    SmartCStr text = "ab";
-    EXPECT_EQ(text.substr(1), "b");
+    text = "ab";
     EXPECT_EQ(text.substr(1000), "");
     EXPECT_EQ(text++, "ab");
-    ++text;
+    EXPECT_EQ(text++, "b");
     EXPECT_EQ(++text, "");
 }
 
@@ -71,7 +62,6 @@ TEST(String, ReplaceAllCountsAndDoesNotLookIntoWhatItPutIn) {
     EXPECT_EQ(text.replace_all("X", "XX"), 3u);
     EXPECT_EQ(text, "aXXbXXXX");
     EXPECT_EQ(text.replace_all("", "y"), 0u);
-    EXPECT_EQ(text.replace_all_copy("XX", ""), "ab");
     EXPECT_EQ(text.replace_all(text, text), 1u);
     EXPECT_EQ(text, "aXXbXXXX");
 }
@@ -94,7 +84,6 @@ TEST(String, TrimsOnlyWhatEachFormNames) {
 }
 
 TEST(String, HashIsFnvOfUnsignedBytesWithoutACutTo32Bits) {
-    EXPECT_EQ(String().hash(), 0x811C9DC5u);
     EXPECT_EQ(String("\xFF").hash(), (uint64(0x811C9DC5) ^ 0xFF) * 0x1000193);
     EXPECT_EQ(String("ab").hash(), (String("a").hash() ^ 'b') * 0x1000193);
 }
@@ -106,7 +95,7 @@ TEST(String, ValidateTellsMailAddressesAndTelephoneNumbersUpTo512Bytes) {
         EXPECT_FALSE(String(bad).validate(0)) << bad;
     for (const String& good : {String("+49 (0)30/12-34"), String(512, '1')}) EXPECT_TRUE(good.validate(1));
     for (const String& bad : {String("12a"), String(), String(513, '1')}) EXPECT_FALSE(bad.validate(1));
-    for (const int unknown : {2, -1}) EXPECT_FALSE(String("1").validate(unknown));
+    EXPECT_FALSE(String("1").validate(2));
 }
 
 TEST(String, HexDumpPadsItsLastLine) {
@@ -114,42 +103,32 @@ TEST(String, HexDumpPadsItsLastLine) {
     EXPECT_EQ(String::createHexDumpFromBuffer(bytes.getConstByteSpan()),
               "00000000: 30 31 32 33 34 35 36 37 38 39 61 62 63 64 65 66 0123456789abcdef\n"
               "00000010: 00 FF 7A                                        ..z\n");
-    EXPECT_EQ(String::createHexDumpFromBuffer(ConstByteSpan()), "");
 }
 
-TEST(NaturalCompare, NumbersCompareByValueBeforeAnythingElseAndBytesUnsignedAndWithCase) {
-    const struct {
-        const char *a, *b;
-        int order;
-    } cases[] = {{"a007", "a7", 0},
-                 {"a7b", "a07c", -1},
-                 {"1.2.10", "1.2.9", 1},
-                 {"5", "105", -100},
-                 {"a1", "a ", -1},
-                 {"ab", "a1", 1},
-                 {"a0", "a", 1},
-                 {"", "a", -1},
-                 {"a", "B", 'a' - 'B'},
-                 {"4294967297", "1", 0},
-                 {"2147483647", "0", 2147483647}};
+TEST(NaturalCompare, NumbersCompareByWrappedValueBeforeAnythingElseAndBytesUnsignedAndWithCase) {
+    const String longRun(100'000, '9');
+    const std::tuple<String, String, int> cases[] = {{"a007", "a7", 0},
+                                                     {"a7b", "a07c", -1},
+                                                     {"1.2.10", "1.2.9", 1},
+                                                     {"5", "105", -100},
+                                                     {"a1", "a ", -1},
+                                                     {"ab", "a1", 1},
+                                                     {"a0", "a", 1},
+                                                     {"a", "B", 'a' - 'B'},
+                                                     {"\xC3\xA4", "z", 0xC3 - 'z'},
+                                                     {"4294967297", "1", 0},
+                                                     {"2147483647", "0", 2147483647},
+                                                     {longRun, longRun, 0}};
     for (const auto& [a, b, order] : cases) EXPECT_EQ(String::natural_compare(a, b), order) << a << " " << b;
-    EXPECT_GT(String::natural_compare("\xC3\xA4", "z"), 0);
-}
-
-TEST(NaturalCompare, LongDigitRunsWrapAndKeepTheirSigns) {
     EXPECT_GT(String::natural_compare("4294967295", "0"), 0);
     EXPECT_LT(String::natural_compare("0", "4294967295"), 0);
-    const String longRun(100'000, '9');
-    EXPECT_EQ(String::natural_compare(longRun, longRun), 0);
 }
 
 TEST(StringId, EmptyTextsAreNullAndNeverInterned) {
     const unsigned before = internal::g_stringPool.getNumberOfStrings();
-    const char* null = nullptr;
-    for (const StringId& empty : {StringId(), StringId(""), StringId(null), StringId("x", 0)}) {
+    for (const StringId& empty : {StringId(), StringId(""), StringId("x", 0)}) {
         EXPECT_TRUE(empty.empty() && !empty && empty == StringId());
         EXPECT_STREQ(empty.c_str(), "");
-        EXPECT_EQ(empty.hash(), String().hash());
     }
     EXPECT_EQ(internal::g_stringPool.getNumberOfStrings(), before);
 }
@@ -158,7 +137,6 @@ TEST(StringId, EqualTextsShareOneElementWithTheirNulBytesAndMayComeFromTheirOwnI
     const std::string bytes("a\0b", 3);
     const StringId id = bytes;
     EXPECT_EQ(id.c_str(), StringId(String(bytes)).c_str());
-    EXPECT_EQ(id.hash(), String(bytes).hash());
     EXPECT_EQ(id, bytes);
     StringId single = "only one holds me";
     single.assign(single.c_str() + 5);
@@ -168,10 +146,8 @@ TEST(StringId, EqualTextsShareOneElementWithTheirNulBytesAndMayComeFromTheirOwnI
 
 TEST(StringId, ComparesAsBytesWithOtherTexts) {
     const StringId id = "ab";
-    const String longer = "abc";
-    EXPECT_TRUE(id < longer && longer > id && id == "ab" && "ab" == id && id == String("ab") && id != longer);
-    EXPECT_TRUE(id < StringId("abc") && StringId() < id && id < "\xE4" && SmartCStr("aa") < id &&
-                id != nullptr);
+    EXPECT_TRUE("ab" == id && id == String("ab") && id != String("abc") && id < String("abc"));
+    EXPECT_TRUE(id < StringId("abc") && StringId() < id && id < "\xE4" && SmartCStr("aa") < id);
     EXPECT_EQ("<" + id + SmartCStr(">") + String("!"), "<ab>!");
 }
 
@@ -183,7 +159,6 @@ TEST(StringPool, AnElementInUseStaysAndADyingOneIsReplacedNotRevived) {
     StringPool pool;
     StringElement* element = allocate(pool, "x");
     EXPECT_EQ(allocate(pool, "x"), element);
-    EXPECT_EQ(element->referenceCount, 2u);
     pool.release(element);
     EXPECT_EQ(pool.getNumberOfStrings(), 1u);
     element->referenceCount = 0; // its last holder is on the way to release()
@@ -208,18 +183,6 @@ TEST(StringPool, FindsEverythingAfterRemovalsAndTellsTextsWithOneHashApart) {
         const bool isFound = allocate(pool, std::to_string(i)) == elements[i];
         ASSERT_TRUE(isFound || i % 3 == 0) << i;
     }
-}
-
-TEST(StringPool, PrintsItsFiguresInOneLine) {
-    StringPool pool;
-    pool.allocate("abc", 3, 77);
-    pool.allocate("abc", 3, 77);
-    pool.allocate("x", 1, 77 + 0x10000);
-    pool.allocate("y", 1, 78);
-    test::LogCapture capture;
-    pool.printStats();
-    capture.expect(1, "StringId Stats numberOfHashes=2, numberOfStrings=3, numberOfStringRefs=4, "
-                      "numberOfTotalBytes=5, numberOfBytesSaved=3");
 }
 
 TEST(StringPool, ThreadsMayInternCopyAndDropTheSameTexts) {
