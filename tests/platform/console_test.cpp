@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <utility>
 
 #include <fcntl.h>
@@ -40,24 +39,20 @@ TEST(Console, AFileIsNoTerminalAndATerminalTellsItsWidthAndColours) {
     const EnvironmentVariable kind("TERM", "xterm"), refusal("NO_COLOR", "");
     {
         const StandardInput input("/dev/null");
-        EXPECT_FALSE(isTerminal(kInput));
+        EXPECT_FALSE(isTerminal(kInput) || wantsColor(kInput));
         EXPECT_EQ(terminalWidth(kInput), 80);
-        EXPECT_FALSE(wantsColor(kInput));
     }
     const int control = posix_openpt(O_RDWR | O_NOCTTY); // a terminal that no person sits at
     if (grantpt(control) != 0 || unlockpt(control) != 0 || access(ptsname(control), R_OK) != 0)
         GTEST_SKIP() << "no terminals here, as in a bare change-root";
     const StandardInput input(ptsname(control));
-    EXPECT_TRUE(isTerminal(kInput));
+    EXPECT_TRUE(isTerminal(kInput) && wantsColor(kInput));
     for (const auto& [columns, width] : {std::pair(123, 123), std::pair(0, 80)}) {
         const winsize size{24, static_cast<unsigned short>(columns), 0, 0};
         ioctl(0, TIOCSWINSZ, &size);
         EXPECT_EQ(terminalWidth(kInput), width);
     }
-    EXPECT_TRUE(wantsColor(kInput));
-    const std::pair<const char*, const char*> refusals[] = {
-        {"NO_COLOR", "1"}, {"TERM", nullptr}, {"TERM", "dumb"}};
-    for (const auto& [name, value] : refusals) {
+    for (const auto& [name, value] : {std::pair("NO_COLOR", "1"), {"TERM", nullptr}, {"TERM", "dumb"}}) {
         const EnvironmentVariable changed(name, value);
         EXPECT_FALSE(wantsColor(kInput)) << name;
     }

@@ -37,8 +37,8 @@ TEST(Machine, MemoryOfTheProcessGrowsByWhatItTouches) {
     volatile char* touched = bytes.data(); // no compiler may leave the writes out
     for (std::size_t at = 0; at < kBytes; at += 1024) touched[at] = 'x';
     ASSERT_TRUE(readProcessMemory(after));
-    EXPECT_GE(after.workingSet, before.workingSet + kBytes * 9 / 10);
-    EXPECT_GE(after.privateBytes, before.privateBytes + kBytes * 9 / 10);
+    for (const auto figure : {&ProcessMemory::workingSet, &ProcessMemory::privateBytes})
+        EXPECT_GE(after.*figure, before.*figure + kBytes * 9 / 10);
 }
 
 TEST(ProcessSelf, LocaleNameIsTheFirstVariableThatSaysSomething) {
