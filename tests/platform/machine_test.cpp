@@ -1,3 +1,5 @@
+#include <qel/platform/clock.h>
+#include <qel/platform/known_folders.h>
 #include <qel/platform/machine.h>
 #include <qel/platform/process_self.h>
 #include <qel/platform/system_error.h>
@@ -8,7 +10,9 @@
 
 #include <bit>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
+#include <limits>
 #include <list>
 #include <thread>
 #include <vector>
@@ -39,6 +43,55 @@ TEST(Machine, MemoryOfTheProcessGrowsByWhatItTouches) {
     ASSERT_TRUE(readProcessMemory(after));
     for (const auto figure : {&ProcessMemory::workingSet, &ProcessMemory::privateBytes})
         EXPECT_GE(after.*figure, before.*figure + kBytes * 9 / 10);
+}
+
+TEST(Clock, WallClockCountsFrom1601In100NanosecondTicks) {
+    const auto unixNow = [] {
+        return std::chrono::system_clock::now().time_since_epoch() / std::chrono::seconds(1);
+    };
+    const std::int64_t before = unixNow();
+    const std::int64_t seconds = utcTicks() / 10'000'000 - 11'644'473'600;
+    EXPECT_GE(seconds, before);
+    EXPECT_LE(seconds, unixNow());
+}
+
+TEST(Clock, YearsThatNoIntHoldsAreRefusedAndTheTextIsTheFixedForm) {
+    using Limits = std::numeric_limits<std::int64_t>;
+    const test::TimeZone zone("UTC0");
+    CalendarTime time{1, 2, 3, 4, 5, 6, 0};
+    for (const std::int64_t seconds : {Limits::min(), Limits::max()}) {
+        EXPECT_FALSE(utcCalendarTime(seconds, time));
+        EXPECT_FALSE(localCalendarTime(seconds, time));
+        EXPECT_EQ(localTimeText(seconds), "");
+    }
+    EXPECT_EQ(time.year, 1);
+    EXPECT_EQ(localTimeText(1'704'067'200), "Mon Jan  1 00:00:00 2024");
+    EXPECT_EQ(localTimeText(253'402'300'799), "Fri Dec 31 23:59:59 9999");
+    EXPECT_EQ(localTimeText(253'402'300'800), "");
+}
+
+TEST(KnownFolders, UserDataFollowsTheXdgRulesAndWithoutHomeTheUserDatabase) {
+    const EnvironmentVariable home("HOME", "/home/somebody/");
+    {
+        const EnvironmentVariable data("XDG_DATA_HOME", "/data//");
+        EXPECT_EQ(userLocalDataFolder(), "/data");
+        EXPECT_EQ(userStartMenuFolder(), "/data/applications");
+    }
+    for (const char* unusable : {static_cast<const char*>(nullptr), "", "relative/data"}) {
+        const EnvironmentVariable data("XDG_DATA_HOME", unusable);
+        EXPECT_EQ(userLocalDataFolder(), "/home/somebody/.local/share");
+        const EnvironmentVariable root("HOME", "/");
+        EXPECT_EQ(userLocalDataFolder(), "/.local/share");
+        const EnvironmentVariable none("HOME", unusable);
+        EXPECT_FALSE(userLocalDataFolder().starts_with("relative"));
+    }
+}
+
+TEST(KnownFolders, CommonStartEntriesStandInTheFirstAbsoluteDataFolder) {
+    const EnvironmentVariable folders("XDG_DATA_DIRS", "relative::/first/:/second");
+    EXPECT_EQ(commonStartMenuFolder(), "/first/applications");
+    const EnvironmentVariable none("XDG_DATA_DIRS", nullptr);
+    EXPECT_EQ(commonStartMenuFolder(), "/usr/local/share/applications");
 }
 
 TEST(ProcessSelf, LocaleNameIsTheFirstVariableThatSaysSomething) {

@@ -58,20 +58,17 @@ TEST(Buffer, MovingSwapsTheMemoryAndCopyingCopiesIt) {
     b = *&b;
     EXPECT_EQ(textOf(copy), "first");
     EXPECT_EQ(textOf(Buffer(std::move(b))), "First");
-    EXPECT_EQ(b.getBytePointer(), nullptr);
 }
 
-TEST(Buffer, AReaderFillsTheReserveAndCommitsIt) {
-    Buffer buffer;
-    buffer.append(ConstByteSpan::fromText("ab"));
+TEST(Buffer, AReaderFillsTheReserveAndCommitsItNeverBeyondTheMemory) {
+    Buffer buffer = bufferOf("ab");
     buffer.reserveTotal(4);
-    const ByteSpan reserve = buffer.appendReserve();
-    ASSERT_EQ(reserve.size, 2u);
-    reserve.data[0] = 'c';
+    ASSERT_EQ(buffer.appendReserve().size, 2u);
+    buffer.appendReserve().data[0] = 'c';
     buffer.appendCommit(1);
     EXPECT_EQ(textOf(buffer), "abc");
     buffer.appendCommit(SIZE_MAX);
-    EXPECT_EQ(buffer.getSize(), 4u) << "never beyond the memory";
+    EXPECT_EQ(buffer.getSize(), 4u);
 }
 
 TEST(Buffer, EditsWhatIsThereWithItsOwnBytesAsASourceToo) {
@@ -97,13 +94,11 @@ TEST(Buffer, EditsWhatIsThereWithItsOwnBytesAsASourceToo) {
 TEST(Buffer, ComparesBytesAsUnsignedAndThenSizes) {
     EXPECT_GT(bufferOf("\xFF"), bufferOf("a"));
     EXPECT_EQ(Buffer::compare(bufferOf("abc"), bufferOf("a")), 2);
-    EXPECT_EQ(Buffer::compare(Buffer(), bufferOf("abc")), -3);
 }
 
 TEST(Buffer, SizesThatOverflowLeaveItUnchanged) {
     Buffer buffer = bufferOf("abc");
     EXPECT_THROW(buffer.append(SIZE_MAX), std::bad_alloc);
     EXPECT_THROW(buffer.resizeExtraReserve(SIZE_MAX - 10), std::bad_alloc);
-    EXPECT_THROW(buffer.reserveAdditionally(4, SIZE_MAX), std::bad_alloc);
     EXPECT_EQ(textOf(buffer), "abc");
 }

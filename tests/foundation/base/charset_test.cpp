@@ -45,10 +45,10 @@ TEST(Charset, BytesOfTheTwoTablesConvertWithoutLoss) {
     EXPECT_EQ(String("\u0416").utf8_convert_to_charset(Charset::Latin1), "?");
 }
 
-TEST(Charset, SwitchesOfTheRepertoireAreRemoved) {
-    EXPECT_EQ(String("\x1B$)C\xB1\xE8\x1B(B^\x1B-FHong").utf8_convert_from_charset(Charset::Korean),
-              "\uAE40^Hong");
-    EXPECT_EQ(String("\x1B(X\x1B$\x1B").remove_escape_langchange(), "\x1B(X\x1B$\x1B") << "others stay";
+TEST(Charset, SwitchesOfTheRepertoireAreRemovedAndOthersStay) {
+    const String text = String("\x1B$)C\xB1\xE8\x1B(B^\x1B-FHong").utf8_convert_from_charset(Charset::Korean);
+    EXPECT_EQ(text, "\uAE40^Hong");
+    EXPECT_EQ(String("\x1B(X\x1B$\x1B").remove_escape_langchange(), "\x1B(X\x1B$\x1B");
 }
 
 TEST(Charset, BytesThatAreNoCharactersAreLogged) {

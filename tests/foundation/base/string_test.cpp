@@ -28,7 +28,6 @@ TEST(String, SeparatorStandsOnlyBetweenTexts) {
     for (const char* text : {"a", "", static_cast<const char*>(nullptr), "b"})
         list.append_separator(", ", text);
     list.append_separator(nullptr, "c");
-    EXPECT_EQ(list, "a, bc");
     list.append_separator("-", list);
     EXPECT_EQ(list, "a, bc-a, bc");
 }
@@ -36,8 +35,7 @@ TEST(String, SeparatorStandsOnlyBetweenTexts) {
 TEST(String, EndsAndContentsAreFoundByTextAndCharacter) {
     const String text = "study.dcm\n";
     const SmartCStr view = text;
-    EXPECT_TRUE(text.begins_with(nullptr) && view.contains(nullptr) && text.contains("y.d"));
-    EXPECT_TRUE(view.begins_with('s') && view.ends_with('\n') && view.ends_with(".dcm\n"));
+    EXPECT_TRUE(view.begins_with('s') && view.ends_with('\n') && text.begins_with(nullptr));
     EXPECT_FALSE(text.begins_with("Study") || view.begins_with("study.dcm\n ") || view.contains('\0'));
     EXPECT_TRUE(text.ends_with_newline() && String("a\r").ends_with_newline());
     EXPECT_FALSE(String().ends_with_newline() || SmartCStr().ends_with('q'));
@@ -60,7 +58,6 @@ TEST(SmartCStr, IsNeverNullComparesTextsWhateverTheirKindAndStopsAtTheEnd) {
 TEST(String, ReplaceAllCountsAndDoesNotLookIntoWhatItPutIn) {
     String text = "aXbXX";
     EXPECT_EQ(text.replace_all("X", "XX"), 3u);
-    EXPECT_EQ(text, "aXXbXXXX");
     EXPECT_EQ(text.replace_all("", "y"), 0u);
     EXPECT_EQ(text.replace_all(text, text), 1u);
     EXPECT_EQ(text, "aXXbXXXX");
@@ -79,8 +76,7 @@ TEST(String, SplitKeepsEmptyPieces) {
 TEST(String, TrimsOnlyWhatEachFormNames) {
     EXPECT_EQ(String("  \ta b\n  ").trim_spaces(), "\ta b\n");
     EXPECT_EQ(String(" \r\n a b\t\n ").trim_spaces_newlines(), "a b\t");
-    EXPECT_EQ(String("0010").trim_leading_zeros(), "10");
-    EXPECT_EQ(String("   ").trim_spaces() + String("000").trim_leading_zeros(), "");
+    EXPECT_EQ(String("0010").trim_leading_zeros() + String("000").trim_leading_zeros(), "10");
 }
 
 TEST(String, HashIsFnvOfUnsignedBytesWithoutACutTo32Bits) {
@@ -124,24 +120,20 @@ TEST(NaturalCompare, NumbersCompareByWrappedValueBeforeAnythingElseAndBytesUnsig
     EXPECT_LT(String::natural_compare("0", "4294967295"), 0);
 }
 
-TEST(StringId, EmptyTextsAreNullAndNeverInterned) {
+TEST(StringId, EqualTextsShareOneElementWithTheirNulBytesAndEmptyOnesNone) {
+    const std::string bytes("a\0b", 3);
+    const StringId id = bytes;
+    EXPECT_EQ(id.c_str(), StringId(String(bytes)).c_str());
+    StringId single = "only one holds me";
     const unsigned before = internal::g_stringPool.getNumberOfStrings();
-    for (const StringId& empty : {StringId(), StringId(""), StringId("x", 0)}) {
+    single.assign(single.c_str() + 5);
+    const StringId other = std::move(single);
+    EXPECT_EQ(other, "one holds me");
+    for (const StringId& empty : {single, StringId(""), StringId("x", 0)}) {
         EXPECT_TRUE(empty.empty() && !empty && empty == StringId());
         EXPECT_STREQ(empty.c_str(), "");
     }
     EXPECT_EQ(internal::g_stringPool.getNumberOfStrings(), before);
-}
-
-TEST(StringId, EqualTextsShareOneElementWithTheirNulBytesAndMayComeFromTheirOwnId) {
-    const std::string bytes("a\0b", 3);
-    const StringId id = bytes;
-    EXPECT_EQ(id.c_str(), StringId(String(bytes)).c_str());
-    EXPECT_EQ(id, bytes);
-    StringId single = "only one holds me";
-    single.assign(single.c_str() + 5);
-    const StringId other = std::move(single);
-    EXPECT_TRUE(single.empty() && other == "one holds me");
 }
 
 TEST(StringId, ComparesAsBytesWithOtherTexts) {

@@ -137,22 +137,16 @@ TEST_F(Backend, SupportLinesAreCollectedOnlyForAListener) {
     EXPECT_EQ(m_batches[0].find("too early"), std::string::npos);
 }
 
-TEST_F(Backend, BatchesWaitForThreeQuietMinutesAndForAnHourSinceTheLast) {
+TEST_F(Backend, BatchesWaitForThreeQuietMinutesAndForAnHourSinceTheLastButNotWhenHalfAnHourOldOrBig) {
     listen();
-    EXPECT_EQ(batchesAfter("one", 3 * kMinute - 1), 0u);
-    EXPECT_EQ(batchesAfter("two", 3 * kMinute), 0u);
-    EXPECT_EQ(batchesAfter("", 1), 1u);
-    EXPECT_EQ(batchesAfter("", 50 * kMinute), 1u);
-    EXPECT_EQ(batchesAfter("three", 10 * kMinute), 1u) << "exactly an hour isn't over it";
-    EXPECT_EQ(batchesAfter("", 1), 2u);
-}
-
-TEST_F(Backend, ABatchThatIsHalfAnHourOldOrBigGoesOutWhateverComes) {
-    listen();
-    for (int i = 0; i < 30; ++i) EXPECT_EQ(batchesAfter("again", kMinute), 0u);
-    EXPECT_EQ(batchesAfter("", 1), 1u);
-    for (int i = 0; i < 250; ++i) EXPECT_EQ(batchesAfter(std::string(1000, 'x'), 0), 1u) << i;
-    EXPECT_EQ(batchesAfter(std::string(20'000, 'x'), 0), 2u);
+    const std::tuple<const char*, int64, size_t> steps[] = {
+        {"one", 3 * kMinute - 1, 0}, {"two", 3 * kMinute, 0},    {"", 1, 1},
+        {"", 50 * kMinute, 1},       {"three", 10 * kMinute, 1}, {"", 1, 2}}; // exactly an hour isn't over it
+    for (const auto& [text, ms, batches] : steps) EXPECT_EQ(batchesAfter(text, ms), batches) << text << ms;
+    for (int i = 0; i < 30; ++i) EXPECT_EQ(batchesAfter("again", kMinute), 2u);
+    EXPECT_EQ(batchesAfter("", 1), 3u);
+    for (int i = 0; i < 250; ++i) EXPECT_EQ(batchesAfter(std::string(1000, 'x'), 0), 3u) << i;
+    EXPECT_EQ(batchesAfter(std::string(20'000, 'x'), 0), 4u);
 }
 
 TEST_F(Backend, LinesOfManyThreadsArriveWholeAndInTheOrderOfEachThread) {
