@@ -2,8 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace qel::platform {
-namespace {
+using namespace qel::platform;
 
 using Arguments = std::vector<std::string>;
 
@@ -33,6 +32,3 @@ TEST(CommandLine, AQuotedArgumentComesBackUnchangedWhateverItsBytes) {
     EXPECT_EQ(splitCommandLine(line), all);
     EXPECT_EQ(quoteArgument("/usr/bin/tool-1.2_x"), "/usr/bin/tool-1.2_x");
 }
-
-} // namespace
-} // namespace qel::platform

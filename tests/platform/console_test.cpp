@@ -17,35 +17,23 @@ using test::EnvironmentVariable;
 
 constexpr StandardStream kInput = StandardStream::Input;
 
-/// Puts another file in the place of standard input.
-class StandardInput {
-public:
-    explicit StandardInput(const char* path) : m_before(dup(0)) {
-        const int file = open(path, O_RDWR | O_NOCTTY);
-        EXPECT_GE(file, 0) << path;
-        dup2(file, 0);
-        close(file);
-    }
-    ~StandardInput() {
-        dup2(m_before, 0);
-        close(m_before);
-    }
-
-private:
-    int m_before;
-};
+void putInPlaceOfInput(const char* path) {
+    const int file = open(path, O_RDWR | O_NOCTTY);
+    ASSERT_GE(file, 0) << path;
+    dup2(file, 0);
+    close(file);
+}
 
 TEST(Console, AFileIsNoTerminalAndATerminalTellsItsWidthAndColours) {
     const EnvironmentVariable kind("TERM", "xterm"), refusal("NO_COLOR", "");
-    {
-        const StandardInput input("/dev/null");
-        EXPECT_FALSE(isTerminal(kInput) || wantsColor(kInput));
-        EXPECT_EQ(terminalWidth(kInput), 80);
-    }
+    const int before = dup(0);
+    putInPlaceOfInput("/dev/null");
+    EXPECT_FALSE(isTerminal(kInput) || wantsColor(kInput));
+    EXPECT_EQ(terminalWidth(kInput), 80);
     const int control = posix_openpt(O_RDWR | O_NOCTTY); // a terminal that no person sits at
     if (grantpt(control) != 0 || unlockpt(control) != 0 || access(ptsname(control), R_OK) != 0)
         GTEST_SKIP() << "no terminals here, as in a bare change-root";
-    const StandardInput input(ptsname(control));
+    putInPlaceOfInput(ptsname(control));
     EXPECT_TRUE(isTerminal(kInput) && wantsColor(kInput));
     for (const auto& [columns, width] : {std::pair(123, 123), std::pair(0, 80)}) {
         const winsize size{24, static_cast<unsigned short>(columns), 0, 0};
@@ -56,7 +44,8 @@ TEST(Console, AFileIsNoTerminalAndATerminalTellsItsWidthAndColours) {
         const EnvironmentVariable changed(name, value);
         EXPECT_FALSE(wantsColor(kInput)) << name;
     }
-    close(control);
+    dup2(before, 0);
+    for (const int file : {control, before}) close(file);
 }
 
 } // namespace

@@ -11,31 +11,22 @@
 namespace qel::platform {
 namespace {
 
-class Interrupt : public testing::Test {
-protected:
-    void TearDown() override {
-        removeInterruptHandler();
-        setInterrupted(false);
-    }
-};
-
-TEST_F(Interrupt, EachOfItsSignalsSetsTheFlagInsteadOfEndingTheProcess) {
+TEST(Interrupt, EachOfItsSignalsSetsTheFlagButAnIgnoredHangupAndRemovalPutsBackWhatWasThereBefore) {
+    const auto termination = std::signal(SIGTERM, SIG_IGN);
     installInterruptHandler();
     for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
         setInterrupted(false);
         std::raise(number);
         EXPECT_TRUE(wasInterrupted()) << number;
     }
-}
-
-TEST_F(Interrupt, AnIgnoredHangupStaysIgnoredAndRemovalPutsBackWhatWasThereBefore) {
+    removeInterruptHandler();
+    EXPECT_EQ(std::signal(SIGTERM, termination), SIG_IGN);
     const auto hangup = std::signal(SIGHUP, SIG_IGN);
-    const auto termination = std::signal(SIGTERM, SIG_IGN);
+    setInterrupted(false);
     for (int twice = 0; twice < 2; ++twice) installInterruptHandler();
     std::raise(SIGHUP);
     EXPECT_FALSE(wasInterrupted());
     removeInterruptHandler();
-    EXPECT_EQ(std::signal(SIGTERM, termination), SIG_IGN);
     EXPECT_EQ(std::signal(SIGHUP, hangup), SIG_IGN);
 }
 

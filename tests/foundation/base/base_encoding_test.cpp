@@ -90,9 +90,8 @@ TEST_P(BaseEncoding, EveryCharacterOutsideTheAlphabetFailsAtEveryPosition) {
         for (int c = 0; c < 256; ++c) {
             const bool isDigit = c != 0 && std::strchr(form.digits, c) != nullptr;
             for (const size_t position : {0, 5, 63, 64, 100, 126}) {
-                Bytes text = good;
+                Bytes text = good, decoded(96);
                 text[position] = static_cast<uint8>(c);
-                Bytes decoded(96);
                 ASSERT_EQ(form.decode(decoded.data(), text.data(), text.size()), isDigit)
                     << c << " at " << position;
             }
@@ -133,8 +132,7 @@ TEST(StringBase64crc, HoldsTheLowBytesOfTheChecksumBeforeTheDataAndFindsAnyChang
 
 TEST(StringPercentForm, EndsAtAZeroAndReadsABrokenOrMissingPairAsOne) {
     EXPECT_EQ(String("a \xFF\0b", 5).encodeUrlBase16(), "%61%20%FF");
-    EXPECT_EQ(String("x%61%7Ay").decodeUrlBase16(), "xazy");
-    EXPECT_EQ(String("x%zzy").decodeUrlBase16(), String("x\0y", 3));
+    EXPECT_EQ(String("x%61%zzy").decodeUrlBase16(), String("xa\0y", 4));
     for (const char* cut : {"x%6", "x%"}) EXPECT_EQ(String(cut).decodeUrlBase16(), String("x\0", 2));
 }
 

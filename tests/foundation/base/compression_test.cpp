@@ -11,12 +11,6 @@ using namespace qel::util;
 
 namespace {
 
-Buffer compressed(std::string_view text) {
-    Buffer frame;
-    EXPECT_TRUE(compress(ConstByteSpan::fromText(text), frame));
-    return frame;
-}
-
 /// A frame of one run-length block behind a header with an 8-byte content size (RFC 8878, section 3.1.1).
 Buffer runLengthFrame(qel::uint64 statedSize, unsigned runLength) {
     Buffer frame;
@@ -30,15 +24,6 @@ Buffer runLengthFrame(qel::uint64 statedSize, unsigned runLength) {
 
 } // namespace
 
-TEST(Compression, GivesBackWhatItTook) {
-    for (const std::string& text : {std::string(), std::string("a"), std::string(1'000'000, 'x')}) {
-        Buffer content;
-        ASSERT_TRUE(decompress(compressed(text), content));
-        EXPECT_EQ(content.getConstByteSpan().asText(), text);
-        EXPECT_EQ(content.getReservedSize(), content.getSize());
-    }
-}
-
 TEST(Compression, AFrameIsNotBelievedToHoldMoreThanItsBlocksCan) {
     Buffer content;
     ASSERT_TRUE(decompress(runLengthFrame(1000, 1000), content));
@@ -50,10 +35,11 @@ TEST(Compression, AFrameIsNotBelievedToHoldMoreThanItsBlocksCan) {
     EXPECT_EQ(content.getSize(), 1000u) << "failure leaves the target alone";
 }
 
-TEST(Compression, EveryDamageOfAFrameIsHarmless) {
-    const Buffer frame = compressed("some text, some more text, and some text again");
-    Buffer untouched;
-    EXPECT_FALSE(getCompressedContentSize(ConstByteSpan::fromText("plain text")).has_value());
+TEST(Compression, AFrameGivesBackWhatItTookAndEveryDamageIsHarmless) {
+    const std::string_view text = "some text, some more text, and some text again";
+    Buffer frame, whole, untouched;
+    ASSERT_TRUE(compress(ConstByteSpan::fromText(text), frame) && decompress(frame, whole));
+    EXPECT_EQ(whole.getConstByteSpan().asText(), text);
     for (size_t size = 0; size < frame.getSize(); ++size) {
         EXPECT_FALSE(decompress({frame.getBytePointer(), size}, untouched)) << size;
     }

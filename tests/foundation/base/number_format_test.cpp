@@ -5,10 +5,10 @@
 #include <cmath>
 #include <cstdio>
 
-namespace qel::util {
-namespace {
+using namespace qel;
+using namespace qel::util;
 
-String print(const char* format, ...) {
+static String print(const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
     String text = stringFormat_valist(format, arguments);
@@ -60,6 +60,3 @@ TEST(PrintfFormat, EndsAtAConversionItDoesNotKnowAndReadsNoByteBehindAPrecision)
     EXPECT_EQ(print("%.3s", letters), "abc");
     EXPECT_EQ(print("%hhd|%hd|%hhu|%hu", 200, 40000, 300u, 70000u), "-56|-25536|44|4464");
 }
-
-} // namespace
-} // namespace qel::util

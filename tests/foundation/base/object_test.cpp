@@ -46,16 +46,15 @@ protected:
     Names deaths;
 };
 
-Names namesOf(const ClassChain& chain) {
-    Names names;
-    for (const char* name : chain) names.emplace_back(name ? name : "null");
+std::string namesOf(const ClassChain& chain) {
+    std::string names;
+    for (const char* name : chain) names += name ? name : ".";
     return names;
 }
 
 TEST_F(ObjectTest, AClassChainReadsFromObjectDownAndEndsInNullsOrWhenItIsFull) {
     const OnStack object(deaths, "a");
-    Names expected = {"Object", "UnmanagedObject", "MortalOf"};
-    expected.resize(16, "null");
+    const std::string expected = "ObjectUnmanagedObjectMortalOf.............";
     EXPECT_EQ(namesOf(static_cast<const Object&>(object).getDynamicClassChain()), expected);
     EXPECT_EQ(namesOf(OnStack::getStaticClassChain()), expected);
     ClassChain full{};

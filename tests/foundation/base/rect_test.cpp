@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-using namespace qel;
+using qel::Rect;
 
 TEST(Rect, IsEmptyUnlessTheFarEdgesLieBeyondTheNearOnes) {
     EXPECT_FALSE(Rect(0, 0, 1, 1).isEmpty());

@@ -8,8 +8,6 @@
 #include <tests/support/system_fixture.h>
 #include <tests/support/threads.h>
 
-#include <gtest/gtest.h>
-
 namespace qel {
 namespace {
 

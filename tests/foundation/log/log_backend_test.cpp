@@ -116,17 +116,6 @@ TEST_F(Console, HidesVerboseLinesThatTheBackendHearsAndDropsThoseOfAListener) {
     m_expected = "[  0.000] shown\n";
 }
 
-TEST_F(Console, AHostMayDrawTheLinesItself) {
-    static std::tuple<int, int, std::string, std::string> drawn;
-    LogBackend::registerBackend(false);
-    logging::setConsoleWriter([](const logging::ConsoleLine& line) {
-        drawn = {line.level, line.channels, std::string(line.time), std::string(line.text)};
-        MessageStream(3, 2) << "a line from the writer is dropped";
-    });
-    MessageStream(3, 3) << "text";
-    EXPECT_EQ(drawn, std::tuple(3, 3, "<  0.000> ", "[ERROR] text"));
-}
-
 TEST_F(Backend, SupportLinesAreCollectedOnlyForAListener) {
     MessageStream(1, 2) << "[SUPPORT] too early";
     listen();
