@@ -10,14 +10,13 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-namespace qel::platform {
-namespace {
+using namespace qel::platform;
 
-using test::EnvironmentVariable;
+using qel::test::EnvironmentVariable;
 
 constexpr StandardStream kInput = StandardStream::Input;
 
-void putInPlaceOfInput(const char* path) {
+static void putInPlaceOfInput(const char* path) {
     const int file = open(path, O_RDWR | O_NOCTTY);
     ASSERT_GE(file, 0) << path;
     dup2(file, 0);
@@ -30,6 +29,7 @@ TEST(Console, AFileIsNoTerminalAndATerminalTellsItsWidthAndColours) {
     putInPlaceOfInput("/dev/null");
     EXPECT_FALSE(isTerminal(kInput) || wantsColor(kInput));
     EXPECT_EQ(terminalWidth(kInput), 80);
+    dup2(before, 0);
     const int control = posix_openpt(O_RDWR | O_NOCTTY); // a terminal that no person sits at
     if (grantpt(control) != 0 || unlockpt(control) != 0 || access(ptsname(control), R_OK) != 0)
         GTEST_SKIP() << "no terminals here, as in a bare change-root";
@@ -47,6 +47,3 @@ TEST(Console, AFileIsNoTerminalAndATerminalTellsItsWidthAndColours) {
     dup2(before, 0);
     for (const int file : {control, before}) close(file);
 }
-
-} // namespace
-} // namespace qel::platform

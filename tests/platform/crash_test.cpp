@@ -12,12 +12,11 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-namespace qel::platform {
-namespace {
+using namespace qel::platform;
 
 /// What @p fill writes.
-std::string written(const std::function<void(CrashWriter&)>& fill) {
-    const test::ScratchFolder folder;
+static std::string written(const std::function<void(CrashWriter&)>& fill) {
+    const qel::test::ScratchFolder folder;
     const int file = open(folder.path("text").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
     {
         CrashWriter out(file);
@@ -27,7 +26,7 @@ std::string written(const std::function<void(CrashWriter&)>& fill) {
     return folder.read("text");
 }
 
-std::string rememberedLines() {
+static std::string rememberedLines() {
     return written([](CrashWriter& out) { writeRememberedLogLines(out); });
 }
 
@@ -52,7 +51,7 @@ TEST(RememberedLogLines, TheLastOnesAreKeptInTheirOrderEachCutToFitOnOneLine) {
 }
 
 TEST(RememberedLogLines, LinesOfManyThreadsNeverMix) {
-    test::onThreads(4, [](int i) {
+    qel::test::onThreads(4, [](int i) {
         for (int n = 0; n < 2000; ++n) {
             rememberLogLine(std::string(100, static_cast<char>('a' + i)));
             if (n % 400 == 0) rememberedLines();
@@ -66,6 +65,3 @@ TEST(RememberedLogLines, LinesOfManyThreadsNeverMix) {
         EXPECT_EQ(line, "  " + std::string(100, line[2]));
     } while (lines.peek() != EOF);
 }
-
-} // namespace
-} // namespace qel::platform

@@ -8,8 +8,7 @@
 
 #include <unistd.h>
 
-namespace qel::platform {
-namespace {
+using namespace qel::platform;
 
 TEST(Interrupt, EachOfItsSignalsSetsTheFlagButAnIgnoredHangupAndRemovalPutsBackWhatWasThereBefore) {
     const auto termination = std::signal(SIGTERM, SIG_IGN);
@@ -30,7 +29,7 @@ TEST(Interrupt, EachOfItsSignalsSetsTheFlagButAnIgnoredHangupAndRemovalPutsBackW
     EXPECT_EQ(std::signal(SIGHUP, hangup), SIG_IGN);
 }
 
-int g_brokenPipeSignals = 0;
+static int g_brokenPipeSignals = 0;
 
 TEST(BrokenPipeGuard, TurnsTheSignalIntoAnErrorOfTheWrite) {
     const auto before = std::signal(SIGPIPE, [](int) { ++g_brokenPipeSignals; });
@@ -50,6 +49,3 @@ TEST(BrokenPipeGuard, TurnsTheSignalIntoAnErrorOfTheWrite) {
     std::signal(SIGPIPE, before);
     close(ends[1]);
 }
-
-} // namespace
-} // namespace qel::platform

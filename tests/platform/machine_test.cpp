@@ -45,9 +45,8 @@ TEST(Machine, MemoryOfTheProcessGrowsByWhatItTouches) {
 }
 
 TEST(Clock, WallClockCountsFrom1601In100NanosecondTicks) {
-    const auto unixNow = [] {
-        return std::chrono::system_clock::now().time_since_epoch() / std::chrono::seconds(1);
-    };
+    using std::chrono::system_clock;
+    const auto unixNow = [] { return system_clock::to_time_t(system_clock::now()); };
     const std::int64_t before = unixNow();
     const std::int64_t seconds = utcTicks() / 10'000'000 - 11'644'473'600;
     EXPECT_GE(seconds, before);

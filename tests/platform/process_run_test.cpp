@@ -10,26 +10,25 @@
 #include <cstdio>
 #include <fstream>
 #include <iterator>
-#include <sstream>
 
 #include <sys/stat.h>
 #include <sys/wait.h>
 
-namespace qel::platform {
-namespace {
+using namespace qel::platform;
 
 using Arguments = std::vector<std::string>;
-using test::ScratchFolder;
+using qel::test::ScratchFolder;
 
 constexpr RunOptions kWait{};
 constexpr RunOptions kNoWait{.wait = false};
 
-RunResult runShell(const char* script, const std::string& argument, const RunOptions& options = kWait) {
+static RunResult runShell(const char* script, const std::string& argument,
+                          const RunOptions& options = kWait) {
     return runProcess({"/bin/sh", "-c", script, argument}, options);
 }
 
 /// What a program writes that nobody waits for, into the pipe that its script knows as $0.
-std::string readUnwaited(const char* script, const RunOptions& options = kNoWait) {
+static std::string readUnwaited(const char* script, const RunOptions& options = kNoWait) {
     const ScratchFolder folder;
     const std::string pipe = folder.path("pipe");
     if (mkfifo(pipe.c_str(), 0600) != 0 || !runShell(script, pipe, options).started) return "not started";
@@ -77,12 +76,8 @@ TEST(ProcessRun, AProgramSeesItsThreeStreamsAndNoOtherDescriptor) {
 }
 
 TEST(ProcessRun, ADetachedProgramHasItsOwnSessionAndNoStreams) {
-    const char* script = "{ cut -d' ' -f6 /proc/$$/stat; echo $$; readlink /proc/$$/fd/2; } > \"$0\"";
-    std::istringstream lines(readUnwaited(script, {.wait = false, .detached = true}));
-    std::string session, process, output;
-    lines >> session >> process >> output;
-    EXPECT_EQ(session, process);
-    EXPECT_EQ(output, "/dev/null");
+    const char* script = "{ test $(cut -d' ' -f6 /proc/$$/stat) = $$ && readlink /proc/$$/fd/2; } > \"$0\"";
+    EXPECT_EQ(readUnwaited(script, {.wait = false, .detached = true}), "/dev/null\n");
 }
 
 TEST(ProcessRun, ProgramsAreLookedForInAbsoluteFoldersOfPath) {
@@ -91,15 +86,15 @@ TEST(ProcessRun, ProgramsAreLookedForInAbsoluteFoldersOfPath) {
     chmod(tool.c_str(), 0755);
     folder.write("bin/qel-text", "no program");
     folder.makeFolder("bin/qel-folder");
-    const test::EnvironmentVariable path("PATH", (":relative:/nowhere:" + folder.path("bin")).c_str());
+    const qel::test::EnvironmentVariable path("PATH", (":relative:/nowhere:" + folder.path("bin")).c_str());
     for (const std::string& name : {std::string("qel-tool"), tool}) EXPECT_EQ(findProgram(name), tool);
     for (const char* name : {"qel-text", "qel-folder", ""}) EXPECT_EQ(findProgram(name), "") << name;
 }
 
 // --- with root's rights; the machine's own start of programs is replaced ---
 
-std::vector<Arguments> g_runs;
-int g_exitCode = 0;
+static std::vector<Arguments> g_runs;
+static int g_exitCode = 0;
 
 TEST(ElevatedRun, GoesTheFirstWayThatIsOpen) {
     replaceRunProcess([](const Arguments& arguments, const RunOptions&) {
@@ -125,6 +120,3 @@ TEST(ElevatedRun, GoesTheFirstWayThatIsOpen) {
     }
     replaceRunProcess(nullptr);
 }
-
-} // namespace
-} // namespace qel::platform

@@ -8,8 +8,6 @@
 namespace qel::platform {
 namespace {
 
-using namespace std::string_literals;
-
 struct RegistryTest : ::testing::Test {
     RegistryTest() { setRegistryFolder(scratch.path("settings")); }
     ~RegistryTest() override { setRegistryFolder({}); }
@@ -30,7 +28,7 @@ TEST_F(RegistryTest, KeepsEachValueInAFileOfItsOwnUnderASafeName) {
         {{R"(..\c.value)", "../x", "%2E%2E/c%2Evalue/%2E%2E%2Fx.value"}},
         {{"", "\xC3\xBC\n", "%C3%BC%0A.value"}}};
     for (const auto& [key, name, file] : values) {
-        const std::string bytes = "\0bytes of "s + file;
+        const std::string bytes = std::string(1, '\0') + file;
         EXPECT_EQ(read(key, name), "unreadable");
         EXPECT_FALSE(writeRegistryValue(key, name, "longer than what follows it" + bytes));
         EXPECT_FALSE(writeRegistryValue(key, name, bytes));

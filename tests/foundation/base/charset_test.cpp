@@ -39,9 +39,8 @@ TEST(Charset, EachRepertoireConvertsToUtf8AndBack) {
 TEST(Charset, BytesOfTheTwoTablesConvertWithoutLoss) {
     String bytes;
     for (int c = 1; c < 256; ++c) bytes.push_back(static_cast<char>(c));
-    for (const Charset charset : {Charset::Latin1, Charset::Latin2}) {
+    for (const Charset charset : {Charset::Latin1, Charset::Latin2})
         EXPECT_EQ(bytes.utf8_convert_from_charset(charset).utf8_convert_to_charset(charset), bytes);
-    }
     EXPECT_EQ(String("\u0416").utf8_convert_to_charset(Charset::Latin1), "?");
 }
 

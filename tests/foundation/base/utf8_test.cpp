@@ -125,7 +125,7 @@ protected:
     void SetUp() override { ASSERT_TRUE(internal::setSimdTarget(GetParam())); }
     void TearDown() override { internal::setSimdTarget(""); }
 
-    /// What the vectors have to do with a text, and with each of its tails, which begin inside a sequence.
+    /// What the vectors have to do with a text.
     static void expectAgreement(const String& text) {
         const auto codePoints = readLeniently(text);
         const std::string fixed = textOf(codePoints);
@@ -139,12 +139,10 @@ protected:
 
     static Vector<uint16> utf16Of(const std::vector<uint32>& codePoints) {
         Vector<uint16> units;
-        for (uint32 codePoint : codePoints) {
-            if (codePoint > 0xFFFF) {
-                units.push_back(static_cast<uint16>(0xD800 + (codePoint - 0x10000) / 0x400));
-                codePoint = 0xDC00 + codePoint % 0x400;
-            }
-            units.push_back(static_cast<uint16>(codePoint));
+        for (const uint32 codePoint : codePoints) {
+            const bool isPair = codePoint > 0xFFFF;
+            if (isPair) units.push_back(static_cast<uint16>(0xD800 + (codePoint - 0x10000) / 0x400));
+            units.push_back(static_cast<uint16>(isPair ? 0xDC00 + codePoint % 0x400 : codePoint));
         }
         return units;
     }

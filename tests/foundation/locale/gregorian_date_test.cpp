@@ -151,14 +151,13 @@ TEST_F(DateFormat, AnyRecordCanBeWrittenOnAnyThreadAndNamesOutsideTheCalendarAre
 
 TEST_F(DateFormat, TimePassedIsToldInItsTwoLargestUnitsRoundedToMinutes) {
     const int64 now = system().getUTCDateTime();
-    constexpr int64 kHour = 3600;
-    const std::pair<int64, const char*> texts[] = {{2 * 24 * kHour + 5 * kHour + 59 * 60, "2d 5h"},
-                                                   {5 * kHour + 12 * 60, "5h 12m"},
+    const std::pair<int64, const char*> texts[] = {{2 * 24 * 3600 + 5 * 3600 + 59 * 60, "2d 5h"},
+                                                   {5 * 3600 + 12 * 60, "5h 12m"},
                                                    {30, "1m"},
                                                    {29, ""},
                                                    {-89, ""},
                                                    {-90, "-1m"},
-                                                   {-5 * kHour - 12 * 60 - 60, "-5h -12m"}};
+                                                   {-5 * 3600 - 12 * 60 - 60, "-5h -12m"}};
     for (const auto& [seconds, text] : texts)
         EXPECT_EQ(util::getAsTextTimePassedSince(now - seconds * kTicksPerSecond), text);
     for (const int64 any : {kLowest, kHighest}) EXPECT_NE(util::getAsTextTimePassedSince(any), "");

@@ -48,7 +48,6 @@ TEST_F(Translation, OwnLanguageComesBeforeEnglishAndEnglishBeforeNone) {
     EXPECT_STREQ(Object::tr("a"), "deutsch");
     EXPECT_EQ(Object::tr_l("en", "a"), "english");
     EXPECT_EQ(Object::tr_l(nullptr, "b", nullptr) + Object::tr_l("de", "b", "fallback"), "fallback");
-    EXPECT_TRUE(log.take().empty());
 }
 
 TEST_F(Translation, AMissingTextIsToldOnceAndMarkedUntilNewResourcesBringIt) {
