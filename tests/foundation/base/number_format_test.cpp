@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <clocale>
 #include <cmath>
 #include <cstdio>
 
@@ -16,13 +17,18 @@ static String print(const char* format, ...) {
     return text;
 }
 
-TEST(NumberFormat, BytesTakeTheLargestUnitThatTheirRoundedFigureReaches) {
+TEST(NumberFormat, BytesTakeTheLargestUnitThatTheirRoundedFigureReachesWithAPointInAnyLocale) {
     const std::pair<uint64, const char*> bytes[] = {{0, "0 B"},          {999, "999 B"},
                                                     {1550000, "1.6 MB"}, {999949, "999.9 kB"},
                                                     {999950, "1.0 MB"},  {~uint64{0}, "18.4 EB"}};
     for (const auto& [n, text] : bytes) EXPECT_EQ(stringFormatWithBytesUnit1000(n), text);
     EXPECT_EQ(stringFormatWithBytesUnit1024(1048575), "1.0 MiB");
     EXPECT_EQ(stringFormatWithBitsUnit1000(2500000000), "2.5 Gbit");
+    const std::string before = std::setlocale(LC_ALL, nullptr);
+    // whose numbers have commas; where none is installed, nothing changes
+    for (const char* name : {"de_DE.UTF-8", "tr_TR.UTF-8", "cs_CZ.UTF-8"}) std::setlocale(LC_ALL, name);
+    EXPECT_EQ(stringFormatWithBytesUnit1000(1500) + print("%.1f", 1.5), "1.5 kB1.5");
+    std::setlocale(LC_ALL, before.c_str());
 }
 
 TEST(NumberFormat, LengthsAreInMillimetresUnlessAUnitMayBeChosen) {
