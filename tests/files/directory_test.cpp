@@ -62,8 +62,8 @@ TEST_F(DirectoryTree, DeletionNeverStartsAtOrGoesThroughALink) {
 }
 
 TEST_F(DirectoryTree, WhatCannotBeDeletedStaysAndTheRestGoes) {
-    FailingFiles files(0, std::errc::device_or_resource_busy, FailingFiles::Duration::Once,
-                       platform::FileOperation::Remove);
+    const FailingFiles files(platform::FileOperation::Remove, std::errc::device_or_resource_busy,
+                             FailingFiles::Duration::Once);
     EXPECT_FALSE(Directory::deleteDirectoryRecursively(tree));
     EXPECT_EQ(log.take().size(), 1u) << "the first failure alone is logged";
     EXPECT_NE(folder.has("tree/out"), folder.has("tree/sub"));

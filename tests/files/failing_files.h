@@ -20,6 +20,9 @@ public:
         : m_at(at), m_error(error), m_duration(duration), m_only(only) {
         platform::setFileFaults(this);
     }
+    /// Lets operations of one kind fail from the first on.
+    FailingFiles(platform::FileOperation only, std::errc error, Duration duration = Duration::ForGood)
+        : FailingFiles(0, error, duration, only) {}
     ~FailingFiles() override { platform::setFileFaults(nullptr); }
 
     /// Makes each read and write do one byte at most.

@@ -83,7 +83,7 @@ TEST_F(FileChange, ShortAndInterruptedWritesGoOnAndAFailedOneIsTrueAndLogged) {
         EXPECT_TRUE(File::writeFile(path("file"), ConstByteSpan::fromText(kNew)) && files.hasFailed());
         EXPECT_EQ(folder.read("file"), kNew);
     }
-    FailingFiles files(0, std::errc::no_space_on_device, Duration::ForGood, FileOperation::Write);
+    const FailingFiles files(FileOperation::Write, std::errc::no_space_on_device);
     EXPECT_TRUE(File::writeFile(path("file"), ConstByteSpan::fromText(kNew)));
     log.expect(3, "cant write file '" + path("file") + "' of 15 bytes; No space left on device");
     EXPECT_FALSE(File::writeFile(path("missing/file"), ConstByteSpan::fromText(kNew)));

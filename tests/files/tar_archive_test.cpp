@@ -56,14 +56,13 @@ TEST_F(TarArchiveTest, DamageEndsTheReadingAndKeepsWhatCameBeforeAndNoEntryReach
     };
     const std::string first = tarEntry("first", "1"), wrong = tarBlock({"second", octalSize(1), '0', "", 1});
     const std::string sum = "checksum failure", end = "short read: expected 512, got 0";
-    Vector<std::array<std::string, 3>> cases = {
+    const std::array<std::string, 3> cases[] = {
         {first + wrong + std::string(512, '2') + tarEntry("third", "3"), "first=1;", sum},
         {first + tarEntry("second", "2").substr(0, 100), "first=1;", "short read: expected 512, got 100"},
         {first, "first=1;", end},
-        {first + tarBlock({"big", base256("\x02")}) + "22", "big=22;first=1;", end}};
-    for (const std::string& size :
-         {octalSize(513), base256("\x7F\xFF\xFF\xFF\xFF\xFF\xFF\xFF"), std::string(12, '\xFF')})
-        cases.push_back({first + tarBlock({"big", size}) + std::string(512, 'x'), "first=1;", end});
+        {first + tarBlock({"big", base256("\x02")}) + "22", "big=22;first=1;", end},
+        {first + tarBlock({"big", octalSize(513)}) + std::string(512, 'x'), "first=1;", end},
+        {first + tarBlock({"big", base256("\x7F" + std::string(7, '\xFF'))}), "first=1;", end}};
     for (const auto& [bytes, files, how] : cases) {
         EXPECT_EQ(filesIn(bytes), files);
         log.expect(3, "tar '" + path("x.tar") + "' corrupt: " + how);

@@ -101,19 +101,6 @@ TEST(Packet, FindsCountsWhoseSumDoesNotFit32Bits) {
     log.expect(2, "invalid packet received (packet too small, expected size=4294968320, actual size=1024)");
 }
 
-TEST(Packet, TakesDynamicFieldsOf16MiB) { // one more is refused above
-    constexpr uint32 kLimit = 16777216, kStatic = 8;
-    Packet packet(kStatic + kLimit);
-    packet.setID(700);
-    std::memset(packet.getPayload(), 0, kStatic);
-    std::memcpy(packet.getPayload() + 4, &kLimit, sizeof kLimit);
-    struct Tolerant : JobScheme {
-        Tolerant() : JobScheme(0) { Cargo(1); }
-    } const scheme;
-    ASSERT_TRUE(packet.fit(&scheme));
-    EXPECT_EQ(packet.getBuffer("path"), packet.getPayload() + kStatic) << "copied";
-}
-
 TEST(Packet, KeepsVersionsCompatibleBothWays) {
     for (int sender = 0; sender < 3; ++sender) {
         for (int reader = 0; reader < 3; ++reader) {

@@ -1,0 +1,206 @@
+#include <qel/files/delete_later.h>
+
+#include <qel/files/directory.h>
+#include <qel/store/core/memory_store.h>
+#include <qel/system/tasks/task_queue.h>
+#include <tests/files/file_fixture.h>
+#include <tests/support/formats_page.h>
+#include <tests/support/store_dump.h>
+
+#include <gmock/gmock.h>
+
+#include <thread>
+
+namespace qel {
+namespace {
+
+namespace fs = std::filesystem;
+
+class Deletion : public test::SystemFileFixture {
+protected:
+    Deletion() { makeList(); }
+
+    void makeList() {
+        list = new DeleteLater;
+        list->setDBPath(root());
+        Object::setSingleton("deleteLater", list.get());
+    }
+    Item root() { return Item(store.get()).add("deletes"); }
+    /// Every entry as "key = value".
+    std::string entries() {
+        std::string text;
+        Item entry;
+        for (bool more = root().child(entry); more; more = entry.next())
+            text += entry.trail().asString() + " = " + entry.fetch()->asString();
+        return text;
+    }
+    void waitForDeletions() { system().getGlobalDeleteIOQueue()->wait(); }
+
+    SmartPointer<MemoryStore> store = new MemoryStore;
+    SmartPointer<DeleteLater> list;
+};
+
+TEST_F(Deletion, AFolderIsRefusedWithItsAttributesAndAMissingFileIsAsGoodAsDeleted) {
+    fs::permissions(folder.makeFolder("dir"), fs::perms(0755));
+    EXPECT_TRUE(File::deleteFile(path("missing")));
+    EXPECT_FALSE(File::deleteFile(path("dir"), true) || !log.take().empty() || File::deleteFile(path("dir")));
+    log.expect(2, "file '" + path("dir") + "(attrib:0755) could not be deleted; Is a directory");
+}
+
+TEST_F(Deletion, AReadOnlyFileIsDeletedOnTheSecondTry) {
+    fs::permissions(folder.write("dir/file", ""), fs::perms(0444));
+    fs::permissions(path("dir"), fs::perms(0555));
+    const test::FailingFiles files(platform::FileOperation::Remove, std::errc::permission_denied,
+                                   test::FailingFiles::Duration::Once);
+    EXPECT_TRUE(File::deleteFile(path("dir/file")) && files.hasFailed());
+    EXPECT_EQ(fs::status(path("dir")).permissions(), fs::perms(0555));
+    fs::permissions(path("dir"), fs::perms(0755));
+}
+
+TEST_F(Deletion, AnAsynchronousDeletionHidesThePathUntilItIsGoneOrTheMainThreadHandsItOn) {
+    for (const char* name : {"file", "tree/sub/file", "dir/file"}) folder.write(name, "");
+    system().getGlobalDeleteIOQueue()->pause();
+    for (const char* name : {"file", "missing", "dir"})
+        File::deleteFileAsyncOrLater("[test]", path(name), true);
+    Directory::deleteDirectoryRecursivelyAsyncOrLater("[test]", path("tree"));
+    EXPECT_EQ(hiddenPaths(), (std::set<std::string>{path("dir"), path("file"), path("tree")}));
+    EXPECT_EQ(folder.countEntries(), 3);
+    system().getGlobalDeleteIOQueue()->resume();
+    waitForDeletions();
+    EXPECT_TRUE(entries().empty());
+    passAfter(1);
+    EXPECT_EQ(folder.countEntries(), 1);
+    EXPECT_EQ(entries(), "{<STR:" + path("dir") + ">} = {<STR:[test]><INT:0>}");
+    EXPECT_EQ(hiddenPaths(), std::set<std::string>{path("dir")});
+}
+
+TEST_F(Deletion, WhatIsNotDeletedNowIsHandedOnAndHiddenIfThereIsWhoTakesIt) {
+    EXPECT_FALSE(Directory::deleteDirectoryRecursivelyNowOrLater("[test]", folder.write("file", ""), true));
+    Object::setSingleton("deleteLater", nullptr);
+    EXPECT_FALSE(File::deleteFileNowOrLater("[test]", folder.makeFolder("dir"), true));
+    EXPECT_EQ(hiddenPaths(), std::set<std::string>{path("file")});
+}
+
+TEST_F(Deletion, ABackslashInANameSeparatesOnlyIfThereIsNoSuchName) {
+    folder.write("a\\b", "");
+    folder.write("a/b", "");
+    for (const bool hasFolderFile : {true, false}) {
+        File::deleteFileAsyncOrLater("[test]", path("a\\b"));
+        waitForDeletions();
+        EXPECT_FALSE(folder.has("a\\b"));
+        EXPECT_EQ(folder.has("a/b"), hasFolderFile);
+    }
+}
+
+TEST_F(Deletion, CleaningACacheTakesItsOwnEntriesAlone) {
+    const auto kept = {"cache_a_1.tmp", "other_a_1.qel", "cache_a_2.qel", "cache_ab_1.qel", "outside/file"};
+    ASSERT_TRUE(File::createSymLink(path("cache_a_link.qel"), "outside", true));
+    for (const char* name : kept) folder.write(name, "");
+    for (const char* name : {"cache_a_1.qel", "cache_a_dir.qel/file"}) folder.write(name, "");
+    EXPECT_EQ(Directory::cleanCacheDirectory(folder.path(), "a", {path("cache_a_2.qel")}), 3);
+    waitForDeletions();
+    for (const char* name : kept) EXPECT_TRUE(folder.has(name)) << name;
+    EXPECT_EQ(folder.countEntries(), 5);
+}
+
+TEST_F(Deletion, NewCacheFilesAndTemporaryFoldersHaveNamesOfTheirOwn) {
+    const String file = Directory::getNewCacheFile(folder.path() + "/", "image");
+    EXPECT_NE(file, Directory::getNewCacheFile(folder.path(), "image"));
+    EXPECT_TRUE(file.starts_with(path("cache_image_")) && file.ends_with(".qel")) << file;
+    for (int i = 0; i < 2; ++i) Directory::createTemporaryDirectory(folder.path());
+    EXPECT_EQ(folder.countEntries(), 2) << "the cache files are not made";
+    EXPECT_EQ(Directory::createTemporaryDirectory(path("missing")), "");
+    EXPECT_EQ(log.take().size(), 1u);
+}
+
+TEST_F(Deletion, PreparedFilesAreCleanedByPathAndDeletedByName) {
+    for (const char* name : {"keep_1", "keep_2/file", "go_1", "go_2/file", "x"}) folder.write(name, "");
+    EXPECT_EQ(Directory::deletePrepareFilesWithPrefix(folder.path(), "go_"), 2);
+    EXPECT_EQ(Directory::cleanPrepareDirectory(folder.path(), {path("keep_")}), 1);
+    EXPECT_TRUE(folder.has("keep_1") && folder.has("keep_2/file") && folder.countEntries() == 2);
+}
+
+// --- the list of what is deleted later ----------------------------------------------------------------------
+
+TEST_F(Deletion, AnEntryKeepsItsFirstOriginInTheFormThatIsStored) {
+    list->addPath("/t/x", "[a]");
+    log.expect(1, "new path added to deleteLater list, path=/t/x");
+    list->addPath("/t/x", "[other]");
+    EXPECT_THAT(test::contentOf(*store), testing::EndsWith(test::documentedEntries("delete-later")));
+    list->setDBPath(Item("no store"));
+    list->addPath("/t/x", "[a]");
+    list->maintainDeletes();
+    EXPECT_TRUE(log.take().empty());
+}
+
+TEST_F(Deletion, WhatCannotBeDeletedIsTriedAgainAlsoAfterARestart) {
+    const std::string file = folder.write("file", "");
+    {
+        const test::FailingFiles files(platform::FileOperation::Remove,
+                                       std::errc::device_or_resource_busy);
+        const fs::path before = fs::current_path();
+        fs::current_path(folder.path());
+        std::thread([] { EXPECT_FALSE(File::deleteFileNowOrLater("[test]", "file", true)); }).join();
+        fs::current_path(before);
+        EXPECT_TRUE(entries().empty()) << "the list belongs to the main thread";
+        passAfter(1);
+        EXPECT_EQ(hiddenPaths(), std::set<std::string>{file});
+        for (int tries = 0; tries < 5; ++tries) {
+            if (tries == 2) makeList();
+            log.take();
+            list->maintainDeletes();
+            log.expect(2, "trying to remove problematic path: , path=" + file +
+                              ", origin=[test], tries=" + std::to_string(tries));
+            EXPECT_EQ(entries(),
+                      "{<STR:" + file + ">} = {<STR:[test]><INT:" + std::to_string(tries + 1) + ">}");
+            Map<String, int> report{{"old", 1}};
+            list->getReport(report);
+            EXPECT_EQ(report, tries >= 3 ? (Map<String, int>{{"[test]", 1}}) : (Map<String, int>{}));
+            EXPECT_EQ(list->getProblematicCount(), tries >= 3);
+        }
+    }
+    list->maintainDeletes();
+    EXPECT_TRUE(!folder.has("file") && entries().empty() && hiddenPaths().empty());
+    log.take();
+}
+
+TEST_F(Deletion, FilesFoldersAndLinksGoAndWhatLinksStandForStays) {
+    for (const char* name : {"tree/a/b", "kept/file", "file"}) folder.write(name, "");
+    fs::create_directory_symlink(path("kept"), path("tree/a/out"));
+    fs::create_directory_symlink(path("kept"), path("link"));
+    fs::create_directory_symlink(path("loop"), path("loop"));
+    fs::create_symlink(path("nothing"), path("dangling"));
+    for (const char* name : {"tree", "file", "link/", "loop", "dangling", "missing"}) {
+        system().addPathToFilesystemBlacklist(path(name));
+        list->addPath(path(name).c_str(), "[test]");
+    }
+    list->maintainDeletes();
+    log.expect(1, path("missing") + " does no longer exist on disk, removing from delete-later-list");
+    EXPECT_TRUE(folder.has("kept/file") && folder.countEntries() == 1 && entries().empty() &&
+                hiddenPaths().empty());
+    log.take();
+}
+
+TEST_F(Deletion, BrokenEntriesAreDroppedAndNothingIsDeletedForThem) {
+    const std::string file = folder.write("file", "");
+    const fs::path before = fs::current_path();
+    fs::current_path(folder.path());
+    const Item good = Item("[test]").add(0);
+    const std::pair<Item, Item> broken[] = {
+        {"file", good}, {"/tmp/..", good}, {Item(7), good}, {file, Item(1)}, {file, Item(0).add("[test]")}};
+    for (const auto& [key, value] : broken) {
+        Item entry = root();
+        entry.concatItem(key);
+        entry.store(value);
+        list->maintainDeletes();
+        const bool isPath = key == Item(file);
+        log.expect(2, std::string("deleteLater database ") +
+                          (isPath ? "inconsistent values: " : "inconsistency: ") + entry.asString());
+        EXPECT_TRUE(entries().empty());
+    }
+    fs::current_path(before);
+    EXPECT_TRUE(folder.has("file"));
+}
+
+} // namespace
+} // namespace qel
