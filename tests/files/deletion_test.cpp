@@ -120,7 +120,7 @@ TEST_F(Deletion, PreparedFilesAreCleanedByPathAndDeletedByName) {
     EXPECT_TRUE(folder.has("keep_1") && folder.has("keep_2/file") && folder.countEntries() == 2);
 }
 
-// --- the list of what is deleted later ----------------------------------------------------------------------
+// --- the list of what is deleted later --------------------------------------------------------------------
 
 TEST_F(Deletion, AnEntryKeepsItsFirstOriginInTheFormThatIsStored) {
     list->addPath("/t/x", "[a]");
@@ -136,8 +136,7 @@ TEST_F(Deletion, AnEntryKeepsItsFirstOriginInTheFormThatIsStored) {
 TEST_F(Deletion, WhatCannotBeDeletedIsTriedAgainAlsoAfterARestart) {
     const std::string file = folder.write("file", "");
     {
-        const test::FailingFiles files(platform::FileOperation::Remove,
-                                       std::errc::device_or_resource_busy);
+        const test::FailingFiles files(platform::FileOperation::Remove, std::errc::device_or_resource_busy);
         const fs::path before = fs::current_path();
         fs::current_path(folder.path());
         std::thread([] { EXPECT_FALSE(File::deleteFileNowOrLater("[test]", "file", true)); }).join();

@@ -1,10 +1,7 @@
 #include "packet_schemes.h"
 
-#include <tests/files/failing_files.h>
+#include <tests/files/file_fixture.h>
 #include <tests/support/formats_page.h>
-#include <tests/support/log_capture.h>
-#include <tests/support/scratch_folder.h>
-#include <tests/support/system_fixture.h>
 #include <tests/support/threads.h>
 
 #include <qel/packet/file_packet_reader.h>
@@ -24,6 +21,7 @@ namespace qel::test {
 namespace {
 
 using platform::FileHandle;
+using PacketStreams = FileFixture;
 
 struct Pipe {
     Pipe() {
@@ -49,31 +47,27 @@ FileHandle openFile(const std::string& path) {
     return file;
 }
 
-TEST(PacketFile, IsRecordsOfSizeHeaderAndPayload) {
-    const ScratchFolder folder;
+TEST_F(PacketStreams, AFileIsRecordsOfSizeHeaderAndPayload) {
     {
-        FilePacketWriter writer(folder.path("packets").c_str());
+        FilePacketWriter writer(path("packets").c_str());
         writer.write(numbered(1).get());
         writer.write(numbered(2).get());
     }
     EXPECT_EQ(String(folder.read("packets")).encodeBase16(), documentedBytes("packet/file"));
-    LogCapture log;
-    const auto reader = makeObject<FilePacketReader>(folder.path("packets").c_str());
+    const auto reader = makeObject<FilePacketReader>(path("packets").c_str());
     EXPECT_EQ(reader->read()->convertToBase16String(), numbered(1)->convertToBase16String());
     EXPECT_EQ(reader->readTimeout(0, 1)->convertToBase16String(), numbered(2)->convertToBase16String());
-    EXPECT_FALSE(reader->read() || FilePacketReader(folder.path("none").c_str()).read());
+    EXPECT_FALSE(reader->read() || FilePacketReader(path("none").c_str()).read());
     log.expect(3, "failed reading packet payloadSize");
 }
 
-TEST(PacketFile, TellsWhereARecordIsBroken) {
+TEST_F(PacketStreams, AFileTellsWhereARecordIsBroken) {
     const std::pair<std::string, const char*> files[] = {
         {std::string("\3\0\0", 3), "failed reading packet payloadSize"},
         {std::string("\0\0\0\1", 4), "failed reading packet unrealistic payloadSize=16777216"},
         {std::string("\377\377\377\0header?", 11), "failed reading packet header"},
         {std::string("\377\377\377\0a headerxyz", 15), "failed reading payload"},
     };
-    const ScratchFolder folder;
-    LogCapture log;
     for (const auto& [bytes, text] : files) {
         FilePacketReader reader(folder.write("packets", bytes).c_str());
         EXPECT_EQ(reader.read(), nullptr);
@@ -83,27 +77,24 @@ TEST(PacketFile, TellsWhereARecordIsBroken) {
     }
 }
 
-TEST(PacketFile, ReadsLargePayloadsToTheirPlaceBetweenSmallOnes) {
+TEST_F(PacketStreams, AFileReadsLargePayloadsToTheirPlaceBetweenSmallOnes) {
     const auto makePacket = [](uint32 size) {
         const SmartPointer<Packet> packet(new Packet(size));
         for (uint32 i = 0; i < size; ++i) packet->getPayload()[i] = static_cast<uint8>(i * 7 + size);
         return packet;
     };
-    const ScratchFolder folder;
-    FilePacketWriter writer(folder.path("packets").c_str());
+    FilePacketWriter writer(path("packets").c_str());
     const FailingFiles slow(0, std::errc::interrupted, FailingFiles::Duration::Once);
     const uint32 sizes[] = {10, 65536, 0, 200000, 65535, 1};
     for (const uint32 size : sizes) writer.write(makePacket(size).get());
     writer.close();
-    FilePacketReader reader(folder.path("packets").c_str());
+    FilePacketReader reader(path("packets").c_str());
     for (const uint32 size : sizes)
         EXPECT_EQ(reader.read()->convertToBase16String(), makePacket(size)->convertToBase16String());
 }
 
-TEST(PacketFile, TakesNothingMoreAfterAFailedWrite) {
-    const ScratchFolder folder;
-    LogCapture log;
-    FilePacketWriter writer(folder.path("packets").c_str());
+TEST_F(PacketStreams, AFileTakesNothingMoreAfterAFailedWrite) {
+    FilePacketWriter writer(path("packets").c_str());
     writer.write(numbered(1).get());
     const FailingFiles full(0, std::errc::no_space_on_device, FailingFiles::Duration::Once);
     writer.write(numbered(2).get());
@@ -133,13 +124,11 @@ TEST(SortedPacketWriter, GivesPacketsInTheOrderOfKeys) {
     for (const short number : {1, 2}) EXPECT_EQ(sorted.fetch()->getPort(), number);
 }
 
-TEST(StdInPacketReader, LogsLinesThatHoldNoPacket) {
-    const ScratchFolder folder;
+TEST_F(PacketStreams, StandardInputLogsLinesThatHoldNoPacket) {
     const String packet = numbered(1)->convertToBase16String();
     internal::LineInput input(
         openFile(folder.write("in", "noise\n" + packet + "\r\n\n" + packet + "!\nPKTB16[0]\n" + packet)));
     StdInPacketReader reader(input);
-    LogCapture log;
     Vector<bool> found;
     while (reader.valid()) found.push_back(static_cast<bool>(reader.read()));
     EXPECT_EQ(found, (Vector<bool>{false, true, false, false, false, true, false}));
@@ -149,7 +138,7 @@ TEST(StdInPacketReader, LogsLinesThatHoldNoPacket) {
                                                 {1, 2, "[STDINPACKET] PKTB16[0]"}}));
 }
 
-TEST(StdInPacketReader, ReturnsAtOnceWhenToldNotToWait) {
+TEST_F(PacketStreams, StandardInputReturnsAtOnceWhenToldNotToWait) {
     Pipe pipe;
     internal::LineInput input(std::move(pipe.out));
     StdInPacketReader reader(input);
@@ -171,18 +160,16 @@ TEST(StdInPacketReader, ReturnsAtOnceWhenToldNotToWait) {
     while (reader.valid()) EXPECT_EQ(reader.read(), nullptr);
 }
 
-TEST(LineInput, DropsLinesOfMoreThan64MiB) {
-    const ScratchFolder folder;
+TEST_F(PacketStreams, DropsLinesOfMoreThan64MiB) {
     const size_t limit = internal::LineInput::kMaxLineSize;
     {
-        std::ofstream file(folder.path("in"));
+        std::ofstream file(path("in"));
         const std::pair<size_t, const char*> pieces[] = {
             {limit, "\n"}, {2 * limit + 2, "\nc\n"}, {3 * limit + 6, "."}};
         for (const auto& [offset, text] : pieces) // the rest is holes
             file.seekp(static_cast<std::streamoff>(offset)) << text;
     }
-    LogCapture log;
-    internal::LineInput input(openFile(folder.path("in")));
+    internal::LineInput input(openFile(path("in")));
     String line;
     EXPECT_TRUE(input.waitForLine(line) && line.size() == limit);
     EXPECT_TRUE(input.waitForLine(line) && line == "c");
@@ -191,10 +178,10 @@ TEST(LineInput, DropsLinesOfMoreThan64MiB) {
 }
 
 /// Puts a pipe in the place of standard output, so narrow and nervous that nothing goes out in one piece.
-class NarrowOutput : public SystemFixture {
+class NarrowOutput : public SystemFileFixture {
 protected:
     void SetUp() override {
-        SystemFixture::SetUp();
+        SystemFileFixture::SetUp();
         std::fflush(stdout);
         m_before = dup(STDOUT_FILENO);
         fcntl(pipe.in.id(), F_SETPIPE_SZ, 4096);
@@ -204,7 +191,7 @@ protected:
     }
     void TearDown() override {
         putBack();
-        SystemFixture::TearDown();
+        SystemFileFixture::TearDown();
     }
     void putBack() {
         if (m_before < 0) return;
@@ -255,7 +242,6 @@ TEST_F(NarrowOutput, SendsToTheForcedPortAndSurvivesAReaderThatIsGone) {
     const auto expected = "\n" + documentedText("packet/text") + "\n\nPKTB16[0200000000000000020202]\n";
     EXPECT_EQ(read(pipe.out.id(), text.data(), text.size()), ssize_t(expected.size()));
     EXPECT_EQ(text.data(), expected);
-    LogCapture log;
     pipe.out.close();
     writer.write(packet.get());
     log.expect(3, "failed writing packet; Broken pipe");

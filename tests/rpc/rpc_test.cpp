@@ -1,7 +1,6 @@
 #include <qel/rpc/rpc_provider.h>
 
-#include "../support/log_capture.h"
-#include "../support/system_fixture.h"
+#include <tests/files/file_fixture.h>
 
 #include <optional>
 #include <stdexcept>
@@ -10,13 +9,12 @@
 namespace {
 
 using namespace qel;
-using test::LogCapture;
 
-class RpcTest : public test::SystemFixture {
+class RpcTest : public test::SystemFileFixture {
 protected:
     void TearDown() override {
         provider.reset();
-        SystemFixture::TearDown();
+        SystemFileFixture::TearDown();
     }
     /// Registers @p function as "work" and starts a call of it; it runs in the next pass.
     SmartPointer<RpcHandle> start(RpcFunction function, const Item& arguments = {}) {
@@ -34,7 +32,6 @@ protected:
 };
 
 TEST_F(RpcTest, ACallRunsOnceInTheNextPassWithItsArgumentsAndGivesItsResult) {
-    LogCapture log;
     const GUID user = GUID::fromString(std::string(64, 'A').c_str());
     const std::string witness(64, 'w');
     const auto work = [&, witness](const RpcContext& context) {
@@ -63,7 +60,6 @@ TEST_F(RpcTest, ACallRunsOnceInTheNextPassWithItsArgumentsAndGivesItsResult) {
 }
 
 TEST_F(RpcTest, UnknownMethodsAndForgottenFinishesEndTheCallWithALine) {
-    LogCapture log;
     const auto unknown = start({}, Item("x").add(7));
     provider->removeRPC("work");
     passAfter(1);

@@ -1,11 +1,8 @@
 #include <qel/rpc/update_mechanism.h>
 
-#include "../support/log_capture.h"
-#include "../support/scratch_folder.h"
-#include "../support/system_fixture.h"
-
 #include <qel/platform/process_run.h>
 #include <qel/rpc/rpc_provider.h>
+#include <tests/files/file_fixture.h>
 
 #include <optional>
 
@@ -43,10 +40,10 @@ public:
 std::vector<std::string> g_command;
 bool g_starts = true;
 
-class UpdateMechanismTest : public test::SystemFixture {
+class UpdateMechanismTest : public test::SystemFileFixture {
 protected:
     void SetUp() override {
-        SystemFixture::SetUp();
+        SystemFileFixture::SetUp();
         update = new UpdateMechanism;
         update->registerRpcCalls(&*provider);
         update->delegateBackup.connect([this] { return ++backups, backsUp; });
@@ -63,7 +60,7 @@ protected:
         platform::replaceRunProcess(nullptr);
         provider.reset();
         update.reset();
-        SystemFixture::TearDown();
+        SystemFileFixture::TearDown();
     }
     SmartPointer<TransferCall> run(const char* method, const Item& arguments = {}) {
         SmartPointer<TransferCall> call(new TransferCall);
@@ -80,8 +77,6 @@ protected:
         EXPECT_FALSE(System::wasInterruptHandlerCalled());
     }
 
-    const test::ScratchFolder folder;
-    test::LogCapture log;
     std::optional<RpcProvider> provider{std::in_place};
     SmartPointer<UpdateMechanism> update;
     bool backsUp = true;
