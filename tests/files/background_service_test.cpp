@@ -51,8 +51,7 @@ protected:
 TEST_F(ChildServiceTest, OutputIsSortedByWhatItHolds) {
     runShell(*service,
              "echo plain; echo 'a WARN'; echo 'WARN and FATAL' >&2; printf 'last ERROR\\n' >&2; cat");
-    EXPECT_TRUE(service->start());
-    EXPECT_TRUE(service->isRunning() && !service->isStopped());
+    EXPECT_TRUE(service->start() && service->isRunning() && !service->isStopped());
     while (heard.size() < 5) service->tick();
     std::sort(heard.begin(), heard.end());
     EXPECT_EQ(heard, (Messages{"E WARN and FATAL", "E last ERROR", "I plain",
@@ -98,8 +97,7 @@ TEST_F(ChildServiceTest, AStepEndsWhateverTheChildWritesAndTheListenersDo) {
 TEST_F(ChildServiceTest, StopWaitsFiveSecondsForAServiceThatDoesNotStop) {
     service->staysUp = true;
     const uint32 before = system().getTime();
-    EXPECT_FALSE(service->stop());
-    EXPECT_EQ(system().getTime() - before, 5000u);
+    EXPECT_TRUE(!service->stop() && system().getTime() - before == 5000);
 }
 
 TEST_F(ChildServiceTest, WhetherItIsEnabledIsKeptInAFileThatIsReplacedInOneStep) {
@@ -126,8 +124,7 @@ if [ -e refuse ]; then printf 'one line\nAccess denied' >&2; exit 4; fi
 put() { echo "$1=$2" > "state/$1"; }
 case "$4" in
     daemon-reload) if [ -e units/*.service ]; then put LoadState loaded; else put LoadState not-found; fi ;;
-    enable) put UnitFileState enabled ;;
-    disable) put UnitFileState disabled ;;
+    enable | disable) put UnitFileState "${4}d" ;;
     start) put ActiveState active ;;
     stop) put ActiveState inactive ;;
     show) cat "state/${5#--property=}" ;;
@@ -187,11 +184,9 @@ TEST_F(SystemdServiceTest, RefusalsAreReportedInSystemdsWords) {
     folder.write("refuse", "");
     EXPECT_FALSE(service->install() || service->enable() || service->disable() || service->start() ||
                  service->stop() || service->isInstalled() || service->isStopped() || service->uninstall());
-    Messages expected;
-    for (const std::string operation :
-         {"install", "enable", "disable", "start", "stop", "isInstalled", "isStopped", "uninstall"})
-        expected.push_back("E SystemdBackgroundService::" + operation + ": Access denied");
-    EXPECT_EQ(heard, expected);
+    EXPECT_EQ(heard.size(), 8u);
+    for (const std::string& message : heard)
+        EXPECT_TRUE(message.starts_with("E Systemd") && message.ends_with(": Access denied")) << message;
     const test::EnvironmentVariable nowhere("PATH", folder.path("nowhere").c_str());
     EXPECT_FALSE(service->start());
     EXPECT_EQ(heard.back(), "E SystemdBackgroundService::start: No such file or directory");
@@ -207,8 +202,7 @@ TEST_F(SystemdServiceTest, TheServiceTellsSystemdThatItIsReadyAliveAndStopping) 
     const test::EnvironmentVariable limit("WATCHDOG_USEC", "2000000");
     const test::EnvironmentVariable process("WATCHDOG_PID", std::to_string(getpid()).c_str());
     runShell(*service, "cat");
-    int passes = 0;
-    int saved = 0;
+    int passes = 0, saved = 0;
     system().signalSyncUnsaved.connect([&] { ++saved; });
     system().signalApplicationTick.connect([&] {
         clock.advanceMs(250);

@@ -27,7 +27,7 @@ constexpr const char* kNumbers =
     "[n]\nhex=0x10\noct=010\nneg=-3\none=-1\ntext=abc\nhuge=99999999999999999999\n"
     "f=1.5e3 mm\nhf=0x1p4\nempty=\n[test]\nA=5\nlong=7\n";
 
-TEST_F(INIParserTest, WholeNumbersAreReadInTheBaseThatTheirTextTells) {
+TEST_F(INIParserTest, NumbersAreReadAsTheirTextTellsAndFractionsRoundedToSixDigitsAsDefaults) {
     const INIParser ini = parse(kNumbers);
     const std::pair<const char*, std::optional<int>> expected[] = {
         {"n:hex", 16}, {"N:OCT", 8}, {"n:neg", -3}, {"n:text", 0}, {"n:no", {}}, {"n:huge", INT_MAX}};
@@ -38,10 +38,6 @@ TEST_F(INIParserTest, WholeNumbersAreReadInTheBaseThatTheirTextTells) {
     EXPECT_EQ(get<unsigned>(&INIParser::getInteger, ini, "n:one", 1u), 4'294'967'295u);
     EXPECT_TRUE(ini.hasEntry("n:empty"));
     EXPECT_FALSE(ini.hasEntry("n:one")) << "-1 is taken for no entry";
-}
-
-TEST_F(INIParserTest, FractionsAreReadAndRoundedToSixDigitsAsDefaults) {
-    const INIParser ini = parse(kNumbers);
     EXPECT_EQ(get<float>(&INIParser::getFloat, ini, "n:f"), 1500.0f);
     EXPECT_EQ(get<double>(&INIParser::getFloat, ini, "n:hf"), 16.0);
     EXPECT_EQ(get<double>(&INIParser::getFloat, ini, "n:no", 1.0 / 3), 0.333333);

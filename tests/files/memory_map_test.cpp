@@ -65,16 +65,13 @@ TEST_F(MemoryMapTest, RefusesWhatIsNoFileAndWindowsOutsideOfIt) {
 
 TEST_F(MemoryMapTest, AFileThatGetsShorterReadsAsZerosAndIsTold) {
     for (const bool hasCrashHandler : {false, true}) {
-        if (hasCrashHandler) {
-            ASSERT_TRUE(platform::installCrashHandler(folder.path("dump"), "test"));
-        }
+        EXPECT_TRUE(!hasCrashHandler || platform::installCrashHandler(folder.path("dump"), "test"));
         folder.write("mapped", content);
         MemoryMap map(mapped.c_str(), MemoryMap::ReadWrite);
         uint8* const window = map.map(10, 3 * page);
         ASSERT_TRUE(window);
         std::filesystem::resize_file(mapped, page / 2);
-        EXPECT_EQ(window[0], static_cast<uint8>(content[10]));
-        EXPECT_EQ(window[page], 0);
+        EXPECT_TRUE(window[0] == static_cast<uint8>(content[10]) && window[page] == 0);
         window[2 * page] = 5;
         EXPECT_EQ(window[2 * page], 5);
         EXPECT_EQ(map.map(page, 1), nullptr);

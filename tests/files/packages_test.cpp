@@ -53,12 +53,8 @@ TEST_F(Packages, AManifestNamesTheProductAndItsVersion) {
     log.take();
     ProductPackage::Manifest manifest;
     EXPECT_TRUE(ProductPackage(path("x.7z"), "7z").getManifest(manifest));
-    EXPECT_FALSE(manifest.parse(folder.write("m.ini", "[manifest]\nversion=1\n")) ||
-                 manifest.parse(folder.write("m.ini", "[manifest]\nproduct=p\n")) ||
-                 manifest.parse(path("missing.ini")));
-    log.expect(3, "manifest has no product identifier");
+    EXPECT_FALSE(manifest.parse(folder.write("m.ini", "[manifest]\nproduct=p\n")));
     log.expect(3, "manifest has no version number");
-    log.expect(3, "manifest is not valid, filePath=" + path("missing.ini"));
     EXPECT_EQ(manifest.product + " " + manifest.version, "viewer 4.2 beta") << "it is as it was";
 }
 
@@ -71,7 +67,6 @@ TEST_F(Packages, WhatTheToolCannotDoIsLogged) {
     fs::permissions(folder.write("tool", "#!/bin/sh\necho out; printf 'no room' >&2; exit 8\n"),
                     fs::perms(0755));
     EXPECT_FALSE(pack(path("content"), path("x.7z"), path("tool").c_str()));
-    log.expect(0, "[ZIP] executing " + path("tool") + " a " + path("x.7z") + " './*' -r -mx=1");
     log.expect(3, "[ZIP] no room");
     log.take();
 }

@@ -6,8 +6,6 @@
 #include <tests/files/file_fixture.h>
 #include <tests/support/formats_page.h>
 
-#include <chrono>
-
 namespace qel {
 namespace {
 
@@ -54,10 +52,7 @@ TEST(StringEvent, TextsOfAllBytesTravelAsOneLine) {
     event.clear("a");
     event.append("b:c");
     EXPECT_EQ(event.generate(), test::documentedText("string-event"));
-    event.append("");
-    event.append("]\n\xFF");
-    ASSERT_TRUE(read.parse(event.generate()) && read && read.numArgs() == 3);
-    for (const int i : {-1, 0, 1, 2, INT_MAX}) EXPECT_EQ(read[i], event[i]);
+    for (const int i : {-2, -1, 1, INT_MAX}) EXPECT_EQ(event[i], i == -1 ? "a" : "") << i;
     EXPECT_TRUE(read.parse("STRB16[61:6:zz::62]") && read.asString() == "<a::::b>") << "broken is empty";
     for (const char* text : {"", "STRB16[]", "STRB16[61", "strb16[61]", " STRB16[61]"})
         EXPECT_TRUE(!event.parse(text) && event.numArgs() == -1) << text;
@@ -69,9 +64,8 @@ struct Download : URLFetch {
 
 // The day of the week is the one after, as formatAsHttpDate() gives it.
 TEST_F(SmallStreams, ADownloadAsksForNewerContentOnlyIfItHasSomeAndIsToldTo) {
-    using namespace std::chrono;
-    const auto time = sys_days(2024y / March / 5) + 14h + 30min + 7s;
-    std::filesystem::last_write_time(folder.write("target", "x"), file_clock::from_sys(time));
+    const platform::FileTime time{1'709'649'007, 0};
+    ASSERT_FALSE(platform::setModified(folder.write("target", "x").c_str(), &time));
     Vector<Pair<String, String>> headers;
     Download download;
     for (const auto& [target, conditional] :

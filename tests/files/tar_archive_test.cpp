@@ -46,8 +46,7 @@ TEST_F(TarArchiveTest, OnlyEntriesWithFileDataAreFilesAndTheLastOfANameCounts) {
                 tarEntry(long99 + "n", "100") + tarEnd() + tarEntry("behind the end", "")),
         "a/b=new;empty=;far/away/deep=d;" + long99 + "n=100;tiled=" + std::string(512, 't') + ";v7=seven;");
     EXPECT_TRUE(archive.hasFile("a/b") && !archive.hasFile("a") && !archive.readFile("a/", content));
-    EXPECT_FALSE(archive.open(path("missing")) || archive.hasFile("a/b")) << "what was open before is gone";
-    EXPECT_FALSE(archive.open(folder.path()));
+    EXPECT_FALSE(archive.open(folder.path()) || archive.hasFile("a/b")) << "what was open before is gone";
 }
 
 TEST_F(TarArchiveTest, DamageEndsTheReadingAndKeepsWhatCameBeforeAndNoEntryReachesPastTheEnd) {
