@@ -2,6 +2,7 @@
 #pragma once
 
 #include <tests/support/log_capture.h>
+#include <tests/support/nested_item.h>
 #include <tests/support/scratch_folder.h>
 #include <tests/support/store_model.h>
 #include <tests/support/system_fixture.h>
@@ -109,10 +110,7 @@ TEST_P(StoreSuite, HoldsEmptyValuesAndBytesOfAnyKindAndLength) {
     EXPECT_TRUE(store->get(Item()) && store->get(Item())->empty());
     // Lists in lists down to where the order stops to look into them, and far below.
     for (const int levels : {64, 1000, 100'000}) {
-        Item deep;
-        Vector<size_t> open;
-        for (int i = 0; i < levels; ++i) open.push_back(deep.openSubItem());
-        for (; !open.empty(); open.pop_back()) deep.closeSubItem(open.back());
+        const Item deep = nest(levels);
         store->set(deep, Item(levels));
         EXPECT_EQ(*store->get(deep), Item(levels));
     }

@@ -1,5 +1,6 @@
 #include <tests/store/core/random_item.h>
 #include <tests/support/formats_page.h>
+#include <tests/support/nested_item.h>
 
 #include <qel/store/core/order_key.h>
 
@@ -15,6 +16,7 @@ using qel::Item;
 using qel::String;
 using qel::ValueType;
 using qel::internal::OrderKey;
+using qel::test::nest;
 using qel::test::RandomItems;
 
 int signOf(int value) {
@@ -106,26 +108,6 @@ TEST(ItemOrder, TakesAWildcardForAnyElementOrNoneAndANaNForEveryNumber) {
     EXPECT_LT(Item("k").addWildcard().add("y"), Item("k").add(7).add("z"));
     EXPECT_EQ(nan, Item().addFloat(-INFINITY));
     EXPECT_LT(Item(nan).add(1), Item().addFloat(3.0).add(2));
-}
-
-TEST(ItemOrder, FixesTheOrderedBytesUpToAWildcardOrNaN) {
-    const Item stem = Item("k").add(7);
-    EXPECT_FALSE(OrderKey(stem).isQuestion());
-    for (const Item& item : {Item(stem).addWildcard().add("z"), Item(stem).add(NAN).add("z")}) {
-        const OrderKey form(item);
-        EXPECT_TRUE(form.isQuestion() && form.fixedPart().starts_with(orderedForm(stem)));
-        EXPECT_TRUE(OrderKey(Item(stem).add(item)).isQuestion());
-    }
-}
-
-/// @p levels SubItems inside each other, and @p innermost in the last of them.
-Item nest(int levels, const Item& innermost) {
-    Item item;
-    std::vector<size_t> open;
-    for (int i = 0; i < levels; ++i) open.push_back(item.openSubItem());
-    item.concatItem(innermost);
-    for (; !open.empty(); open.pop_back()) item.closeSubItem(open.back());
-    return item;
 }
 
 TEST(ItemOrder, ReadsNestedListsDownToTheLimitAndTheirBytesBelowIt) {

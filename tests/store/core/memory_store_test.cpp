@@ -87,20 +87,6 @@ TEST(MemoryStore, GrowsAndShrinksInAnyOrder) {
     }
 }
 
-TEST(MemoryStore, CarriesTenThousandNestedTransactions) {
-    constexpr int kPairs = 10'000;
-    MemoryStore store;
-    fill(store, 1000);
-    const std::string before = contentOf(store);
-    for (int i = 0; i < kPairs; ++i) {
-        store.begin();
-        store.set(Item("key").add(i % 1500), Item(-i));
-    }
-    for (int i = 0; i < kPairs - 1; ++i) i % 3 == 0 ? store.rollback() : store.commit();
-    store.rollback();
-    EXPECT_EQ(contentOf(store), before);
-}
-
 TEST(MemoryStore, WritesBlobsAsPairsOfSubItemsAndLeavesOutWhatIsNone) {
     MemoryStore store;
     store.set(Item("b"), Item());
@@ -109,17 +95,11 @@ TEST(MemoryStore, WritesBlobsAsPairsOfSubItemsAndLeavesOutWhatIsNone) {
     store.writeBlob(blob);
     const std::string pairs = qel::test::documentedBytes("store/blob");
     EXPECT_EQ(blob.getBase16(), pairs);
-    const std::string content = "=07DC05 0805=037600 036200= ", kMore = "090300000003630009020000000806";
-    for (const auto& [bytes, expected] : {std::pair(pairs + kMore, content + "036300=0806 "),
-                                          {pairs + "0809" + kMore, content}, // no SubItem
-                                          {pairs + kMore.substr(0, 26), content}}) {
-        MemoryStore loaded;
-        loaded.set(Item(), Item(1500));
-        loaded.set(Item("b"), Item("old"));
-        EXPECT_TRUE(blob.setBase16(bytes));
-        loaded.readBlob(blob);
-        EXPECT_EQ(contentOf(loaded), expected);
-    }
+    MemoryStore loaded;
+    loaded.set(Item(), Item(1500));
+    loaded.set(Item("b"), Item("old"));
+    loaded.readBlob(blob.addItem(Item("cut")));
+    EXPECT_EQ(contentOf(loaded), "=07DC05 0805=037600 036200= ");
     LogCapture log;
     store.readBlob(Item().addItem(Item("a").addWildcard()).addItem(Item(1)));
     log.expect(3, "memorystore, left out 1 keys with a wildcard or a nan");

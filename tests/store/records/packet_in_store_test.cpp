@@ -1,10 +1,9 @@
 #include <tests/packet/packet_schemes.h>
 #include <tests/support/formats_page.h>
 #include <tests/support/log_capture.h>
-#include <tests/support/system_fixture.h>
 
+#include <qel/store/core/item.h>
 #include <qel/store/core/memory_store.h>
-#include <qel/store/records/table.h>
 
 #include <gtest/gtest.h>
 
@@ -94,44 +93,6 @@ TEST_F(PacketInStore, RefusesPacketsThatDoNotFit) {
     key.store(Item(ConstByteSpan::fromText("abc")));
     EXPECT_FALSE(key.fetchPacket(&row));
     log.expect(2, "corrupt buffer_manifest packet encoding");
-}
-
-/// A table whose operations are open to the test.
-struct OpenTable : Table {
-    using Table::createEntry, Table::createTable, Table::deleteEntry, Table::findEntry, Table::Table;
-};
-
-class TableRows : public SystemFixture {
-protected:
-    SmartPointer<MemoryStore> store{new MemoryStore};
-    OpenTable table{Item(store.get()).addString("patients")};
-    String error = "untouched";
-    Item key;
-};
-
-TEST_F(TableRows, AreMadeFoundAndDeleted) {
-    LogCapture log;
-    for (int i = 0; i < 2; ++i) table.createTable();
-    EXPECT_EQ(log.take(), (std::vector<LogLine>{{1, 2, "creating table for scheme"}}));
-    for (int i = 0; i < 3; ++i) EXPECT_TRUE(table.createEntry(key, error));
-
-    Vector<GUID> ids;
-    Item row;
-    for (bool more = table.getRoot().child(row); more; more = row.next())
-        row.trail().getIterator().asGUID(ids.emplace_back());
-    ASSERT_EQ(ids.size(), 3u);
-    EXPECT_TRUE(ids[0] < ids[1] && ids[1] < ids[2]);
-
-    EXPECT_TRUE(table.findEntry(ids[1], row, error));
-    EXPECT_EQ(table.createPacketForEntry(ids[1], row, error), nullptr);
-    EXPECT_TRUE(table.deleteEntry(row, error));
-    EXPECT_EQ(error, "untouched");
-    EXPECT_FALSE(table.deleteEntry(row, error));
-    EXPECT_EQ(std::exchange(error, ""), "entry not found");
-    Item unchanged(1);
-    EXPECT_FALSE(table.findEntry(ids[1], unchanged, error));
-    EXPECT_EQ(error, "entry not found");
-    EXPECT_EQ(unchanged, Item(1));
 }
 
 } // namespace
