@@ -51,10 +51,8 @@ TEST_F(HostTest, HelpAndVersionArePrintedToStandardOutput) {
 TEST_F(HostTest, WrongOptionsAreRefusedWithAHint) {
     const std::vector<std::pair<std::vector<std::string>, std::string>> cases{
         {{"--frobnicate"}, "unknown option '--frobnicate'"},
-        {{"-x"}, "unknown option '-x'"},
         {{"--plugins"}, "option '--plugins' needs a value"},
         {{"--plugins=missing"}, "no such folder: 'missing'"},
-        {{"--resources", "missing"}, "no such folder: 'missing'"},
         {{"--app-dir", "missing"}, "no such folder: 'missing'"},
         {{"--report=yes"}, "option '--report' takes no value"},
     };
@@ -83,23 +81,21 @@ TEST_F(HostTest, AppDirReceivesTheDumpOfACrash) {
 
 TEST_F(HostTest, TheStatusTellsHowTheScriptsEndedUnlessTheyAskForOne) {
     struct Case {
-        const char *file, *script;
+        const char* script;
         int status;
         const char* output;
     };
     const Case cases[] = {
-        {"main.sq", "std.sleep(1); std[\"yield\"](); std.info(\"ends\")", 0, "[SQ] ends\n"},
-        {"main.sq", "try { throw \"caught\" } catch (e) {} std.error(\"[SQ.INTERPRETER] not one\")", 0,
-         "not one"},
-        {"main.sq", "throw \"lost\"", 1, "[SQ.INTERPRETER] lost"},
-        {"main.sq", "local = = 3", 1, "[ERROR] [SQ.COMPILER] "},
-        {"autoexec.sq", "local = = 3", 1, "[ERROR] [SQ.COMPILER] "},
-        {"main.sq", "host.set_exit_status(3); host.set_exit_status(7); throw \"lost\"", 7, "lost"},
-        {"main.sq", "import(\"qel.System\"); qel.System().exitProcess(5)", 5, ""},
+        {"std.sleep(1); std[\"yield\"](); std.info(\"ends\")", 0, "[SQ] ends\n"},
+        {"try { throw \"caught\" } catch (e) {} std.error(\"[SQ.INTERPRETER] not one\")", 0, "not one"},
+        {"throw \"lost\"", 1, "[SQ.INTERPRETER] lost"},
+        {"local = = 3", 1, "[ERROR] [SQ.COMPILER] "},
+        {"host.set_exit_status(3); host.set_exit_status(7); throw \"lost\"", 7, "lost"},
+        {"import(\"qel.System\"); qel.System().exitProcess(5)", 5, ""},
     };
-    for (const auto& [file, script, status, output] : cases) {
+    for (const auto& [script, status, output] : cases) {
         SCOPED_TRACE(script);
-        folder.write(std::string("plugins/a/") + file, script);
+        folder.write("plugins/a/main.sq", script);
         const bool ends = status < 5;
         folder.write("plugins/b/main.sq", ends ? "std[\"yield\"](); host.print(\"b ends\")" : "");
         const HostRun host = run({"--plugins", "plugins"});

@@ -42,8 +42,9 @@ TEST_F(ServerTest, AJobIsDoneByAWorkerAndCounted) {
     start({"--memory", "--workers", "2"});
     const std::string id = textIn(call("jobs.submit", jobOn("compress", file)));
     EXPECT_THAT(callUntil("\"done\"", "jobs.state", inList(id)), HasSubstr("slice"));
-    const std::string failed = textIn(call("jobs.submit", jobOn("hash", file + ".missing")));
-    EXPECT_THAT(callUntil("\"failed\"", "jobs.state", inList(failed)), HasSubstr("missing"));
+    const HostRun failed = shell("qelcall --watch jobs.submit hash '[\"/missing\"]'");
+    EXPECT_EQ(failed.status, 1);
+    EXPECT_THAT(failed.error, AllOf(HasSubstr("qelcall: the job failed: "), HasSubstr("/missing")));
     const std::string counters = call("statistics.list");
     EXPECT_EQ(numberOf(counters, "jobs.done"), 1);
     EXPECT_EQ(numberOf(counters, "jobs.failed"), 1);
@@ -54,9 +55,12 @@ TEST_F(ServerTest, AJobIsDoneByAWorkerAndCounted) {
 }
 
 TEST_F(ServerTest, WhatItDoesNotUnderstandHasNoResult) {
+    EXPECT_EQ(shell("qelcall x").status, 3) << "nobody listens";
+    for (const char* wrong : {"--timeout 0 x", "--timeout 2147483647 x", "x {"})
+        EXPECT_EQ(shell(std::string("qelcall ") + wrong).status, 2);
     start({"--memory", "--workers", "0"});
-    for (const char* arguments : {"[]", "[\"hash\"]", "[\"hash\", []]", "[\"hash\", [\"relative\"]]",
-                                  "[\"hash\", [1]]", "[[\"/etc/hostname\"], \"hash\"]"}) {
+    for (const char* arguments :
+         {"[]", "[\"hash\"]", "[\"hash\", []]", "[\"hash\", [1]]", "[[\"/etc/hostname\"], \"hash\"]"}) {
         EXPECT_EQ(call("jobs.submit", arguments), "null") << arguments;
     }
     EXPECT_EQ(call("jobs.state", inList(std::string(64, '0'))), "null");
@@ -85,7 +89,7 @@ TEST_F(ServerTest, AnAcknowledgedJobOutlivesAServerThatIsKilled) {
 }
 
 TEST_F(ServerTest, TheJobOfAKilledWorkerIsDoneByAnother) {
-    const std::string file = makeFile("series", 400'000'000);
+    const std::string file = makeFile("series", 400 << 20);
     start({"--memory", "--workers", "2"});
     const std::string id = textIn(call("jobs.submit", jobOn("compress", file)));
     callUntil("\"running\"", "jobs.state", inList(id));

@@ -4,6 +4,7 @@
 #include <tests/process/process_fixture.h>
 
 #include <fstream>
+#include <random>
 #include <regex>
 
 namespace qel::test {
@@ -66,15 +67,11 @@ std::string ServerTest::callUntil(const std::string& pattern, const std::string&
 }
 
 std::string ServerTest::makeFile(const std::string& name, size_t bytes) const {
+    std::string block(std::min<size_t>(bytes, 4 << 20), '\0');
+    std::mt19937 random;
+    for (char& c : block) c = static_cast<char>(random() & 0x3f);
     std::ofstream stream(folder.path(name), std::ios::binary);
-    uint32 state = 1;
-    std::string block(1 << 16, '\0');
-    while (bytes != 0) {
-        for (char& c : block) c = static_cast<char>((state = state * 1664525 + 1013904223) >> 24 & 0x3f);
-        const size_t size = std::min(bytes, block.size());
-        stream.write(block.data(), static_cast<std::streamsize>(size));
-        bytes -= size;
-    }
+    for (size_t done = 0; done < bytes; done += block.size()) stream << block;
     return folder.path(name);
 }
 

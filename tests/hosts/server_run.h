@@ -33,7 +33,8 @@ protected:
     /// Calls until the answer matches the regular expression @p pattern. @return the last answer.
     std::string callUntil(const std::string& pattern, const std::string& method,
                           const std::string& arguments = "[]") const;
-    /// Makes a file of @p bytes bytes that are not all the same. @return its absolute path.
+    /// Makes a file of @p bytes bytes, at most 4 MiB or a multiple of that, which are not all the same.
+    /// @return its absolute path.
     std::string makeFile(const std::string& name, size_t bytes) const;
     const ScratchFolder folder;
 

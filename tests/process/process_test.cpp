@@ -142,14 +142,6 @@ TEST_F(ProcessLife, AChildThatOthersCollectedIsReportedAndNotKilledByItsNumber) 
     EXPECT_EQ(process->exitStatus(), -1);
 }
 
-TEST_F(ProcessLife, AKilledChildLeavesNoZombieOnceAPassHasSeenItsEnd) {
-    runShell("read x");
-    waitUntil([this] {
-        passAfter(1);
-        return !hasChildren();
-    });
-}
-
 // --- streams ---------------------------------------------------------------------------------------------
 
 class ProcessStreams : public ProcessFixture {};

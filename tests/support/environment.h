@@ -34,19 +34,18 @@ private:
 /// Puts the process into a time zone told in the POSIX form, as "CET-1CEST,M3.5.0,M10.5.0/3".
 class TimeZone {
 public:
-    explicit TimeZone(const char* zone) : m_variable(std::in_place, "TZ", zone) { tzset(); }
-    ~TimeZone() {
-        m_variable.reset();
-        tzset();
-    }
-    TimeZone(const TimeZone&) = delete;
-    TimeZone& operator=(const TimeZone&) = delete;
+    explicit TimeZone(const char* zone) : m_variable("TZ", zone) { tzset(); }
 
     /// One hour ahead of UTC, two from the last Sunday of March to that of October.
     static constexpr const char* kCentralEurope = "CET-1CEST,M3.5.0,M10.5.0/3";
 
 private:
-    std::optional<EnvironmentVariable> m_variable;
+    struct ReadAgain {
+        ~ReadAgain() { tzset(); }
+    };
+
+    ReadAgain m_last; // behind the variable, which is put back first
+    EnvironmentVariable m_variable;
 };
 
 } // namespace qel::test

@@ -154,11 +154,7 @@ private:
                 }};
     }
     StoreOperation ask(unsigned kind) {
-        struct Question {
-            const char* name;
-            bool (*ask)(const Item& key, Item& out);
-        };
-        static const Question kQuestions[] = {
+        static const std::pair<const char*, bool (*)(const Item& key, Item& out)> kQuestions[] = {
             {"get", [](const Item& key, Item& out) { return key.exists() && (out = *key.fetch(), true); }},
             {"first", [](const Item& key, Item& out) { return key.getStore()->first(out); }},
             {"next", [](const Item& key, Item& out) { return key.getStore()->next(key, out); }},
@@ -172,8 +168,8 @@ private:
             {"next sibling", [](const Item& key, Item& out) { return out = key, out.next(); }},
             {"previous sibling", [](const Item& key, Item& out) { return out = key, out.prev(); }},
         };
-        const Question& question = kQuestions[kind];
-        return {question.name, [key = key(true), ask = question.ask](Store& store) mutable {
+        return {kQuestions[kind].first,
+                [key = key(true), ask = kQuestions[kind].second](Store& store) mutable {
                     key.setStore(&store);
                     Item out;
                     const bool found = ask(key, out);
@@ -181,15 +177,9 @@ private:
                 }};
     }
     StoreOperation remove(unsigned kind) {
-        if (kind != 0) {
-            return {"remove subtree", [key = key(false)](Store& store) mutable {
-                        key.setStore(&store);
-                        key.remove();
-                        return std::string();
-                    }};
-        }
-        return {"remove", [first = key(true), last = key(true)](Store& store) {
-                    store.remove(first, last);
+        return {"remove", [kind, first = key(kind == 0), last = key(true)](Store& store) mutable {
+                    first.setStore(&store);
+                    kind == 0 ? store.remove(first, last) : first.remove();
                     return std::string();
                 }};
     }
@@ -203,19 +193,13 @@ private:
         if (kind % 2 == 0) return {"commit", [](Store& store) { return store.commit(), std::string(); }};
         return {"rollback", [](Store& store) { return store.rollback(), std::string(); }};
     }
-    static bool isSmall(Store& store) {
-        constexpr int kMany = 80;
-        int count = 0;
-        Item key;
-        for (bool found = store.first(key); found; found = store.next(key, key)) ++count;
-        return count < kMany;
-    }
     StoreOperation copySubtree() {
+        constexpr size_t kMuch = 4000;
         return {"copy subtree", [from = key(false), to = key(false)](Store& store) mutable {
                     from.setStore(&store);
                     to.setStore(&store);
                     // Copies of copies would double the content again and again.
-                    isSmall(store) ? to.copyChildrenRecursive(from) : from.remove();
+                    contentOf(store).size() < kMuch ? to.copyChildrenRecursive(from) : from.remove();
                     return contentOf(store);
                 }};
     }

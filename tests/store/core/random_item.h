@@ -3,7 +3,6 @@
 
 #include <qel/store/core/item.h>
 
-#include <cstring>
 #include <limits>
 #include <random>
 #include <utility>
@@ -52,13 +51,13 @@ private:
             elements.push_back(Item(text));
             elements.push_back(Item().addPrefix(text));
         }
-        for (const char* bytes : {"", "\1", "\xFF", "\1A"}) {
+        for (const auto& [bytes, count] :
+             {std::pair("", 0), {"", 1}, {"\1", 1}, {"\1", 2}, {"\xFF", 1}, {"\1A", 2}}) {
             const auto* const data = reinterpret_cast<const uint8*>(bytes);
-            for (const size_t count : {std::strlen(bytes), std::strlen(bytes) + 1}) {
-                elements.push_back(Item().addBuffer(data, count));
-                elements.push_back(Item().addPointer(data, count));
-                elements.push_back(Item().addReferee(data, count));
-            }
+            const auto size = static_cast<size_t>(count);
+            for (const Item& element :
+                 {Item().addBuffer(data, size), Item().addPointer(data, size), Item().addReferee(data, size)})
+                elements.push_back(element);
         }
         for (const auto& [at, value] : {std::pair{0, 0}, {0, 127}, {0, 254}, {31, 127}, {31, 254}}) {
             GUID guid;

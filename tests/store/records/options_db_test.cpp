@@ -1,4 +1,3 @@
-#include <qel/rpc/rpc_provider.h>
 #include <qel/store/core/memory_store.h>
 #include <qel/store/records/options_db.h>
 #include <tests/support/formats_page.h>
@@ -14,17 +13,6 @@ struct OptionsDBTest : test::SystemFixture {
     void add(const char* name, const char* defaultValue, int flags = 0) {
         options->addOption(name, defaultValue, "Print Pool", "Label", "What", flags);
     }
-    /// The result of a remote call.
-    String call(const char* method, const Item& arguments) {
-        const auto handle = provider.createLocalRPC();
-        handle->setMethodName(method);
-        handle->setArguments(arguments);
-        handle->start();
-        system().processEvents(0);
-        return handle->isFinished() ? handle->result().asString() : "unfinished";
-    }
-
-    RpcProvider provider;
     SmartPointer<MemoryStore> store = makeObject<MemoryStore>();
     Item root = Item(store.get()).add("opt");
     SmartPointer<OptionsDB> options = makeObject<OptionsDB>(root);
@@ -64,18 +52,12 @@ TEST_F(OptionsDBTest, ListsOptionsByWhoIsToSeeThemAndKeepsSecretsOutOfTheLog) {
     EXPECT_TRUE(options->getOptionsMeta(true).empty() && !options->hasOption("plain"));
 }
 
-TEST_F(OptionsDBTest, AnswersRemoteCalls) {
-    constexpr const char *kGet = "advanced_option_get", *kSet = "test_advanced_option_set";
-    options->registerRpcCalls(&provider);
+TEST_F(OptionsDBTest, AStoredValueThatIsNoTextIsLoggedAndTheDefaultUsed) {
     Item(root).add("o").store(5);
     test::LogCapture capture;
     add("o", "default");
-    EXPECT_EQ(call(kGet, "o"), "{<STR:default>}");
+    EXPECT_EQ(options->getValue("o"), "default");
     capture.expect(3, "stored value of option 'o' is no text, using the default");
-    EXPECT_EQ(call(kSet, Item("o").add("new")) + call(kGet, "o"), "{<BOOL:TRUE>}{<STR:new>}");
-    EXPECT_EQ(call(kSet, Item("unknown").add("new")), "{}");
+    EXPECT_FALSE(options->setValue("unknown", "new"));
     capture.expect(3, "option not set, reason: option 'unknown' does not exist");
-    EXPECT_EQ(call(kSet, "o") + call(kGet, Item()), "{}{}");
-    options = nullptr;
-    EXPECT_EQ(call(kGet, "o"), "{}");
 }

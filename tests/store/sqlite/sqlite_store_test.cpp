@@ -84,9 +84,10 @@ TEST_F(SqliteStoreTest, ResultsStayWhileOthersAreAskedFor) {
     open();
     const std::string large(100'000, 'x');
     store->set(Item("large"), Item(large));
+    store->set(Item("small"), Item(1));
     for (int round = 0; round < 3; ++round) {
         const Item* const first = store->get(Item("large"));
-        for (int i = 1; i <= SqliteStore::kValuesKept - 1; ++i) store->get(Item(i));
+        for (int i = 1; i <= SqliteStore::kValuesKept - 1; ++i) store->get(Item("small"));
         store->set(Item("copy"), *first);
         EXPECT_EQ(*store->get(Item("copy")), Item(large));
     }
@@ -111,8 +112,7 @@ TEST_F(SqliteStoreTest, NeverChangesAFileThatIsNotItsOwn) {
     };
     const struct {
         std::string content, reason;
-    } files[] = {{"x", "not a database"},
-                 {std::string(100, 'x'), "not a database"},
+    } files[] = {{std::string(100, 'x'), "not a database"},
                  {sound.substr(0, 99), "not a database"},
                  {changed(68, "\0\0\0\0"), "a database of another program"},
                  {changed(60, "\0\0\0\2"), "layout 2 is unknown"},
@@ -170,24 +170,6 @@ TEST_F(SqliteStoreTest, DamageAnywhereEndsInARefusalOrInOtherValues) {
     EXPECT_GT(refusals, 50);
 }
 
-/// Lets no file grow beyond @p bytes while it lives.
-class FileSizeLimit {
-public:
-    explicit FileSizeLimit(rlim_t bytes) : m_handler(std::signal(SIGXFSZ, SIG_IGN)) {
-        getrlimit(RLIMIT_FSIZE, &m_before);
-        const rlimit limited{bytes, m_before.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limited);
-    }
-    ~FileSizeLimit() {
-        setrlimit(RLIMIT_FSIZE, &m_before);
-        std::signal(SIGXFSZ, m_handler);
-    }
-
-private:
-    void (*m_handler)(int);
-    rlimit m_before{};
-};
-
 TEST_F(SqliteStoreTest, ADiskThatRefusesWritesNeverTakesWhatWasKept) {
     open();
     store->set(Item("old"), Item(1));
@@ -196,24 +178,28 @@ TEST_F(SqliteStoreTest, ADiskThatRefusesWritesNeverTakesWhatWasKept) {
     const std::string large(1'000'000, 'x');
     const std::string name = "store '" + path + "'";
     test::LogCapture log;
-    {
-        const FileSizeLimit limit(60'000);
-        store->begin();
-        store->set(Item("old"), Item(large));
-        store->commit();
-        log.expect(3, "[STORE] can't commit to " + name + ": disk I/O error (778)");
-        store->set(Item("gathered"), Item(large.substr(0, 200'000)));
-        store->set(Item("gathered too"), Item(3));
-        store->flush();
-        log.expect(3, "[STORE] " + name + " lost 2 writes that were not flushed");
-        log.expect(3, "[STORE] can't flush " + name + ": disk I/O error (778)");
-        EXPECT_EQ(contentOf(*store), old);
-        store->begin();
-        store->set(Item("old"), Item(2));
-        store->begin();
-        for (int i = 0; i < 40; ++i) store->set(Item(i), Item(large)); // outgrows the memory for pages
-        store->rollback();
-    }
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit limited{60'000, before.rlim_max};
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    setrlimit(RLIMIT_FSIZE, &limited);
+    store->begin();
+    store->set(Item("old"), Item(large));
+    store->commit();
+    log.expect(3, "[STORE] can't commit to " + name + ": disk I/O error (778)");
+    store->set(Item("gathered"), Item(large.substr(0, 200'000)));
+    store->set(Item("gathered too"), Item(3));
+    store->flush();
+    log.expect(3, "[STORE] " + name + " lost 2 writes that were not flushed");
+    log.expect(3, "[STORE] can't flush " + name + ": disk I/O error (778)");
+    EXPECT_EQ(contentOf(*store), old);
+    store->begin();
+    store->set(Item("old"), Item(2));
+    store->begin();
+    for (int i = 0; i < 40; ++i) store->set(Item(i), Item(large)); // outgrows the memory for pages
+    store->rollback();
+    setrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, handler);
     store->set(Item("late"), Item(3)); // of a transaction that has lost its beginning
     store->commit();
     log.expect(3, "[STORE] can't write to " + name + ": disk I/O error (778)");
