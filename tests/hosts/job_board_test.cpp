@@ -36,27 +36,21 @@ protected:
     SmartPointer<JobTable> table;
 };
 
-TEST_F(JobBoardTest, WhatWasStillToDoComesUpAgainInItsOrderAndWithoutTheAttemptThatWasCutOff) {
-    Vector<GUID> ids;
-    {
-        JobBoard before = board();
-        for (int i = 0; i < 3; ++i) ids.push_back(before.submit("hash", {"/a", "/b"}));
-        before.done(before.start()->id, 7, Item("made"));
-        EXPECT_EQ(before.start()->id, ids[1]);
-        before.giveBack(ids[1], 3);
-        EXPECT_EQ(before.start()->attempts, 2) << "the job of a lost worker is the next";
-    }
+TEST_F(JobBoardTest, WhatWasStillToDoComesUpAgainWithoutTheAttemptThatWasCutOff) {
+    const GUID id = board().submit("hash", {"/a", "/b"});
+    JobBoard before = board();
+    before.start();
+    before.giveBack(id, 3);
+    EXPECT_EQ(before.start()->attempts, 2);
     JobBoard after = board();
-    EXPECT_EQ(last(after, 9), ids);
-    EXPECT_EQ(after.find(ids[0])->result, Item("made"));
     const Job* next = after.start();
-    EXPECT_TRUE(next->id == ids[1] && next->attempts == 2 && next->files == (Vector<String>{"/a", "/b"}));
+    EXPECT_TRUE(next->id == id && next->attempts == 2 && next->files == (Vector<String>{"/a", "/b"}));
     test::LogCapture log;
-    after.giveBack(ids[1], 2);
+    after.giveBack(id, 2);
     log.take();
-    EXPECT_EQ(after.find(ids[1])->state, JobState::Failed);
-    after.done(ids[1], 1, Item("late"));
-    EXPECT_TRUE(after.find(ids[1])->result.empty()) << "what a lost worker says does not count";
+    after.done(id, 1, Item("late"));
+    EXPECT_TRUE(next->state == JobState::Failed && next->result.empty())
+        << "what a lost worker says does not count";
 }
 
 TEST_F(JobBoardTest, StoredJobsMayBeOfOneMomentAndSayNonsense) {

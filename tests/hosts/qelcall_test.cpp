@@ -25,8 +25,11 @@ TEST_F(QelcallTest, PrintsResultsAndTellsSuccessByItsStatus) {
         context.finish();
     };
     server.addRPC("echo", echo, "", "");
-    server.addRPC(
-        "end", [&](const RpcContext&) { server.stop(); }, "", "");
+    const auto end = [&](const RpcContext& context) {
+        server.stop();
+        context.finish();
+    };
+    server.addRPC("end", end, "", "");
     const std::string big = "\"" + std::string(100'000, 'x') + "\"";
     const std::pair<std::vector<std::string>, HostRun> cases[] = {
         {{"echo"}, {0, "null\n", ""}},

@@ -120,18 +120,6 @@ TEST_F(PacketLines, OfAFloodTheLastLinesAreHeldUntilTheReaderDiesAndThoseLeftOut
     }
 }
 
-TEST_F(PacketLines, OneCallTakesAllThatWasThereBeforeHoweverMuchThatIs) {
-    Wire wire;
-    ProcessPacketReader& reader = *wire.getPacketReader();
-    for (int i = 0; i < 30; ++i) {
-        wire.send(std::string(100'000, 'x'));
-        EXPECT_FALSE(reader.read());
-    }
-    wire.send("\n" + terminateLine() + "\n");
-    EXPECT_TRUE(reader.read());
-    EXPECT_EQ(capture.take().size(), 1u);
-}
-
 TEST_F(PacketLines, AChildThatNeverStopsWritingKeepsNobodyFromItsPackets) {
     const Pointer process = runShell("yes x >&2 & echo '" + terminateLine() + "'; yes y");
     SmartPointer<Packet> packet;

@@ -11,10 +11,9 @@ using qel::test::ScratchFolder;
 using qel::test::StoreSuite;
 
 const qel::test::StoreKind kKinds[] = {
-    {"Memory", [](const ScratchFolder&) -> SmartPointer<Store> { return new MemoryStore; }, "memorystore"},
+    {"Memory", [](const ScratchFolder&) -> SmartPointer<Store> { return new MemoryStore; }},
     {"CachedMemory",
-     [](const ScratchFolder&) -> SmartPointer<Store> { return new CacheStore(new MemoryStore); },
-     "memorystore"},
+     [](const ScratchFolder&) -> SmartPointer<Store> { return new CacheStore(new MemoryStore); }},
 };
 
 INSTANTIATE_TEST_SUITE_P(Store, StoreSuite, testing::ValuesIn(kKinds), qel::test::nameOfKind);

@@ -14,13 +14,13 @@ using qel::test::StoreSuite;
 
 const qel::test::StoreKind kKinds[] = {
     {"Sqlite",
-     [](const ScratchFolder& folder) -> SmartPointer<Store> { return new SqliteStore(folder.path("store")); },
-     "sqlitestore"},
+     [](const ScratchFolder& folder) -> SmartPointer<Store> {
+         return new SqliteStore(folder.path("store"));
+     }},
     {"CachedSqlite",
      [](const ScratchFolder& folder) -> SmartPointer<Store> {
          return new CacheStore(new SqliteStore(folder.path("store")));
-     },
-     "sqlitestore"},
+     }},
 };
 
 INSTANTIATE_TEST_SUITE_P(Store, StoreSuite, testing::ValuesIn(kKinds), qel::test::nameOfKind);
