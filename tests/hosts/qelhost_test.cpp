@@ -158,30 +158,24 @@ TEST_F(CatalogueTest, HashesAreTheCrc32cOfTheContentAtAnySizeAndLinksAndPipesAre
                 AllOf(ContainsRegex("Links, not followed +3\n"), ContainsRegex("Devices and pipes +1\n")));
 }
 
-TEST_F(CatalogueTest, NamesOfAnyBytesMakeOneCsvFieldEach) {
+TEST_F(CatalogueTest, NamesOfAnyBytesMakeOneCsvFieldEachAndUnreadableFilesArePassed) {
     const std::pair<std::string, std::string> names[] = {
         {"a\"b", "\"a\"\"b\""}, {"a,b", "\"a,b\""}, {"a\nb", "\"a\nb\""},     {"a\rb", "\"a\rb\""},
         {"a\\b", "a\\b"},       {" a", " a"},       {"\xff\xfe", "\xff\xfe"}, {"-rf", "-rf"}};
     for (const auto& [name, field] : names) folder.write("tree/" + name, "");
-    EXPECT_EQ(runCatalogue().status, 0);
-    const std::string csv = folder.read("result/catalogue.csv");
-    for (const auto& [name, field] : names) EXPECT_THAT(csv, HasSubstr("\n" + field + ",0,"));
-}
-
-TEST_F(CatalogueTest, UnreadableFilesAreNamedAndPassed) {
     // Under its long name the file's path is longer than the system allows, for root too.
     std::string deep = "tree/t";
     while (folder.path(deep).size() < 3740) deep += "/" + std::string(50, 'd');
     folder.write(deep + "/" + std::string(250, 'n'), "text");
-    folder.write("tree/readable", "text");
     std::filesystem::rename(folder.path("tree/t"),
                             folder.path("tree/" + std::string(3991 - folder.path(deep).size(), 't')));
     const HostRun host = runCatalogue();
     EXPECT_EQ(host.status, 0);
-    EXPECT_THAT(lines(), UnorderedElementsAre(StartsWith("path,"), EndsWith(",unreadable"),
-                                              AllOf(StartsWith("readable,4,"), EndsWith(",ok"))));
     EXPECT_THAT(host.out, HasSubstr("[WARNING] [SQ] cannot read 't"));
     EXPECT_THAT(summary(), HasSubstr("Could not be read\n  t"));
+    EXPECT_THAT(lines(), Contains(EndsWith(",unreadable")));
+    const std::string csv = folder.read("result/catalogue.csv");
+    for (const auto& [name, field] : names) EXPECT_THAT(csv, HasSubstr("\n" + field + ",0,"));
 }
 
 TEST_F(CatalogueTest, ItsOwnFilesAreLeftOut) {
@@ -217,13 +211,8 @@ TEST_F(CatalogueTest, AnInterruptLeavesWholeLinesAndAnHonestSummary) {
     EXPECT_THAT(summary(), HasSubstr("INCOMPLETE"));
 }
 
-TEST_F(HostTest, StayGoesOnWithoutScriptsUntilInterrupted) {
-    const HostRun host = runPlugin(sendsSignal("TERM") + "host.print(\"sent\")", {"--stay"});
-    EXPECT_EQ(host.status, 0);
-    EXPECT_THAT(host.out, HasSubstr("sent\n"));
-}
-
-TEST_F(HostTest, AScriptThatNeverYieldsIsEndedByForce) {
+TEST_F(HostTest, AnInterruptEndsAStayAndByForceAScriptThatNeverYields) {
+    EXPECT_EQ(runPlugin(sendsSignal("TERM"), {"--stay"}).status, 0);
     const HostRun host = runPlugin(sendsSignal("INT") + "while (true) {}");
     EXPECT_EQ(host.status, 130);
     EXPECT_THAT(host.error, HasSubstr("ended by force"));

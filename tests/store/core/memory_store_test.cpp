@@ -79,10 +79,8 @@ TEST(MemoryStore, GrowsAndShrinksInAnyOrder) {
         EXPECT_FALSE(store.first(key)) << step;
         store.rollback();
         int count = 0;
-        for (bool found = store.first(key); found; found = store.next(key, key)) {
-            ASSERT_EQ(key, Item(count)) << step;
-            ASSERT_EQ(*store.get(key), Item(count++)) << step;
-        }
+        for (bool found = store.first(key); found; found = store.next(key, key), ++count)
+            ASSERT_TRUE(key == Item(count) && *store.get(key) == Item(count)) << step;
         EXPECT_EQ(count, kCount);
     }
 }
