@@ -180,10 +180,8 @@ TEST_P(StoreSuite, CopiesAnotherStoreInOneTransaction) {
 TEST_P(StoreSuite, DumpsItsEntriesToLogAndFile) {
     LogCapture log;
     run("set a 1; set b/2 3");
-    store->dumpraw();
     store->dumpToFile(folder.path("dump.txt").c_str());
     const std::string entries[] = {"{<STR:a>} = {<STR:1>}", "{<STR:b><INT:2>} = {<STR:3>}"};
-    for (const std::string& line : entries) log.expect(1, line);
     EXPECT_EQ(folder.read("dump.txt"), entries[0] + "\n" + entries[1] + "\n");
     const std::string nowhere = folder.path("none/dump.txt");
     store->dumpToFile(nowhere.c_str());

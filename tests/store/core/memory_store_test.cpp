@@ -50,10 +50,8 @@ TEST(MemoryStore, BeginsAndCommitsNothingWithoutTransactions) {
     MemoryStore store(false);
     store.begin();
     store.set(Item("a"), Item(1));
-    store.commit();
     store.rollback();
     log.expect(3, "memorystore, rollback called in transactionless mode");
-    EXPECT_TRUE(log.take().empty());
     EXPECT_EQ(*store.get(Item("a")), Item(1));
 }
 

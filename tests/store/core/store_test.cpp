@@ -1,21 +1,16 @@
 #include <qel/store/core/cache_store.h>
 #include <tests/support/store_suite.h>
 
+namespace qel::test {
 namespace {
 
-using qel::CacheStore;
-using qel::MemoryStore;
-using qel::SmartPointer;
-using qel::Store;
-using qel::test::ScratchFolder;
-using qel::test::StoreSuite;
-
-const qel::test::StoreKind kKinds[] = {
+const StoreKind kKinds[] = {
     {"Memory", [](const ScratchFolder&) -> SmartPointer<Store> { return new MemoryStore; }},
     {"CachedMemory",
      [](const ScratchFolder&) -> SmartPointer<Store> { return new CacheStore(new MemoryStore); }},
 };
 
-INSTANTIATE_TEST_SUITE_P(Store, StoreSuite, testing::ValuesIn(kKinds), qel::test::nameOfKind);
+INSTANTIATE_TEST_SUITE_P(Store, StoreSuite, testing::ValuesIn(kKinds), nameOfKind);
 
 } // namespace
+} // namespace qel::test

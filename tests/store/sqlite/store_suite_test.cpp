@@ -3,26 +3,20 @@
 
 #include <tests/support/store_suite.h>
 
+namespace qel::test {
 namespace {
 
-using qel::CacheStore;
-using qel::SmartPointer;
-using qel::SqliteStore;
-using qel::Store;
-using qel::test::ScratchFolder;
-using qel::test::StoreSuite;
+SqliteStore* makeSqlite(const ScratchFolder& folder) {
+    return new SqliteStore(folder.path("store"));
+}
 
-const qel::test::StoreKind kKinds[] = {
-    {"Sqlite",
-     [](const ScratchFolder& folder) -> SmartPointer<Store> {
-         return new SqliteStore(folder.path("store"));
-     }},
+const StoreKind kKinds[] = {
+    {"Sqlite", [](const ScratchFolder& folder) -> SmartPointer<Store> { return makeSqlite(folder); }},
     {"CachedSqlite",
-     [](const ScratchFolder& folder) -> SmartPointer<Store> {
-         return new CacheStore(new SqliteStore(folder.path("store")));
-     }},
+     [](const ScratchFolder& folder) -> SmartPointer<Store> { return new CacheStore(makeSqlite(folder)); }},
 };
 
-INSTANTIATE_TEST_SUITE_P(Store, StoreSuite, testing::ValuesIn(kKinds), qel::test::nameOfKind);
+INSTANTIATE_TEST_SUITE_P(Store, StoreSuite, testing::ValuesIn(kKinds), nameOfKind);
 
 } // namespace
+} // namespace qel::test
