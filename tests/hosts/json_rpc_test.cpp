@@ -1,4 +1,3 @@
-#include "../../hosts/qelserver/json_rpc_message.h"
 #include "../../hosts/qelserver/json_rpc_server.h"
 #include "../support/log_capture.h"
 #include "../support/scratch_folder.h"

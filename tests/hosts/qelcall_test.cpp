@@ -36,7 +36,6 @@ TEST_F(QelcallTest, PrintsResultsAndTellsSuccessByItsStatus) {
         {{"echo", "a", "2"}, {0, "[\n  \"a\",\n  2\n]\n", ""}},
         {{"echo", R"({"k":null})"}, {0, "{\n  \"k\": null\n}\n", ""}},
         {{"echo", big}, {0, big + "\n", ""}},
-        {{"--watch", "echo", "7"}, {1, "", "qelcall: Method not found\n"}},
         {{"end"}, {3, "", "qelcall: the server has closed the connection\n"}}};
     for (const auto& [arguments, expected] : cases) {
         std::vector<std::string> command{QELCALL_PROGRAM, "--socket", "socket"};

@@ -53,7 +53,6 @@ TEST_F(HostTest, WrongOptionsAreRefusedWithAHint) {
         {{"--frobnicate"}, "unknown option '--frobnicate'"},
         {{"--plugins"}, "option '--plugins' needs a value"},
         {{"--plugins=missing"}, "no such folder: 'missing'"},
-        {{"--app-dir", "missing"}, "no such folder: 'missing'"},
         {{"--report=yes"}, "option '--report' takes no value"},
     };
     for (const auto& [arguments, problem] : cases) {
@@ -171,19 +170,6 @@ TEST_F(CatalogueTest, NamesOfAnyBytesMakeOneCsvFieldEachAndUnreadableFilesArePas
     EXPECT_THAT(lines(), Contains(EndsWith(",unreadable")));
     const std::string csv = folder.read("result/catalogue.csv");
     for (const auto& [name, field] : names) EXPECT_THAT(csv, HasSubstr("\n" + field + ",0,"));
-}
-
-TEST_F(CatalogueTest, ItsOwnFilesAreLeftOut) {
-    fillTree(1);
-    for (int round = 0; round < 2; ++round) {
-        runCatalogue(".");
-        EXPECT_EQ(lines().size(), 4u) << "the heading, the file, and what the host printed to two more";
-    }
-}
-
-TEST_F(CatalogueTest, WrongArgumentsGiveStatusTwo) {
-    for (const char* wrong : {"missing", "--wrong"}) EXPECT_EQ(runCatalogue(wrong).status, 2);
-    EXPECT_FALSE(folder.has("result"));
 }
 
 // --- interrupt -----------------------------------------------------------------------------------------

@@ -1,6 +1,5 @@
 #include <tests/hosts/server_run.h>
 
-#include <qel/platform/process_run.h>
 #include <tests/process/process_fixture.h>
 
 #include <fstream>
