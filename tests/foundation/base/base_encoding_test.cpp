@@ -100,7 +100,7 @@ TEST_P(BaseEncoding, EveryCharacterOutsideTheAlphabetFailsAtEveryPosition) {
 }
 
 TEST(StringBase16, TakesWholePairsOfDigitsAndEndsAtAZeroUnlessItGoesToABuffer) {
-    uint8 bytes[4];
+    uint8 bytes[4] = {};
     EXPECT_FALSE(util::decodeBase16(bytes, bytes, static_cast<size_t>(-2)));
     for (const char* broken : {"4", "4g", "6aB"}) EXPECT_EQ(String(broken).decodeBase16(), "") << broken;
     EXPECT_EQ(String("6a4B0042").decodeBase16(), "jK");
