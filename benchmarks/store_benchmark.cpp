@@ -267,16 +267,23 @@ std::vector<typename Peer::Key> keysFor(size_t count) {
     return keys;
 }
 
-template <typename Peer>
-void getCase(benchmark::State& state) {
-    const auto count = static_cast<size_t>(state.range(0));
-    Peer& peer = peerWith<Peer>(count);
-    const auto keys = keysFor<Peer>(count);
+/// Measures @p step(key) on one key after the other, round and round.
+template <typename Peer, typename Step>
+void measureKeys(benchmark::State& state, const Step& step) {
+    const auto keys = keysFor<Peer>(static_cast<size_t>(state.range(0)));
     size_t i = 0;
     for (auto _ : state) {
-        if (!peer.get(keys[i])) state.SkipWithError("a key is missing");
-        i = i + 1 == count ? 0 : i + 1;
+        step(keys[i]);
+        i = i + 1 == keys.size() ? 0 : i + 1;
     }
+}
+
+template <typename Peer>
+void getCase(benchmark::State& state) {
+    Peer& peer = peerWith<Peer>(static_cast<size_t>(state.range(0)));
+    measureKeys<Peer>(state, [&](const auto& key) {
+        if (!peer.get(key)) state.SkipWithError("a key is missing");
+    });
 }
 
 template <typename Peer>
@@ -288,31 +295,23 @@ void scanCase(benchmark::State& state) {
 
 template <typename Peer>
 void rollbackCase(benchmark::State& state) {
-    const auto count = static_cast<size_t>(state.range(0));
-    Peer& peer = peerWith<Peer>(count);
-    const auto keys = keysFor<Peer>(count);
-    size_t i = 0;
-    for (auto _ : state) {
+    Peer& peer = peerWith<Peer>(static_cast<size_t>(state.range(0)));
+    measureKeys<Peer>(state, [&peer](const auto& key) {
         peer.begin();
-        peer.set(keys[i]);
+        peer.set(key);
         peer.rollback();
-        i = i + 1 == count ? 0 : i + 1;
-    }
+    });
 }
 
 template <typename Peer>
 void nestedCase(benchmark::State& state) {
-    const auto count = static_cast<size_t>(state.range(0));
-    Peer& peer = peerWith<Peer>(count);
-    const auto keys = keysFor<Peer>(count);
-    size_t i = 0;
+    Peer& peer = peerWith<Peer>(static_cast<size_t>(state.range(0)));
     peer.begin();
-    for (auto _ : state) {
+    measureKeys<Peer>(state, [&peer](const auto& key) {
         peer.begin();
-        peer.set(keys[i]);
+        peer.set(key);
         peer.commit();
-        i = i + 1 == count ? 0 : i + 1;
-    }
+    });
     peer.rollback();
 }
 
