@@ -21,12 +21,6 @@ int64 minus(int64 a, int64 b) {
     return static_cast<int64>(static_cast<uint64>(a) - static_cast<uint64>(b));
 }
 
-Item childKey(const Item& parent, const char* name) {
-    Item key(parent);
-    key.add(name);
-    return key;
-}
-
 bool readInteger(const Item* stored, int64& value) {
     return stored->getIterator().asInteger(value);
 }
@@ -42,9 +36,9 @@ bool readCounter(const Item& key, int64& value) {
 LogDB::LogDB(const Item& root)
     : m_store(root.getStore()),
       m_root(root),
-      m_endKey(childKey(root, "pos")),
-      m_beginKey(childKey(root, "firstPos")),
-      m_data(childKey(root, "data")) {
+      m_endKey(Item(root).add("pos")),
+      m_beginKey(Item(root).add("firstPos")),
+      m_data(Item(root).add("data")) {
     if (m_root.exists())
         load();
     else

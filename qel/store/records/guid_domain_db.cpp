@@ -20,23 +20,17 @@ constexpr const char* kPersonalIndex = "personalIndex";
 constexpr uint64 kFirstDomainIndex = 1; // 0 is the node itself
 constexpr uint64 kFirstPersonalIndex = 0;
 
-Item keyOf(const Item& root, const char* name) {
-    Item key(root);
-    key.add(name);
-    return key;
-}
-
 template <typename T>
 void storeAt(const Item& root, const char* name, const T& value) {
-    keyOf(root, name).store(Item(value));
+    Item(root).add(name).store(Item(value));
 }
 
 // What is missing or of another type leaves the field as it is.
 void readAt(const Item& root, const char* name, GUID& value) {
-    if (const Item* stored = keyOf(root, name).fetch()) stored->getIterator().asGUID(value);
+    if (const Item* stored = Item(root).add(name).fetch()) stored->getIterator().asGUID(value);
 }
 void readAt(const Item& root, const char* name, uint64& value) {
-    if (const Item* stored = keyOf(root, name).fetch()) stored->getIterator().asInteger(value);
+    if (const Item* stored = Item(root).add(name).fetch()) stored->getIterator().asInteger(value);
 }
 void readAt(const Item& root, const char* name, uint32& value) {
     uint64 wide = value;
@@ -77,6 +71,16 @@ GUIDDomainDB::GUIDDomainDB(const Item& root) : m_root(root) {
     if (m_root.exists()) loadDomainFromDatabase();
 }
 
+template <typename Visit>
+void GUIDDomainDB::forEachField(const Visit& visit) {
+    visit(kBaseGUID, m_base.guid);
+    visit(kBaseNum, m_base.num);
+    visit(kDomainBits, m_domainBits);
+    visit(kPersonalBits, m_personalBits);
+    visit(kDomainIndex, m_domainIndex);
+    visit(kPersonalIndex, m_personalIndex);
+}
+
 bool GUIDDomainDB::hasDomain() const {
     const MutexLock lock(m_mutex);
     return m_hasDomain;
@@ -90,24 +94,14 @@ void GUIDDomainDB::initializeDomain(const GUIDDomain& base, uint32 domainBits, u
     m_domainIndex = kFirstDomainIndex;
     m_personalIndex = kFirstPersonalIndex;
     ScopedTransaction transaction(m_root);
-    storeAt(m_root, kBaseGUID, m_base.guid);
-    storeAt(m_root, kBaseNum, m_base.num);
-    storeAt(m_root, kDomainBits, m_domainBits);
-    storeAt(m_root, kPersonalBits, m_personalBits);
-    storeAt(m_root, kDomainIndex, m_domainIndex);
-    storeAt(m_root, kPersonalIndex, m_personalIndex);
+    forEachField([this](const char* name, const auto& value) { storeAt(m_root, name, value); });
     transaction.commit();
     initializeInternals();
 }
 
 void GUIDDomainDB::loadDomainFromDatabase() {
     const MutexLock lock(m_mutex);
-    readAt(m_root, kBaseGUID, m_base.guid);
-    readAt(m_root, kBaseNum, m_base.num);
-    readAt(m_root, kDomainBits, m_domainBits);
-    readAt(m_root, kPersonalBits, m_personalBits);
-    readAt(m_root, kDomainIndex, m_domainIndex);
-    readAt(m_root, kPersonalIndex, m_personalIndex);
+    forEachField([this](const char* name, auto& value) { readAt(m_root, name, value); });
     initializeInternals();
 }
 

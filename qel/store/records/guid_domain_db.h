@@ -45,6 +45,9 @@ public:
     void flush();
 
 private:
+    /// Calls @p visit(name, field) for all that stands in the store.
+    template <typename Visit>
+    void forEachField(const Visit& visit) QEL_REQUIRES(m_mutex);
     void loadDomainFromDatabase();
     void initializeInternals() QEL_REQUIRES(m_mutex);
     GUIDDomain takePersonalDomain();
