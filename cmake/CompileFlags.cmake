@@ -13,7 +13,7 @@ add_library(qel_compile_flags INTERFACE)
 # Results are the same bits on every machine, so no contraction of a * b + c into one rounding.
 target_compile_options(qel_compile_flags INTERFACE -ffp-contract=off)
 # Crash dumps follow the call chain by its frame pointers.
-target_compile_options(qel_compile_flags INTERFACE)
+target_compile_options(qel_compile_flags INTERFACE -fno-omit-frame-pointer)
 # Objects carry the same paths wherever the tree lies.
 target_compile_options(qel_compile_flags INTERFACE -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
 

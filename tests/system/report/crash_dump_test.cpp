@@ -24,12 +24,26 @@ namespace qel {
 namespace {
 
 using test::ScratchFolder;
+using testing::ContainsRegex;
+using testing::HasSubstr;
+using testing::StartsWith;
 
-/// A function that a reader of the dump must find again.
+// Functions that a reader of the dump must find again. Each does something after its call, so that the call
+// is not compiled as a jump, which would leave no frame.
 [[gnu::noinline]] void writeWhereNothingIs() {
     volatile std::uintptr_t nowhere = 0x40; // volatile, or the compiler sees through it
     *reinterpret_cast<volatile int*>(nowhere) = 1;
-    asm volatile(""); // keeps calls of it from becoming jumps
+    asm volatile("");
+}
+
+[[gnu::noinline]] void callTheWriter() {
+    writeWhereNothingIs();
+    asm volatile("");
+}
+
+[[gnu::noinline]] void callTheCaller() {
+    callTheWriter();
+    asm volatile("");
 }
 
 __attribute__((noinline, no_sanitize("address", "undefined", "thread"))) int recurseForever(int depth) {
@@ -59,6 +73,13 @@ protected:
             if (entry.path().extension() == ".dmp") m_name = entry.path().filename().string();
         return m_folder.read("dumps/" + m_name);
     }
+    /// The dump written last, with the names of functions and source lines added.
+    std::string namedDump() {
+        const std::string command = "cd '" + m_folder.path() + "' && '" + test::sourceDir() +
+                                    "/tools/crash_symbols' dumps/" + m_name + " > named";
+        EXPECT_EQ(std::system(command.c_str()), 0);
+        return m_folder.read("named");
+    }
 
     const ScratchFolder m_folder;
     std::string m_name; // of the last dump
@@ -67,21 +88,26 @@ protected:
 
 using CrashDumpDeathTest = CrashDump;
 
-TEST_F(CrashDumpDeathTest, TellsWhatHappenedAndResolvesToTheCrashingFunction) {
+TEST_F(CrashDumpDeathTest, ReportsTheSignalTheBuildTheModulesAndTheLastLogLines) {
     const std::string dump = dumpOf(SIGSEGV, [] {
         logging::info() << "the last words";
         writeWhereNothingIs();
     });
-    EXPECT_EQ(dump.find(std::string("build: ") + Version::getVersionString() + ", revision "), 0u) << dump;
+    EXPECT_THAT(dump, StartsWith(std::string("build: ") + Version::getVersionString() + ", revision "));
     for (const char* part :
          {"\nsignal: 11 SIGSEGV code 1 address 0x40\n", "\nregisters:\n", "\nstack:\n  #0 /",
           "\nmodules:\n  0x", "libqelCore.so", "\nlog:\n", "the last words\n"})
-        EXPECT_NE(dump.find(part), std::string::npos) << part << " is not in\n" << dump;
-    const std::string command = "cd '" + m_folder.path() + "' && '" + test::sourceDir() +
-                                "/tools/crash_symbols' dumps/" + m_name + " > named";
-    EXPECT_EQ(std::system(command.c_str()), 0);
-    const char* top = "\nstack:\n  #0 [^\n]+\n[^\n]*writeWhereNothingIs[^\n]*crash_dump_test.cpp:";
-    EXPECT_THAT(m_folder.read("named"), testing::ContainsRegex(top));
+        EXPECT_THAT(dump, HasSubstr(part));
+}
+
+TEST_F(CrashDumpDeathTest, NamesTheCrashingFunctionAndItsCallersInOrder) {
+    dumpOf(SIGSEGV, [] { callTheCaller(); });
+    const std::string named = namedDump();
+    const std::string stack = named.substr(named.find("\nstack:\n"), named.find("\nstack scan:\n"));
+    const std::string noFrame = "[^#]*"; // the place, and functions inlined there
+    EXPECT_THAT(stack, ContainsRegex("#0 " + noFrame + "writeWhereNothingIs[^\n]*crash_dump_test.cpp:"));
+    EXPECT_THAT(stack, ContainsRegex("#1 " + noFrame + "callTheWriter[^\n]*crash_dump_test.cpp:"));
+    EXPECT_THAT(stack, ContainsRegex("#2 " + noFrame + "callTheCaller[^\n]*crash_dump_test.cpp:"));
 }
 
 TEST_F(CrashDumpDeathTest, EverySignalThatEndsAProcessByDefaultLeavesADumpNamedByTimeProgramAndBuild) {
