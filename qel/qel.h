@@ -90,6 +90,7 @@
 #include <qel/platform/random_device.h>
 #include <qel/platform/registry.h>
 #include <qel/platform/service_manager.h>
+#include <qel/platform/shared_folder.h>
 #include <qel/platform/system_error.h>
 #include <qel/plugins/archive_resource_provider.h>
 #include <qel/plugins/directory_resource_provider.h>

@@ -12,6 +12,7 @@ struct JobScheme : qel::PacketScheme {
         Single<qel::int32>("attempt");
         String("kind", kDynamic);
         Item("files", kDynamic);
+        Item("access", kDynamic);
         NextVersion();
     }
 };

@@ -13,7 +13,7 @@ inline constexpr const char* kJobKinds[] = {"hash", "compress"};
 
 /// Server to worker: do this.
 /// Fields: "id" GUID; "attempt" int32, which answers repeat; "kind" text; "files" Item of one String for each
-/// absolute path.
+/// absolute path; "access" a FileAccess, without which no file is used.
 qel::PacketScheme* jobScheme();
 /// Worker to server, at most some ten times a second: how far a job is.
 /// Fields: "id" GUID; "attempt" int32; "done" and "total" uint64, in bytes.

@@ -17,6 +17,7 @@ struct Job {
     qel::GUID id;
     qel::String kind;               ///< what is done with the files; the worker knows the names
     qel::Vector<qel::String> files; ///< absolute paths
+    qel::Item access;               ///< a FileAccess: who asked for the job; without folders
     JobState state = JobState::Waiting;
     int attempts = 0;         ///< how often it was given to a worker
     qel::int64 submitted = 0; ///< UTC date and time; also the order in which jobs are done

@@ -11,7 +11,8 @@ namespace {
 
 /// About how many bytes of memory a job takes.
 size_t sizeOf(const Job& job) {
-    size_t size = sizeof(Job) + job.kind.size() + job.result.getPlainSize() + job.error.size();
+    size_t size = sizeof(Job) + job.kind.size() + job.access.getPlainSize() + job.result.getPlainSize() +
+                  job.error.size();
     for (const qel::String& file : job.files) size += sizeof(file) + file.size();
     return size;
 }
@@ -36,10 +37,11 @@ JobBoard::JobBoard(qel::SmartPointer<JobTable> table, qel::SmartPointer<qel::Sta
     }
 }
 
-qel::GUID JobBoard::submit(const qel::String& kind, qel::Vector<qel::String> files) {
+qel::GUID JobBoard::submit(const qel::String& kind, qel::Vector<qel::String> files, const qel::Item& access) {
     Job job;
     job.kind = kind;
     job.files = std::move(files);
+    job.access = access;
     job.submitted = qel::Object::system()->getUTCDateTimeUnique();
     const size_t bytes = sizeOf(job);
     forgetOldest(m_limits.ended, bytes, 0);

@@ -26,9 +26,9 @@ public:
     JobBoard(qel::SmartPointer<JobTable> table, qel::SmartPointer<qel::Statistics> statistics,
              const Limits& limits);
 
-    /// Adds a job that waits. @return its id; zero when so much waits that there is no room for it, which is
-    /// logged.
-    qel::GUID submit(const qel::String& kind, qel::Vector<qel::String> files);
+    /// Adds a job that waits. @param access  a FileAccess: who asks for the job. @return its id; zero when so
+    /// much waits that there is no room for it, which is logged.
+    qel::GUID submit(const qel::String& kind, qel::Vector<qel::String> files, const qel::Item& access = {});
     /// Forgets a job that waits.
     void forget(const qel::GUID& id);
     /// A job; null if there is none of that id. @owner valid until jobs are forgotten.

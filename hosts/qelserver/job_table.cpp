@@ -26,6 +26,8 @@ public:
         Item("result", kDynamic);
         String("error", kDynamic);
         NextVersion();
+        Item("access", kDynamic);
+        NextVersion();
     }
 };
 
@@ -45,6 +47,7 @@ qel::SmartPointer<qel::Packet> rowOf(const Job& job) {
     row->setInteger("submitted", job.submitted);
     row->setItem("result", job.result);
     row->setString("error", job.error);
+    row->setItem("access", job.access);
     return row;
 }
 
@@ -60,6 +63,7 @@ Job jobOf(const qel::GUID& id, const qel::Packet& row) {
     job.submitted = row.getInteger("submitted");
     job.result = row.getItemCopy("result");
     job.error = row.getString("error");
+    job.access = row.getItemCopy("access"); // empty in rows of version 1: nobody knows who asked for them
     return job;
 }
 

@@ -2,36 +2,39 @@
 
 #include <qel/foundation/log/message_stream.h>
 #include <qel/platform/file_system.h>
+#include <qel/platform/shared_folder.h>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
-#include <fstream>
-#include <sstream>
 
 namespace qelserver {
 
 namespace {
 
-using qel::platform::PeerIdentity;
+using namespace qel::platform;
 
-constexpr std::string_view kBlanks = " \t\r";
+constexpr std::string_view kSpaces = " \t\r";
+constexpr std::string_view kFolder = "folder:";
 constexpr std::uint32_t kWritableByOthers = 022;
+constexpr std::uint32_t kRoot = 0;
+constexpr std::size_t kMostBytes = 1 << 20;
 
 std::string_view trimmed(std::string_view text) {
-    const std::size_t begin = text.find_first_not_of(kBlanks);
+    const std::size_t begin = text.find_first_not_of(kSpaces);
     if (begin == text.npos) return {};
-    return text.substr(begin, text.find_last_not_of(kBlanks) - begin + 1);
+    return text.substr(begin, text.find_last_not_of(kSpaces) - begin + 1);
 }
 
 /// Cuts the first word off @p text.
 std::string_view takeWord(std::string_view& text) {
     text = trimmed(text);
-    const std::string_view word = text.substr(0, text.find_first_of(kBlanks));
+    const std::string_view word = text.substr(0, text.find_first_of(kSpaces));
     text.remove_prefix(word.size());
     return word;
 }
 
-/// Cuts off what stands before the first @p end, and that itself.
+/// Cuts off everything up to the first @p end. @return what was before it.
 std::string_view takeUpTo(std::string_view& text, char end) {
     const std::string_view part = text.substr(0, text.find(end));
     text.remove_prefix(std::min(text.size(), part.size() + 1));
@@ -50,27 +53,44 @@ bool covers(std::string_view granted, std::string_view right) {
     return granted == right;
 }
 
-bool isSafe(const std::string& path) {
-    qel::platform::FileStatus status;
-    return !qel::platform::readStatus(status, path.c_str()) && (status.mode & kWritableByOthers) == 0;
+/// @return why the file can't be trusted; empty if it can.
+std::string distrust(const FileHandle& file) {
+    FileStatus status;
+    FileOwnership ownership;
+    if (readStatus(status, file) || readOwnership(ownership, file)) return "its owner can't be read";
+    if (status.kind != FileKind::File) return "it is not a file";
+    if (ownership.user != qel::platform::userId() && ownership.user != kRoot)
+        return "it belongs to another user than the server's";
+    const bool isOpenToOthers = (ownership.mode & kWritableByOthers) != 0;
+    return isOpenToOthers ? "it may be written by others than its owner" : "";
+}
+
+/// @return why the file can't be read; empty with the whole content in @p text.
+std::string readText(FileHandle& file, std::string& text) {
+    for (std::array<char, 4096> chunk;;) {
+        std::size_t count = 0;
+        if (const FileError error = file.read(chunk.data(), chunk.size(), count)) return error.message();
+        if (count == 0) return {};
+        text.append(chunk.data(), count);
+        if (text.size() > kMostBytes) return "it is larger than 1 MiB";
+    }
 }
 
 } // namespace
 
 std::optional<JsonRpcRights> JsonRpcRights::load(const std::string& path) {
-    std::ifstream file(path);
-    std::stringstream text;
-    if (!file || !(text << file.rdbuf())) {
-        qel::logging::error() << "cant read rights file '" << path << "'";
-        return std::nullopt;
+    FileHandle file;
+    std::string text;
+    const FileError error = openFile(file, path.c_str(), OpenMode::Read);
+    std::string problem = error ? error.message() : distrust(file);
+    if (problem.empty()) problem = readText(file, text);
+    std::optional<JsonRpcRights> rights;
+    if (problem.empty()) rights = parse(text, problem);
+    if (!rights) {
+        qel::logging::error() << "rights file '" << path << "', " << problem;
+    } else if (rights->isEmpty()) {
+        qel::logging::info() << "rights file '" << path << "' grants nothing";
     }
-    if (!isSafe(path)) {
-        qel::logging::error() << "rights file '" << path << "' may be written by others than its owner";
-        return std::nullopt;
-    }
-    std::string problem;
-    std::optional<JsonRpcRights> rights = parse(text.str(), problem);
-    if (!rights) qel::logging::error() << "rights file '" << path << "', " << problem;
     return rights;
 }
 
@@ -88,13 +108,13 @@ std::optional<JsonRpcRights> JsonRpcRights::parse(std::string_view text, std::st
 
 bool JsonRpcRights::parseLine(std::string_view line, std::string& problem) {
     if (line.find(':') == line.npos) {
-        problem = "no ':' behind whom the rights are for";
+        problem = "no ':' after whom the rights are for";
         return false;
     }
     std::string_view whom = takeUpTo(line, ':');
     const std::string_view kind = takeWord(whom);
     const std::string name(trimmed(whom));
-    Grant grant{Who::Everyone, 0, {}};
+    Grant grant{Who::Everyone, 0, {}, {}};
     std::optional<std::uint32_t> id = 0;
     if (kind == "user" && !name.empty()) {
         grant.who = Who::User;
@@ -108,7 +128,7 @@ bool JsonRpcRights::parseLine(std::string_view line, std::string& problem) {
         problem = "rights are for 'user NAME', 'group NAME' or 'everyone'";
         return false;
     }
-    while (!trimmed(line).empty()) grant.rights.emplace_back(takeWord(line));
+    if (!parseRights(line, grant, problem)) return false;
     if (!id) {
         qel::logging::warning() << "rights of unknown " << std::string(kind) << " '" << name
                                 << "' are for nobody";
@@ -116,6 +136,20 @@ bool JsonRpcRights::parseLine(std::string_view line, std::string& problem) {
     }
     grant.id = *id;
     m_grants.push_back(std::move(grant));
+    return true;
+}
+
+bool JsonRpcRights::parseRights(std::string_view text, Grant& grant, std::string& problem) const {
+    for (text = trimmed(text); !text.empty(); text = trimmed(text)) {
+        if (!text.starts_with(kFolder)) {
+            grant.rights.emplace_back(takeWord(text));
+            continue;
+        }
+        grant.folder = trimmed(text.substr(kFolder.size()));
+        if (grant.folder.starts_with('/')) return true;
+        problem = "a folder needs an absolute path";
+        return false;
+    }
     return true;
 }
 
@@ -132,6 +166,11 @@ bool JsonRpcRights::applies(const Grant& grant, const PeerIdentity& peer) {
     return false;
 }
 
+bool JsonRpcRights::isEmpty() const {
+    return std::all_of(m_grants.begin(), m_grants.end(),
+                       [](const Grant& grant) { return grant.rights.empty(); });
+}
+
 bool JsonRpcRights::has(const PeerIdentity& peer, std::string_view right) const {
     if (peer.user == m_ownUser) return true;
     return std::any_of(m_grants.begin(), m_grants.end(), [&](const Grant& grant) {
@@ -145,6 +184,14 @@ bool JsonRpcRights::hasAny(const PeerIdentity& peer) const {
     if (peer.user == m_ownUser) return true;
     return std::any_of(m_grants.begin(), m_grants.end(),
                        [&](const Grant& grant) { return !grant.rights.empty() && applies(grant, peer); });
+}
+
+qel::Vector<qel::String> JsonRpcRights::foldersOf(const PeerIdentity& peer) const {
+    qel::Vector<qel::String> folders;
+    for (const Grant& grant : m_grants) {
+        if (!grant.folder.empty() && applies(grant, peer)) folders.emplace_back(grant.folder);
+    }
+    return folders;
 }
 
 } // namespace qelserver

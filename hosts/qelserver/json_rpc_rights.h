@@ -1,6 +1,8 @@
 // JsonRpcRights: which peers may call what.
 #pragma once
 
+#include <qel/foundation/base/containers.h>
+#include <qel/foundation/base/string.h>
 #include <qel/platform/local_socket.h>
 
 #include <cstdint>
@@ -16,27 +18,31 @@ namespace qelserver {
 ///
 /// A line of the file is one of
 /// @code
-/// user NAME: RIGHT RIGHT ...
-/// group NAME: RIGHT RIGHT ...
-/// everyone: RIGHT RIGHT ...
+/// user NAME: RIGHT RIGHT ... folder:PATH
+/// group NAME: RIGHT RIGHT ... folder:PATH
+/// everyone: RIGHT RIGHT ... folder:PATH
 /// @endcode
-/// NAME may be a number. A RIGHT that ends in "*" stands for all that begin like it. What follows a "#" is a
-/// comment. A call that was registered without a right asks for "rpc:" and its name.
+/// NAME may be a number. A RIGHT that ends in "*" stands for all that begin with what is before it. The PATH
+/// of a folder is absolute and extends to the end of the line; jobs may use what is below it. What follows a
+/// "#" is a comment. A call that was registered without a right asks for "rpc:" and its name.
 class JsonRpcRights {
 public:
-    /// Reads the rights file @p path. Names that the system does not know are logged and grant nothing.
-    /// @return nothing when it can't be read, does not have this form, or others may write to it, which is
-    ///         logged.
+    /// Reads the rights file @p path, which may be empty. Names that the system does not know are logged and
+    /// grant nothing.
+    /// @return nothing if the file can't be read, does not have this form, belongs to another user than the
+    ///         server's own or root, or may be written by others; the reason is logged.
     static std::optional<JsonRpcRights> load(const std::string& path);
-    /// The same from a text. @param problem  what is wrong, with the number of the line.
+    /// The same from a text. @param problem  receives what is wrong, with the number of the line.
     static std::optional<JsonRpcRights> parse(std::string_view text, std::string& problem);
 
-    /// Whether nobody but the server's own user has any rights.
-    bool isEmpty() const { return m_grants.empty(); }
+    /// Whether nobody but the server's own user may call anything.
+    bool isEmpty() const;
     /// Whether @p peer has the right @p right.
     bool has(const qel::platform::PeerIdentity& peer, std::string_view right) const;
-    /// Whether @p peer has any right, so that it makes sense to talk to him.
+    /// Whether @p peer may call anything at all.
     bool hasAny(const qel::platform::PeerIdentity& peer) const;
+    /// The folders below which jobs of @p peer may use files; the server's own user needs none.
+    qel::Vector<qel::String> foldersOf(const qel::platform::PeerIdentity& peer) const;
 
 private:
     enum class Who { User, Group, Everyone };
@@ -44,10 +50,12 @@ private:
         Who who;
         std::uint32_t id;
         std::vector<std::string> rights;
+        std::string folder; // empty for none
     };
 
     static bool applies(const Grant& grant, const qel::platform::PeerIdentity& peer);
     bool parseLine(std::string_view line, std::string& problem);
+    bool parseRights(std::string_view text, Grant& grant, std::string& problem) const;
 
     std::vector<Grant> m_grants;
     std::uint32_t m_ownUser = qel::platform::userId();

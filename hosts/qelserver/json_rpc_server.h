@@ -58,6 +58,8 @@ public:
     /// Serves a connection that somebody else has made.
     void adopt(qel::platform::FileHandle socket, qel::platform::PeerIdentity peer);
 
+    /// The rights of peers.
+    const JsonRpcRights& rights() const { return *m_rights; }
     /// How many peers are connected.
     std::size_t getConnectionCount() const { return m_connections.size(); }
     /// How many messages were taken since the start.

@@ -1,5 +1,6 @@
 #include "server.h"
 
+#include <hosts/jobs/file_access.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/system/core/system.h>
 
@@ -16,13 +17,21 @@ constexpr qel::uint32 kFinalRepliesMs = 500; // for replies that are on their wa
 Server::Server(const Options& options) : m_records(options.data) {
     if (!m_records.good() || !startRpc(options)) return;
     m_jobs = std::make_unique<JobBoard>(m_records.jobs(), m_records.statistics(), JobBoard::Limits());
-    m_workers =
-        std::make_unique<WorkerPool>(*m_jobs, m_records.statistics(), options.worker, options.workers);
+    m_workers = std::make_unique<WorkerPool>(*m_jobs, m_records.statistics(), options.worker, options.workers,
+                                             [this](const Job& job) { return accessOf(job); });
     m_calls = std::make_unique<ServerCalls>(*m_rpc, m_records, *m_jobs, *m_workers);
     registerCallsOfLibrary();
     m_records.beginPass();
     qel::logging::info() << "serving on " << options.socket << " with " << options.workers << " workers, "
                          << m_jobs->waitingCount() << " jobs wait";
+}
+
+/// A job whose folders were granted once uses those that are granted now.
+qel::Item Server::accessOf(const Job& job) const {
+    std::optional<qeljobs::FileAccess> access = qeljobs::FileAccess::fromItem(job.access);
+    if (!access) return {};
+    access->folders = m_rpc->rights().foldersOf(access->user);
+    return access->toItem();
 }
 
 bool Server::startRpc(const Options& options) {

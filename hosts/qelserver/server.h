@@ -33,6 +33,7 @@ public:
     void wait(unsigned ms) { m_rpc->wait(static_cast<int>(ms)); }
 
 private:
+    qel::Item accessOf(const Job& job) const;
     bool startRpc(const Options& options);
     void registerCallsOfLibrary();
 

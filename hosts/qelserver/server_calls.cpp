@@ -1,5 +1,8 @@
 #include "server_calls.h"
 
+#include "json_rpc_connection.h"
+
+#include <hosts/jobs/file_access.h>
 #include <qel/system/core/system.h>
 
 #include <algorithm>
@@ -13,7 +16,8 @@ constexpr qel::int64 kMostLogLines = 10000;
 constexpr qel::int64 kDefaultLogLines = 100;
 constexpr qel::int64 kMostListedJobs = 1000;
 constexpr qel::int64 kDefaultListedJobs = 100;
-constexpr size_t kMostFiles = 100000;
+constexpr size_t kMostFiles = 10000;
+constexpr size_t kLongestKindBytes = 64;
 
 /// An element that JSON shows as an object; @p fields holds keys and values in turn.
 void addTable(qel::Item& out, const qel::Item& fields) {
@@ -41,15 +45,33 @@ qel::int64 readCount(qel::Item::Iterator& args, qel::int64 byDefault, qel::int64
     return std::clamp<qel::int64>(count, 0, most);
 }
 
+/// Reads a text; the name of a table's prefix is none.
+bool readText(qel::Item::Iterator& args, qel::String& text) {
+    return args.getType() == qel::ValueType::String && args.asString(text);
+}
+
+bool isKind(const qel::String& kind) {
+    return !kind.empty() && kind.size() <= kLongestKindBytes;
+}
+
 /// Reads the list of paths: all of them texts, absolute, at least one.
 bool readFiles(qel::Item::Iterator& args, qel::Vector<qel::String>& files) {
     qel::Item list;
     if (!args.asSubItem(list)) return false;
     qel::Item::Iterator it = list.getIterator();
-    for (qel::String file; it.asString(file);) files.push_back(file);
+    for (qel::String file; readText(it, file);) files.push_back(file);
     return !it.hasNextElement() && !files.empty() && files.size() <= kMostFiles &&
            std::all_of(files.begin(), files.end(),
                        [](const qel::String& file) { return file.starts_with('/'); });
+}
+
+/// For whom a call's job uses files: its peer, or the server's own user if the call was made in the process.
+qeljobs::FileAccess accessOf(const qel::RpcContext& call) {
+    qeljobs::FileAccess access;
+    access.user.user = qel::platform::userId();
+    if (const auto* peer = dynamic_cast<const JsonRpcConnection*>(call.getCaller()))
+        access.user = peer->peer();
+    return access;
 }
 
 } // namespace
@@ -64,7 +86,7 @@ ServerCalls::ServerCalls(qel::RpcProvider& provider, Records& records, JobBoard&
     };
     provider.setCategory("Server");
     add("jobs.submit", &ServerCalls::submit, "Have workers do a job.",
-        "(String kind, List files) : String id");
+        "(String kind, List files, Bool overwrite = false) : String id");
     add("jobs.state", &ServerCalls::state, "How far a job is.", "(String id) : Table job");
     add("jobs.list", &ServerCalls::listJobs, "The last jobs.", "(Integer jobs = 100) : List jobs");
     add("workers.list", &ServerCalls::listWorkers, "All workers.", "() : List workers");
@@ -89,8 +111,10 @@ void ServerCalls::answer() {
 void ServerCalls::submit(const qel::RpcContext& call) {
     qel::String kind;
     qel::Vector<qel::String> files;
-    if (!call.args().asString(kind) || !readFiles(call.args(), files)) return call.finish();
-    const qel::GUID id = m_jobs.submit(kind, std::move(files));
+    qeljobs::FileAccess access = accessOf(call);
+    if (!readText(call.args(), kind) || !isKind(kind) || !readFiles(call.args(), files)) return call.finish();
+    call.args().asBool(access.overwrite);
+    const qel::GUID id = m_jobs.submit(kind, std::move(files), access.toItem());
     if (!id) return call.finish();
     call.result().add(id.toString());
     m_unanswered.emplace_back(call, id);

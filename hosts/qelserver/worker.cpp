@@ -38,7 +38,7 @@ bool eventOf(qel::Packet& packet, WorkerEvent& out) {
 
 } // namespace
 
-void Worker::assign(const Job& job) {
+void Worker::assign(const Job& job, const qel::Item& access) {
     qel::SmartPointer<qel::Packet> packet(new qel::Packet(qeljobs::jobScheme(), 0));
     qel::Item files;
     for (const qel::String& file : job.files) files.add(file);
@@ -46,6 +46,7 @@ void Worker::assign(const Job& job) {
     packet->setInteger("attempt", job.attempts);
     packet->setString("kind", job.kind);
     packet->setItem("files", files);
+    packet->setItem("access", access);
     enqueuePacket(packet.get());
 }
 

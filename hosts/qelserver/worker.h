@@ -54,8 +54,8 @@ public:
 
     /// Starts the process, now and whenever it is lost.
     void begin() { start(); }
-    /// Gives the worker a job.
-    void assign(const Job& job);
+    /// Gives the worker a job. @param access  a FileAccess: for whom it uses files, and where.
+    void assign(const Job& job, const qel::Item& access);
     /// What happened since the last call. @threads main thread.
     qel::Vector<WorkerEvent> takeEvents();
 

@@ -14,8 +14,11 @@ Overloaded(Functions...) -> Overloaded<Functions...>;
 } // namespace
 
 WorkerPool::WorkerPool(JobBoard& board, qel::SmartPointer<qel::Statistics> statistics,
-                       const qel::String& program, int count)
-    : m_board(board), m_statistics(std::move(statistics)), m_seats(static_cast<size_t>(count)) {
+                       const qel::String& program, int count, AccessOfJob accessOfJob)
+    : m_board(board),
+      m_accessOfJob(std::move(accessOfJob)),
+      m_statistics(std::move(statistics)),
+      m_seats(static_cast<size_t>(count)) {
     for (Seat& seat : m_seats) {
         seat.worker.reset(new Worker(program));
         seat.worker->begin();
@@ -77,7 +80,7 @@ bool WorkerPool::handOut() {
         if (!job) break;
         seat.job = job->id;
         seat.attempt = job->attempts;
-        seat.worker->assign(*job);
+        seat.worker->assign(*job, m_accessOfJob(*job));
         moved = true;
     }
     return moved;

@@ -4,6 +4,8 @@
 #include "job_board.h"
 #include "worker.h"
 
+#include <functional>
+
 namespace qelserver {
 
 /// Hands the jobs of a board to workers, and those of a lost worker to others. @threads main thread.
@@ -18,9 +20,12 @@ public:
         int attempt = 0;    ///< of that job
     };
 
+    /// Returns for whom a job uses files, and where: a FileAccess with the folders that are granted now.
+    using AccessOfJob = std::function<qel::Item(const Job&)>;
+
     /// Starts @p count workers of @p program. @owner the board must outlive the pool.
     WorkerPool(JobBoard& board, qel::SmartPointer<qel::Statistics> statistics, const qel::String& program,
-               int count);
+               int count, AccessOfJob accessOfJob);
     /// Stops all workers, together. What they were at waits for the next start of the server.
     ~WorkerPool();
     WorkerPool(const WorkerPool&) = delete;
@@ -38,6 +43,7 @@ private:
     bool handOut();
 
     JobBoard& m_board;
+    const AccessOfJob m_accessOfJob;
     qel::SmartPointer<qel::Statistics> m_statistics;
     qel::Vector<Seat> m_seats;
 };

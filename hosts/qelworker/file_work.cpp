@@ -1,7 +1,5 @@
 #include "file_work.h"
 
-#include <qel/files/file.h>
-#include <qel/files/file_stream.h>
 #include <qel/foundation/base/buffer.h>
 #include <qel/foundation/base/compression.h>
 #include <qel/foundation/base/crc32c.h>
@@ -11,6 +9,8 @@ namespace qelworker {
 namespace {
 
 constexpr const char* kEnded = "the worker was told to end";
+constexpr const char* kExtension = ".zst";
+constexpr qel::uint64 kMostCompressedBytes = qel::uint64{2} << 30; // all of it is held in memory
 
 qel::String cannot(const char* action, const qel::String& path) {
     return qel::String("cannot ") + action + " '" + path + "'";
@@ -23,14 +23,11 @@ qel::String asHex(qel::uint32 value) {
 }
 
 /// Adds "hash", the CRC-32C of the content as eight hexadecimal digits.
-qel::String hash(const qel::String& path, const qel::String&, const Advance& advance, qel::Item& fields) {
-    qel::SmartPointer<qel::FileStream> stream(new qel::FileStream(path.c_str(), true));
+qel::String hash(const qel::String& path, JobFile& file, const Advance& advance, qel::Item& fields) {
     qel::uint32 state = ~qel::uint32{0};
-    for (;;) {
-        qel::Buffer piece;
-        const int outcome = stream->read(piece);
-        if (outcome == qel::SystemStream::kFailed) return cannot("read", path);
-        if (outcome == qel::SystemStream::kEnd) break;
+    for (qel::Buffer piece;;) {
+        if (!file.readPiece(piece)) return cannot("read", path);
+        if (piece.empty()) break;
         state = qel::util::crc32c(state, piece.getBytePointer(), piece.getSize());
         if (!advance(piece.getSize())) return kEnded;
     }
@@ -38,30 +35,29 @@ qel::String hash(const qel::String& path, const qel::String&, const Advance& adv
     return {};
 }
 
-/// Writes a file under another name first, so that its own name always stands for a whole one.
-bool writeWhole(const qel::String& path, const qel::String& mark, const qel::Buffer& content) {
-    const qel::String unfinished = path + "." + mark + ".part";
-    const bool isWhole = qel::File::writeFile(unfinished, content.getConstByteSpan()) &&
-                         qel::File::getFileSize(unfinished) == content.getSize();
-    if (isWhole && qel::File::moveFile(unfinished, path)) return true;
-    qel::File::deleteFile(unfinished, true);
-    return false;
+/// Reads the whole file. @return why that is not possible, or empty.
+qel::String readWhole(const qel::String& path, JobFile& file, const Advance& advance, qel::Buffer& content) {
+    if (file.size() > kMostCompressedBytes) return cannot("compress", path) + ": it is too large";
+    content.reserveTotal(static_cast<size_t>(file.size()));
+    for (qel::Buffer piece;;) {
+        if (!file.readPiece(piece)) return cannot("read", path);
+        if (piece.empty()) return {};
+        if (content.getSize() + piece.getSize() > kMostCompressedBytes) return cannot("read", path);
+        content.append(piece);
+        if (!advance(piece.getSize())) return kEnded;
+    }
 }
 
-/// Writes the file beside itself as one zstd frame, with the extension ".zst". Adds "output" and
-/// "compressed", the path and the size of that.
-qel::String compress(const qel::String& path, const qel::String& mark, const Advance& advance,
-                     qel::Item& fields) {
+/// Writes the content beside the file as one zstd frame, with the extension ".zst". Adds "output" and
+/// "compressed", the path and the size of the frame.
+qel::String compress(const qel::String& path, JobFile& file, const Advance& advance, qel::Item& fields) {
     qel::Buffer content;
-    if (!content.loadFromFile(path.c_str(), false, false)) return cannot("read", path);
-    const size_t half = content.getSize() / 2;
-    if (!advance(half)) return kEnded;
+    if (qel::String error = readWhole(path, file, advance, content); !error.empty()) return error;
     qel::Buffer frame;
     if (!qel::util::compress(content.getConstByteSpan(), frame)) return cannot("compress", path);
-    if (!advance(content.getSize() - half)) return kEnded;
-    const qel::String output = path + ".zst";
-    if (!writeWhole(output, mark, frame)) return cannot("write", output);
-    fields.add("output").add(output).add("compressed").add(frame.getSize());
+    if (!advance(0)) return kEnded;
+    if (qel::String error = file.createBeside(kExtension, frame); !error.empty()) return error;
+    fields.add("output").add(path + kExtension).add("compressed").add(frame.getSize());
     return {};
 }
 

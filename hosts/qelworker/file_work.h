@@ -1,6 +1,8 @@
 // What a worker can do with a file.
 #pragma once
 
+#include "job_file.h"
+
 #include <qel/foundation/base/string.h>
 #include <qel/foundation/base/types.h>
 #include <qel/store/core/item.h>
@@ -9,18 +11,17 @@
 
 namespace qelworker {
 
-/// Told of bytes that were worked off. @return false when the work is to end.
+/// Is called with the number of bytes that were processed. @return false if the work must end.
 using Advance = std::function<bool(qel::uint64 bytes)>;
 
 /// Does one thing with one file.
-/// @param path    an existing file.
-/// @param mark    becomes part of the name of what is unfinished; no other job that may run has the same.
+/// @param path    the name of @p file, for results.
 /// @param fields  receives names and values for the result.
-/// @return why it could not be done, or was not to be ended; empty when it was done.
-using FileWork = qel::String (*)(const qel::String& path, const qel::String& mark, const Advance& advance,
+/// @return why it could not be done or had to end; empty if it was done.
+using FileWork = qel::String (*)(const qel::String& path, JobFile& file, const Advance& advance,
                                  qel::Item& fields);
 
-/// The work of a kind of job; null for one that is not known.
+/// The work of a kind of job; null for a kind that does not exist.
 FileWork workOfKind(const qel::String& kind);
 
 } // namespace qelworker

@@ -3,13 +3,11 @@
 #include "file_work.h"
 
 #include <hosts/jobs/job_packets.h>
-#include <qel/files/file.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/packet/std_out_packet_writer.h>
 #include <qel/store/core/item_iterator.h>
 #include <qel/system/core/system.h>
 
-#include <filesystem>
 #include <optional>
 
 namespace qelworker {
@@ -17,15 +15,15 @@ namespace qelworker {
 namespace {
 
 constexpr qel::uint32 kReportPauseMs = 100;
-constexpr size_t kRandomDigits = 48; // from here on the digits of an identifier are random
 
 qel::SmartPointer<qel::Packet> newPacket(const qel::PacketScheme* scheme) {
     return new qel::Packet(scheme, 0);
 }
 
-bool isFile(const qel::String& path) {
-    std::error_code error;
-    return std::filesystem::is_regular_file(path.c_str(), error);
+/// The size of a file that the job may use; 0 for one that it may not.
+qel::uint64 sizeOf(const qel::String& path, const qeljobs::FileAccess& access) {
+    JobFile file;
+    return file.open(path, access).empty() ? file.size() : 0;
 }
 
 } // namespace
@@ -34,7 +32,9 @@ bool isFile(const qel::String& path) {
 class JobRunner::Progress {
 public:
     Progress(const Job& job, const qel::TaskContext& context) : m_job(job), m_context(context) {
-        for (const qel::String& file : job.files) m_total += qel::File::getFileSize(file);
+        if (job.access) {
+            for (const qel::String& file : job.files) m_total += sizeOf(file, *job.access);
+        }
         tell();
     }
 
@@ -68,10 +68,11 @@ void JobRunner::take(qel::Packet& packet) {
         return;
     }
     if (!packet.fit(qeljobs::jobScheme())) return; // logged
-    Job job{packet.get<qel::GUID>("id"), packet.get<qel::int32>("attempt"), packet.getString("kind"), {}};
+    Job job{packet.get<qel::GUID>("id"), packet.get<qel::int32>("attempt"), packet.getString("kind"), {}, {}};
     const qel::Item files = packet.getItem("files");
     qel::Item::Iterator it = files.getIterator();
     for (qel::String file; it.asString(file);) job.files.push_back(file);
+    job.access = qeljobs::FileAccess::fromItem(packet.getItem("access"));
     auto doJob = [job](qel::TaskContext& context) { run(job, context); };
     m_queue.pushTask(new qel::TaskQueue::LambdaTask<decltype(doJob)>(std::move(doJob)), 0);
 }
@@ -96,15 +97,16 @@ qel::String JobRunner::work(const Job& job, Progress& progress, qel::Item& resul
     const FileWork workOnFile = workOfKind(job.kind);
     if (!workOnFile) return "unknown kind of job '" + job.kind + "'";
     if (job.files.empty()) return "a job without files";
-    const qel::String mark = job.id.toString().substr(kRandomDigits);
+    if (!job.access) return "a job of nobody";
     const size_t list = result.openSubItem();
     for (const qel::String& file : job.files) {
-        if (!isFile(file)) return "no such file '" + file + "'";
+        JobFile opened;
+        if (const qel::String problem = opened.open(file, *job.access); !problem.empty()) return problem;
         qel::Item fields;
         fields.add("file").add(file);
         const qel::uint64 before = progress.done();
         const auto advance = [&progress](qel::uint64 bytes) { return progress.advance(bytes); };
-        const qel::String error = workOnFile(file, mark, advance, fields);
+        const qel::String error = workOnFile(file, opened, advance, fields);
         if (!error.empty()) return error;
         fields.add("bytes").add(progress.done() - before);
         result.addPrefix(qel::Item::kTablePrefix).add(fields);

@@ -1,12 +1,15 @@
 // Does the jobs that come as packets, one after the other.
 #pragma once
 
+#include <hosts/jobs/file_access.h>
 #include <qel/foundation/base/containers.h>
 #include <qel/foundation/base/object.h>
 #include <qel/foundation/base/string.h>
 #include <qel/packet/packet.h>
 #include <qel/store/core/guid.h>
 #include <qel/system/tasks/task_queue.h>
+
+#include <optional>
 
 namespace qelworker {
 
@@ -29,6 +32,7 @@ private:
         qel::int32 attempt;
         qel::String kind;
         qel::Vector<qel::String> files;
+        std::optional<qeljobs::FileAccess> access; // nothing if it is not known who asked
     };
     class Progress;
 

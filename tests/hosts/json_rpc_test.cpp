@@ -3,6 +3,7 @@
 #include "../support/scratch_folder.h"
 #include "../support/system_fixture.h"
 
+#include <qel/platform/shared_folder.h>
 #include <qel/rpc/rpc_context.h>
 
 #include <filesystem>
@@ -308,21 +309,78 @@ TEST_F(JsonRpcTest, OnlySoManyPeersAreLetIn) {
     for (std::size_t i = 0; i < peers.size(); ++i) EXPECT_EQ(peers[i].receive(), seen[i]) << i;
 }
 
-TEST(JsonRpcRightsTest, RefusesWhatDoesNotHaveTheFormAndWhatOthersMayWrite) {
+TEST(JsonRpcRightsTest, ALineOfAnotherFormIsRefused) {
     LogCapture log;
     std::string problem;
-    for (const char* text : {"\nuser a b", "\nuser: x", "\nnobody x: y", "\neveryone x: y"}) {
+    for (const char* text : {"\nuser a b", "\nuser: x", "\nnobody x: y", "\neveryone x: y",
+                             "\neveryone: x folder:relative", "\neveryone: folder:"}) {
         EXPECT_FALSE(JsonRpcRights::parse(text, problem)) << text;
         EXPECT_TRUE(problem.starts_with("line 2: ")) << problem;
     }
     EXPECT_TRUE(JsonRpcRights::parse("user no-such-user: *", problem)->isEmpty());
     log.expect(2, "rights of unknown user 'no-such-user' are for nobody");
+}
 
-    const test::ScratchFolder folder;
-    const std::string path = folder.write("rights", "group 5: *");
-    ASSERT_FALSE(platform::setMode(path.c_str(), 0620));
+TEST(JsonRpcRightsTest, FoldersAreGrantedToThoseOfTheirLine) {
+    std::string problem;
+    const auto rights =
+        JsonRpcRights::parse("user 71: x folder:/a b # c\ngroup 88: folder:/c\nuser 72: *\n", problem);
+    ASSERT_TRUE(rights) << problem;
+    const auto foldersOf = [&](uint32 user, std::vector<uint32> groups) {
+        return rights->foldersOf({user, 1, std::move(groups)});
+    };
+    EXPECT_EQ(foldersOf(71, {}), Vector<String>{"/a b"});
+    EXPECT_EQ(foldersOf(71, {88}), (Vector<String>{"/a b", "/c"}));
+    EXPECT_EQ(foldersOf(72, {}), Vector<String>()) << "'*' stands for calls";
+    EXPECT_FALSE(rights->hasAny({73, 88, {}})) << "who may call nothing has no use for a folder";
+}
+
+class RightsFileTest : public testing::Test {
+protected:
+    std::optional<JsonRpcRights> load(const std::string& text, std::uint32_t mode) {
+        EXPECT_FALSE(platform::setMode(folder.write("rights", text).c_str(), mode));
+        return JsonRpcRights::load(path);
+    }
+
+    test::ScratchFolder folder;
+    const std::string path = folder.path("rights");
+    LogCapture log;
+};
+
+TEST_F(RightsFileTest, AnEmptyFileGrantsNothing) {
+    for (const char* text : {"", "# nothing\n"}) {
+        const auto rights = load(text, 0600);
+        ASSERT_TRUE(rights);
+        EXPECT_TRUE(rights->isEmpty());
+        log.expect(1, "rights file '" + path + "' grants nothing");
+    }
+}
+
+TEST_F(RightsFileTest, AFileThatOthersMayWriteIsRefused) {
+    for (const std::uint32_t mode : {0620, 0602}) {
+        EXPECT_FALSE(load("group 5: *", mode));
+        log.expect(3, "rights file '" + path + "', it may be written by others than its owner");
+    }
+    EXPECT_TRUE(load("group 5: *", 0644));
+}
+
+TEST_F(RightsFileTest, AFileOfAnotherUserIsRefused) {
+    if (platform::userId() != 0) GTEST_SKIP() << "only root can give a file away";
+    ASSERT_TRUE(load("group 5: *", 0600));
+    platform::FileHandle file;
+    ASSERT_FALSE(platform::openFile(file, path.c_str(), platform::OpenMode::Read));
+    ASSERT_FALSE(platform::setOwnership(file, 71, 71));
     EXPECT_FALSE(JsonRpcRights::load(path));
-    log.expect(3, "rights file '" + path + "' may be written by others than its owner");
+    log.expect(3, "rights file '" + path + "', it belongs to another user than the server's");
+}
+
+TEST_F(RightsFileTest, WhatIsNoReadableFileIsRefused) {
+    EXPECT_FALSE(JsonRpcRights::load(path));
+    log.expect(3, "rights file '" + path + "', No such file or directory");
+    EXPECT_FALSE(JsonRpcRights::load(folder.path()));
+    log.expect(3, "rights file '" + folder.path() + "', it is not a file");
+    EXPECT_FALSE(load(std::string((1 << 20) + 1, '#'), 0600));
+    log.expect(3, "rights file '" + path + "', it is larger than 1 MiB");
 }
 
 TEST_F(JsonRpcTest, TheNameOfAServerThatIsGoneIsTakenOverAndNoOther) {

@@ -2,6 +2,7 @@
 #include <tests/process/process_fixture.h>
 #include <tests/support/formats_page.h>
 
+#include <hosts/jobs/file_access.h>
 #include <hosts/jobs/job_packets.h>
 #include <qel/files/file.h>
 #include <qel/process/process_packet_writer.h>
@@ -41,6 +42,7 @@ protected:
         packet->set("attempt", attempt);
         packet->setString("kind", kind);
         packet->setItem("files", list);
+        packet->setItem("access", access);
         return packet;
     }
     /// The next packet but reports of progress, which are looked at here.
@@ -74,6 +76,11 @@ protected:
     ScratchFolder folder;
     Pointer worker;
     int64 total = -1;
+    Item access = [] {
+        qeljobs::FileAccess own;
+        own.user.user = platform::userId();
+        return own.toItem();
+    }();
 };
 
 TEST_F(WorkerTest, HashesAndCompressesTheFilesOfAJob) {
@@ -84,7 +91,6 @@ TEST_F(WorkerTest, HashesAndCompressesTheFilesOfAJob) {
                                 empty + R"(","hash":"00000000"}])");
     const std::string content(100'000, 'x');
     const std::string large = folder.write("large", content);
-    folder.makeFolder("large.zst.part"); // another job's
     send(makeJob(2, "compress", {large}));
     const std::string json = result(2, 100'000);
     EXPECT_THAT(json,
@@ -107,7 +113,9 @@ TEST_F(WorkerTest, TellsWhyAJobCannotBeDoneAndGoesOn) {
         {"hash", {}, "a job without files"},
         {"hash", {file, folder.path("missing")}, "no such file '" + folder.path("missing") + "'"},
         {"hash", {"/dev/zero"}, "no such file '/dev/zero'"},
-        {"compress", {folder.write("taken", "x")}, "cannot write '" + folder.path("taken.zst") + "'"},
+        {"compress",
+         {folder.write("taken", "x")},
+         "cannot write '" + folder.path("taken.zst") + "': File exists"},
     };
     for (const auto& [kind, files, error] : cases) {
         send(makeJob(3, kind, files));
@@ -116,8 +124,30 @@ TEST_F(WorkerTest, TellsWhyAJobCannotBeDoneAndGoesOn) {
         EXPECT_EQ(packet->getString("error"), error);
         EXPECT_TRUE(packet->get<GUID>("id") == kId && packet->getInteger("attempt") == 3);
     }
-    EXPECT_FALSE(folder.has("taken.zst.0000000000000000.part"));
     capture.take();
+}
+
+TEST_F(WorkerTest, AJobOfNobodyUsesNoFile) {
+    access = {};
+    send(makeJob(1, "hash", {folder.write("file", "x")}));
+    const SmartPointer<Packet> packet = answer();
+    ASSERT_TRUE(packet);
+    ASSERT_TRUE(packet->fit(qeljobs::failureScheme()));
+    EXPECT_STREQ(packet->getString("error"), "a job of nobody");
+    EXPECT_EQ(total, 0);
+}
+
+TEST_F(WorkerTest, AJobOfAnotherUserIsJudgedByTheWorker) {
+    const std::string file = folder.write("file", "x");
+    qeljobs::FileAccess peer;
+    peer.user.user = platform::userId() + 1;
+    access = peer.toItem();
+    send(makeJob(1, "hash", {file}));
+    const SmartPointer<Packet> packet = answer();
+    ASSERT_TRUE(packet);
+    ASSERT_TRUE(packet->fit(qeljobs::failureScheme()));
+    EXPECT_EQ(packet->getString("error"), "not permitted: '" + file + "'");
+    EXPECT_EQ(total, 0) << "its size is not told either";
 }
 
 TEST_F(WorkerTest, EndsInOrderWhenToldToAndWhenItsInputEnds) {
@@ -144,6 +174,7 @@ TEST_F(WorkerTest, IgnoresWhatIsNoJob) {
 }
 
 TEST_F(WorkerTest, JobPacketsHaveTheseBytes) {
+    access = Item(7).add(8).add(Item(9)).add(false).add(Item("/"));
     EXPECT_EQ(makeJob(2, "hash", {"/a"})->convertToBase16String(),
               "PKTB16[" + test::documentedBytes("job") + "]");
 }

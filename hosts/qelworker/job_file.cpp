@@ -1,0 +1,247 @@
+#include "job_file.h"
+
+#include <qel/platform/random_device.h>
+#include <qel/platform/shared_folder.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <span>
+
+namespace qelworker {
+
+namespace {
+
+using namespace qel::platform;
+using qeljobs::FileUse;
+
+constexpr std::size_t kPieceBytes = 256 * 1024;
+constexpr std::uint32_t kPermissions = 0777; // no output runs as another user
+constexpr std::uint32_t kSticky = 01000;
+
+qel::String because(const char* action, const std::string& path, const FileError& error) {
+    return qel::String("cannot ") + action + " '" + path + "': " + error.message();
+}
+
+qel::String notPermitted(const std::string& path) {
+    return qel::String("not permitted: '") + path + "'";
+}
+
+bool isMissing(const FileError& error) {
+    return error == std::errc::no_such_file_or_directory || error == std::errc::not_a_directory;
+}
+
+bool isBelow(std::string_view path, std::string_view folder) {
+    while (folder.ends_with('/')) folder.remove_suffix(1);
+    return path.size() > folder.size() && path.starts_with(folder) && path[folder.size()] == '/';
+}
+
+/// The longest of the granted folders that @p path is below; empty if there is none.
+std::string grantedFolderOf(const std::string& path, const qeljobs::FileAccess& access) {
+    std::string longest;
+    for (const qel::String& folder : access.folders) {
+        if (folder.size() > longest.size() && isBelow(path, folder)) longest = folder;
+    }
+    return longest;
+}
+
+/// Cuts the first name off @p path, and the separators around it.
+std::string takeName(std::string_view& path) {
+    path.remove_prefix(std::min(path.find_first_not_of('/'), path.size()));
+    const std::string name(path.substr(0, path.find('/')));
+    path.remove_prefix(name.size());
+    path.remove_prefix(std::min(path.find_first_not_of('/'), path.size()));
+    return name;
+}
+
+bool isPlainName(const std::string& name) {
+    return !name.empty() && name != "." && name != "..";
+}
+
+/// A name that nobody can foresee; empty if there is no randomness.
+std::string unfinishedName() {
+    std::array<std::byte, 16> random;
+    if (!fillRandom(random)) return {};
+    std::string name = ".unfinished-";
+    for (const std::byte byte : random) {
+        name += "0123456789abcdef"[std::to_integer<unsigned>(byte) >> 4];
+        name += "0123456789abcdef"[std::to_integer<unsigned>(byte) & 15];
+    }
+    return name;
+}
+
+FileError writeAll(FileHandle& file, const qel::Buffer& content) {
+    for (std::size_t written = 0; written < content.getSize();) {
+        std::size_t count = 0;
+        const FileError error =
+            file.write(content.getBytePointer() + written, content.getSize() - written, count);
+        if (error) return error;
+        if (count == 0) return std::make_error_code(std::errc::io_error);
+        written += count;
+    }
+    return {};
+}
+
+} // namespace
+
+qel::String JobFile::open(const qel::String& path, const qeljobs::FileAccess& access) {
+    m_access = &access;
+    m_path = path;
+    if (access.isOwnUser()) {
+        const std::size_t slash = m_path.rfind('/');
+        if (slash == m_path.npos) return qel::String("no absolute path '") + m_path + "'";
+        if (qel::String error = openFolder(m_path.substr(0, slash + 1)); !error.empty()) return error;
+        return openIn(m_path.substr(slash + 1));
+    }
+    const std::string granted = grantedFolderOf(m_path, access);
+    if (granted.empty()) return notPermitted(m_path);
+    if (qel::String error = openFolder(granted); !error.empty()) return error;
+    std::string_view rest = std::string_view(m_path).substr(granted.size());
+    for (;;) {
+        const std::string name = takeName(rest);
+        if (!isPlainName(name) || !allowsUse(m_folder, FileUse::Search)) return notPermitted(m_path);
+        if (rest.empty()) return openIn(name);
+        if (qel::String error = enter(name); !error.empty()) return error;
+    }
+}
+
+/// The folders that are granted, and those of the server's own user, may be named through links.
+qel::String JobFile::openFolder(const std::string& folderPath) {
+    const FileError error = openBaseFolder(m_folder, folderPath.c_str());
+    if (isMissing(error)) return qel::String("no such file '") + m_path + "'";
+    return error ? because("read", m_path, error) : qel::String();
+}
+
+qel::String JobFile::enter(const std::string& folderName) {
+    FileStatus status;
+    FileHandle next;
+    FileError error = readStatus(status, folderName.c_str(), Links::Keep, m_folder);
+    if (!error && status.kind == FileKind::SymLink) return notPermitted(m_path);
+    if (!error) error = openBaseFolder(next, folderName.c_str(), Links::Keep, m_folder);
+    if (error == std::errc::too_many_symbolic_link_levels) return notPermitted(m_path);
+    if (isMissing(error)) return qel::String("no such file '") + m_path + "'";
+    if (error) return because("read", m_path, error);
+    m_folder = std::move(next);
+    return {};
+}
+
+qel::String JobFile::openIn(const std::string& name) {
+    m_name = name;
+    const Links links = m_access->isOwnUser() ? Links::Follow : Links::Keep;
+    FileStatus status;
+    FileError error = readStatus(status, name.c_str(), links, m_folder);
+    if (!error && status.kind == FileKind::SymLink) return notPermitted(m_path);
+    const bool isFile = !error && status.kind == FileKind::File; // opening a device may have effects
+    if (isFile) error = openFile(m_file, name.c_str(), OpenMode::Read, links, m_folder);
+    if (error == std::errc::too_many_symbolic_link_levels) return notPermitted(m_path);
+    if ((!error && !isFile) || isMissing(error)) return qel::String("no such file '") + m_path + "'";
+    if (!error) error = readStatus(status, m_file);
+    if (error) return because("read", m_path, error);
+    if (status.kind != FileKind::File) return qel::String("no such file '") + m_path + "'";
+    if (!allowsUse(m_file, FileUse::Read)) return notPermitted(m_path);
+    m_size = status.size;
+    return {};
+}
+
+bool JobFile::allowsUse(const FileHandle& file, FileUse use) const {
+    if (m_access->isOwnUser()) return true; // the system has judged
+    FileOwnership ownership;
+    return !readOwnership(ownership, file) && m_access->allows(ownership, use);
+}
+
+bool JobFile::readPiece(qel::Buffer& piece) {
+    piece.resize(kPieceBytes);
+    std::size_t count = 0;
+    const bool isRead = !m_file.read(piece.getBytePointer(), kPieceBytes, count);
+    piece.resize(isRead ? count : 0);
+    return isRead;
+}
+
+qel::String JobFile::createBeside(const char* extension, const qel::Buffer& content) {
+    const std::string output = m_path + extension;
+    if (!allowsUse(m_folder, FileUse::Write)) return notPermitted(output);
+    if (holds(m_name + extension, content)) return {}; // an earlier attempt at the job got so far
+    const std::string unfinished = unfinishedName();
+    if (unfinished.empty()) return qel::String("cannot write '") + output + "': no random numbers";
+    if (const FileError error = writeUnfinished(unfinished, content)) {
+        if (error != std::errc::file_exists) removeFile(unfinished.c_str(), m_folder);
+        return because("write", output, error);
+    }
+    qel::String problem = publish(unfinished, extension);
+    if (!problem.empty()) removeFile(unfinished.c_str(), m_folder);
+    return problem;
+}
+
+FileError JobFile::writeUnfinished(const std::string& name, const qel::Buffer& content) const {
+    FileHandle file;
+    if (const FileError error = createPrivateFile(file, name.c_str(), m_folder)) return error;
+    if (const FileError error = writeAll(file, content)) return error;
+    if (const FileError error = copyPermissions(file)) return error;
+    if (const FileError error = file.sync()) return error;
+    return file.close();
+}
+
+/// Nobody gets more than he has at the source: where its group can't be kept, the group and all others get
+/// what both of them have there.
+FileError JobFile::copyPermissions(const FileHandle& output) const {
+    FileOwnership source;
+    if (const FileError error = readOwnership(source, m_file)) return error;
+    std::uint32_t mode = source.mode & kPermissions;
+    if (source.hasAccessList) mode &= 0700; // its group bits only bound what the list grants
+    const bool isKept = !setOwnership(output, source.user, source.group) || !setGroup(output, source.group);
+    if (!isKept) {
+        const std::uint32_t both = mode & mode >> 3 & 07;
+        mode = (mode & 0700) | both << 3 | both;
+    }
+    return setMode(output, mode);
+}
+
+qel::String JobFile::publish(const std::string& unfinished, const char* extension) {
+    const std::string name = m_name + extension;
+    const std::string output = m_path + extension;
+    FileError error = renameToFreeName(unfinished.c_str(), name.c_str(), m_folder);
+    if (error == std::errc::file_exists && m_access->overwrite) {
+        if (!mayReplace(name)) return notPermitted(output);
+        error = rename(unfinished.c_str(), name.c_str(), m_folder, m_folder);
+    }
+    if (error) return because("write", output, error);
+    syncFolder(m_folder); // where that is not possible, the system does it in its own time
+    return {};
+}
+
+/// Whether the existing file @p name is readable for the user and has exactly this content.
+bool JobFile::holds(const std::string& name, const qel::Buffer& content) const {
+    JobFile existing;
+    existing.m_access = m_access;
+    FileStatus status;
+    if (readStatus(status, name.c_str(), Links::Keep, m_folder) || status.kind != FileKind::File ||
+        status.size != content.getSize() ||
+        openFile(existing.m_file, name.c_str(), OpenMode::Read, Links::Keep, m_folder) ||
+        readStatus(status, existing.m_file) || status.kind != FileKind::File ||
+        !allowsUse(existing.m_file, FileUse::Read)) {
+        return false;
+    }
+    std::size_t compared = 0;
+    qel::Buffer piece;
+    while (existing.readPiece(piece) && !piece.empty()) {
+        if (piece.getSize() > content.getSize() - compared ||
+            std::memcmp(piece.getBytePointer(), content.getBytePointer() + compared, piece.getSize()) != 0) {
+            return false;
+        }
+        compared += piece.getSize();
+    }
+    return compared == content.getSize();
+}
+
+/// Who may write to a folder may replace the files in it; in a sticky one only its owner may.
+bool JobFile::mayReplace(const std::string& name) const {
+    FileStatus status;
+    if (readStatus(status, name.c_str(), Links::Keep, m_folder) || status.kind != FileKind::File)
+        return false;
+    FileOwnership folder;
+    if (m_access->isOwnUser()) return true;
+    return !readOwnership(folder, m_folder) &&
+           ((folder.mode & kSticky) == 0 || folder.user == m_access->user.user);
+}
+
+} // namespace qelworker
