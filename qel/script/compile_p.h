@@ -7,7 +7,8 @@
 
 namespace qelSq::internal {
 
-/// Compiles @p source and pushes the closure. @p sourceName may be null.
+/// Compiles @p source and pushes the closure. A UTF-8 byte order mark at its start is skipped.
+/// @p sourceName may be null.
 /// @errors reported to the compiler's handler, nothing is pushed.
 bool compile(SQVM* vm, std::string_view source, const char* sourceName);
 

@@ -1,6 +1,7 @@
 #include <qel/script/functor.h>
 
-#include <qel/script/stack_guard_p.h>
+#include <qel/script/machine_entry_p.h>
+#include <qel/script/vm.h>
 
 #include <utility>
 
@@ -12,10 +13,12 @@ Functor::Functor(Object receiver, Object closure)
 void Functor::execute() {
     SQVM* vm = Global::squirrelVM;
     if (!vm) return setFail();
-    internal::StackGuard guard(vm);
+    internal::MachineEntry entry(vm);
     m_closure.push(vm);
     m_receiver.push(vm);
-    if (SQ_FAILED(sq_call(vm, 1, SQFalse, SQTrue))) setFail();
+    if (SQ_SUCCEEDED(sq_call(vm, 1, SQFalse, SQTrue))) return;
+    VM::from(vm)->noteFailedScript();
+    setFail();
 }
 
 } // namespace qelSq

@@ -1,7 +1,7 @@
 #include <qel/store/core/guid.h>
 
 #include <qel/script/class_binder.h>
-#include <qel/script/stack_guard_p.h>
+#include <qel/script/machine_entry_p.h>
 
 namespace qel {
 namespace {
@@ -27,7 +27,7 @@ namespace qelSq {
 qel::GUID Object::asGUID() const {
     SQVM* vm = Global::squirrelVM;
     if (!vm || !isGUID()) return {};
-    internal::StackGuard guard(vm);
+    internal::MachineEntry entry(vm);
     push(vm);
     const qel::GUID* guid = NativeClass<qel::GUID>::at(vm, -1);
     return guid ? *guid : qel::GUID();

@@ -2,9 +2,9 @@
 
 #include <qel/foundation/base/buffer.h>
 #include <qel/script/compile_p.h>
+#include <qel/script/machine_entry_p.h>
 #include <qel/script/native_call.h>
 #include <qel/script/object_interfaces.h>
-#include <qel/script/stack_guard_p.h>
 #include <qel/script/vm.h>
 
 namespace qelSq::internal {
@@ -61,7 +61,7 @@ SQInteger suspendCoroutine(SQVM* vm) {
 // Puts @p function in place of the closure @p name of @p holder, with that closure as its free variable.
 void wrap(Object& holder, const char* name, SQFUNCTION function) {
     SQVM* vm = Global::squirrelVM;
-    StackGuard guard(vm);
+    MachineEntry entry(vm);
     holder.rawget(name).push(vm);
     sq_newclosure(vm, function, 1);
     holder.set(name, Object(vm, -1));
@@ -79,12 +79,10 @@ bool loadSource(SQVM* vm, const char* path, qel::Buffer& buffer) {
         sq_throwerror(vm, "cannot open the file");
         return false;
     }
-    std::string_view bytes = buffer.getConstByteSpan().asText();
-    if (bytes.substr(0, 2) == "\xFA\xFA") {
+    if (buffer.getConstByteSpan().asText().starts_with("\xFA\xFA")) {
         sq_throwerror(vm, "bytecode is not loaded from files");
         return false;
     }
-    if (bytes.substr(0, 3) == "\xEF\xBB\xBF") buffer.eraseFront(3);
     return true;
 }
 

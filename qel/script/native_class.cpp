@@ -1,8 +1,8 @@
 #include <qel/script/native_class.h>
 
+#include <qel/script/machine_entry_p.h>
 #include <qel/script/native_call.h>
 #include <qel/script/object_interfaces.h>
-#include <qel/script/stack_guard_p.h>
 
 namespace qelSq {
 
@@ -70,7 +70,7 @@ void AdapterData::initialize(SQVM* vm, SQFUNCTION constructor, SQFUNCTION cloned
 }
 
 void AdapterData::setTypeTag(SQVM* vm, SQUserPointer tag) {
-    internal::StackGuard guard(vm);
+    internal::MachineEntry entry(vm);
     m_class.push(vm);
     sq_settypetag(vm, -1, tag);
 }
@@ -110,7 +110,7 @@ qel::Object* referenceCountedAt(SQVM* vm, SQInteger index) {
     SQUserPointer pointer = nullptr;
     if (SQ_FAILED(sq_getinstanceup(vm, index, &pointer, nullptr)) || !pointer) return nullptr;
     const auto& tags = VMControl::from(vm).referenceCountedTags;
-    StackGuard guard(vm);
+    MachineEntry entry(vm);
     // A class that a script derives from a bound one has no tag of its own.
     sq_getclass(vm, index);
     SQUserPointer tag = nullptr;

@@ -1,8 +1,8 @@
 #include <qel/script/object.h>
 
 #include <qel/foundation/log/message_stream.h>
+#include <qel/script/machine_entry_p.h>
 #include <qel/script/object_interfaces.h>
-#include <qel/script/stack_guard_p.h>
 
 #include <algorithm>
 #include <cstring>
@@ -50,7 +50,7 @@ Object::Object(SQVM* vm, SQInteger index) {
 Object::Object(NewClosureType, qel::ConstByteSpan bytecode) : Object() {
     SQVM* vm = Global::squirrelVM;
     if (!vm) return;
-    internal::StackGuard guard(vm);
+    internal::MachineEntry entry(vm);
     if (SQ_FAILED(sq_readclosure(vm, &readBytes, &bytecode))) {
         qel::logging::warning() << "[SQ] cannot deserialize squirrel bytecode";
         return;
@@ -186,7 +186,7 @@ HSQOBJECT Object::lookUp(const Object& key, SQRESULT (*fetch)(HSQUIRRELVM, SQInt
     sq_resetobject(&found);
     SQVM* vm = Global::squirrelVM;
     if (!vm) return found;
-    internal::StackGuard guard(vm);
+    internal::MachineEntry entry(vm);
     push(vm);
     key.push(vm);
     if (SQ_SUCCEEDED(fetch(vm, -2))) {
@@ -199,7 +199,7 @@ HSQOBJECT Object::lookUp(const Object& key, SQRESULT (*fetch)(HSQUIRRELVM, SQInt
 bool Object::set(const Object& key, const Object& value, bool isStatic) {
     SQVM* vm = Global::squirrelVM;
     if (!vm || !(isTable() || isClass())) return false;
-    internal::StackGuard guard(vm);
+    internal::MachineEntry entry(vm);
     push(vm);
     key.push(vm);
     value.push(vm);
@@ -209,7 +209,7 @@ bool Object::set(const Object& key, const Object& value, bool isStatic) {
 SQInteger Object::getSize() const {
     SQVM* vm = Global::squirrelVM;
     if (!vm) return 0;
-    internal::StackGuard guard(vm);
+    internal::MachineEntry entry(vm);
     push(vm);
     return std::max<SQInteger>(sq_getsize(vm, -1), 0);
 }

@@ -1,7 +1,7 @@
 #include <qel/script/object_interfaces.h>
 
 #include <qel/foundation/log/message_stream.h>
-#include <qel/script/stack_guard_p.h>
+#include <qel/script/machine_entry_p.h>
 
 namespace qelSq {
 
@@ -18,7 +18,7 @@ template <typename Visit>
 void forEachSlot(const Object& container, Visit visit) {
     SQVM* vm = Global::squirrelVM;
     if (!vm) return;
-    internal::StackGuard guard(vm);
+    internal::MachineEntry entry(vm);
     container.push(vm);
     sq_pushnull(vm);
     while (SQ_SUCCEEDED(sq_next(vm, -2))) {
@@ -32,7 +32,7 @@ template <typename Change>
 bool changeArray(const Object& array, Change change) {
     SQVM* vm = Global::squirrelVM;
     if (!vm || !array.isArray()) return false;
-    internal::StackGuard guard(vm);
+    internal::MachineEntry entry(vm);
     array.push(vm);
     return SQ_SUCCEEDED(change(vm));
 }
@@ -98,7 +98,7 @@ bool ArrayInterface::reverse() {
 bool ClosureInterface::getBytecode(qel::Buffer& buffer) const {
     buffer.clear();
     if (SQVM* vm = Global::squirrelVM) {
-        internal::StackGuard guard(vm);
+        internal::MachineEntry entry(vm);
         obj()->push(vm);
         if (SQ_SUCCEEDED(sq_writeclosure(vm, &appendBytes, &buffer))) return true;
     }
@@ -122,7 +122,7 @@ Functor ClosureInterface::getFunctorOnRoot() const {
 Object InstanceInterface::getClass() const {
     SQVM* vm = Global::squirrelVM;
     if (!vm || !obj()->isInstance()) return {};
-    internal::StackGuard guard(vm);
+    internal::MachineEntry entry(vm);
     obj()->push(vm);
     return SQ_SUCCEEDED(sq_getclass(vm, -1)) ? Object(vm, -1) : Object();
 }
@@ -131,7 +131,7 @@ void* InstanceInterface::getNativeVoidPointer() const {
     SQVM* vm = Global::squirrelVM;
     SQUserPointer pointer = nullptr;
     if (!vm || !obj()->isNativeInstance()) return nullptr;
-    internal::StackGuard guard(vm);
+    internal::MachineEntry entry(vm);
     obj()->push(vm);
     sq_getinstanceup(vm, -1, &pointer, nullptr);
     return pointer;

@@ -95,7 +95,11 @@ SQInteger systemWithArray(SQVM* vm) {
     SQBool isErrorLevel = SQFalse;
     if (top == 5) sq_tobool(vm, 5, &isErrorLevel);
     qel::List<String> args{String(TextAccess(vm, 3).view())};
-    for (const Object& value : Object(vm, 4).asArray().getValues()) args.push_back(value.asString());
+    for (const Object& value : Object(vm, 4).asArray().getValues()) {
+        value.push(vm);
+        args.emplace_back(TextAccess(vm, -1).view());
+        sq_poptop(vm);
+    }
     return runProgram(vm, args, TextAccess(vm, 2).c_str(), isErrorLevel ? kErrorLevel : kInfoLevel);
 }
 

@@ -1,7 +1,7 @@
 #include <qel/script/script_library_p.h>
 
+#include <qel/script/machine_entry_p.h>
 #include <qel/script/machine_limits_p.h>
-#include <qel/script/stack_guard_p.h>
 #include <qel/script/vm.h>
 
 #include <sqstdblob.h>
@@ -31,7 +31,7 @@ std.isguid <- function(v) { try { return v.getClassName() == "GUID" } catch (e) 
 )";
 
 void registerLibrary(SQVM* vm, const Object& table, SQRESULT (*registerInto)(HSQUIRRELVM)) {
-    StackGuard guard(vm);
+    MachineEntry entry(vm);
     table.push(vm);
     registerInto(vm);
 }

@@ -2,6 +2,7 @@
 
 #include <qel/foundation/log/message_stream.h>
 #include <qel/script/vm.h>
+#include <qel/script/vm_control.h>
 
 #include <fmt/format.h>
 
@@ -53,6 +54,7 @@ void printError(HSQUIRRELVM, const SQChar* format, ...) {
 
 void reportCompilerError(HSQUIRRELVM vm, const SQChar* description, const SQChar* source, SQInteger line,
                          SQInteger) {
+    if (VMControl::from(vm).isSourceTooDeep) return; // the error is the cut, which compile() reports
     VM::from(vm)->reportCompilerError(description, source, static_cast<qel::int32>(line));
 }
 

@@ -3,10 +3,10 @@
 #include <qel/foundation/log/message_stream.h>
 #include <qel/script/async_queue.h>
 #include <qel/script/compile_p.h>
+#include <qel/script/machine_entry_p.h>
 #include <qel/script/machine_limits_p.h>
 #include <qel/script/script_library_p.h>
 #include <qel/script/script_log_p.h>
-#include <qel/script/stack_guard_p.h>
 #include <qel/script/vm_control.h>
 
 #include <cstring>
@@ -58,7 +58,7 @@ SQVM* VM::getRunningScript() {
 }
 
 void VM::seterrorhandlers(SQVM* vm) {
-    internal::StackGuard guard(vm);
+    internal::MachineEntry entry(vm);
     sq_newclosure(vm, &internal::reportRuntimeError, 0);
     sq_setnativeclosurename(vm, -1, "error handler");
     sq_seterrorhandler(vm);
@@ -72,15 +72,18 @@ void VM::reportCompilerError(const char* description, const char* sourceName, qe
 }
 
 bool VM::compileSource(const char* source, size_t length, const char* sourceName) {
-    internal::StackGuard guard(m_vm);
+    internal::MachineEntry entry(m_vm);
     return internal::compile(m_vm, {source, length}, sourceName);
 }
 
 bool VM::executeBuffer(const char* source, size_t length, const char* sourceName) {
-    internal::StackGuard guard(m_vm);
-    if (!internal::compile(m_vm, {source, length}, sourceName)) return false;
-    sq_pushroottable(m_vm);
-    return SQ_SUCCEEDED(sq_call(m_vm, 1, SQFalse, SQTrue));
+    internal::MachineEntry entry(m_vm);
+    if (internal::compile(m_vm, {source, length}, sourceName)) {
+        sq_pushroottable(m_vm);
+        if (SQ_SUCCEEDED(sq_call(m_vm, 1, SQFalse, SQTrue))) return true;
+    }
+    noteFailedScript();
+    return false;
 }
 
 bool VM::executeString(const char* source, const char* sourceName) {
@@ -88,7 +91,7 @@ bool VM::executeString(const char* source, const char* sourceName) {
 }
 
 Object VM::newClosure(std::string_view source, const char* sourceName) {
-    internal::StackGuard guard(m_vm);
+    internal::MachineEntry entry(m_vm);
     return internal::compile(m_vm, source, sourceName) ? Object(m_vm, -1) : Object();
 }
 
@@ -116,7 +119,7 @@ Object VM::getConstTable() {
 
 Object VM::construct(const char* className) {
     import(className);
-    internal::StackGuard guard(m_vm);
+    internal::MachineEntry entry(m_vm);
     std::string source = std::string("return ") + className + "()";
     if (!internal::compile(m_vm, source, "unknown")) return {};
     sq_pushroottable(m_vm);
@@ -124,7 +127,7 @@ Object VM::construct(const char* className) {
 }
 
 qel::String VM::getLastError() {
-    internal::StackGuard guard(m_vm);
+    internal::MachineEntry entry(m_vm);
     sq_getlasterror(m_vm);
     const SQChar* text = nullptr;
     if (sq_gettype(m_vm, -1) == OT_NULL || SQ_FAILED(sq_tostring(m_vm, -1))) return {};

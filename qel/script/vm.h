@@ -47,9 +47,10 @@ public:
         void pushArgument(const Object& value);
     };
 
-    /// Parentheses, brackets, braces and chained operators or statements that may be open at one place of a
-    /// source; deeper ones are refused, because the compiler calls itself for each.
-    static constexpr int kMaxSourceNesting = 1000;
+    /// Stack that the compiler may use, which calls itself for whatever is nested in a source; deeper sources
+    /// are refused. A level of brackets, operators or statements takes up to 1.2 KB, one of functions or
+    /// classes up to 2 KB, so that 1,000 levels of any kind pass. Callers need that much stack to be left.
+    static constexpr size_t kCompilerStackBytes = 2 << 20;
 
     /// Opens the machine, fills its root tables and runs the prelude.
     VM();
@@ -103,6 +104,8 @@ public:
     /// Whether the last processEvents() started or resumed any thread. While it does, a host should go on
     /// without a pause.
     bool ranThreads() const { return m_ranThreads; }
+    /// Whether the next processEvents() has anything to do: threads or background work.
+    bool hasWork() const { return threadsActive() || !m_backgroundWork.empty(); }
     /// The thread that processEvents() is running now, else null.
     Thread* getCurrentThread() const { return m_currentThread; }
     /// Resumes each thread whose condition holds and starts each new one, once, in the order of creation.
@@ -143,6 +146,11 @@ public:
     static void seterrorhandlers(SQVM* vm);
     /// Remembers and logs an error of the compiler.
     void reportCompilerError(const char* description, const char* sourceName, qel::int32 line);
+    /// How many scripts have failed since the machine was opened: threads, texts, imports, includes and
+    /// functors that did not compile, or that ended by an error that no script caught.
+    qel::uint32 getFailedScriptCount() const { return m_failedScriptCount; }
+    /// Adds one to getFailedScriptCount().
+    void noteFailedScript() { ++m_failedScriptCount; }
 
 private:
     using ThreadList = qel::List<Thread>;
@@ -154,6 +162,7 @@ private:
     void initImport();
     qel::String findImport(const char* name) const;
     bool runThread(Thread& thread);
+    void reportFailedThread(const char* step);
     ThreadList::iterator endThread(ThreadList::iterator thread);
 
     SQVM* m_vm = nullptr;
@@ -168,6 +177,7 @@ private:
     qel::String m_lastCompilerDescription;
     qel::String m_lastCompilerSource;
     qel::int32 m_lastCompilerLine = 0;
+    qel::uint32 m_failedScriptCount = 0;
 };
 
 /// What a library of script classes needs of a VM: its imports.

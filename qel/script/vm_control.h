@@ -49,6 +49,8 @@ struct QEL_API VMControl {
     std::set<SQUserPointer> referenceCountedTags;
     /// Coroutines that have called each other and not returned.
     int coroutineDepth = 0;
+    /// Set by the running or last compilation when its source ended early for want of stack.
+    bool isSourceTooDeep = false;
 
     /// The record that @p vm belongs to.
     static VMControl& from(SQVM* vm) { return *static_cast<VMControl*>(sq_getsharedforeignptr(vm)); }

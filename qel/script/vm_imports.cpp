@@ -82,7 +82,8 @@ void VM::include(const char* path) {
         return;
     }
     Object closure = newClosure(textOf(buffer), path);
-    if (!closure.isNull()) createThread(closure);
+    if (closure.isNull()) return noteFailedScript();
+    createThread(closure);
 }
 
 ImportLibrary VM::getLibrary() {

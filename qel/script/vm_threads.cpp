@@ -1,8 +1,8 @@
 #include <qel/script/vm.h>
 
 #include <qel/foundation/log/message_stream.h>
+#include <qel/platform/c_locale.h>
 #include <qel/script/async_queue.h>
-#include <qel/script/stack_guard_p.h>
 
 #include <bit>
 #include <iterator>
@@ -13,10 +13,6 @@ namespace qelSq {
 namespace {
 
 constexpr SQInteger kThreadStackSize = 1024;
-
-void reportFailure(const char* text) {
-    qel::logging::error() << "[SUPPORT] " << text;
-}
 
 } // namespace
 
@@ -41,6 +37,8 @@ VM::Thread* VM::createThread(const Object& closure) {
 void VM::processEvents() {
     if (m_currentThread) return;
     m_ranThreads = false;
+    if (!hasWork()) return;
+    const qel::platform::CLocaleScope locale; // as in every MachineEntry
     for (auto thread = m_threads.begin(); thread != m_threads.end();) {
         thread = runThread(*thread) ? std::next(thread) : endThread(thread);
     }
@@ -53,17 +51,22 @@ bool VM::runThread(Thread& thread) {
     if (!thread.wakeCondition) {
         m_ranThreads = true;
         if (SQ_FAILED(sq_call(thread.vm, thread.argumentCount, SQFalse, SQTrue))) {
-            reportFailure("squirrel thread failed (call)");
+            reportFailedThread("call");
         }
     } else if (thread.wakeCondition(thread.vm)) {
         thread.wakeCondition = nullptr;
         m_ranThreads = true;
         if (SQ_FAILED(sq_wakeupvm(thread.vm, SQTrue, SQFalse, SQTrue, SQFalse))) {
-            reportFailure("squirrel thread failed (wake)");
+            reportFailedThread("wake");
         }
     }
     m_currentThread = nullptr;
     return static_cast<bool>(thread.wakeCondition);
+}
+
+void VM::reportFailedThread(const char* step) {
+    noteFailedScript();
+    qel::logging::error() << "[SUPPORT] squirrel thread failed (" << step << ")";
 }
 
 VM::ThreadList::iterator VM::endThread(ThreadList::iterator thread) {

@@ -1,12 +1,17 @@
 #include "script_fixture.h"
 
-#include <qel/script/source_nesting_p.h>
+#include <qel/foundation/base/buffer.h>
+
+#include <gmock/gmock.h>
 
 #include <sstream>
+#include <vector>
 
 namespace {
 
+using namespace testing;
 using qel::test::LogCapture;
+using qelSq::Object;
 using qelSq::VM;
 
 std::string repeat(const std::string& text, int count) {
@@ -15,52 +20,111 @@ std::string repeat(const std::string& text, int count) {
     return all;
 }
 
+/// The pieces of a text between the marks "$".
+std::vector<std::string> piecesOf(const std::string& text) {
+    std::vector<std::string> pieces;
+    std::istringstream stream(text);
+    for (std::string piece; std::getline(stream, piece, '$');) pieces.push_back(piece);
+    return pieces;
+}
+
 class ScriptLimits : public qel::test::ScriptFixture {
 protected:
+    bool compiles(const std::string& source) {
+        return vm().compileSource(source.data(), source.size(), "test");
+    }
+
     void expectTooDeep(const std::string& source) {
         LogCapture capture;
-        EXPECT_FALSE(vm().compileSource(source.data(), source.size(), "test"));
-        EXPECT_TRUE(capture.take().at(0).text.ends_with("): source is nested too deep"));
+        EXPECT_FALSE(compiles(source)) << source.substr(0, 40);
+        const auto lines = capture.take();
+        ASSERT_EQ(lines.size(), 1u) << source.substr(0, 40);
+        EXPECT_THAT(lines[0].text, EndsWith("): source is nested too deep")) << source.substr(0, 40);
     }
 };
 
-TEST_F(ScriptLimits, NestingIsBoundedAtTheLimit) {
-    std::string fits = repeat("(", VM::kMaxSourceNesting - 1) + "1" + repeat(")", VM::kMaxSourceNesting - 1);
-    EXPECT_TRUE(run("local x = " + fits));
-    expectTooDeep("local x = (" + fits + ")");
-    expectError("compilestring(\"" + repeat("(", 1 + VM::kMaxSourceNesting) + "\")",
-                "source is nested too deep");
-    EXPECT_EQ(qelSq::internal::findNestingExcess("/*\n*/ @\"\n\" \n ((", 1).line, 4);
-}
+// --- sources -------------------------------------------------------------------------------------------
 
-TEST_F(ScriptLimits, EverythingThatMakesTheCompilerCallItselfCounts) {
-    std::istringstream pieces(
-        "($[${${a=$!$~$- $--$typeof $clone $resume $delete $1?2:$1||$1&&$x=$x<-$x+=$if(1) "
-        "$if(1) {} else $for(;;) $while(0) $foreach(a in b) $do $try $try {} catch(e) "
-        "$switch(1){case 1:$function f() {$function() return $@() $@(a=$class { a = "
-        "$class extends $class { function f() { x = $function() return 1, $!\n$if(1)\n"
-        "$@()\n${ /* ( */$( \"\\\")\" + ");
-    for (std::string piece; std::getline(pieces, piece, '$');) {
-        SCOPED_TRACE(piece);
-        expectTooDeep("local x = " + repeat(piece, 300'000));
+TEST_F(ScriptLimits, AThousandLevelsOfAnyKindCompile) {
+    struct Nest {
+        const char* open;
+        const char* inner;
+        const char* close;
+    };
+    constexpr Nest kNests[] = {
+        {"(", "1", ")"},
+        {"!", "1", ""},
+        {"typeof ", "1", ""},
+        {"@() ", "1", ""},
+        {"function() { return ", "1", "}"},
+        {"class extends ", "{}", " {}"},
+        {"class { function f() { return ", "1", "} }"},
+    };
+    for (const auto& [open, inner, close] : kNests) {
+        const std::string nest = repeat(open, 1000) + inner + repeat(close, 1000);
+        EXPECT_TRUE(compiles("local x = " + nest)) << open;
     }
 }
 
-TEST_F(ScriptLimits, LongHonestSourcesPass) {
-    std::istringstream pieces(
-        "x <- 1$f(!a)$if (a) { b() } else { c() }$while (a) { b() }$do { a() } while (b);"
-        "$try { a() } catch (e) { b() }$function f(a, b = 1) { return a || b }"
-        "$class A extends B { x = 1; function f() { return -1 } }$local l = @(a, b) a ? b : -b"
-        "$switch (a) { case 1: b(); break; default: c() }$t <- { a = function() { return [1, 2] }, b = !d }"
-        "$local s = \"(((\" // (((\n$foreach (i, v in a) { b[i] <- v }$a.b.c(1)(2)[3]++$throw a; yield b"
-        "$x = a + b - c - d$for (local i = 0; i < 3; i++) { x() }$local v = @\"((\"\"((\"$enum E { A, B }"
-        "$base.constructor(1)$if (a) b()\nelse c()");
-    std::vector<std::string> sources = {repeat("x <- -1;", 5'000), "[" + repeat("-1, ", 5'000) + "]",
-                                        "{" + repeat("f = function() {},", 5'000) + "}"};
-    for (std::string piece; std::getline(pieces, piece, '$');) sources.push_back(repeat(piece + "\n", 5'000));
-    for (const std::string& source : sources)
-        EXPECT_FALSE(qelSq::internal::findNestingExcess(source, 20).found) << source.substr(0, 99);
+TEST_F(ScriptLimits, AClosureOfAThousandLevelsRunsIsSerializedAndFreed) {
+    EXPECT_TRUE(run("::deep <- " + repeat("@() ", 1000) + "1"));
+    EXPECT_TRUE(run("local call = deep; while (typeof call == \"function\") call = call()"));
+    qel::Buffer bytecode;
+    EXPECT_TRUE(evaluate("deep").asClosure().getBytecode(bytecode));
+    EXPECT_TRUE(run("delete ::result; delete ::deep; collectgarbage()"));
 }
+
+TEST_F(ScriptLimits, WhateverMakesTheCompilerCallItselfIsBounded) {
+    for (const std::string& expression :
+         piecesOf("($!$~$- $--$typeof $clone $resume $delete $@()$@(a=$@(...) $@() --$class extends $"
+                  "class { function f() { x = $function() { return "))
+        expectTooDeep("local x = " + repeat(expression, 300'000));
+    for (const std::string& statement : piecesOf("function f() {$if (1) $while (1) $for (;;) $do $try $"
+                                                 "if (1) {} else $try {} catch (e) $;{"))
+        expectTooDeep(repeat(statement, 300'000));
+}
+
+TEST_F(ScriptLimits, HostileSourcesOfMegabytesEndInAnError) {
+    for (const std::string& piece :
+         piecesOf("x=[$x={$x={a=$1?2:$1||$1&&$x=$x<-$x+=$switch(1){case 1:$x=class { a = $x=a[$a($a.b($"
+                  "x=1+($x=a = {b = [$a?($rawcall($class A </ a = $foreach (a in b) ")) {
+        LogCapture capture;
+        EXPECT_FALSE(compiles(repeat(piece, 300'000))) << piece;
+        EXPECT_EQ(capture.take().size(), 1u) << piece;
+    }
+}
+
+TEST_F(ScriptLimits, FlatSourcesOfAnyLengthCompile) {
+    for (const std::string& source :
+         {repeat("::a <- 1\n", 1000), "function f(a) {\n" + repeat("if (a) return\n", 999) + "}",
+          "local x = [" + repeat("@(a) a + 1,", 999) + "]", repeat("x <- -1;", 5'000),
+          "local x = {" + repeat("function f() {},", 5'000) + "}"})
+        EXPECT_TRUE(compiles(source)) << source.substr(0, 40);
+    for (const std::string& piece : piecesOf(
+             "if (a) { b() } else { c() }$while (a) { b() }$do { a() } while (b);$throw a$x = a + b - c - d$"
+             "try { a() } catch (e) { b() }$function f(a, b = 1) { return a || b }$a.b.c(1)(2)[3]++$"
+             "class A extends B { x = 1; function f() { return -1 } }$s <- \"(((\" // (((\n$"
+             "switch (a) { case 1: b(); break; default: c() }$foreach (i, v in a) { b[i] <- v }$"
+             "if (a) b()\nelse c()$t <- { a = function() { return [1, 2] }, b = !d }"))
+        EXPECT_TRUE(compiles(repeat(piece + "\n", 5'000))) << piece;
+}
+
+TEST_F(ScriptLimits, TheLineOfTheCutIsReported) {
+    LogCapture capture;
+    EXPECT_FALSE(compiles("local x = 1\n\nlocal y = " + repeat("(", 300'000)));
+    capture.expect(3, "[SQ.COMPILER] test(3): source is nested too deep");
+    EXPECT_EQ(vm().getLastCompilerDescription(), "source is nested too deep");
+    EXPECT_FALSE(compiles("local = 1"));
+    EXPECT_THAT(capture.take().at(0).text, StartsWith("[SQ.COMPILER] test(1): expected "));
+}
+
+TEST_F(ScriptLimits, ATextCompiledByAScriptIsBoundedToo) {
+    vm().getRootTable().set("deep", Object::of(repeat("(", 300'000)));
+    expectError("compilestring(deep)", "source is nested too deep");
+    EXPECT_EQ(text("compilestring(\"return 1.5\")()"), "1.5");
+}
+
+// --- recursion -----------------------------------------------------------------------------------------
 
 TEST_F(ScriptLimits, RecursionThroughNativeCodeEndsWithAnError) {
     for (const char* source : {"function f(n) { [1, 2].sort(function(a, b) { f(n + 1); return 0 }) } f(0)",
@@ -87,6 +151,8 @@ TEST_F(ScriptLimits, RecursionThroughExecutedTextsEndsWithAnError) {
     EXPECT_TRUE(run("nested()"));
     EXPECT_EQ(refused, 1);
 }
+
+// --- sizes ---------------------------------------------------------------------------------------------
 
 TEST_F(ScriptLimits, ImpossibleSizesAreErrors) {
     for (const char* source : {"array(-1)", "array(1 << 40)", "[].resize(1 << 40)", "[].resize(-5)",

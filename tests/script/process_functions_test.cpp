@@ -59,6 +59,21 @@ TEST_F(ScriptPrograms, TheFlagOfTheArrayFormDecidesTheLevelOfErrors) {
     }
 }
 
+TEST_F(ScriptPrograms, ValuesOfAnyTypeReachTheProgramAsTexts) {
+    run("::Named <- class { function _tostring() { return \"named\" } }");
+    const std::string values = "\"-c\", \"printf '<%s>' \\\"$@\\\"; echo\", \"sh\", "
+                               "\"text\", 7, -1.5, true, false, Named(), null";
+    std::vector<std::vector<LogLine>> forms;
+    for (const std::string& call :
+         {"_array(\"/\", \"sh\", [" + values + "])", "(\"/\", \"sh\", " + values + ")"}) {
+        EXPECT_EQ(valueOf("std.system_ext" + call), "0");
+        forms.push_back(output());
+        ASSERT_EQ(forms.back().size(), 1u) << call;
+        EXPECT_THAT(forms.back()[0].text, StartsWith("[PROCESS] <text><7><-1.5><true><false><named><(null"));
+    }
+    EXPECT_EQ(forms[0], forms[1]);
+}
+
 TEST_F(ScriptPrograms, AnAbortedQueueKillsTheProgram) {
     start("::queue <- std.queue(); queue.push(function() {"
           "  ::result <- std.system(\"sh\", \"-c\", \"echo up; read x\") }); queue.wait()");

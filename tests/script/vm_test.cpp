@@ -77,6 +77,48 @@ TEST_F(ScriptVM, LogFunctionsChooseLevelAndAudience) {
     EXPECT_EQ(capture.take(), expected);
 }
 
+// --- failures ------------------------------------------------------------------------------------------
+
+TEST_F(ScriptVM, FailedScriptsAreCountedUnlessTheErrorIsCaught) {
+    folder.write("broken.sq", "local = 1");
+    folder.write("throws.sq", "throw 1");
+    struct Case {
+        const char* source;
+        qel::uint32 failures;
+    };
+    constexpr Case kCases[] = {
+        {"return 1", 0},
+        {"try { throw 1 } catch (e) {}", 0},
+        {"try { (function() { throw 1 }).acall([this]) } catch (e) {}", 0},
+        {"try { compilestring(\"local = 1\") } catch (e) {}", 0},
+        {"std.error(\"[SQ.INTERPRETER] not one\")", 0},
+        {"throw 1", 1},
+        {"local = 1", 1},
+        {"include(folder + \"/broken.sq\")", 1},
+        {"import(\"throws\")", 1},
+    };
+    vm().addImportSearchPath(folder.path());
+    for (const auto& [source, failures] : kCases) {
+        LogCapture capture;
+        const qel::uint32 before = vm().getFailedScriptCount();
+        run(source);
+        EXPECT_EQ(vm().getFailedScriptCount() - before, failures) << source;
+        capture.take();
+    }
+}
+
+TEST_F(ScriptVM, FailedThreadsAndFunctorsAreCounted) {
+    LogCapture capture;
+    start("throw \"at once\"");
+    start("pause(); throw \"later\"");
+    start("pause()");
+    for (int i = 0; i < 3; ++i) pass();
+    EXPECT_EQ(vm().getFailedScriptCount(), 2u);
+    evaluate("function() { throw 1 }").asClosure().getFunctorOnRoot().execute();
+    EXPECT_EQ(vm().getFailedScriptCount(), 3u);
+    capture.take();
+}
+
 // --- imports -------------------------------------------------------------------------------------------
 
 void countImport(qelSq::VM* vm, const char* argument) {
@@ -106,6 +148,15 @@ TEST_F(ScriptVM, AnImportRunsOnceOnTheCallersStackAndAnIncludeAsAThreadEachTime)
     for (const char* error : {"no import found for <missing>", "can't include </no/such.sq>"})
         capture.expect(3, error);
     EXPECT_EQ(capture.take().size(), 2u);
+}
+
+TEST_F(ScriptVM, AByteOrderMarkIsSkippedInEveryFile) {
+    folder.write("marked.sq", "\xEF\xBB\xBF::runs += 1");
+    vm().addImportSearchPath(folder.path());
+    EXPECT_TRUE(run("import(\"marked\"); include(folder + \"/marked.sq\")"));
+    EXPECT_EQ(text("runs"), "1");
+    pass();
+    EXPECT_EQ(text("runs"), "2");
 }
 
 TEST_F(ScriptVM, LoadedFilesAreSourcesOnly) {

@@ -1,0 +1,92 @@
+// Scripts in a host that has set a locale with a decimal comma.
+#include "script_fixture.h"
+
+#include <qel/platform/process_run.h>
+#include <tests/support/environment.h>
+#include <tests/support/scratch_folder.h>
+
+#include <clocale>
+#include <cstdio>
+
+namespace {
+
+using qelSq::Object;
+
+/// Builds a locale with a decimal comma and makes it the process's own until the end of the scope.
+class CommaLocale {
+public:
+    CommaLocale() {
+        folder.write("source",
+                     "LC_NUMERIC\ndecimal_point \",\"\nthousands_sep \".\"\ngrouping 3;3\nEND LC_NUMERIC\n");
+        // It warns about all that the source leaves out.
+        qel::platform::runProcess(
+            {"sh", "-c", "cd \"$0\" && localedef -c -i source -f ANSI_X3.4-1968 ./comma 2>/dev/null",
+             folder.path()},
+            {});
+        isSet = std::setlocale(LC_ALL, "comma") != nullptr;
+    }
+    ~CommaLocale() { std::setlocale(LC_ALL, before.c_str()); }
+
+    const qel::test::ScratchFolder folder;
+    const qel::test::EnvironmentVariable path{"LOCPATH", folder.path().c_str()};
+    const std::string before = std::setlocale(LC_ALL, nullptr);
+    bool isSet = false;
+};
+
+/// 1.5 as the C library formats it.
+std::string formatHere() {
+    char text[16];
+    std::snprintf(text, sizeof(text), "%.1f", 1.5);
+    return text;
+}
+
+class ScriptLocale : public qel::test::ScriptFixture {
+protected:
+    void SetUp() override {
+        if (!locale.isSet) GTEST_SKIP() << "localedef can't build a locale here";
+        ASSERT_EQ(formatHere(), "1,5");
+        ScriptFixture::SetUp();
+    }
+
+    const CommaLocale locale;
+};
+
+TEST_F(ScriptLocale, NumbersAreReadAndFormattedWithAPoint) {
+    EXPECT_EQ(evaluate("1.5 * 2").asFloat(), 3.0);
+    EXPECT_EQ(evaluate("1.5e1").asFloat(), 15.0);
+    EXPECT_EQ(evaluate("\"2.5\".tofloat()").asFloat(), 2.5);
+    EXPECT_EQ(text("0.25"), "0.25");
+    EXPECT_EQ(evaluate("\"\" + 0.25").asString(), "0.25");
+    EXPECT_EQ(evaluate("string.format(\"%.2f\", 1.25)").asString(), "1.25");
+    EXPECT_EQ(evaluate("compilestring(\"return 1.5\")()").asFloat(), 1.5);
+    EXPECT_EQ(evaluate("std.encode_json([1.5])").asString(), "[1.5]");
+    EXPECT_EQ(evaluate("std.decode_json(\"[1.5]\")[0]").asFloat(), 1.5);
+}
+
+TEST_F(ScriptLocale, PrintedNumbersHaveAPoint) {
+    qel::test::LogCapture capture;
+    run("print(1.5 * 3)");
+    capture.expect(1, "4.5");
+}
+
+TEST_F(ScriptLocale, EveryEntryFromNativeCodeSeesTheSameNumbers) {
+    run("::trace <- []; ::pause <- std[\"yield\"]; ::half <- 0.5");
+    start("trace.append(half.tostring()); pause(); trace.append(\"1.5\".tofloat().tostring())");
+    for (int i = 0; i < 2; ++i) pass();
+    evaluate("@() trace.append(half.tostring())").asClosure().getFunctorOnRoot().execute();
+    EXPECT_EQ(evaluate("trace.reduce(@(a, b) a + \" \" + b)").asString(), "0.5 1.5 0.5");
+    const Object computed = evaluate("class { function _get(key) { return ::half.tostring() } }()");
+    EXPECT_EQ(computed.get("any").asString(), "0.5");
+    qel::test::LogCapture capture;
+    run("throw 0.5 + \" failed\"");
+    EXPECT_EQ(vm().getLastError(), "0.5 failed");
+    capture.take();
+}
+
+TEST_F(ScriptLocale, TheHostKeepsItsOwnLocale) {
+    EXPECT_TRUE(run("::x <- 1.5"));
+    pass();
+    EXPECT_EQ(formatHere(), "1,5");
+}
+
+} // namespace
