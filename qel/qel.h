@@ -51,6 +51,7 @@
 #include <qel/foundation/base/unicode.h>
 #include <qel/foundation/base/unmanaged_object.h>
 #include <qel/foundation/base/weak_pointer.h>
+#include <qel/foundation/base/write_whole.h>
 #include <qel/foundation/locale/date_conversion.h>
 #include <qel/foundation/locale/gregorian_date.h>
 #include <qel/foundation/log/log_backend.h>
@@ -91,6 +92,7 @@
 #include <qel/platform/registry.h>
 #include <qel/platform/service_manager.h>
 #include <qel/platform/shared_folder.h>
+#include <qel/platform/stack_position.h>
 #include <qel/platform/system_error.h>
 #include <qel/plugins/archive_resource_provider.h>
 #include <qel/plugins/directory_resource_provider.h>

@@ -6,7 +6,6 @@
 #include <hosts/shared/command_line_answer.h>
 
 #include <chrono>
-#include <cstdio>
 #include <thread>
 
 namespace {
@@ -19,11 +18,11 @@ enum Status { kSuccess = 0, kRefused = 1, kNoAnswer = 3 }; // 2 is for a wrong c
 constexpr std::chrono::milliseconds kLookAgain(100);
 
 void complain(const std::string& text) {
-    std::fprintf(stderr, "qelcall: %s\n", text.c_str());
+    qelhosts::complain("qelcall", text);
 }
 
 void print(const json& result) {
-    std::printf("%s\n", result.dump(2, ' ', false, json::error_handler_t::replace).c_str());
+    qelhosts::print(result.dump(2, ' ', false, json::error_handler_t::replace) + "\n");
 }
 
 /// @return the exit status that @p answer alone asks for; kSuccess when there is a result to look at.
@@ -91,5 +90,5 @@ Status run(const Options& options) {
 int main(int argc, char** argv) {
     const Options options = parseOptions(argc, argv);
     const auto answer = qelhosts::answerCommandLine(options, "qelcall", usage());
-    return answer ? *answer : run(options);
+    return answer ? *answer : qelhosts::statusAfterOutput(run(options), "qelcall");
 }

@@ -1,10 +1,10 @@
 #include "progress_bar.h"
 
+#include <qel/foundation/base/write_whole.h>
 #include <qel/platform/console.h>
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 
 namespace qelcall {
 
@@ -14,6 +14,10 @@ using qel::platform::StandardStream;
 
 constexpr int kLongestBar = 40;
 constexpr int kShortestBar = 4;
+
+void write(const std::string& text) {
+    qel::writeToStandardStream(StandardStream::Error, text);
+}
 
 } // namespace
 
@@ -28,20 +32,19 @@ std::string formatProgress(const std::string& state, double progress, int width)
 
 void ProgressBar::show(const std::string& state, double progress) {
     if (!qel::platform::isTerminal(StandardStream::Error)) {
-        if (state != m_state) std::fprintf(stderr, "%s\n", state.c_str());
+        if (state != m_state) write(state + "\n");
         m_state = state;
         return;
     }
     std::string line = formatProgress(state, progress, qel::platform::terminalWidth(StandardStream::Error));
     if (line == m_shown) return;
     const std::size_t rest = m_shown.size() > line.size() ? m_shown.size() - line.size() : 0;
-    std::fprintf(stderr, "\r%s%s", line.c_str(), std::string(rest, ' ').c_str());
-    std::fflush(stderr);
+    write("\r" + line + std::string(rest, ' '));
     m_shown = std::move(line);
 }
 
 void ProgressBar::end() {
-    if (!m_shown.empty()) std::fputc('\n', stderr);
+    if (!m_shown.empty()) write("\n");
     m_shown.clear();
 }
 

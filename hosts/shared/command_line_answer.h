@@ -2,9 +2,9 @@
 #pragma once
 
 #include <hosts/shared/option_table.h>
+#include <hosts/shared/standard_output.h>
 #include <qel/system/report/version.h>
 
-#include <cstdio>
 #include <optional>
 
 namespace qelhosts {
@@ -18,19 +18,12 @@ inline constexpr int kWrongUsage = 2;
 inline std::optional<int> answerCommandLine(const CommonOptions& options, const char* program,
                                             const char* usage, const char* advice = "") {
     if (!options.problem.empty()) {
-        std::fprintf(stderr, "%s: %s\nTry '%s --help'.%s\n", program, options.problem.c_str(), program,
-                     advice);
+        complain(program, options.problem + "\nTry '" + program + " --help'." + advice);
         return kWrongUsage;
     }
-    if (options.help) {
-        std::fputs(usage, stdout);
-        return 0;
-    }
-    if (options.version) {
-        std::printf("%s\n", qel::Version::getAppTitle(program).c_str());
-        return 0;
-    }
-    return std::nullopt;
+    if (!options.help && !options.version) return std::nullopt;
+    print(options.help ? std::string(usage) : qel::Version::getAppTitle(program) + "\n");
+    return statusAfterOutput(0, program);
 }
 
 } // namespace qelhosts

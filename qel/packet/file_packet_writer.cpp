@@ -1,7 +1,7 @@
 #include <qel/packet/file_packet_writer.h>
 
+#include <qel/foundation/base/write_whole.h>
 #include <qel/foundation/log/message_stream.h>
-#include <qel/packet/write_whole_p.h>
 #include <qel/platform/system_error.h>
 
 namespace qel {
@@ -18,7 +18,7 @@ void FilePacketWriter::write(Packet* packet) {
     std::memcpy(bytes, &size, sizeof size);
     std::memcpy(bytes + sizeof size, packet->rawHeader(), Packet::kHeaderSize);
     packet->copyPayloadTo(bytes + sizeof size + Packet::kHeaderSize);
-    const platform::FileError error = internal::writeWhole(m_file, m_record.getConstByteSpan().asText());
+    const platform::FileError error = writeWhole(m_file, m_record.getConstByteSpan().asText());
     if (!error) return;
     logging::error() << "failed writing packet; " << platform::errorText(error.value());
     close();

@@ -1,10 +1,11 @@
 #include <qel/foundation/log/console_p.h>
 
 #include <qel/foundation/base/mutex.h>
+#include <qel/foundation/base/write_whole.h>
 #include <qel/system/core/system.h>
 
 #include <charconv>
-#include <cstdio>
+#include <string>
 
 namespace qel {
 
@@ -24,10 +25,10 @@ namespace {
 std::atomic<ConsoleWriter> g_consoleWriter = nullptr;
 
 void writeToStandardOutput(const ConsoleLine& line) {
-    std::fwrite(line.time.data(), 1, line.time.size(), stdout);
-    std::fwrite(line.text.data(), 1, line.text.size(), stdout);
-    std::fputc('\n', stdout);
-    std::fflush(stdout);
+    std::string whole(line.time);
+    whole += line.text;
+    whole += '\n';
+    writeToStandardStream(platform::StandardStream::Output, whole); // nobody could be told of an error
 }
 
 } // namespace

@@ -1,14 +1,13 @@
 #include <qel/system/core/system.h>
 
 #include <qel/foundation/base/timed_references.h>
+#include <qel/foundation/base/write_whole.h>
 #include <qel/process/killed_children.h>
 #include <qel/script/vm.h>
 #include <qel/system/tasks/main_pool.h>
 #include <qel/system/tasks/perfmon.h>
 #include <qel/system/tasks/scheduler.h>
 #include <qel/system/tasks/thread_pool.h>
-
-#include <cstdio>
 
 namespace qel {
 
@@ -21,8 +20,8 @@ constexpr uint32 kShortRoundMs = 10;
 
 } // namespace
 
-/// The sections of a pass on one line of time: what ends, and what begins behind it, share a reading of the
-/// clock, and a step that had nothing to do costs none, so that an idle pass stays cheap.
+/// The sections of a pass on one line of time: the end of a section and the beginning of the next share a
+/// reading of the clock, and a step without work costs no reading, so that an idle pass stays cheap.
 class PassClock {
 public:
     PassClock(System& system, int64 now) : m_system(system), m_perfMon(*system.getPerfMon()), m_now(now) {}
@@ -31,7 +30,7 @@ public:
     void end(const char* literal) { m_perfMon.endLiteral(literal, m_now); }
     void readTime() { m_now = m_system.getUTCDateTime(); }
 
-    /// Runs @p step as the section @p literal. @param hasWork  whether it will take any time.
+    /// Runs @p step as the section @p literal. @param hasWork  whether the step will take any time.
     template <typename Step>
     void run(const char* literal, bool hasWork, Step step) {
         begin(literal);
@@ -81,11 +80,13 @@ void System::decideEventFlags(int flags) {
 
 void System::runSteps(PassClock& time) {
     time.run("Tick", signalApplicationTick.isConnected(), [this] { signalApplicationTick(); });
-    time.run("VM", m_vm->threadsActive(), [this] { m_vm->processEvents(); });
+    time.run("VM", m_vm->hasWork(), [this] { m_vm->processEvents(); });
     time.run("Queue", m_mainPool->hasWork(), [this] { m_mainPool->processEvents(); });
     m_threadPool->processEvents();
     internal::collectKilledChildren();
-    time.run("Scheduler", m_scheduler->isDue(), [this] { m_scheduler->tick(); });
+    const bool isDue = m_scheduler->isDue();
+    if (isDue) time.readTime(); // the steps before this one belong to no section
+    time.run("Scheduler", isDue, [this] { m_scheduler->tick(); });
     if (m_backgroundMode) syncUnsaved();
     const bool hasFlushed = flushGUIDDomain();
     if (internal::removeAllTimedReferences() || hasFlushed || m_backgroundMode) time.readTime();
@@ -106,8 +107,7 @@ void System::runSimpleMainLoop() {
         lastRoundEnd = getTime();
     }
     const MutexLock lock(getStdOutMutex());
-    std::fputs("* interrupted\n", stdout);
-    std::fflush(stdout);
+    writeToStandardStream(platform::StandardStream::Output, "* interrupted\n");
 }
 
 } // namespace qel

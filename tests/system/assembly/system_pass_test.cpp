@@ -1,13 +1,18 @@
 #include <tests/support/system_fixture.h>
 
+#include <qel/script/vm.h>
 #include <qel/system/tasks/alarm.h>
 #include <qel/system/tasks/perfmon.h>
 #include <qel/system/tasks/task_queue.h>
+
+#include <gmock/gmock.h>
 
 #include <string>
 
 namespace qel {
 namespace {
+
+using ::testing::HasSubstr;
 
 class SystemPass : public test::SystemFixture {
 protected:
@@ -51,6 +56,24 @@ TEST_F(SystemPass, WhenNothingMovesOneFullPassASecondIsLeft) {
     EXPECT_TRUE(system().getPerfMon()->getReport().contains("Other")) << "measures the host's own time too";
     passAfter(50, System::kEventFullPass | 8);
     EXPECT_EQ(system().getEventFlags(), System::kEventFullPass | 8) << "the host's own bits pass through";
+}
+
+TEST_F(SystemPass, TheReportBooksEachStepsTimeUnderItsOwnName) {
+    const auto work = [this](int64 milliseconds) {
+        return [this, milliseconds] {
+            clock.advanceMs(milliseconds);
+            return false;
+        };
+    };
+    system().signalApplicationTick.connect(work(100));
+    system().getVM()->addBackgroundWork(work(200));
+    passAfter(2048);
+    passAfter(2048);
+    const String report = system().getPerfMon()->getReport();
+    EXPECT_THAT(report, HasSubstr(" 100.0ms Tick\n"));
+    EXPECT_THAT(report, HasSubstr(" 200.0ms VM\n"));
+    EXPECT_THAT(report, HasSubstr(" 0.0ms Queue\n"));
+    EXPECT_THAT(report, HasSubstr(" 0.0ms Scheduler\n"));
 }
 
 TEST_F(SystemPass, ActivityGivesFullPassesForASecondAcrossTheWrap) {
