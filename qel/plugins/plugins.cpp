@@ -12,15 +12,16 @@ namespace qel {
 
 namespace {
 
-// Compiles the script @p file of a plugin, if there is one that can be read.
-// @return whether there is; the closure is null when it doesn't compile.
-bool loadScript(const String& directory, const String& plugin, const char* file, qelSq::Object& closure) {
-    String path = directory + "/" + file;
-    Buffer buffer;
-    if (!File::existsFile(path) || !buffer.loadFromFile(path.c_str(), true, false)) return false;
-    String sourceName = plugin + "/" + file;
-    closure = Object::system()->getVM()->newClosure(buffer.getConstByteSpan().asText(), sourceName.c_str());
-    return true;
+// Reads the script @p file of a plugin. @return false if it does not exist or can't be read.
+bool loadScript(const String& directory, const char* file, Buffer& source) {
+    const String path = directory + "/" + file;
+    return File::existsFile(path) && source.loadFromFile(path.c_str(), true, false);
+}
+
+// Compiles a script of a plugin; null if it does not compile.
+qelSq::Object compileScript(const Buffer& source, const String& plugin, const char* file) {
+    const String name = plugin + "/" + file;
+    return Object::system()->getVM()->newClosure(source.getConstByteSpan().asText(), name.c_str());
 }
 
 Plugins::Hashes readHashes(const Item& list) {
@@ -93,16 +94,17 @@ void Plugins::addPaths(const String& plugin) {
 }
 
 void Plugins::runAutoexec(const String& plugin) {
-    qelSq::Object closure;
-    if (!loadScript(pathOf(plugin), plugin, "autoexec.sq", closure) || closure.isNull()) return;
-    closure.asClosure().getFunctorOnRoot().execute();
+    Buffer source;
+    if (!loadScript(pathOf(plugin), "autoexec.sq", source)) return;
+    qelSq::Object closure = compileScript(source, plugin, "autoexec.sq");
+    closure.asClosure().getFunctorOnRoot().execute(); // a null closure fails and so counts as a failed script
 }
 
 void Plugins::startMain(const String& plugin) {
-    qelSq::Object closure;
-    if (!loadScript(pathOf(plugin), plugin, "main.sq", closure)) return;
+    Buffer source;
+    if (!loadScript(pathOf(plugin), "main.sq", source)) return;
     logging::info() << "[" << plugin << "] starting main";
-    system()->getVM()->createThread(closure);
+    system()->getVM()->createThread(compileScript(source, plugin, "main.sq"));
 }
 
 void Plugins::addListener(const char* name, const qelSq::Object& closure) {
