@@ -9,6 +9,9 @@
 
 namespace qelhost {
 
+/// The exit status when an interrupt cut off a script, as a shell reports a program that Ctrl-C ended.
+inline constexpr int kInterruptedStatus = 130;
+
 /// Holds what belongs to one run. @threads main thread.
 class HostApplication : public qel::Application {
     QEL_CLASS(HostApplication, qel::Application)
@@ -21,9 +24,11 @@ public:
 
     /// A script asks for this exit status; the last one asked for counts.
     void requestExitStatus(int status) { m_requestedStatus = status; }
-    /// The exit status of the run. @param scriptFailed  whether a script did not compile or ended by an
-    /// error.
-    int exitStatus(bool scriptFailed) const { return m_requestedStatus.value_or(scriptFailed ? 1 : 0); }
+    /// The exit status of the run: what a script asked for, else kInterruptedStatus if an interrupt cut off
+    /// a script, else 1 if a script or the start of the plugins failed, else 0.
+    int exitStatus() const;
+    /// The folder of plugins could not be read.
+    void noteFailedStart() { m_startFailed = true; }
 
     /// The application of the running System.
     static HostApplication& instance();
@@ -31,6 +36,7 @@ public:
 private:
     qel::SmartPointer<qel::Plugins> m_plugins;
     std::optional<int> m_requestedStatus;
+    bool m_startFailed = false;
 };
 
 } // namespace qelhost

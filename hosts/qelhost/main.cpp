@@ -8,32 +8,18 @@
 #include "watchdog.h"
 
 #include <hosts/shared/command_line_answer.h>
+#include <qel/files/directory.h>
 #include <qel/foundation/log/log_backend.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/system/core/system.h>
 #include <qel/system/report/report_generator.h>
 #include <qel/system/tasks/perfmon.h>
 
-#include <atomic>
-#include <filesystem>
 #include <string>
-#include <string_view>
 
 namespace {
 
 using namespace qelhost;
-
-std::atomic<bool> g_scriptFailed{false};
-
-/// Listens to the log for what the script machine says of a script that did not compile or ended by an error.
-/// Scripts can't write such a line themselves: theirs begin with "[SQ] ".
-void noteScriptFailure(int, const char* text) {
-    using namespace std::literals;
-    for (const std::string_view start : {"[ERROR] [SQ.COMPILER] "sv, "[ERROR] [SQ.INTERPRETER] "sv,
-                                         "[ERROR] [SUPPORT] squirrel thread failed"sv}) {
-        if (std::string_view(text).starts_with(start)) g_scriptFailed = true;
-    }
-}
 
 void setUp(const Options& options) {
     qel::System& system = *qel::Object::system();
@@ -54,8 +40,10 @@ void startPlugins(const Options& options) {
     if (!options.plugins.empty()) plugins.setPath(options.plugins.c_str());
     const qel::String& path = plugins.getPath();
     qel::Object::system()->setEnv("plugins-directory", path);
-    if (!std::filesystem::is_directory(path.c_str())) {
-        qel::logging::warning() << "no plugins folder '" << path << "'; --plugins names another";
+    qel::Directory folder;
+    if (!folder.open(path)) {
+        qel::logging::error() << "cannot read the plugins folder '" << path << "'; --plugins names another";
+        HostApplication::instance().noteFailedStart();
     }
     addScriptFunctions();
     plugins.executeBootstrapScripts(true);
@@ -73,12 +61,11 @@ void printReport() {
 
 int run(const Options& options, int argc, char** argv) {
     terminal::install();
-    qel::LogBackend::getSignalNewLogMessage().connect(&noteScriptFailure);
     qel::System::initialize([] { return new HostApplication(); });
     qel::System::installInterruptHandler();
     const Watchdog watchdog;
 
-    // The scripts see their own arguments only, behind the program's name.
+    // The scripts see only their own arguments, after the program's name.
     int count = argc - options.firstScriptArgument + 1;
     char** arguments = argv + options.firstScriptArgument - 1;
     *arguments = argv[0];
@@ -89,19 +76,19 @@ int run(const Options& options, int argc, char** argv) {
     runMainLoop(options.stay);
     if (options.report) printReport();
 
-    const int status = HostApplication::instance().exitStatus(g_scriptFailed);
+    const int status = HostApplication::instance().exitStatus();
     qel::Object::system()->clearApplication();
     qel::System::deinitialize();
     terminal::remove();
     qel::LogBackend::unregisterBackend();
-    return status;
+    return qelhosts::statusAfterOutput(status, "qelhost");
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
     const Options options = parseOptions(argc, argv);
-    const auto answer = qelhosts::answerCommandLine(options, "qelhost", usage(),
-                                                    " Options of the scripts stand behind '--'.");
+    const auto answer =
+        qelhosts::answerCommandLine(options, "qelhost", usage(), " Options of the scripts follow '--'.");
     return answer ? *answer : run(options, argc, argv);
 }

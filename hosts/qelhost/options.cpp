@@ -5,24 +5,30 @@
 #include <array>
 #include <filesystem>
 #include <string_view>
+#include <system_error>
 
 namespace qelhost {
 
 namespace {
 
+bool isFolder(const std::string& path) {
+    std::error_code error; // a path below a folder that can't be searched is none
+    return std::filesystem::is_directory(path, error);
+}
+
 bool storePlugins(Options& options, std::string_view value) {
     options.plugins = value;
-    return std::filesystem::is_directory(options.plugins);
+    return isFolder(options.plugins);
 }
 
 bool storeResources(Options& options, std::string_view value) {
     options.resources.emplace_back(value);
-    return std::filesystem::is_directory(options.resources.back());
+    return isFolder(options.resources.back());
 }
 
 bool storeApplicationDirectory(Options& options, std::string_view value) {
     options.applicationDirectory = value;
-    return std::filesystem::is_directory(options.applicationDirectory);
+    return isFolder(options.applicationDirectory);
 }
 
 bool storeLanguage(Options& options, std::string_view value) {
@@ -61,15 +67,16 @@ Runs the scripts of a folder of plugins until all of them have ended.
   --app-dir DIR     keep application data, caches, keys and crash dumps in DIR
   --language CODE   language of texts, as "en" or "de"; default: the user's own
   --report          print the performance report at the end
-  --stay            go on when no script is active, until interrupted
+  --stay            keep running when no script is active, until interrupted
   --version         print the version
   -h, --help        print this
 
-ARGUMENTS, from the first one that is no option or behind "--", are for the scripts.
+ARGUMENTS, from the first one that is not an option or after "--", are for the scripts.
 
-Ctrl-C tells the scripts to come to an end, and ends the program within a second.
-Exit status: what a script asked for; else 0, or 1 when a script did not compile or
-failed; 2 for a wrong option.
+Ctrl-C asks the scripts to end, and ends the program within a second.
+Exit status: what a script asked for; else 130 when Ctrl-C cut off a script; else 1
+when a script did not compile or failed, or when the folder of plugins or standard
+output failed; else 0. 2 for a wrong option.
 )";
 }
 

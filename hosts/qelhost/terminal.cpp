@@ -1,12 +1,12 @@
 #include "terminal.h"
 
+#include <hosts/shared/standard_output.h>
 #include <qel/foundation/base/string.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/platform/console.h>
 #include <qel/system/core/system.h>
 
 #include <chrono>
-#include <cstdio>
 #include <string>
 
 namespace qelhost::terminal {
@@ -27,14 +27,15 @@ struct State {
 
 State g_state;
 
-void write(std::string_view text) {
-    std::fwrite(text.data(), 1, text.size(), stdout);
+/// Erases the line of progress by spaces, which work on every terminal, unlike an escape sequence.
+std::string progressEraser() {
+    if (g_state.progress.empty()) return {};
+    return "\r" + std::string(static_cast<size_t>(g_state.progressColumns), ' ') + "\r";
 }
 
-/// Blanks instead of an escape sequence: they work on every terminal.
-void eraseProgress() {
-    if (g_state.progress.empty()) return;
-    write("\r" + std::string(static_cast<size_t>(g_state.progressColumns), ' ') + "\r");
+/// Writes @p text, which ends with a newline, in place of the line of progress, and that below it.
+void writeAboveProgress(const std::string& text) {
+    qelhosts::print(progressEraser() + text + g_state.progress);
 }
 
 const char* colorOf(int level) {
@@ -43,22 +44,11 @@ const char* colorOf(int level) {
 }
 
 void writeLogLine(const qel::logging::ConsoleLine& line) {
-    eraseProgress();
-    if (g_state.hasColor) {
-        const char* color = colorOf(line.level);
-        write("\x1b[2m");
-        write(line.time);
-        write("\x1b[0m");
-        write(color);
-        write(line.text);
-        write(*color ? "\x1b[0m\n" : "\n");
-    } else {
-        write(line.time);
-        write(line.text);
-        write("\n");
-    }
-    write(g_state.progress);
-    std::fflush(stdout);
+    const std::string time(line.time);
+    const std::string text(line.text);
+    if (!g_state.hasColor) return writeAboveProgress(time + text + "\n");
+    const char* color = colorOf(line.level);
+    writeAboveProgress("\x1b[2m" + time + "\x1b[0m" + color + text + (*color ? "\x1b[0m\n" : "\n"));
 }
 
 } // namespace
@@ -78,11 +68,7 @@ void remove() {
 
 void print(std::string_view text) {
     qel::MutexLock lock(qel::System::getStdOutMutex());
-    eraseProgress();
-    write(text);
-    write("\n");
-    write(g_state.progress);
-    std::fflush(stdout);
+    writeAboveProgress(std::string(text) + "\n");
 }
 
 void showProgress(std::string_view text) {
@@ -91,14 +77,13 @@ void showProgress(std::string_view text) {
     const SteadyClock::time_point now = SteadyClock::now();
     if (!text.empty() && now - g_state.lastProgress < kProgressPause) return;
     g_state.lastProgress = now;
-    eraseProgress();
-    // The last column stays free: a terminal would begin a new line behind it.
+    const std::string eraser = progressEraser();
+    // The last column stays free: a terminal would begin a new line after it.
     const int columns = qel::platform::terminalWidth(qel::platform::StandardStream::Output) - 1;
     const qel::String line(text);
     g_state.progress = line.utf8_ellipsis(columns);
     g_state.progressColumns = columns;
-    write(g_state.progress);
-    std::fflush(stdout);
+    qelhosts::print(eraser + g_state.progress);
 }
 
 } // namespace qelhost::terminal

@@ -1,10 +1,12 @@
 #include "watchdog.h"
 
+#include "host_application.h"
+
+#include <hosts/shared/standard_output.h>
 #include <qel/system/core/system.h>
 
 #include <chrono>
 #include <condition_variable>
-#include <cstdio>
 #include <mutex>
 
 namespace qelhost {
@@ -13,7 +15,6 @@ namespace {
 
 constexpr auto kLookEvery = std::chrono::milliseconds(50);
 constexpr auto kPatience = std::chrono::milliseconds(850);
-constexpr int kInterruptedStatus = 130; // as a shell reports a program that Ctrl-C ended
 
 /// Waits, at most @p time. @return whether the host has come to its end.
 bool waitForEnd(const std::stop_token& end, std::chrono::milliseconds time) {
@@ -28,7 +29,7 @@ void watch(const std::stop_token& end) {
         if (waitForEnd(end, kLookEvery)) return;
     }
     if (waitForEnd(end, kPatience)) return;
-    std::fputs("qelhost: a script does not come to an end; ended by force\n", stderr);
+    qelhosts::complain("qelhost", "a script does not come to an end; ended by force");
     qel::System::forceExitProcess(kInterruptedStatus);
 }
 

@@ -45,7 +45,8 @@ TEST_F(HostTest, HelpAndVersionArePrintedToStandardOutput) {
     EXPECT_THAT(run({"--version"}).out, MatchesRegex(".*qelhost [0-9]+\\.[0-9]+\\.[0-9]+.*\n"));
     const HostRun help = run({"--help"});
     EXPECT_THAT(help.out, AllOf(StartsWith("Usage: qelhost"), HasSubstr("--plugins DIR")));
-    EXPECT_EQ(help, (HostRun{0, help.out, ""}));
+    EXPECT_EQ(help.status, 0);
+    EXPECT_EQ(help.error, "");
 }
 
 TEST_F(HostTest, WrongOptionsAreRefusedWithAHint) {
@@ -56,7 +57,7 @@ TEST_F(HostTest, WrongOptionsAreRefusedWithAHint) {
         {{"--report=yes"}, "option '--report' takes no value"},
     };
     for (const auto& [arguments, problem] : cases) {
-        const std::string hint = "\nTry 'qelhost --help'. Options of the scripts stand behind '--'.\n";
+        const std::string hint = "\nTry 'qelhost --help'. Options of the scripts follow '--'.\n";
         EXPECT_EQ(run(arguments), (HostRun{2, "", "qelhost: " + problem + hint}));
     }
 }
@@ -73,7 +74,7 @@ TEST_F(HostTest, ScriptsSeeOnlyWhatStandsBehindTheOptions) {
 
 // --- exit status ---------------------------------------------------------------------------------------
 
-TEST_F(HostTest, TheStatusTellsHowTheScriptsEndedUnlessTheyAskForOne) {
+TEST_F(HostTest, TheStatusReportsHowTheScriptsEnded) {
     struct Case {
         const char* script;
         int status;
@@ -81,22 +82,73 @@ TEST_F(HostTest, TheStatusTellsHowTheScriptsEndedUnlessTheyAskForOne) {
     };
     const Case cases[] = {
         {"std.sleep(1); std[\"yield\"](); std.info(\"ends\")", 0, "[SQ] ends\n"},
-        {"try { throw \"caught\" } catch (e) {} std.error(\"[SQ.INTERPRETER] not one\")", 0, "not one"},
+        {"try { throw \"caught\" } catch (e) { host.print(e) }", 0, "caught\n"},
+        {"try { (function() { throw \"caught\" }).acall([this]) } catch (e) { host.print(e) }", 0,
+         "caught\n"},
+        {"error(\"[SQ.INTERPRETER] not one\")", 0, "[ERROR] [SQ.INTERPRETER] not one\n"},
         {"throw \"lost\"", 1, "[SQ.INTERPRETER] lost"},
         {"local = = 3", 1, "[ERROR] [SQ.COMPILER] "},
         {"host.set_exit_status(3); host.set_exit_status(7); throw \"lost\"", 7, "lost"},
         {"import(\"qel.System\"); qel.System().exitProcess(5)", 5, ""},
     };
     for (const auto& [script, status, output] : cases) {
-        SCOPED_TRACE(script);
-        folder.write("plugins/a/main.sq", script);
-        const bool ends = status < 5;
-        folder.write("plugins/b/main.sq", ends ? "std[\"yield\"](); host.print(\"b ends\")" : "");
-        const HostRun host = run({"--plugins", "plugins"});
-        EXPECT_EQ(host, (HostRun{status, host.out, ""}));
-        EXPECT_THAT(host.out, AllOf(HasSubstr(output), HasSubstr(ends ? "b ends\n" : "")));
-        std::filesystem::remove_all(folder.path("plugins"));
+        const HostRun host = runPlugin(script);
+        EXPECT_EQ(host.status, status) << script;
+        EXPECT_EQ(host.error, "") << script;
+        EXPECT_THAT(host.out, HasSubstr(output)) << script;
     }
+}
+
+TEST_F(HostTest, AFailedScriptLetsTheOthersEnd) {
+    folder.write("plugins/b/main.sq", "std[\"yield\"](); host.print(\"b ends\")");
+    EXPECT_THAT(runPlugin("throw \"lost\"").out, HasSubstr("b ends\n"));
+}
+
+TEST_F(HostTest, AFolderOfPluginsThatCannotBeReadIsAnError) {
+    // The host's own default, as the build tree has no plugins beside the program.
+    const HostRun host = run({});
+    EXPECT_EQ(host.status, 1);
+    EXPECT_THAT(host.out, HasSubstr("[ERROR] cannot read the plugins folder '"));
+}
+
+// --- standard output -----------------------------------------------------------------------------------
+
+class HostOutput : public HostTest {
+protected:
+    /// Runs qelhost on a plugin that prints many lines, with the redirection @p to of a shell.
+    HostRun runPrinting(const std::string& to) const {
+        folder.write("plugins/a/main.sq", "for (local i = 0; i < 2000; i++) host.print(\"line\")\n"
+                                          "string.write_to_file(\"end\", \"reached\")");
+        return runProgram(folder, {"/bin/sh", "-c", "{ \"$0\" --plugins plugins; echo $? >status; } " + to,
+                                   QELHOST_PROGRAM});
+    }
+    std::string status() const { return folder.read("status"); }
+};
+
+TEST_F(HostOutput, AReaderThatLeavesEndsNoScript) {
+    const HostRun host = runPrinting("| true");
+    EXPECT_EQ(status(), "1\n");
+    EXPECT_EQ(folder.read("end"), "reached");
+    EXPECT_EQ(host.error, "qelhost: cannot write to standard output: Broken pipe\n");
+}
+
+TEST_F(HostOutput, AFullDiskIsReported) {
+    const HostRun host = runPrinting(">/dev/full");
+    EXPECT_EQ(status(), "1\n");
+    EXPECT_EQ(folder.read("end"), "reached");
+    EXPECT_EQ(host.error, "qelhost: cannot write to standard output: No space left on device\n");
+}
+
+TEST_F(HostOutput, AClosedStandardErrorEndsNoScript) {
+    runPrinting("2>&- >/dev/full");
+    EXPECT_EQ(status(), "1\n");
+    EXPECT_EQ(folder.read("end"), "reached");
+}
+
+TEST_F(HostOutput, TheHelpIsCheckedToo) {
+    const HostRun host = runProgram(folder, {"/bin/sh", "-c", "\"$0\" --help >/dev/full", QELHOST_PROGRAM});
+    EXPECT_EQ(host.status, 1);
+    EXPECT_EQ(host.error, "qelhost: cannot write to standard output: No space left on device\n");
 }
 
 // --- catalogue -----------------------------------------------------------------------------------------
@@ -172,6 +224,38 @@ TEST_F(CatalogueTest, NamesOfAnyBytesMakeOneCsvFieldEachAndUnreadableFilesArePas
     for (const auto& [name, field] : names) EXPECT_THAT(csv, HasSubstr("\n" + field + ",0,"));
 }
 
+TEST_F(CatalogueTest, WrongArgumentsAreRefused) {
+    fillTree(1);
+    const std::vector<std::string> plugins{"--plugins", sourceDir() + "/resources/plugins"};
+    const std::pair<std::vector<std::string>, std::string> cases[] = {
+        {{"tree", "surplus"}, "the catalogue takes [--out DIR] [FOLDER], not 'surplus'"},
+        {{"--", "--frobnicate"}, "the catalogue takes [--out DIR] [FOLDER], not '--frobnicate'"},
+        {{"missing"}, "there is no folder 'missing'"},
+        {{"tree/file-0.txt"}, "cannot read the folder 'tree/file-0.txt'"},
+    };
+    for (const auto& [arguments, problem] : cases) {
+        std::vector<std::string> all = plugins;
+        all.insert(all.end(), arguments.begin(), arguments.end());
+        const HostRun host = run(all);
+        EXPECT_EQ(host.status, 2) << problem;
+        EXPECT_THAT(host.out, HasSubstr("[ERROR] [SQ] " + problem + "\n"));
+    }
+}
+
+TEST_F(CatalogueTest, AFolderThatCannotBeReadIsRefused) {
+    fillTree(1);
+    const Path tree = folder.path("tree");
+    std::filesystem::permissions(tree, std::filesystem::perms::none);
+    std::error_code error;
+    const bool isRefused =
+        std::filesystem::directory_iterator(tree, error) == std::filesystem::directory_iterator();
+    const HostRun host = runCatalogue();
+    std::filesystem::permissions(tree, std::filesystem::perms::owner_all);
+    if (!isRefused) GTEST_SKIP() << "this user may read every folder";
+    EXPECT_EQ(host.status, 2);
+    EXPECT_THAT(host.out, HasSubstr("cannot read the folder 'tree'"));
+}
+
 // --- interrupt -----------------------------------------------------------------------------------------
 
 TEST_F(CatalogueTest, AnInterruptLeavesWholeLinesAndAnHonestSummary) {
@@ -189,11 +273,21 @@ TEST_F(CatalogueTest, AnInterruptLeavesWholeLinesAndAnHonestSummary) {
     EXPECT_THAT(summary(), HasSubstr("INCOMPLETE"));
 }
 
-TEST_F(HostTest, AnInterruptEndsAStayAndByForceAScriptThatNeverYields) {
+TEST_F(HostTest, AnInterruptEndsAStayInOrder) {
     EXPECT_EQ(runPlugin(sendsSignal("TERM"), {"--stay"}).status, 0);
+}
+
+TEST_F(HostTest, AnInterruptThatCutsOffAScriptShowsInTheStatus) {
+    EXPECT_EQ(runPlugin(sendsSignal("INT") + "std.sleep(1000000)").status, 130);
+    EXPECT_EQ(runPlugin(sendsSignal("INT") + "std.sleep(1); host.print(\"ended\")").status, 0)
+        << "it came to its end";
+    EXPECT_EQ(runPlugin("host.set_exit_status(9);" + sendsSignal("INT") + "std.sleep(1000000)").status, 9);
+}
+
+TEST_F(HostTest, AnInterruptEndsAScriptThatNeverYieldsByForce) {
     const HostRun host = runPlugin(sendsSignal("INT") + "while (true) {}");
     EXPECT_EQ(host.status, 130);
-    EXPECT_THAT(host.error, HasSubstr("ended by force"));
+    EXPECT_EQ(host.error, "qelhost: a script does not come to an end; ended by force\n");
 }
 
 } // namespace
