@@ -16,6 +16,9 @@ namespace {
 constexpr uint32 kRoundMs = 10;
 constexpr uint32 kRestartPauseMs = 2000;
 constexpr uint32 kTimeToEndMs = 500;
+constexpr size_t kMaxPacketBytesPerRound = size_t{2} << 20;
+/// A worker that has ended leaves at most a long line and two full pipes.
+constexpr size_t kMaxLastPacketBytes = Process::kMaxLineBytes + kMaxPacketBytesPerRound;
 
 bool isThere(const String& path) {
     platform::FileStatus status;
@@ -57,7 +60,7 @@ void AsyncSupervisor::tick() {
     if (m_restartRequested.exchange(false)) m_process->terminate(true);
     const bool isRunning = m_process->tick();
     if (m_terminating) return;
-    receivePackets();
+    receivePackets(isRunning);
     if (isRunning) {
         sendPackets();
     } else {
@@ -91,11 +94,14 @@ void AsyncSupervisor::dropPackets() {
     m_outgoing.clear();
 }
 
-void AsyncSupervisor::receivePackets() {
+void AsyncSupervisor::receivePackets(bool isRunning) {
+    if (!m_process->hasOutput()) return; // the usual case; every read would ask the system again
     ProcessPacketReader& reader = *m_process->getPacketReader();
-    while (!m_terminating) {
+    const size_t limit = isRunning ? kMaxPacketBytesPerRound : kMaxLastPacketBytes;
+    for (size_t bytes = 0; bytes < limit && !m_terminating && !(isRunning && m_isReadingPaused);) {
         const SmartPointer<Packet> packet = reader.read();
         if (!packet) return;
+        bytes += Packet::kHeaderSize + packet->getPayloadSize();
         onPacket(packet.get());
     }
 }

@@ -21,8 +21,9 @@ namespace qel {
 /// Runs a worker program, starts it again 2 s after it was last seen alive when it has quit, hands its
 /// packets to a subclass and carries packets to it. All of that happens in a loop on a queue of its own.
 ///
-/// A subclass says what is to be done with packets, and calls start() and terminate(). It must have called
-/// terminate() when it dies, at the latest in its own destructor, since the loop calls its operations.
+/// A subclass handles the packets and calls start() and terminate(). It must call terminate() in its own
+/// destructor at the latest, since the loop calls its operations. A subclass that keeps what it is sent for
+/// somebody else calls pauseReading() when that has become too much.
 /// Needs System.
 class QEL_API AsyncSupervisor : public Object {
     QEL_CLASS(AsyncSupervisor, Object)
@@ -56,16 +57,22 @@ protected:
     /// start() does nothing from now on.
     /// @threads any thread but the loop's.
     void terminate();
-    /// One round: starts a worker where none runs, takes its packets, sends what was enqueued, notes its end.
+    /// One round: starts a worker if none runs, takes its packets, sends what was enqueued, notes its end.
+    /// A round ends after 2 MiB of packets, so that a worker that never stops sending does not stop the rest.
     /// For subclasses that drive the rounds themselves instead of by start().
     void tick();
+    /// Stops or resumes taking the output of the worker. While it is stopped the pipes fill up, and the
+    /// worker blocks as soon as it writes more. What a worker that has ended left behind is taken in any
+    /// case.
+    /// @threads any thread; onPacket() may call it too, which then ends the round.
+    void pauseReading(bool isPaused) { m_isReadingPaused = isPaused; }
     /// Sends @p packet in the next round. What is enqueued while no worker runs is dropped when the next one
     /// is started.
     /// @owner keeps a reference until it is sent. @threads any thread.
     void enqueuePacket(Packet* packet);
 
-    /// Lets the next round kill the worker; it then counts as one that has quit. For subclasses that find a
-    /// worker hanging. @threads any thread.
+    /// Makes the next round kill the worker, which then counts as one that has quit. For subclasses that
+    /// notice that a worker hangs. @threads any thread.
     void restartWorker() { m_restartRequested = true; }
     /// The worker; null while there is none. @threads the loop's.
     Process* getProcess() const { return m_process.get(); }
@@ -79,7 +86,7 @@ private:
     void runLoop();
     bool startWorker();
     void dropPackets();
-    void receivePackets();
+    void receivePackets(bool isRunning);
     void sendPackets();
     void loseWorker();
     void askWorker();
@@ -92,6 +99,7 @@ private:
     std::optional<uint32> m_lastAlive; // also the last attempt to start
     std::atomic<bool> m_terminating{false};
     std::atomic<bool> m_restartRequested{false};
+    std::atomic<bool> m_isReadingPaused{false};
     Mutex m_mutex;
     Vector<SmartPointer<Packet>> m_outgoing QEL_GUARDED_BY(m_mutex);
 };

@@ -3,6 +3,7 @@
 #include <qel/foundation/base/containers.h>
 #include <qel/foundation/base/mutex.h>
 #include <qel/platform/child_process.h>
+#include <qel/process/process_wait_p.h>
 
 #include <algorithm>
 #include <atomic>
@@ -15,7 +16,7 @@ Mutex g_mutex;
 Vector<int64> g_killed QEL_GUARDED_BY(g_mutex);
 std::atomic<bool> g_hasKilled{false};
 
-// A child that others collected is gone too.
+// A child that others have collected is gone too.
 bool isGone(int64 id) {
     bool ended = false;
     int exitCode = 0;
@@ -35,6 +36,20 @@ void collectKilledChildren() {
     const MutexLock lock(g_mutex);
     std::erase_if(g_killed, &isGone);
     g_hasKilled.store(!g_killed.empty(), std::memory_order_relaxed);
+}
+
+void awaitKilledChildren(int timeoutMs) {
+    if (!g_hasKilled.load(std::memory_order_relaxed)) return;
+    std::vector<platform::ProcessHandle> handles;
+    {
+        const MutexLock lock(g_mutex);
+        for (const int64 id : g_killed) {
+            platform::ProcessHandle handle;
+            if (!handle.open(id)) handles.push_back(std::move(handle));
+        }
+    }
+    waitForAll(handles, timeoutMs);
+    collectKilledChildren();
 }
 
 } // namespace qel::internal

@@ -6,13 +6,20 @@
 
 namespace qel::internal {
 
-/// Remembers a child that has been killed, to take it off the process table when it has ended.
+/// Remembers a child that has been killed, so that it is taken off the process table once it has ended.
 /// @threads any thread.
 QEL_API void addKilledChild(int64 id);
 
-/// Takes those off the process table that have ended by now. Every operation of Process that looks at its
-/// child does it, and every pass of System; it costs next to nothing when there are none.
+/// Takes the remembered children that have ended off the process table. Every operation of Process that
+/// looks at its child calls this, and so does every pass of System; it costs next to nothing while no killed
+/// child is remembered.
 /// @threads any thread.
 QEL_API void collectKilledChildren();
+
+/// Waits until all remembered children have ended, and takes them off the process table. System calls this
+/// when it is deinitialized, since no pass follows.
+/// @param timeoutMs  the longest wait: a child that the kernel holds up ends late even when killed.
+/// @threads any thread.
+QEL_API void awaitKilledChildren(int timeoutMs);
 
 } // namespace qel::internal

@@ -43,8 +43,10 @@ FileError killChild(int64 id, bool wait) {
     FileError error = platform::collectChild(id, ended, exitCode);
     if (error || ended) return error;
     error = platform::killProcess(id);
+    const bool isCollectedLater = Object::system() != nullptr; // by a pass, or by the end of System
     std::vector<platform::ProcessHandle> handles(1);
-    if (wait && !handles.front().open(id)) internal::waitForAll(handles, kKillTimeoutMs);
+    if ((wait || !isCollectedLater) && !handles.front().open(id))
+        internal::waitForAll(handles, kKillTimeoutMs);
     internal::addKilledChild(id);
     internal::collectKilledChildren();
     return error;
@@ -243,6 +245,10 @@ bool Process::readLineInternal(Output which, String& line) {
 
 size_t Process::waitingBytes(Output which) const {
     return m_state->outputOf(which).lines.size();
+}
+
+bool Process::hasOutput() const {
+    return waitingBytes(Output::Stdout) + waitingBytes(Output::Stderr) != 0;
 }
 
 void Process::closeStdin() {

@@ -42,7 +42,8 @@ class ProcessPacketWriter;
 /// @endcode
 ///
 /// The destructor kills a child that still runs. No ended child stays in the process table: one that is
-/// killed without waiting is collected by the next operation of any Process or the next pass of System.
+/// killed without waiting is collected by the next operation of any Process, the next pass of System or
+/// System::deinitialize(). Without System every kill waits for the end of the child.
 /// @threads one thread at a time; different objects on different threads at once.
 class QEL_API Process : public Object {
     QEL_CLASS(Process, Object)
@@ -164,13 +165,16 @@ protected:
     void setError(int64 code);
 
 private:
+    friend class AsyncSupervisor;
     friend class ProcessPacketReader;
     struct State;
 
     bool startChild(const String& path, const List<String>& args, const char* workingDirectory);
     void closeStreams();
-    /// How many bytes of @p output have been read and wait to be taken.
+    /// Returns how many bytes of @p output have been read and wait to be taken.
     size_t waitingBytes(Output output) const;
+    /// Whether bytes of either output wait to be taken, as of the last time that the streams were moved.
+    bool hasOutput() const;
     bool collect();
     void loseExitStatus(int64 code);
 

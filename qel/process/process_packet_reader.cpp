@@ -16,8 +16,8 @@ constexpr size_t kMaxNewBytesPerCall = size_t{2} << 20;
 
 constexpr uint32 kLinesBeforeTrimming = 257;
 constexpr size_t kKeptLines = 256;
-/// Lines as long as a child may send them are not kept by the hundred.
-constexpr size_t kMaxKeptBytes = Process::kMaxLineBytes;
+/// Lines as long as a child may send them are not kept by the hundred. 256 lines of 64 KiB fit.
+constexpr size_t kMaxKeptBytes = size_t{16} << 20;
 constexpr uint32 kTooManyLines = 10'000;
 
 constexpr int kVerboseLevel = 0;

@@ -22,10 +22,10 @@ namespace qel {
 /// The level follows from what a line holds: "[ERROR]" or "[WARN]" gives error, "[VERBOSE]" verbose, all
 /// others info; everything from standard error gives error.
 ///
-/// With a trimmed log, of a child that floods it the first 257 lines are logged at once and the last 256 when
-/// the reader dies, with a count of what was left out between them.
+/// With a trimmed log, the first 257 lines of a child are logged at once, and the last 256 when the reader is
+/// destroyed, with a count of the lines left out between them. Of the last lines at most 16 MiB are kept.
 ///
-/// Made by Process::getPacketReader(). @threads that of its Process.
+/// Created by Process::getPacketReader(). @threads that of its Process.
 class QEL_API ProcessPacketReader : public PacketReader {
     QEL_CLASS(ProcessPacketReader, PacketReader)
 

@@ -106,6 +106,58 @@ TEST_F(Supervision, AWorkerThatHeedsTerminateEndsByItselfAndNoOtherIsStarted) {
     supervisor.terminate();
     EXPECT_EQ(supervisor.started, 1);
     EXPECT_EQ(supervisor.quit, 0);
+    Clock::install(&clock);
+}
+
+// --- workers that send too much --------------------------------------------------------------------------
+
+/// Holds a few packets at most and is not read beyond that.
+class Holder : public Supervisor {
+public:
+    static constexpr int kMost = 10;
+
+    using AsyncSupervisor::pauseReading;
+    using Supervisor::Supervisor;
+
+    void take() {
+        held = 0;
+        pauseReading(false);
+    }
+
+    int held = 0;
+    int total = 0;
+
+private:
+    void onPacket(Packet*) override {
+        ++total;
+        if (++held == kMost) pauseReading(true);
+    }
+};
+
+TEST_F(Supervision, NoMorePacketsComeThanTheOwnerHasRoomForAndNoneIsLost) {
+    constexpr int kSent = 2000; // some 12 MB
+    Holder supervisor("/bin/sh");
+    supervisor.m_arguments = {"sh", "-c", "read p; yes \"$p\" | head -n 2000; read end"};
+    roundsUntil(supervisor, [&] {
+        EXPECT_LE(supervisor.held, Holder::kMost);
+        if (supervisor.held == Holder::kMost) supervisor.take();
+        return supervisor.total == kSent;
+    });
+}
+
+TEST_F(Supervision, WhatAPausedWorkerLeftBehindIsDelivered) {
+    Holder supervisor("/bin/sh");
+    supervisor.m_arguments = {"sh", "-c", "read p; echo $p; echo $p; kill -9 $$"};
+    supervisor.pauseReading(true);
+    roundsUntil(supervisor, [&] { return supervisor.quit == 1; });
+    EXPECT_EQ(supervisor.total, 2);
+    capture.expect(2, kQuit);
+}
+
+TEST_F(Supervision, AWorkerThatNeverStopsSendingDoesNotHoldARoundUp) {
+    Supervisor supervisor("/bin/sh");
+    supervisor.m_arguments = {"sh", "-c", "read p; yes \"$p\""};
+    roundsUntil(supervisor, [&] { return supervisor.received().size() > 1000; });
 }
 
 } // namespace

@@ -113,6 +113,23 @@ TEST_F(PacketLines, OfAFloodTheLastLinesAreHeldUntilTheReaderDiesAndThoseLeftOut
     }
 }
 
+TEST_F(PacketLines, OfLongLinesNoMoreThan16MiBAreHeld) {
+    Pointer process =
+        runShell("seq 257; for i in $(seq 40); do head -c 1048576 /dev/zero | tr '\\0' x; echo; done");
+    ProcessPacketReader& reader = *process->getPacketReader();
+    reader.enableTrimmedLog();
+    waitUntil([&] {
+        reader.read();
+        return !process->tick();
+    });
+    reader.read();
+    EXPECT_EQ(capture.take().size(), 257u);
+    process.reset();
+    const std::vector<LogLine> held = capture.take();
+    EXPECT_EQ(held.size(), 1 + 16u);
+    EXPECT_THAT(held.front().text, HasSubstr("... trimmed 24 lines ..."));
+}
+
 TEST_F(PacketLines, AChildThatNeverStopsWritingKeepsNobodyFromItsPackets) {
     const Pointer process = runShell("yes x >&2 & echo '" + terminateLine() + "'; yes y");
     SmartPointer<Packet> packet;

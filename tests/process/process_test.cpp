@@ -43,6 +43,19 @@ TEST_F(ProcessLife, TerminateKillsWhateverTheChildDoesAboutIt) {
     }
 }
 
+TEST_F(ProcessLife, KilledChildrenAreGoneWhenTheSystemIs) {
+    for (int i = 0; i < 20; ++i) runShell("cat"); // dropped, and so killed, at once
+    System::deinitialize();
+    EXPECT_FALSE(hasChildren());
+}
+
+TEST_F(ProcessLife, AChildKilledWithoutASystemIsWaitedFor) {
+    Pointer process = runShell("cat");
+    System::deinitialize();
+    process.reset();
+    EXPECT_FALSE(hasChildren());
+}
+
 TEST_F(ProcessLife, ABreakReachesTheWholeProcessGroup) {
     const Pointer process = runShell("trap 'echo outer' INT; sh -c 'trap \"echo inner; exit\" INT; echo up; "
                                      "while :; do sleep 0.1; done'");
@@ -153,14 +166,17 @@ TEST_F(ProcessStreams, LinesEndAtEitherMarkAndTheLastOneWithTheStream) {
     EXPECT_FALSE(process->popReadAction());
     for (const char* expected : {"one", "two", "", "three", ""}) EXPECT_EQ(line(*process), expected);
     String text = "untouched";
-    EXPECT_FALSE(process->readLine(text) || process->isEOF());
+    EXPECT_FALSE(process->readLine(text));
+    EXPECT_FALSE(process->isEOF());
     process->terminate(false);
     EXPECT_FALSE(process->isEOF());
     EXPECT_TRUE(process->readLine(text));
     EXPECT_EQ(text, "last");
-    EXPECT_TRUE(process->isEOF() && !process->isErrEOF());
+    EXPECT_TRUE(process->isEOF());
+    EXPECT_FALSE(process->isErrEOF());
     EXPECT_EQ(errorLine(*process), "bad");
-    EXPECT_TRUE(process->isErrEOF() && !process->readLine(text));
+    EXPECT_TRUE(process->isErrEOF());
+    EXPECT_FALSE(process->readLine(text));
 }
 
 TEST_F(ProcessStreams, WhatIsWrittenArrivesWholeThoughTheChildReadsLate) {
@@ -185,7 +201,8 @@ TEST_F(ProcessStreams, AStreamThatTheChildClosedStopsNeitherSide) {
 TEST_F(ProcessStreams, AnErrorOfAStreamClosesIt) {
     Wire failing;
     const FailingFiles broken(0, std::errc::io_error);
-    EXPECT_TRUE(failing.isEOF() && failing.error());
+    EXPECT_TRUE(failing.isEOF());
+    EXPECT_TRUE(failing.error());
 }
 
 TEST_F(ProcessStreams, LinesUpTo64MiBAreDeliveredAndLongerOnesDroppedWhole) {

@@ -12,8 +12,10 @@
 #include <array>
 #include <atomic>
 #include <deque>
+#include <limits>
 #include <memory>
 #include <optional>
+#include <string>
 #include <utility>
 
 namespace qel {
@@ -33,11 +35,54 @@ uint32 readMilliseconds() {
     return static_cast<uint32>(Clock::current().steadyNanoseconds() / 1'000'000);
 }
 
+/// The lines of a channel that wait for the database log.
+class MessageQueue {
+public:
+    void limit(size_t lines, size_t bytes) {
+        m_maxLines = lines;
+        m_maxBytes = bytes;
+    }
+    void push(int64 time, const std::string& line) {
+        if (m_messages.size() >= m_maxLines || m_bytes + line.size() > m_maxBytes) {
+            ++m_dropped;
+            return;
+        }
+        noteDropped(time);
+        append(time, line);
+    }
+    std::optional<LogMessage> take() {
+        if (m_messages.empty()) noteDropped(System::getUTCDateTimeStatic());
+        if (m_messages.empty()) return std::nullopt;
+        std::optional<LogMessage> message = std::move(m_messages.front());
+        m_messages.pop_front();
+        m_bytes -= message->text.size();
+        return message;
+    }
+
+private:
+    void append(int64 time, const std::string& line) {
+        m_bytes += line.size();
+        m_messages.emplace_back(time, line);
+    }
+    /// Puts a line where lines are missing.
+    void noteDropped(int64 time) {
+        if (m_dropped == 0) return;
+        append(time, "[WARNING] dropped " + std::to_string(std::exchange(m_dropped, 0)) +
+                         " lines that came faster than they were stored");
+    }
+
+    std::deque<LogMessage> m_messages;
+    size_t m_maxLines = std::numeric_limits<size_t>::max();
+    size_t m_maxBytes = std::numeric_limits<size_t>::max();
+    size_t m_bytes = 0;
+    uint64 m_dropped = 0;
+};
+
 /// What the backend holds.
 struct Backend {
     Signal<void(int, const char*)> signalNewLogMessage;
     Signal<void(const char*)> signalNewSupportMessage;
-    std::array<std::deque<LogMessage>, kChannelCount> queues;
+    std::array<MessageQueue, kChannelCount> queues;
     bool keepMessages = false;
     uint32 firstSupportTime = 0;
     uint32 lastSupportTime = 0;
@@ -58,7 +103,7 @@ struct Backend {
     void keep(int channels, const std::string& line) {
         const int64 time = System::getUTCDateTimeStatic();
         for (unsigned i = 0; i < kChannelCount; ++i) {
-            if ((channels >> i & 1) != 0) queues[i].push_back({time, line});
+            if ((channels >> i & 1) != 0) queues[i].push(time, line);
         }
     }
 
@@ -139,6 +184,11 @@ void LogBackend::registerBackend(bool keepMessages) {
     makeBackendLocked().keepMessages = keepMessages;
 }
 
+void LogBackend::limitMessages(size_t lines, size_t bytes) {
+    const MutexLock lock(g_loggingMutex);
+    for (MessageQueue& queue : makeBackendLocked().queues) queue.limit(lines, bytes);
+}
+
 void LogBackend::unregisterBackend() {
     std::unique_ptr<Backend> ended; // dies without the mutex: what listeners own may log when it ends
     const MutexLock lock(g_loggingMutex);
@@ -164,12 +214,8 @@ void LogBackend::processSupportMessages() {
 
 std::optional<LogMessage> LogBackend::takeMessage(unsigned channelIndex) {
     const MutexLock lock(g_loggingMutex);
-    if (!g_backend || channelIndex >= kChannelCount || g_backend->queues[channelIndex].empty())
-        return std::nullopt;
-    std::deque<LogMessage>& queue = g_backend->queues[channelIndex];
-    std::optional<LogMessage> message = std::move(queue.front());
-    queue.pop_front();
-    return message;
+    if (!g_backend || channelIndex >= kChannelCount) return std::nullopt;
+    return g_backend->queues[channelIndex].take();
 }
 
 } // namespace qel

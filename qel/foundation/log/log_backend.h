@@ -6,6 +6,7 @@
 #include <qel/foundation/base/types.h>
 #include <qel/platform/api.h>
 
+#include <cstddef>
 #include <optional>
 #include <utility>
 
@@ -39,6 +40,11 @@ public:
     /// @param keepMessages  keep the lines for the database log; they pile up until they are taken.
     /// @threads any thread, as all functions here.
     static void registerBackend(bool keepMessages);
+    /// Bounds what is kept of each channel until it is taken; without this call there is no bound. Lines
+    /// beyond it are dropped, and one line that states their number takes their place. Registers a backend if
+    /// there is none.
+    /// @param lines  most lines of a channel. @param bytes  most bytes of their texts.
+    static void limitMessages(size_t lines, size_t bytes);
     /// Destroys the backend with its listeners and the lines it kept.
     static void unregisterBackend();
 

@@ -2,9 +2,16 @@
 
 #include <qel/foundation/base/timed_references.h>
 #include <qel/foundation/log/message_stream.h>
+#include <qel/process/killed_children.h>
 #include <qel/system/tasks/scheduler.h>
 
 namespace qel {
+
+namespace {
+
+constexpr int kKilledChildrenTimeoutMs = 10'000;
+
+} // namespace
 
 void System::initialize(const ApplicationFactory& factory) {
     if (internal::g_system != nullptr) {
@@ -39,6 +46,7 @@ void System::deinitialize() {
     }
     system->decreaseReferenceCount();
     internal::g_system = nullptr;
+    internal::awaitKilledChildren(kKilledChildrenTimeoutMs);
 }
 
 } // namespace qel

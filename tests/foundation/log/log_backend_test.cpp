@@ -154,6 +154,18 @@ TEST_F(Backend, LinesOfManyThreadsArriveWholeAndInTheOrderOfEachThread) {
     EXPECT_EQ(next, std::vector<int>(8, kLines));
 }
 
+TEST_F(Backend, ABoundedQueueDropsLinesAndStatesTheirNumber) {
+    LogBackend::registerBackend(true);
+    LogBackend::limitMessages(2, 30);
+    for (const char* text : {"one", "two", "three", "four"}) MessageStream(1, 2) << text;
+    EXPECT_EQ(LogBackend::takeMessage(1)->text, "one");
+    MessageStream(1, 2) << "five";
+    EXPECT_EQ(takeAll(1),
+              (Texts{"two", "[WARNING] dropped 2 lines that came faster than they were stored", "five"}));
+    MessageStream(1, 2) << std::string(31, 'x');
+    EXPECT_EQ(takeAll(1), Texts{"[WARNING] dropped 1 lines that came faster than they were stored"});
+}
+
 TEST_F(Backend, MayComeAndGoWhileOthersLog) {
     test::onThreads(3, [](int t) {
         for (int i = 0; i < 500; ++i) {
