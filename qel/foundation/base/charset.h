@@ -25,7 +25,7 @@ namespace qel {
 /// | 19, 20 | Japanese, JIS X 0208 and JIS X 0212 | EUC-JP                         | ja_JP        |
 /// | 21, 22 | Chinese, GB 2312 and GB 18030       | GB 18030, a superset of both   | zh_CN        |
 /// | 23     | Chinese, GBK                        | GBK                            | zh_CN        |
-/// | 24     | Korean, KS X 1001                   | EUC-KR                         | ko_KR        |
+/// | 24     | Korean, KS X 1001                   | UHC, a superset of EUC-KR      | ko_KR        |
 enum class Charset : int {
     Utf8 = 0,            ///< Unicode as UTF-8.
     Latin1 = 1,          ///< Western Europe.

@@ -1,230 +1,212 @@
-// The printf form of number_format.h.
+// The printf forms of number_format.h.
+#include <qel/foundation/base/log_line.h>
 #include <qel/foundation/base/number_format.h>
+#include <qel/platform/c_locale.h>
 
-#include <fmt/printf.h>
-
-#include <algorithm>
-#include <cstddef>
-#include <cstdint>
+#include <cstdio>
 #include <cstring>
-#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 
 namespace qel::util {
 namespace {
 
-enum class Length { Char, Short, Int, Long, LongLong, Max, Size, Difference, LongDouble };
+constexpr int kErrorLevel = 3;
 
-/// One conversion of a format, as "%-08.3lf".
+/// One conversion of a format, such as "%-08.3lf", in its parts.
 struct Conversion {
-    std::string flags;
-    std::optional<int> width;
-    std::optional<int> precision;
-    Length length = Length::Int;
+    std::string_view flags;
+    std::string_view width;     ///< digits, "*" or nothing
+    std::string_view precision; ///< the same, after a "."
+    bool hasPrecision = false;
+    std::string_view length;
     char kind = '\0';
-
-    /// The same for fmt, whose arguments carry their type.
-    std::string pattern() const {
-        std::string text = "%" + flags;
-        if (width) text += std::to_string(*width);
-        if (precision) text += "." + std::to_string(*precision);
-        return text + kind;
-    }
 };
 
-/// Formats one text; holds the argument list, which every step moves on.
-class PrintfFormatter {
-public:
-    PrintfFormatter(const char* format, va_list arguments) : m_format(format) {
-        va_copy(m_arguments, arguments);
-    }
-    ~PrintfFormatter() { va_end(m_arguments); }
-    PrintfFormatter(const PrintfFormatter&) = delete;
-    PrintfFormatter& operator=(const PrintfFormatter&) = delete;
+/// Takes the longest beginning of @p text that consists of @p characters.
+std::string_view takeWhile(std::string_view& text, const char* characters) {
+    const std::string_view taken = text.substr(0, text.find_first_not_of(characters));
+    text.remove_prefix(taken.size());
+    return taken;
+}
 
-    String run() {
-        while (*m_format != '\0') {
-            const std::size_t plain = std::strcspn(m_format, "%");
-            m_output.append(m_format, plain);
-            m_format += plain;
-            if (*m_format == '%' && !appendConversion()) break;
-        }
-        return std::move(m_output);
-    }
+bool takePrefix(std::string_view& text, std::string_view prefix) {
+    if (!text.starts_with(prefix)) return false;
+    text.remove_prefix(prefix.size());
+    return true;
+}
 
-private:
-    bool appendConversion() {
-        ++m_format;
-        if (*m_format == '%') {
-            m_output += *m_format++;
-            return true;
-        }
-        const Conversion conversion = parseConversion();
-        switch (conversion.kind) {
-        case 'd':
-        case 'i':
-            appendNumber(conversion, nextSigned(conversion.length));
-            return true;
-        case 'o':
-        case 'u':
-        case 'x':
-        case 'X':
-            appendNumber(conversion, nextUnsigned(conversion.length));
-            return true;
-        case 'a':
-        case 'A':
-        case 'e':
-        case 'E':
-        case 'f':
-        case 'F':
-        case 'g':
-        case 'G':
-            appendFloat(conversion);
-            return true;
-        case 'p':
-            appendNumber(conversion, static_cast<const void*>(va_arg(m_arguments, void*)));
-            return true;
-        case 'c':
-            appendPadded(conversion, std::string(1, static_cast<char>(va_arg(m_arguments, int))));
-            return true;
-        case 's':
-            appendText(conversion, va_arg(m_arguments, const char*));
-            return true;
-        default:
-            return false;
-        }
-    }
+std::string_view takeFigure(std::string_view& text) {
+    return takePrefix(text, "*") ? std::string_view("*") : takeWhile(text, "0123456789");
+}
 
-    Conversion parseConversion() {
-        Conversion conversion;
-        while (*m_format != '\0' && std::strchr("-+ #0", *m_format)) conversion.flags += *m_format++;
-        conversion.width = parseFigure();
-        if (conversion.width.value_or(0) < 0) {
-            conversion.flags += '-';
-            conversion.width = -std::max(*conversion.width, -std::numeric_limits<int>::max());
-        }
-        if (*m_format == '.') {
-            ++m_format;
-            conversion.precision = parseFigure().value_or(0);
-            if (*conversion.precision < 0) conversion.precision.reset();
-        }
-        conversion.length = parseLength();
-        if (*m_format != '\0') conversion.kind = *m_format++;
+std::string_view takeLength(std::string_view& text) {
+    for (const std::string_view length : {"hh", "h", "ll", "l", "j", "z", "t", "L"}) {
+        if (takePrefix(text, length)) return length;
+    }
+    return {};
+}
+
+/// Takes a conversion without its "%". @return nothing for one that is not known, such as "%n".
+std::optional<Conversion> takeConversion(std::string_view& text) {
+    Conversion conversion;
+    if (takePrefix(text, "%")) {
+        conversion.kind = '%';
         return conversion;
     }
+    conversion.flags = takeWhile(text, "-+ #0");
+    conversion.width = takeFigure(text);
+    conversion.hasPrecision = takePrefix(text, ".");
+    if (conversion.hasPrecision) conversion.precision = takeFigure(text);
+    conversion.length = takeLength(text);
+    if (text.empty() || !std::strchr("diouxXcspaAeEfFgG", text.front())) return std::nullopt;
+    conversion.kind = text.front();
+    text.remove_prefix(1);
+    return conversion;
+}
 
-    /// A width or precision: digits, or "*" for an argument.
-    std::optional<int> parseFigure() {
-        if (*m_format == '*') {
-            ++m_format;
-            return va_arg(m_arguments, int);
+/// The part of @p format before its first conversion that is not known.
+std::string knownPartOf(std::string_view format) {
+    std::string_view rest = format;
+    for (std::size_t percent = rest.find('%'); percent != std::string_view::npos; percent = rest.find('%')) {
+        const std::size_t known = format.size() - rest.size() + percent;
+        rest.remove_prefix(percent + 1);
+        if (!takeConversion(rest)) return std::string(format.substr(0, known));
+    }
+    return std::string(format);
+}
+
+/// Appends what @p print writes; it is called as snprintf is, first to learn the size.
+/// @return false if the C library refuses, as it does for text that exceeds the range of int.
+template <typename Print>
+bool appendPrinted(String& text, Print&& print) {
+    const int size = print(nullptr, 0);
+    if (size < 0) return false;
+    const std::size_t begin = text.size();
+    text.resize(begin + static_cast<std::size_t>(size) + 1);
+    print(text.data() + begin, static_cast<std::size_t>(size) + 1);
+    text.pop_back(); // the NUL
+    return true;
+}
+
+/// Formats arguments whose types are known; each conversion is printed by the C library on its own.
+class ArgumentFormatter {
+public:
+    explicit ArgumentFormatter(std::span<const internal::FormatArgument> arguments)
+        : m_arguments(arguments) {}
+
+    /// @return false at a conversion that is not known or does not fit its argument; the text ends there.
+    bool run(std::string_view format) {
+        for (std::size_t percent = format.find('%'); percent != format.npos; percent = format.find('%')) {
+            m_text.append(format.substr(0, percent));
+            format.remove_prefix(percent + 1);
+            const std::optional<Conversion> conversion = takeConversion(format);
+            if (!conversion || !append(*conversion)) return false;
         }
-        if (*m_format < '0' || *m_format > '9') return std::nullopt;
-        int64 figure = 0;
-        for (; *m_format >= '0' && *m_format <= '9'; ++m_format)
-            figure = std::min<int64>(figure * 10 + (*m_format - '0'), std::numeric_limits<int>::max());
-        return static_cast<int>(figure);
+        m_text.append(format);
+        return true;
     }
 
-    Length parseLength() {
-        static constexpr std::pair<const char*, Length> kModifiers[] = {
-            {"hh", Length::Char}, {"h", Length::Short}, {"ll", Length::LongLong},  {"l", Length::Long},
-            {"j", Length::Max},   {"z", Length::Size},  {"t", Length::Difference}, {"L", Length::LongDouble}};
-        for (const auto& [text, length] : kModifiers) {
-            if (!SmartCStr(m_format).begins_with(text)) continue;
-            m_format += std::strlen(text);
-            return length;
-        }
-        return Length::Int;
+    const String& text() const { return m_text; }
+
+private:
+    template <typename T>
+    const T* next() {
+        if (m_next == m_arguments.size()) return nullptr;
+        return std::get_if<T>(&m_arguments[m_next++]);
     }
 
-    int64 nextSigned(Length length) {
-        switch (length) {
-        case Length::Char:
-            return static_cast<signed char>(va_arg(m_arguments, int));
-        case Length::Short:
-            return static_cast<short>(va_arg(m_arguments, int));
-        case Length::Long:
-            return va_arg(m_arguments, long);
-        case Length::LongLong:
-        case Length::LongDouble:
-            return va_arg(m_arguments, long long);
-        case Length::Max:
-            return va_arg(m_arguments, std::intmax_t);
-        case Length::Size:
-        case Length::Difference:
-            return va_arg(m_arguments, std::ptrdiff_t);
-        default:
-            return va_arg(m_arguments, int);
+    /// Adds a width or precision; an argument may state it.
+    bool addFigure(std::string& pattern, std::string_view figure) {
+        if (figure != "*") {
+            pattern += figure;
+            return true;
         }
+        const auto* value = next<internal::FormatInteger>();
+        if (value) pattern += std::to_string(static_cast<int>(value->asSigned));
+        return value != nullptr;
     }
 
-    uint64 nextUnsigned(Length length) {
-        switch (length) {
-        case Length::Char:
-            return static_cast<unsigned char>(va_arg(m_arguments, unsigned));
-        case Length::Short:
-            return static_cast<unsigned short>(va_arg(m_arguments, unsigned));
-        case Length::Long:
-            return va_arg(m_arguments, unsigned long);
-        case Length::LongLong:
-        case Length::LongDouble:
-            return va_arg(m_arguments, unsigned long long);
-        case Length::Max:
-            return va_arg(m_arguments, std::uintmax_t);
-        case Length::Size:
-        case Length::Difference:
-            return va_arg(m_arguments, std::size_t);
-        default:
-            return va_arg(m_arguments, unsigned);
+    /// The conversion up to its length modifier, which depends on the argument.
+    std::optional<std::string> patternOf(const Conversion& conversion) {
+        std::string pattern = "%" + std::string(conversion.flags);
+        if (!addFigure(pattern, conversion.width)) return std::nullopt;
+        std::string precision;
+        if (conversion.hasPrecision && !addFigure(precision, conversion.precision)) return std::nullopt;
+        const bool isStated = conversion.hasPrecision && !precision.starts_with('-');
+        return isStated ? pattern + "." + precision : pattern;
+    }
+
+    bool append(const Conversion& conversion) {
+        if (conversion.kind == '%') {
+            m_text.push_back('%');
+            return true;
         }
+        const std::optional<std::string> pattern = patternOf(conversion);
+        if (!pattern || m_next == m_arguments.size()) return false;
+        const char kind = conversion.kind;
+        if (kind == 's') return print(*pattern + kind, next<const char*>());
+        if (kind == 'p') return print(*pattern + kind, next<const void*>());
+        if (std::strchr("aAeEfFgG", kind)) return appendFloat(*pattern, kind);
+        return appendInteger(*pattern, kind);
+    }
+
+    bool appendInteger(const std::string& pattern, char kind) {
+        const auto* value = next<internal::FormatInteger>();
+        if (!value) return false;
+        const auto asCharacter = static_cast<int>(value->asSigned);
+        if (kind == 'c') return print(pattern + kind, &asCharacter);
+        if (kind == 'd' || kind == 'i') return print(pattern + "ll" + kind, &value->asSigned);
+        return print(pattern + "ll" + kind, &value->asUnsigned);
+    }
+
+    bool appendFloat(const std::string& pattern, char kind) {
+        const internal::FormatArgument* value = &m_arguments[m_next++];
+        if (const auto* wide = std::get_if<long double>(value)) return print(pattern + "L" + kind, wide);
+        return print(pattern + kind, std::get_if<double>(value));
     }
 
     template <typename T>
-    void appendNumber(const Conversion& conversion, T value) {
-        m_output += fmt::sprintf(conversion.pattern(), value);
+    bool print(const std::string& pattern, const T* value) {
+        return value && appendPrinted(m_text, [&](char* out, std::size_t size) {
+                   return std::snprintf(out, size, pattern.c_str(), *value);
+               });
     }
 
-    void appendFloat(const Conversion& conversion) {
-        if (conversion.length == Length::LongDouble) {
-            appendNumber(conversion, va_arg(m_arguments, long double));
-        } else {
-            appendNumber(conversion, va_arg(m_arguments, double));
-        }
-    }
-
-    /// With a precision the text needs no NUL, and no byte behind the precision is read.
-    void appendText(const Conversion& conversion, const char* text) {
-        if (!text) text = "(null)";
-        if (!conversion.precision) return appendPadded(conversion, text);
-        const auto most = static_cast<std::size_t>(*conversion.precision);
-        const void* nul = std::memchr(text, '\0', most);
-        appendPadded(conversion,
-                     {text, nul ? static_cast<std::size_t>(static_cast<const char*>(nul) - text) : most});
-    }
-
-    /// Pads by bytes, as the C library does.
-    void appendPadded(const Conversion& conversion, std::string_view text) {
-        const auto width = static_cast<std::size_t>(conversion.width.value_or(0));
-        const std::size_t padding = width > text.size() ? width - text.size() : 0;
-        const bool toTheLeft = conversion.flags.find('-') != std::string::npos;
-        if (!toTheLeft) m_output.append(padding, ' ');
-        m_output += text;
-        if (toTheLeft) m_output.append(padding, ' ');
-    }
-
-    const char* m_format;
-    va_list m_arguments;
-    String m_output;
+    std::span<const internal::FormatArgument> m_arguments;
+    std::size_t m_next = 0;
+    String m_text;
 };
 
 } // namespace
 
 String stringFormat_valist(const char* format, va_list arguments) {
-    return format ? PrintfFormatter(format, arguments).run() : String();
+    if (!format) return {};
+    const platform::CLocaleScope scope;
+    const std::string known = knownPartOf(format);
+    String text;
+    appendPrinted(text, [&](char* out, std::size_t size) {
+        va_list copy;
+        va_copy(copy, arguments);
+        const int printed = std::vsnprintf(out, size, known.c_str(), copy);
+        va_end(copy);
+        return printed;
+    });
+    return text;
 }
 
+namespace internal {
+
+String formatArguments(const char* format, std::span<const FormatArgument> arguments) {
+    if (!format) return {};
+    const platform::CLocaleScope scope;
+    ArgumentFormatter formatter(arguments);
+    if (!formatter.run(format))
+        qel::internal::logLine(kErrorLevel,
+                               "the format '" + std::string(format) + "' does not fit its arguments");
+    return formatter.text();
+}
+
+} // namespace internal
 } // namespace qel::util

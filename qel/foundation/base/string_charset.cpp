@@ -21,7 +21,7 @@ struct CharsetRow {
     const char* encoding;
 };
 
-/// By id; a gap is an unknown id. What the encodings stand for is told at enum Charset.
+/// Indexed by id; a gap is an unknown id. enum Charset documents the encodings.
 constexpr CharsetRow kCharsets[] = {
     {"C", "UTF-8"},
     {"C", "ISO-8859-1"},
@@ -47,10 +47,10 @@ constexpr CharsetRow kCharsets[] = {
     {"zh_CN", "GB18030"},
     {"zh_CN", "GB18030"},
     {"zh_CN", "GBK"},
-    {"ko_KR", "EUC-KR"},
+    {"ko_KR", "UHC"},
 };
 
-/// Code points of the bytes 0xA0 to 0xFF in ISO 8859-2; below, bytes and code points are the same.
+/// Code points of the bytes 0xA0 to 0xFF in ISO 8859-2; lower bytes equal their code points.
 constexpr std::array<uint16, 96> kLatin2Upper = {
     0x0A0, 0x104, 0x2D8, 0x141, 0x0A4, 0x13D, 0x15A, 0x0A7, 0x0A8, 0x160, 0x15E, 0x164, 0x179, 0x0AD,
     0x17D, 0x17B, 0x0B0, 0x105, 0x2DB, 0x142, 0x0B4, 0x13E, 0x15B, 0x2C7, 0x0B8, 0x161, 0x15F, 0x165,
@@ -67,7 +67,7 @@ constexpr std::string_view kLanguageSwitches[] = {
     "(I", ")I", ")J", "(J", "$B", "$(D", "$)D", "$)C", "$)B", "$)A", "$(C",
 };
 
-/// A single-byte character set, both ways.
+/// A single-byte character set with the maps of both directions.
 struct ByteCharset {
     std::unordered_map<uint8, uint32> toUnicode;
     std::unordered_map<uint32, uint8> fromUnicode;
@@ -87,17 +87,18 @@ struct ByteCharset {
         return text;
     }
 
-    String encode(const String& text) const {
-        String bytes;
+    /// @return false if the set lacks a character of @p text.
+    bool encode(const String& text, String& bytes) const {
         for (const uint32 codePoint : text.utf8_to_unicode()) {
             const auto found = fromUnicode.find(codePoint);
-            bytes.push_back(found == fromUnicode.end() ? '?' : static_cast<char>(found->second));
+            if (found == fromUnicode.end()) return false;
+            bytes.push_back(static_cast<char>(found->second));
         }
-        return bytes;
+        return true;
     }
 };
 
-/// The byte charset of an id, or null for those that go through the system's conversion.
+/// Returns the byte table of an id, or null if the system converts it.
 const ByteCharset* findByteCharset(Charset charset) {
     static const ByteCharset latin1([](unsigned byte) -> uint32 { return byte; });
     static const ByteCharset latin2(
@@ -125,7 +126,12 @@ void logDecodeFailure(Charset charset, platform::CharsetResult result) {
                       "utf8 convert from charset " + std::to_string(static_cast<int>(charset)) + reason);
 }
 
-/// Length of the switching sequence that @p text begins with, 0 if there is none.
+bool encodeBySystem(const char* encoding, const String& text, String& bytes) {
+    return platform::convertCharset("UTF-8", encoding, text.utf8_fix(), bytes) ==
+           platform::CharsetResult::Done;
+}
+
+/// Returns the length of the switching sequence at the beginning of @p text, or 0.
 size_t getLanguageSwitchLength(std::string_view text) {
     if (text.empty() || text[0] != '\x1b') return 0;
     const auto* found = std::find_if(std::begin(kLanguageSwitches), std::end(kLanguageSwitches),
@@ -136,7 +142,7 @@ size_t getLanguageSwitchLength(std::string_view text) {
 } // namespace
 
 void String::utf8_init_charset_conversion() {
-    findByteCharset(Charset::Latin1); // the function's statics guard against a second time
+    findByteCharset(Charset::Latin1); // creates its static tables
 }
 
 bool String::getLocaleFromCharset(int charset, std::locale& locale, bool silent) {
@@ -145,7 +151,7 @@ bool String::getLocaleFromCharset(int charset, std::locale& locale, bool silent)
     try {
         locale = std::locale(row->locale);
         return true;
-    } catch (const std::runtime_error&) { // how the standard library refuses a locale
+    } catch (const std::runtime_error&) { // the platform has no such locale
         if (!silent) internal::logLine(kErrorLevel, std::string("locale =") + row->locale);
         return false;
     }
@@ -178,12 +184,12 @@ String String::utf8_convert_from_charset(Charset charset) const {
 String String::utf8_convert_to_charset(Charset charset) const {
     if (empty()) return {};
     if (charset == Charset::Utf8) return utf8_fix();
-    if (const ByteCharset* bytes = findByteCharset(charset)) return bytes->encode(*this);
     const CharsetRow* row = findCharset(static_cast<int>(charset), false);
     if (!row) return {};
     String bytes;
-    const auto result = platform::convertCharset("UTF-8", row->encoding, utf8_fix(), bytes);
-    if (result == platform::CharsetResult::Done) return bytes;
+    const ByteCharset* table = findByteCharset(charset);
+    const bool isDone = table ? table->encode(*this, bytes) : encodeBySystem(row->encoding, *this, bytes);
+    if (isDone) return bytes;
     internal::logLine(kErrorLevel, "Encoding codevt conversion error");
     return {};
 }

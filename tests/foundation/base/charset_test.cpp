@@ -36,28 +36,40 @@ TEST(Charset, EachRepertoireConvertsToUtf8AndBack) {
     }
 }
 
-TEST(Charset, BytesOfTheTwoTablesConvertWithoutLoss) {
+TEST(Charset, ByteTablesConvertWithoutLoss) {
     String bytes;
     for (int c = 1; c < 256; ++c) bytes.push_back(static_cast<char>(c));
     for (const Charset charset : {Charset::Latin1, Charset::Latin2})
         EXPECT_EQ(bytes.utf8_convert_from_charset(charset).utf8_convert_to_charset(charset), bytes);
-    EXPECT_EQ(String("\u0416").utf8_convert_to_charset(Charset::Latin1), "?");
 }
 
-TEST(Charset, SwitchesOfTheRepertoireAreRemovedAndOthersStay) {
+TEST(Charset, RepertoireSwitchesAreRemoved) {
     const String text = String("\x1B$)C\xB1\xE8\x1B(B^\x1B-FHong").utf8_convert_from_charset(Charset::Korean);
     EXPECT_EQ(text, "\uAE40^Hong");
-    EXPECT_EQ(String("\x1B(X\x1B$\x1B").remove_escape_langchange(), "\x1B(X\x1B$\x1B");
+    EXPECT_EQ(String("\x1B(X\x1B$\x1B").remove_escape_langchange(), "\x1B(X\x1B$\x1B") << "others stay";
 }
 
-TEST(Charset, BytesThatAreNoCharactersAreLogged) {
+TEST(Charset, KoreanTakesTheWholeUnifiedHangulCode) {
+    const String bytes = "\x81\x42\xC6\x52";
+    const String text = bytes.utf8_convert_from_charset(Charset::Korean);
+    EXPECT_EQ(text, "\uAC03\uD7A3");
+    EXPECT_EQ(text.utf8_convert_to_charset(Charset::Korean), bytes);
+}
+
+TEST(Charset, BytesThatAreNotCharactersAreLogged) {
     LogCapture capture;
     EXPECT_EQ(String("\xB1!").utf8_convert_from_charset(Charset::Korean), "");
     capture.expect(3, "utf8 convert from charset 24error: codecvt ERROR");
     EXPECT_EQ(String("A\xB1").utf8_convert_from_charset(Charset::Korean), "");
     capture.expect(3, "utf8 convert from charset 24error: codecvt NOCONV - wrong enconding or char");
-    EXPECT_EQ(String("\u0416").utf8_convert_to_charset(Charset::Greek), "");
-    capture.expect(3, "Encoding codevt conversion error");
+}
+
+TEST(Charset, EveryRepertoireRefusesACharacterItLacks) {
+    LogCapture capture;
+    for (const int id : {1, 2, 3, 4, 5, 6, 7, 8, 9, 17, 18, 19, 20, 23, 24}) {
+        EXPECT_EQ(String("A\U0001F600").utf8_convert_to_charset(static_cast<Charset>(id)), "") << id;
+        capture.expect(3, "Encoding codevt conversion error");
+    }
 }
 
 TEST(Charset, UnknownIdsAreLoggedOnceByEachOperation) {
