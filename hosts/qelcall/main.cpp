@@ -37,17 +37,27 @@ std::string textOf(const json& job, const char* key) {
     return value.is_string() ? value.get<std::string>() : value.is_null() ? std::string() : value.dump();
 }
 
-/// The id of the job that a result tells of: the job's table, or its id alone.
+/// The id of the job in a result: in the job's table, or the id alone.
 json jobIdOf(const json& result) {
     return result.is_object() ? result.value("id", json()) : result;
 }
 
-Status finishJob(const json& job) {
+/// Prints the result of a job that has ended, of which @p job holds the first rows.
+Status finishJob(Client& client, const json& id, json job) {
     if (textOf(job, "state") == "failed") {
         complain("the job failed: " + textOf(job, "error"));
         return kRefused;
     }
-    print(job.value("result", json()));
+    json result = job.value("result", json());
+    while (result.is_array() && job.value("next", json()).is_number()) {
+        const Answer answer = client.call("jobs.state", json::array({id, job["next"]}));
+        if (const Status status = complainAbout(answer)) return status;
+        job = *answer.result;
+        const json rows = job.is_object() ? job.value("result", json()) : json();
+        if (!rows.is_array() || rows.empty()) break;
+        result.insert(result.end(), rows.begin(), rows.end());
+    }
+    print(result);
     return kSuccess;
 }
 
@@ -68,7 +78,7 @@ Status watchJob(Client& client, const json& id) {
         bar.show(state, progress.is_number() ? progress.get<double>() : 0.0);
         if (state != "done" && state != "failed") continue;
         bar.end();
-        return finishJob(job);
+        return finishJob(client, id, job);
     }
 }
 

@@ -36,14 +36,19 @@ constexpr std::array<qelhosts::OptionRow<Options>, 6> kOptions{{
     {"--version", nullptr, &Options::version},
 }};
 
-/// One argument that is an array or object holds all arguments of the call; else each is one of them: the
-/// value that it is in JSON, or a text.
+/// Whether an object stands for the whole list of arguments, as its bytes.
+bool isItem(const json& value) {
+    return value.is_object() && value.size() == 1 && value.contains("$item");
+}
+
+/// One argument that is an array or the bytes of an Item holds all arguments of the call; otherwise each is
+/// one of them: the value that it is in JSON, or a text.
 json readArguments(int count, const char* const* texts) {
     json arguments = json::array();
     for (int i = 0; i < count; ++i) {
         json value = json::parse(texts[i], nullptr, false);
         if (value.is_discarded()) value = texts[i];
-        if (count == 1 && value.is_structured()) return value;
+        if (count == 1 && (value.is_array() || isItem(value))) return value;
         arguments.push_back(std::move(value));
     }
     return arguments;
@@ -77,13 +82,13 @@ const char* usage() {
 Calls a method of a running qelserver and prints the result as JSON.
 
   --socket PATH      the server's socket; default: qelserver.sock in the user's data folder
-  --watch            follow the job that the call tells of to its end, and print the job's result
+  --watch            follow the job that the call returns to its end, and print the job's result
   --timeout SECONDS  how long to wait for a reply; default: 60
   --version          print the version
   -h, --help         print this
 
-ARGUMENTS are one JSON array or object that holds them all, or the arguments one by one: what
-is no JSON is a text.
+ARGUMENTS are one JSON array that holds them all, or the arguments one by one: what is not JSON
+is a text.
 
 Exit status: 0 for success; 1 when the server refused the call or the job failed, with the
 reason on standard error; 2 for a wrong command line; 3 when there is no answer.

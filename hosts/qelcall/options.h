@@ -12,8 +12,8 @@ namespace qelcall {
 struct Options : qelhosts::CommonOptions {
     std::string socket;                                 ///< name of the server's socket
     std::string method;                                 ///< what to call
-    nlohmann::json arguments = nlohmann::json::array(); ///< an array, or an object
-    bool watch = false;                                 ///< follow the job that the call tells of
+    nlohmann::json arguments = nlohmann::json::array(); ///< an array, or the bytes of an Item
+    bool watch = false;                                 ///< follow the job that the call returns
     int timeoutMs = 60'000;                             ///< how long to wait for a reply
 };
 

@@ -71,11 +71,11 @@ const Job* JobBoard::find(const qel::GUID& id) const {
     return found == m_jobs.end() ? nullptr : &found->second;
 }
 
-void JobBoard::visitLast(size_t count, const std::function<void(const Job&)>& visit) const {
-    const size_t before = m_order.size() - std::min(count, m_order.size());
-    for (auto entry = std::next(m_order.begin(), static_cast<std::ptrdiff_t>(before)); entry != m_order.end();
-         ++entry) {
-        visit(m_jobs.at(entry->second));
+void JobBoard::visitNewestFirst(qel::int64 before, const std::function<bool(const Job&)>& visit) const {
+    auto entry = m_order.lower_bound({before, qel::GUID()});
+    while (entry != m_order.begin()) {
+        --entry;
+        if (!visit(m_jobs.at(entry->second))) return;
     }
 }
 

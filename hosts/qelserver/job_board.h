@@ -33,8 +33,9 @@ public:
     void forget(const qel::GUID& id);
     /// A job; null if there is none of that id. @owner valid until jobs are forgotten.
     const Job* find(const qel::GUID& id) const;
-    /// Calls @p visit for the @p count jobs that were submitted last, in the order of their submission.
-    void visitLast(size_t count, const std::function<void(const Job&)>& visit) const;
+    /// Calls @p visit for the jobs that were submitted before @p before, as Job::submitted says, from the
+    /// newest on until it returns false.
+    void visitNewestFirst(qel::int64 before, const std::function<bool(const Job&)>& visit) const;
     /// How many jobs wait for a worker.
     size_t waitingCount() const { return m_waiting.size(); }
 

@@ -24,7 +24,7 @@ void FinishedCalls::push(JsonRpcCall* call) {
     if (!m_isClosed) m_calls.emplace_back(call);
 }
 
-qel::Vector<qel::SmartPointer<JsonRpcCall>> FinishedCalls::take() {
+qel::Vector<qel::SmartPointer<JsonRpcCall>> FinishedCalls::takeAll() {
     const qel::MutexLock lock(m_mutex);
     return std::exchange(m_calls, {});
 }
@@ -36,7 +36,8 @@ void FinishedCalls::close() {
     dropped.swap(m_calls);
 }
 
-bool JsonRpcReply::put(std::size_t index, std::string part) {
+bool JsonRpcReply::putPart(std::size_t index, std::string part) {
+    m_room -= std::min(m_room, part.size());
     m_parts[index] = std::move(part);
     return --m_missing == 0;
 }
@@ -73,12 +74,13 @@ void JsonRpcCall::run(const qel::RpcFunction& handler) {
     if (hasEventHandlers()) finish(); // nothing will ever happen to it
 }
 
-bool JsonRpcCall::answer() {
+bool JsonRpcCall::putResult() {
     std::string text;
     if (!m_id.empty()) {
-        text = m_hasThrown ? errorReply(JsonRpcError::InternalError, m_id) : resultReply(result(), m_id);
+        text = m_hasThrown ? errorReply(JsonRpcError::InternalError, m_id)
+                           : resultReply(result(), m_id, m_reply->room());
     }
-    return m_reply->put(m_index, std::move(text));
+    return m_reply->putPart(m_index, std::move(text));
 }
 
 void JsonRpcCall::finish() {

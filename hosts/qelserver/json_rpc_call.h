@@ -17,7 +17,7 @@ namespace qelserver {
 class JsonRpcCall;
 class JsonRpcConnection;
 
-/// Calls that were finished, on whichever thread, and wait for the main thread to answer them.
+/// Calls that were finished, on whichever thread, and wait for the main thread to reply to them.
 class FinishedCalls : public qel::Object {
     QEL_CLASS(FinishedCalls, qel::Object)
 
@@ -28,7 +28,7 @@ public:
     /// Appends @p call, unless nobody takes calls any more. @threads any thread.
     void push(JsonRpcCall* call);
     /// Takes all calls away. @threads any thread.
-    qel::Vector<qel::SmartPointer<JsonRpcCall>> take();
+    qel::Vector<qel::SmartPointer<JsonRpcCall>> takeAll();
     /// Drops all calls, those to come too. @threads any thread.
     void close();
 
@@ -43,23 +43,28 @@ class JsonRpcReply : public qel::Object {
     QEL_CLASS(JsonRpcReply, qel::Object)
 
 public:
-    /// Waits for @p count parts.
-    JsonRpcReply(bool isBatch, std::size_t count) : m_isBatch(isBatch), m_parts(count), m_missing(count) {}
+    /// Waits for @p count parts. @param resultBytes  how much room there is for all results.
+    JsonRpcReply(bool isBatch, std::size_t count, std::size_t resultBytes)
+        : m_isBatch(isBatch), m_parts(count), m_missing(count), m_room(resultBytes) {}
 
-    /// Puts part @p index in; an empty part is none. @return whether the reply is whole.
-    bool put(std::size_t index, std::string part);
-    /// The text of the whole reply; empty when nothing is to be said.
+    /// Puts part @p index in its place; an empty part stands for no reply. @return whether the reply is
+    /// whole.
+    bool putPart(std::size_t index, std::string part);
+    /// How many bytes are left for results.
+    std::size_t room() const { return m_room; }
+    /// The text of the whole reply; empty if there is nothing to say.
     std::string text() const;
 
 private:
     const bool m_isBatch;
     std::vector<std::string> m_parts;
     std::size_t m_missing;
+    std::size_t m_room;
 };
 
-/// The state of one call for its handler. Contexts keep it alive, and it its connection. No files are
-/// transferred: event handlers see the transfer fail as soon as the handler has returned, and a call whose
-/// event handlers wait on is finished.
+/// The state of one call for its handler. Contexts keep it alive, and it keeps its connection alive. No files
+/// are transferred: event handlers see the transfer fail as soon as the handler has returned, and a call
+/// whose event handlers wait on is finished.
 /// @threads main thread; finish() on any.
 class JsonRpcCall : public qel::Object, public qel::RpcContextInternal {
     QEL_CLASS(JsonRpcCall, qel::Object)
@@ -72,8 +77,8 @@ public:
 
     /// Runs the handler. An exception of it is logged and becomes an internal error.
     void run(const qel::RpcFunction& handler);
-    /// Puts the reply to the finished call in its place. @return whether the reply to the message is whole.
-    bool answer();
+    /// Puts the result of the finished call into the reply to its message. @return whether that is whole.
+    bool putResult();
 
     /// Who called.
     JsonRpcConnection& connection() const { return *m_connection; }

@@ -9,7 +9,7 @@ namespace qelserver {
 namespace {
 
 constexpr std::size_t kChunkBytes = 16 * 1024;
-constexpr std::size_t kKeptBytes = 64 * 1024; // of the room that a long line took
+constexpr std::size_t kKeptBytes = 64 * 1024; // of the memory that a long line took
 
 bool isBlank(std::string_view line) {
     return line.find_first_not_of(" \t\r") == line.npos;
@@ -38,7 +38,7 @@ bool JsonRpcInput::hasLine() {
            (m_hasEnded && m_begin < m_bytes.size());
 }
 
-JsonRpcInput::Line JsonRpcInput::take(std::string_view& line) {
+JsonRpcInput::Line JsonRpcInput::takeLine(std::string_view& line) {
     if (!hasLine()) return Line::None;
     const bool isWhole = m_scanned < m_bytes.size() || m_hasEnded;
     line = std::string_view(m_bytes).substr(m_begin, m_scanned - m_begin);
@@ -57,88 +57,102 @@ void JsonRpcInput::dropTaken() {
     if (m_bytes.capacity() > kKeptBytes && m_bytes.size() < kKeptBytes) m_bytes.shrink_to_fit();
 }
 
-JsonRpcConnection::JsonRpcConnection(qel::platform::FileHandle socket, qel::platform::PeerIdentity peer,
-                                     std::shared_ptr<const JsonRpcRights> rights, const JsonRpcLimits& limits)
-    : m_socket(std::move(socket)),
+JsonRpcConnection::JsonRpcConnection(std::unique_ptr<JsonRpcChannel> channel,
+                                     qel::platform::PeerIdentity peer,
+                                     std::shared_ptr<const JsonRpcRights> rights, const JsonRpcLimits& limits,
+                                     qel::int64 nowMs)
+    : m_channel(std::move(channel)),
       m_peer(std::move(peer)),
       m_rights(std::move(rights)),
       m_limits(limits),
-      m_input(limits.lineBytes) {}
+      m_input(limits.lineBytes),
+      m_lastActiveMs(nowMs),
+      m_lastProgressMs(nowMs) {}
 
 bool JsonRpcConnection::wantsInput() {
     return !isClosed() && !m_input.hasEnded() && !m_input.hasLine();
 }
 
-bool JsonRpcConnection::hasMessage() {
-    return !isClosed() && m_openCalls < m_limits.openCalls &&
-           m_output.size() - m_sent < m_limits.unsentBytes && m_input.hasLine();
+bool JsonRpcConnection::hasCall(bool isDraining) {
+    if (isClosed() || m_openCalls >= m_limits.openCalls) return false;
+    if (m_message) return true;
+    return !isDraining && m_output.size() - m_sent < m_limits.unsentBytes && m_input.hasLine();
 }
 
-void JsonRpcConnection::receive() {
+void JsonRpcConnection::receive(qel::int64 nowMs) {
     std::array<char, kChunkBytes> chunk;
     for (std::size_t total = 0; total < m_limits.bytesPerPass && wantsInput();) {
         std::size_t count = 0;
-        const auto error = qel::platform::receiveSome(m_socket, chunk.data(), chunk.size(), count);
+        const auto error = m_channel->receive(chunk.data(), chunk.size(), count);
         if (error) {
             if (!wouldBlock(error)) close();
             return;
         }
+        m_lastActiveMs = nowMs;
         if (count == 0) m_input.end();
         m_input.append({chunk.data(), count});
         total += count;
     }
 }
 
-std::size_t JsonRpcConnection::processMessage(const qel::RpcProvider& provider, FinishedCalls& finished) {
-    std::string_view line;
-    const JsonRpcInput::Line kind = m_input.take(line);
-    if (kind == JsonRpcInput::Line::TooLong) {
-        m_input.dropTaken();
+bool JsonRpcConnection::runNextCall(const qel::RpcProvider& provider, FinishedCalls& finished) {
+    if (!m_message && beginMessage() == JsonRpcInput::Line::TooLong) {
         refuse(JsonRpcError::TooLarge);
-        return 1;
+        return true;
     }
-    if (kind == JsonRpcInput::Line::None || isBlank(line)) return 0;
-    const JsonRpcMessage message = parseMessage(line, m_limits);
-    m_input.dropTaken();
-    return startCalls(message, provider, finished);
+    if (!m_message) return false;
+    const std::size_t place = m_message->next++;
+    const JsonRpcRequest request = m_message->message.readCall(place);
+    const qel::SmartPointer<JsonRpcReply> reply = m_message->reply;
+    if (m_message->next == m_message->message.size()) m_message.reset();
+
+    const auto handler = provider.findRPC(request.method.c_str());
+    if (const auto refusal = refusalOf(request, isPermitted(request, provider), handler != nullptr)) {
+        std::string text = request.isNotification ? std::string() : errorReply(*refusal, request.id);
+        appendIfWhole(reply->putPart(place, std::move(text)), *reply);
+        return true;
+    }
+    ++m_openCalls;
+    const qel::SmartPointer<JsonRpcCall> call(new JsonRpcCall(*this, finished, *reply, place, request));
+    call->run(*handler);
+    return false;
 }
 
-std::size_t JsonRpcConnection::startCalls(const JsonRpcMessage& message, const qel::RpcProvider& provider,
-                                          FinishedCalls& finished) {
-    std::size_t refused = 0;
-    const qel::SmartPointer<JsonRpcReply> reply(new JsonRpcReply(message.isBatch, message.requests.size()));
-    std::size_t index = 0;
-    for (const JsonRpcRequest& request : message.requests) {
-        if (isClosed()) break; // a handler has stopped the server
-        const std::size_t place = index++;
-        if (const auto refusal = judge(request, provider)) {
-            ++refused;
-            const bool isLast =
-                reply->put(place, request.isNotification ? std::string() : errorReply(*refusal, request.id));
-            if (isLast) m_output += reply->text();
-            continue;
-        }
-        ++m_openCalls;
-        const qel::SmartPointer<JsonRpcCall> call(new JsonRpcCall(*this, finished, *reply, place, request));
-        call->run(*provider.findRPC(request.method.c_str()));
+JsonRpcInput::Line JsonRpcConnection::beginMessage() {
+    std::string_view line;
+    const JsonRpcInput::Line kind = m_input.takeLine(line);
+    if (kind == JsonRpcInput::Line::Whole && !isBlank(line)) {
+        JsonRpcMessage message(line, m_limits);
+        const qel::SmartPointer<JsonRpcReply> reply(
+            new JsonRpcReply(message.isBatch(), message.size(), m_limits.replyBytes));
+        m_message.emplace(MessageInWork{std::move(message), reply});
     }
-    return refused;
+    m_input.dropTaken();
+    return kind;
 }
 
 /// Who lacks the right does not learn whether there is such a method.
-std::optional<JsonRpcError> JsonRpcConnection::judge(const JsonRpcRequest& request,
-                                                     const qel::RpcProvider& provider) const {
+std::optional<JsonRpcError> JsonRpcConnection::refusalOf(const JsonRpcRequest& request, bool isPermitted,
+                                                         bool isRegistered) {
     if (request.refusal) return request.refusal;
-    const qel::String* const right = provider.findRight(request.method.c_str());
-    const bool isNamed = right && !right->empty();
-    if (!hasRight(isNamed ? std::string(*right) : "rpc:" + request.method)) return JsonRpcError::NotPermitted;
-    if (!provider.findRPC(request.method.c_str())) return JsonRpcError::MethodNotFound;
+    if (!isPermitted) return JsonRpcError::NotPermitted;
+    if (!isRegistered) return JsonRpcError::MethodNotFound;
     return std::nullopt;
 }
 
-void JsonRpcConnection::answer(JsonRpcCall& call) {
+bool JsonRpcConnection::isPermitted(const JsonRpcRequest& request, const qel::RpcProvider& provider) const {
+    const qel::String* const right = provider.findRight(request.method.c_str());
+    const bool isNamed = right && !right->empty();
+    return hasRight(isNamed ? std::string(*right) : "rpc:" + request.method);
+}
+
+void JsonRpcConnection::putResult(JsonRpcCall& call) {
     --m_openCalls;
-    if (call.answer() && !isClosed()) m_output += call.reply().text();
+    appendIfWhole(call.putResult(), call.reply());
+}
+
+void JsonRpcConnection::appendIfWhole(bool isWhole, const JsonRpcReply& reply) {
+    if (isWhole && !isClosed()) m_output += reply.text();
 }
 
 void JsonRpcConnection::refuse(JsonRpcError error) {
@@ -147,24 +161,22 @@ void JsonRpcConnection::refuse(JsonRpcError error) {
 
 void JsonRpcConnection::flush(qel::int64 nowMs) {
     if (isClosed()) return;
-    if (hasOutput()) send();
-    if (!hasOutput() || m_hasProgressed) m_lastProgressMs = nowMs;
-    m_hasProgressed = false;
+    send(nowMs);
+    if (!hasOutput()) m_lastProgressMs = nowMs;
     const bool isOver = m_input.hasEnded() && !m_input.hasLine() && !isBusy();
     if (isOver || nowMs - m_lastProgressMs > m_limits.stallMs) close();
 }
 
-void JsonRpcConnection::send() {
+void JsonRpcConnection::send(qel::int64 nowMs) {
     while (hasOutput()) {
         std::size_t count = 0;
-        const auto error =
-            qel::platform::sendSome(m_socket, m_output.data() + m_sent, m_output.size() - m_sent, count);
+        const auto error = m_channel->send(m_output.data() + m_sent, m_output.size() - m_sent, count);
         if (error) {
             if (!wouldBlock(error)) close();
             break;
         }
         m_sent += count;
-        m_hasProgressed = true;
+        m_lastActiveMs = m_lastProgressMs = nowMs;
     }
     if (m_sent >= m_output.size() - m_sent) {
         m_output.erase(0, m_sent);
@@ -173,7 +185,8 @@ void JsonRpcConnection::send() {
 }
 
 void JsonRpcConnection::close() {
-    m_socket.close();
+    m_channel.reset();
+    m_message.reset();
     m_output.clear();
     m_sent = 0;
 }

@@ -1,5 +1,7 @@
 #include "json_rpc_message.h"
 
+#include "json_rpc_text.h"
+
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
@@ -30,6 +32,7 @@ constexpr ErrorText kErrorTexts[] = {
     {JsonRpcError::CodeRefused, "Code refused"},
     {JsonRpcError::NotPermitted, "Not permitted"},
     {JsonRpcError::TooMany, "Too many calls or connections"},
+    {JsonRpcError::ReplyTooLarge, "Reply too large"},
 };
 
 const char* textOf(JsonRpcError error) {
@@ -72,13 +75,13 @@ bool isItemValue(const json& value) {
     return true;
 }
 
-/// What speaks against handing a list to handlers, or out; nothing if it may pass.
-std::optional<JsonRpcError> judge(const Item& list, int levels) {
+/// Why a list must not reach handlers or peers; nothing if it may.
+std::optional<JsonRpcError> refusalOfList(const Item& list, int levels) {
     if (levels == 0) return JsonRpcError::TooDeep;
     for (Item::Iterator reader = list.getIterator(); reader.hasNextElement();) {
         Item nested;
         if (reader.asWeakSubItem(nested)) {
-            if (const auto problem = judge(nested, levels - 1)) return problem;
+            if (const auto problem = refusalOfList(nested, levels - 1)) return problem;
             continue;
         }
         const bool isPrefix = reader.getType() == qel::ValueType::Prefix;
@@ -89,52 +92,57 @@ std::optional<JsonRpcError> judge(const Item& list, int levels) {
     return std::nullopt;
 }
 
-std::optional<JsonRpcError> readArguments(const json& params, Item& arguments, const JsonRpcLimits& limits) {
-    if (params.is_object() && params.size() == 1 && params.contains(kItemMember)) {
-        const json& bytes = params[kItemMember];
-        if (!bytes.is_string() || !arguments.setBase64crc(bytes.get<std::string>())) {
-            return JsonRpcError::InvalidParams;
-        }
-        return judge(arguments, limits.depth);
-    }
+std::optional<JsonRpcError> readItem(const json& params, Item& arguments) {
+    const bool hasItem = params.size() == 1 && params.contains(kItemMember);
+    if (!hasItem || !params[kItemMember].is_string()) return JsonRpcError::InvalidParams;
+    const bool isRead = arguments.setBase64crc(params[kItemMember].get<std::string>());
+    return isRead ? std::nullopt : std::optional(JsonRpcError::InvalidParams);
+}
+
+std::optional<JsonRpcError> readList(const json& params, Item& arguments) {
     Item value;
     if (!isItemValue(params) || !value.setJSON(params.dump())) return JsonRpcError::InvalidParams;
-    if (params.is_array())
-        value.getIterator().asSubItem(arguments);
-    else
-        arguments = value;
-    return judge(arguments, limits.depth);
+    value.getIterator().asSubItem(arguments);
+    return std::nullopt;
 }
 
-bool isId(const json& id) {
-    return id.is_string() || id.is_number() || id.is_null();
+std::optional<JsonRpcError> readArguments(std::string_view text, Item& arguments, int depth) {
+    const json params = json::parse(text);
+    const auto refusal = params.is_object() ? readItem(params, arguments) : readList(params, arguments);
+    return refusal ? refusal : refusalOfList(arguments, depth);
 }
 
-JsonRpcRequest refused(JsonRpcError error) {
+bool isStructured(std::string_view value) {
+    return value.starts_with('[') || value.starts_with('{');
+}
+
+bool isId(std::string_view value) {
+    return !isStructured(value) && value != "true" && value != "false";
+}
+
+std::optional<std::string> readText(std::string_view value) {
+    if (!value.starts_with('"')) return std::nullopt;
+    std::string text = json::parse(value).get<std::string>();
+    return isItemText(text) ? std::optional(std::move(text)) : std::nullopt;
+}
+
+JsonRpcRequest readRequest(std::string_view object, int depth) {
     JsonRpcRequest request;
-    request.refusal = error;
-    return request;
-}
-
-JsonRpcRequest readRequest(const json& object, const JsonRpcLimits& limits) {
-    if (!object.is_object()) return refused(JsonRpcError::InvalidRequest);
-    JsonRpcRequest request;
-    const auto id = object.find("id");
-    if (id != object.end() && isId(*id)) request.id = id->dump();
-    const auto version = object.find("jsonrpc");
-    const auto method = object.find("method");
-    const auto params = object.find("params");
-    const bool isValid = version != object.end() && *version == "2.0" && method != object.end() &&
-                         method->is_string() && isItemText(method->get_ref<const std::string&>()) &&
-                         (id == object.end() || isId(*id)) &&
-                         (params == object.end() || params->is_structured());
+    const auto id = memberOfObject(object, "id");
+    const auto version = memberOfObject(object, "jsonrpc");
+    const auto method = memberOfObject(object, "method");
+    const auto params = memberOfObject(object, "params");
+    const std::optional<std::string> name = method ? readText(*method) : std::nullopt;
+    if (id && isId(*id)) request.id = *id;
+    const bool isValid = version && readText(*version) == "2.0" && name && (!id || isId(*id)) &&
+                         (!params || isStructured(*params));
     if (!isValid) {
         request.refusal = JsonRpcError::InvalidRequest;
         return request;
     }
-    request.isNotification = id == object.end();
-    request.method = method->get<std::string>();
-    if (params != object.end()) request.refusal = readArguments(*params, request.arguments, limits);
+    request.isNotification = !id;
+    request.method = *name;
+    if (params) request.refusal = readArguments(*params, request.arguments, depth);
     return request;
 }
 
@@ -168,16 +176,39 @@ std::string resultText(const Item& result) {
 
 } // namespace
 
-JsonRpcMessage parseMessage(std::string_view line, const JsonRpcLimits& limits) {
-    if (isTooDeep(line, limits.depth)) return {false, {refused(JsonRpcError::TooDeep)}};
-    const json parsed = json::parse(line, nullptr, false);
-    if (parsed.is_discarded()) return {false, {refused(JsonRpcError::ParseError)}};
-    if (!parsed.is_array()) return {false, {readRequest(parsed, limits)}};
-    if (parsed.empty()) return {false, {refused(JsonRpcError::InvalidRequest)}};
-    if (parsed.size() > limits.batchCalls) return {false, {refused(JsonRpcError::TooMany)}};
-    JsonRpcMessage message{true, {}};
-    for (const json& object : parsed) message.requests.push_back(readRequest(object, limits));
-    return message;
+JsonRpcMessage::JsonRpcMessage(std::string_view line, const JsonRpcLimits& limits) : m_limits(limits) {
+    if (isTooDeep(line, limits.depth)) {
+        m_refusal = JsonRpcError::TooDeep;
+    } else if (!json::accept(line)) {
+        m_refusal = JsonRpcError::ParseError;
+    }
+    if (m_refusal) {
+        m_calls = {{0, 0}};
+        return;
+    }
+    m_line = line;
+    m_isBatch = line[line.find_first_not_of(" \t\r\n")] == '[';
+    if (!m_isBatch) {
+        m_calls = {{0, m_line.size()}};
+        return;
+    }
+    for (const std::string_view call : elementsOfArray(m_line, limits.batchCalls + 1))
+        m_calls.push_back({static_cast<std::size_t>(call.data() - m_line.data()), call.size()});
+    if (m_calls.empty()) m_refusal = JsonRpcError::InvalidRequest;
+    if (m_calls.size() > limits.batchCalls) m_refusal = JsonRpcError::TooMany;
+    if (!m_refusal) return;
+    m_calls = {{0, 0}};
+    m_isBatch = false;
+}
+
+JsonRpcRequest JsonRpcMessage::readCall(std::size_t index) const {
+    if (m_refusal) {
+        JsonRpcRequest request;
+        request.refusal = m_refusal;
+        return request;
+    }
+    const Span& call = m_calls[index];
+    return readRequest(std::string_view(m_line).substr(call.begin, call.size), m_limits.depth);
 }
 
 std::string errorReply(JsonRpcError error, std::string_view id) {
@@ -185,9 +216,12 @@ std::string errorReply(JsonRpcError error, std::string_view id) {
            ",\"message\":\"" + textOf(error) + "\"},\"id\":" + std::string(id) + "}";
 }
 
-std::string resultReply(const Item& result, std::string_view id) {
-    if (judge(result, Item::kMaxDepth)) return errorReply(JsonRpcError::InternalError, id);
-    return "{\"jsonrpc\":\"2.0\",\"result\":" + resultText(result) + ",\"id\":" + std::string(id) + "}";
+std::string resultReply(const Item& result, std::string_view id, std::size_t mostBytes) {
+    if (result.getPlainSize() > mostBytes) return errorReply(JsonRpcError::ReplyTooLarge, id);
+    if (refusalOfList(result, Item::kMaxDepth)) return errorReply(JsonRpcError::InternalError, id);
+    const std::string text = resultText(result);
+    if (text.size() > mostBytes) return errorReply(JsonRpcError::ReplyTooLarge, id);
+    return "{\"jsonrpc\":\"2.0\",\"result\":" + text + ",\"id\":" + std::string(id) + "}";
 }
 
 std::string batchReply(const std::vector<std::string>& replies) {

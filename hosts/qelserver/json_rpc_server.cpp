@@ -1,6 +1,7 @@
 #include "json_rpc_server.h"
 
 #include "json_rpc_call.h"
+#include "json_rpc_channel.h"
 #include "json_rpc_connection.h"
 
 #include <qel/foundation/log/message_stream.h>
@@ -52,7 +53,7 @@ bool JsonRpcServer::start() {
     return true;
 }
 
-/// Removes the name that a server left behind which is gone: a socket where nobody listens.
+/// Removes the name if a server that is gone left it behind: a socket on which nobody listens.
 bool JsonRpcServer::isNameFree() const {
     FileHandle probe;
     const FileError error = connectLocally(probe, m_socketPath.c_str());
@@ -88,34 +89,55 @@ void JsonRpcServer::stop() {
 }
 
 void JsonRpcServer::poll() {
-    take();
-    send();
+    receiveCalls();
+    sendReplies();
 }
 
-void JsonRpcServer::take() {
-    if (m_draining) return;
-    acceptConnections();
-    receive();
-    serve();
+void JsonRpcServer::receiveCalls() {
+    if (!m_draining) {
+        acceptConnections();
+        receiveBytes();
+    }
+    runCalls();
 }
 
 void JsonRpcServer::wait(int timeoutMs) {
-    const bool hasWork = !m_draining && std::any_of(m_connections.begin(), m_connections.end(),
-                                                    [](const auto& peer) { return peer->hasMessage(); });
+    const bool hasWork = std::any_of(m_connections.begin(), m_connections.end(),
+                                     [this](const auto& peer) { return peer->hasCall(m_draining); });
     watch(hasWork ? 0 : timeoutMs);
 }
 
 void JsonRpcServer::adopt(FileHandle socket, PeerIdentity peer) {
+    adopt(std::make_unique<JsonRpcSocketChannel>(std::move(socket)), std::move(peer));
+}
+
+void JsonRpcServer::adopt(std::unique_ptr<JsonRpcChannel> channel, PeerIdentity peer) {
     const qel::SmartPointer<JsonRpcConnection> connection(
-        new JsonRpcConnection(std::move(socket), std::move(peer), m_rights, m_limits));
-    const bool isKnown = m_rights->hasAny(connection->peer());
-    if (isKnown && hasRoomFor(connection->peer())) {
-        m_connections.push_back(connection);
-        return;
-    }
+        new JsonRpcConnection(std::move(channel), std::move(peer), m_rights, m_limits, nowMs()));
+    if (!m_rights->hasAny(connection->peer())) return turnAway(*connection, JsonRpcError::NotPermitted);
+    if (connection->peer().user == userId() && m_connections.size() >= m_limits.connections)
+        dropLongestIdle();
+    if (!hasRoomFor(connection->peer())) return turnAway(*connection, JsonRpcError::TooMany);
+    m_connections.push_back(connection);
+}
+
+void JsonRpcServer::turnAway(JsonRpcConnection& connection, JsonRpcError error) {
     ++m_refusalCount;
-    connection->refuse(isKnown ? JsonRpcError::TooMany : JsonRpcError::NotPermitted);
-    connection->flush(nowMs());
+    connection.refuse(error);
+    connection.flush(nowMs());
+    connection.close();
+}
+
+void JsonRpcServer::dropLongestIdle() {
+    auto longest = m_connections.end();
+    for (auto it = m_connections.begin(); it != m_connections.end(); ++it) {
+        if ((*it)->isBusy() || (*it)->hasCall(false)) continue;
+        const bool isFirst = longest == m_connections.end();
+        if (isFirst || (*it)->lastActiveMs() < (*longest)->lastActiveMs()) longest = it;
+    }
+    if (longest == m_connections.end()) return;
+    turnAway(**longest, JsonRpcError::TooMany);
+    m_connections.erase(longest);
 }
 
 bool JsonRpcServer::hasRoomFor(const PeerIdentity& peer) const {
@@ -137,13 +159,14 @@ void JsonRpcServer::acceptConnections() {
     }
 }
 
-/// What each connection waits for, in their order, and behind them the listener, unless what waits there
-/// can't be taken anyway.
+/// What each connection waits for, in their order, and after them the listener, unless what waits there can't
+/// be taken anyway.
 std::vector<SocketWatch> JsonRpcServer::watch(int timeoutMs) const {
     std::vector<SocketWatch> watched;
     for (const auto& connection : m_connections) {
-        const bool wantsInput = !m_draining && connection->wantsInput();
-        watched.push_back({&connection->socket(), wantsInput, connection->hasOutput()});
+        const bool hasSocket = connection->socket() != nullptr;
+        const bool wantsInput = hasSocket && !m_draining && connection->wantsInput();
+        watched.push_back({connection->socket(), wantsInput, hasSocket && connection->hasOutput()});
     }
     if (m_listener.isOpen() && !m_draining && !m_isShortOfSockets)
         watched.push_back({&m_listener, true, false});
@@ -151,37 +174,41 @@ std::vector<SocketWatch> JsonRpcServer::watch(int timeoutMs) const {
     return watched;
 }
 
-void JsonRpcServer::receive() {
+void JsonRpcServer::receiveBytes() {
     if (m_connections.empty()) return;
     const std::vector<SocketWatch> watched = watch(0);
+    const qel::int64 now = nowMs();
     for (std::size_t i = 0; i < m_connections.size(); ++i) {
-        if (watched[i].canReceive) m_connections[i]->receive();
+        if (!watched[i].socket || watched[i].canReceive) m_connections[i]->receive(now);
     }
 }
 
-void JsonRpcServer::serve() {
-    if (m_connections.empty()) return;
+/// Each connection runs one call when it is its turn, until none has any more or the time is up. The next
+/// pass goes on with the next connection.
+void JsonRpcServer::runCalls() {
     const auto connections = m_connections; // a handler may stop the server
     const auto finished = m_finished;
     const qel::int64 begin = nowMs();
-    m_firstToServe = (m_firstToServe + 1) % connections.size();
-    for (std::size_t i = 0; i < connections.size(); ++i) {
-        JsonRpcConnection& connection = *connections[(m_firstToServe + i) % connections.size()];
-        while (connection.hasMessage()) {
-            if (m_draining || nowMs() - begin > m_limits.passMs) return;
-            ++m_messageCount;
-            m_refusalCount += connection.processMessage(*this, *finished);
-            answer();
+    for (std::size_t idle = 0; idle < connections.size() && nowMs() - begin <= m_limits.passMs;) {
+        m_turn = (m_turn + 1) % connections.size();
+        JsonRpcConnection& connection = *connections[m_turn];
+        if (!connection.hasCall(m_draining)) {
+            ++idle;
+            continue;
         }
+        idle = 0;
+        ++m_callCount;
+        m_refusalCount += connection.runNextCall(*this, *finished) ? 1 : 0;
+        collectResults();
     }
 }
 
-void JsonRpcServer::answer() {
-    for (const auto& call : m_finished->take()) call->connection().answer(*call);
+void JsonRpcServer::collectResults() {
+    for (const auto& call : m_finished->takeAll()) call->connection().putResult(*call);
 }
 
-void JsonRpcServer::send() {
-    answer();
+void JsonRpcServer::sendReplies() {
+    collectResults();
     const qel::int64 now = nowMs();
     for (const auto& connection : m_connections) connection->flush(now);
     std::erase_if(m_connections, [](const auto& connection) { return connection->isClosed(); });

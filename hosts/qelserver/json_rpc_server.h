@@ -18,12 +18,20 @@
 
 namespace qelserver {
 
-class JsonRpcConnection;
 class FinishedCalls;
+class JsonRpcChannel;
+class JsonRpcConnection;
+enum class JsonRpcError : int;
 
 /// A provider whose calls come from other processes. Register calls on it as on every RpcProvider, start it,
 /// and call poll() in each pass; it never blocks. A handler may stop it; the rest of a batch does not run
 /// then.
+///
+/// The road of a call: receiveCalls() takes connections and bytes, and JsonRpcConnection::runNextCall() cuts
+/// them into messages, checks the right and runs the handler (JsonRpcCall::run). A handler finishes its call
+/// at once or later, on any thread; the call then waits in FinishedCalls. sendReplies() collects it, puts the
+/// result into the reply to its message, and sends replies that are whole. Peers take turns with single
+/// calls, also those of batches, for JsonRpcLimits::passMs in a pass.
 ///
 /// A call is run for a peer that has the right recorded for it; one registered without a right asks for
 /// "rpc:" and its name. Peers with the server's own user id have all rights.
@@ -46,24 +54,28 @@ public:
     /// Closes everything and removes the name. Calls that still run end without a reply.
     void stop();
 
-    /// Does what can be done at once: take(), then send().
+    /// Does what can be done at once: receiveCalls(), then sendReplies().
     void poll();
     /// Takes connections and messages and runs calls, for a host that has to store what they did before
     /// anybody hears of it.
-    void take();
-    /// Sends the replies of the calls that have ended.
-    void send();
+    void receiveCalls();
+    /// Sends the replies to the calls that have ended.
+    void sendReplies();
     /// Blocks until a peer has something for poll(), or @p timeoutMs have passed; for hosts that would sleep.
     void wait(int timeoutMs);
-    /// Serves a connection that somebody else has made.
+    /// Serves a connection that somebody else has made. Peers without any right, and those beyond the limits,
+    /// get an error and are disconnected. When there are as many connections as allowed, one of the server's
+    /// own user displaces the one that has been idle for longest.
     void adopt(qel::platform::FileHandle socket, qel::platform::PeerIdentity peer);
+    /// The same for a peer whose bytes come in any other way.
+    void adopt(std::unique_ptr<JsonRpcChannel> channel, qel::platform::PeerIdentity peer);
 
     /// The rights of peers.
     const JsonRpcRights& rights() const { return *m_rights; }
     /// How many peers are connected.
     std::size_t getConnectionCount() const { return m_connections.size(); }
-    /// How many messages were taken since the start.
-    qel::uint64 getMessageCount() const { return m_messageCount; }
+    /// How many calls were run or refused since the start.
+    qel::uint64 getCallCount() const { return m_callCount; }
     /// How many messages and peers were refused since the start.
     qel::uint64 getRefusalCount() const { return m_refusalCount; }
 
@@ -71,22 +83,24 @@ private:
     bool isNameFree() const;
     void acceptConnections();
     bool hasRoomFor(const qel::platform::PeerIdentity& peer) const;
+    void dropLongestIdle();
+    void turnAway(JsonRpcConnection& connection, JsonRpcError error);
     std::vector<qel::platform::SocketWatch> watch(int timeoutMs) const;
-    void receive();
-    void serve();
-    void answer();
+    void receiveBytes();
+    void runCalls();
+    void collectResults();
 
     const std::string m_socketPath;
     const std::shared_ptr<const JsonRpcRights> m_rights;
     const JsonRpcLimits m_limits;
     qel::platform::FileHandle m_listener;
-    qel::platform::FileIdentity m_nameIdentity; // of the socket that start() made
+    qel::platform::FileIdentity m_nameIdentity; // of the socket that start() created
     qel::Vector<qel::SmartPointer<JsonRpcConnection>> m_connections;
     qel::SmartPointer<FinishedCalls> m_finished;
-    std::size_t m_firstToServe = 0;  // in turn, so that nobody is always last
+    std::size_t m_turn = 0;          // of the connection that was last asked for a call
     bool m_isShortOfSockets = false; // connections wait that can't be taken
     bool m_draining = false;
-    qel::uint64 m_messageCount = 0;
+    qel::uint64 m_callCount = 0;
     qel::uint64 m_refusalCount = 0;
 };
 

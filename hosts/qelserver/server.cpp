@@ -68,16 +68,16 @@ Server::~Server() {
 }
 
 bool Server::poll() {
-    const qel::uint64 before = m_rpc->getMessageCount();
-    m_rpc->take();
+    const qel::uint64 before = m_rpc->getCallCount();
+    m_rpc->receiveCalls();
     const auto attempts = m_records.options().getValueAsInt("server:job_attempts");
     const bool workersMoved = m_workers->poll(attempts);
     const bool durable = m_calls->hasUnanswered();
     m_records.endPass(durable);
     m_records.beginPass();
     if (durable) m_calls->answer();
-    m_rpc->send();
-    return workersMoved || m_rpc->getMessageCount() != before;
+    m_rpc->sendReplies();
+    return workersMoved || m_rpc->getCallCount() != before;
 }
 
 } // namespace qelserver

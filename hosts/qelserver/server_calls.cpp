@@ -7,17 +7,23 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
+#include <limits>
+#include <utility>
 
 namespace qelserver {
 
 namespace {
 
-constexpr qel::int64 kMostLogLines = 10000;
+constexpr qel::int64 kMostLogLines = 1000;
 constexpr qel::int64 kDefaultLogLines = 100;
 constexpr qel::int64 kMostListedJobs = 1000;
 constexpr qel::int64 kDefaultListedJobs = 100;
 constexpr size_t kMostFiles = 10000;
 constexpr size_t kLongestKindBytes = 64;
+constexpr size_t kLongestErrorBytes = 1024;    // of a job, as it is shown
+constexpr size_t kLongestLineBytes = 8 * 1024; // of the log, as it is shown
+constexpr size_t kPageBytes = 128 * 1024;      // of rows in one reply; JSON may take six times as much
 
 /// An element that JSON shows as an object; @p fields holds keys and values in turn.
 void addTable(qel::Item& out, const qel::Item& fields) {
@@ -30,12 +36,68 @@ const char* nameOf(JobState state) {
     return index < kNames.size() ? kNames[index] : "unknown";
 }
 
-/// What a list of jobs tells of each.
+/// The beginning of a text that is too long.
+qel::String shortened(const qel::String& text, size_t mostBytes) {
+    return text.size() <= mostBytes ? text : qel::String(text.substr(0, mostBytes)).utf8_fix() + "...";
+}
+
+/// The rows of a list that fit into one reply.
+class Page {
+public:
+    /// @param mostRows  how many rows were asked for.
+    explicit Page(qel::int64 mostRows) : m_mostRows(static_cast<size_t>(mostRows)) {}
+
+    /// Whether another row may be added.
+    bool hasRoom() const { return m_rows.size() < m_mostRows && m_bytes < kPageBytes; }
+    void add(qel::Item row) {
+        m_bytes += row.getPlainSize();
+        m_rows.push_back(std::move(row));
+    }
+    /// The rows in the order of add(), or in the reverse.
+    qel::Item list() const { return joined(m_rows.begin(), m_rows.end()); }
+    qel::Item reversedList() const { return joined(m_rows.rbegin(), m_rows.rend()); }
+
+private:
+    template <class It>
+    static qel::Item joined(It row, It end) {
+        qel::Item list;
+        for (; row != end; ++row) list.concatItem(*row);
+        return list;
+    }
+
+    const size_t m_mostRows;
+    size_t m_bytes = 0;
+    qel::Vector<qel::Item> m_rows;
+};
+
+/// What a list of jobs shows of each.
 qel::Item fieldsOf(const Job& job) {
     qel::Item fields;
     fields.add("id").add(job.id.toString()).add("kind").add(job.kind).add("state").add(nameOf(job.state));
     fields.add("progress").add(job.progress).add("attempts").add(job.attempts);
-    return fields.add("files").add(static_cast<qel::int64>(job.files.size())).add("error").add(job.error);
+    return fields.add("files")
+        .add(static_cast<qel::int64>(job.files.size()))
+        .add("error")
+        .add(shortened(job.error, kLongestErrorBytes));
+}
+
+/// Adds "result", the rows of a job's result from number @p first on, and "next", the number of the row to go
+/// on with, or null.
+void addResult(qel::Item& fields, const qel::Item& result, qel::int64 first) {
+    qel::Item rows;
+    result.getIterator().asSubItem(rows);
+    Page page(std::numeric_limits<qel::int64>::max());
+    qel::Item::Iterator it = rows.getIterator();
+    qel::int64 number = 0;
+    for (; it.hasNextElement() && page.hasRoom(); ++number) {
+        const auto begin = it.getOffset();
+        it.skip(it.getType() == qel::ValueType::Prefix ? 2 : 1);
+        const auto size = static_cast<size_t>(it.getOffset() - begin);
+        if (number >= first)
+            page.add(qel::Item(qel::Item::PlainMode, rows.getPlainBytePointer() + begin, size));
+    }
+    fields.add("result").add(page.list()).add("next");
+    it.hasNextElement() ? fields.add(number) : fields.addNIL();
 }
 
 /// The number in the next argument, if there is one, brought between 0 and @p most.
@@ -43,6 +105,11 @@ qel::int64 readCount(qel::Item::Iterator& args, qel::int64 byDefault, qel::int64
     qel::int64 count = byDefault;
     args.asInteger(count);
     return std::clamp<qel::int64>(count, 0, most);
+}
+
+bool readNumber(const qel::String& text, qel::int64& number) {
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    return error == std::errc() && end == text.data() + text.size();
 }
 
 /// Reads a text; the name of a table's prefix is none.
@@ -87,11 +154,13 @@ ServerCalls::ServerCalls(qel::RpcProvider& provider, Records& records, JobBoard&
     provider.setCategory("Server");
     add("jobs.submit", &ServerCalls::submit, "Have workers do a job.",
         "(String kind, List files, Bool overwrite = false) : String id");
-    add("jobs.state", &ServerCalls::state, "How far a job is.", "(String id) : Table job");
-    add("jobs.list", &ServerCalls::listJobs, "The last jobs.", "(Integer jobs = 100) : List jobs");
+    add("jobs.state", &ServerCalls::state, "How far a job is.",
+        "(String id, Integer firstRow = 0) : Table job");
+    add("jobs.list", &ServerCalls::listJobs, "The last jobs.",
+        "(Integer jobs = 100, String before = newest) : Table jobs, next");
     add("workers.list", &ServerCalls::listWorkers, "All workers.", "() : List workers");
     add("log.query", &ServerCalls::queryLog, "The last lines of the log.",
-        "(Integer lines = 100, Bool customers = false) : List lines");
+        "(Integer lines = 100, Bool customers = false, Integer before = end) : Table lines, next");
     add("statistics.list", &ServerCalls::listStatistics, "All counters.", "() : Table counters");
     add("server.shutdown", &ServerCalls::shutDown, "Stop the server in order.", "() : Bool success");
     provider.setCategory(nullptr);
@@ -124,18 +193,36 @@ void ServerCalls::state(const qel::RpcContext& call) const {
     qel::String id;
     const Job* job = call.args().asString(id) ? m_jobs.find(qel::GUID::fromString(id)) : nullptr;
     if (job) {
-        qel::Item fields = fieldsOf(*job).add("result");
-        job->result.empty() ? fields.addNIL() : fields.concatItem(job->result);
+        qel::Item fields = fieldsOf(*job);
+        if (job->result.empty()) {
+            fields.add("result").addNIL().add("next").addNIL();
+        } else {
+            addResult(fields, job->result, readCount(call.args(), 0, kMostFiles));
+        }
         addTable(call.result(), fields);
     }
     call.finish();
 }
 
 void ServerCalls::listJobs(const qel::RpcContext& call) const {
-    const auto count = static_cast<size_t>(readCount(call.args(), kDefaultListedJobs, kMostListedJobs));
-    qel::Item list;
-    m_jobs.visitLast(count, [&list](const Job& job) { addTable(list, fieldsOf(job)); });
-    call.result().add(list);
+    Page page(readCount(call.args(), kDefaultListedJobs, kMostListedJobs));
+    qel::String text;
+    qel::int64 next = std::numeric_limits<qel::int64>::max();
+    if (call.args().asString(text) && !readNumber(text, next)) return call.finish();
+    bool hasMore = false;
+    m_jobs.visitNewestFirst(next, [&](const Job& job) {
+        hasMore = !page.hasRoom();
+        if (hasMore) return false;
+        qel::Item row;
+        addTable(row, fieldsOf(job));
+        page.add(row);
+        next = job.submitted;
+        return true;
+    });
+    qel::Item fields;
+    fields.add("jobs").add(page.reversedList()).add("next");
+    hasMore ? fields.add(std::to_string(next)) : fields.addNIL();
+    addTable(call.result(), fields);
     call.finish();
 }
 
@@ -155,15 +242,22 @@ void ServerCalls::queryLog(const qel::RpcContext& call) const {
     bool customers = false;
     call.args().asBool(customers);
     qel::LogDB& log = m_records.log(customers ? LogChannel::Customer : LogChannel::Technical);
-    qel::Item list;
-    for (qel::int64 n = std::max(log.getEnd() - lines, log.getBegin()); n < log.getEnd(); ++n) {
-        const qel::Item* line = qel::Item(log.getData()).add(n).fetch();
+    const qel::int64 first = std::max<qel::int64>(log.getBegin(), 0);
+    qel::int64 number = log.getEnd();
+    call.args().asInteger(number);
+    number = std::clamp(number, first, std::max(first, log.getEnd()));
+    Page page(lines);
+    for (const qel::int64 last = std::max(first, number - lines); number > last && page.hasRoom();) {
+        const qel::Item* line = qel::Item(log.getData()).add(--number).fetch();
         if (!line) continue;
         qel::Item::Iterator it = line->getIterator();
         qel::String text;
-        if (it.skip(1) && it.asString(text)) list.add(text);
+        if (it.skip(1) && it.asString(text)) page.add(qel::Item(shortened(text, kLongestLineBytes)));
     }
-    call.result().add(list);
+    qel::Item fields;
+    fields.add("lines").add(page.reversedList()).add("next");
+    number > first ? fields.add(number) : fields.addNIL();
+    addTable(call.result(), fields);
     call.finish();
 }
 

@@ -10,18 +10,23 @@
 namespace qelserver {
 
 /// Registers and answers:
+/// - jobs.submit(String kind, List of String paths, Bool overwrite = false): String id, once the job is on
+/// the disk
+/// - jobs.state(String id, Integer firstRow = 0): Table id, kind, state, progress, attempts, files, error,
+/// result, next
+/// - jobs.list(Integer jobs = 100, String before): Table jobs (a List of such tables without results, the
+/// oldest
+///   first), next
+/// - workers.list(): List of Table pid, restarts, job
+/// - log.query(Integer lines = 100, Bool customers = false, Integer before): Table lines (the oldest first),
+/// next
+/// - statistics.list(): Table from name to count
+/// - server.shutdown(): True; the server then stops in order
 ///
-/// | method | arguments | result |
-/// |---|---|---|
-/// | jobs.submit | String kind, List of String paths | String id, once the job is on the disk |
-/// | jobs.state | String id | Table: id, kind, state, progress, attempts, result, error |
-/// | jobs.list | Integer number of jobs (100) | List of such tables without results, oldest submission first
-/// | | workers.list | | List of Table: pid, restarts, job | | log.query | Integer number of lines (100), Bool
-/// customers' log (false) | List of lines, oldest first | | statistics.list | | Table from name to count | |
-/// server.shutdown | | True; the server then stops in order |
-///
-/// No call gives more than 1000 jobs or 10000 lines. Each call needs the right "rpc:" and its name. What has
-/// wrong arguments, or asks for a job that is not there, has no result. @threads main thread.
+/// A reply has at most 1000 jobs or lines, and about 128 KiB of them or of a result. If there is more, "next"
+/// is the argument with which the call goes on; otherwise it is null. Each call needs the right "rpc:" and
+/// its name. A call with wrong arguments, or for a job that does not exist, has no result. @threads main
+/// thread.
 class ServerCalls {
 public:
     /// @owner all must outlive it, and the provider must not be called after it.

@@ -28,7 +28,10 @@ protected:
     }
     static Vector<GUID> last(const JobBoard& board, size_t count) {
         Vector<GUID> ids;
-        board.visitLast(count, [&ids](const Job& job) { ids.push_back(job.id); });
+        board.visitNewestFirst(std::numeric_limits<int64>::max(), [&](const Job& job) {
+            if (ids.size() < count) ids.insert(ids.begin(), job.id);
+            return ids.size() < count;
+        });
         return ids;
     }
 

@@ -161,7 +161,9 @@ TEST_F(JsonRpcTest, RequestsAndRepliesFollowTheProtocol) {
     const std::pair<std::string, std::string> kExchanges[] = {
         {call("echo", "[]", R"("a\n")"), result("null", R"("a\n")")},
         {call("echo", R"([1,"b"])", "1.5"), result(R"([1,"b"])", "1.5")},
-        {call("echo", R"({"b":[1,{}],"a":null})", "null"), result(R"({"a":null,"b":[1,{}]})", "null")},
+        {call("echo", R"([{"b":[1,{}],"a":null}])", "null"), result(R"({"a":null,"b":[1,{}]})", "null")},
+        {call("echo", R"({"/a":"/b"})"), wrongParams}, // no call has named parameters
+        {call("echo", "{}"), wrongParams},
         {call("echo", "[" + guid + "]"), result(guid, "1")},
         {call("echo", item), result(item, "1")},
         {call("echo", R"({"$item":"nonsense"})"), wrongParams},
@@ -203,6 +205,82 @@ TEST_F(JsonRpcTest, RequestsAndRepliesFollowTheProtocol) {
     EXPECT_FALSE(server->isBusy());
 }
 
+TEST_F(JsonRpcTest, AnIdComesBackByteForByte) {
+    Peer peer = connect();
+    for (const char* id : {"123456789012345678901234567890", "-9223372036854775809", "1e3", "1E+3", "-0",
+                           "-0.0", "0.10", "1.0e-7", R"("a\u0062\/\"}]")", R"("")", "null"}) {
+        EXPECT_EQ(exchange(peer, call("echo", "[]", id)), result("null", id)) << id;
+        EXPECT_EQ(exchange(peer, batch({call("echo", "[]", id), call("none", "[]", id)})),
+                  batch({result("null", id), error(-32601, "Method not found", id)}))
+            << id;
+    }
+    EXPECT_EQ(exchange(peer,
+                       R"({"params":[{"id":7}], "\u0069d" : 1.50 ,"method":"echo","jsonrpc":"2.0","id":2.50})"
+                       "\n"),
+              result(R"({"id":7})", "2.50"))
+        << "the last member of a name counts";
+}
+
+TEST_F(JsonRpcTest, AnIdOfAnotherKindIsNotReturned) {
+    Peer peer = connect();
+    for (const char* id : {"true", "false", "[1]", "{}"})
+        EXPECT_EQ(exchange(peer, call("echo", "[]", id)), error(-32600, "Invalid Request")) << id;
+}
+
+TEST_F(JsonRpcTest, ABatchIsDoneOverSeveralPasses) {
+    int runs = 0;
+    add("slow", [&](const RpcContext& context) {
+        ++runs;
+        clock.advanceMs(5);
+        context.finish();
+    });
+    Peer busy = connect();
+    Peer other = connect();
+    busy.send(batch({call("slow"), call("slow"), call("slow")}) + call("slow"));
+    server->poll();
+    EXPECT_EQ(runs, 1) << "the time of a pass is up";
+    other.send(call("echo", "[1]"));
+    server->poll();
+    EXPECT_EQ(other.receive(), result("1", "1")) << "it does not wait for the rest of the batch";
+    EXPECT_EQ(busy.receive(), "");
+    for (int pass = 0; pass < 3; ++pass) server->poll();
+    EXPECT_EQ(busy.receive(), batch({kDone, kDone, kDone}) + kDone);
+}
+
+TEST_F(JsonRpcTest, ABatchThatWasBegunIsFinishedWhileTheServerDrains) {
+    add("slow", [&](const RpcContext& context) {
+        clock.advanceMs(5);
+        context.finish();
+    });
+    Peer peer = connect();
+    peer.send(batch({call("slow"), call("slow")}) + call("slow"));
+    server->poll();
+    server->drain();
+    EXPECT_TRUE(server->isBusy());
+    for (int pass = 0; pass < 3; ++pass) server->poll();
+    EXPECT_EQ(peer.receive(), batch({kDone, kDone})) << "and no further message is begun";
+    EXPECT_FALSE(server->isBusy());
+}
+
+TEST_F(JsonRpcTest, TheResultsOfAMessageAreBounded) {
+    makeServer({.replyBytes = 100});
+    Peer peer = connect();
+    const auto textOf = [](size_t size) { return "\"" + std::string(size, 'x') + "\""; };
+    const std::string fits = textOf(98);
+    const std::string tooLarge = error(-32005, "Reply too large", "1");
+    EXPECT_EQ(exchange(peer, call("echo", "[" + fits + "]")), result(fits, "1"));
+    EXPECT_EQ(exchange(peer, call("echo", "[" + textOf(99) + "]")), tooLarge);
+    EXPECT_EQ(exchange(peer, call("echo", R"([")" + std::string(50, '\t') + R"("])")),
+              error(-32700, "Parse error"));
+    std::string escaped;
+    for (int i = 0; i < 50; ++i) escaped += "\\u0001";
+    EXPECT_EQ(exchange(peer, call("echo", "[\"" + escaped + "\"]")), tooLarge)
+        << "the text counts, not the Item";
+    const std::string half = textOf(60);
+    EXPECT_EQ(exchange(peer, batch({call("echo", "[" + half + "]"), call("echo", "[" + half + "]")})),
+              batch({result(half, "1"), tooLarge}));
+}
+
 TEST_F(JsonRpcTest, ABatchIsAnsweredWhenItsLastCallEndsOnWhicheverThread) {
     Peer peer = connect();
     EXPECT_EQ(exchange(peer, batch({call("keep"), call("keep", "[]", "2"), call("echo", "[3]", "3"),
@@ -227,9 +305,9 @@ TEST_F(JsonRpcTest, AHalfClosedPeerIsAnsweredAndThenLetGo) {
     ASSERT_EQ(kept.size(), 2u) << "a last line needs no line feed";
     EXPECT_EQ(server->getConnectionCount(), 1u);
     kept.clear();
-    server->take();
+    server->receiveCalls();
     EXPECT_EQ(peer.receive(), "") << "the host stores what was done before it lets the replies go";
-    server->send();
+    server->sendReplies();
     EXPECT_EQ(peer.receive(), kDone + kDone + "<end>");
     EXPECT_EQ(server->getConnectionCount(), 0u);
 }
@@ -260,9 +338,9 @@ TEST_F(JsonRpcTest, APeerThatTakesNoRepliesWaitsAndIsDroppedInTheEnd) {
     while (!platform::sendSome(peer.socket, request.data(), request.size(), done) && done == request.size()) {
         server->poll();
     }
-    const auto taken = server->getMessageCount();
+    const auto taken = server->getCallCount();
     server->poll();
-    EXPECT_EQ(server->getMessageCount(), taken) << "no message is taken while replies pile up";
+    EXPECT_EQ(server->getCallCount(), taken) << "no message is taken while replies pile up";
     for (const auto& [wait, left] : {std::pair(5000, 1u), {1, 0u}}) {
         clock.advanceMs(wait);
         server->poll();
@@ -303,10 +381,29 @@ TEST_F(JsonRpcTest, OnlySoManyPeersAreLetIn) {
     makeServer({.connections = 3, .connectionsOfOtherUser = 1}, "everyone: *");
     const std::string turnedAway = error(-32004, "Too many calls or connections") + "<end>";
     Vector<Peer> peers;
-    for (const uint32 user : {71u, 71u, 72u, platform::userId(), platform::userId()})
-        peers.push_back(connect(user));
+    for (const uint32 user : {71u, 71u, 72u, platform::userId(), 73u}) peers.push_back(connect(user));
     const std::string seen[] = {"", turnedAway, "", "", turnedAway};
     for (std::size_t i = 0; i < peers.size(); ++i) EXPECT_EQ(peers[i].receive(), seen[i]) << i;
+}
+
+TEST_F(JsonRpcTest, TheServersUserDisplacesTheLongestIdleConnection) {
+    makeServer({.connections = 3}, "everyone: *");
+    const std::string turnedAway = error(-32004, "Too many calls or connections") + "<end>";
+    Vector<Peer> peers;
+    for (const uint32 user : {platform::userId(), 71u, platform::userId()}) {
+        clock.advanceMs(10);
+        peers.push_back(connect(user));
+    }
+    clock.advanceMs(10);
+    exchange(peers[0], call("keep"));
+    exchange(peers[1], call("echo"));
+    EXPECT_EQ(connect(72).receive(), turnedAway) << "others displace nobody";
+    Peer owner = connect();
+    EXPECT_EQ(peers[2].receive(), turnedAway) << "it has been idle for longest";
+    EXPECT_EQ(exchange(owner, call("echo")), kDone);
+    exchange(peers[1], call("keep"));
+    exchange(owner, call("keep"));
+    EXPECT_EQ(connect().receive(), turnedAway) << "nobody is idle";
 }
 
 TEST(JsonRpcRightsTest, ALineOfAnotherFormIsRefused) {
