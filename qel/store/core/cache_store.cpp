@@ -16,7 +16,9 @@ struct CacheStoreData {
 } // namespace internal
 
 CacheStore::CacheStore(Store* backing)
-    : m_backing(backing), m_data(std::make_unique<internal::CacheStoreData>()) {}
+    : m_lossesSeen(backing->getLossCount()),
+      m_backing(backing),
+      m_data(std::make_unique<internal::CacheStoreData>()) {}
 
 CacheStore::~CacheStore() = default;
 
@@ -24,7 +26,17 @@ bool CacheStore::good() const {
     return m_backing->good();
 }
 
+/// Empties the cache if the backing store lost writes since the last call. @return whether it did.
+bool CacheStore::dropLost() {
+    const uint64 losses = m_backing->getLossCount();
+    if (losses == m_lossesSeen) return false;
+    m_lossesSeen = losses;
+    m_data->values.clear();
+    return true;
+}
+
 const Item* CacheStore::get(const Item& key) {
+    dropLost();
     m_data->order.assign(key);
     if (m_data->order.isQuestion()) return askBacking(key, m_data->answer);
     bool isNew;
@@ -58,6 +70,7 @@ const Item* CacheStore::askBacking(const Item& key, Item& value) {
 
 void CacheStore::set(const Item& key, const Item& value) {
     m_backing->set(key, value); // first: what it refuses with an exception isn't remembered
+    if (dropLost()) return;
     m_data->order.assign(key);
     if (m_data->order.isQuestion()) return m_data->values.clear();
     bool isNew;
@@ -112,6 +125,26 @@ void CacheStore::flush() {
 
 int64 CacheStore::getSizeInBytes() const {
     return m_backing->getSizeInBytes();
+}
+
+String CacheStore::lastError() const {
+    return m_backing->lastError();
+}
+
+void CacheStore::clearLastError() {
+    m_backing->clearLastError();
+}
+
+bool CacheStore::tryCommit() {
+    return m_backing->tryCommit();
+}
+
+bool CacheStore::tryFlush() {
+    return m_backing->tryFlush();
+}
+
+uint64 CacheStore::getLossCount() const {
+    return m_backing->getLossCount();
 }
 
 } // namespace qel

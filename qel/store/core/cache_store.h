@@ -12,13 +12,12 @@ namespace internal {
 struct CacheStoreData;
 }
 
-/// Stands in front of another store and remembers up to 8,192 keys, those last read or written: their values,
-/// and of absent ones that they are absent. Writes go through; questions of order go straight to the store
-/// behind.
+/// Wraps another store and remembers up to 8,192 keys, those last read or written: their values, and of
+/// absent keys that they are absent. Writes go through to the wrapped store, and so do questions of order.
 ///
-/// Nobody else may write to the store behind while a cache stands in front of it, and what that store takes
-/// back by itself, as on a full disk, stays in the cache. In the long run nothing is
-/// allocated: entries are used again with their buffers.
+/// Nobody else may write to the wrapped store. What that store drops or takes back by itself, as on a full
+/// disk, is dropped from the cache too: the cache is emptied when Store::getLossCount() changes. In the long
+/// run nothing is allocated: entries are used again with their buffers.
 class QEL_API CacheStore : public Store {
     QEL_CLASS(CacheStore, Store)
 
@@ -54,13 +53,20 @@ public:
     void close() override;
     void flush() override;
     int64 getSizeInBytes() const override;
+    String lastError() const override;
+    void clearLastError() override;
+    bool tryCommit() override;
+    bool tryFlush() override;
+    uint64 getLossCount() const override;
 
 private:
+    bool dropLost();
     const Item* askBacking(const Item& key, Item& value);
     bool ours(bool found, Item& key);
 
     uint32 m_hits = 0;
     uint32 m_misses = 0;
+    uint64 m_lossesSeen = 0;
     SmartPointer<Store> m_backing;
     std::unique_ptr<internal::CacheStoreData> m_data;
 };

@@ -21,6 +21,11 @@ void ScopedTransaction::commit() {
     if (Store* const store = std::exchange(m_store, nullptr)) store->commit();
 }
 
+bool ScopedTransaction::tryCommit() {
+    Store* const store = std::exchange(m_store, nullptr);
+    return store && store->tryCommit();
+}
+
 void ScopedTransaction::rollback() {
     if (Store* const store = std::exchange(m_store, nullptr)) store->rollback();
 }

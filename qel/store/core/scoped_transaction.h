@@ -28,9 +28,12 @@ public:
     ScopedTransaction(const ScopedTransaction&) = delete;
     ScopedTransaction& operator=(const ScopedTransaction&) = delete;
 
-    /// Commits; nothing when the transaction is over.
+    /// Commits; does nothing if the transaction is over.
     void commit();
-    /// Rolls back; nothing when the transaction is over.
+    /// Commits and reports the result; see Store::tryCommit().
+    /// @return false if what was written could not be kept, or if the transaction was over already.
+    bool tryCommit();
+    /// Rolls back; does nothing if the transaction is over.
     void rollback();
 
 private:

@@ -53,6 +53,26 @@ Store::Store(const Store&) = default;
 Store& Store::operator=(const Store&) = default;
 Store::~Store() = default;
 
+String Store::lastError() const {
+    return {};
+}
+
+void Store::clearLastError() {}
+
+bool Store::tryCommit() {
+    commit();
+    return lastError().empty();
+}
+
+bool Store::tryFlush() {
+    flush();
+    return lastError().empty();
+}
+
+uint64 Store::getLossCount() const {
+    return 0;
+}
+
 void Store::copyFrom(Store* source) {
     logging::info() << "[STORE] copying database";
     copyInTransaction(this, [&] {

@@ -3,6 +3,7 @@
 
 #include <qel/foundation/base/containers.h>
 #include <qel/foundation/base/object.h>
+#include <qel/foundation/base/string.h>
 #include <qel/foundation/base/types.h>
 #include <qel/platform/api.h>
 
@@ -22,7 +23,8 @@ class Item;
 /// greater and prev() the greatest smaller. A question is never stored: set() on one that equals no entry is
 /// misuse.
 ///
-/// No operation reports an error: misuse is logged and leaves the data as they were.
+/// Misuse is logged and leaves the data as they were. A write that could not be kept is logged as well; hosts
+/// that must know call tryCommit() or tryFlush(), or ask lastError() afterwards.
 /// @threads one thread at a time; an owner that shares a store adds its own lock.
 class QEL_API Store : public Object {
     QEL_CLASS(Store, Object)
@@ -62,6 +64,21 @@ public:
     virtual void flush() = 0;
     /// Bytes that the store takes where it is kept; 0 if it can't say.
     virtual int64 getSizeInBytes() const = 0;
+
+    /// Returns the first failure of a write, commit or flush since clearLastError(); empty if none failed.
+    virtual String lastError() const;
+    /// Forgets lastError().
+    virtual void clearLastError();
+    /// Ends the innermost transaction as commit() does.
+    /// @return false if what it wrote could not be kept: it is then rolled back, and lastError() says why.
+    virtual bool tryCommit();
+    /// Makes all that was committed durable, as flush() does.
+    /// @return true only if all of it is durable, and no write outside a transaction was lost since the last
+    ///         flush.
+    virtual bool tryFlush();
+    /// Returns how often the store dropped or took back writes without being asked to. A cache in front of it
+    /// forgets its values when this number changes.
+    virtual uint64 getLossCount() const;
 
     /// Writes every entry of @p source to this store in one transaction, and flushes. What is here and not
     /// there remains. Logs the beginning, and the number of entries and the speed at the end.

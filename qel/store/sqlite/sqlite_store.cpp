@@ -42,7 +42,7 @@ void SqliteStore::begin() {
 }
 
 void SqliteStore::commit() {
-    m_data->commit();
+    m_data->tryCommit();
 }
 
 void SqliteStore::rollback() {
@@ -54,11 +54,31 @@ void SqliteStore::close() {
 }
 
 void SqliteStore::flush() {
-    m_data->flush();
+    m_data->tryFlush();
 }
 
 int64 SqliteStore::getSizeInBytes() const {
     return m_data->size();
+}
+
+String SqliteStore::lastError() const {
+    return m_data->lastError();
+}
+
+void SqliteStore::clearLastError() {
+    m_data->clearLastError();
+}
+
+bool SqliteStore::tryCommit() {
+    return m_data->tryCommit();
+}
+
+bool SqliteStore::tryFlush() {
+    return m_data->tryFlush();
+}
+
+uint64 SqliteStore::getLossCount() const {
+    return m_data->lossCount();
 }
 
 bool SqliteStore::verify() {

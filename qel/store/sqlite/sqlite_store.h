@@ -75,6 +75,14 @@ public:
     void flush() override;
     /// Bytes of the file when all that was written has reached it.
     int64 getSizeInBytes() const override;
+    /// Also reports why the file could not be opened, and writes to a store that is not good().
+    String lastError() const override;
+    void clearLastError() override;
+    /// @return also false if the store is not good().
+    bool tryCommit() override;
+    /// @return also false if the store is not good().
+    bool tryFlush() override;
+    uint64 getLossCount() const override;
 
     /// Reads everything and checks that it fits together. @return whether it does.
     /// @errors else the first fault is logged, and good() is false from then on.

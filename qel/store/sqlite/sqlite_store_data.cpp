@@ -34,6 +34,7 @@ SqliteStoreData::SqliteStoreData(SqliteStore* store, SmartCStr path)
     }
     if (fault.empty()) return;
     logging::error() << "[STORE] can't open store '" << m_path << "': " << fault;
+    m_lastError = fault;
     releaseFile(false);
 }
 
@@ -58,6 +59,7 @@ void SqliteStoreData::releaseFile(bool isSound) {
     m_down.finalize();
     m_transactions.detach();
     m_connection.close(isSound);
+    ++m_lossCount; // a closed store has no values
 }
 
 void SqliteStoreData::resetCursors() {
@@ -68,7 +70,7 @@ void SqliteStoreData::resetCursors() {
 // --- Writing ----------------------------------------------------------------------------------------------
 
 void SqliteStoreData::set(const Item& key, const Item& value) {
-    if (!good()) return;
+    if (!isWritable()) return;
     m_orderKey.assign(key);
     if (!m_orderKey.isQuestion()) return store(key, value);
     if (!findEqual(key)) {
@@ -92,7 +94,10 @@ bool SqliteStoreData::write(SqliteStatement& statement, size_t bytes) {
     resetCursors();
     bool isDropped = false;
     SqliteCode code = m_transactions.prepareWrite(isDropped);
-    if (isDropped) return false;
+    if (isDropped) {
+        noteLoss("an earlier write of the transaction failed");
+        return false;
+    }
     if (code == SQLITE_OK) code = statement.run();
     if (code == SQLITE_OK) code = m_transactions.wrote(bytes);
     if (code == SQLITE_OK) return true;
@@ -102,7 +107,7 @@ bool SqliteStoreData::write(SqliteStatement& statement, size_t bytes) {
 }
 
 void SqliteStoreData::remove(const Item& first, const Item& last) {
-    if (!good() || Item::compare(first, last) > 0) return;
+    if (!isWritable() || Item::compare(first, last) > 0) return;
     m_orderKey.assign(first);
     m_lastKey.assign(last);
     if (m_orderKey.isQuestion() || m_lastKey.isQuestion()) return removeByQuestion(first, last);
@@ -141,13 +146,16 @@ bool SqliteStoreData::erase(std::string_view place) {
     return write(m_erase, place.size());
 }
 
-void SqliteStoreData::commit() {
+bool SqliteStoreData::tryCommit() {
     if (m_transactions.level() == 0) {
         logging::error() << "sqlitestore, commit without begin";
-        return;
+        return good();
     }
     resetCursors();
-    if (const SqliteCode code = m_transactions.commit()) report("commit to", code);
+    bool isKept = good();
+    if (const SqliteCode code = m_transactions.commit(isKept)) report("commit to", code);
+    if (!isKept) noteLoss("the transaction was rolled back");
+    return isKept && good();
 }
 
 void SqliteStoreData::rollback() {
@@ -159,12 +167,13 @@ void SqliteStoreData::rollback() {
     if (const SqliteCode code = m_transactions.rollback()) report("roll back", code);
 }
 
-void SqliteStoreData::flush() {
-    if (!good()) return;
+bool SqliteStoreData::tryFlush() {
+    if (!good()) return false;
     resetCursors();
     SqliteCode code = m_transactions.commitGathered();
     if (code == SQLITE_OK) code = m_transactions.sync();
     if (code != SQLITE_OK) report("flush", code);
+    return !m_transactions.takeLoss() && code == SQLITE_OK;
 }
 
 void SqliteStoreData::close() {
@@ -295,12 +304,25 @@ bool SqliteStoreData::prevOfQuestion(const Item& question, Item& out) {
 
 // --- Health -----------------------------------------------------------------------------------------------
 
+/// Whether the file is open; a write that finds it closed is a loss.
+bool SqliteStoreData::isWritable() {
+    if (!good()) noteLoss("the store is not open");
+    return good();
+}
+
+void SqliteStoreData::noteLoss(const String& reason) {
+    ++m_lossCount;
+    if (m_lastError.empty()) m_lastError = reason;
+}
+
 void SqliteStoreData::report(const char* what, SqliteCode code) {
     if (isSqliteDamage(code)) return closeDamaged(sqliteErrorText(code));
+    noteLoss(sqliteErrorText(code));
     logging::error() << "[STORE] can't " << what << " store '" << m_path << "': " << sqliteErrorText(code);
 }
 
 void SqliteStoreData::closeDamaged(const String& fault) {
+    noteLoss("damaged: " + fault);
     logging::error() << "[STORE] store '" << m_path << "' is damaged and was closed: " << fault;
     releaseFile(false);
 }

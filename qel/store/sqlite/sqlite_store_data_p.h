@@ -25,10 +25,13 @@ public:
     bool prev(const Item& key, Item& out);
     bool first(Item& out);
     void begin() { m_transactions.begin(); }
-    void commit();
+    bool tryCommit();
     void rollback();
     void close();
-    void flush();
+    bool tryFlush();
+    const String& lastError() const { return m_lastError; }
+    void clearLastError() { m_lastError.clear(); }
+    uint64 lossCount() const { return m_lossCount; }
     int64 size();
     bool verify();
 
@@ -53,6 +56,8 @@ private:
     bool nextOfQuestion(const Item& question, Item& out);
     bool prevOfQuestion(const Item& question, Item& out);
 
+    bool isWritable();
+    void noteLoss(const String& reason);
     void report(const char* what, SqliteCode code);
     void closeDamaged(const String& fault);
     String firstMisplacedKey();
@@ -66,6 +71,8 @@ private:
     OrderKey m_orderKey, m_lastKey;                          // those of the operation that runs
     std::array<Item, SqliteStore::kValuesKept + 1> m_values; // results of get(), used in turn
     size_t m_nextValue = 0;
+    String m_lastError;
+    uint64 m_lossCount = 0;
 };
 
 } // namespace qel::internal

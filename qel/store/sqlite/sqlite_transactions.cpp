@@ -54,6 +54,7 @@ void SqliteTransactions::writeFailed() {
         m_savepoints.clear();
         forgetGathered();
     }
+    if (m_level == 0) m_isLost = true;
     if (m_level != 0 && m_failedLevel == 0) m_failedLevel = isAllGone ? 1 : m_level;
 }
 
@@ -61,20 +62,24 @@ void SqliteTransactions::forgetGathered() {
     if (m_gatheredWrites > 0)
         logging::error() << "[STORE] store '" << m_path << "' lost " << m_gatheredWrites
                          << " writes that were not flushed";
+    if (m_gatheredWrites > 0) m_isLost = true;
     m_gatheredWrites = 0;
     m_gatheredBytes = 0;
 }
 
-SqliteCode SqliteTransactions::commit() {
+SqliteCode SqliteTransactions::commit(bool& isKept) {
     const int level = m_level--;
-    if (m_failedLevel == level) {
-        passFailureOn(level);
+    if (m_failedLevel != 0 && m_failedLevel <= level) {
+        isKept = false;
+        if (m_failedLevel == level) passFailureOn(level);
         return 0;
     }
     if (!hasSavepoint(level)) return 0;
     if (level == 1) {
         m_savepoints.clear();
-        return commitToLog();
+        const SqliteCode code = commitToLog();
+        if (code) isKept = false;
+        return code;
     }
     const bool isOwnAround = m_savepoints.size() > 1 && m_savepoints.end()[-2] == level - 1;
     if (!isOwnAround) {

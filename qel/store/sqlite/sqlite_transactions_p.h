@@ -3,6 +3,7 @@
 
 #include <qel/store/sqlite/sqlite_connection_p.h>
 
+#include <utility>
 #include <vector>
 
 namespace qel::internal {
@@ -27,7 +28,8 @@ public:
     int level() const { return m_level; }
     void begin() { ++m_level; }
     /// Ends a level; there must be one. @return the error of the database.
-    SqliteCode commit();
+    /// @param isKept  set to false if what was written in the level is lost.
+    SqliteCode commit(bool& isKept);
     SqliteCode rollback();
     /// Makes ready for a write. @param isDropped  set when the write must not be done.
     SqliteCode prepareWrite(bool& isDropped);
@@ -39,6 +41,8 @@ public:
     SqliteCode commitGathered();
     /// Waits until what was kept is on the disk.
     SqliteCode sync();
+    /// Returns whether writes outside of a transaction were lost since the last call.
+    bool takeLoss() { return std::exchange(m_isLost, false); }
 
 private:
     bool hasSavepoint(int level) const { return !m_savepoints.empty() && m_savepoints.back() == level; }
@@ -57,6 +61,7 @@ private:
     int m_gatheredWrites = 0;
     size_t m_gatheredBytes = 0;
     bool m_isSynced = true;
+    bool m_isLost = false;
 };
 
 } // namespace qel::internal
