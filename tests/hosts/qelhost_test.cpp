@@ -6,6 +6,7 @@
 
 #include <gmock/gmock.h>
 
+#include <fstream>
 #include <set>
 #include <sstream>
 
@@ -70,6 +71,19 @@ TEST_F(HostTest, ScriptsSeeOnlyWhatStandsBehindTheOptions) {
     EXPECT_THAT(runPlugin(script, {"--", "--report", "-h"}).out, HasSubstr("<--report>\n<-h>\n"));
     EXPECT_THAT(runPlugin(script, {"--report", "--"}).out,
                 AllOf(HasSubstr("system:\n"), HasSubstr("the main loop ran"), Not(HasSubstr("<"))));
+}
+
+TEST_F(HostTest, TheFirstScriptOfTheDocumentationRuns) {
+    std::ifstream file(sourceDir() + "/docs/scripting.md");
+    const std::string page{std::istreambuf_iterator<char>(file), {}};
+    const std::string head = "Save this as `plugins/hello/main.sq`:\n\n```\n";
+    const size_t begin = page.find(head);
+    ASSERT_NE(begin, page.npos);
+    const std::string script =
+        page.substr(begin + head.size(), page.find("```", begin + head.size()) - begin - head.size());
+    const HostRun host = runPlugin(script, {"--", "you"});
+    EXPECT_EQ(host.status, 0);
+    EXPECT_THAT(host.out, HasSubstr("\nhello you\n"));
 }
 
 // --- exit status ---------------------------------------------------------------------------------------
@@ -183,7 +197,7 @@ TEST_F(CatalogueTest, TheSummaryIsWrittenInTheChosenLanguage) {
                       HasSubstr("  Gesamtgröße                 4,9 kB\n")));
 }
 
-TEST_F(CatalogueTest, HashesAreTheCrc32cOfTheContentAtAnySizeAndLinksAndPipesAreNotOpened) {
+TEST_F(CatalogueTest, HashesAreTheCrc32cOfTheContentAtAnySize) {
     folder.write("tree/digits", "123456789");
     folder.write("tree/zeros", std::string(32, '\0'));
     folder.write("tree/sub/slices", std::string((8 << 20) * 2 + 12345, 'q'));
@@ -204,7 +218,7 @@ TEST_F(CatalogueTest, HashesAreTheCrc32cOfTheContentAtAnySizeAndLinksAndPipesAre
                 AllOf(ContainsRegex("Links, not followed +3\n"), ContainsRegex("Devices and pipes +1\n")));
 }
 
-TEST_F(CatalogueTest, NamesOfAnyBytesMakeOneCsvFieldEachAndUnreadableFilesArePassed) {
+TEST_F(CatalogueTest, NamesOfAnyBytesMakeOneCsvFieldEach) {
     const std::pair<std::string, std::string> names[] = {
         {"a\"b", "\"a\"\"b\""}, {"a,b", "\"a,b\""}, {"a\nb", "\"a\nb\""},     {"a\rb", "\"a\rb\""},
         {"a\\b", "a\\b"},       {" a", " a"},       {"\xff\xfe", "\xff\xfe"}, {"-rf", "-rf"}};
