@@ -31,11 +31,13 @@ TEST_F(ResourceLocatorTest, TheHighestPriorityAnswersWhateverTheOrder) {
         folder.write(name + "/x", name);
         locator().addResourceDirectory(folder.path(name));
     }
-    EXPECT_EQ(load("x") + load("only") + load("missing"), "highlow onlynone");
+    EXPECT_EQ(load("x"), "high");
+    EXPECT_EQ(load("only"), "low only");
+    EXPECT_EQ(load("missing"), "none");
     EXPECT_FALSE(system().loadResourceAsync("x", [](const Buffer&) {}));
 }
 
-TEST_F(ResourceLocatorTest, AFolderIsTakenOnceUntilItIsRemovedAndAMissingOneWithAWarning) {
+TEST_F(ResourceLocatorTest, AFolderIsTakenOnceUntilItIsRemoved) {
     folder.write("x", "X");
     LogCapture log;
     SmartPointer<ResourceProvider> provider = locator().addResourceDirectory(folder.path());
@@ -76,9 +78,12 @@ TEST_F(ResourceLocatorTest, PackagesAreTheFoldersAndArchivesThatSaySo) {
     folder.write("res-file", "");
     system().addResourcePackagesFromDirectory(folder.path());
     system().addResourcePackagesFromDirectory(folder.path("missing"));
-    EXPECT_EQ(load("a") + load("c") + load("d"), "ACnone");
+    EXPECT_EQ(load("a"), "A");
+    EXPECT_EQ(load("c"), "C");
+    EXPECT_EQ(load("d"), "none");
     LogCapture log;
-    EXPECT_FALSE(Buffer().loadFromResource("b", true) || Buffer().loadFromResource("b", false));
+    EXPECT_FALSE(Buffer().loadFromResource("b", true));
+    EXPECT_FALSE(Buffer().loadFromResource("b", false));
     log.expect(3, "cant fetch resource 'b'");
 }
 

@@ -51,7 +51,7 @@ protected:
     }
 };
 
-TEST_F(ScriptBinding, ArgumentsAndResultsAreConvertedAnythingIsATextAndClassesInheritFromBoundOnes) {
+TEST_F(ScriptBinding, ArgumentsAndResultsAreConverted) {
     const std::pair<const char*, const char*> cases[] = {
         {"lamp.add(20, 3.9)", "123"},
         {"lamp.add(\"7\", [])", "100"},
@@ -116,7 +116,9 @@ TEST_F(ScriptBinding, AnObjectGivenTwiceHasTwoInstancesWithTheirReferences) {
         vm().getRootTable().set(name, instance);
     }
     EXPECT_EQ(shared->getReferenceCount(), 3);
-    EXPECT_EQ(text("first != second && (first.brightness = 5) == second.brightness"), "true");
+    EXPECT_EQ(text("first != second"), "true");
+    run("first.brightness = 5");
+    EXPECT_EQ(text("second.brightness"), "5");
     run("first = null; second = null");
     EXPECT_EQ(shared->getReferenceCount(), 1);
 }
@@ -130,7 +132,7 @@ TEST_F(ScriptBinding, CloneCopiesAndConstructorsCalledByHandKeepWhatOthersUse) {
     EXPECT_EQ(text("a.x1"), "9");
 }
 
-TEST_F(ScriptBinding, ABlockOfBytesReachesItsNativeFunctionAndATextForACharArrayFitsOrIsEmpty) {
+TEST_F(ScriptBinding, ATextForACharArrayFitsOrIsEmpty) {
     const size_t capacity = 6;
     auto copy = [](HSQUIRRELVM machine) -> SQInteger {
         SQUserPointer data = nullptr;
@@ -141,7 +143,8 @@ TEST_F(ScriptBinding, ABlockOfBytesReachesItsNativeFunctionAndATextForACharArray
         return 1;
     };
     vm().getRootTable().asTable().squirrelFunction("fixed", copy, &capacity, sizeof(capacity));
-    EXPECT_EQ(text("fixed(1234) + fixed(\"12345\")"), "1234");
+    EXPECT_EQ(text("fixed(1234)"), "1234");
+    EXPECT_EQ(text("fixed(\"12345\")"), "");
 }
 
 } // namespace

@@ -9,19 +9,25 @@ using qelSq::Object;
 
 using ScriptObject = qel::test::ScriptFixture;
 
-TEST_F(ScriptObject, AnythingButFalseNullAndZeroIsTrueAndOtherTypesConvertToNeutralValues) {
+TEST_F(ScriptObject, AnythingButFalseNullAndZeroIsTrue) {
     for (const Object& truth :
          {Object::of(std::numeric_limits<float>::quiet_NaN()), Object::of(""), Object::of(-1)})
         EXPECT_TRUE(truth.asBool());
     for (const Object& untruth : {Object::of(0), Object::of(-0.0f), Object::of(false), Object()})
         EXPECT_FALSE(untruth.asBool());
+}
+
+TEST_F(ScriptObject, OtherTypesConvertToNeutralValues) {
     EXPECT_EQ(Object::of(2.9f).asInteger(), 2);
     for (const Object& noNumber : {Object::of(true), Object::of("12")}) EXPECT_EQ(noNumber.asInteger(), 0);
     EXPECT_EQ(Object::of(3).asString(), "");
     Object text = Object::of("text");
-    EXPECT_TRUE(text.asTable().getKeyValuePairs().empty() && text.asArray().getValues().empty());
-    EXPECT_FALSE(text.asArray().append(text) || text.set("key", text));
-    EXPECT_TRUE(text.asInstance().getClass().isNull() && text.get("key").isNull());
+    EXPECT_TRUE(text.asTable().getKeyValuePairs().empty());
+    EXPECT_TRUE(text.asArray().getValues().empty());
+    EXPECT_FALSE(text.asArray().append(text));
+    EXPECT_FALSE(text.set("key", text));
+    EXPECT_TRUE(text.asInstance().getClass().isNull());
+    EXPECT_TRUE(text.get("key").isNull());
 }
 
 TEST_F(ScriptObject, TheStackOfTheMachineStaysBalanced) {
@@ -41,9 +47,15 @@ TEST_F(ScriptObject, TheStackOfTheMachineStaysBalanced) {
 TEST_F(ScriptObject, ArraysChangeThroughTheirViewWithinTheirBounds) {
     Object array = vm().newArray(1);
     auto view = array.asArray();
-    EXPECT_TRUE(view.append(Object::of("b")) && view.insert(0, Object::of("a")) && view.remove(1));
-    EXPECT_FALSE(view.insert(9, array) || view.insert(-1, array) || view.remove(7) || view.resize(-1));
-    EXPECT_TRUE(view.reverse() && view.resize(1));
+    EXPECT_TRUE(view.append(Object::of("b")));
+    EXPECT_TRUE(view.insert(0, Object::of("a")));
+    EXPECT_TRUE(view.remove(1));
+    EXPECT_FALSE(view.insert(9, array));
+    EXPECT_FALSE(view.insert(-1, array));
+    EXPECT_FALSE(view.remove(7));
+    EXPECT_FALSE(view.resize(-1));
+    EXPECT_TRUE(view.reverse());
+    EXPECT_TRUE(view.resize(1));
     EXPECT_EQ(view.pop().asString(), "b");
     EXPECT_TRUE(view.pop().isNull());
 }
@@ -52,7 +64,8 @@ TEST_F(ScriptObject, FunctorsRememberAFailureAndAreEqualByReceiverAndClosure) {
     Object closure = evaluate("function() { throw \"no\" }"), receiver = vm().newTable();
     auto failing = closure.asClosure();
     auto functor = failing.getFunctorOn(receiver);
-    EXPECT_TRUE(functor == failing.getFunctorOn(receiver) && !(functor == failing.getFunctorOnRoot()));
+    EXPECT_TRUE(functor == failing.getFunctorOn(receiver));
+    EXPECT_FALSE(functor == failing.getFunctorOnRoot());
     LogCapture capture;
     functor.execute();
     EXPECT_EQ(capture.take().size(), 1u);
@@ -61,16 +74,19 @@ TEST_F(ScriptObject, FunctorsRememberAFailureAndAreEqualByReceiverAndClosure) {
 
 TEST_F(ScriptObject, WhatOnlyClaimsToBeAGuidHasNone) {
     const Object pretender = evaluate("class { static __qel_nativeClassName = \"GUID\" }()");
-    EXPECT_TRUE(pretender.isGUID() && pretender.asGUID().isNull());
+    EXPECT_TRUE(pretender.isGUID());
+    EXPECT_TRUE(pretender.asGUID().isNull());
 }
 
 TEST_F(ScriptObject, AHandleMayOutliveItsMachineAndMeetTheNext) {
     Object survivor = evaluate("{ a = \"text\" }");
     Object copy = survivor;
     qel::System::deinitialize();
-    EXPECT_TRUE(survivor.isNull() && Object::of("text").isNull());
+    EXPECT_TRUE(survivor.isNull());
+    EXPECT_TRUE(Object::of("text").isNull());
     qel::System::initialize({});
-    EXPECT_TRUE(survivor.isNull() && copy.get("a").isNull());
+    EXPECT_TRUE(survivor.isNull());
+    EXPECT_TRUE(copy.get("a").isNull());
     EXPECT_TRUE(evaluate("{ a = 1 }").isTable());
 }
 

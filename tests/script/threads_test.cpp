@@ -16,7 +16,7 @@ protected:
         for (int i = 0; i < count; ++i) pass();
     }
 
-    // The texts that scripts have appended to `trace`, joined by blanks.
+    // The texts that scripts have appended to `trace`, joined by spaces.
     std::string trace() { return evaluate("trace.reduce(@(a, b) a + \" \" + b)").asString(); }
 
     // The trace some passes after @p source was started.
@@ -47,7 +47,7 @@ TEST_F(ScriptThreads, MadeInAThreadRunInTheSamePass) {
     EXPECT_EQ(traceOf(source), "outer x1 5000");
 }
 
-TEST_F(ScriptThreads, SleepersWakeStrictlyBehindTheirTimeAlsoOverTheWrapOfTheClock) {
+TEST_F(ScriptThreads, SleepersWakeStrictlyAfterTheirTimeAcrossTheWrap) {
     clock.advanceMs(0xFFFFFFFFLL - 60'000);
     for (const int duration : {0, 10, 120'000}) {
         SCOPED_TRACE(duration);

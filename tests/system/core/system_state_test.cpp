@@ -16,7 +16,7 @@ protected:
     }
 };
 
-TEST_F(SystemState, SwitchesSignalOnlyChangesButSecureCloseItsFirstValueToo) {
+TEST_F(SystemState, SwitchesSignalChangesAndSecureCloseItsFirstValue) {
     std::string calls;
     system().signalEnterBackground.connect([&] { calls += "enter "; });
     system().signalLeaveBackground.connect([&] { calls += "leave "; });
@@ -28,14 +28,17 @@ TEST_F(SystemState, SwitchesSignalOnlyChangesButSecureCloseItsFirstValueToo) {
     EXPECT_EQ(calls, "free enter secure leave free ");
 }
 
-TEST_F(SystemState, TheLargestFramebufferIsRememberedAndAnEarlyURLOnce) {
+TEST_F(SystemState, TheLargestFramebufferIsRemembered) {
     for (const int size : {60, 70'000, 100}) system().processFramebufferSizeChange(size, size);
     EXPECT_EQ(system().getMaxFrameBufferSize(), IVec2<int>(70'000, 70'000)) << "its area needs 64 bits";
+}
+
+TEST_F(SystemState, AnEarlyUrlIsReturnedOnce) {
     system().delegateHandleURL("qel:open");
     for (const char* url : {"qel:open", ""}) EXPECT_EQ(system().popSavedStartupURL(), url);
 }
 
-TEST_F(SystemState, ArgumentsAreAppendedByEachCallAndMatchAlternativesExactlyAndWholly) {
+TEST_F(SystemState, ArgumentsAreAppendedAndMatchAlternativesExactly) {
     give({"--verbose"});
     give({"-x"});
     EXPECT_STREQ(system().getArgument(1), "-x");
@@ -45,11 +48,14 @@ TEST_F(SystemState, ArgumentsAreAppendedByEachCallAndMatchAlternativesExactlyAnd
         EXPECT_FALSE(system().hasArgument(names));
 }
 
-TEST_F(SystemState, AParameterNeedsAnArgumentBehindItsNameAndReadsAsAStreamReadsNumbers) {
+TEST_F(SystemState, AParameterIsTheArgumentAfterItsName) {
     give({"-o", "first", "-o", "second", "-x"});
     EXPECT_STREQ(system().getArgumentParameter("--out|-o", "none"), "first");
     EXPECT_STREQ(system().getArgumentParameter("-x", "none"), "none");
     EXPECT_EQ(system().getArgumentParameterAsInt("-z", 1), 1) << "absent gives the fallback";
+}
+
+TEST_F(SystemState, AParameterIsReadAsAStreamReadsNumbers) {
     const std::pair<const char*, int> cases[] = {
         {" 12rest", 12}, {"-7", -7}, {"word", 0}, {"99999999999999999999", INT32_MAX}, {"--5", 0}, {"+3", 3}};
     for (const auto& [text, number] : cases) {

@@ -20,7 +20,7 @@ TEST_F(SystemTime, OnlyAReadingMovesTheFastTimeAndNoneIsZero) {
     EXPECT_EQ(system().getTimeFastNotZero(), 1u);
 }
 
-TEST_F(SystemTime, UniqueStampsGrowThoughTheClockStandsOrGoesBack) {
+TEST_F(SystemTime, UniqueStampsGrowThoughTheClockStopsOrGoesBack) {
     const int64 first = system().getUTCDateTimeUnique();
     EXPECT_EQ(system().getUTCDateTimeUnique(), first + 1);
     clock.setUtcTicks(first - 36'000'000'000);
@@ -29,7 +29,7 @@ TEST_F(SystemTime, UniqueStampsGrowThoughTheClockStandsOrGoesBack) {
     EXPECT_EQ(system().getUTCDateTimeFast(), first + 2) << "the fast form doesn't read the clock";
 }
 
-TEST_F(SystemTime, DeadlinesAndTheThirtySecondsOfStayAliveHoldAcrossTheWrapOfTheReadingAndOnIt) {
+TEST_F(SystemTime, DeadlinesAndStayAliveHoldAcrossTheWrapOfTheReading) {
     EXPECT_FALSE(system().isDeadlineExceeded());
     for (const uint32 toWrap : {5, 10}) {
         goToWrapIn(toWrap);
