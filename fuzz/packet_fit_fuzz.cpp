@@ -1,8 +1,10 @@
 // Packets from outside. The first byte chooses the scheme and how much of the payload is made to fit it, so
-// that many inputs pass the checks; the second gives the flags, the rest is the payload.
+// that many inputs pass the checks; the second byte is the flags, and the rest is the payload. A Packet and a
+// PacketView must come to the same verdict and read the same fields.
 #include <tests/packet/packet_schemes.h>
 
 #include <qel/foundation/log/message_stream.h>
+#include <qel/packet/packet_view.h>
 #include <qel/store/core/item.h>
 
 #include <algorithm>
@@ -12,6 +14,7 @@
 
 using qel::Packet;
 using qel::PacketScheme;
+using qel::PacketView;
 using qel::SmartPointer;
 using qel::uint32;
 using qel::uint8;
@@ -31,7 +34,7 @@ void require(bool holds) {
     if (!holds) std::abort();
 }
 
-/// What the bits of the first byte above the scheme ask for.
+/// The bits of the first byte above the scheme.
 enum Repair { kCounts = 8, kSuffix = 16, kOtherId = 32 };
 
 void makeCountsSmall(std::vector<uint8>& payload, const PacketScheme& scheme) {
@@ -44,7 +47,8 @@ void makeCountsSmall(std::vector<uint8>& payload, const PacketScheme& scheme) {
     }
 }
 
-/// Keeps what the last two bytes say: the version, and how much more static the sender has than we know.
+/// Appends a version suffix that fits. The last two bytes choose the version and how much larger the sender's
+/// static area is than the scheme's.
 void makeSuffixFit(std::vector<uint8>& payload, const PacketScheme& scheme) {
     const uint8 version = payload.empty() ? 0 : payload.back() & 3;
     const uint8 more = payload.size() < 2 ? 0 : payload[payload.size() - 2] & 1;
@@ -55,8 +59,9 @@ void makeSuffixFit(std::vector<uint8>& payload, const PacketScheme& scheme) {
     for (int shift = 0; shift < 32; shift += 8) payload.push_back(static_cast<uint8>(suffix >> shift));
 }
 
-/// Reads everything by every way; the sanitizers watch the bounds.
-size_t readAll(const Packet& packet, const PacketScheme& scheme) {
+/// Reads every field by every operation; the sanitizers watch the bounds.
+template <typename Fields>
+size_t readAll(const Fields& packet, const PacketScheme& scheme) {
     size_t sum = packet.getCargoSize();
     for (uint32 i = 0; i < packet.getCargoSize(); ++i) sum += packet.getCargo()[i];
     sum += std::strlen(packet.getCargoString());
@@ -75,13 +80,29 @@ size_t readAll(const Packet& packet, const PacketScheme& scheme) {
     return sum;
 }
 
-void requireSameFields(const Packet& a, const Packet& b, const PacketScheme& scheme) {
-    for (const auto& [name, element] : scheme.getElements())
+template <typename Fields>
+void requireSameFields(const Packet& a, const Fields& b, const PacketScheme& scheme) {
+    for (const auto& [name, element] : scheme.getElements()) {
         require(a.getBytes(element).asText() == b.getBytes(element).asText());
+        require(a.getInteger(element) == b.getInteger(element));
+        const double aFloat = a.getFloat(element), bFloat = b.getFloat(element);
+        require(std::memcmp(&aFloat, &bFloat, sizeof aFloat) == 0);
+    }
     require(a.getCargoSize() == b.getCargoSize());
+    require(a.getCargoSize() == 0 || std::memcmp(a.getCargo(), b.getCargo(), a.getCargoSize()) == 0);
 }
 
-/// Another size for each field, whatever it was.
+/// Fits a view and requires that it warns exactly if it refuses.
+bool fits(PacketView& view, const Packet& packet, const PacketScheme& scheme,
+          const std::vector<uint8>& payload) {
+    g_warnings = 0;
+    const bool fits = view.fit(&scheme, packet.manifest(), {payload.data(), payload.size()});
+    require(g_warnings == (fits ? 0 : 1));
+    require(view.getScheme() == (fits ? &scheme : nullptr));
+    return fits;
+}
+
+/// Sets each field to a size that differs from what it was.
 void writeAll(Packet& packet, const PacketScheme& scheme) {
     for (const auto& [name, element] : scheme.getElements()) {
         packet.setInteger(element, -1);
@@ -89,6 +110,14 @@ void writeAll(Packet& packet, const PacketScheme& scheme) {
         std::fill_n(packet.allocateBuffer(element, 9), 9, uint8(7));
         packet.setString(element, "text");
     }
+}
+
+/// Requires that the payload in one piece is the payload that is copied out.
+void requireSamePayload(Packet& packet) {
+    std::vector<uint8> bytes(packet.getPayloadSize());
+    packet.copyPayloadTo(bytes.data());
+    const qel::ConstByteSpan inPlace = packet.getPayloadBytes();
+    require(std::equal(bytes.begin(), bytes.end(), inPlace.begin(), inPlace.end()));
 }
 
 } // namespace
@@ -106,20 +135,30 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8* data, size_t size) {
     std::copy(payload.begin(), payload.end(), packet->getPayload());
     packet->setID(static_cast<qel::uint16>(scheme.getID() + (data[0] & kOtherId ? 1 : 0)));
     packet->setFlags(data[0] & kSuffix ? Packet::kVersioned : data[1]);
+    PacketView view;
+    const bool isViewFit = fits(view, *packet, scheme, payload);
     g_warnings = 0;
-    if (!packet->fit(&scheme)) {
-        require(g_warnings == 1 && !packet->getScheme() && packet->getPayloadSize() == payload.size());
+    require(packet->fit(&scheme) == isViewFit);
+    if (!isViewFit) {
+        require(g_warnings == 1);
+        require(!packet->getScheme());
+        require(packet->getPayloadSize() == payload.size());
         std::vector<uint8> bytes(payload.size());
         require(packet->copyPayloadTo(bytes.data()) == bytes.size() && bytes == payload);
         return 0;
     }
     require(g_warnings == 0);
-    readAll(*packet, scheme);
+    require(readAll(*packet, scheme) == readAll(view, scheme));
+    requireSameFields(*packet, view, scheme);
     const auto copy = qel::makeObject<Packet>(packet.get());
     require(copy->fit(&scheme));
     requireSameFields(*packet, *copy, scheme);
     writeAll(*packet, scheme);
     readAll(*packet, scheme);
     require(qel::makeObject<Packet>(packet.get())->fit(&scheme));
+    requireSamePayload(*packet);
+    Packet built(&scheme, 0);
+    writeAll(built, scheme);
+    requireSamePayload(built);
     return 0;
 }

@@ -61,8 +61,10 @@
 #include <qel/packet/file_packet_writer.h>
 #include <qel/packet/packet.h>
 #include <qel/packet/packet_field.h>
+#include <qel/packet/packet_fields.h>
 #include <qel/packet/packet_reader.h>
 #include <qel/packet/packet_scheme.h>
+#include <qel/packet/packet_view.h>
 #include <qel/packet/packet_writer.h>
 #include <qel/packet/sorted_packet_writer.h>
 #include <qel/packet/std_in_packet_reader.h>

@@ -14,6 +14,7 @@ static_assert(std::endian::native == std::endian::little, "values are copied as 
 namespace {
 
 constexpr uint32 kRoomSize = 512;
+constexpr uint32 kSuffixSize = sizeof(uint32);
 
 uint8* newBytes(uint32 size) {
     return size == 0 ? nullptr : new uint8[size];
@@ -28,21 +29,28 @@ Packet::Packet(const Packet* other) : Packet(other->getPayloadSize()) {
     other->copyPayloadTo(m_payload);
 }
 
-// One block holds the static area and room for small fields.
-Packet::Packet(const PacketScheme* scheme, short port) {
+// One block holds the static area, room for small fields and the version suffix, so that a packet which is
+// built in order is its own payload.
+Packet::Packet(const PacketScheme* scheme, short port) : m_scheme(scheme) {
     const auto& [staticSize, dynamicCount] = scheme->getNewestVersion();
-    constexpr uint32 kRoomAlignment = alignof(std::max_align_t);
-    m_scheme = scheme;
     m_payloadSize = m_staticSize = staticSize;
-    m_roomBegin = (staticSize + kRoomAlignment - 1) & ~(kRoomAlignment - 1);
-    m_roomEnd = m_roomBegin + (dynamicCount == 0 ? 0 : kRoomSize);
-    m_payload = newBytes(m_roomEnd);
-    std::copy_n(scheme->m_defaults.begin(), staticSize, m_payload);
-    m_attachments.reset(dynamicCount);
+    m_roomSize = staticSize + (dynamicCount == 0 ? 0 : kRoomSize);
+    m_payload = newBytes(m_roomSize + kSuffixSize);
     m_isConstructed = true;
+    clearFields();
     m_versioningDisabled = scheme->getMaxCargoSize() != 0;
     const uint16 flags = m_versioningDisabled ? 0 : kVersioned;
     m_header = {port, kNoPort, {static_cast<uint16>(scheme->getID()), flags}};
+}
+
+void Packet::clearFields() {
+    if (!m_isConstructed) return;
+    std::copy_n(m_scheme->m_defaults.begin(), m_staticSize, m_payload);
+    m_attachments.reset(m_scheme->getNewestVersion().dynamicCount);
+    m_cargo.clear();
+    m_builtSize = m_staticSize;
+    m_nextField = 0;
+    m_isBuiltInOrder = true;
 }
 
 Packet::~Packet() {
@@ -55,8 +63,10 @@ void Packet::swap(Packet& other) noexcept {
     std::swap(m_payload, other.m_payload);
     std::swap(m_payloadSize, other.m_payloadSize);
     std::swap(m_staticSize, other.m_staticSize);
-    std::swap(m_roomBegin, other.m_roomBegin);
-    std::swap(m_roomEnd, other.m_roomEnd);
+    std::swap(m_builtSize, other.m_builtSize);
+    std::swap(m_roomSize, other.m_roomSize);
+    std::swap(m_nextField, other.m_nextField);
+    std::swap(m_isBuiltInOrder, other.m_isBuiltInOrder);
     std::swap(m_header, other.m_header);
     std::swap(m_cachedPayloadSize, other.m_cachedPayloadSize);
     std::swap(m_hasExternalPayload, other.m_hasExternalPayload);
@@ -67,6 +77,7 @@ void Packet::swap(Packet& other) noexcept {
     m_attachments.swap(other.m_attachments);
     m_owner.swap(other.m_owner);
     m_spill.swap(other.m_spill);
+    m_assembled.swap(other.m_assembled);
 }
 
 void Packet::disableVersioning() {

@@ -9,6 +9,7 @@
 #include <qel/foundation/base/string.h>
 #include <qel/foundation/base/types.h>
 #include <qel/packet/packet_field.h>
+#include <qel/packet/packet_fields.h>
 #include <qel/packet/packet_scheme.h>
 #include <qel/platform/api.h>
 
@@ -32,7 +33,7 @@ class Item;
 /// Fields go by name or by PacketScheme::Element. A raw packet and a name that was never declared are logged
 /// and read as nothing; writing there does nothing.
 /// @threads not locked; one thread at a time, handed on by reference.
-class QEL_API Packet : public Object {
+class QEL_API Packet : public Object, public PacketFields<Packet> {
     QEL_CLASS(Packet, Object)
 
 public:
@@ -114,57 +115,45 @@ public:
     bool fit(const PacketScheme* scheme);
     /// The scheme; null for a raw packet.
     const PacketScheme* getScheme() const { return m_scheme; }
+    /// Resets a packet that was created for a scheme so that it can be built again in the same memory: all
+    /// fields return to their defaults and the cargo is removed. The header stays as it is. Has no effect on
+    /// a packet that was received.
+    void clearFields();
     /// Has the packet written as the first version of its scheme, which every reader knows.
     void disableVersioning();
 
-    // --- Fields: by name or Element, which is faster ------------------------------------------------------
+    // --- Fields -------------------------------------------------------------------------------------------
+    // PacketFields has what reads them. A name that the scheme does not declare is logged, and setting it has
+    // no effect; the same holds for every name while the packet is raw.
 
-    /// An integer of any declared width, with its sign; 0 for a field that is none.
-    int64 getInteger(const PacketField& field) const { return getInteger(elementOf(field)); }
-    /// @copydoc getInteger(const PacketField&) const
-    int64 getInteger(const PacketScheme::Element& element) const;
-    /// Sets an integer of any declared width, which keeps its low bits; nothing for a field that is none.
+    /// Sets an integer of any declared width, which keeps the low bits. Has no effect on any other field.
     void setInteger(const PacketField& field, int64 value) { setInteger(elementOf(field), value); }
     /// @copydoc setInteger(const PacketField&, int64)
     void setInteger(const PacketScheme::Element& element, int64 value);
-    /// A float or double; 0 for a field that is none.
-    double getFloat(const PacketField& field) const { return getFloat(elementOf(field)); }
-    /// @copydoc getFloat(const PacketField&) const
-    double getFloat(const PacketScheme::Element& element) const;
-    /// Sets a float or double; nothing for a field that is none.
+    /// Sets a float or double. Has no effect on any other field.
     void setFloat(const PacketField& field, double value) { setFloat(elementOf(field), value); }
     /// @copydoc setFloat(const PacketField&, double)
     void setFloat(const PacketScheme::Element& element, double value);
+    /// Sets a single value as it was declared. Has no effect if the field is not a single value of this size.
+    template <typename T>
+    void set(const PacketField& field, const T& value) {
+        set(elementOf(field), value);
+    }
+    /// @copydoc set(const PacketField&, const T&)
+    template <typename T>
+    void set(const PacketScheme::Element& element, const T& value) {
+        static_assert(std::is_trivially_copyable_v<T>);
+        if (hasSingle(element, sizeof(T))) save<T>(element, value);
+    }
+    /// Copies a single value. @return false if the field is not a single value of @p size bytes.
+    bool singleSetInternal(const PacketField& field, const void* value, uint32 size);
 
-    /// A text; "" when the field is empty. @owner valid until the field is set or the packet dies.
-    /// @errors bytes that do not end with a zero are logged, and give "".
-    const char* getString(const PacketField& field) const;
     /// Sets a text with its terminating zero. @param text  null stands for the empty text.
     void setString(const PacketField& field, const char* text);
     /// Sets a text with its terminating zero.
     void setString(const PacketField& field, const std::string& text);
     /// Sets a text with its terminating zero.
     void setString(const PacketField& field, const StringId& text);
-    /// Adds the zero-terminated texts of a field to a container; bytes behind the last zero are ignored.
-    template <typename Container>
-    void getStringList(const PacketField& field, Container& out) const;
-
-    /// The bytes of a field; null when it has none. @owner as getString().
-    const uint8* getBuffer(const PacketField& field) const { return getBytes(field).data; }
-    /// The bytes of a field and their number. @owner as getString().
-    const uint8* getBuffer(const PacketField& field, uint32& size) const;
-    /// Copies the bytes of a field.
-    void getBuffer(const PacketField& field, Buffer& out) const { out.set(getBytes(field)); }
-    /// Number of bytes of a field.
-    uint32 getBufferSize(const PacketField& field) const { return static_cast<uint32>(getBytes(field).size); }
-    /// @copydoc getBufferSize(const PacketField&) const
-    uint32 getBufferSize(const PacketScheme::Element& element) const {
-        return static_cast<uint32>(getBytes(element).size);
-    }
-    /// The bytes of a field. @owner as getString().
-    ConstByteSpan getBytes(const PacketField& field) const { return getBytes(elementOf(field)); }
-    /// @copydoc getBytes(const PacketField&) const
-    ConstByteSpan getBytes(const PacketScheme::Element& element) const;
     /// Sets the bytes of a field; those of a dynamic one are filled up with zeros to whole elements.
     /// @param size          0 leaves the field as it is.
     /// @param compressible  hint for the output, kept from kMinCompressibleSize bytes on.
@@ -179,51 +168,13 @@ public:
     ///         lost.
     uint8* allocateBuffer(const PacketField& field, uint32 size, bool compressible = false);
 
-    /// A view of a field as an Item without a store. @owner as getString().
-    Item getItem(const PacketField& field) const;
-    /// A copy of a field as an Item.
-    Item getItemCopy(const PacketField& field) const;
     /// Sets the plain bytes of an Item; an empty one is not written.
     void setItem(const PacketField& field, const Item& item);
 
-    /// A value as it was declared. @return zeros for a field that is no single value of this size.
-    template <typename T>
-    T get(const PacketField& field) const {
-        return get<T>(elementOf(field));
-    }
-    /// @copydoc get(const PacketField&) const
-    template <typename T>
-    T get(const PacketScheme::Element& element) const {
-        static_assert(std::is_trivially_copyable_v<T>);
-        return hasSingle(element, sizeof(T)) ? load<T>(element) : T{};
-    }
-    /// Sets a value as it was declared; nothing for a field that is no single value of this size.
-    template <typename T>
-    void set(const PacketField& field, const T& value) {
-        set(elementOf(field), value);
-    }
-    /// @copydoc set(const PacketField&, const T&)
-    template <typename T>
-    void set(const PacketScheme::Element& element, const T& value) {
-        static_assert(std::is_trivially_copyable_v<T>);
-        if (hasSingle(element, sizeof(T))) save<T>(element, value);
-    }
-    /// Element @p index of a field declared with this type; zeros behind the last one.
-    template <typename T>
-    T getAt(const PacketField& field, uint32 index) const;
-    /// Number of elements of a field; of a dynamic one those that are set.
-    uint32 getCount(const PacketField& field) const;
     /// Sets the elements of a field declared with a type of this size; see arraySetInternal().
     template <typename T>
     void setArray(const PacketField& field, const T* values, uint32 count);
 
-    /// Copies a single value. @return false, with @p value untouched, when the field is no single value of
-    /// @p size bytes.
-    bool singleGetInternal(const PacketField& field, void* value, uint32 size) const;
-    /// Sets a single value. @return false when the field is no single value of @p size bytes.
-    bool singleSetInternal(const PacketField& field, const void* value, uint32 size);
-    /// The elements of a field and their number. @owner as getString(); aligned only as the payload is.
-    const void* arrayGetInternal(const PacketField& field, uint32& count) const;
     /// Sets the elements of a field. A fixed field keeps what lies behind the last one.
     /// @errors more than a fixed field holds is logged and cut.
     void arraySetInternal(const PacketField& field, const void* data, uint32 count);
@@ -232,12 +183,6 @@ public:
 
     // --- Cargo: the raw bytes behind the fields of an unversioned packet ----------------------------------
 
-    /// The cargo; null when there is none. @owner valid until it is set or the packet dies.
-    const uint8* getCargo() const { return m_cargo.bytes(); }
-    /// Bytes of the cargo.
-    uint32 getCargoSize() const { return m_cargo.size(); }
-    /// The cargo as text. @errors logged, with "", when it is empty or does not end with a zero.
-    const char* getCargoString() const;
     /// Sets the cargo to a copy of the bytes. @param compressible  as for setBuffer().
     void setCargo(const uint8* bytes, uint32 size, bool compressible = false);
     /// @copydoc setCargo(const uint8*, uint32, bool)
@@ -254,6 +199,12 @@ public:
     uint32 getPayloadSize() const;
     /// Writes the payload as it is sent. @return bytes written, getPayloadSize().
     uint32 copyPayloadTo(uint8* out) const;
+    /// Returns the payload as it is sent, in one piece. The payload of a packet whose dynamic fields were set
+    /// once each, in the order of their declaration, and fit in 512 bytes is already there; any other payload
+    /// is copied together first.
+    /// @owner  valid until the packet changes or is destroyed.
+    /// @errors as getPayloadSize(); the view is then empty.
+    ConstByteSpan getPayloadBytes();
     /// Hands the same bytes to @p consumer piece by piece, without putting them together first.
     /// @return bytes handed over, getPayloadSize().
     uint32 getPayloadConsumed(ByteConsumer* consumer) const;
@@ -359,25 +310,24 @@ private:
         uint32 m_size = 0;
     };
 
-    const Element& elementOf(const PacketField& field) const {
-        return field.m_element ? *field.m_element : elementNamed(field);
-    }
-    const Element& elementNamed(const PacketField& field) const {
-        return m_scheme ? m_scheme->lookUp(field.m_key, field.m_name) : reportNoScheme(field.m_name);
-    }
-    /// Whether the element's values or count lie in the static area, which those of another scheme may not.
+    friend class PacketFields<Packet>;
+
+    /// Whether the element's values or count are in the static area, which those of another scheme may not
+    /// be.
     bool hasStatic(const Element& element) const { return element.m_end <= m_staticSize; }
     bool hasSingle(const Element& element, size_t size) const {
         return element.m_singleSize == size && hasStatic(element);
     }
+    const uint8* staticBytes(const Element& element) const {
+        return hasStatic(element) ? m_payload + element.m_offset : nullptr;
+    }
+    uint32 dynamicCount() const { return m_attachments.size(); }
+    ConstByteSpan dynamicBytes(uint32 index) const {
+        return {m_attachments[index].bytes(), m_attachments[index].size()};
+    }
+    ConstByteSpan cargoBytes() const { return {m_cargo.bytes(), m_cargo.size()}; }
     bool isDynamic(const Element& element) const {
         return static_cast<uint32>(element.m_dynamicIndex) < m_attachments.size();
-    }
-    template <typename T>
-    T load(const Element& element) const {
-        T value;
-        std::memcpy(&value, m_payload + element.m_offset, sizeof value);
-        return value;
     }
     template <typename T, typename Value>
     void save(const Element& element, Value value) {
@@ -385,18 +335,21 @@ private:
         std::memcpy(m_payload + element.m_offset, &narrow, sizeof narrow);
     }
 
-    const Element& reportNoScheme(std::string_view name) const;
     uint8* allocateBytes(const Element& element, uint64 size, bool compressible, const char* tooMany);
     void setBytes(const Element& element, ConstByteSpan bytes, bool compressible, const char* tooMany);
     uint8* setDynamic(const Element& element, const uint8* bytes, uint64 size, bool compressible);
-    uint8* takeRoom(uint32 size);
+    uint8* takeRoom(const PacketScheme::DynamicField& field, uint32 size);
 
-    class Fitting;
+    void upgrade(uint32 knownSize);
     void forgetScheme();
 
     bool isWrittenVersioned() const { return hasFlag(kVersioned) && !m_versioningDisabled; }
+    bool isWrittenAsBuilt() const;
     template <typename Piece>
     void forEachPiece(const Piece& piece) const;
+    template <typename Piece>
+    void forEachField(const PacketScheme::Version& version, const Piece& piece) const;
+    uint32 versionSuffix() const;
     void appendBase16(String& text) const;
     void freePayload() {
         if (!m_hasExternalPayload) delete[] m_payload;
@@ -405,9 +358,11 @@ private:
     const PacketScheme* m_scheme = nullptr;
     uint8* m_payload = nullptr;
     uint32 m_payloadSize = 0;
-    uint32 m_staticSize = 0; // 0 while the packet is raw
-    uint32 m_roomBegin = 0;  // in the payload's block, behind the static area: where small fields go
-    uint32 m_roomEnd = 0;
+    uint32 m_staticSize = 0;       // 0 while the packet is raw
+    uint32 m_builtSize = 0;        // of the static area and the dynamic fields after it in the same block
+    uint32 m_roomSize = 0;         // what m_builtSize may grow to
+    uint32 m_nextField = 0;        // dynamic fields are set in order while none before this one is set
+    bool m_isBuiltInOrder = false; // the first m_builtSize bytes are the payload as it is written
     Header m_header;
     uint32 m_cachedPayloadSize = 0;
     bool m_hasExternalPayload = false;
@@ -417,31 +372,9 @@ private:
     Attachment m_cargo;
     Attachments m_attachments;
     SmartPointer<Object> m_owner;
-    std::unique_ptr<uint8[]> m_spill; // where too long a write to a fixed field goes
+    std::unique_ptr<uint8[]> m_spill;     // where a write goes that is too long for a fixed field
+    std::unique_ptr<uint8[]> m_assembled; // what getPayloadBytes() returned if it had to copy
 };
-
-inline int64 Packet::getInteger(const PacketScheme::Element& element) const {
-    if (!hasStatic(element)) return 0;
-    switch (element.m_number) {
-    case Number::Int8:
-        return load<int8>(element);
-    case Number::UInt8:
-        return load<uint8>(element);
-    case Number::Int16:
-        return load<int16>(element);
-    case Number::UInt16:
-        return load<uint16>(element);
-    case Number::Int32:
-        return load<int32>(element);
-    case Number::UInt32:
-        return load<uint32>(element);
-    case Number::Int64:
-    case Number::UInt64:
-        return load<int64>(element);
-    default:
-        return 0;
-    }
-}
 
 inline void Packet::setInteger(const PacketScheme::Element& element, int64 value) {
     if (!hasStatic(element)) return;
@@ -463,43 +396,10 @@ inline void Packet::setInteger(const PacketScheme::Element& element, int64 value
     }
 }
 
-inline double Packet::getFloat(const PacketScheme::Element& element) const {
-    if (!hasStatic(element)) return 0;
-    if (element.m_number == Number::Float) return static_cast<double>(load<float>(element));
-    return element.m_number == Number::Double ? load<double>(element) : 0;
-}
-
 inline void Packet::setFloat(const PacketScheme::Element& element, double value) {
     if (!hasStatic(element)) return;
     if (element.m_number == Number::Float) save<float>(element, value);
     if (element.m_number == Number::Double) save<double>(element, value);
-}
-
-inline ConstByteSpan Packet::getBytes(const PacketScheme::Element& element) const {
-    if (isDynamic(element)) {
-        const Attachment& attachment = m_attachments[static_cast<size_t>(element.m_dynamicIndex)];
-        return {attachment.bytes(), attachment.size()};
-    }
-    if (element.m_fixedCount == 0 || !hasStatic(element)) return {};
-    return {m_payload + element.m_offset, element.m_end - element.m_offset};
-}
-
-template <typename Container>
-void Packet::getStringList(const PacketField& field, Container& out) const {
-    std::string_view texts = getBytes(field).asText();
-    for (size_t end; (end = texts.find('\0')) != std::string_view::npos; texts.remove_prefix(end + 1))
-        out.insert(out.end(), String(texts.substr(0, end)));
-}
-
-template <typename T>
-T Packet::getAt(const PacketField& field, uint32 index) const {
-    static_assert(std::is_trivially_copyable_v<T>);
-    const Element& element = elementOf(field);
-    const ConstByteSpan bytes = getBytes(element);
-    T value{};
-    if (element.m_elementSize == sizeof(T) && index < bytes.size / sizeof(T))
-        std::memcpy(&value, bytes.data + index * sizeof(T), sizeof(T));
-    return value;
 }
 
 template <typename T>

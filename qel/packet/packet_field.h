@@ -31,7 +31,8 @@ public:
     const PacketScheme::Element* element() const { return m_element; }
 
 private:
-    friend class Packet;
+    template <typename Self>
+    friend class PacketFields;
 
     std::string_view m_name;
     PacketScheme::Key m_key{{}};

@@ -15,6 +15,13 @@
 namespace qel {
 
 class Packet;
+class PacketView;
+template <typename Self>
+class PacketFields;
+
+namespace internal {
+class PacketCheck;
+}
 
 /// The layout of a kind of packet: an id, named fields of fixed or variable size, and versions.
 ///
@@ -136,6 +143,10 @@ protected:
 private:
     friend class Packet;
     friend class PacketField;
+    friend class PacketView;
+    friend class internal::PacketCheck;
+    template <typename Self>
+    friend class PacketFields;
 
     /// What fit() needs of a dynamic field, side by side for all of them.
     struct DynamicField {
@@ -226,6 +237,9 @@ public:
 private:
     friend class PacketScheme;
     friend class Packet;
+    friend class PacketView;
+    template <typename Self>
+    friend class PacketFields;
 
     /// How a single value is read; None where there is no number to read.
     enum class Number : uint8 {
@@ -242,6 +256,14 @@ private:
         Double
     };
     static Number numberOf(const std::type_info& type);
+    template <typename T>
+    static T load(const uint8* bytes) {
+        T value;
+        std::memcpy(&value, bytes, sizeof value);
+        return value;
+    }
+    inline int64 integerAt(const uint8* bytes) const;
+    inline double floatAt(const uint8* bytes) const;
     void setType(const std::type_info& type, uint32 size);
 
     std::string_view m_name; // the key in the scheme's map
@@ -260,6 +282,33 @@ private:
     const std::type_info* m_type = &typeid(void);
     Vector<uint8> m_default;
 };
+
+inline int64 PacketScheme::Element::integerAt(const uint8* bytes) const {
+    switch (m_number) {
+    case Number::Int8:
+        return load<int8>(bytes);
+    case Number::UInt8:
+        return load<uint8>(bytes);
+    case Number::Int16:
+        return load<int16>(bytes);
+    case Number::UInt16:
+        return load<uint16>(bytes);
+    case Number::Int32:
+        return load<int32>(bytes);
+    case Number::UInt32:
+        return load<uint32>(bytes);
+    case Number::Int64:
+    case Number::UInt64:
+        return load<int64>(bytes);
+    default:
+        return 0;
+    }
+}
+
+inline double PacketScheme::Element::floatAt(const uint8* bytes) const {
+    if (m_number == Number::Float) return static_cast<double>(load<float>(bytes));
+    return m_number == Number::Double ? load<double>(bytes) : 0;
+}
 
 inline PacketScheme::Key::Key(std::string_view name) : size(name.size()) {
     const auto load = [&name](size_t position, auto word) {

@@ -4,6 +4,7 @@
 #include <tests/support/log_capture.h>
 #include <tests/support/threads.h>
 
+#include <qel/packet/packet_view.h>
 #include <qel/store/core/item.h>
 
 #include <gtest/gtest.h>
@@ -16,8 +17,14 @@ const AllKindsScheme kAllKinds;
 const CargoScheme kCargo;
 
 const GUID kGuid = GUID::fromBytes(std::array<uint8, 32>{0x11}.data());
+
 SmartPointer<Packet> fromHex(const String& text) {
     return Packet::createFromBase16String("PKTB16[" + text.replace_all_copy(" ", "") + "]");
+}
+
+/// Fits a view of the payload of a raw packet, which must outlive it.
+bool fit(PacketView& view, const PacketScheme& scheme, const Packet& packet) {
+    return view.fit(&scheme, packet.manifest(), {packet.getPayload(), packet.getPayloadSize()});
 }
 
 String toHex(const Packet& packet) {
@@ -29,7 +36,7 @@ const std::pair<const char*, int64> kIntegers[] = {{"i8", -1},     {"u8", 200}, 
                                                    {"u16", 65535}, {"i32", -3}, {"u32", 4000000000},
                                                    {"i64", -4},    {"u64", -1}};
 
-TEST(Packet, IsTheBytesThatTheTableTells) {
+TEST(Packet, WritesTheDocumentedBytes) {
     Packet packet(&kAllKinds, 5);
     for (const auto& [name, value] : kIntegers) packet.setInteger(name, value);
     packet.setFloat("f64", -2.5);
@@ -44,23 +51,78 @@ TEST(Packet, IsTheBytesThatTheTableTells) {
     EXPECT_EQ(toHex(packet), documentedBytes("packet/all-kinds"));
 }
 
-TEST(Packet, ReadsTheBytesThatTheTableTells) {
+template <typename Fields>
+void expectAllKinds(const Fields& fields) {
+    for (const auto& [name, value] : kIntegers) EXPECT_EQ(fields.getInteger(name), value) << name;
+    for (const auto& [name, value] : {std::pair{"f32", 0}, {"shorts", 1}, {"ints", 0}})
+        EXPECT_EQ(fields.getInteger(name), value) << name;
+    EXPECT_EQ(fields.getFloat("f32"), 1.5);
+    EXPECT_EQ(fields.getFloat("f64"), -2.5);
+    EXPECT_EQ(fields.template get<GUID>("guid"), kGuid);
+    EXPECT_EQ(fields.template getAt<GUID>(kAllKinds.find("guids"), 0), kGuid);
+    EXPECT_EQ(fields.template getAt<int16>("shorts", 1), -1);
+    EXPECT_EQ(fields.template getAt<int32>("ints", 0), 7);
+    EXPECT_EQ(fields.getCount("ints"), 1u);
+    EXPECT_STREQ(fields.getString("name"), "abc");
+    EXPECT_STREQ(fields.getString("text"), "x");
+    EXPECT_EQ(fields.getBuffer("blob")[0], 0xAA);
+    EXPECT_EQ(fields.getItem("item"), Item(5));
+    EXPECT_EQ(fields.getItemCopy("item"), Item(5));
+    uint16 u16 = 0;
+    EXPECT_FALSE(fields.singleGetInternal("u8", &u16, 2));
+    EXPECT_TRUE(fields.singleGetInternal("u16", &u16, 2));
+    EXPECT_EQ(u16, 65535);
+}
+
+TEST(Packet, ReadsTheDocumentedBytes) {
     const SmartPointer<Packet> packet = fromHex(documentedBytes("packet/all-kinds"));
     ASSERT_TRUE(packet->fit(&kAllKinds));
-    for (const auto& [name, value] : kIntegers) EXPECT_EQ(packet->getInteger(name), value) << name;
-    for (const auto& [name, value] : {std::pair{"f32", 0}, {"shorts", 1}, {"ints", 0}})
-        EXPECT_EQ(packet->getInteger(name), value) << name;
-    EXPECT_EQ(packet->getFloat("f32") + packet->getFloat("f64"), 1.5 - 2.5);
-    EXPECT_EQ(packet->get<GUID>("guid"), kGuid);
-    EXPECT_EQ(packet->getAt<GUID>(kAllKinds.find("guids"), 0), kGuid);
-    EXPECT_EQ(packet->getAt<int16>("shorts", 1) + packet->getAt<int32>("ints", 0), -1 + 7);
-    EXPECT_EQ(String(packet->getString("name")) + packet->getString("text"), "abcx");
-    EXPECT_EQ(packet->getBuffer("blob")[0], 0xAA);
-    EXPECT_TRUE(packet->getItem("item") == Item(5) && packet->getItemCopy("item") == Item(5));
+    expectAllKinds(*packet);
     EXPECT_EQ(toHex(*packet), documentedBytes("packet/all-kinds"));
 }
 
-TEST(Packet, RefusesWhatDoesNotFitAndTellsWhy) {
+TEST(PacketView, ReadsTheDocumentedBytesInPlace) {
+    const SmartPointer<Packet> packet = fromHex(documentedBytes("packet/all-kinds"));
+    PacketView view;
+    ASSERT_TRUE(fit(view, kAllKinds, *packet));
+    expectAllKinds(view);
+    EXPECT_GE(view.getBuffer("blob"), packet->getPayload());
+    EXPECT_LT(view.getBuffer("blob"), packet->getPayload() + packet->getPayloadSize());
+}
+
+TEST(PacketView, ReadsTheCargoAndMoreFieldsThanItHasRoomFor) {
+    struct ManyFields : PacketScheme {
+        ManyFields() : PacketScheme(9, "Test", nullptr, "Many") {
+            for (int i = 0; i < 20; ++i) String(("field" + std::to_string(i)).c_str(), kDynamic);
+            Cargo(4);
+            NextVersion();
+        }
+    } const scheme;
+    Packet packet(&scheme, 0);
+    for (int i = 0; i < 20; ++i) packet.setString("field" + std::to_string(i), std::to_string(i));
+    packet.setCargoString("abc");
+    const Packet raw(&packet);
+    PacketView view;
+    ASSERT_TRUE(fit(view, scheme, raw));
+    for (int i = 0; i < 20; ++i) EXPECT_EQ(view.getString("field" + std::to_string(i)), std::to_string(i));
+    EXPECT_STREQ(view.getCargoString(), "abc");
+    EXPECT_EQ(view.getCargoSize(), 4u);
+}
+
+TEST(PacketView, IsEmptyUntilSomethingFits) {
+    LogCapture log;
+    PacketView view;
+    ASSERT_TRUE(fit(view, kAllKinds, *fromHex(documentedBytes("packet/all-kinds"))));
+    EXPECT_FALSE(view.fit(nullptr, {}, {}));
+    EXPECT_EQ(view.getScheme(), nullptr);
+    EXPECT_EQ(view.getInteger(kAllKinds.find("u8")), 0);
+    EXPECT_EQ(view.getCount(kAllKinds.find("ints")), 0u);
+    EXPECT_EQ(view.getCargo(), nullptr);
+    EXPECT_EQ(view.getInteger("u8"), 0);
+    log.expect(3, "packet without scheme has no field 'u8'");
+}
+
+TEST(Packet, RefusesWhatDoesNotFitAndLogsTheReason) {
     const std::tuple<const PacketScheme*, const char*, const char*> refusals[] = {
         {&kJobs[1], "0000FFFFBD020200 00000000", "packet id wrong 701 != 700"},
         {&kJobs[1], "0000FFFFBC020200 010203", "packet too small, no version suffix"},
@@ -81,8 +143,11 @@ TEST(Packet, RefusesWhatDoesNotFitAndTellsWhy) {
     };
     for (const auto& [scheme, hex, reason] : refusals) {
         LogCapture log;
+        PacketView view;
+        EXPECT_FALSE(fit(view, *scheme, *fromHex(hex))) << hex;
+        EXPECT_EQ(view.getScheme(), nullptr) << hex;
         EXPECT_FALSE(fromHex(hex)->fit(scheme)) << hex;
-        log.expect(2, String("invalid packet received (") + reason + ")");
+        for (int i = 0; i < 2; ++i) log.expect(2, String("invalid packet received (") + reason + ")");
     }
 }
 
@@ -101,32 +166,53 @@ TEST(Packet, FindsCountsWhoseSumDoesNotFit32Bits) {
     log.expect(2, "invalid packet received (packet too small, expected size=4294968320, actual size=1024)");
 }
 
-TEST(Packet, KeepsVersionsCompatibleBothWaysAndCanWriteTheFirst) {
+/// Expects the fields of "packet/version-2" as @p reader sees them after @p sender has sent them on.
+template <typename Fields>
+void expectJob(const Fields& fields, int sender, int reader) {
+    EXPECT_EQ(fields.getInteger("priority"), 1);
+    EXPECT_STREQ(fields.getString("path"), "a");
+    if (reader == 0) return;
+    EXPECT_EQ(fields.getInteger("mode"), sender == 0 ? 7 : 2);
+    EXPECT_EQ(fields.template getAt<double>("weights", 0), sender == 0 ? 0 : 0.5);
+    if (reader == 1) return;
+    EXPECT_EQ(fields.getInteger("retries"), sender == 2 ? 9 : -3);
+    EXPECT_EQ(fields.getBufferSize("extra"), sender == 2 ? 1u : 0u);
+}
+
+TEST(Packet, IsReadByOlderAndNewerReaders) {
     for (int sender = 0; sender < 3; ++sender) {
         for (int reader = 0; reader < 3; ++reader) {
             SCOPED_TRACE("from " + std::to_string(sender) + " to " + std::to_string(reader));
             SmartPointer<Packet> packet = fromHex(documentedBytes("packet/version-2"));
-            for (const int version : {2, sender, reader}) {
+            for (const int version : {2, sender}) {
                 ASSERT_TRUE(packet->fit(&kJobs[version]));
                 packet = new Packet(packet.get());
             }
+            PacketView view;
+            ASSERT_TRUE(fit(view, kJobs[reader], *packet));
+            expectJob(view, sender, reader);
             ASSERT_TRUE(packet->fit(&kJobs[reader]));
-            EXPECT_TRUE(packet->getInteger("priority") == 1 && packet->getString("path") == String("a"));
-            if (reader == 0) continue;
-            EXPECT_EQ(packet->getInteger("mode"), sender == 0 ? 7 : 2);
-            EXPECT_EQ(packet->getAt<double>("weights", 0), sender == 0 ? 0 : 0.5);
-            if (reader == 1) continue;
-            EXPECT_EQ(packet->getInteger("retries"), sender == 2 ? 9 : -3);
-            EXPECT_EQ(packet->getBufferSize("extra"), sender == 2 ? 1u : 0u);
+            expectJob(*packet, sender, reader);
         }
     }
+}
+
+TEST(Packet, CanBeWrittenAsTheFirstVersion) {
     const SmartPointer<Packet> packet = fromHex(documentedBytes("packet/version-2"));
     ASSERT_TRUE(packet->fit(&kJobs[2]));
     packet->disableVersioning();
     EXPECT_EQ(toHex(*packet), documentedBytes("packet/version-0"));
+    Packet built(&kJobs[2], 0);
+    built.setString("path", "a");
+    built.setString("extra", "not in the first version");
+    built.disableVersioning();
+    const Packet first(&built);
+    PacketView view;
+    ASSERT_TRUE(fit(view, kJobs[0], first));
+    EXPECT_STREQ(view.getString("path"), "a");
 }
 
-TEST(Packet, PutsCargoBehindTheFieldsOfAnUnversionedPacket) {
+TEST(Packet, PutsCargoAfterTheFields) {
     Packet packet(&kCargo, 1);
     packet.setInteger("number", 258);
     packet.setArray("list", std::array<int16, 1>{-1}.data(), 1);
@@ -146,6 +232,53 @@ TEST(Packet, PutsCargoBehindTheFieldsOfAnUnversionedPacket) {
     EXPECT_EQ(packet.getCargo(), nullptr);
 }
 
+TEST(Packet, ForgetsTheCargoOfARawPacketWhenItFits) {
+    const SmartPointer<Packet> packet = fromHex(documentedBytes("packet/cargo"));
+    packet->setCargoString("raw");
+    ASSERT_TRUE(packet->fit(&kCargo));
+    EXPECT_STREQ(packet->getCargoString(), "abc");
+}
+
+TEST(Packet, WritesTheSameBytesInWhateverOrderFieldsAreSet) {
+    using Step = void (*)(Packet&);
+    const Step text = [](Packet& p) { p.setString("text", "12345"); };
+    const Step blob = [](Packet& p) { p.setString("blob", ""); };
+    const Step ints = [](Packet& p) { p.setArray("ints", std::array<int32, 1>{7}.data(), 1); };
+    const Step guids = [](Packet& p) { p.setArray("guids", &kGuid, 1); };
+    const Step other = [](Packet& p) { p.setString("text", "a longer text"); };
+    const Step filled = [](Packet& p) { p.setString("blob", "xxxxxxxx"); };
+    const Step large = [](Packet& p) { p.allocateBuffer("item", 4000); };
+    const Step emptied = [](Packet& p) { p.allocateInternal("item", 0); };
+    Packet inOrder(&kAllKinds, 0);
+    for (const Step step : {text, blob, ints, guids}) step(inOrder);
+    const String expected = toHex(inOrder);
+    const std::vector<Step> orders[] = {
+        {guids, ints, blob, text},          {other, filled, ints, guids, blob, text},
+        {text, filled, ints, guids, blob},  {text, blob, large, ints, guids, emptied},
+        {emptied, text, blob, ints, guids},
+    };
+    Packet packet(&kAllKinds, 0);
+    for (const auto& order : orders) {
+        packet.clearFields();
+        for (const Step step : order) step(packet);
+        EXPECT_EQ(toHex(packet), expected) << &order - orders;
+        const ConstByteSpan bytes = packet.getPayloadBytes();
+        EXPECT_EQ(String(bytes.asText()).encodeBase16(), expected.substr(16)) << &order - orders;
+    }
+}
+
+TEST(Packet, IsItsOwnPayloadWhenBuiltInOrder) {
+    Packet packet(&kAllKinds, 0);
+    packet.setString("text", "x");
+    packet.setArray("ints", std::array<int32, 1>{7}.data(), 1);
+    EXPECT_EQ(packet.getPayloadBytes().data, packet.getPayload());
+    packet.setString("text", "again");
+    EXPECT_NE(packet.getPayloadBytes().data, packet.getPayload());
+    packet.clearFields();
+    EXPECT_EQ(packet.getPayloadBytes().data, packet.getPayload());
+    EXPECT_EQ(toHex(packet), toHex(Packet(&kAllKinds, 0)));
+}
+
 TEST(Packet, KeepsTooLongWritesInsideTheField) {
     Packet packet(&kAllKinds, 0);
     const String before = toHex(packet);
@@ -155,7 +288,8 @@ TEST(Packet, KeepsTooLongWritesInsideTheField) {
     packet.setBuffer("u8", std::array<uint8, 2>{0, 1}.data(), 2);
     EXPECT_EQ(toHex(packet), before);
     packet.setString("name", "sevens!");
-    EXPECT_TRUE(packet.getBytes("name").asText() == "sevens" && *packet.getString("name") == '\0');
+    EXPECT_EQ(packet.getBytes("name").asText(), "sevens");
+    EXPECT_STREQ(packet.getString("name"), "");
     for (const char* text : {"writing too many elements in an array", "writing too many elements in an array",
                              "writing too many bytes in a buffer", "writing too many bytes in a buffer",
                              "Packet::getString: member contents does not end with nullbyte, member=name, "
@@ -163,10 +297,11 @@ TEST(Packet, KeepsTooLongWritesInsideTheField) {
         log.expect(3, text);
 }
 
-TEST(Packet, FillsDynamicFieldsUpToWholeElements) {
+TEST(Packet, PadsDynamicFieldsToWholeElements) {
     Packet packet(&kAllKinds, 0);
     packet.setBuffer("ints", std::array<uint8, 5>{1, 0, 0, 0, 2}.data(), 5);
-    EXPECT_TRUE(packet.getCount("ints") == 2 && packet.getAt<int32>("ints", 1) == 2);
+    EXPECT_EQ(packet.getCount("ints"), 2u);
+    EXPECT_EQ(packet.getAt<int32>("ints", 1), 2);
     packet.setBuffer("ints", packet.getBuffer("ints") + 4, 4); // from where it goes to
     EXPECT_EQ(packet.getAt<int32>("ints", 0), 2);
     packet.setBuffer("ints", nullptr, 0);
@@ -203,24 +338,24 @@ TEST(Packet, MarksLargePiecesThatCompress) {
     EXPECT_EQ(pieces.bytes, copied);
 }
 
-TEST(Packet, ReadsNothingUnderNamesThatWereNotDeclared) {
+TEST(Packet, ReadsNothingUnderUndeclaredNames) {
     LogCapture log;
-    std::atomic<int> unharmed = 0;
-    onThreads(4, [&](int i) { // TSan watches over the scheme
+    onThreads(4, [&](int i) { // TSan watches the scheme
         Packet packet(&kAllKinds, 0);
         packet.setInteger("missing" + std::to_string(i), 1);
         packet.setString("missing", "x");
         std::memset(packet.allocateBuffer("missing", 100), 0, 100);
-        unharmed += packet.getInteger("missing") == 0 && !packet.getBuffer("missing") &&
-                    packet.getCount("missing") == 0 && toHex(packet) == toHex(Packet(&kAllKinds, 0));
+        EXPECT_EQ(packet.getInteger("missing"), 0);
+        EXPECT_EQ(packet.getBuffer("missing"), nullptr);
+        EXPECT_EQ(packet.getCount("missing"), 0u);
+        EXPECT_EQ(toHex(packet), toHex(Packet(&kAllKinds, 0)));
     });
-    EXPECT_EQ(unharmed, 4);
     log.take();
     EXPECT_EQ(Packet(8u).getInteger("any"), 0);
     log.expect(3, "packet without scheme has no field 'any'");
 }
 
-TEST(PacketScheme, KeepsFieldsOutOfReachThatNoVersionHolds) {
+TEST(PacketScheme, KeepsFieldsOfNoVersionOutOfReach) {
     struct Careless : PacketScheme {
         Careless() : PacketScheme(1, "Test", "Bad", "Careless") {
             Single<int32>("twice", 1);
@@ -243,19 +378,27 @@ TEST(PacketScheme, KeepsFieldsOutOfReachThatNoVersionHolds) {
     EXPECT_EQ(toHex(*packet), "0000FFFF0100020009000000040000006E65770008000001");
 }
 
-TEST(PacketText, RefusesWhatOnlyLooksLikeAPacketAndTakesPayloadsBelow16MiB) {
+std::string textOf(size_t bytes) {
+    return "PKTB16[" + std::string(2 * bytes, 'a') + "]";
+}
+
+TEST(PacketText, RefusesCorruptText) {
     LogCapture log;
-    const auto textOf = [](size_t bytes) { return "PKTB16[" + std::string(2 * bytes, 'a') + "]"; };
     for (const std::string& text : {textOf(0), textOf(7), std::string("PKTB16[0000000000000G00]")}) {
         EXPECT_EQ(Packet::createFromBase16String(text), nullptr) << text;
         log.expect(2, "corrupt base16 packet encoding");
     }
-    const SmartPointer<Packet> largest = Packet::createFromBase16String(textOf(8 + 16777215));
-    EXPECT_TRUE(largest->getPayloadSize() == 16777215u && largest->getPayload()[16777214] == 0xAA);
-    EXPECT_EQ(Packet::createFromBase16String(textOf(8 + 16777216)), nullptr);
-    log.expect(2, "corrupt base16 packet encoding, unrealistic payloadSize=16777216");
     EXPECT_EQ(Packet::createFromBufferWithManifest({reinterpret_cast<const uint8*>("abc"), 3}), nullptr);
     log.expect(2, "corrupt buffer_manifest packet encoding");
+}
+
+TEST(PacketText, TakesPayloadsBelow16MiB) {
+    LogCapture log;
+    const SmartPointer<Packet> largest = Packet::createFromBase16String(textOf(8 + 16777215));
+    EXPECT_EQ(largest->getPayloadSize(), 16777215u);
+    EXPECT_EQ(largest->getPayload()[16777214], 0xAA);
+    EXPECT_EQ(Packet::createFromBase16String(textOf(8 + 16777216)), nullptr);
+    log.expect(2, "corrupt base16 packet encoding, unrealistic payloadSize=16777216");
 }
 
 } // namespace

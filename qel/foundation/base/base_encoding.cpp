@@ -2,7 +2,6 @@
 
 #include <qel/foundation/base/base_encoding_p.h>
 
-#include <algorithm>
 #include <cstring>
 #include <limits>
 
@@ -13,8 +12,8 @@ namespace {
 using internal::Base64Alphabet;
 using internal::kNoDigit;
 
-/// Below this many characters the plain form is done before a vector form has been chosen.
-constexpr size_t kMinCharactersForBlocks = 32;
+/// The smallest block of the vector forms: characters of base 64, bytes for base 16.
+constexpr size_t kMinBlock = 16;
 
 constexpr Base64Alphabet kStandard('+', '/');
 constexpr Base64Alphabet kUrlSafe('-', '_');
@@ -56,7 +55,7 @@ inline bool decodeGroup(uint8* out, const uint8* in, size_t n, const Base64Alpha
 
 void encode64(uint8* out, const uint8* in, size_t n, bool padding, const Base64Alphabet& alphabet) {
     size_t done = 0;
-    if (n >= kMinCharactersForBlocks) done = internal::encodeBase64Blocks(out, in, n, alphabet);
+    if (n >= kMinBlock) done = internal::encodeBase64Blocks(out, in, n, alphabet);
     out += done / 3 * 4;
     for (; n - done >= 3; done += 3, out += 4) encodeGroup(out, in + done, 3, alphabet);
     if (done == n) return;
@@ -65,20 +64,16 @@ void encode64(uint8* out, const uint8* in, size_t n, bool padding, const Base64A
     if (padding) std::memset(out, '=', 3 - n % 3);
 }
 
-/// Where the digits end: at the first "=", which only more of them may follow.
-bool findDigitsEnd(const uint8* in, size_t& n) {
-    if (n == 0) return true;
-    const auto* padding = static_cast<const uint8*>(std::memchr(in, '=', n));
-    if (!padding) return true;
-    const uint8* end = in + n;
-    n = static_cast<size_t>(padding - in);
-    return std::all_of(padding, end, [](uint8 c) { return c == '='; });
+/// The number of characters before the padding. A "=" further to the front is not a digit and fails there.
+size_t countDigits(const uint8* in, size_t n) {
+    while (n != 0 && in[n - 1] == '=') --n;
+    return n;
 }
 
 bool decode64(uint8* out, const uint8* in, size_t n, const Base64Alphabet& alphabet) {
-    if (!findDigitsEnd(in, n)) return false;
+    n = countDigits(in, n);
     size_t done = 0;
-    if (n >= kMinCharactersForBlocks) done = internal::decodeBase64Blocks(out, in, n, alphabet);
+    if (n >= kMinBlock) done = internal::decodeBase64Blocks(out, in, n, alphabet);
     out += done / 4 * 3;
     for (; n - done >= 4; done += 4, out += 3) {
         if (!decodeGroup(out, in + done, 4, alphabet)) return false;
@@ -90,7 +85,7 @@ bool decode64(uint8* out, const uint8* in, size_t n, const Base64Alphabet& alpha
 
 void encodeBase16(uint8* out, const uint8* in, size_t n) {
     size_t i = 0;
-    if (n >= kMinCharactersForBlocks / 2) i = internal::encodeBase16Blocks(out, in, n);
+    if (n >= kMinBlock) i = internal::encodeBase16Blocks(out, in, n);
     for (; i < n; ++i) {
         out[2 * i] = static_cast<uint8>(kBase16Digits[in[i] >> 4]);
         out[2 * i + 1] = static_cast<uint8>(kBase16Digits[in[i] & 15]);
@@ -101,7 +96,7 @@ bool decodeBase16(uint8* out, const uint8* in, size_t n) {
     // The second test catches what was a negative number at the caller's.
     if (n % 2 != 0 || n > std::numeric_limits<size_t>::max() / 2) return false;
     size_t i = 0;
-    if (n >= kMinCharactersForBlocks) i = internal::decodeBase16Blocks(out, in, n);
+    if (n >= 2 * kMinBlock) i = internal::decodeBase16Blocks(out, in, n);
     for (; i < n; i += 2) {
         const uint8 high = kBase16Values[in[i]];
         const uint8 low = kBase16Values[in[i + 1]];

@@ -29,6 +29,9 @@ struct Base64Alphabet {
     std::array<uint8, 16> classOfHighNibble{};
     /// What to add to a character of a high nibble; the last digit's slot is 8 above its high nibble.
     std::array<uint8, 16> offsets{};
+    /// For the vector encoder: what to add to a value for its digit. Slot 0 is for lower case, 1 to 10 are
+    /// for figures, 11 and 12 for the last two digits, and 13 is for upper case.
+    std::array<uint8, 16> digitOffsets{};
 
     /// The standard order: upper case, lower case, figures, and two more.
     constexpr Base64Alphabet(char digit62, char digit63) {
@@ -42,6 +45,9 @@ struct Base64Alphabet {
         values.fill(kNoDigit);
         for (uint8 i = 0; i < 64; ++i) values[digits[i]] = i;
         fillNibbleTables();
+        digitOffsets[0] = static_cast<uint8>(digits[26] - 26);
+        for (uint8 i = 1; i <= 12; ++i) digitOffsets[i] = static_cast<uint8>(digits[51u + i] - 51 - i);
+        digitOffsets[13] = digits[0];
     }
 
 private:
@@ -64,8 +70,8 @@ private:
     }
 };
 
-// Vector forms. Each works off as many whole blocks at the beginning as there are, stays within the memory
-// told, and returns how much of the input it is through with; the plain form does the rest.
+// Vector forms. Each works through as many whole blocks at the beginning as there are, stays within the given
+// memory, and returns how much of the input it has finished; the plain form does the rest.
 
 /// @return bytes encoded; writes twice as many characters.
 size_t encodeBase16Blocks(uint8* out, const uint8* in, size_t n);

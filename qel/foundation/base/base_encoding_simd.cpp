@@ -2,6 +2,8 @@
 // Decoding Using AVX2 Instructions" (ACM Transactions on the Web 12(3), 2018).
 #include <qel/foundation/base/base_encoding_p.h>
 
+#include <cstring>
+
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "qel/foundation/base/base_encoding_simd.cpp"
 #include <hwy/foreach_target.h>
@@ -35,6 +37,7 @@ size_t EncodeBase16(uint8_t* HWY_RESTRICT out, const uint8_t* HWY_RESTRICT in, s
         const Vec high = hn::TableLookupBytes(digits, hn::ShiftRight<4>(bytes));
         const Vec low = hn::TableLookupBytes(digits, hn::And(bytes, nibble));
         hn::StoreInterleaved2(high, low, d, out + 2 * i);
+        if (n - i < 2 * step && n - i != step) i = n - 2 * step; // the last block overlaps the one before
     }
     return i;
 }
@@ -71,6 +74,7 @@ size_t DecodeBase16(uint8_t* HWY_RESTRICT out, const uint8_t* HWY_RESTRICT in, s
         const Vec second = JoinPairs(Base16Values(hn::LoadU(d, in + i + lanes), faults));
         if (!hn::AllTrue(d, hn::Eq(faults, hn::Zero(d)))) break;
         hn::StoreU(hn::ConcatEven(d, second, first), d, out + i / 2);
+        if (n - i < 4 * lanes && n - i != 2 * lanes) i = n - 4 * lanes; // as when encoding
     }
     return i;
 }
@@ -85,6 +89,14 @@ HWY_INLINE auto GroupOrder(bool spread) {
         order[i] = from < count ? from : 0;
     }
     return hn::SetTableIndices(d, order);
+}
+
+/// Moves groups as @p order says; vectors of one 128-bit block have them in their places.
+template <typename Order>
+HWY_INLINE Vec MoveGroups(Vec bytes, Order order) {
+    const Bytes d;
+    if (hn::Lanes(d) == 16) return bytes;
+    return hn::BitCast(d, hn::TableLookupLanes(hn::BitCast(Groups(), bytes), order));
 }
 
 /// The 6-bit values of the 12 bytes at the beginning of each 128-bit block.
@@ -108,19 +120,12 @@ HWY_INLINE Vec SplitGroups(Vec bytes) {
 size_t EncodeBase64(uint8_t* HWY_RESTRICT out, const uint8_t* HWY_RESTRICT in, size_t n,
                     const Base64Alphabet& alphabet) {
     const Bytes d;
-    const Groups groups;
     const size_t step = hn::Lanes(d) / 4 * 3;
     const auto order = GroupOrder(true);
-    // What to add to a value: 0 for lower case, 1 to 10 for figures, 11 and 12, 13 for upper case.
-    alignas(16) uint8_t distances[16] = {};
-    distances[0] = static_cast<uint8_t>(alphabet.digits[26] - 26);
-    for (uint8_t i = 1; i <= 12; ++i) distances[i] = static_cast<uint8_t>(alphabet.digits[51 + i] - 51 - i);
-    distances[13] = alphabet.digits[0];
-    const Vec offsets = hn::LoadDup128(d, distances);
+    const Vec offsets = hn::LoadDup128(d, alphabet.digitOffsets.data());
     size_t i = 0;
     for (; n - i >= hn::Lanes(d); i += step, out += hn::Lanes(d)) {
-        const auto loaded = hn::BitCast(groups, hn::LoadU(d, in + i));
-        const Vec values = SplitGroups(hn::BitCast(d, hn::TableLookupLanes(loaded, order)));
+        const Vec values = SplitGroups(MoveGroups(hn::LoadU(d, in + i), order));
         const Vec beyondLetters = hn::SaturatedSub(values, hn::Set(d, 51));
         const auto isUpper =
             hn::RebindMask(d, hn::Lt(hn::BitCast(SignedBytes(), values), hn::Set(SignedBytes(), 26)));
@@ -144,32 +149,56 @@ HWY_INLINE Vec JoinGroups(Vec values) {
     return hn::TableLookupBytesOr0(hn::BitCast(d, joined), hn::LoadDup128(d, kBytesOfGroup));
 }
 
+/// Decodes one vector of digits at a time.
+class Base64Decoder {
+public:
+    HWY_INLINE explicit Base64Decoder(const Base64Alphabet& alphabet)
+        : m_lowNibbleFaults(hn::LoadDup128(Bytes(), alphabet.lowNibbleFaults.data())),
+          m_classOfHighNibble(hn::LoadDup128(Bytes(), alphabet.classOfHighNibble.data())),
+          m_offsets(hn::LoadDup128(Bytes(), alphabet.offsets.data())),
+          m_lastDigit(hn::Set(Bytes(), alphabet.digits[63])) {}
+
+    /// Stores the bytes of the digits at @p in, three quarters of a vector, at the beginning of @p bytes.
+    /// @return false if a character is not a digit.
+    HWY_INLINE bool Decode(const uint8_t* in, Vec& bytes) const {
+        const Bytes d;
+        const Vec characters = hn::LoadU(d, in);
+        const Vec high = hn::ShiftRight<4>(characters);
+        const Vec low = hn::And(characters, hn::Set(d, 15));
+        const Vec faults = hn::And(hn::TableLookupBytes(m_lowNibbleFaults, low),
+                                   hn::TableLookupBytes(m_classOfHighNibble, high));
+        if (!hn::AllTrue(d, hn::Eq(faults, hn::Zero(d)))) return false;
+        const auto isLast = hn::VecFromMask(d, hn::Eq(characters, m_lastDigit));
+        const Vec slot = hn::Add(high, hn::And(isLast, hn::Set(d, 8)));
+        bytes = JoinGroups(hn::Add(characters, hn::TableLookupBytes(m_offsets, slot)));
+        return true;
+    }
+
+private:
+    const Vec m_lowNibbleFaults;
+    const Vec m_classOfHighNibble;
+    const Vec m_offsets;
+    const Vec m_lastDigit;
+};
+
 size_t DecodeBase64(uint8_t* HWY_RESTRICT out, const uint8_t* HWY_RESTRICT in, size_t n,
                     const Base64Alphabet& alphabet) {
     const Bytes d;
-    const Groups groups;
     const size_t step = hn::Lanes(d);
     const auto order = GroupOrder(false);
-    const Vec lowNibbleFaults = hn::LoadDup128(d, alphabet.lowNibbleFaults.data());
-    const Vec classOfHighNibble = hn::LoadDup128(d, alphabet.classOfHighNibble.data());
-    const Vec offsets = hn::LoadDup128(d, alphabet.offsets.data());
-    const Vec lastDigit = hn::Set(d, alphabet.digits[63]);
+    const Base64Decoder decoder(alphabet);
+    Vec bytes = hn::Zero(d);
     size_t i = 0;
-    // A whole vector is stored for three quarters of one; the output must have room for it.
+    // A whole vector is stored for three quarters of one, as long as the output has room for it.
     for (; (n - i) / 4 * 3 >= step; i += step) {
-        const Vec characters = hn::LoadU(d, in + i);
-        const Vec high = hn::ShiftRight<4>(characters);
-        const Vec low = hn::And(characters, hn::Set(d, 15));
-        const Vec faults = hn::And(hn::TableLookupBytes(lowNibbleFaults, low),
-                                   hn::TableLookupBytes(classOfHighNibble, high));
-        if (!hn::AllTrue(d, hn::Eq(faults, hn::Zero(d)))) break;
-        const auto isLast = hn::VecFromMask(d, hn::Eq(characters, lastDigit));
-        const Vec slot = hn::Add(high, hn::And(isLast, hn::Set(d, 8)));
-        const Vec values = hn::Add(characters, hn::TableLookupBytes(offsets, slot));
-        const auto joined = hn::BitCast(groups, JoinGroups(values));
-        hn::StoreU(hn::BitCast(d, hn::TableLookupLanes(joined, order)), d, out + i / 4 * 3);
+        if (!decoder.Decode(in + i, bytes)) return i;
+        hn::StoreU(MoveGroups(bytes, order), d, out + i / 4 * 3);
     }
-    return i;
+    if (n - i < step || !decoder.Decode(in + i, bytes)) return i;
+    HWY_ALIGN uint8_t last[HWY_MAX_BYTES];
+    hn::Store(MoveGroups(bytes, order), d, last);
+    std::memcpy(out + i / 4 * 3, last, step / 4 * 3);
+    return i + step;
 }
 
 } // namespace qel::internal::HWY_NAMESPACE
@@ -183,19 +212,31 @@ QEL_SIMD_TABLE(DecodeBase16);
 QEL_SIMD_TABLE(EncodeBase64);
 QEL_SIMD_TABLE(DecodeBase64);
 
+namespace {
+
+/// Below this size the vectors of every processor are fast enough, and a choice would cost more than it
+/// saves.
+constexpr size_t kMinSizeForChoice = 64;
+
+} // namespace
+
 size_t encodeBase16Blocks(uint8* out, const uint8* in, size_t n) {
+    if (n < kMinSizeForChoice) return HWY_STATIC_DISPATCH(EncodeBase16)(out, in, n);
     return g_EncodeBase16(out, in, n);
 }
 
 size_t decodeBase16Blocks(uint8* out, const uint8* in, size_t n) {
+    if (n < kMinSizeForChoice) return HWY_STATIC_DISPATCH(DecodeBase16)(out, in, n);
     return g_DecodeBase16(out, in, n);
 }
 
 size_t encodeBase64Blocks(uint8* out, const uint8* in, size_t n, const Base64Alphabet& alphabet) {
+    if (n < kMinSizeForChoice) return HWY_STATIC_DISPATCH(EncodeBase64)(out, in, n, alphabet);
     return g_EncodeBase64(out, in, n, alphabet);
 }
 
 size_t decodeBase64Blocks(uint8* out, const uint8* in, size_t n, const Base64Alphabet& alphabet) {
+    if (n < kMinSizeForChoice) return HWY_STATIC_DISPATCH(DecodeBase64)(out, in, n, alphabet);
     return g_DecodeBase64(out, in, n, alphabet);
 }
 

@@ -2,6 +2,7 @@
 
 #include <qel/foundation/base/log_line.h>
 #include <qel/foundation/base/string.h>
+#include <qel/platform/cpu.h>
 
 #include <fmt/format.h>
 
@@ -10,6 +11,7 @@
 #include <cstring>
 #include <mutex>
 #include <new>
+#include <thread>
 #include <vector>
 
 namespace qel {
@@ -89,14 +91,32 @@ struct PoolFigures {
     }
 };
 
+/// Whether two texts of one length are equal. Nearly all texts are short, and calling memcmp would cost more
+/// than comparing them here.
+bool isSame(const char* a, const char* b, std::size_t length) {
+    if (length < 8 || length > 32) return std::memcmp(a, b, length) == 0;
+    uint64 difference = loadWord<uint64>(a + length - 8) ^ loadWord<uint64>(b + length - 8);
+    for (std::size_t i = 0; i + 8 < length; i += 8)
+        difference |= loadWord<uint64>(a + i) ^ loadWord<uint64>(b + i);
+    return difference == 0;
+}
+
 } // namespace
+
+void StringPool::SearchLock::waitAndLock() {
+    constexpr int kRoundsPerTurn = 100;
+    for (int round = 1; m_isTaken.exchange(true, std::memory_order_acquire); ++round) {
+        platform::relaxCpu();
+        if (round % kRoundsPerTurn == 0) std::this_thread::yield();
+    }
+}
 
 StringElement* StringPool::Shard::findLocked(const char* text, std::size_t length, uint64 key) {
     if (capacity == 0) return nullptr;
     for (std::size_t i = firstSlotOf(key, capacity); slots[i].element; i = (i + 1) & (capacity - 1)) {
         StringElement* element = slots[i].element;
-        if (slots[i].key == key && element->length == length &&
-            std::memcmp(element->text(), text, length) == 0 && tryAddReference(element))
+        if (slots[i].key == key && element->length == length && isSame(element->text(), text, length) &&
+            tryAddReference(element))
             return element;
     }
     return nullptr;
@@ -140,7 +160,7 @@ void StringPool::Shard::reserveOneLocked() {
 
 StringPool::~StringPool() {
     for (Shard& shard : m_shards) {
-        const MutexLock lock(shard.mutex);
+        const SearchGuard lock(shard.mutex);
         for (std::size_t i = 0; i < shard.capacity; ++i) {
             if (shard.slots[i].element) destroyElement(shard.slots[i].element);
         }
@@ -152,7 +172,7 @@ template <typename Hash>
 StringElement* StringPool::allocateWith(const char* text, std::size_t length, Hash&& hash) {
     const uint64 key = keyOf(text, length);
     Shard& shard = shardOf(key);
-    const MutexLock lock(shard.mutex);
+    const SearchGuard lock(shard.mutex);
     if (StringElement* found = shard.findLocked(text, length, key)) return found;
     shard.reserveOneLocked();
     StringElement* element = createElement(text, length, hash());
@@ -172,7 +192,7 @@ void StringPool::release(StringElement* element) {
     const uint64 key = keyOf(element->text(), element->length);
     Shard& shard = shardOf(key);
     {
-        const MutexLock lock(shard.mutex);
+        const SearchGuard lock(shard.mutex);
         if (element->referenceCount.load(std::memory_order_acquire) != 0) return;
         shard.eraseLocked(element, key);
     }
@@ -182,7 +202,7 @@ void StringPool::release(StringElement* element) {
 unsigned StringPool::getNumberOfStrings() const {
     std::size_t count = 0;
     for (const Shard& shard : m_shards) {
-        const MutexLock lock(shard.mutex);
+        const SearchGuard lock(shard.mutex);
         count += shard.count;
     }
     return static_cast<unsigned>(count);
@@ -192,7 +212,7 @@ unsigned StringPool::getNumberOfStrings() const {
 void StringPool::printStats() const QEL_NO_THREAD_ANALYSIS {
     PoolFigures figures;
     {
-        std::vector<std::unique_lock<std::mutex>> locks; // all at once, so that the figures fit together
+        std::vector<std::unique_lock<SearchLock>> locks; // all at once, so that the figures fit together
         for (const Shard& shard : m_shards) locks.emplace_back(shard.mutex);
         for (const Shard& shard : m_shards) {
             for (std::size_t i = 0; i < shard.capacity; ++i) {

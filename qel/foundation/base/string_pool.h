@@ -58,8 +58,33 @@ private:
         uint64 key;
         StringElement* element;
     };
+    /// Guards the few instructions of a search. Taking it costs one atomic operation and releasing it none,
+    /// half as much as a Mutex; that is a third of what finding a text takes. Whoever finds it taken for long
+    /// yields the processor, so that a holder that was interrupted can go on.
+    class QEL_CAPABILITY("mutex") SearchLock {
+    public:
+        void lock() QEL_ACQUIRE() {
+            if (m_isTaken.exchange(true, std::memory_order_acquire)) waitAndLock();
+        }
+        void unlock() QEL_RELEASE() { m_isTaken.store(false, std::memory_order_release); }
+
+    private:
+        void waitAndLock();
+
+        std::atomic<bool> m_isTaken{false};
+    };
+    class QEL_SCOPED_CAPABILITY SearchGuard {
+    public:
+        explicit SearchGuard(SearchLock& mutex) QEL_ACQUIRE(mutex) : m_mutex(mutex) { mutex.lock(); }
+        ~SearchGuard() QEL_RELEASE() { m_mutex.unlock(); }
+        SearchGuard(const SearchGuard&) = delete;
+        SearchGuard& operator=(const SearchGuard&) = delete;
+
+    private:
+        SearchLock& m_mutex;
+    };
     struct alignas(64) Shard {
-        mutable Mutex mutex;
+        mutable SearchLock mutex;
         Slot* slots QEL_GUARDED_BY(mutex) = nullptr;
         std::size_t capacity QEL_GUARDED_BY(mutex) = 0;
         std::size_t count QEL_GUARDED_BY(mutex) = 0;

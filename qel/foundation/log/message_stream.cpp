@@ -3,6 +3,7 @@
 #include <qel/foundation/base/log_line.h>
 #include <qel/foundation/log/line_builder_p.h>
 #include <qel/foundation/log/log_delivery_p.h>
+#include <qel/foundation/log/number_text_p.h>
 #include <qel/platform/system_error.h>
 
 #include <array>
@@ -30,14 +31,11 @@ std::string_view getPrefix(int level) {
     }
 }
 
-/// Significant digits of a floating-point number on a fresh std::ostream.
-constexpr int kStreamPrecision = 6;
-
-template <typename... Arguments>
-void appendNumber(LineBuilder& line, Arguments... arguments) {
+template <typename Integer>
+void appendInteger(LineBuilder& line, Integer value) {
     std::array<char, 32> digits;
-    const auto result = std::to_chars(digits.data(), digits.data() + digits.size(), arguments...);
-    line.append(std::string_view(digits.data(), static_cast<std::size_t>(result.ptr - digits.data())));
+    const auto result = std::to_chars(digits.data(), digits.data() + digits.size(), value);
+    line.append(std::string_view(digits.data(), result.ptr));
 }
 
 } // namespace
@@ -75,15 +73,16 @@ void MessageStream::writeCharacter(char c) {
 }
 
 void MessageStream::writeNumber(long long value) {
-    appendNumber(*m_line, value);
+    appendInteger(*m_line, value);
 }
 
 void MessageStream::writeNumber(unsigned long long value) {
-    appendNumber(*m_line, value);
+    appendInteger(*m_line, value);
 }
 
 void MessageStream::writeNumber(double value) {
-    appendNumber(*m_line, value, std::chars_format::general, kStreamPrecision);
+    std::array<char, kNumberTextSize> text;
+    m_line->append(std::string_view(text.data(), writeGeneral(text.data(), value)));
 }
 
 bool MessageStream::isPlain() const {

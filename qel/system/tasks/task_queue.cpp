@@ -53,6 +53,7 @@ void TaskQueue::pushTaskN(unsigned count, Task* task, unsigned workload) {
     BriefLock lock(m_mutex);
     if (!m_segments.empty()) return append(m_segments.back(), entry);
     append(m_current, entry);
+    m_arrivals.store(m_arrivals.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
     if (!isParallelQueue() && activeCount() != 0) return; // the run that goes on will find it
     const uint32 runs = isParallelQueue() ? count : 1;
     setActiveCountLocked(activeCount() + runs);
@@ -77,6 +78,16 @@ void TaskQueue::processTasks() {
     BriefLock lock(m_mutex);
     ++m_runningCount;
     do {
+        while (takesBatches() && m_current.first) {
+            const uint32 arrivals = takeBatchLocked();
+            lock.unlock();
+            while (Entry* entry = popBatch()) {
+                runEntry(*entry);
+                delete entry;
+            }
+            linger(arrivals);
+            lock.lock();
+        }
         while (Entry* entry = takeFrontLocked()) {
             lock.unlock();
             runEntry(*entry);
@@ -86,6 +97,29 @@ void TaskQueue::processTasks() {
     } while (startNextSegmentLocked());
     --m_runningCount;
     setActiveCountLocked(activeCount() - 1);
+}
+
+/// Takes all that may run now. @return the pushes so far, for linger().
+uint32 TaskQueue::takeBatchLocked() {
+    m_batchCount.store(m_current.count, std::memory_order_relaxed);
+    m_batch.store(m_current.first);
+    m_current = {};
+    return m_arrivals.load(std::memory_order_relaxed);
+}
+
+/// Takes the next entry of the batch and leaves the rest to disable(). The two need no lock: a thread that
+/// aborts sets the flag before it takes the batch, and this one looks at the flag after it has put the rest
+/// back.
+TaskQueue::Entry* TaskQueue::popBatch() {
+    Entry* const entry = m_batch.exchange(nullptr);
+    if (!entry) return nullptr;
+    m_batch.store(entry->next);
+    if (m_aborting.load()) {
+        Dropped dropped;
+        dropBatch(dropped);
+        release(dropped);
+    }
+    return entry;
 }
 
 TaskQueue::Entry* TaskQueue::takeFrontLocked() {
@@ -112,6 +146,7 @@ void TaskQueue::runEntry(Entry& entry) {
     do {
         index = entry.remaining.fetch_sub(1, std::memory_order_relaxed) - 1;
         if (index < 0) break;
+        if (index == 0 && takesBatches()) m_batchCount.fetch_sub(1, std::memory_order_relaxed);
         TaskContext context(this, static_cast<uint32>(index), entry.workload);
         if (!isAborting()) entry.task->execute(context);
         if (context.m_workload != 0) m_workload.fetch_sub(context.m_workload, std::memory_order_relaxed);
@@ -194,6 +229,7 @@ void TaskQueue::disableWorkerQueue() {
         Dropped dropped;
         dropSegmentsLocked(dropped);
         dropEntriesLocked(m_current, dropped);
+        dropBatch(dropped);
         if (dropped.empty()) {
             if (activeCount() > m_runningCount) withdrawRunsLocked();
             if (activeCount() == 0) return;
@@ -214,13 +250,27 @@ void TaskQueue::dropSegmentsLocked(Dropped& dropped) {
 void TaskQueue::dropEntriesLocked(Entries& entries, Dropped& dropped) {
     while (Entry* entry = entries.first) {
         removeFirst(entries);
-        const int64 count = entry->remaining.exchange(0);
-        if (count > 0) {
-            dropped.emplace_back(entry->task, static_cast<uint32>(count));
-            m_workload.fetch_sub(static_cast<uint32>(count) * entry->workload, std::memory_order_relaxed);
-        }
+        drop(*entry, dropped);
         if (entry->users == 0) delete entry; // else its last user does
     }
+}
+
+void TaskQueue::dropBatch(Dropped& dropped) {
+    for (Entry* entry = m_batch.exchange(nullptr); entry;) {
+        Entry* const next = entry->next;
+        drop(*entry, dropped);
+        m_batchCount.fetch_sub(1, std::memory_order_relaxed);
+        delete entry;
+        entry = next;
+    }
+}
+
+/// Takes the runs that nobody has begun off the entry.
+void TaskQueue::drop(Entry& entry, Dropped& dropped) {
+    const int64 count = entry.remaining.exchange(0);
+    if (count <= 0) return;
+    dropped.emplace_back(entry.task, static_cast<uint32>(count));
+    m_workload.fetch_sub(static_cast<uint32>(count) * entry.workload, std::memory_order_relaxed);
 }
 
 void TaskQueue::release(const Dropped& dropped) {
@@ -261,7 +311,7 @@ unsigned TaskQueue::getNumberOfQueuedTasks() const {
     BriefLock lock(m_mutex);
     const Entry* first = m_current.first;
     const bool firstIsTaken = first && first->remaining.load(std::memory_order_relaxed) <= 0;
-    return m_current.count - (firstIsTaken ? 1 : 0);
+    return m_batchCount.load(std::memory_order_relaxed) + m_current.count - (firstIsTaken ? 1 : 0);
 }
 
 void TaskQueue::append(Entries& entries, Entry* entry) {

@@ -181,6 +181,10 @@ private:
     static void removeFirst(Entries& entries);
     static void release(const Dropped& dropped);
 
+    bool takesBatches() const { return !isParallelQueue() && !isMainQueue(); }
+    uint32 takeBatchLocked() QEL_REQUIRES(m_mutex);
+    Entry* popBatch();
+    void linger(uint32 arrivals) const;
     Entry* takeFrontLocked() QEL_REQUIRES(m_mutex);
     void leaveLocked(Entry* entry) QEL_REQUIRES(m_mutex);
     void runEntry(Entry& entry);
@@ -191,7 +195,9 @@ private:
     uint32 activeCount() const { return m_activeCount.load(std::memory_order_relaxed); }
     void disableMainQueue();
     void disableWorkerQueue();
+    void dropBatch(Dropped& dropped);
     void dropEntriesLocked(Entries& entries, Dropped& dropped) QEL_REQUIRES(m_mutex);
+    void drop(Entry& entry, Dropped& dropped);
     void dropSegmentsLocked(Dropped& dropped) QEL_REQUIRES(m_mutex);
     void waitBriefly();
     bool hasBriefWaiter() const { return m_briefWaiters.load(std::memory_order_relaxed) != 0; }
@@ -209,6 +215,12 @@ private:
     uint32 m_runningCount QEL_GUARDED_BY(m_mutex) = 0;
     Entries m_current QEL_GUARDED_BY(m_mutex);             // what may run now
     std::list<Entries> m_segments QEL_GUARDED_BY(m_mutex); // what waits behind each barrier
+
+    // The one run of a serial worker queue takes all that may run now at once, and needs no lock for each
+    // task.
+    std::atomic<uint32> m_arrivals{0};                // pushes to m_current; written under the mutex
+    alignas(64) std::atomic<Entry*> m_batch{nullptr}; // the first entry that the run has not taken
+    std::atomic<uint32> m_batchCount{0};              // pushes in the batch whose last run has not begun
 };
 
 /// What a running task sees of its queue; lives on the stack of the running thread.

@@ -64,6 +64,7 @@ private:
         uint32 units;
     };
 
+    bool hasPendingRuns() const { return m_pendingUnits.load(std::memory_order_relaxed) != 0; }
     void pushQueueFromWorker(unsigned units, TaskQueue* queue, bool highPriority);
     uint32 enqueue(unsigned units, TaskQueue* queue, bool highPriority);
     void tryStartWorker();
