@@ -12,15 +12,15 @@ class QEL_API DequePacketWriter : public PacketWriter {
     QEL_CLASS(DequePacketWriter, PacketWriter)
 
 public:
-    /// Puts a packet at the end. @owner takes a reference.
+    /// Appends a packet. @owner takes a reference.
     void write(Packet* packet) override { m_packets.emplace_back(packet); }
-    /// Puts a packet at the beginning. @owner takes a reference.
+    /// Prepends a packet. @owner takes a reference.
     void push_front(Packet* packet) { m_packets.emplace_front(packet); }
-    /// Takes the first packet out; null when there is none.
+    /// Removes and returns the first packet; null if there is none.
     SmartPointer<Packet> fetch();
-    /// Takes all packets of @p other, in their order, to the end.
+    /// Moves all packets of @p other, in their order, to the end.
     void takeAll(DequePacketWriter& other);
-    /// Number of packets.
+    /// Returns the number of packets.
     size_t getCount() const { return m_packets.size(); }
 
 private:

@@ -9,18 +9,18 @@
 
 namespace qel {
 
-/// Reads what FilePacketWriter wrote. Payloads are read to their place at once.
+/// Reads what FilePacketWriter wrote. Payloads are read directly into their packets.
 /// @threads one thread at a time.
 class QEL_API FilePacketReader : public PacketReader {
     QEL_CLASS(FilePacketReader, PacketReader)
 
 public:
-    /// Opens @p path. @errors a file that can't be opened gives no packets.
+    /// Opens @p path. @errors a file that cannot be opened yields no packets.
     explicit FilePacketReader(const char* path);
 
-    /// The next record as a raw packet; null at the end, for a file that isn't open, and for a broken record.
-    /// A further call goes on behind what was read.
-    /// @errors each null of an open file is logged, the end of the file too.
+    /// Returns the next record as a raw packet; null at the end, if the file is not open, and for a broken
+    /// record. A further call continues after what was read.
+    /// @errors each null of an open file is logged, including the one at the end of the file.
     SmartPointer<Packet> read() override;
 
 private:

@@ -13,7 +13,7 @@ class QEL_API FilePacketWriter : public PacketWriter {
     QEL_CLASS(FilePacketWriter, PacketWriter)
 
 public:
-    /// Opens @p path and empties it. @errors a file that can't be opened takes no packets.
+    /// Opens @p path and truncates it. @errors packets for a file that cannot be opened are dropped.
     explicit FilePacketWriter(const char* path);
     ~FilePacketWriter() override { close(); }
 

@@ -96,7 +96,7 @@ bool LineInput::readLine(String& line) {
     return true;
 }
 
-// A line that is too long leaves nothing behind, so memory stays within the limit.
+// Nothing is kept of a line that is too long, so memory stays within the limit.
 bool LineInput::findLine(String& line) {
     while (m_scanned < m_bytes.getSize()) {
         const uint8* const bytes = m_bytes.getBytePointer();

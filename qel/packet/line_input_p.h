@@ -12,31 +12,31 @@
 
 namespace qel::internal {
 
-/// Splits what a descriptor gives into lines, without their line feed and a carriage return before it. A last
-/// line without a line feed counts too; a line above kMaxLineSize is dropped and logged.
+/// Splits what is read from a descriptor into lines, without the line feed and a carriage return before it. A
+/// last line without a line feed counts as a line; a line longer than kMaxLineSize is dropped and logged.
 /// @threads one thread at a time.
 class QEL_API LineInput {
 public:
-    /// No honest line is longer: a packet of the largest payload has half as many characters.
+    /// The longest line accepted, in bytes. A packet with the largest payload has half as many characters.
     static constexpr size_t kMaxLineSize = size_t(64) << 20;
 
     explicit LineInput(platform::FileHandle input) : m_input(std::move(input)) {}
-    /// Waits for the helper thread, that is, for the end of the input if there is one.
+    /// Waits for the helper thread if there is one, that is, for the end of the input.
     ~LineInput();
     LineInput(const LineInput&) = delete;
     LineInput& operator=(const LineInput&) = delete;
 
-    /// Standard input. It is never destroyed, as its helper thread may wait for a line until the process
-    /// ends.
+    /// Returns standard input. It is never destroyed, because its helper thread may wait for a line until the
+    /// process ends.
     static LineInput& standardInput();
 
-    /// Whether the last line was read and nothing can follow.
+    /// Returns true if the last line was read and no other can follow.
     bool hasEnded();
-    /// Waits for the next line. @return false at the end.
+    /// Waits for the next line. @return false at the end of the input.
     bool waitForLine(String& line);
-    /// Starts the helper thread, for good; a second call does nothing.
+    /// Starts the helper thread, which cannot be stopped. A second call has no effect.
     void startThread();
-    /// Takes a line that the helper thread has read. @return false when there is none now.
+    /// Removes a line that the helper thread has read. @return false if there is none at the moment.
     bool tryLine(String& line);
 
 private:

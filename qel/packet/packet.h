@@ -23,69 +23,70 @@ namespace qel {
 
 class Item;
 
-/// A message between processes, also kept in files and in a Store. docs/formats.md tells its bytes.
+/// A message between processes, also kept in files and in a Store. docs/formats.md specifies its bytes.
 ///
-/// A packet made for a scheme has all its fields, at their defaults, from the start. A packet that arrives is
-/// raw: a block of bytes, until fit() has checked it and bound it to a scheme. Nothing is copied then: fields
-/// point into the block, and one that is written gets a block of its own. The payload is put together only on
-/// output.
+/// A packet that is created for a scheme has all its fields, at their defaults, from the start. Small dynamic
+/// fields are stored after the static area, so that a packet whose fields are set in the order of their
+/// declaration is its own payload; others get blocks of their own and are copied together on output.
 ///
-/// Fields go by name or by PacketScheme::Element. A raw packet and a name that was never declared are logged
-/// and read as nothing; writing there does nothing.
-/// @threads not locked; one thread at a time, handed on by reference.
+/// A packet that was received is raw, a block of bytes, until fit() has checked it and bound it to a scheme.
+/// Nothing is copied then: fields point into the block. PacketView reads a received payload without an
+/// object.
+/// @threads not locked; used by one thread at a time, passed on by reference.
 class QEL_API Packet : public Object, public PacketFields<Packet> {
     QEL_CLASS(Packet, Object)
 
 public:
     /// The flag of a payload that ends with a version suffix. Other flags belong to the application.
     static constexpr uint16 kVersioned = 2;
-    /// The reply port of a packet that wants no reply.
+    /// The reply port of a packet that expects no reply.
     static constexpr short kNoPort = -1;
-    /// Bytes of the header, the same in all framings.
+    /// The size of the header in bytes, the same in all framings.
     static constexpr size_t kHeaderSize = 8;
-    /// Readers of text and files take no larger payload.
+    /// The largest payload, in bytes, that readers of text and files accept.
     static constexpr uint32 kMaxPayloadSize = 0xffffff;
-    /// Smaller pieces never count as compressible.
+    /// Pieces of fewer bytes are never marked as compressible.
     static constexpr uint32 kMinCompressibleSize = 1024;
 
-    /// What tells how to read a payload.
+    /// What determines how a payload is read.
     struct Manifest {
-        uint16 id = 0;    ///< of the scheme
-        uint16 flags = 0; ///< kVersioned and the application's
+        uint16 id = 0;    ///< id of the scheme
+        uint16 flags = 0; ///< kVersioned and the application's flags
     };
 
-    /// A raw packet whose header and payload, @p size uninitialised bytes, its maker fills in.
+    /// Creates a raw packet with a payload of @p size uninitialised bytes; the caller fills in header and
+    /// payload.
     explicit Packet(uint32 size);
-    /// A raw packet over foreign bytes, which are neither copied nor freed, but written when a field is set.
-    /// @owner keeps a reference to @p owner, which may be null, to keep the bytes alive.
+    /// Creates a raw packet over foreign bytes, which are neither copied nor freed, but written when a field
+    /// is set. @owner holds a reference to @p owner, which may be null and keeps the bytes alive.
     Packet(uint32 size, uint8* bytes, Object* owner)
         : m_payload(bytes), m_payloadSize(size), m_hasExternalPayload(true), m_owner(owner) {}
-    /// A raw packet with the header and the payload of @p other.
+    /// Creates a raw packet with the header and a copy of the payload of @p other.
     explicit Packet(const Packet* other);
-    /// A packet of @p scheme with defaults in all fields and no reply port.
+    /// Creates a packet of @p scheme with defaults in all fields and no reply port.
     Packet(const PacketScheme* scheme, short port);
     ~Packet() override;
     Packet(const Packet&) = delete;
     Packet& operator=(const Packet&) = delete;
 
-    /// Exchanges everything but references and weak pointers.
+    /// Exchanges everything except reference counts and weak pointers.
     void swap(Packet& other) noexcept;
 
     // --- Header -------------------------------------------------------------------------------------------
 
-    /// Destination port.
+    /// Returns the destination port.
     short getPort() const { return m_header.port; }
     /// Sets the destination port.
     void setPort(short port) { m_header.port = port; }
-    /// Port for the reply, kNoPort when none is wanted.
+    /// Returns the port for the reply, kNoPort if none is expected.
     short getReplyPort() const { return m_header.replyPort; }
     /// Sets the port for the reply.
     void setReplyPort(short port) { m_header.replyPort = port; }
-    /// Id of the scheme.
+    /// Returns the id of the scheme.
     uint16 getID() const { return m_header.manifest.id; }
     /// Sets the id.
     void setID(uint16 id) { m_header.manifest.id = id; }
-    /// All flags.
+    /// Returns all flags.
     uint16 getFlags() const { return m_header.manifest.flags; }
     /// Sets all flags.
     void setFlags(uint16 flags) { m_header.manifest.flags = flags; }
@@ -93,33 +94,34 @@ public:
     void addFlag(uint16 flag) { setFlags(static_cast<uint16>(getFlags() | flag)); }
     /// Clears the bits of @p flag.
     void clearFlag(uint16 flag) { setFlags(static_cast<uint16>(getFlags() & ~flag)); }
-    /// Whether any bit of @p flag is set.
+    /// Returns true if any bit of @p flag is set.
     bool hasFlag(uint16 flag) const { return (getFlags() & flag) != 0; }
-    /// The kHeaderSize bytes of the header, as they are sent.
+    /// Returns the kHeaderSize bytes of the header, as they are sent.
     uint8* rawHeader() { return reinterpret_cast<uint8*>(&m_header); }
     /// @copydoc rawHeader
     const uint8* rawHeader() const { return reinterpret_cast<const uint8*>(&m_header); }
-    /// Id and flags.
+    /// Returns id and flags.
     const Manifest& manifest() const { return m_header.manifest; }
-    /// A hint to writers that batch, which is not sent.
+    /// Returns a hint to writers that batch; it is not sent.
     bool getFlushAfterThis() const { return m_flushAfterThis; }
     /// Sets the hint.
     void setFlushAfterThis(bool flush) { m_flushAfterThis = flush; }
 
     // --- Scheme -------------------------------------------------------------------------------------------
 
-    /// Checks a raw packet from outside and binds it to @p scheme; every check of incoming packets is here.
-    /// Fields that are newer than the sender get their defaults, what only the sender knows is skipped.
-    /// @return false, with the packet raw as before, when it does not fit; the warning tells why. Also false
-    ///         for a packet made for another scheme.
+    /// Checks a raw packet from outside and binds it to @p scheme; all validation of incoming packets is
+    /// here. Fields that are newer than the sender get their defaults; fields that only the sender knows are
+    /// skipped.
+    /// @return false, with the packet still raw, if it does not fit; a warning states the reason. Also false
+    ///         for a packet that was created for another scheme.
     bool fit(const PacketScheme* scheme);
-    /// The scheme; null for a raw packet.
+    /// Returns the scheme; null for a raw packet.
     const PacketScheme* getScheme() const { return m_scheme; }
     /// Resets a packet that was created for a scheme so that it can be built again in the same memory: all
     /// fields return to their defaults and the cargo is removed. The header stays as it is. Has no effect on
     /// a packet that was received.
     void clearFields();
-    /// Has the packet written as the first version of its scheme, which every reader knows.
+    /// Makes the packet be written as the first version of its scheme, which every reader knows.
     void disableVersioning();
 
     // --- Fields -------------------------------------------------------------------------------------------
@@ -148,56 +150,57 @@ public:
     /// Copies a single value. @return false if the field is not a single value of @p size bytes.
     bool singleSetInternal(const PacketField& field, const void* value, uint32 size);
 
-    /// Sets a text with its terminating zero. @param text  null stands for the empty text.
+    /// Sets a text with its terminating zero. @param text  null means the empty text.
     void setString(const PacketField& field, const char* text);
     /// Sets a text with its terminating zero.
     void setString(const PacketField& field, const std::string& text);
     /// Sets a text with its terminating zero.
     void setString(const PacketField& field, const StringId& text);
-    /// Sets the bytes of a field; those of a dynamic one are filled up with zeros to whole elements.
+    /// Sets the bytes of a field; a dynamic field is padded with zeros to whole elements.
     /// @param size          0 leaves the field as it is.
     /// @param compressible  hint for the output, kept from kMinCompressibleSize bytes on.
-    /// @errors more than a fixed field holds is logged and cut.
+    /// @errors bytes that do not fit in a fixed field are logged and dropped.
     void setBuffer(const PacketField& field, const uint8* bytes, uint32 size, bool compressible = false);
     /// @copydoc setBuffer(const PacketField&, const uint8*, uint32, bool)
     void setBuffer(const PacketField& field, ConstByteSpan bytes, bool compressible = false);
-    /// Makes room in a field for the caller to write to. A dynamic field gets as many elements as hold
-    /// @p size bytes, which are uninitialised.
+    /// Reserves @p size uninitialised bytes in a field for the caller to write. A dynamic field gets as many
+    /// elements as are needed for them.
     /// @return where to write @p size bytes; null for a size of 0, which leaves the field as it is.
-    /// @errors more than a fixed field holds is logged; the field then stays as it is and what is written is
-    ///         lost.
+    /// @errors a size that does not fit in a fixed field is logged; the field then stays as it is, and what
+    /// the
+    ///         caller writes is lost.
     uint8* allocateBuffer(const PacketField& field, uint32 size, bool compressible = false);
 
-    /// Sets the plain bytes of an Item; an empty one is not written.
+    /// Sets a field to the plain bytes of an Item; an empty Item leaves the field as it is.
     void setItem(const PacketField& field, const Item& item);
 
     /// Sets the elements of a field declared with a type of this size; see arraySetInternal().
     template <typename T>
     void setArray(const PacketField& field, const T* values, uint32 count);
 
-    /// Sets the elements of a field. A fixed field keeps what lies behind the last one.
-    /// @errors more than a fixed field holds is logged and cut.
+    /// Sets the elements of a field. A fixed field keeps the elements after the last one that is set.
+    /// @errors elements that do not fit in a fixed field are logged and dropped.
     void arraySetInternal(const PacketField& field, const void* data, uint32 count);
-    /// Makes room for elements; otherwise as allocateBuffer(), but a count of 0 empties a dynamic field.
+    /// Reserves elements; otherwise as allocateBuffer(), but a count of 0 empties a dynamic field.
     void* allocateInternal(const PacketField& field, uint32 count);
 
-    // --- Cargo: the raw bytes behind the fields of an unversioned packet ----------------------------------
+    // --- Cargo: the raw bytes after the fields of an unversioned packet -----------------------------------
 
     /// Sets the cargo to a copy of the bytes. @param compressible  as for setBuffer().
     void setCargo(const uint8* bytes, uint32 size, bool compressible = false);
     /// @copydoc setCargo(const uint8*, uint32, bool)
     void setCargo(ConstByteSpan bytes, bool compressible = false);
-    /// Sets the cargo to a text with its terminating zero. @param text  null stands for the empty text.
+    /// Sets the cargo to a text with its terminating zero. @param text  null means the empty text.
     void setCargoString(const char* text);
-    /// Makes room for cargo. @return where to write @p size bytes, null for 0.
+    /// Reserves uninitialised cargo. @return where to write @p size bytes, null for a size of 0.
     uint8* allocateCargo(uint32 size, bool compressible = false);
 
     // --- Payload ------------------------------------------------------------------------------------------
 
-    /// Bytes of the payload as it would be sent.
-    /// @errors a payload of 4 GiB or more can't be sent: it is logged, and the output is empty.
+    /// Returns the size in bytes of the payload as it would be sent.
+    /// @errors a payload of 4 GiB or more cannot be sent: it is logged, and the result is 0.
     uint32 getPayloadSize() const;
-    /// Writes the payload as it is sent. @return bytes written, getPayloadSize().
+    /// Writes the payload as it is sent. @return the number of bytes written, getPayloadSize().
     uint32 copyPayloadTo(uint8* out) const;
     /// Returns the payload as it is sent, in one piece. The payload of a packet whose dynamic fields were set
     /// once each, in the order of their declaration, and fit in 512 bytes is already there; any other payload
@@ -205,32 +208,33 @@ public:
     /// @owner  valid until the packet changes or is destroyed.
     /// @errors as getPayloadSize(); the view is then empty.
     ConstByteSpan getPayloadBytes();
-    /// Hands the same bytes to @p consumer piece by piece, without putting them together first.
-    /// @return bytes handed over, getPayloadSize().
+    /// Passes the same bytes to @p consumer piece by piece, without copying them together first.
+    /// @return the number of bytes passed, getPayloadSize().
     uint32 getPayloadConsumed(ByteConsumer* consumer) const;
-    /// The static area, or the payload of a raw packet.
+    /// Returns the static area, or the payload of a raw packet.
     uint8* getPayload() { return m_payload; }
     /// @copydoc getPayload
     const uint8* getPayload() const { return m_payload; }
-    /// Notes getPayloadSize() for getCachedPayloadSize().
+    /// Stores getPayloadSize() for getCachedPayloadSize().
     void updateCachedPayloadSize() { m_cachedPayloadSize = getPayloadSize(); }
-    /// What updateCachedPayloadSize() noted last; 0 before.
+    /// Returns what updateCachedPayloadSize() stored last; 0 before the first call.
     uint32 getCachedPayloadSize() const { return m_cachedPayloadSize; }
 
     // --- Framings; defined in packet_text.cpp -------------------------------------------------------------
 
-    /// The packet as one line of text: "PKTB16[", header and payload as upper-case hexadecimal digits, "]".
+    /// Returns the packet as one line of text: "PKTB16[", header and payload as upper-case hexadecimal
+    /// digits, "]".
     String convertToBase16String() const;
-    /// The same behind a line feed, for streams shared with log output: a line being written there can't
-    /// swallow the beginning of the packet.
+    /// Returns the same text after a line feed, for streams shared with log output, where an unfinished line
+    /// must not swallow the beginning of the packet.
     String convertToBase16String_NewLinePrefix() const;
-    /// The raw packet in a line of text.
-    /// @return null for other text, and for a broken packet, which is logged.
+    /// Creates the raw packet from a line of text.
+    /// @return null for other text, and for a corrupt packet, which is logged.
     static SmartPointer<Packet> createFromBase16String(std::string_view text);
-    /// Id, flags and payload.
+    /// Returns id, flags and payload.
     Buffer convertToBufferWithManifest() const;
-    /// The raw packet in the bytes of convertToBufferWithManifest(); its ports are 0.
-    /// @return null for fewer than 4 bytes, which are logged.
+    /// Creates the raw packet from the bytes of convertToBufferWithManifest(); its ports are 0.
+    /// @return null for fewer than 4 bytes, which is logged.
     static SmartPointer<Packet> createFromBufferWithManifest(ConstByteSpan bytes);
 
 private:
@@ -245,8 +249,8 @@ private:
     };
     static_assert(sizeof(Header) == kHeaderSize && std::is_trivially_copyable_v<Header>);
 
-    /// Bytes of a dynamic field or the cargo, in the payload or in a block of their own. Its holder clears
-    /// it.
+    /// The bytes of a dynamic field or the cargo, in the payload or in a block of their own. Its owner must
+    /// clear it.
     class Attachment {
     public:
         uint8* bytes() { return m_bytes; }
@@ -257,16 +261,16 @@ private:
             if (m_isOwned) delete[] m_bytes;
             *this = Attachment();
         }
-        /// Points at bytes of the payload, with null when they turned out not to be there.
+        /// Refers to bytes of the payload; null if they are outside of it.
         void view(uint8* bytes, uint32 size) {
             m_bytes = bytes;
             m_size = size;
         }
-        /// Takes over a block.
+        /// Takes ownership of a block.
         void take(std::unique_ptr<uint8[]> block, uint32 size);
         /// Moves bytes of the payload to a block of their own.
         void detach();
-        /// Keeps the hint for large pieces only.
+        /// Stores the hint for large pieces only.
         void hint(bool compressible) { m_isCompressible = compressible && m_size >= kMinCompressibleSize; }
 
     private:
@@ -276,7 +280,7 @@ private:
         bool m_isCompressible = false;
     };
 
-    /// The attachments of the dynamic fields; a few have their place inside the packet.
+    /// The attachments of the dynamic fields; there is room for a few inside the packet.
     class Attachments {
     public:
         Attachments() = default;
@@ -294,7 +298,7 @@ private:
             for (Attachment& attachment : *this) attachment.clear();
             m_size = 0;
         }
-        /// Frees all and makes room for @p size empty ones.
+        /// Frees all and creates @p size empty ones.
         void reset(uint32 size) {
             clear();
             if (m_many || size > m_few.size()) allocate(size);

@@ -1,4 +1,4 @@
-// PacketField: names a field of a packet, by its name or by its declaration.
+// PacketField: identifies a field of a packet by its name or by its declaration.
 #pragma once
 
 #include <qel/foundation/base/string_id.h>
@@ -9,25 +9,26 @@
 
 namespace qel {
 
-/// The field that an operation of Packet is about: its name, or the Element that PacketScheme::find() gave,
-/// which saves looking the name up. For parameters alone.
-/// @owner borrows; the text or the Element must outlive it, which an argument does until the call returns.
+/// A field as a parameter: its name, or the Element that PacketScheme::find() returned, which saves the
+/// search for the name. Used for parameters only.
+/// @owner borrows the text or the Element, which must outlive it, as an argument does until the call returns.
 class PacketField {
 public:
-    /// @param name  null stands for the empty name.
+    /// Identifies a field by name. @param name  null means the empty name.
     PacketField(const char* name) : PacketField(name ? std::string_view(name) : std::string_view()) {}
-    /// By name; also takes a String.
+    /// Identifies a field by name; also accepts a String.
     PacketField(const std::string& name) : PacketField(std::string_view(name)) {}
-    /// By name.
+    /// Identifies a field by name.
     PacketField(const StringId& name) : PacketField(name.view()) {}
-    /// By name.
+    /// Identifies a field by name.
     PacketField(std::string_view name) : m_name(name), m_key(name) {}
-    /// By declaration. An Element of another scheme is harmless, but the field it names is any.
+    /// Identifies a field by its declaration. An Element of another scheme is harmless but denotes an
+    /// arbitrary field.
     PacketField(const PacketScheme::Element& element) : m_element(&element) {}
 
-    /// The name.
+    /// Returns the name.
     std::string_view name() const { return m_element ? m_element->getName() : m_name; }
-    /// The declaration, null when the field is given by name.
+    /// Returns the declaration; null if the field is identified by name.
     const PacketScheme::Element* element() const { return m_element; }
 
 private:

@@ -58,33 +58,41 @@ void Packet::forgetScheme() {
 }
 
 bool PacketView::fit(const PacketScheme* scheme, const Packet::Manifest& manifest, ConstByteSpan payload) {
+    if (scheme && tryFit(*scheme, manifest, payload)) return true;
     m_scheme = nullptr;
     m_knownSize = m_staticSize = m_dynamicCount = 0;
     m_cargo = {};
-    if (!scheme) return false;
+    return false;
+}
+
+bool PacketView::tryFit(const PacketScheme& scheme, const Packet::Manifest& manifest, ConstByteSpan payload) {
     if (payload.size > std::numeric_limits<uint32>::max())
         return internal::refusePacket("packet too large, actual size=", payload.size);
-    internal::PacketCheck check(*scheme, manifest, payload.data, static_cast<uint32>(payload.size));
+    internal::PacketCheck check(scheme, manifest, payload.data, static_cast<uint32>(payload.size));
     if (!check.checkFrame()) return false;
-    const PacketScheme::Version& newest = scheme->getNewestVersion();
-    Range* const ranges = makeRanges(newest.dynamicCount);
-    const bool fits = check.checkFields([next = ranges](uint64 begin, uint32 size) mutable {
+    const auto [staticSize, dynamicCount] = scheme.getNewestVersion();
+    reserveRanges(dynamicCount);
+    Range* next = m_ranges;
+    const bool fits = check.checkFields([&next](uint64 begin, uint32 size) {
         *next++ = {static_cast<uint32>(begin), size};
     });
     if (!fits) return false;
-    std::fill(ranges + check.known().dynamicCount, ranges + newest.dynamicCount, Range{0, 0});
-    m_scheme = scheme;
+    std::fill(next, m_ranges + dynamicCount, Range{0, 0}); // those that only newer senders know
+    m_scheme = &scheme;
     m_payload = payload.data;
     m_knownSize = check.known().staticSize;
-    m_staticSize = newest.staticSize;
-    m_dynamicCount = newest.dynamicCount;
-    if (check.cargoSize() != 0) m_cargo = {payload.data + check.cargoBegin(), check.cargoSize()};
+    m_staticSize = staticSize;
+    m_dynamicCount = dynamicCount;
+    const uint32 cargoSize = check.cargoSize();
+    m_cargo = cargoSize == 0 ? ConstByteSpan() : ConstByteSpan(payload.data + check.cargoBegin(), cargoSize);
     return true;
 }
 
-PacketView::Range* PacketView::makeRanges(uint32 count) {
-    m_many = count > kFewFields ? std::make_unique_for_overwrite<Range[]>(count) : nullptr;
-    return m_many ? m_many.get() : m_few.data();
+void PacketView::reserveRanges(uint32 count) {
+    m_ranges = m_few.data();
+    if (count <= kFewFields) return;
+    m_many = std::make_unique_for_overwrite<Range[]>(count);
+    m_ranges = m_many.get();
 }
 
 } // namespace qel

@@ -25,9 +25,9 @@ class PacketCheck;
 
 /// The layout of a kind of packet: an id, named fields of fixed or variable size, and versions.
 ///
-/// A subclass declares the fields in its constructor and closes each version with NextVersion(). What was
-/// declared never changes: a later version only appends. So an old sender and a new reader, and the reverse,
-/// understand each other; docs/formats.md tells the bytes.
+/// A subclass declares the fields in its constructor and closes each version with NextVersion(). A
+/// declaration never changes; a later version only appends, so that an old sender and a new reader, and the
+/// reverse, understand each other. docs/formats.md specifies the bytes.
 /// @code
 /// struct JobScheme : PacketScheme {
 ///     JobScheme() : PacketScheme(700, "Worker", nullptr, "Job") {
@@ -39,15 +39,15 @@ class PacketCheck;
 ///     }
 /// };
 /// @endcode
-/// Schemes are plain objects, made once and for good; packets point at theirs.
-/// @threads any, once the constructor is through.
+/// Schemes are plain objects that are created once and must outlive their packets.
+/// @threads any, once the constructor has returned.
 class QEL_API PacketScheme {
 public:
     class Element;
 
-    /// What a field is, where a packet's record in a Store wants to know.
+    /// What a field holds; a packet's record in a Store depends on it.
     enum class Kind : uint8 {
-        Plain = 0,   ///< bytes of a type that has no kind of its own
+        Plain = 0,   ///< bytes of a type without a kind of its own
         Integer = 1, ///< integer of 8 to 64 bits
         Float = 2,   ///< float or double
         String = 3,  ///< text with its terminating zero
@@ -56,63 +56,64 @@ public:
         Guid = 6,    ///< GUID
     };
 
-    /// Static size and number of dynamic fields of one version.
+    /// The static size and the number of dynamic fields of one version.
     struct Version {
         uint32 staticSize = 0;   ///< bytes of the static area
         uint32 dynamicCount = 0; ///< number of dynamic fields
     };
 
-    /// The count that declares a dynamic field; every negative count does.
+    /// The count that declares a dynamic field, as does every negative count.
     static constexpr int kDynamic = -1;
-    /// No dynamic field holds more bytes.
+    /// The largest size of a dynamic field in bytes.
     static constexpr uint32 kMaxDynamicBytes = 16777216;
-    /// Most bytes of a static area, and the highest version, that the version suffix of a packet can tell.
+    /// The largest static area in bytes, and the highest version, that the version suffix of a packet can
+    /// hold.
     static constexpr uint32 kMaxStaticSize = 0xffffff;
     static constexpr int kMaxVersion = 255; ///< @copydoc kMaxStaticSize
 
-    /// @param id         the id of the packets, as its 16 bits stand in their header.
+    /// Creates a scheme without fields.
+    /// @param id         the id of the packets; its 16 bits are stored in their header.
     /// @param nameSpace  names that outlive the scheme.
-    /// @param group      null means none.
+    /// @param group      null if there is none.
     PacketScheme(int16 id, const char* nameSpace, const char* group, const char* name);
     virtual ~PacketScheme();
     PacketScheme(const PacketScheme&) = delete;
     PacketScheme& operator=(const PacketScheme&) = delete;
 
-    /// The id.
+    /// Returns the id.
     int16 getID() const { return m_id; }
-    /// The name without namespace and group.
+    /// Returns the name without namespace and group.
     const char* getName() const { return m_name; }
-    /// The namespace, "::" and the group if there is one, "::", and the name.
+    /// Returns the namespace, "::" and the group if there is one, "::", and the name.
     qel::String getFullName() const;
-    /// The number of versions minus 1; -1 without a version.
+    /// Returns the number of versions minus 1; -1 without a version.
     int getMaxVersion() const { return static_cast<int>(m_versions.size()) - 1; }
-    /// The sizes of a version; zeros for one that is not there.
+    /// Returns the sizes of a version; zeros for a version that does not exist.
     Version getVersion(int version) const {
         return static_cast<size_t>(version) < m_versions.size() ? m_versions[static_cast<size_t>(version)]
                                                                 : Version();
     }
-    /// The sizes of the newest version.
+    /// Returns the sizes of the newest version.
     const Version& getNewestVersion() const { return m_newest; }
-    /// Most bytes of cargo; 0 for a scheme without cargo.
+    /// Returns the largest cargo in bytes; 0 for a scheme without cargo.
     uint32 getMaxCargoSize() const { return m_maxCargoSize; }
-    /// All fields by name.
+    /// Returns all fields by name.
     const Map<qel::String, Element>& getElements() const { return m_elements; }
-    /// The field @p name, for access that need not look it up again.
-    /// @return a field that is empty and ignores writing when there is none of that name.
-    /// @errors an undeclared name is logged: names are a contract of both sides. @threads any.
+    /// Finds the field @p name, for access without a further search.
+    /// @return a field that is empty and ignores writes if there is none of that name.
+    /// @errors an undeclared name is logged. @threads any.
     inline const Element& find(std::string_view name) const;
 
 protected:
     /// Declares a field.
-    /// @param name          a name of its own; a second declaration takes the place of the first, and is
-    /// logged.
+    /// @param name          must be unique; a second declaration replaces the first and is logged.
     /// @param count         elements of a fixed field; below 0 declares a dynamic one.
     /// @param size          bytes of one element.
     /// @param type          decides the kind.
-    /// @param defaultBytes  value of a fixed field in new packets (for the first element alone); null for
-    /// zeros.
+    /// @param defaultBytes  value of the first element of a fixed field in new packets; null means zeros.
     /// @return the field, for its flags.
-    /// @errors a field that takes the static area over kMaxStaticSize is logged and gets a count of 0.
+    /// @errors a field that would extend the static area beyond kMaxStaticSize is logged and gets a count of
+    /// 0.
     Element& addElement(const char* name, int count, uint32 size, const std::type_info& type,
                         const void* defaultBytes);
     /// Declares one value.
@@ -121,7 +122,7 @@ protected:
         static_assert(std::is_trivially_copyable_v<T>);
         return addElement(name, 1, sizeof(T), typeid(T), &defaultValue);
     }
-    /// Declares values side by side, fixed or dynamic in number.
+    /// Declares an array of @p count elements, or a dynamic one.
     template <typename T>
     Element& Array(const char* name, int count) {
         static_assert(std::is_trivially_copyable_v<T>);
@@ -133,11 +134,11 @@ protected:
     Element& Buffer(const char* name, int count);
     /// Declares the plain bytes of an Item.
     Element& Item(const char* name, int count);
-    /// Allows raw bytes behind the fields, and makes packets of the scheme unversioned.
+    /// Allows raw bytes after the fields, and makes packets of the scheme unversioned.
     void Cargo(uint32 maxSize) { m_maxCargoSize = maxSize; }
     /// Declares the GUID "id": the packets are rows of a Table, whose keys hold it.
     Element& Table();
-    /// Closes a version; the last one too needs it.
+    /// Closes a version. Every version must be closed, including the last.
     void NextVersion();
 
 private:
@@ -148,7 +149,7 @@ private:
     template <typename Self>
     friend class PacketFields;
 
-    /// What fit() needs of a dynamic field, side by side for all of them.
+    /// What the check of a received packet needs to know about a dynamic field.
     struct DynamicField {
         uint32 offset;
         uint32 elementSize;
@@ -157,8 +158,8 @@ private:
 
         uint64 align(uint64 position) const { return (position + alignmentMask) & ~uint64(alignmentMask); }
     };
-    /// A name as three numbers, which tell names of up to 16 bytes apart; a literal's are known when
-    /// compiling.
+    /// A name as three numbers, which distinguish names of up to 16 bytes; those of a literal are computed by
+    /// the compiler.
     struct Key {
         inline explicit Key(std::string_view name);
         uint64 hash() const;
@@ -192,46 +193,46 @@ private:
     uint32 m_maxCargoSize = 0;
     Vector<Version> m_versions;
     Version m_newest;
-    Vector<uint8> m_defaults; // the static area of a new packet, as far as it is declared
+    Vector<uint8> m_defaults; // the static area of a new packet, up to the last field declared
     Vector<Slot> m_slots;     // open addressing by hash, at least half empty
 };
 
 /// A declared field.
 class QEL_API PacketScheme::Element {
 public:
-    /// Flag of a field that a record in a Store leaves out, since the row's key holds it.
+    /// Flag of a field that a record in a Store omits, since the key of the row holds it.
     static constexpr uint32 kRowId = 1;
     /// Flag of a field that a record in a Store keeps as bytes, whatever its kind.
     static constexpr uint32 kStoreAsBuffer = 2;
 
-    /// The name; empty for a field that does not exist.
+    /// Returns the name; empty for a field that does not exist.
     std::string_view getName() const { return m_name; }
-    /// Type of one element.
+    /// Returns the type of one element.
     const std::type_info& getType() const { return *m_type; }
-    /// Where the values, or a dynamic field's count, stand in the static area.
+    /// Returns the offset of the values, or of a dynamic field's count, in the static area.
     uint32 getOffset() const { return m_offset; }
-    /// Bytes of one element.
+    /// Returns the size of one element in bytes.
     uint32 getElementSize() const { return m_elementSize; }
-    /// The alignment minus 1.
+    /// Returns the alignment minus 1.
     uint32 getAlignmentMask() const { return m_alignmentMask; }
-    /// Number of elements of a fixed field; 0 for a dynamic one.
+    /// Returns the number of elements of a fixed field; 0 for a dynamic one.
     uint32 getFixedCount() const { return m_fixedCount; }
-    /// Place among the dynamic fields; -1 for a fixed one.
+    /// Returns the index among the dynamic fields; -1 for a fixed one.
     int getDynamicIndex() const { return m_dynamicIndex; }
-    /// What the field is.
+    /// Returns what the field holds.
     Kind getKind() const { return m_kind; }
-    /// Sum of the flags.
+    /// Returns the sum of the flags.
     uint32 getFlags() const { return m_flags; }
-    /// Adds flags; only while the scheme is being declared.
+    /// Adds flags. Must be called while the scheme is being declared.
     Element& addFlags(uint32 flags) {
         m_flags |= flags;
         return *this;
     }
-    /// Most elements of a dynamic field.
+    /// Returns the largest number of elements of a dynamic field.
     uint32 getMaxDynamicCount() const { return m_maxDynamicCount; }
-    /// The version that brought the field.
+    /// Returns the version that introduced the field.
     int getVersion() const { return m_version; }
-    /// Default value, getElementSize() bytes; null for zeros.
+    /// Returns the default value, getElementSize() bytes; null if it is zeros.
     const uint8* getDefaultBytes() const { return m_default.empty() ? nullptr : m_default.data(); }
 
 private:
@@ -241,7 +242,7 @@ private:
     template <typename Self>
     friend class PacketFields;
 
-    /// How a single value is read; None where there is no number to read.
+    /// How a single value is read; None if it is not a number.
     enum class Number : uint8 {
         None,
         Int8,
@@ -268,9 +269,9 @@ private:
 
     std::string_view m_name; // the key in the scheme's map
     uint32 m_offset = 0;
-    uint32 m_end = 0; // behind the values, or the count, in the static area
+    uint32 m_end = 0; // end of the values, or of the count, in the static area
     uint32 m_elementSize = 0;
-    uint32 m_singleSize = 0; // of the first value of a fixed field; 0 where there is none
+    uint32 m_singleSize = 0; // of the first value of a fixed field; 0 if there is none
     int m_dynamicIndex = -1;
     Number m_number = Number::None;
     Kind m_kind = Kind::Plain;
@@ -327,7 +328,7 @@ inline PacketScheme::Key::Key(std::string_view name) : size(name.size()) {
     }
 }
 
-/// A search begins at its upper bits, which are mixed best.
+/// A search starts with the upper bits, which are mixed best.
 inline uint64 PacketScheme::Key::hash() const {
     return (head * 0x9e3779b97f4a7c15 ^ tail ^ uint64(size) << 56) * 0xc2b2ae3d27d4eb4f;
 }

@@ -56,11 +56,12 @@ private:
     }
     uint32 dynamicCount() const { return m_dynamicCount; }
     ConstByteSpan dynamicBytes(uint32 index) const {
-        const Range& range = (m_many ? m_many.get() : m_few.data())[index];
+        const Range& range = m_ranges[index];
         return range.size == 0 ? ConstByteSpan() : ConstByteSpan(m_payload + range.begin, range.size);
     }
     ConstByteSpan cargoBytes() const { return m_cargo; }
-    Range* makeRanges(uint32 count);
+    bool tryFit(const PacketScheme& scheme, const Packet::Manifest& manifest, ConstByteSpan payload);
+    void reserveRanges(uint32 count);
 
     const PacketScheme* m_scheme = nullptr;
     const uint8* m_payload = nullptr;
@@ -68,6 +69,7 @@ private:
     uint32 m_staticSize = 0;   // of the newest version
     uint32 m_dynamicCount = 0; // of the newest version
     ConstByteSpan m_cargo;
+    Range* m_ranges = nullptr;
     std::unique_ptr<Range[]> m_many;
     std::array<Range, kFewFields> m_few; // set by fit() as far as there are fields
 };

@@ -12,11 +12,11 @@ class QEL_API PacketWriter : public Object {
     QEL_CLASS(PacketWriter, Object)
 
 public:
-    /// Whether packets can still get through.
+    /// Returns true if packets can still be delivered.
     virtual bool valid() { return true; }
-    /// Takes a packet. Writers report nothing back.
+    /// Writes a packet. There is no result.
     /// @owner a writer that queues takes a reference, so the packet must be one that a SmartPointer may
-    /// delete.
+    ///        delete.
     virtual void write(Packet* packet) = 0;
 };
 

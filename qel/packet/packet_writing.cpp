@@ -86,6 +86,17 @@ uint8* Packet::allocateBytes(const Element& element, uint64 size, bool compressi
     return m_spill.get();
 }
 
+/// Returns a place in the payload's block, where the field would be if the packet ended with it; null if the
+/// rest of the block is too small.
+inline uint8* Packet::takeRoom(const PacketScheme::DynamicField& field, uint32 size) {
+    if (size == 0) return m_payload + m_builtSize;
+    const uint64 begin = field.align(m_builtSize);
+    if (begin + size > m_roomSize) return nullptr;
+    if (begin != m_builtSize) std::memset(m_payload + m_builtSize, 0, begin - m_builtSize);
+    m_builtSize = static_cast<uint32>(begin + size);
+    return m_payload + begin;
+}
+
 // The new bytes are complete before the old ones are freed, since they may be a part of them.
 uint8* Packet::setDynamic(const Element& element, const uint8* bytes, uint64 size, bool compressible) {
     // Nearly all dynamic fields are texts and bytes: a division costs them as much as everything else here.
@@ -116,17 +127,6 @@ uint8* Packet::setDynamic(const Element& element, const uint8* bytes, uint64 siz
     if (!room || index < m_nextField) m_isBuiltInOrder = false;
     m_nextField = index + 1;
     return target;
-}
-
-/// Returns a place in the payload's block, where the field would be if the packet ended with it; null if the
-/// rest of the block is too small.
-uint8* Packet::takeRoom(const PacketScheme::DynamicField& field, uint32 size) {
-    if (size == 0) return m_payload + m_builtSize;
-    const uint64 begin = field.align(m_builtSize);
-    if (begin + size > m_roomSize) return nullptr;
-    std::memset(m_payload + m_builtSize, 0, begin - m_builtSize);
-    m_builtSize = static_cast<uint32>(begin + size);
-    return m_payload + begin;
 }
 
 void Packet::setCargo(const uint8* bytes, uint32 size, bool compressible) {

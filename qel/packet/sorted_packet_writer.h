@@ -7,24 +7,24 @@
 
 namespace qel {
 
-/// Brings what parallel producers make into an order: each fills a queue of its own and hands it over under a
-/// key; one consumer takes the packets key by key.
+/// Orders the packets of parallel producers. Each producer fills a queue of its own and adds it under a key;
+/// one consumer takes the packets key by key.
 /// @threads any thread; each operation takes the mutex.
 class QEL_API SortedPacketWriter : public Object {
     QEL_CLASS(SortedPacketWriter, Object)
 
 public:
-    /// Hands a queue over under @p key. Where the key has a queue, the packets move to its end and @p deque
-    /// is empty afterwards.
-    /// @owner takes a reference to @p deque when the key is new; its producer is then through with it.
+    /// Adds a queue under @p key. If the key has a queue already, the packets move to its end and @p deque is
+    /// empty afterwards.
+    /// @owner takes a reference to @p deque if the key is new; its producer must then no longer use it.
     void addDeque(uint64 key, DequePacketWriter* deque);
-    /// Takes out the first packet of the smallest key; null when there is none. A key goes with its last
-    /// packet.
+    /// Removes and returns the first packet of the smallest key; null if there is none. A key is removed with
+    /// its last packet.
     SmartPointer<Packet> fetch();
-    /// Puts a packet at the end of the queue of the greatest key; the first of all makes the greatest key
-    /// there can be.
+    /// Appends a packet to the queue of the greatest key; without any key, the greatest possible key is
+    /// created.
     void push_back(Packet* packet);
-    /// Puts a packet at the beginning of the queue of the smallest key; the first of all makes key 0.
+    /// Prepends a packet to the queue of the smallest key; without any key, key 0 is created.
     void push_front(Packet* packet);
 
 private:

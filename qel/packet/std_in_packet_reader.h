@@ -9,26 +9,26 @@ namespace internal {
 class LineInput;
 }
 
-/// Reads packets from lines of text. Other lines are logged, so that text which gets there by mistake can be
-/// seen. It waits for lines, unless told not to.
+/// Reads packets from lines of text. Other lines are logged, so that text which arrives by mistake can be
+/// seen. Reading blocks until disableBlocking() is called.
 ///
-/// What was read ahead belongs to the process: a later reader goes on with it.
-/// @threads one thread at a time. Without waiting, one helper thread of the process reads standard input.
+/// Lines that were read ahead belong to the process; a later reader continues with them.
+/// @threads one thread at a time. After disableBlocking() a helper thread reads standard input.
 class QEL_API StdInPacketReader : public PacketReader {
     QEL_CLASS(StdInPacketReader, PacketReader)
 
 public:
-    /// Reads standard input.
+    /// Creates a reader of standard input.
     StdInPacketReader();
-    /// Reads another source of lines, which must outlive it.
+    /// Creates a reader of another source of lines, which must outlive it.
     explicit StdInPacketReader(internal::LineInput& input) : m_input(input) {}
 
-    /// False once read() has found that there will be no more lines.
+    /// Returns false once read() has found that no more lines will come.
     bool valid() override { return !m_isAtEnd; }
-    /// The packet in the next line; null when the line holds none, and when there is no line.
-    /// @errors a line that holds no packet is logged.
+    /// Returns the packet in the next line; null if the line holds none, and if there is no line.
+    /// @errors a line without a packet is logged.
     SmartPointer<Packet> read() override;
-    /// From now on read() returns at once when no line is there. There is no way back.
+    /// Makes read() return at once if there is no line. This cannot be undone.
     void disableBlocking();
 
 private:

@@ -7,16 +7,16 @@
 
 namespace qel {
 
-/// Writes each packet as a line of text, between the other lines of standard output.
+/// Writes each packet as a line of text to standard output, between its other lines.
 class QEL_API StdOutPacketWriter : public PacketWriter {
     QEL_CLASS(StdOutPacketWriter, PacketWriter)
 
 public:
     /// Sends every packet from now on to @p port, which is set in the packet itself.
     void setPort(short port) { m_port = port; }
-    /// Leaves the port of packets alone again.
+    /// Stops changing the port of packets.
     void disablePort() { m_port.reset(); }
-    /// Writes the packet whole, under System::getStdOutMutex(). @threads any thread.
+    /// Writes the whole packet while it holds System::getStdOutMutex(). @threads any thread.
     /// @errors a failed write is logged.
     void write(Packet* packet) override;
 

@@ -57,11 +57,12 @@ TEST_F(PacketStreams, AFileIsRecordsOfSizeHeaderAndPayload) {
     const auto reader = makeObject<FilePacketReader>(path("packets").c_str());
     EXPECT_EQ(reader->read()->convertToBase16String(), numbered(1)->convertToBase16String());
     EXPECT_EQ(reader->readTimeout(0, 1)->convertToBase16String(), numbered(2)->convertToBase16String());
-    EXPECT_FALSE(reader->read() || FilePacketReader(path("none").c_str()).read());
+    EXPECT_EQ(reader->read(), nullptr);
+    EXPECT_EQ(FilePacketReader(path("none").c_str()).read(), nullptr);
     log.expect(3, "failed reading packet payloadSize");
 }
 
-TEST_F(PacketStreams, AFileTellsWhereARecordIsBroken) {
+TEST_F(PacketStreams, AFileLogsWhereARecordIsBroken) {
     const std::pair<std::string, const char*> files[] = {
         {std::string("\3\0\0", 3), "failed reading packet payloadSize"},
         {std::string("\0\0\0\1", 4), "failed reading packet unrealistic payloadSize=16777216"},
@@ -71,13 +72,13 @@ TEST_F(PacketStreams, AFileTellsWhereARecordIsBroken) {
     for (const auto& [bytes, text] : files) {
         FilePacketReader reader(folder.write("packets", bytes).c_str());
         EXPECT_EQ(reader.read(), nullptr);
-        EXPECT_EQ(reader.read(), nullptr); // goes on behind what was read
+        EXPECT_EQ(reader.read(), nullptr); // continues after what was read
         log.expect(3, text);
         log.expect(3, "failed reading packet payloadSize");
     }
 }
 
-TEST_F(PacketStreams, AFileReadsLargePayloadsToTheirPlaceBetweenSmallOnes) {
+TEST_F(PacketStreams, AFileReadsLargePayloadsBetweenSmallOnes) {
     const auto makePacket = [](uint32 size) {
         const SmartPointer<Packet> packet(new Packet(size));
         for (uint32 i = 0; i < size; ++i) packet->getPayload()[i] = static_cast<uint8>(i * 7 + size);
@@ -93,7 +94,7 @@ TEST_F(PacketStreams, AFileReadsLargePayloadsToTheirPlaceBetweenSmallOnes) {
         EXPECT_EQ(reader.read()->convertToBase16String(), makePacket(size)->convertToBase16String());
 }
 
-TEST_F(PacketStreams, AFileTakesNothingMoreAfterAFailedWrite) {
+TEST_F(PacketStreams, AFileIgnoresPacketsAfterAFailedWrite) {
     FilePacketWriter writer(path("packets").c_str());
     writer.write(numbered(1).get());
     const FailingFiles full(0, std::errc::no_space_on_device, FailingFiles::Duration::Once);
@@ -103,7 +104,7 @@ TEST_F(PacketStreams, AFileTakesNothingMoreAfterAFailedWrite) {
     EXPECT_EQ(folder.read("packets").size(), 15u);
 }
 
-TEST(SortedPacketWriter, GivesPacketsInTheOrderOfKeys) {
+TEST(SortedPacketWriter, ReturnsPacketsInTheOrderOfKeys) {
     SortedPacketWriter sorted;
     for (const short number : {90, 91}) sorted.push_back(numbered(number).get());
     const auto handOver = [&sorted](uint64 key, std::initializer_list<short> numbers) {
@@ -120,30 +121,34 @@ TEST(SortedPacketWriter, GivesPacketsInTheOrderOfKeys) {
     for (const short number : {29, 30, 50, 51, 52, 53, 90, 91}) EXPECT_EQ(sorted.fetch()->getPort(), number);
     EXPECT_EQ(sorted.fetch(), nullptr);
     sorted.push_front(numbered(1).get());
-    handOver(0, {2}); // push_front had made key 0
+    handOver(0, {2}); // push_front created key 0
     for (const short number : {1, 2}) EXPECT_EQ(sorted.fetch()->getPort(), number);
 }
 
-TEST_F(PacketStreams, StandardInputLogsLinesThatHoldNoPacket) {
+TEST_F(PacketStreams, StandardInputLogsLinesWithoutAPacket) {
     const String packet = numbered(1)->convertToBase16String();
     internal::LineInput input(
         openFile(folder.write("in", "noise\n" + packet + "\r\n\n" + packet + "!\nPKTB16[0]\n" + packet)));
     StdInPacketReader reader(input);
-    Vector<bool> found;
-    while (reader.valid()) found.push_back(static_cast<bool>(reader.read()));
-    EXPECT_EQ(found, (Vector<bool>{false, true, false, false, false, true, false}));
+    int line = 0;
+    for (const bool isPacket : {false, true, false, false, false, true, false}) {
+        EXPECT_TRUE(reader.valid()) << line;
+        EXPECT_EQ(reader.read() != nullptr, isPacket) << line++;
+    }
+    EXPECT_FALSE(reader.valid());
     log.expect(2, "corrupt base16 packet encoding");
     EXPECT_EQ(log.take(), (std::vector<LogLine>{{1, 2, "[STDINPACKET] noise"},
                                                 {1, 2, "[STDINPACKET] " + packet + "!"},
                                                 {1, 2, "[STDINPACKET] PKTB16[0]"}}));
 }
 
-TEST_F(PacketStreams, StandardInputReturnsAtOnceWhenToldNotToWait) {
+TEST_F(PacketStreams, StandardInputReturnsAtOnceIfItMustNotBlock) {
     Pipe pipe;
     internal::LineInput input(std::move(pipe.out));
     StdInPacketReader reader(input);
     reader.disableBlocking();
-    EXPECT_TRUE(!reader.read() && reader.valid());
+    EXPECT_EQ(reader.read(), nullptr);
+    EXPECT_TRUE(reader.valid());
     const String text = numbered(7)->convertToBase16String();
     pipe.put(text.substr(0, 9));
     EXPECT_EQ(reader.read(), nullptr);
@@ -151,8 +156,8 @@ TEST_F(PacketStreams, StandardInputReturnsAtOnceWhenToldNotToWait) {
     SmartPointer<Packet> packet;
     while (!packet) packet = reader.read();
     EXPECT_EQ(packet->getPort(), 7);
-    for (short i = 0; i < 100; ++i) pipe.put(numbered(i)->convertToBase16String() + "\n"); // more than wait
-    StdInPacketReader next(input);                                                         // goes on, waiting
+    for (short i = 0; i < 100; ++i) pipe.put(numbered(i)->convertToBase16String() + "\n");
+    StdInPacketReader next(input); // continues with the same input, blocking
     for (short i = 0; i < 100; ++i) EXPECT_EQ(next.read()->getPort(), i);
     pipe.put(text);
     pipe.in.close();
@@ -171,13 +176,15 @@ TEST_F(PacketStreams, DropsLinesOfMoreThan64MiB) {
     }
     internal::LineInput input(openFile(path("in")));
     String line;
-    EXPECT_TRUE(input.waitForLine(line) && line.size() == limit);
-    EXPECT_TRUE(input.waitForLine(line) && line == "c");
+    EXPECT_TRUE(input.waitForLine(line));
+    EXPECT_EQ(line.size(), limit);
+    EXPECT_TRUE(input.waitForLine(line));
+    EXPECT_EQ(line, "c");
     EXPECT_FALSE(input.waitForLine(line));
     for (int i = 0; i < 2; ++i) log.expect(2, "line too long, dropped");
 }
 
-/// Puts a pipe in the place of standard output, so narrow and nervous that nothing goes out in one piece.
+/// Replaces standard output with a small non-blocking pipe, so that nothing is written in one piece.
 class NarrowOutput : public SystemFileFixture {
 protected:
     void SetUp() override {
@@ -205,7 +212,7 @@ private:
     int m_before = -1;
 };
 
-TEST_F(NarrowOutput, GetsPacketsWholeFromAllThreads) {
+TEST_F(NarrowOutput, ReceivesWholePacketsFromAllThreads) {
     constexpr int kThreads = 4, kPackets = 40;
     int whole = 0;
     StdOutPacketWriter* const writer = system().getStdOutPacketWriter();
@@ -230,7 +237,7 @@ TEST_F(NarrowOutput, GetsPacketsWholeFromAllThreads) {
     EXPECT_EQ(whole, kThreads * kPackets);
 }
 
-TEST_F(NarrowOutput, SendsToTheForcedPortAndSurvivesAReaderThatIsGone) {
+TEST_F(NarrowOutput, SendsToTheForcedPortAndSurvivesAClosedPipe) {
     StdOutPacketWriter writer;
     writer.setPort(9);
     const SmartPointer<Packet> packet = numbered(1);

@@ -10,7 +10,7 @@ namespace qel {
 
 namespace internal {
 
-/// A place in one of the scheduler's rings; a ring's own link stands for its end.
+/// A place in one of the scheduler's rings; a ring's own link marks its end.
 struct AlarmLink {
     AlarmLink* next = this;
     AlarmLink* previous = this;
@@ -18,8 +18,8 @@ struct AlarmLink {
 
 } // namespace internal
 
-/// Fires once after a number of seconds on the main thread. It can be armed anew at any time, at next to no
-/// cost. While it is scheduled the scheduler holds a reference, so that its owner may let go of it.
+/// Fires once, on the main thread, after a number of seconds. It can be rescheduled at any time at next to no
+/// cost. While it is scheduled the scheduler holds a reference, so its owner may release it.
 /// @threads main thread.
 class QEL_API Alarm : public Object, private internal::AlarmLink {
     QEL_CLASS(Alarm, Object)
@@ -31,17 +31,17 @@ public:
     /// Cancels the alarm.
     ~Alarm() override;
 
-    /// Fires in @p seconds, whatever was arranged before. Needs System.
+    /// Schedules the alarm, in place of an earlier schedule. System must exist.
     /// @param seconds  units of 1024 ms, taken modulo 64.
     void scheduleInSeconds(int seconds);
-    /// Takes the alarm back; without an effect when it isn't scheduled. May delete the alarm.
+    /// Cancels the alarm; has no effect if it is not scheduled. May delete the alarm.
     void cancel();
-    /// When the alarm is scheduled: cancels it and fires at once.
+    /// Cancels the alarm and fires it at once if it is scheduled.
     void executeNowIfScheduled();
-    /// Whether the alarm will fire.
+    /// Returns true if the alarm is scheduled.
     bool isScheduled() const { return m_scheduled; }
 
-    Delegate<void()> trigger; ///< the work
+    Delegate<void()> trigger; ///< called when the alarm fires
 
 private:
     friend class Scheduler;

@@ -1,4 +1,4 @@
-// BriefLock: holds a mutex under which nobody stays long.
+// BriefLock: holds a mutex that is only ever held for a few instructions.
 #pragma once
 
 #include <qel/foundation/base/mutex.h>
@@ -6,8 +6,8 @@
 
 namespace qel {
 
-/// As MutexLock, but it tries for a moment before it sleeps: behind these mutexes stand a few instructions,
-/// and a sleep would cost a hundred times as much as the wait.
+/// Like MutexLock, but spins for a moment before it sleeps: these mutexes are held for a few instructions,
+/// and sleeping would cost a hundred times as much as the wait.
 class QEL_SCOPED_CAPABILITY BriefLock {
 public:
     explicit BriefLock(Mutex& mutex) QEL_ACQUIRE(mutex) : m_mutex(mutex) { acquire(); }
@@ -19,14 +19,14 @@ public:
 
     /// Takes the mutex again after unlock().
     void lock() QEL_ACQUIRE() { acquire(); }
-    /// Lets go of the mutex before the scope ends.
+    /// Releases the mutex before the scope ends.
     void unlock() QEL_RELEASE() {
         m_held = false;
         m_mutex.unlock();
     }
 
 private:
-    // The analysis doesn't follow a lock through a member, so the public functions state the contract.
+    // The analysis does not follow a lock through a member, so the public functions state the contract.
     void acquire() QEL_NO_THREAD_ANALYSIS {
         constexpr int kTries = 100;
         m_held = true;

@@ -12,7 +12,7 @@ namespace qel {
 
 class TaskQueue;
 
-/// Lends the main thread to main queues, once in each pass of System::processEvents.
+/// Runs main queues on the main thread, once in each pass of System::processEvents.
 class QEL_API MainPool : public Object {
     QEL_CLASS(MainPool, Object)
 
@@ -21,21 +21,22 @@ public:
     MainPool(const MainPool&) = delete;
     MainPool& operator=(const MainPool&) = delete;
 
-    /// Runs @p queue in the next pass. @owner the queue withdraws itself when it dies. @threads any thread.
+    /// Runs @p queue in the next pass. @owner the queue removes itself when it is destroyed. @threads any
+    /// thread.
     void pushMainQueue(TaskQueue* queue);
-    /// Forgets every push of @p queue. @threads any thread.
+    /// Removes every push of @p queue. @threads any thread.
     void removeMainQueue(TaskQueue* queue);
-    /// Runs the queues that were pushed since the last call; queues pushed meanwhile wait for the next.
+    /// Runs the queues that were pushed since the last call; queues pushed meanwhile wait for the next call.
     /// @threads main thread.
     void processEvents();
-    /// Whether a queue waits for the next pass. @threads any thread.
+    /// Returns true if a queue waits for the next pass. @threads any thread.
     bool hasWork() const { return m_hasIncoming.load(std::memory_order_relaxed); }
 
 private:
     void takeIncoming();
     TaskQueue* takeNext();
 
-    Mutex m_mutex; // behind every queue's
+    Mutex m_mutex; // taken after every queue's
     std::deque<TaskQueue*> m_current QEL_GUARDED_BY(m_mutex);
     std::deque<TaskQueue*> m_incoming QEL_GUARDED_BY(m_mutex);
     std::atomic<bool> m_hasIncoming{false}; // lets an idle pass do without the lock

@@ -14,16 +14,16 @@ namespace qel {
 
 namespace {
 
-/// One execution of a kernel. The caller and the workers take parts from it until none is left; a worker that
-/// comes too late finds none and never touches the kernel.
+/// One execution of a kernel. The caller and the workers take parts until none is left; a worker that comes
+/// too late finds none and never touches the kernel.
 class KernelTask final : public TaskQueue::Task {
 public:
     KernelTask(ParallelKernel& kernel, uint32 parts) : m_kernel(kernel), m_parts(parts), m_remaining(parts) {}
 
     void execute(TaskContext&) override { runParts(); }
 
-    /// Runs parts until all are taken, the last part first. An exception ends the process on the calling
-    /// thread too: the kernel can't go away while others run parts of it.
+    /// Runs parts until all are taken, the last part first. An exception terminates the process on the
+    /// calling thread too, since the kernel must not be destroyed while others run parts of it.
     void runParts() noexcept {
         uint32 ended = 0;
         int64 index = 0;

@@ -8,19 +8,19 @@
 
 namespace qel {
 
-/// Runs a Kernel over a number of parts, on the workers and on the calling thread. System::execute does the
-/// same on one shared object.
+/// Runs the parts of a Kernel on the workers and on the calling thread. System::execute does the same on one
+/// shared object.
 class QEL_API Parallel : public Object {
     QEL_CLASS(Parallel, Object)
 
 public:
-    /// What is run: prepare(), execute() for each part, finish().
+    /// The work: prepare(), execute() for each part, finish().
     using Kernel = ParallelKernel;
 
     Parallel();
 
-    /// Asks @p kernel for the number of parts, runs them all and calls finish() on the calling thread. One
-    /// part runs on the calling thread, no part runs nothing; both call finish().
+    /// Asks @p kernel for the number of parts, runs them all and calls finish() on the calling thread. A
+    /// single part runs on the calling thread. Without parts only finish() is called.
     /// @threads any thread; several may use one Parallel at once.
     void execute(Kernel& kernel);
 

@@ -1,4 +1,4 @@
-// Scheduler: the timing wheel behind Alarm.
+// Scheduler: the timing wheel that fires Alarms.
 #pragma once
 
 #include <qel/foundation/base/object.h>
@@ -10,34 +10,34 @@
 
 namespace qel {
 
-/// A wheel of 64 slots that moves on by one every 1024 ms, this wheel's "second". Scheduling costs the same
-/// for any number of alarms and allocates nothing; a pass in which the wheel doesn't move costs a
-/// subtraction.
+/// A timing wheel of 64 slots that advances by one slot every 1024 ms, the "second" of this wheel. Scheduling
+/// takes constant time and allocates nothing; a pass in which the wheel does not advance costs a subtraction.
 /// @threads main thread.
 class QEL_API Scheduler : public Object {
     QEL_CLASS(Scheduler, Object)
 
 public:
-    /// An empty wheel that starts at the System's present time.
+    /// Creates an empty wheel that starts at the current time of System.
     Scheduler();
     Scheduler(const Scheduler&) = delete;
     Scheduler& operator=(const Scheduler&) = delete;
     /// Cancels all alarms.
     ~Scheduler() override;
 
-    /// Lets @p alarm fire in about @p seconds units of 1024 ms, between seconds - 1 and seconds from now; 0
-    /// is the next step of the wheel. An alarm that is already in that slot keeps its place among the others.
+    /// Schedules @p alarm to fire after seconds - 1 to seconds units of 1024 ms; 0 means the next step of the
+    /// wheel. An alarm that is already in that slot keeps its place among the others.
     /// @param seconds  taken modulo 64, negative numbers too.
-    /// @owner  the wheel holds a reference until the alarm has fired or was cancelled.
+    /// @owner  the wheel holds a reference until the alarm has fired or is cancelled.
     void scheduleInSeconds(Alarm* alarm, int seconds);
-    /// Takes @p alarm off the wheel; without an effect when it isn't on it. May delete the alarm.
+    /// Cancels @p alarm; has no effect if it is not scheduled. May delete the alarm.
     void cancel(Alarm* alarm);
-    /// Takes every alarm off the wheel.
+    /// Cancels every alarm.
     void cancelAll();
-    /// Moves the wheel to the present time and fires what is due; after a long stall every slot once.
-    /// An alarm may schedule itself from its own trigger; with 0 seconds it runs again in the same step.
+    /// Advances the wheel to the current time and fires the alarms that are due; after a long stall each slot
+    /// once. An alarm may schedule itself from its own trigger; with 0 seconds it runs again in the same
+    /// step.
     void tick();
-    /// Whether tick() has a step to make.
+    /// Returns true if tick() would advance the wheel.
     bool isDue() const;
 
 private:

@@ -1,4 +1,4 @@
-// SpinBudget: how long a thread stays awake for something that may come soon.
+// SpinBudget: how long a thread spins for something that may happen soon.
 #pragma once
 
 #include <qel/foundation/base/types.h>
@@ -7,20 +7,20 @@
 
 namespace qel::internal {
 
-/// Learns whether it pays to stay awake: where what is waited for tends to come within microseconds, a thread
-/// that spins meets it for a hundredth of the cost of being woken. After a few vain tries, as on a crowded
-/// machine or with long tasks, threads go to sleep soon, and only now and then one tries again.
-/// @threads any thread; what two threads note at once may count once.
+/// Learns whether spinning pays. Where the event tends to come within microseconds, spinning costs a
+/// hundredth of being woken. After a few vain tries, as on a crowded machine or with long tasks, threads go
+/// to sleep soon, and only now and then does one try again.
+/// @threads any thread; two simultaneous notes may count as one.
 class SpinBudget {
 public:
-    /// Rounds of platform::relaxCpu() to spend now.
+    /// Returns how many rounds of platform::relaxCpu() to spend now.
     int rounds() const {
         constexpr int kMany = 2000; // some 45 microseconds
         constexpr int kFew = 50;
         const uint32 failures = m_failures.load(std::memory_order_relaxed);
         return failures < kPatience || failures % kTryAgain == 0 ? kMany : kFew;
     }
-    /// Tells whether the wait ended before the rounds did.
+    /// Records whether the wait ended before the rounds did.
     void note(bool hasSucceeded) {
         m_failures.store(hasSucceeded ? 0 : m_failures.load(std::memory_order_relaxed) + 1,
                          std::memory_order_relaxed);

@@ -10,7 +10,7 @@
 
 namespace qel {
 
-/// One push. It stays where it is while several workers take its runs without the lock.
+/// One push. Several workers may take its runs at the same time without the lock.
 struct TaskQueue::Entry {
     Entry(Task* pushedTask, uint32 count, uint32 workloadOfRun)
         : task(pushedTask), remaining(count), workload(workloadOfRun) {}
@@ -31,7 +31,7 @@ TaskQueue::~TaskQueue() {
     disable();
     Dropped dropped;
     BriefLock lock(m_mutex);
-    dropSegmentsLocked(dropped); // a paused main queue still has them
+    dropSegmentsLocked(dropped); // a paused main queue still has some
     lock.unlock();
     release(dropped);
 }
@@ -54,7 +54,7 @@ void TaskQueue::pushTaskN(unsigned count, Task* task, unsigned workload) {
     if (!m_segments.empty()) return append(m_segments.back(), entry);
     append(m_current, entry);
     m_arrivals.store(m_arrivals.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
-    if (!isParallelQueue() && activeCount() != 0) return; // the run that goes on will find it
+    if (!isParallelQueue() && activeCount() != 0) return; // the run in progress will find it
     const uint32 runs = isParallelQueue() ? count : 1;
     setActiveCountLocked(activeCount() + runs);
     lock.unlock();
@@ -122,6 +122,20 @@ TaskQueue::Entry* TaskQueue::popBatch() {
     return entry;
 }
 
+/// Spins about a microsecond for a push that follows the batch: if the run ended in between, each task would
+/// cost both sides a round through the pool. Does not wait while a thread waits for the end of the queue or
+/// the pool has other work.
+void TaskQueue::linger(uint32 arrivals) const {
+    constexpr int kRounds = 50;
+    const ThreadPool& pool = *system()->getThreadPool();
+    for (int round = 0; round < kRounds; ++round) {
+        if (m_arrivals.load(std::memory_order_relaxed) != arrivals || hasBriefWaiter() || isAborting())
+            return;
+        if (pool.hasPendingRuns() || pool.isEveryProcessorBusy()) return;
+        platform::relaxCpu();
+    }
+}
+
 TaskQueue::Entry* TaskQueue::takeFrontLocked() {
     while (Entry* entry = m_current.first) {
         if (entry->remaining.load(std::memory_order_relaxed) > 0) {
@@ -150,7 +164,7 @@ void TaskQueue::runEntry(Entry& entry) {
         TaskContext context(this, static_cast<uint32>(index), entry.workload);
         if (!isAborting()) entry.task->execute(context);
         if (context.m_workload != 0) m_workload.fetch_sub(context.m_workload, std::memory_order_relaxed);
-        // Runs of a parallel queue end in no order that anyone could know, so their references go together.
+        // Runs of a parallel queue end in no particular order, so their references are released together.
         if (isParallelQueue()) {
             ++endedRuns;
         } else {
@@ -161,14 +175,14 @@ void TaskQueue::runEntry(Entry& entry) {
 }
 
 bool TaskQueue::startNextSegmentLocked() {
-    // Runs that no worker has begun would find nothing to do.
+    // Runs that no worker has begun would have nothing to do.
     if (activeCount() > m_runningCount) withdrawRunsLocked();
     if (activeCount() != 1 || m_segments.empty()) return false;
 
     m_current = m_segments.front();
     m_segments.pop_front();
     if (!isParallelQueue()) return true;
-    int64 runs = -1; // this one goes on
+    int64 runs = -1; // this run continues
     for (Entry* entry = m_current.first; entry; entry = entry->next) runs += entry->remaining;
     if (runs >= 1) {
         setActiveCountLocked(activeCount() + static_cast<uint32>(runs));
@@ -185,7 +199,8 @@ void TaskQueue::withdrawRunsLocked() {
 
 void TaskQueue::setActiveCountLocked(uint32 count) {
     m_activeCount.store(count, std::memory_order_relaxed);
-    if (count == 0 && !isMainQueue()) m_idle.notify_all(); // under the lock: the queue may die right after
+    if (count == 0 && !isMainQueue())
+        m_idle.notify_all(); // under the lock: the queue may be destroyed right after
 }
 
 void TaskQueue::pause() {
@@ -237,7 +252,7 @@ void TaskQueue::disableWorkerQueue() {
             continue;
         }
         lock.unlock();
-        release(dropped); // a task that dies may use the queue
+        release(dropped); // the destructor of a task may use the queue
         lock.lock();
     }
 }
@@ -251,7 +266,7 @@ void TaskQueue::dropEntriesLocked(Entries& entries, Dropped& dropped) {
     while (Entry* entry = entries.first) {
         removeFirst(entries);
         drop(*entry, dropped);
-        if (entry->users == 0) delete entry; // else its last user does
+        if (entry->users == 0) delete entry; // otherwise its last user does
     }
 }
 
@@ -283,8 +298,8 @@ void TaskQueue::wait() {
     while (activeCount() != 0) m_idle.wait(lock.standard());
 }
 
-/// Looks out for the end for some microseconds, which saves the cost of sleeping and being woken. Workers
-/// leave it to such a waiter to call further workers, since short tasks don't need them.
+/// Spins for some microseconds, which saves the cost of sleeping and being woken. While a thread waits like
+/// this, workers leave it to that thread to call further workers, since short tasks do not need them.
 void TaskQueue::waitBriefly() {
     constexpr int kRoundOfCall = 32;
     if (activeCount() == 0) return;

@@ -39,12 +39,12 @@ void ThreadPool::pushQueue(unsigned units, TaskQueue* queue, bool highPriority) 
     for (uint32 starts = enqueue(units, queue, highPriority); starts != 0; --starts) startWorker();
 }
 
-/// As pushQueue, but a thread that can't be started is none that the caller needs.
+/// Like pushQueue, but ignores that a thread cannot be started, since the caller itself works on.
 void ThreadPool::pushQueueFromWorker(unsigned units, TaskQueue* queue, bool highPriority) {
     for (uint32 starts = enqueue(units, queue, highPriority); starts != 0; --starts) tryStartWorker();
 }
 
-/// Schedules the runs. @return how many workers the caller has to start; they are counted in already.
+/// Schedules the runs. @return how many workers the caller has to start; they are already counted.
 uint32 ThreadPool::enqueue(unsigned units, TaskQueue* queue, bool highPriority) {
     BriefLock lock(m_mutex);
     std::deque<Runs>& runs = m_runs[highPriority ? 1 : 0];
@@ -77,7 +77,8 @@ unsigned ThreadPool::withdrawQueue(TaskQueue* queue, bool highPriority) {
 void ThreadPool::startWorker() {
     try {
         std::thread([this] {
-            const platform::CrashStack crashStack; // or this thread's stack overflow would leave no dump
+            const platform::CrashStack
+                crashStack; // without it a stack overflow on this thread would leave no dump
             work();
         }).detach();
     } catch (const std::system_error&) {
@@ -92,7 +93,7 @@ void ThreadPool::tryStartWorker() {
     try {
         startWorker();
     } catch (const std::system_error&) {
-        // The workers that there are do the work.
+        // The existing workers do the work.
     }
 }
 
@@ -118,7 +119,7 @@ unsigned ThreadPool::getNumberOfIdleThreads() const {
 
 void ThreadPool::work() {
     uint32 lastWork = system()->getTimeFast();
-    bool isWarm = false; // has just worked, so that there may be more at once
+    bool isWarm = false; // has just worked, so more work may come at once
     BriefLock lock(m_mutex);
     while (m_running) {
         if (TaskQueue* queue = takeUnitLocked()) {
@@ -164,8 +165,8 @@ TaskQueue* ThreadPool::takeUnitLocked() {
     return nullptr;
 }
 
-/// A run begins. A thread that blocks on IO uses no processor, so another one may take its place.
-/// @return whether the caller has to start a worker, which is counted in already.
+/// Counts a run that begins. A thread that blocks on IO uses no processor, so another one may take its place.
+/// @return true if the caller has to start a worker, which is already counted.
 bool ThreadPool::countRunInLocked(const TaskQueue& queue) {
     m_runningCount.fetch_add(1, std::memory_order_relaxed);
     if (!queue.isIOQueue()) return false;
@@ -180,8 +181,8 @@ void ThreadPool::countRunOutLocked(bool isIO) {
     if (isIO) --m_maxThreads;
 }
 
-/// Calls a sleeping worker if there is more to do than those who look out or were called can take. A called
-/// worker calls the next one. @return whether the caller has to notify m_wake.
+/// Calls a sleeping worker if there is more work than the spinning and the called workers can take. A called
+/// worker calls the next one. @return true if the caller has to notify m_wake.
 bool ThreadPool::callWorkerLocked() {
     const uint32 pending = m_pendingUnits.load(std::memory_order_relaxed);
     if (m_asleep <= m_wakes || pending <= m_spinning + m_wakes) return false;
@@ -201,7 +202,7 @@ bool ThreadPool::isEveryProcessorBusy() const {
     return m_runningCount.load(std::memory_order_relaxed) >= m_processorCount;
 }
 
-/// Waits some microseconds for something to do, without the lock.
+/// Spins for some microseconds until there is work, without the lock.
 void ThreadPool::lookOut() {
     bool hasWork = false;
     for (int rounds = m_lookOutBudget.rounds(); rounds != 0 && !hasWork; --rounds) {
@@ -217,7 +218,7 @@ void ThreadPool::sleepLocked() {
     while (m_wakes == 0 && m_running) m_wake.wait(lock);
     --m_asleep;
     if (m_wakes != 0) --m_wakes;
-    lock.release(); // the caller's
+    lock.release(); // the caller holds it again
 }
 
 void ThreadPool::addPendingLocked(uint32 units) {

@@ -16,44 +16,44 @@ namespace qel {
 
 class TaskQueue;
 
-/// Lends worker threads to queues. Threads start on demand, at most one more than there are processors, plus
+/// Runs queues on worker threads. Threads start on demand, at most one more than there are processors, plus
 /// one for each run of an IO queue in progress; those above the limit end after 30 seconds without work.
 ///
-/// A worker that runs out of work looks out for more for some microseconds before it goes to sleep, so that a
-/// steady flow of short tasks doesn't pay for waking; an idle pool uses no processor time.
+/// A worker that runs out of work spins for some microseconds before it goes to sleep, so that a steady flow
+/// of short tasks does not pay for waking threads. An idle pool uses no processor time.
 class QEL_API ThreadPool : public Object {
     QEL_CLASS(ThreadPool, Object)
 
 public:
-    /// No threads yet. Needs System, which tells the number of processors.
+    /// Creates a pool without threads. System must exist; it knows the number of processors.
     ThreadPool();
     ThreadPool(const ThreadPool&) = delete;
     ThreadPool& operator=(const ThreadPool&) = delete;
-    /// Waits until every worker has left.
+    /// Blocks until every worker has ended.
     ~ThreadPool() override;
 
     /// Schedules @p units runs of TaskQueue::processTasks on workers and starts threads that are missing.
     /// @owner    the queue must live until the runs have ended or were withdrawn.
-    /// @errors   std::system_error when a thread can't be started; the runs stay scheduled.
+    /// @errors   throws std::system_error if a thread cannot be started; the runs stay scheduled.
     /// @threads  any thread.
     void pushQueue(unsigned units, TaskQueue* queue, bool highPriority);
     /// Schedules one run.
     void pushQueue(TaskQueue* queue, bool highPriority) { pushQueue(1, queue, highPriority); }
-    /// Takes the runs of @p queue back that no worker has begun. @return their number. @threads any thread.
+    /// Cancels the runs of @p queue that no worker has begun. @return their number. @threads any thread.
     unsigned withdrawQueue(TaskQueue* queue, bool highPriority);
-    /// Starts a worker that the caller has counted in.
-    /// @errors std::system_error; the worker is then counted out again.
+    /// Starts a worker that the caller has already counted.
+    /// @errors throws std::system_error; the worker is then no longer counted.
     void startWorker();
-    /// Lets idle workers above the limit find out, every 3000 ms or more, whether they have been idle for too
-    /// long. @threads main thread.
+    /// Wakes the idle workers above the limit, every 3000 ms or more, so that those that have been idle for
+    /// too long can end. @threads main thread.
     void processEvents();
 
-    /// How many worker threads there are at this moment. @threads any thread.
+    /// Returns the current number of worker threads. @threads any thread.
     unsigned getNumberOfThreads() const;
-    /// How many of them have nothing to do at this moment. @threads any thread.
+    /// Returns the current number of worker threads without work. @threads any thread.
     unsigned getNumberOfIdleThreads() const;
-    /// Whether as many workers run tasks as there are processors; who waits then had better sleep.
-    /// @threads any thread.
+    /// Returns true if at least as many workers run tasks as there are processors; a thread that waits should
+    /// then sleep instead of spin. @threads any thread.
     bool isEveryProcessorBusy() const;
 
 private:
@@ -86,15 +86,15 @@ private:
     std::atomic<uint32> m_runningCount{0}; // workers inside a queue
     internal::SpinBudget m_lookOutBudget;
 
-    mutable Mutex m_mutex; // behind every queue's
+    mutable Mutex m_mutex; // taken after every queue's
     std::condition_variable m_wake;
     std::array<std::deque<Runs>, 2> m_runs QEL_GUARDED_BY(m_mutex); // normal, high priority
     uint32 m_maxThreads QEL_GUARDED_BY(m_mutex);
     uint32 m_threads QEL_GUARDED_BY(m_mutex) = 0;
-    uint32 m_idleThreads QEL_GUARDED_BY(m_mutex) = 0; // looking out and asleep
-    uint32 m_spinning QEL_GUARDED_BY(m_mutex) = 0;    // looking out
+    uint32 m_idleThreads QEL_GUARDED_BY(m_mutex) = 0; // spinning and asleep
+    uint32 m_spinning QEL_GUARDED_BY(m_mutex) = 0;    // look out for work before they sleep
     uint32 m_asleep QEL_GUARDED_BY(m_mutex) = 0;
-    uint32 m_wakes QEL_GUARDED_BY(m_mutex) = 0; // of the sleeping, how many have been called
+    uint32 m_wakes QEL_GUARDED_BY(m_mutex) = 0; // how many of the sleeping workers have been called
     bool m_running QEL_GUARDED_BY(m_mutex) = true;
 };
 

@@ -13,7 +13,7 @@ namespace {
 
 class SchedulerTest : public test::SystemFixture {
 protected:
-    /// An alarm that appends @p letter when it fires, and then does @p then.
+    /// Creates an alarm that appends @p letter when it fires and then calls @p then.
     SmartPointer<Alarm> makeAlarm(char letter, std::function<void()> then = {}) {
         SmartPointer<Alarm> alarm(new Alarm);
         alarm->trigger.connect([this, letter, then] {
@@ -22,7 +22,7 @@ protected:
         });
         return alarm;
     }
-    /// Moves the clock on and the wheel with it; what fired on the way.
+    /// Advances the clock and the wheel. @return the letters of the alarms that fired.
     std::string tickAfter(int64 milliseconds) {
         fired.clear();
         clock.advanceMs(milliseconds);
@@ -46,7 +46,7 @@ TEST_F(SchedulerTest, FiresAtTheBoundaryOfAUnit) {
     EXPECT_EQ(tickAfter(1), "a");
 }
 
-TEST_F(SchedulerTest, ArmingAnewInTheSameUnitKeepsThePlaceAndInAnotherLosesIt) {
+TEST_F(SchedulerTest, ArmingAgainKeepsThePlaceOnlyInTheSameUnit) {
     const SmartPointer<Alarm> a = makeAlarm('a'), b = makeAlarm('b');
     schedule({{a.get(), 5}, {b.get(), 5}, {a.get(), 5}});
     EXPECT_EQ(tickUnits(6), "ab");
@@ -54,7 +54,7 @@ TEST_F(SchedulerTest, ArmingAnewInTheSameUnitKeepsThePlaceAndInAnotherLosesIt) {
     EXPECT_EQ(tickUnits(6), "ba");
 }
 
-TEST_F(SchedulerTest, AnAlarmFiresOnceWhenTheWheelHasComeRoundModulo64ThoughTheMillisecondsWrap) {
+TEST_F(SchedulerTest, AnAlarmFiresOnceModulo64EvenIfTheMillisecondsWrap) {
     const SmartPointer<Alarm> full = makeAlarm('f'), negative = makeAlarm('n'), longest = makeAlarm('l');
     for (const bool wraps : {false, true}) {
         if (wraps) tickAfter((int64{1} << 32) - 60'000 - system().getTimeFast());
@@ -68,12 +68,12 @@ TEST_F(SchedulerTest, AnAlarmFiresOnceWhenTheWheelHasComeRoundModulo64ThoughTheM
     }
 }
 
-TEST_F(SchedulerTest, AfterALongStallEveryAlarmFiresOnceThoughNobodyHoldsIt) {
+TEST_F(SchedulerTest, AfterALongStallEveryAlarmFiresOnceEvenIfUnowned) {
     schedule({{makeAlarm('b').get(), 40}, {makeAlarm('a').get(), 3}});
     EXPECT_EQ(tickAfter(600'000), "ab");
 }
 
-TEST_F(SchedulerTest, ATriggerMayArmItsOwnAlarmForTheSlotThatIsFiringAndCancelOrReleaseOthersOfIt) {
+TEST_F(SchedulerTest, ATriggerMayRearmItsAlarmAndCancelOthersOfTheFiringSlot) {
     SmartPointer<Alarm> canceled = makeAlarm('b'), released = makeAlarm('c'), first;
     first = makeAlarm('a', [&] {
         if (fired != "aca") first->scheduleInSeconds(0);
@@ -85,9 +85,9 @@ TEST_F(SchedulerTest, ATriggerMayArmItsOwnAlarmForTheSlotThatIsFiringAndCancelOr
     EXPECT_EQ(tickUnits(1), "aca");
 }
 
-TEST_F(SchedulerTest, AnAlarmTakenOutOfTheWheelFiresNoMore) {
+TEST_F(SchedulerTest, AnAlarmRemovedFromTheWheelDoesNotFire) {
     const SmartPointer<Alarm> canceled = makeAlarm('c'), early = makeAlarm('e');
-    Alarm().scheduleInSeconds(1); // leaves as it dies
+    Alarm().scheduleInSeconds(1); // its destructor removes it from the wheel
     schedule({{canceled.get(), 1}, {early.get(), 1}});
     for (int call = 0; call < 2; ++call) canceled->cancel();
     for (int call = 0; call < 2; ++call) early->executeNowIfScheduled();

@@ -36,20 +36,67 @@ protected:
     std::shared_ptr<int> life = std::make_shared<int>(0);
 };
 
-TEST_F(TaskQueueTest, ADisabledQueueOrACountOfZeroDropsTasksAndDeletesFreshOnes) {
+TEST_F(TaskQueueTest, ADisabledQueueDropsTasksAndDeletesFreshOnes) {
     struct DisabledQueue : TaskQueue {
         DisabledQueue() : TaskQueue(kParallel) { disable(); }
     } disabled;
-    TaskQueue queue(TaskQueue::kParallel);
     const SmartPointer<TaskQueue::Task> held(task(note("never")));
-    queue.pushTaskN(0, held.get(), 7);
     for (TaskQueue::Task* dropped : {held.get(), task(note("never"))}) disabled.pushTask(dropped, 1);
     EXPECT_EQ(life.use_count(), 2);
-    EXPECT_EQ(queue.getWorkload() + disabled.getWorkload(), 0u);
+    EXPECT_EQ(held->getReferenceCount(), 1);
+    EXPECT_EQ(disabled.getWorkload(), 0u);
     EXPECT_TRUE(disabled.isAborting());
 }
 
-TEST_F(TaskQueueTest, WorkloadsCountUntilTheirRunsHaveEndedAndTasksOnlyInFrontOfABarrier) {
+TEST_F(TaskQueueTest, ACountOfZeroDoesNothing) {
+    TaskQueue queue(TaskQueue::kParallel);
+    const SmartPointer<TaskQueue::Task> held(task(note("never")));
+    queue.pushTaskN(0, held.get(), 7);
+    EXPECT_EQ(held->getReferenceCount(), 1);
+    EXPECT_EQ(queue.getWorkload(), 0u);
+    EXPECT_TRUE(queue.empty());
+}
+
+TEST_F(TaskQueueTest, APushCountsAsQueuedUntilItsLastRunHasBegun) {
+    TaskQueue queue(TaskQueue::kDeleteIO);
+    test::Gate last;
+    block(queue);
+    push(queue, 2, [&](TaskContext& context) { (context.getIndex() == 0 ? last : gate).pass(); });
+    push(queue, 1, note("end"));
+    EXPECT_EQ(queue.getNumberOfQueuedTasks(), 2u);
+    gate.open();
+    last.waitForArrivals(1);
+    EXPECT_EQ(queue.getNumberOfQueuedTasks(), 1u);
+    last.open();
+    queue.wait();
+    EXPECT_EQ(queue.getNumberOfQueuedTasks(), 0u);
+}
+
+TEST_F(TaskQueueTest, AnAbortDropsWhatWaitsWhileATaskRuns) {
+    TaskQueue queue(TaskQueue::kDeleteIO);
+    test::Gate running;
+    block(queue);
+    push(queue, 1, [&] {
+        running.pass();
+        while (life.use_count() != 1)
+            std::this_thread::yield(); // until the tasks after this one are destroyed
+        notes += "ended";
+    });
+    for (int i = 0; i < 3; ++i) push(queue, 2, note("never"));
+    gate.open(); // the run takes all of them at once
+    running.waitForArrivals(1);
+    std::thread opener([&] {
+        while (!queue.isAborting()) std::this_thread::yield();
+        running.open();
+    });
+    queue.abort();
+    opener.join();
+    EXPECT_EQ(notes, "ended");
+    EXPECT_EQ(queue.getWorkload(), 0u);
+    EXPECT_EQ(queue.getNumberOfQueuedTasks(), 0u);
+}
+
+TEST_F(TaskQueueTest, WorkloadsCountUntilTheirRunsHaveEnded) {
     TaskQueue queue(TaskQueue::kDeleteIO, 9);
     test::Gate second;
     block(queue);
@@ -73,7 +120,7 @@ TEST_F(TaskQueueTest, WorkloadsCountUntilTheirRunsHaveEndedAndTasksOnlyInFrontOf
     EXPECT_FALSE(queue.isAborting());
 }
 
-TEST_F(TaskQueueTest, WhatIsPushedInAPauseIsNotCountedAndMayUseItsQueueAsItDies) {
+TEST_F(TaskQueueTest, ATaskThatIsDroppedInAPauseMayUseItsQueue) {
     TaskQueue queue(TaskQueue::kDeleteIO);
     const auto useQueue = [&queue](std::string* text) { *text += queue.empty() ? "empty" : "full"; };
     queue.pause();
@@ -107,7 +154,7 @@ TEST_F(TaskQueueTest, PartsCoverTheTotalWithoutGapsForAnySize) {
 
 using MainQueueTest = TaskQueueTest;
 
-TEST_F(MainQueueTest, APassRunsWhatItsQueuesPushOnThemselvesButNoQueueThatJoins) {
+TEST_F(MainQueueTest, APassRunsWhatAQueuePushesOnItselfButNoQueueThatJoins) {
     TaskQueue first(TaskQueue::kMain), second(TaskQueue::kMain);
     push(first, 1, [&] {
         for (TaskQueue* queue : {&second, &first}) push(*queue, 1, note(queue == &first ? "a" : "b"));
@@ -126,7 +173,7 @@ TEST_F(MainQueueTest, AfterAPauseTheTasksRunOnAWorker) {
     while (!queue.empty()) std::this_thread::yield(); // this thread runs no task meanwhile
 }
 
-TEST_F(MainQueueTest, AnAbortWithWorkPendingSilencesTheQueueForGoodUnlessATaskAborts) {
+TEST_F(MainQueueTest, AnAbortWithWorkPendingEndsTheQueueUnlessATaskAborts) {
     TaskQueue silenced(TaskQueue::kMain), inTask(TaskQueue::kMain);
     push(inTask, 1, [&] { inTask.abort(); });
     for (TaskQueue* queue : {&silenced, &inTask}) push(*queue, 1, note("dropped"));
@@ -138,7 +185,7 @@ TEST_F(MainQueueTest, AnAbortWithWorkPendingSilencesTheQueueForGoodUnlessATaskAb
     EXPECT_EQ(notes, "again");
 }
 
-TEST_F(TaskQueueTest, AnObjectReleasedOnParallelDiesBehindTheTasksOfThatQueue) {
+TEST_F(TaskQueueTest, AnObjectReleasedOnParallelDiesAfterTheQueuesTasks) {
     const WeakPointer<Object> weak(new Object);
     weak->increaseReferenceCount();
     system().getGlobalParallelQueue()->pause();

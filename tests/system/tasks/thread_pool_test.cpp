@@ -14,7 +14,7 @@
 namespace qel {
 namespace {
 
-/// Counts the calls of each part, and does more in each.
+/// Counts the calls of each part and calls a function in each.
 struct CountingKernel : Parallel::Kernel {
     CountingKernel(unsigned parts, std::function<void()> inEach)
         : calls(parts), inEachPart(std::move(inEach)) {}
@@ -40,7 +40,7 @@ class ThreadPoolTest : public test::SystemFixture {
 protected:
     ThreadPool& pool() { return *system().getThreadPool(); }
     unsigned limit() { return system().getProcessorCount() + 1; }
-    /// Runs the main loop's sweep @p milliseconds later.
+    /// Advances the clock by @p milliseconds and runs the main loop's sweep.
     void sweepAfter(int64 milliseconds) {
         clock.advanceMs(milliseconds);
         system().getTime();
@@ -50,7 +50,7 @@ protected:
     test::Gate gate;
 };
 
-TEST_F(ThreadPoolTest, StartsAsManyThreadsAsTasksUpToTheLimitBesideThoseBlockedInIO) {
+TEST_F(ThreadPoolTest, StartsThreadsUpToTheLimitBesidesThoseBlockedInIO) {
     TaskQueue io(TaskQueue::kBlockingDestructor), computing(TaskQueue::kParallel);
     test::push(io, 10, [this] { gate.pass(); });
     gate.waitForArrivals(10);
@@ -70,13 +70,13 @@ TEST_F(ThreadPoolTest, HighPriorityIsServedFirst) {
     std::string order;
     test::push(normal, 1, [&] { order += "normal"; });
     test::push(high, 1, [&] { order += "high "; });
-    one.open(); // one thread goes on and takes both
+    one.open(); // one thread continues and takes both
     normal.wait();
     gate.open();
     EXPECT_EQ(order, "high normal");
 }
 
-TEST_F(ThreadPoolTest, ThreadsAboveTheLimitEndAfterThirtySecondsOfSilenceThoughTheTimeWraps) {
+TEST_F(ThreadPoolTest, ThreadsAboveTheLimitEndAfterThirtyIdleSeconds) {
     sweepAfter((int64{1} << 32) - 10'000);
     TaskQueue queue(TaskQueue::kBlockingDestructor);
     test::push(queue, 12, [this] { gate.pass(); });
@@ -92,7 +92,7 @@ TEST_F(ThreadPoolTest, ThreadsAboveTheLimitEndAfterThirtySecondsOfSilenceThoughT
     while (pool().getNumberOfThreads() != limit()) std::this_thread::yield();
 }
 
-TEST_F(ThreadPoolTest, EveryPartRunsOnceAndKernelsMayNestAndSeveralThreadsMayUseOneParallel) {
+TEST_F(ThreadPoolTest, EveryPartRunsOnceInNestedAndConcurrentKernels) {
     CountingKernel large(1000, [] {});
     system().execute(large);
     Parallel parallel;
