@@ -1,6 +1,8 @@
 // Floating-point numbers as a fresh std::ostream prints them.
 #pragma once
 
+#include <qel/platform/api.h>
+
 #include <cstddef>
 
 namespace qel::logging {
@@ -10,6 +12,6 @@ inline constexpr std::size_t kNumberTextSize = 32;
 
 /// Writes @p value with up to six significant digits, as printf("%g") does in the "C" locale, to the
 /// kNumberTextSize bytes at @p out, without a terminating zero. @return the end of the text.
-char* writeGeneral(char* out, double value);
+QEL_API char* writeGeneral(char* out, double value);
 
 } // namespace qel::logging
