@@ -14,10 +14,12 @@ constexpr qel::uint32 kFinalRepliesMs = 500; // for replies that are on their wa
 
 } // namespace
 
-Server::Server(const Options& options) : m_records(options.data) {
+Server::Server(const Options& options, WorkerPool::NewWorker newWorker) : m_records(options.data) {
+    if (!newWorker)
+        newWorker = [program = options.worker] { return qel::SmartPointer<Worker>(new Worker(program)); };
     if (!m_records.good() || !startRpc(options)) return;
     m_jobs = std::make_unique<JobBoard>(m_records.jobs(), m_records.statistics(), JobBoard::Limits());
-    m_workers = std::make_unique<WorkerPool>(*m_jobs, m_records.statistics(), options.worker, options.workers,
+    m_workers = std::make_unique<WorkerPool>(*m_jobs, m_records.statistics(), newWorker, options.workers,
                                              [this](const Job& job) { return accessOf(job); });
     m_calls = std::make_unique<ServerCalls>(*m_rpc, m_records, *m_jobs, *m_workers);
     registerCallsOfLibrary();
@@ -39,7 +41,7 @@ bool Server::startRpc(const Options& options) {
     if (!options.rights.empty()) rights = JsonRpcRights::load(options.rights);
     if (!rights) return false;
     m_rpc = std::make_unique<JsonRpcServer>(options.socket, std::move(*rights));
-    return m_rpc->start();
+    return options.socket.empty() || m_rpc->start();
 }
 
 void Server::registerCallsOfLibrary() {

@@ -20,7 +20,11 @@ namespace qelserver {
 class Server {
 public:
     /// Opens the records, starts the workers and listens. @param options  complete.
-    explicit Server(const Options& options);
+    /// @param newWorker  creates workers in place of those that run Options::worker; for servers in a process
+    /// of
+    ///                   somebody else, which need no socket either: none is used if Options::socket is
+    ///                   empty.
+    explicit Server(const Options& options, WorkerPool::NewWorker newWorker = nullptr);
     ~Server();
 
     /// Whether all of it works; the log tells what doesn't.
@@ -31,6 +35,11 @@ public:
     bool poll();
     /// Blocks until a call comes in, or @p ms milliseconds have passed.
     void wait(unsigned ms) { m_rpc->wait(static_cast<int>(ms)); }
+
+    /// The way in for peers that do not come through the socket.
+    JsonRpcServer& rpc() { return *m_rpc; }
+    /// The jobs.
+    const JobBoard& jobs() const { return *m_jobs; }
 
 private:
     qel::Item accessOf(const Job& job) const;

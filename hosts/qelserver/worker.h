@@ -53,11 +53,11 @@ public:
     ~Worker() override { terminate(); }
 
     /// Starts the process, now and whenever it is lost.
-    void begin() { start(); }
+    virtual void begin() { start(); }
     /// Gives the worker a job. @param access  a FileAccess: for whom it uses files, and where.
-    void assign(const Job& job, const qel::Item& access);
+    virtual void assign(const Job& job, const qel::Item& access);
     /// What happened since the last call. @threads main thread.
-    qel::Vector<WorkerEvent> takeEvents();
+    virtual qel::Vector<WorkerEvent> takeEvents();
 
 protected:
     void onSubprocessStarted() override;

@@ -14,13 +14,13 @@ Overloaded(Functions...) -> Overloaded<Functions...>;
 } // namespace
 
 WorkerPool::WorkerPool(JobBoard& board, qel::SmartPointer<qel::Statistics> statistics,
-                       const qel::String& program, int count, AccessOfJob accessOfJob)
+                       const NewWorker& newWorker, int count, AccessOfJob accessOfJob)
     : m_board(board),
       m_accessOfJob(std::move(accessOfJob)),
       m_statistics(std::move(statistics)),
       m_seats(static_cast<size_t>(count)) {
     for (Seat& seat : m_seats) {
-        seat.worker.reset(new Worker(program));
+        seat.worker = newWorker();
         seat.worker->begin();
     }
 }

@@ -23,8 +23,11 @@ public:
     /// Returns for whom a job uses files, and where: a FileAccess with the folders that are granted now.
     using AccessOfJob = std::function<qel::Item(const Job&)>;
 
-    /// Starts @p count workers of @p program. @owner the board must outlive the pool.
-    WorkerPool(JobBoard& board, qel::SmartPointer<qel::Statistics> statistics, const qel::String& program,
+    /// Creates a worker, which is not started yet.
+    using NewWorker = std::function<qel::SmartPointer<Worker>()>;
+
+    /// Starts @p count workers. @owner the board must outlive the pool.
+    WorkerPool(JobBoard& board, qel::SmartPointer<qel::Statistics> statistics, const NewWorker& newWorker,
                int count, AccessOfJob accessOfJob);
     /// Stops all workers, together. What they were at waits for the next start of the server.
     ~WorkerPool();
