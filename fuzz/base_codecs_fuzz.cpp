@@ -1,5 +1,5 @@
-// Base encodings, percent forms and character sets. The first byte chooses a character set and a position,
-// the rest is plain data for the encoders and text for the decoders.
+// Base encodings, percent forms and character sets. The first byte selects a character set and a position;
+// the rest is data for the encoders and text for the decoders.
 #include <qel/foundation/base/charset.h>
 #include <qel/foundation/base/string.h>
 #include <qel/foundation/log/message_stream.h>
@@ -28,7 +28,7 @@ void requireRoundTrips(const String& data) {
     require(data.encodeUrlBase16().decodeUrlBase16() == data.c_str());
 }
 
-/// What decodes has the announced size, and its own encoding decodes to it again.
+/// Requires that decoded data have the announced size and encode to the same text again.
 void requireSizes(const String& text) {
     if (text.getDecodeBase16Size() >= 0) {
         std::vector<uint8> bytes(static_cast<size_t>(text.getDecodeBase16Size()));

@@ -1,6 +1,6 @@
-// A child's output in pieces of any sizes, through the queue that cuts it into lines and, over a pipe,
-// through the packet reader: the lines must be those of the plain way to cut the whole text, whatever the
-// pieces, and a trimmed log must account for every line. The first bytes choose how the rest is cut.
+// Passes a child's output in pieces of any size through the queue that splits it into lines and, over a pipe,
+// through the packet reader. The lines must not depend on the pieces, and a trimmed log must account for
+// every line. The first bytes select the sizes of the pieces.
 #include <qel/foundation/log/log_backend.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/platform/file_system.h>
@@ -27,7 +27,7 @@ void require(bool holds) {
     if (!holds) std::abort();
 }
 
-/// A child that is a pipe.
+/// A process whose output is a pipe that the test writes to.
 class Wire : public qel::Process {
 public:
     Wire() {
@@ -47,7 +47,7 @@ private:
     qel::platform::FileHandle m_far;
 };
 
-/// Cuts text into pieces by the sizes that the input tells, over and over.
+/// Cuts text into pieces whose sizes repeat those that the input states.
 class Pieces {
 public:
     Pieces(std::string_view text, std::string_view sizes, size_t factor)
@@ -103,7 +103,7 @@ void countLine(const qel::logging::ConsoleLine& line) {
     g_logged += trimmed == line.text.npos;
 }
 
-/// Every line is a packet, in the log, or among those that the log says it left out.
+/// Requires that every line is a packet, is logged, or is counted as trimmed.
 void checkReader(std::string_view text, std::string_view sizes, const std::vector<String>& expected) {
     const auto isLine = [](const String& line) { return !line.empty() && !line.contains("... trimmed "); };
     if (std::any_of(expected.begin(), expected.end(), [](const String& line) {

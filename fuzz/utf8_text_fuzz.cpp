@@ -1,5 +1,5 @@
-// Text of any bytes through every UTF-8 operation of String, under each instruction set of the machine in
-// turn. The first byte chooses the set and a number of code points.
+// Passes text of any bytes through every UTF-8 operation of String, with each instruction set of the machine.
+// The first byte selects the set and a number of code points.
 #include <qel/foundation/base/simd_target_p.h>
 #include <qel/foundation/base/string.h>
 #include <qel/foundation/base/string_id.h>
@@ -20,7 +20,7 @@ void require(bool holds) {
     if (!holds) std::abort();
 }
 
-/// Read one by one, the plain way, for the operations that go by vectors to be measured against.
+/// The code points read one by one, as the reference for the vector operations.
 struct Reading {
     qel::Vector<uint32> codePoints;
     bool strict = true;

@@ -1,4 +1,4 @@
-// Compressed files: what a reader makes of any bytes that it finds where a zstd frame may be.
+// Reads any bytes as a compressed file, and compresses them.
 #include <qel/foundation/base/compression.h>
 
 #include <cstdlib>
@@ -18,7 +18,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8* data, size_t size) {
     const qel::ConstByteSpan bytes(data, size);
     Buffer content;
     const auto stated = qel::util::getCompressedContentSize(bytes);
-    // A real bomb is content like any other; it only has no place in a fuzzer's memory.
+    // A bomb is valid content, but would exceed the memory of the fuzzer.
     const bool isTried = !stated || *stated <= (size_t{64} << 20) || *stated > (qel::uint64{1} << 40);
     if (isTried && qel::util::decompress(bytes, content)) {
         require(stated && content.getSize() == *stated);

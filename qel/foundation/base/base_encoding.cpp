@@ -32,7 +32,7 @@ constexpr std::array<uint8, 256> makeBase16Values() {
 }
 constexpr std::array<uint8, 256> kBase16Values = makeBase16Values();
 
-/// The digits of one to three bytes, one more than there are bytes.
+/// Encodes one to three bytes as digits, one more than there are bytes.
 inline void encodeGroup(uint8* out, const uint8* in, size_t n, const Base64Alphabet& alphabet) {
     const unsigned bits =
         unsigned{in[0]} << 16 | (n > 1 ? unsigned{in[1]} << 8 : 0) | (n > 2 ? unsigned{in[2]} : 0);
@@ -42,7 +42,7 @@ inline void encodeGroup(uint8* out, const uint8* in, size_t n, const Base64Alpha
     if (n > 2) out[3] = alphabet.digits[bits & 63];
 }
 
-/// The bytes of one to four digits, one less than there are digits.
+/// Decodes one to four digits to bytes, one fewer than there are digits.
 inline bool decodeGroup(uint8* out, const uint8* in, size_t n, const Base64Alphabet& alphabet) {
     const auto valueAt = [&](size_t i) -> unsigned { return i < n ? alphabet.values[in[i]] : 0; };
     const unsigned values[] = {valueAt(0), valueAt(1), valueAt(2), valueAt(3)};
@@ -93,7 +93,7 @@ void encodeBase16(uint8* out, const uint8* in, size_t n) {
 }
 
 bool decodeBase16(uint8* out, const uint8* in, size_t n) {
-    // The second test catches what was a negative number at the caller's.
+    // The second test catches a size that the caller computed as a negative number.
     if (n % 2 != 0 || n > std::numeric_limits<size_t>::max() / 2) return false;
     size_t i = 0;
     if (n >= 2 * kMinBlock) i = internal::decodeBase16Blocks(out, in, n);

@@ -1,4 +1,4 @@
-// What the plain and the vector form of the base encodings share.
+// Shared by the plain and the vector form of the base encodings.
 #pragma once
 
 #include <qel/foundation/base/types.h>
@@ -21,9 +21,9 @@ struct Base64Alphabet {
     // For the vector decoder, which looks at a character's two nibbles at once. Each high nibble belongs to a
     // class; lowNibbleFaults[low] has the bits of those classes in which this low nibble is no digit, so that
     // a character is a digit exactly when lowNibbleFaults[low] & classOfHighNibble[high] is 0. In all classes
-    // value = character + offset, but for the last digit, whose offset stands in a slot of its own.
+    // value = character + offset, but for the last digit, whose offset has a slot of its own.
 
-    /// Classes in which a low nibble makes no digit.
+    /// The classes in which a low nibble is not a digit.
     std::array<uint8, 16> lowNibbleFaults{};
     /// The class of a high nibble, one bit.
     std::array<uint8, 16> classOfHighNibble{};
@@ -75,12 +75,12 @@ private:
 
 /// @return bytes encoded; writes twice as many characters.
 size_t encodeBase16Blocks(uint8* out, const uint8* in, size_t n);
-/// Stops before the block of the first character that is no digit.
+/// Stops before the block of the first character that is not a digit.
 /// @return characters decoded, an even number; writes half as many bytes.
 size_t decodeBase16Blocks(uint8* out, const uint8* in, size_t n);
 /// @return bytes encoded, a multiple of 3; writes 4 characters for 3 bytes.
 size_t encodeBase64Blocks(uint8* out, const uint8* in, size_t n, const Base64Alphabet& alphabet);
-/// Stops before the block of the first character that is no digit. @p out has n * 3 / 4 bytes.
+/// Stops before the block of the first character that is not a digit. @p out has n * 3 / 4 bytes.
 /// @return characters decoded, a multiple of 4; writes 3 bytes for 4 characters.
 size_t decodeBase64Blocks(uint8* out, const uint8* in, size_t n, const Base64Alphabet& alphabet);
 

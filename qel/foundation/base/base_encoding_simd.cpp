@@ -22,7 +22,7 @@ using Words = hn::Repartition<uint16_t, Bytes>;
 using Groups = hn::Repartition<uint32_t, Bytes>;
 using Vec = hn::Vec<Bytes>;
 
-constexpr uint8_t kDrop = 0x80; // TableLookupBytesOr0 gives 0 for it
+constexpr uint8_t kDrop = 0x80; // TableLookupBytesOr0 returns 0 for it
 
 size_t EncodeBase16(uint8_t* HWY_RESTRICT out, const uint8_t* HWY_RESTRICT in, size_t n) {
     alignas(16) static constexpr uint8_t kDigits[] = {'0', '1', '2', '3', '4', '5', '6', '7',
@@ -42,8 +42,8 @@ size_t EncodeBase16(uint8_t* HWY_RESTRICT out, const uint8_t* HWY_RESTRICT in, s
     return i;
 }
 
-/// The values of hexadecimal digits; adds bits to @p faults where a character is none. The figures, the
-/// letters (columns 4 and 6 of ASCII) and all other columns are a class each: see Base64Alphabet.
+/// Returns the values of hexadecimal digits; sets bits in @p faults for other characters. The figures, the
+/// letters (columns 4 and 6 of ASCII) and all other columns are one class each: see Base64Alphabet.
 HWY_INLINE Vec Base16Values(Vec characters, Vec& faults) {
     alignas(16) static constexpr uint8_t kLowNibbleFaults[] = {6, 4, 4, 4, 4, 4, 4, 6,
                                                                6, 6, 7, 7, 7, 7, 7, 7};
@@ -58,7 +58,7 @@ HWY_INLINE Vec Base16Values(Vec characters, Vec& faults) {
     return hn::Add(low, hn::TableLookupBytes(hn::LoadDup128(d, kOffsets), high));
 }
 
-/// Each pair of digits' values as the lower byte of its two.
+/// Combines each pair of digit values in the lower byte of the two.
 HWY_INLINE Vec JoinPairs(Vec values) {
     const auto pairs = hn::BitCast(Words(), values);
     return hn::BitCast(Bytes(), hn::Or(hn::ShiftLeft<4>(pairs), hn::ShiftRight<8>(pairs)));
@@ -79,7 +79,7 @@ size_t DecodeBase16(uint8_t* HWY_RESTRICT out, const uint8_t* HWY_RESTRICT in, s
     return i;
 }
 
-/// Table indices that move three of every four groups together, or apart when @p spread.
+/// Returns table indices that pack three of every four groups, or unpack them if @p spread.
 HWY_INLINE auto GroupOrder(bool spread) {
     const Groups d;
     HWY_ALIGN uint32_t order[HWY_MAX_BYTES / 4];
@@ -107,8 +107,8 @@ HWY_INLINE Vec SplitGroups(Vec bytes) {
     const Words words;
     const Groups groups;
     const auto spread = hn::TableLookupBytes(bytes, hn::LoadDup128(d, kBytesOfGroup));
-    // Of the four values in a group two are shifted down and two are shifted up, by multiplication, because
-    // each of the two 16-bit halves has a distance of its own.
+    // Two of the four values in a group are shifted down and two up, by multiplication, because the two
+    // 16-bit halves need different distances.
     const auto down = hn::And(hn::BitCast(groups, spread), hn::Set(groups, 0x0FC0FC00));
     const auto up = hn::And(hn::BitCast(groups, spread), hn::Set(groups, 0x003F03F0));
     const auto downBy = hn::BitCast(words, hn::Set(groups, 0x04000040));
@@ -135,7 +135,7 @@ size_t EncodeBase64(uint8_t* HWY_RESTRICT out, const uint8_t* HWY_RESTRICT in, s
     return i;
 }
 
-/// The three bytes of every four 6-bit values, twelve at the beginning of each 128-bit block.
+/// Returns the three bytes of every four 6-bit values, twelve at the beginning of each 128-bit block.
 HWY_INLINE Vec JoinGroups(Vec values) {
     alignas(16) static constexpr uint8_t kBytesOfGroup[] = {2, 1,  0,  6,  5,     4,     10,    9,
                                                             8, 14, 13, 12, kDrop, kDrop, kDrop, kDrop};

@@ -14,7 +14,7 @@ namespace {
 
 constexpr size_t kPage = 4096;
 
-/// memcpy and memmove may not be called with null, not even for nothing.
+/// memcpy and memmove must not be called with null, even for a size of 0.
 void moveBytes(uint8* to, const uint8* from, size_t n) {
     if (n != 0) std::memmove(to, from, n);
 }
@@ -82,7 +82,7 @@ void Buffer::swap(Buffer& other) noexcept {
 }
 
 void Buffer::set(const uint8* p, size_t n) {
-    resize(n); // bytes out of this buffer fit into it, so that they are not moved here
+    resize(n); // bytes of this buffer fit into it, so that resizing does not move them
     moveBytes(m_data, p, n);
 }
 

@@ -12,7 +12,7 @@ namespace {
 constexpr int kLevel = 3;
 constexpr size_t kMaxBlockContent = 128 * 1024;
 
-/// Size of a frame's header by its descriptor byte (RFC 8878, section 3.1.1.1).
+/// Returns the size of a frame's header from its descriptor byte (RFC 8878, section 3.1.1.1).
 size_t getFrameHeaderSize(uint8 descriptor) {
     constexpr size_t kMagicAndDescriptor = 5;
     constexpr size_t kDictionaryIdSize[] = {0, 1, 2, 4};
@@ -24,7 +24,7 @@ size_t getFrameHeaderSize(uint8 descriptor) {
            kContentSizeSize[contentSizeCode];
 }
 
-/// The most that the blocks of the first frame can decompress to (RFC 8878, section 3.1.1.2).
+/// Returns the largest size that the blocks of the first frame can decompress to (RFC 8878, section 3.1.1.2).
 uint64 getContentBound(ConstByteSpan frame) {
     constexpr size_t kBlockHeader = 3;
     constexpr unsigned kRleBlock = 1;
@@ -63,13 +63,13 @@ bool decompress(ConstByteSpan frame, Buffer& out) try {
     const std::optional<uint64> size = getCompressedContentSize(frame);
     if (!size || (*size != 0 && *size > getContentBound(frame))) return false;
     Buffer content(static_cast<size_t>(*size));
-    uint8 none = 0; // zstd wants an address even where nothing is written
+    uint8 none = 0; // zstd requires an address even if nothing is written
     uint8* target = content.empty() ? &none : content.getBytePointer();
     if (ZSTD_decompress(target, content.getSize(), frame.data, frame.size) != *size) return false;
     out.swap(content);
     return true;
 } catch (const std::bad_alloc&) {
-    return false; // a frame may really hold more than there is memory for
+    return false; // a frame may decompress to more than the memory holds
 }
 
 } // namespace qel::util

@@ -10,20 +10,20 @@
 
 namespace qel::util {
 
-/// The content size that a zstd frame states in its header.
-/// @return nothing when the bytes are no zstd frame or the frame states no size; an empty frame states 0.
+/// Returns the content size that a zstd frame states in its header.
+/// @return nothing if the bytes are not a zstd frame or the frame states no size; an empty frame states 0.
 /// @threads any thread, as all functions here.
 QEL_API std::optional<uint64> getCompressedContentSize(ConstByteSpan frame);
 
 /// Compresses a whole content into one zstd frame at level 3, with the content size in its header.
 /// @param out  receives the frame; must not be the memory that @p content views.
-/// @return false when zstd reports an error; @p out is then empty.
+/// @return false if zstd reports an error; @p out is then empty.
 QEL_API bool compress(ConstByteSpan content, Buffer& out);
 
-/// Decompresses frames to exactly the size that the first one states. The size is not believed: memory grows
-/// with what really comes out, so that a small hostile frame can't ask for much.
+/// Decompresses frames to exactly the size that the first one states. The stated size is not trusted: memory
+/// grows with the decompressed data, so that a small hostile frame can't make it allocate much.
 /// @param out  receives the content, with a capacity of exactly its size; untouched on failure.
-/// @return false when no size is stated, the data are damaged, or hold more or fewer bytes than stated.
+/// @return false if no size is stated, or the data are damaged or hold more or fewer bytes than stated.
 QEL_API bool decompress(ConstByteSpan frame, Buffer& out);
 
 } // namespace qel::util

@@ -5,8 +5,8 @@
 
 namespace qel::internal {
 
-/// The first line feed or carriage return in [@p begin, @p end), by the vector instructions of the machine.
-/// @return @p end where there is none. @threads any thread.
+/// Finds the first line feed or carriage return in [@p begin, @p end) with vector instructions.
+/// @return @p end if there is none. @threads any thread.
 QEL_API const char* findLineEnd(const char* begin, const char* end);
 
 } // namespace qel::internal

@@ -66,7 +66,7 @@ void ListenerList::remove(SignalConnection* connection) {
 
 void ListenerList::endEmission(Emission* outer) {
     m_emission = outer;
-    ++m_emissionNumber; // nobody has had his turn any more
+    ++m_emissionNumber; // all count as not called again
     disturbEmissions();
 }
 
@@ -80,7 +80,7 @@ ListenerList::Emission::Emission(ListenerList& list)
     list.m_emission = this;
 }
 
-/// Ends the call of a connection that was removed in it.
+/// Ends the call of a connection that was removed during it.
 void ListenerList::Emission::releaseConnection() {
     SignalConnection* const connection = std::exchange(m_connection, nullptr);
     if (connection && (connection->m_calls & SignalConnection::kRemoved) != 0) endCall(connection);

@@ -10,7 +10,7 @@ bool isDigit(char c) {
     return c >= '0' && c <= '9';
 }
 
-/// Reads a run of digits modulo 2^32 and steps over it.
+/// Reads a run of digits modulo 2^32 and advances past it.
 uint32 readNumber(const char*& position) {
     uint32 value = 0;
     for (; isDigit(*position); ++position) value = value * 10 + static_cast<uint32>(*position - '0');

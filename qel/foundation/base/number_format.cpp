@@ -37,7 +37,7 @@ LengthUnit unitFor(double mm) {
     if (size >= 1e3) return {1e3, "m"};
     if (size >= 10) return {10, "cm"};
     if (size >= 1 || size == 0) return kMillimetre;
-    return size > 0 ? LengthUnit{1e-3, "µm"} : kMillimetre; // the latter is no number
+    return size > 0 ? LengthUnit{1e-3, "µm"} : kMillimetre; // the latter is NaN
 }
 
 } // namespace

@@ -23,7 +23,7 @@ struct Singletons {
     std::map<std::string, SmartPointer<Object>, std::less<>> objects QEL_GUARDED_BY(mutex);
 };
 
-// Never destroyed: what is still registered at the end of the process must not die among other statics.
+// Never destroyed: objects that are still registered must not die among other statics at exit.
 Singletons& singletons() {
     static Singletons& instance = *new Singletons;
     return instance;

@@ -1,7 +1,7 @@
 // The choice of a kernel at run time, among those that Highway's headers compile.
 //
 // Highway's own choice lives in its shared library, whose start-up code measures the processor's timer for
-// milliseconds: longer than all the rest of a program's start. Include this behind hwy/highway.h.
+// milliseconds: longer than all the rest of a program's start. Include this after hwy/highway.h.
 #pragma once
 
 #include <qel/platform/api.h>
@@ -13,11 +13,11 @@
 
 namespace qel::internal {
 
-/// How many targets a kernel may be compiled for.
+/// The number of targets a kernel may be compiled for.
 inline constexpr size_t kSimdTargetCount = 5;
 
-/// Place in each SimdTable of the target in use: the best one that build and machine share, unless
-/// setSimdTarget() has capped it. @threads any thread.
+/// Returns the index in each SimdTable of the target in use: the best one that build and machine both
+/// support, unless setSimdTarget() has limited it. @threads any thread.
 QEL_API size_t simdTargetIndex();
 
 /// One kernel, compiled for several targets, best first; null where the build leaves a target out.
@@ -34,7 +34,7 @@ struct SimdTable {
 
 } // namespace qel::internal
 
-/// Defines the table g_<KERNEL> of a kernel; stands inside HWY_ONCE, in the namespace around HWY_NAMESPACE.
+/// Defines the table g_<KERNEL> of a kernel. Use it inside HWY_ONCE, in the namespace around HWY_NAMESPACE.
 #define QEL_SIMD_TABLE(KERNEL)                                                                               \
     constexpr ::qel::internal::SimdTable<decltype(&HWY_STATIC_DISPATCH(KERNEL))> g_##KERNEL {                \
         {                                                                                                    \

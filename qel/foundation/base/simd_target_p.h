@@ -1,4 +1,4 @@
-// Which vector instructions the kernels use; for tests and measurements.
+// The choice of vector instructions for the kernels; for tests and measurements.
 #pragma once
 
 #include <qel/foundation/base/containers.h>
@@ -9,10 +9,11 @@
 
 namespace qel::internal {
 
-/// The names of the instruction sets that this build and machine share, best first, as "AVX3" or "SSE4".
+/// Returns the names of the instruction sets that both this build and this machine support, best first, such
+/// as "AVX3" or "SSE4".
 QEL_API Vector<std::string> simdTargets();
-/// Caps all kernels of the library at the target @p name; the empty name lifts the cap.
-/// @return false, with nothing changed, when the name is none of simdTargets().
+/// Limits all kernels of the library to the target @p name; an empty name removes the limit.
+/// @return false, with nothing changed, if the name is not one of simdTargets().
 /// @threads while no kernel runs on any other thread.
 QEL_API bool setSimdTarget(std::string_view name);
 

@@ -1,4 +1,4 @@
-// Carries the name of a kernel file, so that it is compiled for the same targets as they are.
+// Named like a kernel file, so that it is compiled for the same targets.
 #include <qel/foundation/base/simd_target_p.h>
 
 #include <qel/foundation/base/simd_dispatch_p.h>
@@ -17,7 +17,7 @@ struct Target {
     bool isBuilt;
 };
 
-/// In the order of SimdTable.
+/// Targets in the order of SimdTable.
 constexpr std::array<Target, kSimdTargetCount> kTargets{{
     {"AVX3_DL", VectorLevel::AVX512Extended, (HWY_TARGETS & HWY_AVX3_DL) != 0},
     {"AVX3", VectorLevel::AVX512, (HWY_TARGETS & HWY_AVX3) != 0},
@@ -33,7 +33,7 @@ bool isUsable(const Target& target) {
     return target.isBuilt && platform::hasVectorLevel(target.level);
 }
 
-/// The first usable target with the name @p name, or of any name when it is empty.
+/// Returns the first usable target with the name @p name, or of any name if it is empty.
 size_t findTarget(std::string_view name) {
     size_t i = 0;
     while (i < kTargets.size() && !((name.empty() || name == kTargets[i].name) && isUsable(kTargets[i]))) ++i;

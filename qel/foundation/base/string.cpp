@@ -13,7 +13,7 @@ namespace {
 constexpr std::size_t kMaxValidatedBytes = 512;
 constexpr std::size_t kDumpBytesPerLine = 16;
 
-/// A single piece behind the last separator is a piece too, even if it is empty.
+/// The text after the last separator is a piece too, even if it is empty.
 void splitInto(Vector<String>& pieces, std::string_view text, std::string_view separator) {
     pieces.clear();
     if (text.empty()) return;
@@ -33,8 +33,8 @@ String trimmed(std::string_view text, const char* characters) {
     return String(text.substr(begin, text.find_last_not_of(characters) - begin + 1));
 }
 
-/// ".+@.+\..+", where "." is any character but a line feed or a carriage return. The first "@" that has
-/// something before it and the last "." that has something behind it leave the most room in between.
+/// Matches ".+@.+\..+", where "." is any character except a line feed or a carriage return. It is enough to
+/// test the first "@" with a character before it and the last "." with a character after it.
 bool isMailAddress(std::string_view text) {
     if (text.size() < 2 || text.find_first_of("\r\n") != std::string_view::npos) return false;
     const std::size_t at = text.find('@', 1);

@@ -8,7 +8,7 @@ namespace {
 
 constexpr int kHoldsRightToLeft = 2;
 constexpr int kBeginsRightToLeft = 1;
-constexpr uint32 kFirstRightToLeft = 0x590; // no code point below is or makes text right-to-left
+constexpr uint32 kFirstRightToLeft = 0x590; // lower code points are not right-to-left and do not make text so
 
 } // namespace
 

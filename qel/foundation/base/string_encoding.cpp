@@ -28,13 +28,13 @@ String encode64(Encode64 encode, const uint8* bytes, size_t size, bool padding) 
     return text;
 }
 
-/// Length without trailing "=".
+/// Returns the length without trailing "=".
 size_t getDigitCount(const String& text) {
     const size_t last = text.find_last_not_of('=');
     return last == String::npos ? 0 : last + 1;
 }
 
-/// Number of whole bytes in @p digits of base 64, safe from overflow.
+/// Returns the number of whole bytes in @p digits of base 64, without overflow.
 size_t getBase64DecodedSize(size_t digits) {
     return digits / 4 * 3 + digits % 4 * 3 / 4;
 }
@@ -49,7 +49,7 @@ String decode64(Decode64 decode, const String& text) {
     return decode64ToBuffer(decode, text, bytesOf(bytes.data()), bytes.size()) ? bytes : String();
 }
 
-/// The checksum in front of self-checking text: the low 24 bits.
+/// Returns the checksum at the beginning of self-checking text, which has 24 bits.
 String encodeCrc(const uint8* bytes, size_t size) {
     const uint32 crc = util::crc32c(0xFFFFFFFF, bytes, size);
     const uint8 low[] = {static_cast<uint8>(crc), static_cast<uint8>(crc >> 8),
@@ -144,7 +144,7 @@ String String::decodeBase64crc() const {
 
 bool String::decodeBase64crcToBuffer(uint8* bytes, size_t size) const {
     if (this->size() < kCrcDigits || size != getBase64DecodedSize(this->size() - kCrcDigits)) return false;
-    // Padding has no place here, and bits that no byte needs must be 0: every changed character is told.
+    // Padding is refused and unused bits must be 0, so that every changed character is detected.
     if (contains('=')) return false;
     const uint8* digits = bytesOf(data()) + kCrcDigits;
     if (!util::decodeBase64url(bytes, digits, this->size() - kCrcDigits)) return false;
@@ -172,7 +172,7 @@ String String::decodeUrlBase16() const {
     for (size_t i = 0; i < size(); ++i) {
         char c = (*this)[i];
         if (c == '%') {
-            // A pair that is broken, or not there any more, gives a zero byte.
+            // A broken or missing pair becomes a zero byte.
             uint8 byte = 0;
             if (size() - i > 2) util::decodeBase16(&byte, bytesOf(data()) + i + 1, 2);
             c = static_cast<char>(byte);

@@ -21,7 +21,7 @@ bool isUnreservedInUrl(char c) {
            std::string_view("-_.~").find(c) != std::string_view::npos;
 }
 
-/// One character or its replacement; null keeps the character.
+/// A character and its replacement; null keeps the character.
 template <typename ReplacementOf>
 String replaceCharacters(const String& text, ReplacementOf replacementOf) {
     String out;
@@ -80,8 +80,8 @@ String String::utf8_escape_php() const {
 }
 
 String String::utf8_escape_filepath() const {
-    // A tab, a newline, a return, and what file names of one system or another can't hold. The rest goes
-    // through the lenient reading, which leaves valid UTF-8.
+    // Tab, newline, return, and the characters that file names of some system can't hold. The rest is read
+    // leniently, which produces valid UTF-8.
     constexpr std::string_view kForbidden = "\t\n\r\"*/:<>?\\|";
     return replaceCharacters(utf8_fix(), [kForbidden](char c) -> const char* {
         return kForbidden.find(c) != std::string_view::npos ? "_" : nullptr;

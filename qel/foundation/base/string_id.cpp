@@ -11,7 +11,7 @@ void StringId::assign(const char* text) {
 void StringId::assign(const char* text, std::size_t length) {
     StringId interned;
     if (text && length != 0) interned.m_element = internal::g_stringPool.allocate(text, length);
-    interned.swap(*this); // the old text goes last: it may be what the new one was made from
+    interned.swap(*this); // the old text is released last: the argument may point into it
 }
 
 } // namespace qel

@@ -18,8 +18,7 @@ namespace qel {
 namespace {
 
 constexpr std::size_t kFirstCapacity = 16;
-constexpr std::size_t kHashClasses =
-    0x10000; // texts are told apart by this much of the hash in the statistics
+constexpr std::size_t kHashClasses = 0x10000; // the statistics distinguish texts by this part of the hash
 
 template <typename Word>
 uint64 loadWord(const char* text) {
@@ -28,12 +27,12 @@ uint64 loadWord(const char* text) {
     return word;
 }
 
-/// A multiplication carries every bit upwards, the rotation back down.
+/// The multiplication spreads every bit upwards, the rotation moves them back down.
 uint64 mix(uint64 key, uint64 word) {
     return std::rotr((key ^ word) * 0x9E3779B97F4A7C15, 29);
 }
 
-/// Takes eight bytes at a time; the last ones of a text may overlap those before.
+/// Reads eight bytes at a time; the last eight may overlap those before.
 uint64 keyOf(const char* text, std::size_t length) {
     uint64 key = length;
     if (length < 4) {
@@ -46,7 +45,7 @@ uint64 keyOf(const char* text, std::size_t length) {
     return mix(mix(key, loadWord<uint64>(text + length - 8)), 0);
 }
 
-/// The top bits of a key choose the shard, the low ones the slot.
+/// The top bits of a key select the shard, the low bits the slot.
 std::size_t firstSlotOf(uint64 key, std::size_t capacity) {
     return static_cast<std::size_t>(key) & (capacity - 1);
 }
@@ -65,8 +64,8 @@ void destroyElement(StringElement* element) {
     ::operator delete(element);
 }
 
-/// Adds a reference unless the last one has gone: then its thread is on the way to release() and will free
-/// the element, and the text needs a new one. Under the shard's lock nobody sees the count in between.
+/// Adds a reference unless the count is 0: then another thread is about to call release() and will free the
+/// element, and the text needs a new one. Under the shard's lock nobody sees the count in between.
 bool tryAddReference(StringElement* element) {
     if (element->referenceCount.fetch_add(1, std::memory_order_relaxed) != 0) return true;
     element->referenceCount.store(0, std::memory_order_relaxed);
@@ -82,7 +81,7 @@ struct PoolFigures {
 
     void add(const StringElement& element) {
         const uint64 count = element.referenceCount.load(std::memory_order_relaxed);
-        if (count == 0) return; // on its way out
+        if (count == 0) return; // about to be freed
         hashes.set(element.hash % kHashClasses);
         ++strings;
         references += count;
@@ -133,7 +132,7 @@ void StringPool::Shard::eraseLocked(const StringElement* element, uint64 key) {
     const std::size_t mask = capacity - 1;
     std::size_t hole = firstSlotOf(key, capacity);
     while (slots[hole].element != element) hole = (hole + 1) & mask;
-    // Entries behind the hole move up into it, unless that would put them before their first slot.
+    // Later entries move into the hole, unless that would place them before their first slot.
     for (std::size_t i = (hole + 1) & mask; slots[i].element; i = (i + 1) & mask) {
         const std::size_t distance = (i - firstSlotOf(slots[i].key, capacity)) & mask;
         if (distance < ((i - hole) & mask)) continue;
@@ -208,7 +207,7 @@ unsigned StringPool::getNumberOfStrings() const {
     return static_cast<unsigned>(count);
 }
 
-// A lock for each shard of a loop is more than the analysis can follow.
+// The analysis cannot follow a loop that locks every shard.
 void StringPool::printStats() const QEL_NO_THREAD_ANALYSIS {
     PoolFigures figures;
     {
@@ -234,7 +233,8 @@ StringPool::Shard& StringPool::shardOf(uint64 key) {
 namespace internal {
 namespace {
 
-/// Keeps the pool from being destroyed: static StringIds of other modules may die after this one's statics.
+/// Prevents the destruction of the pool: static StringIds of other modules may outlive the statics of this
+/// one.
 union PoolStorage {
     constexpr PoolStorage() : pool() {}
     ~PoolStorage() {}

@@ -10,18 +10,18 @@
 namespace qel {
 namespace {
 
-/// The text that the walks see: up to the first NUL.
+/// Returns the text up to the first NUL, where all walks end.
 std::string_view walkedPart(std::string_view text) {
     return text.substr(0, text.find('\0'));
 }
 
-/// Steps over @p count code points, but not past the end.
+/// Advances by @p count code points, but not past the end.
 const char* skipCodePoints(const char* position, const char* end, std::size_t count) {
     for (; count != 0 && position != end; --count) internal::decodeUtf8Lenient(position, end);
     return position;
 }
 
-/// The text with @p map applied to each code point.
+/// Returns the text with @p map applied to each code point.
 template <typename Map>
 String mapCodePoints(std::string_view text, Map&& map) {
     String result;
@@ -46,7 +46,7 @@ void appendUnit(Vector<uint16>& units, uint32 codePoint) {
     units.push_back(static_cast<uint16>(0xDC00 | (codePoint & 0x3FF)));
 }
 
-/// Goes through a piece of stack, since a vector can't grow without being filled.
+/// Decodes through an array on the stack, since a vector can't grow without being filled.
 template <typename Unit>
 void appendRun(Vector<Unit>& units, const char* text, internal::Utf8Run run) {
     if (units.empty()) units.reserve(run.codePoints);

@@ -11,7 +11,7 @@ namespace qel {
 
 namespace {
 
-/// References that wait for their release.
+/// References that are waiting for their release.
 class PendingReleases {
 public:
     void add(Object* object) {
@@ -20,7 +20,7 @@ public:
         m_count.store(m_objects.size(), std::memory_order_relaxed);
     }
 
-    /// Releases all, last in, first out. Objects die outside the lock, so they may add to the list.
+    /// Releases all, last in, first out. Objects die outside the lock, so that they may add to the list.
     bool releaseAll() {
         bool released = false;
         while (Object* object = takeLast()) {
@@ -46,7 +46,7 @@ private:
     std::atomic<std::size_t> m_count{0};
 };
 
-// Never destroyed: objects may hand over references while statics end.
+// Never destroyed: objects may hand over references during the destruction of statics.
 PendingReleases& mainReleases() {
     static PendingReleases& instance = *new PendingReleases;
     return instance;

@@ -8,28 +8,28 @@
 
 namespace qel::util {
 
-/// What the two code page 1252 functions return where the page has nothing to give.
+/// Returned by the two code page 1252 functions where the page has no character.
 inline constexpr uint32 kNoCodePoint = 0xFFFFFFFF;
 
-/// The code point of byte @p byte of Windows code page 1252; kNoCodePoint for 0x81, 0x8D, 0x8F, 0x90, 0x9D
-/// and above 255. Source: unicode.org, Public/MAPPINGS/VENDORS/MICSFT/WINDOWS/CP1252.TXT.
+/// Returns the code point of byte @p byte of Windows code page 1252; kNoCodePoint for 0x81, 0x8D, 0x8F, 0x90,
+/// 0x9D and above 255. Source: unicode.org, Public/MAPPINGS/VENDORS/MICSFT/WINDOWS/CP1252.TXT.
 QEL_API uint32 unicode_from_cp1252(uint32 byte);
-/// The byte of code page 1252 for @p codePoint, or kNoCodePoint.
+/// Returns the byte of code page 1252 for @p codePoint, or kNoCodePoint.
 QEL_API uint32 cp1252_from_unicode(uint32 codePoint);
 
-/// The lower-case partner of @p codePoint, or itself. Partners are the pairs whose simple mappings in the
-/// Unicode Character Database lead to each other; so dotless i, sharp s and final sigma have none.
+/// Returns the lower-case partner of @p codePoint, or itself. Partners are the pairs whose simple mappings in
+/// the Unicode Character Database lead to each other; so dotless i, sharp s and final sigma have none.
 QEL_API uint32 unicode_tolower(uint32 codePoint);
-/// The upper-case partner of @p codePoint, or itself; see unicode_tolower().
+/// Returns the upper-case partner of @p codePoint, or itself; see unicode_tolower().
 QEL_API uint32 unicode_toupper(uint32 codePoint);
 
-/// Whether @p codePoint is a control, blank or otherwise unseen: up to 32, 127 to 160, and the soft hyphen
-/// (173). Negative values are not.
+/// Returns whether @p codePoint is a control character, a space or otherwise invisible: up to 32, 127 to 160,
+/// and the soft hyphen (173). Negative values are not.
 QEL_API bool unicode_is_special_character(int32 codePoint);
-/// Whether @p codePoint is below 256 or a character of Windows code page 1252.
+/// Returns whether @p codePoint is below 256 or a character of Windows code page 1252.
 QEL_API bool unicode_is_western_european(uint32 codePoint);
 
-/// Whether all of @p text is well-formed UTF-8 (RFC 3629). NUL is a character like any other.
+/// Returns whether all of @p text is well-formed UTF-8 (RFC 3629). NUL is a character like any other.
 QEL_API bool utf8_is_valid(std::string_view text);
 
 } // namespace qel::util

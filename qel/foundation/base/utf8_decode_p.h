@@ -8,12 +8,12 @@
 
 namespace qel::internal {
 
-/// Whether @p byte is 10xxxxxx.
+/// Returns whether @p byte is 10xxxxxx.
 inline bool isUtf8Continuation(char byte) {
     return (static_cast<uint8>(byte) & 0xC0) == 0x80;
 }
 
-/// The bytes of a sequence as its lead byte tells; 0 for a byte that is no lead.
+/// Returns the number of bytes of a sequence from its lead byte; 0 if the byte is not a lead byte.
 inline std::size_t utf8LengthOfLead(uint8 lead) {
     if (lead < 0x80) return 1;
     if (lead < 0xC0 || lead > 0xF7) return 0;
@@ -25,7 +25,7 @@ inline uint32 decodeUtf8Sequence(const char*& position, const char* end) {
     const auto byte = [position](std::size_t i) -> uint32 { return static_cast<uint8>(position[i]); };
     const auto bits = [byte](std::size_t i) {
         return byte(i) ^ 0x80;
-    }; // below 0x40 in a continuation byte alone
+    }; // below 0x40 only in a continuation byte
     const uint32 lead = byte(0);
     const std::size_t left = static_cast<std::size_t>(end - position);
     if (lead < 0xE0) {

@@ -1,4 +1,4 @@
-// Walking text fast: well-formed stretches in one piece, the rest by the lenient rule.
+// Walks text fast: well-formed stretches in one piece, the rest by the lenient rule.
 #pragma once
 
 #include <qel/foundation/base/types.h>
@@ -16,26 +16,28 @@ struct Utf8Run {
     std::size_t codePoints = 0;
 };
 
-/// What a NUL byte is to a scan.
+/// How a scan treats a NUL byte.
 enum class NulRule { End, Character };
 
-/// The well-formed stretch that @p text begins with. It ends before the first byte that does not decode (or,
-/// by NulRule::End, before the first NUL), or up to 64 bytes earlier, so an empty one says nothing.
+/// Returns the well-formed stretch at the beginning of @p text. It ends before the first byte that does not
+/// decode (with NulRule::End also before the first NUL), or up to 64 bytes earlier, so that an empty stretch
+/// does not mean that the first byte is broken.
 Utf8Run scanUtf8(const char* text, std::size_t size, NulRule nulRule);
-/// As scanUtf8(), by a plain loop that ends exactly at the first bad byte: what the others must agree with.
+/// As scanUtf8(), with a plain loop that ends exactly at the first bad byte; the reference for the others.
 Utf8Run scanUtf8Plain(const char* text, std::size_t size, NulRule nulRule);
-/// As scanUtf8(), by vectors. @param size  at least kUtf8Block.
+/// As scanUtf8(), with vector instructions. @param size  at least kUtf8Block.
 Utf8Run scanUtf8Vectors(const char* text, std::size_t size, NulRule nulRule);
 
-/// What the vector kernels take at a time; below it they are not worth their call.
+/// Bytes that the vector kernels process at a time; shorter texts are faster without them.
 inline constexpr std::size_t kUtf8Block = 64;
 
 /// Decodes well-formed text without NUL into @p output until the text or @p capacity is used up.
-/// @param text      moves on to where to continue, which may be behind the lead byte of what is already out.
+/// @param text      advances to where to continue, which may be after the lead byte of a code point that has
+///                  already been written.
 /// @param capacity  at least kUtf8Block.
 /// @return the number of units written.
 std::size_t decodeUtf8Run(const char*& text, const char* end, uint32* output, std::size_t capacity);
-/// As the form for code points, with surrogate pairs.
+/// As the form for code points, writing surrogate pairs.
 std::size_t decodeUtf8Run(const char*& text, const char* end, uint16* output, std::size_t capacity);
 
 /// Walks @p text leniently up to its end or first NUL, calling onRun(const char* begin, Utf8Run) for

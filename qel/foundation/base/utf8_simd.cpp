@@ -21,7 +21,7 @@ using ByteVector = hn::Vec<Bytes>;
 using SignedBytes = hn::RebindToSigned<Bytes>;
 
 constexpr std::size_t kLanes = HWY_LANES(uint8) < kUtf8Block ? HWY_LANES(uint8) : kUtf8Block;
-constexpr std::size_t kBefore = 3; // bytes that a check looks back
+constexpr std::size_t kBefore = 3; // bytes before a block that its check reads
 
 HWY_INLINE ByteVector loadBytes(const uint8* bytes) {
     return hn::LoadU(Bytes(), bytes);
@@ -31,15 +31,15 @@ HWY_INLINE auto asSigned(ByteVector bytes) {
     return hn::BitCast(SignedBytes(), bytes);
 }
 
-/// Whether all bytes are ASCII, and none is NUL where that ends the text.
+/// Returns whether all bytes are ASCII, and none is NUL if that ends the text.
 template <NulRule kNul>
 HWY_INLINE bool isPlain(ByteVector bytes) {
     const auto below = hn::Set(SignedBytes(), kNul == NulRule::End ? 0 : -1);
     return hn::AllTrue(SignedBytes(), hn::Gt(asSigned(bytes), below));
 }
 
-// What can be wrong with a byte and the one before it, one bit each. Three tables are indexed by the two
-// nibbles of the byte before and the upper nibble of the byte; a bit that all three have set is an error.
+// Errors in a byte and the one before it, one bit each. Three tables are indexed by the two nibbles of the
+// byte before and the upper nibble of the byte; a bit that is set in all three is an error.
 constexpr uint8 kTooShort = 1 << 0;     // lead, then no continuation
 constexpr uint8 kTooLong = 1 << 1;      // ASCII, then a continuation
 constexpr uint8 kOverlong3 = 1 << 2;    // E0, then below A0
@@ -106,7 +106,7 @@ HWY_INLINE ByteVector lookUp(const uint8* table, ByteVector index) {
     return hn::TableLookupBytes(hn::LoadDup128(Bytes(), table), index);
 }
 
-/// Not zero where the byte at @p position can't stand behind the three bytes before it.
+/// Returns a nonzero value for each byte that can't follow the three bytes before it.
 HWY_INLINE ByteVector findErrors(const uint8* position) {
     const Bytes d;
     const ByteVector bytes = loadBytes(position);
@@ -119,7 +119,7 @@ HWY_INLINE ByteVector findErrors(const uint8* position) {
     return hn::Xor(hn::And(hn::Or(third, fourth), hn::Set(d, 0x80)), pairs);
 }
 
-/// The bytes of a block that begin a code point.
+/// Returns the bytes of a block that begin a code point.
 HWY_INLINE std::size_t countLeads(const uint8* block) {
     std::size_t count = 0;
     for (std::size_t i = 0; i < kUtf8Block; i += kLanes) {
@@ -137,7 +137,7 @@ HWY_INLINE bool isPlainBlock(const uint8* block) {
     return plain;
 }
 
-/// Whether a block is well-formed; sequences may begin in the three bytes before it and end behind it.
+/// Returns whether a block is well-formed; sequences may begin in the three bytes before it and end after it.
 template <NulRule kNul>
 HWY_INLINE bool isGoodBlock(const uint8* block) {
     const Bytes d;
@@ -150,7 +150,7 @@ HWY_INLINE bool isGoodBlock(const uint8* block) {
     return hn::AllTrue(d, hn::Eq(errors, hn::Zero(d)));
 }
 
-/// Goes over four vectors at a time for as long as they are plain. @return where it stopped.
+/// Skips four vectors at a time while they are plain. @return the position after them.
 template <NulRule kNul>
 HWY_INLINE std::size_t skipPlain(const uint8* text, std::size_t position, std::size_t size) {
     for (; position + 4 * kLanes <= size; position += 4 * kLanes) {
@@ -164,20 +164,20 @@ HWY_INLINE std::size_t skipPlain(const uint8* text, std::size_t position, std::s
     return position;
 }
 
-/// The run that ends at @p position, less a sequence that is not complete there.
+/// Returns the run that ends at @p position, without a sequence that is not complete there.
 Utf8Run cutIncomplete(const uint8* text, std::size_t position, std::size_t codePoints) {
     for (std::size_t back = 1; back <= kBefore && back <= position; ++back) {
         const uint8 byte = text[position - back];
         if ((byte & 0xC0) == 0x80) continue;
         const std::size_t length = utf8LengthOfLead(byte);
         const bool complete =
-            length != 0 && length <= back; // 0: no lead at all, which shows with the next byte
+            length != 0 && length <= back; // 0: not a lead byte, which the next check reports
         return complete ? Utf8Run{position, codePoints} : Utf8Run{position - back, codePoints - 1};
     }
     return {position, codePoints};
 }
 
-/// The block of which only @p size bytes are text, behind the bytes before it and padded with ASCII.
+/// A block of which only @p size bytes are text, with the bytes before it and padded with ASCII.
 struct EdgeBlock {
     EdgeBlock(const uint8* text, std::size_t position, std::size_t size) {
         std::memset(m_bytes, 'x', sizeof(m_bytes));
@@ -234,7 +234,7 @@ HWY_INLINE WordVector loadAsWords(const uint8* bytes) {
     return hn::PromoteTo(Words(), hn::LoadU(WordBytes(), bytes));
 }
 
-/// A code point with six more bits from a continuation byte, after dropping what the lead byte's mark left.
+/// Appends six bits of a continuation byte to a code point, after clearing the mark of the lead byte.
 HWY_INLINE WordVector addContinuation(WordVector codePoint, int32 keep, WordVector continuation) {
     const Words d;
     const WordVector kept = hn::ShiftLeft<6>(hn::And(codePoint, hn::Set(d, keep)));
@@ -251,8 +251,8 @@ HWY_INLINE void storeWords(WordVector words, uint16* output) {
     hn::StoreU(hn::DemoteTo(d16, words), d16, output);
 }
 
-/// Decodes the sequences whose lead is among the first kWordLanes bytes; reads three bytes further.
-/// @return how many there are.
+/// Decodes the sequences whose lead byte is among the first kWordLanes bytes; reads three further bytes.
+/// @return the number of sequences.
 template <typename Unit>
 HWY_INLINE std::size_t decodeStep(const uint8* bytes, Unit* output) {
     const Words d;
@@ -272,7 +272,7 @@ HWY_INLINE bool fitsUnits(const uint8*, const uint32*) {
     return true;
 }
 
-/// A block fits units of 16 bits when it holds no lead of four bytes.
+/// A block fits units of 16 bits if it holds no lead byte of a sequence of four.
 HWY_INLINE bool fitsUnits(const uint8* block, const uint16*) {
     ByteVector most = hn::Zero(Bytes());
     for (std::size_t i = 0; i < kUtf8Block; i += kLanes) most = hn::Max(most, loadBytes(block + i));
@@ -294,13 +294,13 @@ std::size_t putUnits(uint32 codePoint, uint16* output) {
     return 2;
 }
 
-/// Decodes the sequences whose lead lies in [position, stop), which may reach up to @p end, one by one.
+/// Decodes the sequences whose lead byte lies in [position, stop) one by one; they may extend up to @p end.
 template <typename Unit>
 std::size_t decodePlainly(const char* position, const char* stop, const char* end, Unit* output) {
     std::size_t count = 0;
     while (position < stop) {
         if (isUtf8Continuation(*position)) {
-            ++position; // of a sequence that is out already
+            ++position; // belongs to a sequence that has been written
             continue;
         }
         count += putUnits(decodeUtf8Strict(position, end), output + count);
@@ -308,7 +308,7 @@ std::size_t decodePlainly(const char* position, const char* stop, const char* en
     return count;
 }
 
-/// Decodes a block, and reads three bytes further. @return the units written, at most kUtf8Block.
+/// Decodes a block; reads three further bytes. @return the units written, at most kUtf8Block.
 template <typename Unit>
 HWY_INLINE std::size_t decodeBlock(const uint8* block, Unit* output) {
     const bool plain = isPlainBlock<NulRule::Character>(block);

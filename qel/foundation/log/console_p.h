@@ -9,12 +9,12 @@
 
 namespace qel::logging {
 
-/// Seconds with three decimals in brackets and a blank, as "[  1.042] ", with "<" and ">" for customers'
-/// lines.
+/// Formats seconds with three decimals in brackets and a space, such as "[  1.042] ", with "<" and ">" for
+/// lines of the customer channel.
 class ConsoleTime {
 public:
     ConsoleTime(uint32 milliseconds, bool isForCustomers);
-    /// The text; lives as long as this object.
+    /// Returns the text; valid as long as this object.
     std::string_view text() const { return {m_text.data(), m_size}; }
 
 private:

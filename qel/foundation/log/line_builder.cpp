@@ -8,13 +8,13 @@ namespace qel::logging {
 
 namespace {
 
-/// A builder that had to grow beyond this isn't kept.
+/// Builders that grew beyond this are not kept.
 constexpr std::size_t kMaxKeptCapacity = 64 * 1024;
 
-/// Set when a thread's spare builders are gone, for lines from destructors that run even later.
+/// Set after a thread's spare builders have been destroyed, for lines from destructors that run later.
 thread_local bool t_isThreadEnding = false;
 
-/// The spare builders of a thread: as many as lines were ever built within each other.
+/// The spare builders of a thread: one for each level of nested lines that has occurred.
 struct Spares {
     std::vector<std::unique_ptr<LineBuilder>> builders;
     ~Spares() { t_isThreadEnding = true; }
@@ -77,7 +77,7 @@ std::streamsize LineBuilder::xsputn(const char* text, std::streamsize n) {
 void LineBuilder::restart(std::string_view prefix) {
     m_line.assign(prefix);
     m_prefixLength = prefix.size();
-    if (!m_isPlain) m_stream.reset(); // rare enough to begin with a new one
+    if (!m_isPlain) m_stream.reset(); // rare enough to create a new one
     m_isPlain = true;
 }
 

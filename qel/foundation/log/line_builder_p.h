@@ -1,4 +1,4 @@
-// LineBuilder: the memory in which a log line grows, kept for the thread's next line.
+// LineBuilder: the memory in which a log line is built, reused for the thread's next line.
 #pragma once
 
 #include <cstddef>
@@ -14,9 +14,9 @@ namespace qel::logging {
 /// standard stream costs several times the line itself, so each builder keeps its own.
 class LineBuilder : private std::streambuf {
 public:
-    /// A builder for a new line; the calling thread's spare one if there is.
+    /// Returns a builder for a new line; a spare one of the calling thread if possible.
     static LineBuilder* acquire(std::string_view prefix);
-    /// Gives a builder back, to the calling thread.
+    /// Returns a builder to the calling thread.
     static void release(LineBuilder* builder);
 
     /// Adds characters.
@@ -24,18 +24,18 @@ public:
     /// Adds one character.
     void append(char c) { m_line.push_back(c); }
 
-    /// The stream that adds to the line.
+    /// Returns the stream that adds to the line.
     std::ostream& stream();
-    /// Call after each use of stream(): looks whether manipulators have left their mark on it.
+    /// Checks whether manipulators have changed the stream; call it after each use of stream().
     void checkFormat();
-    /// True while values print as on a fresh stream.
+    /// Returns whether values print as on a fresh stream.
     bool isPlain() const { return m_isPlain; }
 
-    /// The text without the prefix.
+    /// Returns the text without the prefix.
     std::string_view text() const { return std::string_view(m_line).substr(m_prefixLength); }
-    /// Cuts whitespace at the end of the text; a text of nothing else stays.
+    /// Cuts whitespace at the end of the text, unless it consists of nothing else.
     void cutTrailingWhitespace();
-    /// Prefix and text, with a terminating zero.
+    /// Returns prefix and text, with a terminating zero.
     const std::string& line() const { return m_line; }
 
 private:

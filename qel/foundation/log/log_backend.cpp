@@ -1,4 +1,4 @@
-// The backend and the delivery of lines: what the logging mutex guards.
+// The backend and the delivery of lines, which the logging mutex guards.
 #include <qel/foundation/log/log_backend.h>
 
 #include <qel/foundation/base/mutex.h>
@@ -35,7 +35,7 @@ uint32 readMilliseconds() {
     return static_cast<uint32>(Clock::current().steadyNanoseconds() / 1'000'000);
 }
 
-/// The lines of a channel that wait for the database log.
+/// The lines of a channel that are waiting for the database log.
 class MessageQueue {
 public:
     void limit(size_t lines, size_t bytes) {
@@ -78,7 +78,7 @@ private:
     uint64 m_dropped = 0;
 };
 
-/// What the backend holds.
+/// The state of the backend.
 struct Backend {
     Signal<void(int, const char*)> signalNewLogMessage;
     Signal<void(const char*)> signalNewSupportMessage;
@@ -129,13 +129,13 @@ struct Backend {
     }
 };
 
-/// Held while a line is delivered; taken before System::getStdOutMutex().
+/// Held while a line is delivered; locked before System::getStdOutMutex().
 constinit Mutex g_loggingMutex;
-/// Never destroyed but by unregisterBackend(): threads may log while the process ends.
+/// Only destroyed by unregisterBackend(), since threads may log while the process ends.
 Backend* g_backend QEL_GUARDED_BY(g_loggingMutex) = nullptr;
-/// Whether there is a backend, for a look without the mutex.
+/// Whether a backend exists; readable without the mutex.
 std::atomic<bool> g_hasBackend = false;
-/// Set while this thread delivers: what its listeners log would wait for itself.
+/// Set while this thread delivers a line: its listeners would deadlock if they logged.
 thread_local bool t_isDelivering = false;
 
 struct DeliveringScope {
@@ -164,7 +164,7 @@ bool isDeliverable(int level) {
 
 void deliverLine(int level, int channels, const LineBuilder& line) {
     if (t_isDelivering) return;
-    platform::rememberLogLine(line.line()); // ahead of the listeners: a crash of theirs shows the line too
+    platform::rememberLogLine(line.line()); // first, so that a crash in a listener shows the line too
     const bool isShown = isShownOnConsole(level, line.text());
     const MutexLock lock(g_loggingMutex);
     const DeliveringScope delivering;
@@ -190,7 +190,7 @@ void LogBackend::limitMessages(size_t lines, size_t bytes) {
 }
 
 void LogBackend::unregisterBackend() {
-    std::unique_ptr<Backend> ended; // dies without the mutex: what listeners own may log when it ends
+    std::unique_ptr<Backend> ended; // destroyed without the mutex: objects that listeners own may log
     const MutexLock lock(g_loggingMutex);
     ended.reset(std::exchange(g_backend, nullptr));
     g_hasBackend = false;

@@ -16,28 +16,28 @@ class LogDB;
 
 /// A line kept for the database log.
 struct LogMessage {
-    /// An empty line.
+    /// Creates an empty line.
     LogMessage() = default;
-    /// A line with its stamp.
+    /// Creates a line with its stamp.
     LogMessage(int64 stamp, String line) : time(stamp), text(std::move(line)) {}
 
     /// UTC stamp of the line: 100 ns since 1601-01-01.
     int64 time = 0;
-    /// The line's text behind its prefix.
+    /// The prefix and text of the line.
     String text;
 };
 
-/// The one receiver of all log lines: it tells listeners of each, keeps them for the database log when asked
-/// to, and collects those tagged "[SUPPORT]" into batches for the support.
+/// The receiver of all log lines: it notifies listeners of each, keeps them for the database log if asked to,
+/// and collects those tagged "[SUPPORT]" into batches for the support.
 ///
-/// While no backend is registered, lines reach the console alone, and there without a time.
+/// While no backend is registered, lines only reach the console, without a time.
 ///
 /// Listeners run on the thread that logs, under the logging mutex: connect them before other threads log, be
 /// fast, and neither log (such a line is dropped) nor call the functions here (which take the mutex).
 class QEL_API LogBackend {
 public:
-    /// Creates the backend when there is none. Console times count from then on.
-    /// @param keepMessages  keep the lines for the database log; they pile up until they are taken.
+    /// Creates the backend if it does not exist. Console times count from then on.
+    /// @param keepMessages  whether to keep the lines for the database log until they are taken.
     /// @threads any thread, as all functions here.
     static void registerBackend(bool keepMessages);
     /// Bounds what is kept of each channel until it is taken; without this call there is no bound. Lines
@@ -48,18 +48,19 @@ public:
     /// Destroys the backend with its listeners and the lines it kept.
     static void unregisterBackend();
 
-    /// Emitted with level and text of each line. Asking registers a backend when there is none.
+    /// Returns the signal that is emitted with level and text of each line. Registers a backend if none
+    /// exists.
     static Signal<void(int, const char*)>& getSignalNewLogMessage();
-    /// Emitted with each batch of support lines; lines are only collected while it has a listener. Asking
-    /// registers a backend when there is none.
+    /// Returns the signal that is emitted with each batch of support lines, which are only collected while it
+    /// has a listener. Registers a backend if none exists.
     static Signal<void(const char*)>& getSignalNewSupportMessage();
 
-    /// Sends the collected support lines if it is time to: when they are more than 262,144 bytes, when the
-    /// oldest is more than 30 minutes old, or when none came for 3 minutes and the last batch went out more
-    /// than an hour ago (or never). Called regularly by the host, from a thread of its choice.
+    /// Sends the collected support lines if they are due: if they exceed 262,144 bytes, if the oldest is more
+    /// than 30 minutes old, or if none arrived for 3 minutes and the last batch was sent more than an hour
+    /// ago (or never). The host calls it regularly, from a thread of its choice.
     static void processSupportMessages();
 
-    /// Removes the oldest kept line of a channel; nothing when there is none.
+    /// Removes and returns the oldest kept line of a channel, or nothing if there is none.
     /// @param channelIndex  0 for the customers' log, 1 for the technical log.
     static std::optional<LogMessage> takeMessage(unsigned channelIndex);
     /// Moves up to 512 kept lines of a channel, the oldest first, to @p logDB, in one transaction of its

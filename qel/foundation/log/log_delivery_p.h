@@ -1,14 +1,14 @@
-// The way of a finished line to the console and the backend.
+// Delivers finished lines to the console and the backend.
 #pragma once
 
 #include <qel/foundation/log/line_builder_p.h>
 
 namespace qel::logging {
 
-/// True when a line of this kind can reach the console or a backend at all.
+/// Returns whether a line of this kind can reach the console or a backend at all.
 bool isDeliverable(int level);
 
-/// Brings a finished line to the console and the backend. @threads any thread; takes the logging mutex.
+/// Delivers a finished line to the console and the backend. @threads any thread; takes the logging mutex.
 void deliverLine(int level, int channels, const LineBuilder& line);
 
 } // namespace qel::logging

@@ -102,7 +102,7 @@ LogOStream::LogOStream(int level) : std::ostream(static_cast<std::streambuf*>(th
 LogOStream::~LogOStream() = default;
 
 int LogOStream::overflow(int c) {
-    using Traits = std::char_traits<char>; // both base classes have the name
+    using Traits = std::char_traits<char>; // both base classes declare the name
     if (Traits::eq_int_type(c, Traits::eof())) return Traits::not_eof(c);
     if (Traits::to_char_type(c) == '\n') {
         MessageStream(m_level, 2) << m_lineBuffer;

@@ -21,7 +21,7 @@ Bytes makeBytes(size_t n) {
 }
 
 struct Form {
-    /// What is written, and behind it what is read as well.
+    /// The digits that are written, followed by others that are also read.
     const char* digits;
     unsigned bitsPerDigit;
     void (*encode)(uint8* out, const uint8* in, size_t n);
@@ -37,7 +37,7 @@ const Form kForms[] = {
      [](uint8* out, const uint8* in, size_t n) { util::encodeBase64url(out, in, n, false); },
      util::decodeBase64url}};
 
-/// RFC 4648 read aloud, a bit at a time.
+/// Encodes by the text of RFC 4648, a bit at a time.
 Bytes encodeByBits(const Bytes& bytes, const Form& form) {
     Bytes text;
     for (size_t bit = 0; bit < bytes.size() * 8; bit += form.bitsPerDigit) {
@@ -61,8 +61,8 @@ protected:
 INSTANTIATE_TEST_SUITE_P(Targets, BaseEncoding, testing::ValuesIn(internal::simdTargets()),
                          [](const auto& parameter) { return parameter.param; });
 
-// The vectors are as long as their content, for the address sanitizer to see who writes too much.
-TEST_P(BaseEncoding, EachFormEqualsTheOracleAtAllLengthsAndStaysInItsMemory) {
+// The vectors have no spare room, so that the address sanitizer finds every write past the end.
+TEST_P(BaseEncoding, EachFormEqualsTheReferenceAtAllLengths) {
     for (const Form& form : kForms) {
         for (size_t n = 0; n <= kLongest; ++n) {
             const Bytes bytes = makeBytes(n);
@@ -76,7 +76,7 @@ TEST_P(BaseEncoding, EachFormEqualsTheOracleAtAllLengthsAndStaysInItsMemory) {
     }
 }
 
-TEST_P(BaseEncoding, ALongPaddingDoesNotMakeTheDecoderWriteMore) {
+TEST_P(BaseEncoding, LongPaddingDoesNotMakeTheDecoderWriteMore) {
     for (size_t digits = 0; digits <= kLongest; digits += 4) {
         Bytes text(digits, 'A'), decoded(digits / 4 * 3);
         text.resize(digits + kLongest, '=');
@@ -84,7 +84,7 @@ TEST_P(BaseEncoding, ALongPaddingDoesNotMakeTheDecoderWriteMore) {
     }
 }
 
-TEST_P(BaseEncoding, EveryCharacterOutsideTheAlphabetFailsAtEveryPosition) {
+TEST_P(BaseEncoding, CharactersOutsideTheAlphabetFailEverywhere) {
     for (const Form& form : kForms) {
         const Bytes good = encodeByBits(makeBytes(96), form);
         for (int c = 0; c < 256; ++c) {
@@ -99,7 +99,7 @@ TEST_P(BaseEncoding, EveryCharacterOutsideTheAlphabetFailsAtEveryPosition) {
     }
 }
 
-TEST(StringBase16, TakesWholePairsOfDigitsAndEndsAtAZeroUnlessItGoesToABuffer) {
+TEST(StringBase16, TakesPairsOfDigitsAndEndsAtAZero) {
     uint8 bytes[4] = {};
     EXPECT_FALSE(util::decodeBase16(bytes, bytes, static_cast<size_t>(-2)));
     for (const char* broken : {"4", "4g", "6aB"}) EXPECT_EQ(String(broken).decodeBase16(), "") << broken;
@@ -107,8 +107,9 @@ TEST(StringBase16, TakesWholePairsOfDigitsAndEndsAtAZeroUnlessItGoesToABuffer) {
     for (const int size : {3, 4}) EXPECT_EQ(String("6a4B0042").decodeBase16toBuffer(bytes, size), size == 4);
 }
 
-TEST(StringBase64, PaddingMayBeMissingButNothingMayFollowItAndABufferFitsExactly) {
-    EXPECT_EQ(String("A").encodeBase64WithPadding() + String("AB").encodeBase64WithPadding(), "QQ==QUI=");
+TEST(StringBase64, PaddingIsOptionalAndEndsTheText) {
+    EXPECT_EQ(String("A").encodeBase64WithPadding(), "QQ==");
+    EXPECT_EQ(String("AB").encodeBase64WithPadding(), "QUI=");
     for (const char* text : {"QUI=", "QUI"}) EXPECT_EQ(String(text).decodeBase64(), "AB");
     for (const char* bad : {"=", "QQ=A"}) EXPECT_EQ(String(bad).decodeBase64(), "");
     uint8 bytes[4];
@@ -116,9 +117,12 @@ TEST(StringBase64, PaddingMayBeMissingButNothingMayFollowItAndABufferFitsExactly
     EXPECT_EQ(String::encodeBase64fromBuffer(nullptr, 0, true), "");
 }
 
-TEST(StringBase64crc, HoldsTheLowBytesOfTheChecksumBeforeTheDataAndFindsAnyChange) {
+TEST(StringBase64crc, BeginsWithTheLowBytesOfTheChecksum) {
     // The complement of 0xE3069283, the published check value of these nine characters, is 0x1CF96D7C.
     EXPECT_EQ(String("123456789").encodeBase64crc(), "fG35" + String("123456789").encodeBase64url());
+}
+
+TEST(StringBase64crc, DetectsEveryChangedCharacter) {
     const String text = String("12").encodeBase64crc();
     EXPECT_EQ(text.decodeBase64crc(), "12");
     for (size_t i = 0; i < text.size(); ++i) {
@@ -129,13 +133,13 @@ TEST(StringBase64crc, HoldsTheLowBytesOfTheChecksumBeforeTheDataAndFindsAnyChang
     for (const char* more : {"==", "A", "!"}) EXPECT_EQ((text + more).decodeBase64crc(), "") << more;
 }
 
-TEST(StringPercentForm, EndsAtAZeroAndReadsABrokenOrMissingPairAsOne) {
+TEST(StringPercentForm, ReadsABrokenOrMissingPairAsAZero) {
     EXPECT_EQ(String("a \xFF\0b", 5).encodeUrlBase16(), "%61%20%FF");
     EXPECT_EQ(String("x%61%zzy").decodeUrlBase16(), String("xa\0y", 4));
     for (const char* cut : {"x%6", "x%"}) EXPECT_EQ(String(cut).decodeUrlBase16(), String("x\0", 2));
 }
 
-TEST(StringEscapes, KeepWhatTheirReadersExpect) {
+TEST(StringEscapes, ProduceWhatTheirReadersExpect) {
     EXPECT_EQ(String("<a&b>\"").utf8_escape_html(), "&lta&ampb&gt&quot");
     EXPECT_EQ(String("aZ09-_.~ /\xC3\xA4").utf8_escape_url(), "aZ09-_.~%20%2F%C3%A4");
     EXPECT_EQ(String("it's \\n").utf8_escape_php(), "it\\'s \\\\n");

@@ -20,7 +20,7 @@ uint32 crcByBits(uint32 state, const std::vector<uint8>& bytes) {
 
 } // namespace
 
-TEST(Crc32c, EqualsTheDefinitionAtAllLengthsAndOffsetsAndInSteps) {
+TEST(Crc32c, EqualsTheDefinitionAtAllLengthsAndOffsets) {
     std::vector<uint8> bytes(700);
     for (size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<uint8>(i * 167 + 13);
     for (size_t n = 0; n < 640; n = n < 130 ? n + 1 : n + 51) {

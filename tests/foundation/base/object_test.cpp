@@ -18,7 +18,7 @@ namespace {
 
 using Names = std::vector<std::string>;
 
-/// Notes its death in a list.
+/// Records its death in a list.
 template <typename Base>
 class MortalOf : public Base {
     QEL_CLASS(MortalOf, Base)
@@ -52,7 +52,7 @@ std::string namesOf(const ClassChain& chain) {
     return names;
 }
 
-TEST_F(ObjectTest, AClassChainReadsFromObjectDownAndEndsInNullsOrWhenItIsFull) {
+TEST_F(ObjectTest, ClassChainsReadFromObjectDownAndStopWhenFull) {
     const OnStack object(deaths, "a");
     const std::string expected = "ObjectUnmanagedObjectMortalOf.............";
     EXPECT_EQ(namesOf(static_cast<const Object&>(object).getDynamicClassChain()), expected);
@@ -61,7 +61,7 @@ TEST_F(ObjectTest, AClassChainReadsFromObjectDownAndEndsInNullsOrWhenItIsFull) {
     for (const int count : {15, 16}) EXPECT_EQ(internal::appendClassName(full, count, "more"), 16);
 }
 
-TEST_F(ObjectTest, TheReleaseOfExactlyTheLastReferenceDeletesOnWhateverThread) {
+TEST_F(ObjectTest, TheLastReleaseDeletesOnAnyThread) {
     auto* object = new Mortal(deaths, "a");
     SmartPointer<Object> pointer(object);
     pointer = SmartPointer<Object>(object); // to itself
@@ -75,19 +75,19 @@ TEST_F(ObjectTest, TheReleaseOfExactlyTheLastReferenceDeletesOnWhateverThread) {
     EXPECT_EQ(deaths.size(), 1u);
 }
 
-TEST_F(ObjectTest, CopiesAndAssignmentsLeaveTheCountsAlone) {
+TEST_F(ObjectTest, CopiesAndAssignmentsKeepTheCounts) {
     const SmartPointer<Object> held(new Object);
     Object copy(*held);
     copy = *held;
     EXPECT_EQ(copy.getReferenceCount(), 0);
     OnStack original(deaths, "b");
     SmartPointer<OnStack>(&original).reset();
-    EXPECT_TRUE(deaths.empty()) << "not a pointer's to delete, as its copy on the heap is";
+    EXPECT_TRUE(deaths.empty()) << "a pointer must not delete it, unlike its copy on the heap";
     SmartPointer<OnStack>(new OnStack(original)).reset();
     EXPECT_EQ(deaths, Names{"b"});
 }
 
-TEST_F(ObjectTest, TimedReferencesEndLastInFirstOutWithWhatDyingObjectsAdd) {
+TEST_F(ObjectTest, TimedReferencesAreReleasedLastInFirstOut) {
     auto* added = new Mortal(deaths, "added");
     auto* first = new Mortal(deaths, "first");
     auto* second = new Mortal(deaths, "second");
@@ -100,7 +100,7 @@ TEST_F(ObjectTest, TimedReferencesEndLastInFirstOutWithWhatDyingObjectsAdd) {
     EXPECT_EQ(deaths, (Names{"second", "added", "first"}));
 }
 
-TEST_F(ObjectTest, ASingletonIsHeldUntilItIsReplacedErasedOrDiscarded) {
+TEST_F(ObjectTest, SingletonsAreHeldUntilReplacedErasedOrDiscarded) {
     for (Mortal* next : {new Mortal(deaths, "a"), static_cast<Mortal*>(nullptr), new Mortal(deaths, "b")}) {
         EXPECT_EQ(Object::setSingleton("test", next), next);
         EXPECT_EQ(Object::getSingletonObject("test"), next);
@@ -110,7 +110,7 @@ TEST_F(ObjectTest, ASingletonIsHeldUntilItIsReplacedErasedOrDiscarded) {
     EXPECT_EQ(deaths, (Names{"a", "b"}));
 }
 
-/// Notes who was cleared, and drops another pointer on top of it.
+/// Records which pointers were cleared, and drops another pointer on each call.
 class Listener : public PointerOwner {
 public:
     void onWeakPointerCleared(void* ownerData) override {
@@ -122,7 +122,7 @@ public:
     std::optional<WeakPointer<Object>>* dropped = nullptr;
 };
 
-TEST(WeakPointerTest, BecomesNullWhenTheTargetDiesAndNotWhenItsCopyDoes) {
+TEST(WeakPointerTest, BecomesNullOnlyWhenItsTargetDies) {
     auto target = std::make_unique<Object>();
     auto copy = std::make_unique<Object>(*target);
     const WeakPointer<Object> pointer(target.get()), samePointer(pointer);
@@ -134,7 +134,7 @@ TEST(WeakPointerTest, BecomesNullWhenTheTargetDiesAndNotWhenItsCopyDoes) {
     for (const auto& each : {pointer, samePointer, switched}) EXPECT_FALSE(each);
 }
 
-TEST(WeakPointerTest, OwnersAreToldLastRegisteredFirstAndMayTouchOtherPointers) {
+TEST(WeakPointerTest, OwnersAreNotifiedLastRegisteredFirst) {
     Listener listener;
     int data[] = {0, 1, 2};
     auto target = std::make_unique<Object>();
@@ -142,10 +142,10 @@ TEST(WeakPointerTest, OwnersAreToldLastRegisteredFirstAndMayTouchOtherPointers) 
     for (int& index : data) pointers[index].emplace(target.get()).setOwner(&listener, &index);
     listener.dropped = &pointers[1];
     target.reset();
-    EXPECT_EQ(listener.cleared, (std::vector<int>{2, 0})) << "the second one is gone by its turn";
+    EXPECT_EQ(listener.cleared, (std::vector<int>{2, 0})) << "the first call dropped the pointer in between";
 }
 
-TEST(WeakPointerTest, ClearingAheadOfDestructionReachesAllAndNewOnesCanFollow) {
+TEST(WeakPointerTest, PointersCanBeClearedBeforeDestruction) {
     const SmartPointer<Object> target(new Object);
     const WeakPointer<Object> early(target.get());
     target->removeWeakPointers();
@@ -154,7 +154,7 @@ TEST(WeakPointerTest, ClearingAheadOfDestructionReachesAllAndNewOnesCanFollow) {
     EXPECT_FALSE(early);
 }
 
-TEST(WeakPointerTest, ThreadsMayTakeTheFirstPointersAtOnceAndDropThemWhileTheTargetDies) {
+TEST(WeakPointerTest, ThreadsMayRegisterAndDropPointersAtOnce) {
     for (int round = 0; round < 50; ++round) {
         auto target = std::make_unique<Object>();
         WeakPointer<Object> pointers[3];

@@ -6,7 +6,9 @@
 
 using qel::Rect;
 
-TEST(Rect, IsEmptyUnlessTheFarEdgesLieBeyondTheNearOnes) {
+TEST(Rect, IsEmptyUnlessBothSidesArePositive) {
     EXPECT_FALSE(Rect(0, 0, 1, 1).isEmpty());
-    EXPECT_TRUE(Rect(1, 0, 1, 5).isEmpty() && Rect(0, 2, 5, 1).isEmpty() && Rect(0, 0, NAN, 1).isEmpty());
+    EXPECT_TRUE(Rect(1, 0, 1, 5).isEmpty());
+    EXPECT_TRUE(Rect(0, 2, 5, 1).isEmpty());
+    EXPECT_TRUE(Rect(0, 0, NAN, 1).isEmpty());
 }

@@ -28,7 +28,7 @@ protected:
         LogBackend::getSignalNewSupportMessage().connect(
             [this](const char* batch) { m_batches.emplace_back(batch); });
     }
-    /// Logs @p text for the support, lets time pass and returns how many batches have gone out by then.
+    /// Logs @p text for the support and advances the clock. @return the number of batches sent so far.
     size_t batchesAfter(const std::string& text, int64 ms) {
         if (!text.empty()) MessageStream(1, 2) << "[SUPPORT] " << text;
         m_clock.advanceMs(ms);
@@ -40,7 +40,7 @@ protected:
     Texts m_batches;
 };
 
-/// Lets lines go to standard output and takes them there.
+/// Lets lines reach standard output and captures them there.
 class Console : public Backend {
 protected:
     void SetUp() override {
@@ -54,7 +54,7 @@ protected:
         Backend::TearDown();
     }
 
-    /// What must have been written at the end.
+    /// The expected output at the end of the test.
     std::string m_expected;
     logging::ConsoleWriter m_writer = nullptr;
 };
@@ -67,7 +67,7 @@ Texts takeAll(unsigned channelIndex) {
 
 } // namespace
 
-TEST_F(Backend, KeepsLinesOfEachChannelInOrderWithTheirStampWhenTold) {
+TEST_F(Backend, KeepsLinesOfEachChannelInOrder) {
     LogBackend::registerBackend(false);
     MessageStream(1, 3) << "lost";
     LogBackend::registerBackend(true);
@@ -81,18 +81,18 @@ TEST_F(Backend, KeepsLinesOfEachChannelInOrderWithTheirStampWhenTold) {
     EXPECT_EQ(takeAll(0), Texts{"1"});
     EXPECT_FALSE(LogBackend::takeMessage(2));
     EXPECT_EQ(takeAll(1), (Texts{"[VERBOSE] both", "2"}));
-    MessageStream(1, 3) << "goes with the backend";
+    MessageStream(1, 3) << "dropped with the backend";
     LogBackend::unregisterBackend();
     LogBackend::registerBackend(true);
     EXPECT_TRUE(takeAll(1).empty());
 }
 
-TEST_F(Console, ShowsThePrefixOfEachLevelAndWithABackendTheTimeSinceItsStart) {
+TEST_F(Console, ShowsPrefixesAndTheTimeSinceRegistration) {
     m_clock.advanceMs((int64{1} << 32) - 500); // the milliseconds will wrap
     for (int level = 0; level <= 4; ++level) MessageStream(level, 2) << "text";
     LogBackend::registerBackend(false);
     m_clock.advanceMs(1042);
-    LogBackend::registerBackend(true); // again: keeps the start
+    LogBackend::registerBackend(true); // again, which keeps the start
     MessageStream(2, 2) << "technical";
     m_clock.advanceMs(99'000'000);
     MessageStream(1, 3) << "customer";
@@ -102,7 +102,7 @@ TEST_F(Console, ShowsThePrefixOfEachLevelAndWithABackendTheTimeSinceItsStart) {
                  "[  1.042] [WARNING] technical\n<99001.042> customer\ntimeless\n";
 }
 
-TEST_F(Console, HidesVerboseLinesThatTheBackendHearsAndDropsThoseOfAListener) {
+TEST_F(Console, HidesVerboseLinesThatListenersReceive) {
     logging::g_hideVerboseOutputInConsole = true;
     std::string heard;
     LogBackend::getSignalNewLogMessage().connect([&](int level, const char* text) {
@@ -116,7 +116,7 @@ TEST_F(Console, HidesVerboseLinesThatTheBackendHearsAndDropsThoseOfAListener) {
     m_expected = "[  0.000] shown\n";
 }
 
-TEST_F(Backend, SupportLinesAreCollectedOnlyForAListener) {
+TEST_F(Backend, CollectsSupportLinesOnlyForAListener) {
     MessageStream(1, 2) << "[SUPPORT] too early";
     listen();
     MessageStream(0, 2) << "a [SUPPORT] tag";
@@ -126,11 +126,11 @@ TEST_F(Backend, SupportLinesAreCollectedOnlyForAListener) {
     EXPECT_EQ(m_batches[0].find("too early"), std::string::npos);
 }
 
-TEST_F(Backend, BatchesWaitForThreeQuietMinutesAndForAnHourSinceTheLastButNotWhenHalfAnHourOldOrBig) {
+TEST_F(Backend, BatchesWaitUntilTheyAreQuietOldOrBig) {
     listen();
     const std::tuple<const char*, int64, size_t> steps[] = {
         {"one", 3 * kMinute - 1, 0}, {"two", 3 * kMinute, 0},    {"", 1, 1},
-        {"", 50 * kMinute, 1},       {"three", 10 * kMinute, 1}, {"", 1, 2}}; // exactly an hour isn't over it
+        {"", 50 * kMinute, 1},       {"three", 10 * kMinute, 1}, {"", 1, 2}}; // exactly an hour isn't enough
     for (const auto& [text, ms, batches] : steps) EXPECT_EQ(batchesAfter(text, ms), batches) << text << ms;
     for (int i = 0; i < 30; ++i) EXPECT_EQ(batchesAfter("again", kMinute), 2u);
     EXPECT_EQ(batchesAfter("", 1), 3u);
@@ -138,7 +138,7 @@ TEST_F(Backend, BatchesWaitForThreeQuietMinutesAndForAnHourSinceTheLastButNotWhe
     EXPECT_EQ(batchesAfter(std::string(20'000, 'x'), 0), 4u);
 }
 
-TEST_F(Backend, LinesOfManyThreadsArriveWholeAndInTheOrderOfEachThread) {
+TEST_F(Backend, LinesOfEachThreadArriveWholeAndInOrder) {
     constexpr int kLines = 300;
     LogBackend::registerBackend(true);
     test::onThreads(8, [](int t) {
@@ -166,7 +166,7 @@ TEST_F(Backend, ABoundedQueueDropsLinesAndStatesTheirNumber) {
     EXPECT_EQ(takeAll(1), Texts{"[WARNING] dropped 1 lines that came faster than they were stored"});
 }
 
-TEST_F(Backend, MayComeAndGoWhileOthersLog) {
+TEST_F(Backend, MayBeReplacedWhileOtherThreadsLog) {
     test::onThreads(3, [](int t) {
         for (int i = 0; i < 500; ++i) {
             if (t == 0) LogBackend::registerBackend(i % 2 == 0);

@@ -21,7 +21,7 @@ using Lines = std::vector<test::LogLine>;
 
 namespace {
 
-/// What values print as in a log line and on a fresh standard stream.
+/// Expects that values print the same in a log line and on a fresh standard stream.
 template <typename... T>
 void expectToPrintAsOnAStream(const T&... values) {
     LogCapture capture;
@@ -59,7 +59,7 @@ TEST(MessageStream, PrintsAsAStandardStreamDoes) {
     }
 }
 
-TEST(MessageStream, ALineMayBeBuiltWhileAnotherIsAndEndOnAnotherThread) {
+TEST(MessageStream, LinesMayNestAndEndOnAnotherThread) {
     LogCapture capture;
     auto line = std::make_unique<MessageStream>(1, 2);
     *line << "outer " << Talkative() << ' ' << 255;
@@ -70,7 +70,7 @@ TEST(MessageStream, ALineMayBeBuiltWhileAnotherIsAndEndOnAnotherThread) {
     EXPECT_EQ(capture.take(), (Lines{{1, 2, "inner ff"}, {1, 2, "outer spoken 255, ended there"}}));
 }
 
-TEST(MessageStream, TrailingWhitespaceIsCutUnlessThereIsNothingElse) {
+TEST(MessageStream, TrailingWhitespaceIsCutFromOtherText) {
     LogCapture capture;
     MessageStream(2, 2) << " text \t\f\v\r\n\n" << std::endl;
     MessageStream(1, 2) << " \n ";
@@ -78,13 +78,13 @@ TEST(MessageStream, TrailingWhitespaceIsCutUnlessThereIsNothingElse) {
     EXPECT_EQ(capture.take(), (Lines{{2, 2, " text"}, {1, 2, " \n "}, {1, 2, ""}}));
 }
 
-TEST(MessageStream, ShortFormsSpeakToTheTechnicalLog) {
+TEST(MessageStream, ShortFormsUseTheTechnicalLog) {
     LogCapture capture;
     const char* letter = "viwe";
     for (const auto form : {logging::verbose, logging::info, logging::warning, logging::error})
         form() << *letter++;
     internal::logLine(4, "a");
-    MessageStream(3, -1) << "off" << Talkative(); // nor is anything formatted
+    MessageStream(3, -1) << "off" << Talkative(); // and nothing is formatted
     EXPECT_EQ(capture.take(), (Lines{{0, 2, "v"}, {1, 2, "i"}, {2, 2, "w"}, {3, 2, "e"}, {4, 2, "a"}}));
 }
 
@@ -94,7 +94,7 @@ TEST(LogOStream, SendsEachLineAtItsNewline) {
     EXPECT_EQ(capture.take(), (Lines{{2, 2, "one 1"}, {2, 2, "two"}}));
 }
 
-TEST(SystemErrors, AreTextsToEndALineWith) {
+TEST(SystemErrors, AreFormattedWithCodeAndText) {
     errno = EACCES;
     EXPECT_EQ(logging::getPError(), ", errno=13:Permission denied");
     EXPECT_EQ(logging::getSystemError(), ", syserr=13:Permission denied");
