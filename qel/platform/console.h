@@ -13,6 +13,11 @@ enum class StandardStream { Input = 0, Output = 1, Error = 2 };
 /// @threads any thread.
 QEL_API FileHandle borrowStandardStream(StandardStream stream);
 
+/// Takes the descriptors of standard streams that the process was started without, so that no file opened
+/// later becomes one of them. Such a standard input is empty, and writes to such an output fail.
+/// @threads before the process opens a file or starts a thread.
+QEL_API void occupyMissingStandardStreams();
+
 /// Whether @p stream is a terminal, that is, a person.
 /// @threads any thread.
 QEL_API bool isTerminal(StandardStream stream);

@@ -159,6 +159,16 @@ TEST_F(HostOutput, AClosedStandardErrorEndsNoScript) {
     EXPECT_EQ(folder.read("end"), "reached");
 }
 
+TEST_F(HostOutput, OutputThatIsClosedFromTheStartReachesNoFile) {
+    folder.write("plugins/a/main.sq",
+                 "local file = std.file(\"own\", \"wb\")\nhost.print(\"line\")\nfile.close()");
+    const HostRun host =
+        runProgram(folder, {"/bin/sh", "-c", "\"$0\" --plugins plugins <&- >&-", QELHOST_PROGRAM});
+    EXPECT_EQ(host.status, 1);
+    EXPECT_EQ(host.error, "qelhost: cannot write to standard output: Bad file descriptor\n");
+    EXPECT_EQ(folder.read("own"), "");
+}
+
 TEST_F(HostOutput, TheHelpIsCheckedToo) {
     const HostRun host = runProgram(folder, {"/bin/sh", "-c", "\"$0\" --help >/dev/full", QELHOST_PROGRAM});
     EXPECT_EQ(host.status, 1);

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <string_view>
 
+#include <fcntl.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -10,6 +11,13 @@ namespace qel::platform {
 
 FileHandle borrowStandardStream(StandardStream stream) {
     return FileHandle(static_cast<int>(stream));
+}
+
+void occupyMissingStandardStreams() {
+    for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream) {
+        // The lowest free number is taken; reading alone is allowed, so that writes still fail.
+        if (fcntl(stream, F_GETFD) == -1) open("/dev/null", O_RDONLY);
+    }
 }
 
 bool isTerminal(StandardStream stream) {
