@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cassert>
 #include <string>
 
 namespace qel::internal {
@@ -78,18 +79,29 @@ struct EntryTree::Inner : Node {
     Node* children[KeySlots<Separator>::kCapacity + 1];
 };
 
-/// The inner nodes from the root to a leaf. A node splits after 32 splits of nodes below it: no run of
-/// operations ever makes more levels.
+/// The inner nodes from the root to a leaf.
+///
+/// A split leaves room in both nodes, so a node splits again only after two more insertions into it: one that
+/// fills it and one that splits it. Each level therefore has at most half as many splits as the level below,
+/// and a new root costs one split of every level. Removals do not change this: they only make room. So the
+/// number of levels is at most the number of bits of the number of insertions ever done.
 struct EntryTree::Path {
     struct Step {
         Inner* node;
         unsigned child;
     };
+    static constexpr unsigned kMostLevels = 64;
 
-    void add(Inner* node, unsigned child) { steps[size++] = {node, child}; }
-    Step takeLast() { return steps[--size]; }
+    void add(Inner* node, unsigned child) {
+        assert(size < kMostLevels);
+        steps[size++] = {node, child};
+    }
+    Step takeLast() {
+        assert(size > 0);
+        return steps[--size];
+    }
 
-    std::array<Step, 16> steps;
+    std::array<Step, kMostLevels> steps; // those up to size are set
     unsigned size = 0;
 };
 

@@ -317,8 +317,10 @@ public:
     /// @param pretty  true indents by 2 blanks, false gives the compact form.
     /// @return empty for what JSON has no form for. @errors text that is no UTF-8 is logged.
     String getJSON(bool pretty) const;
-    /// Becomes one element (two for an object: its Prefix and its SubItem) made from JSON. A zero byte ends a
-    /// text. @return false for what is no JSON or is nested deeper than kMaxDepth, which is logged.
+    /// Becomes one element (two for an object: its Prefix and its SubItem) made from JSON. An escaped zero
+    /// character ends the text that it stands in.
+    /// @return false for what is not JSON or is nested deeper than kMaxDepth: the Item is empty then, and an
+    ///         error is logged.
     bool setJSON(const String& text);
 
     // --- A key in a store; defined in item_tree.cpp ------------------------------------------------------

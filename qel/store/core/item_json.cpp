@@ -158,10 +158,13 @@ String Item::getJSON(bool pretty) const {
 bool Item::setJSON(const String& text) {
     clear();
     try {
-        if (write(*this, Json::parse(text), 0)) return true;
+        // The parser would take a zero byte for the end of the text.
+        const bool hasZero = std::string_view(text).find('\0') != std::string_view::npos;
+        if (!hasZero && write(*this, Json::parse(text), 0)) return true;
     } catch (...) {
-        // The line below tells all that is told of it.
+        // The line below is all that is reported of it.
     }
+    clear(); // lists that were left open have no size yet
     logging::error() << "[SUPPORT] Failed parsing Item from JSON";
     return false;
 }

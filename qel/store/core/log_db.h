@@ -31,10 +31,11 @@ public:
     /// Limits the number of lines; 0 for no limit, 12,582,912 at the start. Once full the log holds one line
     /// fewer. As long as it isn't full, getBegin() is negative.
     void setMaxNumLines(int64 lines) { m_maxNumLines = lines; }
-    /// Drops lines whose time is more than @p range before that of the line added, in blocks that may take up
-    /// to 100 younger ones along; 0, as at the start, for no limit. Such a block begins wherever the line
-    /// at getBegin() is missing, so while a limit of lines isn't reached everything goes: set the other
-    /// limit to 0 with this one.
+    /// Drops lines whose time is more than @p range before that of the line added; 0, as at the start, for no
+    /// limit. Nothing is dropped as long as the line at getBegin() exists and is young enough. Otherwise the
+    /// lines go in blocks that reach from a first line to the one 100 numbers later, both included. The next
+    /// block begins at that last number, which no longer has a line, so the cut does not stop before
+    /// getEnd(): it removes every line, the newest included.
     void setMaxTimeRange(int64 range) { m_maxTimeRange = range; }
 
     /// Number of the first line kept, or a smaller one.

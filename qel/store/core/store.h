@@ -84,8 +84,9 @@ public:
     /// there remains. Logs the beginning, and the number of entries and the speed at the end.
     /// @errors an exception rolls back and passes on.
     void copyFrom(Store* source);
-    /// As copyFrom(), but walks @p source as a tree from its root and leaves out the nodes in @p excludes
-    /// with all below them, and with that every key whose ancestors aren't all stored.
+    /// As copyFrom(), but walks @p source as a tree from its root by Item::child() and Item::next(), and
+    /// leaves out the nodes in @p excludes with all below them. Without a value at the root nothing is
+    /// copied; of keys whose ancestors are not all stored only those are copied that this walk meets.
     void copyFrom(Store* source, const Set<Item>& excludes);
 
     /// Logs every entry as a line of info level: the texts of key and value, joined by " = ".

@@ -43,14 +43,6 @@ uint64 countOfIndices(uint32 bits) {
     return bits < 64 ? uint64{1} << bits : std::numeric_limits<uint64>::max();
 }
 
-/// How many bits above the fixed ones the base leaves to chance.
-unsigned countRandomBits(const GUID& base, uint64 fixedBits) {
-    unsigned count = 0;
-    for (uint64 bit = fixedBits; bit < 8 * GUID::kSize; ++bit)
-        count += (base.bytes[bit / 8] >> bit % 8 & 1) == 0;
-    return count;
-}
-
 /// Returns the index and moves it on; behind the last one it starts over.
 uint64 takeIndex(uint64& index, uint64 count, uint64 first) {
     const uint64 taken = index;
@@ -106,14 +98,7 @@ void GUIDDomainDB::loadDomainFromDatabase() {
 }
 
 void GUIDDomainDB::initializeInternals() {
-    const unsigned randomBits =
-        countRandomBits(m_base.guid, uint64{m_base.num} + m_domainBits + m_personalBits);
-    m_hasDomain = randomBits >= kMinRandomBits;
-    if (!m_hasDomain) {
-        logging::error() << "[STORE] guid domain leaves " << randomBits
-                         << " random bits in an identifier, not used";
-        return;
-    }
+    m_hasDomain = true;
     m_maxDomain = countOfIndices(m_domainBits);
     m_maxPersonal = countOfIndices(m_personalBits);
     checkIndex(kDomainIndex, m_domainIndex, m_maxDomain, kFirstDomainIndex);

@@ -12,19 +12,15 @@ namespace qel {
 ///
 /// From low to high an identifier holds the bits of the base, an index of the node (domainBits; 0 is this
 /// node, 1 and up are the sub-domains that it hands out), an index that counts up (personalBits), and random
-/// bits. At least 64 bits are random: a domain that leaves fewer is not used.
+/// bits up to bit 255. A base and indices that take more than 192 bits leave fewer than 64 random ones.
 /// @owner the store must outlive it.
 /// @threads any thread after initializeDomain(); flush() belongs to the thread of the store.
 class QEL_API GUIDDomainDB : public Object {
     QEL_CLASS(GUIDDomainDB, Object)
 
 public:
-    /// Random bits of an identifier, at least: of those above the indices, the ones that are 0 in the base.
-    static constexpr unsigned kMinRandomBits = 64;
-
     /// Reads the domain below @p root, if there is one.
-    /// @errors a domain that leaves too few random bits is logged and not used; an index outside its bits is
-    ///         logged and starts over.
+    /// @errors an index outside its bits is logged and starts over.
     explicit GUIDDomainDB(const Item& root);
 
     /// Whether there is a domain.
@@ -32,7 +28,6 @@ public:
     /// Makes @p base the domain, in the store too, with both indices at their beginning.
     /// @param domainBits    width of the index of sub-domains.
     /// @param personalBits  width of the index of identifiers.
-    /// @errors a domain that leaves too few random bits is logged and not used.
     void initializeDomain(const GUIDDomain& base, uint32 domainBits, uint32 personalBits);
 
     /// The next sub-domain, for another node to use as its base. Behind the last one it starts over at 1.

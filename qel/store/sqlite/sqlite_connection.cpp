@@ -8,12 +8,14 @@
 
 #include <array>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 namespace qel::internal {
 
 namespace {
 
+constexpr const char* kDenied = "permission denied";
 constexpr uint32 kApplicationId = 0x71656C53; // "qelS"
 constexpr uint32 kLayoutVersion = 1;
 constexpr const char* kLayout = "CREATE TABLE entries (position BLOB PRIMARY KEY, key BLOB NOT NULL, "
@@ -23,6 +25,8 @@ constexpr const char* kLayout = "CREATE TABLE entries (position BLOB PRIMARY KEY
 // https://www.sqlite.org/fileformat2.html, "The Database Header".
 constexpr size_t kHeadSize = 100;
 constexpr std::string_view kMagic{"SQLite format 3\0", 16};
+constexpr size_t kWriteVersionAt = 18;
+constexpr uint8 kNewestVersion = 2; // of writing and of reading; one newer to write can only be read
 constexpr size_t kLayoutVersionAt = 60;
 constexpr size_t kApplicationIdAt = 68;
 
@@ -36,12 +40,16 @@ String faultOfHead(const std::array<uint8, kHeadSize>& head) {
     if (loadBigEndian(&head[kApplicationIdAt]) != kApplicationId) return "a database of another program";
     const uint32 version = loadBigEndian(&head[kLayoutVersionAt]);
     if (version != kLayoutVersion) return fmt::format("layout {} is unknown", version);
+    for (const size_t at : {kWriteVersionAt, kWriteVersionAt + 1}) {
+        if (head[at] > kNewestVersion) return fmt::format("damaged: version {} of the file format", head[at]);
+    }
     return {};
 }
 
 } // namespace
 
 String sqliteErrorText(SqliteCode code) {
+    if (code == SQLITE_CORRUPT_INDEX) return fmt::format("a key is out of place ({})", code);
     return fmt::format("{} ({})", sqlite3_errstr(code), code);
 }
 
@@ -72,7 +80,12 @@ String SqliteConnection::openFile(const char* path) {
                         SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
     if (code != SQLITE_OK) return reason(code);
     sqlite3_extended_result_codes(m_database, 1);
-    return {};
+    return isReadOnly() ? kDenied : "";
+}
+
+// Without permission to write the database opens a file for reading only, without an error.
+bool SqliteConnection::isReadOnly() const {
+    return sqlite3_db_readonly(m_database, "main") != 0;
 }
 
 // The head is read through the database's own handle: a second descriptor of the file, once closed, would
@@ -102,7 +115,8 @@ String SqliteConnection::lock() {
                            .c_str());
     }
     if (code == SQLITE_OK) code = execute("COMMIT");
-    return code == SQLITE_OK ? String() : reason(code);
+    if (code != SQLITE_OK) return reason(code);
+    return isReadOnly() ? "damaged: it can only be read" : "";
 }
 
 bool SqliteConnection::isNew() {
@@ -159,6 +173,9 @@ int64 SqliteConnection::size() {
 
 String SqliteConnection::reason(SqliteCode code) const {
     if ((code & 0xff) == SQLITE_BUSY) return "another process or object has it open";
+    const std::error_code cause(sqlite3_system_errno(m_database), std::generic_category());
+    const bool isOpening = (code & 0xff) == SQLITE_CANTOPEN || (code & 0xff) == SQLITE_READONLY;
+    if (isOpening && cause == std::errc::permission_denied) return kDenied;
     if (isSqliteDamage(code)) return "damaged: " + sqliteErrorText(code);
     return sqliteErrorText(code);
 }

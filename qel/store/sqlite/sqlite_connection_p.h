@@ -73,6 +73,7 @@ public:
 private:
     String openFile(const char* path);
     String checkHead();
+    bool isReadOnly() const;
     String lock();
     bool isNew();
     String checkLayout();

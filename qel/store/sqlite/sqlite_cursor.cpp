@@ -6,9 +6,11 @@
 namespace qel::internal {
 
 SqliteCode SqliteCursor::prepare(sqlite3* database, Direction direction) {
+    m_direction = direction;
     const bool isUp = direction == Direction::Up;
     const std::string sql =
-        fmt::format("SELECT key, CASE WHEN length(value) <= {} THEN value END FROM entries WHERE position {}",
+        fmt::format("SELECT key, CASE WHEN length(value) <= {} THEN value END, position FROM entries "
+                    "WHERE position {}",
                     kValueSize, isUp ? ">= ?1 ORDER BY position" : "< ?1 ORDER BY position DESC");
     return m_statement.prepare(database, sql.c_str());
 }
@@ -20,22 +22,35 @@ void SqliteCursor::finalize() {
 
 bool SqliteCursor::seek(std::string_view position, Start start, SqliteCode& error) {
     reset();
-    m_position = position;
-    if (start == Start::Behind) m_position += '\0'; // the smallest position behind it
-    m_statement.bind(1, ConstByteSpan::fromText(m_position));
+    m_start = position;
+    if (start == Start::Behind) m_start += '\0'; // the smallest position behind it
+    m_statement.bind(1, ConstByteSpan::fromText(m_start));
     return step(error);
 }
 
 bool SqliteCursor::step(SqliteCode& error) {
-    const SqliteCode code = m_statement.step();
+    SqliteCode code = m_statement.step();
+    if (code == SQLITE_ROW && !takeRow()) code = SQLITE_CORRUPT_INDEX;
     m_isOnRow = code == SQLITE_ROW;
-    if (m_isOnRow) {
-        m_key = m_statement.column(0);
-        return true;
-    }
+    if (m_isOnRow) return true;
     if (code != SQLITE_DONE) error = code;
     m_statement.reset();
     return false;
+}
+
+/// Takes over the row that the statement stands on. @return whether it is in its place.
+bool SqliteCursor::takeRow() {
+    const std::string_view position = m_statement.column(2).asText();
+    m_key = m_statement.column(0);
+    m_orderKey.assign(Item(Item::ExternalBufferMode, m_key));
+    if (m_orderKey.isQuestion() || m_orderKey.bytes() != position || !isFurther(position)) return false;
+    m_position = position;
+    return true;
+}
+
+bool SqliteCursor::isFurther(std::string_view position) const {
+    if (m_direction == Direction::Down) return position < (m_isOnRow ? m_position : m_start);
+    return m_isOnRow ? position > m_position : position >= m_start;
 }
 
 void SqliteCursor::reset() {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <qel/store/core/item.h>
+#include <qel/store/core/order_key.h>
 #include <qel/store/sqlite/sqlite_connection_p.h>
 
 #include <string>
@@ -10,6 +11,9 @@
 namespace qel::internal {
 
 /// Goes from row to row, and from one question to the next as long as nothing was written in between.
+///
+/// Each row is checked: its key must belong to its position, which must lie further on. A row that fails is
+/// damage, reported as SQLITE_CORRUPT_INDEX, so that every walk ends.
 class SqliteCursor {
 public:
     enum class Direction { Up, Down };
@@ -41,9 +45,15 @@ public:
     ConstByteSpan value() { return m_statement.column(1); }
 
 private:
+    bool takeRow();
+    bool isFurther(std::string_view position) const;
+
     SqliteStatement m_statement;
+    Direction m_direction = Direction::Up;
+    std::string m_start; // what the statement is bound to
     std::string m_position;
     ConstByteSpan m_key; // of the row
+    OrderKey m_orderKey; // of the row
     bool m_isOnRow = false;
 };
 

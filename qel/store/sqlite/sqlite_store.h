@@ -27,9 +27,12 @@ class SqliteStoreData;
 /// process without close() the two must stay together. The file's form is told in docs/formats.md.
 ///
 /// A file that is damaged, or isn't this class's, is never changed: good() is false and the reason is logged.
-/// A file of up to kCheckedBytes is searched for damage when it is opened, a larger one where it is read, and
-/// as a whole by verify(). Damage found in use ends the use: good() turns false, and what wasn't committed is
-/// lost.
+/// The structure and every key of a file of up to kCheckedBytes are checked when it is opened; of a larger
+/// one each key is checked when a walk comes to it, and verify() checks all. The bytes of values have no
+/// check sum: damage there may go unnoticed. Damage found in use ends the use: it is logged once, good()
+/// turns false, reads find nothing from then on, writes are dropped (tryCommit() and tryFlush() return
+/// false), and what wasn't committed is lost. The file stays as it is, for repair or for a backup to take its
+/// place.
 ///
 /// A disk that fails or is full takes back what can't be written, with a log line: an open transaction as a
 /// whole at its end (its further writes are dropped), else what was gathered. What was kept before stands.

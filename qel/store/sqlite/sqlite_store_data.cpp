@@ -30,7 +30,9 @@ SqliteStoreData::SqliteStoreData(SqliteStore* store, SmartCStr path)
     : m_store(store), m_path(path.c_str()), m_transactions(m_connection, m_path) {
     String fault = m_connection.open(m_path.c_str());
     if (fault.empty()) {
-        if (const SqliteCode code = prepare()) fault = sqliteErrorText(code);
+        SqliteCode code = prepare();
+        if (code == SQLITE_OK && m_connection.size() <= SqliteStore::kCheckedBytes) code = checkKeys();
+        if (code != SQLITE_OK) fault = (isSqliteDamage(code) ? "damaged: " : "") + sqliteErrorText(code);
     }
     if (fault.empty()) return;
     logging::error() << "[STORE] can't open store '" << m_path << "': " << fault;
@@ -335,21 +337,19 @@ bool SqliteStoreData::verify() {
     if (!good()) return false;
     resetCursors();
     String fault = m_connection.check();
-    if (fault.empty()) fault = firstMisplacedKey();
+    if (fault.empty()) {
+        if (const SqliteCode code = checkKeys()) fault = sqliteErrorText(code);
+    }
     if (!fault.empty() && good()) closeDamaged(fault);
     return good();
 }
 
-String SqliteStoreData::firstMisplacedKey() {
-    SqliteStatement entries;
-    SqliteCode code = entries.prepare(m_connection.get(), "SELECT position, key FROM entries");
-    if (code != SQLITE_OK) return sqliteErrorText(code);
-    while ((code = entries.step()) == SQLITE_ROW) {
-        const Item key = view(entries.column(1));
-        m_orderKey.assign(key);
-        if (entries.column(0).asText() != m_orderKey.bytes()) return "wrong position of " + key.asString();
-    }
-    return code == SQLITE_DONE ? String() : sqliteErrorText(code);
+/// Walks over all entries. @return the first error that the walk meets.
+SqliteCode SqliteStoreData::checkKeys() {
+    SqliteCode error = SQLITE_OK;
+    bool isRow = m_up.seek({}, SqliteCursor::Start::At, error);
+    while (isRow) isRow = m_up.step(error);
+    return error;
 }
 
 } // namespace qel::internal

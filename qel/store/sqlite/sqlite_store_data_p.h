@@ -60,7 +60,7 @@ private:
     void noteLoss(const String& reason);
     void report(const char* what, SqliteCode code);
     void closeDamaged(const String& fault);
-    String firstMisplacedKey();
+    SqliteCode checkKeys();
 
     SqliteStore* const m_store;
     const String m_path;

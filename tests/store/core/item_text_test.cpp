@@ -95,7 +95,8 @@ TEST(ItemJson, ReadsWhatItMaps) {
 
 TEST(ItemJson, LogsWhatItCanNotRead) {
     qel::test::LogCapture capture;
-    for (const char* const json : {"", "{", "[1,]", "// comment\n1", "1 2", "\"\xFF\"", "nul"}) {
+    for (const std::string& json : {""s, "{"s, "[1,]"s, "// comment\n1"s, "1 2"s, "\"\xFF\""s, "nul"s,
+                                    "[1]\0"s, "[1]\0 junk"s, "[\0]"s}) {
         Item item(1);
         EXPECT_FALSE(item.setJSON(json)) << json;
         EXPECT_TRUE(item.empty());
@@ -114,6 +115,7 @@ TEST(ItemJson, NestsDownToTheLimit) {
     for (const int below : {1, 100'000, 3'300'000}) {
         const int levels = Item::kMaxDepth + below;
         EXPECT_FALSE(item.setJSON(brackets(levels)));
+        EXPECT_TRUE(item.empty());
         capture.expect(3, "[SUPPORT] Failed parsing Item from JSON");
         const Item deep = qel::test::nest(levels);
         // The list below the deepest level is empty: its bytes have ended.

@@ -111,7 +111,8 @@ TEST_F(SqliteStoreTest, NeverChangesAFileThatIsNotItsOwn) {
                  {sound.substr(0, 99), "not a database"},
                  {changed(68, "\0\0\0\0"), "a database of another program"},
                  {changed(60, "\0\0\0\2"), "layout 2 is unknown"},
-                 {changed(18, "\7\7\0\0"), "damaged: file is not a database (26)"},
+                 {changed(18, "\7\2\0\0"), "damaged: version 7 of the file format"},
+                 {changed(18, "\2\3\0\0"), "damaged: version 3 of the file format"},
                  {sound.substr(0, sound.size() / 2), "damaged: database disk image is malformed (11)"},
                  {std::string(sound).replace(sound.find("value BLOB"), 5, "VALUE"),
                   "damaged: it doesn't hold the table of a store"}};

@@ -1,0 +1,140 @@
+#include <qel/store/core/item.h>
+#include <qel/store/sqlite/sqlite_store.h>
+
+#include <tests/support/log_capture.h>
+#include <tests/support/scratch_folder.h>
+#include <tests/support/store_dump.h>
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <optional>
+#include <unistd.h>
+
+namespace qel {
+namespace {
+
+using test::contentOf;
+
+constexpr const char* kOutOfPlace = "a key is out of place (779)";
+
+struct SqliteDamage : testing::Test {
+    /// Writes a tree, followed by @p count values of a million bytes.
+    void write(int count) {
+        SqliteStore store(path);
+        const Item root(&store);
+        for (const char* name : {"a", "patient", "z"}) Item(root).add(name).add(5).store(Item(name));
+        for (int i = 0; i < count; ++i) store.set(Item("values").add(i), Item(std::string(1'000'000, 'x')));
+    }
+    /// Where the key ("patient", 5) is in @p file, not its position.
+    static size_t placeOfKey(const std::string& file) {
+        return file.find(std::string("\3patient\0\x08\x05", 11));
+    }
+
+    test::ScratchFolder scratch;
+    std::string path = scratch.path("data.store");
+    test::LogCapture log;
+};
+
+TEST_F(SqliteDamage, AFlippedBitOfAKeyIsFoundWhenTheFileIsOpened) {
+    write(0);
+    const std::string sound = scratch.read("data.store");
+    const size_t at = placeOfKey(sound);
+    ASSERT_NE(at, std::string::npos);
+    for (size_t bit = 0; bit < 11 * 8; ++bit) {
+        std::string damaged = sound;
+        damaged[at + bit / 8] = static_cast<char>(damaged[at + bit / 8] ^ 1 << bit % 8);
+        scratch.write("data.store", damaged);
+        EXPECT_FALSE(SqliteStore(path).good()) << bit;
+        log.expect(3, "[STORE] can't open store '" + path + "': damaged: " + kOutOfPlace);
+        EXPECT_EQ(scratch.read("data.store"), damaged) << bit;
+    }
+}
+
+struct LargeSqliteDamage : SqliteDamage {
+    void SetUp() override {
+        write(static_cast<int>(SqliteStore::kCheckedBytes / 1'000'000) + 1);
+        std::string damaged = scratch.read("data.store");
+        const size_t at = placeOfKey(damaged);
+        ASSERT_NE(at, std::string::npos);
+        damaged[at + 1] = 'A'; // a walk by keys would go back from here
+        scratch.write("data.store", damaged);
+        store.emplace(path);
+        ASSERT_TRUE(store->good());
+    }
+    void expectClosed() {
+        log.expect(3, "[STORE] store '" + path + "' is damaged and was closed: " + kOutOfPlace);
+        EXPECT_FALSE(store->good());
+        Item out;
+        EXPECT_FALSE(store->first(out));
+        EXPECT_EQ(store->get(Item("a")), nullptr);
+        EXPECT_EQ(store->lastError(), std::string("damaged: ") + kOutOfPlace);
+        store->begin();
+        store->set(Item("a"), Item(1));
+        EXPECT_FALSE(store->tryCommit());
+        EXPECT_TRUE(log.take().empty()) << "it is logged once";
+    }
+
+    std::optional<SqliteStore> store;
+};
+
+TEST_F(LargeSqliteDamage, EndsAWalkUpwards) {
+    Item key;
+    int steps = 0;
+    for (bool found = store->first(key); found; found = store->next(key, key)) ++steps;
+    EXPECT_EQ(steps, 4); // the root, ("a"), ("a", 5), ("patient")
+    expectClosed();
+}
+
+TEST_F(LargeSqliteDamage, EndsAWalkDownwards) {
+    Item key("values");
+    int steps = 0;
+    while (store->prev(key, key)) ++steps;
+    EXPECT_EQ(steps, 0);
+    expectClosed();
+}
+
+TEST_F(LargeSqliteDamage, EndsAWalkOverChildren) {
+    Item key(&*store);
+    int steps = 0;
+    for (bool found = Item(&*store).add("patient").child(key); found; found = key.next()) ++steps;
+    EXPECT_EQ(steps, 0);
+    expectClosed();
+}
+
+TEST_F(LargeSqliteDamage, IsFoundByVerify) {
+    EXPECT_FALSE(store->verify());
+    expectClosed();
+}
+
+struct SqlitePermission : SqliteDamage {
+    void SetUp() override {
+        if (geteuid() == 0) GTEST_SKIP() << "the superuser may write anywhere";
+    }
+    void expectDenied() {
+        EXPECT_FALSE(SqliteStore(path).good());
+        log.expect(3, "[STORE] can't open store '" + path + "': permission denied");
+    }
+};
+
+TEST_F(SqlitePermission, ToWriteTheFileIsNeeded) {
+    write(0);
+    std::filesystem::permissions(path, std::filesystem::perms::owner_read);
+    expectDenied();
+}
+
+TEST_F(SqlitePermission, ToReadTheFileIsNeeded) {
+    write(0);
+    std::filesystem::permissions(path, std::filesystem::perms::none);
+    expectDenied();
+}
+
+TEST_F(SqlitePermission, ToWriteTheFolderIsNeeded) {
+    std::filesystem::permissions(scratch.path(),
+                                 std::filesystem::perms::owner_read | std::filesystem::perms::owner_exec);
+    expectDenied();
+    std::filesystem::permissions(scratch.path(), std::filesystem::perms::owner_all);
+}
+
+} // namespace
+} // namespace qel
