@@ -2,7 +2,7 @@
 // of plain data, whatever the direction.
 #include <qel/foundation/base/base_encoding.h>
 #include <qel/foundation/base/crc32c.h>
-#include <qel/foundation/base/simd_target_p.h>
+#include <qel/testing/simd.h>
 
 #include <benchmark/benchmark.h>
 
@@ -142,7 +142,7 @@ void addPeers() {
 int main(int argc, char** argv) {
     // What lesser machines get: QEL_SIMD_TARGET_CAP=AVX2 caps the kernels.
     if (const char* target = std::getenv("QEL_SIMD_TARGET_CAP")) {
-        if (!qel::internal::setSimdTarget(target)) return 1;
+        if (!qel::seams::setSimdTarget(target)) return 1;
     }
     benchmark::Initialize(&argc, argv);
     addOurs();

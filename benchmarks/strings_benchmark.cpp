@@ -1,8 +1,8 @@
 // UTF-8 and interning. QEL_SIMD_TARGET_CAP=AVX2 in the environment caps the kernels.
-#include <qel/foundation/base/simd_target_p.h>
 #include <qel/foundation/base/string.h>
 #include <qel/foundation/base/string_id.h>
 #include <qel/foundation/base/unicode.h>
+#include <qel/testing/simd.h>
 
 #include <benchmark/benchmark.h>
 
@@ -226,7 +226,7 @@ BENCHMARK(copyQel)->Name("Intern/CopyAndDrop/qel");
 
 int main(int argc, char** argv) {
     const char* const target = std::getenv("QEL_SIMD_TARGET_CAP");
-    require(qel::internal::setSimdTarget(target ? target : ""),
+    require(qel::seams::setSimdTarget(target ? target : ""),
             "QEL_SIMD_TARGET_CAP names no instruction set of this machine");
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();

@@ -12,6 +12,7 @@
 #include <qel/store/records/options_db.h>
 #include <qel/store/records/table.h>
 #include <qel/system/core/system.h>
+#include <qel/testing/faults.h>
 
 #include <cstdlib>
 #include <set>
@@ -121,12 +122,12 @@ void checkTable(const Item& root) {
 }
 
 /// Lets nothing happen to files.
-class NoFiles : public platform::FileFaults {
+class NoFiles : public seams::Faults {
 public:
-    NoFiles() { platform::setFileFaults(this); }
-    ~NoFiles() override { platform::setFileFaults(nullptr); }
+    NoFiles() { seams::setFaults(this); }
+    ~NoFiles() override { seams::setFaults(nullptr); }
 
-    platform::FileError before(platform::FileOperation, size_t&) override {
+    platform::FileError before(platform::Operation, size_t&) override {
         return std::make_error_code(std::errc::operation_not_permitted);
     }
 };

@@ -7,6 +7,7 @@
 #include <qel/store/core/memory_store.h>
 #include <qel/store/records/options_db.h>
 #include <qel/system/core/system.h>
+#include <qel/testing/machine.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -192,7 +193,7 @@ void setUp() {
     const auto folder = std::filesystem::temp_directory_path() / "qel_rpc_args_fuzz";
     std::filesystem::create_directories(folder / "NovixServer");
     internal::g_system->setApplicationDirectory(folder.string());
-    platform::replaceRunProcess(&runNothing);
+    seams::replaceRunProcess(&runNothing);
 }
 
 } // namespace

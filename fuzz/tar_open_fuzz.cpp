@@ -5,6 +5,7 @@
 #include <qel/foundation/base/buffer.h>
 #include <qel/foundation/base/smart_pointer.h>
 #include <qel/foundation/log/message_stream.h>
+#include <qel/testing/faults.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -24,13 +25,13 @@ void require(bool holds) {
     if (!holds) std::abort();
 }
 
-class ReadCounter : public platform::FileFaults {
+class ReadCounter : public seams::Faults {
 public:
-    ReadCounter() { platform::setFileFaults(this); }
-    ~ReadCounter() override { platform::setFileFaults(nullptr); }
+    ReadCounter() { seams::setFaults(this); }
+    ~ReadCounter() override { seams::setFaults(nullptr); }
 
-    platform::FileError before(platform::FileOperation operation, size_t&) override {
-        count += operation == platform::FileOperation::Read;
+    platform::FileError before(platform::Operation operation, size_t&) override {
+        count += operation == platform::Operation::Read;
         return {};
     }
 

@@ -1,9 +1,9 @@
 // Passes text of any bytes through every UTF-8 operation of String, with each instruction set of the machine.
 // The first byte selects the set and a number of code points.
-#include <qel/foundation/base/simd_target_p.h>
 #include <qel/foundation/base/string.h>
 #include <qel/foundation/base/string_id.h>
 #include <qel/foundation/base/unicode.h>
+#include <qel/testing/simd.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -106,9 +106,9 @@ void checkBytes(const String& text, const String& other) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const auto targets = qel::internal::simdTargets();
+    static const auto targets = qel::seams::simdTargets();
     if (size == 0) return 0;
-    qel::internal::setSimdTarget(targets[data[0] % targets.size()]);
+    qel::seams::setSimdTarget(targets[data[0] % targets.size()]);
     const String text(std::string_view(reinterpret_cast<const char*>(data + 1), size - 1));
     checkReading(text);
     checkFix(text);

@@ -88,6 +88,7 @@
 #include <qel/platform/machine.h>
 #include <qel/platform/mapped_file.h>
 #include <qel/platform/named_mutex.h>
+#include <qel/platform/operation.h>
 #include <qel/platform/process_run.h>
 #include <qel/platform/process_self.h>
 #include <qel/platform/random_device.h>
@@ -163,3 +164,6 @@
 #include <qel/system/tasks/spin_budget.h>
 #include <qel/system/tasks/task_queue.h>
 #include <qel/system/tasks/thread_pool.h>
+#include <qel/testing/faults.h>
+#include <qel/testing/machine.h>
+#include <qel/testing/simd.h>

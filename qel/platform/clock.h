@@ -20,13 +20,6 @@ QEL_API std::int64_t utcTicks();
 /// @threads any thread.
 QEL_API void sleepMilliseconds(std::uint32_t milliseconds);
 
-/// What sleepMilliseconds calls in place of the machine's own wait.
-using SleepFunction = void (*)(std::uint32_t milliseconds);
-
-/// Puts @p function in place of the machine's wait, so that a test does not wait; nullptr puts it back.
-/// @threads any thread; sleeps in progress are not cut short.
-QEL_API void replaceSleep(SleepFunction function);
-
 /// A moment as a calendar shows it.
 struct CalendarTime {
     int year = 0;    ///< the full year, as 2024

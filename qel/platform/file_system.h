@@ -186,21 +186,4 @@ private:
     std::size_t m_position = 0;
 };
 
-/// The operations whose failure a test can force.
-enum class FileOperation { Open, Read, Write, Sync, Close, Rename, Remove, SetSize, SetMode, SetTime };
-
-/// Stands between the file functions and the system, so that tests can force every failure.
-class QEL_API FileFaults {
-public:
-    virtual ~FileFaults() = default;
-    /// Called before each operation, from whichever thread does it. @return an error that is told instead of
-    /// doing the operation (for Close: after it), or zero to go on.
-    /// @param size  the bytes about to be read or written, which may be lowered to at least 1; else 0.
-    virtual FileError before(FileOperation operation, std::size_t& size) = 0;
-};
-
-/// Puts @p faults between the file functions and the system; null, the state at start, takes them away.
-/// @owner the caller, which keeps it alive until it is taken away and no file function is running.
-QEL_API void setFileFaults(FileFaults* faults);
-
 } // namespace qel::platform

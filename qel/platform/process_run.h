@@ -29,14 +29,6 @@ struct RunResult {
 /// @threads any thread; the arguments must not hold zero bytes (what follows one is not seen).
 QEL_API RunResult runProcess(const std::vector<std::string>& arguments, const RunOptions& options);
 
-/// What runProcess calls in place of the machine's start of a program.
-using RunFunction = RunResult (*)(const std::vector<std::string>& arguments, const RunOptions& options);
-
-/// Puts @p function in place of the machine's start of programs, so that a test sees what would run;
-/// nullptr puts the machine's back.
-/// @threads any thread.
-QEL_API void replaceRunProcess(RunFunction function);
-
 /// The absolute path of the program @p name: itself when it holds a slash and is executable, else the first
 /// executable file of that name in $PATH.
 /// @return empty when there is none.

@@ -14,12 +14,4 @@ namespace qel::platform {
 /// @threads any thread.
 QEL_API bool fillRandom(std::span<std::byte> bytes);
 
-/// What fillRandom calls in place of the machine's source.
-using RandomFunction = bool (*)(std::span<std::byte> bytes);
-
-/// Puts @p function in place of the machine's source, so that a test can foresee or fail it; nullptr puts the
-/// machine's back.
-/// @threads any thread.
-QEL_API void replaceRandom(RandomFunction function);
-
 } // namespace qel::platform

@@ -35,9 +35,4 @@ QEL_API FileError writeRegistryValue(std::string_view key, std::string_view name
 /// @threads any thread.
 QEL_API FileError readRegistryValue(std::string& bytes, std::string_view key, std::string_view name);
 
-/// Keeps all values below @p folder from now on, in place of the folders of the machine and the user; empty
-/// goes back to these. For hosts that carry their settings along, and for tests.
-/// @threads any thread.
-QEL_API void setRegistryFolder(std::string_view folder);
-
 } // namespace qel::platform

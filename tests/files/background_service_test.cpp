@@ -109,7 +109,7 @@ TEST_F(ChildServiceTest, WhetherItIsEnabledIsKeptInAFileThatIsReplacedInOneStep)
         EXPECT_TRUE(service->disable() && !service->isEnabled() && service->enable() && service->isEnabled());
     }
     EXPECT_EQ(folder.read("b/service.ini"), test::documentedText("service/state") + "\n");
-    const test::FailingFiles full(platform::FileOperation::Write, std::errc::no_space_on_device);
+    const test::FailingFiles full(platform::Operation::Write, std::errc::no_space_on_device);
     EXPECT_TRUE(!service->disable() && service->isEnabled());
     log.expect(3, "cant write file '" + folder.path("b/service.ini") + "'; No space left on device");
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path("b")), {}), 1);

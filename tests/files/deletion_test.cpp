@@ -50,7 +50,7 @@ TEST_F(Deletion, AFolderIsRefusedWithItsAttributesAndAMissingFileIsAsGoodAsDelet
 TEST_F(Deletion, AReadOnlyFileIsDeletedOnTheSecondTry) {
     fs::permissions(folder.write("dir/file", ""), fs::perms(0444));
     fs::permissions(path("dir"), fs::perms(0555));
-    const test::FailingFiles files(platform::FileOperation::Remove, std::errc::permission_denied,
+    const test::FailingFiles files(platform::Operation::Remove, std::errc::permission_denied,
                                    test::FailingFiles::Duration::Once);
     EXPECT_TRUE(File::deleteFile(path("dir/file")) && files.hasFailed());
     EXPECT_EQ(fs::status(path("dir")).permissions(), fs::perms(0555));
@@ -134,7 +134,7 @@ TEST_F(Deletion, AnEntryKeepsItsFirstOriginInTheFormThatIsStored) {
 TEST_F(Deletion, WhatCannotBeDeletedIsTriedAgainAlsoAfterARestart) {
     const std::string file = folder.write("file", "");
     {
-        const test::FailingFiles files(platform::FileOperation::Remove, std::errc::device_or_resource_busy);
+        const test::FailingFiles files(platform::Operation::Remove, std::errc::device_or_resource_busy);
         const fs::path before = fs::current_path();
         fs::current_path(folder.path());
         std::thread([] { EXPECT_FALSE(File::deleteFileNowOrLater("[test]", "file", true)); }).join();

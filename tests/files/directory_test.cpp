@@ -62,7 +62,7 @@ TEST_F(DirectoryTree, DeletionNeverStartsAtOrGoesThroughALink) {
 }
 
 TEST_F(DirectoryTree, WhatCannotBeDeletedStaysAndTheRestGoes) {
-    const FailingFiles files(platform::FileOperation::Remove, std::errc::device_or_resource_busy,
+    const FailingFiles files(platform::Operation::Remove, std::errc::device_or_resource_busy,
                              FailingFiles::Duration::Once);
     EXPECT_FALSE(Directory::deleteDirectoryRecursively(tree));
     EXPECT_EQ(log.take().size(), 1u) << "the first failure alone is logged";

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <qel/platform/file_system.h>
+#include <qel/testing/faults.h>
 
 #include <atomic>
 #include <optional>
@@ -9,28 +10,28 @@
 namespace qel::test {
 
 /// While it lives, lets one file operation fail, once or from then on, and counts those it has let pass.
-class FailingFiles : public platform::FileFaults {
+class FailingFiles : public seams::Faults {
 public:
     enum class Duration { Once, ForGood };
 
     /// @param at    the operation that fails: 0 for the first, less for none.
     /// @param only  counts operations of this kind alone.
     FailingFiles(int at, std::errc error, Duration duration = Duration::ForGood,
-                 std::optional<platform::FileOperation> only = {})
+                 std::optional<platform::Operation> only = {})
         : m_at(at), m_error(error), m_duration(duration), m_only(only) {
-        platform::setFileFaults(this);
+        seams::setFaults(this);
     }
     /// Lets operations of one kind fail from the first on.
-    FailingFiles(platform::FileOperation only, std::errc error, Duration duration = Duration::ForGood)
+    FailingFiles(platform::Operation only, std::errc error, Duration duration = Duration::ForGood)
         : FailingFiles(0, error, duration, only) {}
-    ~FailingFiles() override { platform::setFileFaults(nullptr); }
+    ~FailingFiles() override { seams::setFaults(nullptr); }
 
     /// Makes each read and write do one byte at most.
     void makeShort() { m_short = true; }
     /// Whether an operation has failed.
     bool hasFailed() const { return m_failed; }
 
-    platform::FileError before(platform::FileOperation operation, std::size_t& size) override {
+    platform::FileError before(platform::Operation operation, std::size_t& size) override {
         if (m_short && size > 0) size = 1;
         if (m_only && *m_only != operation) return {};
         const int number = m_count++;
@@ -44,7 +45,7 @@ private:
     const int m_at;
     const std::errc m_error;
     const Duration m_duration;
-    const std::optional<platform::FileOperation> m_only;
+    const std::optional<platform::Operation> m_only;
     std::atomic<int> m_count{0};
     std::atomic<bool> m_failed{false};
     std::atomic<bool> m_short{false};

@@ -1,4 +1,5 @@
 #include <qel/files/file.h>
+#include <qel/testing/faults.h>
 
 #include <qel/foundation/base/buffer.h>
 #include <tests/files/file_fixture.h>
@@ -9,7 +10,7 @@ namespace qel {
 namespace {
 
 namespace fs = std::filesystem;
-using platform::FileOperation;
+using platform::Operation;
 using test::FailingFiles;
 using Duration = FailingFiles::Duration;
 
@@ -26,8 +27,7 @@ TEST_F(FileChange, ACopyTakesContentPermissionsAndTimeAlsoWhenAMoveBetweenDisksM
         ASSERT_FALSE(platform::setModified(path("from").c_str(), &kLongAgo));
         const auto time = fs::last_write_time(path("from"));
         const bool isMove = change == &File::moveFile;
-        FailingFiles files(isMove ? 0 : -1, std::errc::cross_device_link, Duration::Once,
-                           FileOperation::Rename);
+        FailingFiles files(isMove ? 0 : -1, std::errc::cross_device_link, Duration::Once, Operation::Rename);
         ASSERT_TRUE(change(path("from"), folder.write("to", kOld)));
         EXPECT_TRUE(folder.read("to") == kNew && fs::last_write_time(path("to")) == time);
         EXPECT_EQ(fs::status(path("to")).permissions(), fs::perms::owner_all);
@@ -81,7 +81,7 @@ TEST_F(FileChange, ShortAndInterruptedWritesGoOnAndAFailedOneIsTrueAndLogged) {
         EXPECT_TRUE(File::writeFile(path("file"), ConstByteSpan::fromText(kNew)) && files.hasFailed());
         EXPECT_EQ(folder.read("file"), kNew);
     }
-    const FailingFiles files(FileOperation::Write, std::errc::no_space_on_device);
+    const FailingFiles files(Operation::Write, std::errc::no_space_on_device);
     EXPECT_TRUE(File::writeFile(path("file"), ConstByteSpan::fromText(kNew)));
     log.expect(3, "cant write file '" + path("file") + "' of 15 bytes; No space left on device");
     EXPECT_FALSE(File::writeFile(path("missing/file"), ConstByteSpan::fromText(kNew)));
@@ -118,7 +118,7 @@ bool worksWithout(int step, const Change& change, Duration duration) {
     const auto openFiles = countOpenFiles();
     FailingFiles files(step, std::errc::no_space_on_device, duration);
     const bool worked = change.run(folder);
-    platform::setFileFaults(nullptr);
+    seams::setFaults(nullptr);
     EXPECT_EQ(countOpenFiles(), openFiles);
     if (worked && !files.hasFailed()) return true;
     EXPECT_EQ(log.take().size(), worked ? 0u : 1u);

@@ -134,7 +134,7 @@ TEST_F(BufferFile, AFailedReadIsToldAndAShortOneGoesOn) {
     for (const std::errc error : {std::errc::io_error, std::errc::interrupted}) {
         const bool works = error == std::errc::interrupted;
         test::FailingFiles files(works ? 3 : 0, error, test::FailingFiles::Duration::Once,
-                                 platform::FileOperation::Read);
+                                 platform::Operation::Read);
         files.makeShort();
         EXPECT_EQ(load("file"), works);
         EXPECT_TRUE(files.hasFailed());

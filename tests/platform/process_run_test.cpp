@@ -1,4 +1,5 @@
 #include <qel/platform/process_run.h>
+#include <qel/testing/machine.h>
 
 #include <tests/support/environment.h>
 #include <tests/support/scratch_folder.h>
@@ -97,7 +98,7 @@ static std::vector<Arguments> g_runs;
 static int g_exitCode = 0;
 
 TEST(ElevatedRun, GoesTheFirstWayThatIsOpen) {
-    replaceRunProcess([](const Arguments& arguments, const RunOptions&) {
+    qel::seams::replaceRunProcess([](const Arguments& arguments, const RunOptions&) {
         g_runs.push_back(arguments);
         return RunResult{true, 0, g_exitCode};
     });
@@ -118,5 +119,5 @@ TEST(ElevatedRun, GoesTheFirstWayThatIsOpen) {
         EXPECT_EQ(runElevated(arguments, kWait, means).started, started);
         EXPECT_EQ(g_runs, runs);
     }
-    replaceRunProcess(nullptr);
+    qel::seams::replaceRunProcess(nullptr);
 }

@@ -1,4 +1,5 @@
 #include <qel/platform/registry.h>
+#include <qel/testing/machine.h>
 
 #include <tests/files/failing_files.h>
 #include <tests/support/scratch_folder.h>
@@ -9,8 +10,8 @@ namespace qel::platform {
 namespace {
 
 struct RegistryTest : ::testing::Test {
-    RegistryTest() { setRegistryFolder(scratch.path("settings")); }
-    ~RegistryTest() override { setRegistryFolder({}); }
+    RegistryTest() { seams::setRegistryFolder(scratch.path("settings")); }
+    ~RegistryTest() override { seams::setRegistryFolder({}); }
 
     static std::string read(std::string_view key, std::string_view name) {
         std::string bytes;

@@ -1,4 +1,5 @@
 #include <qel/rpc/update_mechanism.h>
+#include <qel/testing/machine.h>
 
 #include <qel/platform/process_run.h>
 #include <qel/rpc/rpc_provider.h>
@@ -49,7 +50,7 @@ protected:
         update->delegateBackup.connect([this] { return ++backups, backsUp; });
         system().setApplicationDirectory(folder.path());
         g_starts = true;
-        platform::replaceRunProcess(
+        seams::replaceRunProcess(
             [](const std::vector<std::string>& command, const platform::RunOptions& how) {
                 g_command = command;
                 return platform::RunResult{g_starts && how.detached && !how.wait, 0, 0};
@@ -57,7 +58,7 @@ protected:
     }
     void TearDown() override {
         System::setHitSIGINT(false);
-        platform::replaceRunProcess(nullptr);
+        seams::replaceRunProcess(nullptr);
         provider.reset();
         update.reset();
         SystemFileFixture::TearDown();

@@ -1,8 +1,7 @@
-// The choice of vector instructions for the kernels; for tests and measurements.
+// The choice of vector instructions for the kernels; <qel/testing/simd.h> is the public side.
 #pragma once
 
 #include <qel/foundation/base/containers.h>
-#include <qel/platform/api.h>
 
 #include <string>
 #include <string_view>
@@ -11,10 +10,10 @@ namespace qel::internal {
 
 /// Returns the names of the instruction sets that both this build and this machine support, best first, such
 /// as "AVX3" or "SSE4".
-QEL_API Vector<std::string> simdTargets();
+Vector<std::string> simdTargets();
 /// Limits all kernels of the library to the target @p name; an empty name removes the limit.
 /// @return false, with nothing changed, if the name is not one of simdTargets().
 /// @threads while no kernel runs on any other thread.
-QEL_API bool setSimdTarget(std::string_view name);
+bool setSimdTarget(std::string_view name);
 
 } // namespace qel::internal

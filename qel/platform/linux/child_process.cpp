@@ -23,10 +23,11 @@ constexpr int kFirstFreeDescriptor = 3;
 /// Moves @p handle out of the way of the three standard streams, where a host without one has a gap.
 FileError leaveStandardStreams(FileHandle& handle) {
     if (handle.id() >= kFirstFreeDescriptor) return {};
-    const int moved = fcntl(handle.id(), F_DUPFD_CLOEXEC, kFirstFreeDescriptor);
-    if (moved < 0) return lastFileError();
-    handle = FileHandle(moved);
-    return {};
+    int moved = -1;
+    const FileError error = perform(
+        Operation::Open, [&] { return moved = fcntl(handle.id(), F_DUPFD_CLOEXEC, kFirstFreeDescriptor); });
+    if (!error) handle = FileHandle(moved);
+    return error;
 }
 
 /// The path that posix_spawn takes; a program with a folder may be told missing by the system itself.
@@ -49,7 +50,8 @@ FileError signalProcess(std::int64_t id, int number) {
 
 FileError makePipe(Pipe& pipe, std::size_t capacity) {
     std::array<int, 2> ends;
-    if (pipe2(ends.data(), O_CLOEXEC) != 0) return lastFileError();
+    if (const FileError error = perform(Operation::MakePipe, [&] { return pipe2(ends.data(), O_CLOEXEC); }))
+        return error;
     pipe = {FileHandle(ends[0]), FileHandle(ends[1])};
     if (const FileError error = leaveStandardStreams(pipe.reading)) return error;
     if (const FileError error = leaveStandardStreams(pipe.writing)) return error;
@@ -82,8 +84,8 @@ FileError startChild(std::int64_t& id, const ChildStart& start, const FileHandle
 FileError collectChild(std::int64_t id, bool& ended, int& exitCode) {
     int status = 0;
     pid_t collected = 0;
-    const FileError error =
-        uninterrupted([&] { return collected = waitpid(static_cast<pid_t>(id), &status, WNOHANG); });
+    const FileError error = perform(
+        Operation::Wait, [&] { return collected = waitpid(static_cast<pid_t>(id), &status, WNOHANG); });
     ended = !error && collected != 0;
     if (ended) exitCode = exitCodeOf(status);
     return error;
@@ -98,10 +100,11 @@ FileError interruptProcessGroup(std::int64_t id) {
 }
 
 FileError ProcessHandle::open(std::int64_t id) {
-    const long descriptor = syscall(SYS_pidfd_open, id, 0); // closes on exec by itself
-    if (descriptor < 0) return lastFileError();
-    m_handle = FileHandle(static_cast<int>(descriptor));
-    return {};
+    long descriptor = -1; // closes on exec by itself
+    const FileError error =
+        perform(Operation::Open, [&] { return descriptor = syscall(SYS_pidfd_open, id, 0); });
+    if (!error) m_handle = FileHandle(static_cast<int>(descriptor));
+    return error;
 }
 
 FileError ProcessHandle::kill() {
@@ -114,6 +117,7 @@ FileError ProcessHandle::waitForAny(const std::vector<ProcessHandle>& processes,
     std::vector<pollfd> entries;
     for (const ProcessHandle& process : processes) entries.push_back({process.m_handle.id(), POLLIN, 0});
     ended.assign(processes.size(), false);
+    if (const FileError forced = forcedFault(Operation::Wait)) return forced;
     if (poll(entries.data(), entries.size(), timeoutMs) < 0) return lastFileError();
     for (std::size_t i = 0; i < entries.size(); ++i) ended[i] = entries[i].revents != 0;
     return {};

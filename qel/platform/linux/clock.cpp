@@ -1,5 +1,7 @@
 #include <qel/platform/clock.h>
 
+#include <qel/platform/seams_p.h>
+
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -51,7 +53,7 @@ void sleepMilliseconds(std::uint32_t milliseconds) {
     g_sleep.load()(milliseconds);
 }
 
-void replaceSleep(SleepFunction function) {
+void setSleepFunction(SleepFunction function) {
     g_sleep.store(function ? function : &waitOnSteadyClock);
 }
 

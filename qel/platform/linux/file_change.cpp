@@ -8,11 +8,11 @@
 namespace qel::platform {
 
 FileError makeDirectory(const char* path, const FileHandle& base) {
-    return perform(FileOperation::Open, [&] { return ::mkdirat(baseId(base), path, 0777); });
+    return perform(Operation::MakeFolder, [&] { return ::mkdirat(baseId(base), path, 0777); });
 }
 
 FileError makeSymLink(const char* target, const char* link, const FileHandle& base) {
-    return perform(FileOperation::Open, [&] { return ::symlinkat(target, baseId(base), link); });
+    return perform(Operation::MakeLink, [&] { return ::symlinkat(target, baseId(base), link); });
 }
 
 // A result that fills the space may have been cut, so it is asked for again with more.
@@ -20,8 +20,9 @@ FileError readSymLink(std::string& target, const char* link, const FileHandle& b
     std::string text(256, '\0');
     for (;;) {
         ssize_t count = 0;
-        const FileError error =
-            uninterrupted([&] { return count = ::readlinkat(baseId(base), link, text.data(), text.size()); });
+        const FileError error = perform(Operation::ReadLink, [&] {
+            return count = ::readlinkat(baseId(base), link, text.data(), text.size());
+        });
         if (error) return error;
         if (static_cast<std::size_t>(count) < text.size()) {
             target.assign(text, 0, static_cast<std::size_t>(count));
@@ -32,25 +33,24 @@ FileError readSymLink(std::string& target, const char* link, const FileHandle& b
 }
 
 FileError rename(const char* from, const char* to, const FileHandle& fromBase, const FileHandle& toBase) {
-    return perform(FileOperation::Rename,
-                   [&] { return ::renameat(baseId(fromBase), from, baseId(toBase), to); });
+    return perform(Operation::Rename, [&] { return ::renameat(baseId(fromBase), from, baseId(toBase), to); });
 }
 
 FileError removeFile(const char* path, const FileHandle& base) {
-    return perform(FileOperation::Remove, [&] { return ::unlinkat(baseId(base), path, 0); });
+    return perform(Operation::Remove, [&] { return ::unlinkat(baseId(base), path, 0); });
 }
 
 FileError removeDirectory(const char* path, const FileHandle& base) {
-    return perform(FileOperation::Remove, [&] { return ::unlinkat(baseId(base), path, AT_REMOVEDIR); });
+    return perform(Operation::Remove, [&] { return ::unlinkat(baseId(base), path, AT_REMOVEDIR); });
 }
 
 FileError setMode(const char* path, std::uint32_t mode, const FileHandle& base) {
-    return perform(FileOperation::SetMode,
+    return perform(Operation::SetMode,
                    [&] { return ::fchmodat(baseId(base), path, mode, AT_SYMLINK_NOFOLLOW); });
 }
 
 FileError setOwnerToUser(const char* path, const FileHandle& base) {
-    return perform(FileOperation::SetMode, [&] {
+    return perform(Operation::SetOwner, [&] {
         return ::fchownat(baseId(base), path, ::geteuid(), ::getegid(), AT_SYMLINK_NOFOLLOW);
     });
 }
@@ -58,7 +58,7 @@ FileError setOwnerToUser(const char* path, const FileHandle& base) {
 FileError setModified(const char* path, const FileTime* modified, const FileHandle& base) {
     timespec times[2] = {{0, UTIME_NOW}, {0, UTIME_NOW}};
     if (modified) times[1] = {modified->seconds, static_cast<long>(modified->nanoseconds)};
-    return perform(FileOperation::SetTime, [&] { return ::utimensat(baseId(base), path, times, 0); });
+    return perform(Operation::SetTime, [&] { return ::utimensat(baseId(base), path, times, 0); });
 }
 
 } // namespace qel::platform

@@ -21,7 +21,7 @@ bool DirectoryReader::readBlock(FileError& error) {
     if (!m_block) m_block = std::make_unique<char[]>(kBlockBytes);
     ssize_t count = 0;
     m_position = m_blockSize = 0;
-    error = perform(FileOperation::Read,
+    error = perform(Operation::ReadFolder,
                     [&] { return count = ::getdents64(m_directory.id(), m_block.get(), kBlockBytes); });
     if (!error) m_blockSize = static_cast<std::size_t>(count);
     return m_blockSize > 0;

@@ -1,7 +1,5 @@
 #include <qel/platform/linux/file_system_p.h>
 
-#include <algorithm>
-#include <atomic>
 #include <climits>
 #include <poll.h>
 #include <unistd.h>
@@ -10,8 +8,6 @@
 namespace qel::platform {
 
 namespace {
-
-std::atomic<FileFaults*> g_faults{nullptr};
 
 bool isOffset(std::uint64_t size) {
     return size <= static_cast<std::uint64_t>(INT64_MAX);
@@ -22,19 +18,6 @@ FileError tooLarge() {
 }
 
 } // namespace
-
-void setFileFaults(FileFaults* faults) {
-    g_faults.store(faults, std::memory_order_release);
-}
-
-FileError fileFault(FileOperation operation, std::size_t& size) {
-    FileFaults* faults = g_faults.load(std::memory_order_acquire);
-    if (!faults) return {};
-    const std::size_t asked = size;
-    const FileError error = faults->before(operation, size);
-    if (asked > 0) size = std::clamp<std::size_t>(size, 1, asked);
-    return error;
-}
 
 FileHandle& FileHandle::operator=(FileHandle&& other) noexcept {
     if (this != &other) {
@@ -49,8 +32,7 @@ FileError FileHandle::close() {
     if (m_id < 0) return {};
     const int result = ::close(release());
     FileError error = result == -1 && errno != EINTR ? lastFileError() : FileError();
-    std::size_t none = 0;
-    if (const FileError forced = fileFault(FileOperation::Close, none)) error = forced;
+    if (const FileError forced = forcedFault(Operation::Close)) error = forced;
     return error;
 }
 
@@ -60,8 +42,7 @@ int FileHandle::release() {
 
 FileError FileHandle::read(void* data, std::size_t size, std::size_t& done) {
     ssize_t count = 0;
-    const FileError error =
-        perform(FileOperation::Read, size, [&] { return count = ::read(m_id, data, size); });
+    const FileError error = perform(Operation::Read, size, [&] { return count = ::read(m_id, data, size); });
     done = error ? 0 : static_cast<std::size_t>(count);
     return error;
 }
@@ -70,9 +51,8 @@ FileError FileHandle::readAt(std::uint64_t offset, void* data, std::size_t size,
     done = 0;
     if (!isOffset(offset)) return {EINVAL, std::system_category()};
     ssize_t count = 0;
-    const FileError error = perform(FileOperation::Read, size, [&] {
-        return count = ::pread(m_id, data, size, static_cast<off_t>(offset));
-    });
+    const FileError error = perform(
+        Operation::Read, size, [&] { return count = ::pread(m_id, data, size, static_cast<off_t>(offset)); });
     if (!error) done = static_cast<std::size_t>(count);
     return error;
 }
@@ -80,29 +60,29 @@ FileError FileHandle::readAt(std::uint64_t offset, void* data, std::size_t size,
 FileError FileHandle::write(const void* data, std::size_t size, std::size_t& done) {
     ssize_t count = 0;
     const FileError error =
-        perform(FileOperation::Write, size, [&] { return count = ::write(m_id, data, size); });
+        perform(Operation::Write, size, [&] { return count = ::write(m_id, data, size); });
     done = error ? 0 : static_cast<std::size_t>(count);
     return error;
 }
 
 FileError waitUntilReady(const FileHandle& file, Readiness readiness) {
     pollfd descriptor{file.id(), static_cast<short>(readiness == Readiness::Reading ? POLLIN : POLLOUT), 0};
-    return uninterrupted([&descriptor] { return ::poll(&descriptor, 1, -1); });
+    return perform(Operation::Wait, [&descriptor] { return ::poll(&descriptor, 1, -1); });
 }
 
 FileError FileHandle::setSize(std::uint64_t size) {
     if (!isOffset(size)) return tooLarge();
-    return perform(FileOperation::SetSize, [&] { return ::ftruncate(m_id, static_cast<off_t>(size)); });
+    return perform(Operation::SetSize, [&] { return ::ftruncate(m_id, static_cast<off_t>(size)); });
 }
 
 FileError FileHandle::allocate(std::uint64_t size) {
     if (!isOffset(size)) return tooLarge();
     if (size == 0) return {};
-    return perform(FileOperation::SetSize, [&] { return ::fallocate(m_id, 0, 0, static_cast<off_t>(size)); });
+    return perform(Operation::SetSize, [&] { return ::fallocate(m_id, 0, 0, static_cast<off_t>(size)); });
 }
 
 FileError FileHandle::sync() {
-    return perform(FileOperation::Sync, [&] { return ::fsync(m_id); });
+    return perform(Operation::Sync, [&] { return ::fsync(m_id); });
 }
 
 } // namespace qel::platform

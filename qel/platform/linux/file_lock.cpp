@@ -9,16 +9,15 @@ namespace qel::platform {
 namespace {
 
 FileError operate(const FileHandle& file, int operation) {
-    return uninterrupted([&] { return ::flock(file.id(), operation); });
+    return perform(Operation::Lock, [&] { return ::flock(file.id(), operation); });
 }
 
 } // namespace
 
 FileError openLockFile(FileHandle& file, const char* path) {
     int id = -1;
-    const FileError error = perform(FileOperation::Open, [&] {
-        return id = ::open(path, O_RDWR | O_CREAT | O_CLOEXEC | O_NOCTTY, 0666);
-    });
+    const FileError error = perform(
+        Operation::Open, [&] { return id = ::open(path, O_RDWR | O_CREAT | O_CLOEXEC | O_NOCTTY, 0666); });
     if (!error) file = FileHandle(id);
     return error;
 }

@@ -10,7 +10,7 @@ namespace {
 FileError openId(FileHandle& file, const char* path, int flags, Links links, const FileHandle& base) {
     if (links == Links::Keep) flags |= O_NOFOLLOW;
     int id = -1;
-    const FileError error = perform(FileOperation::Open, [&] {
+    const FileError error = perform(Operation::Open, [&] {
         return id = ::openat(baseId(base), path, flags | O_CLOEXEC | O_NOCTTY, 0666);
     });
     if (!error) file = FileHandle(id);
@@ -71,7 +71,7 @@ FileError openDirectory(FileHandle& directory, const char* path, Links links, co
 std::FILE* openStandardFile(const char* path, const char* mode, FileError& error) {
     const std::string closingMode = std::string(mode) + "e";
     std::FILE* file = nullptr;
-    error = perform(FileOperation::Open, [&] {
+    error = perform(Operation::Open, [&] {
         file = std::fopen(path, closingMode.c_str());
         return file ? 0 : -1;
     });

@@ -23,8 +23,9 @@ FileTime timeOf(const struct statx_timestamp& stamp) {
 
 FileError readStatx(FileStatus& status, int id, const char* path, int flags) {
     struct statx record {};
-    const FileError error = uninterrupted(
-        [&] { return ::statx(id, path, flags | AT_NO_AUTOMOUNT, STATX_BASIC_STATS | STATX_BTIME, &record); });
+    const FileError error = perform(Operation::ReadStatus, [&] {
+        return ::statx(id, path, flags | AT_NO_AUTOMOUNT, STATX_BASIC_STATS | STATX_BTIME, &record);
+    });
     if (error) return error;
     status.kind = kindOf(record.stx_mode);
     status.size = record.stx_size;
@@ -48,12 +49,17 @@ FileError readStatus(FileStatus& status, const FileHandle& file) {
 }
 
 FileError testAccess(const char* path, bool forWriting) {
-    return uninterrupted([&] { return ::faccessat(AT_FDCWD, path, forWriting ? W_OK : R_OK, AT_EACCESS); });
+    return perform(Operation::ReadStatus,
+                   [&] { return ::faccessat(AT_FDCWD, path, forWriting ? W_OK : R_OK, AT_EACCESS); });
 }
 
 FileError resolvePath(std::string& result, const char* path) {
-    char* resolved = ::realpath(path, nullptr);
-    if (!resolved) return lastFileError();
+    char* resolved = nullptr;
+    const FileError error = perform(Operation::ReadLink, [&] {
+        resolved = ::realpath(path, nullptr);
+        return resolved ? 0 : -1;
+    });
+    if (error) return error;
     result = resolved;
     std::free(resolved);
     return {};
@@ -68,7 +74,7 @@ FileError temporaryDirectory(std::string& result) {
 
 FileError readDiskSpace(std::uint64_t& free, std::uint64_t& total, const char* path) {
     struct statvfs record {};
-    const FileError error = uninterrupted([&] { return ::statvfs(path, &record); });
+    const FileError error = perform(Operation::ReadStatus, [&] { return ::statvfs(path, &record); });
     if (error) return error;
     free = std::uint64_t(record.f_bavail) * record.f_frsize;
     total = std::uint64_t(record.f_blocks) * record.f_frsize;

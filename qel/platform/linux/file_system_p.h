@@ -1,7 +1,8 @@
-// What the file functions share: repeated calls, forced faults, the system's last error.
+// What the functions that call the system share: repeated calls, forced faults, the last error.
 #pragma once
 
 #include <qel/platform/file_system.h>
+#include <qel/platform/seams_p.h>
 
 #include <cerrno>
 #include <fcntl.h>
@@ -12,9 +13,6 @@ namespace qel::platform {
 inline FileError lastFileError() {
     return {errno, std::system_category()};
 }
-
-/// What tests put in the way of @p operation; see FileFaults.
-FileError fileFault(FileOperation operation, std::size_t& size);
 
 /// Does @p call, which returns -1 on failure, until it isn't interrupted.
 template <typename Call>
@@ -27,12 +25,9 @@ FileError uninterrupted(Call call) {
 
 /// As uninterrupted(), for an operation that tests can make fail. @p call reads @p size anew each time.
 template <typename Call>
-FileError perform(FileOperation operation, std::size_t& size, Call call) {
+FileError perform(Operation operation, std::size_t& size, Call call) {
     for (;;) {
-        if (const FileError error = fileFault(operation, size)) {
-            if (error.value() != EINTR) return error;
-            continue;
-        }
+        if (const FileError forced = forcedFault(operation, size)) return forced;
         if (call() != -1) return {};
         if (errno != EINTR) return lastFileError();
     }
@@ -40,7 +35,7 @@ FileError perform(FileOperation operation, std::size_t& size, Call call) {
 
 /// As above, for an operation without a size.
 template <typename Call>
-FileError perform(FileOperation operation, Call call) {
+FileError perform(Operation operation, Call call) {
     std::size_t none = 0;
     return perform(operation, none, call);
 }

@@ -23,10 +23,11 @@ FileError errorOf(int code) {
 }
 
 FileError makeSocket(FileHandle& socket) {
-    const int id = ::socket(AF_UNIX, kSocketType, 0);
-    if (id < 0) return lastFileError();
-    socket = FileHandle(id);
-    return {};
+    int id = -1;
+    const FileError error =
+        perform(Operation::MakeSocket, [&] { return id = ::socket(AF_UNIX, kSocketType, 0); });
+    if (!error) socket = FileHandle(id);
+    return error;
 }
 
 FileError makeAddress(sockaddr_un& address, const char* path) {
@@ -40,10 +41,13 @@ FileError makeAddress(sockaddr_un& address, const char* path) {
 
 /// The socket appears under its name with the mode of @p socket, less what the process mask takes away.
 FileError bindWithMode(const FileHandle& socket, const sockaddr_un& address, std::uint32_t mode) {
-    if (::fchmod(socket.id(), static_cast<mode_t>(mode)) != 0) return lastFileError();
-    if (::bind(socket.id(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
-        return lastFileError();
-    }
+    FileError error =
+        perform(Operation::SetMode, [&] { return ::fchmod(socket.id(), static_cast<mode_t>(mode)); });
+    if (error) return error;
+    error = perform(Operation::Bind, [&] {
+        return ::bind(socket.id(), reinterpret_cast<const sockaddr*>(&address), sizeof(address));
+    });
+    if (error) return error;
     return setMode(address.sun_path, mode);
 }
 
@@ -84,15 +88,18 @@ FileError listenLocally(FileHandle& listener, const char* path, std::uint32_t mo
     if (const FileError error = makeAddress(address, path)) return error;
     if (const FileError error = makeSocket(socket)) return error;
     if (const FileError error = bindWithMode(socket, address, mode)) return error;
-    if (::listen(socket.id(), kWaitingConnections) != 0) return lastFileError();
+    const FileError error =
+        perform(Operation::Listen, [&] { return ::listen(socket.id(), kWaitingConnections); });
+    if (error) return error;
     listener = std::move(socket);
     return {};
 }
 
 FileError acceptLocally(FileHandle& connection, PeerIdentity& peer, const FileHandle& listener) {
     int id = -1;
-    const FileError error = uninterrupted(
-        [&] { return id = ::accept4(listener.id(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC); });
+    const FileError error = perform(Operation::Accept, [&] {
+        return id = ::accept4(listener.id(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
+    });
     if (error) return error;
     connection = FileHandle(id);
     return readPeer(peer, connection);
@@ -103,15 +110,18 @@ FileError connectLocally(FileHandle& connection, const char* path) {
     FileHandle socket;
     if (const FileError error = makeAddress(address, path)) return error;
     if (const FileError error = makeSocket(socket)) return error;
-    const FileError error = uninterrupted(
-        [&] { return ::connect(socket.id(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)); });
+    const FileError error = perform(Operation::Connect, [&] {
+        return ::connect(socket.id(), reinterpret_cast<const sockaddr*>(&address), sizeof(address));
+    });
     if (!error) connection = std::move(socket);
     return error;
 }
 
 FileError makeSocketPair(FileHandle& a, FileHandle& b) {
     int ids[2];
-    if (::socketpair(AF_UNIX, kSocketType, 0, ids) != 0) return lastFileError();
+    const FileError error =
+        perform(Operation::MakeSocket, [&] { return ::socketpair(AF_UNIX, kSocketType, 0, ids); });
+    if (error) return error;
     a = FileHandle(ids[0]);
     b = FileHandle(ids[1]);
     return {};
@@ -119,7 +129,7 @@ FileError makeSocketPair(FileHandle& a, FileHandle& b) {
 
 FileError sendSome(const FileHandle& socket, const void* data, std::size_t size, std::size_t& done) {
     ssize_t count = 0;
-    const FileError error = perform(FileOperation::Write, size, [&] {
+    const FileError error = perform(Operation::Send, size, [&] {
         return count = ::send(socket.id(), data, size, MSG_NOSIGNAL | MSG_DONTWAIT);
     });
     done = error ? 0 : static_cast<std::size_t>(count);
@@ -128,14 +138,14 @@ FileError sendSome(const FileHandle& socket, const void* data, std::size_t size,
 
 FileError receiveSome(const FileHandle& socket, void* data, std::size_t size, std::size_t& done) {
     ssize_t count = 0;
-    const FileError error = perform(FileOperation::Read, size,
+    const FileError error = perform(Operation::Receive, size,
                                     [&] { return count = ::recv(socket.id(), data, size, MSG_DONTWAIT); });
     done = error ? 0 : static_cast<std::size_t>(count);
     return error;
 }
 
 FileError endSending(const FileHandle& socket) {
-    return ::shutdown(socket.id(), SHUT_WR) == 0 ? FileError() : lastFileError();
+    return perform(Operation::Send, [&] { return ::shutdown(socket.id(), SHUT_WR); });
 }
 
 FileError waitForSockets(std::span<SocketWatch> sockets, int timeoutMs) {
@@ -144,6 +154,7 @@ FileError waitForSockets(std::span<SocketWatch> sockets, int timeoutMs) {
         const int events = (sockets[i].forReceiving ? POLLIN : 0) | (sockets[i].forSending ? POLLOUT : 0);
         polled[i] = {events != 0 ? sockets[i].socket->id() : -1, static_cast<short>(events), 0};
     }
+    if (const FileError forced = forcedFault(Operation::Wait)) return forced;
     const int count = ::poll(polled.data(), polled.size(), timeoutMs);
     if (count < 0 && errno != EINTR) return lastFileError();
     for (std::size_t i = 0; i < sockets.size(); ++i) {

@@ -98,7 +98,7 @@ bool mendMappedWindow(const siginfo_t& info) {
 
 FileError openForMapping(FileHandle& file, const char* path, bool forWriting) {
     int id = -1;
-    const FileError error = perform(FileOperation::Open, [&] {
+    const FileError error = perform(Operation::Open, [&] {
         return id = ::open(path, (forWriting ? O_RDWR : O_RDONLY) | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
     });
     if (!error) file = FileHandle(id);
@@ -107,9 +107,13 @@ FileError openForMapping(FileHandle& file, const char* path, bool forWriting) {
 
 FileError mapWindow(void*& address, const FileHandle& file, std::uint64_t offset, std::size_t size,
                     bool forWriting) {
-    void* const mapped = mmap(nullptr, size, forWriting ? PROT_READ | PROT_WRITE : PROT_READ, MAP_SHARED,
-                              file.id(), static_cast<off_t>(offset));
-    if (mapped == MAP_FAILED) return lastFileError();
+    void* mapped = nullptr;
+    const FileError error = perform(Operation::Map, [&] {
+        mapped = mmap(nullptr, size, forWriting ? PROT_READ | PROT_WRITE : PROT_READ, MAP_SHARED, file.id(),
+                      static_cast<off_t>(offset));
+        return mapped == MAP_FAILED ? -1 : 0;
+    });
+    if (error) return error;
     addWindow(reinterpret_cast<std::uintptr_t>(mapped), size);
     address = mapped;
     return {};
@@ -126,7 +130,7 @@ bool unmapWindow(void* address) {
 }
 
 FileError flushWindow(void* address, std::size_t size) {
-    return perform(FileOperation::Sync, [&] { return msync(address, size, MS_SYNC); });
+    return perform(Operation::Sync, [&] { return msync(address, size, MS_SYNC); });
 }
 
 } // namespace qel::platform

@@ -16,7 +16,7 @@ FileError openMutex(FileHandle& mutex, std::string_view name, int flags) {
     std::string path = "/dev/shm/qel-mutex-";
     std::replace_copy(name.begin(), name.end(), std::back_inserter(path), '/', '%');
     int id = -1;
-    const FileError error = perform(FileOperation::Open, [&] {
+    const FileError error = perform(Operation::Open, [&] {
         return id = ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | flags, 0666);
     });
     if (!error) mutex = FileHandle(id);

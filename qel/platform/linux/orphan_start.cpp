@@ -1,5 +1,7 @@
 #include <qel/platform/linux/orphan_start_p.h>
 
+#include <qel/platform/seams_p.h>
+
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -86,6 +88,7 @@ int readReport(int channel) {
 
 int startOrphan(const ProgramStart& start) {
     std::array<int, 2> ends;
+    if (const FileError forced = forcedFault(Operation::Spawn)) return forced.value();
     if (pipe2(ends.data(), O_CLOEXEC) != 0) return errno;
     const int channel = fcntl(ends[1], F_DUPFD_CLOEXEC, 3); // out of the way of the three streams
     close(ends[1]);

@@ -1,26 +1,21 @@
 #include <qel/platform/linux/proc_file_p.h>
 
-#include <array>
-#include <cerrno>
-#include <charconv>
+#include <qel/platform/file_system.h>
 
-#include <fcntl.h>
-#include <unistd.h>
+#include <array>
+#include <charconv>
 
 namespace qel::platform {
 
 std::string readProcFile(const char* path) {
-    const int descriptor = open(path, O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0) return {};
+    FileHandle file;
+    if (openFile(file, path, OpenMode::Read)) return {};
     std::string content;
     std::array<char, 4096> piece;
-    for (;;) {
-        const ssize_t count = read(descriptor, piece.data(), piece.size());
-        if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) break;
-        content.append(piece.data(), static_cast<std::size_t>(count));
+    for (std::size_t count = 1; count > 0;) {
+        if (file.read(piece.data(), piece.size(), count)) break;
+        content.append(piece.data(), count);
     }
-    close(descriptor);
     return content;
 }
 

@@ -53,10 +53,9 @@ std::optional<ProcessStatus> readProcessStatus(std::int64_t id) {
 /// The file name of the program where this user may know it, else the longest of the other names.
 std::string programNameOf(std::int64_t id, const std::string& ownName) {
     constexpr std::string_view kDeleted = " (deleted)";
-    char path[4096];
-    const ssize_t length = readlink(pathOf(id, "/exe").c_str(), path, sizeof(path));
-    if (length > 0) {
-        std::string_view target(path, static_cast<std::size_t>(length));
+    std::string path;
+    if (!readSymLink(path, pathOf(id, "/exe").c_str())) {
+        std::string_view target = path;
         if (target.ends_with(kDeleted)) target.remove_suffix(kDeleted.size());
         return std::string(fileNameOf(target));
     }

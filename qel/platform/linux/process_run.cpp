@@ -3,6 +3,7 @@
 #include <qel/platform/linux/exit_code_p.h>
 #include <qel/platform/linux/orphan_start_p.h>
 #include <qel/platform/linux/spawn_setup_p.h>
+#include <qel/platform/seams_p.h>
 
 #include <atomic>
 #include <cerrno>
@@ -10,7 +11,6 @@
 #include <filesystem>
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -19,8 +19,9 @@ namespace qel::platform {
 namespace {
 
 bool isProgram(const std::string& path) {
-    struct stat info {};
-    return stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode) && access(path.c_str(), X_OK) == 0;
+    FileStatus status;
+    return !readStatus(status, path.c_str()) && status.kind == FileKind::File &&
+           access(path.c_str(), X_OK) == 0;
 }
 
 /// The exit status of @p child after its end, 128 + number for a signal, 0 where somebody else collected it.
@@ -101,7 +102,7 @@ RunResult runProcess(const std::vector<std::string>& arguments, const RunOptions
     return g_run.load()(arguments, options);
 }
 
-void replaceRunProcess(RunFunction function) {
+void setRunFunction(RunFunction function) {
     g_run.store(function ? function : &runOnMachine);
 }
 

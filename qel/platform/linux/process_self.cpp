@@ -1,3 +1,4 @@
+#include <qel/platform/file_system.h>
 #include <qel/platform/linux/proc_file_p.h>
 #include <qel/platform/process_self.h>
 
@@ -49,16 +50,8 @@ bool mayAskForRights() {
 } // namespace
 
 std::string executablePath() {
-    std::string path(256, '\0');
-    for (;;) {
-        const ssize_t size = readlink("/proc/self/exe", path.data(), path.size());
-        if (size < 0) return {};
-        if (static_cast<std::size_t>(size) < path.size()) {
-            path.resize(static_cast<std::size_t>(size));
-            break;
-        }
-        path.resize(path.size() * 2);
-    }
+    std::string path;
+    if (readSymLink(path, "/proc/self/exe")) return {};
     if (path.ends_with(kDeletedMark) && access(path.c_str(), F_OK) != 0) {
         path.resize(path.size() - kDeletedMark.size());
     }

@@ -1,5 +1,7 @@
 #include <qel/platform/random_device.h>
 
+#include <qel/platform/seams_p.h>
+
 #include <atomic>
 #include <cerrno>
 
@@ -27,7 +29,7 @@ bool fillRandom(std::span<std::byte> bytes) {
     return g_random.load()(bytes);
 }
 
-void replaceRandom(RandomFunction function) {
+void setRandomFunction(RandomFunction function) {
     g_random.store(function ? function : &fillFromKernel);
 }
 

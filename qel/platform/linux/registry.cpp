@@ -3,6 +3,7 @@
 #include <qel/platform/file_lock.h>
 #include <qel/platform/known_folders.h>
 #include <qel/platform/linux/file_system_p.h>
+#include <qel/platform/seams_p.h>
 
 #include <mutex>
 #include <unistd.h>

@@ -1,9 +1,8 @@
 #include <qel/platform/service_manager.h>
 
-#include <qel/platform/file_system.h>
 #include <qel/platform/known_folders.h>
+#include <qel/platform/linux/file_system_p.h>
 
-#include <cerrno>
 #include <charconv>
 #include <cstddef>
 #include <cstdlib>
@@ -41,14 +40,15 @@ bool notifyServiceManager(std::string_view state) {
     sockaddr_un address{};
     const socklen_t size = fillAddress(address, std::getenv("NOTIFY_SOCKET"));
     if (size == 0) return false;
-    const FileHandle channel(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-    if (!channel.isOpen()) return false;
-    ssize_t sent = 0;
-    do {
-        sent = sendto(channel.id(), state.data(), state.size(), MSG_NOSIGNAL,
+    int id = -1;
+    if (perform(Operation::MakeSocket, [&] { return id = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0); }))
+        return false;
+    const FileHandle channel(id);
+    std::size_t count = state.size();
+    return !perform(Operation::Send, count, [&] {
+        return sendto(channel.id(), state.data(), state.size(), MSG_NOSIGNAL,
                       reinterpret_cast<const sockaddr*>(&address), size);
-    } while (sent < 0 && errno == EINTR);
-    return sent == static_cast<ssize_t>(state.size());
+    });
 }
 
 std::uint64_t watchdogMicroseconds() {

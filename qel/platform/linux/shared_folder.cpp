@@ -16,7 +16,7 @@ constexpr mode_t kForUserOnly = 0600;
 
 FileError openById(FileHandle& file, const char* path, int flags, const FileHandle& base) {
     int id = -1;
-    const FileError error = perform(FileOperation::Open, [&] {
+    const FileError error = perform(Operation::Open, [&] {
         return id = ::openat(baseId(base), path, flags | O_CLOEXEC | O_NOCTTY, kForUserOnly);
     });
     if (!error) file = FileHandle(id);
@@ -36,7 +36,7 @@ bool hasAccessList(const FileHandle& file) {
 /// For file systems that can't rename without replacing.
 FileError moveByLink(const char* from, const char* to, const FileHandle& folder) {
     const FileError error =
-        perform(FileOperation::Rename, [&] { return ::linkat(baseId(folder), from, baseId(folder), to, 0); });
+        perform(Operation::MakeLink, [&] { return ::linkat(baseId(folder), from, baseId(folder), to, 0); });
     return error ? error : removeFile(from, folder);
 }
 
@@ -62,7 +62,7 @@ FileError createPrivateFile(FileHandle& file, const char* name, const FileHandle
 }
 
 FileError setOwnership(const FileHandle& file, std::uint32_t user, std::uint32_t group) {
-    return perform(FileOperation::SetMode, [&] { return ::fchown(file.id(), user, group); });
+    return perform(Operation::SetOwner, [&] { return ::fchown(file.id(), user, group); });
 }
 
 FileError setGroup(const FileHandle& file, std::uint32_t group) {
@@ -70,11 +70,11 @@ FileError setGroup(const FileHandle& file, std::uint32_t group) {
 }
 
 FileError setMode(const FileHandle& file, std::uint32_t mode) {
-    return perform(FileOperation::SetMode, [&] { return ::fchmod(file.id(), static_cast<mode_t>(mode)); });
+    return perform(Operation::SetMode, [&] { return ::fchmod(file.id(), static_cast<mode_t>(mode)); });
 }
 
 FileError renameToFreeName(const char* from, const char* to, const FileHandle& folder) {
-    const FileError error = perform(FileOperation::Rename, [&] {
+    const FileError error = perform(Operation::Rename, [&] {
         return ::renameat2(baseId(folder), from, baseId(folder), to, RENAME_NOREPLACE);
     });
     const bool isUnknown = error == std::errc::invalid_argument || error == std::errc::function_not_supported;

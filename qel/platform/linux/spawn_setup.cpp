@@ -1,5 +1,7 @@
 #include <qel/platform/linux/spawn_setup_p.h>
 
+#include <qel/platform/seams_p.h>
+
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -46,6 +48,7 @@ void SpawnSetup::setDirectory(const std::string& directory) {
 
 int SpawnSetup::start(pid_t& child, const char* path, char* const* arguments) {
     posix_spawn_file_actions_addclosefrom_np(&m_actions, 3);
+    if (const FileError forced = forcedFault(Operation::Spawn)) return forced.value();
     return posix_spawn(&child, path, &m_actions, &m_attributes, arguments, environ);
 }
 

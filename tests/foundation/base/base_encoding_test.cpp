@@ -1,6 +1,6 @@
 #include <qel/foundation/base/base_encoding.h>
-#include <qel/foundation/base/simd_target_p.h>
 #include <qel/foundation/base/string.h>
+#include <qel/testing/simd.h>
 
 #include <gtest/gtest.h>
 
@@ -52,13 +52,13 @@ Bytes encodeByBits(const Bytes& bytes, const Form& form) {
 
 class BaseEncoding : public testing::TestWithParam<std::string> {
 protected:
-    void SetUp() override { ASSERT_TRUE(internal::setSimdTarget(GetParam())); }
-    void TearDown() override { internal::setSimdTarget(""); }
+    void SetUp() override { ASSERT_TRUE(seams::setSimdTarget(GetParam())); }
+    void TearDown() override { seams::setSimdTarget(""); }
 };
 
 } // namespace
 
-INSTANTIATE_TEST_SUITE_P(Targets, BaseEncoding, testing::ValuesIn(internal::simdTargets()),
+INSTANTIATE_TEST_SUITE_P(Targets, BaseEncoding, testing::ValuesIn(seams::simdTargets()),
                          [](const auto& parameter) { return parameter.param; });
 
 // The vectors have no spare room, so that the address sanitizer finds every write past the end.

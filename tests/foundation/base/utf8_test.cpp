@@ -1,6 +1,6 @@
-#include <qel/foundation/base/simd_target_p.h>
 #include <qel/foundation/base/string.h>
 #include <qel/foundation/base/unicode.h>
+#include <qel/testing/simd.h>
 
 #include <gtest/gtest.h>
 
@@ -176,8 +176,8 @@ TEST(Utf8, RightToLeftFlagsTakeLinearTimeAndLittleStack) {
 /// Runs each case under every instruction set of this machine.
 class Utf8Kernels : public testing::TestWithParam<std::string> {
 protected:
-    void SetUp() override { ASSERT_TRUE(internal::setSimdTarget(GetParam())); }
-    void TearDown() override { internal::setSimdTarget(""); }
+    void SetUp() override { ASSERT_TRUE(seams::setSimdTarget(GetParam())); }
+    void TearDown() override { seams::setSimdTarget(""); }
 
     /// Compares the vector operations with the reference.
     static void expectAgreement(const String& text) {
@@ -220,7 +220,7 @@ TEST_P(Utf8Kernels, AgreeForEveryBrokenSequenceAtEveryPosition) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(AllTargets, Utf8Kernels, testing::ValuesIn(internal::simdTargets()),
+INSTANTIATE_TEST_SUITE_P(AllTargets, Utf8Kernels, testing::ValuesIn(seams::simdTargets()),
                          [](const auto& parameter) { return parameter.param; });
 
 TEST(Unicode, CodePage1252AndItsReverseAgree) {

@@ -1,5 +1,6 @@
 #include <qel/platform/registry.h>
 #include <qel/store/core/memory_store.h>
+#include <qel/testing/machine.h>
 #include <tests/support/log_capture.h>
 #include <tests/support/scratch_folder.h>
 #include <tests/support/store_dump.h>
@@ -10,7 +11,7 @@ using namespace qel;
 
 TEST(RegistryBlob, HoldsAKeyAndAValueForEachEntryAndLoadsWhatStandsBeforeDamage) {
     const test::ScratchFolder scratch;
-    platform::setRegistryFolder(scratch.path());
+    seams::setRegistryFolder(scratch.path());
     MemoryStore store, loaded;
     EXPECT_FALSE(MemoryStore::loadFromWindowsRegistry(&loaded, "A\\B", "c"));
     store.set("b", 7);
@@ -23,5 +24,5 @@ TEST(RegistryBlob, HoldsAKeyAndAValueForEachEntryAndLoadsWhatStandsBeforeDamage)
     EXPECT_TRUE(MemoryStore::loadFromWindowsRegistry(&loaded, "A\\B", "c"));
     EXPECT_EQ(test::contentOf(loaded), "036100=0805 ");
     capture.expect(3, "[STORE] 'c' in 'A\\B' is damaged, loading what stands before that");
-    platform::setRegistryFolder({});
+    seams::setRegistryFolder({});
 }

@@ -2,6 +2,7 @@
 #include <qel/platform/random_device.h>
 #include <qel/system/services/keyboard_receiver.h>
 #include <qel/system/services/random_engine.h>
+#include <qel/testing/machine.h>
 
 #include <tests/support/system_fixture.h>
 
@@ -26,14 +27,14 @@ TEST_F(SystemServices, ACommandGivesItsExitCodeOrOneWhenItCannotBeStarted) {
 
 TEST_F(SystemServices, FlagsOfACommandSayHowItRuns) {
     static std::string run;
-    platform::replaceRunProcess(
+    seams::replaceRunProcess(
         [](const std::vector<std::string>& arguments, const platform::RunOptions& options) {
             run += arguments.at(1) + (options.wait ? " waits" : "") + (options.detached ? " detached;" : ";");
             return platform::RunResult{true, 0, options.wait ? 9 : 0};
         });
     EXPECT_EQ(System::runCommand("tool a;b", 0), 9);
     EXPECT_EQ(System::runCommand("tool $(c)", System::kCommandNoWait | System::kCommandDetached), 0);
-    platform::replaceRunProcess(nullptr);
+    seams::replaceRunProcess(nullptr);
     EXPECT_EQ(run, "a;b waits;$(c) detached;");
 }
 
@@ -50,15 +51,15 @@ TEST(RandomEngine, DrawsTheMersenneTwistersNumbersAndBytesAsWholeDrawsAndThenTop
 }
 
 TEST(RandomEngine, TakesItsSeedFromTheMachineAndDoesWithoutIt) {
-    platform::replaceRandom([](std::span<std::byte> bytes) {
+    seams::replaceRandom([](std::span<std::byte> bytes) {
         std::memset(bytes.data(), 0, bytes.size());
         return true;
     });
     EXPECT_EQ(RandomEngine().draw(), RandomEngine(0).draw());
-    platform::replaceRandom([](std::span<std::byte>) { return false; });
+    seams::replaceRandom([](std::span<std::byte>) { return false; });
     RandomEngine engine;
     EXPECT_NE(engine.draw(), engine.draw());
-    platform::replaceRandom(nullptr);
+    seams::replaceRandom(nullptr);
 }
 
 TEST_F(SystemServices, NumbersOfARangeStayInItAndKeysThatHashAlikeShareAMutex) {

@@ -1,0 +1,23 @@
+#include <qel/testing/machine.h>
+
+#include <qel/platform/seams_p.h>
+
+namespace qel::seams {
+
+void replaceSleep(SleepFunction function) {
+    platform::setSleepFunction(function);
+}
+
+void replaceRandom(RandomFunction function) {
+    platform::setRandomFunction(function);
+}
+
+void replaceRunProcess(RunFunction function) {
+    platform::setRunFunction(function);
+}
+
+void setRegistryFolder(std::string_view folder) {
+    platform::setRegistryFolder(folder);
+}
+
+} // namespace qel::seams
