@@ -21,7 +21,7 @@ enum class Operation {
     ReadStatus, ///< of files, access rights and disks
     ReadFolder, ///< a block of the names in a folder
     MakeFolder, ///< creates a folder
-    MakeLink,   ///< creates a symbolic link
+    MakeLink,   ///< creates a link
     ReadLink,   ///< reads a symbolic link, or resolves a path
     Map,        ///< shows a file as memory
     Lock,       ///< takes or releases the lock of a file

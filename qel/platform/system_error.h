@@ -12,7 +12,8 @@ namespace qel::platform {
 /// @threads any thread; each has a code of its own.
 QEL_API std::int64_t lastErrorCode();
 
-/// The system's text for @p code, as "No such file or directory"; "Unknown error N" where it has none.
+/// The system's text for @p code, as "No such file or directory", in English under every locale;
+/// "Unknown error N" for a code that it does not know.
 /// @threads any thread.
 QEL_API std::string errorText(std::int64_t code);
 

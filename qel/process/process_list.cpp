@@ -4,6 +4,7 @@
 #include <qel/foundation/log/message_stream.h>
 #include <qel/platform/child_process.h>
 #include <qel/platform/process_self.h>
+#include <qel/platform/system_error.h>
 #include <qel/process/command_text_p.h>
 #include <qel/process/process_wait_p.h>
 
@@ -36,7 +37,7 @@ struct TerminationLog {
 
     bool failed(const char* step, const FileError& error) const {
         if (!error) return false;
-        logging::error() << step << " '" << name << "' failed, err=" << error.message();
+        logging::error() << step << " '" << name << "' failed, err=" << platform::errorText(error.value());
         return true;
     }
 };
@@ -59,7 +60,7 @@ bool endProcess(int64 id, uint32 timeoutMs, const TerminationLog& log) {
 
 bool waitFailed(const FileError& error) {
     if (!error) return false;
-    logging::error() << "wait for process failed, " << error.message();
+    logging::error() << "wait for process failed, " << platform::errorText(error.value());
     return true;
 }
 

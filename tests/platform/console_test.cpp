@@ -23,18 +23,20 @@ static void putInPlaceOfInput(const char* path) {
     close(file);
 }
 
-TEST(Console, AFileIsNoTerminalAndATerminalTellsItsWidthAndColours) {
+TEST(Console, OnlyATerminalHasAWidthAndColours) {
     const EnvironmentVariable kind("TERM", "xterm"), refusal("NO_COLOR", "");
     const int before = dup(0);
     putInPlaceOfInput("/dev/null");
-    EXPECT_FALSE(isTerminal(kInput) || wantsColor(kInput));
+    EXPECT_FALSE(isTerminal(kInput));
+    EXPECT_FALSE(wantsColor(kInput));
     EXPECT_EQ(terminalWidth(kInput), 80);
     dup2(before, 0);
     const int control = posix_openpt(O_RDWR | O_NOCTTY); // a terminal that no person sits at
     if (grantpt(control) != 0 || unlockpt(control) != 0 || access(ptsname(control), R_OK) != 0)
         GTEST_SKIP() << "no terminals here, as in a bare change-root";
     putInPlaceOfInput(ptsname(control));
-    EXPECT_TRUE(isTerminal(kInput) && wantsColor(kInput));
+    EXPECT_TRUE(isTerminal(kInput));
+    EXPECT_TRUE(wantsColor(kInput));
     for (const auto& [columns, width] : {std::pair(123, 123), std::pair(0, 80)}) {
         const winsize size{24, static_cast<unsigned short>(columns), 0, 0};
         ioctl(0, TIOCSWINSZ, &size);

@@ -10,7 +10,7 @@
 
 using namespace qel::platform;
 
-TEST(Interrupt, EachOfItsSignalsSetsTheFlagButAnIgnoredHangupAndRemovalPutsBackWhatWasThereBefore) {
+TEST(Interrupt, ItsSignalsSetTheFlagUntilItIsRemoved) {
     const auto termination = std::signal(SIGTERM, SIG_IGN);
     installInterruptHandler();
     for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {

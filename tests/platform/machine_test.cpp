@@ -53,7 +53,7 @@ TEST(Clock, WallClockCountsFrom1601In100NanosecondTicks) {
     EXPECT_LE(seconds, unixNow());
 }
 
-TEST(Clock, YearsThatNoIntHoldsAreRefusedAndTheTextIsTheFixedForm) {
+TEST(Clock, RefusesYearsThatDoNotFitAnInt) {
     using Limits = std::numeric_limits<std::int64_t>;
     const qel::test::TimeZone zone("UTC0");
     CalendarTime time{1, 2, 3, 4, 5, 6, 0};
@@ -67,7 +67,7 @@ TEST(Clock, YearsThatNoIntHoldsAreRefusedAndTheTextIsTheFixedForm) {
     EXPECT_EQ(localTimeText(253'402'300'800), "");
 }
 
-TEST(KnownFolders, UserDataFollowsTheXdgRulesAndWithoutHomeTheUserDatabase) {
+TEST(KnownFolders, UserDataFollowsTheXdgRules) {
     const EnvironmentVariable home("HOME", "/home/somebody/");
     {
         const EnvironmentVariable data("XDG_DATA_HOME", "/data//");
@@ -99,7 +99,7 @@ TEST(ProcessSelf, LocaleNameIsTheFirstVariableThatSaysSomething) {
     }
 }
 
-TEST(ProcessSelfDeathTest, EndsAtOnceWithTheStatusOrAtABreakPointWithoutADebugger) {
+TEST(ProcessSelfDeathTest, EndsAtOnceOrAtABreakPoint) {
     EXPECT_EXIT(
         {
             std::atexit([] { _exit(1); });
@@ -115,7 +115,7 @@ TEST(ProcessSelfDeathTest, EndsAtOnceWithTheStatusOrAtABreakPointWithoutADebugge
         testing::KilledBySignal(SIGTRAP), "");
 }
 
-TEST(SystemError, EveryThreadHasItsOwnLastCodeAndAnyCodeHasAText) {
+TEST(SystemError, IsPerThreadAndHasAText) {
     errno = EACCES;
     std::thread([] { errno = ENOENT; }).join();
     EXPECT_EQ(lastErrorCode(), EACCES);

@@ -4,6 +4,11 @@
 
 #include <gtest/gtest.h>
 
+#include <clocale>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
 extern "C" {
 const char* __asan_default_options();
 const char* __tsan_default_options();
@@ -23,7 +28,23 @@ const char* __ubsan_default_options() {
 }
 }
 
+namespace {
+
+/// Takes over the locale of the environment, as desktop toolkits do at their start.
+/// @return false if it is not the one that QEL_TEST_LOCALE asks for, so that no run passes under another.
+bool adoptLocale() {
+    std::setlocale(LC_ALL, "");
+    const char* const wanted = std::getenv("QEL_TEST_LOCALE");
+    const char* const actual = std::setlocale(LC_ALL, nullptr);
+    if (!wanted || std::strcmp(wanted, actual) == 0) return true;
+    std::fprintf(stderr, "the locale is %s instead of %s\n", actual, wanted);
+    return false;
+}
+
+} // namespace
+
 int main(int argc, char** argv) {
+    if (!adoptLocale()) return 2;
     testing::InitGoogleTest(&argc, argv);
     qel::test::installLogGuard();
     return RUN_ALL_TESTS();

@@ -94,7 +94,8 @@ private:
 
 TEST_P(StoreSuite, HoldsEmptyValuesAndBytesOfAnyKindAndLength) {
     store->set(Item(store.get()), Item());
-    EXPECT_TRUE(store->get(Item()) && store->get(Item())->empty());
+    ASSERT_NE(store->get(Item()), nullptr);
+    EXPECT_TRUE(store->get(Item())->empty());
     // Lists in lists down to where the order stops to look into them, and far below.
     for (const int levels : {64, 1000, 100'000}) {
         const Item deep = nest(levels);

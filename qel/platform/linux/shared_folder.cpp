@@ -48,7 +48,7 @@ FileError openBaseFolder(FileHandle& folder, const char* path, Links links, cons
 
 FileError readOwnership(FileOwnership& ownership, const FileHandle& file) {
     struct stat record {};
-    const FileError error = uninterrupted([&] { return ::fstat(file.id(), &record); });
+    const FileError error = perform(Operation::ReadStatus, [&] { return ::fstat(file.id(), &record); });
     if (error) return error;
     ownership.user = record.st_uid;
     ownership.group = record.st_gid;

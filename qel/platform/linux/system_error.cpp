@@ -1,6 +1,5 @@
 #include <qel/platform/system_error.h>
 
-#include <array>
 #include <cerrno>
 #include <cstring>
 #include <limits>
@@ -12,11 +11,9 @@ std::int64_t lastErrorCode() {
 }
 
 std::string errorText(std::int64_t code) {
-    if (code < std::numeric_limits<int>::min() || code > std::numeric_limits<int>::max()) {
-        return "Unknown error " + std::to_string(code);
-    }
-    std::array<char, 256> buffer{};
-    return strerror_r(static_cast<int>(code), buffer.data(), buffer.size()); // the form that gives the text
+    const bool isNumber = code >= 0 && code <= std::numeric_limits<int>::max();
+    const char* const text = isNumber ? strerrordesc_np(static_cast<int>(code)) : nullptr; // never translated
+    return text ? text : "Unknown error " + std::to_string(code);
 }
 
 } // namespace qel::platform

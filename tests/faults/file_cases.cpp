@@ -1,0 +1,202 @@
+#include <tests/faults/fault_case.h>
+
+#include <qel/files/file.h>
+#include <qel/files/file_stream.h>
+#include <qel/files/hex_source_writer.h>
+#include <qel/files/ini_parser.h>
+#include <qel/files/memory_map.h>
+#include <qel/files/tar_archive.h>
+#include <qel/foundation/base/buffer.h>
+#include <qel/packet/file_packet_reader.h>
+#include <qel/packet/file_packet_writer.h>
+#include <tests/files/tar_sample.h>
+
+namespace qel::test {
+
+namespace {
+
+using Folder = const ScratchFolder&;
+
+const std::string kOld = "old content";
+const std::string kNew(200'000, 'n');
+const uint8 kBytes[] = {1, 2, 3, 4};
+
+void prepareNothing(Folder) {}
+void prepareOld(Folder folder) {
+    folder.write("file", kOld);
+}
+void prepareTwo(Folder folder) {
+    folder.write("from", kNew);
+    folder.write("to", kOld);
+}
+void prepareSame(Folder folder) {
+    folder.write("a", kNew);
+    folder.write("b", kNew);
+}
+void prepareCompressed(Folder folder) {
+    File::writeFileCompressed(folder.path("file"), ConstByteSpan::fromText(kNew));
+}
+void prepareTar(Folder folder) {
+    folder.write("x.tar", tarEntry("a", kOld) + tarEntry("b", kNew) + tarEnd());
+}
+void prepareIni(Folder folder) {
+    folder.write("x.ini", "[section]\nkey = value\nnumber = 7\n");
+}
+void prepareMapped(Folder folder) {
+    folder.write("file", std::string(10'000, 'm'));
+}
+void writePackets(Folder folder) {
+    FilePacketWriter writer(folder.path("packets").c_str());
+    for (const unsigned size : {3u, 70'000u, 5u}) {
+        const SmartPointer<Packet> packet(new Packet(size));
+        std::fill_n(packet->getPayload(), size, uint8{7});
+        writer.write(packet.get());
+    }
+}
+
+Outcome readPackets(Folder folder) {
+    const auto reader = makeObject<FilePacketReader>(folder.path("packets").c_str());
+    Outcome outcome;
+    for (SmartPointer<Packet> packet = reader->read(); packet; packet = reader->read())
+        outcome.value += std::to_string(packet->getPayloadSize()) + " ";
+    outcome.worked = outcome.value == "3 70000 5 ";
+    return outcome;
+}
+
+Outcome load(Folder folder, bool decompress) {
+    Buffer buffer;
+    const bool worked = buffer.loadFromFile(folder.path("file").c_str(), false, decompress);
+    return {worked, worked ? std::string(buffer.getConstByteSpan().asText()) : ""};
+}
+
+Outcome readTar(Folder folder) {
+    TarArchive archive;
+    Buffer buffer;
+    if (!archive.open(folder.path("x.tar")) || !archive.readFile("b", buffer)) return {};
+    return {true, std::string(buffer.getConstByteSpan().asText())};
+}
+
+Outcome readIni(Folder folder) {
+    const INIParser parser(folder.path("x.ini").c_str());
+    String value;
+    const bool worked = parser.isValid() && parser.getString("section:key", value);
+    return {worked, value};
+}
+
+Outcome readStream(Folder folder) {
+    FileStream stream(folder.path("file").c_str(), true);
+    Buffer buffer;
+    const bool worked = stream.readAll(buffer) == SystemStream::kEnd;
+    return {worked, worked ? std::string(buffer.getConstByteSpan().asText()) : ""};
+}
+
+Outcome writeMapped(Folder folder) {
+    MemoryMap map(folder.path("file").c_str(), MemoryMap::ReadWrite);
+    uint8* const window = map.map(5000, 100);
+    if (!window) return {};
+    const std::string seen(reinterpret_cast<char*>(window), 100);
+    const bool isFlushed = map.flush(window, 100);
+    map.unmap(window, 5000, 100);
+    return {isFlushed, seen};
+}
+
+Outcome writeStandardFile(Folder folder) {
+    std::FILE* const file = File::openFileHandle(folder.path("file"), "wb");
+    if (!file) return {};
+    const bool isWritten = std::fwrite(kNew.data(), 1, kNew.size(), file) == kNew.size();
+    return {std::fclose(file) == 0 && isWritten};
+}
+
+Outcome writeStandardStream(Folder folder) {
+    const auto stream = File::openStdFileStream(folder.path("file"), std::ios::out | std::ios::binary);
+    if (!stream) return {};
+    *stream << kNew << std::flush;
+    return {stream->good()};
+}
+
+Outcome queryFile(Folder folder) {
+    File::FileInfo info;
+    const bool worked = File::getFileInfo(folder.path("file"), info);
+    return {worked, std::to_string(info.size)};
+}
+
+} // namespace
+
+std::vector<FaultCase> fileCases() {
+    // They report that the file could be opened; whether it could be written, the log reports.
+    constexpr int kWriteFlags = kSilent | kLoggedOnly | kMayTear;
+    const auto write = [](Folder folder) {
+        return Outcome{File::writeFile(folder.path("file"), ConstByteSpan::fromText(kNew))};
+    };
+    const auto copy = [](Folder folder) {
+        return Outcome{File::copyFile(folder.path("from"), folder.path("to"))};
+    };
+    const auto move = [](Folder folder) {
+        return Outcome{File::moveFile(folder.path("from"), folder.path("to"))};
+    };
+    return {
+        {"File::writeFile, new", prepareNothing, write, kWriteFlags},
+        {"File::writeFile, existing", prepareOld, write, kWriteFlags},
+        {"File::writeFileCompressed", prepareOld,
+         [](Folder folder) {
+             return Outcome{File::writeFileCompressed(folder.path("file"), ConstByteSpan::fromText(kNew))};
+         },
+         kWriteFlags},
+        {"File::copyFile", prepareTwo, copy},
+        {"File::moveFile", prepareTwo, move},
+        {"File::moveFile, to another disk", prepareTwo, move, kCrossesDisks},
+        {"File::createEmptyFile, sparse", prepareNothing,
+         [](Folder folder) { return Outcome{File::createEmptyFile(folder.path("file"), 5000, true)}; }},
+        {"File::createEmptyFile, allocated", prepareNothing,
+         [](Folder folder) { return Outcome{File::createEmptyFile(folder.path("file"), 5000, false)}; }},
+        {"File::createSymLink", prepareOld,
+         [](Folder folder) { return Outcome{File::createSymLink(folder.path("link"), "file", false)}; }},
+        {"File::deleteSymLink",
+         [](Folder folder) { File::createSymLink(folder.path("link"), "nowhere", false); },
+         [](Folder folder) { return Outcome{File::deleteSymLink(folder.path("link"))}; }, kSilent},
+        {"File::touchFile", prepareOld,
+         [](Folder folder) { return Outcome{File::touchFile(folder.path("file"))}; }, kSilent},
+        {"File::truncateFile", prepareOld,
+         [](Folder folder) { return Outcome{File::truncateFile(folder.path("file"), 3)}; }},
+        {"File::deleteFile", prepareOld,
+         [](Folder folder) { return Outcome{File::deleteFile(folder.path("file"))}; }},
+        {"File::openFileHandle", prepareNothing, writeStandardFile, kSilent | kMayTear},
+        {"File::openStdFileStream", prepareNothing, writeStandardStream, kSilent | kMayTear},
+        {"File::getFileInfo", prepareOld, queryFile, kSilent},
+        {"File::getFileHash", prepareOld,
+         [](Folder folder) {
+             const uint32 hash = File::getFileHash(folder.path("file"), 0, 5);
+             return Outcome{hash != ~uint32{0}, std::to_string(hash)};
+         },
+         kSilent},
+        {"File::compareFiles", prepareSame,
+         [](Folder folder) {
+             return Outcome{File::compareFiles(folder.path("a"), folder.path("b"), false)};
+         }},
+        {"Buffer::loadFromFile", prepareOld, [](Folder folder) { return load(folder, false); }},
+        {"Buffer::loadFromFile, compressed", prepareCompressed,
+         [](Folder folder) { return load(folder, true); }},
+        {"Buffer::saveToFile", prepareOld,
+         [](Folder folder) { return Outcome{Buffer(kBytes, 4).saveToFile(folder.path("file").c_str())}; },
+         kWriteFlags},
+        {"TarArchive::readFile", prepareTar, readTar, kSilent},
+        {"INIParser", prepareIni, readIni, kSilent},
+        {"FileStream::readAll", prepareOld, readStream},
+        {"HexSourceWriter", prepareNothing,
+         [](Folder folder) {
+             HexSourceWriter writer(folder.path("table.c").c_str());
+             const std::vector<uint8> bytes(20'000, 9);
+             writer.process(StreamType::Plain, bytes.data(), 20'000);
+             writer.close();
+             return Outcome{true};
+         },
+         kLoggedOnly | kMayTear | kDisabled},
+        {"FilePacketWriter", prepareNothing,
+         [](Folder folder) { return writePackets(folder), Outcome{true}; },
+         kLoggedOnly | kMayTear | kDisabled},
+        {"FilePacketReader", writePackets, readPackets, kDisabled},
+        {"MemoryMap", prepareMapped, writeMapped},
+    };
+}
+
+} // namespace qel::test

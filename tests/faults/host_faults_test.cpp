@@ -1,0 +1,220 @@
+// Whole runs of the hosts in which one operation fails. QEL_LIST_FAULTS=1 prints how many there are;
+// QEL_ALL_FAULTS=1 makes each of them fail instead of kSteps that are spread evenly.
+#include <tests/hosts/host_run.h>
+#include <tests/support/fault_plan.h>
+#include <tests/support/scratch_folder.h>
+#include <tests/support/source_dir.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <sstream>
+#include <tuple>
+#include <utility>
+
+namespace qel::test {
+namespace {
+
+constexpr int kSteps = 15;
+
+std::vector<std::string> faultyEnvironment(int failAt, Lasting lasting, const ScratchFolder& reports) {
+    return {"env", "LD_PRELOAD=" QEL_FAULT_PRELOAD,
+            "QEL_FAULTS=" + std::to_string(failAt) + " " + std::to_string(static_cast<int>(lasting)),
+            "QEL_FAULTS_REPORT=" + reports.path("report"), "HOME=" + reports.path()};
+}
+
+std::pair<int, std::string> readReport(const ScratchFolder& reports) {
+    std::pair<int, std::string> report{-1, "unknown"};
+    if (reports.has("report")) std::istringstream(reports.read("report")) >> report.first >> report.second;
+    return report;
+}
+
+/// A run of a host in a scratch folder.
+struct HostCase {
+    const char* name;
+    void (*prepare)(const ScratchFolder& folder);
+    std::vector<std::string> (*command)();
+    /// What the run is for, without what differs from run to run.
+    std::string (*result)(const ScratchFolder& folder, const HostRun& run);
+};
+
+struct FaultyRun {
+    HostRun run;
+    std::string result;
+    int operations = 0;
+    std::string failed;
+    std::vector<std::string> files;
+};
+
+std::vector<std::string> filesIn(const ScratchFolder& folder) {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder.path()))
+        names.push_back(std::filesystem::relative(entry.path(), folder.path()).string());
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+FaultyRun runHost(const HostCase& hostCase, int failAt, Lasting lasting) {
+    const ScratchFolder folder;
+    const ScratchFolder reports;
+    hostCase.prepare(folder);
+    std::vector<std::string> command = faultyEnvironment(failAt, lasting, reports);
+    for (const std::string& word : hostCase.command()) command.push_back(word);
+    FaultyRun result;
+    result.run = runProgram(folder, command);
+    result.result = hostCase.result(folder, result.run);
+    result.files = filesIn(folder);
+    std::tie(result.operations, result.failed) = readReport(reports);
+    return result;
+}
+
+void prepareTree(const ScratchFolder& folder) {
+    for (const char* name : {"tree/a", "tree/sub/b", "tree/sub/c"}) folder.write(name, name);
+}
+void prepareScript(const ScratchFolder& folder) {
+    folder.write("plugins/a/main.sq",
+                 "import(\"qel.File\")\nhost.print(\"size \" + qel.File.getFileSize(\"tree/a\"))");
+    prepareTree(folder);
+}
+
+std::string catalogueOf(const ScratchFolder& folder, const HostRun&) {
+    if (!folder.has("result/catalogue.csv") || !folder.has("result/summary.txt")) return "";
+    std::istringstream lines(folder.read("result/catalogue.csv"));
+    std::vector<std::string> names;
+    for (std::string line; std::getline(lines, line);) names.push_back(line.substr(0, line.find(',')));
+    std::sort(names.begin(), names.end());
+    std::string result;
+    for (const std::string& name : names) result += name + "\n";
+    return result;
+}
+const HostCase kCases[] = {
+    {"qelhost, the catalogue", prepareTree,
+     [] {
+         return std::vector<std::string>{QELHOST_PROGRAM,
+                                         "--plugins",
+                                         sourceDir() + "/resources/plugins",
+                                         "--resources",
+                                         sourceDir() + "/resources",
+                                         "--language",
+                                         "en",
+                                         "tree",
+                                         "--out",
+                                         "result"};
+     },
+     catalogueOf},
+    {"qelhost, a script", prepareScript,
+     [] {
+         return std::vector<std::string>{QELHOST_PROGRAM, "--plugins", "plugins"};
+     },
+     [](const ScratchFolder&, const HostRun& run) {
+         return std::string(run.out.find("size 6") != std::string::npos ? "size 6" : "none");
+     }},
+};
+
+/// Runs a server ($0) that the words from $2 on disturb, lets a client ($1) set an option, stops the server,
+/// and asks an undisturbed one for the option.
+constexpr const char* kServerScript = R"(
+server=$0 client=$1; shift
+mkfifo lines
+start() { "$@" "$server" --socket socket --data records.store --workers 0 >lines 2>&1 & }
+await() { while read -r line <&3 && echo "$line" >>log; do case $line in *"serving on"*) break;; esac; done; }
+start "$@"; pid=$!; exec 3<lines; await
+"$client" --socket socket --timeout 20 test_advanced_option_set '["server:job_attempts", "5"]' >reply 2>reply.err
+if [ $? = 0 ]; then echo acknowledged; fi
+kill -TERM $pid; cat <&3 >>log; wait $pid; status=$?
+cat log >&2
+start; pid=$!; exec 3<lines; await
+"$client" --socket socket --timeout 20 advanced_option_get server:job_attempts
+kill -TERM $pid; cat <&3 >/dev/null; wait $pid
+exit $status)";
+
+class HostFaults : public testing::TestWithParam<std::tuple<HostCase, Lasting>> {
+protected:
+    void check(const FaultyRun& run, const FaultyRun& undisturbed) const {
+        EXPECT_LT(run.run.status, 128) << "ended by a signal: " << run.run;
+        if (run.run.status == 0) {
+            EXPECT_EQ(run.result, undisturbed.result) << "status 0 without the whole result: " << run.run;
+            EXPECT_EQ(run.files, undisturbed.files);
+            return;
+        }
+        EXPECT_NE(run.run.error, "") << "a failure without a word";
+        for (const std::string& name : run.files) {
+            const auto& known = undisturbed.files;
+            EXPECT_TRUE(std::find(known.begin(), known.end(), name) != known.end() ||
+                        std::get<1>(GetParam()) != Lasting::Once)
+                << name << " is left behind";
+        }
+    }
+};
+
+TEST_P(HostFaults, EndWithAStatusThatTellsThem) {
+    const auto& [hostCase, lasting] = GetParam();
+    const FaultyRun undisturbed = runHost(hostCase, -1, lasting);
+    ASSERT_EQ(undisturbed.run.status, 0) << undisturbed.run;
+    ASSERT_GT(undisturbed.operations, 0) << "the library was not preloaded: " << undisturbed.run;
+    const int step = std::getenv("QEL_ALL_FAULTS") ? 1 : std::max(1, undisturbed.operations / kSteps);
+    for (int at = 0; at < undisturbed.operations; at += step) {
+        const FaultyRun run = runHost(hostCase, at, lasting);
+        SCOPED_TRACE("operation " + std::to_string(at) + ", " + run.failed);
+        check(run, undisturbed);
+    }
+    if (std::getenv("QEL_LIST_FAULTS") && lasting == Lasting::Once)
+        std::printf("%-60s %5d\n", hostCase.name, undisturbed.operations);
+}
+
+INSTANTIATE_TEST_SUITE_P(Hosts, HostFaults,
+                         testing::Combine(testing::ValuesIn(kCases),
+                                          testing::Values(Lasting::Once, Lasting::SameKind,
+                                                          Lasting::Everything)));
+
+class ServerFaults : public testing::TestWithParam<Lasting> {
+protected:
+    struct ServerRun {
+        HostRun run;
+        int operations = 0;
+        std::string failed;
+    };
+
+    ServerRun runServer(int failAt) const {
+        const ScratchFolder folder;
+        const ScratchFolder reports;
+        std::vector<std::string> command{"/bin/sh", "-c", kServerScript, QELSERVER_PROGRAM, QELCALL_PROGRAM};
+        for (const std::string& word : faultyEnvironment(failAt, GetParam(), reports))
+            command.push_back(word);
+        ServerRun result;
+        result.run = runProgram(folder, command);
+        std::tie(result.operations, result.failed) = readReport(reports);
+        return result;
+    }
+};
+
+TEST_P(ServerFaults, LoseNothingThatWasAcknowledged) {
+    const std::string kAcknowledgedAndStored = "acknowledged\n\"5\"\n";
+    const ServerRun undisturbed = runServer(-1);
+    ASSERT_EQ(undisturbed.run.out, kAcknowledgedAndStored) << undisturbed.run;
+    ASSERT_EQ(undisturbed.run.status, 0) << undisturbed.run;
+    ASSERT_GT(undisturbed.operations, 0) << "the library was not preloaded: " << undisturbed.run;
+    const int step = std::getenv("QEL_ALL_FAULTS") ? 1 : std::max(1, undisturbed.operations / kSteps);
+    for (int at = 0; at < undisturbed.operations; at += step) {
+        const ServerRun faulty = runServer(at);
+        SCOPED_TRACE("operation " + std::to_string(at) + ", " + faulty.failed);
+        EXPECT_LT(faulty.run.status, 128) << "ended by a signal: " << faulty.run;
+        if (faulty.run.out.starts_with("acknowledged")) {
+            EXPECT_EQ(faulty.run.out, kAcknowledgedAndStored) << faulty.run;
+        }
+        if (faulty.run.status != 0) {
+            EXPECT_NE(faulty.run.error, "") << "a failure without a word";
+        }
+    }
+    if (std::getenv("QEL_LIST_FAULTS") && GetParam() == Lasting::Once)
+        std::printf("%-60s %5d\n", "qelserver, an option is set", undisturbed.operations);
+}
+
+INSTANTIATE_TEST_SUITE_P(Hosts, ServerFaults,
+                         testing::Values(Lasting::Once, Lasting::SameKind, Lasting::Everything));
+
+} // namespace
+} // namespace qel::test

@@ -1,0 +1,130 @@
+#include <tests/faults/fault_case.h>
+
+#include <qel/files/default_background_service.h>
+#include <qel/files/file_lock.h>
+#include <qel/files/global_mutex.h>
+#include <qel/platform/crash.h>
+#include <qel/plugins/plugins.h>
+#include <qel/plugins/resource_locator.h>
+#include <qel/process/process.h>
+#include <qel/script/vm.h>
+#include <qel/system/core/system.h>
+#include <tests/support/environment.h>
+
+#include <filesystem>
+
+#include <unistd.h>
+
+namespace qel::test {
+
+namespace {
+
+using Folder = const ScratchFolder&;
+
+void prepareNothing(Folder) {}
+void preparePlugin(Folder folder) {
+    folder.write("plugins/a/autoexec.sq", "::started <- \"a\"");
+    folder.write("plugins/a/resources/text.txt", "text");
+}
+void prepareTranslation(Folder folder) {
+    folder.write("texts/tr-greeting.de.txt", "Hallo");
+}
+
+Outcome lockFile(Folder folder) {
+    FileLock lock(folder.path("lock").c_str());
+    const bool isLocked = lock.tryLock();
+    lock.unlock();
+    return {isLocked};
+}
+
+Outcome lockMutex(Folder) {
+    const std::string name = "faults-" + std::to_string(getpid());
+    bool isLocked = GlobalMutex::create(name.c_str());
+    GlobalMutex mutex(name.c_str());
+    isLocked = mutex.tryLock() && isLocked;
+    mutex.unlock();
+    std::filesystem::remove("/dev/shm/qel-mutex-" + name);
+    return {isLocked};
+}
+
+Outcome runChild(Folder folder) {
+    const SmartPointer<Process> process(new Process());
+    if (!process->spawn("/bin/sh", {"sh", "-c", "read line; echo got $line; exit 3"}, folder.path().c_str(),
+                        true))
+        return {};
+    process->writeLine("text");
+    Outcome outcome;
+    String line;
+    while (process->tick()) {
+        while (process->readLine(line)) outcome.value += line;
+    }
+    while (process->readLine(line)) outcome.value += line;
+    outcome.worked = !process->error() && process->exitStatus() == 3;
+    outcome.value = outcome.worked ? outcome.value : "";
+    return outcome;
+}
+
+Outcome listProcesses(Folder) {
+    return {Process::exists(getpid()) && Process::startTime(getpid()) > 0};
+}
+
+Outcome startPlugins(Folder folder) {
+    qelSq::VM& vm = *Object::system()->getVM();
+    vm.executeString("::started <- \"\"", "test");
+    const auto plugins = makeObject<Plugins>();
+    plugins->setPath(folder.path("plugins").c_str());
+    plugins->executeBootstrapScripts(false);
+    return {true, vm.getRootTable().get("started").asString()};
+}
+
+Outcome hashPlugins(Folder folder) {
+    const auto plugins = makeObject<Plugins>();
+    plugins->setPath(folder.path("plugins").c_str());
+    Outcome outcome{true};
+    for (const auto& [name, hash] : plugins->getPluginHashes())
+        outcome.value += name + "=" + std::to_string(hash) + " ";
+    return outcome;
+}
+
+Outcome translate(Folder folder) {
+    System& system = *Object::system();
+    ResourceLocator& locator = *system.getResourceLocator();
+    ResourceProvider* const provider = locator.addResourceDirectory(folder.path("texts"));
+    system.setLanguage("de");
+    Object::clearTrCache();
+    Outcome outcome{true, Object::tr("greeting")};
+    if (provider) locator.removeResourceProvider(provider);
+    return outcome;
+}
+
+Outcome enableService(Folder folder) {
+    const EnvironmentVariable home("HOME", folder.path().c_str());
+    const EnvironmentVariable data("XDG_DATA_HOME", folder.path("data").c_str());
+    const auto service = makeObject<DefaultBackgroundService>(false);
+    service->setServiceName("service");
+    return {service->enable()};
+}
+
+} // namespace
+
+std::vector<FaultCase> systemCases() {
+    return {
+        {"FileLock", prepareNothing, lockFile, kSilent},
+        {"GlobalMutex", prepareNothing, lockMutex, kSilent},
+        {"Process, a child's life", prepareNothing, runChild, kVaries | kSilent},
+        {"Process::startTime", prepareNothing, listProcesses, kSilent},
+        {"Plugins::executeBootstrapScripts", preparePlugin, startPlugins, kLoggedOnly},
+        {"Plugins::getPluginHashes", preparePlugin, hashPlugins, kLoggedOnly},
+        {"Object::tr", prepareTranslation, translate, kLoggedOnly},
+        {"DefaultBackgroundService::enable", prepareNothing, enableService},
+        {"System::registerCrashHandler", prepareNothing,
+         [](Folder folder) {
+             Object::system()->registerCrashHandler(folder.path().c_str());
+             platform::removeCrashHandler();
+             return Outcome{true};
+         },
+         kLoggedOnly},
+    };
+}
+
+} // namespace qel::test

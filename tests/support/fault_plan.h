@@ -1,0 +1,54 @@
+// Operations of the operating system that fail one after the other.
+#pragma once
+
+#include <qel/testing/faults.h>
+
+#include <atomic>
+#include <optional>
+#include <system_error>
+
+namespace qel::test {
+
+/// How long a fault lasts.
+enum class Lasting {
+    Once,       ///< one operation fails
+    SameKind,   ///< the operation fails, and all later ones of its kind
+    Everything, ///< the operation fails, and every later one
+};
+
+/// While it lives, counts the operations of all threads and makes those from the k-th on fail as told, with
+/// an error that suits their kind.
+class FaultPlan : public seams::Faults {
+public:
+    /// @param failAt  the number of the first operation that fails, from 0; -1 for none.
+    FaultPlan(int failAt, Lasting lasting);
+    ~FaultPlan() override;
+    FaultPlan(const FaultPlan&) = delete;
+    FaultPlan& operator=(const FaultPlan&) = delete;
+
+    /// Limits each read and write to one byte.
+    void makeShort() { m_isShort = true; }
+    /// Makes the first renaming fail as if it led to another disk.
+    void crossDisks() { m_crossesDisks = true; }
+    /// Lets every operation happen from now on.
+    void stop();
+
+    /// How many operations were counted.
+    int count() const { return m_count; }
+    /// The kind of the operation that failed first, if any did.
+    std::optional<platform::Operation> failed() const;
+
+    std::error_code before(platform::Operation operation, std::size_t& size) override;
+
+private:
+    bool fails(platform::Operation operation);
+
+    const int m_failAt;
+    const Lasting m_lasting;
+    bool m_isShort = false;
+    std::atomic<bool> m_crossesDisks{false};
+    std::atomic<int> m_count{0};
+    std::atomic<int> m_failed{-1};
+};
+
+} // namespace qel::test
