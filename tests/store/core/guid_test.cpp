@@ -27,7 +27,8 @@ TEST(Guid, IsReadFromAStreamAsExactly64Digits) {
     std::stringstream stream;
     GUID guid;
     std::string rest;
-    EXPECT_TRUE(stream << GUID::fromString(kDigits) << "rest" && stream >> guid >> rest);
+    EXPECT_TRUE(stream << GUID::fromString(kDigits) << "rest");
+    EXPECT_TRUE(stream >> guid >> rest);
     EXPECT_EQ(guid.toString() + rest, kDigits + std::string("rest"));
     for (const std::string& text : {std::string("0102"), std::string(64, 'x')}) {
         std::istringstream broken(text);

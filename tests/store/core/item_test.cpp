@@ -88,7 +88,8 @@ TEST(ItemMemory, TakesItsOwnBytesAsSource) {
         Item twice = item;
         EXPECT_EQ(twice.add(twice), Item(item).add(item));
         Item::Iterator iterator(item);
-        ASSERT_TRUE(iterator.skip() && iterator.asWeakSubItem(item));
+        ASSERT_TRUE(iterator.skip());
+        ASSERT_TRUE(iterator.asWeakSubItem(item));
         EXPECT_EQ(item, element);
     }
 }
@@ -123,7 +124,10 @@ TEST(ItemReading, CutsIntegersToTheTypeThatIsRead) {
     Item::Iterator it(source);
     uint64 bits;
     int32 low;
-    EXPECT_TRUE(it.asInteger(bits) && bits == ~uint64{1} && it.asInteger(low) && low == 2);
+    EXPECT_TRUE(it.asInteger(bits));
+    EXPECT_EQ(bits, ~uint64{1});
+    EXPECT_TRUE(it.asInteger(low));
+    EXPECT_EQ(low, 2);
 }
 
 TEST(ItemReading, EndsAtMalformedBytes) {
@@ -144,7 +148,8 @@ TEST(ItemReading, EndsAtMalformedBytes) {
 TEST(ItemReading, ReadsTables) {
     const Item table = Item().addPrefix("table").add(Item("k").add(1).add("k").add(2).add(3).add(4));
     Map<SmartCStr, Item> map;
-    EXPECT_TRUE(table.getIterator().asWeakTable(map) && !Item("table").getIterator().asWeakTable(map));
+    EXPECT_TRUE(table.getIterator().asWeakTable(map));
+    EXPECT_FALSE(Item("table").getIterator().asWeakTable(map));
     EXPECT_EQ(map, (Map<SmartCStr, Item>{{"k", Item(2)}})); // the first key that is no text ends it
 }
 

@@ -78,7 +78,8 @@ TEST(MemoryStore, GrowsAndShrinksInAnyOrder) {
         store.rollback();
         int count = 0;
         for (bool found = store.first(key); found; found = store.next(key, key), ++count)
-            ASSERT_TRUE(key == Item(count) && *store.get(key) == Item(count)) << step;
+            ASSERT_EQ(key, Item(count)) << step;
+        ASSERT_EQ(*store.get(key), Item(count)) << step;
         EXPECT_EQ(count, kCount);
     }
 }

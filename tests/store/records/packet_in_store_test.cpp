@@ -65,7 +65,8 @@ TEST_F(PacketInStore, LeavesDefaultsWhereAChildIsMissingOrOfAnotherType) {
 TEST_F(PacketInStore, KeepsAWholePacketAsOneValueAndFetchesEitherForm) {
     bool wasCompact = true;
     EXPECT_EQ(key.fetchPacketCompact(&g_rows, wasCompact), nullptr);
-    EXPECT_FALSE(wasCompact || key.fetchPacket(&row));
+    EXPECT_FALSE(wasCompact);
+    EXPECT_FALSE(key.fetchPacket(&row));
     row.setString("name", "hip");
     key.storePacket(&row);
     EXPECT_EQ(key.fetchPacketCompact(), nullptr);
@@ -85,7 +86,8 @@ TEST_F(PacketInStore, RefusesPacketsThatDoNotFit) {
     Packet raw(4u);
     key.storePacket(&raw);
     log.expect(3, "trying to store packet without scheme");
-    EXPECT_FALSE(key.exists() || key.fetchPacket(&raw));
+    EXPECT_FALSE(key.exists());
+    EXPECT_FALSE(key.fetchPacket(&raw));
     log.expect(3, "trying to fetch packet without scheme");
     key.storePacketCompact(&raw);
     EXPECT_FALSE(key.fetchPacket(&row));

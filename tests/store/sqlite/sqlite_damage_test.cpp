@@ -129,12 +129,5 @@ TEST_F(SqlitePermission, ToReadTheFileIsNeeded) {
     expectDenied();
 }
 
-TEST_F(SqlitePermission, ToWriteTheFolderIsNeeded) {
-    std::filesystem::permissions(scratch.path(),
-                                 std::filesystem::perms::owner_read | std::filesystem::perms::owner_exec);
-    expectDenied();
-    std::filesystem::permissions(scratch.path(), std::filesystem::perms::owner_all);
-}
-
 } // namespace
 } // namespace qel

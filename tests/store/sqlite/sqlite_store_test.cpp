@@ -23,7 +23,8 @@ using test::contentOf;
 /// The content of the file at @p path, which must be sound.
 std::string contentOf(const std::string& path) {
     SqliteStore store(path);
-    EXPECT_TRUE(store.good() && store.verify());
+    EXPECT_TRUE(store.good());
+    EXPECT_TRUE(store.verify());
     return contentOf(store);
 }
 
@@ -39,8 +40,12 @@ struct SqliteStoreTest : ::testing::Test {
         refused.remove(Item(), Item().addEnd());
         refused.commit();
         Item out(7);
-        EXPECT_TRUE(!refused.get(Item("a")) && !refused.first(out) && !refused.next(out, out) &&
-                    !refused.prev(out, out) && refused.getSizeInBytes() == 0 && !refused.verify());
+        EXPECT_EQ(refused.get(Item("a")), nullptr);
+        EXPECT_FALSE(refused.first(out));
+        EXPECT_FALSE(refused.next(out, out));
+        EXPECT_FALSE(refused.prev(out, out));
+        EXPECT_EQ(refused.getSizeInBytes(), 0);
+        EXPECT_FALSE(refused.verify());
         EXPECT_EQ(out, Item(7));
     }
 
