@@ -19,6 +19,10 @@ Server::Server(const Options& options, WorkerPool::NewWorker newWorker) : m_reco
         newWorker = [program = options.worker] { return qel::SmartPointer<Worker>(new Worker(program)); };
     if (!m_records.good() || !startRpc(options)) return;
     m_jobs = std::make_unique<JobBoard>(m_records.jobs(), m_records.statistics(), JobBoard::Limits());
+    if (!m_records.good()) {
+        qel::logging::error() << "the records in '" << options.data << "' are damaged";
+        return;
+    }
     m_workers = std::make_unique<WorkerPool>(*m_jobs, m_records.statistics(), newWorker, options.workers,
                                              [this](const Job& job) { return accessOf(job); });
     m_calls = std::make_unique<ServerCalls>(*m_rpc, m_records, *m_jobs, *m_workers);
