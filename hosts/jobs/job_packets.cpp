@@ -46,6 +46,10 @@ struct FailureScheme : qel::PacketScheme {
     }
 };
 
+struct HeartbeatScheme : qel::PacketScheme {
+    HeartbeatScheme() : PacketScheme(kHeartbeatId, "qeljobs", nullptr, "Heartbeat") { NextVersion(); }
+};
+
 template <class Scheme>
 qel::PacketScheme* only() {
     static Scheme scheme;
@@ -68,6 +72,10 @@ qel::PacketScheme* resultScheme() {
 
 qel::PacketScheme* failureScheme() {
     return only<FailureScheme>();
+}
+
+qel::PacketScheme* heartbeatScheme() {
+    return only<HeartbeatScheme>();
 }
 
 } // namespace qeljobs

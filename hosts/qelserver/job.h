@@ -21,7 +21,7 @@ struct Job {
     JobState state = JobState::Waiting;
     int attempts = 0;         ///< how often it was given to a worker
     qel::int64 submitted = 0; ///< UTC date and time; also the order in which jobs are done
-    double progress = 0;      ///< 0 to 1; starts anew with each attempt and is not stored
+    double progress = 0;      ///< 0 to 1; starts anew with each attempt; not stored, but 1 once it is done
     qel::Item result;         ///< one element, once it is done
     qel::String error;        ///< why it failed
 

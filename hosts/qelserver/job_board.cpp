@@ -4,6 +4,7 @@
 #include <qel/system/core/system.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace qelserver {
 
@@ -50,20 +51,17 @@ qel::GUID JobBoard::submit(const qel::String& kind, qel::Vector<qel::String> fil
         return {};
     }
     m_bytes += bytes;
-    m_table->add(job);
-    m_order.emplace(job.submitted, job.id);
-    m_waiting.push_back(job.id);
-    m_statistics->increase("jobs.submitted", 1);
-    const qel::GUID id = job.id;
-    m_jobs[id] = std::move(job);
+    const qel::GUID id = job.id = qel::Object::system()->generateGUID();
+    m_changed.insert(id);
+    m_new[id] = std::move(job);
     return id;
 }
 
-void JobBoard::forget(const qel::GUID& id) {
-    const auto found = m_jobs.find(id);
-    if (found == m_jobs.end() || found->second.state != JobState::Waiting) return;
-    std::erase(m_waiting, id);
-    erase(found);
+void JobBoard::withdraw(const qel::GUID& id) {
+    const auto found = m_new.find(id);
+    if (found == m_new.end()) return;
+    m_bytes -= sizeOf(found->second);
+    m_new.erase(found);
 }
 
 const Job* JobBoard::find(const qel::GUID& id) const {
@@ -86,14 +84,15 @@ const Job* JobBoard::start() {
     job.state = JobState::Running;
     job.progress = 0;
     ++job.attempts;
-    m_table->update(job);
+    m_changed.insert(job.id);
     return &job;
 }
 
-/// The job if it runs: what a worker says of one that it no longer has doesn't count.
+/// Returns the job if it runs: what a worker reports about a job that it no longer has does not count.
 Job* JobBoard::running(const qel::GUID& id) {
     const auto found = m_jobs.find(id);
-    return found != m_jobs.end() && found->second.state == JobState::Running ? &found->second : nullptr;
+    const bool isRunning = found != m_jobs.end() && found->second.state == JobState::Running;
+    return isRunning && !m_ended.contains(id) ? &found->second : nullptr;
 }
 
 void JobBoard::progress(const qel::GUID& id, double progress) {
@@ -101,22 +100,26 @@ void JobBoard::progress(const qel::GUID& id, double progress) {
 }
 
 void JobBoard::done(const qel::GUID& id, qel::uint64 bytes, const qel::Item& result) {
-    Job* job = running(id);
+    const Job* job = running(id);
     if (!job) return;
-    m_bytes += result.getPlainSize();
-    job->result = result;
-    job->progress = 1;
+    Job ended = *job;
+    ended.result = result;
+    ended.progress = 1;
+    ended.state = JobState::Done;
     m_statistics->increase("jobs.bytes", bytes);
-    end(*job, JobState::Done, "jobs.done");
+    m_statistics->increase("jobs.done", 1);
+    end(std::move(ended));
 }
 
 void JobBoard::fail(const qel::GUID& id, const qel::String& error) {
-    Job* job = running(id);
+    const Job* job = running(id);
     if (!job) return;
-    m_bytes += error.size();
-    job->error = error;
     qel::logging::warning() << "job " << id.getFantasyName() << " failed: " << error;
-    end(*job, JobState::Failed, "jobs.failed");
+    Job ended = *job;
+    ended.error = error;
+    ended.state = JobState::Failed;
+    m_statistics->increase("jobs.failed", 1);
+    end(std::move(ended));
 }
 
 void JobBoard::giveBack(const qel::GUID& id, int mostAttempts) {
@@ -129,13 +132,50 @@ void JobBoard::giveBack(const qel::GUID& id, int mostAttempts) {
     }
     job->state = JobState::Waiting;
     m_waiting.push_front(id);
-    m_table->update(*job);
+    m_changed.insert(id);
 }
 
-void JobBoard::end(Job& job, JobState state, const char* counter) {
-    job.state = state;
-    m_table->update(job);
-    m_statistics->increase(counter, 1);
+void JobBoard::end(Job ended) {
+    m_changed.insert(ended.id);
+    m_ended[ended.id] = std::move(ended);
+}
+
+// --- what is stored --------------------------------------------------------------------------------------
+
+/// Returns the job as its row is to be; null if it has been forgotten.
+const Job* JobBoard::latest(const qel::GUID& id) const {
+    for (const auto* jobs : {&m_new, &m_ended, &m_jobs}) {
+        const auto found = jobs->find(id);
+        if (found != jobs->end()) return &found->second;
+    }
+    return nullptr;
+}
+
+void JobBoard::store() {
+    for (const qel::GUID& id : m_changed) {
+        if (const Job* job = latest(id))
+            m_table->put(*job);
+        else
+            m_table->remove(id);
+    }
+}
+
+void JobBoard::settle(bool isKept) {
+    if (!isKept) return;
+    m_changed.clear();
+    for (auto& [id, job] : std::exchange(m_new, {})) {
+        m_order.emplace(job.submitted, id);
+        m_waiting.push_back(id);
+        m_statistics->increase("jobs.submitted", 1);
+        m_jobs[id] = std::move(job);
+    }
+    for (auto& [id, job] : std::exchange(m_ended, {})) publish(std::move(job));
+}
+
+void JobBoard::publish(Job ended) {
+    Job& job = m_jobs.at(ended.id);
+    m_bytes += sizeOf(ended) - sizeOf(job);
+    job = std::move(ended);
     ++m_endedCount;
     forgetOldest(m_limits.ended, 0, 1);
 }
@@ -153,7 +193,7 @@ void JobBoard::forgetOldest(size_t count, size_t furtherBytes, size_t least) {
 }
 
 void JobBoard::erase(qel::Map<qel::GUID, Job>::iterator job) {
-    m_table->remove(job->first);
+    m_changed.insert(job->first);
     m_order.erase({job->second.submitted, job->first});
     m_bytes -= sizeOf(job->second);
     m_jobs.erase(job);

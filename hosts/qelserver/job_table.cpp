@@ -3,7 +3,6 @@
 #include <qel/foundation/log/message_stream.h>
 #include <qel/packet/packet.h>
 #include <qel/packet/packet_scheme.h>
-#include <qel/store/core/scoped_transaction.h>
 
 #include <algorithm>
 
@@ -64,6 +63,7 @@ Job jobOf(const qel::GUID& id, const qel::Packet& row) {
     job.result = row.getItemCopy("result");
     job.error = row.getString("error");
     job.access = row.getItemCopy("access"); // empty in rows of version 1: nobody knows who asked for them
+    if (job.state == JobState::Done) job.progress = 1;
     return job;
 }
 
@@ -73,20 +73,10 @@ JobTable::JobTable(const qel::Item& root) : Table(root) {
     createTable();
 }
 
-void JobTable::add(Job& job) {
-    qel::ScopedTransaction transaction(getStore());
-    qel::Item key;
-    qel::String error;
-    createEntry(key, error);
-    key.trail().getIterator().asGUID(job.id);
+void JobTable::put(const Job& job) {
+    qel::Item key = getRoot();
+    key.addGUID(job.id);
     key.storePacket(rowOf(job).get());
-    transaction.commit();
-}
-
-void JobTable::update(const Job& job) {
-    qel::Item key;
-    qel::String error;
-    if (findEntry(job.id, key, error)) key.storePacket(rowOf(job).get());
 }
 
 void JobTable::remove(const qel::GUID& id) {

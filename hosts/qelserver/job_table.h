@@ -13,19 +13,17 @@ class JobTable : public qel::Table {
     QEL_CLASS(JobTable, qel::Table)
 
 public:
-    /// Makes the table below @p root if it is not there.
+    /// Creates the table below @p root if it does not exist.
     explicit JobTable(const qel::Item& root);
 
-    /// Adds a row. @param job  gets its id.
-    void add(Job& job);
-    /// Stores what changed of a job that has a row.
-    void update(const Job& job);
-    /// Removes the row of a job.
+    /// Writes the row of a job, which is added if it does not exist.
+    void put(const Job& job);
+    /// Removes the row of a job, if there is one.
     void remove(const qel::GUID& id);
-    /// All jobs, in no order that means anything. @errors a row that can't be read is logged and left out.
+    /// Returns all jobs, in no particular order. @errors a row that can't be read is logged and left out.
     qel::Vector<Job> load();
 
-    /// The row of a job as a packet. @param error  gets the reason for null.
+    /// Returns the row of a job as a packet. @param error  receives the reason for null.
     qel::SmartPointer<qel::Packet> createPacketForEntry(const qel::GUID& id, const qel::Item& key,
                                                         qel::String& error) override;
 };

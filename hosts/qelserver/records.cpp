@@ -9,11 +9,20 @@
 #include <qel/store/sqlite/sqlite_store.h>
 #include <qel/system/core/system.h>
 
+#include <algorithm>
+#include <utility>
+
 namespace qelserver {
 
 namespace {
 
 constexpr std::array<const char*, 2> kLogKeys = {"log.customer", "log.technical"};
+constexpr size_t kLogLinesPerPass = 512;
+constexpr size_t kMostWaitingLines = 65'536; // of a channel, and so the next
+constexpr size_t kMostWaitingBytes = size_t{16} << 20;
+
+constexpr qel::uint32 kFirstPauseMs = 1000; // after a failure; twice as long after each further one
+constexpr qel::uint32 kLongestPauseMs = 64'000;
 
 // A server's identifiers begin with 64 bits that no other server is likely to have.
 constexpr qel::uint32 kServerBits = 64;
@@ -30,25 +39,30 @@ Records::Records(const std::string& file) {
         m_file.reset(new qel::SqliteStore(file));
         m_store.reset(new qel::CacheStore(m_file.get()));
     }
-    if (!good()) return;
+    if (!m_store->good()) return;
+    qel::LogBackend::limitMessages(kMostWaitingLines, kMostWaitingBytes);
     const qel::Item root(m_store.get());
     beginPass();
     m_statistics.reset(new qel::Statistics(statisticsKey()));
-    for (size_t i = 0; i < m_logs.size(); ++i)
-        m_logs[i].reset(new qel::LogDB(qel::Item(root).add(kLogKeys[i])));
+    openLogs();
     openOptions();
     openIdentifiers();
     m_jobs.reset(new JobTable(qel::Item(root).add("jobs")));
-    endPass(true);
+    m_isOpen = endPass(true);
 }
 
 Records::~Records() {
-    if (!m_identifiers) return; // the store was no good from the start
+    if (!m_identifiers) return; // the store could not be opened
     qel::Object::system()->setGUIDDomainDB(nullptr);
     if (!m_inPass) beginPass();
     m_identifiers->flush();
     endPass(true);
     m_store->close();
+}
+
+void Records::openLogs() {
+    for (size_t i = 0; i < m_logs.size(); ++i)
+        m_logs[i].lines.reset(new qel::LogDB(qel::Item(m_store.get()).add(kLogKeys[i])));
 }
 
 void Records::openOptions() {
@@ -70,29 +84,55 @@ void Records::openIdentifiers() {
     system.setGUIDDomainDB(m_identifiers.get());
 }
 
-bool Records::isKept(const qel::GUID& job) const {
-    qel::Item key = m_jobs->getRoot();
-    return m_file->get(key.add(job)) != nullptr;
-}
-
 void Records::beginPass() {
+    if (m_inPass) return;
     m_store->begin();
     m_inPass = true;
 }
 
-void Records::endPass(bool durable) {
-    takeLogLines();
-    m_statistics->flushToDatabase();
-    m_store->commit();
-    m_inPass = false;
-    if (durable) m_store->flush();
+bool Records::isDue() const {
+    return !m_isFailing || qel::Object::system()->getTime() - m_lastAttempt >= m_pauseMs;
 }
 
-void Records::takeLogLines() {
+bool Records::endPass(bool durable) {
+    writeLogLines();
+    m_statistics->flushToDatabase();
+    m_inPass = false;
+    m_store->clearLastError();
+    const bool isKept = m_store->tryCommit() && (!durable || m_store->tryFlush());
+    isKept ? noteKept() : noteFailure();
+    return isKept;
+}
+
+void Records::writeLogLines() {
     for (unsigned channel = 0; channel < m_logs.size(); ++channel) {
-        m_logs[channel]->setMaxNumLines(m_options->getValueAsLong("server:log_lines"));
-        qel::LogBackend::flushTo(channel, m_logs[channel].get());
+        auto& [log, waiting] = m_logs[channel];
+        while (waiting.size() < kLogLinesPerPass) {
+            auto line = qel::LogBackend::takeMessage(channel);
+            if (!line) break;
+            waiting.push_back(std::move(*line));
+        }
+        log->setMaxNumLines(m_options->getValueAsLong("server:log_lines"));
+        for (qel::LogMessage& line : waiting) log->addLine(&line);
     }
+}
+
+void Records::noteKept() {
+    for (Log& log : m_logs) log.waiting.clear();
+    m_pauseMs = kFirstPauseMs;
+    if (std::exchange(m_isFailing, false)) qel::logging::info() << "the records are stored again";
+}
+
+/// What was rolled back is written again with the next attempt; the counters of the log are read anew.
+void Records::noteFailure() {
+    const bool wasDue = isDue();
+    if (wasDue) m_lastAttempt = qel::Object::system()->getTime();
+    if (wasDue && m_isFailing) m_pauseMs = std::min(2 * m_pauseMs, kLongestPauseMs);
+    if (!std::exchange(m_isFailing, true))
+        qel::logging::error() << "the records can't be stored for now: " << m_store->lastError();
+    m_statistics->increase("records.failures", 1);
+    m_statistics->setAllDirty();
+    openLogs();
 }
 
 } // namespace qelserver

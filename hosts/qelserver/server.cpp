@@ -49,12 +49,9 @@ bool Server::startRpc(const Options& options) {
 }
 
 void Server::registerCallsOfLibrary() {
+    m_records.options().delegateKeep.connect([this] { return keep(true); });
     m_records.options().registerRpcCalls(m_rpc.get());
-    m_update->delegateBackup.connect([this] { // what an installer finds on the disk is all there is
-        m_records.endPass(true);
-        m_records.beginPass();
-        return m_records.good();
-    });
+    m_update->delegateBackup.connect([this] { return keep(true); }); // an installer finds all on the disk
     m_update->registerRpcCalls(m_rpc.get());
 }
 
@@ -73,17 +70,27 @@ Server::~Server() {
     m_workers.reset();
 }
 
+/// Ends a pass of the records and begins the next. @return whether everything up to now is stored.
+bool Server::keep(bool durable) {
+    if (!durable && !m_records.isDue()) return false;
+    m_jobs->store();
+    const bool isKept = m_records.endPass(durable);
+    m_jobs->settle(isKept);
+    m_records.beginPass();
+    return isKept;
+}
+
 bool Server::poll() {
     const qel::uint64 before = m_rpc->getCallCount();
     m_rpc->receiveCalls();
     const auto attempts = m_records.options().getValueAsInt("server:job_attempts");
-    const bool workersMoved = m_workers->poll(attempts);
+    bool hasMoved = m_workers->poll(attempts);
+    if (!m_records.isFailing()) hasMoved = m_workers->handOut() || hasMoved; // else no result can be kept
     const bool durable = m_calls->hasUnanswered();
-    m_records.endPass(durable);
-    m_records.beginPass();
+    keep(durable);
     if (durable) m_calls->answer();
     m_rpc->sendReplies();
-    return workersMoved || m_rpc->getCallCount() != before;
+    return hasMoved || m_rpc->getCallCount() != before;
 }
 
 } // namespace qelserver

@@ -15,8 +15,8 @@
 
 namespace qelserver {
 
-/// Puts the parts together in their order, and takes them apart in the reverse: when it is gone, everything
-/// that was acknowledged is on the disk. @threads main thread.
+/// Creates the parts in their order, and destroys them in the reverse: after that, everything that was
+/// acknowledged is on the disk. @threads main thread.
 class Server {
 public:
     /// Opens the records, starts the workers and listens. @param options  complete.
@@ -27,11 +27,11 @@ public:
     explicit Server(const Options& options, WorkerPool::NewWorker newWorker = nullptr);
     ~Server();
 
-    /// Whether all of it works; the log tells what doesn't.
+    /// Whether all of it works; the log says what does not.
     bool good() const { return m_calls != nullptr; }
-    /// Does what has come up: calls, answers of workers, records. Replies go out when what they tell of is
-    /// committed, so that a kill takes nothing back. Waits for the disk only when somebody is to be told that
-    /// a job was kept. @return whether there was anything to do.
+    /// Does what has come up: calls, answers of workers, records. Replies go out when what they report is
+    /// committed, so that a kill takes nothing back. Waits for the disk only if somebody is to be told that
+    /// something was kept. @return whether there was anything to do.
     bool poll();
     /// Blocks until a call comes in, or @p ms milliseconds have passed.
     void wait(unsigned ms) { m_rpc->wait(static_cast<int>(ms)); }
@@ -43,6 +43,7 @@ public:
 
 private:
     qel::Item accessOf(const Job& job) const;
+    bool keep(bool durable);
     bool startRpc(const Options& options);
     void registerCallsOfLibrary();
 

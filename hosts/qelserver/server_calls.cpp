@@ -168,9 +168,9 @@ ServerCalls::ServerCalls(qel::RpcProvider& provider, Records& records, JobBoard&
 
 void ServerCalls::answer() {
     for (const auto& [call, job] : m_unanswered) {
-        if (!m_records.isKept(job)) {
+        if (!m_jobs.find(job)) {
             call.result().clear();
-            m_jobs.forget(job);
+            m_jobs.withdraw(job);
         }
         call.finish();
     }

@@ -34,8 +34,8 @@ public:
 
     /// Whether somebody waits for what a pass wrote to be on the disk.
     bool hasUnanswered() const { return !m_unanswered.empty(); }
-    /// What was written is on the disk now: answers those who wait for it. A job that the disk did not take
-    /// is forgotten, and the call for it has no result.
+    /// Answers the calls that wait until their jobs are on the disk, after the attempt to store them. A job
+    /// that the disk did not take is dropped, and its call has no result.
     void answer();
 
 private:

@@ -3,6 +3,7 @@
 #include <hosts/jobs/job_packets.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/packet/packet.h>
+#include <qel/process/process_packet_reader.h>
 
 #include <utility>
 
@@ -10,7 +11,9 @@ namespace qelserver {
 
 namespace {
 
-/// Turns a worker's packet into an event. @return false for one that is none.
+constexpr int kLoggedUnknownPackets = 16; // of a process
+
+/// Turns a packet of a worker into an event. @return false if it is not one that a worker sends.
 bool eventOf(qel::Packet& packet, WorkerEvent& out) {
     switch (packet.getID()) {
     case qeljobs::kProgressId: {
@@ -31,6 +34,9 @@ bool eventOf(qel::Packet& packet, WorkerEvent& out) {
         out = event::Failed{packet.get<qel::GUID>("id"), static_cast<int>(packet.getInteger("attempt")),
                             packet.getString("error")};
         return true;
+    case qeljobs::kHeartbeatId:
+        out = event::Heartbeat{};
+        return packet.fit(qeljobs::heartbeatScheme());
     default:
         return false;
     }
@@ -52,29 +58,41 @@ void Worker::assign(const Job& job, const qel::Item& access) {
 
 qel::Vector<WorkerEvent> Worker::takeEvents() {
     const qel::MutexLock lock(m_mutex);
+    pauseReading(false);
+    m_eventBytes = 0;
     return std::exchange(m_events, {});
 }
 
 void Worker::onSubprocessStarted() {
-    note(event::Started{getProcess()->getProcessId()});
+    m_unknownPackets = 0;
+    getProcess()->getPacketReader()->enableTrimmedLog();
+    note(event::Started{getProcess()->getProcessId()}, 0);
 }
 
 void Worker::onSubprocessQuit() {
-    note(event::Lost{});
+    note(event::Lost{}, 0);
 }
 
 void Worker::onPacket(qel::Packet* packet) {
     WorkerEvent event;
     if (eventOf(*packet, event)) {
-        note(std::move(event));
+        note(std::move(event), packet->getPayloadSize());
     } else {
-        qel::logging::warning() << "a worker sent a packet that no one knows, id=" << packet->getID();
+        logUnknown(*packet);
     }
 }
 
-void Worker::note(WorkerEvent event) {
+void Worker::logUnknown(const qel::Packet& packet) {
+    if (++m_unknownPackets > kLoggedUnknownPackets) return;
+    qel::logging::warning() << "a worker sent an unknown packet, id=" << packet.getID()
+                            << (m_unknownPackets == kLoggedUnknownPackets ? "; no more are reported" : "");
+}
+
+void Worker::note(WorkerEvent event, size_t bytes) {
     const qel::MutexLock lock(m_mutex);
     m_events.push_back(std::move(event));
+    m_eventBytes += bytes;
+    if (m_events.size() >= kMostEvents || m_eventBytes >= kMostEventBytes) pauseReading(true);
 }
 
 } // namespace qelserver

@@ -1,5 +1,8 @@
 #include "worker_pool.h"
 
+#include <qel/foundation/log/message_stream.h>
+#include <qel/system/core/system.h>
+
 namespace qelserver {
 
 namespace {
@@ -18,7 +21,8 @@ WorkerPool::WorkerPool(JobBoard& board, qel::SmartPointer<qel::Statistics> stati
     : m_board(board),
       m_accessOfJob(std::move(accessOfJob)),
       m_statistics(std::move(statistics)),
-      m_seats(static_cast<size_t>(count)) {
+      m_seats(static_cast<size_t>(count)),
+      m_lastPoll(qel::Object::system()->getTime()) {
     for (Seat& seat : m_seats) {
         seat.worker = newWorker();
         seat.worker->begin();
@@ -32,25 +36,43 @@ WorkerPool::~WorkerPool() {
 }
 
 bool WorkerPool::poll(int mostAttempts) {
+    const qel::uint32 now = qel::Object::system()->getTime();
+    const qel::uint32 passedMs = now - std::exchange(m_lastPoll, now);
     bool moved = false;
     for (Seat& seat : m_seats) {
-        for (const WorkerEvent& event : seat.worker->takeEvents()) {
+        const qel::Vector<WorkerEvent> events = seat.worker->takeEvents();
+        if (events.empty()) restartIfHanging(seat, passedMs);
+        for (const WorkerEvent& event : events) {
+            seat.silence.hear(std::holds_alternative<event::Heartbeat>(event));
             take(seat, event, mostAttempts);
-            moved = true;
         }
+        moved = moved || !events.empty();
     }
-    return handOut() || moved;
+    return moved;
 }
 
-/// An answer counts only while it is about what the worker is at: a lost worker's job may be with another.
+void WorkerPool::restartIfHanging(Seat& seat, qel::uint32 passedMs) {
+    if (!seat.silence.pass(passedMs)) return;
+    qel::logging::warning() << "worker " << seat.pid << " hangs, restart " << seat.restarts + 1;
+    m_statistics->increase("workers.hung", 1);
+    seat.silence.restart();
+    seat.worker->restart();
+}
+
+/// An answer counts only if it is about the job that the worker has: a lost worker's job may be with another.
 void WorkerPool::take(Seat& seat, const WorkerEvent& event, int mostAttempts) {
     const auto isAt = [&seat](const auto& answer) {
         return answer.id == seat.job && answer.attempt == seat.attempt;
     };
     std::visit(Overloaded{
-                   [&](const event::Started& started) { seat.pid = started.pid; },
+                   [&](const event::Heartbeat&) {},
+                   [&](const event::Started& started) {
+                       seat.pid = started.pid;
+                       seat.silence.restart();
+                   },
                    [&](const event::Lost&) {
                        seat.pid = 0;
+                       seat.silence.restart();
                        ++seat.restarts;
                        m_statistics->increase("workers.lost", 1);
                        if (seat.job) m_board.giveBack(std::exchange(seat.job, {}), mostAttempts);
@@ -81,6 +103,7 @@ bool WorkerPool::handOut() {
         seat.job = job->id;
         seat.attempt = job->attempts;
         seat.worker->assign(*job, m_accessOfJob(*job));
+        seat.silence.expectAnswer();
         moved = true;
     }
     return moved;

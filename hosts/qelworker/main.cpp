@@ -2,10 +2,12 @@
 // streams. It ends in order when it is told to, and when its standard input ends.
 #include "job_runner.h"
 
+#include <hosts/jobs/job_packets.h>
 #include <hosts/shared/command_line_answer.h>
 #include <hosts/shared/pacer.h>
 #include <qel/foundation/log/log_backend.h>
 #include <qel/packet/std_in_packet_reader.h>
+#include <qel/packet/std_out_packet_writer.h>
 #include <qel/process/process_protocol.h>
 #include <qel/system/core/application.h>
 #include <qel/system/core/system.h>
@@ -28,8 +30,8 @@ constexpr std::array<qelhosts::OptionRow<Options>, 3> kOptions{{
     {"--version", nullptr, &Options::version},
 }};
 
-/// Takes the packets that have come. @return whether there were any; @p isEnding is set by the one that ends
-/// the worker.
+/// Takes the packets that have arrived. @return whether there were any; @p isEnding is set by the one that
+/// ends the worker.
 bool takePackets(qel::StdInPacketReader& reader, qelworker::JobRunner& runner, bool& isEnding) {
     bool hasMoved = false;
     while (!isEnding) {
@@ -42,6 +44,23 @@ bool takePackets(qel::StdInPacketReader& reader, qelworker::JobRunner& runner, b
     return hasMoved;
 }
 
+/// Sends the server a heartbeat at the start and every kHeartbeatMs from then on.
+class Heart {
+public:
+    void beat(qel::System& system) {
+        const qel::uint32 now = system.getTime();
+        if (m_hasBeaten && now - m_last < qeljobs::kHeartbeatMs) return;
+        m_hasBeaten = true;
+        m_last = now;
+        const qel::SmartPointer<qel::Packet> packet(new qel::Packet(qeljobs::heartbeatScheme(), 0));
+        system.getStdOutPacketWriter()->write(packet.get());
+    }
+
+private:
+    bool m_hasBeaten = false;
+    qel::uint32 m_last = 0;
+};
+
 void serve() {
     qel::System& system = *qel::Object::system();
     qel::StdInPacketReader& reader = *system.getStdInPacketReader();
@@ -49,7 +68,11 @@ void serve() {
     qelworker::JobRunner runner;
     qelhosts::Pacer pacer;
     bool isEnding = false;
-    const auto take = [&] { return takePackets(reader, runner, isEnding); };
+    Heart heart;
+    const auto take = [&] {
+        heart.beat(system);
+        return takePackets(reader, runner, isEnding);
+    };
     const auto sleep = [&system](unsigned milliseconds) { system.delegateSleep(milliseconds); };
     while (!isEnding && !qel::System::wasInterruptHandlerCalled()) pacer.pass(system, take, sleep);
     runner.end();

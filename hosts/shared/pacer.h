@@ -8,8 +8,8 @@
 namespace qelhosts {
 
 /// Runs passes: one follows the other while there is work, and otherwise it sleeps between them, a
-/// millisecond longer each time, up to 10 ms. An idle host costs little and still answers faster than a
-/// person notices.
+/// millisecond longer each time, up to 50 ms after some 1.3 s. An idle host costs little and still answers
+/// faster than a person notices.
 class Pacer {
 public:
     /// Runs one pass of @p system and the work of the host, and sleeps if neither had anything to do.
@@ -26,7 +26,7 @@ public:
     }
 
 private:
-    static constexpr unsigned kLongestSleepMs = 10;
+    static constexpr unsigned kLongestSleepMs = 50;
     static constexpr qel::uint32 kBusyPassMs = 2; // the pass itself had work to do
 
     unsigned m_sleepMs = 0;

@@ -14,6 +14,7 @@ namespace qel {
 namespace {
 
 constexpr uint32 kRoundMs = 10;
+constexpr uint32 kLongestRoundMs = 50; // when nothing has come or gone for a while
 constexpr uint32 kRestartPauseMs = 2000;
 constexpr uint32 kTimeToEndMs = 500;
 constexpr size_t kMaxPacketBytesPerRound = size_t{2} << 20;
@@ -47,11 +48,14 @@ void AsyncSupervisor::start() {
 }
 
 void AsyncSupervisor::runLoop() {
+    uint32 roundMs = kRoundMs;
     while (!m_terminating) {
         const uint32 begin = system()->getTime();
+        m_isQuiet = true;
         tick();
+        roundMs = m_isQuiet ? std::min(roundMs + 1, kLongestRoundMs) : kRoundMs;
         const uint32 passedMs = system()->getTime() - begin;
-        if (passedMs <= kRoundMs) System::sleep(kRoundMs - passedMs);
+        if (passedMs <= roundMs) System::sleep(roundMs - passedMs);
     }
 }
 
@@ -96,6 +100,7 @@ void AsyncSupervisor::dropPackets() {
 
 void AsyncSupervisor::receivePackets(bool isRunning) {
     if (!m_process->hasOutput()) return; // the usual case; every read would ask the system again
+    m_isQuiet = false;
     ProcessPacketReader& reader = *m_process->getPacketReader();
     const size_t limit = isRunning ? kMaxPacketBytesPerRound : kMaxLastPacketBytes;
     for (size_t bytes = 0; bytes < limit && !m_terminating && !(isRunning && m_isReadingPaused);) {
@@ -112,6 +117,7 @@ void AsyncSupervisor::sendPackets() {
         const MutexLock lock(m_mutex);
         packets.swap(m_outgoing);
     }
+    m_isQuiet = m_isQuiet && packets.empty();
     for (const SmartPointer<Packet>& packet : packets) m_process->getPacketWriter()->write(packet.get());
     m_lastAlive = system()->getTime();
 }

@@ -51,7 +51,8 @@ protected:
     /// The worker has sent a packet, which is not bound to a scheme yet.
     virtual void onPacket(Packet* packet) = 0;
 
-    /// Begins the loop, which calls tick() every 10 ms.
+    /// Begins the loop, which calls tick() every 10 ms, and less and less often, down to every 50 ms, while
+    /// nothing comes or goes.
     void start();
     /// Ends the loop, sends the worker ProcessProtocol::Terminate, gives it 500 ms to end and kills it then.
     /// start() does nothing from now on.
@@ -97,6 +98,7 @@ private:
     std::unique_ptr<Queue> m_queue;
     SmartPointer<Process> m_process;   // of the loop, or of who ended the loop
     std::optional<uint32> m_lastAlive; // also the last attempt to start
+    bool m_isQuiet = true;             // nothing has come or gone in this round
     std::atomic<bool> m_terminating{false};
     std::atomic<bool> m_restartRequested{false};
     std::atomic<bool> m_isReadingPaused{false};

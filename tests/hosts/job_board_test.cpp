@@ -1,3 +1,4 @@
+// The jobs of the server and their table, without the server.
 #include "../../hosts/qelserver/job_board.h"
 #include "../support/log_capture.h"
 #include "../support/system_fixture.h"
@@ -21,10 +22,28 @@ protected:
         table.reset();
         SystemFixture::TearDown();
     }
-    /// The board as a server finds it that starts now.
+    /// Returns the board as a server finds it that starts now.
     JobBoard board(const JobBoard::Limits& limits = JobBoard::Limits()) {
         const SmartPointer<Statistics> statistics(new Statistics(Item(store.get()).add("counters")));
         return JobBoard(table, statistics, limits);
+    }
+    /// Stores what has changed.
+    static void keep(JobBoard& board) {
+        board.store();
+        board.settle(true);
+    }
+    /// Loses what has changed, as a full disk does.
+    void lose(JobBoard& board) {
+        store->begin();
+        board.store();
+        store->rollback();
+        board.settle(false);
+    }
+    /// Submits a job and stores it.
+    static GUID add(JobBoard& board, const Vector<String>& files = {"/f"}) {
+        const GUID id = board.submit("hash", files);
+        keep(board);
+        return id;
     }
     static Vector<GUID> last(const JobBoard& board, size_t count) {
         Vector<GUID> ids;
@@ -40,45 +59,60 @@ protected:
 };
 
 TEST_F(JobBoardTest, WhatWasStillToDoComesUpAgainWithoutTheAttemptThatWasCutOff) {
-    const GUID id = board().submit("hash", {"/a", "/b"});
+    JobBoard first = board();
+    const GUID id = add(first, {"/a", "/b"});
     JobBoard before = board();
     before.start();
     before.giveBack(id, 3);
     EXPECT_EQ(before.start()->attempts, 2);
+    keep(before);
     JobBoard after = board();
     const Job* next = after.start();
-    EXPECT_TRUE(next->id == id && next->attempts == 2 && next->files == (Vector<String>{"/a", "/b"}));
+    ASSERT_TRUE(next);
+    EXPECT_EQ(next->id, id);
+    EXPECT_EQ(next->attempts, 2);
+    EXPECT_EQ(next->files, (Vector<String>{"/a", "/b"}));
+}
+
+TEST_F(JobBoardTest, WhatALostWorkerSaysDoesNotCount) {
+    JobBoard jobs = board();
+    const GUID id = add(jobs);
+    jobs.start();
     test::LogCapture log;
-    after.giveBack(id, 2);
-    log.take();
-    after.done(id, 1, Item("late"));
-    EXPECT_TRUE(next->state == JobState::Failed && next->result.empty())
-        << "what a lost worker says does not count";
+    jobs.giveBack(id, 1);
+    EXPECT_EQ(log.take().size(), 1u);
+    jobs.done(id, 1, Item("late"));
+    keep(jobs);
+    EXPECT_EQ(jobs.find(id)->state, JobState::Failed);
+    EXPECT_EQ(jobs.find(id)->result, Item());
 }
 
 TEST_F(JobBoardTest, StoredJobsMayBeOfOneMomentAndSayNonsense) {
     for (int i = 0; i < 2; ++i) {
         Job job;
+        job.id = system().generateGUID();
         job.submitted = 5; // a clock that was set back gives a time twice
         job.state = JobState::Running;
         job.attempts = i == 0 ? std::numeric_limits<int>::min() : std::numeric_limits<int>::max();
-        table->add(job);
+        table->put(job);
     }
     JobBoard jobs = board({.ended = 1});
     EXPECT_EQ(last(jobs, 9).size(), 2u);
     for (int i = 0; i < 2; ++i) jobs.done(jobs.start()->id, 0, Item("x"));
+    keep(jobs);
     EXPECT_EQ(last(jobs, 9).size(), 1u);
 }
 
 TEST_F(JobBoardTest, TheOldestEndedJobsMakeRoomAndWhatWaitsIsNeverDropped) {
     JobBoard jobs = board({.ended = 2, .bytes = 100'000});
     Vector<GUID> ids;
-    for (int i = 0; i < 4; ++i) ids.push_back(jobs.submit("hash", {"/f"}));
+    for (int i = 0; i < 4; ++i) ids.push_back(add(jobs));
     for (int i = 0; i < 3; ++i) jobs.done(jobs.start()->id, 0, Item("x"));
+    keep(jobs);
     EXPECT_EQ(last(jobs, 9), (Vector<GUID>{ids[1], ids[2], ids[3]})) << "one more than may be kept";
 
     const String half(60'000, 'h');
-    const GUID big = jobs.submit("hash", {half});
+    const GUID big = add(jobs, {half});
     test::LogCapture log;
     EXPECT_FALSE(jobs.submit("hash", {half}));
     log.expect(2, "refused a job: too many wait");
@@ -87,9 +121,72 @@ TEST_F(JobBoardTest, TheOldestEndedJobsMakeRoomAndWhatWaitsIsNeverDropped) {
     jobs.start();
     jobs.done(ids[3], 0, Item("x"));
     jobs.done(big, 0, Item(half));
+    keep(jobs);
     EXPECT_EQ(last(jobs, 9), Vector<GUID>{big}) << "the last result stays, whatever its size";
-    EXPECT_TRUE(jobs.submit("hash", {half}));
+    EXPECT_TRUE(add(jobs, {half}));
     EXPECT_EQ(board().waitingCount(), 1u);
+}
+
+// --- a disk that fails -----------------------------------------------------------------------------------
+
+TEST_F(JobBoardTest, AJobThatIsNotStoredDoesNotExist) {
+    JobBoard jobs = board();
+    const GUID id = jobs.submit("hash", {"/f"});
+    lose(jobs);
+    EXPECT_FALSE(jobs.find(id));
+    EXPECT_FALSE(jobs.start());
+    jobs.withdraw(id);
+    keep(jobs);
+    EXPECT_EQ(last(jobs, 9), Vector<GUID>());
+    EXPECT_EQ(last(board(), 9), Vector<GUID>());
+}
+
+TEST_F(JobBoardTest, AnEndThatIsNotStoredIsNotSeenAndStoredLater) {
+    JobBoard jobs = board();
+    const GUID done = add(jobs);
+    const GUID failed = add(jobs);
+    jobs.start();
+    jobs.start();
+    jobs.done(done, 7, Item("result"));
+    test::LogCapture log;
+    jobs.fail(failed, "reason");
+    EXPECT_EQ(log.take().size(), 1u);
+    lose(jobs);
+    for (const GUID& id : {done, failed}) EXPECT_EQ(jobs.find(id)->state, JobState::Running);
+    EXPECT_EQ(jobs.find(done)->result, Item());
+
+    keep(jobs);
+    EXPECT_EQ(jobs.find(done)->state, JobState::Done);
+    const JobBoard after = board();
+    EXPECT_EQ(after.find(done)->state, JobState::Done);
+    EXPECT_EQ(after.find(done)->result, Item("result"));
+    EXPECT_EQ(after.find(failed)->state, JobState::Failed);
+    EXPECT_EQ(after.find(failed)->error, "reason");
+}
+
+TEST_F(JobBoardTest, AJobThatWasForgottenWhileTheDiskFailedIsGoneForGood) {
+    JobBoard jobs = board({.ended = 1});
+    const Vector<GUID> ids{add(jobs), add(jobs)};
+    for (const GUID& id : ids) {
+        jobs.start();
+        jobs.done(id, 0, Item("x"));
+    }
+    keep(jobs); // forgets the first
+    lose(jobs);
+    keep(jobs);
+    EXPECT_EQ(last(board(), 9), Vector<GUID>{ids[1]});
+}
+
+TEST_F(JobBoardTest, AJobThatIsDoneHasFullProgressAfterARestartToo) {
+    JobBoard jobs = board();
+    const GUID id = add(jobs);
+    jobs.start();
+    jobs.progress(id, 0.5);
+    EXPECT_EQ(jobs.find(id)->progress, 0.5);
+    jobs.done(id, 0, Item("x"));
+    keep(jobs);
+    EXPECT_EQ(jobs.find(id)->progress, 1);
+    EXPECT_EQ(board().find(id)->progress, 1);
 }
 
 } // namespace

@@ -45,26 +45,36 @@ protected:
         packet->setItem("access", access);
         return packet;
     }
-    /// The next packet but reports of progress, which are looked at here.
-    SmartPointer<Packet> answer() {
+    /// Returns the next packet of any kind; null when the worker has ended.
+    SmartPointer<Packet> nextPacket() {
         SmartPointer<Packet> packet;
         waitUntil([&] {
             packet = worker->getPacketReader()->read();
-            if (packet && packet->getID() == qeljobs::kProgressId) {
-                EXPECT_TRUE(packet->fit(qeljobs::progressScheme()));
-                EXPECT_LE(packet->getInteger("done"), packet->getInteger("total"));
-                total = packet->getInteger("total");
-                packet.reset();
-            }
             return packet || !worker->tick();
         });
         return packet;
     }
-    /// The result of the job under way as JSON.
+    /// Returns the next answer to a job, and checks the packets before it.
+    SmartPointer<Packet> answer() {
+        for (;;) {
+            const SmartPointer<Packet> packet = nextPacket();
+            if (packet && packet->getID() == qeljobs::kProgressId) {
+                EXPECT_TRUE(packet->fit(qeljobs::progressScheme()));
+                EXPECT_LE(packet->getInteger("done"), packet->getInteger("total"));
+                total = packet->getInteger("total");
+            } else if (packet && packet->getID() == qeljobs::kHeartbeatId) {
+                EXPECT_TRUE(packet->fit(qeljobs::heartbeatScheme()));
+            } else {
+                return packet;
+            }
+        }
+    }
+    /// Returns the result of the job under way as JSON.
     std::string result(int attempt, int64 bytes) {
         const SmartPointer<Packet> packet = answer();
         if (!packet || !packet->fit(qeljobs::resultScheme())) return "no result";
-        EXPECT_TRUE(packet->get<GUID>("id") == kId && packet->getInteger("attempt") == attempt);
+        EXPECT_EQ(packet->get<GUID>("id"), kId);
+        EXPECT_EQ(packet->getInteger("attempt"), attempt);
         EXPECT_EQ(packet->getInteger("bytes"), bytes);
         EXPECT_EQ(total, bytes);
         return packet->getItem("result").getJSON(false);
@@ -120,9 +130,11 @@ TEST_F(WorkerTest, TellsWhyAJobCannotBeDoneAndGoesOn) {
     for (const auto& [kind, files, error] : cases) {
         send(makeJob(3, kind, files));
         const SmartPointer<Packet> packet = answer();
-        ASSERT_TRUE(packet && packet->fit(qeljobs::failureScheme()));
+        ASSERT_TRUE(packet);
+        ASSERT_TRUE(packet->fit(qeljobs::failureScheme()));
         EXPECT_EQ(packet->getString("error"), error);
-        EXPECT_TRUE(packet->get<GUID>("id") == kId && packet->getInteger("attempt") == 3);
+        EXPECT_EQ(packet->get<GUID>("id"), kId);
+        EXPECT_EQ(packet->getInteger("attempt"), 3);
     }
     capture.take();
 }
@@ -148,6 +160,15 @@ TEST_F(WorkerTest, AJobOfAnotherUserIsJudgedByTheWorker) {
     ASSERT_TRUE(packet->fit(qeljobs::failureScheme()));
     EXPECT_EQ(packet->getString("error"), "not permitted: '" + file + "'");
     EXPECT_EQ(total, 0) << "its size is not told either";
+}
+
+TEST_F(WorkerTest, BeginsWithAHeartbeatAndGoesOnWithoutBeingAsked) {
+    for (int beat = 0; beat < 2; ++beat) {
+        const SmartPointer<Packet> packet = nextPacket();
+        ASSERT_TRUE(packet);
+        EXPECT_EQ(packet->getID(), qeljobs::kHeartbeatId);
+        EXPECT_TRUE(packet->fit(qeljobs::heartbeatScheme()));
+    }
 }
 
 TEST_F(WorkerTest, EndsInOrderWhenToldToAndWhenItsInputEnds) {

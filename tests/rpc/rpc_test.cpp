@@ -38,9 +38,11 @@ TEST_F(RpcTest, ACallRunsOnceInTheNextPassWithItsArgumentsAndGivesItsResult) {
         provider->removeRPC("work"); // a handler that removes itself lives to its end
         String text;
         int32 number = 0;
-        EXPECT_TRUE(RpcContext(context).args().asString(text) && context.args().asInteger(number));
-        EXPECT_TRUE(context.getMethodName() == "work" && context.getUserGUID() == user &&
-                    !context.hasRight("any"));
+        EXPECT_TRUE(RpcContext(context).args().asString(text));
+        EXPECT_TRUE(context.args().asInteger(number)) << "copies share one reader";
+        EXPECT_EQ(context.getMethodName(), "work");
+        EXPECT_EQ(context.getUserGUID(), user);
+        EXPECT_FALSE(context.hasRight("any"));
         context.result().add(text).add(number + 1).add(witness);
         context.finish();
         context.finish();
@@ -53,7 +55,8 @@ TEST_F(RpcTest, ACallRunsOnceInTheNextPassWithItsArgumentsAndGivesItsResult) {
     passAfter(1);
     passAfter(1);
     waiter.join();
-    EXPECT_TRUE(finished == 1 && !call->hasFailed());
+    EXPECT_EQ(finished, 1);
+    EXPECT_FALSE(call->hasFailed());
     EXPECT_EQ(call->result(), Item("a").add(42).add(witness));
     log.expect(1, "posted mainqueue");
     log.take(); // the waiter's pauses move the clock, so that a pass may seem to take long
@@ -92,11 +95,12 @@ TEST_F(RpcTest, EventHandlersAreCalledInOrderUntilTheyHaveSeenEnough) {
         });
     });
     passAfter(1);
-    for (const char* expected : {"ab", "ababn", "ababn"}) {
-        EXPECT_TRUE(turn == 2 || call->hasEventHandlers());
+    const std::pair<const char*, bool> afterTurns[] = {{"ab", true}, {"ababn", false}, {"ababn", false}};
+    for (const auto& [expected, areThereMore] : afterTurns) {
         ++turn;
         call->callEventHandlers(call.get());
         EXPECT_EQ(order, expected) << "one added during an event is called from the next on";
+        EXPECT_EQ(call->hasEventHandlers(), areThereMore);
     }
     EXPECT_EQ(finished, 1);
 }
@@ -114,7 +118,8 @@ TEST_F(RpcTest, EventsWithinEventsAndExceptionsLeaveTheListWhole) {
     EXPECT_THROW(call->callEventHandlers(call.get()), std::runtime_error);
     call->callEventHandlers(call.get());
     EXPECT_EQ(calls, 2);
-    EXPECT_TRUE(call->hasEventHandlers() && !call->isFinished());
+    EXPECT_TRUE(call->hasEventHandlers());
+    EXPECT_FALSE(call->isFinished());
 }
 
 TEST_F(RpcTest, RightsAreRecordedByNameAndOutliveTheHandler) {
@@ -122,14 +127,19 @@ TEST_F(RpcTest, RightsAreRecordedByNameAndOutliveTheHandler) {
     provider->addRPC("b", {}, "", "");
     EXPECT_EQ(provider->getMethodNames(), (Vector<String>{"a", "b"}));
     provider->removeRPC("a");
-    EXPECT_TRUE(!provider->findRPC("a") && *provider->findRight("a") == "rpc:a" && !provider->findRight("b"));
+    EXPECT_FALSE(provider->findRPC("a"));
+    ASSERT_TRUE(provider->findRight("a"));
+    EXPECT_EQ(*provider->findRight("a"), "rpc:a");
+    EXPECT_FALSE(provider->findRight("b"));
 }
 
 TEST_F(RpcTest, ACallWhoseProviderHasDiedFails) {
     const auto call = provider->createLocalRPC();
     const auto queued = start([](const RpcContext&) { FAIL(); });
     provider.reset();
-    EXPECT_TRUE(!call->start() && call->hasFailed() && call->isFinished());
+    EXPECT_FALSE(call->start());
+    EXPECT_TRUE(call->hasFailed());
+    EXPECT_TRUE(call->isFinished());
     queued->wait();
     passAfter(1);
     EXPECT_FALSE(queued->isFinished());

@@ -70,10 +70,12 @@ protected:
         call->run(*provider->findRPC(method), call.get());
         return call;
     }
-    /// Runs a call that gives nothing and logs these errors.
+    /// Runs a call and expects it to end without a result, with these errors in the log.
     void expectFailure(const char* method, const Item& arguments, const std::vector<std::string>& messages) {
         const auto call = run(method, arguments);
-        EXPECT_TRUE(call->result().empty() && call->finished == 1 && call->files.empty());
+        EXPECT_EQ(call->result(), Item());
+        EXPECT_EQ(call->finished, 1);
+        EXPECT_EQ(call->files, "");
         for (const std::string& message : messages) log.expect(3, message);
         EXPECT_FALSE(System::wasInterruptHandlerCalled());
     }
@@ -93,7 +95,8 @@ TEST_F(UpdateMechanismTest, AnUploadEndsWithItsTransfer) {
         EXPECT_EQ(call->finished, 0);
         call->end = code;
         call->callEventHandlers(call.get());
-        EXPECT_TRUE(call->finished == 1 && !call->hasEventHandlers());
+        EXPECT_EQ(call->finished, 1);
+        EXPECT_FALSE(call->hasEventHandlers());
         EXPECT_EQ(call->result(), code == 0 ? yes : Item());
         log.expect(1, "[RPC:upload_update_package] upload of update package finished, code=" +
                           std::to_string(code) + ", status=told");
@@ -112,8 +115,10 @@ TEST_F(UpdateMechanismTest, AnUploadThatCantBeginIsLogged) {
 
 TEST_F(UpdateMechanismTest, AnInstallerIsStartedDetachedAfterTwoBackups) {
     const std::string path = folder.write("NovixServer/NovixServerInstaller.exe", "");
-    EXPECT_TRUE(run("install_update_package")->result() == yes && backups == 2);
-    EXPECT_TRUE(g_command == (std::vector<std::string>{path, "/S"}) && System::wasInterruptHandlerCalled());
+    EXPECT_EQ(run("install_update_package")->result(), yes);
+    EXPECT_EQ(backups, 2);
+    EXPECT_EQ(g_command, (std::vector<std::string>{path, "/S"}));
+    EXPECT_TRUE(System::wasInterruptHandlerCalled());
     log.expect(1, "running server update");
 }
 
@@ -134,8 +139,8 @@ TEST_F(UpdateMechanismTest, NothingIsInstalledWithoutBackupInstallerOrStart) {
 }
 
 TEST_F(UpdateMechanismTest, ABackupAnswersWhetherItWorked) {
-    EXPECT_TRUE(!provider->findRight("backup_data") &&
-                *provider->findRight("install_update_package") == "rpc:install_update_package");
+    EXPECT_FALSE(provider->findRight("backup_data"));
+    EXPECT_EQ(*provider->findRight("install_update_package"), "rpc:install_update_package");
     EXPECT_EQ(run("backup_data")->result(), yes);
     backsUp = false;
     expectFailure("backup_data", {}, {"[RPC:backup_data] backup_data_failed"});

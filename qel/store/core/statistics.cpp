@@ -45,6 +45,11 @@ void Statistics::flushToDatabase() {
     m_dirty = false;
 }
 
+void Statistics::setAllDirty() {
+    for (auto& [name, counter] : m_counters) counter.dirty = true;
+    m_dirty = true;
+}
+
 Statistics::Counter& Statistics::counter(const char* name) {
     const std::string_view text(name ? name : "");
     const auto known = m_counters.find(text);

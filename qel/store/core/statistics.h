@@ -32,6 +32,8 @@ public:
     /// Writes the counters that changed since the last time, in one transaction. Values from 2^63 on are
     /// stored as the negative number of the same bits.
     void flushToDatabase();
+    /// Makes the next flushToDatabase() write all counters, for an owner whose transaction was rolled back.
+    void setAllDirty();
 
 private:
     struct Counter {

@@ -1,11 +1,16 @@
 #include <qel/store/records/options_db.h>
 
 #include <qel/foundation/log/message_stream.h>
+#include <qel/store/core/store.h>
 
 #include <algorithm>
 #include <limits>
 
 namespace qel {
+
+OptionsDB::OptionsDB(const Item& root) : m_root(root) {
+    delegateKeep.connect([store = m_root.getStore()] { return store->tryFlush(); });
+}
 
 bool OptionsDB::addOption(StringId name, StringId defaultValue, StringId group, StringId label,
                           StringId description, int flags) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <qel/foundation/base/containers.h>
+#include <qel/foundation/base/delegate.h>
 #include <qel/foundation/base/object.h>
 #include <qel/foundation/base/signal.h>
 #include <qel/foundation/base/smart_pointer.h>
@@ -45,7 +46,7 @@ public:
     };
 
     /// Starts without options. @param root  the key whose children are the values; its store must be set.
-    explicit OptionsDB(const Item& root) : m_root(root) {}
+    explicit OptionsDB(const Item& root);
 
     /// Declares an option and reads its value from the store. A second one of the same name takes the place
     /// of the first when asked by name, and stands behind it in the lists.
@@ -80,14 +81,20 @@ public:
     /// the default counts.
     Item getAllDirectValuesAsItem() const;
 
-    /// Registers "advanced_option_get" and "test_advanced_option_set" with @p provider. Calls that come when
-    /// the database is gone have no result. Defined in options_db_calls.cpp.
+    /// Registers "advanced_option_get" and "test_advanced_option_set" with @p provider. Calls that arrive
+    /// after the database was destroyed have no result. Defined in options_db_calls.cpp.
     void registerRpcCalls(RpcProvider* provider);
+
+    /// Called by "test_advanced_option_set" after it has set a value: makes the value durable and returns
+    /// whether it is. If it is not, the option gets its former value back, and the call has no result.
+    /// Flushes the store by default; a host that keeps a transaction open has to end it.
+    Delegate<bool()> delegateKeep;
 
     /// Emitted with name and value by each setValue() of a declared option.
     Signal<void(StringId, StringId)> signalValueChanged;
 
 private:
+    bool setValueAndKeep(const StringId& name, const StringId& value);
     OptionMeta* findOption(const StringId& name) const;
     void list(OptionMeta* meta);
     void loadValue(OptionMeta& meta) const;

@@ -1,3 +1,4 @@
+#include <qel/rpc/rpc_provider.h>
 #include <qel/store/core/memory_store.h>
 #include <qel/store/records/options_db.h>
 #include <tests/support/formats_page.h>
@@ -58,4 +59,23 @@ TEST_F(OptionsDBTest, AStoredValueThatIsNoTextIsLoggedAndTheDefaultUsed) {
     capture.expect(3, "stored value of option 'o' is no text, using the default");
     EXPECT_FALSE(options->setValue("unknown", "new"));
     capture.expect(3, "option not set, reason: option 'unknown' does not exist");
+}
+
+TEST_F(OptionsDBTest, ACallWhoseValueCannotBeStoredHasNoResultAndChangesNothing) {
+    test::LogCapture log;
+    RpcProvider provider;
+    add("speed", "slow");
+    options->registerRpcCalls(&provider);
+    for (const bool isStored : {false, true}) {
+        options->delegateKeep.connect([isStored] { return isStored; });
+        const SmartPointer<RpcHandle> call = provider.createLocalRPC();
+        call->setMethodName("test_advanced_option_set");
+        call->setArguments(Item("speed").add("fast"));
+        call->start();
+        passAfter(1);
+        EXPECT_EQ(call->result(), isStored ? Item().addTrue() : Item());
+        EXPECT_EQ(options->getValue("speed"), isStored ? "fast" : "slow");
+        EXPECT_EQ(Item(root).add("speed").exists(), isStored);
+    }
+    log.expect(3, "option not set, reason: option 'speed' could not be stored");
 }
