@@ -77,9 +77,10 @@ TEST(MemoryStore, GrowsAndShrinksInAnyOrder) {
         EXPECT_FALSE(store.first(key)) << step;
         store.rollback();
         int count = 0;
-        for (bool found = store.first(key); found; found = store.next(key, key), ++count)
+        for (bool found = store.first(key); found; found = store.next(key, key), ++count) {
             ASSERT_EQ(key, Item(count)) << step;
-        ASSERT_EQ(*store.get(key), Item(count)) << step;
+            ASSERT_EQ(*store.get(key), Item(count)) << step;
+        }
         EXPECT_EQ(count, kCount);
     }
 }
