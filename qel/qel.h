@@ -87,6 +87,7 @@
 #include <qel/platform/local_socket.h>
 #include <qel/platform/machine.h>
 #include <qel/platform/mapped_file.h>
+#include <qel/platform/memory_file.h>
 #include <qel/platform/named_mutex.h>
 #include <qel/platform/operation.h>
 #include <qel/platform/process_run.h>

@@ -1,8 +1,8 @@
 #include <qel/files/ini_parser.h>
 
 #include <qel/files/file.h>
-#include <qel/foundation/base/mutex.h>
-#include <qel/foundation/base/number_format.h>
+#include <qel/files/ini_dictionary_p.h>
+#include <qel/foundation/base/buffer.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/platform/c_locale.h>
 #include <qel/store/core/item.h>
@@ -12,42 +12,28 @@
 #include <limits>
 
 #include <fmt/format.h>
-#include <iniparser.h>
 
 namespace qel {
 
 namespace {
 
-constexpr size_t kMaxNameSize = 1023; // of the library's own lines; it does not check names it is asked for
-
-Mutex g_libraryMutex; // over the library's error callback, which it has but one of
-Vector<String>* g_libraryErrors QEL_GUARDED_BY(g_libraryMutex) = nullptr;
-
-// Called within load() alone, under its lock.
-QEL_NO_THREAD_ANALYSIS int keepLibraryError(const char* format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    g_libraryErrors->push_back(util::stringFormat_valist(format, arguments));
-    va_end(arguments);
-    return 0;
+bool loadContent(internal::IniDictionary& target, const char* path, uint64 size) {
+    constexpr uint64 kMaxWholeSize = 32 * 1024;
+    if (size <= kMaxWholeSize) return target.loadWhole(path);
+    Buffer content;
+    return content.loadFromFile(path, false, false) &&
+           target.loadPieces(path, content.getConstByteSpan().asText());
 }
 
-dictionary* load(const char* path) {
+std::unique_ptr<internal::IniDictionary> load(const char* path) {
     File::FileInfo info;
     if (!File::getFileInfo(path, info)) return nullptr;
     if (info.isDirectory || info.isSpecial || info.size > INIParser::kMaxFileSize) {
         logging::error() << "cant read ini file '" << path << "' of " << info.size << " bytes";
         return nullptr;
     }
-    Vector<String> errors; // logged behind the lock, since listeners of the log may load files too
-    MutexLock lock(g_libraryMutex);
-    g_libraryErrors = &errors;
-    iniparser_set_error_callback(keepLibraryError);
-    dictionary* const loaded = iniparser_load(path);
-    iniparser_set_error_callback(nullptr);
-    lock.unlock();
-    for (const String& error : errors) logging::error() << error;
-    return loaded;
+    auto loaded = std::make_unique<internal::IniDictionary>();
+    return loadContent(*loaded, path, info.size) ? std::move(loaded) : nullptr;
 }
 
 template <typename T>
@@ -84,17 +70,12 @@ bool readFloat(const char* text, T& value, T fallback) {
 
 } // namespace
 
-void INIParser::FreeDictionary::operator()(dictionary* dictionary) const {
-    iniparser_freedict(dictionary);
-}
-
 INIParser::INIParser(const char* path) : m_dictionary(load(SmartCStr(path).c_str())) {}
 
 INIParser::~INIParser() = default;
 
-// Null when the key is absent, and for a section's own name.
 const char* INIParser::find(SmartCStr key) const {
-    return m_dictionary ? iniparser_getstring(m_dictionary.get(), key.c_str(), nullptr) : nullptr;
+    return m_dictionary ? m_dictionary->find(key.view()) : nullptr;
 }
 
 bool INIParser::getString(SmartCStr key, String& value) const {
@@ -102,10 +83,13 @@ bool INIParser::getString(SmartCStr key, String& value) const {
 }
 
 bool INIParser::getBoolean(SmartCStr key, bool& value) const {
-    if (!find(key)) return false;
-    const int state = iniparser_getboolean(m_dictionary.get(), key.c_str(), -1);
-    if (state != -1) value = state == 1;
-    return state != -1;
+    constexpr std::string_view kTrue = "yYtT1", kFalse = "nNfF0";
+    const char* const text = find(key);
+    if (!text || !*text) return false;
+    const bool isTrue = kTrue.find(*text) != kTrue.npos;
+    if (!isTrue && kFalse.find(*text) == kFalse.npos) return false;
+    value = isTrue;
+    return true;
 }
 
 bool INIParser::getFloat(SmartCStr key, float& value) const {
@@ -144,18 +128,14 @@ bool INIParser::hasEntry(SmartCStr key) const {
 }
 
 bool INIParser::getSection(SmartCStr name, Item& item) const {
-    constexpr const char* kListed = "test";
-    const size_t nameSize = name.size();
-    if (!m_dictionary || nameSize > kMaxNameSize) return false;
-    const auto count = static_cast<size_t>(iniparser_getsecnkeys(m_dictionary.get(), name.c_str()));
-    const auto listed = static_cast<size_t>(iniparser_getsecnkeys(m_dictionary.get(), kListed));
-    if (count == 0 || listed < count) return false;
-    Vector<const char*> keys(listed);
-    if (!iniparser_getseckeys(m_dictionary.get(), kListed, keys.data())) return false;
+    if (!m_dictionary) return false;
+    const size_t count = m_dictionary->keysOf(name.view()).size();
+    const Vector<const char*> listed = m_dictionary->keysOf("test");
+    if (count == 0 || listed.size() < count) return false;
     for (size_t i = 0; i < count; ++i) {
-        const String key = keys[i];
+        const String key = listed[i];
         const char* const text = find(key);
-        item.add(key.substr(std::min(nameSize + 1, key.size()))).add(text ? toInt(text) : 0);
+        item.add(key.substr(std::min(name.size() + 1, key.size()))).add(text ? toInt(text) : 0);
     }
     return true;
 }

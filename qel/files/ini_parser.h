@@ -8,27 +8,29 @@
 
 #include <memory>
 
-struct _dictionary_; // the iniparser library's own
-
 namespace qel {
 
 class Item;
 
+namespace internal {
+class IniDictionary;
+}
+
 /// The content of an INI file, read once. A key has the form "section:key"; case does not count.
 ///
-/// Each accessor leaves its output as it was when it gives false, and gives false for every key when the file
-/// could not be loaded. Numbers are read as far as they go, the same under every locale: text that begins
-/// with none reads as 0. Numbers out of range become the nearest one in range.
+/// Each accessor leaves its output as it was when it returns false, and returns false for every key when the
+/// file could not be loaded. Numbers are read as far as they go, the same under every locale: text that does
+/// not begin with one reads as 0. Numbers out of range become the nearest one in range.
 /// @threads an object is used by one thread at a time.
 class QEL_API INIParser : public Object {
     QEL_CLASS(INIParser, Object)
 
 public:
     /// Files above this size, in bytes, are not loaded.
-    static constexpr uint64 kMaxFileSize = 128 * 1024;
+    static constexpr uint64 kMaxFileSize = 4 * 1024 * 1024;
 
-    /// Loads the file. A missing one is no error.
-    /// @errors logged: what can't be read, is too large, is no plain file, or breaks the format.
+    /// Loads the file, in a time that follows its size. A missing file is not an error.
+    /// @errors logged: a file that can't be read, is too large, is not a plain file, or breaks the format.
     explicit INIParser(const char* path);
     ~INIParser() override;
 
@@ -63,13 +65,9 @@ public:
     bool getSection(SmartCStr name, Item& item) const;
 
 private:
-    struct FreeDictionary {
-        void operator()(_dictionary_* dictionary) const;
-    };
-
     const char* find(SmartCStr key) const;
 
-    std::unique_ptr<_dictionary_, FreeDictionary> m_dictionary;
+    std::unique_ptr<internal::IniDictionary> m_dictionary;
 };
 
 } // namespace qel

@@ -4,6 +4,8 @@
 #include <qel/store/core/item.h>
 #include <tests/files/file_fixture.h>
 
+#include <gmock/gmock.h>
+
 #include <sys/stat.h>
 
 namespace qel {
@@ -65,21 +67,74 @@ TEST_F(INIParserTest, TheKeysOfASectionAreThoseOfTheSectionTest) {
     EXPECT_EQ(section(ini, "n"), "false {}") << "there are more keys than test has";
 }
 
+// More keys than the library could hold in a useful time; in one section, and with what may end a piece at
+// each line.
+TEST_F(INIParserTest, ALargeFileIsLoadedInATimeThatFollowsItsSize) {
+    constexpr int kKeys = 100'000;
+    std::string content = "[first]\nkey=0\n  [ Many ]  \n";
+    for (int i = 0; i < kKeys; ++i)
+        content += "Key" + std::to_string(i) + " = " + std::to_string(i) + " ; note\n";
+    content += "[first]\nkey=1\nlast=2";
+    const INIParser ini = parse(content);
+    ASSERT_TRUE(ini.isValid());
+    for (const int i : {0, 1, 399, 4'321, 50'000, kKeys - 1})
+        EXPECT_EQ(get<int>(&INIParser::getInteger, ini, ("many:key" + std::to_string(i)).c_str()), i);
+    EXPECT_EQ(get<int>(&INIParser::getInteger, ini, "first:key"), 1) << "the last one counts";
+    EXPECT_EQ(get<int>(&INIParser::getInteger, ini, "first:last"), 2);
+    EXPECT_FALSE(ini.hasEntry("first:key7")) << "each key belongs to its own section";
+}
+
+TEST_F(INIParserTest, ContinuedLinesOfALargeFileStayTogether) {
+    std::string content = "[a]\n";
+    for (int i = 0; i < 3000; ++i)
+        content += "k" + std::to_string(i) + " = 1\\\n2\n# note \\\n[no section]\n[ne\\\nxt]\n\n";
+    const INIParser ini = parse(content);
+    ASSERT_TRUE(ini.isValid());
+    EXPECT_EQ(get<String>(&INIParser::getString, ini, "a:k0"), "12");
+    for (int i = 1; i < 3000; ++i) {
+        const std::string key = "next:k" + std::to_string(i);
+        ASSERT_EQ(get<String>(&INIParser::getString, ini, key.c_str()), "12") << key;
+    }
+}
+
+TEST_F(INIParserTest, TheKeysOfALargeSectionKeepTheirOrder) {
+    std::string content = "[test]\n";
+    Item expected;
+    for (int i = 9999; i >= 0; --i) {
+        content += "key" + std::to_string(i) + "=" + std::to_string(i) + "\n";
+        expected.add("key" + std::to_string(i)).add(i);
+    }
+    Item item;
+    EXPECT_TRUE(parse(content).getSection("test", item));
+    EXPECT_EQ(item, expected);
+}
+
+TEST_F(INIParserTest, AnErrorInALargeFileIsLoggedWithItsPlace) {
+    std::string content = "[a]\n";
+    for (int i = 0; i < 10'000; ++i) content += "key" + std::to_string(i) + "=1\n";
+    EXPECT_FALSE(parse(content + "broken\n").isValid());
+    const auto lines = log.take();
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_THAT(lines[0].text, testing::ContainsRegex("syntax error in " + path("x.ini") +
+                                                      " from line [0-9]+ on \\([0-9]+\\):\n-> broken"));
+}
+
 TEST_F(INIParserTest, AFileThatCannotBeUsedGivesFalseForEveryKey) {
     mkfifo(path("pipe").c_str(), 0600);
     folder.write("large", std::string(INIParser::kMaxFileSize + 1, '\n'));
     folder.write("broken", "[a]\nno equals sign\n");
     EXPECT_TRUE(parse(std::string(INIParser::kMaxFileSize, '\n')).isValid());
     const std::string good = folder.write("good", "[a]\nb=1\n");
-    int told = 0;
+    int loaded = 0;
     LogBackend::getSignalNewLogMessage().connect(
-        [&](int, const char*) { told += INIParser(good.c_str()).hasEntry("a:b"); });
+        [&](int, const char*) { loaded += INIParser(good.c_str()).hasEntry("a:b"); });
     for (const char* name : {"missing", "pipe", "large", ".", "broken"}) {
         const INIParser ini(path(name).c_str());
-        EXPECT_FALSE(ini.isValid() || get<int>(&INIParser::getInteger, ini, "a:b", 1)) << name;
+        EXPECT_FALSE(ini.isValid()) << name;
+        EXPECT_FALSE(get<int>(&INIParser::getInteger, ini, "a:b", 1)) << name;
     }
     LogBackend::unregisterBackend();
-    EXPECT_EQ(told, 4) << "listeners of the log may load files";
+    EXPECT_EQ(loaded, 4) << "listeners of the log may load files";
     log.expect(3, "iniparser: syntax error in " + path("broken") + " (2):\n-> no equals sign");
     EXPECT_EQ(log.take().size(), 3u) << "a missing file is no error";
 }
