@@ -15,23 +15,30 @@ using platform::OpenMode;
 
 namespace {
 
-// A copy goes to what a link stands for, as a write would, and leaves the link.
-String targetOf(SmartCStr path) {
-    std::string resolved;
-    return platform::resolvePath(resolved, path) ? String(path) : String(resolved);
+// A copy goes to what a link stands for, as a write would, and leaves the link; one without a target has no
+// place for a file.
+FileError resolveTarget(std::string& target, SmartCStr path) {
+    FileStatus status;
+    target = path.c_str();
+    const FileError error = readStatus(status, path, Links::Keep);
+    if (error == std::errc::no_such_file_or_directory) return {};
+    return !error && status.kind == FileKind::SymLink ? platform::resolvePath(target, path) : error;
 }
 
 FileError copyBetweenPaths(SmartCStr from, SmartCStr to) {
-    const String target = targetOf(to);
-    return internal::copyFileContent({FileHandle(), from}, {FileHandle(), target.c_str()}, Links::Follow);
+    const FileHandle workingFolder;
+    std::string target;
+    if (const FileError error = resolveTarget(target, to)) return error;
+    return internal::copyFileContent({workingFolder, from}, {workingFolder, target.c_str()}, Links::Follow);
 }
 
 // The way between two disks, where a rename is impossible.
 FileError copyAndRemove(SmartCStr from, SmartCStr to) {
     FileStatus status;
     FileError error = readStatus(status, from, Links::Keep);
+    const FileHandle workingFolder;
     if (!error && status.kind != FileKind::File) error = std::make_error_code(std::errc::cross_device_link);
-    if (!error) error = internal::copyFileContent({FileHandle(), from}, {FileHandle(), to}, Links::Keep);
+    if (!error) error = internal::copyFileContent({workingFolder, from}, {workingFolder, to}, Links::Keep);
     return error ? error : platform::removeFile(from);
 }
 

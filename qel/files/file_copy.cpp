@@ -14,7 +14,7 @@ namespace {
 
 using platform::FileStatus;
 
-// A file under a name of its own beside the place it is meant for; it goes when it isn't put in place.
+// A file under a name of its own beside the place it is meant for; removed unless it is put in place.
 class UnfinishedFile {
 public:
     explicit UnfinishedFile(const FilePlace& place) : m_place(place) {}
@@ -35,8 +35,8 @@ private:
     String m_name;
 };
 
-// The name is short, so that it fits wherever the final one does. Nobody may read the content who may not
-// read the source, so the permissions come first.
+// The name is short, so that it fits wherever the final one does. The permissions are set before anything is
+// written, so that nobody can read the content who may not read the source.
 FileError UnfinishedFile::open(uint32 mode) {
     static std::atomic<uint32> number{0};
     String folder = File::stripFilenameFromPath(m_place.name);
@@ -48,7 +48,7 @@ FileError UnfinishedFile::open(uint32 mode) {
         if (error == std::errc::file_exists) continue;
         if (error) return error;
         m_name = name;
-        return platform::setMode(m_name.c_str(), mode & 0777, m_place.folder);
+        return platform::setMode(m_file, mode & 0777);
     }
 }
 
@@ -72,6 +72,15 @@ FileError transfer(const FileHandle& from, FileHandle& to) {
     }
 }
 
+// A device, pipe or socket is not a place for a file.
+FileError testPlace(const FilePlace& place) {
+    FileStatus status;
+    const FileError error = platform::readStatus(status, place.name, platform::Links::Keep, place.folder);
+    if (error == std::errc::no_such_file_or_directory) return {};
+    const bool isSpecial = !error && status.kind == platform::FileKind::Other;
+    return isSpecial ? std::make_error_code(std::errc::not_supported) : error;
+}
+
 } // namespace
 
 FileError copyFileContent(const FilePlace& from, const FilePlace& to, platform::Links links) {
@@ -81,6 +90,7 @@ FileError copyFileContent(const FilePlace& from, const FilePlace& to, platform::
     if (FileError error = platform::readStatus(status, source)) return error;
     if (status.kind != platform::FileKind::File) return std::make_error_code(std::errc::invalid_argument);
 
+    if (FileError error = testPlace(to)) return error;
     UnfinishedFile target(to);
     if (FileError error = target.open(status.mode)) return error;
     if (FileError error = transfer(source, target.file())) return error;

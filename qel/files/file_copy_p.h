@@ -13,7 +13,8 @@ struct FilePlace {
 };
 
 /// Copies content, permission bits and time of modification of a plain file. The copy grows beside its final
-/// place under another name and takes the place in one step; whatever fails, nothing else has changed.
+/// place under another name and takes the place in one step; whatever fails, nothing else has changed. A
+/// device, pipe or socket is neither copied nor replaced.
 /// @param links  Links::Keep refuses a link as the source.
 FileError copyFileContent(const FilePlace& from, const FilePlace& to, platform::Links links);
 

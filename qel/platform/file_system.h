@@ -76,7 +76,13 @@ enum class OpenMode {
 };
 
 /// What a name in a folder stands for.
-enum class FileKind { File, Directory, SymLink, Other };
+enum class FileKind {
+    File,
+    Directory,
+    SymLink,
+    Other,   ///< a device, pipe or socket
+    Unknown, ///< the folder does not record it, and the status of the entry cannot be read
+};
 
 /// A point in time: whole seconds since 1970-01-01 UTC, and nanoseconds within the second.
 struct FileTime {
@@ -152,8 +158,10 @@ QEL_API FileError rename(const char* from, const char* to, const FileHandle& fro
 QEL_API FileError removeFile(const char* path, const FileHandle& base = {});
 /// Removes an empty folder.
 QEL_API FileError removeDirectory(const char* path, const FileHandle& base = {});
-/// Sets the permission bits of what @p path stands for itself: a link is refused.
+/// Sets the permission bits of @p path itself; a link is refused.
 QEL_API FileError setMode(const char* path, std::uint32_t mode, const FileHandle& base = {});
+/// Sets the permission bits of an open file or folder.
+QEL_API FileError setMode(const FileHandle& file, std::uint32_t mode);
 /// Gives @p path itself, were it a link, to the process's effective user and group.
 QEL_API FileError setOwnerToUser(const char* path, const FileHandle& base = {});
 /// Sets the time of the last change of the content; the time of the last reading becomes now.
@@ -162,8 +170,8 @@ QEL_API FileError setModified(const char* path, const FileTime* modified, const 
 
 /// One name in a folder.
 struct DirectoryEntry {
-    std::string name;                ///< without the folder
-    FileKind kind = FileKind::Other; ///< a link counts as one
+    std::string name;                  ///< without the folder
+    FileKind kind = FileKind::Unknown; ///< a link counts as one
 };
 
 /// Reads the names in a folder, "." and ".." left out, in the order of the file system.
@@ -173,7 +181,7 @@ public:
     /// Starts on an open folder; the same folder may be read only once.
     explicit DirectoryReader(const FileHandle& directory) : m_directory(directory) {}
 
-    /// Gives the next entry. @return false at the end or on an error, which then stands in @p error.
+    /// Reads the next entry. @return false at the end and on an error, which @p error then holds.
     bool next(DirectoryEntry& entry, FileError& error);
 
 private:

@@ -31,8 +31,6 @@ QEL_API FileError createPrivateFile(FileHandle& file, const char* name, const Fi
 QEL_API FileError setOwnership(const FileHandle& file, std::uint32_t user, std::uint32_t group);
 /// Sets the group of an open file; its owner must be a member of it.
 QEL_API FileError setGroup(const FileHandle& file, std::uint32_t group);
-/// Sets the permission bits of an open file, whatever the process mask says.
-QEL_API FileError setMode(const FileHandle& file, std::uint32_t mode);
 /// Renames @p from to @p to within @p folder and replaces nothing.
 /// @return std::errc::file_exists if the name is taken, even by a link.
 QEL_API FileError renameToFreeName(const char* from, const char* to, const FileHandle& folder);

@@ -49,6 +49,10 @@ FileError setMode(const char* path, std::uint32_t mode, const FileHandle& base) 
                    [&] { return ::fchmodat(baseId(base), path, mode, AT_SYMLINK_NOFOLLOW); });
 }
 
+FileError setMode(const FileHandle& file, std::uint32_t mode) {
+    return perform(Operation::SetMode, [&] { return ::fchmod(file.id(), mode); });
+}
+
 FileError setOwnerToUser(const char* path, const FileHandle& base) {
     return perform(Operation::SetOwner, [&] {
         return ::fchownat(baseId(base), path, ::geteuid(), ::getegid(), AT_SYMLINK_NOFOLLOW);

@@ -12,7 +12,8 @@ constexpr std::size_t kBlockBytes = 32 * 1024;
 FileKind kindOf(unsigned char type) {
     if (type == DT_REG) return FileKind::File;
     if (type == DT_DIR) return FileKind::Directory;
-    return type == DT_LNK ? FileKind::SymLink : FileKind::Other;
+    if (type == DT_LNK) return FileKind::SymLink;
+    return type == DT_UNKNOWN ? FileKind::Unknown : FileKind::Other;
 }
 
 } // namespace
@@ -27,13 +28,13 @@ bool DirectoryReader::readBlock(FileError& error) {
     return m_blockSize > 0;
 }
 
-// Some file systems leave the kind out of their folders; the entry itself always has it.
+// Some file systems do not record the kind in their folders; the status of the entry has it.
 void DirectoryReader::take(const void* record, DirectoryEntry& entry) const {
     const auto* found = static_cast<const dirent64*>(record);
     entry.name = found->d_name;
     entry.kind = kindOf(found->d_type);
     FileStatus status;
-    if (found->d_type == DT_UNKNOWN && !readStatus(status, found->d_name, Links::Keep, m_directory))
+    if (entry.kind == FileKind::Unknown && !readStatus(status, found->d_name, Links::Keep, m_directory))
         entry.kind = status.kind;
 }
 

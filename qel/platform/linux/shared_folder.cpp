@@ -69,10 +69,6 @@ FileError setGroup(const FileHandle& file, std::uint32_t group) {
     return setOwnership(file, static_cast<std::uint32_t>(-1), group);
 }
 
-FileError setMode(const FileHandle& file, std::uint32_t mode) {
-    return perform(Operation::SetMode, [&] { return ::fchmod(file.id(), static_cast<mode_t>(mode)); });
-}
-
 FileError renameToFreeName(const char* from, const char* to, const FileHandle& folder) {
     const FileError error = perform(Operation::Rename, [&] {
         return ::renameat2(baseId(folder), from, baseId(folder), to, RENAME_NOREPLACE);
