@@ -7,20 +7,18 @@
 
 namespace qel::internal {
 
-/// Deletes what stands at a path, or tells that it can't. @param silent  keeps the warning back.
+/// Deletes what exists at a path. @param silent  logs no warning. @return whether it is gone.
 using DeleteFunction = bool (*)(SmartCStr path, bool silent);
 
-/// @p path with the host's separators; unchanged when it exists as it stands, for "\\" is a letter of Linux
-/// names.
+/// @p path with the host's separators; unchanged if it exists as it is, since Linux names may hold "\\".
 String hostPath(SmartCStr path);
-/// Deletes a folder with everything in it; a link or file is refused. A DeleteFunction.
+/// Deletes a folder with everything in it; a link or file is refused without a warning. A DeleteFunction.
 bool deleteTree(SmartCStr path, bool silent);
-/// Tries @p deletion; when it fails, hides @p path, made absolute, and hands it to the DeferredDeletion on
-/// the main thread. Its separators stay: what could not be deleted exists under this very name.
-/// @return whether it is gone.
-bool deleteNowOrLater(DeleteFunction deletion, SmartCStr origin, SmartCStr path, bool silent);
-/// Hides @p path, made absolute, if it exists as it stands, and leaves @p deletion to the delete-IO queue;
-/// without a System it is done now.
+/// Tries @p deletion. If it fails, hides @p path, made absolute, and hands it to the DeferredDeletion on the
+/// main thread. @param path  as hostPath() returns it. @return whether it is gone.
+bool deleteNowOrLater(DeleteFunction deletion, SmartCStr origin, const String& path, bool silent);
+/// Hides @p path, made absolute, if it exists, and leaves @p deletion to the delete-IO queue; without a
+/// System it is done now. @param path  as hostPath() returns it.
 void deleteAsyncOrLater(DeleteFunction deletion, SmartCStr origin, const String& path, bool silent);
 
 /// Deletes a file or link by its name in @p folder. A name that is write-protected gets a second try with the

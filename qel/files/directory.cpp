@@ -13,12 +13,7 @@ using platform::FileStatus;
 struct Directory::Iteration {
     explicit Iteration(platform::FileHandle handle) : folder(std::move(handle)) {}
 
-    bool next(DirectoryEntry& entry) {
-        platform::FileError error;
-        return reader.next(entry, error);
-    }
-
-    // What a link to a folder is too.
+    // True for a link to a folder as well.
     bool isDirectory(const DirectoryEntry& entry) const {
         if (entry.kind != FileKind::SymLink) return entry.kind == FileKind::Directory;
         FileStatus status;
@@ -26,9 +21,27 @@ struct Directory::Iteration {
                status.kind == FileKind::Directory;
     }
 
+    // Reads the next entry of @p directory; at the end and after an error its iteration ends.
+    static bool next(Directory& directory, DirectoryEntry& entry);
+
     platform::FileHandle folder;
     platform::DirectoryReader reader{folder};
+    bool hasUnknownEntry = false;
 };
+
+namespace {
+
+// What the folder itself records about an entry.
+File::FileInfo infoOfKind(FileKind kind) {
+    File::FileInfo info;
+    info.isDirectory = kind == FileKind::Directory;
+    info.isSymLink = kind == FileKind::SymLink;
+    info.isSpecial = kind == FileKind::Other;
+    info.isUnknown = true;
+    return info;
+}
+
+} // namespace
 
 Directory::Directory() = default;
 
@@ -43,25 +56,43 @@ bool Directory::open(SmartCStr path, bool silent) {
     File::pathEndWithSeparator(m_pathWithSlash);
     m_iteration.reset();
     platform::FileHandle folder;
-    if (const platform::FileError error = platform::openDirectory(folder, m_pathWithSlash.c_str())) {
+    m_error = platform::openDirectory(folder, m_pathWithSlash.c_str());
+    if (m_error) {
         if (!silent)
             logging::info() << "directory '" << m_pathWithSlash << "' could not be opened"
-                            << internal::describe(error);
+                            << internal::describe(m_error);
         return false;
     }
     m_iteration = std::make_unique<Iteration>(std::move(folder));
     return true;
 }
 
-// An entry that has gone since its name was read is passed over.
+bool Directory::Iteration::next(Directory& directory, DirectoryEntry& entry) {
+    if (!directory.m_iteration) return false;
+    std::error_code& error = directory.m_error;
+    if (directory.m_iteration->reader.next(entry, error)) return true;
+    if (error) internal::warnNotDone(directory.m_pathWithSlash, "read to its end", error);
+    directory.m_iteration.reset();
+    return false;
+}
+
+// An entry that was removed since its name was read is left out.
 bool Directory::read(File::FileInfo& info) {
     DirectoryEntry entry;
-    while (m_iteration && m_iteration->next(entry)) {
+    while (Iteration::next(*this, entry)) {
         FileStatus status;
         bool isSymLink = false;
-        if (!internal::readNameStatus(status, isSymLink, entry.name.c_str(), m_iteration->folder)) continue;
-        info.name = entry.name;
-        internal::fillFileInfo(status, isSymLink, info);
+        const auto error =
+            internal::readNameStatus(status, isSymLink, entry.name.c_str(), m_iteration->folder);
+        if (error == std::errc::no_such_file_or_directory) continue;
+        if (error) {
+            info = infoOfKind(entry.kind);
+            if (!std::exchange(m_iteration->hasUnknownEntry, true))
+                internal::warnNotDone(m_pathWithSlash + entry.name, "examined", error);
+        } else {
+            internal::fillFileInfo(status, isSymLink, info);
+        }
+        info.name = std::move(entry.name);
         return true;
     }
     return false;
@@ -69,14 +100,14 @@ bool Directory::read(File::FileInfo& info) {
 
 bool Directory::read(String& name) {
     DirectoryEntry entry;
-    if (!m_iteration || !m_iteration->next(entry)) return false;
+    if (!Iteration::next(*this, entry)) return false;
     name = std::move(entry.name);
     return true;
 }
 
 bool Directory::read(String& name, bool& isDirectory) {
     DirectoryEntry entry;
-    if (!m_iteration || !m_iteration->next(entry)) return false;
+    if (!Iteration::next(*this, entry)) return false;
     isDirectory = m_iteration->isDirectory(entry);
     name = std::move(entry.name);
     return true;

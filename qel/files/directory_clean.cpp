@@ -1,6 +1,7 @@
 #include <qel/files/directory.h>
 
 #include <qel/files/deletion_p.h>
+#include <qel/files/whole_io_p.h>
 #include <qel/platform/file_system.h>
 #include <qel/system/core/system.h>
 
@@ -18,16 +19,27 @@ struct Entry {
     bool isDirectory; // and no link to one
 };
 
-// All names are read before the first is deleted.
+// All names are read before the first is deleted. @return whether there are no more than were read.
 template <typename Select>
-Vector<Entry> selectEntries(SmartCStr path, Select isWanted) {
-    Vector<Entry> entries;
-    Directory directory(path);
+bool selectEntries(Vector<Entry>& entries, SmartCStr path, bool silent, Select isWanted) {
+    Directory directory;
+    if (!directory.open(path)) {
+        if (directory.getError() == std::errc::no_such_file_or_directory) return true;
+        if (!silent) internal::warnNotDone(path, "read", directory.getError());
+        return false;
+    }
     File::FileInfo info;
     while (directory.read(info)) {
         Entry entry{directory.getPathWithSlash() + info.name, info.name, info.isDirectory && !info.isSymLink};
         if (isWanted(entry)) entries.push_back(std::move(entry));
     }
+    return !directory.hasFailed();
+}
+
+template <typename Select>
+Vector<Entry> selectEntries(SmartCStr path, bool silent, Select isWanted) {
+    Vector<Entry> entries;
+    selectEntries(entries, path, silent, isWanted);
     return entries;
 }
 
@@ -54,15 +66,15 @@ uint32 mixBits(uint32 x) {
 } // namespace
 
 bool Directory::deleteDirectoryContentsRecursivelyNowOrLater(SmartCStr origin, SmartCStr path, bool silent) {
-    bool allGone = true;
-    for (const Entry& entry : selectEntries(path, [](const Entry&) { return true; }))
-        allGone = deleteNowOrLater(origin, entry, silent) && allGone;
+    Vector<Entry> entries;
+    bool allGone = selectEntries(entries, path, silent, [](const Entry&) { return true; });
+    for (const Entry& entry : entries) allGone = deleteNowOrLater(origin, entry, silent) && allGone;
     return allGone;
 }
 
 int Directory::cleanCacheDirectory(SmartCStr path, SmartCStr prefix, const Set<String>& keep) {
     const String start = "cache_" + String(prefix) + "_";
-    const Vector<Entry> entries = selectEntries(path, [&](const Entry& entry) {
+    const Vector<Entry> entries = selectEntries(path, false, [&](const Entry& entry) {
         String unixPath = entry.path;
         File::pathSeparatorToUnix(unixPath);
         return entry.name.starts_with(start) && entry.name.ends_with(".qel") && !keep.contains(unixPath);
@@ -90,7 +102,7 @@ String Directory::getNewCacheFile(SmartCStr path, SmartCStr prefix) {
 }
 
 int Directory::cleanPrepareDirectory(SmartCStr path, const Vector<String>& keep, bool silent) {
-    const Vector<Entry> entries = selectEntries(path, [&](const Entry& entry) {
+    const Vector<Entry> entries = selectEntries(path, silent, [&](const Entry& entry) {
         return std::none_of(keep.begin(), keep.end(),
                             [&](const String& start) { return entry.path.starts_with(start); });
     });
@@ -99,7 +111,7 @@ int Directory::cleanPrepareDirectory(SmartCStr path, const Vector<String>& keep,
 
 int Directory::deletePrepareFilesWithPrefix(SmartCStr path, SmartCStr prefix) {
     const Vector<Entry> entries =
-        selectEntries(path, [&](const Entry& entry) { return entry.name.starts_with(prefix.view()); });
+        selectEntries(path, false, [&](const Entry& entry) { return entry.name.starts_with(prefix.view()); });
     return deleteAllNowOrLater("[prepare][delete]", entries, false);
 }
 

@@ -14,6 +14,8 @@ using platform::Links;
 
 namespace {
 
+constexpr const char* kCopied = "copied";
+
 FileError copyLink(const FolderCursor& from, const char* name, const FolderCursor& to) {
     std::string target;
     if (const FileError error = platform::readSymLink(target, name, from.folder())) return error;
@@ -26,9 +28,8 @@ FileError copyLink(const FolderCursor& from, const char* name, const FolderCurso
 // Follows the walk through the source on a second cursor.
 class CopyVisitor : public internal::TreeVisitor {
 public:
-    CopyVisitor(FolderCursor& to, SmartCStr from) : m_to(to), m_ownFolder(to.identity()), m_from(from) {
-        File::pathStripEndingSeparator(m_from);
-    }
+    CopyVisitor(FolderCursor& to, SmartCStr from)
+        : TreeVisitor(from, kCopied), m_to(to), m_ownFolder(to.identity()) {}
 
     bool visitEntry(const FolderCursor& at, const DirectoryEntry& entry) override {
         const char* name = entry.name.c_str();
@@ -36,7 +37,7 @@ public:
         if (entry.kind == FileKind::SymLink) error = copyLink(at, name, m_to);
         if (entry.kind == FileKind::File)
             error = internal::copyFileContent({at.folder(), name}, {m_to.folder(), name}, Links::Keep);
-        note(at.path() + "/" + entry.name, error);
+        if (error) note(at, entry.name, error);
         return true;
     }
 
@@ -46,7 +47,7 @@ public:
         if (m_skipped) return false;
         FileError error = platform::makeDirectory(name.c_str(), m_to.folder());
         if (!error || error == std::errc::file_exists) error = m_to.enter(name);
-        note(at.path(), error);
+        if (error) note(at, String(), error);
         m_skipped = static_cast<bool>(error);
         return !error;
     }
@@ -54,28 +55,14 @@ public:
     bool leftFolder(const FolderCursor& at, const String& name) override {
         if (std::exchange(m_skipped, false)) return true;
         const FileError error = m_to.leave();
-        note(at.path() + "/" + name, error);
+        if (error) note(at, name, error);
         return !error;
     }
 
-    void failed(const FolderCursor& at, const String& name, const FileError& error) override {
-        note(at.path() + "/" + name, error);
-    }
-
-    bool allCopied() const { return m_allCopied; }
-
 private:
-    void note(const String& path, const FileError& error) {
-        if (!error) return;
-        m_allCopied = false;
-        logging::warning() << "'" << m_from << path << "' could not be copied" << internal::describe(error);
-    }
-
     FolderCursor& m_to;
     const platform::FileIdentity m_ownFolder;
-    String m_from;
     bool m_skipped = false; // the folder entered last has no counterpart
-    bool m_allCopied = true;
 };
 
 } // namespace
@@ -92,7 +79,7 @@ bool Directory::copyDirectoryContentsRecursively(SmartCStr from, SmartCStr to) {
     }
     if (source.identity() == target.identity()) return true;
     CopyVisitor visitor(target, from);
-    return internal::walkTree(source, visitor) && visitor.allCopied();
+    return internal::walkTree(source, visitor);
 }
 
 } // namespace qel

@@ -27,82 +27,106 @@ bool isPermissionDenied(const FileError& error) {
     return error == std::errc::permission_denied;
 }
 
-bool grantAccess(const char* name, const platform::FileHandle& folder = {}) {
-    FileStatus status;
-    return !readStatus(status, name, Links::Keep, folder) &&
-           !platform::setMode(name, status.mode | kOwnerMayAll, folder);
+bool isNoFolder(const FileError& error) {
+    return error == std::errc::not_a_directory || error == std::errc::too_many_symbolic_link_levels;
 }
 
-// Deletes everything; what can't be deleted stays, and the first such is told in a warning. Folders that are
-// to go may be unlocked for it.
+bool isGranted(const FileStatus& status) {
+    return (status.mode & kOwnerMayAll) == kOwnerMayAll;
+}
+
+// Both forms return whether the folder had not been granted everything before and now has.
+bool grantAccess(const char* name, const platform::FileHandle& base = {}) {
+    FileStatus status;
+    return !readStatus(status, name, Links::Keep, base) && !isGranted(status) &&
+           !platform::setMode(name, status.mode | kOwnerMayAll, base);
+}
+
+bool grantAccess(const platform::FileHandle& folder) {
+    FileStatus status;
+    return !readStatus(status, folder) && !isGranted(status) &&
+           !platform::setMode(folder, status.mode | kOwnerMayAll);
+}
+
+// Deletes everything it can. Folders that are to be deleted are granted access first where that is missing.
 class DeleteVisitor : public internal::TreeVisitor {
 public:
-    DeleteVisitor(SmartCStr root, bool silent) : m_root(root), m_silent(silent) {
-        File::pathStripEndingSeparator(m_root);
-    }
+    DeleteVisitor(SmartCStr root, bool silent) : TreeVisitor(root, "deleted"), m_silent(silent) {}
 
     bool visitEntry(const FolderCursor& at, const DirectoryEntry& entry) override {
-        const char* name = entry.name.c_str();
-        FileError error = platform::removeFile(name, at.folder());
-        if (isPermissionDenied(error) && grantAccess(".", at.folder()))
-            error = platform::removeFile(name, at.folder());
-        note(at, entry.name, error);
+        remove(&platform::removeFile, at, entry.name);
         return true;
     }
 
     bool leftFolder(const FolderCursor& at, const String& name) override {
-        FileError error = platform::removeDirectory(name.c_str(), at.folder());
-        if (isPermissionDenied(error) && grantAccess(".", at.folder()))
-            error = platform::removeDirectory(name.c_str(), at.folder());
-        note(at, name, error);
+        remove(&platform::removeDirectory, at, name);
         return true;
     }
 
+    // Entering takes access to the folder that the name is in as well.
     bool refused(const FolderCursor& at, const String& name, const FileError& error) override {
-        return isPermissionDenied(error) && grantAccess(name.c_str(), at.folder());
+        if (!isPermissionDenied(error)) return false;
+        const bool isAbove = grantAccess(at.folder());
+        return grantAccess(name.c_str(), at.folder()) || isAbove;
     }
 
-    void failed(const FolderCursor& at, const String& name, const FileError& error) override {
-        note(at, name, error);
+protected:
+    void warn(const FolderCursor& at, const String& name, const FileError& error) override {
+        if (!m_silent)
+            internal::warnNotDeleted(pathOf(at, name), error, name.empty() ? "." : name.c_str(), at.folder());
     }
-
-    bool allGone() const { return m_allGone; }
 
 private:
-    void note(const FolderCursor& at, const String& name, const FileError& error) {
-        if (isGone(error)) return;
-        if (m_allGone && !m_silent)
-            internal::warnNotDeleted(m_root + at.path() + "/" + name, error, name.c_str(), at.folder());
-        m_allGone = false;
+    using Remove = FileError (*)(const char*, const platform::FileHandle&);
+
+    // A folder is not empty when something in it, which was noted before, could not be deleted.
+    void remove(Remove removeName, const FolderCursor& at, const String& name) {
+        FileError error = removeName(name.c_str(), at.folder());
+        if (isPermissionDenied(error) && grantAccess(at.folder()))
+            error = removeName(name.c_str(), at.folder());
+        const bool isKnown = !isComplete() && error == std::errc::directory_not_empty;
+        if (!isGone(error) && !isKnown) note(at, name, error);
     }
 
-    String m_root;
     bool m_silent;
-    bool m_allGone = true;
 };
 
-// An unlocked folder is opened at the second try.
 FileError openToDelete(FolderCursor& cursor, SmartCStr path, Links links) {
     const FileError error = cursor.open(path, links);
     return isPermissionDenied(error) && grantAccess(path) ? cursor.open(path, links) : error;
 }
 
+// What is not a folder is left to the caller, which learns it by the result.
+bool isGoneOrWarn(SmartCStr path, const FileError& error, bool silent) {
+    if (!isGone(error) && !isNoFolder(error) && !silent) internal::warnNotDeleted(path, error, path);
+    return isGone(error);
+}
+
 bool deleteContents(SmartCStr path, Links links, bool silent) {
     FolderCursor cursor;
-    if (const FileError error = openToDelete(cursor, path, links)) return isGone(error);
+    if (const FileError error = openToDelete(cursor, path, links)) return isGoneOrWarn(path, error, silent);
     DeleteVisitor visitor(path, silent);
-    return internal::walkTree(cursor, visitor) && visitor.allGone();
+    return internal::walkTree(cursor, visitor);
+}
+
+// Puts back the permissions of a folder that was granted access and stays.
+void restoreMode(SmartCStr path, const FileStatus& before) {
+    platform::FileHandle folder;
+    FileStatus now;
+    if (platform::openDirectory(folder, path) || readStatus(now, folder)) return;
+    if (now.identity == before.identity && now.mode != before.mode) platform::setMode(folder, before.mode);
 }
 
 class OldFilesVisitor : public internal::TreeVisitor {
 public:
-    OldFilesVisitor(SmartCStr root, uint64 utcStamp) : m_root(root), m_utcStamp(utcStamp) {
-        File::pathStripEndingSeparator(m_root);
-    }
+    OldFilesVisitor(SmartCStr root, uint64 utcStamp) : TreeVisitor(root, "examined"), m_utcStamp(utcStamp) {}
 
     bool visitEntry(const FolderCursor& at, const DirectoryEntry& entry) override {
         FileStatus status;
-        if (readStatus(status, entry.name.c_str(), Links::Keep, at.folder())) return true;
+        if (const FileError error = readStatus(status, entry.name.c_str(), Links::Keep, at.folder())) {
+            failed(at, entry.name, error);
+            return true;
+        }
         const uint64 newest =
             std::max(internal::utcStampOf(status.modified), internal::utcStampOf(status.created));
         if (newest <= m_utcStamp) count += remove(at, entry.name);
@@ -115,24 +139,21 @@ private:
     // By its name in the open folder first: that works at any depth, and no link can come in between.
     bool remove(const FolderCursor& at, const String& name) {
         return isGone(platform::removeFile(name.c_str(), at.folder())) ||
-               File::deleteFileNowOrLater("[deleteolder]", m_root + at.path() + "/" + name, false);
+               File::deleteFileNowOrLater("[deleteolder]", pathOf(at, name), false);
     }
 
-    String m_root;
     uint64 m_utcStamp;
 };
 
 class EmptyFoldersVisitor : public internal::TreeVisitor {
 public:
+    explicit EmptyFoldersVisitor(SmartCStr root) : TreeVisitor(root, "deleted") {}
+
     bool leftFolder(const FolderCursor& at, const String& name) override {
         const FileError error = platform::removeDirectory(name.c_str(), at.folder());
-        if (!isGone(error) && error != std::errc::directory_not_empty) allGone = false;
+        if (!isGone(error) && error != std::errc::directory_not_empty) note(at, name, error);
         return true;
     }
-
-    void failed(const FolderCursor&, const String&, const FileError&) override { allGone = false; }
-
-    bool allGone = true;
 };
 
 } // namespace
@@ -140,7 +161,8 @@ public:
 bool internal::deleteTree(SmartCStr path, bool silent) {
     String own = path;
     File::pathStripEndingSeparator(own); // a separator at the end would look through a link
-    return deleteContents(own, Links::Keep, silent) && isGone(platform::removeDirectory(own.c_str()));
+    return deleteContents(own, Links::Keep, silent) &&
+           isGoneOrWarn(own, platform::removeDirectory(own.c_str()), silent);
 }
 
 bool Directory::deleteDirectory(SmartCStr path) {
@@ -152,11 +174,15 @@ bool Directory::deleteDirectoryRecursively(SmartCStr path) {
 }
 
 bool Directory::deleteDirectoryContentsRecursively(SmartCStr path) {
-    return deleteContents(path, Links::Follow, false);
+    FileStatus before;
+    const bool exists = !readStatus(before, path);
+    const bool isEmpty = deleteContents(path, Links::Follow, false);
+    if (exists) restoreMode(path, before);
+    return isEmpty;
 }
 
 bool Directory::deleteDirectoryRecursivelyNowOrLater(SmartCStr origin, SmartCStr path, bool silent) {
-    return internal::deleteNowOrLater(internal::deleteTree, origin, path, silent);
+    return internal::deleteNowOrLater(internal::deleteTree, origin, internal::hostPath(path), silent);
 }
 
 void Directory::deleteDirectoryRecursivelyAsyncOrLater(SmartCStr origin, SmartCStr path) {
@@ -164,18 +190,14 @@ void Directory::deleteDirectoryRecursivelyAsyncOrLater(SmartCStr origin, SmartCS
 }
 
 int Directory::deleteDirectoryContentsOlderThan(SmartCStr path, uint64 utcStamp) {
-    FolderCursor cursor;
-    if (cursor.open(path, Links::Follow)) return 0;
     OldFilesVisitor visitor(path, utcStamp);
-    internal::walkTree(cursor, visitor);
+    internal::walkTree(path, visitor);
     return visitor.count;
 }
 
 bool Directory::deleteEmptyDirectoriesInPathRecursively(SmartCStr path) {
-    FolderCursor cursor;
-    if (const FileError error = cursor.open(path, Links::Follow)) return isGone(error);
-    EmptyFoldersVisitor visitor;
-    return internal::walkTree(cursor, visitor) && visitor.allGone;
+    EmptyFoldersVisitor visitor(path);
+    return internal::walkTree(path, visitor) || !File::existsFile(path);
 }
 
 } // namespace qel

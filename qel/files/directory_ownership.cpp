@@ -14,6 +14,8 @@ using platform::Links;
 
 namespace {
 
+constexpr const char* kTakenOver = "taken over";
+
 // Owner first: only an owner may change permissions. A link has none of its own.
 FileError take(const char* name, const platform::FileHandle& folder = {}) {
     constexpr uint32 kReadWrite = 0600, kReadWriteEnter = 0700;
@@ -27,30 +29,28 @@ FileError take(const char* name, const platform::FileHandle& folder = {}) {
 
 class OwnershipVisitor : public internal::TreeVisitor {
 public:
+    explicit OwnershipVisitor(SmartCStr root) : TreeVisitor(root, kTakenOver) {}
+
     bool visitEntry(const FolderCursor& at, const DirectoryEntry& entry) override {
-        allTaken = !take(entry.name.c_str(), at.folder()) && allTaken;
-        return true;
+        return visitFolder(at, entry.name);
     }
     bool visitFolder(const FolderCursor& at, const String& name) override {
-        allTaken = !take(name.c_str(), at.folder()) && allTaken;
+        if (const FileError error = take(name.c_str(), at.folder())) failed(at, name, error);
         return true;
     }
-    void failed(const FolderCursor&, const String&, const FileError&) override { allTaken = false; }
-
-    bool allTaken = true;
 };
 
 } // namespace
 
 bool Directory::takeOwnership(SmartCStr path) {
     const String root = internal::hostPath(path);
+    if (const FileError error = take(root.c_str())) {
+        internal::warnNotDone(root, kTakenOver, error);
+        return false;
+    }
     bool isDirectory = false;
-    if (!File::checkIfDirectory(root, isDirectory) || take(root.c_str())) return false;
-    if (!isDirectory) return true;
-    FolderCursor cursor;
-    if (cursor.open(root.c_str(), Links::Follow)) return false;
-    OwnershipVisitor visitor;
-    return internal::walkTree(cursor, visitor) && visitor.allTaken;
+    OwnershipVisitor visitor(root);
+    return File::checkIfDirectory(root, isDirectory) && (!isDirectory || internal::walkTree(root, visitor));
 }
 
 } // namespace qel

@@ -17,11 +17,18 @@ using platform::Links;
 
 namespace {
 
+constexpr const char* kRead = "read";
+
 class SizeVisitor : public internal::TreeVisitor {
 public:
+    explicit SizeVisitor(SmartCStr root) : TreeVisitor(root, kRead) {}
+
     bool visitEntry(const FolderCursor& at, const DirectoryEntry& entry) override {
+        if (entry.kind != FileKind::File) return true;
         platform::FileStatus status;
-        if (entry.kind == FileKind::File && !readStatus(status, entry.name.c_str(), Links::Keep, at.folder()))
+        if (const FileError error = readStatus(status, entry.name.c_str(), Links::Keep, at.folder()))
+            failed(at, entry.name, error);
+        else
             size += status.size;
         return true;
     }
@@ -31,23 +38,26 @@ public:
 
 class FindVisitor : public internal::TreeVisitor {
 public:
-    explicit FindVisitor(SmartCStr name) : m_name(name) {}
+    FindVisitor(SmartCStr root, SmartCStr name) : TreeVisitor(root, kRead), m_name(name) {}
 
     bool visitEntry(const FolderCursor& at, const DirectoryEntry& entry) override {
         if (entry.name != m_name) return true;
-        found = at.path() + "/" + entry.name;
+        found = pathOf(at, entry.name);
         return false;
     }
 
-    String found; // below the start, with a "/" before it
+    String found;
 
 private:
     const String m_name;
 };
 
-// Feeds the tree to the hash as Directory::getDirectoryHash() tells; gives up at the first thing unread.
+// Feeds the tree to the hash as Directory::getDirectoryHash() describes, up to the first thing that cannot be
+// read.
 class HashVisitor : public internal::TreeVisitor {
 public:
+    explicit HashVisitor(SmartCStr root) : TreeVisitor(root, kRead) {}
+
     bool visitEntry(const FolderCursor& at, const DirectoryEntry& entry) override {
         if (entry.kind == FileKind::File) return addName('f', entry.name) && addContent(at, entry.name);
         if (entry.kind == FileKind::SymLink) return addName('l', entry.name) && addTarget(at, entry.name);
@@ -56,10 +66,12 @@ public:
 
     bool visitFolder(const FolderCursor&, const String& name) override { return addName('d', name); }
     bool leftFolder(const FolderCursor&, const String&) override { return addName('u', String()); }
-    void failed(const FolderCursor&, const String&, const FileError&) override { m_failed = true; }
+    // What was removed meanwhile counts as well: its name may be in the hash already.
+    void failed(const FolderCursor& at, const String& name, const FileError& error) override {
+        note(at, name, error);
+    }
 
-    /// @param complete  whether the walk came to its end.
-    uint32 result(bool complete) const { return complete && !m_failed ? ~m_crc : 0; }
+    uint32 result() const { return ~m_crc; }
 
 private:
     void add(const void* bytes, size_t size) {
@@ -70,29 +82,35 @@ private:
         add(name.c_str(), name.size() + 1);
         return true;
     }
+    bool stop(const FolderCursor& at, const String& name, const FileError& error) {
+        note(at, name, error);
+        return false;
+    }
     bool addTarget(const FolderCursor& at, const String& name);
     bool addContent(const FolderCursor& at, const String& name);
 
     uint32 m_crc = 0xFFFFFFFF;
-    bool m_failed = false;
     Buffer m_block{64 * 1024};
 };
 
 bool HashVisitor::addTarget(const FolderCursor& at, const String& name) {
     std::string target;
-    if (platform::readSymLink(target, name.c_str(), at.folder())) return false;
+    if (const FileError error = platform::readSymLink(target, name.c_str(), at.folder()))
+        return stop(at, name, error);
     add(target.c_str(), target.size() + 1);
     return true;
 }
 
-// The size stands behind the content, so that it is the size of what was read.
+// The size follows the content, so that it is the size of what was read.
 bool HashVisitor::addContent(const FolderCursor& at, const String& name) {
     FileHandle file;
-    if (internal::openForReading(file, name.c_str(), Links::Keep, at.folder())) return false;
+    if (const FileError error = internal::openForReading(file, name.c_str(), Links::Keep, at.folder()))
+        return stop(at, name, error);
     uint64 offset = 0;
     for (size_t done = m_block.getSize(); done == m_block.getSize(); offset += done) {
-        if (internal::readFully(file, offset, m_block.getBytePointer(), m_block.getSize(), done))
-            return false;
+        if (const FileError error =
+                internal::readFully(file, offset, m_block.getBytePointer(), m_block.getSize(), done))
+            return stop(at, name, error);
         add(m_block.getBytePointer(), done);
     }
     uint8 size[8];
@@ -104,35 +122,37 @@ bool HashVisitor::addContent(const FolderCursor& at, const String& name) {
 } // namespace
 
 bool Directory::isDirectoryEmpty(SmartCStr path) {
+    Directory directory;
     String name;
-    return !Directory(path).read(name);
+    if (directory.open(path)) return !directory.read(name) && !directory.hasFailed();
+    if (directory.getError() == std::errc::no_such_file_or_directory) return true;
+    internal::warnNotDone(path, kRead, directory.getError());
+    return false;
 }
 
 uint64 Directory::getSize(SmartCStr path) {
-    FolderCursor cursor;
-    SizeVisitor visitor;
-    if (cursor.open(path, Links::Follow)) return 0;
-    internal::walkTree(cursor, visitor);
-    return visitor.size;
+    uint64 size = 0;
+    getSize(path, size);
+    return size;
+}
+
+bool Directory::getSize(SmartCStr path, uint64& size) {
+    SizeVisitor visitor(path);
+    const bool isComplete = internal::walkTree(path, visitor);
+    size = visitor.size;
+    return isComplete;
 }
 
 uint32 Directory::getDirectoryHash(SmartCStr path) {
-    FolderCursor cursor;
-    HashVisitor visitor;
-    if (cursor.open(path, Links::Follow)) return 0;
-    return visitor.result(internal::walkTree(cursor, visitor, internal::WalkOrder::ByName));
+    HashVisitor visitor(path);
+    return internal::walkTree(path, visitor, internal::WalkOrder::ByName) ? visitor.result() : 0;
 }
 
 bool Directory::findFile(SmartCStr path, SmartCStr name, String& result) {
-    FolderCursor cursor;
-    FindVisitor visitor(name);
-    if (cursor.open(path, Links::Follow)) return false;
-    internal::walkTree(cursor, visitor);
-    if (visitor.found.empty()) return false;
-    String start = path;
-    File::pathStripEndingSeparator(start);
-    result = start == "/" ? visitor.found : start + visitor.found;
-    return true;
+    FindVisitor visitor(path, name);
+    internal::walkTree(path, visitor);
+    if (!visitor.found.empty()) result = visitor.found;
+    return !visitor.found.empty();
 }
 
 bool Directory::getFreeDiskSpace(SmartCStr path, uint64& free) {

@@ -38,6 +38,8 @@ public:
         bool isDirectory = false;    ///< a folder, or a link to one
         bool isSymLink = false;      ///< a symbolic link
         bool isSpecial = false;      ///< a device, pipe or socket: opening it can wait for ever
+        bool isUnknown = false;      ///< its status could not be read: size and times are 0, and the other
+                                     ///< flags are set only as far as its folder records the kind
     };
 
     // --- paths as text (file_path.cpp); no file is touched ---------------------------------------------
@@ -85,7 +87,7 @@ public:
 
     // --- queries (file_query.cpp) ----------------------------------------------------------------------
 
-    /// Whether a file or folder of that name exists. A link counts by what it stands for.
+    /// Whether anything of that name exists. A link counts by itself: one without a target exists as well.
     static bool existsFile(SmartCStr path);
     /// Tells whether @p path is a folder. @return whether it exists; if not, @p isDirectory is as it was.
     static bool checkIfDirectory(SmartCStr path, bool& isDirectory);
@@ -110,8 +112,10 @@ public:
     /// Writes @p bytes as one zstd frame with its content size; see Buffer::loadFromFile().
     /// @errors as writeFile(); false also when they can't be compressed, and the file is then empty.
     static bool writeFileCompressed(SmartCStr path, ConstByteSpan bytes);
-    /// Copies content, permission bits and time of modification. An existing @p to is replaced in one step
-    /// at the end, and after a failure it is as it was. @errors false and a warning.
+    /// Copies content, permission bits and time of modification of a file. An existing file @p to is replaced
+    /// in one step at the end, and after a failure it is as it was; a link @p to stays, and the file that it
+    /// stands for is replaced. @errors false and a warning; also if @p to is a device, pipe or socket, or a
+    /// link without a target, all of which stay.
     static bool copyFile(SmartCStr from, SmartCStr to);
     /// Renames @p from, over an existing file @p to; between disks the file is copied and then removed.
     /// @errors false and a warning; @p from is then still whole.
@@ -122,7 +126,7 @@ public:
     /// Makes the symbolic link @p link that stands for @p target.
     /// @param isDirectory  whether the target is a folder, for systems that tell such links apart.
     static bool createSymLink(SmartCStr link, SmartCStr target, bool isDirectory);
-    /// Removes a symbolic link, and nothing that is none. @return whether there is none now.
+    /// Removes @p link if it is a symbolic link. @return true if nothing of that name remains.
     static bool deleteSymLink(SmartCStr link);
     /// Sets the time of modification to now; makes an empty file when there is none.
     static bool touchFile(SmartCStr path);
@@ -139,12 +143,14 @@ public:
     /// Deletes a file or link, never a folder. A file without write permission in a folder without it gets
     /// a second try after both were granted. @return whether it is gone; true also when there was none.
     static bool deleteFile(SmartCStr path, bool silent = false);
-    /// As deleteFile(); on failure the absolute path goes onto the filesystem blacklist and, from another
-    /// than the main thread in a main-queue task, to the DeferredDeletion.
+    /// Deletes as deleteFile() does, with the path's separators made the host's. If that fails, the absolute
+    /// path is put onto the filesystem blacklist and handed to the DeferredDeletion: by a main-queue task,
+    /// unless the caller is the main thread.
     /// @param origin  who wants it, a tag such as "[cache][clean]". @return whether it is gone now.
     static bool deleteFileNowOrLater(SmartCStr origin, SmartCStr path, bool silent = false);
-    /// Puts an existing path onto the filesystem blacklist at once and deletes it on the delete-IO queue, in
-    /// the order of requests. A failed one goes, in a main-queue task, to the DeferredDeletion.
+    /// Puts an existing path, with its separators made the host's, onto the filesystem blacklist at once and
+    /// deletes it on the delete-IO queue, in the order of requests. If that fails, a main-queue task hands it
+    /// to the DeferredDeletion.
     static void deleteFileAsyncOrLater(SmartCStr origin, SmartCStr path, bool silent = false);
 
     // --- cache warming (file_prefetch.cpp) -------------------------------------------------------------

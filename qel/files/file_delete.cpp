@@ -70,7 +70,7 @@ String hostPath(SmartCStr path) {
     return result;
 }
 
-bool deleteNowOrLater(DeleteFunction deletion, SmartCStr origin, SmartCStr path, bool silent) {
+bool deleteNowOrLater(DeleteFunction deletion, SmartCStr origin, const String& path, bool silent) {
     if (deletion(path, silent)) return true;
     if (!Object::getSingletonObject("deleteLater")) return false;
     const String absolute = absolutePath(path);
@@ -119,7 +119,7 @@ bool File::deleteFile(SmartCStr path, bool silent) {
 }
 
 bool File::deleteFileNowOrLater(SmartCStr origin, SmartCStr path, bool silent) {
-    return internal::deleteNowOrLater(deleteFile, origin, path, silent);
+    return internal::deleteNowOrLater(deleteFile, origin, internal::hostPath(path), silent);
 }
 
 void File::deleteFileAsyncOrLater(SmartCStr origin, SmartCStr path, bool silent) {

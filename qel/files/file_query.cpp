@@ -25,13 +25,13 @@ uint64 utcStampOf(const platform::FileTime& time) {
     return static_cast<uint64>((seconds + kSecondsFrom1601To1970) * kTicksPerSecond + time.nanoseconds / 100);
 }
 
-bool readNameStatus(FileStatus& status, bool& isSymLink, const char* path, const FileHandle& base) {
+FileError readNameStatus(FileStatus& status, bool& isSymLink, const char* path, const FileHandle& base) {
     FileStatus own;
-    if (readStatus(own, path, Links::Keep, base)) return false;
+    if (const FileError error = readStatus(own, path, Links::Keep, base)) return error;
     isSymLink = own.kind == FileKind::SymLink;
     FileStatus target;
     status = isSymLink && !readStatus(target, path, Links::Follow, base) ? target : own;
-    return true;
+    return {};
 }
 
 void fillFileInfo(const FileStatus& status, bool isSymLink, File::FileInfo& info) {
@@ -41,6 +41,7 @@ void fillFileInfo(const FileStatus& status, bool isSymLink, File::FileInfo& info
     info.isDirectory = status.kind == FileKind::Directory;
     info.isSymLink = isSymLink;
     info.isSpecial = status.kind == FileKind::Other;
+    info.isUnknown = false;
 }
 
 } // namespace internal
@@ -70,7 +71,7 @@ bool File::existsFile(SmartCStr path) {
 bool File::checkIfDirectory(SmartCStr path, bool& isDirectory) {
     FileStatus status;
     bool isSymLink = false;
-    if (!internal::readNameStatus(status, isSymLink, path)) return false;
+    if (internal::readNameStatus(status, isSymLink, path)) return false;
     isDirectory = status.kind == FileKind::Directory;
     return true;
 }
@@ -97,7 +98,7 @@ uint64 File::getFileSize(SmartCStr path) {
 bool File::getFileInfo(SmartCStr path, FileInfo& info) {
     FileStatus status;
     bool isSymLink = false;
-    if (!internal::readNameStatus(status, isSymLink, path)) return false;
+    if (internal::readNameStatus(status, isSymLink, path)) return false;
     internal::fillFileInfo(status, isSymLink, info);
     return true;
 }

@@ -12,8 +12,10 @@ namespace qel {
 /// window is seen by all windows on the file, in all processes, and reaches the disk in the system's own time
 /// or by flush().
 ///
-/// A file that another process makes shorter does no harm: whole pages behind its new end read as zeros in
-/// the windows that are there, what is written to them is lost, and unmap() logs it.
+/// A file that another process makes shorter does no harm: whole pages after its new end read as zeros in
+/// the windows that exist, what is written to them is lost, and unmap() logs it. For that the first window of
+/// the process installs a handler of the signal SIGBUS, which passes every other fault on to the handler
+/// before.
 /// @threads one thread at a time, but for map() and unmap(), which any number of threads may call.
 class QEL_API MemoryMap : public Object {
     QEL_CLASS(MemoryMap, Object)

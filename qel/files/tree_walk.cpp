@@ -1,5 +1,7 @@
 #include <qel/files/tree_walk_p.h>
 
+#include <qel/files/file.h>
+
 #include <algorithm>
 
 namespace qel::internal {
@@ -12,41 +14,53 @@ using platform::Links;
 FileError FolderCursor::open(const char* path, Links links) {
     FileHandle folder;
     if (const FileError error = platform::openDirectory(folder, path, links)) return error;
-    m_identities.clear();
+    m_levels.clear();
     m_path.clear();
-    return moveTo(std::move(folder));
+    return push(std::move(folder));
 }
 
-FileError FolderCursor::moveTo(FileHandle folder) {
+FileError FolderCursor::push(FileHandle folder) {
     FileStatus status;
     if (const FileError error = platform::readStatus(status, folder)) return error;
-    m_identities.push_back(status.identity);
-    m_folder = std::move(folder);
+    m_levels.push_back({std::move(folder), status.identity});
+    if (m_levels.size() > kOpenFolders) m_levels[m_levels.size() - 1 - kOpenFolders].folder.close();
     return {};
 }
 
 FileError FolderCursor::enter(const String& name) {
     FileHandle folder;
-    if (const FileError error = platform::openDirectory(folder, name.c_str(), Links::Keep, m_folder))
+    if (const FileError error = platform::openDirectory(folder, name.c_str(), Links::Keep, this->folder()))
         return error;
-    if (const FileError error = moveTo(std::move(folder))) return error;
+    if (const FileError error = push(std::move(folder))) return error;
     m_path += '/';
     m_path += name;
     return {};
 }
 
-// The folder above is the one that was left only if nobody has moved this one elsewhere.
 FileError FolderCursor::leave() {
-    FileHandle folder;
-    FileStatus status;
-    if (const FileError error = platform::openDirectory(folder, "..", Links::Keep, m_folder)) return error;
-    if (const FileError error = platform::readStatus(status, folder)) return error;
-    m_identities.pop_back();
+    Level& above = m_levels[m_levels.size() - 2];
+    if (!above.folder.isOpen()) {
+        if (const FileError error = openAgain(above)) return error;
+    }
+    m_levels.pop_back();
     m_path.erase(m_path.rfind('/'));
-    if (status.identity != m_identities.back())
-        return std::make_error_code(std::errc::no_such_file_or_directory);
-    m_folder = std::move(folder);
     return {};
+}
+
+// ".." is the folder that was entered from only if nobody has moved this one elsewhere.
+FileError FolderCursor::openAgain(Level& above) const {
+    FileHandle parent;
+    FileStatus status;
+    if (const FileError error = platform::openDirectory(parent, "..", Links::Keep, folder())) return error;
+    if (const FileError error = platform::readStatus(status, parent)) return error;
+    if (status.identity != above.identity) return std::make_error_code(std::errc::no_such_file_or_directory);
+    above.folder = std::move(parent);
+    return {};
+}
+
+TreeVisitor::TreeVisitor(SmartCStr root, const char* action) : m_root(root), m_action(action) {
+    File::pathStripEndingSeparator(m_root);
+    if (m_root == "/") m_root.clear(); // the cursor's path begins with the separator
 }
 
 bool TreeVisitor::visitEntry(const FolderCursor&, const DirectoryEntry&) {
@@ -69,7 +83,25 @@ bool TreeVisitor::refused(const FolderCursor&, const String&, const FileError&) 
     return false;
 }
 
-void TreeVisitor::failed(const FolderCursor&, const String&, const FileError&) {}
+void TreeVisitor::failed(const FolderCursor& at, const String& name, const FileError& error) {
+    const bool isGone = !name.empty() && error == std::errc::no_such_file_or_directory;
+    if (!isGone) note(at, name, error);
+}
+
+void TreeVisitor::note(const FolderCursor& at, const String& name, const FileError& error) {
+    if (m_isComplete || m_failedFolder != at.path()) warn(at, name, error);
+    m_isComplete = false;
+    m_failedFolder = at.path();
+}
+
+String TreeVisitor::pathOf(const FolderCursor& at, const String& name) const {
+    const String folder = m_root + at.path();
+    return name.empty() && !folder.empty() ? folder : folder + "/" + name;
+}
+
+void TreeVisitor::warn(const FolderCursor& at, const String& name, const FileError& error) {
+    warnNotDone(pathOf(at, name), m_action, error);
+}
 
 namespace {
 
@@ -88,6 +120,7 @@ private:
     };
 
     bool readFolder();
+    bool makeKnown(DirectoryEntry& entry);
     bool visitNext();
     bool goDown(const String& name);
     bool goUp(const String& name);
@@ -120,6 +153,7 @@ bool Walk::readFolder() {
     DirectoryEntry entry;
     FileError error;
     while (reader.next(entry, error)) {
+        if (!makeKnown(entry)) continue;
         if (m_order == WalkOrder::ByName || entry.kind == FileKind::Directory) {
             entries.push_back(std::move(entry));
         } else if (!m_visitor.visitEntry(m_cursor, entry)) {
@@ -131,6 +165,16 @@ bool Walk::readFolder() {
         std::sort(entries.begin(), entries.end(),
                   [](const auto& a, const auto& b) { return a.name > b.name; });
     return true;
+}
+
+// An entry of unknown kind may be a folder, so nothing can be done with it.
+bool Walk::makeKnown(DirectoryEntry& entry) {
+    if (entry.kind != FileKind::Unknown) return true;
+    FileStatus status;
+    const FileError error = readStatus(status, entry.name.c_str(), Links::Keep, m_cursor.folder());
+    if (error) m_visitor.failed(m_cursor, entry.name, error);
+    entry.kind = status.kind;
+    return !error;
 }
 
 bool Walk::visitNext() {
@@ -165,7 +209,14 @@ bool Walk::goUp(const String& name) {
 } // namespace
 
 bool walkTree(FolderCursor& cursor, TreeVisitor& visitor, WalkOrder order) {
-    return Walk(cursor, visitor, order).run();
+    return Walk(cursor, visitor, order).run() && visitor.isComplete();
+}
+
+bool walkTree(SmartCStr path, TreeVisitor& visitor, WalkOrder order) {
+    FolderCursor cursor;
+    const FileError error = cursor.open(path, Links::Follow);
+    if (error && error != std::errc::no_such_file_or_directory) visitor.failed(cursor, String(), error);
+    return !error && walkTree(cursor, visitor, order);
 }
 
 } // namespace qel::internal

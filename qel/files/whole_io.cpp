@@ -1,5 +1,6 @@
 #include <qel/files/whole_io_p.h>
 
+#include <qel/foundation/log/message_stream.h>
 #include <qel/platform/system_error.h>
 
 namespace qel::internal {
@@ -37,6 +38,10 @@ FileError writeFully(FileHandle& file, const void* data, size_t size) {
 
 String describe(const FileError& error) {
     return "; " + platform::errorText(error.value());
+}
+
+void warnNotDone(SmartCStr path, const char* action, const FileError& error) {
+    logging::warning() << "'" << path.c_str() << "' could not be " << action << describe(error);
 }
 
 } // namespace qel::internal

@@ -19,5 +19,7 @@ FileError readFully(const FileHandle& file, uint64 offset, void* data, size_t si
 FileError writeFully(FileHandle& file, const void* data, size_t size);
 /// "; " and the system's text for an error, to end a log line with.
 String describe(const FileError& error);
+/// Warns that @p path could not be read, copied or whatever @p action says.
+void warnNotDone(SmartCStr path, const char* action, const FileError& error);
 
 } // namespace qel::internal

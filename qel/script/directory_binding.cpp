@@ -29,6 +29,7 @@ void Directory::bindSqVM(qelSq::Object* cls) {
         .staticFunction<&Directory::getStaticClassName>("getClassName")
         .method<&Directory::readNextFile>("readNextFile")
         .method<&readEntry>("read")
+        .method<&Directory::hasFailed>("hasFailed")
         .native(
             "open",
             &callEither<1, &callMethod<Directory, &openQuietly>, &callMethod<Directory, &Directory::open>>,

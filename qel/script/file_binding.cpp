@@ -30,6 +30,7 @@ qelSq::Object internal::fileInfoTable(const File::FileInfo& info) {
     table.set("isDirectory", qelSq::Object::of(info.isDirectory));
     table.set("isSymLink", qelSq::Object::of(info.isSymLink));
     table.set("isSpecial", qelSq::Object::of(info.isSpecial));
+    table.set("isUnknown", qelSq::Object::of(info.isUnknown));
     return table;
 }
 

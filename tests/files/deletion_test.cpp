@@ -9,6 +9,7 @@
 
 #include <gmock/gmock.h>
 
+#include <functional>
 #include <thread>
 
 namespace qel {
@@ -52,7 +53,8 @@ TEST_F(Deletion, AReadOnlyFileIsDeletedOnTheSecondTry) {
     fs::permissions(path("dir"), fs::perms(0555));
     const test::FailingFiles files(platform::Operation::Remove, std::errc::permission_denied,
                                    test::FailingFiles::Duration::Once);
-    EXPECT_TRUE(File::deleteFile(path("dir/file")) && files.hasFailed());
+    EXPECT_TRUE(File::deleteFile(path("dir/file")));
+    EXPECT_TRUE(files.hasFailed());
     EXPECT_EQ(fs::status(path("dir")).permissions(), fs::perms(0555));
     fs::permissions(path("dir"), fs::perms(0755));
 }
@@ -81,13 +83,44 @@ TEST_F(Deletion, WhatIsNotDeletedNowIsHandedOnAndHiddenIfThereIsWhoTakesIt) {
     EXPECT_EQ(hiddenPaths(), std::set<std::string>{path("file")});
 }
 
-TEST_F(Deletion, ABackslashInANameSeparatesOnlyIfThereIsNoSuchName) {
-    for (const char* name : {"a\\b", "a/b"}) folder.write(name, "");
-    for (const bool hasFolderFile : {true, false}) {
-        File::deleteFileAsyncOrLater("[test]", path("a\\b"));
+TEST_F(Deletion, ABackslashSeparatesUnlessAFileOfThatNameExistsNowAsOnTheQueue) {
+    const auto deleteNow = [this] { File::deleteFileNowOrLater("[test]", path("d\\f")); };
+    const auto deleteOnQueue = [this] {
+        File::deleteFileAsyncOrLater("[test]", path("d\\f"));
         waitForDeletions();
-        EXPECT_TRUE(!folder.has("a\\b") && folder.has("a/b") == hasFolderFile);
+    };
+    for (const std::function<void()>& deletion : {std::function<void()>(deleteNow), {deleteOnQueue}}) {
+        folder.write("d\\f", "");
+        folder.write("d/f", "");
+        deletion();
+        EXPECT_FALSE(folder.has("d\\f"));
+        EXPECT_TRUE(folder.has("d/f"));
+        deletion();
+        EXPECT_FALSE(folder.has("d/f"));
     }
+}
+
+TEST_F(Deletion, WhatIsHiddenHasTheSeparatorsOfTheHost) {
+    folder.write("d/f", "");
+    {
+        const test::FailingFiles files(platform::Operation::Remove, std::errc::device_or_resource_busy);
+        EXPECT_FALSE(File::deleteFileNowOrLater("[test]", path("d\\f"), true));
+        EXPECT_EQ(hiddenPaths(), std::set<std::string>{path("d/f")});
+        EXPECT_EQ(entries(), "{<STR:" + path("d/f") + ">} = {<STR:[test]><INT:0>}");
+    }
+    system().removePathFromFilesystemBlacklist(path("d\\f"));
+    EXPECT_EQ(hiddenPaths(), std::set<std::string>{});
+    system().addPathToFilesystemBlacklist(path("no\\such\\file"));
+    EXPECT_EQ(hiddenPaths(), std::set<std::string>{path("no/such/file")});
+    log.take();
+}
+
+TEST_F(Deletion, ANameThatHoldsABackslashIsHiddenAndShownAsItIs) {
+    system().addPathToFilesystemBlacklist(folder.write("a\\b", ""));
+    EXPECT_EQ(hiddenPaths(), std::set<std::string>{path("a\\b")});
+    fs::remove(path("a\\b"));
+    system().removePathFromFilesystemBlacklist(path("a\\b"));
+    EXPECT_EQ(hiddenPaths(), std::set<std::string>{});
 }
 
 TEST_F(Deletion, CleaningACacheTakesItsOwnEntriesAlone) {
@@ -104,9 +137,10 @@ TEST_F(Deletion, CleaningACacheTakesItsOwnEntriesAlone) {
 TEST_F(Deletion, NewCacheFilesAndTemporaryFoldersHaveNamesOfTheirOwn) {
     const String file = Directory::getNewCacheFile(folder.path() + "/", "image");
     EXPECT_NE(file, Directory::getNewCacheFile(folder.path(), "image"));
-    EXPECT_TRUE(file.starts_with(path("cache_image_")) && file.ends_with(".qel")) << file;
+    EXPECT_THAT(file, testing::StartsWith(path("cache_image_")));
+    EXPECT_THAT(file, testing::EndsWith(".qel"));
     for (int i = 0; i < 2; ++i) Directory::createTemporaryDirectory(folder.path());
-    EXPECT_EQ(folder.countEntries(), 2) << "the cache files are not made";
+    EXPECT_EQ(folder.countEntries(), 2) << "the cache files are not created";
     EXPECT_EQ(Directory::createTemporaryDirectory(path("missing")), "");
     EXPECT_EQ(log.take().size(), 1u);
 }
@@ -115,7 +149,9 @@ TEST_F(Deletion, PreparedFilesAreCleanedByPathAndDeletedByName) {
     for (const char* name : {"keep_1", "keep_2/file", "go_1", "go_2/file", "x"}) folder.write(name, "");
     EXPECT_EQ(Directory::deletePrepareFilesWithPrefix(folder.path(), "go_"), 2);
     EXPECT_EQ(Directory::cleanPrepareDirectory(folder.path(), {path("keep_")}), 1);
-    EXPECT_TRUE(folder.has("keep_1") && folder.has("keep_2/file") && folder.countEntries() == 2);
+    EXPECT_TRUE(folder.has("keep_1"));
+    EXPECT_TRUE(folder.has("keep_2/file"));
+    EXPECT_EQ(folder.countEntries(), 2);
 }
 
 // --- the list of what is deleted later --------------------------------------------------------------------
@@ -157,7 +193,9 @@ TEST_F(Deletion, WhatCannotBeDeletedIsTriedAgainAlsoAfterARestart) {
         }
     }
     list->maintainDeletes();
-    EXPECT_TRUE(!folder.has("file") && entries().empty() && hiddenPaths().empty());
+    EXPECT_FALSE(folder.has("file"));
+    EXPECT_EQ(entries(), "");
+    EXPECT_EQ(hiddenPaths(), std::set<std::string>{});
     log.take();
 }
 
@@ -173,8 +211,10 @@ TEST_F(Deletion, FilesFoldersAndLinksGoAndWhatLinksStandForStays) {
     }
     list->maintainDeletes();
     log.expect(1, path("missing") + " does no longer exist on disk, removing from delete-later-list");
-    EXPECT_TRUE(folder.has("kept/file") && folder.countEntries() == 1 && entries().empty() &&
-                hiddenPaths().empty());
+    EXPECT_TRUE(folder.has("kept/file"));
+    EXPECT_EQ(folder.countEntries(), 1);
+    EXPECT_EQ(entries(), "");
+    EXPECT_EQ(hiddenPaths(), std::set<std::string>{});
     log.take();
 }
 

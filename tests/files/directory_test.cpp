@@ -27,7 +27,7 @@ protected:
     const String tree = path("tree");
 };
 
-TEST_F(DirectoryTree, GivesEachEntryOnceInFoldersOfAnySize) {
+TEST_F(DirectoryTree, ReadsEachEntryOnceInFoldersOfAnySize) {
     for (int i = 0; i < 3000; i++)
         std::ofstream(tree + "/a file with a name of some length " + std::to_string(i));
     Directory directory(tree);
@@ -39,13 +39,21 @@ TEST_F(DirectoryTree, GivesEachEntryOnceInFoldersOfAnySize) {
     }
     EXPECT_EQ(seen.size(), 3002u);
     EXPECT_TRUE(directory.open(tree + "/sub/")) << "a second open starts anew";
-    EXPECT_EQ(directory.readNextFile() + "," + directory.readNextFile(), "file,");
-    String name = "unchanged";
-    EXPECT_FALSE(directory.open(path("outside/precious")) || directory.read(name) || name != "unchanged");
+    EXPECT_EQ(directory.readNextFile(), "file");
+    EXPECT_EQ(directory.readNextFile(), "");
 }
 
-TEST_F(DirectoryTree, AFolderIsMadeWithAllAboveItOrToldWhy) {
-    EXPECT_TRUE(Directory::createDirectoryRecursively(path("a/b//c/")) && fs::is_directory(path("a/b/c")));
+TEST_F(DirectoryTree, AFileHasNoEntries) {
+    Directory directory(tree);
+    String name = "unchanged";
+    EXPECT_FALSE(directory.open(path("outside/precious")));
+    EXPECT_FALSE(directory.read(name));
+    EXPECT_EQ(name, "unchanged");
+}
+
+TEST_F(DirectoryTree, AFolderIsCreatedWithAllAboveItOrAnErrorIsLogged) {
+    EXPECT_TRUE(Directory::createDirectoryRecursively(path("a/b//c/")));
+    EXPECT_TRUE(fs::is_directory(path("a/b/c")));
     EXPECT_TRUE(Directory::createDirectory(path("a"))) << "one that exists is a success";
     EXPECT_FALSE(Directory::createDirectoryRecursively(path("outside/precious/a/b")));
     log.expect(3, "failed to create directory '" + path("outside/precious") + "'");
@@ -55,9 +63,15 @@ TEST_F(DirectoryTree, DeletionNeverStartsAtOrGoesThroughALink) {
     EXPECT_FALSE(Directory::deleteDirectoryRecursively(tree + "/out/"));
     EXPECT_FALSE(Directory::deleteDirectoryRecursively(tree + "/sub/file"));
     EXPECT_FALSE(Directory::deleteDirectory(tree)) << "not empty";
-    EXPECT_TRUE(folder.has("tree/out") && folder.has("tree/sub/file"));
-    EXPECT_TRUE(Directory::deleteDirectoryContentsRecursively(tree) && Directory::isDirectoryEmpty(tree));
-    EXPECT_TRUE(Directory::deleteDirectoryRecursively(tree + "/") && !folder.has("tree"));
+    EXPECT_TRUE(folder.has("tree/out"));
+    EXPECT_TRUE(folder.has("tree/sub/file"));
+}
+
+TEST_F(DirectoryTree, DeletionOfTheContentsLeavesTheFolderAndThatOfTheTreeNothing) {
+    EXPECT_TRUE(Directory::deleteDirectoryContentsRecursively(tree));
+    EXPECT_TRUE(Directory::isDirectoryEmpty(tree));
+    EXPECT_TRUE(Directory::deleteDirectoryRecursively(tree + "/"));
+    EXPECT_FALSE(folder.has("tree"));
     EXPECT_TRUE(Directory::deleteDirectoryRecursively(tree)) << "missing";
 }
 
@@ -65,7 +79,7 @@ TEST_F(DirectoryTree, WhatCannotBeDeletedStaysAndTheRestGoes) {
     const FailingFiles files(platform::Operation::Remove, std::errc::device_or_resource_busy,
                              FailingFiles::Duration::Once);
     EXPECT_FALSE(Directory::deleteDirectoryRecursively(tree));
-    EXPECT_EQ(log.take().size(), 1u) << "the first failure alone is logged";
+    EXPECT_EQ(log.take().size(), 1u) << "that the folders above are not empty follows from it";
     EXPECT_NE(folder.has("tree/out"), folder.has("tree/sub"));
 }
 
@@ -113,23 +127,32 @@ TEST_F(DirectoryTree, TheHashIsThatOfNamesKindsAndContentsInOneStream) {
 
 TEST_F(DirectoryTree, FindsAndMeasuresFilesButNotBehindLinks) {
     String found;
-    EXPECT_FALSE(Directory::findFile(tree, "precious", found) || Directory::findFile(tree, "sub", found));
-    EXPECT_TRUE(Directory::findFile(tree + "/", "file", found) && found == path("tree/sub/file"));
-    EXPECT_EQ(Directory::getSize(tree), 5u);
+    EXPECT_FALSE(Directory::findFile(tree, "precious", found)) << "behind a link";
+    EXPECT_FALSE(Directory::findFile(tree, "sub", found)) << "a folder";
+    EXPECT_TRUE(Directory::findFile(tree + "/", "file", found));
+    EXPECT_EQ(found, path("tree/sub/file"));
+    uint64 size = 0;
+    EXPECT_TRUE(Directory::getSize(tree, size));
+    EXPECT_EQ(size, 5u);
 }
 
-TEST_F(DirectoryTree, OldMeansNeitherMadeNorModifiedLaterAndFoldersStay) {
+TEST_F(DirectoryTree, OldMeansNeitherCreatedNorModifiedLaterAndFoldersStay) {
     const platform::FileTime longAgo{1'000'000'000, 0};
     ASSERT_FALSE(platform::setModified(folder.write("old/a/b/file", "").c_str(), &longAgo));
     File::FileInfo info;
     ASSERT_TRUE(File::getFileInfo(path("old/a/b/file"), info));
     EXPECT_EQ(Directory::deleteDirectoryContentsOlderThan(path("old"), info.modificationTime), 0)
-        << "made just now, whatever the time of modification";
+        << "created just now, whatever the time of modification";
     EXPECT_EQ(Directory::deleteDirectoryContentsOlderThan(path("old"), info.creationTime + 10'000'000'000),
               1);
     EXPECT_TRUE(folder.has("old/a/b"));
+}
+
+TEST_F(DirectoryTree, EmptyFoldersAreDeletedAndFilesStay) {
+    folder.makeFolder("empty/a/b");
     EXPECT_TRUE(Directory::deleteEmptyDirectoriesInPathRecursively(folder.path()));
-    EXPECT_TRUE(!folder.has("old") && folder.has("tree/sub/file"));
+    EXPECT_FALSE(folder.has("empty"));
+    EXPECT_TRUE(folder.has("tree/sub/file"));
 }
 
 TEST_F(DirectoryTree, OwnershipGivesFullAccessAndDeletionTakesItButNotBehindLinks) {
@@ -144,7 +167,8 @@ TEST_F(DirectoryTree, OwnershipGivesFullAccessAndDeletionTakesItButNotBehindLink
     EXPECT_EQ(permissions("tree/sub"), fs::perms::owner_all);
     EXPECT_EQ(permissions("tree/sub/file"), fs::perms::owner_read | fs::perms::owner_write);
     forbid();
-    EXPECT_TRUE(Directory::deleteDirectoryRecursively(tree) && !folder.has("tree"));
+    EXPECT_TRUE(Directory::deleteDirectoryRecursively(tree));
+    EXPECT_FALSE(folder.has("tree"));
     EXPECT_EQ(permissions("outside/precious"), fs::perms::owner_read);
 }
 
