@@ -240,7 +240,7 @@ TEST_F(CatalogueTest, NamesOfAnyBytesMakeOneCsvFieldEach) {
     std::filesystem::rename(folder.path("tree/t"),
                             folder.path("tree/" + std::string(3991 - folder.path(deep).size(), 't')));
     const HostRun host = runCatalogue();
-    EXPECT_EQ(host.status, 0);
+    EXPECT_EQ(host.status, 1);
     EXPECT_THAT(host.out, HasSubstr("[WARNING] [SQ] cannot read 't"));
     EXPECT_THAT(summary(), HasSubstr("Could not be read\n  t"));
     EXPECT_THAT(lines(), Contains(EndsWith(",unreadable")));
