@@ -51,7 +51,9 @@ protected:
 TEST_F(ChildServiceTest, OutputIsSortedByWhatItHolds) {
     runShell(*service,
              "echo plain; echo 'a WARN'; echo 'WARN and FATAL' >&2; printf 'last ERROR\\n' >&2; cat");
-    EXPECT_TRUE(service->start() && service->isRunning() && !service->isStopped());
+    EXPECT_TRUE(service->start());
+    EXPECT_TRUE(service->isRunning());
+    EXPECT_FALSE(service->isStopped());
     while (heard.size() < 5) service->tick();
     std::sort(heard.begin(), heard.end());
     EXPECT_EQ(heard, (Messages{"E WARN and FATAL", "E last ERROR", "I plain",
@@ -97,7 +99,8 @@ TEST_F(ChildServiceTest, AStepEndsWhateverTheChildWritesAndTheListenersDo) {
 TEST_F(ChildServiceTest, StopWaitsFiveSecondsForAServiceThatDoesNotStop) {
     service->staysUp = true;
     const uint32 before = system().getTime();
-    EXPECT_TRUE(!service->stop() && system().getTime() - before == 5000);
+    EXPECT_FALSE(service->stop());
+    EXPECT_EQ(system().getTime() - before, 5000u);
 }
 
 TEST_F(ChildServiceTest, WhetherItIsEnabledIsKeptInAFileThatIsReplacedInOneStep) {
@@ -106,11 +109,15 @@ TEST_F(ChildServiceTest, WhetherItIsEnabledIsKeptInAFileThatIsReplacedInOneStep)
         service = new TestedService(byDefault);
         service->setServiceName(byDefault ? "b" : "a");
         EXPECT_EQ(service->isEnabled(), byDefault);
-        EXPECT_TRUE(service->disable() && !service->isEnabled() && service->enable() && service->isEnabled());
+        EXPECT_TRUE(service->disable());
+        EXPECT_FALSE(service->isEnabled());
+        EXPECT_TRUE(service->enable());
+        EXPECT_TRUE(service->isEnabled());
     }
     EXPECT_EQ(folder.read("b/service.ini"), test::documentedText("service/state") + "\n");
     const test::FailingFiles full(platform::Operation::Write, std::errc::no_space_on_device);
-    EXPECT_TRUE(!service->disable() && service->isEnabled());
+    EXPECT_FALSE(service->disable());
+    EXPECT_TRUE(service->isEnabled());
     log.expect(3, "cant write file '" + folder.path("b/service.ini") + "'; No space left on device");
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path("b")), {}), 1);
 }
@@ -156,25 +163,38 @@ TEST_F(SystemdServiceTest, TheUnitTellsSystemdWhatToRun) {
     for (const char* name : {"", "a b", "../x", "-x", ".x", "a\nb", "ä"}) {
         service->setServiceName(name);
         EXPECT_EQ(service->getUnitPath(), "") << name;
-        EXPECT_FALSE(service->install() || service->start() || service->isRunning()) << name;
+        EXPECT_FALSE(service->install()) << name;
+        EXPECT_FALSE(service->start()) << name;
+        EXPECT_FALSE(service->isRunning()) << name;
         EXPECT_EQ(heard.back(), "E SystemdBackgroundService::isRunning: invalid service name");
     }
-    EXPECT_FALSE(folder.has("units") || folder.has("calls")) << "nothing was run";
+    EXPECT_FALSE(folder.has("units")) << "nothing was run";
+    EXPECT_FALSE(folder.has("calls")) << "nothing was run";
 }
 
 TEST_F(SystemdServiceTest, AServiceIsInstalledEnabledStartedStoppedAndRemoved) {
-    EXPECT_FALSE(service->isInstalled() || service->isEnabled() || service->isRunning());
-    EXPECT_TRUE(service->install() && service->isInstalled());
+    EXPECT_FALSE(service->isInstalled());
+    EXPECT_FALSE(service->isEnabled());
+    EXPECT_FALSE(service->isRunning());
+    EXPECT_TRUE(service->install());
+    EXPECT_TRUE(service->isInstalled());
     EXPECT_EQ(folder.read("units/qel-test.service"), service->getUnitText());
-    EXPECT_TRUE(service->enable() && service->isEnabled());
-    EXPECT_TRUE(service->start() && service->isRunning() && !service->isStopped());
-    EXPECT_TRUE(service->stop() && service->isStopped() && !service->isRunning());
-    EXPECT_TRUE(service->disable() && !service->isEnabled());
+    EXPECT_TRUE(service->enable());
+    EXPECT_TRUE(service->isEnabled());
+    EXPECT_TRUE(service->start());
+    EXPECT_TRUE(service->isRunning());
+    EXPECT_FALSE(service->isStopped());
+    EXPECT_TRUE(service->stop());
+    EXPECT_TRUE(service->isStopped());
+    EXPECT_FALSE(service->isRunning());
+    EXPECT_TRUE(service->disable());
+    EXPECT_FALSE(service->isEnabled());
     std::filesystem::remove(folder.path("calls"));
     EXPECT_TRUE(service->uninstall());
     EXPECT_EQ(folder.read("calls"), "--user --no-pager --no-ask-password disable -- qel-test.service\n"
                                     "--user --no-pager --no-ask-password daemon-reload\n");
-    EXPECT_FALSE(service->isInstalled() || folder.has("units/qel-test.service"));
+    EXPECT_FALSE(service->isInstalled());
+    EXPECT_FALSE(folder.has("units/qel-test.service"));
     EXPECT_FALSE(service->uninstall());
     EXPECT_EQ(heard,
               Messages{"E SystemdBackgroundService::uninstall: there is no " + service->getUnitPath()});
@@ -182,11 +202,19 @@ TEST_F(SystemdServiceTest, AServiceIsInstalledEnabledStartedStoppedAndRemoved) {
 
 TEST_F(SystemdServiceTest, RefusalsAreReportedInSystemdsWords) {
     folder.write("refuse", "");
-    EXPECT_FALSE(service->install() || service->enable() || service->disable() || service->start() ||
-                 service->stop() || service->isInstalled() || service->isStopped() || service->uninstall());
+    EXPECT_FALSE(service->install());
+    EXPECT_FALSE(service->enable());
+    EXPECT_FALSE(service->disable());
+    EXPECT_FALSE(service->start());
+    EXPECT_FALSE(service->stop());
+    EXPECT_FALSE(service->isInstalled());
+    EXPECT_FALSE(service->isStopped());
+    EXPECT_FALSE(service->uninstall());
     EXPECT_EQ(heard.size(), 8u);
-    for (const std::string& message : heard)
-        EXPECT_TRUE(message.starts_with("E Systemd") && message.ends_with(": Access denied")) << message;
+    for (const std::string& message : heard) {
+        EXPECT_TRUE(message.starts_with("E Systemd")) << message;
+        EXPECT_TRUE(message.ends_with(": Access denied")) << message;
+    }
     const test::EnvironmentVariable nowhere("PATH", folder.path("nowhere").c_str());
     EXPECT_FALSE(service->start());
     EXPECT_EQ(heard.back(), "E SystemdBackgroundService::start: No such file or directory");

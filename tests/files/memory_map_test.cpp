@@ -37,7 +37,8 @@ TEST_F(MemoryMapTest, WrittenBytesAreSeenByOthersAndReachTheFile) {
     MemoryMap reader(mapped.c_str(), static_cast<MemoryMap::Mode>(7));
     uint8* const window = map.map(page + 10, 20);
     uint8* const seen = reader.map(page + 12, 1);
-    ASSERT_TRUE(window && seen);
+    ASSERT_TRUE(window);
+    ASSERT_TRUE(seen);
     window[2] = 'X';
     EXPECT_EQ(*seen, 'X');
     EXPECT_TRUE(map.flush(window + 2, 1));
@@ -51,11 +52,13 @@ TEST_F(MemoryMapTest, RefusesWhatIsNoFileAndWindowsOutsideOfIt) {
     for (const std::string& bad : {path("missing"), path("empty"), folder.path(), std::string()}) {
         MemoryMap map(bad.c_str(), MemoryMap::ReadOnly);
         log.expect(3, "file mapping object could not be created");
-        EXPECT_TRUE(!map.isValid() && !map.map(0, 1)) << bad;
+        EXPECT_FALSE(map.isValid()) << bad;
+        EXPECT_FALSE(map.map(0, 1)) << bad;
         log.expect(3, "memory mapping failed offset=0 size=1 code=22 msg=Invalid argument");
     }
     MemoryMap map(mapped.c_str(), MemoryMap::ReadOnly);
-    EXPECT_TRUE(!map.map(3 * page + 99, 2) && !map.map(~uint64{0} - 5, 4'000'000'000u));
+    EXPECT_FALSE(map.map(3 * page + 99, 2));
+    EXPECT_FALSE(map.map(~uint64{0} - 5, 4'000'000'000u));
     EXPECT_EQ(log.take().size(), 2u);
     map.unmap(nullptr, 0, 1);
     uint8 own = 'o';
@@ -71,7 +74,8 @@ TEST_F(MemoryMapTest, AFileThatGetsShorterReadsAsZerosAndIsTold) {
         uint8* const window = map.map(10, 3 * page);
         ASSERT_TRUE(window);
         std::filesystem::resize_file(mapped, page / 2);
-        EXPECT_TRUE(window[0] == static_cast<uint8>(content[10]) && window[page] == 0);
+        EXPECT_EQ(window[0], static_cast<uint8>(content[10]));
+        EXPECT_EQ(window[page], 0);
         window[2 * page] = 5;
         EXPECT_EQ(window[2 * page], 5);
         EXPECT_EQ(map.map(page, 1), nullptr);

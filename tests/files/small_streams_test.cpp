@@ -16,7 +16,8 @@ TEST_F(SmallStreams, AFileComesInPiecesAndItsEndBehindTheLast) {
         std::string content(size, '\0');
         for (size_t i = 0; i < size; ++i) content[i] = static_cast<char>(i * 7 + i / 256);
         FileStream stream(folder.write("dir/some.bin", content).c_str(), size % 2 == 0);
-        EXPECT_TRUE(stream.getName() == "some.bin" && stream.getTotalSize() == size);
+        EXPECT_EQ(stream.getName(), "some.bin");
+        EXPECT_EQ(stream.getTotalSize(), size);
         Buffer whole(reinterpret_cast<const uint8*>("head"), 4);
         EXPECT_EQ(stream.readAll(whole), FileStream::kEnd);
         EXPECT_EQ(whole.getConstByteSpan().asText(), "head" + content);
@@ -53,9 +54,12 @@ TEST(StringEvent, TextsOfAllBytesTravelAsOneLine) {
     event.append("b:c");
     EXPECT_EQ(event.generate(), test::documentedText("string-event"));
     for (const int i : {-2, -1, 1, INT_MAX}) EXPECT_EQ(event[i], i == -1 ? "a" : "") << i;
-    EXPECT_TRUE(read.parse("STRB16[61:6:zz::62]") && read.asString() == "<a::::b>") << "broken is empty";
-    for (const char* text : {"", "STRB16[]", "STRB16[61", "strb16[61]", " STRB16[61]"})
-        EXPECT_TRUE(!event.parse(text) && event.numArgs() == -1) << text;
+    EXPECT_TRUE(read.parse("STRB16[61:6:zz::62]")) << "broken is empty";
+    EXPECT_EQ(read.asString(), "<a::::b>") << "broken is empty";
+    for (const char* text : {"", "STRB16[]", "STRB16[61", "strb16[61]", " STRB16[61]"}) {
+        EXPECT_FALSE(event.parse(text)) << text;
+        EXPECT_EQ(event.numArgs(), -1) << text;
+    }
 }
 
 struct Download : URLFetch {

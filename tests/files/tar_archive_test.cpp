@@ -45,8 +45,11 @@ TEST_F(TarArchiveTest, OnlyEntriesWithFileDataAreFilesAndTheLastOfANameCounts) {
                 tarEntry("a/b", "new") + tarEntry("deep", "d", '0', "far/away") + tarEntry("", "no name") +
                 tarEntry(long99 + "n", "100") + tarEnd() + tarEntry("behind the end", "")),
         "a/b=new;empty=;far/away/deep=d;" + long99 + "n=100;tiled=" + std::string(512, 't') + ";v7=seven;");
-    EXPECT_TRUE(archive.hasFile("a/b") && !archive.hasFile("a") && !archive.readFile("a/", content));
-    EXPECT_FALSE(archive.open(folder.path()) || archive.hasFile("a/b")) << "what was open before is gone";
+    EXPECT_TRUE(archive.hasFile("a/b"));
+    EXPECT_FALSE(archive.hasFile("a"));
+    EXPECT_FALSE(archive.readFile("a/", content));
+    EXPECT_FALSE(archive.open(folder.path())) << "what was open before is gone";
+    EXPECT_FALSE(archive.hasFile("a/b")) << "what was open before is gone";
 }
 
 TEST_F(TarArchiveTest, DamageEndsTheReadingAndKeepsWhatCameBeforeAndNoEntryReachesPastTheEnd) {
@@ -78,7 +81,8 @@ TEST_F(TarArchiveTest, AFileThatCannotBeReadWholeIsNotGiven) {
         EXPECT_FALSE(archive.readFile("a", content));
     }
     std::filesystem::resize_file(path("x.tar"), 700);
-    EXPECT_FALSE(archive.readFile("a", content) || !content.empty());
+    EXPECT_FALSE(archive.readFile("a", content));
+    EXPECT_TRUE(content.empty());
 }
 
 TEST_F(TarArchiveTest, ArchivesOfTheTarProgramAreReadByManyThreads) {

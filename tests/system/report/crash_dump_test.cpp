@@ -152,7 +152,9 @@ TEST_F(CrashRegistration, KeepsTheLast255OldDumpsAndHappensWithoutAFolderToo) {
     System::registerCrashHandler(m_folder.path().c_str());
     m_log.expect(1, "crash handler registered successfully");
     EXPECT_FALSE(m_folder.has("dumps/144.dmp"));
-    EXPECT_TRUE(m_folder.has("dumps/145.dmp") && m_folder.has("dumps/399.dmp") && m_folder.has("dumps/000"));
+    EXPECT_TRUE(m_folder.has("dumps/145.dmp"));
+    EXPECT_TRUE(m_folder.has("dumps/399.dmp"));
+    EXPECT_TRUE(m_folder.has("dumps/000"));
     const std::string file = m_folder.write("file", "");
     System::registerCrashHandler(file.c_str());
     m_log.expect(3, "can not access crash dumps directory: " + file + "/dumps");

@@ -48,7 +48,8 @@ TEST_F(SystemDirectories, MissingAndUnreachableOnesAreToldAndGiveTheWorkingDirec
 TEST_F(SystemDirectories, TheTemporaryDirectoryIsMadeOnceForAProcess) {
     const test::EnvironmentVariable temporary("TMPDIR", (folder.path() + "/").c_str());
     const String path = system().getTmpDirectoryPath();
-    EXPECT_TRUE(path.begins_with(folder.path() + "/") && std::filesystem::is_directory(path.c_str()));
+    EXPECT_TRUE(path.begins_with(folder.path() + "/"));
+    EXPECT_TRUE(std::filesystem::is_directory(path.c_str()));
     EXPECT_EQ(system().getTmpDirectoryPath(), path);
     EXPECT_EQ(folder.countEntries(), 1);
     System::deinitialize();
