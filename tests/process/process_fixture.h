@@ -2,6 +2,7 @@
 #pragma once
 
 #include <qel/platform/child_process.h>
+#include <qel/platform/system_error.h>
 #include <qel/process/killed_children.h>
 #include <qel/process/process.h>
 #include <qel/process/process_packet_reader.h>

@@ -107,7 +107,7 @@ TEST_F(ProcessLife, WhyAProgramDidNotStartIsStoredAndLogged) {
         LogCapture capture;
         const Pointer process(new Process());
         EXPECT_FALSE(process->spawn(path));
-        const std::string last = "can not start subprocess " + path + " error: " + std::strerror(code);
+        const std::string last = "can not start subprocess " + path + " error: " + platform::errorText(code);
         capture.expect(3, last);
         EXPECT_EQ(capture.take().size(), 1u) << "the command and the number";
         EXPECT_FALSE(process->spawn(path, {path}, nullptr, true));
@@ -135,7 +135,7 @@ TEST_F(ProcessLife, WithoutDescriptorsNothingStartsAndNothingLeaks) {
         setrlimit(RLIMIT_NOFILE, &tight);
         EXPECT_FALSE(process.spawn("/bin/true", {}, nullptr, true));
         setrlimit(RLIMIT_NOFILE, &before);
-        EXPECT_EQ(process.errorText(), std::strerror(EMFILE));
+        EXPECT_EQ(process.errorText(), platform::errorText(EMFILE));
         const int next = dup(0);
         close(next);
         EXPECT_EQ(next, probe);
@@ -151,7 +151,7 @@ TEST_F(ProcessLife, AChildThatOthersCollectedIsReportedAndNotKilledByItsNumber) 
     EXPECT_FALSE(process->tick());
     capture.expect(3, "Failed to retrieve process exit code, trying to terminate it");
     capture.expect(3, "Unable to terminate invalid state process");
-    EXPECT_EQ(process->errorText(), std::strerror(ECHILD));
+    EXPECT_EQ(process->errorText(), platform::errorText(ECHILD));
     EXPECT_EQ(process->exitStatus(), -1);
 }
 
