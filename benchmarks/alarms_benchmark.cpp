@@ -63,5 +63,3 @@ BENCHMARK(rearmLibuv)->Name("Alarm/Rearm/libuv");
 #endif
 
 } // namespace
-
-BENCHMARK_MAIN();

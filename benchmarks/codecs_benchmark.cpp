@@ -2,11 +2,9 @@
 // of plain data, whatever the direction.
 #include <qel/foundation/base/base_encoding.h>
 #include <qel/foundation/base/crc32c.h>
-#include <qel/testing/simd.h>
 
 #include <benchmark/benchmark.h>
 
-#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -137,16 +135,10 @@ void addPeers() {
 #endif
 }
 
-} // namespace
-
-int main(int argc, char** argv) {
-    // What lesser machines get: QEL_SIMD_TARGET_CAP=AVX2 caps the kernels.
-    if (const char* target = std::getenv("QEL_SIMD_TARGET_CAP")) {
-        if (!qel::seams::setSimdTarget(target)) return 1;
-    }
-    benchmark::Initialize(&argc, argv);
+[[maybe_unused]] const bool g_isRegistered = [] {
     addOurs();
     addPeers();
-    benchmark::RunSpecifiedBenchmarks();
-    return 0;
-}
+    return true;
+}();
+
+} // namespace

@@ -208,5 +208,3 @@ void compareMemcmp(benchmark::State& state) {
 BENCHMARK(compareMemcmp)->Name("Key/Compare/memcmp");
 
 } // namespace
-
-BENCHMARK_MAIN();

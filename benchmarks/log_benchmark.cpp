@@ -203,15 +203,13 @@ BENCHMARK_CAPTURE(fileBoost, file, false)->Name("Log/File/boost.log");
 BENCHMARK_CAPTURE(fileBoost, flushed, true)->Name("Log/FlushedFile/boost.log");
 #endif
 
-} // namespace
-
-int main(int argc, char** argv) {
 #if QEL_PEER_GLOG
-    google::InitGoogleLogging(argv[0]);
+[[maybe_unused]] const bool g_isGlogReady = [] {
+    google::InitGoogleLogging("bench_log");
     FLAGS_minloglevel = google::GLOG_INFO;
     FLAGS_stderrthreshold = google::GLOG_FATAL;
+    return true;
+}();
 #endif
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    return 0;
-}
+
+} // namespace

@@ -302,5 +302,3 @@ void receiveRaw(benchmark::State& state) {
 BENCHMARK(receiveRaw)->Name("Packet/Receive1MiB/read");
 
 } // namespace
-
-BENCHMARK_MAIN();

@@ -248,5 +248,3 @@ BENCHMARK(spawnQt)->Name("Spawn/True/qprocess")->UseRealTime();
 #endif
 
 } // namespace
-
-BENCHMARK_MAIN();

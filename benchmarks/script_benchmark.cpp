@@ -195,5 +195,3 @@ void compileRaw(benchmark::State& state) {
 BENCHMARK(compileRaw)->Name("Compile/Source/raw_compiler");
 
 } // namespace
-
-BENCHMARK_MAIN();

@@ -151,5 +151,3 @@ BENCHMARK(connectSignals2)->Name("Signal/Connect/signals2");
 #endif
 
 } // namespace
-
-BENCHMARK_MAIN();

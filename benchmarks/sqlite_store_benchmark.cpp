@@ -295,5 +295,3 @@ BENCHMARK(nestedRaw)->Name("Lasting/Nested/sqlite");
 #endif
 
 } // namespace
-
-BENCHMARK_MAIN();

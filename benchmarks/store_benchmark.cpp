@@ -348,5 +348,3 @@ const bool g_isRegistered = [] {
 }();
 
 } // namespace
-
-BENCHMARK_MAIN();

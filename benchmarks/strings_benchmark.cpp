@@ -2,7 +2,6 @@
 #include <qel/foundation/base/string.h>
 #include <qel/foundation/base/string_id.h>
 #include <qel/foundation/base/unicode.h>
-#include <qel/testing/simd.h>
 
 #include <benchmark/benchmark.h>
 
@@ -223,12 +222,3 @@ void copyQel(benchmark::State& state) {
 BENCHMARK(copyQel)->Name("Intern/CopyAndDrop/qel");
 
 } // namespace
-
-int main(int argc, char** argv) {
-    const char* const target = std::getenv("QEL_SIMD_TARGET_CAP");
-    require(qel::seams::setSimdTarget(target ? target : ""),
-            "QEL_SIMD_TARGET_CAP names no instruction set of this machine");
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    return 0;
-}

@@ -110,5 +110,3 @@ BENCHMARK_CAPTURE(startProgram, qt, QEL_START_QT)->Name("Start/FirstPass/qt")->U
 #endif
 
 } // namespace
-
-BENCHMARK_MAIN();

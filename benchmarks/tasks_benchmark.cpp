@@ -230,5 +230,3 @@ BENCHMARK(kernelTbb)->Name("Kernel/Millisecond/tbb")->Args({4, 1})->UseRealTime(
 #endif
 
 } // namespace
-
-BENCHMARK_MAIN();

@@ -7,6 +7,7 @@
 #include <qel/system/tasks/thread_pool.h>
 
 #include <algorithm>
+#include <thread>
 
 namespace qel {
 
@@ -299,15 +300,21 @@ void TaskQueue::wait() {
 }
 
 /// Spins for some microseconds, which saves the cost of sleeping and being woken. While a thread waits like
-/// this, workers leave it to that thread to call further workers, since short tasks do not need them.
+/// this, workers leave it to that thread to call further workers, since short tasks do not need them. A
+/// worker that has yet to wake up may have been assigned to this very processor, so the thread yields to it.
 void TaskQueue::waitBriefly() {
     constexpr int kRoundOfCall = 32;
+    constexpr int kRoundsOfWarmPool = 8; // in which a worker that is awake begins
     if (activeCount() == 0) return;
     ThreadPool& pool = *system()->getThreadPool();
     const int rounds = m_waitBudget.rounds();
     m_briefWaiters.fetch_add(1);
     for (int round = 0; round < rounds && activeCount() != 0; ++round) {
-        platform::relaxCpu();
+        if (round >= kRoundsOfWarmPool && pool.isWaking()) {
+            std::this_thread::yield();
+        } else {
+            platform::relaxCpu();
+        }
         if (round < kRoundOfCall) continue;
         if (round == kRoundOfCall) pool.callWorkerForPendingRuns();
         if (pool.isEveryProcessorBusy()) break;
