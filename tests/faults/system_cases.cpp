@@ -11,8 +11,6 @@
 #include <qel/system/core/system.h>
 #include <tests/support/environment.h>
 
-#include <filesystem>
-
 #include <unistd.h>
 
 namespace qel::test {
@@ -97,19 +95,7 @@ Outcome translate(Folder folder) {
     return outcome;
 }
 
-/// Makes @p folder the working folder for the scope.
-class WorkingFolder {
-public:
-    explicit WorkingFolder(const std::string& folder) { std::filesystem::current_path(folder); }
-    ~WorkingFolder() { std::filesystem::current_path(m_former); }
-
-private:
-    const std::filesystem::path m_former = std::filesystem::current_path();
-};
-
-// An application folder that can't be created is replaced by the working folder.
 Outcome enableService(Folder folder) {
-    const WorkingFolder working(folder.path());
     const EnvironmentVariable home("HOME", folder.path().c_str());
     const EnvironmentVariable data("XDG_DATA_HOME", folder.path("data").c_str());
     const auto service = makeObject<DefaultBackgroundService>(false);
