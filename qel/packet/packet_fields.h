@@ -137,8 +137,10 @@ T PacketFields<Self>::getAt(const PacketField& field, uint32 index) const {
     return value;
 }
 
+// The compiler would call it, which costs as much as what it does.
 template <typename Self>
-ConstByteSpan PacketFields<Self>::getBytes(const PacketScheme::Element& element) const {
+[[gnu::always_inline]] inline ConstByteSpan
+PacketFields<Self>::getBytes(const PacketScheme::Element& element) const {
     const auto index = static_cast<uint32>(element.m_dynamicIndex);
     if (index < self().dynamicCount()) return self().dynamicBytes(index);
     const uint8* const bytes = element.m_fixedCount == 0 ? nullptr : self().staticBytes(element);

@@ -57,15 +57,15 @@ void Packet::forgetScheme() {
     m_cargo.clear();
 }
 
-bool PacketView::fit(const PacketScheme* scheme, const Packet::Manifest& manifest, ConstByteSpan payload) {
-    if (scheme && tryFit(*scheme, manifest, payload)) return true;
-    m_scheme = nullptr;
-    m_knownSize = m_staticSize = m_dynamicCount = 0;
-    m_cargo = {};
-    return false;
+inline void PacketView::reserveRanges(uint32 count) {
+    m_ranges = m_few.data();
+    if (count <= kFewFields) return;
+    m_many = std::make_unique_for_overwrite<Range[]>(count);
+    m_ranges = m_many.get();
 }
 
-bool PacketView::tryFit(const PacketScheme& scheme, const Packet::Manifest& manifest, ConstByteSpan payload) {
+inline bool PacketView::tryFit(const PacketScheme& scheme, const Packet::Manifest& manifest,
+                               ConstByteSpan payload) {
     if (payload.size > std::numeric_limits<uint32>::max())
         return internal::refusePacket("packet too large, actual size=", payload.size);
     internal::PacketCheck check(scheme, manifest, payload.data, static_cast<uint32>(payload.size));
@@ -88,11 +88,12 @@ bool PacketView::tryFit(const PacketScheme& scheme, const Packet::Manifest& mani
     return true;
 }
 
-void PacketView::reserveRanges(uint32 count) {
-    m_ranges = m_few.data();
-    if (count <= kFewFields) return;
-    m_many = std::make_unique_for_overwrite<Range[]>(count);
-    m_ranges = m_many.get();
+bool PacketView::fit(const PacketScheme* scheme, const Packet::Manifest& manifest, ConstByteSpan payload) {
+    if (scheme && tryFit(*scheme, manifest, payload)) return true;
+    m_scheme = nullptr;
+    m_knownSize = m_staticSize = m_dynamicCount = 0;
+    m_cargo = {};
+    return false;
 }
 
 } // namespace qel
