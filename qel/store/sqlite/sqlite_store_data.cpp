@@ -27,7 +27,7 @@ Item view(ConstByteSpan bytes) {
 } // namespace
 
 SqliteStoreData::SqliteStoreData(SqliteStore* store, SmartCStr path)
-    : m_store(store), m_path(path.c_str()), m_transactions(m_connection, m_path) {
+    : m_store(store), m_path(path.c_str()), m_transactions(m_connection, m_entries, m_path) {
     String fault = m_connection.open(m_path.c_str());
     if (fault.empty()) {
         SqliteCode code = prepare();
@@ -41,14 +41,7 @@ SqliteStoreData::SqliteStoreData(SqliteStore* store, SmartCStr path)
 }
 
 SqliteCode SqliteStoreData::prepare() {
-    const std::pair<SqliteStatement*, const char*> statements[] = {
-        {&m_find, "SELECT value FROM entries WHERE position = ?1"},
-        {&m_set, "INSERT INTO entries VALUES (?1, ?2, ?3) ON CONFLICT DO UPDATE SET value = excluded.value"},
-        {&m_erase, "DELETE FROM entries WHERE position = ?1"},
-        {&m_eraseRange, "DELETE FROM entries WHERE position BETWEEN ?1 AND ?2"}};
-    for (const auto& [statement, sql] : statements) {
-        if (const SqliteCode code = statement->prepare(m_connection.get(), sql)) return code;
-    }
+    if (const SqliteCode code = m_entries.prepare(m_connection.get())) return code;
     if (const SqliteCode code = m_up.prepare(m_connection.get(), SqliteCursor::Direction::Up)) return code;
     if (const SqliteCode code = m_down.prepare(m_connection.get(), SqliteCursor::Direction::Down))
         return code;
@@ -56,7 +49,7 @@ SqliteCode SqliteStoreData::prepare() {
 }
 
 void SqliteStoreData::releaseFile(bool isSound) {
-    for (SqliteStatement* statement : {&m_find, &m_set, &m_erase, &m_eraseRange}) statement->finalize();
+    m_entries.finalize();
     m_up.finalize();
     m_down.finalize();
     m_transactions.detach();
@@ -86,21 +79,23 @@ void SqliteStoreData::set(const Item& key, const Item& value) {
 
 /// Writes at the place of m_orderKey.
 void SqliteStoreData::store(const Item& key, const Item& value) {
-    m_set.bind(1, ConstByteSpan::fromText(m_orderKey.bytes()));
-    m_set.bind(2, key.getConstByteSpan());
-    m_set.bind(3, value.getConstByteSpan());
-    write(m_set, m_orderKey.bytes().size() + key.getPlainSize() + value.getPlainSize());
+    const SqliteEntries::Row row{m_orderKey.bytes(), key.getConstByteSpan(), value.getConstByteSpan()};
+    const size_t bytes = row.position.size() + row.key.size + row.value.size;
+    write(row.position, row.position, bytes, [this, &row] { return m_entries.set(row); });
 }
 
-bool SqliteStoreData::write(SqliteStatement& statement, size_t bytes) {
+/// Calls @p write, which writes @p bytes to positions from @p first to @p last and returns a SqliteCode.
+/// @return whether it was done.
+template <typename Write>
+bool SqliteStoreData::write(std::string_view first, std::string_view last, size_t bytes, const Write& write) {
     resetCursors();
     bool isDropped = false;
-    SqliteCode code = m_transactions.prepareWrite(isDropped);
+    SqliteCode code = m_transactions.prepareWrite(first, last, isDropped);
     if (isDropped) {
         noteLoss("an earlier write of the transaction failed");
         return false;
     }
-    if (code == SQLITE_OK) code = statement.run();
+    if (code == SQLITE_OK) code = write();
     if (code == SQLITE_OK) code = m_transactions.wrote(bytes);
     if (code == SQLITE_OK) return true;
     m_transactions.writeFailed();
@@ -113,9 +108,7 @@ void SqliteStoreData::remove(const Item& first, const Item& last) {
     m_orderKey.assign(first);
     m_lastKey.assign(last);
     if (m_orderKey.isQuestion() || m_lastKey.isQuestion()) return removeByQuestion(first, last);
-    m_eraseRange.bind(1, ConstByteSpan::fromText(m_orderKey.bytes()));
-    m_eraseRange.bind(2, ConstByteSpan::fromText(m_lastKey.bytes()));
-    write(m_eraseRange, m_orderKey.bytes().size() + m_lastKey.bytes().size());
+    erase(m_orderKey.bytes(), m_lastKey.bytes());
 }
 
 // Goes from one group of equal keys to the next, so that each bound means what compare() makes of it.
@@ -130,7 +123,7 @@ void SqliteStoreData::removeByQuestion(const Item& first, const Item& last) {
 void SqliteStoreData::eraseEqual(const Item& key) {
     m_orderKey.assign(key);
     if (!m_orderKey.isQuestion()) {
-        erase(m_orderKey.bytes());
+        erase(m_orderKey.bytes(), m_orderKey.bytes());
         return;
     }
     std::vector<std::string> places; // a write would end the walk
@@ -139,13 +132,12 @@ void SqliteStoreData::eraseEqual(const Item& key) {
         return true;
     });
     for (const std::string& place : places) {
-        if (!erase(place)) return;
+        if (!erase(place, place)) return;
     }
 }
 
-bool SqliteStoreData::erase(std::string_view place) {
-    m_erase.bind(1, ConstByteSpan::fromText(place));
-    return write(m_erase, place.size());
+bool SqliteStoreData::erase(std::string_view first, std::string_view last) {
+    return write(first, last, first.size() + last.size(), [&] { return m_entries.erase(first, last); });
 }
 
 bool SqliteStoreData::tryCommit() {
@@ -202,11 +194,10 @@ const Item* SqliteStoreData::get(const Item& key) {
 
 /// Reads what is at the place of m_orderKey.
 const Item* SqliteStoreData::find() {
-    m_find.bind(1, ConstByteSpan::fromText(m_orderKey.bytes()));
-    const SqliteCode code = m_find.step();
-    const Item* const value = code == SQLITE_ROW ? keep(m_find.column(0)) : nullptr;
-    m_find.reset();
-    if (code != SQLITE_ROW && code != SQLITE_DONE) report("read", code);
+    const Item* value = nullptr;
+    const SqliteCode code =
+        m_entries.read(m_orderKey.bytes(), [&](ConstByteSpan bytes) { value = keep(bytes); });
+    if (code != SQLITE_OK) report("read", code);
     return value;
 }
 

@@ -3,6 +3,7 @@
 
 #include <qel/store/core/order_key.h>
 #include <qel/store/sqlite/sqlite_cursor_p.h>
+#include <qel/store/sqlite/sqlite_entries_p.h>
 #include <qel/store/sqlite/sqlite_store.h>
 #include <qel/store/sqlite/sqlite_transactions_p.h>
 
@@ -40,9 +41,10 @@ private:
     void releaseFile(bool isSound);
     void resetCursors();
 
-    bool write(SqliteStatement& statement, size_t bytes);
+    template <typename Write>
+    bool write(std::string_view first, std::string_view last, size_t bytes, const Write& write);
     void store(const Item& key, const Item& value);
-    bool erase(std::string_view place);
+    bool erase(std::string_view first, std::string_view last);
     void eraseEqual(const Item& key);
     void removeByQuestion(const Item& first, const Item& last);
 
@@ -65,8 +67,8 @@ private:
     SqliteStore* const m_store;
     const String m_path;
     SqliteConnection m_connection;
+    SqliteEntries m_entries;
     SqliteTransactions m_transactions;
-    SqliteStatement m_find, m_set, m_erase, m_eraseRange;
     SqliteCursor m_up, m_down;
     OrderKey m_orderKey, m_lastKey;                          // those of the operation that runs
     std::array<Item, SqliteStore::kValuesKept + 1> m_values; // results of get(), used in turn

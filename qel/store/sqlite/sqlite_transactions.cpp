@@ -22,20 +22,38 @@ void SqliteTransactions::detach() {
     for (SqliteStatement* statement :
          {&m_begin, &m_commit, &m_rollback, &m_savepoint, &m_release, &m_rollbackTo})
         statement->finalize();
-    m_savepoints.clear();
+    forgetUndoPoints();
     m_failedLevel = 0;
 }
 
-SqliteCode SqliteTransactions::prepareWrite(bool& isDropped) {
+SqliteCode SqliteTransactions::prepareWrite(std::string_view first, std::string_view last, bool& isDropped) {
     isDropped = m_failedLevel != 0;
-    if (isDropped || hasSavepoint(m_level)) return 0;
+    if (isDropped) return 0;
     if (m_level == 0) return m_connection.isInTransaction() ? 0 : m_begin.run();
+    if (!hasUndoPoint(m_level)) {
+        if (const SqliteCode code = openUndoPoint()) return code;
+    }
+    return isNoting() ? m_undoLog.note(first, last) : 0;
+}
+
+SqliteCode SqliteTransactions::openUndoPoint() {
     if (isGathering()) {
         if (const SqliteCode code = commitGathered()) return code;
     }
-    const SqliteCode code = m_savepoints.empty() ? m_begin.run() : m_savepoint.run();
-    if (code == 0) m_savepoints.push_back(m_level);
+    SqliteCode code = 0;
+    if (m_undoPoints.empty())
+        code = m_begin.run();
+    else if (m_undoPoints.size() < kSavepoints)
+        code = m_savepoint.run();
+    else
+        m_undoLog.begin();
+    if (code == 0) m_undoPoints.push_back(m_level);
     return code;
+}
+
+void SqliteTransactions::forgetUndoPoints() {
+    m_undoPoints.clear();
+    m_undoLog.clear();
 }
 
 SqliteCode SqliteTransactions::wrote(size_t bytes) {
@@ -51,7 +69,7 @@ SqliteCode SqliteTransactions::wrote(size_t bytes) {
 void SqliteTransactions::writeFailed() {
     const bool isAllGone = !m_connection.isInTransaction();
     if (isAllGone) {
-        m_savepoints.clear();
+        forgetUndoPoints();
         forgetGathered();
     }
     if (m_level == 0) m_isLost = true;
@@ -74,25 +92,34 @@ SqliteCode SqliteTransactions::commit(bool& isKept) {
         if (m_failedLevel == level) passFailureOn(level);
         return 0;
     }
-    if (!hasSavepoint(level)) return 0;
+    if (!hasUndoPoint(level)) return 0;
     if (level == 1) {
-        m_savepoints.clear();
+        forgetUndoPoints();
         const SqliteCode code = commitToLog();
         if (code) isKept = false;
         return code;
     }
-    const bool isOwnAround = m_savepoints.size() > 1 && m_savepoints.end()[-2] == level - 1;
+    return joinUndoPoints();
+}
+
+/// Hands the innermost undo point on to the level around its own.
+SqliteCode SqliteTransactions::joinUndoPoints() {
+    const int around = m_undoPoints.back() - 1;
+    const bool isOwnAround = m_undoPoints.size() > 1 && m_undoPoints.end()[-2] == around;
     if (!isOwnAround) {
-        m_savepoints.back() = level - 1;
+        m_undoPoints.back() = around;
         return 0;
     }
-    m_savepoints.pop_back();
-    return m_release.run();
+    const bool wasNoting = isNoting();
+    m_undoPoints.pop_back();
+    if (!wasNoting) return m_release.run();
+    m_undoLog.commit();
+    return 0;
 }
 
 void SqliteTransactions::passFailureOn(int level) {
     m_failedLevel = level - 1;
-    if (hasSavepoint(level)) undo();
+    if (hasUndoPoint(level)) undo();
     if (level == 1)
         logging::error() << "[STORE] store '" << m_path << "' rolled back a transaction that it can't write";
 }
@@ -100,12 +127,24 @@ void SqliteTransactions::passFailureOn(int level) {
 SqliteCode SqliteTransactions::rollback() {
     const int level = m_level--;
     if (m_failedLevel == level) m_failedLevel = 0;
-    return hasSavepoint(level) ? undo() : 0;
+    return hasUndoPoint(level) ? undo() : 0;
 }
 
+/// Takes back what was written since the innermost undo point; if that fails, the whole transaction.
 SqliteCode SqliteTransactions::undo() {
-    m_savepoints.pop_back();
-    if (m_savepoints.empty()) return m_rollback.run();
+    const SqliteCode code = takeBackLevel();
+    if (code == 0 || m_undoPoints.empty()) return code;
+    forgetUndoPoints();
+    if (m_connection.isInTransaction()) m_rollback.run();
+    m_failedLevel = 1;
+    return code;
+}
+
+SqliteCode SqliteTransactions::takeBackLevel() {
+    const bool wasNoting = isNoting();
+    m_undoPoints.pop_back();
+    if (m_undoPoints.empty()) return m_rollback.run();
+    if (wasNoting) return m_undoLog.rollback();
     const SqliteCode code = m_rollbackTo.run();
     return code ? code : m_release.run();
 }

@@ -1,0 +1,46 @@
+// What deeply nested transactions changed, in memory.
+#pragma once
+
+#include <qel/store/sqlite/sqlite_entries_p.h>
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace qel::internal {
+
+/// Nested levels, each with what was at every position before the level first wrote there.
+class SqliteUndoLog {
+public:
+    /// @owner @p entries must outlive it.
+    explicit SqliteUndoLog(SqliteEntries& entries) : m_entries(entries) {}
+
+    /// Opens a level.
+    void begin() { m_levels.emplace_back(); }
+    /// Ends the innermost level, which must be open; the level around it takes over what it noted.
+    void commit();
+    /// Ends the innermost level, which must be open, and restores what it noted. @return 0 or the error.
+    SqliteCode rollback();
+    /// Forgets all levels.
+    void clear() { m_levels.clear(); }
+    /// Notes what is at the positions from @p first to @p last, both included, before they are written to.
+    /// @return 0 or the error.
+    SqliteCode note(std::string_view first, std::string_view last);
+
+private:
+    struct OldRow {
+        std::string key, value;
+    };
+    /// By position; empty for a position without a row.
+    using OldRows = std::map<std::string, std::optional<OldRow>, std::less<>>;
+
+    SqliteCode restore(std::string_view position, const std::optional<OldRow>& row);
+
+    SqliteEntries& m_entries;
+    std::vector<OldRows> m_levels;
+};
+
+} // namespace qel::internal
