@@ -227,6 +227,10 @@ bool SqliteStatement::isNull(int index) {
     return sqlite3_column_type(m_statement, index) == SQLITE_NULL;
 }
 
+bool SqliteStatement::isBytes(int index) {
+    return sqlite3_column_type(m_statement, index) == SQLITE_BLOB;
+}
+
 int64 SqliteStatement::number(int index) {
     return sqlite3_column_int64(m_statement, index);
 }

@@ -36,6 +36,8 @@ public:
     /// Column @p index of the row, from 0 on. @owner valid until the next step() or reset().
     ConstByteSpan column(int index);
     bool isNull(int index);
+    /// Returns true if column @p index holds bytes, and neither text nor a number.
+    bool isBytes(int index);
     /// A column that holds a number.
     int64 number(int index);
 

@@ -38,8 +38,10 @@ bool SqliteCursor::step(SqliteCode& error) {
     return false;
 }
 
-/// Takes over the row that the statement stands on. @return whether it is in its place.
+/// Takes over the row that the statement is on. @return true if it is in its place. A position of another
+/// type than bytes is not: searches compare types first, and would miss rows around it.
 bool SqliteCursor::takeRow() {
+    if (!m_statement.isBytes(2)) return false;
     const std::string_view position = m_statement.column(2).asText();
     m_key = m_statement.column(0);
     m_orderKey.assign(Item(Item::ExternalBufferMode, m_key));

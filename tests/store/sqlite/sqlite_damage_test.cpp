@@ -51,6 +51,26 @@ TEST_F(SqliteDamage, AFlippedBitOfAKeyIsFoundWhenTheFileIsOpened) {
     }
 }
 
+TEST_F(SqliteDamage, APositionOfAnotherTypeIsFoundWhenTheFileIsOpened) {
+    write(0);
+    std::string damaged = scratch.read("data.store");
+    const size_t key = placeOfKey(damaged);
+    ASSERT_NE(key, std::string::npos);
+    // Before the key is its position, and before that the types of position, key and value. A type says
+    // twice the size and 12 for bytes, or 13 for text: https://www.sqlite.org/fileformat2.html#record_format
+    const auto typeOfBytes = [](size_t size) { return static_cast<char>(12 + 2 * size); };
+    size_t size = 1;
+    const auto hasTypes = [&] {
+        return damaged[key - size - 3] == typeOfBytes(size) && damaged[key - size - 2] == typeOfBytes(11);
+    };
+    while (size < 30 && !hasTypes()) ++size;
+    ASSERT_TRUE(hasTypes());
+    damaged[key - size - 3] ^= 1;
+    scratch.write("data.store", damaged);
+    EXPECT_FALSE(SqliteStore(path).good());
+    log.expect(3, "[STORE] can't open store '" + path + "': damaged: " + kOutOfPlace);
+}
+
 struct LargeSqliteDamage : SqliteDamage {
     void SetUp() override {
         write(static_cast<int>(SqliteStore::kCheckedBytes / 1'000'000) + 1);
