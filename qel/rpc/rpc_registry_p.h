@@ -18,11 +18,6 @@ class RpcRegistry : public Object {
     QEL_CLASS(RpcRegistry, Object)
 
 public:
-    /// Lets a String be the key of a hash map.
-    struct NameHash {
-        size_t operator()(const String& name) const { return static_cast<size_t>(name.hash()); }
-    };
-
     explicit RpcRegistry(TaskQueue* queue) : m_queue(queue) {}
 
     /// Queues @p task. @return false when the provider has died. @threads any thread.
@@ -42,8 +37,8 @@ public:
         m_queue = nullptr;
     }
 
-    std::unordered_map<String, std::shared_ptr<const RpcFunction>, NameHash> handlers;
-    std::unordered_map<String, String, NameHash> rights;
+    std::unordered_map<String, std::shared_ptr<const RpcFunction>> handlers;
+    std::unordered_map<String, String> rights;
 
 private:
     Mutex m_mutex; // before the queue's

@@ -16,12 +16,6 @@ class QEL_API URIParser : public Object {
     QEL_CLASS(URIParser, Object)
 
 public:
-    /// Lets a String be the key of a hash map.
-    struct KeyHash {
-        /// Hash of the bytes.
-        size_t operator()(const String& key) const { return static_cast<size_t>(key.hash()); }
-    };
-
     /// Fills the fields from @p uri; a part that the URI lacks becomes empty. A null @p uri is "".
     /// A query that can't be taken apart leaves `query` as it was.
     /// @return false for what is no URI; the fields are left alone then.
@@ -34,7 +28,7 @@ public:
     String port;     ///< as text
     String path;     ///< the segments joined by "/", without a leading one; escapes stay
     /// From keys in lower case to values, both without escapes; the last of equal keys counts.
-    std::unordered_map<String, String, KeyHash> query;
+    std::unordered_map<String, String> query;
 };
 
 } // namespace qel

@@ -4,8 +4,10 @@
 #include <qel/platform/api.h>
 
 #include <compare>
+#include <concepts>
 #include <cstddef>
 #include <cstring>
+#include <ostream>
 #include <string>
 #include <string_view>
 
@@ -13,24 +15,24 @@ namespace qel {
 
 class StringId;
 
-/// One pointer to a NUL-terminated text, for parameters: whoever calls may pass a literal, a String, a
-/// std::string, a StringId or nullptr, and the callee never sees null. Bytes behind the first NUL of a
-/// String are out of its sight.
+/// A pointer to a NUL-terminated text, for parameters: a caller may pass a literal, a String, a std::string,
+/// a StringId or nullptr, and the callee never sees null. Bytes after the first NUL of a String are not
+/// visible.
 /// @owner borrows; the text must outlive it, which a temporary argument does until the call returns.
 class QEL_API SmartCStr {
 public:
-    /// The empty text.
+    /// Refers to the empty text.
     SmartCStr() noexcept = default;
-    /// The empty text.
+    /// Refers to the empty text.
     SmartCStr(std::nullptr_t) noexcept {}
-    /// @param text  may be null, which stands for the empty text.
+    /// Refers to @p text; null means the empty text.
     SmartCStr(const char* text) noexcept : m_text(text) { validate(); }
-    /// The text up to its first NUL; also takes a String.
+    /// Refers to the text up to its first NUL; also takes a String.
     SmartCStr(const std::string& text) noexcept : m_text(text.c_str()) {}
-    /// The text of an interned string. Defined in string_id.h.
+    /// Refers to the text of an interned string. Defined in string_id.h.
     SmartCStr(const StringId& text) noexcept;
 
-    /// Points at another text; null stands for the empty text.
+    /// Refers to another text; null means the empty text.
     void assign(const char* text) noexcept {
         m_text = text;
         validate();
@@ -40,36 +42,36 @@ public:
     /// Exchanges the pointers.
     void swap(SmartCStr& other) noexcept { std::swap(m_text, other.m_text); }
 
-    /// The text; never null.
+    /// Returns the text; never null.
     const char* c_str() const noexcept { return m_text; }
-    /// The first byte; equals end() for the empty text.
+    /// Returns the first byte; equals end() for the empty text.
     const char* begin() const noexcept { return m_text; }
-    /// The terminating NUL; found by walking the text.
+    /// Returns the terminating NUL, which takes a walk over the text.
     const char* end() const noexcept { return m_text + size(); }
-    /// Bytes before the NUL, counted anew by each call.
+    /// Returns the number of bytes before the NUL, which each call counts.
     std::size_t size() const noexcept { return std::strlen(m_text); }
-    /// Same as size().
+    /// Returns size().
     std::size_t length() const noexcept { return size(); }
-    /// Whether the first byte is the NUL.
+    /// Returns whether the text is empty.
     bool empty() const noexcept { return *m_text == '\0'; }
-    /// The same bytes with their length.
+    /// Returns the bytes with their length.
     std::string_view view() const noexcept { return {m_text, size()}; }
 
     /// Compares bytes as unsigned. @return negative, 0 or positive.
     int compare(SmartCStr other) const noexcept { return std::strcmp(m_text, other.m_text); }
-    /// Whether the text starts with @p text; every text starts with the empty one.
+    /// Returns whether the text starts with @p text; every text starts with the empty one.
     bool begins_with(SmartCStr text) const noexcept { return view().starts_with(text.view()); }
-    /// Whether the text starts with @p c.
+    /// Returns whether the text starts with @p c.
     bool begins_with(char c) const noexcept { return view().starts_with(c); }
-    /// Whether the text ends with @p text; every text ends with the empty one.
+    /// Returns whether the text ends with @p text; every text ends with the empty one.
     bool ends_with(SmartCStr text) const noexcept { return view().ends_with(text.view()); }
-    /// Whether the text ends with @p c.
+    /// Returns whether the text ends with @p c.
     bool ends_with(char c) const noexcept { return view().ends_with(c); }
-    /// Whether @p text occurs anywhere; the empty one always does.
+    /// Returns whether @p text occurs anywhere; the empty one always does.
     bool contains(SmartCStr text) const noexcept { return std::strstr(m_text, text.m_text) != nullptr; }
-    /// Whether @p c occurs before the NUL.
+    /// Returns whether @p c occurs before the NUL.
     bool contains(char c) const noexcept { return view().find(c) != std::string_view::npos; }
-    /// The text from @p offset bytes further on; an offset behind the end gives the empty text.
+    /// Returns the text from @p offset on; an offset past the end returns the empty text.
     SmartCStr substr(unsigned offset) const noexcept {
         const void* nul = std::memchr(m_text, '\0', offset);
         return nul ? SmartCStr() : SmartCStr(m_text + offset);
@@ -80,17 +82,21 @@ public:
         m_text += *m_text != '\0';
         return *this;
     }
-    /// Steps to the next byte; stays on the terminating NUL. @return the place before the step.
+    /// Steps to the next byte; stays on the terminating NUL. @return the position before the step.
     SmartCStr operator++(int) noexcept {
         SmartCStr before = *this;
         ++*this;
         return before;
     }
 
-    /// The text; never null.
+    /// Returns the text; never null.
     operator const char*() const noexcept { return m_text; }
-    /// True when not empty.
-    explicit operator bool() const noexcept { return !empty(); }
+    /// Returns whether the text is not empty. A template, so that it serves bool alone and is preferred there
+    /// to the conversion to a pointer, which is never null.
+    template <std::same_as<bool> Bool>
+    operator Bool() const noexcept {
+        return !empty();
+    }
 
     /// Compares bytes, not addresses.
     friend bool operator==(SmartCStr a, SmartCStr b) noexcept { return a.compare(b) == 0; }
@@ -109,8 +115,11 @@ public:
         return a.view() <=> std::string_view(b);
     }
 
+    /// Writes the text to a stream.
+    friend std::ostream& operator<<(std::ostream& out, SmartCStr text) { return out << text.m_text; }
+
 protected:
-    /// Puts the shared empty text in the place of null.
+    /// Replaces null with the shared empty text.
     void validate() noexcept {
         if (!m_text) m_text = kEmpty;
     }

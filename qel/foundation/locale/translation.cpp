@@ -55,15 +55,10 @@ struct Record {
     bool missing = false;
 };
 
-// Keys are looked up without making a string of them.
-struct TextHash {
-    using is_transparent = void;
-    size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
-};
-
 struct Cache {
     Mutex mutex;
-    std::unordered_map<std::string, Record, TextHash, std::equal_to<>> records QEL_GUARDED_BY(mutex);
+    // Keys are looked up without copying them to a string.
+    std::unordered_map<String, Record, std::hash<String>, std::equal_to<>> records QEL_GUARDED_BY(mutex);
     uint64 generation QEL_GUARDED_BY(mutex) = 0; // counts how often the records were dropped
 };
 

@@ -608,10 +608,6 @@ private:
     IVec4<float> defaultSafeArea() const;
     void noteActivity() { m_lastActivityTime = getTimeFast(); }
 
-    struct TextHash {
-        size_t operator()(const String& text) const { return static_cast<size_t>(text.hash()); }
-    };
-
     const std::thread::id m_mainThread = std::this_thread::get_id();
     std::array<Mutex, 256> m_hashedMutexes;
     WeakPointer<Object> m_keyboardReceiver;
@@ -659,7 +655,7 @@ private:
     float m_statusBarSize = 0;
     Vector<uint64> m_lastCpuTimes; ///< idle, kernel, user; empty before the first sample
     Vector<String> m_arguments;
-    std::unordered_map<String, String, TextHash> m_environment;
+    std::unordered_map<String, String> m_environment;
     ApplicationFactory m_applicationFactory;
     SmartPointer<Application> m_application;
     std::unique_ptr<RandomEngine> m_randomEngine; ///< system/services/random_engine.h

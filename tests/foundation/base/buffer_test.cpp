@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <new>
+#include <type_traits>
 
 using namespace qel;
 
@@ -21,7 +22,7 @@ std::string_view textOf(const Buffer& buffer) {
 
 } // namespace
 
-TEST(Buffer, GrowsExactlyByResizeAndByAnEighthOrToWholePagesAbove4096ByAppending) {
+TEST(Buffer, ResizeGrowsExactlyAndAppendByAnEighthOrPages) {
     Buffer buffer;
     buffer.resize(500);
     EXPECT_EQ(buffer.getReservedSize(), 500u);
@@ -32,7 +33,7 @@ TEST(Buffer, GrowsExactlyByResizeAndByAnEighthOrToWholePagesAbove4096ByAppending
     }
 }
 
-TEST(Buffer, ReservingKeepsTheContentAndCountsWhatIsFree) {
+TEST(Buffer, ReservingKeepsTheContent) {
     Buffer buffer = bufferOf("abc");
     buffer.reserveAdditionally(2, 10);
     buffer.reserveAdditionally(10, 100); // 10 are free
@@ -42,7 +43,7 @@ TEST(Buffer, ReservingKeepsTheContentAndCountsWhatIsFree) {
     EXPECT_EQ(textOf(buffer), "abc");
 }
 
-TEST(Buffer, MovingSwapsTheMemoryAndCopyingCopiesIt) {
+TEST(Buffer, MovingSwapsAndCopyingCopies) {
     Buffer a = bufferOf("first");
     Buffer b = bufferOf("second");
     const uint8* memory = a.getBytePointer();
@@ -56,7 +57,7 @@ TEST(Buffer, MovingSwapsTheMemoryAndCopyingCopiesIt) {
     EXPECT_EQ(textOf(Buffer(std::move(b))), "First");
 }
 
-TEST(Buffer, AReaderFillsTheReserveAndCommitsItNeverBeyondTheMemory) {
+TEST(Buffer, CommitsAtMostTheReserve) {
     Buffer buffer = bufferOf("ab");
     buffer.reserveTotal(4);
     ASSERT_EQ(buffer.appendReserve().size, 2u);
@@ -67,7 +68,7 @@ TEST(Buffer, AReaderFillsTheReserveAndCommitsItNeverBeyondTheMemory) {
     EXPECT_EQ(buffer.getSize(), 4u);
 }
 
-TEST(Buffer, EditsWhatIsThereWithItsOwnBytesAsASourceToo) {
+TEST(Buffer, EditsMayUseItsOwnBytesAsTheirSource) {
     const std::pair<void (*)(Buffer&), std::string> edits[] = {
         {[](Buffer& b) { b.append(b.getBytePointer() + 1, 2); }, "abcdbc"},
         {[](Buffer& b) { b.insertFront(ConstByteSpan(b.getBytePointer() + 2, 2)); }, "cdabcd"},
@@ -83,8 +84,35 @@ TEST(Buffer, EditsWhatIsThereWithItsOwnBytesAsASourceToo) {
         Buffer buffer(bytes, 3, bytes + 3, 1);
         edit(buffer);
         EXPECT_EQ(textOf(buffer), expected);
-        EXPECT_EQ(buffer ? true : false, !expected.empty()) << "memory without content is no content";
     }
+}
+
+static bool returned(Buffer& buffer) {
+    return buffer;
+}
+static bool passed(bool value) {
+    return value;
+}
+
+TEST(Buffer, IsTrueWhereverABoolIsWantedUnlessEmpty) {
+    Buffer full = bufferOf("a");
+    Buffer cleared = bufferOf("a");
+    cleared.clear(); // keeps its memory
+    const Buffer& constCleared = cleared;
+    bool value = cleared;
+    EXPECT_FALSE(value);
+    value = constCleared;
+    EXPECT_FALSE(value);
+    value = full;
+    EXPECT_TRUE(value);
+    EXPECT_FALSE(returned(cleared));
+    EXPECT_FALSE(passed(cleared));
+    EXPECT_FALSE(passed(constCleared));
+    EXPECT_TRUE(passed(full));
+    EXPECT_TRUE(!cleared);
+    EXPECT_TRUE(cleared.getBytePointer());
+    static_assert(!std::is_convertible_v<Buffer, int>);
+    static_assert(std::is_convertible_v<Buffer&, uint8*>);
 }
 
 TEST(Buffer, ComparesBytesAsUnsignedAndThenSizes) {
@@ -92,7 +120,7 @@ TEST(Buffer, ComparesBytesAsUnsignedAndThenSizes) {
     EXPECT_EQ(Buffer::compare(bufferOf("abc"), bufferOf("a")), 2);
 }
 
-TEST(Buffer, SizesThatOverflowLeaveItUnchanged) {
+TEST(Buffer, StaysUnchangedIfASizeOverflows) {
     Buffer buffer = bufferOf("abc");
     EXPECT_THROW(buffer.append(SIZE_MAX), std::bad_alloc);
     EXPECT_THROW(buffer.resizeExtraReserve(SIZE_MAX - 10), std::bad_alloc);
