@@ -7,7 +7,7 @@
 
 namespace qel::internal {
 
-/// What is known about the directions in a text.
+/// The right-to-left runs of a text.
 struct TextDirections {
     bool beginsRightToLeft = false; ///< whether the first character belongs to a right-to-left run
     bool holdsRightToLeft = false;  ///< whether there is any right-to-left run

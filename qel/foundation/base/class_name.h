@@ -6,7 +6,7 @@
 
 namespace qel {
 
-/// Names of a class and its bases, root first; the entries behind the class itself are null.
+/// Names of a class and its bases, root first; the entries after the class itself are null.
 using ClassChain = std::array<const char*, 16>;
 
 namespace internal {
@@ -21,8 +21,8 @@ inline int appendClassName(ClassChain& chain, int index, const char* name) {
 } // namespace internal
 } // namespace qel
 
-/// Emits the class-name members of a class that descends from qel::Object; stands first in the class body:
-/// `getStaticClassName`, `getDynamicClassName`, `getStaticClassChain`, `getDynamicClassChain` and
+/// Emits the class-name members of a class that derives from qel::Object, as the first line of the class
+/// body: `getStaticClassName`, `getDynamicClassName`, `getStaticClassChain`, `getDynamicClassChain` and
 /// `fillClassChain`. The name is the bare one, without namespace and enclosing class. Members that follow are
 /// private until the next access label.
 #define QEL_CLASS(Class, Base) QEL_CLASS_NAMED(#Class, Base)
@@ -57,8 +57,8 @@ protected:                                                                      
                                                                                                              \
 private:
 
-/// Emits the one name that a value class has; stands first in the class body, members that follow are
-/// private.
+/// Emits the name of a value class, as the first line of the class body. Members that follow are private
+/// until the next access label.
 #define QEL_VALUE_CLASS(Class)                                                                               \
 public:                                                                                                      \
     /** Bare name of this class. */                                                                          \

@@ -14,26 +14,26 @@ class Delegate;
 
 /// Calls one listener, the last one connected. A connection to an object is weak: it ends when the object
 /// dies. Unconnected, a delegate without a result does nothing; one with a result must not be called, and if
-/// it is, it logs an error once and gives a zero or empty value.
+/// it is, it logs an error once and returns a zero or empty value.
 /// @threads one thread, in practice the main thread; no locks.
 template <typename R, typename... Args>
 class Delegate<R(Args...)> : public internal::TypedListenerList<R, Args...> {
 public:
-    /// Replaces the listener by a callable. @return a handle for disconnect.
+    /// Replaces the listener with a callable. @return a handle for disconnect.
     template <typename F>
     SignalConnection* connect(F&& callable) {
         return replace(this->makeConnection(std::forward<F>(callable)));
     }
 
-    /// Replaces the listener by a member function of @p object, or a callable that ends with @p object. A
-    /// null object gives a connection without a weak registration; its member function is never called.
+    /// Replaces the listener with a member function of @p object, or a callable that ends with @p object. A
+    /// null object creates a connection without a weak registration; its member function is never called.
     /// @return a handle for disconnect.
     template <typename T, typename F>
     SignalConnection* connect(T* object, F&& callable) {
         return replace(this->makeWeakConnection(object, std::forward<F>(callable)));
     }
 
-    /// Whether there is a listener.
+    /// Returns whether there is a listener.
     explicit operator bool() const { return this->isConnected(); }
 
     /// Calls the listener.

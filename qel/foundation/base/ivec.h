@@ -11,15 +11,15 @@ struct IVec2 {
     /// Second component; also height or G.
     T y{};
 
-    /// All components zero.
+    /// Sets all components to zero.
     constexpr IVec2() = default;
-    /// The given components.
+    /// Sets the components to the given values.
     constexpr IVec2(T x_, T y_) : x(x_), y(y_) {}
     /// Converts each component as static_cast does.
     template <typename U>
     constexpr explicit IVec2(const IVec2<U>& o) : x(static_cast<T>(o.x)), y(static_cast<T>(o.y)) {}
 
-    /// Equal in each component.
+    /// Compares all components.
     friend constexpr bool operator==(const IVec2&, const IVec2&) = default;
 };
 
@@ -33,16 +33,16 @@ struct IVec3 {
     /// Third component; also B.
     T z{};
 
-    /// All components zero.
+    /// Sets all components to zero.
     constexpr IVec3() = default;
-    /// The given components.
+    /// Sets the components to the given values.
     constexpr IVec3(T x_, T y_, T z_) : x(x_), y(y_), z(z_) {}
     /// Converts each component as static_cast does.
     template <typename U>
     constexpr explicit IVec3(const IVec3<U>& o)
         : x(static_cast<T>(o.x)), y(static_cast<T>(o.y)), z(static_cast<T>(o.z)) {}
 
-    /// Equal in each component.
+    /// Compares all components.
     friend constexpr bool operator==(const IVec3&, const IVec3&) = default;
 };
 
@@ -60,16 +60,16 @@ struct IVec4 {
     /// Fourth component; also bottom or A.
     T w{};
 
-    /// All components zero.
+    /// Sets all components to zero.
     constexpr IVec4() = default;
-    /// The given components.
+    /// Sets the components to the given values.
     constexpr IVec4(T x_, T y_, T z_, T w_) : x(x_), y(y_), z(z_), w(w_) {}
     /// Converts each component as static_cast does.
     template <typename U>
     constexpr explicit IVec4(const IVec4<U>& o)
         : x(static_cast<T>(o.x)), y(static_cast<T>(o.y)), z(static_cast<T>(o.z)), w(static_cast<T>(o.w)) {}
 
-    /// Equal in each component.
+    /// Compares all components.
     friend constexpr bool operator==(const IVec4&, const IVec4&) = default;
 };
 

@@ -1,4 +1,4 @@
-// ListenerList: what Signal and Delegate have in common.
+// ListenerList: the common base of Signal and Delegate.
 #pragma once
 
 #include <qel/foundation/base/object.h>
@@ -12,11 +12,11 @@
 
 namespace qel::internal {
 
-/// An ordered list of connections that may change in every way while its listeners are being called.
+/// An ordered list of connections that may change in any way while its listeners are being called.
 ///
-/// The connections form a ring; its head moves on with each call of an emission, so that the ring has turned
-/// once when everybody was called, and nothing is held across a call. A connection that is removed while it
-/// runs lives on, out of the list, until its call has returned.
+/// The connections form a ring whose head advances with each call of an emission, so that it has turned once
+/// when all have been called, and nothing is held across a call. A connection that is removed during its own
+/// call stays alive outside the list until the call returns.
 /// @threads one thread, in practice the main thread; no locks.
 class QEL_API ListenerList : public Object, public PointerOwner {
     QEL_CLASS_NAMED("_Signal", Object)
@@ -25,18 +25,18 @@ public:
     ListenerList() = default;
     ListenerList(const ListenerList&) = delete;
     ListenerList& operator=(const ListenerList&) = delete;
-    /// Ends all connections, the first one first; an emission in progress calls nobody any more.
+    /// Ends all connections, the first one first; an emission in progress calls no further listener.
     ~ListenerList() override;
 
-    /// Ends @p connection. @return false, without an effect, when it isn't a connection of this list.
+    /// Ends @p connection. @return false, with no effect, if it isn't a connection of this list.
     bool disconnect(SignalConnection* connection);
     /// Ends all connections, the first one first.
     void disconnectAll();
-    /// Whether there is a listener.
+    /// Returns whether there is a listener.
     bool isConnected() const { return m_head != nullptr; }
 
 protected:
-    /// A call of a listener in progress: the connection outlives it, even one that was removed meanwhile.
+    /// A call of a listener in progress; keeps the connection alive until it returns, even if it is removed.
     class Call {
     public:
         explicit Call(SignalConnection* connection) : m_connection(connection) {
@@ -51,7 +51,7 @@ protected:
     };
 
     /// An emission to several listeners in progress; lives on the stack and notices when its list dies. Its
-    /// call is only counted when the connection is removed meanwhile.
+    /// call is only counted if the connection is removed in the meantime.
     class Emission {
     public:
         explicit Emission(ListenerList& list);
@@ -62,15 +62,15 @@ protected:
             if (m_list) m_list->endEmission(m_outer);
         }
 
-        /// The listener whose turn is first, null if there is none.
+        /// Returns the first listener to call, or null if there is none.
         SignalConnection* first() const { return unvisited(m_list->m_head); }
-        /// Begins the turn of @p connection. @return the one that follows it now, for next().
+        /// Marks @p connection as being called. @return the one that follows it now, for next().
         SignalConnection* begin(SignalConnection* connection) {
             connection->m_visitedIn = m_number;
             m_connection = connection;
             return m_list->m_head = connection->m_next;
         }
-        /// The listener whose turn is next, null when all have had theirs.
+        /// Returns the next listener to call, or null if all have been called.
         SignalConnection* next(SignalConnection* following) {
             return m_isDisturbed ? settle() : unvisited(following);
         }
@@ -91,11 +91,11 @@ protected:
         bool m_isDisturbed = false; // a listener was removed, or an emission inside this one has ended
     };
 
-    /// Whether there is exactly one listener.
+    /// Returns whether there is exactly one listener.
     bool isSingle() const { return m_head && m_head->m_next == m_head; }
-    /// The first listener, null if there is none.
+    /// Returns the first listener, or null if there is none.
     SignalConnection* first() const { return m_head; }
-    /// Appends @p connection and owns it from now on.
+    /// Appends @p connection and takes ownership of it.
     SignalConnection* append(SignalConnection* connection);
 
 private:
@@ -110,7 +110,7 @@ private:
 
     SignalConnection* m_head = nullptr;
     Emission* m_emission = nullptr; // the innermost one
-    uint64 m_emissionNumber = 1;    // connections that bear it have had their turn
+    uint64 m_emissionNumber = 1;    // connections that carry it have been called
 };
 
 /// The connect operations for listeners that return @p R.
@@ -125,7 +125,7 @@ protected:
         return invoke(connection, std::forward<A>(args)...);
     }
 
-    /// As callListener, for a call that an Emission looks after.
+    /// As callListener, for a call that belongs to an Emission.
     template <typename... A>
     static R invoke(SignalConnection* connection, A&&... args) {
         return static_cast<BaseConn*>(connection)->call(std::forward<A>(args)...);

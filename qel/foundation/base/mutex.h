@@ -15,7 +15,7 @@
 #define QEL_SCOPED_CAPABILITY QEL_THREAD_ANNOTATION(scoped_lockable)
 /// The field may only be touched while the named mutex is held.
 #define QEL_GUARDED_BY(mutex) QEL_THREAD_ANNOTATION(guarded_by(mutex))
-/// What the pointer field points at may only be touched while the named mutex is held.
+/// The object that the pointer field points to may only be touched while the named mutex is held.
 #define QEL_POINTER_GUARDED_BY(mutex) QEL_THREAD_ANNOTATION(pt_guarded_by(mutex))
 /// The caller must hold the mutex; names of such functions end in Locked.
 #define QEL_REQUIRES(...) QEL_THREAD_ANNOTATION(requires_capability(__VA_ARGS__))
@@ -31,7 +31,7 @@
 #define QEL_ACQUIRED_BEFORE(...) QEL_THREAD_ANNOTATION(acquired_before(__VA_ARGS__))
 /// The function returns the named mutex.
 #define QEL_RETURN_CAPABILITY(mutex) QEL_THREAD_ANNOTATION(lock_returned(mutex))
-/// The function is beyond the analysis; a comment beside it says why it is right.
+/// Exempts a function from the analysis; a comment beside it explains why it is correct.
 #define QEL_NO_THREAD_ANALYSIS QEL_THREAD_ANNOTATION(no_thread_safety_analysis)
 
 namespace qel {
@@ -42,13 +42,13 @@ class QEL_CAPABILITY("mutex") Mutex : public std::mutex {
 public:
     /// Blocks until the mutex is held. @errors std::system_error as std::mutex.
     void lock() QEL_ACQUIRE() { std::mutex::lock(); }
-    /// Releases the mutex; the caller must hold it.
+    /// Unlocks the mutex; the caller must hold it.
     void unlock() QEL_RELEASE() { std::mutex::unlock(); }
-    /// Takes the mutex if it is free. @return whether it is now held.
+    /// Locks the mutex if it is free. @return true if it is now held.
     bool try_lock() QEL_TRY_ACQUIRE(true) { return std::mutex::try_lock(); }
 };
 
-/// Holds a Mutex for a scope; may let go and take it again in between.
+/// Holds a Mutex for a scope; can unlock it and lock it again in between.
 class QEL_SCOPED_CAPABILITY MutexLock {
 public:
     /// Blocks until @p mutex is held; it must outlive the lock.
@@ -57,11 +57,11 @@ public:
     MutexLock(const MutexLock&) = delete;
     MutexLock& operator=(const MutexLock&) = delete;
 
-    /// Takes the mutex again after unlock().
+    /// Locks the mutex again after unlock().
     void lock() QEL_ACQUIRE() { m_lock.lock(); }
-    /// Lets go of the mutex before the scope ends.
+    /// Unlocks the mutex before the scope ends.
     void unlock() QEL_RELEASE() { m_lock.unlock(); }
-    /// The standard form, for waiting on a std::condition_variable.
+    /// Returns the standard lock, for waiting on a std::condition_variable.
     std::unique_lock<std::mutex>& standard() { return m_lock; }
 
 private:

@@ -21,7 +21,7 @@ class WeakPointerExtension;
 
 namespace internal {
 
-/// The one System; null before System::initialize and after System::deinitialize.
+/// The System of the process; null before System::initialize and after System::deinitialize.
 extern QEL_API System* g_system;
 
 } // namespace internal
@@ -29,8 +29,8 @@ extern QEL_API System* g_system;
 /// Root of the class tree: an intrusive reference count, weak pointers that cost one null pointer until the
 /// first is taken, a class name and a class chain.
 ///
-/// An object is born with count 0. Once a SmartPointer holds it, the release that brings the count back to 0
-/// deletes it; an object never held is deleted by whoever made it. Any thread may take and release
+/// An object starts with count 0. Once a SmartPointer holds it, the release that brings the count back to 0
+/// deletes it; an object that was never held is deleted by its creator. Any thread may take and release
 /// references.
 class QEL_API Object {
 public:
@@ -41,16 +41,16 @@ public:
     /// Leaves the count and the weak pointers of both sides as they are.
     Object& operator=(const Object&) { return *this; }
 
-    /// Bare name of the object's own class, without namespace or enclosing class.
+    /// Returns the bare name of the object's own class, without namespace or enclosing class.
     virtual const char* getDynamicClassName() const;
-    /// Names from "Object" down to the object's own class; the rest of the entries are null.
+    /// Returns the names from "Object" down to the object's own class; the remaining entries are null.
     virtual ClassChain getDynamicClassChain() const;
-    /// Clears the weak pointers to this object, the last one registered first, and tells their owners.
+    /// Clears the weak pointers to this object, the last one registered first, and notifies their owners.
     virtual ~Object();
 
-    /// Bare name of this class: "Object".
+    /// Returns the bare name of this class, "Object".
     static const char* getStaticClassName() { return "Object"; }
-    /// The chain of this class: "Object".
+    /// Returns the chain of this class, "Object" alone.
     static ClassChain getStaticClassChain();
 
     /// Adds one reference. @threads any thread.
@@ -65,17 +65,17 @@ public:
     void decreaseReferenceCountBy(unsigned n) {
         if (m_referenceCount.fetch_sub(static_cast<int32>(n)) == static_cast<int32>(n)) delete this;
     }
-    /// References held at this moment; another thread may change it at once.
+    /// Returns the number of references; another thread may change it at any time.
     int getReferenceCount() const { return m_referenceCount.load(); }
 
-    /// Hands one reference of the caller's to the main thread, which releases it in the next pass of
+    /// Hands one reference of the caller to the main thread, which releases it in the next pass of
     /// System::processEvents. @threads any thread.
     void decreaseReferenceCountAsyncOnMain();
-    /// Hands one reference of the caller's to a worker of the global parallel queue.
+    /// Hands one reference of the caller to a worker of the global parallel queue.
     /// Defined in system/tasks/object_async_release.cpp. @threads any thread; System must exist.
     void decreaseReferenceCountAsyncOnParallel();
-    /// Keeps the object alive until the main loop next releases its timed references, whatever else lets go
-    /// of it. @threads any thread.
+    /// Keeps the object alive until the main loop next releases its timed references, even if all other
+    /// references are released. @threads any thread.
     void takeTimedReference();
     /// Adds a reference for good, so that no SmartPointer ever deletes the object: for objects on the stack
     /// or inside another object.
@@ -85,43 +85,43 @@ public:
     /// so that nobody reaches a half-dead object.
     void removeWeakPointers();
 
-    /// Registers @p object under @p name in place of what stood there; null erases the entry.
+    /// Registers @p object under @p name, replacing any earlier object; null erases the entry.
     /// The old object loses its reference under the registry's mutex: the destructor of a singleton must not
     /// call the singleton functions.
     /// @owner the registry holds a reference. @return @p object. @threads any thread.
     static Object* setSingleton(const char* name, Object* object);
-    /// The object registered under @p name or null; no reference is added. @threads any thread.
+    /// Returns the object registered under @p name, or null, without adding a reference. @threads any thread.
     static Object* getSingletonObject(const char* name);
     /// Empties the registry; the objects lose their references under its mutex. @threads any thread.
     static void discardSingletons();
 
-    /// The one System, null when there is none. Defined in system/core/system.cpp.
+    /// Returns the System, or null if none exists. Defined in system/core/system.cpp.
     static System* system();
-    /// The host's Application, made on first use. Defined in system/core/system.cpp.
+    /// Returns the host's Application, which is created on first use. Defined in system/core/system.cpp.
     static Application* application();
 
-    /// Text for @p key in the current language, "NOTR:" and the key when there is none. The pointer is valid
+    /// Returns the text for @p key in the current language, or "NOTR:" and the key. The pointer is valid
     /// until clearTrCache(). Defined in foundation/locale/translation.cpp. @threads any thread.
     static const char* tr(const char* key);
-    /// As tr(key), but gives @p fallback when there is no translation.
+    /// As tr(key), but returns @p fallback if there is no translation.
     static const char* tr(const char* key, const char* fallback);
-    /// Text for @p key in @p language, "NOTR:" and the key when there is none; not cached.
+    /// Returns the text for @p key in @p language, or "NOTR:" and the key; not cached.
     static String tr_l(const char* language, const char* key);
-    /// As tr_l(language, key), but gives @p fallback (null: empty) when there is no translation.
+    /// As tr_l(language, key), but returns @p fallback (null: empty) if there is no translation.
     static String tr_l(const char* language, const char* key, const char* fallback);
-    /// Forgets all cached translations; pointers that tr() gave become invalid. @threads any thread.
+    /// Discards all cached translations; pointers returned by tr() become invalid. @threads any thread.
     static void clearTrCache();
-    /// Whether @p key has a translation in the current language. @threads any thread.
+    /// Returns whether @p key has a translation in the current language. @threads any thread.
     static bool isTrValid(const char* key);
 
-    /// Fills the script class @p cls with what every reference-counted class shares. Defined in
+    /// Adds the members of every reference-counted class to the script class @p cls. Defined in
     /// script/object_binding.cpp.
     static void bindSqVM(qelSq::Object* cls);
 
 protected:
     /// Writes "Object" at @p index of @p chain. @return the next free index.
     static int fillClassChain(ClassChain& chain, int index);
-    /// Makes sure that the object can hold weak pointers. @threads any thread; several may race.
+    /// Creates the list of weak pointers if it does not exist yet. @threads any thread, also several at once.
     void createWeakPointerExtension();
 
 private:

@@ -6,7 +6,7 @@
 namespace qel {
 
 /// A rectangle from (x0, y0), included, to (x1, y1). It is empty when x1 isn't above x0 or y1 isn't above y0;
-/// a rectangle with an edge that is no number is empty, too. Default constructed it is empty, all zero.
+/// a rectangle with an edge that is NaN is empty, too. A default-constructed one is empty, all zero.
 struct Rect {
     /// Left edge.
     float x0 = 0;
@@ -17,27 +17,27 @@ struct Rect {
     /// Bottom edge.
     float y1 = 0;
 
-    /// An empty rectangle, all zero.
+    /// Creates an empty rectangle, all zero.
     constexpr Rect() = default;
-    /// The given edges: left, top, right, bottom.
+    /// Sets the edges: left, top, right, bottom.
     constexpr Rect(float left, float top, float right, float bottom)
         : x0(left), y0(top), x1(right), y1(bottom) {}
-    /// The given corners.
+    /// Sets two opposite corners.
     constexpr Rect(const IVec2<float>& leftTop_, const IVec2<float>& rightBottom_)
         : x0(leftTop_.x), y0(leftTop_.y), x1(rightBottom_.x), y1(rightBottom_.y) {}
 
-    /// True when the rectangle holds no point.
+    /// Returns whether the rectangle contains no point.
     constexpr bool isEmpty() const { return !(x1 > x0 && y1 > y0); }
-    /// x1 - x0, negative for swapped edges.
+    /// Returns x1 - x0, which is negative for swapped edges.
     constexpr float getWidth() const { return x1 - x0; }
-    /// y1 - y0, negative for swapped edges.
+    /// Returns y1 - y0, which is negative for swapped edges.
     constexpr float getHeight() const { return y1 - y0; }
-    /// The corner (x0, y0).
+    /// Returns the corner (x0, y0).
     constexpr IVec2<float> leftTop() const { return {x0, y0}; }
-    /// The corner (x1, y1).
+    /// Returns the corner (x1, y1).
     constexpr IVec2<float> rightBottom() const { return {x1, y1}; }
 
-    /// Equal in each edge.
+    /// Compares all edges.
     friend constexpr bool operator==(const Rect&, const Rect&) = default;
 };
 

@@ -14,10 +14,12 @@ class Signal;
 ///
 /// A connection to an object is weak: it ends when the object dies, so that no listener has to unregister.
 /// Listeners may connect, disconnect, die, emit again or destroy the signal while it is being emitted:
-/// - a listener that was removed isn't called, and one that was connected meanwhile isn't called twice; it
-///   takes its place behind the listener that is being called;
-/// - an emission from a listener calls who hasn't had his turn; then everybody counts as not called, and the
-///   outer emission starts over;
+/// - a listener that was removed isn't called, and one that was connected in the meantime isn't called twice;
+/// it
+///   is placed after the listener that is being called;
+/// - an emission from a listener calls the listeners that haven't been called yet; then all count as not
+/// called,
+///   and the outer emission starts over;
 /// - with exactly one listener the signal isn't touched after the call.
 /// @threads one thread, in practice the main thread; no locks.
 template <typename... Args>
@@ -31,8 +33,8 @@ public:
         return this->append(this->makeConnection(std::forward<F>(callable)));
     }
 
-    /// Appends a member function of @p object, or a callable that ends with @p object. A null object gives a
-    /// connection without a weak registration; its member function is never called.
+    /// Appends a member function of @p object, or a callable that ends with @p object. A null object creates
+    /// a connection without a weak registration; its member function is never called.
     /// @return a handle for disconnect.
     template <typename T, typename F>
     SignalConnection* connect(T* object, F&& callable) {

@@ -14,8 +14,8 @@ namespace internal {
 class ListenerList;
 }
 
-/// Root of all connections, and the handle that connect returns. It belongs to its Signal or Delegate and
-/// ends with it, with its target object, or by disconnect.
+/// Base of all connections, and the handle that connect returns. It is owned by its Signal or Delegate, and
+/// ends with that, with its target object, or through disconnect.
 class QEL_API SignalConnection {
 public:
     SignalConnection() = default;
@@ -29,18 +29,18 @@ private:
     static constexpr uint32 kRemoved = 1;
     static constexpr uint32 kCall = 2;
 
-    /// Stops hearing of the target's death.
+    /// Stops watching the target.
     virtual void detach() {}
 
     SignalConnection* m_next = nullptr;
     SignalConnection* m_previous = nullptr;
-    uint64 m_visitedIn = 0; // number of the emission that called it last
+    uint64 m_visitedIn = 0; // number of the last emission that called it
     uint32 m_calls = 0;     // kCall for each counted call that hasn't returned, and kRemoved
 };
 
 namespace internal {
 
-/// What a call gives that reaches nobody: nothing, a zero, a reference to an empty value.
+/// The result of a call without a listener: nothing, zero, or a reference to an empty value.
 template <typename R>
 R neutralValue() {
     if constexpr (std::is_reference_v<R>) {
@@ -82,7 +82,7 @@ public:
     using WeakPointerBase::unregisterObject;
 };
 
-/// A callable that ends with its target object.
+/// A callable that is disconnected when its target object dies.
 template <typename F, typename R, typename... Args>
 class LambdaWeakConn final : public Connection<R, Args...> {
 public:
@@ -98,7 +98,7 @@ private:
     ConnectionTarget m_target;
 };
 
-/// Calls a member function of an object; without an object it does nothing and gives a neutral value.
+/// Calls a member function of an object; without an object it does nothing and returns a neutral value.
 template <typename R, typename T, typename M>
 class MemberCall {
 public:

@@ -13,17 +13,17 @@ namespace qel {
 template <typename T>
 class SmartPointer {
 public:
-    /// Null.
+    /// Creates a null pointer.
     SmartPointer() noexcept = default;
-    /// Null.
+    /// Creates a null pointer.
     SmartPointer(std::nullptr_t) noexcept {}
     /// Takes a reference to @p object, which may be null.
     SmartPointer(T* object) : m_object(object) { acquire(); }
-    /// Takes a further reference.
+    /// Adds a reference.
     SmartPointer(const SmartPointer& other) : SmartPointer(other.m_object) {}
     /// Takes over the reference; @p other becomes null.
     SmartPointer(SmartPointer&& other) noexcept : m_object(std::exchange(other.m_object, nullptr)) {}
-    /// Takes a further reference, as a pointer to a base.
+    /// Adds a reference, as a pointer to a base.
     template <typename U>
     requires std::is_convertible_v<U*, T*> SmartPointer(const SmartPointer<U>& other)
         : SmartPointer(static_cast<T*>(other.get())) {}
@@ -42,32 +42,32 @@ public:
         return *this;
     }
 
-    /// The object, null if there is none.
+    /// Returns the object, or null.
     T* get() const noexcept { return m_object; }
-    /// Access to the object, which must exist.
+    /// Accesses the object; must not be null.
     T* operator->() const noexcept { return m_object; }
-    /// Access to the object, which must exist.
+    /// Accesses the object; must not be null.
     T& operator*() const noexcept { return *m_object; }
-    /// Whether there is an object.
+    /// Returns whether this is not null.
     explicit operator bool() const noexcept { return m_object != nullptr; }
 
     /// Releases the reference and becomes null.
     void reset() noexcept { SmartPointer().swap(*this); }
-    /// Refers to @p object from now on.
+    /// Changes the target to @p object.
     void reset(T* object) { SmartPointer(object).swap(*this); }
     /// Exchanges the two references.
     void swap(SmartPointer& other) noexcept { std::swap(m_object, other.m_object); }
-    /// Gives the reference up to the caller, who now has to release it. @return the object.
+    /// Hands the reference to the caller, who has to release it. @return the object.
     [[nodiscard]] T* release() noexcept { return std::exchange(m_object, nullptr); }
 
-    /// Whether both refer to the same object.
+    /// Returns whether both refer to the same object.
     template <typename U>
     bool operator==(const SmartPointer<U>& other) const noexcept {
         return m_object == other.get();
     }
-    /// Whether this refers to @p object.
+    /// Returns whether this refers to @p object.
     bool operator==(const T* object) const noexcept { return m_object == object; }
-    /// Whether this is null.
+    /// Returns whether this is null.
     bool operator==(std::nullptr_t) const noexcept { return m_object == nullptr; }
     /// Orders by address, for ordered containers.
     bool operator<(const SmartPointer& other) const noexcept {
@@ -82,7 +82,7 @@ private:
     T* m_object = nullptr;
 };
 
-/// Makes a @p T and the first reference to it.
+/// Creates a @p T and the first reference to it.
 template <typename T, typename... Args>
 SmartPointer<T> makeObject(Args&&... args) {
     return SmartPointer<T>(new T(std::forward<Args>(args)...));

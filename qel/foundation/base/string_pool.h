@@ -1,4 +1,4 @@
-// The process-wide pool of interned texts behind StringId.
+// The process-wide pool of interned texts, which StringId uses.
 #pragma once
 
 #include <qel/foundation/base/mutex.h>
@@ -11,46 +11,46 @@
 
 namespace qel {
 
-/// One interned text: a header with the bytes and a NUL right behind it, allocated in one piece.
+/// One interned text: a header followed by the bytes and a NUL, allocated in one piece.
 struct StringElement {
-    std::atomic<uint32> referenceCount; ///< how many StringIds share it; 0 once it is being removed
+    std::atomic<uint32> referenceCount; ///< number of StringIds that share it; 0 while it is being removed
     uint64 hash;                        ///< String::hash() of the text
     uint64 length;                      ///< bytes before the NUL
 
-    /// The bytes, NUL-terminated.
+    /// Returns the bytes, NUL-terminated.
     const char* text() const { return reinterpret_cast<const char*>(this + 1); }
 };
 
 /// Keeps one StringElement for each text that is in use. Hosts use StringId instead.
 ///
-/// Texts are spread over shards by a key, a hash that is faster to come by than the one their elements carry.
-/// Each shard is an open-addressed table that starts empty and holds the key beside the pointer, so that a
-/// search touches an element only when it is the right one.
-/// @threads any thread. A shard's lock is the innermost: nothing else is locked under it. Only printStats()
-/// holds several, taken in their order.
+/// Texts are spread over shards by a key, a hash that is faster to compute than the one their elements carry.
+/// Each shard is an open-addressed table that starts empty and stores the key beside the pointer, so that a
+/// search touches an element only if its key matches.
+/// @threads any thread. A shard's lock is the innermost: no other lock is taken under it. Only printStats()
+/// holds several, taken in the order of the shards.
 class QEL_API StringPool {
 public:
-    /// An empty pool without any memory of its own.
+    /// Creates an empty pool, which allocates nothing.
     constexpr StringPool() = default;
     /// Frees all elements without looking at their counts.
     ~StringPool();
     StringPool(const StringPool&) = delete;
     StringPool& operator=(const StringPool&) = delete;
 
-    /// The element of a text; makes it if there is none.
+    /// Returns the element of a text, which is created if it does not exist.
     /// @param text  @p length bytes, which may hold NUL.
     /// @param hash  String::hash() of the text.
     /// @owner the caller gets one reference.
     StringElement* allocate(const char* text, std::size_t length, std::size_t hash);
-    /// As the form with the hash, which is computed only if the element has to be made.
+    /// As the form with the hash, which is computed only if the element has to be created.
     StringElement* allocate(const char* text, std::size_t length);
-    /// Removes and frees an element whose count has been brought to 0; leaves one with references alone.
+    /// Removes and frees an element whose count has reached 0; does nothing if it has references again.
     /// Only the thread that took the last reference may call it, and only once.
     void release(StringElement* element);
 
-    /// How many elements there are.
+    /// Returns the number of elements.
     unsigned getNumberOfStrings() const;
-    /// Logs one line at info level: "StringId Stats" and the figures of the moment.
+    /// Logs one line at info level: "StringId Stats" and the current figures.
     void printStats() const;
 
 private:
@@ -105,7 +105,7 @@ private:
 
 namespace internal {
 
-/// The pool of the process. It is there before the first static StringId and outlives the last one.
+/// The pool of the process. It exists before the first static StringId and outlives the last one.
 QEL_API extern StringPool& g_stringPool;
 
 } // namespace internal

@@ -5,8 +5,8 @@
 
 namespace qel {
 
-/// Base for objects that live on the stack or inside another object: it is born with one reference of its
-/// own, so that no SmartPointer ever deletes it.
+/// Base of objects that live on the stack or inside another object. It starts with one reference of its own,
+/// so that no SmartPointer ever deletes it.
 class QEL_API UnmanagedObject : public Object {
     QEL_CLASS(UnmanagedObject, Object)
 

@@ -12,17 +12,17 @@
 
 namespace qel {
 
-/// What a class inherits to hear of the death of a weak pointer's target.
+/// Base of classes that are notified when the target of a weak pointer dies.
 class QEL_API PointerOwner {
 public:
     virtual ~PointerOwner();
-    /// The target of a weak pointer has died; the pointer is null by now.
-    /// @param ownerData  what was given to WeakPointerBase::setOwner.
+    /// Called after the target of a weak pointer has died; the pointer is already null.
+    /// @param ownerData  the value passed to WeakPointerBase::setOwner.
     /// @threads the thread on which the target dies; no lock is held.
     virtual void onWeakPointerCleared(void* ownerData) = 0;
 };
 
-/// The untyped part of a weak pointer: the target, and whom to tell when it dies.
+/// The untyped part of a weak pointer: the target, and the owner to notify when it dies.
 ///
 /// A weak pointer does not keep its target alive, so its target is to be read on the thread that releases it,
 /// in practice the main thread. Registering, unregistering and the death of the target may race freely.
@@ -33,9 +33,9 @@ public:
     WeakPointerBase(const WeakPointerBase&) = delete;
     WeakPointerBase& operator=(const WeakPointerBase&) = delete;
 
-    /// @p owner hears of the target's death, with null data; null: nobody does.
+    /// Sets the owner that is notified of the target's death, with null data; null removes it.
     void setOwner(PointerOwner* owner) { setOwner(owner, nullptr); }
-    /// @p owner hears of the target's death and gets @p ownerData back.
+    /// Sets the owner that is notified of the target's death; it receives @p ownerData.
     void setOwner(PointerOwner* owner, void* ownerData) {
         m_owner = owner;
         m_ownerData = ownerData;
@@ -44,13 +44,13 @@ public:
 protected:
     ~WeakPointerBase() { unregisterObject(); }
 
-    /// Enters the pointer behind all others of its target; a null target is ignored.
+    /// Adds the pointer to the end of its target's list; does nothing if the target is null.
     void registerObject();
-    /// Takes the pointer off its target's list; the target stays readable.
+    /// Removes the pointer from its target's list; the target stays readable.
     void unregisterObject();
-    /// Refers to @p object from now on and registers with it.
+    /// Changes the target to @p object and registers with it.
     void switchTo(Object* object);
-    /// The target, null when it has died.
+    /// Returns the target, or null if it has died.
     Object* getObject() const { return m_object.load(std::memory_order_relaxed); }
 
 private:
@@ -64,23 +64,24 @@ private:
     WeakPointerBase* m_next = nullptr;
 };
 
-/// The list of weak pointers to one object, made when the first is registered. It lives as long as the object
-/// or a pointer registered with it, so that both may go at the same moment on different threads.
+/// The list of weak pointers to one object, created when the first is registered. It lives as long as the
+/// object or any pointer registered with it, so that both may be destroyed at the same moment on different
+/// threads.
 class QEL_API WeakPointerExtension {
 public:
-    /// Made with the one reference that the object holds.
+    /// Starts with the one reference that the object holds.
     WeakPointerExtension() = default;
     WeakPointerExtension(const WeakPointerExtension&) = delete;
     WeakPointerExtension& operator=(const WeakPointerExtension&) = delete;
 
     /// Appends @p pointer. @threads any thread.
     void add(WeakPointerBase& pointer);
-    /// Takes @p pointer off the list if it still is on it. @threads any thread.
+    /// Removes @p pointer from the list if it is still on it. @threads any thread.
     void remove(WeakPointerBase& pointer);
-    /// Clears every pointer, the last one first, and tells its owner outside the lock. Owners may do what
-    /// they like to other pointers of the list.
+    /// Clears every pointer, the last one first, and notifies its owner outside the lock. Owners may change
+    /// or destroy other pointers of the list.
     void removeWeakPointers();
-    /// Lets go of one reference; the last one frees the list.
+    /// Releases one reference; releasing the last one frees the list.
     void release();
 
 protected:
@@ -96,11 +97,11 @@ private:
 };
 
 /// A pointer to a @p T derived from Object that becomes null when the object dies. Copies register
-/// themselves; an owner is not copied along.
+/// themselves; the owner is not copied.
 template <typename T>
 class WeakPointer : public WeakPointerBase {
 public:
-    /// Null.
+    /// Creates a null pointer.
     WeakPointer() = default;
     /// Refers to @p object, which may be null.
     WeakPointer(T* object) : WeakPointerBase(object) { registerObject(); }
@@ -109,29 +110,29 @@ public:
     /// Refers to the same object.
     WeakPointer(const WeakPointer& other) : WeakPointer(other.get()) {}
 
-    /// Refers to the same object as @p other from now on; the own owner stays.
+    /// Changes the target to that of @p other and keeps its own owner.
     WeakPointer& operator=(const WeakPointer& other) { return *this = other.get(); }
-    /// Refers to @p object from now on.
+    /// Changes the target to @p object.
     WeakPointer& operator=(T* object) {
         switchTo(object);
         return *this;
     }
-    /// Refers to the object that @p pointer holds from now on.
+    /// Changes the target to the object that @p pointer holds.
     WeakPointer& operator=(const SmartPointer<T>& pointer) { return *this = pointer.get(); }
     /// Becomes null.
     WeakPointer& operator=(std::nullptr_t) { return *this = static_cast<T*>(nullptr); }
 
-    /// The object, null when it has died.
+    /// Returns the object, or null if it has died.
     T* get() const { return static_cast<T*>(getObject()); }
-    /// A reference to the object; to be taken on the thread that releases it.
+    /// Returns a reference to the object. @threads the thread that releases the object.
     SmartPointer<T> lock() const { return SmartPointer<T>(get()); }
-    /// Access to the object, which must be alive.
+    /// Accesses the object, which must be alive.
     T* operator->() const { return get(); }
-    /// Access to the object, which must be alive.
+    /// Accesses the object, which must be alive.
     T& operator*() const { return *get(); }
-    /// Whether the object is alive.
+    /// Returns whether the object is alive.
     explicit operator bool() const { return getObject() != nullptr; }
-    /// Whether this refers to @p object.
+    /// Returns whether this refers to @p object.
     bool operator==(const T* object) const { return get() == object; }
 };
 

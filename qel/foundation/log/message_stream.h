@@ -16,12 +16,12 @@ namespace qel::logging {
 
 class LineBuilder;
 
-/// Keeps verbose lines out of the console: those of level 0, and all whose text holds "[VERBOSE]". They still
+/// Hides verbose lines in the console: those of level 0, and all whose text contains "[VERBOSE]". They still
 /// reach the backend. Off by default; use it like a plain bool, from any thread.
 extern QEL_API std::atomic<bool> g_hideVerboseOutputInConsole;
-/// Leaves the time out of console lines. Off by default; use it like a plain bool, from any thread.
+/// Omits the time in console lines. Off by default; use it like a plain bool, from any thread.
 extern QEL_API std::atomic<bool> g_hideTimeInConsole;
-/// For the host alone: nothing in the library reads it. Off by default.
+/// For use by the host; the library does not read it. Off by default.
 extern QEL_API std::atomic<bool> g_isCompactLogEnabled;
 
 namespace detail {
@@ -38,26 +38,26 @@ concept Number = std::same_as<T, float> || std::same_as<T, double> ||
     (std::integral<T> && sizeof(T) <= 8 && !Character<T> && !WideCharacter<T>);
 } // namespace detail
 
-/// A log line in the making.
+/// A log line that is being built.
 ///
 /// @code
 /// logging::MessageStream(2, 3) << "the device sent " << count << " frames too many";
 /// logging::error() << "cant open '" << path << "'" << logging::getSystemError();
 /// @endcode
 ///
-/// Whatever can be written to a std::ostream can be written here and prints as a fresh one in the "C" locale
-/// would print it, manipulators included; texts, whole numbers and floating-point numbers take a short way.
-/// The destructor cuts trailing whitespace (a text of nothing else stays), puts the level's prefix in front
-/// and delivers the line: to the console, and to the LogBackend when one is registered.
+/// Accepts everything that a std::ostream accepts, manipulators included, and prints it as a fresh stream in
+/// the "C" locale does; texts, whole numbers and floating-point numbers take a faster path. The destructor
+/// cuts trailing whitespace (unless the text consists of nothing else), prepends the prefix of the level and
+/// delivers the line to the console, and to the LogBackend if one is registered.
 ///
-/// Where a line can't be delivered anyway, nothing is formatted. A line written from a listener of the
-/// backend or from the console writer would be delivered while the previous one still is: it is dropped.
+/// Nothing is formatted if the line can't be delivered anyway. A line written from a listener of the backend
+/// or from the console writer is dropped, since the previous line is still being delivered.
 /// @threads any thread; an object belongs to one thread at a time. Lines may be built within lines.
 class QEL_API MessageStream {
 public:
     /// Starts a line.
     /// @param level     0 verbose, 1 info, 2 warning, 3 error, 4 assert.
-    /// @param channels  bit 0 the customers' log, bit 1 the technical log; -1 switches the line off.
+    /// @param channels  bit 0 the customer log, bit 1 the technical log; -1 switches the line off.
     MessageStream(int level, int channels) : m_level(level), m_channels(channels) {
         if (channels != -1) begin();
     }
@@ -131,32 +131,33 @@ inline MessageStream error() {
     return {3, 2};
 }
 
-/// The last failed system call of this thread as ", syserr=%d:%s", code and text, to end a log line with.
+/// Returns the last failed system call of this thread as ", syserr=%d:%s", code and text, for the end of a
+/// log line.
 QEL_API std::string getSystemError();
-/// errno of this thread as ", errno=%d:%s", code and text, to end a log line with.
+/// Returns errno of this thread as ", errno=%d:%s", code and text, for the end of a log line.
 QEL_API std::string getPError();
 
-/// What the console shows of one line.
+/// One line as the console shows it.
 struct ConsoleLine {
     /// Level of the line, 0 to 4.
     int level;
-    /// Channels of the line: bit 0 customers, bit 1 technical.
+    /// Channels of the line: bit 0 customer, bit 1 technical.
     int channels;
-    /// The time since the backend's start with its brackets and a blank, as "[  1.042] "; empty without a
-    /// backend and while g_hideTimeInConsole is set.
+    /// The time since the start of the backend with its brackets and a space, such as "[  1.042] "; empty
+    /// without a backend and while g_hideTimeInConsole is set.
     std::string_view time;
-    /// The line's text behind its prefix, without a newline.
+    /// The prefix and text of the line, without a newline.
     std::string_view text;
 };
 /// Shows one line on the console. Called under the logging mutex and System::getStdOutMutex(); a line logged
 /// in it is dropped.
 using ConsoleWriter = void (*)(const ConsoleLine& line);
 
-/// Lets the host draw the console's lines itself, with colours, say.
-/// @param writer  called for each line from now on; null goes back to the library's own, which writes time,
-///                text and a newline to standard output and flushes.
-/// @return the writer so far, null for the library's own.
-/// @threads any thread; the old writer may still be running when this returns.
+/// Lets the host write the lines of the console itself, for example in colour.
+/// @param writer  called for each line from now on; null restores the default, which writes time, text and a
+///                newline to standard output and flushes.
+/// @return the previous writer, null for the default.
+/// @threads any thread; the previous writer may still be running when this returns.
 QEL_API ConsoleWriter setConsoleWriter(ConsoleWriter writer);
 
 template <typename T>
