@@ -18,6 +18,18 @@ size_t sizeOf(const Job& job) {
     return size;
 }
 
+/// Makes one line of an error that may hold what a peer wrote, so that it can't forge lines of the log or
+/// control a terminal. What is longer than kLongestErrorBytes is cut.
+qel::String asLine(const qel::String& error) {
+    const bool isCut = error.size() > JobBoard::kLongestErrorBytes;
+    qel::String line;
+    for (const qel::uint32 c : qel::String(error.substr(0, JobBoard::kLongestErrorBytes)).utf8_to_unicode()) {
+        const bool isControl = c < 0x20 || (c >= 0x7F && c < 0xA0);
+        line.utf8_append(isControl ? '?' : c);
+    }
+    return isCut ? line + "..." : line;
+}
+
 } // namespace
 
 JobBoard::JobBoard(qel::SmartPointer<JobTable> table, qel::SmartPointer<qel::Statistics> statistics,
@@ -114,9 +126,9 @@ void JobBoard::done(const qel::GUID& id, qel::uint64 bytes, const qel::Item& res
 void JobBoard::fail(const qel::GUID& id, const qel::String& error) {
     const Job* job = running(id);
     if (!job) return;
-    qel::logging::warning() << "job " << id.getFantasyName() << " failed: " << error;
     Job ended = *job;
-    ended.error = error;
+    ended.error = asLine(error);
+    qel::logging::warning() << "job " << id.getFantasyName() << " failed: " << ended.error;
     ended.state = JobState::Failed;
     m_statistics->increase("jobs.failed", 1);
     end(std::move(ended));

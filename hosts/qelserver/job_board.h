@@ -19,6 +19,9 @@ namespace qelserver {
 /// nobody hears of what a full disk would take back. @threads main thread.
 class JobBoard {
 public:
+    /// Bytes of an error that are kept.
+    static constexpr size_t kLongestErrorBytes = 1024;
+
     /// How much is kept. Of the jobs that have ended, the oldest beyond that are forgotten.
     struct Limits {
         size_t ended = 10000;             ///< jobs that have ended
@@ -48,7 +51,8 @@ public:
     void progress(const qel::GUID& id, double progress);
     /// Notes that a worker has done a job. @param bytes  how much it read. @param result  one element.
     void done(const qel::GUID& id, qel::uint64 bytes, const qel::Item& result);
-    /// Notes that a worker can't do a job.
+    /// Notes that a worker can't do a job. Of @p error, kLongestErrorBytes are kept, with "?" for each
+    /// control character.
     void fail(const qel::GUID& id, const qel::String& error);
     /// Takes a job back from a lost worker: it waits again, as the first, unless this was its last attempt.
     void giveBack(const qel::GUID& id, int mostAttempts);

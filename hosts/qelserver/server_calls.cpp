@@ -21,7 +21,7 @@ constexpr qel::int64 kMostListedJobs = 1000;
 constexpr qel::int64 kDefaultListedJobs = 100;
 constexpr size_t kMostFiles = 10000;
 constexpr size_t kLongestKindBytes = 64;
-constexpr size_t kLongestErrorBytes = 1024;    // of a job, as it is shown
+constexpr size_t kLongestPathBytes = 4096;     // the system opens no longer ones
 constexpr size_t kLongestLineBytes = 8 * 1024; // of the log, as it is shown
 constexpr size_t kPageBytes = 128 * 1024;      // of rows in one reply; JSON may take six times as much
 
@@ -78,7 +78,7 @@ qel::Item fieldsOf(const Job& job) {
     return fields.add("files")
         .add(static_cast<qel::int64>(job.files.size()))
         .add("error")
-        .add(shortened(job.error, kLongestErrorBytes));
+        .add(shortened(job.error, JobBoard::kLongestErrorBytes));
 }
 
 /// Adds "result", the rows of a job's result from number @p first on, and "next", the number of the row to go
@@ -121,6 +121,10 @@ bool isKind(const qel::String& kind) {
     return !kind.empty() && kind.size() <= kLongestKindBytes;
 }
 
+bool isPath(const qel::String& file) {
+    return file.starts_with('/') && file.size() <= kLongestPathBytes;
+}
+
 /// Reads the list of paths: all of them texts, absolute, at least one.
 bool readFiles(qel::Item::Iterator& args, qel::Vector<qel::String>& files) {
     qel::Item list;
@@ -128,8 +132,7 @@ bool readFiles(qel::Item::Iterator& args, qel::Vector<qel::String>& files) {
     qel::Item::Iterator it = list.getIterator();
     for (qel::String file; readText(it, file);) files.push_back(file);
     return !it.hasNextElement() && !files.empty() && files.size() <= kMostFiles &&
-           std::all_of(files.begin(), files.end(),
-                       [](const qel::String& file) { return file.starts_with('/'); });
+           std::all_of(files.begin(), files.end(), &isPath);
 }
 
 /// For whom a call's job uses files: its peer, or the server's own user if the call was made in the process.

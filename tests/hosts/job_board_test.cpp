@@ -74,6 +74,26 @@ TEST_F(JobBoardTest, WhatWasStillToDoComesUpAgainWithoutTheAttemptThatWasCutOff)
     EXPECT_EQ(next->files, (Vector<String>{"/a", "/b"}));
 }
 
+TEST_F(JobBoardTest, AnErrorIsKeptAndLoggedAsOneShortLine) {
+    test::LogCapture log;
+    JobBoard jobs = board();
+    const auto failWith = [&](const String& error) {
+        const GUID id = add(jobs);
+        jobs.start();
+        jobs.fail(id, error);
+        keep(jobs);
+        log.expect(2, "job " + id.getFantasyName() + " failed: " + jobs.find(id)->error);
+        return jobs.find(id)->error;
+    };
+    EXPECT_EQ(failWith("no file '/\u00e4'"), "no file '/\u00e4'");
+    EXPECT_EQ(failWith("no file '/a\n[  0.000] [ERROR] \x1B[31m\x7F\u009B'"),
+              "no file '/a?[  0.000] [ERROR] ?[31m?"
+              "?'");
+    const std::string most(JobBoard::kLongestErrorBytes, 'x');
+    EXPECT_EQ(failWith(most), most);
+    EXPECT_EQ(failWith(most + 'x'), most + "...");
+}
+
 TEST_F(JobBoardTest, WhatALostWorkerSaysDoesNotCount) {
     JobBoard jobs = board();
     const GUID id = add(jobs);
