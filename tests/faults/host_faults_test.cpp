@@ -140,7 +140,7 @@ protected:
             EXPECT_EQ(run.files, undisturbed.files);
             return;
         }
-        EXPECT_NE(run.run.error, "") << "a failure without a word";
+        EXPECT_NE(run.run.out + run.run.error, "") << "a failure without a word";
         for (const std::string& name : run.files) {
             const auto& known = undisturbed.files;
             EXPECT_TRUE(std::find(known.begin(), known.end(), name) != known.end() ||
