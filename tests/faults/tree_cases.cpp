@@ -62,43 +62,42 @@ std::vector<FaultCase> treeCases() {
         {"Directory::createDirectoryRecursively", prepareNothing,
          [](Folder folder) { return Outcome{Directory::createDirectoryRecursively(folder.path("a/b/c"))}; },
          kMayStop},
-        {"Directory::read", prepareTree, listFolder, kLoggedOnly | kDisabled},
+        {"Directory::read", prepareTree, listFolder, kSilent | kLoggedOnly},
         {"Directory::isDirectoryEmpty", prepareEmptyFolders,
          [](Folder folder) { return Outcome{Directory::isDirectoryEmpty(folder.path("tree/c"))}; }, kSilent},
         {"Directory::getSize", prepareTree,
          [](Folder folder) {
              return Outcome{true, std::to_string(Directory::getSize(folder.path("tree")))};
          },
-         kLoggedOnly | kDisabled},
+         kLoggedOnly},
         {"Directory::getDirectoryHash", prepareTree,
          [](Folder folder) {
              return Outcome{true, std::to_string(Directory::getDirectoryHash(folder.path("tree")))};
          },
-         kLoggedOnly | kDisabled},
+         kLoggedOnly},
         {"Directory::findFile", prepareTree,
          [](Folder folder) {
              String result;
              const bool found = Directory::findFile(folder.path("tree"), "c", result);
              return Outcome{found, found ? result : ""};
-         },
-         kDisabled},
+         }},
         {"Directory::deleteDirectory", [](Folder folder) { folder.makeFolder("tree"); },
          [](Folder folder) { return Outcome{Directory::deleteDirectory(folder.path("tree"))}; }, kSilent},
         {"Directory::deleteDirectoryRecursively", prepareTree,
          [](Folder folder) { return Outcome{Directory::deleteDirectoryRecursively(folder.path("tree"))}; },
-         kMayStop | kDisabled},
+         kMayStop},
         {"Directory::deleteDirectoryContentsRecursively", prepareTree,
          [](Folder folder) {
              return Outcome{Directory::deleteDirectoryContentsRecursively(folder.path("tree"))};
          },
-         kMayStop | kDisabled},
+         kMayStop},
         {"Directory::deleteDirectoryContentsOlderThan", prepareTree,
          [](Folder folder) {
              const int count = Directory::deleteDirectoryContentsOlderThan(
                  folder.path("tree"), std::numeric_limits<uint64>::max());
              return Outcome{true, std::to_string(count)};
          },
-         kMayStop | kLoggedOnly | kDisabled},
+         kMayStop | kLoggedOnly},
         {"Directory::deleteEmptyDirectoriesInPathRecursively", prepareEmptyFolders,
          [](Folder folder) {
              return Outcome{Directory::deleteEmptyDirectoriesInPathRecursively(folder.path("tree"))};
@@ -122,25 +121,25 @@ std::vector<FaultCase> treeCases() {
              const int count = Directory::cleanPrepareDirectory(folder.path("tree"), {"cache1"});
              return Outcome{true, std::to_string(count)};
          },
-         kMayStop | kLoggedOnly | kDisabled},
+         kMayStop | kLoggedOnly},
         {"Directory::deletePrepareFilesWithPrefix", prepareCaches,
          [](Folder folder) {
              const int count = Directory::deletePrepareFilesWithPrefix(folder.path("tree"), "cache");
              return Outcome{true, std::to_string(count)};
          },
-         kMayStop | kLoggedOnly | kDisabled},
+         kMayStop | kLoggedOnly},
         {"File::deleteFileNowOrLater", [](Folder folder) { folder.write("tree", "a file"); },
          [](Folder folder) { return deleteWithList(folder, &File::deleteFileNowOrLater); }},
         {"Directory::deleteDirectoryRecursivelyNowOrLater", prepareTree,
          [](Folder folder) {
              return deleteWithList(folder, &Directory::deleteDirectoryRecursivelyNowOrLater);
          },
-         kMayStop | kDisabled},
+         kMayStop},
         {"Directory::deleteDirectoryContentsRecursivelyNowOrLater", prepareTree,
          [](Folder folder) {
              return deleteWithList(folder, &Directory::deleteDirectoryContentsRecursivelyNowOrLater);
          },
-         kMayStop | kDisabled},
+         kMayStop},
     };
 }
 
