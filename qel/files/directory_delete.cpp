@@ -196,8 +196,12 @@ int Directory::deleteDirectoryContentsOlderThan(SmartCStr path, uint64 utcStamp)
 }
 
 bool Directory::deleteEmptyDirectoriesInPathRecursively(SmartCStr path) {
+    FolderCursor cursor;
     EmptyFoldersVisitor visitor(path);
-    return internal::walkTree(path, visitor) || !File::existsFile(path);
+    const FileError error = cursor.open(path, Links::Follow);
+    if (!error) return internal::walkTree(cursor, visitor);
+    if (!isGone(error)) internal::warnNotDone(path, "read", error);
+    return isGone(error);
 }
 
 } // namespace qel

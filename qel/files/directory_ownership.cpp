@@ -1,6 +1,7 @@
 #include <qel/files/directory.h>
 
 #include <qel/files/deletion_p.h>
+#include <qel/files/file_query_p.h>
 #include <qel/files/tree_walk_p.h>
 
 namespace qel {
@@ -44,13 +45,16 @@ public:
 
 bool Directory::takeOwnership(SmartCStr path) {
     const String root = internal::hostPath(path);
-    if (const FileError error = take(root.c_str())) {
+    FileStatus status;
+    bool isSymLink = false;
+    FileError error = take(root.c_str());
+    if (!error) error = internal::readNameStatus(status, isSymLink, root.c_str());
+    if (error) {
         internal::warnNotDone(root, kTakenOver, error);
         return false;
     }
-    bool isDirectory = false;
     OwnershipVisitor visitor(root);
-    return File::checkIfDirectory(root, isDirectory) && (!isDirectory || internal::walkTree(root, visitor));
+    return status.kind != FileKind::Directory || internal::walkTree(root, visitor);
 }
 
 } // namespace qel
