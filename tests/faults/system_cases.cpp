@@ -9,7 +9,6 @@
 #include <qel/process/process.h>
 #include <qel/script/vm.h>
 #include <qel/system/core/system.h>
-#include <tests/support/environment.h>
 
 #include <unistd.h>
 
@@ -96,8 +95,7 @@ Outcome translate(Folder folder) {
 }
 
 Outcome enableService(Folder folder) {
-    const EnvironmentVariable home("HOME", folder.path().c_str());
-    const EnvironmentVariable data("XDG_DATA_HOME", folder.path("data").c_str());
+    Object::system()->setApplicationDirectory(folder.path("data"));
     const auto service = makeObject<DefaultBackgroundService>(false);
     service->setServiceName("service");
     return {service->enable()};
