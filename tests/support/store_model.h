@@ -131,7 +131,7 @@ private:
             key.concatItem(Item(Item::PlainMode, reinterpret_cast<const uint8*>("\x03t"), 2));
         return key;
     }
-    Item value() { return m_draw(8) == 0 ? Item(std::string(m_draw(300), 'v')) : Item(m_draw(1000)); }
+    Item value() { return m_draw(8) == 0 ? Item(std::string(3 * m_draw(300), 'v')) : Item(m_draw(1000)); }
 
     /// What is not found leaves the key as it is.
     static std::string answer(bool found, const Item& key, const Store& store) {

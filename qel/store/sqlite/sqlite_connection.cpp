@@ -17,9 +17,11 @@ namespace {
 
 constexpr const char* kDenied = "permission denied";
 constexpr uint32 kApplicationId = 0x71656C53; // "qelS"
-constexpr uint32 kLayoutVersion = 1;
-constexpr const char* kLayout = "CREATE TABLE entries (position BLOB PRIMARY KEY, key BLOB NOT NULL, "
-                                "value BLOB NOT NULL) WITHOUT ROWID";
+constexpr uint32 kLayoutVersion = 2;          // version 1 had no table of large values
+constexpr const char* kEntries = "CREATE TABLE entries (position BLOB PRIMARY KEY, key BLOB NOT NULL, "
+                                 "value BLOB NOT NULL) WITHOUT ROWID";
+constexpr const char* kLargeValues =
+    "CREATE TABLE large_values (id INTEGER PRIMARY KEY, value BLOB NOT NULL)";
 
 // Where the numbers stand in the head of every SQLite database, high byte first.
 // https://www.sqlite.org/fileformat2.html, "The Database Header".
@@ -39,7 +41,7 @@ String faultOfHead(const std::array<uint8, kHeadSize>& head) {
         return "not a database";
     if (loadBigEndian(&head[kApplicationIdAt]) != kApplicationId) return "a database of another program";
     const uint32 version = loadBigEndian(&head[kLayoutVersionAt]);
-    if (version != kLayoutVersion) return fmt::format("layout {} is unknown", version);
+    if (version < 1 || version > kLayoutVersion) return fmt::format("layout {} is unknown", version);
     for (const size_t at : {kWriteVersionAt, kWriteVersionAt + 1}) {
         if (head[at] > kNewestVersion) return fmt::format("damaged: version {} of the file format", head[at]);
     }
@@ -50,6 +52,7 @@ String faultOfHead(const std::array<uint8, kHeadSize>& head) {
 
 String sqliteErrorText(SqliteCode code) {
     if (code == SQLITE_CORRUPT_INDEX) return fmt::format("a key is out of place ({})", code);
+    if (code == kValueOutOfPlace) return fmt::format("a value is out of place ({})", code);
     return fmt::format("{} ({})", sqlite3_errstr(code), code);
 }
 
@@ -64,7 +67,7 @@ String SqliteConnection::open(const char* path) {
     if (fault.empty() && status.size > 0) fault = checkHead();
     if (fault.empty()) fault = lock();
     if (fault.empty()) fault = checkLayout();
-    if (fault.empty() && size() <= SqliteStore::kCheckedBytes) fault = check();
+    if (fault.empty() && isSmall()) fault = check();
     if (fault.empty()) fault = startLog();
     if (!fault.empty()) close(false);
     return fault;
@@ -110,8 +113,8 @@ String SqliteConnection::lock() {
     SqliteCode code = execute("PRAGMA locking_mode=EXCLUSIVE; PRAGMA cell_size_check=ON; "
                               "PRAGMA temp_store=MEMORY; PRAGMA cache_size=-16384; BEGIN EXCLUSIVE");
     if (code == SQLITE_OK && isNew()) {
-        code = execute(fmt::format("PRAGMA application_id={}; PRAGMA user_version={}; {}", kApplicationId,
-                                   kLayoutVersion, kLayout)
+        code = execute(fmt::format("PRAGMA application_id={}; PRAGMA user_version={}; {}; {}", kApplicationId,
+                                   kLayoutVersion, kEntries, kLargeValues)
                            .c_str());
     }
     if (code == SQLITE_OK) code = execute("COMMIT");
@@ -124,9 +127,24 @@ bool SqliteConnection::isNew() {
 }
 
 String SqliteConnection::checkLayout() {
-    const String query = fmt::format("SELECT count(*) = 1 AND max(sql) = '{}' FROM sqlite_schema", kLayout);
-    return readNumber(query.c_str()) == 1 ? String()
-                                          : String("damaged: it doesn't hold the table of a store");
+    const String query = fmt::format(
+        "SELECT CASE WHEN count(*) = 1 AND min(sql) = '{0}' THEN 1 "
+        "WHEN count(*) = 2 AND min(sql) = '{0}' AND max(sql) = '{1}' THEN 2 END FROM sqlite_schema",
+        kEntries, kLargeValues);
+    m_layout = readNumber("PRAGMA user_version");
+    return m_layout == readNumber(query.c_str()) ? String()
+                                                 : String("damaged: it doesn't hold the tables of a store");
+}
+
+// The checkpoint brings the new version into the head of the file itself, where earlier programs look for it.
+String SqliteConnection::upgrade() {
+    if (m_layout == kLayoutVersion) return {};
+    if (isSmall() && readNumber("SELECT count(*) FROM entries WHERE typeof(value) <> 'blob'") != 0)
+        return "damaged: " + sqliteErrorText(kValueOutOfPlace);
+    SqliteCode code = execute(
+        fmt::format("BEGIN; {}; PRAGMA user_version={}; COMMIT", kLargeValues, kLayoutVersion).c_str());
+    if (code == SQLITE_OK) code = execute("PRAGMA wal_checkpoint(TRUNCATE)");
+    return code == SQLITE_OK ? String() : reason(code);
 }
 
 String SqliteConnection::startLog() {
@@ -171,6 +189,10 @@ int64 SqliteConnection::size() {
     return readNumber("SELECT page_count * page_size FROM pragma_page_count, pragma_page_size");
 }
 
+bool SqliteConnection::isSmall() {
+    return size() <= SqliteStore::kCheckedBytes;
+}
+
 String SqliteConnection::reason(SqliteCode code) const {
     if ((code & 0xff) == SQLITE_BUSY) return "another process or object has it open";
     const std::error_code cause(sqlite3_system_errno(m_database), std::generic_category());
@@ -182,8 +204,10 @@ String SqliteConnection::reason(SqliteCode code) const {
 
 int64 SqliteConnection::readNumber(const char* sql) {
     SqliteStatement statement;
-    if (statement.prepare(m_database, sql) != SQLITE_OK || statement.step() != SQLITE_ROW) return -1;
-    return statement.number(0);
+    int64 number = -1;
+    const bool isRead =
+        statement.prepare(m_database, sql) == SQLITE_OK && statement.readNumber(number) == SQLITE_OK;
+    return isRead ? number : -1;
 }
 
 SqliteCode SqliteStatement::prepare(sqlite3* database, const char* sql) {
@@ -202,6 +226,11 @@ void SqliteStatement::bind(int index, ConstByteSpan bytes) {
     if (code != SQLITE_OK) m_bindError = code; // the parameter still has the bytes of before
 }
 
+void SqliteStatement::bind(int index, int64 number) {
+    const SqliteCode code = sqlite3_bind_int64(m_statement, index, number);
+    if (code != SQLITE_OK) m_bindError = code;
+}
+
 SqliteCode SqliteStatement::step() {
     if (m_bindError != SQLITE_OK) return std::exchange(m_bindError, SQLITE_OK);
     return sqlite3_step(m_statement);
@@ -211,6 +240,20 @@ SqliteCode SqliteStatement::run() {
     const SqliteCode code = step();
     sqlite3_reset(m_statement);
     return code == SQLITE_DONE || code == SQLITE_ROW ? SQLITE_OK : code;
+}
+
+SqliteCode SqliteStatement::runForRow(SqliteCode missing) {
+    SqliteCode code = step();
+    if (code == SQLITE_DONE) code = missing;
+    sqlite3_reset(m_statement);
+    return code == SQLITE_ROW ? SQLITE_OK : code;
+}
+
+SqliteCode SqliteStatement::readNumber(int64& result) {
+    const SqliteCode code = step();
+    if (code == SQLITE_ROW) result = number(0);
+    sqlite3_reset(m_statement);
+    return code == SQLITE_ROW ? SQLITE_OK : code;
 }
 
 void SqliteStatement::reset() {
@@ -229,6 +272,10 @@ bool SqliteStatement::isNull(int index) {
 
 bool SqliteStatement::isBytes(int index) {
     return sqlite3_column_type(m_statement, index) == SQLITE_BLOB;
+}
+
+bool SqliteStatement::isInteger(int index) {
+    return sqlite3_column_type(m_statement, index) == SQLITE_INTEGER;
 }
 
 int64 SqliteStatement::number(int index) {

@@ -13,6 +13,9 @@ namespace qel::internal {
 /// What a call of the database answered: its own extended code, 0 for success.
 using SqliteCode = int;
 
+/// Damage, besides the codes of the database: a row leads to no large value, or to one of another key.
+constexpr SqliteCode kValueOutOfPlace = 11 | 100 << 8;
+
 /// A prepared statement. Parameters and columns are bytes.
 class SqliteStatement {
 public:
@@ -27,10 +30,16 @@ public:
     /// Sets parameter @p index, from 1 on. @owner the bytes must stay until the statement was reset.
     /// @errors bytes that are too many are told by the next step() or run().
     void bind(int index, ConstByteSpan bytes);
+    void bind(int index, int64 number);
     /// Goes on to the next row. @return SQLITE_ROW, SQLITE_DONE or the error.
     SqliteCode step();
     /// Runs a statement without rows, and resets it. @return 0 or the error.
     SqliteCode run();
+    /// Runs a statement that should find one row, and resets it. @return 0, @p missing without a row, or the
+    /// error.
+    SqliteCode runForRow(SqliteCode missing);
+    /// Runs a query that returns one number, and resets it. @return 0 or the error.
+    SqliteCode readNumber(int64& number);
     /// Ends the walk over the rows.
     void reset();
     /// Column @p index of the row, from 0 on. @owner valid until the next step() or reset().
@@ -38,6 +47,7 @@ public:
     bool isNull(int index);
     /// Returns true if column @p index holds bytes, and neither text nor a number.
     bool isBytes(int index);
+    bool isInteger(int index);
     /// A column that holds a number.
     int64 number(int index);
 
@@ -69,8 +79,12 @@ public:
     SqliteCode sync();
     /// Reads the whole file. @return the first fault, else "".
     String check();
+    /// Gives a file of an earlier layout the present one. @return the reason of a failure, else "".
+    String upgrade();
     /// Bytes of the database.
     int64 size();
+    /// Whether the file is so small that it is checked as a whole when it is opened.
+    bool isSmall();
 
 private:
     String openFile(const char* path);
@@ -84,6 +98,7 @@ private:
     int64 readNumber(const char* sql);
 
     sqlite3* m_database = nullptr;
+    int64 m_layout = 0; // version of the file's layout
 };
 
 /// The database's text for an error.

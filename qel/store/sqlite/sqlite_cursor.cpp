@@ -9,8 +9,8 @@ SqliteCode SqliteCursor::prepare(sqlite3* database, Direction direction) {
     m_direction = direction;
     const bool isUp = direction == Direction::Up;
     const std::string sql =
-        fmt::format("SELECT key, CASE WHEN length(value) <= {} THEN value END, position FROM entries "
-                    "WHERE position {}",
+        fmt::format("SELECT key, CASE WHEN typeof(value) = 'blob' AND length(value) <= {} THEN value END, "
+                    "position FROM entries WHERE position {}",
                     kValueSize, isUp ? ">= ?1 ORDER BY position" : "< ?1 ORDER BY position DESC");
     return m_statement.prepare(database, sql.c_str());
 }

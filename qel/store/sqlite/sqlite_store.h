@@ -24,11 +24,13 @@ class SqliteStoreData;
 ///
 /// While it is open the file belongs to this object: opening it a second time, in this process or another,
 /// fails at once. Beside it stands "<path>-wal", which belongs to the file until close(); after the end of a
-/// process without close() the two must stay together. The file's form is told in docs/formats.md.
+/// process without close() the two must stay together. The file's form is told in docs/formats.md; a file of
+/// an earlier layout is converted when it is opened.
 ///
 /// A file that is damaged, or isn't this class's, is never changed: good() is false and the reason is logged.
 /// The structure and every key of a file of up to kCheckedBytes are checked when it is opened; of a larger
-/// one each key is checked when a walk comes to it, and verify() checks all. The bytes of values have no
+/// one each key is checked when a walk comes to it and each link to a large value when it is followed, and
+/// verify() checks all. The bytes of values have no
 /// check sum: damage there may go unnoticed. Damage found in use ends the use: it is logged once, good()
 /// turns false, reads find nothing from then on, writes are dropped (tryCommit() and tryFlush() return
 /// false), and what wasn't committed is lost. The file stays as it is, for repair or for a backup to take its

@@ -20,6 +20,12 @@ constexpr size_t kKeptValueSize = 64 * 1024;
 /// Behind the place of every key that doesn't begin with as many End, which no real key does.
 constexpr std::string_view kBehindAll = "\xFF\xFF\xFF\xFF";
 
+/// Why a file can't be opened; empty for success.
+String reasonOf(SqliteCode code) {
+    if (code == SQLITE_OK) return {};
+    return (isSqliteDamage(code) ? "damaged: " : "") + sqliteErrorText(code);
+}
+
 Item view(ConstByteSpan bytes) {
     return {Item::ExternalBufferMode, bytes};
 }
@@ -28,21 +34,27 @@ Item view(ConstByteSpan bytes) {
 
 SqliteStoreData::SqliteStoreData(SqliteStore* store, SmartCStr path)
     : m_store(store), m_path(path.c_str()), m_transactions(m_connection, m_entries, m_path) {
-    String fault = m_connection.open(m_path.c_str());
-    if (fault.empty()) {
-        SqliteCode code = prepare();
-        if (code == SQLITE_OK && m_connection.size() <= SqliteStore::kCheckedBytes) code = checkKeys();
-        if (code != SQLITE_OK) fault = (isSqliteDamage(code) ? "damaged: " : "") + sqliteErrorText(code);
-    }
+    const String fault = open();
     if (fault.empty()) return;
     logging::error() << "[STORE] can't open store '" << m_path << "': " << fault;
     m_lastError = fault;
     releaseFile(false);
 }
 
+/// Opens the file. What can be checked before the file is changed is checked. @return the reason of a
+/// failure.
+String SqliteStoreData::open() {
+    String fault = m_connection.open(m_path.c_str());
+    if (fault.empty()) fault = reasonOf(m_up.prepare(m_connection.get(), SqliteCursor::Direction::Up));
+    if (fault.empty() && m_connection.isSmall()) fault = reasonOf(checkKeys());
+    if (fault.empty()) fault = m_connection.upgrade();
+    if (fault.empty()) fault = reasonOf(prepare());
+    if (fault.empty() && m_connection.isSmall()) fault = reasonOf(m_entries.check());
+    return fault;
+}
+
 SqliteCode SqliteStoreData::prepare() {
     if (const SqliteCode code = m_entries.prepare(m_connection.get())) return code;
-    if (const SqliteCode code = m_up.prepare(m_connection.get(), SqliteCursor::Direction::Up)) return code;
     if (const SqliteCode code = m_down.prepare(m_connection.get(), SqliteCursor::Direction::Down))
         return code;
     return m_transactions.prepare();
@@ -329,7 +341,9 @@ bool SqliteStoreData::verify() {
     resetCursors();
     String fault = m_connection.check();
     if (fault.empty()) {
-        if (const SqliteCode code = checkKeys()) fault = sqliteErrorText(code);
+        SqliteCode code = checkKeys();
+        if (code == SQLITE_OK) code = m_entries.check();
+        if (code != SQLITE_OK) fault = sqliteErrorText(code);
     }
     if (!fault.empty() && good()) closeDamaged(fault);
     return good();

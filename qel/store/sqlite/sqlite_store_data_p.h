@@ -37,6 +37,7 @@ public:
     bool verify();
 
 private:
+    String open();
     SqliteCode prepare();
     void releaseFile(bool isSound);
     void resetCursors();

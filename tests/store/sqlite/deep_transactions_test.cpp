@@ -45,6 +45,7 @@ TEST_F(DeepTransactions, AnswerEveryOperationAsAnOrderedMapDoes) {
         ASSERT_EQ(operation.perform(store), operation.perform(model))
             << operation.name << ", operation " << i;
     }
+    EXPECT_TRUE(store.verify());
 }
 
 TEST_F(DeepTransactions, RestoreTheBytesOfARemovedKey) {

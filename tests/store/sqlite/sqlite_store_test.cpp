@@ -73,8 +73,9 @@ TEST_F(SqliteStoreTest, KeepsEverythingButOpenTransactionsBeyondItsEnd) {
     EXPECT_FALSE(store->good());
     EXPECT_EQ(contentOf(path), "036B65707400=0802 0370617469656E74000805=0E ");
     const std::string file = scratch.read("data.store");
-    EXPECT_EQ(file.substr(0, 16) + file.substr(60, 4) + file.substr(68, 4), "SQLite format 3\0\0\0\0\1qelS"s);
+    EXPECT_EQ(file.substr(0, 16) + file.substr(60, 4) + file.substr(68, 4), "SQLite format 3\0\0\0\0\2qelS"s);
     EXPECT_NE(file.find(test::documentedText("sqlite/schema")), std::string::npos);
+    EXPECT_NE(file.find(test::documentedText("sqlite/schema-large")), std::string::npos);
     EXPECT_NE(String(file).encodeBase16().find(test::documentedBytes("sqlite/row")), std::string::npos);
 }
 
@@ -115,12 +116,13 @@ TEST_F(SqliteStoreTest, NeverChangesAFileThatIsNotItsOwn) {
     } files[] = {{std::string(100, 'x'), "not a database"},
                  {sound.substr(0, 99), "not a database"},
                  {changed(68, "\0\0\0\0"), "a database of another program"},
-                 {changed(60, "\0\0\0\2"), "layout 2 is unknown"},
+                 {changed(60, "\0\0\0\3"), "layout 3 is unknown"},
+                 {changed(60, "\0\0\0\1"), "damaged: it doesn't hold the tables of a store"},
                  {changed(18, "\7\2\0\0"), "damaged: version 7 of the file format"},
                  {changed(18, "\2\3\0\0"), "damaged: version 3 of the file format"},
                  {sound.substr(0, sound.size() / 2), "damaged: database disk image is malformed (11)"},
                  {std::string(sound).replace(sound.find("value BLOB"), 5, "VALUE"),
-                  "damaged: it doesn't hold the table of a store"}};
+                  "damaged: it doesn't hold the tables of a store"}};
     for (const auto& [content, reason] : files) {
         scratch.write("data.store", content);
         expectOpenFails(reason);
