@@ -7,7 +7,9 @@
 
 #include <clocale>
 #include <cmath>
+#include <cstdarg>
 #include <cstdio>
+#include <string>
 
 using namespace qel;
 using namespace qel::util;
@@ -17,6 +19,20 @@ static String print(const char* format, ...) {
     va_start(arguments, format);
     String text = stringFormat_valist(format, arguments);
     va_end(arguments);
+    return text;
+}
+
+/// What the C library prints under the locale "C".
+[[gnu::format(printf, 1, 2)]] static std::string printAsC(const char* format, ...) {
+    char text[400];
+    const locale_t plain = newlocale(LC_ALL_MASK, "C", nullptr);
+    const locale_t previous = uselocale(plain);
+    va_list arguments;
+    va_start(arguments, format);
+    std::vsnprintf(text, sizeof text, format, arguments);
+    va_end(arguments);
+    uselocale(previous);
+    freelocale(plain);
     return text;
 }
 
@@ -56,11 +72,9 @@ TEST(NumberFormat, LengthsAreInMillimetresUnlessAUnitMayBeChosen) {
 }
 
 TEST(PrintfFormat, EqualsTheCLibrary) {
-    char expected[400];
 #define EXPECT_AS_C(...)                                                                                     \
-    std::snprintf(expected, sizeof(expected), __VA_ARGS__);                                                  \
-    EXPECT_EQ(print(__VA_ARGS__), expected);                                                                 \
-    EXPECT_EQ(stringFormat(__VA_ARGS__), expected)
+    EXPECT_EQ(print(__VA_ARGS__), printAsC(__VA_ARGS__));                                                    \
+    EXPECT_EQ(stringFormat(__VA_ARGS__), printAsC(__VA_ARGS__))
 
     EXPECT_AS_C("plain %% text");
     EXPECT_AS_C("%d|%5d|%-5d|%05d|%+d|% d", 42, 42, 42, 42, 42, 42);
