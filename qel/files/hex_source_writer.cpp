@@ -1,6 +1,6 @@
 #include <qel/files/hex_source_writer.h>
 
-#include <qel/files/file.h>
+#include <qel/files/whole_io_p.h>
 #include <qel/foundation/log/message_stream.h>
 
 #include <charconv>
@@ -13,9 +13,14 @@ constexpr uint32 kMaxColumn = 80;
 
 } // namespace
 
-HexSourceWriter::HexSourceWriter(const char* path)
-    : m_output(File::openStdFileStream(path, std::ios_base::out | std::ios_base::binary)), m_path(path) {
-    if (m_output) *m_output << "static unsigned char table_data[] = {\n";
+HexSourceWriter::HexSourceWriter(const char* path) : m_path(path) {
+    internal::FileError error;
+    m_output =
+        platform::openStandardStream(m_path.c_str(), std::ios_base::out | std::ios_base::binary, error);
+    if (m_output)
+        *m_output << "static unsigned char table_data[] = {\n";
+    else
+        logging::error() << "cant open file '" << m_path << "'" << internal::describe(error);
 }
 
 void HexSourceWriter::process(StreamType, const uint8* data, unsigned size) {

@@ -14,13 +14,14 @@ namespace qel {
 
 /// A sink that writes what it gets into a source file: the array "table_data" and, from close(), its
 /// "table_size". Lines have at most 80 characters.
-/// @errors  a file that can't be made gives nothing at all; one that can't be filled is logged by close().
+/// @errors  a file that cannot be opened is logged by the constructor, and nothing is written; close() logs a
+///          file that could not be written.
 /// @threads an object is used by one thread at a time.
 class QEL_API HexSourceWriter : public Object, public ByteConsumer {
     QEL_CLASS(HexSourceWriter, Object)
 
 public:
-    /// Makes or empties the file and begins the table.
+    /// Creates or empties the file and begins the table.
     explicit HexSourceWriter(const char* path);
 
     /// Adds bytes to the table; their type does not matter.

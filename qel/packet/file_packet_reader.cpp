@@ -1,6 +1,7 @@
 #include <qel/packet/file_packet_reader.h>
 
 #include <qel/foundation/log/message_stream.h>
+#include <qel/platform/system_error.h>
 
 #include <algorithm>
 
@@ -18,7 +19,9 @@ SmartPointer<Packet> failedReading(const char* what) {
 } // namespace
 
 FilePacketReader::FilePacketReader(const char* path) {
-    platform::openFile(m_file, path, platform::OpenMode::Read);
+    if (const platform::FileError error = platform::openFile(m_file, path, platform::OpenMode::Read))
+        logging::error() << "failed opening packet file '" << path << "'; "
+                         << platform::errorText(error.value());
 }
 
 SmartPointer<Packet> FilePacketReader::read() {

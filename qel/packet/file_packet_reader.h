@@ -15,7 +15,7 @@ class QEL_API FilePacketReader : public PacketReader {
     QEL_CLASS(FilePacketReader, PacketReader)
 
 public:
-    /// Opens @p path. @errors a file that cannot be opened yields no packets.
+    /// Opens @p path. @errors a file that cannot be opened is logged and yields no packets.
     explicit FilePacketReader(const char* path);
 
     /// Returns the next record as a raw packet; null at the end, if the file is not open, and for a broken

@@ -7,7 +7,9 @@
 namespace qel {
 
 FilePacketWriter::FilePacketWriter(const char* path) {
-    platform::openFile(m_file, path, platform::OpenMode::CreateOrEmpty);
+    if (const platform::FileError error = platform::openFile(m_file, path, platform::OpenMode::CreateOrEmpty))
+        logging::error() << "failed opening packet file '" << path << "'; "
+                         << platform::errorText(error.value());
 }
 
 void FilePacketWriter::write(Packet* packet) {

@@ -13,7 +13,8 @@ class QEL_API FilePacketWriter : public PacketWriter {
     QEL_CLASS(FilePacketWriter, PacketWriter)
 
 public:
-    /// Opens @p path and truncates it. @errors packets for a file that cannot be opened are dropped.
+    /// Opens @p path and truncates it. @errors a file that cannot be opened is logged; its packets are
+    /// dropped.
     explicit FilePacketWriter(const char* path);
     ~FilePacketWriter() override { close(); }
 

@@ -190,11 +190,10 @@ std::vector<FaultCase> fileCases() {
              writer.close();
              return Outcome{true};
          },
-         kLoggedOnly | kMayTear | kDisabled},
+         kLoggedOnly | kMayTear},
         {"FilePacketWriter", prepareNothing,
-         [](Folder folder) { return writePackets(folder), Outcome{true}; },
-         kLoggedOnly | kMayTear | kDisabled},
-        {"FilePacketReader", writePackets, readPackets, kDisabled},
+         [](Folder folder) { return writePackets(folder), Outcome{true}; }, kLoggedOnly | kMayTear},
+        {"FilePacketReader", writePackets, readPackets},
         {"MemoryMap", prepareMapped, writeMapped},
     };
 }

@@ -46,6 +46,8 @@ TEST_F(SmallStreams, BytesBecomeATableOfSourceCodeInLinesOfEightyCharacters) {
               "};\nstatic unsigned int table_size = 40;\n");
     HexSourceWriter("/dev/full").close();
     log.expect(3, "cant write file '/dev/full', errno=28:No space left on device");
+    HexSourceWriter(path("none/table.c").c_str()).close();
+    log.expect(3, "cant open file '" + path("none/table.c") + "'; No such file or directory");
 }
 
 TEST(StringEvent, TextsOfAllBytesTravelAsOneLine) {

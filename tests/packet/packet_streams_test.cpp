@@ -58,8 +58,14 @@ TEST_F(PacketStreams, AFileIsRecordsOfSizeHeaderAndPayload) {
     EXPECT_EQ(reader->read()->convertToBase16String(), numbered(1)->convertToBase16String());
     EXPECT_EQ(reader->readTimeout(0, 1)->convertToBase16String(), numbered(2)->convertToBase16String());
     EXPECT_EQ(reader->read(), nullptr);
-    EXPECT_EQ(FilePacketReader(path("none").c_str()).read(), nullptr);
     log.expect(3, "failed reading packet payloadSize");
+}
+
+TEST_F(PacketStreams, AFileThatCannotBeOpenedIsLogged) {
+    EXPECT_EQ(FilePacketReader(path("none").c_str()).read(), nullptr);
+    log.expect(3, "failed opening packet file '" + path("none") + "'; No such file or directory");
+    FilePacketWriter(path("none/packets").c_str()).write(numbered(1).get());
+    log.expect(3, "failed opening packet file '" + path("none/packets") + "'; No such file or directory");
 }
 
 TEST_F(PacketStreams, AFileLogsWhereARecordIsBroken) {
