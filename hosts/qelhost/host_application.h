@@ -27,7 +27,7 @@ public:
     /// The exit status of the run: what a script asked for, else kInterruptedStatus if an interrupt cut off
     /// a script, else 1 if a script or the start of the plugins failed, else 0.
     int exitStatus() const;
-    /// The folder of plugins could not be read.
+    /// Notes that the folder of plugins, or something in it, could not be read.
     void noteFailedStart() { m_startFailed = true; }
 
     /// The application of the running System.

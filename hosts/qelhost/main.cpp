@@ -47,6 +47,10 @@ void startPlugins(const Options& options) {
     }
     addScriptFunctions();
     plugins.executeBootstrapScripts(true);
+    for (const qel::String& unreadable : plugins.getUnreadable()) {
+        qel::logging::error() << "cannot read '" << unreadable << "' of the plugins";
+        HostApplication::instance().noteFailedStart();
+    }
 }
 
 void printReport() {

@@ -3,6 +3,8 @@
 #include <qel/files/directory.h>
 #include <qel/foundation/base/buffer.h>
 #include <qel/foundation/log/message_stream.h>
+#include <qel/platform/file_system.h>
+#include <qel/platform/system_error.h>
 #include <qel/plugins/resource_locator.h>
 #include <qel/script/object_interfaces.h>
 #include <qel/script/vm.h>
@@ -12,10 +14,8 @@ namespace qel {
 
 namespace {
 
-// Reads the script @p file of a plugin. @return false if it does not exist or can't be read.
-bool loadScript(const String& directory, const char* file, Buffer& source) {
-    const String path = directory + "/" + file;
-    return File::existsFile(path) && source.loadFromFile(path.c_str(), true, false);
+bool isMissing(const platform::FileError& error) {
+    return error == std::errc::no_such_file_or_directory;
 }
 
 // Compiles a script of a plugin; null if it does not compile.
@@ -44,36 +44,61 @@ void Plugins::setPath(const char* path) {
 }
 
 void Plugins::foreachPlugin(const std::function<void(const String& name)>& callback) const {
+    visitPlugins(callback);
+}
+
+// Returns whether the plugins directory was read to its end, or does not exist.
+bool Plugins::visitPlugins(const std::function<void(const String& name)>& visit) const {
     Directory directory;
-    if (!directory.open(m_path)) return;
+    if (!directory.open(m_path)) {
+        const platform::FileError error = directory.getError();
+        if (isMissing(error)) return true;
+        logging::warning() << "plugins directory '" << m_path << "' could not be read; "
+                           << platform::errorText(error.value());
+        return false;
+    }
     String name;
     bool isDirectory = false;
     while (directory.read(name, isDirectory)) {
-        if (isDirectory) callback(name);
+        if (isDirectory) visit(name);
     }
+    return !directory.hasFailed();
 }
 
 Plugins::Hashes Plugins::getPluginHashes() const {
     Hashes hashes;
-    foreachPlugin([&](const String& name) { hashes[name] = Directory::getDirectoryHash(pathOf(name)); });
+    readPluginHashes(hashes);
     return hashes;
 }
 
+// Returns whether every plugin was found.
+bool Plugins::readPluginHashes(Hashes& hashes) const {
+    return visitPlugins(
+        [&](const String& name) { hashes[name] = Directory::getDirectoryHash(pathOf(name)); });
+}
+
 void Plugins::executeBootstrapScripts(bool startMain) {
-    m_hashes = getPluginHashes();
+    m_hashes.clear();
+    beginStart(readPluginHashes(m_hashes));
     executeBootstrapScripts(m_hashes, startMain);
 }
 
 void Plugins::executeBootstrapScripts(const Item& allowed, bool startMain) {
     const Hashes listed = readHashes(allowed);
     Hashes unchanged;
-    foreachPlugin([&](const String& name) {
+    const bool isListRead = visitPlugins([&](const String& name) {
         const auto entry = listed.find(name);
         if (entry != listed.end() && Directory::getDirectoryHash(pathOf(name)) == entry->second) {
             unchanged.insert(*entry);
         }
     });
+    beginStart(isListRead);
     executeBootstrapScripts(unchanged, startMain);
+}
+
+void Plugins::beginStart(bool isListRead) {
+    m_unreadable.clear();
+    if (!isListRead) m_unreadable.push_back(m_path);
 }
 
 void Plugins::executeBootstrapScripts(const Hashes& plugins, bool startMain) {
@@ -87,22 +112,34 @@ void Plugins::addPaths(const String& plugin) {
     String base = pathOf(plugin);
     system()->getVM()->addImportSearchPath(base);
     String resources = base + "/resources";
-    bool isDirectory = false;
-    if (File::checkIfDirectory(resources, isDirectory) && isDirectory) {
+    platform::FileStatus status;
+    const platform::FileError error = platform::readStatus(status, resources.c_str());
+    if (error && !isMissing(error)) m_unreadable.push_back(resources);
+    if (!error && status.kind == platform::FileKind::Directory)
         system()->getResourceLocator()->addResourceDirectory(resources);
-    }
+}
+
+// Returns false if the script does not exist or cannot be read.
+bool Plugins::loadScript(const String& plugin, const char* file, Buffer& source) {
+    const String path = pathOf(plugin) + "/" + file;
+    platform::FileStatus status;
+    const platform::FileError error = platform::readStatus(status, path.c_str(), platform::Links::Keep);
+    if (isMissing(error)) return false;
+    if (!error && source.loadFromFile(path.c_str(), true, false)) return true;
+    m_unreadable.push_back(path);
+    return false;
 }
 
 void Plugins::runAutoexec(const String& plugin) {
     Buffer source;
-    if (!loadScript(pathOf(plugin), "autoexec.sq", source)) return;
+    if (!loadScript(plugin, "autoexec.sq", source)) return;
     qelSq::Object closure = compileScript(source, plugin, "autoexec.sq");
     closure.asClosure().getFunctorOnRoot().execute(); // a null closure fails and so counts as a failed script
 }
 
 void Plugins::startMain(const String& plugin) {
     Buffer source;
-    if (!loadScript(pathOf(plugin), "main.sq", source)) return;
+    if (!loadScript(plugin, "main.sq", source)) return;
     logging::info() << "[" << plugin << "] starting main";
     system()->getVM()->createThread(compileScript(source, plugin, "main.sq"));
 }

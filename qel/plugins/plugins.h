@@ -11,6 +11,8 @@
 
 namespace qel {
 
+class Buffer;
+
 /// The plugins of an application: one directory each below the plugins directory, with scripts "autoexec.sq"
 /// and "main.sq" and a folder "resources", all of them optional.
 /// @threads main thread.
@@ -30,6 +32,7 @@ public:
     const String& getPath() const { return m_path; }
 
     /// Calls @p callback with the name of each plugin's directory, in the file system's order.
+    /// @errors a plugins directory that exists but cannot be read is logged as a warning.
     void foreachPlugin(const std::function<void(const String& name)>& callback) const;
     /// The Directory::getDirectoryHash of all plugins.
     Hashes getPluginHashes() const;
@@ -46,6 +49,9 @@ public:
     /// none.
     void executeBootstrapScripts(const Item& allowed, bool startMain);
 
+    /// The folders and scripts that exist but could not be read in the last start; it went on without them.
+    const List<String>& getUnreadable() const { return m_unreadable; }
+
     /// Keeps @p closure under @p name for the host. @errors a warning for anything but a closure.
     void addListener(const char* name, const qelSq::Object& closure);
     /// The closures kept under @p name, in the order of adding.
@@ -60,13 +66,18 @@ protected:
 
 private:
     String pathOf(const String& plugin) const { return m_path + "/" + plugin; }
+    bool visitPlugins(const std::function<void(const String& name)>& visit) const;
+    bool readPluginHashes(Hashes& hashes) const;
+    void beginStart(bool isListRead);
     void addPaths(const String& plugin);
+    bool loadScript(const String& plugin, const char* file, Buffer& source);
     void runAutoexec(const String& plugin);
     void startMain(const String& plugin);
 
     Map<String, List<qelSq::Object>> m_listeners;
     String m_path;
     Hashes m_hashes;
+    List<String> m_unreadable;
 };
 
 } // namespace qel
