@@ -33,7 +33,6 @@ enum CaseFlags : int {
     kMayStop = 16,      ///< a failure may come when some entries are removed already
     kCrossesDisks = 32, ///< the first renaming leads to another disk
     kVaries = 64,       ///< how many operations there are depends on other processes
-    kDisabled = 128,    ///< shows a fault that is not corrected yet; runs on demand only
 };
 
 /// An operation under test, on the files of a scratch folder.
