@@ -1,4 +1,4 @@
-// FileAccess: for whom a job uses files, and where.
+// FileAccess: the user for whom a job uses files, and the folders that are granted to that user.
 #pragma once
 
 #include <qel/foundation/base/containers.h>
@@ -12,31 +12,32 @@
 
 namespace qeljobs {
 
-/// What somebody can do with a file or a folder, as bits of a mode.
+/// Ways to use a file or a folder, as bits of a mode.
 enum class FileUse : qel::uint32 {
     Read = 4,   ///< read a file
     Write = 2,  ///< write a file; create and remove names in a folder
-    Search = 1, ///< use names in a folder
+    Search = 1, ///< look up names in a folder
 };
 
-/// The user for whom a job uses files, and the folders in which he may have jobs work. The server's own user
-/// may have them work everywhere. It is stored with the job, without the folders: those that are granted when
-/// the job is handed to a worker count.
+/// The user for whom a job uses files, and the folders in which that user's jobs may work. Jobs of the
+/// server's own user may work everywhere. It is stored with the job without the folders, because the folders
+/// that are granted when the job is assigned to a worker count.
 struct FileAccess {
-    qel::platform::PeerIdentity user; ///< who asked for the job
-    bool overwrite = false;           ///< he wants existing outputs to be replaced
-    qel::Vector<qel::String> folders; ///< absolute paths of folders that are granted to him
+    qel::platform::PeerIdentity user; ///< the user who submitted the job
+    bool overwrite = false;           ///< true to replace existing outputs
+    qel::Vector<qel::String> folders; ///< absolute paths of the granted folders
 
-    /// Whether that is this process's own user.
+    /// Returns true if the user is this process's own.
     bool isOwnUser() const { return user.user == qel::platform::userId(); }
-    /// Whether the user may put something of this ownership to the use @p use. An access control list counts
-    /// for the owner only, since the mode does not say what it grants to others.
+    /// Returns true if the user may use something of this ownership in the way @p use. Something with an
+    /// access control list is open to its owner and root only, because the mode does not say what the list
+    /// grants.
     bool allows(const qel::platform::FileOwnership& ownership, FileUse use) const;
 
-    /// The form in which packets and the table of jobs hold it.
+    /// Returns the form that packets and the table of jobs contain.
     qel::Item toItem() const;
-    /// @return nothing if @p item does not have this form, as in jobs of which nobody knows who asked for
-    /// them.
+    /// Reads the form that toItem() returns.
+    /// @return nothing if @p item does not have this form, as in old jobs that do not name a user.
     static std::optional<FileAccess> fromItem(const qel::Item& item);
 };
 

@@ -51,7 +51,7 @@ struct HeartbeatScheme : qel::PacketScheme {
 };
 
 template <class Scheme>
-qel::PacketScheme* only() {
+qel::PacketScheme* instanceOf() {
     static Scheme scheme;
     return &scheme;
 }
@@ -59,23 +59,23 @@ qel::PacketScheme* only() {
 } // namespace
 
 qel::PacketScheme* jobScheme() {
-    return only<JobScheme>();
+    return instanceOf<JobScheme>();
 }
 
 qel::PacketScheme* progressScheme() {
-    return only<ProgressScheme>();
+    return instanceOf<ProgressScheme>();
 }
 
 qel::PacketScheme* resultScheme() {
-    return only<ResultScheme>();
+    return instanceOf<ResultScheme>();
 }
 
 qel::PacketScheme* failureScheme() {
-    return only<FailureScheme>();
+    return instanceOf<FailureScheme>();
 }
 
 qel::PacketScheme* heartbeatScheme() {
-    return only<HeartbeatScheme>();
+    return instanceOf<HeartbeatScheme>();
 }
 
 } // namespace qeljobs

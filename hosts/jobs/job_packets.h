@@ -1,4 +1,4 @@
-// The packets between the server and its workers, on top of ProcessProtocol.
+// The packets between the server and its workers, in addition to those of ProcessProtocol.
 #pragma once
 
 #include <qel/foundation/base/types.h>
@@ -15,27 +15,27 @@ enum PacketId : qel::int16 {
     kHeartbeatId = 2005
 };
 
-/// What a job may ask for.
+/// The kinds of jobs.
 inline constexpr const char* kJobKinds[] = {"hash", "compress"};
 
-/// How often a worker sends a heartbeat.
+/// The interval at which a worker sends heartbeats.
 inline constexpr qel::uint32 kHeartbeatMs = 2000;
 
-/// Server to worker: do this job.
-/// Fields: "id" GUID; "attempt" int32, which answers repeat; "kind" text; "files" Item of one String for each
-/// absolute path; "access" a FileAccess, without which no file is used.
+/// Returns the scheme of a job, sent by the server.
+/// Fields: "id" GUID; "attempt" int32, which reports repeat; "kind" String; "files" Item of one String for
+/// each absolute path; "access" Item of a FileAccess, without which the job fails.
 qel::PacketScheme* jobScheme();
-/// Worker to server, once at the start of a job and then at most ten times a second: how far a job is.
-/// Fields: "id" GUID; "attempt" int32; "done" and "total" uint64, in bytes.
+/// Returns the scheme of the progress of a job, sent by the worker when the job starts and then at most ten
+/// times a second. Fields: "id" GUID; "attempt" int32; "done" and "total" uint64, in bytes.
 qel::PacketScheme* progressScheme();
-/// Worker to server: a job is done.
+/// Returns the scheme of the result of a job, sent by the worker.
 /// Fields: "id" GUID; "attempt" int32; "bytes" uint64 read; "result" Item of one element.
 qel::PacketScheme* resultScheme();
-/// Worker to server: a job can't be done, and why.
-/// Fields: "id" GUID; "attempt" int32; "error" text.
+/// Returns the scheme of the failure of a job, sent by the worker.
+/// Fields: "id" GUID; "attempt" int32; "error" String.
 qel::PacketScheme* failureScheme();
-/// Worker to server, at its start and every kHeartbeatMs from then on: the worker answers. A worker that has
-/// never sent one is not expected to. No fields.
+/// Returns the scheme of a heartbeat, sent by the worker when it starts and every kHeartbeatMs from then on.
+/// A worker that has never sent one is not expected to. It has no fields.
 qel::PacketScheme* heartbeatScheme();
 
 } // namespace qeljobs

@@ -25,7 +25,7 @@ bool wouldBlock(const FileError& error) {
 Answer readAnswer(const std::string& line, int id) {
     const json reply = json::parse(line, nullptr, false);
     const bool isReply = reply.is_object() && (reply.contains("result") || reply.contains("error"));
-    if (!isReply) return {{}, {}, "the server's answer is no reply"};
+    if (!isReply) return {{}, {}, "the server's answer is not a reply"};
     if (reply.contains("error")) {
         const json& error = reply["error"];
         const json message = error.is_object() ? error.value("message", json()) : json();
@@ -40,7 +40,7 @@ Answer readAnswer(const std::string& line, int id) {
 std::string Client::connect(const std::string& socketPath) {
     FileError error = connectLocally(m_socket, socketPath.c_str());
     const std::int64_t deadline = nowMs() + m_timeoutMs;
-    while (wouldBlock(error) && nowMs() < deadline) { // many others are connecting at this moment
+    while (wouldBlock(error) && nowMs() < deadline) { // the queue of connections is full
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
         error = connectLocally(m_socket, socketPath.c_str());
     }
@@ -53,13 +53,13 @@ Answer Client::call(const std::string& method, const json& arguments) {
     const Deadline deadline = nowMs() + m_timeoutMs;
     std::string line;
     std::string failure = send(request.dump(-1, ' ', false, json::error_handler_t::replace) + "\n", deadline);
-    // A server that turns the caller away says why before it closes.
+    // A server that refuses the connection says why before it closes it.
     const std::string received = receiveLine(line, deadline);
     if (failure.empty() || received.empty()) failure = received;
     return failure.empty() ? readAnswer(line, id) : Answer{{}, {}, failure};
 }
 
-/// Waits until the socket can send or has received something. @return what went wrong.
+/// Waits until the socket can send or has received something. @return why that failed; empty after an event.
 std::string Client::wait(bool forSending, Deadline deadline) const {
     const std::int64_t left = deadline - nowMs();
     if (left <= 0) return "the server does not answer";

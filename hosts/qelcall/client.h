@@ -1,4 +1,4 @@
-// Client: the caller's end of a connection to the server.
+// Client: a connection to the server that makes calls.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -11,20 +11,20 @@
 
 namespace qelcall {
 
-/// What became of a call.
+/// The outcome of a call. Exactly one member is set.
 struct Answer {
-    std::optional<nlohmann::json> result; ///< what the call gave, if it ran
-    std::string refusal;                  ///< else why the server refused it
-    std::string failure;                  ///< else why there is no answer
+    std::optional<nlohmann::json> result; ///< the result, if the call ran
+    std::string refusal;                  ///< why the server refused the call
+    std::string failure;                  ///< why there is no answer
 };
 
-/// Calls methods one after the other and waits for each.
+/// Makes calls one after the other and waits for each answer.
 class Client {
 public:
-    /// @param timeoutMs  how long to wait for a reply.
+    /// @param timeoutMs  how long to wait for the connection and for each reply.
     explicit Client(int timeoutMs) : m_timeoutMs(timeoutMs) {}
 
-    /// Connects to the server. @return what went wrong; empty when nothing did.
+    /// Connects to the server. @return why that failed; empty if it is connected.
     std::string connect(const std::string& socketPath);
     /// Calls @p method. @param arguments  an array or an object.
     Answer call(const std::string& method, const nlohmann::json& arguments);

@@ -15,7 +15,7 @@ using nlohmann::json;
 
 enum Status { kSuccess = 0, kRefused = 1, kNoAnswer = 3 }; // 2 is for a wrong command line
 
-constexpr std::chrono::milliseconds kLookAgain(100);
+constexpr std::chrono::milliseconds kWatchInterval(100);
 
 void complain(const std::string& text) {
     qelhosts::complain("qelcall", text);
@@ -25,8 +25,8 @@ void print(const json& result) {
     qelhosts::print(result.dump(2, ' ', false, json::error_handler_t::replace) + "\n");
 }
 
-/// @return the exit status that @p answer alone asks for; kSuccess when there is a result to look at.
-Status complainAbout(const Answer& answer) {
+/// Reports an answer without a result. @return its exit status; kSuccess if there is a result.
+Status reportFailure(const Answer& answer) {
     if (answer.result) return kSuccess;
     complain(answer.failure.empty() ? answer.refusal : answer.failure);
     return answer.failure.empty() ? kRefused : kNoAnswer;
@@ -37,12 +37,12 @@ std::string textOf(const json& job, const char* key) {
     return value.is_string() ? value.get<std::string>() : value.is_null() ? std::string() : value.dump();
 }
 
-/// The id of the job in a result: in the job's table, or the id alone.
+/// Returns the id of the job in a result, which is the table of a job or the id alone.
 json jobIdOf(const json& result) {
     return result.is_object() ? result.value("id", json()) : result;
 }
 
-/// Prints the result of a job that has ended, of which @p job holds the first rows.
+/// Prints the result of a job that has ended. @param job  the reply with the first rows of the result.
 Status finishJob(Client& client, const json& id, json job) {
     if (textOf(job, "state") == "failed") {
         complain("the job failed: " + textOf(job, "error"));
@@ -51,7 +51,7 @@ Status finishJob(Client& client, const json& id, json job) {
     json result = job.value("result", json());
     while (result.is_array() && job.value("next", json()).is_number()) {
         const Answer answer = client.call("jobs.state", json::array({id, job["next"]}));
-        if (const Status status = complainAbout(answer)) return status;
+        if (const Status status = reportFailure(answer)) return status;
         job = *answer.result;
         const json rows = job.is_object() ? job.value("result", json()) : json();
         if (!rows.is_array() || rows.empty()) break;
@@ -61,10 +61,10 @@ Status finishJob(Client& client, const json& id, json job) {
     return kSuccess;
 }
 
-/// Asks for the state of job @p id until it has ended.
+/// Polls the state of job @p id until it has ended, then prints its result.
 Status watchJob(Client& client, const json& id) {
     ProgressBar bar;
-    for (;; std::this_thread::sleep_for(kLookAgain)) {
+    for (;; std::this_thread::sleep_for(kWatchInterval)) {
         const Answer answer = client.call("jobs.state", json::array({id}));
         const json job = answer.result.value_or(json());
         const std::string state = job.is_object() ? textOf(job, "state") : std::string();
@@ -72,7 +72,7 @@ Status watchJob(Client& client, const json& id) {
         if (!answer.result || isUnknown) {
             bar.end();
             if (isUnknown) complain("no such job: " + id.dump());
-            return isUnknown ? kRefused : complainAbout(answer);
+            return isUnknown ? kRefused : reportFailure(answer);
         }
         const json progress = job.value("progress", json());
         bar.show(state, progress.is_number() ? progress.get<double>() : 0.0);
@@ -89,7 +89,7 @@ Status run(const Options& options) {
         return kNoAnswer;
     }
     const Answer answer = client.call(options.method, options.arguments);
-    if (const Status status = complainAbout(answer)) return status;
+    if (const Status status = reportFailure(answer)) return status;
     if (options.watch) return watchJob(client, jobIdOf(*answer.result));
     print(*answer.result);
     return kSuccess;

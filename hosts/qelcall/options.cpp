@@ -28,21 +28,21 @@ bool storeTimeout(Options& options, std::string_view value) {
 }
 
 constexpr std::array<qelhosts::OptionRow<Options>, 6> kOptions{{
-    {"--socket", &storeSocket, nullptr, "no socket: "},
-    {"--timeout", &storeTimeout, nullptr, "no number of seconds: "},
+    {"--socket", &storeSocket, nullptr, "not a path of a socket: "},
+    {"--timeout", &storeTimeout, nullptr, "not a number of seconds from 1 to 86400: "},
     {"--watch", nullptr, &Options::watch},
     {"--help", nullptr, &Options::help},
     {"-h", nullptr, &Options::help},
     {"--version", nullptr, &Options::version},
 }};
 
-/// Whether an object stands for the whole list of arguments, as its bytes.
+/// Returns true if an object holds the whole list of arguments as the bytes of an Item.
 bool isItem(const json& value) {
     return value.is_object() && value.size() == 1 && value.contains("$item");
 }
 
-/// One argument that is an array or the bytes of an Item holds all arguments of the call; otherwise each is
-/// one of them: the value that it is in JSON, or a text.
+/// Returns the arguments of the call. A single argument that is an array or holds an Item is the whole list;
+/// otherwise each argument is one element: its JSON value, or a string if it is not JSON.
 json readArguments(int count, const char* const* texts) {
     json arguments = json::array();
     for (int i = 0; i < count; ++i) {
@@ -66,12 +66,12 @@ Options parseOptions(int argc, const char* const* argv) {
     const int first = qelhosts::readOptions(options, kOptions, argc, argv);
     if (options.help || options.version || !options.problem.empty()) return options;
     if (first >= argc) {
-        options.problem = "no method to call";
+        options.problem = "no method given";
         return options;
     }
     options.method = argv[first];
     for (int i = first + 1; i < argc; ++i) {
-        if (looksLikeBrokenJson(argv[i])) options.problem = "no JSON: " + qelhosts::quoted(argv[i]);
+        if (looksLikeBrokenJson(argv[i])) options.problem = "invalid JSON: " + qelhosts::quoted(argv[i]);
     }
     options.arguments = readArguments(argc - first - 1, argv + first + 1);
     return options;
@@ -82,16 +82,16 @@ const char* usage() {
 Calls a method of a running qelserver and prints the result as JSON.
 
   --socket PATH      the server's socket; default: qelserver.sock in the user's data folder
-  --watch            follow the job that the call returns to its end, and print the job's result
+  --watch            follow the job that the call returns until it ends, and print its result
   --timeout SECONDS  how long to wait for a reply; default: 60
   --version          print the version
   -h, --help         print this
 
-ARGUMENTS are one JSON array that holds them all, or the arguments one by one: what is not JSON
-is a text.
+ARGUMENTS is one JSON array with all arguments, or each argument by itself. An argument that is not
+JSON is passed as a string.
 
-Exit status: 0 for success; 1 when the server refused the call or the job failed, with the
-reason on standard error; 2 for a wrong command line; 3 when there is no answer.
+Exit status: 0 for success; 1 if the server refused the call, the job failed or the output could not
+be written, with the reason on standard error; 2 for a wrong command line; 3 if there is no answer.
 )";
 }
 

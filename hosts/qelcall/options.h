@@ -8,19 +8,19 @@
 
 namespace qelcall {
 
-/// What the command line asks for.
+/// The values of the command line.
 struct Options : qelhosts::CommonOptions {
-    std::string socket;                                 ///< name of the server's socket
-    std::string method;                                 ///< what to call
-    nlohmann::json arguments = nlohmann::json::array(); ///< an array, or the bytes of an Item
-    bool watch = false;                                 ///< follow the job that the call returns
+    std::string socket;                                 ///< path of the server's socket
+    std::string method;                                 ///< the method to call
+    nlohmann::json arguments = nlohmann::json::array(); ///< an array, or the object that holds an Item
+    bool watch = false;                                 ///< true to follow the job that the call returns
     int timeoutMs = 60'000;                             ///< how long to wait for a reply
 };
 
 /// Reads the whole command line.
 Options parseOptions(int argc, const char* const* argv);
 
-/// How the program is used, for `--help`.
+/// Returns the text of `--help`.
 const char* usage();
 
 } // namespace qelcall

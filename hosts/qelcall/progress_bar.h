@@ -1,16 +1,16 @@
-// ProgressBar: the course of a job on standard error.
+// ProgressBar: shows the progress of a job on standard error.
 #pragma once
 
 #include <string>
 
 namespace qelcall {
 
-/// Draws a bar over itself on a terminal; elsewhere writes a line when the state changes.
+/// Draws a bar on a terminal, in place of the previous one. Elsewhere it writes a line for each new state.
 class ProgressBar {
 public:
-    /// Shows how far the job is. @param progress  0 to 1; what lies outside is clamped.
+    /// Shows the state and progress of the job. @param progress  0 to 1; other values are clamped.
     void show(const std::string& state, double progress);
-    /// Leaves the bar and begins a new line.
+    /// Ends the line of the bar.
     void end();
 
 private:
@@ -18,7 +18,8 @@ private:
     std::string m_state;
 };
 
-/// The line that shows @p state at @p progress in @p width columns.
+/// Returns a line of at most @p width columns that shows @p state and @p progress; longer if the state does
+/// not fit.
 std::string formatProgress(const std::string& state, double progress, int width);
 
 } // namespace qelcall

@@ -10,7 +10,7 @@ namespace qelserver {
 
 namespace {
 
-/// About how many bytes of memory a job takes.
+/// Returns about how many bytes of memory a job takes.
 size_t sizeOf(const Job& job) {
     size_t size = sizeof(Job) + job.kind.size() + job.access.getPlainSize() + job.result.getPlainSize() +
                   job.error.size();
@@ -57,9 +57,9 @@ qel::GUID JobBoard::submit(const qel::String& kind, qel::Vector<qel::String> fil
     job.access = access;
     job.submitted = qel::Object::system()->getUTCDateTimeUnique();
     const size_t bytes = sizeOf(job);
-    forgetOldest(m_limits.ended, bytes, 0);
+    removeOldest(m_limits.ended, bytes, 0);
     if (m_bytes + bytes > m_limits.bytes) {
-        qel::logging::warning() << "refused a job: too many wait";
+        qel::logging::warning() << "refused a job: too many jobs wait";
         return {};
     }
     m_bytes += bytes;
@@ -100,7 +100,7 @@ const Job* JobBoard::start() {
     return &job;
 }
 
-/// Returns the job if it runs: what a worker reports about a job that it no longer has does not count.
+/// Returns the job if it runs, otherwise null. Reports about a job that does not run are ignored.
 Job* JobBoard::running(const qel::GUID& id) {
     const auto found = m_jobs.find(id);
     const bool isRunning = found != m_jobs.end() && found->second.state == JobState::Running;
@@ -152,9 +152,9 @@ void JobBoard::end(Job ended) {
     m_ended[ended.id] = std::move(ended);
 }
 
-// --- what is stored --------------------------------------------------------------------------------------
+// --- storing ---------------------------------------------------------------------------------------------
 
-/// Returns the job as its row is to be; null if it has been forgotten.
+/// Returns the job as its row must be written; null if it was removed.
 const Job* JobBoard::latest(const qel::GUID& id) const {
     for (const auto* jobs : {&m_new, &m_ended, &m_jobs}) {
         const auto found = jobs->find(id);
@@ -172,8 +172,8 @@ void JobBoard::store() {
     }
 }
 
-void JobBoard::settle(bool isKept) {
-    if (!isKept) return;
+void JobBoard::settle(bool isStored) {
+    if (!isStored) return;
     m_changed.clear();
     for (auto& [id, job] : std::exchange(m_new, {})) {
         m_order.emplace(job.submitted, id);
@@ -189,12 +189,12 @@ void JobBoard::publish(Job ended) {
     m_bytes += sizeOf(ended) - sizeOf(job);
     job = std::move(ended);
     ++m_endedCount;
-    forgetOldest(m_limits.ended, 0, 1);
+    removeOldest(m_limits.ended, 0, 1);
 }
 
-/// Forgets jobs that have ended, the oldest first, until at most @p count are left and there is room for so
-/// many further bytes. @p least of them stay in any case.
-void JobBoard::forgetOldest(size_t count, size_t furtherBytes, size_t least) {
+/// Removes jobs that have ended, the oldest first, until at most @p count of them are left and there is room
+/// for @p furtherBytes more bytes. At least @p least of them stay in any case.
+void JobBoard::removeOldest(size_t count, size_t furtherBytes, size_t least) {
     for (auto entry = m_order.begin(); entry != m_order.end() && m_endedCount > least;) {
         if (m_endedCount <= count && m_bytes + furtherBytes <= m_limits.bytes) return;
         const auto job = m_jobs.find((entry++)->second);

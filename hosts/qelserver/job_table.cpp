@@ -10,9 +10,9 @@ namespace qelserver {
 
 namespace {
 
-constexpr qel::int64 kMostAttempts = 1'000'000; // beyond it, somebody else wrote the row
+constexpr qel::int64 kMostAttempts = 1'000'000; // a row with more is damaged
 
-/// The scheme of a row. It only ever grows by versions.
+/// The scheme of a row. Later formats only add versions.
 class JobRowScheme : public qel::PacketScheme {
 public:
     JobRowScheme() : PacketScheme(1, "qelserver", nullptr, "JobRow") {
@@ -62,7 +62,7 @@ Job jobOf(const qel::GUID& id, const qel::Packet& row) {
     job.submitted = row.getInteger("submitted");
     job.result = row.getItemCopy("result");
     job.error = row.getString("error");
-    job.access = row.getItemCopy("access"); // empty in rows of version 1: nobody knows who asked for them
+    job.access = row.getItemCopy("access"); // empty in rows of version 1, which do not name the user
     if (job.state == JobState::Done) job.progress = 1;
     return job;
 }
@@ -90,7 +90,7 @@ qel::Vector<Job> JobTable::load() {
     qel::Item key;
     for (bool found = getRoot().child(key); found; found = key.next()) {
         qel::GUID id;
-        qel::String error = "its key is no GUID";
+        qel::String error = "its key is not a GUID";
         qel::SmartPointer<qel::Packet> row;
         if (key.trail().getIterator().asGUID(id)) row = createPacketForEntry(id, key, error);
         if (row) {
@@ -106,7 +106,7 @@ qel::SmartPointer<qel::Packet> JobTable::createPacketForEntry(const qel::GUID&, 
                                                               qel::String& error) {
     qel::SmartPointer<qel::Packet> row(new qel::Packet(rowScheme(), -1));
     if (key.fetchPacket(row.get())) return row;
-    error = "no such row";
+    error = "the row does not exist or is damaged";
     return nullptr;
 }
 

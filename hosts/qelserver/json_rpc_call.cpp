@@ -43,43 +43,43 @@ bool JsonRpcReply::putPart(std::size_t index, std::string part) {
 }
 
 std::string JsonRpcReply::text() const {
-    std::vector<std::string> said;
-    std::copy_if(m_parts.begin(), m_parts.end(), std::back_inserter(said),
+    std::vector<std::string> replies;
+    std::copy_if(m_parts.begin(), m_parts.end(), std::back_inserter(replies),
                  [](const std::string& part) { return !part.empty(); });
-    if (said.empty()) return {};
-    return (m_isBatch ? batchReply(said) : said.front()) + "\n";
+    if (replies.empty()) return {};
+    return (m_isBatch ? batchReply(replies) : replies.front()) + "\n";
 }
 
 JsonRpcCall::JsonRpcCall(JsonRpcConnection& connection, FinishedCalls& finished, JsonRpcReply& reply,
-                         std::size_t index, const JsonRpcRequest& request)
+                         std::size_t index, const JsonRpcRequest& request,
+                         std::shared_ptr<const qel::RpcFunction> handler)
     : m_connection(&connection),
       m_finishedCalls(&finished),
       m_reply(&reply),
       m_index(index),
-      m_id(request.isNotification ? std::string() : request.id) {
+      m_id(request.isNotification ? std::string() : request.id),
+      m_handler(std::move(handler)) {
     setMethodName(request.method.c_str());
     setArguments(request.arguments);
 }
 
 JsonRpcCall::~JsonRpcCall() = default;
 
-void JsonRpcCall::run(const qel::RpcFunction& handler) {
+void JsonRpcCall::run() {
     try {
-        RpcContextInternal::run(handler, this);
+        RpcContextInternal::run(*m_handler, this);
         if (hasEventHandlers()) callEventHandlers(this); // the transfer has failed
     } catch (const std::exception& exception) {
-        m_hasThrown = true;
+        fail(JsonRpcError::InternalError);
         qel::logging::error() << "rpc call '" << getMethodName() << "' threw: " << exception.what();
     }
-    if (hasEventHandlers()) finish(); // nothing will ever happen to it
+    if (hasEventHandlers()) finish(); // no further event will come
 }
 
-bool JsonRpcCall::putResult() {
+bool JsonRpcCall::putReplyPart() {
     std::string text;
-    if (!m_id.empty()) {
-        text = m_hasThrown ? errorReply(JsonRpcError::InternalError, m_id)
-                           : resultReply(result(), m_id, m_reply->room());
-    }
+    if (!m_id.empty())
+        text = m_error ? errorReply(*m_error, m_id) : resultReply(result(), m_id, m_reply->room());
     return m_reply->putPart(m_index, std::move(text));
 }
 

@@ -9,6 +9,8 @@
 #include <qel/foundation/base/smart_pointer.h>
 #include <qel/rpc/rpc_context_internal.h>
 
+#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,7 +19,7 @@ namespace qelserver {
 class JsonRpcCall;
 class JsonRpcConnection;
 
-/// Calls that were finished, on whichever thread, and wait for the main thread to reply to them.
+/// Calls that were finished on any thread and wait until the main thread replies to them.
 class FinishedCalls : public qel::Object {
     QEL_CLASS(FinishedCalls, qel::Object)
 
@@ -25,11 +27,11 @@ public:
     FinishedCalls();
     ~FinishedCalls() override;
 
-    /// Appends @p call, unless nobody takes calls any more. @threads any thread.
+    /// Appends @p call; does nothing after close(). @threads any thread.
     void push(JsonRpcCall* call);
-    /// Takes all calls away. @threads any thread.
+    /// Removes and returns all calls. @threads any thread.
     qel::Vector<qel::SmartPointer<JsonRpcCall>> takeAll();
-    /// Drops all calls, those to come too. @threads any thread.
+    /// Drops all calls, including future ones. @threads any thread.
     void close();
 
 private:
@@ -38,21 +40,21 @@ private:
     bool m_isClosed QEL_GUARDED_BY(m_mutex) = false;
 };
 
-/// The reply to one message: it is whole when all calls of the message have put their part in.
+/// The reply to one message. It is complete when every call of the message has put in its part.
 class JsonRpcReply : public qel::Object {
     QEL_CLASS(JsonRpcReply, qel::Object)
 
 public:
-    /// Waits for @p count parts. @param resultBytes  how much room there is for all results.
+    /// Creates a reply of @p count parts. @param resultBytes  the space for all results together.
     JsonRpcReply(bool isBatch, std::size_t count, std::size_t resultBytes)
         : m_isBatch(isBatch), m_parts(count), m_missing(count), m_room(resultBytes) {}
 
-    /// Puts part @p index in its place; an empty part stands for no reply. @return whether the reply is
-    /// whole.
+    /// Stores part @p index; an empty part means that the call gets no reply.
+    /// @return true if the reply is complete now.
     bool putPart(std::size_t index, std::string part);
-    /// How many bytes are left for results.
+    /// Returns how many bytes are left for results.
     std::size_t room() const { return m_room; }
-    /// The text of the whole reply; empty if there is nothing to say.
+    /// Returns the text of the complete reply; empty if no call gets a reply.
     std::string text() const;
 
 private:
@@ -62,27 +64,32 @@ private:
     std::size_t m_room;
 };
 
-/// The state of one call for its handler. Contexts keep it alive, and it keeps its connection alive. No files
-/// are transferred: event handlers see the transfer fail as soon as the handler has returned, and a call
-/// whose event handlers wait on is finished.
+/// The state of one call for its handler. Contexts keep the call alive, and the call keeps its connection
+/// alive. The transport transfers no files: event handlers see the transfer fail as soon as the call's
+/// handler has returned, and a call whose event handlers keep waiting is finished.
 /// @threads main thread; finish() on any.
 class JsonRpcCall : public qel::Object, public qel::RpcContextInternal {
     QEL_CLASS(JsonRpcCall, qel::Object)
 
 public:
-    /// The call that @p request asks for; its reply is part @p index of @p reply.
+    /// Creates the call of @p request. Its reply becomes part @p index of @p reply.
+    /// @param handler  not null.
     JsonRpcCall(JsonRpcConnection& connection, FinishedCalls& finished, JsonRpcReply& reply,
-                std::size_t index, const JsonRpcRequest& request);
+                std::size_t index, const JsonRpcRequest& request,
+                std::shared_ptr<const qel::RpcFunction> handler);
     ~JsonRpcCall() override;
 
-    /// Runs the handler. An exception of it is logged and becomes an internal error.
-    void run(const qel::RpcFunction& handler);
-    /// Puts the result of the finished call into the reply to its message. @return whether that is whole.
-    bool putResult();
+    /// Runs the handler. @errors an exception of the handler is logged and becomes an internal error.
+    void run();
+    /// Makes @p error the reply to this call, instead of its result. The call still has to be finished.
+    void fail(JsonRpcError error) { m_error = error; }
+    /// Puts the result or error of the finished call into the reply to its message.
+    /// @return true if that reply is complete now.
+    bool putReplyPart();
 
-    /// Who called.
+    /// Returns the connection that the call came by.
     JsonRpcConnection& connection() const { return *m_connection; }
-    /// The reply to the message that the call came in.
+    /// Returns the reply to the message that contained the call.
     const JsonRpcReply& reply() const { return *m_reply; }
 
     void finish() override;
@@ -100,8 +107,9 @@ private:
     const qel::SmartPointer<FinishedCalls> m_finishedCalls;
     const qel::SmartPointer<JsonRpcReply> m_reply;
     const std::size_t m_index;
-    const std::string m_id; // empty: a notification
-    bool m_hasThrown = false;
+    const std::string m_id; // empty for a notification
+    const std::shared_ptr<const qel::RpcFunction> m_handler;
+    std::optional<JsonRpcError> m_error;
 };
 
 } // namespace qelserver

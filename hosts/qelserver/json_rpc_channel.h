@@ -1,4 +1,4 @@
-// JsonRpcChannel: how the bytes of a peer get in and out.
+// JsonRpcChannel: transports the bytes of one peer.
 #pragma once
 
 #include <qel/platform/file_system.h>
@@ -9,21 +9,22 @@
 
 namespace qelserver {
 
-/// The bytes of one peer. Nothing here blocks: what can't be done now returns
+/// Receives from and sends to one peer without blocking. An operation that can't be done now returns
 /// std::errc::resource_unavailable_try_again.
 class JsonRpcChannel {
 public:
     virtual ~JsonRpcChannel() = default;
 
-    /// Receives what has arrived, up to @p size bytes; @p done is 0 if the peer will send nothing more.
+    /// Receives what has arrived. @param size  the most bytes to receive. @param done  receives their number;
+    /// 0 if the peer will send nothing more.
     virtual qel::platform::FileError receive(char* data, std::size_t size, std::size_t& done) = 0;
-    /// Sends some of the bytes.
+    /// Sends up to @p size bytes. @param done  receives how many were sent.
     virtual qel::platform::FileError send(const char* data, std::size_t size, std::size_t& done) = 0;
-    /// What to wait for; null if there is nothing to wait for and every pass has to look.
+    /// Returns the socket to wait for; null if the channel has none and must be polled in every pass.
     virtual const qel::platform::FileHandle* socket() const { return nullptr; }
 };
 
-/// The bytes of a peer behind a local socket.
+/// A channel through a local socket.
 class JsonRpcSocketChannel : public JsonRpcChannel {
 public:
     explicit JsonRpcSocketChannel(qel::platform::FileHandle socket) : m_socket(std::move(socket)) {}

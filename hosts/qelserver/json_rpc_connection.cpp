@@ -9,7 +9,7 @@ namespace qelserver {
 namespace {
 
 constexpr std::size_t kChunkBytes = 16 * 1024;
-constexpr std::size_t kKeptBytes = 64 * 1024; // of the memory that a long line took
+constexpr std::size_t kKeptBytes = 64 * 1024; // a larger buffer is freed after a long line
 
 bool isBlank(std::string_view line) {
     return line.find_first_not_of(" \t\r") == line.npos;
@@ -48,7 +48,8 @@ JsonRpcInput::Line JsonRpcInput::takeLine(std::string_view& line) {
     return Line::TooLong;
 }
 
-/// What is left moves to the front only when it is less than what was taken, so that no byte moves often.
+/// Moves the remaining bytes to the front only if they are fewer than the taken ones, so that the work stays
+/// linear in the input.
 void JsonRpcInput::dropTaken() {
     if (m_begin < m_bytes.size() - m_begin) return;
     m_bytes.erase(0, m_begin);
@@ -95,27 +96,27 @@ void JsonRpcConnection::receive(qel::int64 nowMs) {
     }
 }
 
-bool JsonRpcConnection::runNextCall(const qel::RpcProvider& provider, FinishedCalls& finished) {
+qel::SmartPointer<JsonRpcCall> JsonRpcConnection::takeCall(const qel::RpcProvider& provider,
+                                                           FinishedCalls& finished, qel::uint64& refusals) {
     if (!m_message && beginMessage() == JsonRpcInput::Line::TooLong) {
+        ++refusals;
         refuse(JsonRpcError::TooLarge);
-        return true;
     }
-    if (!m_message) return false;
-    const std::size_t place = m_message->next++;
-    const JsonRpcRequest request = m_message->message.readCall(place);
+    if (!m_message) return nullptr;
+    const std::size_t index = m_message->next++;
+    const JsonRpcRequest request = m_message->message.readCall(index);
     const qel::SmartPointer<JsonRpcReply> reply = m_message->reply;
     if (m_message->next == m_message->message.size()) m_message.reset();
 
-    const auto handler = provider.findRPC(request.method.c_str());
-    if (const auto refusal = refusalOf(request, isPermitted(request, provider), handler != nullptr)) {
+    auto handler = provider.findRPC(request.method.c_str());
+    if (const auto refusal = refusalOf(request, provider, handler != nullptr)) {
+        ++refusals;
         std::string text = request.isNotification ? std::string() : errorReply(*refusal, request.id);
-        appendIfWhole(reply->putPart(place, std::move(text)), *reply);
-        return true;
+        if (reply->putPart(index, std::move(text))) queueReply(*reply);
+        return nullptr;
     }
     ++m_openCalls;
-    const qel::SmartPointer<JsonRpcCall> call(new JsonRpcCall(*this, finished, *reply, place, request));
-    call->run(*handler);
-    return false;
+    return new JsonRpcCall(*this, finished, *reply, index, request, std::move(handler));
 }
 
 JsonRpcInput::Line JsonRpcConnection::beginMessage() {
@@ -131,11 +132,12 @@ JsonRpcInput::Line JsonRpcConnection::beginMessage() {
     return kind;
 }
 
-/// Who lacks the right does not learn whether there is such a method.
-std::optional<JsonRpcError> JsonRpcConnection::refusalOf(const JsonRpcRequest& request, bool isPermitted,
-                                                         bool isRegistered) {
+/// Asks for the right first: a peer that lacks it does not learn whether the method exists.
+std::optional<JsonRpcError> JsonRpcConnection::refusalOf(const JsonRpcRequest& request,
+                                                         const qel::RpcProvider& provider,
+                                                         bool isRegistered) const {
     if (request.refusal) return request.refusal;
-    if (!isPermitted) return JsonRpcError::NotPermitted;
+    if (!isPermitted(request, provider)) return JsonRpcError::NotPermitted;
     if (!isRegistered) return JsonRpcError::MethodNotFound;
     return std::nullopt;
 }
@@ -146,13 +148,13 @@ bool JsonRpcConnection::isPermitted(const JsonRpcRequest& request, const qel::Rp
     return hasRight(isNamed ? std::string(*right) : "rpc:" + request.method);
 }
 
-void JsonRpcConnection::putResult(JsonRpcCall& call) {
+void JsonRpcConnection::replyTo(JsonRpcCall& call) {
     --m_openCalls;
-    appendIfWhole(call.putResult(), call.reply());
+    if (call.putReplyPart()) queueReply(call.reply());
 }
 
-void JsonRpcConnection::appendIfWhole(bool isWhole, const JsonRpcReply& reply) {
-    if (isWhole && !isClosed()) m_output += reply.text();
+void JsonRpcConnection::queueReply(const JsonRpcReply& reply) {
+    if (!isClosed()) m_output += reply.text();
 }
 
 void JsonRpcConnection::refuse(JsonRpcError error) {
@@ -161,13 +163,13 @@ void JsonRpcConnection::refuse(JsonRpcError error) {
 
 void JsonRpcConnection::flush(qel::int64 nowMs) {
     if (isClosed()) return;
-    send(nowMs);
+    sendOutput(nowMs);
     if (!hasOutput()) m_lastProgressMs = nowMs;
     const bool isOver = m_input.hasEnded() && !m_input.hasLine() && !isBusy();
     if (isOver || nowMs - m_lastProgressMs > m_limits.stallMs) close();
 }
 
-void JsonRpcConnection::send(qel::int64 nowMs) {
+void JsonRpcConnection::sendOutput(qel::int64 nowMs) {
     while (hasOutput()) {
         std::size_t count = 0;
         const auto error = m_channel->send(m_output.data() + m_sent, m_output.size() - m_sent, count);

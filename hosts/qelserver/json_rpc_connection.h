@@ -1,4 +1,4 @@
-// JsonRpcConnection: one peer of the JSON-RPC server, its lines and its replies.
+// JsonRpcConnection: one peer of the JSON-RPC server, with its input lines and its replies.
 #pragma once
 
 #include "json_rpc_call.h"
@@ -20,24 +20,24 @@
 
 namespace qelserver {
 
-/// Cuts what arrives into lines, none longer than a limit.
+/// Splits received bytes into lines of limited length.
 class JsonRpcInput {
 public:
     explicit JsonRpcInput(std::size_t lineLimit) : m_lineLimit(lineLimit) {}
 
-    /// What takeLine() found.
+    /// The outcome of takeLine().
     enum class Line { None, Whole, TooLong };
 
-    /// Appends bytes; those that belong to a line that was too long are dropped.
+    /// Appends bytes; the rest of a line that was too long is dropped.
     void append(std::string_view bytes);
-    /// Nothing more will come: what is left counts as a line.
+    /// Marks the end of the input; remaining bytes without a line feed become a line.
     void end() { m_hasEnded = true; }
-    /// Whether end() was called.
+    /// Returns true if end() was called.
     bool hasEnded() const { return m_hasEnded; }
-    /// Whether takeLine() would return a line or an error.
+    /// Returns true if takeLine() would return something other than Line::None.
     bool hasLine();
-    /// Takes the next line. A line that is too long is reported once, as soon as that is known.
-    /// @param line  valid until the next operation.
+    /// Takes the next line. A line that is too long is reported once, as soon as the limit is exceeded.
+    /// @param line  receives the line; valid until the next operation.
     Line takeLine(std::string_view& line);
     /// Frees the memory of the lines that were taken.
     void dropTaken();
@@ -46,72 +46,78 @@ private:
     const std::size_t m_lineLimit;
     std::string m_bytes;
     std::size_t m_begin = 0;   // of the line to take next
-    std::size_t m_scanned = 0; // no line feed between begin and here
+    std::size_t m_scanned = 0; // there is no line feed from m_begin up to here
     bool m_hasEnded = false;
-    bool m_isDropping = false; // what comes, up to the next line feed
+    bool m_isDropping = false; // true until the line feed of a line that was too long
 };
 
-/// A connected peer: receive() reads its messages, runNextCall() runs their calls one by one, putResult()
-/// gathers the results, and flush() sends the replies. It reads while there is room for its calls and
-/// replies, and lives until the peer has sent all its messages and has got all replies, or is gone.
+/// A connected peer. receive() reads its messages, takeCall() creates their calls one by one, replyTo() puts
+/// their results into replies, and flush() sends the replies. The connection reads while there is room for
+/// calls and replies. It is closed when the peer has sent all its messages and received all replies, or is
+/// lost.
 /// @threads main thread.
 class JsonRpcConnection : public qel::Object {
     QEL_CLASS(JsonRpcConnection, qel::Object)
 
 public:
-    /// @param nowMs  reading of a clock that never goes back, here and in all operations.
+    /// @param nowMs  the time in milliseconds, here and in all operations, of a clock that never goes back.
     JsonRpcConnection(std::unique_ptr<JsonRpcChannel> channel, qel::platform::PeerIdentity peer,
                       std::shared_ptr<const JsonRpcRights> rights, const JsonRpcLimits& limits,
                       qel::int64 nowMs);
 
-    /// What to wait for; null if there is nothing to wait for and every pass has to look.
+    /// Returns the socket to wait for; null if the connection is closed or must be polled in every pass.
     const qel::platform::FileHandle* socket() const { return m_channel ? m_channel->socket() : nullptr; }
-    /// Who it is.
+    /// Returns the user and groups of the peer.
     const qel::platform::PeerIdentity& peer() const { return m_peer; }
-    /// Whether the peer has the right @p right.
+    /// Returns true if the peer has the right @p right.
     bool hasRight(std::string_view right) const { return m_rights->has(m_peer, right); }
 
-    /// Whether more may be read.
+    /// Returns true if receive() would read.
     bool wantsInput();
-    /// Whether replies wait to be sent.
+    /// Returns true if replies have not been sent completely.
     bool hasOutput() const { return m_sent < m_output.size(); }
-    /// Whether a call can be run now. @param isDraining  only a call of a batch that was begun.
+    /// Returns true if takeCall() has something to do now.
+    /// @param isDraining  true to consider only the rest of a batch that was begun.
     bool hasCall(bool isDraining);
-    /// Whether calls run or wait in a batch that was begun, or replies are not yet sent.
+    /// Returns true if calls are running, the rest of a batch is waiting, or replies are not sent yet.
     bool isBusy() const { return m_openCalls > 0 || m_message || hasOutput(); }
-    /// Whether the connection has ended.
+    /// Returns true if the connection has ended.
     bool isClosed() const { return !m_channel; }
-    /// When the peer last sent or read anything.
+    /// Returns the time when the peer last sent or read anything.
     qel::int64 lastActiveMs() const { return m_lastActiveMs; }
 
-    /// Reads what has arrived, as much as one pass takes.
+    /// Reads what has arrived, up to the limit for one pass.
     void receive(qel::int64 nowMs);
-    /// Runs one call: the next one of the batch that was begun, else the first one of the next message. Does
-    /// nothing for a blank line. @return whether a call or message was refused.
-    bool runNextCall(const qel::RpcProvider& provider, FinishedCalls& finished);
-    /// Puts the result of a call that has ended into its reply.
-    void putResult(JsonRpcCall& call);
-    /// Appends an error that is no reply to a call of this peer.
+    /// Takes the next call of the batch that was begun, or else the first call of the next message. Refuses
+    /// messages and calls that must not run; each one increases @p refusals.
+    /// @return the call to run; null if there was a blank line or something was refused.
+    qel::SmartPointer<JsonRpcCall> takeCall(const qel::RpcProvider& provider, FinishedCalls& finished,
+                                            qel::uint64& refusals);
+    /// Puts the result of a finished call into the reply to its message, and queues that reply if it is
+    /// complete.
+    void replyTo(JsonRpcCall& call);
+    /// Queues an error that answers no particular call.
     void refuse(JsonRpcError error);
-    /// Sends what the peer reads, and closes a connection that is over, or stalled for too long.
+    /// Sends queued replies, as many bytes as the peer takes now. Closes the connection if it is over, or if
+    /// the peer has not read for too long.
     void flush(qel::int64 nowMs);
     /// Ends the connection.
     void close();
 
 private:
-    /// A message whose calls are being run.
+    /// A message whose calls have not all been taken yet.
     struct MessageInWork {
         JsonRpcMessage message;
         qel::SmartPointer<JsonRpcReply> reply;
-        std::size_t next = 0; // the call to run
+        std::size_t next = 0; // index of the call to take
     };
 
     JsonRpcInput::Line beginMessage();
-    static std::optional<JsonRpcError> refusalOf(const JsonRpcRequest& request, bool isPermitted,
-                                                 bool isRegistered);
+    std::optional<JsonRpcError> refusalOf(const JsonRpcRequest& request, const qel::RpcProvider& provider,
+                                          bool isRegistered) const;
     bool isPermitted(const JsonRpcRequest& request, const qel::RpcProvider& provider) const;
-    void appendIfWhole(bool isWhole, const JsonRpcReply& reply);
-    void send(qel::int64 nowMs);
+    void queueReply(const JsonRpcReply& reply);
+    void sendOutput(qel::int64 nowMs);
 
     std::unique_ptr<JsonRpcChannel> m_channel; // null when closed
     const qel::platform::PeerIdentity m_peer;
@@ -123,7 +129,7 @@ private:
     std::size_t m_sent = 0; // of m_output
     std::size_t m_openCalls = 0;
     qel::int64 m_lastActiveMs;
-    qel::int64 m_lastProgressMs; // when the peer last read a reply, or there was none to read
+    qel::int64 m_lastProgressMs; // when the peer last read a reply, or had none to read
 };
 
 } // namespace qelserver

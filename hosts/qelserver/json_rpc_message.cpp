@@ -33,6 +33,7 @@ constexpr ErrorText kErrorTexts[] = {
     {JsonRpcError::NotPermitted, "Not permitted"},
     {JsonRpcError::TooMany, "Too many calls or connections"},
     {JsonRpcError::ReplyTooLarge, "Reply too large"},
+    {JsonRpcError::NotStored, "Not stored"},
 };
 
 const char* textOf(JsonRpcError error) {
@@ -41,15 +42,15 @@ const char* textOf(JsonRpcError error) {
     return found->text;
 }
 
-// Counts brackets outside of texts; whether they match is the parser's business.
+// Counts brackets outside of strings; the parser checks that they match.
 bool isTooDeep(std::string_view line, int limit) {
     int depth = 0;
-    bool inText = false;
+    bool inString = false;
     for (std::size_t i = 0; i < line.size(); ++i) {
         const char c = line[i];
-        if (inText && c == '\\') ++i;
-        if (c == '"') inText = !inText;
-        if (inText) continue;
+        if (inString && c == '\\') ++i;
+        if (c == '"') inString = !inString;
+        if (inString) continue;
         if (c == '[' || c == '{') ++depth;
         if (c == ']' || c == '}') --depth;
         if (depth > limit) return true;
@@ -58,10 +59,11 @@ bool isTooDeep(std::string_view line, int limit) {
 }
 
 bool isItemText(const std::string& text) {
-    return text.find('\0') == text.npos; // it would end the element, and the rest be read as others
+    return text.find('\0') ==
+           text.npos; // it would end the element, and the rest would be read as further elements
 }
 
-/// Whether an Item can hold exactly this value. Its depth is known to be small.
+/// Returns true if an Item can hold exactly this value, whose depth is small.
 bool isItemValue(const json& value) {
     if (value.is_string()) return isItemText(value.get_ref<const std::string&>());
     if (value.is_number_unsigned()) {
@@ -75,7 +77,7 @@ bool isItemValue(const json& value) {
     return true;
 }
 
-/// Why a list must not reach handlers or peers; nothing if it may.
+/// Returns why a list must not reach handlers or peers; nothing if it may.
 std::optional<JsonRpcError> refusalOfList(const Item& list, int levels) {
     if (levels == 0) return JsonRpcError::TooDeep;
     for (Item::Iterator reader = list.getIterator(); reader.hasNextElement();) {
@@ -146,8 +148,8 @@ JsonRpcRequest readRequest(std::string_view object, int depth) {
     return request;
 }
 
-/// The bytes of the next value: an element, or the two of a table.
-Item takeValue(Item::Iterator& reader, const Item& list) {
+/// Skips the next value and returns its bytes. A value is one element, or the two elements of a table.
+Item nextValue(Item::Iterator& reader, const Item& list) {
     const std::int64_t begin = reader.getOffset();
     const bool isPrefix = reader.getType() == qel::ValueType::Prefix;
     reader.skip(1);
@@ -165,7 +167,7 @@ std::string resultText(const Item& result) {
     std::size_t count = 0;
     Item::Iterator reader = result.getIterator();
     for (; reader.hasNextElement(); ++count) {
-        const qel::String value = takeValue(reader, result).getJSON(false);
+        const qel::String value = nextValue(reader, result).getJSON(false);
         if (value.empty()) return itemText(result);
         values += (count == 0 ? "" : ",") + value;
     }

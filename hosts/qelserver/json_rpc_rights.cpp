@@ -26,7 +26,7 @@ std::string_view trimmed(std::string_view text) {
     return text.substr(begin, text.find_last_not_of(kSpaces) - begin + 1);
 }
 
-/// Cuts the first word off @p text.
+/// Removes the first word from @p text and returns it.
 std::string_view takeWord(std::string_view& text) {
     text = trimmed(text);
     const std::string_view word = text.substr(0, text.find_first_of(kSpaces));
@@ -34,7 +34,7 @@ std::string_view takeWord(std::string_view& text) {
     return word;
 }
 
-/// Cuts off everything up to the first @p end. @return what was before it.
+/// Removes everything up to and including the first @p end. @return the part before @p end.
 std::string_view takeUpTo(std::string_view& text, char end) {
     const std::string_view part = text.substr(0, text.find(end));
     text.remove_prefix(std::min(text.size(), part.size() + 1));
@@ -53,19 +53,19 @@ bool covers(std::string_view granted, std::string_view right) {
     return granted == right;
 }
 
-/// @return why the file can't be trusted; empty if it can.
+/// Returns why the file can't be trusted; empty if it can.
 std::string distrust(const FileHandle& file) {
     FileStatus status;
     FileOwnership ownership;
     if (readStatus(status, file) || readOwnership(ownership, file)) return "its owner can't be read";
     if (status.kind != FileKind::File) return "it is not a file";
     if (ownership.user != qel::platform::userId() && ownership.user != kRoot)
-        return "it belongs to another user than the server's";
+        return "it belongs to a user other than the server's";
     const bool isOpenToOthers = (ownership.mode & kWritableByOthers) != 0;
-    return isOpenToOthers ? "it may be written by others than its owner" : "";
+    return isOpenToOthers ? "it may be written by users other than its owner" : "";
 }
 
-/// @return why the file can't be read; empty with the whole content in @p text.
+/// Reads the whole file into @p text. @return why it can't be read; empty if it was.
 std::string readText(FileHandle& file, std::string& text) {
     for (std::array<char, 4096> chunk;;) {
         std::size_t count = 0;
@@ -87,7 +87,7 @@ std::optional<JsonRpcRights> JsonRpcRights::load(const std::string& path) {
     std::optional<JsonRpcRights> rights;
     if (problem.empty()) rights = parse(text, problem);
     if (!rights) {
-        qel::logging::error() << "rights file '" << path << "', " << problem;
+        qel::logging::error() << "rights file '" << path << "': " << problem;
     } else if (rights->isEmpty()) {
         qel::logging::info() << "rights file '" << path << "' grants nothing";
     }
@@ -108,7 +108,7 @@ std::optional<JsonRpcRights> JsonRpcRights::parse(std::string_view text, std::st
 
 bool JsonRpcRights::parseLine(std::string_view line, std::string& problem) {
     if (line.find(':') == line.npos) {
-        problem = "no ':' after whom the rights are for";
+        problem = "there is no ':'";
         return false;
     }
     std::string_view whom = takeUpTo(line, ':');
@@ -125,13 +125,13 @@ bool JsonRpcRights::parseLine(std::string_view line, std::string& problem) {
         id = parseNumber(name);
         if (!id) id = qel::platform::findGroup(name);
     } else if (kind != "everyone" || !name.empty()) {
-        problem = "rights are for 'user NAME', 'group NAME' or 'everyone'";
+        problem = "expected 'user NAME:', 'group NAME:' or 'everyone:'";
         return false;
     }
     if (!parseRights(line, grant, problem)) return false;
     if (!id) {
         qel::logging::warning() << "rights of unknown " << std::string(kind) << " '" << name
-                                << "' are for nobody";
+                                << "' are ignored";
         return true;
     }
     grant.id = *id;

@@ -1,4 +1,4 @@
-// JsonRpcRights: which peers may call what.
+// JsonRpcRights: which peers may make which calls.
 #pragma once
 
 #include <qel/foundation/base/containers.h>
@@ -13,8 +13,8 @@
 
 namespace qelserver {
 
-/// The rights of users, as a rights file grants them. The server's own user has all of them; everybody else
-/// has what the lines that apply to him add up to.
+/// The rights of users, as granted by a rights file. The server's own user has all rights. Any other user has
+/// the rights of all lines that apply to them.
 ///
 /// A line of the file is one of
 /// @code
@@ -22,26 +22,27 @@ namespace qelserver {
 /// group NAME: RIGHT RIGHT ... folder:PATH
 /// everyone: RIGHT RIGHT ... folder:PATH
 /// @endcode
-/// NAME may be a number. A RIGHT that ends in "*" stands for all that begin with what is before it. The PATH
-/// of a folder is absolute and extends to the end of the line; jobs may use what is below it. What follows a
-/// "#" is a comment. A call that was registered without a right asks for "rpc:" and its name.
+/// NAME may be a number. A RIGHT that ends in "*" covers all rights that begin with what precedes the "*".
+/// The PATH of a folder is absolute and extends to the end of the line; jobs may use files below it. A "#"
+/// begins a comment. A call that was registered without a right requires the right "rpc:" followed by its
+/// name.
 class JsonRpcRights {
 public:
     /// Reads the rights file @p path, which may be empty. Names that the system does not know are logged and
     /// grant nothing.
-    /// @return nothing if the file can't be read, does not have this form, belongs to another user than the
-    ///         server's own or root, or may be written by others; the reason is logged.
+    /// @return nothing if the file can't be read, does not have this form, belongs to a user other than the
+    ///         server's own or root, or may be written by others. @errors logged.
     static std::optional<JsonRpcRights> load(const std::string& path);
-    /// The same from a text. @param problem  receives what is wrong, with the number of the line.
+    /// As load(), from a text. @param problem  receives what is wrong, with the number of the line.
     static std::optional<JsonRpcRights> parse(std::string_view text, std::string& problem);
 
-    /// Whether nobody but the server's own user may call anything.
+    /// Returns true if only the server's own user may call anything.
     bool isEmpty() const;
-    /// Whether @p peer has the right @p right.
+    /// Returns true if @p peer has the right @p right.
     bool has(const qel::platform::PeerIdentity& peer, std::string_view right) const;
-    /// Whether @p peer may call anything at all.
+    /// Returns true if @p peer has any right.
     bool hasAny(const qel::platform::PeerIdentity& peer) const;
-    /// The folders below which jobs of @p peer may use files; the server's own user needs none.
+    /// Returns the folders below which jobs of @p peer may use files. The server's own user needs none.
     qel::Vector<qel::String> foldersOf(const qel::platform::PeerIdentity& peer) const;
 
 private:

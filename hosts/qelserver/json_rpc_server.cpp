@@ -45,7 +45,7 @@ bool JsonRpcServer::start() {
         listenLocally(m_listener, m_socketPath.c_str(), m_rights->isEmpty() ? kForOwner : kForAll);
     FileStatus status;
     if (error || readStatus(status, m_socketPath.c_str(), Links::Keep)) {
-        qel::logging::error() << "cant listen at '" << m_socketPath << "': " << error.message();
+        qel::logging::error() << "can't listen at '" << m_socketPath << "': " << error.message();
         m_listener.close();
         return false;
     }
@@ -53,7 +53,8 @@ bool JsonRpcServer::start() {
     return true;
 }
 
-/// Removes the name if a server that is gone left it behind: a socket on which nobody listens.
+/// Removes the socket if a server that has ended left it behind, so that nobody listens on it. @return true
+/// if the path is free now.
 bool JsonRpcServer::isNameFree() const {
     FileHandle probe;
     const FileError error = connectLocally(probe, m_socketPath.c_str());
@@ -62,7 +63,7 @@ bool JsonRpcServer::isNameFree() const {
     const bool isLeftBehind = error == std::errc::connection_refused &&
                               !readStatus(status, m_socketPath.c_str(), Links::Keep) &&
                               status.kind == FileKind::Other && !removeFile(m_socketPath.c_str());
-    if (!isLeftBehind) qel::logging::error() << "the name '" << m_socketPath << "' is taken";
+    if (!isLeftBehind) qel::logging::error() << "'" << m_socketPath << "' is in use";
     return isLeftBehind;
 }
 
@@ -159,8 +160,8 @@ void JsonRpcServer::acceptConnections() {
     }
 }
 
-/// What each connection waits for, in their order, and after them the listener, unless what waits there can't
-/// be taken anyway.
+/// Waits for the connections, whose results come first and in their order, and for the listener unless
+/// waiting connections can't be accepted at present.
 std::vector<SocketWatch> JsonRpcServer::watch(int timeoutMs) const {
     std::vector<SocketWatch> watched;
     for (const auto& connection : m_connections) {
@@ -183,10 +184,10 @@ void JsonRpcServer::receiveBytes() {
     }
 }
 
-/// Each connection runs one call when it is its turn, until none has any more or the time is up. The next
-/// pass goes on with the next connection.
+/// Runs one call of each connection in turn, until no connection has any more or the time is up. The next
+/// pass continues with the next connection.
 void JsonRpcServer::runCalls() {
-    const auto connections = m_connections; // a handler may stop the server
+    const auto connections = m_connections; // a copy, because a handler may stop the server
     const auto finished = m_finished;
     const qel::int64 begin = nowMs();
     for (std::size_t idle = 0; idle < connections.size() && nowMs() - begin <= m_limits.passMs;) {
@@ -198,13 +199,19 @@ void JsonRpcServer::runCalls() {
         }
         idle = 0;
         ++m_callCount;
-        m_refusalCount += connection.runNextCall(*this, *finished) ? 1 : 0;
+        if (const auto call = connection.takeCall(*this, *finished, m_refusalCount)) run(*call);
         collectResults();
     }
 }
 
+void JsonRpcServer::run(JsonRpcCall& call) {
+    m_runningCall = &call;
+    call.run();
+    m_runningCall = nullptr;
+}
+
 void JsonRpcServer::collectResults() {
-    for (const auto& call : m_finished->takeAll()) call->connection().putResult(*call);
+    for (const auto& call : m_finished->takeAll()) call->connection().replyTo(*call);
 }
 
 void JsonRpcServer::sendReplies() {

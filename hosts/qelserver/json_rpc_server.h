@@ -1,4 +1,4 @@
-// JsonRpcServer: remote calls by JSON-RPC 2.0 over a Unix-domain socket, one message a line.
+// JsonRpcServer: remote calls by JSON-RPC 2.0 over a Unix-domain socket, one message per line.
 #pragma once
 
 #include "json_rpc_limits.h"
@@ -19,6 +19,7 @@
 namespace qelserver {
 
 class FinishedCalls;
+class JsonRpcCall;
 class JsonRpcChannel;
 class JsonRpcConnection;
 enum class JsonRpcError : int;
@@ -27,56 +28,59 @@ enum class JsonRpcError : int;
 /// and call poll() in each pass; it never blocks. A handler may stop it; the rest of a batch does not run
 /// then.
 ///
-/// The road of a call: receiveCalls() takes connections and bytes, and JsonRpcConnection::runNextCall() cuts
-/// them into messages, checks the right and runs the handler (JsonRpcCall::run). A handler finishes its call
-/// at once or later, on any thread; the call then waits in FinishedCalls. sendReplies() collects it, puts the
-/// result into the reply to its message, and sends replies that are whole. Peers take turns with single
-/// calls, also those of batches, for JsonRpcLimits::passMs in a pass.
+/// The path of a call: receiveCalls() accepts connections and receives bytes. JsonRpcConnection::takeCall()
+/// splits them into messages and checks the right of each call, and JsonRpcCall::run() runs its handler. The
+/// handler finishes the call at once or later, on any thread; the call then waits in FinishedCalls.
+/// sendReplies() collects finished calls, puts their results into the replies to their messages, and sends
+/// complete replies. Peers take turns with single calls, including those of batches, for
+/// JsonRpcLimits::passMs per pass.
 ///
-/// A call is run for a peer that has the right recorded for it; one registered without a right asks for
-/// "rpc:" and its name. Peers with the server's own user id have all rights.
+/// A peer may make a call if it has the right recorded for it, or the right "rpc:NAME" if the call was
+/// registered without one. Peers with the server's own user id have all rights.
 /// @threads main thread. Calls may be finished on any thread.
 class JsonRpcServer : public qel::RpcProvider {
 public:
-    /// @param socketPath  name of the socket in the file system; "" for a server that only serves what
-    ///                    adopt() gives it.
+    /// @param socketPath  the path of the socket; "" for a server that only serves what adopt() adds.
     JsonRpcServer(std::string socketPath, JsonRpcRights rights, const JsonRpcLimits& limits = {});
     ~JsonRpcServer() override;
 
-    /// Begins to listen, open to all users when the rights name any other than the server's own. A name left
-    /// behind by a server that is gone is taken over.
-    /// @return false, with the reason logged.
+    /// Begins to listen. The socket is open to all users if the rights name any user but the server's own.
+    /// A socket left behind by a server that has ended is replaced.
+    /// @return false if the server can't listen. @errors logged.
     bool start();
-    /// Takes no further connections and messages; poll() goes on to send the replies of calls that run.
+    /// Accepts no further connections and messages. poll() still runs batches that were begun and sends
+    /// replies.
     void drain();
-    /// Whether a reply is owed or on its way.
+    /// Returns true if calls are running or replies are not sent completely.
     bool isBusy() const;
-    /// Closes everything and removes the name. Calls that still run end without a reply.
+    /// Closes all connections and removes the socket. Calls that are still running end without a reply.
     void stop();
 
-    /// Does what can be done at once: receiveCalls(), then sendReplies().
+    /// Does all work that needs no waiting: receiveCalls(), then sendReplies().
     void poll();
-    /// Takes connections and messages and runs calls, for a host that has to store what they did before
-    /// anybody hears of it.
+    /// Accepts connections, receives messages and runs calls. A host that has to store what calls did before
+    /// it replies uses this and sendReplies() instead of poll().
     void receiveCalls();
-    /// Sends the replies to the calls that have ended.
+    /// Sends the replies to finished calls.
     void sendReplies();
-    /// Blocks until a peer has something for poll(), or @p timeoutMs have passed; for hosts that would sleep.
+    /// Blocks until poll() has something to do, or @p timeoutMs have passed.
     void wait(int timeoutMs);
-    /// Serves a connection that somebody else has made. Peers without any right, and those beyond the limits,
-    /// get an error and are disconnected. When there are as many connections as allowed, one of the server's
-    /// own user displaces the one that has been idle for longest.
+    /// Serves a connection that was created elsewhere. A peer without any right or beyond the limits receives
+    /// an error and is disconnected. When the number of connections is at its limit, a peer of the server's
+    /// own user displaces the connection that has been idle for longest.
     void adopt(qel::platform::FileHandle socket, qel::platform::PeerIdentity peer);
-    /// The same for a peer whose bytes come in any other way.
+    /// As above, for a peer that is not connected by a socket.
     void adopt(std::unique_ptr<JsonRpcChannel> channel, qel::platform::PeerIdentity peer);
 
-    /// The rights of peers.
+    /// Returns the rights of peers.
     const JsonRpcRights& rights() const { return *m_rights; }
-    /// How many peers are connected.
+    /// Returns the call whose handler is running; null outside of handlers.
+    JsonRpcCall* runningCall() const { return m_runningCall; }
+    /// Returns the number of connected peers.
     std::size_t getConnectionCount() const { return m_connections.size(); }
-    /// How many calls were run or refused since the start.
+    /// Returns how many calls were run or refused since the start.
     qel::uint64 getCallCount() const { return m_callCount; }
-    /// How many messages and peers were refused since the start.
+    /// Returns how many calls, messages and peers were refused since the start.
     qel::uint64 getRefusalCount() const { return m_refusalCount; }
 
 private:
@@ -88,6 +92,7 @@ private:
     std::vector<qel::platform::SocketWatch> watch(int timeoutMs) const;
     void receiveBytes();
     void runCalls();
+    void run(JsonRpcCall& call);
     void collectResults();
 
     const std::string m_socketPath;
@@ -97,8 +102,9 @@ private:
     qel::platform::FileIdentity m_nameIdentity; // of the socket that start() created
     qel::Vector<qel::SmartPointer<JsonRpcConnection>> m_connections;
     qel::SmartPointer<FinishedCalls> m_finished;
-    std::size_t m_turn = 0;          // of the connection that was last asked for a call
-    bool m_isShortOfSockets = false; // connections wait that can't be taken
+    JsonRpcCall* m_runningCall = nullptr;
+    std::size_t m_turn = 0;          // index of the connection whose turn it was last
+    bool m_isShortOfSockets = false; // true while waiting connections can't be accepted
     bool m_draining = false;
     qel::uint64 m_callCount = 0;
     qel::uint64 m_refusalCount = 0;

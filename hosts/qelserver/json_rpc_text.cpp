@@ -16,7 +16,7 @@ void skipSpaces(std::string_view& text) {
     text.remove_prefix(begin == text.npos ? text.size() : begin);
 }
 
-/// The number of characters of the quoted text at the beginning of @p text.
+/// Returns the size of the quoted string at the beginning of @p text.
 std::size_t quotedSize(std::string_view text) {
     std::size_t end = 1;
     while (end < text.size() && text[end] != '"') end += text[end] == '\\' ? 2 : 1;
@@ -48,7 +48,7 @@ std::string_view takeValue(std::string_view& text) {
     return value;
 }
 
-/// Enters a container that begins with @p bracket. @return whether it has any content.
+/// Skips the bracket that opens a container. @return true if the container is not empty.
 bool enter(std::string_view& text, char bracket) {
     skipSpaces(text);
     if (!text.starts_with(bracket)) return false;
@@ -57,7 +57,7 @@ bool enter(std::string_view& text, char bracket) {
     return !text.starts_with(']') && !text.starts_with('}');
 }
 
-/// Skips a separator. @return whether there was one.
+/// Skips @p separator. @return false if the text does not begin with it.
 bool skip(std::string_view& text, char separator) {
     if (!text.starts_with(separator)) return false;
     text.remove_prefix(1);

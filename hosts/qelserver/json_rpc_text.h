@@ -1,4 +1,4 @@
-// Cuts JSON text into the texts of its values, which keeps every number and escape as it was written.
+// Splits JSON text into the texts of its values, which preserves every number and escape as written.
 #pragma once
 
 #include <cstddef>
@@ -8,12 +8,13 @@
 
 namespace qelserver {
 
-// All texts here are valid JSON, maybe with spaces around it; what is returned has none and points into it.
+// Arguments of these functions are valid JSON, possibly with spaces around it. Results point into the
+// argument and have no spaces around them.
 
-/// The texts of the elements of an array, at most @p most of them.
+/// Returns the texts of the elements of an array, at most @p most of them.
 std::vector<std::string_view> elementsOfArray(std::string_view array, std::size_t most);
-/// The text of the value of the member @p name of an object; of several, the last one.
-/// @return nothing if there is none, or if @p object is another value.
+/// Returns the text of the value of the member @p name of an object; if there are several, of the last one.
+/// @return nothing if the member does not exist, or if @p object is another kind of value.
 std::optional<std::string_view> memberOfObject(std::string_view object, std::string_view name);
 
 } // namespace qelserver

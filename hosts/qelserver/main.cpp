@@ -1,5 +1,5 @@
-// qelserver: a server without a screen. It keeps its records in a file, has jobs done by workers, and answers
-// remote calls on a local socket.
+// qelserver: a server without a display. It stores its records in a file, runs jobs in worker processes and
+// answers remote calls on a local socket.
 #include "options.h"
 #include "server.h"
 
@@ -17,7 +17,7 @@ namespace {
 
 using namespace qelserver;
 
-/// Fills in what the command line left open.
+/// Replaces options that the command line does not set by their defaults.
 Options completed(Options options) {
     const std::string folder = qel::Object::system()->getApplicationDirectory("qelserver");
     if (options.socket.empty()) options.socket = qelhosts::defaultSocketPath();
@@ -40,7 +40,7 @@ int serve(const Options& options) {
             system, [&server] { return server.poll(); }, [&server](unsigned ms) { server.wait(ms); });
     }
     qel::logging::info() << "stopping";
-    return 0;
+    return server.stop() ? 0 : 1;
 }
 
 int run(const Options& options) {
@@ -51,7 +51,7 @@ int run(const Options& options) {
     qel::Object::system()->clearApplication();
     qel::System::deinitialize();
     qel::LogBackend::unregisterBackend();
-    return status;
+    return qelhosts::statusAfterOutput(status, "qelserver");
 }
 
 } // namespace

@@ -31,10 +31,10 @@ bool storeWorkers(Options& options, std::string_view value) {
 }
 
 constexpr std::array<qelhosts::OptionRow<Options>, 9> kOptions{{
-    {"--socket", &storeText<&Options::socket>, nullptr, "no path for a socket: "},
-    {"--data", &storeText<&Options::data>, nullptr, "no path for a file: "},
+    {"--socket", &storeText<&Options::socket>, nullptr, "not a path of a socket: "},
+    {"--data", &storeText<&Options::data>, nullptr, "not a path of a file: "},
     {"--memory", nullptr, &Options::memory},
-    {"--workers", &storeWorkers, nullptr, "no number from 0 to 64: "},
+    {"--workers", &storeWorkers, nullptr, "not a number from 0 to 64: "},
     {"--worker", &storeFile<&Options::worker>, nullptr, "no such file: "},
     {"--rights", &storeFile<&Options::rights>, nullptr, "no such file: "},
     {"--help", nullptr, &Options::help},
@@ -48,26 +48,27 @@ Options parseOptions(int argc, const char* const* argv) {
     Options options;
     const int end = qelhosts::readOptions(options, kOptions, argc, argv);
     if (options.problem.empty() && !options.help && end < argc) {
-        options.problem = "no option: " + qelhosts::quoted(argv[end]);
+        options.problem = "unknown argument " + qelhosts::quoted(argv[end]);
     }
     return options;
 }
 
 const char* usage() {
     return R"(Usage: qelserver [OPTIONS]
-Answers remote calls on a local socket and has jobs done by workers, until SIGTERM or Ctrl-C.
+Answers remote calls on a local socket and runs jobs in worker processes, until SIGTERM or Ctrl-C.
 
-  --socket PATH   where calls come in; default: "qelserver.sock" in the user's data folder
-  --data FILE     keep options, log, statistics and jobs in FILE; default: "qelserver.store" in the
+  --socket PATH   listen on this socket; default: "qelserver.sock" in the user's data folder
+  --data FILE     store options, log, statistics and jobs in FILE; default: "qelserver.store" in the
                   folder of application data
-  --memory        keep them in memory only; they are gone at the end
-  --workers N     number of workers, 0 to 64; default: 4
-  --worker FILE   the worker's program; default: "qelworker" beside the server
-  --rights FILE   what users other than the server's own may call; default: nothing
+  --memory        keep them in memory only; they are lost when the server stops
+  --workers N     start N workers, 0 to 64; default: 4
+  --worker FILE   the program of the workers; default: "qelworker" beside the server
+  --rights FILE   grant rights to users other than the server's own as FILE says; default: no rights
   --version       print the version
   -h, --help      print this
 
-Exit status: 0 after an end in order; 1 when the server could not start; 2 for a wrong option.
+Exit status: 0 after an orderly stop; 1 if the server could not start, or could not store its last
+changes or write its log lines; 2 for a wrong command line.
 )";
 }
 

@@ -7,20 +7,20 @@
 
 namespace qelserver {
 
-/// What the command line asks for.
+/// The values of the command line.
 struct Options : qelhosts::CommonOptions {
-    std::string socket;  ///< path of the socket that calls come in through; empty for the default
-    std::string data;    ///< the file of the records; empty for the default
-    std::string worker;  ///< the worker's program; empty for the one beside the server
-    std::string rights;  ///< the file with the rights of other users; empty for none
-    int workers = 4;     ///< how many workers there are
-    bool memory = false; ///< keep the records in memory only
+    std::string socket;  ///< path of the socket for calls; empty for the default
+    std::string data;    ///< path of the store; empty for the default
+    std::string worker;  ///< path of the worker's program; empty for the one beside the server
+    std::string rights;  ///< path of the file with the rights of other users; empty for none
+    int workers = 4;     ///< number of workers
+    bool memory = false; ///< true to keep the records in memory only
 };
 
-/// Reads the command line, which has nothing but options.
+/// Reads the command line. An argument that is not an option becomes Options::problem.
 Options parseOptions(int argc, const char* const* argv);
 
-/// How the server is used, for `--help`.
+/// Returns the text of `--help`.
 const char* usage();
 
 } // namespace qelserver

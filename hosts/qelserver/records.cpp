@@ -18,13 +18,13 @@ namespace {
 
 constexpr std::array<const char*, 2> kLogKeys = {"log.customer", "log.technical"};
 constexpr size_t kLogLinesPerPass = 512;
-constexpr size_t kMostWaitingLines = 65'536; // of a channel, and so the next
+constexpr size_t kMostWaitingLines = 65'536; // per channel, as kMostWaitingBytes
 constexpr size_t kMostWaitingBytes = size_t{16} << 20;
 
 constexpr qel::uint32 kFirstPauseMs = 1000; // after a failure; twice as long after each further one
 constexpr qel::uint32 kLongestPauseMs = 64'000;
 
-// A server's identifiers begin with 64 bits that no other server is likely to have.
+// The identifiers of a server begin with 64 random bits, which hardly any two servers share.
 constexpr qel::uint32 kServerBits = 64;
 constexpr qel::uint32 kDomainBits = 32;
 constexpr qel::uint32 kPersonalBits = 32;
@@ -52,12 +52,21 @@ Records::Records(const std::string& file) {
 }
 
 Records::~Records() {
-    if (!m_identifiers) return; // the store could not be opened
+    close();
+}
+
+bool Records::close() {
+    if (!m_identifiers) return m_isStoredAtClose; // the store could not be opened, or is closed already
     qel::Object::system()->setGUIDDomainDB(nullptr);
     if (!m_inPass) beginPass();
     m_identifiers->flush();
-    endPass(true);
+    m_isOpen = false;
+    m_isStoredAtClose = endPass(true);
+    if (!m_isStoredAtClose)
+        qel::logging::error() << "the last changes could not be stored: " << m_store->lastError();
+    m_identifiers = nullptr;
     m_store->close();
+    return m_isStoredAtClose;
 }
 
 void Records::openLogs() {
@@ -70,8 +79,9 @@ void Records::openOptions() {
     const auto add = [this](const char* name, const char* value, const char* label, const char* description) {
         m_options->addOption(name, value, "Server", label, description, qel::OptionsDB::kLogChanges);
     };
-    add("server:log_lines", "100000", "Lines of the log", "Older lines are dropped; 0 keeps all.");
-    add("server:job_attempts", "3", "Attempts at a job", "A job that loses its worker as often has failed.");
+    add("server:log_lines", "100000", "Lines of the log", "Older lines are removed; 0 keeps all lines.");
+    add("server:job_attempts", "3", "Attempts at a job",
+        "A job fails after losing its worker this many times.");
 }
 
 void Records::openIdentifiers() {
@@ -99,9 +109,9 @@ bool Records::endPass(bool durable) {
     m_statistics->flushToDatabase();
     m_inPass = false;
     m_store->clearLastError();
-    const bool isKept = m_store->tryCommit() && (!durable || m_store->tryFlush());
-    isKept ? noteKept() : noteFailure();
-    return isKept;
+    const bool isStored = m_store->tryCommit() && (!durable || m_store->tryFlush());
+    isStored ? noteStored() : noteFailure();
+    return isStored;
 }
 
 void Records::writeLogLines() {
@@ -117,13 +127,13 @@ void Records::writeLogLines() {
     }
 }
 
-void Records::noteKept() {
+void Records::noteStored() {
     for (Log& log : m_logs) log.waiting.clear();
     m_pauseMs = kFirstPauseMs;
     if (std::exchange(m_isFailing, false)) qel::logging::info() << "the records are stored again";
 }
 
-/// What was rolled back is written again with the next attempt; the counters of the log are read anew.
+/// The next attempt writes again what was rolled back; the logs read their line numbers anew.
 void Records::noteFailure() {
     const bool wasDue = isDue();
     if (wasDue) m_lastAttempt = qel::Object::system()->getTime();

@@ -1,4 +1,4 @@
-// Everything that the server keeps.
+// Everything that the server stores.
 #pragma once
 
 #include "job_table.h"
@@ -18,50 +18,54 @@ namespace qelserver {
 /// The channels of the log, as LogBackend numbers them.
 enum class LogChannel : unsigned { Customer = 0, Technical = 1 };
 
-/// Options, log, statistics, identifiers and jobs in one store. What happens in a pass of the main loop is
-/// one transaction of the store: the disk holds the state after some pass, whenever the server is killed.
+/// Options, log, statistics, identifiers and jobs in one store. What a pass of the main loop writes is one
+/// transaction of the store, so that the disk holds the state after some pass whenever the server is killed.
 ///
-/// A transaction that the disk does not take is rolled back. From then on nothing is stored but what somebody
-/// waits for, and one attempt from time to time, until an attempt succeeds: a failure writes log lines, which
-/// must not be the reason for the next attempt. Log lines wait meanwhile, and so do counters.
+/// A transaction that can't be stored is rolled back. Until a later one succeeds, the server tries again only
+/// when a call depends on it, and otherwise at growing intervals: each failure writes log lines, which must
+/// not cause the next attempt. Log lines and counters are kept in memory meanwhile.
 /// @threads main thread.
 class Records {
 public:
-    /// Opens the store. @param file  empty keeps the records in memory.
+    /// Opens the store. @param file  the path of the store; if it is empty, the records are kept in memory.
     explicit Records(const std::string& file);
-    /// Stores everything, and closes the store.
+    /// Closes the records if close() was not called.
     ~Records();
     Records(const Records&) = delete;
     Records& operator=(const Records&) = delete;
 
-    /// Whether the records can be used; the log tells why not.
+    /// Returns true if the records can be used. @errors if they can't, the log says why.
     bool good() const { return m_isOpen; }
 
-    /// The named settings; those of the server itself are declared.
+    /// Returns the named settings. Those of the server are declared already.
     qel::OptionsDB& options() { return *m_options; }
-    /// The counters.
+    /// Returns the counters.
     qel::SmartPointer<qel::Statistics> statistics() { return m_statistics; }
-    /// The jobs.
+    /// Returns the table of jobs.
     qel::SmartPointer<JobTable> jobs() { return m_jobs; }
-    /// The lines of a channel.
+    /// Returns the stored lines of a channel.
     qel::LogDB& log(LogChannel channel) { return *m_logs[static_cast<size_t>(channel)].lines; }
 
-    /// The key whose children are the counters, as of the last pass.
+    /// Returns the key whose children are the counters, as of the last pass.
     qel::Item statisticsKey() const { return qel::Item(m_store.get()).add("statistics"); }
-    /// Starts to gather what a pass writes.
+    /// Begins the transaction of a pass.
     void beginPass();
-    /// Whether the disk has not taken what was last to be stored.
+    /// Returns true if the last attempt to store something failed.
     bool isFailing() const { return m_isFailing; }
-    /// Whether endPass() is worth an attempt, though nobody waits for it; otherwise the pass just goes on.
+    /// Returns true if endPass() should be called although no call depends on it. If it returns false, the
+    /// transaction continues in the next pass.
     bool isDue() const;
-    /// Stores what the pass wrote, with the log lines and counters that have come up.
-    /// @param durable  whether it has to be on the disk before this returns, since somebody is told of it.
-    /// @return false if the disk did not take it: it is rolled back then. @errors logged once until it works
-    ///         again.
+    /// Commits what the pass wrote, together with new log lines and counters.
+    /// @param durable  true to wait until everything is on the disk.
+    /// @return false if it could not be stored and was rolled back. @errors logged once until an attempt
+    ///         succeeds.
     bool endPass(bool durable);
+    /// Stores everything and closes the store; further calls return the same result.
+    /// @return true if everything is on the disk. @errors logged.
+    bool close();
 
 private:
-    /// A channel of the log, and the lines that are to be stored next.
+    /// A channel of the log, and the lines that are not stored yet.
     struct Log {
         qel::SmartPointer<qel::LogDB> lines;
         qel::Vector<qel::LogMessage> waiting;
@@ -71,11 +75,11 @@ private:
     void openIdentifiers();
     void openOptions();
     void writeLogLines();
-    void noteKept();
+    void noteStored();
     void noteFailure();
 
-    qel::SmartPointer<qel::Store> m_file;  // what lasts; the same as m_store for records in memory
-    qel::SmartPointer<qel::Store> m_store; // a cache in front of it
+    qel::SmartPointer<qel::Store> m_file;  // the store on the disk; m_store itself for records in memory
+    qel::SmartPointer<qel::Store> m_store; // a cache in front of m_file
     qel::SmartPointer<qel::OptionsDB> m_options;
     qel::SmartPointer<qel::Statistics> m_statistics;
     qel::SmartPointer<qel::GUIDDomainDB> m_identifiers;
@@ -84,8 +88,9 @@ private:
     bool m_isOpen = false;
     bool m_inPass = false;
     bool m_isFailing = false;
-    qel::uint32 m_lastAttempt = 0; // reading of System::getTime()
-    qel::uint32 m_pauseMs = 0;     // from that one to the next; set with each success
+    bool m_isStoredAtClose = true;
+    qel::uint32 m_lastAttempt = 0; // value of System::getTime()
+    qel::uint32 m_pauseMs = 0;     // from the last attempt to the next; reset by each success
 };
 
 } // namespace qelserver

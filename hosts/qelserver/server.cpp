@@ -1,5 +1,7 @@
 #include "server.h"
 
+#include "json_rpc_call.h"
+
 #include <hosts/jobs/file_access.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/system/core/system.h>
@@ -10,7 +12,7 @@ namespace qelserver {
 
 namespace {
 
-constexpr qel::uint32 kFinalRepliesMs = 500; // for replies that are on their way when the server stops
+constexpr qel::uint32 kFinalRepliesMs = 500; // for replies that are not sent yet when the server stops
 
 } // namespace
 
@@ -32,7 +34,7 @@ Server::Server(const Options& options, WorkerPool::NewWorker newWorker) : m_reco
                          << m_jobs->waitingCount() << " jobs wait";
 }
 
-/// A job whose folders were granted once uses those that are granted now.
+/// The folders that are granted now count, not those at the time of the submission.
 qel::Item Server::accessOf(const Job& job) const {
     std::optional<qeljobs::FileAccess> access = qeljobs::FileAccess::fromItem(job.access);
     if (!access) return {};
@@ -49,35 +51,53 @@ bool Server::startRpc(const Options& options) {
 }
 
 void Server::registerCallsOfLibrary() {
-    m_records.options().delegateKeep.connect([this] { return keep(true); });
+    m_records.options().delegateKeep.connect([this] { return storeForRunningCall(); });
     m_records.options().registerRpcCalls(m_rpc.get());
-    m_update->delegateBackup.connect([this] { return keep(true); }); // an installer finds all on the disk
+    m_update->delegateBackup.connect([this] { return storeForRunningCall(); });
     m_update->registerRpcCalls(m_rpc.get());
 }
 
 Server::~Server() {
+    stop();
+}
+
+bool Server::stop() {
     if (good()) {
-        m_rpc->drain();
-        qel::System& system = *qel::Object::system();
-        const qel::uint32 start = system.getTime();
-        do {
-            poll();
-            m_rpc->wait(1);
-        } while (m_rpc->isBusy() && system.getTime() - start < kFinalRepliesMs);
+        sendFinalReplies();
+        m_jobs->store(); // also what could not be stored before
     }
     if (m_rpc) m_rpc->stop();
     m_calls.reset();
     m_workers.reset();
+    return m_records.close();
 }
 
-/// Ends a pass of the records and begins the next. @return whether everything up to now is stored.
-bool Server::keep(bool durable) {
+void Server::sendFinalReplies() {
+    m_rpc->drain();
+    qel::System& system = *qel::Object::system();
+    const qel::uint32 start = system.getTime();
+    do {
+        poll();
+        m_rpc->wait(1);
+    } while (m_rpc->isBusy() && system.getTime() - start < kFinalRepliesMs);
+}
+
+/// Ends a pass of the records and begins the next. @return true if everything up to now is stored.
+bool Server::storePass(bool durable) {
     if (!durable && !m_records.isDue()) return false;
     m_jobs->store();
-    const bool isKept = m_records.endPass(durable);
-    m_jobs->settle(isKept);
+    const bool isStored = m_records.endPass(durable);
+    m_jobs->settle(isStored);
     m_records.beginPass();
-    return isKept;
+    return isStored;
+}
+
+/// Brings everything to the disk before a handler goes on. If that fails, the peer receives an error,
+/// whatever result the handler leaves.
+bool Server::storeForRunningCall() {
+    if (storePass(true)) return true;
+    if (JsonRpcCall* call = m_rpc->runningCall()) call->fail(JsonRpcError::NotStored);
+    return false;
 }
 
 bool Server::poll() {
@@ -85,10 +105,11 @@ bool Server::poll() {
     m_rpc->receiveCalls();
     const auto attempts = m_records.options().getValueAsInt("server:job_attempts");
     bool hasMoved = m_workers->poll(attempts);
-    if (!m_records.isFailing()) hasMoved = m_workers->handOut() || hasMoved; // else no result can be kept
-    const bool durable = m_calls->hasUnanswered();
-    keep(durable);
-    if (durable) m_calls->answer();
+    if (!m_records.isFailing())
+        hasMoved = m_workers->assignJobs() || hasMoved; // else no result can be stored
+    const bool durable = m_calls->hasSubmissions();
+    storePass(durable);
+    if (durable) m_calls->finishSubmissions();
     m_rpc->sendReplies();
     return hasMoved || m_rpc->getCallCount() != before;
 }

@@ -1,4 +1,4 @@
-// The server: its records, its workers and its calls, driven from the pass.
+// The server: its records, its workers and its calls, driven by passes.
 #pragma once
 
 #include "job_board.h"
@@ -15,37 +15,43 @@
 
 namespace qelserver {
 
-/// Creates the parts in their order, and destroys them in the reverse: after that, everything that was
-/// acknowledged is on the disk. @threads main thread.
+/// Owns all parts of the server, creates them in order and destroys them in reverse order.
+/// @threads main thread.
 class Server {
 public:
-    /// Opens the records, starts the workers and listens. @param options  complete.
-    /// @param newWorker  creates workers in place of those that run Options::worker; for servers in a process
-    /// of
-    ///                   somebody else, which need no socket either: none is used if Options::socket is
-    ///                   empty.
+    /// Opens the records, starts the workers and listens.
+    /// @param options    the complete options. If Options::socket is empty, no socket is created; peers then
+    ///                   come in through rpc() only.
+    /// @param newWorker  creates the workers, for hosts that embed the server; by default, workers run
+    ///                   Options::worker.
     explicit Server(const Options& options, WorkerPool::NewWorker newWorker = nullptr);
+    /// Stops the server if stop() was not called.
     ~Server();
 
-    /// Whether all of it works; the log says what does not.
+    /// Returns true if the server runs. @errors if it does not, the log says why.
     bool good() const { return m_calls != nullptr; }
-    /// Does what has come up: calls, answers of workers, records. Replies go out when what they report is
-    /// committed, so that a kill takes nothing back. Waits for the disk only if somebody is to be told that
-    /// something was kept. @return whether there was anything to do.
+    /// Runs one pass: calls, events of workers, records. Replies are sent after what they report is
+    /// committed, so a killed server loses nothing that it acknowledged. Waits for the disk only if a call
+    /// has to be answered whose effect must be durable. @return true if there was anything to do.
     bool poll();
     /// Blocks until a call comes in, or @p ms milliseconds have passed.
     void wait(unsigned ms) { m_rpc->wait(static_cast<int>(ms)); }
+    /// Sends the replies that are due, ends the workers and stores everything. The server is not good()
+    /// afterwards. @return true if everything is on the disk. @errors logged.
+    bool stop();
 
-    /// The way in for peers that do not come through the socket.
+    /// Returns the transport, for peers that do not come through the socket.
     JsonRpcServer& rpc() { return *m_rpc; }
-    /// The jobs.
+    /// Returns the jobs.
     const JobBoard& jobs() const { return *m_jobs; }
 
 private:
     qel::Item accessOf(const Job& job) const;
-    bool keep(bool durable);
+    bool storePass(bool durable);
+    bool storeForRunningCall();
     bool startRpc(const Options& options);
     void registerCallsOfLibrary();
+    void sendFinalReplies();
 
     Records m_records;
     std::unique_ptr<JobBoard> m_jobs;

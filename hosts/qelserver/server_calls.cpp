@@ -22,10 +22,10 @@ constexpr qel::int64 kDefaultListedJobs = 100;
 constexpr size_t kMostFiles = 10000;
 constexpr size_t kLongestKindBytes = 64;
 constexpr size_t kLongestPathBytes = 4096;     // the system opens no longer ones
-constexpr size_t kLongestLineBytes = 8 * 1024; // of the log, as it is shown
-constexpr size_t kPageBytes = 128 * 1024;      // of rows in one reply; JSON may take six times as much
+constexpr size_t kLongestLineBytes = 8 * 1024; // of a log line in a reply
+constexpr size_t kPageBytes = 128 * 1024;      // of rows in one reply; their JSON may be six times as long
 
-/// An element that JSON shows as an object; @p fields holds keys and values in turn.
+/// Adds an element that JSON shows as an object. @param fields  alternating keys and values.
 void addTable(qel::Item& out, const qel::Item& fields) {
     out.addPrefix(qel::Item::kTablePrefix).add(fields);
 }
@@ -36,7 +36,7 @@ const char* nameOf(JobState state) {
     return index < kNames.size() ? kNames[index] : "unknown";
 }
 
-/// The beginning of a text that is too long.
+/// Returns @p text, cut off after @p mostBytes bytes if it is longer.
 qel::String shortened(const qel::String& text, size_t mostBytes) {
     return text.size() <= mostBytes ? text : qel::String(text.substr(0, mostBytes)).utf8_fix() + "...";
 }
@@ -44,17 +44,18 @@ qel::String shortened(const qel::String& text, size_t mostBytes) {
 /// The rows of a list that fit into one reply.
 class Page {
 public:
-    /// @param mostRows  how many rows were asked for.
+    /// @param mostRows  the number of rows that the call asks for.
     explicit Page(qel::int64 mostRows) : m_mostRows(static_cast<size_t>(mostRows)) {}
 
-    /// Whether another row may be added.
+    /// Returns true if another row may be added.
     bool hasRoom() const { return m_rows.size() < m_mostRows && m_bytes < kPageBytes; }
     void add(qel::Item row) {
         m_bytes += row.getPlainSize();
         m_rows.push_back(std::move(row));
     }
-    /// The rows in the order of add(), or in the reverse.
+    /// Returns the rows in the order of add().
     qel::Item list() const { return joined(m_rows.begin(), m_rows.end()); }
+    /// Returns the rows in the reverse order of add().
     qel::Item reversedList() const { return joined(m_rows.rbegin(), m_rows.rend()); }
 
 private:
@@ -70,7 +71,7 @@ private:
     qel::Vector<qel::Item> m_rows;
 };
 
-/// What a list of jobs shows of each.
+/// Returns the keys and values that a list of jobs shows of each job.
 qel::Item fieldsOf(const Job& job) {
     qel::Item fields;
     fields.add("id").add(job.id.toString()).add("kind").add(job.kind).add("state").add(nameOf(job.state));
@@ -81,8 +82,8 @@ qel::Item fieldsOf(const Job& job) {
         .add(shortened(job.error, JobBoard::kLongestErrorBytes));
 }
 
-/// Adds "result", the rows of a job's result from number @p first on, and "next", the number of the row to go
-/// on with, or null.
+/// Adds "result", the rows of a job's result from number @p first on, and "next", the number of the row to
+/// continue with, or null if there are no more rows.
 void addResult(qel::Item& fields, const qel::Item& result, qel::int64 first) {
     qel::Item rows;
     result.getIterator().asSubItem(rows);
@@ -100,7 +101,8 @@ void addResult(qel::Item& fields, const qel::Item& result, qel::int64 first) {
     it.hasNextElement() ? fields.add(number) : fields.addNIL();
 }
 
-/// The number in the next argument, if there is one, brought between 0 and @p most.
+/// Reads an integer argument and clamps it to 0 to @p most. @return @p byDefault if the next argument is not
+/// an integer.
 qel::int64 readCount(qel::Item::Iterator& args, qel::int64 byDefault, qel::int64 most) {
     qel::int64 count = byDefault;
     args.asInteger(count);
@@ -112,7 +114,7 @@ bool readNumber(const qel::String& text, qel::int64& number) {
     return error == std::errc() && end == text.data() + text.size();
 }
 
-/// Reads a text; the name of a table's prefix is none.
+/// Reads a string argument; the name of a table's prefix does not count as one.
 bool readText(qel::Item::Iterator& args, qel::String& text) {
     return args.getType() == qel::ValueType::String && args.asString(text);
 }
@@ -125,7 +127,7 @@ bool isPath(const qel::String& file) {
     return file.starts_with('/') && file.size() <= kLongestPathBytes;
 }
 
-/// Reads the list of paths: all of them texts, absolute, at least one.
+/// Reads a list of paths. @return false unless there are 1 to kMostFiles, all of them absolute and not too long.
 bool readFiles(qel::Item::Iterator& args, qel::Vector<qel::String>& files) {
     qel::Item list;
     if (!args.asSubItem(list)) return false;
@@ -135,7 +137,8 @@ bool readFiles(qel::Item::Iterator& args, qel::Vector<qel::String>& files) {
            std::all_of(files.begin(), files.end(), &isPath);
 }
 
-/// For whom a call's job uses files: its peer, or the server's own user if the call was made in the process.
+/// Returns the access of a call's job to files: that of the peer's user, or that of the server's own user for
+/// a call from inside the process.
 qeljobs::FileAccess accessOf(const qel::RpcContext& call) {
     qeljobs::FileAccess access;
     access.user.user = qel::platform::userId();
@@ -146,38 +149,38 @@ qeljobs::FileAccess accessOf(const qel::RpcContext& call) {
 
 } // namespace
 
-ServerCalls::ServerCalls(qel::RpcProvider& provider, Records& records, JobBoard& jobs,
-                         const WorkerPool& workers)
-    : m_records(records), m_jobs(jobs), m_workers(workers) {
+ServerCalls::ServerCalls(JsonRpcServer& server, Records& records, JobBoard& jobs, const WorkerPool& workers)
+    : m_server(server), m_records(records), m_jobs(jobs), m_workers(workers) {
     const auto add = [&](const char* name, auto method, const char* description, const char* signature) {
-        provider.addRPCWithRight(
+        server.addRPCWithRight(
             name, (std::string("rpc:") + name).c_str(),
             [this, method](const qel::RpcContext& call) { (this->*method)(call); }, description, signature);
     };
-    provider.setCategory("Server");
-    add("jobs.submit", &ServerCalls::submit, "Have workers do a job.",
+    server.setCategory("Server");
+    add("jobs.submit", &ServerCalls::submit, "Submit a job to the workers.",
         "(String kind, List files, Bool overwrite = false) : String id");
-    add("jobs.state", &ServerCalls::state, "How far a job is.",
+    add("jobs.state", &ServerCalls::state, "State and result of a job.",
         "(String id, Integer firstRow = 0) : Table job");
-    add("jobs.list", &ServerCalls::listJobs, "The last jobs.",
+    add("jobs.list", &ServerCalls::listJobs, "The latest jobs.",
         "(Integer jobs = 100, String before = newest) : Table jobs, next");
     add("workers.list", &ServerCalls::listWorkers, "All workers.", "() : List workers");
-    add("log.query", &ServerCalls::queryLog, "The last lines of the log.",
+    add("log.query", &ServerCalls::queryLog, "The latest lines of the log.",
         "(Integer lines = 100, Bool customers = false, Integer before = end) : Table lines, next");
     add("statistics.list", &ServerCalls::listStatistics, "All counters.", "() : Table counters");
     add("server.shutdown", &ServerCalls::shutDown, "Stop the server in order.", "() : Bool success");
-    provider.setCategory(nullptr);
+    server.setCategory(nullptr);
 }
 
-void ServerCalls::answer() {
-    for (const auto& [call, job] : m_unanswered) {
+void ServerCalls::finishSubmissions() {
+    for (const auto& [context, call, job] : m_submissions) {
         if (!m_jobs.find(job)) {
-            call.result().clear();
             m_jobs.withdraw(job);
+            context.result().clear();
+            if (call) call->fail(JsonRpcError::NotStored);
         }
-        call.finish();
+        context.finish();
     }
-    m_unanswered.clear();
+    m_submissions.clear();
 }
 
 void ServerCalls::submit(const qel::RpcContext& call) {
@@ -189,7 +192,7 @@ void ServerCalls::submit(const qel::RpcContext& call) {
     const qel::GUID id = m_jobs.submit(kind, std::move(files), access.toItem());
     if (!id) return call.finish();
     call.result().add(id.toString());
-    m_unanswered.emplace_back(call, id);
+    m_submissions.push_back({call, m_server.runningCall(), id});
 }
 
 void ServerCalls::state(const qel::RpcContext& call) const {

@@ -1,4 +1,4 @@
-// Notices a worker that hangs.
+// SilenceWatch: detects a worker that hangs.
 #pragma once
 
 #include <hosts/jobs/job_packets.h>
@@ -8,29 +8,29 @@
 
 namespace qelserver {
 
-/// Measures how long a worker has been silent. It hangs when it has missed three heartbeats. A worker that
-/// sends no heartbeats only has to report the beginning of a job in that time.
+/// Measures how long a worker has been silent. A worker that has missed three heartbeats hangs. A worker that
+/// sends no heartbeats hangs if it does not report the beginning of a job within the same time.
 class SilenceWatch {
 public:
-    /// How long a worker may be silent.
+    /// A worker that is silent for this long hangs.
     static constexpr qel::uint32 kLongestMs = 3 * qeljobs::kHeartbeatMs;
-    /// What one look counts at most: when the server itself stood still, so perhaps did the workers.
+    /// The most that one call of pass() adds: if the server was suspended, the workers may have been as well.
     static constexpr qel::uint32 kLongestStepMs = 1000;
 
-    /// A process was started.
+    /// Notes that a process was started.
     void restart() { *this = {}; }
-    /// The worker was given a job.
+    /// Notes that the worker was given a job.
     void expectAnswer() {
         m_owesAnswer = true;
         m_silentMs = 0;
     }
-    /// The worker has sent something.
+    /// Notes that the worker sent something.
     void hear(bool isHeartbeat) {
         m_sendsHeartbeats = m_sendsHeartbeats || isHeartbeat;
         m_owesAnswer = m_owesAnswer && isHeartbeat;
         m_silentMs = 0;
     }
-    /// Lets time pass. @return whether the worker hangs.
+    /// Adds @p ms milliseconds to the silence. @return true if the worker hangs.
     bool pass(qel::uint32 ms) {
         m_silentMs += std::min(ms, kLongestStepMs);
         return (m_sendsHeartbeats || m_owesAnswer) && m_silentMs >= kLongestMs;

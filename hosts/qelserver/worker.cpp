@@ -11,9 +11,9 @@ namespace qelserver {
 
 namespace {
 
-constexpr int kLoggedUnknownPackets = 16; // of a process
+constexpr int kLoggedUnknownPackets = 16; // per process
 
-/// Turns a packet of a worker into an event. @return false if it is not one that a worker sends.
+/// Converts a packet to an event. @return false if workers do not send such packets.
 bool eventOf(qel::Packet& packet, WorkerEvent& out) {
     switch (packet.getID()) {
     case qeljobs::kProgressId: {
@@ -66,17 +66,17 @@ qel::Vector<WorkerEvent> Worker::takeEvents() {
 void Worker::onSubprocessStarted() {
     m_unknownPackets = 0;
     getProcess()->getPacketReader()->enableTrimmedLog();
-    note(event::Started{getProcess()->getProcessId()}, 0);
+    addEvent(event::Started{getProcess()->getProcessId()}, 0);
 }
 
 void Worker::onSubprocessQuit() {
-    note(event::Lost{}, 0);
+    addEvent(event::Lost{}, 0);
 }
 
 void Worker::onPacket(qel::Packet* packet) {
     WorkerEvent event;
     if (eventOf(*packet, event)) {
-        note(std::move(event), packet->getPayloadSize());
+        addEvent(std::move(event), packet->getPayloadSize());
     } else {
         logUnknown(*packet);
     }
@@ -88,7 +88,7 @@ void Worker::logUnknown(const qel::Packet& packet) {
                             << (m_unknownPackets == kLoggedUnknownPackets ? "; no more are reported" : "");
 }
 
-void Worker::note(WorkerEvent event, size_t bytes) {
+void Worker::addEvent(WorkerEvent event, size_t bytes) {
     const qel::MutexLock lock(m_mutex);
     m_events.push_back(std::move(event));
     m_eventBytes += bytes;

@@ -1,4 +1,4 @@
-// One supervised worker.
+// Worker: a supervised worker process.
 #pragma once
 
 #include "job.h"
@@ -10,35 +10,35 @@
 
 namespace qelserver {
 
-/// What happened to a worker, in the order in which it happened.
+/// What can happen to a worker.
 namespace event {
 
-/// A process was started; @p pid is its id.
+/// A process was started.
 struct Started {
     qel::int64 pid;
 };
-/// The process is gone.
+/// The process has ended.
 struct Lost {};
-/// How far a job is.
+/// The worker reports the progress of a job, from 0 to 1.
 struct Progress {
     qel::GUID id;
     int attempt;
     double fraction;
 };
-/// A job is done.
+/// The worker has done a job.
 struct Done {
     qel::GUID id;
     int attempt;
     qel::uint64 bytes;
     qel::Item result;
 };
-/// A job can't be done.
+/// The worker could not do a job.
 struct Failed {
     qel::GUID id;
     int attempt;
     qel::String error;
 };
-/// The worker answers.
+/// The worker sent a heartbeat.
 struct Heartbeat {};
 
 } // namespace event
@@ -46,29 +46,31 @@ struct Heartbeat {};
 using WorkerEvent =
     std::variant<event::Started, event::Lost, event::Progress, event::Done, event::Failed, event::Heartbeat>;
 
-/// Keeps a worker process alive, gives it jobs and collects what it reports until the main thread takes it.
-/// A worker that reports more than is taken is not read meanwhile, until it blocks. Of its log lines the
-/// first and the last are kept, as ProcessPacketReader::enableTrimmedLog() describes.
+/// Keeps a worker process running, sends jobs to it and collects its reports until the main thread takes
+/// them. While too many reports wait, the process is not read, so that it blocks. Of its log lines, the first
+/// and the last are kept as described at ProcessPacketReader::enableTrimmedLog().
 class Worker : public qel::AsyncSupervisor {
     QEL_CLASS(Worker, qel::AsyncSupervisor)
 
 public:
-    /// Reading stops when so many events wait, or events of so many bytes. The event that reaches a limit may
-    /// go beyond it by the size of one packet.
+    /// Reading pauses when this many events wait. The event that reaches a limit may exceed it by the size of
+    /// one packet.
     static constexpr size_t kMostEvents = 256;
-    static constexpr size_t kMostEventBytes = size_t{16} << 20; ///< as kMostEvents
+    /// Reading pauses when events of this many bytes wait.
+    static constexpr size_t kMostEventBytes = size_t{16} << 20;
 
-    /// @param program  path of the worker's program.
+    /// @param program  the path of the worker's program.
     explicit Worker(const qel::String& program) : AsyncSupervisor(program) {}
     ~Worker() override { terminate(); }
 
-    /// Starts the process, now and whenever it is lost.
+    /// Starts the process, and starts it again whenever it is lost.
     virtual void begin() { start(); }
     /// Kills the process, which is then started again.
     virtual void restart() { restartWorker(); }
-    /// Gives the worker a job. @param access  a FileAccess: for whom it uses files, and where.
+    /// Sends a job to the worker. @param access  a FileAccess that states for whom the job uses files, and in
+    /// which folders.
     virtual void assign(const Job& job, const qel::Item& access);
-    /// Takes what has happened since the last call. @threads main thread.
+    /// Removes and returns the events since the last call, in order. @threads main thread.
     virtual qel::Vector<WorkerEvent> takeEvents();
 
 protected:
@@ -77,10 +79,10 @@ protected:
     void onPacket(qel::Packet* packet) override;
 
 private:
-    void note(WorkerEvent event, size_t bytes);
+    void addEvent(WorkerEvent event, size_t bytes);
     void logUnknown(const qel::Packet& packet);
 
-    int m_unknownPackets = 0; // of this process
+    int m_unknownPackets = 0; // from the current process
     qel::Mutex m_mutex;
     qel::Vector<WorkerEvent> m_events QEL_GUARDED_BY(m_mutex);
     size_t m_eventBytes QEL_GUARDED_BY(m_mutex) = 0;

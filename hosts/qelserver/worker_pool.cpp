@@ -38,17 +38,17 @@ WorkerPool::~WorkerPool() {
 bool WorkerPool::poll(int mostAttempts) {
     const qel::uint32 now = qel::Object::system()->getTime();
     const qel::uint32 passedMs = now - std::exchange(m_lastPoll, now);
-    bool moved = false;
+    bool hasMoved = false;
     for (Seat& seat : m_seats) {
         const qel::Vector<WorkerEvent> events = seat.worker->takeEvents();
         if (events.empty()) restartIfHanging(seat, passedMs);
         for (const WorkerEvent& event : events) {
             seat.silence.hear(std::holds_alternative<event::Heartbeat>(event));
-            take(seat, event, mostAttempts);
+            handleEvent(seat, event, mostAttempts);
         }
-        moved = moved || !events.empty();
+        hasMoved = hasMoved || !events.empty();
     }
-    return moved;
+    return hasMoved;
 }
 
 void WorkerPool::restartIfHanging(Seat& seat, qel::uint32 passedMs) {
@@ -59,10 +59,11 @@ void WorkerPool::restartIfHanging(Seat& seat, qel::uint32 passedMs) {
     seat.worker->restart();
 }
 
-/// An answer counts only if it is about the job that the worker has: a lost worker's job may be with another.
-void WorkerPool::take(Seat& seat, const WorkerEvent& event, int mostAttempts) {
-    const auto isAt = [&seat](const auto& answer) {
-        return answer.id == seat.job && answer.attempt == seat.attempt;
+/// Ignores reports about a job that the worker does not have: a lost worker's job may have another worker
+/// now.
+void WorkerPool::handleEvent(Seat& seat, const WorkerEvent& event, int mostAttempts) {
+    const auto isCurrent = [&seat](const auto& report) {
+        return report.id == seat.job && report.attempt == seat.attempt;
     };
     std::visit(Overloaded{
                    [&](const event::Heartbeat&) {},
@@ -78,15 +79,15 @@ void WorkerPool::take(Seat& seat, const WorkerEvent& event, int mostAttempts) {
                        if (seat.job) m_board.giveBack(std::exchange(seat.job, {}), mostAttempts);
                    },
                    [&](const event::Progress& progress) {
-                       if (isAt(progress)) m_board.progress(progress.id, progress.fraction);
+                       if (isCurrent(progress)) m_board.progress(progress.id, progress.fraction);
                    },
                    [&](const event::Done& done) {
-                       if (!isAt(done)) return;
+                       if (!isCurrent(done)) return;
                        m_board.done(done.id, done.bytes, done.result);
                        seat.job = {};
                    },
                    [&](const event::Failed& failed) {
-                       if (!isAt(failed)) return;
+                       if (!isCurrent(failed)) return;
                        m_board.fail(failed.id, failed.error);
                        seat.job = {};
                    },
@@ -94,8 +95,8 @@ void WorkerPool::take(Seat& seat, const WorkerEvent& event, int mostAttempts) {
                event);
 }
 
-bool WorkerPool::handOut() {
-    bool moved = false;
+bool WorkerPool::assignJobs() {
+    bool hasMoved = false;
     for (Seat& seat : m_seats) {
         if (seat.pid == 0 || seat.job) continue;
         const Job* job = m_board.start();
@@ -104,9 +105,9 @@ bool WorkerPool::handOut() {
         seat.attempt = job->attempts;
         seat.worker->assign(*job, m_accessOfJob(*job));
         seat.silence.expectAnswer();
-        moved = true;
+        hasMoved = true;
     }
-    return moved;
+    return hasMoved;
 }
 
 } // namespace qelserver

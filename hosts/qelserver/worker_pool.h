@@ -1,4 +1,4 @@
-// All workers: who does what.
+// WorkerPool: all workers and the jobs they do.
 #pragma once
 
 #include "job_board.h"
@@ -9,21 +9,21 @@
 
 namespace qelserver {
 
-/// Hands the jobs of a board to workers, and those of a lost worker to others. A worker that hangs is killed
-/// and started again. @threads main thread.
+/// Assigns the jobs of a board to workers, and the job of a lost worker to another one. A worker that hangs
+/// is killed and started again. @threads main thread.
 class WorkerPool {
 public:
-    /// The state of a worker.
+    /// A worker and its state.
     struct Seat {
         qel::SmartPointer<Worker> worker;
-        qel::int64 pid = 0;   ///< of the process; 0 while there is none
+        qel::int64 pid = 0;   ///< id of the process; 0 while there is none
         int restarts = 0;     ///< how often the process was lost
-        qel::GUID job;        ///< what it does; zero for nothing
-        int attempt = 0;      ///< of that job
-        SilenceWatch silence; ///< of the process
+        qel::GUID job;        ///< the job that it does; zero if it has none
+        int attempt = 0;      ///< number of the attempt at that job
+        SilenceWatch silence; ///< how long the process has been silent
     };
 
-    /// Returns for whom a job uses files, and where: a FileAccess with the folders that are granted now.
+    /// Returns a FileAccess that states for whom a job uses files, with the folders that are granted now.
     using AccessOfJob = std::function<qel::Item(const Job&)>;
 
     /// Creates a worker, which is not started yet.
@@ -32,28 +32,28 @@ public:
     /// Starts @p count workers. @owner the board must outlive the pool.
     WorkerPool(JobBoard& board, qel::SmartPointer<qel::Statistics> statistics, const NewWorker& newWorker,
                int count, AccessOfJob accessOfJob);
-    /// Stops all workers, together. Their jobs wait for the next start of the server.
+    /// Stops all workers at the same time. Their jobs wait for the next start of the server.
     ~WorkerPool();
     WorkerPool(const WorkerPool&) = delete;
     WorkerPool& operator=(const WorkerPool&) = delete;
 
-    /// Takes in what the workers reported, and restarts those that hang.
-    /// @param mostAttempts  at a job that loses its worker. @return whether anything happened.
+    /// Handles the events of the workers, and restarts workers that hang.
+    /// @param mostAttempts  after how many lost workers a job fails. @return true if there were events.
     bool poll(int mostAttempts);
-    /// Gives jobs to the workers that have none. @return whether there was one to give.
-    bool handOut();
-    /// The workers.
+    /// Assigns waiting jobs to the workers that have none. @return true if a job was assigned.
+    bool assignJobs();
+    /// Returns the workers.
     const qel::Vector<Seat>& seats() const { return m_seats; }
 
 private:
-    void take(Seat& seat, const WorkerEvent& event, int mostAttempts);
+    void handleEvent(Seat& seat, const WorkerEvent& event, int mostAttempts);
     void restartIfHanging(Seat& seat, qel::uint32 passedMs);
 
     JobBoard& m_board;
     const AccessOfJob m_accessOfJob;
     qel::SmartPointer<qel::Statistics> m_statistics;
     qel::Vector<Seat> m_seats;
-    qel::uint32 m_lastPoll; // reading of System::getTime()
+    qel::uint32 m_lastPoll; // value of System::getTime()
 };
 
 } // namespace qelserver

@@ -8,9 +8,9 @@ namespace qelworker {
 
 namespace {
 
-constexpr const char* kEnded = "the worker was told to end";
+constexpr const char* kStopped = "the worker was asked to stop";
 constexpr const char* kExtension = ".zst";
-constexpr qel::uint64 kMostCompressedBytes = qel::uint64{2} << 30; // all of it is held in memory
+constexpr qel::uint64 kMostCompressedBytes = qel::uint64{2} << 30; // the whole file is held in memory
 
 qel::String cannot(const char* action, const qel::String& path) {
     return qel::String("cannot ") + action + " '" + path + "'";
@@ -29,13 +29,13 @@ qel::String hash(const qel::String& path, JobFile& file, const Advance& advance,
         if (!file.readPiece(piece)) return cannot("read", path);
         if (piece.empty()) break;
         state = qel::util::crc32c(state, piece.getBytePointer(), piece.getSize());
-        if (!advance(piece.getSize())) return kEnded;
+        if (!advance(piece.getSize())) return kStopped;
     }
     fields.add("hash").add(asHex(~state));
     return {};
 }
 
-/// Reads the whole file. @return why that is not possible, or empty.
+/// Reads the whole file. @return why it can't be read; empty if it was.
 qel::String readWhole(const qel::String& path, JobFile& file, const Advance& advance, qel::Buffer& content) {
     if (file.size() > kMostCompressedBytes) return cannot("compress", path) + ": it is too large";
     content.reserveTotal(static_cast<size_t>(file.size()));
@@ -44,18 +44,18 @@ qel::String readWhole(const qel::String& path, JobFile& file, const Advance& adv
         if (piece.empty()) return {};
         if (content.getSize() + piece.getSize() > kMostCompressedBytes) return cannot("read", path);
         content.append(piece);
-        if (!advance(piece.getSize())) return kEnded;
+        if (!advance(piece.getSize())) return kStopped;
     }
 }
 
-/// Writes the content beside the file as one zstd frame, with the extension ".zst". Adds "output" and
-/// "compressed", the path and the size of the frame.
+/// Writes the content as one zstd frame to a file beside the original, with the extension ".zst". Adds
+/// "output", the path of that file, and "compressed", its size.
 qel::String compress(const qel::String& path, JobFile& file, const Advance& advance, qel::Item& fields) {
     qel::Buffer content;
     if (qel::String error = readWhole(path, file, advance, content); !error.empty()) return error;
     qel::Buffer frame;
     if (!qel::util::compress(content.getConstByteSpan(), frame)) return cannot("compress", path);
-    if (!advance(0)) return kEnded;
+    if (!advance(0)) return kStopped;
     if (qel::String error = file.createBeside(kExtension, frame); !error.empty()) return error;
     fields.add("output").add(path + kExtension).add("compressed").add(frame.getSize());
     return {};

@@ -1,4 +1,4 @@
-// What a worker can do with a file.
+// FileWork: the kinds of work that a worker can do with a file.
 #pragma once
 
 #include "job_file.h"
@@ -11,17 +11,17 @@
 
 namespace qelworker {
 
-/// Is called with the number of bytes that were processed. @return false if the work must end.
+/// Reports that @p bytes more bytes were processed. @return false if the work must stop.
 using Advance = std::function<bool(qel::uint64 bytes)>;
 
-/// Does one thing with one file.
-/// @param path    the name of @p file, for results.
-/// @param fields  receives names and values for the result.
-/// @return why it could not be done or had to end; empty if it was done.
+/// Processes one file.
+/// @param path    the path of @p file, for results and errors.
+/// @param fields  receives alternating names and values for the result.
+/// @return why the work failed or stopped; empty if it was done.
 using FileWork = qel::String (*)(const qel::String& path, JobFile& file, const Advance& advance,
                                  qel::Item& fields);
 
-/// The work of a kind of job; null for a kind that does not exist.
+/// Returns the work for jobs of @p kind; null if the kind does not exist.
 FileWork workOfKind(const qel::String& kind);
 
 } // namespace qelworker

@@ -16,10 +16,10 @@ using namespace qel::platform;
 using qeljobs::FileUse;
 
 constexpr std::size_t kPieceBytes = 256 * 1024;
-constexpr std::uint32_t kPermissions = 0777; // no output runs as another user
+constexpr std::uint32_t kPermissions = 0777; // without set-user-id and set-group-id
 constexpr std::uint32_t kSticky = 01000;
 
-qel::String because(const char* action, const std::string& path, const FileError& error) {
+qel::String failed(const char* action, const std::string& path, const FileError& error) {
     return qel::String("cannot ") + action + " '" + path + "': " + error.message();
 }
 
@@ -36,7 +36,7 @@ bool isBelow(std::string_view path, std::string_view folder) {
     return path.size() > folder.size() && path.starts_with(folder) && path[folder.size()] == '/';
 }
 
-/// The longest of the granted folders that @p path is below; empty if there is none.
+/// Returns the longest granted folder that contains @p path; empty if there is none.
 std::string grantedFolderOf(const std::string& path, const qeljobs::FileAccess& access) {
     std::string longest;
     for (const qel::String& folder : access.folders) {
@@ -45,7 +45,7 @@ std::string grantedFolderOf(const std::string& path, const qeljobs::FileAccess& 
     return longest;
 }
 
-/// Cuts the first name off @p path, and the separators around it.
+/// Removes the first name and the separators around it from @p path and returns the name.
 std::string takeName(std::string_view& path) {
     path.remove_prefix(std::min(path.find_first_not_of('/'), path.size()));
     const std::string name(path.substr(0, path.find('/')));
@@ -58,7 +58,7 @@ bool isPlainName(const std::string& name) {
     return !name.empty() && name != "." && name != "..";
 }
 
-/// A name that nobody can foresee; empty if there is no randomness.
+/// Returns an unpredictable name; empty if no random numbers are available.
 std::string unfinishedName() {
     std::array<std::byte, 16> random;
     if (!fillRandom(random)) return {};
@@ -89,7 +89,7 @@ qel::String JobFile::open(const qel::String& path, const qeljobs::FileAccess& ac
     m_path = path;
     if (access.isOwnUser()) {
         const std::size_t slash = m_path.rfind('/');
-        if (slash == m_path.npos) return qel::String("no absolute path '") + m_path + "'";
+        if (slash == m_path.npos) return qel::String("not an absolute path: '") + m_path + "'";
         if (qel::String error = openFolder(m_path.substr(0, slash + 1)); !error.empty()) return error;
         return openIn(m_path.substr(slash + 1));
     }
@@ -105,11 +105,12 @@ qel::String JobFile::open(const qel::String& path, const qeljobs::FileAccess& ac
     }
 }
 
-/// The folders that are granted, and those of the server's own user, may be named through links.
+/// Follows links in the path of the folder: only granted folders and those of the server's own user come
+/// here.
 qel::String JobFile::openFolder(const std::string& folderPath) {
     const FileError error = openBaseFolder(m_folder, folderPath.c_str());
     if (isMissing(error)) return qel::String("no such file '") + m_path + "'";
-    return error ? because("read", m_path, error) : qel::String();
+    return error ? failed("read", m_path, error) : qel::String();
 }
 
 qel::String JobFile::enter(const std::string& folderName) {
@@ -120,7 +121,7 @@ qel::String JobFile::enter(const std::string& folderName) {
     if (!error) error = openBaseFolder(next, folderName.c_str(), Links::Keep, m_folder);
     if (error == std::errc::too_many_symbolic_link_levels) return notPermitted(m_path);
     if (isMissing(error)) return qel::String("no such file '") + m_path + "'";
-    if (error) return because("read", m_path, error);
+    if (error) return failed("read", m_path, error);
     m_folder = std::move(next);
     return {};
 }
@@ -136,7 +137,7 @@ qel::String JobFile::openIn(const std::string& name) {
     if (error == std::errc::too_many_symbolic_link_levels) return notPermitted(m_path);
     if ((!error && !isFile) || isMissing(error)) return qel::String("no such file '") + m_path + "'";
     if (!error) error = readStatus(status, m_file);
-    if (error) return because("read", m_path, error);
+    if (error) return failed("read", m_path, error);
     if (status.kind != FileKind::File) return qel::String("no such file '") + m_path + "'";
     if (!allowsUse(m_file, FileUse::Read)) return notPermitted(m_path);
     m_size = status.size;
@@ -144,7 +145,7 @@ qel::String JobFile::openIn(const std::string& name) {
 }
 
 bool JobFile::allowsUse(const FileHandle& file, FileUse use) const {
-    if (m_access->isOwnUser()) return true; // the system has judged
+    if (m_access->isOwnUser()) return true; // the system has checked it
     FileOwnership ownership;
     return !readOwnership(ownership, file) && m_access->allows(ownership, use);
 }
@@ -160,12 +161,12 @@ bool JobFile::readPiece(qel::Buffer& piece) {
 qel::String JobFile::createBeside(const char* extension, const qel::Buffer& content) {
     const std::string output = m_path + extension;
     if (!allowsUse(m_folder, FileUse::Write)) return notPermitted(output);
-    if (holds(m_name + extension, content)) return {}; // an earlier attempt at the job got so far
+    if (holds(m_name + extension, content)) return {}; // an earlier attempt at the job created it
     const std::string unfinished = unfinishedName();
     if (unfinished.empty()) return qel::String("cannot write '") + output + "': no random numbers";
     if (const FileError error = writeUnfinished(unfinished, content)) {
         if (error != std::errc::file_exists) removeFile(unfinished.c_str(), m_folder);
-        return because("write", output, error);
+        return failed("write", output, error);
     }
     qel::String problem = publish(unfinished, extension);
     if (!problem.empty()) removeFile(unfinished.c_str(), m_folder);
@@ -181,15 +182,16 @@ FileError JobFile::writeUnfinished(const std::string& name, const qel::Buffer& c
     return file.close();
 }
 
-/// Nobody gets more than he has at the source: where its group can't be kept, the group and all others get
-/// what both of them have there.
+/// Grants nobody more than they have at the source: if the group of the source can't be kept, the group and
+/// all others get the permissions that both have at the source.
 FileError JobFile::copyPermissions(const FileHandle& output) const {
     FileOwnership source;
     if (const FileError error = readOwnership(source, m_file)) return error;
     std::uint32_t mode = source.mode & kPermissions;
     if (source.hasAccessList) mode &= 0700; // its group bits only bound what the list grants
-    const bool isKept = !setOwnership(output, source.user, source.group) || !setGroup(output, source.group);
-    if (!isKept) {
+    const bool keepsGroup =
+        !setOwnership(output, source.user, source.group) || !setGroup(output, source.group);
+    if (!keepsGroup) {
         const std::uint32_t both = mode & mode >> 3 & 07;
         mode = (mode & 0700) | both << 3 | both;
     }
@@ -204,12 +206,12 @@ qel::String JobFile::publish(const std::string& unfinished, const char* extensio
         if (!mayReplace(name)) return notPermitted(output);
         error = rename(unfinished.c_str(), name.c_str(), m_folder, m_folder);
     }
-    if (error) return because("write", output, error);
-    syncFolder(m_folder); // where that is not possible, the system does it in its own time
+    if (error) return failed("write", output, error);
+    syncFolder(m_folder); // some file systems can't; the system writes the folder later then
     return {};
 }
 
-/// Whether the existing file @p name is readable for the user and has exactly this content.
+/// Returns true if the user may read the existing file @p name and it has exactly this content.
 bool JobFile::holds(const std::string& name, const qel::Buffer& content) const {
     JobFile existing;
     existing.m_access = m_access;
@@ -233,7 +235,7 @@ bool JobFile::holds(const std::string& name, const qel::Buffer& content) const {
     return compared == content.getSize();
 }
 
-/// Who may write to a folder may replace the files in it; in a sticky one only its owner may.
+/// A user who may write to a folder may replace files in it, but in a sticky folder only its owner may.
 bool JobFile::mayReplace(const std::string& name) const {
     FileStatus status;
     if (readStatus(status, name.c_str(), Links::Keep, m_folder) || status.kind != FileKind::File)

@@ -1,4 +1,4 @@
-// JobFile: a file of a job, opened for the user who asked for the job.
+// JobFile: a file of a job, opened for the user who submitted the job.
 #pragma once
 
 #include <hosts/jobs/file_access.h>
@@ -11,25 +11,27 @@
 
 namespace qelworker {
 
-/// An open regular file and the folder that it is in. For another user than the server's own, it is below a
-/// folder that is granted to him, no part of the way to it is a link, and the permissions of the folders and
-/// the file, as they are while this process holds them open, let him read it. Outputs go into the same
-/// folder, whatever happens to its name meanwhile.
+/// An open regular file and its folder. For a user other than the server's own, open() makes sure that the
+/// file is below a folder granted to that user, that no part of the path below the granted folder is a link,
+/// and that the permissions of the opened folders and file let the user read it. Outputs are created in the
+/// opened folder, even if it is renamed meanwhile.
 class JobFile {
 public:
-    /// Opens @p path. @return why it could not be opened; empty if it is open.
+    /// Opens @p path. @param access  must outlive this object. @return why it can't be opened; empty if it is
+    /// open.
     qel::String open(const qel::String& path, const qeljobs::FileAccess& access);
 
-    /// The size at the time of opening, in bytes.
+    /// Returns the size in bytes at the time of opening.
     qel::uint64 size() const { return m_size; }
-    /// Reads up to 256 KiB from the current position into @p piece, which is empty at the end of the file.
+    /// Reads the next part of up to 256 KiB into @p piece, which becomes empty at the end of the file.
     /// @return false if the file can't be read.
     bool readPiece(qel::Buffer& piece);
 
-    /// Creates the file with this file's name and @p extension in the same folder, with this file's mode,
-    /// group and, if the process may, owner. It appears whole or not at all. An existing file that has
-    /// exactly this content counts as created; any other is replaced only if the access says so.
-    /// @return why it could not be created; empty if it is on the disk.
+    /// Creates a file in the same folder, named like this file plus @p extension, with this file's mode, its
+    /// group, and its owner if the process may set it. The file appears complete or not at all. An existing
+    /// file with exactly this content counts as created; any other is replaced only if
+    /// FileAccess::overwrite is true.
+    /// @return why it can't be created; empty if it is on the disk.
     qel::String createBeside(const char* extension, const qel::Buffer& content);
 
 private:
@@ -43,7 +45,7 @@ private:
     bool holds(const std::string& name, const qel::Buffer& content) const;
     bool mayReplace(const std::string& name) const;
 
-    const qeljobs::FileAccess* m_access = nullptr; // during the job
+    const qeljobs::FileAccess* m_access = nullptr; // valid during the job
     std::string m_path;
     std::string m_name; // in m_folder
     qel::platform::FileHandle m_folder;

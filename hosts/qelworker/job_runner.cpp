@@ -20,7 +20,7 @@ qel::SmartPointer<qel::Packet> newPacket(const qel::PacketScheme* scheme) {
     return new qel::Packet(scheme, 0);
 }
 
-/// The size of a file that the job may use; 0 for one that it may not.
+/// Returns the size of a file; 0 if the job must not use it.
 qel::uint64 sizeOf(const qel::String& path, const qeljobs::FileAccess& access) {
     JobFile file;
     return file.open(path, access).empty() ? file.size() : 0;
@@ -28,43 +28,43 @@ qel::uint64 sizeOf(const qel::String& path, const qeljobs::FileAccess& access) {
 
 } // namespace
 
-/// How far a job is, and when that was last told.
+/// The progress of a job, which is reported to the server.
 class JobRunner::Progress {
 public:
     Progress(const Job& job, const qel::TaskContext& context) : m_job(job), m_context(context) {
         if (job.access) {
             for (const qel::String& file : job.files) m_total += sizeOf(file, *job.access);
         }
-        tell();
+        report();
     }
 
     bool advance(qel::uint64 bytes) {
         m_done += bytes;
-        if (qel::Object::system()->getTime() - m_lastTold >= kReportPauseMs) tell();
-        return !isEnding();
+        if (qel::Object::system()->getTime() - m_lastReport >= kReportPauseMs) report();
+        return !isStopping();
     }
-    bool isEnding() const { return m_context.isAborting(); }
+    bool isStopping() const { return m_context.isAborting(); }
     qel::uint64 done() const { return m_done; }
 
 private:
-    void tell() {
-        m_lastTold = qel::Object::system()->getTime();
+    void report() {
+        m_lastReport = qel::Object::system()->getTime();
         const auto packet = newPacket(qeljobs::progressScheme());
         packet->set("done", m_done);
         packet->set("total", m_total);
-        answer(m_job, *packet);
+        sendReport(m_job, *packet);
     }
 
     const Job& m_job;
     const qel::TaskContext& m_context;
     qel::uint64 m_total = 0;
     qel::uint64 m_done = 0;
-    qel::uint32 m_lastTold = 0;
+    qel::uint32 m_lastReport = 0;
 };
 
-void JobRunner::take(qel::Packet& packet) {
+void JobRunner::enqueueJob(qel::Packet& packet) {
     if (packet.getID() != qeljobs::kJobId) {
-        qel::logging::warning() << "ignoring a packet of id " << packet.getID();
+        qel::logging::warning() << "ignored a packet of id " << packet.getID();
         return;
     }
     if (!packet.fit(qeljobs::jobScheme())) return; // logged
@@ -80,8 +80,8 @@ void JobRunner::take(qel::Packet& packet) {
 void JobRunner::run(const Job& job, const qel::TaskContext& context) {
     Progress progress(job, context);
     qel::Item result;
-    const qel::String error = work(job, progress, result);
-    if (progress.isEnding()) return;
+    const qel::String error = processFiles(job, progress, result);
+    if (progress.isStopping()) return;
     const auto packet = newPacket(error.empty() ? qeljobs::resultScheme() : qeljobs::failureScheme());
     if (error.empty()) {
         packet->set("bytes", progress.done());
@@ -89,15 +89,15 @@ void JobRunner::run(const Job& job, const qel::TaskContext& context) {
     } else {
         packet->setString("error", error);
     }
-    answer(job, *packet);
+    sendReport(job, *packet);
 }
 
-/// Puts a list of tables into @p result, one for each file. @return why the job could not be done, or empty.
-qel::String JobRunner::work(const Job& job, Progress& progress, qel::Item& result) {
+/// Adds a list of tables to @p result, one for each file. @return why the job failed; empty if it is done.
+qel::String JobRunner::processFiles(const Job& job, Progress& progress, qel::Item& result) {
     const FileWork workOnFile = workOfKind(job.kind);
     if (!workOnFile) return "unknown kind of job '" + job.kind + "'";
-    if (job.files.empty()) return "a job without files";
-    if (!job.access) return "a job of nobody";
+    if (job.files.empty()) return "the job has no files";
+    if (!job.access) return "the job names no user";
     const size_t list = result.openSubItem();
     for (const qel::String& file : job.files) {
         JobFile opened;
@@ -115,7 +115,7 @@ qel::String JobRunner::work(const Job& job, Progress& progress, qel::Item& resul
     return {};
 }
 
-void JobRunner::answer(const Job& job, qel::Packet& packet) {
+void JobRunner::sendReport(const Job& job, qel::Packet& packet) {
     packet.set("id", job.id);
     packet.set("attempt", job.attempt);
     qel::Object::system()->getStdOutPacketWriter()->write(&packet);

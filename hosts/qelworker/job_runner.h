@@ -1,4 +1,4 @@
-// Does the jobs that come as packets, one after the other.
+// JobRunner: does the jobs that arrive as packets.
 #pragma once
 
 #include <hosts/jobs/file_access.h>
@@ -13,32 +13,32 @@
 
 namespace qelworker {
 
-/// Does jobs on a queue of its own and answers by packets on standard output: how far a job is, ten times a
-/// second at most, and at its end its result or why it failed.
+/// Does jobs one after the other on a queue of its own. It writes packets to standard output: the progress of
+/// a job at most ten times a second, and finally its result or why it failed.
 /// @threads main thread.
 class JobRunner {
 public:
     JobRunner() : m_queue(qel::TaskQueue::kDeleteIO) {}
 
-    /// Takes a packet of any kind; one that is no job is logged.
-    void take(qel::Packet& packet);
-    /// Ends the job that is being done and drops the others, without an answer.
+    /// Queues the job in @p packet. @errors a packet that is not a job is logged.
+    void enqueueJob(qel::Packet& packet);
+    /// Stops the current job and drops the others. None of them is answered.
     void end() { m_queue.abort(); }
 
 private:
-    /// What a Job packet says.
+    /// The content of a Job packet.
     struct Job {
         qel::GUID id;
         qel::int32 attempt;
         qel::String kind;
         qel::Vector<qel::String> files;
-        std::optional<qeljobs::FileAccess> access; // nothing if it is not known who asked
+        std::optional<qeljobs::FileAccess> access; // nothing if the user is not known
     };
     class Progress;
 
     static void run(const Job& job, const qel::TaskContext& context);
-    static qel::String work(const Job& job, Progress& progress, qel::Item& result);
-    static void answer(const Job& job, qel::Packet& packet);
+    static qel::String processFiles(const Job& job, Progress& progress, qel::Item& result);
+    static void sendReport(const Job& job, qel::Packet& packet);
 
     qel::TaskQueue m_queue;
 };

@@ -1,5 +1,5 @@
-// qelworker: does jobs with files for a server that starts it and talks to it by packets on its standard
-// streams. It ends in order when it is told to, and when its standard input ends.
+// qelworker: processes files for a server, which starts it and exchanges packets with it on its standard
+// streams. It stops in order when the server asks for it, at a signal, and when its standard input ends.
 #include "job_runner.h"
 
 #include <hosts/jobs/job_packets.h>
@@ -15,8 +15,8 @@
 namespace {
 
 constexpr const char* kUsage = R"(Usage: qelworker
-Does jobs for a server, which starts it: packets come in on standard input, answers and log lines
-go out on standard output. It ends when standard input does.
+Does jobs for a server, which starts it. It reads packets from standard input and writes packets and
+log lines to standard output. It stops when standard input ends.
 
   --version     print the version
   -h, --help    print this
@@ -30,24 +30,24 @@ constexpr std::array<qelhosts::OptionRow<Options>, 3> kOptions{{
     {"--version", nullptr, &Options::version},
 }};
 
-/// Takes the packets that have arrived. @return whether there were any; @p isEnding is set by the one that
-/// ends the worker.
-bool takePackets(qel::StdInPacketReader& reader, qelworker::JobRunner& runner, bool& isEnding) {
+/// Handles the packets that have arrived. @param isEnding  becomes true if the worker must stop.
+/// @return true if there were packets.
+bool handlePackets(qel::StdInPacketReader& reader, qelworker::JobRunner& runner, bool& isEnding) {
     bool hasMoved = false;
     while (!isEnding) {
         const qel::SmartPointer<qel::Packet> packet = reader.read();
         isEnding = packet ? packet->getID() == qel::ProcessProtocol::Terminate->getID() : !reader.valid();
         if (!packet) break;
         hasMoved = true;
-        if (!isEnding) runner.take(*packet);
+        if (!isEnding) runner.enqueueJob(*packet);
     }
     return hasMoved;
 }
 
-/// Sends the server a heartbeat at the start and every kHeartbeatMs from then on.
+/// Sends a heartbeat to the server at the start and every kHeartbeatMs from then on.
 class Heart {
 public:
-    void beat(qel::System& system) {
+    void beatIfDue(qel::System& system) {
         const qel::uint32 now = system.getTime();
         if (m_hasBeaten && now - m_last < qeljobs::kHeartbeatMs) return;
         m_hasBeaten = true;
@@ -69,12 +69,12 @@ void serve() {
     qelhosts::Pacer pacer;
     bool isEnding = false;
     Heart heart;
-    const auto take = [&] {
-        heart.beat(system);
-        return takePackets(reader, runner, isEnding);
+    const auto doWork = [&] {
+        heart.beatIfDue(system);
+        return handlePackets(reader, runner, isEnding);
     };
     const auto sleep = [&system](unsigned milliseconds) { system.delegateSleep(milliseconds); };
-    while (!isEnding && !qel::System::wasInterruptHandlerCalled()) pacer.pass(system, take, sleep);
+    while (!isEnding && !qel::System::wasInterruptHandlerCalled()) pacer.pass(system, doWork, sleep);
     runner.end();
 }
 
@@ -86,7 +86,7 @@ int run() {
     qel::Object::system()->clearApplication();
     qel::System::deinitialize();
     qel::LogBackend::unregisterBackend();
-    return 0;
+    return qelhosts::statusAfterOutput(0, "qelworker");
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-// What a host answers to its command line before it starts anything.
+// Handles wrong command lines, --help and --version before a host starts.
 #pragma once
 
 #include <hosts/shared/option_table.h>
@@ -10,13 +10,13 @@
 
 namespace qelhosts {
 
-/// The exit status for a command line that can't be understood.
+/// The exit status for a wrong command line.
 inline constexpr int kWrongUsage = 2;
 
-/// Secures the standard streams, then complains about the command line, or prints the help or the version if
-/// that was asked for.
-/// @param advice  a sentence behind the hint at the help; may be empty.
-/// @return the exit status; nothing when the program is to run.
+/// Opens standard streams that are missing, then reports a wrong command line, or prints the help or the
+/// version if the options ask for it.
+/// @param advice  a sentence that follows the hint at the help; may be empty.
+/// @return the exit status; nothing if the program must run.
 inline std::optional<int> answerCommandLine(const CommonOptions& options, const char* program,
                                             const char* usage, const char* advice = "") {
     qel::platform::occupyMissingStandardStreams();

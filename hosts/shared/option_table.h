@@ -1,4 +1,4 @@
-// Reads the options of a host's command line by a table of them.
+// Parses the options of a host's command line according to a table.
 #pragma once
 
 #include <array>
@@ -8,28 +8,29 @@
 
 namespace qelhosts {
 
-/// What every host's options have.
+/// The options that every host has.
 struct CommonOptions {
-    bool help = false;    ///< print how the host is used, and nothing else
-    bool version = false; ///< print the version, and nothing else
-    std::string problem;  ///< what is wrong with the command line; empty if nothing is
+    bool help = false;    ///< print the usage and end
+    bool version = false; ///< print the version and end
+    std::string problem;  ///< what is wrong with the command line; empty if it is correct
 };
 
-/// One option. One with a value stores it, one without sets a flag.
+/// An option, which either stores a value or sets a flag.
 template <class Options>
 struct OptionRow {
-    std::string_view name;                                   ///< as it is typed, with its dashes
-    bool (*store)(Options& options, std::string_view value); ///< false for a value that can't be; or null
-    bool Options::*flag;                                     ///< the flag to set; null with a store function
-    std::string_view complaint = {};                         ///< what is said before a value that can't be
+    std::string_view name;                                   ///< the name with its dashes
+    bool (*store)(Options& options, std::string_view value); ///< returns false for an invalid value; or null
+    bool Options::*flag;             ///< the flag to set; null if there is a store function
+    std::string_view complaint = {}; ///< precedes an invalid value in the message
 };
 
-/// @p text in single quotes, for a complaint.
+/// Returns @p text in single quotes.
 inline std::string quoted(std::string_view text) {
     return "'" + std::string(text) + "'";
 }
 
-/// Reads the one option at @p index. @return how many arguments it takes; 0 with a problem noted.
+/// Parses the option at @p index. @param row  its row; null if it is unknown. @return how many arguments it
+/// takes; 0 if Options::problem was set.
 template <class Options>
 int readOption(Options& options, const OptionRow<Options>* row, int argc, const char* const* argv,
                int index) {
@@ -57,8 +58,8 @@ int readOption(Options& options, const OptionRow<Options>* row, int argc, const 
     return isJoined ? 1 : 2;
 }
 
-/// Reads the options, up to the first argument that is none or up to `--`; stops at a problem and at a call
-/// for help. @return the index of the first argument that is left.
+/// Parses options up to the first argument that is not an option, up to `--`, or up to a problem or a request
+/// for help. @return the index of the first argument that was not parsed.
 template <class Options, size_t N>
 int readOptions(Options& options, const std::array<OptionRow<Options>, N>& rows, int argc,
                 const char* const* argv) {

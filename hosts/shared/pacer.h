@@ -1,4 +1,4 @@
-// Sleeps between the passes of System as long as nothing happens.
+// Pacer: runs the passes of System and sleeps between them while nothing happens.
 #pragma once
 
 #include <qel/system/core/system.h>
@@ -7,15 +7,14 @@
 
 namespace qelhosts {
 
-/// Runs passes: one follows the other while there is work, and otherwise it sleeps between them, a
-/// millisecond longer each time, up to 50 ms after some 1.3 s. An idle host costs little and still answers
-/// faster than a person notices.
+/// Runs passes without a pause while there is work. Otherwise it sleeps between them, a millisecond longer
+/// each time, up to 50 ms after about 1.3 s, so that an idle host needs little processor time and still
+/// answers quickly.
 class Pacer {
 public:
     /// Runs one pass of @p system and the work of the host, and sleeps if neither had anything to do.
-    /// @param doWork  does the work of the host in this pass. @return whether there was any, so that more may
-    /// follow.
-    /// @param sleep   sleeps for so many milliseconds, or less when something comes up.
+    /// @param doWork  does the work of the host in this pass and returns true if there was any.
+    /// @param sleep   sleeps for the given number of milliseconds, or less if there is something to do.
     template <class DoWork, class Sleep>
     void pass(qel::System& system, DoWork doWork, Sleep sleep) {
         system.processEvents(0);
@@ -27,7 +26,7 @@ public:
 
 private:
     static constexpr unsigned kLongestSleepMs = 50;
-    static constexpr qel::uint32 kBusyPassMs = 2; // the pass itself had work to do
+    static constexpr qel::uint32 kBusyPassMs = 2; // a pass that takes this long had work to do
 
     unsigned m_sleepMs = 0;
 };

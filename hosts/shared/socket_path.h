@@ -1,4 +1,4 @@
-// Where the server listens, and its clients look for it, when nobody names a place.
+// The default path of the server's socket.
 #pragma once
 
 #include <qel/platform/known_folders.h>
@@ -7,8 +7,8 @@
 
 namespace qelhosts {
 
-/// "qelserver.sock" in the user's data folder, where nobody else can put a socket of his own. The folder may
-/// be missing.
+/// Returns "qelserver.sock" in the user's data folder, where other users can't create a socket. The folder
+/// may not exist.
 inline std::string defaultSocketPath() {
     return qel::platform::userLocalDataFolder() + "/qelserver.sock";
 }

@@ -1,4 +1,4 @@
-// What a host says on its standard streams, outside of the log.
+// Writes a host's output to the standard streams, apart from the log.
 #pragma once
 
 #include <qel/foundation/base/write_whole.h>
@@ -24,8 +24,8 @@ inline void complain(std::string_view program, std::string_view text) {
     qel::writeToStandardStream(qel::platform::StandardStream::Error, line);
 }
 
-/// The exit status of @p program at its end: @p status, or kLostOutput in place of 0 if anything written to
-/// standard output was lost, which is then reported on standard error.
+/// Returns the exit status of @p program: kLostOutput instead of 0 if any output to standard output was lost,
+/// otherwise @p status. Lost output is reported on standard error.
 inline int statusAfterOutput(int status, std::string_view program) {
     const auto error = qel::standardStreamError(qel::platform::StandardStream::Output);
     if (!error) return status;

@@ -1,4 +1,4 @@
-// The whole server in this process, on a disk that takes nothing for a while.
+// The whole server in this process, while its disk is full.
 #include "../../hosts/qelserver/server.h"
 #include "../support/log_capture.h"
 #include "../support/scratch_folder.h"
@@ -21,7 +21,7 @@ using namespace qel;
 using namespace qelserver;
 using namespace testing;
 
-/// Lets no file of this process grow, as a full disk does.
+/// Makes every write of this process that extends a file fail, as a full disk does.
 class FullDisk {
 public:
     FullDisk() : m_handler(std::signal(SIGXFSZ, SIG_IGN)) {
@@ -39,8 +39,6 @@ private:
     rlimit m_before{};
 };
 
-const std::string kBeforeResult = R"("result":)";
-
 class FullDiskTest : public test::SystemFixture {
 protected:
     void SetUp() override {
@@ -54,7 +52,7 @@ protected:
         LogBackend::unregisterBackend();
         SystemFixture::TearDown();
     }
-    /// Starts the server anew, as after an orderly stop.
+    /// Stops the server in order if it runs, and starts it again.
     void start() {
         m_peer.close();
         m_server.reset();
@@ -67,22 +65,34 @@ protected:
         ASSERT_TRUE(m_server->good());
         ASSERT_FALSE(platform::connectLocally(m_peer, options.socket.c_str()));
     }
-    /// Calls the server. @return the result as JSON.
-    std::string call(const std::string& method, const std::string& arguments = "[]") {
-        const std::string request =
-            R"({"jsonrpc":"2.0","id":1,"method":")" + method + R"(","params":)" + arguments + "}\n";
+    /// Sends a line to the server. @return the line that it replies.
+    std::string exchange(const std::string& request) {
         size_t done = 0;
         EXPECT_FALSE(platform::sendSome(m_peer, request.data(), request.size(), done));
+        EXPECT_EQ(done, request.size());
         std::string reply;
         while (!reply.ends_with('\n')) {
             m_server->poll();
             char chunk[1024];
             if (!platform::receiveSome(m_peer, chunk, sizeof chunk, done)) reply.append(chunk, done);
         }
-        const size_t begin = reply.find(kBeforeResult) + kBeforeResult.size();
-        return reply.substr(begin, reply.rfind(R"(,"id")") - begin);
+        return reply;
     }
-    /// Lets the server idle for so long, in passes of 10 ms.
+    /// Calls the server. @return the reply.
+    std::string reply(const std::string& method, const std::string& arguments = "[]") {
+        return exchange(R"({"jsonrpc":"2.0","id":1,"method":")" + method + R"(","params":)" + arguments +
+                        "}\n");
+    }
+    /// Calls the server. @return the result as JSON; the whole reply if it is an error.
+    std::string call(const std::string& method, const std::string& arguments = "[]") {
+        const std::string before = R"({"jsonrpc":"2.0","result":)";
+        const std::string text = reply(method, arguments);
+        if (!text.starts_with(before)) return text;
+        return text.substr(before.size(), text.rfind(R"(,"id")") - before.size());
+    }
+    /// Stops the server. @return whether it stored everything.
+    bool stop() { return m_server->stop(); }
+    /// Runs passes of 10 ms each for @p ms milliseconds without a call.
     void idle(int ms) {
         for (; ms > 0; ms -= 10) {
             clock.advanceMs(10);
@@ -100,14 +110,16 @@ private:
 
 const std::string kOption = R"(["server:job_attempts","7"])";
 const std::string kJob = R"(["hash",["/f"]])";
+const std::string kNotStored = R"({"jsonrpc":"2.0","error":{"code":-32006,"message":"Not stored"},"id":1})"
+                               "\n";
 
-TEST_F(FullDiskTest, NothingIsAcknowledgedThatIsNotStored) {
+TEST_F(FullDiskTest, WhatIsNotStoredIsAnsweredByAnError) {
     {
         const FullDisk full;
-        EXPECT_EQ(call("test_advanced_option_set", kOption), "null");
+        EXPECT_EQ(reply("test_advanced_option_set", kOption), kNotStored);
         EXPECT_EQ(call("advanced_option_get", R"(["server:job_attempts"])"), R"("3")");
-        EXPECT_EQ(call("backup_data"), "null");
-        EXPECT_EQ(call("jobs.submit", kJob), "null");
+        EXPECT_EQ(reply("backup_data"), kNotStored);
+        EXPECT_EQ(reply("jobs.submit", kJob), kNotStored);
         EXPECT_THAT(call("jobs.list"), HasSubstr(R"("jobs":[])"));
     }
     start();
@@ -116,11 +128,11 @@ TEST_F(FullDiskTest, NothingIsAcknowledgedThatIsNotStored) {
     log.take();
 }
 
-TEST_F(FullDiskTest, WhenThereIsRoomAgainCallsAreStoredAndAnswered) {
+TEST_F(FullDiskTest, CallsAreStoredAgainWhenThereIsRoom) {
     {
         const FullDisk full;
-        EXPECT_EQ(call("test_advanced_option_set", kOption), "null");
-        EXPECT_EQ(call("jobs.submit", kJob), "null");
+        EXPECT_EQ(reply("test_advanced_option_set", kOption), kNotStored);
+        EXPECT_EQ(reply("jobs.submit", kJob), kNotStored);
     }
     EXPECT_EQ(call("test_advanced_option_set", kOption), "true");
     EXPECT_EQ(call("backup_data"), "true");
@@ -132,7 +144,29 @@ TEST_F(FullDiskTest, WhenThereIsRoomAgainCallsAreStoredAndAnswered) {
     log.take();
 }
 
-TEST_F(FullDiskTest, AnIdleServerReportsTheDiskOnceAndTriesAgainAtGrowingIntervals) {
+TEST_F(FullDiskTest, AnErrorIsForTheCallThatWroteAndNotForOthers) {
+    const FullDisk full;
+    const std::string batch = R"([{"jsonrpc":"2.0","id":1,"method":"jobs.submit","params":["hash",["/f"]]},)"
+                              R"({"jsonrpc":"2.0","id":2,"method":"workers.list"}])"
+                              "\n";
+    const std::string submission = kNotStored.substr(0, kNotStored.size() - 1);
+    EXPECT_EQ(exchange(batch), "[" + submission + R"(,{"jsonrpc":"2.0","result":[],"id":2}])" + "\n");
+    log.take();
+}
+
+TEST_F(FullDiskTest, StoppingReportsThatNotEverythingWasStored) {
+    {
+        const FullDisk full;
+        EXPECT_FALSE(stop());
+        EXPECT_THAT(log.take(), Contains(Field(&test::LogLine::text,
+                                               StartsWith("the last changes could not be stored: "))));
+    }
+    start();
+    EXPECT_TRUE(stop());
+    log.take();
+}
+
+TEST_F(FullDiskTest, AnIdleServerTriesAgainAtGrowingIntervals) {
     idle(100);
     log.take();
     {

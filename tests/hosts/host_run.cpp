@@ -7,7 +7,7 @@
 namespace qel::test {
 
 HostRun runProgram(const ScratchFolder& folder, const std::vector<std::string>& command) {
-    // The shell only connects the streams and changes the folder; it never reads a name as a command.
+    // The shell only redirects the streams and changes the folder; it does not interpret the command.
     std::vector<std::string> all{
         "/bin/sh", "-c", "cd \"$0\" && exec \"$@\" </dev/null >stdout.txt 2>stderr.txt", folder.path()};
     all.insert(all.end(), command.begin(), command.end());

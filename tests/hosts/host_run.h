@@ -8,7 +8,7 @@
 
 namespace qel::test {
 
-/// What a run of a program left behind.
+/// The outcome of a run of a program.
 struct HostRun {
     int status = -1;   ///< exit status
     std::string out;   ///< standard output
@@ -17,9 +17,9 @@ struct HostRun {
     friend bool operator==(const HostRun&, const HostRun&) = default;
 };
 
-/// Runs a program in @p folder, where its output stays in two files, and waits for its end.
+/// Runs a program in @p folder and waits for its end. Its output is also left there in two files.
 HostRun runProgram(const ScratchFolder& folder, const std::vector<std::string>& command);
-/// Prints a run for messages of failed tests.
+/// Prints a run in messages of failed tests.
 std::ostream& operator<<(std::ostream& stream, const HostRun& run);
 
 } // namespace qel::test

@@ -1,4 +1,4 @@
-// The jobs of the server and their table, without the server.
+// The board and the table of jobs, without the server.
 #include "../../hosts/qelserver/job_board.h"
 #include "../support/log_capture.h"
 #include "../support/system_fixture.h"
@@ -22,18 +22,18 @@ protected:
         table.reset();
         SystemFixture::TearDown();
     }
-    /// Returns the board as a server finds it that starts now.
+    /// Returns the board that a server would load now.
     JobBoard board(const JobBoard::Limits& limits = JobBoard::Limits()) {
         const SmartPointer<Statistics> statistics(new Statistics(Item(store.get()).add("counters")));
         return JobBoard(table, statistics, limits);
     }
-    /// Stores what has changed.
-    static void keep(JobBoard& board) {
+    /// Stores the changes of the board.
+    static void storeChanges(JobBoard& board) {
         board.store();
         board.settle(true);
     }
-    /// Loses what has changed, as a full disk does.
-    void lose(JobBoard& board) {
+    /// Fails to store the changes of the board, as on a full disk.
+    void loseChanges(JobBoard& board) {
         store->begin();
         board.store();
         store->rollback();
@@ -42,7 +42,7 @@ protected:
     /// Submits a job and stores it.
     static GUID add(JobBoard& board, const Vector<String>& files = {"/f"}) {
         const GUID id = board.submit("hash", files);
-        keep(board);
+        storeChanges(board);
         return id;
     }
     static Vector<GUID> last(const JobBoard& board, size_t count) {
@@ -58,14 +58,14 @@ protected:
     SmartPointer<JobTable> table;
 };
 
-TEST_F(JobBoardTest, WhatWasStillToDoComesUpAgainWithoutTheAttemptThatWasCutOff) {
+TEST_F(JobBoardTest, AnAttemptThatARestartInterruptsIsNotCounted) {
     JobBoard first = board();
     const GUID id = add(first, {"/a", "/b"});
     JobBoard before = board();
     before.start();
     before.giveBack(id, 3);
     EXPECT_EQ(before.start()->attempts, 2);
-    keep(before);
+    storeChanges(before);
     JobBoard after = board();
     const Job* next = after.start();
     ASSERT_TRUE(next);
@@ -81,7 +81,7 @@ TEST_F(JobBoardTest, AnErrorIsKeptAndLoggedAsOneShortLine) {
         const GUID id = add(jobs);
         jobs.start();
         jobs.fail(id, error);
-        keep(jobs);
+        storeChanges(jobs);
         log.expect(2, "job " + id.getFantasyName() + " failed: " + jobs.find(id)->error);
         return jobs.find(id)->error;
     };
@@ -94,7 +94,7 @@ TEST_F(JobBoardTest, AnErrorIsKeptAndLoggedAsOneShortLine) {
     EXPECT_EQ(failWith(most + 'x'), most + "...");
 }
 
-TEST_F(JobBoardTest, WhatALostWorkerSaysDoesNotCount) {
+TEST_F(JobBoardTest, ReportsOfALostWorkerAreIgnored) {
     JobBoard jobs = board();
     const GUID id = add(jobs);
     jobs.start();
@@ -102,16 +102,16 @@ TEST_F(JobBoardTest, WhatALostWorkerSaysDoesNotCount) {
     jobs.giveBack(id, 1);
     EXPECT_EQ(log.take().size(), 1u);
     jobs.done(id, 1, Item("late"));
-    keep(jobs);
+    storeChanges(jobs);
     EXPECT_EQ(jobs.find(id)->state, JobState::Failed);
     EXPECT_EQ(jobs.find(id)->result, Item());
 }
 
-TEST_F(JobBoardTest, StoredJobsMayBeOfOneMomentAndSayNonsense) {
+TEST_F(JobBoardTest, StoredJobsMayHaveEqualTimesAndWrongNumbers) {
     for (int i = 0; i < 2; ++i) {
         Job job;
         job.id = system().generateGUID();
-        job.submitted = 5; // a clock that was set back gives a time twice
+        job.submitted = 5; // the same time twice, as after the clock was set back
         job.state = JobState::Running;
         job.attempts = i == 0 ? std::numeric_limits<int>::min() : std::numeric_limits<int>::max();
         table->put(job);
@@ -119,49 +119,49 @@ TEST_F(JobBoardTest, StoredJobsMayBeOfOneMomentAndSayNonsense) {
     JobBoard jobs = board({.ended = 1});
     EXPECT_EQ(last(jobs, 9).size(), 2u);
     for (int i = 0; i < 2; ++i) jobs.done(jobs.start()->id, 0, Item("x"));
-    keep(jobs);
+    storeChanges(jobs);
     EXPECT_EQ(last(jobs, 9).size(), 1u);
 }
 
-TEST_F(JobBoardTest, TheOldestEndedJobsMakeRoomAndWhatWaitsIsNeverDropped) {
+TEST_F(JobBoardTest, OnlyEndedJobsAreRemovedToMakeRoom) {
     JobBoard jobs = board({.ended = 2, .bytes = 100'000});
     Vector<GUID> ids;
     for (int i = 0; i < 4; ++i) ids.push_back(add(jobs));
     for (int i = 0; i < 3; ++i) jobs.done(jobs.start()->id, 0, Item("x"));
-    keep(jobs);
-    EXPECT_EQ(last(jobs, 9), (Vector<GUID>{ids[1], ids[2], ids[3]})) << "one more than may be kept";
+    storeChanges(jobs);
+    EXPECT_EQ(last(jobs, 9), (Vector<GUID>{ids[1], ids[2], ids[3]})) << "the limit is two ended jobs";
 
     const String half(60'000, 'h');
     const GUID big = add(jobs, {half});
     test::LogCapture log;
     EXPECT_FALSE(jobs.submit("hash", {half}));
-    log.expect(2, "refused a job: too many wait");
-    EXPECT_EQ(last(jobs, 9), (Vector<GUID>{ids[3], big})) << "there was no room beside those that wait";
+    log.expect(2, "refused a job: too many jobs wait");
+    EXPECT_EQ(last(jobs, 9), (Vector<GUID>{ids[3], big})) << "waiting jobs leave no room for another";
     jobs.start();
     jobs.start();
     jobs.done(ids[3], 0, Item("x"));
     jobs.done(big, 0, Item(half));
-    keep(jobs);
-    EXPECT_EQ(last(jobs, 9), Vector<GUID>{big}) << "the last result stays, whatever its size";
+    storeChanges(jobs);
+    EXPECT_EQ(last(jobs, 9), Vector<GUID>{big}) << "the last result stays, although it is large";
     EXPECT_TRUE(add(jobs, {half}));
     EXPECT_EQ(board().waitingCount(), 1u);
 }
 
-// --- a disk that fails -----------------------------------------------------------------------------------
+// --- failing disk ---------------------------------------------------------------------------------------
 
 TEST_F(JobBoardTest, AJobThatIsNotStoredDoesNotExist) {
     JobBoard jobs = board();
     const GUID id = jobs.submit("hash", {"/f"});
-    lose(jobs);
+    loseChanges(jobs);
     EXPECT_FALSE(jobs.find(id));
     EXPECT_FALSE(jobs.start());
     jobs.withdraw(id);
-    keep(jobs);
+    storeChanges(jobs);
     EXPECT_EQ(last(jobs, 9), Vector<GUID>());
     EXPECT_EQ(last(board(), 9), Vector<GUID>());
 }
 
-TEST_F(JobBoardTest, AnEndThatIsNotStoredIsNotSeenAndStoredLater) {
+TEST_F(JobBoardTest, AnEndIsVisibleOnlyAfterItIsStored) {
     JobBoard jobs = board();
     const GUID done = add(jobs);
     const GUID failed = add(jobs);
@@ -171,11 +171,11 @@ TEST_F(JobBoardTest, AnEndThatIsNotStoredIsNotSeenAndStoredLater) {
     test::LogCapture log;
     jobs.fail(failed, "reason");
     EXPECT_EQ(log.take().size(), 1u);
-    lose(jobs);
+    loseChanges(jobs);
     for (const GUID& id : {done, failed}) EXPECT_EQ(jobs.find(id)->state, JobState::Running);
     EXPECT_EQ(jobs.find(done)->result, Item());
 
-    keep(jobs);
+    storeChanges(jobs);
     EXPECT_EQ(jobs.find(done)->state, JobState::Done);
     const JobBoard after = board();
     EXPECT_EQ(after.find(done)->state, JobState::Done);
@@ -184,27 +184,27 @@ TEST_F(JobBoardTest, AnEndThatIsNotStoredIsNotSeenAndStoredLater) {
     EXPECT_EQ(after.find(failed)->error, "reason");
 }
 
-TEST_F(JobBoardTest, AJobThatWasForgottenWhileTheDiskFailedIsGoneForGood) {
+TEST_F(JobBoardTest, AJobRemovedWhileTheDiskFailsStaysRemoved) {
     JobBoard jobs = board({.ended = 1});
     const Vector<GUID> ids{add(jobs), add(jobs)};
     for (const GUID& id : ids) {
         jobs.start();
         jobs.done(id, 0, Item("x"));
     }
-    keep(jobs); // forgets the first
-    lose(jobs);
-    keep(jobs);
+    storeChanges(jobs); // removes the first
+    loseChanges(jobs);
+    storeChanges(jobs);
     EXPECT_EQ(last(board(), 9), Vector<GUID>{ids[1]});
 }
 
-TEST_F(JobBoardTest, AJobThatIsDoneHasFullProgressAfterARestartToo) {
+TEST_F(JobBoardTest, ADoneJobHasFullProgressAfterARestart) {
     JobBoard jobs = board();
     const GUID id = add(jobs);
     jobs.start();
     jobs.progress(id, 0.5);
     EXPECT_EQ(jobs.find(id)->progress, 0.5);
     jobs.done(id, 0, Item("x"));
-    keep(jobs);
+    storeChanges(jobs);
     EXPECT_EQ(jobs.find(id)->progress, 1);
     EXPECT_EQ(board().find(id)->progress, 1);
 }

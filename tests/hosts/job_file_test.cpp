@@ -1,4 +1,4 @@
-// Which files the jobs of another user can read, and what they can write.
+// Which files jobs of another user can read and write.
 #include "../../hosts/qelworker/job_file.h"
 #include "../support/scratch_folder.h"
 
@@ -48,7 +48,7 @@ protected:
         Buffer bytes(reinterpret_cast<const uint8*>(content.data()), content.size());
         return file.createBeside(".zst", bytes);
     }
-    /// The names in the granted folder that no test asked for.
+    /// Returns the names of unfinished outputs in the granted folder.
     std::vector<std::string> leftovers() const {
         std::vector<std::string> names;
         for (const auto& entry : std::filesystem::directory_iterator(folder.path("granted"))) {
@@ -58,7 +58,7 @@ protected:
         return names;
     }
 
-    static constexpr uint32 kGroup = 54321; // of no file here
+    static constexpr uint32 kGroup = 54321; // not the group of any file here
     test::ScratchFolder folder;
     FileAccess peer;
     std::string slice;
@@ -89,10 +89,10 @@ TEST_F(JobFileTest, NoLinkBelowAGrantedFolderIsFollowed) {
         EXPECT_EQ(open(folder.path(name), peer), refusal(folder.path(name)));
     FileAccess own;
     own.user.user = platform::userId();
-    EXPECT_EQ(open(folder.path("granted/link"), own), "") << "the server's user names its own files";
+    EXPECT_EQ(open(folder.path("granted/link"), own), "") << "the server's own user may use links";
 }
 
-TEST_F(JobFileTest, ThePeerMustBeAllowedToReadTheFileHimself) {
+TEST_F(JobFileTest, ThePeerMustBeAllowedToReadTheFile) {
     struct stat status {};
     ASSERT_EQ(::stat(slice.c_str(), &status), 0);
     const struct {
@@ -103,8 +103,7 @@ TEST_F(JobFileTest, ThePeerMustBeAllowedToReadTheFileHimself) {
     } cases[] = {
         {0604, 0701, false, true}, {0640, 0711, false, false}, {0640, 0711, true, true},
         {0604, 0755, true, false}, {0600, 0777, true, false},  {0644, 0700, false, false},
-        {0644, 0701, true, false}, // the group may not search the folder, and its bits are the ones that
-                                   // count
+        {0644, 0701, true, false}, // for a member only the bits of the group count
     };
     for (const auto& [file, directory, isMember, isPermitted] : cases) {
         setMode("granted/slice", file);
@@ -117,7 +116,7 @@ TEST_F(JobFileTest, ThePeerMustBeAllowedToReadTheFileHimself) {
     setMode("granted", 0777);
 }
 
-TEST_F(JobFileTest, WhatIsNoFileIsNotOpened) {
+TEST_F(JobFileTest, OnlyRegularFilesAreOpened) {
     folder.makeFolder("granted/folder");
     ASSERT_EQ(::mkfifo(folder.path("granted/pipe").c_str(), 0666), 0);
     for (const char* name : {"granted/folder", "granted/pipe", "granted/missing", "granted/missing/file"})
@@ -132,13 +131,13 @@ TEST_F(JobFileTest, AnOutputHasTheModeOfItsSource) {
     EXPECT_TRUE(leftovers().empty());
 }
 
-TEST_F(JobFileTest, AnOutputNeedsAFolderThatThePeerMayWriteTo) {
+TEST_F(JobFileTest, AnOutputNeedsAWritableFolder) {
     setMode("granted", 0755);
     EXPECT_EQ(compress("frame"), refusal(slice + ".zst"));
     EXPECT_FALSE(folder.has("granted/slice.zst"));
 }
 
-TEST_F(JobFileTest, AnOutputReplacesNothingUnlessAskedTo) {
+TEST_F(JobFileTest, AnOutputReplacesFilesOnlyOnRequest) {
     write("granted/slice.zst", "older", 0600);
     const std::string taken = compress("frame");
     EXPECT_TRUE(taken.starts_with("cannot write '" + slice + ".zst': ")) << taken;
@@ -162,7 +161,7 @@ TEST_F(JobFileTest, AnOutputIsNeverWrittenThroughALink) {
     }
 }
 
-TEST_F(JobFileTest, OthersFilesInAStickyFolderStay) {
+TEST_F(JobFileTest, FilesInAStickyFolderAreNotReplaced) {
     write("granted/slice.zst", "older", 0666);
     setMode("granted", 01777);
     peer.overwrite = true;
@@ -170,11 +169,11 @@ TEST_F(JobFileTest, OthersFilesInAStickyFolderStay) {
     EXPECT_EQ(folder.read("granted/slice.zst"), "older");
 }
 
-TEST_F(JobFileTest, AnOutputOfAnEarlierAttemptCountsAsWritten) {
+TEST_F(JobFileTest, AnEqualOutputCountsAsWritten) {
     EXPECT_EQ(compress("frame"), "");
     EXPECT_EQ(compress("frame"), "");
     write("granted/slice.zst", "frame", 0600);
-    EXPECT_NE(compress("frame"), "") << "the peer may not know what is in it";
+    EXPECT_NE(compress("frame"), "") << "the peer may not read the existing file";
 }
 
 TEST_F(JobFileTest, AnOutputStaysInTheFolderThatWasOpened) {

@@ -33,7 +33,7 @@ std::string call(const std::string& method, const std::string& params = "[]", co
     return R"({"jsonrpc":"2.0","method":")" + method + R"(","params":)" + params + R"(,"id":)" + id + "}\n";
 }
 
-/// An item as its bytes.
+/// Returns an Item as its bytes.
 std::string packed(const Item& item) {
     return R"({"$item":")" + item.getBase64crc() + R"("})";
 }
@@ -42,7 +42,7 @@ std::string withoutEnd(const std::string& line) {
     return line.substr(0, line.size() - 1);
 }
 
-/// Lines as one that holds a batch.
+/// Returns one line that holds the lines as a batch.
 std::string batch(std::initializer_list<std::string> lines) {
     std::string text;
     for (const std::string& line : lines) text += (text.empty() ? "[" : ",") + withoutEnd(line);
@@ -65,7 +65,7 @@ public:
         ASSERT_FALSE(failure) << failure.message();
         ASSERT_EQ(done, text.size());
     }
-    /// What has arrived; "<end>" behind it when nothing more will.
+    /// Returns what has arrived, followed by "<end>" if nothing more will arrive.
     std::string receive() {
         std::string text;
         char chunk[4096];
@@ -122,7 +122,6 @@ protected:
     Vector<RpcContext> kept;
 };
 
-// The examples of the protocol, with the values that Items have, and what is refused.
 TEST_F(JsonRpcTest, RequestsAndRepliesFollowTheProtocol) {
     makeServer({.lineBytes = 1000, .depth = 8, .batchCalls = 2});
     const Item code = Item().addPrefix("squirrel").addBuffer(nullptr, 0);
@@ -130,9 +129,9 @@ TEST_F(JsonRpcTest, RequestsAndRepliesFollowTheProtocol) {
         context.result().concatItem(code);
         context.finish();
     });
-    add("throw", [](const RpcContext&) { throw std::runtime_error("torn"); });
+    add("throw", [](const RpcContext&) { throw std::runtime_error("reason"); });
     add("forget", [](const RpcContext&) {});
-    // No files are transferred, and handlers that wait for one don't keep the call open.
+    // No files are transferred, so event handlers that wait for a transfer don't keep the call open.
     add("transfer", [](const RpcContext& context) {
         context.initiateFileTransfer(1, {{"there", "here"}});
         context.addEventHandler([](const RpcContext& event) {
@@ -178,7 +177,7 @@ TEST_F(JsonRpcTest, RequestsAndRepliesFollowTheProtocol) {
         {"[1]\n", batch({invalid})},
         {batch({note("echo")}), ""},
         {call("echo", packed(Item("x").addItem(Item().addItem(code)))), codeRefused},
-        // A zero byte would end the text, and what follows be read as elements.
+        // A zero byte would end the string, and what follows would be read as elements.
         {call("echo", R"(["a\u0000\fsquirrel\u0000"])"), wrongParams},
         {call("echo", "[18446744073709551615]"), wrongParams},
         {call("echo", R"(["squirrel","\\u0000"])"), result(R"(["squirrel","\\u0000"])", "1")},
@@ -188,8 +187,8 @@ TEST_F(JsonRpcTest, RequestsAndRepliesFollowTheProtocol) {
         {call("transfer"), result("1", "1")},
         {padded(1000), kDone},
         {padded(1001), tooLarge},
-        {std::string(1001, 'x'), tooLarge}, // told before the line ends
-        {std::string(5000, 'x'), ""},       // and once
+        {std::string(1001, 'x'), tooLarge}, // reported before the line ends
+        {std::string(5000, 'x'), ""},       // and only once
         {"xx\n" + call("echo"), kDone},
         {call("echo", nested(7)), result(nested(6), "1")},
         {call("echo", nested(8)), error(-32001, "Message too deep")},
@@ -200,12 +199,12 @@ TEST_F(JsonRpcTest, RequestsAndRepliesFollowTheProtocol) {
     LogCapture log;
     Peer peer = connect();
     for (const auto& [request, reply] : kExchanges) EXPECT_EQ(exchange(peer, request), reply) << request;
-    log.expect(3, "rpc call 'throw' threw: torn");
+    log.expect(3, "rpc call 'throw' threw: reason");
     log.expect(3, "rpc call 'forget' ended without calling finish");
     EXPECT_FALSE(server->isBusy());
 }
 
-TEST_F(JsonRpcTest, AnIdComesBackByteForByte) {
+TEST_F(JsonRpcTest, AnIdIsReturnedByteForByte) {
     Peer peer = connect();
     for (const char* id : {"123456789012345678901234567890", "-9223372036854775809", "1e3", "1E+3", "-0",
                            "-0.0", "0.10", "1.0e-7", R"("a\u0062\/\"}]")", R"("")", "null"}) {
@@ -218,16 +217,16 @@ TEST_F(JsonRpcTest, AnIdComesBackByteForByte) {
                        R"({"params":[{"id":7}], "\u0069d" : 1.50 ,"method":"echo","jsonrpc":"2.0","id":2.50})"
                        "\n"),
               result(R"({"id":7})", "2.50"))
-        << "the last member of a name counts";
+        << "the last of equal members counts";
 }
 
-TEST_F(JsonRpcTest, AnIdOfAnotherKindIsNotReturned) {
+TEST_F(JsonRpcTest, AnIdOfAnotherTypeIsRefused) {
     Peer peer = connect();
     for (const char* id : {"true", "false", "[1]", "{}"})
         EXPECT_EQ(exchange(peer, call("echo", "[]", id)), error(-32600, "Invalid Request")) << id;
 }
 
-TEST_F(JsonRpcTest, ABatchIsDoneOverSeveralPasses) {
+TEST_F(JsonRpcTest, ABatchRunsOverSeveralPasses) {
     int runs = 0;
     add("slow", [&](const RpcContext& context) {
         ++runs;
@@ -241,13 +240,13 @@ TEST_F(JsonRpcTest, ABatchIsDoneOverSeveralPasses) {
     EXPECT_EQ(runs, 1) << "the time of a pass is up";
     other.send(call("echo", "[1]"));
     server->poll();
-    EXPECT_EQ(other.receive(), result("1", "1")) << "it does not wait for the rest of the batch";
+    EXPECT_EQ(other.receive(), result("1", "1")) << "other peers do not wait for the rest of the batch";
     EXPECT_EQ(busy.receive(), "");
     for (int pass = 0; pass < 3; ++pass) server->poll();
     EXPECT_EQ(busy.receive(), batch({kDone, kDone, kDone}) + kDone);
 }
 
-TEST_F(JsonRpcTest, ABatchThatWasBegunIsFinishedWhileTheServerDrains) {
+TEST_F(JsonRpcTest, ADrainingServerFinishesTheBatchThatItBegan) {
     add("slow", [&](const RpcContext& context) {
         clock.advanceMs(5);
         context.finish();
@@ -258,7 +257,7 @@ TEST_F(JsonRpcTest, ABatchThatWasBegunIsFinishedWhileTheServerDrains) {
     server->drain();
     EXPECT_TRUE(server->isBusy());
     for (int pass = 0; pass < 3; ++pass) server->poll();
-    EXPECT_EQ(peer.receive(), batch({kDone, kDone})) << "and no further message is begun";
+    EXPECT_EQ(peer.receive(), batch({kDone, kDone})) << "no further message is begun";
     EXPECT_FALSE(server->isBusy());
 }
 
@@ -275,13 +274,13 @@ TEST_F(JsonRpcTest, TheResultsOfAMessageAreBounded) {
     std::string escaped;
     for (int i = 0; i < 50; ++i) escaped += "\\u0001";
     EXPECT_EQ(exchange(peer, call("echo", "[\"" + escaped + "\"]")), tooLarge)
-        << "the text counts, not the Item";
+        << "the size of the JSON counts, not that of the Item";
     const std::string half = textOf(60);
     EXPECT_EQ(exchange(peer, batch({call("echo", "[" + half + "]"), call("echo", "[" + half + "]")})),
               batch({result(half, "1"), tooLarge}));
 }
 
-TEST_F(JsonRpcTest, ABatchIsAnsweredWhenItsLastCallEndsOnWhicheverThread) {
+TEST_F(JsonRpcTest, ABatchIsAnsweredWhenItsLastCallEnds) {
     Peer peer = connect();
     EXPECT_EQ(exchange(peer, batch({call("keep"), call("keep", "[]", "2"), call("echo", "[3]", "3"),
                                     note("echo")})),
@@ -295,7 +294,7 @@ TEST_F(JsonRpcTest, ABatchIsAnsweredWhenItsLastCallEndsOnWhicheverThread) {
     EXPECT_FALSE(server->isBusy());
 }
 
-TEST_F(JsonRpcTest, AHalfClosedPeerIsAnsweredAndThenLetGo) {
+TEST_F(JsonRpcTest, AHalfClosedPeerIsAnsweredAndDisconnected) {
     Peer peer = connect();
     const std::string text = call("keep");
     peer.send(text + withoutEnd(text));
@@ -306,31 +305,33 @@ TEST_F(JsonRpcTest, AHalfClosedPeerIsAnsweredAndThenLetGo) {
     EXPECT_EQ(server->getConnectionCount(), 1u);
     kept.clear();
     server->receiveCalls();
-    EXPECT_EQ(peer.receive(), "") << "the host stores what was done before it lets the replies go";
+    EXPECT_EQ(peer.receive(), "") << "the host stores what was done before it sends the replies";
     server->sendReplies();
     EXPECT_EQ(peer.receive(), kDone + kDone + "<end>");
     EXPECT_EQ(server->getConnectionCount(), 0u);
 }
 
-TEST_F(JsonRpcTest, APeerThatDiesLeavesItsCallsToEndUnheard) {
+TEST_F(JsonRpcTest, TheCallsOfALostPeerEndWithoutAReply) {
     Peer peer = connect();
     exchange(peer, call("keep"));
     peer.socket.close();
     for (int pass = 0; pass < 3; ++pass, kept.clear()) server->poll();
     EXPECT_EQ(server->getConnectionCount(), 0u);
+}
 
+TEST_F(JsonRpcTest, NoCallRunsOnceTheServerHasStopped) {
     Peer other = connect();
     add("stop", [this](const RpcContext& context) {
         server->stop();
         context.finish();
     });
     EXPECT_EQ(exchange(other, batch({note("keep"), note("stop"), note("keep")})), "<end>");
-    EXPECT_EQ(kept.size(), 1u) << "no call runs once the server has stopped";
+    EXPECT_EQ(kept.size(), 1u);
     server.reset();
     kept.front().result().addTrue(); // the call outlives its server
 }
 
-TEST_F(JsonRpcTest, APeerThatTakesNoRepliesWaitsAndIsDroppedInTheEnd) {
+TEST_F(JsonRpcTest, APeerThatReadsNoRepliesIsDisconnected) {
     makeServer({.unsentBytes = 1000, .stallMs = 5000});
     Peer peer = connect();
     const std::string request = call("echo", "[\"" + std::string(20'000, 'x') + "\"]");
@@ -348,7 +349,7 @@ TEST_F(JsonRpcTest, APeerThatTakesNoRepliesWaitsAndIsDroppedInTheEnd) {
     }
 }
 
-TEST_F(JsonRpcTest, AFloodWaitsForOpenCallsAndOthersAreServed) {
+TEST_F(JsonRpcTest, APeerHasALimitedNumberOfOpenCalls) {
     makeServer({.openCalls = 3});
     Peer flooding = connect();
     Peer other = connect();
@@ -362,8 +363,8 @@ TEST_F(JsonRpcTest, AFloodWaitsForOpenCallsAndOthersAreServed) {
     EXPECT_EQ(kept.size(), 3u);
 }
 
-TEST_F(JsonRpcTest, RightsAreAskedForBeforeAHandlerRuns) {
-    makeServer({}, "# who may do what\nuser 71: special\ngroup 88: rpc:e*  rpc:keep\n user 72 : # nothing\n");
+TEST_F(JsonRpcTest, ACallNeedsItsRight) {
+    makeServer({}, "# a comment\nuser 71: special\ngroup 88: rpc:e*  rpc:keep\n");
     using Groups = std::vector<uint32>;
     for (const auto& [user, groups, guarded, echo] : {std::tuple(71u, Groups{}, true, false),
                                                       {70, {88}, false, true},
@@ -372,12 +373,23 @@ TEST_F(JsonRpcTest, RightsAreAskedForBeforeAHandlerRuns) {
         Peer peer = connect(user, groups);
         EXPECT_EQ(exchange(peer, call("guarded")), guarded ? kDone : kNotPermitted) << user;
         EXPECT_EQ(exchange(peer, call("echo")), echo ? kDone : kNotPermitted) << user;
-        EXPECT_EQ(exchange(peer, call("nobody")) == kNotPermitted, user != platform::userId());
     }
+}
+
+TEST_F(JsonRpcTest, PeersWithoutTheRightDoNotLearnWhichMethodsExist) {
+    makeServer({}, "user 71: special\n");
+    Peer own = connect();
+    Peer other = connect(71);
+    EXPECT_EQ(exchange(own, call("missing")), error(-32601, "Method not found", "1"));
+    EXPECT_EQ(exchange(other, call("missing")), kNotPermitted);
+}
+
+TEST_F(JsonRpcTest, AUserWithoutAnyRightIsDisconnected) {
+    makeServer({}, "user 72 : # nothing\n");
     EXPECT_EQ(connect(72).receive(), error(-32003, "Not permitted") + "<end>");
 }
 
-TEST_F(JsonRpcTest, OnlySoManyPeersAreLetIn) {
+TEST_F(JsonRpcTest, TheNumberOfPeersIsLimited) {
     makeServer({.connections = 3, .connectionsOfOtherUser = 1}, "everyone: *");
     const std::string turnedAway = error(-32004, "Too many calls or connections") + "<end>";
     Vector<Peer> peers;
@@ -397,7 +409,7 @@ TEST_F(JsonRpcTest, TheServersUserDisplacesTheLongestIdleConnection) {
     clock.advanceMs(10);
     exchange(peers[0], call("keep"));
     exchange(peers[1], call("echo"));
-    EXPECT_EQ(connect(72).receive(), turnedAway) << "others displace nobody";
+    EXPECT_EQ(connect(72).receive(), turnedAway) << "other users displace nobody";
     Peer owner = connect();
     EXPECT_EQ(peers[2].receive(), turnedAway) << "it has been idle for longest";
     EXPECT_EQ(exchange(owner, call("echo")), kDone);
@@ -415,10 +427,10 @@ TEST(JsonRpcRightsTest, ALineOfAnotherFormIsRefused) {
         EXPECT_TRUE(problem.starts_with("line 2: ")) << problem;
     }
     EXPECT_TRUE(JsonRpcRights::parse("user no-such-user: *", problem)->isEmpty());
-    log.expect(2, "rights of unknown user 'no-such-user' are for nobody");
+    log.expect(2, "rights of unknown user 'no-such-user' are ignored");
 }
 
-TEST(JsonRpcRightsTest, FoldersAreGrantedToThoseOfTheirLine) {
+TEST(JsonRpcRightsTest, FoldersAreGrantedByTheirLine) {
     std::string problem;
     const auto rights =
         JsonRpcRights::parse("user 71: x folder:/a b # c\ngroup 88: folder:/c\nuser 72: *\n", problem);
@@ -428,8 +440,8 @@ TEST(JsonRpcRightsTest, FoldersAreGrantedToThoseOfTheirLine) {
     };
     EXPECT_EQ(foldersOf(71, {}), Vector<String>{"/a b"});
     EXPECT_EQ(foldersOf(71, {88}), (Vector<String>{"/a b", "/c"}));
-    EXPECT_EQ(foldersOf(72, {}), Vector<String>()) << "'*' stands for calls";
-    EXPECT_FALSE(rights->hasAny({73, 88, {}})) << "who may call nothing has no use for a folder";
+    EXPECT_EQ(foldersOf(72, {}), Vector<String>()) << "'*' covers no folders";
+    EXPECT_FALSE(rights->hasAny({73, 88, {}})) << "a folder alone is not a right to call";
 }
 
 class RightsFileTest : public testing::Test {
@@ -456,7 +468,7 @@ TEST_F(RightsFileTest, AnEmptyFileGrantsNothing) {
 TEST_F(RightsFileTest, AFileThatOthersMayWriteIsRefused) {
     for (const std::uint32_t mode : {0620, 0602}) {
         EXPECT_FALSE(load("group 5: *", mode));
-        log.expect(3, "rights file '" + path + "', it may be written by others than its owner");
+        log.expect(3, "rights file '" + path + "': it may be written by users other than its owner");
     }
     EXPECT_TRUE(load("group 5: *", 0644));
 }
@@ -468,36 +480,42 @@ TEST_F(RightsFileTest, AFileOfAnotherUserIsRefused) {
     ASSERT_FALSE(platform::openFile(file, path.c_str(), platform::OpenMode::Read));
     ASSERT_FALSE(platform::setOwnership(file, 71, 71));
     EXPECT_FALSE(JsonRpcRights::load(path));
-    log.expect(3, "rights file '" + path + "', it belongs to another user than the server's");
+    log.expect(3, "rights file '" + path + "': it belongs to a user other than the server's");
 }
 
-TEST_F(RightsFileTest, WhatIsNoReadableFileIsRefused) {
+TEST_F(RightsFileTest, AFileThatCannotBeReadIsRefused) {
     EXPECT_FALSE(JsonRpcRights::load(path));
-    log.expect(3, "rights file '" + path + "', No such file or directory");
+    log.expect(3, "rights file '" + path + "': No such file or directory");
     EXPECT_FALSE(JsonRpcRights::load(folder.path()));
-    log.expect(3, "rights file '" + folder.path() + "', it is not a file");
+    log.expect(3, "rights file '" + folder.path() + "': it is not a file");
     EXPECT_FALSE(load(std::string((1 << 20) + 1, '#'), 0600));
-    log.expect(3, "rights file '" + path + "', it is larger than 1 MiB");
+    log.expect(3, "rights file '" + path + "': it is larger than 1 MiB");
 }
 
-TEST_F(JsonRpcTest, TheNameOfAServerThatIsGoneIsTakenOverAndNoOther) {
+TEST_F(JsonRpcTest, OnlyASocketThatWasLeftBehindIsReplaced) {
     LogCapture log;
     const test::ScratchFolder folder;
     const std::string path = folder.path("socket");
     {
-        FileHandle leftBehind; // closing it leaves the name
+        FileHandle leftBehind; // closing it does not remove the socket
         ASSERT_FALSE(platform::listenLocally(leftBehind, path.c_str(), 0600));
     }
     JsonRpcServer first(path, {});
     ASSERT_TRUE(first.start());
     EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0600))
-        << "nobody else has rights";
+        << "only the server's user has rights";
     for (const std::string& taken : {path, folder.write("file", "")}) {
         EXPECT_FALSE(JsonRpcServer(taken, {}).start());
-        log.expect(3, "the name '" + taken + "' is taken");
+        log.expect(3, "'" + taken + "' is in use");
     }
     EXPECT_TRUE(folder.has("file"));
+}
 
+TEST_F(JsonRpcTest, AServerAnswersOnItsSocketUntilItDrains) {
+    const test::ScratchFolder folder;
+    const std::string path = folder.path("socket");
+    JsonRpcServer first(path, {});
+    ASSERT_TRUE(first.start());
     Peer peer;
     ASSERT_FALSE(platform::connectLocally(peer.socket, path.c_str()));
     first.poll();

@@ -1,3 +1,4 @@
+// qelcall against a server in this process.
 #include "../../hosts/qelcall/progress_bar.h"
 #include "../../hosts/qelserver/json_rpc_server.h"
 #include "../support/scratch_folder.h"
@@ -8,45 +9,78 @@
 
 #include <cmath>
 #include <future>
+#include <optional>
+#include <utility>
 
 namespace {
 
 using namespace qel;
 using test::HostRun;
 
-using QelcallTest = test::SystemFixture;
-
-TEST_F(QelcallTest, PrintsResultsAndTellsSuccessByItsStatus) {
-    const test::ScratchFolder folder;
-    qelserver::JsonRpcServer server(folder.path("socket"), {});
-    ASSERT_TRUE(server.start());
-    const auto echo = [](const RpcContext& context) {
-        context.result().concatItem(context.getArguments());
-        context.finish();
-    };
-    server.addRPC("echo", echo, "", "");
-    const auto end = [&](const RpcContext& context) {
-        server.stop();
-        context.finish();
-    };
-    server.addRPC("end", end, "", "");
-    const std::string big = "\"" + std::string(100'000, 'x') + "\"";
-    const std::pair<std::vector<std::string>, HostRun> cases[] = {
-        {{"echo"}, {0, "null\n", ""}},
-        {{"echo", "a", "2"}, {0, "[\n  \"a\",\n  2\n]\n", ""}},
-        {{"echo", R"({"k":null})"}, {0, "{\n  \"k\": null\n}\n", ""}},
-        {{"echo", big}, {0, big + "\n", ""}},
-        {{"end"}, {3, "", "qelcall: the server has closed the connection\n"}}};
-    for (const auto& [arguments, expected] : cases) {
+class QelcallTest : public test::SystemFixture {
+protected:
+    void SetUp() override {
+        SystemFixture::SetUp();
+        server.emplace(folder.path("socket"), qelserver::JsonRpcRights());
+        ASSERT_TRUE(server->start());
+        add("echo", [](const RpcContext& context) {
+            context.result().concatItem(context.getArguments());
+            context.finish();
+        });
+        add("end", [this](const RpcContext& context) {
+            server->stop();
+            context.finish();
+        });
+    }
+    void TearDown() override {
+        server.reset();
+        SystemFixture::TearDown();
+    }
+    void add(const char* name, RpcFunction handler) { server->addRPC(name, std::move(handler), "", ""); }
+    /// Runs qelcall with @p arguments while the server answers.
+    HostRun run(const std::vector<std::string>& arguments) {
         std::vector<std::string> command{QELCALL_PROGRAM, "--socket", "socket"};
         command.insert(command.end(), arguments.begin(), arguments.end());
         auto outcome = std::async(std::launch::async, [&] { return test::runProgram(folder, command); });
         while (outcome.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
-            server.wait(1);
-            server.poll();
+            server->wait(1);
+            server->poll();
         }
-        EXPECT_EQ(outcome.get(), expected);
+        return outcome.get();
     }
+
+    const test::ScratchFolder folder;
+    std::optional<qelserver::JsonRpcServer> server;
+};
+
+TEST_F(QelcallTest, PrintsTheResult) {
+    const std::string big = "\"" + std::string(100'000, 'x') + "\"";
+    const std::pair<std::vector<std::string>, std::string> cases[] = {
+        {{"echo"}, "null\n"},
+        {{"echo", "a", "2"}, "[\n  \"a\",\n  2\n]\n"},
+        {{"echo", R"({"k":null})"}, "{\n  \"k\": null\n}\n"},
+        {{"echo", big}, big + "\n"},
+    };
+    for (const auto& [arguments, printed] : cases) {
+        const HostRun result = run(arguments);
+        EXPECT_EQ(result.out, printed);
+        EXPECT_EQ(result.error, "");
+        EXPECT_EQ(result.status, 0);
+    }
+}
+
+TEST_F(QelcallTest, ReportsALostConnection) {
+    const HostRun result = run({"end"});
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.error, "qelcall: the server has closed the connection\n");
+    EXPECT_EQ(result.status, 3);
+}
+
+TEST_F(QelcallTest, ReportsARefusal) {
+    const HostRun result = run({"missing"});
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.error, "qelcall: Method not found\n");
+    EXPECT_EQ(result.status, 1);
 }
 
 TEST(ProgressBarTest, FillsItsWidth) {

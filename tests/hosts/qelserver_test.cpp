@@ -1,4 +1,4 @@
-// The server as its users meet it: calls, jobs and workers, ends of all kinds, and the sessions of the guide.
+// The server program: calls, jobs and workers, all ways to stop it, and the sessions of docs/hosting.md.
 #include <tests/hosts/server_run.h>
 
 #include <tests/support/source_dir.h>
@@ -14,13 +14,13 @@ using namespace testing;
 
 namespace {
 
-/// The text of the first JSON string in an answer.
+/// Returns the first JSON string in an answer.
 std::string textIn(const std::string& answer) {
     const size_t begin = answer.find('"');
     return begin == answer.npos ? "" : answer.substr(begin + 1, answer.find('"', begin + 1) - begin - 1);
 }
 
-/// The number behind a key of an answer; -1 if there is none.
+/// Returns the number that follows a key in an answer; -1 if there is none.
 long numberOf(const std::string& answer, const std::string& key) {
     std::smatch match;
     const std::regex pattern("\"" + key + "\": ?(\\d+)");
@@ -44,7 +44,8 @@ TEST_F(ServerTest, AJobIsDoneByAWorkerAndCounted) {
     EXPECT_THAT(callUntil("\"done\"", "jobs.state", inList(id)), HasSubstr("slice"));
     const HostRun failed = shell("qelcall --watch jobs.submit hash '[\"/missing\"]'");
     EXPECT_EQ(failed.status, 1);
-    EXPECT_THAT(failed.error, AllOf(HasSubstr("qelcall: the job failed: "), HasSubstr("/missing")));
+    EXPECT_THAT(failed.error, HasSubstr("qelcall: the job failed: "));
+    EXPECT_THAT(failed.error, HasSubstr("/missing"));
     const std::string counters = call("statistics.list");
     EXPECT_EQ(numberOf(counters, "jobs.done"), 1);
     EXPECT_EQ(numberOf(counters, "jobs.failed"), 1);
@@ -54,10 +55,13 @@ TEST_F(ServerTest, AJobIsDoneByAWorkerAndCounted) {
     EXPECT_FALSE(folder.has("socket"));
 }
 
-TEST_F(ServerTest, WhatItDoesNotUnderstandHasNoResult) {
-    EXPECT_EQ(shell("qelcall x").status, 3) << "nobody listens";
+TEST_F(ServerTest, QelcallReportsWrongCommandLinesAndAMissingServer) {
+    EXPECT_EQ(shell("qelcall x").status, 3);
     for (const char* wrong : {"--timeout 0 x", "--timeout 2147483647 x", "x {"})
-        EXPECT_EQ(shell(std::string("qelcall ") + wrong).status, 2);
+        EXPECT_EQ(shell(std::string("qelcall ") + wrong).status, 2) << wrong;
+}
+
+TEST_F(ServerTest, CallsWithWrongArgumentsHaveNoResult) {
     start({"--memory", "--workers", "0"});
     for (const char* arguments : {"[]", "[{\"/a\":\"/b\"}]", "[\"hash\"]", "[\"hash\", []]",
                                   "[\"hash\", [1]]", "[[\"/etc/hostname\"], \"hash\"]"}) {
@@ -69,7 +73,7 @@ TEST_F(ServerTest, WhatItDoesNotUnderstandHasNoResult) {
     EXPECT_THAT(call("jobs.list"), HasSubstr("\"jobs\": []"));
 }
 
-TEST_F(ServerTest, AnAcknowledgedJobOutlivesAServerThatIsKilled) {
+TEST_F(ServerTest, AnAcknowledgedJobSurvivesAKilledServer) {
     const std::string file = makeFile("slice", 1000);
     start({"--workers", "0"});
     std::vector<std::string> ids;
@@ -80,11 +84,11 @@ TEST_F(ServerTest, AnAcknowledgedJobOutlivesAServerThatIsKilled) {
     for (const std::string& id : ids)
         EXPECT_THAT(callUntil("\"done\"", "jobs.state", inList(id)), HasSubstr("done"));
     const std::string last = call("jobs.list", "[2]");
-    EXPECT_LT(last.find(ids[3]), last.find(ids[4])) << "in order of submission: " << last;
+    EXPECT_LT(last.find(ids[3]), last.find(ids[4])) << "not in order of submission: " << last;
     EXPECT_THAT(last, Not(HasSubstr(ids[2])));
     EXPECT_EQ(stop(), 0);
 
-    start({"--workers", "0"}); // results, counters and log lines are still there
+    start({"--workers", "0"}); // results, counters and log lines are kept
     EXPECT_THAT(call("jobs.state", inList(ids[0])), HasSubstr("\"done\""));
     EXPECT_EQ(numberOf(call("statistics.list"), "jobs.done"), 5);
     EXPECT_THAT(call("log.query", "[1000]"), HasSubstr("serving on"));
@@ -107,18 +111,36 @@ TEST_F(ServerTest, TheJobOfAKilledWorkerIsDoneByAnother) {
     callUntil("\"pid\": [1-9][0-9]*,\\s*\"restarts\": 1", "workers.list");
 }
 
-TEST_F(ServerTest, AFileThatIsNotItsOwnIsNeitherUsedNorChanged) {
+TEST_F(ServerTest, AFileOfAnotherKindIsNotChanged) {
     folder.write("records.store", "not a store");
     const HostRun run = shell("\"" QELSERVER_PROGRAM "\" --socket socket --data records.store");
     EXPECT_EQ(run.status, 1);
     EXPECT_THAT(run.out + run.error, HasSubstr("can't open store"));
     EXPECT_EQ(folder.read("records.store"), "not a store");
+}
+
+TEST_F(ServerTest, AWorkerProgramThatDoesNotExistIsRefused) {
     EXPECT_EQ(shell("\"" QELSERVER_PROGRAM "\" --worker /$(printf %5000s x | tr ' ' y)").status, 2);
 }
 
-/// Lines that begin with "$ " are commands, the others what they print; "…" stands for anything within a
-/// line.
-TEST_F(ServerTest, TheSessionsOfTheGuideGoAsTheyStand) {
+TEST_F(ServerTest, ItFailsIfTheLastChangesCannotBeStored) {
+    start({"--workers", "0"});
+    fillDisk();
+    call("server.shutdown");
+    EXPECT_EQ(stop(0), 1);
+    EXPECT_THAT(output(), HasSubstr("the last changes could not be stored: "));
+}
+
+TEST_F(ServerTest, ItFailsIfItsOutputIsLost) {
+    const HostRun run =
+        shell("\"" QELSERVER_PROGRAM "\" --socket socket --memory --workers 0 >/dev/full & server=$!\n"
+              "until qelcall server.shutdown 2>/dev/null >shutdown.txt; do :; done; wait $server");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.error, HasSubstr("qelserver: cannot write to standard output: "));
+}
+
+/// Lines that begin with "$ " are commands, and the others are their output. "…" matches any part of a line.
+TEST_F(ServerTest, TheSessionsOfTheGuideWork) {
     const std::string guide = sourceText("docs/hosting.md");
     const std::string fence = "```console\n";
     folder.write("slice-001.dcm", "a slice");
@@ -130,7 +152,7 @@ TEST_F(ServerTest, TheSessionsOfTheGuideGoAsTheyStand) {
         std::string printed;
         for (std::string line; std::getline(session, line);) {
             if (line.starts_with("$ ")) {
-                EXPECT_EQ(printed, "") << "not told by the guide";
+                EXPECT_EQ(printed, "") << "this output is not in the guide";
                 const HostRun run = shell(line.substr(2));
                 printed = run.status == 0 ? run.out : run.error;
                 ++commands;
@@ -140,7 +162,7 @@ TEST_F(ServerTest, TheSessionsOfTheGuideGoAsTheyStand) {
             pattern = std::regex_replace(pattern, std::regex("…"), ".*");
             const std::string first = printed.substr(0, printed.find('\n'));
             EXPECT_TRUE(std::regex_match(first, std::regex(pattern)))
-                << "told: " << line << "\nprinted: " << first;
+                << "guide: " << line << "\nprinted: " << first;
             printed.erase(0, first.size() + 1);
         }
     }

@@ -1,4 +1,5 @@
-// The worker as a server meets it: packets on its standard streams.
+// The worker program, driven by packets on its standard streams.
+#include <tests/hosts/host_run.h>
 #include <tests/process/process_fixture.h>
 #include <tests/support/formats_page.h>
 
@@ -45,7 +46,7 @@ protected:
         packet->setItem("access", access);
         return packet;
     }
-    /// Returns the next packet of any kind; null when the worker has ended.
+    /// Returns the next packet of any kind; null if the worker has ended.
     SmartPointer<Packet> nextPacket() {
         SmartPointer<Packet> packet;
         waitUntil([&] {
@@ -54,7 +55,7 @@ protected:
         });
         return packet;
     }
-    /// Returns the next answer to a job, and checks the packets before it.
+    /// Returns the next result or failure, and checks the packets before it.
     SmartPointer<Packet> answer() {
         for (;;) {
             const SmartPointer<Packet> packet = nextPacket();
@@ -69,7 +70,7 @@ protected:
             }
         }
     }
-    /// Returns the result of the job under way as JSON.
+    /// Waits for the result of a job and returns it as JSON.
     std::string result(int attempt, int64 bytes) {
         const SmartPointer<Packet> packet = answer();
         if (!packet || !packet->fit(qeljobs::resultScheme())) return "no result";
@@ -93,8 +94,8 @@ protected:
     }();
 };
 
-TEST_F(WorkerTest, HashesAndCompressesTheFilesOfAJob) {
-    const std::string file = folder.write("digits", "123456789"); // of the check value in the catalogues
+TEST_F(WorkerTest, HashesAndCompressesFiles) {
+    const std::string file = folder.write("digits", "123456789"); // the usual check value of CRC catalogues
     const std::string empty = folder.write("empty", "");
     send(makeJob(1, "hash", {file, empty}));
     EXPECT_EQ(result(1, 9), R"([{"bytes":9,"file":")" + file + R"(","hash":"E3069283"},{"bytes":0,"file":")" +
@@ -103,15 +104,14 @@ TEST_F(WorkerTest, HashesAndCompressesTheFilesOfAJob) {
     const std::string large = folder.write("large", content);
     send(makeJob(2, "compress", {large}));
     const std::string json = result(2, 100'000);
-    EXPECT_THAT(json,
-                AllOf(HasSubstr("\"output\":\"" + large + ".zst\""),
-                      HasSubstr("\"compressed\":" + std::to_string(File::getFileSize(large + ".zst")))));
+    EXPECT_THAT(json, HasSubstr("\"output\":\"" + large + ".zst\""));
+    EXPECT_THAT(json, HasSubstr("\"compressed\":" + std::to_string(File::getFileSize(large + ".zst"))));
     Buffer unpacked;
     EXPECT_TRUE(unpacked.loadFromFile((large + ".zst").c_str(), false, true));
     EXPECT_EQ(unpacked.getConstByteSpan().asText(), content);
 }
 
-TEST_F(WorkerTest, TellsWhyAJobCannotBeDoneAndGoesOn) {
+TEST_F(WorkerTest, ReportsWhyAJobFailedAndContinues) {
     const std::string file = folder.write("file", "x");
     folder.makeFolder("taken.zst");
     const struct {
@@ -120,7 +120,7 @@ TEST_F(WorkerTest, TellsWhyAJobCannotBeDoneAndGoesOn) {
         std::string error;
     } cases[] = {
         {"boil", {file}, "unknown kind of job 'boil'"},
-        {"hash", {}, "a job without files"},
+        {"hash", {}, "the job has no files"},
         {"hash", {file, folder.path("missing")}, "no such file '" + folder.path("missing") + "'"},
         {"hash", {"/dev/zero"}, "no such file '/dev/zero'"},
         {"compress",
@@ -139,17 +139,17 @@ TEST_F(WorkerTest, TellsWhyAJobCannotBeDoneAndGoesOn) {
     capture.take();
 }
 
-TEST_F(WorkerTest, AJobOfNobodyUsesNoFile) {
+TEST_F(WorkerTest, AJobWithoutAUserFails) {
     access = {};
     send(makeJob(1, "hash", {folder.write("file", "x")}));
     const SmartPointer<Packet> packet = answer();
     ASSERT_TRUE(packet);
     ASSERT_TRUE(packet->fit(qeljobs::failureScheme()));
-    EXPECT_STREQ(packet->getString("error"), "a job of nobody");
+    EXPECT_STREQ(packet->getString("error"), "the job names no user");
     EXPECT_EQ(total, 0);
 }
 
-TEST_F(WorkerTest, AJobOfAnotherUserIsJudgedByTheWorker) {
+TEST_F(WorkerTest, AJobOfAnotherUserNeedsPermission) {
     const std::string file = folder.write("file", "x");
     qeljobs::FileAccess peer;
     peer.user.user = platform::userId() + 1;
@@ -159,10 +159,10 @@ TEST_F(WorkerTest, AJobOfAnotherUserIsJudgedByTheWorker) {
     ASSERT_TRUE(packet);
     ASSERT_TRUE(packet->fit(qeljobs::failureScheme()));
     EXPECT_EQ(packet->getString("error"), "not permitted: '" + file + "'");
-    EXPECT_EQ(total, 0) << "its size is not told either";
+    EXPECT_EQ(total, 0) << "the size is not revealed either";
 }
 
-TEST_F(WorkerTest, BeginsWithAHeartbeatAndGoesOnWithoutBeingAsked) {
+TEST_F(WorkerTest, SendsHeartbeatsFromItsStart) {
     for (int beat = 0; beat < 2; ++beat) {
         const SmartPointer<Packet> packet = nextPacket();
         ASSERT_TRUE(packet);
@@ -171,27 +171,33 @@ TEST_F(WorkerTest, BeginsWithAHeartbeatAndGoesOnWithoutBeingAsked) {
     }
 }
 
-TEST_F(WorkerTest, EndsInOrderWhenToldToAndWhenItsInputEnds) {
-    for (const auto& tell : std::vector<std::function<void()>>{
+TEST_F(WorkerTest, StopsWhenAskedAndWhenItsInputEnds) {
+    for (const auto& askToStop : std::vector<std::function<void()>>{
              [this] { send(new Packet(ProcessProtocol::Terminate, 0)); }, [this] { worker->closeStdin(); },
              [this] { kill(static_cast<pid_t>(worker->getProcessId()), SIGTERM); }}) {
         send(makeJob(1, "hash", {folder.write("file", "x")}));
         EXPECT_THAT(result(1, 1), HasSubstr("hash"));
-        tell();
+        askToStop();
         EXPECT_EQ(finish(*worker), 0);
         begin();
     }
 }
 
-TEST_F(WorkerTest, IgnoresWhatIsNoJob) {
+TEST_F(WorkerTest, IgnoresPacketsThatAreNotJobs) {
     const SmartPointer<Packet> broken(new Packet(qeljobs::jobScheme(), 0));
     broken->clearFlag(Packet::kVersioned);
     broken->setID(2002);
-    worker->writeLine("no packet");
+    worker->writeLine("not a packet");
     send(broken);
     send(makeJob(1, "hash", {folder.write("file", "x")}));
     EXPECT_THAT(result(1, 1), HasSubstr("hash"));
-    EXPECT_THAT(capture.take(), Contains(Field(&LogLine::text, HasSubstr("ignoring a packet of id 2002"))));
+    EXPECT_THAT(capture.take(), Contains(Field(&LogLine::text, HasSubstr("ignored a packet of id 2002"))));
+}
+
+TEST_F(WorkerTest, FailsIfItsOutputIsLost) {
+    const HostRun run = runProgram(folder, {"/bin/sh", "-c", "exec \"$0\" >/dev/full", QELWORKER_PROGRAM});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.error, HasSubstr("qelworker: cannot write to standard output: "));
 }
 
 TEST_F(WorkerTest, JobPacketsHaveTheseBytes) {

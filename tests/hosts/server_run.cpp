@@ -6,6 +6,8 @@
 #include <random>
 #include <regex>
 
+#include <sys/resource.h>
+
 namespace qel::test {
 
 void ServerTest::TearDown() {
@@ -16,12 +18,19 @@ void ServerTest::TearDown() {
 }
 
 void ServerTest::start(std::vector<std::string> arguments) {
-    List<String> command{QELSERVER_PROGRAM, "--socket", folder.path("socket"), "--data",
+    // Unlike the default, an ignored SIGXFSZ makes writes fail as they do on a full disk.
+    List<String> command{"/bin/sh",
+                         "-c",
+                         "trap '' XFSZ; exec \"$0\" \"$@\"",
+                         QELSERVER_PROGRAM,
+                         "--socket",
+                         folder.path("socket"),
+                         "--data",
                          folder.path("records.store")};
     command.insert(command.end(), arguments.begin(), arguments.end());
     m_server = SmartPointer<Process>(new Process());
     m_output.clear();
-    ASSERT_TRUE(m_server->spawn(QELSERVER_PROGRAM, command, folder.path().c_str(), true));
+    ASSERT_TRUE(m_server->spawn("/bin/sh", command, folder.path().c_str(), true));
     waitUntil([this] { return output().find("serving on") != std::string::npos || !m_server->tick(); });
     ASSERT_TRUE(m_server->tick()) << output();
 }
@@ -32,6 +41,7 @@ int ServerTest::stop(int signal) {
         output();
         return !m_server->tick();
     });
+    output();
     const int status = m_server->exitStatus();
     m_server = nullptr;
     return status;
@@ -39,8 +49,13 @@ int ServerTest::stop(int signal) {
 
 std::string ServerTest::output() {
     String line;
-    while (m_server->readLine(line) || m_server->readErrLine(line)) m_output += line + "\n";
+    while (m_server && (m_server->readLine(line) || m_server->readErrLine(line))) m_output += line + "\n";
     return m_output;
+}
+
+void ServerTest::fillDisk() const {
+    const rlimit none{1, 1};
+    ASSERT_EQ(::prlimit(static_cast<pid_t>(m_server->getProcessId()), RLIMIT_FSIZE, &none, nullptr), 0);
 }
 
 HostRun ServerTest::shell(const std::string& line) const {

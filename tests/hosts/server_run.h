@@ -1,4 +1,4 @@
-// Runs qelserver as a child process, and calls it as a user would.
+// Runs qelserver as a child process and calls it through qelcall.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -13,30 +13,34 @@
 
 namespace qel::test {
 
-/// A test with a server in a scratch folder. The server's files, but not the server, last for the whole test.
+/// A test with a server in a scratch folder, whose files are kept when the server is started again.
 class ServerTest : public SystemFixture {
 protected:
     /// Stops the server in order.
     void TearDown() override;
 
-    /// Starts the server and waits until it answers. @param arguments  besides those for socket and data.
+    /// Starts the server and waits until it listens. @param arguments  added to those for socket and data.
     void start(std::vector<std::string> arguments);
-    /// Sends the server a signal and waits for its end. @return its exit status, 128 + number after a signal.
+    /// Sends a signal to the server and waits for its end. @return its exit status; 128 + number if a signal
+    /// ended it.
     int stop(int signal = SIGTERM);
-    /// What the server wrote to its standard output so far.
+    /// Returns what the server has written to its standard streams so far.
     std::string output();
 
-    /// Runs a line of a shell, in which `qelcall` calls the server and the working folder is the scratch one.
+    /// Runs a shell command in the scratch folder, in which `qelcall` calls the server.
     HostRun shell(const std::string& line) const;
     /// Calls the server. @return what qelcall printed, without the last newline.
     std::string call(const std::string& method, const std::string& arguments = "[]") const;
     /// Calls until the answer matches the regular expression @p pattern. @return the last answer.
     std::string callUntil(const std::string& pattern, const std::string& method,
                           const std::string& arguments = "[]") const;
-    /// Makes a file of @p bytes bytes, at most 4 MiB or a multiple of that, which are not all the same.
+    /// Creates a file of varied content. @param bytes  at most 4 MiB or a multiple of 4 MiB.
     /// @return its absolute path.
     std::string makeFile(const std::string& name, size_t bytes) const;
     const ScratchFolder folder;
+
+    /// Makes every further write of the server fail that extends a file.
+    void fillDisk() const;
 
 private:
     SmartPointer<Process> m_server;

@@ -1,4 +1,4 @@
-// Workers that flood, hang or die, and what the server keeps of them.
+// Workers that flood, hang or die.
 #include "../../hosts/qelserver/worker_pool.h"
 #include "../process/process_fixture.h"
 
@@ -15,17 +15,17 @@ using namespace qel;
 using namespace qelserver;
 using namespace testing;
 
-TEST(SilenceWatchTest, ThreeMissedHeartbeatsAreTooMany) {
+TEST(SilenceWatchTest, AWorkerHangsAfterThreeMissedHeartbeats) {
     SilenceWatch watch;
     watch.hear(true);
     for (int second = 1; second < 6; ++second) EXPECT_FALSE(watch.pass(1000)) << second;
     EXPECT_FALSE(watch.pass(999));
     EXPECT_TRUE(watch.pass(1));
     watch.hear(false);
-    EXPECT_FALSE(watch.pass(1000)) << "whatever a worker sends shows that it lives";
+    EXPECT_FALSE(watch.pass(1000)) << "anything that a worker sends counts";
 }
 
-TEST(SilenceWatchTest, AWorkerThatKnowsNoHeartbeatsOwesOnlyItsFirstAnswer) {
+TEST(SilenceWatchTest, WithoutHeartbeatsOnlyAJobNeedsAnAnswer) {
     SilenceWatch watch;
     for (int second = 0; second < 100; ++second) EXPECT_FALSE(watch.pass(1000));
     watch.expectAnswer();
@@ -37,7 +37,7 @@ TEST(SilenceWatchTest, AWorkerThatKnowsNoHeartbeatsOwesOnlyItsFirstAnswer) {
     EXPECT_TRUE(watch.pass(1000));
 }
 
-TEST(SilenceWatchTest, AHeartbeatIsNoAnswerToAJob) {
+TEST(SilenceWatchTest, AHeartbeatDoesNotAnswerAJob) {
     SilenceWatch watch;
     watch.expectAnswer();
     for (int second = 0; second < 100; ++second) {
@@ -48,7 +48,7 @@ TEST(SilenceWatchTest, AHeartbeatIsNoAnswerToAJob) {
     EXPECT_TRUE(watch.pass(1000));
 }
 
-TEST(SilenceWatchTest, AServerThatStoodStillItselfCountsOneSecond) {
+TEST(SilenceWatchTest, ASuspendedServerCountsOneSecond) {
     SilenceWatch watch;
     watch.hear(true);
     for (int i = 0; i < 5; ++i) EXPECT_FALSE(watch.pass(60'000));
@@ -61,10 +61,10 @@ protected:
         pool.reset();
         statistics.reset();
         board.reset();
-        capture.take(); // of workers that were killed again meanwhile
+        capture.take(); // lines about workers that were killed meanwhile
         ProcessFixture::TearDown();
     }
-    /// Starts one worker that is a shell script.
+    /// Starts a pool of one worker, which runs a shell script.
     void start(const std::string& script) {
         const std::string program = folder.write("worker", "#!/bin/sh\n" + script);
         chmod(program.c_str(), 0755);
@@ -95,27 +95,27 @@ std::string heartbeat() {
     return "echo '" + std::string(Packet(qeljobs::heartbeatScheme(), 0).convertToBase16String()) + "'\n";
 }
 
-TEST_F(WorkerPoolTest, AWorkerThatStopsIsKilledCountedAndStartedAgain) {
+TEST_F(WorkerPoolTest, ASuspendedWorkerIsKilledAndRestarted) {
     start(heartbeat() + "kill -STOP $$\n");
-    pollUntil([&] { return seat().restarts == 2; }); // the loop of each worker moves the clock on
+    pollUntil([&] { return seat().restarts == 2; }); // each pass of a worker's loop advances the clock
     EXPECT_GE(count("workers.hung"), 2u);
     EXPECT_GE(count("workers.lost"), 2u);
     EXPECT_THAT(capture.take(),
                 Contains(Field(&test::LogLine::text, ContainsRegex("worker [0-9]+ hangs, restart 1"))));
 }
 
-TEST_F(WorkerPoolTest, AWorkerThatTakesAJobAndSaysNothingIsRestarted) {
+TEST_F(WorkerPoolTest, AWorkerThatNeverReportsAboutItsJobIsRestarted) {
     start("while :; do :; done\n");
     board->submit("hash", {"/f"});
     board->settle(true);
-    pollUntil([&] { return pool->handOut(); });
+    pollUntil([&] { return pool->assignJobs(); });
     pollUntil([&] { return seat().restarts == 1; });
     EXPECT_EQ(count("workers.hung"), 1u);
-    EXPECT_EQ(board->waitingCount(), 1u) << "the job goes to the next";
+    EXPECT_EQ(board->waitingCount(), 1u) << "the job waits for the next worker";
     capture.take();
 }
 
-TEST_F(WorkerPoolTest, OfAFloodOfLogLinesTheServerKeepsFewAndReadsOn) {
+TEST_F(WorkerPoolTest, AFloodOfLogLinesIsTrimmed) {
     LogBackend::registerBackend(true);
     LogBackend::limitMessages(1000, 1 << 20);
     start("yes 'a line of a worker' | head -c 16000000\necho over >\"$0.over\"\nexec sleep 1000\n");
@@ -127,7 +127,7 @@ TEST_F(WorkerPoolTest, OfAFloodOfLogLinesTheServerKeepsFewAndReadsOn) {
     LogBackend::unregisterBackend();
 }
 
-TEST_F(WorkerPoolTest, OfAFloodOfPacketsNoMoreWaitThanTheLimit) {
+TEST_F(WorkerPoolTest, NoMorePacketsWaitThanTheLimit) {
     start("while :; do\n" + heartbeat() + "done\n");
     Worker& worker = *seat().worker;
     for (int round = 0; round < 20; ++round) {
@@ -141,7 +141,7 @@ TEST_F(WorkerPoolTest, OfAFloodOfPacketsNoMoreWaitThanTheLimit) {
     }
 }
 
-TEST_F(WorkerPoolTest, UnknownPacketsAreReportedASmallNumberOfTimes) {
+TEST_F(WorkerPoolTest, UnknownPacketsAreReportedAFewTimes) {
     const std::string unknown = Packet(qeljobs::jobScheme(), 0).convertToBase16String();
     start("yes '" + unknown + "' | head -n 1000\n" + heartbeat() + "exec sleep 1000\n");
     bool hasBeaten = false;
