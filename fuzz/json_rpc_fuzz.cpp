@@ -1,5 +1,5 @@
-// The JSON-RPC server with a peer that sends the input, in pieces of which the first byte tells the size.
-// What comes back must be whole lines of replies, and the server must go on answering.
+// The JSON-RPC server with a peer that sends the input in pieces, whose size is the first byte. The replies
+// must be complete lines, and the server must continue to answer.
 #include <hosts/qelserver/json_rpc_server.h>
 #include <nlohmann/json.hpp>
 #include <qel/foundation/log/message_stream.h>
@@ -73,7 +73,7 @@ void requireReplies(std::string_view text) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8* data, size_t size) {
     logging::setConsoleWriter([](const logging::ConsoleLine&) {});
-    static ManualClock clock; // stands still, so that no pass ends early
+    static ManualClock clock; // not advanced, so that no pass ends early
     Clock::install(&clock);
     if (!internal::g_system) System::initialize({});
     JsonRpcServer server("", {}, {.lineBytes = 4096, .depth = 16, .batchCalls = 8, .openCalls = 8});

@@ -1,6 +1,6 @@
-// The whole server in one process: peers that connect, send bytes, calls and batches, stop reading and
-// vanish, and workers whose packets are damaged. Each step is a few bytes of the input. Whatever happens,
-// replies must be whole and bounded, and another peer must be answered.
+// The whole server in one process, with peers that connect, send bytes, calls and batches, stop reading and
+// disconnect, and workers that send damaged packets. Each step is encoded by a few bytes of the input.
+// Replies must always be complete and of limited size, and another peer must be answered.
 #include <hosts/jobs/job_packets.h>
 #include <hosts/qelserver/json_rpc_channel.h>
 #include <hosts/qelserver/server.h>
@@ -31,15 +31,15 @@ using platform::FileError;
 
 namespace {
 
-constexpr uint32 kPeerUser = 71; // may do everything but install packages
+constexpr uint32 kPeerUser = 71; // may make all calls except those that install packages
 constexpr size_t kMostPeers = 4;
-constexpr size_t kMostReplyBytes = 3 << 20; // results and ids of a message
+constexpr size_t kMostReplyBytes = 3 << 20; // of the results and ids of one message
 
 void require(bool holds) {
     if (!holds) std::abort();
 }
 
-/// The steps that are left of the input.
+/// The part of the input that was not used yet.
 class Steps {
 public:
     Steps(const uint8* data, size_t size) : m_bytes(reinterpret_cast<const char*>(data), size) {}
@@ -60,8 +60,8 @@ private:
 /// The two directions of a connection.
 struct Wire {
     std::string toServer;
-    std::string replies; // checked and dropped line by line
-    size_t room = 0;     // how much the peer reads from now on
+    std::string replies; // checked and removed line by line
+    size_t room = 0;     // how many bytes the peer will read
     bool hasEnded = false;
     bool isLost = false;
     bool isOpen = true;
@@ -99,7 +99,7 @@ void requireReply(const json& reply) {
     require(reply.contains("result") != reply.contains("error"));
 }
 
-/// Checks the replies that are whole, and drops them.
+/// Checks complete replies and removes them.
 void checkReplies(std::string& replies) {
     for (size_t end = replies.find('\n'); end != replies.npos; end = replies.find('\n')) {
         require(end <= kMostReplyBytes);
@@ -113,7 +113,7 @@ void checkReplies(std::string& replies) {
     require(replies.size() <= kMostReplyBytes);
 }
 
-/// A worker without a process, which says what the input wants.
+/// A worker without a process, which sends what the input contains.
 class ScriptedWorker : public Worker {
 public:
     explicit ScriptedWorker(std::vector<ScriptedWorker*>& all) : Worker("") { all.push_back(this); }
@@ -133,7 +133,7 @@ public:
         m_said.push_back(event::Lost{});
         m_said.push_back(event::Started{2});
     }
-    /// Sends a packet of the scheme that @p kind chooses, about the job at hand, with damaged bytes.
+    /// Sends a packet about the current job, damaged in some bytes. @param kind  selects its scheme.
     void say(unsigned kind, std::string_view content, Steps& damage) {
         PacketScheme* const schemes[] = {qeljobs::progressScheme(), qeljobs::resultScheme(),
                                          qeljobs::failureScheme()};
@@ -158,7 +158,7 @@ private:
     int m_attempt = 0;
 };
 
-/// The rights file, for as long as the process runs.
+/// A rights file that exists while the process runs.
 class RightsFile {
 public:
     RightsFile() {
@@ -192,7 +192,7 @@ public:
     void play() {
         while (!m_steps.isOver()) step();
         requireAnswer();
-        for (const auto& wire : m_wires) { // the server waits for peers that have replies to read
+        for (const auto& wire : m_wires) { // otherwise the server would wait for peers to read replies
             if (wire) wire->isLost = true;
         }
     }
@@ -206,7 +206,7 @@ private:
         case 1:
             return send(call());
         case 2:
-            return send(batch(choice / 8 * 4)); // up to more than is allowed
+            return send(batch(choice / 8 * 4)); // may exceed the limit
         case 3:
             return worker().say(m_steps.byte(), m_steps.take(m_steps.byte()), m_steps);
         case 4:
@@ -264,7 +264,7 @@ private:
         return std::string("{\"jsonrpc\":\"2.0\",\"id\":1e3,\"method\":") + kCalls[choice % kCalls.size()] +
                "}\n";
     }
-    /// A call about the job that was submitted last.
+    /// Returns a call about the job that was submitted last.
     std::string stateCall() {
         GUID last;
         m_server.jobs().visitNewestFirst(std::numeric_limits<int64>::max(), [&](const Job& job) {
@@ -281,7 +281,7 @@ private:
         return text + "]\n";
     }
 
-    /// A new peer gets its answer, whatever the others do.
+    /// Requires that a new peer is answered.
     void requireAnswer() {
         const std::shared_ptr<Wire> last = connect();
         last->room = kMostReplyBytes;

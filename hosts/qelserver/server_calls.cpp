@@ -127,7 +127,8 @@ bool isPath(const qel::String& file) {
     return file.starts_with('/') && file.size() <= kLongestPathBytes;
 }
 
-/// Reads a list of paths. @return false unless there are 1 to kMostFiles, all of them absolute and not too long.
+/// Reads a list of paths. @return false unless there are 1 to kMostFiles, all of them absolute and not too
+/// long.
 bool readFiles(qel::Item::Iterator& args, qel::Vector<qel::String>& files) {
     qel::Item list;
     if (!args.asSubItem(list)) return false;

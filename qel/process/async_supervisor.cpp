@@ -14,11 +14,11 @@ namespace qel {
 namespace {
 
 constexpr uint32 kRoundMs = 10;
-constexpr uint32 kLongestRoundMs = 50; // when nothing has come or gone for a while
+constexpr uint32 kLongestRoundMs = 50; // when nothing was sent or received for a while
 constexpr uint32 kRestartPauseMs = 2000;
 constexpr uint32 kTimeToEndMs = 500;
 constexpr size_t kMaxPacketBytesPerRound = size_t{2} << 20;
-/// A worker that has ended leaves at most a long line and two full pipes.
+/// The remaining output of an ended worker: at most one line of maximum length and two full pipes.
 constexpr size_t kMaxLastPacketBytes = Process::kMaxLineBytes + kMaxPacketBytesPerRound;
 
 bool isThere(const String& path) {
@@ -28,7 +28,7 @@ bool isThere(const String& path) {
 
 } // namespace
 
-/// A queue whose owner may disable it for good.
+/// A queue that can be disabled for good.
 class AsyncSupervisor::Queue : public TaskQueue {
 public:
     Queue() : TaskQueue(kDeleteIO) {}
@@ -76,7 +76,7 @@ bool AsyncSupervisor::startWorker() {
     const uint32 now = system()->getTime();
     if (m_lastAlive && now - *m_lastAlive < kRestartPauseMs) return false;
     if (m_path.empty()) {
-        dropPackets(); // there is no next worker at whose start they would go
+        dropPackets(); // no next worker will be started, which would drop them
         return false;
     }
     if (!isThere(m_path)) {
@@ -84,7 +84,7 @@ bool AsyncSupervisor::startWorker() {
         m_path.clear();
         return false;
     }
-    m_lastAlive = now; // one that ends before it is seen alive has its pause too
+    m_lastAlive = now; // the pause also applies to a worker that ends at once
     m_restartRequested = false;
     m_process = new Process();
     m_process->spawn(m_path, m_arguments, nullptr, false);
@@ -99,7 +99,7 @@ void AsyncSupervisor::dropPackets() {
 }
 
 void AsyncSupervisor::receivePackets(bool isRunning) {
-    if (!m_process->hasOutput()) return; // the usual case; every read would ask the system again
+    if (!m_process->hasOutput()) return; // the usual case, in which a read would cost another system call
     m_isQuiet = false;
     ProcessPacketReader& reader = *m_process->getPacketReader();
     const size_t limit = isRunning ? kMaxPacketBytesPerRound : kMaxLastPacketBytes;
@@ -133,7 +133,7 @@ void AsyncSupervisor::enqueuePacket(Packet* packet) {
     m_outgoing.emplace_back(packet);
 }
 
-// --- the end ---------------------------------------------------------------------------------------------
+// --- stopping --------------------------------------------------------------------------------------------
 
 void AsyncSupervisor::terminate() {
     terminateAll({this});

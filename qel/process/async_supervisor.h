@@ -1,4 +1,4 @@
-// AsyncSupervisor: keeps a worker process alive and exchanges packets with it.
+// AsyncSupervisor: keeps a worker process running and exchanges packets with it.
 #pragma once
 
 #include <qel/foundation/base/containers.h>
@@ -18,67 +18,67 @@
 
 namespace qel {
 
-/// Runs a worker program, starts it again 2 s after it was last seen alive when it has quit, hands its
-/// packets to a subclass and carries packets to it. All of that happens in a loop on a queue of its own.
+/// Runs a worker program. If the worker quits, it is started again 2 s after it was last seen running.
+/// Packets from the worker are passed to a subclass, and enqueued packets are sent to the worker. All of this
+/// happens in a loop on a queue of its own.
 ///
-/// A subclass handles the packets and calls start() and terminate(). It must call terminate() in its own
-/// destructor at the latest, since the loop calls its operations. A subclass that keeps what it is sent for
-/// somebody else calls pauseReading() when that has become too much.
-/// Needs System.
+/// A subclass handles the packets and calls start() and terminate(). It must call terminate() in its
+/// destructor at the latest, because the loop calls its operations. A subclass that stores packets for
+/// another thread calls pauseReading() when it has stored too many. Requires System.
 class QEL_API AsyncSupervisor : public Object {
     QEL_CLASS(AsyncSupervisor, Object)
 
 public:
-    /// @param path  the worker's program, as Process::spawn() takes it, but with its folder.
+    /// @param path  the path of the worker's program, including its folder.
     explicit AsyncSupervisor(const String& path);
-    /// Ends a loop and a worker that were not terminated.
+    /// Ends the loop and the worker if terminate() was not called.
     ~AsyncSupervisor() override;
     AsyncSupervisor(const AsyncSupervisor&) = delete;
     AsyncSupervisor& operator=(const AsyncSupervisor&) = delete;
 
-    /// Stops many supervisors at the cost of one: each gets what terminate() does, but all their workers are
-    /// asked, waited for and killed together, so that even those that don't answer take little more than half
-    /// a second in all.
-    /// @threads any thread but those of the supervisors' loops.
+    /// Does what terminate() does for several supervisors at the same time: all workers are asked to end,
+    /// waited for and killed together, so that it takes little more than half a second even if none of them
+    /// responds.
+    /// @threads any thread except those of the supervisors' loops.
     static void terminateAll(const Vector<AsyncSupervisor*>& supervisors);
 
 protected:
-    /// A worker was started, or could not be; packets enqueued from now on reach it.
-    /// @threads the loop's, as for the next two.
+    /// Is called after an attempt to start a worker, successful or not. Packets that are enqueued from now on
+    /// are sent to it. @threads the loop's, as for the next two.
     virtual void onSubprocessStarted() = 0;
-    /// The worker has quit by itself and will be started again.
+    /// Is called when the worker has quit by itself; it will be started again.
     virtual void onSubprocessQuit() = 0;
-    /// The worker has sent a packet, which is not bound to a scheme yet.
+    /// Is called for each packet from the worker, which is not bound to a scheme yet.
     virtual void onPacket(Packet* packet) = 0;
 
-    /// Begins the loop, which calls tick() every 10 ms, and less and less often, down to every 50 ms, while
-    /// nothing comes or goes.
+    /// Starts the loop, which calls tick() every 10 ms. While nothing is sent or received, the interval grows
+    /// to 50 ms.
     void start();
-    /// Ends the loop, sends the worker ProcessProtocol::Terminate, gives it 500 ms to end and kills it then.
-    /// start() does nothing from now on.
-    /// @threads any thread but the loop's.
+    /// Ends the loop, sends ProcessProtocol::Terminate to the worker, and kills it if it has not ended after
+    /// 500 ms. start() does nothing from now on.
+    /// @threads any thread except the loop's.
     void terminate();
-    /// One round: starts a worker if none runs, takes its packets, sends what was enqueued, notes its end.
-    /// A round ends after 2 MiB of packets, so that a worker that never stops sending does not stop the rest.
-    /// For subclasses that drive the rounds themselves instead of by start().
+    /// Runs one round: starts a worker if none is running, receives its packets, sends enqueued packets and
+    /// detects its end. A round receives at most 2 MiB of packets, so that a worker that sends without a
+    /// pause does not block the loop. Subclasses that do not call start() call it themselves.
     void tick();
-    /// Stops or resumes taking the output of the worker. While it is stopped the pipes fill up, and the
-    /// worker blocks as soon as it writes more. What a worker that has ended left behind is taken in any
+    /// Pauses or resumes reading the output of the worker. While reading is paused, the pipes fill up and the
+    /// worker blocks when it writes more. The remaining output of a worker that has ended is read in any
     /// case.
-    /// @threads any thread; onPacket() may call it too, which then ends the round.
+    /// @threads any thread. A pause by onPacket() also ends the round.
     void pauseReading(bool isPaused) { m_isReadingPaused = isPaused; }
-    /// Sends @p packet in the next round. What is enqueued while no worker runs is dropped when the next one
-    /// is started.
-    /// @owner keeps a reference until it is sent. @threads any thread.
+    /// Sends @p packet in the next round. Packets that are enqueued while no worker is running are dropped
+    /// when the next one is started.
+    /// @owner holds a reference until the packet is sent. @threads any thread.
     void enqueuePacket(Packet* packet);
 
-    /// Makes the next round kill the worker, which then counts as one that has quit. For subclasses that
-    /// notice that a worker hangs. @threads any thread.
+    /// Makes the next round kill the worker, which is then treated as one that has quit. For subclasses that
+    /// detect a worker that hangs. @threads any thread.
     void restartWorker() { m_restartRequested = true; }
-    /// The worker; null while there is none. @threads the loop's.
+    /// Returns the worker; null while there is none. @threads the loop's.
     Process* getProcess() const { return m_process.get(); }
-    /// The worker's command line, as Process::spawn() takes it: its own name first. Empty stands for the path
-    /// alone. To be filled before start(). @threads the loop's from then on.
+    /// The command line for Process::spawn(), beginning with the name of the program. If it is empty, the
+    /// path is used. Must be set before start(). @threads the loop's after start().
     List<String> m_arguments;
 
 private:
@@ -94,11 +94,11 @@ private:
     bool isWorkerRunning();
     void endWorker();
 
-    String m_path; // empty when the file is missing
+    String m_path; // empty if the file does not exist
     std::unique_ptr<Queue> m_queue;
-    SmartPointer<Process> m_process;   // of the loop, or of who ended the loop
-    std::optional<uint32> m_lastAlive; // also the last attempt to start
-    bool m_isQuiet = true;             // nothing has come or gone in this round
+    SmartPointer<Process> m_process;   // used by the loop, and by the thread that ended the loop
+    std::optional<uint32> m_lastAlive; // also set by each attempt to start
+    bool m_isQuiet = true;             // nothing was sent or received in this round
     std::atomic<bool> m_terminating{false};
     std::atomic<bool> m_restartRequested{false};
     std::atomic<bool> m_isReadingPaused{false};

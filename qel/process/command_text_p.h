@@ -1,12 +1,13 @@
-// Command lines as people read them in logs.
+// Command lines as text for logs.
 #pragma once
 
 #include <qel/foundation/base/string.h>
 
 namespace qel::internal {
 
-/// The arguments, without the blanks around them, joined by blanks. One that holds a blank is put in double
-/// quotes unless it begins with one. For reading only: it can't be cut into arguments again.
+/// Returns the arguments without leading and trailing spaces, joined by spaces. An argument that contains a
+/// space is enclosed in double quotes unless it begins with one. The text can't be split into arguments
+/// again.
 template <typename Texts>
 String commandText(const Texts& arguments) {
     String text;

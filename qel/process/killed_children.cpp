@@ -16,7 +16,7 @@ Mutex g_mutex;
 Vector<int64> g_killed QEL_GUARDED_BY(g_mutex);
 std::atomic<bool> g_hasKilled{false};
 
-// A child that others have collected is gone too.
+// Includes children that other code has collected.
 bool isGone(int64 id) {
     bool ended = false;
     int exitCode = 0;

@@ -1,4 +1,4 @@
-// Children that were killed without waiting for their end.
+// Collects children that were killed without waiting for their end.
 #pragma once
 
 #include <qel/foundation/base/types.h>
@@ -6,19 +6,19 @@
 
 namespace qel::internal {
 
-/// Remembers a child that has been killed, so that it is taken off the process table once it has ended.
+/// Remembers a killed child, so that it is removed from the process table once it has ended.
 /// @threads any thread.
 QEL_API void addKilledChild(int64 id);
 
-/// Takes the remembered children that have ended off the process table. Every operation of Process that
-/// looks at its child calls this, and so does every pass of System; it costs next to nothing while no killed
-/// child is remembered.
+/// Removes the remembered children that have ended from the process table. It is called by every operation of
+/// Process that checks its child and by every pass of System, and costs almost nothing while no killed child
+/// is remembered.
 /// @threads any thread.
 QEL_API void collectKilledChildren();
 
-/// Waits until all remembered children have ended, and takes them off the process table. System calls this
-/// when it is deinitialized, since no pass follows.
-/// @param timeoutMs  the longest wait: a child that the kernel holds up ends late even when killed.
+/// Waits until all remembered children have ended, and removes them from the process table. System calls it
+/// in deinitialize(), because no pass follows.
+/// @param timeoutMs  the longest wait; a killed child may end late if it is blocked in the kernel.
 /// @threads any thread.
 QEL_API void awaitKilledChildren(int timeoutMs);
 

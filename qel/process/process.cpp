@@ -17,18 +17,17 @@ namespace {
 
 constexpr size_t kPipeCapacity = 0x100000;
 constexpr int kKillTimeoutMs = 10'000;
-/// Enough to make room for the longest line, step by step, and to take as much as a pipe holds behind it; a
-/// child that writes on and on without a line end is left alone then.
+/// Enough to grow the buffer step by step for the longest line and to read a full pipe after it. More is not
+/// read at once from a child that writes without line ends.
 constexpr int kMaxPumpsPerLine = 32;
 
-/// Makes the pipe between a stream's two ends. @param childReads  whether the child's end is the one for
-/// reading.
+/// Creates the pipe of a stream. @param childReads  true if the child reads from it.
 FileError openPipe(internal::ChildStream& stream, bool childReads) {
     platform::Pipe pipe;
     if (const FileError error = platform::makePipe(pipe, kPipeCapacity)) return error;
     stream.ownEnd = std::move(childReads ? pipe.writing : pipe.reading);
     stream.childEnd = std::move(childReads ? pipe.reading : pipe.writing);
-    stream.wasClosed = false; // by an attempt that failed
+    stream.wasClosed = false; // it may be set by a failed attempt
     return platform::setNonBlocking(stream.ownEnd);
 }
 
@@ -36,14 +35,14 @@ bool isNothingNow(const FileError& error) {
     return error == std::errc::resource_unavailable_try_again;
 }
 
-/// Kills a child that this process may still collect: the number of any other may have a new owner.
+/// Kills a child that was not collected yet, whose id therefore can't belong to another process.
 FileError killChild(int64 id, bool wait) {
     bool ended = false;
     int exitCode = 0;
     FileError error = platform::collectChild(id, ended, exitCode);
     if (error || ended) return error;
     error = platform::killProcess(id);
-    const bool isCollectedLater = Object::system() != nullptr; // by a pass, or by the end of System
+    const bool isCollectedLater = Object::system() != nullptr; // by a pass or by the end of System
     std::vector<platform::ProcessHandle> handles(1);
     if ((wait || !isCollectedLater) && !handles.front().open(id))
         internal::waitForAll(handles, kKillTimeoutMs);
@@ -86,7 +85,7 @@ FileError internal::ChildInput::write() {
     return {};
 }
 
-// --- life ------------------------------------------------------------------------------------------------
+// --- child -----------------------------------------------------------------------------------------------
 
 Process::Process() : m_state(std::make_unique<State>()) {}
 
@@ -157,7 +156,7 @@ bool Process::collect() {
     return !ended;
 }
 
-// Somebody else collected the child, or keeps the system from remembering it.
+// Other code collected the child, or SIGCHLD is ignored.
 void Process::loseExitStatus(int64 code) {
     logging::error() << "Failed to retrieve process exit code, trying to terminate it";
     setError(code);
@@ -287,7 +286,7 @@ bool Process::popReadAction() {
     return std::exchange(m_readAction, false);
 }
 
-// --- what became of it -----------------------------------------------------------------------------------
+// --- status ----------------------------------------------------------------------------------------------
 
 void Process::setError(int64 code) {
     m_state->lastError = code;

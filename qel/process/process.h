@@ -21,13 +21,14 @@ namespace qel {
 class ProcessPacketReader;
 class ProcessPacketWriter;
 
-/// Runs a child program and talks to it line by line, or by packets. Nothing ever waits: whoever drives the
-/// object polls it, and each call takes from the pipes and gives to them what is possible at this moment.
+/// Runs a child program and exchanges lines or packets with it. No operation blocks unless it says so: the
+/// owner polls the object, and each call reads from and writes to the pipes as much as is possible at that
+/// moment.
 ///
-/// A Process is spawned once; where that failed, again with another program. Its streams close one by one and
-/// stay closed. The end of the child closes none of them, since this side keeps the child's ends open: what
-/// the child wrote can be read behind its end, and a last line without a line feed is delivered once the
-/// stream was closed, as terminate() does.
+/// A Process is spawned once; only after a failure may spawn() be called again. A closed stream stays closed.
+/// The end of the child does not close the streams, because this object keeps the child's ends open: what the
+/// child wrote can still be read after its end, and a last line without a line feed is delivered once the
+/// stream is closed, for example by terminate().
 ///
 /// @code
 /// SmartPointer<Process> process(new Process());
@@ -41,21 +42,21 @@ class ProcessPacketWriter;
 /// }
 /// @endcode
 ///
-/// The destructor kills a child that still runs. No ended child stays in the process table: one that is
-/// killed without waiting is collected by the next operation of any Process, the next pass of System or
-/// System::deinitialize(). Without System every kill waits for the end of the child.
-/// @threads one thread at a time; different objects on different threads at once.
+/// The destructor kills a child that is still running. No ended child stays in the process table: a child
+/// that is killed without waiting is collected by the next operation of any Process, the next pass of System
+/// or System::deinitialize(). Without System, every kill waits for the end of the child.
+/// @threads one thread at a time; different objects may be used on different threads at the same time.
 class QEL_API Process : public Object {
     QEL_CLASS(Process, Object)
 
 public:
-    /// The longest line that is delivered, in bytes. A longer one is dropped with an error in the log, and
-    /// reading goes on behind its end.
+    /// The longest line that is delivered, in bytes. A longer line is dropped with an error in the log, and
+    /// reading continues after it.
     static constexpr size_t kMaxLineBytes = size_t{64} << 20;
 
-    /// No child yet.
+    /// Creates an object without a child.
     Process();
-    /// Closes the streams and kills a child that still runs, without waiting for it.
+    /// Closes the streams and kills a child that is still running, without waiting for its end.
     ~Process() override;
     Process(const Process&) = delete;
     Process& operator=(const Process&) = delete;
@@ -63,105 +64,108 @@ public:
     /// Starts @p path without arguments.
     bool spawn(const String& path);
     /// Starts a program.
-    /// @param path  the program; a name without a slash is looked for in $PATH.
-    /// @param args  the whole command line, the program's name first. Each entry reaches the child as it is,
-    ///              whatever its characters: there is no shell. When empty, path stands for it.
-    /// @param workingDirectory  null or empty for the own one.
-    /// @param quiet  leaves out the line about the start, and the first of the two about a failure.
-    /// @return whether the child runs. @errors logged; see error().
+    /// @param path  the program; a name without a slash is searched in $PATH.
+    /// @param args  the whole command line, beginning with the program's name. Each entry is passed to the
+    ///              child unchanged, because no shell is involved. If it is empty, @p path is used.
+    /// @param workingDirectory  null or empty for the working directory of this process.
+    /// @param quiet  true to omit the log line about the start, and the first of the two about a failure.
+    /// @return true if the child was started. @errors logged; see error().
     bool spawn(const String& path, const List<String>& args, const char* workingDirectory, bool quiet);
 
-    /// Moves what can be moved between the pipes and the buffers.
-    /// @return whether the child runs.
+    /// Transfers as many bytes as possible between the pipes and the buffers.
+    /// @return true if the child is running.
     bool tick();
-    /// Closes the streams and kills the child; its exit status is -1 then.
-    /// @param wait  waits for its end, for at most 10 s.
-    /// @return false when the child could not be killed; true without a child.
+    /// Closes the streams and kills the child, whose exit status is then -1.
+    /// @param wait  true to wait at most 10 s for its end.
+    /// @return false if the child could not be killed; true if there is no child.
     bool terminate(bool wait);
 
-    /// Queues @p line and a line feed for the child's standard input; what fits goes out at once.
+    /// Queues @p line and a line feed for the child's standard input, and writes as much as possible at once.
     void writeLine(const String& line);
-    /// Takes the next line that the child wrote to standard output, without its end. A line ends at a line
-    /// feed or a carriage return, so that "\r\n" gives an empty line too.
-    /// @return false while there is none.
+    /// Takes the next line that the child wrote to standard output, without its line end. A line ends at a
+    /// line feed or a carriage return, so that "\r\n" adds an empty line.
+    /// @return false if there is none.
     bool readLine(String& line);
-    /// As readLine(), of standard error.
+    /// As readLine(), for standard error.
     bool readErrLine(String& line);
-    /// Ends the child's standard input; what has not gone out yet is lost.
+    /// Closes the child's standard input; bytes that were not written yet are lost.
     void closeStdin();
 
-    /// Whether standard output is closed and all of it was read.
+    /// Returns true if standard output is closed and all of it was read.
     bool isEOF();
-    /// Whether standard error is closed and all of it was read.
+    /// Returns true if standard error is closed and all of it was read.
     bool isErrEOF();
-    /// Whether anything came in since the last call; a caller sleeps only if not.
+    /// Returns true if anything was received since the last call. A caller that polls sleeps only if it
+    /// returns false.
     bool popReadAction();
 
-    /// Whether a call of the system has failed.
+    /// Returns true if a system call has failed.
     bool error() const;
-    /// The system's text for the last failure; empty without one.
+    /// Returns the system's text for the last failure; empty if there was none.
     String errorText() const;
-    /// What the child ended with: its exit status, 128 + the number of the signal that ended it, or -1 after
-    /// terminate(); 0 before its end.
+    /// Returns the exit status of the child; 128 + the number of the signal that ended it, -1 after
+    /// terminate(), 0 before its end.
     int exitStatus() const;
-    /// The system's number of the child, also after its end; 0 before spawn().
+    /// Returns the process id of the child, also after its end; 0 before spawn().
     int64 getProcessId() const;
-    /// Sends the child and its process group what Ctrl-C sends. Without a child does nothing.
+    /// Sends the signal of Ctrl-C to the child and its process group. Does nothing without a child.
     void sendBreak();
 
-    /// What reads packets from the child's standard output and logs its other lines.
-    /// @owner this object, which makes it on first use.
+    /// Returns the reader of packets from the child's standard output, which logs all other lines.
+    /// @owner this object, which creates it on first use.
     ProcessPacketReader* getPacketReader();
-    /// What writes packets to the child's standard input.
-    /// @owner this object, which makes it on first use.
+    /// Returns the writer of packets to the child's standard input.
+    /// @owner this object, which creates it on first use.
     ProcessPacketWriter* getPacketWriter();
 
-    /// The number of this process. @threads any thread.
+    /// Returns the id of this process. @threads any thread.
     static int64 currentId();
-    /// Whether a process runs whose program has the file name @p name; case does not count.
+    /// Returns true if a process is running whose program has the file name @p name, ignoring case.
     /// @threads any thread, as for the next six.
     static bool exists(const char* name);
-    /// Whether the process @p pid runs.
+    /// Returns true if the process @p pid is running.
     static bool exists(int64 pid);
-    /// The numbers of all processes whose program has the file name @p name; case does not count.
+    /// Returns the ids of all processes whose program has the file name @p name, ignoring case.
     static Set<int64> getAllProcessId(String name);
-    /// The command line of a process, its arguments joined by blanks and those with blanks in double quotes;
-    /// empty when it can't be told.
+    /// Returns the command line of a process, its arguments joined by spaces and those with spaces in double
+    /// quotes; empty if it can't be determined.
     static String getCommandLineOfProcess(int64 pid);
-    /// When the process @p pid was started, in ticks of 100 ns since 1601-01-01 UTC; 0 when it can't be told.
+    /// Returns the start time of the process @p pid in units of 100 ns since 1601-01-01 UTC; 0 if it can't be
+    /// determined.
     static int64 startTime(int64 pid);
-    /// Kills all processes whose program has the file name @p name, case aside, one after the other.
-    /// @param exclude    numbers of processes to spare.
-    /// @param timeoutMs  how long to wait for the end of each.
+    /// Kills all processes whose program has the file name @p name, ignoring case, one after the other.
+    /// @param exclude    ids of processes that are not killed.
+    /// @param timeoutMs  how long to wait for the end of each, in milliseconds.
     /// @return how many there were. @errors logged.
     static int terminateProcessesByName(const char* name, const Set<int64>& exclude, uint32 timeoutMs);
-    /// Waits until no process runs that does now and whose program has one of the file names @p names.
-    /// @param timeoutMs  below 0 for ever.
-    /// @return false when some still run, or when waiting failed, which is logged.
+    /// Waits until all processes have ended that are running now and whose program has one of the file names
+    /// @p names.
+    /// @param timeoutMs  the longest wait in milliseconds; negative for no limit.
+    /// @return false if some are still running, or if waiting failed, which is logged.
     static bool waitForProcessesToTerminate(const Set<String>& names, int timeoutMs);
 
 protected:
-    /// Takes over streams that are open already, in place of a child's: from @p output and @p error lines are
-    /// read, to @p input they are written. They must not block. A closed handle is a closed stream.
+    /// Uses streams that are already open instead of a child's: lines are read from @p output and @p error,
+    /// and written to @p input. They must be non-blocking. A closed handle counts as a closed stream.
     void connect(platform::FileHandle input, platform::FileHandle output, platform::FileHandle error);
 
-    /// Moves what can be moved on all three streams: writeStdin(), readStdout(), readStderr().
+    /// Calls writeStdin(), readStdout() and readStderr().
     void processIO();
-    /// Gives the child what is queued for it, as far as it takes it.
+    /// Writes as many queued bytes as possible to the child.
     void writeStdin();
-    /// Takes what the child wrote to standard output, as far as there is room.
+    /// Reads what the child wrote to standard output while there is room.
     void readStdout();
-    /// Takes what the child wrote to standard error, as far as there is room.
+    /// Reads what the child wrote to standard error while there is room.
     void readStderr();
-    /// One of the child's two outputs.
+    /// The two outputs of the child.
     enum class Output { Stdout, Stderr };
-    /// Takes the next line of @p output; moves on the streams only if no whole line waits.
+    /// Takes the next line of @p output; reads from the stream only if no complete line is buffered.
     bool readLineInternal(Output output, String& line);
-    /// Closes standard output for good; what was read before can still be taken.
+    /// Closes standard output; buffered lines can still be taken.
     void closeStdout();
-    /// Closes standard error for good; what was read before can still be taken.
+    /// Closes standard error; buffered lines can still be taken.
     void closeStderr();
-    /// Notes a failure for error() and errorText(). @param code  the system's.
+    /// Stores a failure for error() and errorText(). @param code  the system's error code.
     void setError(int64 code);
 
 private:
@@ -171,9 +175,9 @@ private:
 
     bool startChild(const String& path, const List<String>& args, const char* workingDirectory);
     void closeStreams();
-    /// Returns how many bytes of @p output have been read and wait to be taken.
+    /// Returns how many bytes of @p output are buffered.
     size_t waitingBytes(Output output) const;
-    /// Whether bytes of either output wait to be taken, as of the last time that the streams were moved.
+    /// Returns true if bytes of either output were buffered when the streams were last read.
     bool hasOutput() const;
     bool collect();
     void loseExitStatus(int64 code);

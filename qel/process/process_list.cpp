@@ -21,7 +21,7 @@ String nameOf(const platform::ProcessEntry& process) {
     return String(process.name).utf8_lowercase();
 }
 
-/// The numbers of the processes whose programs have one of the names, which are in lower case.
+/// Returns the ids of the processes whose programs have one of the names, which are in lower case.
 FileError findProcesses(const Set<String>& names, Set<int64>& ids) {
     std::vector<platform::ProcessEntry> processes;
     const FileError error = platform::listProcesses(processes);
@@ -31,7 +31,7 @@ FileError findProcesses(const Set<String>& names, Set<int64>& ids) {
     return error;
 }
 
-/// What a failed step of ending processes of one name has to say.
+/// Logs a failed step of ending the processes of one name.
 struct TerminationLog {
     const String& name;
 
@@ -42,7 +42,7 @@ struct TerminationLog {
     }
 };
 
-/// @return whether the process has ended.
+/// Returns true if the process has ended.
 bool endProcess(int64 id, uint32 timeoutMs, const TerminationLog& log) {
     std::vector<ProcessHandle> handles(1);
     const FileError error = handles.front().open(id);
@@ -64,7 +64,7 @@ bool waitFailed(const FileError& error) {
     return true;
 }
 
-/// Handles of those that have not ended meanwhile.
+/// Returns handles of the processes that have not ended meanwhile.
 FileError openAll(const Set<int64>& ids, std::vector<ProcessHandle>& handles) {
     for (const int64 id : ids) {
         ProcessHandle handle;

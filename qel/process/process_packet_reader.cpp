@@ -10,13 +10,13 @@ namespace qel {
 namespace {
 
 constexpr uint32 kLinesBetweenTimeChecks = 256;
-/// What a call takes beyond the bytes that were read before it: twice what a pipe holds, so that it takes all
-/// that was there when it began.
+/// The bytes that a call takes in addition to the buffered ones: twice the capacity of a pipe, so that it
+/// takes everything that was in the pipe when it began.
 constexpr size_t kMaxNewBytesPerCall = size_t{2} << 20;
 
 constexpr uint32 kLinesBeforeTrimming = 257;
 constexpr size_t kKeptLines = 256;
-/// Lines as long as a child may send them are not kept by the hundred. 256 lines of 64 KiB fit.
+/// Bounds the memory for the last lines; 256 lines of 64 KiB fit.
 constexpr size_t kMaxKeptBytes = size_t{16} << 20;
 constexpr uint32 kTooManyLines = 10'000;
 
@@ -27,20 +27,20 @@ constexpr int kErrorLevel = 3;
 
 } // namespace
 
-/// Watches over the length of a call.
+/// Limits the duration of a call.
 class ProcessPacketReader::Watch {
 public:
     Watch(uint32 startTime, uint32 timeout) : m_startTime(startTime), m_timeout(timeout) {}
 
     void beginStream(size_t waitingBytes) { m_bytesLeft = waitingBytes + kMaxNewBytesPerCall; }
-    /// Whether the time is over.
+    /// Returns true if the time is over.
     bool isOver() const { return m_timeout != 0 && system()->getTime() - m_startTime > m_timeout; }
-    /// Notes a line that was taken. @return whether the time is over.
+    /// Counts a line that was taken. @return true if the time is over.
     bool takeLine(const String& line) {
         m_bytesLeft -= std::min(line.size() + 1, m_bytesLeft);
         return ++m_lines % kLinesBetweenTimeChecks == 0 && isOver();
     }
-    /// Whether as much was taken of the stream as one call may.
+    /// Returns true if one call must not take more from the stream.
     bool isStreamOver() const { return m_bytesLeft == 0; }
 
 private:
@@ -66,7 +66,7 @@ SmartPointer<Packet> ProcessPacketReader::readTimeout(uint32 startTime, uint32 t
     return readOutput(watch);
 }
 
-/// @return false when the time is over.
+/// Logs the lines of standard error. @return false if the time is over.
 bool ProcessPacketReader::drainErrors(Watch& watch) {
     watch.beginStream(m_process->waitingBytes(Process::Output::Stderr));
     String line;
@@ -135,7 +135,7 @@ void ProcessPacketReader::logTrimmed() {
     const int warningLevel = levelOfTrouble(kWarningLevel);
     const String count = std::to_string(total);
     const String errorCount = std::to_string(errors);
-    // The line about warnings prints the figure of the errors; who reads these logs expects it.
+    // The line about warnings prints the count of errors, because readers of these logs expect it.
     if (warnings != 0) log(warningLevel, "... trimmed " + count + " lines (" + errorCount + " warnings) ...");
     if (errors != 0)
         log(liveLevel(kError), "... trimmed " + count + " lines (" + errorCount + " errors) ...");

@@ -1,4 +1,4 @@
-// ProcessPacketReader: packets from a child, and its other output as lines of the log.
+// ProcessPacketReader: reads packets from a child and logs its other output.
 #pragma once
 
 #include <qel/foundation/base/smart_pointer.h>
@@ -16,50 +16,51 @@
 
 namespace qel {
 
-/// Reads a child's two outputs. Lines that are packets are returned; all others go to the log, each behind
-/// "[PID:" and the child's number and "] ", and behind the text of setLogPrefix().
+/// Reads the two outputs of a child. Lines that are packets are returned. All other lines are logged after
+/// "[PID:", the child's process id, "] " and the text of setLogPrefix().
 ///
-/// The level follows from what a line holds: "[ERROR]" or "[WARN]" gives error, "[VERBOSE]" verbose, all
-/// others info; everything from standard error gives error.
+/// The level depends on the content: lines that contain "[ERROR]" or "[WARN]" and all lines from standard
+/// error are logged as errors, lines that contain "[VERBOSE]" as verbose, and all others as info.
 ///
 /// With a trimmed log, the first 257 lines of a child are logged at once, and the last 256 when the reader is
-/// destroyed, with a count of the lines left out between them. Of the last lines at most 16 MiB are kept.
+/// destroyed, with the number of omitted lines between them. At most 16 MiB of the last lines are kept.
 ///
 /// Created by Process::getPacketReader(). @threads that of its Process.
 class QEL_API ProcessPacketReader : public PacketReader {
     QEL_CLASS(ProcessPacketReader, PacketReader)
 
 public:
-    /// Reads from @p process, of which it takes no reference.
+    /// Reads from @p process. @owner holds no reference to it.
     explicit ProcessPacketReader(Process* process);
-    /// Logs what a trimmed log kept back.
+    /// Logs the last lines of a trimmed log.
     ~ProcessPacketReader() override;
 
-    /// Whether there is a process with an open standard output.
+    /// Returns true if the process exists and its standard output is open.
     bool valid() override { return static_cast<bool>(m_process); }
     /// As readTimeout() without a limit.
     SmartPointer<Packet> read() override;
-    /// Logs what waits on standard error, then what waits on standard output up to the first packet.
-    /// However fast the child writes, of each stream no more is taken in one call than what had been read
-    /// before and twice what a pipe can hold, so that it always returns.
-    /// @param timeout  0 for no limit, else null is returned once more than this has passed since
-    ///                 @p startTime, in milliseconds of System::getTime(); looked at every 256 lines.
-    /// @return the packet, which is not bound to a scheme; null when there is none.
+    /// Logs the available lines of standard error, then those of standard output up to the first packet. To
+    /// return even if the child writes without a pause, one call takes from each stream no more than the
+    /// buffered bytes and twice the capacity of a pipe.
+    /// @param timeout  the time in milliseconds after @p startTime, a value of System::getTime(), after which
+    ///                 null is returned; 0 for no limit. It is checked every 256 lines.
+    /// @return the packet, which is not bound to a scheme; null if there is none.
     SmartPointer<Packet> readTimeout(uint32 startTime, uint32 timeout) override;
 
-    /// What stands between the child's number and each line.
+    /// Sets the text between the child's process id and each line.
     void setLogPrefix(SmartCStr text) { m_logPrefix = text.c_str(); }
-    /// Lines without a tag are logged as verbose. Off by default.
+    /// Sets whether lines without a tag are logged as verbose. Off by default.
     void setRedirectUntaggedToVerbose(bool on) { m_untaggedIsVerbose = on; }
-    /// Warnings, errors and everything from standard error are logged as info. Off by default.
+    /// Sets whether warnings, errors and all lines from standard error are logged as info. Off by default.
     void setStderrAsInfo(bool on) { m_stderrIsInfo = on; }
-    /// Keeps a child that floods its output from flooding the log. It stays on.
+    /// Trims the log, so that a child that floods its output does not flood the log. It can't be switched
+    /// off.
     void enableTrimmedLog() { m_isTrimmed = true; }
-    /// Forgets the process.
+    /// Detaches the reader from its process.
     void invalidate() { m_process = nullptr; }
 
 private:
-    /// What a line is, numbered as the counters of the trimmed log are.
+    /// The kinds of lines, which are also indices of the counters of the trimmed log.
     enum Kind : unsigned { kUntagged = 0, kWarning = 1, kError = 2, kVerbose = 3 };
     struct Line {
         Kind kind;
@@ -78,7 +79,7 @@ private:
     void logTrimmed();
 
     WeakPointer<Process> m_process;
-    int64 m_processId = 0; // the last that was seen
+    int64 m_processId = 0; // the last known id
     String m_logPrefix;
     bool m_untaggedIsVerbose = false;
     bool m_stderrIsInfo = false;
@@ -86,7 +87,7 @@ private:
     uint32 m_lineCount = 0;
     std::deque<Line> m_kept;
     size_t m_keptBytes = 0;
-    std::array<uint64, 4> m_trimmed{}; // by kind of the line whose coming dropped one
+    std::array<uint64, 4> m_trimmed{}; // by kind of the new line that displaced one
 };
 
 } // namespace qel

@@ -1,4 +1,4 @@
-// ProcessPacketWriter: packets to a child's standard input.
+// ProcessPacketWriter: writes packets to a child's standard input.
 #pragma once
 
 #include <qel/foundation/base/types.h>
@@ -11,25 +11,25 @@
 
 namespace qel {
 
-/// Sends each packet as a line of text. Made by Process::getPacketWriter().
+/// Sends each packet as a line of text. Created by Process::getPacketWriter().
 /// @threads that of its Process.
 class QEL_API ProcessPacketWriter : public PacketWriter {
     QEL_CLASS(ProcessPacketWriter, PacketWriter)
 
 public:
-    /// Writes to @p process, of which it takes no reference.
+    /// Writes to @p process. @owner holds no reference to it.
     explicit ProcessPacketWriter(Process* process) : m_process(process) {}
 
-    /// Whether there is a process with an open standard input.
+    /// Returns true if the process exists and its standard input is open.
     bool valid() override { return static_cast<bool>(m_process); }
-    /// Queues @p packet for the child; without a process does nothing.
+    /// Queues @p packet for the child. Does nothing if the process does not exist.
     void write(Packet* packet) override;
 
-    /// Every packet gets this port before it goes out; the change stays in the packet.
+    /// Sets the port of every packet that is written from now on. The packets themselves are changed.
     void setPort(short port) { m_port = port; }
-    /// Packets keep their ports from now on.
+    /// Keeps the ports of packets unchanged from now on.
     void disablePort() { m_port.reset(); }
-    /// Forgets the process.
+    /// Detaches the writer from its process.
     void invalidate() { m_process = nullptr; }
 
 private:

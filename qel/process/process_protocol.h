@@ -6,10 +6,10 @@
 
 namespace qel::ProcessProtocol {
 
-/// Asks the worker to end in order. Id 1, no fields.
+/// Asks the worker to end. Id 1, no fields.
 extern QEL_API PacketScheme* const Terminate;
 
-/// Tells the worker which plugins and scripts it is to run. Id 1003. Fields: "pluginsHashes" (Item),
+/// Specifies which plugins and scripts the worker runs. Id 1003. Fields: "pluginsHashes" (Item),
 /// "initScript" and "startupScript" (String), "index" (32-bit signed, 0 by default).
 extern QEL_API PacketScheme* const PluginsHashes;
 

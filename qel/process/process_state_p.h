@@ -12,8 +12,8 @@
 
 namespace qel::internal {
 
-/// This side's end of a stream, and the child's, which is kept open too: so the child's end alone closes
-/// nothing, and a write never meets a pipe without a reader, which would raise a signal.
+/// Both ends of a stream. The child's end is kept open as well, so that the end of the child does not close
+/// the stream, and a write never meets a pipe without a reader, which would raise a signal.
 struct ChildStream {
     platform::FileHandle ownEnd;
     platform::FileHandle childEnd;
@@ -27,22 +27,22 @@ struct ChildStream {
     }
 };
 
-/// A stream from the child and what has come out of it.
+/// A stream from the child and the bytes that were read from it.
 struct ChildOutput : ChildStream {
     LineQueue lines;
 
-    /// Reads while there is room. @return the failure that ended it, if any.
+    /// Reads while there is room. @return the error that stopped it, if any.
     platform::FileError read(bool& gotData);
-    /// Takes a line that is there, were it the unfinished last one of a closed stream.
+    /// Takes the next line, or the unfinished last line of a closed stream.
     bool takeLine(String& line) { return lines.takeLine(line) || (!isOpen() && lines.takeRest(line)); }
     bool isAtEnd() const { return !isOpen() && lines.empty(); }
 };
 
-/// A stream to the child and what waits to go into it.
+/// A stream to the child and the bytes that have not been written to it yet.
 struct ChildInput : ChildStream {
     ByteQueue bytes;
 
-    /// Writes as much as fits. @return the failure that ended it, if any.
+    /// Writes as much as possible. @return the error that stopped it, if any.
     platform::FileError write();
 };
 

@@ -8,7 +8,7 @@ namespace qel::internal {
 
 namespace {
 
-/// What is left of a limit.
+/// Returns the time that is left.
 class TimeLimit {
 public:
     explicit TimeLimit(int timeoutMs) : m_timeoutMs(timeoutMs) {}
@@ -35,7 +35,7 @@ platform::FileError waitForAll(std::vector<platform::ProcessHandle>& processes, 
         if (error) return error;
         size_t index = 0;
         const size_t count = std::erase_if(processes, [&](const auto&) { return ended[index++]; });
-        if (count == 0) break; // the time is over, also on a clock that stands still
+        if (count == 0) break; // timed out, also with a clock that does not advance
     }
     return {};
 }

@@ -1,4 +1,4 @@
-// Waiting for the end of processes.
+// Waits for the end of processes.
 #pragma once
 
 #include <qel/platform/child_process.h>
@@ -7,8 +7,8 @@
 
 namespace qel::internal {
 
-/// Waits until all of @p processes have ended or @p timeoutMs have passed, below 0 for ever. Those that still
-/// run are left in the list.
+/// Waits until all @p processes have ended, or until @p timeoutMs milliseconds have passed if that is not
+/// negative. Afterwards @p processes contains those that are still running.
 platform::FileError waitForAll(std::vector<platform::ProcessHandle>& processes, int timeoutMs);
 
 } // namespace qel::internal

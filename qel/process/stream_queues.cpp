@@ -11,9 +11,9 @@ namespace qel::internal {
 
 namespace {
 
-/// An empty queue gives back the memory of exceptional lines.
+/// A larger capacity is freed when the queue becomes empty.
 constexpr size_t kKeptCapacity = size_t{1} << 20;
-/// The longest line must fit, and something behind it to show that it ends.
+/// The largest capacity: the longest line and some bytes after it, to see where it ends.
 constexpr size_t kLastCapacity = Process::kMaxLineBytes + LineQueue::kFirstCapacity;
 
 } // namespace

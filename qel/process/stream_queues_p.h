@@ -1,4 +1,4 @@
-// What waits between a child's streams and the lines that its owner reads and writes.
+// Queues between the streams of a child and the lines that its owner reads and writes.
 #pragma once
 
 #include <qel/foundation/base/buffer.h>
@@ -6,28 +6,28 @@
 
 namespace qel::internal {
 
-/// The bytes that came out of a stream, cut into lines. They stand side by side in memory and are moved to
-/// its front only when at least as many have been taken, or when a line needs the room, so that the cost of
-/// moving stays in proportion.
+/// The bytes that were read from a stream, split into lines. The bytes are contiguous. They are moved to the
+/// front only when at least as many bytes have been taken, or when a line needs the space, so that the cost
+/// of moving stays proportional to the input.
 class QEL_API LineQueue {
 public:
-    /// Bytes that it holds before it grows.
+    /// The initial capacity in bytes.
     static constexpr size_t kFirstCapacity = 65536;
 
-    /// Where the next bytes of the stream go; empty when there is no room.
+    /// Returns the space for the next bytes of the stream; empty if there is none.
     ByteSpan room();
-    /// The first @p count bytes of room() have been filled.
+    /// Adds the first @p count bytes of room(), which the caller has filled.
     void append(size_t count) { m_end += count; }
-    /// Takes the next whole line, without its line feed or carriage return.
-    /// @return false when none is there; there is room for more of it then.
+    /// Takes the next complete line, without its line feed or carriage return.
+    /// @return false if there is none; room() is not empty then.
     bool takeLine(String& line);
-    /// Takes what is left behind the last line end, of a stream that has ended. @return false when nothing.
+    /// Takes the bytes after the last line end of a stream that has ended. @return false if there are none.
     bool takeRest(String& line);
-    /// Whether all bytes were taken.
+    /// Returns true if all bytes were taken.
     bool empty() const { return m_begin == m_end; }
-    /// Whether there is no room before the next takeLine().
+    /// Returns true if there is no room until the next takeLine().
     bool isFull() const { return !empty() && m_end == m_bytes.getSize(); }
-    /// How many bytes wait to be taken.
+    /// Returns the number of bytes that were not taken yet.
     size_t size() const { return m_end - m_begin; }
 
 private:
@@ -40,21 +40,21 @@ private:
 
     Buffer m_bytes; // its size is the capacity
     size_t m_begin = 0;
-    size_t m_scanned = 0; // from the beginning up to here there is no line end
+    size_t m_scanned = 0; // there is no line end between m_begin and here
     size_t m_end = 0;
-    bool m_isDropping = false; // of a line that was too long, the rest is still to come
+    bool m_isDropping = false; // true until the end of a line that was too long
 };
 
-/// The bytes that wait to go into a stream.
+/// The bytes that have not been written to a stream yet.
 class QEL_API ByteQueue {
 public:
     /// Adds bytes at the end.
     void append(ConstByteSpan bytes);
-    /// What waits.
+    /// Returns the bytes that are not written yet.
     ConstByteSpan waiting() const {
         return {m_bytes.getBytePointer() + m_begin, m_bytes.getSize() - m_begin};
     }
-    /// The first @p count bytes have gone.
+    /// Removes the first @p count bytes, which were written.
     void remove(size_t count);
     /// Drops everything.
     void clear();

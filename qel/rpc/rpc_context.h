@@ -1,4 +1,4 @@
-// RpcContext: what the handler of a remote call sees of its call.
+// RpcContext: the handler's access to a remote call.
 #pragma once
 
 #include <qel/foundation/base/containers.h>
@@ -15,64 +15,67 @@ namespace qel {
 
 class RpcContextInternal;
 
-/// A handler's hold on one call. The call stays open as long as a context of it lives: a handler may copy its
-/// context, return, and call finish() later from any place; dropping the last copy finishes the call too.
+/// Refers to one call and keeps it open. A handler may copy its context, return, and call finish() later from
+/// anywhere; the destruction of the last context finishes the call as well.
 ///
 /// A context that was moved from may only be destroyed or assigned to.
-/// @threads contexts may be copied and dropped on any thread; args() and result() belong to one at a time.
+/// @threads contexts may be copied and destroyed on any thread; args() and result() may be used by one thread
+///          at a time.
 class QEL_API RpcContext {
 public:
-    /// Looks at the call after something happened to it. @return false when it has seen enough.
+    /// Is called after an event of the call. @return false to be removed.
     using EventHandler = std::function<bool(const RpcContext&)>;
 
-    /// A further context of @p call. @owner holds a reference to @p owner, which keeps @p call alive; null
-    /// when that is sure anyway.
+    /// Creates another context of @p call. @owner holds a reference to @p owner, which keeps @p call alive;
+    /// null if the caller ensures that otherwise.
     RpcContext(RpcContextInternal& call, Object* owner);
-    /// A further context of the same call.
+    /// Creates another context of the same call.
     RpcContext(const RpcContext& other);
-    /// Takes over the place of @p other in its call.
+    /// Takes over the reference of @p other to its call.
     RpcContext(RpcContext&& other) noexcept;
-    /// Drops this context as the destructor does and stands in for @p other's call.
+    /// Releases this context's call as the destructor does, and refers to the call of @p other instead.
     RpcContext& operator=(RpcContext other) noexcept;
-    /// Finishes the call when this was its last context.
+    /// Finishes the call if this was its last context.
     ~RpcContext();
 
-    /// Reads the arguments; one reader that all contexts of the call share.
+    /// Returns the reader of the arguments, which all contexts of the call share.
     Item::Iterator& args() const;
-    /// All arguments.
+    /// Returns all arguments.
     const Item& getArguments() const;
-    /// What the caller gets: the handler adds elements to it before it finishes the call.
+    /// Returns the result for the caller. The handler adds elements to it before it finishes the call.
     Item& result() const;
-    /// The name under which the call came.
+    /// Returns the name of the method that was called.
     const String& getMethodName() const;
-    /// Hands the result to the caller. Only the first time has an effect.
+    /// Passes the result to the caller. Only the first call of a remote call's finish() has an effect.
     void finish() const;
 
-    /// The connection that the call came by; null for a call from inside the process.
+    /// Returns the connection that the call came by; null for a call from inside the process.
     Object* getCaller() const;
-    /// The user on whose behalf the call is made; all zero for none.
+    /// Returns the user on whose behalf the call is made; zero if there is none.
     GUID getUserGUID() const;
-    /// Whether the caller has the right named @p right. A call from inside the process has none: it was never
-    /// asked for one.
+    /// Returns true if the caller has the right named @p right. A call from inside the process has no rights,
+    /// because it needs none.
     bool hasRight(const char* right) const;
 
-    /// Appends the paths that the caller offers.
+    /// Appends the paths that the caller offers to @p paths.
     void getRemotePaths(Vector<String>& paths) const;
-    /// Where a file for the service @p target is to be stored; empty when nothing is stored under that name.
+    /// Returns the path at which a file for the service @p target must be stored; empty if that service
+    /// stores no files.
     String getFileTransferTargetPath(const char* target) const;
-    /// Starts to transfer files between caller and callee.
-    /// @param direction  1 uploads, from the caller to here; other values are the transport's.
-    /// @param files      for each file the path at the caller and the path here.
+    /// Starts to transfer files between the caller and this process.
+    /// @param direction  1 to upload from the caller to this process; the transport defines other values.
+    /// @param files      for each file, its path at the caller and its path here.
     void initiateFileTransfer(int direction, const Vector<Pair<String, String>>& files) const;
-    /// Asks for the end of the transfer. @param code  0 for success. @param status  in words.
-    /// @return false while it goes on, or when there is none; the outputs are left alone then.
+    /// Checks if the transfer has ended. @param code  receives 0 for success. @param status  receives a
+    /// description.
+    /// @return false, without changing the parameters, while the transfer is running or if there is none.
     bool getFileTransferStatus(int& code, String& status) const;
-    /// Keeps the call open and has @p handler called whenever something happens to it, until it returns
-    /// false. A handler added while handlers are being called is called from the next time on.
+    /// Keeps the call open and calls @p handler after every event of the call until it returns false. A
+    /// handler that is added while handlers are being called is first called for the next event.
     void addEventHandler(EventHandler handler) const;
 
 private:
-    RpcContextInternal* m_call; // null when moved from
+    RpcContextInternal* m_call; // null after a move
     SmartPointer<Object> m_owner;
 };
 

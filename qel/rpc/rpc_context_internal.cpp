@@ -21,8 +21,8 @@ void RpcContextInternal::addEventHandler(RpcContext::EventHandler handler) {
     ++m_eventHandlerCount;
 }
 
-/// The event handlers that are called for one event. They are out of the list meanwhile, since they may add
-/// others and bring about further events; those that stay go back in front.
+/// The event handlers that are called for one event. They are removed from the list meanwhile, because they
+/// may add handlers and cause further events. Those that remain are put back in front.
 class RpcContextInternal::Round {
 public:
     explicit Round(RpcContextInternal& call) : m_call(call) { handlers.swap(call.m_eventHandlers); }
@@ -58,7 +58,7 @@ void RpcContextInternal::run(const RpcFunction& function, Object* owner) {
     logIfForgotten("");
 }
 
-/// To be called while one context is held: whether nobody else does.
+/// Logs that the call was not finished if the caller holds its only context.
 void RpcContextInternal::logIfForgotten(const char* where) const {
     if (m_liveCount.load(std::memory_order_acquire) != 1 || isFinished()) return;
     logging::error() << "rpc call '" << m_methodName << "' ended without calling finish" << where;

@@ -1,4 +1,4 @@
-// RpcContextInternal: the state of one remote call, and what a transport supplies for it.
+// RpcContextInternal: the state of one remote call, from which transports derive their calls.
 #pragma once
 
 #include <qel/foundation/base/containers.h>
@@ -14,16 +14,17 @@
 
 namespace qel {
 
-/// What a remote call runs. It reads its arguments, adds to the result and finishes the call, now or later.
+/// The handler of a remote call. It reads the arguments, adds to the result and finishes the call, now or
+/// later.
 using RpcFunction = std::function<void(const RpcContext&)>;
 
-/// The state of one call. A transport derives its own kind of call from it, which is or belongs to an Object
-/// that the contexts keep alive.
+/// The state of one call. A transport derives its own class of calls from it. The derived object is an
+/// Object, or belongs to one, which the contexts keep alive.
 ///
-/// The transport decodes a request into setMethodName() and setArguments(), asks hasRight() for the right
-/// that the provider recorded, runs the handler by run(), and sends result() when finish() is called. When a
-/// file transfer has moved on, it calls callEventHandlers().
-/// @threads main thread, but for what RpcContext allows.
+/// The transport decodes a request and passes it to setMethodName() and setArguments(). It checks with
+/// hasRight() for the right that the provider recorded, runs the handler with run(), and sends result() when
+/// finish() is called. When a file transfer has made progress, it calls callEventHandlers().
+/// @threads main thread, except for what RpcContext allows.
 class QEL_API RpcContextInternal {
 public:
     RpcContextInternal();
@@ -31,8 +32,8 @@ public:
     RpcContextInternal& operator=(const RpcContextInternal&) = delete;
     virtual ~RpcContextInternal();
 
-    /// Hands the result to the caller; what comes after the first time has no effect. It is reached from
-    /// whichever thread drops the last context.
+    /// Passes the result to the caller; only the first call has an effect. It is also called by the thread
+    /// that destroys the last context.
     virtual void finish() = 0;
     /// As RpcContext::getFileTransferTargetPath.
     virtual String getFileTransferTargetPath(const char* target) const = 0;
@@ -49,9 +50,9 @@ public:
     /// As RpcContext::getUserGUID.
     virtual GUID getUserGUID() const = 0;
 
-    /// Stores the name of the handler to call; null counts as "".
+    /// Sets the name of the method; null counts as "".
     void setMethodName(const char* name) { m_methodName = name; }
-    /// Stores a copy of the arguments; args() starts over.
+    /// Sets the arguments to a copy; args() starts at the first one again.
     void setArguments(const Item& arguments);
 
     /// As RpcContext::args.
@@ -62,27 +63,27 @@ public:
     Item& result() { return m_result; }
     /// As RpcContext::getMethodName.
     const String& getMethodName() const { return m_methodName; }
-    /// Whether finish() was called. @threads any thread.
+    /// Returns true if finish() was called. @threads any thread.
     bool isFinished() const { return m_finished.load(std::memory_order_acquire); }
 
     /// As RpcContext::addEventHandler.
     void addEventHandler(RpcContext::EventHandler handler);
-    /// Whether somebody waits for events of this call.
+    /// Returns true if the call has event handlers.
     bool hasEventHandlers() const { return m_eventHandlerCount != 0; }
-    /// Something has happened to the call: calls each event handler once, in the order they were added, with
-    /// a context that keeps @p caller alive, and lets go of those that return false.
-    /// @param caller  the Object that keeps this call alive.
-    /// @errors logged when the last one lets go of a call that nobody has finished. An exception of a handler
-    ///         passes through; the handler stays.
+    /// Calls each event handler once, in the order in which they were added, and removes those that return
+    /// false. A transport calls it after an event of the call.
+    /// @param caller  the Object that keeps this call alive; the handlers' contexts hold a reference to it.
+    /// @errors logged if the last handler is removed and the call was not finished. Exceptions of a handler
+    ///         pass through; the handler is kept.
     void callEventHandlers(Object* caller);
 
 protected:
-    /// Calls @p function with a context that keeps @p owner alive. A call that nobody holds on to afterwards
-    /// ends with it.
-    /// @errors logged when such a call was not finished. Exceptions of @p function pass through;
-    ///         std::bad_function_call when it is empty.
+    /// Calls @p function with a context that keeps @p owner alive. The call is finished afterwards if no
+    /// other context or event handler keeps it open.
+    /// @errors logged if such a call was not finished by its handler. Exceptions of @p function pass through;
+    ///         std::bad_function_call if it is empty.
     void run(const RpcFunction& function, Object* owner);
-    /// Marks the call finished. @return whether this was the first time. @threads any thread.
+    /// Marks the call as finished. @return true the first time. @threads any thread.
     bool markFinished() { return !m_finished.exchange(true, std::memory_order_acq_rel); }
 
 private:
@@ -99,7 +100,7 @@ private:
     std::atomic<bool> m_finished{false};
     std::atomic<int> m_liveCount{0}; // contexts and event handlers
     List<RpcContext::EventHandler> m_eventHandlers;
-    size_t m_eventHandlerCount = 0; // those that are being called count too
+    size_t m_eventHandlerCount = 0; // includes those that are being called
 };
 
 } // namespace qel

@@ -34,7 +34,8 @@ void RpcHandle::execute(TaskContext&) {
         fail();
         return;
     }
-    const std::shared_ptr<const RpcFunction> handler = found->second; // it may remove itself
+    const std::shared_ptr<const RpcFunction> handler =
+        found->second; // a copy, because the handler may remove itself
     run(*handler, this);
 }
 

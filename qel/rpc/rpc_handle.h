@@ -13,8 +13,8 @@ namespace internal {
 class RpcRegistry;
 }
 
-/// A call from inside the process, made by RpcProvider::createLocalRPC(). Its handler runs on the main
-/// thread, in the pass after start(). A local caller is trusted: no right is asked for.
+/// A call from inside the process, created by RpcProvider::createLocalRPC(). Its handler runs on the main
+/// thread, in the pass after start(). A local caller is trusted and needs no rights.
 ///
 /// @code
 /// SmartPointer<RpcHandle> call = provider.createLocalRPC();
@@ -29,40 +29,40 @@ class QEL_API RpcHandle : public TaskQueue::Task, public RpcContextInternal {
 public:
     ~RpcHandle() override;
 
-    /// Names the user on whose behalf the call is made; nobody is when it is never called.
+    /// Sets the user on whose behalf the call is made; none by default.
     void setUserGUID(const GUID& user) { m_user = user; }
-    /// Queues the call for the main thread; later calls do nothing.
-    /// @return true, or false when the provider has died: the call has failed and is finished then.
+    /// Queues the call for the main thread, the first time only.
+    /// @return false if the provider was destroyed; the call has then failed and is finished.
     /// @owner    the queue holds a reference until the handler has returned.
     /// @threads  any thread.
     bool start();
-    /// Blocks until the call is finished or its provider has died; looks every 50 ms.
-    /// @threads any but the main thread, which runs the call.
+    /// Blocks until the call is finished or its provider was destroyed; checks every 50 ms.
+    /// @threads any thread except the main thread, which runs the call.
     void wait();
-    /// Whether start() was called. @threads any thread.
+    /// Returns true if start() was called. @threads any thread.
     bool hasStarted() const { return m_started.load(std::memory_order_acquire); }
-    /// Whether nobody was there to take the call: no handler has its name. What a handler makes of its
-    /// arguments is in the result. @threads any thread.
+    /// Returns true if the call could not be run, because its method or the provider does not exist. Errors
+    /// of a handler are not included. @threads any thread.
     bool hasFailed() const { return m_failed.load(std::memory_order_acquire); }
 
-    /// Called once, when the call is finished, on the thread that finishes it.
+    /// Is called once, when the call is finished, on the thread that finishes it.
     Delegate<void(RpcHandle*)> delegateFinished;
 
-    /// Calls delegateFinished, the first time.
+    /// Calls delegateFinished the first time.
     void finish() override;
-    /// Empty: nothing is transferred within a process.
+    /// Returns "", because files are not transferred within a process.
     String getFileTransferTargetPath(const char* target) const override;
     /// Does nothing.
     void initiateFileTransfer(int direction, const Vector<Pair<String, String>>& files) override;
-    /// False.
+    /// Returns false.
     bool getFileTransferStatus(int& code, String& status) const override;
-    /// Adds none.
+    /// Adds nothing.
     void getRemotePaths(Vector<String>& paths) const override;
-    /// False, whatever the right.
+    /// Returns false for every right.
     bool hasRight(const char* right) const override;
-    /// Null.
+    /// Returns null.
     Object* getCaller() const override;
-    /// What setUserGUID() stored.
+    /// Returns the user that setUserGUID() set.
     GUID getUserGUID() const override { return m_user; }
 
 private:

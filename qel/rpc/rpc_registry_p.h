@@ -1,4 +1,4 @@
-// RpcRegistry: what a provider shares with its local calls, which may outlive it.
+// RpcRegistry: the part of a provider that its local calls share. They may outlive the provider.
 #pragma once
 
 #include <qel/foundation/base/mutex.h>
@@ -12,26 +12,26 @@
 
 namespace qel::internal {
 
-/// The handlers and rights by name, and the way to the provider's queue for as long as it lives.
-/// @threads the maps belong to the main thread.
+/// Holds the handlers and rights by name, and the provider's queue until the provider is destroyed.
+/// @threads the maps are used on the main thread only.
 class RpcRegistry : public Object {
     QEL_CLASS(RpcRegistry, Object)
 
 public:
     explicit RpcRegistry(TaskQueue* queue) : m_queue(queue) {}
 
-    /// Queues @p task. @return false when the provider has died. @threads any thread.
+    /// Queues @p task. @return false if the provider was destroyed. @threads any thread.
     bool post(TaskQueue::Task* task) {
         const MutexLock lock(m_mutex);
         if (m_queue) m_queue->pushTask(task, 0);
         return m_queue != nullptr;
     }
-    /// Whether the provider has died. @threads any thread.
+    /// Returns true if the provider was destroyed. @threads any thread.
     bool isClosed() {
         const MutexLock lock(m_mutex);
         return m_queue == nullptr;
     }
-    /// The provider dies: nothing is queued any more.
+    /// Detaches the queue, because the provider is being destroyed.
     void close() {
         const MutexLock lock(m_mutex);
         m_queue = nullptr;
@@ -41,7 +41,7 @@ public:
     std::unordered_map<String, String> rights;
 
 private:
-    Mutex m_mutex; // before the queue's
+    Mutex m_mutex; // locked before the queue's
     TaskQueue* m_queue QEL_GUARDED_BY(m_mutex);
 };
 

@@ -18,12 +18,12 @@ constexpr const char* kInstallerPathTail = "/NovixServerInstaller.exe";
 constexpr const char* kSilently = " /S";
 constexpr int kUpload = 1;
 
-/// "[RPC:" name "] ", which begins all that is logged about a call.
+/// Returns "[RPC:" name "] ", which precedes every log line about a call.
 String tag(const RpcContext& context) {
     return "[RPC:" + context.getMethodName() + "] ";
 }
 
-/// @return false while the upload goes on.
+/// Finishes the call if the upload has ended. @return false while it is running.
 bool endUpload(const RpcContext& context) {
     int code = 0;
     String status;
@@ -59,7 +59,7 @@ UpdateMechanism::UpdateMechanism() {
 }
 
 void UpdateMechanism::registerRpcCalls(RpcProvider* provider) {
-    // The calls may outlive this object.
+    // The registered calls may outlive this object.
     const auto call = [self = WeakPointer<UpdateMechanism>(this)](auto member) {
         return [self, member](const RpcContext& context) {
             if (self) (self.get()->*member)(context);

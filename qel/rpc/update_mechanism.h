@@ -1,4 +1,4 @@
-// UpdateMechanism: lets a server receive an installer from a client and run it.
+// UpdateMechanism: receives an installer from a client and runs it.
 #pragma once
 
 #include <qel/foundation/base/delegate.h>
@@ -10,26 +10,28 @@ namespace qel {
 class RpcContext;
 class RpcProvider;
 
-/// Three remote calls that replace the running server by a newer one: upload the installer, back up the data,
-/// run the installer. A successful start of the installer ends this process as an interrupt does.
+/// Provides three remote calls that replace the running server by a newer one: they upload the installer,
+/// back up the data and run the installer. After a successful start of the installer, this process ends as it
+/// does on an interrupt.
 /// @threads main thread.
 class QEL_API UpdateMechanism : public Object {
     QEL_CLASS(UpdateMechanism, Object)
 
 public:
-    /// The backup succeeds, by doing nothing, until the host connects its own.
+    /// Connects a backup that does nothing and succeeds; the host replaces it by its own.
     UpdateMechanism();
 
-    /// Registers "upload_update_package", "install_update_package" and "backup_data". A call that comes when
-    /// this object has died returns without a result.
+    /// Registers "upload_update_package", "install_update_package" and "backup_data". After the destruction
+    /// of this object, calls of the last two have no result.
     void registerRpcCalls(RpcProvider* provider);
-    /// Backs up, starts the installer that was uploaded, and sets the interrupt flag.
-    /// @return whether the installer was started; what becomes of it is not observed.
-    /// @errors logged: an installer runs already, the backup failed, there is no installer, or it does not
-    ///         start.
+    /// Backs up the data, starts the uploaded installer and sets the interrupt flag. It does not wait for the
+    /// installer.
+    /// @return true if the installer was started.
+    /// @errors logged: an installer is already running, the backup failed, the installer does not exist or
+    ///         can't be started.
     bool installUpdatePackage();
 
-    /// Backs up the host's data; false when that failed. "install_update_package" calls it twice.
+    /// Backs up the host's data; returns false if that failed. "install_update_package" calls it twice.
     Delegate<bool()> delegateBackup;
 
 private:

@@ -10,7 +10,7 @@ namespace qel {
 
 namespace {
 
-/// A parsed URI; its parts are ranges of the text, which must outlive it.
+/// A parsed URI. Its parts are ranges of the text, which must outlive it.
 class ParsedURI {
 public:
     explicit ParsedURI(const char* text) {
@@ -21,7 +21,7 @@ public:
     ParsedURI(const ParsedURI&) = delete;
     ParsedURI& operator=(const ParsedURI&) = delete;
     ~ParsedURI() {
-        if (m_isValid) uriFreeUriMembersA(&m_uri); // a failed parse has freed what it made
+        if (m_isValid) uriFreeUriMembersA(&m_uri); // a failed parse frees its memory itself
     }
 
     bool isValid() const { return m_isValid; }

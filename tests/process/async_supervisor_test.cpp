@@ -1,4 +1,4 @@
-// Supervised workers; `cat` is a worker that sends every packet back and ignores Terminate.
+// Supervised workers. `cat` serves as a worker that sends every packet back and ignores Terminate.
 #include <tests/process/counting_supervisor.h>
 
 #include <gmock/gmock.h>
@@ -17,7 +17,7 @@ using namespace testing;
 
 class Supervision : public ProcessFixture {
 protected:
-    /// Drives rounds until @p condition holds, without letting time pass.
+    /// Runs rounds until @p condition holds, without advancing the clock.
     void roundsUntil(Supervisor& supervisor, const std::function<bool()>& condition) {
         waitUntil([&] {
             supervisor.tick();
@@ -38,10 +38,10 @@ TEST_F(Supervision, AMissingWorkerIsReportedOnce) {
     }
     capture.expect(3, "worker binary not found under path: /nowhere/worker");
     EXPECT_EQ(supervisor.started, 0);
-    EXPECT_EQ(packet->getReferenceCount(), 1) << "packets that nobody will take don't pile up";
+    EXPECT_EQ(packet->getReferenceCount(), 1) << "packets are not kept if they can't be sent";
 }
 
-TEST_F(Supervision, AWorkerThatEndsOrCannotStartIsTriedAgainAfterTwoSecondsAlsoOverTheWrapOfTheClock) {
+TEST_F(Supervision, AWorkerIsStartedAgainAfterTwoSeconds) {
     const ScratchFolder folder;
     clock.advanceMs(0xFFFFFFFFLL - 3'000);
     for (const char* content : {"#!/bin/sh\nexit 1\n", "no program"}) {
@@ -60,9 +60,9 @@ TEST_F(Supervision, AWorkerThatEndsOrCannotStartIsTriedAgainAfterTwoSecondsAlsoO
     }
 }
 
-TEST_F(Supervision, WhatAWorkerSentBeforeItDiedIsDeliveredAndPacketsFromBeforeItsStartAreDropped) {
+TEST_F(Supervision, PacketsOfAWorkerThatDiedAreDelivered) {
     Supervisor supervisor("/bin/sh");
-    // Sends the first packet twice, half of it once more, floods standard error and dies.
+    // Sends the first packet twice, half of it once more, floods standard error and ends.
     supervisor.m_arguments = {"sh", "-c",
                               "read p; echo $p; echo $p; printf %.20s $p; seq 1000 >&2; kill -9 $$"};
     supervisor.enqueue(99);
@@ -71,7 +71,7 @@ TEST_F(Supervision, WhatAWorkerSentBeforeItDiedIsDeliveredAndPacketsFromBeforeIt
     EXPECT_EQ(capture.take().size(), 1 + 1000 + 1u);
 }
 
-TEST_F(Supervision, ManyWorkersThatIgnoreTerminateStopInTheTimeOfOne) {
+TEST_F(Supervision, WorkersThatIgnoreTerminateAreKilledTogether) {
     std::vector<std::unique_ptr<Supervisor>> supervisors;
     Vector<AsyncSupervisor*> all;
     for (int i = 0; i < 64; ++i) {
@@ -85,14 +85,14 @@ TEST_F(Supervision, ManyWorkersThatIgnoreTerminateStopInTheTimeOfOne) {
     EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
 }
 
-/// A clock that gives workers all the time that they need.
+/// A clock that gives workers as much time as they need.
 class PatientClock : public ManualClock {
 public:
     using ManualClock::ManualClock;
     void sleep(unsigned) override { std::this_thread::yield(); }
 };
 
-TEST_F(Supervision, AWorkerThatHeedsTerminateEndsByItselfAndNoOtherIsStarted) {
+TEST_F(Supervision, AWorkerMayEndByItselfAfterTerminate) {
     const ScratchFolder folder;
     PatientClock patient(clock.steadyNanoseconds());
     Clock::install(&patient);
@@ -111,7 +111,7 @@ TEST_F(Supervision, AWorkerThatHeedsTerminateEndsByItselfAndNoOtherIsStarted) {
 
 // --- workers that send too much --------------------------------------------------------------------------
 
-/// Holds a few packets at most and is not read beyond that.
+/// Stores a few packets at most and pauses reading beyond that.
 class Holder : public Supervisor {
 public:
     static constexpr int kMost = 10;
@@ -134,8 +134,8 @@ private:
     }
 };
 
-TEST_F(Supervision, NoMorePacketsComeThanTheOwnerHasRoomForAndNoneIsLost) {
-    constexpr int kSent = 2000; // some 12 MB
+TEST_F(Supervision, APauseLimitsPacketsWithoutLoss) {
+    constexpr int kSent = 2000; // about 12 MB
     Holder supervisor("/bin/sh");
     supervisor.m_arguments = {"sh", "-c", "read p; yes \"$p\" | head -n 2000; read end"};
     roundsUntil(supervisor, [&] {
@@ -145,7 +145,7 @@ TEST_F(Supervision, NoMorePacketsComeThanTheOwnerHasRoomForAndNoneIsLost) {
     });
 }
 
-TEST_F(Supervision, WhatAPausedWorkerLeftBehindIsDelivered) {
+TEST_F(Supervision, PacketsOfAPausedWorkerThatEndedAreDelivered) {
     Holder supervisor("/bin/sh");
     supervisor.m_arguments = {"sh", "-c", "read p; echo $p; echo $p; kill -9 $$"};
     supervisor.pauseReading(true);
@@ -154,7 +154,7 @@ TEST_F(Supervision, WhatAPausedWorkerLeftBehindIsDelivered) {
     capture.expect(2, kQuit);
 }
 
-TEST_F(Supervision, AWorkerThatNeverStopsSendingDoesNotHoldARoundUp) {
+TEST_F(Supervision, AWorkerThatNeverStopsSendingDoesNotBlock) {
     Supervisor supervisor("/bin/sh");
     supervisor.m_arguments = {"sh", "-c", "read p; yes \"$p\""};
     roundsUntil(supervisor, [&] { return supervisor.received().size() > 1000; });

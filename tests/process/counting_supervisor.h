@@ -1,4 +1,4 @@
-// A supervisor for tests, whose worker sends every packet back.
+// A supervisor for tests whose worker sends every packet back.
 #pragma once
 
 #include <qel/process/async_supervisor.h>
@@ -13,7 +13,7 @@ namespace qel::test {
 
 constexpr const char* kQuit = "subprocess quit unexpectedly, restarting";
 
-/// A packet with @p index and a text that follows from it.
+/// Returns a packet with @p index and a text that depends on it.
 inline SmartPointer<Packet> makePacket(int64 index) {
     const SmartPointer<Packet> packet(new Packet(ProcessProtocol::PluginsHashes, 0));
     packet->setInteger("index", index);
@@ -21,7 +21,7 @@ inline SmartPointer<Packet> makePacket(int64 index) {
     return packet;
 }
 
-/// Counts what happens. To each worker it sends the packet of that worker's number first.
+/// Counts events. It first sends the packet of its number to each worker.
 class Supervisor : public AsyncSupervisor {
 public:
     explicit Supervisor(const std::string& path) : AsyncSupervisor(path) { disableSmartPointers(); }
@@ -35,7 +35,7 @@ public:
     using AsyncSupervisor::tick;
 
     void enqueue(int64 index) { enqueuePacket(makePacket(index).get()); }
-    /// The packets that came back; -1 for one that isn't as it was sent, or came behind the worker's end.
+    /// The packets that came back; -1 for one that was changed or arrived after the worker's end.
     std::vector<int64> received() const {
         const MutexLock lock(m_mutex);
         return m_received;

@@ -1,4 +1,4 @@
-// Child programs of tests.
+// Helpers for tests with child programs.
 #pragma once
 
 #include <qel/platform/child_process.h>
@@ -22,12 +22,12 @@
 
 namespace qel::test {
 
-/// Calls @p step until it is true. Nothing bounds it but the limit of the whole test.
+/// Calls @p step until it returns true. Only the time limit of the test ends it otherwise.
 inline void waitUntil(const std::function<bool()>& step) {
     while (!step()) std::this_thread::yield();
 }
 
-/// How many descriptors this process has open.
+/// Returns the number of open descriptors of this process.
 inline int countDescriptors() {
     int count = 0;
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd"))
@@ -35,13 +35,13 @@ inline int countDescriptors() {
     return count;
 }
 
-/// Whether this process has children, were they ended ones; takes none off the process table.
+/// Returns true if this process has children, including ended ones. Does not collect them.
 inline bool hasChildren() {
     siginfo_t any;
     return waitid(P_ALL, 0, &any, WEXITED | WNOHANG | WNOWAIT) == 0 || errno != ECHILD;
 }
 
-/// Reads and writes a socket in place of a child.
+/// A Process that is connected to a socket instead of a child.
 class Wire : public Process {
 public:
     Wire() {
@@ -65,15 +65,15 @@ class ProcessFixture : public SystemFixture {
 protected:
     using Pointer = SmartPointer<Process>;
 
-    /// Starts @p script with @p argument as its $0, without a line in the log.
+    /// Starts a shell script with @p argument as its $0, without a log line.
     static Pointer runShell(const std::string& script, const std::string& argument = "") {
         Pointer process(new Process());
         EXPECT_TRUE(process->spawn("/bin/sh", {"sh", "-c", script, argument}, nullptr, true));
         return process;
     }
-    /// The next line of standard output, waited for.
+    /// Waits for the next line of standard output.
     static std::string line(Process& process) { return next(process, &Process::readLine); }
-    /// The next line of standard error, waited for.
+    /// Waits for the next line of standard error.
     static std::string errorLine(Process& process) { return next(process, &Process::readErrLine); }
     /// Waits for the end of the child. @return its exit status.
     static int finish(Process& process) {

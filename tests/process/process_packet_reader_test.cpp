@@ -1,4 +1,4 @@
-// Packets from a child, and its other lines in the log.
+// Packets from a child, and the log of its other lines.
 #include <tests/process/process_fixture.h>
 #include <tests/support/formats_page.h>
 
@@ -14,14 +14,15 @@ namespace {
 
 using namespace testing;
 
-/// A Terminate for port 3.
+/// Returns a Terminate packet for port 3.
 std::string terminateLine() {
     return "PKTB16[" + documentedBytes("process/terminate") + "]";
 }
 
 class PacketLines : public ProcessFixture {
 protected:
-    /// A child that has written @p output and, to standard error, @p errors, and has ended.
+    /// Returns a child that has written @p output to standard output and @p errors to standard error, and has
+    /// ended.
     Pointer childOf(const std::string& output, const std::string& errors = "") {
         const std::string out = m_folder.write("out", output);
         const std::string error = m_folder.write("error", errors);
@@ -44,7 +45,7 @@ private:
     std::string m_prefix;
 };
 
-TEST_F(PacketLines, APacketIsReturnedAndWhatIsBehindItWaits) {
+TEST_F(PacketLines, APacketIsReturnedBeforeLaterLines) {
     const Pointer process = childOf("before\n\n" + terminateLine() + "\nPKTB16[00]\nbehind\nPKTB16[open\n");
     ProcessPacketReader& reader = *process->getPacketReader();
     const SmartPointer<Packet> packet = reader.read();
@@ -58,7 +59,7 @@ TEST_F(PacketLines, APacketIsReturnedAndWhatIsBehindItWaits) {
                             logged(1, "behind"), logged(1, "PKTB16[open")));
 }
 
-TEST_F(PacketLines, TagsDecideTheLevelAndStandardErrorComesFirst) {
+TEST_F(PacketLines, TagsAndStreamsDecideTheLevel) {
     for (const auto& [redirect, asInfo, plain, trouble] :
          {std::tuple(false, false, 1, 3), {true, false, 0, 3}, {false, true, 1, 1}}) {
         const Pointer process =
@@ -75,7 +76,7 @@ TEST_F(PacketLines, TagsDecideTheLevelAndStandardErrorComesFirst) {
     }
 }
 
-TEST_F(PacketLines, ATimeoutIsLookedAtOnEntry) {
+TEST_F(PacketLines, ATimeoutIsCheckedOnEntry) {
     const Pointer process = childOf(repeat(1, 600));
     const uint32 now = system().getTime();
     EXPECT_FALSE(process->getPacketReader()->readTimeout(now - 11, 10));
@@ -86,8 +87,8 @@ TEST_F(PacketLines, ATimeoutIsLookedAtOnEntry) {
 
 // --- trimming --------------------------------------------------------------------------------------------
 
-TEST_F(PacketLines, OfAFloodTheLastLinesAreHeldUntilTheReaderDiesAndThoseLeftOutAreCounted) {
-    // 257 go out, 256 fill the rest; then 3 warnings, 2 errors and 4 others each drop one.
+TEST_F(PacketLines, ATrimmedLogKeepsTheLastLinesAndCounts) {
+    // 257 lines are logged, 256 are kept; then 3 warnings, 2 errors and 4 others displace one line each.
     const std::string mixed = repeat(1, 257 + 256) + repeat(1, 3, "[WARN] ") + repeat(1, 2, "[ERROR] ") +
                               repeat(1, 3) + repeat(1, 1, "[VERBOSE] ");
     using Lines = std::vector<std::pair<int, std::string>>;
@@ -113,7 +114,7 @@ TEST_F(PacketLines, OfAFloodTheLastLinesAreHeldUntilTheReaderDiesAndThoseLeftOut
     }
 }
 
-TEST_F(PacketLines, OfLongLinesNoMoreThan16MiBAreHeld) {
+TEST_F(PacketLines, ATrimmedLogKeepsAtMost16MiB) {
     Pointer process =
         runShell("seq 257; for i in $(seq 40); do head -c 1048576 /dev/zero | tr '\\0' x; echo; done");
     ProcessPacketReader& reader = *process->getPacketReader();
@@ -130,7 +131,7 @@ TEST_F(PacketLines, OfLongLinesNoMoreThan16MiBAreHeld) {
     EXPECT_THAT(held.front().text, HasSubstr("... trimmed 24 lines ..."));
 }
 
-TEST_F(PacketLines, AChildThatNeverStopsWritingKeepsNobodyFromItsPackets) {
+TEST_F(PacketLines, PacketsOfAChildThatNeverStopsWritingAreRead) {
     const Pointer process = runShell("yes x >&2 & echo '" + terminateLine() + "'; yes y");
     SmartPointer<Packet> packet;
     waitUntil([&] {
@@ -143,7 +144,7 @@ TEST_F(PacketLines, AChildThatNeverStopsWritingKeepsNobodyFromItsPackets) {
     capture.take();
 }
 
-TEST_F(PacketLines, PacketsGoToTheChildAsTheDocumentedLinesWithTheWritersPort) {
+TEST_F(PacketLines, PacketsAreWrittenAsDocumentedLines) {
     EXPECT_EQ(Packet(ProcessProtocol::Terminate, 3).convertToBase16String(), terminateLine());
     const Pointer process = runShell("cat");
     ProcessPacketWriter& writer = *process->getPacketWriter();

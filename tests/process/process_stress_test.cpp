@@ -1,5 +1,5 @@
-// Children and workers by the hundred, killed at any moment: what came of them is whole, and nothing stays.
-// A failure prints its seed; --gtest_random_seed tries other moments than the usual ones.
+// Hundreds of children and workers that are killed at random times. Their output must be intact, and no
+// process or descriptor may be left. A failure prints its seed; --gtest_random_seed selects other times.
 #include <tests/process/counting_supervisor.h>
 #include <tests/support/threads.h>
 
@@ -15,7 +15,7 @@ constexpr int kChildrenOfEach = 250;
 constexpr int kKillsOfEach = 25;
 constexpr int kLines = 30;
 
-/// Returns lines of which every third is a packet, and one needs more room than a queue has at first.
+/// Returns lines of which every third is a packet, and one exceeds the initial capacity of a queue.
 std::string makeText(std::mt19937& random) {
     std::string lines;
     for (int i = 0; i < kLines; ++i) {
@@ -25,7 +25,7 @@ std::string makeText(std::mt19937& random) {
     return lines;
 }
 
-/// What has come of a child that copies a file to both its outputs.
+/// The output of a child that copies a file to both its outputs.
 struct Output {
     void take(Process& child) {
         for (String line; child.readLine(line);) out += line + "\n";
@@ -35,7 +35,7 @@ struct Output {
         EXPECT_TRUE(out == text);
         EXPECT_TRUE(errors == text);
     }
-    /// Expects each stream as it was written, perhaps without its end.
+    /// Expects that each stream is a beginning of what was written.
     void expectBeginningOf(const std::string& text) const {
         EXPECT_TRUE(text.starts_with(out.substr(0, out.size() - !out.empty())));
         EXPECT_TRUE(text.starts_with(errors.substr(0, errors.size() - !errors.empty())));
@@ -46,7 +46,7 @@ struct Output {
 
 class ProcessStress : public ProcessFixture {};
 
-/// Runs @p work on several threads, and expects that no child and no descriptor stays.
+/// Runs @p work on several threads, and expects that no child and no descriptor is left.
 void stress(const std::function<void(std::mt19937&)>& work) {
     const unsigned seed = 1 + 1000 * static_cast<unsigned>(GTEST_FLAG_GET(random_seed));
     const int descriptors = countDescriptors();
@@ -62,7 +62,7 @@ void stress(const std::function<void(std::mt19937&)>& work) {
     EXPECT_EQ(countDescriptors(), descriptors);
 }
 
-TEST_F(ProcessStress, AThousandChildrenOfWhichSomeAreKilledLoseAndTearNoLine) {
+TEST_F(ProcessStress, KilledChildrenLoseAndTearNoLine) {
     stress([](std::mt19937& random) {
         const ScratchFolder folder;
         const std::string text = makeText(random);
@@ -72,7 +72,8 @@ TEST_F(ProcessStress, AThousandChildrenOfWhichSomeAreKilledLoseAndTearNoLine) {
             Output output;
             if (random() % 4 == 0) {
                 for (unsigned left = random() % 200; left != 0; --left) output.take(*child);
-                if (random() % 2 == 0) child->terminate(random() % 2 == 0); // else the destructor does it
+                if (random() % 2 == 0)
+                    child->terminate(random() % 2 == 0); // otherwise the destructor does it
                 output.take(*child);
                 output.expectBeginningOf(text);
             } else {
@@ -85,18 +86,18 @@ TEST_F(ProcessStress, AThousandChildrenOfWhichSomeAreKilledLoseAndTearNoLine) {
     });
 }
 
-TEST_F(ProcessStress, AHundredKilledWorkersComeBackAndEachPacketIsAnsweredOnceOrReportedLost) {
+TEST_F(ProcessStress, KilledWorkersAreReplacedWithoutLosingPackets) {
     LogCapture capture;
     stress([](std::mt19937& random) {
         Supervisor supervisor("/bin/cat");
-        supervisor.start(); // each sleep of its loop moves the clock on
+        supervisor.start(); // each sleep of its loop advances the clock
         for (int i = 1; i <= kKillsOfEach; ++i) {
             waitUntil([&] { return supervisor.started == i; });
             const int count = static_cast<int>(random() % 100);
             const size_t enough = supervisor.received().size() + random() % (count + 1);
             for (int k = 0; k < count; ++k) supervisor.enqueue(100 * i + k);
             waitUntil([&] { return supervisor.received().size() >= enough; });
-            const unsigned way = random() % 3; // killed, hanging, or just not wanted any more
+            const unsigned way = random() % 3; // killed, suspended, or asked to end
             if (way < 2) kill(static_cast<pid_t>(supervisor.workerId), way == 0 ? SIGKILL : SIGSTOP);
             if (way > 0) supervisor.restartWorker();
         }

@@ -1,4 +1,4 @@
-// A child's life, its streams and its lines, with real children of the shell.
+// The life, streams and lines of children, which are shell scripts.
 #include <tests/files/failing_files.h>
 #include <tests/process/process_fixture.h>
 
@@ -21,7 +21,7 @@ using namespace testing;
 
 class ProcessLife : public ProcessFixture {};
 
-TEST_F(ProcessLife, ExitStatusIsTheChildsOrTellsItsSignalAndIsKept) {
+TEST_F(ProcessLife, TheExitStatusIsThatOfTheChildOrItsSignal) {
     const Pointer process = runShell("exit 7");
     EXPECT_EQ(finish(*process), 7);
     EXPECT_FALSE(process->tick());
@@ -30,7 +30,7 @@ TEST_F(ProcessLife, ExitStatusIsTheChildsOrTellsItsSignalAndIsKept) {
     EXPECT_EQ(finish(*runShell("kill -SEGV $$")), 128 + SIGSEGV);
 }
 
-TEST_F(ProcessLife, TerminateKillsWhateverTheChildDoesAboutIt) {
+TEST_F(ProcessLife, TerminateKillsAChildThatIgnoresSignals) {
     for (const char* script :
          {"trap '' TERM INT HUP; echo up; while :; do read x; done", "echo up; kill -STOP $$"}) {
         const Pointer process = runShell(script);
@@ -39,12 +39,12 @@ TEST_F(ProcessLife, TerminateKillsWhateverTheChildDoesAboutIt) {
         EXPECT_TRUE(process->terminate(true));
         EXPECT_FALSE(process->tick());
         EXPECT_EQ(process->exitStatus(), -1);
-        EXPECT_EQ(kill(static_cast<pid_t>(process->getProcessId()), 0), -1); // it is no zombie either
+        EXPECT_EQ(kill(static_cast<pid_t>(process->getProcessId()), 0), -1); // it is not a zombie either
     }
 }
 
-TEST_F(ProcessLife, KilledChildrenAreGoneWhenTheSystemIs) {
-    for (int i = 0; i < 20; ++i) runShell("cat"); // dropped, and so killed, at once
+TEST_F(ProcessLife, KilledChildrenEndBeforeTheSystem) {
+    for (int i = 0; i < 20; ++i) runShell("cat"); // released and so killed at once
     System::deinitialize();
     EXPECT_FALSE(hasChildren());
 }
@@ -64,7 +64,7 @@ TEST_F(ProcessLife, ABreakReachesTheWholeProcessGroup) {
     EXPECT_THAT((Set<std::string>{line(*process), line(*process)}), UnorderedElementsAre("inner", "outer"));
 }
 
-TEST_F(ProcessLife, ArgumentsArriveAsTheyAreAndTheLogShowsThemAsOneLine) {
+TEST_F(ProcessLife, ArgumentsArriveUnchanged) {
     const std::string hostile = " $(touch ran) `touch ran` \"'\\-rf * ";
     LogCapture capture;
     Process process;
@@ -77,13 +77,13 @@ TEST_F(ProcessLife, ArgumentsArriveAsTheyAreAndTheLogShowsThemAsOneLine) {
                           "] started process 'printf <%s>\\n \"$(touch ran) `touch ran` \"'\\-rf *\"  -n'");
 }
 
-TEST_F(ProcessLife, AChildSeesThreePipesInItsFolderWithCleanSignals) {
+TEST_F(ProcessLife, AChildHasThreePipesAndDefaultSignals) {
     const ScratchFolder folder;
     const auto before = std::signal(SIGPIPE, SIG_IGN);
     std::FILE* inheritable = std::fopen(folder.write("open", "").c_str(), "r");
     Process process;
     process.disableSmartPointers();
-    // The folder that lists them is descriptor 3.
+    // Descriptor 3 is the folder that lists the descriptors.
     const char* script = "pwd; ls /proc/self/fd | tr '\\n' ' '; echo; kill -PIPE $$; echo ignored";
     ASSERT_TRUE(process.spawn("/bin/sh", {"sh", "-c", script}, folder.path().c_str(), true));
     EXPECT_EQ(line(process), folder.path());
@@ -93,7 +93,7 @@ TEST_F(ProcessLife, AChildSeesThreePipesInItsFolderWithCleanSignals) {
     std::signal(SIGPIPE, before);
 }
 
-TEST_F(ProcessLife, WhyAProgramDidNotStartIsStoredAndLogged) {
+TEST_F(ProcessLife, AFailedStartIsStoredAndLogged) {
     const ScratchFolder folder;
     const std::string broken = folder.write("broken", "\x01\x02 no code");
     chmod(broken.c_str(), 0755);
@@ -109,10 +109,10 @@ TEST_F(ProcessLife, WhyAProgramDidNotStartIsStoredAndLogged) {
         EXPECT_FALSE(process->spawn(path));
         const std::string last = "can not start subprocess " + path + " error: " + platform::errorText(code);
         capture.expect(3, last);
-        EXPECT_EQ(capture.take().size(), 1u) << "the command and the number";
+        EXPECT_EQ(capture.take().size(), 1u) << "the line with the command and the error number";
         EXPECT_FALSE(process->spawn(path, {path}, nullptr, true));
         EXPECT_THAT(capture.take(), ElementsAre(LogLine{3, 2, last}));
-        ASSERT_TRUE(process->spawn("cat", {"cat"}, nullptr, true)) << "another try has its streams";
+        ASSERT_TRUE(process->spawn("cat", {"cat"}, nullptr, true)) << "a second attempt has its own streams";
         process->writeLine("back");
         EXPECT_EQ(line(*process), "back");
         process->terminate(true);
@@ -120,12 +120,12 @@ TEST_F(ProcessLife, WhyAProgramDidNotStartIsStoredAndLogged) {
     EXPECT_EQ(countDescriptors(), descriptors);
 }
 
-TEST_F(ProcessLife, WithoutDescriptorsNothingStartsAndNothingLeaks) {
+TEST_F(ProcessLife, WithoutDescriptorsNothingStartsOrLeaks) {
     rlimit before{};
     getrlimit(RLIMIT_NOFILE, &before);
     const int probe = dup(0);
     close(probe);
-    // Sanitizers want a descriptor for their first look at a type.
+    // Sanitizers need a descriptor when they first check a type.
     LogCapture capture;
     EXPECT_FALSE(Pointer(new Process())->spawn("/missing", {}, nullptr, true));
     for (rlim_t room = 0; room < 6; ++room) {
@@ -143,7 +143,7 @@ TEST_F(ProcessLife, WithoutDescriptorsNothingStartsAndNothingLeaks) {
     EXPECT_EQ(capture.take().size(), 1 + 6u);
 }
 
-TEST_F(ProcessLife, AChildThatOthersCollectedIsReportedAndNotKilledByItsNumber) {
+TEST_F(ProcessLife, AChildCollectedByOtherCodeIsNotKilled) {
     const Pointer process = runShell("exit 3");
     int status = 0;
     ASSERT_EQ(waitpid(static_cast<pid_t>(process->getProcessId()), &status, 0), process->getProcessId());
@@ -159,7 +159,7 @@ TEST_F(ProcessLife, AChildThatOthersCollectedIsReportedAndNotKilledByItsNumber) 
 
 class ProcessStreams : public ProcessFixture {};
 
-TEST_F(ProcessStreams, LinesEndAtEitherMarkAndTheLastOneWithTheStream) {
+TEST_F(ProcessStreams, LinesEndAtLineFeedsReturnsAndTheEnd) {
     const Pointer process = runShell("printf 'one\\ntwo\\r\\nthree\\n\\nlast'; printf 'bad\\n' >&2");
     EXPECT_EQ(finish(*process), 0);
     EXPECT_TRUE(process->popReadAction());
@@ -179,7 +179,7 @@ TEST_F(ProcessStreams, LinesEndAtEitherMarkAndTheLastOneWithTheStream) {
     EXPECT_FALSE(process->readLine(text));
 }
 
-TEST_F(ProcessStreams, WhatIsWrittenArrivesWholeThoughTheChildReadsLate) {
+TEST_F(ProcessStreams, AChildThatReadsLateReceivesEverything) {
     const String megabyte(1 << 20, 'x');
     const std::string size = std::to_string(5 * (megabyte.size() + 1));
     const Pointer process = runShell("echo up; kill -STOP $$; head -c " + size + " | md5sum");
@@ -189,7 +189,7 @@ TEST_F(ProcessStreams, WhatIsWrittenArrivesWholeThoughTheChildReadsLate) {
     EXPECT_EQ(line(*process), "35dd7867b701b2a21d5bb0a1dd5b84d9  -");
 }
 
-TEST_F(ProcessStreams, AStreamThatTheChildClosedStopsNeitherSide) {
+TEST_F(ProcessStreams, AStreamThatTheChildClosedBlocksNeitherSide) {
     const Pointer process = runShell("exec 0<&- 1>&-; echo up >&2; while :; do sleep 9; done");
     EXPECT_EQ(errorLine(*process), "up");
     for (int i = 0; i < 3; ++i) process->writeLine(String(1 << 20, 'x'));
@@ -205,7 +205,7 @@ TEST_F(ProcessStreams, AnErrorOfAStreamClosesIt) {
     EXPECT_TRUE(failing.error());
 }
 
-TEST_F(ProcessStreams, LinesUpTo64MiBAreDeliveredAndLongerOnesDroppedWhole) {
+TEST_F(ProcessStreams, LinesAbove64MiBAreDropped) {
     Wire wire;
     LogCapture capture;
     String text;

@@ -16,7 +16,7 @@ protected:
         provider.reset();
         SystemFileFixture::TearDown();
     }
-    /// Registers @p function as "work" and starts a call of it; it runs in the next pass.
+    /// Registers @p function as "work" and starts a call, which runs in the next pass.
     SmartPointer<RpcHandle> start(RpcFunction function, const Item& arguments = {}) {
         provider->addRPC("work", std::move(function), "", "");
         SmartPointer<RpcHandle> call = provider->createLocalRPC();
@@ -31,11 +31,11 @@ protected:
     int finished = 0;
 };
 
-TEST_F(RpcTest, ACallRunsOnceInTheNextPassWithItsArgumentsAndGivesItsResult) {
+TEST_F(RpcTest, ACallRunsOnceInTheNextPass) {
     const GUID user = GUID::fromString(std::string(64, 'A').c_str());
     const std::string witness(64, 'w');
     const auto work = [&, witness](const RpcContext& context) {
-        provider->removeRPC("work"); // a handler that removes itself lives to its end
+        provider->removeRPC("work"); // a handler that removes itself stays valid while it runs
         String text;
         int32 number = 0;
         EXPECT_TRUE(RpcContext(context).args().asString(text));
@@ -49,7 +49,7 @@ TEST_F(RpcTest, ACallRunsOnceInTheNextPassWithItsArgumentsAndGivesItsResult) {
     };
     const auto call = start(work, Item("a").add(41));
     call->setUserGUID(user);
-    EXPECT_TRUE(call->start()) << "a second start is no second run";
+    EXPECT_TRUE(call->start()) << "a second start has no effect";
     std::thread waiter([&] { call->wait(); });
     EXPECT_FALSE(call->isFinished());
     passAfter(1);
@@ -59,10 +59,10 @@ TEST_F(RpcTest, ACallRunsOnceInTheNextPassWithItsArgumentsAndGivesItsResult) {
     EXPECT_FALSE(call->hasFailed());
     EXPECT_EQ(call->result(), Item("a").add(42).add(witness));
     log.expect(1, "posted mainqueue");
-    log.take(); // the waiter's pauses move the clock, so that a pass may seem to take long
+    log.take(); // the pauses of wait() advance the clock, so that a pass may seem to take long
 }
 
-TEST_F(RpcTest, UnknownMethodsAndForgottenFinishesEndTheCallWithALine) {
+TEST_F(RpcTest, UnknownMethodsAndMissingFinishesAreLogged) {
     const auto unknown = start({}, Item("x").add(7));
     provider->removeRPC("work");
     passAfter(1);
@@ -79,7 +79,7 @@ TEST_F(RpcTest, UnknownMethodsAndForgottenFinishesEndTheCallWithALine) {
     EXPECT_EQ(finished, 3);
 }
 
-TEST_F(RpcTest, EventHandlersAreCalledInOrderUntilTheyHaveSeenEnough) {
+TEST_F(RpcTest, EventHandlersAreCalledUntilTheyReturnFalse) {
     std::string order;
     int turn = 0;
     const auto call = start([&](const RpcContext& context) {
@@ -99,13 +99,13 @@ TEST_F(RpcTest, EventHandlersAreCalledInOrderUntilTheyHaveSeenEnough) {
     for (const auto& [expected, areThereMore] : afterTurns) {
         ++turn;
         call->callEventHandlers(call.get());
-        EXPECT_EQ(order, expected) << "one added during an event is called from the next on";
+        EXPECT_EQ(order, expected) << "a handler added during an event is called for the next one";
         EXPECT_EQ(call->hasEventHandlers(), areThereMore);
     }
     EXPECT_EQ(finished, 1);
 }
 
-TEST_F(RpcTest, EventsWithinEventsAndExceptionsLeaveTheListWhole) {
+TEST_F(RpcTest, NestedEventsAndExceptionsKeepTheHandlers) {
     SmartPointer<RpcHandle> call;
     int calls = 0;
     call = start([&](const RpcContext& context) {
@@ -122,7 +122,7 @@ TEST_F(RpcTest, EventsWithinEventsAndExceptionsLeaveTheListWhole) {
     EXPECT_FALSE(call->isFinished());
 }
 
-TEST_F(RpcTest, RightsAreRecordedByNameAndOutliveTheHandler) {
+TEST_F(RpcTest, ARightIsKeptWhenTheHandlerIsRemoved) {
     provider->addRPCWithRight("a", "rpc:a", {}, "", "");
     provider->addRPC("b", {}, "", "");
     EXPECT_EQ(provider->getMethodNames(), (Vector<String>{"a", "b"}));
@@ -133,7 +133,7 @@ TEST_F(RpcTest, RightsAreRecordedByNameAndOutliveTheHandler) {
     EXPECT_FALSE(provider->findRight("b"));
 }
 
-TEST_F(RpcTest, ACallWhoseProviderHasDiedFails) {
+TEST_F(RpcTest, ACallWithoutItsProviderFails) {
     const auto call = provider->createLocalRPC();
     const auto queued = start([](const RpcContext&) { FAIL(); });
     provider.reset();

@@ -11,7 +11,7 @@ namespace {
 
 using namespace qel;
 
-/// A call with a file transfer that goes as the test says.
+/// A call with a file transfer that the test controls.
 class TransferCall : public Object, public RpcContextInternal {
 public:
     using RpcContextInternal::run;
@@ -70,7 +70,7 @@ protected:
         call->run(*provider->findRPC(method), call.get());
         return call;
     }
-    /// Runs a call and expects it to end without a result, with these errors in the log.
+    /// Runs a call and expects that it has no result and logs these errors.
     void expectFailure(const char* method, const Item& arguments, const std::vector<std::string>& messages) {
         const auto call = run(method, arguments);
         EXPECT_EQ(call->result(), Item());
@@ -103,7 +103,7 @@ TEST_F(UpdateMechanismTest, AnUploadEndsWithItsTransfer) {
     }
 }
 
-TEST_F(UpdateMechanismTest, AnUploadThatCantBeginIsLogged) {
+TEST_F(UpdateMechanismTest, AnUploadThatCannotBeginIsLogged) {
     const std::string tag = "[RPC:upload_update_package] ";
     const std::pair<Item, std::string> refusals[] = {
         {Item("").add("update"), "one ore more arguments are empty and thus not valid"},
@@ -122,7 +122,7 @@ TEST_F(UpdateMechanismTest, AnInstallerIsStartedDetachedAfterTwoBackups) {
     log.expect(1, "running server update");
 }
 
-TEST_F(UpdateMechanismTest, NothingIsInstalledWithoutBackupInstallerOrStart) {
+TEST_F(UpdateMechanismTest, AFailedStepPreventsTheInstallation) {
     const std::string tag = "[RPC:install_update_package] ";
     const char* const method = "install_update_package";
     const std::string failed = "failed to run install command";
@@ -138,7 +138,7 @@ TEST_F(UpdateMechanismTest, NothingIsInstalledWithoutBackupInstallerOrStart) {
     log.expect(3, "failed to backup data before running install command");
 }
 
-TEST_F(UpdateMechanismTest, ABackupAnswersWhetherItWorked) {
+TEST_F(UpdateMechanismTest, ABackupReportsItsSuccess) {
     EXPECT_FALSE(provider->findRight("backup_data"));
     EXPECT_EQ(*provider->findRight("install_update_package"), "rpc:install_update_package");
     EXPECT_EQ(run("backup_data")->result(), yes);

@@ -8,7 +8,7 @@ namespace {
 
 using namespace qel;
 
-/// All parts, in their order, one a line.
+/// Returns all parts in order, separated by "|".
 std::string partsOf(const URIParser& p) {
     std::string text;
     for (const String* part : {&p.scheme, &p.user, &p.password, &p.host, &p.port, &p.path})
@@ -18,7 +18,7 @@ std::string partsOf(const URIParser& p) {
     return text;
 }
 
-TEST(URIParserTest, TakesURIsApart) {
+TEST(URIParserTest, SplitsURIs) {
     const std::pair<const char*, const char*> kCases[] = {
         {"HTTP://a:b:c@Host.Example:8042/over/There?Name=Fer%20ret&flag#nose",
          "http|a|b:c|Host.Example|8042|over/There|flag=|name=Fer ret|"},
@@ -34,7 +34,7 @@ TEST(URIParserTest, TakesURIsApart) {
     }
 }
 
-TEST(URIParserTest, ASecondURIOverwritesTheFieldsAndARefusedOneLeavesThem) {
+TEST(URIParserTest, ARefusedURIKeepsTheFields) {
     URIParser parser;
     ASSERT_TRUE(parser.decodeURI("s://u:p@h:1/a?b=c"));
     for (const char* bad : {"http://a b/", "1http://h", "http://h:x/", "%zz", "http://[::1/"}) {
@@ -43,10 +43,10 @@ TEST(URIParserTest, ASecondURIOverwritesTheFieldsAndARefusedOneLeavesThem) {
     }
     ASSERT_TRUE(parser.decodeURI("t:?d=e"));
     ASSERT_TRUE(parser.decodeURI("t:x"));
-    EXPECT_EQ(partsOf(parser), "t|||||x|d=e|") << "without a query the map stays";
+    EXPECT_EQ(partsOf(parser), "t|||||x|d=e|") << "without a query the map is kept";
 }
 
-TEST(URIParserTest, HugeURIsAreTakenApartWithinTheStack) {
+TEST(URIParserTest, HugeURIsDoNotOverflowTheStack) {
     URIParser parser;
     for (const char* part : {"/b", "?k=v&"}) {
         std::string text = "a:";
