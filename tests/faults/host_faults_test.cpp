@@ -75,8 +75,8 @@ void prepareTree(const ScratchFolder& folder) {
     for (const char* name : {"tree/a", "tree/sub/b", "tree/sub/c"}) folder.write(name, name);
 }
 void prepareScript(const ScratchFolder& folder) {
-    folder.write("plugins/a/main.sq",
-                 "import(\"qel.File\")\nhost.print(\"size \" + qel.File.getFileSize(\"tree/a\"))");
+    folder.write("plugins/a/main.sq", "import(\"qel.File\")\nlocal size = qel.File.getFileSize(\"tree/a\")\n"
+                                      "if (size == 0) throw \"no size\"\nhost.print(\"size \" + size)");
     prepareTree(folder);
 }
 
@@ -133,6 +133,12 @@ exit $status)";
 
 class HostFaults : public testing::TestWithParam<std::tuple<HostCase, Lasting>> {
 protected:
+    /// Whether the output of the host can work after the fault.
+    bool canWrite(const FaultyRun& run) const {
+        const Lasting lasting = std::get<1>(GetParam());
+        return lasting == Lasting::Once || (lasting == Lasting::SameKind && run.failed != "Write");
+    }
+
     void check(const FaultyRun& run, const FaultyRun& undisturbed) const {
         EXPECT_LT(run.run.status, 128) << "ended by a signal: " << run.run;
         if (run.run.status == 0) {
@@ -140,7 +146,9 @@ protected:
             EXPECT_EQ(run.files, undisturbed.files);
             return;
         }
-        EXPECT_NE(run.run.out + run.run.error, "") << "a failure without a word";
+        if (canWrite(run)) {
+            EXPECT_NE(run.run.out + run.run.error, "") << "a failure without a word";
+        }
         for (const std::string& name : run.files) {
             const auto& known = undisturbed.files;
             EXPECT_TRUE(std::find(known.begin(), known.end(), name) != known.end() ||
@@ -165,7 +173,7 @@ TEST_P(HostFaults, EndWithAStatusThatTellsThem) {
         std::printf("%-60s %5d\n", hostCase.name, undisturbed.operations);
 }
 
-INSTANTIATE_TEST_SUITE_P(DISABLED_Hosts, HostFaults,
+INSTANTIATE_TEST_SUITE_P(Hosts, HostFaults,
                          testing::Combine(testing::ValuesIn(kCases),
                                           testing::Values(Lasting::Once, Lasting::SameKind,
                                                           Lasting::Everything)));
