@@ -1,4 +1,4 @@
-// Access: converts what a script hands to a native function; pushResult: the way back.
+// Access converts the arguments of a native function; pushResult converts its result.
 #pragma once
 
 #include <qel/foundation/base/smart_cstr.h>
@@ -13,36 +13,36 @@
 
 namespace qelSq {
 
-/// Makes one parameter of type T from the value at an index of a native function's stack. No conversion ever
-/// raises an error: anything becomes a text, and what has no number becomes 0.
-/// @threads main thread; lives while the native function runs.
+/// Converts the value at an index of a native function's stack to a parameter of type T. No conversion raises
+/// an error: every value converts to a string, and a value that is not a number converts to 0.
+/// @threads main thread; valid while the native function runs.
 template <typename T>
 class Access;
 
-/// A whole number; floats are cut towards zero and anything wider than T keeps its low bits.
+/// An integer. A float is truncated towards zero; a value wider than T keeps its low bits.
 template <std::integral T>
 requires(!std::same_as<T, bool>) class Access<T> {
 public:
-    /// Reads the value at @p index.
+    /// Converts the value at @p index.
     Access(SQVM* vm, SQInteger index) {
         SQInteger value = 0;
         sq_getinteger(vm, index, &value);
         m_value = static_cast<T>(value);
     }
-    /// The parameter.
+    /// Returns the converted parameter.
     T value() const { return m_value; }
 
 private:
     T m_value;
 };
 
-/// An enumeration, by its number.
+/// An enumeration value, converted from its number.
 template <typename T>
 requires std::is_enum_v<T>
 class Access<T> : public Access<std::underlying_type_t<T>> {
 public:
     using Access<std::underlying_type_t<T>>::Access;
-    /// The parameter.
+    /// Returns the converted parameter.
     T value() const { return static_cast<T>(Access<std::underlying_type_t<T>>::value()); }
 };
 
@@ -50,53 +50,53 @@ public:
 template <std::floating_point T>
 class Access<T> {
 public:
-    /// Reads the value at @p index.
+    /// Converts the value at @p index.
     Access(SQVM* vm, SQInteger index) {
         SQFloat value = 0;
         sq_getfloat(vm, index, &value);
         m_value = static_cast<T>(value);
     }
-    /// The parameter.
+    /// Returns the converted parameter.
     T value() const { return m_value; }
 
 private:
     T m_value;
 };
 
-/// A truth value: false for false, null and zero, else true.
+/// A bool: false for false, null and zero, otherwise true.
 template <>
 class Access<bool> {
 public:
-    /// Reads the value at @p index.
+    /// Converts the value at @p index.
     Access(SQVM* vm, SQInteger index) {
         SQBool value = SQFalse;
         sq_tobool(vm, index, &value);
         m_value = value != SQFalse;
     }
-    /// The parameter.
+    /// Returns the converted parameter.
     bool value() const { return m_value; }
 
 private:
     bool m_value;
 };
 
-/// The text form of the value at an index, as the script function `tostring` gives it; empty when that fails.
-/// A text that had to be made is kept until the access ends.
+/// The string form of the value at an index, as the script function `tostring` returns it; empty if that
+/// fails. A string created by the conversion is kept until this object is destroyed.
 class QEL_API TextAccess {
 public:
-    /// Reads the value at @p index.
+    /// Converts the value at @p index.
     TextAccess(SQVM* vm, SQInteger index);
-    /// Lets go of the text.
+    /// Releases the string.
     ~TextAccess() {
         if (m_made) sq_release(m_made, &m_object);
     }
-    /// Takes the text over; @p other keeps none.
+    /// Takes the string over from @p other.
     TextAccess(TextAccess&& other) noexcept;
     TextAccess& operator=(TextAccess&&) = delete;
 
-    /// The text, zero-terminated and never null.
+    /// Returns the string, zero-terminated and never null.
     const char* c_str() const { return m_text; }
-    /// The whole text, zeros within it included.
+    /// Returns the whole string, including any zero bytes in it.
     std::string_view view() const { return {m_text, m_size}; }
 
 private:
@@ -106,53 +106,53 @@ private:
     size_t m_size = 0;
 };
 
-/// A zero-terminated text.
+/// A zero-terminated string.
 template <>
 class Access<const char*> : public TextAccess {
 public:
     using TextAccess::TextAccess;
-    /// The parameter.
+    /// Returns the converted parameter.
     const char* value() const { return c_str(); }
 };
 
-/// A zero-terminated text.
+/// A zero-terminated string.
 template <>
 class Access<qel::SmartCStr> : public TextAccess {
 public:
     using TextAccess::TextAccess;
-    /// The parameter.
+    /// Returns the converted parameter.
     qel::SmartCStr value() const { return qel::SmartCStr(c_str()); }
 };
 
-/// A view of the whole text.
+/// A view of the whole string.
 template <>
 class Access<std::string_view> : public TextAccess {
 public:
     using TextAccess::TextAccess;
-    /// The parameter.
+    /// Returns the converted parameter.
     std::string_view value() const { return view(); }
 };
 
-/// A copy of the whole text.
+/// A copy of the whole string.
 template <>
 class Access<qel::String> {
 public:
-    /// Copies the text at @p index.
+    /// Copies the string form of the value at @p index.
     Access(SQVM* vm, SQInteger index) : m_value(TextAccess(vm, index).view()) {}
-    /// The parameter.
+    /// Returns the converted parameter.
     const qel::String& value() const { return m_value; }
 
 private:
     qel::String m_value;
 };
 
-/// The text as an identifier.
+/// The string as an interned identifier.
 template <>
 class Access<qel::StringId> {
 public:
-    /// Interns the text at @p index.
+    /// Interns the string form of the value at @p index.
     Access(SQVM* vm, SQInteger index) : m_value(TextAccess(vm, index).c_str()) {}
-    /// The parameter.
+    /// Returns the converted parameter.
     const qel::StringId& value() const { return m_value; }
 
 private:
@@ -163,22 +163,22 @@ private:
 template <>
 class Access<Object> {
 public:
-    /// Takes the value at @p index.
+    /// Takes a reference to the value at @p index.
     Access(SQVM* vm, SQInteger index) : m_value(vm, index) {}
-    /// The parameter.
+    /// Returns the converted parameter.
     const Object& value() const { return m_value; }
 
 private:
     Object m_value;
 };
 
-/// An instance of a value class; a default one for anything else.
+/// An instance of a value class; any other value yields a default-constructed T.
 template <ValueClass T>
 class Access<T> {
 public:
     /// Finds the native value of the instance at @p index.
     Access(SQVM* vm, SQInteger index) : m_value(NativeClass<T>::at(vm, index)) {}
-    /// The parameter.
+    /// Returns the converted parameter.
     const T& value() const { return m_value ? *m_value : m_default; }
 
 private:
@@ -186,24 +186,26 @@ private:
     T m_default{};
 };
 
-/// An instance of a reference-counted class; null for anything else.
+/// An instance of a reference-counted class; any other value yields null.
 template <ReferenceCountedClass T>
 class Access<T*> {
 public:
     /// Finds the native object of the instance at @p index.
     Access(SQVM* vm, SQInteger index) : m_value(NativeClass<T>::at(vm, index)) {}
-    /// The parameter.
+    /// Returns the converted parameter.
     T* value() const { return m_value; }
 
 private:
     T* m_value;
 };
 
-/// Copies the text at @p index into @p buffer, zero-terminated, when its length is less than @p size - 1;
-/// stores the empty text otherwise and cuts nothing. @param size  at least 1.
+/// Copies the string at @p index into @p buffer, zero-terminated, if its length is less than @p size - 1.
+/// Otherwise stores the empty string; nothing is truncated.
+/// @param size  at least 1.
 QEL_API void InitializeCharArrayAccess(SQVM* vm, SQInteger index, char* buffer, size_t size);
 
-/// Pushes the result of a native function onto the stack of @p vm. @return how many values that are.
+/// Pushes the result of a native function onto the stack of @p vm.
+/// @return the number of values pushed.
 template <typename T>
 SQInteger pushResult(SQVM* vm, const T& value) {
     if constexpr (std::same_as<T, bool>) {

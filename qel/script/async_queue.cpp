@@ -28,7 +28,7 @@ void AsyncQueue::threadEnded(VM& vm) {
 
 void AsyncQueue::beginAbort() {
     ++m_abortingCount;
-    // What dies with the jobs may push to this queue again; it finds an empty list.
+    // The destruction of the jobs may push to this queue again, so the list is emptied first.
     qel::List<Job> dropped = std::exchange(m_pendingJobs, {});
 }
 

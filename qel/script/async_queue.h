@@ -1,4 +1,4 @@
-// AsyncQueue: script jobs with bounded parallelism.
+// AsyncQueue: runs script jobs with bounded concurrency.
 #pragma once
 
 #include <qel/foundation/base/containers.h>
@@ -8,47 +8,48 @@
 
 namespace qelSq {
 
-/// Runs script closures as threads, at most so many at a time, in the order in which they were pushed. Script
-/// class "AsyncQueue"; scripts make one by `std.queue()` or `std.serial_queue()`.
-/// @owner each of its threads holds a reference, so that a queue lives on while it works.
+/// Runs script closures as script threads, in the order in which they were pushed and with a limit on how
+/// many run at a time. Its script class is "AsyncQueue"; scripts create one by `std.queue()` or
+/// `std.serial_queue()`.
+/// @owner each of its threads holds a reference, so that a queue stays alive while it has work.
 /// @threads main thread.
 class QEL_API AsyncQueue : public qel::Object {
     QEL_CLASS(AsyncQueue, qel::Object)
 
 public:
-    /// A closure that waits for its turn, with its arguments.
+    /// A closure that waits for its turn, and its arguments.
     struct Job {
-        qelSq::Object closure;                ///< what to run
-        qel::Vector<qelSq::Object> arguments; ///< what to hand to it
+        qelSq::Object closure;                ///< the closure to call
+        qel::Vector<qelSq::Object> arguments; ///< the arguments of the call
     };
 
-    /// A queue for @p concurrencyLimit threads at a time; 0 means no limit.
+    /// Creates a queue that runs up to @p concurrencyLimit threads at a time; 0 means no limit.
     explicit AsyncQueue(qel::int32 concurrencyLimit = 0) : m_concurrencyLimit(concurrencyLimit) {}
     AsyncQueue(const AsyncQueue&) = delete;
     AsyncQueue& operator=(const AsyncQueue&) = delete;
 
-    /// Appends @p job and starts the first waiting one if the limit allows; ignored while aborting.
+    /// Appends @p job and starts the first waiting job if the limit allows. Does nothing while aborting.
     void push(VM& vm, Job job);
-    /// Starts the first waiting job if there is one and the limit allows: one job at most.
+    /// Starts the first waiting job, if any, if the limit allows. Starts at most one job.
     void pumpQueue(VM& vm);
-    /// Notes that one of the queue's threads has ended, and pumps.
+    /// Records that one of the queue's threads has ended, then calls pumpQueue().
     void threadEnded(VM& vm);
 
     /// Drops the waiting jobs and refuses new ones until endAbort().
     void beginAbort();
-    /// Takes back one beginAbort().
+    /// Undoes one beginAbort().
     void endAbort() { --m_abortingCount; }
-    /// Whether an abort is under way.
+    /// Returns true if an abort is in progress.
     bool isAborting() const { return m_abortingCount != 0; }
-    /// Whether no job waits and none runs.
+    /// Returns true if no job is waiting or running.
     bool isIdle() const { return m_pendingJobs.empty() && m_runningCount == 0; }
-    /// Threads of this queue that have started and not ended.
+    /// Returns the number of this queue's threads that have started and not ended.
     qel::uint32 getRunningCount() const { return m_runningCount; }
 
-    /// Sets the limit for jobs that start from now on; starts none itself. @param limit  0 means no limit; a
-    /// negative one is beyond any count.
+    /// Sets the limit for jobs that start from now on; starts no job itself.
+    /// @param limit  0 means no limit; so does any negative value.
     void setConcurrencyLimit(qel::int32 limit) { m_concurrencyLimit = limit; }
-    /// The limit; 0 means none.
+    /// Returns the limit; 0 means no limit.
     qel::int32 getConcurrencyLimit() const { return m_concurrencyLimit; }
 
     /// Fills the script class @p cls.

@@ -1,4 +1,4 @@
-// What scripts see of AsyncQueue, and the functions of the table `std` that make and find queues.
+// The script class AsyncQueue, and the functions of the table `std` that create and find queues.
 #include <qel/script/async_queue.h>
 
 #include <qel/script/class_binder.h>

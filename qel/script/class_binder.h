@@ -1,4 +1,4 @@
-// ClassBinder: fills a script class with the members of a native type.
+// ClassBinder: adds the members of a native type to a script class.
 #pragma once
 
 #include <qel/script/native_call.h>
@@ -6,7 +6,7 @@
 
 namespace qelSq {
 
-/// What a bindSqVM() is written with:
+/// Binds the members of a native type. A bindSqVM() is written with it:
 /// @code
 /// void Counter::bindSqVM(qelSq::Object* cls) {
 ///     Object::bindSqVM(cls);
@@ -16,14 +16,14 @@ namespace qelSq {
 ///         .property<&Counter::step>("step");
 /// }
 /// @endcode
-/// The function is a compile-time constant of its trampoline, so that a call looks nothing up. An overloaded
-/// function is chosen by a static_cast; a function that needs adapting is bound as a free function with a
-/// `T&` in front. A name bound twice keeps the later function.
+/// The function is a compile-time constant of its trampoline, so that a call needs no lookup. A static_cast
+/// selects an overload; a function that needs adapting is bound as a free function whose first parameter is a
+/// `T&`. When a name is bound twice, the later function replaces the earlier one.
 /// @threads main thread.
 template <typename T>
 class ClassBinder {
 public:
-    /// Fills @p cls, which must outlive the binder.
+    /// Adds members to @p cls, which must outlive the binder.
     explicit ClassBinder(Object* cls) : m_class(cls) {}
 
     /// Binds a static or free function.
@@ -38,26 +38,26 @@ public:
         return native(name, &callMethod<T, F>, false);
     }
 
-    /// Binds a data member, to be read and written.
+    /// Binds a data member as a property that can be read and written.
     template <auto M>
     ClassBinder& property(const char* name) {
         addAccessor("__qel_setTable", name, &callSetter<T, M>);
         return getter<M>(name);
     }
 
-    /// Binds a data member or a function without parameters, to be read as a property.
+    /// Binds a data member or a function without parameters as a read-only property.
     template <auto M>
     ClassBinder& getter(const char* name) {
         return accessor(name, &callGetter<T, M>);
     }
 
-    /// Binds a getter that works on the stack of the machine itself; the instance is at index 1.
+    /// Binds a getter that accesses the machine's stack directly; the instance is at index 1.
     ClassBinder& accessor(const char* name, SQFUNCTION function) {
         addAccessor("__qel_getTable", name, function);
         return *this;
     }
 
-    /// Binds a function that works on the stack of the machine itself.
+    /// Binds a function that accesses the machine's stack directly.
     ClassBinder& native(const char* name, SQFUNCTION function, bool isStatic) {
         m_class.set(name, Object(NewClosureType::Closure, function), isStatic);
         return *this;

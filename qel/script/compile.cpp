@@ -12,11 +12,11 @@ namespace qelSq::internal {
 
 namespace {
 
-constexpr const char* kTooDeep = "source is nested too deep";
+constexpr const char* kTooDeep = "source is nested too deeply";
 
-/// Reads a source to the compiler, character by character. The compiler calls itself for whatever is nested
-/// and never looks at its stack, but it can't go deeper without reading on: where its share of the stack is
-/// used up, the source ends.
+/// Feeds a source to the compiler, character by character. The compiler recurses for everything that is
+/// nested and never checks its stack, but it cannot recurse without reading on. So the source ends early once
+/// the compiler has used up its share of the stack.
 class SourceReader {
 public:
     SourceReader(SQVM* vm, std::string_view source)
@@ -28,13 +28,13 @@ public:
     bool compile(const char* name, bool reportsErrors) {
         SQBool reports = reportsErrors ? SQTrue : SQFalse;
         if (SQ_FAILED(sq_compile(m_vm, &readNext, this, name, reports))) return false;
-        if (isTooDeep()) sq_poptop(m_vm); // what came before the cut was a whole source
+        if (isTooDeep()) sq_poptop(m_vm); // the part before the early end was a complete source
         return !isTooDeep();
     }
 
     bool isTooDeep() const { return VMControl::from(m_vm).isSourceTooDeep; }
 
-    /// The line that was read last, from 1.
+    /// Returns the line that was read last, counted from 1.
     qel::int32 line() const {
         std::string_view passed = m_source.substr(0, m_at);
         return 1 + static_cast<qel::int32>(std::count(passed.begin(), passed.end(), '\n'));

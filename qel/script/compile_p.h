@@ -1,4 +1,4 @@
-// The one way from source text to a closure.
+// Compiles source text to a closure; all script source passes through here.
 #pragma once
 
 #include <string_view>
@@ -9,10 +9,12 @@ namespace qelSq::internal {
 
 /// Compiles @p source and pushes the closure. A UTF-8 byte order mark at its start is skipped.
 /// @p sourceName may be null.
-/// @errors reported to the compiler's handler, nothing is pushed.
+/// @return true if it compiled.
+/// @errors are reported to the compiler's error handler, and nothing is pushed.
 bool compile(SQVM* vm, std::string_view source, const char* sourceName);
 
-/// Script function `compilestring(text [, name])`: as the machine's own, with the bound on nesting.
+/// Script function `compilestring(text [, name])`: the same as the machine's own, but with a limit on
+/// nesting.
 SQInteger compileString(SQVM* vm);
 
 } // namespace qelSq::internal

@@ -12,7 +12,7 @@ namespace {
 
 constexpr const char* kTable = "qel";
 
-// The singleton's instance holds no reference: the System must be free to end.
+// The instance of the singleton holds no reference, because the System must be free to end.
 SQInteger getSystem(SQVM* vm) {
     if (qel::System* system = qel::Object::system()) {
         NativeClass<qel::System>::pushUnowned(vm, system);
@@ -43,7 +43,7 @@ void registerAllVectors(VM* vm) {
 
 void CoreImports(VM* vm) {
     vm->setImportCallback("qel.System", &importSystem, kTable);
-    // The element types share the names, so that the last one is what scripts get.
+    // The element types share their names, so scripts get the last one.
     registerAllVectors<qel::int8, qel::int16, qel::int32, qel::int64, float, double, qel::uint8, qel::uint16,
                        qel::uint32, qel::uint64>(vm);
     vm->setImportCallback("qel.GregorianDate", &importGregorianDate, kTable);

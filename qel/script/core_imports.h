@@ -10,8 +10,8 @@ namespace qelSq {
 /// Registers the imports of the library's own classes with @p vm: "qel.System", "qel.IVec2" and so on.
 QEL_API void CoreImports(VM* vm);
 
-/// Puts the script class of T into the root table's table @p tableName under the class's bare name: the
-/// import function of most classes.
+/// Stores the script class of T, under its unqualified name, in the table @p tableName of the root table.
+/// Most classes use this as their import function.
 template <typename T>
 void importClass(VM* vm, const char* tableName) {
     const Object& cls = NativeClass<T>::get(vm->getSquirrelVM());

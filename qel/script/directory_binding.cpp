@@ -11,7 +11,7 @@ bool openQuietly(Directory& directory, const char* path) {
     return directory.open(path);
 }
 
-// The next entry as a table; null at the end.
+// Returns the next entry as a table; null at the end.
 qelSq::Object readEntry(Directory& directory) {
     File::FileInfo info;
     if (!directory.read(info)) return {};

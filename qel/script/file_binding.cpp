@@ -14,7 +14,7 @@ bool compareFilesAndReport(const char* a, const char* b) {
     return File::compareFiles(a, b, false);
 }
 
-// What is known of a file as a table; null for one that can't be looked at.
+// Returns the information about a file as a table; null if it is not accessible.
 qelSq::Object describeFile(const char* path) {
     File::FileInfo info;
     return File::getFileInfo(path, info) ? internal::fileInfoTable(info) : qelSq::Object();

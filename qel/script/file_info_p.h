@@ -1,4 +1,4 @@
-// What is known of a file, as scripts see it.
+// The information about a file that scripts receive.
 #pragma once
 
 #include <qel/files/file.h>
@@ -6,7 +6,7 @@
 
 namespace qel::internal {
 
-/// A table with a slot for each field of @p info but the name.
+/// Returns a table with a slot for each field of @p info except the name.
 qelSq::Object fileInfoTable(const File::FileInfo& info);
 
 } // namespace qel::internal

@@ -1,4 +1,4 @@
-// Script values in Items.
+// Stores script values in Items and reads them back.
 #include <qel/store/core/item.h>
 
 #include <qel/foundation/base/buffer.h>
@@ -13,7 +13,7 @@ namespace {
 
 using ScriptValue = qelSq::Object;
 
-/// Appends script values to an Item; remembers the containers that it is in.
+/// Appends script values to an Item; keeps track of the containers that it is inside.
 class ScriptWriter {
 public:
     explicit ScriptWriter(Item& item) : m_item(item) {}
@@ -93,7 +93,7 @@ private:
     Vector<ScriptValue> m_path;
 };
 
-/// Makes script values of elements. @see Item::Iterator::asSquirrel()
+/// Converts elements to script values. @see Item::Iterator::asSquirrel()
 class ScriptReader {
 public:
     ScriptReader(SQVM* vm, ScriptCode code) : m_vm(vm), m_code(code) {}
@@ -144,7 +144,7 @@ private:
         return instance;
     }
 
-    /// What a Prefix says something about.
+    /// Reads the value after a Prefix.
     bool readMarked(Item::Iterator& elements, ScriptValue& value, int depth) {
         const SmartCStr mark = elements.asWeakCStr();
         if (mark == Item::kTablePrefix) return readTable(elements, value, depth + 1);
@@ -158,7 +158,7 @@ private:
         return value.isClosure();
     }
 
-    /// The list of a SubItem; empty below the deepest level.
+    /// Reads the list of a SubItem; it is empty below the deepest level.
     static bool openList(Item::Iterator& elements, Item& list, int depth) {
         if (!elements.asWeakSubItem(list)) return false;
         if (depth > Item::kMaxDepth) list.clear();
@@ -186,7 +186,7 @@ private:
         while (pairs.hasNextElement()) {
             ScriptValue key, value;
             if (!read(pairs, key, depth) || !read(pairs, value, depth)) return false;
-            table.set(key, value); // a null is no key and is left out
+            table.set(key, value); // null cannot be a key and is skipped
         }
         return true;
     }

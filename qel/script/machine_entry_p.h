@@ -1,4 +1,4 @@
-// What every entry of native code into the script machine needs.
+// Guards every call from native code into the script machine.
 #pragma once
 
 #include <qel/platform/c_locale.h>
@@ -7,9 +7,9 @@
 
 namespace qelSq::internal {
 
-/// Restores the height of a stack at the end of the scope, however the calls in between have ended. Until
-/// then the machine reads and formats numbers with a decimal point, whatever locale the host has set: it
-/// leaves that to the C library.
+/// Restores the height of a stack at the end of the scope, whether or not the calls in between succeeded.
+/// Until then the machine reads and formats numbers with a decimal point, whatever locale the host has set,
+/// because the machine leaves that to the C library.
 class MachineEntry {
 public:
     /// Remembers the height of the stack of @p vm.

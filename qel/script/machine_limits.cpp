@@ -11,11 +11,11 @@ namespace qelSq::internal {
 
 namespace {
 
-// Slots of a stack beyond what a call asks for.
+// Stack slots reserved in addition to those that a call requests.
 constexpr SQInteger kSpareStack = 64;
 
-// Calls the closure on top of the stack with the receiver and arguments below it, as if it had been called
-// itself.
+// Calls the closure on top of the stack with the receiver and the arguments below it, as if it had been
+// called directly.
 SQInteger forwardCall(SQVM* vm) {
     SQInteger closure = sq_gettop(vm);
     if (SQ_FAILED(sq_reservestack(vm, closure + 1))) return SQ_ERROR;
@@ -23,7 +23,7 @@ SQInteger forwardCall(SQVM* vm) {
     return SQ_SUCCEEDED(sq_call(vm, closure - 1, SQTrue, SQFalse)) ? 1 : SQ_ERROR;
 }
 
-// As forwardCall, unless the argument is a number of elements out of range.
+// Does the same as forwardCall, but refuses a number of elements that is out of range.
 SQInteger callWithSize(SQVM* vm) {
     SQInteger size = 0;
     bool isSize = sq_gettop(vm) > 2 && SQ_SUCCEEDED(sq_getinteger(vm, 2, &size));
@@ -31,12 +31,12 @@ SQInteger callWithSize(SQVM* vm) {
     return forwardCall(vm);
 }
 
-// The machine's own functions push elements and arguments without a look at the size of the stack.
+// The machine's own functions push elements and arguments without checking the size of the stack.
 bool reserve(SQVM* vm, SQInteger count) {
     return SQ_SUCCEEDED(sq_reservestack(vm, count + kSpareStack));
 }
 
-// As forwardCall, with room for the elements of the array at index 2 as arguments.
+// Does the same as forwardCall, with room for the elements of the array at index 2 as arguments.
 SQInteger callWithArray(SQVM* vm) {
     SQInteger size = sq_gettop(vm) > 2 && sq_gettype(vm, 2) == OT_ARRAY ? sq_getsize(vm, 2) : 0;
     return reserve(vm, size) ? forwardCall(vm) : SQ_ERROR;
@@ -54,11 +54,11 @@ SQInteger callCoroutine(SQVM* vm) {
 }
 
 SQInteger suspendCoroutine(SQVM* vm) {
-    // The root machine can't be suspended: nobody could wake it.
+    // The root machine cannot be suspended, because nothing could wake it.
     return vm == VM::from(vm)->getSquirrelVM() ? 0 : sq_suspendvm(vm);
 }
 
-// Puts @p function in place of the closure @p name of @p holder, with that closure as its free variable.
+// Replaces the closure @p name of @p holder with @p function, which gets that closure as its free variable.
 void wrap(Object& holder, const char* name, SQFUNCTION function) {
     SQVM* vm = Global::squirrelVM;
     MachineEntry entry(vm);
@@ -87,7 +87,7 @@ bool loadSource(SQVM* vm, const char* path, qel::Buffer& buffer) {
 }
 
 // Script function `loadfile(path [, report])`: pushes the closure of a source file. Unlike the machine's own
-// it takes no bytecode, which nobody verifies.
+// function, it refuses bytecode, because nothing verifies that.
 SQInteger loadFile(SQVM* vm) {
     SQInteger top = sq_gettop(vm);
     if (top < 2 || top > 3) return raiseArgumentCount(vm, true);
@@ -98,7 +98,8 @@ SQInteger loadFile(SQVM* vm) {
     return sq_throwerror(vm, "cannot compile the file");
 }
 
-// Script function `dofile(path [, report])`: runs a source file on the caller's `this` and gives its result.
+// Script function `dofile(path [, report])`: runs a source file on the caller's `this` and returns its
+// result.
 SQInteger doFile(SQVM* vm) {
     if (SQ_FAILED(loadFile(vm))) return SQ_ERROR;
     sq_push(vm, 1);

@@ -1,4 +1,4 @@
-// Keeps scripts from what the machine's own library does not survive.
+// Limits that protect the host from script calls that would crash the machine's own library.
 #pragma once
 
 #include <qel/script/object.h>
@@ -9,17 +9,17 @@ class VM;
 
 namespace internal {
 
-/// Coroutines (`newthread`) that may have called each other without having returned: each has a piece of the
-/// native stack.
+/// How many coroutines (`newthread`) may have called each other without having returned. Each takes part of
+/// the native stack.
 constexpr int kMaxCoroutineDepth = 16;
-/// Elements of an array, bytes of a blob, that a script may ask for at once; the machine does not survive an
-/// allocation that fails.
+/// How many array elements or blob bytes a script may request at once. The machine does not survive a failed
+/// allocation.
 constexpr SQInteger kMaxElements = SQInteger{1} << 27;
 
-/// Bounds the root functions and the coroutines of @p vm. To be called before any script runs.
+/// Limits the root functions and the coroutines of @p vm. Must be called before any script runs.
 void limitMachine(VM& vm);
 
-/// Bounds what the io and blob libraries have put into the table `std`, given as @p table.
+/// Limits the functions that the io and blob libraries have added to @p table, the table `std`.
 void limitStandardLibrary(Object& table);
 
 } // namespace internal

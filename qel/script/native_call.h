@@ -1,5 +1,5 @@
-// The trampolines: native closures, one for each bound function, that convert arguments, call and push the
-// result.
+// Trampolines: native closures, one for each bound function, that convert the arguments, call the function
+// and push the result.
 #pragma once
 
 #include <qel/script/access.h>
@@ -12,7 +12,7 @@ namespace qelSq {
 
 namespace internal {
 
-/// Takes a function's type apart.
+/// Splits a function type into its result and its arguments.
 template <typename F>
 struct Signature;
 
@@ -32,7 +32,7 @@ struct Signature<R (C::*)(A...) noexcept> : Signature<R (*)(A...)> {};
 template <typename C, typename R, typename... A>
 struct Signature<R (C::*)(A...) const noexcept> : Signature<R (*)(A...)> {};
 
-/// The parameters of a method: those of a member function, or those behind the receiver of a free one.
+/// The parameters of a method: those of a member function, or those after the receiver of a free function.
 template <typename F, typename Arguments = typename Signature<F>::Arguments>
 struct MethodArguments {
     using Type = Arguments;
@@ -42,21 +42,21 @@ requires(!std::is_member_function_pointer_v<F>) struct MethodArguments<F, std::t
     using Type = std::tuple<Rest...>;
 };
 
-/// The Access that a parameter type asks for.
+/// The Access class for a parameter of type P.
 template <typename P>
 using AccessFor = Access<std::remove_cvref_t<P>>;
 
-/// Raises a count error. @param isStatic  chooses its words.
+/// Raises the error for a wrong number of arguments. @param isStatic  selects its wording.
 QEL_API SQInteger raiseArgumentCount(SQVM* vm, bool isStatic);
 /// Raises "native get on null-pointer" or "native set on null-pointer".
 QEL_API SQInteger raiseNullAccess(SQVM* vm, bool isSetter);
 /// Turns the native exception in flight into a script error.
 QEL_API SQInteger raiseCurrentException(SQVM* vm);
 
-/// Converts the arguments from stack index 2 on, calls @p call with them and pushes its result.
+/// Converts the arguments at stack index 2 and above, calls @p call with them and pushes its result.
 template <typename R, typename Arguments, typename Call, size_t... I>
 SQInteger callWith(SQVM* vm, const Call& call, std::index_sequence<I...>) try {
-    // The braces make the conversions run in the order of the arguments.
+    // The braces guarantee that the conversions run in the order of the arguments.
     [[maybe_unused]] std::tuple<AccessFor<std::tuple_element_t<I, Arguments>>...> access{
         AccessFor<std::tuple_element_t<I, Arguments>>(vm, static_cast<SQInteger>(I) + 2)...};
     if constexpr (std::is_void_v<R>) {
@@ -71,7 +71,7 @@ SQInteger callWith(SQVM* vm, const Call& call, std::index_sequence<I...>) try {
 
 } // namespace internal
 
-/// Native closure of the static or free function @p F.
+/// Native closure that calls the static or free function @p F.
 template <auto F>
 SQInteger callStatic(SQVM* vm) {
     using Signature = internal::Signature<decltype(F)>;
@@ -83,7 +83,8 @@ SQInteger callStatic(SQVM* vm) {
         std::make_index_sequence<count>());
 }
 
-/// Native closure of a method of T: a member function, or a free one with a T& in front.
+/// Native closure that calls a method of T: a member function, or a free function whose first parameter is a
+/// T&.
 template <typename T, auto F>
 SQInteger callMethod(SQVM* vm) {
     using Result = typename internal::Signature<decltype(F)>::Result;
@@ -97,9 +98,8 @@ SQInteger callMethod(SQVM* vm) {
         std::make_index_sequence<count>());
 }
 
-/// Native closure of a function whose last parameters may be left out: the trampoline @p Short serves calls
-/// with
-/// @p count arguments, @p Long all others.
+/// Native closure of a function whose last parameters may be omitted. The trampoline @p Short handles calls
+/// with @p count arguments, @p Long all others.
 template <size_t count, SQFUNCTION Short, SQFUNCTION Long>
 SQInteger callEither(SQVM* vm) {
     return sq_gettop(vm) == SQInteger{count} + 1 ? Short(vm) : Long(vm);

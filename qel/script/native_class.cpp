@@ -11,8 +11,8 @@ namespace {
 constexpr const char* kSetTable = "__qel_setTable";
 constexpr const char* kGetTable = "__qel_getTable";
 
-// Pushes the accessor closure for the key at index 2 from the table in the free variable at @p table. Where
-// there is none, a thrown null tells the machine that the member does not exist.
+// Pushes the accessor closure for the key at index 2 from the table in the free variable at @p table. If
+// there is none, throws null, by which the machine recognises that the member does not exist.
 bool pushAccessor(SQVM* vm, SQInteger table) {
     sq_push(vm, 2);
     if (SQ_SUCCEEDED(sq_rawget(vm, table))) return true;
@@ -41,7 +41,7 @@ SQInteger makeWeakReference(SQVM* vm) {
     return 1;
 }
 
-// A native closure with one free variable.
+// Creates a native closure with one free variable.
 Object closureOver(SQVM* vm, SQFUNCTION function, const Object& variable) {
     Object closure;
     variable.push(vm);
@@ -66,7 +66,7 @@ void AdapterData::initialize(SQVM* vm, SQFUNCTION constructor, SQFUNCTION cloned
         .squirrelFunction("weakref", &makeWeakReference)
         .squirrelFunction("constructor", constructor)
         .squirrelFunction("cloned", cloned)
-        .squirrelFunction("_cloned", cloned); // the name by which the machine's own clone operator finds it
+        .squirrelFunction("_cloned", cloned); // the name that the machine's clone operator looks up
 }
 
 void AdapterData::setTypeTag(SQVM* vm, SQUserPointer tag) {
@@ -111,7 +111,7 @@ qel::Object* referenceCountedAt(SQVM* vm, SQInteger index) {
     if (SQ_FAILED(sq_getinstanceup(vm, index, &pointer, nullptr)) || !pointer) return nullptr;
     const auto& tags = VMControl::from(vm).referenceCountedTags;
     MachineEntry entry(vm);
-    // A class that a script derives from a bound one has no tag of its own.
+    // A class that a script derives from a bound class has no tag of its own.
     sq_getclass(vm, index);
     SQUserPointer tag = nullptr;
     while (SQ_SUCCEEDED(sq_gettypetag(vm, -1, &tag))) {

@@ -1,4 +1,4 @@
-// NativeClass: the script class of a native type, and the instances of it that scripts hold.
+// NativeClass: the script class of a native type and its instances.
 #pragma once
 
 #include <qel/foundation/base/object.h>
@@ -9,25 +9,25 @@
 
 namespace qelSq {
 
-/// What scripts may do with a native type. The general form asks the type itself; a specialisation serves
-/// types that know nothing of scripts.
+/// Describes what scripts may do with a native type. The primary template asks the type itself; types that
+/// know nothing about scripts need a specialisation.
 template <typename T>
 struct ScriptClass {
-    /// Whether scripts can make an instance.
+    /// True if scripts can create an instance.
     static constexpr bool kConstructible = std::is_default_constructible_v<T>;
-    /// Whether scripts can clone an instance.
+    /// True if scripts can clone an instance.
     static constexpr bool kCopyable = std::is_copy_constructible_v<T>;
-    /// Name of the script class.
+    /// Returns the name of the script class.
     static const char* name() { return T::getStaticClassName(); }
-    /// Fills the script class.
+    /// Adds the members of the type to the script class @p cls.
     static void bind(Object* cls) { T::bindSqVM(cls); }
 };
 
-/// A type whose script instances share the native object by references.
+/// A type whose script instances share the native object by holding references to it.
 template <typename T>
 concept ReferenceCountedClass = std::derived_from<T, qel::Object>;
 
-/// A type of which each script instance holds a copy of its own.
+/// A type whose script instances each hold their own copy.
 template <typename T>
 concept ValueClass = std::is_class_v<T> && !ReferenceCountedClass<T> && std::is_copy_constructible_v<T> &&
                      std::is_copy_assignable_v<T> && std::is_default_constructible_v<T> && requires {
@@ -36,11 +36,11 @@ concept ValueClass = std::is_class_v<T> && !ReferenceCountedClass<T> && std::is_
 
 namespace internal {
 
-/// Its address marks the script class of T.
+/// The address of this variable is the type tag of the script class of T.
 template <typename T>
 inline QEL_API char g_typeTag = 0;
 
-/// Gives the class of @p data, which is made and filled if it is missing.
+/// Everything that classOf() needs to create the script class of a native type.
 struct ClassRecipe {
     const std::type_info* type;
     SQUserPointer typeTag;
@@ -51,28 +51,30 @@ struct ClassRecipe {
     void (*bind)(Object* cls);
 };
 
-/// The class that @p recipe describes, bound on first use. Lasts as long as the machine.
+/// Returns the class that @p recipe describes and binds it on first use. The reference is valid as long as
+/// the machine.
 QEL_API const Object& classOf(SQVM* vm, const ClassRecipe& recipe);
-/// Pushes an instance that holds @p pointer. @param hook  releases it; null for one that isn't owned.
+/// Pushes an instance that holds @p pointer.
+/// @param hook  releases the pointer; null if the instance does not own it.
 QEL_API void pushInstance(SQVM* vm, const Object& cls, SQUserPointer pointer, SQRELEASEHOOK hook);
-/// The object of an instance of any reference-counted class, else null.
+/// Returns the object held by the instance at @p index if its class is reference-counted, otherwise null.
 QEL_API qel::Object* referenceCountedAt(SQVM* vm, SQInteger index);
-/// Constructor of a class that scripts can't make.
+/// Constructor of a class that scripts cannot instantiate.
 QEL_API SQInteger refuseConstructor(SQVM* vm);
-/// Clone function of a class that scripts can neither make nor clone.
+/// Clone function of a class that scripts can neither instantiate nor clone.
 QEL_API SQInteger refuseClone(SQVM* vm);
-/// Clone function of a class that scripts can make but not clone.
+/// Clone function of a class that scripts can instantiate but not clone.
 QEL_API SQInteger refuseCopy(SQVM* vm);
-/// Raises the error of a receiver without native side.
+/// Raises the error for a receiver that holds no native object.
 QEL_API SQInteger raiseNoReceiver(SQVM* vm);
-/// Raises the error of a clone whose source has no native side.
+/// Raises the error for a clone whose source holds no native object.
 QEL_API SQInteger raiseNoSource(SQVM* vm, bool referenceCounted);
-/// Release hook of reference-counted instances.
+/// Releases the reference that an instance of a reference-counted class holds.
 QEL_API SQInteger releaseReference(SQUserPointer pointer, SQInteger size);
 
 } // namespace internal
 
-/// The script class of T, in the machine that a handle belongs to.
+/// The script class of T in the machine to which a handle belongs.
 /// @threads main thread.
 template <typename T>
 class NativeClass {
@@ -80,7 +82,7 @@ class NativeClass {
     static constexpr bool kCounted = ReferenceCountedClass<T>;
 
 public:
-    /// The script class; bound when it is first asked for.
+    /// Returns the script class and binds it on first use.
     static const Object& get(SQVM* vm) {
         return internal::classOf(
             vm, {&typeid(T), typeTag(), kCounted, constructor(), cloner(), Traits::name(), &Traits::bind});
@@ -91,14 +93,14 @@ public:
         internal::pushInstance(vm, get(vm), new T(value), &deleteValue);
     }
 
-    /// Pushes an instance that holds a reference of @p object; null pushes null.
+    /// Pushes an instance that holds a reference to @p object, or null if @p object is null.
     static void push(SQVM* vm, T* object) requires kCounted {
         if (!object) return sq_pushnull(vm);
         object->increaseReferenceCount();
         internal::pushInstance(vm, get(vm), static_cast<qel::Object*>(object), &internal::releaseReference);
     }
 
-    /// Pushes an instance that knows @p object, which must outlive the machine, but does not own it.
+    /// Pushes an instance that refers to @p object without owning it; the object must outlive the machine.
     static void pushUnowned(SQVM* vm, T* object) {
         if constexpr (kCounted) {
             internal::pushInstance(vm, get(vm), static_cast<qel::Object*>(object), nullptr);
@@ -107,7 +109,8 @@ public:
         }
     }
 
-    /// The native side of the instance at @p index of the stack; null when it has none, or is none of T.
+    /// Returns the native object of the instance at @p index of the stack; null if it has none or is not an
+    /// instance of T.
     static T* at(SQVM* vm, SQInteger index) {
         SQUserPointer pointer = nullptr;
         if (SQ_SUCCEEDED(sq_getinstanceup(vm, index, &pointer, typeTag()))) return fromPointer(pointer);
@@ -119,9 +122,9 @@ public:
     }
 
 private:
-    // An instance that has its native side already, because a script called the constructor or the clone
-    // function by hand, gets a value assigned in place and keeps an object: a native function further up the
-    // stack may be using either.
+    // A script that calls the constructor or the clone function by hand may pass an instance that already has
+    // a native object. A value is then assigned in place, and a reference-counted object is kept, because a
+    // native function further up the stack may be using it.
     static constexpr SQUserPointer typeTag() { return &internal::g_typeTag<T>; }
 
     static constexpr SQFUNCTION constructor() {

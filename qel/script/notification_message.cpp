@@ -13,7 +13,7 @@ Item NotificationMessage::serializeData() const {
 }
 
 void NotificationMessage::deserializeData(const Item& item) {
-    Map<int32, Item> read; // filled first, since the data may hold the item
+    Map<int32, Item> read; // filled first, because the item may belong to the data
     Item::Iterator reader = item.getIterator();
     int32 key = 0;
     Item value;

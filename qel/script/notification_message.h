@@ -1,4 +1,4 @@
-// NotificationMessage: a push notification that has reached this process.
+// NotificationMessage: a push notification received by this process.
 #pragma once
 
 #include <qel/foundation/base/containers.h>
@@ -10,28 +10,28 @@
 
 namespace qel {
 
-/// What a notification shows, and the data it carries for the program. The host's provider gives the numbers
-/// their meaning.
+/// The content that a notification displays, and the data that it carries for the program. The meaning of the
+/// numbers is defined by the host's provider.
 /// @threads main thread.
 class QEL_API NotificationMessage : public Object {
     QEL_CLASS(NotificationMessage, Object)
 
 public:
-    /// Whether there is anything to show.
+    /// Returns true if there is anything to display.
     bool hasTextContent() const { return !title.empty() || !subtitle.empty() || !body.empty(); }
-    /// The data as a list: for each entry, in the order of the keys, the key and a SubItem of the value.
+    /// Returns the data as a list: for each entry, in key order, the key and a SubItem of the value.
     Item serializeData() const;
-    /// Puts what serializeData() wrote in place of the data; what does not read as a key and a SubItem ends
-    /// the list.
+    /// Replaces the data with what serializeData() wrote. Reading stops at the first entry that is not a key
+    /// and a SubItem.
     void deserializeData(const Item& item);
 
-    int32 type = 0;        ///< what kind of message it is
-    int32 identifier = 0;  ///< tells it from others of its kind
+    int32 type = 0;        ///< kind of message
+    int32 identifier = 0;  ///< distinguishes it from others of its kind
     String title;          ///< first line
     String subtitle;       ///< second line
-    String body;           ///< the text
-    Map<int32, Item> data; ///< for the program
-    int32 badge = -1;      ///< number to show at the program's icon; -1 leaves it as it is
+    String body;           ///< body text
+    Map<int32, Item> data; ///< data for the program
+    int32 badge = -1;      ///< number to display on the program's icon; -1 leaves it unchanged
 };
 
 } // namespace qel

@@ -31,7 +31,8 @@ void NotificationProvider::deliver(SmartPointer<NotificationMessage> message) {
 
 void NotificationProvider::runOnMainQueue(std::function<void()> work) {
     auto run = [this, work = std::move(work)] {
-        if (getReferenceCount() > 0) takeTimedReference(); // the queue goes on when work lets go of this
+        // The work may release this object, whose queue must stay alive until the work returns.
+        if (getReferenceCount() > 0) takeTimedReference();
         work();
     };
     m_queue.pushTask(new TaskQueue::LambdaNoContextTask(std::move(run)), 0);

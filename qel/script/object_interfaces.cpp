@@ -27,7 +27,8 @@ void forEachSlot(const Object& container, Visit visit) {
     }
 }
 
-// Calls @p change(vm) with @p array on top of the stack. @return false for anything but an array, too.
+// Calls @p change(vm) with @p array on top of the stack. @return false if that fails or @p array is not an
+// array.
 template <typename Change>
 bool changeArray(const Object& array, Change change) {
     SQVM* vm = Global::squirrelVM;

@@ -15,24 +15,25 @@ using qel::String;
 
 constexpr int kInfoLevel = 1;
 constexpr int kErrorLevel = 3;
-/// A pass logs no more lines of a program's stream, so that a flood does not hold it up.
+/// A pass logs at most this many lines of each of a program's streams, so that a flood does not delay it.
 constexpr int kLinesPerPass = 500;
-/// Passes in which all is read that a program left in its pipes, were it empty lines: what a descendant goes
-/// on to write is not waited for.
-constexpr int kMostPassesBehindEnd = 2 * 0x100000 / kLinesPerPass;
+/// Passes that are enough to read everything that a program left in its pipes, even if it is all empty lines.
+/// Output that a descendant writes after that is not awaited.
+constexpr int kMostPassesAfterEnd = 2 * 0x100000 / kLinesPerPass;
 
 /// A running program whose output goes to the log.
 struct RunningProgram {
     qel::SmartPointer<Process> process;
     int errorLevel;
-    int passesBehindEnd = 0;
+    int passesAfterEnd = 0;
 
-    /// Logs what has come. @return whether the program has ended and all its lines are logged.
+    /// Logs the lines that have arrived. @return true if the program has ended and all its lines are logged.
     bool hasEnded() {
-        const bool runs = process->tick(); // first: what it wrote before its end can still be read behind it
+        // This comes first, so that the reads below find all that was written before the end.
+        const bool runs = process->tick();
         const bool hasOutput = !logLines(&Process::readLine, kInfoLevel);
         const bool hasErrors = !logLines(&Process::readErrLine, errorLevel);
-        return !runs && ((!hasOutput && !hasErrors) || ++passesBehindEnd > kMostPassesBehindEnd);
+        return !runs && ((!hasOutput && !hasErrors) || ++passesAfterEnd > kMostPassesAfterEnd);
     }
 
 private:
@@ -47,8 +48,8 @@ private:
     }
 };
 
-/// Starts the program that @p args begins with. The calling script thread waits for its end and gets its exit
-/// status; without one the program goes on by itself.
+/// Starts the program named by the first of @p args. The calling script thread waits for its end and receives
+/// its exit status. Outside a script thread, the program runs on by itself.
 SQInteger runProgram(SQVM* vm, const qel::List<String>& args, const char* directory, int errorLevel) {
     RunningProgram program{new Process(), errorLevel};
     if (!program.process->spawn(args.front(), args, directory, false)) {
@@ -69,7 +70,7 @@ SQInteger runProgram(SQVM* vm, const qel::List<String>& args, const char* direct
     });
 }
 
-/// The texts of the parameters from @p first on.
+/// Returns the string forms of the parameters at index @p first and above.
 qel::List<String> textsFrom(SQVM* vm, SQInteger first) {
     qel::List<String> texts;
     for (SQInteger i = first; i <= sq_gettop(vm); ++i) texts.emplace_back(TextAccess(vm, i).view());

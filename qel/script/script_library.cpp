@@ -36,7 +36,7 @@ void registerLibrary(SQVM* vm, const Object& table, SQRESULT (*registerInto)(HSQ
     registerInto(vm);
 }
 
-// A new table in the root table's slot @p name.
+// Creates a table in the slot @p name of the root table.
 Object addRootTable(VM& vm, const char* name) {
     Object table = vm.newTable();
     vm.getRootTable().set(name, table);

@@ -21,8 +21,8 @@ const char* orUnknown(const char* text) {
     return text ? text : "unknown";
 }
 
-// Logs a printf form. A text that does not fit the local buffer is formatted once more into one that holds
-// it.
+// Logs a text in printf format. If it does not fit into the local buffer, it is formatted again into one of
+// the right size.
 void printToLog(qel::logging::MessageStream line, const char* format, va_list arguments) {
     char buffer[2048];
     va_list again;
@@ -54,7 +54,7 @@ void printError(HSQUIRRELVM, const SQChar* format, ...) {
 
 void reportCompilerError(HSQUIRRELVM vm, const SQChar* description, const SQChar* source, SQInteger line,
                          SQInteger) {
-    if (VMControl::from(vm).isSourceTooDeep) return; // the error is the cut, which compile() reports
+    if (VMControl::from(vm).isSourceTooDeep) return; // compile() reports the cause
     VM::from(vm)->reportCompilerError(description, source, static_cast<qel::int32>(line));
 }
 

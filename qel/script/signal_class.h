@@ -7,13 +7,13 @@
 
 namespace qelSq {
 
-/// "_Signal": what every object has, and no more.
+/// The script class "_Signal", which has only the members that every object has.
 template <>
 struct QEL_API ScriptClass<qel::Signal<void()>> {
     static constexpr bool kConstructible = false;   ///< signals belong to native code
     static constexpr bool kCopyable = false;        ///< a signal is not copied
-    static const char* name() { return "_Signal"; } ///< the same for all signals
-    static void bind(Object* cls);                  ///< the members of Object
+    static const char* name() { return "_Signal"; } ///< the same name for all signals
+    static void bind(Object* cls);                  ///< binds the members of Object
 };
 
 } // namespace qelSq

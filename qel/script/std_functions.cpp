@@ -1,4 +1,4 @@
-// The functions of the table `std` that touch neither threads nor queues, and their order in it.
+// The functions of the table `std` except those for threads and queues, and the order of all of them.
 #include <qel/script/script_library_p.h>
 
 #include <qel/foundation/base/object.h>

@@ -1,4 +1,4 @@
-// The functions of the table `string` next to those of the machine's own library.
+// The functions of the table `string` in addition to those of the machine's own library.
 #include <qel/script/script_library_p.h>
 
 #include <qel/files/file.h>

@@ -15,7 +15,7 @@ const char* getParameterOrNull(System& system, const char* names) {
     return system.getArgumentParameter(names, nullptr);
 }
 
-// "signalApplicationTick" as an instance that does not own the signal.
+// Pushes "signalApplicationTick" as an instance that does not own the signal.
 SQInteger getTickSignal(SQVM* vm) {
     System* system = qelSq::NativeClass<System>::at(vm, 1);
     if (!system) return qelSq::internal::raiseNullAccess(vm, false);

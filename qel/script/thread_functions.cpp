@@ -8,7 +8,7 @@ namespace qelSq::internal {
 
 namespace {
 
-// 0 while there is no System, whose clock would count.
+// Returns 0 if there is no System to supply the time.
 qel::uint32 now() {
     qel::System* system = qel::Object::system();
     return system ? system->getTime() : 0;

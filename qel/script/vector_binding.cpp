@@ -11,7 +11,7 @@ void bindName(Object* cls) {
     ClassBinder<T>(cls).template staticFunction<&ScriptClass<T>::name>("getClassName");
 }
 
-// Components that all vectors have, and their names as colours.
+// Binds the components that all vectors have, also under their names as colours.
 template <typename Vector>
 ClassBinder<Vector> bindTwo(Object* cls) {
     bindName<Vector>(cls);

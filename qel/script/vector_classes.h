@@ -8,40 +8,40 @@
 
 namespace qelSq {
 
-/// "IVec2" of any element type; defined for the ten element types of vector_binding.cpp.
+/// The script class "IVec2" of any element type; defined for the ten element types of vector_binding.cpp.
 template <typename T>
 struct ScriptClass<qel::IVec2<T>> {
     static constexpr bool kConstructible = true;  ///< all components zero
     static constexpr bool kCopyable = true;       ///< copies the components
     static const char* name() { return "IVec2"; } ///< the same for all element types
-    QEL_API static void bind(Object* cls);        ///< x, y, r, g
+    QEL_API static void bind(Object* cls);        ///< binds x, y, r, g
 };
 
-/// "IVec3" of any element type; defined for the ten element types of vector_binding.cpp.
+/// The script class "IVec3" of any element type; defined for the ten element types of vector_binding.cpp.
 template <typename T>
 struct ScriptClass<qel::IVec3<T>> {
     static constexpr bool kConstructible = true;  ///< all components zero
     static constexpr bool kCopyable = true;       ///< copies the components
     static const char* name() { return "IVec3"; } ///< the same for all element types
-    QEL_API static void bind(Object* cls);        ///< x, y, z, r, g, b
+    QEL_API static void bind(Object* cls);        ///< binds x, y, z, r, g, b
 };
 
-/// "IVec4" of any element type; defined for the ten element types of vector_binding.cpp.
+/// The script class "IVec4" of any element type; defined for the ten element types of vector_binding.cpp.
 template <typename T>
 struct ScriptClass<qel::IVec4<T>> {
     static constexpr bool kConstructible = true;  ///< all components zero
     static constexpr bool kCopyable = true;       ///< copies the components
     static const char* name() { return "IVec4"; } ///< the same for all element types
-    QEL_API static void bind(Object* cls);        ///< x, y, z, w, r, g, b, a
+    QEL_API static void bind(Object* cls);        ///< binds x, y, z, w, r, g, b, a
 };
 
-/// "Rect".
+/// The script class "Rect".
 template <>
 struct QEL_API ScriptClass<qel::Rect> {
     static constexpr bool kConstructible = true; ///< empty, all zero
     static constexpr bool kCopyable = true;      ///< copies the edges
     static const char* name() { return "Rect"; } ///< the class's name
-    static void bind(Object* cls);               ///< the edges, leftTop, rightBottom
+    static void bind(Object* cls);               ///< binds the edges, leftTop, rightBottom
 };
 
 } // namespace qelSq

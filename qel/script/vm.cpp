@@ -38,7 +38,7 @@ VM::VM() : m_vm(sq_open(kInitialStackSize)), m_control(std::make_unique<VMContro
     internal::limitMachine(*this);
     internal::openLibrary(*this);
     initImport();
-    sq_reseterror(m_vm); // the library's own look-ups leave one
+    sq_reseterror(m_vm); // the library's own lookups leave an error
 }
 
 VM::~VM() {

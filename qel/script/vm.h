@@ -1,4 +1,4 @@
-// VM: the script machine with its threads and imports.
+// VM: the script machine, its threads and its imports.
 #pragma once
 
 #include <qel/foundation/base/containers.h>
@@ -18,27 +18,27 @@ class AsyncQueue;
 class ImportLibrary;
 struct VMControl;
 
-/// The one script machine of a process. It compiles and runs texts, serves imports, and keeps the list of
-/// script threads that the main loop resumes. Scripts are trusted code; docs/scripting.md tells what a
+/// The only script machine of a process. It compiles and runs source text, serves imports, and keeps the list
+/// of script threads that the main loop resumes. Scripts are trusted code; docs/scripting.md describes what a
 /// runaway script can and cannot do to its host.
 /// @threads main thread.
 class QEL_API VM {
 public:
-    /// A native function that serves an import, with the text registered for it.
+    /// A native function that serves an import; @p argument is the string registered with it.
     using ImportFunction = void (*)(VM* vm, const char* argument);
-    /// Whether a suspended thread goes on. One that returns true has pushed one value onto the thread's
-    /// stack: what the suspended call gives to the script.
+    /// Decides whether a suspended thread resumes. Before it returns true, it must push one value onto the
+    /// thread's stack: the result of the suspended call.
     using WakeCondition = std::function<bool(SQVM* thread)>;
 
     /// A cooperative script thread.
     struct QEL_API Thread {
-        /// Handle of the script machine's thread; its first call is already on its stack.
+        /// Handle of the script machine's thread; the closure to call is already on its stack.
         SQVM* vm = nullptr;
         /// Keeps the thread alive.
         Object object;
-        /// Values on the stack for the first call, the receiver included.
+        /// Number of values on the stack for the first call, including the receiver.
         qel::int32 argumentCount = 1;
-        /// The queue that started the thread; null for a free one.
+        /// The queue that started the thread; null if none did.
         qel::SmartPointer<AsyncQueue> queue;
         /// Set while the thread is suspended.
         WakeCondition wakeCondition;
@@ -47,107 +47,110 @@ public:
         void pushArgument(const Object& value);
     };
 
-    /// Stack that the compiler may use, which calls itself for whatever is nested in a source; deeper sources
-    /// are refused. A level of brackets, operators or statements takes up to 1.2 KB, one of functions or
-    /// classes up to 2 KB, so that 1,000 levels of any kind pass. Callers need that much stack to be left.
+    /// Bytes of stack that the compiler may use. It recurses for everything that is nested in a source;
+    /// sources that need more are refused. A level of brackets, operators or statements takes up to 1.2 KB, a
+    /// level of functions or classes up to 2 KB, so that 1,000 levels of any kind compile. Callers must have
+    /// this much stack left.
     static constexpr size_t kCompilerStackBytes = 2 << 20;
 
     /// Opens the machine, fills its root tables and runs the prelude.
     VM();
-    /// Closes the machine. Handles that are still held elsewhere turn into nulls first.
+    /// Closes the machine. Handles that are still held elsewhere first become null.
     ~VM();
     VM(const VM&) = delete;
     VM& operator=(const VM&) = delete;
 
-    /// Whether @p source compiles. @errors logged by the compiler's handler.
+    /// Returns true if @p source compiles. @errors are logged by the compiler's error handler.
     bool compileSource(const char* source, size_t length, const char* sourceName);
-    /// Compiles and runs a text on the root table. @return whether it compiled and ended without an error.
-    /// @errors logged by the handlers.
+    /// Compiles @p source and runs it with the root table as its `this`.
+    /// @return true if it compiled and ended without an error.
+    /// @errors are logged by the error handlers.
     bool executeBuffer(const char* source, size_t length, const char* sourceName);
-    /// executeBuffer() of a zero-terminated text.
+    /// Calls executeBuffer() with a zero-terminated string.
     bool executeString(const char* source, const char* sourceName);
 
-    /// Compiles a text; null on failure.
+    /// Compiles @p source and returns its closure; null on failure.
     Object newClosure(std::string_view source, const char* sourceName);
-    /// A closure from serialised bytecode, which is trusted like native code; null on failure.
+    /// Creates a closure from serialised bytecode, which is as trusted as native code; null on failure.
     Object newClosure(qel::ConstByteSpan bytecode);
-    /// A closure of a native function; see Object for the block of bytes.
+    /// Creates a closure of a native function; see the constructors of Object for @p data.
     Object newClosure(SQFUNCTION function, const void* data, size_t size);
-    /// An array of @p size nulls.
+    /// Creates an array of @p size nulls.
     Object newArray(SQInteger size);
-    /// An empty table.
+    /// Creates an empty table.
     Object newTable();
-    /// The null value.
+    /// Returns the null value.
     Object newNull() { return {}; }
-    /// The root table.
+    /// Returns the root table.
     Object getRootTable();
-    /// The table of constants and enumerations.
+    /// Returns the table of constants and enumerations.
     Object getConstTable();
-    /// Imports the script class @p className and makes an instance of it; null on failure.
+    /// Imports the script class @p className and creates an instance of it; null on failure.
     Object construct(const char* className);
 
-    /// The text of the last error; empty when there is none.
+    /// Returns the message of the last error; empty if there was none.
     qel::String getLastError();
-    /// What the last compiler error said.
+    /// Returns the message of the last compiler error.
     const qel::String& getLastCompilerDescription() const { return m_lastCompilerDescription; }
-    /// The source in which it was.
+    /// Returns the name of the source that contains the last compiler error.
     const qel::String& getLastCompilerSource() const { return m_lastCompilerSource; }
-    /// The line on which it was, from 1.
+    /// Returns the line of the last compiler error, counted from 1.
     qel::int32 getLastCompilerLine() const { return m_lastCompilerLine; }
 
-    /// Makes a script thread on @p closure, with the root table as its receiver. It starts in the next (or
-    /// the running) processEvents().
-    /// @return valid until the thread ends.
+    /// Creates a script thread that runs @p closure with the root table as its receiver. It starts in the
+    /// next processEvents(), or in the current one if one is running.
+    /// @return the thread, which is valid until it ends.
     Thread* createThread(const Object& closure);
-    /// Whether there is any thread that has not ended.
+    /// Returns true if any thread has not ended.
     bool threadsActive() const { return !m_threads.empty(); }
-    /// Whether the last processEvents() started or resumed any thread. While it does, a host should go on
-    /// without a pause.
+    /// Returns true if the last processEvents() started or resumed any thread. While it returns true, a host
+    /// should run the next pass without a pause.
     bool ranThreads() const { return m_ranThreads; }
-    /// Whether the next processEvents() has anything to do: threads or background work.
+    /// Returns true if there are threads or background work for the next processEvents().
     bool hasWork() const { return threadsActive() || !m_backgroundWork.empty(); }
-    /// The thread that processEvents() is running now, else null.
+    /// Returns the thread that processEvents() is running now, or null.
     Thread* getCurrentThread() const { return m_currentThread; }
     /// Resumes each thread whose condition holds and starts each new one, once, in the order of creation.
     /// A call from within a script does nothing.
     void processEvents();
-    /// Suspends the running thread until @p condition holds. @p vm must be the handle that the calling native
-    /// function was given; it returns the result of this call at once.
-    /// @return 0, with nothing suspended, when @p vm is not the running thread.
-    /// @errors a script error when the script was called through native code and so can't be suspended.
+    /// Suspends the running thread until @p condition holds. @p vm must be the handle passed to the calling
+    /// native function, which must return the result of this call at once.
+    /// @return 0, without suspending anything, if @p vm is not the running thread.
+    /// @errors raises a script error if the script was called through native code and so cannot be suspended.
     SQInteger suspend(SQVM* vm, WakeCondition condition);
-    /// Whether @p vm is the handle of the running thread, so that suspend() can suspend it.
+    /// Returns true if @p vm is the handle of the running thread, so that suspend() can suspend it.
     bool isRunning(SQVM* vm) const { return m_currentThread && m_currentThread->vm == vm; }
-    /// Calls @p work in each processEvents() until it returns true. It counts as no thread and must not add
-    /// further work.
+    /// Calls @p work in each processEvents() until it returns true. It does not count as a thread and must
+    /// not add further work.
     void addBackgroundWork(std::function<bool()> work) { m_backgroundWork.push_back(std::move(work)); }
-    /// Whether the running thread belongs to a queue that is being aborted.
+    /// Returns true if the running thread belongs to a queue that is being aborted.
     bool isCurrentThreadsAsyncQueueAborting() const;
 
-    /// Adds a directory in which import() looks, behind those that are there.
+    /// Appends a directory to those in which import() searches.
     void addImportSearchPath(const qel::String& path);
-    /// Lets @p function serve the import @p name, in place of an earlier one. @param argument  null: empty.
+    /// Registers @p function for the import @p name; it replaces an earlier one.
+    /// @param argument  passed to @p function; null counts as empty.
     void setImportCallback(const char* name, ImportFunction function, const char* argument);
-    /// Runs the import @p name, unless it was already asked for in this process.
-    /// @errors logged.
+    /// Runs the import @p name, unless this process has already requested it.
+    /// @errors are logged.
     void import(const char* name);
-    /// Runs a file as a new script thread, each time it is asked for. @errors logged.
+    /// Runs a file as a new script thread on every call. @errors are logged.
     void include(const char* path);
-    /// The view of the machine that only serves imports.
+    /// Returns a view of the machine that offers only its imports.
     ImportLibrary getLibrary();
 
-    /// The raw handle of the root machine.
+    /// Returns the raw handle of the root machine.
     SQVM* getSquirrelVM() const { return m_vm; }
-    /// The machine that @p vm or one of its threads belongs to.
+    /// Returns the machine to which the handle @p vm, of the root or of a thread, belongs.
     static VM* from(SQVM* vm);
-    /// The machine's thread that runs now, or the root; for crash dumps.
+    /// Returns the handle of the thread that runs now, or of the root; for crash dumps.
     static SQVM* getRunningScript();
     /// Installs the handler that logs run-time errors with the call stack.
     static void seterrorhandlers(SQVM* vm);
-    /// Remembers and logs an error of the compiler.
+    /// Stores and logs a compiler error.
     void reportCompilerError(const char* description, const char* sourceName, qel::int32 line);
-    /// How many scripts have failed since the machine was opened: threads, texts, imports, includes and
-    /// functors that did not compile, or that ended by an error that no script caught.
+    /// Returns how many scripts have failed since the machine was opened: threads, sources, imports, includes
+    /// and functors that did not compile, or that ended with an error that no script caught.
     qel::uint32 getFailedScriptCount() const { return m_failedScriptCount; }
     /// Adds one to getFailedScriptCount().
     void noteFailedScript() { ++m_failedScriptCount; }
@@ -180,7 +183,7 @@ private:
     qel::uint32 m_failedScriptCount = 0;
 };
 
-/// What a library of script classes needs of a VM: its imports.
+/// The part of a VM that a library of script classes needs: its imports.
 /// @threads main thread.
 class QEL_API ImportLibrary {
 public:

@@ -18,8 +18,7 @@ constexpr SQInteger kThreadStackSize = 1024;
 
 void VM::Thread::pushArgument(const Object& value) {
     auto count = static_cast<qel::uint32>(argumentCount);
-    if (std::has_single_bit(count))
-        sq_reservestack(vm, 2 * argumentCount); // room until the next power of two
+    if (std::has_single_bit(count)) sq_reservestack(vm, 2 * argumentCount); // rounded up to a power of two
     value.push(vm);
     ++argumentCount;
 }
@@ -45,7 +44,7 @@ void VM::processEvents() {
     std::erase_if(m_backgroundWork, [](const auto& work) { return work(); });
 }
 
-// Resumes or starts a thread that is ready. @return whether it goes on in a later pass.
+// Resumes or starts a thread that is ready. @return true if it continues in a later pass.
 bool VM::runThread(Thread& thread) {
     m_currentThread = &thread;
     if (!thread.wakeCondition) {

@@ -39,7 +39,7 @@ protected:
         EXPECT_FALSE(compiles(source)) << source.substr(0, 40);
         const auto lines = capture.take();
         ASSERT_EQ(lines.size(), 1u) << source.substr(0, 40);
-        EXPECT_THAT(lines[0].text, EndsWith("): source is nested too deep")) << source.substr(0, 40);
+        EXPECT_THAT(lines[0].text, EndsWith("): source is nested too deeply")) << source.substr(0, 40);
     }
 };
 
@@ -112,15 +112,15 @@ TEST_F(ScriptLimits, FlatSourcesOfAnyLengthCompile) {
 TEST_F(ScriptLimits, TheLineOfTheCutIsReported) {
     LogCapture capture;
     EXPECT_FALSE(compiles("local x = 1\n\nlocal y = " + repeat("(", 300'000)));
-    capture.expect(3, "[SQ.COMPILER] test(3): source is nested too deep");
-    EXPECT_EQ(vm().getLastCompilerDescription(), "source is nested too deep");
+    capture.expect(3, "[SQ.COMPILER] test(3): source is nested too deeply");
+    EXPECT_EQ(vm().getLastCompilerDescription(), "source is nested too deeply");
     EXPECT_FALSE(compiles("local = 1"));
     EXPECT_THAT(capture.take().at(0).text, StartsWith("[SQ.COMPILER] test(1): expected "));
 }
 
 TEST_F(ScriptLimits, ATextCompiledByAScriptIsBoundedToo) {
     vm().getRootTable().set("deep", Object::of(repeat("(", 300'000)));
-    expectError("compilestring(deep)", "source is nested too deep");
+    expectError("compilestring(deep)", "source is nested too deeply");
     EXPECT_EQ(text("compilestring(\"return 1.5\")()"), "1.5");
 }
 
