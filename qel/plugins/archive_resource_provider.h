@@ -1,4 +1,4 @@
-// Resources that are the files of an archive.
+// ArchiveResourceProvider: serves the files of an archive as resources.
 #pragma once
 
 #include <qel/foundation/base/smart_pointer.h>
@@ -8,13 +8,13 @@ namespace qel {
 
 class Archive;
 
-/// Takes the archive's file of the same name for a resource.
+/// Serves the archive's file of the same name for each resource.
 /// @threads any thread.
 class QEL_API ArchiveResourceProvider : public ResourceProvider {
     QEL_CLASS(ArchiveResourceProvider, ResourceProvider)
 
 public:
-    /// Serves @p archive, which is open; the base path is @p path. @owner takes a reference.
+    /// Serves @p archive, which must be open; the base path is @p path. @owner takes a reference.
     ArchiveResourceProvider(SmartCStr path, Archive* archive);
     ~ArchiveResourceProvider() override;
 

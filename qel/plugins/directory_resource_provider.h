@@ -1,22 +1,22 @@
-// Resources that are the files of a folder.
+// DirectoryResourceProvider: serves the files of a folder as resources.
 #pragma once
 
 #include <qel/plugins/resource_provider.h>
 
 namespace qel {
 
-/// Takes the file "base path + name" for the resource @p name. Names are not checked: ".." leads out of the
-/// folder, so names must not come from outside.
+/// Serves the file "base path + name" for the resource @p name. Names are not checked: ".." leaves the
+/// folder, so names must not come from an outside source.
 /// @threads any thread.
 class QEL_API DirectoryResourceProvider : public ResourceProvider {
     QEL_CLASS(DirectoryResourceProvider, ResourceProvider)
 
 public:
-    /// Serves the folder @p path; a separator is added at its end when missing.
+    /// Serves the folder @p path; a missing separator at its end is added.
     explicit DirectoryResourceProvider(SmartCStr path);
 
     bool hasResource(SmartCStr name) override;
-    /// Loads the bytes as stored; a missing file is no error and is not logged.
+    /// Loads the bytes of the file unchanged; a missing file is not an error and is not logged.
     bool loadResource(SmartCStr name, Buffer& buffer) override;
 };
 

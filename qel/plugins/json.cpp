@@ -4,7 +4,7 @@ namespace qel::util {
 
 namespace {
 
-// Counts brackets outside of strings; whether they match is the parser's business.
+// Counts brackets outside of strings; the parser checks that they match.
 bool isTooDeep(std::string_view text) {
     int depth = 0;
     bool inString = false;

@@ -1,4 +1,4 @@
-// Parsing of JSON that may hold anything.
+// Parses JSON from untrusted sources.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -7,11 +7,11 @@
 
 namespace qel::util {
 
-/// Deepest nesting of arrays and objects that parseJSON() takes.
+/// The deepest nesting of arrays and objects that parseJSON() accepts.
 inline constexpr int kMaximumJSONDepth = 512;
 
-/// Parses @p text into @p result. No exception leaves it.
-/// @return false for what is no JSON or is nested too deeply; @p result is then null.
+/// Parses @p text into @p result. It throws nothing.
+/// @return false if @p text is not JSON or is nested too deeply; @p result is then null.
 bool parseJSON(std::string_view text, nlohmann::json& result);
 
 } // namespace qel::util

@@ -18,7 +18,7 @@ bool isMissing(const platform::FileError& error) {
     return error == std::errc::no_such_file_or_directory;
 }
 
-// Compiles a script of a plugin; null if it does not compile.
+// Compiles a script of a plugin; returns null if it does not compile.
 qelSq::Object compileScript(const Buffer& source, const String& plugin, const char* file) {
     const String name = plugin + "/" + file;
     return Object::system()->getVM()->newClosure(source.getConstByteSpan().asText(), name.c_str());
@@ -134,7 +134,8 @@ void Plugins::runAutoexec(const String& plugin) {
     Buffer source;
     if (!loadScript(plugin, "autoexec.sq", source)) return;
     qelSq::Object closure = compileScript(source, plugin, "autoexec.sq");
-    closure.asClosure().getFunctorOnRoot().execute(); // a null closure fails and so counts as a failed script
+    // A null closure fails, so that it counts as a failed script.
+    closure.asClosure().getFunctorOnRoot().execute();
 }
 
 void Plugins::startMain(const String& plugin) {

@@ -13,55 +13,57 @@ namespace qel {
 
 class Buffer;
 
-/// The plugins of an application: one directory each below the plugins directory, with scripts "autoexec.sq"
-/// and "main.sq" and a folder "resources", all of them optional.
+/// The plugins of an application. Each is a directory below the plugins directory, with the scripts
+/// "autoexec.sq" and "main.sq" and a folder "resources", all of which are optional.
 /// @threads main thread.
 class QEL_API Plugins : public Object {
     QEL_CLASS(Plugins, Object)
 
 public:
-    /// Name of a plugin's directory to the hash of its content.
+    /// Maps the name of a plugin's directory to the hash of its content.
     using Hashes = Map<String, uint32>;
 
-    /// Takes the plugins directory from System::getPluginsDirectory().
+    /// Sets the plugins directory to System::getPluginsDirectory().
     Plugins();
 
     /// Replaces the plugins directory; null makes it empty.
     void setPath(const char* path);
-    /// The plugins directory.
+    /// Returns the plugins directory.
     const String& getPath() const { return m_path; }
 
-    /// Calls @p callback with the name of each plugin's directory, in the file system's order.
-    /// @errors a plugins directory that exists but cannot be read is logged as a warning.
+    /// Calls @p callback with the name of each plugin's directory, in the order of the file system.
+    /// @errors if the plugins directory exists but cannot be read, logs a warning.
     void foreachPlugin(const std::function<void(const String& name)>& callback) const;
-    /// The Directory::getDirectoryHash of all plugins.
+    /// Returns the Directory::getDirectoryHash of each plugin.
     Hashes getPluginHashes() const;
 
-    /// Starts all plugins, in the order of their names: first every plugin's directory becomes an import path
-    /// and its folder "resources" a resource directory; then each "autoexec.sq" runs to its end; then, if
-    /// @p startMain, each "main.sq" becomes a script thread.
-    /// @errors of scripts are logged by the script machine and stop nothing; missing files are normal.
+    /// Starts all plugins in the order of their names. First, every plugin's directory becomes an import path
+    /// and its folder "resources" a resource directory. Then each "autoexec.sq" runs to its end. Finally, if
+    /// @p startMain is true, each "main.sq" becomes a script thread.
+    /// @errors script errors are logged by the script machine and do not stop the start; missing files are
+    /// not errors.
     void executeBootstrapScripts(bool startMain);
 
-    /// The same, of the plugins that @p allowed lists and whose content has the hash listed there; nothing of
-    /// any other is run, imported or found as a resource.
-    /// @param allowed  pairs of a plugin's name and its Directory::getDirectoryHash, up to the first that is
-    /// none.
+    /// Does the same, but only for plugins that @p allowed lists with the current hash of their content.
+    /// Nothing of any other plugin is run, imported or found as a resource.
+    /// @param allowed  pairs of a plugin's name and its Directory::getDirectoryHash; reading stops at the
+    ///                 first entry that is not such a pair.
     void executeBootstrapScripts(const Item& allowed, bool startMain);
 
-    /// The folders and scripts that exist but could not be read in the last start; it went on without them.
+    /// Returns the folders and scripts that exist but could not be read at the last start, which continued
+    /// without them.
     const List<String>& getUnreadable() const { return m_unreadable; }
 
-    /// Keeps @p closure under @p name for the host. @errors a warning for anything but a closure.
+    /// Stores @p closure under @p name for the host. @errors logs a warning for anything but a closure.
     void addListener(const char* name, const qelSq::Object& closure);
-    /// The closures kept under @p name, in the order of adding.
+    /// Returns the closures stored under @p name, in the order in which they were added.
     const List<qelSq::Object>& getListeners(const String& name) const;
 
     /// Fills the script class @p cls.
     static void bindSqVM(qelSq::Object* cls);
 
 protected:
-    /// Starts the plugins of @p plugins alone.
+    /// Starts only the plugins in @p plugins.
     void executeBootstrapScripts(const Hashes& plugins, bool startMain);
 
 private:

@@ -14,7 +14,7 @@ namespace {
 
 constexpr const char* kArchiveExtension = ".tar";
 
-// A path that exists as it stands stays: a backslash is a letter of its name.
+// A path that exists is left unchanged: a backslash in it is part of a name.
 String hostPath(SmartCStr path) {
     String host = path;
     if (!File::existsFile(host)) File::pathSeparatorToHost(host);
@@ -25,7 +25,7 @@ String hostPath(SmartCStr path) {
 
 ResourceLocator::ResourceLocator() = default;
 
-// What was translated from these resources is not to outlive them.
+// Translations from these resources must not outlive them.
 ResourceLocator::~ResourceLocator() {
     clearTrCache();
 }
@@ -83,7 +83,7 @@ void ResourceLocator::addResourcePackagesFromDirectory(SmartCStr directory) {
     }
 }
 
-// The priority is fetched before the list is locked: a host's provider may ask for resources itself.
+// The priority is fetched before the list is locked, because a host's provider may request resources itself.
 void ResourceLocator::addResourceProvider(ResourceProvider* provider) {
     if (!provider) return;
     const SmartPointer<ResourceProvider> held = provider;
@@ -98,7 +98,7 @@ void ResourceLocator::addResourceProvider(ResourceProvider* provider) {
 
 void ResourceLocator::removeResourceProvider(ResourceProvider* provider) {
     if (!provider) return;
-    SmartPointer<ResourceProvider> removed; // dies after the list is unlocked
+    SmartPointer<ResourceProvider> removed; // destroyed after the list is unlocked
     {
         const MutexLock lock(m_mutex);
         const auto place = std::find_if(m_providers.begin(), m_providers.end(),
@@ -112,7 +112,7 @@ void ResourceLocator::removeResourceProvider(ResourceProvider* provider) {
     clearTrCache();
 }
 
-// A copy, so that providers work without the lock and outlive their removal while they do.
+// Returns a copy, so that providers are called without the lock and stay alive if they are removed meanwhile.
 ResourceLocator::Providers ResourceLocator::sortedProviders() {
     const MutexLock lock(m_mutex);
     if (!m_sorted) {

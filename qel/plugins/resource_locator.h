@@ -1,4 +1,4 @@
-// Finds a resource in a list of providers.
+// ResourceLocator: finds a resource in a list of providers.
 #pragma once
 
 #include <qel/foundation/base/containers.h>
@@ -8,10 +8,10 @@
 
 namespace qel {
 
-/// Asks its providers in the order of their priorities, highest first; those of equal priority in an order
-/// that must not be relied on. Each System has one (System::getResourceLocator()).
-/// @threads the list is changed on the main thread; resources may be asked for on any thread meanwhile, and
-///          are then looked for in the list before or after the change.
+/// Asks its providers in the order of their priorities, highest first. The order of providers with equal
+/// priority is unspecified. Each System has one locator (System::getResourceLocator()).
+/// @threads the list is changed on the main thread. Resources may be requested on any thread at the same
+/// time; such a request uses the list from before or after the change.
 class QEL_API ResourceLocator : public Object {
     QEL_CLASS(ResourceLocator, Object)
 
@@ -19,27 +19,27 @@ public:
     ResourceLocator();
     ~ResourceLocator() override;
 
-    /// Adds the files of a folder, and with them a new set of translations.
-    /// @return the new provider; null, with an info line, when the folder is in the list already. A folder
-    ///         that doesn't exist is added too, with a warning.
+    /// Adds the files of a folder and drops cached translations.
+    /// @return the new provider; null, with an info line, if the folder is already in the list. A folder that
+    /// does not exist is added too, with a warning.
     ResourceProvider* addResourceDirectory(SmartCStr path);
-    /// Adds the files of an archive, and with them a new set of translations.
-    /// @return the new provider; null when the archive is in the list already (an info line), when its name
-    ///         doesn't end in ".tar", or when it can't be opened or holds nothing (an error line).
+    /// Adds the files of an archive and drops cached translations.
+    /// @return the new provider; null if the archive is already in the list (logged as info), if its name
+    /// does not end in ".tar", or if it cannot be opened or is empty (logged as errors).
     ResourceProvider* addResourceArchive(SmartCStr path);
-    /// Adds each folder and each archive in @p directory whose name begins with "res-".
+    /// Adds each folder and each archive in @p directory whose name starts with "res-".
     void addResourcePackagesFromDirectory(SmartCStr directory);
     /// Adds a host's own provider. @owner takes a reference.
     void addResourceProvider(ResourceProvider* provider);
-    /// Takes a provider out of the list and drops cached translations and sprites, even when it wasn't in
-    /// the list. Null is ignored.
+    /// Removes a provider from the list and drops cached translations and sprites, even if the provider was
+    /// not in the list. Null is ignored.
     void removeResourceProvider(ResourceProvider* provider);
 
-    /// Whether any provider has the resource @p name. @threads any thread.
+    /// Returns true if any provider has the resource @p name. @threads any thread.
     bool hasResource(SmartCStr name);
     /// Loads the resource @p name from the first provider that has it. @threads any thread.
     bool loadResource(SmartCStr name, Buffer& buffer);
-    /// Hands the request to the first provider that loads asynchronously; false when none does.
+    /// Passes the request to the first provider that loads asynchronously. @return false if none does.
     bool loadResourceAsync(SmartCStr name, const std::function<void(const Buffer&)>& callback);
 
 private:

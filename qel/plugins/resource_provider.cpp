@@ -9,7 +9,7 @@ namespace qel {
 
 namespace {
 
-// Whole numbers keep their lowest 32 bits; a fraction is cut off, and what is too large becomes the largest.
+// An integer keeps its lowest 32 bits. A float is truncated and clamped to the range.
 int32 toPriority(const nlohmann::json& value, int32 otherwise) {
     if (value.is_boolean()) return value.get<bool>();
     if (value.is_number_integer()) return static_cast<int32>(value.get<int64>());

@@ -1,4 +1,4 @@
-// A source of named resources.
+// ResourceProvider: a source of named resources.
 #pragma once
 
 #include <qel/foundation/base/object.h>
@@ -13,34 +13,35 @@ namespace qel {
 
 class Buffer;
 
-/// Answers requests for a resource by its relative name. Hosts derive from it for sources of their own.
-/// @threads a ResourceLocator asks from whichever thread asks it; hasResource() and loadResource() of this
-///          library's providers may run on several at once, and a host's must too if its threads load.
+/// Serves resources by their relative names. Hosts derive from it for their own sources.
+/// @threads a ResourceLocator calls a provider on the thread that requests the resource. hasResource() and
+/// loadResource() of this library's providers may run on several threads at once; those of a host must
+/// support this too if its threads load resources.
 class QEL_API ResourceProvider : public Object {
     QEL_CLASS(ResourceProvider, Object)
 
 public:
-    /// A provider of priority 0 with an empty base path.
+    /// Creates a provider of priority 0 with an empty base path.
     ResourceProvider() = default;
-    /// A provider of priority 0.
+    /// Creates a provider of priority 0 with the base path @p basePath.
     explicit ResourceProvider(SmartCStr basePath) : m_basePath(basePath.c_str()) {}
 
-    /// Whether there is a resource @p name.
+    /// Returns true if the resource @p name exists.
     virtual bool hasResource(SmartCStr name) = 0;
-    /// Loads the resource @p name. @return false when there is none.
+    /// Loads the resource @p name. @return false if it does not exist.
     virtual bool loadResource(SmartCStr name, Buffer& buffer) = 0;
     /// Starts to load the resource @p name and calls @p callback with it later.
-    /// @return whether the provider does so; this one never does.
+    /// @return true if the provider supports this; the base class never does.
     virtual bool loadResourceAsync(SmartCStr name, const std::function<void(const Buffer&)>& callback);
 
-    /// The place in the search order: the highest is asked first.
+    /// Returns the priority in the search order; the provider with the highest is asked first.
     int32 getPriority() const { return m_priority; }
-    /// Sets the place in the search order; it counts from the next change of the locator's list on.
+    /// Sets the priority in the search order; it takes effect at the next change of the locator's list.
     void setPriority(int32 priority) { m_priority = priority; }
-    /// Where the resources come from; what it means is the provider's own matter.
+    /// Returns where the resources come from; each provider defines the meaning.
     const String& getBasePath() const { return m_basePath; }
-    /// Takes the priority from the number "priority" in the provider's own resource "resources.json".
-    /// Without such a number it stays as it is, without a word.
+    /// Sets the priority to the number "priority" in the provider's own resource "resources.json". If there
+    /// is no such number, the priority stays unchanged and nothing is logged.
     void fetchPriorityFromResource();
 
 private:
