@@ -18,13 +18,13 @@ constexpr int64 kTicksPerHour = 3600 * kTicksPerSecond;
 constexpr int64 kSecondsFrom1601To1970 = 11'644'473'600;
 constexpr int64 kNanosPerTick = 100;
 
-/// A moment since 1970: whole seconds, rounded towards zero, and the ticks left, of the same sign.
+/// A time since 1970: seconds, rounded towards zero, and the remaining ticks, which have the same sign.
 struct UnixTime {
     int64 seconds;
     int64 ticks;
 };
 
-/// Divides before it shifts the origin, so that no stamp overflows.
+/// Divides before it moves the origin, so that no stamp overflows.
 UnixTime unixTime(int64 stamp) {
     UnixTime time{stamp / kTicksPerSecond - kSecondsFrom1601To1970, stamp % kTicksPerSecond};
     if (time.seconds < 0 && time.ticks > 0) {
@@ -49,19 +49,19 @@ GregorianDate breakDown(BreakDown function, int64 stamp) {
             static_cast<int>(time.ticks * kNanosPerTick)};
 }
 
-/// The ticks of @p seconds since 1601, or 0 where a stamp has no room for them.
+/// Returns the ticks of @p seconds since 1601, or 0 if they are outside the range of a stamp.
 int64 ticksOf(int64 seconds) {
     constexpr int64 kMost = std::numeric_limits<int64>::max() / kTicksPerSecond;
     return seconds > kMost || seconds < -kMost ? 0 : seconds * kTicksPerSecond;
 }
 
-/// The System's last stamp; the clock's while there is no System.
+/// Returns the System's last stamp, or the clock's if there is no System.
 int64 present() {
     System* system = Object::system();
     return system ? system->getUTCDateTimeFast() : System::getUTCDateTimeStatic();
 }
 
-/// The minutes from @p stamp to the present, to the nearest one, cut to an int; held inside its range.
+/// Returns the minutes from @p stamp to now, rounded to the nearest minute and limited to the range of int.
 int minutesSince(int64 stamp) {
     constexpr double kLimit = std::numeric_limits<int>::max();
     const auto passed = static_cast<int64>(static_cast<uint64>(present()) - static_cast<uint64>(stamp));

@@ -1,4 +1,4 @@
-// Between UTC stamps (100 ns ticks since 1601-01-01 00:00 UTC) and calendar dates.
+// Converts between UTC stamps (100 ns ticks since 1601-01-01 00:00 UTC) and calendar dates.
 #pragma once
 
 #include <qel/foundation/base/string.h>
@@ -8,33 +8,33 @@
 
 namespace qel::util {
 
-// Any stamp is harmless. Before 1970 a part of a second is told as negative nanoseconds of the second after
-// it.
+// Any stamp is accepted. Before 1970 a fraction of a second is stored as negative nanoseconds of the
+// following second.
 
-/// The moment @p stamp by the machine's time zone; the zero date where the system cannot tell.
+/// Returns the time @p stamp in the machine's time zone; the zero date if the system cannot convert it.
 /// @threads any thread.
 QEL_API GregorianDate convertUTCDateTimeToLocalTime(int64 stamp);
 
-/// The moment @p stamp in UTC; the zero date where the system cannot tell.
+/// Returns the time @p stamp in UTC; the zero date if the system cannot convert it.
 /// @threads any thread.
 QEL_API GregorianDate convertUTCDateTimeToGMT(int64 stamp);
 
-/// The moment @p stamp one hour ahead of UTC, in summer too.
+/// Returns the time @p stamp one hour ahead of UTC, in summer too.
 /// @threads any thread.
 QEL_API GregorianDate convertUTCDateTimeToGermanTime(int64 stamp);
 
-/// The stamp of a moment told in the machine's time zone; fields beyond their ranges carry over.
-/// @return 0 where the system cannot tell, or the stamp has no room for it.
+/// Returns the stamp of a local time in the machine's time zone; fields outside their ranges carry over.
+/// @return 0 if the system cannot convert the time or if it is outside the range of a stamp.
 /// @threads any thread.
 QEL_API int64 convertToUTCDateTimeFromLocalTime(int year, int month, int day, int hours, int minutes,
                                                 int seconds);
 
-/// The same for the fields of @p date, with its nanoseconds in ticks added.
+/// Does the same for the fields of @p date and adds its nanoseconds as ticks.
 /// @threads any thread.
 QEL_API int64 convertToUTCDateTimeFromLocalTime(const GregorianDate& date);
 
-/// How long ago @p stamp was, by the System's last stamp: "2d 5h", "5h 12m", "12m", or the translation of
-/// "lastminute" for less than half a minute. A stamp in the future gives negative numbers.
+/// Returns how long ago @p stamp was, relative to the System's last stamp: "2d 5h", "5h 12m", "12m", or the
+/// translation of "lastminute" for less than half a minute. A stamp in the future yields negative numbers.
 /// @threads any thread.
 QEL_API String getAsTextTimePassedSince(int64 stamp);
 

@@ -1,4 +1,4 @@
-// The text forms of GregorianDate.
+// Formats GregorianDate as text.
 #include <qel/foundation/locale/gregorian_date.h>
 #include <qel/system/core/system.h>
 
@@ -11,19 +11,20 @@ namespace qel {
 
 namespace {
 
-/// @p language, or the System's for null or empty.
+/// Returns @p language, or the System's language if it is null or empty.
 std::string effectiveLanguage(const char* language) {
     if (language && *language) return language;
     const System* system = Object::system();
     return system ? system->getLanguage() : String();
 }
 
-/// Whether dates are written the German way: day before month. Every other language shares one way.
+/// Returns true if dates are written the German way, with the day before the month. All other languages share
+/// one form.
 bool isGerman(std::string_view language) {
     return language == "de";
 }
 
-/// Day and month in the language's order, and the year without its century.
+/// Returns day and month in the order of the language, and the year without its century.
 String shortDate(const GregorianDate& date, const char* language, char germanSeparator, char separator) {
     const bool german = isGerman(effectiveLanguage(language));
     const int first = german ? date.getDay() : date.getMonth();
@@ -64,7 +65,7 @@ String GregorianDate::formatAsTime() const {
 }
 
 String GregorianDate::formatAsHttpDate() const {
-    // getWeekDay counts from Sunday and getWeekdayName from Monday, so that the name is a day late.
+    // getWeekDay counts from Sunday and getWeekdayName from Monday, so the name is one day late.
     return fmt::format("{}, {:02} {} {:04} {:02}:{:02}:{:02}", getWeekdayName(getWeekDay(), "en"), getDay(),
                        getMonthName(getMonth(), "en"), getYear(), getHours(), getMinutes(), getSeconds());
 }

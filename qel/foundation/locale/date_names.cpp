@@ -11,7 +11,7 @@ namespace qel {
 
 namespace {
 
-/// Where a name comes from: its key among the translations, and the name when there is none.
+/// The translation key of a name, and the name to use if there is no translation.
 struct NameSource {
     const char* key;
     const char* fallback;
@@ -28,16 +28,16 @@ constexpr NameSource kWeekDays[] = {
     {"weekday-fri", "Fri"}, {"weekday-sat", "Sat"}, {"weekday-sun", "Sun"},
 };
 
-/// Names as they were first translated. They outlive every change of the translations, so that a name is the
-/// same all over a running program; only an empty one is asked for again.
+/// Keeps the first translation of each name, whatever changes in the translations, so that a name is the same
+/// throughout a running program. Only an empty name is looked up again.
 class NameCache {
 public:
     explicit NameCache(std::span<const NameSource> sources) : m_sources(sources) {}
 
-    /// @param index  from 0 on.
+    /// @param index  counted from 0.
     String get(int index, const char* language) {
         if (index < 0 || static_cast<std::size_t>(index) >= m_sources.size()) return "err";
-        const MutexLock lock(m_mutex); // over the translation too: a name is looked up once
+        const MutexLock lock(m_mutex); // held during the lookup too, so that a name is looked up once
         String& name = m_names[language ? language : ""][index];
         if (name.empty()) {
             const NameSource& source = m_sources[static_cast<std::size_t>(index)];

@@ -22,7 +22,8 @@ int daysInMonth(int year, int month) {
     return month == 2 && isLeapYear(year) ? 29 : kDays[static_cast<std::size_t>(month - 1)];
 }
 
-/// std::stoi with the same text in its exceptions on every system; up to four characters are never too many.
+/// Does the same as std::stoi, with the same exception message on every system. @p digits has at most four
+/// characters, so the number is never out of range.
 int toInt(const String& digits) {
     try {
         return std::stoi(digits);
@@ -70,7 +71,7 @@ float GregorianDate::getTimeOfDay() const {
 }
 
 int GregorianDate::getWeekDay() const {
-    // Noon keeps a change of daylight saving from moving the day.
+    // At noon, a change of daylight saving time cannot move the day.
     const platform::CalendarTime noon{m_year, m_month, m_day, 12, 0, 0, 0};
     const std::int64_t seconds = platform::unixSecondsFromLocal(noon);
     platform::CalendarTime normalized;
@@ -137,7 +138,7 @@ int GregorianDate::compare(const GregorianDate& other) const {
     const auto others = byFields(other);
     const auto [a, b] = std::mismatch(mine.begin(), mine.end(), others.begin());
     if (a == mine.end()) return 0;
-    return *a < *b ? -1 : 1; // nanoseconds of any value may be too far apart for a difference
+    return *a < *b ? -1 : 1; // the difference of two arbitrary nanosecond values might overflow
 }
 
 GregorianDate GregorianDate::combineDateTime(const GregorianDate& date, const GregorianDate& time) {

@@ -16,7 +16,7 @@ String weekdayName(int day) {
     return Date::getWeekdayName(day, nullptr);
 }
 
-// A form of the date whose language may be left out.
+// Binds a form of the date whose language argument is optional.
 using Form = String (Date::*)(const char*) const;
 template <Form F>
 String inSystemLanguage(Date& date) {

@@ -5,7 +5,7 @@
 namespace qel {
 
 String System::getUTCDateTimeString() {
-    // The log asks for this also where no System lives whose language would count.
+    // The log calls this even if there is no System to supply a language.
     const String language = internal::g_system != nullptr ? internal::g_system->getLanguage() : String("en");
     return GregorianDate::fromUTCDateTime(getUTCDateTimeStatic()).formatAsShortDateTime(language.c_str());
 }

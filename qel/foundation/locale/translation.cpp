@@ -51,7 +51,7 @@ namespace {
 using internal::TranslationSource;
 
 struct Record {
-    String text; // once it isn't empty it stays, for tr() has given it away
+    String text; // not changed once it is not empty, because tr() has returned its address
     bool missing = false;
 };
 
@@ -72,13 +72,14 @@ struct Translation {
     bool missing;
 };
 
-// An empty text lies outside of the cache, where a later lookup may still fill the record.
+// An empty text is not returned from the record, because a later lookup may still fill that.
 Translation view(const Record& record) {
     return {record.text.empty() ? "" : record.text.c_str(), record.missing};
 }
 
-// The lookup runs without the lock: it may call a host's provider. A text found while the cache was cleared
-// is looked for again, and of two threads with the same key only the one that stores its text warns.
+// The lookup runs without the lock, because it may call a host's provider. If the cache was cleared
+// meanwhile, the lookup is repeated. Of two threads with the same key, only the one that stores its text logs
+// a warning.
 Translation fetch(SmartCStr key, bool quiet) {
     Cache& shared = cache();
     MutexLock lock(shared.mutex);

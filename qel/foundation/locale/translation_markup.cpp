@@ -16,8 +16,8 @@ using internal::TranslationSource;
 
 constexpr std::string_view kOpening = "{tr:";
 
-// The next piece "{tr:KEY}" from `position` on, the shortest form, on one line. An opening that a line's end
-// cuts off takes all openings before that end with it, so each byte is looked at twice at most.
+// Finds the next piece "{tr:KEY}" at or after `position`: the shortest match, within one line. If a line ends
+// before a piece does, all openings before that line end are skipped, so each byte is read at most twice.
 bool findPiece(std::string_view text, size_t position, size_t& begin, size_t& end) {
     for (;;) {
         begin = text.find(kOpening, position);
@@ -29,12 +29,12 @@ bool findPiece(std::string_view text, size_t position, size_t& begin, size_t& en
     }
 }
 
-// Replaces the pieces of a text round by round and keeps account of what it has put in.
+// Replaces the pieces of a text round by round and counts what it has inserted.
 class PieceReplacer {
 public:
     explicit PieceReplacer(SmartCStr language) : m_language(language) {}
 
-    /// Replaces what `text` holds. @return whether there was anything, and it is all in.
+    /// Replaces all pieces in `text`. @return true if there were any and all of them were replaced.
     bool replaceRound(String& text);
 
 private:
@@ -49,7 +49,7 @@ private:
     }
 
     const String m_language;
-    std::unordered_map<std::string, Found> m_found; // each key is read once, and warned of each time
+    std::unordered_map<std::string, Found> m_found; // each key is read once, but warned about every time
     size_t m_pieces = 0;
     size_t m_bytes = 0;
 };
@@ -73,7 +73,7 @@ bool PieceReplacer::replaceRound(String& text) {
         if (!isWithinLimits()) {
             logging::error() << "[TR] text with more than " << internal::kMaximumTranslatedPieces
                              << " translated pieces or " << internal::kMaximumTranslatedBytes
-                             << " bytes of them, the rest is left";
+                             << " bytes of them; the rest is not translated";
             return false;
         }
         result.append(text, copied, begin - copied);

@@ -1,4 +1,4 @@
-// Finding the text of a key in the resources.
+// Finds the translation of a key in the resources.
 #pragma once
 
 #include <qel/foundation/base/smart_cstr.h>
@@ -8,22 +8,22 @@
 
 namespace qel::internal {
 
-/// Which resource a text came from.
+/// The resource that contains a translation.
 enum class TranslationSource {
     Language, ///< "tr-KEY.LANGUAGE.txt"
     English,  ///< "tr-KEY.en.txt"
     Neutral,  ///< "tr-KEY.txt"
-    None,     ///< there is no text
+    None,     ///< there is no translation
 };
 
-/// Sets @p text to the content of the first of the resources that exists, else to "NOTR:" and the key.
+/// Sets @p text to the content of the first of these resources that exists, otherwise to "NOTR:" and the key.
 /// @threads any thread; takes no lock of its own.
 TranslationSource findTranslation(SmartCStr language, SmartCStr key, String& text);
-/// Logs the warning that belongs to a source, if any.
+/// Logs the warning for a translation from @p source, if that is due.
 void warnOfMissingTranslation(TranslationSource source, SmartCStr language, SmartCStr key);
 
-/// How many pieces String::applyTrOnlyControlCodes() replaces, and how many bytes it puts in, before it stops
-/// with what it has: an end for translations that hold each other over and over.
+/// The number of pieces that String::applyTrOnlyControlCodes() replaces, and of bytes that it inserts, before
+/// it stops with what it has. The limits end translations that contain each other endlessly.
 inline constexpr std::size_t kMaximumTranslatedPieces = std::size_t(1) << 20;
 inline constexpr std::size_t kMaximumTranslatedBytes = std::size_t(64) << 20;
 

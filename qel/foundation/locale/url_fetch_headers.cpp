@@ -1,4 +1,4 @@
-// The request headers of a download that need dates.
+// The request headers of a download that contain dates.
 #include <qel/files/url_fetch.h>
 
 #include <qel/files/file.h>

@@ -100,8 +100,8 @@ TEST_F(Translation, ThePiecesOfOneTextAreCountedAndOpeningsWithoutAnEndAreLeft) 
     EXPECT_EQ(apply(codes), repeated(internal::kMaximumTranslatedPieces, "K"));
     LogCapture log;
     EXPECT_EQ(apply(codes + "{tr:k}"), codes + "{tr:k}");
-    log.expect(
-        3, "[TR] text with more than 1048576 translated pieces or 67108864 bytes of them, the rest is left");
+    log.expect(3, "[TR] text with more than 1048576 translated pieces or 67108864 bytes of them; the rest is "
+                  "not translated");
 }
 
 TEST_F(Translation, TextsThatHoldThemselvesTwiceEndByTheirRoundsOrTheirBytes) {
