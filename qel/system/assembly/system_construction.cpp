@@ -30,7 +30,7 @@ String languageOfUser() {
 
 } // namespace
 
-// The order matters: what is made later reaches back through g_system and rests on what stands before it.
+// The order matters: each part may use those created before it, through g_system.
 System::System() {
     m_randomEngine = std::make_unique<RandomEngine>();
     internal::g_system = this;
@@ -52,8 +52,8 @@ System::System() {
     setBuildEnvironment();
 }
 
-// What is queued is dropped and what runs finishes, queues before pools, and scripts last of all that
-// could still be reached by a task.
+// Queued tasks are dropped and running ones finish. Queues are destroyed before pools, and the script machine
+// after everything that tasks could still use it from.
 System::~System() {
     m_blockingDestructorQueue->wait();
     m_blockingDestructorQueue = nullptr;

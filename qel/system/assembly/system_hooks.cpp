@@ -6,7 +6,7 @@ namespace qel {
 
 namespace {
 
-/// Connects a listener that always answers @p value.
+/// Connects a listener that always returns @p value.
 template <typename R, typename... Args, typename Value>
 void answer(Delegate<R(Args...)>& hook, Value value) {
     hook.connect([value](Args...) -> R { return value; });

@@ -13,15 +13,15 @@ namespace qel {
 
 namespace {
 
-/// Idle work ends this long after the start of the pass, so that a frame of 60 Hz keeps its time.
+/// Idle work ends this long after the start of the pass, so that a frame at 60 Hz is on time.
 constexpr uint32 kIdleBudgetMs = 14;
-/// A round of the simple main loop shorter than this is followed by a sleep.
+/// A round of the simple main loop that is shorter than this is followed by a sleep.
 constexpr uint32 kShortRoundMs = 10;
 
 } // namespace
 
-/// The sections of a pass on one line of time: the end of a section and the beginning of the next share a
-/// reading of the clock, and a step without work costs no reading, so that an idle pass stays cheap.
+/// Measures the sections of a pass. The end of a section and the start of the next share one reading of the
+/// clock, and a step without work costs no reading, so that an idle pass stays cheap.
 class PassClock {
 public:
     PassClock(System& system, int64 now) : m_system(system), m_perfMon(*system.getPerfMon()), m_now(now) {}
@@ -30,7 +30,7 @@ public:
     void end(const char* literal) { m_perfMon.endLiteral(literal, m_now); }
     void readTime() { m_now = m_system.getUTCDateTime(); }
 
-    /// Runs @p step as the section @p literal. @param hasWork  whether the step will take any time.
+    /// Runs @p step as the section @p literal. @param hasWork  true if the step will take time.
     template <typename Step>
     void run(const char* literal, bool hasWork, Step step) {
         begin(literal);

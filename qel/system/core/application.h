@@ -1,4 +1,4 @@
-// The handle through which the library reaches what belongs to the host program.
+// Application: the object through which the library reaches what belongs to the host program.
 #pragma once
 
 #include <qel/foundation/base/object.h>
@@ -9,9 +9,9 @@ namespace qel {
 
 class Renderer;
 
-/// The host's own application object, made by the factory given to `System::initialize`.
+/// The host's own application object, created by the factory passed to `System::initialize`.
 ///
-/// Hosts derive from it and keep their actors, stores and plugins there. It belongs to the main thread.
+/// Hosts derive from it and keep their actors, stores and plugins in it. It belongs to the main thread.
 class QEL_API Application : public Object {
     QEL_CLASS(Application, Object)
 
@@ -19,15 +19,16 @@ public:
     Application();
     ~Application() override;
 
-    /// Remembers `System::getTimeFast()` as the time of the last user input.
+    /// Stores `System::getTimeFast()` as the time of the last user input.
     void setLastEventTime();
-    /// Time of the last setLastEventTime(), in milliseconds of `System::getTime()`; 0 before the first.
+    /// Returns the time of the last setLastEventTime(), in milliseconds of `System::getTime()`; 0 before the
+    /// first.
     uint32 getLastEventTime() const { return m_lastEventTime; }
 
-    /// Sets the renderer of the main window; null for none. Like getRenderer(), it comes with the renderers.
+    /// Sets the renderer of the main window, or none if null. Not implemented yet, like getRenderer().
     /// @owner keeps a weak pointer only.
     void setRenderer(Renderer* renderer);
-    /// The renderer of the main window, or null when there is none or it has died.
+    /// Returns the renderer of the main window; null if none is set or it has been destroyed.
     Renderer* getRenderer() const;
 
 private:

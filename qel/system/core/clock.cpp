@@ -13,7 +13,7 @@ public:
     void sleep(unsigned milliseconds) override { platform::sleepMilliseconds(milliseconds); }
 };
 
-/// Made on first use and never destroyed, so that a late static destructor may still read the time.
+/// Created on first use and never destroyed, so that a late static destructor may still read the time.
 Clock& machineClock() {
     alignas(MachineClock) static unsigned char storage[sizeof(MachineClock)];
     static Clock* const clock = new (storage) MachineClock;

@@ -1,4 +1,4 @@
-// Where the library reads time from: the machine's clocks, or a clock that tests and hosts step by hand.
+// Clock: the library's source of time, either the machine's clocks or one that tests and hosts advance.
 #pragma once
 
 #include <qel/foundation/base/types.h>
@@ -8,29 +8,29 @@
 
 namespace qel {
 
-/// The one source of time for `System` and everything that asks it.
+/// The only source of time for `System` and everything that uses it.
 ///
-/// A process uses the machine's clocks until install() puts another one in their place. Install a clock
-/// before `System::initialize`, which takes its time base from it.
+/// A process uses the machine's clocks until install() replaces them. Install a clock before
+/// `System::initialize`, which takes its time base from it.
 class QEL_API Clock {
 public:
     virtual ~Clock();
 
-    /// Nanoseconds of a clock that never goes back; the origin is arbitrary. @threads any thread.
+    /// Returns the nanoseconds of a clock that never goes back; its origin is arbitrary. @threads any thread.
     virtual int64 steadyNanoseconds() = 0;
-    /// Wall-clock time as ticks of 100 ns since 1601-01-01 00:00 UTC. @threads any thread.
+    /// Returns the wall-clock time in ticks of 100 ns since 1601-01-01 00:00 UTC. @threads any thread.
     virtual int64 utcTicks() = 0;
-    /// Lets @p milliseconds pass on this clock. @threads any thread.
+    /// Waits until @p milliseconds have passed on this clock. @threads any thread.
     virtual void sleep(unsigned milliseconds) = 0;
 
-    /// The clock in use; the machine's own unless install() has set another. @threads any thread.
+    /// Returns the clock in use: the machine's unless install() has set another. @threads any thread.
     static Clock& current();
-    /// Uses @p clock from now on; null goes back to the machine's clocks.
+    /// Uses @p clock from now on; null restores the machine's clocks.
     /// @owner the caller keeps the clock alive for as long as it is installed.
     static void install(Clock* clock);
 };
 
-/// A clock that stands still until it is told to move, for tests and for hosts that run on virtual time.
+/// A clock that moves only when advanced, for tests and for hosts that run on virtual time.
 ///
 /// All operations may be called from any thread.
 class QEL_API ManualClock : public Clock {
@@ -41,14 +41,14 @@ public:
 
     int64 steadyNanoseconds() override { return m_steady.load(std::memory_order_relaxed); }
     int64 utcTicks() override { return m_utc.load(std::memory_order_relaxed); }
-    /// Moves the clock on by @p milliseconds and returns at once.
+    /// Advances the clock by @p milliseconds and returns at once.
     void sleep(unsigned milliseconds) override { advanceMs(milliseconds); }
 
-    /// Moves both readings on by @p milliseconds.
+    /// Advances both readings by @p milliseconds.
     void advanceMs(int64 milliseconds);
-    /// Moves both readings on by @p nanoseconds; the wall clock cuts what is below 100 ns.
+    /// Advances both readings by @p nanoseconds; the wall clock drops what is below 100 ns.
     void advanceNs(int64 nanoseconds);
-    /// Sets the wall clock alone, as when a user changes it. @param ticks 100 ns since 1601.
+    /// Sets only the wall clock, as when a user changes it. @param ticks  units of 100 ns since 1601.
     void setUtcTicks(int64 ticks) { m_utc.store(ticks, std::memory_order_relaxed); }
 
 private:

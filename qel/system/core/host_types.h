@@ -3,15 +3,15 @@
 
 namespace qel {
 
-/// How the display is turned against the device.
+/// The rotation of the display relative to the device.
 enum class Rotation : int {
     None = 0,         ///< upright
-    Clockwise90 = 1,  ///< turned a quarter to the right
-    UpsideDown = 2,   ///< turned by a half
-    Clockwise270 = 3, ///< turned a quarter to the left
+    Clockwise90 = 1,  ///< rotated by 90 degrees clockwise
+    UpsideDown = 2,   ///< rotated by 180 degrees
+    Clockwise270 = 3, ///< rotated by 270 degrees clockwise
 };
 
-/// What kind of device the host runs on; it decides the size of controls.
+/// The kind of device on which the host runs; it determines the size of controls.
 enum class DeviceType : int {
     Desktop = 0, ///< mouse and keyboard
     Tablet = 1,  ///< touch, large display
@@ -26,18 +26,18 @@ enum class KeyboardAction : int {
     SelectAll = 3, ///< select the whole text
 };
 
-/// What an external file picker is asked for.
+/// What an external file picker asks the user to choose.
 enum class ExternalPickerType : int {
     OpenFile = 0,   ///< existing files
     OpenFolder = 1, ///< one existing folder
-    SaveFile = 2,   ///< a place for a new file
+    SaveFile = 2,   ///< the location of a new file
 };
 
 /// Short sounds of the user's desktop.
 enum class SystemSound : int {
-    Click = 0,   ///< a control was operated
-    Success = 1, ///< something long has ended well
-    Warning = 2, ///< the user should look
+    Click = 0,   ///< the user operated a control
+    Success = 1, ///< a long operation has succeeded
+    Warning = 2, ///< the user's attention is needed
     Error = 3,   ///< something has failed
 };
 

@@ -1,20 +1,22 @@
-// What a computation over parts looks like to the code that runs it.
+// ParallelKernel: the interface of a computation that is split into parts.
 #pragma once
 
 #include <qel/platform/api.h>
 
 namespace qel {
 
-/// Work that is done in parts, perhaps on several threads at once; `Parallel::Kernel` is another name for it.
+/// Work that is split into parts, which may run on several threads at once. `Parallel::Kernel` is another
+/// name for it.
 class QEL_API ParallelKernel {
 public:
     virtual ~ParallelKernel();
 
-    /// Decides the number of parts. @param parts  in: the processor count; out: any number, 0 runs nothing.
+    /// Decides the number of parts.
+    /// @param parts  in: the processor count; out: the number of parts, where 0 runs nothing.
     virtual void prepare(unsigned& parts) = 0;
-    /// Does part @p index, from 0 to parts - 1. @threads any thread, several at once.
+    /// Executes part @p index, from 0 to parts - 1. @threads any thread, several at once.
     virtual void execute(unsigned index) = 0;
-    /// Called last, on the thread that asked for the work; does nothing unless overridden.
+    /// Is called last, on the thread that requested the work; does nothing unless overridden.
     virtual void finish();
 };
 

@@ -1,4 +1,4 @@
-// The one object that everything hangs from: life cycle, main loop, time, arguments, and the host's hooks.
+// System: the singleton behind a host: life cycle, main loop, time, arguments and hooks.
 #pragma once
 
 #include <qel/foundation/base/containers.h>
@@ -69,439 +69,451 @@ struct Float3x3;
 /// The singleton that a host starts, drives and stops.
 ///
 /// A host calls initialize(), then processEvents() from one thread for as long as it lives, then
-/// deinitialize(). That thread is the main thread; what is not said to be safe from any thread belongs to
-/// it. The members are defined in the units that know what they need: time, arguments, environment and
-/// plain state in system/core; directories, machine, random numbers, commands and keyboard in
-/// system/services; the file blacklist in files; resources in plugins; reports and crash dumps in
-/// system/report; construction, destruction and the pass in system/assembly.
+/// deinitialize(). That thread is the main thread; what is not documented as safe from any thread belongs to
+/// it. The members are defined in the units that have what they need: time, arguments, environment and plain
+/// state in system/core; directories, machine, random numbers, commands and keyboard in system/services; the
+/// file blacklist in files; resources in plugins; reports and crash dumps in system/report; construction,
+/// destruction and the pass in system/assembly.
 class QEL_API System : public Object {
     QEL_CLASS(System, Object)
 
 public:
-    /// Makes an `Application`; the library takes the first reference.
+    /// Creates an `Application`; the library takes the first reference.
     using ApplicationFactory = std::function<Application*()>;
 
-    /// Bits of the flags of a pass. Other bits are the host's own and pass through to getEventFlags().
+    /// Bits of the flags of a pass. Other bits belong to the host and are passed through to getEventFlags().
     enum EventFlag : int {
-        kEventLowPower = 1, ///< nothing moves: this pass may skip what only animation needs
-        kEventFullPass = 2, ///< demands a full pass; wins over kEventLowPower
+        kEventLowPower = 1, ///< nothing moves, so this pass may skip what only animation needs
+        kEventFullPass = 2, ///< requests a full pass; overrides kEventLowPower
     };
 
     /// Bits of the flags of runCommand().
     enum CommandFlag : int {
-        kCommandNoWait = 1,   ///< return at once, result 0
-        kCommandDetached = 2, ///< the command lives on without this process
-        kCommandElevated = 4, ///< ask for administrator's rights; result 1 for success, 0 for failure
+        kCommandNoWait = 1,   ///< return at once with the result 0
+        kCommandDetached = 2, ///< the command may outlive this process
+        kCommandElevated = 4, ///< ask for administrator rights; the result is 1 for success, 0 for failure
     };
 
     // --- start and end ------------------------------------------------------------------------------
 
-    /// Makes the one System. A later call while it exists logs an error and does nothing.
-    /// @param factory  makes the application on first getApplication(); empty for a plain `Application`.
+    /// Creates the only System. Another call while it exists logs an error and does nothing.
+    /// @param factory  creates the application in the first getApplication(); if empty, a plain `Application`
+    ///                 is created.
     static void initialize(const ApplicationFactory& factory);
-    /// The same, then processCommandLine() with the host's arguments.
+    /// Does the same, then calls processCommandLine() with the host's arguments.
     static void initialize(int& argc, char** argv, const ApplicationFactory& factory);
     /// Stops everything and deletes the System. initialize() works again afterwards.
-    /// @errors logged, and nothing is torn down, when there is no System or others still hold references.
+    /// @errors logs an error if there is no System, or a warning if others still hold references to it;
+    /// nothing is torn down in either case.
     static void deinitialize();
-    /// Whether this is the main thread: that which called initialize(). @threads any thread.
+    /// Returns true on the main thread, which is the one that called initialize(). @threads any thread.
     bool isMainThread() const { return std::this_thread::get_id() == m_mainThread; }
 
-    /// The host's application, made by the factory on first use and held until clearApplication().
+    /// Returns the host's application, created by the factory on first use and held until clearApplication().
     Application* getApplication();
-    /// Lets go of the application; the next getApplication() makes a new one.
+    /// Releases the application; the next getApplication() creates a new one.
     void clearApplication();
 
     /// Calls syncUnsaved(), then the C library's exit().
     void exitProcess(int status);
-    /// Ends the process at once; nothing is flushed. @threads any thread.
+    /// Ends the process at once without flushing anything. @threads any thread.
     [[noreturn]] static void forceExitProcess(int status);
-    /// Lets an interrupt from the terminal or the session set a flag instead of ending the process.
+    /// Makes an interrupt from the terminal or the session set a flag instead of ending the process.
     static void installInterruptHandler();
-    /// Whether an interrupt has come since the flag was last cleared. @threads any thread.
+    /// Returns true if an interrupt has arrived since the flag was last cleared. @threads any thread.
     static bool wasInterruptHandlerCalled();
     /// Sets or clears the interrupt flag. @threads any thread.
     static void setHitSIGINT(bool hit);
 
     // --- main loop ----------------------------------------------------------------------------------
 
-    /// One pass of the main loop: tick, scripts, main-thread tasks, alarms, timed references, idle work.
-    /// @param flags  bits of EventFlag and bits of the host's own.
+    /// Runs one pass of the main loop: tick, scripts, main-thread tasks, alarms, timed references, idle work.
+    /// @param flags  bits of EventFlag and bits that belong to the host.
     void processEvents(int flags);
-    /// Runs passes until an interrupt comes; sleeps 1 ms through delegateSleep after a short pass.
+    /// Runs passes until an interrupt arrives; sleeps 1 ms through delegateSleep after a short pass.
     void runSimpleMainLoop();
-    /// The flags of the pass under way, as the low-power decision left them.
+    /// Returns the flags of the current pass, after the low-power decision.
     int getEventFlags() const { return m_eventFlags; }
 
-    /// Notes that something wants the process to live on for the next 30 seconds.
+    /// Asks for the process to stay alive for the next 30 seconds.
     void stayAlive();
-    /// Whether stayAlive() was called in the last 30 seconds.
+    /// Returns true if stayAlive() was called in the last 30 seconds.
     bool shouldStayAlive() const;
 
-    /// Sets the time by which the work of a frame should end. @param milliseconds from now.
+    /// Sets the time by which the work of a frame should end. @param milliseconds  counted from now.
     void setDeadlineIn(unsigned milliseconds);
-    /// From now on there is no deadline.
+    /// Removes the deadline.
     void clearDeadline() { m_deadline.store(0, std::memory_order_relaxed); }
-    /// Whether the deadline has passed; false without one. @threads any thread.
+    /// Returns true if the deadline has passed; false if none is set. @threads any thread.
     bool isDeadlineExceeded();
-    /// Whether the deadline will have passed in @p milliseconds; false without one. @threads any thread.
+    /// Returns true if the deadline will have passed in @p milliseconds; false if none is set.
+    /// @threads any thread.
     bool isDeadlineExceededIn(unsigned milliseconds);
 
-    /// Whether nothing has moved for more than a second.
+    /// Returns true if nothing has moved for more than a second.
     bool isLowPowerModeApplicable() const;
-    /// Notes that something moves: full passes for the next second.
+    /// Reports that something moves; passes are full ones for the next second.
     void disableLowPowerModeShortly();
 
-    /// Enters or leaves background mode, with signalEnterBackground or signalLeaveBackground on a change.
+    /// Enters or leaves background mode; a change emits signalEnterBackground or signalLeaveBackground.
     void setBackgroundMode(bool on);
-    /// Whether background mode is on.
+    /// Returns true if background mode is on.
     bool getBackgroundMode() const { return m_backgroundMode; }
-    /// Plain state for the host: may it go on ticking in the background?
+    /// Stores, for the host, whether it may continue to tick in the background.
     void setBackgroundTickAllowed(bool allowed) { m_backgroundTickAllowed = allowed; }
-    /// What setBackgroundTickAllowed() stored; false at the start.
+    /// Returns the value stored by setBackgroundTickAllowed(); false initially.
     bool isBackgroundTickAllowed() const { return m_backgroundTickAllowed; }
 
-    /// Emits signalSyncUnsaved twice, so that what the first round flushes into a second place is saved too.
+    /// Emits signalSyncUnsaved twice, so that data which the first round moves to another place is saved too.
     void syncUnsaved();
-    /// Tells the host through delegateSecureClose that closing now would lose work; fires on a change only,
-    /// and on the first call.
+    /// Tells the host through delegateSecureClose whether closing now would lose work. The delegate is called
+    /// only on the first call and on a change.
     void setSecureClose(bool on);
 
-    /// Takes over a new size of the framebuffer. @param width, height  pixels.
+    /// Stores a new size of the framebuffer. @param width, height  in pixels.
     void processFramebufferSizeChange(int width, int height);
 
     // --- arguments ----------------------------------------------------------------------------------
 
-    /// Appends the arguments behind the program's name; the name becomes the executable path if there is
-    /// none.
+    /// Appends the arguments after the program's name. The name becomes the executable path if none is set.
     void processCommandLine(int& argc, char** argv);
-    /// How many arguments there are, without the program's name.
+    /// Returns the number of arguments, without the program's name.
     unsigned getNumberOfArguments() const { return static_cast<unsigned>(m_arguments.size()); }
-    /// Argument @p index, or null past the end. The pointer lasts until processCommandLine().
+    /// Returns argument @p index, or null past the end. The pointer is valid until processCommandLine().
     const char* getArgument(unsigned index) const;
-    /// Whether any argument equals one of @p names, which are joined by `|`.
+    /// Returns true if any argument equals one of @p names, which are separated by `|`.
     bool hasArgument(const char* names) const;
-    /// The argument behind the first one that equals one of @p names, else @p fallback.
+    /// Returns the argument after the first one that equals one of @p names, otherwise @p fallback.
     const char* getArgumentParameter(const char* names, const char* fallback) const;
-    /// The same as a decimal number; a parameter that is no number gives 0.
+    /// Returns the same argument as a decimal number; 0 if it is not a number.
     int getArgumentParameterAsInt(const char* names, int fallback) const;
 
-    // --- environment of the process's own -----------------------------------------------------------
+    // --- environment of the library -----------------------------------------------------------------
 
-    /// Stores @p value under @p key. It has nothing to do with the operating system's environment.
+    /// Stores @p value under @p key. This environment is independent of the operating system's.
     void setEnv(SmartCStr key, SmartCStr value);
-    /// Forgets @p key.
+    /// Removes @p key.
     void unsetEnv(SmartCStr key);
-    /// The value of @p key, or null. The pointer lasts until the key is set or unset.
+    /// Returns the value of @p key, or null. The pointer is valid until the key is set or unset.
     const char* getEnv(SmartCStr key) const;
 
     // --- time ---------------------------------------------------------------------------------------
 
-    /// Milliseconds since construction, never 0; wraps after 49.7 days, so compare by subtraction.
-    /// Stored as the reading of getTimeFast(). @threads any thread.
+    /// Returns the milliseconds since construction, never 0. The value wraps after 49.7 days, so compare by
+    /// subtraction. It is also stored as the reading of getTimeFast(). @threads any thread.
     uint32 getTime();
-    /// The same as getTime(). @threads any thread.
+    /// Returns the same as getTime(). @threads any thread.
     uint32 getTimeNotZero() { return getTime(); }
-    /// The last reading that anyone took; 0 before the first. @threads any thread.
+    /// Returns the last reading of the time; 0 before the first. @threads any thread.
     uint32 getTimeFast() const { return m_timeFast.load(std::memory_order_relaxed); }
-    /// The last reading that anyone took, with 1 in place of 0. @threads any thread.
+    /// Returns the last reading of the time, with 1 instead of 0. @threads any thread.
     uint32 getTimeFastNotZero() const;
-    /// The reading at the start of the pass under way.
+    /// Returns the reading at the start of the current pass.
     uint32 getPresentationTime() const { return m_presentationTime; }
 
-    /// Reads the wall clock: ticks of 100 ns since 1601-01-01 00:00 UTC. @threads any thread.
+    /// Reads the wall clock, in ticks of 100 ns since 1601-01-01 00:00 UTC. @threads any thread.
     int64 getUTCDateTime();
-    /// The stamp last handed out, without reading the clock. @threads any thread.
+    /// Returns the last stamp returned, without reading the clock. @threads any thread.
     int64 getUTCDateTimeFast() const { return m_lastUTC.load(std::memory_order_relaxed); }
-    /// A stamp greater than every one handed out so far. @threads any thread.
+    /// Returns a stamp that is greater than all stamps returned so far. @threads any thread.
     int64 getUTCDateTimeUnique();
-    /// Reads the wall clock and stores nothing; needs no System. @threads any thread.
+    /// Reads the wall clock without storing the stamp; needs no System. @threads any thread.
     static int64 getUTCDateTimeStatic();
-    /// The present local date and time in the short form of the System's language.
+    /// Returns the current local date and time in the short form of the System's language.
     /// Defined in foundation/locale/system_date.cpp. @threads any thread.
     static String getUTCDateTimeString();
-    /// The stamp taken at construction.
+    /// Returns the stamp taken at construction.
     int64 getFirstUTCDateTime() const { return m_firstUTC; }
-    /// The stamp taken at the start of the pass under way.
+    /// Returns the stamp taken at the start of the current pass.
     int64 getPassUTCDateTime() const { return m_passUTC; }
-    /// Time since construction as "days:hours:minutes:seconds".
+    /// Returns the time since construction as "days:hours:minutes:seconds".
     String getUptime();
 
-    // --- what the System holds ----------------------------------------------------------------------
+    // --- parts of the System ------------------------------------------------------------------------
 
-    /// The timing wheel behind `Alarm`.
+    /// Returns the timing wheel that `Alarm` uses.
     Scheduler* getScheduler() const { return m_scheduler.get(); }
-    /// The script machine.
+    /// Returns the script machine.
     qelSq::VM* getVM() const { return m_vm.get(); }
-    /// The performance monitor, made on first use.
+    /// Returns the performance monitor, created on first use.
     PerfMon* getPerfMon();
-    /// The worker threads.
+    /// Returns the worker threads.
     ThreadPool* getThreadPool() const { return m_threadPool.get(); }
-    /// The queues that run on the main thread.
+    /// Returns the queues that run on the main thread.
     MainPool* getMainPool() const { return m_mainPool.get(); }
-    /// The search for resources.
+    /// Returns the locator of resources.
     ResourceLocator* getResourceLocator() const { return m_resourceLocator.get(); }
-    /// The touches of the display.
+    /// Returns the touches of the display.
     TouchState* getTouchState();
 
-    /// Serial queue of the main thread. @threads any thread.
+    /// Returns the serial queue of the main thread. @threads any thread.
     TaskQueue* getGlobalMainQueue() const { return m_mainQueue.get(); }
-    /// Parallel queue for computing. @threads any thread.
+    /// Returns the parallel queue for computations. @threads any thread.
     TaskQueue* getGlobalParallelQueue() const { return m_parallelQueue.get(); }
-    /// Parallel IO queue for destructors that block. @threads any thread.
+    /// Returns the parallel IO queue for destructors that block. @threads any thread.
     TaskQueue* getGlobalBlockingDestructorQueue() const { return m_blockingDestructorQueue.get(); }
-    /// Serial IO queue for deletions. @threads any thread.
+    /// Returns the serial IO queue for deletions. @threads any thread.
     TaskQueue* getGlobalDeleteIOQueue() const { return m_deleteIOQueue.get(); }
 
     /// Runs @p kernel over its parts on the shared `Parallel` and waits for it.
     void execute(ParallelKernel& kernel);
 
-    /// The theme on top of the stack; a default one is made when the stack is empty.
+    /// Returns the theme on top of the stack; creates a default one if the stack is empty.
     Theme* getTheme();
-    /// Puts @p theme on top of the stack; null is ignored.
+    /// Pushes @p theme onto the stack; null is ignored.
     void pushTheme(Theme* theme);
-    /// Takes the topmost theme off the stack.
+    /// Removes the topmost theme from the stack.
     void popTheme();
     /// Makes @p theme the only one; null is ignored.
     void setTheme(Theme* theme);
 
-    /// Packets from standard input; made on first use. Defined in packet/system_packets.cpp.
+    /// Returns the reader of packets from standard input, created on first use. Defined in
+    /// packet/system_packets.cpp.
     StdInPacketReader* getStdInPacketReader();
-    /// Packets to standard output; made on first use. Defined in packet/system_packets.cpp.
+    /// Returns the writer of packets to standard output, created on first use. Defined in
+    /// packet/system_packets.cpp.
     StdOutPacketWriter* getStdOutPacketWriter();
-    /// The lock under which everyone writes to standard output. @threads any thread.
+    /// Returns the lock that every writer to standard output holds. @threads any thread.
     static Mutex& getStdOutMutex();
 
-    /// Forwards to the ResourceLocator. Defined in plugins/system_resources.cpp, like the next three.
+    /// Forwards to the ResourceLocator, like the next three functions, which are defined in
+    /// plugins/system_resources.cpp too.
     void addResourcePackagesFromDirectory(SmartCStr directory);
-    /// Whether any provider has the resource @p name.
+    /// Returns true if any provider has the resource @p name.
     bool hasResource(SmartCStr name);
-    /// Loads the resource @p name; false, with @p buffer as the providers left it, when nobody has it.
+    /// Loads the resource @p name. @return false if no provider has it; @p buffer is then as the providers
+    /// left it.
     bool loadResource(SmartCStr name, Buffer& buffer);
-    /// Asks for the resource @p name; false when no provider loads it asynchronously.
+    /// Requests the resource @p name. @return false if no provider loads it asynchronously.
     bool loadResourceAsync(SmartCStr name, const std::function<void(const Buffer&)>& callback);
 
-    /// The font @p name from the cache, loaded on first use.
+    /// Returns the font @p name from the cache, loaded on first use.
     BitmapFont* getBitmapFont(SmartCStr name);
-    /// The font @p name of @p size pixels from the cache, loaded on first use.
+    /// Returns the font @p name of @p size pixels from the cache, loaded on first use.
     TrueTypeFont* getTrueTypeFont(SmartCStr name, int size);
-    /// The sprite @p name from the cache.
+    /// Returns the sprite @p name from the cache.
     Sprite* getSprite(SmartCStr name);
-    /// The sprite of code point @p key in @p size pixels from the cache.
+    /// Returns the sprite of code point @p key at a size of @p size pixels from the cache.
     Sprite* getSprite(const IVec2<unsigned>& size, unsigned key);
-    /// The sprite @p name in the form for @p language.
+    /// Returns the variant of the sprite @p name for @p language.
     Sprite* getSpriteByLanguage(SmartCStr name, SmartCStr language);
-    /// Drops the textures of all cached sprites, and the sprites from the cache.
+    /// Drops the textures of all cached sprites and removes the sprites from the cache.
     void clearSpriteCache();
     /// Loads and uploads @p sprite in the next passes, one sprite at a time.
     void prefetchSprite(Sprite* sprite, Renderer* renderer, const IVec2<int>& size);
 
     // --- machine (system/services) ------------------------------------------------------------------
 
-    /// Processors that can run threads at the same time; at least 1. @threads any thread.
+    /// Returns the number of processors that can run threads at the same time; at least 1. @threads any
+    /// thread.
     unsigned getProcessorCount() const { return m_processorCount; }
-    /// Bytes of a memory page. @threads any thread.
+    /// Returns the size of a memory page in bytes. @threads any thread.
     unsigned getPageSize() const { return m_pageSize; }
-    /// Bytes of physical memory. @threads any thread.
+    /// Returns the size of the physical memory in bytes. @threads any thread.
     uint64 getPhysicalMemorySize() const { return m_physicalMemorySize; }
-    /// Bytes of physical memory that programs can still have.
+    /// Returns the bytes of physical memory that are available to programs.
     uint64 getFreeMemory() const;
-    /// Always 0x10000000.
+    /// Returns 0x10000000 on every machine.
     uint64 getFreeVirtualMemory() const;
-    /// Share of the processors in use since the last call, 0.0 to 1.0; -1.0 when it can't be told.
+    /// Returns the share of the processors in use since the last call, 0.0 to 1.0; -1.0 if it cannot be
+    /// determined.
     float getCPUUsagePercent();
-    /// Measures one processor and all of them; blocks for seconds and logs two lines.
+    /// Measures the speed of one processor and of all of them; blocks for seconds and logs two lines.
     void performCPUBenchmark();
-    /// Result of performCPUBenchmark() for one processor; 0 before.
+    /// Returns the result of performCPUBenchmark() for one processor; 0 before the first call.
     float getCPUSingleIndex() const { return m_cpuSingleIndex; }
-    /// Result of performCPUBenchmark() for all processors; 0 before.
+    /// Returns the result of performCPUBenchmark() for all processors; 0 before the first call.
     float getCPUMultiIndex() const { return m_cpuMultiIndex; }
-    /// Number of this process. @threads any thread.
+    /// Returns the identifier of this process. @threads any thread.
     unsigned getProcessID() const;
-    /// Whether the process runs with administrator's rights.
+    /// Returns true if the process runs with administrator rights.
     static bool isUserAdmin();
-    /// Tells how the process got its rights. @param type  1 default, 2 elevated, 3 limited.
+    /// Reports how the process obtained its rights. @param type  out: 1 default, 2 elevated, 3 limited.
     static bool getElevationType(int* type);
-    /// Code of the calling thread's last failed system call. @threads any thread.
+    /// Returns the error code of the calling thread's last failed system call. @threads any thread.
     static int64 getLastSysCallErrorCode();
-    /// Text of the calling thread's last failed system call. @threads any thread.
+    /// Returns the error message of the calling thread's last failed system call. @threads any thread.
     static String getLastSysCallErrorMessage();
-    /// Text of error @p code of the system. @threads any thread.
+    /// Returns the system's message for the error @p code. @threads any thread.
     static String getErrorMessageFromCode(int64 code);
-    /// Stops in a debugger.
+    /// Triggers a breakpoint for a debugger.
     static void breakPoint();
-    /// Blocks the calling thread. @param milliseconds on the Clock in use. @threads any thread.
+    /// Blocks the calling thread. @param milliseconds  on the Clock in use. @threads any thread.
     static void sleep(unsigned milliseconds);
-    /// Keeps the system's own crash reporter from taking over.
+    /// Prevents the operating system's own crash reporter from taking over.
     void disableOperatingSystemErrorReporting();
 
-    // --- random numbers (system/services); from any thread ------------------------------------------
+    // --- random numbers (system/services); any thread -----------------------------------------------
 
-    /// One draw of 32 bits.
+    /// Draws 32 random bits.
     uint32 randomUInt();
-    /// The top 8 bits of a draw.
+    /// Returns the top 8 bits of one draw.
     uint8 randomUChar();
-    /// 64 bits.
+    /// Draws 64 random bits.
     uint64 randomULong();
-    /// `lo + draw % (hi - lo + 1)`; a range of all 2^32 values gives @p lo + draw.
+    /// Returns `lo + draw % (hi - lo + 1)`; for a range of all 2^32 values, @p lo + draw.
     uint32 randomUIntRange(uint32 lo, uint32 hi);
-    /// Fills @p size bytes at @p bytes.
+    /// Fills the @p size bytes at @p bytes with random bits.
     void randomBytes(void* bytes, size_t size);
-    /// The same generator as randomBytes(): not fit for keys.
+    /// Does the same as randomBytes(), from the same generator: not suitable for keys.
     void secureRandomBytes(void* bytes, size_t size);
 
-    // --- identifiers (store/records/system_guid.cpp); from any thread ------------------------------------
+    // --- identifiers (store/records/system_guid.cpp); any thread -----------------------------------------
 
-    /// A new identifier: of the domain, if there is one in use, else a random one.
+    /// Returns a new identifier: one of the domain if a domain is in use, otherwise a random one.
     GUID generateGUID();
-    /// The next sub-domain of the domain in use, for another node.
-    /// @errors without a domain in use an error is logged and the result has the zero identifier.
+    /// Returns the next sub-domain of the domain in use, for another node.
+    /// @errors if no domain is in use, logs an error and returns a domain with the zero identifier.
     GUIDDomain generateGUIDDomain();
-    /// An identifier of 256 random bits.
+    /// Returns an identifier of 256 random bits.
     GUID generateRandomGUID();
-    /// Takes identifiers from the domain of @p database from now on; null stops that. Each pass flushes it.
+    /// Takes identifiers from the domain of @p database from now on; null stops that. Each pass flushes the
+    /// database.
     /// @owner keeps a reference; the store of @p database must outlive it.
     void setGUIDDomainDB(GUIDDomainDB* database);
-    /// Whether there is a domain in use: the database has one, and domains were not disabled.
+    /// Returns true if a domain is in use: the database has one, and domains were not disabled.
     bool hasGUIDDomain() const;
-    /// From now on identifiers are random ones, for good.
+    /// Makes all further identifiers random ones; this cannot be undone.
     void disableGUIDDomains();
 
-    /// One of 256 mutexes, chosen by @p key. @threads any thread.
+    /// Returns one of 256 mutexes, chosen by @p key. @threads any thread.
     Mutex& accessHashedMutex(uint32 key);
 
     // --- plain state --------------------------------------------------------------------------------
 
-    /// Language of texts, a short lower-case code such as "en". @threads any thread.
+    /// Returns the language of texts, a short lower-case code such as "en". @threads any thread.
     String getLanguage() const;
     /// Stores @p language in lower case. @threads any thread.
     void setLanguage(SmartCStr language);
-    /// How the display may turn; 2 at the start, the meaning is the host's.
+    /// Returns how the display may rotate, in values that the host defines; 2 initially.
     int getRotateMode() const { return m_rotateMode; }
-    /// Stores how the display may turn.
+    /// Stores how the display may rotate.
     void setRotateMode(int mode) { m_rotateMode = mode; }
-    /// How the display is turned now.
+    /// Returns the current rotation of the display.
     Rotation getCurrentRotation() const { return m_currentRotation; }
-    /// Stores how the display is turned.
+    /// Stores the current rotation of the display.
     void setCurrentRotation(Rotation rotation) { m_currentRotation = rotation; }
-    /// What kind of device this is.
+    /// Returns the kind of device.
     DeviceType getDeviceType() const { return m_deviceType; }
-    /// Stores what kind of device this is.
+    /// Stores the kind of device.
     void setDeviceType(DeviceType type) { m_deviceType = type; }
-    /// Pixels that an on-screen keyboard covers at the bottom.
+    /// Returns the number of pixels that an on-screen keyboard covers at the bottom.
     int getKeyboardHeight() const { return m_keyboardHeight; }
-    /// Stores the pixels that an on-screen keyboard covers.
+    /// Stores the number of pixels that an on-screen keyboard covers.
     void setKeyboardHeight(int heightPx) { m_keyboardHeight = heightPx; }
-    /// Pixels that a status bar covers at the top.
+    /// Returns the number of pixels that a status bar covers at the top.
     float getStatusBarSize() const { return m_statusBarSize; }
-    /// Stores the pixels that a status bar covers.
+    /// Stores the number of pixels that a status bar covers.
     void setStatusBarSize(float sizePx) { m_statusBarSize = sizePx; }
     /// Asks renderers for a depth buffer.
     void enableDepthBuffer() { m_depthBufferEnabled = true; }
-    /// Asks renderers for no depth buffer; this is the state at the start.
+    /// Asks renderers for no depth buffer, which is the initial state.
     void disableDepthBuffer() { m_depthBufferEnabled = false; }
-    /// Whether renderers should have a depth buffer.
+    /// Returns true if renderers should have a depth buffer.
     bool isDepthBufferEnabled() const { return m_depthBufferEnabled; }
-    /// Whether the host should draw in every pass.
+    /// Returns true if the host should draw in every pass.
     bool isForceRenderWhileTickEnabled() const { return m_forceRenderWhileTick; }
     /// Stores whether the host should draw in every pass.
     void setForceRenderWhileTickEnabled(bool enabled) { m_forceRenderWhileTick = enabled; }
-    /// Width of the framebuffer in pixels.
+    /// Returns the width of the framebuffer in pixels.
     int getFramebufferWidth() const { return m_framebufferWidth; }
-    /// Height of the framebuffer in pixels.
+    /// Returns the height of the framebuffer in pixels.
     int getFramebufferHeight() const { return m_framebufferHeight; }
-    /// The framebuffer size of the largest area so far, in pixels.
+    /// Returns the framebuffer size that had the largest area so far, in pixels.
     const IVec2<int>& getMaxFrameBufferSize() const { return m_maxFramebufferSize; }
-    /// The URL that the process was started with, if the host has not taken it; then it is forgotten.
+    /// Returns and clears the URL with which the process was started; empty if the host has already taken it.
     String popSavedStartupURL();
-    /// The notification that came before the host listened, if it has not been taken; then it is forgotten.
+    /// Returns and clears the notification that arrived before the host listened; null if it has been taken.
     /// Defined in script/notification_message.cpp.
     SmartPointer<NotificationMessage> popSavedStartupMessage();
 
     // --- commands and directories (system/services) -------------------------------------------------
 
     /// Runs @p command without a shell. @param flags  bits of CommandFlag.
-    /// @return the exit code when waited for, 0 when not, 1 when it could not be started; with
-    ///         kCommandElevated 1 for success and 0 for failure.
+    /// @return the exit code if the call waits for the command, 0 if not, 1 if the command could not be
+    /// started; with kCommandElevated 1 for success and 0 for failure.
     static int runCommand(SmartCStr command, int flags);
-    /// Stores the base of application data; warns when it can't be reached.
+    /// Stores the base directory of application data; logs a warning if it is not accessible.
     void setApplicationDirectory(SmartCStr path);
-    /// Stores the directory of caches; warns when it can't be reached.
+    /// Stores the directory of caches; logs a warning if it is not accessible.
     void setCacheDirectory(SmartCStr path);
     /// Stores the directory of keys.
     void setSecureKeyDirectory(SmartCStr path) { m_secureKeyDirectory = path.c_str(); }
-    /// The directory of keys.
+    /// Returns the directory of keys.
     const String& getSecureKeyDirectory() const { return m_secureKeyDirectory; }
-    /// Directory of application data of @p product, created on the way; "." on failure.
+    /// Returns the directory of application data of @p product and creates it; "." on failure.
     String getApplicationDirectory(SmartCStr product);
-    /// The same path, with nothing created.
+    /// Returns the same path without creating anything.
     String getApplicationDirectoryNoCreate(SmartCStr product);
-    /// Directory of caches; an empty text is logged as an error.
+    /// Returns the directory of caches; logs an error if it is empty.
     const String& getCacheDirectory();
-    /// Directory of the executable + "/Plugins".
+    /// Returns the directory of the executable followed by "/Plugins".
     String getPluginsDirectory() const;
-    /// Where update packages of @p product are unpacked.
+    /// Returns the directory where update packages of @p product are unpacked.
     String getUpdatePackageDirectory(SmartCStr product);
-    /// A temporary directory of this process, made on first use.
-    /// @errors std::filesystem::filesystem_error when the system has no temporary path.
+    /// Returns a temporary directory of this process, created on first use.
+    /// @errors throws std::filesystem::filesystem_error if the system has no temporary path.
     String getTmpDirectoryPath();
-    /// Puts application, cache and key directory below the machine-wide data folder. @return true always.
+    /// Moves the application, cache and key directories below the machine-wide data folder. @return always
+    /// true.
     bool trySetApplicationDirectoryToGlobal();
-    /// Folder of program data: of the machine when @p common, else of the user; empty on failure.
+    /// Returns the folder of program data, of the machine if @p common, otherwise of the user; empty on
+    /// failure.
     static String getProgramDataPath(bool common);
-    /// Folder where programs are installed; empty on failure.
+    /// Returns the folder where programs are installed; empty on failure.
     static String getProgramsPath();
-    /// Folder of start-menu entries: of the machine when @p common, else of the user; empty on failure.
+    /// Returns the folder of start-menu entries, of the machine if @p common, otherwise of the user; empty on
+    /// failure.
     static String getProgramsStartmenuPath(bool common);
-    /// Full path of the program.
+    /// Returns the full path of the program.
     const String& getExecutablePath() const { return m_executablePath; }
-    /// Directory of the program, without a separator at the end.
+    /// Returns the directory of the program, without a separator at the end.
     String getExecutableDirectory() const;
-    /// File name of the program.
+    /// Returns the file name of the program.
     String getExecutableFilename() const;
-    /// Puts another path in place of the program's.
+    /// Replaces the path of the program.
     void overrideExecutablePath(SmartCStr path) { m_executablePath = path.c_str(); }
-    /// What file names of programs end in; empty on Linux.
+    /// Returns the extension of the file names of programs; empty on Linux.
     static const char* getExecutableExtension();
 
     // --- files hidden while they are being deleted (files/system_blacklist.cpp) -----------------------
 
-    /// Hides @p path, whose deletion is under way. The library's own calls hide absolute paths.
+    /// Hides @p path, which is being deleted. The library's own calls pass absolute paths.
     /// @threads any thread.
     void addPathToFilesystemBlacklist(SmartCStr path);
     /// Shows @p path again. @threads any thread.
     void removePathFromFilesystemBlacklist(SmartCStr path);
-    /// The hidden paths; hold getFilesystemBlacklistMutex() while reading.
+    /// Returns the hidden paths; hold getFilesystemBlacklistMutex() while reading.
     const std::unordered_set<std::string>& getFilesystemBlacklist() const
         QEL_REQUIRES(m_filesystemBlacklistMutex) {
         return m_filesystemBlacklist;
     }
-    /// The lock of the hidden paths.
+    /// Returns the lock that guards the hidden paths.
     Mutex& getFilesystemBlacklistMutex() QEL_RETURN_CAPABILITY(m_filesystemBlacklistMutex) {
         return m_filesystemBlacklistMutex;
     }
 
     // --- keyboard (system/services) -----------------------------------------------------------------
 
-    /// Opens the keyboard for @p receiver. The flags and the layout are handed on to the host.
-    /// @param text       what is being edited; repaired to valid UTF-8.
-    /// @param selection  code points, clamped into the text.
+    /// Opens the keyboard for @p receiver. The flags and the layout are passed on to the host.
+    /// @param text       the text being edited; repaired to valid UTF-8.
+    /// @param selection  in code points, clamped to the text.
     /// @owner keeps a weak pointer to @p receiver.
     void showKeyboard(KeyboardReceiver* receiver, SmartCStr text, int layout, const IVec2<int>& selection,
                       const Rect& rect, bool multiline, bool obscured);
-    /// Closes the keyboard; ignored when @p receiver is not null and not the current one.
+    /// Closes the keyboard; ignored if @p receiver is neither null nor the current one.
     void hideKeyboard(KeyboardReceiver* receiver);
     /// Tells the host where the edited text has moved; ignored unless @p receiver is the current one.
     void moveKeyboard(KeyboardReceiver* receiver, const Rect& rect);
     /// Tells the host where to clip its overlay; ignored unless @p receiver is the current one.
     void clipKeyboardOverlay(KeyboardReceiver* receiver, const Rect& rect);
-    /// Forgets the receiver without telling anyone.
+    /// Clears the receiver without notifying the host or the receiver.
     void disableKeyboardReceiver();
-    /// The object that gets keyboard input, or null.
+    /// Returns the object that receives keyboard input, or null.
     KeyboardReceiver* getKeyboardReceiver() const;
-    /// The layout that showKeyboard() was last given.
+    /// Returns the layout last passed to showKeyboard().
     int getLastKeyboardLayout() const { return m_lastKeyboardLayout; }
-    /// Whether keys can be stored: delegateSecureKeyStore is connected.
+    /// Returns true if keys can be stored: delegateSecureKeyStore is connected.
     bool hasSecureKeyImplementation() const;
 
     // --- information (system/report) ----------------------------------------------------------------
@@ -510,60 +522,61 @@ public:
     void printInformation();
     /// Adds the section "system:" to @p report.
     void report(ReportGenerator* report);
-    /// Makes unhandled faults leave a dump file in @p directory + "/dumps".
+    /// Makes unhandled faults write a dump file to @p directory + "/dumps".
     static void registerCrashHandler(const char* directory);
 
-    /// Fills the script class @p cls. Defined in script/system_binding.cpp.
+    /// Adds the members of System to the script class @p cls. Defined in script/system_binding.cpp.
     static void bindSqVM(qelSq::Object* cls);
 
     // --- hooks of the host --------------------------------------------------------------------------
 
-    Delegate<void(unsigned)> delegateSleep; ///< waits for so many ms; default System::sleep
-    Signal<void()> signalApplicationTick;   ///< each pass, before scripts and tasks
-    Delegate<int(bool)> delegateIdleWork;   ///< a piece of idle work; true first in a pass; negative: done
-    Signal<void()> signalSyncUnsaved;       ///< save now what is unsaved
-    Signal<void()> signalFreeCaches;        ///< memory is short: drop caches
-    /// A notification has come; default keeps it for popSavedStartupMessage().
+    Delegate<void(unsigned)> delegateSleep; ///< waits for that many milliseconds; default System::sleep
+    Signal<void()> signalApplicationTick;   ///< emitted in each pass, before scripts and tasks
+    /// Does a piece of idle work. The argument is true on the first call in a pass; a negative result means
+    /// done.
+    Delegate<int(bool)> delegateIdleWork;
+    Signal<void()> signalSyncUnsaved; ///< unsaved data must be saved now
+    Signal<void()> signalFreeCaches;  ///< memory is short: drop caches
+    /// Receives a notification; the default keeps it for popSavedStartupMessage().
     Delegate<void(NotificationMessage*)> delegateDeliverNotification;
     Delegate<void(const String&)>
-        delegateHandleURL;                        ///< a URL to open; default keeps it for popSavedStartupURL
-    Delegate<URLFetch*()> delegateCreateURLFetch; ///< makes a download
-    Delegate<void()> delegateBeforeSpriteUpload;  ///< right before a prefetched sprite becomes a texture
-    Delegate<IVec4<float>()>
-        delegateSafeArea; ///< display without bars and keyboard: left, top, right, bottom
-    Delegate<IVec4<float>()> delegateSafeAreaForControls; ///< the same for what must stay operable
-    /// Asks the user for permission number; default answers yes at once.
+        delegateHandleURL;                        ///< opens a URL; default keeps it for popSavedStartupURL()
+    Delegate<URLFetch*()> delegateCreateURLFetch; ///< creates a download
+    Delegate<void()> delegateBeforeSpriteUpload;  ///< called just before a prefetched sprite is uploaded
+    Delegate<IVec4<float>()> delegateSafeArea; ///< area without bars and keyboard: left, top, right, bottom
+    Delegate<IVec4<float>()> delegateSafeAreaForControls; ///< the same for controls
+    /// Asks the user for the permission with a number; the default grants it at once.
     Delegate<void(int, std::function<void(bool)>)> delegateAskPermission;
     Delegate<Camera*(const CameraParameters&)> delegateCreateCamera;                ///< opens a camera
     Delegate<const Vector<CameraMetadata>&()> delegateCameraList;                   ///< lists the cameras
     Delegate<AudioInput*(const AudioInputParameters&)> delegateCreateAudioInput;    ///< default null
     Delegate<AudioOutput*(const AudioOutputParameters&)> delegateCreateAudioOutput; ///< default null
-    /// Draws a code point in a size into an image; default false.
+    /// Draws a code point at a size into an image; default false.
     Delegate<bool(const IVec2<unsigned>&, unsigned, Image&)> delegateRenderGlyph;
     Delegate<float(const IVec2<unsigned>&)> delegateGlyphMetric; ///< metric of a glyph size; default 0
     Signal<void()> signalEnterBackground;                        ///< background mode was entered
     Signal<void()> signalLeaveBackground;                        ///< background mode was left
-    Delegate<void(bool)> delegateSecureClose;                    ///< closing now would (not) lose work
+    Delegate<void(bool)> delegateSecureClose;                    ///< true if closing now would lose work
     Delegate<bool(const char*, Buffer&)> delegateSecureKeyLoad;  ///< reads a key by name
     /// Stores a key by name.
     Delegate<bool(const char*, const Buffer&, const KeyGenSpec&)> delegateSecureKeyStore;
     Delegate<bool(const char*)> delegateSecureKeyRemove; ///< removes a key by name
-    /// Opens the keyboard: text, layout, selection, place, multiline, obscured.
+    /// Opens the keyboard; the arguments are those of showKeyboard().
     Delegate<void(const char*, int, const IVec2<int>&, const Rect&, bool, bool)> delegateKeyboardShow;
     Delegate<void(const Rect&)> delegateKeyboardMove;        ///< the edited text has moved
     Delegate<void()> delegateKeyboardHide;                   ///< closes the keyboard
-    Delegate<void(const Rect&)> delegateKeyboardClipOverlay; ///< where the host's overlay is clipped
+    Delegate<void(const Rect&)> delegateKeyboardClipOverlay; ///< clips the host's overlay
     Delegate<void()> delegateKeyboardChanged;                ///< the receiver has changed
     Signal<void()> signalKeyboardChanged;                    ///< the receiver has changed
 
-    // What only hosts use, on the desktop, a server or without any display.
+    // Hooks that only hosts use, on a desktop, on a server or without a display.
     Delegate<const char*()> delegateDeviceName;            ///< name of the device; default ""
     Delegate<const char*()> delegatePlatformName;          ///< name of the platform; default "Linux"
     Delegate<const char*()> delegatePlatformVersion;       ///< version of the platform; default ""
     Delegate<const char*()> delegateDeviceModel;           ///< model of the device; default ""
     Delegate<const char*()> delegateOperatingSystem;       ///< name of the operating system; default "Linux"
     Delegate<const char*()> delegateBundleIdentifier;      ///< identity of the program; default "org.qel"
-    Delegate<void(KeyboardAction)> delegateKeyboardAction; ///< an editing command of the host's menu
+    Delegate<void(KeyboardAction)> delegateKeyboardAction; ///< an editing command from the host's menu
     /// Lets the user pick files or folders.
     Delegate<void(
         ExternalPickerType,
@@ -571,21 +584,21 @@ public:
         delegatePickExternal;
     Signal<void(SystemSound)> signalPlaySound;                    ///< play a sound of the desktop
     Delegate<void(const char*)> delegateOpenURL;                  ///< open a URL outside the program
-    Delegate<void(const char*, const char*)> delegateShowMessage; ///< tell the user: title, text
-    Delegate<void(const char*)> delegateSetClipboardText;         ///< put text onto the clipboard
+    Delegate<void(const char*, const char*)> delegateShowMessage; ///< show a message: title, text
+    Delegate<void(const char*)> delegateSetClipboardText;         ///< put a text onto the clipboard
     Delegate<String()> delegateGetClipboardText;                  ///< text on the clipboard; default empty
     Delegate<void(Image*)> delegateSetClipboardImage;             ///< put an image onto the clipboard
-    Delegate<bool()> delegateIsDarkAppearance;   ///< does the desktop ask for dark colours? default false
-    Delegate<bool()> delegateIsNetworkAvailable; ///< is there a network? default true
-    Delegate<bool(IVec2<float>&)> delegatePointerPosition; ///< where the pointer is; default false
+    Delegate<bool()> delegateIsDarkAppearance;                    ///< true for dark colours; default false
+    Delegate<bool()> delegateIsNetworkAvailable;           ///< true if a network is available; default true
+    Delegate<bool(IVec2<float>&)> delegatePointerPosition; ///< reads the pointer's position; default false
     Delegate<uint64()> delegateGraphicsMemoryInUse;        ///< bytes; default 0
     Delegate<uint64()> delegateGraphicsMemoryLimit;        ///< bytes; default 0x1000000000
-    Delegate<int()> delegateThermalState;                  ///< 0 cool and rising; default 0
+    Delegate<int()> delegateThermalState;                  ///< 0 is cool, higher is hotter; default 0
     Delegate<int()> delegateBatteryPercent;                ///< 0 to 100; default -1, no battery
     Delegate<void()> delegateRequestFrame;                 ///< draw a frame soon
     Delegate<void()> delegateRaiseWindow;                  ///< bring the window to the front
     Delegate<void(bool)> delegateSetFullscreen;            ///< fill the display with the window
-    Signal<void()> signalNetworkChanged;                   ///< the network came or went
+    Signal<void()> signalNetworkChanged;                   ///< the network became available or unavailable
     Signal<void()> signalAppearanceChanged;                ///< the desktop's colours changed
     Signal<void()> signalQuitRequested; ///< the user or the session wants the program to end
     Signal<void(unsigned, unsigned)> signalFramebufferSizeChanged; ///< new width and height in pixels

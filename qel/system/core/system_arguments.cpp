@@ -8,7 +8,7 @@ namespace qel {
 
 namespace {
 
-/// Whether @p text equals one of the alternatives in @p names, which are joined by `|`.
+/// Returns true if @p text equals one of the alternatives in @p names, which are separated by `|`.
 bool matchesAny(std::string_view text, std::string_view names) {
     for (;;) {
         const size_t bar = names.find('|');
@@ -18,15 +18,15 @@ bool matchesAny(std::string_view text, std::string_view names) {
     }
 }
 
-/// Reads a decimal number as a standard stream does: leading blanks and a sign, then digits; what does not
-/// fit is cut to the nearest value, and no digits give 0.
+/// Parses a decimal number as a standard stream does: optional white space and sign, then digits. A number
+/// out of range becomes the nearest value, and a text without digits becomes 0.
 int parseDecimal(std::string_view text) {
     const size_t start = text.find_first_not_of(" \t\n\v\f\r");
     if (start == std::string_view::npos) return 0;
     text.remove_prefix(start);
     const bool negative = text.front() == '-';
     if (negative || text.front() == '+') text.remove_prefix(1);
-    // from_chars takes a minus of its own, which a second sign must not become.
+    // from_chars accepts a minus sign itself, which would allow a second sign.
     if (text.empty() || text.front() < '0' || text.front() > '9') return 0;
     int64 value = 0;
     const auto result = std::from_chars(text.data(), text.data() + text.size(), value);

@@ -51,7 +51,7 @@ String System::getUptime() {
 }
 
 void System::setDeadlineIn(unsigned milliseconds) {
-    // 0 stands for "no deadline", so a deadline that falls on it moves on by the least step.
+    // 0 means "no deadline", so a deadline of 0 is moved by one millisecond.
     const uint32 deadline = getTime() + milliseconds;
     m_deadline.store(deadline != 0 ? deadline : 1, std::memory_order_relaxed);
 }
