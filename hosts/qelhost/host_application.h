@@ -1,4 +1,4 @@
-// The host's own Application: how the run went, and what it will answer the shell.
+// HostApplication: the state of a run and its exit status.
 #pragma once
 
 #include <qel/foundation/base/smart_pointer.h>
@@ -9,28 +9,29 @@
 
 namespace qelhost {
 
-/// The exit status when an interrupt cut off a script, as a shell reports a program that Ctrl-C ended.
+/// The exit status if an interrupt stopped a script: the one that a shell reports for a program ended by
+/// Ctrl-C.
 inline constexpr int kInterruptedStatus = 130;
 
-/// Holds what belongs to one run. @threads main thread.
+/// Holds the state of one run. @threads main thread.
 class HostApplication : public qel::Application {
     QEL_CLASS(HostApplication, qel::Application)
 
 public:
     HostApplication();
 
-    /// The plugins of this run.
+    /// Returns the plugins of this run.
     qel::Plugins& plugins() { return *m_plugins; }
 
-    /// A script asks for this exit status; the last one asked for counts.
+    /// Stores the exit status that a script requests; the last request counts.
     void requestExitStatus(int status) { m_requestedStatus = status; }
-    /// The exit status of the run: what a script asked for, else kInterruptedStatus if an interrupt cut off
-    /// a script, else 1 if a script or the start of the plugins failed, else 0.
+    /// Returns the exit status of the run: the one that a script requested, else kInterruptedStatus if an
+    /// interrupt stopped a script, else 1 if a script or the start of the plugins failed, else 0.
     int exitStatus() const;
-    /// Notes that the folder of plugins, or something in it, could not be read.
+    /// Records that the plugins folder, or something in it, could not be read.
     void noteFailedStart() { m_startFailed = true; }
 
-    /// The application of the running System.
+    /// Returns the application of the running System.
     static HostApplication& instance();
 
 private:

@@ -1,5 +1,5 @@
 // qelhost: a host for the command line. It starts the system, runs the scripts of a folder of plugins, and
-// stops in order. Everything it uses of the library is public.
+// shuts down in order. It uses only the public part of the library.
 #include "host_application.h"
 #include "main_loop.h"
 #include "options.h"
@@ -42,7 +42,8 @@ void startPlugins(const Options& options) {
     qel::Object::system()->setEnv("plugins-directory", path);
     qel::Directory folder;
     if (!folder.open(path)) {
-        qel::logging::error() << "cannot read the plugins folder '" << path << "'; --plugins names another";
+        qel::logging::error() << "cannot read the plugins folder '" << path
+                              << "'; use --plugins to choose another";
         HostApplication::instance().noteFailedStart();
     }
     addScriptFunctions();
@@ -58,7 +59,7 @@ void printReport() {
     qel::ReportGenerator report;
     system.report(&report);
     if (system.getPerfMon()->getReport().empty()) {
-        report.add("the main loop ran for less than two seconds: no times yet");
+        report.add("the main loop ran for less than two seconds, so there are no times yet");
     }
     terminal::print(report.getReport());
 }

@@ -3,11 +3,12 @@
 
 namespace qelhost {
 
-/// Runs passes until no script thread is active, or with @p stay for ever, or until an interrupt comes. The
-/// scripts then have half a second to come to an end by themselves.
+/// Runs passes until an interrupt arrives or, unless @p stay is true, until no script thread is active. After
+/// an interrupt, the scripts have half a second to end by themselves.
 ///
-/// While scripts run, pass follows pass. Otherwise the loop sleeps between passes, a little longer each time,
-/// up to 10 ms: an idle host costs next to nothing and still answers at once for what a person can tell.
+/// While scripts run, there is no pause between passes. Otherwise the loop sleeps between passes, a little
+/// longer each time, up to 10 ms, so that an idle host costs almost nothing and still seems to respond at
+/// once.
 void runMainLoop(bool stay);
 
 } // namespace qelhost

@@ -12,7 +12,7 @@ namespace qelhost {
 namespace {
 
 bool isFolder(const std::string& path) {
-    std::error_code error; // a path below a folder that can't be searched is none
+    std::error_code error; // also set for a path in a folder that cannot be searched
     return std::filesystem::is_directory(path, error);
 }
 
@@ -60,23 +60,23 @@ Options parseOptions(int argc, const char* const* argv) {
 
 const char* usage() {
     return R"(Usage: qelhost [OPTIONS] [--] [ARGUMENTS]
-Runs the scripts of a folder of plugins until all of them have ended.
+Runs the scripts in a folder of plugins until all of them have ended.
 
-  --plugins DIR     the folder of plugins; default: "Plugins" beside the program
-  --resources DIR   take the resource packages ("res-...") of DIR; may be repeated
-  --app-dir DIR     keep application data, caches, keys and crash dumps in DIR
-  --language CODE   language of texts, as "en" or "de"; default: the user's own
+  --plugins DIR     the plugins folder; default: "Plugins" beside the program
+  --resources DIR   add the resource packages ("res-...") in DIR; may be repeated
+  --app-dir DIR     store application data, caches, keys and crash dumps in DIR
+  --language CODE   language of texts, such as "en" or "de"; default: the user's
   --report          print the performance report at the end
   --stay            keep running when no script is active, until interrupted
   --version         print the version
   -h, --help        print this
 
-ARGUMENTS, from the first one that is not an option or after "--", are for the scripts.
+ARGUMENTS start after "--" or at the first one that is not an option; they are for the scripts.
 
 Ctrl-C asks the scripts to end, and ends the program within a second.
-Exit status: what a script asked for; else 130 when Ctrl-C cut off a script; else 1
-when a script did not compile or failed, or when the folder of plugins or standard
-output failed; else 0. 2 for a wrong option.
+Exit status: the one that a script requested; else 130 if Ctrl-C stopped a script; else 1
+if a script did not compile or failed, the plugins folder could not be read or standard
+output could not be written; else 0. 2 for a wrong option.
 )";
 }
 

@@ -8,21 +8,21 @@
 
 namespace qelhost {
 
-/// What the command line asks for.
+/// The settings on the command line.
 struct Options : qelhosts::CommonOptions {
-    std::string plugins;                ///< folder of plugins; empty for the library's default
-    std::vector<std::string> resources; ///< folders that hold resource packages
+    std::string plugins;                ///< plugins folder; empty for the library's default
+    std::vector<std::string> resources; ///< folders that contain resource packages
     std::string applicationDirectory;   ///< base of application data; empty for the library's default
-    std::string language;               ///< language of texts; empty for the user's own
+    std::string language;               ///< language of texts; empty for the user's language
     bool report = false;                ///< print the performance report at the end
-    bool stay = false;                  ///< go on when no script is active any more
+    bool stay = false;                  ///< keep running when no script is active
     int firstScriptArgument = 0;        ///< index of the first argument for the scripts
 };
 
-/// Reads the options, up to the first argument that is none or up to `--`. What follows is for the scripts.
+/// Reads the options, up to `--` or the first argument that is not an option. The rest is for the scripts.
 Options parseOptions(int argc, const char* const* argv);
 
-/// How the host is used, for `--help`.
+/// Returns the text for `--help`.
 const char* usage();
 
 } // namespace qelhost

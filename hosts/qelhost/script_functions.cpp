@@ -28,7 +28,7 @@ bool interrupted() {
 }
 
 void setExitStatus(int status) {
-    HostApplication::instance().requestExitStatus(status & 0xFF); // all that a shell can see
+    HostApplication::instance().requestExitStatus(status & 0xFF); // a shell sees only these bits
 }
 
 qel::String absolutePath(std::string_view path) {

@@ -14,26 +14,27 @@ namespace qelhost::terminal {
 namespace {
 
 using SteadyClock = std::chrono::steady_clock;
-constexpr auto kProgressPause = std::chrono::milliseconds(100); // a faster line can't be read
+constexpr auto kProgressPause = std::chrono::milliseconds(100); // faster changes cannot be read
 
-/// Everything here is touched under System::getStdOutMutex() only.
+/// Every access holds System::getStdOutMutex().
 struct State {
     bool isTerminal = false;
     bool hasColor = false;
-    std::string progress; ///< the line on the screen; empty if there is none
+    std::string progress; ///< the progress line on the screen; empty if none is shown
     int progressColumns = 0;
     SteadyClock::time_point lastProgress;
 };
 
 State g_state;
 
-/// Erases the line of progress by spaces, which work on every terminal, unlike an escape sequence.
+/// Returns the output that erases the progress line. It uses spaces, which work on every terminal, unlike an
+/// escape sequence.
 std::string progressEraser() {
     if (g_state.progress.empty()) return {};
     return "\r" + std::string(static_cast<size_t>(g_state.progressColumns), ' ') + "\r";
 }
 
-/// Writes @p text, which ends with a newline, in place of the line of progress, and that below it.
+/// Writes @p text, which ends with a newline, over the progress line, and the progress line below it.
 void writeAboveProgress(const std::string& text) {
     qelhosts::print(progressEraser() + text + g_state.progress);
 }
@@ -78,7 +79,7 @@ void showProgress(std::string_view text) {
     if (!text.empty() && now - g_state.lastProgress < kProgressPause) return;
     g_state.lastProgress = now;
     const std::string eraser = progressEraser();
-    // The last column stays free: a terminal would begin a new line after it.
+    // The last column stays free, because a terminal would start a new line after it.
     const int columns = qel::platform::terminalWidth(qel::platform::StandardStream::Output) - 1;
     const qel::String line(text);
     g_state.progress = line.utf8_ellipsis(columns);

@@ -16,7 +16,7 @@ namespace {
 constexpr auto kLookEvery = std::chrono::milliseconds(50);
 constexpr auto kPatience = std::chrono::milliseconds(850);
 
-/// Waits, at most @p time. @return whether the host has come to its end.
+/// Waits for at most @p time. @return true if the host has ended.
 bool waitForEnd(const std::stop_token& end, std::chrono::milliseconds time) {
     std::mutex mutex;
     std::unique_lock lock(mutex);
@@ -29,7 +29,7 @@ void watch(const std::stop_token& end) {
         if (waitForEnd(end, kLookEvery)) return;
     }
     if (waitForEnd(end, kPatience)) return;
-    qelhosts::complain("qelhost", "a script does not come to an end; ended by force");
+    qelhosts::complain("qelhost", "a script does not end; the program was ended by force");
     qel::System::forceExitProcess(kInterruptedStatus);
 }
 

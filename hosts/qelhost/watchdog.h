@@ -1,12 +1,12 @@
-// Ends the process when an interrupt is not answered.
+// Watchdog: ends a process that does not respond to an interrupt.
 #pragma once
 
 #include <thread>
 
 namespace qelhost {
 
-/// While it lives, an interrupt ends the process by force unless it ends by itself within 900 ms: a script
-/// that never yields can't hold the user up.
+/// While it exists, an interrupt ends the process by force unless it ends by itself within 900 ms, so that a
+/// script that never yields cannot keep the user waiting.
 class Watchdog {
 public:
     Watchdog();

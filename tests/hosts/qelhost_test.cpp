@@ -311,7 +311,7 @@ TEST_F(HostTest, AnInterruptThatCutsOffAScriptShowsInTheStatus) {
 TEST_F(HostTest, AnInterruptEndsAScriptThatNeverYieldsByForce) {
     const HostRun host = runPlugin(sendsSignal("INT") + "while (true) {}");
     EXPECT_EQ(host.status, 130);
-    EXPECT_EQ(host.error, "qelhost: a script does not come to an end; ended by force\n");
+    EXPECT_EQ(host.error, "qelhost: a script does not end; the program was ended by force\n");
 }
 
 } // namespace
