@@ -252,9 +252,9 @@ TEST_F(CatalogueTest, WrongArgumentsAreRefused) {
     fillTree(1);
     const std::vector<std::string> plugins{"--plugins", sourceDir() + "/resources/plugins"};
     const std::pair<std::vector<std::string>, std::string> cases[] = {
-        {{"tree", "surplus"}, "the catalogue takes [--out DIR] [FOLDER], not 'surplus'"},
-        {{"--", "--frobnicate"}, "the catalogue takes [--out DIR] [FOLDER], not '--frobnicate'"},
-        {{"missing"}, "there is no folder 'missing'"},
+        {{"tree", "surplus"}, "the catalogue accepts [--out DIR] [FOLDER], not 'surplus'"},
+        {{"--", "--frobnicate"}, "the catalogue accepts [--out DIR] [FOLDER], not '--frobnicate'"},
+        {{"missing"}, "no such folder: 'missing'"},
         {{"tree/file-0.txt"}, "cannot read the folder 'tree/file-0.txt'"},
     };
     for (const auto& [arguments, problem] : cases) {
