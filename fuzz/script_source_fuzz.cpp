@@ -1,8 +1,8 @@
-// Compiles any text, and runs programs that are drawn from the input so that they end.
+// Compiles any text, and runs programs that are derived from the input and are sure to end.
 //
-// The machine can't stop a running script, so that a text is never run as it is: it is compiled, and then its
-// bytes choose a program of bounded loops, calls and values of all types in all places. Whatever happens in
-// it, the machine runs the next script.
+// The machine cannot stop a running script, so the input itself is only compiled, never run. Its bytes then
+// select a program of bounded loops, calls and values of all types in all places. Whatever happens in that
+// program, the machine must be able to run the next script.
 #include <qel/foundation/log/message_stream.h>
 #include <qel/script/object_interfaces.h>
 #include <qel/script/vm.h>
@@ -17,7 +17,7 @@
 
 namespace {
 
-/// Draws a program from bytes.
+/// Derives a program from bytes.
 class ProgramWriter {
 public:
     explicit ProgramWriter(std::string_view bytes) : m_bytes(bytes) {}
@@ -274,8 +274,8 @@ void require(bool holds) {
     if (!holds) std::abort();
 }
 
-/// A machine that runs one input after the other as long as they leave it as it was: opening one takes most
-/// of the time of an input.
+/// A machine that runs one input after another while they leave it unchanged, because opening a machine takes
+/// most of the time of an input.
 class Machine {
 public:
     Machine() {
@@ -290,13 +290,13 @@ public:
         for (int pass = 0; pass < 12; ++pass) vm.processEvents();
     }
 
-    /// Whether the next input finds the library that the first one found. Threads that never end may be left.
+    /// Returns true if the library is as the first input found it. Threads that never end may be left.
     bool isAsNew() { return sizes() == m_sizes && ++m_inputs < kInputs; }
 
     qelSq::VM vm;
 
 private:
-    /// A finding that needs earlier inputs needs no more than these.
+    /// The number of inputs for one machine, so that a finding depends on few earlier inputs.
     static constexpr int kInputs = 32;
 
     std::vector<SQInteger> sizes() {
@@ -314,8 +314,8 @@ private:
 } // namespace
 
 extern "C" const char* __lsan_default_suppressions();
-// The machine's compiler leaves a statement that fails to compile by a jump past its own destructors, and its
-// standard library forgets a blob's memory when a script calls the constructor once more.
+// When a statement does not compile, the machine's compiler jumps out of it past its own destructors. The
+// machine's standard library leaks a blob's memory when a script calls the constructor again.
 extern "C" const char* __lsan_default_suppressions() {
     return "leak:libsquirrel3.so\nleak:libsqstdlib3.so\n";
 }
@@ -331,7 +331,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, size_t size) {
     require(sq_gettop(vm.getSquirrelVM()) == top);
     require(vm.executeString("return 1 + 1", "next"));
     if (!machine->isAsNew()) {
-        machine.reset(); // there is one machine at a time
+        machine.reset(); // there may only be one machine at a time
         machine = std::make_unique<Machine>();
     }
     return 0;

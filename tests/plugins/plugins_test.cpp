@@ -14,7 +14,7 @@ namespace {
 using qel::Plugins;
 using qel::test::LogCapture;
 
-/// Shows the form that starts chosen plugins.
+/// Exposes the overload that starts selected plugins.
 class ChosenPlugins : public Plugins {
 public:
     using Plugins::executeBootstrapScripts;
@@ -41,7 +41,7 @@ protected:
     qel::SmartPointer<ChosenPlugins> plugins;
 };
 
-TEST_F(PluginsTest, AllPathsComeBeforeAllAutoexecsBeforeAllMains) {
+TEST_F(PluginsTest, PathsComeBeforeAutoexecsBeforeMains) {
     for (const std::string file : {"b/autoexec", "b/main", "b/helper", "a/main"})
         folder.write(file + ".sq", "trace += \"" + file + " \"");
     folder.write("a/autoexec.sq", "import(\"helper\"); trace += \"a/autoexec \"");
@@ -53,7 +53,7 @@ TEST_F(PluginsTest, AllPathsComeBeforeAllAutoexecsBeforeAllMains) {
     for (const char* line : {"[a] starting main", "[b] starting main"}) capture.expect(1, line);
 }
 
-TEST_F(PluginsTest, TheStartOfAMainIsLoggedBeforeTheErrorsOfItsCompiler) {
+TEST_F(PluginsTest, StartOfAMainIsLoggedBeforeItsErrors) {
     folder.write("a/main.sq", "local = 1");
     LogCapture capture;
     plugins->executeBootstrapScripts(true);
@@ -66,7 +66,7 @@ TEST_F(PluginsTest, TheStartOfAMainIsLoggedBeforeTheErrorsOfItsCompiler) {
     EXPECT_EQ(vm().getFailedScriptCount(), 1u);
 }
 
-TEST_F(PluginsTest, AnAutoexecThatDoesNotCompileIsAFailedScript) {
+TEST_F(PluginsTest, AutoexecThatDoesNotCompileIsAFailedScript) {
     folder.write("a/autoexec.sq", "local = 1");
     LogCapture capture;
     plugins->executeBootstrapScripts(true);
@@ -74,7 +74,7 @@ TEST_F(PluginsTest, AnAutoexecThatDoesNotCompileIsAFailedScript) {
     EXPECT_EQ(vm().getFailedScriptCount(), 1u);
 }
 
-TEST_F(PluginsTest, AByteOrderMarkIsSkippedInAutoexecAndMain) {
+TEST_F(PluginsTest, ByteOrderMarkIsSkippedInAutoexecAndMain) {
     for (const std::string file : {"a/autoexec", "a/main"})
         folder.write(file + ".sq", "\xEF\xBB\xBFtrace += \"" + file + " \"");
     LogCapture capture;
@@ -84,7 +84,7 @@ TEST_F(PluginsTest, AByteOrderMarkIsSkippedInAutoexecAndMain) {
     capture.expect(1, "[a] starting main");
 }
 
-TEST_F(PluginsTest, AListOfHashesLetsOnlyUnchangedPluginsStart) {
+TEST_F(PluginsTest, ListOfHashesStartsOnlyUnchangedPlugins) {
     for (const std::string name : {"changed", "listed", "unlisted"}) {
         folder.write(name + "/autoexec.sq", "trace += \"" + name + "\"");
         folder.write(name + "/resources/" + name, "");
@@ -105,11 +105,11 @@ TEST_F(PluginsTest, AListOfHashesLetsOnlyUnchangedPluginsStart) {
     EXPECT_TRUE(system().getResourceLocator()->hasResource("listed"));
     EXPECT_FALSE(system().getResourceLocator()->hasResource("changed"));
     plugins->executeBootstrapScripts(Plugins::Hashes{{"unlisted", 0}}, false);
-    EXPECT_EQ(trace(), "listedunlisted") << "chosen ones start whatever their hash, here without their mains";
+    EXPECT_EQ(trace(), "listedunlisted") << "whatever their hash, without main.sq";
     EXPECT_FALSE(vm().threadsActive());
 }
 
-TEST_F(PluginsTest, ListenersAreKeptInOrderAndMustBeClosures) {
+TEST_F(PluginsTest, ListenersAreStoredInOrderAndMustBeClosures) {
     qelSq::Object instance;
     qelSq::NativeClass<Plugins>::push(vm().getSquirrelVM(), plugins.get());
     instance.popFromStackAddRef(vm().getSquirrelVM());

@@ -23,7 +23,7 @@ protected:
     test::ScratchFolder folder;
 };
 
-TEST_F(ResourceLocatorTest, TheHighestPriorityAnswersWhateverTheOrder) {
+TEST_F(ResourceLocatorTest, HighestPriorityIsAskedFirst) {
     folder.write("high/resources.json", R"({"priority": 10})");
     folder.write("middle/resources.json", R"({"priority": 5})");
     folder.write("low/only", "low only");
@@ -37,7 +37,7 @@ TEST_F(ResourceLocatorTest, TheHighestPriorityAnswersWhateverTheOrder) {
     EXPECT_FALSE(system().loadResourceAsync("x", [](const Buffer&) {}));
 }
 
-TEST_F(ResourceLocatorTest, AFolderIsTakenOnceUntilItIsRemoved) {
+TEST_F(ResourceLocatorTest, FolderIsAddedOnlyOnce) {
     folder.write("x", "X");
     LogCapture log;
     SmartPointer<ResourceProvider> provider = locator().addResourceDirectory(folder.path());
@@ -51,7 +51,7 @@ TEST_F(ResourceLocatorTest, AFolderIsTakenOnceUntilItIsRemoved) {
     EXPECT_EQ(load("x"), "none");
 }
 
-TEST_F(ResourceLocatorTest, AnArchiveIsTakenOnceAndOnlyIfItIsOne) {
+TEST_F(ResourceLocatorTest, ArchiveIsAddedOnlyOnce) {
     folder.write("x.tar", test::tarEntry("dir/x", "archived") +
                               test::tarEntry("resources.json", R"({"priority": 3})") + test::tarEnd());
     folder.write("x.zip", "");
@@ -69,7 +69,7 @@ TEST_F(ResourceLocatorTest, AnArchiveIsTakenOnceAndOnlyIfItIsOne) {
     EXPECT_EQ(load("dir/x"), "loose");
 }
 
-TEST_F(ResourceLocatorTest, PackagesAreTheFoldersAndArchivesThatSaySo) {
+TEST_F(ResourceLocatorTest, PackagesAreRecognisedByTheirNames) {
     folder.write("res-a/a", "A");
     folder.write("res-c.tar", test::tarEntry("c", "C") + test::tarEnd());
     folder.write("other.tar", test::tarEntry("d", "D") + test::tarEnd());
@@ -87,7 +87,7 @@ TEST_F(ResourceLocatorTest, PackagesAreTheFoldersAndArchivesThatSaySo) {
     log.expect(3, "cant fetch resource 'b'");
 }
 
-TEST_F(ResourceLocatorTest, PrioritiesAreNumbersAndAllElseIsPassedOverInSilence) {
+TEST_F(ResourceLocatorTest, InvalidPrioritiesAreIgnored) {
     const auto nested = [](size_t depth) {
         return R"({"priority": 9, "[": "\"[", "x": )" + std::string(depth, '[') + std::string(depth, ']') +
                "}";

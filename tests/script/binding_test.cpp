@@ -104,10 +104,10 @@ TEST_F(ScriptBinding, WrongCallsAreScriptErrors) {
         for (const char* source : sources) expectError(source, error);
     }
     run("::result <- null; collectgarbage()");
-    passAfter(1); // the system still owns its signal
+    passAfter(1); // works only if the System still owns its signal
 }
 
-TEST_F(ScriptBinding, AnObjectGivenTwiceHasTwoInstancesWithTheirReferences) {
+TEST_F(ScriptBinding, ObjectPushedTwiceHasTwoInstances) {
     qel::SmartPointer<Lamp> shared = new Lamp;
     for (const char* name : {"first", "second"}) {
         Object instance;
@@ -123,7 +123,7 @@ TEST_F(ScriptBinding, AnObjectGivenTwiceHasTwoInstancesWithTheirReferences) {
     EXPECT_EQ(shared->getReferenceCount(), 1);
 }
 
-TEST_F(ScriptBinding, CloneCopiesAndConstructorsCalledByHandKeepWhatOthersUse) {
+TEST_F(ScriptBinding, CloneCopiesAndRepeatedConstructionKeepsObjects) {
     run("::a <- qel.Rect(); a.x1 = 4; ::b <- clone a; b.x1 = 9; ::dim <- clone lamp; dim.brightness = 1");
     EXPECT_EQ(text("a.x1 + lamp.brightness"), "104");
     run("a.constructor(); lamp.brightness = 3; lamp.constructor(); lamp.cloned(util.Lamp())");
@@ -132,7 +132,7 @@ TEST_F(ScriptBinding, CloneCopiesAndConstructorsCalledByHandKeepWhatOthersUse) {
     EXPECT_EQ(text("a.x1"), "9");
 }
 
-TEST_F(ScriptBinding, ATextForACharArrayFitsOrIsEmpty) {
+TEST_F(ScriptBinding, StringForCharArrayFitsOrIsEmpty) {
     const size_t capacity = 6;
     auto copy = [](HSQUIRRELVM machine) -> SQInteger {
         SQUserPointer data = nullptr;

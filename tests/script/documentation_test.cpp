@@ -1,4 +1,4 @@
-// Runs the examples of docs/scripting.md and checks that it leaves nothing out.
+// Runs the examples of docs/scripting.md and checks that the page is complete.
 #include "script_fixture.h"
 
 #include <qel/script/async_queue.h>
@@ -38,7 +38,7 @@ std::vector<std::string> readExamples() {
     return examples;
 }
 
-/// What @p example says that it prints.
+/// Returns the output that @p example states.
 std::vector<std::string> promisedBy(const std::string& example) {
     std::vector<std::string> output;
     std::istringstream lines(example);
@@ -51,7 +51,8 @@ std::vector<std::string> promisedBy(const std::string& example) {
 
 class ScriptDocumentation : public qel::test::ScriptFixture {
 protected:
-    /// Runs @p source as a script thread until all have ended. @return the first lines of what was logged.
+    /// Runs @p source as a script thread until all threads have ended. @return the first line of each log
+    /// entry.
     std::vector<std::string> outputOf(const std::string& source) {
         const qel::test::ScratchFolder folder;
         vm().getRootTable().set("folder", Object::of(folder.path()));
@@ -63,7 +64,7 @@ protected:
         return output;
     }
 
-    /// The slots of a table, or the members of a class.
+    /// Checks that the page names all slots of a table, or all members of a class.
     void expectSlotsNamed(const std::set<std::string>& words, Object table, const std::string& where) {
         for (const auto& [key, value] : table.asTable().getKeyValuePairs()) {
             const std::string name = key.asString();
@@ -73,7 +74,7 @@ protected:
     }
 };
 
-TEST_F(ScriptDocumentation, EveryExamplePrintsWhatItSays) {
+TEST_F(ScriptDocumentation, EveryExamplePrintsTheStatedOutput) {
     auto examples = readExamples();
     ASSERT_GT(examples.size(), 20u);
     for (const std::string& example : examples) {
@@ -83,7 +84,7 @@ TEST_F(ScriptDocumentation, EveryExamplePrintsWhatItSays) {
     }
 }
 
-TEST_F(ScriptDocumentation, EverySlotOfTheRootTablesAndMemberOfTheBoundClassesIsNamed) {
+TEST_F(ScriptDocumentation, EverySlotAndMemberIsDocumented) {
     const std::set<std::string> page = wordsOf(readPage());
     expectSlotsNamed(page, vm().getRootTable(), "the root table");
     for (const char* name : {"std", "string", "math", "qel", "util", "global"}) {

@@ -18,7 +18,7 @@ protected:
 
     Item itemOf(const std::string& source) { return Item(evaluate(source)); }
 
-    /// Whether the first element has a script form; the value is then the root slot "read".
+    /// Returns true if the first element has a script form; stores its value in the root slot "read".
     bool read(const Item& item, ScriptCode code = ScriptCode::Accept) {
         Item::Iterator it(item);
         Object value;
@@ -29,7 +29,7 @@ protected:
     }
 };
 
-TEST_F(ScriptItem, EachTypeHasItsElements) {
+TEST_F(ScriptItem, EachTypeIsStoredAsItsElements) {
     const std::pair<const char*, Item> rows[] = {
         {"null", Item(Item::NILType)},
         {"true", Item().add(true)},
@@ -50,7 +50,7 @@ TEST_F(ScriptItem, EachTypeHasItsElements) {
     capture.expect(2, "[SQ] cannot serialize squirrel bytecode");
 }
 
-TEST_F(ScriptItem, ValuesComeBack) {
+TEST_F(ScriptItem, ValuesSurviveARoundTrip) {
     const Item item = itemOf("[null, true, -5, 1 << 40, 2.5, \"x\", { a = [{}] }, qel.GUID(), @(x) x + 1]");
     ASSERT_TRUE(read(item));
     EXPECT_EQ(itemOf("read").asString(), item.asString());
@@ -60,7 +60,7 @@ TEST_F(ScriptItem, ValuesComeBack) {
     EXPECT_EQ(text("read[6].a[0].len()"), "0");
 }
 
-TEST_F(ScriptItem, CodeIsBuiltOnlyWhereItMayBe) {
+TEST_F(ScriptItem, CodeIsReadOnlyWhereAccepted) {
     EXPECT_FALSE(read(itemOf("[{ a = @() 1 }]"), ScriptCode::Refuse));
     EXPECT_TRUE(read(itemOf("[{ a = 1 }]"), ScriptCode::Refuse));
     LogCapture capture;
@@ -68,7 +68,7 @@ TEST_F(ScriptItem, CodeIsBuiltOnlyWhereItMayBe) {
     capture.expect(2, "[SQ] cannot deserialize squirrel bytecode");
 }
 
-TEST_F(ScriptItem, WhatHasNoScriptFormIsRefused) {
+TEST_F(ScriptItem, ElementsWithoutScriptFormAreRefused) {
     const Item rows[] = {Item(),
                          Item().addBuffer(nullptr, 0),
                          Item().addPointer(Item()),
@@ -81,7 +81,7 @@ TEST_F(ScriptItem, WhatHasNoScriptFormIsRefused) {
     for (const Item& item : rows) EXPECT_FALSE(read(item)) << item.asString();
 }
 
-TEST_F(ScriptItem, ContainersEndAtThemselvesAndAtTheDepthLimit) {
+TEST_F(ScriptItem, NestingEndsAtCyclesAndAtTheDepthLimit) {
     run("::ring <- [1]; ring.append({ up = ring })");
     EXPECT_EQ(itemOf("ring").asString(), "{<ITEM:{<INT:1><PREFIX:table><ITEM:{<STR:up><NIL>}>}>}");
     run("::deep <- []; for (local i = 1; i < 10000; ++i) deep = [deep]");

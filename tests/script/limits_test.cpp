@@ -20,7 +20,7 @@ std::string repeat(const std::string& text, int count) {
     return all;
 }
 
-/// The pieces of a text between the marks "$".
+/// Splits a text at each "$".
 std::vector<std::string> piecesOf(const std::string& text) {
     std::vector<std::string> pieces;
     std::istringstream stream(text);
@@ -45,7 +45,7 @@ protected:
 
 // --- sources -------------------------------------------------------------------------------------------
 
-TEST_F(ScriptLimits, AThousandLevelsOfAnyKindCompile) {
+TEST_F(ScriptLimits, ThousandLevelsOfAnyKindCompile) {
     struct Nest {
         const char* open;
         const char* inner;
@@ -66,7 +66,7 @@ TEST_F(ScriptLimits, AThousandLevelsOfAnyKindCompile) {
     }
 }
 
-TEST_F(ScriptLimits, AClosureOfAThousandLevelsRunsIsSerializedAndFreed) {
+TEST_F(ScriptLimits, ClosureOfAThousandLevelsIsUsable) {
     EXPECT_TRUE(run("::deep <- " + repeat("@() ", 1000) + "1"));
     EXPECT_TRUE(run("local call = deep; while (typeof call == \"function\") call = call()"));
     qel::Buffer bytecode;
@@ -74,7 +74,7 @@ TEST_F(ScriptLimits, AClosureOfAThousandLevelsRunsIsSerializedAndFreed) {
     EXPECT_TRUE(run("delete ::result; delete ::deep; collectgarbage()"));
 }
 
-TEST_F(ScriptLimits, WhateverMakesTheCompilerCallItselfIsBounded) {
+TEST_F(ScriptLimits, CompilerRecursionIsLimited) {
     for (const std::string& expression :
          piecesOf("($!$~$- $--$typeof $clone $resume $delete $@()$@(a=$@(...) $@() --$class extends $"
                   "class { function f() { x = $function() { return "))
@@ -84,7 +84,7 @@ TEST_F(ScriptLimits, WhateverMakesTheCompilerCallItselfIsBounded) {
         expectTooDeep(repeat(statement, 300'000));
 }
 
-TEST_F(ScriptLimits, HostileSourcesOfMegabytesEndInAnError) {
+TEST_F(ScriptLimits, HostileSourcesOfMegabytesAreErrors) {
     for (const std::string& piece :
          piecesOf("x=[$x={$x={a=$1?2:$1||$1&&$x=$x<-$x+=$switch(1){case 1:$x=class { a = $x=a[$a($a.b($"
                   "x=1+($x=a = {b = [$a?($rawcall($class A </ a = $foreach (a in b) ")) {
@@ -109,7 +109,7 @@ TEST_F(ScriptLimits, FlatSourcesOfAnyLengthCompile) {
         EXPECT_TRUE(compiles(repeat(piece + "\n", 5'000))) << piece;
 }
 
-TEST_F(ScriptLimits, TheLineOfTheCutIsReported) {
+TEST_F(ScriptLimits, LineOfTheEarlyEndIsReported) {
     LogCapture capture;
     EXPECT_FALSE(compiles("local x = 1\n\nlocal y = " + repeat("(", 300'000)));
     capture.expect(3, "[SQ.COMPILER] test(3): source is nested too deeply");
@@ -118,7 +118,7 @@ TEST_F(ScriptLimits, TheLineOfTheCutIsReported) {
     EXPECT_THAT(capture.take().at(0).text, StartsWith("[SQ.COMPILER] test(1): expected "));
 }
 
-TEST_F(ScriptLimits, ATextCompiledByAScriptIsBoundedToo) {
+TEST_F(ScriptLimits, CompileStringHasTheSameLimit) {
     vm().getRootTable().set("deep", Object::of(repeat("(", 300'000)));
     expectError("compilestring(deep)", "source is nested too deeply");
     EXPECT_EQ(text("compilestring(\"return 1.5\")()"), "1.5");
@@ -141,7 +141,7 @@ TEST_F(ScriptLimits, RecursionThroughCoroutinesEndsWithAnError) {
                 "parameter 0 has an invalid type 'integer' ; expected: 'thread'");
 }
 
-TEST_F(ScriptLimits, RecursionThroughExecutedTextsEndsWithAnError) {
+TEST_F(ScriptLimits, RecursionThroughExecuteStringEndsWithAnError) {
     static int refused = 0;
     auto nested = [](HSQUIRRELVM machine) -> SQInteger {
         if (!VM::from(machine)->executeString("nested()", "nested")) ++refused;
@@ -161,7 +161,7 @@ TEST_F(ScriptLimits, ImpossibleSizesAreErrors) {
         expectError(source, "size out of range");
 }
 
-TEST_F(ScriptLimits, ManyArgumentsAndDeepContainersAreCarried) {
+TEST_F(ScriptLimits, ManyArgumentsAndDeepContainersWork) {
     EXPECT_EQ(text("(function(...) { return vargv.len() }).acall(array(50000, 1))"), "49999");
     EXPECT_EQ(text("(function() { local t = newthread(function(...) { return vargv.len() })\n"
                    "local all = array(3000, 1); all[0] = t; return t.call.acall(all) })()"),

@@ -1,4 +1,4 @@
-// Scripts in a host that has set a locale with a decimal comma.
+// Tests scripts in a host that has set a locale with a decimal comma.
 #include "script_fixture.h"
 
 #include <qel/platform/process_run.h>
@@ -12,13 +12,13 @@ namespace {
 
 using qelSq::Object;
 
-/// Builds a locale with a decimal comma and makes it the process's own until the end of the scope.
+/// Builds a locale with a decimal comma and uses it for the process until the end of the scope.
 class CommaLocale {
 public:
     CommaLocale() {
         folder.write("source",
                      "LC_NUMERIC\ndecimal_point \",\"\nthousands_sep \".\"\ngrouping 3;3\nEND LC_NUMERIC\n");
-        // It warns about all that the source leaves out.
+        // localedef warns about everything that the source omits.
         qel::platform::runProcess(
             {"sh", "-c", "cd \"$0\" && localedef -c -i source -f ANSI_X3.4-1968 ./comma 2>/dev/null",
              folder.path()},
@@ -33,7 +33,7 @@ public:
     bool isSet = false;
 };
 
-/// 1.5 as the C library formats it.
+/// Returns 1.5 as the C library formats it.
 std::string formatHere() {
     char text[16];
     std::snprintf(text, sizeof(text), "%.1f", 1.5);
@@ -43,7 +43,7 @@ std::string formatHere() {
 class ScriptLocale : public qel::test::ScriptFixture {
 protected:
     void SetUp() override {
-        if (!locale.isSet) GTEST_SKIP() << "localedef can't build a locale here";
+        if (!locale.isSet) GTEST_SKIP() << "localedef cannot build a locale here";
         ASSERT_EQ(formatHere(), "1,5");
         ScriptFixture::SetUp();
     }
@@ -51,7 +51,7 @@ protected:
     const CommaLocale locale;
 };
 
-TEST_F(ScriptLocale, NumbersAreReadAndFormattedWithAPoint) {
+TEST_F(ScriptLocale, NumbersAreReadAndFormattedWithADecimalPoint) {
     EXPECT_EQ(evaluate("1.5 * 2").asFloat(), 3.0);
     EXPECT_EQ(evaluate("1.5e1").asFloat(), 15.0);
     EXPECT_EQ(evaluate("\"2.5\".tofloat()").asFloat(), 2.5);
@@ -63,13 +63,13 @@ TEST_F(ScriptLocale, NumbersAreReadAndFormattedWithAPoint) {
     EXPECT_EQ(evaluate("std.decode_json(\"[1.5]\")[0]").asFloat(), 1.5);
 }
 
-TEST_F(ScriptLocale, PrintedNumbersHaveAPoint) {
+TEST_F(ScriptLocale, PrintedNumbersHaveADecimalPoint) {
     qel::test::LogCapture capture;
     run("print(1.5 * 3)");
     capture.expect(1, "4.5");
 }
 
-TEST_F(ScriptLocale, EveryEntryFromNativeCodeSeesTheSameNumbers) {
+TEST_F(ScriptLocale, EveryCallFromNativeCodeUsesADecimalPoint) {
     run("::trace <- []; ::pause <- std[\"yield\"]; ::half <- 0.5");
     start("trace.append(half.tostring()); pause(); trace.append(\"1.5\".tofloat().tostring())");
     for (int i = 0; i < 2; ++i) pass();
@@ -83,7 +83,7 @@ TEST_F(ScriptLocale, EveryEntryFromNativeCodeSeesTheSameNumbers) {
     capture.take();
 }
 
-TEST_F(ScriptLocale, TheHostKeepsItsOwnLocale) {
+TEST_F(ScriptLocale, HostKeepsItsOwnLocale) {
     EXPECT_TRUE(run("::x <- 1.5"));
     pass();
     EXPECT_EQ(formatHere(), "1,5");

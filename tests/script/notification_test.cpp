@@ -22,7 +22,7 @@ public:
 
 using NotificationTest = test::SystemFixture;
 
-TEST_F(NotificationTest, TheDataOfAMessageIsAListOfKeysAndValues) {
+TEST_F(NotificationTest, DataOfAMessageIsAListOfKeysAndValues) {
     NotificationMessage message;
     message.data = {{300, Item("b")}, {-1, Item(2)}};
     const Item item = message.serializeData();
@@ -37,7 +37,7 @@ TEST_F(NotificationTest, TheDataOfAMessageIsAListOfKeysAndValues) {
     EXPECT_EQ(copy.data, message.data);
 }
 
-TEST_F(NotificationTest, AProviderConnectsByTheSettingsStored) {
+TEST_F(NotificationTest, ProviderConnectsWithTheStoredSettings) {
     Provider provider;
     EXPECT_EQ(provider.connect("{}", "a", "b", "c", "d", 2, 3, 4), "connected");
     const auto& [parameters, a, b, c, d, first, second, third] = provider.settings();
@@ -49,7 +49,7 @@ TEST_F(NotificationTest, AProviderConnectsByTheSettingsStored) {
     EXPECT_THAT((std::vector<String>{a, b, c, d}), testing::ElementsAre("a", "", "", "d"));
 }
 
-TEST_F(NotificationTest, AProviderWorksInTheNextPassUnlessItDies) {
+TEST_F(NotificationTest, ProviderWorksInTheNextPassUnlessDestroyed) {
     const GUID a = GUID::fromString(std::string(64, '1').c_str());
     Provider provider;
     provider.performRemoveTokenOnMainQueue(a, {});
@@ -59,7 +59,7 @@ TEST_F(NotificationTest, AProviderWorksInTheNextPassUnlessItDies) {
     EXPECT_EQ(provider.removed, (Vector<Pair<GUID, GUID>>{{a, {}}}));
 }
 
-TEST_F(NotificationTest, AMessageIsDeliveredThroughSystem) {
+TEST_F(NotificationTest, MessageIsDeliveredThroughSystem) {
     const SmartPointer<NotificationMessage> message(new NotificationMessage);
     NotificationMessage* seen = nullptr;
     Provider provider;

@@ -17,7 +17,7 @@ TEST_F(ScriptObject, AnythingButFalseNullAndZeroIsTrue) {
         EXPECT_FALSE(untruth.asBool());
 }
 
-TEST_F(ScriptObject, OtherTypesConvertToNeutralValues) {
+TEST_F(ScriptObject, OtherTypesConvertToDefaultValues) {
     EXPECT_EQ(Object::of(2.9f).asInteger(), 2);
     for (const Object& noNumber : {Object::of(true), Object::of("12")}) EXPECT_EQ(noNumber.asInteger(), 0);
     EXPECT_EQ(Object::of(3).asString(), "");
@@ -30,7 +30,7 @@ TEST_F(ScriptObject, OtherTypesConvertToNeutralValues) {
     EXPECT_TRUE(text.get("key").isNull());
 }
 
-TEST_F(ScriptObject, TheStackOfTheMachineStaysBalanced) {
+TEST_F(ScriptObject, StackOfTheMachineStaysBalanced) {
     LogCapture capture;
     SQInteger top = sq_gettop(vm().getSquirrelVM());
     Object table = evaluate("{ a = 1 }");
@@ -44,7 +44,7 @@ TEST_F(ScriptObject, TheStackOfTheMachineStaysBalanced) {
     EXPECT_EQ(capture.take().size(), 2u);
 }
 
-TEST_F(ScriptObject, ArraysChangeThroughTheirViewWithinTheirBounds) {
+TEST_F(ScriptObject, ArrayViewChangesElementsWithinBounds) {
     Object array = vm().newArray(1);
     auto view = array.asArray();
     EXPECT_TRUE(view.append(Object::of("b")));
@@ -60,7 +60,7 @@ TEST_F(ScriptObject, ArraysChangeThroughTheirViewWithinTheirBounds) {
     EXPECT_TRUE(view.pop().isNull());
 }
 
-TEST_F(ScriptObject, FunctorsRememberAFailureAndAreEqualByReceiverAndClosure) {
+TEST_F(ScriptObject, FunctorsRecordFailuresAndCompareTheirParts) {
     Object closure = evaluate("function() { throw \"no\" }"), receiver = vm().newTable();
     auto failing = closure.asClosure();
     auto functor = failing.getFunctorOn(receiver);
@@ -72,13 +72,13 @@ TEST_F(ScriptObject, FunctorsRememberAFailureAndAreEqualByReceiverAndClosure) {
     EXPECT_TRUE(functor.hasFailed());
 }
 
-TEST_F(ScriptObject, WhatOnlyClaimsToBeAGuidHasNone) {
+TEST_F(ScriptObject, PretendedGuidIsNull) {
     const Object pretender = evaluate("class { static __qel_nativeClassName = \"GUID\" }()");
     EXPECT_TRUE(pretender.isGUID());
     EXPECT_TRUE(pretender.asGUID().isNull());
 }
 
-TEST_F(ScriptObject, AHandleMayOutliveItsMachineAndMeetTheNext) {
+TEST_F(ScriptObject, HandleMayOutliveItsMachine) {
     Object survivor = evaluate("{ a = \"text\" }");
     Object copy = survivor;
     qel::System::deinitialize();

@@ -1,4 +1,4 @@
-// Scripts that run programs: what they are given back, what is logged, and how they end early.
+// Tests scripts that run programs: what they receive, what is logged, and how they end early.
 #include "script_fixture.h"
 
 #include <tests/support/scratch_folder.h>
@@ -19,14 +19,14 @@ protected:
         for (; !condition(); std::this_thread::yield()) pass();
     }
 
-    /// Runs the expression @p call in a script thread to its end. @return its value as text.
+    /// Runs the expression @p call in a script thread to its end. @return its value as a string.
     std::string valueOf(const std::string& call) {
         start("::result <- (" + call + ")");
         passUntil([this] { return !vm().threadsActive(); });
         return text("result");
     }
 
-    /// The lines logged but those about the start of the program.
+    /// Returns the logged lines except those about the start of the program.
     std::vector<LogLine> output() {
         std::vector<LogLine> lines = capture.take();
         std::erase_if(lines, [](const LogLine& line) { return line.text.starts_with("[PID:"); });
@@ -38,7 +38,7 @@ protected:
 
 constexpr const char* kTalks = "\"echo '  out  '; echo; echo err >&2; exit 3\"";
 
-TEST_F(ScriptPrograms, ExitStatusComesBackAndLinesAreLoggedToTheLast) {
+TEST_F(ScriptPrograms, ExitStatusIsReturnedAndAllLinesAreLogged) {
     const qel::test::ScratchFolder folder;
     EXPECT_EQ(valueOf(std::string("std.system(\"sh\", \"-c\", ") + kTalks + ")"), "3");
     EXPECT_THAT(output(),
@@ -48,10 +48,10 @@ TEST_F(ScriptPrograms, ExitStatusComesBackAndLinesAreLoggedToTheLast) {
     const std::vector<LogLine> lines = output();
     ASSERT_EQ(lines.size(), 3001u);
     EXPECT_EQ(lines.back().text, "[PROCESS] " + folder.path());
-    EXPECT_EQ(valueOf("std.system(\"sh\", \"-c\", \"yes '' & exit 4\")"), "4") << "its child writes on";
+    EXPECT_EQ(valueOf("std.system(\"sh\", \"-c\", \"yes '' & exit 4\")"), "4") << "its child keeps writing";
 }
 
-TEST_F(ScriptPrograms, TheFlagOfTheArrayFormDecidesTheLevelOfErrors) {
+TEST_F(ScriptPrograms, FlagOfTheArrayFormSetsTheLevelOfErrors) {
     const std::string call = std::string("std.system_ext_array(\"/\", \"sh\", [\"-c\", ") + kTalks + "]";
     for (const auto& [flag, level] : {std::pair(", true)", 3), {", 0)", 1}, {")", 1}}) {
         EXPECT_EQ(valueOf(call + flag), "3");
@@ -59,7 +59,7 @@ TEST_F(ScriptPrograms, TheFlagOfTheArrayFormDecidesTheLevelOfErrors) {
     }
 }
 
-TEST_F(ScriptPrograms, ValuesOfAnyTypeReachTheProgramAsTexts) {
+TEST_F(ScriptPrograms, ArgumentsOfAnyTypeBecomeStrings) {
     run("::Named <- class { function _tostring() { return \"named\" } }");
     const std::string values = "\"-c\", \"printf '<%s>' \\\"$@\\\"; echo\", \"sh\", "
                                "\"text\", 7, -1.5, true, false, Named(), null";
@@ -74,7 +74,7 @@ TEST_F(ScriptPrograms, ValuesOfAnyTypeReachTheProgramAsTexts) {
     EXPECT_EQ(forms[0], forms[1]);
 }
 
-TEST_F(ScriptPrograms, AnAbortedQueueKillsTheProgram) {
+TEST_F(ScriptPrograms, AbortedQueueKillsTheProgram) {
     start("::queue <- std.queue(); queue.push(function() {"
           "  ::result <- std.system(\"sh\", \"-c\", \"echo up; read x\") }); queue.wait()");
     passUntil([this] { return Matches(Contains(LogLine{1, 2, "[PROCESS] up"}))(capture.take()); });
@@ -83,7 +83,7 @@ TEST_F(ScriptPrograms, AnAbortedQueueKillsTheProgram) {
     EXPECT_EQ(text("result"), "-1");
 }
 
-TEST_F(ScriptPrograms, WithoutAScriptThreadTheProgramGoesOnByItself) {
+TEST_F(ScriptPrograms, ProgramRunsOnOutsideAScriptThread) {
     EXPECT_TRUE(evaluate("std.system(\"sh\", \"-c\", \"echo up; read x\")").isNull());
     EXPECT_FALSE(vm().threadsActive());
     passUntil([this] { return Matches(Contains(LogLine{1, 2, "[PROCESS] up"}))(capture.take()); });

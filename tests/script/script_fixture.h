@@ -1,4 +1,4 @@
-// A script machine on virtual time, with the log taken.
+// A fixture with a script machine on virtual time that captures the log.
 #pragma once
 
 #include <qel/script/object_interfaces.h>
@@ -10,33 +10,33 @@
 
 namespace qel::test {
 
-/// Runs scripts in the machine of a System whose clock only the test moves.
+/// Runs scripts in the machine of a System whose clock only the test advances.
 class ScriptFixture : public SystemFixture {
 protected:
     qelSq::VM& vm() { return *system().getVM(); }
 
-    /// Runs @p source at once. @return whether it compiled and ended without an error.
+    /// Runs @p source at once. @return true if it compiled and ended without an error.
     bool run(const std::string& source) { return vm().executeString(source.c_str(), "test"); }
 
-    /// The value of the expression @p source; null when it fails.
+    /// Returns the value of the expression @p source; null if it fails.
     qelSq::Object evaluate(const std::string& source) {
         if (!run("::result <- " + source)) return {};
         return vm().getRootTable().get("result");
     }
 
-    /// The value of the expression @p source as a text.
+    /// Returns the value of the expression @p source as a string.
     std::string text(const std::string& source) { return evaluate("(" + source + ").tostring()").asString(); }
 
     /// Starts @p source as a script thread.
     void start(const std::string& source) { vm().createThread(vm().newClosure(source, "test")); }
 
-    /// One pass of the script threads, @p milliseconds later.
+    /// Advances the clock by @p milliseconds and runs one pass of the script threads.
     void pass(int64 milliseconds = 0) {
         clock.advanceMs(milliseconds);
         vm().processEvents();
     }
 
-    /// Runs @p source, which must fail with @p error.
+    /// Checks that @p source fails with @p error.
     void expectError(const std::string& source, const std::string& error) {
         LogCapture capture;
         EXPECT_FALSE(run(source)) << source;

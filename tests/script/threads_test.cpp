@@ -16,10 +16,10 @@ protected:
         for (int i = 0; i < count; ++i) pass();
     }
 
-    // The texts that scripts have appended to `trace`, joined by spaces.
+    // Returns the strings that scripts have appended to `trace`, joined by spaces.
     std::string trace() { return evaluate("trace.reduce(@(a, b) a + \" \" + b)").asString(); }
 
-    // The trace some passes after @p source was started.
+    // Starts @p source and returns the trace after @p count passes.
     std::string traceOf(const std::string& source, int count = 1) {
         start(source);
         passes(count);
@@ -27,7 +27,7 @@ protected:
     }
 };
 
-TEST_F(ScriptThreads, StartInTheNextPassAndTakeTurnsInTheOrderOfCreation) {
+TEST_F(ScriptThreads, ThreadsTakeTurnsInOrderOfCreation) {
     for (const std::string name : {"a", "b"})
         start("for (local i = 0; i < 2; i++) { trace.append(\"" + name + "\" + i); pause() }");
     for (const char* expected : {"", "a0 b0", "a0 b0 a1 b1"}) {
@@ -38,16 +38,16 @@ TEST_F(ScriptThreads, StartInTheNextPassAndTakeTurnsInTheOrderOfCreation) {
     EXPECT_FALSE(vm().threadsActive());
 }
 
-TEST_F(ScriptThreads, MadeInAThreadRunInTheSamePass) {
+TEST_F(ScriptThreads, ThreadsStartedInAThreadRunInTheSamePass) {
     const char* source = R"(
         std.async(function(a, b) { trace.append(a + b) }, "x", 1); trace.append("outer")
         local values = [getroottable(), function(...) { trace.append(vargv.len()) }]
-        for (local i = 0; i < 5000; i++) values.append(i) // more than a stack holds
+        for (local i = 0; i < 5000; i++) values.append(i) // more than the stack has room for
         std.async.acall(values))";
     EXPECT_EQ(traceOf(source), "outer x1 5000");
 }
 
-TEST_F(ScriptThreads, SleepersWakeStrictlyAfterTheirTimeAcrossTheWrap) {
+TEST_F(ScriptThreads, SleepersWakeAfterTheirTimeAcrossTheWrap) {
     clock.advanceMs(0xFFFFFFFFLL - 60'000);
     for (const int duration : {0, 10, 120'000}) {
         SCOPED_TRACE(duration);
@@ -68,7 +68,7 @@ TEST_F(ScriptThreads, NothingSuspendsTheRootMachine) {
     EXPECT_FALSE(vm().threadsActive());
 }
 
-TEST_F(ScriptThreads, AnErrorEndsItsOwnThreadOnly) {
+TEST_F(ScriptThreads, ErrorEndsOnlyItsOwnThread) {
     LogCapture capture;
     vm().createThread(Object());
     start("pause(); throw \"later\"");
@@ -78,7 +78,7 @@ TEST_F(ScriptThreads, AnErrorEndsItsOwnThreadOnly) {
     EXPECT_EQ(capture.take().size(), 1u);
 }
 
-TEST_F(ScriptThreads, SuspendInTheWrongPlaceIsAnErrorOrTheEndOrDoesNothing) {
+TEST_F(ScriptThreads, SuspendInTheWrongPlaceIsHarmless) {
     LogCapture capture;
     start("try { [1, 2].sort(function(a, b) { std.sleep(1); return 0 }) } catch (e) { trace.append(e) }");
     start("suspend(1); trace.append(\"never\")");
@@ -89,7 +89,7 @@ TEST_F(ScriptThreads, SuspendInTheWrongPlaceIsAnErrorOrTheEndOrDoesNothing) {
     capture.take();
 }
 
-TEST_F(ScriptThreads, APassWithinAScriptDoesNothing) {
+TEST_F(ScriptThreads, PassWithinAScriptDoesNothing) {
     auto nested = [](HSQUIRRELVM machine) -> SQInteger {
         qelSq::VM::from(machine)->processEvents();
         return 0;
@@ -101,7 +101,7 @@ TEST_F(ScriptThreads, APassWithinAScriptDoesNothing) {
 
 // --- queues --------------------------------------------------------------------------------------------
 
-TEST_F(ScriptThreads, ASerialQueueRunsItsJobsOneAfterTheOtherEvenWhenOneFails) {
+TEST_F(ScriptThreads, SerialQueueContinuesAfterAFailedJob) {
     LogCapture capture;
     start(R"(local q = std.serial_queue(); q.push(function() { throw "job" })
              foreach (name in ["a", "b", "c"]) q.push(function(n) { trace.append(n); pause() }, name)
@@ -113,7 +113,7 @@ TEST_F(ScriptThreads, ASerialQueueRunsItsJobsOneAfterTheOtherEvenWhenOneFails) {
     EXPECT_EQ(capture.take().size(), 2u);
 }
 
-TEST_F(ScriptThreads, AJobKnowsItsQueueAndKeepsItAlive) {
+TEST_F(ScriptThreads, JobKnowsItsQueueAndKeepsItAlive) {
     run(R"(trace.append(std.get_current_queue() == null && std.queue().wait.call(5) == null)
            std.queue().push(function() {
                pause(); trace.append(std.get_current_queue().getClassName()) })
@@ -122,7 +122,7 @@ TEST_F(ScriptThreads, AJobKnowsItsQueueAndKeepsItAlive) {
     EXPECT_EQ(trace(), "true AsyncQueue");
 }
 
-TEST_F(ScriptThreads, AQueueKeepsToItsLimitAndARaisedOneStartsNothingByItself) {
+TEST_F(ScriptThreads, QueueKeepsToItsLimit) {
     const char* source = R"(
         ::q <- std.queue(); q.set_concurrency(2); ::now <- 0; ::most <- 0
         for (local i = 0; i < 7; i++) q.push(function() {
@@ -135,7 +135,7 @@ TEST_F(ScriptThreads, AQueueKeepsToItsLimitAndARaisedOneStartsNothingByItself) {
     EXPECT_EQ(traceOf(source, 25), "most 2 one");
 }
 
-TEST_F(ScriptThreads, AbortWakesSleepersRefusesJobsAndEndsWithTheLast) {
+TEST_F(ScriptThreads, AbortWakesSleepersAndRefusesJobs) {
     start(R"(::q <- std.queue()
              q.push(function() { std.sleep_forever(); trace.append("forever") })
              q.push(function() { std.sleep(1000000); trace.append("sleep"); pause(); trace.append("end") })

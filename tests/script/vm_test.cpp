@@ -17,7 +17,7 @@ protected:
     qel::test::ScratchFolder folder;
 };
 
-TEST_F(ScriptVM, ACompileErrorIsLoggedRememberedAndFalse) {
+TEST_F(ScriptVM, CompileErrorIsLoggedAndStored) {
     LogCapture capture;
     EXPECT_FALSE(vm().executeString("local a = 1\nlocal = 2", "some.sq"));
     EXPECT_EQ(vm().getLastCompilerSource(), "some.sq");
@@ -25,7 +25,7 @@ TEST_F(ScriptVM, ACompileErrorIsLoggedRememberedAndFalse) {
     capture.expect(3, "[SQ.COMPILER] some.sq(2): " + vm().getLastCompilerDescription());
 }
 
-TEST_F(ScriptVM, ARunTimeErrorIsLoggedWithTheCallStackAndItsLocals) {
+TEST_F(ScriptVM, RunTimeErrorIsLoggedWithCallStackAndLocals) {
     expectError("throw {}", "unknown");
     LogCapture capture;
     EXPECT_FALSE(run(R"(function f(n) {
@@ -44,7 +44,7 @@ TEST_F(ScriptVM, ARunTimeErrorIsLoggedWithTheCallStackAndItsLocals) {
     EXPECT_NE(text.find("\n* main() [test:5]\n"), std::string::npos) << text;
 }
 
-TEST_F(ScriptVM, ACallStackShowsTwentyLevels) {
+TEST_F(ScriptVM, CallStackShowsTwentyLevels) {
     LogCapture capture;
     run("function f(n) { if (n == 0) throw \"deep\"; f(n - 1) } f(40)");
     const std::string text = capture.take().at(0).text;
@@ -53,20 +53,20 @@ TEST_F(ScriptVM, ACallStackShowsTwentyLevels) {
     EXPECT_EQ(levels, 20);
 }
 
-TEST_F(ScriptVM, ConstructMakesAnInstanceByNameOrLogsAndGivesNull) {
+TEST_F(ScriptVM, ConstructReturnsAnInstanceOrNull) {
     EXPECT_EQ(vm().construct("qel.Rect").asInstance().getClass().getNativeClassName(), "Rect");
     LogCapture capture;
     EXPECT_TRUE(vm().construct("NoSuchClass").isNull());
     EXPECT_EQ(capture.take().size(), 2u);
 }
 
-TEST_F(ScriptVM, LongPrintedTextsAreLoggedWhole) {
+TEST_F(ScriptVM, LongPrintedStringsAreLoggedWhole) {
     LogCapture capture;
     run("local s = \"0123456789abcdef\"; for (local i = 0; i < 14; i++) s += s; print(s + \"end\")");
     EXPECT_EQ(capture.take().at(0).text.size(), 16u * 16384 + 3);
 }
 
-TEST_F(ScriptVM, LogFunctionsChooseLevelAndAudience) {
+TEST_F(ScriptVM, LogFunctionsSelectLevelAndAudience) {
     LogCapture capture;
     EXPECT_TRUE(
         run("foreach (f in [\"verbose\", \"info\", \"support\", \"warn\", \"error\", \"info_customer\","
@@ -126,7 +126,7 @@ void countImport(qelSq::VM* vm, const char* argument) {
     vm->executeString(("::imports += \"" + std::string(argument) + ";\"").c_str(), "callback");
 }
 
-TEST_F(ScriptVM, AnImportCallbackRunsOnceWithItsText) {
+TEST_F(ScriptVM, ImportCallbackRunsOnceWithItsArgument) {
     vm().setImportCallback("lib", &countImport, "replaced");
     vm().getLibrary().setImportCallback("lib", &countImport, "argument");
     vm().setImportCallback("empty", &countImport, nullptr);
@@ -134,11 +134,11 @@ TEST_F(ScriptVM, AnImportCallbackRunsOnceWithItsText) {
     EXPECT_EQ(evaluate("imports").asString(), "argument;;");
 }
 
-TEST_F(ScriptVM, AnImportRunsOnceOnTheCallersStackAndAnIncludeAsAThreadEachTime) {
+TEST_F(ScriptVM, ImportRunsOnceAndIncludeOnEveryCall) {
     folder.write("again.sq", "::runs += 1; pause(); ::runs += 10");
     for (const std::string& path : {std::string("/nowhere"), folder.path()}) vm().addImportSearchPath(path);
     run("for (local i = 0; i < 2; i++) { include(folder + \"/again.sq\"); import(\"again\") }");
-    for (const char* runs : {"11", "13", "33"}) { // no import pauses
+    for (const char* runs : {"11", "13", "33"}) { // an import is never suspended
         EXPECT_EQ(text("runs"), runs);
         pass();
     }
@@ -151,7 +151,7 @@ TEST_F(ScriptVM, AnImportRunsOnceOnTheCallersStackAndAnIncludeAsAThreadEachTime)
     EXPECT_EQ(capture.take().size(), 2u);
 }
 
-TEST_F(ScriptVM, AByteOrderMarkIsSkippedInEveryFile) {
+TEST_F(ScriptVM, ByteOrderMarkIsSkippedInEveryFile) {
     folder.write("marked.sq", "\xEF\xBB\xBF::runs += 1");
     vm().addImportSearchPath(folder.path());
     EXPECT_TRUE(run("import(\"marked\"); include(folder + \"/marked.sq\")"));
@@ -160,7 +160,7 @@ TEST_F(ScriptVM, AByteOrderMarkIsSkippedInEveryFile) {
     EXPECT_EQ(text("runs"), "2");
 }
 
-TEST_F(ScriptVM, LoadedFilesAreSourcesOnly) {
+TEST_F(ScriptVM, LoadedFilesMustBeSources) {
     folder.write("source.sq", "\xEF\xBB\xBFreturn 40 + 2");
     folder.write("code.cnut", "\xFA\xFArest");
     EXPECT_EQ(evaluate("std.dofile(folder + \"/source.sq\")").asInteger(), 42);

@@ -33,12 +33,12 @@ GregorianDate day(int year, int month, int dayOfMonth) {
     return {year, month, dayOfMonth, 0, 0, 0, 0};
 }
 
-TEST(GregorianDate, ValuesAreCutToTheirFieldsWidth) {
+TEST(GregorianDate, ValuesAreTruncatedToTheirFieldWidth) {
     const GregorianDate date(65536 + 2024, 256 + 3, 256 + 5, 200, -1, 300, -5);
     EXPECT_EQ(date.compare(GregorianDate(2024, 3, 5, 200 - 256, -1, 300 - 256, -5)), 0);
 }
 
-TEST(GregorianDate, RangesAreTheCalendarFrom1800To2200AndTheUpperEndsOfTimes) {
+TEST(GregorianDate, RangeChecksUseTheCalendarFrom1800To2200) {
     EXPECT_FALSE(day(2024, 0, 0).valid() || day(2024, 0, 0).zeroDate() || GregorianDate().valid());
     for (const GregorianDate& good : {day(1800, 1, 1), day(2200, 12, 31), day(2000, 2, 29)})
         EXPECT_TRUE(good.validDateRange()) << good.formatAsDicomDate();
@@ -65,7 +65,7 @@ TEST(GregorianDate, WeekDaysCountFromSundayInEveryTimeZone) {
 }
 
 TEST(GregorianDate, ComparesByTheFirstFieldThatDiffers) {
-    // each is above the one before it, though the field after the one that rises falls
+    // Each date is later than the previous one, although the field after the one that increases decreases.
     const GregorianDate rising[] = {{2023, 9, 9, 9, 9, 9, 9}, {2024, 1, 9, 9, 9, 9, 9},
                                     {2024, 2, 1, 9, 9, 9, 9}, {2024, 2, 2, 1, 9, 9, 9},
                                     {2024, 2, 2, 2, 1, 9, 9}, {2024, 2, 2, 2, 2, 1, 9},
@@ -87,7 +87,7 @@ TEST(GregorianDate, EightDigitsAreReadWithoutARangeCheck) {
     EXPECT_THROW(GregorianDate::fromYYYYMMDD("20240"), std::out_of_range);
 }
 
-TEST(DateConversion, AStampBreaksDownByTheTimeZone) {
+TEST(DateConversion, StampIsConvertedInTheTimeZone) {
     const TimeZone zone(TimeZone::kCentralEurope);
     const int64 summer = kStampOf2024 + 182 * 86400 * kTicksPerSecond + 1234567;
     EXPECT_EQ(util::convertUTCDateTimeToGMT(summer).formatAsLogDateTime(), "[2024-07-01] [00:00:00.123]");
@@ -96,7 +96,7 @@ TEST(DateConversion, AStampBreaksDownByTheTimeZone) {
               "[2024-07-01] [01:00:00.123]");
 }
 
-TEST(DateConversion, AnyStampIsHarmlessAndAPartOfASecondBefore1970Negative) {
+TEST(DateConversion, AnyStampCanBeConverted) {
     const GregorianDate before = util::convertUTCDateTimeToGMT(kStampOf1970 - kTicksPerSecond - 3);
     EXPECT_EQ(before.compare(GregorianDate(1969, 12, 31, 23, 59, 59, -300)), 0);
     EXPECT_EQ(util::convertUTCDateTimeToGMT(0).formatAsDICOMFriendlyID(), "16010101000000");
@@ -104,7 +104,7 @@ TEST(DateConversion, AnyStampIsHarmlessAndAPartOfASecondBefore1970Negative) {
     EXPECT_EQ(util::convertUTCDateTimeToGMT(kLowest).getYear(), -27627);
 }
 
-TEST(DateConversion, LocalDatesBecomeTheirStampsOrZeroWhereNoneHoldsThem) {
+TEST(DateConversion, LocalDatesBecomeStampsOrZero) {
     const TimeZone zone(TimeZone::kCentralEurope);
     for (const int64 stamp : {kStampOf2024 + 7, kStampOf2024 + 182 * 86400 * kTicksPerSecond, int64{0}})
         EXPECT_EQ(GregorianDate(stamp).asUTCDateTimeLocalTime(), stamp);
@@ -117,14 +117,14 @@ TEST(DateConversion, LocalDatesBecomeTheirStampsOrZeroWhereNoneHoldsThem) {
 
 using DateFormat = test::SystemFixture;
 
-TEST_F(DateFormat, RoundingMayWriteADigitMoreAndHttpDatesNameTheDay) {
+TEST_F(DateFormat, RoundingMayAddADigitAndHttpDateIsADayLate) {
     const GregorianDate rounded(2024, 3, 5, 14, 30, 7, 999'999'999);
     EXPECT_EQ(rounded.formatAsDicomTime(), "143007.1000000");
     EXPECT_EQ(rounded.formatAsLogDateTime(), "[2024-03-05] [14:30:07.1000]");
-    EXPECT_EQ(day(2024, 1, 7).formatAsHttpDate(), "Mon, 07 Jan 2024 00:00:00") << "names the day after";
+    EXPECT_EQ(day(2024, 1, 7).formatAsHttpDate(), "Mon, 07 Jan 2024 00:00:00") << "names the next day";
 }
 
-TEST_F(DateFormat, GermanDatesPutTheDayFirstAllOthersTheMonthAndMidnightIsLeftOut) {
+TEST_F(DateFormat, LanguageSelectsOrderAndMidnightIsOmitted) {
     const auto texts = [](const GregorianDate& date, const char* language) {
         return date.formatAsShortDateTime(language) + "|" + date.formatAsShortDateWithoutSeparator(language) +
                "|" + date.formatAsShortTextDateTime(language) + "|" +
@@ -136,11 +136,11 @@ TEST_F(DateFormat, GermanDatesPutTheDayFirstAllOthersTheMonthAndMidnightIsLeftOu
         EXPECT_EQ(texts(kMidnight, language), "03/05/24|030524|Mar/5/2024|Mar/5/2024");
     EXPECT_EQ(kMidnight.formatAsUSDateTime() + kMidnight.formatAsDicomTime(), "03/05/2024000000");
     EXPECT_EQ(GregorianDate(2024, 3, 5, 0, 0, 0, 1).formatAsShortDateTime("en"), "03/05/24 00:00:00");
-    system().setLanguage("de"); // counts where no language is told
+    system().setLanguage("de"); // used if no language is passed
     EXPECT_EQ(kAfternoon.formatAsShortDate() + kAfternoon.formatAsShortTextDate(""), "05.03.245. Mar 2024");
 }
 
-TEST_F(DateFormat, AnyRecordCanBeWrittenOnAnyThread) {
+TEST_F(DateFormat, AnyDateCanBeFormattedOnAnyThread) {
     EXPECT_EQ(GregorianDate(-5, -1, -2, -3, -4, -5, -6).formatAsDICOMFriendlyID(), "-005-1-2-3-4-5");
     EXPECT_EQ(day(-5, 99, 3).formatAsShortTextDate("en"), "err/3/-5");
     for (const int month : {0, 13, -1, std::numeric_limits<int>::min()})
@@ -151,7 +151,7 @@ TEST_F(DateFormat, AnyRecordCanBeWrittenOnAnyThread) {
     EXPECT_EQ(GregorianDate::getWeekdayName(6, nullptr), "Sun");
 }
 
-TEST_F(DateFormat, TimePassedIsToldInItsTwoLargestUnitsRoundedToMinutes) {
+TEST_F(DateFormat, TimePassedHasTwoUnitsAndFullMinutes) {
     const int64 now = system().getUTCDateTime();
     const std::pair<int64, const char*> texts[] = {{2 * 24 * 3600 + 5 * 3600 + 59 * 60, "2d 5h"},
                                                    {5 * 3600 + 12 * 60, "5h 12m"},

@@ -34,7 +34,7 @@ private:
     test::ScratchFolder m_folder;
 };
 
-TEST_F(Translation, OwnLanguageComesBeforeEnglishAndEnglishBeforeNone) {
+TEST_F(Translation, LanguageComesBeforeEnglishBeforeNeutral) {
     LogCapture log;
     put("a", "neutral");
     EXPECT_STREQ(Object::tr("a"), "neutral");
@@ -42,7 +42,7 @@ TEST_F(Translation, OwnLanguageComesBeforeEnglishAndEnglishBeforeNone) {
     EXPECT_STREQ(Object::tr("a"), "neutral") << "cached";
     Object::clearTrCache();
     for (int call = 0; call < 2; ++call) EXPECT_STREQ(Object::tr("a"), "english");
-    log.expect(2, "[TR] missing >de< translation of 'a', using >en< version"); // told once
+    log.expect(2, "[TR] missing >de< translation of 'a', using >en< version"); // logged once
     put("a.de", "deutsch");
     Object::clearTrCache();
     EXPECT_STREQ(Object::tr("a"), "deutsch");
@@ -50,7 +50,7 @@ TEST_F(Translation, OwnLanguageComesBeforeEnglishAndEnglishBeforeNone) {
     EXPECT_EQ(Object::tr_l(nullptr, "b", nullptr) + Object::tr_l("de", "b", "fallback"), "fallback");
 }
 
-TEST_F(Translation, AMissingTextIsToldOnceAndMarkedUntilNewResourcesBringIt) {
+TEST_F(Translation, MissingTextIsReportedOnceUntilAdded) {
     LogCapture log;
     EXPECT_STREQ(Object::tr("a"), "NOTR:a");
     EXPECT_FALSE(Object::isTrValid("a"));
@@ -60,7 +60,7 @@ TEST_F(Translation, AMissingTextIsToldOnceAndMarkedUntilNewResourcesBringIt) {
     for (int piece = 0; piece < 2; ++piece) log.expect(2, "[TR] missing translation of 'b'");
     Object::clearTrCache();
     EXPECT_STREQ(Object::tr("a", "fallback"), "fallback");
-    EXPECT_STREQ(Object::tr("a"), "NOTR:a") << "first tried quietly, so a later plain call is quiet too";
+    EXPECT_STREQ(Object::tr("a"), "NOTR:a") << "the first lookup was quiet, so later ones are too";
     const test::ScratchFolder more;
     more.write("tr-a.txt", "here");
     system().getResourceLocator()->addResourceDirectory(more.path());
@@ -68,10 +68,10 @@ TEST_F(Translation, AMissingTextIsToldOnceAndMarkedUntilNewResourcesBringIt) {
     put("empty", "");
     EXPECT_TRUE(Object::isTrValid("empty"));
     put("empty", "now");
-    EXPECT_STREQ(Object::tr("empty"), "now") << "an empty text is looked for again";
+    EXPECT_STREQ(Object::tr("empty"), "now") << "an empty text is looked up again";
 }
 
-TEST_F(Translation, PointersStayValidBesideOtherThreads) {
+TEST_F(Translation, PointersStayValidWhileOtherThreadsTranslate) {
     for (int i = 0; i < 50; i++) put(std::to_string(i), std::to_string(i));
     const char* first = Object::tr("0");
     test::onThreads(4, [](int) {
@@ -80,9 +80,9 @@ TEST_F(Translation, PointersStayValidBesideOtherThreads) {
     EXPECT_EQ(Object::tr("0"), first);
 }
 
-// --- pieces in a text ---------------------------------------------------------------------------------
+// --- pieces in a text ----------------------------------------------------------------------------------
 
-TEST_F(Translation, PiecesAreTheShortestOnOneLineAndMayHoldPiecesForSixteenRounds) {
+TEST_F(Translation, PiecesAreReplacedForSixteenRounds) {
     const std::pair<const char*, const char*> texts[] = {{"a", "A"},           {"", "EMPTY"},
                                                          {"b{tr:a", "NESTED"}, {"b", "<{tr:c}>"},
                                                          {"c", "C"},           {"self", "x{tr:self}"}};
@@ -92,7 +92,7 @@ TEST_F(Translation, PiecesAreTheShortestOnOneLineAndMayHoldPiecesForSixteenRound
     EXPECT_EQ(apply("{tr:b}{tr:self}"), "<C>" + repeated(16, "x") + "{tr:self}");
 }
 
-TEST_F(Translation, ThePiecesOfOneTextAreCountedAndOpeningsWithoutAnEndAreLeft) {
+TEST_F(Translation, NumberOfPiecesIsLimited) {
     const std::string openings = repeated(262'144, "{tr:") + "\n{tr:";
     EXPECT_EQ(apply(openings), openings);
     put("k", "K");
@@ -104,7 +104,7 @@ TEST_F(Translation, ThePiecesOfOneTextAreCountedAndOpeningsWithoutAnEndAreLeft) 
                   "not translated");
 }
 
-TEST_F(Translation, TextsThatHoldThemselvesTwiceEndByTheirRoundsOrTheirBytes) {
+TEST_F(Translation, RecursiveTranslationsEnd) {
     put("twice", "{tr:twice}{tr:twice}");
     EXPECT_EQ(apply("{tr:twice}").size(), 65'536 * std::string("{tr:twice}").size());
     put("grow", std::string(1 << 20, 'x') + "{tr:grow}{tr:grow}");

@@ -13,7 +13,7 @@
 namespace qel {
 namespace {
 
-/// Uses a bit of everything: tasks on all queues, scripts that end, sleep and throw, interned text.
+/// Uses many parts: tasks on all queues, scripts that end and sleep, interned strings.
 void live() {
     System& system = *Object::system();
     const StringId kept("a text that lives as long as this function");
@@ -35,7 +35,7 @@ ptrdiff_t countEntries(const char* folder) {
     return std::distance(std::filesystem::directory_iterator(folder), {});
 }
 
-TEST(SystemLifecycle, TheFirstInitializeDecidesWhoMakesTheApplication) {
+TEST(SystemLifecycle, FirstInitializeSetsTheApplicationFactory) {
     test::LogCapture log;
     int made = 0;
     System::initialize([&] {
@@ -54,7 +54,7 @@ TEST(SystemLifecycle, TheFirstInitializeDecidesWhoMakesTheApplication) {
     System::deinitialize();
 }
 
-TEST(SystemLifecycle, OpenReferencesKeepTheSystemAndTheEndReleasesTimedOnes) {
+TEST(SystemLifecycle, OpenReferencesKeepTheSystem) {
     test::LogCapture log;
     System::initialize({});
     SmartPointer<System> open = Object::system();
@@ -69,15 +69,15 @@ TEST(SystemLifecycle, OpenReferencesKeepTheSystemAndTheEndReleasesTimedOnes) {
     System::deinitialize();
     EXPECT_EQ(timed->getReferenceCount(), 1);
     EXPECT_EQ(alarm->getReferenceCount(), 1);
-    alarm->cancel(); // harmless, though the wheel is gone
+    alarm->cancel(); // harmless, although the wheel is destroyed
     System::deinitialize();
     log.expect(3, "trying to deinitialize non-existant qel::System");
 }
 
-TEST(SystemLifecycle, NothingStaysBehindAfterDeinitialize) {
+TEST(SystemLifecycle, NothingIsLeftAfterDeinitialize) {
     ManualClock clock;
     Clock::install(&clock);
-    std::thread([] {}).join(); // a sanitizer may start a thread of its own beside the first one
+    std::thread([] {}).join(); // a sanitizer may start its own thread together with the first one
     const ptrdiff_t threads = countEntries("/proc/self/task");
     ptrdiff_t descriptors = 0;
     unsigned texts = 0;
@@ -94,7 +94,8 @@ TEST(SystemLifecycle, NothingStaysBehindAfterDeinitialize) {
     EXPECT_EQ(internal::g_stringPool.getNumberOfStrings(), texts);
     for (int i = 0; i < 1'000'000 && countEntries("/proc/self/task") > threads; ++i)
         std::this_thread::yield();
-    EXPECT_LE(countEntries("/proc/self/task"), threads) << "they vanish a moment after they leave the pool";
+    EXPECT_LE(countEntries("/proc/self/task"), threads)
+        << "they disappear a moment after they leave the pool";
     Clock::install(nullptr);
 }
 

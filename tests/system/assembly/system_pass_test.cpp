@@ -19,7 +19,7 @@ protected:
     auto note(const char* event) {
         return [this, event] { events += event; };
     }
-    /// Connects idle work that takes 5 ms and has more to do.
+    /// Connects idle work that takes 5 ms and always has more to do.
     void connectIdleWork() {
         system().delegateIdleWork.connect([this](bool first) {
             events += first ? "idle " : "more ";
@@ -31,7 +31,7 @@ protected:
     std::string events;
 };
 
-TEST_F(SystemPass, RunsItsStepsInOrderAndIdleWorkUntilItsBudgetEnds) {
+TEST_F(SystemPass, StepsRunInOrderAndIdleWorkWithinItsBudget) {
     system().signalApplicationTick.connect(note("tick "));
     system().getGlobalMainQueue()->pushTask(new TaskQueue::LambdaNoContextTask(note("task ")), 0);
     const SmartPointer<Alarm> alarm = new Alarm;
@@ -45,20 +45,22 @@ TEST_F(SystemPass, RunsItsStepsInOrderAndIdleWorkUntilItsBudgetEnds) {
     EXPECT_EQ(timed->getReferenceCount(), 1) << "timed references end with the pass";
 }
 
-TEST_F(SystemPass, WhenNothingMovesOneFullPassASecondIsLeft) {
+TEST_F(SystemPass, OneFullPassASecondRunsWhileNothingMoves) {
     passAfter(2000);
     int full = 0;
     for (int i = 0; i < 100; ++i) {
         passAfter(50);
         full += (system().getEventFlags() & System::kEventLowPower) == 0;
     }
-    EXPECT_EQ(full, 5) << "in 5 seconds";
-    EXPECT_TRUE(system().getPerfMon()->getReport().contains("Other")) << "measures the host's own time too";
+    EXPECT_EQ(full, 5) << "in five seconds";
+    EXPECT_TRUE(system().getPerfMon()->getReport().contains("Other"))
+        << "the host's own time is measured too";
     passAfter(50, System::kEventFullPass | 8);
-    EXPECT_EQ(system().getEventFlags(), System::kEventFullPass | 8) << "the host's own bits pass through";
+    EXPECT_EQ(system().getEventFlags(), System::kEventFullPass | 8)
+        << "the bits of the host are passed through";
 }
 
-TEST_F(SystemPass, TheReportBooksEachStepsTimeUnderItsOwnName) {
+TEST_F(SystemPass, ReportNamesTheTimeOfEachStep) {
     const auto work = [this](int64 milliseconds) {
         return [this, milliseconds] {
             clock.advanceMs(milliseconds);
@@ -76,7 +78,7 @@ TEST_F(SystemPass, TheReportBooksEachStepsTimeUnderItsOwnName) {
     EXPECT_THAT(report, HasSubstr(" 0.0ms Scheduler\n"));
 }
 
-TEST_F(SystemPass, ActivityGivesFullPassesForASecondAcrossTheWrap) {
+TEST_F(SystemPass, ActivityCausesFullPassesForASecond) {
     clock.advanceMs(static_cast<int64>(uint32{0} - 500 - system().getTime()));
     system().getTime();
     system().disableLowPowerModeShortly();
@@ -86,7 +88,7 @@ TEST_F(SystemPass, ActivityGivesFullPassesForASecondAcrossTheWrap) {
     EXPECT_EQ(system().getEventFlags(), System::kEventLowPower);
 }
 
-TEST_F(SystemPass, IdleWorkIsLeftOutOfALongPassAndInTheBackground) {
+TEST_F(SystemPass, IdleWorkIsSkippedInLongAndBackgroundPasses) {
     connectIdleWork();
     system().signalApplicationTick.connect([this] { clock.advanceMs(14); });
     system().processEvents(0);
@@ -98,7 +100,7 @@ TEST_F(SystemPass, IdleWorkIsLeftOutOfALongPassAndInTheBackground) {
     EXPECT_EQ(events, "save save ");
 }
 
-TEST_F(SystemPass, TheSimpleLoopSleepsUntilAnInterruptComes) {
+TEST_F(SystemPass, SimpleLoopSleepsUntilAnInterrupt) {
     unsigned slept = 0;
     system().delegateSleep.connect([&](unsigned milliseconds) {
         slept += milliseconds;

@@ -16,7 +16,7 @@ protected:
     }
 };
 
-TEST_F(SystemState, SwitchesSignalChangesAndSecureCloseItsFirstValue) {
+TEST_F(SystemState, SwitchesSignalOnlyChanges) {
     std::string calls;
     system().signalEnterBackground.connect([&] { calls += "enter "; });
     system().signalLeaveBackground.connect([&] { calls += "leave "; });
@@ -28,12 +28,12 @@ TEST_F(SystemState, SwitchesSignalChangesAndSecureCloseItsFirstValue) {
     EXPECT_EQ(calls, "free enter secure leave free ");
 }
 
-TEST_F(SystemState, TheLargestFramebufferIsRemembered) {
+TEST_F(SystemState, LargestFramebufferIsStored) {
     for (const int size : {60, 70'000, 100}) system().processFramebufferSizeChange(size, size);
     EXPECT_EQ(system().getMaxFrameBufferSize(), IVec2<int>(70'000, 70'000)) << "its area needs 64 bits";
 }
 
-TEST_F(SystemState, AnEarlyUrlIsReturnedOnce) {
+TEST_F(SystemState, EarlyUrlIsReturnedOnce) {
     system().delegateHandleURL("qel:open");
     for (const char* url : {"qel:open", ""}) EXPECT_EQ(system().popSavedStartupURL(), url);
 }
@@ -48,14 +48,14 @@ TEST_F(SystemState, ArgumentsAreAppendedAndMatchAlternativesExactly) {
         EXPECT_FALSE(system().hasArgument(names));
 }
 
-TEST_F(SystemState, AParameterIsTheArgumentAfterItsName) {
+TEST_F(SystemState, ParameterIsTheArgumentAfterItsName) {
     give({"-o", "first", "-o", "second", "-x"});
     EXPECT_STREQ(system().getArgumentParameter("--out|-o", "none"), "first");
     EXPECT_STREQ(system().getArgumentParameter("-x", "none"), "none");
-    EXPECT_EQ(system().getArgumentParameterAsInt("-z", 1), 1) << "absent gives the fallback";
+    EXPECT_EQ(system().getArgumentParameterAsInt("-z", 1), 1) << "a missing parameter returns the fallback";
 }
 
-TEST_F(SystemState, AParameterIsReadAsAStreamReadsNumbers) {
+TEST_F(SystemState, NumericParameterIsParsedAsByAStream) {
     const std::pair<const char*, int> cases[] = {
         {" 12rest", 12}, {"-7", -7}, {"word", 0}, {"99999999999999999999", INT32_MAX}, {"--5", 0}, {"+3", 3}};
     for (const auto& [text, number] : cases) {

@@ -5,14 +5,14 @@ namespace {
 
 class SystemTime : public test::SystemFixture {
 protected:
-    /// Moves the millisecond reading so that it wraps in @p milliseconds.
+    /// Advances the clock so that the reading wraps in @p milliseconds.
     void goToWrapIn(uint32 milliseconds) {
         clock.advanceMs(static_cast<int64>(uint32{0} - milliseconds - system().getTime()));
         system().getTime();
     }
 };
 
-TEST_F(SystemTime, OnlyAReadingMovesTheFastTimeAndNoneIsZero) {
+TEST_F(SystemTime, FastTimeMovesOnlyWhenReadAndIsNeverZero) {
     goToWrapIn(1);
     clock.advanceMs(1);
     EXPECT_EQ(system().getTimeFast(), 0xFFFFFFFF);
@@ -20,16 +20,16 @@ TEST_F(SystemTime, OnlyAReadingMovesTheFastTimeAndNoneIsZero) {
     EXPECT_EQ(system().getTimeFastNotZero(), 1u);
 }
 
-TEST_F(SystemTime, UniqueStampsGrowThoughTheClockStopsOrGoesBack) {
+TEST_F(SystemTime, UniqueStampsGrowEvenIfTheClockGoesBack) {
     const int64 first = system().getUTCDateTimeUnique();
     EXPECT_EQ(system().getUTCDateTimeUnique(), first + 1);
     clock.setUtcTicks(first - 36'000'000'000);
     EXPECT_EQ(system().getUTCDateTimeUnique(), first + 2);
     clock.setUtcTicks(first + 100);
-    EXPECT_EQ(system().getUTCDateTimeFast(), first + 2) << "the fast form doesn't read the clock";
+    EXPECT_EQ(system().getUTCDateTimeFast(), first + 2) << "the fast form does not read the clock";
 }
 
-TEST_F(SystemTime, DeadlinesAndStayAliveHoldAcrossTheWrapOfTheReading) {
+TEST_F(SystemTime, DeadlinesAndStayAliveWorkAcrossTheWrap) {
     EXPECT_FALSE(system().isDeadlineExceeded());
     for (const uint32 toWrap : {5, 10}) {
         goToWrapIn(toWrap);
