@@ -1,6 +1,7 @@
 #include "client.h"
 
 #include <qel/platform/local_socket.h>
+#include <qel/platform/system_error.h>
 #include <qel/system/core/clock.h>
 
 #include <algorithm>
@@ -44,7 +45,8 @@ std::string Client::connect(const std::string& socketPath) {
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
         error = connectLocally(m_socket, socketPath.c_str());
     }
-    return error ? "no server at '" + socketPath + "': " + error.message() : std::string();
+    return error ? "no server at '" + socketPath + "': " + qel::platform::errorText(error.value())
+                 : std::string();
 }
 
 Answer Client::call(const std::string& method, const json& arguments) {
@@ -65,7 +67,7 @@ std::string Client::wait(bool forSending, Deadline deadline) const {
     if (left <= 0) return "the server does not answer";
     std::array<SocketWatch, 1> watched{{{&m_socket, !forSending, forSending}}};
     const FileError error = waitForSockets(watched, static_cast<int>(std::min<std::int64_t>(left, 1000)));
-    return error ? error.message() : std::string();
+    return error ? qel::platform::errorText(error.value()) : std::string();
 }
 
 std::string Client::send(std::string_view text, Deadline deadline) {

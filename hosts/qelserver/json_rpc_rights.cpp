@@ -3,6 +3,7 @@
 #include <qel/foundation/log/message_stream.h>
 #include <qel/platform/file_system.h>
 #include <qel/platform/shared_folder.h>
+#include <qel/platform/system_error.h>
 
 #include <algorithm>
 #include <array>
@@ -69,7 +70,8 @@ std::string distrust(const FileHandle& file) {
 std::string readText(FileHandle& file, std::string& text) {
     for (std::array<char, 4096> chunk;;) {
         std::size_t count = 0;
-        if (const FileError error = file.read(chunk.data(), chunk.size(), count)) return error.message();
+        if (const FileError error = file.read(chunk.data(), chunk.size(), count))
+            return errorText(error.value());
         if (count == 0) return {};
         text.append(chunk.data(), count);
         if (text.size() > kMostBytes) return "it is larger than 1 MiB";
@@ -82,7 +84,7 @@ std::optional<JsonRpcRights> JsonRpcRights::load(const std::string& path) {
     FileHandle file;
     std::string text;
     const FileError error = openFile(file, path.c_str(), OpenMode::Read);
-    std::string problem = error ? error.message() : distrust(file);
+    std::string problem = error ? errorText(error.value()) : distrust(file);
     if (problem.empty()) problem = readText(file, text);
     std::optional<JsonRpcRights> rights;
     if (problem.empty()) rights = parse(text, problem);

@@ -5,6 +5,7 @@
 #include "json_rpc_connection.h"
 
 #include <qel/foundation/log/message_stream.h>
+#include <qel/platform/system_error.h>
 #include <qel/system/core/clock.h>
 
 #include <algorithm>
@@ -45,7 +46,8 @@ bool JsonRpcServer::start() {
         listenLocally(m_listener, m_socketPath.c_str(), m_rights->isEmpty() ? kForOwner : kForAll);
     FileStatus status;
     if (error || readStatus(status, m_socketPath.c_str(), Links::Keep)) {
-        qel::logging::error() << "can't listen at '" << m_socketPath << "': " << error.message();
+        qel::logging::error() << "can't listen at '" << m_socketPath
+                              << "': " << qel::platform::errorText(error.value());
         m_listener.close();
         return false;
     }

@@ -2,6 +2,7 @@
 
 #include <qel/platform/random_device.h>
 #include <qel/platform/shared_folder.h>
+#include <qel/platform/system_error.h>
 
 #include <algorithm>
 #include <array>
@@ -20,7 +21,7 @@ constexpr std::uint32_t kPermissions = 0777; // without set-user-id and set-grou
 constexpr std::uint32_t kSticky = 01000;
 
 qel::String failed(const char* action, const std::string& path, const FileError& error) {
-    return qel::String("cannot ") + action + " '" + path + "': " + error.message();
+    return qel::String("cannot ") + action + " '" + path + "': " + errorText(error.value());
 }
 
 qel::String notPermitted(const std::string& path) {
