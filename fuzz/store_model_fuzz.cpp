@@ -17,7 +17,7 @@ void require(bool holds) {
     if (!holds) std::abort();
 }
 
-/// Gives numbers from bytes, one byte each, and zeros behind their end.
+/// Returns numbers from bytes, one byte each, and zeros after their end.
 class Bytes {
 public:
     Bytes(const uint8_t* data, size_t size) : m_data(data), m_size(size) {}

@@ -16,7 +16,7 @@ public:
     /// A worker and its state.
     struct Seat {
         qel::SmartPointer<Worker> worker;
-        qel::int64 pid = 0;   ///< id of the process; 0 while there is none
+        qel::int64 pid = 0;   ///< id of the process; 0 while no process runs
         int restarts = 0;     ///< how often the process was lost
         qel::GUID job;        ///< the job that it does; zero if it has none
         int attempt = 0;      ///< number of the attempt at that job

@@ -16,8 +16,7 @@ namespace qel::internal {
 
 namespace {
 
-constexpr size_t kPieceSize =
-    8 * 1024; // a piece ends with the first line after so many bytes that can be its last
+constexpr size_t kPieceSize = 8 * 1024; // a piece ends with the first suitable line after this size
 
 Mutex g_libraryMutex; // over the library's error callback, of which it has only one
 Vector<String>* g_libraryErrors QEL_GUARDED_BY(g_libraryMutex) = nullptr;

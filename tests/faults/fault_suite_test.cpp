@@ -1,5 +1,6 @@
 // Makes each operation of each case fail, one after the other, in three ways. QEL_LIST_FAULTS=1 prints how
 // many there are.
+#include <gmock/gmock.h>
 #include <tests/faults/fault_case.h>
 #include <tests/support/fault_plan.h>
 #include <tests/support/faulty_database.h>
@@ -128,7 +129,7 @@ protected:
         const Content& oldContent = run.before;
         const Content& newContent = undisturbed.after;
         if (has(kWhole)) {
-            EXPECT_TRUE(run.after == oldContent || run.after == newContent) << "neither old nor new";
+            EXPECT_THAT(run.after, testing::AnyOf(oldContent, newContent)) << "neither old nor new";
             return;
         }
         const auto holds = [](const Content& content, const std::string& name, const std::string& value) {

@@ -28,7 +28,7 @@ void writeToStandardOutput(const ConsoleLine& line) {
     std::string whole(line.time);
     whole += line.text;
     whole += '\n';
-    writeToStandardStream(platform::StandardStream::Output, whole); // nobody could be told of an error
+    writeToStandardStream(platform::StandardStream::Output, whole); // an error could not be reported anywhere
 }
 
 } // namespace
