@@ -56,6 +56,8 @@
 #include <qel/foundation/locale/gregorian_date.h>
 #include <qel/foundation/log/log_backend.h>
 #include <qel/foundation/log/message_stream.h>
+#include <qel/imaging/pixels/image.h>
+#include <qel/imaging/pixels/image_format.h>
 #include <qel/packet/deque_packet_writer.h>
 #include <qel/packet/file_packet_reader.h>
 #include <qel/packet/file_packet_writer.h>

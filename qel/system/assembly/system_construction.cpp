@@ -49,6 +49,7 @@ System::System() {
     m_firstUTC = m_passUTC = getUTCDateTime();
     String::utf8_init_charset_conversion();
     createGlobalQueues();
+    m_parallel = new Parallel; // not on first use: any thread may ask for it
     setBuildEnvironment();
 }
 

@@ -11,7 +11,6 @@ PerfMon* System::getPerfMon() {
 }
 
 void System::execute(ParallelKernel& kernel) {
-    if (!m_parallel) m_parallel = new Parallel;
     m_parallel->execute(kernel);
 }
 
