@@ -3,7 +3,8 @@
 #include "options.h"
 #include "progress_bar.h"
 
-#include <hosts/shared/command_line_answer.h>
+#include <hosts/shared/socket_path.h>
+#include <hosts/shared/standard_output.h>
 
 #include <chrono>
 #include <thread>
@@ -83,8 +84,9 @@ Status watchJob(Client& client, const json& id) {
 }
 
 Status run(const Options& options) {
-    Client client(options.timeoutMs);
-    if (const std::string problem = client.connect(options.socket); !problem.empty()) {
+    Client client(options.timeoutSeconds * 1000);
+    const std::string socket = options.socket.empty() ? qelhosts::defaultSocketPath() : options.socket;
+    if (const std::string problem = client.connect(socket); !problem.empty()) {
         complain(problem);
         return kNoAnswer;
     }
@@ -98,7 +100,10 @@ Status run(const Options& options) {
 } // namespace
 
 int main(int argc, char** argv) {
-    const Options options = parseOptions(argc, argv);
-    const auto answer = qelhosts::answerCommandLine(options, "qelcall", usage());
+    Options options;
+    const qelhosts::Program program = describe(options);
+    qelhosts::parseCommandLine(options, program, argc, argv);
+    readCall(options, argc, argv);
+    const auto answer = qelhosts::answerCommandLine(options, program);
     return answer ? *answer : qelhosts::statusAfterOutput(run(options), "qelcall");
 }

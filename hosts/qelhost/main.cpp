@@ -7,7 +7,7 @@
 #include "terminal.h"
 #include "watchdog.h"
 
-#include <hosts/shared/command_line_answer.h>
+#include <hosts/shared/standard_output.h>
 #include <qel/files/directory.h>
 #include <qel/foundation/log/log_backend.h>
 #include <qel/foundation/log/message_stream.h>
@@ -71,8 +71,8 @@ int run(const Options& options, int argc, char** argv) {
     const Watchdog watchdog;
 
     // The scripts see only their own arguments, after the program's name.
-    int count = argc - options.firstScriptArgument + 1;
-    char** arguments = argv + options.firstScriptArgument - 1;
+    int count = argc - options.firstArgument + 1;
+    char** arguments = argv + options.firstArgument - 1;
     *arguments = argv[0];
     qel::Object::system()->processCommandLine(count, arguments);
 
@@ -92,8 +92,9 @@ int run(const Options& options, int argc, char** argv) {
 } // namespace
 
 int main(int argc, char** argv) {
-    const Options options = parseOptions(argc, argv);
-    const auto answer =
-        qelhosts::answerCommandLine(options, "qelhost", usage(), " Options of the scripts follow '--'.");
+    Options options;
+    const qelhosts::Program program = describe(options);
+    qelhosts::parseCommandLine(options, program, argc, argv);
+    const auto answer = qelhosts::answerCommandLine(options, program);
     return answer ? *answer : run(options, argc, argv);
 }

@@ -3,9 +3,9 @@
 #include "options.h"
 #include "server.h"
 
-#include <hosts/shared/command_line_answer.h>
 #include <hosts/shared/pacer.h>
 #include <hosts/shared/socket_path.h>
+#include <hosts/shared/standard_output.h>
 #include <qel/foundation/log/log_backend.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/system/core/application.h>
@@ -57,7 +57,9 @@ int run(const Options& options) {
 } // namespace
 
 int main(int argc, char** argv) {
-    const Options options = parseOptions(argc, argv);
-    const auto answer = qelhosts::answerCommandLine(options, "qelserver", usage());
+    Options options;
+    const qelhosts::Program program = describe(options);
+    qelhosts::parseCommandLine(options, program, argc, argv);
+    const auto answer = qelhosts::answerCommandLine(options, program);
     return answer ? *answer : run(options);
 }

@@ -1,14 +1,14 @@
 // The command line of the server.
 #pragma once
 
-#include <hosts/shared/option_table.h>
+#include <hosts/shared/command_line.h>
 
 #include <string>
 
 namespace qelserver {
 
 /// The values of the command line.
-struct Options : qelhosts::CommonOptions {
+struct Options : qelhosts::CommandLine {
     std::string socket;  ///< path of the socket for calls; empty for the default
     std::string data;    ///< path of the store; empty for the default
     std::string worker;  ///< path of the worker's program; empty for the one beside the server
@@ -17,10 +17,7 @@ struct Options : qelhosts::CommonOptions {
     bool memory = false; ///< true to keep the records in memory only
 };
 
-/// Reads the command line. An argument that is not an option becomes Options::problem.
-Options parseOptions(int argc, const char* const* argv);
-
-/// Returns the text of `--help`.
-const char* usage();
+/// Returns the table of options and the manual. @param options  receives the values; must outlive the result.
+qelhosts::Program describe(Options& options);
 
 } // namespace qelserver

@@ -1,10 +1,11 @@
 // qelworker: processes files for a server, which starts it and exchanges packets with it on its standard
 // streams. It stops in order when the server asks for it, at a signal, and when its standard input ends.
 #include "job_runner.h"
+#include "options.h"
 
 #include <hosts/jobs/job_packets.h>
-#include <hosts/shared/command_line_answer.h>
 #include <hosts/shared/pacer.h>
+#include <hosts/shared/standard_output.h>
 #include <qel/foundation/log/log_backend.h>
 #include <qel/packet/std_in_packet_reader.h>
 #include <qel/packet/std_out_packet_writer.h>
@@ -13,22 +14,6 @@
 #include <qel/system/core/system.h>
 
 namespace {
-
-constexpr const char* kUsage = R"(Usage: qelworker
-Does jobs for a server, which starts it. It reads packets from standard input and writes packets and
-log lines to standard output. It stops when standard input ends.
-
-  --version     print the version
-  -h, --help    print this
-)";
-
-using Options = qelhosts::CommonOptions;
-
-constexpr std::array<qelhosts::OptionRow<Options>, 3> kOptions{{
-    {"--help", nullptr, &Options::help},
-    {"-h", nullptr, &Options::help},
-    {"--version", nullptr, &Options::version},
-}};
 
 /// Handles the packets that have arrived. @param isEnding  becomes true if the worker must stop.
 /// @return true if there were packets.
@@ -92,11 +77,9 @@ int run() {
 } // namespace
 
 int main(int argc, char** argv) {
-    Options options;
-    const int first = qelhosts::readOptions(options, kOptions, argc, argv);
-    if (options.problem.empty() && !options.help && !options.version && first < argc) {
-        options.problem = "unknown argument " + qelhosts::quoted(argv[first]);
-    }
-    const auto answer = qelhosts::answerCommandLine(options, "qelworker", kUsage);
+    qelworker::Options options;
+    const qelhosts::Program program = qelworker::describe(options);
+    qelhosts::parseCommandLine(options, program, argc, argv);
+    const auto answer = qelhosts::answerCommandLine(options, program);
     return answer ? *answer : run();
 }

@@ -1,0 +1,208 @@
+// The command lines of all host programs, parsed in this process and met by a user of the programs.
+#include <hosts/qelcall/options.h>
+#include <hosts/qelhost/options.h>
+#include <hosts/qelserver/options.h>
+#include <hosts/qelworker/options.h>
+#include <hosts/shared/help.h>
+#include <tests/hosts/host_run.h>
+#include <tests/support/source_dir.h>
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <sstream>
+
+namespace qel::test {
+namespace {
+
+using namespace testing;
+using Words = std::vector<std::string>;
+
+/// Parses the command line of a host. @param words  the arguments after the program's name.
+template <class Options>
+Options parse(const qelhosts::Program& program, Options& options, const Words& words) {
+    std::vector<const char*> argv{"program"};
+    for (const std::string& word : words) argv.push_back(word.c_str());
+    qelhosts::parseCommandLine(options, program, static_cast<int>(argv.size()), argv.data());
+    return options;
+}
+qelserver::Options parseServer(const Words& words) {
+    qelserver::Options options;
+    return parse(qelserver::describe(options), options, words);
+}
+qelhost::Options parseHost(const Words& words) {
+    qelhost::Options options;
+    return parse(qelhost::describe(options), options, words);
+}
+
+TEST(CommandLineTest, MistakesAreReported) {
+    const std::pair<Words, std::string> cases[] = {
+        {{"--frob"}, "unknown option '--frob'"},
+        {{"--frob=1"}, "unknown option '--frob'"},
+        {{"-x"}, "unknown option '-x'"},
+        {{"-5"}, "unknown option '-5'"},
+        {{"---"}, "unknown option '---'"},
+        {{"--mem"}, "unknown option '--mem'"},
+        {{"--frob", "--memory"}, "unknown option '--frob'"},
+        {{"x"}, "unknown argument 'x'"},
+        {{""}, "unknown argument ''"},
+        {{"-"}, "unknown argument '-'"},
+        {{"--", "--memory"}, "unknown argument '--memory'"},
+        {{"--memory", "x"}, "unknown argument 'x'"},
+        {{"--memory=yes"}, "option '--memory' takes no value"},
+        {{"--help=no"}, "option '--help' takes no value"},
+        {{"--data"}, "option '--data' needs a value"},
+        {{"--data="}, "option '--data' needs a value"},
+        {{"--data=", "--memory"}, "option '--data' needs a value"},
+        {{"--data", ""}, "not a path of a file: ''"},
+        {{"--socket", ""}, "not a path of a socket: ''"},
+        {{"--rights", "/"}, "no such file: '/'"},
+        {{"--workers", "-1"}, "not a number from 0 to 64: '-1'"},
+        {{"--workers", "65"}, "not a number from 0 to 64: '65'"},
+        {{"--workers", "1.5"}, "not a number from 0 to 64: '1.5'"},
+        {{"--workers", "1,5"}, "not a number from 0 to 64: '1,5'"},
+        {{"--workers", "99999999999999999999"}, "not a number from 0 to 64: '99999999999999999999'"},
+        {{"--workers", "99", "--help"}, "not a number from 0 to 64: '99'"},
+        {{"--workers", "99", "--workers", "1"}, "not a number from 0 to 64: '99'"},
+    };
+    for (const auto& [words, problem] : cases)
+        EXPECT_EQ(parseServer(words).problem, problem) << words.front();
+}
+
+TEST(CommandLineTest, TheBoundsOfANumberAreValid) {
+    EXPECT_EQ(parseServer({"--workers", "0"}).workers, 0);
+    EXPECT_EQ(parseServer({"--workers=64"}).workers, 64);
+}
+
+TEST(CommandLineTest, TheLastOfRepeatedValuesCounts) {
+    const qelserver::Options options = parseServer({"--data=a", "--memory", "--memory", "--data", "b"});
+    EXPECT_EQ(options.problem, "");
+    EXPECT_EQ(options.data, "b");
+    EXPECT_TRUE(options.memory);
+}
+
+TEST(CommandLineTest, AListKeepsRepeatedValues) {
+    EXPECT_THAT(parseHost({"--resources", "/", "--resources=/usr"}).resources, ElementsAre("/", "/usr"));
+}
+
+TEST(CommandLineTest, ValuesAreTakenLiterally) {
+    for (const std::string value :
+         {"-x", "--memory", "--", "{}", "[a,b]", "a=b", " a ", "\xff\xfe", "\x1b[0m", "$HOME"}) {
+        EXPECT_EQ(parseServer({"--data", value}).data, value);
+        EXPECT_EQ(parseServer({"--data=" + value}).data, value);
+    }
+}
+
+TEST(CommandLineTest, HelpAndVersionEndTheParsing) {
+    for (const std::string last : {"--help", "-h"}) {
+        const qelserver::Options options = parseServer({last, "--workers", "99"});
+        EXPECT_TRUE(options.help) << last;
+        EXPECT_EQ(options.problem, "") << last;
+    }
+    const qelserver::Options options = parseServer({"--version", "--frob"});
+    EXPECT_TRUE(options.version);
+    EXPECT_EQ(options.problem, "");
+}
+
+TEST(CommandLineTest, ArgumentsStartWhereTheOptionsEnd) {
+    const std::pair<Words, int> cases[] = {
+        {{}, 1},          {{"--"}, 2},           {{"--stay"}, 2},      {{"--stay", "--"}, 3},
+        {{"a"}, 1},       {{"--", "--"}, 2},     {{"--stay", "a"}, 2}, {{"--", "--stay"}, 2},
+        {{"-"}, 1},       {{"a", "--", "b"}, 1}, {{"a", "--stay"}, 1}, {{"--app-dir", "/", "-", "--x"}, 3},
+        {{"a", "x="}, 1}, {{"", "a"}, 1},
+    };
+    for (const auto& [words, first] : cases) {
+        const qelhost::Options options = parseHost(words);
+        EXPECT_EQ(options.firstArgument, first) << PrintToString(words);
+        EXPECT_EQ(options.problem, "") << PrintToString(words);
+    }
+}
+
+TEST(CommandLineTest, AnEmptyArgumentVectorIsAccepted) {
+    qelserver::Options options;
+    const char* const none[] = {nullptr};
+    qelhosts::parseCommandLine(options, qelserver::describe(options), 0, none);
+    EXPECT_EQ(options.problem, "");
+}
+
+TEST(CommandLineTest, LongCommandLinesAreParsed) {
+    const Words many(20'000, "--memory");
+    EXPECT_EQ(parseServer(many).problem, "");
+    const std::string big(200'000, 'x');
+    EXPECT_EQ(parseServer({"--data", big}).data, big);
+    EXPECT_EQ(parseServer({"--" + big}).problem, "unknown option '--" + big + "'");
+    EXPECT_EQ(parseServer({"-" + big}).problem, "unknown option '-" + big + "'");
+    EXPECT_TRUE(parseServer({"-h" + big}).help);
+}
+
+// --- the programs --------------------------------------------------------------------------------------
+
+const Words kPrograms{QELHOST_PROGRAM, QELSERVER_PROGRAM, QELWORKER_PROGRAM, QELCALL_PROGRAM};
+
+std::string nameOf(const std::string& program) {
+    return std::filesystem::path(program).filename();
+}
+
+TEST(CommandLineTest, EveryProgramPrintsItsHelp) {
+    const ScratchFolder folder;
+    for (const std::string& program : kPrograms) {
+        const HostRun help = runProgram(folder, {program, "--help"});
+        EXPECT_EQ(help.status, 0) << help;
+        EXPECT_EQ(help.error, "");
+        EXPECT_THAT(help.out, StartsWith("Usage: " + nameOf(program) + " [OPTIONS]"));
+        EXPECT_THAT(help.out, HasSubstr("\n  -h, --help "));
+        EXPECT_THAT(help.out, HasSubstr("\nExit status:\n  0 "));
+        EXPECT_EQ(runProgram(folder, {program, "-h"}), help);
+        std::istringstream lines(help.out);
+        for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), 80u) << line;
+    }
+}
+
+TEST(CommandLineTest, TheGuideListsTheOptionsOfQelhost) {
+    const ScratchFolder folder;
+    const std::string guide = sourceText("docs/hosting.md");
+    const std::string options = "```\n  --plugins";
+    const size_t begin = guide.find(options) + 4;
+    ASSERT_LT(begin, guide.size());
+    EXPECT_THAT(runProgram(folder, {QELHOST_PROGRAM, "--help"}).out,
+                HasSubstr("Options:\n" + guide.substr(begin, guide.find("```", begin) - begin) + "\n"));
+}
+
+TEST(CommandLineTest, EveryProgramPrintsItsVersion) {
+    const ScratchFolder folder;
+    for (const std::string& program : kPrograms) {
+        const HostRun version = runProgram(folder, {program, "--version"});
+        EXPECT_THAT(version.out, MatchesRegex(".*" + nameOf(program) + " [0-9]+\\.[0-9]+\\.[0-9]+.*\n"));
+        EXPECT_EQ(version.status, 0);
+    }
+}
+
+TEST(CommandLineTest, EveryProgramRefusesMistakesAlike) {
+    const ScratchFolder folder;
+    for (const std::string& program : kPrograms) {
+        const HostRun run = runProgram(folder, {program, "--frob"});
+        EXPECT_EQ(run.status, qelhosts::kWrongUsage);
+        EXPECT_EQ(run.out, "");
+        EXPECT_THAT(run.error, StartsWith(nameOf(program) + ": unknown option '--frob'\nTry '" +
+                                          nameOf(program) + " --help'."));
+    }
+}
+
+TEST(CommandLineTest, TheEnvironmentSetsNoOption) {
+    const ScratchFolder folder;
+    const HostRun run = runProgram(folder, {"/usr/bin/env", "WORKERS=99", "QELSERVER_WORKERS=99",
+                                            QELSERVER_PROGRAM, "--memory", "stop"});
+    EXPECT_THAT(run.error, StartsWith("qelserver: unknown argument 'stop'"));
+}
+
+TEST(HelpTest, LongTextsAreWrappedInTheirColumn) {
+    qelhosts::Program program;
+    program.name = "p";
+    program.options = {{"--name", "VALUE", {}, "first " + std::string(60, 'x') + " second"}};
+    EXPECT_THAT(qelhosts::helpText(program),
+                HasSubstr("  --name VALUE  first\n                " + std::string(60, 'x') + "\n" +
+                          std::string(16, ' ') + "second\n"));
+}
+
+} // namespace
+} // namespace qel::test
