@@ -8,6 +8,6 @@
 #define QEL_API __declspec(dllimport)
 #endif
 #else
-/// Marks what the shared library exports; everything else has hidden visibility.
+/// Exports a symbol from the shared library; all other symbols have hidden visibility.
 #define QEL_API __attribute__((visibility("default")))
 #endif

@@ -1,4 +1,4 @@
-// What the compiler knows about this build.
+// Facts about this build that the compiler knows.
 #pragma once
 
 #include <cstddef>
@@ -6,11 +6,11 @@
 namespace qel::platform {
 
 #if defined(_WIN32)
-inline constexpr const char* kOperatingSystem = "windows"; ///< the system that the build runs on
+inline constexpr const char* kOperatingSystem = "windows"; ///< the operating system that the build runs on
 #elif defined(__linux__)
-inline constexpr const char* kOperatingSystem = "linux"; ///< the system that the build runs on
+inline constexpr const char* kOperatingSystem = "linux"; ///< the operating system that the build runs on
 #else
-inline constexpr const char* kOperatingSystem = "unix"; ///< the system that the build runs on
+inline constexpr const char* kOperatingSystem = "unix"; ///< the operating system that the build runs on
 #endif
 
 #if defined(__x86_64__) || defined(__i386__) || defined(_M_X64)
@@ -20,13 +20,13 @@ inline constexpr const char* kProcessorFamily = "arm";   ///< the family of proc
 #endif
 
 #if defined(__clang__)
-inline constexpr const char* kCompiler = "clang"; ///< what compiled the build
+inline constexpr const char* kCompiler = "clang"; ///< the compiler of this build
 #elif defined(_MSC_VER)
-inline constexpr const char* kCompiler = "vc";           ///< what compiled the build
+inline constexpr const char* kCompiler = "vc";           ///< the compiler of this build
 #else
-inline constexpr const char* kCompiler = "gcc";         ///< what compiled the build
+inline constexpr const char* kCompiler = "gcc";         ///< the compiler of this build
 #endif
 
-inline constexpr std::size_t kPointerBits = sizeof(void*) * 8; ///< width of an address
+inline constexpr std::size_t kPointerBits = sizeof(void*) * 8; ///< the width of an address in bits
 
 } // namespace qel::platform

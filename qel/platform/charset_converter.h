@@ -1,4 +1,4 @@
-// Conversion of text between the encodings that the system knows.
+// Conversion of text between character encodings.
 #pragma once
 
 #include <qel/platform/api.h>
@@ -8,18 +8,18 @@
 
 namespace qel::platform {
 
-/// How a conversion ended.
+/// The result of a conversion.
 enum class CharsetResult {
     Done,               ///< All of the text was converted.
     UnknownEncoding,    ///< The system has no conversion between the two encodings.
-    BadCharacter,       ///< Bytes that are no character, or a character that the target lacks.
+    BadCharacter,       ///< The text holds bytes that are no character, or a character that the target lacks.
     IncompleteCharacter ///< The text ends within a character.
 };
 
 /// Converts @p text from one encoding to another.
-/// @param from, to  names as the IANA registry has them, such as "UTF-8" or "ISO-8859-5".
-/// @param out       receives what could be converted before the end or the first failure.
-/// @threads any thread. Independent of the process locale.
+/// @param from, to  names as registered with IANA, such as "UTF-8" or "ISO-8859-5".
+/// @param out    receives the text converted up to the end or to the first failure.
+/// @threads any thread. The process locale has no effect.
 QEL_API CharsetResult convertCharset(const char* from, const char* to, std::string_view text,
                                      std::string& out);
 

@@ -12,7 +12,7 @@ bool isEscapedBetweenDoubleQuotes(char c) {
     return c == '"' || c == '\\' || c == '$' || c == '`';
 }
 
-/// Reads one command line from left to right.
+/// Parses one command line from left to right.
 class Splitter {
 public:
     explicit Splitter(std::string_view line) : m_rest(line) {}

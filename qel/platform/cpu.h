@@ -3,7 +3,8 @@
 
 namespace qel::platform {
 
-/// Tells the processor that the thread spins on a value that another one will change. Some 10 to 50 ns.
+/// Hints to the processor that the thread spins until another thread changes a value. Takes about 10 to 50
+/// ns.
 inline void relaxCpu() {
 #if defined(__x86_64__) || defined(__i386__)
     __builtin_ia32_pause();

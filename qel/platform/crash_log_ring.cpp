@@ -16,8 +16,7 @@ constexpr std::size_t kMostBytes = kWords * sizeof(std::uint64_t);
 constexpr std::uint64_t kBeingWritten = ~std::uint64_t{0};
 static_assert(std::atomic<std::uint64_t>::is_always_lock_free, "used in a signal handler");
 
-/// One line. It is complete while stamp holds the number of the line before and after the reading of the
-/// rest.
+/// One line. It is complete if stamp holds the number of the line both before and after the rest was read.
 struct Slot {
     std::atomic<std::uint64_t> stamp{0}; // number of the line plus 1; 0 when empty
     std::atomic<std::uint64_t> size{0};
@@ -41,7 +40,7 @@ void store(Slot& slot, std::string_view line) {
     slot.words[word].store(bytes, std::memory_order_relaxed);
 }
 
-/// Copies the line numbered @p number. @return its size, or 0 when it is not there whole.
+/// Copies the line numbered @p number. @return its size, or 0 if it is not there or not complete.
 std::size_t load(const Slot& slot, std::uint64_t number, std::array<std::uint64_t, kWords>& bytes) {
     if (slot.stamp.load(std::memory_order_acquire) != number + 1) return 0;
     const std::uint64_t size = std::min<std::uint64_t>(slot.size.load(std::memory_order_relaxed), kMostBytes);

@@ -6,18 +6,19 @@
 
 namespace qel::platform {
 
-// A lock belongs to the opening of a file: two handles that were opened apart exclude each other, in one
-// process too. It ends with unlockFile(), with the handle, and with the process, whatever ends it. It is
-// advisory: who doesn't ask for it isn't hindered.
+// A lock belongs to one opening of a file: two handles that were opened separately exclude each other, also
+// within one process. It ends with unlockFile(), when the handle is closed, or when the process ends for any
+// reason. It is advisory: code that does not take the lock is not restricted.
 
-/// Opens @p path for reading and writing, made when missing, to be locked. The content is left alone.
+/// Opens @p path for reading and writing, to be locked; creates it if it is missing. The content is not
+/// changed.
 QEL_API FileError openLockFile(FileHandle& file, const char* path);
-/// Waits for the lock on what @p file stands for; a lock that it has already is success at once.
+/// Waits for the lock of @p file; succeeds at once if the handle already has it.
 QEL_API FileError lockFile(const FileHandle& file);
-/// As lockFile(), but never waits. @return std::errc::operation_would_block when another opening has the
-/// lock.
+/// Tries to lock @p file like lockFile(), but never waits.
+/// @return std::errc::operation_would_block if another opening has the lock.
 QEL_API FileError tryLockFile(const FileHandle& file);
-/// Gives the lock back; without one nothing happens.
+/// Releases the lock; does nothing if there is none.
 QEL_API FileError unlockFile(const FileHandle& file);
 
 } // namespace qel::platform

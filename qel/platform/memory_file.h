@@ -1,4 +1,4 @@
-// Files that exist in memory alone.
+// Files that exist only in memory.
 #pragma once
 
 #include <qel/platform/api.h>
@@ -8,9 +8,10 @@
 
 namespace qel::platform {
 
-/// Creates a file that exists in memory alone, open for reading and writing, for libraries that take nothing
-/// but a path. It is removed when @p file is closed.
-/// @param path  gets a path under which this process can open it until then; takes a mounted /proc on Linux.
+/// Creates a file that exists only in memory, open for reading and writing, for libraries that accept only a
+/// path. It is removed when @p file is closed.
+/// @param path  receives a path under which this process can open the file until then; on Linux this requires
+/// a mounted /proc.
 QEL_API FileError createMemoryFile(FileHandle& file, std::string& path);
 
 } // namespace qel::platform

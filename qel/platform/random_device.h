@@ -1,4 +1,4 @@
-// Randomness from the machine.
+// Random bytes from the operating system.
 #pragma once
 
 #include <qel/platform/api.h>
@@ -9,8 +9,9 @@
 
 namespace qel::platform {
 
-/// Fills @p bytes from the kernel's random source, waiting for it to be seeded after the machine's start.
-/// @return false if there is no such source; @p bytes is then undetermined.
+/// Fills @p bytes from the kernel's random source. After the machine's start it waits until that source is
+/// seeded.
+/// @return false if there is no such source; the content of @p bytes is then unspecified.
 /// @threads any thread.
 QEL_API bool fillRandom(std::span<std::byte> bytes);
 

@@ -1,4 +1,4 @@
-// Where tests take the place of the operating system; qel/testing/ is the public side.
+// Functions with which tests replace the operating system; qel/testing/ is the public side.
 #pragma once
 
 #include <qel/platform/file_system.h>
@@ -14,32 +14,32 @@
 
 namespace qel::platform {
 
-/// Is called before each operation; see testing::Faults::before().
+/// A function that is called before each operation; see testing::Faults::before().
 using FaultFunction = FileError (*)(Operation operation, std::size_t& size);
-/// Puts @p function before each operation; null, the state at start, removes it.
+/// Calls @p function before each operation; null, the initial state, removes it.
 void setFaultFunction(FaultFunction function);
 
-/// The error that a test forces on @p operation, if any. @param size  may be lowered, but not to 0.
+/// Returns the error that a test forces on @p operation, if any. @param size  may be reduced, but not to 0.
 FileError forcedFault(Operation operation, std::size_t& size);
-/// As above, for an operation without a size.
+/// Like the function above, for an operation without a size.
 FileError forcedFault(Operation operation);
 
-/// Takes the place of sleepMilliseconds().
+/// A replacement for sleepMilliseconds().
 using SleepFunction = void (*)(std::uint32_t milliseconds);
-/// Puts @p function in place of the machine's wait; null restores it.
+/// Replaces the system's wait with @p function; null restores it.
 void setSleepFunction(SleepFunction function);
 
-/// Takes the place of fillRandom().
+/// A replacement for fillRandom().
 using RandomFunction = bool (*)(std::span<std::byte> bytes);
-/// Puts @p function in place of the machine's source; null restores it.
+/// Replaces the system's random source with @p function; null restores it.
 void setRandomFunction(RandomFunction function);
 
-/// Takes the place of runProcess().
+/// A replacement for runProcess().
 using RunFunction = RunResult (*)(const std::vector<std::string>& arguments, const RunOptions& options);
-/// Puts @p function in place of the machine's start of programs; null restores it.
+/// Replaces the start of programs with @p function; null restores it.
 void setRunFunction(RunFunction function);
 
-/// Keeps all registry values below @p folder; empty restores the folders of the machine and the user.
+/// Keeps all registry values below @p folder; an empty name restores the folders of the machine and the user.
 void setRegistryFolder(std::string_view folder);
 
 } // namespace qel::platform

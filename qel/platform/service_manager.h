@@ -1,4 +1,4 @@
-// What a service tells the system's service manager, and what that expects of it.
+// Messages of a service to the system's service manager, and what the manager requires.
 #pragma once
 
 #include <qel/platform/api.h>
@@ -9,20 +9,21 @@
 
 namespace qel::platform {
 
-/// Tells the service manager a change of state, in the form of sd_notify(3): lines as "READY=1",
-/// "STOPPING=1", "WATCHDOG=1". The manager is found at the socket that $NOTIFY_SOCKET names.
-/// @return whether it was told; false too when no manager asked for it.
-/// @threads any thread that does not run beside a change of the environment.
+/// Reports a change of state to the service manager in the form of sd_notify(3): lines such as "READY=1",
+/// "STOPPING=1" or "WATCHDOG=1". The manager listens at the socket named by $NOTIFY_SOCKET.
+/// @return true if it was sent; false also if there is no manager.
+/// @threads any thread, but not while another thread changes the environment.
 QEL_API bool notifyServiceManager(std::string_view state);
 
-/// Microseconds within which the service manager wants to hear "WATCHDOG=1" from this process, by
-/// $WATCHDOG_USEC and $WATCHDOG_PID; 0 when it does not.
-/// @threads as notifyServiceManager.
+/// Returns the microseconds within which the service manager expects "WATCHDOG=1" from this process, from
+/// $WATCHDOG_USEC and $WATCHDOG_PID; 0 if it expects none.
+/// @threads see notifyServiceManager.
 QEL_API std::uint64_t watchdogMicroseconds();
 
-/// Where the administrator's unit files of the service manager stand: those of the machine, or of this user.
-/// @return empty when the user has no home.
-/// @threads as notifyServiceManager.
+/// Returns the folder of the administrator's unit files for the service manager of the machine, or of this
+/// user.
+/// @return empty if the user has no home folder.
+/// @threads see notifyServiceManager.
 QEL_API std::string serviceUnitFolder(bool ofUser);
 
 } // namespace qel::platform

@@ -1,4 +1,4 @@
-// Where the running thread is on its stack.
+// The position of the running thread on its stack.
 #pragma once
 
 #include <qel/platform/api.h>
@@ -7,9 +7,9 @@
 
 namespace qel::platform {
 
-/// An address in the frame of this call. Deeper calls of the same thread have lower addresses, so that the
-/// difference between two positions is the stack in bytes that lies between them.
-/// @threads any thread; positions of different threads can't be compared.
+/// Returns an address in the frame of this call. Deeper calls of the same thread have lower addresses, so the
+/// difference between two positions is the number of stack bytes between them.
+/// @threads any thread; positions of different threads cannot be compared.
 QEL_API std::uintptr_t stackPosition();
 
 } // namespace qel::platform

@@ -1,4 +1,4 @@
-// Codes and texts of failed operating-system calls.
+// Codes and texts of failed system calls.
 #pragma once
 
 #include <qel/platform/api.h>
@@ -8,12 +8,12 @@
 
 namespace qel::platform {
 
-/// The code that the calling thread's last failed system call left behind (errno here).
-/// @threads any thread; each has a code of its own.
+/// Returns the code of the calling thread's last failed system call (errno on Linux).
+/// @threads any thread; each has its own code.
 QEL_API std::int64_t lastErrorCode();
 
-/// The system's text for @p code, as "No such file or directory", in English under every locale;
-/// "Unknown error N" for a code that it does not know.
+/// Returns the system's text for @p code, such as "No such file or directory", in English under every locale;
+/// "Unknown error N" for an unknown code.
 /// @threads any thread.
 QEL_API std::string errorText(std::int64_t code);
 

@@ -6,7 +6,7 @@ using namespace qel::platform;
 
 using Arguments = std::vector<std::string>;
 
-TEST(CommandLine, IsSplitAtSpacesOutsideOfQuotes) {
+TEST(CommandLine, IsSplitAtSpacesOutsideQuotes) {
     const std::pair<std::string, std::optional<Arguments>> cases[] = {
         {"  convert\ta.png  b.png\n", {{"convert", "a.png", "b.png"}}},
         {" \t\n", Arguments{}},
@@ -24,7 +24,7 @@ TEST(CommandLine, IsSplitAtSpacesOutsideOfQuotes) {
     for (const auto& [line, arguments] : cases) EXPECT_EQ(splitCommandLine(line), arguments) << line;
 }
 
-TEST(CommandLine, AQuotedArgumentComesBackUnchanged) {
+TEST(CommandLine, AQuotedArgumentIsReadBackUnchanged) {
     Arguments all{"", "-x", "a b", "it's", "\"", "\\", "$(touch x)", "`x`", "a\nb", "'", "''", "\\'"};
     for (int byte = 1; byte < 256; ++byte) all.push_back(std::string(1, static_cast<char>(byte)));
     std::string line;

@@ -31,9 +31,9 @@ TEST(Console, OnlyATerminalHasAWidthAndColours) {
     EXPECT_FALSE(wantsColor(kInput));
     EXPECT_EQ(terminalWidth(kInput), 80);
     dup2(before, 0);
-    const int control = posix_openpt(O_RDWR | O_NOCTTY); // a terminal that no person sits at
+    const int control = posix_openpt(O_RDWR | O_NOCTTY); // a terminal without a user
     if (grantpt(control) != 0 || unlockpt(control) != 0 || access(ptsname(control), R_OK) != 0)
-        GTEST_SKIP() << "no terminals here, as in a bare change-root";
+        GTEST_SKIP() << "terminals are not available here, for example in a bare chroot";
     putInPlaceOfInput(ptsname(control));
     EXPECT_TRUE(isTerminal(kInput));
     EXPECT_TRUE(wantsColor(kInput));

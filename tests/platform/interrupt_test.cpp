@@ -10,7 +10,7 @@
 
 using namespace qel::platform;
 
-TEST(Interrupt, ItsSignalsSetTheFlagUntilItIsRemoved) {
+TEST(Interrupt, SignalsSetTheFlagUntilTheHandlerIsRemoved) {
     const auto termination = std::signal(SIGTERM, SIG_IGN);
     installInterruptHandler();
     for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
@@ -31,7 +31,7 @@ TEST(Interrupt, ItsSignalsSetTheFlagUntilItIsRemoved) {
 
 static int g_brokenPipeSignals = 0;
 
-TEST(BrokenPipeGuard, TurnsTheSignalIntoAnErrorOfTheWrite) {
+TEST(BrokenPipeGuard, TurnsTheSignalIntoAWriteError) {
     const auto before = std::signal(SIGPIPE, [](int) { ++g_brokenPipeSignals; });
     std::array<int, 2> ends{};
     ASSERT_EQ(pipe(ends.data()), 0);
@@ -45,7 +45,7 @@ TEST(BrokenPipeGuard, TurnsTheSignalIntoAnErrorOfTheWrite) {
     }
     EXPECT_EQ(g_brokenPipeSignals, 0);
     EXPECT_EQ(errorOfWrite(), EPIPE);
-    EXPECT_EQ(g_brokenPipeSignals, 1) << "the host's own handling must be as it was";
+    EXPECT_EQ(g_brokenPipeSignals, 1) << "the host's own handling must be restored";
     std::signal(SIGPIPE, before);
     close(ends[1]);
 }

@@ -23,13 +23,13 @@ using namespace qel::platform;
 
 using qel::test::EnvironmentVariable;
 
-TEST(Machine, FiguresFitTogether) {
+TEST(Machine, FiguresAreConsistent) {
     EXPECT_TRUE(std::has_single_bit(pageSize()));
     EXPECT_GT(freeMemorySize(), 0u);
     EXPECT_LE(freeMemorySize(), physicalMemorySize());
     CpuTimes times;
     ASSERT_TRUE(readCpuTimes(times));
-    EXPECT_GT(times.kernel, times.idle) << "kernel time holds the idle time";
+    EXPECT_GT(times.kernel, times.idle) << "kernel time includes the idle time";
 }
 
 TEST(Machine, MemoryOfTheProcessGrowsByWhatItTouches) {
@@ -37,7 +37,7 @@ TEST(Machine, MemoryOfTheProcessGrowsByWhatItTouches) {
     ProcessMemory before, after;
     ASSERT_TRUE(readProcessMemory(before));
     std::vector<char> bytes(kBytes);
-    volatile char* touched = bytes.data(); // no compiler may leave the writes out
+    volatile char* touched = bytes.data(); // keeps the compiler from removing the writes
     for (std::size_t at = 0; at < kBytes; at += 1024) touched[at] = 'x';
     ASSERT_TRUE(readProcessMemory(after));
     for (const auto figure : {&ProcessMemory::workingSet, &ProcessMemory::privateBytes})
@@ -82,14 +82,14 @@ TEST(KnownFolders, UserDataFollowsTheXdgRules) {
     }
 }
 
-TEST(KnownFolders, CommonStartEntriesStandInTheFirstAbsoluteDataFolder) {
+TEST(KnownFolders, CommonStartEntriesAreInTheFirstAbsoluteDataFolder) {
     const EnvironmentVariable folders("XDG_DATA_DIRS", "relative::/first/:/second");
     EXPECT_EQ(commonStartMenuFolder(), "/first/applications");
     const EnvironmentVariable none("XDG_DATA_DIRS", nullptr);
     EXPECT_EQ(commonStartMenuFolder(), "/usr/local/share/applications");
 }
 
-TEST(ProcessSelf, LocaleNameIsTheFirstVariableThatSaysSomething) {
+TEST(ProcessSelf, LocaleNameIsTheFirstNonEmptyVariable) {
     const EnvironmentVariable none("LANG", nullptr), type("LC_CTYPE", nullptr), all("LC_ALL", "");
     EXPECT_EQ(userLocaleName(), "C");
     std::list<EnvironmentVariable> variables;

@@ -28,7 +28,7 @@ static RunResult runShell(const char* script, const std::string& argument,
     return runProcess({"/bin/sh", "-c", script, argument}, options);
 }
 
-/// What a program writes that nobody waits for, into the pipe that its script knows as $0.
+/// Returns what a program that nobody waits for writes into the pipe that its script receives as $0.
 static std::string readUnwaited(const char* script, const RunOptions& options = kNoWait) {
     const ScratchFolder folder;
     const std::string pipe = folder.path("pipe");
@@ -37,7 +37,7 @@ static std::string readUnwaited(const char* script, const RunOptions& options = 
     return {std::istreambuf_iterator<char>(stream), {}};
 }
 
-TEST(ProcessRun, GivesTheExitStatusOr128AndTheNumberOfASignalWhichStartsAtItsDefault) {
+TEST(ProcessRun, ReportsTheExitStatusOr128PlusTheSignal) {
     EXPECT_EQ(runShell("exit 7", "").exitCode, 7);
     const auto before = std::signal(SIGPIPE, SIG_IGN);
     EXPECT_EQ(runShell("kill -PIPE $$; exit 3", "").exitCode, 128 + SIGPIPE);
@@ -46,7 +46,7 @@ TEST(ProcessRun, GivesTheExitStatusOr128AndTheNumberOfASignalWhichStartsAtItsDef
     std::signal(SIGPIPE, before);
 }
 
-TEST(ProcessRun, TellsWhyAProgramCouldNotBeStarted) {
+TEST(ProcessRun, ReportsWhyAProgramCouldNotBeStarted) {
     const ScratchFolder folder;
     const std::string noProgram = folder.write("no-program", "\x01\x02 not a program");
     chmod(noProgram.c_str(), 0755);
@@ -57,7 +57,7 @@ TEST(ProcessRun, TellsWhyAProgramCouldNotBeStarted) {
     }
 }
 
-TEST(ProcessRun, ArgumentsArriveAsTheyAreWithoutAShell) {
+TEST(ProcessRun, ArgumentsArriveUnchangedWithoutAShell) {
     const ScratchFolder folder;
     const std::string hostile = "$(touch x) `touch x` ; \"'\\\n -rf *";
     runProcess({"/bin/sh", "-c", "printf %s \"$1\" > \"$0\"", folder.path("out"), hostile}, kWait);
@@ -67,11 +67,11 @@ TEST(ProcessRun, ArgumentsArriveAsTheyAreWithoutAShell) {
 TEST(ProcessRun, AProgramSeesItsThreeStreamsAndNoOtherDescriptor) {
     const ScratchFolder folder;
     std::FILE* inheritable = std::fopen(folder.write("open", "").c_str(), "r");
-    const char* list = "exec ls /proc/self/fd > \"$0\""; // opens the folder as descriptor 3 itself
+    const char* list = "exec ls /proc/self/fd > \"$0\""; // the list opens the folder as descriptor 3 itself
     runShell(list, folder.path("waited"));
     EXPECT_EQ(folder.read("waited"), "0\n1\n2\n3\n");
     EXPECT_EQ(readUnwaited(list), "0\n1\n2\n3\n");
-    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "what nobody waits for leaves no zombie";
+    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "a program that nobody waits for must leave no zombie";
     EXPECT_EQ(errno, ECHILD);
     std::fclose(inheritable);
 }
@@ -81,7 +81,7 @@ TEST(ProcessRun, ADetachedProgramHasItsOwnSessionAndNoStreams) {
     EXPECT_EQ(readUnwaited(script, {.wait = false, .detached = true}), "/dev/null\n");
 }
 
-TEST(ProcessRun, ProgramsAreLookedForInAbsoluteFoldersOfPath) {
+TEST(ProcessRun, ProgramsAreSearchedForInAbsoluteFoldersOfPath) {
     const ScratchFolder folder;
     const std::string tool = folder.write("bin/qel-tool", "#!/bin/sh\n");
     chmod(tool.c_str(), 0755);
@@ -92,12 +92,12 @@ TEST(ProcessRun, ProgramsAreLookedForInAbsoluteFoldersOfPath) {
     for (const char* name : {"qel-text", "qel-folder", ""}) EXPECT_EQ(findProgram(name), "") << name;
 }
 
-// --- with root's rights; the machine's own start of programs is replaced ---
+// --- with root's rights; the start of programs is replaced ---
 
 static std::vector<Arguments> g_runs;
 static int g_exitCode = 0;
 
-TEST(ElevatedRun, GoesTheFirstWayThatIsOpen) {
+TEST(ElevatedRun, UsesTheFirstWayThatIsAvailable) {
     qel::seams::replaceRunProcess([](const Arguments& arguments, const RunOptions&) {
         g_runs.push_back(arguments);
         return RunResult{true, 0, g_exitCode};
@@ -110,7 +110,7 @@ TEST(ElevatedRun, GoesTheFirstWayThatIsOpen) {
         {{"true", "x"}, desktop, 0, {{"/pkexec", program, "x"}}, true},
         {{"true"}, desktop, 126, {{"/pkexec", program}}, false}, // the user refuses
         {{"true", "-x"}, noDesktop, 0, {{"/sudo", "-n", "-v"}, {"/sudo", "-n", "--", program, "-x"}}, true},
-        {{"true"}, noDesktop, 1, {{"/sudo", "-n", "-v"}}, false}, // it wants a password
+        {{"true"}, noDesktop, 1, {{"/sudo", "-n", "-v"}}, false}, // sudo requires a password
         {{"true"}, {}, 0, {}, false},
         {{"-n"}, desktop, 0, {}, false}};
     for (const auto& [arguments, means, exitCode, runs, started] : cases) {

@@ -21,7 +21,7 @@ struct RegistryTest : ::testing::Test {
     test::ScratchFolder scratch;
 };
 
-TEST_F(RegistryTest, KeepsEachValueInAFileOfItsOwnUnderASafeName) {
+TEST_F(RegistryTest, StoresEachValueInItsOwnFileWithASafeName) {
     const std::array<std::string, 3> values[] = {
         {{R"(SOFTWARE\Vendor\Product)", "Settings 1", "SOFTWARE/Vendor/Product/Settings 1.value"}},
         {{R"(\a\\b\)", "", "a/b/%.value"}},
@@ -38,7 +38,7 @@ TEST_F(RegistryTest, KeepsEachValueInAFileOfItsOwnUnderASafeName) {
     }
 }
 
-TEST_F(RegistryTest, FailureOfAnyStepLeavesTheOldValueOrTheNew) {
+TEST_F(RegistryTest, AFailedStepLeavesTheOldValueOrTheNewOne) {
     scratch.write("settings/key/value.new", "half of what a killed writer wan");
     for (const bool isShort : {false, true}) {
         int failures = 0;
@@ -63,7 +63,7 @@ TEST_F(RegistryTest, FailureOfAnyStepLeavesTheOldValueOrTheNew) {
     EXPECT_FALSE(scratch.has("settings/key/value.new"));
 }
 
-TEST_F(RegistryTest, RefusesWhatIsNoFileAndNamesTooLong) {
+TEST_F(RegistryTest, RefusesNonFilesAndLongNames) {
     scratch.makeFolder("settings/key/folder.value");
     EXPECT_EQ(read("key", "folder"), "unreadable");
     EXPECT_TRUE(writeRegistryValue("key", "folder", "x"));

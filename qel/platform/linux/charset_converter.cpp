@@ -22,7 +22,7 @@ public:
 
     bool isOpen() const { return m_handle != reinterpret_cast<iconv_t>(-1); }
 
-    /// Converts a piece, or with null @p in ends the text; appends to @p out.
+    /// Converts a piece of text, or finishes the text if @p in is null; appends to @p out.
     CharsetResult run(char** in, std::size_t* inLeft, std::string& out) {
         std::array<char, 1024> piece;
         for (;;) {
@@ -47,7 +47,7 @@ CharsetResult convertCharset(const char* from, const char* to, std::string_view 
     out.clear();
     Conversion conversion(from, to);
     if (!conversion.isOpen()) return CharsetResult::UnknownEncoding;
-    char* in = const_cast<char*>(text.data()); // iconv reads only, but its type predates const
+    char* in = const_cast<char*>(text.data()); // iconv only reads, but its interface predates const
     std::size_t inLeft = text.size();
     const CharsetResult result = conversion.run(&in, &inLeft, out);
     return result == CharsetResult::Done ? conversion.run(nullptr, nullptr, out) : result;

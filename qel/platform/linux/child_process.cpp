@@ -20,7 +20,8 @@ namespace {
 
 constexpr int kFirstFreeDescriptor = 3;
 
-/// Moves @p handle out of the way of the three standard streams, where a host without one has a gap.
+/// Moves @p handle to a descriptor above the three standard streams, in case the host was started without
+/// one.
 FileError leaveStandardStreams(FileHandle& handle) {
     if (handle.id() >= kFirstFreeDescriptor) return {};
     int moved = -1;
@@ -30,7 +31,8 @@ FileError leaveStandardStreams(FileHandle& handle) {
     return error;
 }
 
-/// The path that posix_spawn takes; a program with a folder may be told missing by the system itself.
+/// Returns the path for posix_spawn; for a program with a folder the system itself reports that it is
+/// missing.
 std::string pathOf(const std::string& program) {
     std::string path = findProgram(program);
     return path.empty() && program.find('/') != std::string::npos ? program : path;
@@ -55,7 +57,7 @@ FileError makePipe(Pipe& pipe, std::size_t capacity) {
     pipe = {FileHandle(ends[0]), FileHandle(ends[1])};
     if (const FileError error = leaveStandardStreams(pipe.reading)) return error;
     if (const FileError error = leaveStandardStreams(pipe.writing)) return error;
-    fcntl(pipe.writing.id(), F_SETPIPE_SZ, static_cast<int>(capacity)); // a user may have used up his share
+    fcntl(pipe.writing.id(), F_SETPIPE_SZ, static_cast<int>(capacity)); // may fail: users have a limit
     return {};
 }
 
@@ -100,7 +102,7 @@ FileError interruptProcessGroup(std::int64_t id) {
 }
 
 FileError ProcessHandle::open(std::int64_t id) {
-    long descriptor = -1; // closes on exec by itself
+    long descriptor = -1; // the system marks it close-on-exec
     const FileError error =
         perform(Operation::Open, [&] { return descriptor = syscall(SYS_pidfd_open, id, 0); });
     if (!error) m_handle = FileHandle(static_cast<int>(descriptor));

@@ -15,7 +15,8 @@ FileHandle borrowStandardStream(StandardStream stream) {
 
 void occupyMissingStandardStreams() {
     for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream) {
-        // The lowest free number is taken; reading alone is allowed, so that writes still fail.
+        // open() takes the lowest free number. The device is opened for reading only, so that writes still
+        // fail.
         if (fcntl(stream, F_GETFD) == -1) open("/dev/null", O_RDONLY);
     }
 }

@@ -6,8 +6,8 @@ namespace qel::platform {
 
 namespace {
 
-/// Bits of the CPUID instruction that the compiler's own test doesn't know. They say nothing about the
-/// operating system, so they are only asked beside those of the compiler.
+/// Tests a bit of the CPUID instruction that the compiler's own test doesn't know. Such bits say nothing
+/// about the operating system, so they are only tested together with those of the compiler.
 bool hasCpuidBit(unsigned leaf, unsigned bitOfEcx) {
     unsigned eax = 0, ebx = 0, ecx = 0, edx = 0;
     return __get_cpuid_count(leaf, 0, &eax, &ebx, &ecx, &edx) != 0 && (ecx >> bitOfEcx & 1) != 0;

@@ -34,7 +34,7 @@ constexpr std::size_t kStackBytes = 64 * 1024;
 constexpr std::size_t kPathBytes = 4096;
 constexpr std::size_t kIdentityBytes = 512;
 
-// What the handler reads; written before it is installed.
+// The data that the handler reads; written before it is installed.
 std::array<char, kPathBytes> g_path;
 std::array<char, kIdentityBytes> g_identity;
 pid_t g_process = 0;
@@ -42,11 +42,11 @@ std::atomic<ScriptStackWriter> g_scriptStackWriter{nullptr};
 std::atomic<pid_t> g_crashingThread{0};
 static_assert(std::atomic<pid_t>::is_always_lock_free && std::atomic<ScriptStackWriter>::is_always_lock_free);
 
-std::mutex g_mutex; // guards the two below; never taken by the handler
+std::mutex g_mutex; // guards the two members below; never locked by the handler
 bool g_installed = false;
 std::array<struct sigaction, kFatalSignals.size()> g_previous;
 
-alignas(16) std::array<char, kStackBytes> g_stack; // of the thread that installs the handler
+alignas(16) std::array<char, kStackBytes> g_stack; // for the thread that installs the handler
 
 const char* signalName(int number) {
     for (const FatalSignal& fatal : kFatalSignals) {
@@ -66,7 +66,7 @@ void writeHead(CrashWriter& out, int number, const siginfo_t& info) {
     out.hex(reinterpret_cast<std::uint64_t>(info.si_addr)).text("\n");
 }
 
-/// Writes everything, what may fault last. Each section is handed over before the next one begins.
+/// Writes all sections, those that may fault last. Each section is flushed before the next one begins.
 void writeDump(CrashWriter& out, int number, const siginfo_t& info, const void* context) {
     writeHead(out, number, info);
     out.text("registers:\n");
@@ -88,7 +88,8 @@ void writeDump(CrashWriter& out, int number, const siginfo_t& info, const void* 
     writer(out);
 }
 
-/// Gives the signal its default action and sends it again: it strikes when the handler returns.
+/// Restores the signal's default action and raises the signal again: it takes effect when the handler
+/// returns.
 void endBySignal(int number) {
     struct sigaction byDefault {};
     byDefault.sa_handler = SIG_DFL;
@@ -96,8 +97,8 @@ void endBySignal(int number) {
     tgkill(getpid(), gettid(), number);
 }
 
-/// Whether this thread is to write the dump. A second thread that crashes stops here for good: the first
-/// one's end is everyone's. A fault of the handler's own writes no second dump.
+/// Returns true if this thread must write the dump. A second thread that crashes waits here until the first
+/// one ends the process. A fault of the handler itself writes no second dump.
 bool claimCrash() {
     pid_t owner = 0;
     if (g_crashingThread.compare_exchange_strong(owner, gettid())) return true;
@@ -107,7 +108,7 @@ bool claimCrash() {
 
 void onFatalSignal(int number, siginfo_t* info, void* context) {
     if (number == SIGBUS && mendMappedWindow(*info)) return;
-    const bool isForkedChild = getpid() != g_process; // the dump is the parent's
+    const bool isForkedChild = getpid() != g_process; // the dump belongs to the parent
     const int file = isForkedChild || !claimCrash()
                          ? -1
                          : open(g_path.data(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
@@ -118,7 +119,7 @@ void onFatalSignal(int number, siginfo_t* info, void* context) {
     endBySignal(number);
 }
 
-/// Whether the calling thread has an alternate stack already, a sanitizer's or the host's.
+/// Returns true if the calling thread already has an alternate stack, a sanitizer's or the host's.
 bool hasAlternateStack() {
     stack_t current{};
     return sigaltstack(nullptr, &current) == 0 && !(current.ss_flags & SS_DISABLE);

@@ -15,13 +15,13 @@ namespace qel::platform {
 
 namespace {
 
-/// A file mapped into memory. Its mappings lie one behind the other; code is one of them.
+/// A file mapped into memory. Its mappings are adjacent; code is one of them.
 struct Module {
     std::uint64_t begin = 0;
     std::uint64_t end = 0;
     std::uint64_t codeBegin = 0;
     std::uint64_t codeEnd = 0;
-    std::size_t path = 0; // in g_paths
+    std::size_t path = 0; // offset in g_paths
     std::size_t pathSize = 0;
 
     std::string_view name() const;
@@ -31,7 +31,7 @@ struct Module {
 constexpr std::size_t kMostModules = 256;
 constexpr std::size_t kPathBytes = 32 * 1024;
 
-// Static, since the handler has neither a heap nor much of a stack.
+// Static, because the handler has no heap and little stack.
 std::array<Module, kMostModules> g_modules;
 std::size_t g_moduleCount = 0;
 std::array<char, kPathBytes> g_paths;
@@ -51,7 +51,8 @@ public:
     MapsReader(const MapsReader&) = delete;
     MapsReader& operator=(const MapsReader&) = delete;
 
-    /// The next line without its end; what does not fit the buffer is cut. @return false at the end.
+    /// Reads the next line without its end; a line that does not fit the buffer is cut. @return false at the
+    /// end.
     bool next(std::string_view& line) {
         m_lineSize = 0;
         char c = 0;
@@ -90,7 +91,7 @@ private:
     std::array<char, 2048> m_line;
 };
 
-/// Takes a hexadecimal number and the sign behind it off the front of @p text.
+/// Removes a hexadecimal number and the character after it from the front of @p text. @return the number.
 std::uint64_t takeHex(std::string_view& text) {
     constexpr std::string_view kDigits = "0123456789abcdef";
     std::uint64_t number = 0;
@@ -103,7 +104,7 @@ std::uint64_t takeHex(std::string_view& text) {
     return number;
 }
 
-/// Starts the entry of a module that is new, unless the tables are full.
+/// Adds an entry for a new module. @return null if the tables are full.
 Module* addModule(std::uint64_t begin, std::string_view path) {
     if (g_moduleCount == kMostModules || path.size() > kPathBytes - g_pathSize) return nullptr;
     std::memcpy(g_paths.data() + g_pathSize, path.data(), path.size());
@@ -113,7 +114,7 @@ Module* addModule(std::uint64_t begin, std::string_view path) {
     return &module;
 }
 
-/// A line is "begin-end rwxp offset device inode      path".
+/// Parses a line of the form "begin-end rwxp offset device inode   path".
 void addMapping(std::string_view line) {
     std::string_view rest = line;
     const std::uint64_t begin = takeHex(rest);
@@ -140,7 +141,7 @@ const Module* moduleOf(std::uint64_t address) {
     return nullptr;
 }
 
-/// Writes the build id found in the notes at @p address.
+/// Writes the build id contained in the notes at @p address.
 bool writeBuildIdNote(CrashWriter& out, std::uint64_t address, std::uint64_t size) {
     constexpr std::uint64_t kPadding = 4;
     const auto padded = [](std::uint64_t bytes) { return (bytes + kPadding - 1) / kPadding * kPadding; };
@@ -162,7 +163,8 @@ bool writeBuildIdNote(CrashWriter& out, std::uint64_t address, std::uint64_t siz
     return false;
 }
 
-/// The module's program headers lie in its first mapping, right where its file header says.
+/// Writes the build id of @p module. Its program headers lie in its first mapping, at the offset in its file
+/// header.
 void writeBuildId(CrashWriter& out, const Module& module) {
     Elf64_Ehdr header;
     if (!readMemory(module.begin, &header, sizeof header)) return;

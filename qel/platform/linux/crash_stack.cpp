@@ -38,8 +38,9 @@ Registers registersOf(const void* context) {
     return {registerAt(context, REG_RIP), registerAt(context, REG_RSP), registerAt(context, REG_RBP)};
 }
 
-/// Whether a call ends at @p address: the direct form (E8 and four bytes) or one through a register or memory
-/// (FF with 2 in the middle bits of the next byte, and up to five more). Intel SDM, volume 2, CALL.
+/// Returns true if a call instruction ends at @p address: the direct form (E8 and four bytes) or one through
+/// a register or memory (FF with 2 in the middle bits of the next byte, and up to five more). Intel SDM,
+/// volume 2, CALL.
 bool isBehindCall(std::uint64_t address) {
     constexpr std::size_t kLongest = 7;
     std::array<unsigned char, kLongest> code;
@@ -52,7 +53,7 @@ bool isBehindCall(std::uint64_t address) {
     return false;
 }
 
-#else // other processors get a dump without registers and stack
+#other processors get a dump without registers and stack
 
 std::uint64_t registerAt(const void*, std::size_t) {
     return 0;
@@ -96,10 +97,10 @@ void writeCallChain(CrashWriter& out, const void* context) {
     writeFrame(out, 0, registers.instruction);
     std::uint64_t frame = registers.frame;
     for (int number = 1; number < kMostFrames; ++number) {
-        std::array<std::uint64_t, 2> saved; // the caller's frame and the way back to it
+        std::array<std::uint64_t, 2> saved; // the caller's frame and the return address
         if (!readMemory(frame, saved.data(), sizeof saved) || !isCode(saved[1] - 1)) return;
         writeFrame(out, number, saved[1] - 1);
-        if (saved[0] <= frame) return; // stacks grow down: callers lie above
+        if (saved[0] <= frame) return; // stacks grow down: callers have higher addresses
         frame = saved[0];
     }
 }

@@ -5,16 +5,16 @@
 
 namespace qel::platform {
 
-/// Writes the registers, one a line. @param context  what the system hands to a signal handler.
+/// Writes the registers, one per line. @param context  what the system passed to the signal handler.
 void writeRegisters(CrashWriter& out, const void* context);
 
-/// Writes where the thread was and the calls that led there, innermost first, by following the chain of frame
-/// pointers. Return addresses are told one byte back, so that they lie in their call. Code that was built
-/// without frame pointers breaks the chain. Needs readModules().
+/// Writes the current position and the calls that led there, innermost first, by following the chain of frame
+/// pointers. Return addresses are reported one byte lower, so that they lie within their call. Code built
+/// without frame pointers breaks the chain. Requires readModules().
 void writeCallChain(CrashWriter& out, const void* context);
 
-/// Writes every word on the stack that lies behind a call instruction: a superset of the calls, in which
-/// those of the broken part of the chain are found, and old ones too. Needs readModules().
+/// Writes every word on the stack that points just after a call instruction: a superset of the calls, which
+/// includes those after a break in the chain and also old ones. Requires readModules().
 void writeStackScan(CrashWriter& out, const void* context);
 
 } // namespace qel::platform

@@ -15,7 +15,7 @@ FileError makeSymLink(const char* target, const char* link, const FileHandle& ba
     return perform(Operation::MakeLink, [&] { return ::symlinkat(target, baseId(base), link); });
 }
 
-// A result that fills the space may have been cut, so it is asked for again with more.
+// A result that fills the buffer may have been truncated, so the link is read again with a larger one.
 FileError readSymLink(std::string& target, const char* link, const FileHandle& base) {
     std::string text(256, '\0');
     for (;;) {

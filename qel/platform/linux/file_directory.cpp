@@ -28,7 +28,7 @@ bool DirectoryReader::readBlock(FileError& error) {
     return m_blockSize > 0;
 }
 
-// Some file systems do not record the kind in their folders; the status of the entry has it.
+// Some file systems do not record the kind in their folders; then the status of the entry is read.
 void DirectoryReader::take(const void* record, DirectoryEntry& entry) const {
     const auto* found = static_cast<const dirent64*>(record);
     entry.name = found->d_name;

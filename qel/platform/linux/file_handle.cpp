@@ -27,7 +27,7 @@ FileHandle& FileHandle::operator=(FileHandle&& other) noexcept {
     return *this;
 }
 
-// The descriptor is gone whatever close() says, so it is never repeated.
+// The descriptor is closed whatever close() returns, so the call is never repeated.
 FileError FileHandle::close() {
     if (m_id < 0) return {};
     const int result = ::close(release());

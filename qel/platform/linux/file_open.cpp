@@ -33,7 +33,7 @@ int flagsOf(OpenMode mode) {
     return O_RDONLY;
 }
 
-// The table of std::filebuf::open(); -1 for combinations that it refuses.
+// The table of std::filebuf::open(); returns -1 for combinations that it refuses.
 int flagsOf(std::ios_base::openmode mode) {
     using ios = std::ios_base;
     const auto use = mode & (ios::in | ios::out | ios::trunc | ios::app);
@@ -47,7 +47,7 @@ int flagsOf(std::ios_base::openmode mode) {
     return -1;
 }
 
-// A std::fstream would let children inherit its descriptor; this one works on a descriptor of ours.
+// Children would inherit the descriptor of a std::fstream, so this class uses a descriptor of its own.
 class DescriptorStream : public std::iostream {
 public:
     DescriptorStream(int id, std::ios_base::openmode mode) : std::iostream(nullptr), m_buffer(id, mode) {

@@ -1,4 +1,4 @@
-// What the functions that call the system share: repeated calls, forced faults, the last error.
+// Shared by the functions that call the system: repeated calls, forced faults, the last error.
 #pragma once
 
 #include <qel/platform/file_system.h>
@@ -9,12 +9,12 @@
 
 namespace qel::platform {
 
-/// The error of the system call that failed just now.
+/// Returns the error of the system call that just failed.
 inline FileError lastFileError() {
     return {errno, std::system_category()};
 }
 
-/// Does @p call, which returns -1 on failure, until it isn't interrupted.
+/// Repeats @p call, which returns -1 on failure, until it isn't interrupted.
 template <typename Call>
 FileError uninterrupted(Call call) {
     while (call() == -1) {
@@ -23,7 +23,7 @@ FileError uninterrupted(Call call) {
     return {};
 }
 
-/// As uninterrupted(), for an operation that tests can make fail. @p call reads @p size anew each time.
+/// Like uninterrupted(), for an operation that tests can make fail. @p call reads @p size again each time.
 template <typename Call>
 FileError perform(Operation operation, std::size_t& size, Call call) {
     for (;;) {
@@ -33,14 +33,14 @@ FileError perform(Operation operation, std::size_t& size, Call call) {
     }
 }
 
-/// As above, for an operation without a size.
+/// Like the function above, for an operation without a size.
 template <typename Call>
 FileError perform(Operation operation, Call call) {
     std::size_t none = 0;
     return perform(operation, none, call);
 }
 
-/// The descriptor that the system's calls take for @p base.
+/// Returns the descriptor that system calls expect for @p base.
 inline int baseId(const FileHandle& base) {
     return base.isOpen() ? base.id() : AT_FDCWD;
 }

@@ -17,7 +17,7 @@ constexpr std::array<int, 4> kSignals{SIGINT, SIGTERM, SIGHUP, SIGQUIT};
 std::atomic<bool> g_interrupted{false};
 static_assert(std::atomic<bool>::is_always_lock_free, "the handler sets it");
 
-std::mutex g_mutex; // guards the two below
+std::mutex g_mutex; // guards the two variables below
 bool g_installed = false;
 std::array<struct sigaction, kSignals.size()> g_previous;
 
@@ -30,7 +30,7 @@ void takeOver(int number, struct sigaction& previous) {
     if (number == SIGHUP && previous.sa_handler == SIG_IGN) return;
     struct sigaction action {};
     action.sa_handler = &onSignal;
-    action.sa_flags = SA_RESTART; // what the host is doing goes on
+    action.sa_flags = SA_RESTART; // system calls of the host continue
     sigemptyset(&action.sa_mask);
     sigaction(number, &action, nullptr);
 }
@@ -80,7 +80,7 @@ BrokenPipeGuard::~BrokenPipeGuard() {
     const sigset_t set = brokenPipeSet();
     if (!m_wasPending) {
         const timespec now{0, 0};
-        sigtimedwait(&set, nullptr, &now); // takes the signal that a write left, if any
+        sigtimedwait(&set, nullptr, &now); // removes the signal that a write left pending, if any
     }
     if (!m_wasBlocked) pthread_sigmask(SIG_UNBLOCK, &set, nullptr);
 }

@@ -16,8 +16,8 @@ std::string withoutEndingSlashes(std::string_view path) {
     return std::string(path);
 }
 
-/// The variable's value when it is an absolute path; others are to be ignored by the XDG base-directory
-/// rules.
+/// Returns the variable's value if it is an absolute path; the XDG base-directory specification says to
+/// ignore others.
 std::string absoluteVariable(const char* name) {
     const char* value = std::getenv(name);
     return value && *value == '/' ? withoutEndingSlashes(value) : std::string();

@@ -39,7 +39,7 @@ FileError makeAddress(sockaddr_un& address, const char* path) {
     return {};
 }
 
-/// The socket appears under its name with the mode of @p socket, less what the process mask takes away.
+/// Binds the socket; its path gets the mode of @p socket, reduced by the process mask.
 FileError bindWithMode(const FileHandle& socket, const sockaddr_un& address, std::uint32_t mode) {
     FileError error =
         perform(Operation::SetMode, [&] { return ::fchmod(socket.id(), static_cast<mode_t>(mode)); });
@@ -64,11 +64,11 @@ FileError readPeer(PeerIdentity& peer, const FileHandle& socket) {
             ::getsockopt(socket.id(), SOL_SOCKET, SO_PEERGROUPS, peer.moreGroups.data(), &size);
         const FileError error = result == 0 ? FileError() : lastFileError();
         peer.moreGroups.resize(error && error.value() != ERANGE ? 0 : size / sizeof(gid_t));
-        if (error.value() != ERANGE) return {}; // without the list, the peer has one group
+        if (error.value() != ERANGE) return {}; // without the list, the peer has only one group
     }
 }
 
-/// Calls @p find, a reentrant look-up in the system's lists, with a buffer that is large enough.
+/// Calls @p find, a reentrant look-up in the system's databases, with a buffer that is large enough.
 template <typename Record, typename Find>
 bool findRecord(Record& record, Find find) {
     std::vector<char> buffer(1024);

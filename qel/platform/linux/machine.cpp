@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::uint64_t kKiB = 1024;
 
-/// Columns of the first line of /proc/stat, in their order there. Guests' time is part of user and nice.
+/// The columns of the first line of /proc/stat, in order. The time of guests is included in user and nice.
 enum StatColumn { kUser, kNice, kSystem, kIdle, kIoWait, kIrq, kSoftIrq, kSteal, kStatColumns };
 
 std::uint64_t systemValue(int name) {

@@ -14,11 +14,10 @@ namespace qel::platform {
 
 namespace {
 
-/// A window that is shown. Entries are used again but never freed, since the signal handler walks them
-/// without a lock.
+/// A mapped window. Entries are reused but never freed, because the signal handler reads them without a lock.
 struct Window {
-    std::atomic<std::uintptr_t> begin{0}; // 0 for an entry that is free
-    std::atomic<std::uintptr_t> end{0};   // changes only while it is free
+    std::atomic<std::uintptr_t> begin{0}; // 0 for a free entry
+    std::atomic<std::uintptr_t> end{0};   // changes only while the entry is free
     std::atomic<bool> wasMended{false};
     Window* next = nullptr;
 };
@@ -26,7 +25,8 @@ static_assert(std::atomic<std::uintptr_t>::is_always_lock_free && std::atomic<Wi
 
 std::atomic<Window*> g_windows{nullptr};
 std::atomic<std::uintptr_t> g_pageMask{0};
-std::mutex g_mutex; // held by those who change the entries, and to install the handler; never by the handler
+// Guards changes of the entries and the handler's installation; the handler never locks it.
+std::mutex g_mutex;
 bool g_isInstalled = false;
 struct sigaction g_previous;
 
@@ -39,16 +39,16 @@ Window* findWindow(std::uintptr_t address) {
     return nullptr;
 }
 
-/// Passes a fault that is none of ours to the handler that was there before; without one the touch is done
-/// again with the signal's default action, which ends the process.
+/// Passes a fault outside all windows to the handler that was there before. Without one, the access is
+/// repeated with the signal's default action, which ends the process.
 void passOn(int number, siginfo_t* info, void* context) {
-    const bool isSent = info->si_code <= 0; // by a process: there is no touch that comes again
+    const bool isSent = info->si_code <= 0; // by another process: no access will be repeated
     if (g_previous.sa_flags & SA_SIGINFO) return g_previous.sa_sigaction(number, info, context);
     if (g_previous.sa_handler != SIG_DFL && g_previous.sa_handler != SIG_IGN)
         return g_previous.sa_handler(number);
     if (isSent && g_previous.sa_handler == SIG_IGN) return;
     std::signal(number, SIG_DFL);
-    if (isSent) std::raise(number); // comes when this handler returns
+    if (isSent) std::raise(number); // delivered when this handler returns
 }
 
 void onBusError(int number, siginfo_t* info, void* context) {
@@ -64,7 +64,7 @@ void installHandler() {
     g_isInstalled = sigaction(SIGBUS, &action, &g_previous) == 0;
 }
 
-/// Makes a window known before anybody can touch it.
+/// Registers a window before any thread can access it.
 void addWindow(std::uintptr_t begin, std::size_t size) {
     const std::lock_guard lock(g_mutex);
     installHandler();

@@ -1,12 +1,13 @@
-// The windows of mapped files that a memory fault may lie in.
+// The windows of mapped files that a memory fault may hit.
 #pragma once
 
 #include <csignal>
 
 namespace qel::platform {
 
-/// Mends the page of a mapped window that a fault of type SIGBUS came from, by zeros. To be called by
-/// handlers of that signal. @return whether it was one: the touch can be done again.
+/// Replaces the page of a mapped window that caused a SIGBUS with zeros. Handlers of that signal must call
+/// it.
+/// @return true if the fault was in a window; the access can then be repeated.
 bool mendMappedWindow(const siginfo_t& info);
 
 } // namespace qel::platform

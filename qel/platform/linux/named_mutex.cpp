@@ -25,12 +25,12 @@ FileError openMutex(FileHandle& mutex, std::string_view name, int flags) {
 
 } // namespace
 
-// A plain O_CREAT of a file that another user has made may be refused in a folder as this one (the kernel's
-// fs.protected_regular).
+// In a folder like this one, the kernel (fs.protected_regular) may refuse a plain O_CREAT of a file that
+// another user has created.
 FileError createNamedMutex(FileHandle& mutex, std::string_view name) {
     const FileError error = openMutex(mutex, name, O_CREAT | O_EXCL);
     if (error == std::errc::file_exists) return openNamedMutex(mutex, name);
-    if (!error) ::fchmod(mutex.id(), 0666); // the process mask has cut it
+    if (!error) ::fchmod(mutex.id(), 0666); // the process mask has reduced it
     return error;
 }
 

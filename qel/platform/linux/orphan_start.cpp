@@ -15,8 +15,8 @@ namespace qel::platform {
 
 namespace {
 
-// Everything up to exec runs in the copy of a process whose other threads are gone, perhaps in the middle of
-// an allocation: only calls that are safe in a signal handler are made.
+// Everything up to exec runs in the copy of a process whose other threads no longer exist, possibly in the
+// middle of an allocation: it makes only calls that are safe in a signal handler.
 
 void resetSignals() {
     struct sigaction byDefault {};
@@ -27,8 +27,8 @@ void resetSignals() {
     sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
-/// Gives the program its three streams: the caller's, or nothing where it wants nothing or the caller has
-/// none.
+/// Connects the three streams of the program: to the caller's, or to the null device if @p quiet is set or
+/// the caller has none.
 void connectStreams(bool quiet) {
     for (int stream = 0; stream < 3; ++stream) {
         if (!quiet && fcntl(stream, F_GETFD) >= 0) continue;
@@ -39,7 +39,7 @@ void connectStreams(bool quiet) {
     }
 }
 
-/// Lets exec close everything but the three streams.
+/// Marks all descriptors except the three streams close-on-exec.
 void closeOthersOnExec() {
     if (close_range(3, ~0U, CLOSE_RANGE_CLOEXEC) == 0) return;
     rlimit limit{};
@@ -76,7 +76,7 @@ void waitFor(pid_t child) {
     }
 }
 
-/// What the program's side reported; its start closes the channel and so reports nothing.
+/// Reads the error that the child reported. A successful start closes the channel without a report.
 int readReport(int channel) {
     int code = 0;
     while (read(channel, &code, sizeof code) < 0 && errno == EINTR) {
@@ -90,7 +90,7 @@ int startOrphan(const ProgramStart& start) {
     std::array<int, 2> ends;
     if (const FileError forced = forcedFault(Operation::Spawn)) return forced.value();
     if (pipe2(ends.data(), O_CLOEXEC) != 0) return errno;
-    const int channel = fcntl(ends[1], F_DUPFD_CLOEXEC, 3); // out of the way of the three streams
+    const int channel = fcntl(ends[1], F_DUPFD_CLOEXEC, 3); // above the three streams
     close(ends[1]);
     const pid_t child = channel < 0 ? -1 : fork();
     if (child == 0) leaveProgramBehind(start, channel);

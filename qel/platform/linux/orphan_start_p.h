@@ -1,19 +1,19 @@
-// Starts a program that nobody has to wait for.
+// Starts a program that this process does not have to collect.
 #pragma once
 
 namespace qel::platform {
 
-/// What a program starts with. All of it is prepared before the process splits.
+/// What a program is started with. All of it is prepared before the process forks.
 struct ProgramStart {
-    const char* path = nullptr;       ///< absolute
+    const char* path = nullptr;       ///< absolute path
     char* const* arguments = nullptr; ///< ends in null
-    bool ownSession = false;          ///< no terminal, no signals of the caller's terminal
-    bool quiet = false;               ///< the three streams lead nowhere
+    bool ownSession = false;          ///< without the caller's terminal and its signals
+    bool quiet = false;               ///< the three streams are connected to nothing
 };
 
-/// Starts the program as a grandchild whose parent has ended already, so that the system's first process
+/// Starts the program as a grandchild whose parent has already ended, so that the system's first process
 /// collects it and no zombie is left.
-/// @return 0, or the system's code when it could not be started.
+/// @return 0, or the system's error code if it could not be started.
 /// @threads any thread.
 int startOrphan(const ProgramStart& start);
 

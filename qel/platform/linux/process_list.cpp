@@ -19,7 +19,7 @@ std::string_view fileNameOf(std::string_view path) {
     return path.substr(path.rfind('/') + 1);
 }
 
-/// What the kernel tells of a process in one line.
+/// What the kernel reports about a process in one line.
 struct ProcessStatus {
     char state = 0;              ///< 'R', 'S', ...; 'Z' and 'X' once it has ended
     std::string ownName;         ///< at most 15 bytes
@@ -28,8 +28,8 @@ struct ProcessStatus {
     bool hasEnded() const { return state == 'Z' || state == 'X'; }
 };
 
-/// Reads /proc/ID/stat: the number, the own name in brackets, which may hold brackets itself, the state, and
-/// figures, of which the 19th behind the state is the start.
+/// Reads /proc/ID/stat: the number, the process's own name in brackets (it may contain brackets itself), the
+/// state, and numbers. The 19th number after the state is the start time.
 std::optional<ProcessStatus> readProcessStatus(std::int64_t id) {
     constexpr int kFieldsBeforeStart = 18;
     const std::string text = readProcFile(pathOf(id, "/stat").c_str());
@@ -50,7 +50,7 @@ std::optional<ProcessStatus> readProcessStatus(std::int64_t id) {
     return status;
 }
 
-/// The file name of the program where this user may know it, else the longest of the other names.
+/// Returns the file name of the program if this user may read it, else the longest of the other names.
 std::string programNameOf(std::int64_t id, const std::string& ownName) {
     constexpr std::string_view kDeleted = " (deleted)";
     std::string path;

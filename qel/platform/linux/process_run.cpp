@@ -24,7 +24,8 @@ bool isProgram(const std::string& path) {
            access(path.c_str(), X_OK) == 0;
 }
 
-/// The exit status of @p child after its end, 128 + number for a signal, 0 where somebody else collected it.
+/// Waits for the end of @p child. @return its exit status, 128 + number for a signal, 0 if another thread
+/// collected it.
 int waitForExit(pid_t child) {
     int status = 0;
     while (waitpid(child, &status, 0) < 0) {
@@ -57,7 +58,7 @@ RunResult runOnMachine(const std::vector<std::string>& arguments, const RunOptio
 
 std::atomic<RunFunction> g_run{&runOnMachine};
 
-/// The places where $PATH tells to look for programs; relative ones are left out.
+/// Returns the folders that $PATH lists; relative ones are left out.
 std::vector<std::string> programFolders() {
     const char* variable = std::getenv("PATH");
     std::string_view list = variable ? variable : "/usr/local/bin:/usr/bin:/bin";
@@ -130,7 +131,7 @@ RunResult runElevated(const std::vector<std::string>& arguments, const RunOption
     if (means.administrator) return runProcess(arguments, options);
     std::vector<std::string> resolved = arguments;
     if (resolved.empty()) return {false, ENOENT, 0};
-    resolved.front() = findProgram(resolved.front()); // absolute, so that no helper takes it for an option
+    resolved.front() = findProgram(resolved.front()); // absolute, so that no helper mistakes it for an option
     if (resolved.front().empty()) return {false, ENOENT, 0};
     if (means.graphicalSession && !means.pkexec.empty())
         return runWithPkexec(resolved, options, means.pkexec);

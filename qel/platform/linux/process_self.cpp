@@ -17,10 +17,10 @@ namespace qel::platform {
 
 namespace {
 
-constexpr std::string_view kDeletedMark = " (deleted)"; // the kernel's, behind the name of a removed file
+constexpr std::string_view kDeletedMark = " (deleted)"; // the kernel appends it to the name of a removed file
 
-/// Whether somebody other than root logged in and started this. The kernel keeps the number of the user who
-/// logged in through every change of rights; all bits set means that nobody did.
+/// Returns true if a user other than root logged in and started this process. The kernel keeps the number of
+/// the login user through every change of rights; all bits set means that nobody logged in.
 bool startedByOrdinaryUser() {
     if (getuid() != 0) return true;
     const std::string content = readProcFile("/proc/self/loginuid");
@@ -82,7 +82,7 @@ void breakPoint() {
 void disableCoreImages() {
     rlimit limit{};
     if (getrlimit(RLIMIT_CORE, &limit) != 0) return;
-    limit.rlim_cur = std::min<rlim_t>(1, limit.rlim_max); // 1 stops collecting programs as well as files
+    limit.rlim_cur = std::min<rlim_t>(1, limit.rlim_max); // 1 also disables programs that collect core images
     setrlimit(RLIMIT_CORE, &limit);
 }
 

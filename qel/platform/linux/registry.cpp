@@ -15,7 +15,7 @@ namespace {
 constexpr const char* kBelowDataFolder = "/qel/registry";
 
 std::mutex g_folderMutex;
-std::string g_folder; // empty for the folders of the machine and the user
+std::string g_folder; // if empty, the folders of the machine and the user are used
 
 std::string machineFolder() {
     return commonDataFolder() + kBelowDataFolder;
@@ -26,7 +26,7 @@ std::string chosenFolder() {
     return g_folder;
 }
 
-/// Where this process writes; empty for a user without a home.
+/// Returns the folder to which this process writes; empty for a user without a home folder.
 std::string ownFolder() {
     if (const std::string chosen = chosenFolder(); !chosen.empty()) return chosen;
     if (::geteuid() == 0) return machineFolder();
@@ -54,7 +54,7 @@ std::string asFileName(std::string_view name) {
     return result;
 }
 
-/// The folder of a key, with a slash before each part and none at the end.
+/// Returns the folder of a key, with a slash before each part and none at the end.
 std::string keyPath(std::string_view key) {
     std::string path;
     while (!key.empty()) {
@@ -81,7 +81,7 @@ std::string folderAbove(const std::string& path) {
     return slash == 0 ? "/" : path.substr(0, slash);
 }
 
-/// Makes a folder with those above it; each new name is on the disk when this returns.
+/// Creates a folder and those above it; each new name is on disk when this returns.
 FileError makeFolders(const std::string& path) {
     FileError error = makeDirectory(path.c_str());
     if (error == std::errc::no_such_file_or_directory) {
@@ -130,8 +130,7 @@ FileError readAll(std::string& bytes, const std::string& path) {
 
 } // namespace
 
-// The key's folder is locked, so that a file left behind by a writer that was killed can simply be taken over
-// by the next.
+// The key's folder is locked, so the next writer can take over a temporary file that a killed writer left.
 FileError writeRegistryValue(std::string_view key, std::string_view name, std::string_view bytes) {
     std::string path = ownFolder();
     if (path.empty()) return {ENOENT, std::system_category()};

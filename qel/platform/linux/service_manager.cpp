@@ -23,8 +23,8 @@ std::uint64_t numberFrom(const char* variable) {
     return number;
 }
 
-/// The address of a socket's name; a leading "@" stands for a name outside the file system.
-/// @return its size; 0 for a name that is none.
+/// Fills in the address for a socket's name; a leading "@" denotes a name outside the file system.
+/// @return its size; 0 if the name is not valid.
 socklen_t fillAddress(sockaddr_un& address, const char* name) {
     const std::size_t size = name ? std::strlen(name) : 0;
     if (size < 2 || size >= sizeof address.sun_path || (*name != '/' && *name != '@')) return 0;

@@ -23,8 +23,8 @@ FileError openById(FileHandle& file, const char* path, int flags, const FileHand
     return error;
 }
 
-/// Asks for the size of the list only. A handle from openBaseFolder() can't answer; the folder opened for
-/// reading can.
+/// Queries only the size of the list. This does not work for a handle from openBaseFolder(), but it does for
+/// a folder opened for reading.
 bool hasAccessList(const FileHandle& file) {
     if (::fgetxattr(file.id(), kAccessList, nullptr, 0) >= 0) return true;
     if (errno == ENODATA || errno == ENOTSUP) return false;
@@ -33,7 +33,7 @@ bool hasAccessList(const FileHandle& file) {
     return ::fgetxattr(readable.id(), kAccessList, nullptr, 0) >= 0 || (errno != ENODATA && errno != ENOTSUP);
 }
 
-/// For file systems that can't rename without replacing.
+/// For file systems that cannot rename without replacing.
 FileError moveByLink(const char* from, const char* to, const FileHandle& folder) {
     const FileError error =
         perform(Operation::MakeLink, [&] { return ::linkat(baseId(folder), from, baseId(folder), to, 0); });

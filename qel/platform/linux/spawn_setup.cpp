@@ -24,7 +24,7 @@ SpawnSetup::SpawnSetup(Group group) {
     posix_spawnattr_setsigdefault(&m_attributes, &all);
     posix_spawnattr_setsigmask(&m_attributes, &none);
     int flags = POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK;
-    if (group == Group::Own) flags |= POSIX_SPAWN_SETPGROUP; // number 0, which means the program's own
+    if (group == Group::Own) flags |= POSIX_SPAWN_SETPGROUP; // number 0 means a new group of the program
     if (group == Group::OwnSession) flags |= POSIX_SPAWN_SETSID;
     posix_spawnattr_setflags(&m_attributes, static_cast<short>(flags));
 }

@@ -1,4 +1,4 @@
-// What a program is started with by posix_spawn: clean signals, its three streams and no other descriptor.
+// What posix_spawn starts a program with: default signals, its three streams and no other descriptor.
 #pragma once
 
 #include <string>
@@ -10,14 +10,14 @@
 
 namespace qel::platform {
 
-/// The texts as the null-terminated list that the system's calls take.
-/// @owner the pointers last as long as @p texts stay as they are.
+/// Returns the strings as the null-terminated list that system calls expect.
+/// @owner the pointers are valid while @p texts is unchanged.
 std::vector<char*> textPointers(const std::vector<std::string>& texts);
 
-/// The attributes and actions of posix_spawn. Signals start at their defaults, none is blocked.
+/// The attributes and actions of posix_spawn. Signals start at their defaults, and none is blocked.
 class SpawnSetup {
 public:
-    /// How the program relates to the others of its terminal.
+    /// The process group and session of the program.
     enum class Group { Callers, Own, OwnSession };
 
     explicit SpawnSetup(Group group);
@@ -25,13 +25,13 @@ public:
     SpawnSetup(const SpawnSetup&) = delete;
     SpawnSetup& operator=(const SpawnSetup&) = delete;
 
-    /// Gives the program a copy of @p descriptor as @p stream, which is 0, 1 or 2.
+    /// Passes the program a copy of @p descriptor as @p stream, which is 0, 1 or 2.
     void connectStream(int stream, int descriptor);
-    /// Connects @p stream to nothing.
+    /// Connects @p stream to the null device.
     void muteStream(int stream);
-    /// Starts the program in a folder of its own.
+    /// Sets the program's working directory.
     void setDirectory(const std::string& directory);
-    /// Starts the program with no descriptors but the streams. @return 0 or the system's code.
+    /// Starts the program with no descriptors except the streams. @return 0 or the system's error code.
     int start(pid_t& child, const char* path, char* const* arguments);
 
 private:

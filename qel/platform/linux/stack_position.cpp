@@ -2,7 +2,7 @@
 
 namespace qel::platform {
 
-// The frame itself, since a sanitizer may keep local variables elsewhere.
+// The frame address itself, because a sanitizer may keep local variables elsewhere.
 [[gnu::noinline]] std::uintptr_t stackPosition() {
     return reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
 }
