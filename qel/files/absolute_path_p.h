@@ -1,4 +1,4 @@
-// Paths that mean the same for whoever reads them later.
+// Paths that do not depend on the working folder.
 #pragma once
 
 #include <qel/foundation/base/smart_cstr.h>
@@ -6,8 +6,8 @@
 
 namespace qel::internal {
 
-/// @p path from the root folder on; a relative one counts from the working folder of now. No link and no ".."
-/// is resolved, and nothing needs to exist.
+/// Returns @p path as an absolute path; a relative one starts at the current working folder. Links and ".."
+/// are not resolved, and the path need not exist.
 String absolutePath(SmartCStr path);
 
 } // namespace qel::internal

@@ -1,4 +1,4 @@
-// Many files in one: the abstract reader.
+// Abstract reader of archives: many files in one file.
 #pragma once
 
 #include <qel/foundation/base/object.h>
@@ -14,13 +14,13 @@ class QEL_API Archive : public Object {
     QEL_CLASS(Archive, Object)
 
 public:
-    /// Opens the archive @p path and reads what it holds, in place of what was open before.
-    /// @return whether at least one file was found.
+    /// Opens the archive @p path and reads its list of files. It replaces the archive that was open before.
+    /// @return true if at least one file was found.
     virtual bool open(SmartCStr path) = 0;
-    /// Whether there is a file @p name. @threads any thread, but not beside open().
+    /// Returns true if the archive contains the file @p name. @threads any thread, but not during open().
     virtual bool hasFile(SmartCStr name) = 0;
-    /// Reads the file @p name whole. @return false when there is none or it can't be read.
-    /// @threads any thread, but not beside open().
+    /// Reads the whole file @p name. @return false if it does not exist or cannot be read.
+    /// @threads any thread, but not during open().
     virtual bool readFile(SmartCStr name, Buffer& buffer) = 0;
 };
 

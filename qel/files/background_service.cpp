@@ -16,9 +16,9 @@ BackgroundService::BackgroundService() = default;
 BackgroundService::~BackgroundService() = default;
 
 void BackgroundService::tick() {
-    const SmartPointer<BackgroundService> keepAlive = holdIfShared(); // a listener may let go of this
+    const SmartPointer<BackgroundService> keepAlive = holdIfShared(); // a listener may release this
     if (m_process && !m_process->tick()) {
-        passOnOutput(m_process, false); // what it said last
+        passOnOutput(m_process, false); // its last output
         killProcess();
     }
     if (!m_shouldRun && m_process) killProcess();
@@ -36,10 +36,10 @@ void BackgroundService::tick() {
 void BackgroundService::killProcess() {
     if (!m_process) return;
     const SmartPointer<Process> process = m_process;
-    m_process = nullptr; // first, since a listener may come back here
+    m_process = nullptr; // first, because a listener may call this function
     logInfoMessage("killing process " + m_processFilePath + " ...");
     process->terminate(false);
-    passOnOutput(process, false); // a last line without an end
+    passOnOutput(process, false); // a last line without a line end
 }
 
 bool BackgroundService::spawnConfiguredProcess() {

@@ -14,42 +14,43 @@ namespace qel {
 
 class Process;
 
-/// Starts a child process, starts it again when it ends, and turns its output into messages. Listeners may
-/// let go of the service that tells them; one that nobody holds by a SmartPointer must outlive its messages.
+/// Starts a child process, restarts it when it ends, and turns its output into messages. A listener may
+/// release the service that sends the message; a service that no SmartPointer holds must outlive its
+/// messages.
 /// @threads main.
 class QEL_API BackgroundService : public Object {
     QEL_CLASS(BackgroundService, Object)
 
 public:
     BackgroundService();
-    /// Ends the child.
+    /// Kills the child.
     ~BackgroundService() override;
 
-    /// Runs as a service until it is told to stop. @return whether that went well.
+    /// Runs as a service until it is asked to stop. @return true on success.
     virtual bool runEventLoop() = 0;
-    /// Whether a service manager of the system stands behind this class.
+    /// Returns true if this class uses a service manager of the system.
     virtual bool hasServiceManager() const = 0;
-    /// Makes the service known to the service manager. @return whether it is known now.
+    /// Registers the service with the service manager. @return true if it is registered now.
     virtual bool install() = 0;
-    /// Makes the service manager forget the service. @return whether it is forgotten now.
+    /// Removes the service from the service manager. @return true if it is no longer registered.
     virtual bool uninstall() = 0;
-    /// Whether the service manager knows the service.
+    /// Returns true if the service is registered with the service manager.
     virtual bool isInstalled() = 0;
-    /// Whether the service is to start by itself.
+    /// Returns true if the service starts automatically.
     virtual bool isEnabled() = 0;
-    /// Lets the service start by itself. @return whether that was stored.
+    /// Makes the service start automatically. @return true if the setting was stored.
     virtual bool enable() = 0;
-    /// Keeps the service from starting by itself. @return whether that was stored.
+    /// Stops the service from starting automatically. @return true if the setting was stored.
     virtual bool disable() = 0;
-    /// Starts the service. @return whether it runs now.
+    /// Starts the service. @return true if it is running now.
     virtual bool start() = 0;
-    /// Stops the service. @return whether it is stopped now.
+    /// Stops the service. @return true if it is stopped now.
     virtual bool stop() = 0;
-    /// Whether the service runs.
+    /// Returns true if the service is running.
     virtual bool isRunning() = 0;
-    /// Whether the service is stopped.
+    /// Returns true if the service is stopped.
     virtual bool isStopped() = 0;
-    /// Starts the child. @return whether it was started.
+    /// Starts the child. @return true if it was started.
     virtual bool spawnProcess() = 0;
 
     /// Emits signalInfoMessage.
@@ -59,49 +60,51 @@ public:
     /// Emits signalErrorMessage.
     void logErrorMessage(SmartCStr text) { signalErrorMessage(this, text); }
 
-    /// Sets the name by which the system knows the service.
+    /// Sets the name under which the system knows the service.
     void setServiceName(SmartCStr name) { m_serviceName = name.c_str(); }
-    /// The name by which the system knows the service.
+    /// Returns the name under which the system knows the service.
     const String& getServiceName() const { return m_serviceName; }
-    /// Sets the name that people see.
+    /// Sets the name that is shown to users.
     void setDisplayName(SmartCStr name) { m_displayName = name.c_str(); }
-    /// The name that people see.
+    /// Returns the name that is shown to users.
     const String& getDisplayName() const { return m_displayName; }
-    /// Sets the program of the child.
+    /// Sets the program that the child runs.
     void setProcessFilePath(SmartCStr path) { m_processFilePath = path.c_str(); }
-    /// The program of the child.
+    /// Returns the program that the child runs.
     const String& getProcessFilePath() const { return m_processFilePath; }
-    /// Adds an argument of the child's.
+    /// Adds an argument for the child.
     void addCommandLineArg(SmartCStr argument) { m_arguments.emplace_back(argument); }
-    /// Drops the child's arguments.
+    /// Removes all arguments for the child.
     void clearArgs() { m_arguments.clear(); }
 
-    Signal<void(BackgroundService*, const char*)> signalInfoMessage;    ///< what goes on, and child output
-    Signal<void(BackgroundService*, const char*)> signalWarningMessage; ///< child output that holds "WARN"
-    Signal<void(BackgroundService*, const char*)> signalErrorMessage;   ///< failures, and child output that
-                                                                        ///< holds "ERROR" or "FATAL"
+    Signal<void(BackgroundService*, const char*)> signalInfoMessage;    ///< progress, and child output
+    Signal<void(BackgroundService*, const char*)> signalWarningMessage; ///< child output with "WARN"
+    Signal<void(BackgroundService*, const char*)> signalErrorMessage;   ///< failures, and child output with
+                                                                        ///< "ERROR" or "FATAL"
 
 protected:
-    /// One step of keeping the child: ends it when it should not run, starts it when it should, once a second
-    /// at most, and passes on its output.
+    /// Does one step of supervision: kills the child if it should not run, starts it if it should (at most
+    /// once a second), and forwards its output.
     void tick();
-    /// Ends the child and drops it.
+    /// Kills the child and releases it.
     void killProcess();
-    /// Starts processFilePath, or "generic.exe" in its place, with the arguments. @return whether it runs.
+    /// Starts processFilePath, or "generic.exe" if it is empty, with the arguments. @return true if it is
+    /// running.
     bool spawnConfiguredProcess();
-    /// A reference to this object while messages go out; null when nobody holds it by a SmartPointer.
+    /// Returns a reference that keeps this object alive while messages are sent; null if no SmartPointer
+    /// holds it.
     SmartPointer<BackgroundService> holdIfShared();
 
-    String m_serviceName;            ///< the name by which the system knows the service
-    String m_displayName;            ///< the name that people see
-    String m_processFilePath;        ///< the program of the child
-    Vector<String> m_arguments;      ///< the child's, without the program
-    SmartPointer<Process> m_process; ///< the child; null when there is none
-    uint32 m_lastSpawnTime = 0;      ///< a reading of System::getTime(); 0 before the first start
-    bool m_shouldRun = false;        ///< whether the child is to be kept
+    String m_serviceName;            ///< the name under which the system knows the service
+    String m_displayName;            ///< the name that is shown to users
+    String m_processFilePath;        ///< the program that the child runs
+    Vector<String> m_arguments;      ///< the child's arguments, without the program
+    SmartPointer<Process> m_process; ///< the child; null if there is none
+    uint32 m_lastSpawnTime = 0;      ///< a value of System::getTime(); 0 before the first start
+    bool m_shouldRun = false;        ///< true if the child should be kept running
 
 private:
-    /// @param process  held here, since a listener may let go of the child.
+    /// @param process  held here because a listener may release the child.
     void passOnOutput(SmartPointer<Process> process, bool isRunning);
     void passOn(const String& line);
 };

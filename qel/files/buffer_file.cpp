@@ -12,7 +12,7 @@ namespace qel {
 
 namespace {
 
-// Only a plain file has a size that can be relied on.
+// Only a plain file has a reliable size.
 bool readWhole(const internal::FileHandle& file, uint64 size, Buffer& buffer) {
     if (size > SIZE_MAX / 2) return false;
     try {

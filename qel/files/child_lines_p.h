@@ -1,4 +1,5 @@
-// Takes the lines that a child process has written, without being held up by one that never stops.
+// Reads the lines that a child process has written, without being blocked by a child that never stops
+// writing.
 #pragma once
 
 #include <qel/foundation/base/string.h>
@@ -6,16 +7,16 @@
 
 namespace qel::internal {
 
-/// Hands each line that waits on a child's standard output to @p takeOutput and on its standard error to
-/// @p takeError.
-/// @param isRunning  whether the child runs. Then no more lines of each stream are taken than suit a pass of
-///                   the main loop; the others wait. Behind its end all that it left is taken, which its
-///                   pipes limit; what a descendant goes on to write is not waited for.
-/// @owner the caller holds @p process, since a function may let go of it.
+/// Passes each line that is waiting on a child's standard output to @p takeOutput, and each line on its
+/// standard error to @p takeError.
+/// @param isRunning  true while the child runs. Then the number of lines taken from each stream is limited to
+/// what suits one pass of the main loop; the others wait. After the child's end all remaining output is
+/// taken, which the size of its pipes limits; output that a descendant writes later is not waited for.
+/// @owner the caller holds @p process, because a function may release it.
 template <typename TakeOutput, typename TakeError>
 void takeLines(Process& process, bool isRunning, TakeOutput takeOutput, TakeError takeError) {
     constexpr int kMostWhileRunning = 2048;
-    constexpr int kMostBehindEnd = 0x100000; // as many as empty lines fit into a pipe
+    constexpr int kMostBehindEnd = 0x100000; // the number of empty lines that fit into a pipe
     const int most = isRunning ? kMostWhileRunning : kMostBehindEnd;
     String line;
     for (int count = 0; count < most && process.readLine(line); ++count) takeOutput(line);

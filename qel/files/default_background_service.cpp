@@ -23,7 +23,7 @@ bool DefaultBackgroundService::isEnabled() {
 
 bool DefaultBackgroundService::writeEnabled(bool enabled) {
     const String folder = system()->getApplicationDirectory(m_serviceName);
-    // A folder that can't be created is replaced by ".", where isEnabled() would never look.
+    // If the folder cannot be created, "." is returned instead, where isEnabled() would never look.
     if (folder == "." && system()->getApplicationDirectoryNoCreate(m_serviceName) != ".") return false;
     const String text = String("[service]\nenabled=") + (enabled ? "1\n" : "0\n");
     return internal::replaceFile(folder + kFileName, ConstByteSpan::fromText(text));

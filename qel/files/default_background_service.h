@@ -5,14 +5,14 @@
 
 namespace qel {
 
-/// Keeps the child from within an ordinary process. Whether the service is enabled stands in the file
-/// "service.ini" in the application directory of the service's name: the section "service" with the key
+/// Supervises the child from within an ordinary process. The file "service.ini" in the application directory
+/// of the service's name stores whether the service is enabled, in the section "service" under the key
 /// "enabled".
 class QEL_API DefaultBackgroundService : public BackgroundService {
     QEL_CLASS(DefaultBackgroundService, BackgroundService)
 
 public:
-    /// @param enabledByDefault  what isEnabled() answers while nothing was stored.
+    /// @param enabledByDefault  the result of isEnabled() while nothing is stored.
     explicit DefaultBackgroundService(bool enabledByDefault = true) : m_enabledByDefault(enabledByDefault) {}
 
     /// Does nothing. @return true.
@@ -26,9 +26,9 @@ public:
     bool isEnabled() override;
     bool enable() override { return writeEnabled(true); }
     bool disable() override { return writeEnabled(false); }
-    /// Waits for isRunning() for up to 5 seconds.
+    /// Waits up to 5 seconds for isRunning().
     bool start() override;
-    /// Waits for isStopped() for up to 5 seconds.
+    /// Waits up to 5 seconds for isStopped().
     bool stop() override;
     bool isRunning() override { return m_shouldRun; }
     bool isStopped() override { return !m_shouldRun; }

@@ -1,4 +1,4 @@
-// Where the paths go that could not be deleted now.
+// Receives the paths that could not be deleted.
 #pragma once
 
 #include <qel/foundation/base/object.h>
@@ -6,14 +6,14 @@
 
 namespace qel {
 
-/// Remembers paths and tries again to delete them. File and Directory look for one under the singleton name
-/// "deleteLater" (Object::setSingleton()) when a deletion fails.
+/// Remembers paths and tries to delete them again. When a deletion fails, File and Directory look for an
+/// object with the singleton name "deleteLater" (Object::setSingleton()).
 class QEL_API DeferredDeletion : public Object {
     QEL_CLASS(DeferredDeletion, Object)
 
 public:
-    /// Takes a file, link or folder that must go; File and Directory give its absolute path.
-    /// @param origin  who wanted the deletion, a tag such as "[cache][clean]".
+    /// Adds a file, link or folder to be deleted; File and Directory pass its absolute path.
+    /// @param origin  who requested the deletion, a tag such as "[cache][clean]".
     /// @threads main, whichever thread failed to delete; any thread while there is no System.
     virtual void addPath(const char* path, const char* origin) = 0;
 };

@@ -18,7 +18,7 @@ namespace {
 
 constexpr int64 kProblematicTries = 4;
 
-// A separator at the end would look through a link.
+// With a separator at the end, a link would be followed.
 String withoutEndingSeparator(String path) {
     File::pathStripEndingSeparator(path);
     return path;
@@ -28,8 +28,8 @@ std::error_code readOwnStatus(platform::FileStatus& status, const String& path) 
     return platform::readStatus(status, withoutEndingSeparator(path).c_str(), platform::Links::Keep);
 }
 
-// A list that comes from a file may hold anything. A path must mean the same wherever the program runs, and
-// be more than the root of all files, however that is written.
+// A list read from a file may contain anything. A path must be absolute, so that it does not depend on where
+// the program runs, and must not be the root folder in any spelling.
 bool isDeletable(const String& path) {
     platform::FileStatus root;
     platform::FileStatus status;
@@ -37,7 +37,7 @@ bool isDeletable(const String& path) {
     return readOwnStatus(status, path) || status.identity != root.identity;
 }
 
-// A link counts by itself, and what can't be looked at counts as being there.
+// A link exists even if its target does not; a path that cannot be examined is treated as existing.
 bool isOnDisk(const String& path) {
     platform::FileStatus status;
     const std::error_code error = readOwnStatus(status, path);
@@ -113,7 +113,7 @@ void DeleteLater::retry(const Item& entry, const String& path, const String& ori
     logging::warning() << "trying to remove problematic path: , path=" << path << ", origin=" << origin
                        << ", tries=" << tries;
     const String own = withoutEndingSeparator(path);
-    Directory::deleteDirectoryRecursively(own); // one of the three fits
+    Directory::deleteDirectoryRecursively(own); // only one of the three can succeed
     File::deleteFile(own);
     File::deleteSymLink(own);
     if (!isOnDisk(path)) return removeEntry(entry, path);

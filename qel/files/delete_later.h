@@ -8,30 +8,31 @@
 
 namespace qel {
 
-/// Keeps the list of paths that must go in a store, and tries again to delete them, also after a restart. A
+/// Keeps the list of paths to be deleted in a store and tries to delete them again, also after a restart. A
 /// host registers its instance as the singleton "deleteLater", where File and Directory find it.
-/// docs/formats.md tells the form of the records.
-///
-/// Only absolute paths other than that of the root folder are ever deleted; a link goes, what it stands for
-/// stays.
+/// docs/formats.md describes the format of the records.
+/// || Only absolute paths other than the root folder are ever deleted. If a path is a link, the link is
+/// deleted and its target is kept.
 /// @threads main.
 class QEL_API DeleteLater : public DeferredDeletion {
     QEL_CLASS(DeleteLater, DeferredDeletion)
 
 public:
-    /// Sets the key below which the list lives. Without one that has a store, nothing is remembered or
+    /// Sets the key below which the list is stored. Without a key that has a store, nothing is remembered or
     /// deleted. The filesystem blacklist is not filled from the list.
-    /// @owner the store must outlive this object, or the next call.
+    /// @owner the store must outlive this object or last until the next call.
     void setDBPath(const Item& path) { m_dbPath = path; }
-    /// Puts a path on the list, made absolute by the working folder of now. One that is on it stays as it is.
-    /// @param origin  who wanted the deletion, a tag such as "[cache][clean]".
+    /// Adds a path to the list, as an absolute path that starts at the current working folder. A path that is
+    /// already on the list is not changed.
+    /// @param origin  who requested the deletion, a tag such as "[cache][clean]".
     void addPath(const char* path, const char* origin) override;
-    /// Tries to delete every path on the list, and takes off it those that are gone, those that were gone
-    /// before, and broken entries; each is logged. The host calls it from time to time.
+    /// Tries to delete every path on the list, and removes from the list those that are deleted, those that
+    /// no longer exist, and broken entries; each is logged. The host calls it from time to time.
     void maintainDeletes();
-    /// Copies how many paths of each origin had been tried 4 times or more at the last maintenance.
+    /// Copies, for each origin, the number of paths that had been tried 4 times or more at the last
+    /// maintenance.
     void getReport(Map<String, int>& report) const { report = m_report; }
-    /// The number of paths that had been tried 4 times or more at the last maintenance.
+    /// Returns the number of paths that had been tried 4 times or more at the last maintenance.
     int getProblematicCount() const { return m_problematicCount; }
 
 private:

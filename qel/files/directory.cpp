@@ -13,7 +13,7 @@ using platform::FileStatus;
 struct Directory::Iteration {
     explicit Iteration(platform::FileHandle handle) : folder(std::move(handle)) {}
 
-    // True for a link to a folder as well.
+    // Returns true for a link to a folder as well.
     bool isDirectory(const DirectoryEntry& entry) const {
         if (entry.kind != FileKind::SymLink) return entry.kind == FileKind::Directory;
         FileStatus status;
@@ -21,7 +21,7 @@ struct Directory::Iteration {
                status.kind == FileKind::Directory;
     }
 
-    // Reads the next entry of @p directory; at the end and after an error its iteration ends.
+    // Reads the next entry of @p directory; its iteration ends at the end and after an error.
     static bool next(Directory& directory, DirectoryEntry& entry);
 
     platform::FileHandle folder;
@@ -31,7 +31,7 @@ struct Directory::Iteration {
 
 namespace {
 
-// What the folder itself records about an entry.
+// Returns what the folder itself records about an entry.
 File::FileInfo infoOfKind(FileKind kind) {
     File::FileInfo info;
     info.isDirectory = kind == FileKind::Directory;
@@ -76,7 +76,7 @@ bool Directory::Iteration::next(Directory& directory, DirectoryEntry& entry) {
     return false;
 }
 
-// An entry that was removed since its name was read is left out.
+// An entry that was removed after its name was read is skipped.
 bool Directory::read(File::FileInfo& info) {
     DirectoryEntry entry;
     while (Iteration::next(*this, entry)) {

@@ -16,10 +16,11 @@ namespace {
 struct Entry {
     String path;
     String name;
-    bool isDirectory; // and no link to one
+    bool isDirectory; // not a link to one
 };
 
-// All names are read before the first is deleted. @return whether there are no more than were read.
+// Reads all names before the first is deleted. @return true if the folder was read to its end or does not
+// exist.
 template <typename Select>
 bool selectEntries(Vector<Entry>& entries, SmartCStr path, bool silent, Select isWanted) {
     Directory directory;
@@ -86,7 +87,8 @@ int Directory::cleanCacheDirectory(SmartCStr path, SmartCStr prefix, const Set<S
     return static_cast<int>(entries.size());
 }
 
-// The process and the counter keep processes and threads apart even when their random numbers don't.
+// The process number and the counter make the names of processes and threads differ even if their random
+// numbers do not.
 String Directory::getNewCacheFile(SmartCStr path, SmartCStr prefix) {
     static Mutex mutex;
     static uint32 counter = 0;

@@ -41,7 +41,7 @@ public:
         return true;
     }
 
-    // The folder that is copied to may lie in the one that is copied from; it isn't copied into itself.
+    // The target folder may be inside the source folder; it is not copied into itself.
     bool enteredFolder(const FolderCursor& at, const String& name) override {
         m_skipped = at.identity() == m_ownFolder;
         if (m_skipped) return false;
@@ -62,7 +62,7 @@ public:
 private:
     FolderCursor& m_to;
     const platform::FileIdentity m_ownFolder;
-    bool m_skipped = false; // the folder entered last has no counterpart
+    bool m_skipped = false; // the last folder does not exist in the target
 };
 
 } // namespace

@@ -25,7 +25,7 @@ bool Directory::createDirectory(SmartCStr path) {
     return !platform::makeDirectory(path) || isDirectory(path) || logNotCreated(path);
 }
 
-// Goes up to the nearest folder that exists and then down again; the number of levels is no deeper recursion.
+// Goes up to the nearest existing folder and then down again, without recursion.
 bool Directory::createDirectoryRecursively(SmartCStr path) {
     if (isDirectory(path)) return true;
     const String whole = path;

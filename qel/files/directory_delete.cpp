@@ -35,7 +35,7 @@ bool isGranted(const FileStatus& status) {
     return (status.mode & kOwnerMayAll) == kOwnerMayAll;
 }
 
-// Both forms return whether the folder had not been granted everything before and now has.
+// Both forms return true if the folder lacked some access before and has it now.
 bool grantAccess(const char* name, const platform::FileHandle& base = {}) {
     FileStatus status;
     return !readStatus(status, name, Links::Keep, base) && !isGranted(status) &&
@@ -48,7 +48,7 @@ bool grantAccess(const platform::FileHandle& folder) {
            !platform::setMode(folder, status.mode | kOwnerMayAll);
 }
 
-// Deletes everything it can. Folders that are to be deleted are granted access first where that is missing.
+// Deletes everything it can. Folders to be deleted are first granted access where it is missing.
 class DeleteVisitor : public internal::TreeVisitor {
 public:
     DeleteVisitor(SmartCStr root, bool silent) : TreeVisitor(root, "deleted"), m_silent(silent) {}
@@ -63,7 +63,7 @@ public:
         return true;
     }
 
-    // Entering takes access to the folder that the name is in as well.
+    // Entering a folder requires access to its parent as well.
     bool refused(const FolderCursor& at, const String& name, const FileError& error) override {
         if (!isPermissionDenied(error)) return false;
         const bool isAbove = grantAccess(at.folder());
@@ -79,7 +79,7 @@ protected:
 private:
     using Remove = FileError (*)(const char*, const platform::FileHandle&);
 
-    // A folder is not empty when something in it, which was noted before, could not be deleted.
+    // A folder in which something could not be deleted is not empty; that failure was already noted.
     void remove(Remove removeName, const FolderCursor& at, const String& name) {
         FileError error = removeName(name.c_str(), at.folder());
         if (isPermissionDenied(error) && grantAccess(at.folder()))
@@ -96,7 +96,7 @@ FileError openToDelete(FolderCursor& cursor, SmartCStr path, Links links) {
     return isPermissionDenied(error) && grantAccess(path) ? cursor.open(path, links) : error;
 }
 
-// What is not a folder is left to the caller, which learns it by the result.
+// A path that is not a folder is reported to the caller by the result only.
 bool isGoneOrWarn(SmartCStr path, const FileError& error, bool silent) {
     if (!isGone(error) && !isNoFolder(error) && !silent) internal::warnNotDeleted(path, error, path);
     return isGone(error);
@@ -109,7 +109,7 @@ bool deleteContents(SmartCStr path, Links links, bool silent) {
     return internal::walkTree(cursor, visitor);
 }
 
-// Puts back the permissions of a folder that was granted access and stays.
+// Restores the permissions of a folder that was granted access and is kept.
 void restoreMode(SmartCStr path, const FileStatus& before) {
     platform::FileHandle folder;
     FileStatus now;
@@ -136,7 +136,8 @@ public:
     int count = 0;
 
 private:
-    // By its name in the open folder first: that works at any depth, and no link can come in between.
+    // Uses the name in the open folder first: that works at any depth, and the path cannot be redirected by a
+    // link.
     bool remove(const FolderCursor& at, const String& name) {
         return isGone(platform::removeFile(name.c_str(), at.folder())) ||
                File::deleteFileNowOrLater("[deleteolder]", pathOf(at, name), false);
@@ -160,7 +161,7 @@ public:
 
 bool internal::deleteTree(SmartCStr path, bool silent) {
     String own = path;
-    File::pathStripEndingSeparator(own); // a separator at the end would look through a link
+    File::pathStripEndingSeparator(own); // with a separator at the end, a link would be followed
     return deleteContents(own, Links::Keep, silent) &&
            isGoneOrWarn(own, platform::removeDirectory(own.c_str()), silent);
 }

@@ -17,7 +17,7 @@ namespace {
 
 constexpr const char* kTakenOver = "taken over";
 
-// Owner first: only an owner may change permissions. A link has none of its own.
+// Owner first: only an owner may change permissions. A link has no permissions of its own.
 FileError take(const char* name, const platform::FileHandle& folder = {}) {
     constexpr uint32 kReadWrite = 0600, kReadWriteEnter = 0700;
     FileStatus status;

@@ -52,7 +52,7 @@ private:
     const String m_name;
 };
 
-// Feeds the tree to the hash as Directory::getDirectoryHash() describes, up to the first thing that cannot be
+// Feeds the tree to the hash as Directory::getDirectoryHash() describes, up to the first entry that cannot be
 // read.
 class HashVisitor : public internal::TreeVisitor {
 public:
@@ -66,7 +66,7 @@ public:
 
     bool visitFolder(const FolderCursor&, const String& name) override { return addName('d', name); }
     bool leftFolder(const FolderCursor&, const String&) override { return addName('u', String()); }
-    // What was removed meanwhile counts as well: its name may be in the hash already.
+    // An entry that was removed meanwhile is a failure too: its name may already be in the hash.
     void failed(const FolderCursor& at, const String& name, const FileError& error) override {
         note(at, name, error);
     }
@@ -101,7 +101,7 @@ bool HashVisitor::addTarget(const FolderCursor& at, const String& name) {
     return true;
 }
 
-// The size follows the content, so that it is the size of what was read.
+// The size follows the content, so it is the size of what was actually read.
 bool HashVisitor::addContent(const FolderCursor& at, const String& name) {
     FileHandle file;
     if (const FileError error = internal::openForReading(file, name.c_str(), Links::Keep, at.folder()))

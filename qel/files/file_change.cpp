@@ -15,8 +15,8 @@ using platform::OpenMode;
 
 namespace {
 
-// A copy goes to what a link stands for, as a write would, and leaves the link; one without a target has no
-// place for a file.
+// A copy replaces the target of a link, as a write would, and keeps the link; a link without a target cannot
+// be written through.
 FileError resolveTarget(std::string& target, SmartCStr path) {
     FileStatus status;
     target = path.c_str();
@@ -32,7 +32,7 @@ FileError copyBetweenPaths(SmartCStr from, SmartCStr to) {
     return internal::copyFileContent({workingFolder, from}, {workingFolder, target.c_str()}, Links::Follow);
 }
 
-// The way between two disks, where a rename is impossible.
+// Moves a file between two disks, where it cannot be renamed.
 FileError copyAndRemove(SmartCStr from, SmartCStr to) {
     FileStatus status;
     FileError error = readStatus(status, from, Links::Keep);
@@ -49,7 +49,7 @@ bool warnUnlessDone(const FileError& error, const char* action, SmartCStr from, 
     return false;
 }
 
-// Tells whether the file was new, so that a failure later on leaves nothing behind.
+// Reports whether the file is new, so that it can be removed if a later step fails.
 FileError createOrEmpty(FileHandle& file, SmartCStr path, bool& isNew) {
     const FileError error = openFile(file, path, OpenMode::CreateNew);
     isNew = !error;

@@ -14,7 +14,7 @@ namespace {
 
 using platform::FileStatus;
 
-// A file under a name of its own beside the place it is meant for; removed unless it is put in place.
+// A file with a temporary name next to its final place; removed unless it is put in place.
 class UnfinishedFile {
 public:
     explicit UnfinishedFile(const FilePlace& place) : m_place(place) {}
@@ -35,8 +35,8 @@ private:
     String m_name;
 };
 
-// The name is short, so that it fits wherever the final one does. The permissions are set before anything is
-// written, so that nobody can read the content who may not read the source.
+// The name is short, so that it is valid wherever the final one is. The permissions are set before anything
+// is written, so that the content is never readable by a user who may not read the source.
 FileError UnfinishedFile::open(uint32 mode) {
     static std::atomic<uint32> number{0};
     String folder = File::stripFilenameFromPath(m_place.name);
@@ -72,7 +72,7 @@ FileError transfer(const FileHandle& from, FileHandle& to) {
     }
 }
 
-// A device, pipe or socket is not a place for a file.
+// Refuses to replace a device, pipe or socket.
 FileError testPlace(const FilePlace& place) {
     FileStatus status;
     const FileError error = platform::readStatus(status, place.name, platform::Links::Keep, place.folder);

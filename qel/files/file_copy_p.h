@@ -1,4 +1,4 @@
-// Whole files that take their final place in one step.
+// Writes whole files and moves them to their final place atomically.
 #pragma once
 
 #include <qel/files/whole_io_p.h>
@@ -6,20 +6,21 @@
 
 namespace qel::internal {
 
-/// A name in an open folder, or a path when the folder is closed.
+/// A name in an open folder, or a path if the folder is closed.
 struct FilePlace {
     const FileHandle& folder;
     const char* name;
 };
 
-/// Copies content, permission bits and time of modification of a plain file. The copy grows beside its final
-/// place under another name and takes the place in one step; whatever fails, nothing else has changed. A
-/// device, pipe or socket is neither copied nor replaced.
+/// Copies content, permission bits and time of modification of a plain file. The copy is written next to its
+/// final place under another name and renamed at the end; whatever fails, nothing else has changed. A device,
+/// pipe or socket is neither copied nor replaced.
 /// @param links  Links::Keep refuses a link as the source.
 FileError copyFileContent(const FilePlace& from, const FilePlace& to, platform::Links links);
 
-/// Writes a file that everybody may read and its owner may write. It is on the disk when it takes its place
-/// in one step; whatever fails, an earlier file of the name is as it was. @return whether that worked.
+/// Writes a file that everybody may read and its owner may write. The content is on disk before the file is
+/// renamed to its place; whatever fails, an earlier file of that name is unchanged.
+/// @return true on success.
 /// @errors logged.
 bool replaceFile(SmartCStr path, ConstByteSpan content);
 

@@ -27,8 +27,8 @@ bool isRefusal(const FileError& error) {
     return error == std::errc::permission_denied || error == std::errc::operation_not_permitted;
 }
 
-// On this system it is the folder's protection that keeps a name; a file's own is taken off as well, since
-// both together are what a read-only file means elsewhere.
+// On Linux the folder's permissions protect a name. The file's own protection is removed as well, because
+// only both together correspond to a read-only file on other systems.
 FileError removeProtected(const char* name, const FileHandle& folder, const FileStatus& file) {
     String parent = File::stripFilenameFromPath(name);
     if (parent.empty()) parent += '.';
@@ -56,7 +56,7 @@ void handOn(const String& path, const String& origin) {
     system->getGlobalMainQueue()->pushTask(new TaskQueue::LambdaNoContextTask(task), 0);
 }
 
-// The path stays hidden when the deletion is only put off.
+// The path stays hidden if the deletion is only deferred.
 void deleteHidden(DeleteFunction deletion, const String& origin, const String& path, bool silent) {
     if (deletion(path, silent)) return Object::system()->removePathFromFilesystemBlacklist(path);
     handOn(path, origin);
@@ -86,7 +86,7 @@ void deleteAsyncOrLater(DeleteFunction deletion, SmartCStr origin, const String&
         deletion(path, silent);
         return;
     }
-    const String absolute = absolutePath(path); // the working folder may be another when its turn comes
+    const String absolute = absolutePath(path); // the working folder may have changed by then
     system->addPathToFilesystemBlacklist(absolute);
     auto task = [deletion, origin = String(origin), absolute, silent] {
         deleteHidden(deletion, origin, absolute, silent);

@@ -7,25 +7,25 @@
 
 namespace qel {
 
-/// A lock for data on disk. It ends with its process, whatever the cause, and the next process takes over at
-/// once. Each FileLock stands for itself: two on one path exclude each other, in one process too. It hinders
-/// only those who use it.
+/// A lock for data on disk. The system releases it when its process ends for any reason, and the next process
+/// takes it at once. Two FileLock objects on one path exclude each other, even in one process. The lock is
+/// advisory.
 /// @threads one thread at a time.
 class QEL_API FileLock : public Object {
     QEL_CLASS(FileLock, Object)
 
 public:
-    /// Opens the file, which is made when it is missing; nothing is locked yet.
-    /// @errors "failed to open lock file, err=" and the system's text is logged; lock() then does nothing.
+    /// Opens the file, which is created if missing; nothing is locked yet.
+    /// @errors logs "failed to open lock file, err=" and the system's text; lock() then does nothing.
     explicit FileLock(const char* path);
     FileLock(const FileLock&) = delete;
     FileLock& operator=(const FileLock&) = delete;
 
-    /// Waits for the lock. One that it has already is kept, and given back by one unlock().
+    /// Waits for the lock. If it is already held, nothing changes, and one unlock() still releases it.
     void lock();
-    /// Takes the lock if nobody else has it. @return whether it has it now.
+    /// Takes the lock if it is free. @return true if this object holds it now.
     bool tryLock();
-    /// Gives the lock back.
+    /// Releases the lock.
     void unlock();
 
 private:
@@ -33,10 +33,10 @@ private:
     platform::FileHandle m_file;
 };
 
-/// Has a FileLock for the length of a scope.
+/// Holds a FileLock during a scope.
 class FileLockGuard {
 public:
-    /// Waits for @p lock. @owner must outlive the guard.
+    /// Waits for @p lock. @owner it must outlive the guard.
     explicit FileLockGuard(FileLock* lock) : m_lock(lock) { m_lock->lock(); }
     FileLockGuard(const FileLockGuard&) = delete;
     FileLockGuard& operator=(const FileLockGuard&) = delete;

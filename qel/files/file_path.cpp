@@ -9,7 +9,7 @@ namespace {
 
 constexpr char kSeparator = '/';
 
-// Takes ".." from the end of `parts`, or tells that there is nothing to take it from.
+// Applies one part to `parts`: ".." removes the last one. Returns false if there is none to remove.
 bool resolvePart(std::string_view part, Vector<std::string_view>& parts) {
     if (part.empty() || part == ".") return true;
     if (part != "..") {
@@ -30,7 +30,7 @@ bool splitAndResolve(std::string_view path, Vector<std::string_view>& parts) {
     }
 }
 
-// Where the extension's dot stands; npos when there is none.
+// Returns the position of the dot of the extension; npos if there is none.
 size_t extensionDot(std::string_view path) {
     const size_t nameBegin = path.rfind(kSeparator) + 1;
     const size_t dot = path.rfind('.');

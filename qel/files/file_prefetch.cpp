@@ -10,8 +10,8 @@ namespace qel {
 
 namespace {
 
-// Reading leaves the content in the system's cache as touching a mapping would, but a file that shrinks
-// meanwhile just ends early.
+// Reading loads the content into the system's cache as accessing a mapping would, but is safe if the file
+// shrinks meanwhile.
 bool readThrough(const internal::FileHandle& file) {
     Buffer block(1 << 20);
     for (uint64 offset = 0;; offset += block.getSize()) {

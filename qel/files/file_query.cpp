@@ -48,7 +48,7 @@ void fillFileInfo(const FileStatus& status, bool isSymLink, File::FileInfo& info
 
 namespace {
 
-// The folder in which `path` stands; empty when there is none above it.
+// Returns the folder that contains `path`; empty if there is none above it.
 String parentOf(SmartCStr path) {
     String own = path;
     File::pathStripEndingSeparator(own);

@@ -1,4 +1,4 @@
-// What the system's status of a name means to the framework.
+// Interprets the system's status of a file for the framework.
 #pragma once
 
 #include <qel/files/file.h>
@@ -6,12 +6,12 @@
 
 namespace qel::internal {
 
-/// A point in time as UTC stamp; what a stamp can't hold becomes the nearest that it can.
+/// Converts a point in time to a UTC stamp; times outside its range become the nearest stamp.
 uint64 utcStampOf(const platform::FileTime& time);
-/// Reads the status of what @p path stands for, or the link's own if its target cannot be examined.
+/// Reads the status of the target of @p path, or the link's own if the target cannot be examined.
 platform::FileError readNameStatus(platform::FileStatus& status, bool& isSymLink, const char* path,
                                    const platform::FileHandle& base = {});
-/// Fills all fields but the name.
+/// Fills in all fields except the name.
 void fillFileInfo(const platform::FileStatus& status, bool isSymLink, File::FileInfo& info);
 
 } // namespace qel::internal

@@ -13,7 +13,7 @@ using platform::OpenMode;
 
 namespace {
 
-// Failures are logged only: the results of the write functions tell no more than whether the file was opened.
+// Failures are only logged: the results of the write functions report only whether the file was opened.
 void writeAndClose(FileHandle& file, SmartCStr path, ConstByteSpan bytes) {
     FileError error = internal::writeFully(file, bytes.data, bytes.size);
     if (const FileError closing = file.close(); !error) error = closing;

@@ -1,4 +1,4 @@
-// Writes bytes as a table of C source code.
+// Writes bytes as an array in C source code.
 #pragma once
 
 #include <qel/foundation/base/byte_consumer.h>
@@ -12,21 +12,21 @@
 
 namespace qel {
 
-/// A sink that writes what it gets into a source file: the array "table_data" and, from close(), its
+/// A sink that writes the bytes it receives to a source file: the array "table_data" and, at close(), its
 /// "table_size". Lines have at most 80 characters.
-/// @errors  a file that cannot be opened is logged by the constructor, and nothing is written; close() logs a
-///          file that could not be written.
+/// @errors  if the file cannot be opened, the constructor logs it and nothing is written; close() logs a file
+/// that could not be written.
 /// @threads an object is used by one thread at a time.
 class QEL_API HexSourceWriter : public Object, public ByteConsumer {
     QEL_CLASS(HexSourceWriter, Object)
 
 public:
-    /// Creates or empties the file and begins the table.
+    /// Creates or empties the file and begins the array.
     explicit HexSourceWriter(const char* path);
 
-    /// Adds bytes to the table; their type does not matter.
+    /// Adds bytes to the array; their type is ignored.
     void process(StreamType type, const uint8* data, unsigned size) override;
-    /// Ends the table, adds its size and closes the file; what comes later is dropped.
+    /// Ends the array, adds its size and closes the file; later bytes are dropped.
     void close();
 
 private:

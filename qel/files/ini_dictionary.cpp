@@ -16,14 +16,14 @@ namespace qel::internal {
 
 namespace {
 
-constexpr size_t kPieceSize = 8 * 1024; // a piece ends with the first suitable line after this size
+constexpr size_t kPieceSize = 8 * 1024; // a piece ends at the first suitable line after this size
 
-Mutex g_libraryMutex; // over the library's error callback, of which it has only one
+Mutex g_libraryMutex; // guards the library's only error callback
 Vector<String>* g_libraryErrors QEL_GUARDED_BY(g_libraryMutex) = nullptr;
 
 using Loaded = std::unique_ptr<dictionary, decltype(&iniparser_freedict)>;
 
-// Called within loadByLibrary() alone, under its lock.
+// Called only within loadByLibrary(), under its lock.
 QEL_NO_THREAD_ANALYSIS int keepLibraryError(const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
@@ -32,7 +32,8 @@ QEL_NO_THREAD_ANALYSIS int keepLibraryError(const char* format, ...) {
     return 0;
 }
 
-// The library lowers keys by the locale. Errors are returned, since listeners of the log may load files too.
+// The library converts keys to lower case by the locale. Errors are returned, because log listeners may load
+// files too.
 Loaded loadByLibrary(const char* path, Vector<String>& errors) {
     const platform::CLocaleScope plainLetters;
     const MutexLock lock(g_libraryMutex);
@@ -57,7 +58,7 @@ std::string_view trimmed(std::string_view text) {
     return text.substr(begin, text.find_last_not_of(kSpaces) - begin + 1);
 }
 
-// Walks over the lines of a file. A line that ends with a backslash continues with the next one in its place.
+// Iterates over the lines of a file. A line that ends with a backslash continues on the next line.
 class LineWalk {
 public:
     explicit LineWalk(std::string_view content) : m_content(content) {}
@@ -65,10 +66,10 @@ public:
     bool isAtEnd() const { return m_position == m_content.size(); }
     size_t position() const { return m_position; }
     size_t lineNumber() const { return m_lineNumber; }
-    /// The line that names the section at the position; empty before the first one.
+    /// Returns the line that names the current section; empty before the first one.
     const std::string& header() const { return m_header; }
 
-    /// Moves to the next line that continues no other.
+    /// Moves to the next line that does not continue another.
     void next() {
         std::string whole;
         bool continues = false;

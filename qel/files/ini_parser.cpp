@@ -49,13 +49,13 @@ int toInt(const char* text) {
         std::clamp<long long>(std::strtoll(text, nullptr, 0), Limits::min(), Limits::max()));
 }
 
-// A negative number is taken as what it is modulo 2^32.
+// A negative number is converted modulo 2^32.
 unsigned toUnsigned(const char* text) {
     constexpr long long kMax = std::numeric_limits<unsigned>::max();
     return static_cast<unsigned>(std::clamp(std::strtoll(text, nullptr, 0), -kMax, kMax));
 }
 
-// Passes what stands in the file, if anything does, on to a conversion.
+// Passes the text of the key, if it exists, to a conversion.
 template <typename T, typename Convert>
 bool read(const char* text, T& value, const Convert& convert) {
     if (text) value = convert(text);

@@ -20,7 +20,7 @@ MemoryMap::MemoryMap(const char* path, Mode mode)
     logging::error() << "file mapping object could not be created";
 }
 
-/// Whether the file still holds all of a window.
+/// Returns true if the file still contains the whole window.
 bool MemoryMap::isInside(uint64 offset, unsigned size) const {
     platform::FileStatus status;
     if (platform::readStatus(status, m_file)) return false;
@@ -46,7 +46,7 @@ void MemoryMap::unmap(uint8* p, uint64 offset, unsigned) {
     const size_t delta = offset & m_alignmentMask;
     if (!platform::unmapWindow(p - delta))
         logging::warning() << "mapped file '" << m_path
-                           << "' could not be read whole; zeros stood for the rest";
+                           << "' could not be read completely; missing pages were read as zeros";
 }
 
 bool MemoryMap::flush(uint8* p, unsigned size) {

@@ -1,4 +1,4 @@
-// MemoryMap: a file seen as memory, in windows that the caller chooses.
+// MemoryMap: a file mapped into memory, in windows that the caller chooses.
 #pragma once
 
 #include <qel/foundation/base/object.h>
@@ -8,47 +8,48 @@
 
 namespace qel {
 
-/// Maps parts of an existing file into memory. The file isn't made and doesn't grow. What is written to a
-/// window is seen by all windows on the file, in all processes, and reaches the disk in the system's own time
-/// or by flush().
-///
-/// A file that another process makes shorter does no harm: whole pages after its new end read as zeros in
-/// the windows that exist, what is written to them is lost, and unmap() logs it. For that the first window of
-/// the process installs a handler of the signal SIGBUS, which passes every other fault on to the handler
-/// before.
-/// @threads one thread at a time, but for map() and unmap(), which any number of threads may call.
+/// Maps parts of an existing file into memory. The file is neither created nor extended. Changes in a window
+/// are visible in all windows on the file, in all processes; the system writes them to disk at a time of its
+/// choice, or flush() does.
+/// || A file that another process makes shorter does no harm: whole pages after its new end read as zeros in
+/// the existing windows, what is written to them is lost, and unmap() logs it. For this the first window of
+/// the process installs a handler of the signal SIGBUS, which passes every other fault on to the previous
+/// handler.
+/// @threads one thread at a time, except map() and unmap(), which any number of threads may call.
 class QEL_API MemoryMap : public Object {
     QEL_CLASS(MemoryMap, Object)
 
 public:
-    /// How a file is mapped.
+    /// The way a file is mapped.
     enum Mode : int {
-        ReadOnly = 0,  ///< writing to a window is a fault
-        ReadWrite = 1, ///< windows may be written
+        ReadOnly = 0,  ///< writing to a window causes a fault
+        ReadWrite = 1, ///< windows may be written to
     };
 
-    /// Opens the file @p path. @param mode  all values but ReadWrite are read only.
-    /// @errors a file that is missing, empty or no file logs "file mapping object could not be created".
+    /// Opens the file @p path. @param mode  any value other than ReadWrite means read-only.
+    /// @errors a file that is missing, empty or not a plain file logs "file mapping object could not be
+    /// created".
     MemoryMap(const char* path, Mode mode);
     MemoryMap(const MemoryMap&) = delete;
     MemoryMap& operator=(const MemoryMap&) = delete;
 
-    /// Whether the file is open.
+    /// Returns true if the file is open.
     bool isValid() const { return m_file.isOpen(); }
-    /// Bytes of the file when it was opened; 0 if it isn't open.
+    /// Returns the size of the file in bytes when it was opened; 0 if it is not open.
     uint64 getFileSize() const { return m_fileSize; }
-    /// Shows @p size bytes from @p offset on, which need not be a multiple of anything.
-    /// @return the byte at @p offset; null if that fails, which is logged. A window must lie within the file.
-    /// @owner the caller, which gives it back by unmap().
+    /// Maps @p size bytes, starting at @p offset, which need not be aligned.
+    /// @return the address of the byte at @p offset; null on failure, which is logged. A window must lie
+    /// within the file.
+    /// @owner the caller must unmap() it.
     uint8* map(uint64 offset, unsigned size);
-    /// Takes a window away, whole. @param p  what map() gave for @p offset; what is no window does nothing.
+    /// Unmaps a whole window. @param p  as returned by map() for @p offset; any other address has no effect.
     void unmap(uint8* p, uint64 offset, unsigned size);
-    /// Returns when the @p size bytes at @p p, a part of a window, are on the disk. @return whether they are;
-    /// a failure is logged.
+    /// Returns once the @p size bytes at @p p, a part of a window, are on disk. @return true on success; a
+    /// failure is logged.
     bool flush(uint8* p, unsigned size);
-    /// Sets a mark for users of the map, which changes nothing here.
+    /// Sets a flag for users of the map; it has no other effect.
     void invalidateAll() { m_invalidated = true; }
-    /// Whether invalidateAll() was called.
+    /// Returns true if invalidateAll() was called.
     bool isInvalidated() const { return m_invalidated; }
 
 private:

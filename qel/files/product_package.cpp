@@ -41,16 +41,16 @@ bool ProductPackage::unpack(SmartCStr target) {
     return false;
 }
 
-// The name stands behind a switch that includes names, where nothing in it can be taken for a switch or a
-// file of names.
+// The name follows a switch that includes names, so nothing in it can be interpreted as a switch or a list
+// file.
 bool ProductPackage::unpackFile(SmartCStr name, SmartCStr target) {
     if (run(target, {std::string("-ir!") + name.c_str()})) return true;
     logging::error() << "failed to unzip file from archive";
     return false;
 }
 
-// The switch "-spd" keeps asterisks in the names of archives and of files from being patterns. In the target
-// an asterisk would always stand for the archive's name.
+// The switch "-spd" prevents asterisks in the names of archives and files from being patterns. In the target
+// an asterisk would always be replaced with the archive's name.
 bool ProductPackage::run(SmartCStr target, const Vector<std::string>& selection) const {
     const String folder = internal::absolutePath(target);
     if (folder.contains('*')) return false;

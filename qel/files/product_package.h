@@ -9,34 +9,34 @@
 
 namespace qel {
 
-/// An archive with a "manifest.ini" at its root, unpacked by an outside program that understands the command
-/// line of 7z. The program is started directly, without a shell: no name is ever read as a command, an option
-/// or a pattern.
+/// An archive with a "manifest.ini" at its root, unpacked by an external program with the command line of 7z.
+/// The program is started directly, without a shell: no name is ever interpreted as a command, an option or a
+/// pattern.
 /// @threads an object is used by one thread at a time; unpacking blocks until it is done.
 class QEL_API ProductPackage : public Object {
     QEL_CLASS(ProductPackage, Object)
 
 public:
-    /// What a package says of itself.
+    /// What a package states about itself.
     struct QEL_API Manifest {
         String product; ///< identifier of the product, "manifest:product"
         String version; ///< its version, "manifest:version"
 
-        /// Reads a manifest file. @return whether it is complete; if not, the manifest is as it was.
+        /// Reads a manifest file. @return true if it is complete; otherwise the manifest is unchanged.
         /// @errors logged.
         bool parse(SmartCStr path);
     };
 
-    /// A package in the file @p archivePath.
-    /// @param unpackerPath  the program; a name without a slash is looked for in $PATH.
+    /// Refers to the package in the file @p archivePath.
+    /// @param unpackerPath  the program; a name without a slash is searched for in $PATH.
     ProductPackage(SmartCStr archivePath, SmartCStr unpackerPath);
 
-    /// Unpacks "manifest.ini" beside the archive and reads it. @errors false, logged.
+    /// Unpacks "manifest.ini" next to the archive and reads it. @errors false, logged.
     bool getManifest(Manifest& manifest);
-    /// Unpacks everything into the folder @p target, over what is there.
+    /// Unpacks everything into the folder @p target and replaces existing files.
     /// @errors false, logged; also for a target with an asterisk, which the program would replace.
     bool unpack(SmartCStr target);
-    /// Unpacks the files called @p name, in whatever folder of the archive, into the folder @p target.
+    /// Unpacks the files called @p name, in any folder of the archive, into the folder @p target.
     /// @errors as unpack().
     bool unpackFile(SmartCStr name, SmartCStr target);
 

@@ -11,7 +11,7 @@ void System::addPathToFilesystemBlacklist(SmartCStr path) {
     m_filesystemBlacklist.emplace(hostPath);
 }
 
-// The path may have been deleted since it was added, so whether it exists no longer decides its form.
+// The path may have been deleted since it was added, so its form can no longer depend on whether it exists.
 void System::removePathFromFilesystemBlacklist(SmartCStr path) {
     String converted = path;
     File::pathSeparatorToHost(converted);

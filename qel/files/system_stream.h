@@ -1,4 +1,4 @@
-// A chunked reader of something that has a name and a size.
+// Reads content in pieces from a source that has a name and a size.
 #pragma once
 
 #include <qel/foundation/base/object.h>
@@ -10,36 +10,36 @@ namespace qel {
 
 class Buffer;
 
-/// Gives content piece by piece, such as a document that the user has picked outside the program. Hosts
-/// derive from it for sources of their own.
+/// Returns content piece by piece, such as a document that the user has selected outside the program. Hosts
+/// derive classes for their own sources.
 /// @threads an object is used by one thread at a time.
 class QEL_API SystemStream : public Object {
     QEL_CLASS(SystemStream, Object)
 
 public:
-    /// What read() tells.
+    /// The result of read().
     enum ReadResult : int {
         kChunk = 0,  ///< the buffer holds the next piece
-        kEnd = 1,    ///< there is no more
-        kFailed = 2, ///< it can't be read
+        kEnd = 1,    ///< there is nothing more
+        kFailed = 2, ///< the source cannot be read
     };
 
-    /// Puts the next piece into @p buffer, in place of what it held. @return a ReadResult.
+    /// Reads the next piece into @p buffer and replaces its content. @return a ReadResult.
     virtual int read(Buffer& buffer) = 0;
-    /// Ends the reading early and lets go of the source.
+    /// Stops reading early and releases the source.
     virtual void cancel() = 0;
 
-    /// What the source is called, without a folder.
+    /// Returns the name of the source, without a folder.
     const String& getName() const { return m_name; }
-    /// Bytes in the source; 0 until that is known.
+    /// Returns the bytes in the source; 0 while that is not known.
     uint64 getTotalSize() const { return m_totalSize; }
-    /// Appends all pieces to @p target. @return the first result of read() that isn't kChunk: kEnd when the
-    ///         source was read to its end.
+    /// Appends all pieces to @p target. @return the first result of read() that is not kChunk: kEnd if the
+    /// source was read to its end.
     int readAll(Buffer& target);
 
 protected:
-    String m_name;          ///< what getName() gives
-    uint64 m_totalSize = 0; ///< what getTotalSize() gives
+    String m_name;          ///< the result of getName()
+    uint64 m_totalSize = 0; ///< the result of getTotalSize()
 };
 
 } // namespace qel

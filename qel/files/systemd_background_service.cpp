@@ -14,7 +14,7 @@
 
 namespace qel {
 
-/// What systemctl said.
+/// The result of a systemctl call.
 struct SystemdBackgroundService::Answer {
     bool worked = false;
     String output; ///< its first line
@@ -43,7 +43,7 @@ bool isUnitName(const String& name) {
            name.find_first_not_of(kLetters) == String::npos;
 }
 
-// The quoting of systemd.syntax(7); "%" would begin a specifier.
+// Quotes as systemd.syntax(7) requires; "%" would begin a specifier.
 String quoted(const String& text, bool expandsVariables) {
     String result = "\"";
     for (const char c : text) {
@@ -59,7 +59,7 @@ String quoted(const String& text, bool expandsVariables) {
     return result + "\"";
 }
 
-// A setting's text ends with its line.
+// A line end would end the setting.
 String asSetting(String text) {
     std::replace_if(
         text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; }, ' ');
@@ -115,11 +115,11 @@ SystemdBackgroundService::Answer SystemdBackgroundService::systemctl(const List<
     }
     for (bool running = true; running;) {
         running = process->tick();
-        answer.takeFrom(*process, running); // once more behind its end
+        answer.takeFrom(*process, running); // once more after its end
         if (running) System::sleep(1);
     }
     answer.worked = process->exitStatus() == 0;
-    process->terminate(false); // closes the streams, which sets a last line without an end free
+    process->terminate(false); // closes the streams, which releases a last line without a line end
     answer.takeFrom(*process, false);
     return answer;
 }
@@ -183,7 +183,7 @@ bool SystemdBackgroundService::isStopped() {
     return hasProperty("isStopped", "ActiveState", {"inactive", "failed"});
 }
 
-// Half the time that systemd allows leaves room for a pass that takes long.
+// Half the time that systemd allows leaves room for a slow pass.
 void SystemdBackgroundService::work() {
     const SmartPointer<BackgroundService> keepAlive = holdIfShared();
     tick();

@@ -16,7 +16,7 @@ namespace {
 
 constexpr size_t kBlockSize = 512;
 
-/// A header's bytes. Source of the places: IEEE Std 1003.1, pax, "ustar Interchange Format".
+/// The bytes of a header. Source of the offsets: IEEE Std 1003.1, pax, "ustar Interchange Format".
 class Header {
 public:
     std::array<uint8, kBlockSize> bytes;
@@ -29,7 +29,7 @@ public:
         for (size_t i = 0; i < bytes.size(); ++i) sum += i >= kSumBegin && i < kSumEnd ? ' ' : bytes[i];
         return sum == octal(kSumBegin, kSumEnd);
     }
-    // Folders, links and the headers that only describe the next entry are none.
+    // Folders, links and headers that only describe the next entry are not files.
     bool isFile() const {
         const uint8 type = bytes[156];
         const String ownName = name();
@@ -48,7 +48,7 @@ private:
     static constexpr size_t kSumBegin = 148;
     static constexpr size_t kSumEnd = 156;
 
-    // GNU's form of the format, which differs in one byte here, has other things in the folder's place.
+    // GNU's form of the format differs in one byte here, and uses the field of the folder for other data.
     bool isUstar() const { return text(257, 263) == "ustar" && bytes[262] == 0; }
     std::string_view text(size_t begin, size_t end) const {
         const std::string_view field(reinterpret_cast<const char*>(&bytes[begin]), end - begin);
@@ -61,7 +61,7 @@ private:
             value = value * 8 + (bytes[begin] - '0');
         return value;
     }
-    // A number of more than 64 bits, or a negative one, is more than any file holds.
+    // A number of more than 64 bits, or a negative one, is larger than any file.
     uint64 base256() const {
         uint64 value = bytes[kSizeBegin] & 0x7F;
         for (size_t i = kSizeBegin + 1; i < kSizeEnd; ++i) {
@@ -86,7 +86,7 @@ bool TarArchive::open(SmartCStr path) {
     return !m_entries.empty();
 }
 
-// Every step moves on by at least one block, so that the work is bounded by the file's size.
+// Every step advances by at least one block, so the work is bounded by the file's size.
 void TarArchive::readHeaders(const String& path, uint64 fileSize) {
     Header header;
     for (uint64 offset = 0;;) {
@@ -123,7 +123,7 @@ bool TarArchive::readFile(SmartCStr name, Buffer& buffer) {
         return false;
     }
     internal::readFully(m_file, entry->second.offset, buffer.getBytePointer(), buffer.getSize(), done);
-    if (done < buffer.getSize()) buffer.clear(); // the file was cut behind our back
+    if (done < buffer.getSize()) buffer.clear(); // the file was truncated meanwhile
     return done == entry->second.size;
 }
 

@@ -1,4 +1,4 @@
-// Tar files, read in place.
+// Reads tar files without unpacking them.
 #pragma once
 
 #include <qel/files/archive.h>
@@ -11,10 +11,10 @@
 
 namespace qel {
 
-/// Reads tar files in the ustar format of IEEE Std 1003.1. Only entries that are plain files count, under the
-/// name that stands in the archive; of entries with the same name the last one counts. Sizes may stand in the
-/// octal or the base-256 form. What an entry claims is checked against the file when it is opened, so that no
-/// entry reaches past the end of the file.
+/// Reads tar files in the ustar format of IEEE Std 1003.1. Only plain files are listed, under their names in
+/// the archive; of several entries with the same name the last one is used. Sizes may be in the octal or the
+/// base-256 form. Each entry's offset and size are checked against the file when it is opened, so no entry
+/// extends past the end of the file.
 class QEL_API TarArchive : public Archive {
     QEL_CLASS(TarArchive, Archive)
 
@@ -22,15 +22,15 @@ public:
     TarArchive();
     ~TarArchive() override;
 
-    /// @errors what is damaged is logged and ends the reading; the whole entries before it stay.
+    /// @errors damage is logged and ends the reading; the complete entries before it are kept.
     bool open(SmartCStr path) override;
     bool hasFile(SmartCStr name) override;
     bool readFile(SmartCStr name, Buffer& buffer) override;
-    /// The names of all files, in no order.
+    /// Returns the names of all files in no particular order.
     Vector<String> getFileNames() const;
 
 private:
-    /// Where an entry's bytes lie in the file.
+    /// The position of an entry's bytes in the file.
     struct Extent {
         uint64 offset;
         uint64 size;

@@ -47,7 +47,7 @@ FileError FolderCursor::leave() {
     return {};
 }
 
-// ".." is the folder that was entered from only if nobody has moved this one elsewhere.
+// ".." is the folder from which the cursor came only if nobody has moved the current one.
 FileError FolderCursor::openAgain(Level& above) const {
     FileHandle parent;
     FileStatus status;
@@ -105,7 +105,7 @@ void TreeVisitor::warn(const FolderCursor& at, const String& name, const FileErr
 
 namespace {
 
-// The walk keeps for each open level only the names that are still to be visited, last one first.
+// For each open level the walk keeps only the names that are still to be visited, the last one first.
 class Walk {
 public:
     Walk(FolderCursor& cursor, TreeVisitor& visitor, WalkOrder order)
@@ -167,7 +167,7 @@ bool Walk::readFolder() {
     return true;
 }
 
-// An entry of unknown kind may be a folder, so nothing can be done with it.
+// An entry of unknown kind may be a folder, so it cannot be processed.
 bool Walk::makeKnown(DirectoryEntry& entry) {
     if (entry.kind != FileKind::Unknown) return true;
     FileStatus status;

@@ -1,4 +1,4 @@
-// Reading and writing of whole open files.
+// Reads and writes whole open files.
 #pragma once
 
 #include <qel/foundation/base/smart_cstr.h>
@@ -10,16 +10,16 @@ namespace qel::internal {
 using platform::FileError;
 using platform::FileHandle;
 
-/// Opens a file for reading; a folder can't be opened.
+/// Opens a file for reading; folders are refused.
 FileError openForReading(FileHandle& file, const char* path, platform::Links links = platform::Links::Follow,
                          const FileHandle& base = {});
-/// Fills @p size bytes from @p offset on. @p done is less when the file ends before.
+/// Fills @p size bytes, starting at @p offset. @p done is smaller if the file ends earlier.
 FileError readFully(const FileHandle& file, uint64 offset, void* data, size_t size, size_t& done);
 /// Writes all bytes at the current position.
 FileError writeFully(FileHandle& file, const void* data, size_t size);
-/// "; " and the system's text for an error, to end a log line with.
+/// Returns "; " and the system's text for an error, for the end of a log line.
 String describe(const FileError& error);
-/// Warns that @p path could not be read, copied or whatever @p action says.
+/// Logs a warning that @p path could not be read, copied, or whatever @p action names.
 void warnNotDone(SmartCStr path, const char* action, const FileError& error);
 
 } // namespace qel::internal

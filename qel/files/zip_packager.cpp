@@ -23,8 +23,8 @@ ZipPackager::ZipPackager(SmartCStr toolPath) : m_toolPath(toolPath) {}
 
 ZipPackager::~ZipPackager() = default;
 
-// The tool works inside the folder, so that the folder's own name can't be taken for a switch or a pattern.
-// The only pattern is the one that is meant.
+// The tool runs inside the folder, so the folder's own name cannot be interpreted as a switch or a pattern.
+// The only pattern is the intended one.
 bool ZipPackager::packDirectory(SmartCStr from, SmartCStr to, bool recurse) {
     bool isDirectory = false;
     m_atWork = false;
@@ -46,7 +46,7 @@ bool ZipPackager::tick() {
     m_atWork = m_process->tick();
     takeOutput();
     if (m_atWork) return true;
-    m_process->terminate(false); // closes the streams, which sets a last line without an end free
+    m_process->terminate(false); // closes the streams, which releases a last line without a line end
     takeOutput();
     return false;
 }

@@ -11,25 +11,26 @@ namespace qel {
 
 class Process;
 
-/// Packs a folder in a process of its own. The program is started directly, without a shell: no name is ever
-/// read as a command, an option or a pattern.
+/// Packs a folder in a separate process. The program is started directly, without a shell: no name is ever
+/// interpreted as a command, an option or a pattern.
 /// @threads an object is used by one thread at a time.
 class QEL_API ZipPackager : public Object {
     QEL_CLASS(ZipPackager, Object)
 
 public:
-    /// @param toolPath  the program; a name without a slash is looked for in $PATH.
+    /// @param toolPath  the program; a name without a slash is searched for in $PATH.
     explicit ZipPackager(SmartCStr toolPath = "7z");
     ~ZipPackager() override;
 
-    /// Starts to pack what is in the folder @p from into the archive @p to, whose extension tells its format.
-    /// A process still at work is ended. @param recurse  also matches names in folders below.
-    /// @return false when @p from is no folder or, logged, the program can't be started.
+    /// Starts to pack the content of the folder @p from into the archive @p to, whose extension determines
+    /// its format. A process that is still running is killed. @param recurse  true to match names in
+    /// subfolders too.
+    /// @return false if @p from is not a folder or, logged, if the program cannot be started.
     bool packDirectory(SmartCStr from, SmartCStr to, bool recurse);
-    /// Takes what the program has written; its error lines are logged. Call it from time to time.
-    /// @return whether the program is still at work.
+    /// Reads what the program has written and logs its error lines. Call it from time to time.
+    /// @return true if the program is still running.
     bool tick();
-    /// Whether the last run has ended well.
+    /// Returns true if the last run was successful.
     bool success() const;
 
 private:

@@ -14,7 +14,7 @@ namespace {
 
 using Messages = std::vector<std::string>;
 
-/// Keeps the messages of a service, each behind "I ", "W " or "E ".
+/// Collects the messages of a service, each with the prefix "I ", "W " or "E ".
 void listen(BackgroundService& service, Messages& heard) {
     const auto keep = [&heard](const char* kind) {
         return [&heard, kind](BackgroundService*, const char* text) { heard.push_back(kind + String(text)); };
@@ -48,7 +48,7 @@ protected:
     Messages heard;
 };
 
-TEST_F(ChildServiceTest, OutputIsSortedByWhatItHolds) {
+TEST_F(ChildServiceTest, OutputIsClassifiedByItsWords) {
     runShell(*service,
              "echo plain; echo 'a WARN'; echo 'WARN and FATAL' >&2; printf 'last ERROR\\n' >&2; cat");
     EXPECT_TRUE(service->start());
@@ -62,7 +62,7 @@ TEST_F(ChildServiceTest, OutputIsSortedByWhatItHolds) {
     EXPECT_EQ(heard.back(), "I killing process /bin/sh ...");
 }
 
-TEST_F(ChildServiceTest, AChildThatEndsIsStartedAgainOnceASecondAtMost) {
+TEST_F(ChildServiceTest, AChildIsRestartedAtMostOnceASecond) {
     runShell(*service, "printf 'more\\nlast words'");
     service->start();
     for (int starts = 1; starts <= 3; ++starts) {
@@ -81,11 +81,11 @@ TEST_F(ChildServiceTest, AChildThatEndsIsStartedAgainOnceASecondAtMost) {
     service->stop();
     service->setProcessFilePath(nullptr);
     service->start();
-    EXPECT_FALSE(service->hasChild()) << "there is no generic.exe";
+    EXPECT_FALSE(service->hasChild()) << "generic.exe does not exist";
     log.take();
 }
 
-TEST_F(ChildServiceTest, AStepEndsWhateverTheChildWritesAndTheListenersDo) {
+TEST_F(ChildServiceTest, AStepIsBoundedWhateverTheChildWrites) {
     runShell(*service, "yes; exit");
     service->start();
     while (heard.size() < 10'000) service->tick();
@@ -96,14 +96,14 @@ TEST_F(ChildServiceTest, AStepEndsWhateverTheChildWritesAndTheListenersDo) {
     EXPECT_FALSE(service);
 }
 
-TEST_F(ChildServiceTest, StopWaitsFiveSecondsForAServiceThatDoesNotStop) {
+TEST_F(ChildServiceTest, StopWaitsAtMostFiveSeconds) {
     service->staysUp = true;
     const uint32 before = system().getTime();
     EXPECT_FALSE(service->stop());
     EXPECT_EQ(system().getTime() - before, 5000u);
 }
 
-TEST_F(ChildServiceTest, WhetherItIsEnabledIsKeptInAFileThatIsReplacedInOneStep) {
+TEST_F(ChildServiceTest, TheEnabledStateIsStoredInAFileAtomically) {
     system().setApplicationDirectory(folder.path());
     for (const bool byDefault : {false, true}) {
         service = new TestedService(byDefault);
@@ -122,8 +122,8 @@ TEST_F(ChildServiceTest, WhetherItIsEnabledIsKeptInAFileThatIsReplacedInOneStep)
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path("b")), {}), 1);
 }
 
-// A stand-in for systemctl: notes its arguments, keeps the properties of the unit in files, and refuses when
-// there is a file "refuse".
+// A replacement for systemctl: it records its arguments, keeps the properties of the unit in files, and fails
+// if a file "refuse" exists.
 constexpr const char* kSystemctl = R"sh(#!/bin/sh
 cd "${0%/*}/.."
 echo "$*" >> calls
@@ -157,7 +157,7 @@ protected:
     test::EnvironmentVariable searchPath{"PATH", (folder.path("bin") + ":/usr/bin:/bin").c_str()};
 };
 
-TEST_F(SystemdServiceTest, TheUnitTellsSystemdWhatToRun) {
+TEST_F(SystemdServiceTest, TheUnitNamesTheProgramToRun) {
     service->setWatchdogSeconds(30);
     EXPECT_EQ(service->getUnitText(), test::documentedText("service/unit") + "\n");
     for (const char* name : {"", "a b", "../x", "-x", ".x", "a\nb", "ä"}) {
@@ -168,11 +168,11 @@ TEST_F(SystemdServiceTest, TheUnitTellsSystemdWhatToRun) {
         EXPECT_FALSE(service->isRunning()) << name;
         EXPECT_EQ(heard.back(), "E SystemdBackgroundService::isRunning: invalid service name");
     }
-    EXPECT_FALSE(folder.has("units")) << "nothing was run";
-    EXPECT_FALSE(folder.has("calls")) << "nothing was run";
+    EXPECT_FALSE(folder.has("units")) << "systemctl was not run";
+    EXPECT_FALSE(folder.has("calls")) << "systemctl was not run";
 }
 
-TEST_F(SystemdServiceTest, AServiceIsInstalledEnabledStartedStoppedAndRemoved) {
+TEST_F(SystemdServiceTest, AServiceGoesThroughAllItsStates) {
     EXPECT_FALSE(service->isInstalled());
     EXPECT_FALSE(service->isEnabled());
     EXPECT_FALSE(service->isRunning());
@@ -200,7 +200,7 @@ TEST_F(SystemdServiceTest, AServiceIsInstalledEnabledStartedStoppedAndRemoved) {
               Messages{"E SystemdBackgroundService::uninstall: there is no " + service->getUnitPath()});
 }
 
-TEST_F(SystemdServiceTest, RefusalsAreReportedInSystemdsWords) {
+TEST_F(SystemdServiceTest, FailuresAreReportedInSystemdsWords) {
     folder.write("refuse", "");
     EXPECT_FALSE(service->install());
     EXPECT_FALSE(service->enable());
@@ -221,7 +221,7 @@ TEST_F(SystemdServiceTest, RefusalsAreReportedInSystemdsWords) {
     log.take();
 }
 
-TEST_F(SystemdServiceTest, TheServiceTellsSystemdThatItIsReadyAliveAndStopping) {
+TEST_F(SystemdServiceTest, TheServiceReportsItsStateToSystemd) {
     const platform::FileHandle manager(socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK, 0));
     sockaddr_un address{AF_UNIX, {}};
     path("notify").copy(address.sun_path, sizeof address.sun_path - 1);

@@ -27,7 +27,7 @@ protected:
         Object::setSingleton("deleteLater", list.get());
     }
     Item root() { return Item(store.get()).add("deletes"); }
-    /// Every entry as "key = value".
+    /// Returns every entry as "key = value".
     std::string entries() {
         std::string text;
         Item entry;
@@ -41,14 +41,14 @@ protected:
     SmartPointer<DeleteLater> list;
 };
 
-TEST_F(Deletion, AFolderIsRefusedWithItsAttributesAndAMissingFileIsAsGoodAsDeleted) {
+TEST_F(Deletion, AFolderIsRefusedAndAMissingFileIsASuccess) {
     fs::permissions(folder.makeFolder("dir"), fs::perms(0755));
     EXPECT_TRUE(File::deleteFile(path("missing")));
     EXPECT_FALSE(File::deleteFile(path("dir")));
     log.expect(2, "file '" + path("dir") + "(attrib:0755) could not be deleted; Is a directory");
 }
 
-TEST_F(Deletion, AReadOnlyFileIsDeletedOnTheSecondTry) {
+TEST_F(Deletion, AReadOnlyFileIsDeletedOnTheSecondAttempt) {
     fs::permissions(folder.write("dir/file", ""), fs::perms(0444));
     fs::permissions(path("dir"), fs::perms(0555));
     const test::FailingFiles files(platform::Operation::Remove, std::errc::permission_denied,
@@ -59,7 +59,7 @@ TEST_F(Deletion, AReadOnlyFileIsDeletedOnTheSecondTry) {
     fs::permissions(path("dir"), fs::perms(0755));
 }
 
-TEST_F(Deletion, AnAsynchronousDeletionHidesThePathUntilItIsGoneOrTheMainThreadHandsItOn) {
+TEST_F(Deletion, AnAsynchronousDeletionHidesThePathMeanwhile) {
     for (const char* name : {"file", "tree/sub/file", "dir/file"}) folder.write(name, "");
     system().getGlobalDeleteIOQueue()->pause();
     for (const char* name : {"file", "missing", "dir"})
@@ -76,14 +76,14 @@ TEST_F(Deletion, AnAsynchronousDeletionHidesThePathUntilItIsGoneOrTheMainThreadH
     EXPECT_EQ(hiddenPaths(), std::set<std::string>{path("dir")});
 }
 
-TEST_F(Deletion, WhatIsNotDeletedNowIsHandedOnAndHiddenIfThereIsWhoTakesIt) {
+TEST_F(Deletion, AFailedDeletionIsDeferredAndHidden) {
     EXPECT_FALSE(Directory::deleteDirectoryRecursivelyNowOrLater("[test]", folder.write("file", ""), true));
     Object::setSingleton("deleteLater", nullptr);
     EXPECT_FALSE(File::deleteFileNowOrLater("[test]", folder.makeFolder("dir"), true));
     EXPECT_EQ(hiddenPaths(), std::set<std::string>{path("file")});
 }
 
-TEST_F(Deletion, ABackslashSeparatesUnlessAFileOfThatNameExistsNowAsOnTheQueue) {
+TEST_F(Deletion, ABackslashSeparatesUnlessSuchAFileExists) {
     const auto deleteNow = [this] { File::deleteFileNowOrLater("[test]", path("d\\f")); };
     const auto deleteOnQueue = [this] {
         File::deleteFileAsyncOrLater("[test]", path("d\\f"));
@@ -100,7 +100,7 @@ TEST_F(Deletion, ABackslashSeparatesUnlessAFileOfThatNameExistsNowAsOnTheQueue) 
     }
 }
 
-TEST_F(Deletion, WhatIsHiddenHasTheSeparatorsOfTheHost) {
+TEST_F(Deletion, HiddenPathsHaveTheSeparatorsOfTheHost) {
     folder.write("d/f", "");
     {
         const test::FailingFiles files(platform::Operation::Remove, std::errc::device_or_resource_busy);
@@ -115,7 +115,7 @@ TEST_F(Deletion, WhatIsHiddenHasTheSeparatorsOfTheHost) {
     log.take();
 }
 
-TEST_F(Deletion, ANameThatHoldsABackslashIsHiddenAndShownAsItIs) {
+TEST_F(Deletion, ANameWithABackslashIsHiddenAndShownUnchanged) {
     system().addPathToFilesystemBlacklist(folder.write("a\\b", ""));
     EXPECT_EQ(hiddenPaths(), std::set<std::string>{path("a\\b")});
     fs::remove(path("a\\b"));
@@ -123,7 +123,7 @@ TEST_F(Deletion, ANameThatHoldsABackslashIsHiddenAndShownAsItIs) {
     EXPECT_EQ(hiddenPaths(), std::set<std::string>{});
 }
 
-TEST_F(Deletion, CleaningACacheTakesItsOwnEntriesAlone) {
+TEST_F(Deletion, CleaningACacheDeletesOnlyItsOwnEntries) {
     const auto kept = {"cache_a_1.tmp", "other_a_1.qel", "cache_a_2.qel", "cache_ab_1.qel", "outside/file"};
     ASSERT_TRUE(File::createSymLink(path("cache_a_link.qel"), "outside", true));
     for (const char* name : kept) folder.write(name, "");
@@ -134,7 +134,7 @@ TEST_F(Deletion, CleaningACacheTakesItsOwnEntriesAlone) {
     EXPECT_EQ(folder.countEntries(), 5);
 }
 
-TEST_F(Deletion, NewCacheFilesAndTemporaryFoldersHaveNamesOfTheirOwn) {
+TEST_F(Deletion, NewCacheFilesAndTemporaryFoldersHaveUniqueNames) {
     const String file = Directory::getNewCacheFile(folder.path() + "/", "image");
     EXPECT_NE(file, Directory::getNewCacheFile(folder.path(), "image"));
     EXPECT_THAT(file, testing::StartsWith(path("cache_image_")));
@@ -154,9 +154,9 @@ TEST_F(Deletion, PreparedFilesAreCleanedByPathAndDeletedByName) {
     EXPECT_EQ(folder.countEntries(), 2);
 }
 
-// --- the list of what is deleted later --------------------------------------------------------------------
+// --- the list of paths to be deleted later ----------------------------------------------------------------
 
-TEST_F(Deletion, AnEntryKeepsItsFirstOriginInTheFormThatIsStored) {
+TEST_F(Deletion, AnEntryKeepsItsFirstOrigin) {
     list->addPath("/t/x", "[a]");
     log.expect(1, "new path added to deleteLater list, path=/t/x");
     list->addPath("/t/x", "[other]");
@@ -167,7 +167,7 @@ TEST_F(Deletion, AnEntryKeepsItsFirstOriginInTheFormThatIsStored) {
     EXPECT_TRUE(log.take().empty());
 }
 
-TEST_F(Deletion, WhatCannotBeDeletedIsTriedAgainAlsoAfterARestart) {
+TEST_F(Deletion, AFailedDeletionIsTriedAgainAlsoAfterARestart) {
     const std::string file = folder.write("file", "");
     {
         const test::FailingFiles files(platform::Operation::Remove, std::errc::device_or_resource_busy);
@@ -199,7 +199,7 @@ TEST_F(Deletion, WhatCannotBeDeletedIsTriedAgainAlsoAfterARestart) {
     log.take();
 }
 
-TEST_F(Deletion, FilesFoldersAndLinksGoAndWhatLinksStandForStays) {
+TEST_F(Deletion, TargetsOfDeletedLinksAreKept) {
     for (const char* name : {"tree/a/b", "kept/file", "file"}) folder.write(name, "");
     fs::create_directory_symlink(path("kept"), path("tree/a/out"));
     fs::create_directory_symlink(path("kept"), path("link"));
@@ -218,7 +218,7 @@ TEST_F(Deletion, FilesFoldersAndLinksGoAndWhatLinksStandForStays) {
     log.take();
 }
 
-TEST_F(Deletion, BrokenEntriesAreDroppedAndNothingIsDeletedForThem) {
+TEST_F(Deletion, BrokenEntriesAreDroppedWithoutADeletion) {
     const std::string file = folder.write("file", "");
     const fs::path before = fs::current_path();
     fs::current_path(folder.path());

@@ -12,8 +12,7 @@ namespace fs = std::filesystem;
 using namespace std::string_literals;
 using test::FailingFiles;
 
-// A tree with a link out of it, a link to itself and a file; and what the link leads to, which no test
-// changes.
+// A tree with a link out of it, a link to itself and a file. No test changes the target of the first link.
 class DirectoryTree : public test::FileFixture {
 protected:
     DirectoryTree() {
@@ -38,7 +37,7 @@ TEST_F(DirectoryTree, ReadsEachEntryOnceInFoldersOfAnySize) {
         seen.insert(info.name);
     }
     EXPECT_EQ(seen.size(), 3002u);
-    EXPECT_TRUE(directory.open(tree + "/sub/")) << "a second open starts anew";
+    EXPECT_TRUE(directory.open(tree + "/sub/")) << "a second open starts again";
     EXPECT_EQ(directory.readNextFile(), "file");
     EXPECT_EQ(directory.readNextFile(), "");
 }
@@ -51,10 +50,10 @@ TEST_F(DirectoryTree, AFileHasNoEntries) {
     EXPECT_EQ(name, "unchanged");
 }
 
-TEST_F(DirectoryTree, AFolderIsCreatedWithAllAboveItOrAnErrorIsLogged) {
+TEST_F(DirectoryTree, AFolderIsCreatedWithAllItsParents) {
     EXPECT_TRUE(Directory::createDirectoryRecursively(path("a/b//c/")));
     EXPECT_TRUE(fs::is_directory(path("a/b/c")));
-    EXPECT_TRUE(Directory::createDirectory(path("a"))) << "one that exists is a success";
+    EXPECT_TRUE(Directory::createDirectory(path("a"))) << "an existing folder is a success";
     EXPECT_FALSE(Directory::createDirectoryRecursively(path("outside/precious/a/b")));
     log.expect(3, "failed to create directory '" + path("outside/precious") + "'");
 }
@@ -67,7 +66,7 @@ TEST_F(DirectoryTree, DeletionNeverStartsAtOrGoesThroughALink) {
     EXPECT_TRUE(folder.has("tree/sub/file"));
 }
 
-TEST_F(DirectoryTree, DeletionOfTheContentsLeavesTheFolderAndThatOfTheTreeNothing) {
+TEST_F(DirectoryTree, ContentsAreDeletedWithOrWithoutTheFolder) {
     EXPECT_TRUE(Directory::deleteDirectoryContentsRecursively(tree));
     EXPECT_TRUE(Directory::isDirectoryEmpty(tree));
     EXPECT_TRUE(Directory::deleteDirectoryRecursively(tree + "/"));
@@ -75,15 +74,15 @@ TEST_F(DirectoryTree, DeletionOfTheContentsLeavesTheFolderAndThatOfTheTreeNothin
     EXPECT_TRUE(Directory::deleteDirectoryRecursively(tree)) << "missing";
 }
 
-TEST_F(DirectoryTree, WhatCannotBeDeletedStaysAndTheRestGoes) {
+TEST_F(DirectoryTree, AFailedDeletionDoesNotStopTheRest) {
     const FailingFiles files(platform::Operation::Remove, std::errc::device_or_resource_busy,
                              FailingFiles::Duration::Once);
     EXPECT_FALSE(Directory::deleteDirectoryRecursively(tree));
-    EXPECT_EQ(log.take().size(), 1u) << "that the folders above are not empty follows from it";
+    EXPECT_EQ(log.take().size(), 1u) << "the folders above are not empty as a consequence";
     EXPECT_NE(folder.has("tree/out"), folder.has("tree/sub"));
 }
 
-// Deeper than any path may be long, and than the stack or the number of open files would allow.
+// Deeper than the longest path, and deeper than the stack or the number of open files would allow.
 TEST_F(DirectoryTree, DepthHasNoLimit) {
     const fs::path before = fs::current_path();
     fs::current_path(folder.makeFolder("deep"));
@@ -114,7 +113,7 @@ TEST_F(DirectoryTree, ACopyKeepsLinksAsLinksAndReplacesFiles) {
     EXPECT_TRUE(Directory::copyDirectoryContentsRecursively(tree, tree));
 }
 
-TEST_F(DirectoryTree, TheHashIsThatOfNamesKindsAndContentsInOneStream) {
+TEST_F(DirectoryTree, TheHashCoversNamesKindsAndContents) {
     folder.write("plugin/main.sq", "print(1)\n");
     folder.write("plugin/resources/a.txt", "A");
     File::createSymLink(path("plugin/out"), "../nowhere", false);
@@ -125,9 +124,9 @@ TEST_F(DirectoryTree, TheHashIsThatOfNamesKindsAndContentsInOneStream) {
     EXPECT_EQ(Directory::getDirectoryHash(path("plugin/")), ~hash);
 }
 
-TEST_F(DirectoryTree, FindsAndMeasuresFilesButNotBehindLinks) {
+TEST_F(DirectoryTree, FindsAndMeasuresFilesWithoutFollowingLinks) {
     String found;
-    EXPECT_FALSE(Directory::findFile(tree, "precious", found)) << "behind a link";
+    EXPECT_FALSE(Directory::findFile(tree, "precious", found)) << "through a link";
     EXPECT_FALSE(Directory::findFile(tree, "sub", found)) << "a folder";
     EXPECT_TRUE(Directory::findFile(tree + "/", "file", found));
     EXPECT_EQ(found, path("tree/sub/file"));
@@ -136,7 +135,7 @@ TEST_F(DirectoryTree, FindsAndMeasuresFilesButNotBehindLinks) {
     EXPECT_EQ(size, 5u);
 }
 
-TEST_F(DirectoryTree, OldMeansNeitherCreatedNorModifiedLaterAndFoldersStay) {
+TEST_F(DirectoryTree, OldMeansNeitherCreatedNorModifiedLater) {
     const platform::FileTime longAgo{1'000'000'000, 0};
     ASSERT_FALSE(platform::setModified(folder.write("old/a/b/file", "").c_str(), &longAgo));
     File::FileInfo info;
@@ -148,14 +147,14 @@ TEST_F(DirectoryTree, OldMeansNeitherCreatedNorModifiedLaterAndFoldersStay) {
     EXPECT_TRUE(folder.has("old/a/b"));
 }
 
-TEST_F(DirectoryTree, EmptyFoldersAreDeletedAndFilesStay) {
+TEST_F(DirectoryTree, OnlyEmptyFoldersAreDeleted) {
     folder.makeFolder("empty/a/b");
     EXPECT_TRUE(Directory::deleteEmptyDirectoriesInPathRecursively(folder.path()));
     EXPECT_FALSE(folder.has("empty"));
     EXPECT_TRUE(folder.has("tree/sub/file"));
 }
 
-TEST_F(DirectoryTree, OwnershipGivesFullAccessAndDeletionTakesItButNotBehindLinks) {
+TEST_F(DirectoryTree, OwnershipAndDeletionNeverGoThroughLinks) {
     const auto permissions = [&](const char* name) { return fs::status(path(name)).permissions(); };
     const auto forbid = [&] {
         for (const char* name : {"tree/sub/file", "tree/sub", "tree"})

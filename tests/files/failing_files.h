@@ -1,4 +1,4 @@
-// File operations that fail when a test wants it.
+// File operations that fail on request.
 #pragma once
 
 #include <qel/platform/file_system.h>
@@ -9,26 +9,26 @@
 
 namespace qel::test {
 
-/// While it lives, lets one file operation fail, once or from then on, and counts those it has let pass.
+/// While it exists, makes one file operation fail, once or from then on, and counts the operations before.
 class FailingFiles : public seams::Faults {
 public:
     enum class Duration { Once, ForGood };
 
-    /// @param at    the operation that fails: 0 for the first, less for none.
-    /// @param only  counts operations of this kind alone.
+    /// @param at  the operation that fails: 0 for the first, negative for none.
+    /// @param only  counts only operations of this kind.
     FailingFiles(int at, std::errc error, Duration duration = Duration::ForGood,
                  std::optional<platform::Operation> only = {})
         : m_at(at), m_error(error), m_duration(duration), m_only(only) {
         seams::setFaults(this);
     }
-    /// Lets operations of one kind fail from the first on.
+    /// Makes all operations of one kind fail.
     FailingFiles(platform::Operation only, std::errc error, Duration duration = Duration::ForGood)
         : FailingFiles(0, error, duration, only) {}
     ~FailingFiles() override { seams::setFaults(nullptr); }
 
-    /// Makes each read and write do one byte at most.
+    /// Makes each read and write process at most one byte.
     void makeShort() { m_short = true; }
-    /// Whether an operation has failed.
+    /// Returns true if an operation has failed.
     bool hasFailed() const { return m_failed; }
 
     platform::FileError before(platform::Operation operation, std::size_t& size) override {

@@ -27,7 +27,7 @@ constexpr platform::FileTime kLongAgo{1'000'000'000, 0};
 
 class FileChange : public test::FileFixture {};
 
-TEST_F(FileChange, ACopyTakesContentPermissionsAndTimeAlsoWhenAMoveBetweenDisksMakesIt) {
+TEST_F(FileChange, ACopyKeepsContentPermissionsAndTime) {
     for (auto* const change : {&File::copyFile, &File::moveFile}) {
         folder.write("from", kNew);
         fs::permissions(path("from"), fs::perms::owner_all);
@@ -43,7 +43,7 @@ TEST_F(FileChange, ACopyTakesContentPermissionsAndTimeAlsoWhenAMoveBetweenDisksM
     }
 }
 
-TEST_F(FileChange, ACopyOntoItselfOrALinkKeepsBoth) {
+TEST_F(FileChange, ACopyOntoItselfOrALinkLosesNothing) {
     folder.write("from", kNew);
     folder.write("target", kOld);
     ASSERT_TRUE(File::createSymLink(path("link"), "target", false));
@@ -54,7 +54,7 @@ TEST_F(FileChange, ACopyOntoItselfOrALinkKeepsBoth) {
     EXPECT_TRUE(fs::is_symlink(path("link")));
 }
 
-TEST_F(FileChange, ACopyReplacesNeitherPipesNorDevicesNorLinksWithoutATarget) {
+TEST_F(FileChange, ACopyReplacesOnlyPlainFiles) {
     const std::string from = folder.write("from", kNew), pipe = path("pipe"), null = path("null");
     const std::string dangling = path("dangling");
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
@@ -70,7 +70,7 @@ TEST_F(FileChange, ACopyReplacesNeitherPipesNorDevicesNorLinksWithoutATarget) {
     EXPECT_TRUE(fs::is_fifo(pipe));
     EXPECT_TRUE(fs::is_character_file("/dev/null"));
     EXPECT_EQ(fs::read_symlink(dangling), "nowhere");
-    EXPECT_EQ(folder.countEntries(), 4) << "nothing else is left";
+    EXPECT_EQ(folder.countEntries(), 4) << "no other file is left";
 }
 
 TEST_F(FileChange, ACopyOfATreeReplacesNoPipe) {
@@ -82,8 +82,8 @@ TEST_F(FileChange, ACopyOfATreeReplacesNoPipe) {
     EXPECT_TRUE(fs::is_fifo(path("copy/name")));
 }
 
-// In a child process, which gets an empty /proc of its own.
-TEST_F(FileChange, ACopyTakesNoProcFileSystem) {
+// In a child process, which mounts an empty /proc of its own.
+TEST_F(FileChange, ACopyWorksWithoutProc) {
     const std::string from = folder.write("from", kNew);
     const pid_t child = fork();
     ASSERT_GE(child, 0);
@@ -100,7 +100,7 @@ TEST_F(FileChange, ACopyTakesNoProcFileSystem) {
     EXPECT_EQ(folder.read("to"), kNew);
 }
 
-TEST_F(FileChange, WhatCannotBeDoneIsLoggedWithTheReason) {
+TEST_F(FileChange, AFailureIsLoggedWithItsReason) {
     const std::string from = folder.write("from", kNew), dir = folder.makeFolder("dir"), none = path("none");
     const std::string missing = "No such file or directory";
     EXPECT_FALSE(File::copyFile(none, from));
@@ -115,12 +115,12 @@ TEST_F(FileChange, WhatCannotBeDoneIsLoggedWithTheReason) {
           std::string("file could not be extended; File too large"),
           "symbolic link '" + from + "' to target 'other' could not be created; File exists"})
         log.expect(2, reason);
-    EXPECT_FALSE(File::deleteSymLink(from)) << "only links are deleted as one";
+    EXPECT_FALSE(File::deleteSymLink(from)) << "it is not a link";
     EXPECT_EQ(folder.read("from"), kNew);
     EXPECT_EQ(folder.countEntries(), 2);
 }
 
-TEST_F(FileChange, TouchAndTruncateKeepWhatTheyDoNotCutAndAnEmptyFileKeepsNothing) {
+TEST_F(FileChange, OnlyAnEmptiedFileLosesItsContent) {
     ASSERT_FALSE(platform::setModified(folder.write("file", kOld).c_str(), &kLongAgo));
     const auto before = fs::last_write_time(path("file"));
     EXPECT_TRUE(File::touchFile(path("file")));
@@ -135,7 +135,7 @@ TEST_F(FileChange, TouchAndTruncateKeepWhatTheyDoNotCutAndAnEmptyFileKeepsNothin
     }
 }
 
-TEST_F(FileChange, ShortAndInterruptedWritesContinueAndAFailedOneIsLogged) {
+TEST_F(FileChange, ShortWritesContinueAndAFailedOneIsLogged) {
     {
         FailingFiles files(4, std::errc::interrupted, Duration::Once);
         files.makeShort();
@@ -147,10 +147,10 @@ TEST_F(FileChange, ShortAndInterruptedWritesContinueAndAFailedOneIsLogged) {
     EXPECT_TRUE(File::writeFile(path("file"), ConstByteSpan::fromText(kNew)));
     log.expect(3, "cant write file '" + path("file") + "' of 15 bytes; No space left on device");
     EXPECT_FALSE(File::writeFile(path("missing/file"), ConstByteSpan::fromText(kNew)));
-    EXPECT_TRUE(log.take().empty()) << "a file that can't be opened is reported by the result alone";
+    EXPECT_TRUE(log.take().empty()) << "a file that cannot be opened is reported only by the result";
 }
 
-// --- each single operation of a change fails in turn, until the change works ----------------------------
+// --- each operation of a change fails in turn, until the change succeeds --------------------------------
 
 auto countOpenFiles() {
     return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
@@ -170,7 +170,7 @@ const Change kChanges[] = {
      [](auto& folder) { return File::createEmptyFile(folder.path("made"), 100, true); }, 3},
 };
 
-/// Lets an operation of a change fail. @return whether there was none to fail.
+/// Makes one operation of a change fail. @return true if there was none left to fail.
 bool worksWithout(int step, const Change& change, Duration duration) {
     SCOPED_TRACE(change.name + (", step " + std::to_string(step)));
     const test::ScratchFolder folder;
@@ -186,12 +186,12 @@ bool worksWithout(int step, const Change& change, Duration duration) {
     EXPECT_EQ(log.take().size(), worked ? 0u : 1u);
     EXPECT_EQ(folder.read("from"), kNew);
     EXPECT_EQ(folder.read("to"), worked ? kNew : kOld)
-        << "only the closing of the source may fail without a log line";
+        << "only closing the source may fail without a log line";
     if (duration == Duration::Once) EXPECT_EQ(folder.countEntries(), 2) << "an unfinished file is left";
     return false;
 }
 
-TEST(FailedChange, LeavesEachFileAsItWasAndNothingElseBehind) {
+TEST(FailedChange, LeavesEachFileUnchangedAndNoOther) {
     for (const Duration duration : {Duration::Once, Duration::ForGood}) {
         for (const Change& change : kChanges) {
             int step = 0;

@@ -1,4 +1,4 @@
-// What the tests of files share.
+// Fixtures for tests of files.
 #pragma once
 
 #include <tests/files/failing_files.h>
@@ -10,7 +10,7 @@
 
 namespace qel::test {
 
-/// A test of kind @p Base with a folder of its own, and the log taken.
+/// A test of kind @p Base with its own folder and a captured log.
 template <typename Base>
 class WithFolder : public Base {
 protected:
@@ -22,7 +22,7 @@ protected:
 
 using FileFixture = WithFolder<::testing::Test>;
 
-/// A test of files with a System, which leaves no list of deferred deletions behind.
+/// A test of files with a System; it leaves no list of deferred deletions.
 class SystemFileFixture : public WithFolder<SystemFixture> {
 protected:
     void TearDown() override {
@@ -30,7 +30,7 @@ protected:
         WithFolder::TearDown();
     }
 
-    /// The paths that are hidden from those who list folders.
+    /// Returns the paths that are hidden from folder listings.
     std::set<std::string> hiddenPaths() {
         const MutexLock lock(system().getFilesystemBlacklistMutex());
         const auto& paths = system().getFilesystemBlacklist();

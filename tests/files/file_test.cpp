@@ -9,9 +9,9 @@
 namespace qel {
 namespace {
 
-TEST(FilePath, CanonicalFormResolvesDotsByTextAloneAndNeverLeavesTheRoot) {
+TEST(FilePath, CanonicalFormNeverLeavesTheRoot) {
     const std::array<const char*, 3> cases[] = {
-        // a path, the folder it stands in, and the canonical form or null for a path that is refused
+        // a path, its folder, and the canonical form or null for a path that is refused
         {"/a/./b/../c//d", "", "/a/c/d"}, {"b/../../c", "/x/y", "/x/c"},
         {"b/", "/x/", "/x/b/"},           {"a/..", "", "."},
         {"../../b", "/x", nullptr},       {"../b", "", nullptr}};
@@ -22,7 +22,7 @@ TEST(FilePath, CanonicalFormResolvesDotsByTextAloneAndNeverLeavesTheRoot) {
     }
 }
 
-TEST(FilePath, SplitsAtTheLastSlashExtensionsBelongToTheNameAndSeparatorsStandOnce) {
+TEST(FilePath, SplitsAtTheLastSlashAndTheLastDot) {
     const std::array<const char*, 4> cases[] = {// a path, its folder, its name and the extension of the name
                                                 {"/a.b/c.tar.gz", "/a.b", "c.tar.gz", "gz"},
                                                 {"b", "", "b", ""},
@@ -48,7 +48,7 @@ TEST(FilePath, SplitsAtTheLastSlashExtensionsBelongToTheNameAndSeparatorsStandOn
     EXPECT_EQ(File::addExtensionToPath("/a/c", "txt"), File::addExtensionToPath("/a/c", ".txt"));
 }
 
-TEST(FilePath, WideFormsRoundTripAndBrokenPairsAreReplaced) {
+TEST(FilePath, WideFormsRoundTripAndReplaceBrokenPairs) {
     EXPECT_EQ(File::pathToWideCharWindows("/\xF0\x9F\x98\x80"), (Vector<uint16>{'/', 0xD83D, 0xDE00, 0}));
     String path;
     File::pathFromWideCharWindows(path, std::array<uint16, 6>{0xD83D, 0xDE00, 0xD83D, 'x', 0xDE00, 0}.data());
@@ -57,7 +57,7 @@ TEST(FilePath, WideFormsRoundTripAndBrokenPairsAreReplaced) {
 
 class FileQuery : public test::FileFixture {};
 
-TEST_F(FileQuery, TellsFilesFoldersAndLinksApartAndTimesInTicksSince1601) {
+TEST_F(FileQuery, ReportsKindsSizesAndTimes) {
     const platform::FileTime time{1'000'000'000, 123'456'789};
     ASSERT_FALSE(platform::setModified(folder.write("file", "12345").c_str(), &time));
     ASSERT_TRUE(File::createSymLink(path("link"), folder.makeFolder("dir"), true));
@@ -68,15 +68,15 @@ TEST_F(FileQuery, TellsFilesFoldersAndLinksApartAndTimesInTicksSince1601) {
     EXPECT_FALSE(info.isDirectory);
     EXPECT_FALSE(info.isSymLink);
     EXPECT_EQ(info.modificationTime, 126'444'736'001'234'567u);
-    EXPECT_GT(info.creationTime, 133'000'000'000'000'000u) << "the file was made after 2022";
+    EXPECT_GT(info.creationTime, 133'000'000'000'000'000u) << "the file was created after 2022";
     EXPECT_TRUE(File::getFileInfo(path("link"), info));
     EXPECT_TRUE(info.isDirectory);
     EXPECT_TRUE(info.isSymLink);
-    EXPECT_TRUE(File::existsFile(path("dangling"))) << "a link counts by itself";
+    EXPECT_TRUE(File::existsFile(path("dangling"))) << "a link exists without its target";
     EXPECT_EQ(File::getFileSize(path("missing")), 0u);
 }
 
-TEST_F(FileQuery, AccessToAMissingPathIsThatOfItsNearestFolder) {
+TEST_F(FileQuery, AMissingPathIsAsAccessibleAsItsNearestFolder) {
     folder.write("file", "");
     for (const bool forWriting : {false, true}) {
         EXPECT_TRUE(File::isAccessible(path("a/b/c/"), forWriting));
@@ -85,7 +85,7 @@ TEST_F(FileQuery, AccessToAMissingPathIsThatOfItsNearestFolder) {
     }
 }
 
-TEST_F(FileQuery, HashesTheRangeThatExists) {
+TEST_F(FileQuery, HashesOnlyTheExistingRange) {
     const std::string file = folder.write("file", std::string(300'000, 'x') + "123456789");
     EXPECT_EQ(File::getFileHash(file, 300'000, uint64(1) << 60), ~0xE3069283u)
         << "the check value's complement";
@@ -94,7 +94,7 @@ TEST_F(FileQuery, HashesTheRangeThatExists) {
     EXPECT_EQ(File::getFileHash(folder.path(), 0, 1), 0xFFFFFFFF);
 }
 
-TEST_F(FileQuery, ComparesWholeContentsAndPrefetchesThemAndIsQuietAboutMissingFiles) {
+TEST_F(FileQuery, ComparesAndPrefetchesWholeContents) {
     const std::string a = folder.write("a", "same");
     EXPECT_TRUE(File::compareFiles(a, folder.write("b", "same"), false));
     EXPECT_FALSE(File::compareFiles(a, folder.write("c", "sama"), false));
@@ -114,7 +114,7 @@ protected:
     Buffer buffer;
 };
 
-TEST_F(BufferFile, CompressedFilesComeBackWholeAndPlainOnesUnharmed) {
+TEST_F(BufferFile, ReadsCompressedAndPlainFiles) {
     for (const std::string& content :
          {std::string(100'000, 'q'), std::string("a\0b\xFF", 4), std::string()}) {
         buffer.set(ConstByteSpan::fromText(content));
@@ -131,7 +131,7 @@ TEST_F(BufferFile, CompressedFilesComeBackWholeAndPlainOnesUnharmed) {
     }
 }
 
-TEST_F(BufferFile, WhatCannotBeOpenedLeavesTheBufferAloneAndADamagedFrameItsRawBytes) {
+TEST_F(BufferFile, ADamagedFrameLoadsItsRawBytes) {
     EXPECT_FALSE(buffer.loadFromFile(path("missing").c_str(), true, false));
     EXPECT_FALSE(load("."));
     log.expect(3, "cant open file '" + path(".") + "'");
@@ -145,7 +145,7 @@ TEST_F(BufferFile, WhatCannotBeOpenedLeavesTheBufferAloneAndADamagedFrameItsRawB
     EXPECT_EQ(buffer, frame);
 }
 
-TEST_F(BufferFile, AFailedReadIsToldAndAShortOneGoesOn) {
+TEST_F(BufferFile, AFailedReadIsReportedAndAShortOneContinues) {
     folder.write("file", "0123456789");
     for (const std::errc error : {std::errc::io_error, std::errc::interrupted}) {
         const bool works = error == std::errc::interrupted;

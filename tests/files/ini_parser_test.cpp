@@ -16,7 +16,7 @@ protected:
     INIParser parse(std::string_view content) const {
         return INIParser(folder.write("x.ini", content).c_str());
     }
-    /// What a form of an accessor gives for a key; nothing when it gives false.
+    /// Returns what a form of an accessor reads for a key; nothing if it returns false.
     template <typename T, typename... Fallback>
     static std::optional<T> get(bool (INIParser::*form)(SmartCStr, T&, Fallback...) const,
                                 const INIParser& ini, const char* key, Fallback... fallback) {
@@ -29,7 +29,7 @@ constexpr const char* kNumbers =
     "[n]\nhex=0x10\noct=010\nneg=-3\none=-1\ntext=abc\nhuge=99999999999999999999\n"
     "f=1.5e3 mm\nhf=0x1p4\nempty=\n[test]\nA=5\nlong=7\n";
 
-TEST_F(INIParserTest, NumbersAreReadAsTheirTextTellsAndFractionsRoundedToSixDigitsAsDefaults) {
+TEST_F(INIParserTest, NumbersAreReadFromTextAndDefaultsRounded) {
     const INIParser ini = parse(kNumbers);
     const std::pair<const char*, std::optional<int>> expected[] = {
         {"n:hex", 16}, {"N:OCT", 8}, {"n:neg", -3}, {"n:text", 0}, {"n:no", {}}, {"n:huge", INT_MAX}};
@@ -39,14 +39,14 @@ TEST_F(INIParserTest, NumbersAreReadAsTheirTextTellsAndFractionsRoundedToSixDigi
     EXPECT_EQ(get<unsigned>(&INIParser::getInteger, ini, "n:no", 4'000'000'000u), 4'000'000'000u);
     EXPECT_EQ(get<unsigned>(&INIParser::getInteger, ini, "n:one", 1u), 4'294'967'295u);
     EXPECT_TRUE(ini.hasEntry("n:empty"));
-    EXPECT_FALSE(ini.hasEntry("n:one")) << "-1 is taken for no entry";
+    EXPECT_FALSE(ini.hasEntry("n:one")) << "-1 counts as absent";
     EXPECT_EQ(get<float>(&INIParser::getFloat, ini, "n:f"), 1500.0f);
     EXPECT_EQ(get<double>(&INIParser::getFloat, ini, "n:hf"), 16.0);
     EXPECT_EQ(get<double>(&INIParser::getFloat, ini, "n:no", 1.0 / 3), 0.333333);
     EXPECT_EQ(get<float>(&INIParser::getFloat, ini, "n:no", 1e-7f), 1e-7f);
 }
 
-TEST_F(INIParserTest, ABooleanIsToldByTheFirstLetterOfItsText) {
+TEST_F(INIParserTest, ABooleanIsReadFromItsFirstLetter) {
     const INIParser ini = parse("[b]\na=yes\nb=True\nc=1\nd=no\ne=FALSE\nf=0\ng=on\nh=\n");
     const std::optional<bool> expected[] = {true, true, true, false, false, false, {}, {}, {}};
     for (char letter = 'a'; letter <= 'i'; ++letter) {
@@ -55,7 +55,7 @@ TEST_F(INIParserTest, ABooleanIsToldByTheFirstLetterOfItsText) {
     }
 }
 
-TEST_F(INIParserTest, TheKeysOfASectionAreThoseOfTheSectionTest) {
+TEST_F(INIParserTest, TheKeysOfEverySectionAreThoseOfTest) {
     const auto section = [](const INIParser& ini, const std::string& name) {
         Item item;
         return ini.getSection(name, item) ? item.asString() : "false " + item.asString();
@@ -63,13 +63,14 @@ TEST_F(INIParserTest, TheKeysOfASectionAreThoseOfTheSectionTest) {
     const INIParser ini = parse(kNumbers + std::string("[b]\na=1\n[longname]\na=1\nb=2\n"));
     EXPECT_EQ(section(ini, "test"), "{<STR:a><INT:5><STR:long><INT:7>}");
     EXPECT_EQ(section(ini, "b"), "{<STR:st:a><INT:5>}");
-    EXPECT_EQ(section(ini, "longname"), "{<STR:><INT:5><STR:><INT:7>}") << "no byte from behind a key's end";
-    EXPECT_EQ(section(ini, "n"), "false {}") << "there are more keys than test has";
+    EXPECT_EQ(section(ini, "longname"), "{<STR:><INT:5><STR:><INT:7>}")
+        << "no byte after a key's end is read";
+    EXPECT_EQ(section(ini, "n"), "false {}") << "the section has more keys than test";
 }
 
-// More keys than the library could hold in a useful time; in one section, and with what may end a piece at
+// More keys than the library could load in acceptable time: in one section, and with a possible piece end at
 // each line.
-TEST_F(INIParserTest, ALargeFileIsLoadedInATimeThatFollowsItsSize) {
+TEST_F(INIParserTest, ALargeFileIsLoadedInLinearTime) {
     constexpr int kKeys = 100'000;
     std::string content = "[first]\nkey=0\n  [ Many ]  \n";
     for (int i = 0; i < kKeys; ++i)
@@ -79,7 +80,7 @@ TEST_F(INIParserTest, ALargeFileIsLoadedInATimeThatFollowsItsSize) {
     ASSERT_TRUE(ini.isValid());
     for (const int i : {0, 1, 399, 4'321, 50'000, kKeys - 1})
         EXPECT_EQ(get<int>(&INIParser::getInteger, ini, ("many:key" + std::to_string(i)).c_str()), i);
-    EXPECT_EQ(get<int>(&INIParser::getInteger, ini, "first:key"), 1) << "the last one counts";
+    EXPECT_EQ(get<int>(&INIParser::getInteger, ini, "first:key"), 1) << "the last value is used";
     EXPECT_EQ(get<int>(&INIParser::getInteger, ini, "first:last"), 2);
     EXPECT_FALSE(ini.hasEntry("first:key7")) << "each key belongs to its own section";
 }
@@ -119,7 +120,7 @@ TEST_F(INIParserTest, AnErrorInALargeFileIsLoggedWithItsPlace) {
                                                       " from line [0-9]+ on \\([0-9]+\\):\n-> broken"));
 }
 
-TEST_F(INIParserTest, AFileThatCannotBeUsedGivesFalseForEveryKey) {
+TEST_F(INIParserTest, AnUnusableFileHasNoKeys) {
     mkfifo(path("pipe").c_str(), 0600);
     folder.write("large", std::string(INIParser::kMaxFileSize + 1, '\n'));
     folder.write("broken", "[a]\nno equals sign\n");
@@ -136,7 +137,7 @@ TEST_F(INIParserTest, AFileThatCannotBeUsedGivesFalseForEveryKey) {
     LogBackend::unregisterBackend();
     EXPECT_EQ(loaded, 4) << "listeners of the log may load files";
     log.expect(3, "iniparser: syntax error in " + path("broken") + " (2):\n-> no equals sign");
-    EXPECT_EQ(log.take().size(), 3u) << "a missing file is no error";
+    EXPECT_EQ(log.take().size(), 3u) << "a missing file is not an error";
 }
 
 } // namespace

@@ -12,7 +12,7 @@ namespace {
 
 using Locks = test::FileFixture;
 
-/// Two locks of one kind that exclude each other, and a holder that is killed.
+/// Checks that two locks of one kind exclude each other, and that a killed holder releases its lock.
 template <typename Make>
 void checkExclusion(Make make) {
     const auto first = make(), second = make();
@@ -37,7 +37,7 @@ void checkExclusion(Make make) {
     first->unlock();
 }
 
-TEST_F(Locks, ExcludeOthersUntilGivenBackOrTheirProcessIsKilled) {
+TEST_F(Locks, ExcludeOthersUntilReleasedOrTheHolderIsKilled) {
     folder.write("lock", "content");
     checkExclusion([&] { return std::make_unique<FileLock>(path("lock").c_str()); });
     EXPECT_EQ(folder.read("lock"), "content");
@@ -63,7 +63,7 @@ TEST_F(Locks, ExcludeOthersUntilGivenBackOrTheirProcessIsKilled) {
 TEST_F(Locks, WithoutAFileOrAMutexCallsFailHarmlessly) {
     FileLock lock("/nowhere/lock");
     log.expect(3, "failed to open lock file, err=No such file or directory");
-    GlobalMutex mutex("nobody has made this one");
+    GlobalMutex mutex("nobody has created this one");
     lock.lock();
     mutex.lock();
     EXPECT_FALSE(lock.tryLock());

@@ -21,7 +21,7 @@ protected:
     std::string content = std::string(3 * page + 100, '\0');
 };
 
-TEST_F(MemoryMapTest, WindowsStandAtAnyOffset) {
+TEST_F(MemoryMapTest, WindowsStartAtAnyOffset) {
     MemoryMap map(mapped.c_str(), MemoryMap::ReadOnly);
     for (const uint64 offset : {0u, 10u, page - 1, page + 10, 3 * page + 50}) {
         const auto size = static_cast<unsigned>(std::min<uint64>(page + 1, map.getFileSize() - offset));
@@ -47,7 +47,7 @@ TEST_F(MemoryMapTest, WrittenBytesAreSeenByOthersAndReachTheFile) {
     reader.unmap(seen, page + 12, 1);
 }
 
-TEST_F(MemoryMapTest, RefusesWhatIsNoFileAndWindowsOutsideOfIt) {
+TEST_F(MemoryMapTest, RefusesNonFilesAndWindowsOutsideTheFile) {
     folder.write("empty", "");
     for (const std::string& bad : {path("missing"), path("empty"), folder.path(), std::string()}) {
         MemoryMap map(bad.c_str(), MemoryMap::ReadOnly);
@@ -63,10 +63,10 @@ TEST_F(MemoryMapTest, RefusesWhatIsNoFileAndWindowsOutsideOfIt) {
     map.unmap(nullptr, 0, 1);
     uint8 own = 'o';
     map.unmap(&own, reinterpret_cast<uintptr_t>(&own), 1);
-    EXPECT_EQ(own, 'o') << "no window, and untouched";
+    EXPECT_EQ(own, 'o') << "not a window, so it is unchanged";
 }
 
-TEST_F(MemoryMapTest, AFileThatGetsShorterReadsAsZerosAndIsTold) {
+TEST_F(MemoryMapTest, ATruncatedFileReadsAsZerosAndIsLogged) {
     for (const bool hasCrashHandler : {false, true}) {
         EXPECT_TRUE(!hasCrashHandler || platform::installCrashHandler(folder.path("dump"), "test"));
         folder.write("mapped", content);
@@ -81,11 +81,12 @@ TEST_F(MemoryMapTest, AFileThatGetsShorterReadsAsZerosAndIsTold) {
         EXPECT_EQ(map.map(page, 1), nullptr);
         EXPECT_EQ(log.take().size(), 1u);
         map.unmap(window, 10, 3 * page);
-        log.expect(2, "mapped file '" + mapped + "' could not be read whole; zeros stood for the rest");
+        log.expect(2, "mapped file '" + mapped +
+                          "' could not be read completely; missing pages were read as zeros");
         if (hasCrashHandler) platform::removeCrashHandler();
     }
     EXPECT_FALSE(folder.has("dump"));
-    EXPECT_DEATH(::raise(SIGBUS), ""); // any other keeps its meaning
+    EXPECT_DEATH(::raise(SIGBUS), ""); // any other fault is passed on
     EXPECT_EQ(std::filesystem::file_size(mapped), page / 2);
 }
 

@@ -22,12 +22,12 @@ protected:
     }
 };
 
-// Names that a shell, or the tool itself, might take for something else.
+// Names that a shell, or the tool itself, might misinterpret.
 constexpr const char* kNames[] = {
     "it's",  "a b", "\"q\"", "$(touch pwned)", "`touch pwned`", "; touch pwned", "l\nb", "-rf",
     "@list", "*",   "--",    "&& touch pwned"};
 
-TEST_F(Packages, NoNameIsEverTakenForACommandASwitchOrAPattern) {
+TEST_F(Packages, NoNameIsACommandASwitchOrAPattern) {
     const fs::path before = fs::current_path();
     fs::current_path(folder.path());
     for (const std::string name : kNames) {
@@ -42,7 +42,7 @@ TEST_F(Packages, NoNameIsEverTakenForACommandASwitchOrAPattern) {
         EXPECT_TRUE(folder.has(target + "-all/" + name)) << name;
         EXPECT_FALSE(folder.has(target + "-one/decoy")) << name;
         EXPECT_EQ(std::distance(fs::directory_iterator(target + "-all"), {}), 2) << name;
-        EXPECT_FALSE(package.unpack(target + "*")) << "it would become another name";
+        EXPECT_FALSE(package.unpack(target + "*")) << "the tool would replace the asterisk";
     }
     EXPECT_EQ(folder.countEntries(), 4 * static_cast<int>(std::size(kNames)));
     fs::current_path(before);
@@ -57,14 +57,14 @@ TEST_F(Packages, AManifestNamesTheProductAndItsVersion) {
     EXPECT_TRUE(ProductPackage(path("x.7z"), "7z").getManifest(manifest));
     EXPECT_FALSE(manifest.parse(folder.write("m.ini", "[manifest]\nproduct=p\n")));
     log.expect(3, "manifest has no version number");
-    EXPECT_EQ(manifest.product, "viewer") << "it is as it was";
+    EXPECT_EQ(manifest.product, "viewer") << "it is unchanged";
     EXPECT_EQ(manifest.version, "4.2 beta");
 }
 
-TEST_F(Packages, WhatTheToolCannotDoIsLogged) {
+TEST_F(Packages, AFailureOfTheToolIsLogged) {
     EXPECT_FALSE(ProductPackage(path("missing.7z"), "7z").unpack(path("out")));
     folder.write("content/file", "");
-    EXPECT_FALSE(pack(path("content/file"), path("x.7z"))) << "no folder";
+    EXPECT_FALSE(pack(path("content/file"), path("x.7z"))) << "not a folder";
     EXPECT_FALSE(pack(path("content"), path("x.7z"), path("no-tool").c_str()));
     log.expect(3, "[ZIP] failed to spawn 7z");
     fs::permissions(folder.write("tool", "#!/bin/sh\necho out; printf 'no room' >&2; exit 8\n"),

@@ -11,7 +11,7 @@ namespace {
 
 using SmallStreams = test::FileFixture;
 
-TEST_F(SmallStreams, AFileComesInPiecesAndItsEndBehindTheLast) {
+TEST_F(SmallStreams, AFileIsReadInPiecesAndEndsAfterTheLast) {
     for (const size_t size : {0u, 65536u, 200'001u}) {
         std::string content(size, '\0');
         for (size_t i = 0; i < size; ++i) content[i] = static_cast<char>(i * 7 + i / 256);
@@ -22,7 +22,7 @@ TEST_F(SmallStreams, AFileComesInPiecesAndItsEndBehindTheLast) {
         EXPECT_EQ(stream.readAll(whole), FileStream::kEnd);
         EXPECT_EQ(whole.getConstByteSpan().asText(), "head" + content);
         stream.cancel();
-        EXPECT_EQ(stream.read(whole), FileStream::kChunk) << "it begins anew";
+        EXPECT_EQ(stream.read(whole), FileStream::kChunk) << "it starts again";
         EXPECT_EQ(whole.getSize(), std::min(size, FileStream::kChunkSize));
     }
     Buffer piece;
@@ -31,7 +31,7 @@ TEST_F(SmallStreams, AFileComesInPiecesAndItsEndBehindTheLast) {
     log.expect(3, "file stream can not open: " + path("missing") + ", errno=2:No such file or directory");
 }
 
-TEST_F(SmallStreams, BytesBecomeATableOfSourceCodeInLinesOfEightyCharacters) {
+TEST_F(SmallStreams, BytesBecomeSourceLinesOfEightyCharacters) {
     HexSourceWriter writer(path("table.c").c_str());
     uint8 bytes[40];
     for (size_t i = 0; i < std::size(bytes); ++i) bytes[i] = static_cast<uint8>(250 + i);
@@ -50,14 +50,14 @@ TEST_F(SmallStreams, BytesBecomeATableOfSourceCodeInLinesOfEightyCharacters) {
     log.expect(3, "cant open file '" + path("none/table.c") + "'; No such file or directory");
 }
 
-TEST(StringEvent, TextsOfAllBytesTravelAsOneLine) {
+TEST(StringEvent, StringsWithAnyBytesBecomeOneLine) {
     StringEvent event, read;
     event.clear("a");
     event.append("b:c");
     EXPECT_EQ(event.generate(), test::documentedText("string-event"));
     for (const int i : {-2, -1, 1, INT_MAX}) EXPECT_EQ(event[i], i == -1 ? "a" : "") << i;
-    EXPECT_TRUE(read.parse("STRB16[61:6:zz::62]")) << "broken is empty";
-    EXPECT_EQ(read.asString(), "<a::::b>") << "broken is empty";
+    EXPECT_TRUE(read.parse("STRB16[61:6:zz::62]")) << "a broken string becomes empty";
+    EXPECT_EQ(read.asString(), "<a::::b>") << "a broken string becomes empty";
     for (const char* text : {"", "STRB16[]", "STRB16[61", "strb16[61]", " STRB16[61]"}) {
         EXPECT_FALSE(event.parse(text)) << text;
         EXPECT_EQ(event.numArgs(), -1) << text;
@@ -68,8 +68,8 @@ struct Download : URLFetch {
     using URLFetch::getExtraHeaders;
 };
 
-// The day of the week is the one after, as formatAsHttpDate() gives it.
-TEST_F(SmallStreams, ADownloadAsksForNewerContentOnlyIfItHasSomeAndIsToldTo) {
+// The day of the week is the following one, as formatAsHttpDate() writes it.
+TEST_F(SmallStreams, AConditionalDownloadRequestsNewerContent) {
     const platform::FileTime time{1'709'649'007, 0};
     ASSERT_FALSE(platform::setModified(folder.write("target", "x").c_str(), &time));
     Vector<Pair<String, String>> headers;

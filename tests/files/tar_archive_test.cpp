@@ -17,7 +17,7 @@ using test::tarEntry;
 
 class TarArchiveTest : public test::FileFixture {
 protected:
-    /// The files of an archive with these bytes, as "name=content" in the order of their names.
+    /// Returns the files of an archive with these bytes as "name=content", in the order of their names.
     std::string filesIn(const std::string& bytes) {
         folder.write("x.tar", bytes);
         const bool found = archive.open(path("x.tar"));
@@ -36,23 +36,23 @@ protected:
     Buffer content;
 };
 
-TEST_F(TarArchiveTest, OnlyEntriesWithFileDataAreFilesAndTheLastOfANameCounts) {
+TEST_F(TarArchiveTest, OnlyFileEntriesAreListedAndTheLastOneIsUsed) {
     const std::string long99(99, 'n');
     EXPECT_EQ(
         filesIn(tarEntry("a/b", "old") + tarEntry("a/", "", '5') + tarEntry("dir/", "") +
                 tarEntry("link", "", '2') + tarEntry("pax", "path=x\n", 'x') + tarEntry("empty", "") +
                 tarEntry("v7", "seven", '\0') + tarEntry("tiled", std::string(512, 't'), '7') +
                 tarEntry("a/b", "new") + tarEntry("deep", "d", '0', "far/away") + tarEntry("", "no name") +
-                tarEntry(long99 + "n", "100") + tarEnd() + tarEntry("behind the end", "")),
+                tarEntry(long99 + "n", "100") + tarEnd() + tarEntry("after the end", "")),
         "a/b=new;empty=;far/away/deep=d;" + long99 + "n=100;tiled=" + std::string(512, 't') + ";v7=seven;");
     EXPECT_TRUE(archive.hasFile("a/b"));
     EXPECT_FALSE(archive.hasFile("a"));
     EXPECT_FALSE(archive.readFile("a/", content));
-    EXPECT_FALSE(archive.open(folder.path())) << "what was open before is gone";
-    EXPECT_FALSE(archive.hasFile("a/b")) << "what was open before is gone";
+    EXPECT_FALSE(archive.open(folder.path())) << "the previous archive is closed";
+    EXPECT_FALSE(archive.hasFile("a/b")) << "the previous archive is closed";
 }
 
-TEST_F(TarArchiveTest, DamageEndsTheReadingAndKeepsWhatCameBeforeAndNoEntryReachesPastTheEnd) {
+TEST_F(TarArchiveTest, DamageEndsTheReadingAndKeepsEarlierEntries) {
     const auto base256 = [](const std::string& low) {
         return "\x80" + std::string(11 - low.size(), '\0') + low;
     };
@@ -72,7 +72,7 @@ TEST_F(TarArchiveTest, DamageEndsTheReadingAndKeepsWhatCameBeforeAndNoEntryReach
     EXPECT_EQ(filesIn(tarEnd()), "");
 }
 
-TEST_F(TarArchiveTest, AFileThatCannotBeReadWholeIsNotGiven) {
+TEST_F(TarArchiveTest, AFileThatCannotBeReadCompletelyIsRefused) {
     folder.write("x.tar", tarEntry("a", std::string(1000, 'a')) + tarEnd());
     ASSERT_TRUE(archive.open(path("x.tar")));
     {

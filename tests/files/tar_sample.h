@@ -6,23 +6,23 @@
 
 namespace qel::test {
 
-/// What a header says.
+/// The fields of a header.
 struct TarHeader {
     std::string name;
-    std::string size; ///< the field's bytes as they stand
+    std::string size; ///< the field's exact bytes
     char type = '0';
     std::string folder = {}; ///< the field "prefix"
-    int sumError = 0;        ///< makes the checksum wrong
+    int sumError = 0;        ///< is added to the checksum to make it wrong
 };
 
-/// The size field for @p size in its octal form.
+/// Returns the size field for @p size in octal form.
 inline std::string octalSize(size_t size) {
     char text[13];
     std::snprintf(text, sizeof text, "%011zo", size);
     return text;
 }
 
-/// One block of 512 bytes.
+/// Returns one block of 512 bytes.
 inline std::string tarBlock(const TarHeader& header) {
     std::string block(512, '\0');
     const auto put = [&](size_t place, const std::string& text) { block.replace(place, text.size(), text); };
@@ -40,14 +40,14 @@ inline std::string tarBlock(const TarHeader& header) {
     return block;
 }
 
-/// A whole entry: header, content, and zeros up to a multiple of 512 bytes.
+/// Returns a whole entry: header, content, and zeros up to a multiple of 512 bytes.
 inline std::string tarEntry(const std::string& name, const std::string& content, char type = '0',
                             const std::string& folder = "") {
     const std::string padding((512 - content.size() % 512) % 512, '\0');
     return tarBlock({name, octalSize(content.size()), type, folder}) + content + padding;
 }
 
-/// The two zero blocks at the end.
+/// Returns the two zero blocks at the end.
 inline std::string tarEnd() {
     return std::string(1024, '\0');
 }

@@ -1,4 +1,4 @@
-// Checks as a user whom permissions hold back, which they do not do to root.
+// Runs checks as a user who is subject to permissions, unlike root.
 #pragma once
 
 #include <tests/support/scratch_folder.h>
@@ -14,7 +14,7 @@
 
 namespace qel::test {
 
-/// The user and group that root becomes for a check.
+/// The user and group that root changes to for a check.
 constexpr unsigned kUnprivilegedUser = 65534;
 
 namespace internal {
@@ -29,7 +29,7 @@ inline bool dropPrivileges() {
 
 } // namespace internal
 
-/// Makes the unprivileged user the owner of @p folder and all that is in it, if root does the test.
+/// Makes the unprivileged user the owner of @p folder and everything in it, if root runs the test.
 inline void giveToUnprivilegedUser(const ScratchFolder& folder) {
     if (geteuid() != 0) return;
     internal::giveAway(folder.path());
@@ -37,8 +37,8 @@ inline void giveToUnprivilegedUser(const ScratchFolder& folder) {
         internal::giveAway(entry.path());
 }
 
-/// Runs @p check, which reports by the assertions of GoogleTest, as an unprivileged user. Root does that in a
-/// child process, whose failures fail the test; other users run it themselves.
+/// Runs @p check, which reports through GoogleTest assertions, as an unprivileged user. Root runs it in a
+/// child process, whose failures fail the test; other users run it directly.
 template <typename Check>
 void asUnprivilegedUser(const Check& check) {
     if (geteuid() != 0) return check();
@@ -56,7 +56,7 @@ void asUnprivilegedUser(const Check& check) {
     EXPECT_EQ(status, 0) << "the checks above failed as an unprivileged user";
 }
 
-/// The same for a user who owns all that is in @p folder.
+/// Does the same for a user who owns everything in @p folder.
 template <typename Check>
 void asUnprivilegedOwner(const ScratchFolder& folder, const Check& check) {
     giveToUnprivilegedUser(folder);

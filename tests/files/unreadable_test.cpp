@@ -1,4 +1,4 @@
-// Folders and files that cannot be read: nothing is lost without a word, and everything else is done.
+// Folders and files that cannot be read: each failure is reported, and everything else is done.
 #include <qel/files/directory.h>
 
 #include <tests/files/file_fixture.h>
@@ -18,12 +18,12 @@ using test::FailingFiles;
 using testing::EndsWith;
 using testing::UnorderedElementsAre;
 
-constexpr auto kReadable = fs::perms(0444); // its names can be read, but nothing in it can be reached
+constexpr auto kReadable = fs::perms(0444); // its names can be listed, but nothing in it can be accessed
 constexpr const char* kDenied = "; Permission denied";
 
 class Unreadable : public test::FileFixture {
 protected:
-    // A folder "locked" between two others.
+    // Creates a folder "locked" between two others.
     Unreadable() {
         folder.write("tree/a/file", "123");
         folder.write("tree/locked/file", "12345");
@@ -45,7 +45,7 @@ protected:
 
 // --- one folder -------------------------------------------------------------------------------------------
 
-TEST_F(Unreadable, NamesInAFolderThatCannotBeSearchedAreListedAsUnknown) {
+TEST_F(Unreadable, NamesInAnUnsearchableFolderAreListedAsUnknown) {
     asUnprivilegedOwner(folder, [this] {
         Directory directory(locked);
         std::map<String, File::FileInfo> entries;
@@ -58,7 +58,7 @@ TEST_F(Unreadable, NamesInAFolderThatCannotBeSearchedAreListedAsUnknown) {
         EXPECT_TRUE(entries["sub"].isDirectory) << "the folder itself records the kind";
         EXPECT_FALSE(directory.hasFailed()) << "no name was lost";
         const auto lines = log.take();
-        ASSERT_EQ(lines.size(), 1u) << "the first entry alone is logged";
+        ASSERT_EQ(lines.size(), 1u) << "only the first entry is logged";
         EXPECT_THAT(lines[0].text, EndsWith("could not be examined; Permission denied"));
     });
 }
@@ -74,7 +74,7 @@ TEST_F(Unreadable, AnEntryWhoseStatusCannotBeReadIsListedAsUnknown) {
     EXPECT_FALSE(directory.read(info));
 }
 
-TEST_F(Unreadable, AReadErrorEndsTheEntriesAndCanBeAskedFor) {
+TEST_F(Unreadable, AReadErrorEndsTheEntriesAndIsReported) {
     Directory directory(tree);
     EXPECT_FALSE(directory.hasFailed());
     String name;
@@ -87,13 +87,13 @@ TEST_F(Unreadable, AReadErrorEndsTheEntriesAndCanBeAskedFor) {
     log.expect(2, "'" + path("tree/") + "' could not be read to its end; Input/output error");
     EXPECT_FALSE(directory.read(name)) << "the entries have ended";
     EXPECT_TRUE(directory.open(tree));
-    EXPECT_FALSE(directory.hasFailed()) << "a second open starts anew";
+    EXPECT_FALSE(directory.hasFailed()) << "a second open starts again";
 }
 
-TEST_F(Unreadable, AFolderThatCannotBeOpenedHasFailedAndAMissingOneToo) {
+TEST_F(Unreadable, AFolderThatCannotBeOpenedHasFailed) {
     const Directory directory(path("missing"));
     EXPECT_EQ(directory.getError(), std::errc::no_such_file_or_directory);
-    EXPECT_FALSE(Directory().hasFailed()) << "nothing was asked of it";
+    EXPECT_FALSE(Directory().hasFailed()) << "it was never opened";
 }
 
 TEST_F(Unreadable, AFolderThatCannotBeReadIsNotEmpty) {
@@ -109,9 +109,9 @@ TEST_F(Unreadable, AFolderThatCannotBeReadIsNotEmpty) {
     EXPECT_EQ(log.take().size(), 1u);
 }
 
-// --- walks continue past it, and report it ----------------------------------------------------------------
+// --- walks continue after it and report it ----------------------------------------------------------------
 
-TEST_F(Unreadable, TheSizeIsThatOfTheRestAndIncomplete) {
+TEST_F(Unreadable, TheSizeOfTheRestIsReportedAsIncomplete) {
     asUnprivilegedOwner(folder, [this] {
         uint64 size = 0;
         EXPECT_FALSE(Directory::getSize(tree, size));
@@ -173,7 +173,7 @@ TEST_F(Unreadable, EmptyFoldersOfTheRestAreDeleted) {
     EXPECT_TRUE(folder.has("tree/locked"));
 }
 
-TEST_F(Unreadable, EachFolderThatFailsIsLogged) {
+TEST_F(Unreadable, EachFailingFolderIsLogged) {
     const std::string second = folder.makeFolder("tree/z/second");
     fs::permissions(second, fs::perms::none);
     asUnprivilegedOwner(folder, [this] {
@@ -186,7 +186,7 @@ TEST_F(Unreadable, EachFolderThatFailsIsLogged) {
 
 // --- deletion ---------------------------------------------------------------------------------------------
 
-TEST_F(Unreadable, OwnFoldersAreGrantedTheAccessThatTheirDeletionTakes) {
+TEST_F(Unreadable, OwnFoldersAreGrantedAccessForTheirDeletion) {
     asUnprivilegedOwner(folder, [this] {
         EXPECT_TRUE(Directory::deleteDirectoryRecursively(locked)) << "at the root of the tree";
         EXPECT_FALSE(folder.has("tree/locked"));
@@ -206,14 +206,14 @@ TEST_F(Unreadable, AFolderWhoseContentsAreDeletedKeepsItsPermissions) {
     EXPECT_TRUE(fs::is_empty(locked));
 }
 
-TEST_F(Unreadable, AnotherUsersFolderStaysAndTheRestIsDeleted) {
+TEST_F(Unreadable, AnotherUsersFolderIsKeptAndTheRestDeleted) {
     if (geteuid() != 0) GTEST_SKIP() << "only root can create another user's folder";
     test::giveToUnprivilegedUser(folder);
     ASSERT_EQ(lchown(locked.c_str(), 0, 0), 0);
     test::asUnprivilegedUser([this] {
         EXPECT_FALSE(Directory::deleteDirectoryRecursively(tree));
         log.expect(2, "file '" + path("tree/locked/file") + "(attrib:0000) could not be deleted" + kDenied);
-        EXPECT_TRUE(log.take().empty()) << "that the folders above are not empty follows from it";
+        EXPECT_TRUE(log.take().empty()) << "the folders above are not empty as a consequence";
     });
     EXPECT_TRUE(folder.has("tree/locked/file"));
     EXPECT_FALSE(folder.has("tree/a"));
@@ -229,7 +229,7 @@ TEST_F(Unreadable, AFolderThatCannotBeOpenedOrRemovedIsLogged) {
     }
 }
 
-TEST_F(Unreadable, ContentsThatCannotBeReadAreNotGone) {
+TEST_F(Unreadable, UnreadableContentsAreNotReportedAsDeleted) {
     EXPECT_TRUE(Directory::deleteDirectoryContentsRecursivelyNowOrLater("[test]", path("missing")));
     fs::permissions(locked, fs::perms::none);
     asUnprivilegedOwner(folder, [this] {

@@ -53,7 +53,7 @@ bool isBehindCall(std::uint64_t address) {
     return false;
 }
 
-#other processors get a dump without registers and stack
+#else // other processors get a dump without registers and stack
 
 std::uint64_t registerAt(const void*, std::size_t) {
     return 0;
