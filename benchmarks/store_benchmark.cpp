@@ -3,6 +3,7 @@
 #include <qel/store/core/cache_store.h>
 #include <qel/store/core/item.h>
 #include <qel/store/core/memory_store.h>
+#include <qel/store/core/store_cursor.h>
 
 #include <benchmark/benchmark.h>
 
@@ -63,9 +64,7 @@ public:
     bool get(const Key& key) { return store().get(key) != nullptr; }
     size_t scan() {
         size_t size = 0;
-        for (bool found = store().first(m_key); found; found = store().next(m_key, m_key)) {
-            size += m_key.getPlainSize();
-        }
+        for (const auto cursor = store().openCursor(); cursor->next();) size += cursor->key().getPlainSize();
         return size;
     }
     void begin() { store().begin(); }
@@ -84,7 +83,6 @@ private:
 
     qel::SmartPointer<MemoryStore> m_memory{new MemoryStore};
     qel::CacheStore m_cache{m_memory.get()};
-    Item m_key;
     Item m_value{int64_t{1} << 40};
 };
 

@@ -143,6 +143,7 @@
 #include <qel/store/core/scoped_transaction.h>
 #include <qel/store/core/statistics.h>
 #include <qel/store/core/store.h>
+#include <qel/store/core/store_cursor.h>
 #include <qel/store/records/guid_domain.h>
 #include <qel/store/records/guid_domain_db.h>
 #include <qel/store/records/human_friendly_key.h>

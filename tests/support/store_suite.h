@@ -1,6 +1,7 @@
 // What every Store must do. A test program states its stores by INSTANTIATE_TEST_SUITE_P of StoreSuite.
 #pragma once
 
+#include <qel/store/core/store_cursor.h>
 #include <tests/support/log_capture.h>
 #include <tests/support/nested_item.h>
 #include <tests/support/scratch_folder.h>
@@ -178,6 +179,53 @@ TEST_P(StoreSuite, CopiesAnotherStoreInOneTransaction) {
     EXPECT_EQ(run("all"), ".= w=1 x=x y=y z=z");
 }
 
+TEST_P(StoreSuite, WalksByACursorOverKeysAndValuesInOrder) {
+    for (int i = 0; i < 200; ++i) store->set(Item(i), Item(2 * i));
+    const auto cursor = store->openCursor();
+    for (int i = 0; i < 200; ++i) {
+        ASSERT_TRUE(cursor->next());
+        EXPECT_EQ(cursor->key(), Item(i));
+        EXPECT_EQ(cursor->key().getStore(), store.get());
+        ASSERT_NE(cursor->value(), nullptr);
+        EXPECT_EQ(*cursor->value(), Item(2 * i));
+        EXPECT_EQ(cursor->value()->getStore(), store.get());
+    }
+    EXPECT_FALSE(cursor->next());
+}
+
+TEST_P(StoreSuite, StartsACursorAfterAKeyThatNeedNotExist) {
+    run("set a 1; set c 2");
+    const auto cursor = store->openCursor();
+    cursor->startAfter(Item("b"));
+    ASSERT_TRUE(cursor->next());
+    EXPECT_EQ(cursor->key(), Item("c"));
+    cursor->startAfter(cursor->key());
+    EXPECT_FALSE(cursor->next());
+}
+
+TEST_P(StoreSuite, CursorsOutlastTheRemovalOfTheirEntry) {
+    run("set a 1; set b 2; set c 3");
+    const auto cursor = store->openCursor();
+    cursor->next();
+    cursor->next();
+    store->remove(cursor->key(), cursor->key());
+    EXPECT_EQ(cursor->key(), Item("b"));
+    EXPECT_EQ(cursor->value(), nullptr);
+    ASSERT_TRUE(cursor->next());
+    EXPECT_EQ(cursor->key(), Item("c"));
+}
+
+TEST_P(StoreSuite, CursorsAtTheEndFindWhatIsAdded) {
+    const auto cursor = store->openCursor();
+    EXPECT_FALSE(cursor->next());
+    run("set a 1");
+    EXPECT_TRUE(cursor->next());
+    EXPECT_FALSE(cursor->next());
+    run("set b 2");
+    ASSERT_TRUE(cursor->next());
+    EXPECT_EQ(cursor->key(), Item("b"));
+}
+
 TEST_P(StoreSuite, DumpsItsEntriesToLogAndFile) {
     LogCapture log;
     run("set a 1; set b/2 3");
@@ -195,6 +243,15 @@ inline unsigned settingOf(const char* name, unsigned fallback) {
     return text ? static_cast<unsigned>(std::strtoul(text, nullptr, 10)) : fallback;
 }
 
+/// Takes a step, and returns the entry in hexadecimal digits. At the end another cursor takes the place.
+inline std::string stepOf(std::unique_ptr<StoreCursor>& cursor, Store& owner) {
+    if (!cursor->next()) {
+        cursor = owner.openCursor();
+        return "end";
+    }
+    return cursor->key().getBase16() + "=" + cursor->value()->getBase16();
+}
+
 TEST_P(StoreSuite, AnswersEveryOperationAsAnOrderedMapWithSnapshotsDoes) {
     LogCapture log;
     const unsigned seed = settingOf("QEL_STORE_SEED", 1);
@@ -203,10 +260,17 @@ TEST_P(StoreSuite, AnswersEveryOperationAsAnOrderedMapWithSnapshotsDoes) {
     StoreOperations operations([&random](unsigned limit) { return static_cast<unsigned>(random() % limit); },
                                true);
     ModelStore model;
+    // Both walk on through whatever is written.
+    auto cursor = store->openCursor();
+    auto modelCursor = model.openCursor();
     for (unsigned i = 0; i < count; ++i) {
         const StoreOperation operation = operations.next();
         ASSERT_EQ(operation.perform(*store), operation.perform(model))
             << operation.name << ", operation " << i << ", QEL_STORE_SEED=" << seed;
+        if (i % 3 == 0) {
+            ASSERT_EQ(stepOf(cursor, *store), stepOf(modelCursor, model))
+                << "operation " << i << ", " << seed;
+        }
     }
     log.take(); // commits and rollbacks without a begin
 }

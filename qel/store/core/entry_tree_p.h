@@ -38,6 +38,10 @@ public:
         StoreEntry* entry() const { return m_leaf ? m_leaf->entries[m_index].get() : nullptr; }
         /// Steps to the next entry; at the end it stays.
         inline void next();
+        /// Calls @p visit(StoreEntry&) for this entry and for those after it in its node, and steps after
+        /// them. Not at the end.
+        template <typename Visit>
+        void takeNode(const Visit& visit);
 
     private:
         friend class EntryTree;
@@ -89,6 +93,19 @@ inline void EntryTree::Place::next() {
     if (!m_leaf) return;
     prefetchAhead();
     *this = Place(m_leaf, m_index + 1);
+}
+
+/// The entries of the next node and the places of the node after it are asked for early, so that a walk waits
+/// for neither.
+template <typename Visit>
+void EntryTree::Place::takeNode(const Visit& visit) {
+    Leaf* const leaf = m_leaf;
+    if (const Leaf* const next = leaf->next) {
+        if (next->next) next->next->entries.prefetchKeys();
+        for (unsigned i = 0; i < next->entries.size(); ++i) next->entries[i]->prefetchKey();
+    }
+    for (unsigned i = m_index; i < leaf->entries.size(); ++i) visit(*leaf->entries[i]);
+    *this = Place(leaf, leaf->entries.size());
 }
 
 /// Entries lie anywhere in memory: a walk asks for them, and for the next leaf, before it comes to them.

@@ -25,10 +25,15 @@ public:
     Key& operator[](unsigned index) { return m_keys[index]; }
     const Key& operator[](unsigned index) const { return m_keys[index]; }
 
-    /// Asks for the memory of the first keys.
-    void prefetch() const {
+    /// Asks for the memory of the keys.
+    void prefetchKeys() const {
         __builtin_prefetch(&m_size);
-        for (unsigned i = 0; i < kCapacity; i += 8) __builtin_prefetch(m_keys + i);
+        for (unsigned i = 0; i < kCapacity; i += kBlock) __builtin_prefetch(m_keys + i);
+    }
+    /// Asks for the memory that a search may need.
+    void prefetch() const {
+        prefetchKeys();
+        for (unsigned i = 0; i < kCapacity; i += kBlock) __builtin_prefetch(m_heads + i);
     }
     /// Index of the first key that isn't smaller.
     unsigned lowerBound(std::string_view wanted) const {
@@ -85,17 +90,16 @@ private:
         return static_cast<unsigned>(std::lower_bound(m_keys + first, m_keys + last, wanted, isKeyBefore) -
                                      m_keys);
     }
-    /// Looks at all heads, used or not: four sums side by side are quicker than steps that wait for each
-    /// other.
+    /// Compares @p head with the last head of each block, and then with those of the block that it belongs to.
+    /// Heads that are not used count as well.
     unsigned countSmallerHeads(uint64 head) const {
-        unsigned a = 0, b = 0, c = 0, d = 0;
-        for (unsigned i = 0; i < kCapacity; i += 4) {
-            a += m_heads[i] < head;
-            b += m_heads[i + 1] < head;
-            c += m_heads[i + 2] < head;
-            d += m_heads[i + 3] < head;
+        unsigned first = 0;
+        for (unsigned last = kBlock - 1; last < kCapacity - 1; last += kBlock) {
+            first += m_heads[last] < head ? kBlock : 0;
         }
-        return a + b + c + d;
+        unsigned count = first;
+        for (unsigned i = 0; i < kBlock; ++i) count += m_heads[first + i] < head;
+        return count;
     }
     uint64 headOf(std::string_view bytes) const {
         const char* const begin = bytes.data() + m_common;
@@ -123,13 +127,14 @@ private:
         for (unsigned i = 0; i < m_size; ++i) m_heads[i] = headOf(bytesOf(m_keys[i]));
     }
 
+    static constexpr unsigned kBlock = 8; // heads in a line of the processor's cache
     static constexpr size_t kBeginning = 48;
     static constexpr uint64 kUnused = ~uint64{0}; // no head is greater
 
-    unsigned m_size = 0;
+    alignas(64) unsigned m_size = 0;
     size_t m_common = 0;
     char m_beginning[kBeginning]; // what all keys begin with
-    uint64 m_heads[kCapacity];
+    alignas(64) uint64 m_heads[kCapacity];
     Key m_keys[kCapacity];
 };
 

@@ -1,7 +1,9 @@
 #include <qel/store/core/memory_store.h>
 
 #include <qel/foundation/log/message_stream.h>
-#include <qel/store/core/memory_store_data_p.h>
+#include <qel/store/core/memory_store_cursor_p.h>
+
+#include <typeinfo>
 
 namespace qel {
 
@@ -114,6 +116,11 @@ void MemoryStore::flush() {}
 
 int64 MemoryStore::getSizeInBytes() const {
     return 0;
+}
+
+std::unique_ptr<StoreCursor> MemoryStore::openCursor() {
+    if (typeid(*this) != typeid(MemoryStore)) return Store::openCursor();
+    return std::make_unique<internal::MemoryStoreCursor>(this, *m_data);
 }
 
 // --- blobs ----------------------------------------------------------------------------------------------

@@ -55,6 +55,8 @@ public:
     void flush() override;
     /// Always 0.
     int64 getSizeInBytes() const override;
+    /// A derived class is walked by its own operations, which may answer otherwise.
+    std::unique_ptr<StoreCursor> openCursor() override;
 
     /// Appends every entry to @p blob, in order: a `SubItem` with the key's bytes, then one with the value's.
     void writeBlob(Item& blob) const;

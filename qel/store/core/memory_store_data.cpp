@@ -1,5 +1,7 @@
 #include <qel/store/core/memory_store_data_p.h>
 
+#include <qel/store/core/memory_store_cursor_p.h>
+
 #include <algorithm>
 
 namespace qel::internal {
@@ -66,11 +68,15 @@ StoreEntry* MemoryStoreData::findGreater(const Item& key) {
         place.next();
         return remember(place);
     }
+    return remember(placeAfter(key));
+}
+
+EntryTree::Place MemoryStoreData::placeAfter(const Item& key) {
     m_order.assign(key);
-    if (!m_order.isQuestion()) return remember(m_tree.upperBound(m_order.bytes()));
+    if (!m_order.isQuestion()) return m_tree.upperBound(m_order.bytes());
     Place place = m_tree.lowerBound(m_order.fixedPart());
     while (isAnswer(place) && Item::compare(place.entry()->keyView(), key) <= 0) place.next();
-    return remember(place);
+    return place;
 }
 
 StoreEntry* MemoryStoreData::findSmaller(const Item& key) {
@@ -95,8 +101,8 @@ bool MemoryStoreData::set(const Item& key, const Item& value) {
         return true;
     }
     if (m_order.isQuestion()) return false;
+    forgetPlaces();
     m_undo.noteInserted(*m_tree.insert(StoreEntry::make(m_order.bytes(), key.getConstByteSpan(), value)));
-    m_recent = {};
     return true;
 }
 
@@ -120,12 +126,18 @@ void MemoryStoreData::removeEqual(const Item& key) {
 }
 
 void MemoryStoreData::remove(StoreEntry* entry) {
-    m_recent = {};
+    forgetPlaces();
     m_undo.noteTaken(m_tree.takeOut(entry));
 }
 
-void MemoryStoreData::rollback() {
+/// Places end when the tree changes.
+void MemoryStoreData::forgetPlaces() {
     m_recent = {};
+    for (MemoryStoreCursor* cursor : m_cursors) cursor->forgetPlace();
+}
+
+void MemoryStoreData::rollback() {
+    forgetPlaces();
     m_undo.rollback(m_tree);
 }
 

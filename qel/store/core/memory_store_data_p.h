@@ -8,6 +8,8 @@
 
 namespace qel::internal {
 
+class MemoryStoreCursor;
+
 /// The tree, the undo log, and the entry that was asked for last: a walk goes on from it without a search.
 class MemoryStoreData {
 public:
@@ -23,6 +25,13 @@ public:
     StoreEntry* findSmaller(const Item& key);
     /// The entry with the smallest key; null if there is none.
     StoreEntry* findFirst();
+
+    /// Returns the place of the smallest key greater than @p key.
+    EntryTree::Place placeAfter(const Item& key);
+    /// Informs @p cursor before each change of the tree, until removeCursor().
+    void addCursor(MemoryStoreCursor* cursor) { m_cursors.push_back(cursor); }
+    /// Undoes addCursor().
+    void removeCursor(MemoryStoreCursor* cursor) { std::erase(m_cursors, cursor); }
 
     /// Gives the first entry equal to @p key a value, or makes one. @return false for a question that equals
     /// none.
@@ -45,11 +54,13 @@ private:
     StoreEntry* remember(Place place);
     bool isAnswer(Place place) const;
     void replace(StoreEntry& entry, const Item& value);
+    void forgetPlaces();
 
     EntryTree m_tree;
     UndoLog m_undo;
     OrderKey m_order;
     Place m_recent;
+    std::vector<MemoryStoreCursor*> m_cursors;
 };
 
 } // namespace qel::internal

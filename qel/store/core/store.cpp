@@ -4,6 +4,7 @@
 #include <qel/platform/file_system.h>
 #include <qel/store/core/item.h>
 #include <qel/store/core/scoped_transaction.h>
+#include <qel/store/core/store_cursor.h>
 #include <qel/store/core/subtree_walk_p.h>
 #include <qel/system/core/clock.h>
 
@@ -34,9 +35,8 @@ void copyInTransaction(Store* target, const CopyAll& copyAll) {
 /// Calls @p visit(key, value) for every entry.
 template <typename Visit>
 void visitEntries(Store* store, const Visit& visit) {
-    Item key;
-    for (bool found = store->first(key); found; found = store->next(key, key)) {
-        if (const Item* const value = store->get(key)) visit(key, *value);
+    for (const auto cursor = store->openCursor(); cursor->next();) {
+        if (const Item* const value = cursor->value()) visit(cursor->key(), *value);
     }
 }
 

@@ -7,9 +7,12 @@
 #include <qel/foundation/base/types.h>
 #include <qel/platform/api.h>
 
+#include <memory>
+
 namespace qel {
 
 class Item;
+class StoreCursor;
 
 /// An ordered database whose keys and values are Items. A key is one entry however its integers are written:
 /// order and equality of keys are Item::compare(), never the order of bytes.
@@ -79,6 +82,9 @@ public:
     /// Returns how often the store dropped or took back writes without being asked to. A cache in front of it
     /// forgets its values when this number changes.
     virtual uint64 getLossCount() const;
+    /// Returns a cursor before the first entry: the fastest way to walk over the store. Include
+    /// qel/store/core/store_cursor.h to use it.
+    virtual std::unique_ptr<StoreCursor> openCursor();
 
     /// Writes every entry of @p source to this store in one transaction, and flushes. What is here and not
     /// there remains. Logs the beginning, and the number of entries and the speed at the end.

@@ -4,19 +4,29 @@
 #include <new>
 
 namespace qel::internal {
+namespace {
+
+/// Returns the space that @p size bytes take before an entry, which must be aligned.
+constexpr size_t spaceFor(size_t size) {
+    return (size + alignof(StoreEntry) - 1) / alignof(StoreEntry) * alignof(StoreEntry);
+}
+
+bool needsOwnKey(std::string_view order, ConstByteSpan key) {
+    return order != key.asText();
+}
+
+} // namespace
 
 StoreEntry::StoreEntry(std::string_view order, ConstByteSpan key, const Item& newValue)
-    : value(newValue),
-      m_orderSize(order.size()),
-      m_keySize(key.size),
-      m_keyOffset(order == key.asText() ? 0 : order.size()) {
+    : m_orderSize(order.size()), m_keySize(key.size), m_hasOwnKey(needsOwnKey(order, key)), value(newValue) {
     if (!order.empty()) std::memcpy(bytes(), order.data(), order.size());
-    if (m_keyOffset != 0) std::memcpy(bytes() + m_keyOffset, key.data, key.size);
+    if (m_hasOwnKey) std::memcpy(bytes() + m_orderSize, key.data, key.size);
 }
 
 StoreEntry::Owner StoreEntry::make(std::string_view order, ConstByteSpan key, const Item& value) {
-    void* const memory = ::operator new(sizeof(StoreEntry) + order.size() + key.size);
-    return Owner(new (memory) StoreEntry(order, key, value));
+    const size_t space = spaceFor(order.size() + (needsOwnKey(order, key) ? key.size : 0));
+    auto* const memory = static_cast<char*>(::operator new(space + sizeof(StoreEntry)));
+    return Owner(new (memory + space) StoreEntry(order, key, value));
 }
 
 StoreEntry::Owner StoreEntry::copyOf(const StoreEntry& other) {
@@ -26,8 +36,9 @@ StoreEntry::Owner StoreEntry::copyOf(const StoreEntry& other) {
 }
 
 void DestroyStoreEntry::operator()(StoreEntry* entry) const {
+    char* const memory = reinterpret_cast<char*>(entry) - spaceFor(entry->bytesSize());
     entry->~StoreEntry();
-    ::operator delete(entry);
+    ::operator delete(memory);
 }
 
 } // namespace qel::internal

@@ -10,30 +10,37 @@ namespace qel::internal {
 
 struct DestroyStoreEntry;
 
-/// A value, and behind it the form of its key for the order and the key's own bytes, which are kept once when
-/// both are the same. It never moves, so that pointers to its value hold.
+/// A value, and before it in memory the key's form for the order and the key's own bytes, which are kept once
+/// if both are the same. An entry never moves, so that pointers to its value hold.
 class StoreEntry {
+    // First, beside the key and the value's beginning: usually one line of the cache holds all that get() needs.
+    size_t m_orderSize;
+    size_t m_keySize : 63;
+    size_t m_hasOwnKey : 1; // the key's bytes differ from its form for the order, and follow it
+
 public:
     using Owner = std::unique_ptr<StoreEntry, DestroyStoreEntry>;
 
-    /// @param order  the form of OrderKey. @param key  the plain bytes of the same key.
+    /// Creates an entry. @param order  the form of OrderKey. @param key  the plain bytes of the same key.
     static Owner make(std::string_view order, ConstByteSpan key, const Item& value);
-    /// A copy of @p other.
+    /// Returns a copy of @p other.
     static Owner copyOf(const StoreEntry& other);
     StoreEntry(const StoreEntry&) = delete;
     StoreEntry& operator=(const StoreEntry&) = delete;
 
-    /// The key's form for the order.
+    /// Returns the key's form for the order.
     std::string_view order() const { return {bytes(), m_orderSize}; }
-    /// The key's own bytes.
-    ConstByteSpan key() const { return {reinterpret_cast<const uint8*>(bytes()) + m_keyOffset, m_keySize}; }
-    /// A view of the key.
+    /// Returns the key's own bytes.
+    ConstByteSpan key() const {
+        return {reinterpret_cast<const uint8*>(bytes()) + (m_hasOwnKey ? m_orderSize : 0), m_keySize};
+    }
+    /// Returns a view of the key.
     Item keyView() const { return Item(Item::ExternalBufferMode, key()); }
 
     /// Asks for the memory that a walk will need.
     void prefetchKey() const {
         __builtin_prefetch(&m_orderSize);
-        __builtin_prefetch(bytes() + kUsualKeySize);
+        __builtin_prefetch(reinterpret_cast<const char*>(this) - kUsualKeySize);
     }
 
     Item value;
@@ -46,13 +53,9 @@ private:
     static constexpr size_t kUsualKeySize = 24;
 
     StoreEntry(std::string_view order, ConstByteSpan key, const Item& value);
-    char* bytes() { return reinterpret_cast<char*>(this + 1); }
-    const char* bytes() const { return reinterpret_cast<const char*>(this + 1); }
-
-    // Beside the key's bytes, which follow: a walk needs no more than these.
-    size_t m_orderSize;
-    size_t m_keySize;
-    size_t m_keyOffset;
+    size_t bytesSize() const { return m_orderSize + (m_hasOwnKey ? m_keySize : 0); }
+    char* bytes() { return reinterpret_cast<char*>(this) - bytesSize(); }
+    const char* bytes() const { return reinterpret_cast<const char*>(this) - bytesSize(); }
 };
 
 /// Frees an entry.
