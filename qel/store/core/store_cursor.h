@@ -47,12 +47,13 @@ public:
 protected:
     /// An entry ahead of the walk.
     struct Entry {
-        ConstByteSpan key;
-        Item* value;
+        ConstByteSpan key; ///< The plain bytes of its key.
+        Item* value;       ///< Its value.
     };
     /// Entries that are taken at a time at most.
     static constexpr unsigned kMostEntries = 32;
 
+    /// Creates a cursor over @p store that has no entries ahead.
     explicit StoreCursor(Store* store) : m_store(store), m_key(store) {}
 
     /// Steps to the next entry when none is left ahead. @return as next().
@@ -65,6 +66,7 @@ protected:
     /// Forgets the entries ahead.
     void dropEntries() { m_index = m_size = 0; }
 
+    /// The store, which is not owned.
     Store* const m_store;
     /// The key of the entry.
     Item m_key;
