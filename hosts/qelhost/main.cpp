@@ -7,6 +7,7 @@
 #include "terminal.h"
 #include "watchdog.h"
 
+#include <hosts/shared/shipped_path.h>
 #include <hosts/shared/standard_output.h>
 #include <qel/files/directory.h>
 #include <qel/foundation/log/log_backend.h>
@@ -15,6 +16,7 @@
 #include <qel/system/report/report_generator.h>
 #include <qel/system/tasks/perfmon.h>
 
+#include <filesystem>
 #include <string>
 
 namespace {
@@ -30,14 +32,22 @@ void setUp(const Options& options) {
         qel::System::registerCrashHandler(options.applicationDirectory.c_str());
     }
     if (!options.language.empty()) system.setLanguage(options.language);
+    if (options.resources.empty()) {
+        system.addResourcePackagesFromDirectory(qelhosts::pathFromProgram(qelhosts::kDataFolder));
+    }
     for (const std::string& directory : options.resources) {
         system.addResourcePackagesFromDirectory(directory);
     }
 }
 
+std::string pluginsFolder(const Options& options) {
+    if (!options.plugins.empty()) return options.plugins;
+    return qelhosts::shippedPath("Plugins", std::filesystem::path(qelhosts::kDataFolder) / "plugins");
+}
+
 void startPlugins(const Options& options) {
     qel::Plugins& plugins = HostApplication::instance().plugins();
-    if (!options.plugins.empty()) plugins.setPath(options.plugins.c_str());
+    plugins.setPath(pluginsFolder(options).c_str());
     const qel::String& path = plugins.getPath();
     qel::Object::system()->setEnv("plugins-directory", path);
     qel::Directory folder;

@@ -16,9 +16,10 @@ qelhosts::Program describe(Options& options) {
             "unless NO_COLOR is set. Ctrl-C asks the scripts to end, and ends the program within a "
             "second.",
         .options = {{"--plugins", "DIR", folder(options.plugins),
-                     "the plugins folder; default: \"Plugins\" beside the program"},
+                     "the plugins folder; default: \"Plugins\" beside the program, or the installed plugins"},
                     {"--resources", "DIR", folders(options.resources),
-                     "add the resource packages (\"res-...\") in DIR; may be repeated"},
+                     "add the resource packages (\"res-...\") in DIR; may be repeated; default: the "
+                     "installed packages"},
                     {"--app-dir", "DIR", folder(options.applicationDirectory),
                      "store application data, caches, keys and crash dumps in DIR"},
                     {"--language", "CODE", language(options.language),

@@ -4,6 +4,7 @@
 #include "server.h"
 
 #include <hosts/shared/pacer.h>
+#include <hosts/shared/shipped_path.h>
 #include <hosts/shared/socket_path.h>
 #include <hosts/shared/standard_output.h>
 #include <qel/foundation/log/log_backend.h>
@@ -24,8 +25,8 @@ Options completed(Options options) {
     if (options.data.empty()) options.data = folder + "/qelserver.store";
     if (options.memory) options.data.clear();
     if (options.worker.empty()) {
-        const std::filesystem::path self = qel::Object::system()->getExecutablePath().c_str();
-        options.worker = self.parent_path() / "qelworker";
+        const std::filesystem::path installed = qelhosts::kProgramsFolder;
+        options.worker = qelhosts::shippedPath("qelworker", installed / "qelworker");
     }
     return options;
 }

@@ -35,7 +35,8 @@ qelhosts::Program describe(Options& options) {
                     {"--workers", "N", number(options.workers, 0, kMostWorkers),
                      "start N workers, 0 to 64; default: 4"},
                     {"--worker", "FILE", file(options.worker),
-                     "the program of the workers; default: \"qelworker\" beside the server"},
+                     "the program of the workers; default: \"qelworker\" beside the server, or the installed "
+                     "one"},
                     {"--rights", "FILE", file(options.rights),
                      "grant rights to users other than the server's own as FILE says; default: no rights"}},
         .notes = "",

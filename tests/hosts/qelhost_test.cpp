@@ -125,6 +125,22 @@ TEST_F(HostTest, AFolderOfPluginsThatCannotBeReadIsAnError) {
     EXPECT_THAT(host.out, HasSubstr("[ERROR] cannot read the plugins folder '"));
 }
 
+TEST_F(HostTest, FindsThePluginsAndResourcesOfItsInstallation) {
+    folder.makeFolder("bin");
+    std::filesystem::copy_file(QELHOST_PROGRAM, folder.path() + "/bin/qelhost");
+    folder.write("share/qelcore/plugins/a/main.sq", "host.print(std.tr(\"word\") + \"\\n\")");
+    folder.write("share/qelcore/res-words/tr-word.en.txt", "found");
+    EXPECT_THAT(runProgram(folder, {"bin/qelhost", "--language", "en"}).out, HasSubstr("found\n"));
+}
+
+TEST_F(HostTest, PrefersThePluginsBesideItsProgram) {
+    folder.makeFolder("bin");
+    std::filesystem::copy_file(QELHOST_PROGRAM, folder.path() + "/bin/qelhost");
+    folder.write("share/qelcore/plugins/a/main.sq", "host.print(\"installed\")");
+    folder.write("bin/Plugins/a/main.sq", "host.print(\"beside\")");
+    EXPECT_THAT(runProgram(folder, {"bin/qelhost"}).out, HasSubstr("beside"));
+}
+
 // --- standard output -----------------------------------------------------------------------------------
 
 class HostOutput : public HostTest {
