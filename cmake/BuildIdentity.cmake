@@ -1,7 +1,7 @@
 # What a build knows about itself, written to <qel/system/report/build_identity_p.h> of the build tree.
-set(QEL_BUILD_DESCRIPTION "${PROJECT_VERSION}-ce" CACHE STRING
+set(QELCORE_BUILD_DESCRIPTION "${PROJECT_VERSION}-ce" CACHE STRING
     "Description of the build: version, kind of release, then commits beyond it, short hash and 'dirty'")
-set(QEL_COPYRIGHT "Copyright (c) the qelCore authors. All rights reserved." CACHE STRING
+set(QELCORE_COPYRIGHT "Copyright (c) the qelCore authors. All rights reserved." CACHE STRING
     "Copyright line of the build")
 
 set(QEL_REVISION_HASH 0000000000000000000000000000000000000000)

@@ -12,11 +12,11 @@ pkg_check_modules(uriparser REQUIRED IMPORTED_TARGET liburiparser)
 pkg_check_modules(webp REQUIRED IMPORTED_TARGET libwebp)
 pkg_check_modules(deflate REQUIRED IMPORTED_TARGET libdeflate)
 pkg_check_modules(qrcodegen REQUIRED IMPORTED_TARGET qrcodegencpp)
-find_path(QEL_LODEPNG_INCLUDE lodepng.h REQUIRED) # has no module of pkg-config
-find_library(QEL_LODEPNG_LIBRARY lodepng REQUIRED)
-mark_as_advanced(QEL_LODEPNG_INCLUDE QEL_LODEPNG_LIBRARY)
-find_path(QEL_INIPARSER_INCLUDE iniparser.h PATH_SUFFIXES iniparser REQUIRED) # has no module of pkg-config
-find_library(QEL_INIPARSER_LIBRARY iniparser REQUIRED)
-mark_as_advanced(QEL_INIPARSER_INCLUDE QEL_INIPARSER_LIBRARY)
+find_path(QELCORE_LODEPNG_INCLUDE lodepng.h REQUIRED) # has no module of pkg-config
+find_library(QELCORE_LODEPNG_LIBRARY lodepng REQUIRED)
+mark_as_advanced(QELCORE_LODEPNG_INCLUDE QELCORE_LODEPNG_LIBRARY)
+find_path(QELCORE_INIPARSER_INCLUDE iniparser.h PATH_SUFFIXES iniparser REQUIRED) # has no module of pkg-config
+find_library(QELCORE_INIPARSER_LIBRARY iniparser REQUIRED)
+mark_as_advanced(QELCORE_INIPARSER_INCLUDE QELCORE_INIPARSER_LIBRARY)
 # Highway is used by its headers alone; its library would slow down the start of every program.
 pkg_check_modules(hwy REQUIRED libhwy)
