@@ -21,9 +21,14 @@ qelhosts::Program describe(Options& options) {
             "or "
             "the call \"server.shutdown\".\n\n"
             "The server stores a job before it acknowledges it, so that a job survives even if the server is "
-            "killed. The user who runs the server may make all calls; other users may make those that the "
-            "file "
-            "of --rights grants.",
+            "killed.\n\n"
+            "The user who runs the server may make all calls. The file of --rights lists what other users "
+            "may do, "
+            "for example \"user radiology: rpc:jobs.* folder:/srv/studies\", \"group staff: rpc:jobs.state\" "
+            "and "
+            "\"everyone: rpc:workers.list\", each on its own line. It must belong to the server's user or to "
+            "root, "
+            "and nobody else may be able to write to it.",
         .options = {{"--socket", "PATH", text(options.socket, "not a path of a socket: ", ValueKind::File),
                      "listen on this socket; default: \"qelserver.sock\" in the user's data folder"},
                     {"--data", "FILE", text(options.data, "not a path of a file: ", ValueKind::File),
@@ -31,14 +36,14 @@ qelhosts::Program describe(Options& options) {
                      "folder of "
                      "application data"},
                     {"--memory", "", flag(options.memory),
-                     "keep them in memory only; they are lost when the server stops"},
+                     "keep all records in memory; they are lost when the server stops"},
                     {"--workers", "N", number(options.workers, 0, kMostWorkers),
                      "start N workers, 0 to 64; default: 4"},
                     {"--worker", "FILE", file(options.worker),
                      "the program of the workers; default: \"qelworker\" beside the server, or the installed "
                      "one"},
                     {"--rights", "FILE", file(options.rights),
-                     "grant rights to users other than the server's own as FILE says; default: no rights"}},
+                     "grant other users the calls and folders that FILE lists; default: none"}},
         .notes = "",
         .statuses =
             {{0, "orderly stop"},

@@ -73,7 +73,7 @@ void findArguments(CommandLine& line, const Program& program, std::span<const st
 
 void addCommonOptions(Program& program, CommandLine& line) {
     program.options.push_back({"--version", "", flag(line.version), "print the version and exit"});
-    program.options.push_back({"-h,--help", "", flag(line.help), "print this help and exit"});
+    program.options.push_back({"-h,--help", "", flag(line.help), "print a list of the options and exit"});
     program.statuses.emplace(kWrongUsage, "wrong command line");
 }
 
