@@ -85,14 +85,19 @@ private:
 class QEL_API TextAccess {
 public:
     /// Converts the value at @p index.
-    TextAccess(SQVM* vm, SQInteger index);
+    TextAccess(SQVM* vm, SQInteger index) {
+        if (sq_gettype(vm, index) == OT_STRING) {
+            read(vm, index);
+        } else {
+            convert(vm, index);
+        }
+    }
     /// Releases the string.
     ~TextAccess() {
         if (m_made) sq_release(m_made, &m_object);
     }
-    /// Takes the string over from @p other.
-    TextAccess(TextAccess&& other) noexcept;
-    TextAccess& operator=(TextAccess&&) = delete;
+    TextAccess(const TextAccess&) = delete;
+    TextAccess& operator=(const TextAccess&) = delete;
 
     /// Returns the string, zero-terminated and never null.
     const char* c_str() const { return m_text; }
@@ -100,8 +105,14 @@ public:
     std::string_view view() const { return {m_text, m_size}; }
 
 private:
+    void read(SQVM* vm, SQInteger index) {
+        if (SQ_SUCCEEDED(sq_getstring(vm, index, &m_text)))
+            m_size = static_cast<size_t>(sq_getsize(vm, index));
+    }
+    void convert(SQVM* vm, SQInteger index);
+
     SQVM* m_made = nullptr;
-    HSQOBJECT m_object;
+    HSQOBJECT m_object; // the created string
     const char* m_text = "";
     size_t m_size = 0;
 };

@@ -53,17 +53,38 @@ QEL_API SQInteger raiseNullAccess(SQVM* vm, bool isSetter);
 /// Turns the native exception in flight into a script error.
 QEL_API SQInteger raiseCurrentException(SQVM* vm);
 
-/// Converts the arguments at stack index 2 and above, calls @p call with them and pushes its result.
+/// Converts the argument number @p index of a native function.
+template <size_t index, typename A>
+struct ArgumentAccess {
+    explicit ArgumentAccess(SQVM* vm) : access(vm, static_cast<SQInteger>(index) + 2) {}
+
+    A access;
+};
+
+/// Converts all arguments, which are at stack index 2 and above, in their order: that of base classes.
+template <typename Sequence, typename Arguments>
+struct AllAccess;
+
+template <size_t... I, typename... P>
+struct AllAccess<std::index_sequence<I...>, std::tuple<P...>> : ArgumentAccess<I, AccessFor<P>>... {
+    explicit AllAccess([[maybe_unused]] SQVM* vm) : ArgumentAccess<I, AccessFor<P>>(vm)... {}
+
+    template <size_t index>
+    decltype(auto) value() const {
+        using Base = ArgumentAccess<index, AccessFor<std::tuple_element_t<index, std::tuple<P...>>>>;
+        return Base::access.value();
+    }
+};
+
+/// Converts the arguments, calls @p call with them and pushes its result.
 template <typename R, typename Arguments, typename Call, size_t... I>
 SQInteger callWith(SQVM* vm, const Call& call, std::index_sequence<I...>) try {
-    // The braces guarantee that the conversions run in the order of the arguments.
-    [[maybe_unused]] std::tuple<AccessFor<std::tuple_element_t<I, Arguments>>...> access{
-        AccessFor<std::tuple_element_t<I, Arguments>>(vm, static_cast<SQInteger>(I) + 2)...};
+    [[maybe_unused]] const AllAccess<std::index_sequence<I...>, Arguments> access(vm);
     if constexpr (std::is_void_v<R>) {
-        call(std::get<I>(access).value()...);
+        call(access.template value<I>()...);
         return 0;
     } else {
-        return pushResult<std::remove_cvref_t<R>>(vm, call(std::get<I>(access).value()...));
+        return pushResult<std::remove_cvref_t<R>>(vm, call(access.template value<I>()...));
     }
 } catch (...) {
     return raiseCurrentException(vm);
