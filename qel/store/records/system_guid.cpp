@@ -4,7 +4,15 @@
 #include <qel/foundation/log/message_stream.h>
 #include <qel/store/records/guid_domain_db.h>
 
+#include <atomic>
+
 namespace qel {
+namespace {
+
+/// Whether the System has a database, so that an idle pass takes no lock. Written under its mutex.
+std::atomic<bool> g_hasDatabase = false;
+
+} // namespace
 
 SmartPointer<GUIDDomainDB> System::getGUIDDomainInUse() const {
     const MutexLock lock(m_guidDomainMutex);
@@ -31,6 +39,7 @@ void System::setGUIDDomainDB(GUIDDomainDB* database) {
     SmartPointer<GUIDDomainDB> before(database); // dies without the mutex
     const MutexLock lock(m_guidDomainMutex);
     m_guidDomainDB.swap(before);
+    g_hasDatabase.store(database != nullptr, std::memory_order_relaxed);
 }
 
 bool System::hasGUIDDomain() const {
@@ -43,6 +52,7 @@ void System::disableGUIDDomains() {
 }
 
 bool System::flushGUIDDomain() {
+    if (!g_hasDatabase.load(std::memory_order_relaxed)) return false;
     SmartPointer<GUIDDomainDB> database;
     {
         const MutexLock lock(m_guidDomainMutex);

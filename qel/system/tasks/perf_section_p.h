@@ -16,7 +16,9 @@ class PerfSection final : public Object {
     QEL_CLASS(PerfSection, Object)
 
 public:
-    explicit PerfSection(const char* sectionName) : name(sectionName) {}
+    /// Creates a section inside @p outer, which must outlive it; null for the root.
+    explicit PerfSection(const char* sectionName, PerfSection* outer = nullptr)
+        : name(sectionName), parent(outer) {}
 
     /// The section @p childName inside this one, made on first use. Sections tend to follow each other in the
     /// same order, so the one that followed the last time is tried first.
@@ -43,6 +45,7 @@ public:
     }
 
     const String name;
+    PerfSection* const parent;
     const char* literal = nullptr; // the name as childOfLiteral() got it the last time
     int64 startTime = 0;           // UTC stamp
     uint64 totalTime = 0;          // ticks of 100 ns, like all that follow
@@ -53,7 +56,7 @@ public:
 private:
     PerfSection& find(const char* childName) {
         SmartPointer<PerfSection>& found = children[childName];
-        if (!found) found = new PerfSection(childName);
+        if (!found) found = new PerfSection(childName, this);
         return *found;
     }
 

@@ -7,14 +7,12 @@
 #include <fmt/printf.h>
 
 #include <algorithm>
-#include <iterator>
-#include <vector>
 
 namespace qel {
 
 namespace {
 
-constexpr std::size_t kMaxOpenSections = 33;
+constexpr int kMaxOpenSections = 33;
 constexpr int64 kTicksPerMs = 10'000;
 constexpr int64 kBlockingTicks = 4000 * kTicksPerMs;
 constexpr uint32 kReportPeriodMs = 2001;
@@ -38,42 +36,44 @@ void resetSums(PerfSection& section) {
 } // namespace
 
 struct PerfMon::Private {
-    PerfSection& top() { return open.empty() ? root : *open.back(); }
-
     PerfSection root{""};
-    std::vector<PerfSection*> open; // outermost first, without the root
+    PerfSection* top = &root; // the last section opened
+    int openCount = 0;
     String report;
     uint32 lastReportTime = 0;
 };
 
-PerfMon::PerfMon() : d(std::make_unique<Private>()) {
-    d->open.reserve(kMaxOpenSections);
-}
+PerfMon::PerfMon() : d(std::make_unique<Private>()) {}
 
 PerfMon::~PerfMon() = default;
 
 void PerfMon::begin(const char* name) {
-    if (!isFull()) open(d->top().child(name), system()->getUTCDateTime());
+    if (isFull()) return logFull();
+    open(d->top->child(name), system()->getUTCDateTime());
 }
 
 void PerfMon::beginLiteral(const char* literal, int64 now) {
-    if (!isFull()) open(d->top().childOfLiteral(literal), now);
+    if (isFull()) return logFull();
+    open(d->top->childOfLiteral(literal), now);
 }
 
-bool PerfMon::isFull() const {
-    if (d->open.size() < kMaxOpenSections) return false;
+inline bool PerfMon::isFull() const {
+    return d->openCount == kMaxOpenSections;
+}
+
+void PerfMon::logFull() const {
     logging::error() << "[PERFMON] too much recursion at begin";
-    return true;
 }
 
-void PerfMon::open(PerfSection& section, int64 now) {
+inline void PerfMon::open(PerfSection& section, int64 now) {
     section.startTime = now;
-    d->open.push_back(&section);
+    d->top = &section;
+    ++d->openCount;
 }
 
 void PerfMon::end(const char* name) {
-    const PerfSection& top = d->top();
-    if (d->open.empty() || top.name != name) {
+    const PerfSection& top = *d->top;
+    if (&top == &d->root || top.name != name) {
         logging::error() << "[PERFMON] mismatch begin(" << top.name << ") to end(" << name << ")";
         return;
     }
@@ -81,23 +81,26 @@ void PerfMon::end(const char* name) {
 }
 
 void PerfMon::endLiteral(const char* literal, int64 now) {
-    (d->top().literal == literal) ? close(now) : end(literal);
+    (d->top->literal == literal) ? close(now) : end(literal);
 }
 
-void PerfMon::close(int64 now) {
-    PerfSection& top = *d->open.back();
+inline void PerfMon::close(int64 now) {
+    PerfSection& top = *d->top;
     const int64 duration = std::max(now - top.startTime, int64{0}); // the wall clock may be set back
     if (duration > kBlockingTicks) noteBlocking(duration);
     top.add(static_cast<uint64>(duration));
-    d->open.pop_back();
+    d->top = top.parent;
+    --d->openCount;
 }
 
 void PerfMon::noteBlocking(int64 duration) {
-    if (d->open.size() == 1) ++m_blockingCount;
+    if (d->openCount == 1) ++m_blockingCount;
     const float milliseconds = static_cast<float>(duration) / static_cast<float>(kTicksPerMs);
     m_blockingTimeMillis += static_cast<uint64>(milliseconds);
-    std::string path;
-    for (const PerfSection* section : d->open) path += (path.empty() ? "" : "/") + section->name;
+    std::string path = d->top->name;
+    for (const PerfSection* section = d->top->parent; section != &d->root; section = section->parent) {
+        path = section->name + "/" + path;
+    }
     logging::warning() << "[PERFMON] blocking section '" << path << "' time=" << milliseconds
                        << "ms #total=" << m_blockingCount;
 }

@@ -56,6 +56,7 @@ private:
     struct Private;
 
     bool isFull() const;
+    void logFull() const;
     void open(PerfSection& section, int64 now);
     void close(int64 now);
     void noteBlocking(int64 duration);
