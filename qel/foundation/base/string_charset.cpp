@@ -8,7 +8,7 @@
 #include <array>
 #include <stdexcept>
 #include <string_view>
-#include <unordered_map>
+#include <utility>
 
 namespace qel {
 
@@ -67,44 +67,48 @@ constexpr std::string_view kLanguageSwitches[] = {
     "(I", ")I", ")J", "(J", "$B", "$(D", "$)D", "$)C", "$)B", "$)A", "$(C",
 };
 
-/// A single-byte character set with the maps of both directions.
+/// A single-byte character set with its tables of both directions, which the compiler creates.
 struct ByteCharset {
-    std::unordered_map<uint8, uint32> toUnicode;
-    std::unordered_map<uint32, uint8> fromUnicode;
+    std::array<uint32, 256> toUnicode;
+    std::array<std::pair<uint32, uint8>, 256> fromUnicode; // sorted
 
     template <typename CodePointOf>
-    explicit ByteCharset(CodePointOf codePointOf) {
+    constexpr explicit ByteCharset(CodePointOf codePointOf) {
         for (unsigned byte = 0; byte < 256; ++byte) {
-            toUnicode.emplace(static_cast<uint8>(byte), codePointOf(byte));
-            fromUnicode.emplace(codePointOf(byte), static_cast<uint8>(byte));
+            toUnicode[byte] = codePointOf(byte);
+            fromUnicode[byte] = {toUnicode[byte], static_cast<uint8>(byte)};
         }
+        std::sort(fromUnicode.begin(), fromUnicode.end());
     }
 
     String decode(const String& bytes) const {
         String text;
         text.reserve(bytes.size());
-        for (const char c : bytes) text.utf8_append(toUnicode.at(static_cast<uint8>(c)));
+        for (const char c : bytes) text.utf8_append(toUnicode[static_cast<uint8>(c)]);
         return text;
     }
 
     /// @return false if the set lacks a character of @p text.
     bool encode(const String& text, String& bytes) const {
         for (const uint32 codePoint : text.utf8_to_unicode()) {
-            const auto found = fromUnicode.find(codePoint);
-            if (found == fromUnicode.end()) return false;
+            const auto found =
+                std::lower_bound(fromUnicode.begin(), fromUnicode.end(), std::pair(codePoint, uint8{0}));
+            if (found == fromUnicode.end() || found->first != codePoint) return false;
             bytes.push_back(static_cast<char>(found->second));
         }
         return true;
     }
 };
 
+constexpr ByteCharset kLatin1([](unsigned byte) -> uint32 { return byte; });
+constexpr ByteCharset kLatin2([](unsigned byte) -> uint32 {
+    return byte < 0xA0 ? byte : kLatin2Upper[byte - 0xA0];
+});
+
 /// Returns the byte table of an id, or null if the system converts it.
 const ByteCharset* findByteCharset(Charset charset) {
-    static const ByteCharset latin1([](unsigned byte) -> uint32 { return byte; });
-    static const ByteCharset latin2(
-        [](unsigned byte) -> uint32 { return byte < 0xA0 ? byte : kLatin2Upper[byte - 0xA0]; });
-    if (charset == Charset::Latin1) return &latin1;
-    if (charset == Charset::Latin2) return &latin2;
+    if (charset == Charset::Latin1) return &kLatin1;
+    if (charset == Charset::Latin2) return &kLatin2;
     return nullptr;
 }
 
@@ -142,7 +146,7 @@ size_t getLanguageSwitchLength(std::string_view text) {
 } // namespace
 
 void String::utf8_init_charset_conversion() {
-    findByteCharset(Charset::Latin1); // creates its static tables
+    // The tables are constants.
 }
 
 bool String::getLocaleFromCharset(int charset, std::locale& locale, bool silent) {
