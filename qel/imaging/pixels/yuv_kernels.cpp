@@ -1,0 +1,89 @@
+#include <qel/imaging/pixels/yuv_kernels_p.h>
+
+#include <qel/imaging/pixels/parallel_rows_p.h>
+#include <qel/imaging/pixels/pixel_rows_p.h>
+
+#include <algorithm>
+#include <cstring>
+
+namespace qel::internal {
+namespace {
+
+/// Copies luma of the rows of a pair.
+void copyLuma(const Target& target, const Source& source, uint32 pair, uint32 width) {
+    for (const uint64 y : {uint64{pair} * 2, uint64{pair} * 2 + 1})
+        if (width > 0) std::memmove(target.row(y), source.row(y), width);
+}
+
+} // namespace
+
+void YUVKernel::prepare(unsigned& parts) {
+    const uint64 pixels = uint64{m_width} * m_height;
+    const uint64 most = std::clamp<uint64>(pixels / kPixelsPerPart, 1, parts);
+    m_jobs = static_cast<unsigned>(std::min<uint64>(most, m_height / 2));
+    parts = m_jobs;
+}
+
+void YUVKernel::execute(unsigned index) {
+    const uint64 pairs = m_height / 2;
+    processRows(static_cast<uint32>(index * pairs / m_jobs),
+                static_cast<uint32>((index + 1) * pairs / m_jobs));
+}
+
+void KernelToYuv::processRows(uint32 firstPair, uint32 endPair) {
+    const size_t pairs = width() / 2;
+    const bool hasLastColumn = width() % 2 != 0 && m_target.columns > pairs;
+    for (uint32 pair = firstPair; pair < endPair; ++pair) {
+        const uint64 y = uint64{pair} * 2;
+        const uint8 *first = m_source.row(y), *second = m_source.row(y + 1);
+        uint8 *u = m_target.u.row(pair), *v = m_target.v.row(pair);
+        m_rows.luma(m_target.y.row(y), first, width());
+        m_rows.luma(m_target.y.row(y + 1), second, width());
+        m_rows.chroma(u, v, first, second, pairs);
+        if (hasLastColumn) m_rows.lastColumn(u + pairs, v + pairs, first + 8 * pairs, second + 8 * pairs);
+    }
+}
+
+kernel_convertImage_RGBA8_Y1U2V2::kernel_convertImage_RGBA8_Y1U2V2(uint32 width, uint32 height, Source source,
+                                                                   const YuvPlanes<Target>& target)
+    : KernelToYuv(width, height, source, target, {rowFullLuma, rowFullChroma, fullChromaOfColumn}) {}
+
+kernel_convertImage_BGRA8_Y1U2V2::kernel_convertImage_BGRA8_Y1U2V2(uint32 width, uint32 height, Source source,
+                                                                   const YuvPlanes<Target>& target)
+    : KernelToYuv(width, height, source, target, {rowVideoLuma, rowVideoChroma, videoChromaOfColumn}) {}
+
+template <size_t Bytes, YuvRowFunction* Row>
+void KernelFromYuv<Bytes, Row>::processRows(uint32 firstPair, uint32 endPair) {
+    constexpr uint8 kNoChroma = 128;
+    const size_t even = width() & ~1u;
+    for (uint64 y = uint64{firstPair} * 2; y < uint64{endPair} * 2; ++y) {
+        const uint8 *luma = m_source.y.row(y), *u = m_source.u.row(y / 2), *v = m_source.v.row(y / 2);
+        uint8* out = m_target.row(y);
+        Row(out, luma, u, v, even);
+        if (even == width()) continue;
+        const bool hasChroma = m_source.columns > 0;
+        const size_t last = hasChroma ? std::min<size_t>(even / 2, m_source.columns - 1) : 0;
+        Row(out + even * Bytes, luma + even, hasChroma ? u + last : &kNoChroma,
+            hasChroma ? v + last : &kNoChroma, 1);
+    }
+}
+
+template class KernelFromYuv<3, rowYuvToRgb>;
+template class KernelFromYuv<4, rowYuvToRgba>;
+template class KernelFromYuv<4, rowYuvToBgra>;
+
+void kernel_convertImage_Y1U2V2_Y1UV2::processRows(uint32 firstPair, uint32 endPair) {
+    for (uint32 pair = firstPair; pair < endPair; ++pair) {
+        copyLuma(m_target.y, m_source.y, pair, width());
+        rowInterleave(m_target.u.row(pair), m_source.u.row(pair), m_source.v.row(pair), width() / 2);
+    }
+}
+
+void kernel_convertImage_Y1UV2_Y1U2V2::processRows(uint32 firstPair, uint32 endPair) {
+    for (uint32 pair = firstPair; pair < endPair; ++pair) {
+        copyLuma(m_target.y, m_source.y, pair, width());
+        rowSplit(m_target.u.row(pair), m_target.v.row(pair), m_source.u.row(pair), width() / 2);
+    }
+}
+
+} // namespace qel::internal
