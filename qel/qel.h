@@ -35,6 +35,7 @@
 #include <qel/foundation/base/line_end.h>
 #include <qel/foundation/base/listener_list.h>
 #include <qel/foundation/base/log_line.h>
+#include <qel/foundation/base/matrix.h>
 #include <qel/foundation/base/mutex.h>
 #include <qel/foundation/base/number_format.h>
 #include <qel/foundation/base/object.h>
@@ -119,6 +120,8 @@
 #include <qel/rpc/rpc_provider.h>
 #include <qel/rpc/update_mechanism.h>
 #include <qel/rpc/uri_parser.h>
+#include <qel/scene/actors/anim_color.h>
+#include <qel/scene/actors/timeline.h>
 #include <qel/script/access.h>
 #include <qel/script/async_queue.h>
 #include <qel/script/class_binder.h>
@@ -173,3 +176,4 @@
 #include <qel/testing/faults.h>
 #include <qel/testing/machine.h>
 #include <qel/testing/simd.h>
+#include <qel/volume/arcball_camera.h>

@@ -19,6 +19,11 @@ struct IVec2 {
     template <typename U>
     constexpr explicit IVec2(const IVec2<U>& o) : x(static_cast<T>(o.x)), y(static_cast<T>(o.y)) {}
 
+    /// Returns component @p i, from 0; any other index means the last one.
+    constexpr T& operator[](int i) { return i == 0 ? x : y; }
+    /// Returns component @p i, from 0; any other index means the last one.
+    constexpr const T& operator[](int i) const { return i == 0 ? x : y; }
+
     /// Compares all components.
     friend constexpr bool operator==(const IVec2&, const IVec2&) = default;
 };
@@ -41,6 +46,11 @@ struct IVec3 {
     template <typename U>
     constexpr explicit IVec3(const IVec3<U>& o)
         : x(static_cast<T>(o.x)), y(static_cast<T>(o.y)), z(static_cast<T>(o.z)) {}
+
+    /// Returns component @p i, from 0; any other index means the last one.
+    constexpr T& operator[](int i) { return i == 0 ? x : i == 1 ? y : z; }
+    /// Returns component @p i, from 0; any other index means the last one.
+    constexpr const T& operator[](int i) const { return i == 0 ? x : i == 1 ? y : z; }
 
     /// Compares all components.
     friend constexpr bool operator==(const IVec3&, const IVec3&) = default;
@@ -68,6 +78,11 @@ struct IVec4 {
     template <typename U>
     constexpr explicit IVec4(const IVec4<U>& o)
         : x(static_cast<T>(o.x)), y(static_cast<T>(o.y)), z(static_cast<T>(o.z)), w(static_cast<T>(o.w)) {}
+
+    /// Returns component @p i, from 0; any other index means the last one.
+    constexpr T& operator[](int i) { return i == 0 ? x : i == 1 ? y : i == 2 ? z : w; }
+    /// Returns component @p i, from 0; any other index means the last one.
+    constexpr const T& operator[](int i) const { return i == 0 ? x : i == 1 ? y : i == 2 ? z : w; }
 
     /// Compares all components.
     friend constexpr bool operator==(const IVec4&, const IVec4&) = default;

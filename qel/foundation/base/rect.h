@@ -37,8 +37,24 @@ struct Rect {
     /// Returns the corner (x1, y1).
     constexpr IVec2<float> rightBottom() const { return {x1, y1}; }
 
+    /// Rounds each edge to the nearest integer, halves away from zero. Values beyond 2^30 in either direction
+    /// become 2^30 or -2^30; NaN becomes 0.
+    constexpr IVec4<int> roundNearestAsInt() const {
+        return {roundNearest(x0), roundNearest(y0), roundNearest(x1), roundNearest(y1)};
+    }
+
     /// Compares all edges.
     friend constexpr bool operator==(const Rect&, const Rect&) = default;
+
+private:
+    static constexpr int roundNearest(float value) {
+        constexpr float kLimit = 1 << 30;
+        if (!(value > -kLimit)) return value <= -kLimit ? -(1 << 30) : 0;
+        if (value > kLimit) return 1 << 30;
+        const int whole = static_cast<int>(value);
+        const float fraction = value - static_cast<float>(whole);
+        return whole + (fraction >= 0.5f ? 1 : 0) - (fraction <= -0.5f ? 1 : 0);
+    }
 };
 
 } // namespace qel

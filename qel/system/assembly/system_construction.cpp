@@ -38,6 +38,7 @@ System::System() {
     readMachine();
     m_threadPool = new ThreadPool;
     m_mainPool = new MainPool;
+    m_parallel = new Parallel;
     m_resourceLocator = new ResourceLocator;
     m_scheduler = new Scheduler;
     m_executablePath = platform::executablePath();

@@ -3,6 +3,7 @@
 #include <qel/foundation/base/timed_references.h>
 #include <qel/foundation/base/write_whole.h>
 #include <qel/process/killed_children.h>
+#include <qel/scene/actors/anim_color.h>
 #include <qel/script/vm.h>
 #include <qel/system/tasks/main_pool.h>
 #include <qel/system/tasks/perfmon.h>
@@ -88,6 +89,7 @@ void System::runSteps(PassClock& time) {
     if (isDue) time.readTime(); // the steps before this one belong to no section
     time.run("Scheduler", isDue, [this] { m_scheduler->tick(); });
     if (m_backgroundMode) syncUnsaved();
+    AnimColor::flushLPM();
     const bool hasFlushed = flushGUIDDomain();
     if (internal::removeAllTimedReferences() || hasFlushed || m_backgroundMode) time.readTime();
 }

@@ -25,7 +25,8 @@ public:
     /// first.
     uint32 getLastEventTime() const { return m_lastEventTime; }
 
-    /// Sets the renderer of the main window, or none if null. Not implemented yet, like getRenderer().
+    /// Sets the renderer of the main window, or none if null. Defined in
+    /// render/application_renderer.cpp, like getRenderer().
     /// @owner keeps a weak pointer only.
     void setRenderer(Renderer* renderer);
     /// Returns the renderer of the main window; null if none is set or it has been destroyed.

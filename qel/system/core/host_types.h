@@ -3,19 +3,26 @@
 
 namespace qel {
 
-/// The rotation of the display relative to the device.
+/// How a picture is turned or mirrored when it is drawn. The values 0 to 7 are the orientations of
+/// Renderer's texture operations; each comment states where the source's left top corner is drawn and how the
+/// source's top row runs from there.
 enum class Rotation : int {
-    None = 0,         ///< upright
-    Clockwise90 = 1,  ///< rotated by 90 degrees clockwise
-    UpsideDown = 2,   ///< rotated by 180 degrees
-    Clockwise270 = 3, ///< rotated by 270 degrees clockwise
+    None = 0,                 ///< left top, to the right: upright
+    Clockwise90 = 1,          ///< right top, downwards: a quarter turn clockwise
+    UpsideDown = 2,           ///< right bottom, to the left: half a turn
+    Clockwise270 = 3,         ///< left bottom, upwards: a quarter turn counter-clockwise
+    MirroredHorizontally = 4, ///< right top, to the left
+    AntiTransposed = 5,       ///< right bottom, upwards
+    MirroredVertically = 6,   ///< left bottom, to the right
+    Transposed = 7,           ///< left top, downwards
+    FromDevice = 8,           ///< an actor takes System::getCurrentRotation()
 };
 
 /// The kind of device on which the host runs; it determines the size of controls.
 enum class DeviceType : int {
     Desktop = 0, ///< mouse and keyboard
-    Tablet = 1,  ///< touch, large display
-    Phone = 2,   ///< touch, small display
+    Phone = 1,   ///< touch, small display
+    Tablet = 2,  ///< touch, large display
 };
 
 /// Editing commands that a host's menu sends to the focused text.

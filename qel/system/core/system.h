@@ -291,16 +291,24 @@ public:
     BitmapFont* getBitmapFont(SmartCStr name);
     /// Returns the font @p name of @p size pixels from the cache, loaded on first use.
     TrueTypeFont* getTrueTypeFont(SmartCStr name, int size);
-    /// Returns the sprite @p name from the cache.
+    /// Returns the sprite of the resource @p name from the cache, created on first use. The sprite functions
+    /// are defined in render/system_sprites.cpp.
     Sprite* getSprite(SmartCStr name);
-    /// Returns the sprite of code point @p key at a size of @p size pixels from the cache.
+    /// Returns the sprite of code point @p key in the font with the descriptor @p size from the cache, created
+    /// on first use.
     Sprite* getSprite(const IVec2<unsigned>& size, unsigned key);
-    /// Returns the variant of the sprite @p name for @p language.
+    /// Returns the sprite of the variant of @p name for @p language, whose name has "." and the language in
+    /// front of the extension; the sprite of @p name itself if there is no such resource.
     Sprite* getSpriteByLanguage(SmartCStr name, SmartCStr language);
-    /// Drops the textures of all cached sprites and removes the sprites from the cache.
+    /// Drops the pixels and textures of all cached sprites, as Sprite::clearTextureCache() does, and removes
+    /// the sprites from the cache.
     void clearSpriteCache();
-    /// Loads and uploads @p sprite in the next passes, one sprite at a time.
-    void prefetchSprite(Sprite* sprite, Renderer* renderer, const IVec2<int>& size);
+    /// Loads @p sprite in one of the next passes and makes its texture for @p renderer in a later one. Does
+    /// nothing while another sprite is being prefetched, or if loading @p sprite has failed.
+    /// @param renderer  null only loads the pixels.
+    /// @param size      of the texture in pixels.
+    /// @owner keeps weak pointers to both.
+    void prefetchSprite(Sprite* sprite, Renderer* renderer = nullptr, const IVec2<int>& size = {});
 
     // --- machine (system/services) ------------------------------------------------------------------
 
@@ -389,10 +397,12 @@ public:
     int getRotateMode() const { return m_rotateMode; }
     /// Stores how the display may rotate.
     void setRotateMode(int mode) { m_rotateMode = mode; }
-    /// Returns the current rotation of the display.
+    /// Returns how pictures that follow the device are to be drawn: None, Clockwise90 or Clockwise270.
     Rotation getCurrentRotation() const { return m_currentRotation; }
-    /// Stores the current rotation of the display.
-    void setCurrentRotation(Rotation rotation) { m_currentRotation = rotation; }
+    /// Stores how the device is held.
+    /// @param deviceRotation  1: pictures that follow the device are drawn a quarter turn clockwise; 2: a
+    /// quarter turn counter-clockwise; anything else: upright.
+    void setCurrentRotation(int deviceRotation);
     /// Returns the kind of device.
     DeviceType getDeviceType() const { return m_deviceType; }
     /// Stores the kind of device.
@@ -588,7 +598,9 @@ public:
     Delegate<void(const char*)> delegateSetClipboardText;         ///< put a text onto the clipboard
     Delegate<String()> delegateGetClipboardText;                  ///< text on the clipboard; default empty
     Delegate<void(Image*)> delegateSetClipboardImage;             ///< put an image onto the clipboard
-    Delegate<bool()> delegateIsDarkAppearance;                    ///< true for dark colours; default false
+    /// Returns true on a phone. Unconnected, the display's size decides between phone and tablet.
+    Delegate<bool()> delegateIsMobile;
+    Delegate<bool()> delegateIsDarkAppearance;             ///< true for dark colours; default false
     Delegate<bool()> delegateIsNetworkAvailable;           ///< true if a network is available; default true
     Delegate<bool(IVec2<float>&)> delegatePointerPosition; ///< reads the pointer's position; default false
     Delegate<uint64()> delegateGraphicsMemoryInUse;        ///< bytes; default 0
@@ -614,6 +626,9 @@ private:
     void setBuildEnvironment();
     void decideEventFlags(int flags);
     void runSteps(PassClock& time);
+    bool hasPendingPrefetch() const; // like the next two defined in render/system_sprites.cpp
+    void stepPrefetch();
+    void releaseSprites();
     void runIdleWork();
     SmartPointer<GUIDDomainDB> getGUIDDomainInUse() const;
     bool flushGUIDDomain();
@@ -680,6 +695,7 @@ private:
     SmartPointer<StdInPacketReader> m_stdInPacketReader;
     SmartPointer<StdOutPacketWriter> m_stdOutPacketWriter;
     SmartPointer<PerfMon> m_perfMon;
+    SmartPointer<Object> m_spriteCache; ///< a SpriteCache of the unit render, created on first use
     mutable Mutex m_guidDomainMutex;
     SmartPointer<GUIDDomainDB> m_guidDomainDB QEL_GUARDED_BY(m_guidDomainMutex);
     bool m_guidDomainsDisabled QEL_GUARDED_BY(m_guidDomainMutex) = false;

@@ -45,6 +45,12 @@ String System::getLanguage() const {
     return m_language;
 }
 
+void System::setCurrentRotation(int deviceRotation) {
+    m_currentRotation = deviceRotation == 1   ? Rotation::Clockwise90
+                        : deviceRotation == 2 ? Rotation::Clockwise270
+                                              : Rotation::None;
+}
+
 void System::setLanguage(SmartCStr language) {
     String lower = String(language.c_str()).utf8_lowercase();
     const MutexLock lock(m_languageMutex);

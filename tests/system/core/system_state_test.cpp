@@ -33,6 +33,22 @@ TEST_F(SystemState, LargestFramebufferIsStored) {
     EXPECT_EQ(system().getMaxFrameBufferSize(), IVec2<int>(70'000, 70'000)) << "its area needs 64 bits";
 }
 
+TEST_F(SystemState, TheDevicesRotationBecomesAQuarterTurn) {
+    EXPECT_EQ(system().getCurrentRotation(), Rotation::None);
+    system().setCurrentRotation(1);
+    EXPECT_EQ(system().getCurrentRotation(), Rotation::Clockwise90);
+    system().setCurrentRotation(2);
+    EXPECT_EQ(system().getCurrentRotation(), Rotation::Clockwise270);
+    for (const int other : {0, 3, -1}) {
+        system().setCurrentRotation(other);
+        EXPECT_EQ(system().getCurrentRotation(), Rotation::None) << other;
+    }
+}
+
+TEST_F(SystemState, TheHookForPhonesStartsUnconnected) {
+    EXPECT_FALSE(system().delegateIsMobile.isConnected());
+}
+
 TEST_F(SystemState, EarlyUrlIsReturnedOnce) {
     system().delegateHandleURL("qel:open");
     for (const char* url : {"qel:open", ""}) EXPECT_EQ(system().popSavedStartupURL(), url);

@@ -1,0 +1,177 @@
+#include <tests/support/system_fixture.h>
+
+#include <qel/scene/actors/anim_color.h>
+
+#include <cmath>
+#include <memory>
+
+namespace qel {
+namespace {
+
+constexpr IVec4<float> kBlack(0, 0, 0, 1);
+
+class AnimColorTest : public test::SystemFixture {
+protected:
+    void SetUp() override {
+        SystemFixture::SetUp();
+        system().delegateRequestFrame.connect([this] { ++requestedFrames; });
+        color.enableAnimation();
+    }
+    /// Runs frames of 16 ms in which the colour is read once.
+    void runFrames(int count) {
+        for (int i = 0; i < count; ++i) {
+            passAfter(16);
+            color.getColor();
+        }
+    }
+
+    AnimColor color;
+    int requestedFrames = 0;
+};
+
+TEST_F(AnimColorTest, WithoutAnimationAColorActsAtOnce) {
+    AnimColor plain;
+    plain.setColor(kBlack);
+    EXPECT_EQ(plain.getColor(), kBlack);
+    plain.setAlpha(0);
+    EXPECT_EQ(plain.getAlpha(), 0);
+    EXPECT_EQ(plain.queryGadgetNotificationMask(), 0u);
+    passAfter(16);
+    EXPECT_EQ(requestedFrames, 0);
+}
+
+TEST_F(AnimColorTest, AnAnimationStartsWithThePassAfterTheChange) {
+    color.setColor(kBlack);
+    EXPECT_FALSE(color.isAnimating());
+    passAfter(16);
+    EXPECT_TRUE(color.isAnimating());
+    EXPECT_EQ(requestedFrames, 1);
+    passAfter(16);
+    EXPECT_EQ(requestedFrames, 1) << "while it moves, reading it keeps the frames coming";
+}
+
+TEST_F(AnimColorTest, TwoReadsInOnePassStepOnce) {
+    color.setColor(kBlack);
+    runFrames(2);
+    const float first = color.getColor().x;
+    EXPECT_NEAR(first, std::pow(0.85, 16 * 0.06), 1e-5);
+    EXPECT_EQ(color.getColor().x, first);
+    runFrames(1);
+    EXPECT_NEAR(color.getColor().x, std::pow(0.85, 2 * 16 * 0.06), 1e-5);
+}
+
+TEST_F(AnimColorTest, TheEndDoesNotDependOnTheFrameRate) {
+    AnimColor slow;
+    slow.enableAnimation();
+    color.setAlpha(0);
+    slow.setAlpha(0);
+    passAfter(10);
+    color.animate();
+    slow.animate();
+    for (int i = 0; i < 10; ++i) {
+        passAfter(10);
+        color.animate();
+    }
+    EXPECT_NEAR(color.getAlpha(), slow.getAlpha(), 1e-4);
+}
+
+TEST_F(AnimColorTest, AColorThatArrivesStopsAskingForFrames) {
+    color.setColor(kBlack);
+    runFrames(60);
+    EXPECT_FALSE(color.isAnimating());
+    EXPECT_EQ(color.getColor(), kBlack);
+    runFrames(100);
+    EXPECT_TRUE(system().isLowPowerModeApplicable());
+}
+
+TEST_F(AnimColorTest, AMovingColorKeepsThePassesFull) {
+    color.setAlpha(0.5f);
+    passAfter(16);
+    runFrames(5);
+    passAfter(900);
+    color.animate();
+    passAfter(900);
+    EXPECT_FALSE(system().isLowPowerModeApplicable());
+}
+
+TEST_F(AnimColorTest, GoingBackWithinAFrameAsksForNothing) {
+    color.setAlpha(0);
+    color.setAlpha(1);
+    passAfter(16);
+    EXPECT_FALSE(color.isAnimating());
+    EXPECT_EQ(requestedFrames, 0);
+}
+
+TEST_F(AnimColorTest, ADestroyedColorLeavesTheRegistry) {
+    auto dying = std::make_unique<AnimColor>();
+    dying->enableAnimation();
+    dying->setAlpha(0);
+    dying.reset();
+    passAfter(16);
+    EXPECT_EQ(requestedFrames, 0);
+}
+
+TEST_F(AnimColorTest, SkippingArrivesAtOnce) {
+    color.setAlpha(0);
+    passAfter(16);
+    color.skipAnimation();
+    EXPECT_EQ(color.getAlpha(), 0);
+    EXPECT_FALSE(color.isAnimating());
+    color.setAlpha(1);
+    color.disableAnimation();
+    EXPECT_EQ(color.getAlpha(), 1);
+    color.setAlpha(0.25f);
+    EXPECT_EQ(color.getAlpha(), 0.25f) << "later changes act at once";
+}
+
+TEST_F(AnimColorTest, AFadeReportsTheOpacityAtEachStepAndTheVisibilityOnce) {
+    color.setAlpha(0);
+    EXPECT_TRUE(color.wantsHidden());
+    EXPECT_TRUE(color.isOpaque());
+    passAfter(16);
+    int visibilityChanges = 0;
+    for (int i = 0; i < 30; ++i) {
+        passAfter(16);
+        const uint32 mask = color.queryGadgetNotificationMask();
+        if (color.isVisible()) EXPECT_EQ(mask, AnimColor::kOpacityChanged) << i;
+        visibilityChanges += (mask & AnimColor::kVisibilityChanged) != 0;
+    }
+    runFrames(60);
+    visibilityChanges += (color.queryGadgetNotificationMask() & AnimColor::kVisibilityChanged) != 0;
+    EXPECT_EQ(visibilityChanges, 1);
+}
+
+TEST_F(AnimColorTest, AChangeOfColorAloneReportsNothing) {
+    color.setAlpha(0.5f);
+    runFrames(80);
+    color.queryGadgetNotificationMask();
+    color.setColor({0, 0, 0, 0.5f});
+    runFrames(3);
+    EXPECT_EQ(color.queryGadgetNotificationMask(), 0u);
+}
+
+TEST_F(AnimColorTest, AColorThatIsNotFiniteArrivesAtOnce) {
+    for (const float value : {NAN, INFINITY, -INFINITY}) {
+        color.setColor({value, 0, 0, 1});
+        runFrames(2);
+        EXPECT_FALSE(color.isAnimating()) << value;
+    }
+    color.setColor(kBlack);
+    runFrames(2);
+    EXPECT_EQ(color.getColor(), kBlack);
+}
+
+TEST_F(AnimColorTest, ClampedAlphaReachesBothEnds) {
+    AnimColor plain;
+    EXPECT_EQ(plain.getClampedAlpha(), 1);
+    plain.setAlpha(AnimColor::constAlphaVisibleThreshold());
+    EXPECT_EQ(plain.getClampedAlpha(), 0);
+    plain.setAlpha(0.5f);
+    EXPECT_NEAR(plain.getClampedAlpha(), 0.5f, 1e-6);
+    plain.setOpaque(false);
+    EXPECT_EQ(plain.getWantAlpha(), 0);
+    EXPECT_FALSE(plain.wantsOpaque());
+}
+
+} // namespace
+} // namespace qel

@@ -1,0 +1,57 @@
+#include <qel/scene/actors/timeline.h>
+
+#include <gtest/gtest.h>
+
+namespace qel {
+namespace {
+
+TEST(Timeline, AnEmptyOneHasNoFrame) {
+    const Timeline timeline;
+    EXPECT_EQ(timeline.frameFromTime(0), -1);
+    EXPECT_EQ(timeline.timeFromFrame(3), 0u);
+    EXPECT_EQ(timeline.getTotalTime(), 0u);
+}
+
+TEST(Timeline, AFrameLastsUntilTheNextStarts) {
+    Timeline timeline;
+    const unsigned durations[] = {10, 20, 5};
+    timeline.initializeWithVariableTimeFrames(3, durations);
+    const int expected[][2] = {{0, 0}, {9, 0}, {10, 1}, {29, 1}, {30, 2}, {34, 2}, {35, 2}, {99, 2}};
+    for (const auto& [time, frame] : expected)
+        EXPECT_EQ(timeline.frameFromTime(static_cast<uint32>(time)), frame) << time;
+    EXPECT_EQ(timeline.getTotalTime(), 35u);
+    EXPECT_EQ(timeline.getNumberOfFrames(), 3u);
+}
+
+TEST(Timeline, AFrameStartsWhenTheOnesBeforeItEnd) {
+    Timeline timeline;
+    timeline.initializeWithConstantTimeFrames(4, 25);
+    EXPECT_EQ(timeline.timeFromFrame(-1), 0u);
+    EXPECT_EQ(timeline.timeFromFrame(0), 0u);
+    EXPECT_EQ(timeline.timeFromFrame(3), 75u);
+    EXPECT_EQ(timeline.timeFromFrame(4), 100u) << "past the end: the total time";
+    EXPECT_EQ(timeline.frameFromTime(74), 2);
+    EXPECT_EQ(timeline.frameFromTime(75), 3);
+}
+
+TEST(Timeline, OfFramesWithoutDurationTheFirstAfterFrameZeroIsFound) {
+    Timeline timeline;
+    const unsigned durations[] = {0, 0, 10, 0, 5};
+    timeline.initializeWithVariableTimeFrames(5, durations);
+    EXPECT_EQ(timeline.frameFromTime(0), 1);
+    EXPECT_EQ(timeline.frameFromTime(10), 3);
+    timeline.initializeWithConstantTimeFrames(3, 0);
+    EXPECT_EQ(timeline.frameFromTime(0), 1);
+    EXPECT_EQ(timeline.frameFromTime(1), 2);
+}
+
+TEST(Timeline, LongTimesSaturate) {
+    Timeline timeline;
+    timeline.initializeWithConstantTimeFrames(4'000'000'000u, 4'000'000'000u);
+    EXPECT_EQ(timeline.getTotalTime(), UINT32_MAX);
+    EXPECT_EQ(timeline.timeFromFrame(2), UINT32_MAX);
+    EXPECT_EQ(timeline.frameFromTime(4'000'000'001u), 1);
+}
+
+} // namespace
+} // namespace qel
