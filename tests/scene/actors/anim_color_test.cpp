@@ -52,7 +52,7 @@ TEST_F(AnimColorTest, AnAnimationStartsWithThePassAfterTheChange) {
 
 TEST_F(AnimColorTest, TwoReadsInOnePassStepOnce) {
     color.setColor(kBlack);
-    runFrames(2);
+    runFrames(1);
     const float first = color.getColor().x;
     EXPECT_NEAR(first, std::pow(0.85, 16 * 0.06), 1e-5);
     EXPECT_EQ(color.getColor().x, first);
