@@ -12,9 +12,14 @@ namespace qel::internal {
 
 namespace {
 
-Mutex g_mutex;
-Vector<int64> g_killed QEL_GUARDED_BY(g_mutex);
+constinit Mutex g_mutex;
 std::atomic<bool> g_hasKilled{false};
+
+/// Returns the list, which is never destroyed: processes may be killed by the destructors of static objects.
+Vector<int64>& killedLocked() QEL_REQUIRES(g_mutex) {
+    static auto* const killed = new Vector<int64>();
+    return *killed;
+}
 
 // Includes children that other code has collected.
 bool isGone(int64 id) {
@@ -27,15 +32,15 @@ bool isGone(int64 id) {
 
 void addKilledChild(int64 id) {
     const MutexLock lock(g_mutex);
-    g_killed.push_back(id);
+    killedLocked().push_back(id);
     g_hasKilled.store(true, std::memory_order_relaxed);
 }
 
 void collectKilledChildren() {
     if (!g_hasKilled.load(std::memory_order_relaxed)) return;
     const MutexLock lock(g_mutex);
-    std::erase_if(g_killed, &isGone);
-    g_hasKilled.store(!g_killed.empty(), std::memory_order_relaxed);
+    std::erase_if(killedLocked(), &isGone);
+    g_hasKilled.store(!killedLocked().empty(), std::memory_order_relaxed);
 }
 
 void awaitKilledChildren(int timeoutMs) {
@@ -43,7 +48,7 @@ void awaitKilledChildren(int timeoutMs) {
     std::vector<platform::ProcessHandle> handles;
     {
         const MutexLock lock(g_mutex);
-        for (const int64 id : g_killed) {
+        for (const int64 id : killedLocked()) {
             platform::ProcessHandle handle;
             if (!handle.open(id)) handles.push_back(std::move(handle));
         }

@@ -20,10 +20,15 @@ struct PluginsHashesScheme : PacketScheme {
     }
 };
 
+template <typename Scheme>
+PacketScheme* theOnly() {
+    static Scheme* const scheme = new Scheme();
+    return scheme;
+}
+
 } // namespace
 
-// Never destroyed: threads may still send packets while the process ends.
-PacketScheme* const Terminate = new TerminateScheme();
-PacketScheme* const PluginsHashes = new PluginsHashesScheme();
+constinit const SchemeConstant Terminate(&theOnly<TerminateScheme>);
+constinit const SchemeConstant PluginsHashes(&theOnly<PluginsHashesScheme>);
 
 } // namespace qel::ProcessProtocol

@@ -5,7 +5,7 @@
 #include <qel/foundation/base/buffer.h>
 #include <qel/foundation/base/string.h>
 
-#include <iostream>
+#include <istream>
 #include <memory>
 
 namespace qelSq::internal {

@@ -12,6 +12,8 @@
 #include <mutex>
 #include <new>
 #include <thread>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace qel {
@@ -157,13 +159,14 @@ void StringPool::Shard::reserveOneLocked() {
     delete[] oldSlots;
 }
 
-StringPool::~StringPool() {
+void StringPool::clear() {
     for (Shard& shard : m_shards) {
         const SearchGuard lock(shard.mutex);
         for (std::size_t i = 0; i < shard.capacity; ++i) {
             if (shard.slots[i].element) destroyElement(shard.slots[i].element);
         }
-        delete[] shard.slots;
+        delete[] std::exchange(shard.slots, nullptr);
+        shard.capacity = shard.count = 0;
     }
 }
 
@@ -233,19 +236,13 @@ StringPool::Shard& StringPool::shardOf(uint64 key) {
 namespace internal {
 namespace {
 
-/// Prevents the destruction of the pool: static StringIds of other modules may outlive the statics of this
-/// one.
-union PoolStorage {
-    constexpr PoolStorage() : pool() {}
-    ~PoolStorage() {}
-    StringPool pool;
-};
+static_assert(std::is_trivially_destructible_v<StringPool>, "static StringIds may outlive other statics");
 
-constinit PoolStorage g_poolStorage;
+constinit StringPool g_pool;
 
 } // namespace
 
-constinit StringPool& g_stringPool = g_poolStorage.pool;
+constinit StringPool& g_stringPool = g_pool;
 
 } // namespace internal
 } // namespace qel

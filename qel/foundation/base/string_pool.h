@@ -32,8 +32,6 @@ class QEL_API StringPool {
 public:
     /// Creates an empty pool, which allocates nothing.
     constexpr StringPool() = default;
-    /// Frees all elements without looking at their counts.
-    ~StringPool();
     StringPool(const StringPool&) = delete;
     StringPool& operator=(const StringPool&) = delete;
 
@@ -52,6 +50,11 @@ public:
     unsigned getNumberOfStrings() const;
     /// Logs one line at info level: "StringId Stats" and the current figures.
     void printStats() const;
+
+protected:
+    /// Frees all elements without looking at their counts. A pool has no destructor: static StringIds of
+    /// other modules may outlive the statics of this one. Classes derived from it call this in theirs.
+    void clear();
 
 private:
     struct Slot {

@@ -19,7 +19,11 @@ struct Spares {
     std::vector<std::unique_ptr<LineBuilder>> builders;
     ~Spares() { t_isThreadEnding = true; }
 };
-thread_local Spares t_spares;
+
+std::vector<std::unique_ptr<LineBuilder>>& spareBuilders() {
+    thread_local Spares t_spares;
+    return t_spares.builders;
+}
 
 bool isDefaultFormat(const std::ios& stream) {
     return stream.flags() == (std::ios::skipws | std::ios::dec) && stream.width() == 0 &&
@@ -30,9 +34,9 @@ bool isDefaultFormat(const std::ios& stream) {
 
 LineBuilder* LineBuilder::acquire(std::string_view prefix) {
     std::unique_ptr<LineBuilder> builder;
-    if (!t_isThreadEnding && !t_spares.builders.empty()) {
-        builder = std::move(t_spares.builders.back());
-        t_spares.builders.pop_back();
+    if (!t_isThreadEnding && !spareBuilders().empty()) {
+        builder = std::move(spareBuilders().back());
+        spareBuilders().pop_back();
     } else {
         builder = std::make_unique<LineBuilder>();
     }
@@ -43,7 +47,7 @@ LineBuilder* LineBuilder::acquire(std::string_view prefix) {
 void LineBuilder::release(LineBuilder* builder) {
     std::unique_ptr<LineBuilder> owner(builder);
     if (!t_isThreadEnding && builder->m_line.capacity() <= kMaxKeptCapacity) {
-        t_spares.builders.push_back(std::move(owner));
+        spareBuilders().push_back(std::move(owner));
     }
 }
 
