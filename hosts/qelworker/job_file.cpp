@@ -1,5 +1,6 @@
 #include "job_file.h"
 
+#include <qel/foundation/base/write_whole.h>
 #include <qel/platform/random_device.h>
 #include <qel/platform/shared_folder.h>
 #include <qel/platform/system_error.h>
@@ -69,18 +70,6 @@ std::string unfinishedName() {
         name += "0123456789abcdef"[std::to_integer<unsigned>(byte) & 15];
     }
     return name;
-}
-
-FileError writeAll(FileHandle& file, const qel::Buffer& content) {
-    for (std::size_t written = 0; written < content.getSize();) {
-        std::size_t count = 0;
-        const FileError error =
-            file.write(content.getBytePointer() + written, content.getSize() - written, count);
-        if (error) return error;
-        if (count == 0) return std::make_error_code(std::errc::io_error);
-        written += count;
-    }
-    return {};
 }
 
 } // namespace
@@ -177,7 +166,7 @@ qel::String JobFile::createBeside(const char* extension, const qel::Buffer& cont
 FileError JobFile::writeUnfinished(const std::string& name, const qel::Buffer& content) const {
     FileHandle file;
     if (const FileError error = createPrivateFile(file, name.c_str(), m_folder)) return error;
-    if (const FileError error = writeAll(file, content)) return error;
+    if (const FileError error = qel::writeWhole(file, content.getConstByteSpan().asText())) return error;
     if (const FileError error = copyPermissions(file)) return error;
     if (const FileError error = file.sync()) return error;
     return file.close();

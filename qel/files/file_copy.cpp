@@ -2,6 +2,7 @@
 
 #include <qel/files/file.h>
 #include <qel/foundation/base/buffer.h>
+#include <qel/foundation/base/write_whole.h>
 #include <qel/foundation/log/message_stream.h>
 
 #include <fmt/format.h>
@@ -66,7 +67,8 @@ FileError transfer(const FileHandle& from, FileHandle& to) {
         size_t count = 0;
         if (FileError error = readFully(from, offset, block.getBytePointer(), block.getSize(), count))
             return error;
-        if (FileError error = writeFully(to, block.getBytePointer(), count)) return error;
+        if (FileError error = writeWhole(to, block.getConstByteSpan().asText().substr(0, count)))
+            return error;
         if (count < block.getSize()) return {};
         offset += count;
     }
@@ -102,7 +104,7 @@ bool replaceFile(SmartCStr path, ConstByteSpan content) {
     const FilePlace place{workingFolder, path.c_str()};
     UnfinishedFile target(place);
     FileError error = target.open(0644);
-    if (!error) error = writeFully(target.file(), content.data, content.size);
+    if (!error) error = writeWhole(target.file(), content.asText());
     if (!error) error = target.file().sync();
     if (!error) error = target.putInPlace(nullptr);
     if (error) logging::error() << "cant write file '" << path.c_str() << "'" << describe(error);

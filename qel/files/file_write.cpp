@@ -3,6 +3,7 @@
 #include <qel/files/whole_io_p.h>
 #include <qel/foundation/base/buffer.h>
 #include <qel/foundation/base/compression.h>
+#include <qel/foundation/base/write_whole.h>
 #include <qel/foundation/log/message_stream.h>
 
 namespace qel {
@@ -15,7 +16,7 @@ namespace {
 
 // Failures are only logged: the results of the write functions report only whether the file was opened.
 void writeAndClose(FileHandle& file, SmartCStr path, ConstByteSpan bytes) {
-    FileError error = internal::writeFully(file, bytes.data, bytes.size);
+    FileError error = writeWhole(file, bytes.asText());
     if (const FileError closing = file.close(); !error) error = closing;
     if (!error) return;
     logging::error() << "cant write file '" << path.c_str() << "' of " << bytes.size << " bytes"

@@ -3,6 +3,7 @@
 #include <qel/files/whole_io_p.h>
 #include <qel/foundation/base/mutex.h>
 #include <qel/foundation/base/number_format.h>
+#include <qel/foundation/base/write_whole.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/platform/c_locale.h>
 #include <qel/platform/memory_file.h>
@@ -119,7 +120,7 @@ bool IniDictionary::loadPiece(const char* path, std::string_view content, size_t
     FileHandle file;
     std::string memoryPath;
     FileError error = platform::createMemoryFile(file, memoryPath);
-    if (!error) error = writeFully(file, content.data(), content.size());
+    if (!error) error = writeWhole(file, content);
     if (error) {
         logging::error() << "cant read ini file '" << path << "'" << describe(error);
         return false;

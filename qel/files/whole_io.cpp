@@ -26,16 +26,6 @@ FileError readFully(const FileHandle& file, uint64 offset, void* data, size_t si
     return {};
 }
 
-FileError writeFully(FileHandle& file, const void* data, size_t size) {
-    const auto* bytes = static_cast<const uint8*>(data);
-    for (size_t done = 0; done < size;) {
-        size_t count = 0;
-        if (const FileError error = file.write(bytes + done, size - done, count)) return error;
-        done += count;
-    }
-    return {};
-}
-
 String describe(const FileError& error) {
     return "; " + platform::errorText(error.value());
 }

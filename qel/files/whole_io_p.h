@@ -1,4 +1,4 @@
-// Reads and writes whole open files.
+// Reads whole open files.
 #pragma once
 
 #include <qel/foundation/base/smart_cstr.h>
@@ -15,8 +15,6 @@ FileError openForReading(FileHandle& file, const char* path, platform::Links lin
                          const FileHandle& base = {});
 /// Fills @p size bytes, starting at @p offset. @p done is smaller if the file ends earlier.
 FileError readFully(const FileHandle& file, uint64 offset, void* data, size_t size, size_t& done);
-/// Writes all bytes at the current position.
-FileError writeFully(FileHandle& file, const void* data, size_t size);
 /// Returns "; " and the system's text for an error, for the end of a log line.
 String describe(const FileError& error);
 /// Logs a warning that @p path could not be read, copied, or whatever @p action names.

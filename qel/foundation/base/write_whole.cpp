@@ -1,6 +1,7 @@
 #include <qel/foundation/base/write_whole.h>
 
 #include <qel/platform/interrupt.h>
+#include <qel/platform/write_all.h>
 
 #include <array>
 #include <atomic>
@@ -21,31 +22,18 @@ void noteError(StandardStream stream, const FileError& error) {
     g_firstErrors[static_cast<size_t>(stream)].compare_exchange_strong(none, error.value());
 }
 
-/// As writeWhole(), for callers that hold a BrokenPipeGuard.
-FileError writeGuarded(platform::FileHandle& file, std::string_view bytes) {
-    while (!bytes.empty()) {
-        size_t done = 0;
-        FileError error = file.write(bytes.data(), bytes.size(), done);
-        if (error == std::errc::resource_unavailable_try_again)
-            error = platform::waitUntilReady(file, platform::Readiness::Writing);
-        if (error) return error;
-        bytes.remove_prefix(done);
-    }
-    return {};
-}
-
 } // namespace
 
 FileError writeWhole(platform::FileHandle& file, std::string_view bytes) {
     const platform::BrokenPipeGuard guard;
-    return writeGuarded(file, bytes);
+    return platform::writeAll(file, bytes);
 }
 
 FileError writeToStandardStream(StandardStream stream, std::string_view text) {
     const platform::BrokenPipeGuard guard;
     std::fflush(stream == StandardStream::Output ? stdout : stderr);
     platform::FileHandle file = platform::borrowStandardStream(stream);
-    const FileError error = writeGuarded(file, text);
+    const FileError error = platform::writeAll(file, text);
     file.release();
     if (error) noteError(stream, error);
     return error;

@@ -4,6 +4,7 @@
 #include <qel/platform/known_folders.h>
 #include <qel/platform/linux/file_system_p.h>
 #include <qel/platform/seams_p.h>
+#include <qel/platform/write_all.h>
 
 #include <mutex>
 #include <unistd.h>
@@ -15,7 +16,13 @@ namespace {
 constexpr const char* kBelowDataFolder = "/qel/registry";
 
 std::mutex g_folderMutex;
-std::string g_folder; // if empty, the folders of the machine and the user are used
+
+/// The folder that a test has set; empty for the folders of the machine and the user. The caller holds
+/// g_folderMutex. Never destroyed, so that static objects may use the registry in their destructors.
+std::string& testFolderLocked() {
+    static auto* const folder = new std::string();
+    return *folder;
+}
 
 std::string machineFolder() {
     return commonDataFolder() + kBelowDataFolder;
@@ -23,7 +30,7 @@ std::string machineFolder() {
 
 std::string chosenFolder() {
     std::lock_guard lock(g_folderMutex);
-    return g_folder;
+    return testFolderLocked();
 }
 
 /// Returns the folder to which this process writes; empty for a user without a home folder.
@@ -92,15 +99,6 @@ FileError makeFolders(const std::string& path) {
     return error ? error : syncFolder(folderAbove(path));
 }
 
-FileError writeAll(FileHandle& file, std::string_view bytes) {
-    while (!bytes.empty()) {
-        std::size_t done = 0;
-        if (const FileError error = file.write(bytes.data(), bytes.size(), done)) return error;
-        bytes.remove_prefix(done);
-    }
-    return {};
-}
-
 FileError writeNewFile(const FileHandle& folder, const char* name, std::string_view bytes) {
     FileHandle file;
     if (const FileError error = openFile(file, name, OpenMode::CreateOrEmpty, Links::Keep, folder))
@@ -161,7 +159,7 @@ FileError readRegistryValue(std::string& bytes, std::string_view key, std::strin
 
 void setRegistryFolder(std::string_view folder) {
     std::lock_guard lock(g_folderMutex);
-    g_folder = folder;
+    testFolderLocked() = folder;
 }
 
 } // namespace qel::platform
