@@ -1,12 +1,12 @@
-// Passes a child's output in pieces of any size through the queue that splits it into lines and, over a pipe,
-// through the packet reader. The lines must not depend on the pieces, and a trimmed log must account for
+// Passes a text in pieces of any size through the splitter of lines, with each kind of line end, and, as a
+// child's output over a pipe, through the packet reader. The lines must not depend on the pieces, and a trimmed log must account for
 // every line. The first bytes select the sizes of the pieces.
+#include <qel/foundation/base/line_splitter.h>
 #include <qel/foundation/log/log_backend.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/platform/file_system.h>
 #include <qel/process/process.h>
 #include <qel/process/process_packet_reader.h>
-#include <qel/process/stream_queues_p.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -21,6 +21,8 @@
 
 namespace {
 
+using qel::LineEnd;
+using qel::LineSplitter;
 using qel::String;
 
 void require(bool holds) {
@@ -66,30 +68,49 @@ private:
     size_t m_count = 0;
 };
 
-std::vector<String> plainLines(std::string_view text) {
+constexpr size_t kAnyLength = size_t(1) << 20;
+
+/// The lines of a text by the plainest code. A line that is longer than @p longest is replaced by "too long".
+std::vector<String> plainLines(std::string_view text, LineEnd lineEnd, size_t longest = kAnyLength) {
+    const char* const ends = lineEnd == LineEnd::LineFeedOrReturn ? "\r\n" : "\n";
     std::vector<String> lines;
     while (!text.empty()) {
-        const size_t end = text.find_first_of("\r\n");
-        lines.emplace_back(text.substr(0, end));
+        const size_t end = text.find_first_of(ends);
+        std::string_view line = text.substr(0, end);
         text.remove_prefix(end == text.npos ? text.size() : end + 1);
+        const bool isTooLong = line.size() > longest;
+        if (lineEnd == LineEnd::LineFeedAfterOptionalReturn && line.ends_with('\r')) line.remove_suffix(1);
+        lines.emplace_back(isTooLong ? "too long" : line);
     }
     return lines;
 }
 
-void checkLines(std::string_view text, std::string_view sizes, const std::vector<String>& expected) {
-    qel::internal::LineQueue queue;
+void takeLines(LineSplitter& splitter, std::vector<String>& lines) {
+    std::string_view line;
+    for (auto found = splitter.take(line); found != LineSplitter::Found::Nothing;
+         found = splitter.take(line)) {
+        lines.emplace_back(found == LineSplitter::Found::TooLong ? "too long" : line);
+    }
+}
+
+void checkLines(std::string_view text, std::string_view sizes, const LineSplitter::Rules& rules) {
+    LineSplitter splitter(rules);
     std::vector<String> lines;
-    String line;
     Pieces pieces(text, sizes, 1);
     for (std::string_view piece; pieces.next(piece);) {
-        const qel::ByteSpan room = queue.room();
-        require(room.size >= piece.size());
-        std::copy(piece.begin(), piece.end(), room.data);
-        queue.append(piece.size());
-        while (queue.takeLine(line)) lines.push_back(line);
+        while (!piece.empty()) {
+            const qel::ByteSpan room = splitter.room();
+            require(room.size != 0);
+            const size_t count = std::min(room.size, piece.size());
+            std::copy_n(piece.begin(), count, room.data);
+            splitter.append(count);
+            piece.remove_prefix(count);
+            takeLines(splitter, lines);
+        }
     }
-    while (queue.takeRest(line)) lines.push_back(line);
-    require(queue.empty() && lines == expected);
+    if (std::string_view rest; splitter.takeRest(rest)) lines.emplace_back(rest);
+    require(splitter.empty());
+    require(lines == plainLines(text, rules.lineEnd, rules.longestLine));
 }
 
 size_t g_logged = 0;
@@ -141,8 +162,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     require(isSetUp);
     const std::string_view input(reinterpret_cast<const char*>(data), size);
     const std::string_view text = input.substr(kSizes);
-    const std::vector<String> expected = plainLines(text);
-    checkLines(text, input.substr(0, kSizes), expected);
-    checkReader(text, input.substr(0, kSizes), expected);
+    const std::string_view sizes = input.substr(0, kSizes);
+    for (const LineEnd end :
+         {LineEnd::LineFeed, LineEnd::LineFeedAfterOptionalReturn, LineEnd::LineFeedOrReturn}) {
+        checkLines(text, sizes, {.lineEnd = end, .longestLine = kAnyLength});
+        checkLines(text, sizes, {.lineEnd = end, .longestLine = 20, .firstCapacity = 8, .keptCapacity = 16});
+    }
+    checkReader(text, sizes, plainLines(text, LineEnd::LineFeedOrReturn));
     return 0;
 }

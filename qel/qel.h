@@ -33,6 +33,7 @@
 #include <qel/foundation/base/delegate.h>
 #include <qel/foundation/base/ivec.h>
 #include <qel/foundation/base/line_end.h>
+#include <qel/foundation/base/line_splitter.h>
 #include <qel/foundation/base/listener_list.h>
 #include <qel/foundation/base/log_line.h>
 #include <qel/foundation/base/matrix.h>
@@ -103,6 +104,7 @@
 #include <qel/platform/shared_folder.h>
 #include <qel/platform/stack_position.h>
 #include <qel/platform/system_error.h>
+#include <qel/platform/write_all.h>
 #include <qel/plugins/archive_resource_provider.h>
 #include <qel/plugins/directory_resource_provider.h>
 #include <qel/plugins/plugins.h>

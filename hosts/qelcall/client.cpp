@@ -15,6 +15,9 @@ namespace {
 using namespace qel::platform;
 using nlohmann::json;
 
+constexpr std::size_t kLongestAnswer = std::size_t(64) << 20;
+constexpr std::size_t kChunkBytes = 16 * 1024;
+
 std::int64_t nowMs() {
     return qel::Clock::current().steadyNanoseconds() / 1'000'000;
 }
@@ -23,7 +26,7 @@ bool wouldBlock(const FileError& error) {
     return error == std::errc::resource_unavailable_try_again;
 }
 
-Answer readAnswer(const std::string& line, int id) {
+Answer readAnswer(std::string_view line, int id) {
     const json reply = json::parse(line, nullptr, false);
     const bool isReply = reply.is_object() && (reply.contains("result") || reply.contains("error"));
     if (!isReply) return {{}, {}, "the server's answer is not a reply"};
@@ -37,6 +40,9 @@ Answer readAnswer(const std::string& line, int id) {
 }
 
 } // namespace
+
+Client::Client(int timeoutMs)
+    : m_received({.longestLine = kLongestAnswer, .firstCapacity = kChunkBytes}), m_timeoutMs(timeoutMs) {}
 
 std::string Client::connect(const std::string& socketPath) {
     FileError error = connectLocally(m_socket, socketPath.c_str());
@@ -53,7 +59,7 @@ Answer Client::call(const std::string& method, const json& arguments) {
     const int id = ++m_lastId;
     const json request = {{"jsonrpc", "2.0"}, {"method", method}, {"params", arguments}, {"id", id}};
     const Deadline deadline = nowMs() + m_timeoutMs;
-    std::string line;
+    std::string_view line;
     std::string failure = send(request.dump(-1, ' ', false, json::error_handler_t::replace) + "\n", deadline);
     // A server that refuses the connection says why before it closes it.
     const std::string received = receiveLine(line, deadline);
@@ -82,24 +88,24 @@ std::string Client::send(std::string_view text, Deadline deadline) {
     return {};
 }
 
-std::string Client::receiveLine(std::string& line, Deadline deadline) {
-    std::array<char, 16 * 1024> chunk;
-    for (std::size_t scanned = 0;;) {
-        const std::size_t end = m_received.find('\n', scanned);
-        if (end != m_received.npos) {
-            line = m_received.substr(0, end);
-            m_received.erase(0, end + 1);
-            return {};
-        }
-        scanned = m_received.size();
-        std::size_t done = 0;
-        const FileError error = receiveSome(m_socket, chunk.data(), chunk.size(), done);
-        if (error && !wouldBlock(error)) return "the server has closed the connection";
-        if (!error && done == 0) return "the server has closed the connection";
-        m_received.append(chunk.data(), done);
-        if (!error) continue;
-        if (std::string problem = wait(false, deadline); !problem.empty()) return problem;
+/// Receives until a line has arrived. @return why that failed; empty if @p line was set.
+std::string Client::receiveLine(std::string_view& line, Deadline deadline) {
+    for (;;) {
+        const auto found = m_received.take(line);
+        if (found == qel::LineSplitter::Found::Line) return {};
+        if (found == qel::LineSplitter::Found::TooLong) return "the server's answer is too long";
+        if (std::string problem = receiveMore(deadline); !problem.empty()) return problem;
     }
+}
+
+std::string Client::receiveMore(Deadline deadline) {
+    const qel::ByteSpan room = m_received.room();
+    std::size_t done = 0;
+    const FileError error = receiveSome(m_socket, room.data, room.size, done);
+    if (wouldBlock(error)) return wait(false, deadline);
+    if (error || done == 0) return "the server has closed the connection";
+    m_received.append(done);
+    return {};
 }
 
 } // namespace qelcall

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <nlohmann/json.hpp>
+#include <qel/foundation/base/line_splitter.h>
 #include <qel/platform/file_system.h>
 
 #include <cstdint>
@@ -22,7 +23,7 @@ struct Answer {
 class Client {
 public:
     /// @param timeoutMs  how long to wait for the connection and for each reply.
-    explicit Client(int timeoutMs) : m_timeoutMs(timeoutMs) {}
+    explicit Client(int timeoutMs);
 
     /// Connects to the server. @return why that failed; empty if it is connected.
     std::string connect(const std::string& socketPath);
@@ -34,10 +35,11 @@ private:
 
     std::string wait(bool forSending, Deadline deadline) const;
     std::string send(std::string_view text, Deadline deadline);
-    std::string receiveLine(std::string& line, Deadline deadline);
+    std::string receiveLine(std::string_view& line, Deadline deadline);
+    std::string receiveMore(Deadline deadline);
 
     qel::platform::FileHandle m_socket;
-    std::string m_received;
+    qel::LineSplitter m_received;
     int m_timeoutMs;
     int m_lastId = 0;
 };

@@ -1,7 +1,6 @@
 #include "json_rpc_connection.h"
 
 #include <algorithm>
-#include <array>
 #include <utility>
 
 namespace qelserver {
@@ -10,6 +9,8 @@ namespace {
 
 constexpr std::size_t kChunkBytes = 16 * 1024;
 constexpr std::size_t kKeptBytes = 64 * 1024; // a larger buffer is freed after a long line
+
+using Found = qel::LineSplitter::Found;
 
 bool isBlank(std::string_view line) {
     return line.find_first_not_of(" \t\r") == line.npos;
@@ -21,43 +22,6 @@ bool wouldBlock(const qel::platform::FileError& error) {
 
 } // namespace
 
-void JsonRpcInput::append(std::string_view bytes) {
-    if (m_isDropping) {
-        const std::size_t end = bytes.find('\n');
-        if (end == bytes.npos) return;
-        bytes.remove_prefix(end + 1);
-        m_isDropping = false;
-    }
-    m_bytes.append(bytes);
-}
-
-bool JsonRpcInput::hasLine() {
-    const std::size_t found = m_bytes.find('\n', m_scanned);
-    m_scanned = found == m_bytes.npos ? m_bytes.size() : found;
-    return found != m_bytes.npos || m_scanned - m_begin > m_lineLimit ||
-           (m_hasEnded && m_begin < m_bytes.size());
-}
-
-JsonRpcInput::Line JsonRpcInput::takeLine(std::string_view& line) {
-    if (!hasLine()) return Line::None;
-    const bool isWhole = m_scanned < m_bytes.size() || m_hasEnded;
-    line = std::string_view(m_bytes).substr(m_begin, m_scanned - m_begin);
-    m_begin = m_scanned = std::min(m_scanned + 1, m_bytes.size());
-    if (line.size() <= m_lineLimit) return Line::Whole;
-    m_isDropping = !isWhole;
-    return Line::TooLong;
-}
-
-/// Moves the remaining bytes to the front only if they are fewer than the taken ones, so that the work stays
-/// linear in the input.
-void JsonRpcInput::dropTaken() {
-    if (m_begin < m_bytes.size() - m_begin) return;
-    m_bytes.erase(0, m_begin);
-    m_scanned -= m_begin;
-    m_begin = 0;
-    if (m_bytes.capacity() > kKeptBytes && m_bytes.size() < kKeptBytes) m_bytes.shrink_to_fit();
-}
-
 JsonRpcConnection::JsonRpcConnection(std::unique_ptr<JsonRpcChannel> channel,
                                      qel::platform::PeerIdentity peer,
                                      std::shared_ptr<const JsonRpcRights> rights, const JsonRpcLimits& limits,
@@ -66,39 +30,40 @@ JsonRpcConnection::JsonRpcConnection(std::unique_ptr<JsonRpcChannel> channel,
       m_peer(std::move(peer)),
       m_rights(std::move(rights)),
       m_limits(limits),
-      m_input(limits.lineBytes),
+      m_input({.longestLine = limits.lineBytes, .firstCapacity = kChunkBytes, .keptCapacity = kKeptBytes}),
       m_lastActiveMs(nowMs),
       m_lastProgressMs(nowMs) {}
 
 bool JsonRpcConnection::wantsInput() {
-    return !isClosed() && !m_input.hasEnded() && !m_input.hasLine();
+    return !isClosed() && !m_inputHasEnded && !m_input.hasLine();
 }
 
 bool JsonRpcConnection::hasCall(bool isDraining) {
     if (isClosed() || m_openCalls >= m_limits.openCalls) return false;
     if (m_message) return true;
-    return !isDraining && m_output.size() - m_sent < m_limits.unsentBytes && m_input.hasLine();
+    return !isDraining && m_output.size() - m_sent < m_limits.unsentBytes && hasLine();
 }
 
 void JsonRpcConnection::receive(qel::int64 nowMs) {
-    std::array<char, kChunkBytes> chunk;
     for (std::size_t total = 0; total < m_limits.bytesPerPass && wantsInput();) {
+        const qel::ByteSpan room = m_input.room();
         std::size_t count = 0;
-        const auto error = m_channel->receive(chunk.data(), chunk.size(), count);
+        const auto error =
+            m_channel->receive(reinterpret_cast<char*>(room.data), std::min(room.size, kChunkBytes), count);
         if (error) {
             if (!wouldBlock(error)) close();
             return;
         }
         m_lastActiveMs = nowMs;
-        if (count == 0) m_input.end();
-        m_input.append({chunk.data(), count});
+        if (count == 0) m_inputHasEnded = true;
+        m_input.append(count);
         total += count;
     }
 }
 
 qel::SmartPointer<JsonRpcCall> JsonRpcConnection::takeCall(const qel::RpcProvider& provider,
                                                            FinishedCalls& finished, qel::uint64& refusals) {
-    if (!m_message && beginMessage() == JsonRpcInput::Line::TooLong) {
+    if (!m_message && beginMessage() == Found::TooLong) {
         ++refusals;
         refuse(JsonRpcError::TooLarge);
     }
@@ -119,17 +84,27 @@ qel::SmartPointer<JsonRpcCall> JsonRpcConnection::takeCall(const qel::RpcProvide
     return new JsonRpcCall(*this, finished, *reply, index, request, std::move(handler));
 }
 
-JsonRpcInput::Line JsonRpcConnection::beginMessage() {
+/// When the input has ended, the bytes after the last line feed are a line as well.
+bool JsonRpcConnection::hasLine() {
+    return m_input.hasLine() || (m_inputHasEnded && !m_input.empty());
+}
+
+Found JsonRpcConnection::takeLine(std::string_view& line) {
+    const Found found = m_input.take(line);
+    const bool isAtEnd = found == Found::Nothing && m_inputHasEnded;
+    return isAtEnd && m_input.takeRest(line) ? Found::Line : found;
+}
+
+Found JsonRpcConnection::beginMessage() {
     std::string_view line;
-    const JsonRpcInput::Line kind = m_input.takeLine(line);
-    if (kind == JsonRpcInput::Line::Whole && !isBlank(line)) {
+    const Found found = takeLine(line);
+    if (found == Found::Line && !isBlank(line)) {
         JsonRpcMessage message(line, m_limits);
         const qel::SmartPointer<JsonRpcReply> reply(
             new JsonRpcReply(message.isBatch(), message.size(), m_limits.replyBytes));
         m_message.emplace(MessageInWork{std::move(message), reply});
     }
-    m_input.dropTaken();
-    return kind;
+    return found;
 }
 
 /// Asks for the right first: a peer that lacks it does not learn whether the method exists.
@@ -165,7 +140,7 @@ void JsonRpcConnection::flush(qel::int64 nowMs) {
     if (isClosed()) return;
     sendOutput(nowMs);
     if (!hasOutput()) m_lastProgressMs = nowMs;
-    const bool isOver = m_input.hasEnded() && !m_input.hasLine() && !isBusy();
+    const bool isOver = m_inputHasEnded && !hasLine() && !isBusy();
     if (isOver || nowMs - m_lastProgressMs > m_limits.stallMs) close();
 }
 

@@ -6,6 +6,7 @@
 #include "json_rpc_limits.h"
 #include "json_rpc_rights.h"
 
+#include <qel/foundation/base/line_splitter.h>
 #include <qel/foundation/base/object.h>
 #include <qel/foundation/base/types.h>
 #include <qel/platform/file_system.h>
@@ -19,37 +20,6 @@
 #include <string_view>
 
 namespace qelserver {
-
-/// Splits received bytes into lines of limited length.
-class JsonRpcInput {
-public:
-    explicit JsonRpcInput(std::size_t lineLimit) : m_lineLimit(lineLimit) {}
-
-    /// The outcome of takeLine().
-    enum class Line { None, Whole, TooLong };
-
-    /// Appends bytes; the rest of a line that was too long is dropped.
-    void append(std::string_view bytes);
-    /// Marks the end of the input; remaining bytes without a line feed become a line.
-    void end() { m_hasEnded = true; }
-    /// Returns true if end() was called.
-    bool hasEnded() const { return m_hasEnded; }
-    /// Returns true if takeLine() would return something other than Line::None.
-    bool hasLine();
-    /// Takes the next line. A line that is too long is reported once, as soon as the limit is exceeded.
-    /// @param line  receives the line; valid until the next operation.
-    Line takeLine(std::string_view& line);
-    /// Frees the memory of the lines that were taken.
-    void dropTaken();
-
-private:
-    const std::size_t m_lineLimit;
-    std::string m_bytes;
-    std::size_t m_begin = 0;   // of the line to take next
-    std::size_t m_scanned = 0; // there is no line feed from m_begin up to here
-    bool m_hasEnded = false;
-    bool m_isDropping = false; // true until the line feed of a line that was too long
-};
 
 /// A connected peer. receive() reads its messages, takeCall() creates their calls one by one, replyTo() puts
 /// their results into replies, and flush() sends the replies. The connection reads while there is room for
@@ -112,7 +82,9 @@ private:
         std::size_t next = 0; // index of the call to take
     };
 
-    JsonRpcInput::Line beginMessage();
+    bool hasLine();
+    qel::LineSplitter::Found takeLine(std::string_view& line);
+    qel::LineSplitter::Found beginMessage();
     std::optional<JsonRpcError> refusalOf(const JsonRpcRequest& request, const qel::RpcProvider& provider,
                                           bool isRegistered) const;
     bool isPermitted(const JsonRpcRequest& request, const qel::RpcProvider& provider) const;
@@ -123,7 +95,8 @@ private:
     const qel::platform::PeerIdentity m_peer;
     const std::shared_ptr<const JsonRpcRights> m_rights;
     const JsonRpcLimits m_limits;
-    JsonRpcInput m_input;
+    qel::LineSplitter m_input;
+    bool m_inputHasEnded = false;
     std::optional<MessageInWork> m_message;
     std::string m_output;
     std::size_t m_sent = 0; // of m_output

@@ -3,15 +3,13 @@
 #include <qel/foundation/log/message_stream.h>
 #include <qel/platform/console.h>
 
-#include <algorithm>
-#include <cstring>
+#include <string_view>
 #include <utility>
 
 namespace qel::internal {
 
 namespace {
 
-constexpr size_t kReadSize = 65536;
 /// With so many lines, or bytes of them, the helper thread has read ahead enough.
 constexpr size_t kEnoughLines = 64;
 constexpr size_t kEnoughBytes = size_t(16) << 20;
@@ -86,53 +84,31 @@ bool LineInput::hasReadEnoughLocked() const {
 }
 
 bool LineInput::readLine(String& line) {
-    while (!findLine(line)) {
-        if (readMore()) continue;
-        m_isExhausted = true;
-        const size_t rest = m_bytes.getSize() - m_begin;
-        takeLine(line, rest);
-        return rest != 0;
+    using Found = LineSplitter::Found;
+    std::string_view text;
+    Found found = m_splitter.take(text);
+    for (; found != Found::Line; found = m_splitter.take(text)) {
+        if (found == Found::TooLong) {
+            logging::warning() << "line too long, dropped";
+        } else if (!readMore()) {
+            break;
+        }
     }
-    return true;
-}
-
-// Nothing is kept of a line that is too long, so memory stays within the limit.
-bool LineInput::findLine(String& line) {
-    while (m_scanned < m_bytes.getSize()) {
-        const uint8* const bytes = m_bytes.getBytePointer();
-        const void* const found = std::memchr(bytes + m_scanned, '\n', m_bytes.getSize() - m_scanned);
-        m_scanned = found ? static_cast<size_t>(static_cast<const uint8*>(found) - bytes) : m_bytes.getSize();
-        if (m_scanned - m_begin > kMaxLineSize) startDropping();
-        if (m_isDropping) m_begin = m_scanned;
-        if (!found) break;
-        const bool isWhole = !std::exchange(m_isDropping, false);
-        if (isWhole) takeLine(line, m_scanned - m_begin);
-        m_begin = ++m_scanned;
-        if (isWhole) return true;
-    }
-    return false;
-}
-
-void LineInput::startDropping() {
-    if (!std::exchange(m_isDropping, true)) logging::warning() << "line too long, dropped";
-}
-
-void LineInput::takeLine(String& line, size_t size) {
-    const char* const text = reinterpret_cast<const char*>(m_bytes.getBytePointer()) + m_begin;
-    line.assign(text, size != 0 && text[size - 1] == '\r' ? size - 1 : size);
+    m_isExhausted = found != Found::Line;
+    const bool hasLine = !m_isExhausted || m_splitter.takeRest(text);
+    line.assign(text);
+    return hasLine;
 }
 
 bool LineInput::readMore() {
-    m_bytes.eraseFront(std::exchange(m_begin, 0));
-    m_scanned = m_bytes.getSize();
-    m_bytes.reserveAdditionally(kReadSize, std::max(kReadSize, m_bytes.getSize()));
+    const ByteSpan room = m_splitter.room();
     size_t done = 0;
     platform::FileError error;
     do {
-        error = m_input.read(m_bytes.appendReserve().data, kReadSize, done);
+        error = m_input.read(room.data, room.size, done);
     } while (error == std::errc::resource_unavailable_try_again &&
              !platform::waitUntilReady(m_input, platform::Readiness::Reading));
-    m_bytes.appendCommit(done);
+    m_splitter.append(done);
     return done != 0;
 }
 

@@ -1,7 +1,7 @@
 // LineInput: lines of text from a descriptor, with or without waiting.
 #pragma once
 
-#include <qel/foundation/base/buffer.h>
+#include <qel/foundation/base/line_splitter.h>
 #include <qel/foundation/base/mutex.h>
 #include <qel/foundation/base/string.h>
 #include <qel/platform/file_system.h>
@@ -43,17 +43,11 @@ private:
     void runThread();
     bool hasReadEnoughLocked() const QEL_REQUIRES(m_mutex);
     bool readLine(String& line);
-    bool findLine(String& line);
-    void takeLine(String& line, size_t size);
-    void startDropping();
     bool readMore();
 
     // Of the thread that reads: the helper once there is one.
     platform::FileHandle m_input;
-    Buffer m_bytes;
-    size_t m_begin = 0;   // of the next line
-    size_t m_scanned = 0; // no line feed before this place
-    bool m_isDropping = false;
+    LineSplitter m_splitter{{.lineEnd = LineEnd::LineFeedAfterOptionalReturn, .longestLine = kMaxLineSize}};
     bool m_isExhausted = false;
 
     Mutex m_mutex;

@@ -72,6 +72,24 @@ FileError internal::ChildOutput::read(bool& gotData) {
     return {};
 }
 
+bool internal::ChildOutput::takeCompleteLine(String& line) {
+    std::string_view text;
+    LineSplitter::Found found = lines.take(text);
+    for (; found == LineSplitter::Found::TooLong; found = lines.take(text)) {
+        logging::error() << "[PROCESS] dropping a line of more than " << Process::kMaxLineBytes << " bytes";
+    }
+    if (found == LineSplitter::Found::Line) line.assign(text);
+    return found == LineSplitter::Found::Line;
+}
+
+bool internal::ChildOutput::takeLine(String& line) {
+    if (takeCompleteLine(line)) return true;
+    std::string_view text;
+    if (isOpen() || !lines.takeRest(text)) return false;
+    line.assign(text);
+    return true;
+}
+
 FileError internal::ChildInput::write() {
     while (isOpen() && !bytes.waiting().empty()) {
         const ConstByteSpan waiting = bytes.waiting();
@@ -232,7 +250,7 @@ bool Process::readErrLine(String& line) {
 
 bool Process::readLineInternal(Output which, String& line) {
     internal::ChildOutput& output = m_state->outputOf(which);
-    if (output.lines.takeLine(line)) return true;
+    if (output.takeCompleteLine(line)) return true;
     for (int pump = 0; pump < kMaxPumpsPerLine; ++pump) {
         processIO();
         const bool wasFull = output.lines.isFull();

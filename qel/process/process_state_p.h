@@ -1,12 +1,13 @@
 // The private part of Process.
 #pragma once
 
+#include <qel/foundation/base/line_splitter.h>
 #include <qel/foundation/base/smart_pointer.h>
 #include <qel/platform/file_system.h>
+#include <qel/process/byte_queue_p.h>
 #include <qel/process/process.h>
 #include <qel/process/process_packet_reader.h>
 #include <qel/process/process_packet_writer.h>
-#include <qel/process/stream_queues_p.h>
 
 #include <utility>
 
@@ -29,12 +30,14 @@ struct ChildStream {
 
 /// A stream from the child and the bytes that were read from it.
 struct ChildOutput : ChildStream {
-    LineQueue lines;
+    LineSplitter lines{{.lineEnd = LineEnd::LineFeedOrReturn, .longestLine = Process::kMaxLineBytes}};
 
     /// Reads while there is room. @return the error that stopped it, if any.
     platform::FileError read(bool& gotData);
+    /// Takes the next complete line; logs lines that are too long. @return false if there is none.
+    bool takeCompleteLine(String& line);
     /// Takes the next line, or the unfinished last line of a closed stream.
-    bool takeLine(String& line) { return lines.takeLine(line) || (!isOpen() && lines.takeRest(line)); }
+    bool takeLine(String& line);
     bool isAtEnd() const { return !isOpen() && lines.empty(); }
 };
 
