@@ -16,13 +16,14 @@ void runMainLoop(bool stay) {
     qel::System& system = *qel::Object::system();
     const qelSq::VM& vm = *system.getVM();
     qelhosts::Pacer pacer;
-    const auto isBusy = [&vm] { return vm.ranThreads(); };
+    const auto ranScripts = [&vm] { return vm.ranThreads(); };
     const auto sleep = [&system](unsigned ms) { system.delegateSleep(ms); };
     while (!qel::System::wasInterruptHandlerCalled() && (stay || vm.threadsActive()))
-        pacer.pass(system, isBusy, sleep);
+        pacer.pass(system, ranScripts, sleep);
 
     const qel::uint32 end = system.getTime();
-    while (vm.threadsActive() && system.getTime() - end < kTimeToFinishMs) pacer.pass(system, isBusy, sleep);
+    while (vm.threadsActive() && system.getTime() - end < kTimeToFinishMs)
+        pacer.pass(system, ranScripts, sleep);
 }
 
 } // namespace qelhost

@@ -112,14 +112,16 @@ public:
         setPlain(other.m_data, other.m_size);
     }
     /// Takes over a heap block, which leaves @p other empty; else copies the bytes.
-    Item(Item&& other) : m_store(other.m_store), m_data(m_inline) { takeOver(other); }
+    /// @errors running out of memory while the bytes of a view are copied ends the process.
+    Item(Item&& other) noexcept : m_store(other.m_store), m_data(m_inline) { takeOver(other); }
     /// Copies the bytes, also those of a view, and the store.
     Item& operator=(const Item& other) {
         m_store = other.m_store;
         return setPlain(other.m_data, other.m_size);
     }
     /// Takes over a heap block, which leaves @p other empty; else copies the bytes.
-    Item& operator=(Item&& other) {
+    /// @errors as the constructor.
+    Item& operator=(Item&& other) noexcept {
         if (this == &other) return *this;
         m_store = other.m_store;
         takeOver(other);

@@ -30,7 +30,7 @@ MemoryStore::MemoryStore(const MemoryStore& other)
       m_data(std::make_unique<MemoryStoreData>(*other.m_data)),
       m_transactions(other.m_transactions) {}
 
-MemoryStore::MemoryStore(MemoryStore&& other) : MemoryStore(other.m_transactions) {
+MemoryStore::MemoryStore(MemoryStore&& other) noexcept : MemoryStore(other.m_transactions) {
     m_data.swap(other.m_data);
 }
 
@@ -38,7 +38,7 @@ MemoryStore& MemoryStore::operator=(const MemoryStore& other) {
     return *this = MemoryStore(other);
 }
 
-MemoryStore& MemoryStore::operator=(MemoryStore&& other) {
+MemoryStore& MemoryStore::operator=(MemoryStore&& other) noexcept {
     if (this == &other) return *this;
     m_data = std::exchange(other.m_data, std::make_unique<MemoryStoreData>());
     m_transactions = other.m_transactions;

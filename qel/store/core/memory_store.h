@@ -25,12 +25,14 @@ public:
     explicit MemoryStore(bool transactions = true);
     /// Copies all entries and the open transactions.
     MemoryStore(const MemoryStore& other);
-    /// Takes over all entries and the open transactions; @p other is empty behind it.
-    MemoryStore(MemoryStore&& other);
+    /// Takes over all entries and the open transactions; @p other is empty afterwards.
+    /// @errors running out of memory ends the process.
+    MemoryStore(MemoryStore&& other) noexcept;
     /// Copies all entries and the open transactions.
     MemoryStore& operator=(const MemoryStore& other);
-    /// Takes over all entries and the open transactions; @p other is empty behind it.
-    MemoryStore& operator=(MemoryStore&& other);
+    /// Takes over all entries and the open transactions; @p other is empty afterwards.
+    /// @errors running out of memory ends the process.
+    MemoryStore& operator=(MemoryStore&& other) noexcept;
     ~MemoryStore() override;
 
     /// Always true.

@@ -35,7 +35,7 @@ void resetSums(PerfSection& section) {
 
 } // namespace
 
-struct PerfMon::Private {
+struct internal::PerfMonData {
     PerfSection root{""};
     PerfSection* top = &root; // the last section opened
     int openCount = 0;
@@ -43,22 +43,22 @@ struct PerfMon::Private {
     uint32 lastReportTime = 0;
 };
 
-PerfMon::PerfMon() : d(std::make_unique<Private>()) {}
+PerfMon::PerfMon() : m_data(std::make_unique<internal::PerfMonData>()) {}
 
 PerfMon::~PerfMon() = default;
 
 void PerfMon::begin(const char* name) {
     if (isFull()) return logFull();
-    open(d->top->child(name), system()->getUTCDateTime());
+    open(m_data->top->child(name), system()->getUTCDateTime());
 }
 
 void PerfMon::beginLiteral(const char* literal, int64 now) {
     if (isFull()) return logFull();
-    open(d->top->childOfLiteral(literal), now);
+    open(m_data->top->childOfLiteral(literal), now);
 }
 
 inline bool PerfMon::isFull() const {
-    return d->openCount == kMaxOpenSections;
+    return m_data->openCount == kMaxOpenSections;
 }
 
 void PerfMon::logFull() const {
@@ -67,13 +67,13 @@ void PerfMon::logFull() const {
 
 inline void PerfMon::open(PerfSection& section, int64 now) {
     section.startTime = now;
-    d->top = &section;
-    ++d->openCount;
+    m_data->top = &section;
+    ++m_data->openCount;
 }
 
 void PerfMon::end(const char* name) {
-    const PerfSection& top = *d->top;
-    if (&top == &d->root || top.name != name) {
+    const PerfSection& top = *m_data->top;
+    if (&top == &m_data->root || top.name != name) {
         logging::error() << "[PERFMON] mismatch begin(" << top.name << ") to end(" << name << ")";
         return;
     }
@@ -81,24 +81,24 @@ void PerfMon::end(const char* name) {
 }
 
 void PerfMon::endLiteral(const char* literal, int64 now) {
-    (d->top->literal == literal) ? close(now) : end(literal);
+    (m_data->top->literal == literal) ? close(now) : end(literal);
 }
 
 inline void PerfMon::close(int64 now) {
-    PerfSection& top = *d->top;
+    PerfSection& top = *m_data->top;
     const int64 duration = std::max(now - top.startTime, int64{0}); // the wall clock may be set back
     if (duration > kBlockingTicks) noteBlocking(duration);
     top.add(static_cast<uint64>(duration));
-    d->top = top.parent;
-    --d->openCount;
+    m_data->top = top.parent;
+    --m_data->openCount;
 }
 
 void PerfMon::noteBlocking(int64 duration) {
-    if (d->openCount == 1) ++m_blockingCount;
+    if (m_data->openCount == 1) ++m_blockingCount;
     const float milliseconds = static_cast<float>(duration) / static_cast<float>(kTicksPerMs);
     m_blockingTimeMillis += static_cast<uint64>(milliseconds);
-    std::string path = d->top->name;
-    for (const PerfSection* section = d->top->parent; section != &d->root; section = section->parent) {
+    std::string path = m_data->top->name;
+    for (const PerfSection* section = m_data->top->parent; section != &m_data->root; section = section->parent) {
         path = section->name + "/" + path;
     }
     logging::warning() << "[PERFMON] blocking section '" << path << "' time=" << milliseconds
@@ -107,16 +107,16 @@ void PerfMon::noteBlocking(int64 duration) {
 
 void PerfMon::updateReport() {
     const uint32 now = system()->getTimeFast();
-    if (now - d->lastReportTime < kReportPeriodMs) return;
-    d->lastReportTime = now;
+    if (now - m_data->lastReportTime < kReportPeriodMs) return;
+    m_data->lastReportTime = now;
     std::string report;
-    appendReport(d->root, 1.0, "", report);
-    d->report = report;
-    resetSums(d->root);
+    appendReport(m_data->root, 1.0, "", report);
+    m_data->report = report;
+    resetSums(m_data->root);
 }
 
 const String& PerfMon::getReport() const {
-    return d->report;
+    return m_data->report;
 }
 
 } // namespace qel

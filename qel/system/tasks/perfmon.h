@@ -13,6 +13,10 @@ namespace qel {
 
 class PerfSection;
 
+namespace internal {
+struct PerfMonData;
+}
+
 /// A tree of named sections of time. Sections nest by begin and end; the report tells where the time since
 /// the last one went, and a section that blocked the main loop for more than four seconds is logged.
 /// @threads main thread.
@@ -53,15 +57,13 @@ public:
     uint64 getBlockingTimeMillis() const { return m_blockingTimeMillis; }
 
 private:
-    struct Private;
-
     bool isFull() const;
     void logFull() const;
     void open(PerfSection& section, int64 now);
     void close(int64 now);
     void noteBlocking(int64 duration);
 
-    std::unique_ptr<Private> d;
+    std::unique_ptr<internal::PerfMonData> m_data;
     bool m_detailed = false;
     uint64 m_blockingCount = 0;
     uint64 m_blockingTimeMillis = 0;

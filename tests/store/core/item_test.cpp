@@ -8,6 +8,7 @@
 
 #include <cmath>
 #include <functional>
+#include <type_traits>
 
 namespace {
 
@@ -15,6 +16,9 @@ using namespace qel;
 using namespace std::string_literals;
 
 constexpr const char* kGuidDigits = "000102030405060708090A0B0C0D0E0F101112131415161718191A1B1C1D1E1F";
+
+static_assert(std::is_nothrow_move_constructible_v<Item>);
+static_assert(std::is_nothrow_move_assignable_v<Item>);
 
 TEST(ItemWriting, GivesTheDocumentedBytes) {
     const GUID guid = GUID::fromString("01" + std::string(62, '0'));

@@ -19,6 +19,9 @@ void fill(MemoryStore& store, int count) {
     for (int i = 0; i < count; ++i) store.set(Item("key").add(i), Item(i));
 }
 
+static_assert(std::is_nothrow_move_constructible_v<MemoryStore>);
+static_assert(std::is_nothrow_move_assignable_v<MemoryStore>);
+
 TEST(MemoryStore, CopiesAndMovesItsOpenTransactions) {
     MemoryStore store;
     fill(store, 100);
