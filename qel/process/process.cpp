@@ -5,7 +5,7 @@
 #include <qel/platform/system_error.h>
 #include <qel/process/command_text_p.h>
 #include <qel/process/killed_children.h>
-#include <qel/process/process_state_p.h>
+#include <qel/process/process_data_p.h>
 #include <qel/process/process_wait_p.h>
 
 namespace qel {
@@ -105,7 +105,7 @@ FileError internal::ChildInput::write() {
 
 // --- child -----------------------------------------------------------------------------------------------
 
-Process::Process() : m_state(std::make_unique<State>()) {}
+Process::Process() : m_data(std::make_unique<internal::ProcessData>()) {}
 
 Process::~Process() {
     terminate(false);
@@ -123,7 +123,7 @@ bool Process::spawn(const String& path, const List<String>& args, const char* wo
         return true;
     }
     if (!quiet) {
-        logging::error() << "starting process '" << command << "' failed, error: " << m_state->lastError;
+        logging::error() << "starting process '" << command << "' failed, error: " << m_data->lastError;
     }
     logging::error() << "can not start subprocess " << path << " error: " << errorText();
     return false;
@@ -131,8 +131,8 @@ bool Process::spawn(const String& path, const List<String>& args, const char* wo
 
 bool Process::startChild(const String& path, const List<String>& args, const char* workingDirectory) {
     internal::collectKilledChildren();
-    State& state = *m_state;
-    if (state.id != 0) {
+    internal::ProcessData& data = *m_data;
+    if (data.id != 0) {
         setError(static_cast<int64>(std::errc::device_or_resource_busy));
         return false;
     }
@@ -142,14 +142,14 @@ bool Process::startChild(const String& path, const List<String>& args, const cha
     if (args.empty()) start.arguments.push_back(path);
     if (workingDirectory) start.workingDirectory = workingDirectory;
 
-    FileError error = openPipe(state.input, true);
-    if (!error) error = openPipe(state.output, false);
-    if (!error) error = openPipe(state.error, false);
+    FileError error = openPipe(data.input, true);
+    if (!error) error = openPipe(data.output, false);
+    if (!error) error = openPipe(data.error, false);
     if (!error) {
-        error = platform::startChild(state.id, start, state.input.childEnd, state.output.childEnd,
-                                     state.error.childEnd);
+        error = platform::startChild(data.id, start, data.input.childEnd, data.output.childEnd,
+                                     data.error.childEnd);
     }
-    state.isRunning = !error;
+    data.isRunning = !error;
     if (!error) return true;
     setError(error.value());
     closeStreams();
@@ -163,14 +163,14 @@ bool Process::tick() {
 }
 
 bool Process::collect() {
-    State& state = *m_state;
-    if (!state.isRunning) return false;
+    internal::ProcessData& data = *m_data;
+    if (!data.isRunning) return false;
     bool ended = false;
-    if (const FileError error = platform::collectChild(state.id, ended, state.exitStatus)) {
+    if (const FileError error = platform::collectChild(data.id, ended, data.exitStatus)) {
         loseExitStatus(error.value());
         return false;
     }
-    state.isRunning = !ended;
+    data.isRunning = !ended;
     return !ended;
 }
 
@@ -184,26 +184,26 @@ void Process::loseExitStatus(int64 code) {
 bool Process::terminate(bool wait) {
     closeStreams();
     internal::collectKilledChildren();
-    State& state = *m_state;
-    if (!state.isRunning) return true;
-    const FileError error = killChild(state.id, wait);
+    internal::ProcessData& data = *m_data;
+    if (!data.isRunning) return true;
+    const FileError error = killChild(data.id, wait);
     if (error) setError(error.value());
-    state.isRunning = false;
-    state.exitStatus = -1;
+    data.isRunning = false;
+    data.exitStatus = -1;
     return !error;
 }
 
 void Process::sendBreak() {
-    if (!m_state->isRunning) return;
-    if (const FileError error = platform::interruptProcessGroup(m_state->id)) setError(error.value());
+    if (!m_data->isRunning) return;
+    if (const FileError error = platform::interruptProcessGroup(m_data->id)) setError(error.value());
 }
 
 // --- streams ---------------------------------------------------------------------------------------------
 
 void Process::connect(FileHandle input, FileHandle output, FileHandle error) {
-    m_state->input.ownEnd = std::move(input);
-    m_state->output.ownEnd = std::move(output);
-    m_state->error.ownEnd = std::move(error);
+    m_data->input.ownEnd = std::move(input);
+    m_data->output.ownEnd = std::move(output);
+    m_data->error.ownEnd = std::move(error);
 }
 
 void Process::processIO() {
@@ -213,27 +213,27 @@ void Process::processIO() {
 }
 
 void Process::writeStdin() {
-    const FileError error = m_state->input.write();
+    const FileError error = m_data->input.write();
     if (!error) return;
     setError(error.value());
     closeStdin();
 }
 
 void Process::readStdout() {
-    const FileError error = m_state->output.read(m_readAction);
+    const FileError error = m_data->output.read(m_readAction);
     if (error) setError(error.value());
-    if (error || m_state->output.wasClosed) closeStdout();
+    if (error || m_data->output.wasClosed) closeStdout();
 }
 
 void Process::readStderr() {
-    const FileError error = m_state->error.read(m_readAction);
+    const FileError error = m_data->error.read(m_readAction);
     if (!error) return;
     setError(error.value());
     closeStderr();
 }
 
 void Process::writeLine(const String& line) {
-    internal::ChildInput& input = m_state->input;
+    internal::ChildInput& input = m_data->input;
     if (input.wasClosed) return;
     input.bytes.append(line.getConstByteSpan());
     input.bytes.append(ConstByteSpan::fromText("\n"));
@@ -249,7 +249,7 @@ bool Process::readErrLine(String& line) {
 }
 
 bool Process::readLineInternal(Output which, String& line) {
-    internal::ChildOutput& output = m_state->outputOf(which);
+    internal::ChildOutput& output = outputOf(which);
     if (output.takeCompleteLine(line)) return true;
     for (int pump = 0; pump < kMaxPumpsPerLine; ++pump) {
         processIO();
@@ -260,8 +260,12 @@ bool Process::readLineInternal(Output which, String& line) {
     return false;
 }
 
+internal::ChildOutput& Process::outputOf(Output which) const {
+    return which == Output::Stdout ? m_data->output : m_data->error;
+}
+
 size_t Process::waitingBytes(Output which) const {
-    return m_state->outputOf(which).lines.size();
+    return outputOf(which).lines.size();
 }
 
 bool Process::hasOutput() const {
@@ -269,18 +273,18 @@ bool Process::hasOutput() const {
 }
 
 void Process::closeStdin() {
-    m_state->input.close();
-    m_state->input.bytes.clear();
-    if (m_state->writer) m_state->writer->invalidate();
+    m_data->input.close();
+    m_data->input.bytes.clear();
+    if (m_data->writer) m_data->writer->invalidate();
 }
 
 void Process::closeStdout() {
-    m_state->output.close();
-    if (m_state->reader) m_state->reader->invalidate();
+    m_data->output.close();
+    if (m_data->reader) m_data->reader->invalidate();
 }
 
 void Process::closeStderr() {
-    m_state->error.close();
+    m_data->error.close();
 }
 
 void Process::closeStreams() {
@@ -291,12 +295,12 @@ void Process::closeStreams() {
 
 bool Process::isEOF() {
     processIO();
-    return m_state->output.isAtEnd();
+    return m_data->output.isAtEnd();
 }
 
 bool Process::isErrEOF() {
     processIO();
-    return m_state->error.isAtEnd();
+    return m_data->error.isAtEnd();
 }
 
 bool Process::popReadAction() {
@@ -307,35 +311,35 @@ bool Process::popReadAction() {
 // --- status ----------------------------------------------------------------------------------------------
 
 void Process::setError(int64 code) {
-    m_state->lastError = code;
+    m_data->lastError = code;
 }
 
 bool Process::error() const {
-    return m_state->lastError != 0;
+    return m_data->lastError != 0;
 }
 
 String Process::errorText() const {
-    return error() ? String(platform::errorText(m_state->lastError)) : String();
+    return error() ? String(platform::errorText(m_data->lastError)) : String();
 }
 
 int Process::exitStatus() const {
-    return m_state->exitStatus;
+    return m_data->exitStatus;
 }
 
 int64 Process::getProcessId() const {
-    return m_state->id;
+    return m_data->id;
 }
 
 ProcessPacketReader* Process::getPacketReader() {
-    State& state = *m_state;
-    if (!state.reader) state.reader = new ProcessPacketReader(state.output.wasClosed ? nullptr : this);
-    return state.reader.get();
+    internal::ProcessData& data = *m_data;
+    if (!data.reader) data.reader = new ProcessPacketReader(data.output.wasClosed ? nullptr : this);
+    return data.reader.get();
 }
 
 ProcessPacketWriter* Process::getPacketWriter() {
-    State& state = *m_state;
-    if (!state.writer) state.writer = new ProcessPacketWriter(state.input.wasClosed ? nullptr : this);
-    return state.writer.get();
+    internal::ProcessData& data = *m_data;
+    if (!data.writer) data.writer = new ProcessPacketWriter(data.input.wasClosed ? nullptr : this);
+    return data.writer.get();
 }
 
 } // namespace qel

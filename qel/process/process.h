@@ -18,6 +18,11 @@ class FileHandle;
 
 namespace qel {
 
+namespace internal {
+struct ChildOutput;
+struct ProcessData;
+} // namespace internal
+
 class ProcessPacketReader;
 class ProcessPacketWriter;
 
@@ -171,8 +176,8 @@ protected:
 private:
     friend class AsyncSupervisor;
     friend class ProcessPacketReader;
-    struct State;
 
+    internal::ChildOutput& outputOf(Output output) const;
     bool startChild(const String& path, const List<String>& args, const char* workingDirectory);
     void closeStreams();
     /// Returns how many bytes of @p output are buffered.
@@ -183,7 +188,7 @@ private:
     void loseExitStatus(int64 code);
 
     bool m_readAction = false;
-    std::unique_ptr<State> m_state;
+    std::unique_ptr<internal::ProcessData> m_data;
 };
 
 } // namespace qel

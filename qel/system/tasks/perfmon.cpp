@@ -98,7 +98,8 @@ void PerfMon::noteBlocking(int64 duration) {
     const float milliseconds = static_cast<float>(duration) / static_cast<float>(kTicksPerMs);
     m_blockingTimeMillis += static_cast<uint64>(milliseconds);
     std::string path = m_data->top->name;
-    for (const PerfSection* section = m_data->top->parent; section != &m_data->root; section = section->parent) {
+    for (const PerfSection* section = m_data->top->parent; section != &m_data->root;
+         section = section->parent) {
         path = section->name + "/" + path;
     }
     logging::warning() << "[PERFMON] blocking section '" << path << "' time=" << milliseconds

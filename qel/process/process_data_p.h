@@ -1,4 +1,4 @@
-// The private part of Process.
+// ProcessData: what a Process consists of.
 #pragma once
 
 #include <qel/foundation/base/line_splitter.h>
@@ -49,22 +49,17 @@ struct ChildInput : ChildStream {
     platform::FileError write();
 };
 
-} // namespace qel::internal
-
-namespace qel {
-
-struct Process::State {
-    internal::ChildInput input;
-    internal::ChildOutput output;
-    internal::ChildOutput error;
+/// The streams of a child, its identity and what it left.
+struct ProcessData {
+    ChildInput input;
+    ChildOutput output;
+    ChildOutput error;
     int64 id = 0;
     bool isRunning = false;
     int64 lastError = 0;
     int exitStatus = 0;
     SmartPointer<ProcessPacketReader> reader;
     SmartPointer<ProcessPacketWriter> writer;
-
-    internal::ChildOutput& outputOf(Output which) { return which == Output::Stdout ? output : error; }
 };
 
-} // namespace qel
+} // namespace qel::internal
