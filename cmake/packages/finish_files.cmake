@@ -1,0 +1,11 @@
+# Runs in CPack after the files of all packages are installed to a staging folder: compresses changelogs and manual pages,
+# and sets all times to SOURCE_DATE_EPOCH if that is set, so that the same sources make the same packages.
+file(GLOB_RECURSE compressed LIST_DIRECTORIES false
+    ${CPACK_TEMPORARY_DIRECTORY}/*/changelog.Debian ${CPACK_TEMPORARY_DIRECTORY}/*/changelog ${CPACK_TEMPORARY_DIRECTORY}/*/share/man/man*/*.[1-9])
+foreach(file IN LISTS compressed)
+    execute_process(COMMAND gzip -9nf ${file} COMMAND_ERROR_IS_FATAL ANY)
+endforeach()
+if(DEFINED ENV{SOURCE_DATE_EPOCH})
+    execute_process(COMMAND find ${CPACK_TEMPORARY_DIRECTORY} -exec touch -h -d @$ENV{SOURCE_DATE_EPOCH} {} +
+                    COMMAND_ERROR_IS_FATAL ANY)
+endif()
