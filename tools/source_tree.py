@@ -7,6 +7,9 @@ from functools import lru_cache
 from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent
+UMBRELLA = "qel/qel.h"               # the interface without what needs Squirrel's headers
+SCRIPT_UMBRELLA = "qel/script.h"      # what needs them
+UMBRELLAS = (UMBRELLA, SCRIPT_UMBRELLA)
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.MULTILINE)
 
 
@@ -39,8 +42,43 @@ def unit_of(name):
 
 
 def public_headers():
-    """The headers that users of the library may include, the one of all headers left out."""
+    """The headers that are not private to a unit."""
     return [name for name in files("qel/**/*.h") if not name.endswith("_p.h")]
+
+
+@lru_cache(maxsize=None)
+def internal_headers():
+    """The headers that tools/internal_headers.txt keeps out of the interface."""
+    internal = set()
+    for line in text("tools/internal_headers.txt").splitlines():
+        path = line.removeprefix("!")
+        named = {name for name in public_headers() if name == path or name.startswith(path + "/")}
+        if not line.startswith("#"):
+            internal = internal - named if line.startswith("!") else internal | named
+    return internal
+
+
+def installed_headers():
+    """The interface: the headers that are installed, those that include all others left out."""
+    return [name for name in public_headers() if name not in internal_headers() and name not in UMBRELLAS]
+
+
+@lru_cache(maxsize=None)
+def closure(name):
+    """The header and every header of the library that it includes, directly or not."""
+    seen = {name}
+    waiting = [name]
+    while waiting:
+        for _, path in includes(waiting.pop()):
+            if path.startswith("qel/") and path not in seen and (ROOT / path).is_file():
+                seen.add(path)
+                waiting.append(path)
+    return seen
+
+
+def needs_squirrel(name):
+    """True if the header includes Squirrel's, directly or not."""
+    return any(path == "squirrel.h" for part in closure(name) for _, path in includes(part))
 
 
 def sources():
