@@ -7,9 +7,9 @@
 #error "the headers of another version"
 #endif
 
-int main() {
+int main(int argc, char** argv) {
     static_assert(qel::kVersion == QEL_VERSION);
-    qel::System::initialize(0, nullptr, nullptr);
+    qel::System::initialize(argc, argv, nullptr);
     qel::SmartPointer<qel::MemoryStore> store(new qel::MemoryStore);
     store->set(qel::Item("greeting"), qel::Item("hello from a store"));
     std::puts(store->get(qel::Item("greeting"))->getIterator().convertAsString().c_str());
