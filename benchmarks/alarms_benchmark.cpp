@@ -1,4 +1,4 @@
-// Arming timers anew: 100 of them in turn, each to another delay than before.
+// Rescheduling timers: 100 of them in turn, each with a different delay from before.
 #include <qel/system/core/system.h>
 #include <qel/system/tasks/alarm.h>
 

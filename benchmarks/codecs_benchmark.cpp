@@ -1,5 +1,5 @@
-// Base 16, base 64 and CRC-32C beside the libraries that are known for them. A byte of the figures is a byte
-// of plain data, whatever the direction.
+// Base 16, base 64 and CRC-32C compared with well-known libraries. The throughput counts bytes of plain data
+// in both directions.
 #include <qel/foundation/base/base_encoding.h>
 #include <qel/foundation/base/crc32c.h>
 
@@ -30,8 +30,8 @@ Bytes makeBytes(size_t n) {
     return bytes;
 }
 
-/// Plain data and both of its texts, of the size that the benchmark asks for, with room to spare for peers
-/// that write a terminating zero.
+/// Plain data and both of its texts, of the size that the benchmark requests, with extra space for peers that
+/// write a terminating zero.
 struct Data {
     explicit Data(const benchmark::State& state)
         : plain(makeBytes(static_cast<size_t>(state.range(0)))),
@@ -50,7 +50,7 @@ struct Data {
     Bytes out;
 };
 
-/// Runs one coder over the data, after a look at what it produces.
+/// Runs one coder over the data after checking its result.
 template <typename Coder>
 void run(benchmark::State& state, const Bytes Data::*expected, Coder coder) {
     Data data(state);

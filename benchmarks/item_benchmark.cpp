@@ -31,7 +31,7 @@ void require(bool holds, const char* what) {
     std::abort();
 }
 
-/// What a reader has found; the same for every format.
+/// The values that a reader has found; the same for every format.
 struct Values {
     std::string_view texts[2];
     std::int64_t integers[2];
@@ -43,7 +43,7 @@ struct Values {
     }
 };
 
-/// Measures @p read, which gives the values.
+/// Measures @p read, which returns the values.
 template <typename Read>
 void measureReading(benchmark::State& state, Read read) {
     require(read().isExpected(), "tuple");
@@ -95,7 +95,7 @@ void fill(msgpack::sbuffer& buffer) {
     packer.pack_int(kCount).pack_double(kScale).pack_int64(kTime);
 }
 
-/// The memory is kept between tuples.
+/// Reuses the memory between tuples.
 void buildMsgpack(benchmark::State& state) {
     msgpack::sbuffer buffer;
     for (auto _ : state) {
@@ -177,7 +177,7 @@ void readFlexBuffers(benchmark::State& state) {
 BENCHMARK(readFlexBuffers)->Name("Tuple/Read/flexbuffers");
 #endif
 
-/// Keys as stores have them: the paths of two entries side by side.
+/// Keys as in stores: the paths of two adjacent entries.
 struct Keys {
     Item first = Item("options").add("display").add("brightns_a");
     Item second = Item("options").add("display").add("brightns_b");

@@ -1,4 +1,4 @@
-// What a log line costs: switched off, formatted alone, and delivered to a console that goes nowhere.
+// The cost of a log line: disabled, only formatted, and delivered to a console that discards it.
 #include <qel/foundation/log/log_backend.h>
 #include <qel/foundation/log/message_stream.h>
 
@@ -33,13 +33,13 @@ namespace {
 
 constexpr char kNowhere[] = "/dev/null";
 
-/// The line of all contenders: two whole numbers and one that isn't.
+/// The line of all contenders: two integers and one number with decimals.
 template <typename Stream>
 void writeLine(Stream& stream, int i) {
     stream << "took " << i << " of " << 4711 << " frames in " << 0.25 * i << " ms";
 }
 
-/// As the library's own console writer, onto a file that goes nowhere.
+/// Like the library's own console writer, with the null device as its file.
 template <bool isFlushed>
 void discard(const qel::logging::ConsoleLine& line) {
     static std::FILE* const nowhere = std::fopen(kNowhere, "w");
@@ -83,7 +83,7 @@ void hiddenVerboseQel(benchmark::State& state) {
     qel::logging::g_hideVerboseOutputInConsole = false;
 }
 
-/// Lines that are built and dropped at their end, the next thing to formatting alone.
+/// Lines that are built and then dropped, the nearest equivalent of formatting alone.
 void formatQel(benchmark::State& state) {
     qel::logging::setConsoleWriter(dropLine);
     int i = 0;

@@ -1,4 +1,4 @@
-// What children cost: lines from them, an answer from one, a start, and a round over idle ones.
+// The cost of children: lines from them, an answer from one, a start, and a round over idle ones.
 #include <qel/process/process.h>
 #include <qel/system/core/system.h>
 
@@ -31,7 +31,7 @@ using qel::String;
 constexpr const char* kText = "a line of 64 bytes with its end, as a worker writes it to a log";
 static_assert(std::char_traits<char>::length(kText) == 63);
 
-/// A child on three pipes, by the calls of the system alone.
+/// A child on three pipes, with system calls only.
 class RawChild {
 public:
     explicit RawChild(std::vector<const char*> arguments, bool isPolled = false) {
@@ -69,7 +69,7 @@ private:
     std::array<int, 3> m_ends;
 };
 
-/// A System, a host's main object, for the length of a measurement.
+/// A System, a host's main object, for the duration of a measurement.
 struct Host {
     Host() { qel::System::initialize({}); }
     ~Host() { qel::System::deinitialize(); }

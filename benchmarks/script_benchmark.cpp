@@ -17,7 +17,7 @@ namespace {
 
 constexpr int kCalls = 1000;
 
-/// What every side calls: two whole numbers in, one out.
+/// The function that every side calls: two integers in, one out.
 class Adder : public qel::Object {
     QEL_CLASS(Adder, qel::Object)
 
@@ -69,7 +69,7 @@ SQInteger rawLength(SQVM* vm) {
     return 1;
 }
 
-/// A machine with the class. @param isRaw  puts functions by hand in the places of the bound ones.
+/// A machine with the class. @param isRaw  true to replace the bound functions with hand-written ones.
 struct Machine {
     explicit Machine(bool isRaw) {
         qelSq::importClass<Adder>(&vm, "util");
@@ -83,7 +83,7 @@ struct Machine {
         vm.executeString("::adder <- util.Adder()", "setup");
     }
 
-    // A function that makes kCalls calls of @p call in a loop.
+    // Returns a function that calls @p call kCalls times in a loop.
     qelSq::Functor loop(const std::string& call) {
         std::string source = "local a = adder; local c = util.Adder; for (local i = 0; i < " +
                              std::to_string(kCalls) + "; i++) " + call;
@@ -167,7 +167,7 @@ void resumeGenerators(benchmark::State& state) {
 }
 BENCHMARK(resumeGenerators)->Name("Resume/Thread/generator");
 
-// What the bound on nesting costs beside the compiler itself.
+// The cost of the nesting limit in addition to the compiler itself.
 void compile(benchmark::State& state) {
     qelSq::VM vm;
     std::string source;

@@ -1,4 +1,4 @@
-// Emissions with 1, 8 and 64 listeners, and a connection that comes and goes.
+// Emissions with 1, 8 and 64 listeners, and connecting and disconnecting a listener.
 #include <qel/foundation/base/signal.h>
 
 #include <benchmark/benchmark.h>

@@ -1,4 +1,5 @@
-// The store that lasts beside SQLite itself with the same table and settings, and the cache before both.
+// The durable store compared with SQLite itself with the same table and settings, and the cache in front of
+// both.
 #include <qel/foundation/base/smart_pointer.h>
 #include <qel/store/core/cache_store.h>
 #include <qel/store/core/item.h>
@@ -23,10 +24,10 @@ namespace {
 using qel::Item;
 
 constexpr int kEntries = 100'000;
-constexpr int kHotEntries = 4096; // the cache holds them all
+constexpr int kHotEntries = 4096; // the cache can contain them all
 constexpr int kBatch = 1000;
 
-/// About 20 bytes, as the keys of records are.
+/// Returns about 20 bytes, a usual size for the keys of records.
 std::string nameOf(int index) {
     char text[32];
     std::snprintf(text, sizeof text, "patient/%08d/x", static_cast<int>(index * 2654435761U % 100'000'007U));
@@ -37,7 +38,7 @@ std::string valueOf(int index) {
     return "value of the entry " + std::to_string(index);
 }
 
-/// Indices in an order that a walk doesn't have.
+/// Returns the indices in an order that differs from that of a walk.
 std::vector<int> shuffled(int count) {
     std::vector<int> indices(kEntries);
     for (int i = 0; i < kEntries; ++i) indices[i] = i;
@@ -52,7 +53,7 @@ std::string freshFile(const char* name) {
     return path;
 }
 
-/// The store with all entries, made once.
+/// The store with all entries, created once.
 class QelEntries {
 public:
     QelEntries() : m_store(new qel::SqliteStore(freshFile("qel-benchmark.store"))) {
@@ -158,7 +159,7 @@ BENCHMARK(getHot)->Name("Cached/Hit/sqlitestore");
 
 #if QEL_PEER_SQLITE
 
-/// SQLite as a careful program would use it: the same table and settings, every statement prepared.
+/// SQLite as a careful program would use it: with the same table and settings, and every statement prepared.
 class RawEntries {
 public:
     RawEntries() {
@@ -204,7 +205,7 @@ public:
         bind(set, 3, value);
         step(set);
     }
-    /// Bytes of the value, copied to @p copy.
+    /// Returns the size of the value, which is copied to @p copy.
     size_t read(int index, std::vector<char>& copy) {
         bind(get, 1, keys[static_cast<size_t>(index)]);
         if (sqlite3_step(get) != SQLITE_ROW) std::abort();

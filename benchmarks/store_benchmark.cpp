@@ -1,5 +1,5 @@
-// The store in memory and the cache beside ordered containers and embedded databases: entries with keys of
-// about 20 bytes and values of 8. "Topic/Case/who/entries".
+// The memory store and the cache compared with ordered containers and embedded databases: entries with keys
+// of about 20 bytes and values of 8. "Topic/Case/who/entries".
 #include <qel/store/core/cache_store.h>
 #include <qel/store/core/item.h>
 #include <qel/store/core/memory_store.h>
@@ -44,13 +44,13 @@ std::vector<std::string> makeKeys(size_t count) {
     return keys;
 }
 
-/// The keys in the order in which they are asked for.
+/// Returns the keys in the order of the queries.
 std::vector<std::string> shuffled(std::vector<std::string> keys) {
     std::shuffle(keys.begin(), keys.end(), std::mt19937(3));
     return keys;
 }
 
-// Each peer: fill in the constructor, and what the cases need.
+// Each peer is filled in its constructor and has the operations that the cases need.
 
 template <bool kCached>
 class QelPeer {
@@ -116,8 +116,8 @@ private:
 };
 
 #ifdef QEL_PEER_LMDB
-/// Beside its file on a file system in memory, without waiting for it. It nests no transactions under
-/// MDB_WRITEMAP, its faster way to write.
+/// With its file on a file system in memory, without waiting for it. Under MDB_WRITEMAP, its faster way to
+/// write, it does not support nested transactions.
 template <unsigned kFlags>
 class LmdbPeer {
 public:
@@ -189,7 +189,7 @@ private:
 #endif
 
 #ifdef QEL_PEER_SQLITE
-/// In memory, by prepared statements; transactions are savepoints.
+/// In memory, with prepared statements; transactions are savepoints.
 class SqlitePeer {
 public:
     explicit SqlitePeer(const std::vector<std::string>& keys) {
@@ -249,7 +249,7 @@ private:
 };
 #endif
 
-/// Fills a peer once for all cases with as many entries.
+/// Fills a peer with this number of entries, once for all cases.
 template <typename Peer>
 Peer& peerWith(size_t count) {
     static std::map<size_t, std::unique_ptr<Peer>> peers;
@@ -265,7 +265,7 @@ std::vector<typename Peer::Key> keysFor(size_t count) {
     return keys;
 }
 
-/// Measures @p step(key) on one key after the other, round and round.
+/// Measures @p step(key) on one key after the other, in a loop over all keys.
 template <typename Peer, typename Step>
 void measureKeys(benchmark::State& state, const Step& step) {
     const auto keys = keysFor<Peer>(static_cast<size_t>(state.range(0)));

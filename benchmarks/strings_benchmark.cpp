@@ -36,7 +36,7 @@ namespace {
 
 using qel::String;
 
-/// The three kinds of text: what people type in English, with accents, and in Chinese and Japanese.
+/// Three kinds of text: English, accented letters, and Chinese and Japanese.
 const char* const kPieces[] = {"The quick brown fox jumps over it. ",
                                "Größe, naïve façade, señor: ", "日本語の文章と中文字符。"};
 enum Kind { kAscii, kAccents, kCjk };
@@ -49,7 +49,7 @@ String makeText(int64_t kind, int64_t size) {
     return text;
 }
 
-/// Decoded one by one; every operation measured must give this first.
+/// Decodes one code point at a time; every measured operation must return the same result.
 std::vector<qel::uint32> decodePlainly(const String& text) {
     std::vector<qel::uint32> codePoints;
     for (auto position = text.cbegin(); position != text.cend();)
@@ -156,7 +156,7 @@ BENCHMARK(decodeSimdutf)->Name("Utf8/Decode32/simdutf")->Apply(allTexts);
 
 void utf16Qel(benchmark::State& state) {
     const String text = makeText(state.range(0), state.range(1));
-    const auto expected = decodePlainly(text); // none of the texts leaves the first plane
+    const auto expected = decodePlainly(text); // all texts are within the first plane
     const auto actual = text.utf8_to_utf16();
     require(std::equal(actual.begin(), actual.end(), expected.begin(), expected.end()), "UTF-16");
     measure(state, text, [](const String& source) { return source.utf8_to_utf16(); });

@@ -1,4 +1,4 @@
-// The pass of the main loop when nothing moves, and a program's way from its start to its first pass.
+// The pass of an idle main loop, and the time from a program's start to its first pass.
 #include <qel/system/core/system.h>
 #include <qel/system/tasks/alarm.h>
 
@@ -20,7 +20,7 @@ extern char** environ;
 
 namespace {
 
-/// A System that lives for one benchmark, without scripts or tasks, and with so many alarms armed.
+/// A System for one benchmark, without scripts or tasks, and with the given number of alarms.
 class IdleSystem {
 public:
     explicit IdleSystem(int64_t alarms) {

@@ -1,5 +1,5 @@
-// Queues, pools and parallel kernels. A round is a push and the wait for its end, unless the name says
-// otherwise.
+// Queues, pools and parallel kernels. A round consists of a push and the wait for its end, unless the name
+// differs.
 #include <qel/system/core/system.h>
 #include <qel/system/tasks/parallel.h>
 #include <qel/system/tasks/task_queue.h>
@@ -39,7 +39,7 @@ public:
     ~RunningSystem() { qel::System::deinitialize(); }
 };
 
-/// What pools without a wait of their own need: counts tasks down and wakes who waits for the last.
+/// For pools without a wait of their own: counts tasks down and wakes the thread that waits for the last one.
 class Latch {
 public:
     explicit Latch(int count) : m_count(count) {}
@@ -61,14 +61,14 @@ private:
     bool m_done = false;
 };
 
-/// Work that the compiler can't take out: a chain of @p steps multiplications.
+/// Work that the compiler cannot remove: a chain of @p steps multiplications.
 uint64_t compute(int64_t steps) {
     uint64_t value = 1;
     for (int64_t i = 0; i < steps; ++i) benchmark::DoNotOptimize(value = value * 6364136223846793005u + 1);
     return value;
 }
 
-/// Steps of compute() that take about a millisecond.
+/// Returns the number of steps of compute() that take about a millisecond.
 int64_t stepsOfMillisecond() {
     static const int64_t steps = [] {
         constexpr int64_t kProbe = 2'000'000;
@@ -97,7 +97,7 @@ void coldQel(benchmark::State& state) {
     const RunningSystem system;
     qel::TaskQueue queue(qel::TaskQueue::kParallel);
     for (auto _ : state) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(2)); // workers have gone to sleep
+        std::this_thread::sleep_for(std::chrono::milliseconds(2)); // by now the workers are asleep
         const auto start = std::chrono::steady_clock::now();
         queue.pushTask(new qel::TaskQueue::LambdaNoContextTask([] {}), 0);
         queue.wait();

@@ -1,4 +1,4 @@
-# What a build knows about itself, written to <qel/system/report/build_identity_p.h> of the build tree.
+# The facts about a build, written to <qel/system/report/build_identity_p.h> of the build tree.
 set(QELCORE_BUILD_DESCRIPTION "${PROJECT_VERSION}-ce" CACHE STRING
     "Description of the build: version, kind of release, then commits beyond it, short hash and 'dirty'")
 set(QELCORE_COPYRIGHT "Copyright (c) the qelCore authors. All rights reserved." CACHE STRING

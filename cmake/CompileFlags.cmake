@@ -1,5 +1,5 @@
-# How everything in this tree is compiled: the language, warnings, sanitizers and hardening.
-# None of it reaches a program that uses the installed library.
+# Compile flags for everything in this tree: the language, warnings, sanitizers and hardening.
+# None of them affects a program that uses the installed library.
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
@@ -10,11 +10,11 @@ set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
 add_library(qel_compile_flags INTERFACE)
 
-# Results are the same bits on every machine, so no contraction of a * b + c into one rounding.
+# Results have the same bits on every machine, so a * b + c is never contracted to one rounding.
 target_compile_options(qel_compile_flags INTERFACE -ffp-contract=off)
 # Crash dumps follow the call chain by its frame pointers.
 target_compile_options(qel_compile_flags INTERFACE -fno-omit-frame-pointer)
-# Objects carry the same paths wherever the tree lies.
+# Objects contain the same paths wherever the tree is located.
 target_compile_options(qel_compile_flags INTERFACE -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
 
 target_compile_options(qel_compile_flags INTERFACE -Wall -Wextra -Wpedantic -Wshadow)
@@ -43,11 +43,12 @@ if(QELCORE_HARDEN)
     target_link_options(qel_compile_flags INTERFACE LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack)
 endif()
 
-# Kernel files are built for the least CPU that the vector library has block operations for, and optimised hard.
+# Kernel files are compiled for the oldest CPU for which the vector library has block operations, and fully
+# optimised.
 function(qel_set_kernel_flags)
     foreach(source IN LISTS ARGN)
         if(source MATCHES "_simd\\.cpp$")
-            # Highway's own assertions would call into its library, which stays out (cmake/Dependencies.cmake).
+            # Highway's own assertions would call its library, which is not linked (cmake/Dependencies.cmake).
             set(flags -march=x86-64-v2 -DHWY_IS_DEBUG_BUILD=0)
             if(NOT QELCORE_SANITIZE)
                 list(APPEND flags -O3)

@@ -1,4 +1,4 @@
-# What the library stands on. Only Squirrel's headers reach its users.
+# The libraries that this library uses. Its users see only Squirrel's headers.
 find_package(Threads REQUIRED)
 find_package(Squirrel REQUIRED)
 find_package(fmt REQUIRED)
@@ -18,5 +18,5 @@ mark_as_advanced(QELCORE_LODEPNG_INCLUDE QELCORE_LODEPNG_LIBRARY)
 find_path(QELCORE_INIPARSER_INCLUDE iniparser.h PATH_SUFFIXES iniparser REQUIRED) # has no module of pkg-config
 find_library(QELCORE_INIPARSER_LIBRARY iniparser REQUIRED)
 mark_as_advanced(QELCORE_INIPARSER_INCLUDE QELCORE_INIPARSER_LIBRARY)
-# Highway is used by its headers alone; its library would slow down the start of every program.
+# Only Highway's headers are used; its library would slow down the start of every program.
 pkg_check_modules(hwy REQUIRED libhwy)

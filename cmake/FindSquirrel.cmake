@@ -1,6 +1,6 @@
 # Finds the Squirrel script language and its standard library.
 #
-# Squirrel::Headers   what code that includes <squirrel.h> needs: the include path and the width of its integers
+# Squirrel::Headers   for code that includes <squirrel.h>: the include path and the width of its integers
 # Squirrel::Squirrel  the engine and the standard library, with the headers
 find_path(Squirrel_INCLUDE_DIR squirrel.h PATH_SUFFIXES squirrel3 squirrel)
 find_library(Squirrel_LIBRARY NAMES squirrel3 squirrel)
@@ -14,7 +14,7 @@ find_package_handle_standard_args(Squirrel
 if(Squirrel_FOUND AND NOT TARGET Squirrel::Squirrel)
     add_library(Squirrel::Headers INTERFACE IMPORTED)
     target_include_directories(Squirrel::Headers SYSTEM INTERFACE ${Squirrel_INCLUDE_DIR})
-    # The header doesn't know how wide the library's integers were built: 64 bits wherever pointers have them.
+    # The header does not state how wide the library's integers were built: 64 bits wherever pointers have 64.
     if(CMAKE_SIZEOF_VOID_P EQUAL 8)
         target_compile_definitions(Squirrel::Headers INTERFACE _SQ64)
     endif()

@@ -1,5 +1,5 @@
-# Libraries that the benchmarks measure ours against. One that is there is linked to the benchmarks and announced
-# to them by QEL_PEER_<NAME>=1; one that isn't is left out with a word.
+# Libraries that the benchmarks compare with. An installed one is linked to the benchmarks and announced to
+# them with QEL_PEER_<NAME>=1; a missing one is reported and left out.
 find_package(PkgConfig REQUIRED)
 add_library(qel_peers INTERFACE)
 
@@ -23,7 +23,7 @@ macro(qel_peer_module name module)
     qel_announce_peer(${name} "${peer_${name}_FOUND}")
 endmacro()
 
-# A peer that is a header and perhaps a library beside it.
+# A peer that is a header, possibly with a library.
 macro(qel_peer_header name header)
     find_path(QELCORE_PEER_${name}_INCLUDE ${header})
     set(peer_found ${QELCORE_PEER_${name}_INCLUDE})

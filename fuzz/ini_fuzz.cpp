@@ -1,5 +1,5 @@
-// INI files: whatever the text, every accessor leaves its output alone when it gives false, and those that
-// look at the same key agree on whether it is there.
+// INI files: whatever the text, every accessor leaves its output unchanged when it returns false, and those
+// that read the same key agree on whether it exists.
 #include <fuzz/memory_file.h>
 #include <qel/files/ini_parser.h>
 #include <qel/files/product_package.h>
@@ -18,7 +18,7 @@ void require(bool holds) {
     if (!holds) std::abort();
 }
 
-/// Calls an accessor twice, with different values in its output. @return what it gave.
+/// Calls an accessor twice, with different values in its output. @return its result.
 template <typename T, typename Accessor>
 bool reads(T first, T second, const Accessor& accessor) {
     T a = first;
@@ -59,7 +59,7 @@ void checkSection(const INIParser& ini, const String& name) {
     require(found ? item.getDepth() % 2 == 1 && item.getDepth() > 1 : item == before);
 }
 
-/// Everything in the text that may be the name of a section or a key.
+/// Returns everything in the text that may be the name of a section or a key.
 std::set<String> namesIn(std::string_view text) {
     std::set<String> names = {"", "test", "manifest", "product", String(std::string(2000, 'a'))};
     while (!text.empty() && names.size() < 12) {

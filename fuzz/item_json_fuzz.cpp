@@ -44,7 +44,7 @@ Json randomValue(Random& random) {
     }
 }
 
-/// Goes down from @p value by chance, and changes what it comes to.
+/// Descends from @p value at random, and changes the value that it reaches.
 void mutate(Json& value, Random& random) {
     if (value.is_structured() && !value.empty() && random() % 4 != 0) {
         auto at = value.begin();
@@ -63,7 +63,7 @@ void mutate(Json& value, Random& random) {
     }
 }
 
-/// Scripts keep all but the precision of floats.
+/// Scripts preserve everything except the precision of floats.
 void requireScriptValue(const Item& item) {
     qelSq::Object value;
     require(item.getIterator().asSquirrel(value, ScriptCode::Refuse));

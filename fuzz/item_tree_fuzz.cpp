@@ -1,5 +1,5 @@
 // Two lists of elements: 4 bytes for the size of the first, then both. They are walked, read in every way,
-// compared, printed, made script values without code, and written through views.
+// compared, printed, converted to script values without code, and written through views.
 #include <qel/foundation/base/buffer.h>
 #include <qel/foundation/base/string_id.h>
 #include <qel/foundation/log/message_stream.h>
@@ -31,7 +31,7 @@ std::string_view bytesOf(const Item& item) {
     return item.getConstByteSpan().asText();
 }
 
-// --- What must hold ---------------------------------------------------------------------------------------
+// --- Invariants -------------------------------------------------------------------------------------------
 
 template <typename T, typename Read>
 void readAs(Item::Iterator at, Read read) {
@@ -95,7 +95,7 @@ void writeThroughViews(const Item& item) {
     require(bytesOf(item) == before);
 }
 
-/// With code refused, no value of a script is one.
+/// With code refused, no script value is a closure.
 void makeScriptValue(const Item& item) {
     qelSq::Object value;
     if (item.getIterator().asSquirrel(value, ScriptCode::Refuse)) require(!Item(value).hasScriptCode());
@@ -105,10 +105,10 @@ void makeScriptValue(const Item& item) {
 
 using Random = std::minstd_rand;
 
-/// A list taken apart.
+/// The elements of a list.
 struct Parts {
     std::vector<Item> elements;
-    Item rest; // what is no element
+    Item rest; // the bytes that are not an element
 
     explicit Parts(const Item& list) {
         Item::Iterator at(list);

@@ -9,7 +9,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-/// One per target; keeps its path for the life of the process.
+/// One per target; its path is valid until the process ends.
 class MemoryFile {
 public:
     MemoryFile() : m_id(memfd_create("fuzz", MFD_CLOEXEC)), m_path("/proc/self/fd/" + std::to_string(m_id)) {

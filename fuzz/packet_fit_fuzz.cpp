@@ -1,6 +1,6 @@
-// Packets from outside. The first byte chooses the scheme and how much of the payload is made to fit it, so
-// that many inputs pass the checks; the second byte is the flags, and the rest is the payload. A Packet and a
-// PacketView must come to the same verdict and read the same fields.
+// Packets from outside. The first byte selects the scheme and how much of the payload is adjusted to fit it,
+// so that many inputs pass the checks; the second byte is the flags, and the rest is the payload. A Packet
+// and a PacketView must accept the same payloads and read the same fields.
 #include <tests/packet/packet_schemes.h>
 
 #include <qel/foundation/log/message_stream.h>
@@ -47,7 +47,7 @@ void makeCountsSmall(std::vector<uint8>& payload, const PacketScheme& scheme) {
     }
 }
 
-/// Appends a version suffix that fits. The last two bytes choose the version and how much larger the sender's
+/// Appends a version suffix that fits. The last two bytes select the version and how much larger the sender's
 /// static area is than the scheme's.
 void makeSuffixFit(std::vector<uint8>& payload, const PacketScheme& scheme) {
     const uint8 version = payload.empty() ? 0 : payload.back() & 3;

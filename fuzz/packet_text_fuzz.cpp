@@ -1,5 +1,5 @@
-// Framings of packets: lines of text, bytes with a manifest, files of records. The input is tried as it is
-// and, behind its first byte, made into a line that may be a packet.
+// Framings of packets: lines of text, bytes with a manifest, files of records. The input is used unchanged,
+// and, without its first byte, converted to a line that may be a packet.
 #include <qel/files/string_event.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/packet/file_packet_reader.h>
@@ -38,7 +38,7 @@ void tryLine(const String& line) {
     require(packet->convertToBase16String_NewLinePrefix() == "\n" + upper);
 }
 
-/// Hexadecimal digits of some bytes, in one case or the other, perhaps with a fault.
+/// Returns hexadecimal digits of the bytes, in either case, possibly with an error.
 String makeLine(uint8 choice, qel::ConstByteSpan bytes) {
     String line = String::encodeBase16fromBuffer(bytes.data, bytes.size);
     if (choice & 1) line = line.utf8_lowercase();
@@ -53,7 +53,7 @@ void tryManifest(qel::ConstByteSpan bytes) {
     if (packet) require(packet->convertToBufferWithManifest().getConstByteSpan().asText() == bytes.asText());
 }
 
-/// Records come back as they stand; a size that is told is never allocated beyond the limit.
+/// Records are read back unchanged; memory for a stated size is never allocated beyond the limit.
 void tryFile(qel::ConstByteSpan bytes) {
     static const int file = memfd_create("packets", MFD_CLOEXEC);
     static const String path = "/proc/self/fd/" + std::to_string(file);
@@ -69,7 +69,7 @@ void tryFile(qel::ConstByteSpan bytes) {
     }
 }
 
-/// A single text that is empty has no line form.
+/// A single empty string has no line form.
 void tryEvent(const String& text) {
     qel::StringEvent event, again;
     if (!event.parse(text) || (event.numArgs() == 0 && !event.valid())) return;

@@ -1,8 +1,7 @@
-// Records read from a store that somebody else wrote: whatever stands there, they load or log, what they had
-// stays readable, and no identifier or line number is given out twice.
-//
-// An input draws a kind of record and entries below its root. An entry is a path, which may begin with a name
-// that the record knows, and a value; both go on with bytes as they stand.
+// Records read from a store that somebody else wrote: whatever it contains, they load it or log an error,
+// their own data remains readable, and no identifier or line number is assigned twice.
+// || An input selects a kind of record and entries below its root. An entry is a path, which may begin with a
+// name that the record knows, and a value; both continue with bytes of the input.
 #include <qel/files/delete_later.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/platform/file_system.h>
@@ -49,7 +48,7 @@ uint64 readNumber(const Item& root, const char* name) {
     return std::min<uint64>(wide, 8 * GUID::kSize);
 }
 
-/// How many bits of an identifier a stored domain leaves to chance.
+/// Returns the number of random bits in the identifiers of a stored domain.
 int countRandomBits(const Item& root) {
     GUID base;
     if (const Item* const stored = Item(root).add("base.guid").fetch()) stored->getIterator().asGUID(base);
@@ -70,12 +69,12 @@ void checkDomain(const Item& root) {
         for (int i = 0; i < kEach; ++i) identifiers.insert(database->generateGUID());
         const GUIDDomain domain = database->generateDomain();
         require(database->hasDomain() || !domain.guid);
-        if (round == 0) database->flush(); // the round that follows starts from what was forgotten
+        if (round == 0) database->flush(); // the next round starts from the state that was not saved
     }
     require(!isRandom || identifiers.size() == kRounds * kEach);
 }
 
-/// The numbers of the lines below @p data. Foreign keys can lead a walk astray, so that it is bounded.
+/// Returns the numbers of the lines below @p data. Foreign keys can mislead a walk, so it is bounded.
 std::set<int64> lineNumbers(const Item& data) {
     std::set<int64> numbers;
     Item key(data), parent;
@@ -101,11 +100,11 @@ void checkLog(const Item& root) {
             log->addLine(&message);
         }
         end = log->getEnd();
-        if (end > kMaxCount) end = 0; // not reached by counting: may start over once its lines are gone
+        if (end > kMaxCount) end = 0; // cannot result from counting, so it may be reset
     }
 }
 
-/// A table whose rows anyone may make.
+/// A table whose rows can be created from outside.
 struct Rows : Table {
     using Table::createEntry, Table::createTable, Table::deleteEntry, Table::findEntry, Table::Table;
 };
@@ -121,7 +120,7 @@ void checkTable(const Item& root) {
     require(rows->deleteEntry(first, error) && !rows->deleteEntry(first, error) && second.exists());
 }
 
-/// Lets nothing happen to files.
+/// Prevents all file operations.
 class NoFiles : public seams::Faults {
 public:
     NoFiles() { seams::setFaults(this); }
@@ -139,7 +138,7 @@ int countKeys(Store& store) {
     return count;
 }
 
-/// Whether every key of the store equals itself alone.
+/// Returns true if every key of the store equals only itself.
 bool hasPlainKeys(Store& store) {
     Item key;
     for (bool more = store.first(key); more; more = store.next(key, key)) {
@@ -149,8 +148,8 @@ bool hasPlainKeys(Store& store) {
     return true;
 }
 
-// Only what is an entry is left, and only an absolute path is one. A round may end at a key that was set
-// without its parent, when it has removed that.
+// Only valid entries are left, and only absolute paths are valid. A round may end at a key that was set
+// without its parent, when it has removed that key.
 void checkDeletions(const Item& root) {
     const NoFiles none;
     const bool plain = hasPlainKeys(*root.getStore());
@@ -176,7 +175,7 @@ void checkDeletions(const Item& root) {
     }
 }
 
-/// A kind of record: the names below its root, and what must hold when it is opened there.
+/// A kind of record: the names below its root, and the invariants when it is opened there.
 struct RecordKind {
     std::span<const char* const> names;
     void (*check)(const Item& root);
@@ -194,7 +193,7 @@ constexpr RecordKind kKinds[] = {
     {kTableNames, &checkTable},    {kPaths, &checkDeletions},
 };
 
-/// Takes bytes from the front of an input; behind its end there are zeros.
+/// Reads bytes from the front of an input; after its end it returns zeros.
 class Input {
 public:
     explicit Input(ConstByteSpan bytes) : m_bytes(bytes) {}
@@ -206,7 +205,7 @@ public:
         m_bytes = {m_bytes.data + 1, m_bytes.size - 1};
         return byte;
     }
-    /// As many bytes as the next one tells, as an Item.
+    /// Reads the size from the next byte, and returns that number of bytes as an Item.
     Item takeItem() {
         const size_t size = std::min<size_t>(take(), m_bytes.size);
         const Item item(Item::PlainMode, m_bytes.data, size);
@@ -218,7 +217,7 @@ private:
     ConstByteSpan m_bytes;
 };
 
-/// Bits of the byte that an entry begins with; the low six choose a name.
+/// Bits of the first byte of an entry; the low six select a name.
 constexpr unsigned kHasName = 0x40, kHasPath = 0x80;
 
 void fill(Store& store, const Item& root, const RecordKind& kind, Input& input) {

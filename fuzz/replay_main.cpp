@@ -1,4 +1,4 @@
-// Feeds every file of the folders named on the command line to a fuzz target, in the order of their names.
+// Runs a fuzz target on every file of the folders named on the command line, in the order of their names.
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -11,7 +11,7 @@ extern "C" {
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t maxSize);
 
-/// The mutators of targets call libFuzzer's; a replay mutates nothing.
+/// The mutators of targets call libFuzzer's; in a replay nothing is mutated.
 std::size_t LLVMFuzzerMutate(std::uint8_t*, std::size_t size, std::size_t) {
     return size;
 }

@@ -1,5 +1,6 @@
-// Every registered call with any Items. The input is a program: which call to make with which arguments, what
-// to do with the contexts that handlers kept, when a transfer moves on. Each call must finish exactly once.
+// Calls every registered function with arbitrary Items. The input is a program: which call to make with which
+// arguments, what to do with the contexts that handlers kept, and when to continue a transfer. Each call must
+// finish exactly once.
 #include <qel/foundation/log/message_stream.h>
 #include <qel/platform/process_run.h>
 #include <qel/rpc/rpc_provider.h>
@@ -23,14 +24,14 @@ void require(bool holds) {
     if (!holds) std::abort();
 }
 
-/// Takes the program apart; behind its end everything is 0.
+/// Decodes the program; after its end everything is 0.
 class Program {
 public:
     Program(const uint8* data, size_t size) : m_data(data), m_size(size) {}
 
     bool isAtEnd() const { return m_size == 0; }
     uint8 byte() { return m_size == 0 ? 0 : (--m_size, *m_data++); }
-    /// The plain bytes of an Item.
+    /// Returns the plain bytes of an Item.
     Item item() {
         const size_t size = std::min<size_t>(byte(), m_size);
         const Item item(Item::PlainMode, m_data, size);
@@ -44,7 +45,7 @@ private:
     size_t m_size;
 };
 
-/// A call that came by a transport with files.
+/// A call that arrived through a transport with files.
 class TransportCall : public Object, public RpcContextInternal {
 public:
     using RpcContextInternal::run;
@@ -121,7 +122,7 @@ public:
             return moveOn(program, which);
         case 5:
             if (which == 0) m_update.reset();
-            m_backsUp = which == 1; // else nobody looks for a running installer, which takes long
+            m_backsUp = which == 1; // otherwise it would search for a running installer, which is slow
             return;
         default:
             internal::g_system->processEvents(0);
@@ -160,7 +161,7 @@ private:
         call.callEventHandlers(&call);
     }
 
-    /// Lets everything go. A local call waits for events that nobody brings about unless somebody does here.
+    /// Releases everything. A local call waits for events that only this function causes.
     void end() {
         internal::g_system->processEvents(0);
         m_kept.clear();
@@ -182,7 +183,7 @@ private:
     Vector<String> m_methods;
     Vector<RpcContext> m_kept;
     Vector<SmartPointer<RpcHandle>> m_local;
-    Vector<int> m_finished; // how often, by local call
+    Vector<int> m_finished; // the number of times that each local call finished
     Vector<SmartPointer<TransportCall>> m_remote;
 };
 

@@ -1,8 +1,7 @@
-// Files of a SqliteStore with damage at random: the store is closed for good, or every walk and every
-// operation answers as an ordered map of what can be read does. No walk goes on without end.
-//
-// An input draws records, changes to bytes of the file, whether it is cut, whether it looks too large to be
-// checked when it is opened, and operations.
+// Files of a SqliteStore with random damage: either the store is closed for good, or every walk and every
+// operation behaves like an ordered map of the readable entries. Every walk ends.
+// || An input selects records, changes to bytes of the file, whether it is truncated, whether it appears too
+// large to be checked when it is opened, and operations.
 #include <qel/foundation/log/message_stream.h>
 #include <qel/store/sqlite/sqlite_store.h>
 #include <tests/support/store_model.h>
@@ -86,7 +85,7 @@ void writeRecords(const std::string& path, Bytes& bytes) {
 constexpr size_t kPageCountAt = 28, kPageSize = 4096;
 constexpr size_t kManyPages = SqliteStore::kCheckedBytes / kPageSize + 1;
 
-/// @return whether the file looks too large to be checked.
+/// @return true if the file appears too large to be checked.
 bool damage(const FilePath& path, Bytes& bytes) {
     std::string content = path.read();
     for (unsigned count = bytes.draw(8); count > 0; --count) {
@@ -105,7 +104,7 @@ bool damage(const FilePath& path, Bytes& bytes) {
     return isLarge;
 }
 
-/// Takes over what a walk up reads. @return whether the store is still good.
+/// Copies the result of a walk up. @return true if the store is still good.
 bool readAll(Store& store, test::ModelStore& model) {
     Item key;
     unsigned steps = 0;
@@ -128,7 +127,7 @@ std::string walkDown(Store& store) {
     return keys;
 }
 
-/// The keys that Item::child() and Item::next() lead to, each level before the next one.
+/// Returns the keys that Item::child() and Item::next() reach, each level before the next one.
 std::string walkTree(Store& store) {
     std::string keys;
     std::vector<Item> level{Item(&store)};
@@ -147,7 +146,7 @@ std::string walkTree(Store& store) {
     return keys;
 }
 
-/// Whether both answer alike; a store that was closed meanwhile may answer anything.
+/// Returns true if both results are equal; a store that was closed meanwhile may return anything.
 bool isSame(const SqliteStore& store, const std::string& answer, const std::string& expected) {
     return !store.good() || answer == expected;
 }
@@ -192,7 +191,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const bool isOpen = store.good();
     if (isOpen && readAll(store, model)) {
         checkWalks(store, model);
-        // A list of free pages that nobody checked may lead writes to pages in use.
+        // A list of free pages that was not checked may direct writes to pages in use.
         if (store.good() && !isLarge) checkOperations(store, model, bytes);
     }
     if (!store.good()) checkClosed(store);

@@ -1,5 +1,6 @@
-// Operations told by bytes on a store in memory, on one behind a cache and on an ordered map with snapshots:
-// all answer alike, and hold the same at the end. Commits and rollbacks may come without a begin.
+// Operations encoded as bytes, on a memory store, on one with a cache and on an ordered map with snapshots:
+// all return the same results and have the same content at the end. Commits and rollbacks may occur without a
+// begin.
 #include <qel/foundation/log/message_stream.h>
 #include <qel/store/core/cache_store.h>
 #include <tests/support/store_model.h>
@@ -31,7 +32,7 @@ private:
     size_t m_at = 0;
 };
 
-/// A blob of the content, read by another store, gives the same content.
+/// A blob of the content, read by another store, results in the same content.
 void checkBlob(MemoryStore& store) {
     Item blob;
     store.writeBlob(blob);
@@ -61,7 +62,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     require(test::contentOf(*cached) == test::contentOf(model));
     checkBlob(*memory);
 
-    // The bytes as a blob from outside.
+    // Uses the bytes as a blob from outside.
     MemoryStore hostile;
     hostile.readBlob(Item(Item::ExternalBufferMode, data, size));
     checkBlob(hostile);

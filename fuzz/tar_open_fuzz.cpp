@@ -1,5 +1,5 @@
-// Tar archives: whatever bytes the file holds, no file in it holds bytes from elsewhere, and opening reads no
-// more headers than the file has room for.
+// Tar archives: whatever bytes the file contains, no file in it contains bytes from elsewhere, and opening
+// reads no more headers than fit into the file.
 #include <fuzz/memory_file.h>
 #include <qel/files/tar_archive.h>
 #include <qel/foundation/base/buffer.h>
@@ -38,7 +38,7 @@ public:
     size_t count = 0;
 };
 
-/// Writes the checksum that the block's bytes ask for.
+/// Writes the checksum of the block's bytes.
 void sign(uint8* block) {
     std::memset(block + 148, ' ', 8);
     unsigned sum = 0;
@@ -48,7 +48,7 @@ void sign(uint8* block) {
 
 } // namespace
 
-// Random bytes hardly ever have the right checksum, so that some of the blocks get it.
+// Random bytes hardly ever have the right checksum, so it is written to some of the blocks.
 extern "C" size_t LLVMFuzzerCustomMutator(uint8* data, size_t size, size_t maxSize, unsigned seed) {
     std::minstd_rand random(seed);
     size = LLVMFuzzerMutate(data, size, maxSize);
@@ -68,7 +68,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8* data, size_t size) {
     {
         const ReadCounter reads;
         isOpen = archive->open(file.path());
-        require(reads.count <= size / kBlock + 2); // one more tells that a cut header ends with the file
+        require(reads.count <= size / kBlock + 2); // one more header may be cut off at the end of the file
     }
     const Vector<String> names = archive->getFileNames();
     require(isOpen == !names.empty());

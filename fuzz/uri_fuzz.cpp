@@ -1,4 +1,4 @@
-// URIs, two of them one after the other on one parser: the input up to the first line feed, and the rest.
+// Two URIs, parsed one after the other by one parser: the input up to the first line feed, and the rest.
 #include <qel/rpc/uri_parser.h>
 
 #include <algorithm>
@@ -19,7 +19,7 @@ auto fieldsOf(const URIParser& parser) {
                       parser.query);
 }
 
-/// Every part stands in the URI as it is; the query alone has had its escapes taken out.
+/// Every part occurs unchanged in the URI; only the query has its escapes decoded.
 void requireParts(const URIParser& parser, const String& uri) {
     for (const String* part : {&parser.user, &parser.password, &parser.host, &parser.port}) {
         require(uri.find(*part) != String::npos);

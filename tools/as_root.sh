@@ -1,4 +1,4 @@
-# For sourcing, by the scripts that install packages.
+# To be sourced by the scripts that install packages.
 
 # Runs a command that changes the machine, as root or through sudo.
 as_root() {
@@ -12,7 +12,7 @@ as_root() {
     fi
 }
 
-# Runs a command and shows what it printed only if it failed.
+# Runs a command and shows its output only if it failed.
 quietly() {
     local output
     output=$("$@" 2>&1) || { echo "$output" >&2; return 1; }

@@ -1,4 +1,4 @@
-"""Draws the units and who builds on whom as an SVG picture, for docs/architecture.md."""
+"""Draws the units and their dependencies as an SVG picture, for docs/architecture.md."""
 
 ROW, BOX_WIDTH, BOX_HEIGHT, COLUMN, MARGIN = 64, 150, 34, 190, 20
 STYLE = """
@@ -10,7 +10,7 @@ STYLE = """
 
 
 def direct(edges, units):
-    """The edges that no longer path implies; what is left still tells who reaches whom."""
+    """Returns the edges that no longer path implies; they still show which unit reaches which."""
     below = {unit: {used for user, used in edges if user == unit} for unit in units}
     reach = {}
     for unit in units:
@@ -20,7 +20,7 @@ def direct(edges, units):
 
 
 def levels(edges, units):
-    """How far below the top each unit stands: one more than the lowest unit that builds on it."""
+    """Returns the level of each unit, counted from the top: one more than the lowest unit that uses it."""
     level = {}
     for unit in reversed(units):
         level[unit] = max((level[user] + 1 for user, used in edges if used == unit), default=0)
@@ -28,7 +28,7 @@ def levels(edges, units):
 
 
 def middle_out(row, span):
-    """The row with the units of the shortest arrows in the middle, so that long arrows run down at the sides."""
+    """Returns the row with the units of the shortest arrows in the middle, so that long arrows run at the sides."""
     arranged = []
     for place, unit in enumerate(sorted(row, key=lambda unit: span[unit])):
         arranged.insert(0 if place % 2 else len(arranged), unit)
@@ -36,7 +36,7 @@ def middle_out(row, span):
 
 
 def places(edges, units):
-    """The middle of each unit's box. The units of one level share a row."""
+    """Returns the centre of each unit's box. The units of one level share a row."""
     level = levels(edges, units)
     span = {unit: max((level[used] - level[unit] for user, used in edges if user == unit), default=0)
             for unit in units}
@@ -52,7 +52,7 @@ def places(edges, units):
 
 
 def arrow(start, end):
-    """A line from the bottom of one box, straight down to the row above the other, then over to its top."""
+    """Returns a line from the bottom of one box, straight down to the row above the other, then over to its top."""
     (x0, y0), (x1, y1) = start, end
     y0, y1 = y0 + BOX_HEIGHT / 2, y1 - BOX_HEIGHT / 2 - 7
     turn = y1 - (ROW - BOX_HEIGHT - 7)
@@ -60,14 +60,14 @@ def arrow(start, end):
 
 
 def box(unit, place):
-    """A unit's box with its name."""
+    """Returns a unit's box with its name."""
     x, y = place
     return (f'<rect x="{x - BOX_WIDTH / 2:g}" y="{y - BOX_HEIGHT / 2:g}" width="{BOX_WIDTH}" height="{BOX_HEIGHT}" '
             f'rx="6"/>\n<text x="{x:g}" y="{y:g}" dy=".35em">{unit}</text>')
 
 
 def draw(edges, order):
-    """The picture as SVG text, of the units that have edges."""
+    """Returns the picture of the units that have edges, as SVG text."""
     units = [unit for unit in order if any(unit in edge for edge in edges)]
     drawn = direct(edges, units)
     where, width, height = places(drawn, units)

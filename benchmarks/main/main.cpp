@@ -7,7 +7,7 @@
 #include <cstdlib>
 
 int main(int argc, char** argv) {
-    // For figures of machines with fewer vector instructions: QEL_SIMD_TARGET_CAP=AVX2 caps the kernels.
+    // For results as on machines with fewer vector instructions: QEL_SIMD_TARGET_CAP=AVX2 limits the kernels.
     const char* const target = std::getenv("QEL_SIMD_TARGET_CAP");
     if (target && !qel::seams::setSimdTarget(target)) {
         std::fprintf(stderr, "this machine does not have the instruction set %s\n", target);

@@ -50,7 +50,7 @@ qelhosts::Program describe(Options& options) {
                      "how long to wait for a reply; default: 60"}},
         .notes =
             "ARGUMENTS is one JSON array with all arguments, or each argument by itself. An argument that is "
-            "not JSON is passed as a string. Options stand before METHOD.",
+            "not JSON is passed as a string. Options precede METHOD.",
         .statuses = {{0, "success"},
                      {1,
                       "the server refused the call, the job failed or the output could not be written, with "

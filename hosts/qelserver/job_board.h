@@ -16,7 +16,7 @@ namespace qelserver {
 /// stopped wait again, and an attempt that the stop interrupted is not counted.
 ///
 /// A new job becomes visible, and a job that has ended changes its state, only after settle() reports that
-/// its row is stored: callers never see anything that a full disk could take back. @threads main thread.
+/// its row is stored: callers never see a change that a full disk could undo. @threads main thread.
 class JobBoard {
 public:
     /// The longest part of an error that is kept, in bytes.

@@ -133,7 +133,7 @@ void Records::noteStored() {
     if (std::exchange(m_isFailing, false)) qel::logging::info() << "the records are stored again";
 }
 
-/// The next attempt writes again what was rolled back; the logs read their line numbers anew.
+/// The next attempt writes again what was rolled back; the logs read their line numbers again.
 void Records::noteFailure() {
     const bool wasDue = isDue();
     if (wasDue) m_lastAttempt = qel::Object::system()->getTime();

@@ -92,7 +92,7 @@ bool Server::storePass(bool durable) {
     return isStored;
 }
 
-/// Brings everything to the disk before a handler goes on. If that fails, the peer receives an error,
+/// Writes everything to disk before a handler continues. If that fails, the peer receives an error,
 /// whatever result the handler leaves.
 bool Server::storeForRunningCall() {
     if (storePass(true)) return true;

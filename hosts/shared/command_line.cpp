@@ -35,8 +35,8 @@ void addOption(CLI::App& parser, const Option& option, const CommandLine& line) 
     parser.add_option(option.names, store)->expected(isFlag ? 0 : 1)->trigger_on_parse();
 }
 
-/// Returns the name of an option that is followed by "=" without a value. The parser would take the next argument
-/// as its value instead. @return empty if there is none.
+/// Returns the name of an option that is followed by "=" without a value. The parser would take the next
+/// argument as its value instead. @return empty if there is none.
 std::string optionWithoutValue(const Program& program, int count, const char* const* argv) {
     for (int i = 1; i < count; ++i) {
         std::string name = argv[i];
@@ -54,8 +54,8 @@ std::string needsValue(std::string_view option) {
     return "option " + inQuotes(option) + " needs a value";
 }
 
-/// Finds the first argument that is not an option. @param rest  what the parser did not recognise, and all that
-/// follows it.
+/// Finds the first argument that is not an option. @param rest  what the parser did not recognise, and all
+/// that follows it.
 void findArguments(CommandLine& line, const Program& program, std::span<const std::string> rest, int argc) {
     const bool isMarked = !rest.empty() && rest.front() == "--";
     if (isMarked) rest = rest.subspan(1);

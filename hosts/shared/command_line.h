@@ -24,8 +24,8 @@ struct CommandLine {
 /// @param line  stores both flags; must outlive @p program.
 void addCommonOptions(Program& program, CommandLine& line);
 
-/// Parses options up to the first argument that is not an option, up to `--`, up to a mistake, or up to a request
-/// for the help or the version. Reads neither the environment nor configuration files.
+/// Parses options up to the first argument that is not an option, up to `--`, up to a mistake, or up to a
+/// request for the help or the version. Reads neither the environment nor configuration files.
 /// @param line  receives everything that the settings of @p program do not store.
 /// @param argc  number of elements in @p argv; may be 0.
 void parseCommandLine(CommandLine& line, const Program& program, int argc, const char* const* argv);

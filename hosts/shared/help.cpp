@@ -9,8 +9,8 @@ namespace {
 
 constexpr size_t kColumns = 80;
 
-/// Appends @p paragraph from column @p indent on, broken at spaces. The first line is there already, up to the
-/// column @p column.
+/// Appends @p paragraph from column @p indent on, broken at spaces. The first line is there already, up to
+/// the column @p column.
 void appendWrapped(std::string& help, std::string_view paragraph, size_t indent, size_t column) {
     std::istringstream words{std::string(paragraph)};
     bool isFirst = true;

@@ -15,8 +15,8 @@ enum class ValueKind { Other, File, Folder };
 /// Where an option stores its value and which values it accepts.
 struct Setting {
     ValueKind kind = ValueKind::Other;
-    /// Stores a value. @param value  the value; empty for a flag. @return what is wrong with the value; empty if it
-    /// was stored.
+    /// Stores a value. @param value  the value; empty for a flag. @return what is wrong with the value; empty
+    /// if it was stored.
     std::function<std::string(const std::string& value)> store;
 };
 
@@ -31,8 +31,8 @@ struct Option {
 /// A term and its explanation.
 using Definition = std::pair<std::string, std::string>;
 
-/// A host's command line and manual. The parser, `--help`, the man page and the completion all use it, so that
-/// they agree. All texts are UTF-8; the paragraphs of a text are separated by an empty line.
+/// A host's command line and manual. The parser, `--help`, the man page and the completion all use it, so
+/// that they agree. All texts are UTF-8; the paragraphs of a text are separated by an empty line.
 struct Program {
     std::string name;                    ///< the command
     std::string purpose;                 ///< the purpose in a few words

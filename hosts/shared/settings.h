@@ -9,8 +9,8 @@
 
 namespace qelhosts {
 
-// Every setting keeps a reference to its target, which must outlive it. If an option is repeated, the last value
-// counts, unless the target is a list.
+// Every setting keeps a reference to its target, which must outlive it. If an option is repeated, the last
+// value counts, unless the target is a list.
 
 /// Returns @p text in single quotes.
 std::string inQuotes(std::string_view text);

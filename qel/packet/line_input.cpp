@@ -10,7 +10,7 @@ namespace qel::internal {
 
 namespace {
 
-/// With so many lines, or bytes of them, the helper thread has read ahead enough.
+/// Once this number of lines, or bytes of them, is waiting, the helper thread has read ahead far enough.
 constexpr size_t kEnoughLines = 64;
 constexpr size_t kEnoughBytes = size_t(16) << 20;
 

@@ -9,7 +9,7 @@
 
 namespace qel {
 
-static_assert(std::endian::native == std::endian::little, "values are copied as they stand");
+static_assert(std::endian::native == std::endian::little, "values are copied unchanged");
 
 namespace {
 
@@ -29,8 +29,8 @@ Packet::Packet(const Packet* other) : Packet(other->getPayloadSize()) {
     other->copyPayloadTo(m_payload);
 }
 
-// One block holds the static area, room for small fields and the version suffix, so that a packet which is
-// built in order is its own payload.
+// One block contains the static area, space for small fields and the version suffix, so that a packet which
+// is built in order is its own payload.
 Packet::Packet(const PacketScheme* scheme, short port) : m_scheme(scheme) {
     const auto& [staticSize, dynamicCount] = scheme->getNewestVersion();
     m_payloadSize = m_staticSize = staticSize;

@@ -33,8 +33,8 @@ bool Packet::fit(const PacketScheme* scheme) {
     return true;
 }
 
-/// Gives the packet of an older sender the static area of the newest version, and its own copies of what the
-/// old payload held.
+/// Gives the packet of an older sender the static area of the newest version, and copies the fields of the
+/// old payload.
 void Packet::upgrade(uint32 knownSize) {
     for (Attachment& attachment : m_attachments) attachment.detach();
     m_cargo.detach();
@@ -77,7 +77,7 @@ inline bool PacketView::tryFit(const PacketScheme& scheme, const Packet::Manifes
         *next++ = {static_cast<uint32>(begin), size};
     });
     if (!fits) return false;
-    std::fill(next, m_ranges + dynamicCount, Range{0, 0}); // those that only newer senders know
+    std::fill(next, m_ranges + dynamicCount, Range{0, 0}); // the fields that only newer versions have
     m_scheme = &scheme;
     m_payload = payload.data;
     m_knownSize = check.known().staticSize;

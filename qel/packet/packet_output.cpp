@@ -1,4 +1,4 @@
-// The payload as it is sent.
+// Produces the payload for sending.
 #include <qel/packet/packet.h>
 
 #include <qel/foundation/log/message_stream.h>
@@ -13,7 +13,8 @@ constexpr uint8 kPadding[8] = {};
 
 } // namespace
 
-/// Whether the first m_builtSize bytes of the block are what is written in front of the suffix or the cargo.
+/// Returns true if the first m_builtSize bytes of the block equal what is written before the suffix or the
+/// cargo.
 bool Packet::isWrittenAsBuilt() const {
     return m_isBuiltInOrder && (isWrittenVersioned() || m_scheme->getMaxVersion() == 0);
 }

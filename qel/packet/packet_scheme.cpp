@@ -11,7 +11,7 @@ namespace qel {
 
 namespace {
 
-/// Values stand at multiples of their size, as far as 8 bytes.
+/// Returns the alignment mask: values are aligned to their size, up to 8 bytes.
 uint32 alignmentMaskOf(uint32 size) {
     if (size >= 8) return 7;
     if (size >= 4) return 3;

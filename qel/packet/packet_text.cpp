@@ -13,7 +13,7 @@ namespace {
 constexpr std::string_view kTextBegin = "PKTB16[";
 constexpr std::string_view kTextEnd = "]";
 
-/// Writes what it is given as hexadecimal digits.
+/// Writes the bytes it receives as hexadecimal digits.
 class Base16Writer : public ByteConsumer {
 public:
     explicit Base16Writer(uint8* out) : m_out(out) {}

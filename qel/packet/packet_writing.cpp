@@ -1,4 +1,4 @@
-// What sets the fields of packets that are more than one number, and the cargo.
+// Sets the fields of packets that are more than one number, and the cargo.
 #include <qel/packet/packet.h>
 
 #include <qel/foundation/log/message_stream.h>
@@ -86,8 +86,8 @@ uint8* Packet::allocateBytes(const Element& element, uint64 size, bool compressi
     return m_spill.get();
 }
 
-/// Returns a place in the payload's block, where the field would be if the packet ended with it; null if the
-/// rest of the block is too small.
+/// Returns the position in the payload's block where the field would be if the packet ended with it; null if
+/// the rest of the block is too small.
 inline uint8* Packet::takeRoom(const PacketScheme::DynamicField& field, uint32 size) {
     if (size == 0) return m_payload + m_builtSize;
     const uint64 begin = field.align(m_builtSize);
@@ -97,9 +97,10 @@ inline uint8* Packet::takeRoom(const PacketScheme::DynamicField& field, uint32 s
     return m_payload + begin;
 }
 
-// The new bytes are complete before the old ones are freed, since they may be a part of them.
+// The new bytes are complete before the old ones are freed, because they may be a part of them.
 uint8* Packet::setDynamic(const Element& element, const uint8* bytes, uint64 size, bool compressible) {
-    // Nearly all dynamic fields are texts and bytes: a division costs them as much as everything else here.
+    // Nearly all dynamic fields are texts and bytes; a division would cost them as much as everything else
+    // here.
     const uint64 count =
         element.m_elementSize == 1 ? size : (size + element.m_elementSize - 1) / element.m_elementSize;
     const uint64 wholeSize = count * element.m_elementSize;

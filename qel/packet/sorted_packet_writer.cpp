@@ -10,7 +10,7 @@ void SortedPacketWriter::addDeque(uint64 key, DequePacketWriter* deque) {
     if (!isNew) place->second->takeAll(*deque);
 }
 
-// A queue may have been handed over empty: its key then goes with the first look at it.
+// A queue may be empty when it is passed in; its key is then removed by the next call.
 SmartPointer<Packet> SortedPacketWriter::fetch() {
     const MutexLock lock(m_mutex);
     const auto first = m_deques.begin();

@@ -1,5 +1,5 @@
-// Makes each operation of each case fail, one after the other, in three ways. QEL_LIST_FAULTS=1 prints how
-// many there are.
+// Makes each operation of each case fail, one after the other, in three ways. QEL_LIST_FAULTS=1 prints the
+// number of operations.
 #include <gmock/gmock.h>
 #include <tests/faults/fault_case.h>
 #include <tests/support/fault_plan.h>
@@ -36,7 +36,7 @@ std::ostream& operator<<(std::ostream& out, const FaultCase& faultCase) {
 
 namespace {
 
-/// The open descriptors of the process, by what they stand for.
+/// Returns the targets of the process's open descriptors.
 std::multiset<std::string> openFiles() {
     std::multiset<std::string> files;
     for (const auto& entry : fs::directory_iterator("/proc/self/fd")) {
@@ -46,7 +46,7 @@ std::multiset<std::string> openFiles() {
     return files;
 }
 
-/// What a run left behind.
+/// The results of a run.
 struct RunReport {
     Outcome outcome;
     Content before;
@@ -57,14 +57,14 @@ struct RunReport {
     std::string log;
 };
 
-/// The text without the name of the scratch folder, which is different each time.
+/// Removes the name of the scratch folder, which is different each time, from the text.
 std::string withoutFolder(std::string text, const ScratchFolder& folder) {
     for (size_t at = 0; (at = text.find(folder.path(), at)) != std::string::npos;)
         text.replace(at, folder.path().size(), "$");
     return text;
 }
 
-/// Runs a case in a folder of its own.
+/// Runs a case in a new folder.
 RunReport runCase(const FaultCase& faultCase, int failAt, Lasting lasting, bool isShort = false) {
     const ScratchFolder folder;
     RunReport report;
@@ -110,7 +110,7 @@ protected:
     Lasting lasting() const { return std::get<1>(GetParam()); }
     bool has(CaseFlags flag) const { return faultCase().flags & flag; }
 
-    /// Whether the operation could clean up after the fault.
+    /// Returns true if the operation could clean up after the fault.
     bool couldCleanUp(const RunReport& run) const {
         return lasting() == Lasting::Once ||
                (lasting() == Lasting::SameKind && run.failed != platform::Operation::Remove);
@@ -164,7 +164,7 @@ private:
     ManualClock m_clock{1'000'000'000};
 };
 
-TEST_P(EveryFault, IsReportedAndLeavesNothingTornOrBehind) {
+TEST_P(EveryFault, IsReportedAndLeavesNoTornFile) {
     const RunReport undisturbed = runCase(faultCase(), -1, lasting());
     ASSERT_TRUE(undisturbed.outcome.worked) << undisturbed.log;
     int at = 0;

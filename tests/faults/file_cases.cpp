@@ -123,7 +123,7 @@ Outcome queryFile(Folder folder) {
 } // namespace
 
 std::vector<FaultCase> fileCases() {
-    // They report that the file could be opened; whether it could be written, the log reports.
+    // The result reports whether the file could be opened; the log reports whether it could be written.
     constexpr int kWriteFlags = kSilent | kLoggedOnly | kMayTear;
     const auto write = [](Folder folder) {
         return Outcome{File::writeFile(folder.path("file"), ConstByteSpan::fromText(kNew))};

@@ -1,5 +1,5 @@
-// Whole runs of the hosts in which one operation fails. QEL_LIST_FAULTS=1 prints how many there are;
-// QEL_ALL_FAULTS=1 makes each of them fail instead of kSteps that are spread evenly.
+// Whole runs of the hosts in which one operation fails. QEL_LIST_FAULTS=1 prints their number;
+// QEL_ALL_FAULTS=1 makes each of them fail, instead of kSteps that are spread evenly.
 #include <tests/hosts/host_run.h>
 #include <tests/support/fault_plan.h>
 #include <tests/support/scratch_folder.h>
@@ -37,7 +37,7 @@ struct HostCase {
     const char* name;
     void (*prepare)(const ScratchFolder& folder);
     std::vector<std::string> (*command)();
-    /// What the run is for, without what differs from run to run.
+    /// Returns the result of the run, without the parts that differ from run to run.
     std::string (*result)(const ScratchFolder& folder, const HostRun& run);
 };
 
@@ -133,7 +133,7 @@ exit $status)";
 
 class HostFaults : public testing::TestWithParam<std::tuple<HostCase, Lasting>> {
 protected:
-    /// Whether the output of the host can work after the fault.
+    /// Returns true if the output of the host can work after the fault.
     bool canWrite(const FaultyRun& run) const {
         const Lasting lasting = std::get<1>(GetParam());
         return lasting == Lasting::Once || (lasting == Lasting::SameKind && run.failed != "Write");
@@ -158,7 +158,7 @@ protected:
     }
 };
 
-TEST_P(HostFaults, EndWithAStatusThatTellsThem) {
+TEST_P(HostFaults, EndWithAnErrorStatus) {
     const auto& [hostCase, lasting] = GetParam();
     const FaultyRun undisturbed = runHost(hostCase, -1, lasting);
     ASSERT_EQ(undisturbed.run.status, 0) << undisturbed.run;

@@ -48,7 +48,7 @@ void prepareDatabase(Folder folder) {
     fill(store, 0);
 }
 
-/// Whether what the store was given is durable.
+/// Returns true if all writes to the store are durable.
 bool isKept(Store& store) {
     return store.tryFlush() && store.lastError().empty();
 }

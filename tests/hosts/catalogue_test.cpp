@@ -29,14 +29,14 @@ protected:
     const ScratchFolder folder;
 };
 
-TEST_F(Catalogue, EverythingReadAndWrittenGivesZero) {
+TEST_F(Catalogue, ACompleteCatalogueHasStatusZero) {
     EXPECT_EQ(run().status, 0);
     EXPECT_THAT(summary(), Not(HasSubstr("INCOMPLETE")));
     EXPECT_THAT(csv(), EndsWith(",ok\n"));
 }
 
 // Under its long name the folder's path is longer than the system allows, for root too.
-TEST_F(Catalogue, AFolderThatCannotBeReadMakesItIncomplete) {
+TEST_F(Catalogue, AnUnreadableFolderMakesItIncomplete) {
     std::string deep = "tree/t";
     while (folder.path(deep).size() < 3740) deep += "/" + std::string(50, 'd');
     folder.makeFolder(deep + "/" + std::string(200, 'n'));
@@ -49,7 +49,7 @@ TEST_F(Catalogue, AFolderThatCannotBeReadMakesItIncomplete) {
     EXPECT_THAT(csv(), HasSubstr("file,4,")) << "the rest is catalogued";
 }
 
-TEST_F(Catalogue, FilesThatCannotBeReachedAreListedAsUnreadable) {
+TEST_F(Catalogue, InaccessibleFilesAreListedAsUnreadable) {
     folder.write("tree/locked/first", "1");
     folder.makeFolder("result");
     fs::permissions(folder.path("tree/locked"), fs::perms(0444));
@@ -65,7 +65,7 @@ TEST_F(Catalogue, FilesThatCannotBeReachedAreListedAsUnreadable) {
     fs::permissions(folder.path("tree/locked"), fs::perms::owner_all);
 }
 
-TEST_F(Catalogue, AWriteThatFailsGivesAnErrorAndNoTornFile) {
+TEST_F(Catalogue, AFailedWriteIsAnErrorAndTearsNoFile) {
     for (const char* name : {"catalogue.csv", "summary.txt"}) {
         folder.makeFolder("result");
         fs::create_symlink("/dev/full", folder.path("result/" + std::string(name)));

@@ -90,7 +90,7 @@ protected:
         if (!text.starts_with(before)) return text;
         return text.substr(before.size(), text.rfind(R"(,"id")") - before.size());
     }
-    /// Stops the server. @return whether it stored everything.
+    /// Stops the server. @return true if it stored everything.
     bool stop() { return m_server->stop(); }
     /// Runs passes of 10 ms each for @p ms milliseconds without a call.
     void idle(int ms) {
@@ -113,7 +113,7 @@ const std::string kJob = R"(["hash",["/f"]])";
 const std::string kNotStored = R"({"jsonrpc":"2.0","error":{"code":-32006,"message":"Not stored"},"id":1})"
                                "\n";
 
-TEST_F(FullDiskTest, WhatIsNotStoredIsAnsweredByAnError) {
+TEST_F(FullDiskTest, AnUnstoredChangeIsAnsweredWithAnError) {
     {
         const FullDisk full;
         EXPECT_EQ(reply("test_advanced_option_set", kOption), kNotStored);

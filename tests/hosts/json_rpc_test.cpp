@@ -492,7 +492,7 @@ TEST_F(RightsFileTest, AFileThatCannotBeReadIsRefused) {
     log.expect(3, "rights file '" + path + "': it is larger than 1 MiB");
 }
 
-TEST_F(JsonRpcTest, OnlyASocketThatWasLeftBehindIsReplaced) {
+TEST_F(JsonRpcTest, OnlyAnAbandonedSocketIsReplaced) {
     LogCapture log;
     const test::ScratchFolder folder;
     const std::string path = folder.path("socket");

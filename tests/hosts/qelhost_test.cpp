@@ -63,7 +63,7 @@ TEST_F(HostTest, WrongOptionsAreRefusedWithAHint) {
     }
 }
 
-TEST_F(HostTest, ScriptsSeeOnlyWhatStandsBehindTheOptions) {
+TEST_F(HostTest, ScriptsSeeOnlyTheArgumentsAfterTheOptions) {
     const std::string script = "import(\"qel.System\"); local s = qel.System();"
                                "for (local i = 0; i < s.getNumberOfArguments(); i += 1) host.print(\"<\" + "
                                "s.getArgument(i) + \">\")";
@@ -298,7 +298,7 @@ TEST_F(CatalogueTest, AFolderThatCannotBeReadIsRefused) {
 
 // --- interrupt -----------------------------------------------------------------------------------------
 
-TEST_F(CatalogueTest, AnInterruptLeavesWholeLinesAndAnHonestSummary) {
+TEST_F(CatalogueTest, AnInterruptLeavesCompleteLines) {
     fillTree(3000);
     folder.makeFolder("plugins");
     std::filesystem::create_directory_symlink(sourceDir() + "/resources/plugins/catalogue",
@@ -317,7 +317,7 @@ TEST_F(HostTest, AnInterruptEndsAStayInOrder) {
     EXPECT_EQ(runPlugin(sendsSignal("TERM"), {"--stay"}).status, 0);
 }
 
-TEST_F(HostTest, AnInterruptThatCutsOffAScriptShowsInTheStatus) {
+TEST_F(HostTest, AnInterruptedScriptIsReportedByTheStatus) {
     EXPECT_EQ(runPlugin(sendsSignal("INT") + "std.sleep(1000000)").status, 130);
     EXPECT_EQ(runPlugin(sendsSignal("INT") + "std.sleep(1); host.print(\"ended\")").status, 0)
         << "it came to its end";

@@ -122,7 +122,7 @@ TEST(PacketView, IsEmptyUntilSomethingFits) {
     log.expect(3, "packet without scheme has no field 'u8'");
 }
 
-TEST(Packet, RefusesWhatDoesNotFitAndLogsTheReason) {
+TEST(Packet, RefusesInvalidPayloadsAndLogsTheReason) {
     const std::tuple<const PacketScheme*, const char*, const char*> refusals[] = {
         {&kJobs[1], "0000FFFFBD020200 00000000", "packet id wrong 701 != 700"},
         {&kJobs[1], "0000FFFFBC020200 010203", "packet too small, no version suffix"},
@@ -239,7 +239,7 @@ TEST(Packet, ForgetsTheCargoOfARawPacketWhenItFits) {
     EXPECT_STREQ(packet->getCargoString(), "abc");
 }
 
-TEST(Packet, WritesTheSameBytesInWhateverOrderFieldsAreSet) {
+TEST(Packet, TheOrderOfWritesDoesNotChangeTheBytes) {
     using Step = void (*)(Packet&);
     const Step text = [](Packet& p) { p.setString("text", "12345"); };
     const Step blob = [](Packet& p) { p.setString("blob", ""); };
@@ -392,7 +392,7 @@ TEST(PacketText, RefusesCorruptText) {
     log.expect(2, "corrupt buffer_manifest packet encoding");
 }
 
-TEST(PacketText, TakesPayloadsBelow16MiB) {
+TEST(PacketText, AcceptsPayloadsBelow16MiB) {
     LogCapture log;
     const SmartPointer<Packet> largest = Packet::createFromBase16String(textOf(8 + 16777215));
     EXPECT_EQ(largest->getPayloadSize(), 16777215u);

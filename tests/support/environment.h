@@ -1,4 +1,4 @@
-// The process's environment and time zone, changed for the length of a test.
+// The process's environment and time zone, changed during a test.
 #pragma once
 
 #include <cstdlib>
@@ -8,7 +8,7 @@
 
 namespace qel::test {
 
-/// Sets an environment variable, or removes it for null, and puts it back at the end.
+/// Sets an environment variable, or removes it for null, and restores it in the destructor.
 class EnvironmentVariable {
 public:
     EnvironmentVariable(const char* name, const char* value) : m_name(name) {
@@ -31,12 +31,12 @@ private:
     std::optional<std::string> m_before;
 };
 
-/// Puts the process into a time zone told in the POSIX form, as "CET-1CEST,M3.5.0,M10.5.0/3".
+/// Sets the process's time zone in the POSIX form, such as "CET-1CEST,M3.5.0,M10.5.0/3".
 class TimeZone {
 public:
     explicit TimeZone(const char* zone) : m_variable("TZ", zone) { tzset(); }
 
-    /// One hour ahead of UTC, two from the last Sunday of March to that of October.
+    /// One hour ahead of UTC; two hours from the last Sunday of March to that of October.
     static constexpr const char* kCentralEurope = "CET-1CEST,M3.5.0,M10.5.0/3";
 
 private:
@@ -44,7 +44,7 @@ private:
         ~ReadAgain() { tzset(); }
     };
 
-    ReadAgain m_last; // behind the variable, which is put back first
+    ReadAgain m_last; // after the variable, which is restored first
     EnvironmentVariable m_variable;
 };
 

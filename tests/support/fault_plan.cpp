@@ -9,7 +9,7 @@ namespace {
 
 using platform::Operation;
 
-/// Errors that the operation has in practice; which one is used follows from the number of the operation.
+/// Returns errors that the operation has in practice; the number of the operation selects one of them.
 std::array<int, 2> errorsOf(Operation operation) {
     switch (operation) {
     case Operation::Open:

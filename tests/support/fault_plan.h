@@ -1,4 +1,4 @@
-// Operations of the operating system that fail one after the other.
+// Makes the operations of the operating system fail one after the other.
 #pragma once
 
 #include <qel/testing/faults.h>
@@ -9,15 +9,15 @@
 
 namespace qel::test {
 
-/// How long a fault lasts.
+/// The duration of a fault.
 enum class Lasting {
     Once,       ///< one operation fails
     SameKind,   ///< the operation fails, and all later ones of its kind
     Everything, ///< the operation fails, and every later one
 };
 
-/// While it lives, counts the operations of all threads and makes those from the k-th on fail as told, with
-/// an error that suits their kind.
+/// While it exists, counts the operations of all threads and makes those from the k-th on fail as requested,
+/// with an error that suits their kind.
 class FaultPlan : public seams::Faults {
 public:
     /// @param failAt  the number of the first operation that fails, from 0; -1 for none.
@@ -28,14 +28,14 @@ public:
 
     /// Limits each read and write to one byte.
     void makeShort() { m_isShort = true; }
-    /// Makes the first renaming fail as if it led to another disk.
+    /// Makes the first rename fail as if it led to another disk.
     void crossDisks() { m_crossesDisks = true; }
-    /// Lets every operation happen from now on.
+    /// Lets every operation succeed from now on.
     void stop();
 
-    /// How many operations were counted.
+    /// Returns the number of operations counted.
     int count() const { return m_count; }
-    /// The kind of the operation that failed first, if any did.
+    /// Returns the kind of the operation that failed first, if any failed.
     std::optional<platform::Operation> failed() const;
 
     std::error_code before(platform::Operation operation, std::size_t& size) override;

@@ -12,7 +12,7 @@ namespace {
 
 using platform::Operation;
 
-/// The head of a file, which the real layer's file follows.
+/// The first part of a file; the real layer's file follows it.
 struct FaultyFile {
     sqlite3_file head;
 
@@ -26,7 +26,7 @@ sqlite3_file* realOf(sqlite3_file* file) {
     return reinterpret_cast<FaultyFile*>(file)->real();
 }
 
-/// SQLITE_OK, or @p code if a test makes @p operation fail; a full disk has its own code.
+/// Returns SQLITE_OK, or @p code if a test makes @p operation fail; a full disk has its own code.
 int ask(Operation operation, int code) {
     std::size_t none = 0;
     const std::error_code forced = seams::forcedFault(operation, none);
@@ -122,7 +122,7 @@ int testAccess(sqlite3_vfs*, const char* name, int flags, int* result) {
 void installFaultyDatabase() {
     if (g_real) return;
     g_real = sqlite3_vfs_find(nullptr);
-    g_faulty = *g_real; // what is not a file operation goes to the functions of the real one
+    g_faulty = *g_real; // functions that are not file operations are those of the real layer
     g_faulty.pNext = nullptr;
     g_faulty.zName = "faulty";
     g_faulty.szOsFile = static_cast<int>(sizeof(FaultyFile)) + g_real->szOsFile;

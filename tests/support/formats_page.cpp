@@ -25,7 +25,7 @@ void forEachLine(const std::string& text, Use&& use) {
     for (std::string line; std::getline(lines, line);) use(line.substr(0, line.find('#')));
 }
 
-/// The digits of "02 3*00 FFFF" without blanks, repetitions written out; "-" stands for no bytes.
+/// Returns the digits of "02 3*00 FFFF" without spaces, with repetitions expanded; "-" means no bytes.
 std::string digitsOf(const std::string& text) {
     std::string digits;
     std::istringstream words(text);

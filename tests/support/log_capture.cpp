@@ -34,7 +34,8 @@ void record(const logging::ConsoleLine& line) {
     g_lines.push_back({{line.level, line.channels, withoutPrefix(line.text, line.level)}});
 }
 
-/// Starts each test with no lines and ends it with a failure for each warning or error it left unclaimed.
+/// Clears the lines before each test and reports a failure for each warning or error that the test left
+/// unclaimed.
 class LogGuard : public testing::EmptyTestEventListener {
     void OnTestStart(const testing::TestInfo&) override {
         const MutexLock lock(g_mutex);
@@ -45,7 +46,7 @@ class LogGuard : public testing::EmptyTestEventListener {
         const MutexLock lock(g_mutex);
         for (const RecordedLine& recorded : g_lines) {
             if (recorded.isClaimed || recorded.line.level < kWarningLevel) continue;
-            ADD_FAILURE() << "nobody expected this to be logged: " << recorded.line;
+            ADD_FAILURE() << "unexpected log line: " << recorded.line;
         }
     }
 };

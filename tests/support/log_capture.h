@@ -1,4 +1,4 @@
-// Log lines in tests: every line is taken, and a warning or error that no test claimed fails the test.
+// Log lines in tests: every line is captured, and an unclaimed warning or error fails the test.
 #pragma once
 
 #include <cstddef>
@@ -7,20 +7,20 @@
 
 namespace qel::test {
 
-/// A line as it was logged.
+/// A line that was logged.
 struct LogLine {
     int level;
     int channels;
-    /// Without the level's prefix, without a time.
+    /// The text without the level's prefix and the time.
     std::string text;
 
     friend bool operator==(const LogLine&, const LogLine&) = default;
 };
 
-/// Prints a line for messages of failed tests.
+/// Prints a line for the messages of failed tests.
 std::ostream& operator<<(std::ostream& out, const LogLine& line);
 
-/// The lines logged since this object was made, on any thread. Nothing of them is shown on the console.
+/// Captures the lines logged since this object was created, on any thread. They are not shown on the console.
 ///
 /// @code
 /// LogCapture capture;
@@ -31,16 +31,16 @@ class LogCapture {
 public:
     LogCapture();
 
-    /// Claims the first unclaimed line of this level and text; fails the test when there is none.
+    /// Claims the first unclaimed line of this level and text; fails the test if there is none.
     void expect(int level, const std::string& text);
-    /// Claims and returns all lines that are unclaimed.
+    /// Claims and returns all unclaimed lines.
     std::vector<LogLine> take();
 
 private:
     std::size_t m_begin;
 };
 
-/// Takes over the console of the log and watches over the tests. Called once, before they run.
+/// Redirects the console of the log and watches the tests. Called once, before they run.
 void installLogGuard();
 
 } // namespace qel::test

@@ -1,5 +1,5 @@
-// Runs the tests of a unit. Every test binary links it; the sanitizers read their settings from here, so that
-// a binary behaves the same under ctest, in a debugger and by hand.
+// Runs the tests of a unit. Every test binary links it. The sanitizers read their settings from here, so that
+// a binary behaves the same under ctest, in a debugger and when started by hand.
 #include <tests/support/log_capture.h>
 
 #include <gtest/gtest.h>
@@ -30,8 +30,8 @@ const char* __ubsan_default_options() {
 
 namespace {
 
-/// Takes over the locale of the environment, as desktop toolkits do at their start.
-/// @return false if it is not the one that QEL_TEST_LOCALE asks for, so that no run passes under another.
+/// Sets the locale from the environment, as desktop toolkits do when they start.
+/// @return false if it is not the locale in QEL_TEST_LOCALE, so that no run passes under another one.
 bool adoptLocale() {
     std::setlocale(LC_ALL, "");
     const char* const wanted = std::getenv("QEL_TEST_LOCALE");

@@ -1,11 +1,11 @@
-// Lists inside lists.
+// Nested lists.
 #pragma once
 
 #include <qel/store/core/item.h>
 
 namespace qel::test {
 
-/// @p levels SubItems inside each other, and @p innermost in the last of them.
+/// Returns @p levels nested SubItems, with @p innermost in the last of them.
 inline Item nest(int levels, const Item& innermost = {}) {
     Item item;
     Vector<size_t> open;

@@ -1,4 +1,4 @@
-// A fresh folder for one test.
+// An empty folder for one test.
 #pragma once
 
 #include <filesystem>
@@ -7,7 +7,8 @@
 
 namespace qel::test {
 
-/// Makes an empty folder in the system's temporary folder and removes it with everything in it at the end.
+/// Creates an empty folder in the system's temporary folder and removes it with its content in the
+/// destructor.
 class ScratchFolder {
 public:
     ScratchFolder();
@@ -15,19 +16,19 @@ public:
     ScratchFolder(const ScratchFolder&) = delete;
     ScratchFolder& operator=(const ScratchFolder&) = delete;
 
-    /// The folder, without a separator at the end.
+    /// Returns the folder, without a separator at the end.
     const std::string& path() const { return m_path; }
-    /// The path of @p name in the folder.
+    /// Returns the path of @p name in the folder.
     std::string path(std::string_view name) const { return m_path + "/" + std::string(name); }
-    /// Writes a file, with the folders above it. @return its path.
+    /// Writes a file and creates the folders above it. @return its path.
     std::string write(std::string_view name, std::string_view content) const;
-    /// Makes a folder, with those above it. @return its path.
+    /// Creates a folder and those above it. @return its path.
     std::string makeFolder(std::string_view name) const;
-    /// The content of a file; fails the test when there is none.
+    /// Returns the content of a file; fails the test if it does not exist.
     std::string read(std::string_view name) const;
-    /// Whether there is anything of that name, were it a link to nowhere.
+    /// Returns true if the name exists, even as a link without a target.
     bool has(std::string_view name) const;
-    /// How many entries the folder has.
+    /// Returns the number of entries in the folder.
     int countEntries() const;
 
 private:

@@ -1,13 +1,13 @@
-// Where the tests find the files of the source tree.
+// Locates the files of the source tree for tests.
 #pragma once
 
 #include <string>
 
 namespace qel::test {
 
-/// The root of the source tree, without a slash at the end.
+/// Returns the root of the source tree, without a slash at the end.
 std::string sourceDir();
-/// The content of a file of the source tree, told from its root.
+/// Returns the content of a file of the source tree. @param path  relative to its root.
 std::string sourceText(const std::string& path);
 
 } // namespace qel::test

@@ -1,4 +1,4 @@
-// The bytes of a store in tests.
+// Dumps the bytes of a store in tests.
 #pragma once
 
 #include <qel/store/core/item.h>
@@ -6,7 +6,7 @@
 
 namespace qel::test {
 
-/// Every entry in order as "key=value ", both in hexadecimal digits of their plain bytes.
+/// Returns every entry in order as "key=value ", both as hexadecimal digits of their plain bytes.
 inline std::string contentOf(Store& store) {
     std::string content;
     Item key;

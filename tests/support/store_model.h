@@ -1,4 +1,4 @@
-// The rules of a Store in their plainest form, and operations at random to hold other stores against it.
+// A simple model of a Store, and random operations to compare other stores with it.
 #pragma once
 
 #include <qel/store/core/item.h>
@@ -14,7 +14,7 @@
 
 namespace qel::test {
 
-/// An ordered map that is copied whole for each transaction; answers are found by looking at every key.
+/// An ordered map that is copied completely for each transaction; queries examine every key.
 class ModelStore : public Store {
 public:
     bool good() const override { return true; }
@@ -77,17 +77,17 @@ private:
     std::vector<Map<Item, Item>> m_layers{1};
 };
 
-/// One thing to do with a store; done with two stores that hold the same, it gives the same answer.
+/// One operation on a store; on two stores with the same content, its result is the same.
 struct StoreOperation {
     const char* name;
     std::function<std::string(Store&)> perform;
 };
 
-/// Makes operations from numbers.
+/// Creates operations from numbers.
 class StoreOperations {
 public:
-    /// @param draw  gives a number below its argument. @param misuse  commits and rolls back without begin,
-    /// too.
+    /// @param draw  returns a number below its argument.
+    /// @param misuse  true to commit and roll back without begin as well.
     StoreOperations(std::function<unsigned(unsigned)> draw, bool misuse) : m_draw(draw), m_misuse(misuse) {}
 
     StoreOperation next() {
@@ -133,7 +133,7 @@ private:
     }
     Item value() { return m_draw(8) == 0 ? Item(std::string(3 * m_draw(300), 'v')) : Item(m_draw(1000)); }
 
-    /// What is not found leaves the key as it is.
+    /// A failed search leaves the key unchanged.
     static std::string answer(bool found, const Item& key, const Store& store) {
         return (found ? "" : "none, ") + key.getBase16() +
                (key.getStore() == &store ? "" : " (not of the store)");
@@ -198,7 +198,7 @@ private:
         return {"copy subtree", [from = key(false), to = key(false)](Store& store) mutable {
                     from.setStore(&store);
                     to.setStore(&store);
-                    // Copies of copies would double the content again and again.
+                    // Copies of copies would double the content repeatedly.
                     contentOf(store).size() < kMuch ? to.copyChildrenRecursive(from) : from.remove();
                     return contentOf(store);
                 }};

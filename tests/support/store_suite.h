@@ -1,4 +1,5 @@
-// What every Store must do. A test program states its stores by INSTANTIATE_TEST_SUITE_P of StoreSuite.
+// Tests that every Store must pass. A test program lists its stores with INSTANTIATE_TEST_SUITE_P of
+// StoreSuite.
 #pragma once
 
 #include <qel/store/core/store_cursor.h>
@@ -18,7 +19,7 @@ namespace qel::test {
 /// A kind of store.
 struct StoreKind {
     const char* name;
-    /// Makes an empty one, which may keep its data in the folder.
+    /// Creates an empty store, which may keep its data in the folder.
     SmartPointer<Store> (*make)(const ScratchFolder& folder);
 };
 
@@ -41,7 +42,7 @@ protected:
         SystemFixture::TearDown();
     }
 
-    /// A key from its elements, joined by '/': digits a number, else texts; "." is the root.
+    /// Creates a key from its elements, joined by "/": digits are a number, others text; "." is the root.
     Item key(const std::string& path) const {
         Item key(store.get());
         std::istringstream parts(path == "." ? "" : path);
@@ -56,7 +57,7 @@ protected:
         return text;
     }
 
-    /// Does what @p script says, statements separated by ';', and gives their answers, separated by ' '.
+    /// Runs the statements in @p script, separated by ';', and returns their results, separated by ' '.
     std::string run(const std::string& script) {
         std::string answers;
         std::istringstream statements(script);
@@ -93,11 +94,11 @@ private:
     }
 };
 
-TEST_P(StoreSuite, HoldsEmptyValuesAndBytesOfAnyKindAndLength) {
+TEST_P(StoreSuite, StoresEmptyValuesAndAnyBytes) {
     store->set(Item(store.get()), Item());
     ASSERT_NE(store->get(Item()), nullptr);
     EXPECT_TRUE(store->get(Item())->empty());
-    // Lists in lists down to where the order stops to look into them, and far below.
+    // Nested lists down to the level where the order ignores them, and far below.
     for (const int levels : {64, 1000, 100'000}) {
         const Item deep = nest(levels);
         store->set(deep, Item(levels));
@@ -109,7 +110,7 @@ TEST_P(StoreSuite, HoldsEmptyValuesAndBytesOfAnyKindAndLength) {
     EXPECT_EQ(*store->get(Item(giant)), Item(giant));
 }
 
-TEST_P(StoreSuite, TakesValuesFromItself) {
+TEST_P(StoreSuite, AcceptsItsOwnValues) {
     run("set a 1; set b 2");
     store->begin();
     store->set(Item("a"), *store->get(Item("a")));
@@ -120,7 +121,7 @@ TEST_P(StoreSuite, TakesValuesFromItself) {
     EXPECT_EQ(run("all"), "a=1 b=2");
 }
 
-TEST_P(StoreSuite, CarriesATreeOfKeys) {
+TEST_P(StoreSuite, SupportsATreeOfKeys) {
     const std::string fill = "remove .; store a/b/deep 1; store a/2/x 2; store a/z/y/x 3; store b 4; ";
     const std::pair<std::string, std::string> cases[] = {
         {"store a/b 1; all", ".= a= a/b=1"},
@@ -139,7 +140,7 @@ TEST_P(StoreSuite, CarriesATreeOfKeys) {
     for (const auto& [script, answers] : cases) EXPECT_EQ(run(script), answers) << script;
 }
 
-TEST_P(StoreSuite, ArchivesSubtreesUnderTheTimeAndForgetsOldOnes) {
+TEST_P(StoreSuite, ArchivesSubtreesAndRemovesOldOnes) {
     run("store a 1; store a/b 2; store kept 3");
     Item archive = key("kept");
     archive.archive("edit", key("a"));
@@ -179,7 +180,7 @@ TEST_P(StoreSuite, CopiesAnotherStoreInOneTransaction) {
     EXPECT_EQ(run("all"), ".= w=1 x=x y=y z=z");
 }
 
-TEST_P(StoreSuite, WalksByACursorOverKeysAndValuesInOrder) {
+TEST_P(StoreSuite, ACursorVisitsKeysAndValuesInOrder) {
     for (int i = 0; i < 200; ++i) store->set(Item(i), Item(2 * i));
     const auto cursor = store->openCursor();
     for (int i = 0; i < 200; ++i) {
@@ -215,7 +216,7 @@ TEST_P(StoreSuite, CursorsOutlastTheRemovalOfTheirEntry) {
     EXPECT_EQ(cursor->key(), Item("c"));
 }
 
-TEST_P(StoreSuite, CursorsAtTheEndFindWhatIsAdded) {
+TEST_P(StoreSuite, CursorsAtTheEndFindNewEntries) {
     const auto cursor = store->openCursor();
     EXPECT_FALSE(cursor->next());
     run("set a 1");
@@ -237,13 +238,13 @@ TEST_P(StoreSuite, DumpsItsEntriesToLogAndFile) {
     log.expect(3, "cant write store dump to '" + nowhere + "'");
 }
 
-/// A number from the environment.
+/// Returns a number from the environment.
 inline unsigned settingOf(const char* name, unsigned fallback) {
     const char* const text = std::getenv(name);
     return text ? static_cast<unsigned>(std::strtoul(text, nullptr, 10)) : fallback;
 }
 
-/// Takes a step, and returns the entry in hexadecimal digits. At the end another cursor takes the place.
+/// Moves to the next entry and returns it in hexadecimal digits. At the end it opens a new cursor.
 inline std::string stepOf(std::unique_ptr<StoreCursor>& cursor, Store& owner) {
     if (!cursor->next()) {
         cursor = owner.openCursor();
@@ -252,7 +253,7 @@ inline std::string stepOf(std::unique_ptr<StoreCursor>& cursor, Store& owner) {
     return cursor->key().getBase16() + "=" + cursor->value()->getBase16();
 }
 
-TEST_P(StoreSuite, AnswersEveryOperationAsAnOrderedMapWithSnapshotsDoes) {
+TEST_P(StoreSuite, BehavesLikeAnOrderedMapWithSnapshots) {
     LogCapture log;
     const unsigned seed = settingOf("QEL_STORE_SEED", 1);
     const unsigned count = settingOf("QEL_STORE_OPERATIONS", 200'000);
@@ -260,7 +261,7 @@ TEST_P(StoreSuite, AnswersEveryOperationAsAnOrderedMapWithSnapshotsDoes) {
     StoreOperations operations([&random](unsigned limit) { return static_cast<unsigned>(random() % limit); },
                                true);
     ModelStore model;
-    // Both walk on through whatever is written.
+    // Both walks continue while entries are written.
     auto cursor = store->openCursor();
     auto modelCursor = model.openCursor();
     for (unsigned i = 0; i < count; ++i) {

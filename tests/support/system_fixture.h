@@ -1,4 +1,4 @@
-// A System on virtual time for tests.
+// A fixture with a System on virtual time.
 #pragma once
 
 #include <qel/system/core/clock.h>
@@ -8,7 +8,7 @@
 
 namespace qel::test {
 
-/// Starts a System on a ManualClock before each test, and stops it in order behind it.
+/// Starts a System on a ManualClock before each test, and stops it properly afterwards.
 ///
 /// A test that leaves references to the System open fails.
 class SystemFixture : public ::testing::Test {
@@ -16,7 +16,7 @@ protected:
     void SetUp() override {
         Clock::install(&clock);
         System::initialize({});
-        clock.advanceMs(1); // the reading of 0 at the start would show as 1
+        clock.advanceMs(1); // the initial time of 0 would be read as 1
     }
 
     void TearDown() override {
@@ -25,10 +25,10 @@ protected:
         Clock::install(nullptr);
     }
 
-    /// The System under test.
+    /// Returns the System under test.
     System& system() { return *internal::g_system; }
 
-    /// Moves the clock on by @p milliseconds and runs one pass.
+    /// Advances the clock by @p milliseconds and runs one pass.
     void passAfter(int64 milliseconds, int flags = 0) {
         clock.advanceMs(milliseconds);
         system().processEvents(flags);

@@ -1,4 +1,4 @@
-// Several threads at once, for tests of what they share.
+// Runs several threads at once, for tests of shared state.
 #pragma once
 
 #include <latch>
@@ -7,7 +7,7 @@
 
 namespace qel::test {
 
-/// Calls @p run(i) for every i below @p count, each on a thread of its own and all from the same moment on,
+/// Calls @p run(i) for every i below @p count, each on its own thread and all starting at the same moment,
 /// and waits for them.
 template <typename Run>
 void onThreads(int count, const Run& run) {

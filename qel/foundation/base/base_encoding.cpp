@@ -64,7 +64,8 @@ void encode64(uint8* out, const uint8* in, size_t n, bool padding, const Base64A
     if (padding) std::memset(out, '=', 3 - n % 3);
 }
 
-/// The number of characters before the padding. A "=" further to the front is not a digit and fails there.
+/// Returns the number of characters before the padding. A "=" before that is not a digit and makes decoding
+/// fail.
 size_t countDigits(const uint8* in, size_t n) {
     while (n != 0 && in[n - 1] == '=') --n;
     return n;

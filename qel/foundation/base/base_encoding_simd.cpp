@@ -99,7 +99,7 @@ HWY_INLINE Vec MoveGroups(Vec bytes, Order order) {
     return hn::BitCast(d, hn::TableLookupLanes(hn::BitCast(Groups(), bytes), order));
 }
 
-/// The 6-bit values of the 12 bytes at the beginning of each 128-bit block.
+/// Returns the 6-bit values of the 12 bytes at the beginning of each 128-bit block.
 HWY_INLINE Vec SplitGroups(Vec bytes) {
     alignas(16) static constexpr uint8_t kBytesOfGroup[] = {1, 0, 2, 1, 4,  3, 5,  4,
                                                             7, 6, 8, 7, 10, 9, 11, 10};

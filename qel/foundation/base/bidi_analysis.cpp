@@ -44,7 +44,7 @@ bool isIsolateControl(Type type) {
     return isInitiator(type) || type == FRIBIDI_TYPE_PDI;
 }
 
-/// Types that rules N1 and N2 give a direction.
+/// Returns true for the types to which rules N1 and N2 assign a direction.
 bool isNeutral(Type type) {
     return type == kNeutral || type == FRIBIDI_TYPE_WS || type == FRIBIDI_TYPE_SS ||
            type == FRIBIDI_TYPE_BS || isIsolateControl(type);
@@ -78,8 +78,7 @@ int resolveFirstStrong(std::span<Type> types) {
     return paragraphLevel;
 }
 
-/// An isolating run sequence (BD13): the characters that the rules for weak and neutral types see side by
-/// side.
+/// An isolating run sequence (BD13): characters that are adjacent for the rules of weak and neutral types.
 struct Sequence {
     int level;
     Type before;                 ///< the direction assumed before the first character, "sos"
@@ -125,7 +124,7 @@ private:
         }
     }
 
-    /// W5: terminators beside a European number belong to it.
+    /// W5: terminators next to a European number belong to it.
     void joinTerminators() {
         for (std::size_t begin = 0, end = 0; begin < types.size(); begin = end) {
             end = begin + 1;
@@ -169,7 +168,7 @@ public:
     explicit DirectionalStatus(int paragraphLevel) { m_entries.push_back({paragraphLevel, kNeutral, false}); }
 
     int level() const { return m_entries.back().level; }
-    /// The type of a character here; an override replaces its own.
+    /// Returns the type of a character here; an override replaces its own.
     Type apply(Type type) const {
         return m_entries.back().override == kNeutral ? type : m_entries.back().override;
     }
@@ -191,7 +190,7 @@ public:
     void openIsolate(Type type) {
         if (!push(type == FRIBIDI_TYPE_RLI, kNeutral, true)) ++m_overflowIsolates;
     }
-    /// Closes an isolate that is open, with what was opened inside it.
+    /// Closes an isolate that is open, and everything that was opened inside it.
     void closeIsolate() {
         if (m_overflowIsolates != 0) {
             --m_overflowIsolates;
@@ -278,7 +277,7 @@ private:
         }
     }
 
-    /// The sequence of the character before if that has the same level, else a new one.
+    /// Returns the sequence of the previous character if it has the same level, else a new one.
     std::size_t sequenceFor(int level) {
         const int previous = m_kept.empty() ? m_level : m_kept.back().level;
         if (!m_kept.empty() && previous == level) return m_kept.back().sequence;
@@ -323,7 +322,7 @@ private:
 } // namespace
 
 TextDirections findDirections(std::span<const uint32> codePoints) {
-    constexpr std::size_t kMost = std::numeric_limits<FriBidiStrIndex>::max(); // what the library can count
+    constexpr std::size_t kMost = std::numeric_limits<FriBidiStrIndex>::max(); // the library's limit
     codePoints = codePoints.first(std::min(codePoints.size(), kMost));
     Types types(codePoints.size());
     fribidi_get_bidi_types(codePoints.data(), static_cast<FriBidiStrIndex>(types.size()), types.data());

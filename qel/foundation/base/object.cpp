@@ -23,7 +23,7 @@ struct Singletons {
     std::map<std::string, SmartPointer<Object>, std::less<>> objects QEL_GUARDED_BY(mutex);
 };
 
-// Never destroyed: objects that are still registered must not die among other statics at exit.
+// Never destroyed: objects that are still registered must not be destroyed along with other statics at exit.
 Singletons& singletons() {
     static Singletons& instance = *new Singletons;
     return instance;

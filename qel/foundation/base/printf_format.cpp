@@ -14,7 +14,7 @@ namespace {
 
 constexpr int kErrorLevel = 3;
 
-/// One conversion of a format, such as "%-08.3lf", in its parts.
+/// One conversion of a format, such as "%-08.3lf", split into its parts.
 struct Conversion {
     std::string_view flags;
     std::string_view width;     ///< digits, "*" or nothing
@@ -24,7 +24,7 @@ struct Conversion {
     char kind = '\0';
 };
 
-/// Takes the longest beginning of @p text that consists of @p characters.
+/// Removes the longest prefix of @p text that consists of @p characters. @return that prefix.
 std::string_view takeWhile(std::string_view& text, const char* characters) {
     const std::string_view taken = text.substr(0, text.find_first_not_of(characters));
     text.remove_prefix(taken.size());
@@ -48,7 +48,7 @@ std::string_view takeLength(std::string_view& text) {
     return {};
 }
 
-/// Takes a conversion without its "%". @return nothing for one that is not known, such as "%n".
+/// Removes a conversion without its "%". @return nothing if it is not known, such as "%n".
 std::optional<Conversion> takeConversion(std::string_view& text) {
     Conversion conversion;
     if (takePrefix(text, "%")) {
@@ -66,7 +66,7 @@ std::optional<Conversion> takeConversion(std::string_view& text) {
     return conversion;
 }
 
-/// The part of @p format before its first conversion that is not known.
+/// Returns the part of @p format before its first unknown conversion.
 std::string knownPartOf(std::string_view format) {
     std::string_view rest = format;
     for (std::size_t percent = rest.find('%'); percent != std::string_view::npos; percent = rest.find('%')) {
@@ -128,7 +128,7 @@ private:
         return value != nullptr;
     }
 
-    /// The conversion up to its length modifier, which depends on the argument.
+    /// Returns the conversion up to its length modifier, which depends on the argument.
     std::optional<std::string> patternOf(const Conversion& conversion) {
         std::string pattern = "%" + std::string(conversion.flags);
         if (!addFigure(pattern, conversion.width)) return std::nullopt;

@@ -92,8 +92,8 @@ struct PoolFigures {
     }
 };
 
-/// Whether two texts of one length are equal. Nearly all texts are short, and calling memcmp would cost more
-/// than comparing them here.
+/// Returns true if two texts of equal length are equal. Nearly all texts are short, and calling memcmp would
+/// cost more than comparing them here.
 bool isSame(const char* a, const char* b, std::size_t length) {
     if (length < 8 || length > 32) return std::memcmp(a, b, length) == 0;
     uint64 difference = loadWord<uint64>(a + length - 8) ^ loadWord<uint64>(b + length - 8);
@@ -214,7 +214,7 @@ unsigned StringPool::getNumberOfStrings() const {
 void StringPool::printStats() const QEL_NO_THREAD_ANALYSIS {
     PoolFigures figures;
     {
-        std::vector<std::unique_lock<SearchLock>> locks; // all at once, so that the figures fit together
+        std::vector<std::unique_lock<SearchLock>> locks; // all at once, so that the figures are consistent
         for (const Shard& shard : m_shards) locks.emplace_back(shard.mutex);
         for (const Shard& shard : m_shards) {
             for (std::size_t i = 0; i < shard.capacity; ++i) {

@@ -20,7 +20,8 @@ public:
         m_count.store(m_objects.size(), std::memory_order_relaxed);
     }
 
-    /// Releases all, last in, first out. Objects die outside the lock, so that they may add to the list.
+    /// Releases all references, last in, first out. Objects are destroyed outside the lock, so that they may
+    /// add to the list.
     bool releaseAll() {
         bool released = false;
         while (Object* object = takeLast()) {

@@ -8,7 +8,7 @@
 namespace qel::util {
 namespace {
 
-/// Code points first, first + step, ... that map to target, target + step, ...
+/// The code points first, first + step, ..., which map to target, target + step, ...
 struct CaseRun {
     uint32 first;
     uint32 target;

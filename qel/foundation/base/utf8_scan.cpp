@@ -5,7 +5,7 @@
 namespace qel::internal {
 namespace {
 
-/// Returns whether all eight bytes are ASCII, and none is NUL if that ends the text.
+/// Returns true if all eight bytes are ASCII, and none is NUL if that ends the text.
 bool isPlainWord(uint64 word, NulRule nulRule) {
     constexpr uint64 kTops = 0x8080808080808080;
     constexpr uint64 kOnes = 0x0101010101010101;

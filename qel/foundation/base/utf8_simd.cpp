@@ -31,7 +31,7 @@ HWY_INLINE auto asSigned(ByteVector bytes) {
     return hn::BitCast(SignedBytes(), bytes);
 }
 
-/// Returns whether all bytes are ASCII, and none is NUL if that ends the text.
+/// Returns true if all bytes are ASCII, and none is NUL if that ends the text.
 template <NulRule kNul>
 HWY_INLINE bool isPlain(ByteVector bytes) {
     const auto below = hn::Set(SignedBytes(), kNul == NulRule::End ? 0 : -1);
@@ -137,7 +137,7 @@ HWY_INLINE bool isPlainBlock(const uint8* block) {
     return plain;
 }
 
-/// Returns whether a block is well-formed; sequences may begin in the three bytes before it and end after it.
+/// Returns true if a block is well-formed; sequences may begin in the three bytes before it and end after it.
 template <NulRule kNul>
 HWY_INLINE bool isGoodBlock(const uint8* block) {
     const Bytes d;
@@ -177,7 +177,7 @@ Utf8Run cutIncomplete(const uint8* text, std::size_t position, std::size_t codeP
     return {position, codePoints};
 }
 
-/// A block of which only @p size bytes are text, with the bytes before it and padded with ASCII.
+/// A block of which only @p size bytes are text, together with the bytes before it, padded with ASCII.
 struct EdgeBlock {
     EdgeBlock(const uint8* text, std::size_t position, std::size_t size) {
         std::memset(m_bytes, 'x', sizeof(m_bytes));

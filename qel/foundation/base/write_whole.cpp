@@ -14,7 +14,7 @@ namespace {
 using platform::FileError;
 using platform::StandardStream;
 
-/// Codes of the first errors, by stream; 0 for none.
+/// The codes of the first errors, by stream; 0 for none.
 std::array<std::atomic<int>, 3> g_firstErrors{};
 
 void noteError(StandardStream stream, const FileError& error) {

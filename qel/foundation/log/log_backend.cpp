@@ -64,7 +64,7 @@ private:
         m_bytes += line.size();
         m_messages.emplace_back(time, line);
     }
-    /// Puts a line where lines are missing.
+    /// Adds a line that reports missing lines.
     void noteDropped(int64 time) {
         if (m_dropped == 0) return;
         append(time, "[WARNING] dropped " + std::to_string(std::exchange(m_dropped, 0)) +
@@ -133,7 +133,7 @@ struct Backend {
 constinit Mutex g_loggingMutex;
 /// Only destroyed by unregisterBackend(), since threads may log while the process ends.
 Backend* g_backend QEL_GUARDED_BY(g_loggingMutex) = nullptr;
-/// Whether a backend exists; readable without the mutex.
+/// True if a backend exists; readable without the mutex.
 std::atomic<bool> g_hasBackend = false;
 /// Set while this thread delivers a line: its listeners would deadlock if they logged.
 thread_local bool t_isDelivering = false;

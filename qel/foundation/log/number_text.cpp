@@ -13,7 +13,7 @@ namespace {
 
 constexpr int kDigits = 6;
 
-/// The six digits of a number between 0.0001 and 999999.5, and the place of the decimal point.
+/// The six digits of a number between 0.0001 and 999999.5, and the position of the decimal point.
 struct SixDigits {
     uint32 digits = 0; // 100000 to 999999; 0 if the number needs the general form
     int exponent = 0;  // of the first digit: digits * 10^(exponent - 5) is the number

@@ -16,8 +16,8 @@ using internal::YuvPlanes;
 
 namespace {
 
-/// Returns the chroma columns that memory of these pitches has: one more than half of an odd width, if there is
-/// room in both rows.
+/// Returns the chroma columns that memory of these pitches has: one more than half of an odd width, if there
+/// is room in both rows.
 uint32 chromaColumns(uint32 width, int32 uPitch, int32 vPitch) {
     const uint32 half = width / 2;
     const auto room = static_cast<uint64>(std::min(std::abs(int64{uPitch}), std::abs(int64{vPitch})));

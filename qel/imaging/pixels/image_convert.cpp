@@ -67,8 +67,8 @@ struct SourceFormat {
     const char* unsupported;
 };
 
-/// The formats that one plane may have. The last three move by bytes instead of pixels, and Flt32 reports the text
-/// of UInt8; both are kept for compatibility.
+/// The formats that one plane may have. The last three move by bytes instead of pixels, and Flt32 reports the
+/// text of UInt8; both are kept for compatibility.
 constexpr SourceFormat kSourceFormats[] = {
     {RGBA8, 4, "unsupported converting format from RGBA8 to "},
     {BGRA8, 4, "unsupported converting format from BGRA8 to "},
@@ -167,7 +167,8 @@ bool convertFromYuv(Image& target, const YuvPlanes<Source>& source) {
     return true;
 }
 
-/// The format of the temporary image through which colours become interleaved YUV; UnknownFormat if they cannot.
+/// The format of the temporary image through which colours become interleaved YUV; UnknownFormat if they
+/// cannot.
 FormatID yuvTemporary(FormatID from, FormatID to) {
     if (to == Y1UV2) return Y1U2V2;
     return to == Y1VU2 && from == RGBA8 ? Y1V2U2 : UnknownFormat;

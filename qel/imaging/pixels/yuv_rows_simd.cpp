@@ -113,7 +113,8 @@ struct Full {
     }
 };
 
-/// The terms and the sum of VideoMatrix::colours(). Blue alone can leave 16 bits; saturated, it is 255 as well.
+/// The terms and the sum of VideoMatrix::colours(). Blue alone can leave 16 bits; saturated, it is 255 as
+/// well.
 struct Video {
     HWY_INLINE static auto Red(hn::Vec<Words> uv) { return Term<0>(uv, 0, 102, -14240); }
     HWY_INLINE static auto Green(hn::Vec<Words> uv) { return Term<0>(uv, -25, -52, 8672); }

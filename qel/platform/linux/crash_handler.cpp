@@ -42,7 +42,7 @@ std::atomic<ScriptStackWriter> g_scriptStackWriter{nullptr};
 std::atomic<pid_t> g_crashingThread{0};
 static_assert(std::atomic<pid_t>::is_always_lock_free && std::atomic<ScriptStackWriter>::is_always_lock_free);
 
-std::mutex g_mutex; // guards the two members below; never locked by the handler
+std::mutex g_mutex; // guards the two variables below; never locked by the handler
 bool g_installed = false;
 std::array<struct sigaction, kFatalSignals.size()> g_previous;
 

@@ -6,7 +6,7 @@
 namespace qel {
 namespace internal {
 
-/// What a CacheStore remembers.
+/// The data of a CacheStore.
 struct CacheStoreData {
     ValueCache values{CacheStore::kCapacity};
     OrderKey order;
@@ -26,7 +26,7 @@ bool CacheStore::good() const {
     return m_backing->good();
 }
 
-/// Empties the cache if the backing store lost writes since the last call. @return whether it did.
+/// Empties the cache if the backing store lost writes since the last call. @return true if it did.
 bool CacheStore::dropLost() {
     const uint64 losses = m_backing->getLossCount();
     if (losses == m_lossesSeen) return false;
@@ -48,12 +48,12 @@ const Item* CacheStore::get(const Item& key) {
     try {
         return askBacking(key, entry.value);
     } catch (...) {
-        m_data->values.clear(); // the entry has no value of this key
+        m_data->values.clear(); // the entry has no value for this key
         throw;
     }
 }
 
-/// Gets a value from the store behind. @return @p value; null, with @p value without a store, if there is
+/// Reads a value from the wrapped store. @return @p value; null, with @p value without a store, if there is
 /// none.
 const Item* CacheStore::askBacking(const Item& key, Item& value) {
     ++m_misses;
@@ -69,7 +69,7 @@ const Item* CacheStore::askBacking(const Item& key, Item& value) {
 }
 
 void CacheStore::set(const Item& key, const Item& value) {
-    m_backing->set(key, value); // first: what it refuses with an exception isn't remembered
+    m_backing->set(key, value); // first: a value that it refuses with an exception is not cached
     if (dropLost()) return;
     m_data->order.assign(key);
     if (m_data->order.isQuestion()) return m_data->values.clear();
@@ -96,7 +96,7 @@ bool CacheStore::first(Item& out) {
     return ours(m_backing->first(out), out);
 }
 
-/// Makes a key that was found one of this store, so that a walk stays in front of the cache.
+/// Sets the store of a key that was found to this one, so that a walk keeps using the cache.
 bool CacheStore::ours(bool found, Item& key) {
     if (found) key.setStore(this);
     return found;

@@ -8,7 +8,7 @@
 namespace qel::internal {
 namespace {
 
-/// The smallest key of a subtree, as short as tells it from those before it.
+/// A short string that separates the keys of a subtree from those before it.
 struct Separator {
     std::string text;
 };
@@ -17,21 +17,21 @@ std::string_view bytesOf(const Separator& separator) {
     return separator.text;
 }
 
-/// The beginning of @p right that is greater than @p left, the key before it.
+/// Returns the shortest prefix of @p right that is greater than @p left, the key before it.
 std::string_view separate(std::string_view left, std::string_view right) {
     const auto ends = std::mismatch(right.begin(), right.end(), left.begin(), left.end());
     return right.substr(0, static_cast<size_t>(ends.first - right.begin()) + 1);
 }
 
-/// Where to cut a full node that gets something at @p index. Behind its end nothing moves: keys that come in
-/// their order fill the nodes.
+/// Returns where to split a full node that receives an entry at @p index. For an insertion at the end nothing
+/// moves, so keys that arrive in order fill the nodes.
 unsigned cutFor(unsigned index, unsigned size) {
     return index == size ? size - 1 : size / 2;
 }
 
 } // namespace
 
-/// Child i holds the keys from separator i - 1 on and before separator i.
+/// Child i contains the keys from separator i - 1 on and before separator i.
 struct EntryTree::Inner : Node {
     Inner() : Node(false) {}
     ~Inner() {
@@ -48,7 +48,7 @@ struct EntryTree::Inner : Node {
         }
     }
 
-    /// Asks for the memory of the children's places, while the separators are searched.
+    /// Prefetches the pointers to the children while the separators are searched.
     void prefetchChildren() const {
         for (unsigned i = 0; i < childCount; i += 8) __builtin_prefetch(children + i);
     }
@@ -63,7 +63,8 @@ struct EntryTree::Inner : Node {
         --childCount;
         if (separators.size() != 0) separators.takeOut(index == 0 ? 0 : index - 1);
     }
-    /// Moves the children from @p index on to a new node. @param separator  gets what stands between both.
+    /// Moves the children from @p index on to a new node. @param separator  receives the key between both
+    /// nodes.
     Inner* split(unsigned index, std::string& separator) {
         auto* const right = new Inner;
         std::copy(children + index, children + childCount, right->children);
@@ -101,7 +102,7 @@ struct EntryTree::Path {
         return steps[--size];
     }
 
-    std::array<Step, kMostLevels> steps; // those up to size are set
+    std::array<Step, kMostLevels> steps; // only the first `size` are set
     unsigned size = 0;
 };
 
@@ -182,7 +183,7 @@ void EntryTree::insertAndSplit(Leaf* left, unsigned index, StoreEntry::Owner ent
     addChild(path, separate(bytesOf(left->entries[last]), bytesOf(right->entries[0])), right);
 }
 
-/// Puts @p child behind the node that @p path leads to.
+/// Inserts @p child after the node to which @p path leads.
 void EntryTree::addChild(Path& path, std::string_view separator, Node* child) {
     std::string between(separator);
     std::string above;

@@ -33,7 +33,7 @@ String GUID::toString() const {
 
 String GUID::getFantasyName() const {
     if (isNull()) return "god";
-    // FNV-1a of 32 bits: the lower half of the hash that String computes in 64.
+    // 32-bit FNV-1a: the lower half of the 64-bit hash that String computes.
     const auto h = static_cast<uint32>(String::hash(reinterpret_cast<const char*>(bytes.data()), kSize));
     return String(kBeginnings[h & 7]) + kMiddles[(h >> 3) & 15] + kEndings[(h >> 7) & 15];
 }

@@ -12,9 +12,9 @@ namespace {
 
 constexpr size_t kMaxPayload = std::numeric_limits<uint32>::max();
 
-/// The capacity for @p size bytes that do not fit.
+/// Returns the capacity to allocate for @p size bytes that do not fit.
 size_t grownCapacity(size_t size) {
-    return std::max(size, (size + size / 4 + 256) & ~size_t{15}); // a sum that wrapped must not pass
+    return std::max(size, (size + size / 4 + 256) & ~size_t{15}); // the sum may wrap around
 }
 
 uint8* checked(void* block) {
@@ -45,7 +45,7 @@ Item& Item::concatItem(const Item& item) {
     const size_t size = item.m_size;
     if (size == 0) return *this;
     uint8* const old = makeRoomAside(m_size + size);
-    const uint8* const bytes = item.m_data; // its new place, if it is this Item
+    const uint8* const bytes = item.m_data; // its new address if it is this Item
     std::memcpy(extend(size), bytes, size);
     std::free(old);
     return *this;
@@ -95,9 +95,8 @@ Item& Item::setPlainGrowing(const uint8* bytes, size_t size) {
     return *this;
 }
 
-/// Makes room for @p size bytes in all; if they do not fit, in a new block.
-/// @return the heap block used until then, for the caller to free once it has read what may lie in it; or
-/// null.
+/// Reserves @p size bytes in total, in a new block if necessary.
+/// @return the heap block used before, or null. The caller must free it after reading what may lie in it.
 uint8* Item::makeRoomAside(size_t size) {
     if (size <= m_capacity) return nullptr;
     const size_t capacity = grownCapacity(size);

@@ -11,7 +11,7 @@ namespace {
 
 using internal::ElementCursor;
 
-/// The difference of two sizes, limited to what an int holds.
+/// Returns the difference of two sizes, clamped to the range of int.
 int differenceOf(size_t a, size_t b) {
     constexpr auto kLimit = static_cast<size_t>(std::numeric_limits<int>::max());
     return a < b ? -static_cast<int>(std::min(b - a, kLimit)) : static_cast<int>(std::min(a - b, kLimit));
@@ -28,7 +28,7 @@ int compareNumbers(T a, T b) {
     return a < b ? -1 : a > b ? 1 : 0;
 }
 
-/// As numbers of 256 bits, lowest byte first.
+/// Compares numbers of 256 bits, lowest byte first.
 int compareGuids(const uint8* a, const uint8* b) {
     for (size_t at = GUID::kSize; at != 0;) {
         at -= sizeof(uint64);
@@ -39,7 +39,7 @@ int compareGuids(const uint8* a, const uint8* b) {
     return 0;
 }
 
-/// The last @p count bytes of the first @p end of @p list, fewer than 8 of them, and zeros behind them.
+/// Returns the last @p count bytes (fewer than 8) of the first @p end bytes of @p list, followed by zeros.
 uint64 loadTail(ConstByteSpan list, size_t end, size_t count) {
     if (end >= sizeof(uint64)) {
         return internal::loadElementValue<uint64>(list.data + end - sizeof(uint64)) >>
@@ -50,25 +50,26 @@ uint64 loadTail(ConstByteSpan list, size_t end, size_t count) {
     return bytes;
 }
 
-/// Number of the lowest byte that is not zero.
+/// Returns the index of the lowest byte that is not zero.
 size_t lowestByte(uint64 bytes) {
     return static_cast<size_t>(std::countr_zero(bytes)) / 8;
 }
 
-/// The highest bit of the lowest byte that is zero, and perhaps of bytes above it; 0 when no byte is zero.
-/// The test is Mycroft's: a zero is where a borrow sets a highest bit that was not set.
+/// Returns the highest bit of the lowest zero byte, and possibly of bytes above it; 0 if no byte is zero.
+/// This is Mycroft's test: a borrow sets a highest bit that was not set only where there is a zero byte.
 uint64 markZeros(uint64 bytes) {
     constexpr uint64 kOnes = 0x0101010101010101;
     return (bytes - kOnes) & ~bytes & (kOnes << 7);
 }
 
-/// Whether a zero byte stands in @p list from @p at on, which is inside of it.
+/// Returns true if @p list contains a zero byte from @p at on; @p at must be inside the list.
 bool hasZero(ConstByteSpan list, size_t at) {
     // Most keys end with a text.
     return list[list.size - 1] == 0 || std::memchr(list.data + at, 0, list.size - at) != nullptr;
 }
 
-/// Where two lists, behind their first bytes, differ or have both a zero; the smaller size if nowhere.
+/// Returns the first position after the first bytes where two lists differ or both contain a zero; the
+/// smaller size if there is none.
 inline size_t findDifferenceOrZero(ConstByteSpan a, ConstByteSpan b) {
     const size_t size = std::min(a.size, b.size);
     size_t at = 1;
@@ -84,8 +85,8 @@ inline size_t findDifferenceOrZero(ConstByteSpan a, ConstByteSpan b) {
 }
 
 /// Compares two elements of the same text tag.
-/// @param[out] end  behind both of them, if they are equal; 0 if one is cut, or both.
-/// @return 0 when they are equal or one is cut.
+/// @param[out] end  the position after both of them if they are equal; 0 if one or both are truncated.
+/// @return 0 if they are equal or one is truncated.
 inline int compareTexts(ConstByteSpan a, ConstByteSpan b, size_t& end) {
     const size_t at = findDifferenceOrZero(a, b);
     end = 0;
@@ -139,7 +140,7 @@ int compareLists(ConstByteSpan a, ConstByteSpan b, int depth) {
     if (depth > Item::kMaxDepth) return compareBytes(a, b);
     for (;;) {
         if (isTextAtFront(a, b)) {
-            // Most elements of keys: compared and measured in one go.
+            // Texts are the most common elements of keys: they are compared and measured in one pass.
             size_t end;
             const int order = compareTexts(a, b, end);
             if (order != 0) return order;

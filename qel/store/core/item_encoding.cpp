@@ -3,7 +3,7 @@
 namespace qel {
 namespace {
 
-/// Decodes @p text into @p item by a pair of codec operations of String.
+/// Decodes @p text into @p item with a pair of codec functions of String.
 bool decode(Item& item, const String& text, int64 (String::*getSize)() const,
             bool (String::*decodeTo)(uint8*, size_t) const) {
     const int64 size = (text.*getSize)();

@@ -12,7 +12,7 @@
 namespace qel {
 namespace {
 
-/// Cut towards zero; a number outside the range gives the nearest limit, a NaN 0.
+/// Truncates towards zero; a number outside the range becomes the nearest limit, and a NaN becomes 0.
 int64 toInteger(double value) {
     constexpr double kLimit = 9223372036854775808.0;
     if (value != value) return 0;
@@ -21,7 +21,7 @@ int64 toInteger(double value) {
     return static_cast<int64>(value);
 }
 
-/// What a stream makes of the beginning of the text; 0 for what is no number.
+/// Parses the beginning of the text as a stream would; returns 0 if it is not a number.
 template <typename T>
 T readNumber(const char* text) {
     std::istringstream in(text);
@@ -45,7 +45,7 @@ bool Item::Iterator::skip(int count) {
 ValueType Item::Iterator::extract(Item& target) {
     const size_t size = elementSize();
     if (size == 0) return ValueType::None;
-    const ValueType type = tag(); // before the target changes, which may be this Item
+    const ValueType type = tag(); // before the target changes, because it may be this Item
     target.setPlain(here(), size);
     advance(size);
     return type;

@@ -1,4 +1,4 @@
-// The first element of an Item as JSON, and back.
+// Converts the first element of an Item to JSON and back.
 #include <qel/foundation/log/message_stream.h>
 #include <qel/store/core/element_cursor_p.h>
 #include <qel/store/core/item.h>
@@ -16,7 +16,7 @@ using Json = nlohmann::json;
 
 bool read(ElementCursor& element, Json& value, int depth);
 
-/// The elements of a list at a level; none below the deepest.
+/// Returns the elements of a list at a level; none below the deepest level.
 ElementCursor elementsOf(ConstByteSpan list, int depth) {
     return ElementCursor(depth <= Item::kMaxDepth ? list : ConstByteSpan());
 }
@@ -41,7 +41,7 @@ bool readObject(ConstByteSpan list, Json& object, int depth) {
     return true;
 }
 
-/// Reads a value and steps over it. @return false for what has no form.
+/// Reads a value and moves past it. @return false if JSON cannot represent it.
 bool read(ElementCursor& element, Json& value, int depth) {
     switch (element.type()) {
     case ValueType::Integer8:
@@ -86,7 +86,7 @@ bool read(ElementCursor& element, Json& value, int depth) {
 
 bool write(Item& item, const Json& value, int depth);
 
-/// Text from outside ends at its first zero byte: what follows would be read as elements of the list.
+/// Appends text from outside up to its first zero byte: what follows would be read as elements of the list.
 void writeText(Item& item, const std::string& text) {
     item.addStringOrEncodedGUID(SmartCStr(text));
 }
@@ -113,7 +113,7 @@ bool writeObject(Item& item, const Json& object, int depth) {
     return true;
 }
 
-/// Appends a value to a list at level @p depth. @return false for one that is nested too deep.
+/// Appends a value to a list at level @p depth. @return false if it is nested too deeply.
 bool write(Item& item, const Json& value, int depth) {
     switch (value.type()) {
     case Json::value_t::object:
@@ -158,11 +158,11 @@ String Item::getJSON(bool pretty) const {
 bool Item::setJSON(const String& text) {
     clear();
     try {
-        // The parser would take a zero byte for the end of the text.
+        // The parser would treat a zero byte as the end of the text.
         const bool hasZero = std::string_view(text).find('\0') != std::string_view::npos;
         if (!hasZero && write(*this, Json::parse(text), 0)) return true;
     } catch (...) {
-        // The line below is all that is reported of it.
+        // The line below is the only report.
     }
     clear(); // lists that were left open have no size yet
     logging::error() << "[SUPPORT] Failed parsing Item from JSON";

@@ -1,4 +1,4 @@
-// An Item as text for logs and for people.
+// Formats an Item as text for logs and for users.
 #include <qel/store/core/element_cursor_p.h>
 #include <qel/store/core/item.h>
 
@@ -11,7 +11,7 @@ namespace {
 
 using internal::ElementCursor;
 
-/// How a text form writes a list.
+/// The syntax of a text form.
 struct Style {
     const char* beforeElement;
     const char* behindElement;

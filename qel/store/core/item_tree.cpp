@@ -1,4 +1,4 @@
-// Keys as the paths of a tree: what follows from the order of keys alone.
+// Keys as paths in a tree, implemented with the order of keys alone.
 #include <qel/store/core/item.h>
 #include <qel/store/core/memory_store.h>
 #include <qel/store/core/scoped_transaction.h>
@@ -11,7 +11,7 @@
 namespace qel {
 namespace {
 
-/// Where the last element begins; -1 if there is none.
+/// Returns the offset of the last element; -1 if there is none.
 int64 offsetOfLast(const Item& key) {
     int64 last = -1;
     Item::Iterator it(key);
@@ -19,15 +19,15 @@ int64 offsetOfLast(const Item& key) {
     return last;
 }
 
-/// The bound behind all descendants of @p key, before its End.
+/// Returns the bound after all descendants of @p key, before its End.
 Item behindDescendants(const Item& key) {
     Item bound(key);
     bound.addMeta();
     return bound;
 }
 
-/// Whether what is appended to @p key may be found below @p root: when it lies there, and for a key with
-/// bytes behind its elements, which may join what is appended.
+/// Returns true if elements appended to @p key may be found below @p root. That is so if @p key lies there,
+/// and for a key with bytes after its elements, which may combine with what is appended.
 bool mayReachInto(const Item& key, const Item& root) {
     if (key.getStore() != root.getStore()) return false;
     Item::Iterator it(key);
@@ -154,7 +154,7 @@ void Item::copyValueFrom(const Item& source) const {
 
 void Item::copyChildrenRecursive(const Item& source) const {
     if (mayReachInto(*this, source)) {
-        // What is copied there would be found and copied again, without an end.
+        // Copies written there would be found and copied again without end.
         MemoryStore aside(false);
         const Item copy(&aside);
         copy.copyValueFrom(source);
@@ -188,7 +188,7 @@ void Item::archiveDeleteBefore(int64 time) {
     bound.addInteger(time);
     for (Item oldest; child(oldest) && oldest < bound;) {
         oldest.remove();
-        if (oldest.exists()) return; // the store can't be written
+        if (oldest.exists()) return; // the store cannot be written to
     }
 }
 

@@ -9,14 +9,14 @@ namespace qel {
 
 namespace {
 
-/// Lines are cut off by age so many numbers at a time.
+/// The number of lines that are removed by age in one block.
 constexpr int64 kBlock = 100;
-/// A count beyond this was not made by counting.
+/// A larger count cannot be the result of counting.
 constexpr int64 kMaxEnd = int64{1} << 62;
-/// Lines that one flush moves.
+/// The number of lines that one flush moves.
 constexpr unsigned kFlushLines = 512;
 
-/// Hosts may set any limit: a difference wraps instead of overflowing.
+/// Subtracts with wrap-around instead of overflow, because hosts may set any limit.
 int64 minus(int64 a, int64 b) {
     return static_cast<int64>(static_cast<uint64>(a) - static_cast<uint64>(b));
 }
@@ -25,7 +25,7 @@ bool readInteger(const Item* stored, int64& value) {
     return stored->getIterator().asInteger(value);
 }
 
-/// @return false for what is no number; what is missing leaves @p value as it is.
+/// Reads a counter; a missing one leaves @p value unchanged. @return false if it is not a number.
 bool readCounter(const Item& key, int64& value) {
     const Item* const stored = key.fetch();
     return !stored || readInteger(stored, value);
@@ -61,9 +61,9 @@ void LogDB::load() {
     m_end = std::max(end >= 0 && end <= kMaxEnd ? end : 0, last + 1);
     m_begin = std::min({begin, first, m_end});
     int64 next;
-    while (findLineBehind(m_end - 1, next) && next == m_end) ++m_end; // lines beyond any count
+    while (findLineBehind(m_end - 1, next) && next == m_end) ++m_end; // lines after the last counted one
     if (isRead && m_end == end && m_begin == begin) return;
-    logging::error() << "[STORE] counters of the log do not go with its lines, set to " << m_begin << " and "
+    logging::error() << "[STORE] counters of the log do not match its lines, set to " << m_begin << " and "
                      << m_end;
 }
 
@@ -73,7 +73,7 @@ Item LogDB::lineKey(int64 number) const {
     return key;
 }
 
-/// The number in a key that lies among those of the lines, or below a line.
+/// Reads the number from a key that is a line, or is below a line.
 bool LogDB::readNumber(const Item& key, int64& number) const {
     Item::Iterator position = key.getIterator();
     return position.skip(m_data.getDepth()) && position.asInteger(number);
@@ -89,7 +89,7 @@ bool LogDB::findLineBehind(int64 number, int64& found) const {
     bound.addMeta();
     int64 candidate;
     const bool isLine = m_store->next(lineKey(number), key) && key < bound && readNumber(key, candidate);
-    if (!isLine || candidate < number) return false; // what wildcards lead to is none
+    if (!isLine || candidate < number) return false; // keys reached through wildcards are not lines
     found = candidate;
     return true;
 }
@@ -125,7 +125,7 @@ int64 LogDB::cutByAge(int64 first, int64 oldest) {
             if (readInteger(line, time) && time >= oldest) break;
         } else if (!findLineBehind(first, found) || found >= m_end) {
             return m_end;
-        } else if (found > first) { // steps over the blocks without a line
+        } else if (found > first) { // skips the blocks without a line
             first += static_cast<int64>((static_cast<uint64>(found) - static_cast<uint64>(first) - 1) /
                                         kBlock * kBlock);
         }

@@ -12,7 +12,7 @@ using internal::StoreEntry;
 
 namespace {
 
-/// Gives @p out the key of an entry. @return whether there is one.
+/// Sets @p out to the key of an entry. @return true if there is one.
 bool giveKey(const StoreEntry* entry, Store* store, Item& out) {
     if (!entry) return false;
     out.setPlain(entry->key().data, entry->key().size);
@@ -140,7 +140,7 @@ void MemoryStore::readBlob(const Item& blob) {
     while (it.asWeakSubItem(key) && it.asWeakSubItem(value)) {
         order.assign(key);
         if (order.isQuestion()) {
-            ++refused; // not even looked up: the time must follow the size of the blob
+            ++refused; // without a look-up: the time must be linear in the size of the blob
         } else {
             m_data->set(key, value);
         }

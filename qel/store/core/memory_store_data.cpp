@@ -7,7 +7,7 @@
 namespace qel::internal {
 namespace {
 
-/// Usual keys are shorter than what a call costs.
+/// Compares bytes inline: most keys are shorter than the cost of a call.
 bool areSame(ConstByteSpan a, const uint8* b) {
     const auto differ = [&](size_t at) {
         return loadElementValue<uint64>(a.data + at) != loadElementValue<uint64>(b + at);
@@ -46,7 +46,7 @@ StoreEntry* MemoryStoreData::remember(Place place) {
     return nullptr;
 }
 
-/// Whether the entry is one of those among which the answer to the question in m_order lies.
+/// Returns true if the entry is one of those that may equal the question in m_order.
 bool MemoryStoreData::isAnswer(Place place) const {
     return place.entry() && place.entry()->order().starts_with(m_order.fixedPart());
 }
@@ -130,7 +130,7 @@ void MemoryStoreData::remove(StoreEntry* entry) {
     m_undo.noteTaken(m_tree.takeOut(entry));
 }
 
-/// Places end when the tree changes.
+/// Invalidates all positions before the tree changes.
 void MemoryStoreData::forgetPlaces() {
     m_recent = {};
     for (MemoryStoreCursor* cursor : m_cursors) cursor->forgetPlace();

@@ -7,7 +7,7 @@
 namespace qel::internal {
 namespace {
 
-/// Most bytes that a key of @p size bytes can take: a sized payload of zeros doubles.
+/// Returns the largest form of a key of @p size bytes: a sized payload of zeros doubles its size.
 constexpr size_t largestForm(size_t size) {
     return 2 * size + 8;
 }
@@ -21,7 +21,7 @@ uint64 orderBits(double number) {
 
 } // namespace
 
-/// Writes the elements; the bytes that it writes to suffice for the largest form.
+/// Writes the elements to a buffer that is large enough for the largest form.
 class OrderKey::Writer {
 public:
     Writer(ConstByteSpan list, char* out) : m_at(list.data), m_end(list.data + list.size), m_out(out) {}
@@ -44,7 +44,7 @@ public:
     }
 
     char* end() const { return m_out; }
-    /// Where the first Wildcard or NaN stands; null if there is none.
+    /// Returns the position of the first Wildcard or NaN; null if there is none.
     char* question() const { return m_question; }
 
 private:
@@ -89,7 +89,7 @@ private:
             markQuestion();
             [[fallthrough]];
         default:
-            putBytes(m_at, size); // texts and bare tags
+            putBytes(m_at, size); // texts and tags without payload
         }
         m_at += size;
     }
@@ -145,7 +145,7 @@ private:
 
 char* OrderKey::reserve(size_t size) {
     if (size <= kInlineSize) return m_inline.data();
-    // A giant key's memory isn't kept for long.
+    // The memory of a very large key is not kept for long.
     if (size > m_heapSize || (m_heapSize > kKeptSize && size <= kKeptSize)) {
         m_heap.reset(new char[size]);
         m_heapSize = size;

@@ -1,4 +1,4 @@
-// A MemoryStore as one value of the machine's registry.
+// Stores a MemoryStore as one value in the machine's registry.
 #include <qel/store/core/memory_store.h>
 
 #include <qel/foundation/log/message_stream.h>
@@ -13,7 +13,7 @@ namespace qel {
 
 namespace {
 
-/// Whether a blob is nothing but pairs of a key and a value, so that no setting is missing behind a cut.
+/// Returns true if a blob consists only of pairs of a key and a value, so that nothing was cut off.
 bool isWhole(const Item& blob) {
     Item::Iterator position = blob.getIterator();
     bool isPair = true;
@@ -47,7 +47,7 @@ bool MemoryStore::loadFromWindowsRegistry(MemoryStore* store, const String& keyN
     const Item blob(Item::ExternalBufferMode, ConstByteSpan::fromText(bytes));
     if (!isWhole(blob))
         logging::error() << "[STORE] '" << valueName << "' in '" << keyName
-                         << "' is damaged, loading what stands before that";
+                         << "' is damaged, loading the part before the damage";
     store->readBlob(blob);
     return true;
 }

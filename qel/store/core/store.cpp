@@ -17,7 +17,7 @@ double millisecondsSince(int64 start) {
     return static_cast<double>((Clock::current().steadyNanoseconds() - start) / 1'000'000);
 }
 
-/// The work of copyFrom() that both forms share. @param copyAll  writes every entry and returns their number.
+/// The common part of both forms of copyFrom(). @param copyAll  writes every entry and returns their number.
 template <typename CopyAll>
 void copyInTransaction(Store* target, const CopyAll& copyAll) {
     const int64 start = Clock::current().steadyNanoseconds();
@@ -27,7 +27,7 @@ void copyInTransaction(Store* target, const CopyAll& copyAll) {
     target->flush();
     const double seconds = millisecondsSince(start) / 1000;
     const double rate = static_cast<double>(count) / seconds;
-    // The seconds are divided once more: hosts know the line as it is.
+    // The seconds are divided once more, because hosts expect the line in this form.
     logging::info() << "[STORE] copied " << count << " items in " << seconds / 1000 << "s (" << rate
                     << "items/s)";
 }

@@ -3,7 +3,7 @@
 namespace qel {
 namespace {
 
-/// Walks over any store by its operations.
+/// Iterates over any store through its operations.
 class StepCursor : public StoreCursor {
 public:
     explicit StepCursor(Store* store) : StoreCursor(store) {}

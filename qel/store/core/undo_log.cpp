@@ -5,7 +5,7 @@
 namespace qel::internal {
 namespace {
 
-/// Changes whose memory is kept for the next transaction.
+/// The number of changes whose memory is kept for the next transaction.
 constexpr size_t kChangesKept = 4096;
 
 template <typename... Functions>
@@ -54,7 +54,8 @@ void UndoLog::noteTaken(StoreEntry::Owner entry) {
 }
 
 void UndoLog::noteReplacing(StoreEntry& entry) {
-    // A greater number is that of an inner transaction that was committed: its change serves this one too.
+    // A greater number belongs to an inner transaction that was committed: its record is used for this one
+    // too.
     if (!isOpen() || entry.writtenDownIn >= m_open.back().number) return;
     m_changes.push_back(Replaced{&entry, std::move(entry.value), entry.writtenDownIn});
     entry.writtenDownIn = m_open.back().number;

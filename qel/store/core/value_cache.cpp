@@ -36,7 +36,7 @@ ValueCache::Entry* ValueCache::find(const Item& key, uint32 hash) const {
     return entry;
 }
 
-/// An entry in no list: one of those that clear() left, a new one, or that of the key not used for longest.
+/// Returns an entry that is in no list: one that clear() left, a new one, or the least recently used one.
 ValueCache::Entry* ValueCache::takeUnused() {
     if (m_used < m_capacity) {
         if (m_used == m_entries.size()) m_entries.push_back(std::make_unique<Entry>());

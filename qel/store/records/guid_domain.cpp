@@ -11,7 +11,7 @@ namespace qel {
 namespace {
 
 constexpr uint32 kIndexBits = 64;
-constexpr uint32 kIndexTop = 8 * GUID::kSize - kIndexBits; ///< where the last index fits
+constexpr uint32 kIndexTop = 8 * GUID::kSize - kIndexBits; ///< the last position where an index fits
 
 } // namespace
 
@@ -35,7 +35,7 @@ GUID GUIDDomain::createRandomGUID() const {
 
 GUIDDomain GUIDDomain::selectSubDomain(uint32 bits, uint64 index) const {
     const uint32 room = std::numeric_limits<uint32>::max() - num;
-    return {createGUID(index), bits < room ? num + bits : num + room}; // a sum that wrapped would free bits
+    return {createGUID(index), bits < room ? num + bits : num + room}; // a sum that wraps would free bits
 }
 
 } // namespace qel

@@ -25,7 +25,7 @@ void storeAt(const Item& root, const char* name, const T& value) {
     Item(root).add(name).store(Item(value));
 }
 
-// What is missing or of another type leaves the field as it is.
+// A missing value, or one of another type, leaves the field unchanged.
 void readAt(const Item& root, const char* name, GUID& value) {
     if (const Item* stored = Item(root).add(name).fetch()) stored->getIterator().asGUID(value);
 }
@@ -38,19 +38,19 @@ void readAt(const Item& root, const char* name, uint32& value) {
     value = static_cast<uint32>(std::min<uint64>(wide, std::numeric_limits<uint32>::max()));
 }
 
-/// How many values an index of @p bits bits has; the widest stays one short of 2^64.
+/// Returns the number of values of an index with @p bits bits; the widest has one less than 2^64.
 uint64 countOfIndices(uint32 bits) {
     return bits < 64 ? uint64{1} << bits : std::numeric_limits<uint64>::max();
 }
 
-/// Returns the index and moves it on; behind the last one it starts over.
+/// Returns the index and increments it; after the last one it starts again.
 uint64 takeIndex(uint64& index, uint64 count, uint64 first) {
     const uint64 taken = index;
     index = index < count - 1 ? index + 1 : first;
     return taken;
 }
 
-/// An index that was stored by somebody else must not run into the bits above it, nor stand for the node.
+/// Checks a stored index: it must not overlap the bits above it, nor be the index of the node.
 void checkIndex(const char* name, uint64& index, uint64 count, uint64 first) {
     if (index == first || (index > first && index < count)) return;
     logging::error() << "[STORE] " << name << " of the guid domain is out of range, starting over";

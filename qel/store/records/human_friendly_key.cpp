@@ -46,7 +46,7 @@ uint32 checkDigitOf(uint32 value) {
     return (pairs ^ pairs >> 5) & kDigitMask;
 }
 
-/// The number of a block; -1 when a character is invalid or the check fails.
+/// Returns the number of a block; -1 if a character is invalid or the check fails.
 int decodeBlock(const char* block) {
     const int value = HumanFriendlyKey::decode20Bit(block);
     if (value < 0) return -1;
@@ -61,7 +61,7 @@ bool hasFormOfFourBlocks(std::string_view text) {
     return true;
 }
 
-// Two blocks make 40 bits, which are five whole bytes.
+// Two blocks contain 40 bits, which are five whole bytes.
 constexpr int kBytesOfBlockPair = 5;
 
 uint64 readBlockPair(const uint8* bytes) {
@@ -86,7 +86,7 @@ int HumanFriendlyKey::decode20Bit(const char* text) {
     if (!text) return -1;
     int value = 0;
     for (std::size_t i = 0; i < kDigits; ++i) {
-        const int digit = digitValue(text[i]); // the NUL of a shorter text is none
+        const int digit = digitValue(text[i]); // the NUL of a shorter text is not a digit
         if (digit < 0) return -1;
         value |= digit << 5 * i;
     }

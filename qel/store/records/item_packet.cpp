@@ -1,4 +1,4 @@
-// Packets under a key of a store: a child for each field, or one value.
+// Stores packets under a key: a child for each field, or one value.
 #include <qel/packet/packet.h>
 #include <qel/store/core/item.h>
 #include <qel/store/core/scoped_transaction.h>
@@ -15,7 +15,7 @@ namespace {
 using Element = PacketScheme::Element;
 using Kind = PacketScheme::Kind;
 
-/// The form in which a field is kept.
+/// The form in which a field is stored.
 enum class Form { None, Integer, Float, Guid, Text, Bytes };
 
 Form formOf(const PacketScheme& scheme, const Element& element) {
@@ -58,7 +58,7 @@ void addField(Item& value, const Packet& packet, const Element& element, Form fo
     }
 }
 
-/// Sets a field from its child. A value of another type leaves it as it is.
+/// Sets a field from its child. A value of another type leaves it unchanged.
 void setField(Packet& packet, const Element& element, Form form, Item::Iterator value) {
     int64 integer = 0;
     double number = 0;
@@ -97,7 +97,7 @@ void forEachField(const Item& key, const PacketScheme& scheme, const Visit& visi
     }
 }
 
-/// Whether @p value is a packet as storePacketCompact() keeps it.
+/// Returns true if @p value is a packet stored by storePacketCompact().
 bool getCompactBytes(const Item& value, ConstByteSpan& bytes) {
     return value.getIterator().asWeakBuffer(bytes);
 }

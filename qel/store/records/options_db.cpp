@@ -50,7 +50,7 @@ Item OptionsDB::keyOf(const StringId& name) const {
 void OptionsDB::loadValue(OptionMeta& meta) const {
     const Item* stored = keyOf(meta.name).fetch();
     if (stored && !stored->getIterator().asStringId(meta.value))
-        logging::error() << "stored value of option '" << meta.name << "' is no text, using the default";
+        logging::error() << "stored value of option '" << meta.name << "' is not text, using the default";
 }
 
 void OptionsDB::saveValue(const OptionMeta& meta) const {

@@ -1,4 +1,4 @@
-// The identifiers that System hands out.
+// The identifiers that System creates.
 #include <qel/system/core/system.h>
 
 #include <qel/foundation/log/message_stream.h>
@@ -9,7 +9,7 @@
 namespace qel {
 namespace {
 
-/// Whether the System has a database, so that an idle pass takes no lock. Written under its mutex.
+/// True if the System has a database, so that an idle pass takes no lock. Written under its mutex.
 std::atomic<bool> g_hasDatabase = false;
 
 } // namespace
@@ -36,7 +36,7 @@ GUID System::generateRandomGUID() {
 }
 
 void System::setGUIDDomainDB(GUIDDomainDB* database) {
-    SmartPointer<GUIDDomainDB> before(database); // dies without the mutex
+    SmartPointer<GUIDDomainDB> before(database); // destroyed without the mutex
     const MutexLock lock(m_guidDomainMutex);
     m_guidDomainDB.swap(before);
     g_hasDatabase.store(database != nullptr, std::memory_order_relaxed);

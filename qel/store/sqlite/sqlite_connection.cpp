@@ -23,12 +23,12 @@ constexpr const char* kEntries = "CREATE TABLE entries (position BLOB PRIMARY KE
 constexpr const char* kLargeValues =
     "CREATE TABLE large_values (id INTEGER PRIMARY KEY, value BLOB NOT NULL)";
 
-// Where the numbers stand in the head of every SQLite database, high byte first.
-// https://www.sqlite.org/fileformat2.html, "The Database Header".
+// The offsets of numbers in the header of every SQLite database, high byte first.
+// // https://www.sqlite.org/fileformat2.html, "The Database Header".
 constexpr size_t kHeadSize = 100;
 constexpr std::string_view kMagic{"SQLite format 3\0", 16};
 constexpr size_t kWriteVersionAt = 18;
-constexpr uint8 kNewestVersion = 2; // of writing and of reading; one newer to write can only be read
+constexpr uint8 kNewestVersion = 2; // a file with a newer write version can only be read
 constexpr size_t kLayoutVersionAt = 60;
 constexpr size_t kApplicationIdAt = 68;
 
@@ -77,7 +77,8 @@ String SqliteConnection::openFile(const char* path) {
     if (*path == '\0') return "no path";
     platform::FileStatus status;
     if (!platform::readStatus(status, path) && status.kind != platform::FileKind::File) return "not a file";
-    const std::string plainPath = *path == '/' ? path : std::string("./") + path; // else some have a meaning
+    // The prefix keeps names with a special meaning from being interpreted.
+    const std::string plainPath = *path == '/' ? path : std::string("./") + path;
     const SqliteCode code =
         sqlite3_open_v2(plainPath.c_str(), &m_database,
                         SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
@@ -86,13 +87,13 @@ String SqliteConnection::openFile(const char* path) {
     return isReadOnly() ? kDenied : "";
 }
 
-// Without permission to write the database opens a file for reading only, without an error.
+// Without write permission the database opens a file read-only, without an error.
 bool SqliteConnection::isReadOnly() const {
     return sqlite3_db_readonly(m_database, "main") != 0;
 }
 
-// The head is read through the database's own handle: a second descriptor of the file, once closed, would
-// take this process's locks on it away. Until here nothing was locked and nothing written.
+// The header is read through the database's own handle: closing a second descriptor of the file would release
+// this process's locks on it. Before this point nothing was locked or written.
 String SqliteConnection::checkHead() {
     sqlite3_file* file = nullptr;
     sqlite3_file_control(m_database, "main", SQLITE_FCNTL_FILE_POINTER, &file);
@@ -102,9 +103,9 @@ String SqliteConnection::checkHead() {
     return code == SQLITE_OK ? faultOfHead(head) : reason(code);
 }
 
-// A new file gets its layout in one step with a rollback journal, so that whoever finds bytes in the file
-// finds a head that tells whose it is. Whether it is new is told by its content: a process killed in that
-// step leaves bytes that the lock takes back.
+// A new file receives its layout in one step with a rollback journal, so that a file with any content has a
+// header that identifies its owner. Its content shows whether it is new: if the process is killed in that
+// step, taking the lock rolls the bytes back.
 String SqliteConnection::lock() {
     for (const int distrusted :
          {SQLITE_DBCONFIG_ENABLE_TRIGGER, SQLITE_DBCONFIG_ENABLE_VIEW, SQLITE_DBCONFIG_TRUSTED_SCHEMA})
@@ -136,7 +137,7 @@ String SqliteConnection::checkLayout() {
                                                  : String("damaged: it doesn't hold the tables of a store");
 }
 
-// The checkpoint brings the new version into the head of the file itself, where earlier programs look for it.
+// The checkpoint writes the new version to the header of the file itself, where earlier programs look for it.
 String SqliteConnection::upgrade() {
     if (m_layout == kLayoutVersion) return {};
     if (isSmall() && readNumber("SELECT count(*) FROM entries WHERE typeof(value) <> 'blob'") != 0)
@@ -168,7 +169,7 @@ bool SqliteConnection::isInTransaction() const {
     return sqlite3_get_autocommit(m_database) == 0;
 }
 
-// Commits write to the log beside the file and don't wait for the disk; what is behind them is on the disk as
+// Commits write to the log next to the file and do not wait for the disk; everything committed is on disk as
 // soon as that log is.
 SqliteCode SqliteConnection::sync() {
     sqlite3_file* log = nullptr;
@@ -223,7 +224,7 @@ void SqliteStatement::finalize() {
 void SqliteStatement::bind(int index, ConstByteSpan bytes) {
     const void* const data = bytes.size != 0 ? bytes.data : static_cast<const void*>("");
     const SqliteCode code = sqlite3_bind_blob64(m_statement, index, data, bytes.size, SQLITE_STATIC);
-    if (code != SQLITE_OK) m_bindError = code; // the parameter still has the bytes of before
+    if (code != SQLITE_OK) m_bindError = code; // the parameter still has its previous bytes
 }
 
 void SqliteStatement::bind(int index, int64 number) {

@@ -23,7 +23,7 @@ void SqliteCursor::finalize() {
 bool SqliteCursor::seek(std::string_view position, Start start, SqliteCode& error) {
     reset();
     m_start = position;
-    if (start == Start::Behind) m_start += '\0'; // the smallest position behind it
+    if (start == Start::Behind) m_start += '\0'; // the smallest position after it
     m_statement.bind(1, ConstByteSpan::fromText(m_start));
     return step(error);
 }
@@ -38,8 +38,8 @@ bool SqliteCursor::step(SqliteCode& error) {
     return false;
 }
 
-/// Takes over the row that the statement is on. @return true if it is in its place. A position of another
-/// type than bytes is not: searches compare types first, and would miss rows around it.
+/// Reads the current row of the statement. @return true if it is in its place. A position that is not of type
+/// bytes is not: searches compare types first, and would miss rows around it.
 bool SqliteCursor::takeRow() {
     if (!m_statement.isBytes(2)) return false;
     const std::string_view position = m_statement.column(2).asText();

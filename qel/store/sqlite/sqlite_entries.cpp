@@ -62,7 +62,7 @@ SqliteCode SqliteEntries::read(std::string_view position, const std::function<vo
     return code == SQLITE_DONE ? SQLITE_OK : code;
 }
 
-/// Passes a row's value on, from the row itself or from where it leads to. @return 0 or the error.
+/// Passes a row's value on, from the row itself or from the table of large values. @return 0 or the error.
 SqliteCode SqliteEntries::takeValue(SqliteStatement& row, int column, std::string_view position,
                                     const std::function<void(ConstByteSpan)>& take) {
     if (row.isInteger(column)) return m_largeValues.read(row.number(column), position, take);
@@ -110,7 +110,7 @@ SqliteCode SqliteEntries::erase(std::string_view first, std::string_view last) {
     });
 }
 
-/// Calls @p write, which returns 0 or an error, and takes back what it wrote if it fails.
+/// Calls @p write, which returns 0 or an error, and rolls back its changes if it fails.
 template <typename Write>
 SqliteCode SqliteEntries::writeBothTables(const Write& write) {
     if (const SqliteCode code = m_savepoint.run()) return code;
@@ -148,7 +148,7 @@ SqliteCode SqliteEntries::setLarge(const Row& row) {
     return setRow(row);
 }
 
-/// Writes a row whose value is bound already.
+/// Writes a row whose value is already bound.
 SqliteCode SqliteEntries::setRow(const Row& row) {
     m_set.bind(1, ConstByteSpan::fromText(row.position));
     m_set.bind(2, row.key);

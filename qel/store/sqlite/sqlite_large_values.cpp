@@ -12,7 +12,7 @@ namespace qel::internal {
 
 namespace {
 
-/// Bits of a number that are the check sum; a running number is in those above.
+/// The number of low bits of a number that are the checksum; a running number is in the bits above.
 constexpr int kCheckBits = 24;
 
 int64 checkSumOf(std::string_view position) {

@@ -14,13 +14,14 @@ namespace qel::internal {
 
 namespace {
 
-/// Results of get() above this size give their memory back when they are used again.
+/// Results of get() above this size release their memory when they are reused.
 constexpr size_t kKeptValueSize = 64 * 1024;
 
-/// Behind the place of every key that doesn't begin with as many End, which no real key does.
+/// Follows the position of every key that does not begin with that many End elements, which real keys never
+/// do.
 constexpr std::string_view kBehindAll = "\xFF\xFF\xFF\xFF";
 
-/// Why a file can't be opened; empty for success.
+/// Returns the reason why a file cannot be opened; empty for success.
 String reasonOf(SqliteCode code) {
     if (code == SQLITE_OK) return {};
     return (isSqliteDamage(code) ? "damaged: " : "") + sqliteErrorText(code);
@@ -41,8 +42,8 @@ SqliteStoreData::SqliteStoreData(SqliteStore* store, SmartCStr path)
     releaseFile(false);
 }
 
-/// Opens the file. What can be checked before the file is changed is checked. @return the reason of a
-/// failure.
+/// Opens the file. Everything that can be checked before the file is changed is checked.
+/// @return the reason of a failure.
 String SqliteStoreData::open() {
     String fault = m_connection.open(m_path.c_str());
     if (fault.empty()) fault = reasonOf(m_up.prepare(m_connection.get(), SqliteCursor::Direction::Up));
@@ -89,7 +90,7 @@ void SqliteStoreData::set(const Item& key, const Item& value) {
     store(equal, value);
 }
 
-/// Writes at the place of m_orderKey.
+/// Writes at the position of m_orderKey.
 void SqliteStoreData::store(const Item& key, const Item& value) {
     const SqliteEntries::Row row{m_orderKey.bytes(), key.getConstByteSpan(), value.getConstByteSpan()};
     const size_t bytes = row.position.size() + row.key.size + row.value.size;
@@ -97,7 +98,7 @@ void SqliteStoreData::store(const Item& key, const Item& value) {
 }
 
 /// Calls @p write, which writes @p bytes to positions from @p first to @p last and returns a SqliteCode.
-/// @return whether it was done.
+/// @return true if it was done.
 template <typename Write>
 bool SqliteStoreData::write(std::string_view first, std::string_view last, size_t bytes, const Write& write) {
     resetCursors();
@@ -123,7 +124,7 @@ void SqliteStoreData::remove(const Item& first, const Item& last) {
     erase(m_orderKey.bytes(), m_lastKey.bytes());
 }
 
-// Goes from one group of equal keys to the next, so that each bound means what compare() makes of it.
+// Moves from one group of equal keys to the next, so that each bound is compared with compare().
 void SqliteStoreData::removeByQuestion(const Item& first, const Item& last) {
     Item key(first);
     do {
@@ -131,7 +132,7 @@ void SqliteStoreData::removeByQuestion(const Item& first, const Item& last) {
     } while (good() && next(key, key) && Item::compare(key, last) <= 0);
 }
 
-/// Erases all keys that are equal to @p key.
+/// Removes all keys that are equal to @p key.
 void SqliteStoreData::eraseEqual(const Item& key) {
     m_orderKey.assign(key);
     if (!m_orderKey.isQuestion()) {
@@ -204,7 +205,7 @@ const Item* SqliteStoreData::get(const Item& key) {
     return find();
 }
 
-/// Reads what is at the place of m_orderKey.
+/// Reads the entry at the position of m_orderKey.
 const Item* SqliteStoreData::find() {
     const Item* value = nullptr;
     const SqliteCode code =
@@ -261,10 +262,10 @@ bool SqliteStoreData::prev(const Item& key, Item& out) {
     return found(m_down.seek(m_orderKey.bytes(), SqliteCursor::Start::At, error), error) && give(m_down, out);
 }
 
-// Keys that begin as a question does lie together. Among them those that are smaller, equal and greater than
-// it may lie mixed, so each is compared. m_orderKey is the question's and is changed.
+// Keys that begin like a question are adjacent. Among them, keys that are smaller than, equal to and greater
+// than the question may be mixed, so each is compared. m_orderKey is the question's and is changed.
 
-/// Calls @p visit(key) for each key that is equal to @p question. When that returns false m_up stays there.
+/// Calls @p visit(key) for each key that is equal to @p question. If it returns false, m_up stays there.
 template <typename Visit>
 void SqliteStoreData::visitEqual(const Item& question, const Visit& visit) {
     SqliteCode error = SQLITE_OK;
@@ -282,7 +283,7 @@ void SqliteStoreData::visitEqual(const Item& question, const Visit& visit) {
     found(false, error);
 }
 
-/// Puts m_up on the first key that is equal to @p question. @return whether there is one.
+/// Moves m_up to the first key that is equal to @p question. @return true if there is one.
 bool SqliteStoreData::findEqual(const Item& question) {
     bool isThere = false;
     visitEqual(question, [&isThere](const Item&) {
@@ -309,7 +310,7 @@ bool SqliteStoreData::prevOfQuestion(const Item& question, Item& out) {
 
 // --- Health -----------------------------------------------------------------------------------------------
 
-/// Whether the file is open; a write that finds it closed is a loss.
+/// Returns true if the file is open; a write to a closed file is a loss.
 bool SqliteStoreData::isWritable() {
     if (!good()) noteLoss("the store is not open");
     return good();
@@ -349,7 +350,7 @@ bool SqliteStoreData::verify() {
     return good();
 }
 
-/// Walks over all entries. @return the first error that the walk meets.
+/// Iterates over all entries. @return the first error.
 SqliteCode SqliteStoreData::checkKeys() {
     SqliteCode error = SQLITE_OK;
     bool isRow = m_up.seek({}, SqliteCursor::Start::At, error);

@@ -65,7 +65,7 @@ SqliteCode SqliteTransactions::wrote(size_t bytes) {
     return isEnough ? commitGathered() : 0;
 }
 
-// Some errors make the database roll back the whole transaction by itself.
+// Some errors make the database roll back the whole transaction.
 void SqliteTransactions::writeFailed() {
     const bool isAllGone = !m_connection.isInTransaction();
     if (isAllGone) {
@@ -102,7 +102,7 @@ SqliteCode SqliteTransactions::commit(bool& isKept) {
     return joinUndoPoints();
 }
 
-/// Hands the innermost undo point on to the level around its own.
+/// Passes the innermost undo point on to the level that encloses its own.
 SqliteCode SqliteTransactions::joinUndoPoints() {
     const int around = m_undoPoints.back() - 1;
     const bool isOwnAround = m_undoPoints.size() > 1 && m_undoPoints.end()[-2] == around;
@@ -130,7 +130,7 @@ SqliteCode SqliteTransactions::rollback() {
     return hasUndoPoint(level) ? undo() : 0;
 }
 
-/// Takes back what was written since the innermost undo point; if that fails, the whole transaction.
+/// Rolls back the changes since the innermost undo point; if that fails, the whole transaction.
 SqliteCode SqliteTransactions::undo() {
     const SqliteCode code = takeBackLevel();
     if (code == 0 || m_undoPoints.empty()) return code;

@@ -4,8 +4,8 @@
 
 namespace qel::internal {
 
-// What the outer level noted is older and stays. The smaller of both moves into the larger, so that a
-// position that passes through many levels is moved seldom.
+// The records of the outer level are older and are kept. The smaller of both sets is moved into the larger
+// one, so that a position that passes through many levels is seldom moved.
 void SqliteUndoLog::commit() {
     OldRows inner = std::move(m_levels.back());
     m_levels.pop_back();
@@ -27,7 +27,7 @@ SqliteCode SqliteUndoLog::rollback() {
     return 0;
 }
 
-/// Erases first, so that the row gets its old key back, too.
+/// Erases the row first, so that it gets its old key back, too.
 SqliteCode SqliteUndoLog::restore(std::string_view position, const std::optional<OldRow>& row) {
     const SqliteCode code = m_entries.erase(position, position);
     if (code || !row) return code;
@@ -41,7 +41,7 @@ SqliteCode SqliteUndoLog::note(std::string_view first, std::string_view last) {
         noted.try_emplace(std::string(row.position),
                           OldRow{std::string(row.key.asText()), std::string(row.value.asText())});
     });
-    noted.try_emplace(std::string(first)); // nothing was there, or it is noted by now
+    noted.try_emplace(std::string(first)); // there was no row, or it has been recorded
     return code;
 }
 

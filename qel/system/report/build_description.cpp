@@ -12,7 +12,7 @@ bool isNumber(const String& piece) {
            std::all_of(piece.begin(), piece.end(), [](char c) { return c >= '0' && c <= '9'; });
 }
 
-/// Takes the pieces of a description off its front, one kind after the other.
+/// Removes the parts of a description from its front, one kind after the other.
 class Parser {
 public:
     explicit Parser(SmartCStr description) {
@@ -52,7 +52,7 @@ private:
         if (!m_build.isRelease && !m_build.isResearch) m_label = kind;
     }
 
-    /// Commits beyond a release make a build that is none; its kind only shows in the text.
+    /// Commits after a release mean that the build is not a release; its kind then appears only in the text.
     void takeCommits() {
         if (m_pieces.empty() || !isNumber(m_pieces.front())) return;
         if (m_build.isCE)

@@ -1,4 +1,4 @@
-// Readies the dump that a crash of this process would leave.
+// Prepares the dump that a crash of this process would write.
 #include <qel/system/core/system.h>
 
 #include <qel/files/directory.h>
@@ -18,7 +18,7 @@ namespace {
 
 constexpr size_t kMostOldDumps = 255;
 
-/// Fixed now and not at the crash: names begin with the date, so that they sort by age.
+/// Chosen now and not in the crash. Names begin with the date, so that they sort by age.
 String dumpName() {
     constexpr std::string_view kRevision = QEL_REVISION_HASH;
     const GregorianDate now(Object::system()->getUTCDateTime());

@@ -10,7 +10,7 @@ namespace qel {
 
 namespace {
 
-/// The formatted text, of any length, with a point for decimals in every locale.
+/// Returns the formatted text, of any length, with a decimal point in every locale.
 std::string formatted(const char* format, std::va_list arguments) {
     const platform::CLocaleScope plainNumbers;
     std::va_list again;

@@ -20,8 +20,8 @@ const internal::BuildDescription& build() {
     return description;
 }
 
-/// Reads a number as scanf does, with blanks and a sign ahead, and takes it off the front of @p text. Where
-/// there is none, it is 0 and nothing more is read.
+/// Reads a number as scanf does, after optional spaces and a sign, and removes it from the front of @p text.
+/// Without a number the result is 0 and nothing more is read.
 uint32 takeNumber(std::string_view& text) {
     text.remove_prefix(std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size()));
     if (text.starts_with('+')) text.remove_prefix(1);
@@ -31,7 +31,7 @@ uint32 takeNumber(std::string_view& text) {
     return static_cast<uint32>(number);
 }
 
-/// Takes the point between two numbers; without one nothing more is read.
+/// Removes the point between two numbers; without one nothing more is read.
 void takePoint(std::string_view& text) {
     text = text.starts_with('.') ? text.substr(1) : std::string_view();
 }
@@ -82,7 +82,7 @@ String Version::getAppTitle(const char* name) {
 }
 
 String Version::createFullUDI(const char* code) {
-    // The version that the device is registered under; it does not follow the build's description.
+    // The version under which the device is registered; it does not depend on the build's description.
     constexpr int kMajor = 6;
     constexpr int kMinor = 9;
     constexpr int kPatch = 0;

@@ -18,7 +18,7 @@ constexpr unsigned kRunsOnAll = 640;
 
 using Matrix = std::array<std::array<float, 4>, 4>;
 
-/// A slow turn about two axes: its powers neither grow nor vanish.
+/// A small rotation about two axes: its powers neither grow nor vanish.
 constexpr Matrix kFactor{{{0.9998f, -0.02f, 0.0f, 0.0f},
                           {0.02f, 0.9998f, 0.0f, 0.0f},
                           {0.0f, 0.0f, 0.9998f, -0.02f},
@@ -34,14 +34,14 @@ Matrix multiplied(const Matrix& a, const Matrix& b) {
     return product;
 }
 
-/// One run. The result depends on every multiplication, so that none can be left out.
+/// Does one run. The result depends on every multiplication, so none can be optimised away.
 float multiplyOften() {
     Matrix matrix{{{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}}};
     for (unsigned i = 0; i < kMultiplicationsPerRun; ++i) matrix = multiplied(matrix, kFactor);
     return matrix[0][0] + matrix[3][3];
 }
 
-/// Where results go; volatile, so that they count as used.
+/// Receives the results; volatile, so that they count as used.
 volatile float g_scratch[kRunsOnAll];
 
 class BenchmarkTask : public TaskQueue::Task {
@@ -55,7 +55,8 @@ double secondsSince(int64 stamp) {
     return static_cast<double>(Object::system()->getUTCDateTime() - stamp) / 10'000'000;
 }
 
-/// Speed on a scale on which a reference machine has about 100. @param work  a figure for the work done.
+/// Returns the speed on a scale where a reference machine has about 100. @param work  the amount of work
+/// done.
 float speedIndex(double work, double seconds) {
     return static_cast<float>(work / seconds / 44.77 / 3.403);
 }

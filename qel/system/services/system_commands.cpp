@@ -8,7 +8,7 @@ namespace qel {
 
 namespace {
 
-// The two kinds of runs tell success and failure in opposite senses; callers rely on both.
+// The two kinds of runs report success and failure in opposite ways; callers rely on both.
 
 int runElevated(const std::vector<std::string>& arguments, const platform::RunOptions& options) {
     return platform::runElevated(arguments, options, platform::elevationMeans()).started ? 1 : 0;

@@ -13,14 +13,14 @@ namespace qel {
 
 namespace {
 
-/// Folder of this product family below the folders for program data.
+/// The folder of this product family below the folders for program data.
 constexpr const char* kProductFolder = "ORLANE";
 
 void warnUnlessAccessible(const char* what, const String& path) {
     if (!File::isAccessible(path, false)) logging::warning() << what << " '" << path << "' is not accessible";
 }
 
-/// @p folder, or the empty string and an error when it is unknown.
+/// Returns @p folder, or logs @p error and returns an empty string if it is unknown.
 String known(const std::string& folder, const char* error) {
     if (folder.empty()) logging::error() << error;
     return folder;

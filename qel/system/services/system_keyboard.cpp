@@ -1,4 +1,4 @@
-// The keyboard that the host shows on behalf of an object.
+// The keyboard that the host shows for an object.
 #include <qel/system/core/system.h>
 
 #include <qel/system/services/keyboard_receiver.h>
@@ -16,7 +16,7 @@ void System::showKeyboard(KeyboardReceiver* receiver, SmartCStr text, int layout
     const bool changed = receiver != before;
     m_keyboardReceiver = nullptr;
     if (receiver) {
-        const WeakPointer<Object> guard(receiver); // the host's hook may end it
+        const WeakPointer<Object> guard(receiver); // the host's hook may destroy it
         noteActivity();
         delegateKeyboardShow(repaired.c_str(), layout, clamped, rect, multiline, obscured);
         m_lastKeyboardLayout = layout;
@@ -49,7 +49,7 @@ void System::disableKeyboardReceiver() {
 }
 
 KeyboardReceiver* System::getKeyboardReceiver() const {
-    return static_cast<KeyboardReceiver*>(m_keyboardReceiver.get()); // showKeyboard takes no other class
+    return static_cast<KeyboardReceiver*>(m_keyboardReceiver.get()); // showKeyboard accepts no other class
 }
 
 } // namespace qel

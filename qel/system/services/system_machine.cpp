@@ -1,4 +1,4 @@
-// What System tells about the machine and this process.
+// Facts that System reports about the machine and this process.
 #include <qel/system/core/system.h>
 
 #include <qel/platform/machine.h>
@@ -12,17 +12,17 @@ namespace qel {
 
 namespace {
 
-/// Places in the sample that System keeps.
+/// Indices in the sample that System keeps.
 enum CpuTime { kIdle, kKernel, kUser };
 
-/// The share of time that was not idle between two samples, or -1 where they tell nothing.
+/// Returns the share of time that was not idle between two samples, or -1 if they do not show it.
 float busyShare(const Vector<uint64>& before, const Vector<uint64>& now) {
     if (before.empty() || now[kIdle] < before[kIdle] || now[kKernel] < before[kKernel] ||
         now[kUser] <= before[kUser])
         return -1.0f;
     const auto idle = static_cast<double>(now[kIdle] - before[kIdle]);
     const auto total = static_cast<double>(now[kKernel] - before[kKernel] + now[kUser] - before[kUser]);
-    return static_cast<float>(std::clamp((total - idle) / total, 0.0, 1.0)); // kernel holds the idle time
+    return static_cast<float>(std::clamp((total - idle) / total, 0.0, 1.0)); // kernel time includes idle time
 }
 
 } // namespace

@@ -20,7 +20,7 @@ uint64 System::randomULong() {
 uint32 System::randomUIntRange(uint32 lo, uint32 hi) {
     const uint32 draw = randomUInt();
     const uint32 count = hi - lo + 1;
-    return lo + (count ? draw % count : draw); // a count of 2^32 wraps to 0: then every draw fits
+    return lo + (count ? draw % count : draw); // a count of 2^32 wraps to 0: then every draw is in range
 }
 
 void System::randomBytes(void* bytes, size_t size) {

@@ -6,7 +6,7 @@
 namespace qel {
 
 Alarm::~Alarm() {
-    if (m_scheduled) unlink(); // on the stack; an alarm that the wheel holds doesn't die
+    if (m_scheduled) unlink(); // on the stack; an alarm that the wheel holds is not destroyed
 }
 
 void Alarm::scheduleInSeconds(int seconds) {

@@ -1,4 +1,4 @@
-// The release of an object on a worker, which only this unit can start.
+// Releases an object on a worker, which only this unit can start.
 #include <qel/foundation/base/object.h>
 #include <qel/foundation/base/timed_references.h>
 #include <qel/system/core/system.h>

@@ -15,7 +15,7 @@ namespace qel {
 namespace {
 
 /// One execution of a kernel. The caller and the workers take parts until none is left; a worker that comes
-/// too late finds none and never touches the kernel.
+/// too late finds none and never accesses the kernel.
 class KernelTask final : public TaskQueue::Task {
 public:
     KernelTask(ParallelKernel& kernel, uint32 parts) : m_kernel(kernel), m_parts(parts), m_remaining(parts) {}

@@ -11,7 +11,7 @@ namespace {
 
 constexpr uint32 kUnitMs = 1024;
 
-/// The present time, cut to whole units.
+/// Returns the current time, truncated to whole units.
 uint32 unitStart() {
     return Object::system()->getTimeFast() & ~(kUnitMs - 1);
 }

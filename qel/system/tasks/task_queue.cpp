@@ -100,7 +100,7 @@ void TaskQueue::processTasks() {
     setActiveCountLocked(activeCount() - 1);
 }
 
-/// Takes all that may run now. @return the pushes so far, for linger().
+/// Takes all runs that may start now. @return the number of pushes so far, for linger().
 uint32 TaskQueue::takeBatchLocked() {
     m_batchCount.store(m_current.count, std::memory_order_relaxed);
     m_batch.store(m_current.first);
@@ -281,7 +281,7 @@ void TaskQueue::dropBatch(Dropped& dropped) {
     }
 }
 
-/// Takes the runs that nobody has begun off the entry.
+/// Removes the runs that nobody has begun from the entry.
 void TaskQueue::drop(Entry& entry, Dropped& dropped) {
     const int64 count = entry.remaining.exchange(0);
     if (count <= 0) return;

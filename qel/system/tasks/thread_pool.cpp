@@ -44,7 +44,7 @@ void ThreadPool::pushQueueFromWorker(unsigned units, TaskQueue* queue, bool high
     for (uint32 starts = enqueue(units, queue, highPriority); starts != 0; --starts) tryStartWorker();
 }
 
-/// Schedules the runs. @return how many workers the caller has to start; they are already counted.
+/// Schedules the runs. @return the number of workers that the caller has to start; they are already counted.
 uint32 ThreadPool::enqueue(unsigned units, TaskQueue* queue, bool highPriority) {
     BriefLock lock(m_mutex);
     std::deque<Runs>& runs = m_runs[highPriority ? 1 : 0];

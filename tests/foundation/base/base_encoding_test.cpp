@@ -99,7 +99,7 @@ TEST_P(BaseEncoding, CharactersOutsideTheAlphabetFailEverywhere) {
     }
 }
 
-TEST(StringBase16, TakesPairsOfDigitsAndEndsAtAZero) {
+TEST(StringBase16, ReadsPairsOfDigitsAndEndsAtAZero) {
     uint8 bytes[4] = {};
     EXPECT_FALSE(util::decodeBase16(bytes, bytes, static_cast<size_t>(-2)));
     for (const char* broken : {"4", "4g", "6aB"}) EXPECT_EQ(String(broken).decodeBase16(), "") << broken;

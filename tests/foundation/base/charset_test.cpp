@@ -49,7 +49,7 @@ TEST(Charset, RepertoireSwitchesAreRemoved) {
     EXPECT_EQ(String("\x1B(X\x1B$\x1B").remove_escape_langchange(), "\x1B(X\x1B$\x1B") << "others stay";
 }
 
-TEST(Charset, KoreanTakesTheWholeUnifiedHangulCode) {
+TEST(Charset, KoreanAcceptsTheWholeUnifiedHangulCode) {
     const String bytes = "\x81\x42\xC6\x52";
     const String text = bytes.utf8_convert_from_charset(Charset::Korean);
     EXPECT_EQ(text, "\uAC03\uD7A3");

@@ -67,7 +67,7 @@ TEST(Matrix, AViewMovesTheEyeToTheOriginAndLooksAlongZ) {
         << "an axis without a direction is zero, not NaN";
 }
 
-TEST(Matrix, PerspectiveMapsNearAndFarToMinusOneAndOne) {
+TEST(Matrix, PerspectiveMapsDepthFromMinusOneToOne) {
     const Double4x4 projection = Double4x4::Perspective(kQuarter, 2, 1, 9);
     const IVec4<double> near = projection.transform(IVec4<double>(0, 1, 1, 1));
     EXPECT_NEAR(near.z / near.w, -1, 1e-12);

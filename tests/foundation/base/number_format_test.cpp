@@ -128,7 +128,7 @@ TEST(PrintfFormat, TextTooLongForAnIntIsEmpty) {
     EXPECT_EQ(print("%2147483647d%d", 1, 2), "");
 }
 
-TEST(StringFormat, TakesTextsOfEveryKindAndEnumerations) {
+TEST(StringFormat, AcceptsStringsOfEveryKindAndEnumerations) {
     enum class Small : uint8 { Three = 3 };
     EXPECT_EQ(stringFormat("%s %s %s %s", String("a"), StringId("b"), SmartCStr("c"), std::string("d")),
               "a b c d");

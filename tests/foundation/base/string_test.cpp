@@ -101,7 +101,7 @@ TYPED_TEST(TextSearch, FindsTheEnd) {
     EXPECT_FALSE(this->m_empty.ends_with('\n'));
 }
 
-TYPED_TEST(TextSearch, FindsWhatIsInside) {
+TYPED_TEST(TextSearch, FindsCharactersAndTextsInside) {
     EXPECT_TRUE(this->m_text.contains('.'));
     EXPECT_TRUE(this->m_text.contains("y.d"));
     EXPECT_FALSE(this->m_text.contains('D'));

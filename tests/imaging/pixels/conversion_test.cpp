@@ -177,7 +177,7 @@ bool isYuv(FormatID f) {
     return f == Y1UV2 || f == Y1U2V2 || f == Y1V2U2 || f == Y1VU2;
 }
 
-/// Whether images of one format can become another, as the tables of the manual state it.
+/// Returns true if images of one format can become another, according to the tables of the manual.
 bool isSupported(FormatID from, FormatID to) {
     for (const FormatPair& pair : pairs())
         if (pair.from == from && pair.to == to) return true;

@@ -19,8 +19,8 @@ inline uint8 noise(std::size_t i) {
 /// An image in foreign memory of its own, with guard bytes around each row of each plane.
 class GuardedImage {
 public:
-    /// Fills all bytes with noise. @param extra  bytes of padding after each row. @param upsideDown  whether the
-    /// first row is the last in memory.
+    /// Fills all bytes with noise. @param extra  bytes of padding after each row. @param upsideDown  whether
+    /// the first row is the last in memory.
     GuardedImage(FormatID format, IVec2<int> size, int extra = 5, bool upsideDown = false) {
         const Image layout(format, size);
         Vector<ByteSpan> spans;

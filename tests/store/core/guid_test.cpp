@@ -10,7 +10,7 @@ using qel::GUID;
 
 constexpr const char* kDigits = "01000000000000000000000000000000000000000000000000000000000000AB";
 
-TEST(Guid, IsWrittenInTheOrderOfItsBytes) {
+TEST(Guid, IsWrittenInByteOrder) {
     GUID guid;
     guid.bytes[0] = 1;
     guid.bytes[31] = 0xAB;
@@ -23,7 +23,7 @@ TEST(Guid, IsWrittenInTheOrderOfItsBytes) {
     }
 }
 
-TEST(Guid, IsReadFromAStreamAsExactly64Digits) {
+TEST(Guid, IsReadFromExactly64Digits) {
     std::stringstream stream;
     GUID guid;
     std::string rest;
@@ -39,7 +39,8 @@ TEST(Guid, IsReadFromAStreamAsExactly64Digits) {
 
 TEST(Guid, HasANickname) {
     EXPECT_EQ(GUID().getFantasyName(), "god");
-    // FNV-1a of a byte 01, 30 zeros and a byte AB, computed apart from this library, picks the syllables.
+    // The syllables follow from 32-bit FNV-1a of a byte 01, 30 zeros and a byte AB, computed outside this
+    // library.
     EXPECT_EQ(GUID::fromString(kDigits).getFantasyName(), "latraduror");
 }
 

@@ -30,7 +30,7 @@ std::string_view bytesOf(const Item& item) {
     return item.getConstByteSpan().asText();
 }
 
-/// The order as its rules tell it, element by element, through the readers.
+/// Compares by the documented rules, element by element, with the readers.
 int orderByTheRules(const Item& a, const Item& b) {
     Item::Iterator inA(a), inB(b);
     for (;;) {
@@ -73,7 +73,7 @@ std::string orderedForm(const Item& item) {
     return std::string(form.bytes());
 }
 
-TEST(ItemOrder, FollowsItsRulesAndTheOrderedBytesFollowIt) {
+TEST(ItemOrder, FollowsItsRulesAsTheOrderedBytesDo) {
     for (const bool wildcards : {false, true}) {
         RandomItems items(1, wildcards);
         int equal = 0;
@@ -100,14 +100,14 @@ TEST(ItemOrder, HasTheDocumentedBytes) {
     EXPECT_EQ(entries, qel::test::documentedEntries("order"));
 }
 
-TEST(ItemOrder, TakesANaNForEveryNumber) {
+TEST(ItemOrder, TreatsANaNAsEqualToEveryNumber) {
     const Item nan = Item().addFloat(NAN);
     EXPECT_EQ(nan, Item().addFloat(-INFINITY));
     EXPECT_LT(Item(nan).add(1), Item().addFloat(3.0).add(2));
 }
 
-TEST(ItemOrder, ReadsNestedListsDownToTheLimitAndTheirBytesBelowIt) {
-    // The numbers rank otherwise than their bytes do, which tells how the last list was compared.
+TEST(ItemOrder, ReadsNestedListsDownToTheLimit) {
+    // The numbers are ordered differently from their bytes, which shows how the last list was compared.
     for (const int levels : {64, 1000, Item::kMaxDepth, Item::kMaxDepth + 1, 100'000, 3'300'000}) {
         const Item one = nest(levels, Item().addInteger64(256)), other = nest(levels, Item().addInteger64(1));
         const int expected = levels <= Item::kMaxDepth ? 1 : -1;
@@ -117,8 +117,8 @@ TEST(ItemOrder, ReadsNestedListsDownToTheLimitAndTheirBytesBelowIt) {
     }
 }
 
-TEST(ItemOrder, ComparesDeepListsWithoutScanningThemOncePerLevel) {
-    // Scanned anew at each of 4,096 levels, 16 MiB would take minutes.
+TEST(ItemOrder, ComparesDeepListsInLinearTime) {
+    // If 16 MiB were scanned again at each of 4,096 levels, this would take minutes.
     const std::string text(16 << 20, 'a');
     const Item one = nest(Item::kMaxDepth, Item(text).add(1)),
                other = nest(Item::kMaxDepth, Item(text).add(2));

@@ -20,7 +20,7 @@ constexpr const char* kGuidDigits = "000102030405060708090A0B0C0D0E0F10111213141
 static_assert(std::is_nothrow_move_constructible_v<Item>);
 static_assert(std::is_nothrow_move_assignable_v<Item>);
 
-TEST(ItemWriting, GivesTheDocumentedBytes) {
+TEST(ItemWriting, WritesTheDocumentedBytes) {
     const GUID guid = GUID::fromString("01" + std::string(62, '0'));
     const uint8 two[] = {0xAB, 0};
     Item item = Item(-1).add(128).add(32'768).add(int64{2'147'483'648}).add(1.5).add("ab").addBuffer(two, 2);
@@ -29,7 +29,7 @@ TEST(ItemWriting, GivesTheDocumentedBytes) {
     EXPECT_EQ(item.getBase16(), test::documentedBytes("item/elements"));
 }
 
-TEST(ItemWriting, TakesValuesInManyForms) {
+TEST(ItemWriting, AcceptsValuesInManyForms) {
     const struct {
         Item item;
         std::string bytes;
@@ -46,7 +46,7 @@ TEST(ItemWriting, TakesValuesInManyForms) {
     for (const auto& row : rows) EXPECT_EQ(row.item.getBase16(), row.bytes);
 }
 
-TEST(ItemWriting, TakesTheNarrowestIntegerWhichEqualsTheWidestOne) {
+TEST(ItemWriting, WritesTheNarrowestInteger) {
     for (const size_t bytes : {1, 2, 4, 8}) {
         const int64 highest = INT64_MAX >> (64 - 8 * bytes),
                     below = bytes == 1 ? 0 : INT64_MAX >> (64 - 4 * bytes);
@@ -60,7 +60,7 @@ TEST(ItemWriting, TakesTheNarrowestIntegerWhichEqualsTheWidestOne) {
     EXPECT_EQ(Item(4294967295u).getBase16(), "01FFFFFFFF00000000");
 }
 
-TEST(ItemWriting, LeavesOutWhatNoElementCanHold) {
+TEST(ItemWriting, LeavesOutWhatNoElementCanContain) {
     const uint8 byte = 0;
     EXPECT_TRUE(Item().addBuffer(&byte, size_t{1} << 32).empty());
 }
@@ -74,7 +74,7 @@ TEST(ItemMemory, CopiesBytesAndMovesBlocks) {
         const uint8* const block = copy.getPlainBytePointer();
         Item moved = std::move(copy);
         EXPECT_EQ(moved.getPlainBytePointer() == block, length == 300);
-        EXPECT_EQ(copy.empty(), length == 300); // an inline source stays as it was
+        EXPECT_EQ(copy.empty(), length == 300); // an inline source is unchanged
         Item assigned(1);
         assigned = std::move(moved);
         EXPECT_EQ(assigned.getBase16(), source.getBase16());
@@ -82,7 +82,7 @@ TEST(ItemMemory, CopiesBytesAndMovesBlocks) {
     }
 }
 
-TEST(ItemMemory, TakesItsOwnBytesAsSource) {
+TEST(ItemMemory, AcceptsItsOwnBytesAsSource) {
     for (const size_t length : {3, 30, 300, 3000}) {
         const Item element(std::string(length, 'a'));
         Item item = element;
@@ -98,7 +98,7 @@ TEST(ItemMemory, TakesItsOwnBytesAsSource) {
     }
 }
 
-TEST(ItemReading, TakesOnlyWhatFits) {
+TEST(ItemReading, ReadsOnlyTheRequestedType) {
     using At = Item::Iterator;
     const auto reads = [](auto value, bool (At::*read)(decltype(value)&)) {
         return [=](At at) mutable { return (at.*read)(value); };
@@ -123,7 +123,7 @@ TEST(ItemReading, TakesOnlyWhatFits) {
     EXPECT_EQ(fitting, "iftsgnbtop");
 }
 
-TEST(ItemReading, CutsIntegersToTheTypeThatIsRead) {
+TEST(ItemReading, TruncatesIntegersToTheRequestedType) {
     const Item source = Item(-2).add(0x1'0000'0002);
     Item::Iterator it(source);
     uint64 bits;
@@ -154,10 +154,10 @@ TEST(ItemReading, ReadsTables) {
     Map<SmartCStr, Item> map;
     EXPECT_TRUE(table.getIterator().asWeakTable(map));
     EXPECT_FALSE(Item("table").getIterator().asWeakTable(map));
-    EXPECT_EQ(map, (Map<SmartCStr, Item>{{"k", Item(2)}})); // the first key that is no text ends it
+    EXPECT_EQ(map, (Map<SmartCStr, Item>{{"k", Item(2)}})); // the first key that is not text ends it
 }
 
-TEST(ItemReading, ConvertsWhateverFits) {
+TEST(ItemReading, ConvertsBetweenTypes) {
     const GUID guid = GUID::fromString(kGuidDigits);
     const struct {
         Item item;

@@ -39,12 +39,12 @@ TEST(ItemText, NamesEachElement) {
     }
 }
 
-TEST(ItemText, CarriesThePlainBytes) {
+TEST(ItemText, EncodesThePlainBytes) {
     Item back("text");
     EXPECT_TRUE(back.setBase64(Item(300).getBase64()));
     EXPECT_EQ(back, Item(300));
     EXPECT_FALSE(back.setBase16("ABC"));
-    EXPECT_EQ(back, Item(300)); // a size that can't be is found before anything is written
+    EXPECT_EQ(back, Item(300)); // an impossible size is detected before anything is written
     EXPECT_FALSE(back.setBase16("XY"));
     EXPECT_TRUE(back.empty());
     EXPECT_FALSE(back.setBase64("a+b/"));
@@ -78,7 +78,7 @@ TEST(ItemJson, MapsEachElement) {
     EXPECT_EQ(Item().add(Item(1)).getJSON(true), "[\n  1\n]");
 }
 
-TEST(ItemJson, ReadsWhatItMaps) {
+TEST(ItemJson, ReadsBackWhatItMaps) {
     const std::pair<std::string, std::string> rows[] = {
         {R"( {"b": [1, -2.5, 1e2], "a": {}} )", "{<PREFIX:table><ITEM:{<STR:a><PREFIX:table><ITEM:{}>"
                                                 "<STR:b><ITEM:{<INT:1><FLT:-2.5><FLT:100>}>}>}"},
@@ -95,7 +95,7 @@ TEST(ItemJson, ReadsWhatItMaps) {
     }
 }
 
-TEST(ItemJson, LogsWhatItCanNotRead) {
+TEST(ItemJson, LogsInvalidText) {
     qel::test::LogCapture capture;
     for (const std::string& json : {""s, "{"s, "[1,]"s, "// comment\n1"s, "1 2"s, "\"\xFF\""s, "nul"s,
                                     "[1]\0"s, "[1]\0 junk"s, "[\0]"s}) {
@@ -120,7 +120,7 @@ TEST(ItemJson, NestsDownToTheLimit) {
         EXPECT_TRUE(item.empty());
         capture.expect(3, "[SUPPORT] Failed parsing Item from JSON");
         const Item deep = qel::test::nest(levels);
-        // The list below the deepest level is empty: its bytes have ended.
+        // The list below the deepest level is read as empty, as if its bytes had ended.
         EXPECT_EQ(deep.getJSON(false), brackets(Item::kMaxDepth + 1));
         const auto rest = "TRAIL:" + std::to_string(5 * (below - 1)) + ">";
         EXPECT_EQ(deep.asString().find(rest) != String::npos, below > 1);

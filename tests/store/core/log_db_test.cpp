@@ -15,7 +15,7 @@ using namespace qel;
 
 namespace {
 
-/// What addLine() does, told line by line.
+/// A model of addLine() that works line by line.
 struct Model {
     std::map<int64, int64> lines;
     int64 begin = 0, end = 0;
@@ -52,13 +52,13 @@ struct LogDBTest : testing::Test {
 
 } // namespace
 
-TEST_F(LogDBTest, KeepsItsLinesInTheFormThatIsDocumented) {
+TEST_F(LogDBTest, StoresLinesInTheDocumentedForm) {
     log->setMaxNumLines(0);
     add(5, "hi");
     EXPECT_EQ(test::contentOf(*store), test::documentedEntries("log"));
 }
 
-TEST_F(LogDBTest, CutsAsToldUnderAnyLimitsAndGoesOnAfterARestart) {
+TEST_F(LogDBTest, CutsByItsLimitsAlsoAfterARestart) {
     for (unsigned seed = 0; seed < 10; ++seed) {
         std::mt19937 random(seed);
         root.remove();
@@ -78,7 +78,7 @@ TEST_F(LogDBTest, CutsAsToldUnderAnyLimitsAndGoesOnAfterARestart) {
     }
 }
 
-TEST_F(LogDBTest, TakesKeptLinesInPortionsOf512) {
+TEST_F(LogDBTest, MovesKeptLinesInPortionsOf512) {
     EXPECT_EQ(LogBackend::flushTo(1, log.get()), 0u);
     test::LogCapture capture;
     LogBackend::registerBackend(true);

@@ -37,7 +37,7 @@ TEST(MemoryStore, CopiesAndMovesItsOpenTransactions) {
     assigned = copy;
     MemoryStore moved(std::move(store));
     for (MemoryStore* each : {&copy, &assigned, &moved}) {
-        // Keys and values are those of the copy, not of the original.
+        // Keys and values belong to the copy, not to the original.
         EXPECT_EQ(contentOf(*each), after);
         each->rollback();
         EXPECT_EQ(contentOf(*each), before);
@@ -48,7 +48,7 @@ TEST(MemoryStore, CopiesAndMovesItsOpenTransactions) {
     EXPECT_EQ(contentOf(moved), before);
 }
 
-TEST(MemoryStore, BeginsAndCommitsNothingWithoutTransactions) {
+TEST(MemoryStore, BeginAndCommitDoNothingWithoutTransactions) {
     LogCapture log;
     MemoryStore store(false);
     store.begin();
@@ -58,7 +58,7 @@ TEST(MemoryStore, BeginsAndCommitsNothingWithoutTransactions) {
     EXPECT_EQ(*store.get(Item("a")), Item(1));
 }
 
-TEST(MemoryStore, KeepsValuesInTheirPlaceWhileOtherKeysAreWritten) {
+TEST(MemoryStore, ValuesDoNotMoveWhileOtherKeysAreWritten) {
     MemoryStore store;
     fill(store, 1000);
     const Item* const value = store.get(Item("key").add(500));
@@ -88,7 +88,7 @@ TEST(MemoryStore, GrowsAndShrinksInAnyOrder) {
     }
 }
 
-TEST(MemoryStore, WritesBlobsAsPairsOfSubItemsAndLeavesOutWhatIsNone) {
+TEST(MemoryStore, WritesBlobsAsPairsOfSubItems) {
     MemoryStore store;
     store.set(Item("b"), Item());
     store.set(Item(5), Item("v"));
@@ -106,7 +106,7 @@ TEST(MemoryStore, WritesBlobsAsPairsOfSubItemsAndLeavesOutWhatIsNone) {
     log.expect(3, "memorystore, left out 1 keys with a wildcard or a nan");
 }
 
-/// Counts what it is asked for, or breaks off.
+/// Counts the queries it receives, or throws.
 struct Counting : MemoryStore {
     const Item* get(const Item& key) override {
         if (isBroken) throw 1;
@@ -120,7 +120,7 @@ struct Counting : MemoryStore {
     bool isBroken = false;
 };
 
-TEST(CacheStore, RemembersWhatIsThereAndWhatIsNotForTheKeysThatWereUsedLast) {
+TEST(CacheStore, RemembersTheLastUsedKeysPresentOrAbsent) {
     const SmartPointer<Counting> backing(new Counting);
     CacheStore cache(backing.get());
     const auto counts = [&] {
@@ -132,7 +132,7 @@ TEST(CacheStore, RemembersWhatIsThereAndWhatIsNotForTheKeysThatWereUsedLast) {
     EXPECT_THROW(cache.get(Item("a")), int);
     EXPECT_THROW(cache.set(Item("a"), Item(2)), int);
     backing->isBroken = false;
-    EXPECT_EQ(*cache.get(Item("a")), Item()) << "of a call that was broken off it remembers nothing";
+    EXPECT_EQ(*cache.get(Item("a")), Item()) << "nothing is cached of a call that threw";
     for (int i = 0; i < 3; ++i) EXPECT_EQ(cache.get(Item("absent")), nullptr);
     EXPECT_EQ(cache.get(Item("a"))->getStore(), &cache);
     EXPECT_EQ(counts(), "3 3 2");

@@ -1,4 +1,4 @@
-// Items at random, of few different values, so that many of them are equal or nearly so.
+// Random items with few different values, so that many of them are equal or nearly equal.
 #pragma once
 
 #include <qel/store/core/item.h>
@@ -14,7 +14,7 @@ class RandomItems {
 public:
     explicit RandomItems(unsigned seed, bool wildcards = false) : m_random(seed), m_wildcards(wildcards) {}
 
-    /// A list of up to 4 elements, perhaps with bytes behind them that are no element.
+    /// Returns a list of up to 4 elements, possibly followed by bytes that are not an element.
     Item list(int depth = 0) {
         Item item;
         for (unsigned i = below(5); i > 0; --i) add(item, depth);
@@ -37,7 +37,7 @@ private:
         }
     }
 
-    /// One of each that a list is made of.
+    /// Returns one of each kind of element.
     static std::vector<Item> elements() {
         std::vector<Item> elements;
         for (const int64 value : {int64{0}, int64{1}, int64{-1}, int64{255}, int64{256}, int64{-256},
@@ -70,7 +70,7 @@ private:
         return elements;
     }
 
-    /// A cut integer, an unknown tag, a text without its end, a Buffer larger than what follows.
+    /// A truncated integer, an unknown tag, a text without its end, a Buffer larger than the remaining bytes.
     static constexpr uint8 kBroken[4][3] = {{1, 2, 3}, {77, 0, 0}, {3, 65, 66}, {4, 9, 0}};
 
     std::mt19937 m_random;

@@ -9,7 +9,7 @@
 
 using namespace qel;
 
-TEST(RegistryBlob, HoldsAKeyAndAValueForEachEntryAndLoadsWhatStandsBeforeDamage) {
+TEST(RegistryBlob, LoadsTheEntriesBeforeDamage) {
     const test::ScratchFolder scratch;
     seams::setRegistryFolder(scratch.path());
     MemoryStore store, loaded;
@@ -23,6 +23,6 @@ TEST(RegistryBlob, HoldsAKeyAndAValueForEachEntryAndLoadsWhatStandsBeforeDamage)
     test::LogCapture capture;
     EXPECT_TRUE(MemoryStore::loadFromWindowsRegistry(&loaded, "A\\B", "c"));
     EXPECT_EQ(test::contentOf(loaded), "036100=0805 ");
-    capture.expect(3, "[STORE] 'c' in 'A\\B' is damaged, loading what stands before that");
+    capture.expect(3, "[STORE] 'c' in 'A\\B' is damaged, loading the part before the damage");
     seams::setRegistryFolder({});
 }

@@ -8,7 +8,7 @@ namespace {
 
 struct StatisticsTest : ::testing::Test {
     StatisticsTest() { root.add("statistics"); }
-    /// What is stored at the counter: its text, or "-".
+    /// Returns the text stored at the counter, or "-".
     String stored(const char* name) const {
         const Item* const value = Item(root).add(name).fetch();
         return value ? value->asString() : String("-");
@@ -18,7 +18,7 @@ struct StatisticsTest : ::testing::Test {
     Item root{&store};
 };
 
-TEST_F(StatisticsTest, WritesWhatChangedAndReadsItBack) {
+TEST_F(StatisticsTest, WritesChangedCountersAndReadsThemBack) {
     Statistics statistics(root);
     statistics.increase("runs", 5);
     statistics.increase("runs", 2);

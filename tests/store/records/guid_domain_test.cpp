@@ -15,7 +15,7 @@ bool bitOf(const GUID& guid, size_t bit) {
     return (guid.bytes[bit / 8] >> bit % 8 & 1) != 0;
 }
 
-/// The first 8 bytes of @p guid as a number.
+/// Returns the first 8 bytes of @p guid as a number.
 uint64 lowOf(const GUID& guid) {
     return std::bit_cast<std::array<uint64, 4>>(guid.bytes)[0];
 }
@@ -29,7 +29,7 @@ struct GUIDDomainTest : test::SystemFixture {
 
 } // namespace
 
-TEST_F(GUIDDomainTest, PutsAnIndexAboveTheFixedBitsAndLosesWhatDoesNotFit) {
+TEST_F(GUIDDomainTest, PutsAnIndexAboveTheFixedBits) {
     const GUID base = GUID::fromString("05" + std::string(60, '0') + "80");
     constexpr uint64 kIndex = 0xC000000180000003;
     for (const uint32 num : {0u, 1u, 63u, 64u, 100u, 191u, 192u, 193u, 255u, 256u, ~0u})
@@ -40,7 +40,7 @@ TEST_F(GUIDDomainTest, PutsAnIndexAboveTheFixedBitsAndLosesWhatDoesNotFit) {
     EXPECT_EQ(GUIDDomain(base, 8).selectSubDomain(4, 9).num, 12u);
 }
 
-TEST_F(GUIDDomainTest, CountsInItsBitsStartsOverAndGoesOnFromWhereItWasFlushed) {
+TEST_F(GUIDDomainTest, CountsOnFromTheLastFlushedIndex) {
     auto database = open();
     database->initializeDomain({GUID::fromString("0B" + std::string(62, '0')), 4}, 2, 3);
     system().setGUIDDomainDB(database.get());
@@ -77,7 +77,7 @@ TEST_F(GUIDDomainTest, AcceptsDomainsThatLeaveFewRandomBits) {
     EXPECT_EQ(database->generateGUID(), base);
 }
 
-TEST_F(GUIDDomainTest, GivesEveryThreadItsOwnIndices) {
+TEST_F(GUIDDomainTest, ThreadsNeverShareAnIndex) {
     const auto database = open();
     database->initializeDomain({}, 16, 32);
     std::array<std::set<uint64>, 4> indices;

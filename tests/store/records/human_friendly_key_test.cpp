@@ -9,7 +9,7 @@
 using Key = qel::HumanFriendlyKey;
 using Value = std::array<qel::uint8, 10>;
 
-TEST(HumanFriendlyKey, ReadsBackWhatItWroteAndNamesTheFirstBlockWithAWrongCharacter) {
+TEST(HumanFriendlyKey, ReportsTheFirstBlockWithAWrongCharacter) {
     const Value counting{1, 2, 3, 4, 5, 6, 7, 8, 9, 10};
     const std::string good = Key::encode80BitIntoFourBlocks(counting.data());
     EXPECT_EQ(good, qel::test::documentedText("human-friendly-key"));
@@ -27,7 +27,7 @@ TEST(HumanFriendlyKey, ReadsBackWhatItWroteAndNamesTheFirstBlockWithAWrongCharac
         EXPECT_EQ(Key::decode80BitFromFourBlocks(nullptr, text.c_str()), -1) << text;
 }
 
-TEST(HumanFriendlyKey, ForgivesWhatPeopleConfuse) {
+TEST(HumanFriendlyKey, AcceptsCharactersThatUsersConfuse) {
     for (const auto& [text, number] :
          {std::pair("y6fn...", 0xABCDE), {"olOI", 0x8020}, {"0i01", 0x8020}, {"ABC", -1}, {"ABUD", -1}})
         EXPECT_EQ(Key::decode20Bit(text), number) << text;

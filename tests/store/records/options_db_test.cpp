@@ -21,14 +21,14 @@ struct OptionsDBTest : test::SystemFixture {
 
 } // namespace
 
-TEST_F(OptionsDBTest, KeepsAValueUntilItIsEmptiedAndTellsOfEachSetting) {
+TEST_F(OptionsDBTest, KeepsAValueUntilItIsEmptied) {
     std::string told;
     options->signalValueChanged.connect([&](StringId name, StringId value) { told += name + value + ";"; });
     add("speed", "7x");
     EXPECT_EQ(options->getValueAsInt("speed"), 7);
     for (const char* value : {"fast", "fast"}) EXPECT_TRUE(options->setValue("speed", value));
     EXPECT_EQ(test::contentOf(*store), test::documentedEntries("options"));
-    add("speed", "slow"); // takes the place of the first, with its value
+    add("speed", "slow"); // replaces the first one and keeps its value
     EXPECT_EQ(options->getAllDirectValuesAsItem().getDepth(), 2);
     EXPECT_EQ(options->getValue("speed"), "fast");
     EXPECT_TRUE(options->setValue("speed", ""));
@@ -37,7 +37,7 @@ TEST_F(OptionsDBTest, KeepsAValueUntilItIsEmptiedAndTellsOfEachSetting) {
     EXPECT_EQ(told, "speedfast;speedfast;speed;");
 }
 
-TEST_F(OptionsDBTest, ListsOptionsByWhoIsToSeeThemAndKeepsSecretsOutOfTheLog) {
+TEST_F(OptionsDBTest, ListsOptionsByAudienceAndLogsNoSecrets) {
     add("plain", "d", 0x82);
     add("client_options:c", "", 0x181);
     add("group_options:g", "", 0x7F);
@@ -51,17 +51,17 @@ TEST_F(OptionsDBTest, ListsOptionsByWhoIsToSeeThemAndKeepsSecretsOutOfTheLog) {
         "{<ITEM:{<STR:plain><STR:Print Pool: Label><STR:What><STR:d><INT:130>}><ITEM:"));
 }
 
-TEST_F(OptionsDBTest, AStoredValueThatIsNoTextIsLoggedAndTheDefaultUsed) {
+TEST_F(OptionsDBTest, AStoredValueThatIsNotTextIsLogged) {
     Item(root).add("o").store(5);
     test::LogCapture capture;
     add("o", "default");
     EXPECT_EQ(options->getValue("o"), "default");
-    capture.expect(3, "stored value of option 'o' is no text, using the default");
+    capture.expect(3, "stored value of option 'o' is not text, using the default");
     EXPECT_FALSE(options->setValue("unknown", "new"));
     capture.expect(3, "option not set, reason: option 'unknown' does not exist");
 }
 
-TEST_F(OptionsDBTest, ACallWhoseValueCannotBeStoredHasNoResultAndChangesNothing) {
+TEST_F(OptionsDBTest, ACallThatCannotStoreItsValueChangesNothing) {
     test::LogCapture log;
     RpcProvider provider;
     add("speed", "slow");

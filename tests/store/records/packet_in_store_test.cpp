@@ -13,7 +13,7 @@ namespace {
 RowScheme g_rows;
 const AllKindsScheme kAllKinds;
 
-/// A key "row" in a store of its own.
+/// A key "row" in its own store.
 class PacketInStore : public ::testing::Test {
 protected:
     SmartPointer<MemoryStore> store{new MemoryStore};
@@ -46,10 +46,10 @@ TEST_F(PacketInStore, KeepsEachFieldUnderItsName) {
     EXPECT_EQ(fetched.getPort(), 6);
 }
 
-TEST_F(PacketInStore, LeavesDefaultsWhereAChildIsMissingOrOfAnotherType) {
+TEST_F(PacketInStore, KeepsDefaultsForMissingOrMistypedChildren) {
     key.storePacket(&row);
     Item(key).addString("secret").remove();
-    Item(key).addString("size").store(Item("no number"));
+    Item(key).addString("size").store(Item("not a number"));
     Item(key).addString("marks").store(Item(ConstByteSpan::fromText("toomanybytes")));
     Item(key).addString("name").store(Item().addPrefix("prefix"));
     LogCapture log;
@@ -62,7 +62,7 @@ TEST_F(PacketInStore, LeavesDefaultsWhereAChildIsMissingOrOfAnotherType) {
     log.expect(3, "writing too many bytes in a buffer");
 }
 
-TEST_F(PacketInStore, KeepsAWholePacketAsOneValueAndFetchesEitherForm) {
+TEST_F(PacketInStore, FetchesAPacketFromEitherForm) {
     bool wasCompact = true;
     EXPECT_EQ(key.fetchPacketCompact(&g_rows, wasCompact), nullptr);
     EXPECT_FALSE(wasCompact);

@@ -15,7 +15,7 @@ namespace {
 
 using test::contentOf;
 
-/// More levels than those that the database itself takes back.
+/// More levels than those for which the database itself has savepoints.
 constexpr int kLevels = 5;
 
 struct DeepTransactions : testing::Test {
@@ -32,7 +32,7 @@ struct DeepTransactions : testing::Test {
     SqliteStore store{scratch.path("data.store")};
 };
 
-TEST_F(DeepTransactions, AnswerEveryOperationAsAnOrderedMapDoes) {
+TEST_F(DeepTransactions, BehaveLikeAnOrderedMap) {
     constexpr int kOperations = 20'000;
     std::mt19937 random(3);
     test::StoreOperations operations(
@@ -68,7 +68,7 @@ TEST_F(DeepTransactions, KeepOrRestoreEachOfManyLevels) {
     EXPECT_EQ(*store.get(Item("level").add(998)), Item(998));
 }
 
-TEST_F(DeepTransactions, AreLostAsAWholeIfALevelCannotBeRestored) {
+TEST_F(DeepTransactions, AreLostCompletelyIfALevelCannotBeRestored) {
     const Item first("large"), last = Item("large").addEnd();
     for (int i = 0; i < 40; ++i) store.set(Item("large").add(i), Item(std::string(1'000'000, 'x')));
     ASSERT_TRUE(store.tryFlush());
@@ -76,7 +76,7 @@ TEST_F(DeepTransactions, AreLostAsAWholeIfALevelCannotBeRestored) {
     descend(store, kLevels);
     store.remove(first, last);
     {
-        const test::FullDisk disk; // what comes back outgrows the memory for pages
+        const test::FullDisk disk; // the restored values do not fit in the page cache
         store.rollback();
     }
     log.expect(3, "[STORE] can't roll back store '" + scratch.path("data.store") + "': disk I/O error (778)");

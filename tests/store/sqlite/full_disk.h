@@ -1,4 +1,4 @@
-// A disk without room, for tests of one process.
+// A full disk, for tests within one process.
 #pragma once
 
 #include <csignal>
@@ -6,7 +6,7 @@
 
 namespace qel::test {
 
-/// While it exists no file of this process can grow beyond a size.
+/// While it exists, no file of this process can grow beyond a size.
 class FullDisk {
 public:
     explicit FullDisk(rlim_t maximum = 60'000) : m_handler(std::signal(SIGXFSZ, SIG_IGN)) {

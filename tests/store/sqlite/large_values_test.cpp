@@ -19,7 +19,7 @@ using test::contentOf;
 constexpr const char* kFault = "a value is out of place (25611)";
 const Item kKey = Item("image").add(7);
 
-/// A value of @p size bytes in its plain form.
+/// Returns a value of @p size bytes in its plain form.
 Item valueOf(size_t size) {
     return Item(std::string(size - 2, 'v'));
 }
@@ -41,7 +41,7 @@ struct LargeValues : testing::Test {
         return number;
     }
     int64 countLarge() const { return run("SELECT count(*) FROM large_values"); }
-    /// Turns the file, which must not hold large values, into one of the first layout.
+    /// Converts the file, which must not contain large values, to the first layout.
     void makeFirstLayout() const { run("DROP TABLE large_values; PRAGMA user_version = 1"); }
     void expectRefused(const std::string& reason) {
         const std::string before = scratch.read("data.store");
@@ -56,7 +56,7 @@ struct LargeValues : testing::Test {
     std::optional<SqliteStore> store;
 };
 
-TEST_F(LargeValues, AreKeptOutsideTheRows) {
+TEST_F(LargeValues, AreStoredOutsideTheRows) {
     open();
     store->set(kKey, valueOf(513));
     store->set(Item("small"), valueOf(512));
@@ -70,7 +70,7 @@ TEST_F(LargeValues, AreKeptOutsideTheRows) {
     EXPECT_EQ(*store->get(Item("small")), valueOf(512));
 }
 
-TEST_F(LargeValues, LeaveNothingWhenTheyAreReplacedOrRemoved) {
+TEST_F(LargeValues, LeaveNothingWhenReplacedOrRemoved) {
     using Change = void (*)(SqliteStore&);
     const struct {
         const char* name;
@@ -100,7 +100,7 @@ TEST_F(LargeValues, LeaveNothingWhenTheyAreReplacedOrRemoved) {
     }
 }
 
-TEST_F(LargeValues, OfAnEarlierLayoutMoveWhenTheyAreWritten) {
+TEST_F(LargeValues, OfAnEarlierLayoutMoveWhenWritten) {
     open();
     store->set(kKey, Item(1));
     store->set(Item("other"), Item(2));
@@ -154,7 +154,7 @@ TEST_F(LargeValues, OfAnotherKeyAreNeverReturned) {
     close();
     run("UPDATE entries SET value = (SELECT max(value) FROM entries)");
     open();
-    ASSERT_TRUE(store->good()) << "it is too large to be checked when it is opened";
+    ASSERT_TRUE(store->good()) << "it is too large to be checked when opened";
     EXPECT_EQ(store->get(kKey), nullptr);
     EXPECT_FALSE(store->good());
     log.expect(3, "[STORE] store '" + path + "' is damaged and was closed: " + kFault);

@@ -26,7 +26,7 @@ struct SqliteDamage : testing::Test {
         for (const char* name : {"a", "patient", "z"}) Item(root).add(name).add(5).store(Item(name));
         for (int i = 0; i < count; ++i) store.set(Item("values").add(i), Item(std::string(1'000'000, 'x')));
     }
-    /// Where the key ("patient", 5) is in @p file, not its position.
+    /// Returns the offset of the key ("patient", 5) in @p file, not of its position.
     static size_t placeOfKey(const std::string& file) {
         return file.find(std::string("\3patient\0\x08\x05", 11));
     }
@@ -56,8 +56,8 @@ TEST_F(SqliteDamage, APositionOfAnotherTypeIsFoundWhenTheFileIsOpened) {
     std::string damaged = scratch.read("data.store");
     const size_t key = placeOfKey(damaged);
     ASSERT_NE(key, std::string::npos);
-    // Before the key is its position, and before that the types of position, key and value. A type says
-    // twice the size and 12 for bytes, or 13 for text: https://www.sqlite.org/fileformat2.html#record_format
+    // Before the key is its position, and before that the types of position, key and value. A type is twice
+    // the size plus 12 for bytes, or plus 13 for text: https://www.sqlite.org/fileformat2.html#record_format
     const auto typeOfBytes = [](size_t size) { return static_cast<char>(12 + 2 * size); };
     size_t size = 1;
     const auto hasTypes = [&] {
@@ -77,7 +77,7 @@ struct LargeSqliteDamage : SqliteDamage {
         std::string damaged = scratch.read("data.store");
         const size_t at = placeOfKey(damaged);
         ASSERT_NE(at, std::string::npos);
-        damaged[at + 1] = 'A'; // a walk by keys would go back from here
+        damaged[at + 1] = 'A'; // a walk by keys would move back from here
         scratch.write("data.store", damaged);
         store.emplace(path);
         ASSERT_TRUE(store->good());
@@ -92,7 +92,7 @@ struct LargeSqliteDamage : SqliteDamage {
         store->begin();
         store->set(Item("a"), Item(1));
         EXPECT_FALSE(store->tryCommit());
-        EXPECT_TRUE(log.take().empty()) << "it is logged once";
+        EXPECT_TRUE(log.take().empty()) << "it is logged only once";
     }
 
     std::optional<SqliteStore> store;

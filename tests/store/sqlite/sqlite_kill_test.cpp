@@ -18,8 +18,8 @@ namespace {
 constexpr int kKills = 200;
 constexpr int kKeys = 40;
 
-/// Writes generation after generation, each in one transaction with another inside, and tells the number of
-/// each that was committed.
+/// Writes generation after generation, each in one transaction with a nested one, and reports the number of
+/// each committed generation.
 [[noreturn]] void writeGenerations(const std::string& path, int from, int reports) {
     SqliteStore store(path);
     for (int generation = from; store.good(); ++generation) {
@@ -39,7 +39,7 @@ constexpr int kKeys = 40;
     _exit(1);
 }
 
-/// The one generation that all keys hold; -1 for a mixture. 0 for a store without keys.
+/// Returns the generation that all keys have; -1 for a mixture, 0 for a store without keys.
 int generationOf(SqliteStore& store) {
     std::set<int> generations;
     int count = 0;
@@ -50,7 +50,7 @@ int generationOf(SqliteStore& store) {
     return count == kKeys && generations.size() == 1 ? *generations.begin() : -1;
 }
 
-TEST(SqliteStoreKill, LeavesTheOldOrTheNewStateAtAnyMoment) {
+TEST(SqliteStoreKill, LeavesTheOldStateOrTheNewOne) {
     test::ScratchFolder scratch;
     const std::string path = scratch.path("killed.store");
     std::mt19937 random(20);

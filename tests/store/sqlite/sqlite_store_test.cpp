@@ -20,7 +20,7 @@ namespace {
 using namespace std::string_literals;
 using test::contentOf;
 
-/// The content of the file at @p path, which must be sound.
+/// Returns the content of the file at @p path, which must be sound.
 std::string contentOf(const std::string& path) {
     SqliteStore store(path);
     EXPECT_TRUE(store.good());
@@ -54,7 +54,7 @@ struct SqliteStoreTest : ::testing::Test {
     std::optional<SqliteStore> store;
 };
 
-TEST_F(SqliteStoreTest, KeepsEverythingButOpenTransactionsBeyondItsEnd) {
+TEST_F(SqliteStoreTest, KeepsEverythingExceptOpenTransactions) {
     open();
     store->set(Item("patient").add(5), Item()); // outside a transaction
     store->begin();
@@ -79,7 +79,7 @@ TEST_F(SqliteStoreTest, KeepsEverythingButOpenTransactionsBeyondItsEnd) {
     EXPECT_NE(String(file).encodeBase16().find(test::documentedBytes("sqlite/row")), std::string::npos);
 }
 
-TEST_F(SqliteStoreTest, TakesAnyPathAsANameOfAFile) {
+TEST_F(SqliteStoreTest, AcceptsAnyPathAsAFileName) {
     const std::string before = std::filesystem::current_path();
     std::filesystem::current_path(scratch.path());
     for (const char* name : {":memory:", "file:a?mode=memory", "\xFF%41 b"}) {
@@ -90,7 +90,7 @@ TEST_F(SqliteStoreTest, TakesAnyPathAsANameOfAFile) {
     std::filesystem::current_path(before);
 }
 
-TEST_F(SqliteStoreTest, ResultsStayWhileOthersAreAskedFor) {
+TEST_F(SqliteStoreTest, ResultsRemainValidDuringFurtherReads) {
     open();
     const std::string large(100'000, 'x');
     store->set(Item("large"), Item(large));
@@ -137,12 +137,12 @@ TEST_F(SqliteStoreTest, NeverChangesAFileThatIsNotItsOwn) {
     }
 }
 
-TEST_F(SqliteStoreTest, AFileWhoseMakerWasKilledIsMadeAnew) {
+TEST_F(SqliteStoreTest, AFileWhoseCreationWasKilledIsCreatedAgain) {
     open();
     store.reset();
     scratch.write("data.store", scratch.read("data.store").replace(18, 2, "\1\1")); // as before the first log
     std::string journal = "\xD9\xD5\x05\xF9\x20\xA1\x63\xD7\0\0\0\0rand\0\0\0\0\0\0\2\0\0\0\x10\0"s;
-    journal.resize(512); // says that there was no page
+    journal.resize(512); // states that there was no page
     scratch.write("data.store-journal", journal);
     open();
     store->set(Item("a"), Item(1));
@@ -150,7 +150,7 @@ TEST_F(SqliteStoreTest, AFileWhoseMakerWasKilledIsMadeAnew) {
     EXPECT_EQ(contentOf(path), "036100=0801 ");
 }
 
-TEST_F(SqliteStoreTest, DamageAnywhereEndsInARefusalOrInOtherValues) {
+TEST_F(SqliteStoreTest, DamageCausesARefusalOrOtherValues) {
     open();
     for (int i = 0; i < 2000; ++i) store->set(Item(i).add(std::string(20 + i % 50, 'k')), Item(i));
     store.reset();
@@ -173,7 +173,7 @@ TEST_F(SqliteStoreTest, DamageAnywhereEndsInARefusalOrInOtherValues) {
     EXPECT_GT(refusals, 50);
 }
 
-TEST_F(SqliteStoreTest, ADiskThatRefusesWritesNeverTakesWhatWasKept) {
+TEST_F(SqliteStoreTest, AFailingDiskNeverLosesCommittedData) {
     open();
     store->set(Item("old"), Item(1));
     store->flush();
@@ -199,11 +199,11 @@ TEST_F(SqliteStoreTest, ADiskThatRefusesWritesNeverTakesWhatWasKept) {
     store->begin();
     store->set(Item("old"), Item(2));
     store->begin();
-    for (int i = 0; i < 40; ++i) store->set(Item(i), Item(large)); // outgrows the memory for pages
+    for (int i = 0; i < 40; ++i) store->set(Item(i), Item(large)); // does not fit in the page cache
     store->rollback();
     setrlimit(RLIMIT_FSIZE, &before);
     std::signal(SIGXFSZ, handler);
-    store->set(Item("late"), Item(3)); // of a transaction that has lost its beginning
+    store->set(Item("late"), Item(3)); // belongs to a transaction that has lost its beginning
     store->commit();
     log.expect(3, "[STORE] can't write to " + name + ": disk I/O error (778)");
     log.expect(3, "[STORE] " + name + " rolled back a transaction that it can't write");

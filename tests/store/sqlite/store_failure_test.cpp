@@ -22,7 +22,7 @@ using test::FullDisk;
 const std::string kLarge(1'000'000, 'x');
 const Item kKey("key");
 
-/// Two stores in files, one of them behind a cache, each with one entry.
+/// Two stores in files, one of them wrapped in a cache, each with one entry.
 struct StoreFailure : testing::TestWithParam<bool> {
     void SetUp() override {
         SmartPointer<Store> file(new SqliteStore(scratch.path("data.store")));
@@ -40,7 +40,7 @@ struct StoreFailure : testing::TestWithParam<bool> {
     SmartPointer<Store> store;
 };
 
-TEST_P(StoreFailure, ACommitOnAFullDiskIsFalseAndTakenBack) {
+TEST_P(StoreFailure, ACommitOnAFullDiskIsRolledBack) {
     store->begin();
     store->set(kKey, Item(kLarge));
     {
@@ -51,14 +51,14 @@ TEST_P(StoreFailure, ACommitOnAFullDiskIsFalseAndTakenBack) {
     EXPECT_EQ(*store->get(kKey), Item(1));
 }
 
-TEST_P(StoreFailure, TheFirstErrorStaysUntilItIsCleared) {
+TEST_P(StoreFailure, TheFirstErrorIsKeptUntilItIsCleared) {
     EXPECT_EQ(store->lastError(), "");
     {
         const FullDisk disk;
         ScopedTransaction transaction(store.get());
         store->set(kKey, Item(kLarge));
         EXPECT_FALSE(transaction.tryCommit());
-        EXPECT_FALSE(transaction.tryCommit()) << "it is over";
+        EXPECT_FALSE(transaction.tryCommit()) << "it is already over";
     }
     store->set(kKey, Item(2));
     EXPECT_TRUE(store->tryFlush());
@@ -67,7 +67,7 @@ TEST_P(StoreFailure, TheFirstErrorStaysUntilItIsCleared) {
     EXPECT_EQ(store->lastError(), "");
 }
 
-TEST_P(StoreFailure, WritesSucceedAgainWhenThereIsRoom) {
+TEST_P(StoreFailure, WritesSucceedAgainWhenThereIsSpace) {
     {
         const FullDisk disk;
         store->set(Item("other"), Item(kLarge));
@@ -90,11 +90,11 @@ TEST_P(StoreFailure, AFlushReportsWritesLostBeforeIt) {
     EXPECT_TRUE(store->tryFlush());
 }
 
-TEST_P(StoreFailure, WritesOfATransactionThatFailedAreNeverSeen) {
+TEST_P(StoreFailure, WritesOfAFailedTransactionAreNeverSeen) {
     std::optional<FullDisk> disk(std::in_place);
     store->begin();
     store->begin();
-    for (int i = 0; i < 40; ++i) store->set(Item(i), Item(kLarge)); // outgrows the memory for pages
+    for (int i = 0; i < 40; ++i) store->set(Item(i), Item(kLarge)); // does not fit in the page cache
     disk.reset();
     store->set(kKey, Item(2));
     EXPECT_EQ(*store->get(kKey), Item(1));
@@ -120,7 +120,7 @@ TEST_P(StoreFailure, AClosedStoreHasNoValuesAndRefusesWrites) {
 INSTANTIATE_TEST_SUITE_P(Sqlite, StoreFailure, testing::Bool(),
                          [](const auto& isCached) { return isCached.param ? "Cached" : "Plain"; });
 
-TEST(StoreFailureOfMemory, ThereIsNone) {
+TEST(MemoryStoreFailure, NeverOccurs) {
     MemoryStore memory;
     memory.begin();
     memory.set(kKey, Item(1));

@@ -17,7 +17,7 @@
 #include <filesystem>
 #include <thread>
 
-/// Is there when the thread sanitizer is.
+/// Defined if the thread sanitizer is present.
 extern "C" [[gnu::weak]] void __tsan_init();
 
 namespace qel {
@@ -28,10 +28,10 @@ using testing::ContainsRegex;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-// Functions that a reader of the dump must find again. Each does something after its call, so that the call
-// is not compiled as a jump, which would leave no frame.
+// Functions that must appear in the dump. Each does something after its call, so that the call is not
+// compiled as a jump, which would leave no frame.
 [[gnu::noinline]] void writeWhereNothingIs() {
-    volatile std::uintptr_t nowhere = 0x40; // volatile, or the compiler sees through it
+    volatile std::uintptr_t nowhere = 0x40; // volatile, or the compiler would detect it
     *reinterpret_cast<volatile int*>(nowhere) = 1;
     asm volatile("");
 }
@@ -73,7 +73,7 @@ protected:
             if (entry.path().extension() == ".dmp") m_name = entry.path().filename().string();
         return m_folder.read("dumps/" + m_name);
     }
-    /// The dump written last, with the names of functions and source lines added.
+    /// Returns the last dump, with the names of functions and source lines added.
     std::string namedDump() {
         const std::string command = "cd '" + m_folder.path() + "' && '" + test::sourceDir() +
                                     "/tools/crash_symbols' dumps/" + m_name + " > named";
@@ -88,7 +88,7 @@ protected:
 
 using CrashDumpDeathTest = CrashDump;
 
-TEST_F(CrashDumpDeathTest, ReportsTheSignalTheBuildTheModulesAndTheLastLogLines) {
+TEST_F(CrashDumpDeathTest, ReportsSignalBuildModulesAndLogLines) {
     const std::string dump = dumpOf(SIGSEGV, [] {
         logging::info() << "the last words";
         writeWhereNothingIs();
@@ -104,13 +104,13 @@ TEST_F(CrashDumpDeathTest, NamesTheCrashingFunctionAndItsCallersInOrder) {
     dumpOf(SIGSEGV, [] { callTheCaller(); });
     const std::string named = namedDump();
     const std::string stack = named.substr(named.find("\nstack:\n"), named.find("\nstack scan:\n"));
-    const std::string noFrame = "[^#]*"; // the place, and functions inlined there
+    const std::string noFrame = "[^#]*"; // the address, and functions inlined there
     EXPECT_THAT(stack, ContainsRegex("#0 " + noFrame + "writeWhereNothingIs[^\n]*crash_dump_test.cpp:"));
     EXPECT_THAT(stack, ContainsRegex("#1 " + noFrame + "callTheWriter[^\n]*crash_dump_test.cpp:"));
     EXPECT_THAT(stack, ContainsRegex("#2 " + noFrame + "callTheCaller[^\n]*crash_dump_test.cpp:"));
 }
 
-TEST_F(CrashDumpDeathTest, EverySignalThatEndsAProcessByDefaultLeavesADumpNamedByTimeProgramAndBuild) {
+TEST_F(CrashDumpDeathTest, EveryFatalSignalLeavesADump) {
     const test::TimeZone zone("UTC0");
     system().overrideExecutablePath("/opt/novix/viewer");
     const std::string build = std::string(Version::getGitHash()).substr(0, 10);
@@ -124,13 +124,13 @@ TEST_F(CrashDumpDeathTest, EverySignalThatEndsAProcessByDefaultLeavesADumpNamedB
 
 TEST_F(CrashDumpDeathTest, AStackOverflowLeavesADump) {
     if (&__tsan_init != nullptr)
-        GTEST_SKIP() << "the thread sanitizer stands between the signal and the handler";
+        GTEST_SKIP() << "the thread sanitizer intercepts the signal before the handler";
     const std::string dump = dumpOf(SIGSEGV, [] { std::exit(recurseForever(0)); });
     EXPECT_NE(dump.find("SIGSEGV"), std::string::npos) << dump;
 }
 
-TEST_F(CrashDumpDeathTest, TheScriptsStackComesLastOnAnyThreadAndMayFault) {
-    const std::string dump = dumpOf(SIGSEGV, [] { // the second fault ends the process by its own signal
+TEST_F(CrashDumpDeathTest, TheScriptStackComesLastAndMayFault) {
+    const std::string dump = dumpOf(SIGSEGV, [] { // the second fault ends the process with its own signal
         platform::setScriptStackWriter([](platform::CrashWriter& out) {
             out.text("  main.sq:12 walk\n");
             out.flush();
@@ -146,7 +146,7 @@ TEST_F(CrashDumpDeathTest, TheScriptsStackComesLastOnAnyThreadAndMayFault) {
 
 using CrashRegistration = CrashDump;
 
-TEST_F(CrashRegistration, KeepsTheLast255OldDumpsAndHappensWithoutAFolderToo) {
+TEST_F(CrashRegistration, KeepsTheLast255OldDumps) {
     for (int i = 100; i < 400; ++i) m_folder.write("dumps/" + std::to_string(i) + ".dmp", "");
     m_folder.makeFolder("dumps/000");
     System::registerCrashHandler(m_folder.path().c_str());

@@ -9,9 +9,9 @@
 namespace qel {
 namespace {
 
-TEST(ReportGenerator, LinesOfAnyLengthAreIndentedByTheirLevelAndTheReportGoesOnAfterItWasRead) {
+TEST(ReportGenerator, LinesOfAnyLengthAreIndentedByTheirLevel) {
     ReportGenerator report;
-    report.end(); // a level below zero counts and indents nothing
+    report.end(); // a level below zero is counted and not indented
     report.begin();
     report.begin("files: %d", 2);
     for (const char* text : {"a\n\nb\n", "", static_cast<const char*>(nullptr)}) report.addText(text);
@@ -25,7 +25,7 @@ TEST(ReportGenerator, LinesOfAnyLengthAreIndentedByTheirLevelAndTheReportGoesOnA
 
 using SystemInformation = test::SystemFixture;
 
-TEST_F(SystemInformation, BuildAndMachineAreLoggedAndTheReportHasASectionOfTheSystem) {
+TEST_F(SystemInformation, BuildAndMachineAreLogged) {
     const test::TimeZone zone("UTC0");
     test::LogCapture log;
     system().printInformation();
@@ -40,13 +40,13 @@ TEST_F(SystemInformation, BuildAndMachineAreLoggedAndTheReportHasASectionOfTheSy
         EXPECT_NE(text.find(std::string("\n  ") + line), std::string::npos) << line << " is not in\n" << text;
 }
 
-/// The flags as letters: r release, c CE, s research, d dirty.
+/// Returns the flags as letters: r release, c CE, s research, d dirty.
 std::string flagsOf(const internal::BuildDescription& build) {
     return std::string(build.isRelease ? "r" : "") + (build.isCE ? "c" : "") + (build.isResearch ? "s" : "") +
            (build.isDirty ? "d" : "");
 }
 
-TEST(BuildDescription, HoldsTheVersionTextAndFlags) {
+TEST(BuildDescription, IsParsedToTheVersionTextAndFlags) {
     struct Case {
         const char* description;
         const char* version;
@@ -69,7 +69,7 @@ TEST(BuildDescription, HoldsTheVersionTextAndFlags) {
     }
 }
 
-TEST(Version, NumbersHaveTwoDigitsForMinorAndPatchAndTheDeviceIdentifierOneOfItsOwn) {
+TEST(Version, NumbersHaveTwoDigitsForMinorAndPatch) {
     const std::pair<const char*, uint32> cases[] = {
         {"4.2.0", 40200}, {"7", 70000}, {" 4. 2.1 ce+12", 40201}, {"4-2-1", 40000}, {".2.1", 0},
         {"", 0},          {nullptr, 0}, {"4.100.0", 50000}};

@@ -14,7 +14,7 @@ protected:
     test::LogCapture log;
 };
 
-TEST_F(SystemDirectories, ApplicationDirectoryIsMadeWithItsProduct) {
+TEST_F(SystemDirectories, ApplicationDirectoryIsCreatedWithItsProduct) {
     const std::string base = folder.path("a/b");
     system().setApplicationDirectory(base);
     EXPECT_EQ(system().getApplicationDirectoryNoCreate("Viewer"), base + "/Viewer");
@@ -27,7 +27,7 @@ TEST_F(SystemDirectories, ApplicationDirectoryIsMadeWithItsProduct) {
     EXPECT_EQ(system().getApplicationDirectoryNoCreate(""), System::getProgramDataPath(true) + "/ORLANE");
 }
 
-TEST_F(SystemDirectories, MissingAndUnreachableOnesAreToldAndGiveTheWorkingDirectory) {
+TEST_F(SystemDirectories, AMissingDirectoryIsLogged) {
     const std::string file = folder.write("Viewer", "") + "/x";
     const std::pair<std::string, const char*> cases[] = {
         {"", "application base directory is not set, product=Viewer"},
@@ -45,7 +45,7 @@ TEST_F(SystemDirectories, MissingAndUnreachableOnesAreToldAndGiveTheWorkingDirec
     log.take();
 }
 
-TEST_F(SystemDirectories, TheTemporaryDirectoryIsMadeOnceForAProcess) {
+TEST_F(SystemDirectories, TheTemporaryDirectoryIsCreatedOncePerProcess) {
     const test::EnvironmentVariable temporary("TMPDIR", (folder.path() + "/").c_str());
     const String path = system().getTmpDirectoryPath();
     EXPECT_TRUE(path.begins_with(folder.path() + "/"));

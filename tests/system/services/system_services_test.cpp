@@ -16,7 +16,7 @@ namespace {
 
 using SystemServices = test::SystemFixture;
 
-TEST_F(SystemServices, ACommandGivesItsExitCodeOrOneWhenItCannotBeStarted) {
+TEST_F(SystemServices, ACommandReturnsItsExitCodeOrOne) {
     EXPECT_EQ(System::runCommand("/bin/sh -c 'exit 5'", 0), 5);
     for (const int flags : {0, int{System::kCommandNoWait}})
         for (const char* command : {"qel-no-such-program", "", "true 'unfinished"})
@@ -25,7 +25,7 @@ TEST_F(SystemServices, ACommandGivesItsExitCodeOrOneWhenItCannotBeStarted) {
         EXPECT_EQ(System::runCommand(command, System::kCommandElevated), 0) << "the opposite when elevated";
 }
 
-TEST_F(SystemServices, FlagsOfACommandSayHowItRuns) {
+TEST_F(SystemServices, FlagsOfACommandDetermineHowItRuns) {
     static std::string run;
     seams::replaceRunProcess(
         [](const std::vector<std::string>& arguments, const platform::RunOptions& options) {
@@ -38,10 +38,10 @@ TEST_F(SystemServices, FlagsOfACommandSayHowItRuns) {
     EXPECT_EQ(run, "a;b waits;$(c) detached;");
 }
 
-TEST(RandomEngine, DrawsTheMersenneTwistersNumbersAndBytesAsWholeDrawsAndThenTopBytes) {
+TEST(RandomEngine, DrawsTheNumbersOfTheMersenneTwister) {
     RandomEngine engine(5489), reference(5489);
     for (int i = 1; i < 10'000; ++i) engine.draw();
-    EXPECT_EQ(engine.draw(), 4'123'659'995u); // the 10,000th, as the C++ standard tells it
+    EXPECT_EQ(engine.draw(), 4'123'659'995u); // the 10,000th, as given in the C++ standard
     std::array<uint8, 7> bytes{}, expected{};
     RandomEngine(5489).fill(bytes.data(), 6);
     const uint32 word = reference.draw();
@@ -50,7 +50,7 @@ TEST(RandomEngine, DrawsTheMersenneTwistersNumbersAndBytesAsWholeDrawsAndThenTop
     EXPECT_EQ(bytes, expected);
 }
 
-TEST(RandomEngine, TakesItsSeedFromTheMachineAndDoesWithoutIt) {
+TEST(RandomEngine, WorksWithoutASeedFromTheMachine) {
     seams::replaceRandom([](std::span<std::byte> bytes) {
         std::memset(bytes.data(), 0, bytes.size());
         return true;
@@ -62,7 +62,7 @@ TEST(RandomEngine, TakesItsSeedFromTheMachineAndDoesWithoutIt) {
     seams::replaceRandom(nullptr);
 }
 
-TEST_F(SystemServices, NumbersOfARangeStayInItAndKeysThatHashAlikeShareAMutex) {
+TEST_F(SystemServices, NumbersStayInRangeAndEqualHashesShareAMutex) {
     std::set<uint32> seen;
     std::set<Mutex*> mutexes;
     for (uint32 key = 0; key < 1000; ++key) {
@@ -76,7 +76,7 @@ TEST_F(SystemServices, NumbersOfARangeStayInItAndKeysThatHashAlikeShareAMutex) {
     EXPECT_EQ(&system().accessHashedMutex(0x12345678), &system().accessHashedMutex(0x08));
 }
 
-/// Notes what the host is told of the keyboard.
+/// Records the calls that the host receives about the keyboard.
 class SystemKeyboard : public test::SystemFixture {
 protected:
     void SetUp() override {
@@ -94,7 +94,7 @@ protected:
         system().signalKeyboardChanged.connect([this] { m_calls += "signal "; });
     }
 
-    /// What the host is told when @p receiver is shown.
+    /// Returns the calls that the host receives when @p receiver is shown.
     std::string show(KeyboardReceiver* receiver, const char* text = "text", IVec2<int> selection = {0, 0}) {
         m_calls.clear();
         system().showKeyboard(receiver, text, 3, selection, Rect(), false, false);
@@ -106,13 +106,13 @@ protected:
     bool m_diesWhenShown = false;
 };
 
-TEST_F(SystemKeyboard, ShowingTellsTheHostAndThenOfANewReceiver) {
+TEST_F(SystemKeyboard, ShowingNotifiesTheHostAndSignalsANewReceiver) {
     EXPECT_EQ(show(m_one.get()), "show text 3 0-0 changed signal ");
-    EXPECT_EQ(show(m_one.get(), "a\xE4z", {-5, 99}), "show a\xC3\xA4z 3 0-3 ") << "repaired, held inside";
+    EXPECT_EQ(show(m_one.get(), "a\xE4z", {-5, 99}), "show a\xC3\xA4z 3 0-3 ") << "repaired and clamped";
     EXPECT_EQ(show(nullptr), "changed signal ");
 }
 
-TEST_F(SystemKeyboard, OnlyItsReceiverMovesClipsAndHidesItOrNobody) {
+TEST_F(SystemKeyboard, OnlyItsReceiverMovesClipsAndHidesIt) {
     show(m_one.get());
     m_calls.clear();
     for (KeyboardReceiver* receiver : {m_other.get(), m_one.get(), static_cast<KeyboardReceiver*>(nullptr)}) {
@@ -123,7 +123,7 @@ TEST_F(SystemKeyboard, OnlyItsReceiverMovesClipsAndHidesItOrNobody) {
     EXPECT_EQ(m_calls, "move clip changed hide signal changed hide signal ");
 }
 
-TEST_F(SystemKeyboard, AReceiverThatDiesIsForgottenAlsoWhenTheHostEndsItAsItIsShown) {
+TEST_F(SystemKeyboard, ADestroyedReceiverIsForgotten) {
     show(m_other.get());
     EXPECT_EQ(system().getKeyboardReceiver(), m_other.get());
     m_other = nullptr;

@@ -25,7 +25,7 @@ protected:
     PerfMon perfMon;
 };
 
-TEST_F(PerfMonTest, SharesMultiplyDownTheTreeAndNamesAreToldApartByTheirText) {
+TEST_F(PerfMonTest, SharesMultiplyDownTheTree) {
     perfMon.begin("Main");
     char name[] = "b";
     section(name, 25);
@@ -59,7 +59,7 @@ TEST_F(PerfMonTest, EachReportCoversTheTwoSecondsSinceTheLast) {
     EXPECT_EQ(reportAfter(3000), none) << "a wall clock set back is no time";
 }
 
-TEST_F(PerfMonTest, BeginsAndEndsThatDoNotFitAreLoggedAndChangeNothing) {
+TEST_F(PerfMonTest, AnUnmatchedBeginOrEndIsLogged) {
     for (int i = 0; i < 33; ++i) perfMon.begin("x");
     perfMon.begin("34th");
     log.expect(3, "[PERFMON] too much recursion at begin");
@@ -69,7 +69,7 @@ TEST_F(PerfMonTest, BeginsAndEndsThatDoNotFitAreLoggedAndChangeNothing) {
     EXPECT_TRUE(log.take().empty());
 }
 
-TEST_F(PerfMonTest, ABlockingSectionIsLoggedAndCountedOnTheTopmostLevelOnly) {
+TEST_F(PerfMonTest, ABlockingSectionIsLoggedOnTheTopmostLevel) {
     perfMon.begin("Main");
     section("Tick", 5001);
     log.expect(2, "[PERFMON] blocking section 'Main/Tick' time=5001ms #total=0");

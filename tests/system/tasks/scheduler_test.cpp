@@ -46,7 +46,7 @@ TEST_F(SchedulerTest, FiresAtTheBoundaryOfAUnit) {
     EXPECT_EQ(tickAfter(1), "a");
 }
 
-TEST_F(SchedulerTest, ArmingAgainKeepsThePlaceOnlyInTheSameUnit) {
+TEST_F(SchedulerTest, ReschedulingKeepsTheOrderOnlyInTheSameUnit) {
     const SmartPointer<Alarm> a = makeAlarm('a'), b = makeAlarm('b');
     schedule({{a.get(), 5}, {b.get(), 5}, {a.get(), 5}});
     EXPECT_EQ(tickUnits(6), "ab");
@@ -73,7 +73,7 @@ TEST_F(SchedulerTest, AfterALongStallEveryAlarmFiresOnceEvenIfUnowned) {
     EXPECT_EQ(tickAfter(600'000), "ab");
 }
 
-TEST_F(SchedulerTest, ATriggerMayRearmItsAlarmAndCancelOthersOfTheFiringSlot) {
+TEST_F(SchedulerTest, ATriggerMayRescheduleAndCancelAlarms) {
     SmartPointer<Alarm> canceled = makeAlarm('b'), released = makeAlarm('c'), first;
     first = makeAlarm('a', [&] {
         if (fired != "aca") first->scheduleInSeconds(0);

@@ -72,7 +72,7 @@ TEST_F(TaskQueueTest, APushCountsAsQueuedUntilItsLastRunHasBegun) {
     EXPECT_EQ(queue.getNumberOfQueuedTasks(), 0u);
 }
 
-TEST_F(TaskQueueTest, AnAbortDropsWhatWaitsWhileATaskRuns) {
+TEST_F(TaskQueueTest, AnAbortDropsWaitingTasksDuringARun) {
     TaskQueue queue(TaskQueue::kDeleteIO);
     test::Gate running;
     block(queue);
@@ -131,7 +131,7 @@ TEST_F(TaskQueueTest, ATaskThatIsDroppedInAPauseMayUseItsQueue) {
     queue.resume(); // the abort has ended the pause: nothing
 }
 
-TEST_F(TaskQueueTest, DestructionDropsWhatWaits) {
+TEST_F(TaskQueueTest, DestructionDropsWaitingTasks) {
     {
         TaskQueue main(TaskQueue::kMain), paused(TaskQueue::kParallel);
         paused.pause();
@@ -154,7 +154,7 @@ TEST_F(TaskQueueTest, PartsCoverTheTotalWithoutGapsForAnySize) {
 
 using MainQueueTest = TaskQueueTest;
 
-TEST_F(MainQueueTest, APassRunsWhatAQueuePushesOnItselfButNoQueueThatJoins) {
+TEST_F(MainQueueTest, APassRunsNoQueueThatJoinsDuringIt) {
     TaskQueue first(TaskQueue::kMain), second(TaskQueue::kMain);
     push(first, 1, [&] {
         for (TaskQueue* queue : {&second, &first}) push(*queue, 1, note(queue == &first ? "a" : "b"));
@@ -173,7 +173,7 @@ TEST_F(MainQueueTest, AfterAPauseTheTasksRunOnAWorker) {
     while (!queue.empty()) std::this_thread::yield(); // this thread runs no task meanwhile
 }
 
-TEST_F(MainQueueTest, AnAbortWithWorkPendingEndsTheQueueUnlessATaskAborts) {
+TEST_F(MainQueueTest, AnAbortWithWorkPendingEndsTheQueue) {
     TaskQueue silenced(TaskQueue::kMain), inTask(TaskQueue::kMain);
     push(inTask, 1, [&] { inTask.abort(); });
     for (TaskQueue* queue : {&silenced, &inTask}) push(*queue, 1, note("dropped"));
@@ -185,7 +185,7 @@ TEST_F(MainQueueTest, AnAbortWithWorkPendingEndsTheQueueUnlessATaskAborts) {
     EXPECT_EQ(notes, "again");
 }
 
-TEST_F(TaskQueueTest, AnObjectReleasedOnParallelDiesAfterTheQueuesTasks) {
+TEST_F(TaskQueueTest, AReleaseOnParallelWaitsForTheQueue) {
     const WeakPointer<Object> weak(new Object);
     weak->increaseReferenceCount();
     system().getGlobalParallelQueue()->pause();
