@@ -65,12 +65,15 @@ def installed_headers():
 
 @lru_cache(maxsize=None)
 def closure(name):
-    """The header and every header of the library that it includes, directly or not."""
+    """The file and every file of the library and its hosts that it includes, directly or not."""
     seen = {name}
     waiting = [name]
     while waiting:
-        for _, path in includes(waiting.pop()):
-            if path.startswith("qel/") and path not in seen and (ROOT / path).is_file():
+        current = waiting.pop()
+        for form, path in includes(current):
+            if form == '"':
+                path = f"{current.rpartition('/')[0]}/{path}"
+            if path.startswith(("qel/", "hosts/")) and path not in seen and (ROOT / path).is_file():
                 seen.add(path)
                 waiting.append(path)
     return seen

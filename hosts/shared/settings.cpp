@@ -3,6 +3,7 @@
 #include <charconv>
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
 namespace qelhosts {
 
@@ -29,7 +30,7 @@ Setting flag(bool& target) {
 }
 
 Setting text(std::string& target, std::string complaint, ValueKind kind) {
-    return {kind, [&target, complaint](const std::string& value) {
+    return {kind, [&target, complaint = std::move(complaint)](const std::string& value) {
                 target = value;
                 return value.empty() ? complaint + inQuotes(value) : std::string();
             }};

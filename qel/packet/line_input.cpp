@@ -94,8 +94,9 @@ bool LineInput::readLine(String& line) {
             break;
         }
     }
-    m_isExhausted = found != Found::Line;
-    const bool hasLine = !m_isExhausted || m_splitter.takeRest(text);
+    const bool isComplete = found == Found::Line;
+    if (!isComplete) m_isExhausted = true;
+    const bool hasLine = isComplete || m_splitter.takeRest(text);
     line.assign(text);
     return hasLine;
 }
