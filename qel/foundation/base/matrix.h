@@ -18,7 +18,7 @@ namespace internal {
 /// @tparam T     float or double; inverses and determinants are computed in double.
 /// @tparam N     3 or 4.
 template <typename Self, typename T, int N>
-class SquareMatrix {
+class QEL_API SquareMatrix {
 public:
     /// A row or column.
     using Row = std::conditional_t<N == 3, IVec3<T>, IVec4<T>>;
@@ -112,7 +112,7 @@ private:
 
 /// What both matrices of three rows have in common.
 template <typename Self, typename T>
-class Matrix3 : public SquareMatrix<Self, T, 3> {
+class QEL_API Matrix3 : public SquareMatrix<Self, T, 3> {
 public:
     using SquareMatrix<Self, T, 3>::SquareMatrix;
     /// Creates the identity.
@@ -134,7 +134,7 @@ public:
 /// What both matrices of four rows have in common.
 /// @tparam Small  the matrix of three rows with the same elements.
 template <typename Self, typename Small, typename T>
-class Matrix4 : public SquareMatrix<Self, T, 4> {
+class QEL_API Matrix4 : public SquareMatrix<Self, T, 4> {
     using Base = SquareMatrix<Self, T, 4>;
 
 public:
@@ -236,13 +236,13 @@ struct QEL_API Double4x4 : internal::Matrix4<Double4x4, Double3x3, double> {
     Double4x4 multiplyCols(const IVec4<double>& v) const;
 };
 
-extern template class QEL_API internal::SquareMatrix<Float3x3, float, 3>;
-extern template class QEL_API internal::SquareMatrix<Double3x3, double, 3>;
-extern template class QEL_API internal::SquareMatrix<Float4x4, float, 4>;
-extern template class QEL_API internal::SquareMatrix<Double4x4, double, 4>;
-extern template class QEL_API internal::Matrix3<Float3x3, float>;
-extern template class QEL_API internal::Matrix3<Double3x3, double>;
-extern template class QEL_API internal::Matrix4<Float4x4, Float3x3, float>;
-extern template class QEL_API internal::Matrix4<Double4x4, Double3x3, double>;
+extern template class internal::SquareMatrix<Float3x3, float, 3>;
+extern template class internal::SquareMatrix<Double3x3, double, 3>;
+extern template class internal::SquareMatrix<Float4x4, float, 4>;
+extern template class internal::SquareMatrix<Double4x4, double, 4>;
+extern template class internal::Matrix3<Float3x3, float>;
+extern template class internal::Matrix3<Double3x3, double>;
+extern template class internal::Matrix4<Float4x4, Float3x3, float>;
+extern template class internal::Matrix4<Double4x4, Double3x3, double>;
 
 } // namespace qel
