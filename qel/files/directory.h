@@ -130,13 +130,14 @@ public:
                                                              bool silent = false);
 
     /// Deletes the entries "cache_PREFIX_*.qel" of a folder on the delete-IO queue.
-    /// @param keep  full paths with Unix separators that are kept. @return the number of entries passed to
-    /// the queue.
+    /// @param keep  full paths with Unix separators that are kept.
+    /// @return the number of entries passed to the queue.
     static int cleanCacheDirectory(SmartCStr path, SmartCStr prefix, const Set<String>& keep);
     /// Returns a path "cache_PREFIX_XXXXXXXX.qel" in the folder that does not exist; no file is created.
     static String getNewCacheFile(SmartCStr path, SmartCStr prefix);
     /// Deletes, with the NowOrLater forms, each entry of a folder whose full path does not begin with one of
-    /// the strings in @p keep. @param silent  true to log nothing about entries that could not be deleted now.
+    /// the strings in @p keep.
+    /// @param silent  true to log nothing about entries that could not be deleted now.
     /// @return the number of these entries, deleted now or later.
     static int cleanPrepareDirectory(SmartCStr path, const Vector<String>& keep, bool silent = false);
     /// Deletes, with the NowOrLater forms, the entries of a folder whose name begins with @p prefix.

@@ -17,7 +17,8 @@ namespace qel::internal {
 /// @threads one thread at a time.
 class QEL_API LineInput {
 public:
-    /// The longest line accepted, in bytes. A packet with the largest payload has half as many characters.
+    /// The longest line accepted, in bytes. A packet with the largest payload has half that number of
+    /// characters.
     static constexpr size_t kMaxLineSize = size_t(64) << 20;
 
     explicit LineInput(platform::FileHandle input) : m_input(std::move(input)) {}

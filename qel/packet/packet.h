@@ -136,7 +136,8 @@ public:
     void setFloat(const PacketField& field, double value) { setFloat(elementOf(field), value); }
     /// @copydoc setFloat(const PacketField&, double)
     void setFloat(const PacketScheme::Element& element, double value);
-    /// Sets a single value as it was declared. Has no effect if the field is not a single value of this size.
+    /// Sets a single value of the declared type. Has no effect if the field is not a single value of this
+    /// size.
     template <typename T>
     void set(const PacketField& field, const T& value) {
         set(elementOf(field), value);
@@ -163,8 +164,8 @@ public:
     void setBuffer(const PacketField& field, const uint8* bytes, uint32 size, bool compressible = false);
     /// @copydoc setBuffer(const PacketField&, const uint8*, uint32, bool)
     void setBuffer(const PacketField& field, ConstByteSpan bytes, bool compressible = false);
-    /// Reserves @p size uninitialised bytes in a field for the caller to write. A dynamic field gets as many
-    /// elements as are needed for them.
+    /// Reserves @p size uninitialised bytes in a field for the caller to write. A dynamic field gets the
+    /// number of elements that they require.
     /// @return where to write @p size bytes; null for a size of 0, which leaves the field as it is.
     /// @errors a size that does not fit in a fixed field is logged; the field then stays as it is, and what
     /// the
@@ -316,8 +317,8 @@ private:
 
     friend class PacketFields<Packet>;
 
-    /// Whether the element's values or count are in the static area, which those of another scheme may not
-    /// be.
+    /// Returns true if the element's values or count are in the static area; those of another scheme may
+    /// not be.
     bool hasStatic(const Element& element) const { return element.m_end <= m_staticSize; }
     bool hasSingle(const Element& element, size_t size) const {
         return element.m_singleSize == size && hasStatic(element);

@@ -35,8 +35,8 @@ public:
     [[gnu::always_inline]] bool checkFrame() { return checkId() && checkSuffix() && checkVersion(); }
 
     /// Checks the dynamic fields that the sender knows and what follows them, after checkFrame(); calls
-    /// @p place(begin, size) for each of them in order. What it was told holds only if the result is true.
-    /// Each count is read once, so that bytes which someone else changes meanwhile do no harm.
+    /// @p place(begin, size) for each of them in order. The values passed to it are valid only if the result
+    /// is true. Each count is read once, so that bytes which someone else changes meanwhile do no harm.
     template <typename Place>
     [[gnu::always_inline]] bool checkFields(Place place) {
         uint64 end = m_staticEnd;
@@ -56,7 +56,7 @@ public:
         return true;
     }
 
-    /// Whether the sender knew all that the scheme knows.
+    /// Returns true if the sender knew all fields of the scheme.
     bool isNewest() const { return m_version == m_scheme.getMaxVersion(); }
     /// The sizes of the sender's version, or of the newest one here if that is older.
     const PacketScheme::Version& known() const { return m_known; }

@@ -40,7 +40,7 @@ public:
         const uint8* const bytes = self().staticBytes(element);
         return bytes ? element.floatAt(bytes) : 0;
     }
-    /// Returns a single value as it was declared; zeros if the field is not a single value of this size.
+    /// Returns a single value of the declared type; zeros if the field is not a single value of this size.
     template <typename T>
     T get(const PacketField& field) const {
         return get<T>(elementOf(field));

@@ -12,7 +12,7 @@ namespace qel::platform {
 enum class CharsetResult {
     Done,               ///< All of the text was converted.
     UnknownEncoding,    ///< The system has no conversion between the two encodings.
-    BadCharacter,       ///< The text holds bytes that are no character, or a character that the target lacks.
+    BadCharacter,       ///< The text has bytes that are not a character, or one that the target lacks.
     IncompleteCharacter ///< The text ends within a character.
 };
 

@@ -110,7 +110,7 @@ struct FileStatus {
     FileIdentity identity;    ///< distinguishes it from all others
 };
 
-/// Whether a link as the last part of a path is followed.
+/// The treatment of a link as the last part of a path.
 enum class Links { Follow, Keep };
 
 // Paths are UTF-8 by convention, but any bytes except NUL pass unchanged. A relative path starts at the

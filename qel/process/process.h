@@ -141,7 +141,7 @@ public:
     /// Kills all processes whose program has the file name @p name, ignoring case, one after the other.
     /// @param exclude    ids of processes that are not killed.
     /// @param timeoutMs  how long to wait for the end of each, in milliseconds.
-    /// @return how many there were. @errors logged.
+    /// @return the number of these processes. @errors logged.
     static int terminateProcessesByName(const char* name, const Set<int64>& exclude, uint32 timeoutMs);
     /// Waits until all processes have ended that are running now and whose program has one of the file names
     /// @p names.

@@ -9,11 +9,11 @@ class VM;
 
 namespace internal {
 
-/// How many coroutines (`newthread`) may have called each other without having returned. Each takes part of
-/// the native stack.
+/// The number of coroutines (`newthread`) that may have called each other without having returned. Each takes
+/// part of the native stack.
 constexpr int kMaxCoroutineDepth = 16;
-/// How many array elements or blob bytes a script may request at once. The machine does not survive a failed
-/// allocation.
+/// The number of array elements or blob bytes that a script may request at once. The engine does not survive
+/// a failed allocation.
 constexpr SQInteger kMaxElements = SQInteger{1} << 27;
 
 /// Limits the root functions and the coroutines of @p vm. Must be called before any script runs.

@@ -9,11 +9,12 @@
 
 namespace qel::seams {
 
-/// The names of the instruction sets that this build and machine share, best first, as "AVX3" or "SSE4".
+/// Returns the names of the instruction sets that this build and machine share, best first, such as "AVX3" or
+/// "SSE4".
 QEL_API std::vector<std::string> simdTargets();
-/// Caps all kernels of the library at the target @p name; the empty name removes the cap.
-/// @return false, with nothing changed, if the name is not one of simdTargets().
-/// @threads while no kernel runs on any other thread.
+/// Limits all kernels of the library to the target @p name; an empty name removes the limit.
+/// @return false, with nothing changed, if the name is not in simdTargets().
+/// @threads any thread, while no other thread runs a kernel.
 QEL_API bool setSimdTarget(std::string_view name);
 
 } // namespace qel::seams

@@ -70,13 +70,13 @@ private:
     }
 };
 
-// Vector forms. Each works through as many whole blocks at the beginning as there are, stays within the given
-// memory, and returns how much of the input it has finished; the plain form does the rest.
+// Vector forms. Each processes all whole blocks at the beginning, stays within the given memory, and returns
+// how much of the input it has finished; the plain form does the rest.
 
-/// @return bytes encoded; writes twice as many characters.
+/// @return bytes encoded; writes two characters per byte.
 size_t encodeBase16Blocks(uint8* out, const uint8* in, size_t n);
 /// Stops before the block of the first character that is not a digit.
-/// @return characters decoded, an even number; writes half as many bytes.
+/// @return characters decoded, an even number; writes one byte per two characters.
 size_t decodeBase16Blocks(uint8* out, const uint8* in, size_t n);
 /// @return bytes encoded, a multiple of 3; writes 4 characters for 3 bytes.
 size_t encodeBase64Blocks(uint8* out, const uint8* in, size_t n, const Base64Alphabet& alphabet);

@@ -1,7 +1,8 @@
 // The version of the library, for the preprocessor and for constant expressions.
 #pragma once
 
-/// The major version: sources that compile with one version compile with later ones of the same major version.
+/// The major version: sources that compile with one version compile with later ones of the same major
+/// version.
 #define QEL_VERSION_MAJOR 4
 /// The minor version: programs run with the shared library of the minor version that they were built with.
 #define QEL_VERSION_MINOR 2

@@ -16,7 +16,8 @@ enum class LineEnd {
 
 /// Splits a stream into lines of limited length. The owner reads the stream into room(), reports what arrived
 /// by append(), and takes lines until there are none. The bytes are contiguous; they are moved only when at
-/// least as many were taken or when a line needs the space, so that the cost stays proportional to the input.
+/// least that many were taken or when a line needs the space, so that the cost stays proportional to the
+/// input.
 /// @threads one thread at a time.
 class QEL_API LineSplitter {
 public:

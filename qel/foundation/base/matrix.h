@@ -165,8 +165,8 @@ public:
     /// matrix turns the other way.
     /// @param axis  of length 1.
     static Self Rotation(const IVec3<T>& axis, T radians);
-    /// Returns the left-handed view from @p eye towards @p target: x is to the right, y up, z into the picture.
-    /// An axis that has no direction becomes a column of zeros.
+    /// Returns the left-handed view from @p eye towards @p target: x is to the right, y up, z into the
+    /// picture. An axis that has no direction becomes a column of zeros.
     static Self LookAt(const IVec3<T>& eye, const IVec3<T>& target, const IVec3<T>& up);
     /// Returns the left-handed perspective projection with depths from -1 at @p near to 1 at @p far.
     /// @param fovY    vertical angle of view in radians.

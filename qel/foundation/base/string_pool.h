@@ -63,7 +63,7 @@ private:
     };
     /// Guards the few instructions of a search. Taking it costs one atomic operation and releasing it none,
     /// half as much as a Mutex; that is a third of what finding a text takes. Whoever finds it taken for long
-    /// yields the processor, so that a holder that was interrupted can go on.
+    /// yields the processor, so that an interrupted holder can continue.
     class QEL_CAPABILITY("mutex") SearchLock {
     public:
         void lock() QEL_ACQUIRE() {

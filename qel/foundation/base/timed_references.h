@@ -16,7 +16,7 @@ QEL_API void addTimedReferenceParallel(Object* object);
 
 /// Releases the references that wait for the main thread, last in, first out, including those that dying
 /// objects add in the meantime.
-/// @return whether at least one reference was released. @threads main thread.
+/// @return true if at least one reference was released. @threads main thread.
 QEL_API bool removeAllTimedReferences();
 /// Releases the references that wait for a worker, in the same way. @threads any thread.
 QEL_API bool removeAllTimedReferencesParallel();

@@ -9,8 +9,8 @@
 
 namespace qel {
 
-/// Writes all of @p bytes, in as many calls as it takes, and waits while a pipe is full. A pipe that nobody
-/// reads is an error and raises no signal.
+/// Writes all of @p bytes, with several calls if necessary, and waits while a pipe is full. A pipe that
+/// nobody reads is an error and raises no signal.
 QEL_API platform::FileError writeWhole(platform::FileHandle& file, std::string_view bytes);
 
 /// Writes all of @p text to @p stream, after what the C library has buffered for it. Whatever this library

@@ -7,8 +7,8 @@
 
 namespace qel::internal {
 
-/// What is added to the bytes of eight neighbouring pixels of a row before they lose their lower bits, in the order
-/// R, G, B, A.
+/// What is added to the bytes of eight neighbouring pixels of a row before they lose their lower bits, in the
+/// order R, G, B, A.
 using DitherLanes = std::array<std::array<uint8, 4>, 8>;
 
 /// The three 16-bit formats.

@@ -25,14 +25,14 @@ class MemoryMap;
 
 /// A raster of pixels in memory of its own, or in memory that belongs to somebody else (an external image).
 ///
-/// An image is uninitialised until initialize() or initializeFromExtern() succeeds, and again after clear() and
-/// free(); it tests true while it is initialised. Pixels in memory of its own are packed: a row follows the
-/// other without padding, and a plane the other without alignment. External images have any pitch.
+/// An image is uninitialised until initialize() or initializeFromExtern() succeeds, and again after clear()
+/// and free(); it tests true while it is initialised. Pixels in memory of its own are packed: a row follows
+/// the other without padding, and a plane the other without alignment. External images have any pitch.
 ///
 /// A copy or a move transfers the own memory only. A copy of an external image tests true and has its format
 /// and size, but no pixels (hasPixels() is false); the operations below refuse it as a source. Pass external
-/// images by reference or exchange them by swap(). A moved-from image still tests true although its pixels now
-/// belong to the other: initialise or destroy it before any other use.
+/// images by reference or exchange them by swap(). A moved-from image still tests true although its pixels
+/// now belong to the other: initialise or destroy it before any other use.
 ///
 /// Operations named xxxFrom() write into this image and read the argument, which may be this image itself.
 /// They may be called from any number of threads and tasks at once, on images of their own; large ones use
@@ -68,10 +68,10 @@ public:
 
     // --- storage (image.cpp) ----------------------------------------------------------------------------
 
-    /// Reserves memory for the pixels, whose values are undefined. A size of 0 in a direction is valid. Memory
-    /// that is large enough is reused.
-    /// @errors logs one error and leaves the image uninitialised, with its memory, if the format is unknown, a
-    /// side is negative, a pitch exceeds 2^31 - 1, a plane exceeds 2^32 - 1 bytes, or there is no memory.
+    /// Reserves memory for the pixels, whose values are undefined. A size of 0 in a direction is valid.
+    /// Memory that is large enough is reused.
+    /// @errors logs one error and leaves the image uninitialised, with its memory, if the format is unknown,
+    /// a side is negative, a pitch exceeds 2^31 - 1, a plane exceeds 2^32 - 1 bytes, or there is no memory.
     void initialize(FormatID format, const IVec2<int>& size);
     /// Does the same in the memory of @p data, whose bytes stay if they are at least as many as needed.
     /// @owner takes the memory of @p data, which receives the memory of this image.
@@ -143,10 +143,10 @@ public:
     /// Converts @p source into this image's own format and size. Of a larger source the centre is taken.
     ///
     /// Conversions between RGBA8 or BGRA8 and YUV work on pairs of rows: the last row of an odd height is not
-    /// written, so that an image of height 1 stays as it was. RGBA8 uses the full-range matrix, BGRA8 the
+    /// written, so that an image of height 1 is unchanged. RGBA8 uses the full-range matrix, BGRA8 the
     /// video-range one.
-    /// @errors logs an error and returns false if this image is uninitialised, larger than the source, or has a
-    /// format that the source's format cannot be converted to; the target is left as far as it was written.
+    /// @errors logs an error and returns false if this image is uninitialised, larger than the source, or has
+    /// a format that the source's format cannot be converted to; the target is left as far as it was written.
     bool convertFrom(const Image& source);
     /// Converts one plane of memory of the caller.
     /// @param pitch  bytes from one row to the next.
@@ -173,31 +173,32 @@ public:
 
     // --- smaller formats for textures (image_optimize.cpp) ----------------------------------------------
 
-    /// Becomes the image of @p source in a smaller format that represents every pixel exactly: RGB8, L8, A8 or
-    /// LA8. Pixels that are all white become A8, which renderers read as white.
-    /// @return false if there is none; this image then stays as it is.
+    /// Becomes the image of @p source in a smaller format that represents every pixel exactly: RGB8, L8, A8
+    /// or LA8. Pixels that are all white become A8, which renderers read as white.
+    /// @return false if there is none; this image is then unchanged.
     bool optimizeLosslessForTextureFrom(const Image& source);
-    /// Does the same with small deviations from grey, opaque and white allowed. Colours become RGBA4 or RGB565
-    /// unless the application's renderer is the software renderer. @threads main thread.
+    /// Does the same with small deviations from grey, opaque and white allowed. Colours become RGBA4 or
+    /// RGB565 unless the application's renderer is the software renderer. @threads main thread.
     bool optimizeLossyForTextureFrom(const Image& source);
 
     // --- geometry (image_resize.cpp, image_crop.cpp, image_rotate.cpp) ----------------------------------
 
-    /// Resizes @p source into this image's own size: bilinear where an axis grows, the mean of the covered area
-    /// where it shrinks. Equal sizes copy. Planes of packed formats such as RGB565 are skipped silently.
+    /// Resizes @p source into this image's own size: bilinear where an axis grows, the mean of the covered
+    /// area where it shrinks. Equal sizes copy. Planes of packed formats such as RGB565 are skipped silently.
     /// @errors logs an error and returns false if this image is uninitialised, or the planes of both images
     /// differ in number or pixel type.
     bool resizeFrom(const Image& source);
-    /// Becomes a part of @p source. @param bounds  left, top, right and bottom in pixels; the last two exclusive.
+    /// Becomes a part of @p source. @param bounds  left, top, right and bottom in pixels; the last two
+    /// exclusive.
     /// @errors logs an error and returns false for bounds that are empty or reach outside, which leave this
     /// image as it is, and for formats with planes of half the size, of which plane 0 is copied.
     bool cropFrom(const Image& source, const IVec4<int>& bounds);
     /// Becomes @p source, rotated clockwise. @param quarterTurns  is taken modulo 4.
     /// @errors logs an error and leaves this image as it is if the source has no pixels.
     void rotateFrom(const Image& source, int quarterTurns);
-    /// Computes the sum of squared differences of the first `width` bytes of each row, divided by the number of
-    /// all bytes. The figure is no true mean: it sees a third or a quarter of each row, and images that differ
-    /// elsewhere give 0. Empty images give 0.
+    /// Computes the sum of squared differences of the first `width` bytes of each row, divided by the number
+    /// of all bytes. The result is not a true mean: it covers a third or a quarter of each row, and it is 0
+    /// for images that differ elsewhere. It is 0 for empty images.
     /// @return false unless both images are RGB8, or both RGBA8, of the same size.
     bool computeMeanSquaredError(const Image& other, float& result) const;
 
@@ -207,7 +208,7 @@ public:
     ///
     /// A file whose header states more pixels than setDecodeLimit() allows, or more than 2^26 + 8256 times
     /// its bytes, is refused before it is decoded.
-    /// @errors false, and this image stays as it was. A PNG error prints one line on standard output; an
+    /// @errors false, and this image is unchanged. A PNG error prints one line on standard output; an
     /// animated WebP logs an error. @threads any thread.
     bool loadFromMemory(const uint8* data, unsigned size);
     /// Decodes the content of a buffer.
@@ -219,8 +220,8 @@ public:
     /// Decodes the resource @p name; a missing one is not logged.
     bool loadFromResource(const char* name);
     /// Requests the resource @p name. When it arrives, it is decoded and @p done is called, both on the main
-    /// queue, even if it could not be decoded (ask isInitialized()). An image that has died meanwhile is left
-    /// alone and @p done is not called. @return true if a provider accepted the request.
+    /// queue, even if it could not be decoded (ask isInitialized()). An image that was destroyed
+    /// meanwhile is ignored and @p done is not called. @return true if a provider accepted the request.
     bool loadFromResourceAsync(const char* name, std::function<void()> done);
     /// Loads files in order and appends them to @p out, converted to @p format where theirs differs.
     /// @errors logs an error and returns false at the first failure; what was appended stays.
@@ -228,16 +229,17 @@ public:
     /// Sets the most pixels of a file that is decoded; the default is 2^28. @threads any thread.
     static void setDecodeLimit(uint64 pixels);
 
-    /// Writes a file: PNG, WebP (lossy, quality 70) or BMP for a path that ends in ".png", ".webp" or ".bmp" in
-    /// lower case; every other file is written by the program of setImageMagick().
+    /// Writes a file: PNG, WebP (lossy, quality 70) or BMP for a path that ends in ".png", ".webp" or ".bmp"
+    /// in lower case; every other file is written by the program of setImageMagick().
     /// @param forceBmp  writes BMP whatever the path.
-    /// @errors logs an error and returns false if the format cannot be saved, or the file cannot be encoded or
-    /// written; no partial file stays.
+    /// @errors logs an error and returns false if the format cannot be saved, or the file cannot be encoded
+    /// or written; no partial file stays.
     bool saveTo(const char* path, bool forceBmp = false) const;
-    /// Encodes into @p out, as saveTo() does. @errors logs an error, returns false and leaves @p out as it is.
+    /// Encodes into @p out, as saveTo() does. @errors logs an error, returns false and leaves @p out as it
+    /// is.
     bool saveToMemory(Buffer& out, Encoding encoding) const;
-    /// Returns a PNG file as base64 with padding; an empty text, with an error line, if the format is not RGB8,
-    /// RGBA8, BGR8 or BGRA8.
+    /// Returns a PNG file as base64 with padding; an empty text, with an error line, if the format is not
+    /// RGB8, RGBA8, BGR8 or BGRA8.
     String asPngBase64EncodedString() const;
     /// Returns a WebP file as base64, as asPngBase64EncodedString() does.
     String asWebpBase64EncodedString() const;

@@ -6,14 +6,15 @@
 
 namespace qel::util {
 
-// All functions take width and height in pixels, then the planes of the source and those of the target, each with
-// the bytes from one row to the next. Nothing needs to be aligned. A source and a target of the same memory are
-// allowed if their pixels have the same size. Any number of threads may call them at once; large images are shared
-// with idle workers.
+// All functions take width and height in pixels, then the planes of the source and those of the target, each
+// with the bytes from one row to the next. Nothing needs to be aligned. A source and a target of the same
+// memory are allowed if their pixels have the same size. Any number of threads may call them at once; large
+// images are shared with idle workers.
 //
-// Names: convertImage_ changes how a pixel is represented, copyImage_ only moves bytes. X, A and B stand for bytes
-// that are carried through or exchanged, XXX8 for three 8-bit channels, XXXA8 for four of which the last is ignored.
-// A digit after a letter is the subsampling of that plane. MP marks the form with several planes.
+// Names: convertImage_ changes how a pixel is represented, copyImage_ only moves bytes. X, A and B denote
+// bytes that are carried through or exchanged, XXX8 for three 8-bit channels, XXXA8 for four of which the
+// last is ignored. A digit after a letter is the subsampling of that plane. MP marks the form with several
+// planes.
 
 /// A conversion of one plane to one plane.
 using ConvertPlane = void(uint32 width, uint32 height, const uint8* source, int32 sourcePitch, uint8* target,
@@ -41,8 +42,8 @@ QEL_API ConvertPlane convertImage_RGBA8_RGB565; ///< Dithers RGBA8 to 16 bits wi
 QEL_API ConvertPlane convertImage_BGRA8_RGB565; ///< Dithers BGRA8 to 16 bits without alpha.
 QEL_API ConvertPlane convertImage_RGBA8_RGBA4;  ///< Dithers RGBA8 to four times 4 bits.
 QEL_API ConvertPlane convertImage_BGRA8_RGBA4;  ///< Dithers BGRA8 to four times 4 bits.
-/// Dithers RGBA8 to three times 5 bits and one of alpha. The lane of alpha reaches 252, so that every second pixel
-/// of a fully transparent area gets the alpha bit.
+/// Dithers RGBA8 to three times 5 bits and one of alpha. The lane of alpha reaches 252, so that every second
+/// pixel of a fully transparent area gets the alpha bit.
 QEL_API ConvertPlane convertImage_RGBA8_RGBA5551;
 /// Dithers BGRA8 as convertImage_RGBA8_RGBA5551 does.
 QEL_API ConvertPlane convertImage_BGRA8_RGBA5551;
@@ -58,19 +59,19 @@ QEL_API void convertImage_UInt16O16_MP_UInt16_O16(uint32 width, uint32 height, c
 
 // Conversions to and from YUV work on pairs of rows: the last row of an odd height is not written.
 
-/// Converts RGBA8 to Y1U2V2, full range. Chroma is that of the odd pixel of the odd row. A column left over by an
-/// odd width is written where the chroma pitch exceeds `width >> 1`, from its even pixel.
+/// Converts RGBA8 to Y1U2V2, full range. Chroma is that of the odd pixel of the odd row. A column left over
+/// by an odd width is written where the chroma pitch exceeds `width >> 1`, from its even pixel.
 QEL_API void convertImage_RGBA8_Y1U2V2(uint32 width, uint32 height, const uint8* source, int32 sourcePitch,
                                        uint8* y, int32 yPitch, uint8* u, int32 uPitch, uint8* v,
                                        int32 vPitch);
-/// Converts BGRA8 to Y1U2V2, video range. Chroma is that of the mean of 2 by 2 pixels; in a column left over by an
-/// odd width, which is written where the chroma pitch exceeds `width >> 1`, of two.
+/// Converts BGRA8 to Y1U2V2, video range. Chroma is that of the mean of 2 by 2 pixels; in a column left over
+/// by an odd width, which is written where the chroma pitch exceeds `width >> 1`, of two.
 QEL_API void convertImage_BGRA8_Y1U2V2(uint32 width, uint32 height, const uint8* source, int32 sourcePitch,
                                        uint8* y, int32 yPitch, uint8* u, int32 uPitch, uint8* v,
                                        int32 vPitch);
 
-/// A conversion of three planes to one. The last pixel of an odd row reads chroma column `width >> 1` where the
-/// pitch exceeds it, and otherwise the last column; with no column at all chroma is 128.
+/// A conversion of three planes to one. The last pixel of an odd row reads chroma column `width >> 1` where
+/// the pitch exceeds it, and otherwise the last column; with no column at all chroma is 128.
 using ConvertThreePlanes = void(uint32 width, uint32 height, const uint8* y, int32 yPitch, const uint8* u,
                                 int32 uPitch, const uint8* v, int32 vPitch, uint8* target, int32 targetPitch);
 

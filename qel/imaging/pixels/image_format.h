@@ -88,11 +88,11 @@ namespace qel::util {
 QEL_API int getFormatSizeBits(FormatID format);
 /// Returns the number of planes, 1 to 3; 1 for an unknown format.
 QEL_API int getFormatPlanes(FormatID format);
-/// Returns the number of channels of numeric formats, RGB8, RGB565, RGBA8, RGBA4 and RGBA5551; 1 for all other
-/// formats, also for BGRA8, BGR8 and LA8, whose value must be tested instead.
+/// Returns the number of channels of numeric formats, RGB8, RGB565, RGBA8, RGBA4 and RGBA5551; 1 for all
+/// other formats, also for BGRA8, BGR8 and LA8, whose value must be tested instead.
 QEL_API int getFormatChannels(FormatID format);
-/// Returns the number of the format's JPEG-compressed form: 405 for RGB8, 406 for UInt16, 0 for all others. No
-/// Image holds these forms.
+/// Returns the number of the format's JPEG-compressed form: 405 for RGB8, 406 for UInt16, 0 for all others.
+/// No Image holds these forms.
 QEL_API int selectJPEGCompressionFormat(FormatID format);
 
 } // namespace qel::util

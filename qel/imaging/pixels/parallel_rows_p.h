@@ -8,8 +8,8 @@
 
 namespace qel::internal {
 
-/// Runs all parts of @p kernel by System::execute, in which the calling thread takes part; without a System all
-/// on the calling thread.
+/// Runs all parts of @p kernel by System::execute, in which the calling thread takes part; without a System
+/// all on the calling thread.
 void executeParts(ParallelKernel& kernel, unsigned processors = 1);
 
 /// Runs a function for equal shares of a range.

@@ -5,7 +5,8 @@
 
 namespace qel::internal {
 
-/// Converts @p n pixels from @p in to @p out. Both may be the same memory if the target's pixels are not larger.
+/// Converts @p n pixels from @p in to @p out. Both may be the same memory if the target's pixels are not
+/// larger.
 using RowFunction = void(uint8* out, const uint8* in, size_t n);
 
 RowFunction rowSwapPairs;     ///< 2 bytes exchanged

@@ -1,4 +1,5 @@
-// The definition of the conversions between colours and YUV. The vector kernels equal these functions in every bit.
+// The definition of the conversions between colours and YUV. The vector kernels equal these functions in
+// every bit.
 #pragma once
 
 #include <qel/foundation/base/types.h>

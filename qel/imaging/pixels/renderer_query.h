@@ -8,7 +8,8 @@ namespace qel::internal {
 /// Returns whether the application draws by the software renderer.
 using SoftwareRendererQuery = bool (*)();
 
-/// Sets what Image::optimizeLossyForTextureFrom() asks; null, the default, answers no. The renderer connects it.
+/// Sets what Image::optimizeLossyForTextureFrom() asks; null, the default, answers no. The renderer connects
+/// it.
 /// @threads any thread.
 QEL_API void setSoftwareRendererQuery(SoftwareRendererQuery query);
 

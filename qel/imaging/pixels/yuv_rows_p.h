@@ -1,7 +1,7 @@
 // Conversions of rows between colours and YUV 4:2:0.
 //
-// There are two matrices on purpose, and the order of the bytes decides: RGB order is full range with 10 bits of
-// fixed point, BGR order is video range. They must not be mixed.
+// There are two matrices on purpose, and the order of the bytes decides: RGB order is full range with 10 bits
+// of fixed point, BGR order is video range. They must not be mixed.
 #pragma once
 
 #include <qel/foundation/base/types.h>

@@ -1,4 +1,4 @@
-// CacheStore: keeps the values last used of a slower Store in memory.
+// CacheStore: keeps the most recently used values of a slower Store in memory.
 #pragma once
 
 #include <qel/foundation/base/smart_pointer.h>
@@ -12,34 +12,35 @@ namespace internal {
 struct CacheStoreData;
 }
 
-/// Wraps another store and remembers up to 8,192 keys, those last read or written: their values, and of
-/// absent keys that they are absent. Writes go through to the wrapped store, and so do questions of order.
-///
-/// Nobody else may write to the wrapped store. What that store drops or takes back by itself, as on a full
-/// disk, is dropped from the cache too: the cache is emptied when Store::getLossCount() changes. In the long
-/// run nothing is allocated: entries are used again with their buffers.
+/// Wraps another store and caches the 8,192 keys that were read or written most recently: their values, or
+/// the fact that they are absent. Writes are passed to the wrapped store, and so are queries for neighbouring
+/// keys.
+/// || Nobody else may write to the wrapped store. Changes that the wrapped store drops or rolls back by
+/// itself, for example on a full disk, are dropped from the cache too: the cache is emptied when
+/// Store::getLossCount() changes. Entries are reused with their buffers, so nothing is allocated once the
+/// cache is full.
 class QEL_API CacheStore : public Store {
     QEL_CLASS(CacheStore, Store)
 
 public:
-    /// Entries that the cache holds at most.
+    /// The largest number of entries in the cache.
     static constexpr int kCapacity = 8192;
 
-    /// An empty cache. @owner takes a reference to @p backing.
+    /// Creates an empty cache. @owner takes a reference to @p backing.
     explicit CacheStore(Store* backing);
     CacheStore(const CacheStore&) = delete;
     CacheStore& operator=(const CacheStore&) = delete;
     ~CacheStore() override;
 
-    /// How often get() knew the answer.
+    /// Returns the number of get() calls that the cache answered.
     uint32 getHits() const { return m_hits; }
-    /// How often get() had to ask the store behind.
+    /// Returns the number of get() calls that were passed to the wrapped store.
     uint32 getMisses() const { return m_misses; }
 
     bool good() const override;
     void set(const Item& key, const Item& value) override;
-    /// @owner the cache's; valid until 8,191 other keys were used or the cache was emptied. The value under a
-    ///        key with a `Wildcard` or a NaN isn't cached, and valid until the next such question.
+    /// @owner the cache's; valid until 8,191 other keys were used or the cache was emptied. The value of a
+    /// key with a `Wildcard` or a NaN is not cached; it is valid until the next call with such a key.
     const Item* get(const Item& key) override;
     /// Also empties the cache.
     void remove(const Item& first, const Item& last) override;

@@ -1,4 +1,4 @@
-// ElementCursor: a walk over the elements of a list that lies in memory, for what looks at all of them.
+// ElementCursor: iterates over all elements of a list in memory.
 #pragma once
 
 #include <qel/foundation/base/byte_span.h>
@@ -9,25 +9,25 @@
 
 namespace qel::internal {
 
-/// Stands on an element of a list, or behind the last one that is valid.
+/// Points at an element of a list, or after the last valid one.
 class ElementCursor {
 public:
-    /// Stands on the first element of @p list.
+    /// Starts at the first element of @p list.
     explicit ElementCursor(ConstByteSpan list) : m_position(list.data), m_end(list.data + list.size) {
         measure();
     }
 
-    /// Type of the element; None behind the last.
+    /// Returns the type of the element; None after the last one.
     ValueType type() const { return m_size != 0 ? static_cast<ValueType>(*m_position) : ValueType::None; }
-    /// Whether there is an element.
+    /// Returns true if there is an element.
     explicit operator bool() const { return m_size != 0; }
-    /// Steps to the next element.
+    /// Moves to the next element.
     void next() {
         m_position += m_size;
         measure();
     }
 
-    /// The value of an integer of any width.
+    /// Returns the value of an integer of any width.
     int64 integer() const {
         switch (static_cast<ValueType>(*m_position)) {
         case ValueType::Integer8:
@@ -40,20 +40,20 @@ public:
             return value<int64>();
         }
     }
-    /// The value of a Float.
+    /// Returns the value of a Float.
     double number() const { return value<double>(); }
-    /// The text of a String or Prefix, without the zero byte.
+    /// Returns the text of a String or Prefix, without the zero byte.
     std::string_view text() const { return {reinterpret_cast<const char*>(m_position + 1), m_size - 2}; }
-    /// The payload of an element that begins with its size.
+    /// Returns the payload of an element that begins with its size.
     ConstByteSpan payload() const { return {m_position + 5, m_size - 5}; }
-    /// The 32 bytes of a GUID.
+    /// Returns the 32 bytes of a GUID.
     const uint8* guid() const { return m_position + 1; }
-    /// Whether this is a Prefix with the text @p text.
+    /// Returns true if this is a Prefix with the text @p text.
     bool isPrefix(std::string_view wanted) const { return type() == ValueType::Prefix && text() == wanted; }
 
-    /// The bytes that have not been stepped over, valid or not.
+    /// Returns the bytes from the current position to the end, valid or not.
     ConstByteSpan rest() const { return {m_position, static_cast<size_t>(m_end - m_position)}; }
-    /// The bytes behind the element; all of rest() when there is none.
+    /// Returns the bytes after the element; all of rest() if there is none.
     ConstByteSpan behind() const { return {m_position + m_size, rest().size - m_size}; }
 
 private:
@@ -68,12 +68,12 @@ private:
     size_t m_size;
 };
 
-/// Whether this is the tag of a String or Prefix.
+/// Returns true for the tag of a String or Prefix.
 constexpr bool isText(ValueType type) {
     return type == ValueType::String || type == ValueType::Prefix;
 }
 
-/// Whether this is the tag of one of the four integers.
+/// Returns true for the tag of one of the four integers.
 constexpr bool isInteger(ValueType type) {
     return type == ValueType::Integer8 || type == ValueType::Integer16 || type == ValueType::Integer32 ||
            type == ValueType::Integer64;

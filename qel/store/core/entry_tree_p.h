@@ -1,4 +1,4 @@
-// EntryTree: the ordered entries of a MemoryStore, as a tree of wide nodes.
+// EntryTree: the ordered entries of a MemoryStore in a tree of wide nodes.
 #pragma once
 
 #include <qel/store/core/key_slots_p.h>
@@ -8,10 +8,10 @@
 
 namespace qel::internal {
 
-/// A B+tree over the order of the entries' keys. Its nodes hold up to 32 keys, of each the eight bytes behind
-/// what all keys of the node begin with: nearly every step of a search compares numbers that lie side by
-/// side. A node goes when it is empty and isn't merged before (T. Johnson, D. Shasha: "B-trees with inserts
-/// and deletes: why free-at-empty is better than merge-at-half", 1993).
+/// A B+tree over the order of the entries' keys. Its nodes contain up to 32 keys. For each key they keep the
+/// eight bytes after the prefix that all keys of the node share, so nearly every step of a search compares
+/// adjacent numbers. A node is removed once it is empty; nodes are not merged before (T. Johnson, D. Shasha:
+/// "B-trees with inserts and deletes: why free-at-empty is better than merge-at-half", 1993).
 class EntryTree {
     struct Inner;
     struct Path;
@@ -29,17 +29,17 @@ class EntryTree {
     };
 
 public:
-    /// An entry's place, or the end. Valid until an entry is inserted or taken out.
+    /// The position of an entry, or the end. Valid until an entry is inserted or removed.
     class Place {
     public:
-        /// The end.
+        /// Creates the end position.
         Place() = default;
-        /// The entry, null at the end.
+        /// Returns the entry; null at the end.
         StoreEntry* entry() const { return m_leaf ? m_leaf->entries[m_index].get() : nullptr; }
-        /// Steps to the next entry; at the end it stays.
+        /// Moves to the next entry; has no effect at the end.
         inline void next();
-        /// Calls @p visit(StoreEntry&) for this entry and for those after it in its node, and steps after
-        /// them. Not at the end.
+        /// Calls @p visit(StoreEntry&) for this entry and those after it in its node, and moves after them.
+        /// Must not be called at the end.
         template <typename Visit>
         void takeNode(const Visit& visit);
 
@@ -57,17 +57,17 @@ public:
     EntryTree(const EntryTree&) = delete;
     EntryTree& operator=(const EntryTree&) = delete;
 
-    /// The first entry.
+    /// Returns the position of the first entry.
     Place begin() const;
-    /// The first entry whose key isn't smaller than @p order.
+    /// Returns the position of the first entry whose key is not smaller than @p order.
     Place lowerBound(std::string_view order) const;
-    /// The first entry whose key is greater than @p order.
+    /// Returns the position of the first entry whose key is greater than @p order.
     Place upperBound(std::string_view order) const;
-    /// The entry before @p place, which may be the end; the end if there is none.
+    /// Returns the position before @p place, which may be the end; the end if there is none.
     Place before(Place place) const;
-    /// Takes an entry whose key isn't there. @return the entry.
+    /// Inserts an entry whose key does not exist. @return the entry.
     StoreEntry* insert(StoreEntry::Owner entry);
-    /// Takes an entry out that is there.
+    /// Removes an entry, which must exist. @return the entry.
     StoreEntry::Owner takeOut(const StoreEntry* entry);
 
 private:
@@ -95,8 +95,8 @@ inline void EntryTree::Place::next() {
     *this = Place(m_leaf, m_index + 1);
 }
 
-/// The entries of the next node and the places of the node after it are asked for early, so that a walk waits
-/// for neither.
+/// Prefetches the entries of the next node and the positions of the node after it, so that a walk waits for
+/// neither.
 template <typename Visit>
 void EntryTree::Place::takeNode(const Visit& visit) {
     Leaf* const leaf = m_leaf;
@@ -108,7 +108,7 @@ void EntryTree::Place::takeNode(const Visit& visit) {
     *this = Place(leaf, leaf->entries.size());
 }
 
-/// Entries lie anywhere in memory: a walk asks for them, and for the next leaf, before it comes to them.
+/// Prefetches entries, which may be anywhere in memory, and the next leaf before a walk reaches them.
 inline void EntryTree::Place::prefetchAhead() const {
     constexpr unsigned kAhead = 10;
     const Leaf* leaf = m_leaf;

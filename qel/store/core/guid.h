@@ -21,21 +21,21 @@ class Object;
 
 namespace qel {
 
-/// A plain identifier of 32 bytes, read as one 256-bit little-endian number. All zero bytes mean that there
-/// is no identifier. Its low bits may tell who issued it; the others are random.
+/// An identifier of 32 bytes, interpreted as a 256-bit little-endian number. If all bytes are zero there is
+/// no identifier. The low bits may identify the issuer; the others are random.
 /// @threads a value: one thread at a time.
 class QEL_API GUID {
     QEL_VALUE_CLASS(GUID)
 
 public:
-    /// Number of bytes.
+    /// The number of bytes.
     static constexpr size_t kSize = 32;
-    /// Number of digits of the text form.
+    /// The number of digits in the text form.
     static constexpr size_t kTextSize = 2 * kSize;
-    /// What stands before the text form where other texts may stand too, as in JSON.
+    /// The prefix that distinguishes the text form from other texts, as in JSON.
     static constexpr const char* kTextPrefix = "GUID:::";
 
-    /// No identifier.
+    /// Creates the zero identifier.
     constexpr GUID() = default;
     /// Copies the kSize bytes at @p p, which need no alignment.
     static GUID fromBytes(const uint8* p) {
@@ -43,45 +43,46 @@ public:
         std::memcpy(guid.bytes.data(), p, kSize);
         return guid;
     }
-    /// Reads the text form; digits of either case.
-    /// @return the zero identifier for anything but kTextSize hexadecimal digits.
+    /// Parses the text form; digits of either case are accepted.
+    /// @return the zero identifier for anything except kTextSize hexadecimal digits.
     static GUID fromString(SmartCStr text);
 
-    /// 64 upper-case hexadecimal digits: the bytes in the order of memory.
+    /// Returns 64 upper-case hexadecimal digits: the bytes in memory order.
     String toString() const;
-    /// A nickname for logs and screens, "god" for the zero identifier. Different identifiers may share one.
+    /// Returns a nickname for logs and displays; "god" for the zero identifier. Different identifiers may
+    /// have the same one.
     String getFantasyName() const;
 
-    /// True for the zero identifier.
+    /// Returns true for the zero identifier.
     bool isNull() const { return *this == GUID(); }
-    /// True for anything but the zero identifier.
+    /// Returns true for any identifier except the zero identifier.
     explicit operator bool() const { return !isNull(); }
 
-    /// Makes GUID a class of scripts. Defined in script/guid_binding.cpp.
+    /// Registers GUID as a script class. Defined in script/guid_binding.cpp.
     static void bindSqVM(qelSq::Object* cls);
 
-    /// Same bytes.
+    /// Compares the bytes.
     friend bool operator==(const GUID& a, const GUID& b) {
         return std::memcmp(a.bytes.data(), b.bytes.data(), kSize) == 0;
     }
-    /// Order of the 256-bit numbers.
+    /// Compares the 256-bit numbers.
     friend std::strong_ordering operator<=>(const GUID& a, const GUID& b) {
         return std::lexicographical_compare_three_way(a.bytes.rbegin(), a.bytes.rend(), b.bytes.rbegin(),
                                                       b.bytes.rend());
     }
     /// Writes toString().
     friend QEL_API std::ostream& operator<<(std::ostream& out, const GUID& guid);
-    /// Reads exactly kTextSize characters, without skipping blanks.
-    /// @errors when they are no hexadecimal digits, or fewer, the stream has failed and @p guid is zero.
+    /// Reads exactly kTextSize characters, without skipping spaces.
+    /// @errors if there are fewer, or they are not hexadecimal digits, the stream fails and @p guid is zero.
     friend QEL_API std::istream& operator>>(std::istream& in, GUID& guid);
 
-    /// The number, lowest byte first.
+    /// The bytes of the number, lowest first.
     std::array<uint8, kSize> bytes{};
 };
 
 } // namespace qel
 
-/// Makes GUID a key of the unordered containers.
+/// Hashes a GUID for the unordered containers.
 template <>
 struct std::hash<qel::GUID> {
     std::size_t operator()(const qel::GUID& guid) const noexcept {

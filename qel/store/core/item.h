@@ -1,4 +1,4 @@
-// Item: a list of typed elements in one string of bytes; the value, key and argument list of the data model.
+// Item: a list of typed elements in one byte string; the value, key and argument list of the data model.
 #pragma once
 
 #include <qel/foundation/base/byte_span.h>
@@ -29,16 +29,16 @@ class PacketScheme;
 class Store;
 class StringId;
 
-/// A byte string that holds a list of self-describing elements: a tuple. The same type is a key in a Store (a
-/// path, each element one step), a value there, the arguments and the result of a remote call, and a field of
-/// a Packet. Its plain bytes are what is stored and sent; docs/formats.md tells their form.
-///
-/// Writers append an element and can be chained; an Item::Iterator reads. Bytes that are no valid element end
-/// the list, without an error. Where elements nest, lists more than kMaxDepth levels down count as malformed.
-///
-/// Up to 39 bytes stay inside the Item. A view (ExternalBufferMode) points at foreign bytes, which must
-/// outlive it; the first write to it copies them. The operations that reach a Store need a key whose store is
-/// set, which is not checked; they are defined in item_tree.cpp.
+/// A byte string that contains a list of self-describing elements: a tuple. The same type is used for keys in
+/// a Store (paths, with one element per level), values in a Store, the arguments and the result of a remote
+/// call, and fields of a Packet. Its plain bytes are what is stored and sent; docs/formats.md describes their
+/// format.
+/// || Writing functions append an element and can be chained; an Item::Iterator reads elements. Bytes that do
+/// not form a valid element end the list without an error. Where elements nest, lists more than kMaxDepth
+/// levels down are treated as malformed.
+/// || Up to 39 bytes are stored inside the Item. A view (ExternalBufferMode) points to bytes that it does not
+/// own and that must outlive it; the first write to the view copies them. Operations that access a Store
+/// require a key whose store is set, which is not checked; they are defined in item_tree.cpp.
 /// @threads a value: one thread at a time.
 class QEL_API Item {
     QEL_VALUE_CLASS(Item)
@@ -46,55 +46,56 @@ class QEL_API Item {
 public:
     class Iterator;
 
-    /// Types of the tags that choose a constructor.
+    /// The types of the tags that select a constructor.
     struct PlainModeTag {};
     struct ExternalBufferModeTag {};     ///< @copydoc PlainModeTag
     struct FastExternalBufferModeTag {}; ///< @copydoc PlainModeTag
     struct NILTypeTag {};                ///< @copydoc PlainModeTag
     struct WildcardModeTag {};           ///< @copydoc PlainModeTag
-    /// The bytes given are an encoded list and are copied as they stand.
+    /// The given bytes are an encoded list and are copied unchanged.
     static constexpr PlainModeTag PlainMode{};
-    /// The bytes given are an encoded list that the Item views.
+    /// The given bytes are an encoded list that the Item refers to.
     static constexpr ExternalBufferModeTag ExternalBufferMode{};
-    /// As ExternalBufferMode. To turn an Item that is there into a view, use setPlainExternalBuffer().
+    /// Like ExternalBufferMode. To turn an existing Item into a view, use setPlainExternalBuffer().
     static constexpr FastExternalBufferModeTag FastExternalBufferMode{};
-    /// One NIL.
+    /// The Item contains one NIL.
     static constexpr NILTypeTag NILType{};
-    /// One Wildcard.
+    /// The Item contains one Wildcard.
     static constexpr WildcardModeTag WildcardMode{};
 
-    /// Deepest nesting that compare(), the text forms, JSON and script values look into: the list of an Item
-    /// is level 0, that of a SubItem in it level 1. A list below this level reads as if its bytes had ended.
+    /// The deepest nesting that compare(), the text forms, JSON and script values process: the list of an
+    /// Item is level 0, that of a SubItem in it is level 1. A list below this level is read as if its bytes
+    /// had ended.
     static constexpr int kMaxDepth = 4096;
-    /// What a Prefix says in front of a list of keys and values.
+    /// The text of the Prefix in front of a list of keys and values.
     static constexpr const char* kTablePrefix = "table";
-    /// What a Prefix says in front of the code of a script function.
+    /// The text of the Prefix in front of the code of a script function.
     static constexpr const char* kScriptPrefix = "squirrel";
 
-    /// The empty list.
+    /// Creates an empty list.
     Item() noexcept : m_data(m_inline) {}
-    /// The root key of @p store, which it does not own.
+    /// Creates the root key of @p store, which it does not own.
     explicit Item(Store* store) noexcept : m_store(store), m_data(m_inline) {}
-    /// One String. @param text  null gives the empty text.
+    /// Creates a list of one String. @param text  null is treated as empty.
     Item(const char* text) : Item() { addString(SmartCStr(text)); }
-    /// One String. @copydetails addString(const std::string&)
+    /// Creates a list of one String. @copydetails addString(const std::string&)
     Item(const std::string& text) : Item() { addString(text); }
-    /// One integer, in the narrowest form.
+    /// Creates a list of one integer in the narrowest form.
     template <std::integral T>
     requires(!std::same_as<T, bool>) Item(T value) : Item() { addInteger(static_cast<int64>(value)); }
-    /// One GUID.
+    /// Creates a list of one GUID.
     Item(const GUID& guid) : Item() { addGUID(guid); }
-    /// The elements of addSquirrel(). Defined in script/item_script.cpp.
+    /// Creates a list of the elements that addSquirrel() appends. Defined in script/item_script.cpp.
     explicit Item(const qelSq::Object& value);
-    /// One Buffer that holds the bytes.
+    /// Creates a list of one Buffer that contains the bytes.
     Item(const uint8* bytes, size_t size) : Item() { addBuffer(bytes, size); }
-    /// One Buffer that holds the bytes.
+    /// Creates a list of one Buffer that contains the bytes.
     explicit Item(ConstByteSpan bytes) : Item(bytes.data, bytes.size) {}
-    /// A copy of an encoded list.
+    /// Copies an encoded list.
     Item(PlainModeTag, const uint8* bytes, size_t size) : Item() { setPlain(bytes, size); }
-    /// A copy of an encoded list.
+    /// Copies an encoded list.
     Item(PlainModeTag, ConstByteSpan bytes) : Item() { setPlain(bytes.data, bytes.size); }
-    /// A view of an encoded list. @owner the bytes must outlive the view.
+    /// Creates a view of an encoded list. @owner the bytes must outlive the view.
     Item(ExternalBufferModeTag, const uint8* bytes, size_t size) noexcept
         : m_data(const_cast<uint8*>(bytes)), m_capacity(0), m_size(size) {}
     /// @copydoc Item(ExternalBufferModeTag, const uint8*, size_t)
@@ -103,23 +104,23 @@ public:
     /// @copydoc Item(ExternalBufferModeTag, const uint8*, size_t)
     Item(FastExternalBufferModeTag, const uint8* bytes, size_t size) noexcept
         : Item(ExternalBufferMode, bytes, size) {}
-    /// One NIL.
+    /// Creates a list of one NIL.
     explicit Item(NILTypeTag) : Item() { addNIL(); }
-    /// One Wildcard.
+    /// Creates a list of one Wildcard.
     explicit Item(WildcardModeTag) : Item() { addWildcard(); }
-    /// Copies the bytes, also those of a view, and the store.
+    /// Copies the bytes, including those of a view, and the store.
     Item(const Item& other) : m_store(other.m_store), m_data(m_inline) {
         setPlain(other.m_data, other.m_size);
     }
-    /// Takes over a heap block, which leaves @p other empty; else copies the bytes.
+    /// Takes over a heap block, which leaves @p other empty; otherwise copies the bytes.
     /// @errors running out of memory while the bytes of a view are copied ends the process.
     Item(Item&& other) noexcept : m_store(other.m_store), m_data(m_inline) { takeOver(other); }
-    /// Copies the bytes, also those of a view, and the store.
+    /// Copies the bytes, including those of a view, and the store.
     Item& operator=(const Item& other) {
         m_store = other.m_store;
         return setPlain(other.m_data, other.m_size);
     }
-    /// Takes over a heap block, which leaves @p other empty; else copies the bytes.
+    /// Takes over a heap block, which leaves @p other empty; otherwise copies the bytes.
     /// @errors as the constructor.
     Item& operator=(Item&& other) noexcept {
         if (this == &other) return *this;
@@ -127,37 +128,38 @@ public:
         takeOver(other);
         return *this;
     }
-    /// Frees the heap block, if any.
+    /// Frees the heap block if there is one.
     ~Item() {
         if (m_ownsHeap) std::free(m_data);
     }
 
-    // --- Writing: each appends one element and returns the Item ------------------------------------------
+    // --- Writing: each function appends one element and returns the Item ---------------------------------
 
-    /// SubItem with the plain bytes of @p item, which may be this very Item.
-    /// @errors an item of 4 GiB or more can't be an element, and nothing is appended; so with all payloads.
+    /// Appends a SubItem with the plain bytes of @p item, which may be this Item.
+    /// @errors an item of 4 GiB or more cannot be an element; nothing is appended. This applies to all
+    /// payloads.
     Item& add(const Item& item) { return addItem(item); }
-    /// GUID.
+    /// Appends a GUID.
     Item& add(const GUID& guid) { return addGUID(guid); }
-    /// String. @copydetails addString(const std::string&)
+    /// Appends a String. @copydetails addString(const std::string&)
     Item& add(const std::string& text) { return addString(text); }
-    /// String.
+    /// Appends a String.
     Item& add(SmartCStr text) { return addString(text); }
-    /// String.
+    /// Appends a String.
     Item& add(const StringId& text);
-    /// String. @param text  null gives the empty text.
+    /// Appends a String. @param text  null is treated as empty.
     Item& add(const char* text) { return addString(SmartCStr(text)); }
-    /// One String that holds @p a followed by @p b; null stands for the empty text.
+    /// Appends one String that contains @p a followed by @p b; null is treated as empty.
     Item& add(const char* a, const char* b);
-    /// The narrowest integer; unsigned 64-bit values keep their bits.
+    /// Appends the narrowest integer; unsigned 64-bit values keep their bits.
     template <std::integral T>
     requires(!std::same_as<T, bool>) Item& add(T value) { return addInteger(static_cast<int64>(value)); }
-    /// Float.
+    /// Appends a Float.
     template <std::floating_point T>
     Item& add(T value) {
         return addFloat(static_cast<double>(value));
     }
-    /// True or False.
+    /// Appends True or False.
     template <std::same_as<bool> T>
     Item& add(T value) {
         return addBool(value);
@@ -165,89 +167,91 @@ public:
 
     /// @copydoc add(const Item&)
     Item& addItem(const Item& item) { return putSized(ValueType::SubItem, item.m_data, item.m_size); }
-    /// GUID.
+    /// Appends a GUID.
     Item& addGUID(const GUID& guid) { return put(ValueType::GUID, guid.bytes); }
-    /// String of all bytes. A zero byte in them ends the element early: a reader takes what follows it for
-    /// further elements, so texts from outside go through the SmartCStr form, which stops there.
+    /// Appends a String with all bytes of @p text. A zero byte in them ends the element early: a reader takes
+    /// the bytes after it for further elements, so texts from outside must use the SmartCStr form, which
+    /// stops there.
     Item& addString(const std::string& text) { return putText(ValueType::String, text.data(), text.size()); }
-    /// String.
+    /// Appends a String.
     Item& addString(SmartCStr text) { return putText(ValueType::String, text.c_str(), text.size()); }
-    /// String. @param text  null gives the empty text.
+    /// Appends a String. @param text  null is treated as empty.
     Item& addString(const char* text) { return addString(SmartCStr(text)); }
-    /// The narrowest of Integer8, Integer16, Integer32 and Integer64 that holds the value.
+    /// Appends the narrowest of Integer8, Integer16, Integer32 and Integer64 that can represent the value.
     Item& addInteger(int64 value) {
         if (value == static_cast<int8>(value)) return put(ValueType::Integer8, static_cast<int8>(value));
         if (value == static_cast<int16>(value)) return put(ValueType::Integer16, static_cast<int16>(value));
         if (value == static_cast<int32>(value)) return put(ValueType::Integer32, static_cast<int32>(value));
         return addInteger64(value);
     }
-    /// Integer64, whatever the value.
+    /// Appends an Integer64, whatever the value.
     Item& addInteger64(int64 value) { return put(ValueType::Integer64, value); }
-    /// Float.
+    /// Appends a Float.
     Item& addFloat(double value) { return put(ValueType::Float, value); }
-    /// True or False.
+    /// Appends True or False.
     Item& addBool(bool value) { return putTag(value ? ValueType::True : ValueType::False); }
-    /// True.
+    /// Appends True.
     Item& addTrue() { return putTag(ValueType::True); }
-    /// False.
+    /// Appends False.
     Item& addFalse() { return putTag(ValueType::False); }
-    /// NIL.
+    /// Appends NIL.
     Item& addNIL() { return putTag(ValueType::NIL); }
-    /// Wildcard.
+    /// Appends a Wildcard.
     Item& addWildcard() { return putTag(ValueType::Wildcard); }
-    /// Meta: the bound behind all descendants of a key.
+    /// Appends Meta: the bound after all descendants of a key.
     Item& addMeta() { return putTag(ValueType::Meta); }
-    /// End: the bound behind all descendants of a key and its Meta.
+    /// Appends End: the bound after all descendants of a key and its Meta.
     Item& addEnd() { return putTag(ValueType::End); }
-    /// Buffer.
+    /// Appends a Buffer.
     Item& addBuffer(const Buffer& buffer);
-    /// Buffer.
+    /// Appends a Buffer.
     Item& addBuffer(const uint8* bytes, size_t size) { return putSized(ValueType::Buffer, bytes, size); }
-    /// Buffer.
+    /// Appends a Buffer.
     Item& addBuffer(ConstByteSpan bytes) { return addBuffer(bytes.data, bytes.size); }
-    /// Pointer with the plain bytes of a key.
+    /// Appends a Pointer with the plain bytes of a key.
     Item& addPointer(const Item& key) { return addPointer(key.m_data, key.m_size); }
-    /// Pointer.
+    /// Appends a Pointer.
     Item& addPointer(const uint8* bytes, size_t size) { return putSized(ValueType::Pointer, bytes, size); }
-    /// Prefix.
+    /// Appends a Prefix.
     Item& addPrefix(SmartCStr text) { return putText(ValueType::Prefix, text.c_str(), text.size()); }
-    /// Referee.
+    /// Appends a Referee.
     Item& addReferee(const uint8* bytes, size_t size) { return putSized(ValueType::Referee, bytes, size); }
-    /// GUID when the text begins with GUID::kTextPrefix, else String. What follows the prefix and is no text
-    /// form of a GUID gives the zero GUID.
+    /// Appends a GUID if the text begins with GUID::kTextPrefix, else a String. If the rest after the prefix
+    /// is not the text form of a GUID, the zero GUID is appended.
     Item& addStringOrEncodedGUID(const String& text);
-    /// The elements of a script value: NIL, True, False, integer, Float or String; Prefix "table" and a
-    /// SubItem of keys and values; a SubItem for an array; Prefix "squirrel" and a Buffer of bytecode for a
-    /// closure, or NIL in the Buffer's place; GUID for an instance of that class. NIL for anything else, for
-    /// a container inside itself and for one deeper than kMaxDepth. A zero byte ends a text. Defined in
-    /// script/item_script.cpp. @threads main thread.
+    /// Appends the elements of a script value: NIL, True, False, integer, Float or String; Prefix "table" and
+    /// a SubItem of keys and values; a SubItem for an array; Prefix "squirrel" and a Buffer of bytecode for a
+    /// closure, or a NIL instead of the Buffer; a GUID for an instance of that class. Appends NIL for
+    /// anything else, for a container inside itself and for one nested deeper than kMaxDepth. A zero byte
+    /// ends a text. Defined in script/item_script.cpp.
+    /// @threads main thread.
     Item& addSquirrel(const qelSq::Object& value);
-    /// Appends the plain bytes of @p item, so that its elements join this list.
+    /// Appends the plain bytes of @p item, so that its elements become part of this list.
     Item& concatItem(const Item& item);
-    /// Begins a SubItem in place: what is written until closeSubItem() are its elements.
-    /// @return what closeSubItem() needs.
+    /// Begins a SubItem in place: everything written before closeSubItem() becomes its elements.
+    /// @return the argument for closeSubItem().
     size_t openSubItem();
-    /// Ends the SubItem begun by openSubItem(). One of 4 GiB or more turns into a NIL.
+    /// Ends the SubItem begun by openSubItem(). A SubItem of 4 GiB or more is replaced with a NIL.
     Item& closeSubItem(size_t begin);
 
     // --- Plain bytes --------------------------------------------------------------------------------------
 
-    /// The encoded list; null only for a view of null. @owner valid until the Item changes.
+    /// Returns the encoded list; null only for a view of null. @owner valid until the Item changes.
     const uint8* getPlainBytePointer() const { return m_data; }
-    /// Bytes of the encoded list.
+    /// Returns the number of bytes in the encoded list.
     size_t getPlainSize() const { return m_size; }
-    /// The encoded list. @owner valid until the Item changes.
+    /// Returns the encoded list. @owner valid until the Item changes.
     ConstByteSpan getConstByteSpan() const { return {m_data, m_size}; }
-    /// Replaces the bytes by those of @p other; the store stays.
+    /// Replaces the bytes with those of @p other; the store is kept.
     Item& setPlain(const Item& other) { return setPlain(other.m_data, other.m_size); }
-    /// Replaces the bytes, by a copy of bytes that may lie in this Item; the store stays.
+    /// Replaces the bytes with a copy of @p bytes, which may lie in this Item; the store is kept.
     Item& setPlain(const uint8* bytes, size_t size) {
         if (size > m_capacity) return setPlainGrowing(bytes, size);
         if (size != 0) std::memmove(m_data, bytes, size);
         m_size = size;
         return *this;
     }
-    /// Becomes a view, and frees the heap block if there is one; the store stays.
+    /// Becomes a view and frees the heap block if there is one; the store is kept.
     /// @owner the bytes must outlive the view and must not lie in this Item.
     void setPlainExternalBuffer(const uint8* bytes, size_t size) {
         if (m_ownsHeap) std::free(m_data);
@@ -256,7 +260,7 @@ public:
         m_size = size;
         m_ownsHeap = false;
     }
-    /// Sets the size. New bytes are uninitialised; a view that is not cut to nothing is copied first.
+    /// Sets the size. New bytes are uninitialised. A view is copied first, unless the size is 0.
     /// @return the bytes, for writing.
     uint8* resizePlain(size_t size) {
         if (size > m_capacity) {
@@ -266,154 +270,157 @@ public:
         m_size = size;
         return m_data;
     }
-    /// Makes room for @p size bytes in all.
+    /// Reserves memory for @p size bytes in total.
     void reservePlainTotal(size_t size) {
         if (size > m_capacity) grow(std::max(size, m_size));
     }
-    /// Removes all elements; memory and store stay.
+    /// Removes all elements; memory and store are kept.
     void clear() { m_size = 0; }
-    /// Whether there is no byte.
+    /// Returns true if there are no bytes.
     bool empty() const { return m_size == 0; }
-    /// Whether there is any byte.
+    /// Returns true if there are bytes.
     explicit operator bool() const { return m_size != 0; }
 
-    /// Upper-case hexadecimal digits of the plain bytes.
+    /// Returns the plain bytes as upper-case hexadecimal digits.
     String getBase16() const;
-    /// Replaces the plain bytes by what the text decodes to.
-    /// @return false for a text that does not decode. The Item is then empty, or unchanged when the length
-    /// alone tells.
+    /// Replaces the plain bytes with the decoded text.
+    /// @return false if the text cannot be decoded. The Item is then empty, or unchanged if the length alone
+    /// is invalid.
     bool setBase16(const String& text);
-    /// Base 64 of the plain bytes in the URL-safe alphabet without padding.
+    /// Returns the plain bytes in base 64 with the URL-safe alphabet, without padding.
     String getBase64() const;
     /// @copydoc setBase16
     bool setBase64(const String& text);
-    /// Self-checking base 64 of the plain bytes; see String::encodeBase64crc().
+    /// Returns the plain bytes in self-checking base 64; see String::encodeBase64crc().
     String getBase64crc() const;
     /// @copydoc setBase16
     bool setBase64crc(const String& text);
 
     // --- Reading ------------------------------------------------------------------------------------------
 
-    /// Reads from the first element on. @owner the Item must outlive it and not change while it is used.
+    /// Returns an iterator at the first element. @owner the Item must outlive it and not change while it is
+    /// used.
     Iterator getIterator() const;
-    /// Number of elements.
+    /// Returns the number of elements.
     int getDepth() const;
-    /// Whether a Prefix "squirrel" with a Buffer stands anywhere in the list or below it: a closure's
-    /// bytecode, which must never be accepted from outside the process. Pointers and Referees are not looked
-    /// into.
+    /// Returns true if the list, or a list nested in it, contains a Prefix "squirrel" with a Buffer: a
+    /// closure's bytecode, which must never be accepted from outside the process. Pointers and Referees are
+    /// not searched.
     bool hasScriptCode() const;
 
-    /// The order of keys: element by element. Integers of all widths compare by value, other types rank by
-    /// their tags, a list that is the beginning of another comes first. A Wildcard equals any one element and
-    /// also a missing one; a NaN equals every Float. So with these two the order is not transitive.
+    /// Compares keys element by element. Integers of all widths are compared by value, other types are
+    /// ordered by their tags, and a list that is a prefix of another comes first. A Wildcard equals any one
+    /// element and also a missing one; a NaN equals every Float. With these two the order is not transitive.
     /// @return negative, 0 or positive.
     static int compare(const Item& a, const Item& b);
 
-    /// All elements with their types, for logs: "{<STR:a><INT:5>}". At the first element that has no form
-    /// (Pointer, Referee, Wildcard, anything invalid) "<TRAIL:" and the number of bytes left end it.
+    /// Returns all elements with their types, for logs: "{<STR:a><INT:5>}". At the first element without a
+    /// text form (Pointer, Referee, Wildcard, anything invalid) the text ends with "<TRAIL:" and the number
+    /// of remaining bytes.
     String asString() const;
-    /// The same for people: "a;INT:5".
+    /// Returns the elements in a form for users: "a;INT:5".
     String asBrowsableString() const;
 
-    /// The first element as JSON; further ones are ignored.
-    /// @param pretty  true indents by 2 blanks, false gives the compact form.
-    /// @return empty for what JSON has no form for. @errors text that is no UTF-8 is logged.
+    /// Returns the first element as JSON; further ones are ignored.
+    /// @param pretty  true to indent by 2 spaces, false for the compact form.
+    /// @return empty for an element that JSON cannot represent. @errors text that is not valid UTF-8 is
+    /// logged.
     String getJSON(bool pretty) const;
-    /// Becomes one element (two for an object: its Prefix and its SubItem) made from JSON. An escaped zero
-    /// character ends the text that it stands in.
-    /// @return false for what is not JSON or is nested deeper than kMaxDepth: the Item is empty then, and an
-    ///         error is logged.
+    /// Replaces the list with one element (two for an object: its Prefix and its SubItem) created from JSON.
+    /// An escaped zero character ends the text that contains it.
+    /// @return false if the text is not JSON or is nested deeper than kMaxDepth: the Item is then empty, and
+    /// an error is logged.
     bool setJSON(const String& text);
 
     // --- A key in a store; defined in item_tree.cpp ------------------------------------------------------
 
-    /// Sets the store that the key refers to, which it does not own.
+    /// Sets the store to which the key refers; it does not own it.
     void setStore(Store* store) { m_store = store; }
-    /// The store that the key refers to; null for a plain value.
+    /// Returns the store to which the key refers; null for a plain value.
     Store* getStore() const { return m_store; }
-    /// The value at this key, or null. @owner the store's; see Store::get().
+    /// Returns the value at this key; null if there is none. @owner the store's; see Store::get().
     const Item* fetch() const;
-    /// Whether the key has a value, be it an empty one.
+    /// Returns true if the key has a value, even an empty one.
     bool exists() const;
-    /// Stores @p value at this key. Ancestors that are missing get an empty value, in one transaction.
+    /// Stores @p value at this key. Missing ancestors are created with an empty value, in one transaction.
     void store(const Item& value) const;
-    /// Removes the node and all that is below it.
+    /// Removes the node and all its descendants.
     void remove() const;
     /// Begins a transaction of the store.
     void begin() const;
-    /// Ends the transaction of the store.
+    /// Commits the transaction of the store.
     void commit() const;
-    /// Undoes the transaction of the store.
+    /// Rolls back the transaction of the store.
     void rollback() const;
-    /// The first child. @return false when there is none or this node does not exist.
+    /// Finds the first child. @return false if there is none or this node does not exist.
     bool child(Item& out) const;
-    /// The last child. @return false when there is none or this node does not exist.
+    /// Finds the last child. @return false if there is none or this node does not exist.
     bool lastChild(Item& out) const;
-    /// The next sibling. @return false when there is none; @p out may then hold a key outside the parent.
+    /// Finds the next sibling. @return false if there is none; @p out may then be a key outside the parent.
     bool next(Item& out) const;
-    /// The previous sibling. @return false when there is none.
+    /// Finds the previous sibling. @return false if there is none.
     bool prev(Item& out) const;
     /// Moves to the next sibling. @return as next(Item&) const.
     bool next() { return next(*this); }
     /// Moves to the previous sibling. @return as prev(Item&) const.
     bool prev() { return prev(*this); }
-    /// Cuts the last element. @return whether there was one.
+    /// Removes the last element. @return true if there was one.
     bool parent();
-    /// Copies the key without its last element, with the store. @return whether there was one.
+    /// Copies the key without its last element, with the store. @return true if there was one.
     bool parent(Item& out) const;
-    /// The last element alone, with the store.
+    /// Returns the last element by itself, with the store.
     Item trail() const;
-    /// Copies the last element, with the store. @return whether there was one.
+    /// Copies the last element, with the store. @return true if there was one.
     bool trail(Item& out) const;
-    /// Keeps the first @p depth elements; below 1 none.
+    /// Keeps the first @p depth elements; none if it is below 1.
     void reduceDepthTo(int depth);
-    /// Stores the value of @p source here, if it has one.
+    /// Stores the value of @p source here if it has one.
     void copyValueFrom(const Item& source) const;
-    /// Copies all descendants of @p source, which may live in another store, below this key in a transaction.
+    /// Copies all descendants of @p source, which may be in another store, below this key in one transaction.
     void copyChildrenRecursive(const Item& source) const;
-    /// Keeps a copy of the subtree of @p source below this key, under a unique time stamp.
-    /// @param type  a word that is kept with it.
+    /// Stores a copy of the subtree of @p source below this key, under a unique time stamp.
+    /// @param type  a word that is stored with the copy.
     void archive(const char* type, const Item& source);
-    /// Removes the copies of archive() older than @p time, a UTC stamp in units of 100 ns.
+    /// Removes the copies that archive() stored before @p time, a UTC stamp in units of 100 ns.
     void archiveDeleteBefore(int64 time);
-    /// Makes @p out this key with a random negative integer appended, so that it does not exist.
+    /// Sets @p out to this key with a random negative integer appended, such that it does not exist.
     void createUniqueInteger(Item& out) const;
-    /// The value behind @p key in a flat list of keys and values; an iterator at the end when it is not
+    /// Returns the position of the value after @p key in a flat list of keys and values; the end if it is not
     /// there.
     Iterator kvFind(const char* key) const;
-    /// A flat list of the keys and values of a map; each value must hold exactly one element.
+    /// Creates a flat list of the keys and values of a map; each value must contain exactly one element.
     static Item kvFromMap(const Map<String, Item>& map);
-    /// The keys and values of a flat list, up to the first that is none.
-    /// @owner the values are views, valid as long as this Item is unchanged.
+    /// Returns the keys and values of a flat list, up to the first invalid one.
+    /// @owner the values are views; they are valid while this Item is unchanged.
     Map<String, Item> kvToWeakMap() const;
 
     // --- Packets in a store; defined in store/records/item_packet.cpp ------------------------------------
 
-    /// Stores each field of a packet with a scheme as a child. @errors a packet without scheme is logged.
+    /// Stores each field of a packet with a scheme as a child. @errors a packet without a scheme is logged.
     void storePacket(const Packet* packet) const;
-    /// Fills a packet with a scheme from either form; missing fields keep their defaults.
-    /// @return false when there is nothing, or nothing that fits. @errors a packet without scheme is logged.
+    /// Fills in a packet with a scheme from either form; missing fields keep their defaults.
+    /// @return false if nothing is stored, or nothing that fits. @errors a packet without a scheme is logged.
     bool fetchPacket(Packet* out) const;
     /// Stores a whole packet as one value.
     void storePacketCompact(const Packet* packet) const;
-    /// The packet stored by storePacketCompact(), without a scheme; null when there is none.
+    /// Returns the packet stored by storePacketCompact(), without a scheme; null if there is none.
     SmartPointer<Packet> fetchPacketCompact() const;
-    /// A packet of @p scheme from either form; null when there is none or it does not fit.
+    /// Returns a packet of @p scheme from either form; null if there is none or it does not fit.
     SmartPointer<Packet> fetchPacketCompact(PacketScheme* scheme) const;
-    /// The same. @param wasCompact  tells which form was found.
+    /// Does the same. @param wasCompact  receives true if the compact form was found.
     SmartPointer<Packet> fetchPacketCompact(PacketScheme* scheme, bool& wasCompact) const;
 
-    /// Order of compare().
+    /// Compares as compare() does.
     friend bool operator==(const Item& a, const Item& b) { return compare(a, b) == 0; }
-    /// Order of compare().
+    /// Compares as compare() does.
     friend bool operator!=(const Item& a, const Item& b) { return compare(a, b) != 0; }
-    /// Order of compare().
+    /// Compares as compare() does.
     friend bool operator<(const Item& a, const Item& b) { return compare(a, b) < 0; }
-    /// Order of compare().
+    /// Compares as compare() does.
     friend bool operator<=(const Item& a, const Item& b) { return compare(a, b) <= 0; }
-    /// Order of compare().
+    /// Compares as compare() does.
     friend bool operator>(const Item& a, const Item& b) { return compare(a, b) > 0; }
-    /// Order of compare().
+    /// Compares as compare() does.
     friend bool operator>=(const Item& a, const Item& b) { return compare(a, b) >= 0; }
 
 private:

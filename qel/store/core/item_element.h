@@ -8,34 +8,34 @@
 
 namespace qel {
 
-/// The first byte of an element, which tells its type. Numbers behind it are little-endian.
+/// The first byte of an element, which is its type. Numbers after it are little-endian.
 enum class ValueType : uint8 {
     None = 0,       ///< never written; ends decoding, as if the bytes had ended
     Integer64 = 1,  ///< 8 bytes, signed
     Float = 2,      ///< 8 bytes, IEEE-754 double
     String = 3,     ///< text bytes and a zero byte
-    Buffer = 4,     ///< 32-bit size and as many bytes
-    Pointer = 5,    ///< 32-bit size and as many bytes: those of a key, or any
+    Buffer = 4,     ///< 32-bit size and that number of bytes
+    Pointer = 5,    ///< 32-bit size and that number of bytes: those of a key, or any others
     Integer32 = 6,  ///< 4 bytes, signed
     Integer16 = 7,  ///< 2 bytes, signed
     Integer8 = 8,   ///< 1 byte, signed
     SubItem = 9,    ///< 32-bit size and the bytes of a nested Item
     GUID = 10,      ///< 32 bytes
     NIL = 11,       ///< no payload
-    Prefix = 12,    ///< as String; tells what follows it, as "table" does
+    Prefix = 12,    ///< like String; describes what follows it, for example "table"
     False = 13,     ///< no payload
     True = 14,      ///< no payload
-    Meta = 192,     ///< no payload; bound of a range of keys, behind every element of real keys
-    Referee = 193,  ///< 32-bit size and as many bytes
+    Meta = 192,     ///< no payload; bound of a range of keys, after every element of real keys
+    Referee = 193,  ///< 32-bit size and that number of bytes
     Wildcard = 254, ///< no payload; equals any one element
-    End = 255       ///< no payload; bound of a range of keys, behind Meta
+    End = 255       ///< no payload; bound of a range of keys, after Meta
 };
 
 namespace internal {
 
-static_assert(std::endian::native == std::endian::little, "elements are copied as they stand");
+static_assert(std::endian::native == std::endian::little, "elements are copied unchanged");
 
-/// Reads a number that needs no alignment.
+/// Reads a number that need not be aligned.
 template <typename T>
 T loadElementValue(const uint8* bytes) {
     T value;
@@ -43,9 +43,9 @@ T loadElementValue(const uint8* bytes) {
     return value;
 }
 
-/// Size of the element at @p element, its tag included.
-/// @param available  bytes from there to the end of the list.
-/// @return 0 at the end, for an unknown tag and for an element that does not fit.
+/// Returns the size of the element at @p element, including its tag.
+/// @param available  the number of bytes from there to the end of the list.
+/// @return 0 at the end, for an unknown tag, and for an element that does not fit.
 inline size_t getElementSize(const uint8* element, size_t available) {
     if (available == 0) return 0;
     const auto fixed = [available](size_t size) { return size <= available ? size : 0; };

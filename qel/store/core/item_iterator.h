@@ -1,4 +1,4 @@
-// Item::Iterator: reads the elements of an Item in their order.
+// Item::Iterator: reads the elements of an Item in order.
 #pragma once
 
 #include <qel/store/core/item.h>
@@ -9,122 +9,124 @@ class Object;
 
 namespace qel {
 
-/// Whether a reader accepts code for the script machine.
+/// The treatment of script code by a reader.
 enum class ScriptCode {
     Accept, ///< closures are built from their bytecode; only for Items of this process
-    Refuse  ///< a closure is a mismatch; for whatever came from a peer, a worker or a file
+    Refuse  ///< a closure is treated as a mismatch; for anything from a peer, a worker or a file
 };
 
-/// A position in the list of an Item. Each typed read takes the next element if it has the right type, and
-/// steps over it; else it leaves the position and the output alone and returns false (or null). The end, a
-/// malformed element and a cut one are the same: there is no next element.
+/// A position in the list of an Item. Each typed read returns the next element if it has the right type, and
+/// moves past it; otherwise it changes neither the position nor the output and returns false (or null). The
+/// end, a malformed element and a truncated one are treated alike: there is no next element.
 /// @owner holds no copy: the Item must outlive it and must not change while it is used.
 /// @threads as the Item.
 class QEL_API Item::Iterator {
     QEL_VALUE_CLASS(Iterator)
 
 public:
-    /// Stands on the first element of @p item.
+    /// Starts at the first element of @p item.
     explicit Iterator(const Item& item) : m_item(&item) {}
-    /// Stands at byte @p offset, where an element begins; an offset outside the bytes is the end.
+    /// Starts at byte @p offset, where an element begins; an offset outside the bytes is the end.
     Iterator(const Item& item, int64 offset) : m_item(&item), m_offset(offset) {}
 
-    /// Bytes from the beginning of the Item.
+    /// Returns the number of bytes from the beginning of the Item.
     int64 getOffset() const { return m_offset; }
-    /// Whether a valid element follows.
+    /// Returns true if a valid element follows.
     bool hasNextElement() const { return elementSize() != 0; }
-    /// Size of the next element with its tag; 0 if there is none.
+    /// Returns the size of the next element including its tag; 0 if there is none.
     size_t getSize() const { return elementSize(); }
-    /// Tag of the next element; None if there is none.
+    /// Returns the tag of the next element; None if there is none.
     ValueType getType() const {
         return elementSize() != 0 ? static_cast<ValueType>(*here()) : ValueType::None;
     }
-    /// Steps over @p count elements. @return false as soon as one is missing; the position is then before it.
+    /// Skips @p count elements. @return false as soon as one is missing; the position is then before it.
     bool skip(int count = 1);
-    /// Steps behind all bytes.
+    /// Moves to the end of the bytes.
     void skipToEnd() { m_offset = static_cast<int64>(m_item->getPlainSize()); }
-    /// Copies the whole next element, its tag included, in place of the bytes of @p target.
+    /// Replaces the bytes of @p target with the whole next element, including its tag.
     /// @return its tag; None, with @p target unchanged, if there is none.
     ValueType extract(Item& target);
 
-    /// True or False.
+    /// Reads True or False.
     bool asBool(bool& value);
-    /// An integer of any width, cut to its low 32 bits.
+    /// Reads an integer of any width and truncates it to its low 32 bits.
     bool asInteger(int32& value) { return readInteger(value); }
-    /// An integer of any width.
+    /// Reads an integer of any width.
     bool asInteger(int64& value) { return readInteger(value); }
-    /// An integer of any width; a negative one keeps its bits.
+    /// Reads an integer of any width; a negative one keeps its bits.
     bool asInteger(uint64& value) { return readInteger(value); }
-    /// A Float; an integer is a mismatch.
+    /// Reads a Float; an integer is a mismatch.
     bool asFloat(float& value);
     /// @copydoc asFloat(float&)
     bool asFloat(double& value) { return readFixed(ValueType::Float, value); }
-    /// A copy of a String or Prefix.
+    /// Copies the text of a String or Prefix.
     bool asString(String& text);
-    /// A String or Prefix as an identifier.
+    /// Reads a String or Prefix as an identifier.
     bool asStringId(StringId& text);
-    /// A String or Prefix as a pointer into the Item; null on a mismatch.
+    /// Returns the text of a String or Prefix as a pointer into the Item; null on a mismatch.
     const char* asWeakCStr() {
         size_t size;
         return readText(size);
     }
-    /// A copy of the bytes of a Buffer.
+    /// Copies the bytes of a Buffer.
     bool asBuffer(Buffer& buffer);
-    /// The bytes of a Buffer inside the Item.
+    /// Returns the bytes of a Buffer inside the Item.
     bool asWeakBuffer(ConstByteSpan& bytes) { return readSized(ValueType::Buffer, bytes); }
     /// @copydoc asWeakBuffer(ConstByteSpan&)
     bool asWeakBuffer(const uint8*& bytes, size_t& size);
-    /// The bytes of a Pointer inside the Item.
+    /// Returns the bytes of a Pointer inside the Item.
     bool asWeakPointer(ConstByteSpan& bytes) { return readSized(ValueType::Pointer, bytes); }
-    /// A GUID.
+    /// Reads a GUID.
     bool asGUID(GUID& guid) { return readFixed(ValueType::GUID, guid.bytes); }
-    /// A NIL.
+    /// Reads a NIL.
     bool asNIL();
-    /// Copies the list of a SubItem. A @p target without store takes the store of the Item, here as in the
-    /// two that follow. It may be the Item itself.
+    /// Copies the list of a SubItem. Here and in the next two functions, a @p target without a store receives
+    /// the store of the Item. @p target may be the Item itself.
     bool asSubItem(Item& target);
-    /// Makes @p target a view of the list of a SubItem; a copy, if it is the Item itself.
+    /// Makes @p target a view of the list of a SubItem; a copy if it is the Item itself.
     bool asWeakSubItem(Item& target);
-    /// Makes @p target a view of the whole next element, its tag included; a copy, if it is the Item itself.
+    /// Makes @p target a view of the whole next element including its tag; a copy if it is the Item itself.
     bool asWeakItemView(Item& target);
-    /// Clears both, then takes a String or Prefix, or a GUID.
+    /// Clears both outputs, then reads a String or Prefix, or a GUID.
     bool asStringOrGUID(String& text, GUID& guid);
-    /// Takes a Prefix "table" and the SubItem behind it, and replaces the content of @p table by its keys and
-    /// values: pointers and views into the Item. Of equal keys the last counts; the first key that is no
-    /// text, and the first value that is missing, end the table silently.
+    /// Reads a Prefix "table" and the SubItem after it, and replaces the content of @p table with its keys
+    /// and values: pointers and views into the Item. If a key occurs several times, the last one is used. The
+    /// first key that is not text, and the first missing value, end the table without an error.
     bool asWeakTable(Map<SmartCStr, Item>& table);
-    /// The inverse of Item::addSquirrel(). A Buffer, a Pointer and a table that breaks off have no script
-    /// form. A failure leaves position and value alone.
+    /// Reverses Item::addSquirrel(). A Buffer, a Pointer and a truncated table have no script form. On
+    /// failure neither the position nor the value changes.
     /// @param code  what to do with closures: bytecode is trusted like native code.
-    /// Defined in script/item_script.cpp. @threads main thread.
+    /// @threads main thread. Defined in script/item_script.cpp.
     bool asSquirrel(qelSq::Object& value, ScriptCode code = ScriptCode::Accept);
 
-    /// A bool; a number that is not zero; any text (also "false"), Buffer, SubItem or GUID is true.
+    /// Converts to bool: a bool itself; a number is true unless it is zero; any text (even "false"), Buffer,
+    /// SubItem or GUID is true.
     bool convertAsBool(bool& value);
-    /// An integer; a Float cut towards zero, inside the range of the type; a text read as decimal, 0 if it is
-    /// none; a bool as 1 or 0.
+    /// Converts to an integer: an integer itself; a Float truncated towards zero and clamped to the range of
+    /// the type; a text read as decimal, 0 if it is not a number; a bool as 1 or 0.
     bool convertAsInteger(int64& value);
-    /// As the signed form, cut to the low 32 bits.
+    /// Converts as the form with int64, truncated to the low 32 bits.
     bool convertAsInteger(int32& value);
-    /// As the signed form, with the same bits.
+    /// Converts as the form with int64, with the same bits.
     bool convertAsInteger(uint64& value);
-    /// A Float; an integer; a bool as 1 or 0; a text read as a number, 0 if it is none.
+    /// Converts to a number: a Float or integer itself; a bool as 1 or 0; a text read as a number, 0 if it is
+    /// not one.
     bool convertAsFloat(double& value);
-    /// A text; a Float with six significant digits; an integer in decimal; "true" or "false";
-    /// GUID::kTextPrefix and the text of a GUID.
+    /// Converts to text: a text itself; a Float with six significant digits; an integer in decimal; "true" or
+    /// "false"; GUID::kTextPrefix and the text form of a GUID.
     bool convertAsString(String& text);
-    /// As the form with an output; a mismatch gives false and skips one element.
+    /// Converts as the form with an output; on a mismatch it returns false and skips one element.
     bool convertAsBool() { return convertOrSkip<bool>(&Iterator::convertAsBool); }
-    /// As the form with an output; a mismatch gives 0 and skips one element.
+    /// Converts as the form with an output; on a mismatch it returns 0 and skips one element.
     int64 convertAsInteger() { return convertOrSkip<int64>(&Iterator::convertAsInteger); }
-    /// As the form with an output; a mismatch gives 0 and skips one element.
+    /// Converts as the form with an output; on a mismatch it returns 0 and skips one element.
     double convertAsFloat() { return convertOrSkip<double>(&Iterator::convertAsFloat); }
-    /// As the form with an output; a mismatch gives the empty text and skips one element.
+    /// Converts as the form with an output; on a mismatch it returns an empty text and skips one element.
     String convertAsString() { return convertOrSkip<String>(&Iterator::convertAsString); }
 
 private:
     const uint8* here() const { return m_item->m_data + m_offset; }
-    /// Bytes behind the position; 0 also for an offset outside of the Item.
+    /// Returns the number of bytes after the position; 0 also for an offset outside the Item.
     size_t available() const {
         const auto offset = static_cast<uint64>(m_offset);
         return offset < m_item->m_size ? m_item->m_size - offset : 0;
@@ -133,7 +135,7 @@ private:
         const size_t left = available();
         return left != 0 ? internal::getElementSize(here(), left) : 0;
     }
-    /// The tag of the next element, whole or cut; None behind the bytes.
+    /// Returns the tag of the next element, complete or not; None after the bytes.
     ValueType tag() const { return available() != 0 ? static_cast<ValueType>(*here()) : ValueType::None; }
     bool isNext(ValueType type, size_t size) const { return tag() == type && available() >= size; }
     void advance(size_t size) { m_offset += static_cast<int64>(size); }
@@ -167,7 +169,7 @@ private:
             return false;
         }
     }
-    /// The text of a String or Prefix and its size without the zero byte.
+    /// Reads the text of a String or Prefix and its size without the zero byte.
     const char* readText(size_t& size) {
         const ValueType type = tag();
         if (type != ValueType::String && type != ValueType::Prefix) return nullptr;
@@ -178,7 +180,7 @@ private:
         advance(whole);
         return text;
     }
-    /// The payload of an element that begins with its size.
+    /// Reads the payload of an element that begins with its size.
     bool readSized(ValueType type, ConstByteSpan& payload) {
         if (tag() != type) return false;
         const size_t whole = elementSize();

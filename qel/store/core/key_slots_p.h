@@ -1,4 +1,4 @@
-// KeySlots: the sorted keys of one node of a tree, searched by numbers.
+// KeySlots: the sorted keys of one node of a tree, searched through numbers.
 #pragma once
 
 #include <qel/foundation/base/types.h>
@@ -11,8 +11,8 @@
 
 namespace qel::internal {
 
-/// Up to kCapacity sorted keys beside their heads: the eight bytes behind the bytes that all have in common,
-/// as a number. A @p Key has a function bytesOf() that gives its bytes.
+/// Up to kCapacity sorted keys and their heads. The head of a key is the number formed by the eight bytes
+/// after the prefix that all keys share. A @p Key has a function bytesOf() that returns its bytes.
 template <typename Key>
 class KeySlots {
 public:
@@ -25,25 +25,25 @@ public:
     Key& operator[](unsigned index) { return m_keys[index]; }
     const Key& operator[](unsigned index) const { return m_keys[index]; }
 
-    /// Asks for the memory of the keys.
+    /// Prefetches the memory of the keys.
     void prefetchKeys() const {
         __builtin_prefetch(&m_size);
         for (unsigned i = 0; i < kCapacity; i += kBlock) __builtin_prefetch(m_keys + i);
     }
-    /// Asks for the memory that a search may need.
+    /// Prefetches the memory that a search may need.
     void prefetch() const {
         prefetchKeys();
         for (unsigned i = 0; i < kCapacity; i += kBlock) __builtin_prefetch(m_heads + i);
     }
-    /// Index of the first key that isn't smaller.
+    /// Returns the index of the first key that is not smaller.
     unsigned lowerBound(std::string_view wanted) const {
         return search(wanted, [](std::string_view key, std::string_view than) { return key < than; });
     }
-    /// Index of the first key that is greater.
+    /// Returns the index of the first key that is greater.
     unsigned upperBound(std::string_view wanted) const {
         return search(wanted, [](std::string_view key, std::string_view than) { return key <= than; });
     }
-    /// Puts a key before the one at @p index.
+    /// Inserts a key before the one at @p index.
     void insert(unsigned index, Key key) {
         std::move_backward(m_keys + index, m_keys + m_size, m_keys + m_size + 1);
         std::copy_backward(m_heads + index, m_heads + m_size, m_heads + m_size + 1);
@@ -53,7 +53,7 @@ public:
         if (isOutermost && countCommon() != m_common) return readHeads();
         m_heads[index] = headOf(bytesOf(m_keys[index]));
     }
-    /// Takes the key at @p index out.
+    /// Removes the key at @p index. @return the key.
     Key takeOut(unsigned index) {
         Key key = std::move(m_keys[index]);
         std::move(m_keys + index + 1, m_keys + m_size, m_keys + index);
@@ -61,7 +61,7 @@ public:
         m_heads[--m_size] = kUnused;
         return key;
     }
-    /// Moves the keys from @p index on to @p target, which is empty.
+    /// Moves the keys from @p index on to @p target, which must be empty.
     void moveTail(unsigned index, KeySlots& target) {
         std::move(m_keys + index, m_keys + m_size, target.m_keys);
         target.m_size = m_size - index;
@@ -72,7 +72,7 @@ public:
     }
 
 private:
-    /// @p isBefore(key, wanted) holds for the keys in front of the result.
+    /// Returns the index of the first key for which @p isBefore(key, wanted) is false.
     template <typename IsBefore>
     unsigned search(std::string_view wanted, IsBefore isBefore) const {
         const size_t common = std::min(m_common, wanted.size());
@@ -90,8 +90,8 @@ private:
         return static_cast<unsigned>(std::lower_bound(m_keys + first, m_keys + last, wanted, isKeyBefore) -
                                      m_keys);
     }
-    /// Compares @p head with the last head of each block, and then with those of the block that it belongs to.
-    /// Heads that are not used count as well.
+    /// Compares @p head with the last head of each block, and then with those of its own block. Unused heads
+    /// are compared too.
     unsigned countSmallerHeads(uint64 head) const {
         unsigned first = 0;
         for (unsigned last = kBlock - 1; last < kCapacity - 1; last += kBlock) {
@@ -112,8 +112,8 @@ private:
         }
         return std::endian::native == std::endian::little ? __builtin_bswap64(head) : head;
     }
-    /// Bytes that all keys have in common, as far as they are kept; 0 for one key, whose end its next
-    /// neighbour will set.
+    /// Returns the number of bytes that all keys share, as far as they are stored; 0 for a single key, whose
+    /// prefix depends on its next neighbour.
     size_t countCommon() const {
         if (m_size < 2) return 0;
         const std::string_view first = bytesOf(m_keys[0]).substr(0, kBeginning);
@@ -133,7 +133,7 @@ private:
 
     alignas(64) unsigned m_size = 0;
     size_t m_common = 0;
-    char m_beginning[kBeginning]; // what all keys begin with
+    char m_beginning[kBeginning]; // the prefix of all keys
     alignas(64) uint64 m_heads[kCapacity];
     Key m_keys[kCapacity];
 };

@@ -1,4 +1,4 @@
-// MemoryStoreCursor: walks over a MemoryStore, node by node.
+// MemoryStoreCursor: iterates over a MemoryStore, node by node.
 #pragma once
 
 #include <qel/store/core/memory_store_data_p.h>
@@ -6,18 +6,18 @@
 
 namespace qel::internal {
 
-/// Takes all entries of a node of the tree at a time. MemoryStoreData calls forgetPlace() before the tree
-/// changes; the walk then goes on by a search for the key that it was on.
+/// Takes all entries of a tree node at a time. MemoryStoreData calls forgetPlace() before the tree changes;
+/// the walk then continues with a search for its current key.
 class MemoryStoreCursor : public StoreCursor {
 public:
-    /// @param data  the store's.
+    /// @param data  the data of @p store.
     MemoryStoreCursor(Store* store, MemoryStoreData& data) : StoreCursor(store), m_data(data) {
         m_data.addCursor(this);
     }
     ~MemoryStoreCursor() override { m_data.removeCursor(this); }
 
     void startAfter(const Item& key) override;
-    /// Keeps the key alone. What the cursor shows is still in the tree.
+    /// Keeps only the key. The current entry is still in the tree.
     void forgetPlace();
 
 private:
@@ -27,7 +27,7 @@ private:
 
     MemoryStoreData& m_data;
     Position m_position = Position::BeforeFirst;
-    EntryTree::Place m_place; // what comes after the entries ahead
+    EntryTree::Place m_place; // the position after the entries ahead
     Item m_keptKey;
 };
 

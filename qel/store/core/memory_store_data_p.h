@@ -1,4 +1,4 @@
-// MemoryStoreData: what a MemoryStore consists of.
+// MemoryStoreData: the parts of a MemoryStore.
 #pragma once
 
 #include <qel/store/core/order_key.h>
@@ -10,35 +10,35 @@ namespace qel::internal {
 
 class MemoryStoreCursor;
 
-/// The tree, the undo log, and the entry that was asked for last: a walk goes on from it without a search.
+/// The tree, the undo log, and the most recently used entry: a walk continues from it without a search.
 class MemoryStoreData {
 public:
     MemoryStoreData() = default;
     MemoryStoreData(const MemoryStoreData& other);
     MemoryStoreData& operator=(const MemoryStoreData&) = delete;
 
-    /// The first entry equal to @p key; null if there is none.
+    /// Returns the first entry equal to @p key; null if there is none.
     StoreEntry* find(const Item& key);
-    /// The entry with the smallest key greater than @p key; null if there is none.
+    /// Returns the entry with the smallest key greater than @p key; null if there is none.
     StoreEntry* findGreater(const Item& key);
-    /// The entry with the greatest key smaller than @p key; null if there is none.
+    /// Returns the entry with the greatest key smaller than @p key; null if there is none.
     StoreEntry* findSmaller(const Item& key);
-    /// The entry with the smallest key; null if there is none.
+    /// Returns the entry with the smallest key; null if there is none.
     StoreEntry* findFirst();
 
-    /// Returns the place of the smallest key greater than @p key.
+    /// Returns the position of the smallest key greater than @p key.
     EntryTree::Place placeAfter(const Item& key);
-    /// Informs @p cursor before each change of the tree, until removeCursor().
+    /// Notifies @p cursor before each change of the tree, until removeCursor().
     void addCursor(MemoryStoreCursor* cursor) { m_cursors.push_back(cursor); }
     /// Undoes addCursor().
     void removeCursor(MemoryStoreCursor* cursor) { std::erase(m_cursors, cursor); }
 
-    /// Gives the first entry equal to @p key a value, or makes one. @return false for a question that equals
-    /// none.
+    /// Sets the value of the first entry equal to @p key, or creates an entry. @return false for a question
+    /// that equals no entry.
     bool set(const Item& key, const Item& value);
-    /// Takes all entries equal to @p key out.
+    /// Removes all entries equal to @p key.
     void removeEqual(const Item& key);
-    /// Takes one entry out.
+    /// Removes one entry.
     void remove(StoreEntry* entry);
 
     const EntryTree& tree() const { return m_tree; }

@@ -1,4 +1,4 @@
-// OrderKey: a key in bytes whose plain order is the order of keys.
+// OrderKey: a byte form of a key whose byte order is the order of keys.
 #pragma once
 
 #include <qel/platform/api.h>
@@ -10,38 +10,35 @@
 
 namespace qel::internal {
 
-/// Writes a key so that comparing bytes answers as Item::compare() does: for stores that keep keys in trees
-/// or tables of bytes. Equal keys have the same form, however wide their integers; the key itself can't be
-/// read back from it.
-///
-/// Each element gives its tag (that of Integer64 for all integers) and a payload: texts as they stand;
-/// integers in a byte for sign and length and their lowest bytes, highest first; floats as 8 bytes, highest
-/// first, with the sign bit turned, or all bits of a negative one; GUIDs from the last byte to the first;
-/// sized payloads with 00 FF for 00, ended by 00 00; a nested list as its elements, 00, what is malformed
-/// behind them as a sized payload. What is malformed behind the key's own elements stands behind a 00 as it
-/// is.
-///
-/// Keys with a Wildcard or a NaN have no place in this order; they are called questions (see Store).
+/// Encodes a key such that comparing the bytes has the same result as Item::compare(), for stores that keep
+/// keys in trees or tables of bytes. Equal keys have the same form, whatever the width of their integers; the
+/// key itself cannot be restored from it.
+/// || Each element is encoded as its tag (that of Integer64 for all integers) and a payload: texts unchanged;
+/// integers as a byte for sign and length and their lowest bytes, highest first; floats as 8 bytes, highest
+/// first, with the sign bit inverted, or all bits for a negative one; GUIDs from the last byte to the first;
+/// sized payloads with 00 FF for 00, ended by 00 00; a nested list as its elements, 00, and malformed bytes
+/// after them as a sized payload. Malformed bytes after the key's own elements follow a 00 unchanged.
+/// || Keys with a Wildcard or a NaN have no position in this order; they are called questions (see Store).
 class QEL_API OrderKey {
 public:
-    /// The form of the empty key.
+    /// Creates the form of the empty key.
     OrderKey() = default;
-    /// The form of @p key.
+    /// Creates the form of @p key.
     explicit OrderKey(const Item& key) { assign(key); }
     OrderKey(const OrderKey&) = delete;
     OrderKey& operator=(const OrderKey&) = delete;
 
-    /// Becomes the form of @p key; memory is used again, so that keys of a usual size allocate nothing.
+    /// Replaces this form with that of @p key; memory is reused, so keys of a usual size allocate nothing.
     void assign(const Item& key);
-    /// The form. @owner valid until the next assign().
+    /// Returns the form. @owner valid until the next assign().
     std::string_view bytes() const { return {m_bytes, m_size}; }
-    /// Whether the key holds a Wildcard or a NaN.
+    /// Returns true if the key contains a Wildcard or a NaN.
     bool isQuestion() const { return m_isQuestion; }
-    /// The form up to the first Wildcard or NaN. The forms of all keys that equal the question begin with it;
-    /// what sorts before those is smaller than the question, what sorts behind them greater.
+    /// Returns the form up to the first Wildcard or NaN. The forms of all keys that equal the question begin
+    /// with it; forms ordered before those are smaller than the question, forms after them are greater.
     std::string_view fixedPart() const { return {m_bytes, m_fixedSize}; }
-    /// The smallest string greater than every one that begins with fixedPart(), written over the form;
-    /// empty if there is none.
+    /// Overwrites the form with the smallest string greater than every string that begins with fixedPart().
+    /// @return that string; empty if there is none.
     std::string_view turnIntoEndOfFixedPart();
 
 private:

@@ -8,8 +8,8 @@ namespace qel {
 class Item;
 class Store;
 
-/// Begins a transaction and rolls it back at the end of its scope, unless commit() or rollback() came first:
-/// an early return or an exception undoes the work.
+/// Begins a transaction and rolls it back at the end of its scope, unless commit() or rollback() was called
+/// before: an early return or an exception undoes the changes.
 ///
 /// @code
 /// ScopedTransaction transaction(key);
@@ -23,7 +23,7 @@ public:
     explicit ScopedTransaction(Store* store);
     /// Begins a transaction on the store of @p key, which must have one.
     explicit ScopedTransaction(const Item& key);
-    /// Rolls back what is still open.
+    /// Rolls back the transaction if it is still open.
     ~ScopedTransaction();
     ScopedTransaction(const ScopedTransaction&) = delete;
     ScopedTransaction& operator=(const ScopedTransaction&) = delete;
@@ -31,7 +31,7 @@ public:
     /// Commits; does nothing if the transaction is over.
     void commit();
     /// Commits and reports the result; see Store::tryCommit().
-    /// @return false if what was written could not be kept, or if the transaction was over already.
+    /// @return false if the changes could not be kept, or if the transaction was already over.
     bool tryCommit();
     /// Rolls back; does nothing if the transaction is over.
     void rollback();

@@ -1,4 +1,4 @@
-// Store: the ordered key/value database that all records live in.
+// Store: the ordered key-value database that contains all records.
 #pragma once
 
 #include <qel/foundation/base/containers.h>
@@ -14,20 +14,17 @@ namespace qel {
 class Item;
 class StoreCursor;
 
-/// An ordered database whose keys and values are Items. A key is one entry however its integers are written:
-/// order and equality of keys are Item::compare(), never the order of bytes.
-///
-/// Keys and values that a store gives out have their `store` set to it, so that one can walk on from them at
-/// once. A store knows nothing of trees: Item::child(), Item::store() and their like build them on the order
-/// alone.
-///
-/// Keys that hold a `Wildcard` or a NaN are questions: such a key may equal several entries. Then get() takes
-/// the first entry equal to it, set() writes to the first, remove() erases all, next() gives the smallest
-/// greater and prev() the greatest smaller. A question is never stored: set() on one that equals no entry is
-/// misuse.
-///
-/// Misuse is logged and leaves the data as they were. A write that could not be kept is logged as well; hosts
-/// that must know call tryCommit() or tryFlush(), or ask lastError() afterwards.
+/// An ordered database whose keys and values are Items. A key is one entry regardless of the width of its
+/// integers: keys are ordered and compared with Item::compare(), never by their bytes.
+/// || Keys and values returned by a store have their `store` set to it, so callers can continue from them
+/// directly. A store has no notion of trees: Item::child(), Item::store() and similar functions implement
+/// them with the order alone.
+/// || Keys that contain a `Wildcard` or a NaN are questions: such a key may equal several entries. Then get()
+/// returns the first entry equal to it, set() writes to the first, remove() erases all, next() finds the
+/// smallest greater and prev() the greatest smaller. A question is never stored: calling set() with one that
+/// equals no entry is misuse.
+/// || Misuse is logged and leaves the data unchanged. A write that could not be kept is logged as well; hosts
+/// that need to know call tryCommit() or tryFlush(), or check lastError() afterwards.
 /// @threads one thread at a time; an owner that shares a store adds its own lock.
 class QEL_API Store : public Object {
     QEL_CLASS(Store, Object)
@@ -35,80 +32,81 @@ class QEL_API Store : public Object {
 public:
     ~Store() override;
 
-    /// Whether the store can be used.
+    /// Returns true if the store can be used.
     virtual bool good() const = 0;
-    /// Inserts or overwrites. An equal key that is already there keeps its own bytes and gets the value.
+    /// Inserts or overwrites an entry. An existing equal key keeps its own bytes and receives the value.
     virtual void set(const Item& key, const Item& value) = 0;
-    /// The value under @p key, null if there is none.
+    /// Returns the value of @p key; null if there is none.
     /// @owner the store's; valid until that entry is changed, or until begin(), commit() or rollback(). A
-    ///        store that keeps its data elsewhere may end it earlier and says so.
+    /// store that keeps its data elsewhere may end it earlier and documents that.
     virtual const Item* get(const Item& key) = 0;
-    /// Removes every key from @p first to @p last, both included; nothing when @p first is the greater one.
+    /// Removes every key from @p first to @p last, both included; none if @p first is greater than @p last.
     virtual void remove(const Item& first, const Item& last) = 0;
     /// Finds the smallest key greater than @p key, which need not be stored.
-    /// @param out  gets the key; may be the same object as @p key. Unchanged if there is none.
+    /// @param out  receives the key; may be the same object as @p key. Unchanged if there is none.
     virtual bool next(const Item& key, Item& out) = 0;
     /// Finds the greatest key smaller than @p key, which need not be stored.
-    /// @param out  gets the key; may be the same object as @p key. Unchanged if there is none.
+    /// @param out  receives the key; may be the same object as @p key. Unchanged if there is none.
     virtual bool prev(const Item& key, Item& out) = 0;
-    /// Finds the smallest key. @param out  gets the key; unchanged if the store is empty.
+    /// Finds the smallest key. @param out  receives the key; unchanged if the store is empty.
     virtual bool first(Item& out) = 0;
     /// Starts a transaction; transactions nest.
     virtual void begin() = 0;
-    /// Ends the innermost transaction and keeps what it wrote, for the one around it to decide on.
+    /// Ends the innermost transaction and keeps its changes, subject to the enclosing transaction.
     /// @errors without a transaction an error is logged.
     virtual void commit() = 0;
-    /// Ends the innermost transaction and takes back what it wrote, inner commits included.
+    /// Ends the innermost transaction and undoes its changes, including inner commits.
     /// @errors without a transaction an error is logged.
     virtual void rollback() = 0;
-    /// Lets go of what the store is kept in.
+    /// Releases the resources of the store, such as its file.
     virtual void close() = 0;
-    /// Makes all that was committed durable.
+    /// Makes all committed changes durable.
     virtual void flush() = 0;
-    /// Bytes that the store takes where it is kept; 0 if it can't say.
+    /// Returns the bytes that the store occupies on its medium; 0 if that is not known.
     virtual int64 getSizeInBytes() const = 0;
 
     /// Returns the first failure of a write, commit or flush since clearLastError(); empty if none failed.
     virtual String lastError() const;
-    /// Forgets lastError().
+    /// Clears lastError().
     virtual void clearLastError();
     /// Ends the innermost transaction as commit() does.
-    /// @return false if what it wrote could not be kept: it is then rolled back, and lastError() says why.
+    /// @return false if its changes could not be kept: they are then rolled back, and lastError() returns the
+    /// reason.
     virtual bool tryCommit();
-    /// Makes all that was committed durable, as flush() does.
-    /// @return true only if all of it is durable, and no write outside a transaction was lost since the last
-    ///         flush.
+    /// Makes all committed changes durable, as flush() does.
+    /// @return true only if all of them are durable, and no write outside a transaction was lost since the
+    /// last flush.
     virtual bool tryFlush();
-    /// Returns how often the store dropped or took back writes without being asked to. A cache in front of it
-    /// forgets its values when this number changes.
+    /// Returns the number of times that the store dropped or rolled back writes without a request. A cache in
+    /// front of it is emptied when this number changes.
     virtual uint64 getLossCount() const;
-    /// Returns a cursor before the first entry: the fastest way to walk over the store. Include
+    /// Returns a cursor before the first entry: the fastest way to iterate over the store. Include
     /// qel/store/core/store_cursor.h to use it.
     virtual std::unique_ptr<StoreCursor> openCursor();
 
-    /// Writes every entry of @p source to this store in one transaction, and flushes. What is here and not
-    /// there remains. Logs the beginning, and the number of entries and the speed at the end.
-    /// @errors an exception rolls back and passes on.
+    /// Writes every entry of @p source to this store in one transaction and flushes. Entries that exist only
+    /// here are kept. Logs the beginning, and the number of entries and the speed at the end.
+    /// @errors an exception rolls back and is passed on.
     void copyFrom(Store* source);
-    /// As copyFrom(), but walks @p source as a tree from its root by Item::child() and Item::next(), and
-    /// leaves out the nodes in @p excludes with all below them. Without a value at the root nothing is
-    /// copied; of keys whose ancestors are not all stored only those are copied that this walk meets.
+    /// Like copyFrom(), but walks @p source as a tree from its root with Item::child() and Item::next(), and
+    /// leaves out the nodes in @p excludes and all their descendants. Without a value at the root nothing is
+    /// copied; keys with missing ancestors are copied only as far as this walk reaches them.
     void copyFrom(Store* source, const Set<Item>& excludes);
 
     /// Logs every entry as a line of info level: the texts of key and value, joined by " = ".
     void dumpraw();
-    /// Writes the lines of dumpraw() to a text file. @errors a file that can't be written is logged.
+    /// Writes the lines of dumpraw() to a text file. @errors a file that cannot be written is logged.
     void dumpToFile(const char* path);
-    /// Reads and copies every value, and logs how many milliseconds that took.
+    /// Reads and copies every value, and logs the duration in milliseconds.
     void benchmark();
 
-    /// For diagnostics of hosts; nothing in the library changes it.
+    /// A number for diagnostics of hosts; the library does not change it.
     static int64 g_compareCount;
 
 protected:
     Store();
     Store(const Store&);
-    /// Leaves references and weak pointers as they are.
+    /// Does not change references and weak pointers.
     Store& operator=(const Store&);
 };
 

@@ -1,4 +1,4 @@
-// StoreEntry: one entry of a MemoryStore, in one piece of memory.
+// StoreEntry: one entry of a MemoryStore in one block of memory.
 #pragma once
 
 #include <qel/store/core/item.h>
@@ -10,25 +10,25 @@ namespace qel::internal {
 
 struct DestroyStoreEntry;
 
-/// A value, and before it in memory the key's form for the order and the key's own bytes, which are kept once
-/// if both are the same. An entry never moves, so that pointers to its value hold.
+/// A value, preceded in memory by the ordered form of its key and the key's own bytes, which are stored only
+/// once if both are equal. An entry never moves, so pointers to its value remain valid.
 class StoreEntry {
-    // First, beside the key and the value's beginning: usually one line of the cache holds all that get() needs.
+    // First, next to the key and the start of the value: usually get() needs only one cache line.
     size_t m_orderSize;
     size_t m_keySize : 63;
-    size_t m_hasOwnKey : 1; // the key's bytes differ from its form for the order, and follow it
+    size_t m_hasOwnKey : 1; // the key's bytes differ from its ordered form, and follow it
 
 public:
     using Owner = std::unique_ptr<StoreEntry, DestroyStoreEntry>;
 
     /// Creates an entry. @param order  the form of OrderKey. @param key  the plain bytes of the same key.
     static Owner make(std::string_view order, ConstByteSpan key, const Item& value);
-    /// Returns a copy of @p other.
+    /// Copies @p other.
     static Owner copyOf(const StoreEntry& other);
     StoreEntry(const StoreEntry&) = delete;
     StoreEntry& operator=(const StoreEntry&) = delete;
 
-    /// Returns the key's form for the order.
+    /// Returns the key's ordered form.
     std::string_view order() const { return {bytes(), m_orderSize}; }
     /// Returns the key's own bytes.
     ConstByteSpan key() const {
@@ -37,14 +37,14 @@ public:
     /// Returns a view of the key.
     Item keyView() const { return Item(Item::ExternalBufferMode, key()); }
 
-    /// Asks for the memory that a walk will need.
+    /// Prefetches the memory that a walk will need.
     void prefetchKey() const {
         __builtin_prefetch(&m_orderSize);
         __builtin_prefetch(reinterpret_cast<const char*>(this) - kUsualKeySize);
     }
 
     Item value;
-    /// The transaction that last wrote down what was here before; see UndoLog.
+    /// The transaction that last recorded the previous value; see UndoLog.
     uint64 writtenDownIn = 0;
 
 private:
@@ -63,7 +63,7 @@ struct DestroyStoreEntry {
     void operator()(StoreEntry* entry) const;
 };
 
-/// What sorts the entry in a KeySlots.
+/// Returns the bytes by which a KeySlots orders the entry.
 inline std::string_view bytesOf(const StoreEntry::Owner& entry) {
     return entry->order();
 }

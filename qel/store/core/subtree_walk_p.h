@@ -6,19 +6,19 @@
 
 namespace qel::internal {
 
-/// Goes through the descendants of a node in their order. It keeps little but its place: any depth is
-/// fine, and the store may change meanwhile.
+/// Iterates over the descendants of a node in order. It stores little besides its position: any depth is
+/// possible, and the store may change meanwhile.
 class SubtreeWalk {
 public:
-    /// Stands on @p root, whose store must be set.
+    /// Starts at @p root, whose store must be set.
     explicit SubtreeWalk(const Item& root) : m_node(root), m_bound(root) { m_bound.addMeta(); }
 
-    /// Steps to the next node. @return false at the end.
+    /// Moves to the next node. @return false at the end.
     bool next() { return goDown() || nextBeside(); }
-    /// Steps to the next node that isn't below this one. @return false at the end.
+    /// Moves to the next node that is not a descendant of the current one. @return false at the end.
     bool nextBeside() {
         while (!m_depthsAbove.empty()) {
-            // Siblings of a key with bytes behind its elements may lie outside.
+            // Siblings of a key with bytes after its elements may lie outside.
             if (m_node.next(m_found) && m_found < m_bound) {
                 std::swap(m_node, m_found);
                 return true;
@@ -28,9 +28,9 @@ public:
         }
         return false;
     }
-    /// The key.
+    /// Returns the current key.
     const Item& node() const { return m_node; }
-    /// How many levels it is below the root.
+    /// Returns the number of levels between the root and the current key.
     int depth() const { return static_cast<int>(m_depthsAbove.size()); }
 
 private:
@@ -44,8 +44,8 @@ private:
     Item m_node;
     Item m_found;
     Item m_bound;
-    /// How many elements the nodes have that the walk went down from: it may have skipped levels, where a
-    /// key was set without its ancestors.
+    /// The number of elements of the nodes from which the walk went down. Levels may be missing if a key was
+    /// set without its ancestors.
     Vector<int> m_depthsAbove;
 };
 

@@ -1,4 +1,4 @@
-// UndoLog: what the open transactions of a MemoryStore changed.
+// UndoLog: the changes of the open transactions of a MemoryStore.
 #pragma once
 
 #include <qel/store/core/entry_tree_p.h>
@@ -9,32 +9,33 @@
 
 namespace qel::internal {
 
-/// The changes of all open transactions in their order, and where each transaction began. An inner commit
-/// leaves its changes to the transaction around it by forgetting where it began; a rollback takes them back
-/// from the end. Of a value that is replaced again and again within one transaction the first is kept.
+/// The changes of all open transactions in order, and the position where each transaction began. An inner
+/// commit passes its changes to the enclosing transaction by removing its start position; a rollback undoes
+/// changes from the end. If a value is replaced several times within one transaction, only the first old
+/// value is kept.
 class UndoLog {
 public:
-    /// Which entry of a copied tree stands for one of the original.
+    /// Maps each entry of the original tree to its copy.
     using Copies = std::unordered_map<const StoreEntry*, StoreEntry*>;
 
-    /// Whether a transaction is open, so that changes must be noted.
+    /// Returns true if a transaction is open, so that changes must be noted.
     bool isOpen() const { return !m_open.empty(); }
     /// Opens a transaction.
     void begin();
-    /// Ends the innermost transaction, which must be open; its changes stay.
+    /// Ends the innermost transaction, which must be open; its changes are kept.
     void commit();
-    /// Ends the innermost transaction, which must be open, and takes its changes back from @p tree.
+    /// Ends the innermost transaction, which must be open, and undoes its changes in @p tree.
     void rollback(EntryTree& tree);
 
-    /// An entry was inserted.
+    /// Notes that an entry was inserted.
     void noteInserted(StoreEntry& entry);
-    /// An entry was taken out of the tree.
+    /// Notes that an entry was removed from the tree.
     void noteTaken(StoreEntry::Owner entry);
-    /// The value of an entry is going to be replaced; it may be moved away.
+    /// Notes that the value of an entry will be replaced; the value may be moved away.
     void noteReplacing(StoreEntry& entry);
 
-    /// Becomes a copy of @p other, which is not this; this one is empty. @param copies  those of the tree;
-    /// those of entries that were taken out join them.
+    /// Copies @p other, which is a different object, into this empty log. @param copies  the entries of the
+    /// copied tree; copies of removed entries are added.
     void copyFrom(const UndoLog& other, Copies& copies);
 
 private:

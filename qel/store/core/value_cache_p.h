@@ -1,4 +1,4 @@
-// ValueCache: the keys last used of a CacheStore with their values.
+// ValueCache: the most recently used keys of a CacheStore with their values.
 #pragma once
 
 #include <qel/store/core/item.h>
@@ -10,12 +10,12 @@
 
 namespace qel::internal {
 
-/// A table of values by keys, of a fixed capacity, that gives up what wasn't used for longest.
+/// A table of values by key with a fixed capacity. It evicts the least recently used key.
 class ValueCache {
 public:
-    /// A key and what the cache knows of it. @owner the cache's; it never moves.
+    /// A key and what the cache knows about it. @owner the cache's; it never moves.
     struct Entry {
-        /// The value; without a store the key is known to be absent.
+        /// The value; if it has no store, the key is known to be absent.
         Item value;
 
     private:
@@ -30,11 +30,11 @@ public:
 
     explicit ValueCache(size_t capacity) : m_capacity(capacity) {}
 
-    /// The entry of a key, made the most recent one.
-    /// @param order  the form of the key for the order: equal keys have the same.
-    /// @param isNew  gets whether the key was unknown, so that the value means nothing yet.
+    /// Returns the entry of a key and makes it the most recent one.
+    /// @param order  the ordered form of the key: equal keys have the same.
+    /// @param isNew  receives true if the key was unknown; the value is then meaningless.
     Entry& access(const Item& key, std::string_view order, bool& isNew);
-    /// Forgets all keys; the entries' memory stays for others.
+    /// Removes all keys; the entries' memory is reused.
     void clear();
 
 private:
@@ -52,7 +52,7 @@ private:
     Entry* m_mostRecent = nullptr;
     Entry* m_leastRecent = nullptr;
     std::vector<std::unique_ptr<Entry>> m_entries;
-    size_t m_used = 0; // entries of m_entries that hold a key
+    size_t m_used = 0; // the number of entries of m_entries that contain a key
 };
 
 } // namespace qel::internal

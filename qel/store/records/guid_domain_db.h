@@ -1,4 +1,4 @@
-// GUIDDomainDB: the domain of this node and how far it has been used, kept in a store.
+// GUIDDomainDB: the domain of this node and how much of it has been used, kept in a store.
 #pragma once
 
 #include <qel/foundation/base/mutex.h>
@@ -8,39 +8,39 @@
 
 namespace qel {
 
-/// Hands out identifiers and sub-domains of this node's domain, and remembers in a store where it stopped.
-///
-/// From low to high an identifier holds the bits of the base, an index of the node (domainBits; 0 is this
-/// node, 1 and up are the sub-domains that it hands out), an index that counts up (personalBits), and random
-/// bits up to bit 255. A base and indices that take more than 192 bits leave fewer than 64 random ones.
+/// Assigns identifiers and sub-domains of this node's domain, and remembers its position in a store.
+/// || From low to high an identifier contains the bits of the base, an index of the node (domainBits; 0 is
+/// this node, 1 and up are the sub-domains that it assigns), an index that counts up (personalBits), and
+/// random bits up to bit 255. A base and indices with more than 192 bits in total leave fewer than 64 random
+/// ones.
 /// @owner the store must outlive it.
-/// @threads any thread after initializeDomain(); flush() belongs to the thread of the store.
+/// @threads any thread after initializeDomain(); flush() only on the thread of the store.
 class QEL_API GUIDDomainDB : public Object {
     QEL_CLASS(GUIDDomainDB, Object)
 
 public:
-    /// Reads the domain below @p root, if there is one.
-    /// @errors an index outside its bits is logged and starts over.
+    /// Reads the domain below @p root if there is one.
+    /// @errors an index outside its range is logged and starts again.
     explicit GUIDDomainDB(const Item& root);
 
-    /// Whether there is a domain.
+    /// Returns true if there is a domain.
     bool hasDomain() const;
-    /// Makes @p base the domain, in the store too, with both indices at their beginning.
+    /// Sets the domain to @p base, in the store too, and both indices to their first values.
     /// @param domainBits    width of the index of sub-domains.
     /// @param personalBits  width of the index of identifiers.
     void initializeDomain(const GUIDDomain& base, uint32 domainBits, uint32 personalBits);
 
-    /// The next sub-domain, for another node to use as its base. Behind the last one it starts over at 1.
-    /// Flush before it is given away: what a crash makes forgotten is handed out again.
+    /// Returns the next sub-domain, for another node to use as its base. After the last one it starts again
+    /// at 1. Call flush() before passing it on: an unsaved index is assigned again after a crash.
     /// @errors without a domain an error is logged and the result has the zero identifier.
     GUIDDomain generateDomain();
-    /// The next identifier; without a domain a random one.
+    /// Returns the next identifier; a random one if there is no domain.
     GUID generateGUID();
-    /// Writes the indices that have changed to the store. Identifiers do not repeat even when this is missed.
+    /// Writes the changed indices to the store. Identifiers do not repeat even if this is omitted.
     void flush();
 
 private:
-    /// Calls @p visit(name, field) for all that stands in the store.
+    /// Calls @p visit(name, field) for each field in the store.
     template <typename Visit>
     void forEachField(const Visit& visit) QEL_REQUIRES(m_mutex);
     void loadDomainFromDatabase();

@@ -1,4 +1,4 @@
-// HumanFriendlyKey: short keys that people read out and type in.
+// HumanFriendlyKey: short keys for reading aloud and typing.
 #pragma once
 
 #include <qel/foundation/base/object.h>
@@ -8,33 +8,32 @@
 
 namespace qel {
 
-/// A codec for keys that people read out and type in, in the alphabet of Crockford's base 32 (Douglas
-/// Crockford, "Base 32"): digits and upper-case letters without I, L, O and U. Reading takes lower case too,
-/// the letter O for 0, and I and L for 1.
+/// A codec for keys that users read aloud and type, in the alphabet of Crockford's base 32 (Douglas
+/// Crockford, "Base 32"): digits and upper-case letters without I, L, O and U. Decoding also accepts lower
+/// case, the letter O for 0, and I and L for 1.
 ///
-/// A number of 20 bits takes four characters, the lowest five bits first. A value of 80 bits takes four
-/// blocks of five characters joined by "-"; the fifth character of a block is the exclusive or of the other
-/// four, so that every single wrong character is found, and the block it stands in.
+/// A number of 20 bits has four characters, the lowest five bits first. A value of 80 bits has four blocks of
+/// five characters joined by "-"; the fifth character of a block is the exclusive or of the other four, so
+/// every single wrong character is detected, and also its block.
 /// @threads any thread, for all functions.
 class QEL_API HumanFriendlyKey : public Object {
     QEL_CLASS(HumanFriendlyKey, Object)
 
 public:
-    /// Length of the text of an 80-bit value.
+    /// The length of the text of an 80-bit value.
     static constexpr std::size_t kTextLength80Bit = 23;
 
-    /// The low 20 bits of @p value as four characters.
+    /// Encodes the low 20 bits of @p value as four characters.
     static String encode20Bit(int value);
-    /// The number that the first four characters of @p text stand for; what follows them is not read.
-    /// @return 0 to 1,048,575, or -1 when one of the four is invalid or missing.
+    /// Decodes the first four characters of @p text; the rest is ignored.
+    /// @return 0 to 1,048,575, or -1 if one of the four is invalid or missing.
     static int decode20Bit(const char* text);
 
-    /// The 10 bytes at @p bytes as 23 characters, as "1G06Q-02M0P-6R1GF-G481X".
+    /// Encodes the 10 bytes at @p bytes as 23 characters, such as "1G06Q-02M0P-6R1GF-G481X".
     static String encode80BitIntoFourBlocks(const uint8* bytes);
-    /// Reads what encode80BitIntoFourBlocks() wrote into the 10 bytes at @p bytes.
-    /// @return 0 on success; the number, 1 to 4, of the first bad block, with @p bytes untouched; -1, with
-    ///         @p bytes untouched, when the text is not 23 characters long or a "-" is not where it should
-    ///         be.
+    /// Decodes the text of encode80BitIntoFourBlocks() into the 10 bytes at @p bytes.
+    /// @return 0 on success; otherwise @p bytes is unchanged, and the result is the number, 1 to 4, of the
+    /// first bad block, or -1 if the text is not 23 characters long or a "-" is not in its place.
     static int decode80BitFromFourBlocks(uint8* bytes, const char* text);
 
     /// Fills the script class @p cls. Defined in human_friendly_key_binding.cpp.

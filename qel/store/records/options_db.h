@@ -16,69 +16,70 @@ namespace qel {
 
 class RpcProvider;
 
-/// The registry of settings: each option is declared in code with what describes it, and its value, a text,
-/// lasts in a store. A name may begin with who is to see the option: "client_options:" or "group_options:".
+/// The registry of settings. Each option is declared in code with its description; its value, a text, is kept
+/// in a store. A name may begin with the audience of the option: "client_options:" or "group_options:".
 /// @owner the store must outlive it.
 /// @threads one thread at a time; the signal is emitted on the caller's.
 class QEL_API OptionsDB : public Object {
     QEL_CLASS(OptionsDB, Object)
 
 public:
-    /// Bits of the flags of an option. Other bits are the host's own.
+    /// Bits of the flags of an option. Other bits are for the host.
     enum Flag : int {
-        kSecret = 0x02,     ///< the value is kept out of the log
-        kHidden = 0x04,     ///< the value is kept out of the log
+        kSecret = 0x02,     ///< the value is not logged
+        kHidden = 0x04,     ///< the value is not logged
         kLogChanges = 0x80, ///< each setValue() is logged
     };
 
-    /// An option as declared, and its value.
+    /// The declaration of an option, and its value.
     class QEL_API OptionMeta : public Object {
         QEL_CLASS(OptionMeta, Object)
 
     public:
-        StringId name;         ///< what it is found by
-        StringId label;        ///< what people read
-        StringId description;  ///< what it does
-        StringId defaultValue; ///< counts as long as there is no value
-        int flags = 0;         ///< bits of Flag and of the host's own
-        StringId group;        ///< what it belongs to
-        StringId value;        ///< null: the default counts
+        StringId name;         ///< identifies the option
+        StringId label;        ///< the name shown to users
+        StringId description;  ///< what the option does
+        StringId defaultValue; ///< applies while there is no value
+        int flags = 0;         ///< bits of Flag and of the host
+        StringId group;        ///< the group of the option
+        StringId value;        ///< null if the default applies
     };
 
-    /// Starts without options. @param root  the key whose children are the values; its store must be set.
+    /// Creates an empty registry. @param root  the key whose children are the values; its store must be set.
     explicit OptionsDB(const Item& root);
 
-    /// Declares an option and reads its value from the store. A second one of the same name takes the place
-    /// of the first when asked by name, and stands behind it in the lists.
-    /// @param group  a text with "Pool" in it stands in front of the label in getAllMetaAsItem().
-    /// @return true. @errors a stored value that is no text is logged and left alone; the default counts.
+    /// Declares an option and reads its value from the store. A second option with the same name replaces the
+    /// first in look-ups by name, and follows it in the lists.
+    /// @param group  a group that contains "Pool" is put in front of the label in getAllMetaAsItem().
+    /// @return true. @errors a stored value that is not text is logged and kept; the default applies.
     bool addOption(StringId name, StringId defaultValue, StringId group, StringId label, StringId description,
                    int flags);
-    /// Sets the value, in the store too; the empty text goes back to the default. The signal is emitted also
-    /// when nothing has changed.
-    /// @return whether there is such an option. @errors an unknown name is logged.
+    /// Sets the value, in the store too; an empty text restores the default. The signal is emitted even if
+    /// nothing has changed.
+    /// @return true if there is such an option. @errors an unknown name is logged.
     bool setValue(StringId name, StringId value);
-    /// The value, else the default; null for an unknown name.
+    /// Returns the value, or the default if there is none; null for an unknown name.
     StringId getValue(StringId name) const;
-    /// The value as a decimal number, held inside int; 0 for what is none.
+    /// Returns the value as a decimal number, clamped to int; 0 if it is not a number.
     int getValueAsInt(StringId name) const;
-    /// The value as a decimal number, held inside int64; 0 for what is none.
+    /// Returns the value as a decimal number, clamped to int64; 0 if it is not a number.
     int64 getValueAsLong(StringId name) const;
-    /// Whether the option was declared.
+    /// Returns true if the option was declared.
     bool hasOption(StringId name) const { return m_options.contains(name); }
-    /// Forgets all options; the store keeps their values.
+    /// Removes all options; the store keeps their values.
     void clear();
 
-    /// Options in order of declaration. @owner valid until clear().
-    /// @param group  false: those for clients; true: those for groups, which include those for clients.
+    /// Returns options in order of declaration. @owner valid until clear().
+    /// @param group  false for the options of clients; true for those of groups, which include those of
+    /// clients.
     const Vector<OptionMeta*>& getOptionsMeta(bool group) const {
         return group ? m_groupOptions : m_clientOptions;
     }
-    /// A `SubItem` for each option in order of declaration: name, label, description and default as texts,
-    /// and the flags as an integer.
+    /// Returns a `SubItem` for each option in order of declaration: name, label, description and default as
+    /// texts, and the flags as an integer.
     const Item& getAllMetaAsItem() const { return m_metaItem; }
-    /// A `SubItem` for each option in order of declaration: name and value as texts; the value is empty where
-    /// the default counts.
+    /// Returns a `SubItem` for each option in order of declaration: name and value as texts; the value is
+    /// empty where the default applies.
     Item getAllDirectValuesAsItem() const;
 
     /// Registers "advanced_option_get" and "test_advanced_option_set" with @p provider. Calls that arrive
@@ -86,8 +87,8 @@ public:
     void registerRpcCalls(RpcProvider* provider);
 
     /// Called by "test_advanced_option_set" after it has set a value: makes the value durable and returns
-    /// whether it is. If it is not, the option gets its former value back, and the call has no result.
-    /// Flushes the store by default; a host that keeps a transaction open has to end it.
+    /// true on success. Otherwise the option gets its former value back, and the call has no result.
+    /// By default it flushes the store; a host that keeps a transaction open has to end it.
     Delegate<bool()> delegateKeep;
 
     /// Emitted with name and value by each setValue() of a declared option.
@@ -102,7 +103,7 @@ private:
     Item keyOf(const StringId& name) const;
 
     std::unordered_map<StringId, OptionMeta*> m_options;
-    Vector<SmartPointer<OptionMeta>> m_allOptions; // owns them all: the lists keep pointing at replaced ones
+    Vector<SmartPointer<OptionMeta>> m_allOptions; // owns them all; the lists also point to replaced ones
     Vector<OptionMeta*> m_clientOptions;
     Vector<OptionMeta*> m_groupOptions;
     Item m_metaItem;

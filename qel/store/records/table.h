@@ -11,9 +11,9 @@
 
 namespace qel {
 
-/// Base of a collection of records: gives rows their identity and existence. What a row holds is the
-/// subclass's, in most cases a Packet of a scheme with a Table() declaration, kept by Item::storePacket().
-/// Rows are the children of the root key, in the order of their GUIDs.
+/// Base class of a collection of records: it manages the identity and existence of rows. The subclass defines
+/// the content of a row, in most cases a Packet of a scheme with a Table() declaration, stored with
+/// Item::storePacket(). Rows are the children of the root key, in the order of their GUIDs.
 /// @threads those of the store; the signal is emitted on the caller's.
 class QEL_API Table : public Object {
     QEL_CLASS(Table, Object)
@@ -23,30 +23,30 @@ public:
     /// @owner keeps a reference to the store.
     explicit Table(const Item& root) : m_store(root.getStore()), m_root(root) {}
 
-    /// A row as a packet.
+    /// Returns a row as a packet.
     /// @param key    the key of the row.
-    /// @param error  why there is none.
-    /// @return null here; a subclass loads the row.
+    /// @param error  receives the reason if there is none.
+    /// @return null in this class; a subclass loads the row.
     virtual SmartPointer<Packet> createPacketForEntry(const GUID& id, const Item& key, String& error);
 
-    /// The key of the table.
+    /// Returns the key of the table.
     const Item& getRoot() const { return m_root; }
-    /// The store of the table.
+    /// Returns the store of the table.
     Store* getStore() const { return m_store.get(); }
 
-    /// For subclasses to tell changes; what the number means is theirs.
+    /// For subclasses to report changes; they define what the number means.
     Signal<void(int)> signalChanged;
 
 protected:
-    /// Makes the table, unless it is there.
+    /// Creates the table unless it exists.
     void createTable();
-    /// Makes an empty row with an identifier of its own, as @p key. System must exist.
-    /// @return true; @p error stays as it is.
+    /// Creates an empty row with a new identifier and sets @p key to it. System must exist.
+    /// @return true; @p error is unchanged.
     bool createEntry(Item& key, String& error);
-    /// Sets @p key to the row @p id. @return false, with "entry not found" in @p error, when there is none.
+    /// Sets @p key to the row @p id. @return false, with "entry not found" in @p error, if it does not exist.
     bool findEntry(const GUID& id, Item& key, String& error);
-    /// Removes a row and all that is below it. @return false, with "entry not found" in @p error, when there
-    /// is none.
+    /// Removes a row and all its descendants. @return false, with "entry not found" in @p error, if it does
+    /// not exist.
     bool deleteEntry(const Item& key, String& error);
 
 private:

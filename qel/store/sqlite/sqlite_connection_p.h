@@ -10,10 +10,10 @@ struct sqlite3_stmt;
 
 namespace qel::internal {
 
-/// What a call of the database answered: its own extended code, 0 for success.
+/// The result of a database call: its extended code, 0 for success.
 using SqliteCode = int;
 
-/// Damage, besides the codes of the database: a row leads to no large value, or to one of another key.
+/// Damage that the database does not report: a row refers to no large value, or to one of another key.
 constexpr SqliteCode kValueOutOfPlace = 11 | 100 << 8;
 
 /// A prepared statement. Parameters and columns are bytes.
@@ -24,31 +24,31 @@ public:
     SqliteStatement(const SqliteStatement&) = delete;
     SqliteStatement& operator=(const SqliteStatement&) = delete;
 
-    /// Compiles @p sql, one statement, for long use.
+    /// Compiles @p sql, one statement, for repeated use.
     SqliteCode prepare(sqlite3* database, const char* sql);
     void finalize();
-    /// Sets parameter @p index, from 1 on. @owner the bytes must stay until the statement was reset.
-    /// @errors bytes that are too many are told by the next step() or run().
+    /// Binds parameter @p index, starting at 1. @owner the bytes must be valid until the statement is reset.
+    /// @errors too many bytes are reported by the next step() or run().
     void bind(int index, ConstByteSpan bytes);
     void bind(int index, int64 number);
-    /// Goes on to the next row. @return SQLITE_ROW, SQLITE_DONE or the error.
+    /// Moves to the next row. @return SQLITE_ROW, SQLITE_DONE or the error.
     SqliteCode step();
     /// Runs a statement without rows, and resets it. @return 0 or the error.
     SqliteCode run();
-    /// Runs a statement that should find one row, and resets it. @return 0, @p missing without a row, or the
-    /// error.
+    /// Runs a statement that should find one row, and resets it.
+    /// @return 0, @p missing if there is no row, or the error.
     SqliteCode runForRow(SqliteCode missing);
     /// Runs a query that returns one number, and resets it. @return 0 or the error.
     SqliteCode readNumber(int64& number);
-    /// Ends the walk over the rows.
+    /// Ends the iteration over the rows.
     void reset();
-    /// Column @p index of the row, from 0 on. @owner valid until the next step() or reset().
+    /// Returns column @p index of the row, starting at 0. @owner valid until the next step() or reset().
     ConstByteSpan column(int index);
     bool isNull(int index);
-    /// Returns true if column @p index holds bytes, and neither text nor a number.
+    /// Returns true if column @p index contains bytes, and not text or a number.
     bool isBytes(int index);
     bool isInteger(int index);
-    /// A column that holds a number.
+    /// Returns the value of a column that contains a number.
     int64 number(int index);
 
 private:
@@ -56,7 +56,7 @@ private:
     SqliteCode m_bindError = 0;
 };
 
-/// Opens a store's file so that no other file is ever changed, and holds it alone.
+/// Opens a store's file exclusively, and such that no other file is ever changed.
 class SqliteConnection {
 public:
     SqliteConnection() = default;
@@ -64,26 +64,26 @@ public:
     SqliteConnection(const SqliteConnection&) = delete;
     SqliteConnection& operator=(const SqliteConnection&) = delete;
 
-    /// Opens the file, and makes it when it is missing or empty. @return the reason of a failure, else "".
+    /// Opens the file, and creates it if it is missing or empty. @return the reason of a failure, else "".
     String open(const char* path);
     /// Closes; all statements must be finalized.
-    /// @param isSound  false: the file and its log stay as they are.
+    /// @param isSound  false to leave the file and its log unchanged.
     void close(bool isSound);
-    /// Null when closed.
+    /// Returns the connection; null if closed.
     sqlite3* get() const { return m_database; }
-    /// Runs SQL that gives no rows that matter.
+    /// Runs SQL whose rows are ignored.
     SqliteCode execute(const char* sql);
-    /// Whether a transaction is open; an error may have ended it.
+    /// Returns true if a transaction is open; an error may have ended it.
     bool isInTransaction() const;
-    /// Waits until all that was committed is on the disk.
+    /// Waits until all committed changes are on disk.
     SqliteCode sync();
     /// Reads the whole file. @return the first fault, else "".
     String check();
-    /// Gives a file of an earlier layout the present one. @return the reason of a failure, else "".
+    /// Converts a file of an earlier layout to the current one. @return the reason of a failure, else "".
     String upgrade();
-    /// Bytes of the database.
+    /// Returns the size of the database in bytes.
     int64 size();
-    /// Whether the file is so small that it is checked as a whole when it is opened.
+    /// Returns true if the file is small enough to be checked completely when it is opened.
     bool isSmall();
 
 private:
@@ -101,9 +101,9 @@ private:
     int64 m_layout = 0; // version of the file's layout
 };
 
-/// The database's text for an error.
+/// Returns the database's text for an error.
 String sqliteErrorText(SqliteCode code);
-/// Whether an error says that the file is damaged.
+/// Returns true if an error means that the file is damaged.
 bool isSqliteDamage(SqliteCode code);
 
 } // namespace qel::internal

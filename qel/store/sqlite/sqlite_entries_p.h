@@ -9,8 +9,8 @@
 
 namespace qel::internal {
 
-/// Reads and writes rows by their positions, which are the forms of OrderKey. Large values are in a table of
-/// their own.
+/// Reads and writes rows by their positions, which are the forms of OrderKey. Large values are stored in a
+/// separate table.
 class SqliteEntries {
 public:
     /// A row. @owner the views are valid during the call that they are passed to.
@@ -23,17 +23,17 @@ public:
     SqliteCode prepare(sqlite3* database);
     void finalize();
 
-    /// Passes the value at @p position to @p take, if there is one. @return 0 or the error.
+    /// Passes the value at @p position to @p take if there is one. @return 0 or the error.
     SqliteCode read(std::string_view position, const std::function<void(ConstByteSpan)>& take);
     /// Passes every row from @p first to @p last, both included, to @p take. @return 0 or the error.
     SqliteCode readRange(std::string_view first, std::string_view last,
                          const std::function<void(const Row&)>& take);
-    /// Inserts a row; one that is already there keeps its key and gets the value. A transaction must be open.
+    /// Inserts a row; an existing one keeps its key and receives the value. A transaction must be open.
     /// @return 0 or the error; then nothing was written, or the whole transaction was rolled back.
     SqliteCode set(const Row& row);
-    /// Removes every row from @p first to @p last, both included. Otherwise as set().
+    /// Removes every row from @p first to @p last, both included. Otherwise like set().
     SqliteCode erase(std::string_view first, std::string_view last);
-    /// Checks that rows and large values belong together. @return 0 or the error.
+    /// Checks that rows and large values match. @return 0 or the error.
     SqliteCode check();
 
 private:

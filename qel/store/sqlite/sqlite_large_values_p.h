@@ -9,24 +9,23 @@
 namespace qel::internal {
 
 /// Reads and writes large values by their numbers. A search in the table of entries reads whole rows, so
-/// these must stay small.
-///
-/// The low bits of a number are a check sum of the position that the value belongs to, so that a damaged
-/// number never leads to the value of another key: it is reported as kValueOutOfPlace.
+/// these must be small.
+/// || The low bits of a number are a checksum of the position to which the value belongs, so a damaged number
+/// never leads to the value of another key: it is reported as kValueOutOfPlace.
 class SqliteLargeValues {
 public:
-    /// Values above this size are kept here.
+    /// Values above this size are stored here.
     static constexpr size_t kLargestInRow = 512;
 
     /// Compiles the statements; the table must exist.
     SqliteCode prepare(sqlite3* database);
     void finalize();
 
-    /// Whether the table may hold a value; false only if it holds none.
+    /// Returns true if the table may contain a value; false only if it is empty.
     bool mayHaveAny() const { return m_mayHaveAny; }
     /// Passes value @p id, which belongs to @p position, to @p take. @return 0 or the error.
     SqliteCode read(int64 id, std::string_view position, const std::function<void(ConstByteSpan)>& take);
-    /// Adds a value that belongs to @p position. @param id  gets its number. @return 0 or the error.
+    /// Adds a value that belongs to @p position. @param id  receives its number. @return 0 or the error.
     SqliteCode add(std::string_view position, ConstByteSpan value, int64& id);
     /// Removes value @p id, which belongs to @p position. @return 0 or the error.
     SqliteCode erase(int64 id, std::string_view position);

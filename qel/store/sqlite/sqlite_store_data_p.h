@@ -1,4 +1,4 @@
-// The operations of a SqliteStore.
+// The implementation of a SqliteStore.
 #pragma once
 
 #include <qel/store/core/order_key.h>
@@ -14,7 +14,7 @@ namespace qel::internal {
 /// See SqliteStore.
 class SqliteStoreData {
 public:
-    /// @param store  what keys and values given out refer to.
+    /// @param store  is set as the store of returned keys and values.
     SqliteStoreData(SqliteStore* store, SmartCStr path);
     ~SqliteStoreData() { close(); }
 
@@ -71,7 +71,7 @@ private:
     SqliteEntries m_entries;
     SqliteTransactions m_transactions;
     SqliteCursor m_up, m_down;
-    OrderKey m_orderKey, m_lastKey;                          // those of the operation that runs
+    OrderKey m_orderKey, m_lastKey;                          // of the current operation
     std::array<Item, SqliteStore::kValuesKept + 1> m_values; // results of get(), used in turn
     size_t m_nextValue = 0;
     String m_lastError;

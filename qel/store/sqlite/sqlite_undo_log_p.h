@@ -1,4 +1,4 @@
-// What deeply nested transactions changed, in memory.
+// The changes of deeply nested transactions, in memory.
 #pragma once
 
 #include <qel/store/sqlite/sqlite_entries_p.h>
@@ -12,7 +12,7 @@
 
 namespace qel::internal {
 
-/// Nested levels, each with what was at every position before the level first wrote there.
+/// Nested levels. Each records what was at every position before the level first wrote there.
 class SqliteUndoLog {
 public:
     /// @owner @p entries must outlive it.
@@ -20,13 +20,13 @@ public:
 
     /// Opens a level.
     void begin() { m_levels.emplace_back(); }
-    /// Ends the innermost level, which must be open; the level around it takes over what it noted.
+    /// Ends the innermost level, which must be open; the enclosing level takes over its records.
     void commit();
-    /// Ends the innermost level, which must be open, and restores what it noted. @return 0 or the error.
+    /// Ends the innermost level, which must be open, and restores what it recorded. @return 0 or the error.
     SqliteCode rollback();
-    /// Forgets all levels.
+    /// Removes all levels.
     void clear() { m_levels.clear(); }
-    /// Notes what is at the positions from @p first to @p last, both included, before they are written to.
+    /// Records what is at the positions from @p first to @p last, both included, before they are written to.
     /// @return 0 or the error.
     SqliteCode note(std::string_view first, std::string_view last);
 
@@ -34,7 +34,7 @@ private:
     struct OldRow {
         std::string key, value;
     };
-    /// By position; empty for a position without a row.
+    /// The old rows by position; empty for a position without a row.
     using OldRows = std::map<std::string, std::optional<OldRow>, std::less<>>;
 
     SqliteCode restore(std::string_view position, const std::optional<OldRow>& row);

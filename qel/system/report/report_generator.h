@@ -1,4 +1,4 @@
-// Collects an indented plain-text report.
+// Builds an indented plain-text report.
 #pragma once
 
 #include <qel/foundation/base/object.h>
@@ -10,28 +10,30 @@
 
 namespace qel {
 
-/// A text that grows line by line, two blanks ahead for each level. System::report() and others fill it.
+/// A text that grows line by line, with two spaces of indentation per level. System::report() and others fill
+/// it.
 /// @threads one thread.
 class QEL_API ReportGenerator : public Object {
     QEL_CLASS(ReportGenerator, Object)
 
 public:
-    /// Adds a line, formatted as printf does, of any length.
+    /// Adds a line of any length, formatted as by printf.
     void add(const char* format, ...) __attribute__((format(printf, 2, 3)));
-    /// Adds a line and goes one level deeper.
+    /// Adds a line and indents the following ones by one more level.
     void begin(const char* format, ...) __attribute__((format(printf, 2, 3)));
-    /// Goes one level deeper.
+    /// Indents the following lines by one more level.
     void begin() { ++m_indent; }
-    /// Comes one level up. Levels below 0 count, and indent nothing.
+    /// Reduces the indentation by one level. Levels below 0 are counted but not indented.
     void end() { --m_indent; }
-    /// Adds each line of @p text, empty ones between others too.
+    /// Adds each line of @p text, including empty lines between others.
     void addText(const char* text);
-    /// Everything added so far. The pointer lasts until the next call.
+    /// Returns everything added so far. The pointer is valid until the next call.
     const char* getReport();
 
-    /// How much those who fill the report should tell; the generator itself does not care. 0 at the start.
+    /// Returns the level of detail for those who fill the report; the generator itself ignores it. Initially
+    /// 0.
     int getVerbosity() const { return m_verbosity; }
-    /// Stores how much to tell.
+    /// Sets the level of detail.
     void setVerbosity(int verbosity) { m_verbosity = verbosity; }
 
 private:

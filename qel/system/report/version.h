@@ -1,4 +1,4 @@
-// What was built: version, revision, date, and the product's title.
+// Describes this build: version, revision, date, and the product's title.
 #pragma once
 
 #include <qel/foundation/base/string.h>
@@ -7,39 +7,42 @@
 
 namespace qel {
 
-/// Tells what this build is. All values are worked out once, on first use, from the build's description: the
-/// version and behind it, joined by '-', the kind of release, the commits since it, a short hash and "dirty".
-/// @threads any thread; texts last as long as the process.
+/// Describes this build. All values are derived once, on first use, from the build's description: the
+/// version, followed by these parts, each after a '-': the kind of release, the commits since it, a short
+/// hash and "dirty".
+/// @threads any thread; the texts are valid until the process ends.
 class QEL_API Version {
 public:
-    /// The version as people read it: "4.2.0", or "4.2.0 ce+12 [abc1234+]" for a build beyond a release.
+    /// Returns the version as shown to users: "4.2.0", or "4.2.0 ce+12 [abc1234+]" for a build after a
+    /// release.
     static const char* getVersionString();
-    /// The revision, 40 hexadecimal digits, with "+changes" behind them for changed sources.
+    /// Returns the revision, 40 hexadecimal digits, followed by "+changes" if the sources were changed.
     static const char* getGitHash();
-    /// The day of the build as eight digits: year, month, day.
+    /// Returns the day of the build as eight digits: year, month, day.
     static const char* getBuildDate();
-    /// Facts of the build, a blank ahead of each: " buildtype-distribution arch-intel ...".
+    /// Returns facts about the build, each after a space: " buildtype-distribution arch-intel ...".
     static const char* getBuildTags();
-    /// The copyright line.
+    /// Returns the copyright line.
     static const char* getCopyrightString();
 
-    /// Whether this is a release of any kind but research.
+    /// Returns true if this is a release of any kind except research.
     static bool isVersionRelease();
-    /// Whether this is a CE release.
+    /// Returns true if this is a CE release.
     static bool isVersionCERelease();
-    /// Whether this is a research release.
+    /// Returns true if this is a research release.
     static bool isVersionResearch();
 
-    /// The product: "Novix Research" for a research release, else "Novix".
+    /// Returns the product: "Novix Research" for a research release, else "Novix".
     static String decideProductName();
-    /// Product, @p name and version, with blanks between. @p name must not be null.
+    /// Returns product, @p name and version, separated by spaces. @p name must not be null.
     static String getAppTitle(const char* name);
-    /// The device identifier as a GS1 element string, "(01)<code>(8012)6.9.0"; "NOT AVAILABLE" for null.
+    /// Returns the device identifier as a GS1 element string, "(01)<code>(8012)6.9.0"; "NOT AVAILABLE" for
+    /// null.
     static String createFullUDI(const char* code);
 
-    /// "4.2.0" as 40200: (major * 100 + minor) * 100 + patch. Numbers that are not there count 0.
+    /// Converts "4.2.0" to 40200: (major * 100 + minor) * 100 + patch. Missing numbers are 0.
     static uint32 toVersionNumber(const char* text);
-    /// 40200 as "4.2.0". Minor and patch numbers above 99 do not survive the way there and back.
+    /// Converts 40200 to "4.2.0". Minor and patch numbers above 99 are not restored by toVersionNumber().
     static String fromVersionNumber(uint32 number);
 };
 

@@ -1,4 +1,4 @@
-// The generator behind the random numbers of System.
+// The generator of System's random numbers.
 #pragma once
 
 #include <qel/foundation/base/mutex.h>
@@ -9,23 +9,24 @@
 
 namespace qel {
 
-/// A Mersenne Twister (Matsumoto and Nishimura, 1998) of 32-bit draws. Fit for shuffling and for identifiers,
-/// not for keys.
+/// A Mersenne Twister (Matsumoto and Nishimura, 1998) with 32-bit draws. Suitable for shuffling and for
+/// identifiers, not for keys.
 /// @threads any thread; one lock guards the generator.
 class QEL_API RandomEngine {
 public:
-    /// Seeds with 32 bits of the machine's random source; with the steady clock where there is none.
+    /// Seeds with 32 bits of the machine's random source, or with the steady clock if there is none.
     RandomEngine();
-    /// Seeds with @p seed, so that the draws can be foreseen.
+    /// Seeds with @p seed, so that the draws are predictable.
     explicit RandomEngine(uint32 seed) : m_engine(seed) {}
 
-    /// The next 32 bits.
+    /// Returns the next 32 bits.
     uint32 draw();
-    /// The top 8 bits of a draw.
+    /// Returns the top 8 bits of a draw.
     uint8 drawByte();
-    /// The next 64 bits: two draws, the first one above.
+    /// Returns the next 64 bits: two draws, the first one in the upper half.
     uint64 draw64();
-    /// Fills @p size bytes: whole draws, lowest byte first, then the top 8 bits of a draw for each byte left.
+    /// Fills @p size bytes: whole draws, lowest byte first, then the top 8 bits of one draw for each
+    /// remaining byte.
     void fill(void* bytes, size_t size);
 
 private:

@@ -17,8 +17,8 @@ namespace internal {
 struct PerfMonData;
 }
 
-/// A tree of named sections of time. Sections nest by begin and end; the report tells where the time since
-/// the last one went, and a section that blocked the main loop for more than four seconds is logged.
+/// A tree of named sections of time. Sections nest by begin and end; the report shows the time of each since
+/// the last report, and a section that blocked the main loop for more than four seconds is logged.
 /// @threads main thread.
 class QEL_API PerfMon : public Object {
     QEL_CLASS(PerfMon, Object)
@@ -41,7 +41,7 @@ public:
     /// As end(), for beginLiteral().
     void endLiteral(const char* literal, int64 now);
 
-    /// Rebuilds the report and starts to measure anew, if the last time was 2001 ms ago or more.
+    /// Rebuilds the report and restarts the measurement, if the last time was 2001 ms ago or more.
     void updateReport();
     /// The last report: a line for each section with its share of the whole and of the section around it, its
     /// longest run in milliseconds and its name.
@@ -51,7 +51,7 @@ public:
     void setDetailed(bool detailed) { m_detailed = detailed; }
     /// What setDetailed() stored; false at the start.
     bool detailed() const { return m_detailed; }
-    /// How many runs of a section of the topmost level took more than four seconds.
+    /// Returns the number of runs of a section of the topmost level that took more than four seconds.
     uint64 getBlockingCount() const { return m_blockingCount; }
     /// Milliseconds of all runs that took more than four seconds, on any level.
     uint64 getBlockingTimeMillis() const { return m_blockingTimeMillis; }

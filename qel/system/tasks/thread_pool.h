@@ -65,7 +65,7 @@ private:
     };
 
     bool hasPendingRuns() const { return m_pendingUnits.load(std::memory_order_relaxed) != 0; }
-    /// Whether there is work that no worker has begun, and none is at work.
+    /// Returns true if there is work that no worker has begun, and no worker is busy.
     bool isWaking() const { return hasPendingRuns() && m_runningCount.load(std::memory_order_relaxed) == 0; }
     void pushQueueFromWorker(unsigned units, TaskQueue* queue, bool highPriority);
     uint32 enqueue(unsigned units, TaskQueue* queue, bool highPriority);
