@@ -30,7 +30,9 @@ struct ChildStream {
 
 /// A stream from the child and the bytes that were read from it.
 struct ChildOutput : ChildStream {
-    LineSplitter lines{{.lineEnd = LineEnd::LineFeedOrReturn, .longestLine = Process::kMaxLineBytes}};
+    static constexpr LineSplitter::Rules kRules{.lineEnd = LineEnd::LineFeedOrReturn,
+                                                .longestLine = Process::kMaxLineBytes};
+    LineSplitter lines{kRules};
 
     /// Reads while there is room. @return the error that stopped it, if any.
     platform::FileError read(bool& gotData);
