@@ -42,13 +42,13 @@ def unit_of(name):
 
 
 def public_headers():
-    """The headers that are not private to a unit."""
+    """Returns the headers that are not private to a unit."""
     return [name for name in files("qel/**/*.h") if not name.endswith("_p.h")]
 
 
 @lru_cache(maxsize=None)
 def internal_headers():
-    """The headers that tools/internal_headers.txt keeps out of the interface."""
+    """Returns the headers that tools/internal_headers.txt excludes from the interface."""
     internal = set()
     for line in text("tools/internal_headers.txt").splitlines():
         path = line.removeprefix("!")
@@ -59,7 +59,7 @@ def internal_headers():
 
 
 def installed_headers():
-    """The interface: the headers that are installed, those that include all others left out."""
+    """Returns the interface: the installed headers, except those that include all others."""
     return [name for name in public_headers() if name not in internal_headers() and name not in UMBRELLAS]
 
 
