@@ -43,10 +43,11 @@ bool WorkerPool::poll(int mostAttempts) {
         const qel::Vector<WorkerEvent> events = seat.worker->takeEvents();
         if (events.empty()) restartIfHanging(seat, passedMs);
         for (const WorkerEvent& event : events) {
-            seat.silence.hear(std::holds_alternative<event::Heartbeat>(event));
+            const bool isHeartbeat = std::holds_alternative<event::Heartbeat>(event);
+            seat.silence.hear(isHeartbeat);
             handleEvent(seat, event, mostAttempts);
+            hasMoved = hasMoved || !isHeartbeat;
         }
-        hasMoved = hasMoved || !events.empty();
     }
     return hasMoved;
 }

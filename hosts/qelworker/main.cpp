@@ -15,6 +15,9 @@
 
 namespace {
 
+/// Jobs and the end of the input end a sleep early, signals do not.
+constexpr unsigned kLongestSleepMs = 250;
+
 /// Handles the packets that have arrived. @param isEnding  becomes true if the worker must stop.
 /// @return true if there were packets.
 bool handlePackets(qel::StdInPacketReader& reader, qelworker::JobRunner& runner, bool& isEnding) {
@@ -51,14 +54,14 @@ void serve() {
     qel::StdInPacketReader& reader = *system.getStdInPacketReader();
     reader.disableBlocking();
     qelworker::JobRunner runner;
-    qelhosts::Pacer pacer;
+    qelhosts::Pacer pacer(kLongestSleepMs);
     bool isEnding = false;
     Heart heart;
     const auto doWork = [&] {
         heart.beatIfDue(system);
         return handlePackets(reader, runner, isEnding);
     };
-    const auto sleep = [&system](unsigned milliseconds) { system.delegateSleep(milliseconds); };
+    const auto sleep = [&reader](unsigned milliseconds) { reader.waitForInput(milliseconds); };
     while (!isEnding && !qel::System::wasInterruptHandlerCalled()) pacer.pass(system, doWork, sleep);
     runner.end();
 }

@@ -3,6 +3,7 @@
 #include <qel/foundation/log/message_stream.h>
 #include <qel/platform/console.h>
 
+#include <chrono>
 #include <string_view>
 #include <utility>
 
@@ -46,6 +47,14 @@ bool LineInput::waitForLine(String& line) {
     const bool hasLine = readLine(line);
     m_hasEnded = m_isExhausted;
     return hasLine;
+}
+
+void LineInput::waitForChange(unsigned timeoutMs) {
+    MutexLock lock(m_mutex);
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+    while (m_lines.empty() && !m_hasEnded) {
+        if (m_changed.wait_until(lock.standard(), end) == std::cv_status::timeout) return;
+    }
 }
 
 bool LineInput::tryLine(String& line) {

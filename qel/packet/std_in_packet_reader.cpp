@@ -17,6 +17,10 @@ SmartPointer<Packet> StdInPacketReader::read() {
     return packet;
 }
 
+void StdInPacketReader::waitForInput(unsigned timeoutMs) {
+    if (!m_isBlocking && !m_isAtEnd) m_input.waitForChange(timeoutMs);
+}
+
 void StdInPacketReader::disableBlocking() {
     if (!std::exchange(m_isBlocking, false)) return;
     m_input.startThread();

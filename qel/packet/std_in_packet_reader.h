@@ -30,6 +30,9 @@ public:
     SmartPointer<Packet> read() override;
     /// Makes read() return at once if there is no line. This cannot be undone.
     void disableBlocking();
+    /// Waits until read() has something to do or valid() may change, or until @p timeoutMs milliseconds have
+    /// passed. Without disableBlocking() it returns at once.
+    void waitForInput(unsigned timeoutMs);
 
 private:
     internal::LineInput& m_input;

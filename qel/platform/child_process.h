@@ -64,6 +64,8 @@ public:
     FileError kill();
     /// Returns true if open() succeeded.
     bool isOpen() const { return m_handle.isOpen(); }
+    /// Returns a handle that can be read, as waitForSockets() understands it, once the process has ended.
+    const FileHandle& handle() const { return m_handle; }
 
     /// Waits until one of @p processes has ended or @p timeoutMs have passed.
     /// @param timeoutMs  milliseconds; negative to wait without limit.

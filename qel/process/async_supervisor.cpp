@@ -5,6 +5,8 @@
 #include <qel/process/process_packet_reader.h>
 #include <qel/process/process_packet_writer.h>
 #include <qel/process/process_protocol.h>
+#include <qel/process/wake_pipe_p.h>
+#include <qel/system/core/clock.h>
 #include <qel/system/core/system.h>
 
 #include <algorithm>
@@ -14,7 +16,8 @@ namespace qel {
 namespace {
 
 constexpr uint32 kRoundMs = 10;
-constexpr uint32 kLongestRoundMs = 50; // when nothing was sent or received for a while
+constexpr uint32 kLongestRoundMs = 50; // when nothing is sent or received, and no waiting for it is possible
+constexpr int kLongestWaitMs = 500;    // for something to send or receive
 constexpr uint32 kRestartPauseMs = 2000;
 constexpr uint32 kTimeToEndMs = 500;
 constexpr size_t kMaxPacketBytesPerRound = size_t{2} << 20;
@@ -35,7 +38,8 @@ public:
     using TaskQueue::disable;
 };
 
-AsyncSupervisor::AsyncSupervisor(const String& path) : m_path(path), m_queue(std::make_unique<Queue>()) {}
+AsyncSupervisor::AsyncSupervisor(const String& path)
+    : m_path(path), m_queue(std::make_unique<Queue>()), m_wakePipe(std::make_unique<internal::WakePipe>()) {}
 
 AsyncSupervisor::~AsyncSupervisor() {
     terminate();
@@ -48,15 +52,25 @@ void AsyncSupervisor::start() {
 }
 
 void AsyncSupervisor::runLoop() {
-    uint32 roundMs = kRoundMs;
+    m_roundMs = kRoundMs;
     while (!m_terminating) {
         const uint32 begin = system()->getTime();
         m_isQuiet = true;
+        m_wakePipe->reset();
         tick();
-        roundMs = m_isQuiet ? std::min(roundMs + 1, kLongestRoundMs) : kRoundMs;
-        const uint32 passedMs = system()->getTime() - begin;
-        if (passedMs <= roundMs) System::sleep(roundMs - passedMs);
+        pause(system()->getTime() - begin);
     }
+}
+
+/// Waits after a round that took @p passedMs. Each round takes 10 ms at least. After a round in which nothing
+/// happened the loop waits for something to happen, or if it can't, for a little longer each time.
+void AsyncSupervisor::pause(uint32 passedMs) {
+    m_roundMs = m_isQuiet ? std::min(m_roundMs + 1, kLongestRoundMs) : kRoundMs;
+    const bool canWait = m_isQuiet && m_process && m_wakePipe->isOpen() && Clock::current().isRealTime();
+    const uint32 roundMs = canWait ? kRoundMs : m_roundMs;
+    if (passedMs <= roundMs) System::sleep(roundMs - passedMs);
+    if (!canWait || m_process->waitForActivity(m_wakePipe->handle(), kLongestWaitMs)) return;
+    if (passedMs <= m_roundMs) System::sleep(m_roundMs - passedMs);
 }
 
 void AsyncSupervisor::tick() {
@@ -129,8 +143,20 @@ void AsyncSupervisor::loseWorker() {
 }
 
 void AsyncSupervisor::enqueuePacket(Packet* packet) {
-    const MutexLock lock(m_mutex);
-    m_outgoing.emplace_back(packet);
+    {
+        const MutexLock lock(m_mutex);
+        m_outgoing.emplace_back(packet);
+    }
+    m_wakePipe->wake();
+}
+
+void AsyncSupervisor::restartWorker() {
+    m_restartRequested = true;
+    m_wakePipe->wake();
+}
+
+void AsyncSupervisor::pauseReading(bool isPaused) {
+    if (m_isReadingPaused.exchange(isPaused) && !isPaused) m_wakePipe->wake();
 }
 
 // --- stopping --------------------------------------------------------------------------------------------
@@ -140,7 +166,10 @@ void AsyncSupervisor::terminate() {
 }
 
 void AsyncSupervisor::terminateAll(const Vector<AsyncSupervisor*>& supervisors) {
-    for (AsyncSupervisor* supervisor : supervisors) supervisor->m_terminating = true;
+    for (AsyncSupervisor* supervisor : supervisors) {
+        supervisor->m_terminating = true;
+        supervisor->m_wakePipe->wake();
+    }
     for (AsyncSupervisor* supervisor : supervisors) supervisor->m_queue->disable();
     for (AsyncSupervisor* supervisor : supervisors) supervisor->askWorker();
 

@@ -18,6 +18,10 @@
 
 namespace qel {
 
+namespace internal {
+class WakePipe;
+}
+
 /// Runs a worker program. If the worker quits, it is started again 2 s after it was last seen running.
 /// Packets from the worker are passed to a subclass, and enqueued packets are sent to the worker. All of this
 /// happens in a loop on a queue of its own.
@@ -51,8 +55,8 @@ protected:
     /// Is called for each packet from the worker, which is not bound to a scheme yet.
     virtual void onPacket(Packet* packet) = 0;
 
-    /// Starts the loop, which calls tick() every 10 ms. While nothing is sent or received, the interval grows
-    /// to 50 ms.
+    /// Starts the loop, which calls tick() every 10 ms. While nothing is sent or received, it waits for
+    /// something to do, at most half a second.
     void start();
     /// Ends the loop, sends ProcessProtocol::Terminate to the worker, and kills it if it has not ended after
     /// 500 ms. start() does nothing from now on.
@@ -66,7 +70,7 @@ protected:
     /// worker blocks when it writes more. The remaining output of a worker that has ended is read in any
     /// case.
     /// @threads any thread. A pause by onPacket() also ends the round.
-    void pauseReading(bool isPaused) { m_isReadingPaused = isPaused; }
+    void pauseReading(bool isPaused);
     /// Sends @p packet in the next round. Packets that are enqueued while no worker is running are dropped
     /// when the next one is started.
     /// @owner holds a reference until the packet is sent. @threads any thread.
@@ -74,7 +78,7 @@ protected:
 
     /// Makes the next round kill the worker, which is then treated as one that has quit. For subclasses that
     /// detect a worker that hangs. @threads any thread.
-    void restartWorker() { m_restartRequested = true; }
+    void restartWorker();
     /// Returns the worker; null while there is none. @threads the loop's.
     Process* getProcess() const { return m_process.get(); }
     /// The command line for Process::spawn(), beginning with the name of the program. If it is empty, the
@@ -85,6 +89,7 @@ private:
     class Queue;
 
     void runLoop();
+    void pause(uint32 passedMs);
     bool startWorker();
     void dropPackets();
     void receivePackets(bool isRunning);
@@ -96,8 +101,10 @@ private:
 
     String m_path; // empty if the file does not exist
     std::unique_ptr<Queue> m_queue;
+    std::unique_ptr<internal::WakePipe> m_wakePipe;
     SmartPointer<Process> m_process;   // used by the loop, and by the thread that ended the loop
     std::optional<uint32> m_lastAlive; // also set by each attempt to start
+    uint32 m_roundMs = 0;              // how long a round takes at least
     bool m_isQuiet = true;             // nothing was sent or received in this round
     std::atomic<bool> m_terminating{false};
     std::atomic<bool> m_restartRequested{false};

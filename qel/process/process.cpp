@@ -2,6 +2,7 @@
 
 #include <qel/foundation/log/message_stream.h>
 #include <qel/platform/child_process.h>
+#include <qel/platform/local_socket.h>
 #include <qel/platform/system_error.h>
 #include <qel/process/command_text_p.h>
 #include <qel/process/killed_children.h>
@@ -270,6 +271,20 @@ size_t Process::waitingBytes(Output which) const {
 
 bool Process::hasOutput() const {
     return waitingBytes(Output::Stdout) + waitingBytes(Output::Stderr) != 0;
+}
+
+bool Process::waitForActivity(const FileHandle& wake, int timeoutMs) {
+    internal::ProcessData& data = *m_data;
+    if (!data.process.isOpen() && data.process.open(data.id)) return false;
+    const bool hasInput = data.input.isOpen() && !data.input.bytes.waiting().empty();
+    platform::SocketWatch watched[] = {
+        {.socket = &wake, .forReceiving = true},
+        {.socket = &data.process.handle(), .forReceiving = true},
+        {.socket = &data.output.ownEnd, .forReceiving = data.output.isOpen()},
+        {.socket = &data.error.ownEnd, .forReceiving = data.error.isOpen()},
+        {.socket = &data.input.ownEnd, .forSending = hasInput},
+    };
+    return !platform::waitForSockets(watched, timeoutMs);
 }
 
 void Process::closeStdin() {

@@ -184,6 +184,10 @@ private:
     size_t waitingBytes(Output output) const;
     /// Returns true if bytes of either output were buffered when the streams were last read.
     bool hasOutput() const;
+    /// Waits until the child has written something or has ended, until bytes that wait for it can be written,
+    /// until @p wake can be read, or until @p timeoutMs milliseconds have passed.
+    /// @return false if waiting is not possible at present.
+    bool waitForActivity(const platform::FileHandle& wake, int timeoutMs);
     bool collect();
     void loseExitStatus(int64 code);
 

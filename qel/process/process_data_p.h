@@ -3,6 +3,7 @@
 
 #include <qel/foundation/base/line_splitter.h>
 #include <qel/foundation/base/smart_pointer.h>
+#include <qel/platform/child_process.h>
 #include <qel/platform/file_system.h>
 #include <qel/process/byte_queue_p.h>
 #include <qel/process/process.h>
@@ -57,6 +58,7 @@ struct ProcessData {
     ChildOutput output;
     ChildOutput error;
     int64 id = 0;
+    platform::ProcessHandle process; // opened by the first wait
     bool isRunning = false;
     int64 lastError = 0;
     int exitStatus = 0;

@@ -171,6 +171,24 @@ TEST_F(PacketStreams, StandardInputReturnsAtOnceIfItMustNotBlock) {
     while (reader.valid()) EXPECT_EQ(reader.read(), nullptr);
 }
 
+TEST_F(PacketStreams, AWaitForStandardInputEndsWithALineOrTheEnd) {
+    constexpr unsigned kForeverMs = 1'000'000'000;
+    Pipe pipe;
+    internal::LineInput input(std::move(pipe.out));
+    StdInPacketReader reader(input);
+    reader.waitForInput(kForeverMs); // a reader that blocks does not wait
+    reader.disableBlocking();
+    reader.waitForInput(0);
+    EXPECT_EQ(reader.read(), nullptr);
+    pipe.put(numbered(7)->convertToBase16String() + "\n");
+    reader.waitForInput(kForeverMs);
+    EXPECT_NE(reader.read(), nullptr);
+    pipe.in.close();
+    reader.waitForInput(kForeverMs);
+    EXPECT_EQ(reader.read(), nullptr);
+    EXPECT_FALSE(reader.valid());
+}
+
 TEST_F(PacketStreams, DropsLinesOfMoreThan64MiB) {
     const size_t limit = internal::LineInput::kMaxLineSize;
     {

@@ -109,6 +109,42 @@ TEST_F(Supervision, AWorkerMayEndByItselfAfterTerminate) {
     Clock::install(&clock);
 }
 
+/// A clock on which loops may wait for events.
+class EventClock : public ManualClock {
+public:
+    using ManualClock::ManualClock;
+    bool isRealTime() const override { return true; }
+};
+
+TEST_F(Supervision, ALoopThatWaitsSendsAndReceivesEveryPacket) {
+    EventClock events(clock.steadyNanoseconds());
+    Clock::install(&events);
+    Supervisor supervisor("/bin/cat");
+    supervisor.start();
+    for (size_t count = 1; count <= 20; ++count) { // the first packet is that of the start
+        waitUntil([&] { return supervisor.received().size() == count; });
+        supervisor.enqueue(static_cast<int64>(count) + 1);
+    }
+    waitUntil([&] { return supervisor.received().size() == 21; });
+    supervisor.terminate();
+    EXPECT_EQ(supervisor.received().back(), 21);
+    EXPECT_EQ(supervisor.quit, 0);
+    Clock::install(&clock);
+}
+
+TEST_F(Supervision, ALoopThatWaitsNoticesTheEndOfItsWorker) {
+    EventClock events(clock.steadyNanoseconds());
+    Clock::install(&events);
+    Supervisor supervisor("/bin/cat");
+    supervisor.start();
+    waitUntil([&] { return !supervisor.received().empty(); });
+    kill(static_cast<pid_t>(supervisor.workerId.load()), SIGKILL);
+    waitUntil([&] { return supervisor.quit == 1; });
+    supervisor.terminate();
+    capture.expect(2, kQuit);
+    Clock::install(&clock);
+}
+
 // --- workers that send too much --------------------------------------------------------------------------
 
 /// Stores a few packets at most and pauses reading beyond that.

@@ -10,6 +10,7 @@ class MachineClock final : public Clock {
 public:
     int64 steadyNanoseconds() override { return platform::steadyNanoseconds(); }
     int64 utcTicks() override { return platform::utcTicks(); }
+    bool isRealTime() const override { return true; }
     void sleep(unsigned milliseconds) override { platform::sleepMilliseconds(milliseconds); }
 };
 
