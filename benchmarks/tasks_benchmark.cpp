@@ -105,7 +105,7 @@ void coldQel(benchmark::State& state) {
             std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
     }
 }
-BENCHMARK(coldQel)->Name("Runs/OneCold/qel")->UseManualTime()->Iterations(300);
+BENCHMARK(coldQel)->Name("Runs/OneCold/qel")->UseManualTime()->Iterations(300)->Repetitions(20);
 
 void serialQel(benchmark::State& state) {
     const RunningSystem system;
@@ -178,7 +178,7 @@ void coldAsio(benchmark::State& state) {
             std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
     }
 }
-BENCHMARK(coldAsio)->Name("Runs/OneCold/asio")->UseManualTime()->Iterations(300);
+BENCHMARK(coldAsio)->Name("Runs/OneCold/asio")->UseManualTime()->Iterations(300)->Repetitions(20);
 
 void serialAsio(benchmark::State& state) {
     boost::asio::thread_pool pool(kWorkers);
