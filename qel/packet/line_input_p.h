@@ -35,8 +35,8 @@ public:
     bool hasEnded();
     /// Waits for the next line. @return false at the end of the input.
     bool waitForLine(String& line);
-    /// Waits until tryLine() finds a line, the input has ended, or @p timeoutMs milliseconds have passed. Call
-    /// it only after startThread().
+    /// Waits until tryLine() finds a line, the input has ended, or @p timeoutMs milliseconds have passed.
+    /// Call it only after startThread().
     void waitForChange(unsigned timeoutMs);
     /// Starts the helper thread, which cannot be stopped. A second call has no effect.
     void startThread();

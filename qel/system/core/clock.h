@@ -22,8 +22,8 @@ public:
     virtual int64 utcTicks() = 0;
     /// Waits until @p milliseconds have passed on this clock. @threads any thread.
     virtual void sleep(unsigned milliseconds) = 0;
-    /// Returns true if the clock moves as the machine's clocks do, so that a thread may wait for an event of the
-    /// system instead of calling sleep(). @threads any thread.
+    /// Returns true if the clock moves as the machine's clocks do, so that a thread may wait for an event of
+    /// the system instead of calling sleep(). @threads any thread.
     virtual bool isRealTime() const { return false; }
 
     /// Returns the clock in use: the machine's unless install() has set another. @threads any thread.
