@@ -162,7 +162,7 @@ public:
     /// @param compressible  hint for the output, kept from kMinCompressibleSize bytes on.
     /// @errors bytes that do not fit in a fixed field are logged and dropped.
     void setBuffer(const PacketField& field, const uint8* bytes, uint32 size, bool compressible = false);
-    /// @copydoc setBuffer(const PacketField&, const uint8*, uint32, bool)
+    /// As the other form, for the bytes of a span.
     void setBuffer(const PacketField& field, ConstByteSpan bytes, bool compressible = false);
     /// Reserves @p size uninitialised bytes in a field for the caller to write. A dynamic field gets the
     /// number of elements that they require.

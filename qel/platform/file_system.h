@@ -27,8 +27,8 @@ public:
     FileHandle() = default;
     /// Takes ownership of an open descriptor.
     explicit FileHandle(int id) : m_id(id) {}
-    FileHandle(FileHandle&& other) noexcept : m_id(other.release()) {}
-    FileHandle& operator=(FileHandle&& other) noexcept;
+    FileHandle(FileHandle&& other) noexcept : m_id(other.release()) {} ///< Takes the descriptor over.
+    FileHandle& operator=(FileHandle&& other) noexcept;                ///< Takes over the descriptor.
     FileHandle(const FileHandle&) = delete;
     FileHandle& operator=(const FileHandle&) = delete;
     ~FileHandle() { close(); }
@@ -96,7 +96,7 @@ struct FileIdentity {
     std::uint64_t device = 0; ///< identifies the file system
     std::uint64_t number = 0; ///< identifies the file within it
 
-    bool operator==(const FileIdentity&) const = default;
+    bool operator==(const FileIdentity&) const = default; ///< Returns true for the same file.
 };
 
 /// What the system reports about a file, folder or link.

@@ -105,7 +105,7 @@ public:
 
 protected:
     Store();
-    Store(const Store&);
+    Store(const Store&); ///< Creates a store without references and weak pointers.
     /// Does not change references and weak pointers.
     Store& operator=(const Store&);
 };
