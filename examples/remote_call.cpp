@@ -1,4 +1,4 @@
-// Remote calls: a provider holds named handlers. Calls of this process and of a transport run the same handlers.
+// Remote calls: a provider holds named handlers, which calls of this process and of a transport run.
 #include <qel/foundation/log/message_stream.h>
 #include <qel/rpc/rpc_context.h>
 #include <qel/rpc/rpc_handle.h>

@@ -64,7 +64,7 @@ int main() {
     vm.executeString(kScript, "example");
 
     vm.createThread(
-        vm.newClosure("std.sleep(1); app.print(\"the thread went on in a later pass\")", "thread"));
+        vm.newClosure("std.sleep(1); app.print(\"the thread continues in a later pass\")", "thread"));
     while (vm.threadsActive()) qel::Object::system()->processEvents(0);
     qel::System::deinitialize();
 }
@@ -73,4 +73,4 @@ int main() {
 // Counter is at 40
 // 2!
 // error: invalid argument count on native method call
-// the thread went on in a later pass
+// the thread continues in a later pass

@@ -22,7 +22,7 @@ public:
     qel::Delegate<bool()> delegateMayOpen;      ///< asked before the door opens; has one listener at most
 };
 
-/// A light that goes on while a door is open.
+/// A light that is on while a door is open.
 class Light : public qel::Object {
     QEL_CLASS(Light, qel::Object)
 

@@ -6,6 +6,7 @@
 #include <qel/script/access.h>
 #include <qel/script/async_queue.h>
 #include <qel/script/class_binder.h>
+#include <qel/script/core_imports.h>
 #include <qel/script/functor.h>
 #include <qel/script/native_call.h>
 #include <qel/script/native_class.h>

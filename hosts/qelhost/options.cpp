@@ -36,6 +36,7 @@ qelhosts::Program describe(Options& options) {
                      {130, "Ctrl-C stopped a script"}},
         .files = {{"Plugins/NAME/main.sq", "the script that the plugin NAME runs"},
                   {"Plugins/NAME/autoexec.sq", "runs before the main script of any plugin"},
+                  {"PREFIX/share/qelcore/plugins", "the installed plugins, if the program is in PREFIX/bin"},
                   {"~/.local/share/ORLANE", "application data, unless --app-dir is given"}},
         .examples = {{"qelhost --plugins plugins --language de", "Runs the plugins of a folder in German."},
                      {"qelhost --plugins plugins -- --out /tmp/result /srv/studies",

@@ -16,18 +16,18 @@ SHORT_ESCAPES = {"\n": "\\n", "\t": "\\t", "\r": "\\r", '"': '\\"', "\\": "\\\\"
 
 
 def element_limit():
-    """How many characters, bytes or elements the user wants to see of one value."""
+    """Returns the number of characters, bytes or elements that the user wants to see of one value."""
     limit = gdb.parameter("print elements")
     return min(limit or LARGEST_READ, LARGEST_READ)
 
 
 def read(address, size):
-    """The bytes at an address, or gdb.MemoryError."""
+    """Returns the bytes at an address. Raises gdb.MemoryError if they cannot be read."""
     return bytes(gdb.selected_inferior().read_memory(address, size)) if size else b""
 
 
 def escaped(character):
-    """A character as the terminal can show it; bytes that are no UTF-8 appear as \\xNN."""
+    """Returns a character as the terminal can show it. Bytes that are not UTF-8 appear as \\xNN."""
     code = ord(character)
     if 0xDC80 <= code <= 0xDCFF: # how the decoder passes on such a byte
         return f"\\x{code - 0xDC00:02x}"
@@ -39,7 +39,7 @@ def escaped(character):
 
 
 def quoted(text, is_cut=False):
-    """Bytes of UTF-8 as a literal; with "..." after it if there are more of them."""
+    """Returns UTF-8 as a literal, with "..." after it if there are more bytes."""
     shown = "".join(escaped(c) for c in text.decode("utf-8", "surrogateescape"))
     try:
         charset = gdb.target_charset()
@@ -50,24 +50,24 @@ def quoted(text, is_cut=False):
 
 
 def quoted_at(address, size):
-    """The text at an address."""
+    """Returns the text at an address."""
     count = min(size, element_limit())
     return quoted(read(address, count), count < size)
 
 
 def hexadecimal(data, size):
-    """The first of a number of bytes."""
+    """Returns bytes as digits, with "..." after them if there are more."""
     return data.hex(" ") + ("..." if len(data) < size else "")
 
 
 def plain(value):
-    """The value that a reference refers to."""
+    """Returns the value that a reference refers to."""
     is_reference = value.type.strip_typedefs().code in (gdb.TYPE_CODE_REF, gdb.TYPE_CODE_RVALUE_REF)
     return value.referenced_value() if is_reference else value
 
 
 class Printer:
-    """Base of the printers: turns whatever goes wrong into text."""
+    """Base of the printers. Turns errors into text."""
 
     def __init__(self, value):
         self.value = value
@@ -126,7 +126,7 @@ class PointerPrinter(Printer):
 
 
 def object_offset(kind):
-    """Where the Object lies within a class; None if that is unknown."""
+    """Returns the offset of the Object within a class; None if it is unknown."""
     kind = kind.strip_typedefs().unqualified()
     if kind.name == "qel::Object":
         return 0
@@ -181,7 +181,7 @@ class Elements:
         self.depth = depth
 
     def element(self, at):
-        """The text and the size of the element at an offset; None if it is malformed."""
+        """Returns the text and the size of the element at an offset; None if it is malformed."""
         tag, payload = self.data[at], self.data[at + 1:]
         if tag in self.NAMES:
             return self.NAMES[tag], 1
@@ -197,7 +197,7 @@ class Elements:
         return self.sized(tag, payload)
 
     def sized(self, tag, payload):
-        """The same for an element that begins with its size."""
+        """Returns the same for an element that begins with its size."""
         if tag not in self.SIZED or len(payload) < 4:
             return None
         size = struct.unpack_from("<I", payload)[0]
@@ -236,7 +236,7 @@ class ItemPrinter(Printer):
 
 
 def printers():
-    """The printers by the names of their types."""
+    """Returns the printers by the names of their types."""
     collection = gdb.printing.RegexpCollectionPrettyPrinter("qelCore")
     for name, pattern, printer in (("String", "^qel::String$", StringPrinter),
                                    ("StringId", "^qel::StringId$", StringIdPrinter),
