@@ -48,7 +48,8 @@ void showStrings() {
     Damaged<qel::String> storage;
     const qel::String& badAddress = storage.with({16, 4});
     Damaged<qel::String> sizeStorage;
-    const qel::String& badSize = sizeStorage.with({reinterpret_cast<qel::uint64>(&g_stops), ~qel::uint64{0}});
+    const qel::String& badSize =
+        sizeStorage.with({reinterpret_cast<qel::uint64>(longText.data()), ~qel::uint64{0}});
     Damaged<qel::StringId> idStorage;
     const qel::StringId& badId = idStorage.with({16});
     stopHere();
