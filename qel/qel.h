@@ -58,10 +58,13 @@
 #include <qel/foundation/locale/gregorian_date.h>
 #include <qel/foundation/log/log_backend.h>
 #include <qel/foundation/log/message_stream.h>
+#include <qel/imaging/io/camera.h>
+#include <qel/imaging/io/dummy_camera.h>
+#include <qel/imaging/pixels/file_signature.h>
 #include <qel/imaging/pixels/image.h>
 #include <qel/imaging/pixels/image_conversion.h>
 #include <qel/imaging/pixels/image_format.h>
-#include <qel/imaging/pixels/renderer_query.h>
+#include <qel/imaging/pixels/qr_code_generator.h>
 #include <qel/packet/deque_packet_writer.h>
 #include <qel/packet/file_packet_reader.h>
 #include <qel/packet/file_packet_writer.h>

@@ -1,6 +1,7 @@
 #include <qel/script/core_imports.h>
 
 #include <qel/files/directory.h>
+#include <qel/imaging/pixels/qr_code_generator.h>
 #include <qel/script/object_interfaces.h>
 #include <qel/script/vector_classes.h>
 #include <qel/store/core/guid.h>
@@ -52,6 +53,8 @@ void CoreImports(VM* vm) {
     vm->setImportCallback("qel.File", &importClass<qel::File>, kTable);
     vm->setImportCallback("qel.GUID", &importClass<qel::GUID>, kTable);
     vm->setImportCallback("qel.HumanFriendlyKey", &importHumanFriendlyKey, kTable);
+    vm->setImportCallback("qel.Image", &importClass<qel::Image>, kTable);
+    vm->setImportCallback("qel.QRCodeGenerator", &importClass<qel::QRCodeGenerator>, kTable);
 }
 
 } // namespace qelSq

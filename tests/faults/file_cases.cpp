@@ -7,6 +7,7 @@
 #include <qel/files/memory_map.h>
 #include <qel/files/tar_archive.h>
 #include <qel/foundation/base/buffer.h>
+#include <qel/imaging/pixels/image.h>
 #include <qel/packet/file_packet_reader.h>
 #include <qel/packet/file_packet_writer.h>
 #include <tests/files/tar_sample.h>
@@ -62,6 +63,35 @@ Outcome readPackets(Folder folder) {
     outcome.worked = outcome.value == "3 70000 5 ";
     return outcome;
 }
+
+/// A picture of noise that is too large for one write of a few bytes.
+Image samplePicture() {
+    Image image(RGB8, {40, 30});
+    for (size_t i = 0; i < image.getByteSize(); ++i)
+        image.getBytePointer()[i] = static_cast<uint8>(i * i >> 3);
+    return image;
+}
+
+void preparePictures(Folder folder) {
+    samplePicture().saveTo(folder.path("a.png").c_str());
+    samplePicture().saveTo(folder.path("a.webp").c_str());
+}
+
+template <const char* Name>
+Outcome savePicture(Folder folder) {
+    return {samplePicture().saveTo(folder.path(Name).c_str())};
+}
+
+template <const char* Name>
+Outcome loadPicture(Folder folder) {
+    Image image;
+    const bool worked = image.loadFromFile(folder.path(Name).c_str());
+    return {worked, worked ? std::to_string(image.getBytePointer()[100]) : ""};
+}
+
+constexpr char kPng[] = "a.png";
+constexpr char kWebP[] = "a.webp";
+constexpr char kBmp[] = "a.bmp";
 
 Outcome load(Folder folder, bool decompress) {
     Buffer buffer;
@@ -195,6 +225,11 @@ std::vector<FaultCase> fileCases() {
          [](Folder folder) { return writePackets(folder), Outcome{true}; }, kLoggedOnly | kMayTear},
         {"FilePacketReader", writePackets, readPackets},
         {"MemoryMap", prepareMapped, writeMapped},
+        {"Image::saveTo, PNG", prepareNothing, savePicture<kPng>},
+        {"Image::saveTo, WebP", prepareNothing, savePicture<kWebP>},
+        {"Image::saveTo, BMP", prepareNothing, savePicture<kBmp>},
+        {"Image::loadFromFile, PNG", preparePictures, loadPicture<kPng>},
+        {"Image::loadFromFile, WebP", preparePictures, loadPicture<kWebP>},
     };
 }
 

@@ -91,7 +91,7 @@ TEST_F(ScriptDocumentation, EverySlotAndMemberIsDocumented) {
         expectSlotsNamed(page, vm().getRootTable().get(name), name);
     }
     for (const char* name : {"IVec2", "IVec3", "IVec4", "GregorianDate", "Rect", "Directory", "File", "GUID",
-                             "HumanFriendlyKey"}) {
+                             "HumanFriendlyKey", "Image", "QRCodeGenerator"}) {
         vm().import((std::string("qel.") + name).c_str());
         Object cls = vm().getRootTable().get("qel").get(name);
         ASSERT_TRUE(cls.isNativeClass()) << name;

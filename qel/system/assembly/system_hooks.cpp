@@ -1,5 +1,6 @@
 #include <qel/system/core/system.h>
 
+#include <qel/imaging/io/dummy_camera.h>
 #include <qel/script/notification_message.h>
 
 namespace qel {
@@ -10,6 +11,11 @@ namespace {
 template <typename R, typename... Args, typename Value>
 void answer(Delegate<R(Args...)>& hook, Value value) {
     hook.connect([value](Args...) -> R { return value; });
+}
+
+const Vector<CameraMetadata>& noCameras() {
+    static const Vector<CameraMetadata> none;
+    return none;
 }
 
 } // namespace
@@ -23,6 +29,9 @@ void System::connectDefaultHooks() {
     delegateSafeAreaForControls.connect([this] { return defaultSafeArea(); });
     delegateAskPermission.connect([](int, const std::function<void(bool)>& answerWith) { answerWith(true); });
 
+    delegateCreateCamera.connect(
+        [](const CameraParameters& parameters) { return new DummyCamera(parameters); });
+    delegateCameraList.connect([]() -> const Vector<CameraMetadata>& { return noCameras(); });
     answer(delegateCreateAudioInput, nullptr);
     answer(delegateCreateAudioOutput, nullptr);
     answer(delegateRenderGlyph, false);

@@ -1,5 +1,5 @@
-#include "../../support/log_capture.h"
-#include "sample_images.h"
+#include <tests/imaging/pixels/sample_images.h>
+#include <tests/support/log_capture.h>
 
 #include <qel/testing/simd.h>
 

@@ -1,6 +1,6 @@
 #include <qel/imaging/pixels/image.h>
 
-#include "../../support/log_capture.h"
+#include <tests/support/log_capture.h>
 
 #include <gtest/gtest.h>
 

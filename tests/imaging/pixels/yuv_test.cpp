@@ -1,6 +1,6 @@
-#include "../../support/log_capture.h"
-#include "../../support/system_fixture.h"
-#include "sample_images.h"
+#include <tests/imaging/pixels/sample_images.h>
+#include <tests/support/log_capture.h>
+#include <tests/support/system_fixture.h>
 
 #include <qel/imaging/pixels/image_conversion.h>
 #include <qel/testing/simd.h>

@@ -1,0 +1,102 @@
+// Camera: a source of live frames and photos.
+#pragma once
+
+#include <qel/foundation/base/ivec.h>
+#include <qel/foundation/base/object.h>
+#include <qel/foundation/base/signal.h>
+#include <qel/foundation/base/smart_pointer.h>
+#include <qel/foundation/base/string.h>
+#include <qel/imaging/pixels/image.h>
+#include <qel/platform/api.h>
+
+namespace qel {
+
+/// What a camera is created with. Only the cameras of a platform read the fields other than framesPerSecond.
+class QEL_API CameraParameters {
+public:
+    String name;              ///< the camera, as its CameraMetadata names it
+    IVec2<int> resolution;    ///< wanted size of frames in pixels; 0 for the camera's own
+    int framesPerSecond = 25; ///< wanted rate; below 1 counts as 1
+};
+
+/// What a host's list of cameras states about each.
+class QEL_API CameraMetadata {
+public:
+    String name; ///< the camera, for CameraParameters
+};
+
+/// When the flash fires.
+enum class FlashMode : int {
+    Off = 0,  ///< never
+    On = 1,   ///< with each photo
+    Auto = 2, ///< as the camera decides
+};
+
+/// How the exposure is set.
+enum class ExposureMode : int {
+    Auto = 0,   ///< by the camera
+    Locked = 1, ///< stays as it is
+};
+
+/// How the white balance is set.
+enum class WhiteBalanceMode : int {
+    Auto = 0,   ///< by the camera
+    Locked = 1, ///< stays as it is
+};
+
+/// A camera. Platforms derive from it; DummyCamera shows a fixed picture. Frames and photos are images of their own,
+/// which receivers may keep. @threads main thread.
+class QEL_API Camera : public Object {
+    QEL_CLASS(Camera, Object)
+
+public:
+    /// What control() does. Other values have no effect.
+    enum class Command : int {
+        Start = 0,              ///< frames begin
+        Stop = 1,               ///< frames end; none follows
+        LockExposure = 2,       ///< exposureMode becomes Locked
+        UnlockExposure = 3,     ///< exposureMode becomes Auto
+        LockWhiteBalance = 4,   ///< whiteBalanceMode becomes Locked
+        UnlockWhiteBalance = 5, ///< whiteBalanceMode becomes Auto
+        TakePhoto = 8,          ///< photoSignal follows
+        FlashOn = 9,            ///< flashMode becomes On
+        FlashOff = 10,          ///< flashMode becomes Off
+        FlashAuto = 11,         ///< flashMode becomes Auto
+    };
+
+    /// Keeps @p cameraParameters.
+    explicit Camera(const CameraParameters& cameraParameters) : parameters(cameraParameters) {}
+
+    /// Returns the number of photos that were asked for and have not arrived.
+    virtual int getNumPendingPhotos() { return pendingPhotos; }
+    /// Returns the quarter turns by which frames are to be shown.
+    virtual int getRotation() { return 0; }
+    /// Returns whether the camera has a flash.
+    virtual bool hasFlash() { return false; }
+    /// Returns whether focusPoint() has an effect.
+    virtual bool hasTapToFocus() { return false; }
+    /// Returns whether the exposure can be locked.
+    virtual bool hasExposureLock() { return false; }
+    /// Returns whether the white balance can be locked.
+    virtual bool hasWhiteBalanceLock() { return false; }
+    /// Returns whether the camera zooms.
+    virtual bool hasZoomFactors() { return false; }
+    /// Returns whether frames are to be shown mirrored.
+    virtual bool requiresMirror() { return false; }
+    /// Returns whether the camera can deliver frames.
+    virtual bool isValid() const = 0;
+    /// Sets the modes; starting, stopping and photos are left to derived classes.
+    virtual void control(Command command);
+    /// Focuses on a point of the frame, 0 to 1 in both directions; does nothing here.
+    virtual void focusPoint(const IVec2<float>& point);
+
+    Signal<void(unsigned, SmartPointer<Image>)> frameSignal;    ///< a frame, and milliseconds between two
+    Signal<void(SmartPointer<Image>)> photoSignal;              ///< a photo
+    CameraParameters parameters;                                ///< as given to the constructor
+    FlashMode flashMode = FlashMode::Off;                       ///< set by control()
+    ExposureMode exposureMode = ExposureMode::Auto;             ///< set by control()
+    WhiteBalanceMode whiteBalanceMode = WhiteBalanceMode::Auto; ///< set by control()
+    int pendingPhotos = 0;                                      ///< see getNumPendingPhotos()
+};
+
+} // namespace qel

@@ -1,0 +1,452 @@
+#include <tests/imaging/pixels/sample_images.h>
+#include <tests/support/log_capture.h>
+#include <tests/support/system_fixture.h>
+
+#include <qel/system/tasks/task_queue.h>
+#include <qel/testing/simd.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+using namespace qel;
+using test::GuardedImage;
+using test::LogCapture;
+using test::packedBytes;
+
+namespace {
+
+using Size = IVec2<int>;
+using Bytes = std::vector<uint8>;
+
+constexpr FormatID kNumeric[] = {Int8,     UInt8,   Int16,   UInt16,  Int32,   UInt32,
+                                 Int64,    UInt64,  Flt32,   Flt64,   UInt8x2, Int16x3,
+                                 UInt16x4, UInt8x3, UInt8x4, Flt32x2, Int32x3, UInt32x4};
+constexpr FormatID kPacked[] = {RGB565, RGBA4, RGBA5551, RGB8O16, UInt16O16};
+
+/// Sizes from which and to which images are resized: both axes grow, both shrink, one of each.
+constexpr int kSizes[][4] = {{7, 5, 13, 9}, {1, 1, 6, 3},    {13, 9, 7, 5},   {12, 8, 6, 4}, {9, 7, 1, 1},
+                             {7, 5, 7, 5},  {10, 10, 20, 5}, {10, 10, 5, 20}, {3, 9, 9, 3},  {67, 3, 66, 3}};
+
+double componentAt(const Image& image, int x, int y) {
+    const FormatID format = image.getImageFormat();
+    const uint8* p = image.getBytePointer(y) + x * (util::getFormatSizeBits(format) / 8);
+    const auto as = [p]<typename T>(T value) {
+        std::memcpy(&value, p, sizeof value);
+        return static_cast<double>(value);
+    };
+    switch (format) {
+    case Int8:
+        return as(int8{});
+    case UInt8:
+    case L8:
+        return as(uint8{});
+    case Int16:
+        return as(int16{});
+    case UInt16:
+        return as(uint16{});
+    case Int32:
+        return as(int32{});
+    case Flt32:
+        return as(float{});
+    default:
+        ADD_FAILURE() << "no component for " << format;
+        return 0;
+    }
+}
+
+/// The bilinear formula for one pixel, in single precision.
+double bilinear(const Image& source, Size target, int x, int y) {
+    const auto place = [](int i, int from, int to, int& first, int& second) {
+        const float f = static_cast<float>(from) / static_cast<float>(to);
+        const float c =
+            std::clamp(static_cast<float>(i) * f + (f * 0.5f - 0.5f), 0.0f, static_cast<float>(from - 1));
+        first = static_cast<int>(c);
+        second = std::min(first + 1, from - 1);
+        return c - static_cast<float>(first);
+    };
+    int left = 0, right = 0, top = 0, bottom = 0;
+    const float fx = place(x, source.getWidth(), target.x, left, right);
+    const float fy = place(y, source.getHeight(), target.y, top, bottom);
+    const auto row = [&](int at) {
+        const auto a = static_cast<float>(componentAt(source, left, at));
+        const auto b = static_cast<float>(componentAt(source, right, at));
+        return a + (b - a) * fx;
+    };
+    const float upper = row(top), lower = row(bottom);
+    return upper + (lower - upper) * fy;
+}
+
+/// The mean of the covered area, by a grid so fine that every pixel of both images is a whole number of cells.
+double mean(const Image& source, Size target, int x, int y) {
+    const int sw = source.getWidth(), sh = source.getHeight();
+    long double sum = 0;
+    for (int j = y * sh; j < (y + 1) * sh; ++j)
+        for (int i = x * sw; i < (x + 1) * sw; ++i)
+            sum += static_cast<long double>(componentAt(source, i / target.x, j / target.y));
+    return static_cast<double>(sum / (static_cast<long double>(sw) * sh));
+}
+
+double rounded(FormatID format, double value) {
+    return format == Flt32 ? static_cast<double>(static_cast<float>(value)) : std::round(value);
+}
+
+class Resize : public testing::TestWithParam<std::string> {
+protected:
+    void SetUp() override { ASSERT_TRUE(seams::setSimdTarget(GetParam())); }
+    void TearDown() override { seams::setSimdTarget(""); }
+};
+
+class ImageTasks : public test::SystemFixture {};
+
+std::vector<std::string> textsOf(LogCapture& log) {
+    std::vector<std::string> texts;
+    for (const auto& line : log.take()) texts.push_back(line.text);
+    return texts;
+}
+
+/// An image whose pixels are all different, in a format of @p pixelBytes bytes.
+Image numberedImage(FormatID format, Size size) {
+    Image image(format, size);
+    for (size_t i = 0; i < image.getByteSize(); ++i) image.getBytePointer()[i] = test::noise(i);
+    return image;
+}
+
+} // namespace
+
+INSTANTIATE_TEST_SUITE_P(Targets, Resize, testing::ValuesIn(seams::simdTargets()),
+                         [](const auto& parameter) { return parameter.param; });
+
+TEST_P(Resize, GrowingInterpolatesBetweenNeighbours) {
+    for (const FormatID format : {Int8, UInt8, Int16, UInt16}) {
+        for (int width = 1; width <= 67; width += 3) {
+            GuardedImage source(format, {std::max(1, width / 2), 3}), target(format, {width, 7});
+            ASSERT_TRUE(target->resizeFrom(*source));
+            for (int y = 0; y < 7; ++y)
+                for (int x = 0; x < width; ++x)
+                    ASSERT_EQ(componentAt(*target, x, y),
+                              rounded(format, bilinear(*source, {width, 7}, x, y)))
+                        << format << " width " << width << " at " << x << "," << y;
+            ASSERT_EQ(target.changedGuards(), 0);
+        }
+    }
+}
+
+TEST_P(Resize, ShrinkingTakesTheMeanOfTheArea) {
+    for (const FormatID format : {Int8, UInt8, Int16, UInt16, Int32}) {
+        for (int width = 1; width <= 67; width += 3) {
+            GuardedImage source(format, {67, 5}), target(format, {width, 3});
+            ASSERT_TRUE(target->resizeFrom(*source));
+            for (int y = 0; y < 3; ++y)
+                for (int x = 0; x < width; ++x)
+                    ASSERT_EQ(componentAt(*target, x, y), rounded(format, mean(*source, {width, 3}, x, y)))
+                        << format << " width " << width << " at " << x << "," << y;
+            ASSERT_EQ(target.changedGuards(), 0);
+        }
+    }
+}
+
+TEST_P(Resize, ChannelsAreIndependent) {
+    for (const auto& s : kSizes) {
+        const Image source = numberedImage(RGBA8, {s[0], s[1]});
+        Image target(BGRA8, {s[2], s[3]});
+        ASSERT_TRUE(target.resizeFrom(source));
+        for (int c = 0; c < 4; ++c) {
+            Image channel(L8, source.getSize()), expected(L8, target.getSize());
+            for (int i = 0; i < s[0] * s[1]; ++i)
+                channel.getBytePointer()[i] = source.getBytePointer()[4 * i + c];
+            ASSERT_TRUE(expected.resizeFrom(channel));
+            for (int i = 0; i < s[2] * s[3]; ++i)
+                ASSERT_EQ(target.getBytePointer()[4 * i + c], expected.getBytePointer()[i])
+                    << c << " of " << i;
+        }
+    }
+}
+
+TEST(ResizeFormats, FlatPicturesStayFlat) {
+    for (const FormatID format : kNumeric) {
+        for (const auto& s : kSizes) {
+            Image source(format, {s[0], s[1]}), target(format, {s[2], s[3]});
+            const size_t bytes = static_cast<size_t>(util::getFormatSizeBits(format)) / 8;
+            for (size_t i = 0; i < source.getByteSize(); ++i)
+                source.getBytePointer()[i] = static_cast<uint8>(test::noise(i % bytes) & 0x7F);
+            ASSERT_TRUE(target.resizeFrom(source));
+            const Bytes pixels = packedBytes(target);
+            for (size_t i = 0; i < pixels.size(); ++i)
+                if ((format != Int64 && format != UInt64 && format != Flt64) ||
+                    i % 8 == 7) // doubles carry 53 bits
+                    ASSERT_EQ(pixels[i], source.getBytePointer()[i % bytes]) << format << " " << s[0];
+        }
+    }
+}
+
+TEST(ResizeFormats, TheLargestValuesDoNotWrap) {
+    for (const FormatID format : {UInt8, UInt16, UInt32, UInt64}) {
+        for (const auto& s : kSizes) {
+            Image source(format, {s[0], s[1]}), target(format, {s[2], s[3]});
+            std::memset(source.getBytePointer(), 255, source.getByteSize());
+            ASSERT_TRUE(target.resizeFrom(source));
+            EXPECT_EQ(packedBytes(target), Bytes(target.getByteSize(), 255)) << format << " " << s[0];
+        }
+    }
+}
+
+TEST(ResizeFormats, FloatsStayUnrounded) {
+    Image source(Flt32, {2, 1}), target(Flt32, {1, 1});
+    const float values[] = {0.25f, 0.5f};
+    std::memcpy(source.getBytePointer(), values, 8);
+    ASSERT_TRUE(target.resizeFrom(source));
+    EXPECT_EQ(componentAt(target, 0, 0), 0.375);
+}
+
+TEST(ResizeFormats, EqualSizesCopyEveryBit) {
+    for (const FormatID format : {Flt32, Flt64, Int64, UInt64, Int32}) {
+        GuardedImage source(format, {5, 3});
+        Image target(format, {5, 3});
+        ASSERT_TRUE(target.resizeFrom(*source));
+        EXPECT_EQ(packedBytes(target), packedBytes(*source)) << format;
+    }
+}
+
+TEST(ResizeFormats, PlanesAreResizedOneByOne) {
+    for (const FormatID format : {Y1U2V2, Y1UV2, MP_RGB8_O16, MP_UInt16_O16}) {
+        const Image source = numberedImage(format, {16, 12});
+        Image target(format, {8, 6});
+        ASSERT_TRUE(target.resizeFrom(source));
+        for (unsigned i = 0; i < source.getNumberOfPlanes(); ++i) {
+            Image plane(source.getPlaneFormat(i), source.getPlaneSize(i));
+            for (int y = 0; y < plane.getHeight(); ++y)
+                std::memcpy(plane.getBytePointer(y), source.getPlaneBytePointer(i, y), plane.getPitch());
+            Image expected(plane.getImageFormat(), target.getPlaneSize(i));
+            ASSERT_TRUE(expected.resizeFrom(plane));
+            EXPECT_EQ(
+                std::memcmp(expected.getBytePointer(), target.getPlaneBytePointer(i), expected.getByteSize()),
+                0);
+        }
+    }
+}
+
+TEST(ResizeFormats, PackedPixelsAreSkippedSilently) {
+    for (const FormatID format : kPacked) {
+        Image source(format, {4, 4});
+        Image target = numberedImage(format, {2, 2});
+        const Bytes before = packedBytes(target);
+        EXPECT_TRUE(target.resizeFrom(source));
+        EXPECT_EQ(packedBytes(target), before);
+    }
+}
+
+TEST(ResizeFormats, DifferentPixelTypesAreRefused) {
+    for (const auto& [from, to] : {std::pair{RGB8, RGBA8},
+                                   {UInt8, UInt16},
+                                   {UInt8, Int8},
+                                   {Y1U2V2, Y1UV2},
+                                   {RGB565, RGBA4},
+                                   {RGB565, UInt16},
+                                   {Flt32, Int32}}) {
+        LogCapture log;
+        const Image source(from, {4, 4});
+        Image target(to, {2, 2});
+        EXPECT_FALSE(target.resizeFrom(source)) << from << " to " << to;
+        EXPECT_EQ(log.take().size(), 1u);
+    }
+}
+
+TEST(ResizeFormats, ImagesWithoutPixelsAreRefused) {
+    GuardedImage external(L8, {4, 4});
+    const Image noPixels(*external);
+    Image target(L8, {2, 2}), uninitialised;
+    LogCapture log;
+    EXPECT_FALSE(target.resizeFrom(noPixels));
+    EXPECT_FALSE(target.resizeFrom(uninitialised));
+    EXPECT_FALSE(uninitialised.resizeFrom(*external));
+    EXPECT_EQ(log.take().size(), 3u);
+}
+
+TEST(ResizeEmpty, EmptySourcesBecomeBlack) {
+    const Image empty(Y1U2V2, {1, 1});
+    Image target(Y1U2V2, {4, 4});
+    ASSERT_TRUE(target.resizeFrom(empty));
+    EXPECT_EQ(target.getPlaneBytePointer(1)[0], 128);
+    EXPECT_EQ(target.getPlaneBytePointer(2, 1)[1], 128);
+    const Image nothing(RGB8, {0, 5});
+    Image black = numberedImage(RGB8, {2, 2});
+    ASSERT_TRUE(black.resizeFrom(nothing));
+    EXPECT_EQ(packedBytes(black), Bytes(12, 0));
+}
+
+TEST(ResizeEmpty, EmptyTargetsNeedNothing) {
+    const Image source(RGB8, {4, 4});
+    Image target(RGB8, {0, 4});
+    EXPECT_TRUE(target.resizeFrom(source));
+}
+
+TEST(ResizeEmpty, AnImageResizesToItself) {
+    Image image = numberedImage(RGB8, {3, 3});
+    const Bytes before = packedBytes(image);
+    EXPECT_TRUE(image.resizeFrom(image));
+    EXPECT_EQ(packedBytes(image), before);
+}
+
+TEST(Crop, CopiesTheBounds) {
+    for (const FormatID format : {L8, RGB8, RGB8O16, RGB565, MP_RGB8_O16, MP_UInt16_O16, Flt64x4}) {
+        const Image source = numberedImage(format, {6, 5});
+        Image target;
+        ASSERT_TRUE(target.cropFrom(source, {2, 1, 6, 4}));
+        ASSERT_EQ(target.getSize(), Size(4, 3));
+        for (unsigned i = 0; i < target.getNumberOfPlanes(); ++i) {
+            const auto bytes = static_cast<size_t>(util::getFormatSizeBits(target.getPlaneFormat(i)) / 8);
+            for (int y = 0; y < 3; ++y)
+                EXPECT_EQ(std::memcmp(target.getPlaneBytePointer(i, y),
+                                      source.getPlaneBytePointer(i, y + 1) + 2 * bytes, 4 * bytes),
+                          0);
+        }
+    }
+}
+
+TEST(Crop, RowsOfForeignMemoryMayHaveAnyPitch) {
+    GuardedImage source(RGB8, {6, 5}, 7, true);
+    Image target;
+    ASSERT_TRUE(target.cropFrom(*source, {1, 1, 6, 5}));
+    EXPECT_EQ(std::memcmp(target.getBytePointer(3), source->getBytePointer(4) + 3, 15), 0);
+}
+
+TEST(Crop, InvalidBoundsAreRefused) {
+    const int most = std::numeric_limits<int>::max(), least = std::numeric_limits<int>::min();
+    const Image source(L8, {4, 4});
+    for (const IVec4<int>& bounds : {IVec4<int>(2, 0, 2, 4),
+                                     {0, 2, 4, 2},
+                                     {-1, 0, 2, 2},
+                                     {0, -1, 2, 2},
+                                     {0, 0, 5, 4},
+                                     {0, 0, 4, 5},
+                                     {3, 0, 1, 4},
+                                     {least, 0, most, 4},
+                                     {0, least, 4, least}}) {
+        LogCapture log;
+        Image target(L8, {1, 1});
+        EXPECT_FALSE(target.cropFrom(source, bounds));
+        EXPECT_EQ(target.getSize(), Size(1, 1)) << "stays as it was";
+        EXPECT_EQ(log.take().size(), 1u);
+    }
+    LogCapture log;
+    Image target;
+    EXPECT_FALSE(target.cropFrom(source, {1, 2, 3, 9}));
+    EXPECT_EQ(textsOf(log), std::vector<std::string>{"Image::cropFrom : invalid bounds, bounds=(1,2,3,9)"});
+}
+
+TEST(Crop, HalvedPlanesFailAfterTheFirst) {
+    const Image source = numberedImage(Y1U2V2, {8, 8});
+    Image target;
+    LogCapture log;
+    EXPECT_FALSE(target.cropFrom(source, {0, 0, 4, 4}));
+    EXPECT_EQ(textsOf(log),
+              std::vector<std::string>{"Image::cropFrom : different sized planes not supported"});
+    EXPECT_EQ(target.getBytePointer(3)[3], source.getBytePointer(3)[3]);
+}
+
+TEST(Crop, AnImageCanBeCutToAPartOfItself) {
+    Image image = numberedImage(L8, {4, 4});
+    const uint8 expected = image.getBytePointer(3)[2];
+    ASSERT_TRUE(image.cropFrom(image, {2, 3, 4, 4}));
+    EXPECT_EQ(image.getSize(), Size(2, 1));
+    EXPECT_EQ(image.getBytePointer()[0], expected);
+}
+
+TEST(Rotate, FollowsTheTableForAllPixelSizes) {
+    for (const FormatID format :
+         {L8, LA8, RGB8, RGBA8, RGB8O16, UInt16x3, UInt16x4, Flt32x3, Flt32x4, Flt64x3, Flt64x4}) {
+        const int bytes = util::getFormatSizeBits(format) / 8, w = 37, h = 35;
+        GuardedImage source(format, {w, h});
+        for (int turns = -1; turns <= 5; ++turns) {
+            Image target;
+            target.rotateFrom(*source, turns);
+            ASSERT_EQ(target.getSize(), turns & 1 ? Size(h, w) : Size(w, h));
+            for (int y = 0; y < target.getHeight(); ++y) {
+                for (int x = 0; x < target.getWidth(); ++x) {
+                    const Size from[] = {{x, y}, {y, h - 1 - x}, {w - 1 - x, h - 1 - y}, {w - 1 - y, x}};
+                    const Size at = from[turns & 3];
+                    ASSERT_EQ(std::memcmp(target.getBytePointer(y) + x * bytes,
+                                          source->getBytePointer(at.y) + at.x * bytes,
+                                          static_cast<size_t>(bytes)),
+                              0)
+                        << format << " turns " << turns << " at " << x << "," << y;
+                }
+            }
+        }
+    }
+}
+
+TEST(Rotate, PlanesTurnOnTheirOwn) {
+    const Image source = numberedImage(Y1U2V2, {6, 4});
+    Image target;
+    target.rotateFrom(source, 1);
+    EXPECT_EQ(target.getPlaneSize(1), Size(2, 3));
+    EXPECT_EQ(target.getPlaneBytePointer(1)[0], source.getPlaneBytePointer(1, 1)[0]);
+}
+
+TEST(Rotate, AnImageCanBeTurnedInPlace) {
+    Image image = numberedImage(RGB8, {5, 3});
+    const Bytes before = packedBytes(image);
+    for (int i = 0; i < 4; ++i) image.rotateFrom(image, 1);
+    EXPECT_EQ(packedBytes(image), before);
+}
+
+TEST(Rotate, ImagesWithoutPixelsAreReported) {
+    LogCapture log;
+    Image target(L8, {1, 1});
+    target.rotateFrom(Image(), 1);
+    GuardedImage external(RGB8, {2, 2});
+    target.rotateFrom(Image(*external), 1);
+    EXPECT_EQ(textsOf(log), (std::vector<std::string>{"unsupported image format for rotation: 0",
+                                                      "unsupported image format for rotation: 203"}));
+    EXPECT_EQ(target.getSize(), Size(1, 1));
+}
+
+TEST(MeanSquaredError, SeesTheBeginningOfEachRowAlone) {
+    for (const FormatID format : {RGB8, RGBA8}) {
+        Image a(format, {6, 2}), b(format, {6, 2});
+        for (Image* image : {&a, &b}) std::memset(image->getBytePointer(), 0, image->getByteSize());
+        float result = -1;
+        b.getBytePointer(1)[6] = 200;
+        ASSERT_TRUE(a.computeMeanSquaredError(b, result));
+        EXPECT_EQ(result, 0.0f) << "the seventh byte is not compared";
+        b.getBytePointer(1)[5] = 10;
+        ASSERT_TRUE(a.computeMeanSquaredError(b, result));
+        EXPECT_EQ(result, 100.0f / static_cast<float>(format == RGB8 ? 36 : 48));
+    }
+}
+
+TEST(MeanSquaredError, NeedsEqualSizesAndFormats) {
+    const Image rgb(RGB8, {2, 2}), rgba(RGBA8, {2, 2}), other(RGB8, {2, 3}), grey(L8, {2, 2});
+    float result = 7;
+    EXPECT_FALSE(rgb.computeMeanSquaredError(rgba, result));
+    EXPECT_FALSE(rgb.computeMeanSquaredError(other, result));
+    EXPECT_FALSE(grey.computeMeanSquaredError(grey, result));
+    EXPECT_FALSE(Image().computeMeanSquaredError(Image(), result));
+    EXPECT_EQ(result, 7.0f);
+    for (const Size size : {Size(0, 3), Size(3, 0)}) {
+        EXPECT_TRUE(Image(RGB8, size).computeMeanSquaredError(Image(RGB8, size), result));
+        EXPECT_EQ(result, 0.0f);
+    }
+}
+
+// Each task asks for workers while all workers are inside such tasks.
+TEST_F(ImageTasks, OperationsOfManyTasksDoNotWaitForEachOther) {
+    const unsigned tasks = 2 * system().getProcessorCount() + 2;
+    std::atomic<unsigned> done{0};
+    TaskQueue queue(TaskQueue::kParallel);
+    const auto work = [&done] {
+        Image image = numberedImage(RGBA8, {512, 512}), turned;
+        image.approxGammaCorrectAlpha();
+        turned.rotateFrom(image, 1);
+        done += turned.getWidth() == 512 ? 1 : 0;
+    };
+    queue.pushTaskN(tasks, new TaskQueue::LambdaNoContextTask(work), 0);
+    queue.wait();
+    EXPECT_EQ(done, tasks);
+}

@@ -1,0 +1,133 @@
+#include <tests/support/log_capture.h>
+
+#include <qel/imaging/pixels/file_signature.h>
+#include <qel/imaging/pixels/qr_code_generator.h>
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+
+using namespace qel;
+using namespace qel::util;
+using namespace std::string_literals;
+
+namespace {
+
+struct Signature {
+    FileType type;
+    std::string bytes;
+};
+
+const Signature kSignatures[] = {
+    {FileType::Dicom, std::string(128, 'x') + "DICM"},
+    {FileType::Jpeg, "\xFF\xD8\xFF\xE0\x12\x34JFIF\0"s},
+    {FileType::Png, "\x89PNG\r\n\x1A\n"s},
+    {FileType::Bmp, "BM"s},
+    {FileType::Pdf, "%PDF-"s},
+    {FileType::Zip, "PK\x03\x04"s},
+};
+
+FileType typeOf(const std::string& bytes) {
+    std::istringstream stream(bytes);
+    return detectFileType(stream);
+}
+
+/// A stream of bytes that cannot be positioned.
+class Pipe : public std::streambuf {
+    int_type underflow() override { return traits_type::eof(); }
+};
+
+} // namespace
+
+TEST(FileSignature, EachKindIsFoundByItsFirstBytes) {
+    for (const Signature& signature : kSignatures) {
+        EXPECT_EQ(typeOf(signature.bytes), signature.type);
+        EXPECT_EQ(typeOf(signature.bytes + "more"), signature.type);
+    }
+}
+
+TEST(FileSignature, ShorterAndOtherFilesAreUnknown) {
+    for (const Signature& signature : kSignatures) {
+        for (size_t n = 0; n < signature.bytes.size(); ++n)
+            EXPECT_EQ(typeOf(signature.bytes.substr(0, n)), FileType::Unknown) << n;
+        for (size_t i = 0; i < signature.bytes.size(); ++i) {
+            const bool isFree = (signature.type == FileType::Dicom && i < 128) ||
+                                (signature.type == FileType::Jpeg && (i == 4 || i == 5));
+            std::string changed = signature.bytes;
+            changed[i] = static_cast<char>(changed[i] ^ 0x20);
+            EXPECT_EQ(typeOf(changed), isFree ? signature.type : FileType::Unknown) << i;
+        }
+    }
+    EXPECT_EQ(typeOf("\xFF\xD8\xFF\xE1\x12\x34"
+                     "Exif\0"s),
+              FileType::Unknown);
+}
+
+TEST(FileSignature, DicomComesBeforeAllOthers) {
+    std::string both = "BM" + std::string(126, '\0') + "DICM";
+    EXPECT_EQ(typeOf(both), FileType::Dicom);
+}
+
+TEST(FileSignature, PositionAndStateAreRestored) {
+    std::istringstream stream("xBM");
+    stream.get();
+    stream.exceptions(std::ios_base::eofbit | std::ios_base::failbit);
+    EXPECT_EQ(detectFileType(stream), FileType::Unknown);
+    EXPECT_EQ(stream.tellg(), std::streampos(1));
+    EXPECT_TRUE(stream.good());
+}
+
+TEST(FileSignature, DicomHasThreeAnswers) {
+    std::istringstream empty, bad("x");
+    EXPECT_EQ(isDicomFileExt(empty), -1);
+    bad.setstate(std::ios_base::failbit);
+    EXPECT_EQ(isDicomFileExt(bad), 0);
+    std::istringstream dicom(std::string(128, 'x') + "DICM");
+    EXPECT_EQ(isDicomFileExt(dicom), 1);
+}
+
+TEST(FileSignature, StreamsWithoutAPositionAnswerNo) {
+    Pipe pipe;
+    std::istream stream(&pipe);
+    EXPECT_EQ(isDicomFileExt(stream), 0);
+    EXPECT_FALSE(isPngFile(stream));
+    EXPECT_TRUE(stream.good());
+    std::ostream out(&pipe);
+    EXPECT_FALSE(sanitizeDicomFile(out));
+}
+
+TEST(DicomPreamble, IsOverwrittenWithZeros) {
+    std::stringstream file("MZ" + std::string(126, 'x') + "DICMrest", std::ios_base::in | std::ios_base::out);
+    EXPECT_FALSE(isSanitizedDicomFile(file));
+    file.seekp(131);
+    EXPECT_TRUE(sanitizeDicomFile(file));
+    EXPECT_EQ(file.tellp(), std::streampos(131));
+    EXPECT_TRUE(isSanitizedDicomFile(file));
+    EXPECT_EQ(file.str(), std::string(128, '\0') + "DICMrest");
+}
+
+TEST(QRCode, HasTheSizeOfItsSymbolAndItsBorder) {
+    const Image plain = QRCodeGenerator::generate("qel", 0), framed = QRCodeGenerator::generate("qel", 3);
+    ASSERT_EQ(plain.getImageFormat(), UInt8);
+    EXPECT_EQ(plain.getSize(), IVec2<int>(21, 21));
+    EXPECT_EQ(framed.getSize(), IVec2<int>(27, 27));
+    for (int i = 0; i < 7; ++i)
+        EXPECT_EQ(plain.getBytePointer()[i], 0) << "the corner begins with a dark bar";
+    EXPECT_EQ(plain.getBytePointer()[7], 255);
+    EXPECT_EQ(framed.getBytePointer(2)[2], 255);
+    EXPECT_EQ(framed.getBytePointer(3)[3], 0);
+}
+
+TEST(QRCode, RefusesWhatDoesNotFit) {
+    const std::string longest(2331, 'a'), digits(5596, '1');
+    EXPECT_TRUE(QRCodeGenerator::generate(longest.c_str(), 0));
+    EXPECT_TRUE(QRCodeGenerator::generate(digits.c_str(), 0));
+    test::LogCapture log;
+    EXPECT_FALSE(QRCodeGenerator::generate((longest + "a").c_str(), 0));
+    EXPECT_FALSE(QRCodeGenerator::generate((digits + "1").c_str(), 0));
+    EXPECT_FALSE(QRCodeGenerator::generate(nullptr, 0));
+    EXPECT_FALSE(QRCodeGenerator::generate("qel", 0xFFFFFFFF));
+    EXPECT_FALSE(QRCodeGenerator::generate("qel", 16374));
+    EXPECT_EQ(log.take().size(), 5u);
+}
