@@ -1,4 +1,5 @@
-// PNG files: any bytes become an RGBA8 picture, or nothing at all. A picture that was read survives being saved.
+// PNG files: any bytes become an RGBA8 picture, or nothing at all. A picture that was read survives being
+// saved.
 #include <fuzz/image_file.h>
 #include <qel/foundation/base/buffer.h>
 

@@ -1,5 +1,5 @@
-// WebP files: any bytes become an RGB8 or RGBA8 picture, or nothing at all. A picture that was read can be saved as WebP
-// and read again at the same size.
+// WebP files: any bytes become an RGB8 or RGBA8 picture, or nothing at all. A picture that was read can be
+// saved as WebP and read again at the same size.
 #include <fuzz/image_file.h>
 #include <qel/foundation/base/buffer.h>
 

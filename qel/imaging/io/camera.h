@@ -44,8 +44,8 @@ enum class WhiteBalanceMode : int {
     Locked = 1, ///< stays as it is
 };
 
-/// A camera. Platforms derive from it; DummyCamera shows a fixed picture. Frames and photos are images of their own,
-/// which receivers may keep. @threads main thread.
+/// A camera. Platforms derive from it; DummyCamera shows a fixed picture. Frames and photos are images of
+/// their own, which receivers may keep. @threads main thread.
 class QEL_API Camera : public Object {
     QEL_CLASS(Camera, Object)
 

@@ -24,7 +24,8 @@ Decoded decodeWebP(ConstByteSpan file, Image& image);
 /// Decodes a PNG file to RGBA8, and prints an error on standard output. @param image  uninitialised.
 bool decodePng(ConstByteSpan file, Image& image);
 
-// The encoders take packed rows of RGB8, RGBA8, BGR8 or BGRA8 as stated, and leave @p out alone when they fail.
+// The encoders take packed rows of RGB8, RGBA8, BGR8 or BGRA8 as stated, and leave @p out alone when they
+// fail.
 
 /// Encodes RGB8 or RGBA8.
 bool encodePng(const Image& image, Buffer& out);

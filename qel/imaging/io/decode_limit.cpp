@@ -7,8 +7,8 @@ namespace {
 
 constinit std::atomic<uint64> g_maxPixels{uint64{1} << 28};
 
-/// Pixels that any file may have, and how many more each of its bytes may bring. A PNG byte brings at most 8,256: a
-/// deflate byte 1,032 bytes of eight pixels each.
+/// Pixels that any file may have, and how many more each of its bytes may bring. A PNG byte brings at most
+/// 8,256: a deflate byte 1,032 bytes of eight pixels each.
 constexpr uint64 kFreePixels = uint64{1} << 26;
 constexpr uint64 kPixelsPerByte = 8256;
 

@@ -6,8 +6,8 @@
 
 namespace qel {
 
-/// Delivers the product's icon at a fixed rate, so that scenes with a camera run on any machine. Without the icon,
-/// frames are uninitialised images. @threads main thread; System must exist.
+/// Delivers the product's icon at a fixed rate, so that scenes with a camera run on any machine. Without the
+/// icon, frames are uninitialised images. @threads main thread; System must exist.
 class QEL_API DummyCamera : public Camera {
     QEL_CLASS(DummyCamera, Camera)
 

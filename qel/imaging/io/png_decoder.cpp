@@ -1,5 +1,5 @@
-// PNG by lodepng. Its own inflate and checksums take most of the time, so that they are replaced at first; a file that
-// fails then is decoded once more by lodepng alone, whose error numbers and texts are the result.
+// PNG by lodepng. Its own inflate and checksums take most of the time, so that they are replaced at first; a
+// file that fails then is decoded once more by lodepng alone, whose error numbers and texts are the result.
 #include <qel/imaging/io/codecs_p.h>
 
 #include <qel/foundation/base/write_whole.h>

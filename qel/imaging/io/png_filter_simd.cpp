@@ -1,4 +1,5 @@
-// Plain loops, which the compiler turns into the vectors of each target. Integers add up to the same sum in any order.
+// Plain loops, which the compiler turns into the vectors of each target. Integers add up to the same sum in
+// any order.
 #include <qel/imaging/io/png_filter_p.h>
 
 #undef HWY_TARGET_INCLUDE

@@ -61,7 +61,8 @@ bool Image::computeMeanSquaredError(const Image& other, float& result) const {
     if (!hasPixels() || !other.hasPixels() || !isKnown) return false;
     if (getSize() != other.getSize() || m_format != other.m_format) return false;
     uint64 sum = 0;
-    // Only the first `width` bytes of each row are compared, not the first `width` pixels: the figure is known.
+    // Only the first `width` bytes of each row are compared, not the first `width` pixels: the figure is
+    // known.
     for (int y = 0; y < getHeight(); ++y)
         sum += squaredDifferences(getBytePointer(y), other.getBytePointer(y), getWidth());
     const double bytes = static_cast<double>(internal::rowBytes(m_format, getWidth())) * getHeight();

@@ -35,7 +35,7 @@ void resizeInOnePass(Image& target, const Image& source) {
     }
 }
 
-/// Whether one axis grows and the other shrinks.
+/// Returns true if one axis grows and the other shrinks.
 bool needsTwoPasses(const IVec2<int>& to, const IVec2<int>& from) {
     return (to.x > from.x && to.y < from.y) || (to.x < from.x && to.y > from.y);
 }

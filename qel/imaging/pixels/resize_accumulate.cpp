@@ -9,8 +9,8 @@
 namespace qel::internal {
 namespace {
 
-/// The source pixels that one target pixel covers along an axis. A whole source pixel weighs as much as the target
-/// axis is long, so that all weights are integers; their sum is the length of the source axis.
+/// The source pixels that one target pixel covers along an axis. A whole source pixel weighs as much as the
+/// target axis is long, so that all weights are integers; their sum is the length of the source axis.
 struct Cover {
     int first, last;
     int64 firstWeight, lastWeight, innerWeight;

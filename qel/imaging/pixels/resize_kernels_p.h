@@ -42,17 +42,17 @@ private:
 
 /// Interpolates between the two nearest pixels of each axis.
 ///
-/// With fx = sw / tw in single precision, the source coordinate of target pixel x is x * fx + (fx * 0.5 - 0.5),
-/// limited to 0 to sw - 1; the rows alike. Values are a + (b - a) * f, columns first, computed in single precision
-/// for 8 and 16 bits and Flt32, otherwise in double; integers round halves away from zero.
+/// With fx = sw / tw in single precision, the source coordinate of target pixel x is x * fx + (fx * 0.5 -
+/// 0.5), limited to 0 to sw - 1; the rows alike. Values are a + (b - a) * f, columns first, computed in
+/// single precision for 8 and 16 bits and Flt32, otherwise in double; integers round halves away from zero.
 class ResizeBilinear final : public ResizeKernel {
 public:
     using ResizeKernel::ResizeKernel;
     void processPlane(unsigned plane, unsigned job) override;
 };
 
-/// Computes the mean of the area that a target pixel covers. Pixels that it covers in part weigh as much as the part.
-/// The weights are whole multiples of 1 / tw and 1 / th, and integers are summed exactly.
+/// Computes the mean of the area that a target pixel covers. Pixels that it covers in part weigh as much as
+/// the part. The weights are whole multiples of 1 / tw and 1 / th, and integers are summed exactly.
 class ResizeAccumulate final : public ResizeKernel {
 public:
     using ResizeKernel::ResizeKernel;

@@ -81,7 +81,8 @@ double bilinear(const Image& source, Size target, int x, int y) {
     return upper + (lower - upper) * fy;
 }
 
-/// The mean of the covered area, by a grid so fine that every pixel of both images is a whole number of cells.
+/// The mean of the covered area, by a grid so fine that every pixel of both images is a whole number of
+/// cells.
 double mean(const Image& source, Size target, int x, int y) {
     const int sw = source.getWidth(), sh = source.getHeight();
     long double sum = 0;
