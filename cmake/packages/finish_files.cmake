@@ -1,7 +1,7 @@
 # Runs in CPack after the files of all packages are installed to a staging folder: compresses changelogs and manual pages,
 # and sets all times to SOURCE_DATE_EPOCH if that is set, so that the same sources make the same packages.
 file(GLOB_RECURSE compressed LIST_DIRECTORIES false
-    ${CPACK_TEMPORARY_DIRECTORY}/*/changelog.Debian ${CPACK_TEMPORARY_DIRECTORY}/*/changelog ${CPACK_TEMPORARY_DIRECTORY}/*/share/man/man*/*.[1-9])
+    ${CPACK_TEMPORARY_DIRECTORY}/*/changelog.Debian ${CPACK_TEMPORARY_DIRECTORY}/*/changelog ${CPACK_TEMPORARY_DIRECTORY}/*/usr/share/man/*.[1-9])
 foreach(file IN LISTS compressed)
     execute_process(COMMAND gzip -9nf ${file} COMMAND_ERROR_IS_FATAL ANY)
 endforeach()
