@@ -55,6 +55,7 @@ TEST_F(Deletion, AReadOnlyFileIsDeletedOnTheSecondAttempt) {
                                    test::FailingFiles::Duration::Once);
     EXPECT_TRUE(File::deleteFile(path("dir/file")));
     EXPECT_TRUE(files.hasFailed());
+    EXPECT_FALSE(folder.has("dir/file"));
     EXPECT_EQ(fs::status(path("dir")).permissions(), fs::perms(0555));
     fs::permissions(path("dir"), fs::perms(0755));
 }
@@ -77,6 +78,7 @@ TEST_F(Deletion, AnAsynchronousDeletionHidesThePathMeanwhile) {
 }
 
 TEST_F(Deletion, AFailedDeletionIsDeferredAndHidden) {
+    EXPECT_TRUE(File::deleteFileNowOrLater("[test]", folder.write("removable", "")));
     EXPECT_FALSE(Directory::deleteDirectoryRecursivelyNowOrLater("[test]", folder.write("file", ""), true));
     Object::setSingleton("deleteLater", nullptr);
     EXPECT_FALSE(File::deleteFileNowOrLater("[test]", folder.makeFolder("dir"), true));

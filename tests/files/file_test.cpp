@@ -2,6 +2,7 @@
 
 #include <qel/foundation/base/buffer.h>
 #include <qel/foundation/base/compression.h>
+#include <qel/foundation/base/crc32c.h>
 #include <tests/files/file_fixture.h>
 
 #include <array>
@@ -86,7 +87,10 @@ TEST_F(FileQuery, AMissingPathIsAsAccessibleAsItsNearestFolder) {
 }
 
 TEST_F(FileQuery, HashesOnlyTheExistingRange) {
-    const std::string file = folder.write("file", std::string(300'000, 'x') + "123456789");
+    const std::string content = std::string(300'000, 'x') + "123456789";
+    const std::string file = folder.write("file", content);
+    EXPECT_EQ(File::getFileHash(file, 0, content.size()),
+              util::crc32c(~0u, ConstByteSpan::fromText(content).data, content.size()));
     EXPECT_EQ(File::getFileHash(file, 300'000, uint64(1) << 60), ~0xE3069283u)
         << "the check value's complement";
     for (const uint64 behind : {uint64(300'009), uint64(1) << 63})

@@ -173,6 +173,14 @@ TEST_F(Unreadable, EmptyFoldersOfTheRestAreDeleted) {
     EXPECT_TRUE(folder.has("tree/locked"));
 }
 
+TEST_F(Unreadable, ARootThatCannotBeSearchedForEmptyFoldersIsLogged) {
+    EXPECT_TRUE(Directory::deleteEmptyDirectoriesInPathRecursively(path("missing")));
+    const FailingFiles files(Operation::Open, std::errc::io_error);
+    EXPECT_FALSE(Directory::deleteEmptyDirectoriesInPathRecursively(tree));
+    log.expect(2, "'" + tree + "' could not be read; Input/output error");
+    EXPECT_TRUE(log.take().empty()) << "a missing folder is not logged";
+}
+
 TEST_F(Unreadable, EachFailingFolderIsLogged) {
     const std::string second = folder.makeFolder("tree/z/second");
     fs::permissions(second, fs::perms::none);
@@ -187,6 +195,7 @@ TEST_F(Unreadable, EachFailingFolderIsLogged) {
 // --- deletion ---------------------------------------------------------------------------------------------
 
 TEST_F(Unreadable, OwnFoldersAreGrantedAccessForTheirDeletion) {
+    fs::permissions(locked, fs::perms::none);
     asUnprivilegedOwner(folder, [this] {
         EXPECT_TRUE(Directory::deleteDirectoryRecursively(locked)) << "at the root of the tree";
         EXPECT_FALSE(folder.has("tree/locked"));
@@ -194,6 +203,7 @@ TEST_F(Unreadable, OwnFoldersAreGrantedAccessForTheirDeletion) {
 }
 
 TEST_F(Unreadable, OwnFoldersWithinATreeAreGrantedAccessToo) {
+    fs::permissions(folder.makeFolder("tree/z/closed"), fs::perms::none);
     asUnprivilegedOwner(folder, [this] { EXPECT_TRUE(Directory::deleteDirectoryRecursively(tree)); });
     EXPECT_FALSE(folder.has("tree"));
 }

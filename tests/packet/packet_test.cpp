@@ -109,6 +109,17 @@ TEST(PacketView, ReadsTheCargoAndMoreFieldsThanItHasRoomFor) {
     EXPECT_EQ(view.getCargoSize(), 4u);
 }
 
+TEST(PacketView, EndsACargoStringAtItsOwnLastByte) {
+    Packet packet(&kCargo, 0);
+    packet.setCargoString("abc");
+    Buffer bytes(packet.getPayloadSize());
+    packet.copyPayloadTo(bytes);
+    bytes.append(reinterpret_cast<const uint8*>("next"), 4);
+    PacketView view;
+    ASSERT_TRUE(view.fit(&kCargo, packet.manifest(), {bytes.getBytePointer(), packet.getPayloadSize()}));
+    EXPECT_STREQ(view.getCargoString(), "abc");
+}
+
 TEST(PacketView, IsEmptyUntilSomethingFits) {
     LogCapture log;
     PacketView view;
@@ -146,9 +157,24 @@ TEST(Packet, RefusesInvalidPayloadsAndLogsTheReason) {
         PacketView view;
         EXPECT_FALSE(fit(view, *scheme, *fromHex(hex))) << hex;
         EXPECT_EQ(view.getScheme(), nullptr) << hex;
-        EXPECT_FALSE(fromHex(hex)->fit(scheme)) << hex;
+        const SmartPointer<Packet> packet = fromHex(hex);
+        EXPECT_FALSE(packet->fit(scheme)) << hex;
+        EXPECT_EQ(toHex(*packet), String(hex).replace_all_copy(" ", ""));
         for (int i = 0; i < 2; ++i) log.expect(2, String("invalid packet received (") + reason + ")");
     }
+}
+
+TEST(Packet, HasNoFieldsAfterItWasRefused) {
+    const SmartPointer<Packet> packet = fromHex(documentedBytes("packet/cargo"));
+    ASSERT_TRUE(packet->fit(&kCargo));
+    LogCapture log;
+    EXPECT_FALSE(packet->fit(&kAllKinds));
+    log.expect(2, "invalid packet received (packet id wrong 701 != 65534)");
+    EXPECT_EQ(packet->getScheme(), nullptr);
+    EXPECT_EQ(packet->getInteger(kCargo.find("number")), 0);
+    EXPECT_EQ(packet->getCount(kCargo.find("list")), 0u);
+    EXPECT_EQ(packet->getCargo(), nullptr);
+    EXPECT_EQ(toHex(*packet), documentedBytes("packet/cargo"));
 }
 
 TEST(Packet, FindsCountsWhoseSumDoesNotFit32Bits) {
@@ -279,6 +305,38 @@ TEST(Packet, IsItsOwnPayloadWhenBuiltInOrder) {
     EXPECT_EQ(toHex(packet), toHex(Packet(&kAllKinds, 0)));
 }
 
+TEST(Packet, IsItsOwnPayloadUpTo512BytesOfDynamicFields) {
+    Packet packet(&kAllKinds, 0);
+    packet.allocateBuffer("text", 512);
+    EXPECT_EQ(packet.getPayloadBytes().data, packet.getPayload());
+    packet.allocateBuffer("blob", 1);
+    EXPECT_NE(packet.getPayloadBytes().data, packet.getPayload());
+}
+
+TEST(Packet, SwapExchangesEverything) {
+    Packet first(&kAllKinds, 1);
+    first.setInteger("i32", 5);
+    first.setString("text", "x");
+    Packet second(&kCargo, 2);
+    second.setInteger("number", 6);
+    second.setCargoString("abc");
+    const String bytesOfFirst = toHex(first);
+    const String bytesOfSecond = toHex(second);
+    first.swap(second);
+    EXPECT_EQ(toHex(first), bytesOfSecond);
+    EXPECT_EQ(toHex(second), bytesOfFirst);
+}
+
+TEST(Packet, SetsASingleValueOfTheSameSizeOnly) {
+    Packet packet(&kAllKinds, 0);
+    const uint16 value = 0x0101;
+    EXPECT_FALSE(packet.singleSetInternal("u8", &value, 2));
+    EXPECT_FALSE(packet.singleSetInternal("text", &value, 0));
+    EXPECT_EQ(toHex(packet), toHex(Packet(&kAllKinds, 0)));
+    EXPECT_TRUE(packet.singleSetInternal("u8", &value, 1));
+    EXPECT_EQ(packet.getInteger("u8"), 1);
+}
+
 TEST(Packet, KeepsTooLongWritesInsideTheField) {
     Packet packet(&kAllKinds, 0);
     const String before = toHex(packet);
@@ -390,6 +448,13 @@ TEST(PacketText, RefusesCorruptText) {
     }
     EXPECT_EQ(Packet::createFromBufferWithManifest({reinterpret_cast<const uint8*>("abc"), 3}), nullptr);
     log.expect(2, "corrupt buffer_manifest packet encoding");
+}
+
+TEST(PacketText, ABufferWithManifestKeepsEveryByte) {
+    for (const String hex : {"00000000BC020200", "00000000BC020200AB", "00000000BC020200ABCDEF"}) {
+        const Buffer bytes = fromHex(hex)->convertToBufferWithManifest();
+        EXPECT_EQ(toHex(*Packet::createFromBufferWithManifest(bytes.getConstByteSpan())), hex);
+    }
 }
 
 TEST(PacketText, AcceptsPayloadsBelow16MiB) {

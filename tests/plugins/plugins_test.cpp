@@ -9,6 +9,8 @@
 #include <tests/support/scratch_folder.h>
 #include <tests/support/system_fixture.h>
 
+#include <filesystem>
+
 namespace {
 
 using qel::Plugins;
@@ -82,6 +84,14 @@ TEST_F(PluginsTest, ByteOrderMarkIsSkippedInAutoexecAndMain) {
     vm().processEvents();
     EXPECT_EQ(trace(), "a/autoexec a/main ");
     capture.expect(1, "[a] starting main");
+}
+
+TEST_F(PluginsTest, ResourcesThatCannotBeExaminedAreUnreadable) {
+    folder.makeFolder("a");
+    folder.makeFolder("b");
+    std::filesystem::create_symlink("resources", folder.path("b/resources")); // leads to itself
+    plugins->executeBootstrapScripts(false);
+    EXPECT_EQ(plugins->getUnreadable(), qel::List<qel::String>{folder.path("b/resources")});
 }
 
 TEST_F(PluginsTest, ListOfHashesStartsOnlyUnchangedPlugins) {

@@ -37,6 +37,18 @@ TEST_F(ResourceLocatorTest, HighestPriorityIsAskedFirst) {
     EXPECT_FALSE(system().loadResourceAsync("x", [](const Buffer&) {}));
 }
 
+TEST_F(ResourceLocatorTest, TextsAreReadAgainWhenAProviderComesOrGoes) {
+    folder.write("first/tr-a.txt", "first");
+    folder.write("second/tr-a.txt", "second");
+    folder.write("second/resources.json", R"({"priority": 10})");
+    locator().addResourceDirectory(folder.path("first"));
+    EXPECT_STREQ(Object::tr("a"), "first");
+    ResourceProvider* const second = locator().addResourceDirectory(folder.path("second"));
+    EXPECT_STREQ(Object::tr("a"), "second");
+    locator().removeResourceProvider(second);
+    EXPECT_STREQ(Object::tr("a"), "first");
+}
+
 TEST_F(ResourceLocatorTest, FolderIsAddedOnlyOnce) {
     folder.write("x", "X");
     LogCapture log;

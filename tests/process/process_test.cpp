@@ -145,9 +145,12 @@ TEST_F(ProcessLife, WithoutDescriptorsNothingStartsOrLeaks) {
 
 TEST_F(ProcessLife, AChildCollectedByOtherCodeIsNotKilled) {
     const Pointer process = runShell("exit 3");
-    int status = 0;
-    ASSERT_EQ(waitpid(static_cast<pid_t>(process->getProcessId()), &status, 0), process->getProcessId());
+    const Pointer terminated = runShell("exit 3");
+    for (const Pointer& child : {process, terminated})
+        ASSERT_EQ(waitpid(static_cast<pid_t>(child->getProcessId()), nullptr, 0), child->getProcessId());
     LogCapture capture;
+    EXPECT_FALSE(terminated->terminate(true));
+    EXPECT_EQ(terminated->errorText(), platform::errorText(ECHILD));
     EXPECT_FALSE(process->tick());
     capture.expect(3, "Failed to retrieve process exit code, trying to terminate it");
     capture.expect(3, "Unable to terminate invalid state process");

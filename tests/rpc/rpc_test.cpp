@@ -62,6 +62,16 @@ TEST_F(RpcTest, ACallRunsOnceInTheNextPass) {
     log.take(); // the pauses of wait() advance the clock, so that a pass may seem to take long
 }
 
+TEST_F(RpcTest, NewArgumentsAreReadFromTheFirstOne) {
+    const SmartPointer<RpcHandle> call = provider->createLocalRPC();
+    for (const int expected : {1, 2}) {
+        int32 number = 0;
+        call->setArguments(Item(expected));
+        EXPECT_TRUE(call->args().asInteger(number));
+        EXPECT_EQ(number, expected);
+    }
+}
+
 TEST_F(RpcTest, UnknownMethodsAndMissingFinishesAreLogged) {
     const auto unknown = start({}, Item("x").add(7));
     provider->removeRPC("work");

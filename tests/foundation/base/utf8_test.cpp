@@ -138,12 +138,13 @@ TEST(Utf8, RightToLeftFlagsReportStartAndPresence) {
         {"١\t٢", 0},  // a tab takes the direction of the paragraph
         {"[א]", 3},   // brackets follow the text
         {"a [b]", 0},
-        {"\u202Eab\u202C", 2}, // an override makes letters right-to-left
-        {"\u202Dא\u202C", 3},  // an override to the left leaves the paragraph as it is
-        {"a\u2067b\u2069", 0}, // an isolate of left-to-right text only
-        {"a\u2067!\u2069", 2}, // a neutral character takes the direction of its isolate
-        {"\u2067א\u2069a", 2}, // isolates do not count for the paragraph
-        {"a\u2068א\u2069", 2}, // the first strong letter decides an isolate
+        {"\u202Eab\u202C", 2},             // an override makes letters right-to-left
+        {"\u202Dא\u202C", 3},              // an override to the left leaves the paragraph as it is
+        {"a\u202B\u202B!\u202C\u202C", 2}, // an embedding to the right within another one
+        {"a\u2067b\u2069", 0},             // an isolate of left-to-right text only
+        {"a\u2067!\u2069", 2},             // a neutral character takes the direction of its isolate
+        {"\u2067א\u2069a", 2},             // isolates do not count for the paragraph
+        {"a\u2068א\u2069", 2},             // the first strong letter decides an isolate
         {"a\u2068b\u2069", 0}};
     for (const auto& [text, flags] : cases) EXPECT_EQ(String(text).utf8_rtl_flags(), flags) << text;
 }

@@ -40,10 +40,10 @@ TEST(GregorianDate, ValuesAreTruncatedToTheirFieldWidth) {
 
 TEST(GregorianDate, RangeChecksUseTheCalendarFrom1800To2200) {
     EXPECT_FALSE(day(2024, 0, 0).valid() || day(2024, 0, 0).zeroDate() || GregorianDate().valid());
-    for (const GregorianDate& good : {day(1800, 1, 1), day(2200, 12, 31), day(2000, 2, 29)})
+    for (const GregorianDate& good : {day(1800, 1, 1), day(2200, 12, 31), day(2000, 2, 29), day(2024, 2, 29)})
         EXPECT_TRUE(good.validDateRange()) << good.formatAsDicomDate();
-    for (const GregorianDate& bad : {day(1799, 12, 31), day(2201, 1, 1), day(1900, 2, 29), day(2024, 4, 31),
-                                     day(2024, 13, 1), day(2024, 1, 0)})
+    for (const GregorianDate& bad : {day(1799, 12, 31), day(2201, 1, 1), day(1900, 2, 29), day(2025, 2, 29),
+                                     day(2024, 4, 31), day(2024, 13, 1), day(2024, 1, 0)})
         EXPECT_FALSE(bad.validDateRange()) << bad.formatAsDicomDate();
     for (const GregorianDate& time :
          {timeOfDay(23, 59, 59, 999'999'999), timeOfDay(-1, -1, -1, -1), timeOfDay(24, 0, 0, 0),

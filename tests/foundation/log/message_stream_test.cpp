@@ -52,6 +52,7 @@ TEST(MessageStream, PrintsAsAStandardStreamDoes) {
                              String("String"), static_cast<const void*>("address"), nullptr);
     expectToPrintAsOnAStream(std::hex, std::showbase, 255, std::setw(6), std::left, "x", std::dec,
                              std::setprecision(3), 2.0 / 3, std::boolalpha, true);
+    expectToPrintAsOnAStream(std::setprecision(3), 2.0 / 3);
     for (const double value : {0.0, -0.0, 0.1, 123456.5, 999999.5, 1e-4, 1e-5, DBL_MAX, DBL_MIN, 4.9e-324,
                                -HUGE_VAL, std::nan("")}) {
         expectToPrintAsOnAStream(value, static_cast<float>(value * (value > FLT_MAX ? 0 : 1)),

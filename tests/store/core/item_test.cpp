@@ -3,6 +3,7 @@
 
 #include <qel/foundation/base/buffer.h>
 #include <qel/store/core/item.h>
+#include <qel/store/core/memory_store.h>
 
 #include <gtest/gtest.h>
 
@@ -121,6 +122,17 @@ TEST(ItemReading, ReadsOnlyTheRequestedType) {
         for (const auto& [name, read] : kReads)
             if (read(at)) fitting += name;
     EXPECT_EQ(fitting, "iftsgnbtop");
+}
+
+TEST(ItemReading, SubItemsBelongToTheStoreOfTheirList) {
+    const SmartPointer<MemoryStore> store(new MemoryStore);
+    const Item list = Item(store.get()).add(Item("n")).add(Item("n"));
+    Item::Iterator it(list);
+    Item copy, view;
+    ASSERT_TRUE(it.asSubItem(copy));
+    EXPECT_EQ(copy.getStore(), store.get());
+    ASSERT_TRUE(it.asWeakSubItem(view));
+    EXPECT_EQ(view.getStore(), store.get());
 }
 
 TEST(ItemReading, TruncatesIntegersToTheRequestedType) {

@@ -1,6 +1,7 @@
 #include <qel/store/core/item.h>
 #include <qel/store/sqlite/sqlite_store.h>
 
+#include <tests/files/unprivileged.h>
 #include <tests/support/log_capture.h>
 #include <tests/support/scratch_folder.h>
 #include <tests/support/store_dump.h>
@@ -9,7 +10,6 @@
 
 #include <filesystem>
 #include <optional>
-#include <unistd.h>
 
 namespace qel {
 namespace {
@@ -128,12 +128,11 @@ TEST_F(LargeSqliteDamage, IsFoundByVerify) {
 }
 
 struct SqlitePermission : SqliteDamage {
-    void SetUp() override {
-        if (geteuid() == 0) GTEST_SKIP() << "the superuser may write anywhere";
-    }
     void expectDenied() {
-        EXPECT_FALSE(SqliteStore(path).good());
-        log.expect(3, "[STORE] can't open store '" + path + "': permission denied");
+        test::asUnprivilegedOwner(scratch, [this] {
+            EXPECT_FALSE(SqliteStore(path).good());
+            log.expect(3, "[STORE] can't open store '" + path + "': permission denied");
+        });
     }
 };
 

@@ -4,7 +4,9 @@
 #include <qel/store/core/scoped_transaction.h>
 #include <qel/store/sqlite/sqlite_store.h>
 
+#include <tests/files/failing_files.h>
 #include <tests/store/sqlite/full_disk.h>
+#include <tests/support/faulty_database.h>
 #include <tests/support/log_capture.h>
 #include <tests/support/scratch_folder.h>
 #include <tests/support/store_dump.h>
@@ -24,6 +26,7 @@ const Item kKey("key");
 
 /// Two stores in files, one of them wrapped in a cache, each with one entry.
 struct StoreFailure : testing::TestWithParam<bool> {
+    static void SetUpTestSuite() { test::installFaultyDatabase(); }
     void SetUp() override {
         SmartPointer<Store> file(new SqliteStore(scratch.path("data.store")));
         store = GetParam() ? SmartPointer<Store>(new CacheStore(file.get())) : file;
@@ -87,6 +90,17 @@ TEST_P(StoreFailure, AFlushReportsWritesLostBeforeIt) {
         for (int i = 0; i < 3; ++i) store->set(Item(i), Item(kLarge));
     }
     EXPECT_FALSE(store->tryFlush());
+    EXPECT_TRUE(store->tryFlush());
+}
+
+TEST_P(StoreFailure, AFlushSucceedsOnlyWhenEveryCommitIsOnTheDisk) {
+    ScopedTransaction transaction(store.get());
+    store->set(kKey, Item(2));
+    EXPECT_TRUE(transaction.tryCommit());
+    {
+        const test::FailingFiles disk(platform::Operation::Sync, std::errc::io_error);
+        EXPECT_FALSE(store->tryFlush());
+    }
     EXPECT_TRUE(store->tryFlush());
 }
 

@@ -31,6 +31,8 @@ TEST_F(SystemState, SwitchesSignalOnlyChanges) {
 TEST_F(SystemState, LargestFramebufferIsStored) {
     for (const int size : {60, 70'000, 100}) system().processFramebufferSizeChange(size, size);
     EXPECT_EQ(system().getMaxFrameBufferSize(), IVec2<int>(70'000, 70'000)) << "its area needs 64 bits";
+    EXPECT_EQ(system().getFramebufferWidth(), 100);
+    EXPECT_EQ(system().getFramebufferHeight(), 100);
 }
 
 TEST_F(SystemState, TheDevicesRotationBecomesAQuarterTurn) {
@@ -62,6 +64,20 @@ TEST_F(SystemState, ArgumentsAreAppendedAndMatchAlternativesExactly) {
     EXPECT_TRUE(system().hasArgument("-v|--verbose"));
     for (const char* names : {"-v|--verb", "--verbose-x", "", static_cast<const char*>(nullptr)})
         EXPECT_FALSE(system().hasArgument(names));
+}
+
+TEST_F(SystemState, AnUnknownExecutablePathIsTakenFromTheCommandLine) {
+    system().overrideExecutablePath("");
+    give({});
+    EXPECT_EQ(system().getExecutablePath(), "program");
+}
+
+TEST_F(SystemState, EnvironmentOfTheSystemIsItsOwn) {
+    system().setEnv("QEL_KEY", "old");
+    system().setEnv("QEL_KEY", "new");
+    EXPECT_STREQ(system().getEnv("QEL_KEY"), "new");
+    system().unsetEnv("QEL_KEY");
+    EXPECT_EQ(system().getEnv("QEL_KEY"), nullptr);
 }
 
 TEST_F(SystemState, ParameterIsTheArgumentAfterItsName) {

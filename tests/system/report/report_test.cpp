@@ -55,6 +55,7 @@ TEST(BuildDescription, IsParsedToTheVersionTextAndFlags) {
     const Case cases[] = {{"", "", ""},
                           {"dirty", "dirty", ""},
                           {"4.2.0-release", "4.2.0", "r"},
+                          {"4.2.0-release-12-gabc1234", "4.2.0 release+12 [abc1234]", ""},
                           {"4.2.0-beta.77", "4.2.0 beta", ""},
                           {"4.2.0-ce-dirty", "4.2.0", "rcd"},
                           {"4.2.0-research-dirty", "4.2.0 [+]", "sd"},
