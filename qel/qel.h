@@ -97,6 +97,14 @@
 #include <qel/process/process_packet_reader.h>
 #include <qel/process/process_packet_writer.h>
 #include <qel/process/process_protocol.h>
+#include <qel/render/alpha_composite.h>
+#include <qel/render/render_timer.h>
+#include <qel/render/renderer.h>
+#include <qel/render/renderer_3d.h>
+#include <qel/render/renderer_software.h>
+#include <qel/render/texture.h>
+#include <qel/render/texture_software.h>
+#include <qel/render/volume_texture.h>
 #include <qel/rpc/rpc_context.h>
 #include <qel/rpc/rpc_context_internal.h>
 #include <qel/rpc/rpc_handle.h>

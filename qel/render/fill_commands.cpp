@@ -1,0 +1,185 @@
+#include <qel/render/fill_commands_p.h>
+
+#include <qel/render/drawing_mode_p.h>
+#include <qel/render/span_kernels_p.h>
+
+#include <cmath>
+
+namespace qel::internal {
+
+namespace {
+
+/// Draws a colour on @p count pixels.
+template <typename Pixel>
+void drawSpan(uint8* p, int count, const Color& tint) {
+    if (!isPlainDrawing()) return blendSpan<Pixel>(p, count, tint);
+    for (int i = 0; i < count; ++i) blendPixel<Pixel>(p + i * Pixel::kBytes, tint);
+}
+
+int limited(double coordinate) {
+    constexpr double kLimit = 1 << 30;
+    return static_cast<int>(std::clamp(coordinate, -kLimit, kLimit));
+}
+
+} // namespace
+
+void FillCommand::drawRows(const Surface& surface, int begin, int end) const {
+    withPixelType(surface.kind, [&](auto pixel) {
+        using Pixel = decltype(pixel);
+        for (int y = begin; y < end; ++y)
+            drawSpan<Pixel>(surface.row(y) + std::ptrdiff_t{area().x} * Pixel::kBytes, area().z - area().x,
+                            m_tint);
+    });
+}
+
+void ClearCommand::drawRows(const Surface& surface, int begin, int end) const {
+    withPixelType(surface.kind, [&](auto pixel) {
+        using Pixel = decltype(pixel);
+        for (int y = begin; y < end; ++y) {
+            uint8* p = surface.row(y) + std::ptrdiff_t{area().x} * Pixel::kBytes;
+            if (!isPlainDrawing()) {
+                storeSpan<Pixel>(p, area().z - area().x, m_color);
+                continue;
+            }
+            for (int x = area().x; x < area().z; ++x, p += Pixel::kBytes) Pixel::write(p, m_color);
+        }
+    });
+}
+
+// --- triangles
+// ----------------------------------------------------------------------------------------------
+
+std::optional<TriangleShape> TriangleShape::of(const IVec2<float>& a, const IVec2<float>& b,
+                                               const IVec2<float>& c) {
+    TriangleShape shape;
+    shape.m_corners = {IVec2<double>(a), IVec2<double>(b), IVec2<double>(c)};
+    const auto& [p, q, r] = shape.m_corners;
+    const double cross = (r.x - p.x) * (q.y - p.y) - (r.y - p.y) * (q.x - p.x);
+    if (cross == 0 || !std::isfinite(cross)) return {};
+    shape.m_winding = cross > 0 ? 1 : -1;
+    return shape;
+}
+
+IVec4<int> TriangleShape::bounds() const {
+    const auto& [p, q, r] = m_corners;
+    const auto low = [](double a, double b, double c) { return limited(std::floor(std::min({a, b, c}))); };
+    const auto high = [](double a, double b, double c) { return limited(std::ceil(std::max({a, b, c}))); };
+    return {low(p.x, q.x, r.x), low(p.y, q.y, r.y), high(p.x, q.x, r.x), high(p.y, q.y, r.y)};
+}
+
+// The corners exchange their roles in turn: each edge is tested against the point as the winding is against
+// the third corner.
+double TriangleShape::edge(int corner, int x, int y) const {
+    const IVec2<double>& a = m_corners[static_cast<size_t>(corner)];
+    const IVec2<double>& b = m_corners[static_cast<size_t>((corner + 1) % 3)];
+    return (x + 0.5 - a.x) * (b.y - a.y) - (y + 0.5 - a.y) * (b.x - a.x);
+}
+
+bool TriangleShape::contains(int x, int y) const {
+    return isInside(0, x, y) && isInside(1, x, y) && isInside(2, x, y);
+}
+
+IVec2<int> TriangleShape::span(int y, int left, int right) const {
+    for (int corner = 0; corner < 3 && left < right; ++corner) {
+        const bool isFirstInside = isInside(corner, left, y);
+        if (isFirstInside == isInside(corner, right - 1, y)) {
+            if (!isFirstInside) return {left, left};
+            continue;
+        }
+        int same = left;       // as the first pixel
+        int other = right - 1; // as the last one
+        while (other - same > 1) {
+            const int middle = same + (other - same) / 2;
+            (isInside(corner, middle, y) == isFirstInside ? same : other) = middle;
+        }
+        (isFirstInside ? right : left) = other;
+    }
+    return {left, right};
+}
+
+void TriangleCommand::drawRows(const Surface& surface, int begin, int end) const {
+    withPixelType(surface.kind, [&](auto pixel) {
+        using Pixel = decltype(pixel);
+        for (int y = begin; y < end; ++y) {
+            uint8* const row = surface.row(y);
+            if (isPlainDrawing()) {
+                for (int x = area().x; x < area().z; ++x)
+                    if (m_shape.contains(x, y)) blendPixel<Pixel>(row + x * Pixel::kBytes, m_tint);
+                continue;
+            }
+            const IVec2<int> span = m_shape.span(y, area().x, area().z);
+            if (span.x < span.y) blendSpan<Pixel>(row + span.x * Pixel::kBytes, span.y - span.x, m_tint);
+        }
+    });
+}
+
+// --- lines
+// --------------------------------------------------------------------------------------------------
+
+IVec4<int> LineCommand::bounds(const IVec2<int>& from, const IVec2<int>& to) {
+    return {std::min(from.x, to.x) - 1, std::min(from.y, to.y) - 1, std::max(from.x, to.x) + 2,
+            std::max(from.y, to.y) + 2}; // rounding may reach a pixel beyond the ends
+}
+
+LineCommand::LineCommand(const IVec4<int>& area, IVec2<int> from, IVec2<int> to, const Color& tint)
+    : DrawCommand(area), m_from(from), m_to(to), m_tint(tint) {
+    const int64 dx = std::abs(m_to.x - m_from.x);
+    const int64 dy = std::abs(m_to.y - m_from.y);
+    m_isSteep = dy > dx;
+    if (m_isSteep) {
+        std::swap(m_from.x, m_from.y);
+        std::swap(m_to.x, m_to.y);
+    }
+    if (m_from.x > m_to.x) std::swap(m_from, m_to);
+    const int64 length = m_to.x - m_from.x;
+    if (length > 0) m_gradient = static_cast<double>(m_to.y - m_from.y) / static_cast<double>(length);
+}
+
+void LineCommand::drawRows(const Surface& surface, int begin, int end) const {
+    withPixelType(surface.kind, [&](auto pixel) { drawColumns<decltype(pixel)>(surface, begin, end); });
+}
+
+// The end pixels get half of their coverage, because the line ends in their middle.
+template <typename Pixel>
+void LineCommand::drawColumns(const Surface& surface, int begin, int end) const {
+    const IVec4<int> part(area().x, begin, area().z, end);
+    for (const IVec2<int64>& point : {m_from, m_to}) {
+        cover<Pixel>(surface, part, point.x, point.y, 0.5);
+        cover<Pixel>(surface, part, point.x, point.y + 1, 0);
+    }
+    int64 first = std::max<int64>(m_from.x + 1, m_isSteep ? part.y : part.x);
+    int64 last = std::min<int64>(m_to.x, m_isSteep ? part.w : part.z);
+    if (!m_isSteep && m_gradient != 0) { // only these columns may touch the rows
+        const double a =
+            static_cast<double>(m_from.x) + static_cast<double>(begin - 2 - m_from.y) / m_gradient;
+        const double b = static_cast<double>(m_from.x) + static_cast<double>(end + 1 - m_from.y) / m_gradient;
+        constexpr double kLimit = 1e15;
+        first = std::max(first, static_cast<int64>(std::clamp(std::min(a, b), -kLimit, kLimit)) - 1);
+        last = std::min(last, static_cast<int64>(std::clamp(std::max(a, b), -kLimit, kLimit)) + 2);
+    }
+    for (int64 major = first; major < last; ++major) {
+        const double minor =
+            static_cast<double>(m_from.y) + m_gradient * static_cast<double>(major - m_from.x);
+        const double whole = std::floor(minor);
+        const double fraction = minor - whole;
+        cover<Pixel>(surface, part, major, static_cast<int64>(whole), 1 - fraction);
+        cover<Pixel>(surface, part, major, static_cast<int64>(whole) + 1, fraction);
+    }
+}
+
+// The alpha of the tint does not weight the colour, but it becomes that of every pixel, also where the
+// coverage is 0.
+template <typename Pixel>
+void LineCommand::cover(const Surface& surface, const IVec4<int>& part, int64 major, int64 minor,
+                        double coverage) const {
+    const int64 x = m_isSteep ? minor : major;
+    const int64 y = m_isSteep ? major : minor;
+    if (x < part.x || x >= part.z || y < part.y || y >= part.w) return;
+    uint8* const p = surface.row(static_cast<int>(y)) + x * Pixel::kBytes;
+    const float c = static_cast<float>(coverage);
+    const Color old = Pixel::read(p);
+    Pixel::write(p, {c * m_tint.x + (1 - c) * old.x, c * m_tint.y + (1 - c) * old.y,
+                     c * m_tint.z + (1 - c) * old.z, m_tint.w});
+}
+
+} // namespace qel::internal

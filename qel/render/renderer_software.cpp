@@ -1,0 +1,144 @@
+#include <qel/render/renderer_software.h>
+
+#include <qel/foundation/log/message_stream.h>
+#include <qel/imaging/pixels/image.h>
+#include <qel/render/fill_commands_p.h>
+#include <qel/render/image_copy_p.h>
+#include <qel/render/renderer_software_p.h>
+#include <qel/render/texture_software.h>
+
+#include <cmath>
+
+namespace qel {
+
+using internal::Surface;
+
+namespace {
+
+bool isFinite(const IVec2<float>& p) {
+    return std::isfinite(p.x) && std::isfinite(p.y);
+}
+
+int truncated(float v) {
+    constexpr float kLimit = 1 << 30;
+    return static_cast<int>(std::clamp(v, -kLimit, kLimit));
+}
+
+IVec2<int> truncated(const IVec2<float>& p) {
+    return {truncated(p.x), truncated(p.y)};
+}
+
+} // namespace
+
+RendererSoftware::RendererSoftware(Renderer* outer)
+    : m_stacks(outer != nullptr ? outer : this), m_state(std::make_unique<State>()) {}
+
+RendererSoftware::~RendererSoftware() {
+    RendererSoftware::flushInternal();
+}
+
+void RendererSoftware::setRenderTarget(Image* image) {
+    RendererSoftware::flushInternal();
+    m_state->target = nullptr;
+    m_state->surface = {};
+    if (image == nullptr) return;
+    if (internal::surfaceKind(image->getImageFormat()) == internal::SurfaceKind::None) {
+        logging::error() << "unsupported rendertarget format for softwarerendering, image->getImageFormat()="
+                         << static_cast<int>(image->getImageFormat());
+        return;
+    }
+    m_state->target = image;
+    m_state->surface = Surface::of(image);
+}
+
+Image* RendererSoftware::getRenderTarget() const {
+    return m_state->target.get();
+}
+
+IVec2<int> RendererSoftware::getRenderTargetSize() {
+    return m_state->surface.size;
+}
+
+// A target that was initialised again in the frame has other pixels, to which the recorded areas do not
+// belong.
+void RendererSoftware::flushInternal() {
+    if (m_state->commands.isEmpty()) return;
+    if (Surface::of(m_state->target.get()) == m_state->surface)
+        m_state->commands.replay(m_state->surface);
+    else
+        m_state->commands.clear();
+}
+
+bool RendererSoftware::downloadFramebuffer(Image& out) {
+    if (!m_state->target) return false;
+    RendererSoftware::flushInternal();
+    internal::copyPixels(out, *m_state->target);
+    return true;
+}
+
+void RendererSoftware::startInternal() {
+    m_state->surface = Surface::of(m_state->target.get());
+    m_state->isInFrame = true;
+}
+
+void RendererSoftware::stopInternal() {
+    RendererSoftware::flushInternal();
+    m_state->isInFrame = false;
+}
+
+void RendererSoftware::setViewportInternal(const IVec4<int>&) {}
+
+void RendererSoftware::setDepthTestInternal(bool) {}
+
+Texture* RendererSoftware::createTextureInternal() {
+    return new TextureSoftware(m_stacks);
+}
+
+const IVec4<float>& RendererSoftware::tint() const {
+    return m_stacks->getColor();
+}
+
+bool RendererSoftware::isTintVisible() const {
+    return tint().w > internal::kInvisibleAlpha;
+}
+
+/// Returns the pixels of @p area inside the clip and the target.
+IVec4<int> RendererSoftware::visible(const IVec4<int>& area) const {
+    const IVec2<int>& size = m_state->surface.size;
+    return internal::intersect(internal::intersect(area, m_stacks->getClip()), {0, 0, size.x, size.y});
+}
+
+void RendererSoftware::clearInternal(const IVec4<float>& color) {
+    const IVec2<int>& size = m_state->surface.size;
+    const IVec4<int> area(0, 0, size.x, size.y);
+    if (!internal::isEmpty(area)) record<internal::ClearCommand>(area, color);
+}
+
+void RendererSoftware::drawRectInternal(const Rect& rect, const IVec4<float>*) {
+    RendererSoftware::drawRectInternal(rect);
+}
+
+void RendererSoftware::drawRectInternal(const Rect& rect) {
+    if (!isTintVisible() || !isFinite(rect.leftTop()) || !isFinite(rect.rightBottom())) return;
+    const IVec4<int> area = visible(rect.roundNearestAsInt());
+    if (!internal::isEmpty(area)) record<internal::FillCommand>(area, tint());
+}
+
+void RendererSoftware::drawAALineInternal(const IVec2<float>& from, const IVec2<float>& to) {
+    if (!isTintVisible() || !isFinite(from) || !isFinite(to)) return;
+    const IVec2<int> first = truncated(from);
+    const IVec2<int> last = truncated(to);
+    const IVec4<int> area = visible(internal::LineCommand::bounds(first, last));
+    if (!internal::isEmpty(area)) record<internal::LineCommand>(area, first, last, tint());
+}
+
+void RendererSoftware::drawTriangleInternal(const IVec2<float>& a, const IVec2<float>& b,
+                                            const IVec2<float>& c) {
+    if (!isTintVisible()) return;
+    const auto shape = internal::TriangleShape::of(a, b, c);
+    if (!shape) return;
+    const IVec4<int> area = visible(shape->bounds());
+    if (!internal::isEmpty(area)) record<internal::TriangleCommand>(area, *shape, tint());
+}
+
+} // namespace qel

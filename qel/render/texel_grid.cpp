@@ -1,0 +1,95 @@
+#include <qel/render/texel_grid_p.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <utility>
+
+namespace qel::internal {
+
+namespace {
+
+/// The corner of the source at which an orientation starts, and how u and v follow x and y.
+struct Orientation {
+    bool startsRight;
+    bool startsBottom;
+    int a, b, c, d;
+};
+
+constexpr std::array<Orientation, 8> kOrientations{{
+    {false, false, 1, 0, 0, 1},
+    {false, true, 0, -1, 1, 0},
+    {true, true, -1, 0, 0, -1},
+    {true, false, 0, 1, -1, 0},
+    {true, false, -1, 0, 0, 1},
+    {true, true, 0, -1, -1, 0},
+    {false, true, 1, 0, 0, -1},
+    {false, false, 0, 1, 1, 0},
+}};
+
+bool isNearlyWhole(double v) {
+    return std::fabs(v - std::round(v)) <= 1e-6;
+}
+
+double distanceFromCentre(double v) {
+    return v - (std::floor(v) + 0.5);
+}
+
+} // namespace
+
+TexelStep TexelAxis::linear(double coordinate) const {
+    const double whole = std::floor(coordinate);
+    return {limited(whole), limited(whole + 1), static_cast<float>(coordinate - whole)};
+}
+
+TexelStep TexelAxis::nearest(int i) const {
+    const int index = limited(std::floor(start + i * step));
+    return {index, index, 0};
+}
+
+int TexelAxis::limited(double index) const {
+    return static_cast<int>(std::clamp(index, 0.0, static_cast<double>(size - 1)));
+}
+
+TexelGrid TexelGrid::of(const Rect& source, const IVec4<int>& target, const IVec4<int>& area, int orientation,
+                        const IVec2<int>& textureSize, bool isBilinear) {
+    const Orientation& o = kOrientations[static_cast<size_t>(orientation)];
+    const bool isTurned = orientation % 2 != 0;
+    double width = static_cast<double>(target.z) - target.x;
+    double height = static_cast<double>(target.w) - target.y;
+    if (isTurned) std::swap(width, height);
+    const double sx = (static_cast<double>(source.x1) - static_cast<double>(source.x0)) / width;
+    const double sy = (static_cast<double>(source.y1) - static_cast<double>(source.y0)) / height;
+    const double offsetX = static_cast<double>(area.x) - target.x + 0.5;
+    const double offsetY = static_cast<double>(area.y) - target.y + 0.5;
+    const double uStart = offsetX * (sx * o.a) + offsetY * (sx * o.c) +
+                          static_cast<double>(o.startsRight ? source.x1 : source.x0);
+    const double vStart = offsetX * (sy * o.b) + offsetY * (sy * o.d) +
+                          static_cast<double>(o.startsBottom ? source.y1 : source.y0);
+    const TexelAxis u{uStart * textureSize.x, sx * (isTurned ? o.c : o.a) * textureSize.x, textureSize.x};
+    const TexelAxis v{vStart * textureSize.y, sy * (isTurned ? o.b : o.d) * textureSize.y, textureSize.y};
+
+    TexelGrid grid;
+    grid.isLinear = isBilinear;
+    grid.columnsAlongV = isTurned;
+    grid.columns = isTurned ? v : u;
+    grid.rows = isTurned ? u : v;
+    if (isBilinear) grid.snapToTexels();
+    return grid;
+}
+
+// Steps of whole texels from the centre of one hit centres only: interpolation would change nothing. The
+// steps are computed, so they count as whole when they nearly are.
+void TexelGrid::snapToTexels() {
+    if (!isNearlyWhole(columns.step) || !isNearlyWhole(rows.step)) return;
+    const double dx = distanceFromCentre(columns.start);
+    const double dy = distanceFromCentre(rows.start);
+    if (!(dx * dx + dy * dy <= 1e-5)) return;
+    isLinear = false;
+    for (TexelAxis* const axis : {&columns, &rows}) {
+        axis->step = std::round(axis->step);
+        axis->start = std::floor(axis->start) + 0.5;
+    }
+}
+
+} // namespace qel::internal

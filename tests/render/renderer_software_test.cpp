@@ -1,0 +1,533 @@
+#include <tests/render/canvas.h>
+#include <tests/support/log_capture.h>
+
+#include <qel/render/texture_software.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <utility>
+
+namespace qel {
+namespace {
+
+using test::Canvas;
+using test::makeNoise;
+using test::makeTexture;
+
+constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+
+TEST(RendererSoftware, FormatsThatCannotBeDrawnOnAreRefused) {
+    RendererSoftware renderer;
+    const SmartPointer<Image> image = makeObject<Image>(RGB8, IVec2<int>(4, 4));
+    test::LogCapture log;
+    renderer.setRenderTarget(image.get());
+    log.expect(3, "unsupported rendertarget format for softwarerendering, image->getImageFormat()=203");
+    EXPECT_EQ(renderer.getRenderTarget(), nullptr);
+    EXPECT_EQ(renderer.getRenderTargetSize(), IVec2<int>());
+    Image copy;
+    EXPECT_FALSE(renderer.downloadFramebuffer(copy));
+}
+
+TEST(RendererSoftware, WithoutATargetNothingHappens) {
+    RendererSoftware renderer;
+    renderer.start();
+    renderer.drawRectInternal({0, 0, 5, 5});
+    renderer.clear({1, 1, 1, 1});
+    renderer.stop();
+    EXPECT_EQ(renderer.getRenderTargetSize(), IVec2<int>());
+}
+
+TEST(RendererSoftware, ASolidRectangleStoresTheTint) {
+    Canvas canvas({6, 4});
+    canvas.renderer.pushColor({1, 0.5f, 0, 1});
+    canvas.renderer.drawRectInternal({0.5f, 1.4f, 3.49f, 2.5f});
+    EXPECT_EQ(canvas.shape(), "....../.##.../.##.../....../");
+    EXPECT_EQ(canvas.pixel(1, 1), 0xFFFF8000u);
+}
+
+TEST(RendererSoftware, ABlendedRectangleReplacesTheAlpha) {
+    Canvas canvas({2, 1});
+    canvas.renderer.clear({0, 1, 1, 1});
+    canvas.renderer.pushColor({1, 0, 0, 0.25f});
+    canvas.renderer.drawRectInternal({0, 0, 1, 1});
+    EXPECT_EQ(canvas.pixel(0, 0), 0x4040BFBFu);
+    EXPECT_EQ(canvas.pixel(1, 0), 0xFF00FFFFu);
+}
+
+TEST(RendererSoftware, TheLeastVisibleAlphaIsHalfAStep) {
+    for (const auto& [alpha, expected] :
+         {std::pair{0.001f, 0u}, {kNan, 0u}, {-1.0f, 0u}, {0.999f, 0xFFFFFFFFu}}) {
+        Canvas canvas({1, 1});
+        canvas.renderer.pushColor({1, 1, 1, alpha});
+        canvas.renderer.drawRectInternal({0, 0, 1, 1});
+        EXPECT_EQ(canvas.pixel(0, 0), expected) << alpha;
+    }
+}
+
+TEST(RendererSoftware, ColorsOutsideTheUnitAreClamped) {
+    Canvas canvas({1, 1});
+    canvas.renderer.pushColor({7, -2, kNan, 1});
+    canvas.renderer.drawRectInternal({0, 0, 1, 1});
+    EXPECT_EQ(canvas.pixel(0, 0), 0xFFFF0000u);
+}
+
+TEST(RendererSoftware, GreyTargetsStoreTheMeanOfTheColor) {
+    for (const FormatID format : {UInt8, L8}) {
+        Canvas canvas({1, 1}, format);
+        canvas.renderer.clear({1, 0.5f, 0, 0});
+        EXPECT_EQ(canvas.bytes(), (std::vector<uint8>{128})) << format;
+        canvas.renderer.pushColor({1, 1, 1, 0.25f});
+        canvas.renderer.drawRectInternal({0, 0, 1, 1});
+        EXPECT_EQ(canvas.bytes(), (std::vector<uint8>{160})) << format;
+    }
+    for (const FormatID format : {UInt16, L16, X16}) {
+        Canvas canvas({1, 1}, format);
+        canvas.renderer.clear({0.5f, 0.5f, 0.5f, 0});
+        EXPECT_EQ(canvas.bytes(), (std::vector<uint8>{0x00, 0x80})) << format;
+    }
+}
+
+TEST(RendererSoftware, TheClipNeverReachesOutsideTheTarget) {
+    Canvas canvas({8, 8});
+    const SmartPointer<Image> small = makeObject<Image>(BGRA8, IVec2<int>(3, 2));
+    std::memset(small->getBytePointer(), 0, small->getByteSize());
+    canvas.renderer.setRenderTarget(small.get());
+    EXPECT_EQ(canvas.renderer.getClip(), IVec4<int>(0, 0, 8, 8)) << "the clip is that of the frame";
+    canvas.renderer.drawRectInternal({-5, -5, 50, 50});
+    canvas.renderer.drawAALineInternal({-5, 1}, {50, 1});
+    canvas.renderer.drawTriangleInternal({-50, -50}, {50, -50}, {0, 50});
+    canvas.renderer.stop();
+    EXPECT_EQ(small->getBytePointer(1)[11], 255);
+}
+
+TEST(RendererSoftware, ADrawingBeforeTheTargetChangesIsDrawnOnTheOldOne) {
+    Canvas canvas({2, 2});
+    canvas.renderer.drawRectInternal({0, 0, 1, 1});
+    canvas.renderer.setRenderTarget(nullptr);
+    EXPECT_EQ(canvas.image->getBytePointer()[0], 255);
+    {
+        RendererSoftware other;
+        other.setRenderTarget(canvas.image.get());
+        other.start();
+        other.drawRectInternal({1, 1, 2, 2});
+    }
+    EXPECT_EQ(canvas.image->getBytePointer(1)[4], 255) << "the destructor draws what was recorded";
+}
+
+TEST(RendererSoftware, ClearWorksBetweenFramesWithoutClipAndTint) {
+    Canvas canvas({2, 2});
+    canvas.renderer.pushClip({0, 0, 0, 0});
+    canvas.renderer.pushColor({0, 0, 0, 0});
+    canvas.renderer.stop();
+    canvas.renderer.clear({1, 1, 1, 1});
+    EXPECT_EQ(canvas.image->getBytePointer(1)[7], 255);
+}
+
+TEST(RendererSoftware, ADownloadShowsTheFrameSoFar) {
+    Canvas canvas({2, 1});
+    canvas.renderer.drawRectInternal({0, 0, 1, 1});
+    Image copy;
+    EXPECT_TRUE(canvas.renderer.downloadFramebuffer(copy));
+    EXPECT_EQ(copy.getBytePointer()[0], 255);
+    canvas.renderer.drawRectInternal({1, 0, 2, 1});
+    EXPECT_EQ(copy.getBytePointer()[4], 0);
+    EXPECT_EQ(canvas.pixel(1, 0), 0xFFFFFFFFu) << "the frame goes on";
+    EXPECT_TRUE(canvas.renderer.downloadFramebuffer(*canvas.image)) << "into the target itself";
+    EXPECT_EQ(canvas.image->getBytePointer()[0], 255);
+}
+
+TEST(RendererSoftware, TargetsInForeignMemoryMayHaveAnyPitch) {
+    for (const int pitch : {13, -13}) {
+        std::vector<uint8> memory(13 * 3, 7);
+        const SmartPointer<Image> image = makeObject<Image>();
+        uint8* const first = memory.data() + (pitch < 0 ? 26 : 0);
+        image->initializeFromExtern(BGRA8, {3, 3}, {{first, static_cast<size_t>(memory.data() + 39 - first)}},
+                                    {pitch}, {});
+        ASSERT_TRUE(image->isInitialized());
+        RendererSoftware renderer;
+        renderer.setRenderTarget(image.get());
+        renderer.start();
+        renderer.pushClip({0, 0, 3, 1});
+        renderer.drawRectInternal({0, 0, 9, 9});
+        renderer.stop();
+        for (size_t i = 0; i < memory.size(); ++i) {
+            const size_t row = pitch < 0 ? 2 : 0;
+            const bool isDrawn = i >= row * 13 && i < row * 13 + 12;
+            EXPECT_EQ(memory[i], isDrawn ? 255 : 7) << pitch << ":" << i;
+        }
+        Image copy;
+        EXPECT_TRUE(renderer.downloadFramebuffer(copy));
+        EXPECT_FALSE(copy.isExternal()) << "a download is a deep copy";
+        EXPECT_EQ(copy.getBytePointer()[0], 255);
+        EXPECT_EQ(copy.getBytePointer(1)[0], 7);
+    }
+}
+
+// --- shapes
+// -------------------------------------------------------------------------------------------------
+
+TEST(RendererSoftware, ATriangleCoversTheCentresInsideAndOnItsEdges) {
+    Canvas canvas({5, 5});
+    canvas.renderer.drawTriangleInternal({0, 0}, {4, 0}, {0, 4});
+    EXPECT_EQ(canvas.shape(), "####./###../##.../#..../...../");
+    Canvas turned({5, 5});
+    turned.renderer.drawTriangleInternal({0, 4}, {4, 0}, {0, 0});
+    EXPECT_EQ(turned.shape(), canvas.shape()) << "the winding does not matter";
+}
+
+TEST(RendererSoftware, NeighbouringTrianglesLeaveNoGap) {
+    Canvas canvas({20, 20});
+    canvas.renderer.drawTriangleInternal({0, 0}, {20, 0}, {7.3f, 11.7f});
+    canvas.renderer.drawTriangleInternal({20, 0}, {20, 20}, {7.3f, 11.7f});
+    canvas.renderer.drawTriangleInternal({20, 20}, {0, 20}, {7.3f, 11.7f});
+    canvas.renderer.drawTriangleInternal({0, 20}, {0, 0}, {7.3f, 11.7f});
+    EXPECT_EQ(canvas.shape().find('.'), std::string::npos);
+}
+
+TEST(RendererSoftware, ATriangleWithoutAreaDrawsNothing) {
+    Canvas canvas({8, 8});
+    canvas.renderer.drawTriangleInternal({4, 4}, {4, 4}, {4, 4});
+    canvas.renderer.drawTriangleInternal({0, 0}, {4, 4}, {8, 8});
+    canvas.renderer.drawTriangleInternal({0, 0}, {kNan, 4}, {8, 0});
+    canvas.renderer.drawTriangleInternal({0, 0}, {kInfinity, 4}, {8, 0});
+    EXPECT_EQ(canvas.shape().find('#'), std::string::npos);
+}
+
+TEST(RendererSoftware, ALineHasHalfTheCoverageAtItsEnds) {
+    Canvas canvas({6, 4});
+    canvas.renderer.drawAALineInternal({1.9f, 1.2f}, {4.1f, 1.9f});
+    EXPECT_EQ(canvas.shape(), "....../.####./.####./....../");
+    EXPECT_EQ(canvas.pixel(1, 1), 0xFF808080u);
+    EXPECT_EQ(canvas.pixel(2, 1), 0xFFFFFFFFu);
+    EXPECT_EQ(canvas.pixel(4, 1), 0xFF808080u);
+    EXPECT_EQ(canvas.pixel(2, 2), 0xFF000000u) << "pixels without coverage take the tint's alpha too";
+}
+
+TEST(RendererSoftware, AnIdealLineIsSharedByTwoPixels) {
+    Canvas canvas({4, 8});
+    canvas.renderer.drawAALineInternal({2, 7}, {0, 3});
+    EXPECT_EQ(canvas.pixel(1, 5), 0xFFFFFFFFu);
+    EXPECT_EQ(canvas.pixel(0, 4), 0xFF808080u);
+    EXPECT_EQ(canvas.pixel(1, 4), 0xFF808080u);
+    EXPECT_EQ(canvas.pixel(2, 7), 0xFF808080u);
+}
+
+TEST(RendererSoftware, ALineFromAPointToItselfWritesItTwice) {
+    Canvas canvas({4, 4});
+    canvas.renderer.drawAALineInternal({1, 1}, {1, 1});
+    EXPECT_EQ(canvas.pixel(1, 1), 0xFFC0C0C0u);
+}
+
+TEST(RendererSoftware, TheAlphaOfTheTintDoesNotWeightALine) {
+    Canvas canvas({4, 2});
+    canvas.renderer.pushColor({1, 1, 1, 0.5f});
+    canvas.renderer.drawAALineInternal({0, 0}, {3, 0});
+    EXPECT_EQ(canvas.pixel(1, 0), 0x80FFFFFFu);
+}
+
+TEST(RendererSoftware, HostileCoordinatesAreClippedOrDropped) {
+    Canvas canvas({4, 4});
+    RendererSoftware& r = canvas.renderer;
+    for (const float bad : {kNan, kInfinity, -kInfinity}) {
+        r.drawRectInternal({bad, 0, 4, 4});
+        r.drawRectInternal({0, 0, 4, bad});
+        r.drawAALineInternal({0, 0}, {bad, 4});
+        r.drawAALineInternal({0, bad}, {4, 4});
+    }
+    r.drawRectInternal({3, 3, 1, 1});
+    r.drawRectInternal({1e9f, 1e9f, 2e9f, 2e9f});
+    EXPECT_EQ(canvas.shape(), "..../..../..../..../");
+    r.drawRectInternal({-3e38f, 1, 3e38f, 2});
+    r.drawAALineInternal({-1e9f, -1e9f}, {1e9f, 1e9f});
+    EXPECT_EQ(canvas.shape(), "#.../####/.##./..##/");
+    r.drawRectInternal({-1e9f, -1e9f, 1e9f, 1e9f});
+    r.drawTriangleInternal({-3e38f, -3e38f}, {3e38f, -3e38f}, {0, 3e38f});
+    EXPECT_EQ(canvas.shape(), "####/####/####/####/");
+}
+
+// --- textures
+// -----------------------------------------------------------------------------------------------
+
+constexpr Rect kWhole(0, 0, 1, 1);
+
+TEST(RendererSoftware, AnExactDrawWithABilinearFilterIsACopy) {
+    Canvas canvas({67, 31});
+    auto expected = test::noise(67 * 31 * 4, 5);
+    for (size_t i = 3; i < expected.size(); i += 4) expected[i] = 255;
+    const SmartPointer<Texture> opaque = makeTexture(canvas.renderer, BGRA8, {67, 31}, expected);
+    canvas.renderer.drawTextureInternal(opaque.get(), kWhole, {0, 0, 67, 31}, 0);
+    EXPECT_EQ(canvas.bytes(), expected);
+}
+
+TEST(RendererSoftware, OrientationsTurnAndMirror) {
+    // Texels 1 2 3 / 4 5 6 as seen in each orientation.
+    const std::vector<std::vector<uint8>> expected{{1, 2, 3, 4, 5, 6}, {4, 1, 5, 2, 6, 3}, {6, 5, 4, 3, 2, 1},
+                                                   {3, 6, 2, 5, 1, 4}, {3, 2, 1, 6, 5, 4}, {6, 3, 5, 2, 4, 1},
+                                                   {4, 5, 6, 1, 2, 3}, {1, 4, 2, 5, 3, 6}};
+    for (int orientation = 0; orientation < 8; ++orientation) {
+        const bool isTurned = orientation % 2 != 0;
+        Canvas canvas(isTurned ? IVec2<int>(2, 3) : IVec2<int>(3, 2), L8);
+        const SmartPointer<Texture> texture = makeTexture(canvas.renderer, L8, {3, 2}, {1, 2, 3, 4, 5, 6});
+        canvas.renderer.drawTextureInternal(texture.get(), kWhole,
+                                            isTurned ? Rect(0, 0, 2, 3) : Rect(0, 0, 3, 2), orientation);
+        EXPECT_EQ(canvas.bytes(), expected[static_cast<size_t>(orientation)]) << orientation;
+    }
+}
+
+TEST(RendererSoftware, OrientationsOutsideTheTableDrawNothing) {
+    Canvas canvas({2, 2});
+    const SmartPointer<Texture> texture = makeTexture(canvas.renderer, L8, {1, 1}, {255});
+    for (const int orientation : {-1, 8, 1 << 30})
+        canvas.renderer.drawTextureInternal(texture.get(), kWhole, {0, 0, 2, 2}, orientation);
+    EXPECT_EQ(canvas.shape(), "../../");
+}
+
+TEST(RendererSoftware, BilinearSamplesMixNeighboursAndRepeatTheEdge) {
+    Canvas canvas({8, 1}, L8);
+    const SmartPointer<Texture> texture = makeTexture(canvas.renderer, L8, {2, 1}, {0, 200});
+    canvas.renderer.drawTextureInternal(texture.get(), kWhole, {0, 0, 8, 1}, 0);
+    EXPECT_EQ(canvas.bytes(), (std::vector<uint8>{0, 0, 25, 75, 125, 175, 200, 200}));
+    texture->setFilter(Filter::Nearest);
+    canvas.renderer.drawTextureInternal(texture.get(), kWhole, {0, 0, 8, 1}, 0);
+    EXPECT_EQ(canvas.bytes(), (std::vector<uint8>{0, 0, 0, 0, 200, 200, 200, 200}));
+}
+
+TEST(RendererSoftware, OneTexelStretchesToAFlatColor) {
+    Canvas canvas({100, 100}, L8);
+    const SmartPointer<Texture> texture = makeTexture(canvas.renderer, L8, {1, 1}, {77});
+    canvas.renderer.drawTextureInternal(texture.get(), kWhole, {0, 0, 100, 100}, 0);
+    EXPECT_EQ(canvas.bytes(), std::vector<uint8>(10000, 77));
+}
+
+TEST(RendererSoftware, EachFormatDecodesItsChannels) {
+    const struct {
+        FormatID format;
+        std::vector<uint8> bytes;
+        uint32 expected;
+    } cases[] = {
+        {A8, {255}, 0xFFFFFFFF},
+        {UInt8, {10}, 0xFF0A0A0A},
+        {L8, {10}, 0xFF0A0A0A},
+        {UInt16, {0x00, 0x80}, 0xFF808080},
+        {L16, {0xFF, 0xFF}, 0xFFFFFFFF},
+        {X16, {0x00, 0x80}, 0xFF808080},
+        {UInt8x2, {30, 255}, 0xFF1E1E1E},
+        {LA8, {30, 255}, 0xFF1E1E1E},
+        {RGB8, {1, 2, 3}, 0xFF010203},
+        {BGR8, {1, 2, 3}, 0xFF030201},
+        {RGBA8, {1, 2, 3, 255}, 0xFF010203},
+        {BGRA8, {1, 2, 3, 255}, 0xFF030201},
+        {RGB565, {0x1F, 0xF8}, 0xFFFF00FF},
+        {RGB565, {0xE0, 0x07}, 0xFF00FF00},
+        {RGBA4, {0x3F, 0x12}, 0xFF112233},
+        {MP_RGB8_O16, {9, 8, 7, 0, 0}, 0xFF090807},
+    };
+    for (const auto& c : cases) {
+        Canvas canvas({1, 1});
+        const SmartPointer<Texture> texture = makeTexture(canvas.renderer, c.format, {1, 1}, c.bytes);
+        canvas.renderer.drawTextureInternal(texture.get(), kWhole, {0, 0, 1, 1}, 0);
+        EXPECT_EQ(canvas.pixel(0, 0), c.expected) << c.format;
+    }
+}
+
+TEST(RendererSoftware, EachTexelIsSkippedBlendedOrStoredByItsOwnAlpha) {
+    Canvas canvas({3, 1});
+    canvas.renderer.clear({1, 0, 0, 1});
+    const SmartPointer<Texture> texture =
+        makeTexture(canvas.renderer, RGBA8, {3, 1}, {0, 0, 255, 0, 0, 0, 255, 128, 0, 0, 255, 255});
+    canvas.renderer.drawTextureInternal(texture.get(), kWhole, {0, 0, 3, 1}, 0);
+    EXPECT_EQ(canvas.pixel(0, 0), 0xFFFF0000u);
+    EXPECT_EQ(canvas.pixel(1, 0), 0x807F0080u);
+    EXPECT_EQ(canvas.pixel(2, 0), 0xFF0000FFu);
+}
+
+TEST(RendererSoftware, FormatsThatCannotBeSampledAreReported) {
+    Canvas canvas({4, 4});
+    const SmartPointer<Texture> texture = makeNoise(canvas.renderer, RGBA5551, {2, 2}, 1);
+    test::LogCapture log;
+    canvas.renderer.drawTextureInternal(texture.get(), kWhole, {0, 0, 4, 4}, 0);
+    log.expect(3, "unsupported texture format for drawTextureInternal_Linear, format=208");
+    texture->setFilter(Filter::Nearest);
+    canvas.renderer.drawTextureInternal(texture.get(), kWhole, {0, 0, 4, 4}, 0);
+    log.expect(3, "unsupported texture format for drawTextureInternal_Nearest, format=208");
+    canvas.renderer.drawTextureScaledLookupInternal(texture.get(), kWhole, {0, 0, 4, 4}, 0, {0, 1}, nullptr);
+    log.expect(3, "unsupported texture format for drawTextureInternal_Scaled_Nearest, format=208");
+    const SmartPointer<Texture> lookup = canvas.renderer.createGrayscaleRemapTexture({0, 1});
+    canvas.renderer.drawTextureScaledLookupInternal(texture.get(), kWhole, {0, 0, 4, 4}, 0, {0, 1},
+                                                    lookup.get());
+    log.expect(3, "unsupported texture format for drawTextureInternal_ScaledLookup_Nearest, format=208");
+    canvas.renderer.pushClip({0, 0, 0, 0});
+    canvas.renderer.drawTextureInternal(texture.get(), kWhole, {0, 0, 4, 4}, 0);
+    EXPECT_TRUE(log.take().empty()) << "a clipped draw reports nothing";
+    EXPECT_EQ(canvas.shape(), "..../..../..../..../");
+}
+
+TEST(RendererSoftware, TexturesWithoutPixelsDrawNothing) {
+    Canvas canvas({2, 2});
+    const SmartPointer<Texture> texture = canvas.renderer.createTexture();
+    canvas.renderer.drawTextureInternal(texture.get(), kWhole, {0, 0, 2, 2}, 0);
+    texture->declareExtern(L8, {2, 2});
+    canvas.renderer.drawTextureInternal(texture.get(), kWhole, {0, 0, 2, 2}, 0);
+    texture->upload(Image(L8, {0, 5}), false);
+    canvas.renderer.drawTextureInternal(texture.get(), kWhole, {0, 0, 2, 2}, 0);
+    canvas.renderer.drawTextureInternal(nullptr, kWhole, {0, 0, 2, 2}, 0);
+    canvas.renderer.drawTextureInternal(texture.get(), kWhole, {kNan, 0, 2, 2}, 0);
+    EXPECT_EQ(canvas.shape(), "../../");
+}
+
+TEST(RendererSoftware, AnUploadInTheFrameDoesNotChangeEarlierDraws) {
+    Canvas canvas({2, 1}, L8);
+    SmartPointer<Texture> texture = makeTexture(canvas.renderer, L8, {1, 1}, {10});
+    canvas.renderer.drawTextureInternal(texture.get(), kWhole, {0, 0, 1, 1}, 0);
+    texture->upload(Image(L8, {1, 1}), false);
+    texture = makeTexture(canvas.renderer, L8, {1, 1}, {20});
+    canvas.renderer.drawTextureInternal(texture.get(), kWhole, {1, 0, 2, 1}, 0);
+    texture.reset();
+    EXPECT_EQ(canvas.bytes(), (std::vector<uint8>{10, 20}));
+}
+
+TEST(RendererSoftware, ATextureOfAForeignImageIsADeepCopy) {
+    Canvas canvas({2, 2}, L8);
+    std::vector<uint8> memory{1, 2, 0, 3, 4};
+    const SmartPointer<Texture> texture = canvas.renderer.createTexture();
+    Image external;
+    external.initializeFromExtern(L8, {2, 2}, {{memory.data(), memory.size()}}, {3}, {});
+    texture->upload(external, false);
+    memory.assign(5, 99);
+    canvas.renderer.drawTextureInternal(texture.get(), kWhole, {0, 0, 2, 2}, 0);
+    EXPECT_EQ(canvas.bytes(), (std::vector<uint8>{1, 2, 3, 4}));
+    memory = {5, 6, 0, 7, 8};
+    texture->upload(std::move(external), false);
+    memory.assign(5, 99);
+    canvas.renderer.drawTextureInternal(texture.get(), kWhole, {0, 0, 2, 2}, 0);
+    EXPECT_EQ(canvas.bytes(), (std::vector<uint8>{5, 6, 7, 8}));
+}
+
+TEST(RendererSoftware, ExtremeSourceRectanglesStayInsideTheTexture) {
+    Canvas canvas({16, 16});
+    const SmartPointer<Texture> texture = makeNoise(canvas.renderer, RGB8, {3, 5}, 2);
+    for (const Rect& source : {Rect(-1e30f, 0, 1e30f, 1), Rect(0, 3e38f, 1, -3e38f), Rect(5, 5, 6, 6),
+                               Rect(1, 1, 0, 0), Rect(0.5f, 0.5f, 0.5f, 0.5f)})
+        for (int orientation = 0; orientation < 8; ++orientation)
+            canvas.renderer.drawTextureInternal(texture.get(), source, {-1e9f, -20, 1e9f, 40}, orientation);
+    EXPECT_EQ(canvas.shape().find('.'), std::string::npos);
+}
+
+// --- windows and palettes
+// -----------------------------------------------------------------------------------
+
+TEST(RendererSoftware, AWindowScalesRawValues) {
+    Canvas canvas({4, 1}, L8);
+    const SmartPointer<Texture> texture =
+        makeTexture(canvas.renderer, UInt16, {4, 1}, {0, 0, 100, 0, 164, 0, 0xFF, 0xFF});
+    canvas.renderer.drawTextureScaledLookupInternal(texture.get(), kWhole, {0, 0, 4, 1}, 0, {100, 228},
+                                                    nullptr);
+    EXPECT_EQ(canvas.bytes(), (std::vector<uint8>{0, 0, 128, 255}));
+    canvas.renderer.drawTextureScaledLookupInternal(texture.get(), kWhole, {0, 0, 4, 1}, 0, {150, 150},
+                                                    nullptr);
+    EXPECT_EQ(canvas.bytes(), (std::vector<uint8>{0, 0, 255, 255})) << "a window without width is a step";
+}
+
+TEST(RendererSoftware, ALookupAlternatesItsTwoRowsLikeAChessboard) {
+    Canvas canvas({4, 2}, L8);
+    const SmartPointer<Texture> lookup = canvas.renderer.createGrayscaleRemapTexture({0, 0.5f, 1});
+    const SmartPointer<Texture> texture = makeTexture(canvas.renderer, L8, {1, 1}, {50});
+    canvas.renderer.pushClip({1, 0, 4, 2});
+    canvas.renderer.drawTextureScaledLookupInternal(texture.get(), kWhole, {0, 0, 4, 2}, 0, {0, 100},
+                                                    lookup.get());
+    EXPECT_EQ(canvas.bytes(), (std::vector<uint8>{0, 127, 128, 127, 0, 128, 127, 128}));
+}
+
+TEST(RendererSoftware, AWindowIgnoresTintAndAlpha) {
+    Canvas canvas({1, 1});
+    const SmartPointer<Texture> texture = makeTexture(canvas.renderer, RGBA8, {1, 1}, {255, 0, 255, 7});
+    canvas.renderer.pushColor({0, 0, 0, 0.5f});
+    canvas.renderer.drawTextureScaledLookupInternal(texture.get(), kWhole, {0, 0, 1, 1}, 0, {0, 255},
+                                                    nullptr);
+    EXPECT_EQ(canvas.pixel(0, 0), 0xFFFF00FFu);
+}
+
+TEST(RendererSoftware, ALookupMustHaveTwoRowsOfGrey) {
+    Canvas canvas({1, 1});
+    const SmartPointer<Texture> texture = makeTexture(canvas.renderer, L8, {1, 1}, {255});
+    const SmartPointer<Texture> invalid[] = {
+        makeTexture(canvas.renderer, L8, {2, 1}, {1, 2}), makeTexture(canvas.renderer, UInt8, {1, 2}, {1, 2}),
+        canvas.renderer.createGrayscaleRemapTexture({}), canvas.renderer.createTexture()};
+    test::LogCapture log;
+    for (const SmartPointer<Texture>& lookup : invalid) {
+        canvas.renderer.drawTextureScaledLookupInternal(texture.get(), kWhole, {0, 0, 1, 1}, 0, {0, 1},
+                                                        lookup.get());
+        log.expect(3, "invalid lookuptable");
+    }
+    EXPECT_EQ(canvas.shape(), "./");
+}
+
+TEST(RendererSoftware, APaletteColorsTheFrameAndKeepsItsAlpha) {
+    Canvas canvas({3, 1});
+    canvas.renderer.clear({0, 1, 0, 1});
+    const SmartPointer<Texture> palette =
+        makeTexture(canvas.renderer, RGBA8, {3, 1}, {9, 9, 9, 0, 255, 0, 0, 128, 0, 0, 255, 255});
+    const SmartPointer<Texture> texture = makeTexture(canvas.renderer, L8, {3, 1}, {0, 1, 2});
+    canvas.renderer.drawTextureWithPalette(texture.get(), kWhole, {0, 0, 3, 1}, 0, palette.get(), nullptr);
+    EXPECT_EQ(canvas.pixel(0, 0), 0xFF00FF00u);
+    EXPECT_EQ(canvas.pixel(1, 0), 0xFF807F00u);
+    EXPECT_EQ(canvas.pixel(2, 0), 0xFF0000FFu);
+}
+
+TEST(RendererSoftware, IndicesPastTheEndOfThePaletteAreTransparent) {
+    Canvas canvas({2, 1});
+    canvas.renderer.clear({0, 0, 1, 1});
+    const SmartPointer<Texture> palette = makeTexture(canvas.renderer, RGBA8, {1, 1}, {255, 255, 255, 255});
+    const SmartPointer<Texture> texture = makeTexture(canvas.renderer, UInt16, {2, 1}, {1, 0, 0xFF, 0xFF});
+    canvas.renderer.drawTextureWithPalette(texture.get(), kWhole, {0, 0, 2, 1}, 0, palette.get(), nullptr);
+    EXPECT_EQ(canvas.pixel(0, 0), 0xFF0000FFu);
+    EXPECT_EQ(canvas.pixel(1, 0), 0xFF0000FFu);
+}
+
+TEST(RendererSoftware, OverlayWordsOfASecondPlaneAreIndices) {
+    Canvas canvas({1, 1});
+    const SmartPointer<Texture> palette =
+        makeTexture(canvas.renderer, RGBA8, {2, 1}, {0, 0, 0, 0, 255, 255, 0, 255});
+    const SmartPointer<Texture> texture = makeTexture(canvas.renderer, MP_RGB8_O16, {1, 1}, {9, 9, 9, 1, 0});
+    canvas.renderer.drawTextureWithPalette(texture.get(), kWhole, {0, 0, 1, 1}, 0, palette.get(), nullptr);
+    EXPECT_EQ(canvas.pixel(0, 0) & 0xFFFFFF, 0xFFFF00u);
+}
+
+TEST(RendererSoftware, PalettesAndIndicesOfOtherFormatsAreReported) {
+    Canvas canvas({1, 1});
+    const SmartPointer<Texture> indices = makeTexture(canvas.renderer, L8, {1, 1}, {0});
+    const SmartPointer<Texture> palette = makeTexture(canvas.renderer, RGBA8, {1, 1}, {1, 1, 1, 255});
+    const auto draw = [&](Texture* texture, Texture* colors) {
+        canvas.renderer.drawTextureWithPalette(texture, kWhole, {0, 0, 1, 1}, 0, colors, nullptr);
+    };
+    test::LogCapture log;
+    draw(indices.get(), makeNoise(canvas.renderer, L8, {16, 8}, 1).get());
+    log.expect(3, "palette format or size not supported for software overlay, format=201, size=16x8");
+    draw(indices.get(), nullptr);
+    log.expect(3, "palette format or size not supported for software overlay, format=0, size=0x0");
+    draw(makeNoise(canvas.renderer, RGB8, {1, 1}, 1).get(), palette.get());
+    log.expect(3, "texture format not supported for software overlay, format=203");
+    draw(indices.get(), makeNoise(canvas.renderer, L8, {256, 256}, 1).get());
+    EXPECT_TRUE(log.take().empty()) << "a size of 256 by 256 is enough";
+}
+
+TEST(RendererSoftware, AnInnerRendererUsesTheStacksOfTheOuterOne) {
+    Canvas outer({4, 4});
+    RendererSoftware inner(&outer.renderer);
+    const SmartPointer<Image> image = makeObject<Image>(BGRA8, IVec2<int>(4, 4));
+    std::memset(image->getBytePointer(), 0, image->getByteSize());
+    inner.setRenderTarget(image.get());
+    outer.renderer.pushClip({1, 1, 2, 2});
+    outer.renderer.pushColor({1, 0, 0, 1});
+    inner.drawRectInternal({0, 0, 4, 4});
+    EXPECT_EQ(image->getBytePointer(1)[6], 255);
+    EXPECT_EQ(image->getBytePointer(1)[4], 0);
+    EXPECT_EQ(image->getBytePointer(0)[2], 0);
+    EXPECT_EQ(inner.createTexture()->getRenderer(), &outer.renderer);
+}
+
+} // namespace
+} // namespace qel

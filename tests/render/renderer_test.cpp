@@ -1,0 +1,278 @@
+#include <tests/support/log_capture.h>
+#include <tests/support/system_fixture.h>
+
+#include <qel/imaging/pixels/image.h>
+#include <qel/render/alpha_composite.h>
+#include <qel/render/render_timer.h>
+#include <qel/render/renderer_3d.h>
+#include <qel/render/texture_software.h>
+#include <qel/system/core/application.h>
+#include <qel/system/tasks/alarm.h>
+
+#include <cmath>
+#include <memory>
+#include <string>
+
+namespace qel {
+namespace {
+
+using Line = std::pair<IVec2<float>, IVec2<float>>;
+
+/// Notes what the front end asks of a back end.
+class NotingRenderer : public Renderer3D {
+public:
+    void startInternal() override { calls += "start "; }
+    void stopInternal() override { calls += "stop "; }
+    void flushInternal() override { calls += "flush "; }
+    bool isHighPrecisionInternal() override { return false; }
+    void clearInternal(const IVec4<float>&) override { calls += "clear "; }
+    void setViewportInternal(const IVec4<int>& rect) override { viewport = rect; }
+    void drawTextureInternal(Texture*, const Rect&, const Rect&, int, const IVec4<float>*) override {}
+    void drawTextureInternal(Texture*, const Rect&, const Rect&, int) override {}
+    void drawTextureScaledLookupInternal(Texture*, const Rect&, const Rect&, int, const IVec2<float>&,
+                                         Texture*) override {}
+    void drawTextureWithPalette(Texture*, const Rect&, const Rect&, int, Texture*, Texture*) override {}
+    void drawTextActorInternal(TextActor*) override {}
+    void drawRectInternal(const Rect&, const IVec4<float>*) override {}
+    void drawRectInternal(const Rect&) override {}
+    void drawAALineInternal(const IVec2<float>& from, const IVec2<float>& to) override {
+        lines.emplace_back(from, to);
+    }
+    void drawTriangleInternal(const IVec2<float>& a, const IVec2<float>& b, const IVec2<float>& c) override {
+        ++triangles;
+        area += std::fabs((b.x - a.x) * (c.y - a.y) - (c.x - a.x) * (b.y - a.y)) / 2;
+    }
+    Texture* createTextureInternal() override { return new TextureSoftware(this); }
+    IVec2<int> getRenderTargetSize() override { return {100, 50}; }
+    void setDepthTestInternal(bool on) override { calls += on ? "depth " : "flat "; }
+    IVec2<int> getMaximumTextureSize() override { return {1, 1}; }
+    void drawMeshInternal(Mesh*, const Float4x4&) override {}
+    Mesh* createMeshInternal() override { return nullptr; }
+    VolumeTexture* createVolumeTextureInternal() override { return nullptr; }
+    void drawVolumeInternal(VolumeActor*) override {}
+
+    std::string calls;
+    IVec4<int> viewport{-1, -1, -1, -1};
+    Vector<Line> lines;
+    int triangles = 0;
+    float area = 0;
+};
+
+class RendererTest : public test::SystemFixture {
+protected:
+    NotingRenderer renderer;
+};
+
+TEST_F(RendererTest, AFrameStartsWithTheWholeTargetAsClip) {
+    EXPECT_EQ(renderer.getClip(), IVec4<int>());
+    EXPECT_FALSE(renderer.isAllClipped());
+    renderer.start();
+    EXPECT_EQ(renderer.getClip(), IVec4<int>(0, 0, 100, 50));
+    EXPECT_EQ(renderer.viewport, IVec4<int>(0, 0, 100, 50));
+    renderer.pushClip({10, 10, 20, 20});
+    renderer.pause();
+    renderer.resume();
+    EXPECT_EQ(renderer.getClip(), IVec4<int>(10, 10, 20, 20)) << "a pause keeps the clip";
+    renderer.flush();
+    renderer.clear({});
+    renderer.stop();
+    EXPECT_EQ(renderer.calls, "start stop start flush clear stop ");
+}
+
+TEST_F(RendererTest, AClipOutsideTheOneBelowClipsEverything) {
+    renderer.start();
+    renderer.pushClip({10, 10, 20, 20});
+    renderer.pushClip({30, 5, 40, 15});
+    EXPECT_EQ(renderer.getClip(), IVec4<int>(30, 10, 20, 15)) << "the intersection is inverted";
+    EXPECT_TRUE(renderer.isAllClipped());
+    EXPECT_EQ(renderer.viewport, IVec4<int>());
+    renderer.popClip();
+    EXPECT_FALSE(renderer.isAllClipped());
+    EXPECT_EQ(renderer.viewport, IVec4<int>(10, 10, 20, 20));
+}
+
+TEST_F(RendererTest, TheFirstEntryOfEachStackStays) {
+    renderer.popClip();
+    renderer.popColor();
+    EXPECT_EQ(renderer.getColor(), IVec4<float>(1, 1, 1, 1));
+    renderer.start();
+    renderer.pushClip({0, 0, 1, 1});
+    renderer.popClip();
+    renderer.popClip();
+    EXPECT_EQ(renderer.getClip(), IVec4<int>(0, 0, 100, 50));
+}
+
+TEST_F(RendererTest, ColorsMultiply) {
+    renderer.pushColor({1, 1, 1, 0.5f});
+    renderer.pushColor({1, 0.5f, 1, 0.5f});
+    EXPECT_EQ(renderer.getColor(), IVec4<float>(1, 0.5f, 1, 0.25f));
+    renderer.replaceColor({0.5f, 1, 1, 1});
+    EXPECT_EQ(renderer.getColor(), IVec4<float>(0.5f, 1, 1, 0.5f))
+        << "replaces the product with the one below";
+    renderer.popColor();
+    renderer.popColor();
+    renderer.replaceColor({0, 0, 0, 1});
+    EXPECT_EQ(renderer.getColor(), IVec4<float>(0, 0, 0, 1)) << "nothing is below the first colour";
+}
+
+TEST_F(RendererTest, StacksMayBeAThousandDeep) {
+    renderer.start();
+    for (int i = 0; i < 1000; ++i) {
+        renderer.pushClip({i / 100, 0, 100, 50});
+        renderer.pushColor({1, 1, 1, 1});
+    }
+    EXPECT_EQ(renderer.getClip(), IVec4<int>(9, 0, 100, 50));
+    for (int i = 0; i < 2000; ++i) {
+        renderer.popClip();
+        renderer.popColor();
+    }
+    EXPECT_EQ(renderer.getClip(), IVec4<int>(0, 0, 100, 50));
+}
+
+TEST_F(RendererTest, ADashIsCutAtTheEndOfTheLine) {
+    renderer.start();
+    renderer.drawAADashedLineInternal({0, 0}, {12, 0}, {{10, 5}});
+    EXPECT_EQ(renderer.lines, (Vector<Line>{{{0, 0}, {10, 0}}}));
+    renderer.lines.clear();
+    renderer.drawAADashedLineInternal({0, 0}, {0, 10}, {{4, 2}, {1, 1}});
+    EXPECT_EQ(renderer.lines, (Vector<Line>{{{0, 0}, {0, 4}}, {{0, 6}, {0, 7}}, {{0, 8}, {0, 10}}}));
+}
+
+TEST_F(RendererTest, APatternThatDoesNotAdvanceDrawsNothing) {
+    renderer.start();
+    const Vector<Vector<IVec2<float>>> patterns{{}, {{0, 0}}, {{-5, 2}, {NAN, -2}}, {{0, 0}, {INFINITY, 0}}};
+    test::LogCapture log;
+    for (size_t i = 0; i < patterns.size(); ++i) {
+        renderer.drawAADashedLineInternal({0, 0}, {50, 0}, patterns[i]);
+        if (i != 2) log.expect(2, "Cannot draw dashed line without dashes specified");
+    }
+    EXPECT_EQ(renderer.lines.size(), 49u) << "the third pattern advances by gaps of 2 pixels";
+}
+
+TEST_F(RendererTest, DashesOfLongLinesAreDrawnInsideTheClipOnly) {
+    renderer.start();
+    renderer.drawAADashedLineInternal({-1e7f, 20}, {1e7f, 20}, {{10, 10}});
+    EXPECT_GT(renderer.lines.size(), 3u);
+    EXPECT_LT(renderer.lines.size(), 40u);
+    renderer.lines.clear();
+    renderer.drawAADashedLineInternal({-1e7f, 70}, {1e7f, 70}, {{10, 10}});
+    EXPECT_EQ(renderer.lines.size(), 0u);
+    renderer.drawAADashedLineInternal({-1e9f, 20}, {1e9f, 20}, {{10, 10}});
+    EXPECT_LE(renderer.lines.size(), 1u) << "single precision cannot advance by 20 at 1e9";
+    renderer.lines.clear();
+    renderer.drawAADashedLineInternal({0, 0}, {INFINITY, NAN}, {{10, 10}});
+    EXPECT_EQ(renderer.lines.size(), 0u);
+}
+
+TEST_F(RendererTest, APolygonIsCoveredByItsTriangles) {
+    const IVec2<float> star[] = {{50, 0},   {60, 40}, {100, 50}, {60, 60},
+                                 {50, 100}, {40, 60}, {0, 50},   {40, 40}};
+    renderer.drawFilledPolygonInternal(8, star);
+    EXPECT_EQ(renderer.triangles, 6);
+    EXPECT_NEAR(renderer.area, 2000, 1e-3);
+}
+
+TEST_F(RendererTest, APolygonThatIsNoneDrawsNothing) {
+    const IVec2<float> points[] = {{0, 0}, {10, 0}, {NAN, 10}};
+    renderer.drawFilledPolygonInternal(3, points);
+    renderer.drawFilledPolygonInternal(2, points);
+    renderer.drawFilledPolygonInternal(-1, points);
+    renderer.drawFilledPolygonInternal(3, nullptr);
+    renderer.pushColor({1, 1, 1, 0.001f});
+    const IVec2<float> triangle[] = {{0, 0}, {10, 0}, {0, 10}};
+    renderer.drawFilledPolygonInternal(3, triangle);
+    EXPECT_EQ(renderer.triangles, 0);
+}
+
+TEST_F(RendererTest, AGrayscaleTableHoldsTwoRoundings) {
+    const SmartPointer<Texture> texture = renderer.createGrayscaleRemapTexture({0.5f, -1, 2, NAN, 1});
+    const Image& image = static_cast<TextureSoftware*>(texture.get())->getImage();
+    EXPECT_EQ(image.getImageFormat(), L8);
+    EXPECT_EQ(image.getSize(), IVec2<int>(5, 2));
+    const uint8 expected[2][5] = {{127, 0, 255, 0, 255}, {128, 0, 255, 0, 255}};
+    for (int y = 0; y < 2; ++y)
+        for (int x = 0; x < 5; ++x) EXPECT_EQ(image.getBytePointer(y)[x], expected[y][x]) << x << "," << y;
+    EXPECT_EQ(renderer.createGrayscaleRemapTexture({})->getSize(), IVec2<int>(0, 2));
+}
+
+TEST_F(RendererTest, ThePaletteComposesTheColorsOfTheBits) {
+    IVec4<float> colors[16];
+    for (int i = 0; i < 16; ++i) colors[i] = {static_cast<float>(i) / 15, 0.5f, 1, 0.3f};
+    Image palette;
+    Renderer::createOverlay16BitPaletteImage(palette, colors);
+    EXPECT_EQ(palette.getImageFormat(), RGBA8);
+    EXPECT_EQ(palette.getSize(), IVec2<int>(256, 256));
+    for (const unsigned word : {0u, 1u, 0x8000u, 0x1234u, 0xFFFFu}) {
+        IVec4<float> color;
+        for (int bit = 0; bit < 16; ++bit)
+            if ((word >> bit & 1) != 0) color = util::alphaComposite(color, colors[bit]);
+        const uint8* const pixel = palette.getBytePointer() + word * 4;
+        for (int i = 0; i < 4; ++i) EXPECT_EQ(pixel[i], std::lround(color[i] * 255)) << word << ":" << i;
+    }
+}
+
+TEST(AlphaComposite, TheTopCoversTheBottom) {
+    EXPECT_EQ(util::alphaComposite({1, 0, 0, 1}, {0, 1, 0, 1}), IVec4<float>(1, 0, 0, 1));
+    EXPECT_EQ(util::alphaComposite({}, {0, 1, 0, 0.5f}), IVec4<float>(0, 1, 0, 0.5f));
+    EXPECT_EQ(util::alphaComposite({1, 1, 1, 0}, {1, 1, 1, 0}), IVec4<float>());
+}
+
+TEST_F(RendererTest, ThreeDimensionalFramesSwitchTheDepthTest) {
+    renderer.start3D();
+    renderer.stop3D();
+    EXPECT_EQ(renderer.calls, "start depth flat stop ");
+    EXPECT_TRUE(renderer.has3dSupport());
+    EXPECT_EQ(renderer.getViewMatrix(), Float4x4::Identity());
+    EXPECT_EQ(renderer.getCullMode(), 0);
+}
+
+TEST_F(RendererTest, ATimerMeasuresTheTimeBetweenStarts) {
+    const std::unique_ptr<RenderTimer> timer(renderer.createRenderTimer());
+    EXPECT_FALSE(timer->hasStarted());
+    timer->start();
+    EXPECT_EQ(timer->elapsed(), static_cast<double>(clock.steadyNanoseconds() / 1000) / 1000)
+        << "from stamp 0";
+    clock.advanceNs(2'345'678);
+    timer->stop();
+    timer->start();
+    EXPECT_TRUE(timer->hasStarted());
+    EXPECT_EQ(timer->elapsed(), 2.345);
+}
+
+TEST_F(RendererTest, ATextureStatesWhatWasUploaded) {
+    passAfter(100);
+    const SmartPointer<Texture> texture = renderer.createTexture();
+    EXPECT_FALSE(texture->isValid());
+    EXPECT_EQ(texture->getFilter(), Filter::Bilinear);
+    EXPECT_EQ(texture->getRenderer(), &renderer);
+    EXPECT_FALSE(texture->getAlarm()->isScheduled());
+    EXPECT_EQ(texture->getTime(), system().getTimeFast());
+    texture->clearTime();
+    texture->upload(Image(RGB8, {7, 5}), false);
+    EXPECT_TRUE(texture->isValid());
+    EXPECT_EQ(texture->getFormat(), RGB8);
+    EXPECT_EQ(texture->getSize(), IVec2<int>(7, 5));
+    EXPECT_EQ(texture->getTime(), system().getTimeFast());
+    texture->declareExtern(L8, {3, 2});
+    EXPECT_EQ(texture->getSize(), IVec2<int>(3, 2));
+}
+
+TEST_F(RendererTest, ATextureMayOutliveItsRenderer) {
+    auto dying = std::make_unique<NotingRenderer>();
+    const SmartPointer<Texture> texture = dying->createTexture();
+    dying.reset();
+    EXPECT_EQ(texture->getRenderer(), nullptr);
+}
+
+TEST_F(RendererTest, TheApplicationKeepsAWeakPointerToItsRenderer) {
+    Application* const application = system().getApplication();
+    EXPECT_EQ(application->getRenderer(), nullptr);
+    auto dying = std::make_unique<NotingRenderer>();
+    application->setRenderer(dying.get());
+    EXPECT_EQ(application->getRenderer(), dying.get());
+    dying.reset();
+    EXPECT_EQ(application->getRenderer(), nullptr);
+}
+
+} // namespace
+} // namespace qel
