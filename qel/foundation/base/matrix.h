@@ -208,17 +208,17 @@ public:
 } // namespace internal
 
 /// Three rows of three floats. @see internal::SquareMatrix for what vectors and products mean.
-struct Float3x3 : internal::Matrix3<Float3x3, float> {
+struct QEL_API Float3x3 : internal::Matrix3<Float3x3, float> {
     using Matrix3::Matrix3;
 };
 
 /// Three rows of three doubles.
-struct Double3x3 : internal::Matrix3<Double3x3, double> {
+struct QEL_API Double3x3 : internal::Matrix3<Double3x3, double> {
     using Matrix3::Matrix3;
 };
 
 /// Four rows of four floats. The factories compute in double and round once.
-struct Float4x4 : internal::Matrix4<Float4x4, Float3x3, float> {
+struct QEL_API Float4x4 : internal::Matrix4<Float4x4, Float3x3, float> {
     using Matrix4::Matrix4;
 };
 
