@@ -175,6 +175,10 @@ TEST(Packet, HasNoFieldsAfterItWasRefused) {
     EXPECT_EQ(packet->getCount(kCargo.find("list")), 0u);
     EXPECT_EQ(packet->getCargo(), nullptr);
     EXPECT_EQ(toHex(*packet), documentedBytes("packet/cargo"));
+    const SmartPointer<Packet> cut = fromHex("0000FFFFBC020200 00000000050000000000000000 0D000001");
+    EXPECT_FALSE(cut->fit(&kJobs[1]));
+    log.expect(2, "invalid packet received (packet too small, expected size=18, actual size=17)");
+    EXPECT_EQ(cut->getBytes(kJobs[1].find("path")).size, 0u);
 }
 
 TEST(Packet, FindsCountsWhoseSumDoesNotFit32Bits) {
