@@ -1,6 +1,6 @@
 #include <qel/files/default_background_service.h>
 
-#include <qel/files/file_copy_p.h>
+#include <qel/files/file_replace.h>
 #include <qel/files/ini_parser.h>
 #include <qel/system/core/system.h>
 

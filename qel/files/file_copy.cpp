@@ -1,6 +1,7 @@
 #include <qel/files/file_copy_p.h>
 
 #include <qel/files/file.h>
+#include <qel/files/file_replace.h>
 #include <qel/foundation/base/buffer.h>
 #include <qel/foundation/base/write_whole.h>
 #include <qel/foundation/log/message_stream.h>
@@ -99,14 +100,19 @@ FileError copyFileContent(const FilePlace& from, const FilePlace& to, platform::
     return target.putInPlace(&status.modified);
 }
 
-bool replaceFile(SmartCStr path, ConstByteSpan content) {
+FileError tryReplaceFile(SmartCStr path, ConstByteSpan content, uint32 permissions) {
     const FileHandle workingFolder;
     const FilePlace place{workingFolder, path.c_str()};
     UnfinishedFile target(place);
-    FileError error = target.open(0644);
+    FileError error = target.open(permissions);
     if (!error) error = writeWhole(target.file(), content.asText());
     if (!error) error = target.file().sync();
     if (!error) error = target.putInPlace(nullptr);
+    return error;
+}
+
+bool replaceFile(SmartCStr path, ConstByteSpan content) {
+    const FileError error = tryReplaceFile(path, content, 0644);
     if (error) logging::error() << "cant write file '" << path.c_str() << "'" << describe(error);
     return !error;
 }

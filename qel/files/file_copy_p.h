@@ -1,8 +1,7 @@
-// Writes whole files and moves them to their final place atomically.
+// Copies whole files and moves them to their final place atomically.
 #pragma once
 
 #include <qel/files/whole_io_p.h>
-#include <qel/foundation/base/byte_span.h>
 
 namespace qel::internal {
 
@@ -17,11 +16,5 @@ struct FilePlace {
 /// pipe or socket is neither copied nor replaced.
 /// @param links  Links::Keep refuses a link as the source.
 FileError copyFileContent(const FilePlace& from, const FilePlace& to, platform::Links links);
-
-/// Writes a file that everybody may read and its owner may write. The content is on disk before the file is
-/// renamed to its place; whatever fails, an earlier file of that name is unchanged.
-/// @return true on success.
-/// @errors logged.
-bool replaceFile(SmartCStr path, ConstByteSpan content);
 
 } // namespace qel::internal

@@ -2,7 +2,7 @@
 
 #include <qel/files/child_lines_p.h>
 #include <qel/files/directory.h>
-#include <qel/files/file_copy_p.h>
+#include <qel/files/file_replace.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/platform/service_manager.h>
 #include <qel/system/core/system.h>

@@ -226,6 +226,7 @@ std::vector<FaultCase> fileCases() {
         {"FilePacketReader", writePackets, readPackets},
         {"MemoryMap", prepareMapped, writeMapped},
         {"Image::saveTo, PNG", prepareNothing, savePicture<kPng>},
+        {"Image::saveTo, existing", preparePictures, savePicture<kPng>},
         {"Image::saveTo, WebP", prepareNothing, savePicture<kWebP>},
         {"Image::saveTo, BMP", prepareNothing, savePicture<kBmp>},
         {"Image::loadFromFile, PNG", preparePictures, loadPicture<kPng>},

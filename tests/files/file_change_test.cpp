@@ -187,7 +187,9 @@ bool worksWithout(int step, const Change& change, Duration duration) {
     EXPECT_EQ(folder.read("from"), kNew);
     EXPECT_EQ(folder.read("to"), worked ? kNew : kOld)
         << "only closing the source may fail without a log line";
-    if (duration == Duration::Once) EXPECT_EQ(folder.countEntries(), 2) << "an unfinished file is left";
+    if (duration == Duration::Once) {
+        EXPECT_EQ(folder.countEntries(), 2) << "an unfinished file is left";
+    }
     return false;
 }
 

@@ -1,6 +1,7 @@
 #include <qel/imaging/pixels/image.h>
 
 #include <qel/files/file.h>
+#include <qel/files/file_replace.h>
 #include <qel/foundation/base/write_whole.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/platform/file_system.h>
@@ -41,17 +42,34 @@ bool logFailure(const char* path, const FileError& error) {
     return false;
 }
 
-/// Writes a file that is open at its start; one that can't be written whole is emptied and removed.
-bool writeFile(FileHandle& file, const char* path, const Buffer& bytes) {
-    platform::FileStatus status;
-    const bool isFile = !platform::readStatus(status, file) && status.kind == platform::FileKind::File;
+/// Writes what is open at its start. If it can't be written whole, a new file is removed, and the file that a
+/// link names is emptied, so that no partial picture stays.
+bool writeOpen(FileHandle& file, const char* path, bool isNew, const Buffer& bytes) {
     FileError error = writeWhole(file, bytes.getConstByteSpan().asText());
-    if (error && isFile)
-        static_cast<void>(file.setSize(0)); // a link's target stays, so that it must be empty
+    if (error && !isNew) static_cast<void>(file.setSize(0)); // devices and pipes have no size
     if (const FileError closing = file.close(); !error) error = closing;
     if (!error) return true;
-    if (isFile) static_cast<void>(platform::removeFile(path));
+    if (isNew) static_cast<void>(platform::removeFile(path));
     return logFailure(path, error);
+}
+
+/// Replaces a file that the user may write by a new one with the same permissions. A failure leaves it
+/// unchanged.
+bool replaceFile(const char* path, uint32 permissions, const Buffer& bytes) {
+    FileHandle existing;
+    FileError error = platform::openFile(existing, path, OpenMode::Write);
+    if (!error) error = internal::tryReplaceFile(path, bytes.getConstByteSpan(), permissions);
+    return !error || logFailure(path, error);
+}
+
+bool writeFile(const char* path, const Buffer& bytes) {
+    platform::FileStatus status;
+    FileError error = platform::readStatus(status, path, platform::Links::Keep);
+    if (!error && status.kind == platform::FileKind::File) return replaceFile(path, status.mode, bytes);
+    const bool isNew = error == std::errc::no_such_file_or_directory;
+    FileHandle file;
+    error = platform::openFile(file, path, isNew ? OpenMode::CreateNew : OpenMode::CreateOrEmpty);
+    return error ? logFailure(path, error) : writeOpen(file, path, isNew, bytes);
 }
 
 /// Puts a path between the double quotes of a command line, where quotes and backslashes need a backslash.
@@ -84,7 +102,7 @@ public:
         } while (error);
         return true;
     }
-    bool write(const Buffer& bytes) { return writeFile(m_file, m_path.c_str(), bytes); }
+    bool write(const Buffer& bytes) { return writeOpen(m_file, m_path.c_str(), true, bytes); }
     const String& path() const { return m_path; }
 
 private:
@@ -132,11 +150,7 @@ bool Image::saveTo(const char* path, bool forceBmp) const {
         return false;
     }
     Buffer bytes;
-    if (!saveToMemory(bytes, *encoding)) return false;
-    FileHandle file;
-    if (const FileError error = platform::openFile(file, path, OpenMode::CreateOrEmpty))
-        return logFailure(path, error);
-    return writeFile(file, path, bytes);
+    return saveToMemory(bytes, *encoding) && writeFile(path, bytes);
 }
 
 void Image::setImageMagick(const char* convertPath, const char* temporaryDirectory) {

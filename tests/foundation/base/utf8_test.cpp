@@ -239,7 +239,9 @@ TEST(Unicode, CodePage1252AndItsReverseAgree) {
 TEST(Unicode, CaseMappingsAreReversible) {
     for (uint32 codePoint = 0; codePoint < 0x20000; ++codePoint) {
         const uint32 lower = unicode_tolower(codePoint);
-        if (lower != codePoint) ASSERT_EQ(unicode_toupper(lower), codePoint);
+        if (lower != codePoint) {
+            ASSERT_EQ(unicode_toupper(lower), codePoint);
+        }
     }
     EXPECT_EQ(unicode_toupper(0xFFFFFFFF), 0xFFFFFFFFu);
 }

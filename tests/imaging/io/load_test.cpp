@@ -214,7 +214,9 @@ TEST_F(LoadImage, WebPKeepsWhetherItHasAlpha) {
         EXPECT_EQ(image.getImageFormat(), format);
         // The encoder may change the colours of pixels without alpha only.
         EXPECT_EQ(packedBytes(image).size(), packedBytes(sample).size());
-        if (format == RGB8) EXPECT_EQ(packedBytes(image), packedBytes(sample));
+        if (format == RGB8) {
+            EXPECT_EQ(packedBytes(image), packedBytes(sample));
+        }
     }
 }
 

@@ -185,6 +185,7 @@ TEST_F(SaveImage, AFileThatCannotBeOpenedIsReported) {
 TEST_F(SaveImage, NoPartialFileStaysWhenWritingFails) {
     const Image image = noiseImage(RGB8, {64, 64});
     for (int k = 0; k < 16; ++k) {
+        std::filesystem::remove(folder.path("a.png"));
         LogCapture log;
         FaultPlan plan(k, Lasting::SameKind);
         const bool isSaved = image.saveTo(folder.path("a.png").c_str());
@@ -195,10 +196,42 @@ TEST_F(SaveImage, NoPartialFileStaysWhenWritingFails) {
             EXPECT_TRUE(loaded.loadFromFile(folder.path("a.png").c_str())) << k;
         } else {
             EXPECT_TRUE(hasFailed) << k;
-            EXPECT_FALSE(folder.has("a.png") && !folder.read("a.png").empty()) << k;
+            EXPECT_FALSE(folder.has("a.png")) << k;
             EXPECT_FALSE(log.take().empty()) << k;
         }
     }
+}
+
+TEST_F(SaveImage, AFailureLeavesAnExistingFileUnchanged) {
+    const Image image = noiseImage(RGB8, {64, 64});
+    for (int k = 0; k < 16; ++k) {
+        folder.write("a.png", "old");
+        LogCapture log;
+        FaultPlan plan(k, Lasting::SameKind);
+        const bool isSaved = image.saveTo(folder.path("a.png").c_str());
+        plan.stop();
+        log.take();
+        if (!isSaved) {
+            EXPECT_EQ(folder.read("a.png"), "old") << k;
+        }
+    }
+}
+
+TEST_F(SaveImage, AnExistingFileKeepsItsPermissions) {
+    const std::filesystem::perms mine =
+        std::filesystem::perms::owner_read | std::filesystem::perms::owner_write;
+    const std::string path = folder.write("a.png", "old");
+    std::filesystem::permissions(path, mine);
+    EXPECT_TRUE(noiseImage(RGB8, {2, 2}).saveTo(path.c_str()));
+    EXPECT_EQ(std::filesystem::status(path).permissions(), mine);
+}
+
+TEST_F(SaveImage, ALinkStaysALink) {
+    folder.write("target.png", "old");
+    std::filesystem::create_symlink("target.png", folder.path("link.png"));
+    EXPECT_TRUE(noiseImage(RGB8, {2, 2}).saveTo(folder.path("link.png").c_str()));
+    EXPECT_TRUE(std::filesystem::is_symlink(folder.path("link.png")));
+    EXPECT_NE(folder.read("target.png"), "old");
 }
 
 TEST_F(SaveImage, OtherFilesAreWrittenByTheConverter) {

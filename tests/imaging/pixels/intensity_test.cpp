@@ -49,7 +49,9 @@ void expectReductions(const std::vector<Reduced>& table, bool (Image::*optimize)
         Image target(A8, {1, 1});
         EXPECT_EQ((target.*optimize)(source), row.to != UnknownFormat) << row.from;
         EXPECT_EQ(target.getImageFormat(), row.to == UnknownFormat ? A8 : row.to) << row.from;
-        if (row.to != UnknownFormat) EXPECT_EQ(packedBytes(target), row.expected) << row.from;
+        if (row.to != UnknownFormat) {
+            EXPECT_EQ(packedBytes(target), row.expected) << row.from;
+        }
     }
 }
 

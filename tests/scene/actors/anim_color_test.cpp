@@ -133,7 +133,9 @@ TEST_F(AnimColorTest, AFadeReportsTheOpacityAtEachStepAndTheVisibilityOnce) {
     for (int i = 0; i < 30; ++i) {
         passAfter(16);
         const uint32 mask = color.queryGadgetNotificationMask();
-        if (color.isVisible()) EXPECT_EQ(mask, AnimColor::kOpacityChanged) << i;
+        if (color.isVisible()) {
+            EXPECT_EQ(mask, AnimColor::kOpacityChanged) << i;
+        }
         visibilityChanges += (mask & AnimColor::kVisibilityChanged) != 0;
     }
     runFrames(60);
