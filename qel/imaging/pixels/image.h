@@ -233,7 +233,7 @@ public:
     /// in lower case; every other file is written by the program of setImageMagick().
     /// @param forceBmp  writes BMP whatever the path.
     /// @errors logs an error and returns false if the format cannot be saved, or the file cannot be encoded
-    /// or written; no partial file stays, and an existing file stays as it was.
+    /// or written; no partial file stays, and an existing file stays unchanged.
     bool saveTo(const char* path, bool forceBmp = false) const;
     /// Encodes into @p out, as saveTo() does. @errors logs an error, returns false and leaves @p out as it
     /// is.
