@@ -34,7 +34,8 @@ qel::PacketScheme* resultScheme();
 /// Returns the scheme of the failure of a job, sent by the worker.
 /// Fields: "id" GUID; "attempt" int32; "error" String.
 qel::PacketScheme* failureScheme();
-/// Returns the scheme of a heartbeat, sent by the worker when it starts and every kHeartbeatMs from then on.
+/// Returns the scheme of a heartbeat, sent by the worker when it starts and every kHeartbeatMs from then on,
+/// except while its job makes no progress.
 /// A worker that has never sent one is not expected to. It has no fields.
 qel::PacketScheme* heartbeatScheme();
 

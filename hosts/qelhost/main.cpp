@@ -9,6 +9,7 @@
 
 #include <hosts/shared/shipped_path.h>
 #include <hosts/shared/standard_output.h>
+#include <hosts/shared/unhandled_errors.h>
 #include <qel/files/directory.h>
 #include <qel/foundation/log/log_backend.h>
 #include <qel/foundation/log/message_stream.h>
@@ -86,12 +87,14 @@ int run(const Options& options, int argc, char** argv) {
     *arguments = argv[0];
     qel::Object::system()->processCommandLine(count, arguments);
 
-    setUp(options);
-    startPlugins(options);
-    runMainLoop(options.stay);
-    if (options.report) printReport();
-
-    const int status = HostApplication::instance().exitStatus();
+    const int failure = qelhosts::reportingErrors("qelhost", [&options] {
+        setUp(options);
+        startPlugins(options);
+        runMainLoop(options.stay);
+        if (options.report) printReport();
+        return 0;
+    });
+    const int status = failure != 0 ? failure : HostApplication::instance().exitStatus();
     qel::Object::system()->clearApplication();
     qel::System::deinitialize();
     terminal::remove();

@@ -7,6 +7,7 @@
 #include <hosts/shared/shipped_path.h>
 #include <hosts/shared/socket_path.h>
 #include <hosts/shared/standard_output.h>
+#include <hosts/shared/unhandled_errors.h>
 #include <qel/foundation/log/log_backend.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/system/core/application.h>
@@ -48,7 +49,8 @@ int run(const Options& options) {
     qel::LogBackend::registerBackend(true);
     qel::System::initialize([] { return new qel::Application(); });
     qel::System::installInterruptHandler();
-    const int status = serve(completed(options));
+    const int status =
+        qelhosts::reportingErrors("qelserver", [&options] { return serve(completed(options)); });
     qel::Object::system()->clearApplication();
     qel::System::deinitialize();
     qel::LogBackend::unregisterBackend();

@@ -31,16 +31,23 @@ qel::uint64 sizeOf(const qel::String& path, const qeljobs::FileAccess& access) {
 /// The progress of a job, which is reported to the server.
 class JobRunner::Progress {
 public:
-    Progress(const Job& job, const qel::TaskContext& context) : m_job(job), m_context(context) {
+    Progress(const Job& job, const qel::TaskContext& context, StepWatch& steps)
+        : m_job(job), m_context(context), m_steps(steps) {
+        m_steps.step(qel::Object::system()->getTime());
         if (job.access) {
             for (const qel::String& file : job.files) m_total += sizeOf(file, *job.access);
         }
         report();
     }
+    ~Progress() { m_steps.end(); }
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
 
     bool advance(qel::uint64 bytes) {
+        const qel::uint32 now = qel::Object::system()->getTime();
         m_done += bytes;
-        if (qel::Object::system()->getTime() - m_lastReport >= kReportPauseMs) report();
+        m_steps.step(now);
+        if (now - m_lastReport >= kReportPauseMs) report();
         return !isStopping();
     }
     bool isStopping() const { return m_context.isAborting(); }
@@ -57,6 +64,7 @@ private:
 
     const Job& m_job;
     const qel::TaskContext& m_context;
+    StepWatch& m_steps;
     qel::uint64 m_total = 0;
     qel::uint64 m_done = 0;
     qel::uint32 m_lastReport = 0;
@@ -73,12 +81,12 @@ void JobRunner::enqueueJob(qel::Packet& packet) {
     qel::Item::Iterator it = files.getIterator();
     for (qel::String file; it.asString(file);) job.files.push_back(file);
     job.access = qeljobs::FileAccess::fromItem(packet.getItem("access"));
-    auto doJob = [job](qel::TaskContext& context) { run(job, context); };
+    auto doJob = [this, job](qel::TaskContext& context) { run(job, context); };
     m_queue.pushTask(new qel::TaskQueue::LambdaTask<decltype(doJob)>(std::move(doJob)), 0);
 }
 
 void JobRunner::run(const Job& job, const qel::TaskContext& context) {
-    Progress progress(job, context);
+    Progress progress(job, context, m_steps);
     qel::Item result;
     const qel::String error = processFiles(job, progress, result);
     if (progress.isStopping()) return;

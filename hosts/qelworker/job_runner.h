@@ -1,6 +1,8 @@
 // JobRunner: does the jobs that arrive as packets.
 #pragma once
 
+#include "step_watch.h"
+
 #include <hosts/jobs/file_access.h>
 #include <qel/foundation/base/containers.h>
 #include <qel/foundation/base/object.h>
@@ -24,6 +26,8 @@ public:
     void enqueueJob(qel::Packet& packet);
     /// Stops the current job and drops the others. None of them is answered.
     void end() { m_queue.abort(); }
+    /// Returns true if the current job hangs. @param now  value of System::getTime().
+    bool isHanging(qel::uint32 now) const { return m_steps.isHanging(now); }
 
 private:
     /// The content of a Job packet.
@@ -36,10 +40,11 @@ private:
     };
     class Progress;
 
-    static void run(const Job& job, const qel::TaskContext& context);
+    void run(const Job& job, const qel::TaskContext& context);
     static qel::String processFiles(const Job& job, Progress& progress, qel::Item& result);
     static void sendReport(const Job& job, qel::Packet& packet);
 
+    StepWatch m_steps;
     qel::TaskQueue m_queue;
 };
 

@@ -1,11 +1,13 @@
 // qelworker: processes files for a server, which starts it and exchanges packets with it on its standard
-// streams. It stops in order when the server asks for it, at a signal, and when its standard input ends.
+// streams. It stops in order when the server asks for it, at a signal, and when its standard input ends or its
+// standard output is lost.
 #include "job_runner.h"
 #include "options.h"
 
 #include <hosts/jobs/job_packets.h>
 #include <hosts/shared/pacer.h>
 #include <hosts/shared/standard_output.h>
+#include <hosts/shared/unhandled_errors.h>
 #include <qel/foundation/log/log_backend.h>
 #include <qel/packet/std_in_packet_reader.h>
 #include <qel/packet/std_out_packet_writer.h>
@@ -32,11 +34,13 @@ bool handlePackets(qel::StdInPacketReader& reader, qelworker::JobRunner& runner,
     return hasMoved;
 }
 
-/// Sends a heartbeat to the server at the start and every kHeartbeatMs from then on.
+/// Sends a heartbeat to the server at the start and every kHeartbeatMs from then on, except while the job
+/// hangs.
 class Heart {
 public:
-    void beatIfDue(qel::System& system) {
+    void beatIfDue(qel::System& system, const qelworker::JobRunner& runner) {
         const qel::uint32 now = system.getTime();
+        if (runner.isHanging(now)) return;
         if (m_hasBeaten && now - m_last < qeljobs::kHeartbeatMs) return;
         m_hasBeaten = true;
         m_last = now;
@@ -49,7 +53,12 @@ private:
     qel::uint32 m_last = 0;
 };
 
-void serve() {
+/// Returns true if packets can't be sent any more.
+bool isOutputLost() {
+    return static_cast<bool>(qel::standardStreamError(qel::platform::StandardStream::Output));
+}
+
+int serve() {
     qel::System& system = *qel::Object::system();
     qel::StdInPacketReader& reader = *system.getStdInPacketReader();
     reader.disableBlocking();
@@ -58,23 +67,25 @@ void serve() {
     bool isEnding = false;
     Heart heart;
     const auto doWork = [&] {
-        heart.beatIfDue(system);
+        heart.beatIfDue(system, runner);
         return handlePackets(reader, runner, isEnding);
     };
     const auto sleep = [&reader](unsigned milliseconds) { reader.waitForInput(milliseconds); };
-    while (!isEnding && !qel::System::wasInterruptHandlerCalled()) pacer.pass(system, doWork, sleep);
+    while (!isEnding && !isOutputLost() && !qel::System::wasInterruptHandlerCalled())
+        pacer.pass(system, doWork, sleep);
     runner.end();
+    return reader.hasFailed() ? 1 : 0;
 }
 
 int run() {
     qel::LogBackend::registerBackend(false);
     qel::System::initialize([] { return new qel::Application(); });
     qel::System::installInterruptHandler();
-    serve();
+    const int status = qelhosts::reportingErrors("qelworker", &serve);
     qel::Object::system()->clearApplication();
     qel::System::deinitialize();
     qel::LogBackend::unregisterBackend();
-    return qelhosts::statusAfterOutput(0, "qelworker");
+    return qelhosts::statusAfterOutput(status, "qelworker");
 }
 
 } // namespace

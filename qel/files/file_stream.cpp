@@ -27,7 +27,9 @@ int FileStream::read(Buffer& buffer) {
     buffer.resize(kChunkSize);
     m_stream->read(reinterpret_cast<char*>(buffer.getBytePointer()), kChunkSize);
     buffer.resize(static_cast<size_t>(m_stream->gcount()));
-    return m_stream->bad() ? kFailed : kChunk;
+    if (!m_stream->bad()) return kChunk;
+    logging::error() << "file stream can not read: " << m_path;
+    return kFailed;
 }
 
 void FileStream::cancel() {

@@ -2,6 +2,8 @@
 
 #include <qel/foundation/log/message_stream.h>
 #include <qel/platform/console.h>
+#include <qel/platform/system_error.h>
+#include <qel/platform/thread.h>
 
 #include <chrono>
 #include <string_view>
@@ -69,7 +71,7 @@ bool LineInput::tryLine(String& line) {
 }
 
 void LineInput::startThread() {
-    if (!m_thread.joinable()) m_thread = std::thread([this] { runThread(); });
+    if (!m_thread.joinable()) m_thread = platform::startThread([this] { runThread(); });
 }
 
 void LineInput::runThread() {
@@ -119,6 +121,10 @@ bool LineInput::readMore() {
     } while (error == std::errc::resource_unavailable_try_again &&
              !platform::waitUntilReady(m_input, platform::Readiness::Reading));
     m_splitter.append(done);
+    if (error) {
+        logging::error() << "can't read the input: " << platform::errorText(error.value());
+        m_hasFailed = true;
+    }
     return done != 0;
 }
 

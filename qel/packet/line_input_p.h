@@ -6,6 +6,7 @@
 #include <qel/foundation/base/string.h>
 #include <qel/platform/file_system.h>
 
+#include <atomic>
 #include <condition_variable>
 #include <deque>
 #include <thread>
@@ -33,12 +34,15 @@ public:
 
     /// Returns true if the last line was read and no other can follow.
     bool hasEnded();
+    /// Returns true if the input ended because it could not be read, which was logged.
+    bool hasFailed() const { return m_hasFailed; }
     /// Waits for the next line. @return false at the end of the input.
     bool waitForLine(String& line);
     /// Waits until tryLine() finds a line, the input has ended, or @p timeoutMs milliseconds have passed.
     /// Call it only after startThread().
     void waitForChange(unsigned timeoutMs);
     /// Starts the helper thread, which cannot be stopped. A second call has no effect.
+    /// @errors throws std::system_error if the thread can't be started.
     void startThread();
     /// Removes a line that the helper thread has read. @return false if there is none at the moment.
     bool tryLine(String& line);
@@ -53,6 +57,7 @@ private:
     platform::FileHandle m_input;
     LineSplitter m_splitter{{.lineEnd = LineEnd::LineFeedAfterOptionalReturn, .longestLine = kMaxLineSize}};
     bool m_isExhausted = false;
+    std::atomic<bool> m_hasFailed{false};
 
     Mutex m_mutex;
     std::condition_variable m_changed;

@@ -7,6 +7,10 @@ namespace qel {
 
 StdInPacketReader::StdInPacketReader() : m_input(internal::LineInput::standardInput()) {}
 
+bool StdInPacketReader::hasFailed() const {
+    return m_input.hasFailed();
+}
+
 SmartPointer<Packet> StdInPacketReader::read() {
     if (m_input.hasEnded()) m_isAtEnd = true;
     if (m_isAtEnd) return nullptr;
@@ -22,8 +26,9 @@ void StdInPacketReader::waitForInput(unsigned timeoutMs) {
 }
 
 void StdInPacketReader::disableBlocking() {
-    if (!std::exchange(m_isBlocking, false)) return;
+    if (!m_isBlocking) return;
     m_input.startThread();
+    m_isBlocking = false;
 }
 
 } // namespace qel

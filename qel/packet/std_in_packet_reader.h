@@ -25,10 +25,13 @@ public:
 
     /// Returns false once read() has found that no more lines will come.
     bool valid() override { return !m_isAtEnd; }
+    /// Returns true if no more lines will come because the input could not be read. @errors logged.
+    bool hasFailed() const;
     /// Returns the packet in the next line; null if the line holds none, and if there is no line.
     /// @errors a line without a packet is logged.
     SmartPointer<Packet> read() override;
     /// Makes read() return at once if there is no line. This cannot be undone.
+    /// @errors throws std::system_error if the helper thread can't be started; reading then still blocks.
     void disableBlocking();
     /// Waits until read() has something to do or valid() may change, or until @p timeoutMs milliseconds have
     /// passed. Without disableBlocking() it returns at once.

@@ -35,10 +35,14 @@ enum class Operation {
     Connect,    ///< connects to a name
     Send,       ///< sends to a socket
     Receive,    ///< receives from a socket
+    ReadPeer,   ///< queries the user at the other end of a socket
+    ReadAccess, ///< queries the access control list of a file
+    ReadRandom, ///< reads random bytes
+    StartThread ///< starts a thread
 };
 
 /// The number of kinds.
-inline constexpr int kOperationCount = static_cast<int>(Operation::Receive) + 1;
+inline constexpr int kOperationCount = static_cast<int>(Operation::StartThread) + 1;
 
 /// Returns the name of @p operation, such as "ReadFolder".
 /// @threads any thread.

@@ -11,10 +11,10 @@ namespace {
 std::atomic<FaultFunction> g_faults{nullptr};
 
 constexpr std::array<const char*, kOperationCount> kNames{
-    "Open",       "Read",     "Write",    "Sync",    "Close",      "Rename",     "Remove",
-    "SetSize",    "SetMode",  "SetOwner", "SetTime", "ReadStatus", "ReadFolder", "MakeFolder",
-    "MakeLink",   "ReadLink", "Map",      "Lock",    "MakePipe",   "Spawn",      "Wait",
-    "MakeSocket", "Bind",     "Listen",   "Accept",  "Connect",    "Send",       "Receive"};
+    "Open",    "Read",     "Write",    "Sync",       "Close",      "Rename",     "Remove",     "SetSize",
+    "SetMode", "SetOwner", "SetTime",  "ReadStatus", "ReadFolder", "MakeFolder", "MakeLink",   "ReadLink",
+    "Map",     "Lock",     "MakePipe", "Spawn",      "Wait",       "MakeSocket", "Bind",       "Listen",
+    "Accept",  "Connect",  "Send",     "Receive",    "ReadPeer",   "ReadAccess", "ReadRandom", "StartThread"};
 static_assert(kNames.back() != nullptr);
 
 } // namespace

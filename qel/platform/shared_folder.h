@@ -28,6 +28,13 @@ QEL_API FileError readOwnership(FileOwnership& ownership, const FileHandle& file
 /// Creates the file @p name in @p folder for writing; only the process's user has access to it.
 /// @return std::errc::file_exists if the name is taken, even by a link.
 QEL_API FileError createPrivateFile(FileHandle& file, const char* name, const FileHandle& folder);
+/// Creates a file in @p folder that has no name yet; only the process's user may use it. The system removes it
+/// if it is closed before nameFile().
+/// @return an error also if the system or the file system has no such files.
+QEL_API FileError createUnnamedFile(FileHandle& file, const FileHandle& folder);
+/// Gives the file of createUnnamedFile() its name in @p folder and replaces nothing.
+/// @return std::errc::file_exists if the name is taken, even by a link.
+QEL_API FileError nameFile(const FileHandle& file, const char* name, const FileHandle& folder);
 /// Sets the owner and the group of an open file. Only root can assign a file to another user.
 QEL_API FileError setOwnership(const FileHandle& file, std::uint32_t user, std::uint32_t group);
 /// Sets the group of an open file; its owner must be a member of it.

@@ -11,6 +11,7 @@ namespace qel::seams {
 
 /// Is called between the library and the operating system, so that a test can make every operation fail.
 /// Calls that other libraries make themselves (SQLite, the C library's streams) do not pass through it.
+/// Those of the C++ streams that the library opens do, once for each time their buffer is filled or written.
 class QEL_API Faults {
 public:
     virtual ~Faults() = default;

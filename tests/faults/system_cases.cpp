@@ -3,13 +3,20 @@
 #include <qel/files/default_background_service.h>
 #include <qel/files/file_lock.h>
 #include <qel/files/global_mutex.h>
+#include <qel/files/product_package.h>
+#include <qel/files/zip_packager.h>
 #include <qel/platform/crash.h>
 #include <qel/plugins/plugins.h>
 #include <qel/plugins/resource_locator.h>
 #include <qel/process/process.h>
 #include <qel/script/vm.h>
 #include <qel/system/core/system.h>
+#include <tests/process/counting_supervisor.h>
 
+#include <filesystem>
+#include <system_error>
+
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace qel::test {
@@ -61,6 +68,67 @@ Outcome runChild(Folder folder) {
     return outcome;
 }
 
+/// Writes a worker that sends one packet back and ends.
+void prepareWorker(Folder folder) {
+    const std::string worker =
+        folder.write("worker", "#!/bin/sh\nwhile read -r line; do [ $line ] && echo $line && exit; done\n");
+    std::filesystem::permissions(worker, std::filesystem::perms::owner_all);
+}
+
+Outcome superviseWorker(Folder folder) {
+    Supervisor supervisor(folder.path("worker"));
+    constexpr int kMostWorkers = 3;
+    for (int i = 0; i < kMostWorkers && supervisor.received().empty(); ++i) {
+        supervisor.tick(); // starts the worker, which then sends and ends
+        siginfo_t ended;
+        if (supervisor.started > supervisor.quit)
+            waitid(P_PID, static_cast<id_t>(supervisor.workerId), &ended, WEXITED | WNOWAIT);
+        supervisor.tick();
+        System::sleep(2000); // the pause before a worker is started again
+    }
+    supervisor.terminate();
+    return {!supervisor.received().empty()};
+}
+
+Outcome superviseOnAThread(Folder) {
+    Supervisor supervisor("/nowhere");
+    try {
+        supervisor.start();
+    } catch (const std::system_error& error) {
+        return {false, error.what()};
+    }
+    supervisor.terminate();
+    return {true};
+}
+
+/// Writes a script that does the work of an archiver.
+void prepareArchiver(Folder folder) {
+    folder.write("from/file", "text");
+    const std::string tool = folder.write("7z", "#!/bin/sh\ncase $1 in\na) cat ./* >\"$2\";;\n"
+                                                "x) cat \"$2\" >\"${3#-o}/file\";;\nesac\n");
+    std::filesystem::permissions(tool, std::filesystem::perms::owner_all);
+}
+
+Outcome pack(Folder folder) {
+    const auto packager = makeObject<ZipPackager>(folder.path("7z"));
+    if (!packager->packDirectory(folder.path("from"), folder.path("archive"), false)) return {};
+    while (packager->tick()) {
+    }
+    return {packager->success()};
+}
+
+Outcome unpack(Folder folder) {
+    return {ProductPackage(folder.path("from/file"), folder.path("7z")).unpack(folder.path())};
+}
+
+Outcome writeByScript(Folder folder) {
+    qelSq::VM& vm = *Object::system()->getVM();
+    const std::string path = folder.path("from/file");
+    const std::string script = "::result <- string.append_to_file(\"" + path + "\", \"more\")";
+    vm.executeString(script.c_str(), "test");
+    return {vm.getRootTable().get("result").asBool()};
+}
+
 Outcome listProcesses(Folder) {
     return {Process::exists(getpid()) && Process::startTime(getpid()) > 0};
 }
@@ -108,6 +176,11 @@ std::vector<FaultCase> systemCases() {
         {"FileLock", prepareNothing, lockFile, kSilent},
         {"GlobalMutex", prepareNothing, lockMutex, kSilent},
         {"Process, a child's life", prepareNothing, runChild, kVaries | kSilent},
+        {"AsyncSupervisor, a worker's life", prepareWorker, superviseWorker, kVaries | kSilent},
+        {"AsyncSupervisor::start", prepareNothing, superviseOnAThread, kVaries | kSilent},
+        {"ZipPackager", prepareArchiver, pack, kVaries | kSilent | kMayTear},
+        {"ProductPackage::unpack", prepareArchiver, unpack},
+        {"string.append_to_file", prepareArchiver, writeByScript, kSilent | kMayTear},
         {"Process::startTime", prepareNothing, listProcesses, kSilent},
         {"Plugins::executeBootstrapScripts", preparePlugin, startPlugins, kSilent | kLoggedOnly},
         {"Plugins::getPluginHashes", preparePlugin, hashPlugins, kLoggedOnly},

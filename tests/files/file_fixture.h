@@ -1,7 +1,7 @@
 // Fixtures for tests of files.
 #pragma once
 
-#include <tests/files/failing_files.h>
+#include <tests/support/failing_files.h>
 #include <tests/support/log_capture.h>
 #include <tests/support/scratch_folder.h>
 #include <tests/support/system_fixture.h>

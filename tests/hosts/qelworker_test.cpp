@@ -5,6 +5,7 @@
 
 #include <hosts/jobs/file_access.h>
 #include <hosts/jobs/job_packets.h>
+#include <hosts/qelworker/step_watch.h>
 #include <qel/files/file.h>
 #include <qel/process/process_packet_writer.h>
 #include <qel/process/process_protocol.h>
@@ -18,6 +19,20 @@ namespace qel::test {
 namespace {
 
 using namespace testing;
+
+TEST(StepWatchTest, AJobHangsIfAStepTakesTooLong) {
+    constexpr uint32 kStart = 0xFFFF'FF00; // the time overflows during the test
+    constexpr uint32 kEnd = kStart + qelworker::StepWatch::kLongestStepMs;
+    qelworker::StepWatch steps;
+    EXPECT_FALSE(steps.isHanging(kStart)) << "no job runs";
+    steps.step(kStart);
+    EXPECT_FALSE(steps.isHanging(kEnd));
+    EXPECT_TRUE(steps.isHanging(kEnd + 1));
+    steps.step(kEnd + 5);
+    EXPECT_FALSE(steps.isHanging(kEnd + 1)) << "the step was made after the time was read";
+    steps.end();
+    EXPECT_FALSE(steps.isHanging(2 * kEnd));
+}
 
 class WorkerTest : public ProcessFixture {
 protected:

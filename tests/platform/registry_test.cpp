@@ -1,7 +1,7 @@
 #include <qel/platform/registry.h>
 #include <qel/testing/machine.h>
 
-#include <tests/files/failing_files.h>
+#include <tests/support/failing_files.h>
 #include <tests/support/scratch_folder.h>
 
 #include <gtest/gtest.h>

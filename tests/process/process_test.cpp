@@ -1,6 +1,6 @@
 // The life, streams and lines of children, which are shell scripts.
-#include <tests/files/failing_files.h>
 #include <tests/process/process_fixture.h>
+#include <tests/support/failing_files.h>
 
 #include <gmock/gmock.h>
 

@@ -43,6 +43,12 @@ std::array<int, 2> errorsOf(Operation operation) {
         return {EMFILE, ENFILE};
     case Operation::Spawn:
         return {EAGAIN, ENOMEM};
+    case Operation::StartThread:
+        return {EAGAIN, EAGAIN};
+    case Operation::ReadPeer:
+        return {ENOBUFS, ENOTCONN};
+    case Operation::ReadRandom:
+        return {ENOSYS, ENOSYS};
     case Operation::Send:
     case Operation::Receive:
         return {ECONNRESET, EPIPE};

@@ -1,6 +1,7 @@
 #include <qel/platform/linux/crash_modules_p.h>
 #include <qel/platform/linux/crash_stack_p.h>
 #include <qel/platform/linux/mapped_window_p.h>
+#include <qel/platform/seams_p.h>
 
 #include <array>
 #include <atomic>
@@ -106,12 +107,15 @@ bool claimCrash() {
     return false;
 }
 
+int openDump() {
+    if (forcedFault(Operation::Open)) return -1;
+    return open(g_path.data(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+}
+
 void onFatalSignal(int number, siginfo_t* info, void* context) {
     if (number == SIGBUS && mendMappedWindow(*info)) return;
     const bool isForkedChild = getpid() != g_process; // the dump belongs to the parent
-    const int file = isForkedChild || !claimCrash()
-                         ? -1
-                         : open(g_path.data(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    const int file = isForkedChild || !claimCrash() ? -1 : openDump();
     if (file >= 0) {
         CrashWriter out(file);
         writeDump(out, number, *info, context);

@@ -1,5 +1,7 @@
 #include <qel/platform/crash.h>
 
+#include <qel/platform/seams_p.h>
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -57,7 +59,9 @@ CrashWriter& CrashWriter::hex(std::uint64_t value) {
 
 void CrashWriter::flush() {
     for (std::size_t at = 0; at < m_size;) {
-        const ssize_t count = write(m_descriptor, m_buffer + at, m_size - at);
+        std::size_t size = m_size - at;
+        if (forcedFault(Operation::Write, size)) break;
+        const ssize_t count = write(m_descriptor, m_buffer + at, size);
         if (count < 0 && errno == EINTR) continue;
         if (count <= 0) break;
         at += static_cast<std::size_t>(count);

@@ -47,6 +47,36 @@ int flagsOf(std::ios_base::openmode mode) {
     return -1;
 }
 
+/// The buffer of a standard stream; tests can make its transfers fail.
+class DescriptorBuffer : public __gnu_cxx::stdio_filebuf<char> {
+public:
+    using stdio_filebuf::stdio_filebuf;
+
+protected:
+    int_type underflow() override {
+        checkReading();
+        return stdio_filebuf::underflow();
+    }
+    std::streamsize xsgetn(char* data, std::streamsize size) override {
+        if (size > egptr() - gptr()) checkReading();
+        return stdio_filebuf::xsgetn(data, size);
+    }
+    int_type overflow(int_type next) override {
+        return forcedFault(Operation::Write) ? traits_type::eof() : stdio_filebuf::overflow(next);
+    }
+    std::streamsize xsputn(const char* data, std::streamsize size) override {
+        if (size > epptr() - pptr() && forcedFault(Operation::Write)) return 0;
+        return stdio_filebuf::xsputn(data, size);
+    }
+
+private:
+    /// Fails as the base does.
+    static void checkReading() {
+        if (const FileError forced = forcedFault(Operation::Read))
+            throw std::ios_base::failure("error reading the file", forced);
+    }
+};
+
 // Children would inherit the descriptor of a std::fstream, so this class uses a descriptor of its own.
 class DescriptorStream : public std::iostream {
 public:
@@ -55,7 +85,7 @@ public:
     }
 
 private:
-    __gnu_cxx::stdio_filebuf<char> m_buffer;
+    DescriptorBuffer m_buffer;
 };
 
 } // namespace

@@ -51,18 +51,21 @@ FileError bindWithMode(const FileHandle& socket, const sockaddr_un& address, std
     return setMode(address.sun_path, mode);
 }
 
+FileError readOption(const FileHandle& socket, int option, void* data, socklen_t& size) {
+    return perform(Operation::ReadPeer,
+                   [&] { return ::getsockopt(socket.id(), SOL_SOCKET, option, data, &size); });
+}
+
 FileError readPeer(PeerIdentity& peer, const FileHandle& socket) {
     ucred credentials{};
     socklen_t size = sizeof(credentials);
-    if (::getsockopt(socket.id(), SOL_SOCKET, SO_PEERCRED, &credentials, &size) != 0) return lastFileError();
+    if (const FileError error = readOption(socket, SO_PEERCRED, &credentials, size)) return error;
     peer.user = credentials.uid;
     peer.group = credentials.gid;
     peer.moreGroups.resize(64);
     for (;;) {
         size = static_cast<socklen_t>(peer.moreGroups.size() * sizeof(gid_t));
-        const int result =
-            ::getsockopt(socket.id(), SOL_SOCKET, SO_PEERGROUPS, peer.moreGroups.data(), &size);
-        const FileError error = result == 0 ? FileError() : lastFileError();
+        const FileError error = readOption(socket, SO_PEERGROUPS, peer.moreGroups.data(), size);
         peer.moreGroups.resize(error && error.value() != ERANGE ? 0 : size / sizeof(gid_t));
         if (error.value() != ERANGE) return {}; // without the list, the peer has only one group
     }

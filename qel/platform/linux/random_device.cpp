@@ -1,9 +1,8 @@
 #include <qel/platform/random_device.h>
 
-#include <qel/platform/seams_p.h>
+#include <qel/platform/linux/file_system_p.h>
 
 #include <atomic>
-#include <cerrno>
 
 #include <sys/random.h>
 
@@ -13,9 +12,11 @@ namespace {
 
 bool fillFromKernel(std::span<std::byte> bytes) {
     while (!bytes.empty()) {
-        const ssize_t count = getrandom(bytes.data(), bytes.size(), 0);
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) return false;
+        ssize_t count = 0;
+        std::size_t size = bytes.size();
+        const FileError error =
+            perform(Operation::ReadRandom, size, [&] { return count = getrandom(bytes.data(), size, 0); });
+        if (error) return false;
         bytes = bytes.subspan(static_cast<std::size_t>(count));
     }
     return true;

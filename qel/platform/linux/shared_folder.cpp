@@ -3,9 +3,11 @@
 #include <qel/platform/linux/file_system_p.h>
 
 #include <cstdio>
+#include <string>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
+#include <utility>
 
 namespace qel::platform {
 
@@ -23,14 +25,24 @@ FileError openById(FileHandle& file, const char* path, int flags, const FileHand
     return error;
 }
 
-/// Queries only the size of the list. This does not work for a handle from openBaseFolder(), but it does for
-/// a folder opened for reading.
+/// Asks for the size of the list only.
+FileError readAccessList(const FileHandle& file) {
+    return perform(Operation::ReadAccess, [&] { return ::fgetxattr(file.id(), kAccessList, nullptr, 0); });
+}
+
+/// A handle from openBaseFolder() does not return the list; the folder has to be opened for reading. If the
+/// system does not say whether there is a list, it has to be expected.
 bool hasAccessList(const FileHandle& file) {
-    if (::fgetxattr(file.id(), kAccessList, nullptr, 0) >= 0) return true;
-    if (errno == ENODATA || errno == ENOTSUP) return false;
     FileHandle readable;
-    if (errno != EBADF || openById(readable, ".", O_RDONLY | O_DIRECTORY, file)) return true;
-    return ::fgetxattr(readable.id(), kAccessList, nullptr, 0) >= 0 || (errno != ENODATA && errno != ENOTSUP);
+    FileError error = readAccessList(file);
+    if (error == std::errc::bad_file_descriptor && !openById(readable, ".", O_RDONLY | O_DIRECTORY, file))
+        error = readAccessList(readable);
+    return error != std::errc::no_message_available && error != std::errc::not_supported;
+}
+
+/// Returns the name that the system itself has for an open file. It exists only where /proc is mounted.
+std::string nameOfHandle(const FileHandle& file) {
+    return "/proc/self/fd/" + std::to_string(file.id());
 }
 
 /// For file systems that cannot rename without replacing.
@@ -59,6 +71,21 @@ FileError readOwnership(FileOwnership& ownership, const FileHandle& file) {
 
 FileError createPrivateFile(FileHandle& file, const char* name, const FileHandle& folder) {
     return openById(file, name, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, folder);
+}
+
+FileError createUnnamedFile(FileHandle& file, const FileHandle& folder) {
+    FileHandle created;
+    if (const FileError error = openById(created, ".", O_WRONLY | O_TMPFILE, folder)) return error;
+    FileStatus status;
+    if (const FileError error = readStatus(status, nameOfHandle(created).c_str())) return error;
+    file = std::move(created);
+    return {};
+}
+
+FileError nameFile(const FileHandle& file, const char* name, const FileHandle& folder) {
+    return perform(Operation::MakeLink, [&] {
+        return ::linkat(AT_FDCWD, nameOfHandle(file).c_str(), baseId(folder), name, AT_SYMLINK_FOLLOW);
+    });
 }
 
 FileError setOwnership(const FileHandle& file, std::uint32_t user, std::uint32_t group) {

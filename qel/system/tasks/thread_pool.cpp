@@ -2,13 +2,14 @@
 
 #include <qel/platform/cpu.h>
 #include <qel/platform/crash.h>
+#include <qel/platform/thread.h>
 #include <qel/system/core/system.h>
 #include <qel/system/tasks/brief_lock_p.h>
 #include <qel/system/tasks/task_queue.h>
 
 #include <algorithm>
+#include <exception>
 #include <system_error>
-#include <thread>
 #include <utility>
 
 namespace qel {
@@ -36,7 +37,15 @@ ThreadPool::~ThreadPool() {
 }
 
 void ThreadPool::pushQueue(unsigned units, TaskQueue* queue, bool highPriority) {
-    for (uint32 starts = enqueue(units, queue, highPriority); starts != 0; --starts) startWorker();
+    std::exception_ptr failure; // reported at the end, because enqueue() has counted all the workers
+    for (uint32 starts = enqueue(units, queue, highPriority); starts != 0; --starts) {
+        try {
+            startWorker();
+        } catch (const std::system_error&) {
+            failure = std::current_exception();
+        }
+    }
+    if (failure) std::rethrow_exception(failure);
 }
 
 /// Like pushQueue, but ignores that a thread cannot be started, since the caller itself works on.
@@ -76,9 +85,8 @@ unsigned ThreadPool::withdrawQueue(TaskQueue* queue, bool highPriority) {
 
 void ThreadPool::startWorker() {
     try {
-        std::thread([this] {
-            const platform::CrashStack
-                crashStack; // without it a stack overflow on this thread would leave no dump
+        platform::startThread([this] {
+            const platform::CrashStack crashStack; // so that an overflow of the stack leaves a dump
             work();
         }).detach();
     } catch (const std::system_error&) {
@@ -102,9 +110,15 @@ void ThreadPool::processEvents() {
     if (now - m_lastSweepTime < kSweepPeriodMs) return;
     m_lastSweepTime = now;
     BriefLock lock(m_mutex);
-    if (m_idleThreads <= m_idleLimit) return;
-    m_wakes = m_asleep;
-    m_wake.notify_all();
+    if (m_idleThreads > m_idleLimit) {
+        m_wakes = m_asleep;
+        m_wake.notify_all();
+    }
+    const bool lacksWorker = m_threads == 0 && m_pendingUnits != 0; // none could be started before
+    if (!lacksWorker) return;
+    ++m_threads;
+    lock.unlock();
+    tryStartWorker();
 }
 
 unsigned ThreadPool::getNumberOfThreads() const {

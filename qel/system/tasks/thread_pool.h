@@ -44,8 +44,9 @@ public:
     /// Starts a worker that the caller has already counted.
     /// @errors throws std::system_error; the worker is then no longer counted.
     void startWorker();
-    /// Wakes the idle workers above the limit, every 3000 ms or more, so that those that have been idle for
-    /// too long can end. @threads main thread.
+    /// Every 3000 ms or more, wakes the idle workers above the limit, so that those that have been idle for
+    /// too long can end, and starts a worker if runs are scheduled and no worker could be started for them.
+    /// @threads main thread.
     void processEvents();
 
     /// Returns the current number of worker threads. @threads any thread.

@@ -4,6 +4,7 @@
 #include <qel/system/report/version.h>
 
 #include <tests/support/environment.h>
+#include <tests/support/failing_files.h>
 #include <tests/support/log_capture.h>
 #include <tests/support/scratch_folder.h>
 #include <tests/support/source_dir.h>
@@ -58,7 +59,7 @@ protected:
         platform::removeCrashHandler();
         SystemFixture::TearDown();
     }
-    /// Runs @p crash in a child process with the handler registered. @return the dump.
+    /// Runs @p crash in a child process with the handler registered. @return the dump; empty if there is none.
     template <typename Crash>
     std::string dumpOf(int signal, const Crash& crash) {
         EXPECT_EXIT(
@@ -71,7 +72,7 @@ protected:
             testing::KilledBySignal(signal), "");
         for (const auto& entry : std::filesystem::directory_iterator(m_folder.path("dumps")))
             if (entry.path().extension() == ".dmp") m_name = entry.path().filename().string();
-        return m_folder.read("dumps/" + m_name);
+        return m_name.empty() ? "" : m_folder.read("dumps/" + m_name);
     }
     /// Returns the last dump, with the names of functions and source lines added.
     std::string namedDump() {
@@ -98,6 +99,26 @@ TEST_F(CrashDumpDeathTest, ReportsSignalBuildModulesAndLogLines) {
          {"\nsignal: 11 SIGSEGV code 1 address 0x40\n", "\nregisters:\n", "\nstack:\n  #0 /",
           "\nmodules:\n  0x", "libqelCore.so", "\nlog:\n", "the last words\n"})
         EXPECT_THAT(dump, HasSubstr(part));
+}
+
+TEST_F(CrashDumpDeathTest, ThatCannotBeWrittenChangesNothingAboutTheEnd) {
+    for (const auto operation : {platform::Operation::Open, platform::Operation::Write}) {
+        const std::string dump = dumpOf(SIGSEGV, [operation] {
+            const test::FailingFiles failing(operation, std::errc::no_space_on_device);
+            writeWhereNothingIs();
+        });
+        EXPECT_EQ(dump, "") << platform::operationName(operation);
+    }
+}
+
+TEST_F(CrashDumpDeathTest, IsWholeIfTheSystemWritesItInPieces) {
+    const std::string dump = dumpOf(SIGSEGV, [] {
+        test::FailingFiles inBytes(-1, std::errc::io_error);
+        inBytes.makeShort();
+        logging::info() << "the last words";
+        writeWhereNothingIs();
+    });
+    EXPECT_THAT(dump, HasSubstr("the last words\n"));
 }
 
 TEST_F(CrashDumpDeathTest, NamesTheCrashingFunctionAndItsCallersInOrder) {

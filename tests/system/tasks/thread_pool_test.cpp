@@ -1,6 +1,7 @@
 #include <qel/system/tasks/parallel.h>
 #include <qel/system/tasks/thread_pool.h>
 
+#include "../../support/failing_files.h"
 #include "../../support/system_fixture.h"
 #include "../../support/threads.h"
 #include "gate.h"
@@ -8,6 +9,7 @@
 #include <atomic>
 #include <functional>
 #include <string>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -57,6 +59,20 @@ TEST_F(ThreadPoolTest, StartsThreadsUpToTheLimitBesidesThoseBlockedInIO) {
     test::push(computing, 100, [this] { gate.pass(); });
     gate.waitForArrivals(10 + limit());
     EXPECT_EQ(pool().getNumberOfThreads(), 10 + limit());
+    gate.open();
+}
+
+TEST_F(ThreadPoolTest, ASweepStartsAWorkerThatCouldNotBeStartedBefore) {
+    TaskQueue queue(TaskQueue::kParallel);
+    {
+        const test::FailingFiles noThreads(platform::Operation::StartThread,
+                                           std::errc::resource_unavailable_try_again);
+        EXPECT_THROW(test::push(queue, 2, [this] { gate.pass(); }), std::system_error);
+        EXPECT_EQ(pool().getNumberOfThreads(), 0);
+    }
+    sweepAfter(3'000);
+    gate.waitForArrivals(1);
+    EXPECT_EQ(pool().getNumberOfThreads(), 1);
     gate.open();
 }
 

@@ -1,4 +1,4 @@
-// File operations that fail on request.
+// Operations of the operating system that fail on request.
 #pragma once
 
 #include <qel/platform/file_system.h>
@@ -9,7 +9,7 @@
 
 namespace qel::test {
 
-/// While it exists, makes one file operation fail, once or from then on, and counts the operations before.
+/// While it exists, makes one operation fail, once or from then on, and counts the operations before.
 class FailingFiles : public seams::Faults {
 public:
     enum class Duration { Once, ForGood };
