@@ -5,6 +5,7 @@
 #include "json_rpc_connection.h"
 
 #include <qel/foundation/log/message_stream.h>
+#include <qel/platform/clock.h>
 #include <qel/platform/system_error.h>
 #include <qel/system/core/clock.h>
 
@@ -21,6 +22,7 @@ using namespace qel::platform;
 constexpr std::uint32_t kForOwner = 0600;
 constexpr std::uint32_t kForAll = 0666;
 constexpr int kAcceptedPerPass = 16;
+constexpr std::uint32_t kRetryMs = 50; // the pause while the system can't wait for sockets
 
 qel::int64 nowMs() {
     return qel::Clock::current().steadyNanoseconds() / 1'000'000;
@@ -108,6 +110,7 @@ void JsonRpcServer::wait(int timeoutMs) {
     const bool hasWork = std::any_of(m_connections.begin(), m_connections.end(),
                                      [this](const auto& peer) { return peer->hasCall(m_draining); });
     watch(hasWork ? 0 : timeoutMs);
+    if (m_waitError && !hasWork) sleepMilliseconds(std::min(static_cast<std::uint32_t>(timeoutMs), kRetryMs));
 }
 
 void JsonRpcServer::adopt(FileHandle socket, PeerIdentity peer) {
@@ -156,7 +159,8 @@ void JsonRpcServer::acceptConnections() {
         FileHandle socket;
         PeerIdentity peer;
         const FileError error = acceptLocally(socket, peer, m_listener);
-        m_isShortOfSockets = error && error != std::errc::resource_unavailable_try_again;
+        const bool isNobodyThere = error == std::errc::resource_unavailable_try_again;
+        noteError(m_acceptError, isNobodyThere ? FileError() : error, "can't accept a connection");
         if (error) return;
         adopt(std::move(socket), std::move(peer));
     }
@@ -164,17 +168,22 @@ void JsonRpcServer::acceptConnections() {
 
 /// Waits for the connections, whose results come first and in their order, and for the listener unless
 /// waiting connections can't be accepted at present.
-std::vector<SocketWatch> JsonRpcServer::watch(int timeoutMs) const {
+std::vector<SocketWatch> JsonRpcServer::watch(int timeoutMs) {
     std::vector<SocketWatch> watched;
     for (const auto& connection : m_connections) {
         const bool hasSocket = connection->socket() != nullptr;
         const bool wantsInput = hasSocket && !m_draining && connection->wantsInput();
         watched.push_back({connection->socket(), wantsInput, hasSocket && connection->hasOutput()});
     }
-    if (m_listener.isOpen() && !m_draining && !m_isShortOfSockets)
-        watched.push_back({&m_listener, true, false});
-    waitForSockets(watched, timeoutMs);
+    if (m_listener.isOpen() && !m_draining && !m_acceptError) watched.push_back({&m_listener, true, false});
+    noteError(m_waitError, waitForSockets(watched, timeoutMs), "can't wait for the sockets");
     return watched;
+}
+
+/// Replaces the error that an operation had last. One that lasts is logged once.
+void JsonRpcServer::noteError(FileError& last, const FileError& error, const char* what) {
+    if (error && !last) qel::logging::error() << what << ": " << errorText(error.value());
+    last = error;
 }
 
 void JsonRpcServer::receiveBytes() {
@@ -182,7 +191,7 @@ void JsonRpcServer::receiveBytes() {
     const std::vector<SocketWatch> watched = watch(0);
     const qel::int64 now = nowMs();
     for (std::size_t i = 0; i < m_connections.size(); ++i) {
-        if (!watched[i].socket || watched[i].canReceive) m_connections[i]->receive(now);
+        if (m_waitError || !watched[i].socket || watched[i].canReceive) m_connections[i]->receive(now);
     }
 }
 

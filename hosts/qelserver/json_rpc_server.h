@@ -63,7 +63,8 @@ public:
     void receiveCalls();
     /// Sends the replies to finished calls.
     void sendReplies();
-    /// Blocks until poll() has something to do, or @p timeoutMs have passed.
+    /// Blocks until poll() has something to do, or @p timeoutMs have passed. If the system can't wait for the
+    /// sockets, it sleeps for up to 50 ms, and poll() then tries all sockets. @errors logged once.
     void wait(int timeoutMs);
     /// Serves a connection that was created elsewhere. A peer without any right or beyond the limits receives
     /// an error and is disconnected. When the number of connections is at its limit, a peer of the server's
@@ -89,7 +90,9 @@ private:
     bool hasRoomFor(const qel::platform::PeerIdentity& peer) const;
     void dropLongestIdle();
     void turnAway(JsonRpcConnection& connection, JsonRpcError error);
-    std::vector<qel::platform::SocketWatch> watch(int timeoutMs) const;
+    std::vector<qel::platform::SocketWatch> watch(int timeoutMs);
+    static void noteError(qel::platform::FileError& last, const qel::platform::FileError& error,
+                          const char* what);
     void receiveBytes();
     void runCalls();
     void run(JsonRpcCall& call);
@@ -103,8 +106,9 @@ private:
     qel::Vector<qel::SmartPointer<JsonRpcConnection>> m_connections;
     qel::SmartPointer<FinishedCalls> m_finished;
     JsonRpcCall* m_runningCall = nullptr;
-    std::size_t m_turn = 0;          // index of the connection whose turn it was last
-    bool m_isShortOfSockets = false; // true while waiting connections can't be accepted
+    std::size_t m_turn = 0;                 // index of the connection whose turn it was last
+    qel::platform::FileError m_acceptError; // set while waiting connections can't be accepted
+    qel::platform::FileError m_waitError;   // set while the system can't wait for the sockets
     bool m_draining = false;
     qel::uint64 m_callCount = 0;
     qel::uint64 m_refusalCount = 0;

@@ -1,10 +1,12 @@
 #include "../../hosts/qelserver/json_rpc_server.h"
+#include "../support/failing_files.h"
 #include "../support/log_capture.h"
 #include "../support/scratch_folder.h"
 #include "../support/system_fixture.h"
 
 #include <qel/platform/shared_folder.h>
 #include <qel/rpc/rpc_context.h>
+#include <qel/testing/machine.h>
 
 #include <filesystem>
 #include <functional>
@@ -529,6 +531,51 @@ TEST_F(JsonRpcTest, AServerAnswersOnItsSocketUntilItDrains) {
     EXPECT_EQ(peer.receive(), "");
     first.stop();
     EXPECT_FALSE(folder.has("socket"));
+}
+
+uint32 g_sleptMs = 0;
+
+/// Makes the machine's wait return at once, and adds up what it was asked for.
+class CountedSleep {
+public:
+    CountedSleep() {
+        g_sleptMs = 0;
+        seams::replaceSleep([](std::uint32_t ms) { g_sleptMs += ms; });
+    }
+    ~CountedSleep() { seams::replaceSleep(nullptr); }
+};
+
+TEST_F(JsonRpcTest, AServerThatCannotWaitPausesAndStillAnswers) {
+    LogCapture log;
+    Peer peer = connect();
+    const CountedSleep sleep;
+    const test::FailingFiles failing(platform::Operation::Wait, std::errc::not_enough_memory);
+    for (const int timeoutMs : {20, 1000, -1}) server->wait(timeoutMs);
+    EXPECT_EQ(g_sleptMs, 20 + 50 + 50);
+    EXPECT_EQ(exchange(peer, call("echo")), kDone);
+    log.expect(3, "can't wait for the sockets: Cannot allocate memory");
+}
+
+TEST_F(JsonRpcTest, AConnectionThatCannotBeAcceptedIsLoggedOnce) {
+    using platform::Operation;
+    const test::ScratchFolder folder;
+    const std::string path = folder.path("socket");
+    JsonRpcServer listening(path, {});
+    ASSERT_TRUE(listening.start());
+    for (const Operation operation : {Operation::Accept, Operation::ReadPeer}) {
+        LogCapture log;
+        Peer peer;
+        ASSERT_FALSE(platform::connectLocally(peer.socket, path.c_str()));
+        {
+            const test::FailingFiles failing(operation, std::errc::too_many_files_open);
+            listening.poll();
+            listening.poll();
+        }
+        log.expect(3, "can't accept a connection: Too many open files");
+        listening.poll();
+        EXPECT_EQ(listening.getConnectionCount(), operation == Operation::Accept ? 1u : 0u)
+            << "a peer waits, but one whose user is unknown is disconnected";
+    }
 }
 
 } // namespace
