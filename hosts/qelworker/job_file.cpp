@@ -163,13 +163,19 @@ qel::String JobFile::createBeside(const char* extension, const qel::Buffer& cont
     return problem;
 }
 
+/// Writes the output under a name that nobody can foresee. Where the file system allows it, the file has no
+/// name until it is complete, so that a killed worker leaves nothing.
 FileError JobFile::writeUnfinished(const std::string& name, const qel::Buffer& content) const {
     FileHandle file;
-    if (const FileError error = createPrivateFile(file, name.c_str(), m_folder)) return error;
-    if (const FileError error = qel::writeWhole(file, content.getConstByteSpan().asText())) return error;
-    if (const FileError error = copyPermissions(file)) return error;
-    if (const FileError error = file.sync()) return error;
-    return file.close();
+    const bool isUnnamed = !createUnnamedFile(file, m_folder);
+    FileError error;
+    if (!isUnnamed) error = createPrivateFile(file, name.c_str(), m_folder);
+    if (!error) error = qel::writeWhole(file, content.getConstByteSpan().asText());
+    if (!error) error = copyPermissions(file);
+    if (!error) error = file.sync();
+    if (!error && isUnnamed) error = nameFile(file, name.c_str(), m_folder);
+    const FileError closed = file.close();
+    return error ? error : closed;
 }
 
 /// Grants nobody more than they have at the source: if the group of the source can't be kept, the group and

@@ -1,17 +1,42 @@
 // Which files jobs of another user can read and write.
 #include "../../hosts/qelworker/job_file.h"
+#include "../support/failing_files.h"
 #include "../support/scratch_folder.h"
+
+#include <qel/platform/shared_folder.h>
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <functional>
 
 namespace {
 
 using namespace qel;
 using qeljobs::FileAccess;
 using qelworker::JobFile;
+
+/// Notes which names exist whenever a file is synced.
+class SyncWatch : public seams::Faults {
+public:
+    explicit SyncWatch(std::function<std::vector<std::string>()> names) : m_names(std::move(names)) {
+        seams::setFaults(this);
+    }
+    ~SyncWatch() override { seams::setFaults(nullptr); }
+    std::error_code before(platform::Operation operation, std::size_t&) override {
+        if (operation != platform::Operation::Sync || isSynced) return {};
+        isSynced = true;
+        seen = m_names();
+        return {};
+    }
+
+    std::vector<std::string> seen;
+    bool isSynced = false;
+
+private:
+    const std::function<std::vector<std::string>()> m_names;
+};
 
 class JobFileTest : public testing::Test {
 protected:
@@ -128,6 +153,28 @@ TEST_F(JobFileTest, AnOutputHasTheModeOfItsSource) {
     EXPECT_EQ(compress("frame"), "");
     EXPECT_EQ(folder.read("granted/slice.zst"), "frame");
     EXPECT_EQ(modeOf("granted/slice.zst"), 0604u);
+    EXPECT_TRUE(leftovers().empty());
+}
+
+TEST_F(JobFileTest, AnOutputHasNoNameWhileItIsWritten) {
+    platform::FileHandle granted, unnamed;
+    ASSERT_FALSE(platform::openBaseFolder(granted, folder.path("granted").c_str()));
+    if (platform::createUnnamedFile(unnamed, granted)) GTEST_SKIP() << "the file system has no such files";
+    SyncWatch watch([this] { return leftovers(); });
+    EXPECT_EQ(compress("frame"), "");
+    EXPECT_EQ(watch.seen, std::vector<std::string>()) << "a killed worker would leave it behind";
+    EXPECT_TRUE(watch.isSynced);
+}
+
+TEST_F(JobFileTest, AnOutputIsWrittenOnAFileSystemWithoutUnnamedFiles) {
+    JobFile file;
+    ASSERT_EQ(std::string(file.open(slice, peer)), "");
+    // The first file opened is the folder, whose access list is read.
+    const test::FailingFiles none(1, std::errc::operation_not_supported, test::FailingFiles::Duration::Once,
+                                  platform::Operation::Open);
+    const uint8 bytes[] = {'f'};
+    EXPECT_EQ(std::string(file.createBeside(".zst", Buffer(bytes, 1))), "");
+    EXPECT_EQ(folder.read("granted/slice.zst"), "f");
     EXPECT_TRUE(leftovers().empty());
 }
 
