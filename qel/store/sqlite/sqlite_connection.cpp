@@ -48,6 +48,16 @@ String faultOfHead(const std::array<uint8, kHeadSize>& head) {
     return {};
 }
 
+/// Returns true if the user lacks the permission to create the missing file @p path. The database tries to open
+/// it once more for reading only, after which the cause is lost.
+bool isCreationDenied(const std::string& path) {
+    const std::string folder = path.substr(0, path.rfind('/') + 1);
+    platform::FileStatus status;
+    const platform::FileError error = platform::readStatus(status, path.c_str());
+    if (error != std::errc::no_such_file_or_directory) return error == std::errc::permission_denied;
+    return platform::testAccess(folder.c_str(), true) == std::errc::permission_denied;
+}
+
 } // namespace
 
 String sqliteErrorText(SqliteCode code) {
@@ -82,7 +92,7 @@ String SqliteConnection::openFile(const char* path) {
     const SqliteCode code =
         sqlite3_open_v2(plainPath.c_str(), &m_database,
                         SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
-    if (code != SQLITE_OK) return reason(code);
+    if (code != SQLITE_OK) return isCreationDenied(plainPath) ? kDenied : reason(code);
     sqlite3_extended_result_codes(m_database, 1);
     return isReadOnly() ? kDenied : "";
 }
@@ -196,6 +206,7 @@ bool SqliteConnection::isSmall() {
 
 String SqliteConnection::reason(SqliteCode code) const {
     if ((code & 0xff) == SQLITE_BUSY) return "another process or object has it open";
+    if (code == SQLITE_READONLY_DIRECTORY) return kDenied; // the log beside the file can't be created
     const std::error_code cause(sqlite3_system_errno(m_database), std::generic_category());
     const bool isOpening = (code & 0xff) == SQLITE_CANTOPEN || (code & 0xff) == SQLITE_READONLY;
     if (isOpening && cause == std::errc::permission_denied) return kDenied;
@@ -214,6 +225,15 @@ int64 SqliteConnection::readNumber(const char* sql) {
 SqliteCode SqliteStatement::prepare(sqlite3* database, const char* sql) {
     finalize();
     return sqlite3_prepare_v3(database, sql, -1, SQLITE_PREPARE_PERSISTENT, &m_statement, nullptr);
+}
+
+SqliteCode
+SqliteStatement::prepareAll(sqlite3* database,
+                            std::initializer_list<std::pair<SqliteStatement*, const char*>> statements) {
+    for (const auto& [statement, sql] : statements) {
+        if (const SqliteCode code = statement->prepare(database, sql)) return code;
+    }
+    return SQLITE_OK;
 }
 
 void SqliteStatement::finalize() {

@@ -5,6 +5,9 @@
 #include <qel/foundation/base/string.h>
 #include <qel/foundation/base/types.h>
 
+#include <initializer_list>
+#include <utility>
+
 struct sqlite3;
 struct sqlite3_stmt;
 
@@ -26,6 +29,9 @@ public:
 
     /// Compiles @p sql, one statement, for repeated use.
     SqliteCode prepare(sqlite3* database, const char* sql);
+    /// Compiles all @p statements, up to the first that fails.
+    static SqliteCode prepareAll(sqlite3* database,
+                                 std::initializer_list<std::pair<SqliteStatement*, const char*>> statements);
     void finalize();
     /// Binds parameter @p index, starting at 1. @owner the bytes must be valid until the statement is reset.
     /// @errors too many bytes are reported by the next step() or run().

@@ -29,22 +29,20 @@ SqliteCode visitIds(SqliteStatement& statement, const Visit& visit) {
 } // namespace
 
 SqliteCode SqliteEntries::prepare(sqlite3* database) {
-    const std::pair<SqliteStatement*, const char*> statements[] = {
-        {&m_read, "SELECT value FROM entries WHERE position = ?1"},
-        {&m_readRange, "SELECT position, key, value FROM entries WHERE position BETWEEN ?1 AND ?2"},
-        {&m_readLarge, "SELECT position, value FROM entries "
-                       "WHERE position BETWEEN ?1 AND ?2 AND typeof(value) <> 'blob'"},
-        {&m_checkRows, "SELECT position, value FROM entries WHERE typeof(value) <> 'blob'"},
-        {&m_set, "INSERT INTO entries VALUES (?1, ?2, ?3) ON CONFLICT DO UPDATE SET value = excluded.value"},
-        {&m_erase, "DELETE FROM entries WHERE position BETWEEN ?1 AND ?2"},
-        {&m_savepoint, "SAVEPOINT write"},
-        {&m_release, "RELEASE write"},
-        {&m_rollbackTo, "ROLLBACK TO write"},
-        {&m_rollback, "ROLLBACK"}};
-    for (const auto& [statement, sql] : statements) {
-        if (const SqliteCode code = statement->prepare(database, sql)) return code;
-    }
-    return m_largeValues.prepare(database);
+    const SqliteCode code = SqliteStatement::prepareAll(
+        database,
+        {{&m_read, "SELECT value FROM entries WHERE position = ?1"},
+         {&m_readRange, "SELECT position, key, value FROM entries WHERE position BETWEEN ?1 AND ?2"},
+         {&m_readLarge, "SELECT position, value FROM entries "
+                        "WHERE position BETWEEN ?1 AND ?2 AND typeof(value) <> 'blob'"},
+         {&m_checkRows, "SELECT position, value FROM entries WHERE typeof(value) <> 'blob'"},
+         {&m_set, "INSERT INTO entries VALUES (?1, ?2, ?3) ON CONFLICT DO UPDATE SET value = excluded.value"},
+         {&m_erase, "DELETE FROM entries WHERE position BETWEEN ?1 AND ?2"},
+         {&m_savepoint, "SAVEPOINT write"},
+         {&m_release, "RELEASE write"},
+         {&m_rollbackTo, "ROLLBACK TO write"},
+         {&m_rollback, "ROLLBACK"}});
+    return code == SQLITE_OK ? m_largeValues.prepare(database) : code;
 }
 
 void SqliteEntries::finalize() {

@@ -27,18 +27,15 @@ bool belongsTo(int64 id, std::string_view position) {
 } // namespace
 
 SqliteCode SqliteLargeValues::prepare(sqlite3* database) {
-    const std::pair<SqliteStatement*, const char*> statements[] = {
-        {&m_read, "SELECT value FROM large_values WHERE id = ?1"},
-        {&m_lastId, "SELECT max(id) FROM large_values"},
-        {&m_add, "INSERT INTO large_values VALUES (?1, ?2)"},
-        {&m_erase, "DELETE FROM large_values WHERE id = ?1 RETURNING 1"},
-        {&m_check, "SELECT 1 FROM large_values WHERE id = ?1 AND typeof(value) = 'blob'"},
-        {&m_count, "SELECT count(*) FROM large_values"}};
-    for (const auto& [statement, sql] : statements) {
-        if (const SqliteCode code = statement->prepare(database, sql)) return code;
-    }
+    SqliteCode code = SqliteStatement::prepareAll(
+        database, {{&m_read, "SELECT value FROM large_values WHERE id = ?1"},
+                   {&m_lastId, "SELECT max(id) FROM large_values"},
+                   {&m_add, "INSERT INTO large_values VALUES (?1, ?2)"},
+                   {&m_erase, "DELETE FROM large_values WHERE id = ?1 RETURNING 1"},
+                   {&m_check, "SELECT 1 FROM large_values WHERE id = ?1 AND typeof(value) = 'blob'"},
+                   {&m_count, "SELECT count(*) FROM large_values"}});
     int64 last = 0;
-    const SqliteCode code = m_lastId.readNumber(last);
+    if (code == SQLITE_OK) code = m_lastId.readNumber(last);
     m_mayHaveAny = last != 0;
     return code;
 }

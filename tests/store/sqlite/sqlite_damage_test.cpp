@@ -127,25 +127,35 @@ TEST_F(LargeSqliteDamage, IsFoundByVerify) {
     expectClosed();
 }
 
-struct SqlitePermission : SqliteDamage {
-    void expectDenied() {
-        test::asUnprivilegedOwner(scratch, [this] {
+TEST_F(SqliteDamage, WithoutPermissionAStoreIsNotOpened) {
+    using std::filesystem::perms;
+    const std::string folder = scratch.makeFolder("folder");
+    const struct {
+        const char* name;
+        bool isNew;
+        perms folderPerms, filePerms;
+    } cases[] = {
+        {"to read the file", false, perms::owner_all, perms::none},
+        {"to write the file", false, perms::owner_all, perms::owner_read},
+        {"to create the file", true, perms::owner_read | perms::owner_exec, {}},
+        {"to search the folder", true, perms::owner_read | perms::owner_write, {}},
+        {"to create the log", false, perms::owner_read | perms::owner_exec, perms::owner_all},
+    };
+    test::asUnprivilegedOwner(scratch, [&] {
+        for (const auto& [name, isNew, folderPerms, filePerms] : cases) {
+            SCOPED_TRACE(name);
+            path = folder + (isNew ? "/new" : "/existing");
+            if (!isNew) {
+                write(0);
+                std::filesystem::permissions(path, filePerms);
+            }
+            std::filesystem::permissions(folder, folderPerms);
             EXPECT_FALSE(SqliteStore(path).good());
             log.expect(3, "[STORE] can't open store '" + path + "': permission denied");
-        });
-    }
-};
-
-TEST_F(SqlitePermission, ToWriteTheFileIsNeeded) {
-    write(0);
-    std::filesystem::permissions(path, std::filesystem::perms::owner_read);
-    expectDenied();
-}
-
-TEST_F(SqlitePermission, ToReadTheFileIsNeeded) {
-    write(0);
-    std::filesystem::permissions(path, std::filesystem::perms::none);
-    expectDenied();
+            std::filesystem::permissions(folder, perms::owner_all);
+            std::filesystem::remove(path);
+        }
+    });
 }
 
 } // namespace
