@@ -1,7 +1,9 @@
 // Files of a SqliteStore with random damage: either the store is closed for good, or every walk and every
 // operation behaves like an ordered map of the readable entries. Every walk ends.
-// || An input selects records, changes to bytes of the file, whether it is truncated, whether it appears too
+//
+// An input selects records, changes to bytes of the file, whether it is truncated, whether it appears too
 // large to be checked when it is opened, and operations.
+#include <fuzz/drawn_bytes.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/store/sqlite/sqlite_store.h>
 #include <tests/support/store_model.h>
@@ -22,24 +24,6 @@ using namespace qel;
 void require(bool holds) {
     if (!holds) std::abort();
 }
-
-/// Returns numbers from bytes, one byte each, and zeros after their end.
-class Bytes {
-public:
-    Bytes(const uint8_t* data, size_t size) : m_data(data), m_size(size) {}
-
-    bool isAtEnd() const { return m_at >= m_size; }
-    unsigned draw(unsigned limit) { return isAtEnd() ? 0 : m_data[m_at++] % limit; }
-    size_t drawWide() {
-        const unsigned high = draw(256);
-        return high << 8 | draw(256);
-    }
-
-private:
-    const uint8_t* m_data;
-    size_t m_size;
-    size_t m_at = 0;
-};
 
 /// A path in the temporary folder; the file is removed at the end.
 class FilePath {
@@ -67,7 +51,7 @@ private:
 
 constexpr unsigned kMostSteps = 4000; // more than the entries of any input
 
-void writeRecords(const std::string& path, Bytes& bytes) {
+void writeRecords(const std::string& path, DrawnBytes& bytes) {
     SqliteStore store(path);
     require(store.good());
     const unsigned count = 1 + bytes.draw(120);
@@ -86,7 +70,7 @@ constexpr size_t kPageCountAt = 28, kPageSize = 4096;
 constexpr size_t kManyPages = SqliteStore::kCheckedBytes / kPageSize + 1;
 
 /// @return true if the file appears too large to be checked.
-bool damage(const FilePath& path, Bytes& bytes) {
+bool damage(const FilePath& path, DrawnBytes& bytes) {
     std::string content = path.read();
     for (unsigned count = bytes.draw(8); count > 0; --count) {
         const size_t page = bytes.draw(256) % (content.size() / kPageSize);
@@ -157,7 +141,7 @@ void checkWalks(SqliteStore& store, test::ModelStore& model) {
     require(isSame(store, walkTree(store), walkTree(model)));
 }
 
-void checkOperations(SqliteStore& store, test::ModelStore& model, Bytes& bytes) {
+void checkOperations(SqliteStore& store, test::ModelStore& model, DrawnBytes& bytes) {
     constexpr int kMostOperations = 100;
     test::StoreOperations operations([&bytes](unsigned limit) { return bytes.draw(limit); }, true);
     for (int i = 0; i < kMostOperations && store.good() && !bytes.isAtEnd(); ++i) {
@@ -181,7 +165,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     (void)quiet;
     static const FilePath path;
     constexpr size_t kLongest = 1024;
-    Bytes bytes(data, std::min(size, kLongest));
+    DrawnBytes bytes(data, std::min(size, kLongest));
     path.remove();
     writeRecords(path.text(), bytes);
     const bool isLarge = damage(path, bytes);

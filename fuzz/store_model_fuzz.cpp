@@ -1,6 +1,7 @@
 // Operations encoded as bytes, on a memory store, on one with a cache and on an ordered map with snapshots:
 // all return the same results and have the same content at the end. Commits and rollbacks may occur without a
 // begin.
+#include <fuzz/drawn_bytes.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/store/core/cache_store.h>
 #include <tests/support/store_model.h>
@@ -18,20 +19,6 @@ void require(bool holds) {
     if (!holds) std::abort();
 }
 
-/// Returns numbers from bytes, one byte each, and zeros after their end.
-class Bytes {
-public:
-    Bytes(const uint8_t* data, size_t size) : m_data(data), m_size(size) {}
-
-    bool isAtEnd() const { return m_at >= m_size; }
-    unsigned draw(unsigned limit) { return isAtEnd() ? 0 : m_data[m_at++] % limit; }
-
-private:
-    const uint8_t* m_data;
-    size_t m_size;
-    size_t m_at = 0;
-};
-
 /// A blob of the content, read by another store, results in the same content.
 void checkBlob(MemoryStore& store) {
     Item blob;
@@ -47,7 +34,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static const auto quiet = logging::setConsoleWriter([](const logging::ConsoleLine&) {});
     (void)quiet;
     constexpr size_t kLongest = 512;
-    Bytes bytes(data, std::min(size, kLongest));
+    DrawnBytes bytes(data, std::min(size, kLongest));
     test::StoreOperations operations([&bytes](unsigned limit) { return bytes.draw(limit); }, true);
     const SmartPointer<MemoryStore> memory(new MemoryStore);
     const SmartPointer<CacheStore> cached(new CacheStore(new MemoryStore));

@@ -1,112 +1,22 @@
 // The whole server in this process, while its disk is full.
-#include "../../hosts/qelserver/server.h"
-#include "../support/log_capture.h"
-#include "../support/scratch_folder.h"
-#include "../support/system_fixture.h"
+#include "server_in_process.h"
 
-#include <qel/foundation/log/log_backend.h>
 #include <qel/foundation/log/message_stream.h>
-#include <qel/platform/local_socket.h>
+#include <tests/store/sqlite/full_disk.h>
 
 #include <gmock/gmock.h>
-
-#include <csignal>
-#include <optional>
-
-#include <sys/resource.h>
 
 namespace {
 
 using namespace qel;
-using namespace qelserver;
 using namespace testing;
 
-/// Makes every write of this process that extends a file fail, as a full disk does.
-class FullDisk {
-public:
-    FullDisk() : m_handler(std::signal(SIGXFSZ, SIG_IGN)) {
-        getrlimit(RLIMIT_FSIZE, &m_before);
-        const rlimit none{1, m_before.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &none);
-    }
-    ~FullDisk() {
-        setrlimit(RLIMIT_FSIZE, &m_before);
-        std::signal(SIGXFSZ, m_handler);
-    }
-
-private:
-    void (*m_handler)(int);
-    rlimit m_before{};
+/// Makes every write of this process that extends a file fail.
+struct FullDisk : test::FullDisk {
+    FullDisk() : test::FullDisk(1) {}
 };
 
-class FullDiskTest : public test::SystemFixture {
-protected:
-    void SetUp() override {
-        SystemFixture::SetUp();
-        LogBackend::registerBackend(true);
-        start();
-    }
-    void TearDown() override {
-        m_peer.close();
-        m_server.reset();
-        LogBackend::unregisterBackend();
-        SystemFixture::TearDown();
-    }
-    /// Stops the server in order if it runs, and starts it again.
-    void start() {
-        m_peer.close();
-        m_server.reset();
-        Options options;
-        options.socket = m_folder.path("socket");
-        options.data = m_folder.path("records.store");
-        options.worker = "/bin/false";
-        options.workers = 0;
-        m_server.emplace(options);
-        ASSERT_TRUE(m_server->good());
-        ASSERT_FALSE(platform::connectLocally(m_peer, options.socket.c_str()));
-    }
-    /// Sends a line to the server. @return the line that it replies.
-    std::string exchange(const std::string& request) {
-        size_t done = 0;
-        EXPECT_FALSE(platform::sendSome(m_peer, request.data(), request.size(), done));
-        EXPECT_EQ(done, request.size());
-        std::string reply;
-        while (!reply.ends_with('\n')) {
-            m_server->poll();
-            char chunk[1024];
-            if (!platform::receiveSome(m_peer, chunk, sizeof chunk, done)) reply.append(chunk, done);
-        }
-        return reply;
-    }
-    /// Calls the server. @return the reply.
-    std::string reply(const std::string& method, const std::string& arguments = "[]") {
-        return exchange(R"({"jsonrpc":"2.0","id":1,"method":")" + method + R"(","params":)" + arguments +
-                        "}\n");
-    }
-    /// Calls the server. @return the result as JSON; the whole reply if it is an error.
-    std::string call(const std::string& method, const std::string& arguments = "[]") {
-        const std::string before = R"({"jsonrpc":"2.0","result":)";
-        const std::string text = reply(method, arguments);
-        if (!text.starts_with(before)) return text;
-        return text.substr(before.size(), text.rfind(R"(,"id")") - before.size());
-    }
-    /// Stops the server. @return true if it stored everything.
-    bool stop() { return m_server->stop(); }
-    /// Runs passes of 10 ms each for @p ms milliseconds without a call.
-    void idle(int ms) {
-        for (; ms > 0; ms -= 10) {
-            clock.advanceMs(10);
-            m_server->poll();
-        }
-    }
-
-    test::LogCapture log;
-
-private:
-    const test::ScratchFolder m_folder;
-    std::optional<Server> m_server;
-    platform::FileHandle m_peer;
-};
+using FullDiskTest = test::ServerInProcess;
 
 const std::string kOption = R"(["server:job_attempts","7"])";
 const std::string kJob = R"(["hash",["/f"]])";

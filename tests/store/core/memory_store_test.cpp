@@ -123,9 +123,10 @@ struct Counting : MemoryStore {
 TEST(CacheStore, RemembersTheLastUsedKeysPresentOrAbsent) {
     const SmartPointer<Counting> backing(new Counting);
     CacheStore cache(backing.get());
-    const auto counts = [&] {
-        return std::to_string(cache.getHits()) + " " + std::to_string(cache.getMisses()) + " " +
-               std::to_string(backing->gets);
+    const auto expectCounts = [&](qel::uint32 hits, qel::uint32 misses, int gets) {
+        EXPECT_EQ(cache.getHits(), hits);
+        EXPECT_EQ(cache.getMisses(), misses);
+        EXPECT_EQ(backing->gets, gets);
     };
     backing->set(Item("a"), Item());
     backing->isBroken = true;
@@ -135,13 +136,13 @@ TEST(CacheStore, RemembersTheLastUsedKeysPresentOrAbsent) {
     EXPECT_EQ(*cache.get(Item("a")), Item()) << "nothing is cached of a call that threw";
     for (int i = 0; i < 3; ++i) EXPECT_EQ(cache.get(Item("absent")), nullptr);
     EXPECT_EQ(cache.get(Item("a"))->getStore(), &cache);
-    EXPECT_EQ(counts(), "3 3 2");
+    expectCounts(3, 3, 2);
     for (int i = 0; i < CacheStore::kCapacity; ++i) cache.set(Item(i), Item(i));
     EXPECT_EQ(*cache.get(Item(0)), Item(0)); // now 1 is the oldest
     cache.set(Item("one more"), Item());
     for (int i = 2; i < CacheStore::kCapacity; ++i) ASSERT_EQ(*cache.get(Item(i)), Item(i));
     EXPECT_EQ(*cache.get(Item(1)), Item(1));
-    EXPECT_EQ(counts(), std::to_string(CacheStore::kCapacity + 2) + " 4 3");
+    expectCounts(CacheStore::kCapacity + 2, 4, 3);
 }
 
 } // namespace

@@ -31,13 +31,20 @@ TEST_F(PacketInStore, KeepsEachFieldUnderItsName) {
     Item(key).addString("foreign").store(Item(8));
     key.storePacket(&row);
     EXPECT_EQ(key.fetch()->asString(), "{}");
-    std::string children;
-    for (const char* name : {"id", "name", "size", "weight", "secret", "marks", "foreign", "owner"}) {
-        const Item child = Item(key).addString(name);
-        children += child.exists() ? child.fetch()->asString() : String("none");
+    const std::pair<const char*, std::string> children[] = {
+        {"name", "{<STR:hip>}"},
+        {"size", "{<INT:300>}"},
+        {"weight", "{<FLT:0.5>}"},
+        {"secret", "{<BUF:2>}"},
+        {"marks", "{<BUF:8>}"},
+        {"foreign", "{<INT:8>}"},
+        {"owner", "{<GUID:" + std::string(64, '0') + ">}"}};
+    for (const auto& [name, value] : children) {
+        const Item* const child = Item(key).addString(name).fetch();
+        ASSERT_TRUE(child) << name;
+        EXPECT_EQ(child->asString(), value) << name;
     }
-    EXPECT_EQ(children, "none{<STR:hip>}{<INT:300>}{<FLT:0.5>}{<BUF:2>}{<BUF:8>}{<INT:8>}{<GUID:" +
-                            std::string(64, '0') + ">}");
+    EXPECT_FALSE(Item(key).addString("id").exists());
 
     Packet fetched(&g_rows, 6);
     EXPECT_TRUE(key.fetchPacket(&fetched));
