@@ -88,8 +88,6 @@
 #include <qel/platform/random_device.h>
 #include <qel/platform/shared_folder.h>
 #include <qel/platform/system_error.h>
-#include <qel/platform/thread.h>
-#include <qel/platform/write_all.h>
 #include <qel/plugins/archive_resource_provider.h>
 #include <qel/plugins/directory_resource_provider.h>
 #include <qel/plugins/resource_locator.h>

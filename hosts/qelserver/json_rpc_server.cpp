@@ -5,7 +5,6 @@
 #include "json_rpc_connection.h"
 
 #include <qel/foundation/log/message_stream.h>
-#include <qel/platform/clock.h>
 #include <qel/platform/system_error.h>
 #include <qel/system/core/clock.h>
 
@@ -22,7 +21,7 @@ using namespace qel::platform;
 constexpr std::uint32_t kForOwner = 0600;
 constexpr std::uint32_t kForAll = 0666;
 constexpr int kAcceptedPerPass = 16;
-constexpr std::uint32_t kRetryMs = 50; // the pause while the system can't wait for sockets
+constexpr unsigned kRetryMs = 50; // the pause while the system can't wait for sockets
 
 qel::int64 nowMs() {
     return qel::Clock::current().steadyNanoseconds() / 1'000'000;
@@ -110,7 +109,8 @@ void JsonRpcServer::wait(int timeoutMs) {
     const bool hasWork = std::any_of(m_connections.begin(), m_connections.end(),
                                      [this](const auto& peer) { return peer->hasCall(m_draining); });
     watch(hasWork ? 0 : timeoutMs);
-    if (m_waitError && !hasWork) sleepMilliseconds(std::min(static_cast<std::uint32_t>(timeoutMs), kRetryMs));
+    if (m_waitError && !hasWork)
+        qel::Clock::current().sleep(std::min(static_cast<unsigned>(timeoutMs), kRetryMs));
 }
 
 void JsonRpcServer::adopt(FileHandle socket, PeerIdentity peer) {

@@ -6,7 +6,6 @@
 
 #include <qel/platform/shared_folder.h>
 #include <qel/rpc/rpc_context.h>
-#include <qel/testing/machine.h>
 
 #include <filesystem>
 #include <functional>
@@ -533,25 +532,13 @@ TEST_F(JsonRpcTest, AServerAnswersOnItsSocketUntilItDrains) {
     EXPECT_FALSE(folder.has("socket"));
 }
 
-uint32 g_sleptMs = 0;
-
-/// Makes the machine's wait return at once, and adds up what it was asked for.
-class CountedSleep {
-public:
-    CountedSleep() {
-        g_sleptMs = 0;
-        seams::replaceSleep([](std::uint32_t ms) { g_sleptMs += ms; });
-    }
-    ~CountedSleep() { seams::replaceSleep(nullptr); }
-};
-
 TEST_F(JsonRpcTest, AServerThatCannotWaitPausesAndStillAnswers) {
     LogCapture log;
     Peer peer = connect();
-    const CountedSleep sleep;
     const test::FailingFiles failing(platform::Operation::Wait, std::errc::not_enough_memory);
+    const int64 begin = clock.steadyNanoseconds();
     for (const int timeoutMs : {20, 1000, -1}) server->wait(timeoutMs);
-    EXPECT_EQ(g_sleptMs, 20 + 50 + 50);
+    EXPECT_EQ(clock.steadyNanoseconds() - begin, (20 + 50 + 50) * 1'000'000);
     EXPECT_EQ(exchange(peer, call("echo")), kDone);
     log.expect(3, "can't wait for the sockets: Cannot allocate memory");
 }
