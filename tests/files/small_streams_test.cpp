@@ -28,6 +28,7 @@ TEST_F(SmallStreams, AFileIsReadInPiecesAndEndsAfterTheLast) {
     Buffer piece;
     for (const std::string& bad : {folder.path(), path("missing")})
         EXPECT_EQ(FileStream(bad.c_str(), false).readAll(piece), FileStream::kFailed) << bad;
+    log.expect(3, "file stream can not read: " + folder.path());
     log.expect(3, "file stream can not open: " + path("missing") + ", errno=2:No such file or directory");
 }
 
