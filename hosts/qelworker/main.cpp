@@ -1,6 +1,6 @@
 // qelworker: processes files for a server, which starts it and exchanges packets with it on its standard
-// streams. It stops in order when the server asks for it, at a signal, and when its standard input ends or its
-// standard output is lost.
+// streams. It stops in order when the server asks for it, at a signal, when its standard input ends, and when
+// its standard output is lost.
 #include "job_runner.h"
 #include "options.h"
 

@@ -7,7 +7,7 @@
 
 namespace qelworker {
 
-/// Remembers when a job made its last step. The main thread of a worker goes on if a job hangs, so that its
+/// Remembers when a job made its last step. The main thread of a worker continues if a job hangs, so that its
 /// heartbeats alone would not show that. @threads any thread.
 class StepWatch {
 public:

@@ -28,8 +28,8 @@ QEL_API FileError readOwnership(FileOwnership& ownership, const FileHandle& file
 /// Creates the file @p name in @p folder for writing; only the process's user has access to it.
 /// @return std::errc::file_exists if the name is taken, even by a link.
 QEL_API FileError createPrivateFile(FileHandle& file, const char* name, const FileHandle& folder);
-/// Creates a file in @p folder that has no name yet; only the process's user may use it. The system removes it
-/// if it is closed before nameFile().
+/// Creates a file in @p folder that has no name yet; only the process's user has access to it. The system
+/// removes it if it is closed before nameFile().
 /// @return an error also if the system or the file system has no such files.
 QEL_API FileError createUnnamedFile(FileHandle& file, const FileHandle& folder);
 /// Gives the file of createUnnamedFile() its name in @p folder and replaces nothing.

@@ -48,8 +48,8 @@ String faultOfHead(const std::array<uint8, kHeadSize>& head) {
     return {};
 }
 
-/// Returns true if the user lacks the permission to create the missing file @p path. The database tries to open
-/// it once more for reading only, after which the cause is lost.
+/// Returns true if the user lacks the permission to create the missing file @p path. The database then tries
+/// to open it for reading only, after which the cause is lost.
 bool isCreationDenied(const std::string& path) {
     const std::string folder = path.substr(0, path.rfind('/') + 1);
     platform::FileStatus status;

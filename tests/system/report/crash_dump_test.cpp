@@ -59,7 +59,8 @@ protected:
         platform::removeCrashHandler();
         SystemFixture::TearDown();
     }
-    /// Runs @p crash in a child process with the handler registered. @return the dump; empty if there is none.
+    /// Runs @p crash in a child process with the handler registered.
+    /// @return the dump; empty if there is none.
     template <typename Crash>
     std::string dumpOf(int signal, const Crash& crash) {
         EXPECT_EXIT(
