@@ -4,8 +4,8 @@
 #include <qel/store/core/scoped_transaction.h>
 #include <qel/store/sqlite/sqlite_store.h>
 
-#include <tests/files/failing_files.h>
 #include <tests/store/sqlite/full_disk.h>
+#include <tests/support/failing_files.h>
 #include <tests/support/faulty_database.h>
 #include <tests/support/log_capture.h>
 #include <tests/support/scratch_folder.h>
