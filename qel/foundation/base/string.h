@@ -39,6 +39,7 @@ class QEL_API String : public std::string {
 public:
     using std::string::string;
     using std::string::operator=;
+    using std::string::operator+=;
 
     /// Returned by utf8_strict_parse() for bytes that do not decode.
     static constexpr uint32 kNoCodePoint = 0xFFFFFFFF;
@@ -72,6 +73,12 @@ public:
     }
     /// Copies an interned text, NUL bytes included. Defined in string_id.h.
     String& operator=(const StringId& text);
+
+    /// Appends the text; null means the empty string.
+    String& operator+=(const char* text) {
+        append(SmartCStr(text).view());
+        return *this;
+    }
 
     /// Returns the name of the class, "String".
     static const char* getStaticClassName() { return "String"; }

@@ -49,6 +49,15 @@ TEST(String, ConcatenationKeepsNulBytes) {
     for (const auto& [sum, name] : sums) EXPECT_EQ(sum.to_std_string(), twice) << name;
 }
 
+TEST(String, AppendingNullChangesNothing) {
+    String text = "a";
+    text += kNull;
+    text += nullptr;
+    text += "b";
+    text += text.c_str();
+    EXPECT_EQ(text, "abab");
+}
+
 TEST(String, ComparesWithNullAsWithTheEmptyText) {
     EXPECT_TRUE(String() == kNull);
     EXPECT_TRUE(kNull == String());
