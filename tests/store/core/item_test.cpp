@@ -138,8 +138,8 @@ TEST(ItemReading, SubItemsBelongToTheStoreOfTheirList) {
 TEST(ItemReading, TruncatesIntegersToTheRequestedType) {
     const Item source = Item(-2).add(0x1'0000'0002);
     Item::Iterator it(source);
-    uint64 bits;
-    int32 low;
+    uint64 bits = 0;
+    int32 low = 0;
     EXPECT_TRUE(it.asInteger(bits));
     EXPECT_EQ(bits, ~uint64{1});
     EXPECT_TRUE(it.asInteger(low));
