@@ -19,8 +19,9 @@ target_compile_options(qel_compile_flags INTERFACE -ffile-prefix-map=${PROJECT_S
 
 target_compile_options(qel_compile_flags INTERFACE -Wall -Wextra -Wpedantic -Wshadow)
 if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
-    # g++ 12 sees overlapping copies inside its own std::string::insert (bug 105329).
-    target_compile_options(qel_compile_flags INTERFACE -Wno-restrict)
+    # g++ 12 sees overlapping copies inside its own std::string::insert (bug 105329), and reads of alternatives that a
+    # std::variant does not hold where it moves one.
+    target_compile_options(qel_compile_flags INTERFACE -Wno-restrict -Wno-maybe-uninitialized)
 endif()
 if(QELCORE_WARNINGS_AS_ERRORS)
     target_compile_options(qel_compile_flags INTERFACE -Werror)

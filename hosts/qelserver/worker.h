@@ -15,27 +15,27 @@ namespace event {
 
 /// A process was started.
 struct Started {
-    qel::int64 pid;
+    qel::int64 pid = 0;
 };
 /// The process has ended.
 struct Lost {};
 /// The worker reports the progress of a job, from 0 to 1.
 struct Progress {
     qel::GUID id;
-    int attempt;
-    double fraction;
+    int attempt = 0;
+    double fraction = 0;
 };
 /// The worker has done a job.
 struct Done {
     qel::GUID id;
-    int attempt;
-    qel::uint64 bytes;
+    int attempt = 0;
+    qel::uint64 bytes = 0;
     qel::Item result;
 };
 /// The worker could not do a job.
 struct Failed {
     qel::GUID id;
-    int attempt;
+    int attempt = 0;
     qel::String error;
 };
 /// The worker sent a heartbeat.

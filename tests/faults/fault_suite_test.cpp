@@ -177,8 +177,9 @@ TEST_P(EveryFault, IsReportedAndLeavesNoTornFile) {
         check(run, undisturbed);
         ASSERT_LT(at, 10'000) << "does not end";
     }
-    if (!has(kVaries))
+    if (!has(kVaries)) {
         EXPECT_EQ(at, undisturbed.operations) << "the number of operations is not the same each time";
+    }
     RecordProperty("operations", at);
     if (std::getenv("QEL_LIST_FAULTS") && lasting() == Lasting::Once)
         std::printf("%-60s %5d\n", faultCase().name, at);
@@ -215,8 +216,8 @@ TEST_P(ShortTransfers, ChangeNothing) {
     EXPECT_EQ(inBytes.after, undisturbed.after);
 }
 
-INSTANTIATE_TEST_SUITE_P(Files, ShortTransfers, testing::ValuesIn(fileCases()), [](const auto& info) {
-    return nameOf({{info.param, Lasting::Once}, info.index});
+INSTANTIATE_TEST_SUITE_P(Files, ShortTransfers, testing::ValuesIn(fileCases()), [](const auto& entry) {
+    return nameOf({{entry.param, Lasting::Once}, entry.index});
 });
 
 } // namespace
