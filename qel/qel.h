@@ -102,6 +102,7 @@
 #include <qel/render/renderer.h>
 #include <qel/render/renderer_3d.h>
 #include <qel/render/renderer_software.h>
+#include <qel/render/sprite.h>
 #include <qel/render/texture.h>
 #include <qel/render/texture_software.h>
 #include <qel/render/volume_texture.h>

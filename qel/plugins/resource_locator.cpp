@@ -5,6 +5,7 @@
 #include <qel/foundation/log/message_stream.h>
 #include <qel/plugins/archive_resource_provider.h>
 #include <qel/plugins/directory_resource_provider.h>
+#include <qel/system/core/system.h>
 
 #include <algorithm>
 
@@ -110,6 +111,7 @@ void ResourceLocator::removeResourceProvider(ResourceProvider* provider) {
         m_sorted = false;
     }
     clearTrCache();
+    if (system() != nullptr) system()->clearSpriteCache();
 }
 
 // Returns a copy, so that providers are called without the lock and stay alive if they are removed meanwhile.

@@ -1,5 +1,6 @@
 #include <qel/imaging/io/dummy_camera.h>
 
+#include <qel/render/sprite.h>
 #include <qel/system/core/system.h>
 
 #include <algorithm>
@@ -28,8 +29,7 @@ private:
 DummyCamera::DummyCamera(const CameraParameters& cameraParameters)
     : Camera(cameraParameters),
       m_framePeriod(1000 / static_cast<uint32>(std::max(cameraParameters.framesPerSecond, 1))),
-      m_picture(new Image) {
-    m_picture->loadFromResource("icon-product-appicon.png");
+      m_picture(new Image(system()->getSprite("icon-product-appicon.png")->getImage())) {
     system()->signalApplicationTick.connect(this, &DummyCamera::slotTick);
 }
 

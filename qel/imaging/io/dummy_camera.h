@@ -12,7 +12,8 @@ class QEL_API DummyCamera : public Camera {
     QEL_CLASS(DummyCamera, Camera)
 
 public:
-    /// Loads the resource "icon-product-appicon.png" and connects to the passes of System.
+    /// Copies the pixels of the sprite "icon-product-appicon.png" and connects to the passes of System.
+    /// @errors logs an error if there is no such resource.
     explicit DummyCamera(const CameraParameters& cameraParameters);
 
     bool isValid() const override { return true; }

@@ -188,6 +188,8 @@ public:
     /// @errors logs an error and returns false if this image is uninitialised, or the planes of both images
     /// differ in number or pixel type.
     bool resizeFrom(const Image& source);
+    /// Returns true if resizeFrom() computes every plane of images of this format.
+    bool isResizable() const;
     /// Becomes a part of @p source. @param bounds  left, top, right and bottom in pixels; the last two
     /// exclusive.
     /// @errors logs an error and returns false for bounds that are empty or reach outside, which leave this

@@ -48,6 +48,12 @@ IVec2<int> between(const IVec2<int>& to, const IVec2<int>& from) {
 
 } // namespace
 
+bool Image::isResizable() const {
+    for (unsigned i = 0; i < m_planes; ++i)
+        if (internal::pixelTypeOf(m_planeFormat[i]).channels == 0) return false;
+    return true;
+}
+
 bool Image::resizeFrom(const Image& source) {
     if (!hasPixels() || !source.hasPixels() || !isAlike(*this, source)) {
         logging::error() << "can not resize image, format=" << static_cast<int>(source.m_format)

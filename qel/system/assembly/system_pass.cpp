@@ -61,6 +61,8 @@ void System::processEvents(int flags) {
     decideEventFlags(flags);
     time.begin("Events");
     runSteps(time);
+    if (!m_backgroundMode && (m_eventFlags & kEventLowPower) == 0 && hasPendingPrefetch())
+        time.run("SpritePrefetch", true, [this] { stepPrefetch(); });
     if (!m_backgroundMode && delegateIdleWork.isConnected())
         time.run("IdleWorks", true, [this] { runIdleWork(); });
     time.end("Events");

@@ -1,9 +1,12 @@
 #include <qel/imaging/io/dummy_camera.h>
 #include <qel/plugins/resource_locator.h>
+#include <tests/support/log_capture.h>
 #include <tests/support/scratch_folder.h>
 #include <tests/support/system_fixture.h>
 
 #include <gtest/gtest.h>
+
+#include <filesystem>
 
 using namespace qel;
 using namespace qel::test;
@@ -12,6 +15,14 @@ namespace {
 
 class CameraTest : public SystemFixture {
 protected:
+    void SetUp() override {
+        SystemFixture::SetUp();
+        Image icon(RGBA8, {3, 2});
+        for (size_t i = 0; i < icon.getByteSize(); ++i) icon.getBytePointer()[i] = static_cast<uint8>(i);
+        ASSERT_TRUE(icon.saveTo(folder.path("icon-product-appicon.png").c_str()));
+        system().getResourceLocator()->addResourceDirectory(folder.path());
+    }
+
     SmartPointer<Camera> create(int framesPerSecond) {
         CameraParameters parameters;
         parameters.framesPerSecond = framesPerSecond;
@@ -23,6 +34,7 @@ protected:
         return camera;
     }
 
+    const ScratchFolder folder;
     unsigned lastPeriod = 0;
     Vector<SmartPointer<Image>> frames;
 };
@@ -56,11 +68,6 @@ TEST_F(CameraTest, RatesOutsideTheRangeAreLimited) {
 }
 
 TEST_F(CameraTest, FramesAndPhotosAreCopiesOfTheIcon) {
-    const ScratchFolder folder;
-    Image icon(RGBA8, {3, 2});
-    for (size_t i = 0; i < icon.getByteSize(); ++i) icon.getBytePointer()[i] = static_cast<uint8>(i);
-    ASSERT_TRUE(icon.saveTo(folder.path("icon-product-appicon.png").c_str()));
-    system().getResourceLocator()->addResourceDirectory(folder.path());
     const SmartPointer<Camera> camera = create(1000);
     SmartPointer<Image> photo;
     camera->photoSignal.connect([&](SmartPointer<Image> taken) { photo = taken; });
@@ -75,11 +82,14 @@ TEST_F(CameraTest, FramesAndPhotosAreCopiesOfTheIcon) {
 }
 
 TEST_F(CameraTest, WithoutAnIconFramesAreUninitialised) {
+    std::filesystem::remove(folder.path("icon-product-appicon.png"));
+    LogCapture log;
     const SmartPointer<Camera> camera = create(10);
     camera->control(Camera::Command::Start);
     passAfter(1000);
     ASSERT_EQ(frames.size(), 1u);
     EXPECT_FALSE(frames[0]->isInitialized());
+    log.expect(3, "can not load image file: icon-product-appicon.png");
 }
 
 TEST_F(CameraTest, CommandsSetTheModes) {
