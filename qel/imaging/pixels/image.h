@@ -204,6 +204,14 @@ public:
     /// @return false unless both images are RGB8, or both RGBA8, of the same size.
     bool computeMeanSquaredError(const Image& other, float& result) const;
 
+    // --- a picture (volume/mini_raytracer.cpp) ----------------------------------------------------------
+
+    /// Becomes a ray-traced picture of a small animated scene, opaque, in BGRA8. The scene repeats every
+    /// 131,072 ms of System::getTime(); the bytes depend on the time alone.
+    /// @param small  true for 120 by 70 pixels, false for 7680 by 4320.
+    /// @return the number of rays that were traced; 0 if there is no memory for the image.
+    unsigned synthesize(bool small);
+
     // --- files (imaging/io) -----------------------------------------------------------------------------
 
     /// Decodes a PNG file to RGBA8, or a WebP file to RGB8 or RGBA8.
