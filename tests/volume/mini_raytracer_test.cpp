@@ -1,7 +1,9 @@
+#include <tests/support/picture_test.h>
 #include <tests/support/system_fixture.h>
 
 #include <qel/imaging/pixels/image.h>
 
+#include <string>
 #include <vector>
 
 namespace qel {
@@ -11,31 +13,48 @@ std::vector<uint8> bytesOf(const Image& image) {
     return {image.getBytePointer(), image.getBytePointer() + image.getByteSize()};
 }
 
-class MiniRaytracerTest : public test::SystemFixture {
+class MiniRaytracerPictures : public test::SystemFixture {
 protected:
-    /// Returns the bytes of the small picture at a time of the loop.
-    std::vector<uint8> pictureAt(uint32 milliseconds) {
+    /// Advances the clock to a time and makes @p image the small picture.
+    void traceAt(uint32 milliseconds, Image& image) {
         clock.advanceMs(static_cast<int64>(milliseconds - system().getTime()));
-        Image image;
         EXPECT_GT(image.synthesize(true), 0u);
-        EXPECT_EQ(image.getSize(), IVec2<int>(120, 70));
-        EXPECT_EQ(image.getImageFormat(), BGRA8);
+    }
+    /// Returns the bytes of the small picture at a time.
+    std::vector<uint8> pictureAt(uint32 milliseconds) {
+        Image image;
+        traceAt(milliseconds, image);
         return bytesOf(image);
     }
 };
 
-TEST_F(MiniRaytracerTest, ThePictureIsOpaque) {
+TEST_F(MiniRaytracerPictures, ThePictureHasTheStatedSize) {
+    Image image;
+    traceAt(5000, image);
+    EXPECT_EQ(image.getSize(), IVec2<int>(120, 70));
+    EXPECT_EQ(image.getImageFormat(), BGRA8);
+}
+
+TEST_F(MiniRaytracerPictures, ThePicturesAreTheSameOnEveryProcessor) {
+    for (const uint32 time : {14000u, 33000u, 52000u, 85000u, 118000u}) {
+        Image image;
+        traceAt(time, image);
+        test::expectImage("tests/volume/pictures.txt", "raytrace-" + std::to_string(time), image);
+    }
+}
+
+TEST_F(MiniRaytracerPictures, ThePictureIsOpaque) {
     const std::vector<uint8> bytes = pictureAt(5000);
     for (size_t i = 3; i < bytes.size(); i += 4) ASSERT_EQ(bytes[i], 255) << i;
 }
 
-TEST_F(MiniRaytracerTest, TheLoopRepeatsAfter131072Milliseconds) {
+TEST_F(MiniRaytracerPictures, TheLoopRepeatsAfter131072Milliseconds) {
     const std::vector<uint8> first = pictureAt(5000);
     EXPECT_NE(pictureAt(9000), first);
     EXPECT_EQ(pictureAt(5000 + 131072), first);
 }
 
-TEST_F(MiniRaytracerTest, TheBytesDoNotDependOnThreads) {
+TEST_F(MiniRaytracerPictures, TheBytesDoNotDependOnThreads) {
     clock.advanceMs(static_cast<int64>(131072 - system().getTime()));
     Image parallel;
     const unsigned rays = parallel.synthesize(true);
