@@ -59,7 +59,8 @@ set(CPACK_DEBIAN_HOSTS_PACKAGE_SECTION utils)
 set(CPACK_COMPONENT_HOSTS_DEPENDS Runtime)
 set(CPACK_DEBIAN_HOSTS_DESCRIPTION "core library of an application framework for medical imaging: programs
 qelhost runs scripts, with a sample plugin that catalogues a folder. qelserver
-answers remote calls and runs jobs in worker processes; qelcall is its client.")
+answers remote calls and runs jobs in worker processes; qelcall is its client.
+qelimage shows, converts and compares pictures.")
 
 set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_NAME ${QEL_PACKAGE_Documentation})
 set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_SECTION doc)

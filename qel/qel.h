@@ -87,6 +87,7 @@
 #include <qel/platform/process_run.h>
 #include <qel/platform/random_device.h>
 #include <qel/platform/shared_folder.h>
+#include <qel/platform/stream_redirection.h>
 #include <qel/platform/system_error.h>
 #include <qel/plugins/archive_resource_provider.h>
 #include <qel/plugins/directory_resource_provider.h>

@@ -11,13 +11,13 @@ constexpr std::string_view kScript =
     R"(# Completion of @program@ for bash, generated from its table of options.
 _@program@()
 {
-    local word=${COMP_WORDS[COMP_CWORD]} option='' i=1
+    local word=${COMP_WORDS[COMP_CWORD]} option='' command='' i=1
     COMPREPLY=()
     while ((i < COMP_CWORD)); do
         case ${COMP_WORDS[i]} in
             --) break ;;
 @valued@            -?*) ;;
-            *) break ;;
+            *) @other@ ;;
         esac
         i=$((i + 1))
     done
@@ -27,7 +27,7 @@ _@program@()
 @files@@folders@        esac
     elif ((i == COMP_CWORD)) && [[ $word == -* ]]; then
         mapfile -t COMPREPLY < <(compgen -W '@names@' -- "$word")
-@arguments@    fi
+@commands@@arguments@    fi
 }
 complete -F _@program@ @program@
 )";
@@ -60,6 +60,16 @@ std::string pathCase(const Program& program, ValueKind kind, std::string_view fl
                   [kind](const Option& option) { return option.setting.kind == kind; });
 }
 
+/// Returns the branch that completes the names of the commands. @return empty if there are none.
+std::string commandBranch(const Program& program) {
+    std::string names;
+    for (const auto& [synopsis, meaning] : program.commands)
+        names += (names.empty() ? "" : " ") + synopsis.substr(0, synopsis.find(' '));
+    if (names.empty()) return {};
+    return "    elif [ -z \"$command\" ]; then\n        mapfile -t COMPREPLY < <(compgen -W '" + names +
+           "' -- \"$word\")\n";
+}
+
 std::string allNames(const Program& program) {
     std::string names;
     for (const Option& option : program.options) names += (names.empty() ? "" : " ") + option.names;
@@ -76,6 +86,8 @@ std::string bashCompletion(const Program& program) {
         {"@files@", pathCase(program, ValueKind::File, "-f")},
         {"@folders@", pathCase(program, ValueKind::Folder, "-d")},
         {"@names@", allNames(program)},
+        {"@other@", program.commands.empty() ? "break" : "command=${command:-${COMP_WORDS[i]}}"},
+        {"@commands@", commandBranch(program)},
         {"@arguments@", program.arguments.empty() ? "" : "    else\n" + completePaths("-f", "        ")},
     };
     std::string script(kScript);

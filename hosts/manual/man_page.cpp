@@ -1,5 +1,7 @@
 #include "man_page.h"
 
+#include <hosts/shared/help.h>
+
 #include <algorithm>
 #include <sstream>
 
@@ -98,13 +100,21 @@ void appendSynopsis(std::string& page, const Program& program) {
     page += (program.arguments.empty() ? "" : " " + escaped(program.arguments)) + "\n";
 }
 
+void appendCommands(std::string& page, const Program& program) {
+    if (!program.commands.empty()) page += ".SH COMMANDS\n";
+    for (const auto& [synopsis, meaning] : program.commands) {
+        const size_t end = std::min(synopsis.find(' '), synopsis.size());
+        appendTerm(page, bold(synopsis.substr(0, end)) + italic(synopsis.substr(end)), meaning);
+    }
+}
+
 void appendOptions(std::string& page, const Program& program) {
     page += ".SH OPTIONS\n";
     for (const Option& option : program.options) {
         std::string term = bold(option.names);
         if (const size_t comma = term.find(','); comma != term.npos) term.replace(comma, 1, "\\fR, \\fB");
         if (!option.value.empty()) term += " " + italic(option.value);
-        appendTerm(page, term, option.meaning);
+        appendTerm(page, term, optionMeaning(option));
     }
     appendText(page, program.notes, true);
 }
@@ -136,6 +146,7 @@ std::string manPage(const Program& program, std::string_view version, std::strin
     appendSynopsis(page, program);
     page += ".SH DESCRIPTION\n";
     appendText(page, program.description, false);
+    appendCommands(page, program);
     appendOptions(page, program);
     page += ".SH EXIT STATUS\n";
     for (const auto& [status, meaning] : program.statuses)

@@ -1,8 +1,8 @@
 // qelcall: calls a method of a running server from the command line.
 #include "client.h"
 #include "options.h"
-#include "progress_bar.h"
 
+#include <hosts/shared/progress_bar.h>
 #include <hosts/shared/socket_path.h>
 #include <hosts/shared/standard_output.h>
 
@@ -64,7 +64,7 @@ Status finishJob(Client& client, const json& id, json job) {
 
 /// Polls the state of job @p id until it has ended, then prints its result.
 Status watchJob(Client& client, const json& id) {
-    ProgressBar bar;
+    qelhosts::ProgressBar bar;
     for (;; std::this_thread::sleep_for(kWatchInterval)) {
         const Answer answer = client.call("jobs.state", json::array({id}));
         const json job = answer.result.value_or(json());

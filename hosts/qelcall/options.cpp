@@ -41,7 +41,7 @@ qelhosts::Program describe(Options& options) {
         .purpose = "call a method of a running qelserver",
         .arguments = "[--] METHOD [ARGUMENTS]",
         .description = "Calls a method of a running qelserver and prints the result as JSON.",
-        .options = {{"--socket", "PATH", text(options.socket, "not a path of a socket: ", ValueKind::File),
+        .options = {{"--socket", "PATH", path(options.socket, "socket"),
                      "the server's socket; default: \"qelserver.sock\" in the user's data folder"},
                     {"--watch", "", flag(options.watch),
                      "follow the job that the call returns until it ends, and print its result"},

@@ -1,5 +1,6 @@
 #include "host_application.h"
 
+#include <hosts/shared/command_line.h>
 #include <qel/script/vm.h>
 #include <qel/system/core/system.h>
 
@@ -10,7 +11,7 @@ HostApplication::HostApplication() : m_plugins(new qel::Plugins()) {}
 int HostApplication::exitStatus() const {
     const qelSq::VM& vm = *system()->getVM();
     if (m_requestedStatus) return *m_requestedStatus;
-    if (qel::System::wasInterruptHandlerCalled() && vm.threadsActive()) return kInterruptedStatus;
+    if (qel::System::wasInterruptHandlerCalled() && vm.threadsActive()) return qelhosts::kInterruptedStatus;
     return m_startFailed || vm.getFailedScriptCount() != 0 ? 1 : 0;
 }
 

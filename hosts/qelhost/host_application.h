@@ -9,10 +9,6 @@
 
 namespace qelhost {
 
-/// The exit status if an interrupt stopped a script: the one that a shell reports for a program ended by
-/// Ctrl-C.
-inline constexpr int kInterruptedStatus = 130;
-
 /// Holds the state of one run. @threads main thread.
 class HostApplication : public qel::Application {
     QEL_CLASS(HostApplication, qel::Application)
@@ -25,8 +21,9 @@ public:
 
     /// Stores the exit status that a script requests; the last request counts.
     void requestExitStatus(int status) { m_requestedStatus = status; }
-    /// Returns the exit status of the run: the one that a script requested, else kInterruptedStatus if an
-    /// interrupt stopped a script, else 1 if a script or the start of the plugins failed, else 0.
+    /// Returns the exit status of the run: the one that a script requested, else
+    /// qelhosts::kInterruptedStatus if an interrupt stopped a script, else 1 if a script or the start of the
+    /// plugins failed, else 0.
     int exitStatus() const;
     /// Records that the plugins folder, or something in it, could not be read.
     void noteFailedStart() { m_startFailed = true; }

@@ -1,7 +1,6 @@
 #include "watchdog.h"
 
-#include "host_application.h"
-
+#include <hosts/shared/command_line.h>
 #include <hosts/shared/standard_output.h>
 #include <qel/system/core/system.h>
 
@@ -30,7 +29,7 @@ void watch(const std::stop_token& end) {
     }
     if (waitForEnd(end, kPatience)) return;
     qelhosts::complain("qelhost", "a script does not end; the program was ended by force");
-    qel::System::forceExitProcess(kInterruptedStatus);
+    qel::System::forceExitProcess(qelhosts::kInterruptedStatus);
 }
 
 } // namespace

@@ -29,9 +29,9 @@ qelhosts::Program describe(Options& options) {
             "\"everyone: rpc:workers.list\", each on its own line. It must belong to the server's user or to "
             "root, "
             "and nobody else may be able to write to it.",
-        .options = {{"--socket", "PATH", text(options.socket, "not a path of a socket: ", ValueKind::File),
+        .options = {{"--socket", "PATH", path(options.socket, "socket"),
                      "listen on this socket; default: \"qelserver.sock\" in the user's data folder"},
-                    {"--data", "FILE", text(options.data, "not a path of a file: ", ValueKind::File),
+                    {"--data", "FILE", path(options.data, "file"),
                      "store options, log, statistics and jobs in FILE; default: \"qelserver.store\" in the "
                      "folder of "
                      "application data"},

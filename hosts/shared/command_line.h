@@ -5,11 +5,15 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace qelhosts {
 
 /// The exit status for a wrong command line.
 inline constexpr int kWrongUsage = 2;
+/// The exit status of a program that an interrupt stopped: the one that a shell reports for a program ended
+/// by Ctrl-C.
+inline constexpr int kInterruptedStatus = 130;
 
 /// What every host's command line has. The options of a host derive from it.
 struct CommandLine {
@@ -18,6 +22,7 @@ struct CommandLine {
     std::string problem;  ///< what is wrong with the command line; empty if it is correct
     int firstArgument =
         1; ///< index of the first argument that is not an option; the argument count if none is
+    std::vector<std::string> arguments; ///< the command and its arguments, if the program has commands
 };
 
 /// Adds `--version` and `--help` to the table of @p program, and the exit status of a wrong command line.
@@ -25,7 +30,9 @@ struct CommandLine {
 void addCommonOptions(Program& program, CommandLine& line);
 
 /// Parses options up to the first argument that is not an option, up to `--`, up to a mistake, or up to a
-/// request for the help or the version. Reads neither the environment nor configuration files.
+/// request for the help or the version. Reads neither the environment nor configuration files. The command
+/// line of a program with commands is parsed to its end, and the number of the command's arguments is
+/// checked.
 /// @param line  receives everything that the settings of @p program do not store.
 /// @param argc  number of elements in @p argv; may be 0.
 void parseCommandLine(CommandLine& line, const Program& program, int argc, const char* const* argv);

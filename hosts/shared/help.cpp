@@ -51,6 +51,10 @@ void appendDefinitions(std::string& help, const std::vector<Definition>& definit
 
 } // namespace
 
+std::string optionMeaning(const Option& option) {
+    return option.command.empty() ? option.meaning : "for " + option.command + ": " + option.meaning;
+}
+
 std::string optionSynopsis(const Option& option) {
     std::string names = option.names;
     if (const size_t comma = names.find(','); comma != names.npos) names.insert(comma + 1, " ");
@@ -62,10 +66,13 @@ std::string helpText(const Program& program) {
     if (!program.arguments.empty()) help += " " + program.arguments;
     help += '\n';
     appendText(help, program.description);
+    if (!program.commands.empty()) help += "\nCommands:\n";
+    appendDefinitions(help, program.commands);
     help += "\nOptions:\n";
     std::vector<Definition> options;
     std::vector<Definition> statuses;
-    for (const Option& option : program.options) options.emplace_back(optionSynopsis(option), option.meaning);
+    for (const Option& option : program.options)
+        options.emplace_back(optionSynopsis(option), optionMeaning(option));
     for (const auto& [status, meaning] : program.statuses)
         statuses.emplace_back(std::to_string(status), meaning);
     appendDefinitions(help, options);

@@ -22,10 +22,11 @@ struct Setting {
 
 /// A row of the table of options.
 struct Option {
-    std::string names;   ///< "--data", or "-h,--help"
-    std::string value;   ///< name of the value, such as "FILE"; empty for a flag
-    Setting setting;     ///< what the option changes
-    std::string meaning; ///< what the option does, in words without a capital letter and a full stop
+    std::string names;        ///< "--data", or "-h,--help"
+    std::string value;        ///< name of the value, such as "FILE"; empty for a flag
+    Setting setting;          ///< what the option changes
+    std::string meaning;      ///< what the option does, in words without a capital letter and a full stop
+    std::string command = {}; ///< the command that has the option; empty if every command has it
 };
 
 /// A term and its explanation.
@@ -45,6 +46,10 @@ struct Program {
     std::vector<Definition> examples;    ///< commands and what they do
     std::vector<std::string> related;    ///< related commands
     std::string advice; ///< a sentence that follows the hint at the help after an error; may be empty
+    /// The commands that the first argument selects: a name with its arguments, such as "compare A B"; "..."
+    /// repeats the last argument. Options may follow the arguments of such a program. Empty if it has no
+    /// commands.
+    std::vector<Definition> commands = {};
 };
 
 } // namespace qelhosts

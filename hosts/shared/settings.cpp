@@ -29,10 +29,10 @@ Setting flag(bool& target) {
             }};
 }
 
-Setting text(std::string& target, std::string complaint, ValueKind kind) {
-    return {kind, [&target, complaint = std::move(complaint)](const std::string& value) {
+Setting path(std::string& target, std::string_view what) {
+    return {ValueKind::File, [&target, what = std::string(what)](const std::string& value) {
                 target = value;
-                return value.empty() ? complaint + inQuotes(value) : std::string();
+                return value.empty() ? "not a path of a " + what + ": " + inQuotes(value) : std::string();
             }};
 }
 

@@ -17,8 +17,8 @@ std::string inQuotes(std::string_view text);
 
 /// A flag: sets @p target to true.
 Setting flag(bool& target);
-/// A text that is not empty. @param complaint  precedes a wrong value in the message.
-Setting text(std::string& target, std::string complaint, ValueKind kind = ValueKind::Other);
+/// A path that is not empty. @param what  what the path names, such as "file".
+Setting path(std::string& target, std::string_view what);
 /// The code of a language.
 Setting language(std::string& target);
 /// The path of a regular file that exists.

@@ -137,7 +137,8 @@ TEST(CommandLineTest, LongCommandLinesAreParsed) {
 
 // --- the programs --------------------------------------------------------------------------------------
 
-const Words kPrograms{QELHOST_PROGRAM, QELSERVER_PROGRAM, QELWORKER_PROGRAM, QELCALL_PROGRAM};
+const Words kPrograms{QELHOST_PROGRAM, QELSERVER_PROGRAM, QELWORKER_PROGRAM, QELCALL_PROGRAM,
+                      QELIMAGE_PROGRAM};
 
 std::string nameOf(const std::string& program) {
     return std::filesystem::path(program).filename();

@@ -1,6 +1,6 @@
 // qelcall against a server in this process.
-#include "../../hosts/qelcall/progress_bar.h"
 #include "../../hosts/qelserver/json_rpc_server.h"
+#include "../../hosts/shared/progress_bar.h"
 #include "../support/scratch_folder.h"
 #include "../support/system_fixture.h"
 
@@ -84,7 +84,7 @@ TEST_F(QelcallTest, ReportsARefusal) {
 }
 
 TEST(ProgressBarTest, FillsItsWidth) {
-    using qelcall::formatProgress;
+    using qelhosts::formatProgress;
     EXPECT_EQ(formatProgress("running", 0.5, 26), "[#####.....] 50 % running");
     EXPECT_EQ(formatProgress("done", 7, 10), "[####] 100 % done");
     EXPECT_EQ(formatProgress("x", std::nan(""), 500), "[" + std::string(40, '.') + "] 0 % x");

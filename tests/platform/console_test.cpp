@@ -1,6 +1,8 @@
 #include <qel/platform/console.h>
+#include <qel/platform/stream_redirection.h>
 
 #include <tests/support/environment.h>
+#include <tests/support/scratch_folder.h>
 
 #include <gtest/gtest.h>
 
@@ -48,4 +50,16 @@ TEST(Console, OnlyATerminalHasAWidthAndColours) {
     }
     dup2(before, 0);
     for (const int file : {control, before}) close(file);
+}
+
+TEST(Console, ARedirectedStreamCanBeRestored) {
+    const qel::test::ScratchFolder folder;
+    FileHandle file, original, redirected;
+    ASSERT_FALSE(openFile(file, folder.write("input", "hello").c_str(), OpenMode::Read));
+    ASSERT_FALSE(redirectStandardStream(kInput, file, original));
+    char text[5] = {};
+    const ssize_t size = read(0, text, sizeof text);
+    EXPECT_FALSE(redirectStandardStream(kInput, original, redirected));
+    EXPECT_EQ(std::string_view(text, static_cast<size_t>(size)), "hello");
+    EXPECT_EQ(redirectStandardStream(kInput, FileHandle(), redirected), std::errc::bad_file_descriptor);
 }

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace qelcall {
+namespace qelhosts {
 
 namespace {
 
@@ -48,4 +48,4 @@ void ProgressBar::end() {
     m_shown.clear();
 }
 
-} // namespace qelcall
+} // namespace qelhosts

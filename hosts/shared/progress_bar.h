@@ -1,14 +1,14 @@
-// ProgressBar: shows the progress of a job on standard error.
+// ProgressBar: shows the progress of long work on standard error.
 #pragma once
 
 #include <string>
 
-namespace qelcall {
+namespace qelhosts {
 
 /// Draws a bar on a terminal, in place of the previous one. Elsewhere it writes a line for each new state.
 class ProgressBar {
 public:
-    /// Shows the state and progress of the job. @param progress  0 to 1; other values are clamped.
+    /// Shows the state and progress of the work. @param progress  0 to 1; other values are clamped.
     void show(const std::string& state, double progress);
     /// Ends the line of the bar.
     void end();
@@ -22,4 +22,4 @@ private:
 /// not fit.
 std::string formatProgress(const std::string& state, double progress, int width);
 
-} // namespace qelcall
+} // namespace qelhosts
