@@ -9,11 +9,32 @@ namespace qel::internal {
 
 namespace {
 
-/// Draws a colour on @p count pixels.
+/// Areas with fewer pixels are drawn in single precision: finding whole numbers would take longer.
+constexpr int64 kFitPixels = 16 * 1024;
+
+/// Draws a colour on rows of pixels.
 template <typename Pixel>
-void drawSpan(uint8* p, int count, const Color& tint) {
-    if (!isPlainDrawing()) return blendSpan<Pixel>(p, count, tint);
-    for (int i = 0; i < count; ++i) blendPixel<Pixel>(p + i * Pixel::kBytes, tint);
+void drawSpans(const SpanRows& rows, const Color& tint) {
+    if (isPlainDrawing()) {
+        for (int y = 0; y < rows.height; ++y)
+            for (int x = 0; x < rows.width; ++x)
+                blendPixel<Pixel>(rows.pixels + y * rows.pitch + std::ptrdiff_t{x} * Pixel::kBytes, tint);
+        return;
+    }
+    if constexpr (Pixel::kBytes == 4) {
+        ByteMix mix;
+        if (tint.w <= kSolidAlpha && int64{rows.width} * rows.height >= kFitPixels &&
+            mix.fit(SpanMix::of(tint)))
+            return mixRowsBgra8(rows, mix);
+    }
+    blendRows<Pixel>(rows, tint);
+}
+
+/// Returns the part of a surface between two columns and two rows.
+template <typename Pixel>
+SpanRows spanRows(const Surface& surface, int left, int right, int top, int bottom) {
+    return {surface.row(top) + std::ptrdiff_t{left} * Pixel::kBytes, surface.pitch, right - left,
+            bottom - top};
 }
 
 int limited(double coordinate) {
@@ -25,25 +46,30 @@ int limited(double coordinate) {
 
 void FillCommand::drawRows(const Surface& surface, int begin, int end) const {
     withPixelType(surface.kind, [&](auto pixel) {
-        using Pixel = decltype(pixel);
-        for (int y = begin; y < end; ++y)
-            drawSpan<Pixel>(surface.row(y) + std::ptrdiff_t{area().x} * Pixel::kBytes, area().z - area().x,
-                            m_tint);
+        drawSpans<decltype(pixel)>(spanRows<decltype(pixel)>(surface, area().x, area().z, begin, end),
+                                   m_tint);
     });
 }
 
 void ClearCommand::drawRows(const Surface& surface, int begin, int end) const {
     withPixelType(surface.kind, [&](auto pixel) {
         using Pixel = decltype(pixel);
+        if (!isPlainDrawing())
+            return storeRows<Pixel>(spanRows<Pixel>(surface, area().x, area().z, begin, end), m_color);
         for (int y = begin; y < end; ++y) {
             uint8* p = surface.row(y) + std::ptrdiff_t{area().x} * Pixel::kBytes;
-            if (!isPlainDrawing()) {
-                storeSpan<Pixel>(p, area().z - area().x, m_color);
-                continue;
-            }
             for (int x = area().x; x < area().z; ++x, p += Pixel::kBytes) Pixel::write(p, m_color);
         }
     });
+}
+
+/// Returns a colour as the four bytes of a BGRA8 pixel.
+uint32 packed(const Color& color) {
+    uint8 bytes[4];
+    Bgra8::write(bytes, color);
+    uint32 pixel = 0;
+    std::memcpy(&pixel, bytes, sizeof pixel);
+    return pixel;
 }
 
 // --- triangles
@@ -97,20 +123,51 @@ IVec2<int> TriangleShape::span(int y, int left, int right) const {
     return {left, right};
 }
 
+void TriangleShape::spans(int top, int count, int left, int right, SpanEnds* out) const {
+    std::array<SpanEdge, 3> edges;
+    for (size_t i = 0; i < 3; ++i) {
+        const IVec2<double>& a = m_corners[i];
+        const IVec2<double>& b = m_corners[(i + 1) % 3];
+        edges[i] = {a.x, a.y, b.x - a.x, b.y - a.y, m_winding};
+    }
+    if (solveSpans(edges.data(), top, count, left, right, out)) return;
+    for (int i = 0; i < count; ++i) {
+        const IVec2<int> ends = span(top + i, left, right);
+        out[i] = {ends.x, ends.y};
+    }
+}
+
 void TriangleCommand::drawRows(const Surface& surface, int begin, int end) const {
     withPixelType(surface.kind, [&](auto pixel) {
         using Pixel = decltype(pixel);
-        for (int y = begin; y < end; ++y) {
-            uint8* const row = surface.row(y);
-            if (isPlainDrawing()) {
-                for (int x = area().x; x < area().z; ++x)
-                    if (m_shape.contains(x, y)) blendPixel<Pixel>(row + x * Pixel::kBytes, m_tint);
-                continue;
-            }
-            const IVec2<int> span = m_shape.span(y, area().x, area().z);
-            if (span.x < span.y) blendSpan<Pixel>(row + span.x * Pixel::kBytes, span.y - span.x, m_tint);
-        }
+        isPlainDrawing() ? drawPlainly<Pixel>(surface, begin, end) : drawSpans<Pixel>(surface, begin, end);
     });
+}
+
+template <typename Pixel>
+void TriangleCommand::drawPlainly(const Surface& surface, int begin, int end) const {
+    for (int y = begin; y < end; ++y)
+        for (int x = area().x; x < area().z; ++x)
+            if (m_shape.contains(x, y))
+                blendPixel<Pixel>(surface.row(y) + std::ptrdiff_t{x} * Pixel::kBytes, m_tint);
+}
+
+template <typename Pixel>
+void TriangleCommand::drawSpans(const Surface& surface, int begin, int end) const {
+    std::array<SpanEnds, kSolvedRows> spans;
+    for (int top = begin; top < end; top += kSolvedRows) {
+        const int count = std::min(kSolvedRows, end - top);
+        m_shape.spans(top, count, area().x, area().z, spans.data());
+        if (Pixel::kBytes == 4 && m_tint.w > kSolidAlpha) {
+            fillSpans32(surface.row(top), surface.pitch, spans.data(), count, packed(m_tint));
+            continue;
+        }
+        for (int i = 0; i < count; ++i) {
+            const auto [left, right] = spans[static_cast<size_t>(i)];
+            if (left < right)
+                blendRows<Pixel>(spanRows<Pixel>(surface, left, right, top + i, top + i + 1), m_tint);
+        }
+    }
 }
 
 // --- lines
@@ -157,14 +214,41 @@ void LineCommand::drawColumns(const Surface& surface, int begin, int end) const 
         first = std::max(first, static_cast<int64>(std::clamp(std::min(a, b), -kLimit, kLimit)) - 1);
         last = std::min(last, static_cast<int64>(std::clamp(std::max(a, b), -kLimit, kLimit)) + 2);
     }
+    if (Pixel::kBytes == 4 && !isPlainDrawing()) return coverColumns(surface, part, first, last);
     for (int64 major = first; major < last; ++major) {
-        const double minor =
-            static_cast<double>(m_from.y) + m_gradient * static_cast<double>(major - m_from.x);
+        const double minor = minorAt(major);
         const double whole = std::floor(minor);
         const double fraction = minor - whole;
         cover<Pixel>(surface, part, major, static_cast<int64>(whole), 1 - fraction);
         cover<Pixel>(surface, part, major, static_cast<int64>(whole) + 1, fraction);
     }
+}
+
+// The same for several columns at once.
+void LineCommand::coverColumns(const Surface& surface, const IVec4<int>& part, int64 first,
+                               int64 last) const {
+    LinePixels pixels;
+    const int64 low = m_isSteep ? part.x : part.y;
+    const int64 high = m_isSteep ? part.z : part.w;
+    const std::ptrdiff_t majorPitch = m_isSteep ? surface.pitch : Bgra8::kBytes;
+    const std::ptrdiff_t minorPitch = m_isSteep ? Bgra8::kBytes : surface.pitch;
+    const auto add = [&](int64 major, int64 minor, double coverage) {
+        if (minor < low || minor >= high) return;
+        pixels.places[pixels.count] = surface.pixels + major * majorPitch + minor * minorPitch;
+        pixels.coverage[pixels.count++] = static_cast<float>(coverage);
+    };
+    for (int64 major = first; major < last; ++major) {
+        const double minor = minorAt(major);
+        auto whole = static_cast<int64>(minor);
+        if (static_cast<double>(whole) > minor) --whole;
+        const double fraction = minor - static_cast<double>(whole);
+        add(major, whole, 1 - fraction);
+        add(major, whole + 1, fraction);
+        if (pixels.count < LinePixels::kMost - 1) continue;
+        coverPixels(pixels, m_tint);
+        pixels.count = 0;
+    }
+    coverPixels(pixels, m_tint);
 }
 
 // The alpha of the tint does not weight the colour, but it becomes that of every pixel, also where the

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <qel/render/command_list_p.h>
+#include <qel/render/span_kernels_p.h>
 
 #include <array>
 #include <optional>
@@ -43,6 +44,8 @@ public:
     /// by bisection: in each row the pixels inside one edge begin or end at one place, because rounding keeps
     /// the order of the products.
     IVec2<int> span(int y, int left, int right) const;
+    /// Finds the same for @p count rows from @p top at once. @param count  at most kSolvedRows.
+    void spans(int top, int count, int left, int right, SpanEnds* out) const;
 
 private:
     double edge(int corner, int x, int y) const;
@@ -60,6 +63,11 @@ public:
     void drawRows(const Surface& surface, int begin, int end) const override;
 
 private:
+    template <typename Pixel>
+    void drawPlainly(const Surface& surface, int begin, int end) const;
+    template <typename Pixel>
+    void drawSpans(const Surface& surface, int begin, int end) const;
+
     TriangleShape m_shape;
     Color m_tint;
 };
@@ -76,6 +84,11 @@ public:
 private:
     template <typename Pixel>
     void drawColumns(const Surface& surface, int begin, int end) const;
+    void coverColumns(const Surface& surface, const IVec4<int>& part, int64 first, int64 last) const;
+    /// Returns the ideal minor coordinate of a column.
+    double minorAt(int64 major) const {
+        return static_cast<double>(m_from.y) + m_gradient * static_cast<double>(major - m_from.x);
+    }
     template <typename Pixel>
     void cover(const Surface& surface, const IVec4<int>& part, int64 major, int64 minor,
                double coverage) const;

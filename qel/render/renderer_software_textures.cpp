@@ -81,8 +81,8 @@ void RendererSoftware::drawTextureInternal(Texture* texture, const Rect& source,
     if (!prepare(draw, texture, source, target, orientation)) return;
     const internal::TexelFormat format = internal::texelFormat(draw.image->getPlaneFormat(0));
     if (format.bytes == 0) return reportFormat("drawTextureInternal", draw.grid.isLinear, *draw.image);
-    record<internal::BlitCommand>(
-        draw.area, draw.grid, internal::texelPlane(draw.image.get(), 0, format.bytes), format.decode, tint());
+    record<internal::BlitCommand>(draw.area, draw.grid,
+                                  internal::texelPlane(draw.image.get(), 0, format.bytes), format, tint());
 }
 
 void RendererSoftware::drawTextureScaledLookupInternal(Texture* texture, const Rect& source,
@@ -100,7 +100,7 @@ void RendererSoftware::drawTextureScaledLookupInternal(Texture* texture, const R
         return reportFormat(table ? "drawTextureInternal_ScaledLookup" : "drawTextureInternal_Scaled",
                             draw.grid.isLinear, *draw.image);
     record<internal::WindowCommand>(draw.area, draw.grid,
-                                    internal::texelPlane(draw.image.get(), 0, format.bytes), format.decodeRaw,
+                                    internal::texelPlane(draw.image.get(), 0, format.bytes), format,
                                     internal::ValueWindow::of(window, table));
 }
 

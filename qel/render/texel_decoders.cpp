@@ -28,7 +28,7 @@ Color bytes(const uint8* p) {
 
 template <int size, int r, int g, int b, int a>
 constexpr TexelFormat bytesFormat() {
-    return {size, bytes<byteOf, r, g, b, a>, bytes<plainOf, r, g, b, a>};
+    return {size, bytes<byteOf, r, g, b, a>, bytes<plainOf, r, g, b, a>, {}, false, false};
 }
 
 Color grey16(const uint8* p) {
@@ -62,9 +62,8 @@ Color rgba4(const uint8* p) {
     return {raw.x / 15.0f, raw.y / 15.0f, raw.z / 15.0f, raw.w / 15.0f};
 }
 
-} // namespace
-
-TexelFormat texelFormat(FormatID format) {
+/// Returns the decoders of single texels.
+TexelFormat plainFormat(FormatID format) {
     switch (format) {
     case A8:
         return bytesFormat<1, -1, -1, -1, 0>();
@@ -85,14 +84,24 @@ TexelFormat texelFormat(FormatID format) {
     case UInt16:
     case L16:
     case X16:
-        return {2, grey16, grey16Raw};
+        return {2, grey16, grey16Raw, {}, false, false};
     case RGB565:
-        return {2, rgb565, rgb565Raw};
+        return {2, rgb565, rgb565Raw, {}, false, false};
     case RGBA4:
-        return {2, rgba4, rgba4Raw};
+        return {2, rgba4, rgba4Raw, {}, false, false};
     default:
         return {};
     }
+}
+
+} // namespace
+
+TexelFormat texelFormat(FormatID format) {
+    TexelFormat result = plainFormat(format);
+    result.rows = texelRows(format);
+    result.isBgra = format == BGRA8;
+    result.isMask = format == A8;
+    return result;
 }
 
 } // namespace qel::internal

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <qel/render/surface_p.h>
+#include <qel/render/texel_rows_p.h>
 
 namespace qel::internal {
 
@@ -13,6 +14,9 @@ struct TexelFormat {
     int bytes = 0;                   ///< bytes of a texel; 0 for other formats
     DecodeTexel decode = nullptr;    ///< channels from 0 to 1
     DecodeTexel decodeRaw = nullptr; ///< the integers of R, G and B as they are stored
+    TexelRows rows;                  ///< the same for rows of texels
+    bool isBgra = false;             ///< texels are BGRA8 pixels
+    bool isMask = false;             ///< texels are bytes of alpha
 };
 
 /// Returns how the texels of @p format are read.

@@ -78,6 +78,25 @@ TexelGrid TexelGrid::of(const Rect& source, const IVec4<int>& target, const IVec
     return grid;
 }
 
+namespace {
+
+/// Returns the first texel if @p count pixels show one texel after another, and no rounding can change that.
+int firstOfRun(const TexelAxis& axis, int count) {
+    if (axis.step != 1 || !(axis.start >= 0 && axis.start <= axis.size)) return -1;
+    const int first = static_cast<int>(axis.start);
+    const double distance = axis.start - first;
+    return distance >= 0.25 && distance <= 0.75 && count <= axis.size - first ? first : -1;
+}
+
+} // namespace
+
+std::optional<IVec2<int>> TexelGrid::shift(const IVec2<int>& size) const {
+    if (isLinear || columnsAlongV) return {};
+    const IVec2<int> first(firstOfRun(columns, size.x), firstOfRun(rows, size.y));
+    if (first.x < 0 || first.y < 0) return {};
+    return first;
+}
+
 // Steps of whole texels from the centre of one hit centres only: interpolation would change nothing. The
 // steps are computed, so they count as whole when they nearly are.
 void TexelGrid::snapToTexels() {

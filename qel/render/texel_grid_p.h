@@ -51,6 +51,10 @@ struct TexelGrid {
     static TexelGrid of(const Rect& source, const IVec4<int>& target, const IVec4<int>& area, int orientation,
                         const IVec2<int>& textureSize, bool isBilinear);
 
+    /// Returns the first texel of an area of @p size pixels that shows as many texels as they lie in the
+    /// texture; nothing for other draws.
+    std::optional<IVec2<int>> shift(const IVec2<int>& size) const;
+
     TexelStep column(int i) const { return isLinear ? columns.linearColumn(i) : columns.nearest(i); }
     TexelStep row(int i) const { return isLinear ? rows.linearRow(i) : rows.nearest(i); }
 

@@ -6,6 +6,8 @@
 #include <qel/render/texel_decoders_p.h>
 #include <qel/render/texel_grid_p.h>
 
+#include <utility>
+
 namespace qel::internal {
 
 /// The texels that a command samples. The image is shared with the texture, which replaces but never changes
@@ -15,59 +17,70 @@ struct TexelPlane {
     const uint8* texels = nullptr;
     std::ptrdiff_t pitch = 0;
     int bytes = 0; ///< of a texel
+    size_t byteSize = 0;
 
     const uint8* at(int x, int y) const { return texels + y * pitch + std::ptrdiff_t{x} * bytes; }
+    /// Returns the end of the plane's memory.
+    const uint8* end() const { return texels + byteSize; }
 };
 
 /// Describes plane @p plane of @p image, whose texels have @p bytes bytes.
 TexelPlane texelPlane(Image* image, unsigned plane, int bytes);
 
+/// A row of a tile: some columns of the target that are sampled together.
+struct TileRow {
+    uint8* target; ///< the first pixel
+    int x;
+    int y;
+    int count;
+    int row; ///< from the top of the drawn area
+};
+
 /// What all draws of a texture share.
 class TextureCommand : public DrawCommand {
 public:
-    TextureCommand(const IVec4<int>& area, const TexelGrid& grid, TexelPlane plane);
+    TextureCommand(const IVec4<int>& area, const TexelGrid& grid, TexelPlane plane)
+        : DrawCommand(area), m_grid(grid), m_plane(std::move(plane)) {}
 
 protected:
-    /// Returns the texels of the target's column @p x.
-    const TexelStep& column(int x) const { return m_columns[static_cast<size_t>(x - area().x)]; }
-    TexelStep row(int y) const { return m_grid.row(y - area().y); }
     const TexelGrid& grid() const { return m_grid; }
     const TexelPlane& plane() const { return m_plane; }
 
-    /// Samples the texture: the mean of four texels, first along u, then along v, or the one texel.
-    template <typename Decode>
-    Color sample(const TexelStep& columnStep, const TexelStep& rowStep, const Decode& decode) const {
-        const TexelStep& u = m_grid.columnsAlongV ? rowStep : columnStep;
-        const TexelStep& v = m_grid.columnsAlongV ? columnStep : rowStep;
-        if (!m_grid.isLinear) return decode(m_plane.at(u.first, v.first));
-        const Color top =
-            mix(decode(m_plane.at(u.first, v.first)), decode(m_plane.at(u.second, v.first)), u.fraction);
-        const Color bottom =
-            mix(decode(m_plane.at(u.first, v.second)), decode(m_plane.at(u.second, v.second)), u.fraction);
-        return mix(top, bottom, v.fraction);
-    }
+    /// Calls `draw(p, color, x, y)` for each pixel of some rows: the definition of all draws.
+    /// @param decode  returns the colour of a texel.
+    template <typename Pixel, typename Decode, typename Draw>
+    void forPixels(const Surface& surface, int begin, int end, const Decode& decode, const Draw& draw) const;
+    /// Calls `draw(tile, row)` for each TileRow of the tiles that `makeTile(begin, count)` creates.
+    template <typename Pixel, typename MakeTile, typename Draw>
+    void forTiles(const Surface& surface, int begin, int end, const MakeTile& makeTile,
+                  const Draw& draw) const;
 
 private:
-    static Color mix(const Color& a, const Color& b, float f) {
-        return {(1 - f) * a.x + f * b.x, (1 - f) * a.y + f * b.y, (1 - f) * a.z + f * b.z,
-                (1 - f) * a.w + f * b.w};
-    }
+    template <typename Decode>
+    Color sample(const TexelStep& columnStep, const TexelStep& rowStep, const Decode& decode) const;
 
     TexelGrid m_grid;
     TexelPlane m_plane;
-    Vector<TexelStep> m_columns; // of the area
 };
 
 /// Draws a texture with a tint.
 class BlitCommand final : public TextureCommand {
 public:
-    BlitCommand(const IVec4<int>& area, const TexelGrid& grid, TexelPlane plane, DecodeTexel decode,
+    BlitCommand(const IVec4<int>& area, const TexelGrid& grid, TexelPlane plane, const TexelFormat& format,
                 const Color& tint)
-        : TextureCommand(area, grid, std::move(plane)), m_decode(decode), m_tint(tint) {}
+        : TextureCommand(area, grid, std::move(plane)), m_format(format), m_tint(tint) {}
     void drawRows(const Surface& surface, int begin, int end) const override;
 
 private:
-    DecodeTexel m_decode;
+    template <typename Pixel>
+    void drawPlainly(const Surface& surface, int begin, int end) const;
+    template <typename Pixel>
+    void drawColors(const Surface& surface, int begin, int end) const;
+    bool drawCopy(const Surface& surface, int begin, int end) const;
+    void drawPixels(const Surface& surface, int begin, int end) const;
+    void drawGreys(const Surface& surface, int begin, int end) const;
+
+    TexelFormat m_format;
     Color m_tint;
 };
 
@@ -88,13 +101,17 @@ struct ValueWindow {
 /// Draws a texture of raw values through a window, without tint and blending.
 class WindowCommand final : public TextureCommand {
 public:
-    WindowCommand(const IVec4<int>& area, const TexelGrid& grid, TexelPlane plane, DecodeTexel decodeRaw,
+    WindowCommand(const IVec4<int>& area, const TexelGrid& grid, TexelPlane plane, const TexelFormat& format,
                   ValueWindow window)
-        : TextureCommand(area, grid, std::move(plane)), m_decode(decodeRaw), m_window(std::move(window)) {}
+        : TextureCommand(area, grid, std::move(plane)), m_format(format), m_window(std::move(window)) {}
     void drawRows(const Surface& surface, int begin, int end) const override;
 
 private:
-    DecodeTexel m_decode;
+    template <typename Pixel>
+    void drawColors(const Surface& surface, int begin, int end) const;
+    void drawGreys(const Surface& surface, int begin, int end) const;
+
+    TexelFormat m_format;
     ValueWindow m_window;
 };
 
@@ -108,6 +125,8 @@ public:
     void drawRows(const Surface& surface, int begin, int end) const override;
 
 private:
+    template <typename Pixel>
+    void drawPlainly(const Surface& surface, int begin, int end) const;
     Color entry(const uint8* index) const;
 
     SmartPointer<Image> m_palette;

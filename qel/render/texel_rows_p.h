@@ -1,0 +1,75 @@
+// Rows of texels and of colours: decoding, sampling and drawing, as the plain functions do it for one pixel.
+#pragma once
+
+#include <qel/render/surface_p.h>
+#include <qel/render/texel_grid_p.h>
+
+#include <cstddef>
+
+namespace qel::internal {
+
+/// Converts @p count packed texels of one format to colours or to pixels.
+///
+/// Colours are floats: four for each texel, in the order of the target's bytes B, G, R, A, or one for grey.
+/// Pixels are those that a white tint draws on BGRA8.
+using DecodeTexels = void (*)(const uint8* texels, int count, float* colors);
+using ExpandTexels = void (*)(const uint8* texels, int count, uint8* pixels);
+
+/// The row functions of a texture format; null where texels must be converted one by one.
+struct TexelRows {
+    ExpandTexels expand = nullptr;
+    DecodeTexels decode = nullptr;     ///< channels from 0 to 1
+    DecodeTexels decodeRaw = nullptr;  ///< the integers as they are stored
+    DecodeTexels decodeGrey = nullptr; ///< for formats without colour and alpha
+    DecodeTexels decodeGreyRaw = nullptr;
+};
+
+/// Returns the row functions of @p format.
+TexelRows texelRows(FormatID format);
+
+/// The texels of neighbouring pixels along an axis.
+struct TexelSteps {
+    int* first;      ///< the second texel of bilinear sampling is the next one
+    float* fraction; ///< how far the pixel is from the first to the second; null for nearest sampling
+};
+
+/// Computes the texels of @p count columns from column @p begin. With fractions the first texel is -1 to the
+/// last one: the edge of the texture repeats on both sides.
+void stepColumns(const TexelAxis& axis, int begin, int count, const TexelSteps& steps);
+
+/// Mixes two rows of floats: `(1 - fraction) * a + fraction * b`.
+void mixRows(const float* a, const float* b, float fraction, int count, float* out);
+/// Mixes the two texels of each step. @tparam channels  4 or 1.
+template <int channels>
+void resampleRow(const float* texels, const TexelSteps& steps, int count, float* out);
+
+/// A row of colours, or two of which it is the mixture.
+struct ColorRow {
+    const float* a;
+    const float* b; ///< null for one row
+    float fraction;
+};
+
+/// Draws BGRA8 pixels over rows of a BGRA8 target, as a white tint does.
+void drawPixelRows(uint8* target, std::ptrdiff_t pitch, const uint8* pixels, std::ptrdiff_t pixelPitch,
+                   int width, int height);
+/// Draws a colour of whole bytes, through rows of alpha bytes, over rows of a BGRA8 target.
+/// @param pixel   the bytes B, G and R of the colour.
+/// @param end     the end of the memory of @p alphas.
+void drawMaskRows(uint8* target, std::ptrdiff_t pitch, const uint8* alphas, std::ptrdiff_t alphaPitch,
+                  const uint8* end, int width, int height, uint32 pixel);
+/// Draws colours with a tint over a row of a BGRA8 target.
+void blendColors(uint8* target, const ColorRow& colors, int count, const Color& tint);
+/// Stores grey values from 0 to 1 as opaque pixels of a BGRA8 target.
+void storeGreys(uint8* target, const float* values, int count);
+/// Stores bytes of a table as opaque grey pixels of a BGRA8 target.
+/// @param places     indices into the table, which are limited to 0 to @p top and truncated.
+/// @param tableRows  the rows of the table for pixels of even and of odd numbers.
+void storeLookups(uint8* target, const float* places, int count, const uint8* const (&tableRows)[2],
+                  float top);
+/// Draws colours that are multiplied by their alpha over a row of a BGRA8 target, whose alpha stays.
+void blendPremultiplied(uint8* target, const float* colors, int count, const Color& tint);
+/// Replaces each value v by `v * scale + bias`.
+void scaleValues(float* values, int count, float scale, float bias);
+
+} // namespace qel::internal

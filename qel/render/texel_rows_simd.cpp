@@ -1,0 +1,581 @@
+// Vector kernels of rows of texels and colours. Each lane rounds as the plain functions do, because nothing
+// here may be contracted or reordered.
+#include <qel/render/texel_rows_p.h>
+
+#include <cmath>
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "qel/render/texel_rows_simd.cpp"
+#include <hwy/foreach_target.h>
+
+#include <hwy/highway.h>
+#include <qel/foundation/base/simd_dispatch_p.h>
+#include <qel/render/pixel_vectors.inc>
+
+HWY_BEFORE_NAMESPACE();
+namespace qel::internal::HWY_NAMESPACE {
+namespace {
+
+// --- texels to pixels: plain loops, which the compiler turns into vector instructions
+// -------------------------------------------------------------------------------------------------
+
+/// Stores `convert(i)` for each texel.
+template <typename Convert>
+HWY_INLINE void ExpandEach(int count, uint8* HWY_RESTRICT pixels, const Convert& convert) {
+    for (int i = 0; i < count; ++i) {
+        const uint32 pixel = convert(i);
+        std::memcpy(pixels + std::ptrdiff_t{i} * 4, &pixel, 4);
+    }
+}
+
+HWY_INLINE uint32 WordAt(const uint8* p, int i) {
+    uint16 word;
+    std::memcpy(&word, p + std::ptrdiff_t{i} * 2, 2);
+    return word;
+}
+
+void ExpandAlpha8(const uint8* t, int count, uint8* pixels) {
+    ExpandEach(count, pixels, [t](int i) HWY_ATTR { return uint32{t[i]} << 24 | 0xFFFFFF; });
+}
+
+void ExpandGrey8(const uint8* t, int count, uint8* pixels) {
+    ExpandEach(count, pixels, [t](int i) HWY_ATTR { return uint32{t[i]} * 0x10101 | 0xFF000000; });
+}
+
+void ExpandGreyAlpha8(const uint8* t, int count, uint8* pixels) {
+    ExpandEach(count, pixels, [t](int i) HWY_ATTR {
+        const uint32 word = WordAt(t, i);
+        return (word & 0xFF) * 0x10101 | (word & 0xFF00) << 16;
+    });
+}
+
+void ExpandRgba8(const uint8* t, int count, uint8* pixels) {
+    ExpandEach(count, pixels, [t](int i) HWY_ATTR {
+        uint32 v;
+        std::memcpy(&v, t + std::ptrdiff_t{i} * 4, 4);
+        return (v & 0xFF00FF00) | ((v >> 16) & 0xFF) | (v & 0xFF) << 16;
+    });
+}
+
+// Fields of four bits become the same fraction of 255 that they were of 15.
+void ExpandRgba4(const uint8* t, int count, uint8* pixels) {
+    ExpandEach(count, pixels, [t](int i) HWY_ATTR {
+        const uint32 w = WordAt(t, i);
+        return ((w & 15) << 24 | (w >> 12) << 16 | ((w >> 8) & 15) << 8 | ((w >> 4) & 15)) * 17;
+    });
+}
+
+void ExpandGrey16(const uint8* t, int count, uint8* pixels) {
+    ExpandEach(count, pixels, [t](int i) HWY_ATTR {
+        const float v = static_cast<float>(static_cast<int32_t>(WordAt(t, i))) * 1.5259022e-5f;
+        const float limited = v < 1 ? v : 1;
+        return static_cast<uint32>(static_cast<int32_t>(limited * 255.0f + 0.5f)) * 0x10101 | 0xFF000000;
+    });
+}
+
+template <bool kIsBlueFirst>
+HWY_INLINE void ExpandThree(const uint8* t, int count, uint8* pixels) {
+    const int step = static_cast<int>(hn::Lanes(Bytes()));
+    const auto opaque = hn::Set(Bytes(), 0xFF);
+    auto a = hn::Zero(Bytes()), b = a, c = a;
+    for (; count >= step; count -= step, t += 3 * step, pixels += 4 * step) {
+        hn::LoadInterleaved3(Bytes(), t, a, b, c);
+        hn::StoreInterleaved4(kIsBlueFirst ? a : c, b, kIsBlueFirst ? c : a, opaque, Bytes(), pixels);
+    }
+    ExpandEach(count, pixels, [t](int i) HWY_ATTR {
+        const uint8* const p = t + std::ptrdiff_t{i} * 3;
+        return uint32{p[kIsBlueFirst ? 0 : 2]} | uint32{p[1]} << 8 | uint32{p[kIsBlueFirst ? 2 : 0]} << 16 |
+               0xFF000000;
+    });
+}
+
+void ExpandRgb8(const uint8* t, int count, uint8* pixels) {
+    ExpandThree<false>(t, count, pixels);
+}
+void ExpandBgr8(const uint8* t, int count, uint8* pixels) {
+    ExpandThree<true>(t, count, pixels);
+}
+
+// --- texels to colours
+// -------------------------------------------------------------------------------------------------
+
+/// Returns bytes divided by 255. The sum of the two products is the rounded quotient for every byte.
+HWY_INLINE hn::Vec<Floats> Quotient255(hn::Vec<Floats> byte) {
+    return hn::Add(hn::Mul(byte, hn::Set(Floats(), 0x1.01p-8f)),
+                   hn::Mul(byte, hn::Set(Floats(), 0x1.010102p-24f)));
+}
+
+/// Stores each byte as a float, or as its quotient by 255.
+template <bool kIsRaw>
+HWY_INLINE void DecodeBytes(const uint8* bytes, int count, float* out) {
+    const int step = static_cast<int>(hn::Lanes(Floats()));
+    int i = 0;
+    for (; i + step <= count; i += step) {
+        const auto v = LoadByteFloats(bytes + i);
+        hn::StoreU(kIsRaw ? v : Quotient255(v), Floats(), out + i);
+    }
+    for (; i < count; ++i) {
+        const float v = static_cast<float>(bytes[i]);
+        out[i] = kIsRaw ? v : v * 0x1.01p-8f + v * 0x1.010102p-24f;
+    }
+}
+
+void DecodePixels(const uint8* bytes, int count, float* colors) {
+    DecodeBytes<false>(bytes, 4 * count, colors);
+}
+void DecodePixelsRaw(const uint8* bytes, int count, float* colors) {
+    DecodeBytes<true>(bytes, 4 * count, colors);
+}
+void DecodeGrey8(const uint8* bytes, int count, float* values) {
+    DecodeBytes<false>(bytes, count, values);
+}
+void DecodeGrey8Raw(const uint8* bytes, int count, float* values) {
+    DecodeBytes<true>(bytes, count, values);
+}
+
+void DecodeGrey16Raw(const uint8* t, int count, float* HWY_RESTRICT values) {
+    for (int i = 0; i < count; ++i) values[i] = static_cast<float>(static_cast<int32_t>(WordAt(t, i)));
+}
+
+void DecodeGrey16(const uint8* t, int count, float* HWY_RESTRICT values) {
+    for (int i = 0; i < count; ++i)
+        values[i] = static_cast<float>(static_cast<int32_t>(WordAt(t, i))) * 1.5259022e-5f;
+}
+
+void DecodeGrey16Colors(const uint8* t, int count, float* HWY_RESTRICT colors) {
+    for (int i = 0; i < 4 * count; ++i) {
+        const float v = static_cast<float>(static_cast<int32_t>(WordAt(t, i / 4))) * 1.5259022e-5f;
+        colors[i] = i % 4 == 3 ? 1 : v;
+    }
+}
+
+// --- sampling
+// -------------------------------------------------------------------------------------------------
+
+void StepNearest(const TexelAxis& axis, int begin, int count, int* HWY_RESTRICT first) {
+    const double last = axis.size - 1;
+    for (int i = 0; i < count; ++i) {
+        const double index = std::floor(axis.start + (begin + i) * axis.step);
+        const double atLeast0 = index < 0 ? 0 : index;
+        first[i] = static_cast<int>(last < atLeast0 ? last : atLeast0);
+    }
+}
+
+void StepLinear(const TexelAxis& axis, int begin, int count, int* HWY_RESTRICT first,
+                float* HWY_RESTRICT fraction) {
+    const double last = axis.size - 1;
+    const double start = axis.start - 0.5;
+    for (int i = 0; i < count; ++i) {
+        const double coordinate = start + (begin + i) * axis.step;
+        const double whole = std::floor(coordinate);
+        const double atLeast = whole < -1 ? -1 : whole;
+        first[i] = static_cast<int>(last < atLeast ? last : atLeast);
+        fraction[i] = static_cast<float>(coordinate - whole);
+    }
+}
+
+void StepColumns(const TexelAxis& axis, int begin, int count, const TexelSteps& steps) {
+    if (steps.fraction == nullptr) return StepNearest(axis, begin, count, steps.first);
+    StepLinear(axis, begin, count, steps.first, steps.fraction);
+}
+
+// The rows end at a whole vector, so that rests need no code.
+void MixRows(const float* a, const float* b, float fraction, int count, float* out) {
+    const int step = static_cast<int>(hn::Lanes(Floats()));
+    const auto f = hn::Set(Floats(), fraction);
+    const auto rest = hn::Set(Floats(), 1 - fraction);
+    for (int i = 0; i < count; i += step) {
+        const auto mixed =
+            hn::Add(hn::Mul(rest, hn::LoadU(Floats(), a + i)), hn::Mul(f, hn::LoadU(Floats(), b + i)));
+        hn::StoreU(mixed, Floats(), out + i);
+    }
+}
+
+#if HWY_TARGET <= HWY_AVX2
+// Both texels are loaded at once and weighted by 1 - fraction and 0 + fraction.
+void ResampleColors(const float* texels, const TexelSteps& steps, int count, float* out) {
+    const hn::FixedTag<float, 8> d;
+    const hn::FixedTag<float, 4> half;
+    HWY_ALIGN static constexpr float kSigns[8] = {-0.0f, -0.0f, -0.0f, -0.0f, 0, 0, 0, 0};
+    HWY_ALIGN static constexpr float kOnes[8] = {1, 1, 1, 1, 0, 0, 0, 0};
+    const auto signs = hn::Load(d, kSigns);
+    const auto ones = hn::Load(d, kOnes);
+    for (int i = 0; i < count; ++i) {
+        const auto weights = hn::Add(ones, hn::Xor(signs, hn::Set(d, steps.fraction[i])));
+        const auto both = hn::Mul(weights, hn::LoadU(d, texels + std::ptrdiff_t{steps.first[i]} * 4));
+        hn::StoreU(hn::Add(hn::LowerHalf(half, both), hn::UpperHalf(half, both)), half,
+                   out + std::ptrdiff_t{i} * 4);
+    }
+}
+#else
+void ResampleColors(const float* texels, const TexelSteps& steps, int count, float* out) {
+    const hn::FixedTag<float, 4> d;
+    for (int i = 0; i < count; ++i) {
+        const float fraction = steps.fraction[i];
+        const float* const a = texels + std::ptrdiff_t{steps.first[i]} * 4;
+        const auto mixed = hn::Add(hn::Mul(hn::Set(d, 1 - fraction), hn::LoadU(d, a)),
+                                   hn::Mul(hn::Set(d, fraction), hn::LoadU(d, a + 4)));
+        hn::StoreU(mixed, d, out + std::ptrdiff_t{i} * 4);
+    }
+}
+#endif
+
+void ResampleGreys(const float* texels, const TexelSteps& steps, int count, float* HWY_RESTRICT out) {
+    for (int i = 0; i < count; ++i) {
+        const float fraction = steps.fraction[i];
+        const float* const a = texels + steps.first[i];
+        out[i] = (1 - fraction) * a[0] + fraction * a[1];
+    }
+}
+
+// --- drawing in whole numbers
+// -------------------------------------------------------------------------------------------------
+
+/// Mixes bytes by their pixels' alpha, which each word of @p alpha contains: the rounded quotient
+/// (alpha * source + (255 - alpha) * old) / 255. In single precision it would be the same for all bytes,
+/// since it is never near a half. The alpha becomes that of the pixel; pixels of alpha 0 stay.
+HWY_INLINE hn::Vec<Pixels> MixByAlpha(hn::Vec<Pixels> source, hn::Vec<Pixels> old, hn::Vec<Words> alpha) {
+    const auto alphaByte = hn::Set(Pixels(), 0xFF000000);
+    const auto low = hn::Set(Words(), 0xFF);
+    const auto s = hn::BitCast(Words(), hn::Or(source, alphaByte));
+    const auto d = hn::BitCast(Words(), hn::AndNot(alphaByte, old));
+    const auto rest = hn::Sub(low, alpha);
+    const auto half = hn::Set(Words(), 128);
+    const auto mix = [&](hn::Vec<Words> a, hn::Vec<Words> b) HWY_ATTR {
+        const auto v = hn::Add(hn::Add(hn::Mul(alpha, a), hn::Mul(rest, b)), half);
+        return hn::Add(v, hn::ShiftRight<8>(v));
+    };
+    const auto even = hn::ShiftRight<8>(mix(hn::And(s, low), hn::And(d, low)));
+    const auto odd = hn::AndNot(low, mix(hn::ShiftRight<8>(s), hn::ShiftRight<8>(d)));
+    const auto mixed = hn::Or(even, odd);
+    return hn::BitCast(Pixels(),
+                       hn::IfThenElse(hn::Eq(alpha, hn::Zero(Words())), hn::BitCast(Words(), old), mixed));
+}
+
+/// Draws @p source on the pixels at @p p; @p load and @p store access them.
+template <typename Load, typename Store>
+HWY_INLINE void DrawVector(hn::Vec<Pixels> source, hn::Vec<Pixels> alpha, const Load& load,
+                           const Store& store) {
+    if (hn::AllTrue(Pixels(), hn::Eq(alpha, hn::Zero(Pixels())))) return;
+    if (hn::AllTrue(Pixels(), hn::Eq(alpha, hn::Set(Pixels(), 0xFF))))
+        return store(hn::Or(source, hn::Set(Pixels(), 0xFF000000)));
+    const auto words = hn::BitCast(Words(), hn::Or(alpha, hn::ShiftLeft<16>(alpha)));
+    store(MixByAlpha(source, load(), words));
+}
+
+HWY_INLINE void DrawWhole(uint8* p, hn::Vec<Pixels> source, hn::Vec<Pixels> alpha) {
+    DrawVector(
+        source, alpha, [p]() HWY_ATTR { return LoadPixels(p); },
+        [p](hn::Vec<Pixels> v) HWY_ATTR { StorePixels(v, p); });
+}
+
+HWY_INLINE void DrawFirst(uint8* p, size_t count, hn::Vec<Pixels> source, hn::Vec<Pixels> alpha) {
+    DrawVector(
+        source, alpha, [=]() HWY_ATTR { return LoadFirstPixels(p, count); },
+        [=](hn::Vec<Pixels> v) HWY_ATTR { StoreFirstPixels(v, p, count); });
+}
+
+void DrawPixelRows(uint8* target, std::ptrdiff_t pitch, const uint8* pixels, std::ptrdiff_t pixelPitch,
+                   int width, int height) {
+    const size_t step = hn::Lanes(Pixels());
+    const auto count = static_cast<size_t>(width);
+    for (; height > 0; --height, target += pitch, pixels += pixelPitch) {
+        size_t i = 0;
+        for (; i + step <= count; i += step) {
+            const auto source = LoadPixels(pixels + 4 * i);
+            DrawWhole(target + 4 * i, source, hn::ShiftRight<24>(source));
+        }
+        if (i == count) continue;
+        const auto source = LoadFirstPixels(pixels + 4 * i, count - i);
+        DrawFirst(target + 4 * i, count - i, source, hn::ShiftRight<24>(source));
+    }
+}
+
+/// Loads @p count alphas, or a whole vector of them if there are more.
+HWY_INLINE hn::Vec<Pixels> LoadAlphas(const uint8* p, const uint8* end, size_t count) {
+    const size_t step = hn::Lanes(FewBytes());
+    if (static_cast<size_t>(end - p) >= step) return hn::PromoteTo(Pixels(), hn::LoadU(FewBytes(), p));
+    HWY_ALIGN uint8_t copy[hn::MaxLanes(Bytes())] = {};
+    std::memcpy(copy, p, count);
+    return hn::PromoteTo(Pixels(), hn::LoadU(FewBytes(), copy));
+}
+
+void DrawMaskRows(uint8* target, std::ptrdiff_t pitch, const uint8* alphas, std::ptrdiff_t alphaPitch,
+                  const uint8* end, int width, int height, uint32 pixel) {
+    const size_t step = hn::Lanes(Pixels());
+    const auto count = static_cast<size_t>(width);
+    const auto source = hn::Set(Pixels(), pixel);
+    for (; height > 0; --height, target += pitch, alphas += alphaPitch) {
+        size_t i = 0;
+        for (; i + step <= count; i += step)
+            DrawWhole(target + 4 * i, source, hn::PromoteTo(Pixels(), hn::LoadU(FewBytes(), alphas + i)));
+        if (i < count) DrawFirst(target + 4 * i, count - i, source, LoadAlphas(alphas + i, end, count - i));
+    }
+}
+
+// --- drawing in single precision
+// -------------------------------------------------------------------------------------------------
+
+/// Calls `draw(p, i)` for vectors of the floats from number i on, the last of them with a copy of the target.
+/// Rows of floats end at a whole vector.
+template <typename Draw>
+HWY_INLINE void ForVectors(uint8* target, int count, const Draw& draw) {
+    const int step = static_cast<int>(hn::Lanes(Floats()));
+    int i = 0;
+    for (; i + step <= 4 * count; i += step) draw(target + i, i);
+    if (i == 4 * count) return;
+    const auto rest = static_cast<size_t>(4 * count - i);
+    HWY_ALIGN uint8_t copy[hn::MaxLanes(Floats())] = {};
+    std::memcpy(copy, target + i, rest);
+    draw(copy, i);
+    std::memcpy(target + i, copy, rest);
+}
+
+HWY_INLINE hn::Vec<Floats> LoadTint(const Color& tint) {
+    HWY_ALIGN const float channels[4] = {tint.z, tint.y, tint.x, tint.w};
+    return hn::LoadDup128(Floats(), channels);
+}
+
+/// Returns true in the lanes of alpha.
+HWY_INLINE auto AlphaLanes() {
+    HWY_ALIGN static constexpr uint32_t kLanes[4] = {0, 0, 0, ~0u};
+    return hn::MaskFromVec(hn::BitCast(Floats(), hn::LoadDup128(Pixels(), kLanes)));
+}
+
+/// @param load  returns the colours of a vector, which begins at a float's number.
+template <typename Load>
+HWY_INLINE void BlendLoaded(uint8* target, int count, const Color& tint, const Load& load) {
+    const auto tints = LoadTint(tint);
+    const auto isAlpha = AlphaLanes();
+    const auto invisible = hn::Set(Floats(), kInvisibleAlpha);
+    const auto solid = hn::Set(Floats(), kSolidAlpha);
+    const auto scale = hn::Set(Floats(), 0.003921569f);
+    const auto one = hn::Set(Floats(), 1.0f);
+    ForVectors(target, count, [&](uint8* p, int i) HWY_ATTR {
+        const auto source = hn::Mul(load(i), tints);
+        const auto a = hn::Broadcast<3>(source);
+        const auto isVisible = hn::Gt(a, invisible);
+        const auto isSolid = hn::Gt(a, solid);
+        if (hn::AllTrue(Floats(), isSolid)) return StoreByteNumbers(ToByteNumbers(source), p);
+        if (hn::AllFalse(Floats(), isVisible)) return;
+        const auto bytes = hn::PromoteTo(Integers(), hn::LoadU(FewBytes(), p));
+        const auto old = hn::Mul(hn::ConvertTo(Floats(), bytes), scale);
+        const auto blend = hn::Add(hn::Mul(a, source), hn::Mul(hn::Sub(one, a), old));
+        const auto mixed = ToByteNumbers(hn::IfThenElse(isSolid, source, hn::IfThenElse(isAlpha, a, blend)));
+        StoreByteNumbers(hn::IfThenElse(hn::RebindMask(Integers(), isVisible), mixed, bytes), p);
+    });
+}
+
+void BlendColors(uint8* target, const ColorRow& colors, int count, const Color& tint) {
+    const float* const a = colors.a;
+    const float* const b = colors.b;
+    if (b == nullptr)
+        return BlendLoaded(target, count, tint, [a](int i) HWY_ATTR { return hn::LoadU(Floats(), a + i); });
+    const auto fraction = hn::Set(Floats(), colors.fraction);
+    const auto rest = hn::Set(Floats(), 1 - colors.fraction);
+    BlendLoaded(target, count, tint, [=](int i) HWY_ATTR {
+        return hn::Add(hn::Mul(rest, hn::LoadU(Floats(), a + i)),
+                       hn::Mul(fraction, hn::LoadU(Floats(), b + i)));
+    });
+}
+
+void BlendPremultiplied(uint8* target, const float* colors, int count, const Color& tint) {
+    const auto tints = LoadTint(tint);
+    const auto isAlpha = AlphaLanes();
+    const auto scale = hn::Set(Floats(), 0.003921569f);
+    const auto one = hn::Set(Floats(), 1.0f);
+    ForVectors(target, count, [&](uint8* p, int i) HWY_ATTR {
+        const auto source = hn::Mul(tints, hn::LoadU(Floats(), colors + i));
+        const auto keep = hn::Sub(one, hn::Broadcast<3>(source));
+        const auto bytes = hn::PromoteTo(Integers(), hn::LoadU(FewBytes(), p));
+        const auto old = hn::Mul(hn::ConvertTo(Floats(), bytes), scale);
+        const auto mixed = hn::Add(source, hn::Mul(keep, old));
+        StoreByteNumbers(ToByteNumbers(hn::IfThenElse(isAlpha, old, mixed)), p);
+    });
+}
+
+void StoreGreys(uint8* target, const float* values, int count) {
+    const int step = static_cast<int>(hn::Lanes(Floats()));
+    const auto opaque = hn::Set(Pixels(), 0xFF000000);
+    for (int i = 0; i < count; i += step) { // the row of values ends at a whole vector
+        const auto grey = hn::BitCast(Pixels(), ToByteNumbers(hn::LoadU(Floats(), values + i)));
+        const auto two = hn::Or(grey, hn::ShiftLeft<8>(grey));
+        const auto pixels = hn::Or(hn::Or(two, hn::ShiftLeft<16>(grey)), opaque);
+        if (i + step <= count)
+            StorePixels(pixels, target + std::ptrdiff_t{i} * 4);
+        else
+            StoreFirstPixels(pixels, target + std::ptrdiff_t{i} * 4, static_cast<size_t>(count - i));
+    }
+}
+
+void StoreLookups(uint8* target, const float* places, int count, const uint8* const (&tableRows)[2],
+                  float top) {
+    for (int i = 0; i < count; ++i) {
+        const float limited = places[i] > 0 ? (places[i] < top ? places[i] : top) : 0;
+        const uint32 pixel = uint32{tableRows[i % 2][static_cast<int32_t>(limited)]} * 0x10101 | 0xFF000000;
+        std::memcpy(target + std::ptrdiff_t{i} * 4, &pixel, 4);
+    }
+}
+
+void ScaleValues(float* values, int count, float scale, float bias) {
+    for (int i = 0; i < count; ++i) values[i] = values[i] * scale + bias;
+}
+
+} // namespace
+} // namespace qel::internal::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace qel::internal {
+
+QEL_SIMD_TABLE(ExpandAlpha8);
+QEL_SIMD_TABLE(ExpandGrey8);
+QEL_SIMD_TABLE(ExpandGreyAlpha8);
+QEL_SIMD_TABLE(ExpandRgb8);
+QEL_SIMD_TABLE(ExpandBgr8);
+QEL_SIMD_TABLE(ExpandRgba8);
+QEL_SIMD_TABLE(ExpandRgba4);
+QEL_SIMD_TABLE(ExpandGrey16);
+QEL_SIMD_TABLE(DecodePixels);
+QEL_SIMD_TABLE(DecodePixelsRaw);
+QEL_SIMD_TABLE(DecodeGrey8);
+QEL_SIMD_TABLE(DecodeGrey8Raw);
+QEL_SIMD_TABLE(DecodeGrey16);
+QEL_SIMD_TABLE(DecodeGrey16Raw);
+QEL_SIMD_TABLE(DecodeGrey16Colors);
+QEL_SIMD_TABLE(StepColumns);
+QEL_SIMD_TABLE(MixRows);
+QEL_SIMD_TABLE(ResampleColors);
+QEL_SIMD_TABLE(ResampleGreys);
+QEL_SIMD_TABLE(DrawPixelRows);
+QEL_SIMD_TABLE(DrawMaskRows);
+QEL_SIMD_TABLE(BlendColors);
+QEL_SIMD_TABLE(BlendPremultiplied);
+QEL_SIMD_TABLE(StoreGreys);
+QEL_SIMD_TABLE(StoreLookups);
+QEL_SIMD_TABLE(ScaleValues);
+
+namespace {
+
+/// A kernel as a function, for the tables below.
+template <const auto& table, typename Out>
+void run(const uint8* texels, int count, Out* out) {
+    table(texels, count, out);
+}
+
+/// Texels of bytes are expanded to pixels, a few at a time, and those decoded.
+template <const auto& expand, const auto& decode>
+void decodeExpanded(const uint8* texels, int count, int texelBytes, float* colors) {
+    constexpr int kMost = 64;
+    uint8 pixels[kMost * 4];
+    for (int i = 0; i < count; i += kMost) {
+        const int n = std::min(kMost, count - i);
+        expand(texels + std::ptrdiff_t{i} * texelBytes, n, pixels);
+        decode(static_cast<const uint8*>(pixels), n, colors + std::ptrdiff_t{i} * 4);
+    }
+}
+
+template <const auto& expand, const auto& decode, int texelBytes>
+void decodeVia(const uint8* texels, int count, float* colors) {
+    decodeExpanded<expand, decode>(texels, count, texelBytes, colors);
+}
+
+template <const auto& expand, int texelBytes>
+constexpr TexelRows bytesRows() {
+    return {run<expand, uint8>, decodeVia<expand, g_DecodePixels, texelBytes>,
+            decodeVia<expand, g_DecodePixelsRaw, texelBytes>, nullptr, nullptr};
+}
+
+void copyPixels4(const uint8* texels, int count, uint8* pixels) {
+    std::memcpy(pixels, texels, static_cast<size_t>(count) * 4);
+}
+
+} // namespace
+
+TexelRows texelRows(FormatID format) {
+    switch (format) {
+    case A8: // its raw colours are the constant 1
+        return {run<g_ExpandAlpha8, uint8>, decodeVia<g_ExpandAlpha8, g_DecodePixels, 1>, nullptr, nullptr,
+                nullptr};
+    case UInt8:
+    case L8: {
+        TexelRows rows = bytesRows<g_ExpandGrey8, 1>();
+        rows.decodeGrey = run<g_DecodeGrey8, float>;
+        rows.decodeGreyRaw = run<g_DecodeGrey8Raw, float>;
+        return rows;
+    }
+    case UInt8x2:
+    case LA8:
+        return bytesRows<g_ExpandGreyAlpha8, 2>();
+    case RGB8:
+        return bytesRows<g_ExpandRgb8, 3>();
+    case BGR8:
+        return bytesRows<g_ExpandBgr8, 3>();
+    case RGBA8:
+        return bytesRows<g_ExpandRgba8, 4>();
+    case BGRA8:
+        return {copyPixels4, run<g_DecodePixels, float>, run<g_DecodePixelsRaw, float>, nullptr, nullptr};
+    case RGBA4: // its raw colours are the numbers from 0 to 15
+        return {run<g_ExpandRgba4, uint8>, decodeVia<g_ExpandRgba4, g_DecodePixels, 2>, nullptr, nullptr,
+                nullptr};
+    case UInt16:
+    case L16:
+    case X16:
+        return {run<g_ExpandGrey16, uint8>, run<g_DecodeGrey16Colors, float>, nullptr,
+                run<g_DecodeGrey16, float>, run<g_DecodeGrey16Raw, float>};
+    default:
+        return {};
+    }
+}
+
+void stepColumns(const TexelAxis& axis, int begin, int count, const TexelSteps& steps) {
+    g_StepColumns(axis, begin, count, steps);
+}
+
+void mixRows(const float* a, const float* b, float fraction, int count, float* out) {
+    g_MixRows(a, b, fraction, count, out);
+}
+
+template <>
+void resampleRow<4>(const float* texels, const TexelSteps& steps, int count, float* out) {
+    g_ResampleColors(texels, steps, count, out);
+}
+
+template <>
+void resampleRow<1>(const float* texels, const TexelSteps& steps, int count, float* out) {
+    g_ResampleGreys(texels, steps, count, out);
+}
+
+void drawPixelRows(uint8* target, std::ptrdiff_t pitch, const uint8* pixels, std::ptrdiff_t pixelPitch,
+                   int width, int height) {
+    g_DrawPixelRows(target, pitch, pixels, pixelPitch, width, height);
+}
+
+void drawMaskRows(uint8* target, std::ptrdiff_t pitch, const uint8* alphas, std::ptrdiff_t alphaPitch,
+                  const uint8* end, int width, int height, uint32 pixel) {
+    g_DrawMaskRows(target, pitch, alphas, alphaPitch, end, width, height, pixel);
+}
+
+void blendColors(uint8* target, const ColorRow& colors, int count, const Color& tint) {
+    g_BlendColors(target, colors, count, tint);
+}
+
+void storeGreys(uint8* target, const float* values, int count) {
+    g_StoreGreys(target, values, count);
+}
+
+void blendPremultiplied(uint8* target, const float* colors, int count, const Color& tint) {
+    g_BlendPremultiplied(target, colors, count, tint);
+}
+
+void storeLookups(uint8* target, const float* places, int count, const uint8* const (&tableRows)[2],
+                  float top) {
+    g_StoreLookups(target, places, count, tableRows, top);
+}
+
+void scaleValues(float* values, int count, float scale, float bias) {
+    g_ScaleValues(values, count, scale, bias);
+}
+
+} // namespace qel::internal
+#endif
