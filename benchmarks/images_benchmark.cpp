@@ -1,6 +1,6 @@
-// Conversions, resizing and rotation of a picture of 1920 by 1080 pixels, and PNG files, compared with the libraries that
-// are known for them. There is no System except where a name ends in TwoThreads, so that ours run on one thread, like
-// the peers.
+// Conversions, resizing and rotation of a picture of 1920 by 1080 pixels, and PNG files, compared with the
+// libraries that are known for them. There is no System except where a name ends in TwoThreads, so that ours
+// run on one thread, like the peers.
 #include <qel/foundation/base/buffer.h>
 #include <qel/imaging/pixels/image.h>
 #include <qel/render/renderer_software.h>

@@ -5,14 +5,18 @@
 #include <qel/imaging/pixels/parallel_rows_p.h>
 #include <qel/imaging/pixels/plane_view_p.h>
 #include <qel/imaging/pixels/separate_source_p.h>
+#include <qel/imaging/pixels/turn_tiles_p.h>
 
 #include <algorithm>
 #include <cstring>
 
 namespace qel {
 
+using internal::kTileBytes;
 using internal::Source;
 using internal::Target;
+using internal::TurnedTile;
+using internal::turnTile;
 
 namespace {
 
@@ -44,14 +48,19 @@ struct Walk {
     }
 };
 
+/// The rectangle of a target from column @p left and row @p top to before @p right and @p bottom.
+struct Area {
+    int left, top, right, bottom;
+};
+
 /// Copies pixels in tiles, so that rows of the source stay in the cache while columns are read.
 template <size_t Bytes>
-void copyPixels(const Target& target, int width, int firstRow, int endRow, const Walk& walk) {
+void copyPixels(const Target& target, const Area& area, const Walk& walk) {
     constexpr int kTile = Bytes < 8 ? 32 : 16;
-    for (int top = firstRow; top < endRow; top += kTile) {
-        for (int left = 0; left < width; left += kTile) {
-            const int right = std::min(left + kTile, width);
-            for (int y = top; y < std::min(top + kTile, endRow); ++y) {
+    for (int top = area.top; top < area.bottom; top += kTile) {
+        for (int left = area.left; left < area.right; left += kTile) {
+            const int right = std::min(left + kTile, area.right);
+            for (int y = top; y < std::min(top + kTile, area.bottom); ++y) {
                 const uint8* in = walk.start + y * walk.byY + left * walk.byX;
                 uint8* out = target.row(static_cast<uint64>(y)) + static_cast<size_t>(left) * Bytes;
                 for (int x = left; x < right; ++x, in += walk.byX, out += Bytes) std::memcpy(out, in, Bytes);
@@ -60,7 +69,7 @@ void copyPixels(const Target& target, int width, int firstRow, int endRow, const
     }
 }
 
-using CopyPixels = void (*)(const Target&, int, int, int, const Walk&);
+using CopyPixels = void (*)(const Target&, const Area&, const Walk&);
 
 /// Returns the copy of pixels of whole bytes; every format has one of these sizes.
 CopyPixels copyOf(size_t pixelBytes) {
@@ -92,6 +101,28 @@ CopyPixels copyOf(size_t pixelBytes) {
     }
 }
 
+/// Returns the tile of rows @p top to @p top + @p rows - 1, of which each is a column of the source. If the
+/// rows run against the memory of the source, so do those of the tile.
+TurnedTile tileOf(const Target& target, const Walk& walk, int top, int rows, int width) {
+    const bool isUpwards = walk.byY < 0;
+    const int first = isUpwards ? top + rows - 1 : top;
+    return {target.row(static_cast<uint64>(first)), isUpwards ? -target.pitch : target.pitch,
+            walk.start + first * walk.byY, walk.byX, static_cast<size_t>(width)};
+}
+
+/// Copies rows of a target; by vectors as far as these reach.
+void copyBand(const Target& target, const Area& band, const Walk& walk, size_t pixelBytes,
+              bool isQuarterTurn) {
+    const CopyPixels copy = copyOf(pixelBytes);
+    const int rows = static_cast<int>(kTileBytes / pixelBytes);
+    int top = band.top;
+    for (; isQuarterTurn && band.bottom - top >= rows; top += rows) {
+        const auto done = static_cast<int>(turnTile(tileOf(target, walk, top, rows, band.right), pixelBytes));
+        copy(target, {done, top, band.right, top + rows}, walk);
+    }
+    copy(target, {band.left, top, band.right, band.bottom}, walk);
+}
+
 void rotatePlane(Image& target, const Image& source, unsigned plane, const Turn& turn) {
     const IVec2<int> size = target.getPlaneSize(plane);
     if (size.x == 0 || size.y == 0) return;
@@ -99,9 +130,9 @@ void rotatePlane(Image& target, const Image& source, unsigned plane, const Turn&
     const Source from{source.getPlaneBytePointer(plane), source.getPlanePitch(plane)};
     const Target to{target.getPlaneBytePointer(plane), target.getPlanePitch(plane)};
     const Walk walk(turn, from, source.getPlaneSize(plane), bytes);
-    const CopyPixels copy = copyOf(bytes);
     const auto band = [&](uint64 begin, uint64 end) {
-        copy(to, size.x, static_cast<int>(begin), static_cast<int>(end), walk);
+        copyBand(to, {0, static_cast<int>(begin), size.x, static_cast<int>(end)}, walk, bytes,
+                 turn.xByX == 0);
     };
     const auto jobs = static_cast<unsigned>(std::clamp(size.y / 8, 1, 8));
     internal::RangeKernel<decltype(band)> kernel(static_cast<uint64>(size.y), jobs, jobs, band);

@@ -96,15 +96,43 @@ private:
     Row m_rows[2];
 };
 
+/// Widths and heights up to which the coordinates of twice the size are exact in single precision.
+constexpr int kMostTwice = 1 << 20;
+
+bool isTwice(const PixelType& type, const IVec2<int>& size, const IVec2<int>& from) {
+    return type.component == UInt8 && size == IVec2<int>(2 * from.x, 2 * from.y) && from.x <= kMostTwice &&
+           from.y <= kMostTwice;
+}
+
 } // namespace
+
+// The weights are 1/4 and 3/4, so that sixteenths represent each value exactly. Target rows 2 * y + 1 and 2 *
+// y + 2 lie between source rows y and y + 1; a job that has only one of the two writes the other to a row of
+// its own.
+void ResizeBilinear::writeTwice(unsigned plane, int begin, int end) {
+    const IVec2<int> from = m_source.getPlaneSize(plane);
+    const auto channels = static_cast<size_t>(pixelTypeOf(m_target.getPlaneFormat(plane)).channels);
+    const auto width = static_cast<size_t>(from.x);
+    std::vector<uint8> unused(2 * width * channels);
+    const auto out = [&](int y) {
+        return y >= begin && y < end ? m_target.getPlaneBytePointer(plane, y) : unused.data();
+    };
+    for (int upper = (begin + 1) / 2 * 2 - 1; upper < end; upper += 2) {
+        const uint8* a = m_source.getPlaneBytePointer(plane, std::max(upper / 2, 0));
+        const uint8* b = m_source.getPlaneBytePointer(plane, std::min((upper + 1) / 2, from.y - 1));
+        rowsTwice(out(upper), out(upper + 1), a, b, channels, width);
+    }
+}
 
 void ResizeBilinear::processPlane(unsigned plane, unsigned job) {
     const PixelType type = pixelTypeOf(m_target.getPlaneFormat(plane));
     const IVec2<int> size = m_target.getPlaneSize(plane), from = m_source.getPlaneSize(plane);
+    const int begin = firstRow(plane, job), end = firstRow(plane, job + 1);
+    if (isTwice(type, size, from)) return writeTwice(plane, begin, end);
     withComponent(type.component, [&]<typename T>() {
         PlaneResizer<T> resizer(from.x, size.x, type.channels);
         const Axis rows(from.y, size.y);
-        for (int y = firstRow(plane, job); y < firstRow(plane, job + 1); ++y)
+        for (int y = begin; y < end; ++y)
             resizer.write(m_target.getPlaneBytePointer(plane, y), m_source, plane, rows[y]);
     });
 }

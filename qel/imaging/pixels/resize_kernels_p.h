@@ -49,6 +49,10 @@ class ResizeBilinear final : public ResizeKernel {
 public:
     using ResizeKernel::ResizeKernel;
     void processPlane(unsigned plane, unsigned job) override;
+
+private:
+    /// Writes rows @p begin to @p end - 1 of a plane of bytes that is twice as large as the source.
+    void writeTwice(unsigned plane, int begin, int end);
 };
 
 /// Computes the mean of the area that a target pixel covers. Pixels that it covers in part weigh as much as

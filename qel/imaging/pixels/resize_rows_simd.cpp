@@ -1,4 +1,4 @@
-// Vector kernels of resizing.
+// Vector kernels of resizing by any factor.
 #include <qel/imaging/pixels/resize_rows_p.h>
 
 #include <qel/imaging/pixels/plain_pixels_p.h>
@@ -7,17 +7,13 @@
 #define HWY_TARGET_INCLUDE "qel/imaging/pixels/resize_rows_simd.cpp"
 #include <hwy/foreach_target.h>
 
-#include <hwy/highway.h>
-#include <qel/foundation/base/simd_dispatch_p.h>
+#include <qel/imaging/pixels/simd_pixels.inc>
 
 HWY_BEFORE_NAMESPACE();
 namespace qel::internal::HWY_NAMESPACE {
 
-namespace hn = hwy::HWY_NAMESPACE;
-
 using Floats = hn::ScalableTag<float>;
-using Ints = hn::RebindToSigned<Floats>;
-using Longs = hn::RebindToUnsigned<Floats>;
+using FloatInts = hn::RebindToSigned<Floats>;
 using Quarter = hn::Rebind<uint8_t, Floats>;
 
 size_t MixBytes(uint8_t* out, const float* a, const float* b, float fraction, size_t n) {
@@ -27,33 +23,98 @@ size_t MixBytes(uint8_t* out, const float* a, const float* b, float fraction, si
     for (; n - i >= step; i += step) {
         const auto from = hn::LoadU(Floats(), a + i);
         const auto mixed = hn::Add(from, hn::Mul(hn::Sub(hn::LoadU(Floats(), b + i), from), f));
-        const auto whole = hn::ConvertTo(Ints(), mixed);
+        const auto whole = hn::ConvertTo(FloatInts(), mixed);
         const auto rest = hn::Sub(mixed, hn::ConvertTo(Floats(), whole));
-        const auto up = hn::ConvertTo(Ints(), hn::IfThenElseZero(hn::Ge(rest, half), one));
+        const auto up = hn::ConvertTo(FloatInts(), hn::IfThenElseZero(hn::Ge(rest, half), one));
         hn::StoreU(hn::DemoteTo(Quarter(), hn::Add(whole, up)), Quarter(), out + i);
     }
     return i;
 }
 
-size_t AddWeighted(uint32_t* sums, const uint8_t* in, uint32_t weight, size_t n) {
-    const size_t step = hn::Lanes(Longs());
-    const auto w = hn::Set(Longs(), weight);
+/// Adds the weighted bytes of `count` rows, two rows at a time, to the sums. @param weights  of two rows
+/// each.
+size_t AddRows(int32_t* sums, const uint8_t* const* rows, const uint32_t* weights, size_t count, size_t n) {
+    const Bytes d;
+    const Shorts<Bytes> shorts;
+    const Ints<Bytes> ints;
+    const auto zero = hn::Zero(d);
+    const size_t step = hn::Lanes(d), quarter = step / 4;
     size_t i = 0;
     for (; n - i >= step; i += step) {
-        const auto values = hn::PromoteTo(Longs(), hn::LoadU(Quarter(), in + i));
-        hn::StoreU(hn::Add(hn::LoadU(Longs(), sums + i), hn::Mul(values, w)), Longs(), sums + i);
+        auto s0 = hn::LoadU(ints, sums + i), s1 = hn::LoadU(ints, sums + i + quarter);
+        auto s2 = hn::LoadU(ints, sums + i + 2 * quarter), s3 = hn::LoadU(ints, sums + i + 3 * quarter);
+        for (size_t row = 0; row < count; row += 2) {
+            const auto weight = hn::BitCast(shorts, hn::Set(Longs<Bytes>(), weights[row / 2]));
+            const auto a = QuartersToBlocks(d, hn::LoadU(d, rows[row] + i));
+            const auto b = QuartersToBlocks(d, hn::LoadU(d, rows[row + 1] + i));
+            const auto low = hn::InterleaveLower(d, a, b), high = hn::InterleaveUpper(d, a, b);
+            const auto first = hn::InterleaveLower(d, low, zero), second = hn::InterleaveUpper(d, low, zero);
+            const auto third = hn::InterleaveLower(d, high, zero),
+                       fourth = hn::InterleaveUpper(d, high, zero);
+            s0 = hn::Add(s0, SumPairs(d, hn::BitCast(shorts, first), weight));
+            s1 = hn::Add(s1, SumPairs(d, hn::BitCast(shorts, second), weight));
+            s2 = hn::Add(s2, SumPairs(d, hn::BitCast(shorts, third), weight));
+            s3 = hn::Add(s3, SumPairs(d, hn::BitCast(shorts, fourth), weight));
+        }
+        hn::StoreU(s0, ints, sums + i);
+        hn::StoreU(s1, ints, sums + i + quarter);
+        hn::StoreU(s2, ints, sums + i + 2 * quarter);
+        hn::StoreU(s3, ints, sums + i + 3 * quarter);
     }
     return i;
+}
+
+/// Writes the means of pixels of `Channels`. Pixels of three are written as four bytes, which the next pixel
+/// repairs.
+template <size_t Channels>
+HWY_INLINE size_t MeansOf(uint8_t* out, const int32_t* sums, const uint32_t* first, const double* weights,
+                          size_t covered, double rounding, double inverse, size_t n) {
+    constexpr size_t kWide = Channels == 3 ? 4 : Channels;
+    const hn::CappedTag<double, kWide> doubles;
+    const hn::Rebind<int32_t, decltype(doubles)> ints;
+    const hn::Rebind<uint8_t, decltype(doubles)> bytes;
+    const auto add = hn::Set(doubles, rounding), factor = hn::Set(doubles, inverse);
+    const size_t end = kWide == Channels || n == 0 ? n : n - 1;
+    for (size_t x = 0; x < end; ++x, weights += covered) {
+        for (size_t c = 0; c < kWide; c += hn::Lanes(doubles)) {
+            const int32_t* in = sums + size_t{first[x]} * Channels + c;
+            auto sum = add;
+            for (size_t k = 0; k < covered; ++k, in += Channels)
+                sum = hn::Add(
+                    sum, hn::Mul(hn::PromoteTo(doubles, hn::LoadU(ints, in)), hn::Set(doubles, weights[k])));
+            const auto mean = hn::DemoteTo(ints, hn::Mul(sum, factor));
+            hn::StoreU(hn::DemoteTo(bytes, mean), bytes, out + x * Channels + c);
+        }
+    }
+    return end;
+}
+
+size_t Means(uint8_t* out, const int32_t* sums, const uint32_t* first, const double* weights, size_t covered,
+             size_t channels, double rounding, double inverse, size_t n) {
+    switch (channels) {
+    case 1:
+        return MeansOf<1>(out, sums, first, weights, covered, rounding, inverse, n);
+    case 2:
+        return MeansOf<2>(out, sums, first, weights, covered, rounding, inverse, n);
+    case 3:
+        return MeansOf<3>(out, sums, first, weights, covered, rounding, inverse, n);
+    default:
+        return MeansOf<4>(out, sums, first, weights, covered, rounding, inverse, n);
+    }
 }
 
 } // namespace qel::internal::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
+#include <algorithm>
+#include <array>
+
 namespace qel::internal {
 
 QEL_SIMD_TABLE(MixBytes);
-QEL_SIMD_TABLE(AddWeighted);
+QEL_SIMD_TABLE(AddRows);
+QEL_SIMD_TABLE(Means);
 
 void rowMixBytes(uint8* out, const float* a, const float* b, float fraction, size_t n) {
     for (size_t i = g_MixBytes(out, a, b, fraction, n); i < n; ++i) {
@@ -62,8 +123,36 @@ void rowMixBytes(uint8* out, const float* a, const float* b, float fraction, siz
     }
 }
 
-void rowAddWeighted(uint32* sums, const uint8* in, uint32 weight, size_t n) {
-    for (size_t i = g_AddWeighted(sums, in, weight, n); i < n; ++i) sums[i] += weight * in[i];
+void rowWeightedSums(int32* sums, const uint8* const* rows, const uint16* weights, size_t count, size_t n) {
+    constexpr size_t kRowsAtOnce = 8; // more would be more streams than a processor follows
+    std::fill_n(sums, n, 0);
+    for (size_t begin = 0; begin < count; begin += kRowsAtOnce) {
+        const size_t end = std::min(count, begin + kRowsAtOnce);
+        std::array<uint32, kRowsAtOnce / 2> pairs{};
+        std::array<const uint8*, kRowsAtOnce> chosen;
+        for (size_t k = 0; k < kRowsAtOnce; ++k) chosen[k] = rows[std::min(begin + k, end - 1)];
+        for (size_t k = begin; k < end; ++k)
+            pairs[(k - begin) / 2] |= uint32{weights[k]} << ((k - begin) % 2 * 16);
+        for (size_t i = g_AddRows(sums, chosen.data(), pairs.data(), end - begin, n); i < n; ++i)
+            for (size_t k = begin; k < end; ++k) sums[i] += weights[k] * rows[k][i];
+    }
+}
+
+// All numbers below 2^53 are exact. The quotient is rounded by half the weight; a quarter more keeps the
+// product with the inverse, which is not exact, on the right side of every whole number.
+void rowMeans(uint8* out, const int32* sums, const ColumnWeights& columns, size_t channels, double weight) {
+    const double rounding = weight / 2 + 0.25, inverse = 1 / weight;
+    const size_t n = columns.first.size(), covered = columns.covered;
+    const uint32* first = columns.first.data();
+    const double* weights = columns.weights.data();
+    for (size_t x = g_Means(out, sums, first, weights, covered, channels, rounding, inverse, n); x < n; ++x) {
+        for (size_t c = 0; c < channels; ++c) {
+            double sum = rounding;
+            for (size_t k = 0; k < covered; ++k)
+                sum += weights[x * covered + k] * sums[(first[x] + k) * channels + c];
+            out[x * channels + c] = static_cast<uint8>(sum * inverse);
+        }
+    }
 }
 
 } // namespace qel::internal

@@ -92,6 +92,32 @@ double mean(const Image& source, Size target, int x, int y) {
     return static_cast<double>(sum / (static_cast<long double>(sw) * sh));
 }
 
+/// Returns one channel of an image of bytes.
+Bytes channelOf(const Image& image, int channel) {
+    const Bytes all = packedBytes(image);
+    const auto step = static_cast<size_t>(util::getFormatSizeBits(image.getImageFormat()) / 8);
+    Bytes values;
+    for (size_t i = static_cast<size_t>(channel); i < all.size(); i += step) values.push_back(all[i]);
+    return values;
+}
+
+Image channelImage(const Image& image, int channel) {
+    Image result(UInt8, image.getSize());
+    const Bytes values = channelOf(image, channel);
+    std::memcpy(result.getBytePointer(), values.data(), values.size());
+    return result;
+}
+
+/// Returns the pixels of an image of bytes that is resized by @p formula.
+template <typename Formula>
+Bytes resizedBy(const Formula& formula, const Image& source, Size size) {
+    Bytes values;
+    for (int y = 0; y < size.y; ++y)
+        for (int x = 0; x < size.x; ++x)
+            values.push_back(static_cast<uint8>(std::round(formula(source, size, x, y))));
+    return values;
+}
+
 double rounded(FormatID format, double value) {
     return format == Flt32 ? static_cast<double>(static_cast<float>(value)) : std::round(value);
 }
@@ -101,6 +127,8 @@ protected:
     void SetUp() override { ASSERT_TRUE(seams::setSimdTarget(GetParam())); }
     void TearDown() override { seams::setSimdTarget(""); }
 };
+
+class TurnTiles : public Resize {};
 
 class ImageTasks : public test::SystemFixture {};
 
@@ -120,6 +148,9 @@ Image numberedImage(FormatID format, Size size) {
 } // namespace
 
 INSTANTIATE_TEST_SUITE_P(Targets, Resize, testing::ValuesIn(seams::simdTargets()),
+                         [](const auto& parameter) { return parameter.param; });
+
+INSTANTIATE_TEST_SUITE_P(Targets, TurnTiles, testing::ValuesIn(seams::simdTargets()),
                          [](const auto& parameter) { return parameter.param; });
 
 TEST_P(Resize, GrowingInterpolatesBetweenNeighbours) {
@@ -146,6 +177,43 @@ TEST_P(Resize, ShrinkingTakesTheMeanOfTheArea) {
                 for (int x = 0; x < width; ++x)
                     ASSERT_EQ(componentAt(*target, x, y), rounded(format, mean(*source, {width, 3}, x, y)))
                         << format << " width " << width << " at " << x << "," << y;
+            ASSERT_EQ(target.changedGuards(), 0);
+        }
+    }
+}
+
+TEST_P(Resize, HalfAndTwiceTheSizeFollowTheFormulas) {
+    constexpr FormatID kChannels[] = {UInt8, UInt8x2, UInt8x3, UInt8x4};
+    for (int channels = 1; channels <= 4; ++channels) {
+        const FormatID format = kChannels[channels - 1];
+        for (int width = 1; width <= 67; ++width) {
+            GuardedImage small(format, {width, 3}), large(format, {2 * width, 6});
+            GuardedImage half(format, {width, 3}), twice(format, {2 * width, 6});
+            ASSERT_TRUE(half->resizeFrom(*large));
+            ASSERT_TRUE(twice->resizeFrom(*small));
+            for (int c = 0; c < channels; ++c) {
+                EXPECT_EQ(channelOf(*half, c), resizedBy(mean, channelImage(*large, c), half->getSize()))
+                    << "half, channel " << c << " of " << channels << ", width " << width;
+                EXPECT_EQ(channelOf(*twice, c),
+                          resizedBy(bilinear, channelImage(*small, c), twice->getSize()))
+                    << "twice, channel " << c << " of " << channels << ", width " << width;
+            }
+            ASSERT_EQ(half.changedGuards(), 0);
+            ASSERT_EQ(twice.changedGuards(), 0);
+        }
+    }
+}
+
+TEST_P(Resize, ChannelsShrinkAloneAtAllWidths) {
+    constexpr FormatID kChannels[] = {UInt8, UInt8x2, UInt8x3, UInt8x4};
+    for (int channels = 1; channels <= 4; ++channels) {
+        const FormatID format = kChannels[channels - 1];
+        for (int width = 1; width <= 67; width += 2) {
+            GuardedImage source(format, {67, 23}), target(format, {width, 2});
+            ASSERT_TRUE(target->resizeFrom(*source));
+            for (int c = 0; c < channels; ++c)
+                EXPECT_EQ(channelOf(*target, c), resizedBy(mean, channelImage(*source, c), target->getSize()))
+                    << "channel " << c << " of " << channels << ", width " << width;
             ASSERT_EQ(target.changedGuards(), 0);
         }
     }
@@ -377,6 +445,27 @@ TEST(Rotate, FollowsTheTableForAllPixelSizes) {
                         << format << " turns " << turns << " at " << x << "," << y;
                 }
             }
+        }
+    }
+}
+
+TEST_P(TurnTiles, LargeImagesFollowTheTable) {
+    for (const FormatID format : {L8, LA8, RGBA8, UInt16x4}) {
+        const int w = 530, h = 131; // for the target, eight bands of a tile of bytes and some rows
+        const auto bytes = static_cast<size_t>(util::getFormatSizeBits(format) / 8);
+        GuardedImage source(format, {w, h});
+        for (const int turns : {1, 3}) {
+            Bytes expected;
+            for (int y = 0; y < w; ++y) {
+                for (int x = 0; x < h; ++x) {
+                    const Size at = turns == 1 ? Size(y, h - 1 - x) : Size(w - 1 - y, x);
+                    const uint8* p = source->getBytePointer(at.y) + static_cast<size_t>(at.x) * bytes;
+                    expected.insert(expected.end(), p, p + bytes);
+                }
+            }
+            Image target;
+            target.rotateFrom(*source, turns);
+            EXPECT_TRUE(packedBytes(target) == expected) << format << " turns " << turns;
         }
     }
 }
