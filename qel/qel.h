@@ -151,3 +151,4 @@
 #include <qel/system/tasks/task_queue.h>
 #include <qel/system/tasks/thread_pool.h>
 #include <qel/volume/arcball_camera.h>
+#include <qel/volume/mesh.h>

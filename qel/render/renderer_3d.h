@@ -45,7 +45,7 @@ public:
     /// Reserved for the back end.
     virtual void reserved4Internal() {}
 
-    /// Creates a mesh of this renderer. Defined in volume.
+    /// Creates a mesh of this renderer. Defined in volume/mesh.cpp.
     SmartPointer<Mesh> createMesh();
     /// Creates a texture of voxels of this renderer.
     SmartPointer<VolumeTexture> createVolumeTexture() { return createVolumeTextureInternal(); }

@@ -8,6 +8,7 @@
 #include <qel/render/texture_software.h>
 #include <qel/system/core/application.h>
 #include <qel/system/tasks/alarm.h>
+#include <qel/volume/mesh.h>
 
 #include <cmath>
 #include <memory>
@@ -47,7 +48,7 @@ public:
     void setDepthTestInternal(bool on) override { calls += on ? "depth " : "flat "; }
     IVec2<int> getMaximumTextureSize() override { return {1, 1}; }
     void drawMeshInternal(Mesh*, const Float4x4&) override {}
-    Mesh* createMeshInternal() override { return nullptr; }
+    Mesh* createMeshInternal() override { return new Mesh(this); }
     VolumeTexture* createVolumeTextureInternal() override { return nullptr; }
     void drawVolumeInternal(VolumeActor*) override {}
 
@@ -182,6 +183,14 @@ TEST_F(RendererTest, APolygonThatIsNoneDrawsNothing) {
     const IVec2<float> triangle[] = {{0, 0}, {10, 0}, {0, 10}};
     renderer.drawFilledPolygonInternal(3, triangle);
     EXPECT_EQ(renderer.triangles, 0);
+}
+
+TEST_F(RendererTest, AMeshBelongsToItsRenderer) {
+    auto dying = std::make_unique<NotingRenderer>();
+    const SmartPointer<Mesh> mesh = dying->createMesh();
+    EXPECT_EQ(mesh->getRenderer(), dying.get());
+    dying.reset();
+    EXPECT_EQ(mesh->getRenderer(), nullptr);
 }
 
 TEST_F(RendererTest, AGrayscaleTableHoldsTwoRoundings) {
