@@ -54,6 +54,27 @@ void mixHash(uint32& hash, unsigned value) {
     hash = (value ^ hash) * 16777619;
 }
 
+/// Returns the pixel of column @p x in a row.
+template <typename Byte>
+Byte* pixelOf(Byte* row, int x) {
+    return row + std::ptrdiff_t{x} * kPixelBytes;
+}
+
+/// Makes a pixel the mean of two whose rays have seen the same. @return false if they have not.
+bool interpolate(uint8* pixel, const uint8* a, const uint8* b) {
+    if (a[3] != b[3]) return false;
+    for (int i = 0; i < 3; ++i) pixel[i] = static_cast<uint8>((a[i] + b[i]) >> 1);
+    pixel[3] = a[3];
+    return true;
+}
+
+/// Returns the mean of two neighbours, half of which each sample at a corner beside them replaces.
+uint8 between(int a, int b, const uint8* edge1, const uint8* edge2, int channel) {
+    const int plain = (2 - edge1[3] - edge2[3]) * 2;
+    const int samples = edge1[channel] * edge1[3] + edge2[channel] * edge2[3];
+    return static_cast<uint8>((plain * (a + b) + 4 * samples + 4) >> 3);
+}
+
 } // namespace
 
 MiniRaytracer::MiniRaytracer(Image& target, double time) : m_target(target) {
@@ -142,12 +163,12 @@ void MiniRaytracer::tracePicture(unsigned part) {
 void MiniRaytracer::traceRow(int y, unsigned phase, unsigned& rays) {
     const int width = m_target.getWidth();
     const int first = static_cast<int>(phase);
-    for (int x = first; x < width; x += 2) tracePixel(x, y, rays);
     uint8* const row = m_target.getBytePointer(y);
+    for (int x = first; x < width; x += 2) tracePixel(x, y, pixelOf(row, x), rays);
     for (int x = 1 - first; x < width; x += 2) {
-        uint8* const p = row + std::ptrdiff_t{x} * kPixelBytes;
-        if (x == 0 || x == width - 1 || !interpolate(x, y, p - kPixelBytes, p + kPixelBytes))
-            tracePixel(x, y, rays);
+        uint8* const p = pixelOf(row, x);
+        const bool isBetween = x > 0 && x < width - 1;
+        if (!isBetween || !interpolate(p, p - kPixelBytes, p + kPixelBytes)) tracePixel(x, y, p, rays);
     }
 }
 
@@ -155,22 +176,18 @@ void MiniRaytracer::traceRow(int y, unsigned phase, unsigned& rays) {
 void MiniRaytracer::fillRowBetween(int y, unsigned& rays) {
     const uint8* above = m_target.getBytePointer(y - 1);
     const uint8* below = m_target.getBytePointer(y + 1);
-    for (int x = 0; x < m_target.getWidth(); ++x, above += kPixelBytes, below += kPixelBytes)
-        if (!interpolate(x, y, above, below)) tracePixel(x, y, rays);
+    uint8* p = m_target.getBytePointer(y);
+    for (int x = 0; x < m_target.getWidth(); ++x) {
+        if (!interpolate(p, above, below)) tracePixel(x, y, p, rays);
+        above += kPixelBytes;
+        below += kPixelBytes;
+        p += kPixelBytes;
+    }
 }
 
-/// Stores the mean of two pixels whose rays have seen the same. @return false if they have not.
-bool MiniRaytracer::interpolate(int x, int y, const uint8* a, const uint8* b) {
-    if (a[3] != b[3]) return false;
-    uint8* const p = m_target.getBytePointer(y) + std::ptrdiff_t{x} * kPixelBytes;
-    for (int i = 0; i < 3; ++i) p[i] = static_cast<uint8>((a[i] + b[i]) >> 1);
-    p[3] = a[3];
-    return true;
-}
-
-void MiniRaytracer::tracePixel(int x, int y, unsigned& rays) {
+void MiniRaytracer::tracePixel(int x, int y, uint8* pixel, unsigned& rays) const {
     const Sample sample = trace(static_cast<float>(x), static_cast<float>(y), rays);
-    store(m_target.getBytePointer(y) + std::ptrdiff_t{x} * kPixelBytes, sample.color, sample.hash);
+    store(pixel, sample.color, sample.hash);
 }
 
 // --- rays -----------------------------------------------------------------------------------------------
@@ -259,40 +276,31 @@ void MiniRaytracer::traceEdges(unsigned part) {
     m_counters[part].rays += rays;
 }
 
+// A pixel of the first picture becomes a block of four: itself, the means with its right and lower
+// neighbours, and the corner between them.
 void MiniRaytracer::doubleRows(unsigned part) {
     const int rows = m_spare.getHeight() - 2;
-    for (int y = firstRow(part, rows); y < firstRow(part + 1, rows); ++y)
-        for (int x = 0; x < m_spare.getWidth() - 2; ++x) {
-            const std::ptrdiff_t column = std::ptrdiff_t{x} * 2 * kPixelBytes;
-            doublePixel(x + 1, y + 1, m_target.getBytePointer(2 * y) + column,
-                        m_target.getBytePointer(2 * y + 1) + column);
-        }
+    for (int y = firstRow(part, rows); y < firstRow(part + 1, rows); ++y) {
+        DoubledRow row{m_spare.getBytePointer(y + 1),  m_spare.getBytePointer(y + 2),
+                       m_edges.getBytePointer(y),      m_edges.getBytePointer(y + 1),
+                       m_target.getBytePointer(2 * y), m_target.getBytePointer(2 * y + 1)};
+        for (int x = 0; x < m_spare.getWidth() - 2; ++x) doublePixel(row, x);
+    }
 }
 
-/// Writes the block of four pixels for pixel (@p x, @p y). A pixel between two others is their mean; where
-/// there are samples at the corners beside it, each of them replaces half of it.
-void MiniRaytracer::doublePixel(int x, int y, uint8* upper, uint8* lower) const {
-    const auto pixel = [this](int px, int py) {
-        return m_spare.getBytePointer(py) + std::ptrdiff_t{px} * kPixelBytes;
-    };
-    const auto edge = [this](int ex, int ey) {
-        return m_edges.getBytePointer(ey) + std::ptrdiff_t{ex} * kPixelBytes;
-    };
-    const uint8 *const p = pixel(x, y), *const right = pixel(x + 1, y);
-    const uint8 *const below = pixel(x, y + 1), *const across = pixel(x + 1, y + 1);
-    const uint8 *const e0 = edge(x - 1, y - 1), *const e1 = edge(x, y - 1);
-    const uint8 *const e2 = edge(x - 1, y), *const e3 = edge(x, y);
-    const auto between = [](int a, int b, int edge1, int flag1, int edge2, int flag2) {
-        const int plain = (2 - flag1 - flag2) * 2;
-        return static_cast<uint8>((plain * (a + b) + 4 * (edge1 * flag1 + edge2 * flag2) + 4) >> 3);
-    };
+void MiniRaytracer::doublePixel(const DoubledRow& row, int x) {
+    const uint8 *const p = pixelOf(row.pixels, x + 1), *const right = p + kPixelBytes;
+    const uint8 *const below = pixelOf(row.below, x + 1), *const across = below + kPixelBytes;
+    const uint8 *const e0 = pixelOf(row.edgesAbove, x), *const e1 = e0 + kPixelBytes;
+    const uint8 *const e2 = pixelOf(row.edgesBelow, x), *const e3 = e2 + kPixelBytes;
+    uint8 *const upper = pixelOf(row.upper, 2 * x), *const lower = pixelOf(row.lower, 2 * x);
+    const int flags = e0[3] + e1[3] + e2[3] + e3[3];
     for (int i = 0; i < 3; ++i) {
-        const int flags = e0[3] + e1[3] + e2[3] + e3[3];
         upper[i] = static_cast<uint8>((p[i] * (8 - flags) + e0[i] + e1[i] + e2[i] + e3[i] + 4) >> 3);
-        upper[4 + i] = between(p[i], right[i], e1[i], e1[3], e3[i], e3[3]);
-        lower[i] = between(p[i], below[i], e2[i], e2[3], e3[i], e3[3]);
-        lower[4 + i] =
-            e3[3] != 0 ? e3[i] : static_cast<uint8>((p[i] + right[i] + below[i] + across[i] + 2) >> 2);
+        upper[4 + i] = between(p[i], right[i], e1, e3, i);
+        lower[i] = between(p[i], below[i], e2, e3, i);
+        const int plain = p[i] + right[i] + below[i] + across[i];
+        lower[4 + i] = static_cast<uint8>((plain * (2 - e3[3]) + 4 * e3[i] * e3[3] + 4) >> 3);
     }
     upper[3] = upper[7] = lower[3] = lower[7] = 255;
 }

@@ -36,15 +36,24 @@ private:
         unsigned rays = 0;
     };
 
+    /// The rows that become two rows of the large picture.
+    struct DoubledRow {
+        const uint8* pixels;
+        const uint8* below;
+        const uint8* edgesAbove;
+        const uint8* edgesBelow;
+        uint8* upper;
+        uint8* lower;
+    };
+
     void runStage(Stage stage);
     void tracePicture(unsigned part);
     void traceRow(int y, unsigned phase, unsigned& rays);
     void fillRowBetween(int y, unsigned& rays);
     void traceEdges(unsigned part);
     void doubleRows(unsigned part);
-    void doublePixel(int x, int y, uint8* upper, uint8* lower) const;
-    void tracePixel(int x, int y, unsigned& rays);
-    bool interpolate(int x, int y, const uint8* a, const uint8* b);
+    static void doublePixel(const DoubledRow& row, int x);
+    void tracePixel(int x, int y, uint8* pixel, unsigned& rays) const;
     Sample trace(float x, float y, unsigned& rays) const;
     float baseLight(const internal::Float3& point) const;
     float lampLight(const internal::Float3& point, const internal::Float3& normal, float throughput,

@@ -40,8 +40,8 @@ constexpr Material kMaterials[] = {
     {{0.060f, 0.080f, 0.140f}, 0.35f, 1}, // walls
     {{0.110f, 0.060f, 0.140f}, 0.35f, 1}, //
     {{0.040f, 0.110f, 0.140f}, 0.35f, 1}, //
-    {{2.10f, 0.17f, 0.12f}, 0.25f, 1},    // q
-    {{2.10f, 0.55f, 0.06f}, 0.25f, 1},    // e
+    {{2.60f, 0.15f, 0.10f}, 0.25f, 1},    // q
+    {{2.40f, 0.60f, 0.06f}, 0.25f, 1},    // e
     {{1.90f, 1.15f, 0.09f}, 0.25f, 1},    // l
     {{0.95f, 1.55f, 0.14f}, 0.25f, 1},    // C
     {{0.18f, 1.35f, 0.34f}, 0.25f, 1},    //
@@ -80,6 +80,55 @@ Ray::Ray(const Float3& origin_, const Float3& direction_)
       direction(direction_),
       reciprocal(reciprocalOf(direction.x), reciprocalOf(direction.y), reciprocalOf(direction.z)) {}
 
+// --- boxes ----------------------------------------------------------------------------------------------
+
+BoxGroup::BoxGroup() {
+    // No ray enters an empty box at a point far away.
+    for (Distances& axis : m_lower) axis.fill(1e9f);
+    for (Distances& axis : m_upper) axis.fill(1e9f);
+}
+
+void BoxGroup::add(const Box& box) {
+    for (int i = 0; i < 3; ++i) {
+        m_lower[static_cast<size_t>(i)][m_size] = box.lower[i];
+        m_upper[static_cast<size_t>(i)][m_size] = box.upper[i];
+    }
+    ++m_size;
+}
+
+Box BoxGroup::box(size_t index) const {
+    return {{m_lower[0][index], m_lower[1][index], m_lower[2][index]},
+            {m_upper[0][index], m_upper[1][index], m_upper[2][index]}};
+}
+
+Box BoxGroup::boundsWith(Box bounds) const {
+    for (size_t k = 0; k < m_size; ++k)
+        for (int i = 0; i < 3; ++i) {
+            bounds.lower[i] = std::min(bounds.lower[i], box(k).lower[i]);
+            bounds.upper[i] = std::max(bounds.upper[i], box(k).upper[i]);
+        }
+    return bounds;
+}
+
+BoxGroup::Distances BoxGroup::enter(const Ray& ray, float to) const {
+    const float origin[] = {ray.origin.x, ray.origin.y, ray.origin.z};
+    const float reciprocal[] = {ray.reciprocal.x, ray.reciprocal.y, ray.reciprocal.z};
+    Distances distances;
+    for (size_t k = 0; k < kCapacity; ++k) {
+        float low = 0, high = to;
+        for (size_t i = 0; i < 3; ++i) {
+            const float a = (m_lower[i][k] - origin[i]) * reciprocal[i];
+            const float b = (m_upper[i][k] - origin[i]) * reciprocal[i];
+            low = std::max(low, std::min(a, b));
+            high = std::min(high, std::max(a, b));
+        }
+        distances[k] = low < high ? low : to;
+    }
+    return distances;
+}
+
+// --- the scene ------------------------------------------------------------------------------------------
+
 MiniScene::MiniScene() {
     std::copy(std::begin(kMaterials), std::end(kMaterials), m_materials.begin());
     addWord();
@@ -87,15 +136,11 @@ MiniScene::MiniScene() {
 }
 
 void MiniScene::addWord() {
-    for (Cluster& cluster : m_clusters) cluster.bounds = {{1e9f, 1e9f, 3.5f}, {-1e9f, -1e9f, 5.5f}};
     for (size_t row = 0; row < kRows; ++row)
         for (size_t column = 0; column < kColumns; ++column)
             if (kShapes[row][column] != ' ') addCell(row, column);
-    unsigned boxes = 0;
-    for (Cluster& cluster : m_clusters) {
-        cluster.firstBox = boxes;
-        boxes += static_cast<unsigned>(cluster.boxes.size());
-    }
+    constexpr Box kLeast{{1e9f, 1e9f, 3.5f}, {-1e9f, -1e9f, 5.5f}};
+    for (const BoxGroup& cluster : m_clusters) m_bounds.add(cluster.boundsWith(kLeast));
 }
 
 void MiniScene::addCell(size_t row, size_t column) {
@@ -106,13 +151,7 @@ void MiniScene::addCell(size_t row, size_t column) {
     const float up = 3 - static_cast<float>(row) + (shape == 'e' ? 0.5f : 0);
     const Float3 centre = kWordCentre + Float3(right * kCell, up * kCell, 0);
     const Float3 extent(half, half, depth);
-    const Box box{centre - extent, centre + extent};
-    Cluster& cluster = m_clusters[clusterOf(row, column)];
-    cluster.boxes.push_back(box);
-    for (int i = 0; i < 3; ++i) {
-        cluster.bounds.lower[i] = std::min(cluster.bounds.lower[i], box.lower[i]);
-        cluster.bounds.upper[i] = std::max(cluster.bounds.upper[i], box.upper[i]);
-    }
+    m_clusters[clusterOf(row, column)].add({centre - extent, centre + extent});
 }
 
 size_t MiniScene::clusterOf(size_t row, size_t column) {
@@ -153,35 +192,36 @@ RayHit MiniScene::hit(const Ray& ray) const {
 
 /// Replaces @p result by the closest box that the ray meets before.
 void MiniScene::hitBoxes(const Ray& ray, RayHit& result) const {
-    const Box* closest = nullptr;
-    for (int i = 0; i < kClusters; ++i) {
-        const Cluster& cluster = m_clusters[static_cast<size_t>(i)];
-        if (!(cluster.bounds.enter(ray, 0, result.distance) < result.distance)) continue;
-        unsigned number = cluster.firstBox;
-        for (const Box& box : cluster.boxes) {
-            const float distance = box.enter(ray, 0, result.distance);
-            if (distance > 0 && distance < result.distance) {
-                result.distance = distance;
-                result.material = kPlanes + i;
-                result.object = number;
-                closest = &box;
-            }
-            ++number;
+    const BoxGroup::Distances clusters = m_bounds.enter(ray, result.distance);
+    size_t hitCluster = kClusters, hitBox = 0;
+    for (size_t c = 0; c < kClusters; ++c) {
+        if (!(clusters[c] < result.distance)) continue;
+        const BoxGroup::Distances boxes = m_clusters[c].enter(ray, result.distance);
+        for (size_t k = 0; k < m_clusters[c].size(); ++k) {
+            if (!(boxes[k] > 0 && boxes[k] < result.distance)) continue;
+            result.distance = boxes[k];
+            hitCluster = c;
+            hitBox = k;
         }
     }
-    if (closest == nullptr) return;
-    const unsigned face = faceAt(*closest, ray.origin + ray.direction * result.distance);
-    result.object = kPlanes + result.object * 6 + face;
+    if (hitCluster == kClusters) return;
+    const Box box = m_clusters[hitCluster].box(hitBox);
+    const unsigned face = faceAt(box, ray.origin + ray.direction * result.distance);
+    const size_t number = hitCluster * BoxGroup::kCapacity + hitBox;
+    result.material = kPlanes + static_cast<int>(hitCluster);
+    result.object = kPlanes + static_cast<unsigned>(number) * 6 + face;
     result.normal = {};
-    result.normal[face / 2] = face % 2 == 0 ? -1 : 1;
+    result.normal[static_cast<int>(face / 2)] = face % 2 == 0 ? -1 : 1;
 }
 
 // The planes face the light, so only boxes throw shadows.
 bool MiniScene::isFree(const Ray& ray, float distance) const {
-    for (const Cluster& cluster : m_clusters) {
-        if (!(cluster.bounds.enter(ray, 0, distance) < distance)) continue;
-        for (const Box& box : cluster.boxes)
-            if (box.enter(ray, 0, distance) < distance) return false;
+    const BoxGroup::Distances clusters = m_bounds.enter(ray, distance);
+    const auto isHit = [distance](float entry) { return entry < distance; };
+    for (size_t c = 0; c < kClusters; ++c) {
+        if (!isHit(clusters[c])) continue;
+        const BoxGroup::Distances boxes = m_clusters[c].enter(ray, distance);
+        if (std::any_of(boxes.begin(), boxes.end(), isHit)) return false;
     }
     return true;
 }

@@ -1,7 +1,6 @@
 // The scene of the small ray tracer: a word of boxes above a floor between slanted walls.
 #pragma once
 
-#include <qel/foundation/base/containers.h>
 #include <qel/foundation/base/ivec.h>
 #include <qel/foundation/base/types.h>
 
@@ -51,21 +50,36 @@ struct RayHit {
     Float3 normal;       ///< of length 1, towards the ray's origin
 };
 
+/// A box with edges along the axes.
 struct Box {
     Float3 lower;
     Float3 upper;
+};
 
-    /// Returns where the ray enters the box, if that is between @p from and @p to; otherwise @p to.
-    float enter(const Ray& ray, float from, float to) const {
-        float low = from, high = to;
-        for (int i = 0; i < 3; ++i) {
-            const float a = (lower[i] - ray.origin[i]) * ray.reciprocal[i];
-            const float b = (upper[i] - ray.origin[i]) * ray.reciprocal[i];
-            low = std::max(low, std::min(a, b));
-            high = std::min(high, std::max(a, b));
-        }
-        return low < high ? low : to;
-    }
+/// Up to 16 boxes, stored so that a ray is tested against all of them with vector instructions.
+class BoxGroup {
+public:
+    static constexpr size_t kCapacity = 16;
+    using Distances = std::array<float, kCapacity>;
+
+    /// Creates an empty group.
+    BoxGroup();
+
+    /// Adds a box; the group must not be full.
+    void add(const Box& box);
+    /// Returns the number of boxes.
+    size_t size() const { return m_size; }
+    /// Returns the box that contains all boxes of the group and @p bounds.
+    Box boundsWith(Box bounds) const;
+    /// Returns a box of the group.
+    Box box(size_t index) const;
+    /// Returns for each box where the ray enters it, if that is between 0 and @p to, and otherwise @p to.
+    Distances enter(const Ray& ray, float to) const;
+
+private:
+    alignas(64) std::array<Distances, 3> m_lower;
+    alignas(64) std::array<Distances, 3> m_upper;
+    size_t m_size = 0;
 };
 
 struct Material {
@@ -98,11 +112,6 @@ private:
         Float3 normal;
         float offset; ///< dot(normal, point) for the points of the plane
     };
-    struct Cluster {
-        Box bounds;
-        Vector<Box> boxes;
-        unsigned firstBox = 0; ///< the number of its first box in the scene
-    };
 
     void hitBoxes(const Ray& ray, RayHit& result) const;
     void addWord();
@@ -111,7 +120,8 @@ private:
     static size_t clusterOf(size_t row, size_t column);
 
     std::array<Plane, kPlanes> m_planes;
-    std::array<Cluster, kClusters> m_clusters;
+    std::array<BoxGroup, kClusters> m_clusters;
+    BoxGroup m_bounds; ///< a box around each cluster
     std::array<Material, kPlanes + kClusters> m_materials;
 };
 
