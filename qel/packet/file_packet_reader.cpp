@@ -10,6 +10,8 @@ namespace qel {
 namespace {
 
 constexpr size_t kWindowSize = 65536;
+/// The bytes of a record before its payload.
+constexpr size_t kHeadSize = sizeof(uint32) + Packet::kHeaderSize;
 
 SmartPointer<Packet> failedReading(const char* what) {
     logging::error() << "failed reading " << what;
@@ -18,7 +20,7 @@ SmartPointer<Packet> failedReading(const char* what) {
 
 } // namespace
 
-FilePacketReader::FilePacketReader(const char* path) {
+FilePacketReader::FilePacketReader(const char* path) : m_windowSize(kWindowSize) {
     if (const platform::FileError error = platform::openFile(m_file, path, platform::OpenMode::Read))
         logging::error() << "failed opening packet file '" << path << "'; "
                          << platform::errorText(error.value());
@@ -34,7 +36,9 @@ SmartPointer<Packet> FilePacketReader::read() {
     }
     SmartPointer<Packet> packet(new Packet(size));
     if (!readFully(packet->rawHeader(), Packet::kHeaderSize)) return failedReading("packet header");
+    m_windowSize = kWindowSize;
     if (!readFully(packet->getPayload(), size)) return failedReading("payload");
+    if (size >= kWindowSize) m_windowSize = kHeadSize; // records of a file tend to be alike
     return packet;
 }
 
@@ -57,7 +61,7 @@ bool FilePacketReader::readFully(uint8* out, size_t size) {
 bool FilePacketReader::fillWindow() {
     m_readAhead.resize(kWindowSize);
     size_t done = 0;
-    if (m_file.read(m_readAhead.getBytePointer(), kWindowSize, done)) return false;
+    if (m_file.read(m_readAhead.getBytePointer(), m_windowSize, done)) return false;
     m_window = ConstByteSpan(m_readAhead.getBytePointer(), done).asText();
     return done != 0;
 }

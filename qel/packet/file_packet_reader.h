@@ -30,6 +30,7 @@ private:
     platform::FileHandle m_file;
     Buffer m_readAhead;        // for small records; large ones are read to their place
     std::string_view m_window; // what is left there
+    size_t m_windowSize;       // how far to read ahead; no further than the next head after a large record
 };
 
 } // namespace qel
