@@ -287,10 +287,6 @@ ConstByteSpan SqliteStatement::column(int index) {
     return {static_cast<const uint8*>(data), static_cast<size_t>(size)};
 }
 
-bool SqliteStatement::isNull(int index) {
-    return sqlite3_column_type(m_statement, index) == SQLITE_NULL;
-}
-
 bool SqliteStatement::isBytes(int index) {
     return sqlite3_column_type(m_statement, index) == SQLITE_BLOB;
 }

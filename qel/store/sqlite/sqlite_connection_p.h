@@ -50,7 +50,6 @@ public:
     void reset();
     /// Returns column @p index of the row, starting at 0. @owner valid until the next step() or reset().
     ConstByteSpan column(int index);
-    bool isNull(int index);
     /// Returns true if column @p index contains bytes, and not text or a number.
     bool isBytes(int index);
     bool isInteger(int index);

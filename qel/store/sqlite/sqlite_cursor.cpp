@@ -1,6 +1,5 @@
 #include <qel/store/sqlite/sqlite_cursor_p.h>
 
-#include <fmt/format.h>
 #include <sqlite3.h>
 
 namespace qel::internal {
@@ -8,10 +7,8 @@ namespace qel::internal {
 SqliteCode SqliteCursor::prepare(sqlite3* database, Direction direction) {
     m_direction = direction;
     const bool isUp = direction == Direction::Up;
-    const std::string sql =
-        fmt::format("SELECT key, CASE WHEN typeof(value) = 'blob' AND length(value) <= {} THEN value END, "
-                    "position FROM entries WHERE position {}",
-                    kValueSize, isUp ? ">= ?1 ORDER BY position" : "< ?1 ORDER BY position DESC");
+    const std::string sql = std::string("SELECT key, value, position FROM entries WHERE position ") +
+                            (isUp ? ">= ?1 ORDER BY position" : "< ?1 ORDER BY position DESC");
     return m_statement.prepare(database, sql.c_str());
 }
 

@@ -20,9 +20,6 @@ public:
     /// A walk up from a position starts at the entry there, or after it.
     enum class Start { At, Behind };
 
-    /// Values above this size are not read together with the key.
-    static constexpr int kValueSize = 4096;
-
     SqliteCode prepare(sqlite3* database, Direction direction);
     void finalize();
 
@@ -38,9 +35,9 @@ public:
 
     /// Returns the entry's key. @owner valid until the cursor moves.
     ConstByteSpan key() const { return m_key; }
-    /// Returns true if the entry's value was read with the key.
-    bool hasValue() { return !m_statement.isNull(1); }
-    /// Returns the value that was read with the key. @owner valid until the cursor moves.
+    /// Returns true if the entry's row contains its value. Large values are not in the rows.
+    bool hasValue() { return m_statement.isBytes(1); }
+    /// Returns the value in the row. @owner valid until the cursor moves.
     ConstByteSpan value() { return m_statement.column(1); }
 
 private:
