@@ -90,7 +90,7 @@ bool Process::exists(int64 pid) {
     return platform::isProcessRunning(pid);
 }
 
-Set<int64> Process::getAllProcessId(String name) {
+Set<int64> Process::getAllProcessId(String name) { // NOLINT(performance-unnecessary-value-param): public
     Set<int64> ids;
     findProcesses({name.utf8_lowercase()}, ids);
     return ids;

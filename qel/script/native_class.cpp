@@ -115,7 +115,7 @@ qel::Object* referenceCountedAt(SQVM* vm, SQInteger index) {
     sq_getclass(vm, index);
     SQUserPointer tag = nullptr;
     while (SQ_SUCCEEDED(sq_gettypetag(vm, -1, &tag))) {
-        if (tags.count(tag) != 0) return static_cast<qel::Object*>(pointer);
+        if (tags.contains(tag)) return static_cast<qel::Object*>(pointer);
         if (SQ_FAILED(sq_getbase(vm, -1))) break;
         sq_remove(vm, -2);
     }

@@ -59,7 +59,7 @@ bool isInSpan(FormatID format, const IVec2<int>& size, int pitch, const ByteSpan
 
 } // namespace
 
-Image::Image(const Image& other) : Object() {
+Image::Image(const Image& other) : Object(other) {
     *this = other;
 }
 

@@ -117,6 +117,7 @@ FileError ProcessHandle::kill() {
 FileError ProcessHandle::waitForAny(const std::vector<ProcessHandle>& processes, int timeoutMs,
                                     std::vector<bool>& ended) {
     std::vector<pollfd> entries;
+    entries.reserve(processes.size());
     for (const ProcessHandle& process : processes) entries.push_back({process.m_handle.id(), POLLIN, 0});
     ended.assign(processes.size(), false);
     if (const FileError forced = forcedFault(Operation::Wait)) return forced;

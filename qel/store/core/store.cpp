@@ -14,7 +14,8 @@ namespace qel {
 namespace {
 
 double millisecondsSince(int64 start) {
-    return static_cast<double>((Clock::current().steadyNanoseconds() - start) / 1'000'000);
+    const int64 milliseconds = (Clock::current().steadyNanoseconds() - start) / 1'000'000;
+    return static_cast<double>(milliseconds);
 }
 
 /// The common part of both forms of copyFrom(). @param copyAll  writes every entry and returns their number.
