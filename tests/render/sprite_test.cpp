@@ -256,6 +256,17 @@ TEST_F(SpriteTest, AGeneratorMayUseItsOwnSprite) {
     EXPECT_FALSE(sprite);
 }
 
+TEST_F(SpriteTest, AGeneratorMayInvalidateItsSprite) {
+    SmartPointer<Sprite> sprite;
+    sprite = Sprite::createFromLambda([&sprite](Image& image) {
+        image.initialize(L8, {1, 1});
+        sprite->invalidate();
+        image.initialize(L8, {2, 2});
+    });
+    EXPECT_FALSE(sprite->getImage().isInitialized());
+    EXPECT_EQ(sprite->asLogTag(), "[SPRITE:type=invalid] ");
+}
+
 TEST_F(SpriteTest, AnEmptyGeneratorThrowsEachTime) {
     const SmartPointer<Sprite> sprite = Sprite::createFromLambda({});
     for (int i = 0; i < 2; ++i) EXPECT_THROW(sprite->preloadData(), std::bad_function_call);
@@ -299,13 +310,22 @@ TEST_F(SpriteTest, ALatePictureHasNoTextureUntilItArrives) {
     Sprite* const sprite = system().getSprite("late.png");
     EXPECT_EQ(sprite->getTexture(&renderer, {6, 4}), nullptr);
     EXPECT_FALSE(sprite->getImage().isInitialized());
-    passSeconds(20);
     provider->answer(redPicture({6, 4}));
     passAfter(16);
     EXPECT_EQ(sprite->getImage().getImageFormat(), RGBA8) << "late pictures are not processed";
     EXPECT_NE(sprite->getTexture(&renderer, {6, 4}), nullptr);
+}
+
+TEST_F(SpriteTest, ALatePictureIsDroppedIfNobodyUsesIt) {
+    const SmartPointer<LateProvider> provider = addLateProvider();
+    Sprite* const sprite = system().getSprite("late.png");
+    sprite->preloadData();
+    passSeconds(20);
+    provider->answer(redPicture({6, 4}));
+    passAfter(16);
+    EXPECT_TRUE(sprite->hasImageData());
     passSeconds(7);
-    EXPECT_FALSE(sprite->hasImageData()) << "dropped after 5 seconds";
+    EXPECT_FALSE(sprite->hasImageData());
 }
 
 TEST_F(SpriteTest, ALatePictureMayMissItsSprite) {
@@ -363,6 +383,23 @@ TEST_F(SpriteTest, ConversionsHappenAtLoad) {
     });
     alpha->setConvertIntensityToAlpha(true);
     EXPECT_EQ(alpha->getImage().getImageFormat(), A8);
+}
+
+/// Notes whether the System still had its queues when the target of a weak pointer died.
+class DeathWitness : public PointerOwner {
+public:
+    void onWeakPointerCleared(void*) override {
+        hadQueues = internal::g_system->getGlobalMainQueue() != nullptr;
+    }
+    bool hadQueues = false;
+};
+
+TEST_F(SpriteTest, CachedSpritesDieBeforeTheQueues) {
+    DeathWitness witness;
+    WeakPointer<Sprite> sprite(system().getSprite("a.png"));
+    sprite.setOwner(&witness);
+    System::deinitialize();
+    EXPECT_TRUE(witness.hadQueues);
 }
 
 // --- prefetch -------------------------------------------------------------------------------------------
