@@ -2,6 +2,7 @@
 #include <tests/support/system_fixture.h>
 
 #include <qel/imaging/pixels/image.h>
+#include <qel/system/tasks/task_queue.h>
 
 #include <string>
 #include <vector>
@@ -62,6 +63,16 @@ TEST_F(MiniRaytracerPictures, TheBytesDoNotDependOnThreads) {
     Image alone;
     EXPECT_EQ(alone.synthesize(true), rays);
     EXPECT_EQ(bytesOf(alone), bytesOf(parallel));
+}
+
+TEST_F(MiniRaytracerPictures, AllWorkersMayTraceAtTheSameTime) {
+    const unsigned tasks = 2 * system().getProcessorCount() + 2;
+    std::vector<Image> images(tasks);
+    TaskQueue* const queue = system().getGlobalParallelQueue();
+    for (Image& image : images)
+        queue->pushTask(new TaskQueue::LambdaNoContextTask([&image] { image.synthesize(true); }), 0);
+    queue->wait();
+    for (const Image& image : images) EXPECT_EQ(bytesOf(image), bytesOf(images[0]));
 }
 
 } // namespace
