@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <atomic>
 #include <condition_variable>
+#include <system_error>
 
 namespace qel {
 
@@ -75,7 +76,11 @@ void Parallel::execute(Kernel& kernel) {
         kernel.execute(0);
     } else if (parts >= 2) {
         const SmartPointer<KernelTask> task(new KernelTask(kernel, parts));
-        m_queue.pushTaskN(std::min(parts - 1, processors), task.get(), 0);
+        try {
+            m_queue.pushTaskN(std::min(parts - 1, processors), task.get(), 0);
+        } catch (const std::system_error&) {
+            // Without workers, this thread runs all parts.
+        }
         task->runParts();
         task->waitForOthers(*system()->getThreadPool());
     }

@@ -108,6 +108,19 @@ TEST_F(ThreadPoolTest, ThreadsAboveTheLimitEndAfterThirtyIdleSeconds) {
     while (pool().getNumberOfThreads() != limit()) std::this_thread::yield();
 }
 
+TEST_F(ThreadPoolTest, AKernelNeedsNoWorkers) {
+    {
+        const test::FailingFiles noThreads(platform::Operation::StartThread,
+                                           std::errc::resource_unavailable_try_again);
+        CountingKernel kernel(3, [] {});
+        system().execute(kernel);
+        EXPECT_EQ(kernel.finished, 1);
+        EXPECT_EQ(pool().getNumberOfThreads(), 0);
+    }
+    sweepAfter(3'000); // starts a worker, which finds no part left of the kernel that is gone
+    TaskQueue(TaskQueue::kParallel).wait();
+}
+
 TEST_F(ThreadPoolTest, EveryPartRunsOnceInNestedAndConcurrentKernels) {
     CountingKernel large(1000, [] {});
     system().execute(large);
