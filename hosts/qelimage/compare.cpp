@@ -1,7 +1,9 @@
 #include "commands.h"
 #include "input_file.h"
+#include "output.h"
 #include "pixels.h"
 
+#include <hosts/shared/standard_output.h>
 #include <qel/foundation/base/number_format.h>
 
 #include <algorithm>
@@ -77,43 +79,43 @@ std::string sizeOf(const Image& image) {
 }
 
 /// Prints the result for pictures of the same size and format. @return true if they are equal.
-bool report(const Image& a, const Image& b, Output& output) {
+bool report(const Image& a, const Image& b) {
     const Differences found = findDifferences(a, b);
     const uint64 pixels = uint64(a.getWidth()) * uint64(a.getHeight());
     const uint64 bytes = pixels * uint64(channelsOf(a));
     if (found.pixels == 0) {
-        output.print("equal: all " + std::to_string(bytes) + " bytes\n");
+        qelhosts::print("equal: all " + std::to_string(bytes) + " bytes\n");
         return true;
     }
     float specified = 0;
     if (!a.computeMeanSquaredError(b, specified)) complain("the figure of the library is not available");
-    output.print(qel::util::stringFormat("different: %llu of %llu pixels, at most by %d\n"
-                                         "mean squared error of all bytes: %.6g\n"
-                                         "computeMeanSquaredError, of the first 1/%d of each row: %.6g\n",
-                                         found.pixels, pixels, found.largest,
-                                         static_cast<double>(found.squares) / static_cast<double>(bytes),
-                                         channelsOf(a), static_cast<double>(specified)));
+    qelhosts::print(qel::util::stringFormat("different: %llu of %llu pixels, at most by %d\n"
+                                            "mean squared error of all bytes: %.6g\n"
+                                            "computeMeanSquaredError, of the first 1/%d of each row: %.6g\n",
+                                            found.pixels, pixels, found.largest,
+                                            static_cast<double>(found.squares) / static_cast<double>(bytes),
+                                            channelsOf(a), static_cast<double>(specified)));
     return false;
 }
 
 } // namespace
 
-int comparePictures(const Options& options, Output& output) {
+int comparePictures(const Options& options) {
     const std::string& path = options.difference;
     const auto encoding = path.empty() ? Image::Encoding::Png : findEncoding(path);
     Image a, b;
     if (!encoding || !loadPicture(a, options.arguments[1]) || !loadPicture(b, options.arguments[2]))
         return kTrouble;
     if (a.getSize() != b.getSize()) {
-        output.print("different: " + sizeOf(a) + " and " + sizeOf(b) + " pixels\n");
+        qelhosts::print("different: " + sizeOf(a) + " and " + sizeOf(b) + " pixels\n");
         if (path.empty()) return 1;
         complain("pictures of different sizes have no picture of their differences");
         return kTrouble;
     }
     if (a.getImageFormat() != b.getImageFormat() && !(convertToRgba(a) && convertToRgba(b))) return kTrouble;
-    const bool areEqual = report(a, b, output);
-    if (!path.empty() && !output.save(drawDifferences(a, b), path, *encoding)) return kTrouble;
-    return areEqual ? 0 : 1;
+    const bool areEqual = report(a, b);
+    const int status = path.empty() ? 0 : savePicture(drawDifferences(a, b), path, *encoding);
+    return status == 0 && !areEqual ? 1 : status;
 }
 
 } // namespace qelimage

@@ -1,5 +1,6 @@
 #include "commands.h"
 #include "input_file.h"
+#include "output.h"
 #include "pixels.h"
 
 namespace qelimage {
@@ -30,34 +31,22 @@ bool rotate(Image& image, int quarterTurns) {
     return true;
 }
 
-/// Resizes a picture. Where it is transparent, its colours count by their alpha.
-bool resize(Image& image, const qel::IVec2<int>& size) {
-    const bool hasAlpha = !isOpaque(image);
-    if (hasAlpha) multiplyByAlpha(image);
-    Image resized(image.getImageFormat(), size);
-    if (!resized || !resized.resizeFrom(image)) return false;
-    if (hasAlpha) divideByAlpha(resized);
-    image.swap(resized);
-    return true;
-}
-
 bool change(Image& image, const Options& options) {
     if (options.crop && !crop(image, *options.crop)) return false;
     if (options.quarterTurns != 0 && !rotate(image, options.quarterTurns)) return false;
-    return !options.size || *options.size == image.getSize() || resize(image, *options.size);
+    return !options.size || *options.size == image.getSize() || resizePicture(image, *options.size);
 }
 
 } // namespace
 
-int convertPicture(const Options& options, Output& output) {
+int convertPicture(const Options& options) {
     const std::string& in = options.arguments[1];
     const std::string& out = options.arguments[2];
     const auto encoding = findEncoding(out, options.format);
     if (!encoding) return kTrouble;
     Image image;
-    const bool hasWorked =
-        loadPicture(image, in) && change(image, options) && output.save(image, out, *encoding);
-    return hasWorked ? 0 : kTrouble;
+    const bool isReady = loadPicture(image, in) && change(image, options);
+    return isReady ? savePicture(image, out, *encoding) : kTrouble;
 }
 
 } // namespace qelimage

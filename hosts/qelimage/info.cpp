@@ -1,6 +1,9 @@
 #include "commands.h"
 #include "input_file.h"
+#include "output.h"
 #include "pixels.h"
+
+#include <hosts/shared/standard_output.h>
 
 namespace qelimage {
 
@@ -11,19 +14,20 @@ namespace {
 std::string describeContent(const InputFile& file) {
     if (!file.isPicture()) return file.getType().empty() ? "unknown type" : std::string(file.getType());
     qel::Image image;
-    if (!file.decode(image)) return {};
+    if (!decodePicture(image, file)) return {};
     const std::string size = std::to_string(image.getWidth()) + " x " + std::to_string(image.getHeight());
     const std::string format = image.getImageFormat() == qel::RGBA8 ? "RGBA8" : "RGB8";
     return std::string(file.getType()) + ", " + size + " pixels, " + format +
            (isOpaque(image) ? ", opaque" : ", transparent parts");
 }
 
-bool showFile(const std::string& path, Output& output) {
+bool showFile(const std::string& path) {
     InputFile file;
     const std::string problem = file.open(path);
     const std::string content = problem.empty() ? describeContent(file) : std::string();
     if (!content.empty()) {
-        output.print(printable(path) + ": " + content + ", " + std::to_string(file.getSize()) + " bytes\n");
+        qelhosts::print(printable(path) + ": " + content + ", " + std::to_string(file.getSize()) +
+                        " bytes\n");
         return true;
     }
     complain(problem.empty() ? "cannot decode " + nameOfInput(path) : problem);
@@ -32,10 +36,10 @@ bool showFile(const std::string& path, Output& output) {
 
 } // namespace
 
-int showInfo(const Options& options, Output& output) {
+int showInfo(const Options& options) {
     bool hasWorked = true;
     for (size_t i = 1; i < options.arguments.size(); ++i)
-        hasWorked = showFile(options.arguments[i], output) && hasWorked;
+        hasWorked = showFile(options.arguments[i]) && hasWorked;
     return hasWorked ? 0 : kTrouble;
 }
 

@@ -1,5 +1,6 @@
 #include "input_file.h"
 
+#include "library_output.h"
 #include "output.h"
 
 #include <qel/files/memory_map.h>
@@ -101,11 +102,16 @@ std::string nameOfInput(const std::string& path) {
     return path == "-" ? "standard input" : quoted(path);
 }
 
+bool decodePicture(qel::Image& image, const InputFile& file) {
+    const LibraryOutput redirection(LibraryOutput::To::Errors);
+    return file.decode(image);
+}
+
 bool loadPicture(qel::Image& image, const std::string& path) {
     InputFile file;
     std::string problem = file.open(path);
     if (problem.empty() && !file.isPicture()) problem = "not a PNG or WebP file: " + nameOfInput(path);
-    if (problem.empty() && !file.decode(image)) problem = "cannot decode " + nameOfInput(path);
+    if (problem.empty() && !decodePicture(image, file)) problem = "cannot decode " + nameOfInput(path);
     if (!problem.empty()) complain(problem);
     return problem.empty();
 }

@@ -37,7 +37,8 @@ public:
     qel::ConstByteSpan getContent() const { return m_content; }
     /// Returns true if the type is one that decode() reads.
     bool isPicture() const { return m_type == "PNG" || m_type == "WebP"; }
-    /// Decodes the picture to RGB8 or RGBA8. @return false if it cannot be decoded.
+    /// Decodes the picture to RGB8 or RGBA8. The library may print a line on standard output.
+    /// @return false if it cannot be decoded.
     bool decode(qel::Image& image) const;
 
 private:
@@ -50,7 +51,11 @@ private:
     bool m_isStream = false;
 };
 
+/// Decodes the picture of @p file. What the library prints about it goes to standard error.
+/// @return false if it cannot be decoded. @threads main thread.
+bool decodePicture(qel::Image& image, const InputFile& file);
 /// Opens the file @p path, or standard input for "-", and decodes its picture; reports why that failed.
+/// @threads main thread.
 bool loadPicture(qel::Image& image, const std::string& path);
 /// Returns @p path in quotes, or "standard input" for "-".
 std::string nameOfInput(const std::string& path);

@@ -1,5 +1,6 @@
 // qelimage: shows, converts and compares pictures. It uses only the public part of the library.
 #include "commands.h"
+#include "output.h"
 
 #include <hosts/shared/standard_output.h>
 #include <hosts/shared/unhandled_errors.h>
@@ -13,11 +14,12 @@ using namespace qelimage;
 
 struct Command {
     std::string_view name;
-    int (*run)(const Options& options, Output& output);
+    int (*run)(const Options& options);
 };
 
 constexpr Command kCommands[] = {
-    {"info", &showInfo}, {"convert", &convertPicture}, {"compare", &comparePictures}, {"qr", &writeQrCode}};
+    {"info", &showInfo},  {"convert", &convertPicture}, {"compare", &comparePictures}, {"sheet", &drawSheet},
+    {"qr", &writeQrCode}, {"raytrace", &traceRays},     {"samples", &writeSamples}};
 
 constexpr int kWarning = 2; // levels of the log
 
@@ -25,24 +27,26 @@ void writeLogLine(const qel::logging::ConsoleLine& line) {
     if (line.level >= kWarning) complain(std::string(line.text));
 }
 
-int runCommand(const Options& options, Output& output) {
+int runCommand(const Options& options) {
     for (const Command& command : kCommands)
-        if (command.name == options.arguments.front()) return command.run(options, output);
+        if (command.name == options.arguments.front()) return command.run(options);
     return kTrouble;
 }
 
+/// Returns kTrouble instead of a success if standard output could not be written, which is reported.
+int statusWithOutput(int status) {
+    const bool isLost = qelhosts::statusAfterOutput(0, "qelimage") != 0;
+    return isLost && status < kTrouble ? kTrouble : status;
+}
+
 int run(const Options& options) {
-    Output output;
     qel::logging::setConsoleWriter(&writeLogLine);
     qel::System::initialize([] { return new qel::Application(); });
     int status = kTrouble;
-    const int failure = qelhosts::reportingErrors("qelimage", [&] {
-        status = runCommand(options, output);
-        return 0;
-    });
+    qelhosts::reportingErrors("qelimage", [&] { return status = runCommand(options); });
     qel::System::deinitialize();
     qel::logging::setConsoleWriter(nullptr);
-    return output.finish(failure == 0 ? status : kTrouble);
+    return statusWithOutput(status);
 }
 
 } // namespace

@@ -97,7 +97,9 @@ qelhosts::Program describe(Options& options) {
                     {"--difference", "OUT", path(options.difference, "file"),
                      "write a picture of the absolute differences of the colours; differences of alpha are "
                      "added as grey",
-                     "compare"}},
+                     "compare"},
+                    {"--large", "", flag(options.large), "7680 by 4320 pixels instead of 120 by 70",
+                     "raytrace"}},
         .notes = "Options may precede or follow the arguments, which all words after \"--\" are.",
         .statuses = {{0, "success; for compare: the pictures are equal"},
                      {1, "for compare: the pictures differ"},
@@ -111,9 +113,10 @@ qelhosts::Program describe(Options& options) {
                       "Makes a small WebP file from a part of a picture."},
                      {"qelimage convert - - --rotate 1 <scan.png >turned.png",
                       "Rotates a picture to the right."},
+                     {"qelimage sheet ~/Pictures sheet.png", "Shows all pictures of a folder on one sheet."},
                      {"qelimage compare before.png after.png --difference difference.png",
                       "Shows where two pictures differ."}},
-        .related = {"qelhost"},
+        .related = {"qelhost", "qelserver"},
         .advice = "",
         .commands = {
             {"info FILE...", "print type, size in pixels, pixel format, transparency and bytes of files"},
@@ -122,7 +125,15 @@ qelhosts::Program describe(Options& options) {
              "report whether two pictures are equal in all bytes, their mean squared difference, and "
              "the figure of Image::computeMeanSquaredError, which covers only the first third or "
              "quarter of each row"},
-            {"qr TEXT OUT", "write the QR code of a text; \"-\" reads the text from standard input"}}};
+            {"sheet FOLDER OUT",
+             "draw a contact sheet of the files in a folder: a thumbnail of each picture of at most "
+             "67108864 pixels, and the type of every other file. Folders in it, names that begin with "
+             "a dot, devices and pipes are left out. A page holds 96 files; further pages are "
+             "written to OUT with \"-2\", \"-3\" and so on before its extension"},
+            {"qr TEXT OUT", "write the QR code of a text; \"-\" reads the text from standard input"},
+            {"raytrace OUT", "write a picture that the library's ray tracer draws"},
+            {"samples FOLDER",
+             "write pictures that the program draws itself to a folder, which is created"}}};
     addCommonOptions(program, options);
     return program;
 }

@@ -15,6 +15,7 @@ struct Options : qelhosts::CommandLine {
     std::optional<qel::IVec2<int>> size; ///< width and height of the output in pixels
     std::optional<qel::IVec4<int>> crop; ///< left, top, right and bottom of the part of the input
     int quarterTurns = 0;                ///< clockwise quarter turns, negative for the other direction
+    bool large = false;                  ///< true for a large picture of the ray tracer
     std::string difference;              ///< where to write the picture of the differences; empty for none
 };
 

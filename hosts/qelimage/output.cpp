@@ -7,8 +7,6 @@
 #include <hosts/shared/standard_output.h>
 #include <qel/files/file.h>
 #include <qel/foundation/base/buffer.h>
-#include <qel/foundation/base/write_whole.h>
-#include <qel/platform/stream_redirection.h>
 #include <qel/platform/system_error.h>
 
 namespace qelimage {
@@ -16,8 +14,6 @@ namespace qelimage {
 namespace {
 
 using qel::Image;
-using qel::platform::FileError;
-using qel::platform::StandardStream;
 
 struct NamedEncoding {
     std::string_view name;
@@ -59,43 +55,20 @@ std::optional<Image::Encoding> findEncoding(const std::string& path, const std::
     return std::nullopt;
 }
 
-Output::Output() {
-    qel::platform::FileHandle errors = qel::platform::borrowStandardStream(StandardStream::Error);
-    m_error = qel::platform::redirectStandardStream(StandardStream::Output, errors, m_standardOutput);
-    errors.release();
-}
-
-void Output::print(std::string_view text) {
-    if (!m_error) m_error = qel::writeWhole(m_standardOutput, text);
-}
-
-bool Output::save(const Image& image, const std::string& path, Image::Encoding encoding) {
+int savePicture(const Image& image, const std::string& path, Image::Encoding encoding) {
     qel::Buffer bytes;
     if (!image.saveToMemory(bytes, encoding)) {
         complain("cannot encode " + quoted(path));
-        return false;
+        return kTrouble;
     }
-    return write(path, bytes);
-}
-
-bool Output::write(const std::string& path, qel::ConstByteSpan bytes) {
     if (path == "-") {
-        print(bytes.asText());
-        return !m_error;
+        qelhosts::print(bytes.getConstByteSpan().asText());
+        return 0; // a failure is reported at the end
     }
-    const FileError error = replaceFile(path, bytes);
-    if (error == std::errc::interrupted)
-        m_wasInterrupted = true;
-    else if (error)
-        complain("cannot write " + quoted(path) + ": " + qel::platform::errorText(error.value()));
-    return !error;
-}
-
-int Output::finish(int status) const {
-    if (m_wasInterrupted) return qelhosts::kInterruptedStatus;
-    if (!m_error) return status;
-    complain("cannot write to standard output: " + qel::platform::errorText(m_error.value()));
-    return kTrouble;
+    const auto error = replaceFile(path, bytes);
+    if (error == std::errc::interrupted) return qelhosts::kInterruptedStatus;
+    if (error) complain("cannot write " + quoted(path) + ": " + qel::platform::errorText(error.value()));
+    return error ? kTrouble : 0;
 }
 
 } // namespace qelimage

@@ -19,6 +19,22 @@ void forEachPixel(Image& image, Change change) {
     }
 }
 
+/// Multiplies the colours by the alpha, so that they can be averaged.
+void multiplyByAlpha(Image& image) {
+    forEachPixel(image, [](uint8* pixel) {
+        for (int c = 0; c < 3; ++c) pixel[c] = static_cast<uint8>((pixel[c] * pixel[3] + 127) / 255);
+    });
+}
+
+/// Reverses multiplyByAlpha().
+void divideByAlpha(Image& image) {
+    forEachPixel(image, [](uint8* pixel) {
+        if (pixel[3] == 0) return;
+        for (int c = 0; c < 3; ++c)
+            pixel[c] = static_cast<uint8>(std::min(255, (pixel[c] * 255 + pixel[3] / 2) / pixel[3]));
+    });
+}
+
 } // namespace
 
 bool isOpaque(const Image& image) {
@@ -47,18 +63,21 @@ bool convertToRgba(Image& image) {
     return true;
 }
 
-void multiplyByAlpha(Image& image) {
-    forEachPixel(image, [](uint8* pixel) {
-        for (int c = 0; c < 3; ++c) pixel[c] = static_cast<uint8>((pixel[c] * pixel[3] + 127) / 255);
-    });
+bool convertToRgb(Image& image) {
+    Image converted(qel::RGB8, image.getSize());
+    if (!converted || !converted.convertFrom(image)) return false;
+    image.swap(converted);
+    return true;
 }
 
-void divideByAlpha(Image& image) {
-    forEachPixel(image, [](uint8* pixel) {
-        if (pixel[3] == 0) return;
-        for (int c = 0; c < 3; ++c)
-            pixel[c] = static_cast<uint8>(std::min(255, (pixel[c] * 255 + pixel[3] / 2) / pixel[3]));
-    });
+bool resizePicture(Image& image, const qel::IVec2<int>& size) {
+    const bool hasAlpha = !isOpaque(image);
+    if (hasAlpha) multiplyByAlpha(image);
+    Image resized(image.getImageFormat(), size);
+    if (!resized || !resized.resizeFrom(image)) return false;
+    if (hasAlpha) divideByAlpha(resized);
+    image.swap(resized);
+    return true;
 }
 
 Image enlarged(const Image& image, int side) {

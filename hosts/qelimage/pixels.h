@@ -9,10 +9,11 @@ namespace qelimage {
 bool isOpaque(const qel::Image& image);
 /// Makes an RGB8 picture an opaque RGBA8 one. @return false if there is no memory, which is logged.
 bool convertToRgba(qel::Image& image);
-/// Multiplies the colours of an RGBA8 picture by its alpha, so that they can be averaged.
-void multiplyByAlpha(qel::Image& image);
-/// Reverses multiplyByAlpha().
-void divideByAlpha(qel::Image& image);
+/// Makes a BGRA8 picture an opaque RGB8 one. @return false if there is no memory, which is logged.
+bool convertToRgb(qel::Image& image);
+/// Resizes a picture. Where it is transparent, its colours count by their alpha.
+/// @return false if there is no memory, which is logged.
+bool resizePicture(qel::Image& image, const qel::IVec2<int>& size);
 /// Returns @p image as RGB8, with each of its single-byte pixels as a square of @p side pixels.
 qel::Image enlarged(const qel::Image& image, int side);
 

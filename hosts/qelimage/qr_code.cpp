@@ -1,5 +1,6 @@
 #include "commands.h"
 #include "input_file.h"
+#include "output.h"
 #include "pixels.h"
 
 #include <qel/imaging/pixels/qr_code_generator.h>
@@ -25,7 +26,7 @@ bool readText(std::string& text) {
 
 } // namespace
 
-int writeQrCode(const Options& options, Output& output) {
+int writeQrCode(const Options& options) {
     std::string text = options.arguments[1];
     const std::string& out = options.arguments[2];
     const auto encoding = findEncoding(out);
@@ -39,7 +40,7 @@ int writeQrCode(const Options& options, Output& output) {
         complain("the text does not fit into a QR code");
         return kTrouble;
     }
-    return output.save(enlarged(modules, kModulePixels), out, *encoding) ? 0 : kTrouble;
+    return savePicture(enlarged(modules, kModulePixels), out, *encoding);
 }
 
 } // namespace qelimage

@@ -43,6 +43,11 @@ void ProgressBar::show(const std::string& state, double progress) {
     m_shown = std::move(line);
 }
 
+void ProgressBar::clear() {
+    if (!m_shown.empty()) write("\r" + std::string(m_shown.size(), ' ') + "\r");
+    m_shown.clear();
+}
+
 void ProgressBar::end() {
     if (!m_shown.empty()) write("\n");
     m_shown.clear();

@@ -12,6 +12,8 @@ public:
     void show(const std::string& state, double progress);
     /// Ends the line of the bar.
     void end();
+    /// Erases the bar; the next one is shown in the same line.
+    void clear();
 
 private:
     std::string m_shown;

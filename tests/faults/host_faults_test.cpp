@@ -2,6 +2,7 @@
 // QEL_ALL_FAULTS=1 makes each of them fail, instead of kSteps that are spread evenly.
 #include <hosts/jobs/file_access.h>
 #include <hosts/jobs/job_packets.h>
+#include <qel/imaging/pixels/image.h>
 #include <qel/packet/packet.h>
 #include <tests/hosts/host_run.h>
 #include <tests/support/fault_plan.h>
@@ -143,6 +144,24 @@ std::string answerOfWorker(const ScratchFolder& folder, const HostRun& run) {
     return "none";
 }
 
+/// Writes pictures, a text and an old output.
+void preparePictures(const ScratchFolder& folder) {
+    folder.write("pictures/text", "hello");
+    folder.write("sheet.png", "old");
+    for (const int side : {1, 40, 300}) {
+        Image image(RGBA8, {side, side});
+        std::fill_n(image.getBytePointer(), image.getByteSize(), static_cast<uint8>(side));
+        const std::string path = folder.path("pictures/" + std::to_string(side) + ".png");
+        EXPECT_TRUE(image.saveTo(path.c_str()));
+    }
+}
+std::vector<std::string> drawSheet() {
+    return {QELIMAGE_PROGRAM, "sheet", "pictures", "sheet.png"};
+}
+std::string sheetOf(const ScratchFolder& folder, const HostRun&) {
+    return folder.read("sheet.png");
+}
+
 const HostCase kCases[] = {
     {"qelhost, the catalogue", prepareTree,
      [] {
@@ -173,9 +192,42 @@ const HostCase kCases[] = {
                                          "server:job_attempts"};
      },
      kCallScript, [](const ScratchFolder&, const HostRun& run) { return run.out; }},
+    {"qelimage, a picture is converted", preparePictures,
+     [] {
+         return std::vector<std::string>{QELIMAGE_PROGRAM, "convert", "pictures/40.png",
+                                         "sheet.png",      "--size",  "50x30"};
+     },
+     "", sheetOf},
+    {"qelimage, a sheet is drawn", preparePictures, &drawSheet, "", sheetOf},
     {"qelworker, a file is hashed", prepareJob, [] { return std::vector<std::string>{QELWORKER_PROGRAM}; },
      kWorkerScript, answerOfWorker},
 };
+
+TEST(HostInterrupts, KeepTheOldOutputUntilTheNewOneIsComplete) {
+    const auto run = [](int at) {
+        const ScratchFolder folder;
+        preparePictures(folder);
+        std::vector<std::string> command{"env", "LD_PRELOAD=" QEL_FAULT_PRELOAD,
+                                         "QEL_INTERRUPT=" + std::to_string(at)};
+        for (const std::string& word : drawSheet()) command.push_back(word);
+        FaultyRun result;
+        result.run = runProgram(folder, command);
+        result.result = sheetOf(folder, result.run);
+        result.files = filesIn(folder);
+        return result;
+    };
+    const FaultyRun undisturbed = run(-1);
+    ASSERT_EQ(undisturbed.run.status, 0) << undisturbed.run;
+    int at = 0;
+    for (int status = -1; status != 0; ++at) {
+        const FaultyRun interrupted = run(at);
+        status = interrupted.run.status;
+        EXPECT_THAT(status, testing::AnyOf(0, 130)) << interrupted.run;
+        EXPECT_EQ(interrupted.result, status == 0 ? undisturbed.result : "old") << "operation " << at;
+        EXPECT_EQ(interrupted.files, undisturbed.files);
+    }
+    EXPECT_GT(at, 20) << "the program was not interrupted";
+}
 
 /// Runs a server ($0) that the words from $2 on disturb, lets a client ($1) set an option, stops the server,
 /// and asks an undisturbed one for the option.

@@ -1,8 +1,11 @@
 // A library to preload into a host program: it makes one operation of the program fail, as QEL_FAULTS asks,
-// and writes to the file QEL_FAULTS_REPORT how many operations there were and which one failed.
+// or interrupts the program at one, as QEL_INTERRUPT asks, and writes to the file QEL_FAULTS_REPORT how many
+// operations there were and which one failed.
 #include <tests/support/fault_plan.h>
 #include <tests/support/faulty_database.h>
 
+#include <atomic>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -14,9 +17,28 @@ using qel::test::Lasting;
 
 FaultPlan* g_plan = nullptr;
 
+/// Presses Ctrl-C at one operation.
+class Interrupter : public qel::seams::Faults {
+public:
+    explicit Interrupter(int at) : m_left(at) {}
+    std::error_code before(qel::platform::Operation, std::size_t&) override {
+        if (m_left-- == 0) std::raise(SIGINT);
+        return {};
+    }
+
+private:
+    std::atomic<int> m_left;
+};
+
+void startInterrupter(int at) {
+    static Interrupter interrupter(at);
+    qel::seams::setFaults(&interrupter);
+}
+
 /// Starts with the program, before main(). QEL_FAULTS is "NUMBER LASTING", both numbers.
 [[gnu::constructor]] void startFaults() {
     unsetenv("LD_PRELOAD"); // children of the program run undisturbed
+    if (const char* const at = std::getenv("QEL_INTERRUPT")) return startInterrupter(std::atoi(at));
     const char* const asked = std::getenv("QEL_FAULTS");
     int failAt = -1;
     int lasting = 0;
