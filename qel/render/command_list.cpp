@@ -36,7 +36,7 @@ private:
     DrawBand m_drawBand;
 };
 
-/// Returns true if the rows of an external target share bytes, so that they must be drawn one after another.
+/// Returns true if the rows of an external target share bytes: its pixels must be drawn one after another.
 bool hasSharedRows(const Surface& surface) {
     std::ptrdiff_t rowBytes = 0;
     withPixelType(surface.kind,
@@ -46,7 +46,7 @@ bool hasSharedRows(const Surface& surface) {
 
 /// Returns true if @p pixels changes of pixels are worth several threads.
 bool isForBands(const Surface& surface, uint64 pixels) {
-    if (g_system == nullptr || hasSharedRows(surface)) return false;
+    if (g_system == nullptr || surface.isPlain) return false;
     switch (g_drawingMode.load(std::memory_order_relaxed)) {
     case DrawingMode::Default:
         return pixels >= kInlinePixels;
@@ -62,26 +62,28 @@ bool isForBands(const Surface& surface, uint64 pixels) {
 } // namespace
 
 void CommandList::replay(const Surface& surface) {
-    const auto draw = [&](int begin, int end) { drawBand(surface, begin, end); };
-    if (isForBands(surface, m_pixels)) {
-        BandKernel kernel(surface.size.y, draw);
+    Surface target = surface;
+    target.isPlain = isPlainDrawing() || hasSharedRows(surface);
+    const auto draw = [&](int begin, int end) { drawBand(target, begin, end); };
+    if (isForBands(target, m_pixels)) {
+        BandKernel kernel(target.size.y, draw);
         g_system->execute(kernel);
     } else {
-        draw(0, surface.size.y);
+        draw(0, target.size.y);
     }
     clear();
 }
 
 void CommandList::drawBand(const Surface& surface, int begin, int end) const {
-    for (const DrawCommand* const command : m_commands) {
-        const int from = std::max(begin, command->area().y);
-        const int to = std::min(end, command->area().w);
+    for (const auto& [top, bottom, command] : m_commands) {
+        const int from = std::max(begin, top);
+        const int to = std::min(end, bottom);
         if (from < to) command->drawRows(surface, from, to);
     }
 }
 
 void CommandList::clear() {
-    for (DrawCommand* const command : m_commands) command->~DrawCommand();
+    for (const Entry& entry : m_commands) entry.command->~DrawCommand();
     m_commands.clear();
     m_block = 0;
     m_used = 0;

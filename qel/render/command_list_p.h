@@ -45,8 +45,8 @@ public:
     void record(Args&&... args) {
         static_assert(sizeof(Command) <= kBlockBytes);
         Command* const command = new (allocate(sizeof(Command))) Command(std::forward<Args>(args)...);
-        m_commands.push_back(command);
         const IVec4<int>& area = command->area();
+        m_commands.push_back({area.y, area.w, command});
         m_pixels += static_cast<uint64>(area.z - area.x) * static_cast<uint64>(area.w - area.y);
     }
 
@@ -66,10 +66,17 @@ private:
         std::byte bytes[kBlockBytes];
     };
 
+    /// A command, with the rows of its area at hand.
+    struct Entry {
+        int top;
+        int bottom;
+        DrawCommand* command;
+    };
+
     void* allocate(size_t size);
     void drawBand(const Surface& surface, int begin, int end) const;
 
-    Vector<DrawCommand*> m_commands;
+    Vector<Entry> m_commands;
     Vector<std::unique_ptr<Block>> m_blocks; // kept for the next frame
     size_t m_block = 0;
     size_t m_used = 0; // bytes of the current block

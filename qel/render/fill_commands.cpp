@@ -1,6 +1,5 @@
 #include <qel/render/fill_commands_p.h>
 
-#include <qel/render/drawing_mode_p.h>
 #include <qel/render/span_kernels_p.h>
 
 #include <cmath>
@@ -14,13 +13,7 @@ constexpr int64 kFitPixels = 16 * 1024;
 
 /// Draws a colour on rows of pixels.
 template <typename Pixel>
-void drawSpans(const SpanRows& rows, const Color& tint) {
-    if (isPlainDrawing()) {
-        for (int y = 0; y < rows.height; ++y)
-            for (int x = 0; x < rows.width; ++x)
-                blendPixel<Pixel>(rows.pixels + y * rows.pitch + std::ptrdiff_t{x} * Pixel::kBytes, tint);
-        return;
-    }
+void fillRows(const SpanRows& rows, const Color& tint) {
     if constexpr (Pixel::kBytes == 4) {
         ByteMix mix;
         if (tint.w <= kSolidAlpha && int64{rows.width} * rows.height >= kFitPixels &&
@@ -28,6 +21,14 @@ void drawSpans(const SpanRows& rows, const Color& tint) {
             return mixRowsBgra8(rows, mix);
     }
     blendRows<Pixel>(rows, tint);
+}
+
+/// Calls `draw(p)` for each pixel of the rows.
+template <typename Pixel, typename Draw>
+void forPixels(const SpanRows& rows, const Draw& draw) {
+    for (int y = 0; y < rows.height; ++y)
+        for (int x = 0; x < rows.width; ++x)
+            draw(rows.pixels + y * rows.pitch + std::ptrdiff_t{x} * Pixel::kBytes);
 }
 
 /// Returns the part of a surface between two columns and two rows.
@@ -46,20 +47,19 @@ int limited(double coordinate) {
 
 void FillCommand::drawRows(const Surface& surface, int begin, int end) const {
     withPixelType(surface.kind, [&](auto pixel) {
-        drawSpans<decltype(pixel)>(spanRows<decltype(pixel)>(surface, area().x, area().z, begin, end),
-                                   m_tint);
+        using Pixel = decltype(pixel);
+        const SpanRows rows = spanRows<Pixel>(surface, area().x, area().z, begin, end);
+        if (!surface.isPlain) return fillRows<Pixel>(rows, m_tint);
+        forPixels<Pixel>(rows, [this](uint8* p) { blendPixel<Pixel>(p, m_tint); });
     });
 }
 
 void ClearCommand::drawRows(const Surface& surface, int begin, int end) const {
     withPixelType(surface.kind, [&](auto pixel) {
         using Pixel = decltype(pixel);
-        if (!isPlainDrawing())
-            return storeRows<Pixel>(spanRows<Pixel>(surface, area().x, area().z, begin, end), m_color);
-        for (int y = begin; y < end; ++y) {
-            uint8* p = surface.row(y) + std::ptrdiff_t{area().x} * Pixel::kBytes;
-            for (int x = area().x; x < area().z; ++x, p += Pixel::kBytes) Pixel::write(p, m_color);
-        }
+        const SpanRows rows = spanRows<Pixel>(surface, area().x, area().z, begin, end);
+        if (!surface.isPlain) return storeRows<Pixel>(rows, m_color);
+        forPixels<Pixel>(rows, [this](uint8* p) { Pixel::write(p, m_color); });
     });
 }
 
@@ -140,7 +140,7 @@ void TriangleShape::spans(int top, int count, int left, int right, SpanEnds* out
 void TriangleCommand::drawRows(const Surface& surface, int begin, int end) const {
     withPixelType(surface.kind, [&](auto pixel) {
         using Pixel = decltype(pixel);
-        isPlainDrawing() ? drawPlainly<Pixel>(surface, begin, end) : drawSpans<Pixel>(surface, begin, end);
+        surface.isPlain ? drawPlainly<Pixel>(surface, begin, end) : drawSpans<Pixel>(surface, begin, end);
     });
 }
 
@@ -214,7 +214,7 @@ void LineCommand::drawColumns(const Surface& surface, int begin, int end) const 
         first = std::max(first, static_cast<int64>(std::clamp(std::min(a, b), -kLimit, kLimit)) - 1);
         last = std::min(last, static_cast<int64>(std::clamp(std::max(a, b), -kLimit, kLimit)) + 2);
     }
-    if (Pixel::kBytes == 4 && !isPlainDrawing()) return coverColumns(surface, part, first, last);
+    if (Pixel::kBytes == 4 && !surface.isPlain) return coverColumns(surface, part, first, last);
     for (int64 major = first; major < last; ++major) {
         const double minor = minorAt(major);
         const double whole = std::floor(minor);

@@ -31,7 +31,7 @@ IVec2<int> truncated(const IVec2<float>& p) {
 } // namespace
 
 RendererSoftware::RendererSoftware(Renderer* outer)
-    : m_stacks(outer != nullptr ? outer : this), m_state(std::make_unique<State>()) {}
+    : m_stacks(outer != nullptr ? outer : this), m_data(std::make_unique<internal::RendererSoftwareData>()) {}
 
 RendererSoftware::~RendererSoftware() {
     RendererSoftware::flushInternal();
@@ -39,51 +39,51 @@ RendererSoftware::~RendererSoftware() {
 
 void RendererSoftware::setRenderTarget(Image* image) {
     RendererSoftware::flushInternal();
-    m_state->target = nullptr;
-    m_state->surface = {};
+    m_data->target = nullptr;
+    m_data->surface = {};
     if (image == nullptr) return;
     if (internal::surfaceKind(image->getImageFormat()) == internal::SurfaceKind::None) {
         logging::error() << "unsupported rendertarget format for softwarerendering, image->getImageFormat()="
                          << static_cast<int>(image->getImageFormat());
         return;
     }
-    m_state->target = image;
-    m_state->surface = Surface::of(image);
+    m_data->target = image;
+    m_data->surface = Surface::of(image);
 }
 
 Image* RendererSoftware::getRenderTarget() const {
-    return m_state->target.get();
+    return m_data->target.get();
 }
 
 IVec2<int> RendererSoftware::getRenderTargetSize() {
-    return m_state->surface.size;
+    return m_data->surface.size;
 }
 
 // A target that was initialised again in the frame has other pixels, to which the recorded areas do not
 // belong.
 void RendererSoftware::flushInternal() {
-    if (m_state->commands.isEmpty()) return;
-    if (Surface::of(m_state->target.get()) == m_state->surface)
-        m_state->commands.replay(m_state->surface);
+    if (m_data->commands.isEmpty()) return;
+    if (Surface::of(m_data->target.get()) == m_data->surface)
+        m_data->commands.replay(m_data->surface);
     else
-        m_state->commands.clear();
+        m_data->commands.clear();
 }
 
 bool RendererSoftware::downloadFramebuffer(Image& out) {
-    if (!m_state->target) return false;
+    if (!m_data->target) return false;
     RendererSoftware::flushInternal();
-    internal::copyPixels(out, *m_state->target);
+    internal::copyPixels(out, *m_data->target);
     return true;
 }
 
 void RendererSoftware::startInternal() {
-    m_state->surface = Surface::of(m_state->target.get());
-    m_state->isInFrame = true;
+    m_data->surface = Surface::of(m_data->target.get());
+    m_data->isInFrame = true;
 }
 
 void RendererSoftware::stopInternal() {
     RendererSoftware::flushInternal();
-    m_state->isInFrame = false;
+    m_data->isInFrame = false;
 }
 
 void RendererSoftware::setViewportInternal(const IVec4<int>&) {}
@@ -104,12 +104,12 @@ bool RendererSoftware::isTintVisible() const {
 
 /// Returns the pixels of @p area inside the clip and the target.
 IVec4<int> RendererSoftware::visible(const IVec4<int>& area) const {
-    const IVec2<int>& size = m_state->surface.size;
+    const IVec2<int>& size = m_data->surface.size;
     return internal::intersect(internal::intersect(area, m_stacks->getClip()), {0, 0, size.x, size.y});
 }
 
 void RendererSoftware::clearInternal(const IVec4<float>& color) {
-    const IVec2<int>& size = m_state->surface.size;
+    const IVec2<int>& size = m_data->surface.size;
     const IVec4<int> area(0, 0, size.x, size.y);
     if (!internal::isEmpty(area)) record<internal::ClearCommand>(area, color);
 }

@@ -9,6 +9,11 @@
 
 namespace qel {
 
+namespace internal {
+struct RendererSoftwareData;
+struct TextureDraw;
+} // namespace internal
+
 class TextureSoftware;
 
 /// Draws into an Image, for hosts without a GPU and for pictures that are not shown.
@@ -89,19 +94,16 @@ public:
     virtual void resetViewportInternal() {}
 
 private:
-    struct State;
-    struct TextureDraw;
-
     const IVec4<float>& tint() const;
     bool isTintVisible() const;
     IVec4<int> visible(const IVec4<int>& area) const;
     template <typename Command, typename... Args>
     void record(Args&&... args);
-    bool prepare(TextureDraw& draw, Texture* texture, const Rect& source, const Rect& target,
+    bool prepare(internal::TextureDraw& draw, Texture* texture, const Rect& source, const Rect& target,
                  int orientation) const;
 
     Renderer* m_stacks; ///< the outer renderer, or this one
-    std::unique_ptr<State> m_state;
+    std::unique_ptr<internal::RendererSoftwareData> m_data;
 };
 
 } // namespace qel

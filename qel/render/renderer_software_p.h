@@ -10,24 +10,29 @@
 
 namespace qel {
 
-struct RendererSoftware::State {
+namespace internal {
+
+/// The target and what is recorded for it.
+struct RendererSoftwareData {
     SmartPointer<Image> target;
-    internal::Surface surface; ///< the target at the start of the frame
-    internal::CommandList commands;
+    Surface surface; ///< the target at the start of the frame
+    CommandList commands;
     bool isInFrame = false;
 };
 
 /// What all draws of a texture need.
-struct RendererSoftware::TextureDraw {
+struct TextureDraw {
     SmartPointer<Image> image; ///< the texture's pixels
     IVec4<int> area;           ///< the pixels of the target that are drawn
-    internal::TexelGrid grid;
+    TexelGrid grid;
 };
+
+} // namespace internal
 
 template <typename Command, typename... Args>
 void RendererSoftware::record(Args&&... args) {
-    m_state->commands.record<Command>(std::forward<Args>(args)...);
-    if (!m_state->isInFrame || m_state->commands.isFull() || internal::isPlainDrawing())
+    m_data->commands.record<Command>(std::forward<Args>(args)...);
+    if (!m_data->isInFrame || m_data->commands.isFull() || internal::isPlainDrawing())
         RendererSoftware::flushInternal();
 }
 

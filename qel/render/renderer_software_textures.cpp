@@ -57,8 +57,8 @@ IndexPlane indexPlane(FormatID format) {
 } // namespace
 
 /// Fills in @p draw. @return false if nothing is to be drawn.
-bool RendererSoftware::prepare(TextureDraw& draw, Texture* texture, const Rect& source, const Rect& target,
-                               int orientation) const {
+bool RendererSoftware::prepare(internal::TextureDraw& draw, Texture* texture, const Rect& source,
+                               const Rect& target, int orientation) const {
     if (!isTintVisible() || !isFinite(source) || !isFinite(target) || orientation < 0 || orientation > 7)
         return false;
     const IVec4<int> bounds = target.roundNearestAsInt();
@@ -77,7 +77,7 @@ void RendererSoftware::drawTextureInternal(Texture* texture, const Rect& source,
 
 void RendererSoftware::drawTextureInternal(Texture* texture, const Rect& source, const Rect& target,
                                            int orientation) {
-    TextureDraw draw;
+    internal::TextureDraw draw;
     if (!prepare(draw, texture, source, target, orientation)) return;
     const internal::TexelFormat format = internal::texelFormat(draw.image->getPlaneFormat(0));
     if (format.bytes == 0) return reportFormat("drawTextureInternal", draw.grid.isLinear, *draw.image);
@@ -88,7 +88,7 @@ void RendererSoftware::drawTextureInternal(Texture* texture, const Rect& source,
 void RendererSoftware::drawTextureScaledLookupInternal(Texture* texture, const Rect& source,
                                                        const Rect& target, int orientation,
                                                        const IVec2<float>& window, Texture* lookup) {
-    TextureDraw draw;
+    internal::TextureDraw draw;
     if (!isFinite(window) || !prepare(draw, texture, source, target, orientation)) return;
     Image* const table = pixelsOf(lookup);
     if (lookup != nullptr && (table == nullptr || table->getImageFormat() != L8 || table->getHeight() != 2)) {
@@ -106,7 +106,7 @@ void RendererSoftware::drawTextureScaledLookupInternal(Texture* texture, const R
 
 void RendererSoftware::drawTextureWithPalette(Texture* texture, const Rect& source, const Rect& target,
                                               int orientation, Texture* palette, Texture*) {
-    TextureDraw draw;
+    internal::TextureDraw draw;
     if (!prepare(draw, texture, source, target, orientation)) return;
     Image* const colors = pixelsOf(palette);
     const FormatID paletteFormat = colors != nullptr ? colors->getImageFormat() : UnknownFormat;

@@ -111,6 +111,7 @@ struct Surface {
     std::ptrdiff_t pitch = 0;
     IVec2<int> size;
     SurfaceKind kind = SurfaceKind::None;
+    bool isPlain = false; ///< pixels are drawn one by one, by the functions that define the results
 
     /// Describes nothing if @p image is null or has no pixels.
     static Surface of(Image* image) {

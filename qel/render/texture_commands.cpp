@@ -1,6 +1,5 @@
 #include <qel/render/texture_commands_p.h>
 
-#include <qel/render/drawing_mode_p.h>
 #include <qel/render/texture_tiles_p.h>
 
 namespace qel::internal {
@@ -118,7 +117,7 @@ void TextureCommand::forTiles(const Surface& surface, int begin, int end, const 
 // ------------------------------------------------------------------------------------------------
 
 void BlitCommand::drawRows(const Surface& surface, int begin, int end) const {
-    const bool isOnPixels = surface.kind == SurfaceKind::Bgra8 && !isPlainDrawing();
+    const bool isOnPixels = surface.kind == SurfaceKind::Bgra8 && !surface.isPlain;
     if (isOnPixels && !grid().isLinear) {
         if (drawCopy(surface, begin, end)) return;
         if (isWhite(m_tint) && m_format.rows.expand != nullptr) return drawPixels(surface, begin, end);
@@ -127,7 +126,7 @@ void BlitCommand::drawRows(const Surface& surface, int begin, int end) const {
         return drawGreys(surface, begin, end);
     withPixelType(surface.kind, [&](auto pixel) {
         using Pixel = decltype(pixel);
-        isPlainDrawing() ? drawPlainly<Pixel>(surface, begin, end) : drawColors<Pixel>(surface, begin, end);
+        surface.isPlain ? drawPlainly<Pixel>(surface, begin, end) : drawColors<Pixel>(surface, begin, end);
     });
 }
 
@@ -175,7 +174,7 @@ bool BlitCommand::drawCopy(const Surface& surface, int begin, int end) const {
 
 void BlitCommand::drawPixels(const Surface& surface, int begin, int end) const {
     const auto makeTile = [&](int first, int count) {
-        return TilePixels(grid(), plane(), first, count, m_format.rows.expand);
+        return TilePixels(grid(), plane(), first, count, m_format.isBgra ? nullptr : m_format.rows.expand);
     };
     forTiles<Bgra8>(surface, begin, end, makeTile, [](TilePixels& tile, const TileRow& at) {
         drawPixelRows(at.target, 0, tile.row(at.row), 0, at.count, 1);
@@ -218,7 +217,7 @@ float ValueWindow::shown(float value, int tableRow) const {
 // The two rows of the table alternate like the fields of a chessboard, fixed to the target, so that the eye
 // sees the level between two roundings.
 void WindowCommand::drawRows(const Surface& surface, int begin, int end) const {
-    const bool isOnPixels = surface.kind == SurfaceKind::Bgra8 && !isPlainDrawing();
+    const bool isOnPixels = surface.kind == SurfaceKind::Bgra8 && !surface.isPlain;
     if (isOnPixels && m_format.rows.decodeGreyRaw != nullptr && !m_window.isStep)
         return drawGreys(surface, begin, end);
     withPixelType(surface.kind, [&](auto pixel) { drawColors<decltype(pixel)>(surface, begin, end); });
@@ -231,7 +230,7 @@ void WindowCommand::drawColors(const Surface& surface, int begin, int end) const
         Pixel::write(p, {m_window.shown(raw.x, tableRow), m_window.shown(raw.y, tableRow),
                          m_window.shown(raw.z, tableRow), 1});
     };
-    if (isPlainDrawing()) return forPixels<Pixel>(surface, begin, end, m_format.decodeRaw, draw);
+    if (surface.isPlain) return forPixels<Pixel>(surface, begin, end, m_format.decodeRaw, draw);
     const RowDecoder decoder(m_format.rows.decodeRaw, m_format.decodeRaw, plane().bytes);
     const auto makeTile = [&](int first, int count) {
         return TileColors<4, RowDecoder>(grid(), plane(), first, count, decoder);
@@ -281,7 +280,7 @@ Color PaletteCommand::entry(const uint8* index) const {
 }
 
 void PaletteCommand::drawRows(const Surface& surface, int begin, int end) const {
-    if (isPlainDrawing() || surface.kind != SurfaceKind::Bgra8)
+    if (surface.isPlain || surface.kind != SurfaceKind::Bgra8)
         return withPixelType(surface.kind,
                              [&](auto pixel) { drawPlainly<decltype(pixel)>(surface, begin, end); });
     const auto decodeEntry = [this](const uint8* index) { return entry(index); };

@@ -122,15 +122,19 @@ private:
 /// The rows of a tile as BGRA8 pixels, sampled without interpolation.
 class TilePixels {
 public:
+    /// @param expand  null for texels that are pixels.
     TilePixels(const TexelGrid& grid, const TexelPlane& plane, int begin, int count, ExpandTexels expand)
         : m_grid(grid), m_texels(grid, plane, begin, count), m_expand(expand) {}
 
     /// Returns the pixels of row @p i of the drawn area; valid until the next call.
     const uint8* row(int i) {
         const int index = m_grid.row(i).first;
-        if (m_kept != index) m_expand(m_texels.line(index), m_texels.lineSize(), m_pixels.data());
+        if (m_kept == index) return m_row;
         m_kept = index;
-        return m_pixels.data();
+        m_row = m_texels.line(index);
+        if (m_expand == nullptr) return m_row;
+        m_expand(m_row, m_texels.lineSize(), m_pixels.data());
+        return m_row = m_pixels.data();
     }
 
 private:
@@ -138,6 +142,7 @@ private:
     TileTexels m_texels;
     const ExpandTexels m_expand;
     int m_kept = -1;
+    const uint8* m_row = nullptr;
     std::array<uint8, kTileColumns * 4> m_pixels;
 };
 
