@@ -19,7 +19,6 @@ RowFunction rowFirstOf4;      ///< the first of 4 bytes
 RowFunction rowFourthOf4;     ///< the last of 4 bytes
 RowFunction rowFirstAndLast;  ///< the first and the last of 4 bytes
 RowFunction rowThreeTimes;    ///< a byte in 3 channels
-RowFunction rowWiden3To4;     ///< 3 bytes, the last one twice
 RowFunction rowMeanOf3;       ///< the mean of 3 bytes
 RowFunction rowMeanOf4;       ///< the mean of the first 3 of 4 bytes
 RowFunction rowMeanAndAlpha;  ///< the mean of the first 3 bytes, then the fourth

@@ -7,69 +7,15 @@
 #define HWY_TARGET_INCLUDE "qel/imaging/pixels/pixel_rows_simd.cpp"
 #include <hwy/foreach_target.h>
 
-#include <hwy/highway.h>
-#include <qel/foundation/base/simd_dispatch_p.h>
-
-#include <array>
+#include <qel/imaging/pixels/simd_pixels.inc>
 
 HWY_BEFORE_NAMESPACE();
 namespace qel::internal::HWY_NAMESPACE {
 
-namespace hn = hwy::HWY_NAMESPACE;
-
-using Bytes = hn::ScalableTag<uint8_t>;
-using Words = hn::Repartition<uint16_t, Bytes>;
-using Longs = hn::Repartition<uint32_t, Bytes>;
-using Vec = hn::Vec<Bytes>;
-
-// Each kernel converts whole vectors of pixels and returns how many pixels these were.
-
-/// Loads pixels of `In` bytes as one vector per byte of the pixel.
-template <size_t In>
-HWY_INLINE void LoadPlanes(const uint8_t* in, Vec& a, Vec& b, Vec& c, Vec& d) {
-    const Bytes tag;
-    if constexpr (In == 1) a = hn::LoadU(tag, in);
-    if constexpr (In == 2) hn::LoadInterleaved2(tag, in, a, b);
-    if constexpr (In == 3) hn::LoadInterleaved3(tag, in, a, b, c);
-    if constexpr (In == 4) hn::LoadInterleaved4(tag, in, a, b, c, d);
-}
-
-template <size_t Byte>
-HWY_INLINE Vec Pick(Vec a, Vec b, Vec c, Vec d) {
-    if constexpr (Byte == 0) return a;
-    if constexpr (Byte == 1) return b;
-    if constexpr (Byte == 2) return c;
-    if constexpr (Byte == 3) return d;
-}
-
-HWY_INLINE void StorePlanes(uint8_t* out, Vec a) {
-    hn::StoreU(a, Bytes(), out);
-}
-HWY_INLINE void StorePlanes(uint8_t* out, Vec a, Vec b) {
-    hn::StoreInterleaved2(a, b, Bytes(), out);
-}
-HWY_INLINE void StorePlanes(uint8_t* out, Vec a, Vec b, Vec c) {
-    hn::StoreInterleaved3(a, b, c, Bytes(), out);
-}
-HWY_INLINE void StorePlanes(uint8_t* out, Vec a, Vec b, Vec c, Vec d) {
-    hn::StoreInterleaved4(a, b, c, d, Bytes(), out);
-}
-
-/// PickBytes of a vector of pixels.
-template <size_t In, size_t... Chosen>
-HWY_INLINE size_t PickRow(uint8_t* out, const uint8_t* in, size_t n) {
-    const size_t step = hn::Lanes(Bytes());
-    Vec a = hn::Zero(Bytes()), b = a, c = a, d = a;
-    size_t i = 0;
-    for (; n - i >= step; i += step) {
-        LoadPlanes<In>(in + i * In, a, b, c, d);
-        StorePlanes(out + i * sizeof...(Chosen), Pick<Chosen>(a, b, c, d)...);
-    }
-    return i;
-}
+// Each kernel converts whole vectors of pixels and returns the number of pixels that it converted.
 
 size_t SwapPairs(uint8_t* out, const uint8_t* in, size_t n) {
-    const Words words;
+    const Words<Bytes> words;
     const size_t step = hn::Lanes(words);
     size_t i = 0;
     for (; n - i >= step; i += step) {
@@ -83,12 +29,46 @@ size_t SwapPairs(uint8_t* out, const uint8_t* in, size_t n) {
 size_t SwapEnds4(uint8_t* out, const uint8_t* in, size_t n) {
     alignas(16) static constexpr uint8_t kOrder[] = {2, 1, 0, 3, 6, 5, 4, 7, 10, 9, 8, 11, 14, 13, 12, 15};
     const Bytes d;
-    const Vec order = hn::LoadDup128(d, kOrder);
+    const auto order = hn::LoadDup128(d, kOrder);
     const size_t step = hn::Lanes(d) / 4;
     size_t i = 0;
     for (; n - i >= step; i += step)
         hn::StoreU(hn::TableLookupBytes(hn::LoadU(d, in + 4 * i), order), d, out + 4 * i);
     return i;
+}
+
+/// A PickBytes of the four pixels of a block.
+template <size_t In, size_t... Chosen>
+constexpr ByteOrder OrderOfPicks() {
+    constexpr uint8_t kChosen[] = {Chosen...};
+    ByteOrder order{};
+    for (size_t i = 0; i < 16; ++i) {
+        const size_t pixel = i / sizeof...(Chosen);
+        order[i] = static_cast<uint8_t>(pixel < 4 ? pixel * In + kChosen[i % sizeof...(Chosen)] : 0x80);
+    }
+    return order;
+}
+
+/// PickBytes of vectors. The bytes after the pixels of a vector are stored too: with what they had been if
+/// the source may be the target, otherwise with any value that the next pixels replace.
+template <size_t In, size_t... Chosen, class D>
+HWY_INLINE size_t PickFrom(D d, uint8_t* out, const uint8_t* in, size_t i, size_t n) {
+    static constexpr ByteOrder kOrder = OrderOfPicks<In, Chosen...>();
+    constexpr size_t kOut = sizeof...(Chosen), kBytes = hn::MaxLanes(d);
+    constexpr size_t kRoom = (kBytes + std::min(In, kOut) - 1) / std::min(In, kOut);
+    for (; n - i >= kRoom; i += kBytes / 4) {
+        const auto loaded = hn::LoadU(d, in + i * In);
+        auto picked = GatherPixels<kOut>(d, Shuffle(d, SpreadPixels<In>(d, loaded), kOrder));
+        if constexpr (In == kOut) picked = hn::IfThenElse(hn::FirstN(d, kBytes / 4 * kOut), picked, loaded);
+        hn::StoreU(picked, d, out + i * kOut);
+    }
+    return i;
+}
+
+template <size_t In, size_t... Chosen>
+HWY_INLINE size_t PickRow(uint8_t* out, const uint8_t* in, size_t n) {
+    const size_t wide = PickFrom<In, Chosen...>(Bytes(), out, in, 0, n);
+    return PickFrom<In, Chosen...>(Block(), out, in, wide, n);
 }
 
 size_t SwapEnds3(uint8_t* out, const uint8_t* in, size_t n) {
@@ -100,106 +80,178 @@ size_t SwapEnds4To3(uint8_t* out, const uint8_t* in, size_t n) {
 size_t FirstThree(uint8_t* out, const uint8_t* in, size_t n) {
     return PickRow<4, 0, 1, 2>(out, in, n);
 }
-size_t FirstOf3(uint8_t* out, const uint8_t* in, size_t n) {
-    return PickRow<3, 0>(out, in, n);
-}
-size_t FirstOf4(uint8_t* out, const uint8_t* in, size_t n) {
-    return PickRow<4, 0>(out, in, n);
-}
-size_t FourthOf4(uint8_t* out, const uint8_t* in, size_t n) {
-    return PickRow<4, 3>(out, in, n);
-}
 size_t FirstAndLast(uint8_t* out, const uint8_t* in, size_t n) {
     return PickRow<4, 0, 3>(out, in, n);
 }
 size_t ThreeTimes(uint8_t* out, const uint8_t* in, size_t n) {
     return PickRow<1, 0, 0, 0>(out, in, n);
 }
-size_t Widen3To4(uint8_t* out, const uint8_t* in, size_t n) {
-    return PickRow<3, 0, 1, 2, 2>(out, in, n);
+
+/// Returns the weighted sums of the bytes of each pixel.
+template <class D>
+HWY_INLINE hn::Vec<Ints<D>> WeighBytes(D d, hn::Vec<D> pixels, int first, int second, int third, int fourth) {
+    const auto ones = hn::Set(Shorts<D>(), 1);
+    return SumPairs(d, MulPairs(pixels, ByteFactors(d, first, second, third, fourth)), ones);
 }
 
-/// Splits a vector of bytes into its even and odd lanes as words.
-HWY_INLINE auto EvenLanes(Vec v) {
-    return hn::And(hn::BitCast(Words(), v), hn::Set(Words(), 0xFF));
-}
-HWY_INLINE auto OddLanes(Vec v) {
-    return hn::ShiftRight<8>(hn::BitCast(Words(), v));
-}
-HWY_INLINE Vec JoinLanes(hn::Vec<Words> even, hn::Vec<Words> odd) {
-    return hn::BitCast(Bytes(), hn::Or(even, hn::ShiftLeft<8>(odd)));
+/// Returns a third of each 16-bit lane: exact up to 766.
+template <class W>
+HWY_INLINE hn::Vec<W> Third(W words, hn::Vec<W> sum) {
+    return hn::MulHigh(sum, hn::Set(words, 0x5556));
 }
 
-/// A third of each lane: exact up to 766.
-HWY_INLINE auto Third(hn::Vec<Words> sum) {
-    return hn::MulHigh(sum, hn::Set(Words(), 0x5556));
-}
+// What becomes of a pixel of four bytes: value() is at most 65535, and finish() makes it a byte.
 
-/// (a + b + c + 1) / 3 of each byte.
-HWY_INLINE Vec Mean(Vec a, Vec b, Vec c) {
-    const auto one = hn::Set(Words(), 1);
-    const auto even = hn::Add(hn::Add(EvenLanes(a), EvenLanes(b)), hn::Add(EvenLanes(c), one));
-    const auto odd = hn::Add(hn::Add(OddLanes(a), OddLanes(b)), hn::Add(OddLanes(c), one));
-    return JoinLanes(Third(even), Third(odd));
-}
+template <int Place>
+struct TakeByte {
+    template <class D>
+    HWY_INLINE static auto value(D, hn::Vec<D> pixels) {
+        const auto moved = hn::ShiftRight<Place * 8>(hn::BitCast(Longs<D>(), pixels));
+        return hn::BitCast(Ints<D>(), hn::And(moved, hn::Set(Longs<D>(), 0xFF)));
+    }
+    template <class W>
+    HWY_INLINE static auto finish(W, hn::Vec<W> words) {
+        return words;
+    }
+};
 
-template <size_t In, bool WithAlpha>
-HWY_INLINE size_t MeanRow(uint8_t* out, const uint8_t* in, size_t n) {
-    const size_t step = hn::Lanes(Bytes());
-    Vec a = hn::Zero(Bytes()), b = a, c = a, d = a;
-    size_t i = 0;
-    for (; n - i >= step; i += step) {
-        LoadPlanes<In>(in + i * In, a, b, c, d);
-        if constexpr (WithAlpha) {
-            StorePlanes(out + 2 * i, Mean(a, b, c), d);
-        } else {
-            StorePlanes(out + i, Mean(a, b, c));
-        }
+struct Mean {
+    template <class D>
+    HWY_INLINE static auto value(D d, hn::Vec<D> pixels) {
+        return WeighBytes(d, pixels, 1, 1, 1, 0);
+    }
+    template <class W>
+    HWY_INLINE static auto finish(W words, hn::Vec<W> sum) {
+        return Third(words, hn::Add(sum, hn::Set(words, 1)));
+    }
+};
+
+struct Full {
+    template <class D>
+    HWY_INLINE static auto value(D d, hn::Vec<D> pixels) {
+        const Words<D> words;
+        const auto ends = hn::And(hn::BitCast(words, pixels), hn::Set(words, 0xFF));
+        const auto middle = hn::ShiftRight<8>(hn::BitCast(words, pixels));
+        const auto sum = hn::Add(SumPairs(d, hn::BitCast(Shorts<D>(), ends), Factors(d, 306, 116)),
+                                 SumPairs(d, hn::BitCast(Shorts<D>(), middle), Factors(d, 601, 0)));
+        return hn::ShiftRight<10>(hn::Add(sum, hn::Set(Ints<D>(), 512)));
+    }
+    template <class W>
+    HWY_INLINE static auto finish(W, hn::Vec<W> words) {
+        return words;
+    }
+};
+
+// The factor of green, 129, is split so that no factor and no sum of two products leaves its signed type.
+struct Video {
+    template <class D>
+    HWY_INLINE static auto value(D d, hn::Vec<D> pixels) {
+        static constexpr ByteOrder kGreenTwice = {0, 1, 2, 1, 4, 5, 6, 5, 8, 9, 10, 9, 12, 13, 14, 13};
+        return WeighBytes(d, Shuffle(d, pixels, kGreenTwice), 25, 100, 66, 29);
+    }
+    template <class W>
+    HWY_INLINE static auto finish(W words, hn::Vec<W> sum) {
+        return hn::ShiftRight<8>(hn::Add(sum, hn::Set(words, 66 * 64)));
+    }
+};
+
+/// Reduces pixels of `In` bytes to one byte.
+template <typename Kind, size_t In, class D>
+HWY_INLINE size_t ReduceFrom(D d, uint8_t* out, const uint8_t* in, size_t i, size_t n) {
+    constexpr size_t kBytes = hn::MaxLanes(d), kStep = kBytes / 4 * In;
+    constexpr size_t kRoom =
+        kBytes + (In == 4 ? 0 : kBytes / 12 + 1); // loads of three bytes a pixel read more
+    const Words<D> words;
+    for (; n - i >= kRoom; i += kBytes) {
+        const uint8_t* p = in + i * In;
+        const auto a = Kind::value(d, LoadAsFour<In>(d, p)), b = Kind::value(d, LoadAsFour<In>(d, p + kStep));
+        const auto c = Kind::value(d, LoadAsFour<In>(d, p + 2 * kStep));
+        const auto e = Kind::value(d, LoadAsFour<In>(d, p + 3 * kStep));
+        const auto low = hn::BitCast(Shorts<D>(), Kind::finish(words, PackInts(a, b)));
+        const auto high = hn::BitCast(Shorts<D>(), Kind::finish(words, PackInts(c, e)));
+        hn::StoreU(QuartersFromBlocks(d, PackShorts(low, high)), d, out + i);
     }
     return i;
 }
 
+template <typename Kind, size_t In>
+HWY_INLINE size_t ReduceRow(uint8_t* out, const uint8_t* in, size_t n) {
+    return ReduceFrom<Kind, In>(Block(), out, in, ReduceFrom<Kind, In>(Bytes(), out, in, 0, n), n);
+}
+
+size_t FirstOf3(uint8_t* out, const uint8_t* in, size_t n) {
+    return ReduceRow<TakeByte<0>, 3>(out, in, n);
+}
+size_t FirstOf4(uint8_t* out, const uint8_t* in, size_t n) {
+    return ReduceRow<TakeByte<0>, 4>(out, in, n);
+}
+size_t FourthOf4(uint8_t* out, const uint8_t* in, size_t n) {
+    return ReduceRow<TakeByte<3>, 4>(out, in, n);
+}
 size_t MeanOf3(uint8_t* out, const uint8_t* in, size_t n) {
-    return MeanRow<3, false>(out, in, n);
+    return ReduceRow<Mean, 3>(out, in, n);
 }
 size_t MeanOf4(uint8_t* out, const uint8_t* in, size_t n) {
-    return MeanRow<4, false>(out, in, n);
+    return ReduceRow<Mean, 4>(out, in, n);
 }
-size_t MeanAndAlphaRow(uint8_t* out, const uint8_t* in, size_t n) {
-    return MeanRow<4, true>(out, in, n);
+size_t FullLumaRow(uint8_t* out, const uint8_t* in, size_t n) {
+    return ReduceRow<Full, 4>(out, in, n);
+}
+size_t VideoLumaRow(uint8_t* out, const uint8_t* in, size_t n) {
+    return ReduceRow<Video, 4>(out, in, n);
 }
 
-// ((s << 8) | 192) / 3 is 85 * s + s / 3 + 64 for every sum.
-size_t Mean16Of4(uint8_t* out, const uint8_t* in, size_t n) {
-    const Longs longs;
-    const hn::Rebind<uint16_t, Longs> half;
-    const hn::Repartition<uint8_t, decltype(half)> halfBytes;
-    const size_t step = hn::Lanes(longs);
-    const auto low = hn::Set(longs, 0xFF);
+/// Returns a value for each pixel at @p in as 16 bits, in the order of the pixels.
+template <typename Kind>
+HWY_INLINE size_t WordsRow(uint8_t* out, const uint8_t* in, size_t n) {
+    const Bytes d;
+    const size_t step = hn::Lanes(d) / 2;
     size_t i = 0;
     for (; n - i >= step; i += step) {
-        const auto pixels = hn::BitCast(longs, hn::LoadU(Bytes(), in + 4 * i));
-        const auto ends = hn::Add(hn::And(pixels, low), hn::And(hn::ShiftRight<16>(pixels), low));
-        const auto sum = hn::Add(ends, hn::And(hn::ShiftRight<8>(pixels), low));
-        const auto third = hn::BitCast(longs, Third(hn::BitCast(Words(), sum)));
-        const auto times85 = hn::BitCast(longs, hn::Mul(hn::BitCast(Words(), sum), hn::Set(Words(), 85)));
-        const auto mean = hn::Add(hn::Add(times85, third), hn::Set(longs, 64));
-        const auto narrow = hn::DemoteTo(half, hn::BitCast(hn::RebindToSigned<Longs>(), mean));
-        hn::StoreU(hn::BitCast(halfBytes, narrow), halfBytes, out + 2 * i);
+        const auto low = Kind::value(hn::LoadU(d, in + 4 * i));
+        const auto high = Kind::value(hn::LoadU(d, in + 4 * i + hn::Lanes(d)));
+        hn::StoreU(HalvesFromBlocks(d, hn::BitCast(d, PackInts(low, high))), d, out + 2 * i);
     }
     return i;
+}
+
+struct MeanAndAlphaWord {
+    HWY_INLINE static auto value(hn::Vec<Bytes> pixels) {
+        const Words<Bytes> words;
+        const auto sum = hn::Add(Mean::value(Bytes(), pixels), hn::Set(Ints<Bytes>(), 1));
+        const auto mean = hn::BitCast(Ints<Bytes>(), Third(words, hn::BitCast(words, sum)));
+        const auto alpha = hn::ShiftRight<16>(hn::BitCast(Longs<Bytes>(), pixels));
+        return hn::Or(mean, hn::BitCast(Ints<Bytes>(), hn::And(alpha, hn::Set(Longs<Bytes>(), 0xFF00))));
+    }
+};
+
+// ((s << 8) | 192) / 3 is 85 * s + s / 3 + 64 for every sum.
+struct MeanWord {
+    HWY_INLINE static auto value(hn::Vec<Bytes> pixels) {
+        const Words<Bytes> words;
+        const auto sum = hn::BitCast(words, Mean::value(Bytes(), pixels));
+        const auto mean = hn::Add(hn::Mul(sum, hn::Set(words, 85)), Third(words, sum));
+        return hn::Add(hn::BitCast(Ints<Bytes>(), mean), hn::Set(Ints<Bytes>(), 64));
+    }
+};
+
+size_t MeanAndAlphaRow(uint8_t* out, const uint8_t* in, size_t n) {
+    return WordsRow<MeanAndAlphaWord>(out, in, n);
+}
+size_t Mean16Of4(uint8_t* out, const uint8_t* in, size_t n) {
+    return WordsRow<MeanWord>(out, in, n);
 }
 
 size_t NineBits(uint8_t* out, const uint8_t* in, size_t n) {
     const hn::Half<Bytes> half;
-    const Words words;
+    const Words<Bytes> words;
     const size_t step = hn::Lanes(words);
     const auto most = hn::Set(words, 255);
     size_t i = 0;
     for (; n - i >= step; i += step) {
         const auto values = hn::BitCast(words, hn::LoadU(Bytes(), in + 2 * i));
         const auto limited = hn::Min(hn::ShiftRight<1>(values), most);
-        const auto grey = hn::DemoteTo(half, hn::BitCast(hn::RebindToSigned<Words>(), limited));
+        const auto grey = hn::DemoteTo(half, hn::BitCast(Shorts<Bytes>(), limited));
         hn::StoreInterleaved3(grey, grey, grey, half, out + 3 * i);
     }
     return i;
@@ -244,48 +296,6 @@ size_t FloatsToRgb(uint8_t* out, const uint8_t* in, size_t n) {
     return i;
 }
 
-/// Sums of the products of neighbouring 16-bit lanes.
-HWY_INLINE auto SumPairs(hn::Vec<hn::RebindToSigned<Words>> a, hn::Vec<hn::RebindToSigned<Words>> b) {
-    const hn::RebindToSigned<Longs> ints;
-    auto second = hn::Zero(ints);
-    const auto first = hn::ReorderWidenMulAccumulate(ints, a, b, hn::Zero(ints), second);
-    return hn::RearrangeToOddPlusEven(first, second);
-}
-
-/// Returns the factors of the lower and the upper word of each long.
-HWY_INLINE auto Factors(int lower, int upper) {
-    const auto both = static_cast<uint32_t>(upper) << 16 | (static_cast<uint32_t>(lower) & 0xFFFF);
-    return hn::BitCast(hn::RebindToSigned<Words>(), hn::Set(Longs(), both));
-}
-
-/// Weighs the three colours of 4-byte pixels: (c0 * first + c1 * second + c2 * third + bias) >> Shift.
-template <int Shift>
-HWY_INLINE size_t LumaRow(uint8_t* out, const uint8_t* in, size_t n, int first, int second, int third,
-                          int bias) {
-    const hn::RebindToSigned<Words> words;
-    const hn::RebindToSigned<Longs> ints;
-    const hn::Rebind<uint8_t, decltype(ints)> quarter;
-    const auto ends = Factors(first, third), middle = Factors(second, 0);
-    const auto low = hn::Set(Longs(), 0x00FF00FF);
-    const size_t step = hn::Lanes(ints);
-    size_t i = 0;
-    for (; n - i >= step; i += step) {
-        const auto pixels = hn::BitCast(Longs(), hn::LoadU(Bytes(), in + 4 * i));
-        const auto even = hn::BitCast(words, hn::And(pixels, low));
-        const auto odd = hn::BitCast(words, hn::And(hn::ShiftRight<8>(pixels), low));
-        const auto sum = hn::Add(hn::Add(SumPairs(even, ends), SumPairs(odd, middle)), hn::Set(ints, bias));
-        hn::StoreU(hn::DemoteTo(quarter, hn::ShiftRight<Shift>(sum)), quarter, out + i);
-    }
-    return i;
-}
-
-size_t FullLumaRow(uint8_t* out, const uint8_t* in, size_t n) {
-    return LumaRow<10>(out, in, n, 306, 601, 116, 512);
-}
-size_t VideoLumaRow(uint8_t* out, const uint8_t* in, size_t n) {
-    return LumaRow<8>(out, in, n, 25, 129, 66, 66 * 64);
-}
-
 size_t Interleave(uint8_t* out, const uint8_t* a, const uint8_t* b, size_t n) {
     const size_t step = hn::Lanes(Bytes());
     size_t i = 0;
@@ -298,8 +308,8 @@ size_t Split(uint8_t* a, uint8_t* b, const uint8_t* in, size_t n) {
     const size_t step = hn::Lanes(Bytes());
     size_t i = 0;
     for (; n - i >= step; i += step) {
-        const Vec first = hn::LoadU(Bytes(), in + 2 * i);
-        const Vec second = hn::LoadU(Bytes(), in + 2 * i + step);
+        const auto first = hn::LoadU(Bytes(), in + 2 * i);
+        const auto second = hn::LoadU(Bytes(), in + 2 * i + step);
         hn::StoreU(hn::ConcatEven(Bytes(), second, first), Bytes(), a + i);
         hn::StoreU(hn::ConcatOdd(Bytes(), second, first), Bytes(), b + i);
     }
@@ -338,7 +348,6 @@ QEL_ROW(rowFirstOf4, FirstOf4, PickBytes<4, 0>)
 QEL_ROW(rowFourthOf4, FourthOf4, PickBytes<4, 3>)
 QEL_ROW(rowFirstAndLast, FirstAndLast, PickBytes<4, 0, 3>)
 QEL_ROW(rowThreeTimes, ThreeTimes, PickBytes<1, 0, 0, 0>)
-QEL_ROW(rowWiden3To4, Widen3To4, PickBytes<3, 0, 1, 2, 2>)
 QEL_ROW(rowMeanOf3, MeanOf3, MeanOfThree<3>)
 QEL_ROW(rowMeanOf4, MeanOf4, MeanOfThree<4>)
 QEL_ROW(rowMeanAndAlpha, MeanAndAlphaRow, MeanAndAlpha)

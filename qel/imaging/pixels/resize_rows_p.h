@@ -26,6 +26,15 @@ struct ColumnWeights {
 /// @param weight  the sum of the weights of all pixels that a target pixel covers.
 void rowMeans(uint8* out, const int32* sums, const ColumnWeights& columns, size_t channels, double weight);
 
+/// What the kernel of rowMeans() reads; see there.
+struct MeanJob {
+    const int32* sums;
+    const uint32* first;
+    const double* weights;
+    size_t covered;
+    double rounding, inverse;
+};
+
 /// Writes the means of blocks of two by two pixels of @p channels bytes, halves rounded up.
 /// @param n  pixels of the target row.
 void rowHalf(uint8* out, const uint8* a, const uint8* b, size_t channels, size_t n);

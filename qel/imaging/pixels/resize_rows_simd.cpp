@@ -65,23 +65,25 @@ size_t AddRows(int32_t* sums, const uint8_t* const* rows, const uint32_t* weight
 }
 
 /// Writes the means of pixels of `Channels`. Pixels of three are written as four bytes, which the next pixel
-/// repairs.
-template <size_t Channels>
-HWY_INLINE size_t MeansOf(uint8_t* out, const int32_t* sums, const uint32_t* first, const double* weights,
-                          size_t covered, double rounding, double inverse, size_t n) {
+/// repairs. @param Covered  the columns of each pixel if they are known, otherwise 0.
+template <size_t Channels, size_t Covered>
+HWY_INLINE size_t MeansOf(uint8_t* out, const MeanJob& job, size_t n) {
     constexpr size_t kWide = Channels == 3 ? 4 : Channels;
     const hn::CappedTag<double, kWide> doubles;
     const hn::Rebind<int32_t, decltype(doubles)> ints;
     const hn::Rebind<uint8_t, decltype(doubles)> bytes;
-    const auto add = hn::Set(doubles, rounding), factor = hn::Set(doubles, inverse);
+    const size_t covered = Covered == 0 ? job.covered : Covered;
+    const auto add = hn::Set(doubles, job.rounding), factor = hn::Set(doubles, job.inverse);
     const size_t end = kWide == Channels || n == 0 ? n : n - 1;
+    const double* weights = job.weights;
     for (size_t x = 0; x < end; ++x, weights += covered) {
         for (size_t c = 0; c < kWide; c += hn::Lanes(doubles)) {
-            const int32_t* in = sums + size_t{first[x]} * Channels + c;
+            const int32_t* in = job.sums + size_t{job.first[x]} * Channels + c;
             auto sum = add;
-            for (size_t k = 0; k < covered; ++k, in += Channels)
-                sum = hn::Add(
-                    sum, hn::Mul(hn::PromoteTo(doubles, hn::LoadU(ints, in)), hn::Set(doubles, weights[k])));
+            for (size_t k = 0; k < covered; ++k) {
+                const auto value = hn::PromoteTo(doubles, hn::LoadU(ints, in + k * Channels));
+                sum = hn::Add(sum, hn::Mul(value, hn::Set(doubles, weights[k])));
+            }
             const auto mean = hn::DemoteTo(ints, hn::Mul(sum, factor));
             hn::StoreU(hn::DemoteTo(bytes, mean), bytes, out + x * Channels + c);
         }
@@ -89,17 +91,32 @@ HWY_INLINE size_t MeansOf(uint8_t* out, const int32_t* sums, const uint32_t* fir
     return end;
 }
 
-size_t Means(uint8_t* out, const int32_t* sums, const uint32_t* first, const double* weights, size_t covered,
-             size_t channels, double rounding, double inverse, size_t n) {
+template <size_t Channels>
+HWY_INLINE size_t MeansOfCovers(uint8_t* out, const MeanJob& job, size_t n) {
+    switch (job.covered) {
+    case 2:
+        return MeansOf<Channels, 2>(out, job, n);
+    case 3:
+        return MeansOf<Channels, 3>(out, job, n);
+    case 4:
+        return MeansOf<Channels, 4>(out, job, n);
+    case 5:
+        return MeansOf<Channels, 5>(out, job, n);
+    default:
+        return MeansOf<Channels, 0>(out, job, n);
+    }
+}
+
+size_t Means(uint8_t* out, const MeanJob& job, size_t channels, size_t n) {
     switch (channels) {
     case 1:
-        return MeansOf<1>(out, sums, first, weights, covered, rounding, inverse, n);
+        return MeansOfCovers<1>(out, job, n);
     case 2:
-        return MeansOf<2>(out, sums, first, weights, covered, rounding, inverse, n);
+        return MeansOfCovers<2>(out, job, n);
     case 3:
-        return MeansOf<3>(out, sums, first, weights, covered, rounding, inverse, n);
+        return MeansOfCovers<3>(out, job, n);
     default:
-        return MeansOf<4>(out, sums, first, weights, covered, rounding, inverse, n);
+        return MeansOfCovers<4>(out, job, n);
     }
 }
 
@@ -141,16 +158,15 @@ void rowWeightedSums(int32* sums, const uint8* const* rows, const uint16* weight
 // All numbers below 2^53 are exact. The quotient is rounded by half the weight; a quarter more keeps the
 // product with the inverse, which is not exact, on the right side of every whole number.
 void rowMeans(uint8* out, const int32* sums, const ColumnWeights& columns, size_t channels, double weight) {
-    const double rounding = weight / 2 + 0.25, inverse = 1 / weight;
-    const size_t n = columns.first.size(), covered = columns.covered;
-    const uint32* first = columns.first.data();
-    const double* weights = columns.weights.data();
-    for (size_t x = g_Means(out, sums, first, weights, covered, channels, rounding, inverse, n); x < n; ++x) {
+    const MeanJob job{
+        sums, columns.first.data(), columns.weights.data(), columns.covered, weight / 2 + 0.25, 1 / weight};
+    const size_t n = columns.first.size();
+    for (size_t x = g_Means(out, job, channels, n); x < n; ++x) {
         for (size_t c = 0; c < channels; ++c) {
-            double sum = rounding;
-            for (size_t k = 0; k < covered; ++k)
-                sum += weights[x * covered + k] * sums[(first[x] + k) * channels + c];
-            out[x * channels + c] = static_cast<uint8>(sum * inverse);
+            double sum = job.rounding;
+            for (size_t k = 0; k < job.covered; ++k)
+                sum += job.weights[x * job.covered + k] * sums[(job.first[x] + k) * channels + c];
+            out[x * channels + c] = static_cast<uint8>(sum * job.inverse);
         }
     }
 }

@@ -10,33 +10,6 @@
 HWY_BEFORE_NAMESPACE();
 namespace qel::internal::HWY_NAMESPACE {
 
-/// Moves the bytes of two neighbouring pixels of each channel next to each other.
-template <size_t Channels>
-constexpr ByteOrder PairsOfPixels() {
-    ByteOrder order{};
-    constexpr size_t kWide = Channels == 3 ? 4 : Channels;
-    for (size_t i = 0; i < 16; ++i) {
-        const size_t channel = i / 2 % kWide, pixel = i / 2 / kWide * 2 + i % 2;
-        order[i] = static_cast<uint8_t>(channel < Channels ? pixel * Channels + channel : 0x80);
-    }
-    return order;
-}
-
-/// Moves three of each four bytes to the beginning of their block.
-inline constexpr ByteOrder kWithoutFourth = {0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 0x80, 0x80, 0x80, 0x80};
-/// Adds a fourth byte to the first four triples of their block.
-inline constexpr ByteOrder kWithFourth = {0, 1, 2, 0x80, 3, 4, 5, 0x80, 6, 7, 8, 0x80, 9, 10, 11, 0x80};
-
-/// Returns the sums of the channels of pairs of pixels at @p in.
-template <size_t Channels, class D>
-HWY_INLINE auto PairSums(D d, const uint8_t* in) {
-    static constexpr ByteOrder kOrder = PairsOfPixels<Channels>();
-    const auto ones = hn::Set(hn::RebindToSigned<D>(), 1);
-    const auto pixels = LoadPixels < Channels == 3 ? 3 : 4 > (d, in);
-    if constexpr (Channels == 1) return MulPairs(pixels, ones);
-    return MulPairs(Shuffle(d, pixels, kOrder), ones);
-}
-
 /// Bytes of a vector that hold pixels.
 template <size_t Channels, class D>
 inline constexpr size_t kUsed = hn::MaxLanes(D()) * (Channels == 3 ? 3 : 4) / 4;
@@ -47,17 +20,14 @@ HWY_INLINE size_t HalfFrom(D d, uint8_t* out, const uint8_t* a, const uint8_t* b
     constexpr size_t kRoom = (kBytes + Channels - 1) / Channels; // that loads and stores need
     const auto two = hn::Set(Shorts<D>(), 2);
     const auto mean = [&](size_t at) HWY_ATTR {
-        const auto sum = hn::Add(PairSums<Channels>(d, a + at), PairSums<Channels>(d, b + at));
+        const auto sum =
+            hn::Add(SumsOfPixelPairs<Channels>(d, a + at), SumsOfPixelPairs<Channels>(d, b + at));
         return hn::ShiftRight<2>(hn::Add(sum, two));
     };
     for (; n - i >= kRoom; i += kPixels) {
         const size_t at = 2 * i * Channels;
         const auto means = HalvesFromBlocks(d, PackShorts(mean(at), mean(at + kIn)));
-        if constexpr (Channels == 3) {
-            StorePixels<3>(d, Shuffle(d, means, kWithoutFourth), out + i * Channels);
-        } else {
-            hn::StoreU(means, d, out + i * Channels);
-        }
+        StoreFromFour<Channels == 3 ? 3 : 4>(d, means, out + i * Channels);
     }
     return i;
 }
@@ -83,8 +53,7 @@ size_t Half(uint8_t* out, const uint8_t* a, const uint8_t* b, size_t channels, s
 /// Loads pixels of `Channels`; those of three become four bytes each.
 template <size_t Channels, class D>
 HWY_INLINE hn::Vec<D> LoadForTwice(D d, const uint8_t* in) {
-    if constexpr (Channels == 3) return HalvesToBlocks(d, Shuffle(d, LoadPixels<3>(d, in), kWithFourth));
-    return HalvesToBlocks(d, hn::LoadU(d, in));
+    return HalvesToBlocks(d, LoadAsFour < Channels == 3 ? 3 : 4 > (d, in));
 }
 
 /// The interpolated pixels between neighbours of a row, times four: a quarter and three quarters of the way.
@@ -118,13 +87,9 @@ HWY_INLINE void StoreInTurn(D d, hn::Vec<D> left, hn::Vec<D> right, uint8_t* out
     const auto l = hn::BitCast(lanes, left), r = hn::BitCast(lanes, right);
     const auto first = hn::BitCast(d, hn::InterleaveLower(lanes, l, r));
     const auto second = hn::BitCast(d, hn::InterleaveUpper(lanes, l, r));
-    if constexpr (Channels == 3) {
-        StorePixels<3>(d, Shuffle(d, first, kWithoutFourth), out);
-        StorePixels<3>(d, Shuffle(d, second, kWithoutFourth), out + kUsed<3, D>);
-    } else {
-        hn::StoreU(first, d, out);
-        hn::StoreU(second, d, out + hn::MaxLanes(d));
-    }
+    constexpr size_t kStored = Channels == 3 ? 3 : 4;
+    StoreFromFour<kStored>(d, first, out);
+    StoreFromFour<kStored>(d, second, out + kUsed<Channels, D>);
 }
 
 /// Writes pixels 2 * x + 1 and 2 * x + 2 of both rows for all x from @p i.

@@ -52,25 +52,29 @@ kernel_convertImage_BGRA8_Y1U2V2::kernel_convertImage_BGRA8_Y1U2V2(uint32 width,
                                                                    const YuvPlanes<Target>& target)
     : KernelToYuv(width, height, source, target, {rowVideoLuma, rowVideoChroma, videoChromaOfColumn}) {}
 
-template <size_t Bytes, YuvRowFunction* Row>
-void KernelFromYuv<Bytes, Row>::processRows(uint32 firstPair, uint32 endPair) {
+template <size_t Bytes, YuvRowsFunction* Rows>
+void KernelFromYuv<Bytes, Rows>::processRows(uint32 firstPair, uint32 endPair) {
     constexpr uint8 kNoChroma = 128;
     const size_t even = width() & ~1u;
-    for (uint64 y = uint64{firstPair} * 2; y < uint64{endPair} * 2; ++y) {
-        const uint8 *luma = m_source.y.row(y), *u = m_source.u.row(y / 2), *v = m_source.v.row(y / 2);
-        uint8* out = m_target.row(y);
-        Row(out, luma, u, v, even);
+    for (uint64 pair = firstPair; pair < endPair; ++pair) {
+        const uint8* luma[] = {m_source.y.row(2 * pair), m_source.y.row(2 * pair + 1)};
+        uint8* out[] = {m_target.row(2 * pair), m_target.row(2 * pair + 1)};
+        const uint8 *u = m_source.u.row(pair), *v = m_source.v.row(pair);
+        Rows(out, luma, u, v, even);
         if (even == width()) continue;
+        for (size_t row = 0; row < 2; ++row) {
+            luma[row] += even;
+            out[row] += even * Bytes;
+        }
         const bool hasChroma = m_source.columns > 0;
         const size_t last = hasChroma ? std::min<size_t>(even / 2, m_source.columns - 1) : 0;
-        Row(out + even * Bytes, luma + even, hasChroma ? u + last : &kNoChroma,
-            hasChroma ? v + last : &kNoChroma, 1);
+        Rows(out, luma, hasChroma ? u + last : &kNoChroma, hasChroma ? v + last : &kNoChroma, 1);
     }
 }
 
-template class KernelFromYuv<3, rowYuvToRgb>;
-template class KernelFromYuv<4, rowYuvToRgba>;
-template class KernelFromYuv<4, rowYuvToBgra>;
+template class KernelFromYuv<3, rowsYuvToRgb>;
+template class KernelFromYuv<4, rowsYuvToRgba>;
+template class KernelFromYuv<4, rowsYuvToBgra>;
 
 void kernel_convertImage_Y1U2V2_Y1UV2::processRows(uint32 firstPair, uint32 endPair) {
     for (uint32 pair = firstPair; pair < endPair; ++pair) {

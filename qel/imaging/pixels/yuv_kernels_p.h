@@ -75,7 +75,7 @@ public:
 };
 
 /// Converts three planes to pixels of `Bytes` bytes.
-template <size_t Bytes, YuvRowFunction* Row>
+template <size_t Bytes, YuvRowsFunction* Rows>
 class KernelFromYuv final : public YUVKernel {
 public:
     KernelFromYuv(uint32 width, uint32 height, const YuvPlanes<Source>& source, Target target)
@@ -87,34 +87,34 @@ private:
     const Target m_target;
 };
 
-using kernel_convertImage_Y1U2V2_RGB8 = KernelFromYuv<3, rowYuvToRgb>;   ///< full range
-using kernel_convertImage_Y1U2V2_RGBA8 = KernelFromYuv<4, rowYuvToRgba>; ///< full range, alpha 255
-using kernel_convertImage_Y1U2V2_BGRA8 = KernelFromYuv<4, rowYuvToBgra>; ///< video range, alpha 255
+using kernel_convertImage_Y1U2V2_RGB8 = KernelFromYuv<3, rowsYuvToRgb>;   ///< full range
+using kernel_convertImage_Y1U2V2_RGBA8 = KernelFromYuv<4, rowsYuvToRgba>; ///< full range, alpha 255
+using kernel_convertImage_Y1U2V2_BGRA8 = KernelFromYuv<4, rowsYuvToBgra>; ///< video range, alpha 255
 
-/// Copies luma and interleaves chroma.
-class kernel_convertImage_Y1U2V2_Y1UV2 final : public YUVKernel {
+/// Converts planes to planes of another number.
+class KernelOfPlanes : public YUVKernel {
 public:
-    kernel_convertImage_Y1U2V2_Y1UV2(uint32 width, uint32 height, const YuvPlanes<Source>& source,
-                                     const YuvPlanes<Target>& target)
+    KernelOfPlanes(uint32 width, uint32 height, const YuvPlanes<Source>& source,
+                   const YuvPlanes<Target>& target)
         : YUVKernel(width, height), m_source(source), m_target(target) {}
-    void processRows(uint32 firstPair, uint32 endPair) override;
 
-private:
+protected:
     const YuvPlanes<Source> m_source;
     const YuvPlanes<Target> m_target;
 };
 
-/// Copies luma and splits chroma.
-class kernel_convertImage_Y1UV2_Y1U2V2 final : public YUVKernel {
+/// Copies luma and interleaves chroma.
+class kernel_convertImage_Y1U2V2_Y1UV2 final : public KernelOfPlanes {
 public:
-    kernel_convertImage_Y1UV2_Y1U2V2(uint32 width, uint32 height, const YuvPlanes<Source>& source,
-                                     const YuvPlanes<Target>& target)
-        : YUVKernel(width, height), m_source(source), m_target(target) {}
+    using KernelOfPlanes::KernelOfPlanes;
     void processRows(uint32 firstPair, uint32 endPair) override;
+};
 
-private:
-    const YuvPlanes<Source> m_source;
-    const YuvPlanes<Target> m_target;
+/// Copies luma and splits chroma.
+class kernel_convertImage_Y1UV2_Y1U2V2 final : public KernelOfPlanes {
+public:
+    using KernelOfPlanes::KernelOfPlanes;
+    void processRows(uint32 firstPair, uint32 endPair) override;
 };
 
 } // namespace qel::internal

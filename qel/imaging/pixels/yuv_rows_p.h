@@ -17,11 +17,12 @@ void fullChromaOfColumn(uint8* u, uint8* v, const uint8* first, const uint8* sec
 /// Chroma of a last column without a partner: that of the mean of both rows.
 void videoChromaOfColumn(uint8* u, uint8* v, const uint8* first, const uint8* second);
 
-/// Converts @p n pixels; pixel x has the chroma sample x / 2.
-using YuvRowFunction = void(uint8* out, const uint8* y, const uint8* u, const uint8* v, size_t n);
+/// Converts two rows of @p n pixels; pixel x of both has the chroma sample x / 2.
+using YuvRowsFunction = void(uint8* const* out, const uint8* const* y, const uint8* u, const uint8* v,
+                             size_t n);
 
-YuvRowFunction rowYuvToRgb;  ///< full range, to RGB8
-YuvRowFunction rowYuvToRgba; ///< full range, to RGBA8 with alpha 255
-YuvRowFunction rowYuvToBgra; ///< video range, to BGRA8 with alpha 255
+YuvRowsFunction rowsYuvToRgb;  ///< full range, to RGB8
+YuvRowsFunction rowsYuvToRgba; ///< full range, to RGBA8 with alpha 255
+YuvRowsFunction rowsYuvToBgra; ///< video range, to BGRA8 with alpha 255
 
 } // namespace qel::internal

@@ -1,7 +1,7 @@
 #include <tests/imaging/pixels/sample_images.h>
 #include <tests/support/log_capture.h>
 
-#include <qel/testing/simd.h>
+#include <qel/imaging/pixels/image_conversion.h>
 
 #include <gtest/gtest.h>
 
@@ -11,14 +11,14 @@
 #include <limits>
 
 using namespace qel;
+using test::Bytes;
 using test::GuardedImage;
 using test::LogCapture;
 using test::packedBytes;
+using test::Size;
 
 namespace {
 
-using Size = IVec2<int>;
-using Bytes = std::vector<uint8>;
 /// Appends the target's bytes of the source pixel at x, y.
 using Oracle = std::function<void(Bytes& out, const uint8* p, int x, int y)>;
 
@@ -151,11 +151,7 @@ Bytes expectedOf(const FormatPair& pair, const Image& source, Size size, int lef
     return expected;
 }
 
-class Conversion : public testing::TestWithParam<std::string> {
-protected:
-    void SetUp() override { ASSERT_TRUE(seams::setSimdTarget(GetParam())); }
-    void TearDown() override { seams::setSimdTarget(""); }
-};
+class Conversion : public test::OnTarget {};
 
 /// The error lines of one conversion.
 std::string errorOf(Image& target, const Image& source) {
@@ -190,12 +186,11 @@ bool isSupported(FormatID from, FormatID to) {
 
 } // namespace
 
-INSTANTIATE_TEST_SUITE_P(Targets, Conversion, testing::ValuesIn(seams::simdTargets()),
-                         [](const auto& parameter) { return parameter.param; });
+QEL_ON_EVERY_TARGET(Conversion);
 
 TEST_P(Conversion, EveryPairFollowsItsFormulaAtAllWidths) {
     for (const FormatPair& pair : pairs()) {
-        for (int width = 0; width <= 67; ++width) {
+        for (const int width : test::rowWidths()) {
             const Size size(width, 3);
             GuardedImage source(pair.from, size), target(pair.to, size, 3, true);
             ASSERT_TRUE(target->convertFrom(*source)) << pair.from << " to " << pair.to;
@@ -204,6 +199,22 @@ TEST_P(Conversion, EveryPairFollowsItsFormulaAtAllWidths) {
             ASSERT_EQ(target.changedGuards(), 0) << pair.from << " to " << pair.to << " width " << width;
         }
     }
+}
+
+TEST_P(Conversion, RowsCanBeExchangedInTheirOwnMemory) {
+    const auto check = [](util::ConvertPlane* convert, FormatID format, const Oracle& oracle) {
+        for (const int width : test::rowWidths()) {
+            GuardedImage image(format, {width, 3});
+            const Bytes expected = expectedOf({format, format, oracle}, *image, {width, 3});
+            const auto columns = static_cast<uint32>(width);
+            convert(columns, 3, image->getBytePointer(), image->getPitch(), image->getBytePointer(),
+                    image->getPitch());
+            ASSERT_EQ(packedBytes(*image), expected) << format << " width " << width;
+            ASSERT_EQ(image.changedGuards(), 0) << format << " width " << width;
+        }
+    };
+    check(util::copyImage_AXB_BXA, RGB8, take({2, 1, 0}));
+    check(util::copyImage_AXBX_BXAX, RGBA8, take({2, 1, 0, 3}));
 }
 
 TEST_P(Conversion, AllValuesOfAChannelAreDithered) {
@@ -255,7 +266,7 @@ TEST_P(Conversion, PackedOverlaysAreSplitIntoPlanes) {
     };
     for (const Row& row :
          {Row{RGB8O16, MP_RGB8_O16, {0, 1, 2}, {3, 4}}, Row{UInt16O16, MP_UInt16_O16, {0, 1}, {2, 3}}}) {
-        for (int width = 0; width <= 67; ++width) {
+        for (const int width : test::rowWidths()) {
             const Size size(width, 3);
             GuardedImage source(row.from, size);
             Image target(row.to, size);

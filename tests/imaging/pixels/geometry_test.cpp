@@ -3,7 +3,6 @@
 #include <tests/support/system_fixture.h>
 
 #include <qel/system/tasks/task_queue.h>
-#include <qel/testing/simd.h>
 
 #include <gtest/gtest.h>
 
@@ -14,14 +13,13 @@
 #include <limits>
 
 using namespace qel;
+using test::Bytes;
 using test::GuardedImage;
 using test::LogCapture;
 using test::packedBytes;
+using test::Size;
 
 namespace {
-
-using Size = IVec2<int>;
-using Bytes = std::vector<uint8>;
 
 constexpr FormatID kNumeric[] = {Int8,     UInt8,   Int16,   UInt16,  Int32,   UInt32,
                                  Int64,    UInt64,  Flt32,   Flt64,   UInt8x2, Int16x3,
@@ -122,13 +120,9 @@ double rounded(FormatID format, double value) {
     return format == Flt32 ? static_cast<double>(static_cast<float>(value)) : std::round(value);
 }
 
-class Resize : public testing::TestWithParam<std::string> {
-protected:
-    void SetUp() override { ASSERT_TRUE(seams::setSimdTarget(GetParam())); }
-    void TearDown() override { seams::setSimdTarget(""); }
-};
+class Resize : public test::OnTarget {};
 
-class TurnTiles : public Resize {};
+class TurnTiles : public test::OnTarget {};
 
 class ImageTasks : public test::SystemFixture {};
 
@@ -147,11 +141,9 @@ Image numberedImage(FormatID format, Size size) {
 
 } // namespace
 
-INSTANTIATE_TEST_SUITE_P(Targets, Resize, testing::ValuesIn(seams::simdTargets()),
-                         [](const auto& parameter) { return parameter.param; });
+QEL_ON_EVERY_TARGET(Resize);
 
-INSTANTIATE_TEST_SUITE_P(Targets, TurnTiles, testing::ValuesIn(seams::simdTargets()),
-                         [](const auto& parameter) { return parameter.param; });
+QEL_ON_EVERY_TARGET(TurnTiles);
 
 TEST_P(Resize, GrowingInterpolatesBetweenNeighbours) {
     for (const FormatID format : {Int8, UInt8, Int16, UInt16}) {
@@ -186,7 +178,8 @@ TEST_P(Resize, HalfAndTwiceTheSizeFollowTheFormulas) {
     constexpr FormatID kChannels[] = {UInt8, UInt8x2, UInt8x3, UInt8x4};
     for (int channels = 1; channels <= 4; ++channels) {
         const FormatID format = kChannels[channels - 1];
-        for (int width = 1; width <= 67; ++width) {
+        for (const int width : test::rowWidths()) {
+            if (width == 0) continue;
             GuardedImage small(format, {width, 3}), large(format, {2 * width, 6});
             GuardedImage half(format, {width, 3}), twice(format, {2 * width, 6});
             ASSERT_TRUE(half->resizeFrom(*large));

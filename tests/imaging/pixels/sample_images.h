@@ -2,12 +2,38 @@
 #pragma once
 
 #include <qel/imaging/pixels/image.h>
+#include <qel/testing/simd.h>
+
+#include <gtest/gtest.h>
 
 #include <cstdint>
 #include <cstdlib>
+#include <string>
 #include <vector>
 
 namespace qel::test {
+
+using Size = IVec2<int>;
+using Bytes = std::vector<uint8>;
+
+/// Runs a test with the kernels of one instruction set; see QEL_ON_EVERY_TARGET.
+class OnTarget : public testing::TestWithParam<std::string> {
+protected:
+    void SetUp() override { ASSERT_TRUE(seams::setSimdTarget(GetParam())); }
+    void TearDown() override { seams::setSimdTarget(""); }
+};
+
+/// Runs the tests of SUITE, a class derived from OnTarget, on every instruction set of the machine.
+#define QEL_ON_EVERY_TARGET(SUITE)                                                                           \
+    INSTANTIATE_TEST_SUITE_P(Targets, SUITE, testing::ValuesIn(seams::simdTargets()),                        \
+                             [](const auto& parameter) { return parameter.param; })
+
+/// Returns widths of rows: all up to 67, and some at which the widest vectors work repeatedly and leave ends.
+inline std::vector<int> rowWidths() {
+    std::vector<int> widths{70, 71, 95, 128, 143, 150, 197};
+    for (int width = 0; width <= 67; ++width) widths.push_back(width);
+    return widths;
+}
 
 /// A byte without a pattern.
 inline uint8 noise(std::size_t i) {

@@ -3,20 +3,18 @@
 #include <tests/support/system_fixture.h>
 
 #include <qel/imaging/pixels/image_conversion.h>
-#include <qel/testing/simd.h>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 
 using namespace qel;
+using test::Bytes;
 using test::GuardedImage;
 using test::packedBytes;
+using test::Size;
 
 namespace {
-
-using Size = IVec2<int>;
-using Bytes = std::vector<uint8>;
 
 struct Rgb {
     int r, g, b;
@@ -96,22 +94,17 @@ void convertBackByHand(Image& target, const Image& source) {
     }
 }
 
-class Yuv : public testing::TestWithParam<std::string> {
-protected:
-    void SetUp() override { ASSERT_TRUE(seams::setSimdTarget(GetParam())); }
-    void TearDown() override { seams::setSimdTarget(""); }
-};
+class Yuv : public test::OnTarget {};
 
 class YuvSystem : public test::SystemFixture {};
 
 } // namespace
 
-INSTANTIATE_TEST_SUITE_P(Targets, Yuv, testing::ValuesIn(seams::simdTargets()),
-                         [](const auto& parameter) { return parameter.param; });
+QEL_ON_EVERY_TARGET(Yuv);
 
 TEST_P(Yuv, ColoursBecomePlanesByTheirMatrix) {
     for (const FormatID from : {RGBA8, BGRA8}) {
-        for (int width = 0; width <= 67; ++width) {
+        for (const int width : test::rowWidths()) {
             GuardedImage source(from, {width, 5}), target(Y1U2V2, {width, 5}), expected(Y1U2V2, {width, 5});
             ASSERT_TRUE(target->convertFrom(*source));
             convertByHand(*expected, *source);
@@ -123,7 +116,7 @@ TEST_P(Yuv, ColoursBecomePlanesByTheirMatrix) {
 
 TEST_P(Yuv, PlanesBecomeColoursByTheirMatrix) {
     for (const FormatID to : {RGB8, RGBA8, BGRA8}) {
-        for (int width = 0; width <= 67; ++width) {
+        for (const int width : test::rowWidths()) {
             GuardedImage source(Y1U2V2, {width, 5}), target(to, {width, 5}), expected(to, {width, 5});
             ASSERT_TRUE(target->convertFrom(*source));
             convertBackByHand(*expected, *source);
@@ -164,7 +157,7 @@ TEST_P(Yuv, ExtremeColoursAreExact) {
 
 TEST_P(Yuv, EveryOrderOfPlanesHoldsTheSamePicture) {
     const FormatID orders[] = {Y1U2V2, Y1V2U2, Y1UV2, Y1VU2};
-    for (int width = 0; width <= 67; ++width) {
+    for (const int width : test::rowWidths()) {
         GuardedImage source(Y1U2V2, {width, 4});
         for (const FormatID a : orders) {
             for (const FormatID b : orders) {
