@@ -7,6 +7,7 @@
 #include <qel/imaging/pixels/qr_code_generator.h>
 #include <qel/render/texture.h>
 
+#include <array>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -88,10 +89,10 @@ Image drawSunset() {
 Image drawStar() {
     return drawn({512, 512}, kClear, [](Painter& painter) {
         for (int size = 5; size > 0; --size) {
-            std::vector<Point> star;
+            std::array<Point, 14> star;
             const float radius = 50.0f * static_cast<float>(size);
             for (int i = 0; i < 14; ++i)
-                star.push_back(onCircle({256, 256}, i % 2 == 0 ? radius : radius * 0.5f, float(i) / 14));
+                star[size_t(i)] = onCircle({256, 256}, i % 2 == 0 ? radius : radius * 0.5f, float(i) / 14);
             painter.fill(star, rainbow(0.02f + 0.11f * static_cast<float>(size)));
         }
     });

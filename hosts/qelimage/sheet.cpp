@@ -46,7 +46,7 @@ private:
         const auto names = std::span(m_list.names).subspan(first, std::min(kTilesPerPage, total - first));
         const LibraryOutput quiet(LibraryOutput::To::Nowhere); // the sheet shows what could not be decoded
         std::vector<Tile> tiles = loadTiles(m_list.folder, names, [&](size_t done) {
-            m_bar.show("of " + std::to_string(total) + " files",
+            m_bar.show("reading " + std::to_string(total) + " files",
                        static_cast<double>(first + done) / static_cast<double>(total));
         });
         m_bar.clear();

@@ -14,7 +14,7 @@ class QelimageSheet : public QelimageFixture {
 protected:
     /// Draws the sheet of the folder "in". @return its picture.
     Image drawSheet() {
-        EXPECT_EQ(run({"sheet", "in", "sheet.png"}), (HostRun{0, "", "of 1 files\n"}));
+        EXPECT_EQ(run({"sheet", "in", "sheet.png"}), (HostRun{0, "", "reading 1 files\n"}));
         return load("sheet.png");
     }
     /// Returns the colour at a place of the only tile's stage, from its left top corner.
@@ -30,7 +30,7 @@ TEST_F(QelimageSheet, ShowsEveryFileOfAFolder) {
     folder.write("in/text", "hello");
     folder.write("in/.hidden", "hello");
     folder.makeFolder("in/folder");
-    EXPECT_EQ(run({"sheet", "in", "sheet.png"}), (HostRun{0, "", "of 3 files\n"}));
+    EXPECT_EQ(run({"sheet", "in", "sheet.png"}), (HostRun{0, "", "reading 3 files\n"}));
     const Image sheet = load("sheet.png");
     EXPECT_EQ(sheet.getWidth(), kMargin + 2 * (kTileWidth + kMargin));
     EXPECT_EQ(sheet.getHeight(), 50 + 2 * (222 + kMargin));
@@ -79,7 +79,7 @@ TEST_F(QelimageSheet, PipesAndDevicesAreLeftOut) {
     folder.write("in/text", "hello");
     std::filesystem::create_symlink("/dev/zero", folder.path("in/zero"));
     EXPECT_EQ(shell("mkfifo in/pipe && ln -s pipe in/link && qelimage sheet in sheet.png"),
-              (HostRun{0, "", "of 1 files\n"}));
+              (HostRun{0, "", "reading 1 files\n"}));
 }
 
 TEST_F(QelimageSheet, TheSheetsOwnPagesAreLeftOut) {
@@ -87,14 +87,14 @@ TEST_F(QelimageSheet, TheSheetsOwnPagesAreLeftOut) {
     folder.write("in/sheet-x.png", "hello");
     folder.write("in/sheet-2.png", "an earlier page");
     for (int repetition = 0; repetition < 2; ++repetition)
-        EXPECT_EQ(run({"sheet", "in", "in/sheet.png"}).error, "of 2 files\n");
-    EXPECT_EQ(run({"sheet", "in", "sheet.png"}).error, "of 4 files\n")
+        EXPECT_EQ(run({"sheet", "in", "in/sheet.png"}).error, "reading 2 files\n");
+    EXPECT_EQ(run({"sheet", "in", "sheet.png"}).error, "reading 4 files\n")
         << "they are not the pages of this one";
 }
 
 TEST_F(QelimageSheet, ManyFilesFillSeveralPages) {
     for (int i = 0; i < 97; ++i) folder.write("in/" + std::to_string(i), "hello");
-    EXPECT_EQ(run({"sheet", "in", "sheet.webp"}), (HostRun{0, "", "of 97 files\n"}));
+    EXPECT_EQ(run({"sheet", "in", "sheet.webp"}), (HostRun{0, "", "reading 97 files\n"}));
     EXPECT_EQ(load("sheet.webp").getWidth(), kMargin + 8 * (kTileWidth + kMargin));
     EXPECT_EQ(load("sheet-2.webp").getWidth(), kMargin + 2 * (kTileWidth + kMargin));
     for (const char* stream : {"-", "/dev/null"}) {
@@ -130,7 +130,7 @@ TEST_F(QelimageSheet, NamesOfAnyBytesCanBeDrawn) {
 
 TEST_F(QelimageSheet, SamplesAreWrittenAndShown) {
     EXPECT_EQ(run({"samples", "deep/in"}), (HostRun{0, "", ""}));
-    EXPECT_EQ(run({"sheet", "deep/in", "sheet.png"}), (HostRun{0, "", "of 12 files\n"}));
+    EXPECT_EQ(run({"sheet", "deep/in", "sheet.png"}), (HostRun{0, "", "reading 12 files\n"}));
     EXPECT_THAT(shell("qelimage info deep/in/*.png").error, "");
 }
 
