@@ -10,6 +10,7 @@
 #include <qel/imaging/pixels/simd_pixels.inc>
 
 #include <algorithm>
+#include <cstring>
 
 HWY_BEFORE_NAMESPACE();
 namespace qel::internal::HWY_NAMESPACE {
@@ -63,7 +64,7 @@ HWY_INLINE size_t DitherRow(uint8_t* out, const uint8_t* in, size_t n, const uin
     constexpr size_t kRoom =
         kPixels + (In == 4 ? 0 : kBytes / 12 + 1); // loads of three bytes a pixel read more
     HWY_ALIGN uint8_t pattern[2 * kBytes];
-    for (size_t i = 0; i < sizeof pattern; ++i) pattern[i] = lanes[i % 32];
+    for (size_t i = 0; i < sizeof pattern; i += 32) std::memcpy(pattern + i, lanes, 32);
     const auto first = hn::Load(d, pattern), second = hn::Load(d, pattern + kBytes);
     size_t i = 0;
     for (; n - i >= kRoom; i += kPixels) {

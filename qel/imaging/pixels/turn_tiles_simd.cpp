@@ -5,6 +5,7 @@
 #define HWY_TARGET_INCLUDE "qel/imaging/pixels/turn_tiles_simd.cpp"
 #include <hwy/foreach_target.h>
 
+#include <hwy/cache_control.h>
 #include <qel/imaging/pixels/simd_pixels.inc>
 
 HWY_BEFORE_NAMESPACE();
@@ -55,6 +56,10 @@ HWY_INLINE size_t TurnLanes(uint8_t* out, int64_t outPitch, const uint8_t* in, i
     constexpr int64_t kRows = 16 / sizeof(Lane);
     size_t x = 0;
     for (; width - x >= kTile; x += kTile) {
+        // No processor guesses the next lines of the source: each is in another row.
+        if (width - x >= 3 * kTile)
+            for (size_t i = x + 2 * kTile; i < x + 3 * kTile; ++i)
+                hwy::Prefetch(in + static_cast<int64_t>(i) * inStep);
         for (int64_t y = 0; y < int64_t{kTile}; y += kRows)
             for (size_t i = x; i < x + kTile; i += kStep)
                 TurnVectors<Lane>(

@@ -191,17 +191,14 @@ template <size_t PixelBytes, class D>
 HWY_INLINE void StoreColours(D d, uint8_t* out, hn::Vec<D> first, hn::Vec<D> second, hn::Vec<D> third,
                              hn::Vec<D> fourth) {
     const Words<D> words;
-    constexpr size_t kStep = hn::MaxLanes(d) / 4 * PixelBytes;
     const auto lowEnds = hn::BitCast(words, hn::InterleaveLower(d, first, second));
     const auto lowRest = hn::BitCast(words, hn::InterleaveLower(d, third, fourth));
     const auto highEnds = hn::BitCast(words, hn::InterleaveUpper(d, first, second));
     const auto highRest = hn::BitCast(words, hn::InterleaveUpper(d, third, fourth));
-    StoreFromFour<PixelBytes>(d, hn::BitCast(d, hn::InterleaveLower(words, lowEnds, lowRest)), out);
-    StoreFromFour<PixelBytes>(d, hn::BitCast(d, hn::InterleaveUpper(words, lowEnds, lowRest)), out + kStep);
-    StoreFromFour<PixelBytes>(d, hn::BitCast(d, hn::InterleaveLower(words, highEnds, highRest)),
-                              out + 2 * kStep);
-    StoreFromFour<PixelBytes>(d, hn::BitCast(d, hn::InterleaveUpper(words, highEnds, highRest)),
-                              out + 3 * kStep);
+    StoreFour<PixelBytes>(d, hn::BitCast(d, hn::InterleaveLower(words, lowEnds, lowRest)),
+                          hn::BitCast(d, hn::InterleaveUpper(words, lowEnds, lowRest)),
+                          hn::BitCast(d, hn::InterleaveLower(words, highEnds, highRest)),
+                          hn::BitCast(d, hn::InterleaveUpper(words, highEnds, highRest)), out);
 }
 
 template <typename Matrix, size_t PixelBytes, bool IsRedFirst, class D>
@@ -211,10 +208,8 @@ HWY_INLINE size_t YuvFrom(D d, uint8_t* const* out, const uint8_t* const* y, con
     const Words<D> words;
     const hn::Rebind<uint8_t, Words<D>> half;
     constexpr size_t kPixels = hn::MaxLanes(d);
-    constexpr size_t kRoom =
-        kPixels + (PixelBytes == 4 ? 0 : kPixels / 12 + 1); // stores of three bytes write more
     const auto zero = hn::Zero(d), alpha = hn::Set(d, 255);
-    for (; n - i >= kRoom; i += kPixels) {
+    for (; n - i >= kPixels; i += kPixels) {
         const auto us = hn::PromoteTo(words, hn::LoadU(half, u + i / 2));
         const auto vs = hn::PromoteTo(words, hn::LoadU(half, v + i / 2));
         const auto uv = QuartersToBlocks(d, hn::BitCast(d, hn::Or(us, hn::ShiftLeft<8>(vs))));
