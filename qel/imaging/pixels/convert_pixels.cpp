@@ -23,9 +23,19 @@ void convertRows(uint32 width, uint32 height, Source source, Target target, cons
     });
 }
 
-void convertBy(internal::RowFunction* row, uint32 width, uint32 height, Source source, Target target) {
-    convertRows(width, height, source, target,
-                [&](uint8* out, const uint8* in, uint64) { row(out, in, width); });
+/// A conversion of rows, and the bytes of its pixels.
+struct Row {
+    internal::RowFunction* convert;
+    int64 in, out;
+};
+
+/// Converts bands of rows; rows that follow one another without a gap are converted as one.
+void convertBy(const Row& row, uint32 width, uint32 height, Source source, Target target) {
+    const bool isPacked = source.pitch == row.in * width && target.pitch == row.out * width;
+    internal::forBandsOfRows(height, width, [&](uint64 begin, uint64 end) {
+        if (isPacked) return row.convert(target.row(begin), source.row(begin), width * (end - begin));
+        for (uint64 y = begin; y < end; ++y) row.convert(target.row(y), source.row(y), width);
+    });
 }
 
 void ditherBy(internal::DitherRowFunction* row, Dithered format, uint32 width, uint32 height, Source source,
@@ -41,6 +51,18 @@ void copyRows(size_t pixelBytes, uint32 width, uint32 height, Source source, Tar
                 [&](uint8* out, const uint8* in, uint64) { std::memmove(out, in, pixelBytes * width); });
 }
 
+constexpr Row kSwapEnds3{internal::rowSwapEnds3, 3, 3};
+constexpr Row kSwapEnds4To3{internal::rowSwapEnds4To3, 4, 3};
+constexpr Row kSwapEnds4{internal::rowSwapEnds4, 4, 4};
+constexpr Row kFirstThree{internal::rowFirstThree, 4, 3};
+constexpr Row kMeanOf3{internal::rowMeanOf3, 3, 1};
+constexpr Row kMeanOf4{internal::rowMeanOf4, 4, 1};
+constexpr Row kMean16Of4{internal::rowMean16Of4, 4, 2};
+constexpr Row kThreeTimes{internal::rowThreeTimes, 1, 3};
+constexpr Row kNineBitsToRgb{internal::rowNineBitsToRgb, 2, 3};
+constexpr Row kWordToFloat{internal::rowWordToFloat, 2, 4};
+constexpr Row kFloatToRgb{internal::rowFloatToRgb, 4, 3};
+
 } // namespace
 
 /// Defines a ConvertPlane by a call that ends with the parameters of all.
@@ -54,17 +76,17 @@ QEL_CONVERT_PLANE(copyImage_XX, copyRows, 2)
 QEL_CONVERT_PLANE(copyImage_XXX, copyRows, 3)
 QEL_CONVERT_PLANE(copyImage_XXXX, copyRows, 4)
 QEL_CONVERT_PLANE(copyImage_XXX8X16, copyRows, 5)
-QEL_CONVERT_PLANE(copyImage_AXB_BXA, convertBy, internal::rowSwapEnds3)
-QEL_CONVERT_PLANE(copyImage_AXBX_BXA, convertBy, internal::rowSwapEnds4To3)
-QEL_CONVERT_PLANE(copyImage_AXBX_BXAX, convertBy, internal::rowSwapEnds4)
-QEL_CONVERT_PLANE(convertImage_RGBA8_RGB8, convertBy, internal::rowFirstThree)
-QEL_CONVERT_PLANE(convertImage_XXX8_L8, convertBy, internal::rowMeanOf3)
-QEL_CONVERT_PLANE(convertImage_XXXA8_UInt8, convertBy, internal::rowMeanOf4)
-QEL_CONVERT_PLANE(convertImage_XXXA8_UInt16, convertBy, internal::rowMean16Of4)
-QEL_CONVERT_PLANE(convertImage_UInt8_RGB8, convertBy, internal::rowThreeTimes)
-QEL_CONVERT_PLANE(convertImage_UInt16_RGB8, convertBy, internal::rowNineBitsToRgb)
-QEL_CONVERT_PLANE(convertImage_UInt16_Flt32, convertBy, internal::rowWordToFloat)
-QEL_CONVERT_PLANE(convertImage_Flt32_RGB8, convertBy, internal::rowFloatToRgb)
+QEL_CONVERT_PLANE(copyImage_AXB_BXA, convertBy, kSwapEnds3)
+QEL_CONVERT_PLANE(copyImage_AXBX_BXA, convertBy, kSwapEnds4To3)
+QEL_CONVERT_PLANE(copyImage_AXBX_BXAX, convertBy, kSwapEnds4)
+QEL_CONVERT_PLANE(convertImage_RGBA8_RGB8, convertBy, kFirstThree)
+QEL_CONVERT_PLANE(convertImage_XXX8_L8, convertBy, kMeanOf3)
+QEL_CONVERT_PLANE(convertImage_XXXA8_UInt8, convertBy, kMeanOf4)
+QEL_CONVERT_PLANE(convertImage_XXXA8_UInt16, convertBy, kMean16Of4)
+QEL_CONVERT_PLANE(convertImage_UInt8_RGB8, convertBy, kThreeTimes)
+QEL_CONVERT_PLANE(convertImage_UInt16_RGB8, convertBy, kNineBitsToRgb)
+QEL_CONVERT_PLANE(convertImage_UInt16_Flt32, convertBy, kWordToFloat)
+QEL_CONVERT_PLANE(convertImage_Flt32_RGB8, convertBy, kFloatToRgb)
 QEL_CONVERT_PLANE(convertImage_RGB8_RGB565, ditherBy, internal::rowRgbTo565, Dithered::Rgb565)
 QEL_CONVERT_PLANE(convertImage_BGR8_RGB565, ditherBy, internal::rowBgrTo565, Dithered::Rgb565)
 QEL_CONVERT_PLANE(convertImage_RGBA8_RGB565, ditherBy, internal::rowRgbaTo565, Dithered::Rgb565)

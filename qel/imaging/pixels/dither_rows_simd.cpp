@@ -10,7 +10,6 @@
 #include <qel/imaging/pixels/simd_pixels.inc>
 
 #include <algorithm>
-#include <cstring>
 
 HWY_BEFORE_NAMESPACE();
 namespace qel::internal::HWY_NAMESPACE {
@@ -34,6 +33,7 @@ HWY_INLINE Pixels AddEnds(Pixels ends, int ofRed, int ofBlue) {
 
 template <int Red>
 struct To565 {
+    static constexpr int kRed = Red;
     HWY_INLINE static Pixels pack(Pixels p) {
         const auto eight =
             hn::Or(AddEnds<Red>(Keep(p, 0x00F800F8), 2048, 1), hn::ShiftRight<2>(Keep(p, 0xFC00)));
@@ -42,6 +42,7 @@ struct To565 {
 };
 template <int Red>
 struct To4 {
+    static constexpr int kRed = Red;
     HWY_INLINE static Pixels pack(Pixels p) {
         const auto greenAndAlpha = hn::BitCast(Shorts<Bytes>(), Keep(hn::ShiftRight<12>(p), 0x000F000F));
         const auto rest = SumPairs(Bytes(), greenAndAlpha, Factors(Bytes(), 256, 1));
@@ -50,11 +51,27 @@ struct To4 {
 };
 template <int Red>
 struct To5551 {
+    static constexpr int kRed = Red;
     HWY_INLINE static Pixels pack(Pixels p) {
         const auto rest = hn::Or(hn::ShiftRight<3>(Keep(p, 0xF800)), Keep(hn::ShiftRight<29>(p), 4));
         return hn::ShiftRight<2>(hn::Or(AddEnds<Red>(Keep(p, 0x00F800F8), 1024, 1), rest));
     }
 };
+
+/// Loads what is added to a vector of pixels: the lanes of eight pixels, which repeat, in the order of the
+/// source's bytes.
+template <int Red, class D>
+HWY_INLINE hn::Vec<D> LanesFor(D d, const uint8_t* lanes) {
+    static constexpr ByteOrder kExchanged = {2, 1, 0, 3, 6, 5, 4, 7, 10, 9, 8, 11, 14, 13, 12, 15};
+    if constexpr (hn::MaxLanes(D()) > 32) {
+        const auto half = LanesFor<Red>(hn::Half<D>(), lanes);
+        return hn::Combine(d, half, half);
+    } else if constexpr (Red == 0) {
+        return hn::LoadU(d, lanes);
+    } else {
+        return Shuffle(d, hn::LoadU(d, lanes), kExchanged);
+    }
+}
 
 /// Converts whole vectors. The addition saturates, which is the limit of each channel.
 template <typename Format, size_t In>
@@ -63,9 +80,8 @@ HWY_INLINE size_t DitherRow(uint8_t* out, const uint8_t* in, size_t n, const uin
     constexpr size_t kBytes = hn::MaxLanes(d), kStep = kBytes / 4 * In, kPixels = kBytes / 2;
     constexpr size_t kRoom =
         kPixels + (In == 4 ? 0 : kBytes / 12 + 1); // loads of three bytes a pixel read more
-    HWY_ALIGN uint8_t pattern[2 * kBytes];
-    for (size_t i = 0; i < sizeof pattern; i += 32) std::memcpy(pattern + i, lanes, 32);
-    const auto first = hn::Load(d, pattern), second = hn::Load(d, pattern + kBytes);
+    const auto first = LanesFor<Format::kRed>(d, lanes);
+    const auto second = LanesFor<Format::kRed>(d, lanes + kBytes % 32);
     size_t i = 0;
     for (; n - i >= kRoom; i += kPixels) {
         const auto low = hn::SaturatedAdd(LoadAsFour<In>(d, in + i * In), first);
@@ -133,23 +149,9 @@ void plainDither(uint8* out, const uint8* in, const std::array<uint8, 4>& lanes)
     storeValue(out, static_cast<uint16>(Format::pack(channels)));
 }
 
-/// The lanes in the order of the source's bytes.
-template <size_t Red>
-std::array<uint8, 32> lanesOfBytes(const DitherLanes& lanes) {
-    std::array<uint8, 32> bytes;
-    for (size_t x = 0; x < 8; ++x) {
-        bytes[4 * x + Red] = lanes[x][0];
-        bytes[4 * x + 1] = lanes[x][1];
-        bytes[4 * x + 2 - Red] = lanes[x][2];
-        bytes[4 * x + 3] = lanes[x][3];
-    }
-    return bytes;
-}
-
 template <typename Format, size_t In, size_t Red, typename Kernel>
 void ditherRow(const Kernel& kernel, uint8* out, const uint8* in, size_t n, const DitherLanes& lanes) {
-    const std::array<uint8, 32> bytes = lanesOfBytes<Red>(lanes);
-    for (size_t x = kernel(out, in, n, bytes.data()); x < n; ++x)
+    for (size_t x = kernel(out, in, n, reinterpret_cast<const uint8*>(lanes.data())); x < n; ++x)
         plainDither<Format, In, Red>(out + 2 * x, in + In * x, lanes[x & 7]);
 }
 

@@ -14,6 +14,9 @@ namespace qel::internal::HWY_NAMESPACE {
 
 // Each kernel converts whole vectors of pixels and returns the number of pixels that it converted.
 
+/// Vectors for kernels that only move bytes: wider ones cross more cache lines and gain nothing.
+using HalfLine = hn::CappedTag<uint8_t, 32>;
+
 size_t SwapPairs(uint8_t* out, const uint8_t* in, size_t n) {
     const Words<Bytes> words;
     const size_t step = hn::Lanes(words);
@@ -28,7 +31,7 @@ size_t SwapPairs(uint8_t* out, const uint8_t* in, size_t n) {
 
 size_t SwapEnds4(uint8_t* out, const uint8_t* in, size_t n) {
     alignas(16) static constexpr uint8_t kOrder[] = {2, 1, 0, 3, 6, 5, 4, 7, 10, 9, 8, 11, 14, 13, 12, 15};
-    const Bytes d;
+    const HalfLine d;
     const auto order = hn::LoadDup128(d, kOrder);
     const size_t step = hn::Lanes(d) / 4;
     size_t i = 0;
@@ -70,7 +73,7 @@ template <size_t... Chosen>
 HWY_INLINE size_t PickThree(uint8_t* out, const uint8_t* in, size_t n) {
     static constexpr ByteOrder kOrder = {Chosen...,       3,  (4 + Chosen)...,  7,
                                          (8 + Chosen)..., 11, (12 + Chosen)..., 15};
-    const Bytes d;
+    const HalfLine d;
     const size_t step = hn::Lanes(d);
     const auto pick = [&](size_t at) HWY_ATTR { return Shuffle(d, hn::LoadU(d, in + at), kOrder); };
     size_t i = 0;
@@ -274,7 +277,7 @@ size_t NineBits(uint8_t* out, const uint8_t* in, size_t n) {
 }
 
 size_t WordsToFloats(uint8_t* out, const uint8_t* in, size_t n) {
-    const hn::ScalableTag<float> floats;
+    const hn::Repartition<float, HalfLine> floats;
     const hn::Rebind<uint16_t, decltype(floats)> words;
     const hn::Repartition<uint8_t, decltype(words)> bytes;
     const hn::RebindToSigned<decltype(floats)> ints;
@@ -284,7 +287,7 @@ size_t WordsToFloats(uint8_t* out, const uint8_t* in, size_t n) {
     for (; n - i >= step; i += step) {
         const auto values = hn::PromoteTo(ints, hn::BitCast(words, hn::LoadU(bytes, in + 2 * i)));
         const auto scaled = hn::Mul(hn::ConvertTo(floats, values), factor);
-        hn::StoreU(hn::BitCast(Bytes(), scaled), Bytes(), out + 4 * i);
+        hn::StoreU(hn::BitCast(HalfLine(), scaled), HalfLine(), out + 4 * i);
     }
     return i;
 }
