@@ -241,6 +241,35 @@ HWY_INLINE WordVector addContinuation(WordVector codePoint, int32 keep, WordVect
     return hn::Or(kept, hn::And(continuation, hn::Set(d, 0x3F)));
 }
 
+#if HWY_TARGET == HWY_AVX2
+/// The lanes that each mask of eight lanes selects, in order, as four bits each.
+struct SelectedLanes {
+    uint32 ofMask[256] = {};
+
+    constexpr SelectedLanes() {
+        for (uint32 mask = 0; mask < 256; ++mask)
+            for (uint32 lane = 0, count = 0; lane < 8; ++lane)
+                if (mask >> lane & 1) ofMask[mask] |= lane << (4 * count++);
+    }
+};
+constexpr SelectedLanes kSelectedLanes;
+
+/// Moves the selected lanes to the front. Highway's function does the same, but g++ copies its table of a
+/// kilobyte to the stack for each call.
+HWY_INLINE WordVector compressWords(WordVector words, hn::Mask<Words> selected) {
+    const hn::RebindToUnsigned<Words> d32;
+    uint8 mask[8];
+    hn::StoreMaskBits(Words(), selected, mask);
+    const auto packed = hn::Set(d32, kSelectedLanes.ofMask[mask[0]]);
+    const auto lanes = hn::And(hn::Shr(packed, hn::ShiftLeft<2>(hn::Iota(d32, 0))), hn::Set(d32, 7));
+    return hn::TableLookupLanes(words, hn::IndicesFromVec(Words(), lanes));
+}
+#else
+HWY_INLINE WordVector compressWords(WordVector words, hn::Mask<Words> selected) {
+    return hn::Compress(words, selected);
+}
+#endif
+
 HWY_INLINE void storeWords(WordVector words, uint32* output) {
     const hn::RebindToUnsigned<Words> d32;
     hn::StoreU(hn::BitCast(d32, words), d32, output);
@@ -264,7 +293,7 @@ HWY_INLINE std::size_t decodeStep(const uint8* bytes, Unit* output) {
     codePoint = hn::IfThenElse(hn::Gt(lead, hn::Set(d, 0xDF)), three, codePoint);
     codePoint = hn::IfThenElse(hn::Gt(lead, hn::Set(d, 0xEF)), four, codePoint);
     const auto isLead = hn::Ne(hn::And(lead, hn::Set(d, 0xC0)), hn::Set(d, 0x80));
-    storeWords(hn::Compress(codePoint, isLead), output);
+    storeWords(compressWords(codePoint, isLead), output);
     return hn::CountTrue(d, isLead);
 }
 
