@@ -37,6 +37,7 @@ constexpr int kBlitHeight = 700;
 constexpr int kScaledWidth = 1370;
 constexpr int kScaledHeight = 959;
 constexpr int kGlyphSize = 10;
+constexpr int kGlyphs = 1000;
 
 // --- the same pictures and places for every contender
 // -----------------------------------------------------------------------------------------------
@@ -239,9 +240,9 @@ Draw prepareBlit(Frame& frame, Alpha alpha, int width, int height, qel::Filter f
 
 Draw prepareGlyphs(Frame& frame) {
     const auto texture = frame.texture(qel::A8, kGlyphSize, kGlyphSize, glyphBytes());
-    return [texture](Frame& f) {
+    return [texture, places = shapes(Shape::Blit, kGlyphs, kGlyphSize)](Frame& f) {
         f.renderer.pushColor({0, 0, 0, 1});
-        for (const Shape& shape : shapes(Shape::Blit, 1000, kGlyphSize)) draw(f, shape, texture.get());
+        for (const Shape& shape : places) draw(f, shape, texture.get());
         f.renderer.popColor();
     };
 }
@@ -439,6 +440,25 @@ void measureCairoRects(benchmark::State& state, const std::vector<Shape>& list) 
         }
     });
 }
+
+/// Draws letters of the default font, which are cached after the first frame.
+void measureCairoGlyphs(benchmark::State& state) {
+    std::vector<cairo_glyph_t> glyphs;
+    measureCairo(state, [&](cairo_t* context) {
+        if (glyphs.empty()) {
+            cairo_set_font_size(context, 14);
+            cairo_set_source_rgb(context, 0, 0, 0);
+            cairo_glyph_t* letter = nullptr;
+            int count = 0;
+            cairo_scaled_font_text_to_glyphs(cairo_get_scaled_font(context), 0, 0, "a", 1, &letter, &count,
+                                             nullptr, nullptr, nullptr);
+            for (const Shape& shape : shapes(Shape::Blit, count > 0 ? kGlyphs : 0, kGlyphSize))
+                glyphs.push_back({letter->index, double{shape.points[0].x}, double{shape.points[0].y}});
+            cairo_glyph_free(letter);
+        }
+        cairo_show_glyphs(context, glyphs.data(), static_cast<int>(glyphs.size()));
+    });
+}
 #endif
 
 // --- pixman
@@ -514,7 +534,7 @@ void measurePixmanGlyphs(benchmark::State& state) {
     int key = 0;
     const void* const cached = pixman_glyph_cache_insert(cache, &key, &key, 0, 0, mask.get());
     std::vector<pixman_glyph_t> glyphs;
-    for (const Shape& shape : shapes(Shape::Blit, 1000, kGlyphSize))
+    for (const Shape& shape : shapes(Shape::Blit, kGlyphs, kGlyphSize))
         glyphs.push_back({static_cast<int>(shape.points[0].x), static_cast<int>(shape.points[0].y), cached});
     for (auto _ : state)
         pixman_composite_glyphs_no_mask(PIXMAN_OP_OVER, color, target.get(), 0, 0, 0, 0, cache,
@@ -617,6 +637,9 @@ void addBlits() {
     }
     add("BlitOpaque/memcpy", measureMemcpyRows);
     add("Glyphs/qel", measure, prepareGlyphs);
+#if QEL_PEER_CAIRO
+    add("Glyphs/cairo", measureCairoGlyphs);
+#endif
 #if QEL_PEER_PIXMAN
     add("Glyphs/pixman", measurePixmanGlyphs);
 #endif

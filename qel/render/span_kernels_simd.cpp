@@ -21,11 +21,10 @@ namespace {
 
 HWY_INLINE void FillSpan(uint8* p, size_t count, hn::Vec<Pixels> pixel) {
     const size_t step = hn::Lanes(Pixels());
-    const size_t misaligned = reinterpret_cast<uintptr_t>(p) / 4 % step;
-    if (count >= 8 * step && misaligned > 0) { // long spans are stored in whole cache lines
+    if (const size_t head = PixelsToAlignment(p); count >= 4 * step && head > 0) {
         StorePixels(pixel, p);
-        p += 4 * (step - misaligned);
-        count -= step - misaligned;
+        p += 4 * head;
+        count -= head;
     }
     size_t i = 0;
     for (; i + step <= count; i += step) StorePixels(pixel, p + 4 * i);
@@ -123,6 +122,10 @@ HWY_INLINE void MixRow(uint8* p, size_t count, const Mix& mix) {
     const Pixels d;
     const size_t step = hn::Lanes(d);
     size_t i = 0;
+    if (const size_t head = PixelsToAlignment(p); count >= 4 * step && head > 0) {
+        StoreFirstPixels(mix(LoadFirstPixels(p, head)), p, head);
+        i = head;
+    }
     for (; i + step <= count; i += step) StorePixels(mix(LoadPixels(p + 4 * i)), p + 4 * i);
     if (i == count) return;
     const auto rest = mix(LoadFirstPixels(p + 4 * i, count - i));
@@ -130,16 +133,17 @@ HWY_INLINE void MixRow(uint8* p, size_t count, const Mix& mix) {
 }
 
 /// Mixes the channel at a bit of the pixels: `added + keep * old`.
-template <int kShift>
+template <int kShift, bool isUnit = false>
 HWY_INLINE hn::Vec<Pixels> MixChannel(hn::Vec<Pixels> old, hn::Vec<Floats> added, hn::Vec<Floats> keep) {
     const auto byte = hn::And(hn::ShiftRight<kShift>(old), hn::Set(Pixels(), 0xFF));
     const auto value =
         hn::Mul(hn::ConvertTo(Floats(), hn::BitCast(Integers(), byte)), hn::Set(Floats(), 0.003921569f));
-    const auto mixed = ToByteNumbers(hn::Add(added, hn::Mul(keep, value)));
+    const auto mixed = ToByteNumbers<isUnit>(hn::Add(added, hn::Mul(keep, value)));
     return hn::ShiftLeft<kShift>(hn::BitCast(Pixels(), mixed));
 }
 
-void MixRowsBgra8(const SpanRows& rows, const SpanMix& mix) {
+template <bool isUnit>
+HWY_INLINE void MixRows(const SpanRows& rows, const SpanMix& mix) {
     const auto blue = hn::Set(Floats(), mix.source[0]);
     const auto green = hn::Set(Floats(), mix.source[1]);
     const auto red = hn::Set(Floats(), mix.source[2]);
@@ -147,11 +151,18 @@ void MixRowsBgra8(const SpanRows& rows, const SpanMix& mix) {
         hn::ShiftLeft<24>(hn::BitCast(Pixels(), ToByteNumbers(hn::Set(Floats(), mix.source[3]))));
     const auto keep = hn::Set(Floats(), mix.keep[0]);
     const auto mixVector = [&](hn::Vec<Pixels> old) HWY_ATTR {
-        const auto blueGreen = hn::Or(MixChannel<0>(old, blue, keep), MixChannel<8>(old, green, keep));
-        return hn::Or(blueGreen, hn::Or(MixChannel<16>(old, red, keep), alpha));
+        const auto blueGreen =
+            hn::Or(MixChannel<0, isUnit>(old, blue, keep), MixChannel<8, isUnit>(old, green, keep));
+        return hn::Or(blueGreen, hn::Or(MixChannel<16, isUnit>(old, red, keep), alpha));
     };
     for (int y = 0; y < rows.height; ++y)
         MixRow(rows.pixels + y * rows.pitch, static_cast<size_t>(rows.width), mixVector);
+}
+
+void MixRowsBgra8(const SpanRows& rows, const SpanMix& mix) {
+    bool isUnit = true;
+    for (size_t i = 0; i < 3; ++i) isUnit &= mix.source[i] >= 0 && mix.source[i] + mix.keep[i] <= 1.0005f;
+    isUnit ? MixRows<true>(rows, mix) : MixRows<false>(rows, mix);
 }
 
 /// Mixes bytes, one in each word. @return the results in the high bytes.

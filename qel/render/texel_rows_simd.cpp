@@ -243,10 +243,10 @@ HWY_INLINE hn::Vec<Pixels> MixByAlpha(hn::Vec<Pixels> source, hn::Vec<Pixels> ol
     const auto half = hn::Set(Words(), 128);
     const auto mix = [&](hn::Vec<Words> a, hn::Vec<Words> b) HWY_ATTR {
         const auto v = hn::Add(hn::Add(hn::Mul(alpha, a), hn::Mul(rest, b)), half);
-        return hn::Add(v, hn::ShiftRight<8>(v));
+        return hn::MulHigh(v, hn::Set(Words(), 257)); // (v + v / 256) / 256
     };
-    const auto even = hn::ShiftRight<8>(mix(hn::And(s, low), hn::And(d, low)));
-    const auto odd = hn::AndNot(low, mix(hn::ShiftRight<8>(s), hn::ShiftRight<8>(d)));
+    const auto even = mix(hn::And(s, low), hn::And(d, low));
+    const auto odd = hn::ShiftLeft<8>(mix(hn::ShiftRight<8>(s), hn::ShiftRight<8>(d)));
     const auto mixed = hn::Or(even, odd);
     return hn::BitCast(Pixels(),
                        hn::IfThenElse(hn::Eq(alpha, hn::Zero(Words())), hn::BitCast(Words(), old), mixed));
@@ -281,6 +281,11 @@ void DrawPixelRows(uint8* target, std::ptrdiff_t pitch, const uint8* pixels, std
     const auto count = static_cast<size_t>(width);
     for (; height > 0; --height, target += pitch, pixels += pixelPitch) {
         size_t i = 0;
+        if (const size_t head = PixelsToAlignment(target); count >= 4 * step && head > 0) {
+            const auto source = LoadPixels(pixels);
+            DrawFirst(target, head, source, hn::ShiftRight<24>(source));
+            i = head;
+        }
         for (; i + step <= count; i += step) {
             const auto source = LoadPixels(pixels + 4 * i);
             DrawWhole(target + 4 * i, source, hn::ShiftRight<24>(source));
@@ -343,7 +348,7 @@ HWY_INLINE auto AlphaLanes() {
 }
 
 /// @param load  returns the colours of a vector, which begins at a float's number.
-template <typename Load>
+template <bool isUnit, typename Load>
 HWY_INLINE void BlendLoaded(uint8* target, int count, const Color& tint, const Load& load) {
     const auto tints = LoadTint(tint);
     const auto isAlpha = AlphaLanes();
@@ -356,27 +361,36 @@ HWY_INLINE void BlendLoaded(uint8* target, int count, const Color& tint, const L
         const auto a = hn::Broadcast<3>(source);
         const auto isVisible = hn::Gt(a, invisible);
         const auto isSolid = hn::Gt(a, solid);
-        if (hn::AllTrue(Floats(), isSolid)) return StoreByteNumbers(ToByteNumbers(source), p);
+        if (hn::AllTrue(Floats(), isSolid)) return StoreByteNumbers(ToByteNumbers<isUnit>(source), p);
         if (hn::AllFalse(Floats(), isVisible)) return;
         const auto bytes = hn::PromoteTo(Integers(), hn::LoadU(FewBytes(), p));
         const auto old = hn::Mul(hn::ConvertTo(Floats(), bytes), scale);
         const auto blend = hn::Add(hn::Mul(a, source), hn::Mul(hn::Sub(one, a), old));
-        const auto mixed = ToByteNumbers(hn::IfThenElse(isSolid, source, hn::IfThenElse(isAlpha, a, blend)));
+        const auto mixed =
+            ToByteNumbers<isUnit>(hn::IfThenElse(isSolid, source, hn::IfThenElse(isAlpha, a, blend)));
         StoreByteNumbers(hn::IfThenElse(hn::RebindMask(Integers(), isVisible), mixed, bytes), p);
     });
 }
 
-void BlendColors(uint8* target, const ColorRow& colors, int count, const Color& tint) {
+template <bool isUnit>
+HWY_INLINE void BlendRow(uint8* target, const ColorRow& colors, int count, const Color& tint) {
     const float* const a = colors.a;
     const float* const b = colors.b;
-    if (b == nullptr)
-        return BlendLoaded(target, count, tint, [a](int i) HWY_ATTR { return hn::LoadU(Floats(), a + i); });
+    const auto load = [a](int i) HWY_ATTR { return hn::LoadU(Floats(), a + i); };
+    if (b == nullptr) return BlendLoaded<isUnit>(target, count, tint, load);
     const auto fraction = hn::Set(Floats(), colors.fraction);
     const auto rest = hn::Set(Floats(), 1 - colors.fraction);
-    BlendLoaded(target, count, tint, [=](int i) HWY_ATTR {
+    BlendLoaded<isUnit>(target, count, tint, [=](int i) HWY_ATTR {
         return hn::Add(hn::Mul(rest, hn::LoadU(Floats(), a + i)),
                        hn::Mul(fraction, hn::LoadU(Floats(), b + i)));
     });
+}
+
+// The colours of textures are in 0 to 1, but for the rounding of their mixtures.
+void BlendColors(uint8* target, const ColorRow& colors, int count, const Color& tint) {
+    bool isUnit = true;
+    for (const float channel : {tint.x, tint.y, tint.z, tint.w}) isUnit &= channel >= 0 && channel <= 1;
+    isUnit ? BlendRow<true>(target, colors, count, tint) : BlendRow<false>(target, colors, count, tint);
 }
 
 void BlendPremultiplied(uint8* target, const float* colors, int count, const Color& tint) {
@@ -394,26 +408,34 @@ void BlendPremultiplied(uint8* target, const float* colors, int count, const Col
     });
 }
 
+/// Stores numbers from 0 to 255 as opaque pixels, at most @p count.
+HWY_INLINE void StoreGreyPixels(hn::Vec<Pixels> grey, uint8* target, int count) {
+    const auto two = hn::Or(grey, hn::ShiftLeft<8>(grey));
+    const auto pixels = hn::Or(hn::Or(two, hn::ShiftLeft<16>(grey)), hn::Set(Pixels(), 0xFF000000));
+    if (count >= static_cast<int>(hn::Lanes(Pixels())))
+        StorePixels(pixels, target);
+    else
+        StoreFirstPixels(pixels, target, static_cast<size_t>(count));
+}
+
 void StoreGreys(uint8* target, const float* values, int count) {
     const int step = static_cast<int>(hn::Lanes(Floats()));
-    const auto opaque = hn::Set(Pixels(), 0xFF000000);
     for (int i = 0; i < count; i += step) { // the row of values ends at a whole vector
         const auto grey = hn::BitCast(Pixels(), ToByteNumbers(hn::LoadU(Floats(), values + i)));
-        const auto two = hn::Or(grey, hn::ShiftLeft<8>(grey));
-        const auto pixels = hn::Or(hn::Or(two, hn::ShiftLeft<16>(grey)), opaque);
-        if (i + step <= count)
-            StorePixels(pixels, target + std::ptrdiff_t{i} * 4);
-        else
-            StoreFirstPixels(pixels, target + std::ptrdiff_t{i} * 4, static_cast<size_t>(count - i));
+        StoreGreyPixels(grey, target + std::ptrdiff_t{i} * 4, count - i);
     }
 }
 
 void StoreLookups(uint8* target, const float* places, int count, const uint8* const (&tableRows)[2],
                   float top) {
-    for (int i = 0; i < count; ++i) {
-        const float limited = places[i] > 0 ? (places[i] < top ? places[i] : top) : 0;
-        const uint32 pixel = uint32{tableRows[i % 2][static_cast<int32_t>(limited)]} * 0x10101 | 0xFF000000;
-        std::memcpy(target + std::ptrdiff_t{i} * 4, &pixel, 4);
+    const int step = static_cast<int>(hn::Lanes(Floats()));
+    HWY_ALIGN int32_t indices[hn::MaxLanes(Integers())];
+    HWY_ALIGN uint32_t greys[hn::MaxLanes(Pixels())];
+    for (int i = 0; i < count; i += step) { // the row of places ends at a whole vector
+        const auto place = hn::Max(hn::LoadU(Floats(), places + i), hn::Zero(Floats()));
+        hn::Store(Truncated(hn::Min(place, hn::Set(Floats(), top))), Integers(), indices);
+        for (int k = 0; k < step; ++k) greys[k] = tableRows[k % 2][indices[k]];
+        StoreGreyPixels(hn::Load(Pixels(), greys), target + std::ptrdiff_t{i} * 4, count - i);
     }
 }
 
