@@ -131,7 +131,7 @@ qelhosts::Program describe(Options& options) {
              "a dot, devices and pipes are left out. A page holds 96 files; further pages are "
              "written to OUT with \"-2\", \"-3\" and so on before its extension"},
             {"qr TEXT OUT", "write the QR code of a text; \"-\" reads the text from standard input"},
-            {"raytrace OUT", "write a picture that the library's ray tracer draws"},
+            {"raytrace OUT", "write the picture that the library's ray tracer draws, the same each time"},
             {"samples FOLDER",
              "write pictures that the program draws itself to a folder, which is created"}}};
     addCommonOptions(program, options);

@@ -1,5 +1,6 @@
 #include "commands.h"
 #include "output.h"
+#include "traced_picture.h"
 
 namespace qelimage {
 
@@ -7,9 +8,7 @@ int traceRays(const Options& options) {
     const std::string& out = options.arguments[1];
     const auto encoding = findEncoding(out);
     if (!encoding) return kTrouble;
-    qel::Image image;
-    image.synthesize(!options.large);
-    return savePicture(image, out, *encoding);
+    return savePicture(tracePicture(!options.large), out, *encoding);
 }
 
 } // namespace qelimage

@@ -3,6 +3,7 @@
 #include "painter.h"
 #include "pixel_font.h"
 #include "pixels.h"
+#include "traced_picture.h"
 
 #include <qel/imaging/pixels/qr_code_generator.h>
 #include <qel/render/texture.h>
@@ -249,9 +250,7 @@ Image drawCode() {
 }
 
 Image drawRays() {
-    Image image;
-    image.synthesize(true);
-    return image;
+    return tracePicture(true);
 }
 
 constexpr SamplePicture kPictures[] = {
