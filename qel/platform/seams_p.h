@@ -24,11 +24,6 @@ FileError forcedFault(Operation operation, std::size_t& size);
 /// Like the function above, for an operation without a size.
 FileError forcedFault(Operation operation);
 
-/// A replacement for sleepMilliseconds().
-using SleepFunction = void (*)(std::uint32_t milliseconds);
-/// Replaces the system's wait with @p function; null restores it.
-void setSleepFunction(SleepFunction function);
-
 /// A replacement for fillRandom().
 using RandomFunction = bool (*)(std::span<std::byte> bytes);
 /// Replaces the system's random source with @p function; null restores it.

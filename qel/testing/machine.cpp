@@ -4,10 +4,6 @@
 
 namespace qel::seams {
 
-void replaceSleep(SleepFunction function) {
-    platform::setSleepFunction(function);
-}
-
 void replaceRandom(RandomFunction function) {
     platform::setRandomFunction(function);
 }

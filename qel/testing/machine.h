@@ -5,19 +5,12 @@
 #include <qel/platform/process_run.h>
 
 #include <cstddef>
-#include <cstdint>
 #include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace qel::seams {
-
-/// A replacement for platform::sleepMilliseconds().
-using SleepFunction = void (*)(std::uint32_t milliseconds);
-/// Replaces the machine's wait with @p function, so that a test does not wait; null restores it.
-/// @threads any thread; sleeps in progress are not shortened.
-QEL_API void replaceSleep(SleepFunction function);
 
 /// A replacement for platform::fillRandom().
 using RandomFunction = bool (*)(std::span<std::byte> bytes);

@@ -1,9 +1,6 @@
 #include <qel/platform/clock.h>
 
-#include <qel/platform/seams_p.h>
-
 #include <array>
-#include <atomic>
 #include <cerrno>
 #include <ctime>
 #include <limits>
@@ -14,15 +11,6 @@ namespace {
 
 constexpr std::int64_t kTicksPerSecond = 10'000'000;
 constexpr std::int64_t kSecondsFrom1601To1970 = 11'644'473'600;
-
-void waitOnSteadyClock(std::uint32_t milliseconds) {
-    timespec rest{static_cast<time_t>(milliseconds / 1000),
-                  static_cast<long>(milliseconds % 1000) * 1'000'000};
-    while (clock_nanosleep(CLOCK_MONOTONIC, 0, &rest, &rest) == EINTR) {
-    }
-}
-
-std::atomic<SleepFunction> g_sleep{&waitOnSteadyClock};
 
 using BreakDown = tm* (*)(const time_t*, tm*);
 
@@ -50,11 +38,10 @@ std::int64_t utcTicks() {
 }
 
 void sleepMilliseconds(std::uint32_t milliseconds) {
-    g_sleep.load()(milliseconds);
-}
-
-void setSleepFunction(SleepFunction function) {
-    g_sleep.store(function ? function : &waitOnSteadyClock);
+    timespec rest{static_cast<time_t>(milliseconds / 1000),
+                  static_cast<long>(milliseconds % 1000) * 1'000'000};
+    while (clock_nanosleep(CLOCK_MONOTONIC, 0, &rest, &rest) == EINTR) {
+    }
 }
 
 bool localCalendarTime(std::int64_t unixSeconds, CalendarTime& result) {
