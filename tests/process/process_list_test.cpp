@@ -1,0 +1,57 @@
+// Processes that are found by the name of their program: a copy of `cat` under a name that is used only here.
+#include <tests/process/process_fixture.h>
+#include <tests/support/failing_files.h>
+
+#include <csignal>
+
+#include <unistd.h>
+
+namespace qel::test {
+namespace {
+
+class ProcessesByName : public ProcessFixture {
+protected:
+    Pointer start() const {
+        Pointer process(new Process());
+        EXPECT_TRUE(process->spawn(program, {program}, nullptr, true));
+        return process;
+    }
+
+    const ScratchFolder folder;
+    const std::string name = "qel-" + std::to_string(getpid());
+    const std::string program = folder.path(name);
+    LogCapture capture;
+
+private:
+    void SetUp() override {
+        ProcessFixture::SetUp();
+        std::filesystem::copy_file("/bin/cat", program);
+    }
+};
+
+TEST_F(ProcessesByName, AllAreKilledExceptThoseExcluded) {
+    const Pointer killed = start();
+    const Pointer kept = start();
+    const Set<int64> keptIds{kept->getProcessId()};
+    EXPECT_EQ(Process::getAllProcessId(name), (Set<int64>{killed->getProcessId(), kept->getProcessId()}));
+    EXPECT_EQ(Process::terminateProcessesByName(("Q" + name.substr(1)).c_str(), keptIds, 60'000), 1);
+    capture.expect(1, "terminating process '" + name + "', cmdline=" + program);
+    EXPECT_EQ(finish(*killed), 128 + SIGKILL);
+    EXPECT_TRUE(kept->tick());
+    EXPECT_FALSE(Process::waitForProcessesToTerminate({name}, 0));
+    kept->terminate(true);
+    EXPECT_TRUE(Process::waitForProcessesToTerminate({name}, 0));
+}
+
+TEST_F(ProcessesByName, AFailedWaitIsLogged) {
+    const Pointer process = start();
+    const FailingFiles failing(platform::Operation::Wait, std::errc::not_enough_memory);
+    EXPECT_FALSE(Process::waitForProcessesToTerminate({name}, 0));
+    capture.expect(3, "wait for process failed, Cannot allocate memory");
+    EXPECT_EQ(Process::terminateProcessesByName(name.c_str(), {}, 60'000), 1);
+    capture.expect(3, "wait for process '" + name + "' failed, err=Cannot allocate memory");
+    capture.expect(3, "[SUPPORT] terminate processes '" + name + "' failed");
+}
+
+} // namespace
+} // namespace qel::test
