@@ -14,6 +14,7 @@ WORDING = [
     (r"\bstands? (?:in|for|between|beside|behind|still|there|at|on|under|before|as)\b|\bstood\b", "is, means, contains"),
     (r"\bwere (?:it|they|he|there)\b", "if it is, even if"),
     (r"(?<!there\s)(?<!/\x20)\bis none\b|\bthat (?:is|are) no\b|\bwhat is (?:no|none)\b", "is not a, does not exist"),
+    (r"\bthere (?:is|are|was|were) none\b|\b(?:has|have|had) none\b", "what is missing: if no folder matches, without a child"),
     (r"//+<? *(?:Whether|How many|How often) [^\n]*", "Returns true if; The number of"),
     (r'"{3}(?:Whether|What|How many|How long|Where)\b', "Returns, Yields"),
     (r"@return (?:whether|how many|how often)\b", "@return true if, @return the number of"),

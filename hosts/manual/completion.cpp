@@ -44,7 +44,7 @@ std::string completePaths(std::string_view kind, const std::string& indent) {
            std::string(kind) + " -- \"$word\")\n";
 }
 
-/// Returns a case for the options with values that match. @return empty if there are none.
+/// Returns a case for the options with values that match. @return empty if no option matches.
 template <class Matches>
 std::string caseOf(const Program& program, std::string_view commands, Matches matches) {
     std::string names;

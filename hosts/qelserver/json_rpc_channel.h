@@ -20,7 +20,7 @@ public:
     virtual qel::platform::FileError receive(char* data, std::size_t size, std::size_t& done) = 0;
     /// Sends up to @p size bytes. @param done  receives how many were sent.
     virtual qel::platform::FileError send(const char* data, std::size_t size, std::size_t& done) = 0;
-    /// Returns the socket to wait for; null if the channel has none and must be polled in every pass.
+    /// Returns the socket to wait for; null if the channel must be polled in every pass.
     virtual const qel::platform::FileHandle* socket() const { return nullptr; }
 };
 

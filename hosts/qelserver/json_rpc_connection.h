@@ -102,7 +102,7 @@ private:
     std::size_t m_sent = 0; // of m_output
     std::size_t m_openCalls = 0;
     qel::int64 m_lastActiveMs;
-    qel::int64 m_lastProgressMs; // when the peer last read a reply, or had none to read
+    qel::int64 m_lastProgressMs; // when the peer last read a reply, or no reply waited
 };
 
 } // namespace qelserver

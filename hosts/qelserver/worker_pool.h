@@ -18,7 +18,7 @@ public:
         qel::SmartPointer<Worker> worker;
         qel::int64 pid = 0;   ///< id of the process; 0 while no process runs
         int restarts = 0;     ///< how often the process was lost
-        qel::GUID job;        ///< the job that it does; zero if it has none
+        qel::GUID job;        ///< the job that it does; zero while it is idle
         int attempt = 0;      ///< number of the attempt at that job
         SilenceWatch silence; ///< how long the process has been silent
     };
@@ -40,7 +40,7 @@ public:
     /// Handles the events of the workers, and restarts workers that hang.
     /// @param mostAttempts  after how many lost workers a job fails. @return true if there were events.
     bool poll(int mostAttempts);
-    /// Assigns waiting jobs to the workers that have none. @return true if a job was assigned.
+    /// Assigns waiting jobs to idle workers. @return true if a job was assigned.
     bool assignJobs();
     /// Returns the workers.
     const qel::Vector<Seat>& seats() const { return m_seats; }

@@ -38,7 +38,7 @@ bool isBelow(std::string_view path, std::string_view folder) {
     return path.size() > folder.size() && path.starts_with(folder) && path[folder.size()] == '/';
 }
 
-/// Returns the longest granted folder that contains @p path; empty if there is none.
+/// Returns the longest granted folder that contains @p path; empty if no folder does.
 std::string grantedFolderOf(const std::string& path, const qeljobs::FileAccess& access) {
     std::string longest;
     for (const qel::String& folder : access.folders) {

@@ -40,7 +40,7 @@ void addOption(CLI::App& parser, const Option& option, const CommandLine& line) 
 }
 
 /// Returns the name of an option that is followed by "=" without a value. The parser would take the next
-/// argument as its value instead. @return empty if there is none.
+/// argument as its value instead. @return empty if every option has its value.
 std::string optionWithoutValue(const Program& program, int count, const char* const* argv) {
     for (int i = 1; i < count; ++i) {
         std::string name = argv[i];

@@ -99,7 +99,7 @@ protected:
     String m_displayName;            ///< the name that is shown to users
     String m_processFilePath;        ///< the program that the child runs
     Vector<String> m_arguments;      ///< the child's arguments, without the program
-    SmartPointer<Process> m_process; ///< the child; null if there is none
+    SmartPointer<Process> m_process; ///< the child; null while none runs
     uint32 m_lastSpawnTime = 0;      ///< a value of System::getTime(); 0 before the first start
     bool m_shouldRun = false;        ///< true if the child should be kept running
 

@@ -45,7 +45,7 @@ public:
     /// Returns true if the folder could not be opened, or if an error, which is logged as a warning, ended
     /// the entries early.
     bool hasFailed() const { return static_cast<bool>(m_error); }
-    /// Returns the system's code of that failure; zero if there was none.
+    /// Returns the system's code of that failure; zero if nothing has failed.
     const std::error_code& getError() const { return m_error; }
     /// Returns the name of the next entry that is not a folder; empty at the end.
     String readNextFile();

@@ -9,7 +9,7 @@ namespace {
 
 constexpr char kSeparator = '/';
 
-// Applies one part to `parts`: ".." removes the last one. Returns false if there is none to remove.
+// Applies one part to `parts`: ".." removes the last one. Returns false if no part was left to remove.
 bool resolvePart(std::string_view part, Vector<std::string_view>& parts) {
     if (part.empty() || part == ".") return true;
     if (part != "..") {
@@ -30,7 +30,7 @@ bool splitAndResolve(std::string_view path, Vector<std::string_view>& parts) {
     }
 }
 
-// Returns the position of the dot of the extension; npos if there is none.
+// Returns the position of the dot of the extension; npos without an extension.
 size_t extensionDot(std::string_view path) {
     const size_t nameBegin = path.rfind(kSeparator) + 1;
     const size_t dot = path.rfind('.');

@@ -48,7 +48,7 @@ void fillFileInfo(const FileStatus& status, bool isSymLink, File::FileInfo& info
 
 namespace {
 
-// Returns the folder that contains `path`; empty if there is none above it.
+// Returns the folder that contains `path`; empty for "/", "." and an empty path.
 String parentOf(SmartCStr path) {
     String own = path;
     File::pathStripEndingSeparator(own);

@@ -16,7 +16,7 @@ public:
     void write(Packet* packet) override { m_packets.emplace_back(packet); }
     /// Prepends a packet. @owner takes a reference.
     void push_front(Packet* packet) { m_packets.emplace_front(packet); }
-    /// Removes and returns the first packet; null if there is none.
+    /// Removes and returns the first packet; null if the writer is empty.
     SmartPointer<Packet> fetch();
     /// Moves all packets of @p other, in their order, to the end.
     void takeAll(DequePacketWriter& other);

@@ -44,7 +44,7 @@ public:
     /// Starts the helper thread, which cannot be stopped. A second call has no effect.
     /// @errors throws std::system_error if the thread can't be started.
     void startThread();
-    /// Removes a line that the helper thread has read. @return false if there is none at the moment.
+    /// Removes a line that the helper thread has read. @return false if no line has arrived.
     bool tryLine(String& line);
 
 private:

@@ -88,7 +88,7 @@ public:
     /// Returns a copy of a field as an Item.
     Item getItemCopy(const PacketField& field) const;
 
-    /// Returns the cargo: the raw bytes after the fields of an unversioned packet. Null if there is none.
+    /// Returns the cargo: the raw bytes after the fields of an unversioned packet. Null without cargo.
     /// @owner valid until the cargo is set or the payload is destroyed.
     const uint8* getCargo() const { return self().cargoBytes().data; }
     /// Returns the number of bytes of the cargo.
@@ -101,7 +101,7 @@ protected:
     PacketFields() = default;
     ~PacketFields() = default;
 
-    /// Returns the declaration of @p field; an empty one, after an error, if there is none.
+    /// Returns the declaration of @p field; an empty one, after an error, for an unknown field.
     const PacketScheme::Element& elementOf(const PacketField& field) const {
         return field.m_element ? *field.m_element : elementNamed(field);
     }

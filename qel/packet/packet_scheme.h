@@ -74,7 +74,7 @@ public:
     /// Creates a scheme without fields.
     /// @param id         the id of the packets; its 16 bits are stored in their header.
     /// @param nameSpace  names that outlive the scheme.
-    /// @param group      null if there is none.
+    /// @param group      null for a scheme without a group.
     PacketScheme(int16 id, const char* nameSpace, const char* group, const char* name);
     virtual ~PacketScheme();
     PacketScheme(const PacketScheme&) = delete;
@@ -100,7 +100,7 @@ public:
     /// Returns all fields by name.
     const Map<qel::String, Element>& getElements() const { return m_elements; }
     /// Finds the field @p name, for access without a further search.
-    /// @return a field that is empty and ignores writes if there is none of that name.
+    /// @return a field that is empty and ignores writes if no field has that name.
     /// @errors an undeclared name is logged. @threads any.
     inline const Element& find(std::string_view name) const;
 
@@ -271,7 +271,7 @@ private:
     uint32 m_offset = 0;
     uint32 m_end = 0; // end of the values, or of the count, in the static area
     uint32 m_elementSize = 0;
-    uint32 m_singleSize = 0; // of the first value of a fixed field; 0 if there is none
+    uint32 m_singleSize = 0; // of the first value of a fixed field; 0 for other fields
     int m_dynamicIndex = -1;
     Number m_number = Number::None;
     Kind m_kind = Kind::Plain;

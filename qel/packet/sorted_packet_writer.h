@@ -18,8 +18,8 @@ public:
     /// empty afterwards.
     /// @owner takes a reference to @p deque if the key is new; its producer must then no longer use it.
     void addDeque(uint64 key, DequePacketWriter* deque);
-    /// Removes and returns the first packet of the smallest key; null if there is none. A key is removed with
-    /// its last packet.
+    /// Removes and returns the first packet of the smallest key; null if the writer is empty. A key is
+    /// removed with its last packet.
     SmartPointer<Packet> fetch();
     /// Appends a packet to the queue of the greatest key; without any key, the greatest possible key is
     /// created.

@@ -18,7 +18,7 @@ QEL_API FileError lockFile(const FileHandle& file);
 /// Tries to lock @p file like lockFile(), but never waits.
 /// @return std::errc::operation_would_block if another opening has the lock.
 QEL_API FileError tryLockFile(const FileHandle& file);
-/// Releases the lock; does nothing if there is none.
+/// Releases the lock; does nothing if @p file is not locked.
 QEL_API FileError unlockFile(const FileHandle& file);
 
 } // namespace qel::platform

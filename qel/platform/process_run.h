@@ -31,7 +31,7 @@ QEL_API RunResult runProcess(const std::vector<std::string>& arguments, const Ru
 
 /// Returns the absolute path of the program @p name: the name itself if it contains a slash and is
 /// executable, else the first executable file with that name in $PATH.
-/// @return empty if there is none.
+/// @return empty if no such file exists.
 /// @threads any thread, but not while another thread changes the environment.
 QEL_API std::string findProgram(std::string_view name);
 

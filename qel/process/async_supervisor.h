@@ -79,7 +79,7 @@ protected:
     /// Makes the next round kill the worker, which is then treated as one that has quit. For subclasses that
     /// detect a worker that hangs. @threads any thread.
     void restartWorker();
-    /// Returns the worker; null while there is none. @threads the loop's.
+    /// Returns the worker; null while no worker runs. @threads the loop's.
     Process* getProcess() const { return m_process.get(); }
     /// The command line for Process::spawn(), beginning with the name of the program. If it is empty, the
     /// path is used. Must be set before start(). @threads the loop's after start().

@@ -89,7 +89,7 @@ public:
     void writeLine(const String& line);
     /// Takes the next line that the child wrote to standard output, without its line end. A line ends at a
     /// line feed or a carriage return, so that "\r\n" adds an empty line.
-    /// @return false if there is none.
+    /// @return false if no complete line has arrived.
     bool readLine(String& line);
     /// As readLine(), for standard error.
     bool readErrLine(String& line);
@@ -106,7 +106,7 @@ public:
 
     /// Returns true if a system call has failed.
     bool error() const;
-    /// Returns the system's text for the last failure; empty if there was none.
+    /// Returns the system's text for the last failure; empty if nothing has failed.
     String errorText() const;
     /// Returns the exit status of the child; 128 + the number of the signal that ended it, -1 after
     /// terminate(), 0 before its end.

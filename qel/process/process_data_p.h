@@ -37,7 +37,7 @@ struct ChildOutput : ChildStream {
 
     /// Reads while there is room. @return the error that stopped it, if any.
     platform::FileError read(bool& gotData);
-    /// Takes the next complete line; logs lines that are too long. @return false if there is none.
+    /// Takes the next complete line; logs lines that are too long. @return false if no line is complete.
     bool takeCompleteLine(String& line);
     /// Takes the next line, or the unfinished last line of a closed stream.
     bool takeLine(String& line);

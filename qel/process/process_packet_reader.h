@@ -44,7 +44,7 @@ public:
     /// buffered bytes and twice the capacity of a pipe.
     /// @param timeout  the time in milliseconds after @p startTime, a value of System::getTime(), after which
     ///                 null is returned; 0 for no limit. It is checked every 256 lines.
-    /// @return the packet, which is not bound to a scheme; null if there is none.
+    /// @return the packet, which is not bound to a scheme; null if no packet has arrived.
     SmartPointer<Packet> readTimeout(uint32 startTime, uint32 timeout) override;
 
     /// Sets the text between the child's process id and each line.

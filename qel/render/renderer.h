@@ -138,7 +138,7 @@ public:
     bool isAllClipped() const { return m_allClipped; }
     /// Pushes the product of @p color and the current tint.
     void pushColor(const IVec4<float>& color);
-    /// Replaces the tint by the product of @p color and the tint below; by @p color if there is none below.
+    /// Replaces the tint by the product of @p color and the tint below; by @p color at the lowest level.
     void replaceColor(const IVec4<float>& color);
     /// Removes the last tint; the first one, white unless replaced, stays.
     void popColor();

@@ -16,7 +16,7 @@ bool isFinite(const Rect& rect) {
     return isFinite(rect.leftTop()) && isFinite(rect.rightBottom());
 }
 
-/// Returns the pixels of a texture of this kind, or null if it has none.
+/// Returns the pixels of a texture of this kind, or null before its first upload.
 Image* pixelsOf(Texture* texture) {
     const auto* const own = dynamic_cast<TextureSoftware*>(texture);
     if (own == nullptr) return nullptr;

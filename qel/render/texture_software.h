@@ -25,7 +25,7 @@ public:
     /// Copies the pixels of @p image.
     void upload(const Image& image, bool flag) override;
 
-    /// Returns the pixels; an uninitialised image if there are none.
+    /// Returns the pixels; an uninitialised image before the first upload.
     const Image& getImage() const { return *m_image; }
     /// Returns the image that holds the pixels now. It never changes; the next upload replaces it.
     const SmartPointer<Image>& getSharedImage() const { return m_image; }

@@ -51,7 +51,7 @@ public:
 
     /// Returns the connection that the call came by; null for a call from inside the process.
     Object* getCaller() const;
-    /// Returns the user on whose behalf the call is made; zero if there is none.
+    /// Returns the user on whose behalf the call is made; zero if no user is known.
     GUID getUserGUID() const;
     /// Returns true if the caller has the right named @p right. A call from inside the process has no rights,
     /// because it needs none.
@@ -68,7 +68,7 @@ public:
     void initiateFileTransfer(int direction, const Vector<Pair<String, String>>& files) const;
     /// Checks if the transfer has ended. @param code  receives 0 for success. @param status  receives a
     /// description.
-    /// @return false, without changing the parameters, while the transfer is running or if there is none.
+    /// @return false, without changing the parameters, while the transfer is running or without a transfer.
     bool getFileTransferStatus(int& code, String& status) const;
     /// Keeps the call open and calls @p handler after every event of the call until it returns false. A
     /// handler that is added while handlers are being called is first called for the next event.

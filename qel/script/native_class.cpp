@@ -11,8 +11,8 @@ namespace {
 constexpr const char* kSetTable = "__qel_setTable";
 constexpr const char* kGetTable = "__qel_getTable";
 
-// Pushes the accessor closure for the key at index 2 from the table in the free variable at @p table. If
-// there is none, throws null, by which the machine recognises that the member does not exist.
+// Pushes the accessor closure for the key at index 2 from the table in the free variable at @p table. For an
+// unknown key, throws null, by which the machine recognises that the member does not exist.
 bool pushAccessor(SQVM* vm, SQInteger table) {
     sq_push(vm, 2);
     if (SQ_SUCCEEDED(sq_rawget(vm, table))) return true;

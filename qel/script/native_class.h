@@ -109,8 +109,8 @@ public:
         }
     }
 
-    /// Returns the native object of the instance at @p index of the stack; null if it has none or is not an
-    /// instance of T.
+    /// Returns the native object of the instance at @p index of the stack; null for an
+    /// instance of another class or without a native object.
     static T* at(SQVM* vm, SQInteger index) {
         SQUserPointer pointer = nullptr;
         if (SQ_SUCCEEDED(sq_getinstanceup(vm, index, &pointer, typeTag()))) return fromPointer(pointer);

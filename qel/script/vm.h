@@ -88,7 +88,7 @@ public:
     /// Imports the script class @p className and creates an instance of it; null on failure.
     Object construct(const char* className);
 
-    /// Returns the message of the last error; empty if there was none.
+    /// Returns the message of the last error; empty if nothing has failed.
     qel::String getLastError();
     /// Returns the message of the last compiler error.
     const qel::String& getLastCompilerDescription() const { return m_lastCompilerDescription; }

@@ -20,7 +20,7 @@ std::string textIn(const std::string& answer) {
     return begin == answer.npos ? "" : answer.substr(begin + 1, answer.find('"', begin + 1) - begin - 1);
 }
 
-/// Returns the number that follows a key in an answer; -1 if there is none.
+/// Returns the number that follows a key in an answer; -1 if the key is missing.
 long numberOf(const std::string& answer, const std::string& key) {
     std::smatch match;
     const std::regex pattern("\"" + key + "\": ?(\\d+)");

@@ -7,15 +7,15 @@
 namespace qel::test {
 
 /// Returns the bytes of the block "hex NAME" as upper-case hexadecimal digits.
-/// @throws std::runtime_error if there is none.
+/// @throws std::runtime_error if it does not exist.
 std::string documentedBytes(const std::string& name);
 
 /// Returns the lines "left = right" of the block "entries NAME" as "left=right ", both sides as upper-case
-/// hexadecimal digits: the form of contentOf(). @throws std::runtime_error if there is none.
+/// hexadecimal digits: the form of contentOf(). @throws std::runtime_error if it does not exist.
 std::string documentedEntries(const std::string& name);
 
 /// Returns the block "text NAME" unchanged, without its last line feed.
-/// @throws std::runtime_error if there is none.
+/// @throws std::runtime_error if it does not exist.
 std::string documentedText(const std::string& name);
 
 } // namespace qel::test

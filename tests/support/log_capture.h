@@ -31,7 +31,7 @@ class LogCapture {
 public:
     LogCapture();
 
-    /// Claims the first unclaimed line of this level and text; fails the test if there is none.
+    /// Claims the first unclaimed line of this level and text; fails the test if no line is.
     void expect(int level, const std::string& text);
     /// Claims and returns all unclaimed lines.
     std::vector<LogLine> take();

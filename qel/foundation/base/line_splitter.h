@@ -15,7 +15,7 @@ enum class LineEnd {
 };
 
 /// Splits a stream into lines of limited length. The owner reads the stream into room(), reports what arrived
-/// by append(), and takes lines until there are none. The bytes are contiguous; they are moved only when at
+/// by append(), and takes lines until none is complete. The bytes are contiguous; they are moved only when at
 /// least that many were taken or when a line needs the space, so that the cost stays proportional to the
 /// input.
 /// @threads one thread at a time.
@@ -46,7 +46,7 @@ public:
     ///              Found::TooLong.
     /// @return Found::Nothing if no complete line has arrived; room() is not empty then.
     Found take(std::string_view& line);
-    /// Takes the bytes after the last line end of a stream that has ended. @return false if there are none.
+    /// Takes the bytes after the last line end of a stream that has ended. @return false if no byte is left.
     bool takeRest(std::string_view& line);
 
     /// Returns true if all bytes were taken.

@@ -62,7 +62,7 @@ protected:
             if (m_list) m_list->endEmission(m_outer);
         }
 
-        /// Returns the first listener to call, or null if there is none.
+        /// Returns the first listener to call, or null if every listener was called.
         SignalConnection* first() const { return unvisited(m_list->m_head); }
         /// Marks @p connection as being called. @return the one that follows it now, for next().
         SignalConnection* begin(SignalConnection* connection) {
@@ -93,7 +93,7 @@ protected:
 
     /// Returns whether there is exactly one listener.
     bool isSingle() const { return m_head && m_head->m_next == m_head; }
-    /// Returns the first listener, or null if there is none.
+    /// Returns the first listener, or null if the list is empty.
     SignalConnection* first() const { return m_head; }
     /// Appends @p connection and takes ownership of it.
     SignalConnection* append(SignalConnection* connection);

@@ -86,7 +86,7 @@ public:
     constexpr Self transpose() const {
         return map([&](int r, int c) { return row(c)[r]; });
     }
-    /// Returns the inverse; a matrix of zeros if there is none or its determinant is not finite.
+    /// Returns the inverse; a matrix of zeros if the determinant is zero or not finite.
     Self inverse() const;
 
     /// Compares all elements.

@@ -32,8 +32,8 @@ const char* > || std::same_as<std::decay_t<T>, char*> || std::same_as<T, std::nu
 
 /// A std::string with the text operations of the framework. It may hold any bytes. The `utf8_` operations
 /// count in code points and never fail: a byte that does not decode is read as one character of Windows
-/// code page 1252 (the lenient reading), or as U+FFFD where that page has none. They treat a NUL as the end
-/// of the text. Unless stated otherwise an operation does not change the string and returns a new one.
+/// code page 1252 (the lenient reading), or as U+FFFD if that page does not use it. They treat a NUL as the
+/// end of the text. Unless stated otherwise an operation does not change the string and returns a new one.
 /// @threads a value: one thread at a time; copies share nothing.
 class QEL_API String : public std::string {
 public:
@@ -145,7 +145,7 @@ public:
     static uint64 hash(const char* text, std::size_t length);
 
     /// Compares runs of decimal digits by their value and other bytes as they are: "a9" sorts before "a10".
-    /// Where one text has a digit and the other has none, the digit sorts first; values wrap modulo 2^32.
+    /// Where only one text has a digit, the digit sorts first; values wrap modulo 2^32.
     /// @return negative, 0 or positive; the first difference of values or bytes, limited to the range of int.
     static int natural_compare(SmartCStr a, SmartCStr b);
 

@@ -18,7 +18,7 @@ QEL_API uint32 unicode_from_cp1252(uint32 byte);
 QEL_API uint32 cp1252_from_unicode(uint32 codePoint);
 
 /// Returns the lower-case partner of @p codePoint, or itself. Partners are the pairs whose simple mappings in
-/// the Unicode Character Database lead to each other; so dotless i, sharp s and final sigma have none.
+/// the Unicode Character Database lead to each other; so dotless i, sharp s and final sigma have no partner.
 QEL_API uint32 unicode_tolower(uint32 codePoint);
 /// Returns the upper-case partner of @p codePoint, or itself; see unicode_tolower().
 QEL_API uint32 unicode_toupper(uint32 codePoint);

@@ -56,7 +56,7 @@ inline uint32 decodeUtf8Strict(const char*& position, const char* end) {
 }
 
 /// As decodeUtf8Strict(), but a byte that does not decode is stepped over and read as code page 1252, or as
-/// U+FFFD where the page has none.
+/// U+FFFD where the page has no character.
 inline uint32 decodeUtf8Lenient(const char*& position, const char* end) {
     const uint32 codePoint = decodeUtf8Strict(position, end);
     if (codePoint != util::kNoCodePoint) return codePoint;

@@ -19,7 +19,8 @@ QEL_API platform::FileError writeWhole(platform::FileHandle& file, std::string_v
 /// @errors also kept for standardStreamError().
 QEL_API platform::FileError writeToStandardStream(platform::StandardStream stream, std::string_view text);
 
-/// The first error of writeToStandardStream() on @p stream since the process started; empty if there is none.
+/// The first error of writeToStandardStream() on @p stream since the process started; empty without a failed
+/// write.
 /// @threads any thread.
 QEL_API platform::FileError standardStreamError(platform::StandardStream stream);
 

@@ -42,7 +42,7 @@ public:
     static void registerBackend(bool keepMessages);
     /// Bounds what is kept of each channel until it is taken; without this call there is no bound. Lines
     /// beyond it are dropped, and one line that states their number takes their place. Registers a backend if
-    /// there is none.
+    /// none is registered.
     /// @param lines  most lines of a channel. @param bytes  most bytes of their texts.
     static void limitMessages(size_t lines, size_t bytes);
     /// Destroys the backend with its listeners and the lines it kept.
@@ -60,7 +60,7 @@ public:
     /// ago (or never). The host calls it regularly, from a thread of its choice.
     static void processSupportMessages();
 
-    /// Removes and returns the oldest kept line of a channel, or nothing if there is none.
+    /// Removes and returns the oldest kept line of a channel, or nothing if no line is kept.
     /// @param channelIndex  0 for the customers' log, 1 for the technical log.
     static std::optional<LogMessage> takeMessage(unsigned channelIndex);
     /// Moves up to 512 kept lines of a channel, the oldest first, to @p logDB, in one transaction of its

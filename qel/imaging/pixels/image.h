@@ -103,7 +103,7 @@ public:
     /// Returns true if the image is initialised and its pixels are not in its own memory.
     bool isExternal() const;
     /// Returns true if the image is initialised and every plane that has a size has memory. A copy of an
-    /// external image has none.
+    /// external image has no memory.
     bool hasPixels() const;
 
     /// Returns the format of the image as a whole.
@@ -175,7 +175,7 @@ public:
 
     /// Becomes the image of @p source in a smaller format that represents every pixel exactly: RGB8, L8, A8
     /// or LA8. Pixels that are all white become A8, which renderers read as white.
-    /// @return false if there is none; this image is then unchanged.
+    /// @return false if no such format exists; this image is then unchanged.
     bool optimizeLosslessForTextureFrom(const Image& source);
     /// Does the same with small deviations from grey, opaque and white allowed. Colours become RGBA4 or
     /// RGB565 unless the application's renderer is the software renderer. @threads main thread.

@@ -28,7 +28,7 @@ void resetSignals() {
 }
 
 /// Connects the three streams of the program: to the caller's, or to the null device if @p quiet is set or
-/// the caller has none.
+/// the caller has closed that stream.
 void connectStreams(bool quiet) {
     for (int stream = 0; stream < 3; ++stream) {
         if (!quiet && fcntl(stream, F_GETFD) >= 0) continue;

@@ -53,8 +53,8 @@ const Item* CacheStore::get(const Item& key) {
     }
 }
 
-/// Reads a value from the wrapped store. @return @p value; null, with @p value without a store, if there is
-/// none.
+/// Reads a value from the wrapped store. @return @p value; null, with @p value without a store, if the
+/// key is not stored.
 const Item* CacheStore::askBacking(const Item& key, Item& value) {
     ++m_misses;
     const Item* const found = m_backing->get(key);

@@ -53,7 +53,7 @@ public:
 
     /// Returns the bytes from the current position to the end, valid or not.
     ConstByteSpan rest() const { return {m_position, static_cast<size_t>(m_end - m_position)}; }
-    /// Returns the bytes after the element; all of rest() if there is none.
+    /// Returns the bytes after the element; all of rest() without a valid element.
     ConstByteSpan behind() const { return {m_position + m_size, rest().size - m_size}; }
 
 private:

@@ -63,7 +63,7 @@ public:
     Place lowerBound(std::string_view order) const;
     /// Returns the position of the first entry whose key is greater than @p order.
     Place upperBound(std::string_view order) const;
-    /// Returns the position before @p place, which may be the end; the end if there is none.
+    /// Returns the position before @p place, which may be the end; the end for the first position.
     Place before(Place place) const;
     /// Inserts an entry whose key does not exist. @return the entry.
     StoreEntry* insert(StoreEntry::Owner entry);

@@ -338,7 +338,7 @@ public:
     void setStore(Store* store) { m_store = store; }
     /// Returns the store to which the key refers; null for a plain value.
     Store* getStore() const { return m_store; }
-    /// Returns the value at this key; null if there is none. @owner the store's; see Store::get().
+    /// Returns the value at this key; null if the key is not stored. @owner the store's; see Store::get().
     const Item* fetch() const;
     /// Returns true if the key has a value, even an empty one.
     bool exists() const;
@@ -352,13 +352,13 @@ public:
     void commit() const;
     /// Rolls back the transaction of the store.
     void rollback() const;
-    /// Finds the first child. @return false if there is none or this node does not exist.
+    /// Finds the first child. @return false if this node has no child or does not exist.
     bool child(Item& out) const;
-    /// Finds the last child. @return false if there is none or this node does not exist.
+    /// Finds the last child. @return false if this node has no child or does not exist.
     bool lastChild(Item& out) const;
-    /// Finds the next sibling. @return false if there is none; @p out may then be a key outside the parent.
+    /// Finds the next sibling. @return false after the last one; @p out may then be a key outside the parent.
     bool next(Item& out) const;
-    /// Finds the previous sibling. @return false if there is none.
+    /// Finds the previous sibling. @return false before the first one.
     bool prev(Item& out) const;
     /// Moves to the next sibling. @return as next(Item&) const.
     bool next() { return next(*this); }
@@ -403,9 +403,9 @@ public:
     bool fetchPacket(Packet* out) const;
     /// Stores a whole packet as one value.
     void storePacketCompact(const Packet* packet) const;
-    /// Returns the packet stored by storePacketCompact(), without a scheme; null if there is none.
+    /// Returns the packet stored by storePacketCompact(), without a scheme; null if none was stored.
     SmartPointer<Packet> fetchPacketCompact() const;
-    /// Returns a packet of @p scheme from either form; null if there is none or it does not fit.
+    /// Returns a packet of @p scheme from either form; null if none was stored or it does not fit.
     SmartPointer<Packet> fetchPacketCompact(PacketScheme* scheme) const;
     /// Does the same. @param wasCompact  receives true if the compact form was found.
     SmartPointer<Packet> fetchPacketCompact(PacketScheme* scheme, bool& wasCompact) const;

@@ -69,7 +69,7 @@ bool hasZero(ConstByteSpan list, size_t at) {
 }
 
 /// Returns the first position after the first bytes where two lists differ or both contain a zero; the
-/// smaller size if there is none.
+/// smaller size if no such position exists.
 inline size_t findDifferenceOrZero(ConstByteSpan a, ConstByteSpan b) {
     const size_t size = std::min(a.size, b.size);
     size_t at = 1;

@@ -33,9 +33,9 @@ public:
     int64 getOffset() const { return m_offset; }
     /// Returns true if a valid element follows.
     bool hasNextElement() const { return elementSize() != 0; }
-    /// Returns the size of the next element including its tag; 0 if there is none.
+    /// Returns the size of the next element including its tag; 0 at the end.
     size_t getSize() const { return elementSize(); }
-    /// Returns the tag of the next element; None if there is none.
+    /// Returns the tag of the next element; None at the end.
     ValueType getType() const {
         return elementSize() != 0 ? static_cast<ValueType>(*here()) : ValueType::None;
     }
@@ -44,7 +44,7 @@ public:
     /// Moves to the end of the bytes.
     void skipToEnd() { m_offset = static_cast<int64>(m_item->getPlainSize()); }
     /// Replaces the bytes of @p target with the whole next element, including its tag.
-    /// @return its tag; None, with @p target unchanged, if there is none.
+    /// @return its tag; None, with @p target unchanged, at the end.
     ValueType extract(Item& target);
 
     /// Reads True or False.

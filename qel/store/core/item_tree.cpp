@@ -11,7 +11,7 @@
 namespace qel {
 namespace {
 
-/// Returns the offset of the last element; -1 if there is none.
+/// Returns the offset of the last element; -1 for an empty key.
 int64 offsetOfLast(const Item& key) {
     int64 last = -1;
     Item::Iterator it(key);

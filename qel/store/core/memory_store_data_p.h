@@ -17,13 +17,13 @@ public:
     MemoryStoreData(const MemoryStoreData& other);
     MemoryStoreData& operator=(const MemoryStoreData&) = delete;
 
-    /// Returns the first entry equal to @p key; null if there is none.
+    /// Returns the first entry equal to @p key; null if no entry is.
     StoreEntry* find(const Item& key);
-    /// Returns the entry with the smallest key greater than @p key; null if there is none.
+    /// Returns the entry with the smallest key greater than @p key; null after the last entry.
     StoreEntry* findGreater(const Item& key);
-    /// Returns the entry with the greatest key smaller than @p key; null if there is none.
+    /// Returns the entry with the greatest key smaller than @p key; null before the first entry.
     StoreEntry* findSmaller(const Item& key);
-    /// Returns the entry with the smallest key; null if there is none.
+    /// Returns the entry with the smallest key; null if the store is empty.
     StoreEntry* findFirst();
 
     /// Returns the position of the smallest key greater than @p key.

@@ -44,7 +44,7 @@ public:
     }
 
     char* end() const { return m_out; }
-    /// Returns the position of the first Wildcard or NaN; null if there is none.
+    /// Returns the position of the first Wildcard or NaN; null if the form has neither.
     char* question() const { return m_question; }
 
 private:

@@ -38,7 +38,7 @@ public:
     /// with it; forms ordered before those are smaller than the question, forms after them are greater.
     std::string_view fixedPart() const { return {m_bytes, m_fixedSize}; }
     /// Overwrites the form with the smallest string greater than every string that begins with fixedPart().
-    /// @return that string; empty if there is none.
+    /// @return that string; empty if no string is greater.
     std::string_view turnIntoEndOfFixedPart();
 
 private:

@@ -36,17 +36,17 @@ public:
     virtual bool good() const = 0;
     /// Inserts or overwrites an entry. An existing equal key keeps its own bytes and receives the value.
     virtual void set(const Item& key, const Item& value) = 0;
-    /// Returns the value of @p key; null if there is none.
+    /// Returns the value of @p key; null if the key is not stored.
     /// @owner the store's; valid until that entry is changed, or until begin(), commit() or rollback(). A
     /// store that keeps its data elsewhere may end it earlier and documents that.
     virtual const Item* get(const Item& key) = 0;
     /// Removes every key from @p first to @p last, both included; none if @p first is greater than @p last.
     virtual void remove(const Item& first, const Item& last) = 0;
     /// Finds the smallest key greater than @p key, which need not be stored.
-    /// @param out  receives the key; may be the same object as @p key. Unchanged if there is none.
+    /// @param out  receives the key; may be the same object as @p key. Unchanged if no such key exists.
     virtual bool next(const Item& key, Item& out) = 0;
     /// Finds the greatest key smaller than @p key, which need not be stored.
-    /// @param out  receives the key; may be the same object as @p key. Unchanged if there is none.
+    /// @param out  receives the key; may be the same object as @p key. Unchanged if no such key exists.
     virtual bool prev(const Item& key, Item& out) = 0;
     /// Finds the smallest key. @param out  receives the key; unchanged if the store is empty.
     virtual bool first(Item& out) = 0;

@@ -28,7 +28,7 @@ public:
     /// Makes the next step move to the smallest key greater than @p key, which need not be stored.
     virtual void startAfter(const Item& key) = 0;
     /// Moves to the next entry.
-    /// @return false if there is none; the cursor then does not move, and a later step finds new entries.
+    /// @return false after the last one; the cursor then does not move, and a later step finds new entries.
     bool next() {
         if (m_index + 1 >= m_size) return readOn();
         show(m_index + 1);
@@ -71,7 +71,7 @@ protected:
     Store* const m_store;
     /// The key of the current entry.
     Item m_key;
-    /// The entries ahead; if there are none, value() queries the store.
+    /// The entries ahead; while it is empty, value() queries the store.
     std::array<Entry, kMostEntries> m_entries;
 
 private:

@@ -58,7 +58,7 @@ public:
     /// nothing has changed.
     /// @return true if there is such an option. @errors an unknown name is logged.
     bool setValue(StringId name, StringId value);
-    /// Returns the value, or the default if there is none; null for an unknown name.
+    /// Returns the value, or the default if no value is stored; null for an unknown name.
     StringId getValue(StringId name) const;
     /// Returns the value as a decimal number, clamped to int; 0 if it is not a number.
     int getValueAsInt(StringId name) const;

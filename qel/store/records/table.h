@@ -25,7 +25,7 @@ public:
 
     /// Returns a row as a packet.
     /// @param key    the key of the row.
-    /// @param error  receives the reason if there is none.
+    /// @param error  receives the reason if null is returned.
     /// @return null in this class; a subclass loads the row.
     virtual SmartPointer<Packet> createPacketForEntry(const GUID& id, const Item& key, String& error);
 

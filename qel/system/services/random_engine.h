@@ -14,7 +14,7 @@ namespace qel {
 /// @threads any thread; one lock guards the generator.
 class QEL_API RandomEngine {
 public:
-    /// Seeds with 32 bits of the machine's random source, or with the steady clock if there is none.
+    /// Seeds with 32 bits of the machine's random source, or with the steady clock if that fails.
     RandomEngine();
     /// Seeds with @p seed, so that the draws are predictable.
     explicit RandomEngine(uint32 seed) : m_engine(seed) {}

@@ -60,7 +60,7 @@ protected:
         SystemFixture::TearDown();
     }
     /// Runs @p crash in a child process with the handler registered.
-    /// @return the dump; empty if there is none.
+    /// @return the dump; empty if no dump was written.
     template <typename Crash>
     std::string dumpOf(int signal, const Crash& crash) {
         EXPECT_EXIT(
