@@ -3,9 +3,11 @@
 
 #include <tests/support/scratch_folder.h>
 
+#include <functional>
 #include <map>
 #include <ostream>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace qel::test {
@@ -39,12 +41,25 @@ enum CaseFlags : int {
 struct FaultCase {
     const char* name;
     void (*prepare)(const ScratchFolder& folder);
-    Outcome (*run)(const ScratchFolder& folder);
+    std::function<Outcome(const ScratchFolder& folder)> run;
     int flags = kUsual;
     Content (*content)(const ScratchFolder& folder) = &contentOfFolder;
 };
 
 std::ostream& operator<<(std::ostream& out, const FaultCase& faultCase);
+
+/// Returns a run that calls @p function with the paths of @p names. Its result reports success if it is a bool,
+/// and is the value that was determined otherwise.
+template <typename Function, typename... Names>
+auto on(Function function, Names... names) {
+    return [=](const ScratchFolder& folder) {
+        const auto result = function(folder.path(names)...);
+        if constexpr (std::is_same_v<decltype(result), const bool>)
+            return Outcome{result};
+        else
+            return Outcome{true, std::to_string(result)};
+    };
+}
 
 /// Returns the cases of files and of classes that read files.
 std::vector<FaultCase> fileCases();

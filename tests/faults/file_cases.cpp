@@ -77,9 +77,8 @@ void preparePictures(Folder folder) {
     samplePicture().saveTo(folder.path("a.webp").c_str());
 }
 
-template <const char* Name>
-Outcome savePicture(Folder folder) {
-    return {samplePicture().saveTo(folder.path(Name).c_str())};
+bool savePicture(SmartCStr path) {
+    return samplePicture().saveTo(path.c_str());
 }
 
 template <const char* Name>
@@ -91,11 +90,11 @@ Outcome loadPicture(Folder folder) {
 
 constexpr char kPng[] = "a.png";
 constexpr char kWebP[] = "a.webp";
-constexpr char kBmp[] = "a.bmp";
 
-Outcome load(Folder folder, bool decompress) {
+template <bool Decompress>
+Outcome load(Folder folder) {
     Buffer buffer;
-    const bool worked = buffer.loadFromFile(folder.path("file").c_str(), false, decompress);
+    const bool worked = buffer.loadFromFile(folder.path("file").c_str(), false, Decompress);
     return {worked, worked ? std::string(buffer.getConstByteSpan().asText()) : ""};
 }
 
@@ -118,6 +117,14 @@ Outcome readStream(Folder folder) {
     Buffer buffer;
     const bool worked = stream.readAll(buffer) == SystemStream::kEnd;
     return {worked, worked ? std::string(buffer.getConstByteSpan().asText()) : ""};
+}
+
+Outcome writeHexSource(Folder folder) {
+    HexSourceWriter writer(folder.path("table.c").c_str());
+    const std::vector<uint8> bytes(20'000, 9);
+    writer.process(StreamType::Plain, bytes.data(), 20'000);
+    writer.close();
+    return {true};
 }
 
 Outcome writeMapped(Folder folder) {
@@ -155,80 +162,57 @@ Outcome queryFile(Folder folder) {
 std::vector<FaultCase> fileCases() {
     // The result reports whether the file could be opened; the log reports whether it could be written.
     constexpr int kWriteFlags = kSilent | kLoggedOnly | kMayTear;
-    const auto write = [](Folder folder) {
-        return Outcome{File::writeFile(folder.path("file"), ConstByteSpan::fromText(kNew))};
+    const auto write =
+        on([](SmartCStr path) { return File::writeFile(path, ConstByteSpan::fromText(kNew)); }, "file");
+    const auto writeCompressed = [](SmartCStr path) {
+        return File::writeFileCompressed(path, ConstByteSpan::fromText(kNew));
     };
-    const auto copy = [](Folder folder) {
-        return Outcome{File::copyFile(folder.path("from"), folder.path("to"))};
-    };
-    const auto move = [](Folder folder) {
-        return Outcome{File::moveFile(folder.path("from"), folder.path("to"))};
+    const auto hash = [](Folder folder) {
+        const uint32 hashed = File::getFileHash(folder.path("file"), 0, 5);
+        return Outcome{hashed != ~uint32{0}, std::to_string(hashed)};
     };
     return {
         {"File::writeFile, new", prepareNothing, write, kWriteFlags},
         {"File::writeFile, existing", prepareOld, write, kWriteFlags},
-        {"File::writeFileCompressed", prepareOld,
-         [](Folder folder) {
-             return Outcome{File::writeFileCompressed(folder.path("file"), ConstByteSpan::fromText(kNew))};
-         },
-         kWriteFlags},
-        {"File::copyFile", prepareTwo, copy},
-        {"File::moveFile", prepareTwo, move},
-        {"File::moveFile, to another disk", prepareTwo, move, kCrossesDisks},
+        {"File::writeFileCompressed", prepareOld, on(writeCompressed, "file"), kWriteFlags},
+        {"File::copyFile", prepareTwo, on(File::copyFile, "from", "to")},
+        {"File::moveFile", prepareTwo, on(File::moveFile, "from", "to")},
+        {"File::moveFile, to another disk", prepareTwo, on(File::moveFile, "from", "to"), kCrossesDisks},
         {"File::createEmptyFile, sparse", prepareNothing,
-         [](Folder folder) { return Outcome{File::createEmptyFile(folder.path("file"), 5000, true)}; }},
+         on([](SmartCStr path) { return File::createEmptyFile(path, 5000, true); }, "file")},
         {"File::createEmptyFile, allocated", prepareNothing,
-         [](Folder folder) { return Outcome{File::createEmptyFile(folder.path("file"), 5000, false)}; }},
+         on([](SmartCStr path) { return File::createEmptyFile(path, 5000, false); }, "file")},
         {"File::createSymLink", prepareOld,
-         [](Folder folder) { return Outcome{File::createSymLink(folder.path("link"), "file", false)}; }},
+         on([](SmartCStr path) { return File::createSymLink(path, "file", false); }, "link")},
         {"File::deleteSymLink",
          [](Folder folder) { File::createSymLink(folder.path("link"), "nowhere", false); },
-         [](Folder folder) { return Outcome{File::deleteSymLink(folder.path("link"))}; }, kSilent},
-        {"File::touchFile", prepareOld,
-         [](Folder folder) { return Outcome{File::touchFile(folder.path("file"))}; }, kSilent},
+         on(File::deleteSymLink, "link"), kSilent},
+        {"File::touchFile", prepareOld, on(File::touchFile, "file"), kSilent},
         {"File::truncateFile", prepareOld,
-         [](Folder folder) { return Outcome{File::truncateFile(folder.path("file"), 3)}; }},
-        {"File::deleteFile", prepareOld,
-         [](Folder folder) { return Outcome{File::deleteFile(folder.path("file"))}; }},
+         on([](SmartCStr path) { return File::truncateFile(path, 3); }, "file")},
+        {"File::deleteFile", prepareOld, on([](SmartCStr path) { return File::deleteFile(path); }, "file")},
         {"File::openFileHandle", prepareNothing, writeStandardFile, kSilent | kMayTear},
         {"File::openStdFileStream", prepareNothing, writeStandardStream, kSilent | kMayTear},
         {"File::getFileInfo", prepareOld, queryFile, kSilent},
-        {"File::getFileHash", prepareOld,
-         [](Folder folder) {
-             const uint32 hash = File::getFileHash(folder.path("file"), 0, 5);
-             return Outcome{hash != ~uint32{0}, std::to_string(hash)};
-         },
-         kSilent},
+        {"File::getFileHash", prepareOld, hash, kSilent},
         {"File::compareFiles", prepareSame,
-         [](Folder folder) {
-             return Outcome{File::compareFiles(folder.path("a"), folder.path("b"), false)};
-         }},
-        {"Buffer::loadFromFile", prepareOld, [](Folder folder) { return load(folder, false); }},
-        {"Buffer::loadFromFile, compressed", prepareCompressed,
-         [](Folder folder) { return load(folder, true); }},
+         on([](SmartCStr a, SmartCStr b) { return File::compareFiles(a, b, false); }, "a", "b")},
+        {"Buffer::loadFromFile", prepareOld, load<false>},
+        {"Buffer::loadFromFile, compressed", prepareCompressed, load<true>},
         {"Buffer::saveToFile", prepareOld,
-         [](Folder folder) { return Outcome{Buffer(kBytes, 4).saveToFile(folder.path("file").c_str())}; },
-         kWriteFlags},
+         on([](SmartCStr path) { return Buffer(kBytes, 4).saveToFile(path.c_str()); }, "file"), kWriteFlags},
         {"TarArchive::readFile", prepareTar, readTar, kSilent},
         {"INIParser", prepareIni, readIni, kSilent},
         {"FileStream::readAll", prepareOld, readStream},
-        {"HexSourceWriter", prepareNothing,
-         [](Folder folder) {
-             HexSourceWriter writer(folder.path("table.c").c_str());
-             const std::vector<uint8> bytes(20'000, 9);
-             writer.process(StreamType::Plain, bytes.data(), 20'000);
-             writer.close();
-             return Outcome{true};
-         },
-         kLoggedOnly | kMayTear},
+        {"HexSourceWriter", prepareNothing, writeHexSource, kLoggedOnly | kMayTear},
         {"FilePacketWriter", prepareNothing,
          [](Folder folder) { return writePackets(folder), Outcome{true}; }, kLoggedOnly | kMayTear},
         {"FilePacketReader", writePackets, readPackets},
         {"MemoryMap", prepareMapped, writeMapped},
-        {"Image::saveTo, PNG", prepareNothing, savePicture<kPng>},
-        {"Image::saveTo, existing", preparePictures, savePicture<kPng>},
-        {"Image::saveTo, WebP", prepareNothing, savePicture<kWebP>},
-        {"Image::saveTo, BMP", prepareNothing, savePicture<kBmp>},
+        {"Image::saveTo, PNG", prepareNothing, on(savePicture, "a.png")},
+        {"Image::saveTo, existing", preparePictures, on(savePicture, "a.png")},
+        {"Image::saveTo, WebP", prepareNothing, on(savePicture, "a.webp")},
+        {"Image::saveTo, BMP", prepareNothing, on(savePicture, "a.bmp")},
         {"Image::loadFromFile, PNG", preparePictures, loadPicture<kPng>},
         {"Image::loadFromFile, WebP", preparePictures, loadPicture<kWebP>},
     };

@@ -5,7 +5,6 @@
 #include <qel/store/core/memory_store.h>
 
 #include <algorithm>
-#include <limits>
 
 namespace qel::test {
 
@@ -45,13 +44,20 @@ Outcome listFolder(Folder folder) {
     return outcome;
 }
 
-/// Deletes as @p start asks, with a list for what can't be deleted at once.
-Outcome deleteWithList(Folder folder, bool (*start)(SmartCStr origin, SmartCStr path, bool silent)) {
+Outcome findInTree(Folder folder) {
+    String path;
+    const bool found = Directory::findFile(folder.path("tree"), "c", path);
+    return {found, found ? path : ""};
+}
+
+/// Deletes with a list for what can't be deleted at once.
+template <bool (*Delete)(SmartCStr origin, SmartCStr path, bool silent)>
+Outcome deleteWithList(Folder folder) {
     const SmartPointer<MemoryStore> store(new MemoryStore);
     const SmartPointer<DeleteLater> list(new DeleteLater);
     list->setDBPath(Item(store.get()).add("deletes"));
     Object::setSingleton("deleteLater", list.get());
-    const Outcome outcome{start("[test]", folder.path("tree"), false)};
+    const Outcome outcome{Delete("[test]", folder.path("tree"), false)};
     Object::setSingleton("deleteLater", nullptr);
     return outcome;
 }
@@ -59,90 +65,48 @@ Outcome deleteWithList(Folder folder, bool (*start)(SmartCStr origin, SmartCStr 
 } // namespace
 
 std::vector<FaultCase> treeCases() {
+    constexpr int kCounted = kMayStop | kLoggedOnly; // the result is the number of entries deleted
     return {
-        {"Directory::createDirectory", prepareNothing,
-         [](Folder folder) { return Outcome{Directory::createDirectory(folder.path("new"))}; }},
+        {"Directory::createDirectory", prepareNothing, on(Directory::createDirectory, "new")},
         {"Directory::createDirectoryRecursively", prepareNothing,
-         [](Folder folder) { return Outcome{Directory::createDirectoryRecursively(folder.path("a/b/c"))}; },
-         kMayStop},
+         on(Directory::createDirectoryRecursively, "a/b/c"), kMayStop},
         {"Directory::read", prepareTree, listFolder, kSilent},
-        {"Directory::isDirectoryEmpty", prepareEmptyFolders,
-         [](Folder folder) { return Outcome{Directory::isDirectoryEmpty(folder.path("tree/c"))}; }, kSilent},
+        {"Directory::isDirectoryEmpty", prepareEmptyFolders, on(Directory::isDirectoryEmpty, "tree/c"),
+         kSilent},
         {"Directory::getSize", prepareTree,
-         [](Folder folder) {
-             return Outcome{true, std::to_string(Directory::getSize(folder.path("tree")))};
-         },
-         kLoggedOnly},
-        {"Directory::getDirectoryHash", prepareTree,
-         [](Folder folder) {
-             return Outcome{true, std::to_string(Directory::getDirectoryHash(folder.path("tree")))};
-         },
-         kLoggedOnly},
-        {"Directory::findFile", prepareTree,
-         [](Folder folder) {
-             String result;
-             const bool found = Directory::findFile(folder.path("tree"), "c", result);
-             return Outcome{found, found ? result : ""};
-         }},
+         on([](SmartCStr path) { return Directory::getSize(path); }, "tree"), kLoggedOnly},
+        {"Directory::getDirectoryHash", prepareTree, on(Directory::getDirectoryHash, "tree"), kLoggedOnly},
+        {"Directory::findFile", prepareTree, findInTree},
         {"Directory::deleteDirectory", [](Folder folder) { folder.makeFolder("tree"); },
-         [](Folder folder) { return Outcome{Directory::deleteDirectory(folder.path("tree"))}; }, kSilent},
+         on(Directory::deleteDirectory, "tree"), kSilent},
         {"Directory::deleteDirectoryRecursively", prepareTree,
-         [](Folder folder) { return Outcome{Directory::deleteDirectoryRecursively(folder.path("tree"))}; },
-         kMayStop},
+         on(Directory::deleteDirectoryRecursively, "tree"), kMayStop},
         {"Directory::deleteDirectoryContentsRecursively", prepareTree,
-         [](Folder folder) {
-             return Outcome{Directory::deleteDirectoryContentsRecursively(folder.path("tree"))};
-         },
-         kMayStop},
+         on(Directory::deleteDirectoryContentsRecursively, "tree"), kMayStop},
         {"Directory::deleteDirectoryContentsOlderThan", prepareTree,
-         [](Folder folder) {
-             const int count = Directory::deleteDirectoryContentsOlderThan(
-                 folder.path("tree"), std::numeric_limits<uint64>::max());
-             return Outcome{true, std::to_string(count)};
-         },
-         kMayStop | kLoggedOnly},
+         on([](SmartCStr path) { return Directory::deleteDirectoryContentsOlderThan(path, ~uint64{0}); },
+            "tree"),
+         kCounted},
         {"Directory::deleteEmptyDirectoriesInPathRecursively", prepareEmptyFolders,
-         [](Folder folder) {
-             return Outcome{Directory::deleteEmptyDirectoriesInPathRecursively(folder.path("tree"))};
-         },
-         kMayStop},
+         on(Directory::deleteEmptyDirectoriesInPathRecursively, "tree"), kMayStop},
         {"Directory::copyDirectoryContentsRecursively", prepareTwoTrees,
-         [](Folder folder) {
-             return Outcome{
-                 Directory::copyDirectoryContentsRecursively(folder.path("tree"), folder.path("copy"))};
-         }},
-        {"Directory::takeOwnership", prepareTree,
-         [](Folder folder) { return Outcome{Directory::takeOwnership(folder.path("tree"))}; }},
+         on(Directory::copyDirectoryContentsRecursively, "tree", "copy")},
+        {"Directory::takeOwnership", prepareTree, on(Directory::takeOwnership, "tree")},
         {"Directory::cleanCacheDirectory", prepareCaches,
-         [](Folder folder) {
-             const int count = Directory::cleanCacheDirectory(folder.path("tree"), "cache", {"cache1"});
-             return Outcome{true, std::to_string(count)};
-         },
-         kMayStop | kLoggedOnly},
+         on([](SmartCStr path) { return Directory::cleanCacheDirectory(path, "cache", {"cache1"}); }, "tree"),
+         kCounted},
         {"Directory::cleanPrepareDirectory", prepareCaches,
-         [](Folder folder) {
-             const int count = Directory::cleanPrepareDirectory(folder.path("tree"), {"cache1"});
-             return Outcome{true, std::to_string(count)};
-         },
-         kMayStop | kLoggedOnly},
+         on([](SmartCStr path) { return Directory::cleanPrepareDirectory(path, {"cache1"}); }, "tree"),
+         kCounted},
         {"Directory::deletePrepareFilesWithPrefix", prepareCaches,
-         [](Folder folder) {
-             const int count = Directory::deletePrepareFilesWithPrefix(folder.path("tree"), "cache");
-             return Outcome{true, std::to_string(count)};
-         },
-         kMayStop | kLoggedOnly},
+         on([](SmartCStr path) { return Directory::deletePrepareFilesWithPrefix(path, "cache"); }, "tree"),
+         kCounted},
         {"File::deleteFileNowOrLater", [](Folder folder) { folder.write("tree", "a file"); },
-         [](Folder folder) { return deleteWithList(folder, &File::deleteFileNowOrLater); }},
+         deleteWithList<File::deleteFileNowOrLater>},
         {"Directory::deleteDirectoryRecursivelyNowOrLater", prepareTree,
-         [](Folder folder) {
-             return deleteWithList(folder, &Directory::deleteDirectoryRecursivelyNowOrLater);
-         },
-         kMayStop},
+         deleteWithList<Directory::deleteDirectoryRecursivelyNowOrLater>, kMayStop},
         {"Directory::deleteDirectoryContentsRecursivelyNowOrLater", prepareTree,
-         [](Folder folder) {
-             return deleteWithList(folder, &Directory::deleteDirectoryContentsRecursivelyNowOrLater);
-         },
-         kMayStop},
+         deleteWithList<Directory::deleteDirectoryContentsRecursivelyNowOrLater>, kMayStop},
     };
 }
 

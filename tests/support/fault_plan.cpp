@@ -59,7 +59,9 @@ std::array<int, 2> errorsOf(Operation operation) {
 
 } // namespace
 
-FaultPlan::FaultPlan(int failAt, Lasting lasting) : m_failAt(failAt), m_lasting(lasting) {
+FaultPlan::FaultPlan(int failAt, Lasting lasting, std::optional<std::errc> error,
+                     std::optional<Operation> only)
+    : m_failAt(failAt), m_lasting(lasting), m_error(error), m_only(only) {
     seams::setFaults(this);
 }
 
@@ -77,6 +79,7 @@ std::optional<Operation> FaultPlan::failed() const {
 }
 
 bool FaultPlan::fails(Operation operation) {
+    if (m_only && *m_only != operation) return false;
     const int number = m_count++;
     if (m_failAt < 0 || number < m_failAt) return false;
     if (number == m_failAt) m_failed = static_cast<int>(operation);
@@ -89,6 +92,7 @@ std::error_code FaultPlan::before(Operation operation, std::size_t& size) {
     if (operation == Operation::Rename && m_crossesDisks.exchange(false))
         return {EXDEV, std::system_category()};
     if (!fails(operation)) return {};
+    if (m_error) return {static_cast<int>(*m_error), std::system_category()};
     const auto errors = errorsOf(operation);
     return {errors[static_cast<std::size_t>(m_failAt) % errors.size()], std::system_category()};
 }

@@ -16,12 +16,14 @@ enum class Lasting {
     Everything, ///< the operation fails, and every later one
 };
 
-/// While it exists, counts the operations of all threads and makes those from the k-th on fail as requested,
-/// with an error that suits their kind.
+/// While it exists, counts the operations of all threads and makes those from the k-th on fail as requested.
 class FaultPlan : public seams::Faults {
 public:
     /// @param failAt  the number of the first operation that fails, from 0; -1 for none.
-    FaultPlan(int failAt, Lasting lasting);
+    /// @param error   the error of all operations; without it, each has an error that suits it.
+    /// @param only    counts only operations of this kind.
+    FaultPlan(int failAt, Lasting lasting, std::optional<std::errc> error = {},
+              std::optional<platform::Operation> only = {});
     ~FaultPlan() override;
     FaultPlan(const FaultPlan&) = delete;
     FaultPlan& operator=(const FaultPlan&) = delete;
@@ -45,7 +47,9 @@ private:
 
     const int m_failAt;
     const Lasting m_lasting;
-    bool m_isShort = false;
+    const std::optional<std::errc> m_error;
+    const std::optional<platform::Operation> m_only;
+    std::atomic<bool> m_isShort{false};
     std::atomic<bool> m_crossesDisks{false};
     std::atomic<int> m_count{0};
     std::atomic<int> m_failed{-1};

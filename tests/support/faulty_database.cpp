@@ -39,64 +39,46 @@ int closeFile(sqlite3_file* file) {
     const int forced = ask(Operation::Close, SQLITE_IOERR_CLOSE);
     return forced != SQLITE_OK ? forced : result;
 }
-int readFile(sqlite3_file* file, void* data, int size, sqlite3_int64 offset) {
-    const int forced = ask(Operation::Read, SQLITE_IOERR_READ);
-    return forced != SQLITE_OK ? forced : realOf(file)->pMethods->xRead(realOf(file), data, size, offset);
-}
-int writeFile(sqlite3_file* file, const void* data, int size, sqlite3_int64 offset) {
-    const int forced = ask(Operation::Write, SQLITE_IOERR_WRITE);
-    return forced != SQLITE_OK ? forced : realOf(file)->pMethods->xWrite(realOf(file), data, size, offset);
-}
-int truncateFile(sqlite3_file* file, sqlite3_int64 size) {
-    const int forced = ask(Operation::SetSize, SQLITE_IOERR_TRUNCATE);
-    return forced != SQLITE_OK ? forced : realOf(file)->pMethods->xTruncate(realOf(file), size);
-}
-int syncFile(sqlite3_file* file, int flags) {
-    const int forced = ask(Operation::Sync, SQLITE_IOERR_FSYNC);
-    return forced != SQLITE_OK ? forced : realOf(file)->pMethods->xSync(realOf(file), flags);
-}
-int fileSize(sqlite3_file* file, sqlite3_int64* size) {
-    const int forced = ask(Operation::ReadStatus, SQLITE_IOERR_FSTAT);
-    return forced != SQLITE_OK ? forced : realOf(file)->pMethods->xFileSize(realOf(file), size);
-}
-int lockFile(sqlite3_file* file, int kind) {
-    const int forced = ask(Operation::Lock, SQLITE_IOERR_LOCK);
-    return forced != SQLITE_OK ? forced : realOf(file)->pMethods->xLock(realOf(file), kind);
-}
-int unlockFile(sqlite3_file* file, int kind) {
-    return realOf(file)->pMethods->xUnlock(realOf(file), kind);
-}
-int checkReservedLock(sqlite3_file* file, int* result) {
-    return realOf(file)->pMethods->xCheckReservedLock(realOf(file), result);
-}
-int fileControl(sqlite3_file* file, int operation, void* argument) {
-    return realOf(file)->pMethods->xFileControl(realOf(file), operation, argument);
-}
-int sectorSize(sqlite3_file* file) {
-    return realOf(file)->pMethods->xSectorSize(realOf(file));
-}
-int characteristics(sqlite3_file* file) {
-    return realOf(file)->pMethods->xDeviceCharacteristics(realOf(file));
-}
-int mapShared(sqlite3_file* file, int page, int size, int extend, void volatile** memory) {
-    const int forced = ask(Operation::Map, SQLITE_IOERR_SHMMAP);
-    return forced != SQLITE_OK ? forced
-                               : realOf(file)->pMethods->xShmMap(realOf(file), page, size, extend, memory);
-}
-int lockShared(sqlite3_file* file, int offset, int count, int flags) {
-    return realOf(file)->pMethods->xShmLock(realOf(file), offset, count, flags);
-}
 void barrier(sqlite3_file* file) {
     realOf(file)->pMethods->xShmBarrier(realOf(file));
 }
-int unmapShared(sqlite3_file* file, int remove) {
-    return realOf(file)->pMethods->xShmUnmap(realOf(file), remove);
+
+/// Calls a method of the real file.
+template <auto kMethod, typename... Arguments>
+int call(sqlite3_file* file, Arguments... arguments) {
+    return (realOf(file)->pMethods->*kMethod)(realOf(file), arguments...);
 }
 
-const sqlite3_io_methods kMethods{2,           closeFile,   readFile,        writeFile,  truncateFile,
-                                  syncFile,    fileSize,    lockFile,        unlockFile, checkReservedLock,
-                                  fileControl, sectorSize,  characteristics, mapShared,  lockShared,
-                                  barrier,     unmapShared, nullptr,         nullptr};
+/// Does the same unless a test makes the operation fail.
+template <auto kMethod, Operation kOperation, int kCode, typename... Arguments>
+int callOrFail(sqlite3_file* file, Arguments... arguments) {
+    const int forced = ask(kOperation, kCode);
+    return forced != SQLITE_OK ? forced : call<kMethod>(file, arguments...);
+}
+
+using Methods = sqlite3_io_methods;
+
+const Methods kMethods{
+    .iVersion = 2,
+    .xClose = closeFile,
+    .xRead = callOrFail<&Methods::xRead, Operation::Read, SQLITE_IOERR_READ>,
+    .xWrite = callOrFail<&Methods::xWrite, Operation::Write, SQLITE_IOERR_WRITE>,
+    .xTruncate = callOrFail<&Methods::xTruncate, Operation::SetSize, SQLITE_IOERR_TRUNCATE>,
+    .xSync = callOrFail<&Methods::xSync, Operation::Sync, SQLITE_IOERR_FSYNC>,
+    .xFileSize = callOrFail<&Methods::xFileSize, Operation::ReadStatus, SQLITE_IOERR_FSTAT>,
+    .xLock = callOrFail<&Methods::xLock, Operation::Lock, SQLITE_IOERR_LOCK>,
+    .xUnlock = call<&Methods::xUnlock>,
+    .xCheckReservedLock = call<&Methods::xCheckReservedLock>,
+    .xFileControl = call<&Methods::xFileControl>,
+    .xSectorSize = call<&Methods::xSectorSize>,
+    .xDeviceCharacteristics = call<&Methods::xDeviceCharacteristics>,
+    .xShmMap = callOrFail<&Methods::xShmMap, Operation::Map, SQLITE_IOERR_SHMMAP>,
+    .xShmLock = call<&Methods::xShmLock>,
+    .xShmBarrier = barrier,
+    .xShmUnmap = call<&Methods::xShmUnmap>,
+    .xFetch = nullptr,
+    .xUnfetch = nullptr,
+};
 
 int openFile(sqlite3_vfs*, const char* name, sqlite3_file* file, int flags, int* outFlags) {
     file->pMethods = nullptr;
