@@ -1,37 +1,13 @@
 // Tests scripts in a host that has set a locale with a decimal comma.
 #include "script_fixture.h"
 
-#include <qel/platform/process_run.h>
-#include <tests/support/environment.h>
-#include <tests/support/scratch_folder.h>
+#include <tests/support/comma_locale.h>
 
-#include <clocale>
 #include <cstdio>
 
 namespace {
 
 using qelSq::Object;
-
-/// Builds a locale with a decimal comma and uses it for the process until the end of the scope.
-class CommaLocale {
-public:
-    CommaLocale() {
-        folder.write("source",
-                     "LC_NUMERIC\ndecimal_point \",\"\nthousands_sep \".\"\ngrouping 3;3\nEND LC_NUMERIC\n");
-        // localedef warns about everything that the source omits.
-        qel::platform::runProcess(
-            {"sh", "-c", "cd \"$0\" && localedef -c -i source -f ANSI_X3.4-1968 ./comma 2>/dev/null",
-             folder.path()},
-            {});
-        isSet = std::setlocale(LC_ALL, "comma") != nullptr;
-    }
-    ~CommaLocale() { std::setlocale(LC_ALL, before.c_str()); }
-
-    const qel::test::ScratchFolder folder;
-    const qel::test::EnvironmentVariable path{"LOCPATH", folder.path().c_str()};
-    const std::string before = std::setlocale(LC_ALL, nullptr);
-    bool isSet = false;
-};
 
 /// Returns 1.5 as the C library formats it.
 std::string formatHere() {
@@ -43,12 +19,12 @@ std::string formatHere() {
 class ScriptLocale : public qel::test::ScriptFixture {
 protected:
     void SetUp() override {
-        if (!locale.isSet) GTEST_SKIP() << "localedef cannot build a locale here";
+        if (!locale.isSet()) GTEST_SKIP() << "localedef cannot build a locale here";
         ASSERT_EQ(formatHere(), "1,5");
         ScriptFixture::SetUp();
     }
 
-    const CommaLocale locale;
+    const qel::test::CommaLocale locale;
 };
 
 TEST_F(ScriptLocale, NumbersAreReadAndFormattedWithADecimalPoint) {
