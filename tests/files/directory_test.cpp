@@ -42,14 +42,6 @@ TEST_F(DirectoryTree, ReadsEachEntryOnceInFoldersOfAnySize) {
     EXPECT_EQ(directory.readNextFile(), "");
 }
 
-TEST_F(DirectoryTree, AFileHasNoEntries) {
-    Directory directory(tree);
-    String name = "unchanged";
-    EXPECT_FALSE(directory.open(path("outside/precious")));
-    EXPECT_FALSE(directory.read(name));
-    EXPECT_EQ(name, "unchanged");
-}
-
 TEST_F(DirectoryTree, AFolderIsCreatedWithAllItsParents) {
     EXPECT_TRUE(Directory::createDirectoryRecursively(path("a/b//c/")));
     EXPECT_TRUE(fs::is_directory(path("a/b/c")));

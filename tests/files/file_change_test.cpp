@@ -5,8 +5,6 @@
 #include <qel/foundation/base/buffer.h>
 #include <tests/files/file_fixture.h>
 
-#include <functional>
-
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
@@ -148,59 +146,6 @@ TEST_F(FileChange, ShortWritesContinueAndAFailedOneIsLogged) {
     log.expect(3, "cant write file '" + path("file") + "' of 15 bytes; No space left on device");
     EXPECT_FALSE(File::writeFile(path("missing/file"), ConstByteSpan::fromText(kNew)));
     EXPECT_TRUE(log.take().empty()) << "a file that cannot be opened is reported only by the result";
-}
-
-// --- each operation of a change fails in turn, until the change succeeds --------------------------------
-
-auto countOpenFiles() {
-    return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
-}
-
-struct Change {
-    const char* name;
-    std::function<bool(const test::ScratchFolder&)> run;
-    int fewestWaysToFail;
-};
-
-const Change kChanges[] = {
-    {"copy: status three times, open twice, read, write, mode, close, time, rename",
-     [](auto& folder) { return File::copyFile(folder.path("from"), folder.path("to")); }, 10},
-    {"move: rename", [](auto& folder) { return File::moveFile(folder.path("from"), folder.path("to")); }, 1},
-    {"create: open, extend, close",
-     [](auto& folder) { return File::createEmptyFile(folder.path("made"), 100, true); }, 3},
-};
-
-/// Makes one operation of a change fail. @return true if there was none left to fail.
-bool worksWithout(int step, const Change& change, Duration duration) {
-    SCOPED_TRACE(change.name + (", step " + std::to_string(step)));
-    const test::ScratchFolder folder;
-    folder.write("from", kNew);
-    folder.write("to", kOld);
-    test::LogCapture log;
-    const auto openFiles = countOpenFiles();
-    FailingFiles files(step, std::errc::no_space_on_device, duration);
-    const bool worked = change.run(folder);
-    seams::setFaults(nullptr);
-    EXPECT_EQ(countOpenFiles(), openFiles);
-    if (worked && !files.hasFailed()) return true;
-    EXPECT_EQ(log.take().size(), worked ? 0u : 1u);
-    EXPECT_EQ(folder.read("from"), kNew);
-    EXPECT_EQ(folder.read("to"), worked ? kNew : kOld)
-        << "only closing the source may fail without a log line";
-    if (duration == Duration::Once) {
-        EXPECT_EQ(folder.countEntries(), 2) << "an unfinished file is left";
-    }
-    return false;
-}
-
-TEST(FailedChange, LeavesEachFileUnchangedAndNoOther) {
-    for (const Duration duration : {Duration::Once, Duration::ForGood}) {
-        for (const Change& change : kChanges) {
-            int step = 0;
-            while (!worksWithout(step, change, duration)) ++step;
-            EXPECT_GE(step, change.fewestWaysToFail) << change.name;
-        }
-    }
 }
 
 } // namespace

@@ -41,12 +41,6 @@ TEST_F(Locks, ExcludeOthersUntilReleasedOrTheHolderIsKilled) {
     folder.write("lock", "content");
     checkExclusion([&] { return std::make_unique<FileLock>(path("lock").c_str()); });
     EXPECT_EQ(folder.read("lock"), "content");
-    FileLock guarded(path("lock").c_str()), other(path("lock").c_str());
-    {
-        FileLockGuard guard(&guarded);
-        EXPECT_FALSE(other.tryLock());
-    }
-    EXPECT_TRUE(other.tryLock());
 
     const std::string name = "test/" + std::to_string(getpid());
     ASSERT_TRUE(GlobalMutex::create(name.c_str()));

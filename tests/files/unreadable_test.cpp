@@ -63,17 +63,6 @@ TEST_F(Unreadable, NamesInAnUnsearchableFolderAreListedAsUnknown) {
     });
 }
 
-TEST_F(Unreadable, AnEntryWhoseStatusCannotBeReadIsListedAsUnknown) {
-    Directory directory(path("tree/a"));
-    File::FileInfo info;
-    const FailingFiles files(Operation::ReadStatus, std::errc::io_error);
-    EXPECT_TRUE(directory.read(info));
-    EXPECT_EQ(info.name, "file");
-    EXPECT_TRUE(info.isUnknown);
-    log.expect(2, "'" + path("tree/a/file") + "' could not be examined; Input/output error");
-    EXPECT_FALSE(directory.read(info));
-}
-
 TEST_F(Unreadable, AReadErrorEndsTheEntriesAndIsReported) {
     Directory directory(tree);
     EXPECT_FALSE(directory.hasFailed());
@@ -88,12 +77,6 @@ TEST_F(Unreadable, AReadErrorEndsTheEntriesAndIsReported) {
     EXPECT_FALSE(directory.read(name)) << "the entries have ended";
     EXPECT_TRUE(directory.open(tree));
     EXPECT_FALSE(directory.hasFailed()) << "a second open starts again";
-}
-
-TEST_F(Unreadable, AFolderThatCannotBeOpenedHasFailed) {
-    const Directory directory(path("missing"));
-    EXPECT_EQ(directory.getError(), std::errc::no_such_file_or_directory);
-    EXPECT_FALSE(Directory().hasFailed()) << "it was never opened";
 }
 
 TEST_F(Unreadable, AFolderThatCannotBeReadIsNotEmpty) {
@@ -121,12 +104,6 @@ TEST_F(Unreadable, TheSizeOfTheRestIsReportedAsIncomplete) {
     });
 }
 
-TEST_F(Unreadable, AMissingFolderHasNoSize) {
-    uint64 size = 1;
-    EXPECT_FALSE(Directory::getSize(path("missing"), size));
-    EXPECT_EQ(size, 0u);
-}
-
 TEST_F(Unreadable, AFileIsFoundInTheRest) {
     asUnprivilegedOwner(folder, [this] {
         String found;
@@ -134,13 +111,6 @@ TEST_F(Unreadable, AFileIsFoundInTheRest) {
         EXPECT_EQ(found, path("tree/z/target"));
         EXPECT_FALSE(Directory::findFile(tree, "nowhere", found));
         log.take();
-    });
-}
-
-TEST_F(Unreadable, TheHashOfATreeThatCannotBeReadIsZero) {
-    asUnprivilegedOwner(folder, [this] {
-        EXPECT_EQ(Directory::getDirectoryHash(tree), 0u);
-        expectDenied("tree/locked/file", "read");
     });
 }
 
@@ -173,38 +143,14 @@ TEST_F(Unreadable, EmptyFoldersOfTheRestAreDeleted) {
     EXPECT_TRUE(folder.has("tree/locked"));
 }
 
-TEST_F(Unreadable, ARootThatCannotBeSearchedForEmptyFoldersIsLogged) {
-    EXPECT_TRUE(Directory::deleteEmptyDirectoriesInPathRecursively(path("missing")));
-    const FailingFiles files(Operation::Open, std::errc::io_error);
-    EXPECT_FALSE(Directory::deleteEmptyDirectoriesInPathRecursively(tree));
-    log.expect(2, "'" + tree + "' could not be read; Input/output error");
-    EXPECT_TRUE(log.take().empty()) << "a missing folder is not logged";
-}
-
-TEST_F(Unreadable, EachFailingFolderIsLogged) {
-    const std::string second = folder.makeFolder("tree/z/second");
-    fs::permissions(second, fs::perms::none);
-    asUnprivilegedOwner(folder, [this] {
-        EXPECT_EQ(Directory::getSize(tree), 7u);
-        expectDenied("tree/locked/file", "read");
-        expectDenied("tree/z/second", "read");
-    });
-    fs::permissions(second, fs::perms::owner_all);
-}
-
 // --- deletion ---------------------------------------------------------------------------------------------
 
 TEST_F(Unreadable, OwnFoldersAreGrantedAccessForTheirDeletion) {
-    fs::permissions(locked, fs::perms::none);
+    fs::permissions(folder.makeFolder("tree/z/closed"), fs::perms::none);
     asUnprivilegedOwner(folder, [this] {
         EXPECT_TRUE(Directory::deleteDirectoryRecursively(locked)) << "at the root of the tree";
-        EXPECT_FALSE(folder.has("tree/locked"));
+        EXPECT_TRUE(Directory::deleteDirectoryRecursively(tree)) << "within the tree";
     });
-}
-
-TEST_F(Unreadable, OwnFoldersWithinATreeAreGrantedAccessToo) {
-    fs::permissions(folder.makeFolder("tree/z/closed"), fs::perms::none);
-    asUnprivilegedOwner(folder, [this] { EXPECT_TRUE(Directory::deleteDirectoryRecursively(tree)); });
     EXPECT_FALSE(folder.has("tree"));
 }
 
