@@ -512,26 +512,6 @@ TEST_F(JsonRpcTest, OnlyAnAbandonedSocketIsReplaced) {
     EXPECT_TRUE(folder.has("file"));
 }
 
-TEST_F(JsonRpcTest, AServerAnswersOnItsSocketUntilItDrains) {
-    const test::ScratchFolder folder;
-    const std::string path = folder.path("socket");
-    JsonRpcServer first(path, {});
-    ASSERT_TRUE(first.start());
-    Peer peer;
-    ASSERT_FALSE(platform::connectLocally(peer.socket, path.c_str()));
-    first.poll();
-    peer.send(call("x"));
-    first.wait(-1);
-    first.poll();
-    EXPECT_EQ(peer.receive(), error(-32601, "Method not found", "1"));
-    first.drain();
-    peer.send(call("x"));
-    first.poll();
-    EXPECT_EQ(peer.receive(), "");
-    first.stop();
-    EXPECT_FALSE(folder.has("socket"));
-}
-
 TEST_F(JsonRpcTest, AServerThatCannotWaitPausesAndStillAnswers) {
     LogCapture log;
     Peer peer = connect();

@@ -96,6 +96,15 @@ protected:
         return packet->getItem("result").getJSON(false);
     }
 
+    /// Waits for the failure of a job and returns its error.
+    std::string failure(int attempt) {
+        const SmartPointer<Packet> packet = answer();
+        if (!packet || !packet->fit(qeljobs::failureScheme())) return "no failure";
+        EXPECT_EQ(packet->get<GUID>("id"), kId);
+        EXPECT_EQ(packet->getInteger("attempt"), attempt);
+        return packet->getString("error");
+    }
+
     const std::string idText = "010203" + std::string(58, '0');
     const GUID kId = GUID::fromString(idText.c_str());
     LogCapture capture; // takes what the worker logs
@@ -144,12 +153,7 @@ TEST_F(WorkerTest, ReportsWhyAJobFailedAndContinues) {
     };
     for (const auto& [kind, files, error] : cases) {
         send(makeJob(3, kind, files));
-        const SmartPointer<Packet> packet = answer();
-        ASSERT_TRUE(packet);
-        ASSERT_TRUE(packet->fit(qeljobs::failureScheme()));
-        EXPECT_EQ(packet->getString("error"), error);
-        EXPECT_EQ(packet->get<GUID>("id"), kId);
-        EXPECT_EQ(packet->getInteger("attempt"), 3);
+        EXPECT_EQ(failure(3), error);
     }
     capture.take();
 }
@@ -157,10 +161,7 @@ TEST_F(WorkerTest, ReportsWhyAJobFailedAndContinues) {
 TEST_F(WorkerTest, AJobWithoutAUserFails) {
     access = {};
     send(makeJob(1, "hash", {folder.write("file", "x")}));
-    const SmartPointer<Packet> packet = answer();
-    ASSERT_TRUE(packet);
-    ASSERT_TRUE(packet->fit(qeljobs::failureScheme()));
-    EXPECT_STREQ(packet->getString("error"), "the job names no user");
+    EXPECT_EQ(failure(1), "the job names no user");
     EXPECT_EQ(total, 0);
 }
 
@@ -170,10 +171,7 @@ TEST_F(WorkerTest, AJobOfAnotherUserNeedsPermission) {
     peer.user.user = platform::userId() + 1;
     access = peer.toItem();
     send(makeJob(1, "hash", {file}));
-    const SmartPointer<Packet> packet = answer();
-    ASSERT_TRUE(packet);
-    ASSERT_TRUE(packet->fit(qeljobs::failureScheme()));
-    EXPECT_EQ(packet->getString("error"), "not permitted: '" + file + "'");
+    EXPECT_EQ(failure(1), "not permitted: '" + file + "'");
     EXPECT_EQ(total, 0) << "the size is not revealed either";
 }
 
