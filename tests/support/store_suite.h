@@ -180,20 +180,6 @@ TEST_P(StoreSuite, CopiesAnotherStoreInOneTransaction) {
     EXPECT_EQ(run("all"), ".= w=1 x=x y=y z=z");
 }
 
-TEST_P(StoreSuite, ACursorVisitsKeysAndValuesInOrder) {
-    for (int i = 0; i < 200; ++i) store->set(Item(i), Item(2 * i));
-    const auto cursor = store->openCursor();
-    for (int i = 0; i < 200; ++i) {
-        ASSERT_TRUE(cursor->next());
-        EXPECT_EQ(cursor->key(), Item(i));
-        EXPECT_EQ(cursor->key().getStore(), store.get());
-        ASSERT_NE(cursor->value(), nullptr);
-        EXPECT_EQ(*cursor->value(), Item(2 * i));
-        EXPECT_EQ(cursor->value()->getStore(), store.get());
-    }
-    EXPECT_FALSE(cursor->next());
-}
-
 TEST_P(StoreSuite, StartsACursorAfterAKeyThatNeedNotExist) {
     run("set a 1; set c 2");
     const auto cursor = store->openCursor();

@@ -48,17 +48,6 @@ TEST_F(DeepTransactions, BehaveLikeAnOrderedMap) {
     EXPECT_TRUE(store.verify());
 }
 
-TEST_F(DeepTransactions, RestoreTheBytesOfARemovedKey) {
-    store.set(Item().addInteger64(5), Item("old"));
-    const std::string before = contentOf(store);
-    descend(store, kLevels);
-    store.begin();
-    store.remove(Item(5), Item(5));
-    store.set(Item(5), Item("new"));
-    for (int level = 0; level <= kLevels; ++level) store.rollback();
-    EXPECT_EQ(contentOf(store), before);
-}
-
 TEST_F(DeepTransactions, KeepOrRestoreEachOfManyLevels) {
     constexpr int kMany = 10'000;
     descend(store, kMany);

@@ -70,36 +70,6 @@ TEST_F(LargeValues, AreStoredOutsideTheRows) {
     EXPECT_EQ(*store->get(Item("small")), valueOf(512));
 }
 
-TEST_F(LargeValues, LeaveNothingWhenReplacedOrRemoved) {
-    using Change = void (*)(SqliteStore&);
-    const struct {
-        const char* name;
-        Change change;
-        int64 left;
-    } cases[] = {
-        {"by a larger one", [](SqliteStore& s) { s.set(kKey, valueOf(70'000)); }, 2},
-        {"by a small one", [](SqliteStore& s) { s.set(kKey, valueOf(5)); }, 1},
-        {"of one key", [](SqliteStore& s) { s.remove(kKey, kKey); }, 1},
-        {"of a range", [](SqliteStore& s) { s.remove(Item(), Item("image").addEnd()); }, 0},
-        {"by a wildcard", [](SqliteStore& s) { s.remove(Item().addWildcard(), Item().addWildcard()); }, 2},
-        {"and restored", [](SqliteStore& s) { s.begin(), s.remove(Item(), kKey), s.rollback(); }, 2},
-    };
-    for (const auto& [name, change, left] : cases) {
-        open();
-        store->remove(Item(), Item().addEnd());
-        store->set(kKey, valueOf(600));
-        store->set(Item("image").add(8), valueOf(2000));
-        change(*store);
-        const std::string content = contentOf(*store);
-        EXPECT_TRUE(store->verify()) << name;
-        close();
-        EXPECT_EQ(countLarge(), left) << name;
-        open();
-        EXPECT_EQ(contentOf(*store), content) << name;
-        close();
-    }
-}
-
 TEST_F(LargeValues, OfAnEarlierLayoutMoveWhenWritten) {
     open();
     store->set(kKey, Item(1));

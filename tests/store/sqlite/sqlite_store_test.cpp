@@ -1,6 +1,7 @@
 #include <qel/store/core/item.h>
 #include <qel/store/sqlite/sqlite_store.h>
 
+#include <tests/store/sqlite/full_disk.h>
 #include <tests/support/formats_page.h>
 #include <tests/support/log_capture.h>
 #include <tests/support/scratch_folder.h>
@@ -8,11 +9,8 @@
 
 #include <gtest/gtest.h>
 
-#include <csignal>
 #include <filesystem>
 #include <optional>
-#include <random>
-#include <sys/resource.h>
 
 namespace qel {
 namespace {
@@ -152,29 +150,6 @@ TEST_F(SqliteStoreTest, AFileWhoseCreationWasKilledIsCreatedAgain) {
     EXPECT_EQ(contentOf(path), "036100=0801 ");
 }
 
-TEST_F(SqliteStoreTest, DamageCausesARefusalOrOtherValues) {
-    open();
-    for (int i = 0; i < 2000; ++i) store->set(Item(i).add(std::string(20 + i % 50, 'k')), Item(i));
-    store.reset();
-    const std::string sound = scratch.read("data.store");
-    std::mt19937 random(1);
-    int refusals = 0;
-    for (int round = 0; round < 100; ++round) {
-        std::string damaged = sound;
-        for (int i = 0; i < 8; ++i) damaged[random() % damaged.size()] = static_cast<char>(random());
-        scratch.write("data.store", damaged);
-        test::LogCapture log;
-        SqliteStore opened(path);
-        if (!opened.good() || !opened.verify()) {
-            ++refusals;
-            EXPECT_EQ(log.take().size(), 1u);
-            opened.close();
-            EXPECT_TRUE(scratch.read("data.store") == damaged) << round;
-        }
-    }
-    EXPECT_GT(refusals, 50);
-}
-
 TEST_F(SqliteStoreTest, AFailingDiskNeverLosesCommittedData) {
     open();
     store->set(Item("old"), Item(1));
@@ -183,11 +158,7 @@ TEST_F(SqliteStoreTest, AFailingDiskNeverLosesCommittedData) {
     const std::string large(1'000'000, 'x');
     const std::string name = "store '" + path + "'";
     test::LogCapture log;
-    rlimit before{};
-    getrlimit(RLIMIT_FSIZE, &before);
-    const rlimit limited{60'000, before.rlim_max};
-    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
-    setrlimit(RLIMIT_FSIZE, &limited);
+    std::optional<test::FullDisk> disk(std::in_place);
     store->begin();
     store->set(Item("old"), Item(large));
     store->commit();
@@ -203,8 +174,7 @@ TEST_F(SqliteStoreTest, AFailingDiskNeverLosesCommittedData) {
     store->begin();
     for (int i = 0; i < 40; ++i) store->set(Item(i), Item(large)); // does not fit in the page cache
     store->rollback();
-    setrlimit(RLIMIT_FSIZE, &before);
-    std::signal(SIGXFSZ, handler);
+    disk.reset();
     store->set(Item("late"), Item(3)); // belongs to a transaction that has lost its beginning
     store->commit();
     log.expect(3, "[STORE] can't write to " + name + ": disk I/O error (778)");

@@ -1,6 +1,5 @@
 #include <qel/store/core/cache_store.h>
 #include <qel/store/core/item.h>
-#include <qel/store/core/memory_store.h>
 #include <qel/store/core/scoped_transaction.h>
 #include <qel/store/sqlite/sqlite_store.h>
 
@@ -133,15 +132,6 @@ TEST_P(StoreFailure, AClosedStoreHasNoValuesAndRefusesWrites) {
 
 INSTANTIATE_TEST_SUITE_P(Sqlite, StoreFailure, testing::Bool(),
                          [](const auto& isCached) { return isCached.param ? "Cached" : "Plain"; });
-
-TEST(MemoryStoreFailure, NeverOccurs) {
-    MemoryStore memory;
-    memory.begin();
-    memory.set(kKey, Item(1));
-    EXPECT_TRUE(memory.tryCommit());
-    EXPECT_TRUE(memory.tryFlush());
-    EXPECT_EQ(memory.lastError(), "");
-}
 
 } // namespace
 } // namespace qel
