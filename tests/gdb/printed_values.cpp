@@ -43,8 +43,6 @@ void showStrings() {
     const qel::String& reference = shortText;
     const qel::StringId emptyId;
     const qel::StringId id("identifier");
-    const qel::StringId sharedId = id;
-    const qel::StringId umlautsId("Größe");
     Damaged<qel::String> storage;
     const qel::String& badAddress = storage.with({16, 4});
     Damaged<qel::String> sizeStorage;
@@ -62,7 +60,6 @@ void showPointers() {
     const qel::SmartPointer<Node> shared(new Node);
     const qel::SmartPointer<qel::Object> second = shared;
     const qel::WeakPointer<Node> weak(single);
-    const qel::WeakPointer<Node> weakNull;
     qel::SmartPointer<Node> dying(new Node);
     const qel::WeakPointer<Node> dead(dying);
     dying.reset();

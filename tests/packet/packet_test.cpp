@@ -120,19 +120,6 @@ TEST(PacketView, EndsACargoStringAtItsOwnLastByte) {
     EXPECT_STREQ(view.getCargoString(), "abc");
 }
 
-TEST(PacketView, IsEmptyUntilSomethingFits) {
-    LogCapture log;
-    PacketView view;
-    ASSERT_TRUE(fit(view, kAllKinds, *fromHex(documentedBytes("packet/all-kinds"))));
-    EXPECT_FALSE(view.fit(nullptr, {}, {}));
-    EXPECT_EQ(view.getScheme(), nullptr);
-    EXPECT_EQ(view.getInteger(kAllKinds.find("u8")), 0);
-    EXPECT_EQ(view.getCount(kAllKinds.find("ints")), 0u);
-    EXPECT_EQ(view.getCargo(), nullptr);
-    EXPECT_EQ(view.getInteger("u8"), 0);
-    log.expect(3, "packet without scheme has no field 'u8'");
-}
-
 TEST(Packet, RefusesInvalidPayloadsAndLogsTheReason) {
     const std::tuple<const PacketScheme*, const char*, const char*> refusals[] = {
         {&kJobs[1], "0000FFFFBD020200 00000000", "packet id wrong 701 != 700"},
@@ -309,14 +296,6 @@ TEST(Packet, IsItsOwnPayloadWhenBuiltInOrder) {
     EXPECT_EQ(toHex(packet), toHex(Packet(&kAllKinds, 0)));
 }
 
-TEST(Packet, IsItsOwnPayloadUpTo512BytesOfDynamicFields) {
-    Packet packet(&kAllKinds, 0);
-    packet.allocateBuffer("text", 512);
-    EXPECT_EQ(packet.getPayloadBytes().data, packet.getPayload());
-    packet.allocateBuffer("blob", 1);
-    EXPECT_NE(packet.getPayloadBytes().data, packet.getPayload());
-}
-
 TEST(Packet, SwapExchangesEverything) {
     Packet first(&kAllKinds, 1);
     first.setInteger("i32", 5);
@@ -452,13 +431,6 @@ TEST(PacketText, RefusesCorruptText) {
     }
     EXPECT_EQ(Packet::createFromBufferWithManifest({reinterpret_cast<const uint8*>("abc"), 3}), nullptr);
     log.expect(2, "corrupt buffer_manifest packet encoding");
-}
-
-TEST(PacketText, ABufferWithManifestKeepsEveryByte) {
-    for (const String hex : {"00000000BC020200", "00000000BC020200AB", "00000000BC020200ABCDEF"}) {
-        const Buffer bytes = fromHex(hex)->convertToBufferWithManifest();
-        EXPECT_EQ(toHex(*Packet::createFromBufferWithManifest(bytes.getConstByteSpan())), hex);
-    }
 }
 
 TEST(PacketText, AcceptsPayloadsBelow16MiB) {

@@ -2,19 +2,16 @@
 #include <qel/platform/known_folders.h>
 #include <qel/platform/machine.h>
 #include <qel/platform/process_self.h>
-#include <qel/platform/system_error.h>
 
 #include <tests/support/environment.h>
 
 #include <gtest/gtest.h>
 
 #include <bit>
-#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <limits>
 #include <list>
-#include <thread>
 #include <vector>
 
 #include <unistd.h>
@@ -115,10 +112,3 @@ TEST(ProcessSelfDeathTest, EndsAtOnceOrAtABreakPoint) {
         testing::KilledBySignal(SIGTRAP), "");
 }
 
-TEST(SystemError, IsPerThreadAndHasAText) {
-    errno = EACCES;
-    std::thread([] { errno = ENOENT; }).join();
-    EXPECT_EQ(lastErrorCode(), EACCES);
-    EXPECT_EQ(errorText(ENOENT), "No such file or directory");
-    EXPECT_EQ(errorText(std::int64_t{1} << 40), "Unknown error 1099511627776");
-}

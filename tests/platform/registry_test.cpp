@@ -38,29 +38,19 @@ TEST_F(RegistryTest, StoresEachValueInItsOwnFileWithASafeName) {
     }
 }
 
-TEST_F(RegistryTest, AFailedStepLeavesTheOldValueOrTheNewOne) {
+TEST_F(RegistryTest, WhatAKilledWriterLeftIsReplaced) {
     scratch.write("settings/key/value.new", "half of what a killed writer wan");
-    for (const bool isShort : {false, true}) {
-        int failures = 0;
-        for (bool hasFailed = true; hasFailed;) {
-            ASSERT_FALSE(writeRegistryValue("key", "value", "old"));
-            FileError error;
-            {
-                test::FailingFiles faults(failures, std::errc::no_space_on_device);
-                if (isShort) faults.makeShort();
-                error = writeRegistryValue("key", "value", "newer");
-                hasFailed = faults.hasFailed();
-            }
-            if (hasFailed) ++failures;
-            const std::string now = read("key", "value");
-            if (now != "newer") {
-                EXPECT_EQ(now, "old") << failures;
-                EXPECT_TRUE(error) << failures;
-            }
-        }
-        EXPECT_GE(failures, 7); // opens, write, sync, close, rename, sync of the folder
-    }
+    EXPECT_FALSE(writeRegistryValue("key", "value", "new"));
+    EXPECT_EQ(read("key", "value"), "new");
     EXPECT_FALSE(scratch.has("settings/key/value.new"));
+}
+
+TEST_F(RegistryTest, AFailedSyncOfTheFileOrItsFolderIsReported) {
+    for (const int at : {0, 1}) {
+        const test::FailingFiles failing(at, std::errc::io_error, test::FailingFiles::Duration::Once,
+                                         Operation::Sync);
+        EXPECT_EQ(writeRegistryValue("key", "value", "new"), std::errc::io_error) << at;
+    }
 }
 
 TEST_F(RegistryTest, RefusesNonFilesAndLongNames) {

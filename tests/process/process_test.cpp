@@ -1,6 +1,5 @@
 // The life, streams and lines of children, which are shell scripts.
 #include <tests/process/process_fixture.h>
-#include <tests/support/failing_files.h>
 
 #include <gmock/gmock.h>
 
@@ -9,7 +8,6 @@
 #include <cstring>
 #include <vector>
 
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -120,29 +118,6 @@ TEST_F(ProcessLife, AFailedStartIsStoredAndLogged) {
     EXPECT_EQ(countDescriptors(), descriptors);
 }
 
-TEST_F(ProcessLife, WithoutDescriptorsNothingStartsOrLeaks) {
-    rlimit before{};
-    getrlimit(RLIMIT_NOFILE, &before);
-    const int probe = dup(0);
-    close(probe);
-    // Sanitizers need a descriptor when they first check a type.
-    LogCapture capture;
-    EXPECT_FALSE(Pointer(new Process())->spawn("/missing", {}, nullptr, true));
-    for (rlim_t room = 0; room < 6; ++room) {
-        Process process;
-        process.disableSmartPointers();
-        const rlimit tight{static_cast<rlim_t>(probe) + room, before.rlim_max};
-        setrlimit(RLIMIT_NOFILE, &tight);
-        EXPECT_FALSE(process.spawn("/bin/true", {}, nullptr, true));
-        setrlimit(RLIMIT_NOFILE, &before);
-        EXPECT_EQ(process.errorText(), platform::errorText(EMFILE));
-        const int next = dup(0);
-        close(next);
-        EXPECT_EQ(next, probe);
-    }
-    EXPECT_EQ(capture.take().size(), 1 + 6u);
-}
-
 TEST_F(ProcessLife, AChildCollectedByOtherCodeIsNotKilled) {
     const Pointer process = runShell("exit 3");
     const Pointer terminated = runShell("exit 3");
@@ -199,13 +174,6 @@ TEST_F(ProcessStreams, AStreamThatTheChildClosedBlocksNeitherSide) {
     EXPECT_TRUE(process->tick());
     EXPECT_FALSE(process->error());
     EXPECT_FALSE(process->isEOF());
-}
-
-TEST_F(ProcessStreams, AnErrorOfAStreamClosesIt) {
-    Wire failing;
-    const FailingFiles broken(0, std::errc::io_error);
-    EXPECT_TRUE(failing.isEOF());
-    EXPECT_TRUE(failing.error());
 }
 
 TEST_F(ProcessStreams, LinesAbove64MiBAreDropped) {

@@ -125,12 +125,5 @@ TEST(Matrix, AnyIndexStaysInsideTheMatrix) {
     EXPECT_EQ(m.col(17), m.col(2));
 }
 
-TEST(Double4x4, TakesItsDiagonalAndScalesColumns) {
-    const Double4x4 m(1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16);
-    EXPECT_EQ(m.diag(), IVec4<double>(1, 6, 11, 16));
-    EXPECT_EQ(m.getRotationMatrix(), Double3x3(1, 2, 3, 5, 6, 7, 9, 10, 11));
-    EXPECT_EQ(m.multiplyCols({1, 10, 100, 0})[1], IVec4<double>(5, 60, 700, 0));
-}
-
 } // namespace
 } // namespace qel

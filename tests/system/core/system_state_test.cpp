@@ -47,10 +47,6 @@ TEST_F(SystemState, TheDevicesRotationBecomesAQuarterTurn) {
     }
 }
 
-TEST_F(SystemState, TheHookForPhonesStartsUnconnected) {
-    EXPECT_FALSE(system().delegateIsMobile.isConnected());
-}
-
 TEST_F(SystemState, EarlyUrlIsReturnedOnce) {
     system().delegateHandleURL("qel:open");
     for (const char* url : {"qel:open", ""}) EXPECT_EQ(system().popSavedStartupURL(), url);
@@ -70,14 +66,6 @@ TEST_F(SystemState, AnUnknownExecutablePathIsTakenFromTheCommandLine) {
     system().overrideExecutablePath("");
     give({});
     EXPECT_EQ(system().getExecutablePath(), "program");
-}
-
-TEST_F(SystemState, EnvironmentOfTheSystemIsItsOwn) {
-    system().setEnv("QEL_KEY", "old");
-    system().setEnv("QEL_KEY", "new");
-    EXPECT_STREQ(system().getEnv("QEL_KEY"), "new");
-    system().unsetEnv("QEL_KEY");
-    EXPECT_EQ(system().getEnv("QEL_KEY"), nullptr);
 }
 
 TEST_F(SystemState, ParameterIsTheArgumentAfterItsName) {
