@@ -60,7 +60,7 @@ std::string pathCase(const Program& program, ValueKind kind, std::string_view fl
                   [kind](const Option& option) { return option.setting.kind == kind; });
 }
 
-/// Returns the branch that completes the names of the commands. @return empty if there are none.
+/// Returns the branch that completes the names of the commands. @return empty without commands.
 std::string commandBranch(const Program& program) {
     std::string names;
     for (const auto& [synopsis, meaning] : program.commands)

@@ -20,7 +20,7 @@ std::string quoted(std::string_view name);
 std::string printable(std::string_view name);
 
 /// Returns the encoding that @p format, or else the extension of @p path, names; PNG for "-".
-/// @errors complains and returns nothing if there is none.
+/// @errors complains and returns nothing if no encoding has that name.
 std::optional<qel::Image::Encoding> findEncoding(const std::string& path, const std::string& format = {});
 
 /// Encodes a picture and writes it. @param path  "-" for standard output.

@@ -95,7 +95,7 @@ Words parseOptions(CLI::App& parser, CommandLine& line, std::span<const std::str
     return {};
 }
 
-/// Returns the option that @p word names, with or without a value. @return null if there is none.
+/// Returns the option that @p word names, with or without a value. @return null if no option does.
 const Option* findOption(const Program& program, std::string_view word) {
     const std::string name(word.substr(0, word.find('=')));
     for (const Option& option : program.options) {

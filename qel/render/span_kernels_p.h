@@ -60,7 +60,7 @@ struct ByteMix {
     uint16 offset[4] = {};
 
     /// Finds numbers with which all old bytes become what they become in single precision.
-    /// @return false if there are none.
+    /// @return false if no such numbers exist.
     bool fit(const SpanMix& mix);
 };
 

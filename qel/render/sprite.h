@@ -77,7 +77,7 @@ public:
     /// Returns the pixels. Loads them if they are not in memory; the image is uninitialised if that fails,
     /// and while an asynchronous load is running.
     Image& getImage();
-    /// Returns the first byte of the pixels, loaded as by getImage(); null if there are none.
+    /// Returns the first byte of the pixels, loaded as by getImage(); null if that fails.
     uint8* getData() { return getImage().getBytePointer(); }
     /// Returns the texture of this size and keeps it for another 25 seconds; null if it does not exist.
     Texture* hasTexture(const IVec2<int>& size);

@@ -12,7 +12,7 @@ SpriteCache& cacheIn(SmartPointer<Object>& holder) {
     return *static_cast<SpriteCache*>(holder.get());
 }
 
-/// Returns @p name with "." and @p language inserted in front of its extension, or appended if it has none.
+/// Returns @p name with "." and @p language inserted in front of its extension, or appended without one.
 std::string languageVariant(const std::string& name, const char* language) {
     const size_t dot = name.find_last_of("./");
     const bool hasExtension = dot != std::string::npos && name[dot] == '.';

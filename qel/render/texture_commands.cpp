@@ -48,7 +48,7 @@ void decodeEach(const uint8* texels, int texelBytes, int count, float* colors, c
     }
 }
 
-/// Decodes texels by a row function, or one by one where there is none.
+/// Decodes texels by a row function, or one by one if no function exists.
 class RowDecoder {
 public:
     RowDecoder(DecodeTexels rows, DecodeTexel single, int texelBytes)

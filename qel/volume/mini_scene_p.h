@@ -98,7 +98,7 @@ public:
 
     MiniScene();
 
-    /// Returns the closest hit; beyond kFarDistance there is none.
+    /// Returns the closest hit; nothing is hit beyond kFarDistance.
     RayHit hit(const Ray& ray) const;
     /// Returns true if nothing lies between the ray's origin and @p distance.
     bool isFree(const Ray& ray, float distance) const;

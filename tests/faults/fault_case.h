@@ -48,8 +48,8 @@ struct FaultCase {
 
 std::ostream& operator<<(std::ostream& out, const FaultCase& faultCase);
 
-/// Returns a run that calls @p function with the paths of @p names. Its result reports success if it is a bool,
-/// and is the value that was determined otherwise.
+/// Returns a run that calls @p function with the paths of @p names. Its result reports success if it is a
+/// bool, and is the value that was determined otherwise.
 template <typename Function, typename... Names>
 auto on(Function function, Names... names) {
     return [=](const ScratchFolder& folder) {

@@ -95,13 +95,17 @@ TEST_F(Unreadable, AFolderThatCannotBeReadIsNotEmpty) {
 // --- walks continue after it and report it ----------------------------------------------------------------
 
 TEST_F(Unreadable, TheSizeOfTheRestIsReportedAsIncomplete) {
+    const std::string second = folder.makeFolder("tree/z/second");
+    fs::permissions(second, fs::perms::none);
     asUnprivilegedOwner(folder, [this] {
         uint64 size = 0;
         EXPECT_FALSE(Directory::getSize(tree, size));
         EXPECT_EQ(size, 7u);
         expectDenied("tree/locked/file", "read");
+        expectDenied("tree/z/second", "read");
         EXPECT_TRUE(log.take().empty()) << "one line for each folder";
     });
+    fs::permissions(second, fs::perms::owner_all);
 }
 
 TEST_F(Unreadable, AFileIsFoundInTheRest) {
@@ -111,6 +115,13 @@ TEST_F(Unreadable, AFileIsFoundInTheRest) {
         EXPECT_EQ(found, path("tree/z/target"));
         EXPECT_FALSE(Directory::findFile(tree, "nowhere", found));
         log.take();
+    });
+}
+
+TEST_F(Unreadable, TheHashOfATreeThatCannotBeReadIsZero) {
+    asUnprivilegedOwner(folder, [this] {
+        EXPECT_EQ(Directory::getDirectoryHash(tree), 0u);
+        expectDenied("tree/locked/file", "read");
     });
 }
 

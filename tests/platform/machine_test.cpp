@@ -111,4 +111,3 @@ TEST(ProcessSelfDeathTest, EndsAtOnceOrAtABreakPoint) {
         },
         testing::KilledBySignal(SIGTRAP), "");
 }
-

@@ -22,7 +22,7 @@ protected:
         SystemFixture::TearDown();
     }
 
-    /// Returns the seed of the first frame that is drawn differently; kFrames if there is none.
+    /// Returns the seed of the first frame that is drawn differently; kFrames if all are equal.
     static uint32 firstDifference(seams::DrawingMode mode) {
         for (uint32 seed = 0; seed < kFrames; ++seed)
             if (Drawing::frame(numbers(seed), mode).memory != plainFrame(seed).memory) return seed;
