@@ -2,6 +2,7 @@
 #include <tests/support/log_capture.h>
 
 #include <qel/render/texture_software.h>
+#include <qel/testing/drawing.h>
 
 #include <gtest/gtest.h>
 
@@ -164,6 +165,37 @@ TEST(RendererSoftware, TargetsInForeignMemoryMayHaveAnyPitch) {
         EXPECT_EQ(copy.getBytePointer()[0], 255);
         EXPECT_EQ(copy.getBytePointer(1)[0], 7);
     }
+}
+
+TEST(RendererSoftware, RowsThatShareBytesAreDrawnInTheirOrder) {
+    std::vector<std::vector<uint8>> frames;
+    for (const seams::DrawingMode mode : {seams::DrawingMode::Plain, seams::DrawingMode::Inline}) {
+        std::vector<uint8> memory(80, 7);
+        const SmartPointer<Image> image = makeObject<Image>();
+        image->initializeFromExtern(BGRA8, {8, 12}, {{memory.data(), memory.size()}}, {4}, {});
+        ASSERT_TRUE(image->isInitialized());
+        seams::setDrawingMode(mode);
+        RendererSoftware renderer;
+        renderer.setRenderTarget(image.get());
+        renderer.start();
+        renderer.drawAALineInternal({1, 0}, {6, 11});
+        renderer.stop();
+        seams::setDrawingMode(seams::DrawingMode::Default);
+        frames.push_back(memory);
+    }
+    EXPECT_EQ(frames[0], frames[1]);
+}
+
+TEST(RendererSoftware, StacksMayBeDeep) {
+    Canvas canvas({4, 4});
+    for (int i = 0; i < 5000; ++i) {
+        canvas.renderer.pushClip({1, 1, 4, 4});
+        canvas.renderer.pushColor({1, 1, 1, 1});
+    }
+    canvas.renderer.drawRectInternal({0, 0, 4, 4});
+    for (int i = 0; i < 6000; ++i) canvas.renderer.popClip();
+    canvas.renderer.drawRectInternal({0, 0, 1, 1});
+    EXPECT_EQ(canvas.shape(), "#.../.###/.###/.###/");
 }
 
 // --- shapes
