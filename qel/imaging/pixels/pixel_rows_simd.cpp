@@ -14,9 +14,6 @@ namespace qel::internal::HWY_NAMESPACE {
 
 // Each kernel converts whole vectors of pixels and returns the number of pixels that it converted.
 
-/// Vectors for kernels that only move bytes: wider ones cross more cache lines and gain nothing.
-using HalfLine = hn::CappedTag<uint8_t, 32>;
-
 size_t SwapPairs(uint8_t* out, const uint8_t* in, size_t n) {
     const Words<Bytes> words;
     const size_t step = hn::Lanes(words);

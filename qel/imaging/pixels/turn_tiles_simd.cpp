@@ -25,15 +25,15 @@ HWY_INLINE hn::Vec<D> LoadBlocks(D d, const uint8_t* in, int64_t step) {
 
 /// Exchanges rows and columns of lanes in each block of the vectors; there are as many as a block has lanes.
 template <typename Lane>
-HWY_INLINE void Transpose(hn::Vec<Bytes>* vectors) {
+HWY_INLINE void Transpose(hn::Vec<HalfLine>* vectors) {
     constexpr size_t kLanes = 16 / sizeof(Lane);
-    const hn::Repartition<Lane, Bytes> lanes;
+    const hn::Repartition<Lane, HalfLine> lanes;
     for (size_t round = kLanes; round > 1; round /= 2) {
-        hn::Vec<Bytes> mixed[kLanes];
+        hn::Vec<HalfLine> mixed[kLanes];
         for (size_t i = 0; i < kLanes / 2; ++i) {
             const auto a = hn::BitCast(lanes, vectors[i]), b = hn::BitCast(lanes, vectors[i + kLanes / 2]);
-            mixed[2 * i] = hn::BitCast(Bytes(), hn::InterleaveLower(lanes, a, b));
-            mixed[2 * i + 1] = hn::BitCast(Bytes(), hn::InterleaveUpper(lanes, a, b));
+            mixed[2 * i] = hn::BitCast(HalfLine(), hn::InterleaveLower(lanes, a, b));
+            mixed[2 * i + 1] = hn::BitCast(HalfLine(), hn::InterleaveUpper(lanes, a, b));
         }
         for (size_t i = 0; i < kLanes; ++i) vectors[i] = mixed[i];
     }
@@ -43,16 +43,17 @@ HWY_INLINE void Transpose(hn::Vec<Bytes>* vectors) {
 template <typename Lane>
 HWY_INLINE void TurnVectors(uint8_t* out, int64_t outPitch, const uint8_t* in, int64_t inStep) {
     constexpr int64_t kLanes = 16 / sizeof(Lane);
-    hn::Vec<Bytes> vectors[kLanes];
-    for (int64_t i = 0; i < kLanes; ++i) vectors[i] = LoadBlocks(Bytes(), in + i * inStep, kLanes * inStep);
+    hn::Vec<HalfLine> vectors[kLanes];
+    for (int64_t i = 0; i < kLanes; ++i)
+        vectors[i] = LoadBlocks(HalfLine(), in + i * inStep, kLanes * inStep);
     Transpose<Lane>(vectors);
-    for (int64_t i = 0; i < kLanes; ++i) hn::StoreU(vectors[i], Bytes(), out + i * outPitch);
+    for (int64_t i = 0; i < kLanes; ++i) hn::StoreU(vectors[i], HalfLine(), out + i * outPitch);
 }
 
 /// Copies squares of 64 bytes a side, so that each line of both caches is used as a whole.
 template <typename Lane>
 HWY_INLINE size_t TurnLanes(uint8_t* out, int64_t outPitch, const uint8_t* in, int64_t inStep, size_t width) {
-    constexpr size_t kTile = kTileBytes / sizeof(Lane), kStep = hn::MaxLanes(Bytes()) / sizeof(Lane);
+    constexpr size_t kTile = kTileBytes / sizeof(Lane), kStep = hn::MaxLanes(HalfLine()) / sizeof(Lane);
     constexpr int64_t kRows = 16 / sizeof(Lane);
     size_t x = 0;
     for (; width - x >= kTile; x += kTile) {
