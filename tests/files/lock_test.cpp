@@ -41,6 +41,7 @@ TEST_F(Locks, ExcludeOthersUntilReleasedOrTheHolderIsKilled) {
     folder.write("lock", "content");
     checkExclusion([&] { return std::make_unique<FileLock>(path("lock").c_str()); });
     EXPECT_EQ(folder.read("lock"), "content");
+    EXPECT_TRUE(FileLock(path("created").c_str()).tryLock());
 
     const std::string name = "test/" + std::to_string(getpid());
     ASSERT_TRUE(GlobalMutex::create(name.c_str()));

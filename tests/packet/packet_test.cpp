@@ -327,6 +327,7 @@ TEST(Packet, KeepsTooLongWritesInsideTheField) {
     std::memset(packet.allocateInternal("shorts", 4), 0xFF, 8);
     std::memset(packet.allocateBuffer("name", 4000), 0xFF, 4000);
     packet.setBuffer("u8", std::array<uint8, 2>{0, 1}.data(), 2);
+    packet.setBuffer("u8", std::array<uint8, 1>{0}.data(), 1); // fits, so it is not reported
     EXPECT_EQ(toHex(packet), before);
     packet.setString("name", "sevens!");
     EXPECT_EQ(packet.getBytes("name").asText(), "sevens");

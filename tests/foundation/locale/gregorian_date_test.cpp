@@ -54,6 +54,18 @@ TEST(GregorianDate, RangeChecksUseTheCalendarFrom1800To2200) {
         EXPECT_FALSE(bad.validTimeRange()) << bad.getHours() << ":" << bad.getMinutes();
 }
 
+TEST(GregorianDate, EachMonthHasItsNumberOfDays) {
+    const int days[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    for (int month = 1; month <= 12; ++month) {
+        EXPECT_TRUE(day(2025, month, days[month - 1]).validDateRange()) << month;
+        EXPECT_FALSE(day(2025, month, days[month - 1] + 1).validDateRange()) << month;
+    }
+}
+
+TEST(GregorianDate, TimeOfDayCountsMinutesAsPartsOfAnHour) {
+    EXPECT_FLOAT_EQ(timeOfDay(13, 45, 59, 0).getTimeOfDay(), 13.75f);
+}
+
 TEST(GregorianDate, FractionsAreRoundedWithoutACarry) {
     const std::pair<int, int> micros[] = {{1499, 1}, {1500, 2}, {std::numeric_limits<int>::max(), 2'147'484}};
     for (const auto& [nanos, rounded] : micros) EXPECT_EQ(timeOfDay(0, 0, 0, nanos).getMicros(), rounded);
