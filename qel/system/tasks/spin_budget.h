@@ -16,7 +16,7 @@ public:
     /// Returns how many rounds of platform::relaxCpu() to spend now.
     int rounds() const {
         constexpr int kMany = 2000; // some 45 microseconds
-        constexpr int kFew = 50;
+        constexpr int kFew = 8;
         const uint32 failures = m_failures.load(std::memory_order_relaxed);
         return failures < kPatience || failures % kTryAgain == 0 ? kMany : kFew;
     }

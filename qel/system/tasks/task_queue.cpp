@@ -7,18 +7,17 @@
 #include <qel/system/tasks/thread_pool.h>
 
 #include <algorithm>
+#include <chrono>
 #include <thread>
+#include <utility>
 
 namespace qel {
 
 /// One push. Several workers may take its runs at the same time without the lock.
 struct TaskQueue::Entry {
-    Entry(Task* pushedTask, uint32 count, uint32 workloadOfRun)
-        : task(pushedTask), remaining(count), workload(workloadOfRun) {}
-
-    Task* const task;
-    std::atomic<int64> remaining; // runs not yet taken; below 0 when several workers found none
-    const uint32 workload;
+    Task* task = nullptr;
+    std::atomic<int64> remaining{0}; // runs not yet taken; below 0 when several workers found none
+    uint32 workload = 0;
     uint32 users = 0; // workers that take runs from it; under the queue's mutex
     Entry* next = nullptr;
 };
@@ -35,6 +34,7 @@ TaskQueue::~TaskQueue() {
     dropSegmentsLocked(dropped); // a paused main queue still has some
     lock.unlock();
     release(dropped);
+    deleteAll(m_spares);
 }
 
 void TaskQueue::pushTask(Task* task, unsigned workload) {
@@ -48,13 +48,21 @@ void TaskQueue::pushTaskN(unsigned count, Task* task, unsigned workload) {
         return;
     }
     task->increaseReferenceCountBy(count);
-    Entry* entry = new Entry(task, count, workload);
     if (workload != 0) m_workload.fetch_add(count * workload, std::memory_order_relaxed);
 
     BriefLock lock(m_mutex);
+    Entry* entry = std::exchange(m_spares, m_spares ? m_spares->next : nullptr);
+    if (!entry) {
+        lock.unlock();
+        entry = new Entry;
+        lock.lock();
+    }
+    entry->task = task;
+    entry->remaining.store(count, std::memory_order_relaxed);
+    entry->workload = workload;
+    entry->next = nullptr;
     if (!m_segments.empty()) return append(m_segments.back(), entry);
     append(m_current, entry);
-    m_arrivals.store(m_arrivals.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
     if (!isParallelQueue() && activeCount() != 0) return; // the run in progress will find it
     const uint32 runs = isParallelQueue() ? count : 1;
     setActiveCountLocked(activeCount() + runs);
@@ -76,18 +84,17 @@ void TaskQueue::pushBarrier() {
 }
 
 void TaskQueue::processTasks() {
+    Entries used;
     BriefLock lock(m_mutex);
     ++m_runningCount;
     do {
         while (takesBatches() && m_current.first) {
-            const uint32 arrivals = takeBatchLocked();
+            takeBatchLocked();
             lock.unlock();
-            while (Entry* entry = popBatch()) {
-                runEntry(*entry);
-                delete entry;
-            }
-            linger(arrivals);
+            runBatch(used);
+            linger();
             lock.lock();
+            if (!m_spares) m_spares = std::exchange(used, {}).first;
         }
         while (Entry* entry = takeFrontLocked()) {
             lock.unlock();
@@ -98,14 +105,34 @@ void TaskQueue::processTasks() {
     } while (startNextSegmentLocked());
     --m_runningCount;
     setActiveCountLocked(activeCount() - 1);
+    lock.unlock();
+    deleteAll(used.first);
 }
 
-/// Takes all runs that may start now. @return the number of pushes so far, for linger().
-uint32 TaskQueue::takeBatchLocked() {
+/// Runs what takeBatchLocked() took. Adds the entries to @p used, up to a number that is enough for a pusher
+/// that is about as fast.
+void TaskQueue::runBatch(Entries& used) {
+    constexpr uint32 kMostSpares = 256;
+    while (Entry* entry = popBatch()) {
+        runEntry(*entry);
+        if (used.count == kMostSpares) {
+            delete entry;
+            continue;
+        }
+        entry->next = std::exchange(used.first, entry);
+        ++used.count;
+    }
+}
+
+void TaskQueue::deleteAll(Entry* entry) {
+    while (entry) delete std::exchange(entry, entry->next);
+}
+
+/// Takes all runs that may start now.
+void TaskQueue::takeBatchLocked() {
     m_batchCount.store(m_current.count, std::memory_order_relaxed);
     m_batch.store(m_current.first);
     m_current = {};
-    return m_arrivals.load(std::memory_order_relaxed);
 }
 
 /// Takes the next entry of the batch and leaves the rest to disable(). The two need no lock: a thread that
@@ -123,15 +150,14 @@ TaskQueue::Entry* TaskQueue::popBatch() {
     return entry;
 }
 
-/// Spins about a microsecond for a push that follows the batch: if the run ended in between, each task would
-/// cost both sides a round through the pool. Does not wait while a thread waits for the end of the queue or
-/// the pool has other work.
-void TaskQueue::linger(uint32 arrivals) const {
+/// Spins about a microsecond for pushes that follow the batch: if the run ended in between, each task would
+/// cost both sides a round through the pool, and if it took each push at once, they would compete for the
+/// lock. Does not wait while a thread waits for the end of the queue or the pool has other work.
+void TaskQueue::linger() const {
     constexpr int kRounds = 50;
     const ThreadPool& pool = *system()->getThreadPool();
     for (int round = 0; round < kRounds; ++round) {
-        if (m_arrivals.load(std::memory_order_relaxed) != arrivals || hasBriefWaiter() || isAborting())
-            return;
+        if (hasBriefWaiter() || isAborting()) return;
         if (pool.hasPendingRuns() || pool.isEveryProcessorBusy()) return;
         platform::relaxCpu();
     }
@@ -305,8 +331,11 @@ void TaskQueue::wait() {
 void TaskQueue::waitBriefly() {
     constexpr int kRoundOfCall = 32;
     constexpr int kRoundsOfWarmPool = 8; // in which a worker that is awake begins
+    constexpr std::chrono::microseconds kLongest{
+        200}; // of a wait that saves time; else others need the processor
     if (activeCount() == 0) return;
     ThreadPool& pool = *system()->getThreadPool();
+    const auto start = std::chrono::steady_clock::now();
     const int rounds = m_waitBudget.rounds();
     m_briefWaiters.fetch_add(1);
     for (int round = 0; round < rounds && activeCount() != 0; ++round) {
@@ -320,7 +349,7 @@ void TaskQueue::waitBriefly() {
         if (pool.isEveryProcessorBusy()) break;
     }
     m_briefWaiters.fetch_sub(1);
-    m_waitBudget.note(activeCount() == 0);
+    m_waitBudget.note(activeCount() == 0 && std::chrono::steady_clock::now() - start < kLongest);
     if (activeCount() != 0) pool.callWorkerForPendingRuns();
 }
 

@@ -182,9 +182,11 @@ private:
     static void release(const Dropped& dropped);
 
     bool takesBatches() const { return !isParallelQueue() && !isMainQueue(); }
-    uint32 takeBatchLocked() QEL_REQUIRES(m_mutex);
+    void takeBatchLocked() QEL_REQUIRES(m_mutex);
+    void runBatch(Entries& used);
+    static void deleteAll(Entry* entry);
     Entry* popBatch();
-    void linger(uint32 arrivals) const;
+    void linger() const;
     Entry* takeFrontLocked() QEL_REQUIRES(m_mutex);
     void leaveLocked(Entry* entry) QEL_REQUIRES(m_mutex);
     void runEntry(Entry& entry);
@@ -217,8 +219,9 @@ private:
     std::list<Entries> m_segments QEL_GUARDED_BY(m_mutex); // what waits after each barrier
 
     // The one run of a serial worker queue takes all that may run now at once, and needs no lock for each
-    // task.
-    std::atomic<uint32> m_arrivals{0};                // pushes to m_current; written under the mutex
+    // task. It leaves the entries to later pushes, since freeing them would make both sides compete for the
+    // heap.
+    Entry* m_spares QEL_GUARDED_BY(m_mutex) = nullptr;
     alignas(64) std::atomic<Entry*> m_batch{nullptr}; // the first entry that the run has not taken
     std::atomic<uint32> m_batchCount{0};              // pushes in the batch whose last run has not begun
 };
