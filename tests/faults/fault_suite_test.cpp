@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <set>
+#include <sstream>
 
 namespace qel::test {
 
@@ -195,11 +196,12 @@ std::vector<FaultCase> allCases() {
 const auto kLastings = testing::Values(Lasting::Once, Lasting::SameKind, Lasting::Everything);
 
 std::string nameOf(const testing::TestParamInfo<std::tuple<FaultCase, Lasting>>& info) {
-    constexpr const char* kLasting[] = {"Once", "SameKind", "Everything"};
-    std::string name = std::get<0>(info.param).name;
+    std::ostringstream out;
+    out << std::get<0>(info.param) << '_' << std::get<1>(info.param);
+    std::string name = out.str();
     std::replace_if(
         name.begin(), name.end(), [](unsigned char c) { return !std::isalnum(c); }, '_');
-    return name + "_" + kLasting[static_cast<int>(std::get<1>(info.param))];
+    return name;
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, EveryFault, testing::Combine(testing::ValuesIn(allCases()), kLastings),

@@ -48,6 +48,10 @@ struct HostCase {
     std::string (*result)(const ScratchFolder& folder, const HostRun& run);
 };
 
+std::ostream& operator<<(std::ostream& out, const HostCase& hostCase) {
+    return out << hostCase.name;
+}
+
 struct FaultyRun {
     HostRun run;
     std::string result;

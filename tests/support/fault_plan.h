@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <optional>
+#include <ostream>
 #include <system_error>
 
 namespace qel::test {
@@ -15,6 +16,11 @@ enum class Lasting {
     SameKind,   ///< the operation fails, and all later ones of its kind
     Everything, ///< the operation fails, and every later one
 };
+
+inline std::ostream& operator<<(std::ostream& out, Lasting lasting) {
+    constexpr const char* kNames[] = {"Once", "SameKind", "Everything"};
+    return out << kNames[static_cast<int>(lasting)];
+}
 
 /// While it exists, counts the operations of all threads and makes those from the k-th on fail as requested.
 class FaultPlan : public seams::Faults {
