@@ -40,7 +40,7 @@ public:
         if (const FileError closing = m_file.close(); !error) error = closing;
         return error;
     }
-    /// Gives the file its name.
+    /// Names the file.
     FileError moveTo(const std::string& place) {
         if (qel::System::wasInterruptHandlerCalled()) return std::make_error_code(std::errc::interrupted);
         const FileError error = qel::platform::rename(m_path.c_str(), place.c_str());

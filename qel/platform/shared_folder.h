@@ -32,7 +32,7 @@ QEL_API FileError createPrivateFile(FileHandle& file, const char* name, const Fi
 /// removes it if it is closed before nameFile().
 /// @return an error also if the system or the file system has no such files.
 QEL_API FileError createUnnamedFile(FileHandle& file, const FileHandle& folder);
-/// Gives the file of createUnnamedFile() its name in @p folder and replaces nothing.
+/// Names the file of createUnnamedFile() in @p folder; never replaces an existing file.
 /// @return std::errc::file_exists if the name is taken, even by a link.
 QEL_API FileError nameFile(const FileHandle& file, const char* name, const FileHandle& folder);
 /// Sets the owner and the group of an open file. Only root can assign a file to another user.
