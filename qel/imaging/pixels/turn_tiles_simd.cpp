@@ -23,7 +23,7 @@ HWY_INLINE hn::Vec<D> LoadBlocks(D d, const uint8_t* in, int64_t step) {
     }
 }
 
-/// Exchanges rows and columns of lanes in each block of the vectors. Their number is that of lanes in a block.
+/// Exchanges rows and columns of lanes in each block of the vectors. A block has one lane per vector.
 template <typename Lane>
 HWY_INLINE void Transpose(hn::Vec<HalfLine>* vectors) {
     constexpr size_t kLanes = 16 / sizeof(Lane);
