@@ -1,3 +1,4 @@
+#include <tests/support/late_provider.h>
 #include <tests/support/log_capture.h>
 #include <tests/support/scratch_folder.h>
 #include <tests/support/system_fixture.h>
@@ -14,18 +15,6 @@
 
 namespace qel {
 namespace {
-
-/// Accepts requests for resources and answers when the test says so.
-class LateProvider : public ResourceProvider {
-public:
-    bool hasResource(SmartCStr) override { return false; }
-    bool loadResource(SmartCStr, Buffer&) override { return false; }
-    bool loadResourceAsync(SmartCStr, const std::function<void(const Buffer&)>& callback) override {
-        answer = callback;
-        return true;
-    }
-    std::function<void(const Buffer&)> answer;
-};
 
 /// Returns a PNG file of a red picture.
 Buffer redPicture(const IVec2<int>& size) {
@@ -50,8 +39,8 @@ protected:
         return system().getResourceLocator()->addResourceDirectory(folder.path());
     }
     /// Adds a provider that answers late.
-    SmartPointer<LateProvider> addLateProvider() {
-        SmartPointer<LateProvider> provider = new LateProvider;
+    SmartPointer<test::LateProvider> addLateProvider() {
+        SmartPointer<test::LateProvider> provider = new test::LateProvider;
         system().getResourceLocator()->addResourceProvider(provider.get());
         return provider;
     }
@@ -306,7 +295,7 @@ TEST_F(SpriteTest, RemovingAProviderClearsTheCache) {
 }
 
 TEST_F(SpriteTest, ALatePictureHasNoTextureUntilItArrives) {
-    const SmartPointer<LateProvider> provider = addLateProvider();
+    const SmartPointer<test::LateProvider> provider = addLateProvider();
     Sprite* const sprite = system().getSprite("late.png");
     EXPECT_EQ(sprite->getTexture(&renderer, {6, 4}), nullptr);
     EXPECT_FALSE(sprite->getImage().isInitialized());
@@ -317,7 +306,7 @@ TEST_F(SpriteTest, ALatePictureHasNoTextureUntilItArrives) {
 }
 
 TEST_F(SpriteTest, ALatePictureIsDroppedIfNobodyUsesIt) {
-    const SmartPointer<LateProvider> provider = addLateProvider();
+    const SmartPointer<test::LateProvider> provider = addLateProvider();
     Sprite* const sprite = system().getSprite("late.png");
     sprite->preloadData();
     passSeconds(20);
@@ -329,7 +318,7 @@ TEST_F(SpriteTest, ALatePictureIsDroppedIfNobodyUsesIt) {
 }
 
 TEST_F(SpriteTest, ALatePictureMayMissItsSprite) {
-    const SmartPointer<LateProvider> provider = addLateProvider();
+    const SmartPointer<test::LateProvider> provider = addLateProvider();
     const SmartPointer<Sprite> sprite = system().getSprite("late.png");
     sprite->preloadData();
     sprite->invalidate();
@@ -344,7 +333,7 @@ TEST_F(SpriteTest, ALatePictureMayMissItsSprite) {
 
 TEST_F(SpriteTest, ABrokenLatePictureIsReportedOnce) {
     test::LogCapture log;
-    const SmartPointer<LateProvider> provider = addLateProvider();
+    const SmartPointer<test::LateProvider> provider = addLateProvider();
     Sprite* const sprite = system().getSprite("late.png");
     sprite->preloadData();
     provider->answer(Buffer());

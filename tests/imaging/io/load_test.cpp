@@ -3,6 +3,7 @@
 #include <qel/plugins/resource_locator.h>
 #include <tests/imaging/io/png_maker.h>
 #include <tests/imaging/pixels/sample_images.h>
+#include <tests/support/late_provider.h>
 #include <tests/support/log_capture.h>
 #include <tests/support/scratch_folder.h>
 #include <tests/support/system_fixture.h>
@@ -68,18 +69,6 @@ std::string losslessWebP(const Image& image) {
 }
 
 class LoadImage : public SystemFixture {};
-
-/// A provider that answers when the test says so.
-class LateProvider : public ResourceProvider {
-public:
-    bool hasResource(SmartCStr) override { return false; }
-    bool loadResource(SmartCStr, Buffer&) override { return false; }
-    bool loadResourceAsync(SmartCStr, const std::function<void(const Buffer&)>& callback) override {
-        answer = callback;
-        return true;
-    }
-    std::function<void(const Buffer&)> answer;
-};
 
 } // namespace
 
