@@ -113,7 +113,9 @@
 #include <qel/rpc/rpc_provider.h>
 #include <qel/rpc/update_mechanism.h>
 #include <qel/rpc/uri_parser.h>
+#include <qel/scene/actors/actor.h>
 #include <qel/scene/actors/anim_color.h>
+#include <qel/scene/actors/rect_actor.h>
 #include <qel/scene/actors/timeline.h>
 #include <qel/script/notification_message.h>
 #include <qel/script/notification_provider.h>
@@ -134,6 +136,9 @@
 #include <qel/store/records/options_db.h>
 #include <qel/store/records/table.h>
 #include <qel/store/sqlite/sqlite_store.h>
+#include <qel/style/color_names.h>
+#include <qel/style/style_data.h>
+#include <qel/style/theme.h>
 #include <qel/system/core/application.h>
 #include <qel/system/core/clock.h>
 #include <qel/system/core/host_types.h>
@@ -150,5 +155,9 @@
 #include <qel/system/tasks/spin_budget.h>
 #include <qel/system/tasks/task_queue.h>
 #include <qel/system/tasks/thread_pool.h>
+#include <qel/text/engine/markdown.h>
+#include <qel/text/engine/text_actor.h>
+#include <qel/text/engine/token.h>
+#include <qel/text/fonts/font.h>
 #include <qel/volume/arcball_camera.h>
 #include <qel/volume/mesh.h>

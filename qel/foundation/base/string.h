@@ -311,6 +311,10 @@ public:
     /// Replaces each `{tr:key}` with its translation and keeps other control codes.
     /// @param language  null means the language of `System`.
     String applyTrOnlyControlCodes(const char* language) const;
+    /// Returns the text of markup without control codes: translations are inserted, the ends of lines become
+    /// line feeds, spacers become spaces and tabs tab characters; all other codes are removed. Defined in
+    /// text/engine/plain_text.cpp.
+    String transformControlCodesToPlainText(const char* language) const;
 
     /// Compares bytes; null means the empty text.
     template <internal::CharacterPointer Text>

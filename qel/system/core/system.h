@@ -243,7 +243,7 @@ public:
     MainPool* getMainPool() const { return m_mainPool.get(); }
     /// Returns the locator of resources.
     ResourceLocator* getResourceLocator() const { return m_resourceLocator.get(); }
-    /// Returns the touches of the display.
+    /// Returns the touches of the display. Defined in scene/actors/system_touch.cpp.
     TouchState* getTouchState();
 
     /// Returns the serial queue of the main thread. @threads any thread.
@@ -258,7 +258,8 @@ public:
     /// Runs @p kernel over its parts on the shared `Parallel` and waits for it.
     void execute(ParallelKernel& kernel);
 
-    /// Returns the theme on top of the stack; creates a default one if the stack is empty.
+    /// Returns the theme on top of the stack; creates a default one if the stack is empty. The functions of
+    /// themes are defined in style/system_theme.cpp.
     Theme* getTheme();
     /// Pushes @p theme onto the stack; null is ignored.
     void pushTheme(Theme* theme);
@@ -287,9 +288,10 @@ public:
     /// Requests the resource @p name. @return false if no provider loads it asynchronously.
     bool loadResourceAsync(SmartCStr name, const std::function<void(const Buffer&)>& callback);
 
-    /// Returns the font @p name from the cache, loaded on first use.
+    /// Returns the font @p name from the cache, loaded on first use; never null: the font is empty if loading
+    /// fails. The functions of fonts are defined in text/fonts/system_fonts.cpp.
     BitmapFont* getBitmapFont(SmartCStr name);
-    /// Returns the font @p name of @p size pixels from the cache, loaded on first use.
+    /// Returns the font @p name of @p size pixels from the cache, loaded on first use; never null, as above.
     TrueTypeFont* getTrueTypeFont(SmartCStr name, int size);
     /// Returns the sprite of the resource @p name from the cache, created on first use. The sprite functions
     /// are defined in render/system_sprites.cpp.
@@ -629,6 +631,8 @@ private:
     bool hasPendingPrefetch() const; // like the next two defined in render/system_sprites.cpp
     void stepPrefetch();
     void releaseSprites();
+    void releaseFonts();  // text/fonts/system_fonts.cpp
+    void releaseThemes(); // style/system_theme.cpp
     void runIdleWork();
     SmartPointer<GUIDDomainDB> getGUIDDomainInUse() const;
     bool flushGUIDDomain();
@@ -695,7 +699,10 @@ private:
     SmartPointer<StdInPacketReader> m_stdInPacketReader;
     SmartPointer<StdOutPacketWriter> m_stdOutPacketWriter;
     SmartPointer<PerfMon> m_perfMon;
-    SmartPointer<Object> m_spriteCache; ///< a SpriteCache of the unit render, created on first use
+    SmartPointer<Object> m_spriteCache;    ///< a SpriteCache of the unit render, created on first use
+    SmartPointer<Object> m_fontCache;      ///< a FontCache of the unit text/fonts, created on first use
+    Vector<SmartPointer<Object>> m_themes; ///< each a Theme
+    SmartPointer<Object> m_touchState;     ///< a TouchState, created on first use
     mutable Mutex m_guidDomainMutex;
     SmartPointer<GUIDDomainDB> m_guidDomainDB QEL_GUARDED_BY(m_guidDomainMutex);
     bool m_guidDomainsDisabled QEL_GUARDED_BY(m_guidDomainMutex) = false;

@@ -1,0 +1,195 @@
+// TextActor: a text that is laid out and drawn.
+#pragma once
+
+#include <qel/foundation/base/containers.h>
+#include <qel/foundation/base/ivec.h>
+#include <qel/foundation/base/rect.h>
+#include <qel/foundation/base/smart_cstr.h>
+#include <qel/foundation/base/smart_pointer.h>
+#include <qel/foundation/base/string.h>
+#include <qel/foundation/base/types.h>
+#include <qel/platform/api.h>
+#include <qel/scene/actors/actor.h>
+#include <qel/text/engine/token.h>
+#include <qel/text/fonts/font.h>
+
+#include <set>
+#include <string>
+
+namespace qel {
+
+class Alarm;
+class AnimColor;
+class Renderer;
+
+namespace internal {
+class TextLayout;
+}
+
+/// How a text is placed in its bounds. The values of FollowCursor and FollowCursorOrEnd are for one line that
+/// is wider than its bounds; they act along the horizontal axis, the ink values along the vertical one.
+/// Values beyond those named mean End.
+enum class TextAlign : int {
+    Center = 0,                   ///< in the middle
+    Start = 1,                    ///< left or top
+    End = 2,                      ///< right or bottom
+    CenterInk = 3,                ///< vertically by the glyphs themselves, in the middle
+    StartInk = 4,                 ///< vertically by the glyphs themselves, at the top
+    EndInk = 5,                   ///< vertically by the glyphs themselves, at the bottom
+    FollowCursor = 6,             ///< keeps the cursor in view, otherwise left
+    FollowCursorWithRoom = 7,     ///< as FollowCursor, with room after the text
+    FollowCursorOrEnd = 8,        ///< keeps the cursor in view, otherwise right
+    FollowCursorOrEndLoosely = 9, ///< as FollowCursorOrEnd
+};
+
+/// A text: a string that is read into tokens, laid out in lines and drawn.
+///
+/// Reading happens when the text has changed, layout when the font or the width has; drawing does neither.
+/// A text that has not been used for 25 seconds frees its lines.
+/// @threads main thread; System must exist.
+class QEL_API TextActor : public Actor {
+    QEL_CLASS(TextActor, Actor)
+
+public:
+    /// How a string is read. A carriage return is dropped by all parsers.
+    enum class Parser : int {
+        Plain = 0,        ///< a line feed ends a line, all spaces are kept
+        Flowing = 1,      ///< a line feed is a space, and spaces are joined
+        ControlCodes = 2, ///< as Flowing, and "{...}" are control codes
+        Markdown = 3,     ///< util::parseMarkdown(), then as ControlCodes
+    };
+
+    TextActor();
+    ~TextActor() override;
+
+    void onRender(Renderer* renderer) override;
+
+    // --- text ---------------------------------------------------------------------------------------
+
+    /// Sets the text, which is UTF-8.
+    TextActor& setText(SmartCStr text);
+    /// Sets the text, which is UTF-8.
+    TextActor& setText(const String& text);
+    /// Returns the text that was passed to setText().
+    const String& getText() const { return m_text; }
+    /// Returns the text without control codes, translated into the language of System.
+    String getPlainText() const;
+    /// Sets how the text is read; Parser::Plain initially.
+    TextActor& setParser(Parser parser);
+    /// Returns how the text is read.
+    Parser getParser() const { return m_parser; }
+    /// Removes spaces from the end of the text; true initially.
+    TextActor& setTrimEOT(bool trim);
+    /// Returns true if spaces are removed from the end of the text.
+    bool getTrimEOT() const { return m_trimEOT; }
+
+    // --- look ---------------------------------------------------------------------------------------
+
+    /// Sets the font, or the font of the style of setFontStyle() that matches it. Null: the theme's medium
+    /// font. @owner takes a reference.
+    TextActor& setFont(Font* font);
+    /// Returns the font in use; null before the first update() of a text without one.
+    Font* getFont() const { return m_font.get(); }
+    /// Sets the style of the font.
+    TextActor& setFontStyle(FontStyle style);
+    /// Returns the style of the font.
+    FontStyle getFontStyle() const { return m_fontStyle; }
+    /// Sets the colour, which multiplies those of the text; white initially.
+    TextActor& setColor(const IVec4<float>& color);
+    /// Returns the colour.
+    const IVec4<float>& getColor() const { return m_color; }
+    /// Multiplies the colour by an animated one; null for none. @owner the caller; it must outlive its use.
+    TextActor& setAnimColor(AnimColor* color);
+    /// Draws a dark shadow below the text.
+    TextActor& setShadow(bool shadow);
+    /// Returns true if a shadow is drawn.
+    bool hasShadow() const { return m_shadow; }
+
+    // --- place --------------------------------------------------------------------------------------
+
+    /// Sets the rectangle in pixels of the target.
+    TextActor& setBounds(const Rect& bounds);
+    /// Returns the rectangle.
+    const Rect& getBounds() const { return m_bounds; }
+    /// Sets where the text is placed across; Start initially.
+    TextActor& setHorizontalAlign(TextAlign align);
+    /// Sets where the text is placed down; Start initially.
+    TextActor& setVerticalAlign(TextAlign align);
+    /// Returns the horizontal placement.
+    TextAlign getHorizontalAlign() const { return m_horizontalAlign; }
+    /// Returns the vertical placement.
+    TextAlign getVerticalAlign() const { return m_verticalAlign; }
+    /// Aligns lines in the width of the bounds instead of that of the longest line.
+    TextActor& setAlignToTotalWidth(bool total);
+    /// Wraps lines. @param widthPx  in pixels; 0 never wraps, negative means the width of the bounds.
+    /// @param breakAtPunctuation  also breaks in front of punctuation, as in long paths.
+    TextActor& setWordWrap(int widthPx, bool breakAtPunctuation = false);
+    /// Chooses the largest of the theme's fonts with which the text fits its bounds.
+    TextActor& setAutoSize(bool autoSize);
+    /// Lets setAutoSize() try the large and medium-large fonts too; true initially.
+    TextActor& setAutoSizeUseLargeFont(bool useLarge);
+    /// Scrolls lines that are wider than the bounds.
+    TextActor& setLineScrolling(bool scroll);
+
+    // --- cursor and selection -----------------------------------------------------------------------
+
+    /// Shows a cursor in front of the character @p index, counted in code points of the text; a negative
+    /// index hides it. There is no place after the last character: a text field appends a space.
+    TextActor& setCursor(int index) { return setCursorSelection(index, index); }
+    /// Shows a cursor and the selection between it and @p selection.
+    TextActor& setCursorSelection(int cursor, int selection);
+    /// Returns the rectangle of the cursor relative to its line; empty without one.
+    Rect getCursorRect() const;
+    /// Returns the rectangle of the cursor; empty without one.
+    Rect getCursorBounds();
+    /// Returns the index of the character nearest to @p point, or -1 if none is within 1000 pixels.
+    int findCursorPosition(const IVec2<float>& point);
+    /// Returns the index of the character nearest to @p point in the line at its height, or -1.
+    int findCursorPositionInLine(const IVec2<float>& point);
+
+    // --- size ---------------------------------------------------------------------------------------
+
+    /// Returns the width and height of the text in pixels.
+    IVec2<int> getActualSize();
+    /// Returns the same without bringing the text up to date.
+    IVec2<int> getTextSizeInternal() const;
+    /// Returns the line height of the font in pixels; 0 without a font.
+    int getLineHeight() const;
+    /// Returns true if the text does not fit its bounds.
+    bool isTooLarge();
+    /// Brings tokens, lines and position up to date. Drawing and the functions above do so themselves.
+    void update();
+    /// Frees the lines and tokens, which the next update() creates again, unless the deadline of the frame
+    /// is exceeded.
+    void unload();
+
+    // --- tokens -------------------------------------------------------------------------------------
+
+    /// Appends a token. For hosts that build a text without markup.
+    Token& pushToken(Token::Type type);
+    /// Reads the control code @p code, the text between the braces.
+    /// @param replacement  receives text to be read in front of the rest; may be null.
+    /// @param parsedTrs    keys of the translations being read; may be null.
+    /// @return false if the code ends the text.
+    /// @errors logs a warning for an unknown code.
+    bool parseControlCode(SmartCStr code, String* replacement, std::set<std::string>* parsedTrs);
+    /// Returns the tokens of the last update().
+    const Vector<Token>& getTokens() const { return m_tokens; }
+
+private:
+    friend class internal::TextLayout;
+
+    Vector<Token> m_tokens;
+    String m_text;
+    SmartPointer<Font> m_font;
+    FontStyle m_fontStyle = FontStyle::Regular;
+    IVec4<float> m_color{1, 1, 1, 1};
+    Rect m_bounds;
+    TextAlign m_horizontalAlign = TextAlign::Start;
+    TextAlign m_verticalAlign = TextAlign::Start;
+    Parser m_parser = Parser::Plain;
+    bool m_trimEOT = true;
+    bool m_shadow = false;
+};
+
+} // namespace qel
