@@ -251,7 +251,7 @@ void addOpenCv() {
 
 /// Adds what shows a scan of 16 bits on a screen: a part of its values becomes black to white.
 void addWindow() {
-    constexpr float kFirst = 0.2f, kLast = 0.7f;
+    constexpr float kFirst = 13'000, kLast = 46'000;
     benchmark::RegisterBenchmark("Image/WindowLevel/qel", [=](benchmark::State& state) {
         const SmartPointer<Image> target(new Image(BGRA8, kScan));
         RendererSoftware renderer;
@@ -261,7 +261,8 @@ void addWindow() {
         const Rect area(0, 0, static_cast<float>(kScan.x), static_cast<float>(kScan.y));
         for (auto _ : state) {
             renderer.start();
-            renderer.drawTextureScaledLookupInternal(texture.get(), area, area, 0, {kFirst, kLast}, nullptr);
+            renderer.drawTextureScaledLookupInternal(texture.get(), {0, 0, 1, 1}, area, 0, {kFirst, kLast},
+                                                     nullptr);
             renderer.stop();
             benchmark::ClobberMemory();
         }
@@ -272,8 +273,8 @@ void addWindow() {
         Image target(BGRA8, kScan);
         cv::Mat grey, out = matrixOf(target);
         for (auto _ : state) {
-            const double factor = 255 / (65535.0 * (kLast - kFirst));
-            matrixOf(source).convertTo(grey, CV_8U, factor, -65535 * kFirst * factor);
+            const double factor = 255.0 / (kLast - kFirst);
+            matrixOf(source).convertTo(grey, CV_8U, factor, -kFirst * factor);
             cv::cvtColor(grey, out, cv::COLOR_GRAY2BGRA);
             benchmark::ClobberMemory();
         }

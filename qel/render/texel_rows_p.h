@@ -14,6 +14,8 @@ namespace qel::internal {
 /// Pixels are those that a white tint draws on BGRA8.
 using DecodeTexels = void (*)(const uint8* texels, int count, float* colors);
 using ExpandTexels = void (*)(const uint8* texels, int count, uint8* pixels);
+/// Shows @p count packed texels v as opaque grey pixels `v * scale + bias` of a BGRA8 target.
+using ShowTexels = void (*)(const uint8* texels, int count, float scale, float bias, uint8* pixels);
 
 /// The row functions of a texture format; null where texels must be converted one by one.
 struct TexelRows {
@@ -22,6 +24,7 @@ struct TexelRows {
     DecodeTexels decodeRaw = nullptr;  ///< the integers as they are stored
     DecodeTexels decodeGrey = nullptr; ///< for formats without colour and alpha
     DecodeTexels decodeGreyRaw = nullptr;
+    ShowTexels showGreyRaw = nullptr;
 };
 
 /// Returns the row functions of @p format.

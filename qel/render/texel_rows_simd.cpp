@@ -439,6 +439,38 @@ void StoreLookups(uint8* target, const float* places, int count, const uint8* co
     }
 }
 
+HWY_INLINE hn::Vec<Floats> LoadRaw(const uint8* p, hn::Rebind<uint8_t, Pixels>) {
+    return LoadByteFloats(p);
+}
+HWY_INLINE hn::Vec<Floats> LoadRaw(const uint8* p, hn::Rebind<uint16_t, Pixels> words) {
+    HWY_ALIGN uint16_t copy[hn::MaxLanes(words)];
+    std::memcpy(copy, p, 2 * hn::Lanes(words));
+    return hn::ConvertTo(Floats(), hn::PromoteTo(Integers(), hn::Load(words, copy)));
+}
+
+template <typename Texel>
+HWY_INLINE void ShowGrey(const uint8* texels, int count, float scale, float bias, uint8* pixels) {
+    const hn::Rebind<Texel, Pixels> d;
+    const int step = static_cast<int>(hn::Lanes(d));
+    const auto show = [=](const uint8* p) HWY_ATTR {
+        const auto v = hn::Add(hn::Mul(LoadRaw(p, d), hn::Set(Floats(), scale)), hn::Set(Floats(), bias));
+        return hn::BitCast(Pixels(), ToByteNumbers(v));
+    };
+    for (; count >= step; count -= step, texels += step * static_cast<int>(sizeof(Texel)), pixels += 4 * step)
+        StoreGreyPixels(show(texels), pixels, step);
+    if (count == 0) return;
+    HWY_ALIGN uint8_t rest[hn::MaxLanes(d) * sizeof(Texel)] = {};
+    std::memcpy(rest, texels, static_cast<size_t>(count) * sizeof(Texel));
+    StoreGreyPixels(show(rest), pixels, count);
+}
+
+void ShowGrey8(const uint8* texels, int count, float scale, float bias, uint8* pixels) {
+    ShowGrey<uint8_t>(texels, count, scale, bias, pixels);
+}
+void ShowGrey16(const uint8* texels, int count, float scale, float bias, uint8* pixels) {
+    ShowGrey<uint16_t>(texels, count, scale, bias, pixels);
+}
+
 void ScaleValues(float* values, int count, float scale, float bias) {
     for (int i = 0; i < count; ++i) values[i] = values[i] * scale + bias;
 }
@@ -476,6 +508,8 @@ QEL_SIMD_TABLE(BlendPremultiplied);
 QEL_SIMD_TABLE(StoreGreys);
 QEL_SIMD_TABLE(StoreLookups);
 QEL_SIMD_TABLE(ScaleValues);
+QEL_SIMD_TABLE(ShowGrey8);
+QEL_SIMD_TABLE(ShowGrey16);
 
 namespace {
 
@@ -483,6 +517,11 @@ namespace {
 template <const auto& table, typename Out>
 void run(const uint8* texels, int count, Out* out) {
     table(texels, count, out);
+}
+
+template <const auto& table>
+void show(const uint8* texels, int count, float scale, float bias, uint8* pixels) {
+    table(texels, count, scale, bias, pixels);
 }
 
 /// Texels of bytes are expanded to pixels, a few at a time, and those decoded.
@@ -504,8 +543,9 @@ void decodeVia(const uint8* texels, int count, float* colors) {
 
 template <const auto& expand, int texelBytes>
 constexpr TexelRows bytesRows() {
-    return {run<expand, uint8>, decodeVia<expand, g_DecodePixels, texelBytes>,
-            decodeVia<expand, g_DecodePixelsRaw, texelBytes>, nullptr, nullptr};
+    return {.expand = run<expand, uint8>,
+            .decode = decodeVia<expand, g_DecodePixels, texelBytes>,
+            .decodeRaw = decodeVia<expand, g_DecodePixelsRaw, texelBytes>};
 }
 
 void copyPixels4(const uint8* texels, int count, uint8* pixels) {
@@ -517,13 +557,13 @@ void copyPixels4(const uint8* texels, int count, uint8* pixels) {
 TexelRows texelRows(FormatID format) {
     switch (format) {
     case A8: // its raw colours are the constant 1
-        return {run<g_ExpandAlpha8, uint8>, decodeVia<g_ExpandAlpha8, g_DecodePixels, 1>, nullptr, nullptr,
-                nullptr};
+        return {.expand = run<g_ExpandAlpha8, uint8>, .decode = decodeVia<g_ExpandAlpha8, g_DecodePixels, 1>};
     case UInt8:
     case L8: {
         TexelRows rows = bytesRows<g_ExpandGrey8, 1>();
         rows.decodeGrey = run<g_DecodeGrey8, float>;
         rows.decodeGreyRaw = run<g_DecodeGrey8Raw, float>;
+        rows.showGreyRaw = show<g_ShowGrey8>;
         return rows;
     }
     case UInt8x2:
@@ -536,15 +576,19 @@ TexelRows texelRows(FormatID format) {
     case RGBA8:
         return bytesRows<g_ExpandRgba8, 4>();
     case BGRA8:
-        return {copyPixels4, run<g_DecodePixels, float>, run<g_DecodePixelsRaw, float>, nullptr, nullptr};
+        return {.expand = copyPixels4,
+                .decode = run<g_DecodePixels, float>,
+                .decodeRaw = run<g_DecodePixelsRaw, float>};
     case RGBA4: // its raw colours are the numbers from 0 to 15
-        return {run<g_ExpandRgba4, uint8>, decodeVia<g_ExpandRgba4, g_DecodePixels, 2>, nullptr, nullptr,
-                nullptr};
+        return {.expand = run<g_ExpandRgba4, uint8>, .decode = decodeVia<g_ExpandRgba4, g_DecodePixels, 2>};
     case UInt16:
     case L16:
     case X16:
-        return {run<g_ExpandGrey16, uint8>, run<g_DecodeGrey16Colors, float>, nullptr,
-                run<g_DecodeGrey16, float>, run<g_DecodeGrey16Raw, float>};
+        return {.expand = run<g_ExpandGrey16, uint8>,
+                .decode = run<g_DecodeGrey16Colors, float>,
+                .decodeGrey = run<g_DecodeGrey16, float>,
+                .decodeGreyRaw = run<g_DecodeGrey16Raw, float>,
+                .showGreyRaw = show<g_ShowGrey16>};
     default:
         return {};
     }

@@ -218,8 +218,10 @@ float ValueWindow::shown(float value, int tableRow) const {
 // sees the level between two roundings.
 void WindowCommand::drawRows(const Surface& surface, int begin, int end) const {
     const bool isOnPixels = surface.kind == SurfaceKind::Bgra8 && !surface.isPlain;
-    if (isOnPixels && m_format.rows.decodeGreyRaw != nullptr && !m_window.isStep)
+    if (isOnPixels && m_format.rows.decodeGreyRaw != nullptr && !m_window.isStep) {
+        if (drawShift(surface, begin, end)) return;
         return drawGreys(surface, begin, end);
+    }
     withPixelType(surface.kind, [&](auto pixel) { drawColors<decltype(pixel)>(surface, begin, end); });
 }
 
@@ -240,6 +242,18 @@ void WindowCommand::drawColors(const Surface& surface, int begin, int end) const
         for (int i = 0; i < at.count; ++i)
             draw(at.target + std::ptrdiff_t{i} * Pixel::kBytes, colorAt(colors + 4 * i), at.x + i, at.y);
     });
+}
+
+/// Draws texels that lie in the texture as the pixels do in the target. @return false if this draw is another
+/// one.
+bool WindowCommand::drawShift(const Surface& surface, int begin, int end) const {
+    const int width = area().z - area().x;
+    const std::optional<IVec2<int>> shift = grid().shift({width, area().w - area().y});
+    if (!shift || m_window.table) return false;
+    for (int y = begin; y < end; ++y)
+        m_format.rows.showGreyRaw(plane().at(shift->x, shift->y + y - area().y), width, m_window.scale,
+                                  m_window.bias, surface.row(y) + std::ptrdiff_t{area().x} * Bgra8::kBytes);
+    return true;
 }
 
 void WindowCommand::drawGreys(const Surface& surface, int begin, int end) const {

@@ -109,6 +109,7 @@ public:
 private:
     template <typename Pixel>
     void drawColors(const Surface& surface, int begin, int end) const;
+    bool drawShift(const Surface& surface, int begin, int end) const;
     void drawGreys(const Surface& surface, int begin, int end) const;
 
     TexelFormat m_format;
