@@ -158,6 +158,7 @@
 #include <qel/text/engine/markdown.h>
 #include <qel/text/engine/text_actor.h>
 #include <qel/text/engine/token.h>
+#include <qel/text/engine/token_tail.h>
 #include <qel/text/fonts/font.h>
 #include <qel/volume/arcball_camera.h>
 #include <qel/volume/mesh.h>

@@ -11,6 +11,7 @@
 #include <qel/platform/api.h>
 #include <qel/scene/actors/actor.h>
 #include <qel/text/engine/token.h>
+#include <qel/text/engine/token_tail.h>
 #include <qel/text/fonts/font.h>
 
 #include <set>
@@ -24,7 +25,8 @@ class Renderer;
 
 namespace internal {
 class TextLayout;
-}
+class TextReader;
+} // namespace internal
 
 /// How a text is placed in its bounds. The values of FollowCursor and FollowCursorOrEnd are for one line that
 /// is wider than its bounds; they act along the horizontal axis, the ink values along the vertical one.
@@ -78,9 +80,10 @@ public:
     TextActor& setParser(Parser parser);
     /// Returns how the text is read.
     Parser getParser() const { return m_parser; }
-    /// Removes spaces from the end of the text; true initially.
+    /// Ends the text with the ends of its line and paragraph, as "{end_of_text}" does, instead of as
+    /// "{multiline_end_of_text}"; true initially.
     TextActor& setTrimEOT(bool trim);
-    /// Returns true if spaces are removed from the end of the text.
+    /// Returns the value passed to setTrimEOT().
     bool getTrimEOT() const { return m_trimEOT; }
 
     // --- look ---------------------------------------------------------------------------------------
@@ -178,8 +181,23 @@ public:
 
 private:
     friend class internal::TextLayout;
+    friend class internal::TextReader;
+
+    // What update() has to do: bits of m_dirty.
+    static constexpr uint32 kDirtyPosition = 2;
+    static constexpr uint32 kDirtyGlyphs = 4;
+    static constexpr uint32 kDirtyTokens = 16;
+
+    // Reading; defined in text_actor_tokens.cpp and text_actor_bidi.cpp.
+    void parseToTokens();
+    void reorderTokens();
+    void clearTokens();
 
     Vector<Token> m_tokens;
+    internal::TokenTail m_tokenTail;
+    uint32 m_sourceIndex = 0;
+    bool m_mayHoldRightToLeft = false; // false if no token can come out right-to-left
+    uint32 m_dirty = 0xFFFFFFFF;
     String m_text;
     SmartPointer<Font> m_font;
     FontStyle m_fontStyle = FontStyle::Regular;
