@@ -299,6 +299,22 @@ TEST_F(SoftwarePictures, Windows) {
         });
 }
 
+TEST_F(SoftwarePictures, WindowsOfEveryWidth) {
+    for (const FormatID format : {L8, UInt16})
+        expectFrame("window-widths-" + std::to_string(format), {69, 68}, BGRA8,
+                    [format](RendererSoftware& r) {
+                        const SmartPointer<Texture> texture = makeNoise(r, format, {68, 3}, 29);
+                        const IVec2<float> window =
+                            format == UInt16 ? IVec2<float>(9000, 51000) : IVec2<float>(40, 200);
+                        for (int width = 0; width <= 67; ++width)
+                            r.drawTextureScaledLookupInternal(
+                                texture.get(), {0, 0, static_cast<float>(width) / 68, 1.0f / 3},
+                                {1, static_cast<float>(width), static_cast<float>(1 + width),
+                                 static_cast<float>(width + 1)},
+                                0, window, nullptr);
+                    });
+}
+
 TEST_F(SoftwarePictures, Palettes) {
     for (const FormatID format : {L8, UInt16, MP_RGB8_O16, MP_UInt16_O16})
         expectFrame("palette-" + std::to_string(format), {90, 64}, BGRA8, [format](RendererSoftware& r) {
