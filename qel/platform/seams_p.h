@@ -34,6 +34,9 @@ using RunFunction = RunResult (*)(const std::vector<std::string>& arguments, con
 /// Replaces the start of programs with @p function; null restores it.
 void setRunFunction(RunFunction function);
 
+/// Makes processorCount() return @p count; 0 restores the machine's own number.
+void setProcessorCount(std::uint32_t count);
+
 /// Keeps all registry values below @p folder; an empty name restores the folders of the machine and the user.
 void setRegistryFolder(std::string_view folder);
 

@@ -12,6 +12,10 @@ void replaceRunProcess(RunFunction function) {
     platform::setRunFunction(function);
 }
 
+void setProcessorCount(unsigned count) {
+    platform::setProcessorCount(count);
+}
+
 void setRegistryFolder(std::string_view folder) {
     platform::setRegistryFolder(folder);
 }

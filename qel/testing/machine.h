@@ -26,6 +26,10 @@ using RunFunction = platform::RunResult (*)(const std::vector<std::string>& argu
 /// @threads any thread.
 QEL_API void replaceRunProcess(RunFunction function);
 
+/// Makes the next System assume @p count processors; 0 restores the machine's own number.
+/// @threads any thread.
+QEL_API void setProcessorCount(unsigned count);
+
 /// Keeps all values of the registry below @p folder, instead of in the folders of the machine and the user;
 /// an empty path restores those.
 /// @threads any thread.

@@ -2,6 +2,7 @@
 #include <tests/render/random_drawing.h>
 #include <tests/support/system_fixture.h>
 
+#include <qel/testing/machine.h>
 #include <qel/testing/simd.h>
 
 namespace qel {
@@ -49,9 +50,24 @@ TEST_F(RandomFrames, AreTheSameOnEveryVectorTarget) {
     }
 }
 
-TEST_F(RandomFrames, AreTheSameInBands) {
+/// The parameter is the number of processors that System finds.
+class RandomFramesInBands : public RandomFrames, public testing::WithParamInterface<unsigned> {
+protected:
+    void SetUp() override {
+        seams::setProcessorCount(GetParam());
+        RandomFrames::SetUp();
+    }
+    void TearDown() override {
+        RandomFrames::TearDown();
+        seams::setProcessorCount(0);
+    }
+};
+
+TEST_P(RandomFramesInBands, AreTheSame) {
     EXPECT_EQ(firstDifference(seams::DrawingMode::Banded), kFrames);
 }
+
+INSTANTIATE_TEST_SUITE_P(Processors, RandomFramesInBands, testing::Values(1, 2, 16));
 
 } // namespace
 } // namespace qel

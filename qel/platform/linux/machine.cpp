@@ -1,8 +1,10 @@
 #include <qel/platform/linux/proc_file_p.h>
 #include <qel/platform/machine.h>
+#include <qel/platform/seams_p.h>
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <thread>
 
 #include <unistd.h>
@@ -12,6 +14,9 @@ namespace qel::platform {
 namespace {
 
 constexpr std::uint64_t kKiB = 1024;
+
+/// Set by a test; 0 for the machine's own number.
+constinit std::atomic<std::uint32_t> g_processorCount{0};
 
 /// The columns of the first line of /proc/stat, in order. The time of guests is included in user and nice.
 enum StatColumn { kUser, kNice, kSystem, kIdle, kIoWait, kIrq, kSoftIrq, kSteal, kStatColumns };
@@ -34,7 +39,12 @@ std::uint32_t pageSize() {
 }
 
 std::uint32_t processorCount() {
-    return std::max(1u, std::thread::hardware_concurrency());
+    const std::uint32_t replaced = g_processorCount.load(std::memory_order_relaxed);
+    return replaced != 0 ? replaced : std::max(1u, std::thread::hardware_concurrency());
+}
+
+void setProcessorCount(std::uint32_t count) {
+    g_processorCount.store(count, std::memory_order_relaxed);
 }
 
 std::uint64_t physicalMemorySize() {
