@@ -7,6 +7,7 @@
 #include "terminal.h"
 #include "watchdog.h"
 
+#include <hosts/shared/host_main.h>
 #include <hosts/shared/shipped_path.h>
 #include <hosts/shared/standard_output.h>
 #include <hosts/shared/unhandled_errors.h>
@@ -106,8 +107,5 @@ int run(const Options& options, int argc, char** argv) {
 
 int main(int argc, char** argv) {
     Options options;
-    const qelhosts::Program program = describe(options);
-    qelhosts::parseCommandLine(options, program, argc, argv);
-    const auto answer = qelhosts::answerCommandLine(options, program);
-    return answer ? *answer : run(options, argc, argv);
+    return qelhosts::hostMain(argc, argv, options, [&] { return run(options, argc, argv); });
 }

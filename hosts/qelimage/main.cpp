@@ -2,6 +2,7 @@
 #include "commands.h"
 #include "output.h"
 
+#include <hosts/shared/host_main.h>
 #include <hosts/shared/standard_output.h>
 #include <hosts/shared/unhandled_errors.h>
 #include <qel/foundation/log/message_stream.h>
@@ -53,8 +54,5 @@ int run(const Options& options) {
 
 int main(int argc, char** argv) {
     Options options;
-    const qelhosts::Program program = describe(options);
-    qelhosts::parseCommandLine(options, program, argc, argv);
-    const auto answer = qelhosts::answerCommandLine(options, program);
-    return answer ? *answer : run(options);
+    return qelhosts::hostMain(argc, argv, options, [&] { return run(options); });
 }

@@ -1,8 +1,7 @@
 #include "output.h"
 
-#include "file_replacement.h"
-
 #include <hosts/shared/command_line.h>
+#include <hosts/shared/file_replacement.h>
 #include <hosts/shared/settings.h>
 #include <hosts/shared/standard_output.h>
 #include <qel/files/file.h>
@@ -65,7 +64,7 @@ int savePicture(const Image& image, const std::string& path, Image::Encoding enc
         qelhosts::print(bytes.getConstByteSpan().asText());
         return 0; // a failure is reported at the end
     }
-    const auto error = replaceFile(path, bytes);
+    const auto error = qelhosts::replaceFile(path, bytes);
     if (error == std::errc::interrupted) return qelhosts::kInterruptedStatus;
     if (error) complain("cannot write " + quoted(path) + ": " + qel::platform::errorText(error.value()));
     return error ? kTrouble : 0;

@@ -1,11 +1,11 @@
 #include "commands.h"
-#include "file_replacement.h"
 #include "folder_list.h"
 #include "library_output.h"
 #include "output.h"
 #include "sheet_page.h"
 #include "tile_loader.h"
 
+#include <hosts/shared/file_replacement.h>
 #include <hosts/shared/progress_bar.h>
 #include <qel/system/core/system.h>
 
@@ -64,7 +64,7 @@ private:
     /// Writes a page. Only the first may be a pipe: Ctrl-C could not end the wait for another one.
     int save(const qel::Image& picture, size_t page) const {
         const std::string path = pathOfPage(m_path, page);
-        if (page == 1 || isReplaceable(path)) return savePicture(picture, path, m_encoding);
+        if (page == 1 || qelhosts::isReplaceable(path)) return savePicture(picture, path, m_encoding);
         complain("not a file: " + quoted(path));
         return kTrouble;
     }
@@ -94,7 +94,7 @@ int drawSheet(const Options& options) {
     if (list.names.empty() && isWhole) complain("no files in " + quoted(folder));
     SheetMaker maker(std::move(list), out, *encoding);
     if (maker.countPages() == 0) return kTrouble;
-    const bool isFile = out != "-" && isReplaceable(out);
+    const bool isFile = out != "-" && qelhosts::isReplaceable(out);
     if (!isFile && maker.countPages() > 1) {
         complain("a pipe or a device takes one page, of at most " + std::to_string(kTilesPerPage) + " files");
         return kTrouble;

@@ -3,6 +3,7 @@
 #include "options.h"
 #include "server.h"
 
+#include <hosts/shared/host_main.h>
 #include <hosts/shared/pacer.h>
 #include <hosts/shared/shipped_path.h>
 #include <hosts/shared/socket_path.h>
@@ -61,8 +62,5 @@ int run(const Options& options) {
 
 int main(int argc, char** argv) {
     Options options;
-    const qelhosts::Program program = describe(options);
-    qelhosts::parseCommandLine(options, program, argc, argv);
-    const auto answer = qelhosts::answerCommandLine(options, program);
-    return answer ? *answer : run(options);
+    return qelhosts::hostMain(argc, argv, options, [&] { return run(options); });
 }

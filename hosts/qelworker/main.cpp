@@ -5,6 +5,7 @@
 #include "options.h"
 
 #include <hosts/jobs/job_packets.h>
+#include <hosts/shared/host_main.h>
 #include <hosts/shared/pacer.h>
 #include <hosts/shared/standard_output.h>
 #include <hosts/shared/unhandled_errors.h>
@@ -92,8 +93,5 @@ int run() {
 
 int main(int argc, char** argv) {
     qelworker::Options options;
-    const qelhosts::Program program = qelworker::describe(options);
-    qelhosts::parseCommandLine(options, program, argc, argv);
-    const auto answer = qelhosts::answerCommandLine(options, program);
-    return answer ? *answer : run();
+    return qelhosts::hostMain(argc, argv, options, &run);
 }

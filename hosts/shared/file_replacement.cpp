@@ -1,4 +1,4 @@
-#include "file_replacement.h"
+#include <hosts/shared/file_replacement.h>
 
 #include <qel/files/file.h>
 #include <qel/foundation/base/write_whole.h>
@@ -6,7 +6,7 @@
 
 #include <optional>
 
-namespace qelimage {
+namespace qelhosts {
 
 namespace {
 
@@ -24,7 +24,7 @@ public:
     FileError create(const std::string& place) {
         const std::string folder = place.substr(0, place.rfind('/') + 1);
         for (int i = 0;; ++i) {
-            const std::string path = folder + ".qelimage-" +
+            const std::string path = folder + ".unfinished-" +
                                      std::to_string(qel::Object::system()->getProcessID()) + "-" +
                                      std::to_string(i) + ".new";
             const FileError error = openFile(m_file, path.c_str(), OpenMode::CreateNew);
@@ -103,4 +103,4 @@ FileError replaceFile(const std::string& path, qel::ConstByteSpan bytes) {
                                          : writeDirectly(path, bytes);
 }
 
-} // namespace qelimage
+} // namespace qelhosts

@@ -6,7 +6,7 @@
 
 #include <string>
 
-namespace qelimage {
+namespace qelhosts {
 
 /// Returns true if replaceFile() would write a new file and put it in the place of @p path: if there is
 /// nothing, a file or a link to a file.
@@ -20,4 +20,4 @@ bool isReplaceable(const std::string& path);
 /// @return std::errc::interrupted if Ctrl-C was pressed before the file was renamed.
 qel::platform::FileError replaceFile(const std::string& path, qel::ConstByteSpan bytes);
 
-} // namespace qelimage
+} // namespace qelhosts

@@ -1,0 +1,21 @@
+// The main function of a host without arguments of its own.
+#pragma once
+
+#include <hosts/shared/command_line.h>
+
+namespace qelhosts {
+
+/// Parses the command line into @p options, answers `--help`, `--version` and mistakes, and otherwise runs
+/// the host.
+/// @param options  the options of the host, for which its function describe() returns the table.
+/// @param run      runs the host and returns its exit status.
+/// @return the exit status of the process.
+template <class Options, class Run>
+int hostMain(int argc, const char* const* argv, Options& options, const Run& run) {
+    const Program program = describe(options);
+    parseCommandLine(options, program, argc, argv);
+    const std::optional<int> answer = answerCommandLine(options, program);
+    return answer ? *answer : run();
+}
+
+} // namespace qelhosts
