@@ -37,3 +37,8 @@ foreach(module qelCore qelCore-script)
     install(FILES ${PROJECT_BINARY_DIR}/${module}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
             COMPONENT Development)
 endforeach()
+foreach(component IN LISTS QEL_COMPONENTS)
+    configure_file(cmake/qelCore-component.pc.in ${PROJECT_BINARY_DIR}/qelCore-${component}.pc @ONLY)
+    install(FILES ${PROJECT_BINARY_DIR}/qelCore-${component}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+            COMPONENT Development)
+endforeach()

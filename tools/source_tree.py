@@ -63,9 +63,25 @@ def installed_headers():
     return [name for name in public_headers() if name not in internal_headers() and name not in UMBRELLAS]
 
 
+def component_headers():
+    """Returns the installed headers of the components."""
+    return [name for name in files("components/**/*.h") if not name.endswith("_p.h")]
+
+
+def include_path(name):
+    """Returns how programs name a header: a component's without the component's folder."""
+    return re.sub(r"^components/[^/]+/", "", name)
+
+
+@lru_cache(maxsize=None)
+def files_by_include_path():
+    """Returns the headers of the components by the names by which they are included."""
+    return {include_path(name): name for name in files("components/**/*.h")}
+
+
 @lru_cache(maxsize=None)
 def closure(name):
-    """The file and every file of the library and its hosts that it includes, directly or not."""
+    """The file and every file of the library, its components and its hosts that it includes, directly or not."""
     seen = {name}
     waiting = [name]
     while waiting:
@@ -73,7 +89,8 @@ def closure(name):
         for form, path in includes(current):
             if form == '"':
                 path = f"{current.rpartition('/')[0]}/{path}"
-            if path.startswith(("qel/", "hosts/")) and path not in seen and (ROOT / path).is_file():
+            path = files_by_include_path().get(path, path)
+            if path.startswith(("qel/", "components/", "hosts/")) and path not in seen and (ROOT / path).is_file():
                 seen.add(path)
                 waiting.append(path)
     return seen
