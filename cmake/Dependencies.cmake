@@ -11,6 +11,7 @@ pkg_check_modules(sqlite REQUIRED IMPORTED_TARGET sqlite3)
 pkg_check_modules(uriparser REQUIRED IMPORTED_TARGET liburiparser)
 pkg_check_modules(webp REQUIRED IMPORTED_TARGET libwebp)
 pkg_check_modules(deflate REQUIRED IMPORTED_TARGET libdeflate)
+pkg_check_modules(freetype REQUIRED IMPORTED_TARGET freetype2)
 pkg_check_modules(qrcodegen REQUIRED IMPORTED_TARGET qrcodegencpp)
 find_path(QELCORE_LODEPNG_INCLUDE lodepng.h REQUIRED) # has no module of pkg-config
 find_library(QELCORE_LODEPNG_LIBRARY lodepng REQUIRED)
@@ -18,5 +19,7 @@ mark_as_advanced(QELCORE_LODEPNG_INCLUDE QELCORE_LODEPNG_LIBRARY)
 find_path(QELCORE_INIPARSER_INCLUDE iniparser.h PATH_SUFFIXES iniparser REQUIRED) # has no module of pkg-config
 find_library(QELCORE_INIPARSER_LIBRARY iniparser REQUIRED)
 mark_as_advanced(QELCORE_INIPARSER_INCLUDE QELCORE_INIPARSER_LIBRARY)
+find_path(QELCORE_STB_INCLUDE stb/stb_rect_pack.h REQUIRED) # has neither a module nor a library that is needed
+mark_as_advanced(QELCORE_STB_INCLUDE)
 # Only Highway's headers are used; its library would slow down the start of every program.
 pkg_check_modules(hwy REQUIRED libhwy)

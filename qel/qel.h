@@ -159,6 +159,9 @@
 #include <qel/text/engine/text_actor.h>
 #include <qel/text/engine/token.h>
 #include <qel/text/engine/token_tail.h>
+#include <qel/text/fonts/bitmap_font.h>
 #include <qel/text/fonts/font.h>
+#include <qel/text/fonts/shaping.h>
+#include <qel/text/fonts/true_type_font.h>
 #include <qel/volume/arcball_camera.h>
 #include <qel/volume/mesh.h>

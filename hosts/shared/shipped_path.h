@@ -31,4 +31,9 @@ inline std::string shippedPath(const char* name, const std::filesystem::path& in
     return std::filesystem::exists(inInstallation, error) ? inInstallation : beside;
 }
 
+/// Returns the folder of the shipped fonts, which are the resources of their file names.
+inline std::string shippedFontsPath() {
+    return shippedPath("../resources/fonts", std::filesystem::path(kDataFolder) / "fonts");
+}
+
 } // namespace qelhosts

@@ -170,7 +170,7 @@ void Sprite::finishAsyncLoad() {
 
 void Sprite::loadGlyph() {
     if (system()->delegateRenderGlyph(m_descriptor, m_codepoint, m_image)) return;
-    logging::info() << "no glyph available for codepoint: " << m_codepoint;
+    if (!m_isReported) logging::info() << "no glyph available for codepoint: " << m_codepoint;
     m_sourceInvalid = true;
 }
 

@@ -161,7 +161,8 @@ private:
     Image m_image;
     bool m_sourceInvalid = false;
     bool m_asyncPending = false;
-    bool m_isLoading = false; ///< so that a generator may ask its own sprite for its pixels
+    bool m_isReported = false; ///< the log states already that the glyph does not exist
+    bool m_isLoading = false;  ///< so that a generator may ask its own sprite for its pixels
     std::map<IVec2<int>, SmartPointer<Texture>, BySize> m_textures;
     SmartPointer<Alarm> m_unloadAlarm;
     std::function<void(Image&)> m_generator;

@@ -19,9 +19,23 @@ Sprite* SpriteCache::get(std::string_view name) {
 }
 
 Sprite* SpriteCache::get(const IVec2<unsigned>& descriptor, unsigned codepoint) {
-    SmartPointer<Sprite>& sprite = m_byGlyph[{descriptor.x, descriptor.y, codepoint}];
-    if (!sprite) sprite = Sprite::createFromGlyph(descriptor, codepoint);
+    forgetMissingGlyph();
+    m_lastGlyph = {descriptor.x, descriptor.y, codepoint};
+    SmartPointer<Sprite>& sprite = m_byGlyph[m_lastGlyph];
+    if (sprite) return sprite.get();
+    sprite = Sprite::createFromGlyph(descriptor, codepoint);
+    const auto missing = m_missingGlyphs.find({descriptor.x, descriptor.y, codepoint >> 8});
+    sprite->m_isReported = missing != m_missingGlyphs.end() && missing->second[codepoint & 0xFF];
     return sprite.get();
+}
+
+/// Releases the sprite that was returned last if its glyph does not exist.
+void SpriteCache::forgetMissingGlyph() {
+    const auto last = m_byGlyph.find(m_lastGlyph);
+    if (last == m_byGlyph.end() || last->second->isSourceValid()) return;
+    const auto [width, height, codepoint] = m_lastGlyph;
+    m_missingGlyphs[{width, height, codepoint >> 8}].set(codepoint & 0xFF);
+    m_byGlyph.erase(last);
 }
 
 void SpriteCache::clear() {
@@ -33,6 +47,7 @@ void SpriteCache::clear() {
 void SpriteCache::release() {
     m_byName.clear();
     m_byGlyph.clear();
+    m_missingGlyphs.clear();
 }
 
 bool SpriteCache::prefetch(Sprite& sprite, Renderer* renderer, const IVec2<int>& size) {

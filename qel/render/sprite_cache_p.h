@@ -9,6 +9,7 @@
 #include <qel/render/renderer.h>
 #include <qel/render/sprite.h>
 
+#include <bitset>
 #include <functional>
 #include <map>
 #include <string>
@@ -24,7 +25,8 @@ class SpriteCache final : public Object {
 public:
     /// Returns the sprite of a resource, created on first use.
     Sprite* get(std::string_view name);
-    /// Returns the sprite of a character, created on first use.
+    /// Returns the sprite of a character, created on first use. A sprite whose glyph turned out not to exist
+    /// is released by the next call, so that texts of unknown characters do not fill the memory.
     Sprite* get(const IVec2<unsigned>& descriptor, unsigned codepoint);
     /// Drops the pixels and textures of all sprites and releases them.
     void clear();
@@ -50,9 +52,13 @@ private:
     };
 
     void endPrefetch() { m_prefetch.sprite = nullptr; }
+    void forgetMissingGlyph();
 
     std::map<std::string, SmartPointer<Sprite>, std::less<>> m_byName;
     std::map<GlyphKey, SmartPointer<Sprite>> m_byGlyph;
+    GlyphKey m_lastGlyph{}; ///< key of the sprite that get() returned last
+    /// The glyphs that do not exist, so that each is logged once: 256 code points for each key.
+    std::map<GlyphKey, std::bitset<256>> m_missingGlyphs;
     Prefetch m_prefetch;
 };
 

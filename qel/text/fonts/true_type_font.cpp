@@ -1,0 +1,216 @@
+#include <qel/text/fonts/true_type_font.h>
+
+#include <qel/foundation/base/buffer.h>
+#include <qel/foundation/base/weak_pointer.h>
+#include <qel/foundation/log/message_stream.h>
+#include <qel/system/core/system.h>
+#include <qel/text/fonts/font_face_p.h>
+#include <qel/text/fonts/glyph_atlas_p.h>
+#include <qel/text/fonts/glyph_numbers_p.h>
+
+#include <unordered_set>
+#include <utility>
+
+namespace qel {
+
+using internal::FontFace;
+
+namespace {
+
+/// More pairs than a text of any language has; a text of random characters must not fill the memory.
+constexpr size_t kMaxKernings = 1 << 18;
+
+} // namespace
+
+struct TrueTypeFont::Private {
+    explicit Private(Vector<SmartPointer<Sprite>>& pages) : atlas(pages) {}
+
+    /// Draws a glyph of @p source into the pages. @return false if that fails.
+    bool draw(FontFace& source, uint32 index, Character& character);
+    /// As draw(), but tries it only once until refused is cleared. @param number  identifies the face.
+    bool drawOnce(FontFace& source, uint32 number, uint32 index, Character& character);
+
+    Buffer ownFile;     ///< of a font that was loaded from memory
+    ConstByteSpan file; ///< what the face reads
+    std::unique_ptr<FontFace> face;
+    internal::GlyphAtlas atlas;
+    Vector<SmartPointer<TrueTypeFont>> fallbackFonts;
+    std::unordered_map<uint32, Character> glyphs; ///< by number in the file; the addresses are stable
+    std::unordered_set<uint64> refused;           ///< glyphs that could not be drawn
+    std::unordered_map<uint64, int16> kernings;   ///< those that FreeType was asked for
+};
+
+bool TrueTypeFont::Private::draw(FontFace& source, uint32 index, Character& character) {
+    // The size is known before a glyph is drawn, so that an enormous one costs nothing.
+    const std::optional<IVec2<int>> size = source.loadGlyph(index);
+    if (!size) return false;
+    const auto place = atlas.place(*size, character);
+    if (!place || !source.drawGlyph()) return false;
+    source.readMetrics(character);
+    if (character.width != size->x || character.height != size->y) return false;
+    if (!source.copyPixels(place->pixels, place->pitch)) return false;
+    atlas.notifyChange();
+    return true;
+}
+
+bool TrueTypeFont::Private::drawOnce(FontFace& source, uint32 number, uint32 index, Character& character) {
+    const uint64 key = uint64{number} << 32 | index;
+    if (index == 0 || refused.contains(key)) return false;
+    if (draw(source, index, character)) return true;
+    refused.insert(key);
+    character = {};
+    return false;
+}
+
+TrueTypeFont::TrueTypeFont() : m_private(std::make_unique<Private>(m_pages)) {
+    if (system() != nullptr) system()->signalFreeCaches.connect(this, &TrueTypeFont::unload);
+}
+
+TrueTypeFont::~TrueTypeFont() {
+    removeWeakPointers();
+}
+
+// --- loading --------------------------------------------------------------------------------------------
+
+bool TrueTypeFont::loadFromMemory(ConstByteSpan file, int size) {
+    Buffer copy(file.data, file.size);
+    reset();
+    m_resourceName.clear();
+    m_private->ownFile.swap(copy);
+    if (open(m_private->ownFile, size)) return true;
+    m_private->ownFile.free();
+    return false;
+}
+
+bool TrueTypeFont::loadFromResource(SmartCStr name, int size) {
+    reset();
+    m_resourceName = name;
+    const ConstByteSpan file = FTLibrarySingleton::get()->load(m_resourceName);
+    if (!file.empty()) return open(file, size);
+    logging::error() << "Failed to load truetype font from resource: " << m_resourceName;
+    return false;
+}
+
+bool TrueTypeFont::loadFromResourceAsync(SmartCStr name, int size) {
+    reset();
+    m_resourceName = name;
+    const SmartPointer<FTLibrarySingleton> library = FTLibrarySingleton::get();
+    const ConstByteSpan file = library->find(m_resourceName);
+    if (!file.empty()) return open(file, size);
+    const WeakPointer<TrueTypeFont> self(this);
+    return library->request(m_resourceName, [self, size, requested = m_resourceName](ConstByteSpan arrived) {
+        const SmartPointer<TrueTypeFont> font = self.lock();
+        if (!font) return;
+        logging::info() << "Loading font: , id=" << requested << ", fontSize=" << size;
+        font->reset();
+        font->open(arrived, size);
+    });
+}
+
+/// Returns to the state of a new font, except for the fallback fonts.
+void TrueTypeFont::reset() {
+    dropGlyphs();
+    m_private->face.reset();
+    m_private->kernings.clear();
+    m_private->file = {};
+    m_private->ownFile.free();
+    m_lineHeight = 0;
+    m_ascent = 0;
+    m_descent = 0;
+}
+
+bool TrueTypeFont::open(ConstByteSpan file, int size) {
+    m_private->face = FontFace::open(*FTLibrarySingleton::get(), file, size);
+    if (!m_private->face) return false;
+    m_private->file = file;
+    finishLoading();
+    return true;
+}
+
+void TrueTypeFont::finishLoading() {
+    const FontFace::LineMetrics metrics = m_private->face->lineMetrics();
+    m_lineHeight = metrics.lineHeight;
+    m_ascent = metrics.ascent;
+    m_descent = m_ascent + m_lineHeight;
+    measureCharacters();
+}
+
+bool TrueTypeFont::isLoaded() const {
+    return m_private->face != nullptr;
+}
+
+// --- glyphs ---------------------------------------------------------------------------------------------
+
+void TrueTypeFont::setFallbackFonts(const Vector<SmartPointer<TrueTypeFont>>& fonts) {
+    m_private->fallbackFonts.clear();
+    for (const SmartPointer<TrueTypeFont>& font : fonts)
+        if (font && font.get() != this) m_private->fallbackFonts.push_back(font);
+    dropGlyphs();
+    noteChange();
+}
+
+void TrueTypeFont::unload() {
+    if (system() == nullptr || !system()->isDeadlineExceededIn(0)) dropGlyphs();
+}
+
+void TrueTypeFont::dropGlyphs() {
+    dropCharacters();
+    m_private->glyphs.clear();
+    m_private->refused.clear();
+    m_private->atlas.reset();
+}
+
+bool TrueTypeFont::fetchGlyph(uint32 codePoint, Character& character) {
+    FontFace* const own = m_private->face.get();
+    if (own == nullptr) return false;
+    if (m_private->drawOnce(*own, 0, own->glyphIndex(codePoint), character)) return true;
+    uint32 number = 0;
+    for (const SmartPointer<TrueTypeFont>& font : m_private->fallbackFonts) {
+        FontFace* const face = font->m_private->face.get();
+        ++number;
+        if (face != nullptr && m_private->drawOnce(*face, number, face->glyphIndex(codePoint), character))
+            return true;
+    }
+    return false;
+}
+
+const Font::Character* TrueTypeFont::getGlyph(uint32 index) {
+    const auto found = m_private->glyphs.find(index);
+    if (found != m_private->glyphs.end()) return &found->second;
+    Character character;
+    FontFace* const face = m_private->face.get();
+    const bool isGlyph = face != nullptr && face->hasGlyph(index);
+    if (!isGlyph || !m_private->drawOnce(*face, 0, index, character)) return nullptr;
+    return &m_private->glyphs.emplace(index, character).first->second;
+}
+
+int TrueTypeFont::getKerning(uint32 first, uint32 second) {
+    const FontFace* const face = m_private->face.get();
+    if (face == nullptr || !face->hasKerning()) return 0;
+    auto& kernings = m_private->kernings;
+    const uint64 key = internal::kerningKey(first, second);
+    const auto found = kernings.find(key);
+    if (found != kernings.end()) return found->second;
+    if (kernings.size() >= kMaxKernings) kernings.clear();
+    return kernings[key] = static_cast<int16>(face->kerning(first, second));
+}
+
+// --- the face -------------------------------------------------------------------------------------------
+
+FontStyle TrueTypeFont::getStyle() const {
+    return m_private->face ? m_private->face->style() : FontStyle::Regular;
+}
+
+ConstByteSpan TrueTypeFont::getFileBytes() const {
+    return m_private->file;
+}
+
+int TrueTypeFont::getUnitsPerEm() const {
+    return m_private->face ? m_private->face->unitsPerEm() : 0;
+}
+
+double TrueTypeFont::getScale() const {
+    return m_private->face ? m_private->face->scale() : 0;
+}
+
+} // namespace qel

@@ -1,0 +1,260 @@
+#include <tests/support/log_capture.h>
+#include <tests/support/scratch_folder.h>
+#include <tests/support/system_fixture.h>
+#include <tests/text/fonts/bmf_sample.h>
+
+#include <qel/plugins/resource_locator.h>
+#include <qel/render/sprite.h>
+#include <qel/text/fonts/bitmap_font.h>
+
+namespace qel {
+namespace {
+
+using test::BmfSample;
+
+class BitmapFontTest : public test::SystemFixture {
+protected:
+    void SetUp() override {
+        SystemFixture::SetUp();
+        font = new BitmapFont;
+    }
+    void TearDown() override {
+        font.reset();
+        SystemFixture::TearDown();
+    }
+    bool load(const BmfSample& sample) {
+        return font->loadFromMemory(ConstByteSpan::fromText(sample.bytes()));
+    }
+
+    SmartPointer<BitmapFont> font;
+};
+
+TEST_F(BitmapFontTest, ReadsTheBlocksOfAFile) {
+    ASSERT_TRUE(load({}));
+    EXPECT_EQ(font->getInfo().fontSize, 20);
+    EXPECT_FALSE(font->getInfo().isSmooth);
+    EXPECT_TRUE(font->getInfo().isUnicode);
+    EXPECT_EQ(font->getInfo().stretchHeight, 100);
+    EXPECT_EQ(font->getInfo().antiAlias, 1);
+    EXPECT_EQ(font->getInfo().padding, (std::array<uint8, 4>{2, 3, 4, 5}));
+    EXPECT_EQ(font->getInfo().spacing, (std::array<uint8, 2>{6, 7}));
+    EXPECT_EQ(font->getInfo().outline, 8);
+    EXPECT_EQ(font->getInfo().name, "Sample");
+    EXPECT_EQ(font->getCommon().pageCount, 1);
+    EXPECT_EQ(font->getLineHeight(), 16);
+    EXPECT_EQ(font->getAscent(), -12);
+    EXPECT_EQ(font->getDescent(), 4);
+    EXPECT_EQ(font->getFontDescriptor(), IVec2<int>(7, 9));
+    EXPECT_EQ(font->getStyle(), FontStyle::Regular);
+}
+
+TEST_F(BitmapFontTest, ReadsACharacter) {
+    ASSERT_TRUE(load({}));
+    const Font::Character* const x = font->getCharacter('x');
+    ASSERT_NE(x, nullptr);
+    EXPECT_EQ(x->x, 8);
+    EXPECT_EQ(x->width, 6);
+    EXPECT_EQ(x->height, 7);
+    EXPECT_EQ(x->xOffset, 1);
+    EXPECT_EQ(x->yOffset, 5 - 12);
+    EXPECT_EQ(x->xAdvance, 8);
+    EXPECT_EQ(x->page, 0u);
+    EXPECT_EQ(x->channel, 15);
+    EXPECT_FLOAT_EQ(x->uMin, 8 / 128.0f);
+    EXPECT_FLOAT_EQ(x->vMin, 0);
+    EXPECT_FLOAT_EQ(x->uMax, 14 / 128.0f);
+    EXPECT_FLOAT_EQ(x->vMax, 7 / 64.0f);
+}
+
+TEST_F(BitmapFontTest, KernsThePairsOfTheFile) {
+    ASSERT_TRUE(load({}));
+    EXPECT_EQ(font->getKerning('A', 'x'), -2);
+    EXPECT_EQ(font->getKerning('x', 'A'), 0);
+}
+
+TEST_F(BitmapFontTest, NeedsNoKernings) {
+    BmfSample sample;
+    sample.hasKernings = false;
+    ASSERT_TRUE(load(sample));
+    EXPECT_EQ(font->getKerning('A', 'x'), 0);
+}
+
+TEST_F(BitmapFontTest, RefusesLaterVersions) {
+    BmfSample sample;
+    sample.version = 4;
+    EXPECT_FALSE(load(sample));
+    sample.version = 2;
+    EXPECT_TRUE(load(sample));
+}
+
+TEST_F(BitmapFontTest, IsEmptyAfterAnIncompleteFile) {
+    test::LogCapture log;
+    const std::string file = BmfSample().bytes();
+    const std::string withoutKernings = [] {
+        BmfSample sample;
+        sample.hasKernings = false;
+        return sample.bytes();
+    }();
+    for (size_t size = 0; size < file.size(); ++size) {
+        if (size == withoutKernings.size()) continue; // a whole file
+        ASSERT_TRUE(load({}));
+        EXPECT_FALSE(font->loadFromMemory({reinterpret_cast<const uint8*>(file.data()), size})) << size;
+        EXPECT_EQ(font->getCharacter('A'), nullptr) << size;
+        EXPECT_EQ(font->getKerning('A', 'x'), 0) << size;
+        EXPECT_EQ(font->getLineHeight(), 0) << size;
+        EXPECT_EQ(font->getPage(0), nullptr) << size;
+    }
+    log.take();
+}
+
+TEST_F(BitmapFontTest, RefusesABlockThatStatesTooManyBytes) {
+    std::string file = BmfSample().bytes();
+    file[file.find(std::string("\4\x28\0\0\0", 5)) + 4] = '\x7F'; // the size of the block of characters
+    EXPECT_FALSE(font->loadFromMemory(ConstByteSpan::fromText(file)));
+}
+
+TEST_F(BitmapFontTest, UsesTheLastRecordOfACharacter) {
+    BmfSample sample;
+    sample.glyphs = {{'A', {0, 0, 1, 1, 0, 0, 1}}, {'A', {0, 0, 2, 2, 0, 0, 2}}};
+    ASSERT_TRUE(load(sample));
+    EXPECT_EQ(font->getCharacter('A')->xAdvance, 2);
+}
+
+TEST_F(BitmapFontTest, ConvertsCodesOfCodePage1252) {
+    BmfSample sample;
+    sample.flags = 0;
+    sample.glyphs = {{0x80, {0, 0, 1, 1, 0, 0, 5}}, {0x95, {0, 0, 1, 1, 0, 0, 6}}};
+    sample.kernings = {{0x80, 0x95, 3}};
+    ASSERT_TRUE(load(sample));
+    EXPECT_EQ(font->getCharacter(0x20AC)->xAdvance, 5);
+    EXPECT_EQ(font->getCharacter(0x2022)->xAdvance, 6);
+    EXPECT_EQ(font->getKerning(0x20AC, 0x2022), 3);
+}
+
+TEST_F(BitmapFontTest, KeepsInvalidCodesWithAWarning) {
+    test::LogCapture log;
+    BmfSample sample;
+    sample.flags = 0;
+    sample.glyphs = {{0x81, {0, 0, 1, 1, 0, 0, 5}}};
+    sample.kernings = {{0x81, 'a', 3}};
+    ASSERT_TRUE(load(sample));
+    log.expect(2, "invalid codepoint in bitmapfont");
+    log.expect(2, "invalid codepoint in bitmapfont kerning");
+    EXPECT_EQ(font->getCharacter(0xFFFFFFFF)->xAdvance, 5);
+    EXPECT_EQ(font->getKerning(0xFFFFFFFF, 'a'), 3);
+}
+
+TEST_F(BitmapFontTest, LimitsTheWarningsOfAFile) {
+    test::LogCapture log;
+    BmfSample sample;
+    sample.glyphs.assign(1000, {0xFFFFFFFE, {0, 0, 1, 1, 0, 0, 5}});
+    ASSERT_TRUE(load(sample));
+    EXPECT_EQ(log.take().size(), 100u);
+}
+
+TEST_F(BitmapFontTest, LimitsLengthsTo16Bits) {
+    BmfSample sample;
+    sample.base = 65535;
+    sample.pageWidth = 0;
+    sample.glyphs = {{'A', {1, 0, 65535, 40000, 0, -32768, 0}}};
+    ASSERT_TRUE(load(sample));
+    const Font::Character* const a = font->getCharacter('A');
+    EXPECT_EQ(a->width, 32767);
+    EXPECT_EQ(a->height, 32767);
+    EXPECT_EQ(a->yOffset, -32768);
+    EXPECT_EQ(a->uMax, 0);
+    EXPECT_EQ(font->getAscent(), -65535);
+    EXPECT_EQ(font->getDescent(), 16 - 65535);
+}
+
+TEST_F(BitmapFontTest, ShowsABulletForUnknownCharacters) {
+    test::LogCapture log;
+    BmfSample sample;
+    sample.glyphs = {{0x2022, {0, 0, 1, 1, 0, 0, 7}}};
+    ASSERT_TRUE(load(sample));
+    const Font::Character* const bullet = font->getCharacter(0x2022);
+    EXPECT_EQ(font->getCharacter('A'), bullet);
+    EXPECT_EQ(font->getCharacter('A'), bullet);
+    EXPECT_EQ(font->getCharacter(0x1F600), bullet);
+    log.expect(1, "no glyph available for codepoint: 65");
+    log.expect(1, "no glyph available for codepoint: 128512");
+    EXPECT_TRUE(log.take().empty());
+}
+
+TEST_F(BitmapFontTest, ShowsThePictureOfTheHost) {
+    system().delegateGlyphMetric.connect([](const IVec2<unsigned>& descriptor) {
+        EXPECT_EQ(descriptor, IVec2<unsigned>(7, 9));
+        return 11.6f;
+    });
+    system().delegateRenderGlyph.connect([](const IVec2<unsigned>&, unsigned codePoint, Image& image) {
+        image.initialize(RGBA8, {20, 30});
+        return codePoint == 0x1F600;
+    });
+    ASSERT_TRUE(load({}));
+    const Font::Character* const picture = font->getCharacter(0x1F600);
+    ASSERT_NE(picture, nullptr);
+    EXPECT_EQ(font->getPage(picture->page)->getSize(), IVec2<int>(20, 30));
+    EXPECT_EQ(picture->width, 20);
+    EXPECT_EQ(picture->height, 30);
+    EXPECT_EQ(picture->xAdvance, 20);
+    EXPECT_EQ(picture->xOffset, 0);
+    EXPECT_EQ(picture->yOffset, -12);
+    EXPECT_EQ(picture->channel, 0);
+    EXPECT_EQ(picture->uMax, 1);
+    EXPECT_EQ(picture->vMax, 1);
+    EXPECT_EQ(font->getCharacter(0x1F600), picture);
+}
+
+TEST_F(BitmapFontTest, SurvivesAHookThatAsksForTheSameCharacter) {
+    test::LogCapture log;
+    system().delegateRenderGlyph.connect([this](const IVec2<unsigned>&, unsigned codePoint, Image& image) {
+        font->getCharacter(codePoint);
+        image.initialize(RGBA8, {2, 2});
+        return codePoint == 'Q';
+    });
+    ASSERT_TRUE(load({}));
+    EXPECT_EQ(font->getCharacter('Q')->width, 2);
+    log.take();
+}
+
+TEST_F(BitmapFontTest, AsksTheHostAgainForAMissingPicture) {
+    int calls = 0;
+    system().delegateRenderGlyph.connect([&](const IVec2<unsigned>&, unsigned codePoint, Image&) {
+        calls += codePoint == 'Q' ? 1 : 0;
+        return false;
+    });
+    test::LogCapture log;
+    ASSERT_TRUE(load({}));
+    EXPECT_EQ(font->getCharacter('Q'), nullptr);
+    EXPECT_EQ(font->getCharacter('Q'), nullptr);
+    EXPECT_EQ(calls, 2);
+    log.expect(1, "no glyph available for codepoint: 81");
+    log.expect(1, "no glyph available for codepoint: 8226");
+    EXPECT_TRUE(log.take().empty());
+}
+
+TEST_F(BitmapFontTest, LoadsItsPagesFromResources) {
+    test::ScratchFolder folder;
+    BmfSample sample;
+    sample.pages = {"ignored", "as well"};
+    folder.write("small.fnt", sample.bytes());
+    system().getResourceLocator()->addResourceDirectory(folder.path());
+    BitmapFont* const cached = system().getBitmapFont("small");
+    EXPECT_EQ(cached->getPage(0), system().getSprite("small-0.webp"));
+    EXPECT_EQ(cached->getPage(1), system().getSprite("small-1.webp"));
+    EXPECT_EQ(cached->getPage(2), nullptr);
+    EXPECT_EQ(system().getBitmapFont("small"), cached);
+}
+
+TEST_F(BitmapFontTest, IsEmptyWithoutItsResource) {
+    test::LogCapture log;
+    BitmapFont* const missing = system().getBitmapFont("missing");
+    ASSERT_NE(missing, nullptr);
+    EXPECT_EQ(system().getBitmapFont("missing"), missing);
+    EXPECT_EQ(missing->getLineHeight(), 0);
+    log.expect(3, "cant fetch resource 'missing.fnt'");
+    EXPECT_TRUE(log.take().empty());
+}
+
+} // namespace
+} // namespace qel
