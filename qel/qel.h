@@ -115,8 +115,13 @@
 #include <qel/rpc/uri_parser.h>
 #include <qel/scene/actors/actor.h>
 #include <qel/scene/actors/anim_color.h>
+#include <qel/scene/actors/color_scope.h>
+#include <qel/scene/actors/raw_touch_list.h>
 #include <qel/scene/actors/rect_actor.h>
+#include <qel/scene/actors/rect_search.h>
 #include <qel/scene/actors/timeline.h>
+#include <qel/scene/actors/touch_button.h>
+#include <qel/scene/actors/touch_state.h>
 #include <qel/script/notification_message.h>
 #include <qel/script/notification_provider.h>
 #include <qel/store/core/cache_store.h>

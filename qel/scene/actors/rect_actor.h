@@ -18,6 +18,10 @@ namespace qel {
 
 class AnimColor;
 
+namespace internal {
+struct PlacedPicture;
+}
+
 /// How a picture is fitted into the bounds of a RectActor.
 enum class ScaleMethod : int {
     Stretch = 0,     ///< fills the bounds
@@ -153,7 +157,7 @@ public:
     RectActor& setExtendMethod(ExtendMethod method);
     /// Returns which parts of the picture keep their size.
     ExtendMethod getExtendMethod() const { return m_extendMethod; }
-    /// Leaves out outer parts. @param mask  bits of ExtendCut.
+    /// Leaves out outer parts; the others keep their places. @param mask  bits of ExtendCut.
     RectActor& setExtendCut(uint32 mask);
     /// Returns the parts left out.
     uint32 getExtendCut() const { return m_extendCut; }
@@ -165,11 +169,20 @@ public:
     RectActor& setAutoRotation(Rotation rotation);
     /// Returns the value of setAutoRotation().
     Rotation getAutoRotation() const { return m_autoRotation; }
-    /// Returns the rectangle that the last draw covered.
+    /// Returns the rectangle that the last draw covered, without its shadow.
     const Rect& getDisplayRect() const { return m_displayRect; }
 
 private:
-    // The members are defined with the drawing in rect_actor.cpp.
+    void drawRectActorInternal(Renderer& renderer, const Rect& bounds);
+    void drawPlain(Renderer& renderer, const Rect& bounds);
+    void drawSprite(Renderer& renderer, const Rect& bounds);
+    void drawTexture(Renderer& renderer, Texture* texture, const internal::PlacedPicture& place);
+    Rotation effectiveRotation() const;
+    internal::PlacedPicture place(const Rect& bounds, const IVec2<int>& sourceSize) const;
+    IVec2<int> textureSize(const internal::PlacedPicture& place, const IVec2<int>& sourceSize) const;
+    Texture* obtainTexture(Renderer& renderer, Sprite& sprite, const IVec2<int>& size) const;
+    void chooseFilter(Texture& texture, const internal::PlacedPicture& place) const;
+
     std::array<IVec4<float>, 4> m_cornerColors{{{1, 1, 1, 1}, {1, 1, 1, 1}, {1, 1, 1, 1}, {1, 1, 1, 1}}};
     SmartPointer<Sprite> m_sprite;
     SmartPointer<Texture> m_texture;

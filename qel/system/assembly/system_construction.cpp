@@ -7,6 +7,7 @@
 #include <qel/platform/machine.h>
 #include <qel/platform/process_self.h>
 #include <qel/plugins/resource_locator.h>
+#include <qel/scene/actors/touch_state.h>
 #include <qel/script/notification_message.h>
 #include <qel/script/vm.h>
 #include <qel/store/records/guid_domain_db.h>
@@ -46,6 +47,7 @@ System::System() {
     setLanguage(languageOfUser());
     connectDefaultHooks();
     m_vm = std::make_unique<qelSq::VM>();
+    m_touchState = new TouchState;
     m_presentationTime = getTime();
     m_firstUTC = m_passUTC = getUTCDateTime();
     String::utf8_init_charset_conversion();
@@ -70,6 +72,7 @@ System::~System() {
     m_scheduler = nullptr;
     setGUIDDomainDB(nullptr);
     m_perfMon = nullptr;
+    m_touchState = nullptr;
     m_application = nullptr;
 }
 

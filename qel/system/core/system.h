@@ -243,7 +243,7 @@ public:
     MainPool* getMainPool() const { return m_mainPool.get(); }
     /// Returns the locator of resources.
     ResourceLocator* getResourceLocator() const { return m_resourceLocator.get(); }
-    /// Returns the touches of the display. Defined in scene/actors/system_touch.cpp.
+    /// Returns the touches of the display. Defined in scene/actors/system_touch.cpp. @threads any thread.
     TouchState* getTouchState();
 
     /// Returns the serial queue of the main thread. @threads any thread.
@@ -537,7 +537,8 @@ public:
     /// Makes unhandled faults write a dump file to @p directory + "/dumps".
     static void registerCrashHandler(const char* directory);
 
-    /// Adds the members of System to the script class @p cls. Defined in script/system_binding.cpp.
+    /// Adds the members of System to the script class @p cls. Defined in
+    /// system/assembly/system_binding.cpp.
     static void bindSqVM(qelSq::Object* cls);
 
     // --- hooks of the host --------------------------------------------------------------------------
@@ -702,7 +703,7 @@ private:
     SmartPointer<Object> m_spriteCache;    ///< a SpriteCache of the unit render, created on first use
     SmartPointer<Object> m_fontCache;      ///< a FontCache of the unit text/fonts, created on first use
     Vector<SmartPointer<Object>> m_themes; ///< each a Theme
-    SmartPointer<Object> m_touchState;     ///< a TouchState, created on first use
+    SmartPointer<Object> m_touchState;     ///< a TouchState
     mutable Mutex m_guidDomainMutex;
     SmartPointer<GUIDDomainDB> m_guidDomainDB QEL_GUARDED_BY(m_guidDomainMutex);
     bool m_guidDomainsDisabled QEL_GUARDED_BY(m_guidDomainMutex) = false;

@@ -1,5 +1,6 @@
 #include <qel/system/core/system.h>
 
+#include <qel/scene/actors/touch_state.h>
 #include <qel/script/class_binder.h>
 #include <qel/script/signal_class.h>
 #include <qel/store/core/guid.h>
@@ -35,6 +36,7 @@ void System::bindSqVM(qelSq::Object* cls) {
         .method<&System::getTime>("getTime")
         .method<&System::getUTCDateTime>("getUTCDateTime")
         .method<&System::randomUInt>("randomUInt")
+        .method<&System::getTouchState>("getTouchState")
         .method<&System::getNumberOfArguments>("getNumberOfArguments")
         .method<&System::getArgument>("getArgument")
         .native("runCommand",
