@@ -1,6 +1,7 @@
 #include <qel/foundation/base/string.h>
 
 #include <qel/foundation/base/object.h>
+#include <qel/foundation/locale/markup_expansion.h>
 #include <qel/foundation/locale/translation_p.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/system/core/system.h>
@@ -15,19 +16,6 @@ namespace {
 using internal::TranslationSource;
 
 constexpr std::string_view kOpening = "{tr:";
-
-// Finds the next piece "{tr:KEY}" at or after `position`: the shortest match, within one line. If a line ends
-// before a piece does, all openings before that line end are skipped, so each byte is read at most twice.
-bool findPiece(std::string_view text, size_t position, size_t& begin, size_t& end) {
-    for (;;) {
-        begin = text.find(kOpening, position);
-        if (begin == text.npos) return false;
-        end = text.find_first_of("}\n\r", begin + kOpening.size());
-        if (end == text.npos) return false;
-        if (text[end++] == '}') return true;
-        position = end;
-    }
-}
 
 // Replaces the pieces of a text round by round and counts what it has inserted.
 class PieceReplacer {
@@ -45,7 +33,7 @@ private:
 
     const Found& find(const String& key);
     bool isWithinLimits() const {
-        return m_pieces <= internal::kMaximumTranslatedPieces && m_bytes <= internal::kMaximumTranslatedBytes;
+        return m_pieces <= internal::kMaximumExpansions && m_bytes <= internal::kMaximumTranslatedBytes;
     }
 
     const String m_language;
@@ -64,21 +52,22 @@ const PieceReplacer::Found& PieceReplacer::find(const String& key) {
 
 bool PieceReplacer::replaceRound(String& text) {
     String result;
-    size_t copied = 0, begin = 0, end = 0;
-    while (findPiece(text, copied, begin, end)) {
-        const size_t keyBegin = begin + kOpening.size();
-        const Found& found = find(text.substr(keyBegin, end - 1 - keyBegin));
+    size_t copied = 0;
+    internal::CodeRange piece;
+    while (internal::findCode(text, kOpening, copied, piece)) {
+        const size_t keyBegin = piece.begin + kOpening.size();
+        const Found& found = find(text.substr(keyBegin, piece.end - 1 - keyBegin));
         m_pieces++;
         m_bytes += found.text.size();
         if (!isWithinLimits()) {
-            logging::error() << "[TR] text with more than " << internal::kMaximumTranslatedPieces
+            logging::error() << "[TR] text with more than " << internal::kMaximumExpansions
                              << " translated pieces or " << internal::kMaximumTranslatedBytes
                              << " bytes of them; the rest is not translated";
             return false;
         }
-        result.append(text, copied, begin - copied);
+        result.append(text, copied, piece.begin - copied);
         result += found.text;
-        copied = end;
+        copied = piece.end;
     }
     if (copied == 0) return false;
     result.append(text, copied);

@@ -4,8 +4,6 @@
 #include <qel/foundation/base/smart_cstr.h>
 #include <qel/foundation/base/string.h>
 
-#include <cstddef>
-
 namespace qel::internal {
 
 /// The resource that contains a translation.
@@ -21,10 +19,5 @@ enum class TranslationSource {
 TranslationSource findTranslation(SmartCStr language, SmartCStr key, String& text);
 /// Logs the warning for a translation from @p source, if that is due.
 void warnOfMissingTranslation(TranslationSource source, SmartCStr language, SmartCStr key);
-
-/// The number of pieces that String::applyTrOnlyControlCodes() replaces, and of bytes that it inserts, before
-/// it stops with what it has. The limits end translations that contain each other endlessly.
-inline constexpr std::size_t kMaximumTranslatedPieces = std::size_t(1) << 20;
-inline constexpr std::size_t kMaximumTranslatedBytes = std::size_t(64) << 20;
 
 } // namespace qel::internal

@@ -70,6 +70,8 @@ public:
 
     /// Sets the text, which is UTF-8.
     TextActor& setText(SmartCStr text);
+    /// Sets the text, which is UTF-8; null means the empty text.
+    TextActor& setText(const char* text) { return setText(SmartCStr(text)); }
     /// Sets the text, which is UTF-8.
     TextActor& setText(const String& text);
     /// Returns the text that was passed to setText().
@@ -176,6 +178,8 @@ public:
     /// @return false if the code ends the text.
     /// @errors logs a warning for an unknown code.
     bool parseControlCode(SmartCStr code, String* replacement, std::set<std::string>* parsedTrs);
+    /// Returns the names of all control codes in order. A name that ends in a colon takes an argument.
+    static Vector<String> getControlCodes();
     /// Returns the tokens of the last update().
     const Vector<Token>& getTokens() const { return m_tokens; }
 

@@ -1,7 +1,7 @@
 #include <qel/foundation/base/object.h>
 
 #include <qel/foundation/base/string.h>
-#include <qel/foundation/locale/translation_p.h>
+#include <qel/foundation/locale/markup_expansion.h>
 #include <qel/plugins/resource_locator.h>
 #include <tests/support/log_capture.h>
 #include <tests/support/scratch_folder.h>
@@ -96,8 +96,8 @@ TEST_F(Translation, NumberOfPiecesIsLimited) {
     const std::string openings = repeated(262'144, "{tr:") + "\n{tr:";
     EXPECT_EQ(apply(openings), openings);
     put("k", "K");
-    const std::string codes = repeated(internal::kMaximumTranslatedPieces, "{tr:k}");
-    EXPECT_EQ(apply(codes), repeated(internal::kMaximumTranslatedPieces, "K"));
+    const std::string codes = repeated(internal::kMaximumExpansions, "{tr:k}");
+    EXPECT_EQ(apply(codes), repeated(internal::kMaximumExpansions, "K"));
     LogCapture log;
     EXPECT_EQ(apply(codes + "{tr:k}"), codes + "{tr:k}");
     log.expect(3, "[TR] text with more than 1048576 translated pieces or 67108864 bytes of them; the rest is "

@@ -1,0 +1,140 @@
+#include <qel/text/engine/markdown.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace qel {
+namespace {
+
+const std::string kStart = "{font:small-medium}{color:white}\n";
+const std::string kEnd = "{end_of_text}\n";
+
+struct Compilation {
+    std::string source;
+    std::string lines;
+};
+
+void expectCompiled(const Compilation& expected) {
+    String out;
+    util::parseMarkdown(out, expected.source);
+    EXPECT_EQ(out, kStart + expected.lines + kEnd) << expected.source;
+}
+
+std::string line(const std::string& text) {
+    return "{push_margin}" + text + "{pop_margin}{eol}\n";
+}
+
+TEST(Markdown, LinesEndAtLineFeeds) {
+    const Compilation cases[] = {
+        {"", ""},
+        {"a", line("a")},
+        {"a\n", line("a")},
+        {"a\nb", line("a") + line("b")},
+        {"a\r\nb\r\n", line("a") + line("b")},
+        {"\n\n", "\n\n"},
+        {"\r\n", "\n"},
+        {"a\n\nb", line("a") + "\n" + line("b")},
+        {"a\n \nb", line("a") + "{half_tab}{optional_eop}\n" + line("b")},
+        {"\xC3\xA9\xFF", line("\xC3\xA9\xFF")},
+    };
+    for (const Compilation& expected : cases) expectCompiled(expected);
+}
+
+TEST(Markdown, PairsOfSpacesIndent) {
+    const Compilation cases[] = {
+        {" a", "{half_tab}" + line("a")},
+        {"  a", "{tab}" + line("a")},
+        {"     a", "{tab}{tab}{half_tab}" + line("a")},
+        {"    ", "{tab}{tab}{optional_eop}\n"},
+        {"\ta", line("\ta")},
+    };
+    for (const Compilation& expected : cases) expectCompiled(expected);
+}
+
+TEST(Markdown, ListsHaveBulletsOrNumbers) {
+    const std::string bullet = "{quarter_tab}{bullet}{tab}";
+    const Compilation cases[] = {
+        {"- a", bullet + line("a")},
+        {"  - a", "{tab}" + bullet + line("a")},
+        {"-   a", bullet + line("  a")},
+        {"-  ", bullet + "{optional_eop}\n"},
+        {"- ---", bullet + line("---")},
+        {"- ", line("- ")},
+        {"-a b", line("-a b")},
+        {"#", line("#")},
+        {"# ", line("# ")},
+        {"# a\n# b", "1.{tab}" + line("a") + "2.{tab}" + line("b")},
+        {"$ a\n# b\n$ c", "1.{tab}" + line("a") + "2.{tab}" + line("b") + "1.{tab}" + line("c")},
+        {"# a\nx\n- y\n# b", "1.{tab}" + line("a") + line("x") + bullet + line("y") + "2.{tab}" + line("b")},
+        {"# a\n  # b\n   # c\n# d", "1.{tab}" + line("a") + "{tab}1.{tab}" + line("b") +
+                                        "{tab}{half_tab}2.{tab}" + line("c") + "2.{tab}" + line("d")},
+    };
+    for (const Compilation& expected : cases) expectCompiled(expected);
+}
+
+TEST(Markdown, UnderlinesMakeHeadings) {
+    const std::string upper = "{fontstyle:bold}{font:medium-large}{color:primary}";
+    const std::string lower = "{fontstyle:bold}{color:complementary}";
+    const std::string after = "{fontstyle:regular}{font:small-medium}{color:white}\n";
+    const auto heading = [&](const std::string& begin, const std::string& text) {
+        return begin + "{push_margin}" + text + "{pop_margin}{eol}" + after;
+    };
+    const Compilation cases[] = {
+        {"a\n===", heading(upper, "a")},
+        {"a\n---", heading(lower, "a")},
+        {"a\n--- more\nb", heading(lower, "a") + line("b")},
+        {"a\n  ====", heading(upper, "a")},
+        {"a\n==", line("a") + line("==")},
+        {"a\n=-=", line("a") + line("=-=")},
+        {"===\na", line("a")},
+        {"a\n===\n---", heading(lower, "a")},
+        {"\n===", upper + after},
+        {"- a\n---", lower + "{quarter_tab}{bullet}{tab}{push_margin}a{pop_margin}{eol}" + after},
+    };
+    for (const Compilation& expected : cases) expectCompiled(expected);
+}
+
+TEST(Markdown, AsterisksOpenAndCloseStyles) {
+    const std::string bold = "{fontstyle:bold}", regular = "{fontstyle:regular}";
+    const std::string complementary = bold + "{color:complementary}", primary = bold + "{color:primary}";
+    const std::string main = regular + "{color:main}";
+    const Compilation cases[] = {
+        {"*a* b", line(bold + "a" + regular + " b")},
+        {"**a**", line(complementary + "a" + main)},
+        {"***a***", line(primary + "a" + main)},
+        {"*****a*", line(primary + "a" + main)},
+        {"*a***b", line(bold + "a" + regular + "b")},
+        {"**a** *b*", line(complementary + "a" + main + " " + bold + "b" + regular)},
+        {"*a\nb", line(bold + "a" + regular) + line("b")},
+        {"a*", line("a" + bold + regular)},
+        {"***", line(primary + main)},
+    };
+    for (const Compilation& expected : cases) expectCompiled(expected);
+}
+
+TEST(Markdown, MarksInsideALine) {
+    const Compilation cases[] = {
+        {"a<<b", line("a{eol}b")},
+        {"a<b<", line("a<b<")},
+        {"<<<", line("{eol}<")},
+        {"[|--]a", line("{align:left}a")},
+        {"[-|-]a", line("{align:center}a")},
+        {"[--|]a", line("{align:right}a")},
+        {"[---]", line("[---]")},
+        {"\\*a\\\\\\<<", line("*a\\<<")},
+        {"a\\", line("a")},
+        {"{color:red}a{!", line("{color:red}a{!")},
+        {"\\{a", line("{a")},
+    };
+    for (const Compilation& expected : cases) expectCompiled(expected);
+}
+
+TEST(Markdown, CompilesIntoItsOwnSource) {
+    String text = "*a*";
+    util::parseMarkdown(text, text);
+    EXPECT_EQ(text, kStart + line("{fontstyle:bold}a{fontstyle:regular}") + kEnd);
+}
+
+} // namespace
+} // namespace qel
