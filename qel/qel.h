@@ -143,6 +143,7 @@
 #include <qel/store/sqlite/sqlite_store.h>
 #include <qel/style/color_names.h>
 #include <qel/style/style_data.h>
+#include <qel/style/style_kinds.h>
 #include <qel/style/theme.h>
 #include <qel/system/core/application.h>
 #include <qel/system/core/clock.h>

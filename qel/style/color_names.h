@@ -12,7 +12,8 @@ namespace qel::util {
 ///
 /// The letters' case does not matter. The web colours are tried first, then the names of the user interface,
 /// such as "primary" and "gray50", then hexadecimal digits without a hash sign.
-/// @param alpha  of a word or of 3 or 6 digits, from 0 to 1. The names of the user interface are opaque.
+/// @param alpha  of a web colour or of 3 or 6 digits, limited to 0 to 1; "transparent" stays transparent. The
+///               names of the user interface are opaque, and 4 and 8 digits state their own alpha.
 /// @return all bits set, which is opaque white, for an unknown text.
 /// @threads any thread.
 QEL_API uint32 getColorFromString(SmartCStr text, float alpha);
@@ -31,7 +32,8 @@ QEL_API bool getColorFromWebColor(SmartCStr name, IVec4<float>& out);
 /// Returns the opaque colour of three bytes.
 QEL_API IVec4<float> getColorFromRGBBytes(uint8 red, uint8 green, uint8 blue);
 
-/// Converts hue, saturation and value, each from 0 to 1, to red, green and blue.
+/// Converts hue, saturation and value, each from 0 to 1, to red, green and blue. A hue outside of that range
+/// wraps around; the other two are limited to it.
 QEL_API IVec3<float> convertHSVtoRGB(const IVec3<float>& hsv);
 
 } // namespace qel::util

@@ -114,10 +114,12 @@ public:
     void setStyleData(StyleData* data) { m_styleData = data; }
 
 private:
-    static constexpr int kStyles = 5;
-    static constexpr int kSizes = 6;
+    static constexpr size_t kStyles = 5;
+    static constexpr size_t kSizes = 6;
 
-    Font* fontAt(FontStyle style, int size) const;
+    Font* fontAt(FontStyle style, size_t size) const;
+    void determineFormFactor();
+    float pixels(float tabletInches, float phoneInches, float dpi) const;
     void computeSizes(float dpi);
     void loadFonts(float dpi);
 

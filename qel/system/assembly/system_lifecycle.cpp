@@ -38,6 +38,7 @@ void System::deinitialize() {
         logging::warning() << "trying to deinitialize qel::System, but there are still open references";
         return;
     }
+    system->releaseThemes();
     system->releaseFonts();
     system->releaseSprites();
     system->m_scheduler->cancelAll();

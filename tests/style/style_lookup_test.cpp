@@ -1,0 +1,184 @@
+// Which rule answers a question.
+#include "style_fixture.h"
+
+namespace qel {
+namespace {
+
+using test::LogCapture;
+
+class StyleLookup : public test::StyleFixture {};
+
+TEST_F(StyleLookup, TheMostDerivedClassWins) {
+    EXPECT_EQ(lengthIn("Button{width:3px}Actor{width:2px}Object{width:1px}"), 3);
+    EXPECT_EQ(lengthIn("Actor{width:2px}Object{width:1px}"), 2);
+    EXPECT_EQ(lengthIn("Text{width:2px}"), std::nullopt);
+    EXPECT_EQ(lengthIn("button{width:2px}"), std::nullopt);
+}
+
+TEST_F(StyleLookup, LaterRulesAndDeclarationsWin) {
+    EXPECT_EQ(lengthIn("Button{width:1px}Button{width:2px}Button{height:3px}"), 2);
+    EXPECT_EQ(lengthIn("Button{width:1px;width:2px;WIDTH:3px}"), 3);
+    EXPECT_EQ(lengthIn("Button,#b{width:1px}#b,Button{width:2px}", {"b"}), 2);
+    EXPECT_EQ(lengthIn("Button{width:1px}#b{width:2px}", {"b"}), 2);
+    EXPECT_EQ(lengthIn("#b{width:1px}Button{width:2px}", {"b"}), 2);
+}
+
+TEST_F(StyleLookup, ADeclarationThatIsUnusableHidesEarlierOnesOfItsRule) {
+    EXPECT_EQ(lengthIn("Button{width:1px}Button{width:2px;width:1px 2px}"), 1);
+}
+
+TEST_F(StyleLookup, AllPartsMustMatch) {
+    const char* const css = "Button#i::p{width:1px}Button::p{width:2px}#i{width:3px}";
+    EXPECT_EQ(lengthIn(css, {"i", "p"}), 3);
+    EXPECT_EQ(lengthIn(css, {"j", "p"}), 2);
+    EXPECT_EQ(lengthIn(css, {"i"}), 3);
+    EXPECT_EQ(lengthIn(css), std::nullopt);
+    EXPECT_EQ(lengthIn("Button#i::p{width:1px}", {"i", "p"}), 1);
+    EXPECT_EQ(lengthIn("Button#i::p{width:1px}", {"i"}), std::nullopt);
+    EXPECT_EQ(lengthIn("#i#j{width:1px}", {"i"}), std::nullopt);
+    EXPECT_EQ(lengthIn("#i#i{width:1px}", {"i"}), 1);
+    EXPECT_EQ(lengthIn("Button::p{width:1px}", {nullptr, "q"}), std::nullopt);
+    EXPECT_EQ(lengthIn("Button{width:1px}", {"i", "p"}), 1);
+}
+
+TEST_F(StyleLookup, OldPseudoElementsMayHaveOneColon) {
+    EXPECT_EQ(lengthIn("Button:before{width:1px}", {nullptr, "before"}), 1);
+    EXPECT_EQ(lengthIn("Button:first-line{width:1px}", {nullptr, "first-line"}), 1);
+}
+
+TEST_F(StyleLookup, ClassesAreNotMixedWithRulesWithoutClass) {
+    const char* const css = "Button{width:1px}Button.x{width:2px}.y{width:3px}";
+    EXPECT_EQ(lengthIn(css), 1);
+    EXPECT_EQ(lengthIn(css, {nullptr, nullptr, "x"}), 2);
+    EXPECT_EQ(lengthIn(css, {nullptr, nullptr, "y"}), 3);
+    EXPECT_EQ(lengthIn(css, {nullptr, nullptr, "z"}), std::nullopt);
+    EXPECT_EQ(lengthIn(css, {nullptr, nullptr, ""}), std::nullopt);
+    EXPECT_EQ(lengthIn("Object.x{width:1px}Actor.x{width:2px}", {nullptr, nullptr, "x"}), 2);
+}
+
+TEST_F(StyleLookup, EscapedNamesMatch) {
+    EXPECT_EQ(lengthIn("\\42utton{wi\\64th:1px}"), 1);
+    EXPECT_EQ(lengthIn("#\\31 23{width:1px}", {"123"}), 1);
+    EXPECT_EQ(lengthIn(".gr\xC3\xB6\xC3\x9F"
+                       "er{width:1px}",
+                       {nullptr, nullptr,
+                        "gr\xC3\xB6\xC3\x9F"
+                        "er"}),
+              1);
+}
+
+TEST_F(StyleLookup, NullsAreNotFound) {
+    const SmartPointer<StyleData> data = parsed("#i,Button{width:1px}");
+    EXPECT_EQ(length(*data, {}, kButton, nullptr), std::nullopt);
+    EXPECT_EQ(length(*data, {"i"}, ClassChain{}), std::nullopt);
+    EXPECT_EQ(length(*data, {}, kButton, "WIDTH"), std::nullopt);
+}
+
+TEST_F(StyleLookup, AFullChainIsReadToItsEnd) {
+    ClassChain chain;
+    chain.fill("Object");
+    chain.back() = "Button";
+    EXPECT_EQ(length(*parsed("Button{width:1px}"), {}, chain), 1);
+}
+
+TEST_F(StyleLookup, ParentsAnswerWhatIsNotFound) {
+    const SmartPointer<StyleData> root = parsed("Button{width:1px;height:2px}");
+    const SmartPointer<StyleData> middle = new StyleData;
+    const SmartPointer<StyleData> data = parsed("Object{width:3px}");
+    EXPECT_EQ(length(*data, {}, kButton, "height"), std::nullopt);
+    middle->setParent(root.get());
+    data->setParent(middle.get());
+    EXPECT_EQ(length(*data), 3);
+    EXPECT_EQ(length(*data, {}, kButton, "height"), 2);
+    middle->setParent(nullptr);
+    EXPECT_EQ(length(*data, {}, kButton, "height"), std::nullopt);
+}
+
+TEST_F(StyleLookup, CirclesOfParentsAreRefused) {
+    const SmartPointer<StyleData> root = new StyleData;
+    const SmartPointer<StyleData> data = new StyleData;
+    data->setParent(root.get());
+    const uint32 version = StyleData::getVersion();
+    LogCapture log;
+    data->setParent(data.get());
+    log.expect(2, "a stylesheet cannot be its own ancestor");
+    root->setParent(data.get());
+    log.expect(2, "a stylesheet cannot be its own ancestor");
+    EXPECT_EQ(data->getParent(), root.get());
+    EXPECT_EQ(root->getParent(), nullptr);
+    EXPECT_EQ(StyleData::getVersion(), version);
+}
+
+TEST_F(StyleLookup, EachChangeRaisesTheVersion) {
+    LogCapture log;
+    const SmartPointer<StyleData> data = new StyleData;
+    const uint32 version = StyleData::getVersion();
+    data->loadFromMemory(ConstByteSpan::fromText("a{}"));
+    EXPECT_EQ(StyleData::getVersion(), version + 1);
+    data->loadFromMemory(ConstByteSpan::fromText("a"));
+    EXPECT_EQ(StyleData::getVersion(), version + 2);
+    data->setParent(nullptr);
+    EXPECT_EQ(StyleData::getVersion(), version + 3);
+    EXPECT_EQ(log.take().size(), 2u);
+}
+
+TEST_F(StyleLookup, AnswersFollowChangesOfTheSheet) {
+    const SmartPointer<StyleData> data = parsed("Button{width:1px}");
+    EXPECT_EQ(length(*data), 1);
+    data->loadFromMemory(ConstByteSpan::fromText("Button{width:2px}"));
+    EXPECT_EQ(length(*data), 2);
+    data->loadFromMemory({});
+    EXPECT_EQ(length(*data), std::nullopt);
+}
+
+TEST_F(StyleLookup, OtherTextsAtTheSameAddressAreOtherQuestions) {
+    const SmartPointer<StyleData> data = parsed("Button{a:1px;b:2px}Text{a:3px}");
+    char property[] = "a";
+    char tag[] = "Button";
+    const ClassChain chain = {"Object", tag};
+    EXPECT_EQ(length(*data, {}, chain, property), 1);
+    property[0] = 'b';
+    EXPECT_EQ(length(*data, {}, chain, property), 2);
+    property[0] = 'c';
+    EXPECT_EQ(length(*data, {}, chain, property), std::nullopt);
+    property[0] = 'a';
+    std::strcpy(tag, "Text");
+    EXPECT_EQ(length(*data, {}, chain, property), 3);
+}
+
+TEST_F(StyleLookup, UnhandledRulesAndMatchesAreLoggedOnceWhenPassed) {
+    const SmartPointer<StyleData> data =
+        parsed("@media x{}a:hover{}Object{width:1px}@page{}*,Button[b] > c{}Button{width:2px}@font-face{}");
+    LogCapture log;
+    EXPECT_EQ(length(*data), 2);
+    EXPECT_EQ(logged(log), std::vector<std::string>{"Unhandled rule: 3"});
+    EXPECT_EQ(length(*data, {}, {"Object"}), 1);
+    EXPECT_EQ(logged(log), (std::vector<std::string>{"Unhandled match: 7", "Unhandled match: 6",
+                                                     "Unhandled match: 4", "Unhandled rule: 5"}));
+    EXPECT_EQ(length(*data, {}, {"Object"}, "height"), std::nullopt);
+    EXPECT_EQ(logged(log), (std::vector<std::string>{"Unhandled match: 5", "Unhandled rule: 1"}));
+    EXPECT_EQ(length(*data, {}, {"Object"}, "depth"), std::nullopt);
+    EXPECT_EQ(logged(log), std::vector<std::string>());
+}
+
+TEST_F(StyleLookup, OneHundredUnhandledMatchesAreLogged) {
+    std::string css = "*";
+    for (int i = 0; i < 500; ++i) css += ",*";
+    const SmartPointer<StyleData> data = parsed(css + "{}");
+    LogCapture log;
+    EXPECT_EQ(length(*data), std::nullopt);
+    EXPECT_EQ(log.take().size(), 100u);
+}
+
+TEST_F(StyleLookup, SelectorsWithUnhandledPartsNeverMatch) {
+    LogCapture log;
+    for (const char* selector : {"*", "Button:hover", "Button[a]", "Actor Button", "Actor>Button", "x|Button",
+                                 "Button:not(a)", "Button::p(x)", "Button+Button", "Button:Before"}) {
+        const SmartPointer<StyleData> data = parsed(std::string(selector) + "{width:1px}");
+        EXPECT_EQ(length(*data, {nullptr, "p"}), std::nullopt) << selector;
+        EXPECT_EQ(log.take().size(), 1u) << selector;
+    }
+}
+
+} // namespace
+} // namespace qel

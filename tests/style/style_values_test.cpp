@@ -1,0 +1,175 @@
+// How the values of declarations are read.
+#include "style_fixture.h"
+
+#include <qel/render/sprite.h>
+
+#include <limits>
+
+namespace qel {
+namespace {
+
+using test::LogCapture;
+
+class StyleValues : public test::StyleFixture {
+protected:
+    static constexpr IVec4<float> kBefore = {2, 3, 4, 5};
+
+    /// Asks for the colour of a button whose only declaration has the value @p css.
+    /// @param color  receives the answer, or kBefore. @return the result of the getter.
+    static bool askColor(const std::string& css, IVec4<float>& color) {
+        const SmartPointer<StyleData> data = parsed("Button{width:" + css + "}");
+        color = kBefore;
+        return data->getColor(color, kButton, "width", nullptr, nullptr, nullptr);
+    }
+};
+
+TEST_F(StyleValues, ColorsHaveManyForms) {
+    const std::pair<const char*, IVec4<float>> colors[] = {
+        {"lime", {0, 1, 0, 1}},
+        {"LIME", {0, 1, 0, 1}},
+        {"lime !important", {0, 1, 0, 1}},
+        {"lime ! IMPORTANT ", {0, 1, 0, 1}},
+        {"transparent", {0, 0, 0, 0}},
+        {"#33f", {0.2f, 0.2f, 1, 1}},
+        {"#3333FF33", {0.2f, 0.2f, 1, 0.2f}},
+        {"rgb(51, 255, 0)", {0.2f, 1, 0, 1}},
+        {"RGB(51,255,0)", {0.2f, 1, 0, 1}},
+        {"rgb(51.9, 999, -5)", {0.2f, 1, 0, 1}},
+        {"rgb(1e99, -1e99, 0)", {1, 0, 0, 1}},
+        {"rgb(100%, 0%, 25500%)",
+         {1.0f / 255, 0, 1, 1}}, // a percentage is divided by 100, then cut to a byte
+        {"rgba(255, 0, 0, 0.25)", {1, 0, 0, 0.25f}},
+        {"rgba(255, 0, 0, 25%)", {1, 0, 0, 0.25f}},
+        {"rgba(255, 0, 0, 7)", {1, 0, 0, 1}},
+        {"hsl(90, 100%, 100%)", {0.5f, 1, 0, 1}},
+        {"hsl(-270, 100%, 50%)", {0.25f, 0.5f, 0, 1}},
+        {"hsl(810, 300%, 100%)", {0.5f, 1, 0, 1}},
+    };
+    for (const auto& [css, expected] : colors) {
+        IVec4<float> color;
+        EXPECT_TRUE(askColor(css, color)) << css;
+        EXPECT_EQ(color, expected) << css;
+    }
+}
+
+TEST_F(StyleValues, ValuesThatAreNoColorsCountAsFound) {
+    for (const char* css :
+         {"", "red blue", "7", "7px", "7%", "'red'", "url(red)", "(red)", ",", "red,", "@red"}) {
+        IVec4<float> color;
+        EXPECT_TRUE(askColor(css, color)) << css;
+        EXPECT_EQ(color, kBefore) << css;
+    }
+}
+
+TEST_F(StyleValues, FunctionsWithOtherArgumentsAreNotFound) {
+    for (const char* css :
+         {"rgb(1 2 3)", "rgb(1,2)", "rgb(1,2,3,4)", "rgb(1,2,3,)", "rgb(1;2;3)", "rgb(a,2,3)", "rgb(1px,2,3)",
+          "rgb(f(1),2,3)", "rgb(1,f(,3)", "rgb()", "rgba(1,2,3)", "rgba(1,2,3,a)", "hsl(1,2,3)",
+          "hsl(1%,2%,3%)", "hsl(1deg,2%,3%)", "rgb((1),2,3)"}) {
+        std::string whole = css;
+        if (whole.find("f(,") != whole.npos) whole += ")";
+        IVec4<float> color;
+        EXPECT_FALSE(askColor(whole, color)) << css;
+        EXPECT_EQ(color, kBefore) << css;
+    }
+}
+
+TEST_F(StyleValues, UnknownColorsAreLoggedOnceAndTheSearchGoesOn) {
+    const SmartPointer<StyleData> data = parsed("*{}Button{width:red}Button{width:reddish}Button{width:#12}"
+                                                "Button{width:hwb(1,2)}");
+    LogCapture log;
+    for (int i = 0; i < 2; ++i) {
+        IVec4<float> color;
+        const ClassChain chain = {"Object", i == 0 ? "Button" : "Actor", "Button"};
+        EXPECT_TRUE(data->getColor(color, chain, "width", nullptr, nullptr, nullptr));
+        EXPECT_EQ(color, IVec4<float>(1, 0, 0, 1));
+    }
+    log.expect(2, "Unimplemented parser func: hwb(");
+    log.expect(2, "Failed to get color from hex: 12");
+    log.expect(2, "Failed to get color from webcolor: reddish");
+    EXPECT_EQ(logged(log), std::vector<std::string>());
+}
+
+TEST_F(StyleValues, PixelsAreTruncated) {
+    const std::pair<const char*, int> lengths[] = {
+        {"7px", 7},
+        {"7.99PX", 7},
+        {"-7.99px", -7},
+        {"+.5px", 0},
+        {"1e3px", 1000},
+        {"1.5e-1px", 0},
+        {"2147483647px", std::numeric_limits<int>::max()},
+        {"-1e30px", std::numeric_limits<int>::min()},
+        {"1e999px", std::numeric_limits<int>::max()},
+        {"1e-999px", 0},
+        {"1e99999999999999999999px", std::numeric_limits<int>::max()},
+        {"0.0e99999999999999999999px", 0},
+        {"1e-99999999999999999999px", 0},
+    };
+    for (const auto& [css, expected] : lengths)
+        EXPECT_EQ(lengthIn(std::string("Button{width:") + css + "}"), expected) << css;
+    EXPECT_EQ(lengthIn("Button{width:" + std::string(1000, '9') + "px}"), std::numeric_limits<int>::max());
+    EXPECT_EQ(lengthIn("Button{width:0." + std::string(1000, '0') + "9px}"), 0);
+    EXPECT_EQ(lengthIn("Button{width:0." + std::string(1000, '0') + "9e1001px}"), 9);
+}
+
+TEST_F(StyleValues, OtherLengthsAreLoggedOnceAndTheSearchGoesOn) {
+    const SmartPointer<StyleData> data = parsed("Button{width:1px}Button{width:0}Button{width:3pt}"
+                                                "Button{width:thin}Button{width:2px 3px}Button{width:}");
+    LogCapture log;
+    EXPECT_EQ(length(*data), 1);
+    EXPECT_EQ(length(*data, {}, {"Button"}), 1);
+    EXPECT_EQ(logged(log),
+              (std::vector<std::string>{"Unsupported length unit: 6", "Unsupported length unit: 4",
+                                        "Unsupported length unit: 0"}));
+}
+
+TEST_F(StyleValues, UrlsAreTexts) {
+    const std::pair<const char*, const char*> urls[] = {
+        {"url(a/b.png)", "a/b.png"},
+        {"url( a )", "a"},
+        {"URL(a)", "a"},
+        {"url('a b')", "a b"},
+        {"url( \"a'(b\" )", "a'(b"},
+        {"url()", ""},
+        {"url(a\\)\\41 b)", "a)Ab"},
+        {"url('\\1F600')", "\xF0\x9F\x98\x80"},
+        {"\\75rl(a)", "a"},
+        {"url('a\\\nb')", "ab"},
+        {"url('\\0\\D800\\110000')", "\uFFFD\uFFFD\uFFFD"},
+    };
+    for (const auto& [css, expected] : urls)
+        EXPECT_EQ(url(*parsed(std::string("Button{width:") + css + "}")), expected) << css;
+}
+
+TEST_F(StyleValues, OtherValuesAreNoUrls) {
+    for (const char* css : {"a", "'a'", "url(a) b", "url('a' b)", "url(a)url(b)", "src(a)", ""})
+        EXPECT_EQ(url(*parsed(std::string("Button{width:") + css + "}")), std::nullopt) << css;
+}
+
+TEST_F(StyleValues, InvalidBytesAreReplaced) {
+    const std::string_view css("Button{width:url('a\0b\xE9')}", 25);
+    EXPECT_EQ(url(*parsed(css)), "a\uFFFD"
+                                 "b\u00E9");
+}
+
+TEST_F(StyleValues, ASpriteIsAResource) {
+    const SmartPointer<StyleData> data = parsed("Button{width:url(res://a.png);height:url(a.png)}");
+    Sprite* sprite = nullptr;
+    EXPECT_TRUE(data->getSprite(sprite, kButton, "width", nullptr, nullptr, nullptr));
+    EXPECT_EQ(sprite, system().getSprite("a.png"));
+    EXPECT_FALSE(data->getSprite(sprite, kButton, "height", nullptr, nullptr, nullptr));
+}
+
+TEST_F(StyleValues, ATranslationIsLookedUpByItsKey) {
+    const SmartPointer<StyleData> data = parsed("Button{width:url(tr://Ok);height:url(Ok)}");
+    String text;
+    LogCapture log;
+    EXPECT_TRUE(data->getTranslation(text, kButton, "width", nullptr, nullptr, nullptr));
+    EXPECT_EQ(text, "NOTR:Ok");
+    log.expect(2, "[TR] missing translation of 'Ok'");
+    EXPECT_FALSE(data->getTranslation(text, kButton, "height", nullptr, nullptr, nullptr));
+}
+
+} // namespace
+} // namespace qel
