@@ -1,0 +1,97 @@
+// A renderer that notes what is drawn.
+#pragma once
+
+#include <qel/foundation/base/containers.h>
+#include <qel/render/renderer.h>
+#include <qel/render/texture_software.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+namespace qel::test {
+
+/// Something that was drawn.
+struct Drawn {
+    std::string kind; ///< "rect", "texture", "text", "line" or "triangle"
+    Rect target;      ///< of a line: from the first point to the second
+    IVec4<float> tint;
+    std::vector<IVec4<float>> corners; ///< empty for one colour
+    Texture* texture = nullptr;
+    Rect source;
+    int orientation = 0;
+    Filter filter = Filter::Undefined;
+    std::vector<IVec2<float>> points; ///< of a triangle
+    TextActor* text = nullptr;
+};
+
+/// Notes operations, and is in a frame of 200 by 100 pixels from its construction.
+class RecordingRenderer : public Renderer {
+public:
+    RecordingRenderer() { start(); }
+
+    void startInternal() override {}
+    void stopInternal() override {}
+    void flushInternal() override {}
+    bool isHighPrecisionInternal() override { return false; }
+    void clearInternal(const IVec4<float>&) override {}
+    void setViewportInternal(const IVec4<int>&) override {}
+    void drawTextureInternal(Texture* texture, const Rect& source, const Rect& target, int orientation,
+                             const IVec4<float>* corners) override {
+        drawTextureInternal(texture, source, target, orientation);
+        drawn.back().corners.assign(corners, corners + 4);
+    }
+    void drawTextureInternal(Texture* texture, const Rect& source, const Rect& target,
+                             int orientation) override {
+        Drawn& d = add("texture", target);
+        d.texture = texture;
+        d.source = source;
+        d.orientation = orientation;
+        d.filter = texture->getFilter();
+    }
+    void drawTextureScaledLookupInternal(Texture*, const Rect&, const Rect&, int, const IVec2<float>&,
+                                         Texture*) override {}
+    void drawTextureWithPalette(Texture*, const Rect&, const Rect&, int, Texture*, Texture*) override {}
+    void drawTextActorInternal(TextActor* actor) override { add("text", {}).text = actor; }
+    void drawRectInternal(const Rect& rect, const IVec4<float>* corners) override {
+        add("rect", rect).corners.assign(corners, corners + 4);
+    }
+    void drawRectInternal(const Rect& rect) override { add("rect", rect); }
+    void drawAALineInternal(const IVec2<float>& from, const IVec2<float>& to) override {
+        add("line", {from, to});
+    }
+    void drawTriangleInternal(const IVec2<float>& a, const IVec2<float>& b, const IVec2<float>& c) override {
+        add("triangle", {}).points = {a, b, c};
+    }
+    Texture* createTextureInternal() override { return new TextureSoftware(this); }
+    IVec2<int> getRenderTargetSize() override { return {200, 100}; }
+    void setDepthTestInternal(bool) override {}
+    IVec2<int> getMaximumTextureSize() override { return {4096, 4096}; }
+
+    /// Draws an actor and returns what it drew.
+    std::vector<Drawn> record(Actor& actor) {
+        drawn.clear();
+        draw(&actor);
+        return drawn;
+    }
+    /// Draws an actor that draws one thing.
+    Drawn recordOne(Actor& actor) {
+        std::vector<Drawn> all = record(actor);
+        all.resize(1);
+        return all[0];
+    }
+    /// Returns the number of operations of a kind.
+    auto count(const std::string& kind) const {
+        return std::count_if(drawn.begin(), drawn.end(), [&](const Drawn& d) { return d.kind == kind; });
+    }
+
+    std::vector<Drawn> drawn;
+
+private:
+    Drawn& add(const std::string& kind, const Rect& target) {
+        drawn.push_back({kind, target, getColor(), {}, nullptr, {}, 0, Filter::Undefined, {}, nullptr});
+        return drawn.back();
+    }
+};
+
+} // namespace qel::test

@@ -1,0 +1,502 @@
+#include <tests/render/canvas.h>
+#include <tests/scene/actors/recording_renderer.h>
+#include <tests/support/system_fixture.h>
+
+#include <qel/imaging/pixels/image.h>
+#include <qel/scene/actors/anim_color.h>
+#include <qel/scene/actors/rect_actor.h>
+
+#include <cmath>
+#include <limits>
+
+namespace qel {
+
+void PrintTo(const Rect& r, std::ostream* out) {
+    *out << "(" << r.x0 << ", " << r.y0 << ", " << r.x1 << ", " << r.y1 << ")";
+}
+
+namespace {
+
+using test::Drawn;
+using test::RecordingRenderer;
+
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+constexpr IVec4<float> kWhite(1, 1, 1, 1), kRed(1, 0, 0, 1), kGreen(0, 1, 0, 1), kBlue(0, 0, 1, 1);
+
+class RectActorTest : public test::SystemFixture {
+protected:
+    SmartPointer<Sprite> makeSprite(const IVec2<int>& size) { return Sprite::createInternal(RGBA8, size); }
+    Drawn drawOne() { return renderer.recordOne(actor); }
+
+    RecordingRenderer renderer;
+    RectActor actor;
+};
+
+TEST_F(RectActorTest, OnlyActiveActorsAreDrawn) {
+    actor.setBounds({0, 0, 10, 10});
+    EXPECT_EQ(renderer.record(actor).size(), 1u);
+    EXPECT_TRUE(renderer.record(static_cast<RectActor&>(actor.deactivate())).empty());
+    actor.activate();
+    renderer.pushClip({20, 20, 20, 30});
+    EXPECT_TRUE(renderer.record(actor).empty()) << "everything is clipped";
+    renderer.popClip();
+    renderer.draw(nullptr);
+    EXPECT_TRUE(renderer.drawn.empty());
+}
+
+TEST_F(RectActorTest, EmptyBoundsDrawNothingNotEvenAShadow) {
+    actor.setShadow(true);
+    for (const Rect& bounds : {Rect(5, 5, 5, 9), Rect(5, 5, 9, 5), Rect(9, 9, 5, 5), Rect(kNaN, 0, 9, 9)})
+        EXPECT_TRUE(renderer.record(actor.setBounds(bounds)).empty()) << bounds.x0;
+}
+
+TEST_F(RectActorTest, ColorsBelowOneStepOf8BitsDrawNothing) {
+    actor.setBounds({0, 0, 10, 10});
+    const std::pair<float, size_t> cases[] = {{0.002f, 0}, {0.0039f, 0}, {0.00393f, 1}, {kNaN, 0}};
+    for (const auto& [alpha, count] : cases)
+        EXPECT_EQ(renderer.record(actor.setColor({1, 1, 1, alpha})).size(), count) << alpha;
+    EXPECT_EQ(renderer.getColor(), kWhite);
+}
+
+TEST_F(RectActorTest, TheColorIsMultipliedByTheAnimatedOneAndTheTint) {
+    AnimColor animated;
+    animated.setColor({0.5f, 1, 1, 0.5f});
+    renderer.pushColor({1, 0.5f, 1, 1});
+    actor.setBounds({0, 0, 10, 10}).setColor({1, 1, 0.25f, 1}).setAnimColor(&animated);
+    EXPECT_EQ(drawOne().tint, IVec4<float>(0.5f, 0.5f, 0.25f, 0.5f));
+    EXPECT_EQ(renderer.getColor(), IVec4<float>(1, 0.5f, 1, 1)) << "the tint is restored";
+}
+
+TEST_F(RectActorTest, AMovingColorStepsWhenItIsDrawn) {
+    AnimColor animated;
+    animated.enableAnimation();
+    actor.setBounds({0, 0, 10, 10}).setAnimColor(&animated);
+    animated.setAlpha(0);
+    passAfter(16);
+    passAfter(16);
+    EXPECT_LT(drawOne().tint.w, 1);
+}
+
+TEST_F(RectActorTest, APlainRectangleHasOneColorOrOnePerCorner) {
+    actor.setBounds({1, 2, 11, 12}).setColor(kRed);
+    EXPECT_EQ(drawOne().target, Rect(1, 2, 11, 12));
+    EXPECT_TRUE(drawOne().corners.empty());
+    EXPECT_EQ(actor.getDisplayRect(), Rect(1, 2, 11, 12));
+    actor.setCornerColors(kRed, kGreen, kBlue, kWhite);
+    EXPECT_EQ(drawOne().corners, (std::vector{kRed, kGreen, kBlue, kWhite}));
+    EXPECT_TRUE(renderer.recordOne(actor.setColoredCorners(false)).corners.empty());
+}
+
+TEST_F(RectActorTest, AnOutlineRunsInsideTheBoundsInThePlainColor) {
+    actor.setBounds({10, 20, 30, 40}).setOutline(true).setOutlineSize(2);
+    actor.setCornerColors(kRed, kGreen, kBlue, kWhite);
+    std::vector<Rect> sides;
+    for (const Drawn& side : renderer.record(actor)) {
+        sides.push_back(side.target);
+        EXPECT_TRUE(side.corners.empty());
+    }
+    EXPECT_EQ(sides,
+              (std::vector<Rect>{{10, 20, 30, 22}, {10, 38, 30, 40}, {10, 20, 12, 40}, {28, 20, 30, 40}}));
+    for (const Drawn& side : renderer.record(actor.setOutlineSize(50)))
+        EXPECT_EQ(side.target, Rect(10, 20, 30, 40));
+}
+
+// --- placement --------------------------------------------------------------------------------------
+
+struct Placement {
+    const char* name;
+    std::function<void(RectActor&)> set;
+    Rect expected;
+};
+
+/// Draws a picture of 40 by 20 pixels in bounds of 100 by 80 at (10, 20).
+class RectActorPlacement : public RectActorTest {
+protected:
+    void expectPlacements(const std::vector<Placement>& placements) {
+        const SmartPointer<Texture> texture = test::makeNoise(renderer, RGBA8, {40, 20}, 1);
+        for (const Placement& placement : placements) {
+            RectActor each;
+            each.setBounds({10, 20, 110, 100}).setTexture(texture.get());
+            placement.set(each);
+            EXPECT_EQ(renderer.recordOne(each).target, placement.expected) << placement.name;
+            EXPECT_EQ(each.getDisplayRect(), placement.expected) << placement.name;
+        }
+    }
+};
+
+TEST_F(RectActorPlacement, MethodsScaleThePicture) {
+    expectPlacements({
+        {"stretch", [](RectActor&) {}, {10, 20, 110, 100}},
+        {"inside", [](RectActor& a) { a.setScaleMethod(ScaleMethod::FitInside); }, {10, 35, 110, 85}},
+        {"inside, limited by the height",
+         [](RectActor& a) {
+             a.setScaleMethod(ScaleMethod::FitInside).setBounds({10, 20, 210, 60});
+         },
+         {70, 20, 150, 60}},
+        {"cover", [](RectActor& a) { a.setScaleMethod(ScaleMethod::Cover); }, {-20, 20, 140, 100}},
+        {"cover, limited by the width",
+         [](RectActor& a) {
+             a.setScaleMethod(ScaleMethod::Cover).setBounds({0, 0, 200, 40});
+         },
+         {0, -30, 200, 70}},
+        {"width", [](RectActor& a) { a.setFixedWidth(60); }, {30, 45, 90, 75}},
+        {"height", [](RectActor& a) { a.setFixedHeight(30); }, {30, 45, 90, 75}},
+        {"size",
+         [](RectActor& a) {
+             a.setFixedSize({20, 40});
+         },
+         {50, 40, 70, 80}},
+        {"the last call decides",
+         [](RectActor& a) { a.setFixedWidth(60).setFixedHeight(40); },
+         {20, 40, 100, 80}},
+        {"scaled once more",
+         [](RectActor& a) {
+             a.setFixedSize({20, 40}).setPostScaleFactor(0.5f);
+         },
+         {55, 50, 65, 70}},
+        {"an unknown method stretches",
+         [](RectActor& a) { a.setScaleMethod(static_cast<ScaleMethod>(9)); },
+         {10, 20, 110, 100}},
+    });
+}
+
+TEST_F(RectActorPlacement, AlignmentsPlaceThePicture) {
+    const auto align = [](Align horizontal, Align vertical) {
+        return [=](RectActor& a) {
+            a.setFixedSize({40, 20}).setHorizontalAlign(horizontal).setVerticalAlign(vertical);
+        };
+    };
+    const auto variable = [](float x, bool xFromEnd, float y, bool yFromEnd) {
+        return [=](RectActor& a) {
+            a.setFixedSize({40, 20})
+                .setHorizontalVariableAlign(x, xFromEnd)
+                .setVerticalVariableAlign(y, yFromEnd);
+        };
+    };
+    expectPlacements({
+        {"centre", align(Align::Center, Align::Center), {40, 50, 80, 70}},
+        {"end", align(Align::End, Align::End), {70, 80, 110, 100}},
+        {"start", align(Align::Start, Align::Start), {10, 20, 50, 40}},
+        {"any other value is the start",
+         align(static_cast<Align>(3), static_cast<Align>(-7)),
+         {10, 20, 50, 40}},
+        {"variable", variable(0.25f, false, 0.5f, true), {25, 50, 65, 70}},
+        {"variable from the end", variable(0.25f, true, 0, true), {55, 80, 95, 100}},
+    });
+}
+
+TEST_F(RectActorPlacement, TurningExchangesTheAxes) {
+    expectPlacements({
+        {"inside",
+         [](RectActor& a) { a.setRotation(Rotation::Clockwise90).setScaleMethod(ScaleMethod::FitInside); },
+         {40, 20, 80, 100}},
+        {"the fixed width becomes a height",
+         [](RectActor& a) { a.setRotation(Rotation::Transposed).setFixedWidth(60); },
+         {45, 30, 75, 90}},
+        {"the fixed height becomes a width",
+         [](RectActor& a) { a.setRotation(Rotation::AntiTransposed).setFixedHeight(30); },
+         {45, 30, 75, 90}},
+        {"alignments",
+         [](RectActor& a) {
+             a.setRotation(Rotation::Clockwise90).setFixedSize({40, 20});
+             a.setHorizontalAlign(Align::End).setVerticalVariableAlign(0.25f, false);
+         },
+         {30, 60, 50, 100}},
+        {"by a multiple of eight",
+         [](RectActor& a) { a.setRotation(static_cast<Rotation>(9)).setScaleMethod(ScaleMethod::FitInside); },
+         {40, 20, 80, 100}},
+    });
+}
+
+TEST_F(RectActorPlacement, MirroringExchangesTheEnds) {
+    const auto turned = [](Rotation rotation, Align horizontal, Align vertical) {
+        return [=](RectActor& a) {
+            a.setRotation(rotation).setFixedSize({20, 20});
+            a.setHorizontalAlign(horizontal).setVerticalAlign(vertical);
+        };
+    };
+    const auto other = static_cast<Align>(3);
+    expectPlacements({
+        {"half a turn", turned(Rotation::UpsideDown, Align::Start, Align::End), {90, 20, 110, 40}},
+        {"a start of another value", turned(Rotation::UpsideDown, other, Align::Center), {90, 50, 110, 70}},
+        {"with exchanged axes",
+         turned(Rotation::Clockwise270, Align::Start, Align::Center),
+         {50, 80, 70, 100}},
+        {"upside down", turned(Rotation::MirroredVertically, Align::End, Align::End), {10, 20, 30, 40}},
+        {"left and right stay",
+         turned(Rotation::MirroredHorizontally, Align::Start, Align::End),
+         {10, 80, 30, 100}},
+        {"variable",
+         [](RectActor& a) {
+             a.setRotation(Rotation::UpsideDown).setFixedSize({20, 20});
+             a.setHorizontalVariableAlign(0.25f, false).setVerticalVariableAlign(0.25f, true);
+         },
+         {70, 35, 90, 55}},
+    });
+}
+
+TEST_F(RectActorPlacement, OnlyExactActorsRoundToPixels) {
+    const auto fraction = [](bool exact) {
+        return [exact](RectActor& a) { a.setBounds({0.5f, 0.25f, 10.25f, 10.75f}).setPixelExact(exact); };
+    };
+    expectPlacements({{"rounded", fraction(true), {1, 0, 11, 11}},
+                      {"not rounded", fraction(false), {0.5f, 0.25f, 10.25f, 10.75f}}});
+}
+
+TEST_F(RectActorTest, TheRotationOfTheDeviceReplacesTheOwnOne) {
+    const SmartPointer<Texture> texture = test::makeNoise(renderer, RGBA8, {4, 2}, 1);
+    actor.setBounds({0, 0, 8, 8}).setTexture(texture.get()).setRotation(Rotation::UpsideDown);
+    EXPECT_EQ(drawOne().orientation, 2);
+    actor.setAutoRotation(Rotation::FromDevice);
+    const std::pair<int, int> cases[] = {{0, 0}, {1, 1}, {2, 3}};
+    for (const auto& [device, orientation] : cases) {
+        system().setCurrentRotation(device);
+        EXPECT_EQ(drawOne().orientation, orientation) << device;
+    }
+}
+
+// --- parts ------------------------------------------------------------------------------------------
+
+class RectActorParts : public RectActorTest {
+protected:
+    /// Draws a picture of 40 by 20 pixels in three or nine parts in bounds of 100 by 80.
+    std::vector<Drawn> drawParts(ExtendMethod method, uint32 cut = 0, Rotation rotation = Rotation::None) {
+        actor.setBounds({0, 0, 100, 80}).setTexture(texture.get()).setFixedSize({40, 20});
+        actor.setExtendMethod(method).setExtendCut(cut).setRotation(rotation);
+        return renderer.record(actor);
+    }
+    static void expectParts(const std::vector<Drawn>& drawn,
+                            const std::vector<std::pair<Rect, Rect>>& sourcesAndTargets) {
+        ASSERT_EQ(drawn.size(), sourcesAndTargets.size());
+        for (size_t i = 0; i < drawn.size(); ++i) {
+            EXPECT_EQ(drawn[i].source, sourcesAndTargets[i].first) << i;
+            EXPECT_EQ(drawn[i].target, sourcesAndTargets[i].second) << i;
+            EXPECT_EQ(drawn[i].filter, Filter::Bilinear) << i;
+        }
+    }
+
+    SmartPointer<Texture> texture = test::makeNoise(renderer, RGBA8, {40, 20}, 1);
+};
+
+TEST_F(RectActorParts, ThreePartsAcross) {
+    expectParts(drawParts(ExtendMethod::ThreeAcross), {{{0, 0, 0.25f, 1}, {0, 30, 10, 50}},
+                                                       {{0.75f, 0, 1, 1}, {90, 30, 100, 50}},
+                                                       {{0.25f, 0, 0.75f, 1}, {10, 30, 90, 50}}});
+    EXPECT_EQ(actor.getDisplayRect(), Rect(0, 30, 100, 50));
+}
+
+TEST_F(RectActorParts, ThreePartsDown) {
+    expectParts(drawParts(ExtendMethod::ThreeDown), {{{0, 0, 1, 0.25f}, {30, 0, 70, 5}},
+                                                     {{0, 0.75f, 1, 1}, {30, 75, 70, 80}},
+                                                     {{0, 0.25f, 1, 0.75f}, {30, 5, 70, 75}}});
+}
+
+TEST_F(RectActorParts, NinePartsKeepTheSizeOfTheCorners) {
+    expectParts(drawParts(ExtendMethod::NineParts), {{{0, 0, 0.25f, 0.25f}, {0, 0, 5, 5}},
+                                                     {{0.75f, 0, 1, 0.25f}, {95, 0, 100, 5}},
+                                                     {{0.25f, 0, 0.75f, 0.25f}, {5, 0, 95, 5}},
+                                                     {{0, 0.75f, 0.25f, 1}, {0, 75, 5, 80}},
+                                                     {{0.75f, 0.75f, 1, 1}, {95, 75, 100, 80}},
+                                                     {{0.25f, 0.75f, 0.75f, 1}, {5, 75, 95, 80}},
+                                                     {{0, 0.25f, 0.25f, 0.75f}, {0, 5, 5, 75}},
+                                                     {{0.75f, 0.25f, 1, 0.75f}, {95, 5, 100, 75}},
+                                                     {{0.25f, 0.25f, 0.75f, 0.75f}, {5, 5, 95, 75}}});
+}
+
+TEST_F(RectActorParts, CutPartsAreLeftOutAndTheOthersStay) {
+    expectParts(drawParts(ExtendMethod::NineParts, 15), {{{0.25f, 0.25f, 0.75f, 0.75f}, {5, 5, 95, 75}}});
+    expectParts(drawParts(ExtendMethod::ThreeAcross, RectActor::kCutLeft | RectActor::kCutTop),
+                {{{0.75f, 0, 1, 1}, {90, 30, 100, 50}}, {{0.25f, 0, 0.75f, 1}, {10, 30, 90, 50}}});
+    EXPECT_EQ(drawParts(ExtendMethod::NineParts, RectActor::kCutBottom).size(), 6u);
+}
+
+TEST_F(RectActorParts, AStretchedPictureGrowsAlongTheLongerSide) {
+    const std::pair<Rect, size_t> cases[] = {{{0, 0, 100, 20}, 3}, {{0, 0, 20, 100}, 3}, {{0, 0, 50, 50}, 1}};
+    actor.setTexture(texture.get()).setExtendMethod(ExtendMethod::NineParts);
+    for (const auto& [bounds, parts] : cases) {
+        EXPECT_EQ(renderer.record(actor.setBounds(bounds)).size(), parts) << bounds.x1;
+        EXPECT_EQ(actor.getDisplayRect().getWidth() == bounds.getWidth() ||
+                      actor.getDisplayRect().getHeight() == bounds.getHeight(),
+                  true);
+    }
+    EXPECT_EQ(renderer.drawn[0].source, Rect(0, 0, 1, 1)) << "equal sides: no extension";
+    EXPECT_EQ(renderer.drawn[0].target, Rect(0, 0, 50, 50));
+}
+
+TEST_F(RectActorParts, TurnedPartsShowThePartsOfTheTurnedPicture) {
+    const std::vector<Drawn> quarter = drawParts(ExtendMethod::ThreeAcross, 0, Rotation::Clockwise90);
+    EXPECT_EQ(quarter[0].source, Rect(0, 0.75f, 1, 1)) << "the foot of the picture is on the left";
+    EXPECT_EQ(quarter[0].orientation, 1);
+    const Rect leftTop[] = {{0, 0, 0.25f, 0.25f}, {0, 0.75f, 0.25f, 1}, {0.75f, 0.75f, 1, 1},
+                            {0.75f, 0, 1, 0.25f}, {0.75f, 0, 1, 0.25f}, {0.75f, 0.75f, 1, 1},
+                            {0, 0.75f, 0.25f, 1}, {0, 0, 0.25f, 0.25f}};
+    for (int i = 0; i < 8; ++i)
+        EXPECT_EQ(drawParts(ExtendMethod::NineParts, 0, static_cast<Rotation>(i))[0].source, leftTop[i]) << i;
+}
+
+TEST_F(RectActorParts, CornerColorsRunOverAllParts) {
+    actor.setCornerColors({0, 0, 0, 1}, {0, 1, 0, 1}, {1, 1, 0, 1}, {1, 0, 0, 1});
+    const Drawn right = drawParts(ExtendMethod::ThreeAcross)[1];
+    ASSERT_EQ(right.corners.size(), 4u);
+    EXPECT_FLOAT_EQ(right.corners[0].x, 0.9f);
+    EXPECT_FLOAT_EQ(right.corners[0].y, 0);
+    EXPECT_FLOAT_EQ(right.corners[2].x, 1);
+    EXPECT_FLOAT_EQ(right.corners[2].y, 1);
+}
+
+// --- sprites ----------------------------------------------------------------------------------------
+
+class RectActorSprite : public RectActorTest {
+protected:
+    RectActorSprite() { actor.setBounds({0, 0, 50, 40}); }
+    /// Returns the size of the texture that is drawn.
+    IVec2<int> drawnSize() {
+        const Drawn drawn = drawOne();
+        return drawn.texture != nullptr ? drawn.texture->getSize() : IVec2<int>();
+    }
+};
+
+TEST_F(RectActorSprite, TheTextureHasTheSizeThatIsDrawn) {
+    actor.setSprite(makeSprite({100, 100}));
+    EXPECT_EQ(drawnSize(), IVec2<int>(50, 40));
+    actor.setBounds({0, 0, 2, 200});
+    EXPECT_EQ(drawnSize(), IVec2<int>(4, 100)) << "at least 4, at most the size of the picture";
+    actor.setSprite(makeSprite({3, 100}));
+    EXPECT_EQ(drawnSize(), IVec2<int>(3, 100)) << "the size of the picture wins";
+}
+
+TEST_F(RectActorSprite, TheTextureIsLargerWhenAPartIsShown) {
+    actor.setSprite(makeSprite({200, 100}));
+    const std::pair<Rect, IVec2<int>> cases[] = {{{0, 0, 0.5f, 1}, {100, 40}},
+                                                 {{0.5f, 0, 0, 1}, {100, 40}},
+                                                 {{0, 0, 0, 1}, {200, 100}},
+                                                 {{0, 0.5f, 1, 0.5f}, {200, 100}},
+                                                 {{0, 0, kNaN, 1}, {4, 40}}};
+    for (const auto& [part, size] : cases) {
+        actor.setSourceBounds(part);
+        EXPECT_EQ(drawnSize(), size) << part.x0 << " " << part.x1;
+    }
+}
+
+TEST_F(RectActorSprite, TheTextureOfATurnedPictureIsTurned) {
+    actor.setSprite(makeSprite({200, 100})).setRotation(Rotation::Clockwise90);
+    EXPECT_EQ(drawnSize(), IVec2<int>(40, 50));
+    actor.setExtendMethod(ExtendMethod::NineParts).setFixedSize({30, 20});
+    EXPECT_EQ(drawnSize(), IVec2<int>(30, 20));
+}
+
+TEST_F(RectActorSprite, TexelsThatCoverAPixelAreNotFiltered) {
+    actor.setSprite(makeSprite({100, 100}));
+    EXPECT_EQ(drawOne().filter, Filter::Nearest);
+    actor.setSourceBounds({0, 0, 0.5f, 0.5f});
+    EXPECT_EQ(drawOne().filter, Filter::Bilinear);
+    actor.setSourceBounds({0, 0, 1, 1}).setBounds({0, 0, 150, 150});
+    EXPECT_EQ(drawOne().filter, Filter::Bilinear);
+    actor.setBounds({0.5f, 0, 50.5f, 40}).setPixelExact(false);
+    EXPECT_EQ(drawOne().filter, Filter::Bilinear);
+}
+
+TEST_F(RectActorSprite, PicturesWithoutPixelsDrawNothing) {
+    actor.setSprite(makeSprite({0, 5}));
+    EXPECT_TRUE(renderer.record(actor).empty());
+    const SmartPointer<Sprite> sprite = makeSprite({5, 5});
+    sprite->invalidate();
+    actor.setSprite(sprite);
+    EXPECT_EQ(drawOne().kind, "rect") << "an invalid sprite is no picture";
+}
+
+TEST_F(RectActorSprite, ASpriteIsSetByReferenceOrName) {
+    const SmartPointer<Sprite> sprite = makeSprite({5, 5});
+    EXPECT_EQ(actor.setSprite(sprite.get()).getSprite(), sprite.get());
+    EXPECT_EQ(actor.setSprite(SmartCStr("")).getSprite(), nullptr);
+    EXPECT_EQ(actor.setSprite("icon.png").getSprite(), system().getSprite("icon.png"));
+    EXPECT_EQ(actor.setSprite(nullptr).getSprite(), nullptr);
+}
+
+TEST_F(RectActorSprite, TheFunctionOfASpriteMayReplaceIt) {
+    actor.setSprite(Sprite::createFromLambda([this](Image& image) {
+        image.initialize(RGBA8, {8, 8});
+        actor.setSprite(nullptr);
+    }));
+    EXPECT_EQ(drawOne().kind, "texture");
+    EXPECT_EQ(drawOne().kind, "rect");
+}
+
+TEST_F(RectActorSprite, ALazySpriteArrivesLaterAndFadesIn) {
+    int calls = 0;
+    actor.setLazyLoad(true).setSprite(Sprite::createFromLambda([&calls](Image& image) {
+        ++calls;
+        image.initialize(RGBA8, {50, 40});
+    }));
+    for (int frames = 0; frames < 2; ++frames) {
+        EXPECT_TRUE(renderer.record(actor).empty()) << frames;
+        passAfter(16);
+        passAfter(16);
+    }
+    EXPECT_EQ(calls, 1);
+    const std::pair<int, float> steps[] = {{0, 0.00284f}, {134, 0.25f}, {149, 0.99334f}, {1, 1}, {1000, 1}};
+    for (const auto& [milliseconds, alpha] : steps) {
+        passAfter(milliseconds);
+        EXPECT_NEAR(drawOne().tint.w, alpha, 1e-4) << milliseconds;
+        EXPECT_EQ(renderer.getColor(), kWhite);
+    }
+}
+
+TEST_F(RectActorSprite, AFadeAsksForFurtherFrames) {
+    actor.setLazyLoad(true).setSprite(makeSprite({50, 40}));
+    EXPECT_TRUE(renderer.record(actor).empty());
+    passAfter(16);
+    clock.advanceMs(2000);
+    system().getTime();
+    EXPECT_TRUE(system().isLowPowerModeApplicable());
+    actor.getSprite()->notifyImageChanged();
+    actor.getSprite()->preloadTexture(&renderer, {50, 40});
+    drawOne();
+    EXPECT_FALSE(system().isLowPowerModeApplicable());
+}
+
+TEST_F(RectActorSprite, ASpriteThatIsNotLazyDoesNotFade) {
+    actor.setSprite(makeSprite({50, 40}));
+    EXPECT_EQ(drawOne().tint.w, 1);
+    EXPECT_EQ(renderer.recordOne(actor.setLazyLoad(true)).tint.w, 1) << "its time has been cleared";
+}
+
+TEST_F(RectActorSprite, ALazyTextureOfAnotherRendererIsReplaced) {
+    actor.setLazyLoad(true).setSprite(makeSprite({50, 40}));
+    RecordingRenderer other;
+    actor.getSprite()->preloadTexture(&other, {50, 40});
+    EXPECT_TRUE(renderer.record(actor).empty());
+    passAfter(16);
+    EXPECT_EQ(drawOne().texture->getRenderer(), &renderer);
+}
+
+// --- hostile numbers --------------------------------------------------------------------------------
+
+TEST_F(RectActorTest, AnyNumbersAreDrawnSafely) {
+    test::Canvas canvas({16, 16});
+    const SmartPointer<Texture> texture = test::makeNoise(canvas.renderer, RGBA8, {4, 2}, 1);
+    const SmartPointer<Sprite> sprite = makeSprite({40, 20});
+    const float numbers[] = {kNaN, kInfinity, -kInfinity, 3e38f, -3e38f, 1e9f, 1e-40f, -1, 0, 0.3f, 7};
+    uint32 seed = 1;
+    const auto draw = [&](uint32 count) { return (seed = seed * 1664525 + 1013904223) / 65536 % count; };
+    const auto number = [&] { return numbers[draw(std::size(numbers))]; };
+    for (int i = 0; i < 3000; ++i) {
+        actor.setTexture(texture.get()).setSprite(draw(2) != 0 ? sprite.get() : nullptr);
+        actor.setBounds({number(), number(), number(), number()});
+        actor.setSourceBounds({number(), number(), number(), number()});
+        actor.setFixedSize({number(), number()}).setPostScaleFactor(number());
+        actor.setScaleMethod(static_cast<ScaleMethod>(draw(7)));
+        actor.setHorizontalVariableAlign(number(), draw(2) != 0)
+            .setVerticalAlign(static_cast<Align>(draw(5)));
+        actor.setExtendMethod(static_cast<ExtendMethod>(draw(5))).setExtendCut(draw(32));
+        actor.setRotation(static_cast<Rotation>(draw(10)))
+            .setShadow(draw(2) != 0)
+            .setPixelExact(draw(2) != 0);
+        canvas.renderer.draw(&actor);
+    }
+    EXPECT_EQ(canvas.renderer.getColor(), kWhite);
+}
+
+} // namespace
+} // namespace qel
