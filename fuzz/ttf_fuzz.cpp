@@ -1,0 +1,78 @@
+// Outline fonts: the first byte is the size, the others are the file. No glyph lies outside its page, and glyphs
+// are the same after the pages were dropped.
+#include <qel/foundation/log/message_stream.h>
+#include <qel/render/sprite.h>
+#include <qel/system/core/clock.h>
+#include <qel/system/core/system.h>
+#include <qel/text/fonts/true_type_font.h>
+
+#include <cstdlib>
+#include <cstring>
+
+using namespace qel;
+
+namespace {
+
+constexpr uint32 kFirst = 'A';
+constexpr uint32 kCount = 64;
+
+void require(bool holds) {
+    if (!holds) std::abort();
+}
+
+void startSystem() {
+    static ManualClock clock(1'000'000'000);
+    if (internal::g_system != nullptr) return;
+    logging::setConsoleWriter([](const logging::ConsoleLine&) {});
+    Clock::install(&clock);
+    System::initialize({});
+}
+
+/// Requires that a length in texture coordinates is a whole number of pixels in the page. @return the number.
+int pixels(float coordinate) {
+    const float length = coordinate * TrueTypeFont::kPageSize;
+    require(length >= 0 && length <= TrueTypeFont::kPageSize);
+    require(length == static_cast<float>(static_cast<int>(length)));
+    return static_cast<int>(length);
+}
+
+void requireInPage(TrueTypeFont& font, const Font::Character& character) {
+    Sprite* const page = font.getPage(character.page);
+    require(page != nullptr && page->getSize() == IVec2<int>(256, 256));
+    require(pixels(character.uMax) - pixels(character.uMin) == character.width);
+    require(pixels(character.vMax) - pixels(character.vMin) == character.height);
+}
+
+/// Looks all characters up. @return the sum of their lengths.
+int64 drawCharacters(TrueTypeFont& font) {
+    int64 sum = 0;
+    for (uint32 codePoint = kFirst; codePoint < kFirst + kCount; ++codePoint) {
+        const Font::Character* const character = font.getCharacter(codePoint);
+        if (character == nullptr) continue;
+        requireInPage(font, *character);
+        sum += character->width + int64{1000} * character->height + int64{1000000} * character->xAdvance;
+    }
+    return sum;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8* data, size_t size) {
+    if (size < 1) return 0;
+    startSystem();
+    const SmartPointer<TrueTypeFont> font = new TrueTypeFont;
+    if (!font->loadFromMemory({data + 1, size - 1}, data[0] * 2)) {
+        require(!font->isLoaded() && font->getLineHeight() == 0);
+        return 0;
+    }
+    const int64 sum = drawCharacters(*font);
+    for (uint32 i = 0; i < 16; ++i) {
+        const int kerning = font->getKerning(kFirst + i, kFirst + 2 * i);
+        require(font->getKerning(kFirst + i, kFirst + 2 * i) == kerning);
+        font->getGlyph(i);
+    }
+    font->unload();
+    require(font->getPage(0) == nullptr);
+    require(drawCharacters(*font) == sum);
+    return 0;
+}

@@ -1,0 +1,175 @@
+// Fonts with one property each, and what FreeType is asked for.
+#include <tests/support/log_capture.h>
+#include <tests/support/system_fixture.h>
+#include <tests/text/fonts/ttf_sample.h>
+
+#include <qel/render/sprite.h>
+#include <qel/text/fonts/true_type_font.h>
+
+#include <dlfcn.h>
+
+namespace {
+
+int g_kerningRequests = 0;
+
+} // namespace
+
+/// Counts the requests of the library, whose calls of this function lead here.
+extern "C" __attribute__((visibility("default"))) int
+FT_Get_Kerning(void* face, unsigned left, unsigned right, unsigned mode, void* distance) {
+    using Function = int (*)(void*, unsigned, unsigned, unsigned, void*);
+    static const auto original = reinterpret_cast<Function>(::dlsym(RTLD_NEXT, "FT_Get_Kerning"));
+    ++g_kerningRequests;
+    return original(face, left, right, mode, distance);
+}
+
+namespace qel {
+namespace {
+
+using test::TtfSample;
+
+class FontFileTest : public test::SystemFixture {
+protected:
+    void SetUp() override {
+        SystemFixture::SetUp();
+        font = new TrueTypeFont;
+    }
+    void TearDown() override {
+        font.reset();
+        SystemFixture::TearDown();
+        Object::discardSingletons();
+    }
+    bool load(const std::string& file, int size) {
+        return font->loadFromMemory(ConstByteSpan::fromText(file), size);
+    }
+    /// Returns the pixels of a character as hexadecimal digits, a row per line.
+    std::string pixelsOf(uint32 codePoint) {
+        const Font::Character* const character = font->getCharacter(codePoint);
+        if (character == nullptr) return "no character";
+        const Image& page = font->getPage(character->page)->getImage();
+        std::string rows;
+        for (int y = 0; y < character->height; ++y) {
+            const uint8* const row = page.getBytePointer(static_cast<int>(character->vMin * 256) + y);
+            for (int x = 0; x < character->width; ++x)
+                rows += "0123456789ABCDEF"[row[static_cast<int>(character->uMin * 256) + x] / 16];
+            rows += '\n';
+        }
+        return rows;
+    }
+
+    SmartPointer<TrueTypeFont> font;
+    test::LogCapture log;
+};
+
+TEST_F(FontFileTest, DrawsOutlinesInTheRequestedSize) {
+    ASSERT_TRUE(load(TtfSample().bytes(), 20));
+    EXPECT_EQ(font->getLineHeight(), 20);
+    EXPECT_EQ(font->getAscent(), -16);
+    const Font::Character* const a = font->getCharacter('A');
+    EXPECT_EQ(a->xOffset, 1);
+    EXPECT_EQ(a->yOffset, -14);
+    EXPECT_EQ(a->width, 10);
+    EXPECT_EQ(a->height, 14);
+    EXPECT_EQ(a->xAdvance, 12);
+    EXPECT_NEAR(font->getScale(), 0.02, 1e-6);
+}
+
+TEST_F(FontFileTest, PrefersBoldToItalic) {
+    TtfSample sample;
+    sample.isItalic = true;
+    ASSERT_TRUE(load(sample.bytes(), 20));
+    EXPECT_EQ(font->getStyle(), FontStyle::Italic);
+    sample.isBold = true;
+    ASSERT_TRUE(load(sample.bytes(), 20));
+    EXPECT_EQ(font->getStyle(), FontStyle::Bold);
+}
+
+TEST_F(FontFileTest, NeedsAUnicodeCharacterMap) {
+    TtfSample sample;
+    sample.isUnicode = false;
+    EXPECT_FALSE(load(sample.bytes(), 20));
+    log.expect(3, "Failed to load truetype font (FT_Select_Charmap)");
+    EXPECT_FALSE(font->isLoaded());
+}
+
+TEST_F(FontFileTest, AsksForEachKerningOnce) {
+    TtfSample sample;
+    sample.kernings = {{'A', 'V', -100}};
+    ASSERT_TRUE(load(sample.bytes(), 20));
+    const int before = g_kerningRequests;
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(font->getKerning('A', 'V'), -2);
+        EXPECT_EQ(font->getKerning('V', 'A'), 0);
+        EXPECT_EQ(font->getKerning('A', 0x4E00), 0);
+        font->unload(); // which keeps the kernings
+    }
+    EXPECT_EQ(g_kerningRequests, before + 2);
+}
+
+TEST_F(FontFileTest, RefusesGlyphsWiderOrHigherThanAPage) {
+    TtfSample sample;
+    sample.glyphs = {{'A', 600, 0, 0, 256, 256},
+                     {'B', 600, 0, 0, 257, 10},
+                     {'C', 600, 0, 0, 10, 257},
+                     {'D', 600, -32000, -32000, 32000, 32000},
+                     {Font::kBullet, 5, 0, 0, 5, 5}};
+    ASSERT_TRUE(load(sample.bytes(), 1000));
+    EXPECT_EQ(font->getCharacter('A')->width, 256);
+    const Font::Character* const bullet = font->getCharacter(Font::kBullet);
+    EXPECT_EQ(bullet->width, 5);
+    for (const uint32 letter : {'B', 'C', 'D'}) EXPECT_EQ(font->getCharacter(letter), bullet);
+    log.take();
+}
+
+TEST_F(FontFileTest, SurvivesAnyDamageOfOneByte) {
+    const std::string file = TtfSample().bytes();
+    for (size_t i = 0; i < file.size(); ++i) {
+        std::string damaged = file;
+        damaged[i] ^= '\xFF';
+        if (!load(damaged, 20)) continue;
+        for (const uint32 letter : {'A', 'V', 'x', 'q'}) font->getCharacter(letter);
+        font->getKerning('A', 'V');
+    }
+    log.take();
+}
+
+/// Returns a bitmap font in the format BDF with the letter A of 6 x 3 pixels.
+std::string bdfFile(int bitsPerPixel, const std::string& rows) {
+    return "STARTFONT 2.1\nFONT -a-b-medium-r-normal--8-80-75-75-c-60-iso10646-1\nSIZE 8 75 75 " +
+           std::to_string(bitsPerPixel) +
+           "\nFONTBOUNDINGBOX 6 8 0 -2\nSTARTPROPERTIES 4\nFONT_ASCENT 6\nFONT_DESCENT 2\n"
+           "CHARSET_REGISTRY \"ISO10646\"\nCHARSET_ENCODING \"1\"\nENDPROPERTIES\nCHARS 1\n"
+           "STARTCHAR A\nENCODING 65\nSWIDTH 600 0\nDWIDTH 7 0\nBBX 6 3 1 2\nBITMAP\n" +
+           rows + "ENDCHAR\nENDFONT\n";
+}
+
+TEST_F(FontFileTest, ExpandsBitmapsOfAnyDepth) {
+    const struct {
+        int bits;
+        const char* rows;
+        const char* pixels;
+    } depths[] = {
+        {1, "84\nFC\n04\n", "F0000F\nFFFFFF\n00000F\n"},
+        {2, "1B10\nFFF0\n0030\n", "05AF05\nFFFFFF\n00000F\n"},
+        {4, "0123AB\nFFFFFF\n00000F\n", "0123AB\nFFFFFF\n00000F\n"},
+        {8, "00102030A0B0\nFFFFFFFFFFFF\n0000000000FF\n", "0123AB\nFFFFFF\n00000F\n"},
+    };
+    for (const auto& [bits, rows, pixels] : depths) {
+        ASSERT_TRUE(load(bdfFile(bits, rows), 8)) << bits;
+        EXPECT_EQ(pixelsOf('A'), pixels) << bits;
+        EXPECT_EQ(font->getCharacter('A')->xAdvance, 7);
+        EXPECT_EQ(font->getCharacter('A')->xOffset, 1);
+        EXPECT_EQ(font->getCharacter('A')->yOffset, -5);
+        EXPECT_EQ(font->getUnitsPerEm(), 0);
+        EXPECT_EQ(font->getScale(), 0);
+    }
+    log.take();
+}
+
+TEST_F(FontFileTest, HasBitmapsInTheirOwnSizeOnly) {
+    EXPECT_FALSE(load(bdfFile(1, "84\nFC\n04\n"), 9));
+    log.expect(3, "Failed to load truetype font (FT_Request_Size)");
+}
+
+} // namespace
+} // namespace qel
