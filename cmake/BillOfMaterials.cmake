@@ -14,7 +14,7 @@ function(qel_package_version out file)
 endfunction()
 
 # Adds a package to the bill. user: Library or Hosts. link: DYNAMIC_LINK with the start of the shared library's file name,
-# or STATIC_LINK with what is compiled in.
+# STATIC_LINK with what is compiled in, or CONTAINS with what is installed.
 function(qel_bill name version license user link file)
     string(REGEX REPLACE "[^A-Za-z0-9.-]+" "-" id ${name})
     set(package "    {\"SPDXID\": \"SPDXRef-${id}\", \"name\": \"${name}\", \"versionInfo\": \"${version}\",
@@ -63,6 +63,13 @@ qel_bill("stb_rect_pack" "${stb_version}" MIT Library STATIC_LINK stb/stb_rect_p
 qel_bill("Unicode character data" "${unicode_version}" Unicode-DFS-2016 Library STATIC_LINK UnicodeData.txt)
 find_package(CLI11 QUIET)
 qel_bill("CLI11" "${CLI11_VERSION}" BSD-3-Clause Hosts STATIC_LINK CLI/CLI.hpp)
+
+if(QELCORE_BUILD_HOSTS)
+    qel_package_version(roboto_version "${QELCORE_FONT_Roboto-Regular.ttf}")
+    qel_package_version(noto_version "${QELCORE_FONT_NotoSansMono-Regular.ttf}")
+    qel_bill("Roboto" "${roboto_version}" Apache-2.0 Hosts CONTAINS font-roboto-regular.ttf)
+    qel_bill("Noto fonts" "${noto_version}" OFL-1.1 Hosts CONTAINS font-robotomono-regular.ttf)
+endif()
 
 get_property(QEL_BILL_PACKAGES GLOBAL PROPERTY QEL_BILL_PACKAGES)
 get_property(QEL_BILL_RELATIONS GLOBAL PROPERTY QEL_BILL_RELATIONS)

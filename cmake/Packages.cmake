@@ -57,6 +57,10 @@ libsquirrel-dev.")
 set(CPACK_DEBIAN_HOSTS_PACKAGE_NAME ${QEL_PACKAGE_Hosts})
 set(CPACK_DEBIAN_HOSTS_PACKAGE_SECTION utils)
 set(CPACK_COMPONENT_HOSTS_DEPENDS Runtime)
+# The packages whose fonts it links to.
+set(CPACK_DEBIAN_HOSTS_PACKAGE_DEPENDS "fonts-roboto-unhinted, fonts-noto-mono, fonts-noto-core")
+get_property(CPACK_QEL_FONT_LINKS GLOBAL PROPERTY QEL_FONT_LINKS)
+set(CPACK_QEL_FONT_FOLDER ${CMAKE_INSTALL_DATADIR}/qelcore/fonts)
 set(CPACK_DEBIAN_HOSTS_DESCRIPTION "core library of an application framework for medical imaging: programs
 qelhost runs scripts, with a sample plugin that catalogues a folder. qelserver
 answers remote calls and runs jobs in worker processes; qelcall is its client.

@@ -1,5 +1,5 @@
-// Outline fonts: the first byte is the size, the others are the file. No glyph lies outside its page, and glyphs
-// are the same after the pages were dropped.
+// Outline fonts: the first byte is the size, the others are the file. No glyph lies outside its page, and
+// glyphs are the same after the pages were dropped.
 #include <qel/foundation/log/message_stream.h>
 #include <qel/render/sprite.h>
 #include <qel/system/core/clock.h>

@@ -1,5 +1,6 @@
 #include <tests/support/log_capture.h>
 #include <tests/support/scratch_folder.h>
+#include <tests/support/shipped_fonts.h>
 #include <tests/support/system_fixture.h>
 #include <tests/text/fonts/bmf_sample.h>
 
@@ -244,6 +245,34 @@ TEST_F(BitmapFontTest, LoadsItsPagesFromResources) {
     EXPECT_EQ(cached->getPage(1), system().getSprite("small-1.webp"));
     EXPECT_EQ(cached->getPage(2), nullptr);
     EXPECT_EQ(system().getBitmapFont("small"), cached);
+}
+
+TEST_F(BitmapFontTest, ShippedOneHasAsciiAndLatin1) {
+    test::addShippedFonts();
+    BitmapFont* const pixel = system().getBitmapFont("font-pixel");
+    EXPECT_EQ(pixel->getLineHeight(), 13);
+    EXPECT_EQ(pixel->getFontDescriptor(), IVec2<int>(5, 7));
+    const Font::Character* const bullet = pixel->getCharacter(Font::kBullet);
+    ASSERT_NE(bullet, nullptr);
+    for (uint32 codePoint = 0x20; codePoint < 0x100; ++codePoint) {
+        if (codePoint < 0x7F || codePoint >= 0xA0)
+            EXPECT_NE(pixel->getCharacter(codePoint), bullet) << codePoint;
+    }
+}
+
+TEST_F(BitmapFontTest, ShippedOneIsDrawnInAlpha) {
+    test::addShippedFonts();
+    BitmapFont* const pixel = system().getBitmapFont("font-pixel");
+    const Font::Character* const letter = pixel->getCharacter('L');
+    const Image& page = pixel->getPage(letter->page)->getImage();
+    ASSERT_EQ(page.getImageFormat(), A8); // the sprite has dropped the white
+    std::string drawn;
+    for (int y = 0; y < letter->height; ++y) {
+        for (int x = 0; x < letter->width; ++x)
+            drawn += page.getBytePointer(letter->y + y)[letter->x + x] == 255 ? '#' : '.';
+        drawn += '\n';
+    }
+    EXPECT_EQ(drawn, "#....\n#....\n#....\n#....\n#....\n#....\n#####\n");
 }
 
 TEST_F(BitmapFontTest, IsEmptyWithoutItsResource) {

@@ -15,7 +15,7 @@ std::vector<int> converted(std::vector<uint8> pixels, int pitch, unsigned char m
     bitmap.pitch = pitch;
     bitmap.buffer = pixels.data();
     bitmap.pixel_mode = mode;
-    std::vector<uint8> target(8, 1); // rows of four bytes, the last of which is left alone
+    std::vector<uint8> target(8, 1); // rows of four bytes, the last of which is not changed
     if (!copyGlyphBitmap(bitmap, target.data(), 4)) return {};
     return {target.begin(), target.end()};
 }

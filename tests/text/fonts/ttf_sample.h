@@ -9,7 +9,7 @@
 
 namespace qel::test {
 
-/// The parts of a TrueType file; bytes() puts them together. Lengths are in font units, of which an em has 1000.
+/// The parts of a TrueType file; bytes() puts them together. Lengths are in font units, 1000 to an em.
 struct TtfSample {
     struct Glyph {
         uint32 codePoint = 0;
