@@ -9,12 +9,15 @@
 #include <qel/foundation/base/string.h>
 #include <qel/foundation/base/types.h>
 #include <qel/platform/api.h>
+#include <qel/render/texture_part.h>
 #include <qel/scene/actors/actor.h>
 #include <qel/text/engine/token.h>
 #include <qel/text/engine/token_tail.h>
 #include <qel/text/fonts/font.h>
 
+#include <memory>
 #include <set>
+#include <span>
 #include <string>
 
 namespace qel {
@@ -22,10 +25,14 @@ namespace qel {
 class Alarm;
 class AnimColor;
 class Renderer;
+class Sprite;
 
 namespace internal {
+class TextBusy;
 class TextLayout;
 class TextReader;
+struct TextLine;
+struct TextLines;
 } // namespace internal
 
 /// How a text is placed in its bounds. The values of FollowCursor and FollowCursorOrEnd are for one line that
@@ -59,6 +66,47 @@ public:
         Flowing = 1,      ///< a line feed is a space, and spaces are joined
         ControlCodes = 2, ///< as Flowing, and "{...}" are control codes
         Markdown = 3,     ///< util::parseMarkdown(), then as ControlCodes
+    };
+
+    /// A place for the cursor, in front of a character.
+    struct CursorStop {
+        uint32 sourceIndex = 0; ///< of the character, see Token
+        Rect rect;              ///< two pixels wide and as high as the font, relative to the line
+    };
+    /// The line below a character.
+    struct Underline {
+        Rect rect;        ///< relative to the line
+        uint32 color = 0; ///< packed, red in the lowest byte
+    };
+    /// A rectangle in the background, as wide as the bounds.
+    struct Bar {
+        int top = 0;      ///< relative to getPosition()
+        int bottom = 0;   ///< relative to getPosition()
+        uint32 color = 0; ///< packed, red in the lowest byte
+    };
+    /// The glyphs of a line that are on one page. A view that ends with the next update().
+    struct Fragment {
+        Sprite* page = nullptr;             ///< holds the glyphs
+        std::span<const TexturePart> quads; ///< parts of the page and their places relative to the line
+        std::span<const uint32> colors;     ///< packed, one for each quad; red in the lowest byte
+        bool isColored = false;             ///< false if all colours are opaque white
+    };
+    /// A line. Its parts are relative to the point (x, y), which itself is relative to getPosition(). A view
+    /// that ends with the next update().
+    struct Line {
+        float x = 0;                           ///< set by the alignment and by scrolling
+        float y = 0;                           ///< 0
+        int width = 0;                         ///< in pixels
+        int align = -1;                        ///< -1 as the actor, 0 centre, 1 left, 2 right
+        std::span<const CursorStop> stops;     ///< in the order of the text
+        size_t firstFragment = 0;              ///< the first number for getFragment()
+        size_t fragmentCount = 0;              ///< fragments of this line, by the first use of their page
+        Rect cursorRect;                       ///< empty if the cursor is elsewhere
+        int top = 0;                           ///< upper edge of the characters
+        int bottom = 0;                        ///< lower edge of the characters
+        bool isVisible = true;                 ///< the last draw found the line in the clip
+        bool isRepeated = false;               ///< the line scrolls, and its beginning follows its end
+        std::span<const Underline> underlines; ///< to be drawn after the glyphs
     };
 
     TextActor();
@@ -164,9 +212,34 @@ public:
     bool isTooLarge();
     /// Brings tokens, lines and position up to date. Drawing and the functions above do so themselves.
     void update();
-    /// Frees the lines and tokens, which the next update() creates again, unless the deadline of the frame
-    /// is exceeded.
+    /// Frees the lines and tokens, which the next update() creates again. Does nothing if the deadline of the
+    /// frame is exceeded, or while the actor itself is updated or drawn.
     void unload();
+
+    // --- lines, for renderers; those of the last update() --------------------------------------------
+
+    /// Returns the number of lines.
+    size_t getLineCount() const;
+    /// Returns line @p index.
+    Line getLine(size_t index) const;
+    /// Returns fragment @p index, see Line::firstFragment.
+    Fragment getFragment(size_t index) const;
+    /// Returns the bars in the background.
+    const Vector<Bar>& getBars() const;
+    /// Returns the place of the text after alignment.
+    const IVec2<float>& getPosition() const { return m_position; }
+    /// Returns left, top, right and bottom of all characters with their advances.
+    const IVec4<int>& getExtentBounds() const { return m_extentBounds; }
+    /// Returns left, top, right and bottom of all glyphs.
+    const IVec4<int>& getInkBounds() const { return m_inkBounds; }
+    /// Returns true while a draw cuts the text at getSoftClipLeft() and getSoftClipRight().
+    bool isSoftClipping() const { return m_softClipping; }
+    /// Returns the left edge of the visible part.
+    float getSoftClipLeft() const { return m_softClipLeft; }
+    /// Returns the right edge of the visible part.
+    float getSoftClipRight() const { return m_softClipRight; }
+    /// Returns the width in which a renderer may fade the text out beyond those edges.
+    float getSoftClipFade() const { return m_softClipFade; }
 
     // --- tokens -------------------------------------------------------------------------------------
 
@@ -184,6 +257,7 @@ public:
     const Vector<Token>& getTokens() const { return m_tokens; }
 
 private:
+    friend class internal::TextBusy;
     friend class internal::TextLayout;
     friend class internal::TextReader;
 
@@ -197,21 +271,74 @@ private:
     void reorderTokens();
     void clearTokens();
 
+    // Layout; defined in text_actor.cpp.
+    void keepLines();
+    void chooseFont();
+    void fitFont();
+    void layOut();
+    void align();
+    float horizontalOffset(float free) const;
+    float verticalOffset(float free) const;
+    float cursorOffset(float free, float otherwise) const;
+    float alignedX(const internal::TextLine& line) const;
+    bool isTooLargeInternal() const;
+    bool isLayoutOutdated() const;
+    const IVec4<int>& workingBounds() const;
+    IVec2<float> originOf(const internal::TextLine& line) const;
+    template <typename Visit>
+    void forStops(const Visit& visit) const;
+
+    // Drawing; defined in text_actor_drawing.cpp.
+    void drawBars(Renderer* renderer);
+    bool placeVisibleLines(const IVec4<int>& clip);
+    bool isTooLong(const internal::TextLine& line) const;
+    void drawLines(Renderer* renderer, bool isClipped);
+    void drawScrollingLines(Renderer* renderer);
+    void scrollLines();
+    bool repeatLines();
+    void drawWithShadow(Renderer* renderer);
+    void drawShadow(Renderer* renderer);
+    void drawSelection(Renderer* renderer);
+    Rect selectionOf(const internal::TextLine& line) const;
+    void drawCursor(Renderer* renderer);
+
     Vector<Token> m_tokens;
     internal::TokenTail m_tokenTail;
     uint32 m_sourceIndex = 0;
     bool m_mayHoldRightToLeft = false; // false if no token can come out right-to-left
-    uint32 m_dirty = 0xFFFFFFFF;
+    uint32 m_dirty = kDirtyPosition | kDirtyGlyphs | kDirtyTokens;
     String m_text;
     SmartPointer<Font> m_font;
     FontStyle m_fontStyle = FontStyle::Regular;
     IVec4<float> m_color{1, 1, 1, 1};
+    AnimColor* m_animColor = nullptr;
     Rect m_bounds;
     TextAlign m_horizontalAlign = TextAlign::Start;
     TextAlign m_verticalAlign = TextAlign::Start;
     Parser m_parser = Parser::Plain;
     bool m_trimEOT = true;
     bool m_shadow = false;
+    bool m_alignToTotalWidth = false;
+    bool m_autoSize = false;
+    bool m_autoSizeUseLargeFont = true;
+    bool m_softClipping = false;
+    bool m_breakAtPunctuation = false;
+    bool m_lineScrolling = false;
+    bool m_cursorEnabled = false;
+    bool m_isBusy = false; ///< the lines are being read or written
+    int m_wordWrap = 0;
+    int m_cursorIndex = 0;
+    int m_selectionIndex = 0;
+    int m_layoutLineHeight = 0;   ///< of the font when the lines were made
+    float m_layoutWidth = 0;      ///< of the bounds when the lines were made
+    IVec4<int> m_extentBounds;
+    IVec4<int> m_inkBounds;
+    IVec2<float> m_position;
+    float m_softClipLeft = 0;
+    float m_softClipRight = 0;
+    float m_softClipFade = 0;
+    std::unique_ptr<internal::TextLines> m_lines;
+    SmartPointer<Alarm> m_unloadAlarm;
 };
 
 } // namespace qel

@@ -1,0 +1,83 @@
+// TextLines: the lines of a text, as ranges of vectors that all lines share.
+#pragma once
+
+#include <qel/foundation/base/containers.h>
+#include <qel/foundation/base/smart_pointer.h>
+#include <qel/render/sprite.h>
+#include <qel/text/engine/text_actor.h>
+
+#include <limits>
+
+namespace qel::internal {
+
+inline constexpr uint32 kNoStop = std::numeric_limits<uint32>::max();
+
+/// A line; see TextActor::Line for the meaning of the members.
+struct TextLine {
+    float x = 0;
+    int width = 0;
+    int align = -1;
+    int top = 0;
+    int bottom = 0;
+    uint32 firstStop = 0;
+    uint32 stopCount = 0;
+    uint32 firstFragment = 0;
+    uint32 fragmentCount = 0;
+    uint32 firstUnderline = 0;
+    uint32 underlineCount = 0;
+    uint32 cursorStop = kNoStop;
+    bool isVisible = true;
+    bool isRepeated = false;
+};
+
+/// The glyphs of a line that are on one page.
+struct TextFragment {
+    uint32 page = 0;
+    uint32 firstQuad = 0;
+    uint32 quadCount = 0;
+    bool isColored = false;
+};
+
+/// All lines of a text. The vectors keep their memory when the text is laid out again.
+struct TextLines {
+    Vector<TextLine> lines;
+    Vector<TextActor::CursorStop> stops;
+    Vector<TextFragment> fragments;
+    Vector<TexturePart> quads;
+    Vector<uint32> colors; ///< of the quads
+    Vector<TextActor::Underline> underlines;
+    Vector<TextActor::Bar> bars;
+    Vector<SmartPointer<Sprite>> pages; ///< a font may drop its pages at any time
+
+    /// Memory that the layout uses.
+    struct Scratch {
+        Vector<int> margins;
+        Vector<uint32> fragmentOfPage; ///< the last fragment of each page
+        Vector<uint32> quadFragments;  ///< of the quads of a line
+        Vector<TexturePart> quads;     ///< of a line, before they are put in order
+        Vector<uint32> colors;
+    };
+    Scratch scratch;
+
+    void clear() {
+        lines.clear();
+        stops.clear();
+        fragments.clear();
+        quads.clear();
+        colors.clear();
+        underlines.clear();
+        bars.clear();
+        pages.clear();
+    }
+
+    /// Returns the stops of @p line.
+    std::span<const TextActor::CursorStop> stopsOf(const TextLine& line) const {
+        return std::span(stops).subspan(line.firstStop, line.stopCount);
+    }
+    /// Returns the rectangle of the cursor in @p line; empty if it is elsewhere.
+    Rect cursorRectOf(const TextLine& line) const {
+        return line.cursorStop == kNoStop ? Rect() : stops[line.cursorStop].rect;
+    }
+};
+
+} // namespace qel::internal
