@@ -43,8 +43,15 @@ public:
     /// Appends a command of type @p Command.
     template <typename Command, typename... Args>
     void record(Args&&... args) {
+        recordWithTail<Command>(0, std::forward<Args>(args)...);
+    }
+
+    /// Appends a command that is followed by @p tailBytes of memory of its own, together at most 32 KiB.
+    template <typename Command, typename... Args>
+    void recordWithTail(size_t tailBytes, Args&&... args) {
         static_assert(sizeof(Command) <= kBlockBytes);
-        Command* const command = new (allocate(sizeof(Command))) Command(std::forward<Args>(args)...);
+        void* const memory = allocate(sizeof(Command) + tailBytes);
+        Command* const command = new (memory) Command(std::forward<Args>(args)...);
         const IVec4<int>& area = command->area();
         m_commands.push_back({area.y, area.w, command});
         m_pixels += static_cast<uint64>(area.z - area.x) * static_cast<uint64>(area.w - area.y);

@@ -4,8 +4,10 @@
 #include <qel/foundation/base/smart_pointer.h>
 #include <qel/platform/api.h>
 #include <qel/render/renderer.h>
+#include <qel/render/texture_part.h>
 
 #include <memory>
+#include <span>
 
 namespace qel {
 
@@ -63,6 +65,9 @@ public:
     /// @errors logs "unsupported texture format for ...", with the number of the format.
     void drawTextureInternal(Texture* texture, const Rect& source, const Rect& target,
                              int orientation) override;
+    /// Draws parts of a texture one after another, as drawTextureInternal() draws each of them without
+    /// turning it, but at a lower cost for each. @param offset  is added to all targets.
+    void drawTextureParts(Texture* texture, std::span<const TexturePart> parts, const IVec2<float>& offset);
     /// The window is in the units of the texture's integers. The result is opaque; neither the tint, unless
     /// it is invisible, nor the texture's alpha has an effect.
     /// @errors logs "invalid lookuptable" if @p lookup is not L8 with two rows, or has no column.
@@ -74,7 +79,8 @@ public:
     /// @errors logs an error unless the palette is RGBA8 or has 256 by 256 pixels, and for other textures.
     void drawTextureWithPalette(Texture* texture, const Rect& source, const Rect& target, int orientation,
                                 Texture* palette, Texture* extra) override;
-    /// Draws a text. Defined in text/engine; nothing is drawn as long as that unit has no texts.
+    /// Draws the lines of a text that TextActor::Line::isVisible marks. Softly clipped texts end at the edges
+    /// without fading. Defined in text/engine/renderer_software_text.cpp.
     void drawTextActorInternal(TextActor* actor) override;
     void drawRectInternal(const Rect& rect, const IVec4<float>* cornerColors) override;
     void drawRectInternal(const Rect& rect) override;
@@ -99,6 +105,10 @@ private:
     IVec4<int> visible(const IVec4<int>& area) const;
     template <typename Command, typename... Args>
     void record(Args&&... args);
+    template <typename Command, typename... Args>
+    void recordWithTail(size_t tailBytes, Args&&... args);
+    void drawMaskParts(Texture* texture, const SmartPointer<Image>& image, std::span<const TexturePart> parts,
+                       const IVec2<float>& offset);
     bool prepare(internal::TextureDraw& draw, Texture* texture, const Rect& source, const Rect& target,
                  int orientation) const;
 

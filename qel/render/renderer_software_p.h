@@ -31,7 +31,12 @@ struct TextureDraw {
 
 template <typename Command, typename... Args>
 void RendererSoftware::record(Args&&... args) {
-    m_data->commands.record<Command>(std::forward<Args>(args)...);
+    recordWithTail<Command>(0, std::forward<Args>(args)...);
+}
+
+template <typename Command, typename... Args>
+void RendererSoftware::recordWithTail(size_t tailBytes, Args&&... args) {
+    m_data->commands.recordWithTail<Command>(tailBytes, std::forward<Args>(args)...);
     if (!m_data->isInFrame || m_data->commands.isFull() || internal::isPlainDrawing())
         RendererSoftware::flushInternal();
 }

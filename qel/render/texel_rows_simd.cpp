@@ -393,6 +393,21 @@ void BlendColors(uint8* target, const ColorRow& colors, int count, const Color& 
     isUnit ? BlendRow<true>(target, colors, count, tint) : BlendRow<false>(target, colors, count, tint);
 }
 
+void BlendMaskRows(uint8* target, std::ptrdiff_t pitch, const uint8* alphas, std::ptrdiff_t alphaPitch,
+                   int width, int height, const Color& tint) {
+    constexpr int kMost = 32;
+    HWY_ALIGN uint8 pixels[4 * kMost];
+    HWY_ALIGN float colors[4 * kMost] = {}; // ends at a whole vector
+    for (; height > 0; --height, target += pitch, alphas += alphaPitch) {
+        for (int i = 0; i < width; i += kMost) {
+            const int count = std::min(kMost, width - i);
+            ExpandAlpha8(alphas + i, count, pixels);
+            DecodePixels(pixels, count, colors);
+            BlendColors(target + std::ptrdiff_t{i} * 4, {colors, nullptr, 0}, count, tint);
+        }
+    }
+}
+
 void BlendPremultiplied(uint8* target, const float* colors, int count, const Color& tint) {
     const auto tints = LoadTint(tint);
     const auto isAlpha = AlphaLanes();
@@ -504,6 +519,7 @@ QEL_SIMD_TABLE(ResampleGreys);
 QEL_SIMD_TABLE(DrawPixelRows);
 QEL_SIMD_TABLE(DrawMaskRows);
 QEL_SIMD_TABLE(BlendColors);
+QEL_SIMD_TABLE(BlendMaskRows);
 QEL_SIMD_TABLE(BlendPremultiplied);
 QEL_SIMD_TABLE(StoreGreys);
 QEL_SIMD_TABLE(StoreLookups);
@@ -624,6 +640,11 @@ void drawMaskRows(uint8* target, std::ptrdiff_t pitch, const uint8* alphas, std:
 
 void blendColors(uint8* target, const ColorRow& colors, int count, const Color& tint) {
     g_BlendColors(target, colors, count, tint);
+}
+
+void blendMaskRows(uint8* target, std::ptrdiff_t pitch, const uint8* alphas, std::ptrdiff_t alphaPitch,
+                   int width, int height, const Color& tint) {
+    g_BlendMaskRows(target, pitch, alphas, alphaPitch, width, height, tint);
 }
 
 void storeGreys(uint8* target, const float* values, int count) {

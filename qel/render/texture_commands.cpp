@@ -15,18 +15,6 @@ Color mix(const Color& a, const Color& b, float f) {
             (1 - f) * a.w + f * b.w};
 }
 
-/// Returns the bytes B, G and R of an opaque tint whose channels are bytes divided by 255.
-std::optional<uint32> wholePixel(const Color& tint) {
-    if (tint.w != 1) return {};
-    uint32 pixel = 0;
-    for (const float channel : {tint.x, tint.y, tint.z}) {
-        const auto byte = static_cast<uint32>(clampUnit(channel) * 255.0f + 0.5f);
-        if (static_cast<float>(byte) / 255.0f != channel) return {};
-        pixel = pixel << 8 | byte;
-    }
-    return pixel;
-}
-
 bool isWhite(const Color& tint) {
     return tint == Color(1, 1, 1, 1);
 }
@@ -70,6 +58,17 @@ private:
 TexelPlane texelPlane(Image* image, unsigned plane, int bytes) {
     return {SmartPointer<Image>(image), image->getPlaneBytePointer(plane), image->getPlanePitch(plane), bytes,
             image->getPlaneByteSize(plane)};
+}
+
+std::optional<uint32> wholePixel(const Color& tint) {
+    if (tint.w != 1) return {};
+    uint32 pixel = 0;
+    for (const float channel : {tint.x, tint.y, tint.z}) {
+        const auto byte = static_cast<uint32>(clampUnit(channel) * 255.0f + 0.5f);
+        if (static_cast<float>(byte) / 255.0f != channel) return {};
+        pixel = pixel << 8 | byte;
+    }
+    return pixel;
 }
 
 // --- all draws

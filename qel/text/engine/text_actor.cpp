@@ -148,10 +148,9 @@ void TextActor::chooseFont() {
     if (!m_font) setFont(system()->getTheme()->mediumFont());
 }
 
-/// Returns true if something changed on which the lines depend: the width in which they wrap, or the height of
-/// a font that has been loaded meanwhile.
+/// Returns true if the width in which the lines wrap has changed, or the font, which may load after a while.
 bool TextActor::isLayoutOutdated() const {
-    if (m_font && m_font->getLineHeight() != m_layoutLineHeight) return true;
+    if (m_font && m_font->getVersion() != m_fontVersion) return true;
     if (m_wordWrap >= 0 || (m_dirty & kDirtyPosition) == 0) return false;
     return !(m_bounds.getWidth() == m_layoutWidth);
 }
@@ -173,7 +172,7 @@ void TextActor::fitFont() {
 void TextActor::layOut() {
     m_dirty = (m_dirty & ~kDirtyGlyphs) | kDirtyPosition;
     m_layoutWidth = m_bounds.getWidth();
-    m_layoutLineHeight = getLineHeight();
+    m_fontVersion = m_font ? m_font->getVersion() : 0;
     internal::TextLayout(*this).run();
 }
 

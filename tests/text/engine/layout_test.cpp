@@ -1,0 +1,320 @@
+#include <tests/text/engine/text_fixture.h>
+
+#include <gmock/gmock.h>
+
+#include <qel/style/theme.h>
+#include <qel/system/core/system.h>
+
+#include <cmath>
+#include <string_view>
+
+namespace qel {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class TextLayoutTest : public test::TextFixture {};
+
+// --- heights --------------------------------------------------------------------------------------------
+
+TEST_F(TextLayoutTest, HeightIsThatOfTheLines) {
+    const struct {
+        const char* content;
+        int height;
+        size_t lines;
+    } kCases[] = {
+        {"", 0, 0},
+        {"a", 10, 1},
+        {"a{eol}b", 20, 2},
+        {"a{eol}{eol}b", 30, 3},
+        {"a{eop}b", 25, 2},
+        {"a{eop}{eop}b", 30, 2},
+        {"{eop}a", 15, 1},
+        {"{eol}", 10, 1},
+        {"a{multiline_end_of_text}", 10, 1},
+    };
+    for (const auto& c : kCases) {
+        layOutCodes(c.content);
+        EXPECT_EQ(text->getActualSize().y, c.height) << c.content;
+        EXPECT_EQ(text->getLineCount(), c.lines) << c.content;
+    }
+}
+
+TEST_F(TextLayoutTest, OneLineFitsIntoBoundsOfLittleMoreThanItsHeight) {
+    layOut("a");
+    text->setBounds({0, 0, 6, 11});
+    EXPECT_FALSE(text->isTooLarge());
+    text->setBounds({0, 0, 6, 10.9f});
+    EXPECT_TRUE(text->isTooLarge());
+    text->setBounds({0, 0, 5.9f, 11});
+    EXPECT_TRUE(text->isTooLarge());
+}
+
+// --- wrapping -------------------------------------------------------------------------------------------
+
+TEST_F(TextLayoutTest, WordsWrap) {
+    const struct {
+        const char* content;
+        int width;
+        bool breakAtPunctuation;
+        const char* lines;
+    } kCases[] = {
+        {"abc def", 0, false, "abc def|"},
+        {"abc def", 34, false, "abc|def|"},
+        {"abc def", 40, false, "abc|def|"}, // a pen that reaches the width is too far
+        {"abc def", 41, false, "abc def|"},
+        {"abcdef", 18, false, "ab|cd|ef|"},
+        {"abc", 1, false, "a|b|c|"},
+        {"abc", 6, false, "a|b|c|"},
+        {"a W b", 20, false, "a|W|b|"},
+        {"a  b", 12, false, "a |b|"},  // the last space is dropped
+        {"  ab", 12, false, "  a|b|"},     // a line takes at least one character
+        {" a b", 13, false, " a|b|"},
+        {"ab/cd", 24, false, "ab/|cd|"},
+        {"ab/cd", 24, true, "ab|/cd|"},
+        {"////", 13, true, "//|//|"},
+        {"////", 1, true, "/|/|/|/|"},
+        {"a-b", 13, true, "a|-b|"},
+        {"a\nb c", 13, false, "a|b|c|"},
+    };
+    for (const auto& c : kCases) {
+        text->setWordWrap(c.width, c.breakAtPunctuation);
+        layOut(c.content);
+        EXPECT_EQ(lines(), c.lines) << c.content << " in " << c.width;
+    }
+}
+
+TEST_F(TextLayoutTest, NegativeWrapIsTheWidthOfTheBounds) {
+    text->setWordWrap(-1);
+    text->setBounds({50, 0, 90, 10});
+    layOut("abc def");
+    EXPECT_EQ(lines(), "abc|def|");
+    text->setBounds({50, 0, 91, 10});
+    text->update();
+    EXPECT_EQ(lines(), "abc def|");
+    text->setBounds({50, 0, NAN, 10});
+    text->update();
+    EXPECT_EQ(lines(), "abc def|");
+}
+
+TEST_F(TextLayoutTest, BoundsDoNotWrapOtherwise) {
+    text->setBounds({0, 0, 1, 1});
+    layOut("abc def");
+    EXPECT_EQ(lines(), "abc def|");
+}
+
+TEST_F(TextLayoutTest, WrappedLineHasNoSpaceAtItsEnds) {
+    text->setWordWrap(30);
+    layOut("abc def");
+    EXPECT_THAT(widths(), ElementsAre(18, 18));
+    EXPECT_THAT(pens(1), ElementsAre(0, 6, 12));
+}
+
+// The tab belongs to the end of the line, and the word after it begins the next one.
+TEST_F(TextLayoutTest, LineEndsAfterATab) {
+    text->setWordWrap(30);
+    layOutCodes("a{tab}bc{spacer}de");
+    ASSERT_EQ(text->getLineCount(), 2u);
+    EXPECT_THAT(pens(0), ElementsAre(0, 6, 10, 16, 22));
+    EXPECT_THAT(pens(1), ElementsAre(0, 6));
+}
+
+TEST_F(TextLayoutTest, KerningIsNotPartOfTheLineBeforeIt) {
+    text->setWordWrap(12);
+    font->kernings[{'a', 'b'}] = 3;
+    layOut("abab");
+    EXPECT_EQ(lines(), "a|b|a|b|");
+    EXPECT_THAT(widths(), ElementsAre(6, 6, 6, 6));
+}
+
+// --- the pen --------------------------------------------------------------------------------------------
+
+TEST_F(TextLayoutTest, PenMovesByAdvancesAndKerning) {
+    font->kernings[{'a', 'b'}] = -2;
+    font->kernings[{0, 'a'}] = 1;
+    layOut("abab");
+    EXPECT_THAT(pens(), ElementsAre(0, 7, 11, 17));
+    EXPECT_THAT(quads(), ElementsAre(Rect(1, 1, 6, 8), Rect(5, 1, 10, 8), Rect(11, 1, 16, 8), Rect(15, 1, 20, 8)));
+    EXPECT_EQ(text->getExtentBounds(), IVec4<int>(0, 0, 21, 10));
+    EXPECT_EQ(text->getInkBounds(), IVec4<int>(1, 1, 20, 8));
+}
+
+TEST_F(TextLayoutTest, TabsAndSpacersMoveThePen) {
+    const struct {
+        const char* content;
+        std::vector<float> pens; ///< the last is that of the character after the space
+    } kCases[] = {
+        {"a{tab}b", {0, 6, 10}},           {"{tab}b", {0, 10}},
+        {"a{half_tab}b", {0, 6, 10}},      {"a{quarter_tab}b", {0, 6, 8}},
+        {"a{spacer}b", {0, 6, 16}},        {"a{half_spacer}b", {0, 6, 11}},
+        {"a{quarter_spacer}b", {0, 6, 8}}, {"a{tabstop:50}b", {0, 6, 52}},
+        {"a{tabstop:2}b", {0, 6, 8}},      {"a{tabstop:-99999999999}b", {0, 6, 8}},
+    };
+    for (const auto& c : kCases) {
+        layOutCodes(c.content);
+        EXPECT_EQ(pens(), c.pens) << c.content;
+    }
+}
+
+TEST_F(TextLayoutTest, TabOfNoWidthStays) {
+    for (const int height : {0, 3, -10}) {
+        font = makeObject<test::DrawnFont>(height);
+        text->setFont(font.get());
+        layOutCodes("a{quarter_tab}b");
+        EXPECT_THAT(pens(), ElementsAre(0, 6, 6)) << height;
+        layOutCodes("a{quarter_spacer}b{tabstop:3}c");
+        EXPECT_THAT(pens(), ElementsAre(0, 6, 6, 12, 12)) << height;
+    }
+}
+
+TEST_F(TextLayoutTest, TabStopsFarAwayAreLimited) {
+    for (const char* const code : {"{tabstop:2000000000}", "{tabstop:99999999999999999999}"}) {
+        layOutCodes((std::string("a") + code + code + "b").c_str());
+        EXPECT_EQ(text->getExtentBounds().z, 0x3FFFFFFF) << code;
+    }
+}
+
+TEST_F(TextLayoutTest, MarginsIndentTheNextLines) {
+    text->setWordWrap(30);
+    layOutCodes("aa{push_margin}b cc{eol}d{pop_margin}{eol}e{pop_margin}{eol}f");
+    ASSERT_EQ(text->getLineCount(), 5u);
+    EXPECT_EQ(pens(1).front(), 12);
+    EXPECT_EQ(pens(2).front(), 12);
+    EXPECT_EQ(pens(3).front(), 0);
+    EXPECT_EQ(pens(4).front(), 0);
+}
+
+TEST_F(TextLayoutTest, AlignmentHoldsForThisAndLaterLines) {
+    layOutCodes("a{align:right}{eol}b{eol}{align:none}c");
+    EXPECT_EQ(text->getLine(0).align, 2);
+    EXPECT_EQ(text->getLine(1).align, 2);
+    EXPECT_EQ(text->getLine(2).align, -1);
+}
+
+// --- decorations ----------------------------------------------------------------------------------------
+
+TEST_F(TextLayoutTest, BarsReachFromTheirFirstToTheirLastCharacter) {
+    layOutCodes("a{eol}{bar}b{eol}c{endbar:red}{eol}d");
+    ASSERT_EQ(text->getBars().size(), 1u);
+    EXPECT_EQ(text->getBars()[0].top, 10);
+    EXPECT_EQ(text->getBars()[0].bottom, 30);
+    EXPECT_EQ(text->getBars()[0].color, 0xFF0000FFu);
+}
+
+TEST_F(TextLayoutTest, BarAroundNothingIsDropped) {
+    for (const char* const content : {"{bar}{endbar:red}", "a{endbar:red}", "{bar}a"}) {
+        layOutCodes(content);
+        EXPECT_THAT(text->getBars(), IsEmpty()) << content;
+    }
+}
+
+TEST_F(TextLayoutTest, UnderlinesFollowTheirCharacters) {
+    layOutCodes("a{underline_on}{color:#0000ff}bc{underline_off}d");
+    const auto underlines = text->getLine(0).underlines;
+    ASSERT_EQ(underlines.size(), 2u);
+    EXPECT_EQ(underlines[0].rect, Rect(6, 9, 12, 10));
+    EXPECT_EQ(underlines[0].color, 0xFFFF0000u);
+    EXPECT_EQ(underlines[1].rect, Rect(12, 9, 18, 10));
+}
+
+TEST_F(TextLayoutTest, QuadsOfAPageAreTogether) {
+    layOutCodes("a\xE4\xB8\x80{color:#0000ff}b\xE4\xB8\x81{color:white}c");
+    const TextActor::Line line = text->getLine(0);
+    ASSERT_EQ(line.fragmentCount, 2u);
+    const TextActor::Fragment first = text->getFragment(line.firstFragment);
+    const TextActor::Fragment second = text->getFragment(line.firstFragment + 1);
+    EXPECT_EQ(first.page, font->getPage(0));
+    EXPECT_EQ(second.page, font->getPage(1));
+    EXPECT_TRUE(first.isColored);
+    EXPECT_THAT(std::vector(first.colors.begin(), first.colors.end()),
+                ElementsAre(0xFFFFFFFF, 0xFFFF0000, 0xFFFFFFFF));
+    ASSERT_EQ(first.quads.size(), 3u);
+    EXPECT_EQ(first.quads[0].target.x0, 0);
+    EXPECT_EQ(first.quads[1].target.x0, 12);
+    EXPECT_EQ(first.quads[2].target.x0, 24);
+    ASSERT_EQ(second.quads.size(), 2u);
+    EXPECT_EQ(second.quads[1].target.x0, 18);
+}
+
+// --- from right to left ---------------------------------------------------------------------------------
+
+TEST_F(TextLayoutTest, RunFromRightToLeftIsMirroredInPlace) {
+    layOut("a\xD7\x90\xD7\x91 b"); // alef, bet
+    EXPECT_THAT(pens(), ElementsAre(0, 18, 12, 18, 22));
+    EXPECT_THAT(quads(), ElementsAre(Rect(0, 1, 5, 8), Rect(13, 1, 18, 8), Rect(7, 1, 12, 8),
+                                     Rect(22, 1, 27, 8)));
+}
+
+TEST_F(TextLayoutTest, PartsOfAWrappedRunAreMirroredInTheirLines) {
+    text->setWordWrap(20);
+    layOut("\xD7\x90\xD7\x91 \xD7\x92\xD7\x93");
+    ASSERT_EQ(text->getLineCount(), 2u);
+    EXPECT_THAT(pens(0), ElementsAre(12, 6));
+    EXPECT_THAT(pens(1), ElementsAre(12, 6));
+}
+
+// --- hard cases -----------------------------------------------------------------------------------------
+
+TEST_F(TextLayoutTest, MissingGlyphsTakeNoRoom) {
+    layOut("a\xEE\x80\x81" "b"); // U+E001
+    EXPECT_THAT(pens(), ElementsAre(0, 6, 6));
+    EXPECT_EQ(quads().size(), 2u);
+}
+
+TEST_F(TextLayoutTest, CombiningMarkStaysAtItsLetter) {
+    layOut("e\xCC\x81" "f");
+    EXPECT_THAT(pens(), ElementsAre(0, 6, 6));
+    EXPECT_EQ(quads()[1], Rect(1, -2, 4, 0));
+    EXPECT_EQ(text->getExtentBounds().y, 0);
+    EXPECT_EQ(text->getInkBounds().y, -2);
+}
+
+TEST_F(TextLayoutTest, TextWithoutAFontHasNoSize) {
+    system().setTheme(makeObject<Theme>().get());
+    text->setFont(nullptr);
+    layOut("abc\ndef");
+    EXPECT_EQ(text->getActualSize(), IVec2<int>());
+    EXPECT_EQ(text->getFont(), nullptr);
+}
+
+std::string repeated(size_t count, std::string_view part) {
+    std::string result;
+    for (size_t i = 0; i < count; ++i) result += part;
+    return result;
+}
+
+TEST_F(TextLayoutTest, CharactersWithoutWidthAreWalkedOverOnce) {
+    text->setWordWrap(20);
+    layOut(repeated(350'000, "\xE2\x80\x8B").c_str());
+    EXPECT_EQ(text->getLineCount(), 1u);
+    font->lookups = 0;
+    layOut((repeated(100, "W " + repeated(3'000, "\xE2\x80\x8B"))).c_str());
+    EXPECT_GE(text->getLineCount(), 100u);
+    EXPECT_LE(font->lookups, 4 * 300'300);
+}
+
+TEST_F(TextLayoutTest, PenThatMovesBackEndsLinesInLinearTime) {
+    text->setWordWrap(20);
+    layOut(repeated(100'000, "ab\xEE\x80\x80").c_str());
+    EXPECT_EQ(text->getLineCount(), 1u);
+    EXPECT_LE(font->lookups, 4 * 300'000);
+    EXPECT_EQ(text->getExtentBounds().x, -8 * 99'999 - 8);
+}
+
+TEST_F(TextLayoutTest, LongLinesAndNarrowTextsAreLaidOut) {
+    layOut(repeated(100'000, "a").c_str());
+    EXPECT_EQ(text->getActualSize(), IVec2<int>(600'000, 10));
+    text->setWordWrap(1);
+    layOut(repeated(1 << 20, "a").c_str());
+    EXPECT_EQ(text->getActualSize(), IVec2<int>(6, 10 << 20));
+}
+
+TEST_F(TextLayoutTest, FontThatIsLoadedLaterIsUsed) {
+    layOut("a");
+    font->resize(20);
+    EXPECT_EQ(text->getActualSize().y, 20);
+}
+
+} // namespace
+} // namespace qel
