@@ -1,7 +1,7 @@
 #include <qel/text/engine/text_actor.h>
 
 #include <qel/render/renderer.h>
-#include <qel/scene/actors/anim_color.h>
+#include <qel/scene/actors/color_scope.h>
 #include <qel/style/theme.h>
 #include <qel/system/core/system.h>
 #include <qel/text/engine/text_drawing_p.h>
@@ -17,10 +17,6 @@ using internal::TextLine;
 
 namespace {
 
-/// A colour with less alpha is invisible: a step of 8 bits.
-constexpr float kLeastAlpha = 0.003921569f;
-
-constexpr IVec4<float> kShadowColor(0.1f, 0.1f, 0.1f, 0.8f);
 constexpr IVec4<float> kSelectionColor(0.19215687f, 0.43137255f, 0.6392157f, 1);
 
 /// The times and distances of scrolling. A line rests at its start, then moves by a line height in kStepMs.
@@ -28,26 +24,6 @@ constexpr double kRestMs = 4000;
 constexpr double kWakeMs = 3000; ///< of the rest, after which frames are needed
 constexpr double kStepMs = 700;
 constexpr float kGapLines = 1.5f; ///< between the end of a line and its repetition, in line heights
-
-IVec4<float> product(const IVec4<float>& a, const IVec4<float>& b) {
-    return {a.x * b.x, a.y * b.y, a.z * b.z, a.w * b.w};
-}
-
-/// Pushes a colour until the end of the scope.
-class ColorScope {
-public:
-    ColorScope(Renderer& renderer, const IVec4<float>& color) : m_renderer(renderer) {
-        renderer.pushColor(color);
-    }
-    ColorScope(const ColorScope&) = delete;
-    ColorScope& operator=(const ColorScope&) = delete;
-    ~ColorScope() { m_renderer.popColor(); }
-
-    bool isVisible() const { return m_renderer.getColor().w >= kLeastAlpha; }
-
-private:
-    Renderer& m_renderer;
-};
 
 /// Returns true if the rows from @p top to before @p bottom meet those of a clip rectangle.
 bool meets(const IVec4<int>& clip, float top, float bottom) {
@@ -58,12 +34,7 @@ bool meets(const IVec4<int>& clip, float top, float bottom) {
 
 void TextActor::onRender(Renderer* renderer) {
     update();
-    IVec4<float> color = m_color;
-    if (m_animColor != nullptr) {
-        if (m_animColor->isAnimating()) m_animColor->animate();
-        color = product(color, m_animColor->getColor());
-    }
-    const ColorScope scope(*renderer, color);
+    const ColorScope scope(*renderer, m_color, m_animColor);
     if (!scope.isVisible()) return;
     drawBars(renderer);
     const bool hasLongLine = placeVisibleLines(renderer->getClip());
@@ -155,7 +126,7 @@ void TextActor::drawWithShadow(Renderer* renderer) {
 
 /// Draws the text once more, a little to the right and down.
 void TextActor::drawShadow(Renderer* renderer) {
-    const ColorScope scope(*renderer, kShadowColor);
+    const ColorScope scope(*renderer, ColorScope::shadow());
     const Rect bounds = m_bounds;
     const IVec2<float> position = m_position;
     const auto shift = static_cast<float>(system()->getTheme()->dotSize());

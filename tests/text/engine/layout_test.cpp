@@ -30,7 +30,7 @@ TEST_F(TextLayoutTest, HeightIsThatOfTheLines) {
         {"a{eol}{eol}b", 30, 3},
         {"a{eop}b", 25, 2},
         {"a{eop}{eop}b", 30, 2},
-        {"{eop}a", 15, 1},
+        {"{eop}a", 10, 1}, // below half an empty line
         {"{eol}", 10, 1},
         {"a{multiline_end_of_text}", 10, 1},
     };
@@ -210,7 +210,7 @@ TEST_F(TextLayoutTest, BarAroundNothingIsDropped) {
 }
 
 TEST_F(TextLayoutTest, UnderlinesFollowTheirCharacters) {
-    layOutCodes("a{underline_on}{color:#0000ff}bc{underline_off}d");
+    layOutCodes("a{underline_on}{color:blue}bc{underline_off}d");
     const auto underlines = text->getLine(0).underlines;
     ASSERT_EQ(underlines.size(), 2u);
     EXPECT_EQ(underlines[0].rect, Rect(6, 9, 12, 10));
@@ -219,7 +219,7 @@ TEST_F(TextLayoutTest, UnderlinesFollowTheirCharacters) {
 }
 
 TEST_F(TextLayoutTest, QuadsOfAPageAreTogether) {
-    layOutCodes("a\xE4\xB8\x80{color:#0000ff}b\xE4\xB8\x81{color:white}c");
+    layOutCodes("a\xE4\xB8\x80{color:blue}b\xE4\xB8\x81{color:white}c");
     const TextActor::Line line = text->getLine(0);
     ASSERT_EQ(line.fragmentCount, 2u);
     const TextActor::Fragment first = text->getFragment(line.firstFragment);
