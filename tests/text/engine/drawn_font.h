@@ -90,4 +90,14 @@ private:
     int m_lineHeight = 0;
 };
 
+/// A font without glyphs of its own.
+class BareFont : public Font {
+    QEL_CLASS(BareFont, Font)
+
+public:
+    int getLineHeight() const override { return 10; }
+    FontStyle getStyle() const override { return FontStyle::Regular; }
+    int getKerning(uint32, uint32) override { return 0; }
+};
+
 } // namespace qel::test

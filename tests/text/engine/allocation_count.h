@@ -1,0 +1,11 @@
+// Counts what a piece of code allocates.
+#pragma once
+
+#include <cstddef>
+
+namespace qel::test {
+
+/// Returns the number of calls of operator new in this program, the library included.
+std::size_t allocationCount();
+
+} // namespace qel::test
