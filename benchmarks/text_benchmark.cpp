@@ -38,13 +38,17 @@ constexpr int kHeight = 1080;
 
 /// Two texts of 390 characters, so that no contender can keep the layout of the last one.
 const std::string kTexts[2] = {
-    "The viewer shows one series in each view. A series that is still arriving is shown as far as it has come, "
+    "The viewer shows one series in each view. A series that is still arriving is shown as far as it has "
+    "come, "
     "and its progress is drawn at the lower edge. Scroll with the wheel or by dragging with one finger; zoom "
-    "with two. A double tap fills the window with one view, and another one brings the others back. Distances "
+    "with two. A double tap fills the window with one view, and another one brings the others back. "
+    "Distances "
     "and angles are measured in millimetres if the images state the spacing of their pixels now.",
     "A series that is still arriving is shown as far as it has come, and its progress is drawn at the lower "
-    "edge. The viewer shows one series in each view. A double tap fills the window with one view, and another "
-    "one brings the others back. Scroll with the wheel or by dragging with one finger; zoom with two. Distances "
+    "edge. The viewer shows one series in each view. A double tap fills the window with one view, and "
+    "another "
+    "one brings the others back. Scroll with the wheel or by dragging with one finger; zoom with two. "
+    "Distances "
     "and angles are measured in pixels unless the images state the spacing of their pixels now."};
 
 /// Twenty lines of fifty letters.

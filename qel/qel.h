@@ -105,6 +105,7 @@
 #include <qel/render/renderer_software.h>
 #include <qel/render/sprite.h>
 #include <qel/render/texture.h>
+#include <qel/render/texture_part.h>
 #include <qel/render/texture_software.h>
 #include <qel/render/volume_texture.h>
 #include <qel/rpc/rpc_context.h>

@@ -16,8 +16,8 @@ public:
 
     void draw(const TextActor& actor) {
         if (actor.isSoftClipping())
-            m_stacks.pushClip(internal::columns(m_stacks.getClip(), actor.getSoftClipLeft(),
-                                                actor.getSoftClipRight()));
+            m_stacks.pushClip(
+                internal::columns(m_stacks.getClip(), actor.getSoftClipLeft(), actor.getSoftClipRight()));
         for (size_t i = 0; i < actor.getLineCount(); ++i) {
             const TextActor::Line line = actor.getLine(i);
             if (line.isVisible) drawLine(actor, line);

@@ -249,8 +249,8 @@ float TextActor::cursorOffset(float free, float otherwise) const {
 
 /// Returns the place of a line among the lines.
 float TextActor::alignedX(const TextLine& line) const {
-    const float total = m_alignToTotalWidth ? m_bounds.getWidth()
-                                            : static_cast<float>(m_extentBounds.z - m_extentBounds.x);
+    const float total =
+        m_alignToTotalWidth ? m_bounds.getWidth() : static_cast<float>(m_extentBounds.z - m_extentBounds.x);
     const float free = total - static_cast<float>(line.width);
     switch (line.align == -1 ? static_cast<int>(m_horizontalAlign) : line.align) {
     case 0:

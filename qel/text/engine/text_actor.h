@@ -329,8 +329,8 @@ private:
     int m_wordWrap = 0;
     int m_cursorIndex = 0;
     int m_selectionIndex = 0;
-    uint32 m_fontVersion = 0;   ///< of the font when the lines were made
-    float m_layoutWidth = 0;      ///< of the bounds when the lines were made
+    uint32 m_fontVersion = 0; ///< of the font when the lines were made
+    float m_layoutWidth = 0;  ///< of the bounds when the lines were made
     IVec4<int> m_extentBounds;
     IVec4<int> m_inkBounds;
     IVec2<float> m_position;

@@ -149,8 +149,8 @@ void TextActor::drawSelection(Renderer* renderer) {
     const ColorScope scope(*renderer, kSelectionColor);
     if (m_softClipping) {
         const IVec4<int> clip = renderer->getClip();
-        renderer->pushClip(internal::columns(clip, m_softClipLeft - m_softClipFade,
-                                             m_softClipRight + m_softClipFade));
+        renderer->pushClip(
+            internal::columns(clip, m_softClipLeft - m_softClipFade, m_softClipRight + m_softClipFade));
     }
     for (const TextLine& line : m_lines->lines) {
         const Rect rect = line.isVisible ? selectionOf(line) : Rect();
@@ -170,8 +170,8 @@ Rect TextActor::selectionOf(const TextLine& line) const {
     const auto begin = std::find_if(stops.begin(), stops.end(), isSelected);
     if (begin == stops.end()) return {};
     const auto end = std::find_if(stops.rbegin(), stops.rend(), isSelected);
-    return {std::min(begin->rect.x0, end->rect.x0), begin->rect.y0,
-            std::max(begin->rect.x1, end->rect.x1), begin->rect.y1};
+    return {std::min(begin->rect.x0, end->rect.x0), begin->rect.y0, std::max(begin->rect.x1, end->rect.x1),
+            begin->rect.y1};
 }
 
 void TextActor::drawCursor(Renderer* renderer) {

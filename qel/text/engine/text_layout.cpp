@@ -313,8 +313,8 @@ void TextLayout::popMargin() {
 
 void TextLayout::addStop(const Token& token) {
     const int stop = token.rightToLeft ? limited(int64{token.mirrorSum} - m_pen.x) : m_pen.x;
-    const bool hasCursor = m_actor.m_cursorEnabled &&
-                           token.sourceIndex == static_cast<uint32>(m_actor.m_cursorIndex);
+    const bool hasCursor =
+        m_actor.m_cursorEnabled && token.sourceIndex == static_cast<uint32>(m_actor.m_cursorIndex);
     if (hasCursor) m_line.cursorStop = static_cast<uint32>(m_lines.stops.size());
     m_lines.stops.push_back({token.sourceIndex,
                              {static_cast<float>(stop - 1), static_cast<float>(top()),
@@ -340,13 +340,13 @@ void TextLayout::addQuad(const Font::Character& glyph, const Token& token) {
     m_line.bottom = std::max(m_line.bottom, bottom());
 }
 
-/// Counts the last quad for the fragment of its page, which is created if the line has none.
+/// Counts the last quad for the fragment of its page, which is created if it does not exist.
 void TextLayout::countQuad(uint32 page) {
     Vector<TextFragment>& fragments = m_lines.fragments;
     if (m_scratch.fragmentOfPage.size() <= page) m_scratch.fragmentOfPage.resize(size_t{page} + 1);
     uint32 number = m_scratch.fragmentOfPage[page];
-    const bool isKnown = number >= m_line.firstFragment && number < fragments.size() &&
-                         fragments[number].page == page;
+    const bool isKnown =
+        number >= m_line.firstFragment && number < fragments.size() && fragments[number].page == page;
     if (!isKnown) {
         number = m_scratch.fragmentOfPage[page] = static_cast<uint32>(fragments.size());
         fragments.push_back({page, 0, 0, false});
@@ -431,7 +431,8 @@ void TextLayout::gatherFragments() {
     const auto first = static_cast<std::ptrdiff_t>(m_lineQuad);
     m_scratch.quads.assign(m_lines.quads.begin() + first, m_lines.quads.end());
     m_scratch.colors.assign(m_lines.colors.begin() + first, m_lines.colors.end());
-    for (uint32 i = 0; i < m_line.fragmentCount; ++i) m_lines.fragments[m_line.firstFragment + i].quadCount = 0;
+    for (uint32 i = 0; i < m_line.fragmentCount; ++i)
+        m_lines.fragments[m_line.firstFragment + i].quadCount = 0;
     for (size_t i = 0; i < m_scratch.quads.size(); ++i) {
         TextFragment& fragment = m_lines.fragments[m_scratch.quadFragments[i]];
         const uint32 to = fragment.firstQuad + fragment.quadCount++;

@@ -24,15 +24,11 @@ TEST_F(TextLayoutTest, HeightIsThatOfTheLines) {
         int height;
         size_t lines;
     } kCases[] = {
-        {"", 0, 0},
-        {"a", 10, 1},
-        {"a{eol}b", 20, 2},
-        {"a{eol}{eol}b", 30, 3},
-        {"a{eop}b", 25, 2},
-        {"a{eop}{eop}b", 30, 2},
+        {"", 0, 0},         {"a", 10, 1},
+        {"a{eol}b", 20, 2}, {"a{eol}{eol}b", 30, 3},
+        {"a{eop}b", 25, 2}, {"a{eop}{eop}b", 30, 2},
         {"{eop}a", 10, 1}, // below half an empty line
-        {"{eol}", 10, 1},
-        {"a{multiline_end_of_text}", 10, 1},
+        {"{eol}", 10, 1},   {"a{multiline_end_of_text}", 10, 1},
     };
     for (const auto& c : kCases) {
         layOutCodes(c.content);
@@ -60,22 +56,15 @@ TEST_F(TextLayoutTest, WordsWrap) {
         bool breakAtPunctuation;
         const char* lines;
     } kCases[] = {
-        {"abc def", 0, false, "abc def|"},
-        {"abc def", 34, false, "abc|def|"},
+        {"abc def", 0, false, "abc def|"},  {"abc def", 34, false, "abc|def|"},
         {"abc def", 40, false, "abc|def|"}, // a pen that reaches the width is too far
-        {"abc def", 41, false, "abc def|"},
-        {"abcdef", 18, false, "ab|cd|ef|"},
-        {"abc", 1, false, "a|b|c|"},
-        {"abc", 6, false, "a|b|c|"},
-        {"a W b", 20, false, "a|W|b|"},
-        {"a  b", 12, false, "a |b|"},  // the last space is dropped
-        {"  ab", 12, false, "  a|b|"},     // a line takes at least one character
-        {" a b", 13, false, " a|b|"},
-        {"ab/cd", 24, false, "ab/|cd|"},
-        {"ab/cd", 24, true, "ab|/cd|"},
-        {"////", 13, true, "//|//|"},
-        {"////", 1, true, "/|/|/|/|"},
-        {"a-b", 13, true, "a|-b|"},
+        {"abc def", 41, false, "abc def|"}, {"abcdef", 18, false, "ab|cd|ef|"},
+        {"abc", 1, false, "a|b|c|"},        {"abc", 6, false, "a|b|c|"},
+        {"a W b", 20, false, "a|W|b|"},     {"a  b", 12, false, "a |b|"}, // the last space is dropped
+        {"  ab", 12, false, "  a|b|"}, // a line takes at least one character
+        {" a b", 13, false, " a|b|"},       {"ab/cd", 24, false, "ab/|cd|"},
+        {"ab/cd", 24, true, "ab|/cd|"},     {"////", 13, true, "//|//|"},
+        {"////", 1, true, "/|/|/|/|"},      {"a-b", 13, true, "a|-b|"},
         {"a\nb c", 13, false, "a|b|c|"},
     };
     for (const auto& c : kCases) {
@@ -135,7 +124,8 @@ TEST_F(TextLayoutTest, PenMovesByAdvancesAndKerning) {
     font->kernings[{0, 'a'}] = 1;
     layOut("abab");
     EXPECT_THAT(pens(), ElementsAre(0, 7, 11, 17));
-    EXPECT_THAT(quads(), ElementsAre(Rect(1, 1, 6, 8), Rect(5, 1, 10, 8), Rect(11, 1, 16, 8), Rect(15, 1, 20, 8)));
+    EXPECT_THAT(quads(),
+                ElementsAre(Rect(1, 1, 6, 8), Rect(5, 1, 10, 8), Rect(11, 1, 16, 8), Rect(15, 1, 20, 8)));
     EXPECT_EQ(text->getExtentBounds(), IVec4<int>(0, 0, 21, 10));
     EXPECT_EQ(text->getInkBounds(), IVec4<int>(1, 1, 20, 8));
 }
@@ -242,8 +232,8 @@ TEST_F(TextLayoutTest, QuadsOfAPageAreTogether) {
 TEST_F(TextLayoutTest, RunFromRightToLeftIsMirroredInPlace) {
     layOut("a\xD7\x90\xD7\x91 b"); // alef, bet
     EXPECT_THAT(pens(), ElementsAre(0, 18, 12, 18, 22));
-    EXPECT_THAT(quads(), ElementsAre(Rect(0, 1, 5, 8), Rect(13, 1, 18, 8), Rect(7, 1, 12, 8),
-                                     Rect(22, 1, 27, 8)));
+    EXPECT_THAT(quads(),
+                ElementsAre(Rect(0, 1, 5, 8), Rect(13, 1, 18, 8), Rect(7, 1, 12, 8), Rect(22, 1, 27, 8)));
 }
 
 TEST_F(TextLayoutTest, PartsOfAWrappedRunAreMirroredInTheirLines) {
@@ -257,13 +247,15 @@ TEST_F(TextLayoutTest, PartsOfAWrappedRunAreMirroredInTheirLines) {
 // --- hard cases -----------------------------------------------------------------------------------------
 
 TEST_F(TextLayoutTest, MissingGlyphsTakeNoRoom) {
-    layOut("a\xEE\x80\x81" "b"); // U+E001
+    layOut("a\xEE\x80\x81"
+           "b"); // U+E001
     EXPECT_THAT(pens(), ElementsAre(0, 6, 6));
     EXPECT_EQ(quads().size(), 2u);
 }
 
 TEST_F(TextLayoutTest, CombiningMarkStaysAtItsLetter) {
-    layOut("e\xCC\x81" "f");
+    layOut("e\xCC\x81"
+           "f");
     EXPECT_THAT(pens(), ElementsAre(0, 6, 6));
     EXPECT_EQ(quads()[1], Rect(1, -2, 4, 0));
     EXPECT_EQ(text->getExtentBounds().y, 0);

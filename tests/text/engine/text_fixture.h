@@ -32,9 +32,7 @@ protected:
         text->update();
         return *text;
     }
-    TextActor& layOutCodes(const char* content) {
-        return layOut(content, TextActor::Parser::ControlCodes);
-    }
+    TextActor& layOutCodes(const char* content) { return layOut(content, TextActor::Parser::ControlCodes); }
 
     /// Returns the characters of all lines that have a place for the cursor, with a bar after each line.
     std::string lines() const {
@@ -49,7 +47,8 @@ protected:
     /// Returns the left edges of the places for the cursor plus 1: the pen in front of each character.
     std::vector<float> pens(size_t line = 0) const {
         std::vector<float> result;
-        for (const TextActor::CursorStop& stop : text->getLine(line).stops) result.push_back(stop.rect.x0 + 1);
+        for (const TextActor::CursorStop& stop : text->getLine(line).stops)
+            result.push_back(stop.rect.x0 + 1);
         return result;
     }
     /// Returns the quads of a line, page by page.
