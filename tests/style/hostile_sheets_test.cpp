@@ -32,15 +32,17 @@ TEST_F(HostileSheets, OneMebibyteOfBracketsEnds) {
 
 TEST_F(HostileSheets, RepetitionsOfAnythingEnd) {
     LogCapture log;
-    for (const char* text : {"a(", "a{", "a{b:{", "a{@b{", "}", ")", "@", "@a{", "@a(", "\\", "\"",
-                             "'\n", "/*", "url(", "url('", "url(a b", ":", ";", "a:", "#", ".", "-", "+", "1", "1e",
-                             "a,", ",", "!", "a b ", "[a", ":a(", "\xFF", "\xE2\x82"}) {
+    for (const char* text :
+         {"a(",  "a{", "a{b:{", "a{@b{", "}",       ")", "@",    "@a{", "@a(", "\\",   "\"",
+          "'\n", "/*", "url(",  "url('", "url(a b", ":", ";",    "a:",  "#",   ".",    "-",
+          "+",   "1",  "1e",    "a,",    ",",       "!", "a b ", "[a",  ":a(", "\xFF", "\xE2\x82"}) {
         EXPECT_FALSE(isLoaded(repeated(text))) << text;
         const size_t lines = log.take().size();
         EXPECT_GT(lines, 1u) << text;
         EXPECT_LE(lines, 101u) << text;
     }
-    for (const char* text : {" ", "<!-- ", "/**/", "a{}", "a{b:c;}", "a{b:(((c)))}", "@a;", "@a{b{c:d}}", "a,b{c:d;e:f}"})
+    for (const char* text :
+         {" ", "<!-- ", "/**/", "a{}", "a{b:c;}", "a{b:(((c)))}", "@a;", "@a{b{c:d}}", "a,b{c:d;e:f}"})
         EXPECT_TRUE(isLoaded(repeated(text))) << text;
     EXPECT_FALSE(isLoaded(std::string(kLong, '\0')));
     EXPECT_EQ(log.take().size(), 2u);
@@ -84,8 +86,9 @@ TEST_F(HostileSheets, ManyRulesSelectorsAndDeclarationsAreSearched) {
 
 TEST_F(HostileSheets, AnEndAnywhereIsSurvived) {
     LogCapture log;
-    const std::string css = "@charset \"a\";@media (b){c{d:e}}f>g#h.i::j:k(l)[m='n']{o:p(q,'r',url(s),#t,1.5e+3u%)!important;"
-                            "\\77 x:'\\79\\\nz'}/* c */\xC3\xA9{y:{z}}";
+    const std::string css =
+        "@charset \"a\";@media (b){c{d:e}}f>g#h.i::j:k(l)[m='n']{o:p(q,'r',url(s),#t,1.5e+3u%)!important;"
+        "\\77 x:'\\79\\\nz'}/* c */\xC3\xA9{y:{z}}";
     for (size_t size = 0; size <= css.size(); ++size) {
         const SmartPointer<StyleData> data = new StyleData;
         data->loadFromMemory(ConstByteSpan::fromText(std::string(css.data(), size)));

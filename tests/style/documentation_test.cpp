@@ -1,0 +1,148 @@
+// Checks the examples of docs/style.md, and that page and shipped stylesheet name the same properties.
+#include "style_fixture.h"
+
+#include <tests/support/shipped_fonts.h>
+#include <tests/support/source_dir.h>
+
+#include <qel/render/sprite.h>
+#include <qel/style/theme.h>
+
+#include <cmath>
+#include <regex>
+#include <set>
+#include <sstream>
+
+namespace qel {
+namespace {
+
+using test::LogCapture;
+
+std::set<std::string> matchesOf(const std::string& text, const std::string& pattern) {
+    const std::regex expression(pattern);
+    std::set<std::string> found;
+    for (std::sregex_iterator i(text.begin(), text.end(), expression), end; i != end; ++i)
+        found.insert((*i)[1]);
+    return found;
+}
+
+/// A question as the page writes it, "Tag#id.class::pseudo property: kind answer".
+struct Question {
+    explicit Question(const std::string& line) {
+        static const std::regex form(R"((\w+)(#\w+)?(\.\w+)?(::\w+)? ([\w-]+): (\w+) (.*))");
+        std::smatch match;
+        EXPECT_TRUE(std::regex_match(line, match, form)) << line;
+        tag = match[1];
+        if (match[2].matched) id = match[2].str().substr(1);
+        if (match[3].matched) className = match[3].str().substr(1);
+        if (match[4].matched) pseudo = match[4].str().substr(2);
+        property = match[5];
+        kind = match[6];
+        answer = match[7];
+    }
+
+    /// Returns the answer of @p data in the words of the page.
+    std::string ask(StyleData& data) const {
+        const ClassChain chain = {"Object", "Actor", tag.c_str()};
+        const auto get = [&](auto getter, auto& out) {
+            return (data.*getter)(out, chain, property.c_str(), orNull(id), orNull(pseudo),
+                                  orNull(className));
+        };
+        if (kind == "color") return color(get);
+        std::ostringstream text;
+        int length = 0;
+        Sprite* sprite = nullptr;
+        String string;
+        if (kind == "length" && get(&StyleData::getPixelLength, length)) text << length;
+        if (kind == "sprite" && get(&StyleData::getSprite, sprite))
+            text << (sprite == Object::system()->getSprite(answer) ? answer : "another");
+        if (kind == "translation" && get(&StyleData::getTranslation, string)) text << string;
+        if (kind == "url" && get(&StyleData::getUrl, string)) text << string;
+        return text.str().empty() ? "nothing" : text.str();
+    }
+
+    std::string tag, id, className, pseudo, property, kind, answer;
+
+private:
+    static const char* orNull(const std::string& text) { return text.empty() ? nullptr : text.c_str(); }
+    template <typename Get>
+    static std::string color(const Get& get) {
+        IVec4<float> value(-1, -1, -1, -1);
+        if (!get(&StyleData::getColor, value)) return "nothing";
+        if (value.x < 0) return "unchanged";
+        std::ostringstream text;
+        for (int i = 0; i < 4; ++i) text << (i == 0 ? "" : " ") << std::lround(value[i] * 255);
+        return text.str();
+    }
+};
+
+class StyleDocumentation : public test::StyleFixture {
+protected:
+    void SetUp() override {
+        StyleFixture::SetUp();
+        test::addShippedFonts();
+        LogCapture log;
+        system().getTheme()->setDeviceForce(132, 1, 1000, 1000, 1, 1); // the medium font has 26 pixels
+        log.take();
+    }
+    void TearDown() override {
+        StyleFixture::TearDown();
+        Object::discardSingletons(); // the files of fonts
+    }
+    /// Checks the stated lines of an example. @return their number.
+    static size_t check(const std::string& example) {
+        static const std::regex stated(R"(/\*> (.*) \*/)");
+        LogCapture log;
+        const SmartPointer<StyleData> data = new StyleData;
+        const bool isLoaded = data->loadFromMemory(ConstByteSpan::fromText(example));
+        if (!isLoaded) log.expect(3, "css parse errors:");
+        size_t errors = 0;
+        size_t lines = 0;
+        for (std::sregex_iterator i(example.begin(), example.end(), stated), end; i != end; ++i, ++lines) {
+            const std::string line = (*i)[1];
+            if (line.starts_with("error "))
+                log.expect(3, std::to_string(errors++) + ": " + line.substr(6));
+            else if (line.starts_with("log "))
+                log.expect(line.starts_with("log Unsupported length") ? 3 : 2, line.substr(4));
+            else
+                EXPECT_EQ(Question(line).ask(*data), Question(line).answer) << line;
+        }
+        EXPECT_EQ(isLoaded, errors == 0) << example;
+        return lines;
+    }
+};
+
+TEST_F(StyleDocumentation, EveryExampleHasTheStatedAnswers) {
+    const std::string page = test::sourceText("docs/style.md"), head = "\n```css\n";
+    size_t examples = 0;
+    for (size_t at = page.find(head); at != page.npos; at = page.find(head, at)) {
+        at += head.size();
+        EXPECT_GT(check(page.substr(at, page.find("\n```\n", at) - at)), 0u);
+        ++examples;
+    }
+    EXPECT_EQ(examples, 8u);
+}
+
+TEST_F(StyleDocumentation, ThePageNamesThePropertiesOfTheShippedSheet) {
+    const std::string sheet = test::sourceText("resources/style-default.css");
+    const std::string page = test::sourceText("docs/style.md");
+    const std::set<std::string> stated = matchesOf(sheet, R"(\n    ([\w-]+):)");
+    EXPECT_EQ(matchesOf(page, R"(\n\| `([\w-]+)` \| (?:colour|length) \|)"), stated);
+    EXPECT_FALSE(stated.empty());
+}
+
+TEST_F(StyleDocumentation, TheShippedSheetAnswersWithoutALogLine) {
+    const std::string sheet = test::sourceText("resources/style-default.css");
+    const SmartPointer<StyleData> data = parsed(sheet);
+    for (const std::string& property : matchesOf(sheet, R"(\n    ([\w-]+-color|color):)")) {
+        for (const std::string& tag : matchesOf(sheet, R"((?:^|\n)(\w+)[ ,.])")) {
+            const ClassChain chain = {"Object", tag.c_str()};
+            IVec4<float> color(-1, 0, 0, 0);
+            if (data->getColor(color, chain, property.c_str(), nullptr, nullptr, nullptr))
+                EXPECT_GE(color.x, 0) << tag << " " << property;
+        }
+    }
+    EXPECT_EQ(length(*data, {}, {"Object", "Button"}, "padding"), 13);
+}
+
+} // namespace
+} // namespace qel
