@@ -11,7 +11,11 @@
 #include <qel/process/process.h>
 #include <qel/script/vm.h>
 #include <qel/system/core/system.h>
+#include <qel/text/fonts/bitmap_font.h>
+#include <qel/text/fonts/true_type_font.h>
 #include <tests/process/counting_supervisor.h>
+#include <tests/text/fonts/bmf_sample.h>
+#include <tests/text/fonts/ttf_sample.h>
 
 #include <filesystem>
 #include <system_error>
@@ -29,6 +33,10 @@ void prepareNothing(Folder) {}
 void preparePlugin(Folder folder) {
     folder.write("plugins/a/autoexec.sq", "::started <- \"a\"");
     folder.write("plugins/a/resources/text.txt", "text");
+}
+void prepareFonts(Folder folder) {
+    folder.write("fonts/outlines.ttf", TtfSample().bytes());
+    folder.write("fonts/bitmap.fnt", BmfSample().bytes());
 }
 void prepareTranslation(Folder folder) {
     folder.write("texts/tr-greeting.de.txt", "Hallo");
@@ -151,15 +159,42 @@ Outcome hashPlugins(Folder folder) {
     return outcome;
 }
 
+/// Adds a folder of resources for the life of this object.
+class ResourceFolder {
+public:
+    explicit ResourceFolder(const std::string& path) : m_provider(locator().addResourceDirectory(path)) {}
+    ResourceFolder(const ResourceFolder&) = delete;
+    ResourceFolder& operator=(const ResourceFolder&) = delete;
+    ~ResourceFolder() {
+        if (m_provider) locator().removeResourceProvider(m_provider);
+    }
+
+private:
+    static ResourceLocator& locator() { return *Object::system()->getResourceLocator(); }
+
+    ResourceProvider* const m_provider;
+};
+
 Outcome translate(Folder folder) {
-    System& system = *Object::system();
-    ResourceLocator& locator = *system.getResourceLocator();
-    ResourceProvider* const provider = locator.addResourceDirectory(folder.path("texts"));
-    system.setLanguage("de");
+    const ResourceFolder resources(folder.path("texts"));
+    Object::system()->setLanguage("de");
     Object::clearTrCache();
-    Outcome outcome{true, Object::tr("greeting")};
-    if (provider) locator.removeResourceProvider(provider);
-    return outcome;
+    return {true, Object::tr("greeting")};
+}
+
+Outcome loadOutlines(Folder folder) {
+    const ResourceFolder resources(folder.path("fonts"));
+    const auto font = makeObject<TrueTypeFont>();
+    const bool worked = font->loadFromResource("outlines.ttf", 20);
+    Object::setSingleton("FTLibrarySingleton", nullptr); // which keeps the bytes
+    return {worked, worked ? std::to_string(font->getCapitalHeight()) : ""};
+}
+
+Outcome loadBitmapFont(Folder folder) {
+    const ResourceFolder resources(folder.path("fonts"));
+    const auto font = makeObject<BitmapFont>();
+    const bool worked = font->loadFromResources("bitmap");
+    return {worked, worked ? std::to_string(font->getCapitalHeight()) : ""};
 }
 
 Outcome enableService(Folder folder) {
@@ -185,6 +220,8 @@ std::vector<FaultCase> systemCases() {
         {"Plugins::executeBootstrapScripts", preparePlugin, startPlugins, kSilent | kLoggedOnly},
         {"Plugins::getPluginHashes", preparePlugin, hashPlugins, kLoggedOnly},
         {"Object::tr", prepareTranslation, translate, kLoggedOnly},
+        {"TrueTypeFont::loadFromResource", prepareFonts, loadOutlines},
+        {"BitmapFont::loadFromResources", prepareFonts, loadBitmapFont},
         {"DefaultBackgroundService::enable", prepareNothing, enableService},
         {"System::registerCrashHandler", prepareNothing,
          [](Folder folder) {

@@ -1,6 +1,7 @@
 #include <qel/text/fonts/font_face_p.h>
 
 #include <qel/foundation/log/message_stream.h>
+#include <qel/text/fonts/composite_glyphs_p.h>
 #include <qel/text/fonts/glyph_bitmap_p.h>
 #include <qel/text/fonts/glyph_numbers_p.h>
 
@@ -40,6 +41,10 @@ std::unique_ptr<FontFace> FontFace::open(FTLibrarySingleton& library, ConstByteS
         return nullptr;
     }
     std::unique_ptr<FontFace> opened(new FontFace(library, face));
+    if (!hasSmallComposites(face)) {
+        logging::error() << "Failed to load truetype font: a glyph has too many components";
+        return nullptr;
+    }
     if (FT_Select_Charmap(face, FT_ENCODING_UNICODE) != 0) {
         logging::error() << "Failed to load truetype font (FT_Select_Charmap)";
         return nullptr;

@@ -29,6 +29,11 @@ void* reallocateBlock(FT_Memory, long, long size, void* block) {
     return size <= kMaxBlockSize ? std::realloc(block, static_cast<size_t>(size)) : nullptr;
 }
 
+/// The formats that are not read. PFR and Type 42 have composite glyphs that cannot be checked
+/// (composite_glyphs_p.h), and PCF files can be compressed, so that a small one may take minutes. All three
+/// have been out of use for decades.
+constexpr const char* kUnsafeModules[] = {"pfr", "type42", "pcf"};
+
 FT_MemoryRec_ g_memory = {nullptr, &allocateBlock, &freeBlock, &reallocateBlock};
 
 } // namespace
@@ -46,6 +51,8 @@ FTLibrarySingleton::FTLibrarySingleton() {
         return;
     }
     FT_Add_Default_Modules(m_library);
+    for (const char* const name : kUnsafeModules)
+        if (FT_Module const module = FT_Get_Module(m_library, name)) FT_Remove_Module(m_library, module);
 }
 
 FTLibrarySingleton::~FTLibrarySingleton() {

@@ -121,6 +121,46 @@ TEST_F(FontFileTest, RefusesGlyphsWiderOrHigherThanAPage) {
     log.take();
 }
 
+/// Returns a font of which each glyph consists of @p count times the next one; the last one is a box.
+TtfSample chainOf(int depth, size_t count) {
+    TtfSample sample;
+    sample.glyphs.clear();
+    for (int i = 0; i < depth; ++i)
+        sample.glyphs.push_back(
+            {static_cast<uint32>('A' + i), 600, 0, 0, 500, 500, std::vector<int>(count, i + 2)});
+    sample.glyphs.push_back({static_cast<uint32>('A' + depth), 600, 0, 0, 500, 500});
+    return sample;
+}
+
+TEST_F(FontFileTest, DrawsGlyphsThatConsistOfOthers) {
+    for (const auto& [depth, count] : {std::pair(16, 1), std::pair(6, 2), std::pair(1, 128)}) {
+        ASSERT_TRUE(load(chainOf(depth, static_cast<size_t>(count)).bytes(), 20)) << depth;
+        EXPECT_EQ(font->getCharacter('A')->width, 10) << depth;
+    }
+}
+
+TEST_F(FontFileTest, RefusesGlyphsOfTooManyParts) {
+    for (const auto& [depth, count] :
+         {std::pair(17, 1), std::pair(7, 2), std::pair(1, 129), std::pair(40, 2), std::pair(60'000, 1)}) {
+        EXPECT_FALSE(load(chainOf(depth, static_cast<size_t>(count)).bytes(), 20)) << depth;
+        log.expect(3, "Failed to load truetype font: a glyph has too many components");
+    }
+}
+
+TEST_F(FontFileTest, FindsGlyphsAfterTheStatedEndOfTheirTable) {
+    TtfSample sample = chainOf(40, 2);
+    sample.statedLocaSize = 8;
+    EXPECT_FALSE(load(sample.bytes(), 20));
+    log.expect(3, "Failed to load truetype font: a glyph has too many components");
+}
+
+TEST_F(FontFileTest, RefusesAGlyphThatContainsItself) {
+    TtfSample sample;
+    sample.glyphs[1].parts = {1, 3, 2};
+    EXPECT_FALSE(load(sample.bytes(), 20));
+    log.expect(3, "Failed to load truetype font: a glyph has too many components");
+}
+
 TEST_F(FontFileTest, SurvivesAnyDamageOfOneByte) {
     const std::string file = TtfSample().bytes();
     for (size_t i = 0; i < file.size(); ++i) {

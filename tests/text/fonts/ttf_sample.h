@@ -15,6 +15,7 @@ struct TtfSample {
         uint32 codePoint = 0;
         int advance = 0;
         int left = 0, bottom = 0, right = 0, top = 0; ///< the box; empty if left and right are equal
+        std::vector<int> parts = {};                  ///< numbers of other glyphs, which it consists of then
     };
     struct Kerning {
         uint32 first = 0; ///< code point
@@ -27,6 +28,7 @@ struct TtfSample {
     bool isBold = false;
     bool isItalic = false;
     bool isUnicode = true;
+    size_t statedLocaSize = 0; ///< the size of the table of places in the directory; 0 means the actual one
     std::vector<Glyph> glyphs = {
         {'A', 600, 50, 0, 550, 700}, {'V', 600, 0, 0, 600, 700}, {'x', 500, 50, 0, 450, 500}};
     std::vector<Kerning> kernings;
@@ -39,7 +41,9 @@ struct TtfSample {
         std::string content;
         const size_t start = directory.size() + 16 * tables.size();
         for (const auto& [name, table] : tables) {
-            directory += name + u32(0) + u32(start + content.size()) + u32(table.size());
+            const bool isStated = name == "loca" && statedLocaSize > 0;
+            directory +=
+                name + u32(0) + u32(start + content.size()) + u32(isStated ? statedLocaSize : table.size());
             content += table + std::string((4 - table.size() % 4) % 4, '\0');
         }
         return directory + content;
@@ -70,7 +74,10 @@ private:
         std::string outlines;
         std::string places = u32(0) + u32(0); // the glyph of missing characters is empty
         for (const Glyph& glyph : glyphs) {
-            if (glyph.left != glyph.right) outlines += box(glyph);
+            if (!glyph.parts.empty())
+                outlines += composite(glyph);
+            else if (glyph.left != glyph.right)
+                outlines += box(glyph);
             places += u32(outlines.size());
         }
         return {outlines, places};
@@ -82,6 +89,12 @@ private:
         bytes += u16(3) + u16(0) + std::string(4, '\1'); // four points on the outline, with 16-bit steps
         bytes += u16(glyph.left) + u16(0) + u16(width) + u16(0) + u16(glyph.bottom) + u16(height) + u16(0) +
                  u16(-height);
+        return bytes;
+    }
+    static std::string composite(const Glyph& glyph) {
+        std::string bytes = u16(-1) + u16(glyph.left) + u16(glyph.bottom) + u16(glyph.right) + u16(glyph.top);
+        for (size_t i = 0; i < glyph.parts.size(); ++i) // offsets of 0, and whether more parts follow
+            bytes += u16(i + 1 < glyph.parts.size() ? 0x22 : 0x02) + u16(glyph.parts[i]) + u16(0);
         return bytes;
     }
     std::string head() const {
