@@ -62,10 +62,7 @@ bool TextSource::readCode(String& code) {
             return true;
         }
         appendUpTo(layer.end, code);
-        if (m_layers.size() == 1) {
-            next();
-            return false;
-        }
+        if (m_layers.size() == 1) return false;
     }
 }
 

@@ -8,9 +8,13 @@ namespace {
 std::atomic<std::size_t> g_count{0};
 }
 
-void* operator new(std::size_t size) {
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     g_count.fetch_add(1, std::memory_order_relaxed);
-    if (void* const memory = std::malloc(size > 0 ? size : 1)) return memory;
+    return std::malloc(size > 0 ? size : 1);
+}
+
+void* operator new(std::size_t size) {
+    if (void* const memory = operator new(size, std::nothrow)) return memory;
     throw std::bad_alloc();
 }
 

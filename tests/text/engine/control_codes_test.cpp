@@ -1,0 +1,279 @@
+#include <tests/text/engine/engine_fixture.h>
+
+#include <string>
+
+namespace qel {
+namespace {
+
+using test::LogCapture;
+using Parser = TextActor::Parser;
+
+class ControlCodes : public test::TextEngine {};
+class Parsers : public test::TextEngine {};
+
+struct Reading {
+    std::string text;
+    std::string tokens;
+};
+
+std::string repeated(size_t count, const std::string& text) {
+    std::string all;
+    while (count-- > 0) all += text;
+    return all;
+}
+
+TEST_F(Parsers, PlainKeepsSpacesAndLines) {
+    const Reading cases[] = {
+        {"", "$"},
+        {"a b", "a_b|¶$"},
+        {" a  b ", "_a__b_|¶$"},
+        {"a\n\n b\n", "a||_b|¶$"},
+        {"a\r\nb\r", "a|b|¶$"},
+        {"{eol}\t{!", "{eol}\t{!|¶$"},
+        {"\xC3\xA9\xFF\xE2\x82", "éÿâ‚|¶$"},
+    };
+    for (const auto& [text, tokens] : cases) EXPECT_EQ(read(text, Parser::Plain), tokens) << text;
+}
+
+TEST_F(Parsers, FlowingJoinsSpacesAndLines) {
+    const Reading cases[] = {
+        {"  ", "$"},
+        {" a  b ", "a_b|¶$"},
+        {"a\n\r\n b\n", "a_b|¶$"},
+        {"{eol}", "{eol}|¶$"},
+    };
+    for (const auto& [text, tokens] : cases) EXPECT_EQ(read(text, Parser::Flowing), tokens) << text;
+}
+
+TEST_F(Parsers, MarkdownIsCompiledFirst) {
+    EXPECT_EQ(read("- *a*", Parser::Markdown), "{1}{3:ffffffff}{8:0.25}•{8:1}{10}{2:3}a{2:0}{11}|¶$");
+}
+
+TEST_F(Parsers, TextEndsAtItsFirstNul) {
+    TextActor actor;
+    actor.setText(String(std::string("a\0b", 3))).update();
+    EXPECT_EQ(test::shown(actor.getTokens()), "a|¶$");
+}
+
+TEST_F(Parsers, ChangesAreReadAgain) {
+    TextActor actor;
+    actor.setText("a  b").update();
+    EXPECT_EQ(test::shown(actor.getTokens()), "a__b|¶$");
+    actor.setParser(Parser::Flowing).update();
+    EXPECT_EQ(test::shown(actor.getTokens()), "a_b|¶$");
+    actor.setTrimEOT(false).update();
+    EXPECT_EQ(test::shown(actor.getTokens()), "a_b$");
+    actor.setText(nullptr).update();
+    EXPECT_EQ(test::shown(actor.getTokens()), "$");
+}
+
+TEST_F(ControlCodes, BracesStandForThemselvesBeforeAnExclamationMark) {
+    const Reading cases[] = {
+        {"{!", "{|¶$"}, {"{!}", "{}|¶$"}, {"a{!eol}", "a{eol}|¶$"}, {"{!!", "{!|¶$"}, {"}", "}|¶$"},
+    };
+    for (const auto& [text, tokens] : cases) EXPECT_EQ(read(text), tokens) << text;
+}
+
+TEST_F(ControlCodes, LookIsSetByFormattingTokens) {
+    const Reading cases[] = {
+        {"{color:red}", "{3:ff0000ff}$"},
+        {"{color:}", "{3:ffffffff}$"},
+        {"{bold_on}{bold_off}", "{15:1}{15:0}$"},
+        {"{underline_on}{underline_off}", "{16:1}{16:0}$"},
+        {"{bar}{endbar:red}", "{13}{14:ff0000ff}$"},
+        {"{fontstyle:regular}{fontstyle:mono}{fontstyle:italic}", "{2:0}{2:1}{2:2}$"},
+        {"{fontstyle:bold}{fontstyle:light}{fontstyle:Bold}", "{2:3}{2:4}{2:0}$"},
+        {"{align:none}{align:left}{align:center}", "{12:-1}{12:1}{12:0}$"},
+        {"{align:right}{align:}{align: left}", "{12:2}{12:-1}{12:-1}$"},
+        {"{push_margin}{pop_margin}", "{10}{11}$"},
+    };
+    for (const auto& [text, tokens] : cases) EXPECT_EQ(read(text), tokens) << text;
+}
+
+TEST_F(ControlCodes, SpaceIsAddedBetweenCharacters) {
+    const Reading cases[] = {
+        {"a{tab}{half_tab}{quarter_tab}b", "a{8:1}{8:0.5}{8:0.25}b|¶$"},
+        {"a{spacer}{half_spacer}{quarter_spacer}b", "a{9:1}{9:0.5}{9:0.25}b|¶$"},
+        {"{space}a{space} {space}b", "a_b|¶$"},
+        {"a {bold_on} b", "a_{15:1}b|¶$"},
+        {"a{tab} b", "a{8:1}_b|¶$"},
+        {"{bullet}", "•|¶$"},
+    };
+    for (const auto& [text, tokens] : cases) EXPECT_EQ(read(text), tokens) << text;
+}
+
+TEST_F(ControlCodes, TabStopsAreNumbers) {
+    const Reading cases[] = {
+        {"{tabstop:12}a", "{17:12}a|¶$"},
+        {"{tabstop: -7px}a", "{17:-7}a|¶$"},
+        {"{tabstop:+9}a", "{17:9}a|¶$"},
+        {"{tabstop:x}a", "{17:0}a|¶$"},
+        {"{tabstop:+-1}a", "{17:0}a|¶$"},
+        {"{tabstop:99999999999}a", "{17:2.14748e+09}a|¶$"},
+        {"{tabstop:-99999999999}a", "{17:-2.14748e+09}a|¶$"},
+    };
+    for (const auto& [text, tokens] : cases) EXPECT_EQ(read(text), tokens) << text;
+}
+
+TEST_F(ControlCodes, LinesAndParagraphsEnd) {
+    const Reading cases[] = {
+        {"a{eol}b", "a|b|¶$"},
+        {"a{end_of_line}{eol}b", "a||b|¶$"},
+        {"a{eop}b", "a|¶b|¶$"},
+        {"a{eol}{end_of_paragraph}b", "a|¶b|¶$"},
+        {"a{eop}{eop}b", "a|¶¶b|¶$"},
+        {"{eop}", "¶$"},
+        {"{optional_eol}a{optional_end_of_line}{optional_eol}b", "a|b|¶$"},
+        {"{optional_eop}a{optional_eop}{optional_end_of_paragraph}b", "a|¶b|¶$"},
+        {"a{eol}{optional_eop}b", "a|¶b|¶$"},
+        {"{bold_on}{optional_eol}", "{15:1}$"},
+        {"a{eol}", "a|¶$"},
+        {"a{eop}", "a|¶$"},
+    };
+    for (const auto& [text, tokens] : cases) EXPECT_EQ(read(text), tokens) << text;
+}
+
+TEST_F(ControlCodes, SpacesBeforeAndAfterTheEndOfALineAreRemoved) {
+    const Reading cases[] = {
+        {"a {eol} b", "a|b|¶$"},
+        {"a {tab}{spacer}{tabstop:3}{eol}", "a|¶$"},
+        {"a {bold_on} {tab}{bold_off}{eol}{tab}", "a{15:1}{15:0}|¶$"},
+        {"a{eol} {tab}{optional_eol}b", "a|b|¶$"},
+        {"{tab}", "$"},
+    };
+    for (const auto& [text, tokens] : cases) EXPECT_EQ(read(text), tokens) << text;
+}
+
+TEST_F(ControlCodes, TextEndsAtACode) {
+    const Reading cases[] = {
+        {"a {end_of_text}b", "a|¶$"},
+        {"a{eol}{end_of_text}b", "a|¶$"},
+        {"a{eop}{end_of_text}b", "a|¶$"},
+        {"a {multiline_end_of_text}b", "a$"},
+        {"a{eol}{multiline_end_of_text}", "a|$"},
+    };
+    for (const auto& [text, tokens] : cases) EXPECT_EQ(read(text), tokens) << text;
+}
+
+TEST_F(ControlCodes, UnterminatedCodeEndsTheText) {
+    for (const char* text : {"a{", "a{eol", "a{eol{tab"}) EXPECT_EQ(read(text), "a|¶$") << text;
+    EXPECT_EQ(read("a{" + repeated(1 << 20, "x")), "a|¶$");
+    EXPECT_EQ(read(String(std::string("a{e\0ol}b", 8))), "a|¶$");
+}
+
+TEST_F(ControlCodes, UnknownCodesAreReportedAndDropped) {
+    const std::string codes[] = {":",     "Eol", " eol",  "eol:", "tab:1",
+                                 "color", "tr",  "é\xC3", "a{b",  "a\nb\rc"};
+    for (const std::string& code : codes) {
+        LogCapture log;
+        EXPECT_EQ(read("a{" + code + "}b"), "ab|¶$");
+        log.expect(2, "unknown control code encountered: " + String(code).utf8_fix());
+    }
+    LogCapture log;
+    EXPECT_EQ(read(repeated(2000, "{}")), "$");
+    const auto lines = log.take();
+    ASSERT_EQ(lines.size(), 1001u);
+    EXPECT_EQ(lines.back().text, "[TEXT] more than 1000 warnings about control codes");
+}
+
+TEST_F(ControlCodes, EnvironmentIsReadAsText) {
+    system().setEnv("name", "a {bold_on}\xFF");
+    system().setEnv("open", "{bold");
+    system().setEnv("empty", "");
+    EXPECT_EQ(read("x{env:name}y"), "xa_{15:1}ÿy|¶$");
+    EXPECT_EQ(read("x{env:open}_off}y"), "x{15:0}y|¶$") << "a code may end after the inserted text";
+    EXPECT_EQ(read("{env:empty}y"), "y|¶$");
+    EXPECT_EQ(read("{env:é}"), "<NO-ENV:é>|¶$");
+    EXPECT_EQ(read("{env:}"), "<NO-ENV:>|¶$");
+}
+
+TEST_F(ControlCodes, TranslationsAreReadAsText) {
+    translate("a", "A{tr:b}C");
+    translate("b", "{bullet}");
+    EXPECT_EQ(read("{tr:a}{tr:a}"), "A•CA•C|¶$");
+    translate("a", "x{tr:a}y");
+    translate("self", "{tr:other}");
+    translate("other", "{tr:self}");
+    Object::clearTrCache();
+    LogCapture log;
+    EXPECT_EQ(read("{tr:a}"), "x<RECURSIVETR:tr:a>y|¶$");
+    EXPECT_EQ(read("{tr:self}"), "<RECURSIVETR:tr:self>|¶$");
+    EXPECT_EQ(read("{tr-pop:a}"), "$");
+    log.expect(2, "tried to pop unavailable TR 'a' from parsed TRs");
+}
+
+TEST_F(ControlCodes, MissingTranslationShowsItsKey) {
+    LogCapture log;
+    EXPECT_EQ(read("{tr:k}"), "NOTR:k|¶$");
+    log.expect(2, "[TR] missing translation of 'k'");
+}
+
+TEST_F(ControlCodes, HostsReadSingleCodes) {
+    TextActor actor;
+    actor.update();
+    String replacement;
+    std::set<std::string> keys;
+    translate("k", "text");
+    EXPECT_TRUE(actor.parseControlCode("tr:k", nullptr, &keys));
+    EXPECT_TRUE(keys.empty());
+    EXPECT_TRUE(actor.parseControlCode("tr:k", &replacement, &keys));
+    EXPECT_EQ(replacement, "text{tr-pop:k}");
+    EXPECT_EQ(keys.count("k"), 1u);
+    EXPECT_TRUE(actor.parseControlCode("tr-pop:k", &replacement, &keys));
+    EXPECT_TRUE(keys.empty());
+    EXPECT_TRUE(actor.parseControlCode("space", nullptr, nullptr));
+    EXPECT_FALSE(actor.parseControlCode("multiline_end_of_text", nullptr, nullptr));
+    LogCapture log;
+    EXPECT_TRUE(actor.parseControlCode("tr-pop:k", nullptr, nullptr));
+    log.expect(2, "tried to pop unavailable TR 'k' from parsed TRs");
+    actor.pushToken(Token::Type::PopMargin);
+    EXPECT_EQ(test::shown(actor.getTokens()), "$_${11}") << "the plain parser keeps spaces";
+}
+
+TEST_F(ControlCodes, IndexCountsEveryCodePointThatIsRead) {
+    TextActor actor;
+    system().setEnv("e", "xy");
+    actor.setParser(Parser::ControlCodes).setText("é{tab}b{!c{env:e}d").update();
+    const uint32 expected[] = {0, 5, 6, 8, 9, 17, 18, 19, 20, 20, 20};
+    ASSERT_EQ(actor.getTokens().size(), std::size(expected));
+    for (size_t i = 0; i < std::size(expected); ++i)
+        EXPECT_EQ(actor.getTokens()[i].sourceIndex, expected[i]) << i;
+    actor.setText("é{\xFF").update();
+    EXPECT_EQ(actor.getTokens().back().sourceIndex, 3u) << "the end of an unterminated code";
+}
+
+TEST_F(ControlCodes, ExpansionsEndAtALimit) {
+    system().setEnv("loop", "{env:loop}");
+    system().setEnv("grow", "a{env:grow}{env:grow}");
+    for (int level = 0; level < 10; ++level)
+        system().setEnv(std::to_string(level), repeated(2, "{env:" + std::to_string(level + 1) + "}"));
+    system().setEnv("10", "x");
+    EXPECT_EQ(read("{env:0}"), repeated(1024, "x") + "|¶$");
+    const std::string message = "[TEXT] text with more than 1048576 inserted pieces or 4194304 bytes of "
+                                "them; the rest is not inserted";
+    LogCapture log;
+    EXPECT_EQ(read("a{env:loop}b{env:10}{bullet}"), "ab•|¶$");
+    log.expect(3, message);
+    TextActor actor;
+    actor.setParser(Parser::ControlCodes).setText("{env:grow}b").update();
+    log.expect(3, message);
+    EXPECT_EQ(actor.getTokens().size(), (size_t(4) << 20) / 21 + 4);
+    for (int level = 0; level < 30; ++level)
+        translate(std::to_string(level), repeated(2, "{tr:" + std::to_string(level + 1) + "}"));
+    translate("30", "x");
+    EXPECT_LT(read("{tr:0}").size(), size_t(4) << 20);
+    log.expect(3, message);
+}
+
+TEST_F(ControlCodes, NamesAreListedInOrder) {
+    const Vector<String> names = TextActor::getControlCodes();
+    EXPECT_EQ(names.size(), 34u);
+    EXPECT_TRUE(std::is_sorted(names.begin(), names.end()));
+    LogCapture log; // unknown codes would be reported
+    for (const String& name : names) read("{" + name + "}");
+    log.expect(2, "[TR] missing translation of ''");
+    log.expect(2, "tried to pop unavailable TR '' from parsed TRs");
+}
+
+} // namespace
+} // namespace qel

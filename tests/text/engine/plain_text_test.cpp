@@ -1,0 +1,71 @@
+#include <tests/text/engine/engine_fixture.h>
+
+#include <string>
+
+namespace qel {
+namespace {
+
+using Parser = TextActor::Parser;
+
+class PlainText : public test::TextEngine {};
+
+struct Conversion {
+    std::string text;
+    std::string plain;
+};
+
+TEST_F(PlainText, CodesBecomeWhiteSpaceOrNothing) {
+    const Conversion cases[] = {
+        {"", ""},
+        {"no codes", "no codes"},
+        {"a{eol}b{optional_eol}c", "a\nb\nc"},
+        {"a{tab}b{half_tab}c{tabstop:3}d", "a\tb\tc\td"},
+        {"a{spacer}b{quarter_spacer}c", "a b c"},
+        {"{color:red}a{eop}b{}c", "abc"},
+        {"{tab spacer eol}", "\n"},
+        {"{tab spacer}", " "},
+        {"a{b{eol}c}", "a\nc}"},
+        {"{!eol}", "\n"},
+    };
+    for (const auto& [text, plain] : cases)
+        EXPECT_EQ(String(text).transformControlCodesToPlainText(nullptr), plain) << text;
+}
+
+TEST_F(PlainText, CodesEndInTheirLine) {
+    const Conversion cases[] = {
+        {"a{co\nlor}", "a{co\nlor}"},
+        {"a{co\rlor}", "a{co\rlor}"},
+        {"{a\n{eol}", "{a\n\n"},
+        {"{a", "{a"},
+        {"a}b", "a}b"},
+        {"{a\n{b\n", "{a\n{b\n"},
+    };
+    for (const auto& [text, plain] : cases)
+        EXPECT_EQ(String(text).transformControlCodesToPlainText(nullptr), plain) << text;
+    const String open = std::string(1 << 20, '{');
+    EXPECT_EQ(open.transformControlCodesToPlainText(nullptr), open);
+    const String zero(std::string("a\0{\0}b", 6));
+    EXPECT_EQ(zero.transformControlCodesToPlainText(nullptr), String(std::string("a\0b", 3)));
+}
+
+TEST_F(PlainText, TranslationsAreInserted) {
+    translate("k.de", "deutsch{tab}");
+    translate("k.en", "english{tab}");
+    EXPECT_EQ(String("{tr:k}x").transformControlCodesToPlainText("de"), "deutsch\tx");
+    EXPECT_EQ(String("{tr:k}x").transformControlCodesToPlainText(nullptr), "english\tx");
+}
+
+TEST_F(PlainText, DependsOnTheParser) {
+    TextActor actor;
+    actor.setText("*a* {eol}{!");
+    EXPECT_EQ(actor.getPlainText(), "*a* {eol}{!");
+    actor.setParser(Parser::Flowing);
+    EXPECT_EQ(actor.getPlainText(), "*a* {eol}{!");
+    actor.setParser(Parser::ControlCodes);
+    EXPECT_EQ(actor.getPlainText(), "*a* \n{!");
+    actor.setText("*a* {eol}").setParser(Parser::Markdown);
+    EXPECT_EQ(actor.getPlainText(), "\na \n\n\n\n");
+}
+
+} // namespace
+} // namespace qel
