@@ -123,6 +123,10 @@
 #include <qel/scene/actors/timeline.h>
 #include <qel/scene/actors/touch_button.h>
 #include <qel/scene/actors/touch_state.h>
+#include <qel/scene/graphs/bubble_actor.h>
+#include <qel/scene/graphs/bubble_actor_v2.h>
+#include <qel/scene/graphs/graph_actor.h>
+#include <qel/scene/graphs/prim_actor.h>
 #include <qel/script/notification_message.h>
 #include <qel/script/notification_provider.h>
 #include <qel/store/core/cache_store.h>

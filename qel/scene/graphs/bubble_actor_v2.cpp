@@ -7,7 +7,8 @@
 namespace qel {
 
 BubbleActorV2::BubbleActorV2()
-    : m_text(new TextActor), m_background(new RectActor),
+    : m_text(new TextActor),
+      m_background(new RectActor),
       m_margin(static_cast<float>(system()->getTheme()->buttonSpacing())) {
     const auto size = static_cast<float>(system()->getTheme()->buttonSize());
     m_text->setWordWrap(-1);

@@ -17,6 +17,7 @@ namespace {
 
 constexpr float kMargin = 0.025f;
 constexpr float kLabelHeight = 0.1f; ///< of the bounds' height
+constexpr float kLabelGap = 0.02f;   ///< between an axis and its labels, of the bounds' height
 constexpr float kMaxLineWidth = 64;
 
 bool isFinite(const IVec2<float>& p) {
@@ -174,9 +175,9 @@ void GraphActor::drawGraphActorInternal(Renderer& renderer) {
 }
 
 void GraphActor::drawAxes(Renderer& renderer, const Rect& plot) const {
-    const float height = m_bounds.getHeight() * kLabelHeight;
-    const Rect below(plot.x0, plot.y1 - height, plot.x1, plot.y1);
-    const Rect left(m_bounds.x0 + m_bounds.getWidth() * kMargin, plot.y0, plot.x0, plot.y1);
+    const float height = m_bounds.getHeight() * kLabelHeight, gap = m_bounds.getHeight() * kLabelGap;
+    const Rect below(plot.x0 + gap, plot.y1 - height, plot.x1 - gap, plot.y1);
+    const Rect left(m_bounds.x0, plot.y0, plot.x0 - gap, plot.y1);
     {
         const ColorScope color(renderer, m_horizontal.color);
         renderer.drawAALineInternal({plot.x0, plot.y1}, {plot.x1, plot.y1});
@@ -195,13 +196,16 @@ void GraphActor::drawGuideLines(Renderer& renderer, const Rect& plot) const {
     const auto room = static_cast<float>(Rect(0, 0, plot.getWidth(), 0).roundNearestAsInt().z);
     const float count = std::min(static_cast<float>(m_verticalLines), room);
     const float height = m_bounds.getHeight() * kLabelHeight, step = plot.getWidth() / (count + 1);
-    const ColorScope color(renderer, faint(m_horizontal.color));
     for (float i = 1; i <= count; ++i) {
         const float part = i / (count + 1), x = plot.x0 + plot.getWidth() * part;
-        renderer.drawAALineInternal({x, plot.y0}, {x, plot.y1});
-        if (step >= 2 * height)
-            drawLabel(renderer, util::stringFormat("%.2f", m_horizontal.valueAt(part)),
-                      {x - step / 2, plot.y0, x + step / 2, plot.y0 + height}, TextAlign::Center);
+        {
+            const ColorScope color(renderer, faint(m_horizontal.color));
+            renderer.drawAALineInternal({x, plot.y0}, {x, plot.y1});
+        }
+        if (step < 2 * height) continue;
+        const ColorScope color(renderer, m_horizontal.color);
+        drawLabel(renderer, util::stringFormat("%.2f", m_horizontal.valueAt(part)),
+                  {x - step / 2, plot.y0, x + step / 2, plot.y0 + height}, TextAlign::Center);
     }
 }
 

@@ -4,6 +4,7 @@
 #include <qel/foundation/base/containers.h>
 #include <qel/render/renderer.h>
 #include <qel/render/texture_software.h>
+#include <qel/text/engine/text_actor.h>
 
 #include <algorithm>
 #include <string>
@@ -22,7 +23,7 @@ struct Drawn {
     int orientation = 0;
     Filter filter = Filter::Undefined;
     std::vector<IVec2<float>> points; ///< of a triangle
-    TextActor* text = nullptr;
+    std::string text;                 ///< of a text, whose bounds are in target
 };
 
 /// Notes operations, and is in a frame of 200 by 100 pixels from its construction.
@@ -52,7 +53,9 @@ public:
     void drawTextureScaledLookupInternal(Texture*, const Rect&, const Rect&, int, const IVec2<float>&,
                                          Texture*) override {}
     void drawTextureWithPalette(Texture*, const Rect&, const Rect&, int, Texture*, Texture*) override {}
-    void drawTextActorInternal(TextActor* actor) override { add("text", {}).text = actor; }
+    void drawTextActorInternal(TextActor* actor) override {
+        add("text", actor->getBounds()).text = actor->getText().c_str();
+    }
     void drawRectInternal(const Rect& rect, const IVec4<float>* corners) override {
         add("rect", rect).corners.assign(corners, corners + 4);
     }
@@ -89,7 +92,7 @@ public:
 
 private:
     Drawn& add(const std::string& kind, const Rect& target) {
-        drawn.push_back({kind, target, getColor(), {}, nullptr, {}, 0, Filter::Undefined, {}, nullptr});
+        drawn.push_back({kind, target, getColor(), {}, nullptr, {}, 0, Filter::Undefined, {}, {}});
         return drawn.back();
     }
 };

@@ -1,0 +1,143 @@
+#include "graph_fixture.h"
+
+#include <qel/scene/actors/anim_color.h>
+#include <qel/scene/graphs/graph_actor.h>
+
+#include <cmath>
+#include <limits>
+
+namespace qel {
+namespace {
+
+using test::Drawn;
+
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+constexpr IVec4<float> kRed(1, 0, 0, 1);
+
+/// The plot of bounds of 200 by 100 is the rectangle from (15, 12.5) to (195, 97.5).
+class GraphActorTest : public test::GraphFixture {
+protected:
+    GraphActorTest() { actor.setBounds({0, 0, 200, 100}); }
+    std::vector<Rect> drawnLines(const IVec4<float>& color) {
+        std::vector<Rect> lines;
+        for (const Drawn& d : renderer.record(actor))
+            if (d.kind == "line" && d.tint == color) lines.push_back(d.target);
+        return lines;
+    }
+    std::vector<std::string> drawnTexts() {
+        std::vector<std::string> texts;
+        for (const Drawn& d : renderer.record(actor))
+            if (d.kind == "text") texts.push_back(d.text);
+        return texts;
+    }
+    void addGraph(const std::vector<IVec2<float>>& points, float width = 1, float shading = 0) {
+        actor.addGraph(points.data(), points.size(), "curve", width, kRed, shading);
+    }
+
+    test::RecordingRenderer renderer;
+    GraphActor actor;
+};
+
+TEST_F(GraphActorTest, PointsAreMappedIntoThePlot) {
+    actor.setHorizontalAxisInterval(10, 20).setVerticalAxisInterval(-1, 1);
+    addGraph({{10, -1}, {15, 1}, {20, 0}});
+    EXPECT_EQ(actor.getGraphName(0), "curve");
+    EXPECT_EQ(drawnLines(kRed), (std::vector<Rect>{{15, 97.5f, 105, 12.5f}, {105, 12.5f, 195, 55}}));
+    EXPECT_EQ(drawnLines({1, 1, 1, 1}), (std::vector<Rect>{{15, 97.5f, 195, 97.5f}, {15, 12.5f, 15, 97.5f}}));
+    actor.clearGraphs();
+    EXPECT_TRUE(drawnLines(kRed).empty());
+}
+
+TEST_F(GraphActorTest, ACurveIsClippedToThePlot) {
+    renderer.pushClip({0, 0, 200, 12});
+    addGraph({{0, 0}, {1, 1}});
+    EXPECT_TRUE(drawnLines(kRed).empty());
+    EXPECT_EQ(renderer.getClip(), IVec4<int>(0, 0, 200, 12));
+}
+
+TEST_F(GraphActorTest, LinesOfSeveralPixelsAreDrawnNextToEachOther) {
+    addGraph({{0, 0}, {1, 0}}, 3);
+    EXPECT_EQ(drawnLines(kRed),
+              (std::vector<Rect>{{15, 96.5f, 195, 96.5f}, {15, 97.5f, 195, 97.5f}, {15, 98.5f, 195, 98.5f}}));
+    actor.clearGraphs();
+    addGraph({{0, 0}, {0, 1}}, 2);
+    EXPECT_EQ(drawnLines(kRed),
+              (std::vector<Rect>{{14.5f, 97.5f, 14.5f, 12.5f}, {15.5f, 97.5f, 15.5f, 12.5f}}));
+    for (const auto& [width, count] : {std::pair{1e9f, 64u}, {kNaN, 1u}, {-5.0f, 1u}}) {
+        actor.clearGraphs();
+        addGraph({{0, 0}, {1, 0}}, width);
+        EXPECT_EQ(drawnLines(kRed).size(), count) << width;
+    }
+}
+
+TEST_F(GraphActorTest, ShadingFillsTheAreaBelowACurve) {
+    addGraph({{0, 0.5f}, {1, 1}}, 1, 1);
+    renderer.record(actor);
+    std::vector<Drawn> triangles;
+    for (const Drawn& d : renderer.drawn)
+        if (d.kind == "triangle") triangles.push_back(d);
+    ASSERT_EQ(triangles.size(), 2u);
+    EXPECT_EQ(triangles[0].tint, IVec4<float>(0.3f, 0, 0, 0.3f));
+    EXPECT_EQ(triangles[0].points, (std::vector<IVec2<float>>{{15, 55}, {195, 12.5f}, {195, 97.5f}}));
+    EXPECT_EQ(triangles[1].points, (std::vector<IVec2<float>>{{15, 55}, {195, 97.5f}, {15, 97.5f}}));
+}
+
+TEST_F(GraphActorTest, AxesHaveTheirValuesAndLabels) {
+    actor.setTitle("title").setHorizontalAxisLabel("time").setVerticalAxisLabel("dose");
+    actor.setHorizontalAxisInterval(0, 2.5f).setVerticalAxisInterval(-1, 1);
+    EXPECT_EQ(drawnTexts(),
+              (std::vector<std::string>{"title", "0.00", "time", "2.50", "1.00", "dose", "-1.00"}));
+    EXPECT_EQ(renderer.drawn[0].target, Rect(0, 2.5f, 200, 12.5f));
+}
+
+TEST_F(GraphActorTest, GuideLinesDivideThePlotEvenly) {
+    actor.setVerticalLines(2).setHorizontalAxisInterval(0, 3).setHorizontalAxisColor({1, 1, 0, 1});
+    EXPECT_EQ(drawnLines({0.3f, 0.3f, 0, 0.3f}),
+              (std::vector<Rect>{{75, 12.5f, 75, 97.5f}, {135, 12.5f, 135, 97.5f}}));
+    const std::vector<std::string> texts = drawnTexts();
+    EXPECT_EQ(texts[0], "1.00");
+    EXPECT_EQ(texts[1], "2.00");
+    const std::pair<int, size_t> cases[] = {{-5, 0}, {0, 0}, {179, 179}, {2'000'000'000, 180}};
+    for (const auto& [count, lines] : cases) {
+        actor.setVerticalLines(count);
+        EXPECT_EQ(drawnLines({0.3f, 0.3f, 0, 0.3f}).size(), lines) << count;
+    }
+    EXPECT_EQ(drawnTexts()[0], "0.00") << "there is no room for the values";
+}
+
+TEST_F(GraphActorTest, NumbersWithoutAPlaceDrawNoCurve) {
+    const std::vector<std::vector<IVec2<float>>> curves = {
+        {}, {{0, 0}}, {{kNaN, 0}, {1, 1}}, {{0, 0}, {1, INFINITY}}, {{3e38f, 0}, {-3e38f, 1}}};
+    for (const std::vector<IVec2<float>>& points : curves) addGraph(points, 1, 1);
+    EXPECT_TRUE(drawnLines(kRed).empty());
+    EXPECT_EQ(renderer.count("triangle"), 0);
+    addGraph({{0, 0}, {1, 1}, {kNaN, 1}, {0, 1}, {1, 0}});
+    EXPECT_EQ(drawnLines(kRed).size(), 2u) << "there is a gap at the point that is not finite";
+    for (const auto& [begin, end] : {std::pair{1.0f, 1.0f}, {kNaN, 1.0f}, {0.0f, INFINITY}}) {
+        actor.setHorizontalAxisInterval(begin, end).setVerticalAxisInterval(0, 1);
+        EXPECT_TRUE(drawnLines(kRed).empty()) << begin;
+        actor.setHorizontalAxisInterval(0, 1).setVerticalAxisInterval(begin, end);
+        EXPECT_TRUE(drawnLines(kRed).empty()) << begin;
+    }
+}
+
+TEST_F(GraphActorTest, InvisibleGraphsDrawNothing) {
+    addGraph({{0, 0}, {1, 1}});
+    EXPECT_TRUE(renderer.record(actor.setColor({1, 1, 1, 0.002f})).empty());
+    EXPECT_TRUE(renderer.record(actor.setColor({1, 1, 1, 1}).setBounds({5, 5, 5, 9})).empty());
+    AnimColor animated;
+    animated.setAlpha(0);
+    actor.setBounds({0, 0, 200, 100}).setAnimColor(&animated);
+    EXPECT_TRUE(renderer.record(actor).empty());
+}
+
+TEST_F(GraphActorTest, BoundsOfAnySizeAreDrawn) {
+    addGraph({{0, 0}, {1, 1}}, 2, 1);
+    actor.setVerticalLines(1000).setTitle("title");
+    for (const Rect& bounds : {Rect(0, 0, 1e30f, 1e30f), Rect(-INFINITY, 0, INFINITY, 1),
+                               Rect(0, 0, 1e-30f, 1), Rect(-3e38f, -3e38f, 3e38f, 3e38f)})
+        EXPECT_FALSE(renderer.record(actor.setBounds(bounds)).empty()) << bounds.x1;
+}
+
+} // namespace
+} // namespace qel
