@@ -15,9 +15,9 @@ class AnimColor;
 
 /// Draws curves in a plot with a title, two labelled axes and guide lines. Setters return the actor.
 ///
-/// The plot takes the bounds but for a margin of 2.5 % and, at the top and on the left, a further tenth of the
-/// height for the title and the texts of the vertical axis. The texts of the horizontal axis are above its
-/// line, the values of guide lines at the top of the plot.
+/// The plot takes the bounds except for a margin of 2.5 % and, at the top and on the left, a further tenth of
+/// the height for the title and the texts of the vertical axis. The texts of the horizontal axis are placed
+/// above its line, the values of guide lines at the top of the plot.
 /// @threads main thread; System must exist.
 class QEL_API GraphActor : public Actor {
     QEL_CLASS(GraphActor, Actor)
