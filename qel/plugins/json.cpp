@@ -1,4 +1,4 @@
-#include <qel/plugins/json_p.h>
+#include <qel/plugins/json.h>
 
 namespace qel::util {
 

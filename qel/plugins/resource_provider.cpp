@@ -1,7 +1,7 @@
 #include <qel/plugins/resource_provider.h>
 
 #include <qel/foundation/base/buffer.h>
-#include <qel/plugins/json_p.h>
+#include <qel/plugins/json.h>
 
 #include <algorithm>
 
