@@ -204,6 +204,27 @@ public:
     /// @return false unless both images are RGB8, or both RGBA8, of the same size.
     bool computeMeanSquaredError(const Image& other, float& result) const;
 
+    // --- lookup tables for textures (image_lookup_tables.cpp) -------------------------------------------
+
+    /// Becomes an RGBA8 image of @p steps by 1 pixels: pixel i is @p f at i / (steps - 1) of the way from
+    /// @p begin to @p end. A channel is multiplied by 255, rounded with halves away from zero, and cut to its
+    /// low byte: values outside 0 to 1 wrap, and NaN is 0. A table of one step contains @p f at @p begin.
+    /// @param steps  1 to kMaximumTableSteps.
+    /// @return scale and bias from a value to its texture coordinate: @p begin maps to the centre of the first
+    /// pixel and @p end to that of the last. They are not finite if @p begin equals @p end; (0, 0.5) for one
+    /// step.
+    /// @errors logs an error, returns (0, 0) and leaves the image uninitialised for other numbers of steps
+    /// and if there is no memory.
+    IVec2<float> createLookupTableForTexture(unsigned steps, float begin, float end,
+                                             const std::function<IVec4<float>(float)>& f);
+    /// Becomes an RGBA8 image of @p steps by @p steps pixels: row a and column b contain the mean of @p f at
+    /// the steps after the smaller and up to the larger of both; the diagonal contains @p f itself. Bytes,
+    /// result and errors are those of createLookupTableForTexture(). @p f is called once per step.
+    IVec2<float> createPreintegrationForTexture(unsigned steps, float begin, float end,
+                                                const std::function<IVec4<float>(float)>& f);
+    /// The most steps of a lookup table.
+    static constexpr unsigned kMaximumTableSteps = 16384;
+
     // --- a picture (volume/mini_raytracer.cpp) ----------------------------------------------------------
 
     /// Becomes a ray-traced picture of a small animated scene, opaque, in BGRA8. The scene repeats every
