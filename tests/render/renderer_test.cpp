@@ -1,14 +1,13 @@
+#include <tests/support/idle_renderer_3d.h>
 #include <tests/support/log_capture.h>
 #include <tests/support/system_fixture.h>
 
 #include <qel/imaging/pixels/image.h>
 #include <qel/render/alpha_composite.h>
 #include <qel/render/render_timer.h>
-#include <qel/render/renderer_3d.h>
 #include <qel/render/texture_software.h>
 #include <qel/system/core/application.h>
 #include <qel/system/tasks/alarm.h>
-#include <qel/volume/mesh.h>
 
 #include <cmath>
 #include <memory>
@@ -20,22 +19,13 @@ namespace {
 using Line = std::pair<IVec2<float>, IVec2<float>>;
 
 /// Notes what the front end asks of a back end.
-class NotingRenderer : public Renderer3D {
+class NotingRenderer : public test::IdleRenderer3D {
 public:
     void startInternal() override { calls += "start "; }
     void stopInternal() override { calls += "stop "; }
     void flushInternal() override { calls += "flush "; }
-    bool isHighPrecisionInternal() override { return false; }
     void clearInternal(const IVec4<float>&) override { calls += "clear "; }
     void setViewportInternal(const IVec4<int>& rect) override { viewport = rect; }
-    void drawTextureInternal(Texture*, const Rect&, const Rect&, int, const IVec4<float>*) override {}
-    void drawTextureInternal(Texture*, const Rect&, const Rect&, int) override {}
-    void drawTextureScaledLookupInternal(Texture*, const Rect&, const Rect&, int, const IVec2<float>&,
-                                         Texture*) override {}
-    void drawTextureWithPalette(Texture*, const Rect&, const Rect&, int, Texture*, Texture*) override {}
-    void drawTextActorInternal(TextActor*) override {}
-    void drawRectInternal(const Rect&, const IVec4<float>*) override {}
-    void drawRectInternal(const Rect&) override {}
     void drawAALineInternal(const IVec2<float>& from, const IVec2<float>& to) override {
         lines.emplace_back(from, to);
     }
@@ -43,14 +33,8 @@ public:
         ++triangles;
         area += std::fabs((b.x - a.x) * (c.y - a.y) - (c.x - a.x) * (b.y - a.y)) / 2;
     }
-    Texture* createTextureInternal() override { return new TextureSoftware(this); }
-    IVec2<int> getRenderTargetSize() override { return {100, 50}; }
     void setDepthTestInternal(bool on) override { calls += on ? "depth " : "flat "; }
     IVec2<int> getMaximumTextureSize() override { return {1, 1}; }
-    void drawMeshInternal(Mesh*, const Float4x4&) override {}
-    Mesh* createMeshInternal() override { return new Mesh(this); }
-    VolumeTexture* createVolumeTextureInternal() override { return nullptr; }
-    void drawVolumeInternal(VolumeActor*) override {}
 
     std::string calls;
     IVec4<int> viewport{-1, -1, -1, -1};
