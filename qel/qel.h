@@ -174,5 +174,12 @@
 #include <qel/text/fonts/font.h>
 #include <qel/text/fonts/shaping.h>
 #include <qel/text/fonts/true_type_font.h>
+#include <qel/volume/actor_3d.h>
 #include <qel/volume/arcball_camera.h>
+#include <qel/volume/curve.h>
 #include <qel/volume/mesh.h>
+#include <qel/volume/mesh_actor.h>
+#include <qel/volume/mesh_geometry.h>
+#include <qel/volume/volume_actor.h>
+#include <qel/volume/volume_loader.h>
+#include <qel/volume/volume_material.h>

@@ -10,7 +10,9 @@
 #include <qel/imaging/pixels/image.h>
 #include <qel/packet/file_packet_reader.h>
 #include <qel/packet/file_packet_writer.h>
+#include <qel/volume/volume_loader.h>
 #include <tests/files/tar_sample.h>
+#include <tests/volume/noting_volume.h>
 
 namespace qel::test {
 
@@ -157,6 +159,21 @@ Outcome queryFile(Folder folder) {
     return {worked, std::to_string(info.size)};
 }
 
+void prepareVolume(Folder folder) {
+    folder.write("a.nrrd", "NRRD0004\ntype: short\nsizes: 2 2 1\n\nabcdefgh");
+}
+
+/// The value is what is stored of the volume: voxels that could not be read are only logged.
+Outcome loadVolume(Folder folder) {
+    VolumeRenderer renderer;
+    VolumeLoader loader(&renderer);
+    Outcome outcome{loader.loadFromNRRD(folder.path("a.nrrd").c_str())};
+    if (!outcome.worked) return outcome;
+    for (const uint16 voxel : static_cast<NotingVolume&>(*loader.getScalarTexture()).voxels)
+        outcome.value += std::to_string(voxel) + " ";
+    return outcome;
+}
+
 } // namespace
 
 std::vector<FaultCase> fileCases() {
@@ -215,6 +232,7 @@ std::vector<FaultCase> fileCases() {
         {"Image::saveTo, BMP", prepareNothing, on(savePicture, "a.bmp")},
         {"Image::loadFromFile, PNG", preparePictures, loadPicture<kPng>},
         {"Image::loadFromFile, WebP", preparePictures, loadPicture<kWebP>},
+        {"VolumeLoader::loadFromNRRD", prepareVolume, loadVolume, kLoggedOnly},
     };
 }
 

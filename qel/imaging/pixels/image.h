@@ -210,7 +210,7 @@ public:
     /// @p begin to @p end. A channel is multiplied by 255, rounded with halves away from zero, and cut to its
     /// low byte: values outside 0 to 1 wrap, and NaN is 0. A table of one step contains @p f at @p begin.
     /// @param steps  1 to kMaximumTableSteps.
-    /// @return scale and bias from a value to its texture coordinate: @p begin maps to the centre of the first
+    /// @return scale and bias from a value to its coordinate: @p begin maps to the centre of the first
     /// pixel and @p end to that of the last. They are not finite if @p begin equals @p end; (0, 0.5) for one
     /// step.
     /// @errors logs an error, returns (0, 0) and leaves the image uninitialised for other numbers of steps

@@ -1,0 +1,40 @@
+// The two passes over the voxels of a volume.
+#pragma once
+
+#include <qel/foundation/base/types.h>
+#include <qel/volume/voxel_source_p.h>
+#include <qel/volume/voxel_type_p.h>
+
+namespace qel {
+class VolumeTexture;
+}
+
+namespace qel::internal {
+
+/// Reads the voxels once for their range and once for their values, in parts that stay in the processor's
+/// cache, on all idle workers. No more than some slices are in memory.
+class VoxelTransfer {
+public:
+    /// @param size  numbers of voxels on the axes; not negative. Their product fits 56 bits.
+    VoxelTransfer(const VoxelType& type, VoxelSource& source, const IVec3<int>& size)
+        : m_type(type),
+          m_source(source),
+          m_sliceVoxels(static_cast<uint64>(size.x) * static_cast<uint64>(size.y)),
+          m_slices(size.z) {}
+
+    /// Returns the range of all voxels.
+    VoxelRange measure() const;
+    /// Converts the voxels and uploads one slice after the other, the last slice first. Uploads run on the
+    /// calling thread. @errors std::bad_alloc without memory for a slice.
+    void upload(VolumeTexture& texture, const VoxelScale& scale) const;
+
+private:
+    void convert(uint16* out, uint64 begin, uint64 count, const VoxelScale& scale) const;
+
+    const VoxelType& m_type;
+    VoxelSource& m_source;
+    const uint64 m_sliceVoxels;
+    const int m_slices;
+};
+
+} // namespace qel::internal

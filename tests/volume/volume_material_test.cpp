@@ -1,0 +1,269 @@
+#include <qel/volume/volume_material.h>
+
+#include <tests/support/formats_page.h>
+#include <tests/support/log_capture.h>
+#include <tests/volume/noting_volume.h>
+
+#include <qel/imaging/pixels/image.h>
+#include <qel/store/core/item.h>
+#include <qel/volume/volume_actor.h>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <cfloat>
+#include <string>
+
+namespace qel {
+namespace {
+
+using Json = nlohmann::json;
+using Colors = Curve<IVec3<float>>;
+
+/// A material with access to its range.
+struct OpenMaterial : VolumeMaterial {
+    using VolumeMaterial::calculateBeginEnd;
+};
+
+VolumeMaterial sample() {
+    VolumeMaterial material;
+    material.setName("bone").setModalityFilter("CT");
+    material.setColorCurve({{0, {1, 0, 0}}, {100, {0, 0, 1}}});
+    material.setOpacityCurve({{0, 0}, {50, 1}});
+    return material;
+}
+
+Json sampleJson() {
+    return Json::parse(R"([{"name": "bone", "modality_filter": "CT",
+        "color": [{"offset": 0, "value": [1, 0.5, 0]}, {"offset": 100, "value": [0, 0, 1]}],
+        "opacity": [{"offset": -1.5, "value": 0}, {"offset": 50, "value": 1}],
+        "gradient": []}])");
+}
+
+class VolumeMaterialTest : public ::testing::Test {
+protected:
+    test::VolumeRenderer renderer;
+    Texture* lookup = nullptr;
+    Texture* preintegration = nullptr;
+};
+
+TEST_F(VolumeMaterialTest, BuildNeedsColourAndOpacity) {
+    VolumeMaterial material;
+    EXPECT_FALSE(material.build(16, &renderer));
+    material.setColorCurve({{0, {}}});
+    EXPECT_FALSE(material.isValid());
+    material.setOpacityCurve({{0, 1}});
+    EXPECT_TRUE(material.isValid());
+    EXPECT_TRUE(material.build(16, &renderer));
+    test::LogCapture log;
+    EXPECT_FALSE(sample().build(16, nullptr));
+    log.expect(3, "volume material needs a renderer");
+}
+
+TEST_F(VolumeMaterialTest, BuildCreatesTables) {
+    VolumeMaterial material = sample();
+    EXPECT_FALSE(material.getColorAlphaTextures(lookup, preintegration));
+    ASSERT_TRUE(material.build(101, &renderer));
+    ASSERT_TRUE(material.getColorAlphaTextures(lookup, preintegration));
+    EXPECT_EQ(lookup->getSize(), IVec2<int>(101, 1));
+    EXPECT_EQ(preintegration->getSize(), IVec2<int>(101, 101));
+    const Image& table = static_cast<TextureSoftware*>(lookup)->getImage();
+    const uint8* const pixel = table.getBytePointer() + 25 * 4;
+    EXPECT_EQ(pixel[0], 191);
+    EXPECT_EQ(pixel[2], 64);
+    EXPECT_EQ(pixel[3], 128);
+    EXPECT_FLOAT_EQ(material.getLookupScaleBias().x, 100.0f / 101 / 100);
+    EXPECT_FALSE(material.getGradientTextures(lookup, preintegration));
+    material.setGradientCurve({{0, 0.5f}});
+    ASSERT_TRUE(material.build(8, &renderer));
+    ASSERT_TRUE(material.getGradientTextures(lookup, preintegration));
+    const uint8* const weight = static_cast<TextureSoftware*>(lookup)->getImage().getBytePointer();
+    EXPECT_EQ(weight[0], 128);
+    EXPECT_EQ(weight[3], 255);
+}
+
+TEST_F(VolumeMaterialTest, BuildReplacesTexturesOnlyAfterAChange) {
+    VolumeMaterial material = sample();
+    material.build(4, &renderer);
+    material.getColorAlphaTextures(lookup, preintegration);
+    const SmartPointer<Texture> held(lookup);
+    material.build(8, &renderer);
+    material.getColorAlphaTextures(lookup, preintegration);
+    EXPECT_EQ(lookup, held.get());
+    material.setOpacityCurve({{0, 1}});
+    material.build(8, &renderer);
+    material.getColorAlphaTextures(lookup, preintegration);
+    EXPECT_NE(lookup, held.get());
+    EXPECT_EQ(held->getSize().x, 4) << "whoever holds the old one keeps it";
+}
+
+TEST_F(VolumeMaterialTest, TheNumberOfStepsIsLimited) {
+    for (const auto& [steps, width] : {std::pair(1, 2), {0, 2}, {-7, 2}, {100, 64}, {1 << 30, 64}}) {
+        struct SmallRenderer : test::VolumeRenderer {
+            IVec2<int> getMaximumTextureSize() override { return {4096, 64}; }
+        } small;
+        VolumeMaterial material = sample();
+        EXPECT_TRUE(material.build(steps, &small));
+        ASSERT_TRUE(material.getColorAlphaTextures(lookup, preintegration));
+        EXPECT_EQ(lookup->getSize(), IVec2<int>(width, 1)) << steps;
+    }
+}
+
+TEST_F(VolumeMaterialTest, TheRangeCoversAllKeys) {
+    OpenMaterial material;
+    EXPECT_EQ(material.calculateBeginEnd(), IVec2<float>(FLT_MAX, FLT_MIN));
+    material.setColorCurve({{-5, {}}, {-2, {}}});
+    EXPECT_EQ(material.calculateBeginEnd(), IVec2<float>(-5, FLT_MIN)) << "0 counts for negative keys";
+    material.setOpacityCurve({{3, 1}});
+    material.setGradientCurve({{-9, 1}, {7, 1}});
+    EXPECT_EQ(material.calculateBeginEnd(), IVec2<float>(-9, 7));
+}
+
+TEST_F(VolumeMaterialTest, ReadsJson) {
+    const Vector<VolumeMaterial> list = VolumeMaterial::fromJSON(sampleJson());
+    ASSERT_EQ(list.size(), 1u);
+    EXPECT_EQ(list[0].getName(), "bone");
+    EXPECT_EQ(list[0].getModalityFilter(), "CT");
+    EXPECT_EQ(list[0].getColorCurve(), (Colors{{0, {1, 0.5f, 0}}, {100, {0, 0, 1}}}));
+    EXPECT_EQ(list[0].getOpacityCurve(), (Curve<float>{{-1.5f, 0}, {50, 1}}));
+    EXPECT_TRUE(list[0].getGradientCurve().empty());
+}
+
+TEST_F(VolumeMaterialTest, ReadsTheDocumentedJson) {
+    const Vector<VolumeMaterial> list =
+        VolumeMaterial::fromJSON(String(test::documentedText("volume/materials")));
+    ASSERT_EQ(list.size(), 1u);
+    EXPECT_TRUE(list[0].isValid());
+}
+
+TEST_F(VolumeMaterialTest, SkipsColoursOfAnotherLength) {
+    test::LogCapture log;
+    Json json = sampleJson();
+    json[0]["color"][0]["value"] = {1, 1, 1, 1};
+    const Vector<VolumeMaterial> list = VolumeMaterial::fromJSON(json);
+    log.expect(2, "Invalid color value size: 4");
+    ASSERT_EQ(list.size(), 1u);
+    EXPECT_EQ(list[0].getColorCurve(), (Colors{{100, {0, 0, 1}}}));
+}
+
+TEST_F(VolumeMaterialTest, KeysOfJsonReplaceAndMustBeFinite) {
+    Json json = sampleJson();
+    json[0]["opacity"] = Json::parse(R"([{"offset": 1, "value": 0.25}, {"offset": 1, "value": 0.5},
+        {"offset": 1e39, "value": 1}, {"offset": -1e300, "value": 1}])");
+    EXPECT_EQ(VolumeMaterial::fromJSON(json).at(0).getOpacityCurve(), (Curve<float>{{1, 0.5f}}));
+}
+
+TEST_F(VolumeMaterialTest, AnyOtherJsonFails) {
+    Vector<std::string> texts{
+        "", "{}", "1", "[1]", "[", "[{}]", std::string(600, '[') + std::string(600, ']')};
+    const auto with = [&](const char* pointer, const Json& value) {
+        Json json = sampleJson();
+        json.push_back(json[0]);
+        json[Json::json_pointer(pointer)] = value;
+        texts.push_back(json.dump());
+    };
+    for (const char* const key : {"name", "modality_filter", "color", "opacity", "gradient"}) {
+        Json json = sampleJson();
+        json[0].erase(key);
+        texts.push_back(json.dump());
+        with((std::string("/1/") + key).c_str(), true);
+    }
+    with("/1/opacity/0/value", "1");
+    with("/1/opacity/0/value", true);
+    with("/1/opacity/0/offset", nullptr);
+    with("/1/color/0/value", 1);
+    with("/1/color/0/value/1", "x");
+    with("/1/gradient", {{{"offset", 1}}});
+    for (const std::string& text : texts) {
+        test::LogCapture log;
+        EXPECT_TRUE(VolumeMaterial::fromJSON(String(text)).empty()) << text;
+        log.expect(1, "Volume material parser failed");
+    }
+    EXPECT_TRUE(VolumeMaterial::fromJSON(Json::array()).empty()) << "an empty list is no failure";
+}
+
+TEST_F(VolumeMaterialTest, SurvivesAnItem) {
+    VolumeMaterial material = sample();
+    material.setGradientCurve({{0.1f, 0.2f}});
+    const VolumeMaterial copy = VolumeMaterial::fromItem(material.toItem());
+    EXPECT_EQ(copy.getName(), "bone");
+    EXPECT_EQ(copy.getModalityFilter(), "CT");
+    EXPECT_EQ(copy.getColorCurve(), material.getColorCurve());
+    EXPECT_EQ(copy.getOpacityCurve(), material.getOpacityCurve());
+    EXPECT_EQ(copy.getGradientCurve(), material.getGradientCurve());
+}
+
+TEST_F(VolumeMaterialTest, TheItemContainsDoubles) {
+    Item expected;
+    expected.addString("bone").addString("CT");
+    expected.add(Item().add(0.0).add(1.0).add(0.0).add(0.0).add(100.0).add(0.0).add(0.0).add(1.0));
+    expected.add(Item().add(0.0).add(0.0).add(50.0).add(1.0)).add(Item());
+    EXPECT_EQ(sample().toItem().getBase16(), expected.getBase16());
+    VolumeMaterial cut = sample();
+    cut.setName(String(std::string("bone\0x", 6)));
+    EXPECT_EQ(cut.toItem().getBase16(), expected.getBase16()) << "a name ends at a zero byte";
+}
+
+TEST_F(VolumeMaterialTest, IncompleteItemsHaveNoCurves) {
+    const Item curve = Item().add(1.0).add(2.0);
+    const std::pair<Item, String> cases[] = {
+        {Item(), ""},
+        {Item("a"), "a"},
+        {Item("a").add("b").add(curve).add(curve), "a"},
+        {Item("a").add("b").add(curve).add(curve).add(1), "a"},
+        {Item("a").add(curve).add(curve).add(curve), "a"},
+        {Item(7).add("b").add(curve).add(curve).add(curve), ""},
+    };
+    for (const auto& [item, name] : cases) {
+        SCOPED_TRACE(item.getBase16());
+        test::LogCapture log;
+        const VolumeMaterial material = VolumeMaterial::fromItem(item);
+        log.expect(2, "Could not deserialize volume material");
+        EXPECT_EQ(material.getName(), name);
+        EXPECT_TRUE(material.getOpacityCurve().empty());
+    }
+}
+
+TEST_F(VolumeMaterialTest, CurvesOfAnItemEndBeforeOtherElements) {
+    const std::pair<Item, Curve<float>> cases[] = {
+        {Item().add(1).add(2.5).add(3.0).add(4), {{1, 2.5f}, {3, 4}}},
+        {Item().add(1).add(2).add(3), {{1, 2}}},
+        {Item().add(1).add(2).add(true).add(4), {{1, 2}}},
+        {Item().add(1).add(2).add("3").add(4), {{1, 2}}},
+        {Item().add(1).add(2).add(1).add(3), {{1, 3}}},
+        {Item().add(1e300).add(2).add(DBL_MAX * 2).add(3).add(5).add(6), {{5, 6}}},
+    };
+    for (const auto& [opacity, expected] : cases) {
+        const Item item = Item("a").add("b").add(Item()).add(opacity).add(Item());
+        EXPECT_EQ(VolumeMaterial::fromItem(item).getOpacityCurve(), expected);
+    }
+}
+
+TEST_F(VolumeMaterialTest, AnActorTakesTheTables) {
+    VolumeMaterial material = sample();
+    VolumeActor actor;
+    VolumeMaterial invalid;
+    EXPECT_FALSE(actor.setVolumeMaterial(invalid));
+    EXPECT_TRUE(actor.isUsingGradientMultiplier());
+    material.setGradientCurve({{0, 1}});
+    material.build(4, &renderer);
+    actor.setUsingGradientMultiplier(false);
+    EXPECT_TRUE(actor.setVolumeMaterial(material));
+    EXPECT_TRUE(actor.isUsingGradientMultiplier());
+    EXPECT_EQ(actor.getLookupScaleBias(), material.getLookupScaleBias());
+    material.getColorAlphaTextures(lookup, preintegration);
+    EXPECT_EQ(actor.getColorAlphaLookupTexture(), lookup);
+    EXPECT_EQ(actor.getColorAlphaPreintegrationTexture(), preintegration);
+    material.getGradientTextures(lookup, preintegration);
+    EXPECT_EQ(actor.getGradientLookupTexture(), lookup);
+    EXPECT_EQ(actor.getGradientPreintegrationTexture(), preintegration);
+
+    VolumeMaterial unbuilt = sample();
+    EXPECT_TRUE(actor.setVolumeMaterial(unbuilt));
+    EXPECT_EQ(actor.getGradientLookupTexture(), lookup) << "tables that do not exist replace none";
+    EXPECT_FALSE(actor.isUsingGradientMultiplier());
+    EXPECT_EQ(actor.getLookupScaleBias(), IVec2<float>());
+}
+
+} // namespace
+} // namespace qel
