@@ -1,5 +1,7 @@
 #include <tests/text/engine/engine_fixture.h>
 
+#include <qel/style/theme.h>
+
 #include <string>
 
 namespace qel {
@@ -10,6 +12,7 @@ using Parser = TextActor::Parser;
 
 class ControlCodes : public test::TextEngine {};
 class Parsers : public test::TextEngine {};
+class ThemeFonts : public test::ThemedTextEngine {};
 
 struct Reading {
     std::string text;
@@ -88,6 +91,21 @@ TEST_F(ControlCodes, LookIsSetByFormattingTokens) {
         {"{push_margin}{pop_margin}", "{10}{11}$"},
     };
     for (const auto& [text, tokens] : cases) EXPECT_EQ(read(text), tokens) << text;
+}
+
+TEST_F(ThemeFonts, AreNamedBySize) {
+    Theme* theme = system().getTheme();
+    const std::pair<const char*, Font*> cases[] = {
+        {"{font:small}", theme->smallFont()},   {"{font:small-medium}", theme->smallMediumFont()},
+        {"{font:medium}", theme->mediumFont()}, {"{font:medium-large}", theme->mediumLargeFont()},
+        {"{font:large}", theme->largeFont()},   {"{font:extra-large}", theme->mediumFont()},
+    };
+    for (const auto& [text, font] : cases) {
+        TextActor actor;
+        actor.setParser(Parser::ControlCodes).setText(text).update();
+        EXPECT_EQ(actor.getTokens()[0].type, Token::Type::Font) << text;
+        EXPECT_EQ(actor.getTokens()[0].font, font) << text;
+    }
 }
 
 TEST_F(ControlCodes, SpaceIsAddedBetweenCharacters) {

@@ -1,5 +1,8 @@
 #include <tests/text/engine/engine_fixture.h>
 
+#include <qel/style/theme.h>
+#include <tests/support/shipped_fonts.h>
+
 #include <sstream>
 
 namespace qel::test {
@@ -56,6 +59,19 @@ std::string shown(const Vector<Token>& tokens) {
     std::string text;
     for (const Token& token : tokens) text += shown(token);
     return text;
+}
+
+void ThemedTextEngine::SetUp() {
+    TextEngine::SetUp();
+    addShippedFonts();
+    LogCapture log; // the theme describes itself
+    system().getTheme()->setDeviceForce(96, 1, 1000, 1000, 1, 1);
+    log.take();
+}
+
+void ThemedTextEngine::TearDown() {
+    TextEngine::TearDown();
+    Object::discardSingletons(); // the files of fonts
 }
 
 } // namespace qel::test

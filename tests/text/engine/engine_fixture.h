@@ -38,4 +38,11 @@ private:
     ScratchFolder m_folder;
 };
 
+/// The same with a theme whose medium font has 18 pixels.
+class ThemedTextEngine : public TextEngine {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+};
+
 } // namespace qel::test

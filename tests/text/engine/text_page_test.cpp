@@ -1,0 +1,158 @@
+// Draws the examples of docs/text.md and compares them with its pictures.
+#include <qel/imaging/pixels/image.h>
+#include <qel/render/renderer_software.h>
+#include <tests/support/source_dir.h>
+#include <tests/text/engine/engine_fixture.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <regex>
+#include <set>
+#include <sstream>
+
+namespace qel {
+namespace {
+
+constexpr int kWidth = 320;
+constexpr int kMargin = 8;
+constexpr uint8 kBackground[3] = {38, 50, 56};
+
+/// A row of a table of the page.
+struct Example {
+    std::string source;
+    std::string picture; ///< name of the file without ".png"
+    TextActor::Parser parser;
+};
+
+// Returns the text of the code spans of a cell; each "<br>" is a line feed.
+std::string sourceOf(std::string cell) {
+    cell = std::regex_replace(cell, std::regex("\\\\\\|"), "|");
+    std::string source;
+    bool isCode = false;
+    for (size_t i = 0; i < cell.size(); ++i) {
+        if (cell[i] == '`') {
+            isCode = !isCode;
+        } else if (isCode) {
+            source += cell[i];
+        } else if (cell.compare(i, 4, "<br>") == 0) {
+            source += '\n';
+        }
+    }
+    return source;
+}
+
+std::vector<Example> examplesOfPage() {
+    static const std::regex row(R"(\| (.*) \| !\[\]\(images/text/([\w-]+)\.png\) \| .* \|)");
+    std::vector<Example> examples;
+    auto parser = TextActor::Parser::ControlCodes;
+    std::istringstream page(test::sourceText("docs/text.md"));
+    std::smatch match;
+    for (std::string line; std::getline(page, line);) {
+        if (line == "## Markdown") parser = TextActor::Parser::Markdown;
+        if (std::regex_match(line, match, row)) examples.push_back({sourceOf(match[1]), match[2], parser});
+    }
+    return examples;
+}
+
+std::string picturePath(const std::string& name) {
+    return test::sourceDir() + "/docs/images/text/" + name + ".png";
+}
+
+class TextPage : public test::ThemedTextEngine {
+protected:
+    void SetUp() override {
+        ThemedTextEngine::SetUp();
+        system().setEnv("user", "Ada");
+        translate("greeting", "Good morning, {env:user}");
+    }
+
+    static SmartPointer<Image> draw(const Example& example) {
+        SmartPointer<TextActor> text = makeObject<TextActor>();
+        text->setParser(example.parser).setText(example.source.c_str()).setAlignToTotalWidth(true);
+        const int height = text->getActualSize().y + 2 * kMargin;
+        text->setBounds({float(kMargin), float(kMargin), float(kWidth - kMargin), float(height - kMargin)});
+        SmartPointer<Image> image = makeObject<Image>(BGRA8, IVec2<int>(kWidth, height));
+        const uint8 pixel[4] = {kBackground[2], kBackground[1], kBackground[0], 255};
+        for (size_t i = 0; i < image->getByteSize(); i += 4)
+            std::memcpy(image->getBytePointer() + i, pixel, sizeof pixel);
+        RendererSoftware renderer;
+        renderer.setRenderTarget(image.get());
+        renderer.start();
+        renderer.draw(text.get());
+        renderer.stop();
+        return withoutAlpha(*image);
+    }
+
+    /// Returns the rows of an image as colours, to be compared one by one.
+    static std::vector<std::string> rowsOf(const Image& image) {
+        const int bytes = util::getFormatSizeBits(image.getImageFormat()) / 8;
+        std::vector<std::string> rows(static_cast<size_t>(image.getHeight()));
+        for (int y = 0; y < image.getHeight(); ++y)
+            for (int x = 0; x < image.getWidth(); ++x)
+                rows[static_cast<size_t>(y)].append(
+                    reinterpret_cast<const char*>(image.getBytePointer(y)) + x * bytes, 3);
+        return rows;
+    }
+
+private:
+    static SmartPointer<Image> withoutAlpha(const Image& image) {
+        SmartPointer<Image> result = makeObject<Image>(RGB8, IVec2<int>(image.getWidth(), image.getHeight()));
+        for (int y = 0; y < image.getHeight(); ++y) {
+            for (int x = 0; x < image.getWidth(); ++x) {
+                const uint8* const from = image.getBytePointer(y) + 4 * x;
+                uint8* const to = result->getBytePointer(y) + 3 * x;
+                for (int channel = 0; channel < 3; ++channel) to[channel] = from[2 - channel];
+            }
+        }
+        return result;
+    }
+};
+
+TEST_F(TextPage, PicturesShowTheExamples) {
+    const bool accepts = std::getenv("QEL_ACCEPT_PICTURES") != nullptr;
+    test::LogCapture log;
+    for (const Example& example : examplesOfPage()) {
+        const SmartPointer<Image> drawn = draw(example);
+        const std::string path = picturePath(example.picture);
+        if (accepts) EXPECT_TRUE(drawn->saveTo(path.c_str())) << path;
+        Image expected;
+        ASSERT_TRUE(expected.loadFromFile(path.c_str())) << path;
+        const std::string ours = ::testing::TempDir() + "text-" + example.picture + ".png";
+        if (rowsOf(expected) == rowsOf(*drawn)) continue;
+        drawn->saveTo(ours.c_str());
+        ADD_FAILURE() << path << " is another picture than " << ours;
+    }
+    log.expect(2, "tried to pop unavailable TR 'greeting' from parsed TRs");
+}
+
+TEST_F(TextPage, EachPictureBelongsToOneExample) {
+    std::set<std::string> named, files;
+    for (const Example& example : examplesOfPage())
+        EXPECT_TRUE(named.insert(example.picture + ".png").second) << example.picture;
+    for (const auto& file : std::filesystem::directory_iterator(test::sourceDir() + "/docs/images/text")) {
+        files.insert(file.path().filename());
+        EXPECT_LT(file.file_size(), 10'000u) << file.path();
+    }
+    EXPECT_EQ(named, files);
+}
+
+TEST_F(TextPage, ShowsEveryControlCode) {
+    std::string sources;
+    for (const Example& example : examplesOfPage())
+        if (example.parser == TextActor::Parser::ControlCodes) sources += example.source;
+    for (const String& name : TextActor::getControlCodes())
+        EXPECT_NE(sources.find("{" + name + (name.ends_with(':') ? "" : "}")), sources.npos) << name;
+}
+
+TEST_F(TextPage, ShowsEveryFormOfMarkdown) {
+    std::string sources;
+    for (const Example& example : examplesOfPage())
+        if (example.parser == TextActor::Parser::Markdown) sources += "\n" + example.source;
+    for (const char* form : {"\n===", "\n---", "\n- ", "\n# ", "\n$ ", "\n  ", "\n   ", "<<", "[|--]",
+                             "[-|-]", "[--|]", "*", "**", "***", "\\", "\n \n", "\n\n"})
+        EXPECT_NE(sources.find(form), sources.npos) << form;
+}
+
+} // namespace
+} // namespace qel
