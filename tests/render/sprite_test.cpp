@@ -227,6 +227,28 @@ TEST_F(SpriteTest, AGlyphThatDoesNotExistIsReportedOnce) {
     EXPECT_FALSE(sprite->isSourceValid());
 }
 
+TEST_F(SpriteTest, AGlyphThatDoesNotExistLeavesTheCache) {
+    test::LogCapture log;
+    const SmartPointer<Sprite> missing = system().getSprite(IVec2<unsigned>(3, 4), 65);
+    missing->preloadData();
+    system().getSprite(IVec2<unsigned>(3, 4), 66);
+    EXPECT_EQ(missing->getReferenceCount(), 1);
+    system().getSprite(IVec2<unsigned>(3, 4), 65)->preloadData(); // asks the host again
+    log.expect(1, "no glyph available for codepoint: 65");
+    EXPECT_TRUE(log.take().empty());
+}
+
+TEST_F(SpriteTest, AGlyphThatExistsStaysInTheCache) {
+    system().delegateRenderGlyph.connect([](const IVec2<unsigned>&, unsigned, Image& image) {
+        image.initialize(A8, {1, 1});
+        return true;
+    });
+    const SmartPointer<Sprite> sprite = system().getSprite(IVec2<unsigned>(3, 4), 65);
+    sprite->preloadData();
+    system().getSprite(IVec2<unsigned>(3, 4), 66);
+    EXPECT_EQ(system().getSprite(IVec2<unsigned>(3, 4), 65), sprite.get());
+}
+
 TEST_F(SpriteTest, AGeneratorThatLeavesNoImageMakesTheSourceInvalid) {
     const SmartPointer<Sprite> sprite = Sprite::createFromLambda([](Image&) {});
     EXPECT_EQ(sprite->getTexture(&renderer, {1, 1}), nullptr);

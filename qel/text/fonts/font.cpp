@@ -58,6 +58,11 @@ void Font::dropCharacters() {
     m_pages.clear();
 }
 
+void Font::noteChange() {
+    static uint32 newest = 0;
+    m_version = ++newest;
+}
+
 bool Font::fetchPicture(uint32 codePoint, Character& character) {
     if (system() == nullptr) return false;
     const SmartPointer<Sprite> picture = system()->getSprite(unsignedDescriptor(m_descriptor), codePoint);

@@ -91,7 +91,7 @@ public:
     Sprite* getPage(uint32 index) const;
     /// Returns a number that grows when texts in this font have to be laid out again: when the font is
     /// loaded, perhaps long after it was requested, and when its fallback fonts change.
-    uint32 getVersion() const { return m_version; }
+    virtual uint32 getVersion() const { return m_version; }
 
     /// Replaces the glyphs of whole runs, for scripts whose letters join; text/fonts/shaping.h describes the
     /// arguments. Unconnected, or if it returns false, each code point has a glyph of its own. Connect it
@@ -110,8 +110,8 @@ protected:
     void dropCharacters();
     /// Determines the heights of 'x' and 'A' and where pictures are placed. A font calls this after loading.
     void measureCharacters();
-    /// Makes getVersion() grow.
-    void noteChange() { ++m_version; }
+    /// Makes getVersion() larger than that of any font.
+    void noteChange();
 
     int m_ascent = 0;                     ///< see getAscent()
     int m_descent = 0;                    ///< see getDescent()

@@ -8,6 +8,7 @@
 #include <qel/text/fonts/glyph_atlas_p.h>
 #include <qel/text/fonts/glyph_numbers_p.h>
 
+#include <algorithm>
 #include <unordered_set>
 #include <utility>
 
@@ -147,6 +148,14 @@ void TrueTypeFont::setFallbackFonts(const Vector<SmartPointer<TrueTypeFont>>& fo
         if (font && font.get() != this) m_private->fallbackFonts.push_back(font);
     dropGlyphs();
     noteChange();
+}
+
+// A fallback font may be loaded long after it was set.
+uint32 TrueTypeFont::getVersion() const {
+    uint32 version = Font::getVersion();
+    for (const SmartPointer<TrueTypeFont>& font : m_private->fallbackFonts)
+        version = std::max(version, font->Font::getVersion());
+    return version;
 }
 
 void TrueTypeFont::unload() {

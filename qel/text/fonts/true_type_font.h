@@ -70,6 +70,7 @@ public:
     int getLineHeight() const override { return m_lineHeight; }
     /// Returns Monospaced, Bold, Italic or Regular: the first that the file states, in this order.
     FontStyle getStyle() const override;
+    uint32 getVersion() const override;
     int getKerning(uint32 first, uint32 second) override;
     const Character* getGlyph(uint32 index) override;
 

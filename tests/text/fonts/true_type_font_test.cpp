@@ -317,6 +317,16 @@ TEST_F(LateFontTest, SharesOneRequest) {
     EXPECT_TRUE(log.take().empty());
 }
 
+TEST_F(LateFontTest, ChangesTheVersionOfFontsThatFallBackToIt) {
+    const SmartPointer<TrueTypeFont> late = new TrueTypeFont;
+    EXPECT_TRUE(late->loadFromResourceAsync("late.ttf", 20));
+    font->setFallbackFonts({late});
+    const uint32 version = font->getVersion();
+    provider->answer(test::shippedFont(kRegular));
+    EXPECT_GT(font->getVersion(), version);
+    log.take();
+}
+
 TEST_F(LateFontTest, MayDieBeforeItsFileArrives) {
     EXPECT_TRUE(font->loadFromResourceAsync("late.ttf", 20));
     font.reset();
