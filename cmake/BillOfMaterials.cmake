@@ -63,6 +63,9 @@ qel_bill("stb_rect_pack" "${stb_version}" MIT Library STATIC_LINK stb/stb_rect_p
 qel_bill("Unicode character data" "${unicode_version}" Unicode-DFS-2016 Library STATIC_LINK UnicodeData.txt)
 find_package(CLI11 QUIET)
 qel_bill("CLI11" "${CLI11_VERSION}" BSD-3-Clause Hosts STATIC_LINK CLI/CLI.hpp)
+if(sdl2_FOUND)
+    qel_bill("SDL" "${sdl2_VERSION}" Zlib Hosts DYNAMIC_LINK libSDL2-2.0.so)
+endif()
 
 if(QELCORE_BUILD_HOSTS)
     qel_package_version(roboto_version "${QELCORE_FONT_Roboto-Regular.ttf}")

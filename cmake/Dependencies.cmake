@@ -23,3 +23,5 @@ find_path(QELCORE_STB_INCLUDE stb/stb_rect_pack.h REQUIRED) # has neither a modu
 mark_as_advanced(QELCORE_STB_INCLUDE)
 # Only Highway's headers are used; its library would slow down the start of every program.
 pkg_check_modules(hwy REQUIRED libhwy)
+# Only the window of desktop hosts needs it.
+pkg_check_modules(sdl2 QUIET IMPORTED_TARGET sdl2)

@@ -4,6 +4,7 @@ set(QEL_DEBIAN_RELEASE 1)
 set(QEL_PACKAGE_Runtime libqelcore${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
 set(QEL_PACKAGE_Development libqelcore-dev)
 set(QEL_PACKAGE_Hosts qelcore-tools)
+set(QEL_PACKAGE_Desktop qelcore-desktop)
 set(QEL_PACKAGE_Documentation qelcore-doc)
 
 set(CPACK_GENERATOR DEB)
@@ -16,6 +17,9 @@ set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_COMPONENTS_ALL Runtime Development Documentation)
 if(QELCORE_BUILD_HOSTS)
     list(APPEND CPACK_COMPONENTS_ALL Hosts)
+endif()
+if(QELCORE_BUILD_HOSTS AND sdl2_FOUND)
+    list(APPEND CPACK_COMPONENTS_ALL Desktop)
 endif()
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE
@@ -66,6 +70,14 @@ qelhost runs scripts, with a sample plugin that catalogues a folder. qelserver
 answers remote calls and runs jobs in worker processes; qelcall is its client.
 qelimage shows, converts and compares pictures.")
 
+set(CPACK_DEBIAN_DESKTOP_PACKAGE_NAME ${QEL_PACKAGE_Desktop})
+set(CPACK_DEBIAN_DESKTOP_PACKAGE_SECTION graphics)
+set(CPACK_DEBIAN_DESKTOP_PACKAGE_RECOMMENDS "fonts-droid-fallback")
+set(CPACK_COMPONENT_DESKTOP_DEPENDS Runtime Hosts)
+set(CPACK_DEBIAN_DESKTOP_DESCRIPTION "core library of an application framework for medical imaging: desktop programs
+qelscreens shows texts, pictures, graphs and touches in a window, and reads
+Markdown files and folders of pictures.")
+
 set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_NAME ${QEL_PACKAGE_Documentation})
 set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_SECTION doc)
 set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_ARCHITECTURE all)
@@ -86,7 +98,7 @@ foreach(component IN LISTS CPACK_COMPONENTS_ALL)
     install(FILES ${PROJECT_BINARY_DIR}/packages/copyright ${PROJECT_BINARY_DIR}/packages/changelog.Debian
             DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${QEL_PACKAGE_${component}} COMPONENT ${component})
 endforeach()
-foreach(component Runtime Hosts)
+foreach(component Runtime Hosts Desktop)
     install(FILES NOTICE ${PROJECT_BINARY_DIR}/qelcore.spdx.json
             DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${QEL_PACKAGE_${component}} COMPONENT ${component})
 endforeach()

@@ -6,6 +6,7 @@
 #include <hosts/qelcall/options.h>
 #include <hosts/qelhost/options.h>
 #include <hosts/qelimage/options.h>
+#include <hosts/qelscreens/options.h>
 #include <hosts/qelserver/options.h>
 #include <hosts/qelworker/options.h>
 
@@ -47,6 +48,7 @@ int main(int argc, char** argv) {
         writeManual<qelworker::Options>(argv);
         writeManual<qelcall::Options>(argv);
         writeManual<qelimage::Options>(argv);
+        writeManual<qelscreens::Options>(argv);
     } catch (const std::exception& error) {
         std::cerr << "qel_host_manuals: " << error.what() << "\n";
         return 1;

@@ -2,6 +2,7 @@
 #include "client.h"
 #include "options.h"
 
+#include <hosts/shared/host_main.h>
 #include <hosts/shared/progress_bar.h>
 #include <hosts/shared/socket_path.h>
 #include <hosts/shared/standard_output.h>
@@ -101,9 +102,6 @@ Status run(const Options& options) {
 
 int main(int argc, char** argv) {
     Options options;
-    const qelhosts::Program program = describe(options);
-    qelhosts::parseCommandLine(options, program, argc, argv);
-    readCall(options, argc, argv);
-    const auto answer = qelhosts::answerCommandLine(options, program);
-    return answer ? *answer : qelhosts::statusAfterOutput(run(options), "qelcall");
+    return qelhosts::hostMain(argc, argv, options,
+                              [&] { return qelhosts::statusAfterOutput(run(options), "qelcall"); });
 }

@@ -66,7 +66,7 @@ qelhosts::Program describe(Options& options) {
     return program;
 }
 
-void readCall(Options& options, int argc, const char* const* argv) {
+void readArguments(Options& options, int argc, const char* const* argv) {
     if (options.help || options.version || !options.problem.empty()) return;
     const int first = options.firstArgument;
     if (first >= argc) {

@@ -21,6 +21,6 @@ struct Options : qelhosts::CommandLine {
 qelhosts::Program describe(Options& options);
 
 /// Reads the method and its arguments, which follow the options.
-void readCall(Options& options, int argc, const char* const* argv);
+void readArguments(Options& options, int argc, const char* const* argv);
 
 } // namespace qelcall

@@ -126,8 +126,12 @@ TEST(CommandLineTest, LongCommandLinesAreParsed) {
 
 // --- the programs --------------------------------------------------------------------------------------
 
-const Words kPrograms{QELHOST_PROGRAM, QELSERVER_PROGRAM, QELWORKER_PROGRAM, QELCALL_PROGRAM,
-                      QELIMAGE_PROGRAM};
+const Words kPrograms{
+    QELHOST_PROGRAM,    QELSERVER_PROGRAM, QELWORKER_PROGRAM, QELCALL_PROGRAM, QELIMAGE_PROGRAM,
+#ifdef QELSCREENS_PROGRAM // is built where SDL2 is installed
+    QELSCREENS_PROGRAM,
+#endif
+};
 
 std::string nameOf(const std::string& program) {
     return std::filesystem::path(program).filename();

@@ -1,0 +1,12 @@
+// Fonts for the scripts that the fonts of the theme lack.
+#pragma once
+
+namespace qelscreens {
+
+/// Makes the system's font for Chinese, Japanese and Korean a resource if it is installed.
+void addSystemFonts();
+
+/// Lets all fonts of the theme ask those of other scripts for the glyphs that they lack.
+void setFallbackFonts();
+
+} // namespace qelscreens

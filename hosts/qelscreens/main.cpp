@@ -1,0 +1,140 @@
+// qelscreens: a desktop host that shows what the scene can draw, or writes it as PNG files.
+#include "fallback_fonts.h"
+#include "options.h"
+#include "page_writer.h"
+#include "screens.h"
+#include "text_table.h"
+
+#include <hosts/shared/host_main.h>
+#include <hosts/shared/shipped_path.h>
+#include <hosts/shared/standard_output.h>
+#include <hosts/shared/unhandled_errors.h>
+#include <hosts/window/frame_loop.h>
+#include <hosts/window/input_script.h>
+
+#include <qel/files/file.h>
+#include <qel/foundation/log/message_stream.h>
+#include <qel/imaging/pixels/image.h>
+#include <qel/plugins/resource_locator.h>
+#include <qel/system/core/application.h>
+#include <qel/system/core/clock.h>
+#include <qel/system/core/system.h>
+
+#include <filesystem>
+#include <memory>
+
+namespace {
+
+using namespace qelscreens;
+using qelwindow::Window;
+
+constexpr const char* kName = "qelscreens";
+constexpr const char* kDefaultFolder = "qelscreens";
+constexpr qel::uint64 kMostPixels = 1 << 26; // of a picture in the reader
+constexpr int kWarning = 2;                  // levels of the log
+
+void writeLogLine(const qel::logging::ConsoleLine& line) {
+    if (line.level >= kWarning) qelhosts::complain(kName, std::string(line.text));
+}
+
+std::vector<std::string> resourceFolders(const Options& options) {
+    if (!options.resources.empty()) return options.resources;
+    return {qelhosts::pathFromProgram(qelhosts::kDataFolder)};
+}
+
+void setUp(const Options& options) {
+    qel::System& system = *qel::Object::system();
+    if (!options.language.empty()) system.setLanguage(options.language);
+    qel::ResourceLocator& resources = *system.getResourceLocator();
+    for (const std::string& folder : resourceFolders(options)) {
+        resources.addResourceDirectory(folder); // the stylesheet
+        resources.addResourcePackagesFromDirectory(folder);
+    }
+    resources.addResourceDirectory(qelhosts::shippedFontsPath());
+    addSystemFonts();
+    const qel::SmartPointer<TextTable> texts(new TextTable());
+    for (const char* const code : {"en", "de"})
+        if (!texts->load(code)) qel::logging::warning() << "the texts of the pages are missing";
+    resources.addResourceProvider(texts.get());
+    qel::Image::setDecodeLimit(kMostPixels);
+}
+
+/// Opens the window, or one in memory if the pages are to be written or there is no display.
+/// @param folder  the folder for the pages; set if there is no display.
+std::unique_ptr<Window> openWindow(const Options& options, std::string& folder) {
+    const qel::IVec2<int> size(options.width, options.height);
+    std::string problem;
+    std::unique_ptr<Window> window;
+    if (folder.empty()) {
+        window = Window::open(Window::Place::Display, kName, size, problem);
+        if (window) return window;
+        folder = kDefaultFolder;
+        qelhosts::print("there is no display (" + problem + "), so the pages are written as PNG files\n");
+    }
+    window = Window::open(Window::Place::Memory, kName, size, problem);
+    if (!window) qelhosts::complain(kName, problem);
+    return window;
+}
+
+/// Returns the stylesheet to watch: that of the command line, or the shipped one.
+std::string stylesheetOf(const Options& options) {
+    if (!options.style.empty()) return options.style;
+    for (const std::string& folder : resourceFolders(options))
+        if (qel::File::existsFile(folder + "/style-default.css")) return folder + "/style-default.css";
+    return {};
+}
+
+/// Shows the pages until the window is closed, or writes them. @return the exit status.
+int show(const Options& options, Window& window, const std::string& folder) {
+    const qel::SmartPointer<Screens> screens(new Screens(stylesheetOf(options)));
+    qelwindow::FrameLoop loop(window, *screens);
+    screens->setTheme(&loop.getTheme());
+    loop.getTheme().setUserScale(static_cast<float>(options.scalePercent) / 100);
+    screens->adapt();
+    screens->showPage(static_cast<size_t>(options.page - 1));
+    std::string problem;
+    if (!options.path.empty()) problem = screens->openInReader(options.path);
+    if (!problem.empty()) qelhosts::complain(kName, problem);
+    if (!problem.empty() && !folder.empty()) return 1;
+
+    if (!options.events.empty()) {
+        qelwindow::InputScript script(window, loop);
+        problem = script.open(options.events);
+        if (problem.empty()) problem = script.run();
+    } else if (!folder.empty()) {
+        problem = writePages(loop, *screens, folder);
+    }
+    if (!problem.empty()) qelhosts::complain(kName, problem);
+    if (!problem.empty()) return 1;
+    while (folder.empty() && !loop.hasEnded()) loop.pass();
+    return qel::System::wasInterruptHandlerCalled() ? qelhosts::kInterruptedStatus : 0;
+}
+
+/// Runs the host. Frames that are written follow a clock that only the host moves, so that they are the same
+/// each time.
+int run(const Options& options) {
+    qel::logging::setConsoleWriter(&writeLogLine);
+    std::string folder = options.frames;
+    const std::unique_ptr<Window> window = openWindow(options, folder);
+    if (!window) return 1;
+    qel::ManualClock clock;
+    if (!folder.empty()) qel::Clock::install(&clock);
+    qel::System::initialize([] { return new qel::Application(); });
+    qel::System::installInterruptHandler();
+    const int status = qelhosts::reportingErrors(kName, [&] {
+        setUp(options);
+        return show(options, *window, folder);
+    });
+    qel::Object::system()->clearApplication();
+    qel::System::deinitialize();
+    qel::Clock::install(nullptr);
+    qel::logging::setConsoleWriter(nullptr);
+    return qelhosts::statusAfterOutput(status, kName);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    Options options;
+    return qelhosts::hostMain(argc, argv, options, [&] { return run(options); });
+}

@@ -1,0 +1,36 @@
+// TouchesPage: shows each touch and who owns it.
+#pragma once
+
+#include "page.h"
+
+namespace qel {
+class TouchButton;
+} // namespace qel
+
+namespace qelscreens {
+
+/// Two fields that claim the touches which begin in them. Other touches belong to the pages: they turn them.
+class TouchesPage : public Page {
+    QEL_CLASS(TouchesPage, Page)
+
+public:
+    TouchesPage();
+
+    void restyle(const Look& look) override;
+    float draw(qel::Renderer& renderer, const qel::Rect& place, float visibleHeight) override;
+    void handleTouches(qel::TouchState& touches) override;
+
+private:
+    /// An owner of touches.
+    class Field;
+
+    void drawTouch(qel::Renderer& renderer, const qel::TouchButton& touch, float radius);
+    Color colorOf(const qel::Object* owner) const;
+    qel::String nameOf(const qel::Object* owner) const;
+
+    qel::Vector<qel::SmartPointer<Field>> m_fields;
+    qel::TextActor m_hint;
+    qel::TextActor m_label;
+};
+
+} // namespace qelscreens

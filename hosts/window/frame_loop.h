@@ -1,0 +1,79 @@
+// FrameLoop: passes a window's input to its screen and draws frames when something has changed.
+#pragma once
+
+#include <hosts/window/display_theme.h>
+#include <hosts/window/screen.h>
+#include <hosts/window/window.h>
+#include <hosts/window/window_hooks.h>
+
+#include <qel/foundation/base/smart_pointer.h>
+#include <qel/foundation/base/types.h>
+#include <qel/render/renderer_software.h>
+
+#include <string>
+
+namespace qelwindow {
+
+/// Runs the passes of System for one window.
+///
+/// A frame is drawn after input, when System::delegateRequestFrame asks for one, and at most 60 times a
+/// second while System reports that something moves. Otherwise the loop sleeps, up to a quarter of a second
+/// at a time, until an event arrives.
+/// @threads main thread; System must exist.
+class FrameLoop {
+public:
+    /// Connects the hooks of System to @p window and adapts the theme to it. @param window, screen  must
+    /// outlive this object.
+    FrameLoop(Window& window, Screen& screen);
+    ~FrameLoop();
+    FrameLoop(const FrameLoop&) = delete;
+    FrameLoop& operator=(const FrameLoop&) = delete;
+
+    /// Waits for an event or the time of the next frame, runs a pass of System, passes on the input and
+    /// draws a frame if one is wanted.
+    /// @param longestWaitMs  limits the time to wait.
+    void pass(int longestWaitMs = kLongestWaitMs);
+    /// Runs passes for this time.
+    void runFor(qel::uint32 milliseconds);
+    /// Draws the next frame in the next pass.
+    void requestFrame() { m_isFrameWanted = true; }
+    /// Draws a frame now and writes it to a PNG file, replacing an existing file.
+    /// @return what went wrong; empty on success.
+    std::string saveFrame(const std::string& path);
+    /// Returns true if the window was closed or an interrupt has arrived.
+    bool hasEnded() const;
+    /// Returns the user's scale and the theme.
+    DisplayTheme& getTheme() { return m_theme; }
+    /// Returns the number of frames drawn so far.
+    unsigned getFrameCount() const { return m_frameCount; }
+
+private:
+    static constexpr int kLongestWaitMs = 250;
+
+    void waitForEvents(int longestWaitMs);
+    bool waitForEvent(WindowEvent& event, int timeoutMs);
+    int timeToWait(int longestWaitMs) const;
+    void handle(const WindowEvent& event);
+    void handleKey(const std::string& key);
+    void handleResize();
+    void finishResize();
+    void passOnTouches();
+    bool isFrameWanted() const;
+    bool drawFrame();
+
+    Window& m_window;
+    Screen& m_screen;
+    DisplayTheme m_theme;
+    qel::SmartPointer<WindowHooks> m_hooks;
+    qel::SmartPointer<qel::RendererSoftware> m_renderer;
+    bool m_isFrameWanted = true;
+    bool m_isClosed = false;
+    bool m_isVisible = true;
+    bool m_isResizing = false;
+    int m_idleWaitMs = 0;
+    qel::uint32 m_resizeTime = 0;
+    qel::uint32 m_frameTime = 0;
+    unsigned m_frameCount = 0;
+};
+
+} // namespace qelwindow

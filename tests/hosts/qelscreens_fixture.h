@@ -1,0 +1,61 @@
+// Runs the screens in a scratch folder, without a display or on one of their own.
+#pragma once
+
+#include <qel/imaging/pixels/image.h>
+#include <tests/hosts/host_run.h>
+#include <tests/support/source_dir.h>
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+namespace qel::test {
+
+/// The program and its folder.
+class QelscreensFixture : public ::testing::Test {
+protected:
+    /// Returns the command line of the program with English texts and the resources of the source tree.
+    static std::vector<std::string> command(const std::vector<std::string>& arguments) {
+        std::vector<std::string> words{QELSCREENS_PROGRAM,
+                                       "--resources",
+                                       sourceDir() + "/resources",
+                                       "--language",
+                                       "en",
+                                       "--width",
+                                       "900",
+                                       "--height",
+                                       "600"};
+        words.insert(words.end(), arguments.begin(), arguments.end());
+        return words;
+    }
+    HostRun run(const std::vector<std::string>& arguments) const {
+        std::vector<std::string> words = command(arguments);
+        words.insert(words.begin(), {"timeout", "120"});
+        return runProgram(folder, words);
+    }
+    /// Runs the program in memory with the input of @p events.
+    HostRun play(const std::string& events, std::vector<std::string> arguments = {}) const {
+        folder.write("events", events);
+        arguments.insert(arguments.begin(), {"--frames", "pages", "--events", "events"});
+        return run(arguments);
+    }
+    Image load(const std::string& name) const {
+        Image image;
+        EXPECT_TRUE(image.loadFromFile(folder.path(name).c_str())) << name;
+        return image;
+    }
+    /// Returns true if two PNG files show the same picture.
+    bool showTheSame(const std::string& a, const std::string& b) const {
+        const Image first = load(a);
+        const Image second = load(b);
+        return first.getSize() == second.getSize() &&
+               std::equal(first.getBytePointer(), first.getBytePointer() + first.getByteSize(),
+                          second.getBytePointer());
+    }
+
+    ScratchFolder folder;
+};
+
+} // namespace qel::test

@@ -1,0 +1,128 @@
+// The parts of a window that need no display: touches, names of keys and the lines of simulated input.
+#include <hosts/window/key_names.h>
+#include <hosts/window/line_source.h>
+#include <hosts/window/pointers.h>
+#include <tests/support/scratch_folder.h>
+
+#include <gmock/gmock.h>
+
+namespace qelwindow {
+namespace {
+
+using namespace testing;
+using qel::test::ScratchFolder;
+
+std::vector<qel::uint32> flagsOf(const PointerList& touches) {
+    std::vector<qel::uint32> flags;
+    for (const PointerTouch& touch : touches) flags.push_back(touch.flags);
+    return flags;
+}
+
+TEST(PointersTest, APressedMouseDoesNotHover) {
+    Pointers pointers;
+    pointers.moveMouse({1, 2});
+    EXPECT_THAT(flagsOf(pointers.getTouches()), ElementsAre(kTouchHover));
+    pointers.pressButton(kTouchLeftButton, {3, 4});
+    pointers.pressButton(kTouchRightButton, {3, 4});
+    EXPECT_THAT(flagsOf(pointers.getTouches()), ElementsAre(kTouchLeftButton, kTouchRightButton));
+    pointers.releaseButton(kTouchLeftButton, {5, 6});
+    EXPECT_THAT(flagsOf(pointers.getTouches()), ElementsAre(kTouchRightButton));
+    EXPECT_EQ(pointers.getTouches().front().position, qel::IVec2<float>(5, 6));
+    pointers.releaseButton(kTouchRightButton, {5, 6});
+    EXPECT_THAT(flagsOf(pointers.getTouches()), ElementsAre(kTouchHover));
+    pointers.leaveMouse();
+    EXPECT_THAT(pointers.getTouches(), IsEmpty());
+}
+
+TEST(PointersTest, AButtonIsPressedOnce) {
+    Pointers pointers;
+    pointers.pressButton(kTouchLeftButton, {});
+    pointers.pressButton(kTouchLeftButton, {});
+    EXPECT_THAT(pointers.getTouches(), SizeIs(1));
+}
+
+TEST(PointersTest, FingersHaveIdentitiesOfTheirOwn) {
+    Pointers pointers;
+    pointers.moveFinger(2, {1, 1});
+    pointers.moveFinger(7, {2, 2});
+    pointers.pressButton(kTouchLeftButton, {9, 9});
+    pointers.moveFinger(2, {3, 3});
+    ASSERT_THAT(flagsOf(pointers.getTouches()), ElementsAre(kTouchFinger, kTouchFinger, kTouchLeftButton));
+    EXPECT_EQ(pointers.getTouches()[0].position, qel::IVec2<float>(3, 3));
+    EXPECT_EQ(pointers.getTouches()[1].position, qel::IVec2<float>(2, 2));
+    EXPECT_NE(pointers.getTouches()[0].id, pointers.getTouches()[1].id);
+    pointers.liftFinger(2);
+    EXPECT_THAT(pointers.getTouches(), SizeIs(2));
+    pointers.liftAll();
+    EXPECT_THAT(pointers.getTouches(), IsEmpty());
+}
+
+TEST(PointersTest, TheNumberOfFingersIsLimited) {
+    Pointers pointers;
+    for (qel::uint64 finger = 0; finger < 1000; ++finger) pointers.moveFinger(finger, {});
+    EXPECT_THAT(pointers.getTouches(), SizeIs(Pointers::kMostFingers));
+}
+
+TEST(PointersTest, TheWheelDoesNotStay) {
+    Pointers pointers;
+    pointers.moveMouse({1, 2});
+    const PointerList touches = pointers.withWheel({1, 2}, -3);
+    EXPECT_THAT(flagsOf(touches), ElementsAre(kTouchHover, kTouchWheel));
+    EXPECT_EQ(touches.back().value, -3);
+    EXPECT_THAT(flagsOf(pointers.getTouches()), ElementsAre(kTouchHover));
+}
+
+TEST(KeyNamesTest, NamesLeadBackToTheKeys) {
+    for (const char* const name : {"a", "left", "f11", "pageup", "return", "escape", "ctrl+c", "shift+left",
+                                   "ctrl+alt+shift+meta+delete", "+", "ctrl++", "ctrl+-", "space"}) {
+        const auto key = keyFromName(name);
+        ASSERT_TRUE(key) << name;
+        EXPECT_EQ(keyName(*key), name);
+    }
+}
+
+TEST(KeyNamesTest, UnknownNamesAreRefused) {
+    for (const char* const name : {"", "ctrl+", "nothing", "c+ctrl", "ctrl +c"})
+        EXPECT_FALSE(keyFromName(name)) << name;
+}
+
+TEST(KeyNamesTest, AModifierAloneHasNoName) {
+    SDL_Keysym key{};
+    key.sym = SDLK_LSHIFT;
+    key.mod = KMOD_LSHIFT;
+    EXPECT_EQ(keyName(key), "");
+}
+
+TEST(LineSourceTest, ReadsLinesWithAndWithoutAnEnd) {
+    const ScratchFolder folder;
+    LineSource lines;
+    ASSERT_EQ(lines.open(folder.write("lines", "first\n\nlast")), "");
+    std::string line;
+    for (const char* const expected : {"first", "", "last"}) {
+        EXPECT_EQ(lines.next(line), LineSource::Result::Line);
+        EXPECT_EQ(line, expected);
+    }
+    EXPECT_EQ(lines.next(line), LineSource::Result::End);
+    EXPECT_EQ(lines.getLineNumber(), 3u);
+}
+
+TEST(LineSourceTest, RefusesLinesThatAreTooLong) {
+    const ScratchFolder folder;
+    for (const size_t length : {LineSource::kLongestLine, LineSource::kLongestLine + 1}) {
+        LineSource lines;
+        ASSERT_EQ(lines.open(folder.write("lines", std::string(length, 'x') + "\nend\n")), "");
+        std::string line;
+        const bool isTooLong = length > LineSource::kLongestLine;
+        EXPECT_EQ(lines.next(line), isTooLong ? LineSource::Result::Failed : LineSource::Result::Line);
+    }
+}
+
+TEST(LineSourceTest, ReportsWhatCannotBeOpened) {
+    const ScratchFolder folder;
+    LineSource lines;
+    EXPECT_THAT(lines.open(folder.path("missing")), HasSubstr("cannot read"));
+    EXPECT_THAT(lines.open(folder.path()), HasSubstr("cannot read"));
+}
+
+} // namespace
+} // namespace qelwindow
