@@ -1,6 +1,5 @@
 #include <qel/scene/actors/touch_state.h>
 
-#include <qel/script/class_binder.h>
 #include <qel/system/core/system.h>
 
 #include <algorithm>
@@ -335,11 +334,6 @@ bool TouchState::popBackPressed() {
     if (m_backPressCount == 0) return false;
     --m_backPressCount;
     return true;
-}
-
-void TouchState::bindSqVM(qelSq::Object* cls) {
-    Object::bindSqVM(cls);
-    qelSq::ClassBinder<TouchState>(cls).staticFunction<&TouchState::getStaticClassName>("getClassName");
 }
 
 } // namespace qel

@@ -135,7 +135,7 @@ public:
     /// Returns true if a press is left.
     bool isBackPressed() const { return m_backPressCount > 0; }
 
-    /// Adds the members to the script class @p cls.
+    /// Adds the members to the script class @p cls. Defined in touch_state_binding.cpp.
     static void bindSqVM(qelSq::Object* cls);
 
 private:
