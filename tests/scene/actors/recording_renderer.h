@@ -1,9 +1,8 @@
 // A renderer that notes what is drawn.
 #pragma once
 
-#include <qel/foundation/base/containers.h>
-#include <qel/render/renderer.h>
-#include <qel/render/texture_software.h>
+#include <tests/support/idle_renderer_3d.h>
+
 #include <qel/text/engine/text_actor.h>
 
 #include <algorithm>
@@ -27,16 +26,10 @@ struct Drawn {
 };
 
 /// Notes operations, and is in a frame of 200 by 100 pixels from its construction.
-class RecordingRenderer : public Renderer {
+class RecordingRenderer : public IdleRenderer3D {
 public:
     RecordingRenderer() { start(); }
 
-    void startInternal() override {}
-    void stopInternal() override {}
-    void flushInternal() override {}
-    bool isHighPrecisionInternal() override { return false; }
-    void clearInternal(const IVec4<float>&) override {}
-    void setViewportInternal(const IVec4<int>&) override {}
     void drawTextureInternal(Texture* texture, const Rect& source, const Rect& target, int orientation,
                              const IVec4<float>* corners) override {
         drawTextureInternal(texture, source, target, orientation);
@@ -50,9 +43,6 @@ public:
         d.orientation = orientation;
         d.filter = texture->getFilter();
     }
-    void drawTextureScaledLookupInternal(Texture*, const Rect&, const Rect&, int, const IVec2<float>&,
-                                         Texture*) override {}
-    void drawTextureWithPalette(Texture*, const Rect&, const Rect&, int, Texture*, Texture*) override {}
     void drawTextActorInternal(TextActor* actor) override {
         add("text", actor->getBounds()).text = actor->getText().c_str();
     }
@@ -66,10 +56,7 @@ public:
     void drawTriangleInternal(const IVec2<float>& a, const IVec2<float>& b, const IVec2<float>& c) override {
         add("triangle", {}).points = {a, b, c};
     }
-    Texture* createTextureInternal() override { return new TextureSoftware(this); }
     IVec2<int> getRenderTargetSize() override { return {200, 100}; }
-    void setDepthTestInternal(bool) override {}
-    IVec2<int> getMaximumTextureSize() override { return {4096, 4096}; }
 
     /// Draws an actor and returns what it drew.
     std::vector<Drawn> record(Actor& actor) {

@@ -1,6 +1,7 @@
 #include <tests/render/canvas.h>
 #include <tests/scene/actors/recording_renderer.h>
 #include <tests/support/system_fixture.h>
+#include <tests/text/engine/allocation_count.h>
 
 #include <qel/imaging/pixels/image.h>
 #include <qel/scene/actors/anim_color.h>
@@ -469,6 +470,20 @@ TEST_F(RectActorSprite, ALazyTextureOfAnotherRendererIsReplaced) {
     EXPECT_TRUE(renderer.record(actor).empty());
     passAfter(16);
     EXPECT_EQ(drawOne().texture->getRenderer(), &renderer);
+}
+
+TEST_F(RectActorSprite, DrawingAllocatesNothing) {
+    AnimColor animated;
+    actor.setSprite(makeSprite({64, 64})).setAnimColor(&animated).setShadow(true);
+    actor.setFixedSize({20, 20})
+        .setExtendMethod(ExtendMethod::NineParts)
+        .setCornerColors(kRed, kRed, kRed, kRed);
+    test::IdleRenderer3D idle;
+    idle.start();
+    idle.draw(&actor);
+    const size_t before = test::allocationCount();
+    for (int i = 0; i < 10; ++i) idle.draw(&actor);
+    EXPECT_EQ(test::allocationCount(), before);
 }
 
 // --- hostile numbers --------------------------------------------------------------------------------
