@@ -1,0 +1,131 @@
+#include <qel/software3d/volume_draw_p.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace qel::internal {
+namespace {
+
+constexpr size_t kMostTables = 16;
+constexpr int kMostSteps = 16384;
+/// The parts of a volume's diagonal for which opacities hold.
+constexpr double kUnitsOfDiagonal = 512;
+
+double lengthOf(double x, double y, double z) {
+    return std::sqrt(x * x + y * y + z * z);
+}
+
+/// Returns the part of a sum of voxels that belongs to each of the nine lines through a block of 27.
+constexpr float kSmoothing[3] = {0.25f, 0.5f, 0.25f};
+
+} // namespace
+
+Double4x4 toDouble(const Float4x4& matrix) {
+    Double4x4 result;
+    for (int r = 0; r < 4; ++r) result.setRow(r, IVec4<double>(matrix.row(r)));
+    return result;
+}
+
+std::shared_ptr<const TransferTable> TransferTables::get(Texture* line, Texture* square) {
+    const auto found = std::find_if(m_tables.begin(), m_tables.end(),
+                                    [&](const auto& table) { return table->isMadeOf(line, square); });
+    auto table = found != m_tables.end() ? *found : std::make_shared<const TransferTable>(line, square);
+    if (found != m_tables.end()) m_tables.erase(found);
+    if (m_tables.size() >= kMostTables) m_tables.erase(m_tables.begin());
+    m_tables.push_back(table);
+    return table;
+}
+
+VolumeDraw::VolumeDraw(VolumeActor& actor, SoftwareVolumeTexture& volume, const View& at,
+                       TransferTables& tables)
+    : texture(&volume),
+      view(at),
+      size(volume.getSize()),
+      last(IVec3<int>(size.x - 1, size.y - 1, size.z - 1)),
+      isLinear(volume.getFilter() == Filter::Bilinear),
+      isClassified(actor.isUsingClassified()),
+      usesLocalOcclusion(actor.isUsingLocalOcclusion()),
+      usesGlobalOcclusion(actor.isUsingGlobalOcclusion()),
+      steps(std::clamp(actor.getStepCount(), 1, kMostSteps)),
+      colors(tables.get(actor.getColorAlphaLookupTexture(), actor.getColorAlphaPreintegrationTexture())),
+      weights(tables.get(actor.getGradientLookupTexture(), actor.getGradientPreintegrationTexture())),
+      model(toDouble(actor.getModelMatrix())) {
+    const IVec2<double> stored(actor.getVolumeScaleBias()), lookup(actor.getLookupScaleBias());
+    scale = static_cast<float>(stored.x * lookup.x);
+    bias = static_cast<float>(stored.y * lookup.x + lookup.y);
+    usesMeans = actor.isUsingPreintegration() && colors->isValid(true);
+    usesGradient = actor.isUsingGradientMultiplier() && weights->isValid(usesMeans);
+    isSobel = actor.getVolumeGradientCalculation() == VolumeGradientCalculation::Sobel;
+    fromNdc = model.multiply(view.view).multiply(view.projection).inverse();
+    const auto diagonal = model.transform3x3({1, 1, 1});
+    unitLength = lengthOf(diagonal.x, diagonal.y, diagonal.z) / kUnitsOfDiagonal;
+    const auto centre = model.multiply(view.view).transform(IVec3<double>(0.5, 0.5, 0.5));
+    distance = lengthOf(centre.x, centre.y, centre.z);
+
+    double spacing[3], smallest = 0;
+    for (int axis = 0; axis < 3; ++axis) {
+        const IVec4<double>& row = model.row(axis);
+        spacing[axis] = lengthOf(row.x, row.y, row.z) / size[axis];
+        smallest = axis == 0 ? spacing[0] : std::min(smallest, spacing[axis]);
+    }
+    for (int axis = 0; axis < 3; ++axis)
+        gradientScale[axis] =
+            static_cast<float>(0.5 * stored.x * (spacing[axis] > 0 ? smallest / spacing[axis] : 0));
+    gradientFactor = static_cast<float>(lookup.x);
+    gradientBias = static_cast<float>(lookup.y);
+}
+
+float VolumeDraw::valueAt(const IVec3<float>& place) const {
+    size_t low[3], high[3];
+    float f[3];
+    for (int axis = 0; axis < 3; ++axis) {
+        const float at =
+            std::clamp(isLinear ? place[axis] : std::floor(place[axis] + 0.5f), 0.0f, last[axis]);
+        low[axis] = static_cast<size_t>(at);
+        high[axis] = std::min(low[axis] + 1, static_cast<size_t>(size[axis]) - 1);
+        f[axis] = at - static_cast<float>(low[axis]);
+    }
+    const auto width = static_cast<size_t>(size.x), height = static_cast<size_t>(size.y);
+    const uint16* const voxels = texture->getVoxels();
+    const auto row = [&](size_t y, size_t z) {
+        const uint16* const p = voxels + (z * height + y) * width;
+        const float a = p[low[0]], b = p[high[0]];
+        return a + (b - a) * f[0];
+    };
+    const auto layer = [&](size_t z) {
+        const float a = row(low[1], z), b = row(high[1], z);
+        return a + (b - a) * f[1];
+    };
+    const float a = layer(low[2]), b = layer(high[2]);
+    return a + (b - a) * f[2];
+}
+
+float VolumeDraw::gradientAt(const IVec3<float>& place) const {
+    IVec3<float> difference;
+    if (isSobel) {
+        for (int i = 0; i < 27; ++i) {
+            const int at[3] = {i % 3, i / 3 % 3, i / 9};
+            const float value =
+                valueAt({place.x + static_cast<float>(at[0] - 1), place.y + static_cast<float>(at[1] - 1),
+                         place.z + static_cast<float>(at[2] - 1)});
+            for (int axis = 0; axis < 3; ++axis)
+                difference[axis] += value * static_cast<float>(at[axis] - 1) *
+                                    kSmoothing[at[(axis + 1) % 3]] * kSmoothing[at[(axis + 2) % 3]];
+        }
+    } else {
+        for (int axis = 0; axis < 3; ++axis) {
+            IVec3<float> before = place, after = place;
+            before[axis] -= 1;
+            after[axis] += 1;
+            difference[axis] = valueAt(after) - valueAt(before);
+        }
+    }
+    float square = 0;
+    for (int axis = 0; axis < 3; ++axis) {
+        const float part = difference[axis] * gradientScale[axis];
+        square += part * part;
+    }
+    return std::sqrt(square) * gradientFactor + gradientBias;
+}
+
+} // namespace qel::internal
