@@ -10,8 +10,8 @@ namespace qel::internal {
 
 /// Keeps answers, also negative ones, until a stylesheet changes. Its memory is limited.
 ///
-/// A question is looked for by the addresses of its texts, which is fast, and then compared with the texts
-/// that were asked, since other texts may have taken their place.
+/// A question is looked for by the addresses of some of its texts, which is fast, and then compared with the
+/// texts that were asked, since other texts may have taken their place.
 class StyleCache {
 public:
     /// Returns the answer to @p question, or null if it is not kept.
@@ -20,26 +20,20 @@ public:
     void store(const StyleQuestion& question, uint32 version, const StyleAnswer& answer);
 
 private:
-    /// The kinds of texts in a question and their number.
-    struct Shape {
-        StyleGetter getter = StyleGetter::Color;
-        uint8 classes = 0;
-        bool hasId = false;
-        bool hasPseudoElement = false;
-        bool hasClassName = false;
+    /// What a question consists of, and the only place where its answer may be.
+    struct Key {
+        explicit Key(const StyleQuestion& question);
 
-        friend bool operator==(const Shape&, const Shape&) = default;
+        size_t classes; ///< the number of class names
+        uint32 shape;   ///< the getter, the number of class names and which of the other texts are not null
+        size_t slot;
     };
     struct Entry {
-        bool isUsed = false;
-        Shape shape;
-        uint32 texts = 0; ///< where the texts begin in m_texts, each with its NUL
+        uint32 shape = 0; ///< of a question; 0 for an unused entry
+        uint32 texts = 0; ///< where the texts begin in m_texts, each with its size and its NUL
         StyleAnswer answer;
     };
 
-    static Shape shapeOf(const StyleQuestion& question);
-    static size_t slotOf(const StyleQuestion& question, const Shape& shape);
-    bool isSame(const Entry& entry, const StyleQuestion& question) const;
     void clear(uint32 version);
 
     std::vector<Entry> m_entries; ///< empty until the first answer is kept

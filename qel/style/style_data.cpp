@@ -44,6 +44,7 @@ const char* pathOf(const StyleAnswer& answer, std::string_view scheme) {
 struct StyleData::Private {
     std::unique_ptr<internal::StyleSheet> sheet;
     internal::StyleCache cache;
+    StyleAnswer last; ///< the answer to a question that was searched
 
     /// Answers from this stylesheet and its parents.
     static StyleAnswer search(const StyleData* data, const StyleQuestion& question) {
@@ -56,13 +57,15 @@ struct StyleData::Private {
     }
 
     /// Answers from the cache, or searches and keeps the answer.
-    static StyleAnswer ask(const StyleData* data, const StyleQuestion& question) {
-        if (internal::g_styleSearch != internal::StyleSearch::Cached) return search(data, question);
-        internal::StyleCache& cache = data->m_private->cache;
-        if (const StyleAnswer* const known = cache.find(question, g_version)) return *known;
-        const StyleAnswer answer = search(data, question);
-        cache.store(question, g_version, answer);
-        return answer;
+    /// @return valid until the next question.
+    static const StyleAnswer& ask(const StyleData* data, const StyleQuestion& question) {
+        Private& own = *data->m_private;
+        const bool isCached = internal::g_styleSearch == internal::StyleSearch::Cached;
+        const StyleAnswer* const known = isCached ? own.cache.find(question, g_version) : nullptr;
+        if (known != nullptr) return *known;
+        own.last = search(data, question);
+        if (isCached) own.cache.store(question, g_version, own.last);
+        return own.last;
     }
 };
 
@@ -100,7 +103,7 @@ uint32 StyleData::getVersion() {
 
 bool StyleData::getColor(IVec4<float>& out, const ClassChain& classChain, const char* property,
                          const char* id, const char* pseudoElement, const char* className) {
-    const StyleAnswer answer =
+    const StyleAnswer& answer =
         Private::ask(this, {StyleGetter::Color, classChain, property, id, pseudoElement, className});
     if (answer.result == StyleAnswer::Result::Found) out = answer.color;
     return answer.result != StyleAnswer::Result::None;
@@ -108,7 +111,7 @@ bool StyleData::getColor(IVec4<float>& out, const ClassChain& classChain, const 
 
 bool StyleData::getPixelLength(int& out, const ClassChain& classChain, const char* property, const char* id,
                                const char* pseudoElement, const char* className) {
-    const StyleAnswer answer =
+    const StyleAnswer& answer =
         Private::ask(this, {StyleGetter::PixelLength, classChain, property, id, pseudoElement, className});
     if (answer.result == StyleAnswer::Result::None) return false;
     const internal::CssValue& length = *answer.value;
@@ -118,7 +121,7 @@ bool StyleData::getPixelLength(int& out, const ClassChain& classChain, const cha
 
 bool StyleData::getSprite(Sprite*& out, const ClassChain& classChain, const char* property, const char* id,
                           const char* pseudoElement, const char* className) {
-    const StyleAnswer answer =
+    const StyleAnswer& answer =
         Private::ask(this, {StyleGetter::Sprite, classChain, property, id, pseudoElement, className});
     if (answer.result == StyleAnswer::Result::None) return false;
     out = system()->getSprite(pathOf(answer, internal::kSpriteScheme));
@@ -127,7 +130,7 @@ bool StyleData::getSprite(Sprite*& out, const ClassChain& classChain, const char
 
 bool StyleData::getTranslation(String& out, const ClassChain& classChain, const char* property,
                                const char* id, const char* pseudoElement, const char* className) {
-    const StyleAnswer answer =
+    const StyleAnswer& answer =
         Private::ask(this, {StyleGetter::Translation, classChain, property, id, pseudoElement, className});
     if (answer.result == StyleAnswer::Result::None) return false;
     out = tr(pathOf(answer, internal::kTranslationScheme));
@@ -136,7 +139,7 @@ bool StyleData::getTranslation(String& out, const ClassChain& classChain, const 
 
 bool StyleData::getUrl(String& out, const ClassChain& classChain, const char* property, const char* id,
                        const char* pseudoElement, const char* className) {
-    const StyleAnswer answer =
+    const StyleAnswer& answer =
         Private::ask(this, {StyleGetter::Url, classChain, property, id, pseudoElement, className});
     if (answer.result == StyleAnswer::Result::None) return false;
     out = answer.value->text;

@@ -103,14 +103,12 @@ std::span<const StyleIndex::Selector> StyleIndex::listAt(const std::vector<CssRa
     return std::span(m_selectors).subspan(lists[name].begin, lists[name].end - lists[name].begin);
 }
 
-uint32 StyleIndex::declarationOf(const Selector& selector, uint32 property) const {
-    if ((selector.properties & propertyBit(property)) == 0) return kNoDeclaration;
-    const CssRange range = m_ruleProperties[selector.rule];
-    const auto begin = m_properties.begin() + range.begin;
-    const auto end = m_properties.begin() + range.end;
-    const auto found =
-        std::lower_bound(begin, end, property, [](const Property& p, uint32 name) { return p.name < name; });
-    return found != end && found->name == property ? found->declaration : kNoDeclaration;
+uint32 StyleIndex::findDeclaration(CssRange properties, uint32 name) const {
+    const auto begin = m_properties.begin() + properties.begin;
+    const auto end = m_properties.begin() + properties.end;
+    const auto found = std::lower_bound(
+        begin, end, name, [](const Property& property, uint32 wanted) { return property.name < wanted; });
+    return found != end && found->name == name ? found->declaration : kNoDeclaration;
 }
 
 } // namespace qel::internal

@@ -38,7 +38,10 @@ public:
     /// Returns the selectors with the class @p className in the order of precedence.
     std::span<const Selector> ofClass(uint32 className) const { return listAt(m_ofClass, className); }
     /// Returns the last declaration of @p property in a rule, or kNoDeclaration.
-    uint32 declarationOf(const Selector& selector, uint32 property) const;
+    uint32 declarationOf(const Selector& selector, uint32 property) const {
+        if ((selector.properties & propertyBit(property)) == 0) return kNoDeclaration;
+        return findDeclaration(m_ruleProperties[selector.rule], property);
+    }
 
     /// Returned by declarationOf().
     static constexpr uint32 kNoDeclaration = 0xFFFFFFFF;
@@ -50,6 +53,7 @@ private:
     };
 
     static uint64 propertyBit(uint32 property) { return uint64{1} << property % 64; }
+    uint32 findDeclaration(CssRange properties, uint32 name) const;
     uint64 addProperties(const CssTree& tree, CssRange declarations);
     bool reduce(const CssTree& tree, CssRange parts, Selector& out);
     void group(const std::vector<Selector>& selectors);

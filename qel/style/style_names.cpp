@@ -25,19 +25,34 @@ uint64 spread(uint64 word) {
     return word ^ word >> 33;
 }
 
-uint32 hashOf(std::string_view name) {
-    uint64 hash = randomSeed() + name.size();
-    for (; name.size() >= sizeof(uint64); name.remove_prefix(sizeof(uint64))) {
-        uint64 word = 0;
-        std::memcpy(&word, name.data(), sizeof(word));
-        hash = spread(hash ^ word);
-    }
-    uint64 rest = 0;
-    for (const char c : name) rest = rest << 8 | static_cast<uint8>(c);
-    return static_cast<uint32>(spread(hash ^ rest));
+template <typename Word>
+uint64 wordAt(const char* text) {
+    Word word;
+    std::memcpy(&word, text, sizeof(Word));
+    return word;
 }
 
 } // namespace
+
+StyleNames::StyleNames() : m_seed(randomSeed()) {}
+
+/// Reads eight bytes at a time; the last eight may overlap those before.
+uint32 StyleNames::hashOf(std::string_view name) const {
+    const char* const text = name.data();
+    const size_t size = name.size();
+    uint64 hash = m_seed + size;
+    if (size >= 8) {
+        for (size_t i = 0; i + 8 < size; i += 8) hash = spread(hash ^ wordAt<uint64>(text + i));
+        return static_cast<uint32>(spread(hash ^ wordAt<uint64>(text + size - 8)));
+    }
+    uint64 rest = 0;
+    if (size >= 4) {
+        rest = wordAt<uint32>(text) << 32 | wordAt<uint32>(text + size - 4);
+    } else {
+        for (const char c : name) rest = rest << 8 | static_cast<uint8>(c);
+    }
+    return static_cast<uint32>(spread(hash ^ rest));
+}
 
 uint32 StyleNames::add(std::string_view name) {
     const uint32 hash = hashOf(name);

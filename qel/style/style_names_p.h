@@ -12,6 +12,9 @@ namespace qel::internal {
 /// choose names that collide.
 class StyleNames {
 public:
+    /// Creates an empty list.
+    StyleNames();
+
     /// The number that no name has.
     static constexpr uint32 kNone = 0;
     /// Returned for a name that was not added.
@@ -30,11 +33,13 @@ private:
         uint32 number = kNone;
     };
 
+    uint32 hashOf(std::string_view name) const;
     size_t slotOf(std::string_view name, uint32 hash) const;
     void grow();
 
     std::vector<Slot> m_slots = std::vector<Slot>(16); // a power of two, at least half of them free
     std::vector<std::string_view> m_names;
+    uint64 m_seed;
 };
 
 } // namespace qel::internal

@@ -126,9 +126,8 @@ private:
             auto& list = b.empty() || (!a.empty() && a.front().selector > b.front().selector) ? a : b;
             const StyleIndex::Selector& selector = list.front();
             list = list.subspan(1);
-            if (!matches(selector, tag, withoutTag)) continue;
             const uint32 declaration = m_index.declarationOf(selector, m_property);
-            if (declaration == StyleIndex::kNoDeclaration) continue;
+            if (declaration == StyleIndex::kNoDeclaration || !matches(selector, tag, withoutTag)) continue;
             pass(int64{selector.selector});
             if (read(m_tree.declarations[declaration])) return true;
         }
