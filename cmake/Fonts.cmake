@@ -12,6 +12,7 @@ function(qel_font resource face)
     set_property(GLOBAL APPEND PROPERTY QEL_FONT_LINKS ${resource} ${QELCORE_FONT_${face}})
 endfunction()
 
+file(MAKE_DIRECTORY ${QEL_FONT_DIR}) # a copy to a folder that does not exist would become a file of its name
 file(GLOB files CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/resources/fonts/font-*)
 foreach(file IN LISTS files)
     cmake_path(GET file FILENAME name)
