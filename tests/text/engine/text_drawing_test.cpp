@@ -1,8 +1,8 @@
 #include <qel/render/renderer_software.h>
 #include <qel/scene/actors/anim_color.h>
-#include <qel/style/theme.h>
 #include <tests/render/canvas.h>
 #include <tests/support/picture_test.h>
+#include <tests/text/engine/noting_renderer.h>
 #include <tests/text/engine/text_fixture.h>
 
 #include <gmock/gmock.h>
@@ -12,6 +12,9 @@
 
 namespace qel {
 namespace {
+
+using test::NotingRenderer;
+using testing::ElementsAre;
 
 class TextDrawing : public test::TextFixture {
 protected:
@@ -80,6 +83,157 @@ TEST_F(TextDrawing, NothingIsDrawnWithAnInvisibleColor) {
     EXPECT_NE(drawn(), empty);
     text->deactivate();
     EXPECT_EQ(drawn(), empty);
+}
+
+TEST_F(TextDrawing, ColorIsThatOfTheAnimation) {
+    AnimColor animated;
+    animated.setColor({0.5f, 1, 1, 1});
+    layOut("abc");
+    text->setColor({1, 0.5f, 1, 1}).setAnimColor(&animated);
+    NotingRenderer renderer;
+    renderer.draw(text.get());
+    EXPECT_THAT(renderer.textColors, ElementsAre(IVec4<float>(0.5f, 0.5f, 1, 1)));
+    EXPECT_EQ(renderer.getColor(), IVec4<float>(1, 1, 1, 1));
+}
+
+TEST_F(TextDrawing, SelectionAndCursorSurroundTheText) {
+    layOut("abcd\nefgh").setCursorSelection(6, 2);
+    text->setBounds({10, 20, 100, 50});
+    NotingRenderer renderer;
+    renderer.draw(text.get());
+    EXPECT_THAT(renderer.rects, ElementsAre(Rect(21, 20, 29, 30), Rect(9, 30, 17, 40), Rect(15, 30, 17, 40)));
+    EXPECT_EQ(renderer.colors[0], IVec4<float>(0.19215687f, 0.43137255f, 0.6392157f, 1));
+    EXPECT_EQ(renderer.colors[2], IVec4<float>(1, 1, 1, 1));
+    text->setCursor(6);
+    NotingRenderer withoutSelection;
+    withoutSelection.draw(text.get());
+    EXPECT_THAT(withoutSelection.rects, ElementsAre(Rect(15, 30, 17, 40)));
+}
+
+TEST_F(TextDrawing, BarsAreAsWideAsTheBounds) {
+    layOutCodes("a{eol}{bar}b{endbar:red}").setColor({1, 1, 1, 0.5f});
+    text->setBounds({10, 20, 100, 50});
+    NotingRenderer renderer;
+    renderer.draw(text.get());
+    EXPECT_THAT(renderer.rects, ElementsAre(Rect(10, 30, 100, 40)));
+    EXPECT_THAT(renderer.colors, ElementsAre(IVec4<float>(1, 0, 0, 0.5f)));
+    text->setBounds({10, 90, 100, 95}); // the bar is below the target
+    NotingRenderer outside;
+    outside.draw(text.get());
+    EXPECT_TRUE(outside.rects.empty());
+}
+
+TEST_F(TextDrawing, LinesOutsideTheClipAreInvisible) {
+    layOut("a\nb\nc").setBounds({0, 0, 100, 30});
+    NotingRenderer renderer;
+    renderer.pushClip({0, 10, 200, 20});
+    renderer.draw(text.get());
+    EXPECT_FALSE(text->getLine(0).isVisible);
+    EXPECT_TRUE(text->getLine(1).isVisible);
+    EXPECT_FALSE(text->getLine(2).isVisible);
+}
+
+// --- scrolling ------------------------------------------------------------------------------------------
+
+class TextScrolling : public TextDrawing {
+protected:
+    void SetUp() override {
+        TextDrawing::SetUp();
+        layOut("0123456789\nab").setLineScrolling(true); // 60 pixels; a period takes 5250 + 4000 ms
+        text->setBounds({0, 0, 40, 40});
+        NotingRenderer().draw(text.get());
+    }
+    void pass(uint32 milliseconds) {
+        for (; milliseconds > 50; milliseconds -= 50) passAfter(50);
+        passAfter(milliseconds);
+    }
+    /// Draws at a time of the period. @return the x of the lines drawn.
+    std::vector<float> at(uint32 phaseMs) {
+        constexpr uint32 kPeriodMs = 9250;
+        const uint32 now = (system().getPresentationTime() + 1) % kPeriodMs;
+        pass(1 + (kPeriodMs + phaseMs - now) % kPeriodMs);
+        NotingRenderer renderer;
+        renderer.draw(text.get());
+        EXPECT_TRUE(renderer.softClips.front());
+        return renderer.lines;
+    }
+};
+
+TEST_F(TextScrolling, LongLineRestsAndThenMoves) {
+    EXPECT_THAT(at(0), ElementsAre(0, 0));
+    EXPECT_THAT(at(4000), ElementsAre(0, 0));
+    EXPECT_THAT(at(4700), ElementsAre(-10, 0));
+    EXPECT_THAT(at(9249), ElementsAre(testing::FloatNear(-75, 0.1f), 0, testing::FloatNear(0, 0.1f)));
+}
+
+TEST_F(TextScrolling, BeginningFollowsTheEnd) {
+    EXPECT_THAT(at(4000 + 40 * 70), ElementsAre(-40, 0, 35));
+    EXPECT_FALSE(text->getLine(1).isVisible); // is not drawn twice
+    EXPECT_TRUE(text->getLine(0).isRepeated);
+}
+
+TEST_F(TextScrolling, MovingLineKeepsTheHostAwake) {
+    at(3000);
+    pass(2000); // nothing moves
+    at(2999);
+    EXPECT_TRUE(system().isLowPowerModeApplicable());
+    at(3001);
+    EXPECT_FALSE(system().isLowPowerModeApplicable());
+}
+
+TEST_F(TextScrolling, LongLineWithoutScrollingIsClippedAtTheCursor) {
+    const auto isClipped = [this](TextAlign align) {
+        text->setHorizontalAlign(align);
+        NotingRenderer renderer;
+        renderer.draw(text.get());
+        return bool{renderer.softClips.front()};
+    };
+    text->setLineScrolling(false);
+    EXPECT_FALSE(isClipped(TextAlign::Start));
+    EXPECT_FALSE(isClipped(TextAlign::EndInk));
+    for (int align = 6; align <= 9; ++align) EXPECT_TRUE(isClipped(static_cast<TextAlign>(align))) << align;
+    EXPECT_FALSE(isClipped(static_cast<TextAlign>(10)));
+    EXPECT_FALSE(text->isSoftClipping());
+}
+
+TEST_F(TextScrolling, FontWithoutHeightDoesNotScroll) {
+    font->resize(0);
+    NotingRenderer renderer;
+    renderer.draw(text.get());
+    EXPECT_THAT(renderer.softClips, ElementsAre(false));
+}
+
+// --- pictures -------------------------------------------------------------------------------------------
+
+/// Pictures that hold on every machine: the font is not drawn by a library.
+class TextPictures : public TextDrawing {
+protected:
+    void expect(const char* name, FormatID format = BGRA8) {
+        test::expectPicture("tests/text/engine/pictures.txt",
+                            {name, {160, 100}, format, [this](RendererSoftware& renderer) {
+                                 renderer.clear({0.2f, 0.3f, 0.4f, 1});
+                                 renderer.draw(text.get());
+                             }});
+    }
+};
+
+TEST_F(TextPictures, Codes) {
+    text->setBounds({8.25f, 4, 150, 96}).setWordWrap(-1);
+    layOutCodes("{bar}{color:yellow}Head{endbar:red}{eop}{underline_on}under{underline_off} line and "
+                "{color:lime}more{color:white} words{eol}{align:center}mid{eol}{align:right}right{eol}"
+                "{align:none}{tab}{push_margin}these words wrap at the margin{pop_margin}");
+    expect("codes");
+    expect("codes-grey", L8);
+    text->setColor({1, 0.8f, 0.9f, 0.7f}).setShadow(true);
+    expect("codes-translucent");
+}
+
+TEST_F(TextPictures, HardCases) {
+    text->setBounds({8, 4, 150, 96}).setWordWrap(-1);
+    layOut("e\xCC\x81 \xE2\x80\x8B" "W \xD7\x90\xD7\x91 \xD7\x92 x\xE4\xB8\x80y\xE4\xB8\x81"
+           "z\xEE\x80\x81 aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa\xEE\x80\x80" "b");
+    text->setCursorSelection(4, 12);
+    expect("hard-cases");
 }
 
 } // namespace

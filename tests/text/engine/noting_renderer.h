@@ -1,0 +1,45 @@
+// A renderer that notes what a text draws with it.
+#pragma once
+
+#include <qel/imaging/pixels/image.h>
+#include <qel/render/renderer_software.h>
+#include <qel/text/engine/text_actor.h>
+
+#include <vector>
+
+namespace qel::test {
+
+/// A renderer that notes rectangles, and texts with the places of their visible lines.
+class NotingRenderer : public RendererSoftware {
+public:
+    NotingRenderer() {
+        image->initialize(BGRA8, {200, 100});
+        setRenderTarget(image.get());
+        start();
+    }
+    ~NotingRenderer() override { stop(); }
+
+    void drawRectInternal(const Rect& rect) override {
+        rects.push_back(rect);
+        colors.push_back(getColor());
+        clips.push_back(getClip());
+    }
+    void drawTextActorInternal(TextActor* text) override {
+        textColors.push_back(getColor());
+        positions.push_back(text->getPosition());
+        softClips.push_back(text->isSoftClipping());
+        for (size_t i = 0; i < text->getLineCount(); ++i)
+            if (text->getLine(i).isVisible) lines.push_back(text->getLine(i).x);
+    }
+
+    SmartPointer<Image> image = makeObject<Image>();
+    std::vector<Rect> rects;
+    std::vector<IVec4<float>> colors;
+    std::vector<IVec4<int>> clips;
+    std::vector<IVec4<float>> textColors;
+    std::vector<IVec2<float>> positions;
+    std::vector<bool> softClips;
+    std::vector<float> lines; ///< the x of the visible lines
+};
+
+} // namespace qel::test
