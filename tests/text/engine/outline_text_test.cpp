@@ -16,8 +16,7 @@
 namespace qel {
 namespace {
 
-constexpr const char* kAtlasIsFull =
-    "Failed to fit additional glyph into texture atlas! Creating new page";
+constexpr const char* kAtlasIsFull = "Failed to fit additional glyph into texture atlas! Creating new page";
 
 class OutlineText : public test::SystemFixture {
 protected:
@@ -43,7 +42,8 @@ protected:
     /// Returns a font whose fallback fonts have Hebrew, Arabic and Devanagari.
     SmartPointer<TrueTypeFont> loadWideFont(int size) {
         const auto font = loadFont(size);
-        font->setFallbackFonts({loadFont(size, "font-noto-hebrew.ttf"), loadFont(size, "font-noto-arabic.ttf"),
+        font->setFallbackFonts({loadFont(size, "font-noto-hebrew.ttf"),
+                                loadFont(size, "font-noto-arabic.ttf"),
                                 loadFont(size, "font-noto-devanagari.ttf")});
         return font;
     }
@@ -130,7 +130,8 @@ TEST_F(OutlineText, ShadowIsBelowToTheRight) {
     renderer.draw(text.get());
     EXPECT_THAT(renderer.textColors,
                 testing::ElementsAre(IVec4<float>(0.1f, 0.05f, 0.1f, 0.8f), IVec4<float>(1, 0.5f, 1, 1)));
-    EXPECT_THAT(renderer.positions, testing::ElementsAre(IVec2<float>(10 + dot, 20 + dot), IVec2<float>(10, 20)));
+    EXPECT_THAT(renderer.positions,
+                testing::ElementsAre(IVec2<float>(10 + dot, 20 + dot), IVec2<float>(10, 20)));
     EXPECT_EQ(text->getBounds(), Rect(10, 20, 100, 50));
 }
 
@@ -156,11 +157,13 @@ TEST_F(OutlineTextPictures, Markdown) {
 TEST_F(OutlineTextPictures, Scripts) {
     const SmartPointer<TrueTypeFont> font = loadWideFont(24);
     text->setFont(font.get()).setBounds({8, 8, 312, 192}).setWordWrap(-1);
-    text->setText("\xC3\x84\xC3\xB6\xC3\xBC e\xCC\x81 \xE2\x80\xA6 fi\xE2\x80\x8B" "fi\n"
+    text->setText("\xC3\x84\xC3\xB6\xC3\xBC e\xCC\x81 \xE2\x80\xA6 fi\xE2\x80\x8B"
+                  "fi\n"
                   "\xD7\xA9\xD7\x9C\xD7\x95\xD7\x9D 123 \xD7\xA2\xD7\x95\xD7\x9C\xD7\x9D\n"
                   "\xD9\x85\xD8\xB1\xD8\xAD\xD8\xA8\xD8\xA7 abc\n"
                   "\xE0\xA4\xA8\xE0\xA4\xAE\xE0\xA4\xB8\xE0\xA5\x8D\xE0\xA4\xA4\xE0\xA5\x87\n"
-                  "\xE2\x80\xAE" "overridden\xE2\x80\xAC \xF0\x9F\x98\x80 missing");
+                  "\xE2\x80\xAE"
+                  "overridden\xE2\x80\xAC \xF0\x9F\x98\x80 missing");
     test::LogCapture log;
     expect("outline-scripts");
     for (const test::LogLine& line : log.take())

@@ -230,8 +230,10 @@ TEST_F(TextPictures, Codes) {
 
 TEST_F(TextPictures, HardCases) {
     text->setBounds({8, 4, 150, 96}).setWordWrap(-1);
-    layOut("e\xCC\x81 \xE2\x80\x8B" "W \xD7\x90\xD7\x91 \xD7\x92 x\xE4\xB8\x80y\xE4\xB8\x81"
-           "z\xEE\x80\x81 aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa\xEE\x80\x80" "b");
+    layOut("e\xCC\x81 \xE2\x80\x8B"
+           "W \xD7\x90\xD7\x91 \xD7\x92 x\xE4\xB8\x80y\xE4\xB8\x81"
+           "z\xEE\x80\x81 aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa\xEE\x80\x80"
+           "b");
     text->setCursorSelection(4, 12);
     expect("hard-cases");
 }
