@@ -1,6 +1,6 @@
 // Texts of any bytes, with any style and place and in fonts of any sizes, drawn on a target of 64 by 64
-// pixels. Nothing is written outside the clip, the fast functions draw what the plain ones do, and a text that
-// is laid out again has the same lines.
+// pixels. Nothing is written outside the clip, the fast functions draw what the plain ones do, and a text
+// that is laid out again has the same lines.
 //
 // The first bytes select the style; the rest is the text.
 #include <fuzz/drawn_bytes.h>

@@ -158,11 +158,12 @@ bool TextActor::isLayoutOutdated() const {
 /// Lays the text out with the largest font with which it fits; with the small one if it fits with none.
 void TextActor::fitFont() {
     const Theme* const theme = system()->getTheme();
-    const std::array<Font*, 5> fonts{theme->largeFont(), theme->mediumLargeFont(), theme->mediumFont(),
-                                     theme->smallMediumFont(), theme->smallFont()};
+    const std::array<SmartPointer<Font>, 5> fonts{theme->largeFont(), theme->mediumLargeFont(),
+                                                  theme->mediumFont(), theme->smallMediumFont(),
+                                                  theme->smallFont()};
     for (size_t i = m_autoSizeUseLargeFont ? 0 : 2; i < fonts.size(); ++i) {
-        if (fonts[i] == nullptr) continue;
-        setFont(fonts[i]);
+        if (!fonts[i]) continue;
+        setFont(fonts[i].get());
         layOut();
         if (!isTooLargeInternal()) return;
     }

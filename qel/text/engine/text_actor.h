@@ -295,7 +295,8 @@ private:
     void drawLines(Renderer* renderer, bool isClipped);
     void drawScrollingLines(Renderer* renderer);
     void scrollLines();
-    bool repeatLines();
+    void shiftRepeatedLines(float widths, float distance);
+    bool showRepeatedLines();
     void drawWithShadow(Renderer* renderer);
     void drawShadow(Renderer* renderer);
     void drawSelection(Renderer* renderer);

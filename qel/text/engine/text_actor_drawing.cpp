@@ -86,7 +86,10 @@ void TextActor::drawLines(Renderer* renderer, bool isClipped) {
 void TextActor::drawScrollingLines(Renderer* renderer) {
     scrollLines();
     drawLines(renderer, true);
-    if (repeatLines()) drawLines(renderer, true);
+    const float gap = kGapLines * static_cast<float>(getLineHeight());
+    shiftRepeatedLines(1, gap);
+    if (showRepeatedLines()) drawLines(renderer, true);
+    shiftRepeatedLines(-1, -gap);
 }
 
 /// Moves the visible long lines to where they are at this time.
@@ -103,12 +106,17 @@ void TextActor::scrollLines() {
     }
 }
 
-/// Moves the lines that scroll behind their own ends, and hides all others. @return true if one can be seen.
-bool TextActor::repeatLines() {
-    const float gap = kGapLines * static_cast<float>(getLineHeight());
+/// Moves the lines that scroll by a part of their widths and a distance: to the place after their own
+/// ends, and back.
+void TextActor::shiftRepeatedLines(float widths, float distance) {
+    for (TextLine& line : m_lines->lines)
+        if (line.isRepeated) line.x += widths * static_cast<float>(line.width) + distance;
+}
+
+/// Hides all lines but those that scroll and begin in the bounds. @return true if there is one.
+bool TextActor::showRepeatedLines() {
     bool isAnyVisible = false;
     for (TextLine& line : m_lines->lines) {
-        if (line.isRepeated) line.x += static_cast<float>(line.width) + gap;
         line.isVisible = line.isRepeated && m_position.x + line.x < m_softClipRight + m_softClipFade;
         isAnyVisible |= line.isVisible;
     }
