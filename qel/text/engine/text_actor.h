@@ -21,6 +21,15 @@
 #include <string>
 
 namespace qel {
+class TextActor;
+}
+
+namespace qel::seams {
+/// Reads the text of @p actor; see qel/testing/text_reading.h.
+void readTokens(TextActor& actor);
+} // namespace qel::seams
+
+namespace qel {
 
 class Alarm;
 class AnimColor;
@@ -260,6 +269,7 @@ private:
     friend class internal::TextBusy;
     friend class internal::TextLayout;
     friend class internal::TextReader;
+    friend void seams::readTokens(TextActor& actor);
 
     // What update() has to do: bits of m_dirty.
     static constexpr uint32 kDirtyPosition = 2;

@@ -4,6 +4,7 @@
 #include <qel/foundation/log/message_stream.h>
 #include <qel/text/engine/bidi_class_p.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace qel::internal {
@@ -11,6 +12,8 @@ namespace {
 
 // The warnings about the codes of one text, so that a text full of mistakes does not fill the log.
 constexpr std::size_t kMaximumWarnings = 1000;
+
+constexpr std::size_t kMaximumReserved = std::size_t(1) << 20;
 
 // Returns true for the ASCII characters that are tokens of their own whatever the parser is.
 constexpr bool isPlain(char byte) {
@@ -21,7 +24,8 @@ constexpr bool isPlain(char byte) {
 } // namespace
 
 void TextReader::read(String text) {
-    m_actor.m_tokens.reserve(text.size() + 3); // a byte is at most one token; three end the text
+    // A byte is at most one token, and three tokens end the text. Few bytes of a long text may be tokens.
+    m_actor.m_tokens.reserve(std::min(text.size(), kMaximumReserved) + 3);
     TextSource source(std::move(text));
     if (readToEnd(source)) runCode(m_actor.m_trimEOT ? "end_of_text" : "multiline_end_of_text", {});
 }
@@ -41,7 +45,7 @@ bool TextReader::readToEnd(TextSource& source) {
         if (codePoint == '\r') continue;
         if (codePoint == '\n' && m_keepsSpaces) {
             pushLineEnd();
-        } else if (codePoint == '\n') {
+        } else if (codePoint == '\n' || codePoint == ' ') { // a space that follows an inserted text
             takeSpace();
         } else if (codePoint != '{' || !readsCodes()) {
             takeCharacter(codePoint);

@@ -200,6 +200,7 @@ TEST_F(ControlCodes, EnvironmentIsReadAsText) {
     system().setEnv("empty", "");
     EXPECT_EQ(read("x{env:name}y"), "xa_{15:1}ÿy|¶$");
     EXPECT_EQ(read("x{env:open}_off}y"), "x{15:0}y|¶$") << "a code may end after the inserted text";
+    EXPECT_EQ(read("{env:name} y\n{env:empty} z"), "a_{15:1}ÿ_y_z|¶$") << "spaces after an inserted text";
     EXPECT_EQ(read("{env:empty}y"), "y|¶$");
     EXPECT_EQ(read("{env:é}"), "<NO-ENV:é>|¶$");
     EXPECT_EQ(read("{env:}"), "<NO-ENV:>|¶$");
