@@ -113,12 +113,12 @@ bool FontFace::drawGlyph() {
 }
 
 void FontFace::readMetrics(Font::Character& character) const {
-    const FT_GlyphSlot slot = m_face->glyph;
-    character.width = toInt16(slot->bitmap.width);
-    character.height = toInt16(slot->bitmap.rows);
-    character.xAdvance = toInt16(roundUp(slot->advance.x));
-    character.xOffset = toInt16(slot->bitmap_left);
-    character.yOffset = toInt16(-int64{slot->bitmap_top});
+    const FT_GlyphSlotRec& slot = *m_face->glyph;
+    character.width = toInt16(slot.bitmap.width);
+    character.height = toInt16(slot.bitmap.rows);
+    character.xAdvance = toInt16(roundUp(slot.advance.x));
+    character.xOffset = toInt16(slot.bitmap_left);
+    character.yOffset = toInt16(-int64{slot.bitmap_top});
 }
 
 bool FontFace::copyPixels(uint8* target, size_t targetPitch) const {

@@ -52,7 +52,7 @@ FTLibrarySingleton::FTLibrarySingleton() {
     }
     FT_Add_Default_Modules(m_library);
     for (const char* const name : kUnsafeModules)
-        if (FT_Module const module = FT_Get_Module(m_library, name)) FT_Remove_Module(m_library, module);
+        if (FT_Module module = FT_Get_Module(m_library, name)) FT_Remove_Module(m_library, module);
 }
 
 FTLibrarySingleton::~FTLibrarySingleton() {
