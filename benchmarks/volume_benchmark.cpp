@@ -3,6 +3,7 @@
 //
 // The texture keeps its memory from one load to the next, as that of a viewer does, and copies every slice.
 // The peer reads into memory of its own, without a range or a conversion.
+#include <qel/foundation/log/message_stream.h>
 #include <qel/imaging/pixels/image.h>
 #include <qel/system/core/system.h>
 #include <qel/volume/volume_loader.h>

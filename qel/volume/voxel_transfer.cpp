@@ -10,9 +10,9 @@ namespace qel::internal {
 namespace {
 
 /// Bytes that one thread reads and processes at a time.
-constexpr uint64 kPieceBytes = 256 << 10;
+constexpr uint64 kPieceBytes = 512 << 10;
 /// Bytes of converted slices before they are uploaded.
-constexpr uint64 kGroupBytes = 2 << 20;
+constexpr uint64 kGroupBytes = 1 << 20;
 
 /// Calls `run(begin, end)` for shares of 0 to @p voxels.
 template <typename Run>
