@@ -2,6 +2,7 @@
 #include <qel/imaging/pixels/image.h>
 #include <qel/render/renderer_software.h>
 #include <qel/scene/actors/rect_actor.h>
+#include <qel/system/core/application.h>
 #include <qel/system/core/system.h>
 #include <qel/testing/drawing.h>
 
@@ -100,15 +101,18 @@ void drawActors(benchmark::State& state) {
     {
         const auto image = qel::makeObject<qel::Image>(qel::BGRA8, qel::IVec2<int>(kWidth, kHeight));
         std::memset(image->getBytePointer(), 0x60, image->getByteSize());
-        qel::RendererSoftware renderer;
-        renderer.setRenderTarget(image.get());
+        const auto renderer = qel::makeObject<qel::RendererSoftware>();
+        renderer->setRenderTarget(image.get());
+        qel::Application& application = *qel::internal::g_system->getApplication();
+        application.setRenderer(renderer.get()); // textures then keep the format of their sprite
         const auto page = makePage();
         qel::seams::setDrawingMode(qel::seams::DrawingMode::Inline);
         for (auto _ : state) {
-            renderer.start();
-            for (const auto& actor : page) renderer.draw(actor.get());
-            renderer.stop();
+            renderer->start();
+            for (const auto& actor : page) renderer->draw(actor.get());
+            renderer->stop();
         }
+        application.setRenderer(nullptr);
         qel::seams::setDrawingMode(qel::seams::DrawingMode::Default);
     }
     qel::System::deinitialize();
