@@ -177,7 +177,7 @@ template <typename Accepts>
 TouchButton* TouchState::find(const Accepts& accepts) const {
     for (size_t i = 0; i < m_active.size(); ++i) {
         const SmartPointer<TouchButton> touch = m_active[i];
-        if (accepts(*touch)) return touch.get();
+        if (touch && accepts(*touch)) return touch.get();
     }
     return nullptr;
 }
