@@ -37,7 +37,7 @@ constexpr int kWidth = 1920;
 constexpr int kHeight = 1080;
 
 /// Two texts of 390 characters, so that no contender can keep the layout of the last one.
-const std::string kTexts[2] = {
+const qel::String kTexts[2] = {
     "The viewer shows one series in each view. A series that is still arriving is shown as far as it has "
     "come, "
     "and its progress is drawn at the lower edge. Scroll with the wheel or by dragging with one finger; zoom "
@@ -52,8 +52,8 @@ const std::string kTexts[2] = {
     "and angles are measured in pixels unless the images state the spacing of their pixels now."};
 
 /// Twenty lines of fifty letters.
-std::string letters() {
-    std::string text;
+qel::String letters() {
+    qel::String text;
     for (int i = 0; i < 1000; ++i) {
         if (i % 50 == 0 && i > 0) text += '\n';
         text += static_cast<char>('a' + i * 7 % 26);
@@ -101,7 +101,7 @@ void countCharacters(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(kTexts[0].size()));
 }
 
-void layOut(benchmark::State& state, qel::TextActor::Parser parser, const std::string (&texts)[2]) {
+void layOut(benchmark::State& state, qel::TextActor::Parser parser, const qel::String (&texts)[2]) {
     TextBench bench;
     bench.text->setWordWrap(600).setParser(parser);
     size_t turn = 0;
@@ -119,7 +119,7 @@ void layOutPlain(benchmark::State& state) {
 
 /// The same texts with a code for every other word.
 void layOutCodes(benchmark::State& state) {
-    std::string texts[2];
+    qel::String texts[2];
     for (size_t i = 0; i < 2; ++i) {
         int spaces = 0;
         for (const char c : kTexts[i]) {
