@@ -60,17 +60,23 @@ Rgba frameAt(float u, float v) {
     return mix(color, {0.98f, 0.78f, 0.23f, 1}, coverage(border, kPixel));
 }
 
+/// Returns a sprite that is drawn by @p colorAt. Smaller formats would show steps in its smooth colours.
+template <class ColorAt>
+qel::SmartPointer<qel::Sprite> spriteOf(const qel::IVec2<int>& size, ColorAt colorAt) {
+    auto sprite =
+        qel::Sprite::createFromLambda([=](qel::Image& image) { paint(image, size, colorAt); }, size);
+    sprite->setAllowLossyConversion(false);
+    return sprite;
+}
+
 } // namespace
 
 qel::SmartPointer<qel::Sprite> landscapeSprite() {
-    const qel::IVec2<int> size(192, 128);
-    return qel::Sprite::createFromLambda([size](qel::Image& image) { paint(image, size, &landscapeAt); },
-                                         size);
+    return spriteOf({192, 128}, &landscapeAt);
 }
 
 qel::SmartPointer<qel::Sprite> frameSprite() {
-    const qel::IVec2<int> size(64, 64);
-    return qel::Sprite::createFromLambda([size](qel::Image& image) { paint(image, size, &frameAt); }, size);
+    return spriteOf({64, 64}, &frameAt);
 }
 
 } // namespace qelscreens

@@ -2,6 +2,7 @@
 
 #include "actors_page.h"
 #include "fallback_fonts.h"
+#include "graphs_page.h"
 #include "placement_page.h"
 #include "text_page.h"
 #include "touches_page.h"
@@ -57,7 +58,7 @@ Screens::Screens(const std::string& stylesheet)
     : m_reader(new ReaderPage()),
       m_mover(new Mover()),
       m_stylesheet(new StylesheetFile(stylesheet, [this] { restyle(); })) {
-    m_pages = {new TextPage(), new ActorsPage(), new PlacementPage(), new TouchesPage()};
+    m_pages = {new TextPage(), new ActorsPage(), new PlacementPage(), new GraphsPage(), new TouchesPage()};
     m_pages.push_back(m_reader.get());
     const std::function<void()> actions[kBarButtons] = {
         [this] { turn(-1); }, [this] { turn(1); }, [this] { changeScale(1 / kScaleStep); },

@@ -166,6 +166,13 @@ std::string sheetOf(const ScratchFolder& folder, const HostRun&) {
     return folder.read("sheet.png");
 }
 
+/// Writes a text for the reader, the commands that draw it, and an old frame.
+void prepareScreens(const ScratchFolder& folder) {
+    folder.write("text.md", "A **text**");
+    folder.write("events", "frame frame.png\n");
+    folder.write("frame.png", "old");
+}
+
 const HostCase kCases[] = {
     {"qelhost, the catalogue", prepareTree,
      [] {
@@ -203,6 +210,28 @@ const HostCase kCases[] = {
      },
      "", sheetOf},
     {"qelimage, a sheet is drawn", preparePictures, &drawSheet, "", sheetOf},
+#ifdef QELSCREENS_PROGRAM // is built where SDL2 is installed
+    {"qelscreens, a frame is written", prepareScreens,
+     [] {
+         return std::vector<std::string>{QELSCREENS_PROGRAM,
+                                         "--resources",
+                                         sourceDir() + "/resources",
+                                         "--language",
+                                         "en",
+                                         "--width",
+                                         "300",
+                                         "--height",
+                                         "200",
+                                         "--page",
+                                         "6",
+                                         "--frames",
+                                         "pages",
+                                         "--events",
+                                         "events",
+                                         "text.md"};
+     },
+     "", [](const ScratchFolder& folder, const HostRun&) { return folder.read("frame.png"); }},
+#endif
     {"qelworker, a file is hashed", prepareJob, [] { return std::vector<std::string>{QELWORKER_PROGRAM}; },
      kWorkerScript, answerOfWorker},
 };

@@ -10,8 +10,8 @@ using namespace testing;
 
 using QelscreensTest = QelscreensFixture;
 
-constexpr const char* kPages[] = {"pages/1-text.png", "pages/2-actors.png", "pages/3-placement.png",
-                                  "pages/4-touches.png", "pages/5-reader.png"};
+constexpr const char* kPages[] = {"pages/1-text.png",   "pages/2-actors.png",  "pages/3-placement.png",
+                                  "pages/4-graphs.png", "pages/5-touches.png", "pages/6-reader.png"};
 
 TEST_F(QelscreensTest, WritesAPictureOfEachPage) {
     const HostRun run = this->run({"--frames", "pages"});
@@ -37,7 +37,7 @@ TEST_F(QelscreensTest, KeysTurnThePages) {
                              "key left\nframe last.png\n");
     ASSERT_EQ(run.status, 0) << run;
     ASSERT_EQ(play("frame page2.png\n", {"--page", "2"}).status, 0);
-    ASSERT_EQ(play("frame page5.png\n", {"--page", "5"}).status, 0);
+    ASSERT_EQ(play("frame page5.png\n", {"--page", "6"}).status, 0);
     EXPECT_TRUE(showTheSame("1.png", "1-again.png"));
     EXPECT_TRUE(showTheSame("2.png", "page2.png"));
     EXPECT_TRUE(showTheSame("last.png", "page5.png"));
@@ -123,9 +123,9 @@ TEST_F(QelscreensTest, AResizedWindowKeepsTheScale) {
 TEST_F(QelscreensTest, TouchesShowTheirOwners) {
     const HostRun run = play("touch 1 200 200\ntouch 2 700 250\ntouch 3 400 590\nframe three.png\n"
                              "lift 2\nframe two.png\nlift 1\nlift 3\nframe none.png\n",
-                             {"--page", "4"});
+                             {"--page", "5"});
     ASSERT_EQ(run.status, 0) << run;
-    ASSERT_EQ(play("frame empty.png\n", {"--page", "4"}).status, 0);
+    ASSERT_EQ(play("frame empty.png\n", {"--page", "5"}).status, 0);
     EXPECT_FALSE(showTheSame("three.png", "two.png"));
     EXPECT_TRUE(showTheSame("none.png", "empty.png"));
 }
