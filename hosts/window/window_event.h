@@ -24,8 +24,8 @@ struct WindowEvent {
     };
 
     Kind kind = Kind::None;  ///< what has happened
-    std::string text;        ///< the key, the typed text or the path
-    PointerList touches;     ///< all touches
+    std::string text{};      ///< the key, the typed text or the path
+    PointerList touches{};   ///< all touches
     bool endsAtOnce = false; ///< the touches are followed by a list without that of the wheel
 };
 
