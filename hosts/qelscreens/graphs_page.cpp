@@ -88,7 +88,7 @@ public:
 
 protected:
     void restyleContent() override {
-        qel::Font* const font = system()->getTheme()->mediumFont();
+        qel::Font* const font = system()->getTheme()->smallMediumFont();
         restyleText(m_bubble.getTextActor(), tr("screens-bubbles-tip"), font, look().text);
         restyleText(*m_box.getTextActor(), tr("screens-bubbles-box"), font, look().text);
         const float margin = look().space;
