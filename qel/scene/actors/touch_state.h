@@ -99,7 +99,8 @@ public:
     TouchButton* iterateOwnedEnd(const Object* owner, const TouchPredicate& predicate);
     /// Returns a touch of @p owner that does not end in this frame.
     TouchButton* iterateOwnedWithoutEnd(const Object* owner);
-    /// Lets the functions above return every touch again.
+    /// Lets the functions above return every touch again. A frame calls it after prepareNewTouches(), which
+    /// does not do so.
     void clearIterated();
 
     // --- asking -------------------------------------------------------------------------------------

@@ -222,7 +222,8 @@ public:
     /// Brings tokens, lines and position up to date. Drawing and the functions above do so themselves.
     void update();
     /// Frees the lines and tokens, which the next update() creates again. Does nothing if the deadline of the
-    /// frame is exceeded, or while the actor itself is updated or drawn.
+    /// frame is exceeded, or while the actor itself is updated or drawn. Call it after the theme has changed:
+    /// tokens keep the fonts of the theme with which they were read.
     void unload();
 
     // --- lines, for renderers; those of the last update() --------------------------------------------

@@ -74,8 +74,8 @@ public:
         readInfo();
         if (!m_reader.isNext(kCommon)) return false;
         readCommon();
-        if (!m_reader.isNext(kPages)) return false;
-        skipPages();
+        const bool hasPages = m_file.common.pageWidth > 0 && m_file.common.pageHeight > 0;
+        if (!hasPages || !m_reader.isNext(kPages) || !skipPages()) return false;
         if (!m_reader.isNext(kCharacters)) return false;
         readCharacters(m_reader.block());
         if (m_reader.isAtEnd() || !m_reader.isNext(kKernings)) return m_reader.isGood();
@@ -114,13 +114,15 @@ private:
         common.greenChannel = m_reader.u8();
         common.blueChannel = m_reader.u8();
     }
-    void skipPages() {
-        m_reader.u32(); // the size of the block, which its names end
-        for (int i = 0; i < m_file.common.pageCount && m_reader.isGood(); ++i) m_reader.text();
+    /// Skips a name for each page. @return false unless they fill the block.
+    bool skipPages() {
+        ByteReader names = m_reader.block();
+        for (int i = 0; i < m_file.common.pageCount && names.isGood(); ++i) names.text();
+        return m_reader.isGood() && names.isGood() && names.isAtEnd();
     }
     void readCharacters(ByteReader records) {
-        const float uPerPixel = perPixel(m_file.common.pageWidth);
-        const float vPerPixel = perPixel(m_file.common.pageHeight);
+        const float uPerPixel = 1.0f / static_cast<float>(m_file.common.pageWidth);
+        const float vPerPixel = 1.0f / static_cast<float>(m_file.common.pageHeight);
         for (ByteReader record(records.take(kCharacterSize)); records.isGood();
              record = ByteReader(records.take(kCharacterSize))) {
             const uint32 codePoint = toCodePoint(record.u32(), "invalid codepoint in bitmapfont");
@@ -129,13 +131,14 @@ private:
             character.y = record.u16();
             const int width = record.u16();
             const int height = record.u16();
-            character.width = toInt16(width);
-            character.height = toInt16(height);
             character.xOffset = record.i16();
             character.yOffset = toInt16(record.i16() - m_file.common.base);
             character.xAdvance = record.i16();
             character.page = record.u8();
             character.channel = record.u8();
+            const bool isOnPage = character.page < m_file.common.pageCount;
+            character.width = toInt16(isOnPage ? width : 0);
+            character.height = toInt16(isOnPage ? height : 0);
             character.uMin = static_cast<float>(character.x) * uPerPixel;
             character.vMin = static_cast<float>(character.y) * vPerPixel;
             character.uMax = static_cast<float>(character.x + width) * uPerPixel;
@@ -158,8 +161,6 @@ private:
         if (isInvalid && m_warnings++ < kMaxWarnings) logging::warning() << warning;
         return codePoint;
     }
-    /// Returns the texture coordinates of a pixel; 0 for a page without a size.
-    static float perPixel(uint16 pixels) { return pixels > 0 ? 1.0f / static_cast<float>(pixels) : 0.0f; }
 
     ByteReader m_reader;
     BmfFile m_file;

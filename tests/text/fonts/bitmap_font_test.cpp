@@ -114,6 +114,35 @@ TEST_F(BitmapFontTest, RefusesABlockThatStatesTooManyBytes) {
     EXPECT_FALSE(font->loadFromMemory(ConstByteSpan::fromText(file)));
 }
 
+TEST_F(BitmapFontTest, RefusesPagesWithoutASize) {
+    BmfSample narrow;
+    narrow.pageWidth = 0;
+    EXPECT_FALSE(load(narrow));
+    BmfSample flat;
+    flat.pageHeight = 0;
+    EXPECT_FALSE(load(flat));
+}
+
+TEST_F(BitmapFontTest, RefusesABlockOfPagesThatItsNamesDoNotFill) {
+    std::string file = BmfSample().bytes();
+    const size_t size = file.find(std::string("\3\x0A\0\0\0", 5)) + 1;
+    ASSERT_NE(size, std::string::npos + 1);
+    for (const char wrong : {'\x09', '\x0B'}) {
+        file[size] = wrong;
+        EXPECT_FALSE(font->loadFromMemory(ConstByteSpan::fromText(file))) << int{wrong};
+    }
+}
+
+TEST_F(BitmapFontTest, EmptiesCharactersOnPagesThatDoNotExist) {
+    BmfSample sample;
+    sample.glyphs = {{'A', {0, 0, 8, 9, 0, 3, 9}, 1}};
+    ASSERT_TRUE(load(sample));
+    const Font::Character* const a = font->getCharacter('A');
+    EXPECT_EQ(a->width, 0);
+    EXPECT_EQ(a->height, 0);
+    EXPECT_EQ(a->xAdvance, 9);
+}
+
 TEST_F(BitmapFontTest, UsesTheLastRecordOfACharacter) {
     BmfSample sample;
     sample.glyphs = {{'A', {0, 0, 1, 1, 0, 0, 1}}, {'A', {0, 0, 2, 2, 0, 0, 2}}};
@@ -156,14 +185,12 @@ TEST_F(BitmapFontTest, LimitsTheWarningsOfAFile) {
 TEST_F(BitmapFontTest, LimitsLengthsTo16Bits) {
     BmfSample sample;
     sample.base = 65535;
-    sample.pageWidth = 0;
     sample.glyphs = {{'A', {1, 0, 65535, 40000, 0, -32768, 0}}};
     ASSERT_TRUE(load(sample));
     const Font::Character* const a = font->getCharacter('A');
     EXPECT_EQ(a->width, 32767);
     EXPECT_EQ(a->height, 32767);
     EXPECT_EQ(a->yOffset, -32768);
-    EXPECT_EQ(a->uMax, 0);
     EXPECT_EQ(font->getAscent(), -65535);
     EXPECT_EQ(font->getDescent(), 16 - 65535);
 }
