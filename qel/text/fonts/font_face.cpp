@@ -33,9 +33,9 @@ IVec2<int> outlineSize(FT_Outline& outline) {
 std::unique_ptr<FontFace> FontFace::open(FTLibrarySingleton& library, ConstByteSpan file, int size) {
     FT_Face face = nullptr;
     const FT_Error error =
-        library.library() == nullptr
+        library.handle() == nullptr
             ? FT_Err_Invalid_Library_Handle
-            : FT_New_Memory_Face(library.library(), file.data, static_cast<FT_Long>(file.size), 0, &face);
+            : FT_New_Memory_Face(library.handle(), file.data, static_cast<FT_Long>(file.size), 0, &face);
     if (error != 0) {
         logging::error() << "Failed to load truetype font (FT_New_Memory_Face):  Error: " << error;
         return nullptr;

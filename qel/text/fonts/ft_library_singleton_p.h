@@ -34,7 +34,7 @@ public:
     ~FTLibrarySingleton() override;
 
     /// Returns the library; null if it could not be created.
-    FT_Library library() const { return m_library; }
+    FT_Library handle() const { return m_library; }
 
     /// Returns the bytes of a resource that is in memory; empty if it is not.
     ConstByteSpan find(std::string_view name) const;
