@@ -31,7 +31,7 @@ bool isBgra(const SDL_PixelFormat& format) {
     return format.format == SDL_PIXELFORMAT_RGB888 || format.format == SDL_PIXELFORMAT_ARGB8888;
 }
 
-/// Lets @p image be the pixels of @p surface, or gives it memory of its own if their formats differ.
+/// Lets @p image be the pixels of @p surface, or initialises it with memory of its own if the formats differ.
 void shareOrAllocate(qel::Image& image, SDL_Surface& surface) {
     const qel::IVec2<int> size(surface.w, surface.h);
     if (!isBgra(*surface.format)) {

@@ -55,8 +55,8 @@ public:
     Object* getOwner() const { return m_owner.get(); }
     /// Returns the object that owned the touch when it last ended, or null.
     Object* getLastOwner() const { return m_lastOwner.get(); }
-    /// Gives the touch to @p owner. A further tap counts as the first one if it is given to another object
-    /// than the tap before.
+    /// Makes @p owner the owner of the touch. A further tap counts as the first one if its owner is another
+    /// object than that of the tap before.
     void setNewOwner(Object* owner);
 
     /// Makes isDoubleTapBegin() and isDoubleTapEnd() return false from now on.

@@ -59,15 +59,15 @@ public:
     // A touch can be claimed in the frame in which it begins, if it has no owner and lies inside all clips.
     // Forms with a mask only regard touches that have at least one of its flags.
 
-    /// Gives @p owner the first touch less than @p radius pixels from @p center. @return the touch or null.
+    /// Claims for @p owner the first touch less than @p radius pixels from @p center. @return the touch or null.
     TouchButton* acquireBegin(Object* owner, const IVec2<float>& center, float radius, uint32 mask);
-    /// Gives @p owner the first touch inside one of two rectangles. @return the touch or null.
+    /// Claims for @p owner the first touch inside one of two rectangles. @return the touch or null.
     TouchButton* acquireBegin(Object* owner, const Rect& rect1, const Rect& rect2, uint32 mask);
-    /// Gives @p owner the first touch inside a rectangle. @return the touch or null.
+    /// Claims for @p owner the first touch inside a rectangle. @return the touch or null.
     TouchButton* acquireBegin(Object* owner, const Rect& rect, uint32 mask);
-    /// Gives @p owner the first touch that @p predicate accepts. @return the touch or null.
+    /// Claims for @p owner the first touch that @p predicate accepts. @return the touch or null.
     TouchButton* acquireBegin(Object* owner, const TouchPredicate& predicate);
-    /// Gives @p owner the first touch. @return the touch or null.
+    /// Claims for @p owner the first touch. @return the touch or null.
     TouchButton* acquireBegin(Object* owner, uint32 mask);
     /// Returns the first touch inside a rectangle that could be claimed, or null.
     TouchButton* checkBegin(const Rect& rect, uint32 mask);
@@ -109,7 +109,7 @@ public:
     TouchButton* getFirstOwned(const Object* owner);
     /// Returns the first touch of @p owner inside a rectangle that has not been iterated, or null.
     TouchButton* getFirstOwned(const Object* owner, const Rect& rect);
-    /// Gives all touches of @p from to @p to; null leaves them without an owner.
+    /// Makes @p to the owner of all touches of @p from; null leaves them without an owner.
     void transferOwner(const Object* from, Object* to);
     /// Takes all touches from their owners.
     void clearAllOwners();

@@ -55,8 +55,8 @@ public:
     /// Sets the values at the bottom and the top of the plot; 0 and 1 initially. Curves are drawn only if the
     /// values differ.
     GraphActor& setVerticalAxisInterval(float begin, float end);
-    /// Sets the number of guide lines, which stand upright; 0 initially, and at most one for each pixel of
-    /// the width. Their values are written if there is room.
+    /// Sets the number of vertical guide lines; 0 initially, and at most one for each pixel of the width.
+    /// Their values are written if there is room.
     GraphActor& setVerticalLines(int count);
     /// Sets the rectangle in pixels of the target. Nothing is drawn in empty bounds.
     GraphActor& setBounds(const Rect& bounds);

@@ -16,8 +16,8 @@ void executeParts(ParallelKernel& kernel, unsigned processors = 1);
 template <typename Run>
 class RangeKernel final : public ParallelKernel {
 public:
-    /// Calls `run(begin, end)` for each of @p parts shares of 0 to @p count. @param parts  0 for as many as
-    /// there are processors, but no more than @p mostParts.
+    /// Calls `run(begin, end)` for each of @p parts shares of 0 to @p count.
+    /// @param parts  0 means one for each processor, but no more than @p mostParts.
     RangeKernel(uint64 count, unsigned parts, unsigned mostParts, const Run& run)
         : m_count(count), m_parts(parts), m_mostParts(mostParts), m_run(run) {}
 

@@ -6,6 +6,7 @@
 #include <qel/render/renderer_software.h>
 #include <qel/software3d/software_volume_texture.h>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -110,8 +111,7 @@ TEST_F(MeshDrawingTest, NeighboursShareNoPixel) {
     mesh->setIndices(indices);
     scene.drawMesh(*mesh, {1, 1, 1, 0.5f});
     for (int y = 0; y < 32; ++y)
-        for (int x = 0; x < 32; ++x)
-            EXPECT_TRUE(scene.alpha(x, y) == 0 || scene.alpha(x, y) == 128) << x << " " << y;
+        for (int x = 0; x < 32; ++x) EXPECT_THAT(scene.alpha(x, y), testing::AnyOf(0, 128)) << x << " " << y;
     EXPECT_EQ(scene.alpha(16, 15), 128);
 }
 
