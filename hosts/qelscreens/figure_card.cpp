@@ -43,7 +43,8 @@ void FigureCard::drawContent(qel::Renderer& renderer, const qel::Rect& place) {
     for (size_t i = 0; i < m_figures.size(); ++i) {
         const int index = static_cast<int>(i);
         qel::Rect cell = columnOf(place, index % m_columns, m_columns, look().space);
-        cell.y0 += static_cast<float>(index / m_columns) * (height + captionHeight());
+        const int row = index / m_columns;
+        cell.y0 += static_cast<float>(row) * (height + captionHeight());
         cell.y1 = cell.y0 + height;
         drawRect(renderer, cell, look().field);
         Figure& figure = m_figures[i];

@@ -215,8 +215,9 @@ void VolumeLoader::generateTestImage(const IVec3<int>& size) {
     if (!image->isInitialized()) return;
     const auto software = makeObject<RendererSoftware>();
     software->setRenderTarget(image.get());
-    const Rect cuboid(static_cast<float>(size.x / 10), static_cast<float>(size.y / 10),
-                      static_cast<float>(size.x / 3), static_cast<float>(size.y / 3));
+    const IVec2<int> leftTop(size.x / 10, size.y / 10);
+    const IVec2<int> rightBottom(size.x / 3, size.y / 3);
+    const Rect cuboid{IVec2<float>(leftTop), IVec2<float>(rightBottom)};
     for (int z = 0; z < size.z; ++z) {
         software->start();
         software->clear({0, 0, 0, 1});

@@ -97,6 +97,12 @@ bool readNumber(Item::Iterator& element, double& value) {
     return true;
 }
 
+/// The numbers of a value of a curve.
+template <typename T>
+constexpr size_t kNumbers = 1;
+template <>
+constexpr size_t kNumbers<IVec3<float>> = 3;
+
 void narrow(const std::array<double, 1>& numbers, float& value) {
     value = static_cast<float>(numbers[0]);
 }
@@ -110,7 +116,7 @@ Curve<T> curveIn(const Item& list) {
     Curve<T> curve;
     Item::Iterator element(list);
     for (double key = 0; readNumber(element, key);) {
-        std::array<double, sizeof(T) / sizeof(float)> numbers{};
+        std::array<double, kNumbers<T>> numbers{};
         for (double& number : numbers)
             if (!readNumber(element, number)) return curve;
         T value{};

@@ -35,7 +35,10 @@ void WritePreintegratedRow(uint8_t* out, const IVec4<float>* sums, size_t row, s
     constexpr size_t kPixels = hn::MaxLanes(d) / 4;
     const auto before = hn::LoadDup128(d, &sums[row].x);
     HWY_ALIGN float first[hn::MaxLanes(d)];
-    for (size_t i = 0; i < kPixels * 4; ++i) first[i] = static_cast<float>(begin - row + i / 4);
+    for (size_t i = 0; i < kPixels * 4; ++i) {
+        const size_t distance = begin - row + i / 4;
+        first[i] = static_cast<float>(distance);
+    }
     auto width = hn::Load(d, first);
     size_t column = begin;
     for (; column + kPixels <= end; column += kPixels) {
