@@ -59,7 +59,8 @@ public:
     // A touch can be claimed in the frame in which it begins, if it has no owner and lies inside all clips.
     // Forms with a mask only regard touches that have at least one of its flags.
 
-    /// Claims for @p owner the first touch less than @p radius pixels from @p center. @return the touch or null.
+    /// Claims for @p owner the first touch less than @p radius pixels from @p center.
+    /// @return the touch or null.
     TouchButton* acquireBegin(Object* owner, const IVec2<float>& center, float radius, uint32 mask);
     /// Claims for @p owner the first touch inside one of two rectangles. @return the touch or null.
     TouchButton* acquireBegin(Object* owner, const Rect& rect1, const Rect& rect2, uint32 mask);

@@ -473,6 +473,8 @@ TEST_F(RectActorSprite, ALazyTextureOfAnotherRendererIsReplaced) {
 }
 
 TEST_F(RectActorSprite, DrawingAllocatesNothing) {
+    if (!test::countsAllocations())
+        GTEST_SKIP() << "the thread sanitizer has allocation operators of its own";
     AnimColor animated;
     actor.setSprite(makeSprite({64, 64})).setAnimColor(&animated).setShadow(true);
     actor.setFixedSize({20, 20})

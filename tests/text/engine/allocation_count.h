@@ -5,6 +5,9 @@
 
 namespace qel::test {
 
+/// Returns false under the thread sanitizer, where nothing is counted.
+bool countsAllocations();
+
 /// Returns the number of calls of operator new in this program, the library included.
 std::size_t allocationCount();
 
