@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 
 namespace qel::internal {
 namespace {
@@ -15,6 +16,11 @@ constexpr float kLocalShare = 0.8f;
 constexpr float kLocalDistance = 2;
 
 } // namespace
+
+void RayCaster::castRow(int y, int x, int pixelStep, int count, const float* depths, Rgba* colors) const {
+    for (int i = 0; i < count; ++i)
+        colors[i] = cast(x + i * pixelStep, y, depths[std::ptrdiff_t{i} * pixelStep]);
+}
 
 Rgba RayCaster::cast(int x, int y, float depth) const {
     Path path{};

@@ -10,11 +10,15 @@ class RayCaster {
 public:
     explicit RayCaster(const VolumeDraw& draw) : m_draw(draw) {}
 
-    /// Returns the colour in a pixel, multiplied by its coverage and without tint.
-    /// @param depth  the normalised depth at which the ray ends, -1 to 1.
-    Rgba cast(int x, int y, float depth) const;
+    /// Computes the colours of the @p count pixels x, x + pixelStep, x + 2 * pixelStep and so on of row @p y,
+    /// multiplied by their coverage and without tint.
+    /// @param depths  the normalised depths, -1 to 1, at which the rays of the row's pixels end; the first is
+    ///                that of pixel x, and every pixelStep-th is read.
+    /// @param colors  receives @p count colours.
+    void castRow(int y, int x, int pixelStep, int count, const float* depths, Rgba* colors) const;
 
 private:
+    Rgba cast(int x, int y, float depth) const;
     /// The part of a ray inside the volume, in equal segments. Places are in voxels.
     struct Path {
         IVec3<float> start;

@@ -57,12 +57,15 @@ void drawVolume(Image& target, DepthBuffer& depth, const VolumeDraw& draw) {
     runPieces(static_cast<unsigned>(columns * rows), [&](unsigned tile) {
         const int left = area.x + static_cast<int>(tile) % columns * kTile;
         const int top = area.y + static_cast<int>(tile) / columns * kTile;
+        const int width = std::min(kTile, area.z - left);
         for (int y = top; y < std::min(top + kTile, area.w); ++y) {
-            uint8* const row = target.getBytePointer(y);
-            for (int x = left; x < std::min(left + kTile, area.z); ++x) {
-                const Rgba color = caster.cast(x, y, depth.at(x, y));
+            Rgba colors[kTile];
+            caster.castRow(y, left, 1, width, &depth.at(left, y), colors);
+            uint8* const row = target.getBytePointer(y) + std::ptrdiff_t{left} * 4;
+            for (int i = 0; i < width; ++i) {
+                const Rgba& color = colors[i];
                 if (!(color.a > 0)) continue;
-                blendPixel(row + std::ptrdiff_t{x} * 4, {color.r * tint.x * alpha, color.g * tint.y * alpha,
+                blendPixel(row + std::ptrdiff_t{i} * 4, {color.r * tint.x * alpha, color.g * tint.y * alpha,
                                                          color.b * tint.z * alpha, color.a * alpha});
             }
         }
