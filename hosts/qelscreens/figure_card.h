@@ -1,7 +1,7 @@
 // FigureCard: pictures in a grid, each with a caption.
 #pragma once
 
-#include "card.h"
+#include "widgets.h"
 
 #include <functional>
 #include <vector>

@@ -1,26 +1,18 @@
 // qelscreens: a desktop host that shows what the scene can draw, or writes it as PNG files.
-#include "fallback_fonts.h"
 #include "options.h"
 #include "page_writer.h"
 #include "screens.h"
-#include "text_table.h"
 
 #include <hosts/shared/host_main.h>
-#include <hosts/shared/shipped_path.h>
 #include <hosts/shared/standard_output.h>
-#include <hosts/shared/unhandled_errors.h>
+#include <hosts/widgets/desktop_program.h>
 #include <hosts/window/frame_loop.h>
 #include <hosts/window/input_script.h>
 
 #include <qel/files/file.h>
-#include <qel/foundation/log/message_stream.h>
 #include <qel/imaging/pixels/image.h>
-#include <qel/plugins/resource_locator.h>
-#include <qel/system/core/application.h>
-#include <qel/system/core/clock.h>
 #include <qel/system/core/system.h>
 
-#include <filesystem>
 #include <memory>
 
 namespace {
@@ -31,33 +23,6 @@ using qelwindow::Window;
 constexpr const char* kName = "qelscreens";
 constexpr const char* kDefaultFolder = "qelscreens";
 constexpr qel::uint64 kMostPixels = 1 << 26; // of a picture in the reader
-constexpr int kWarning = 2;                  // levels of the log
-
-void writeLogLine(const qel::logging::ConsoleLine& line) {
-    if (line.level >= kWarning) qelhosts::complain(kName, std::string(line.text));
-}
-
-std::vector<std::string> resourceFolders(const Options& options) {
-    if (!options.resources.empty()) return options.resources;
-    return {qelhosts::pathFromProgram(qelhosts::kDataFolder)};
-}
-
-void setUp(const Options& options) {
-    qel::System& system = *qel::Object::system();
-    if (!options.language.empty()) system.setLanguage(options.language);
-    qel::ResourceLocator& resources = *system.getResourceLocator();
-    for (const std::string& folder : resourceFolders(options)) {
-        resources.addResourceDirectory(folder); // the stylesheet
-        resources.addResourcePackagesFromDirectory(folder);
-    }
-    resources.addResourceDirectory(qelhosts::shippedFontsPath());
-    addSystemFonts();
-    const qel::SmartPointer<TextTable> texts(new TextTable());
-    for (const char* const code : {"en", "de"})
-        if (!texts->load(code)) qel::logging::warning() << "the texts of the pages are missing";
-    resources.addResourceProvider(texts.get());
-    qel::Image::setDecodeLimit(kMostPixels);
-}
 
 /// Opens the window, or one in memory if the pages are to be written or there is no display.
 /// @param folder  the folder for the pages; set if there is no display.
@@ -79,7 +44,7 @@ std::unique_ptr<Window> openWindow(const Options& options, std::string& folder) 
 /// Returns the stylesheet to watch: that of the command line, or the shipped one.
 std::string stylesheetOf(const Options& options) {
     if (!options.style.empty()) return options.style;
-    for (const std::string& folder : resourceFolders(options))
+    for (const std::string& folder : qelwidgets::resourceFolders(options.resources))
         if (qel::File::existsFile(folder + "/style-default.css")) return folder + "/style-default.css";
     return {};
 }
@@ -113,23 +78,15 @@ int show(const Options& options, Window& window, const std::string& folder) {
 /// Runs the host. Frames that are written follow a clock that only the host moves, so that they are the same
 /// each time.
 int run(const Options& options) {
-    qel::logging::setConsoleWriter(&writeLogLine);
     std::string folder = options.frames;
     const std::unique_ptr<Window> window = openWindow(options, folder);
     if (!window) return 1;
-    qel::ManualClock clock;
-    if (!folder.empty()) qel::Clock::install(&clock);
-    qel::System::initialize([] { return new qel::Application(); });
-    qel::System::installInterruptHandler();
-    const int status = qelhosts::reportingErrors(kName, [&] {
-        setUp(options);
+    return qelwidgets::runDesktopProgram(kName, !folder.empty(), [&] {
+        qelwidgets::addDesktopResources(qelwidgets::resourceFolders(options.resources), "screens-texts",
+                                        options.language);
+        qel::Image::setDecodeLimit(kMostPixels);
         return show(options, *window, folder);
     });
-    qel::Object::system()->clearApplication();
-    qel::System::deinitialize();
-    qel::Clock::install(nullptr);
-    qel::logging::setConsoleWriter(nullptr);
-    return qelhosts::statusAfterOutput(status, kName);
 }
 
 } // namespace

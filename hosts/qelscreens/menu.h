@@ -1,7 +1,7 @@
 // Menu: a list of entries beside what opened it.
 #pragma once
 
-#include "button.h"
+#include "widgets.h"
 
 #include <vector>
 

@@ -1,7 +1,7 @@
 // Page: one of the pages that can be turned.
 #pragma once
 
-#include "card.h"
+#include "widgets.h"
 
 #include <qel/foundation/base/containers.h>
 

@@ -1,9 +1,9 @@
 // PlacementPage: menus that find a free place.
 #pragma once
 
-#include "button.h"
 #include "menu.h"
 #include "page.h"
+#include "widgets.h"
 
 namespace qelscreens {
 

@@ -1,10 +1,10 @@
 // ReaderPage: shows a Markdown file or the pictures of a folder.
 #pragma once
 
-#include "button.h"
 #include "page.h"
 #include "picture_loader.h"
 #include "reader_source.h"
+#include "widgets.h"
 
 namespace qelscreens {
 

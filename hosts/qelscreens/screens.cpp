@@ -1,12 +1,12 @@
 #include "screens.h"
 
 #include "actors_page.h"
-#include "fallback_fonts.h"
 #include "graphs_page.h"
 #include "placement_page.h"
 #include "text_page.h"
 #include "touches_page.h"
 
+#include <hosts/widgets/fallback_fonts.h>
 #include <hosts/window/pointers.h>
 
 #include <qel/render/renderer.h>
@@ -92,7 +92,7 @@ void Screens::turn(int step) {
 }
 
 void Screens::adapt() {
-    setFallbackFonts();
+    qelwidgets::setFallbackFonts();
     restyle();
 }
 

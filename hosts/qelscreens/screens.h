@@ -1,10 +1,10 @@
 // Screens: the pages, the bar above them, and what turns and scrolls them.
 #pragma once
 
-#include "button.h"
 #include "page.h"
 #include "reader_page.h"
 #include "stylesheet_file.h"
+#include "widgets.h"
 
 #include <hosts/window/display_theme.h>
 #include <hosts/window/screen.h>

@@ -1,8 +1,8 @@
 // TextField: a line of text that one can type into.
 #pragma once
 
-#include "card.h"
 #include "edit_buffer.h"
+#include "widgets.h"
 
 #include <hosts/window/text_receiver.h>
 

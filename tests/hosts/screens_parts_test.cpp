@@ -2,7 +2,7 @@
 // texts.
 #include <hosts/qelscreens/edit_buffer.h>
 #include <hosts/qelscreens/reader_source.h>
-#include <hosts/qelscreens/text_table.h>
+#include <hosts/widgets/text_table.h>
 #include <tests/support/scratch_folder.h>
 #include <tests/support/source_dir.h>
 #include <tests/support/system_fixture.h>
@@ -135,10 +135,10 @@ TEST_F(TextTableTest, ServesTheTextsOfAFile) {
     const ScratchFolder folder;
     folder.write("screens-texts.en.txt", "ignored\n[one]\n1\n\n2\n[two]\n[--|]right\n");
     system().getResourceLocator()->addResourceDirectory(folder.path());
-    TextTable table;
+    qelwidgets::TextTable table;
     table.disableSmartPointers();
-    ASSERT_TRUE(table.load("en"));
-    EXPECT_FALSE(table.load("fr"));
+    ASSERT_TRUE(table.load("screens-texts", "en"));
+    EXPECT_FALSE(table.load("screens-texts", "fr"));
     qel::Buffer text;
     ASSERT_TRUE(table.loadResource("tr-one.en.txt", text));
     EXPECT_EQ(text.getConstByteSpan().asText(), "1\n\n2");

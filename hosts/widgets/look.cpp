@@ -1,10 +1,10 @@
-#include "look.h"
+#include <hosts/widgets/look.h>
 
 #include <qel/style/style_data.h>
 #include <qel/style/theme.h>
 #include <qel/system/core/system.h>
 
-namespace qelscreens {
+namespace qelwidgets {
 
 namespace {
 
@@ -41,4 +41,4 @@ Look Look::read() {
     return look;
 }
 
-} // namespace qelscreens
+} // namespace qelwidgets

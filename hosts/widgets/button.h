@@ -1,11 +1,11 @@
 // Button: a rectangle with a label that can be pressed.
 #pragma once
 
-#include "card.h"
+#include <hosts/widgets/card.h>
 
 #include <functional>
 
-namespace qelscreens {
+namespace qelwidgets {
 
 /// A button. It is pressed when a finger or a button of the mouse is released on it.
 /// @threads main thread.
@@ -38,4 +38,4 @@ private:
     bool m_isDown = false;
 };
 
-} // namespace qelscreens
+} // namespace qelwidgets

@@ -1,7 +1,7 @@
 // Fonts for the scripts that the fonts of the theme lack.
 #pragma once
 
-namespace qelscreens {
+namespace qelwidgets {
 
 /// Makes the system's font for Chinese, Japanese and Korean a resource if it is installed.
 void addSystemFonts();
@@ -9,4 +9,4 @@ void addSystemFonts();
 /// Lets all fonts of the theme ask those of other scripts for the glyphs that they lack.
 void setFallbackFonts();
 
-} // namespace qelscreens
+} // namespace qelwidgets

@@ -1,12 +1,12 @@
-#include "text_table.h"
+#include <hosts/widgets/text_table.h>
 
 #include <qel/foundation/base/buffer.h>
 
-namespace qelscreens {
+namespace qelwidgets {
 
-bool TextTable::load(const std::string& language) {
+bool TextTable::load(const std::string& name, const std::string& language) {
     qel::Buffer content;
-    if (!content.loadFromResource(("screens-texts." + language + ".txt").c_str(), true)) return false;
+    if (!content.loadFromResource((name + "." + language + ".txt").c_str(), true)) return false;
     read(content.getConstByteSpan().asText(), language);
     return true;
 }
@@ -33,4 +33,4 @@ bool TextTable::loadResource(qel::SmartCStr name, qel::Buffer& buffer) {
     return true;
 }
 
-} // namespace qelscreens
+} // namespace qelwidgets

@@ -1,7 +1,7 @@
 // Card: a panel of a page.
 #pragma once
 
-#include "look.h"
+#include <hosts/widgets/look.h>
 
 #include <qel/foundation/base/object.h>
 #include <qel/foundation/base/rect.h>
@@ -16,7 +16,7 @@ class Renderer;
 class TouchState;
 } // namespace qel
 
-namespace qelscreens {
+namespace qelwidgets {
 
 /// A panel with a title. Its content is placed each time it is drawn, so that scrolling and resizing need
 /// nothing else.
@@ -79,4 +79,4 @@ bool contains(const qel::Rect& place, const qel::IVec2<float>& point);
 /// Divides @p place into @p count columns with a gap. @return column @p index.
 qel::Rect columnOf(const qel::Rect& place, int index, int count, float gap);
 
-} // namespace qelscreens
+} // namespace qelwidgets

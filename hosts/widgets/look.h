@@ -1,9 +1,9 @@
-// Look: the colours and sizes of the pages, from the stylesheet and the theme.
+// Look: the colours and sizes of desktop programs, from the stylesheet and the theme.
 #pragma once
 
 #include <qel/foundation/base/ivec.h>
 
-namespace qelscreens {
+namespace qelwidgets {
 
 using Color = qel::IVec4<float>;
 
@@ -12,7 +12,7 @@ using Color = qel::IVec4<float>;
 /// @param fallback  returned if the stylesheet states none.
 Color styleColor(const char* tag, const char* property, const char* className, const Color& fallback);
 
-/// The colours and sizes that all pages share. Sizes are in pixels.
+/// The colours and sizes that all widgets share. Sizes are in pixels.
 struct Look {
     Color background;       ///< of the window
     Color text;             ///< of texts on the background and on cards
@@ -32,4 +32,4 @@ struct Look {
     static Look read();
 };
 
-} // namespace qelscreens
+} // namespace qelwidgets

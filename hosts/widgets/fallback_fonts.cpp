@@ -1,4 +1,4 @@
-#include "fallback_fonts.h"
+#include <hosts/widgets/fallback_fonts.h>
 
 #include <qel/plugins/resource_locator.h>
 #include <qel/style/theme.h>
@@ -7,7 +7,7 @@
 
 #include <filesystem>
 
-namespace qelscreens {
+namespace qelwidgets {
 
 namespace {
 
@@ -56,4 +56,4 @@ void setFallbackFonts() {
     }
 }
 
-} // namespace qelscreens
+} // namespace qelwidgets

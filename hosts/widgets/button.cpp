@@ -1,4 +1,4 @@
-#include "button.h"
+#include <hosts/widgets/button.h>
 
 #include <hosts/window/pointers.h>
 
@@ -9,7 +9,7 @@
 
 #include <utility>
 
-namespace qelscreens {
+namespace qelwidgets {
 
 Button::Button(std::function<void(qel::uint32)> pressed) : m_pressed(std::move(pressed)) {
     m_label.setHorizontalAlign(qel::TextAlign::Center);
@@ -44,4 +44,4 @@ void Button::handleTouches(qel::TouchState& touches) {
     if (pressedBy != 0) m_pressed(pressedBy);
 }
 
-} // namespace qelscreens
+} // namespace qelwidgets

@@ -1,4 +1,4 @@
-#include "card.h"
+#include <hosts/widgets/card.h>
 
 #include <qel/render/renderer.h>
 #include <qel/style/theme.h>
@@ -6,7 +6,7 @@
 
 #include <cmath>
 
-namespace qelscreens {
+namespace qelwidgets {
 
 namespace {
 
@@ -82,4 +82,4 @@ qel::Rect columnOf(const qel::Rect& place, int index, int count, float gap) {
     return {left, place.y0, std::round(left + width), place.y1};
 }
 
-} // namespace qelscreens
+} // namespace qelwidgets
