@@ -84,47 +84,30 @@ Ray::Ray(const Float3& origin_, const Float3& direction_)
 
 BoxGroup::BoxGroup() {
     // No ray enters an empty box at a point far away.
-    for (Distances& axis : m_lower) axis.fill(1e9f);
-    for (Distances& axis : m_upper) axis.fill(1e9f);
+    for (auto& axis : lower) axis.fill(1e9f);
+    for (auto& axis : upper) axis.fill(1e9f);
 }
 
 void BoxGroup::add(const Box& box) {
     for (int i = 0; i < 3; ++i) {
-        m_lower[static_cast<size_t>(i)][m_size] = box.lower[i];
-        m_upper[static_cast<size_t>(i)][m_size] = box.upper[i];
+        lower[static_cast<size_t>(i)][size] = box.lower[i];
+        upper[static_cast<size_t>(i)][size] = box.upper[i];
     }
-    ++m_size;
+    ++size;
 }
 
 Box BoxGroup::box(size_t index) const {
-    return {{m_lower[0][index], m_lower[1][index], m_lower[2][index]},
-            {m_upper[0][index], m_upper[1][index], m_upper[2][index]}};
+    return {{lower[0][index], lower[1][index], lower[2][index]},
+            {upper[0][index], upper[1][index], upper[2][index]}};
 }
 
 Box BoxGroup::boundsWith(Box bounds) const {
-    for (size_t k = 0; k < m_size; ++k)
+    for (size_t k = 0; k < size; ++k)
         for (int i = 0; i < 3; ++i) {
             bounds.lower[i] = std::min(bounds.lower[i], box(k).lower[i]);
             bounds.upper[i] = std::max(bounds.upper[i], box(k).upper[i]);
         }
     return bounds;
-}
-
-BoxGroup::Distances BoxGroup::enter(const Ray& ray, float to) const {
-    const float origin[] = {ray.origin.x, ray.origin.y, ray.origin.z};
-    const float reciprocal[] = {ray.reciprocal.x, ray.reciprocal.y, ray.reciprocal.z};
-    Distances distances;
-    for (size_t k = 0; k < kCapacity; ++k) {
-        float low = 0, high = to;
-        for (size_t i = 0; i < 3; ++i) {
-            const float a = (m_lower[i][k] - origin[i]) * reciprocal[i];
-            const float b = (m_upper[i][k] - origin[i]) * reciprocal[i];
-            low = std::max(low, std::min(a, b));
-            high = std::min(high, std::max(a, b));
-        }
-        distances[k] = low < high ? low : to;
-    }
-    return distances;
 }
 
 // --- the scene ------------------------------------------------------------------------------------------
@@ -192,23 +175,13 @@ RayHit MiniScene::hit(const Ray& ray) const {
 
 /// Replaces @p result by the closest box that the ray meets before.
 void MiniScene::hitBoxes(const Ray& ray, RayHit& result) const {
-    const BoxGroup::Distances clusters = m_bounds.enter(ray, result.distance);
-    size_t hitCluster = kClusters, hitBox = 0;
-    for (size_t c = 0; c < kClusters; ++c) {
-        if (!(clusters[c] < result.distance)) continue;
-        const BoxGroup::Distances boxes = m_clusters[c].enter(ray, result.distance);
-        for (size_t k = 0; k < m_clusters[c].size(); ++k) {
-            if (!(boxes[k] > 0 && boxes[k] < result.distance)) continue;
-            result.distance = boxes[k];
-            hitCluster = c;
-            hitBox = k;
-        }
-    }
-    if (hitCluster == kClusters) return;
-    const Box box = m_clusters[hitCluster].box(hitBox);
-    const unsigned face = faceAt(box, ray.origin + ray.direction * result.distance);
-    const size_t number = hitCluster * BoxGroup::kCapacity + hitBox;
-    result.material = kPlanes + static_cast<int>(hitCluster);
+    const BoxHit hit = closestBox(m_clusters.data(), m_bounds, ray, result.distance);
+    if (hit.group == BoxHit::kNone) return;
+    result.distance = hit.distance;
+    const unsigned face =
+        faceAt(m_clusters[hit.group].box(hit.box), ray.origin + ray.direction * hit.distance);
+    const size_t number = hit.group * BoxGroup::kCapacity + hit.box;
+    result.material = kPlanes + static_cast<int>(hit.group);
     result.object = kPlanes + static_cast<unsigned>(number) * 6 + face;
     result.normal = {};
     result.normal[static_cast<int>(face / 2)] = face % 2 == 0 ? -1 : 1;
@@ -216,14 +189,7 @@ void MiniScene::hitBoxes(const Ray& ray, RayHit& result) const {
 
 // The planes face the light, so only boxes throw shadows.
 bool MiniScene::isFree(const Ray& ray, float distance) const {
-    const BoxGroup::Distances clusters = m_bounds.enter(ray, distance);
-    const auto isHit = [distance](float entry) { return entry < distance; };
-    for (size_t c = 0; c < kClusters; ++c) {
-        if (!isHit(clusters[c])) continue;
-        const BoxGroup::Distances boxes = m_clusters[c].enter(ray, distance);
-        if (std::any_of(boxes.begin(), boxes.end(), isHit)) return false;
-    }
-    return true;
+    return !isAnyBoxHit(m_clusters.data(), m_bounds, ray, distance);
 }
 
 } // namespace qel::internal

@@ -57,30 +57,38 @@ struct Box {
 };
 
 /// Up to 16 boxes, stored so that a ray is tested against all of them with vector instructions.
-class BoxGroup {
-public:
+struct BoxGroup {
     static constexpr size_t kCapacity = 16;
-    using Distances = std::array<float, kCapacity>;
 
     /// Creates an empty group.
     BoxGroup();
 
     /// Adds a box; the group must not be full.
     void add(const Box& box);
-    /// Returns the number of boxes.
-    size_t size() const { return m_size; }
     /// Returns the box that contains all boxes of the group and @p bounds.
     Box boundsWith(Box bounds) const;
     /// Returns a box of the group.
     Box box(size_t index) const;
-    /// Returns for each box where the ray enters it, if that is between 0 and @p to, and otherwise @p to.
-    Distances enter(const Ray& ray, float to) const;
 
-private:
-    alignas(64) std::array<Distances, 3> m_lower;
-    alignas(64) std::array<Distances, 3> m_upper;
-    size_t m_size = 0;
+    alignas(64) std::array<std::array<float, kCapacity>, 3> lower;
+    alignas(64) std::array<std::array<float, kCapacity>, 3> upper;
+    size_t size = 0;
 };
+
+/// The box that a ray meets first.
+struct BoxHit {
+    static constexpr size_t kNone = BoxGroup::kCapacity;
+
+    float distance;
+    size_t group; ///< kNone if the ray meets no box
+    size_t box;
+};
+
+/// Returns the closest box that the ray enters after its origin and before @p to; of several at the same
+/// distance the first. @param bounds  has a box around each of @p groups.
+BoxHit closestBox(const BoxGroup* groups, const BoxGroup& bounds, const Ray& ray, float to);
+/// Returns true if a box lies on the ray before @p to. @param bounds  as for closestBox().
+bool isAnyBoxHit(const BoxGroup* groups, const BoxGroup& bounds, const Ray& ray, float to);
 
 struct Material {
     Float3 color;

@@ -3,6 +3,7 @@
 
 #include <qel/imaging/pixels/image.h>
 #include <qel/system/tasks/task_queue.h>
+#include <qel/testing/simd.h>
 
 #include <string>
 #include <vector>
@@ -42,6 +43,15 @@ TEST_F(MiniRaytracerPictures, ThePicturesAreTheSameOnEveryProcessor) {
         traceAt(time, image);
         test::expectImage("tests/volume/pictures.txt", "raytrace-" + std::to_string(time), image);
     }
+}
+
+TEST_F(MiniRaytracerPictures, EveryKindOfVectorTracesTheSamePicture) {
+    const std::vector<uint8> best = pictureAt(33000);
+    for (const std::string& target : seams::simdTargets()) {
+        seams::setSimdTarget(target);
+        EXPECT_EQ(pictureAt(33000), best) << target;
+    }
+    seams::setSimdTarget("");
 }
 
 TEST_F(MiniRaytracerPictures, ThePictureIsOpaque) {
