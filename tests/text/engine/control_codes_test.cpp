@@ -1,7 +1,5 @@
 #include <tests/text/engine/engine_fixture.h>
 
-#include <qel/style/theme.h>
-
 #include <string>
 
 namespace qel {
@@ -10,14 +8,20 @@ namespace {
 using test::LogCapture;
 using Parser = TextActor::Parser;
 
-class ControlCodes : public test::TextEngine {};
-class Parsers : public test::TextEngine {};
-class ThemeFonts : public test::ThemedTextEngine {};
-
 struct Reading {
     std::string text;
     std::string tokens;
 };
+
+class Reader : public test::TextEngine {
+protected:
+    static void expectRead(const std::vector<Reading>& cases, Parser parser = Parser::ControlCodes) {
+        for (const auto& [text, tokens] : cases) EXPECT_EQ(read(text, parser), tokens) << text;
+    }
+};
+
+class ControlCodes : public Reader {};
+class Parsers : public Reader {};
 
 std::string repeated(size_t count, const std::string& text) {
     std::string all;
@@ -25,37 +29,27 @@ std::string repeated(size_t count, const std::string& text) {
     return all;
 }
 
-TEST_F(Parsers, PlainKeepsSpacesAndLines) {
-    const Reading cases[] = {
-        {"", "$"},
-        {"a b", "a_b|¶$"},
-        {" a  b ", "_a__b_|¶$"},
-        {"a\n\n b\n", "a||_b|¶$"},
-        {"a\r\nb\r", "a|b|¶$"},
-        {"{eol}\t{!", "{eol}\t{!|¶$"},
-        {"\xC3\xA9\xFF\xE2\x82", "éÿâ‚|¶$"},
-    };
-    for (const auto& [text, tokens] : cases) EXPECT_EQ(read(text, Parser::Plain), tokens) << text;
-}
-
-TEST_F(Parsers, FlowingJoinsSpacesAndLines) {
-    const Reading cases[] = {
-        {"  ", "$"},
-        {" a  b ", "a_b|¶$"},
-        {"a\n\r\n b\n", "a_b|¶$"},
-        {"{eol}", "{eol}|¶$"},
-    };
-    for (const auto& [text, tokens] : cases) EXPECT_EQ(read(text, Parser::Flowing), tokens) << text;
-}
-
-TEST_F(Parsers, MarkdownIsCompiledFirst) {
-    EXPECT_EQ(read("- *a*", Parser::Markdown), "{1}{3:ffffffff}{8:0.25}•{8:1}{10}{2:3}a{2:0}{11}|¶$");
-}
-
-TEST_F(Parsers, TextEndsAtItsFirstNul) {
-    TextActor actor;
-    actor.setText(String(std::string("a\0b", 3))).update();
-    EXPECT_EQ(test::shown(actor.getTokens()), "a|¶$");
+TEST_F(Parsers, KeepOrJoinSpacesAndLines) {
+    expectRead(
+        {
+            {"", "$"},
+            {" a  b ", "_a__b_|¶$"},
+            {"a\n\n b\n", "a||_b|¶$"},
+            {"a\r\nb\r", "a|b|¶$"},
+            {"{eol}\t{!", "{eol}\t{!|¶$"},
+            {"\xC3\xA9\xFF\xE2\x82", "éÿâ‚|¶$"},
+            {std::string("a\0b", 3), "a|¶$"},
+        },
+        Parser::Plain);
+    expectRead(
+        {
+            {"  ", "$"},
+            {" a  b ", "a_b|¶$"},
+            {"a\n\r\n b\n", "a_b|¶$"},
+            {"{eol}", "{eol}|¶$"},
+        },
+        Parser::Flowing);
+    expectRead({{"- *a*", "{1}{3:ffffffff}{8:0.25}•{8:1}{10}{2:3}a{2:0}{11}|¶$"}}, Parser::Markdown);
 }
 
 TEST_F(Parsers, ChangesAreReadAgain) {
@@ -71,71 +65,40 @@ TEST_F(Parsers, ChangesAreReadAgain) {
 }
 
 TEST_F(ControlCodes, BracesStandForThemselvesBeforeAnExclamationMark) {
-    const Reading cases[] = {
-        {"{!", "{|¶$"}, {"{!}", "{}|¶$"}, {"a{!eol}", "a{eol}|¶$"}, {"{!!", "{!|¶$"}, {"}", "}|¶$"},
-    };
-    for (const auto& [text, tokens] : cases) EXPECT_EQ(read(text), tokens) << text;
+    expectRead({{"{!", "{|¶$"}, {"{!}", "{}|¶$"}, {"a{!eol}", "a{eol}|¶$"}, {"{!!", "{!|¶$"}, {"}", "}|¶$"}});
 }
 
 TEST_F(ControlCodes, LookIsSetByFormattingTokens) {
-    const Reading cases[] = {
-        {"{color:red}", "{3:ff0000ff}$"},
-        {"{color:}", "{3:ffffffff}$"},
-        {"{bold_on}{bold_off}", "{15:1}{15:0}$"},
-        {"{underline_on}{underline_off}", "{16:1}{16:0}$"},
-        {"{bar}{endbar:red}", "{13}{14:ff0000ff}$"},
+    expectRead({
+        {"{color:red}{color:}", "{3:ff0000ff}{3:ffffffff}$"},
+        {"{bold_on}{bold_off}{underline_on}{underline_off}", "{15:1}{15:0}{16:1}{16:0}$"},
+        {"{bar}{endbar:red}{push_margin}{pop_margin}", "{13}{14:ff0000ff}{10}{11}$"},
         {"{fontstyle:regular}{fontstyle:mono}{fontstyle:italic}", "{2:0}{2:1}{2:2}$"},
         {"{fontstyle:bold}{fontstyle:light}{fontstyle:Bold}", "{2:3}{2:4}{2:0}$"},
         {"{align:none}{align:left}{align:center}", "{12:-1}{12:1}{12:0}$"},
         {"{align:right}{align:}{align: left}", "{12:2}{12:-1}{12:-1}$"},
-        {"{push_margin}{pop_margin}", "{10}{11}$"},
-    };
-    for (const auto& [text, tokens] : cases) EXPECT_EQ(read(text), tokens) << text;
-}
-
-TEST_F(ThemeFonts, AreNamedBySize) {
-    Theme* theme = system().getTheme();
-    const std::pair<const char*, Font*> cases[] = {
-        {"{font:small}", theme->smallFont()},   {"{font:small-medium}", theme->smallMediumFont()},
-        {"{font:medium}", theme->mediumFont()}, {"{font:medium-large}", theme->mediumLargeFont()},
-        {"{font:large}", theme->largeFont()},   {"{font:extra-large}", theme->mediumFont()},
-    };
-    for (const auto& [text, font] : cases) {
-        TextActor actor;
-        actor.setParser(Parser::ControlCodes).setText(text).update();
-        EXPECT_EQ(actor.getTokens()[0].type, Token::Type::Font) << text;
-        EXPECT_EQ(actor.getTokens()[0].font, font) << text;
-    }
+    });
 }
 
 TEST_F(ControlCodes, SpaceIsAddedBetweenCharacters) {
-    const Reading cases[] = {
+    expectRead({
         {"a{tab}{half_tab}{quarter_tab}b", "a{8:1}{8:0.5}{8:0.25}b|¶$"},
         {"a{spacer}{half_spacer}{quarter_spacer}b", "a{9:1}{9:0.5}{9:0.25}b|¶$"},
         {"{space}a{space} {space}b", "a_b|¶$"},
         {"a {bold_on} b", "a_{15:1}b|¶$"},
         {"a{tab} b", "a{8:1}_b|¶$"},
         {"{bullet}", "•|¶$"},
-    };
-    for (const auto& [text, tokens] : cases) EXPECT_EQ(read(text), tokens) << text;
-}
-
-TEST_F(ControlCodes, TabStopsAreNumbers) {
-    const Reading cases[] = {
-        {"{tabstop:12}a", "{17:12}a|¶$"},
         {"{tabstop: -7px}a", "{17:-7}a|¶$"},
         {"{tabstop:+9}a", "{17:9}a|¶$"},
         {"{tabstop:x}a", "{17:0}a|¶$"},
         {"{tabstop:+-1}a", "{17:0}a|¶$"},
         {"{tabstop:99999999999}a", "{17:2.14748e+09}a|¶$"},
         {"{tabstop:-99999999999}a", "{17:-2.14748e+09}a|¶$"},
-    };
-    for (const auto& [text, tokens] : cases) EXPECT_EQ(read(text), tokens) << text;
+    });
 }
 
 TEST_F(ControlCodes, LinesAndParagraphsEnd) {
-    const Reading cases[] = {
-        {"a{eol}b", "a|b|¶$"},
+    expectRead({
         {"a{end_of_line}{eol}b", "a||b|¶$"},
         {"a{eop}b", "a|¶b|¶$"},
         {"a{eol}{end_of_paragraph}b", "a|¶b|¶$"},
@@ -147,36 +110,27 @@ TEST_F(ControlCodes, LinesAndParagraphsEnd) {
         {"{bold_on}{optional_eol}", "{15:1}$"},
         {"a{eol}", "a|¶$"},
         {"a{eop}", "a|¶$"},
-    };
-    for (const auto& [text, tokens] : cases) EXPECT_EQ(read(text), tokens) << text;
-}
-
-TEST_F(ControlCodes, SpacesBeforeAndAfterTheEndOfALineAreRemoved) {
-    const Reading cases[] = {
-        {"a {eol} b", "a|b|¶$"},
-        {"a {tab}{spacer}{tabstop:3}{eol}", "a|¶$"},
-        {"a {bold_on} {tab}{bold_off}{eol}{tab}", "a{15:1}{15:0}|¶$"},
-        {"a{eol} {tab}{optional_eol}b", "a|b|¶$"},
-        {"{tab}", "$"},
-    };
-    for (const auto& [text, tokens] : cases) EXPECT_EQ(read(text), tokens) << text;
-}
-
-TEST_F(ControlCodes, TextEndsAtACode) {
-    const Reading cases[] = {
         {"a {end_of_text}b", "a|¶$"},
         {"a{eol}{end_of_text}b", "a|¶$"},
         {"a{eop}{end_of_text}b", "a|¶$"},
         {"a {multiline_end_of_text}b", "a$"},
         {"a{eol}{multiline_end_of_text}", "a|$"},
-    };
-    for (const auto& [text, tokens] : cases) EXPECT_EQ(read(text), tokens) << text;
+    });
+}
+
+TEST_F(ControlCodes, SpacesBeforeAndAfterTheEndOfALineAreRemoved) {
+    expectRead({
+        {"a {eol} b", "a|b|¶$"},
+        {"a {tab}{spacer}{tabstop:3}{eol}", "a|¶$"},
+        {"a {bold_on} {tab}{bold_off}{eol}{tab}", "a{15:1}{15:0}|¶$"},
+        {"a{eol} {tab}{optional_eol}b", "a|b|¶$"},
+        {"{tab}", "$"},
+    });
 }
 
 TEST_F(ControlCodes, UnterminatedCodeEndsTheText) {
-    for (const char* text : {"a{", "a{eol", "a{eol{tab"}) EXPECT_EQ(read(text), "a|¶$") << text;
+    expectRead({{"a{", "a|¶$"}, {"a{eol{tab", "a|¶$"}, {std::string("a{e\0ol}b", 8), "a|¶$"}});
     EXPECT_EQ(read("a{" + repeated(1 << 20, "x")), "a|¶$");
-    EXPECT_EQ(read(String(std::string("a{e\0ol}b", 8))), "a|¶$");
 }
 
 TEST_F(ControlCodes, UnknownCodesAreReportedAndDropped) {
@@ -219,10 +173,6 @@ TEST_F(ControlCodes, TranslationsAreReadAsText) {
     EXPECT_EQ(read("{tr:self}"), "<RECURSIVETR:tr:self>|¶$");
     EXPECT_EQ(read("{tr-pop:a}"), "$");
     log.expect(2, "tried to pop unavailable TR 'a' from parsed TRs");
-}
-
-TEST_F(ControlCodes, MissingTranslationShowsItsKey) {
-    LogCapture log;
     EXPECT_EQ(read("{tr:k}"), "NOTR:k|¶$");
     log.expect(2, "[TR] missing translation of 'k'");
 }

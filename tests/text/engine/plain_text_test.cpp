@@ -7,15 +7,20 @@ namespace {
 
 using Parser = TextActor::Parser;
 
-class PlainText : public test::TextEngine {};
-
-struct Conversion {
-    std::string text;
-    std::string plain;
+class PlainText : public test::TextEngine {
+protected:
+    struct Conversion {
+        std::string text;
+        std::string plain;
+    };
+    static void expectPlain(const std::vector<Conversion>& cases) {
+        for (const auto& [text, plain] : cases)
+            EXPECT_EQ(String(text).transformControlCodesToPlainText(nullptr), plain) << text;
+    }
 };
 
 TEST_F(PlainText, CodesBecomeWhiteSpaceOrNothing) {
-    const Conversion cases[] = {
+    expectPlain({
         {"", ""},
         {"no codes", "no codes"},
         {"a{eol}b{optional_eol}c", "a\nb\nc"},
@@ -26,22 +31,18 @@ TEST_F(PlainText, CodesBecomeWhiteSpaceOrNothing) {
         {"{tab spacer}", " "},
         {"a{b{eol}c}", "a\nc}"},
         {"{!eol}", "\n"},
-    };
-    for (const auto& [text, plain] : cases)
-        EXPECT_EQ(String(text).transformControlCodesToPlainText(nullptr), plain) << text;
+    });
 }
 
 TEST_F(PlainText, CodesEndInTheirLine) {
-    const Conversion cases[] = {
+    expectPlain({
         {"a{co\nlor}", "a{co\nlor}"},
         {"a{co\rlor}", "a{co\rlor}"},
         {"{a\n{eol}", "{a\n\n"},
         {"{a", "{a"},
         {"a}b", "a}b"},
         {"{a\n{b\n", "{a\n{b\n"},
-    };
-    for (const auto& [text, plain] : cases)
-        EXPECT_EQ(String(text).transformControlCodesToPlainText(nullptr), plain) << text;
+    });
     const String open = std::string(1 << 20, '{');
     EXPECT_EQ(open.transformControlCodesToPlainText(nullptr), open);
     const String zero(std::string("a\0{\0}b", 6));

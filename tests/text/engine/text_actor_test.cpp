@@ -110,9 +110,6 @@ TEST_F(TextActorTest, NearestCharacterIsFound) {
     EXPECT_EQ(text->findCursorPositionInLine({100, 49}), -1);
     EXPECT_EQ(text->findCursorPositionInLine({100, 70}), -1);
     EXPECT_EQ(text->findCursorPositionInLine({100, NAN}), -1);
-}
-
-TEST_F(TextActorTest, EmptyTextHasNoCharacterToFind) {
     layOut("");
     EXPECT_EQ(text->findCursorPosition({0, 0}), -1);
     EXPECT_EQ(text->findCursorPositionInLine({0, 0}), -1);
@@ -217,14 +214,6 @@ TEST_F(TextActorTest, HooksDuringLayoutFindNothingToFree) {
     layOut("abc");
     EXPECT_EQ(text->getLineCount(), 1u);
     EXPECT_EQ(quads().size(), 3u);
-}
-
-TEST_F(TextActorTest, StyleOutlivesAChangeOfTheFont) {
-    text->setFontStyle(FontStyle::Regular);
-    EXPECT_EQ(text->getFont(), font.get());
-    text->setFont(nullptr);
-    EXPECT_EQ(text->getFont(), nullptr);
-    EXPECT_EQ(text->getLineHeight(), 0);
 }
 
 } // namespace

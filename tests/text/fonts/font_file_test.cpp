@@ -132,33 +132,23 @@ TtfSample chainOf(int depth, size_t count) {
     return sample;
 }
 
-TEST_F(FontFileTest, DrawsGlyphsThatConsistOfOthers) {
+TEST_F(FontFileTest, LimitsThePartsOfAGlyph) {
     for (const auto& [depth, count] : {std::pair(16, 1), std::pair(6, 2), std::pair(1, 128)}) {
         ASSERT_TRUE(load(chainOf(depth, static_cast<size_t>(count)).bytes(), 20)) << depth;
         EXPECT_EQ(font->getCharacter('A')->width, 10) << depth;
     }
-}
-
-TEST_F(FontFileTest, RefusesGlyphsOfTooManyParts) {
+    std::vector<TtfSample> refused;
     for (const auto& [depth, count] :
-         {std::pair(17, 1), std::pair(7, 2), std::pair(1, 129), std::pair(40, 2), std::pair(60'000, 1)}) {
-        EXPECT_FALSE(load(chainOf(depth, static_cast<size_t>(count)).bytes(), 20)) << depth;
+         {std::pair(17, 1), std::pair(7, 2), std::pair(1, 129), std::pair(40, 2), std::pair(60'000, 1)})
+        refused.push_back(chainOf(depth, static_cast<size_t>(count)));
+    refused.push_back(chainOf(40, 2));
+    refused.back().statedLocaSize = 8; // the glyphs are found after the stated end of their table
+    refused.emplace_back();
+    refused.back().glyphs[1].parts = {1, 3, 2}; // the glyph contains itself
+    for (const TtfSample& sample : refused) {
+        EXPECT_FALSE(load(sample.bytes(), 20)) << sample.glyphs.size();
         log.expect(3, "Failed to load truetype font: a glyph has too many components");
     }
-}
-
-TEST_F(FontFileTest, FindsGlyphsAfterTheStatedEndOfTheirTable) {
-    TtfSample sample = chainOf(40, 2);
-    sample.statedLocaSize = 8;
-    EXPECT_FALSE(load(sample.bytes(), 20));
-    log.expect(3, "Failed to load truetype font: a glyph has too many components");
-}
-
-TEST_F(FontFileTest, RefusesAGlyphThatContainsItself) {
-    TtfSample sample;
-    sample.glyphs[1].parts = {1, 3, 2};
-    EXPECT_FALSE(load(sample.bytes(), 20));
-    log.expect(3, "Failed to load truetype font: a glyph has too many components");
 }
 
 TEST_F(FontFileTest, SurvivesAnyDamageOfOneByte) {
@@ -204,10 +194,7 @@ TEST_F(FontFileTest, ExpandsBitmapsOfAnyDepth) {
         EXPECT_EQ(font->getScale(), 0);
     }
     log.take();
-}
-
-TEST_F(FontFileTest, HasBitmapsInTheirOwnSizeOnly) {
-    EXPECT_FALSE(load(bdfFile(1, "84\nFC\n04\n"), 9));
+    EXPECT_FALSE(load(bdfFile(1, "84\nFC\n04\n"), 9)) << "bitmaps have their own size only";
     log.expect(3, "Failed to load truetype font (FT_Request_Size)");
 }
 

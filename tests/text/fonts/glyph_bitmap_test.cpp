@@ -20,14 +20,10 @@ std::vector<int> converted(std::vector<uint8> pixels, int pitch, unsigned char m
     return {target.begin(), target.end()};
 }
 
-TEST(GlyphBitmap, CopiesRowsFromTheTop) {
-    EXPECT_EQ(converted({1, 2, 3, 4, 5, 6}, 3, FT_PIXEL_MODE_GRAY),
-              (std::vector<int>{1, 2, 3, 1, 4, 5, 6, 1}));
-}
-
-TEST(GlyphBitmap, CopiesRowsFromTheBottomIfThePitchIsNegative) {
-    EXPECT_EQ(converted({1, 2, 3, 4, 5, 6}, -3, FT_PIXEL_MODE_GRAY),
-              (std::vector<int>{4, 5, 6, 1, 1, 2, 3, 1}));
+TEST(GlyphBitmap, CopiesRowsFromTheTopOrTheBottom) {
+    const std::vector<uint8> pixels = {1, 2, 3, 4, 5, 6};
+    EXPECT_EQ(converted(pixels, 3, FT_PIXEL_MODE_GRAY), (std::vector<int>{1, 2, 3, 1, 4, 5, 6, 1}));
+    EXPECT_EQ(converted(pixels, -3, FT_PIXEL_MODE_GRAY), (std::vector<int>{4, 5, 6, 1, 1, 2, 3, 1}));
 }
 
 TEST(GlyphBitmap, TakesTheAlphaOfColours) {
