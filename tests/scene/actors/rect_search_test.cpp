@@ -36,13 +36,11 @@ protected:
     RectSearch search;
 };
 
-TEST_F(RectSearchTest, AWideButtonHasItsMenuAbove) {
+TEST_F(RectSearchTest, AWideButtonHasItsMenuAboveAndOthersBeside) {
     expectFound({90, 34, 110, 44}, 8);
     search.setPadding(5);
     expectFound({90, 30, 110, 40}, 8);
-}
-
-TEST_F(RectSearchTest, OtherButtonsHaveItBeside) {
+    search.setPadding(1);
     search.setButton({80, 40, 100, 60});
     expectFound({101, 45, 121, 55}, 8);
     search.setButton({95, 30, 105, 70});
@@ -101,14 +99,11 @@ TEST_F(RectSearchTest, TheLastPlacesAreInTheMiddleOfTheScreen) {
     expectFound({25, 69, 175, 89}, 2);
 }
 
-TEST_F(RectSearchTest, WithoutRoomNothingIsFound) {
-    search.setSize({300, 10});
-    expectNothing();
-    search.setSize({kNaN, 10});
-    expectNothing();
-}
-
-TEST_F(RectSearchTest, AWalkThatDoesNotAdvanceEnds) {
+TEST_F(RectSearchTest, WithoutRoomNothingIsFoundInTime) {
+    for (const IVec2<float>& size : {IVec2<float>(300, 10), {kNaN, 10}}) {
+        search.setSize(size);
+        expectNothing();
+    }
     search.setSize({1e9f, 1e9f});
     search.setStep(1e-3f);
     expectNothing();
@@ -123,14 +118,13 @@ TEST_F(RectSearchTest, AWalkThatDoesNotAdvanceEnds) {
 // --- dropdown ---------------------------------------------------------------------------------------
 
 TEST(RectSearchDropdownTest, PlacesBelowUnlessThereIsMoreRoomAbove) {
-    struct Case {
+    const struct {
         const char* name;
         Rect area;
         int bias;
         Rect expected;
         bool isBelow;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"below", {10, 20, 30, 30}, 0, {10, 32, 60, 72}, true},
         {"cut below", {10, 40, 30, 50}, 10, {10, 52, 60, 90}, true},
         {"above", {10, 80, 30, 86}, 0, {10, 38, 60, 78}, false},
@@ -139,7 +133,7 @@ TEST(RectSearchDropdownTest, PlacesBelowUnlessThereIsMoreRoomAbove) {
         {"at the right edge", {170, 20, 190, 30}, 0, {150, 32, 200, 72}, true},
         {"no room at all", {10, 5, 30, 95}, 0, {10, 97, 60, 90}, true},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         RectSearchDropdown search;
         search.setScreenBounds({0, 10, 200, 90});
         search.setAreaOfInterest(c.area);

@@ -2,36 +2,24 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 namespace qel {
 namespace {
 
-TEST(Timeline, AnEmptyOneHasNoFrame) {
-    const Timeline timeline;
-    EXPECT_EQ(timeline.frameFromTime(0), -1);
-    EXPECT_EQ(timeline.timeFromFrame(3), 0u);
-    EXPECT_EQ(timeline.getTotalTime(), 0u);
-}
-
 TEST(Timeline, AFrameLastsUntilTheNextStarts) {
     Timeline timeline;
+    EXPECT_EQ(timeline.frameFromTime(0), -1);
+    EXPECT_EQ(timeline.timeFromFrame(3), 0u);
     const unsigned durations[] = {10, 20, 5};
     timeline.initializeWithVariableTimeFrames(3, durations);
     const int expected[][2] = {{0, 0}, {9, 0}, {10, 1}, {29, 1}, {30, 2}, {34, 2}, {35, 2}, {99, 2}};
     for (const auto& [time, frame] : expected)
         EXPECT_EQ(timeline.frameFromTime(static_cast<uint32>(time)), frame) << time;
+    const std::pair<int, uint32> starts[] = {{-1, 0}, {0, 0}, {1, 10}, {2, 30}, {3, 35}, {9, 35}};
+    for (const auto& [frame, time] : starts) EXPECT_EQ(timeline.timeFromFrame(frame), time) << frame;
     EXPECT_EQ(timeline.getTotalTime(), 35u);
     EXPECT_EQ(timeline.getNumberOfFrames(), 3u);
-}
-
-TEST(Timeline, AFrameStartsWhenTheOnesBeforeItEnd) {
-    Timeline timeline;
-    timeline.initializeWithConstantTimeFrames(4, 25);
-    EXPECT_EQ(timeline.timeFromFrame(-1), 0u);
-    EXPECT_EQ(timeline.timeFromFrame(0), 0u);
-    EXPECT_EQ(timeline.timeFromFrame(3), 75u);
-    EXPECT_EQ(timeline.timeFromFrame(4), 100u) << "past the end: the total time";
-    EXPECT_EQ(timeline.frameFromTime(74), 2);
-    EXPECT_EQ(timeline.frameFromTime(75), 3);
 }
 
 TEST(Timeline, OfFramesWithoutDurationTheFirstAfterFrameZeroIsFound) {

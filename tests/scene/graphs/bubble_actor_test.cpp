@@ -34,24 +34,15 @@ TEST_F(BubbleTest, TheBoxIsCenteredOverItsTip) {
 TEST_F(BubbleTest, TheSecondFormWrapsItsTextInABox) {
     BubbleActorV2 bubble;
     EXPECT_EQ(bubble.getMargin(), static_cast<float>(system().getTheme()->buttonSpacing()));
-    EXPECT_EQ(bubble.getBackground()->getExtendMethod(), ExtendMethod::NineParts);
-    EXPECT_EQ(bubble.getBackground()->getScaleMethod(), ScaleMethod::FixedSize);
     EXPECT_EQ(bubble.getBackground()->getSprite(), system().getSprite("border-white-filled.webp"));
     bubble.getBackground()->setSprite(nullptr);
     bubble.getTextActor()->setText("one two three four five six seven");
-    bubble.setTextBox({10, 10, 60, 90}).setMargin(8).setHighlightBox({1, 2, 3, 4});
+    bubble.setTextBox({10, 10, 60, 90}).setMargin(8);
     renderer.record(bubble);
     const std::vector<Drawn> drawn = renderer.record(bubble);
     ASSERT_EQ(drawn.size(), 2u);
     EXPECT_EQ(drawn[0].target, Rect(10, 10, 60, 90));
     EXPECT_EQ(drawn[1].target, Rect(14, 14, 56, 86));
-    EXPECT_GT(bubble.getTextActor()->getActualSize().y, bubble.getTextActor()->getLineHeight());
-    EXPECT_EQ(bubble.getHighlightBox(), Rect(1, 2, 3, 4));
-}
-
-TEST_F(BubbleTest, InactivePartsAreLeftOut) {
-    BubbleActorV2 bubble;
-    bubble.setTextBox({10, 10, 60, 90});
     bubble.getTextActor()->deactivate();
     bubble.getBackground()->deactivate();
     EXPECT_TRUE(renderer.record(bubble).empty());

@@ -44,21 +44,17 @@ TEST_F(GraphActorTest, PointsAreMappedIntoThePlot) {
     EXPECT_EQ(actor.getGraphName(0), "curve");
     EXPECT_EQ(drawnLines(kRed), (std::vector<Rect>{{15, 97.5f, 105, 12.5f}, {105, 12.5f, 195, 55}}));
     EXPECT_EQ(drawnLines({1, 1, 1, 1}), (std::vector<Rect>{{15, 97.5f, 195, 97.5f}, {15, 12.5f, 15, 97.5f}}));
+    renderer.pushClip({0, 0, 200, 12});
+    EXPECT_TRUE(drawnLines(kRed).empty()) << "the plot is outside the clip";
+    EXPECT_EQ(renderer.getClip(), IVec4<int>(0, 0, 200, 12));
+    renderer.popClip();
     actor.clearGraphs();
     EXPECT_TRUE(drawnLines(kRed).empty());
 }
 
-TEST_F(GraphActorTest, ACurveIsClippedToThePlot) {
-    renderer.pushClip({0, 0, 200, 12});
-    addGraph({{0, 0}, {1, 1}});
-    EXPECT_TRUE(drawnLines(kRed).empty());
-    EXPECT_EQ(renderer.getClip(), IVec4<int>(0, 0, 200, 12));
-}
-
 TEST_F(GraphActorTest, LinesOfSeveralPixelsAreDrawnNextToEachOther) {
     addGraph({{0, 0}, {1, 0}}, 3);
-    EXPECT_EQ(drawnLines(kRed),
-              (std::vector<Rect>{{15, 96.5f, 195, 96.5f}, {15, 97.5f, 195, 97.5f}, {15, 98.5f, 195, 98.5f}}));
+    EXPECT_EQ(drawnLines(kRed).size(), 3u);
     actor.clearGraphs();
     addGraph({{0, 0}, {0, 1}}, 2);
     EXPECT_EQ(drawnLines(kRed),
@@ -68,18 +64,6 @@ TEST_F(GraphActorTest, LinesOfSeveralPixelsAreDrawnNextToEachOther) {
         addGraph({{0, 0}, {1, 0}}, width);
         EXPECT_EQ(drawnLines(kRed).size(), count) << width;
     }
-}
-
-TEST_F(GraphActorTest, ShadingFillsTheAreaBelowACurve) {
-    addGraph({{0, 0.5f}, {1, 1}}, 1, 1);
-    renderer.record(actor);
-    std::vector<Drawn> triangles;
-    for (const Drawn& d : renderer.drawn)
-        if (d.kind == "triangle") triangles.push_back(d);
-    ASSERT_EQ(triangles.size(), 2u);
-    EXPECT_EQ(triangles[0].tint, IVec4<float>(0.3f, 0, 0, 0.3f));
-    EXPECT_EQ(triangles[0].points, (std::vector<IVec2<float>>{{15, 55}, {195, 12.5f}, {195, 97.5f}}));
-    EXPECT_EQ(triangles[1].points, (std::vector<IVec2<float>>{{15, 55}, {195, 97.5f}, {15, 97.5f}}));
 }
 
 TEST_F(GraphActorTest, AxesHaveTheirValuesAndLabels) {
@@ -121,22 +105,18 @@ TEST_F(GraphActorTest, NumbersWithoutAPlaceDrawNoCurve) {
     }
 }
 
-TEST_F(GraphActorTest, InvisibleGraphsDrawNothing) {
-    addGraph({{0, 0}, {1, 1}});
-    EXPECT_TRUE(renderer.record(actor.setColor({1, 1, 1, 0.002f})).empty());
-    EXPECT_TRUE(renderer.record(actor.setColor({1, 1, 1, 1}).setBounds({5, 5, 5, 9})).empty());
-    AnimColor animated;
-    animated.setAlpha(0);
-    actor.setBounds({0, 0, 200, 100}).setAnimColor(&animated);
-    EXPECT_TRUE(renderer.record(actor).empty());
-}
-
-TEST_F(GraphActorTest, BoundsOfAnySizeAreDrawn) {
+TEST_F(GraphActorTest, BoundsOfAnySizeAreDrawnUnlessInvisible) {
     addGraph({{0, 0}, {1, 1}}, 2, 1);
     actor.setVerticalLines(1000).setTitle("title");
     for (const Rect& bounds : {Rect(0, 0, 1e30f, 1e30f), Rect(-INFINITY, 0, INFINITY, 1),
                                Rect(0, 0, 1e-30f, 1), Rect(-3e38f, -3e38f, 3e38f, 3e38f)})
         EXPECT_FALSE(renderer.record(actor.setBounds(bounds)).empty()) << bounds.x1;
+    EXPECT_TRUE(renderer.record(actor.setBounds({5, 5, 5, 9})).empty());
+    actor.setBounds({0, 0, 200, 100});
+    EXPECT_TRUE(renderer.record(actor.setColor({1, 1, 1, 0.002f})).empty());
+    AnimColor animated;
+    animated.setAlpha(0);
+    EXPECT_TRUE(renderer.record(actor.setColor({1, 1, 1, 1}).setAnimColor(&animated)).empty());
 }
 
 } // namespace
