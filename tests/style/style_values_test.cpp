@@ -1,8 +1,6 @@
 // How the values of declarations are read.
 #include "style_fixture.h"
 
-#include <qel/render/sprite.h>
-
 #include <limits>
 
 namespace qel {
@@ -25,23 +23,15 @@ protected:
 
 TEST_F(StyleValues, ColorsHaveManyForms) {
     const std::pair<const char*, IVec4<float>> colors[] = {
-        {"lime", {0, 1, 0, 1}},
-        {"LIME", {0, 1, 0, 1}},
-        {"lime !important", {0, 1, 0, 1}},
-        {"lime ! IMPORTANT ", {0, 1, 0, 1}},
-        {"transparent", {0, 0, 0, 0}},
-        {"#33f", {0.2f, 0.2f, 1, 1}},
+        {"LIME ! IMPORTANT ", {0, 1, 0, 1}},
         {"#3333FF33", {0.2f, 0.2f, 1, 0.2f}},
-        {"rgb(51, 255, 0)", {0.2f, 1, 0, 1}},
         {"RGB(51,255,0)", {0.2f, 1, 0, 1}},
         {"rgb(51.9, 999, -5)", {0.2f, 1, 0, 1}},
         {"rgb(1e99, -1e99, 0)", {1, 0, 0, 1}},
         {"rgb(100%, 0%, 25500%)",
          {1.0f / 255, 0, 1, 1}}, // a percentage is divided by 100, then cut to a byte
-        {"rgba(255, 0, 0, 0.25)", {1, 0, 0, 0.25f}},
         {"rgba(255, 0, 0, 25%)", {1, 0, 0, 0.25f}},
         {"rgba(255, 0, 0, 7)", {1, 0, 0, 1}},
-        {"hsl(90, 100%, 100%)", {0.5f, 1, 0, 1}},
         {"hsl(-270, 100%, 50%)", {0.25f, 0.5f, 0, 1}},
         {"hsl(810, 300%, 100%)", {0.5f, 1, 0, 1}},
     };
@@ -52,24 +42,18 @@ TEST_F(StyleValues, ColorsHaveManyForms) {
     }
 }
 
-TEST_F(StyleValues, ValuesThatAreNoColorsCountAsFound) {
+TEST_F(StyleValues, OnlyFunctionsWithOtherArgumentsAreNotFound) {
+    IVec4<float> color;
     for (const char* css :
          {"", "red blue", "7", "7px", "7%", "'red'", "url(red)", "(red)", ",", "red,", "@red"}) {
-        IVec4<float> color;
         EXPECT_TRUE(askColor(css, color)) << css;
         EXPECT_EQ(color, kBefore) << css;
     }
-}
-
-TEST_F(StyleValues, FunctionsWithOtherArgumentsAreNotFound) {
     for (const char* css :
          {"rgb(1 2 3)", "rgb(1,2)", "rgb(1,2,3,4)", "rgb(1,2,3,)", "rgb(1;2;3)", "rgb(a,2,3)", "rgb(1px,2,3)",
-          "rgb(f(1),2,3)", "rgb(1,f(,3)", "rgb()", "rgba(1,2,3)", "rgba(1,2,3,a)", "hsl(1,2,3)",
+          "rgb(f(1),2,3)", "rgb(1,f(,3))", "rgb()", "rgba(1,2,3)", "rgba(1,2,3,a)", "hsl(1,2,3)",
           "hsl(1%,2%,3%)", "hsl(1deg,2%,3%)", "rgb((1),2,3)"}) {
-        std::string whole = css;
-        if (whole.find("f(,") != whole.npos) whole += ")";
-        IVec4<float> color;
-        EXPECT_FALSE(askColor(whole, color)) << css;
+        EXPECT_FALSE(askColor(css, color)) << css;
         EXPECT_EQ(color, kBefore) << css;
     }
 }
@@ -92,7 +76,6 @@ TEST_F(StyleValues, UnknownColorsAreLoggedOnceAndTheSearchGoesOn) {
 
 TEST_F(StyleValues, PixelsAreTruncated) {
     const std::pair<const char*, int> lengths[] = {
-        {"7px", 7},
         {"7.99PX", 7},
         {"-7.99px", -7},
         {"+.5px", 0},
@@ -126,49 +109,16 @@ TEST_F(StyleValues, OtherLengthsAreLoggedOnceAndTheSearchGoesOn) {
 
 TEST_F(StyleValues, UrlsAreTexts) {
     const std::pair<const char*, const char*> urls[] = {
-        {"url(a/b.png)", "a/b.png"},
-        {"url( a )", "a"},
-        {"URL(a)", "a"},
-        {"url('a b')", "a b"},
-        {"url( \"a'(b\" )", "a'(b"},
-        {"url()", ""},
-        {"url(a\\)\\41 b)", "a)Ab"},
-        {"url('\\1F600')", "\xF0\x9F\x98\x80"},
-        {"\\75rl(a)", "a"},
-        {"url('a\\\nb')", "ab"},
-        {"url('\\0\\D800\\110000')", "\uFFFD\uFFFD\uFFFD"},
+        {"URL( a )", "a"},  {"url('a b')", "a b"},       {"url( \"a'(b\" )", "a'(b"},
+        {"url()", ""},      {"url(a\\)\\41 b)", "a)Ab"}, {"url('\\1F600')", "\xF0\x9F\x98\x80"},
+        {"\\75rl(a)", "a"}, {"url('a\\\nb')", "ab"},     {"url('\\0\\D800\\110000')", "\uFFFD\uFFFD\uFFFD"},
     };
     for (const auto& [css, expected] : urls)
         EXPECT_EQ(url(*parsed(std::string("Button{width:") + css + "}")), expected) << css;
-}
-
-TEST_F(StyleValues, OtherValuesAreNoUrls) {
+    const std::string_view invalid("Button{width:url('a\0b\xE9')}", 25);
+    EXPECT_EQ(url(*parsed(invalid)), "a\uFFFDb\u00E9");
     for (const char* css : {"a", "'a'", "url(a) b", "url('a' b)", "url(a)url(b)", "src(a)", ""})
         EXPECT_EQ(url(*parsed(std::string("Button{width:") + css + "}")), std::nullopt) << css;
-}
-
-TEST_F(StyleValues, InvalidBytesAreReplaced) {
-    const std::string_view css("Button{width:url('a\0b\xE9')}", 25);
-    EXPECT_EQ(url(*parsed(css)), "a\uFFFD"
-                                 "b\u00E9");
-}
-
-TEST_F(StyleValues, ASpriteIsAResource) {
-    const SmartPointer<StyleData> data = parsed("Button{width:url(res://a.png);height:url(a.png)}");
-    Sprite* sprite = nullptr;
-    EXPECT_TRUE(data->getSprite(sprite, kButton, "width", nullptr, nullptr, nullptr));
-    EXPECT_EQ(sprite, system().getSprite("a.png"));
-    EXPECT_FALSE(data->getSprite(sprite, kButton, "height", nullptr, nullptr, nullptr));
-}
-
-TEST_F(StyleValues, ATranslationIsLookedUpByItsKey) {
-    const SmartPointer<StyleData> data = parsed("Button{width:url(tr://Ok);height:url(Ok)}");
-    String text;
-    LogCapture log;
-    EXPECT_TRUE(data->getTranslation(text, kButton, "width", nullptr, nullptr, nullptr));
-    EXPECT_EQ(text, "NOTR:Ok");
-    log.expect(2, "[TR] missing translation of 'Ok'");
-    EXPECT_FALSE(data->getTranslation(text, kButton, "height", nullptr, nullptr, nullptr));
 }
 
 } // namespace

@@ -55,22 +55,14 @@ protected:
     SmartPointer<Theme> theme;
 };
 
-TEST_F(ThemeTest, ANewThemeHasNeitherSizesNorFonts) {
+TEST_F(ThemeTest, APhoneHasSmallButtonsAndFonts) {
     EXPECT_EQ(sizes(), std::vector<int>(9, 0));
     EXPECT_EQ(theme->defaultFont(), nullptr);
-    EXPECT_EQ(theme->getUserDpiScaling(), 1);
-    EXPECT_EQ(theme->getPostDpiScaling(), 1);
-}
-
-TEST_F(ThemeTest, APhoneHasSmallButtonsAndFonts) {
     theme->setDevice(320, 4.7f, 1920, 1080, 2);
     EXPECT_EQ(sizes(), (std::vector<int>{62, 16, 54, 12, 8, 78, 2, 2, 16}));
     EXPECT_EQ(lineHeights(FontStyle::Bold), (std::vector<int>{27, 31, 37, 41, 47, 71}));
     EXPECT_TRUE(theme->isPhone());
     EXPECT_EQ(theme->getDotsPerInch(), 400);
-    EXPECT_EQ(theme->getRetinaScaleFactor(), 2);
-    EXPECT_EQ(theme->getDeviceWidth(), 1920);
-    EXPECT_EQ(theme->getDeviceHeight(), 1080);
     EXPECT_EQ(theme->getMinDeviceWidthHeight(), 1080);
     EXPECT_EQ(system().getDeviceType(), DeviceType::Phone);
     EXPECT_EQ(logged(log),
@@ -96,9 +88,6 @@ TEST_F(ThemeTest, SixteenButtonsFitAcrossASmallDisplay) {
                                "[THEME] theme parameters, dpi=168, scalingFactor=0, width=480, height=320"}));
     theme->setDevice(132, 9.7f, 1024, 400, 1);
     log.expect(2, "[THEME] device too small, reducing resolution, dpi=132 phone2tablet=0.9");
-}
-
-TEST_F(ThemeTest, TheResolutionIsReducedToForty) {
     theme->setDevice(200, 4, 5, 5, 1);
     log.expect(2, "[THEME] device too small, reducing resolution, dpi=39 phone2tablet=0");
     theme->setDevice(20, 4, 5, 5, 1);
@@ -155,39 +144,24 @@ TEST_F(ThemeTest, TheHostMayDecideWhatIsMobile) {
     EXPECT_EQ(system().getDeviceType(), DeviceType::Phone);
 }
 
-TEST_F(ThemeTest, EqualDisplaysShareTheirFonts) {
-    theme->setDevice(100, 4, 1000, 1000, 1);
-    const SmartPointer<Theme> other = new Theme;
-    other->setDevice(100, 4, 2000, 2000, 1);
-    EXPECT_EQ(theme->mediumFont(FontStyle::Italic), other->mediumFont(FontStyle::Italic));
-}
-
 TEST_F(ThemeTest, FontsAreFoundInOtherStyles) {
     theme->setDevice(100, 4, 1000, 1000, 1);
     Font* const regular = theme->largeFont();
-    Font* const bold = Theme::fontWithStyle(regular, FontStyle::Bold);
-    EXPECT_EQ(bold, theme->largeFont(FontStyle::Bold));
-    EXPECT_EQ(bold->getStyle(), FontStyle::Bold);
-    EXPECT_EQ(Theme::fontWithStyle(bold, FontStyle::Regular), regular);
-    EXPECT_EQ(Theme::fontWithStyle(bold, FontStyle::Bold), bold);
-    EXPECT_EQ(Theme::fontWithStyle(nullptr, FontStyle::Bold), nullptr);
-}
-
-TEST_F(ThemeTest, ALightFontIsRecognisedByItsResource) {
-    theme->setDevice(100, 4, 1000, 1000, 1);
-    Font* const light = theme->mediumFont(FontStyle::Light);
-    EXPECT_EQ(Theme::fontWithStyle(theme->mediumFont(), FontStyle::Light), light);
-    EXPECT_EQ(Theme::fontWithStyle(light, FontStyle::Light), light);
-}
-
-TEST_F(ThemeTest, AnUnknownStyleIsTheRegularOne) {
-    theme->setDevice(100, 4, 1000, 1000, 1);
-    for (const int style : {-1, 5, 1000}) {
-        EXPECT_EQ(theme->mediumFont(static_cast<FontStyle>(style)), theme->mediumFont()) << style;
-        EXPECT_EQ(Theme::fontWithStyle(theme->mediumFont(), static_cast<FontStyle>(style)),
-                  theme->mediumFont())
-            << style;
+    for (const FontStyle style : {FontStyle::Bold, FontStyle::Light, FontStyle::Italic}) {
+        Font* const other = Theme::fontWithStyle(regular, style);
+        EXPECT_EQ(other, theme->largeFont(style)) << static_cast<int>(style);
+        EXPECT_NE(other, regular) << static_cast<int>(style);
+        EXPECT_EQ(Theme::fontWithStyle(other, style), other) << static_cast<int>(style);
     }
+    EXPECT_EQ(Theme::fontWithStyle(theme->largeFont(FontStyle::Bold), FontStyle::Regular), regular);
+    EXPECT_EQ(Theme::fontWithStyle(nullptr, FontStyle::Bold), nullptr);
+    for (const auto style : {static_cast<FontStyle>(-1), static_cast<FontStyle>(1000)}) {
+        EXPECT_EQ(theme->largeFont(style), regular);
+        EXPECT_EQ(Theme::fontWithStyle(regular, style), regular);
+    }
+    const auto equal = makeObject<Theme>();
+    equal->setDevice(100, 4, 2000, 2000, 1);
+    EXPECT_EQ(equal->largeFont(), regular) << "equal displays share their fonts";
 }
 
 TEST_F(ThemeTest, AnEmIsTheLineHeightOfTheMediumFont) {
@@ -218,21 +192,16 @@ TEST_F(ThemeTest, ThemesAreStacked) {
     EXPECT_EQ(system().getTheme(), theme.get());
     system().popTheme();
     EXPECT_EQ(system().getTheme(), first);
-    system().popTheme();
-    system().popTheme();
-    EXPECT_NE(system().getTheme(), nullptr);
-    EXPECT_EQ(theme->getReferenceCount(), 1);
-}
-
-TEST_F(ThemeTest, ASetThemeIsTheOnlyOne) {
-    system().pushTheme(new Theme);
     system().pushTheme(theme.get());
     system().setTheme(nullptr);
     EXPECT_EQ(system().getTheme(), theme.get());
-    system().setTheme(system().getTheme());
+    system().setTheme(system().getTheme()); // which is then the only one
     EXPECT_EQ(system().getTheme(), theme.get());
     system().popTheme();
     EXPECT_NE(system().getTheme(), theme.get());
+    system().popTheme();
+    EXPECT_NE(system().getTheme(), nullptr);
+    EXPECT_EQ(theme->getReferenceCount(), 1);
 }
 
 } // namespace
