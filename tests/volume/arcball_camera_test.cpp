@@ -8,19 +8,15 @@
 namespace qel {
 namespace {
 
-void expectNear(const IVec3<float>& actual, const IVec3<float>& expected) {
-    for (int i = 0; i < 3; ++i) EXPECT_NEAR(actual[i], expected[i], 1e-6f) << i;
-}
-
-TEST(ArcballCamera, ANewOneLooksFromTheZAxisToTheOrigin) {
-    const ArcballCamera camera;
-    EXPECT_EQ(camera.getViewMatrix(), Float4x4::LookAt({0, 0, 1}, {}, {0, 1, 0}));
-}
-
 TEST(ArcballCamera, TheViewIsLookAtFromEveryDistance) {
     ArcballCamera camera;
-    camera.rotateX(0.7f);
-    camera.rotateY(-0.4f);
+    EXPECT_EQ(camera.getViewMatrix(), Float4x4::LookAt({0, 0, 1}, {}, {0, 1, 0}));
+    const float angle = 0.5f;
+    camera.rotateX(angle);
+    EXPECT_NEAR(camera.getDirection().x, -std::sin(angle), 1e-6f);
+    camera.rotateY(angle);
+    EXPECT_NEAR(camera.getDirection().y, std::sin(angle), 1e-6f);
+    EXPECT_NEAR(camera.getUp().y, std::cos(angle), 1e-6f);
     for (const float distance : {0.001f, 1.0f, 250.0f}) {
         camera.setDistance(distance);
         const IVec3<float>& d = camera.getDirection();
@@ -29,18 +25,6 @@ TEST(ArcballCamera, TheViewIsLookAtFromEveryDistance) {
         for (int i = 0; i < 16; ++i)
             EXPECT_NEAR(camera.getViewMatrix().data()[i], expected.data()[i], 1e-6f * distance + 1e-6f) << i;
     }
-}
-
-TEST(ArcballCamera, RotationsTurnDirectionAndUpVector) {
-    ArcballCamera camera;
-    const float angle = 0.5f;
-    camera.rotateX(angle);
-    expectNear(camera.getDirection(), {-std::sin(angle), 0, std::cos(angle)});
-    expectNear(camera.getUp(), {0, 1, 0});
-    camera.reset();
-    camera.rotateY(angle);
-    expectNear(camera.getDirection(), {0, std::sin(angle), std::cos(angle)});
-    expectNear(camera.getUp(), {0, std::cos(angle), -std::sin(angle)});
 }
 
 TEST(ArcballCamera, AThousandTurnsDoNotTiltIt) {
@@ -67,12 +51,9 @@ TEST(ArcballCamera, TheDistanceStaysWithinItsLimits) {
     EXPECT_EQ(camera.getDistance(), 3) << "the maximum wins";
     camera.reset();
     EXPECT_EQ(camera.getDistance(), 1) << "reset keeps the limits, but not the distance";
-}
-
-TEST(ArcballCamera, AtDistanceZeroItStillHasAView) {
-    ArcballCamera camera;
+    camera = ArcballCamera();
     camera.zoom(-1);
-    EXPECT_EQ(camera.getViewMatrix(), Float4x4::LookAt({}, {0, 0, -1}, {0, 1, 0}));
+    EXPECT_EQ(camera.getViewMatrix(), Float4x4::LookAt({}, {0, 0, -1}, {0, 1, 0})) << "the distance is 0";
 }
 
 TEST(ArcballCamera, ArgumentsThatAreNoNumbersAreIgnored) {

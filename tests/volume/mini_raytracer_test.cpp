@@ -30,17 +30,11 @@ protected:
     }
 };
 
-TEST_F(MiniRaytracerPictures, ThePictureHasTheStatedSize) {
-    Image image;
-    traceAt(5000, image);
-    EXPECT_EQ(image.getSize(), IVec2<int>(120, 70));
-    EXPECT_EQ(image.getImageFormat(), BGRA8);
-}
-
 TEST_F(MiniRaytracerPictures, ThePicturesAreTheSameOnEveryProcessor) {
     for (const uint32 time : {14000u, 33000u, 52000u, 85000u, 118000u}) {
         Image image;
         traceAt(time, image);
+        EXPECT_EQ(image.getSize(), IVec2<int>(120, 70));
         test::expectImage("tests/volume/pictures.txt", "raytrace-" + std::to_string(time), image);
     }
 }
@@ -52,11 +46,6 @@ TEST_F(MiniRaytracerPictures, EveryKindOfVectorTracesTheSamePicture) {
         EXPECT_EQ(pictureAt(33000), best) << target;
     }
     seams::setSimdTarget("");
-}
-
-TEST_F(MiniRaytracerPictures, ThePictureIsOpaque) {
-    const std::vector<uint8> bytes = pictureAt(5000);
-    for (size_t i = 3; i < bytes.size(); i += 4) ASSERT_EQ(bytes[i], 255) << i;
 }
 
 TEST_F(MiniRaytracerPictures, TheLoopRepeatsAfter131072Milliseconds) {

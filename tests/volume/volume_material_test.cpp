@@ -127,30 +127,20 @@ TEST_F(VolumeMaterialTest, ReadsJson) {
     EXPECT_EQ(list[0].getColorCurve(), (Colors{{0, {1, 0.5f, 0}}, {100, {0, 0, 1}}}));
     EXPECT_EQ(list[0].getOpacityCurve(), (Curve<float>{{-1.5f, 0}, {50, 1}}));
     EXPECT_TRUE(list[0].getGradientCurve().empty());
+    EXPECT_EQ(VolumeMaterial::fromJSON(String(test::documentedText("volume/materials"))).size(), 1u);
 }
 
-TEST_F(VolumeMaterialTest, ReadsTheDocumentedJson) {
-    const Vector<VolumeMaterial> list =
-        VolumeMaterial::fromJSON(String(test::documentedText("volume/materials")));
-    ASSERT_EQ(list.size(), 1u);
-    EXPECT_TRUE(list[0].isValid());
-}
-
-TEST_F(VolumeMaterialTest, SkipsColoursOfAnotherLength) {
+TEST_F(VolumeMaterialTest, SkipsKeysOfJsonThatCannotBeUsed) {
     test::LogCapture log;
     Json json = sampleJson();
     json[0]["color"][0]["value"] = {1, 1, 1, 1};
+    json[0]["opacity"] = Json::parse(R"([{"offset": 1, "value": 0.25}, {"offset": 1, "value": 0.5},
+        {"offset": 1e39, "value": 1}, {"offset": -1e300, "value": 1}])");
     const Vector<VolumeMaterial> list = VolumeMaterial::fromJSON(json);
     log.expect(2, "Invalid color value size: 4");
     ASSERT_EQ(list.size(), 1u);
     EXPECT_EQ(list[0].getColorCurve(), (Colors{{100, {0, 0, 1}}}));
-}
-
-TEST_F(VolumeMaterialTest, KeysOfJsonReplaceAndMustBeFinite) {
-    Json json = sampleJson();
-    json[0]["opacity"] = Json::parse(R"([{"offset": 1, "value": 0.25}, {"offset": 1, "value": 0.5},
-        {"offset": 1e39, "value": 1}, {"offset": -1e300, "value": 1}])");
-    EXPECT_EQ(VolumeMaterial::fromJSON(json).at(0).getOpacityCurve(), (Curve<float>{{1, 0.5f}}));
+    EXPECT_EQ(list[0].getOpacityCurve(), (Curve<float>{{1, 0.5f}})) << "the later of two equal keys counts";
 }
 
 TEST_F(VolumeMaterialTest, AnyOtherJsonFails) {
@@ -182,18 +172,7 @@ TEST_F(VolumeMaterialTest, AnyOtherJsonFails) {
     EXPECT_TRUE(VolumeMaterial::fromJSON(Json::array()).empty()) << "an empty list is no failure";
 }
 
-TEST_F(VolumeMaterialTest, SurvivesAnItem) {
-    VolumeMaterial material = sample();
-    material.setGradientCurve({{0.1f, 0.2f}});
-    const VolumeMaterial copy = VolumeMaterial::fromItem(material.toItem());
-    EXPECT_EQ(copy.getName(), "bone");
-    EXPECT_EQ(copy.getModalityFilter(), "CT");
-    EXPECT_EQ(copy.getColorCurve(), material.getColorCurve());
-    EXPECT_EQ(copy.getOpacityCurve(), material.getOpacityCurve());
-    EXPECT_EQ(copy.getGradientCurve(), material.getGradientCurve());
-}
-
-TEST_F(VolumeMaterialTest, TheItemContainsDoubles) {
+TEST_F(VolumeMaterialTest, TheItemContainsDoublesAndIsReadBack) {
     Item expected;
     expected.addString("bone").addString("CT");
     expected.add(Item().add(0.0).add(1.0).add(0.0).add(0.0).add(100.0).add(0.0).add(0.0).add(1.0));
@@ -202,6 +181,8 @@ TEST_F(VolumeMaterialTest, TheItemContainsDoubles) {
     VolumeMaterial cut = sample();
     cut.setName(String(std::string("bone\0x", 6)));
     EXPECT_EQ(cut.toItem().getBase16(), expected.getBase16()) << "a name ends at a zero byte";
+    cut.setGradientCurve({{0.1f, 0.2f}});
+    EXPECT_EQ(VolumeMaterial::fromItem(cut.toItem()).toItem().getBase16(), cut.toItem().getBase16());
 }
 
 TEST_F(VolumeMaterialTest, IncompleteItemsHaveNoCurves) {
@@ -256,8 +237,6 @@ TEST_F(VolumeMaterialTest, AnActorTakesTheTables) {
     EXPECT_EQ(actor.getColorAlphaPreintegrationTexture(), preintegration);
     material.getGradientTextures(lookup, preintegration);
     EXPECT_EQ(actor.getGradientLookupTexture(), lookup);
-    EXPECT_EQ(actor.getGradientPreintegrationTexture(), preintegration);
-
     VolumeMaterial unbuilt = sample();
     EXPECT_TRUE(actor.setVolumeMaterial(unbuilt));
     EXPECT_EQ(actor.getGradientLookupTexture(), lookup) << "tables that do not exist replace none";
