@@ -8,7 +8,7 @@ using test::LogCapture;
 
 class StyleLookup : public test::StyleFixture {};
 
-TEST_F(StyleLookup, DerivedClassesAndLaterRulesAndDeclarationsWin) {
+TEST_F(StyleLookup, DerivedClassesAndLaterRulesWin) {
     EXPECT_EQ(lengthIn("Button{width:3px}Actor{width:2px}Object{width:1px}"), 3);
     EXPECT_EQ(lengthIn("Actor{width:2px}Object{width:1px}Text{width:3px}button{width:4px}"), 2);
     EXPECT_EQ(lengthIn("Button{width:1px}Button{width:2px;width:1px 2px}"), 1) << "the last one is unusable";
