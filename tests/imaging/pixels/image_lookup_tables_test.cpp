@@ -54,13 +54,8 @@ TEST(LookupTableTest, ContainsTheFunctionAtEqualSteps) {
     EXPECT_EQ(image.getImageFormat(), RGBA8);
     EXPECT_EQ(image.getSize(), IVec2<int>(3, 1));
     EXPECT_EQ(bytesOf(image), (std::vector<uint8>{0, 255, 0, 128, 128, 128, 64, 128, 255, 0, 255, 128}));
-}
-
-TEST(LookupTableTest, TheCoordinatesAreThoseOfTexelCentres) {
-    Image image;
-    const auto [scale, bias] =
-        image.createLookupTableForTexture(256, -1000, 3000, [](float) { return IVec4<float>(); });
-    EXPECT_FLOAT_EQ(-1000 * scale + bias, 0.5f / 256);
+    const auto [scale, bias] = image.createLookupTableForTexture(256, -1000, 3000, f);
+    EXPECT_FLOAT_EQ(-1000 * scale + bias, 0.5f / 256) << "the centre of a texel";
     EXPECT_FLOAT_EQ(3000 * scale + bias, 255.5f / 256);
 }
 

@@ -42,6 +42,13 @@ inline uint8 noise(std::size_t i) {
     return static_cast<uint8>((x * 0xBF58476D1CE4E5B9u) >> 56);
 }
 
+/// Returns an image of bytes without a pattern.
+inline Image noiseImage(FormatID format, Size size) {
+    Image image(format, size);
+    for (std::size_t i = 0; i < image.getByteSize(); ++i) image.getBytePointer()[i] = noise(i);
+    return image;
+}
+
 /// An image in foreign memory of its own, with guard bytes around each row of each plane.
 class GuardedImage {
 public:

@@ -197,27 +197,17 @@ TEST(YuvOrders, TwoPlanesBecomeColoursLikeThree) {
     }
 }
 
-TEST(YuvCentre, ChromaColumnsAreNotHalvedInThreePlanes) {
+TEST(YuvCentre, ChromaColumnsAreHalvedInTwoPlanesOnly) {
     GuardedImage source(Y1U2V2, {24, 8});
     Image target(Y1U2V2, {16, 4});
     ASSERT_TRUE(target.convertFrom(*source));
     EXPECT_EQ(target.getBytePointer()[0], source->getBytePointer(2)[4]);
     EXPECT_EQ(target.getPlaneBytePointer(1)[0], source->getPlaneBytePointer(1, 1)[4]);
-}
-
-TEST(YuvCentre, TwoPlanesMoveByPairs) {
-    GuardedImage source(Y1UV2, {22, 6});
-    Image target(Y1UV2, {16, 4});
-    ASSERT_TRUE(target.convertFrom(*source));
-    EXPECT_EQ(target.getBytePointer()[0], source->getBytePointer(0)[2]) << "3 and 1 are rounded down to even";
-    EXPECT_EQ(target.getPlaneBytePointer(1)[0], source->getPlaneBytePointer(1, 0)[2]);
-}
-
-TEST(YuvOddSizes, AHeightOfOneIsLeftAlone) {
-    GuardedImage source(RGBA8, {8, 1});
-    GuardedImage target(Y1U2V2, {8, 1}), untouched(Y1U2V2, {8, 1});
-    EXPECT_TRUE(target->convertFrom(*source));
-    EXPECT_EQ(packedBytes(*target), packedBytes(*untouched));
+    GuardedImage pairs(Y1UV2, {22, 6});
+    Image two(Y1UV2, {16, 4});
+    ASSERT_TRUE(two.convertFrom(*pairs));
+    EXPECT_EQ(two.getBytePointer()[0], pairs->getBytePointer(0)[2]) << "3 and 1 are rounded down to even";
+    EXPECT_EQ(two.getPlaneBytePointer(1)[0], pairs->getPlaneBytePointer(1, 0)[2]);
 }
 
 TEST(YuvOddSizes, PlainCopiesTakeAllRowsOfLuma) {
@@ -231,8 +221,7 @@ TEST(YuvOddSizes, PlainCopiesTakeAllRowsOfLuma) {
 
 TEST(YuvOddSizes, RowFunctionsWriteTheLastColumnWhereThereIsRoom) {
     for (const int pitch : {2, 3}) {
-        Image source(BGRA8, {5, 2});
-        for (size_t i = 0; i < 40; ++i) source.getBytePointer()[i] = test::noise(i);
+        const Image source = test::noiseImage(BGRA8, {5, 2});
         Bytes y(10), u(4, 77), v(4, 77);
         util::convertImage_BGRA8_Y1U2V2(5, 2, source.getBytePointer(), 20, y.data(), 5, u.data(), pitch,
                                         v.data(), pitch);
@@ -241,14 +230,10 @@ TEST(YuvOddSizes, RowFunctionsWriteTheLastColumnWhereThereIsRoom) {
         EXPECT_EQ(u[2], pitch == 3 ? uOf(false, mean) : 77) << pitch;
         EXPECT_EQ(v[2], pitch == 3 ? vOf(false, mean) : 77) << pitch;
     }
-}
-
-TEST(YuvOddSizes, RgbRowFunctionTakesTheEvenPixelOfTheOddRow) {
-    Image source(RGBA8, {3, 2});
-    for (size_t i = 0; i < 24; ++i) source.getBytePointer()[i] = test::noise(i);
+    const Image source = test::noiseImage(RGBA8, {3, 2});
     Bytes y(6), u(2), v(2);
     util::convertImage_RGBA8_Y1U2V2(3, 2, source.getBytePointer(), 12, y.data(), 3, u.data(), 2, v.data(), 2);
-    EXPECT_EQ(u[1], uOf(true, pixelAt(source, 2, 1)));
+    EXPECT_EQ(u[1], uOf(true, pixelAt(source, 2, 1))) << "the even pixel of the odd row";
     EXPECT_EQ(v[1], vOf(true, pixelAt(source, 2, 1)));
 }
 
@@ -264,8 +249,8 @@ TEST(YuvOddSizes, InverseRowFunctionsReadTheLastColumnWhereThereIsRoom) {
 
 TEST_F(YuvSystem, LargePicturesAreSharedWithTheSameResult) {
     for (const FormatID to : {Y1U2V2, RGB565, L8}) {
-        Image source(RGBA8, {701, 503}), target(to, source.getSize()), alone(to, source.getSize());
-        for (size_t i = 0; i < source.getByteSize(); ++i) source.getBytePointer()[i] = test::noise(i);
+        const Image source = test::noiseImage(RGBA8, {701, 503});
+        Image target(to, source.getSize()), alone(to, source.getSize());
         for (Image* image : {&target, &alone})
             std::fill_n(image->getBytePointer(), image->getByteSize(), uint8{0});
         ASSERT_TRUE(target.convertFrom(source));
