@@ -25,3 +25,6 @@ mark_as_advanced(QELCORE_STB_INCLUDE)
 pkg_check_modules(hwy REQUIRED libhwy)
 # Only the window of desktop hosts needs it.
 pkg_check_modules(sdl2 QUIET IMPORTED_TARGET sdl2)
+if(QELCORE_BUILD_HOSTS) # the viewer reads compressed volumes
+    pkg_check_modules(zlib REQUIRED IMPORTED_TARGET zlib)
+endif()

@@ -176,13 +176,15 @@ bool VolumeLoader::load(const internal::VoxelType* type, internal::VoxelSource& 
     const internal::VoxelType& stored = type != nullptr ? *type : *internal::findVoxelType(UInt16);
     const IVec3<int> size = voxels != 0 ? m_size : IVec3<int>();
     try {
-        const internal::VoxelTransfer transfer(stored, source, size);
+        internal::VoxelTransfer transfer(stored, source, size, m_progress);
         const internal::VoxelScale scale(transfer.measure());
+        if (transfer.isEnded()) return false;
         if (type != nullptr) m_scaleBias = scale.toFloat();
         const SmartPointer<VolumeTexture> texture = createTexture();
         if (!texture) return false;
         texture->initialize(m_targetFormat, size);
         transfer.upload(*texture, scale);
+        if (transfer.isEnded()) return false;
         m_scalarTexture = texture;
         return true;
     } catch (const std::bad_alloc&) {

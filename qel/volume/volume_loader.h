@@ -11,6 +11,9 @@
 #include <qel/platform/api.h>
 #include <qel/render/volume_texture.h>
 
+#include <functional>
+#include <utility>
+
 namespace qel {
 
 class Buffer;
@@ -32,6 +35,9 @@ class QEL_API VolumeLoader : public Object {
     QEL_CLASS(VolumeLoader, Object)
 
 public:
+    /// Receives the finished share of a load, 0 to 1, after each piece. @return false to end the load.
+    using Progress = std::function<bool(float share)>;
+
     /// The most bytes of a file that may be missing.
     static constexpr uint64 kMaxMissingBytes = 64 << 20;
 
@@ -56,6 +62,9 @@ public:
     /// no texture can be created; nothing has changed then, except in the last case.
     bool loadFromVoxels(FormatID format, const IVec3<int>& size, const Float3x3& directions,
                         const IVec3<float>& origin, const Buffer& voxels);
+    /// Sets a function that loads call from now on; an empty one removes it. A load that it ends returns
+    /// false, and the texture is unchanged. @threads it is called by all workers, several at once.
+    void setProgress(Progress progress) { m_progress = std::move(progress); }
     /// Creates a volume of zeros with a cuboid of 65535, which extends from a tenth to a third of each side.
     /// The scale and bias stay.
     void generateTestImage(const IVec3<int>& size);
@@ -89,6 +98,7 @@ private:
     IVec2<float> m_scaleBias{1, 0};
     FormatID m_sourceFormat = UnknownFormat;
     FormatID m_targetFormat = UInt16;
+    Progress m_progress;
 };
 
 } // namespace qel

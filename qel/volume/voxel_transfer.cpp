@@ -35,7 +35,7 @@ void forPieces(uint64 begin, uint64 end, uint64 voxelBytes, const Run& run) {
 
 } // namespace
 
-VoxelRange VoxelTransfer::measure() const {
+VoxelRange VoxelTransfer::measure() {
     Mutex mutex;
     VoxelRange range;
     const uint64 voxels = m_sliceVoxels * static_cast<uint64>(m_slices);
@@ -43,9 +43,11 @@ VoxelRange VoxelTransfer::measure() const {
         Buffer room(std::min<uint64>(kPieceBytes, (end - begin) * m_type.bytes));
         VoxelRange share;
         forPieces(begin, end, m_type.bytes, [&](uint64 first, size_t count) {
+            if (m_isEnded) return;
             const uint8* const bytes =
                 m_source.read(first * m_type.bytes, count * m_type.bytes, room.getBytePointer());
             share.include(m_type.range(bytes, count));
+            advance(count);
         });
         const MutexLock lock(mutex);
         range.include(share);
@@ -53,7 +55,7 @@ VoxelRange VoxelTransfer::measure() const {
     return range;
 }
 
-void VoxelTransfer::upload(VolumeTexture& texture, const VoxelScale& scale) const {
+void VoxelTransfer::upload(VolumeTexture& texture, const VoxelScale& scale) {
     if (m_slices == 0) return;
     const uint64 fitting = kGroupBytes / sizeof(uint16) / m_sliceVoxels;
     const int groupSlices = static_cast<int>(std::clamp<uint64>(fitting, 1, static_cast<uint64>(m_slices)));
@@ -63,22 +65,32 @@ void VoxelTransfer::upload(VolumeTexture& texture, const VoxelScale& scale) cons
         const int begin = std::max(end - groupSlices, 0);
         convert(words, m_sliceVoxels * static_cast<uint64>(begin),
                 m_sliceVoxels * static_cast<uint64>(end - begin), scale);
+        if (m_isEnded) return;
         for (int z = end - 1; z >= begin; --z)
             texture.uploadData(z, z + 1, UInt16, words + m_sliceVoxels * static_cast<uint64>(z - begin));
         end = begin;
     }
 }
 
-void VoxelTransfer::convert(uint16* out, uint64 begin, uint64 count, const VoxelScale& scale) const {
+void VoxelTransfer::advance(uint64 voxels) {
+    if (!m_progress) return;
+    const auto both = static_cast<double>(m_sliceVoxels) * m_slices * 2;
+    m_done += voxels;
+    if (!m_progress(static_cast<float>(static_cast<double>(m_done) / both))) m_isEnded = true;
+}
+
+void VoxelTransfer::convert(uint16* out, uint64 begin, uint64 count, const VoxelScale& scale) {
     const bool inPlace = m_type.bytes == sizeof(uint16);
     forShares(count, m_type.bytes, [&](uint64 shareBegin, uint64 shareEnd) {
         Buffer room(inPlace ? 0 : std::min<uint64>(kPieceBytes, (shareEnd - shareBegin) * m_type.bytes));
         forPieces(shareBegin, shareEnd, m_type.bytes, [&](uint64 first, size_t voxels) {
+            if (m_isEnded) return;
             uint16* const target = out + first;
             uint8* const bytes = inPlace ? reinterpret_cast<uint8*>(target) : room.getBytePointer();
             m_type.convert(target,
                            m_source.read((begin + first) * m_type.bytes, voxels * m_type.bytes, bytes),
                            voxels, scale);
+            advance(voxels);
         });
     });
 }

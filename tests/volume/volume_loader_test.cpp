@@ -415,5 +415,24 @@ TEST_F(ThreadedVolumeLoaderTest, LargeVolumesConvertOnAllWorkers) {
     EXPECT_EQ(volume.slices.back(), 0);
 }
 
+TEST_F(VolumeLoaderTest, ReportsProgressAndCanBeEnded) {
+    const std::vector<int16> values(64, 7);
+    std::vector<float> shares;
+    loader.setProgress([&](float share) {
+        shares.push_back(share);
+        return true;
+    });
+    EXPECT_TRUE(loadRow(Int16, values));
+    EXPECT_EQ(shares, (std::vector<float>{0.5f, 1}));
+    const SmartPointer<VolumeTexture> before = loader.getScalarTexture();
+    for (const float last : {0.5f, 1.0f}) {
+        loader.setProgress([last](float share) { return share < last; });
+        EXPECT_FALSE(loadRow(Int16, values)) << last;
+        EXPECT_EQ(loader.getScalarTexture(), before) << last;
+    }
+    loader.setProgress({});
+    EXPECT_TRUE(loadRow(Int16, values));
+}
+
 } // namespace
 } // namespace qel

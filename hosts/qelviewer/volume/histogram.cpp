@@ -13,20 +13,19 @@ namespace {
 
 constexpr size_t kWords = 65536;
 /// Voxels that one thread counts at a time.
-constexpr size_t kPiece = 4 << 20;
+constexpr qel::uint64 kPiece = 4 << 20;
 
 using Counts = qel::Vector<qel::uint64>;
 
 /// Counts each stored number. @return nothing if cancelled.
-Counts countWords(const qel::uint16* voxels, size_t count, LoadProgress& progress) {
+Counts countWords(const qel::uint16* voxels, qel::uint64 count, LoadProgress& progress) {
     Counts total(kWords);
     qel::Mutex mutex;
-    std::atomic<size_t> done{0};
-    forEachIndex(static_cast<unsigned>((count + kPiece - 1) / kPiece), [&](unsigned piece) {
+    std::atomic<qel::uint64> done{0};
+    forEachPiece(count, kPiece, [&](qel::uint64 begin, qel::uint64 end) {
         if (progress.isCancelled) return;
         Counts counts(kWords);
-        const size_t begin = piece * kPiece, end = std::min(begin + kPiece, count);
-        for (size_t i = begin; i < end; ++i) ++counts[voxels[i]];
+        for (qel::uint64 i = begin; i < end; ++i) ++counts[voxels[i]];
         const qel::MutexLock lock(mutex);
         for (size_t i = 0; i < kWords; ++i) total[i] += counts[i];
         advanceTo(progress, static_cast<float>(done += end - begin) / static_cast<float>(count));
@@ -35,8 +34,9 @@ Counts countWords(const qel::uint16* voxels, size_t count, LoadProgress& progres
     return total;
 }
 
-size_t countVoxels(const qel::IVec3<int>& size) {
-    return static_cast<size_t>(size.x) * static_cast<size_t>(size.y) * static_cast<size_t>(size.z);
+qel::uint64 countVoxels(const qel::IVec3<int>& size) {
+    return static_cast<qel::uint64>(size.x) * static_cast<qel::uint64>(size.y) *
+           static_cast<qel::uint64>(size.z);
 }
 
 double valueOf(size_t stored, const qel::IVec2<float>& scaleBias) {

@@ -12,6 +12,8 @@ using Vector3 = qel::IVec3<double>;
 constexpr double kLetterShare = 0.17364817766693033;
 /// The smallest volume between three directions of length 1 that are taken as independent.
 constexpr double kSmallestVolume = 1e-4;
+/// Limits of usable numbers in millimetres.
+constexpr double kSmallestStep = 1e-6, kLargestStep = 1e6, kFarthestOrigin = 1e9;
 
 double length(const Vector3& v) {
     return std::sqrt(v.x * v.x + v.y * v.y + v.z * v.z);
@@ -23,10 +25,6 @@ Vector3 scaled(const Vector3& v, double factor) {
 
 Vector3 sum(const Vector3& a, const Vector3& b) {
     return {a.x + b.x, a.y + b.y, a.z + b.z};
-}
-
-bool isFinite(const Vector3& v) {
-    return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z);
 }
 
 qel::Double3x3 axesOf(const Orientation& orientation) {
@@ -110,10 +108,20 @@ double Orientation::spacing(int i) const {
 bool Orientation::isUsable() const {
     qel::Double3x3 directions;
     for (int i = 0; i < 3; ++i) {
-        if (!isFinite(axis[i]) || !(spacing(i) > 0) || !std::isfinite(spacing(i))) return false;
+        if (!(spacing(i) >= kSmallestStep && spacing(i) <= kLargestStep)) return false; // also NaN
         directions[i] = scaled(axis[i], 1 / spacing(i));
     }
-    return isFinite(origin) && std::abs(directions.determinant()) >= kSmallestVolume;
+    return length(origin) <= kFarthestOrigin && std::abs(directions.determinant()) >= kSmallestVolume;
+}
+
+Orientation withoutDirections(const Orientation& orientation) {
+    Orientation result;
+    for (int i = 0; i < 3; ++i) {
+        const double step = orientation.spacing(i);
+        if (step >= kSmallestStep && step <= kLargestStep) result.axis[i][i] = step;
+    }
+    if (length(orientation.origin) <= kFarthestOrigin) result.origin = orientation.origin;
+    return result;
 }
 
 std::string directionLetters(const Vector3& direction) {

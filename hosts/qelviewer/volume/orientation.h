@@ -25,9 +25,14 @@ struct Orientation {
     qel::IVec3<double> voxelAt(const qel::IVec3<double>& position) const;
     /// Returns the distance between neighbours on axis @p i, in millimetres.
     double spacing(int i) const;
-    /// Returns true if all numbers are finite and the three axes are independent.
+    /// Returns true if the axes are independent, with steps of 1e-6 to 1e6 mm, and the origin is at most
+    /// 1e9 mm away.
     bool isUsable() const;
 };
+
+/// Returns an orientation without a patient, which has the steps of @p orientation along x, y and z. Steps
+/// that are not usable become 1, an unusable origin 0.
+Orientation withoutDirections(const Orientation& orientation);
 
 /// Returns the letters of the sides of the body that a direction points to, the nearest first: "L" and "R"
 /// for left and right, "P" and "A" for back and front, "S" and "I" for head and feet. A side is left out if

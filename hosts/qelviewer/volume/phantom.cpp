@@ -1,5 +1,6 @@
 #include <hosts/qelviewer/volume/phantom.h>
 
+#include <hosts/qelviewer/volume/header_text.h>
 #include <hosts/qelviewer/volume/parallel_range.h>
 #include <hosts/shared/file_replacement.h>
 
@@ -7,7 +8,6 @@
 #include <qel/foundation/base/ivec.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 
 namespace qelviewer {
@@ -99,16 +99,10 @@ void computeSlice(qel::int16* slice, int voxels, int z) {
     }
 }
 
-/// Returns the shortest text of a number, with a decimal point under every locale.
-std::string number(double value) {
-    char text[32];
-    return {text, std::to_chars(text, text + sizeof text, value).ptr};
-}
-
 std::string phantomHeader(int voxels) {
     const std::string count = std::to_string(voxels);
-    const std::string step = number(kSideMm / voxels);
-    const std::string first = number((kSideMm / voxels - kSideMm) / 2);
+    const std::string step = numberText(kSideMm / voxels);
+    const std::string first = numberText((kSideMm / voxels - kSideMm) / 2);
     return "NRRD0004\n# A head of ten ellipsoids.\ntype: short\ndimension: 3\nspace: "
            "left-posterior-superior\n"
            "sizes: " +
