@@ -40,6 +40,10 @@ struct TexelSteps {
 /// last one: the edge of the texture repeats on both sides.
 void stepColumns(const TexelAxis& axis, int begin, int count, const TexelSteps& steps);
 
+/// Packs texels of 4 bytes. @param size  the number of texels in @p line.
+/// @param first  the texels to pack: @p count of them, in rising or in falling order.
+void selectTexels4(const uint8* line, int size, const int* first, int count, uint8* out);
+
 /// Mixes two rows of floats: `(1 - fraction) * a + fraction * b`.
 void mixRows(const float* a, const float* b, float fraction, int count, float* out);
 /// Mixes the two texels of each step. @tparam channels  4 or 1.

@@ -179,6 +179,31 @@ void StepColumns(const TexelAxis& axis, int begin, int count, const TexelSteps& 
     StepLinear(axis, begin, count, steps.first, steps.fraction);
 }
 
+HWY_INLINE void CopyTexels4(const uint8* line, const int* first, int begin, int end, uint8* out) {
+    for (int i = begin; i < end; ++i)
+        std::memcpy(out + std::ptrdiff_t{i} * 4, line + std::ptrdiff_t{first[i]} * 4, 4);
+}
+
+// Enlarged textures need no more texels than a vector has for its pixels: one load finds them all.
+void SelectTexels4(const uint8* line, int size, const int* first, int count, uint8* HWY_RESTRICT out) {
+    const hn::RebindToSigned<Pixels> places;
+    const int lanes = static_cast<int>(hn::Lanes(Pixels()));
+    int i = 0;
+    for (; i + lanes <= count; i += lanes) {
+        const int low = std::min(first[i], first[i + lanes - 1]);
+        const int high = std::max(first[i], first[i + lanes - 1]);
+        if (high - low >= lanes || low + lanes > size) {
+            CopyTexels4(line, first, i, i + lanes, out);
+            continue;
+        }
+        const auto texels = hn::LoadU(Pixels(), reinterpret_cast<const uint32_t*>(line) + low);
+        const auto place = hn::Sub(hn::LoadU(places, first + i), hn::Set(places, low));
+        const auto selected = hn::TableLookupLanes(texels, hn::IndicesFromVec(Pixels(), place));
+        hn::StoreU(selected, Pixels(), reinterpret_cast<uint32_t*>(out) + i);
+    }
+    CopyTexels4(line, first, i, count, out);
+}
+
 // The rows end at a whole vector, so that rests need no code.
 void MixRows(const float* a, const float* b, float fraction, int count, float* out) {
     const int step = static_cast<int>(hn::Lanes(Floats()));
@@ -513,6 +538,7 @@ QEL_SIMD_TABLE(DecodeGrey16);
 QEL_SIMD_TABLE(DecodeGrey16Raw);
 QEL_SIMD_TABLE(DecodeGrey16Colors);
 QEL_SIMD_TABLE(StepColumns);
+QEL_SIMD_TABLE(SelectTexels4);
 QEL_SIMD_TABLE(MixRows);
 QEL_SIMD_TABLE(ResampleColors);
 QEL_SIMD_TABLE(ResampleGreys);
@@ -612,6 +638,10 @@ TexelRows texelRows(FormatID format) {
 
 void stepColumns(const TexelAxis& axis, int begin, int count, const TexelSteps& steps) {
     g_StepColumns(axis, begin, count, steps);
+}
+
+void selectTexels4(const uint8* line, int size, const int* first, int count, uint8* out) {
+    g_SelectTexels4(line, size, first, count, out);
 }
 
 void mixRows(const float* a, const float* b, float fraction, int count, float* out) {

@@ -20,15 +20,19 @@ TileTexels::TileTexels(const TexelGrid& grid, const TexelPlane& plane, int begin
       m_linePitch(grid.columnsAlongV ? plane.bytes : plane.pitch),
       m_isLinear(grid.isLinear) {
     stepColumns(grid.columns, begin, count, steps());
-    m_isLinear ? selectLinear(count, grid.columns.size - 1) : selectNearest(count);
+    m_isLinear ? selectLinear(count, grid.columns.size - 1) : selectNearest(count, grid.columns.size);
 }
 
-void TileTexels::selectNearest(int count) {
+void TileTexels::selectNearest(int count, int size) {
     const int first = m_first[0];
     int i = 1;
     while (i < count && m_first[static_cast<size_t>(i)] == first + i) ++i;
     m_size = count;
     if (i == count) return selectRun(first, count);
+    if (m_texelPitch == 4) {
+        m_selectsFrom = size;
+        return;
+    }
     for (size_t k = 0; k < static_cast<size_t>(count); ++k) m_offsets[k] = m_first[k] * m_texelPitch;
 }
 
@@ -65,7 +69,10 @@ void TileTexels::selectRun(int first, int size) {
 const uint8* TileTexels::line(int index) {
     const uint8* const line = m_plane.texels + index * m_linePitch;
     if (m_runStart >= 0) return line + m_runStart;
-    kPack[m_plane.bytes - 1](line, m_offsets.data(), lineSize(), m_packed.data());
+    if (m_selectsFrom > 0)
+        selectTexels4(line, m_selectsFrom, m_first.data(), lineSize(), m_packed.data());
+    else
+        kPack[m_plane.bytes - 1](line, m_offsets.data(), lineSize(), m_packed.data());
     return m_packed.data();
 }
 

@@ -44,7 +44,7 @@ public:
     TexelSteps steps() { return {m_first.data(), m_isLinear ? m_fraction.data() : nullptr}; }
 
 private:
-    void selectNearest(int count);
+    void selectNearest(int count, int size);
     void selectLinear(int count, int last);
     void selectRun(int first, int size);
 
@@ -56,6 +56,7 @@ private:
     int m_repeatsBefore = 0;        // 1 if the first texel counts twice
     int m_repeatsAfter = 0;         // 1 if the last one does
     std::ptrdiff_t m_runStart = -1; // byte of a line's first texel if the line lies in the texture as it is
+    int m_selectsFrom = 0;          // texels of a line, if selectTexels4() packs those of m_first
     std::array<int, kTileColumns> m_first;
     std::array<float, kTileColumns> m_fraction;
     std::array<std::ptrdiff_t, kTileTexels> m_offsets; // bytes of the texels of other lines
