@@ -29,7 +29,7 @@ void TileTexels::selectNearest(int count, int size) {
     while (i < count && m_first[static_cast<size_t>(i)] == first + i) ++i;
     m_size = count;
     if (i == count) return selectRun(first, count);
-    if (m_texelPitch == 4) {
+    if (m_texelPitch == 4 && m_plane.bytes == 4) {
         m_selectsFrom = size;
         return;
     }

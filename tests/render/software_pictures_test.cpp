@@ -263,6 +263,21 @@ TEST_F(SoftwarePictures, Orientations) {
             });
 }
 
+TEST_F(SoftwarePictures, NarrowTexturesTurned) {
+    for (const FormatID format : {BGRA8, RGB8, L8, A8, UInt16})
+        expectFrame("narrow-" + std::to_string(format), {88, 84}, BGRA8, [format](RendererSoftware& r) {
+            drawBackground(r);
+            for (const int width : {1, 2, 3, 4})
+                for (const auto filter : {Filter::Nearest, Filter::Bilinear}) {
+                    const SmartPointer<Texture> texture = makeNoise(r, format, {width, 20}, 31);
+                    texture->setFilter(filter);
+                    const auto left = filter == Filter::Nearest ? 2.0f : 45.0f;
+                    const auto top = static_cast<float>(20 * width - 18);
+                    r.drawTextureInternal(texture.get(), kWhole, {left, top, left + 40, top + 18}, 1);
+                }
+        });
+}
+
 TEST_F(SoftwarePictures, BlitsOfEveryWidth) {
     for (const FormatID format : {BGRA8, RGBA8, RGB8, L8, A8})
         expectFrame("blits-" + std::to_string(format), {70, 140}, BGRA8, [format](RendererSoftware& r) {
