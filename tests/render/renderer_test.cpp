@@ -76,17 +76,6 @@ TEST_F(RendererTest, AClipOutsideTheOneBelowClipsEverything) {
     EXPECT_EQ(renderer.viewport, IVec4<int>(10, 10, 20, 20));
 }
 
-TEST_F(RendererTest, TheFirstEntryOfEachStackStays) {
-    renderer.popClip();
-    renderer.popColor();
-    EXPECT_EQ(renderer.getColor(), IVec4<float>(1, 1, 1, 1));
-    renderer.start();
-    renderer.pushClip({0, 0, 1, 1});
-    renderer.popClip();
-    renderer.popClip();
-    EXPECT_EQ(renderer.getClip(), IVec4<int>(0, 0, 100, 50));
-}
-
 TEST_F(RendererTest, ColorsMultiply) {
     renderer.pushColor({1, 1, 1, 0.5f});
     renderer.pushColor({1, 0.5f, 1, 0.5f});
@@ -111,7 +100,12 @@ TEST_F(RendererTest, StacksMayBeAThousandDeep) {
         renderer.popClip();
         renderer.popColor();
     }
-    EXPECT_EQ(renderer.getClip(), IVec4<int>(0, 0, 100, 50));
+    EXPECT_EQ(renderer.getClip(), IVec4<int>(0, 0, 100, 50)) << "the first entry of each stack stays";
+    EXPECT_EQ(renderer.getColor(), IVec4<float>(1, 1, 1, 1));
+    renderer.calls.clear();
+    renderer.start3D();
+    renderer.stop3D();
+    EXPECT_EQ(renderer.calls, "start depth flat stop ");
 }
 
 TEST_F(RendererTest, ADashIsCutAtTheEndOfTheLine) {
@@ -169,12 +163,18 @@ TEST_F(RendererTest, APolygonThatIsNoneDrawsNothing) {
     EXPECT_EQ(renderer.triangles, 0);
 }
 
-TEST_F(RendererTest, AMeshBelongsToItsRenderer) {
+TEST_F(RendererTest, ADestroyedRendererIsForgotten) {
+    Application* const application = system().getApplication();
     auto dying = std::make_unique<NotingRenderer>();
     const SmartPointer<Mesh> mesh = dying->createMesh();
+    const SmartPointer<Texture> texture = dying->createTexture();
+    application->setRenderer(dying.get());
+    EXPECT_EQ(application->getRenderer(), dying.get());
     EXPECT_EQ(mesh->getRenderer(), dying.get());
     dying.reset();
+    EXPECT_EQ(application->getRenderer(), nullptr);
     EXPECT_EQ(mesh->getRenderer(), nullptr);
+    EXPECT_EQ(texture->getRenderer(), nullptr);
 }
 
 TEST_F(RendererTest, AGrayscaleTableHoldsTwoRoundings) {
@@ -202,21 +202,8 @@ TEST_F(RendererTest, ThePaletteComposesTheColorsOfTheBits) {
         const uint8* const pixel = palette.getBytePointer() + word * 4;
         for (int i = 0; i < 4; ++i) EXPECT_EQ(pixel[i], std::lround(color[i] * 255)) << word << ":" << i;
     }
-}
-
-TEST(AlphaComposite, TheTopCoversTheBottom) {
     EXPECT_EQ(util::alphaComposite({1, 0, 0, 1}, {0, 1, 0, 1}), IVec4<float>(1, 0, 0, 1));
-    EXPECT_EQ(util::alphaComposite({}, {0, 1, 0, 0.5f}), IVec4<float>(0, 1, 0, 0.5f));
     EXPECT_EQ(util::alphaComposite({1, 1, 1, 0}, {1, 1, 1, 0}), IVec4<float>());
-}
-
-TEST_F(RendererTest, ThreeDimensionalFramesSwitchTheDepthTest) {
-    renderer.start3D();
-    renderer.stop3D();
-    EXPECT_EQ(renderer.calls, "start depth flat stop ");
-    EXPECT_TRUE(renderer.has3dSupport());
-    EXPECT_EQ(renderer.getViewMatrix(), Float4x4::Identity());
-    EXPECT_EQ(renderer.getCullMode(), 0);
 }
 
 TEST_F(RendererTest, ATimerMeasuresTheTimeBetweenStarts) {
@@ -248,23 +235,6 @@ TEST_F(RendererTest, ATextureStatesWhatWasUploaded) {
     EXPECT_EQ(texture->getTime(), system().getTimeFast());
     texture->declareExtern(L8, {3, 2});
     EXPECT_EQ(texture->getSize(), IVec2<int>(3, 2));
-}
-
-TEST_F(RendererTest, ATextureMayOutliveItsRenderer) {
-    auto dying = std::make_unique<NotingRenderer>();
-    const SmartPointer<Texture> texture = dying->createTexture();
-    dying.reset();
-    EXPECT_EQ(texture->getRenderer(), nullptr);
-}
-
-TEST_F(RendererTest, TheApplicationKeepsAWeakPointerToItsRenderer) {
-    Application* const application = system().getApplication();
-    EXPECT_EQ(application->getRenderer(), nullptr);
-    auto dying = std::make_unique<NotingRenderer>();
-    application->setRenderer(dying.get());
-    EXPECT_EQ(application->getRenderer(), dying.get());
-    dying.reset();
-    EXPECT_EQ(application->getRenderer(), nullptr);
 }
 
 } // namespace

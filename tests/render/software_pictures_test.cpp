@@ -73,18 +73,6 @@ SmartPointer<Texture> makeBall(Renderer& renderer, int side) {
     return test::makeTexture(renderer, RGBA8, {side, side}, bytes);
 }
 
-TEST_F(SoftwarePictures, Rectangles) {
-    expectFrames("rectangles", {97, 80}, [](RendererSoftware& r) {
-        drawBackground(r);
-        for (int i = 0; i < 12; ++i) {
-            const float f = static_cast<float>(i);
-            r.pushColor({f / 12, 1 - f / 12, 0.3f, (f + 1) / 12});
-            r.drawRectInternal({f * 7 - 3.5f, f * 5 + 0.25f, f * 9 + 30.5f, f * 6 + 20.75f});
-            r.popColor();
-        }
-    });
-}
-
 TEST_F(SoftwarePictures, SpansOfEveryWidth) {
     expectFrames("spans", {70, 140}, [](RendererSoftware& r) {
         drawBackground(r);

@@ -63,24 +63,26 @@ TEST_F(SpriteTest, GivenPixelsStay) {
     EXPECT_EQ(sprite->getSize(), IVec2<int>(2, 1));
     EXPECT_EQ(sprite->getData()[5], 6);
     EXPECT_NE(sprite->getTexture(&renderer, {2, 1}), nullptr);
+    sprite->getData()[0] = 9;
+    sprite->notifyImageChanged();
+    EXPECT_EQ(sprite->hasTexture({2, 1}), nullptr);
+    EXPECT_EQ(sprite->getData()[0], 9);
+    EXPECT_NE(sprite->getTexture(&renderer, {2, 1}), nullptr);
     sprite->clearTextureCache();
-    EXPECT_TRUE(sprite->hasImageData());
     EXPECT_EQ(sprite->hasTexture({2, 1}), nullptr);
     EXPECT_EQ(sprite->asLogTag(), "[SPRITE:type=external;size=2x1;resident] ");
     sprite->invalidate();
     EXPECT_FALSE(sprite->isValid());
-    EXPECT_FALSE(sprite->getImage().isInitialized());
     EXPECT_EQ(sprite->asLogTag(), "[SPRITE:type=invalid] ");
 }
 
 TEST_F(SpriteTest, MissingAndImpossiblePixelsAreSafe) {
     test::LogCapture log;
+    EXPECT_EQ(Sprite::createInternal(L8, {4, 4})->getData()[15], 0);
     EXPECT_EQ(Sprite::createFromExternal(L8, {2, 2}, nullptr)->getData()[3], 0);
-    for (const IVec2<int>& size : {IVec2<int>(-1, 3), IVec2<int>(0, 5)}) {
-        const uint8 pixel = 1;
-        const SmartPointer<Sprite> sprite = Sprite::createFromExternal(L8, size, &pixel);
-        EXPECT_EQ(sprite->getTexture(&renderer, {8, 8}), nullptr);
-    }
+    const uint8 pixel = 1;
+    for (const IVec2<int>& size : {IVec2<int>(-1, 3), IVec2<int>(0, 5)})
+        EXPECT_EQ(Sprite::createFromExternal(L8, size, &pixel)->getTexture(&renderer, {8, 8}), nullptr);
     EXPECT_EQ(log.take().size(), 1u) << "the negative size";
 }
 
@@ -90,9 +92,6 @@ TEST_F(SpriteTest, AnImageIsCopiedOrSwapped) {
     EXPECT_TRUE(image.isInitialized());
     EXPECT_EQ(Sprite::createFromImageSwap(image)->getSize(), IVec2<int>(3, 2));
     EXPECT_FALSE(image.isInitialized());
-}
-
-TEST_F(SpriteTest, AForeignImageIsCopied) {
     std::vector<uint8> memory{1, 2, 3, 4};
     for (const bool swaps : {false, true}) {
         Image external;
@@ -105,16 +104,6 @@ TEST_F(SpriteTest, AForeignImageIsCopied) {
     }
 }
 
-TEST_F(SpriteTest, AnInternalSpriteStartsBlackAndDropsItsTexturesOnAChange) {
-    const SmartPointer<Sprite> sprite = Sprite::createInternal(L8, {4, 4});
-    EXPECT_EQ(sprite->getData()[15], 0);
-    sprite->preloadTexture(&renderer, {4, 4});
-    sprite->getData()[0] = 9;
-    sprite->notifyImageChanged();
-    EXPECT_EQ(sprite->hasTexture({4, 4}), nullptr);
-    EXPECT_EQ(sprite->getData()[0], 9);
-}
-
 TEST_F(SpriteTest, PixelsAreLoadedWhenTheyAreNeeded) {
     const SmartPointer<Sprite> sprite = makeSprite();
     EXPECT_FALSE(sprite->hasMetaData());
@@ -124,52 +113,29 @@ TEST_F(SpriteTest, PixelsAreLoadedWhenTheyAreNeeded) {
     EXPECT_FALSE(sprite->hasImageData()) << "dropped after 5 seconds";
     EXPECT_EQ(sprite->getSize(), IVec2<int>(8, 8));
     EXPECT_EQ(generated, 1) << "the size is known without loading";
-    EXPECT_EQ(sprite->getImage().getWidth(), 8);
-    EXPECT_EQ(generated, 2);
-}
-
-TEST_F(SpriteTest, EachLoadKeepsThePixelsFiveSecondsLonger) {
-    const SmartPointer<Sprite> sprite = makeSprite();
     for (int i = 0; i < 4; ++i) {
-        sprite->preloadData();
+        sprite->preloadData(); // which keeps the pixels for five more seconds
         passSeconds(4);
     }
-    EXPECT_EQ(generated, 1);
-}
-
-TEST_F(SpriteTest, AKnownSizeNeedsNoPixels) {
-    const SmartPointer<Sprite> sprite = Sprite::createFromLambda([](Image&) { FAIL(); }, {12, 34});
-    EXPECT_EQ(sprite->getSize(), IVec2<int>(12, 34));
-}
-
-TEST_F(SpriteTest, ThereIsOneTexturePerSize) {
-    const SmartPointer<Sprite> sprite = makeSprite();
-    Texture* const texture = sprite->getTexture(&renderer, {8, 8});
-    EXPECT_EQ(sprite->getTexture(&renderer, {8, 8}), texture);
-    EXPECT_EQ(sprite->hasTexture({4, 4}), nullptr);
-    EXPECT_EQ(sprite->asLogTag(), "[SPRITE:type=lambda;size=8x8;resident;textures=1] ");
-    EXPECT_EQ(texture->getFormat(), L8);
+    EXPECT_EQ(generated, 2);
+    const SmartPointer<Sprite> known = Sprite::createFromLambda([](Image&) { FAIL(); }, {12, 34});
+    EXPECT_EQ(known->getSize(), IVec2<int>(12, 34)) << "a stated size needs no pixels";
 }
 
 TEST_F(SpriteTest, TexturesExpireTwentyFiveSecondsAfterTheirLastUse) {
     const SmartPointer<Sprite> sprite = makeSprite();
-    sprite->getTexture(&renderer, {8, 8});
+    const SmartPointer<Texture> held = sprite->getTexture(&renderer, {8, 8});
+    EXPECT_EQ(sprite->getTexture(&renderer, {8, 8}), held.get());
+    EXPECT_EQ(sprite->hasTexture({4, 4}), nullptr);
+    passSeconds(20);
+    sprite->notifyImageChanged();
+    sprite->getTexture(&renderer, {8, 8}); // another texture with its own time
     passSeconds(24);
     EXPECT_NE(sprite->hasTexture({8, 8}), nullptr);
     passSeconds(24);
     EXPECT_EQ(sprite->asLogTag(), "[SPRITE:type=lambda;size=8x8;textures=1] ");
     passSeconds(3);
     EXPECT_EQ(sprite->asLogTag(), "[SPRITE:type=lambda;size=8x8] ");
-}
-
-TEST_F(SpriteTest, ALaterTextureOfTheSizeHasItsOwnTime) {
-    const SmartPointer<Sprite> sprite = makeSprite();
-    const SmartPointer<Texture> held = sprite->getTexture(&renderer, {8, 8});
-    passSeconds(20);
-    sprite->notifyImageChanged();
-    sprite->getTexture(&renderer, {8, 8});
-    passSeconds(20);
-    EXPECT_NE(sprite->hasTexture({8, 8}), nullptr);
 }
 
 TEST_F(SpriteTest, ATextureIsResizedFromThePicture) {
@@ -215,72 +181,56 @@ TEST_F(SpriteTest, FreeingCachesSparesAFrameThatIsLate) {
     EXPECT_FALSE(sprite->hasImageData());
 }
 
-TEST_F(SpriteTest, AGlyphThatDoesNotExistIsReportedOnce) {
+TEST_F(SpriteTest, AGlyphThatDoesNotExistIsReportedOnceAndLeavesTheCache) {
+    int requests = 0;
+    system().delegateRenderGlyph.connect([&](const IVec2<unsigned>&, unsigned codePoint, Image& image) {
+        requests += codePoint == 65;
+        image.initialize(A8, {1, 1});
+        return codePoint == 67;
+    });
     test::LogCapture log;
-    Sprite* const sprite = system().getSprite(IVec2<unsigned>(3, 4), 65);
-    EXPECT_EQ(system().getSprite(IVec2<unsigned>(3, 4), 65), sprite);
-    EXPECT_EQ(sprite->asLogTag(), "[SPRITE:type=glyph(descriptor=3,4;codepoint=65)] ");
-    sprite->preloadData();
-    sprite->preloadData();
-    log.expect(1, "no glyph available for codepoint: 65");
-    EXPECT_TRUE(log.take().empty());
-    EXPECT_FALSE(sprite->isSourceValid());
-}
-
-TEST_F(SpriteTest, AGlyphThatDoesNotExistLeavesTheCache) {
-    test::LogCapture log;
+    const SmartPointer<Sprite> present = system().getSprite(IVec2<unsigned>(3, 4), 67);
     const SmartPointer<Sprite> missing = system().getSprite(IVec2<unsigned>(3, 4), 65);
+    EXPECT_EQ(system().getSprite(IVec2<unsigned>(3, 4), 65), missing.get());
+    EXPECT_EQ(missing->asLogTag(), "[SPRITE:type=glyph(descriptor=3,4;codepoint=65)] ");
+    present->preloadData();
     missing->preloadData();
+    missing->preloadData();
+    EXPECT_EQ(requests, 1);
+    EXPECT_FALSE(missing->isSourceValid());
     system().getSprite(IVec2<unsigned>(3, 4), 66);
     EXPECT_EQ(missing->getReferenceCount(), 1);
-    system().getSprite(IVec2<unsigned>(3, 4), 65)->preloadData(); // asks the host again
+    EXPECT_EQ(system().getSprite(IVec2<unsigned>(3, 4), 67), present.get());
+    system().getSprite(IVec2<unsigned>(3, 4), 65)->preloadData();
+    EXPECT_EQ(requests, 2) << "a new sprite asks the host again";
     log.expect(1, "no glyph available for codepoint: 65");
     EXPECT_TRUE(log.take().empty());
 }
 
-TEST_F(SpriteTest, AGlyphThatExistsStaysInTheCache) {
-    system().delegateRenderGlyph.connect([](const IVec2<unsigned>&, unsigned, Image& image) {
-        image.initialize(A8, {1, 1});
-        return true;
-    });
-    const SmartPointer<Sprite> sprite = system().getSprite(IVec2<unsigned>(3, 4), 65);
-    sprite->preloadData();
-    system().getSprite(IVec2<unsigned>(3, 4), 66);
-    EXPECT_EQ(system().getSprite(IVec2<unsigned>(3, 4), 65), sprite.get());
-}
-
-TEST_F(SpriteTest, AGeneratorThatLeavesNoImageMakesTheSourceInvalid) {
-    const SmartPointer<Sprite> sprite = Sprite::createFromLambda([](Image&) {});
-    EXPECT_EQ(sprite->getTexture(&renderer, {1, 1}), nullptr);
-    EXPECT_FALSE(sprite->isSourceValid());
-}
-
-TEST_F(SpriteTest, AGeneratorMayUseItsOwnSprite) {
+TEST_F(SpriteTest, AGeneratorMayInvalidateAndReleaseItsSprite) {
     SmartPointer<Sprite> sprite;
     sprite = Sprite::createFromLambda([&sprite](Image& image) {
         image.initialize(L8, {1, 1});
         EXPECT_EQ(&sprite->getImage(), &image);
         sprite->invalidate();
+        image.initialize(L8, {2, 2});
+    });
+    EXPECT_FALSE(sprite->getImage().isInitialized());
+    EXPECT_EQ(sprite->asLogTag(), "[SPRITE:type=invalid] ");
+    sprite = Sprite::createFromLambda([&sprite](Image& image) {
+        image.initialize(L8, {1, 1});
         sprite.reset();
     });
     sprite->preloadData();
     EXPECT_FALSE(sprite);
 }
 
-TEST_F(SpriteTest, AGeneratorMayInvalidateItsSprite) {
-    SmartPointer<Sprite> sprite;
-    sprite = Sprite::createFromLambda([&sprite](Image& image) {
-        image.initialize(L8, {1, 1});
-        sprite->invalidate();
-        image.initialize(L8, {2, 2});
-    });
-    EXPECT_FALSE(sprite->getImage().isInitialized());
-    EXPECT_EQ(sprite->asLogTag(), "[SPRITE:type=invalid] ");
-}
-
-TEST_F(SpriteTest, AnEmptyGeneratorThrowsEachTime) {
-    const SmartPointer<Sprite> sprite = Sprite::createFromLambda({});
-    for (int i = 0; i < 2; ++i) EXPECT_THROW(sprite->preloadData(), std::bad_function_call);
+TEST_F(SpriteTest, AGeneratorWithoutAResultMakesTheSourceInvalid) {
+    const SmartPointer<Sprite> empty = Sprite::createFromLambda([](Image&) {});
+    EXPECT_EQ(empty->getTexture(&renderer, {1, 1}), nullptr);
+    EXPECT_FALSE(empty->isSourceValid());
+    const SmartPointer<Sprite> none = Sprite::createFromLambda({});
+    for (int i = 0; i < 2; ++i) EXPECT_THROW(none->preloadData(), std::bad_function_call);
 }
 
 // --- resources ------------------------------------------------------------------------------------------
@@ -325,16 +275,6 @@ TEST_F(SpriteTest, ALatePictureHasNoTextureUntilItArrives) {
     passAfter(16);
     EXPECT_EQ(sprite->getImage().getImageFormat(), RGBA8) << "late pictures are not processed";
     EXPECT_NE(sprite->getTexture(&renderer, {6, 4}), nullptr);
-}
-
-TEST_F(SpriteTest, ALatePictureIsDroppedIfNobodyUsesIt) {
-    const SmartPointer<test::LateProvider> provider = addLateProvider();
-    Sprite* const sprite = system().getSprite("late.png");
-    sprite->preloadData();
-    passSeconds(20);
-    provider->answer(redPicture({6, 4}));
-    passAfter(16);
-    EXPECT_TRUE(sprite->hasImageData());
     passSeconds(7);
     EXPECT_FALSE(sprite->hasImageData());
 }
@@ -353,29 +293,24 @@ TEST_F(SpriteTest, ALatePictureMayMissItsSprite) {
     passAfter(16);
 }
 
-TEST_F(SpriteTest, ABrokenLatePictureIsReportedOnce) {
+TEST_F(SpriteTest, AMissingOrBrokenPictureIsReportedOnce) {
     test::LogCapture log;
+    Sprite* const missing = system().getSprite("missing.png");
+    missing->preloadData();
+    missing->preloadData();
+    log.expect(3, "can not load image file: missing.png");
+    EXPECT_TRUE(log.take().empty());
     const SmartPointer<test::LateProvider> provider = addLateProvider();
-    Sprite* const sprite = system().getSprite("late.png");
-    sprite->preloadData();
+    Sprite* const late = system().getSprite("late.png");
+    late->preloadData();
     provider->answer(Buffer());
     testing::internal::CaptureStdout(); // the decoder reports there
     passAfter(16);
     testing::internal::GetCapturedStdout();
-    sprite->preloadData();
+    late->preloadData();
     log.expect(3, "can not load image file: late.png");
     EXPECT_TRUE(log.take().empty());
-    EXPECT_FALSE(sprite->isSourceValid());
-}
-
-TEST_F(SpriteTest, AResourceThatCannotBeLoadedIsReportedOnce) {
-    test::LogCapture log;
-    Sprite* const sprite = system().getSprite("missing.png");
-    sprite->preloadData();
-    sprite->preloadData();
-    log.expect(3, "can not load image file: missing.png");
-    EXPECT_TRUE(log.take().empty());
-    EXPECT_EQ(sprite->asLogTag(), "[SPRITE:type=resource(name=missing.png)] ");
+    EXPECT_FALSE(late->isSourceValid());
     system().clearSpriteCache();
     EXPECT_TRUE(system().getSprite("missing.png")->isSourceValid()) << "a new sprite";
 }
@@ -429,39 +364,26 @@ TEST_F(SpriteTest, APrefetchLoadsInOnePassAndMakesTheTextureInTheNext) {
     EXPECT_EQ(uploads, 1);
 }
 
-TEST_F(SpriteTest, OnlyOneSpriteIsPrefetchedAtATime) {
-    const SmartPointer<Sprite> first = makeSprite();
-    const SmartPointer<Sprite> second = makeSprite();
-    system().prefetchSprite(first.get());
-    system().prefetchSprite(second.get());
-    passAfter(16);
-    passAfter(16);
-    EXPECT_TRUE(first->hasImageData());
-    EXPECT_FALSE(second->hasImageData());
-    system().prefetchSprite(second.get());
-    passAfter(16);
-    EXPECT_TRUE(second->hasImageData());
-}
-
-TEST_F(SpriteTest, APrefetchDoesNotOutliveItsSprite) {
-    SmartPointer<Sprite> dying = makeSprite();
-    system().prefetchSprite(dying.get());
-    dying.reset();
+TEST_F(SpriteTest, OneSpriteIsPrefetchedUntilItDiesOrFiveSecondsPass) {
     const SmartPointer<Sprite> next = makeSprite();
-    system().prefetchSprite(next.get());
-    passAfter(16);
-    EXPECT_TRUE(next->hasImageData());
-}
-
-TEST_F(SpriteTest, APrefetchWithoutPixelsIsForgottenAfterFiveSeconds) {
+    const auto isNextLoaded = [&] {
+        next->notifyImageChanged();
+        system().prefetchSprite(next.get());
+        passAfter(16);
+        return next->hasImageData();
+    };
     const SmartPointer<Sprite> invalid = makeSprite();
     invalid->invalidate();
     system().prefetchSprite(invalid.get(), &renderer, {8, 8});
-    const SmartPointer<Sprite> next = makeSprite();
+    EXPECT_FALSE(isNextLoaded()) << "another sprite is prefetched";
     passSeconds(6);
-    system().prefetchSprite(next.get());
-    passAfter(16);
-    EXPECT_TRUE(next->hasImageData());
+    EXPECT_TRUE(isNextLoaded());
+    passSeconds(7);
+    EXPECT_FALSE(next->hasImageData());
+    SmartPointer<Sprite> dying = makeSprite();
+    system().prefetchSprite(dying.get());
+    dying.reset();
+    EXPECT_TRUE(isNextLoaded());
 }
 
 TEST_F(SpriteTest, TheUploadHookMayDestroyTheRenderer) {
@@ -474,7 +396,7 @@ TEST_F(SpriteTest, TheUploadHookMayDestroyTheRenderer) {
     EXPECT_EQ(sprite->hasTexture({8, 8}), nullptr);
 }
 
-TEST_F(SpriteTest, APrefetchWaitsDuringLowPower) {
+TEST_F(SpriteTest, APrefetchWaitsDuringLowPowerAndInTheBackground) {
     const SmartPointer<Sprite> sprite = makeSprite();
     system().prefetchSprite(sprite.get());
     passAfter(1100); // the one full pass of this second
@@ -483,17 +405,12 @@ TEST_F(SpriteTest, APrefetchWaitsDuringLowPower) {
     system().processEvents(System::kEventLowPower);
     EXPECT_TRUE(sprite->hasImageData());
     EXPECT_FALSE(next->hasImageData());
-}
-
-TEST_F(SpriteTest, NothingIsPrefetchedInTheBackground) {
-    const SmartPointer<Sprite> sprite = makeSprite();
-    system().prefetchSprite(sprite.get());
     system().setBackgroundMode(true);
     passAfter(16);
-    EXPECT_FALSE(sprite->hasImageData());
+    EXPECT_FALSE(next->hasImageData()) << "nothing is prefetched in the background";
     system().setBackgroundMode(false);
     passAfter(16);
-    EXPECT_TRUE(sprite->hasImageData());
+    EXPECT_TRUE(next->hasImageData());
 }
 
 } // namespace

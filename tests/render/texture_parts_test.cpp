@@ -65,7 +65,6 @@ TEST(TextureParts, EqualDrawingEachPart) {
         {A8, BGRA8, {64, 64}, Filter::Bilinear, kRed},
         {A8, BGRA8, {64, 64}, Filter::Nearest, kTranslucent},
         {A8, BGRA8, {128, 16}, Filter::Bilinear, kBright},
-        {A8, BGRA8, {100, 37}, Filter::Bilinear, kRed},
         {A8, BGRA8, {100, 37}, Filter::Nearest, kTranslucent},
         {A8, L8, {64, 64}, Filter::Bilinear, kTranslucent},
         {A8, L16, {64, 64}, Filter::Bilinear, kRed},

@@ -53,13 +53,13 @@ TEST(Triangulation, ASimplePolygonHasTwoTrianglesLessThanCorners) {
         const Vector<uint32> corners = seams::triangulate(rings);
         EXPECT_EQ(corners.size(), static_cast<size_t>(count - 2) * 3) << count;
         EXPECT_NEAR(triangleArea(rings, corners), ringArea(rings[0]), 1e-6 * ringArea(rings[0])) << count;
+        Ring turned = rings[0];
+        std::reverse(turned.begin(), turned.end());
+        EXPECT_NEAR(triangleArea({turned}, seams::triangulate({turned})), ringArea(turned),
+                    1e-6 * ringArea(turned));
     }
-}
-
-TEST(Triangulation, TheOrientationDoesNotMatter) {
-    Ring ring = star(40, 10, 50, 3);
-    std::reverse(ring.begin(), ring.end());
-    EXPECT_NEAR(triangleArea({ring}, seams::triangulate({ring})), ringArea(ring), 1e-6 * ringArea(ring));
+    const Ring repeated{{0, 0}, {0, 0}, {50, 0}, {100, 0}, {100, 100}, {100, 100}, {0, 100}, {0, 50}, {0, 0}};
+    EXPECT_NEAR(triangleArea({repeated}, seams::triangulate({repeated})), 10000, 1e-6);
 }
 
 TEST(Triangulation, HolesStayOpen) {
@@ -68,11 +68,6 @@ TEST(Triangulation, HolesStayOpen) {
     const Ring right{{60, 60}, {90, 60}, {75, 90}};
     const Vector<Ring> rings{outline, left, right};
     EXPECT_NEAR(triangleArea(rings, seams::triangulate(rings)), 10000 - 900 - 450, 1e-6);
-}
-
-TEST(Triangulation, RepeatedAndCollinearPointsAreLeftOut) {
-    const Ring ring{{0, 0}, {0, 0}, {50, 0}, {100, 0}, {100, 100}, {100, 100}, {0, 100}, {0, 50}, {0, 0}};
-    EXPECT_NEAR(triangleArea({ring}, seams::triangulate({ring})), 10000, 1e-6);
 }
 
 TEST(Triangulation, OutlinesWithoutAreaHaveNoTriangles) {
@@ -85,13 +80,6 @@ TEST(Triangulation, OutlinesWithoutAreaHaveNoTriangles) {
     EXPECT_TRUE(seams::triangulate({line}).empty());
 }
 
-TEST(Triangulation, ABowTieIsCoveredAbout) {
-    const Ring ring{{0, 0}, {100, 100}, {100, 0}, {0, 100}};
-    const double area = triangleArea({ring}, seams::triangulate({ring}));
-    EXPECT_GT(area, 0);
-    EXPECT_LE(area, 10000);
-}
-
 TEST(Triangulation, OutlinesAtRandomEnd) {
     for (unsigned seed = 0; seed < 60; ++seed) {
         std::mt19937 random(seed);
@@ -101,11 +89,8 @@ TEST(Triangulation, OutlinesAtRandomEnd) {
             ring.emplace_back(static_cast<float>(random() % range), static_cast<float>(random() % range));
         EXPECT_EQ(seams::triangulate({ring}).size() % 3, 0u) << seed;
     }
-}
-
-TEST(Triangulation, ExtremeCoordinatesEnd) {
-    const Ring ring{{-3e38f, -3e38f}, {3e38f, -3e38f}, {1e-38f, 0}, {3e38f, 3e38f}, {-3e38f, 3e38f}};
-    EXPECT_LE(seams::triangulate({ring}).size(), 9u);
+    const Ring extreme{{-3e38f, -3e38f}, {3e38f, -3e38f}, {1e-38f, 0}, {3e38f, 3e38f}, {-3e38f, 3e38f}};
+    EXPECT_LE(seams::triangulate({extreme}).size(), 9u);
 }
 
 } // namespace
