@@ -114,15 +114,13 @@ TEST_F(Deletion, HiddenPathsHaveTheSeparatorsOfTheHost) {
     EXPECT_EQ(hiddenPaths(), std::set<std::string>{});
     system().addPathToFilesystemBlacklist(path("no\\such\\file"));
     EXPECT_EQ(hiddenPaths(), std::set<std::string>{path("no/such/file")});
-    log.take();
-}
-
-TEST_F(Deletion, ANameWithABackslashIsHiddenAndShownUnchanged) {
+    system().removePathFromFilesystemBlacklist(path("no/such/file"));
     system().addPathToFilesystemBlacklist(folder.write("a\\b", ""));
-    EXPECT_EQ(hiddenPaths(), std::set<std::string>{path("a\\b")});
+    EXPECT_EQ(hiddenPaths(), std::set<std::string>{path("a\\b")}) << "such a file exists";
     fs::remove(path("a\\b"));
     system().removePathFromFilesystemBlacklist(path("a\\b"));
     EXPECT_EQ(hiddenPaths(), std::set<std::string>{});
+    log.take();
 }
 
 TEST_F(Deletion, CleaningACacheDeletesOnlyItsOwnEntries) {

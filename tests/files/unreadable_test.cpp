@@ -108,50 +108,30 @@ TEST_F(Unreadable, TheSizeOfTheRestIsReportedAsIncomplete) {
     fs::permissions(second, fs::perms::owner_all);
 }
 
-TEST_F(Unreadable, AFileIsFoundInTheRest) {
+TEST_F(Unreadable, TheRestIsFoundCopiedAndDeleted) {
+    folder.makeFolder("tree/y/empty");
     asUnprivilegedOwner(folder, [this] {
         String found;
         EXPECT_TRUE(Directory::findFile(tree, "target", found));
         EXPECT_EQ(found, path("tree/z/target"));
         EXPECT_FALSE(Directory::findFile(tree, "nowhere", found));
         log.take();
-    });
-}
-
-TEST_F(Unreadable, TheHashOfATreeThatCannotBeReadIsZero) {
-    asUnprivilegedOwner(folder, [this] {
         EXPECT_EQ(Directory::getDirectoryHash(tree), 0u);
         expectDenied("tree/locked/file", "read");
-    });
-}
-
-TEST_F(Unreadable, TheRestIsCopied) {
-    asUnprivilegedOwner(folder, [this] {
         EXPECT_FALSE(Directory::copyDirectoryContentsRecursively(tree, path("copy")));
         EXPECT_EQ(folder.read("copy/a/file"), "123");
         EXPECT_EQ(folder.read("copy/z/target"), "4567");
         EXPECT_FALSE(folder.has("copy/locked/file"));
         expectDenied("tree/locked/file", "copied");
-    });
-}
-
-TEST_F(Unreadable, OldFilesOfTheRestAreDeleted) {
-    asUnprivilegedOwner(folder, [this] {
+        EXPECT_FALSE(Directory::deleteEmptyDirectoriesInPathRecursively(tree));
+        expectDenied("tree/locked/sub", "deleted");
+        EXPECT_FALSE(folder.has("tree/y"));
+        EXPECT_TRUE(folder.has("tree/locked"));
         EXPECT_EQ(Directory::deleteDirectoryContentsOlderThan(tree, ~uint64(0)), 2);
         expectDenied("tree/locked/file", "examined");
     });
     EXPECT_FALSE(folder.has("tree/a/file"));
     EXPECT_FALSE(folder.has("tree/z/target"));
-}
-
-TEST_F(Unreadable, EmptyFoldersOfTheRestAreDeleted) {
-    folder.makeFolder("tree/y/empty");
-    asUnprivilegedOwner(folder, [this] {
-        EXPECT_FALSE(Directory::deleteEmptyDirectoriesInPathRecursively(tree));
-        expectDenied("tree/locked/sub", "deleted");
-    });
-    EXPECT_FALSE(folder.has("tree/y"));
-    EXPECT_TRUE(folder.has("tree/locked"));
 }
 
 // --- deletion ---------------------------------------------------------------------------------------------

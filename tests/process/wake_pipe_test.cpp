@@ -18,16 +18,9 @@ TEST(WakePipe, StaysAwakeUntilItIsReset) {
     internal::WakePipe pipe;
     ASSERT_TRUE(pipe.isOpen());
     EXPECT_FALSE(isReadable(pipe));
-    pipe.wake();
-    EXPECT_TRUE(isReadable(pipe));
-    EXPECT_TRUE(isReadable(pipe));
-    pipe.reset();
-    EXPECT_FALSE(isReadable(pipe));
-}
-
-TEST(WakePipe, OneResetEndsAnyNumberOfCalls) {
-    internal::WakePipe pipe;
     for (int i = 0; i < 100'000; ++i) pipe.wake(); // more than a pipe can hold
+    EXPECT_TRUE(isReadable(pipe));
+    EXPECT_TRUE(isReadable(pipe));
     pipe.reset();
     EXPECT_FALSE(isReadable(pipe));
     pipe.wake();
