@@ -11,6 +11,9 @@ namespace {
 constexpr int kCell = 4;
 constexpr size_t kMostGrids = 4;
 constexpr float kDarkest = 0.25f;
+/// How far opaque neighbours darken a place, and how many voxels away they are.
+constexpr float kLocalShare = 0.8f;
+constexpr float kLocalDistance = 2;
 
 /// The faces and corners of a cube.
 constexpr int kDirections[14][3] = {{1, 0, 0},  {-1, 0, 0},  {0, 1, 0},   {0, -1, 0},  {0, 0, 1},
@@ -22,10 +25,24 @@ float opacityOf(const VolumeDraw& draw, float stored) {
     return draw.usesMeans ? draw.colors->mean(t, t).a : draw.colors->at(t).a;
 }
 
+/// Returns the share of light that opaque neighbours leave.
+float localLightAt(const VolumeDraw& draw, const IVec3<float>& place) {
+    float sum = 0;
+    for (int axis = 0; axis < 3; ++axis) {
+        for (const float distance : {-kLocalDistance, kLocalDistance}) {
+            IVec3<float> neighbour = place;
+            neighbour[axis] += distance;
+            sum += opacityOf(draw, draw.valueAt(neighbour));
+        }
+    }
+    return 1 - kLocalShare * (sum * (1 / 6.0f));
+}
+
 } // namespace
 
-float opacityAt(const VolumeDraw& draw, const IVec3<float>& place) {
-    return opacityOf(draw, draw.valueAt(place));
+float lightAt(const VolumeDraw& draw, const IVec3<float>& place) {
+    const float share = draw.usesLocalOcclusion ? localLightAt(draw, place) : 1;
+    return draw.occlusion ? share * draw.occlusion->lightAt(place) : share;
 }
 
 OcclusionGrid::Key OcclusionGrid::keyOf(const VolumeDraw& draw) {

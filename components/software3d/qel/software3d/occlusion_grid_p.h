@@ -8,8 +8,8 @@
 
 namespace qel::internal {
 
-/// Returns the opacity that the table states for the value at a place in voxels.
-float opacityAt(const VolumeDraw& draw, const IVec3<float>& place);
+/// Returns the share of a colour at a place in voxels that both kinds of occlusion leave.
+float lightAt(const VolumeDraw& draw, const IVec3<float>& place);
 
 /// For each cell of 4 by 4 by 4 voxels, the mean share of light that comes from 14 directions, those of the
 /// faces and corners of a cube, through the mean opacities of the cells on the way.

@@ -8,29 +8,38 @@
 
 namespace qel::internal {
 
-/// Returns the natural logarithm of 1 - @p a, for 0 <= a < 1.
-inline float logOneMinus(float a) {
-    int exponent = 0;
-    float s = a / (a - 2); // (x - 1) / (x + 1) for x = 1 - a
-    if (a > 0.25f) {
-        const auto bits = std::bit_cast<uint32>(1 - a);
-        // Moves the mantissa to 0.7 to 1.4, where the series is short.
-        exponent = static_cast<int>(bits - 0x3F3504F3u) >> 23;
-        const float x = std::bit_cast<float>(bits - (static_cast<uint32>(exponent) << 23));
-        s = (x - 1) / (x + 1);
-    }
+/// What a step of 1 in an 8-bit channel is worth.
+inline constexpr float kColorUnit = 1 / 255.0f;
+static_assert(255 * kColorUnit == 1);
+
+/// The bits of the square root of 0.5: mantissas are moved to between it and twice its value, where the
+/// series is short.
+inline constexpr uint32 kRootHalfBits = 0x3F3504F3;
+/// log2((1 + s) / (1 - s)) = s * polynomial in s^2, with a relative error of 1.2e-7.
+inline constexpr float kLogSeries[3] = {2.8853904f, 0.9615866f, 0.59586563f};
+/// 2^r - 1 = r * polynomial in r, for -0.5 <= r <= 0.5, with a relative error of 5e-7.
+inline constexpr float kExpSeries[5] = {0.6931472f, 0.24022349f, 0.05550381f, 0.009666368f, 0.00133813f};
+/// The smallest exponent of powers of 2 that are computed.
+inline constexpr float kLeastExponent = -126;
+
+/// Returns the binary logarithm of 1 - @p a, for 0 < a < 1.
+inline float log2OneMinus(float a) {
+    const auto bits = std::bit_cast<uint32>(1 - a);
+    const int exponent = static_cast<int>(bits - kRootHalfBits) >> 23;
+    const float x = std::bit_cast<float>(bits - (static_cast<uint32>(exponent) << 23));
+    const float t = exponent == 0 ? -a : x - 1; // of small opacities without rounding
+    const float s = t / (2 + t);
     const float q = s * s;
-    const float series = 1 + q * (1 / 3.0f + q * (1 / 5.0f + q * (1 / 7.0f + q * (1 / 9.0f))));
-    return 2 * s * series + static_cast<float>(exponent) * 0.69314718f;
+    return s * (kLogSeries[0] + q * (kLogSeries[1] + q * kLogSeries[2])) + static_cast<float>(exponent);
 }
 
-/// Returns 1 - exp(@p x), for x <= 0.
-inline float oneMinusExp(float x) {
-    if (x < -60) return 1;
-    const float n = std::floor(x * 1.44269504f + 0.5f);
-    const float r = x - n * 0.693145752f - n * 1.42860677e-6f; // ln 2 in two parts
-    const float e =                                            // exp(r) - 1
-        r * (1 + r * (1 / 2.0f + r * (1 / 6.0f + r * (1 / 24.0f + r * (1 / 120.0f + r * (1 / 720.0f))))));
+/// Returns 1 - 2^y, for y <= 0.
+inline float oneMinusExp2(float y) {
+    y = y > kLeastExponent ? y : kLeastExponent;
+    const float n = std::floor(y + 0.5f);
+    const float r = y - n;
+    const float* const c = kExpSeries;
+    const float e = r * (c[0] + r * (c[1] + r * (c[2] + r * (c[3] + r * c[4])))); // 2^r - 1
     const float power = std::bit_cast<float>(static_cast<uint32>(static_cast<int>(n) + 127) << 23);
     return n == 0 ? -e : 1 - (e + 1) * power;
 }
@@ -39,7 +48,7 @@ inline float oneMinusExp(float x) {
 inline float opacityOver(float opacity, float length) {
     if (!(opacity > 0)) return 0;
     if (opacity >= 1) return 1;
-    return oneMinusExp(length * logOneMinus(opacity));
+    return oneMinusExp2(length * log2OneMinus(opacity));
 }
 
 /// Returns @p value, from 0 to 1, as a byte; values outside are limited.

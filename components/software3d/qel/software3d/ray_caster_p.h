@@ -1,14 +1,16 @@
 // The rays through a volume.
 #pragma once
 
+#include <qel/software3d/pixel_blend_p.h>
 #include <qel/software3d/volume_draw_p.h>
 
 namespace qel::internal {
 
-/// Computes the colour that a volume has in a pixel. @threads any number.
+/// Computes the colours that a volume has in pixels. @threads any number.
 class RayCaster {
 public:
-    explicit RayCaster(const VolumeDraw& draw) : m_draw(draw) {}
+    /// Keeps a reference to @p draw, whose number of steps may differ from its actor's.
+    explicit RayCaster(const VolumeDraw& draw);
 
     /// Computes the colours of the @p count pixels x, x + pixelStep, x + 2 * pixelStep and so on of row @p y,
     /// multiplied by their coverage and without tint.
@@ -18,29 +20,30 @@ public:
     void castRow(int y, int x, int pixelStep, int count, const float* depths, Rgba* colors) const;
 
 private:
-    Rgba cast(int x, int y, float depth) const;
-    /// The part of a ray inside the volume, in equal segments. Places are in voxels.
-    struct Path {
-        IVec3<float> start;
-        IVec3<float> step;
-        float segmentLength; ///< in units of opacity
-
-        IVec3<float> at(float segments) const {
-            return {start.x + segments * step.x, start.y + segments * step.y, start.z + segments * step.z};
-        }
-    };
-
-    bool findPath(int x, int y, float depth, Path& path) const;
-    bool cut(double& begin, double& end, double atBegin, double slope) const;
-    Rgba maximum(const Path& path) const;
-    Rgba sumOfValues(const Path& path) const;
-    Rgba sumOfMeans(const Path& path) const;
-    int brickAt(const IVec3<float>& place) const;
-    int lastInClearBrick(const Path& path, int i, float offset, int count) const;
-    bool add(Rgba& sum, const Rgba& segment, float weight, const Path& path, float middle) const;
-    float light(const IVec3<float>& place) const;
-
     const VolumeDraw& m_draw;
+    const bool m_hasColors;
+    const bool m_usesVectors;
 };
+
+/// A ray ends at this coverage; what follows would not be seen.
+inline constexpr float kOpaqueCoverage = 0.9980392f;
+
+/// Pixels of a row: x, x + step, x + 2 * step and so on.
+struct PixelRun {
+    int y;
+    int x;
+    int step;
+    int count;           ///< 1 to kMostPixels
+    const float* depths; ///< where the rays end; every step-th is read
+
+    /// The pixels that the vector kernels take at once.
+    static constexpr int kMostPixels = 16;
+};
+
+/// Computes the colours of the pixels of a run; draw.colors is valid for classified volumes. This function
+/// defines every result: it uses plain arithmetic on one ray at a time and skips nothing.
+void castPlainRays(const VolumeDraw& draw, const PixelRun& pixels, Rgba* colors);
+/// Computes the same colours with vector instructions, for volumes of up to 2^32 voxels.
+void castVectorRays(const VolumeDraw& draw, const PixelRun& pixels, Rgba* colors);
 
 } // namespace qel::internal

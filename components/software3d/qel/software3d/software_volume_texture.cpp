@@ -48,8 +48,9 @@ void SoftwareVolumeTexture::initialize(FormatID format, const IVec3<int>& size) 
     if (!isSupported) logging::error() << "unsupported format of voxels: " << static_cast<int>(format);
     setContent(UInt16, {});
     if (!isSupported || size.x <= 0 || size.y <= 0 || size.z <= 0) return;
-    // The memory of the system is zero already; it is not touched before voxels are uploaded.
-    m_voxels.reset(static_cast<uint16*>(std::calloc(countVoxels(size), sizeof(uint16))));
+    // The memory of the system is zero already; it is not touched before voxels are uploaded. Rays read
+    // voxels in pairs, so one more follows the last.
+    m_voxels.reset(static_cast<uint16*>(std::calloc(countVoxels(size) + 1, sizeof(uint16))));
     if (m_voxels == nullptr) throw std::bad_alloc();
     setContent(format, size);
     m_brickCount = {bricksOn(size.x), bricksOn(size.y), bricksOn(size.z)};

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 namespace qel::internal {
@@ -19,24 +20,27 @@ SmartPointer<Image> pixelsOf(Texture* texture) {
                                                           : SmartPointer<Image>();
 }
 
-Rgba mix(const Rgba& a, const Rgba& b, float f) {
-    return {a.r + (b.r - a.r) * f, a.g + (b.g - a.g) * f, a.b + (b.b - a.b) * f, a.a + (b.a - a.a) * f};
+uint32 texelAt(const Image& image, int row, int column) {
+    uint32 texel = 0;
+    std::memcpy(&texel, image.getBytePointer(row) + size_t{4} * static_cast<size_t>(column), sizeof(texel));
+    return texel;
 }
 
-Rgba texel(const uint8* pixel) {
-    constexpr float kUnit = 1 / 255.0f;
-    return {static_cast<float>(pixel[0]) * kUnit, static_cast<float>(pixel[1]) * kUnit,
-            static_cast<float>(pixel[2]) * kUnit, static_cast<float>(pixel[3]) * kUnit};
+bool isOpaque(uint32 texel) {
+    return texel >> 24 != 0;
 }
 
-uint8 alphaAt(const Image& image, int row, int column) {
-    return image.getBytePointer(row)[size_t{4} * static_cast<size_t>(column) + 3];
+Vector<uint32> diagonalOf(const Image& image, int size, bool isSquare) {
+    Vector<uint32> diagonal;
+    for (int i = 0; i < size; ++i) diagonal.push_back(texelAt(image, isSquare ? i : 0, i));
+    diagonal.push_back(diagonal.back());
+    return diagonal;
 }
 
-Vector<int> nextOpaqueOfLine(const Image& image, int size) {
-    Vector<int> next(static_cast<size_t>(size) + 1, kNone);
-    for (int i = size - 1; i >= 0; --i)
-        next[static_cast<size_t>(i)] = alphaAt(image, 0, i) != 0 ? i : next[static_cast<size_t>(i) + 1];
+Vector<int> nextOpaqueOf(const Vector<uint32>& line) {
+    Vector<int> next(line.size(), kNone); // of the line and one more
+    for (size_t i = line.size() - 1; i-- > 0;)
+        next[i] = isOpaque(line[i]) ? static_cast<int>(i) : next[i + 1];
     return next;
 }
 
@@ -46,30 +50,79 @@ Vector<int> nextOpaqueOfSquare(const Image& image, int size) {
     for (int i = size - 1; i >= 0; --i) {
         int first = next[static_cast<size_t>(i) + 1];
         for (int k = i; k < std::min(size, first); ++k)
-            if (alphaAt(image, i, k) != 0 || alphaAt(image, k, i) != 0) first = k;
+            if (isOpaque(texelAt(image, i, k)) || isOpaque(texelAt(image, k, i))) first = k;
         next[static_cast<size_t>(i)] = first;
     }
     return next;
 }
 
+Rgba mix(const Rgba& a, const Rgba& b, float f) {
+    return {a.r + (b.r - a.r) * f, a.g + (b.g - a.g) * f, a.b + (b.b - a.b) * f, a.a + (b.a - a.a) * f};
+}
+
+Rgba operator+(const Rgba& a, const Rgba& b) {
+    return {a.r + b.r, a.g + b.g, a.b + b.b, a.a + b.a};
+}
+
+Rgba operator-(const Rgba& a, const Rgba& b) {
+    return {a.r - b.r, a.g - b.g, a.b - b.b, a.a - b.a};
+}
+
+Rgba operator*(const Rgba& a, float f) {
+    return {a.r * f, a.g * f, a.b * f, a.a * f};
+}
+
+/// Returns the channels of a texel, 0 to 255.
+Rgba channels(uint32 texel) {
+    return {static_cast<float>(texel & 255), static_cast<float>(texel >> 8 & 255),
+            static_cast<float>(texel >> 16 & 255), static_cast<float>(texel >> 24)};
+}
+
+/// Returns the channels, 0 to 255, at a place on the diagonal.
+Rgba diagonalAt(const TransferTexels& texels, float place) {
+    const int low = texels.lower(place);
+    const uint32* const pair = texels.diagonal.data() + low;
+    return mix(channels(pair[0]), channels(pair[1]), place - static_cast<float>(low));
+}
+
+/// Returns the channels, 0 to 255, at a place in a square of at least 2 by 2 texels.
+Rgba squareAt(const TransferTexels& texels, float row, float column) {
+    const int top = texels.lower(row), left = texels.lower(column);
+    const float f = column - static_cast<float>(left);
+    const auto at = [&](int y) {
+        return mix(channels(texelAt(*texels.image, y, left)), channels(texelAt(*texels.image, y, left + 1)),
+                   f);
+    };
+    return mix(at(top), at(top + 1), row - static_cast<float>(top));
+}
+
 } // namespace
 
-TransferTable::Texels::Texels(Texture* texture, bool isSquare) : image(pixelsOf(texture)) {
+TransferTexels::TransferTexels(Texture* texture, bool isSquare) : image(pixelsOf(texture)) {
     if (!image) return;
     isLinear = texture->getFilter() == Filter::Bilinear;
     size = isSquare ? std::min(image->getWidth(), image->getHeight()) : image->getWidth();
-    if (size > 0) nextOpaque = isSquare ? nextOpaqueOfSquare(*image, size) : nextOpaqueOfLine(*image, size);
+    if (size <= 0) return;
+    diagonal = diagonalOf(*image, size, isSquare);
+    nextOpaque = nextOpaqueOf(diagonal);
+    if (!isSquare) return;
+    Vector<int> next = nextOpaqueOfSquare(*image, size);
+    followsDiagonal = next == nextOpaque;
+    nextOpaque.swap(next);
 }
 
-/// Returns where a coordinate lies, in texels from the centre of the first one.
-float TransferTable::Texels::place(float t) const {
+float TransferTexels::place(float t) const {
     const auto count = static_cast<float>(size);
     const float texels = (std::isfinite(t) ? t : 0.5f) * count;
     const float at = isLinear ? texels - 0.5f : std::floor(texels);
     return std::clamp(at, 0.0f, count - 1);
 }
 
-bool TransferTable::Texels::isClear(float low, float high) const {
+int TransferTexels::lower(float place) const {
+    return std::min(static_cast<int>(place), lastLower());
+}
+
+bool TransferTexels::isClear(float low, float high) const {
     if (size == 0) return true;
     const auto first = static_cast<size_t>(low);
     return nextOpaque[first] > static_cast<int>(high) + 1;
@@ -78,63 +131,30 @@ bool TransferTable::Texels::isClear(float low, float high) const {
 TransferTable::TransferTable(Texture* line, Texture* square) : m_line(line, false), m_square(square, true) {}
 
 bool TransferTable::isMadeOf(Texture* line, Texture* square) const {
-    const auto matches = [](const Texels& texels, Texture* texture) {
+    const auto matches = [](const TransferTexels& texels, Texture* texture) {
         return texels.image == pixelsOf(texture) &&
                (!texels.image || texels.isLinear == (texture->getFilter() == Filter::Bilinear));
     };
     return matches(m_line, line) && matches(m_square, square);
 }
 
-Rgba TransferTable::line(float place) const {
-    const auto low = static_cast<int>(place);
-    const int high = std::min(low + 1, m_line.size - 1);
-    const uint8* const row = m_line.image->getBytePointer();
-    return mix(texel(row + size_t{4} * static_cast<size_t>(low)),
-               texel(row + size_t{4} * static_cast<size_t>(high)), place - static_cast<float>(low));
-}
-
-Rgba TransferTable::square(float row, float column) const {
-    const auto lowRow = static_cast<int>(row), lowColumn = static_cast<int>(column);
-    const int highRow = std::min(lowRow + 1, m_square.size - 1);
-    const int highColumn = std::min(lowColumn + 1, m_square.size - 1);
-    const auto at = [&](int r, int c) {
-        return texel(m_square.image->getBytePointer(r) + size_t{4} * static_cast<size_t>(c));
-    };
-    const float f = column - static_cast<float>(lowColumn);
-    return mix(mix(at(lowRow, lowColumn), at(lowRow, highColumn), f),
-               mix(at(highRow, lowColumn), at(highRow, highColumn), f), row - static_cast<float>(lowRow));
-}
-
-/// Returns the value of the line, which is the diagonal of the square.
-Rgba TransferTable::diagonal(float place) const {
-    const auto low = static_cast<int>(place);
-    const int high = std::min(low + 1, m_square.size - 1);
-    const auto at = [&](int i) {
-        return texel(m_square.image->getBytePointer(i) + size_t{4} * static_cast<size_t>(i));
-    };
-    return mix(at(low), at(high), place - static_cast<float>(low));
-}
-
 Rgba TransferTable::at(float t) const {
-    return line(m_line.place(t));
+    return diagonalAt(m_line, m_line.place(t)) * kColorUnit;
 }
 
 Rgba TransferTable::mean(float t0, float t1) const {
-    float low = m_square.place(t0), high = m_square.place(t1);
-    if (low > high) std::swap(low, high);
-    const Rgba first = diagonal(low), last = diagonal(high);
-    const float distance = high - low;
-    if (distance < 1) return mix(first, last, 0.5f);
-    const Rgba biased = square(low, high);
-    const float share = 0.5f / distance;
-    return {toUnit(biased.r + (first.r - last.r) * share), toUnit(biased.g + (first.g - last.g) * share),
-            toUnit(biased.b + (first.b - last.b) * share), toUnit(biased.a + (first.a - last.a) * share)};
+    const float first = m_square.place(t0), last = m_square.place(t1), distance = last - first;
+    const Rgba before = diagonalAt(m_square, first), after = diagonalAt(m_square, last);
+    if (std::fabs(distance) < 1) return (before + after) * (0.5f * kColorUnit);
+    const Rgba biased = squareAt(m_square, std::min(first, last), std::max(first, last));
+    const Rgba mean = (biased + (before - after) * (0.5f / distance)) * kColorUnit;
+    return {toUnit(mean.r), toUnit(mean.g), toUnit(mean.b), toUnit(mean.a)};
 }
 
 bool TransferTable::isClear(float t0, float t1, bool means) const {
-    const Texels& texels = means ? m_square : m_line;
-    const float a = texels.place(t0), b = texels.place(t1);
-    return texels.isClear(std::min(a, b), std::max(a, b));
+    const TransferTexels& read = texels(means);
+    const float a = read.place(t0), b = read.place(t1);
+    return read.isClear(std::min(a, b), std::max(a, b));
 }
 
 } // namespace qel::internal

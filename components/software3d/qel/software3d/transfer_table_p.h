@@ -7,7 +7,34 @@
 #include <qel/render/texture.h>
 #include <qel/software3d/pixel_blend_p.h>
 
+#include <cstddef>
+
 namespace qel::internal {
+
+/// The texels of a texture that is read between two of them.
+struct TransferTexels {
+    SmartPointer<Image> image; ///< RGBA8; null if the table is missing
+    bool isLinear = true;
+    int size = 0; ///< texels on a side; 0 if the table is missing
+    /// The texels of the line, or of the square's diagonal, with R in the lowest byte; the last one twice.
+    Vector<uint32> diagonal;
+    /// For each texel: the first texel from there on, in both directions, that is not clear.
+    Vector<int> nextOpaque;
+    /// True if parts of the square are clear wherever the diagonal is.
+    bool followsDiagonal = true;
+
+    /// Reads the RGBA8 pixels of a texture of the software renderer; others, and null, count as missing.
+    TransferTexels(Texture* texture, bool isSquare);
+
+    /// Returns where a coordinate lies, in texels from the centre of the first one.
+    float place(float t) const;
+    /// Returns the number of the lower texel of the two around a place.
+    int lower(float place) const;
+    /// Returns the number of the last texel that can be the lower one of two.
+    int lastLower() const { return size > 1 ? size - 2 : 0; }
+    /// Returns true if the alphas between two places are exactly 0.
+    bool isClear(float low, float high) const;
+};
 
 /// A table of one row, and the square table of the means between two of its values.
 ///
@@ -15,11 +42,11 @@ namespace qel::internal {
 /// outside are limited; those that are not finite count as 0.5.
 class TransferTable {
 public:
-    /// Reads the RGBA8 pixels of textures of the software renderer; others, and null, count as missing.
+    /// Reads the textures; either may be missing.
     TransferTable(Texture* line, Texture* square);
 
     /// Returns true if colours can be read. @param means  whether by mean().
-    bool isValid(bool means) const { return means ? m_square.size > 0 : m_line.size > 0; }
+    bool isValid(bool means) const { return texels(means).size > 0; }
     /// Returns true if other textures would make the same table.
     bool isMadeOf(Texture* line, Texture* square) const;
 
@@ -31,25 +58,12 @@ public:
     /// Returns true if at(), or mean(), has an alpha of exactly 0 between two coordinates.
     bool isClear(float t0, float t1, bool means) const;
 
+    /// Returns the texels that at(), or mean(), reads.
+    const TransferTexels& texels(bool means) const { return means ? m_square : m_line; }
+
 private:
-    struct Texels {
-        SmartPointer<Image> image;
-        bool isLinear = true;
-        int size = 0; ///< texels on a side; 0 if the table is missing
-        /// For each texel: the first texel from there on, in both directions, that is not clear.
-        Vector<int> nextOpaque;
-
-        Texels(Texture* texture, bool isSquare);
-        float place(float t) const;
-        bool isClear(float low, float high) const;
-    };
-
-    Rgba line(float place) const;
-    Rgba square(float row, float column) const;
-    Rgba diagonal(float place) const;
-
-    Texels m_line;
-    Texels m_square;
+    TransferTexels m_line;
+    TransferTexels m_square;
 };
 
 } // namespace qel::internal

@@ -15,9 +15,6 @@ double lengthOf(double x, double y, double z) {
     return std::sqrt(x * x + y * y + z * z);
 }
 
-/// Returns the part of a sum of voxels that belongs to each of the nine lines through a block of 27.
-constexpr float kSmoothing[3] = {0.25f, 0.5f, 0.25f};
-
 } // namespace
 
 Double4x4 toDouble(const Float4x4& matrix) {
@@ -76,27 +73,27 @@ VolumeDraw::VolumeDraw(VolumeActor& actor, SoftwareVolumeTexture& volume, const 
 }
 
 float VolumeDraw::valueAt(const IVec3<float>& place) const {
-    size_t low[3], high[3];
+    size_t low[3];
     float f[3];
     for (int axis = 0; axis < 3; ++axis) {
         const float at =
             std::clamp(isLinear ? place[axis] : std::floor(place[axis] + 0.5f), 0.0f, last[axis]);
-        low[axis] = static_cast<size_t>(at);
-        high[axis] = std::min(low[axis] + 1, static_cast<size_t>(size[axis]) - 1);
-        f[axis] = at - static_cast<float>(low[axis]);
+        const int first = std::min(static_cast<int>(at), lastLower(axis));
+        low[axis] = static_cast<size_t>(first);
+        f[axis] = at - static_cast<float>(first);
     }
-    const auto width = static_cast<size_t>(size.x), height = static_cast<size_t>(size.y);
-    const uint16* const voxels = texture->getVoxels();
-    const auto row = [&](size_t y, size_t z) {
-        const uint16* const p = voxels + (z * height + y) * width;
-        const float a = p[low[0]], b = p[high[0]];
+    const size_t width = static_cast<size_t>(size.x), slice = width * static_cast<size_t>(size.y);
+    const size_t nextX = size.x > 1 ? 1 : 0, nextY = size.y > 1 ? width : 0, nextZ = size.z > 1 ? slice : 0;
+    const uint16* const voxels = texture->getVoxels() + low[2] * slice + low[1] * width + low[0];
+    const auto row = [&](const uint16* first) {
+        const float a = first[0], b = first[nextX];
         return a + (b - a) * f[0];
     };
-    const auto layer = [&](size_t z) {
-        const float a = row(low[1], z), b = row(high[1], z);
+    const auto layer = [&](const uint16* first) {
+        const float a = row(first), b = row(first + nextY);
         return a + (b - a) * f[1];
     };
-    const float a = layer(low[2]), b = layer(high[2]);
+    const float a = layer(voxels), b = layer(voxels + nextZ);
     return a + (b - a) * f[2];
 }
 
@@ -104,13 +101,10 @@ float VolumeDraw::gradientAt(const IVec3<float>& place) const {
     IVec3<float> difference;
     if (isSobel) {
         for (int i = 0; i < 27; ++i) {
-            const int at[3] = {i % 3, i / 3 % 3, i / 9};
             const float value =
-                valueAt({place.x + static_cast<float>(at[0] - 1), place.y + static_cast<float>(at[1] - 1),
-                         place.z + static_cast<float>(at[2] - 1)});
-            for (int axis = 0; axis < 3; ++axis)
-                difference[axis] += value * static_cast<float>(at[axis] - 1) *
-                                    kSmoothing[at[(axis + 1) % 3]] * kSmoothing[at[(axis + 2) % 3]];
+                valueAt({place.x + static_cast<float>(i % 3 - 1), place.y + static_cast<float>(i / 3 % 3 - 1),
+                         place.z + static_cast<float>(i / 9 - 1)});
+            for (int axis = 0; axis < 3; ++axis) difference[axis] += value * sobelWeight(i, axis);
         }
     } else {
         for (int axis = 0; axis < 3; ++axis) {

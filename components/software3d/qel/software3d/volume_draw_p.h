@@ -37,12 +37,21 @@ private:
 
 class OcclusionGrid;
 
+/// Returns the weight in the difference along an axis of the voxel @p i, 0 to 26, of a block of 3 by 3 by 3.
+constexpr float sobelWeight(int i, int axis) {
+    constexpr float kSmoothing[3] = {0.25f, 0.5f, 0.25f};
+    const int at[3] = {i % 3, i / 3 % 3, i / 9};
+    return static_cast<float>(at[axis] - 1) * kSmoothing[at[(axis + 1) % 3]] * kSmoothing[at[(axis + 2) % 3]];
+}
+
 /// Everything that determines the pixels of a volume.
 ///
 /// Places in the volume are in model space, 0 to 1, or in voxels, where a whole number is a voxel's centre.
 struct VolumeDraw {
     VolumeDraw(VolumeActor& actor, SoftwareVolumeTexture& texture, const View& view, TransferTables& tables);
 
+    /// Returns the number of the last voxel of an axis that can be the lower one of two.
+    int lastLower(int axis) const { return size[axis] > 1 ? size[axis] - 2 : 0; }
     /// Returns the coordinate of a stored value in the tables of colour.
     float coordinate(float stored) const { return stored * scale + bias; }
     /// Returns the stored value at a place in voxels.
@@ -77,9 +86,13 @@ struct VolumeDraw {
     IVec3<double> upper{1, 1, 1};
     double distance; ///< from the eye to the centre
 
-    /// For each block of voxels: whether it is transparent. Empty if blocks are not skipped.
-    Vector<uint8> isClearBrick;
+    /// For each block of voxels, x first: the distance to the nearest one that is not transparent, counted in
+    /// blocks along the axis on which it is largest, up to a limit. Empty if blocks are not skipped.
+    Vector<uint8> clearDistance;
     std::shared_ptr<const OcclusionGrid> occlusion;
 };
+
+/// Finds the blocks of voxels that are transparent with the tables of @p draw.
+void findClearBricks(VolumeDraw& draw);
 
 } // namespace qel::internal

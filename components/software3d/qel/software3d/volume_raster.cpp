@@ -9,8 +9,6 @@ namespace qel::internal {
 namespace {
 
 constexpr int kTile = 32;
-/// Interpolated values may leave the range of their voxels by the rounding of floats.
-constexpr float kRoundingMargin = 0.0625f;
 
 /// Returns the pixels that a volume may cover: those around the corners of its box, if all of these are in
 /// front of the eye.
@@ -33,19 +31,6 @@ IVec4<int> coveredArea(const VolumeDraw& draw) {
 }
 
 } // namespace
-
-void findClearBricks(VolumeDraw& draw) {
-    const auto& bricks = draw.texture->getBricks();
-    draw.isClearBrick.resize(bricks.size());
-    const size_t layer = bricks.size() / static_cast<size_t>(draw.texture->getBrickCount().z);
-    runPieces(static_cast<unsigned>(draw.texture->getBrickCount().z), [&](unsigned z) {
-        for (size_t i = z * layer; i < (z + 1) * layer; ++i) {
-            const float low = draw.coordinate(static_cast<float>(bricks[i].minimum) - kRoundingMargin);
-            const float high = draw.coordinate(static_cast<float>(bricks[i].maximum) + kRoundingMargin);
-            draw.isClearBrick[i] = draw.colors->isClear(low, high, draw.usesMeans);
-        }
-    });
-}
 
 void drawVolume(Image& target, DepthBuffer& depth, const VolumeDraw& draw) {
     const IVec4<int> area = coveredArea(draw);

@@ -9,7 +9,5 @@ namespace qel::internal {
 
 /// Draws a volume on @p target, which is BGRA8, on all processors; rays end at @p depth.
 void drawVolume(Image& target, DepthBuffer& depth, const VolumeDraw& draw);
-/// Finds the blocks of voxels that are transparent with the tables of @p draw.
-void findClearBricks(VolumeDraw& draw);
 
 } // namespace qel::internal

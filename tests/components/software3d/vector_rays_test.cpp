@@ -1,0 +1,134 @@
+// The vector kernels of rays against the plain functions that define every pixel.
+#include <tests/components/software3d/scene.h>
+
+#include <qel/software3d/seams.h>
+#include <qel/testing/simd.h>
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <random>
+#include <string>
+
+namespace qel {
+namespace {
+
+using test::Scene;
+
+/// Draws random volumes, tables, views and switches.
+class RandomScene {
+public:
+    explicit RandomScene(unsigned seed) : m_random(seed), m_scene({37, 5}) {
+        addVolume();
+        addMaterial();
+        addView();
+        addSwitches();
+        if (oneOf(3) == 0) replaceTables();
+    }
+
+    std::vector<uint8> draw() {
+        m_scene.drawVolume();
+        return m_scene.bytes();
+    }
+
+private:
+    int oneOf(int count) { return static_cast<int>(m_random() % static_cast<unsigned>(count)); }
+    float upTo(float most) { return most * static_cast<float>(m_random() % 1024) / 1024; }
+    bool flip() { return oneOf(2) == 0; }
+    Filter filter() { return flip() ? Filter::Bilinear : Filter::Nearest; }
+
+    /// Noise, in which some of the blocks of 8 by 8 by 8 voxels are 0.
+    void addVolume() {
+        static constexpr int kSides[] = {1, 2, 3, 8, 9, 17, 33, 60};
+        const IVec3<int> size(kSides[oneOf(8)], kSides[oneOf(8)], kSides[oneOf(8)]);
+        const unsigned holes = m_random();
+        m_scene.setVolume(size, [&](double x, double y, double z) {
+            const auto block = static_cast<int>(x * size.x) / 8 + static_cast<int>(y * size.y) / 8 * 3 +
+                               static_cast<int>(z * size.z) / 8 * 7;
+            return (holes >> block % 31 & 1) != 0 ? oneOf(65536) : oneOf(5);
+        });
+        m_scene.texture->setFilter(filter());
+    }
+
+    void addMaterial() {
+        static constexpr int kSteps[] = {2, 3, 16, 300};
+        const auto color = [this] { return IVec3<float>(upTo(1), upTo(1), upTo(1)); };
+        m_scene.setMaterial({{0, color()}, {30000, color()}, {65535, color()}},
+                            {{0, 0}, {upTo(20000), 0}, {40000, upTo(0.4f)}, {65535, upTo(1.01f)}},
+                            kSteps[oneOf(4)], {{0, upTo(1)}, {60000, upTo(1)}});
+        m_scene.actor->getColorAlphaLookupTexture()->setFilter(filter());
+        m_scene.actor->getColorAlphaPreintegrationTexture()->setFilter(filter());
+        m_scene.actor->getGradientPreintegrationTexture()->setFilter(filter());
+    }
+
+    /// Uses tables that no curves make, some of them with a single texel.
+    void replaceTables() {
+        for (const bool isSquare : {false, true}) {
+            const int size = 1 + oneOf(5);
+            Image image(RGBA8, {size + oneOf(3), isSquare ? size : 1});
+            for (int y = 0; y < image.getHeight(); ++y)
+                for (int i = 0; i < image.getWidth() * 4; ++i)
+                    image.getBytePointer(y)[i] = static_cast<uint8>(i % 4 == 3 && flip() ? 0 : oneOf(256));
+            const SmartPointer<Texture> table = m_scene.renderer->createTexture();
+            table->upload(image, false);
+            if (isSquare)
+                m_scene.actor->setColorAlphaPreintegrationTexture(table.get());
+            else
+                m_scene.actor->setColorAlphaLookupTexture(table.get());
+        }
+        static constexpr float kBiases[] = {0, 0.3f, std::numeric_limits<float>::infinity(), 1e38f};
+        m_scene.actor->setLookupScaleBias({upTo(3e-5f), kBiases[oneOf(4)]});
+    }
+
+    void addView() {
+        if (flip()) m_scene.lookFrom({upTo(3) - 1, upTo(3) - 1, upTo(3) - 1});
+        if (oneOf(4) == 0) m_scene.renderer->setClipPlanes({{upTo(1), upTo(1), -upTo(1), upTo(0.5f)}});
+        if (oneOf(4) == 0) m_scene.renderer->setClipBox({upTo(0.4f), 0, 0}, {1, 1 - upTo(0.4f), 1});
+    }
+
+    void addSwitches() {
+        static constexpr int kSteps[] = {1, 2, 7, 64, 300};
+        m_scene.actor->setUsingPreintegration(flip())
+            .setUsingClassified(oneOf(8) != 0)
+            .setUsingGradientMultiplier(oneOf(3) == 0)
+            .setUsingLocalOcclusion(oneOf(4) == 0)
+            .setUsingGlobalOcclusion(oneOf(4) == 0)
+            .setVolumeGradientCalculation(flip() ? VolumeGradientCalculation::Sobel
+                                                 : VolumeGradientCalculation::CentralDifference)
+            .setStepCount(kSteps[oneOf(5)]);
+    }
+
+    std::mt19937 m_random;
+    Scene m_scene;
+};
+
+class VectorRaysTest : public ::testing::Test {
+protected:
+    void TearDown() override {
+        seams::setVectorRays(true);
+        seams::setBrickSkipping(true);
+        seams::setSimdTarget("");
+    }
+};
+
+TEST_F(VectorRaysTest, AreEqualToPlainRays) {
+    int drawn = 0;
+    for (unsigned seed = 0; seed < 60; ++seed) {
+        RandomScene scene(seed);
+        seams::setVectorRays(false);
+        const std::vector<uint8> plain = scene.draw();
+        drawn += plain != std::vector<uint8>(plain.size()) ? 1 : 0;
+        seams::setVectorRays(true);
+        for (const std::string& target : seams::simdTargets()) {
+            ASSERT_TRUE(seams::setSimdTarget(target));
+            for (const bool skips : {false, true}) {
+                seams::setBrickSkipping(skips);
+                ASSERT_EQ(scene.draw(), plain) << target << " seed " << seed << " skipping " << skips;
+            }
+        }
+    }
+    EXPECT_GT(drawn, 35) << "too few pictures show anything";
+}
+
+} // namespace
+} // namespace qel
