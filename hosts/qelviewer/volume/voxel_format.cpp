@@ -11,7 +11,7 @@ namespace {
 struct Entry {
     VoxelFormat format;
     int niftiNumber;
-    std::array<std::string_view, 6> nrrdNames;
+    std::array<std::string_view, 7> nrrdNames;
 };
 
 constexpr Entry kEntries[] = {
@@ -27,7 +27,8 @@ constexpr Entry kEntries[] = {
     {{qel::UInt32, 4, false, "uint32"}, 768, {"uint", "unsigned int", "uint32", "uint32_t"}},
     {{qel::Int64, 8, false, "int64"},
      1024,
-     {"longlong", "long long", "long long int", "signed long long", "int64", "int64_t"}},
+     {"longlong", "long long", "long long int", "signed long long", "signed long long int", "int64",
+      "int64_t"}},
     {{qel::UInt64, 8, false, "uint64"},
      1280,
      {"ulonglong", "unsigned long long", "unsigned long long int", "uint64", "uint64_t"}},

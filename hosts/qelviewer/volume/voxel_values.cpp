@@ -55,23 +55,42 @@ double stepOf(const Range& range) {
     return std::max(step, std::numeric_limits<double>::min());
 }
 
+/// Maps values to words: the smallest to 0, the largest to at most 65535.
+class Mapping {
+public:
+    explicit Mapping(const Range& range) {
+        if (!(range.smallest <= range.largest)) return;
+        m_bias = range.smallest;
+        m_scale = stepOf(range);
+        m_largest = std::min(std::floor(roundedUp(range.largest)), kSteps);
+    }
+
+    double bias() const { return m_bias; }
+    double scale() const { return m_scale; }
+    qel::uint16 wordOf(double value) const {
+        const double steps = roundedUp(value);
+        return steps >= 1 ? static_cast<qel::uint16>(std::min(steps, m_largest)) : qel::uint16{0}; // also NaN
+    }
+
+private:
+    /// Returns the number of steps plus a half; it computes with halves, because a difference may overflow.
+    double roundedUp(double value) const { return (value * 0.5 - m_bias * 0.5) / m_scale * 2 + 0.5; }
+
+    double m_bias = 0;
+    double m_scale = 1;
+    double m_largest = 0;
+};
+
 template <typename Voxel>
 Words convert(const Voxel* voxels, qel::uint64 count) {
-    const Range range = measure(voxels, count);
+    const Mapping mapping(measure(voxels, count));
     Words result;
-    if (range.smallest <= range.largest) {
-        result.bias = range.smallest;
-        result.scale = stepOf(range);
-    }
+    result.bias = mapping.bias();
+    result.scale = mapping.scale();
     result.words.resize(count * sizeof(qel::uint16));
     auto* const words = reinterpret_cast<qel::uint16*>(result.words.getBytePointer());
-    const double bias = result.bias, scale = result.scale;
     forEachPiece(count, kPiece, [&](qel::uint64 begin, qel::uint64 end) {
-        for (qel::uint64 i = begin; i < end; ++i) {
-            // Halves, because a difference may overflow.
-            const double steps = (static_cast<double>(voxels[i]) * 0.5 - bias * 0.5) / scale * 2 + 0.5;
-            words[i] = steps >= 1 ? static_cast<qel::uint16>(std::min(steps, kSteps)) : qel::uint16{0};
-        }
+        for (qel::uint64 i = begin; i < end; ++i) words[i] = mapping.wordOf(static_cast<double>(voxels[i]));
     });
     return result;
 }
