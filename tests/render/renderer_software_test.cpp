@@ -52,15 +52,6 @@ TEST(RendererSoftware, ASolidRectangleStoresTheTint) {
     EXPECT_EQ(canvas.image->getBytePointer(1)[7], 255) << "clear works between frames without clip and tint";
 }
 
-TEST(RendererSoftware, ABlendedRectangleReplacesTheAlpha) {
-    Canvas canvas({2, 1});
-    canvas.renderer.clear({0, 1, 1, 1});
-    canvas.renderer.pushColor({1, 0, 0, 0.25f});
-    canvas.renderer.drawRectInternal({0, 0, 1, 1});
-    EXPECT_EQ(canvas.pixel(0, 0), 0x4040BFBFu);
-    EXPECT_EQ(canvas.pixel(1, 0), 0xFF00FFFFu);
-}
-
 TEST(RendererSoftware, TheLeastVisibleAlphaIsHalfAStep) {
     for (const auto& [alpha, expected] :
          {std::pair{0.001f, 0u}, {kNan, 0u}, {-1.0f, 0u}, {0.999f, 0xFFFFFFFFu}}) {
@@ -256,17 +247,6 @@ TEST(RendererSoftware, BilinearSamplesMixNeighboursAndRepeatTheEdge) {
     texture->setFilter(Filter::Nearest);
     canvas.renderer.drawTextureInternal(texture.get(), kWhole, {0, 0, 8, 1}, 0);
     EXPECT_EQ(canvas.bytes(), (std::vector<uint8>{0, 0, 0, 0, 200, 200, 200, 200}));
-}
-
-TEST(RendererSoftware, EachTexelIsSkippedBlendedOrStoredByItsOwnAlpha) {
-    Canvas canvas({3, 1});
-    canvas.renderer.clear({1, 0, 0, 1});
-    const SmartPointer<Texture> texture =
-        makeTexture(canvas.renderer, RGBA8, {3, 1}, {0, 0, 255, 0, 0, 0, 255, 128, 0, 0, 255, 255});
-    canvas.renderer.drawTextureInternal(texture.get(), kWhole, {0, 0, 3, 1}, 0);
-    EXPECT_EQ(canvas.pixel(0, 0), 0xFFFF0000u);
-    EXPECT_EQ(canvas.pixel(1, 0), 0x807F0080u);
-    EXPECT_EQ(canvas.pixel(2, 0), 0xFF0000FFu);
 }
 
 TEST(RendererSoftware, FormatsThatCannotBeSampledAreReported) {

@@ -112,6 +112,26 @@ TEST_F(ActorPictures, Rotations) {
     });
 }
 
+TEST_F(ActorPictures, TurnedPlacements) {
+    const SmartPointer<Sprite> sprite = makeArrow(40, 24);
+    expectFrame("turned-placements", {395, 445}, [&](RendererSoftware& r) {
+        Cells cells(r);
+        for (int i = 0; i < 48; ++i) {
+            const int kind = i % 6;
+            RectActor actor;
+            actor.setSprite(sprite).setRotation(static_cast<Rotation>(i / 6 + (kind == 5 ? 8 : 0)));
+            actor.setHorizontalAlign(static_cast<Align>(kind - 1))
+                .setVerticalAlign(static_cast<Align>(2 - kind));
+            if (kind >= 3)
+                actor.setHorizontalVariableAlign(0.25f, kind == 3).setVerticalVariableAlign(0.1f, true);
+            if (kind == 4) actor.setFixedWidth(30);
+            if (kind == 5) actor.setFixedHeight(12);
+            if (kind < 4) actor.setFixedSize({30, 15});
+            cells.draw(actor);
+        }
+    });
+}
+
 TEST_F(ActorPictures, ShadowsOutlinesAndTints) {
     const SmartPointer<Sprite> sprite = makeArrow(40, 20);
     test::addShippedFonts();

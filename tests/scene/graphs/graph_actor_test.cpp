@@ -66,14 +66,6 @@ TEST_F(GraphActorTest, LinesOfSeveralPixelsAreDrawnNextToEachOther) {
     }
 }
 
-TEST_F(GraphActorTest, AxesHaveTheirValuesAndLabels) {
-    actor.setTitle("title").setHorizontalAxisLabel("time").setVerticalAxisLabel("dose");
-    actor.setHorizontalAxisInterval(0, 2.5f).setVerticalAxisInterval(-1, 1);
-    EXPECT_EQ(drawnTexts(),
-              (std::vector<std::string>{"title", "0.00", "time", "2.50", "1.00", "dose", "-1.00"}));
-    EXPECT_EQ(renderer.drawn[0].target, Rect(0, 2.5f, 200, 12.5f));
-}
-
 TEST_F(GraphActorTest, GuideLinesDivideThePlotEvenly) {
     actor.setVerticalLines(2).setHorizontalAxisInterval(0, 3).setHorizontalAxisColor({1, 1, 0, 1});
     EXPECT_EQ(drawnLines({0.3f, 0.3f, 0, 0.3f}),

@@ -8,8 +8,6 @@
 namespace qel {
 namespace {
 
-using test::Drawn;
-
 class PrimActorTest : public test::SystemFixture {
 protected:
     test::RecordingRenderer renderer;
@@ -29,19 +27,10 @@ TEST_F(PrimActorTest, TheTypeDecidesHowPointsAreJoined) {
     actor.vertices().clear();
     for (int type = 0; type < 3; ++type)
         EXPECT_TRUE(renderer.record(actor.setType(static_cast<PrimActor::Type>(type))).empty());
+    EXPECT_TRUE(renderer.record(actor.addTriangle({}, {}, {}).setColor({1, 1, 1, 0.002f})).empty());
+    actor.vertices().clear();
     actor.addQuad({0, 0}, {1, 0}, {1, 1}, {0, 1});
     EXPECT_EQ(actor.vertices(), (Vector<IVec2<float>>{{0, 0}, {1, 0}, {1, 1}, {0, 0}, {1, 1}, {0, 1}}));
-}
-
-TEST_F(PrimActorTest, AShadowIsDrawnFirst) {
-    actor.addTriangle({0, 0}, {1, 0}, {1, 1}).setType(PrimActor::Type::Triangles);
-    actor.setShadow(true).setColor({1, 0.5f, 1, 1});
-    const std::vector<Drawn> drawn = renderer.record(actor);
-    ASSERT_EQ(drawn.size(), 2u);
-    EXPECT_EQ(drawn[0].tint, IVec4<float>(0.1f, 0.05f, 0.1f, 0.8f));
-    EXPECT_EQ(drawn[1].tint, IVec4<float>(1, 0.5f, 1, 1));
-    EXPECT_EQ(actor.getOffset(), IVec2<float>());
-    EXPECT_TRUE(renderer.record(actor.setColor({1, 1, 1, 0.002f})).empty());
 }
 
 TEST_F(PrimActorTest, ARingRunsClockwiseFromTheTop) {

@@ -123,23 +123,6 @@ TEST_F(TextLayoutTest, PenMovesByAdvancesAndKerning) {
     EXPECT_EQ(text->getInkBounds(), IVec4<int>(1, 1, 20, 8));
 }
 
-TEST_F(TextLayoutTest, TabsAndSpacersMoveThePen) {
-    const struct {
-        const char* content;
-        std::vector<float> pens; ///< the last is that of the character after the space
-    } kCases[] = {
-        {"a{tab}b", {0, 6, 10}},           {"{tab}b", {0, 10}},
-        {"a{half_tab}b", {0, 6, 10}},      {"a{quarter_tab}b", {0, 6, 8}},
-        {"a{spacer}b", {0, 6, 16}},        {"a{half_spacer}b", {0, 6, 11}},
-        {"a{quarter_spacer}b", {0, 6, 8}}, {"a{tabstop:50}b", {0, 6, 52}},
-        {"a{tabstop:2}b", {0, 6, 8}},      {"a{tabstop:-99999999999}b", {0, 6, 8}},
-    };
-    for (const auto& c : kCases) {
-        layOutCodes(c.content);
-        EXPECT_EQ(pens(), c.pens) << c.content;
-    }
-}
-
 TEST_F(TextLayoutTest, TabOfNoWidthStays) {
     for (const int height : {0, 3, -10}) {
         font->resize(height);
@@ -153,40 +136,19 @@ TEST_F(TextLayoutTest, TabStopsFarAwayAreLimited) {
         layOutCodes((std::string("a") + code + code + "b").c_str());
         EXPECT_EQ(text->getExtentBounds().z, 0x3FFFFFFF) << code;
     }
-}
-
-TEST_F(TextLayoutTest, MarginsIndentTheNextLines) {
-    text->setWordWrap(30);
-    layOutCodes("aa{push_margin}b cc{eol}d{pop_margin}{eol}e{pop_margin}{eol}f");
-    std::vector<float> starts;
-    for (size_t i = 0; i < text->getLineCount(); ++i) starts.push_back(pens(i).front());
-    EXPECT_THAT(starts, ElementsAre(0, 12, 12, 0, 0));
+    for (const char* const code : {"{tabstop:2}", "{tabstop:-99999999999}"}) {
+        layOutCodes((std::string("a") + code + "b").c_str());
+        EXPECT_THAT(pens(), ElementsAre(0, 6, 8)) << code;
+    }
 }
 
 // --- decorations ----------------------------------------------------------------------------------------
-
-TEST_F(TextLayoutTest, BarsReachFromTheirFirstToTheirLastCharacter) {
-    layOutCodes("a{eol}{bar}b{eol}c{endbar:red}{eol}d");
-    ASSERT_EQ(text->getBars().size(), 1u);
-    EXPECT_EQ(text->getBars()[0].top, 10);
-    EXPECT_EQ(text->getBars()[0].bottom, 30);
-    EXPECT_EQ(text->getBars()[0].color, 0xFF0000FFu);
-}
 
 TEST_F(TextLayoutTest, BarAroundNothingIsDropped) {
     for (const char* const content : {"{bar}{endbar:red}", "a{endbar:red}", "{bar}a"}) {
         layOutCodes(content);
         EXPECT_THAT(text->getBars(), IsEmpty()) << content;
     }
-}
-
-TEST_F(TextLayoutTest, UnderlinesFollowTheirCharacters) {
-    layOutCodes("a{underline_on}{color:blue}bc{underline_off}d");
-    const auto underlines = text->getLine(0).underlines;
-    ASSERT_EQ(underlines.size(), 2u);
-    EXPECT_EQ(underlines[0].rect, Rect(6, 9, 12, 10));
-    EXPECT_EQ(underlines[0].color, 0xFFFF0000u);
-    EXPECT_EQ(underlines[1].rect, Rect(12, 9, 18, 10));
 }
 
 TEST_F(TextLayoutTest, QuadsOfAPageAreTogether) {

@@ -19,14 +19,9 @@ public:
     }
     ~NotingRenderer() override { stop(); }
 
-    void drawRectInternal(const Rect& rect) override {
-        rects.push_back(rect);
-        colors.push_back(getColor());
-        clips.push_back(getClip());
-    }
+    void drawRectInternal(const Rect& rect) override { rects.push_back(rect); }
     void drawTextActorInternal(TextActor* text) override {
         textColors.push_back(getColor());
-        positions.push_back(text->getPosition());
         softClips.push_back(text->isSoftClipping());
         for (size_t i = 0; i < text->getLineCount(); ++i)
             if (text->getLine(i).isVisible) lines.push_back(text->getLine(i).x);
@@ -34,10 +29,7 @@ public:
 
     SmartPointer<Image> image = makeObject<Image>();
     std::vector<Rect> rects;
-    std::vector<IVec4<float>> colors;
-    std::vector<IVec4<int>> clips;
     std::vector<IVec4<float>> textColors;
-    std::vector<IVec2<float>> positions;
     std::vector<bool> softClips;
     std::vector<float> lines; ///< the x of the visible lines
 };

@@ -2,12 +2,12 @@
 #include <qel/imaging/pixels/image.h>
 #include <qel/render/renderer_software.h>
 #include <qel/style/theme.h>
+#include <qel/text/engine/text_actor.h>
 #include <qel/text/fonts/true_type_font.h>
 #include <tests/support/log_capture.h>
 #include <tests/support/picture_test.h>
 #include <tests/support/shipped_fonts.h>
 #include <tests/support/system_fixture.h>
-#include <tests/text/engine/noting_renderer.h>
 
 #include <gmock/gmock.h>
 
@@ -52,13 +52,6 @@ protected:
     SmartPointer<TextActor> text;
 };
 
-TEST_F(OutlineText, FontIsTheMediumOneOfTheTheme) {
-    text->setText("abc");
-    text->update();
-    EXPECT_EQ(text->getFont(), theme->mediumFont());
-    EXPECT_EQ(text->getActualSize().y, theme->mediumFont()->getLineHeight());
-}
-
 TEST_F(OutlineText, AutoSizeTakesTheLargestFontThatFits) {
     text->setText("Some words").setAutoSize(true);
     const auto fontIn = [this](float width, float height) {
@@ -87,23 +80,6 @@ TEST_F(OutlineText, StylesOutliveAChangeOfTheFont) {
     EXPECT_EQ(text->getFont(), theme->smallFont());
 }
 
-TEST_F(OutlineText, LineOfALargerFontIsHigher) {
-    text->setParser(TextActor::Parser::ControlCodes).setFont(theme->smallFont());
-    text->setText("a{font:large}b{font:small}c{eol}d");
-    text->update();
-    const TextActor::Line first = text->getLine(0);
-    EXPECT_EQ(first.top, theme->largeFont()->getAscent() - theme->smallFont()->getAscent());
-    EXPECT_EQ(first.bottom, theme->largeFont()->getDescent() - theme->smallFont()->getAscent());
-    EXPECT_EQ(text->getLine(1).top, theme->smallFont()->getLineHeight());
-}
-
-TEST_F(OutlineText, WrappingMeasuresWithTheFontsOfTheLine) {
-    text->setParser(TextActor::Parser::ControlCodes).setFont(theme->smallFont()).setWordWrap(150);
-    text->setText("some small words {font:large}and some large words{font:small} and small ones");
-    text->update();
-    for (size_t i = 0; i < text->getLineCount(); ++i) EXPECT_LT(text->getLine(i).width, 150) << i;
-}
-
 TEST_F(OutlineText, SizesFrom1To400AreDrawn) {
     RendererSoftware renderer;
     const auto image = makeObject<Image>(BGRA8, IVec2<int>(900, 450));
@@ -119,20 +95,6 @@ TEST_F(OutlineText, SizesFrom1To400AreDrawn) {
     }
     for (const test::LogLine& line : log.take())
         if (line.level > 1) EXPECT_EQ(line.text, kAtlasIsFull);
-}
-
-TEST_F(OutlineText, ShadowIsBelowToTheRight) {
-    const auto dot = static_cast<float>(theme->dotSize());
-    ASSERT_GT(dot, 0);
-    text->setText("abc").setColor({1, 0.5f, 1, 1}).setShadow(true);
-    text->setBounds({10, 20, 100, 50});
-    test::NotingRenderer renderer;
-    renderer.draw(text.get());
-    EXPECT_THAT(renderer.textColors,
-                testing::ElementsAre(IVec4<float>(0.1f, 0.05f, 0.1f, 0.8f), IVec4<float>(1, 0.5f, 1, 1)));
-    EXPECT_THAT(renderer.positions,
-                testing::ElementsAre(IVec2<float>(10 + dot, 20 + dot), IVec2<float>(10, 20)));
-    EXPECT_EQ(text->getBounds(), Rect(10, 20, 100, 50));
 }
 
 /// Pictures with outline fonts.
