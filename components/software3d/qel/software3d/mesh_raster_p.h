@@ -16,8 +16,12 @@ struct DepthBuffer {
 
     /// Sets the size and the depth of all pixels to 1.
     void clear(const IVec2<int>& newSize);
-    float& at(int x, int y) {
-        return values[static_cast<size_t>(y) * static_cast<size_t>(size.x) + static_cast<size_t>(x)];
+    float& at(int x, int y) { return values[indexOf(x, y)]; }
+    const float& at(int x, int y) const { return values[indexOf(x, y)]; }
+
+private:
+    size_t indexOf(int x, int y) const {
+        return static_cast<size_t>(y) * static_cast<size_t>(size.x) + static_cast<size_t>(x);
     }
 };
 

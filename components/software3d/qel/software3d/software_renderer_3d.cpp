@@ -5,12 +5,12 @@
 #include <qel/render/renderer_software.h>
 #include <qel/software3d/mesh_raster_p.h>
 #include <qel/software3d/occlusion_grid_p.h>
-#include <qel/software3d/seams.h>
 #include <qel/software3d/software_volume_texture.h>
 #include <qel/software3d/volume_raster_p.h>
+#include <qel/software3d/volume_refiner_p.h>
+#include <qel/system/core/system.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cmath>
 
 namespace qel {
@@ -19,8 +19,6 @@ namespace {
 /// Tints with at most this alpha draw nothing.
 constexpr float kInvisibleAlpha = 0.0019607844f;
 constexpr int kFarthestPixel = 1 << 20;
-
-std::atomic<bool> g_skipsBricks{true};
 
 bool isFinite(const IVec4<float>& v) {
     return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z) && std::isfinite(v.w);
@@ -38,13 +36,15 @@ IVec4<int> intersection(const IVec4<int>& a, const IVec4<int>& b) {
 
 } // namespace
 
-namespace seams {
+namespace internal {
 
-void setBrickSkipping(bool isOn) {
-    g_skipsBricks = isOn;
-}
+/// A volume that was drawn and is not yet on the target.
+struct HeldVolume {
+    const VolumeActor* actor; ///< not accessed
+    VolumeDraw draw;
+};
 
-} // namespace seams
+} // namespace internal
 
 struct internal::SoftwareRenderer3DData {
     explicit SoftwareRenderer3DData(Renderer* outer) : flat(new RendererSoftware(outer)) {}
@@ -56,9 +56,11 @@ struct internal::SoftwareRenderer3DData {
     Vector<IVec4<float>> planes;
     IVec3<float> lower{0, 0, 0};
     IVec3<float> upper{1, 1, 1};
-    Vector<VolumeDraw> volumes; ///< drawn, but not yet on the target
+    Vector<HeldVolume> volumes;
     TransferTables tables;
     OcclusionGrids grids;
+    bool isProgressive = false;
+    std::unique_ptr<VolumeRefiner> refiner; ///< is created when it is first needed
 };
 
 SoftwareRenderer3D::SoftwareRenderer3D() : m_data(std::make_unique<internal::SoftwareRenderer3DData>(this)) {}
@@ -81,6 +83,23 @@ void SoftwareRenderer3D::setClipPlanes(const Vector<IVec4<float>>& planes) {
 void SoftwareRenderer3D::setClipBox(const IVec3<float>& lower, const IVec3<float>& upper) {
     m_data->lower = lower;
     m_data->upper = upper;
+}
+
+void SoftwareRenderer3D::setProgressive(bool isOn) {
+    m_data->isProgressive = isOn;
+    if (!isOn) m_data->refiner.reset();
+}
+
+bool SoftwareRenderer3D::isProgressive() const {
+    return m_data->isProgressive;
+}
+
+bool SoftwareRenderer3D::isRefined() const {
+    return m_data->refiner == nullptr || m_data->refiner->isRefined();
+}
+
+void SoftwareRenderer3D::waitRefined() {
+    if (m_data->refiner != nullptr) m_data->refiner->waitRefined();
 }
 
 void SoftwareRenderer3D::start3D() {
@@ -151,7 +170,8 @@ void SoftwareRenderer3D::drawVolumeInternal(VolumeActor* actor) {
     if (texture == nullptr || texture->getVoxels() == nullptr) return;
     const internal::View view = currentView(*this, m_data->viewport);
     if (isEmpty(view.clip)) return;
-    internal::VolumeDraw& draw = m_data->volumes.emplace_back(*actor, *texture, view, m_data->tables);
+    m_data->volumes.push_back({actor, internal::VolumeDraw(*actor, *texture, view, m_data->tables)});
+    internal::VolumeDraw& draw = m_data->volumes.back().draw;
     draw.planes = toModelSpace(m_data->planes, draw.model);
     for (int axis = 0; axis < 3; ++axis) {
         // A component that is NaN does not cut.
@@ -163,20 +183,36 @@ void SoftwareRenderer3D::drawVolumeInternal(VolumeActor* actor) {
 /// Draws the volumes that were held back, the farthest first.
 void SoftwareRenderer3D::drawVolumes() {
     if (m_data->volumes.empty()) return;
-    Vector<internal::VolumeDraw> volumes;
+    Vector<internal::HeldVolume> volumes;
     volumes.swap(m_data->volumes);
     if (!prepare3D()) return;
     std::stable_sort(volumes.begin(), volumes.end(),
-                     [](const auto& a, const auto& b) { return a.distance > b.distance; });
-    for (internal::VolumeDraw& draw : volumes) {
+                     [](const auto& a, const auto& b) { return a.draw.distance > b.draw.distance; });
+    internal::VolumeRefiner* const refiner = currentRefiner();
+    for (auto& [actor, draw] : volumes) {
         if (draw.size != draw.texture->getSize()) continue; // initialised again since it was drawn
         const IVec2<int> size = getRenderTargetSize();
         draw.view.clip = intersection(draw.view.clip, {0, 0, size.x, size.y});
-        const bool usesColors = draw.isClassified && draw.colors->isValid(draw.usesMeans);
-        if (usesColors && g_skipsBricks) internal::findClearBricks(draw);
-        if (usesColors && draw.usesGlobalOcclusion) draw.occlusion = m_data->grids.get(draw);
-        internal::drawVolume(*getRenderTarget(), m_data->depth, draw);
+        if (refiner != nullptr)
+            refiner->draw(actor, draw, *getRenderTarget(), m_data->depth);
+        else
+            drawExactly(draw);
     }
+}
+
+/// Returns the object that draws pictures which become exact later; null if they are to be exact at once.
+internal::VolumeRefiner* SoftwareRenderer3D::currentRefiner() {
+    System* const host = system();
+    if (!m_data->isProgressive || host == nullptr || !host->isMainThread()) return nullptr;
+    if (m_data->refiner == nullptr || m_data->refiner->isClosed())
+        m_data->refiner = std::make_unique<internal::VolumeRefiner>();
+    return m_data->refiner.get();
+}
+
+void SoftwareRenderer3D::drawExactly(internal::VolumeDraw& draw) {
+    if (internal::skipsBricks(draw)) internal::findClearBricks(draw);
+    if (internal::usesTables(draw) && draw.usesGlobalOcclusion) draw.occlusion = m_data->grids.get(draw);
+    internal::drawVolume(*getRenderTarget(), m_data->depth, draw);
 }
 
 // --- 2D: everything goes to a RendererSoftware ---------------------------------------------------------
@@ -201,6 +237,7 @@ IVec2<int> SoftwareRenderer3D::getRenderTargetSize() {
 }
 
 void SoftwareRenderer3D::startInternal() {
+    if (m_data->refiner) m_data->refiner->beginFrame();
     m_data->flat->startInternal();
 }
 

@@ -15,6 +15,8 @@ class RendererSoftware;
 
 namespace internal {
 struct SoftwareRenderer3DData;
+struct VolumeDraw;
+class VolumeRefiner;
 } // namespace internal
 
 /// Draws 2D operations exactly as RendererSoftware does, and volumes and meshes in the same target. 3D needs
@@ -67,6 +69,26 @@ public:
     /// Sets the part of volumes that is drawn, in model space; at first everything, (0, 0, 0) to (1, 1, 1).
     void setClipBox(const IVec3<float>& lower, const IVec3<float>& upper);
 
+    /// Sets whether pictures of volumes may be coarse at first. They are computed in the background then: a
+    /// drawing call takes a few milliseconds, and System::delegateRequestFrame asks for a frame whenever more
+    /// is known. Frames are to be drawn in the same way until no more are asked for; the last one equals the
+    /// exact picture in every byte. A change of anything that affects the picture starts over.
+    ///
+    /// Off initially: pictures are exact when stop3D() returns. Without a System, and on other threads than
+    /// its main thread, they always are. Switching it off drops all pictures and waits for the rows that are
+    /// being computed, as the destructor and the end of the System do.
+    /// @owner   volumes and tables are held while their pictures are computed. Each actor and viewport that
+    ///          was drawn in one of the last frames has a picture of 16 bytes for each pixel.
+    /// @threads the main thread; it also has to destroy the renderer.
+    void setProgressive(bool isOn);
+    /// Returns true if pictures of volumes may be coarse at first.
+    bool isProgressive() const;
+    /// Returns true if a frame that is drawn in the same way as the last one will be exact.
+    bool isRefined() const;
+    /// Computes the exact pictures of what was drawn in the last frame. @errors returns early if voxels have
+    /// changed; what they show must be drawn again first.
+    void waitRefined();
+
     /// Begins a frame with the depth test on and all depths at the far plane.
     void start3D() override;
     void drawMeshInternal(Mesh* mesh, const Float4x4& modelMatrix) override;
@@ -106,6 +128,8 @@ public:
 private:
     bool prepare3D();
     void drawVolumes();
+    void drawExactly(internal::VolumeDraw& draw);
+    internal::VolumeRefiner* currentRefiner();
     RendererSoftware& flat();
 
     std::unique_ptr<internal::SoftwareRenderer3DData> m_data;

@@ -38,10 +38,13 @@ SoftwareVolumeTexture::SoftwareVolumeTexture(Renderer* renderer) : VolumeTexture
 SoftwareVolumeTexture::~SoftwareVolumeTexture() = default;
 
 void SoftwareVolumeTexture::initialize(FormatID format, const IVec3<int>& size) {
+    m_revision = nextRevision(); // lets readers stop
+    const std::unique_lock lock(m_access);
     m_voxels.reset();
     m_brickCount = {};
     m_bricks.clear();
     m_isStale.clear();
+    m_areBricksMeasured = true;
     m_uploadedSlices = 0;
     m_revision = nextRevision();
     const bool isSupported = format == UInt16;
@@ -55,6 +58,7 @@ void SoftwareVolumeTexture::initialize(FormatID format, const IVec3<int>& size) 
     setContent(format, size);
     m_brickCount = {bricksOn(size.x), bricksOn(size.y), bricksOn(size.z)};
     m_isStale.assign(static_cast<size_t>(m_brickCount.z), 1);
+    m_areBricksMeasured = false;
 }
 
 void SoftwareVolumeTexture::uploadData(int zBegin, int zEnd, FormatID format, const void* data) {
@@ -63,28 +67,39 @@ void SoftwareVolumeTexture::uploadData(int zBegin, int zEnd, FormatID format, co
         return;
     }
     if (zBegin == zEnd) return;
+    m_revision = nextRevision(); // lets readers stop
+    const std::unique_lock lock(m_access);
     const size_t slice = static_cast<size_t>(getSize().x) * static_cast<size_t>(getSize().y);
     std::memcpy(m_voxels.get() + slice * static_cast<size_t>(zBegin), data,
                 slice * static_cast<size_t>(zEnd - zBegin) * sizeof(uint16));
     const int first = std::max(zBegin - 1, 0) / kBrick, last = std::min(zEnd, getSize().z - 1) / kBrick;
     std::fill(m_isStale.begin() + first, m_isStale.begin() + last + 1, uint8{1});
+    m_areBricksMeasured = false;
     m_uploadedSlices += zEnd - zBegin;
     m_revision = nextRevision();
 }
 
 const Vector<SoftwareVolumeTexture::Range>& SoftwareVolumeTexture::getBricks() {
-    m_bricks.resize(static_cast<size_t>(m_brickCount.x) * static_cast<size_t>(m_brickCount.y) *
-                    static_cast<size_t>(m_brickCount.z));
-    if (std::find(m_isStale.begin(), m_isStale.end(), uint8{1}) != m_isStale.end())
-        internal::runPieces(static_cast<unsigned>(m_brickCount.z),
-                            [this](unsigned layer) { measureLayer(static_cast<int>(layer)); });
+    measureBricks(m_brickCount.z);
     return m_bricks;
 }
 
+bool SoftwareVolumeTexture::measureBricks(int layers) {
+    const MutexLock lock(m_measuring);
+    Vector<int> stale;
+    for (int layer = 0; layer < m_brickCount.z; ++layer)
+        if (m_isStale[static_cast<size_t>(layer)] != 0) stale.push_back(layer);
+    const bool isLast = stale.size() <= static_cast<size_t>(layers);
+    if (!isLast) stale.resize(static_cast<size_t>(layers));
+    m_bricks.resize(static_cast<size_t>(m_brickCount.x) * static_cast<size_t>(m_brickCount.y) *
+                    static_cast<size_t>(m_brickCount.z));
+    internal::runPieces(static_cast<unsigned>(stale.size()), [&](unsigned i) { measureLayer(stale[i]); });
+    m_areBricksMeasured = isLast;
+    return isLast;
+}
+
 void SoftwareVolumeTexture::measureLayer(int layer) {
-    uint8& isStale = m_isStale[static_cast<size_t>(layer)];
-    if (isStale == 0) return;
-    isStale = 0;
+    m_isStale[static_cast<size_t>(layer)] = 0;
     size_t brick = static_cast<size_t>(layer) * static_cast<size_t>(m_brickCount.x) *
                    static_cast<size_t>(m_brickCount.y);
     for (int y = 0; y < m_brickCount.y; ++y)

@@ -2,20 +2,30 @@
 
 #include <qel/software3d/parallel_p.h>
 #include <qel/software3d/ray_caster_p.h>
+#include <qel/software3d/seams.h>
+#include <qel/software3d/volume_picture_p.h>
 
 #include <algorithm>
+#include <atomic>
 
-namespace qel::internal {
+namespace qel {
 namespace {
 
-constexpr int kTile = 32;
+std::atomic<bool> g_skipsBricks{true};
 
-/// Returns the pixels that a volume may cover: those around the corners of its box, if all of these are in
-/// front of the eye.
+} // namespace
+
+void seams::setBrickSkipping(bool isOn) {
+    g_skipsBricks = isOn;
+}
+
+namespace internal {
+
+// The pixels around the corners of the box, if all of these are in front of the eye.
 IVec4<int> coveredArea(const VolumeDraw& draw) {
     const Double4x4 toClip = draw.model.multiply(draw.view.view).multiply(draw.view.projection);
     const IVec4<int>& port = draw.view.viewport;
-    IVec4<int> area = draw.view.clip;
+    const IVec4<int>& area = draw.view.clip;
     IVec4<double> bounds(1e300, 1e300, -1e300, -1e300);
     for (int i = 0; i < 8; ++i) {
         const IVec4<double> corner =
@@ -30,31 +40,29 @@ IVec4<int> coveredArea(const VolumeDraw& draw) {
             std::min(area.z, pixel(bounds.z) + 2), std::min(area.w, pixel(bounds.w) + 2)};
 }
 
-} // namespace
+bool usesTables(const VolumeDraw& draw) {
+    return draw.isClassified && draw.colors->isValid(draw.usesMeans);
+}
 
-void drawVolume(Image& target, DepthBuffer& depth, const VolumeDraw& draw) {
+bool skipsBricks(const VolumeDraw& draw) {
+    return usesTables(draw) && g_skipsBricks;
+}
+
+void drawVolume(Image& target, const DepthBuffer& depth, const VolumeDraw& draw) {
     const IVec4<int> area = coveredArea(draw);
     if (area.x >= area.z || area.y >= area.w) return;
     const RayCaster caster(draw);
-    const IVec4<float>& tint = draw.view.tint;
-    const float alpha = toUnit(tint.w);
-    const int columns = (area.z - area.x + kTile - 1) / kTile, rows = (area.w - area.y + kTile - 1) / kTile;
-    runPieces(static_cast<unsigned>(columns * rows), [&](unsigned tile) {
-        const int left = area.x + static_cast<int>(tile) % columns * kTile;
-        const int top = area.y + static_cast<int>(tile) / columns * kTile;
-        const int width = std::min(kTile, area.z - left);
-        for (int y = top; y < std::min(top + kTile, area.w); ++y) {
-            Rgba colors[kTile];
-            caster.castRow(y, left, 1, width, &depth.at(left, y), colors);
-            uint8* const row = target.getBytePointer(y) + std::ptrdiff_t{left} * 4;
-            for (int i = 0; i < width; ++i) {
-                const Rgba& color = colors[i];
-                if (!(color.a > 0)) continue;
-                blendPixel(row + std::ptrdiff_t{i} * 4, {color.r * tint.x * alpha, color.g * tint.y * alpha,
-                                                         color.b * tint.z * alpha, color.a * alpha});
-            }
+    const TileGrid grid(area);
+    runPieces(static_cast<unsigned>(grid.count()), [&](unsigned tile) {
+        const IVec4<int> part = grid.at(static_cast<int>(tile));
+        const int width = part.z - part.x;
+        for (int y = part.y; y < part.w; ++y) {
+            Rgba colors[TileGrid::kTile];
+            caster.castRow(y, part.x, 1, width, &depth.at(part.x, y), colors);
+            blendRow(target.getBytePointer(y) + std::ptrdiff_t{part.x} * 4, colors, width, draw.view.tint);
         }
     });
 }
 
-} // namespace qel::internal
+} // namespace internal
+} // namespace qel

@@ -1,0 +1,143 @@
+#include <qel/software3d/volume_refiner_p.h>
+
+#include <qel/software3d/volume_raster_p.h>
+#include <qel/system/core/system.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace qel::internal {
+namespace {
+
+/// Views are dropped after this number of frames without them. It grows with the number of views, since the
+/// parts of a window may be frames of their own.
+constexpr uint64 kFramesKept = 64;
+constexpr uint64 kFramesKeptPerView = 4;
+
+/// Returns everything that decides the colours of a picture but the depths.
+ByteKey keyOf(const VolumeDraw& draw, const IVec4<int>& area) {
+    ByteKey key;
+    key.add(draw.texture->getRevision(), area, draw.view.viewport, draw.isLinear, draw.isClassified,
+            draw.usesMeans, draw.usesGradient, draw.isSobel, draw.usesLocalOcclusion,
+            draw.usesGlobalOcclusion, draw.steps, draw.scale, draw.bias, draw.gradientScale,
+            draw.gradientFactor, draw.gradientBias, draw.colors.get(), draw.weights.get(), draw.lower,
+            draw.upper);
+    for (const Double4x4* const matrix : {&draw.model, &draw.view.view, &draw.view.projection})
+        for (int row = 0; row < 4; ++row) key.add(matrix->row(row));
+    for (const IVec4<double>& plane : draw.planes) key.add(plane);
+    return key;
+}
+
+} // namespace
+
+VolumeRefiner::VolumeRefiner()
+    : m_queue(new RefinementQueue([this] { publish(); })),
+      m_queueOfSystem(Object::system()->getGlobalParallelQueue()) {
+    m_queueOfSystem.setOwner(this);
+}
+
+VolumeRefiner::~VolumeRefiner() {
+    close();
+}
+
+void VolumeRefiner::onWeakPointerCleared(void*) {
+    close();
+}
+
+void VolumeRefiner::close() {
+    for (const auto& view : m_views) drop(*view);
+    m_views.clear();
+    m_queue->close();
+}
+
+void VolumeRefiner::beginFrame() {
+    ++m_frame;
+    const uint64 kept = kFramesKept + kFramesKeptPerView * m_views.size();
+    std::erase_if(m_views, [&](const auto& view) {
+        const bool isUnused = m_frame - view->lastFrame > kept;
+        if (isUnused) drop(*view);
+        return isUnused;
+    });
+}
+
+void VolumeRefiner::draw(const void* actor, VolumeDraw& draw, Image& target, const DepthBuffer& depth) {
+    const IVec4<int> area = coveredArea(draw);
+    if (area.x >= area.z || area.y >= area.w) return;
+    View& view = viewOf(actor, draw.view.viewport);
+    view.lastFrame = m_frame;
+    ByteKey key = keyOf(draw, area);
+    if (view.key != key || !view.depths->matches(depth)) {
+        view.key = std::move(key);
+        view.depths = std::make_shared<const DepthArea>(depth, area);
+        restart(view, draw);
+    }
+    view.picture.draw(target, draw.view.tint);
+}
+
+VolumeRefiner::View& VolumeRefiner::viewOf(const void* actor, const IVec4<int>& viewport) {
+    for (const auto& view : m_views)
+        if (view->actor == actor && view->viewport == viewport) return *view;
+    return *m_views.emplace_back(std::make_unique<View>(View{actor, viewport}));
+}
+
+void VolumeRefiner::restart(View& view, VolumeDraw& draw) {
+    if (view.refinement != nullptr) view.refinement->stop();
+    m_queue->dropStopped();
+    view.tables[0] = draw.colors;
+    view.tables[1] = draw.weights;
+    prepare(view, draw);
+    view.picture.start(view.depths->area, castCoarsely(draw, *view.depths));
+    auto refinement = std::make_unique<ViewRefinement>(draw, view.depths, view.preparation);
+    view.refinement = refinement.get();
+    m_queue->add(std::move(refinement));
+    Object::system()->disableLowPowerModeShortly();
+}
+
+/// Adds what is prepared for the voxels and tables to @p draw.
+void VolumeRefiner::prepare(View& view, VolumeDraw& draw) {
+    if (!view.preparation || !view.preparation->isFor(draw)) {
+        if (view.preparation) view.preparation->stop();
+        view.preparation = std::make_shared<Preparation>(draw);
+    }
+    if (view.preparation->state == Preparation::State::Done) view.preparation->applyTo(draw);
+}
+
+void VolumeRefiner::drop(View& view) {
+    if (view.preparation) view.preparation->stop();
+    if (view.refinement != nullptr) view.refinement->stop();
+    m_queue->dropStopped();
+}
+
+bool VolumeRefiner::isRefined() const {
+    return std::all_of(m_views.begin(), m_views.end(),
+                       [](const auto& view) { return view->refinement == nullptr; });
+}
+
+void VolumeRefiner::waitRefined() {
+    m_queue->finish();
+    publish();
+}
+
+/// Adds the tiles that have been computed to the picture of a view. @return true if a frame would show more.
+bool VolumeRefiner::update(View& view) {
+    if (view.refinement == nullptr) return false;
+    Vector<ViewRefinement::Tile> tiles = m_queue->takeFinished(*view.refinement);
+    for (auto& [tile, content] : tiles) view.picture.setTile(tile, std::move(content));
+    if (m_queue->isComplete(*view.refinement)) std::exchange(view.refinement, nullptr)->stop();
+    return !tiles.empty();
+}
+
+void VolumeRefiner::publish() {
+    bool hasChanged = false;
+    for (const auto& view : m_views) hasChanged |= update(*view);
+    hasChanged |= std::erase_if(m_views, [](const auto& view) { // the voxels have changed
+                      return view->refinement != nullptr && view->refinement->isStopped();
+                  }) != 0;
+    m_queue->dropStopped();
+    if (!hasChanged) return;
+    System* const system = Object::system();
+    system->disableLowPowerModeShortly();
+    if (system->delegateRequestFrame.isConnected()) system->delegateRequestFrame();
+}
+
+} // namespace qel::internal
