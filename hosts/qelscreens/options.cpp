@@ -42,7 +42,8 @@ qelhosts::Program describe(Options& options) {
         .notes =
             "Lines of --events are: touch ID X Y; lift ID; move X Y; press X Y BUTTON; release X Y BUTTON; "
             "wheel X Y STEPS; key NAME; text TEXT; size WIDTH HEIGHT; minimize; restore; wait "
-            "MILLISECONDS; frame FILE; close. Positions are in pixels, BUTTON is left, middle or right, and "
+            "MILLISECONDS; frame FILE; state; close. Positions are in pixels, BUTTON is left, middle or "
+            "right, and "
             "NAME is a key such as \"ctrl+shift+left\".",
         .statuses = {{0, "the window was closed, or all pages were written"},
                      {1, "a file could not be read or written, or a line of --events is wrong"},

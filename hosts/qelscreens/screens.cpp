@@ -17,6 +17,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <string_view>
 
 namespace qelscreens {
 
@@ -184,10 +185,11 @@ bool Screens::handleScrollKey(const std::string& key) {
     return true;
 }
 
-/// The key of the plus sign also bears the equals sign on many keyboards.
+/// The key of the plus sign also bears the equals sign on many keyboards, where it needs Shift.
 bool Screens::handleScaleKey(const std::string& key) {
-    const bool isControl = key.starts_with("ctrl+");
-    const std::string last = isControl ? key.substr(key.find_last_of('+', key.size() - 2) + 1) : key;
+    std::string_view last = key;
+    for (const std::string_view modifier : {"ctrl+", "shift+"})
+        if (last.starts_with(modifier)) last.remove_prefix(modifier.size());
     if (last == "+" || last == "=" || last == "-")
         changeScale(last == "-" ? 1 / kScaleStep : kScaleStep);
     else if (last == "0")

@@ -6,6 +6,7 @@
 #include <qel/scene/actors/touch_state.h>
 #include <qel/style/theme.h>
 #include <qel/system/core/system.h>
+#include <qel/system/tasks/alarm.h>
 
 #include <algorithm>
 
@@ -85,12 +86,17 @@ private:
     qel::TextActor m_texts[kCount];
 };
 
-/// A line that is too long for its place and scrolls.
+/// A line that is too long for its place and scrolls. The host sleeps while the line rests, so frames are
+/// requested until it moves again.
 class MarqueeCard : public Card {
     QEL_CLASS(MarqueeCard, Card)
 
 public:
-    MarqueeCard() : Card("screens-text-marquee-title") { m_text.setLineScrolling(true); }
+    MarqueeCard() : Card("screens-text-marquee-title"), m_alarm(new qel::Alarm()) {
+        m_text.setLineScrolling(true);
+        m_alarm->trigger.connect(this, [] { system()->delegateRequestFrame(); });
+    }
+    ~MarqueeCard() override { m_alarm->cancel(); }
 
 protected:
     void restyleContent() override {
@@ -105,10 +111,12 @@ protected:
         renderer.pushClip(bar.roundNearestAsInt());
         renderer.draw(&m_text);
         renderer.popClip();
+        if (!m_alarm->isScheduled()) m_alarm->scheduleInSeconds(1);
     }
 
 private:
     qel::TextActor m_text;
+    qel::SmartPointer<qel::Alarm> m_alarm;
 };
 
 /// A text field.

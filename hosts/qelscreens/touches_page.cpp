@@ -117,9 +117,11 @@ void TouchesPage::drawTouch(qel::Renderer& renderer, const qel::TouchButton& tou
     const qel::IVec2<float>& at = touch.getPosition();
     drawCircle(renderer, at, isHover ? radius * 0.3f : radius, {color.x, color.y, color.z, 0.35f});
     drawCircle(renderer, at, radius * 0.15f, color);
-    renderer.pushColor(color);
-    renderer.drawAALineInternal(touch.getBeginPosition(), at);
-    renderer.popColor();
+    if (!isHover) {
+        renderer.pushColor(color);
+        renderer.drawAALineInternal(touch.getBeginPosition(), at);
+        renderer.popColor();
+    }
     qel::String label = qel::String(tr(kindKeyOf(touch.getFlags()))) + "{eol}" + nameOf(touch.getOwner());
     if (touch.getTapCount() > 1) label += " ×" + std::to_string(touch.getTapCount());
     m_label.setText(label);

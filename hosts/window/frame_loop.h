@@ -44,6 +44,8 @@ public:
     bool hasEnded() const;
     /// Returns the user's scale and the theme.
     DisplayTheme& getTheme() { return m_theme; }
+    /// Returns false while the window is minimised or hidden.
+    bool isVisible() const { return m_isVisible; }
     /// Returns the number of frames drawn so far.
     unsigned getFrameCount() const { return m_frameCount; }
 

@@ -1,7 +1,10 @@
 #include <hosts/window/input_script.h>
 
 #include <hosts/shared/settings.h>
+#include <hosts/shared/standard_output.h>
 #include <hosts/window/key_names.h>
+
+#include <qel/system/core/system.h>
 
 #include <SDL.h>
 
@@ -59,7 +62,8 @@ const InputScript::Row InputScript::kRows[] = {
     {"key", 0, true, &InputScript::key},          {"text", 0, true, &InputScript::text},
     {"size", 2, false, &InputScript::resize},     {"minimize", 0, false, &InputScript::minimize},
     {"restore", 0, false, &InputScript::restore}, {"wait", 1, false, &InputScript::wait},
-    {"frame", 0, true, &InputScript::frame},      {"close", 0, false, &InputScript::close}};
+    {"frame", 0, true, &InputScript::frame},      {"state", 0, false, &InputScript::state},
+    {"close", 0, false, &InputScript::close}};
 
 std::string InputScript::run() {
     std::string line;
@@ -197,6 +201,15 @@ std::string InputScript::wait(const Command& command) {
 std::string InputScript::frame(const Command& command) {
     m_loop.pass(0);
     return m_loop.saveFrame(std::string(command.tail));
+}
+
+std::string InputScript::state(const Command&) {
+    const qel::IVec2<int> size = m_window.getSize();
+    const bool isTyping = qel::Object::system()->getKeyboardReceiver() != nullptr;
+    qelhosts::print("frames=" + std::to_string(m_loop.getFrameCount()) + " size=" + std::to_string(size.x) +
+                    "x" + std::to_string(size.y) + " typing=" + (isTyping ? "1" : "0") +
+                    " visible=" + (m_loop.isVisible() ? "1" : "0") + "\n");
+    return {};
 }
 
 std::string InputScript::close(const Command&) {

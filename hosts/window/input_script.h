@@ -27,6 +27,7 @@ namespace qelwindow {
 /// | `minimize`, `restore` | the window is minimised and shown again |
 /// | `wait MILLISECONDS` | time passes |
 /// | `frame FILE` | a frame is drawn and written to a PNG file |
+/// | `state` | a line about the window is printed, such as "frames=3 size=900x600 typing=0 visible=1" |
 /// | `close` | the window is closed |
 class InputScript {
 public:
@@ -71,6 +72,7 @@ private:
     std::string restore(const Command& command);
     std::string wait(const Command& command);
     std::string frame(const Command& command);
+    std::string state(const Command& command);
     std::string close(const Command& command);
     std::string button(const Command& command, bool isPressed);
 

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <string_view>
 
 namespace qelwindow {
 
@@ -24,6 +25,13 @@ void setHints(Window::Place place) {
     SDL_SetHint(SDL_HINT_VIDEO_X11_NET_WM_BYPASS_COMPOSITOR, "0");
     if (place == Window::Place::Memory)
         SDL_SetHintWithPriority(SDL_HINT_VIDEODRIVER, "dummy", SDL_HINT_OVERRIDE);
+}
+
+/// Lets the X server copy the pixels. The default passes them on through OpenGL, which the processor
+/// simulates where there is no driver.
+void preferPlainPixels() {
+    const char* const driver = SDL_GetCurrentVideoDriver();
+    if (driver && std::string_view(driver) == "x11") SDL_SetHint(SDL_HINT_FRAMEBUFFER_ACCELERATION, "0");
 }
 
 /// Returns true if pixels of this format are those of a BGRA8 image, whose alpha is not shown.
@@ -68,6 +76,7 @@ std::unique_ptr<Window> Window::open(Place place, const std::string& title, cons
     setHints(place);
     SDL_Window* window = nullptr;
     if (SDL_InitSubSystem(SDL_INIT_VIDEO) == 0) {
+        preferPlainPixels();
         const Uint32 flags = SDL_WINDOW_RESIZABLE | SDL_WINDOW_ALLOW_HIGHDPI;
         window =
             SDL_CreateWindow(title.c_str(), SDL_WINDOWPOS_UNDEFINED, SDL_WINDOWPOS_UNDEFINED,

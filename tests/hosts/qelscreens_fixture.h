@@ -30,9 +30,11 @@ protected:
         words.insert(words.end(), arguments.begin(), arguments.end());
         return words;
     }
+    /// Runs the program without the display and the message bus of the user.
     HostRun run(const std::vector<std::string>& arguments) const {
         std::vector<std::string> words = command(arguments);
-        words.insert(words.begin(), {"timeout", "120"});
+        words.insert(words.begin(), {"env", "-u", "DISPLAY", "-u", "WAYLAND_DISPLAY",
+                                     "DBUS_SESSION_BUS_ADDRESS=disabled:", "timeout", "120"});
         return runProgram(folder, words);
     }
     /// Runs the program in memory with the input of @p events.
