@@ -70,8 +70,8 @@ void moveOverSpace(Pen& pen, const Token& token) {
     }
 }
 
-/// Moves the pen over a token.
-void move(Pen& pen, const Token& token) {
+/// Moves the pen over a token with its usual glyph.
+void moveUnshaped(Pen& pen, const Token& token) {
     switch (token.type) {
     case Token::Type::Character:
     case Token::Type::Space:
@@ -141,6 +141,7 @@ TextLayout::TextLayout(TextActor& actor)
       m_tokens(actor.m_tokens),
       m_lines(*actor.m_lines),
       m_scratch(m_lines.scratch),
+      m_runs(&m_scratch.measuredRuns),
       m_pages(m_lines.pages),
       m_limit(wrapLimit(actor.m_wordWrap, actor.m_bounds.getWidth())) {
     m_pen.font = actor.m_font;
@@ -181,7 +182,7 @@ TextLayout::LineEnd TextLayout::determineLineSize(size_t first) const {
         if (token.type == Token::Type::Character) {
             const bool isBreakable = m_actor.m_breakAtPunctuation && isPunctuation(token.value);
             if (hasCharacter && (isAfterTab || isBreakable)) lastBreak = i;
-            move(pen, token);
+            move(pen, i, m_scratch.measuredRuns);
             if (hasCharacter && pen.x >= m_limit) return {lastBreak != kNone ? lastBreak : i, true};
             hasCharacter = true;
             isAfterTab = false;
@@ -191,7 +192,7 @@ TextLayout::LineEnd TextLayout::determineLineSize(size_t first) const {
         const bool isTab = token.type == Token::Type::Tab || token.type == Token::Type::Spacer ||
                            token.type == Token::Type::TabStop;
         isAfterTab = isTab || (isAfterTab && token.type != Token::Type::Space);
-        move(pen, token);
+        move(pen, i, m_scratch.measuredRuns);
     }
     return {i, false};
 }
@@ -202,8 +203,23 @@ void TextLayout::mirrorRun(size_t first) {
     const size_t end = m_lineEnd.isWrapped ? m_lineEnd.token : m_tokens.size();
     size_t last = first;
     for (; last < end && m_tokens[last].rightToLeft && !endsLine(m_tokens[last].type); ++last)
-        move(pen, m_tokens[last]);
+        move(pen, last, *m_runs);
     for (size_t i = first; i < last; ++i) m_tokens[i].mirrorSum = m_pen.x + pen.x;
+}
+
+/// Returns what the hook of the font chose for a token of a run; null if it has not chosen anything.
+const ShapedToken* TextLayout::shapeOf(size_t index, const Pen& pen, RunShaper& runs) const {
+    if (!pen.font || !pen.font->delegateShapeRun.isConnected()) return nullptr;
+    return runs.find(*pen.font, m_tokens, index);
+}
+
+/// Moves the pen over a token.
+void TextLayout::move(Pen& pen, size_t index, RunShaper& runs) const {
+    const Token& token = m_tokens[index];
+    const ShapedToken* const shaped = isCharacterOrSpace(token.type) ? shapeOf(index, pen, runs) : nullptr;
+    if (shaped == nullptr) return moveUnshaped(pen, token);
+    pen.partner = token.value;
+    pen.x = limited(int64{pen.x} + shaped->advance);
 }
 
 int TextLayout::top() const {
@@ -254,8 +270,12 @@ void TextLayout::placeVisible(size_t index) {
     if (token.rightToLeft && !m_isInRun) mirrorRun(index);
     m_isInRun = token.rightToLeft;
     addStop(token);
-    if (token.type == Token::Type::Character || token.type == Token::Type::Space) {
-        placeCharacter(token);
+    if (isCharacterOrSpace(token.type)) {
+        if (m_isBarOpen) m_bar.takeInY(top(), bottom());
+        if (const ShapedToken* const shaped = shapeOf(index, m_pen, *m_runs))
+            placeShaped(*shaped, token);
+        else
+            placeCharacter(token);
     } else if (token.type == Token::Type::PushMargin) {
         m_scratch.margins.push_back(std::exchange(m_margin, m_pen.x));
     } else {
@@ -267,12 +287,28 @@ void TextLayout::placeVisible(size_t index) {
 
 void TextLayout::placeCharacter(const Token& token) {
     const Font::Character* const glyph = kern(m_pen, token.value);
-    if (m_isBarOpen) m_bar.takeInY(top(), bottom());
     if (glyph == nullptr) return;
     const int advance = glyph->xAdvance;
     if (m_isUnderlined) addUnderline(token, advance);
-    if (glyph->width > 0 && glyph->height > 0) addQuad(*glyph, token);
+    int left = limited(int64{m_pen.x} + glyph->xOffset);
+    if (token.rightToLeft) left = limited(int64{token.mirrorSum} - left - glyph->width);
+    addQuad(*glyph, left, limited(int64{m_baseline} + glyph->yOffset));
     m_pen.x = limited(int64{m_pen.x} + advance);
+}
+
+/// Places the glyphs that a hook chose. They are not mirrored; the pen of a run from right to left is.
+void TextLayout::placeShaped(const ShapedToken& shaped, const Token& token) {
+    m_pen.partner = token.value;
+    if (m_isUnderlined) addUnderline(token, shaped.advance);
+    const int64 pen = token.rightToLeft ? int64{token.mirrorSum} - m_pen.x : m_pen.x;
+    for (const PlacedGlyph& placed : m_runs->glyphsOf(shaped)) {
+        const Font::Character* glyph = placed.index != 0 ? font()->getGlyph(placed.index) : nullptr;
+        if (glyph == nullptr) glyph = font()->getCharacter(token.value);
+        if (glyph == nullptr) continue;
+        addQuad(*glyph, limited(pen + placed.x + glyph->xOffset),
+                limited(int64{m_baseline} - placed.y + glyph->yOffset));
+    }
+    m_pen.x = limited(int64{m_pen.x} + shaped.advance);
 }
 
 void TextLayout::changeState(const Token& token) {
@@ -321,13 +357,11 @@ void TextLayout::addStop(const Token& token) {
                               static_cast<float>(stop + 1), static_cast<float>(bottom())}});
 }
 
-void TextLayout::addQuad(const Font::Character& glyph, const Token& token) {
+/// Adds a glyph, unless it is empty.
+void TextLayout::addQuad(const Font::Character& glyph, int left, int upper) {
     Sprite* const page = font()->getPage(glyph.page);
-    if (page == nullptr) return;
-    int left = limited(int64{m_pen.x} + glyph.xOffset);
-    if (token.rightToLeft) left = limited(int64{token.mirrorSum} - left - glyph.width);
+    if (page == nullptr || glyph.width <= 0 || glyph.height <= 0) return;
     const int right = left + glyph.width;
-    const int upper = limited(int64{m_baseline} + glyph.yOffset);
     const int lower = upper + glyph.height;
     m_lines.quads.push_back({{glyph.uMin, glyph.vMin, glyph.uMax, glyph.vMax},
                              {static_cast<float>(left), static_cast<float>(upper), static_cast<float>(right),
@@ -384,7 +418,6 @@ void TextLayout::openParagraph() {
 void TextLayout::openLine(size_t index) {
     openParagraph();
     m_isLineOpen = true;
-    m_isWrappedStart = false;
     m_isInRun = false;
     m_baseline = limited(int64{m_baseline} - ascentOf(font()));
     m_pen.x = m_lineLeft = m_lineRight = m_margin;
@@ -397,8 +430,19 @@ void TextLayout::openLine(size_t index) {
     m_line.firstUnderline = static_cast<uint32>(m_lines.underlines.size());
     m_lineQuad = m_lines.quads.size();
     m_scratch.quadFragments.clear();
+    findLineEnd(index);
+}
+
+/// Finds the end of the line whose first token is @p first, and the answers of hooks that hold for the line.
+void TextLayout::findLineEnd(size_t first) {
+    const bool isPart = std::exchange(m_isWrappedStart, false);
+    if (!isPart) m_scratch.measuredRuns.start(m_tokens.size());
     m_lineEnd = {};
-    if (m_limit <= kFarthest) m_lineEnd = determineLineSize(index);
+    if (m_limit <= kFarthest) m_lineEnd = determineLineSize(first);
+    m_runs = &m_scratch.measuredRuns;
+    if (!isPart && !m_lineEnd.isWrapped) return;
+    m_runs = &m_scratch.wrappedRuns;
+    m_runs->start(m_lineEnd.isWrapped ? m_lineEnd.token : m_tokens.size());
 }
 
 void TextLayout::closeOpenLine() {

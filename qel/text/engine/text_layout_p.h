@@ -51,6 +51,9 @@ struct Extent {
 /// found first, without placing anything, and the tokens are placed after that. A run from right to left is
 /// mirrored within its part of the line: the coordinates of its tokens are subtracted from the sum of the
 /// part's two ends.
+///
+/// If the hook of a font chooses glyphs, the end of a line is found with the advances that the text has on one
+/// line. The hook is asked again for a line that wraps, as the letters at its ends may join in another way.
 class TextLayout {
 public:
     explicit TextLayout(TextActor& actor);
@@ -67,20 +70,24 @@ private:
 
     LineEnd determineLineSize(size_t first) const;
     void mirrorRun(size_t first);
+    const ShapedToken* shapeOf(size_t index, const Pen& pen, RunShaper& runs) const;
+    void move(Pen& pen, size_t index, RunShaper& runs) const;
 
     bool place(size_t index);
     void placeVisible(size_t index);
     void placeCharacter(const Token& token);
+    void placeShaped(const ShapedToken& shaped, const Token& token);
     void changeState(const Token& token);
     void popMargin();
     void addStop(const Token& token);
-    void addQuad(const Font::Character& glyph, const Token& token);
+    void addQuad(const Font::Character& glyph, int left, int upper);
     void countQuad(uint32 page);
     void addUnderline(const Token& token, int advance);
     void closeBar(uint32 color);
 
     void openParagraph();
     void openLine(size_t index);
+    void findLineEnd(size_t first);
     void closeLine();
     void closeOpenLine();
     void gatherFragments();
@@ -95,6 +102,7 @@ private:
     Vector<Token>& m_tokens;
     TextLines& m_lines;
     TextLines::Scratch& m_scratch;
+    RunShaper* m_runs; ///< those of the line
     PageNumbers m_pages;
     int m_limit; ///< a pen that reaches it must wrap
 

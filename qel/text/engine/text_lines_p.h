@@ -4,6 +4,7 @@
 #include <qel/foundation/base/containers.h>
 #include <qel/foundation/base/smart_pointer.h>
 #include <qel/render/sprite.h>
+#include <qel/text/engine/run_shaper_p.h>
 #include <qel/text/engine/text_actor.h>
 
 #include <limits>
@@ -56,6 +57,8 @@ struct TextLines {
         Vector<uint32> quadFragments;  ///< of the quads of a line
         Vector<TexturePart> quads;     ///< of a line, before they are put in order
         Vector<uint32> colors;
+        RunShaper measuredRuns; ///< runs as if no line wrapped
+        RunShaper wrappedRuns;  ///< runs of a part of a line
     };
     Scratch scratch;
 

@@ -26,6 +26,9 @@ constexpr size_t kMaxKernings = 1 << 18;
 struct TrueTypeFont::Private {
     explicit Private(Vector<SmartPointer<Sprite>>& pages) : atlas(pages) {}
 
+    /// Returns the face of the fallback font @p number, counted from 1, or that of this font for 0; null if it
+    /// does not exist.
+    FontFace* faceOf(uint32 number);
     /// Draws a glyph of @p source into the pages. @return false if that fails.
     bool draw(FontFace& source, uint32 index, Character& character);
     /// As draw(), but tries it only once until refused is cleared. @param number  identifies the face.
@@ -40,6 +43,11 @@ struct TrueTypeFont::Private {
     std::unordered_set<uint64> refused;           ///< glyphs that could not be drawn
     std::unordered_map<uint64, int16> kernings;   ///< those that FreeType was asked for
 };
+
+FontFace* TrueTypeFont::Private::faceOf(uint32 number) {
+    if (number == 0) return face.get();
+    return number <= fallbackFonts.size() ? fallbackFonts[number - 1]->m_private->face.get() : nullptr;
+}
 
 bool TrueTypeFont::Private::draw(FontFace& source, uint32 index, Character& character) {
     // The size is known before a glyph is drawn, so that an enormous one costs nothing.
@@ -150,6 +158,10 @@ void TrueTypeFont::setFallbackFonts(const Vector<SmartPointer<TrueTypeFont>>& fo
     noteChange();
 }
 
+const Vector<SmartPointer<TrueTypeFont>>& TrueTypeFont::getFallbackFonts() const {
+    return m_private->fallbackFonts;
+}
+
 // A fallback font may be loaded long after it was set.
 uint32 TrueTypeFont::getVersion() const {
     uint32 version = Font::getVersion();
@@ -170,13 +182,9 @@ void TrueTypeFont::dropGlyphs() {
 }
 
 bool TrueTypeFont::fetchGlyph(uint32 codePoint, Character& character) {
-    FontFace* const own = m_private->face.get();
-    if (own == nullptr) return false;
-    if (m_private->drawOnce(*own, 0, own->glyphIndex(codePoint), character)) return true;
-    uint32 number = 0;
-    for (const SmartPointer<TrueTypeFont>& font : m_private->fallbackFonts) {
-        FontFace* const face = font->m_private->face.get();
-        ++number;
+    if (!isLoaded()) return false;
+    for (uint32 number = 0; number <= m_private->fallbackFonts.size(); ++number) {
+        FontFace* const face = m_private->faceOf(number);
         if (face != nullptr && m_private->drawOnce(*face, number, face->glyphIndex(codePoint), character))
             return true;
     }
@@ -187,9 +195,11 @@ const Font::Character* TrueTypeFont::getGlyph(uint32 index) {
     const auto found = m_private->glyphs.find(index);
     if (found != m_private->glyphs.end()) return &found->second;
     Character character;
-    FontFace* const face = m_private->face.get();
-    const bool isGlyph = face != nullptr && face->hasGlyph(index);
-    if (!isGlyph || !m_private->drawOnce(*face, 0, index, character)) return nullptr;
+    const uint32 number = index / kFallbackGlyph;
+    const uint32 indexInFile = index % kFallbackGlyph;
+    FontFace* const face = m_private->faceOf(number);
+    const bool isGlyph = face != nullptr && face->hasGlyph(indexInFile);
+    if (!isGlyph || !m_private->drawOnce(*face, number, indexInFile, character)) return nullptr;
     return &m_private->glyphs.emplace(index, character).first->second;
 }
 

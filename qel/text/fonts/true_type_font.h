@@ -22,6 +22,8 @@ class QEL_API TrueTypeFont final : public Font {
 public:
     /// The width and height of the pages in pixels. Larger glyphs are not drawn.
     static constexpr int kPageSize = 256;
+    /// getGlyph(n * kFallbackGlyph + i) returns glyph i of the n-th fallback font, n = 1 for the first one.
+    static constexpr uint32 kFallbackGlyph = 1 << 24;
 
     /// Creates a font without a face. It listens to System::signalFreeCaches.
     TrueTypeFont();
@@ -52,6 +54,8 @@ public:
     /// own fallback fonts do not count. Empty initially. Drops all glyphs, as unload() does.
     /// @owner keeps references; this font itself and null are ignored.
     void setFallbackFonts(const Vector<SmartPointer<TrueTypeFont>>& fonts);
+    /// Returns the fonts that are asked for glyphs which this one lacks.
+    const Vector<SmartPointer<TrueTypeFont>>& getFallbackFonts() const;
 
     /// Drops all glyphs and pages; they are drawn again when they are needed. Does nothing if the deadline of
     /// the frame is exceeded. Pointers to characters become invalid; sprites that are held stay valid.
@@ -72,6 +76,9 @@ public:
     FontStyle getStyle() const override;
     uint32 getVersion() const override;
     int getKerning(uint32 first, uint32 second) override;
+    /// Returns the glyph with the number @p index in the file of the font, or of a fallback font with
+    /// kFallbackGlyph; null if it does not exist or cannot be drawn. The glyph is drawn in the size of its font
+    /// and placed in the pages of this one.
     const Character* getGlyph(uint32 index) override;
 
 protected:
