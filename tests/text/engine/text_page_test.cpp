@@ -1,10 +1,10 @@
 // Draws the examples of docs/text.md and compares them with its pictures.
 #include <qel/imaging/pixels/image.h>
 #include <qel/render/renderer_software.h>
+#include <tests/support/document_picture.h>
 #include <tests/support/source_dir.h>
 #include <tests/text/engine/engine_fixture.h>
 
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <regex>
@@ -55,10 +55,6 @@ std::vector<Example> examplesOfPage() {
     return examples;
 }
 
-std::string picturePath(const std::string& name) {
-    return test::sourceDir() + "/docs/images/text/" + name + ".png";
-}
-
 class TextPage : public test::ThemedTextEngine {
 protected:
     void SetUp() override {
@@ -81,48 +77,14 @@ protected:
         renderer.start();
         renderer.draw(text.get());
         renderer.stop();
-        return withoutAlpha(*image);
-    }
-
-    /// Returns the rows of an image as colours, to be compared one by one.
-    static std::vector<std::string> rowsOf(const Image& image) {
-        const int bytes = util::getFormatSizeBits(image.getImageFormat()) / 8;
-        std::vector<std::string> rows(static_cast<size_t>(image.getHeight()));
-        for (int y = 0; y < image.getHeight(); ++y)
-            for (int x = 0; x < image.getWidth(); ++x)
-                rows[static_cast<size_t>(y)].append(
-                    reinterpret_cast<const char*>(image.getBytePointer(y)) + x * bytes, 3);
-        return rows;
-    }
-
-private:
-    static SmartPointer<Image> withoutAlpha(const Image& image) {
-        SmartPointer<Image> result = makeObject<Image>(RGB8, IVec2<int>(image.getWidth(), image.getHeight()));
-        for (int y = 0; y < image.getHeight(); ++y) {
-            for (int x = 0; x < image.getWidth(); ++x) {
-                const uint8* const from = image.getBytePointer(y) + 4 * x;
-                uint8* const to = result->getBytePointer(y) + 3 * x;
-                for (int channel = 0; channel < 3; ++channel) to[channel] = from[2 - channel];
-            }
-        }
-        return result;
+        return image;
     }
 };
 
 TEST_F(TextPage, PicturesShowTheExamples) {
-    const bool accepts = std::getenv("QEL_ACCEPT_PICTURES") != nullptr;
     test::LogCapture log;
-    for (const Example& example : examplesOfPage()) {
-        const SmartPointer<Image> drawn = draw(example);
-        const std::string path = picturePath(example.picture);
-        if (accepts) EXPECT_TRUE(drawn->saveTo(path.c_str())) << path;
-        Image expected;
-        ASSERT_TRUE(expected.loadFromFile(path.c_str())) << path;
-        const std::string ours = ::testing::TempDir() + "text-" + example.picture + ".png";
-        if (rowsOf(expected) == rowsOf(*drawn)) continue;
-        drawn->saveTo(ours.c_str());
-        ADD_FAILURE() << path << " is another picture than " << ours;
-    }
+    for (const Example& example : examplesOfPage())
+        test::expectDocumentPicture("text/" + example.picture, *draw(example));
     log.expect(2, "tried to pop unavailable TR 'greeting' from parsed TRs");
 }
 
