@@ -54,6 +54,7 @@ qel_bill("libdeflate" "${deflate_VERSION}" MIT Library DYNAMIC_LINK libdeflate.s
 qel_bill("LodePNG" "${lodepng_version}" Zlib Library DYNAMIC_LINK liblodepng.so)
 qel_bill("QR Code generator" "${qrcodegen_VERSION}" MIT Library DYNAMIC_LINK libqrcodegencpp.so)
 qel_bill("FreeType" "${freetype_version}" FTL Library DYNAMIC_LINK libfreetype.so)
+qel_bill("HarfBuzz" "${harfbuzz_VERSION}" MIT-Modern-Variant Library DYNAMIC_LINK libharfbuzz.so)
 qel_bill("GNU C library" "${libc_version}" LGPL-2.1-or-later Library DYNAMIC_LINK libc.so)
 qel_bill("libstdc++" "${libstdcxx_version}" "${gpl_with_exception}" Library DYNAMIC_LINK libstdc++.so)
 qel_bill("libgcc" "${libstdcxx_version}" "${gpl_with_exception}" Library DYNAMIC_LINK libgcc_s.so)

@@ -28,3 +28,5 @@ pkg_check_modules(sdl2 QUIET IMPORTED_TARGET sdl2)
 if(QELCORE_BUILD_HOSTS) # the viewer reads compressed volumes
     pkg_check_modules(zlib REQUIRED IMPORTED_TARGET zlib)
 endif()
+# Only the component shaping links it.
+pkg_check_modules(harfbuzz REQUIRED IMPORTED_TARGET harfbuzz)

@@ -1,0 +1,88 @@
+#include <qel/shaping/shaper.h>
+
+#include <qel/foundation/log/message_stream.h>
+#include <qel/shaping/face_shaper_p.h>
+
+#include <algorithm>
+#include <memory>
+
+namespace qel {
+
+namespace {
+
+using internal::FaceShaper;
+using internal::Segment;
+using internal::SegmentReader;
+
+constexpr std::size_t kMaxFaces = 255; // what a number of a glyph can state
+
+/// Shapes the runs of a font with its own file and with those of its fallback fonts.
+class Shaper {
+public:
+    explicit Shaper(TrueTypeFont& font) : m_font(font) {}
+
+    bool shape(const ShapingRun& run, ShapedRun& answer) {
+        openFaces();
+        answer.advances.assign(run.codePoints.size(), 0);
+        answer.glyphs.clear();
+        SegmentReader reader(run.codePoints, static_cast<uint32>(m_faces.size()), m_hasGlyph);
+        for (Segment segment; reader.read(segment);) shapeSegment(run, segment, answer);
+        return true;
+    }
+
+private:
+    /// Returns font @p number: the font itself for 0, otherwise a fallback font.
+    TrueTypeFont& fontOf(std::size_t number) {
+        return number == 0 ? m_font : *m_font.getFallbackFonts()[number - 1];
+    }
+    /// Opens the files that the fonts have loaded since the last run.
+    void openFaces() {
+        m_faces.resize(std::min(1 + m_font.getFallbackFonts().size(), kMaxFaces));
+        for (std::size_t i = 0; i < m_faces.size(); ++i)
+            if (!m_faces[i] || !m_faces[i]->isOf(fontOf(i)))
+                m_faces[i] = std::make_unique<FaceShaper>(fontOf(i));
+    }
+    void shapeSegment(const ShapingRun& run, const Segment& segment, ShapedRun& answer) {
+        const std::size_t firstGlyph = answer.glyphs.size();
+        const bool hasFace = segment.face < m_faces.size() && m_faces[segment.face]->isUsable();
+        if (hasFace && m_faces[segment.face]->shape(run, segment, answer))
+            return numberGlyphs(run, segment.face, std::span(answer.glyphs).subspan(firstGlyph));
+        if (hasFace)
+            logging::warning() << "Shaping a text takes too much work with the font: "
+                               << fontOf(segment.face).getResourceName();
+        takeUsualGlyphs(run, segment, answer);
+    }
+    /// Turns numbers of glyphs in a file into those of the font. The usual glyphs of the font's own characters
+    /// are drawn only once, even if other texts are not shaped.
+    void numberGlyphs(const ShapingRun& run, uint32 face, std::span<ShapedGlyph> glyphs) const {
+        for (ShapedGlyph& glyph : glyphs) {
+            const bool isUsual =
+                face == 0 && glyph.index == m_faces[0]->glyphOf(run.codePoints[glyph.character]);
+            glyph.index = isUsual ? 0 : face * TrueTypeFont::kFallbackGlyph + glyph.index;
+        }
+    }
+    void takeUsualGlyphs(const ShapingRun& run, const Segment& segment, ShapedRun& answer) {
+        for (std::size_t i = segment.first; i < segment.first + segment.count; ++i) {
+            const Font::Character* const glyph = m_font.getCharacter(run.codePoints[i]);
+            const float advance = glyph != nullptr ? glyph->xAdvance : 0;
+            answer.advances[i] = advance;
+            answer.glyphs.push_back({static_cast<uint32>(i), 0, run.isRightToLeft ? -advance : 0, 0});
+        }
+    }
+
+    TrueTypeFont& m_font;
+    std::vector<std::unique_ptr<FaceShaper>> m_faces;
+    const SegmentReader::HasGlyph m_hasGlyph = [this](uint32 face, uint32 codePoint) {
+        return m_faces[face]->glyphOf(codePoint) != 0;
+    };
+};
+
+} // namespace
+
+void connectShaper(TrueTypeFont& font) {
+    const auto shaper = std::make_shared<Shaper>(font);
+    font.delegateShapeRun.connect(
+        [shaper](const ShapingRun& run, ShapedRun& answer) { return shaper->shape(run, answer); });
+}
+
+} // namespace qel
