@@ -26,8 +26,8 @@ struct PlacedGlyph {
 /// Keeps the answers of the hooks for adjacent tokens. Each run is asked for once, when its first token is
 /// looked up.
 ///
-/// A pen stops at whole pixels only: the exact advances of a run are added up and the sums are rounded, so that
-/// the width of the run is right to half a pixel.
+/// A pen stops at whole pixels only: the exact advances of a run are added up and the sums are rounded, so
+/// that the width of the run is right to half a pixel.
 class RunShaper {
 public:
     /// Forgets all answers. Runs end in front of token @p end.

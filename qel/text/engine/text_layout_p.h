@@ -52,8 +52,9 @@ struct Extent {
 /// mirrored within its part of the line: the coordinates of its tokens are subtracted from the sum of the
 /// part's two ends.
 ///
-/// If the hook of a font chooses glyphs, the end of a line is found with the advances that the text has on one
-/// line. The hook is asked again for a line that wraps, as the letters at its ends may join in another way.
+/// If the hook of a font chooses glyphs, the end of a line is found with the advances that the text has on
+/// one line. The hook is asked again for a line that wraps, as the letters at its ends may join in another
+/// way.
 class TextLayout {
 public:
     explicit TextLayout(TextActor& actor);

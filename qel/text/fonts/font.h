@@ -95,8 +95,8 @@ public:
 
     /// Replaces the glyphs of whole runs, for scripts whose letters join; text/fonts/shaping.h describes the
     /// arguments. Unconnected, or if it returns false, each code point has a glyph of its own. Connect it
-    /// before the font is used: texts are not laid out again. The component qelCore::shaping connects a shaper
-    /// to a TrueTypeFont.
+    /// before the font is used: texts are not laid out again. The component qelCore::shaping connects a
+    /// shaper to a TrueTypeFont.
     ///
     /// A layout calls it for each run of a line, and once more for each line that wraps, because letters join
     /// in another way at the end of a line. The listener must not change the text that is laid out.

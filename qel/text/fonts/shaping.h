@@ -24,8 +24,9 @@ struct ShapedGlyph {
     /// Number of the glyph for Font::getGlyph(). The character's usual glyph is drawn for 0, and for a number
     /// that the font does not have.
     uint32 index = 0;
-    /// From the pen in front of the character to the origin of the glyph, in pixels to the right. In a run from
-    /// right to left the pen is at the right edge of the character, so that x is usually minus the advance.
+    /// From the pen in front of the character to the origin of the glyph, in pixels to the right. In a run
+    /// from right to left the pen is at the right edge of the character, so that x is usually minus the
+    /// advance.
     float x = 0;
     float y = 0; ///< from the baseline upwards, in pixels
 };
@@ -36,8 +37,8 @@ struct ShapedGlyph {
 /// Lengths that are not numbers count as 0, and those beyond 32767 as 32767. Glyphs of characters that do not
 /// exist, glyphs that are out of order, and those after the first 32 times as many as characters are ignored.
 struct ShapedRun {
-    /// Pixels by which the pen moves on, one for each character of the run; with another number of advances the
-    /// run is not shaped. The sums of advances are rounded to whole pixels.
+    /// Pixels by which the pen moves on, one for each character of the run; with another number of advances
+    /// the run is not shaped. The sums of advances are rounded to whole pixels.
     Vector<float> advances;
     Vector<ShapedGlyph> glyphs; ///< in the order of their characters
 };

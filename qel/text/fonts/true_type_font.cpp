@@ -26,8 +26,8 @@ constexpr size_t kMaxKernings = 1 << 18;
 struct TrueTypeFont::Private {
     explicit Private(Vector<SmartPointer<Sprite>>& pages) : atlas(pages) {}
 
-    /// Returns the face of the fallback font @p number, counted from 1, or that of this font for 0; null if it
-    /// does not exist.
+    /// Returns the face of the fallback font @p number, counted from 1, or that of this font for 0; null if
+    /// it does not exist.
     FontFace* faceOf(uint32 number);
     /// Draws a glyph of @p source into the pages. @return false if that fails.
     bool draw(FontFace& source, uint32 index, Character& character);

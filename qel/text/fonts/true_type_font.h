@@ -77,8 +77,8 @@ public:
     uint32 getVersion() const override;
     int getKerning(uint32 first, uint32 second) override;
     /// Returns the glyph with the number @p index in the file of the font, or of a fallback font with
-    /// kFallbackGlyph; null if it does not exist or cannot be drawn. The glyph is drawn in the size of its font
-    /// and placed in the pages of this one.
+    /// kFallbackGlyph; null if it does not exist or cannot be drawn. The glyph is drawn in the size of its
+    /// font and placed in the pages of this one.
     const Character* getGlyph(uint32 index) override;
 
 protected:

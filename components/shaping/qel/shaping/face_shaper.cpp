@@ -56,8 +56,8 @@ bool FaceShaper::shape(const ShapingRun& run, const Segment& segment, ShapedRun&
     return true;
 }
 
-/// Lets HarfBuzz fill its buffer. Of its ways to shape only that by the tables of OpenType is used, and neither the
-/// locale nor the environment has a say. @return false if there are too many glyphs.
+/// Lets HarfBuzz fill its buffer. Of its ways to shape only that by the tables of OpenType is used, and
+/// neither the locale nor the environment has a say. @return false if there are too many glyphs.
 bool FaceShaper::fillBuffer(const ShapingRun& run, const Segment& segment) {
     constexpr const char* kShapers[] = {"ot", nullptr};
     hb_buffer_t* const buffer = m_buffer.get();

@@ -21,8 +21,8 @@ struct HarfBuzzRelease {
     }
 };
 
-/// The file of a font in one size. It reads the bytes of the font, which must stay until it is destroyed or no
-/// longer used.
+/// The file of a font in one size. It reads the bytes of the font, which must stay until it is destroyed or
+/// no longer used.
 class FaceShaper {
 public:
     explicit FaceShaper(const TrueTypeFont& font);

@@ -52,8 +52,8 @@ private:
                                << fontOf(segment.face).getResourceName();
         takeUsualGlyphs(run, segment, answer);
     }
-    /// Turns numbers of glyphs in a file into those of the font. The usual glyphs of the font's own characters
-    /// are drawn only once, even if other texts are not shaped.
+    /// Turns numbers of glyphs in a file into those of the font. The usual glyphs of the font's own
+    /// characters are drawn only once, even if other texts are not shaped.
     void numberGlyphs(const ShapingRun& run, uint32 face, std::span<ShapedGlyph> glyphs) const {
         for (ShapedGlyph& glyph : glyphs) {
             const bool isUsual =

@@ -8,8 +8,8 @@ namespace qel {
 
 namespace {
 
-/// A character takes about a microsecond. The factor covers sanitizers, and other threads of the process, whose
-/// time counts too.
+/// A character takes about a microsecond. The factor covers sanitizers, and other threads of the process,
+/// whose time counts too.
 constexpr double kSecondsPerCharacter = 100e-6;
 
 double g_allowance = 1;
