@@ -4,11 +4,7 @@
 #include <tests/support/picture_test.h>
 #include <tests/support/system_fixture.h>
 
-#include <qel/render/sprite.h>
-
 #include <cmath>
-#include <cstdlib>
-#include <cstring>
 
 namespace qel {
 namespace {
@@ -97,21 +93,6 @@ TEST_F(SoftwarePictures, EveryAlphaOnEveryGrey) {
         for (int y = 0; y < 256; ++y) {
             r.pushColor({0.8f, 0.35f, 0.1f, static_cast<float>(y) / 255});
             r.drawRectInternal({0, static_cast<float>(y), 256, static_cast<float>(y + 1)});
-            r.popColor();
-        }
-    });
-}
-
-TEST_F(SoftwarePictures, Triangles) {
-    expectFrames("triangles", {101, 99}, [](RendererSoftware& r) {
-        drawBackground(r);
-        for (int i = 0; i < 40; ++i) {
-            const auto at = [i](int k) {
-                return static_cast<float>((i * 37 + k * 53) % 130) - 15 + static_cast<float>(k) * 0.37f;
-            };
-            r.pushColor(
-                {static_cast<float>(i) / 40, 0.5f, 1 - static_cast<float>(i) / 40, i % 3 == 0 ? 1.0f : 0.5f});
-            r.drawTriangleInternal({at(0), at(1)}, {at(2), at(3)}, {at(4), at(5)});
             r.popColor();
         }
     });
@@ -214,18 +195,6 @@ TEST_F(SoftwarePictures, TextureFormatsBilinearAndNearest) {
             texture->setFilter(Filter::Bilinear);
             r.drawTextureInternal(texture.get(), {0.1f, 0.2f, 0.8f, 0.9f}, {2, 33, 43, 62}, 0);
         });
-}
-
-TEST_F(SoftwarePictures, TexturesOnEveryTarget) {
-    expectFrames("ball", {83, 90}, [](RendererSoftware& r) {
-        drawBackground(r);
-        const SmartPointer<Texture> ball = makeBall(r, 33);
-        r.drawTextureInternal(ball.get(), kWhole, {4, 4, 37, 37}, 0);
-        r.drawTextureInternal(ball.get(), kWhole, {40.4f, 3.6f, 80.2f, 50.9f}, 0);
-        r.pushColor({1, 0, 0.5f, 0.7f});
-        r.drawTextureInternal(ball.get(), {0.25f, 0.25f, 1.5f, 1.5f}, {4, 40, 60, 88}, 0);
-        r.drawTextureInternal(ball.get(), kWhole, {64, 60, 75, 71}, 0);
-    });
 }
 
 TEST_F(SoftwarePictures, Orientations) {
@@ -348,29 +317,6 @@ TEST_F(SoftwarePictures, ClipsTintsAndStacks) {
             r.drawTextureInternal(ball.get(), kWhole, {-5, -5, 85, 65}, i);
             r.drawAALineInternal({-10, 0}, {90, 60});
             r.drawTriangleInternal({-20, 70}, {40, -30}, {100, 70});
-        }
-    });
-}
-
-TEST_F(SoftwarePictures, Sprites) {
-    expectFrame("sprites", {100, 60}, BGRA8, [](RendererSoftware& r) {
-        drawBackground(r);
-        const SmartPointer<Sprite> sprite = Sprite::createFromLambda([](Image& image) {
-            image.initialize(RGBA8, {20, 20});
-            for (int y = 0; y < 20; ++y)
-                for (int x = 0; x < 20; ++x) {
-                    const bool isRing =
-                        std::abs((2 * x - 19) * (2 * x - 19) + (2 * y - 19) * (2 * y - 19) - 200) < 90;
-                    const uint8 pixel[] = {250, static_cast<uint8>(x * 12), 40,
-                                           static_cast<uint8>(isRing ? 255 : 60)};
-                    std::memcpy(image.getBytePointer(y) + 4 * x, pixel, 4);
-                }
-        });
-        for (const IVec2<int>& size : {IVec2<int>(20, 20), IVec2<int>(9, 9), IVec2<int>(50, 50)}) {
-            const float left = static_cast<float>(size.x) - 8;
-            r.drawTextureInternal(
-                sprite->getTexture(&r, size), kWhole,
-                {left, 5, left + static_cast<float>(size.x), 5.0f + static_cast<float>(size.y)}, 0);
         }
     });
 }

@@ -93,51 +93,46 @@ struct FormatPair {
     Oracle oracle;
 };
 
-const std::vector<FormatPair>& pairs() {
-    static const std::vector<FormatPair> all = {
-        {RGBA8, UInt8, kMean},
-        {RGBA8, L8, kMean},
-        {RGBA8, UInt16, kMean16},
-        {RGBA8, L16, kMean16},
+std::vector<FormatPair> allPairs() {
+    std::vector<FormatPair> all = {
         {RGBA8, RGB8, take({0, 1, 2})},
         {RGBA8, RGBA8, take({0, 1, 2, 3})},
         {RGBA8, RGB565, dither(RGB565, {0, 1, 2, 3})},
         {RGBA8, RGBA4, dither(RGBA4, {0, 1, 2, 3})},
         {RGBA8, RGBA5551, dither(RGBA5551, {0, 1, 2, 3})},
         {RGBA8, BGRA8, take({2, 1, 0, 3})},
-        {BGRA8, UInt8, kMean},
-        {BGRA8, L8, kMean},
-        {BGRA8, UInt16, kMean16},
-        {BGRA8, L16, kMean16},
         {BGRA8, RGB8, take({2, 1, 0})},
         {BGRA8, RGBA8, take({2, 1, 0, 3})},
         {BGRA8, RGB565, dither(RGB565, {2, 1, 0, 3})},
         {BGRA8, RGBA4, dither(RGBA4, {2, 1, 0, 3})},
         {BGRA8, RGBA5551, dither(RGBA5551, {2, 1, 0, 3})},
         {BGRA8, BGRA8, take({0, 1, 2, 3})},
-        {RGB8, UInt8, kMean},
-        {RGB8, L8, kMean},
         {RGB8, RGB8, take({0, 1, 2})},
         {RGB8, RGB565, dither(RGB565, {0, 1, 2})},
         {RGB8, BGR8, take({2, 1, 0})},
-        {BGR8, UInt8, kMean},
-        {BGR8, L8, kMean},
         {BGR8, RGB8, take({2, 1, 0})},
         {BGR8, RGB565, dither(RGB565, {2, 1, 0})},
         {BGR8, BGR8, take({0, 1, 2})},
-        {UInt16, UInt16, take({0, 1})},
-        {UInt16, L16, take({0, 1})},
-        {L16, UInt16, take({0, 1})},
-        {L16, L16, take({0, 1})},
-        {UInt16, Flt32, kWordToFloat},
-        {L16, Flt32, kWordToFloat},
-        {UInt16, RGB8, kNineBits},
-        {L16, RGB8, kNineBits},
         {UInt8, RGB8, take({0, 0, 0})},
         {Flt32, RGB8, kFloatToRgb},
         {UInt16O16, UInt16O16, take({0, 1, 2, 3})},
         {RGB8O16, RGB8O16, take({0, 1, 2, 3, 4})},
     };
+    for (const FormatID from : {RGBA8, BGRA8, RGB8, BGR8})
+        for (const FormatID to : {UInt8, L8}) all.push_back({from, to, kMean});
+    for (const FormatID from : {RGBA8, BGRA8})
+        for (const FormatID to : {UInt16, L16}) all.push_back({from, to, kMean16});
+    for (const FormatID from : {UInt16, L16}) {
+        all.push_back({from, UInt16, take({0, 1})});
+        all.push_back({from, L16, take({0, 1})});
+        all.push_back({from, Flt32, kWordToFloat});
+        all.push_back({from, RGB8, kNineBits});
+    }
+    return all;
+}
+
+const std::vector<FormatPair>& pairs() {
+    static const std::vector<FormatPair> all = allPairs();
     return all;
 }
 
