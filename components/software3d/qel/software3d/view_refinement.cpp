@@ -96,8 +96,9 @@ Preparation::Preparation(const VolumeDraw& draw)
 
 ByteKey Preparation::keyOf(const VolumeDraw& draw) {
     ByteKey key;
-    key.add(draw.texture->getRevision(), draw.colors.get(), draw.isClassified, draw.usesMeans, draw.scale,
-            draw.bias, usesOcclusion(draw), skipsBricks(draw));
+    key.addAddress(draw.colors.get());
+    key.add(draw.texture->getRevision(), draw.isClassified, draw.usesMeans, draw.scale, draw.bias,
+            usesOcclusion(draw), skipsBricks(draw));
     if (usesOcclusion(draw))
         for (int row = 0; row < 4; ++row) key.add(draw.model.row(row));
     return key;

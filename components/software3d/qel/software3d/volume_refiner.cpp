@@ -20,8 +20,9 @@ ByteKey keyOf(const VolumeDraw& draw, const IVec4<int>& area) {
     key.add(draw.texture->getRevision(), area, draw.view.viewport, draw.isLinear, draw.isClassified,
             draw.usesMeans, draw.usesGradient, draw.isSobel, draw.usesLocalOcclusion,
             draw.usesGlobalOcclusion, draw.steps, draw.scale, draw.bias, draw.gradientScale,
-            draw.gradientFactor, draw.gradientBias, draw.colors.get(), draw.weights.get(), draw.lower,
-            draw.upper);
+            draw.gradientFactor, draw.gradientBias, draw.lower, draw.upper);
+    key.addAddress(draw.colors.get());
+    key.addAddress(draw.weights.get());
     for (const Double4x4* const matrix : {&draw.model, &draw.view.view, &draw.view.projection})
         for (int row = 0; row < 4; ++row) key.add(matrix->row(row));
     for (const IVec4<double>& plane : draw.planes) key.add(plane);
