@@ -5,11 +5,13 @@
 #include <tests/hosts/qelviewer_files.h>
 #include <tests/support/log_capture.h>
 #include <tests/support/scratch_folder.h>
+#include <tests/support/source_dir.h>
 #include <tests/support/system_fixture.h>
 
 #include <qel/software3d/software_renderer_3d.h>
 #include <qel/software3d/software_volume_texture.h>
 #include <qel/volume/volume_loader.h>
+#include <qel/volume/volume_material.h>
 
 #include <gmock/gmock.h>
 
@@ -17,6 +19,7 @@
 #include <filesystem>
 #include <functional>
 #include <limits>
+#include <set>
 
 namespace qelviewer {
 namespace {
@@ -567,6 +570,37 @@ TEST_F(VolumeFileTest, HistogramsOfEqualVoxelsHaveOneBin) {
     EXPECT_EQ(histogram.largest, 'x');
     EXPECT_TRUE(std::isnan(value(2, 0, 0)));
     EXPECT_TRUE(std::isnan(value(0, -1, 0)));
+}
+
+/// Expects values from 0 to 1, because tables wrap others.
+template <typename Value>
+void expectShares(const Curve<Value>& curve) {
+    for (const auto& [offset, value] : curve) {
+        const auto* const components = reinterpret_cast<const float*>(&value);
+        for (size_t i = 0; i < sizeof value / sizeof(float); ++i) {
+            EXPECT_GE(components[i], 0) << "at " << offset;
+            EXPECT_LE(components[i], 1) << "at " << offset;
+        }
+    }
+}
+
+TEST(Materials, AllShippedOnesAreValid) {
+    std::set<std::string> names;
+    for (const auto& entry :
+         std::filesystem::directory_iterator(qel::test::sourceDir() + "/resources/materials")) {
+        SCOPED_TRACE(entry.path().filename());
+        const std::string path = "resources/materials/" + entry.path().filename().string();
+        const auto materials = VolumeMaterial::fromJSON(qel::test::sourceText(path));
+        ASSERT_EQ(materials.size(), 1u);
+        const VolumeMaterial& material = materials.front();
+        EXPECT_TRUE(material.isValid());
+        EXPECT_NE(material.getModalityFilter(), "");
+        EXPECT_TRUE(names.insert(material.getName()).second) << "the name is used twice";
+        expectShares(material.getColorCurve());
+        expectShares(material.getOpacityCurve());
+        expectShares(material.getGradientCurve());
+    }
+    EXPECT_GE(names.size(), 3u);
 }
 
 } // namespace
