@@ -75,8 +75,9 @@ set(CPACK_DEBIAN_DESKTOP_PACKAGE_SECTION graphics)
 set(CPACK_DEBIAN_DESKTOP_PACKAGE_RECOMMENDS "fonts-droid-fallback")
 set(CPACK_COMPONENT_DESKTOP_DEPENDS Runtime Hosts)
 set(CPACK_DEBIAN_DESKTOP_DESCRIPTION "core library of an application framework for medical imaging: desktop programs
-qelscreens shows texts, pictures, graphs and touches in a window, and reads
-Markdown files and folders of pictures.")
+qelviewer shows medical volumes in slices and in 3D. qelscreens shows texts,
+pictures, graphs and touches in a window, and reads Markdown files and folders
+of pictures.")
 
 set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_NAME ${QEL_PACKAGE_Documentation})
 set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_SECTION doc)

@@ -70,6 +70,12 @@ std::string commandBranch(const Program& program) {
            "' -- \"$word\")\n";
 }
 
+/// Returns what the script does at an argument that is not an option.
+const char* afterArgument(const Program& program) {
+    if (!program.commands.empty()) return "command=${command:-${COMP_WORDS[i]}}";
+    return program.mixesOptions ? ":" : "break";
+}
+
 std::string allNames(const Program& program) {
     std::string names;
     for (const Option& option : program.options) names += (names.empty() ? "" : " ") + option.names;
@@ -86,7 +92,7 @@ std::string bashCompletion(const Program& program) {
         {"@files@", pathCase(program, ValueKind::File, "-f")},
         {"@folders@", pathCase(program, ValueKind::Folder, "-d")},
         {"@names@", allNames(program)},
-        {"@other@", program.commands.empty() ? "break" : "command=${command:-${COMP_WORDS[i]}}"},
+        {"@other@", afterArgument(program)},
         {"@commands@", commandBranch(program)},
         {"@arguments@", program.arguments.empty() ? "" : "    else\n" + completePaths("-f", "        ")},
     };

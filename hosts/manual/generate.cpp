@@ -8,6 +8,7 @@
 #include <hosts/qelimage/options.h>
 #include <hosts/qelscreens/options.h>
 #include <hosts/qelserver/options.h>
+#include <hosts/qelviewer/options.h>
 #include <hosts/qelworker/options.h>
 
 #include <exception>
@@ -49,6 +50,7 @@ int main(int argc, char** argv) {
         writeManual<qelcall::Options>(argv);
         writeManual<qelimage::Options>(argv);
         writeManual<qelscreens::Options>(argv);
+        writeManual<qelviewer::Options>(argv);
     } catch (const std::exception& error) {
         std::cerr << "qel_host_manuals: " << error.what() << "\n";
         return 1;

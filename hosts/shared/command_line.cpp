@@ -170,9 +170,10 @@ void parseCommandLine(CommandLine& line, const Program& program, int argc, const
     parser.prefix_command();
     for (const Option& option : program.options) addOption(parser, option, line);
     const Words words(argv + std::min(argc, 1), argv + argc);
-    if (!program.commands.empty()) {
+    const bool hasCommands = !program.commands.empty();
+    if (hasCommands || program.mixesOptions) {
         const std::vector<const Option*> given = parseMixed(parser, line, program, words);
-        const bool isWhole = line.problem.empty() && !line.help && !line.version;
+        const bool isWhole = hasCommands && line.problem.empty() && !line.help && !line.version;
         if (isWhole) line.problem = checkCommand(program, line.arguments, given);
         return;
     }

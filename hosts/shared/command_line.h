@@ -22,7 +22,7 @@ struct CommandLine {
     std::string problem;  ///< what is wrong with the command line; empty if it is correct
     int firstArgument =
         1; ///< index of the first argument that is not an option; the argument count if none is
-    std::vector<std::string> arguments; ///< the command and its arguments, if the program has commands
+    std::vector<std::string> arguments; ///< of a program that has commands or Program::mixesOptions
 };
 
 /// Adds `--version` and `--help` to the table of @p program, and the exit status of a wrong command line.
@@ -31,8 +31,8 @@ void addCommonOptions(Program& program, CommandLine& line);
 
 /// Parses options up to the first argument that is not an option, up to `--`, up to a mistake, or up to a
 /// request for the help or the version. Reads neither the environment nor configuration files. The command
-/// line of a program with commands is parsed to its end, and the number of the command's arguments is
-/// checked.
+/// line of a program with commands, or with Program::mixesOptions, is parsed to its end, and the number of a
+/// command's arguments is checked.
 /// @param line  receives everything that the settings of @p program do not store.
 /// @param argc  number of elements in @p argv; may be 0.
 void parseCommandLine(CommandLine& line, const Program& program, int argc, const char* const* argv);

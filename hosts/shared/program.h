@@ -50,6 +50,9 @@ struct Program {
     /// repeats the last argument. Options may follow the arguments of such a program. Empty if it has no
     /// commands.
     std::vector<Definition> commands = {};
+    /// Options may also follow the arguments of a program without commands; CommandLine::arguments holds the
+    /// arguments then. Programs with commands always accept that.
+    bool mixesOptions = false;
 };
 
 } // namespace qelhosts

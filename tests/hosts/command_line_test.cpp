@@ -129,7 +129,7 @@ TEST(CommandLineTest, LongCommandLinesAreParsed) {
 const Words kPrograms{
     QELHOST_PROGRAM,    QELSERVER_PROGRAM, QELWORKER_PROGRAM, QELCALL_PROGRAM, QELIMAGE_PROGRAM,
 #ifdef QELSCREENS_PROGRAM // is built where SDL2 is installed
-    QELSCREENS_PROGRAM,
+    QELSCREENS_PROGRAM, QELVIEWER_PROGRAM,
 #endif
 };
 

@@ -1,63 +1,17 @@
-// Runs the screens in a scratch folder, without a display or on one of their own.
+// Runs the screens with English texts and the resources of the source tree.
 #pragma once
 
-#include <qel/imaging/pixels/image.h>
-#include <tests/hosts/host_run.h>
+#include <tests/hosts/desktop_fixture.h>
 #include <tests/support/source_dir.h>
-
-#include <gmock/gmock.h>
-
-#include <algorithm>
-#include <string>
-#include <vector>
 
 namespace qel::test {
 
 /// The program and its folder.
-class QelscreensFixture : public ::testing::Test {
+class QelscreensFixture : public DesktopFixture {
 protected:
-    /// Returns the command line of the program with English texts and the resources of the source tree.
-    static std::vector<std::string> command(const std::vector<std::string>& arguments) {
-        std::vector<std::string> words{QELSCREENS_PROGRAM,
-                                       "--resources",
-                                       sourceDir() + "/resources",
-                                       "--language",
-                                       "en",
-                                       "--width",
-                                       "900",
-                                       "--height",
-                                       "600"};
-        words.insert(words.end(), arguments.begin(), arguments.end());
-        return words;
-    }
-    /// Runs the program without the display and the message bus of the user.
-    HostRun run(const std::vector<std::string>& arguments) const {
-        std::vector<std::string> words = command(arguments);
-        words.insert(words.begin(), {"env", "-u", "DISPLAY", "-u", "WAYLAND_DISPLAY",
-                                     "DBUS_SESSION_BUS_ADDRESS=disabled:", "timeout", "120"});
-        return runProgram(folder, words);
-    }
-    /// Runs the program in memory with the input of @p events.
-    HostRun play(const std::string& events, std::vector<std::string> arguments = {}) const {
-        folder.write("events", events);
-        arguments.insert(arguments.begin(), {"--frames", "pages", "--events", "events"});
-        return run(arguments);
-    }
-    Image load(const std::string& name) const {
-        Image image;
-        EXPECT_TRUE(image.loadFromFile(folder.path(name).c_str())) << name;
-        return image;
-    }
-    /// Returns true if two PNG files show the same picture.
-    bool showTheSame(const std::string& a, const std::string& b) const {
-        const Image first = load(a);
-        const Image second = load(b);
-        return first.getSize() == second.getSize() &&
-               std::equal(first.getBytePointer(), first.getBytePointer() + first.getByteSize(),
-                          second.getBytePointer());
-    }
-
-    ScratchFolder folder;
+    QelscreensFixture()
+        : DesktopFixture({QELSCREENS_PROGRAM, "--resources", sourceDir() + "/resources", "--language", "en",
+                          "--width", "900", "--height", "600"}) {}
 };
 
 } // namespace qel::test

@@ -1,0 +1,38 @@
+#include "picture_writer.h"
+
+#include <hosts/shared/settings.h>
+#include <hosts/shared/standard_output.h>
+
+#include <qel/files/directory.h>
+
+#include <utility>
+
+namespace qelviewer {
+
+namespace {
+
+constexpr std::pair<Page, const char*> kPages[] = {
+    {Page::Slices, "slices.png"}, {Page::Volume, "volume.png"}, {Page::All, "all.png"}};
+
+} // namespace
+
+std::string waitForVolume(qelwindow::FrameLoop& loop, Viewer& viewer) {
+    viewer.waitForLoading();
+    while (viewer.isWorking() && !loop.hasEnded()) loop.pass(0);
+    return viewer.getProblem();
+}
+
+std::string writePages(qelwindow::FrameLoop& loop, Viewer& viewer, const std::string& folder) {
+    if (!qel::Directory::createDirectory(folder))
+        return "cannot create the folder " + qelhosts::inQuotes(folder);
+    for (const auto& [page, name] : kPages) {
+        if (loop.hasEnded()) return {};
+        viewer.showPage(page);
+        const std::string path = folder + "/" + name;
+        if (const std::string problem = loop.saveFrame(path); !problem.empty()) return problem;
+        qelhosts::print(path + "\n");
+    }
+    return {};
+}
+
+} // namespace qelviewer

@@ -1,0 +1,19 @@
+// Writes pictures of the pages.
+#pragma once
+
+#include "viewer.h"
+
+#include <hosts/window/frame_loop.h>
+
+#include <string>
+
+namespace qelviewer {
+
+/// Waits until a volume is shown. @return what went wrong; empty on success.
+std::string waitForVolume(qelwindow::FrameLoop& loop, Viewer& viewer);
+
+/// Writes "slices.png", "volume.png" and "all.png" to @p folder, which is created, and prints the paths.
+/// @return what went wrong; empty on success.
+std::string writePages(qelwindow::FrameLoop& loop, Viewer& viewer, const std::string& folder);
+
+} // namespace qelviewer

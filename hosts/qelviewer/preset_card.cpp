@@ -1,0 +1,60 @@
+#include "panel_cards.h"
+
+#include <qel/render/renderer.h>
+#include <qel/style/theme.h>
+#include <qel/system/core/system.h>
+
+namespace qelviewer {
+
+namespace {
+
+constexpr int kColumns = 2;
+constexpr float kGap = 2;
+
+} // namespace
+
+PresetCard::PresetCard(ViewState& state) : Card("viewer-card-window"), m_state(state) {
+    for (size_t i = 0; i <= windowPresets().size(); ++i)
+        m_buttons.push_back(new qelwidgets::Button([this, i](qel::uint32) { choose(i); }));
+}
+
+ValueWindow PresetCard::windowOf(size_t index) const {
+    if (index < windowPresets().size()) return windowPresets()[index].window;
+    return m_state.study ? fullWindow(m_state.study->histogram) : ValueWindow();
+}
+
+void PresetCard::choose(size_t index) {
+    if (m_state.study) m_state.window = windowOf(index);
+}
+
+void PresetCard::restyleContent() {
+    qel::Font* const font = system()->getTheme()->smallMediumFont();
+    for (size_t i = 0; i < m_buttons.size(); ++i) {
+        const bool isPreset = i < windowPresets().size();
+        const qel::String key = isPreset ? windowPresets()[i].key : "0";
+        const qel::String name = tr(isPreset ? windowPresets()[i].text : "viewer-preset-full");
+        m_buttons[i]->restyle(look(), key + "  " + name, font);
+    }
+}
+
+float PresetCard::measureContent(float) {
+    const size_t rows = (m_buttons.size() + kColumns - 1) / kColumns;
+    return static_cast<float>(rows) * (look().buttonHeight * 0.75f + kGap);
+}
+
+void PresetCard::drawContent(qel::Renderer& renderer, const qel::Rect& place) {
+    const float height = look().buttonHeight * 0.75f;
+    for (size_t i = 0; i < m_buttons.size(); ++i) {
+        qel::Rect row = qelwidgets::columnOf(place, static_cast<int>(i % kColumns), kColumns, kGap);
+        row.y0 = place.y0 + static_cast<float>(i / kColumns) * (height + kGap);
+        row.y1 = row.y0 + height;
+        m_buttons[i]->setSelected(m_state.study && m_state.window == windowOf(i));
+        m_buttons[i]->draw(renderer, row);
+    }
+}
+
+void PresetCard::handleTouches(qel::TouchState& touches) {
+    for (const auto& button : m_buttons) button->handleTouches(touches);
+}
+
+} // namespace qelviewer

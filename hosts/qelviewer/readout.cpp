@@ -1,0 +1,81 @@
+#include "readout.h"
+
+#include "numbers.h"
+
+#include <qel/foundation/base/object.h>
+
+#include <cmath>
+#include <filesystem>
+
+namespace qelviewer {
+
+namespace {
+
+using qel::Object;
+
+constexpr const char* kSides[3][2] = {{"L", "R"}, {"P", "A"}, {"S", "I"}};
+constexpr const char* kAxes[3] = {"x", "y", "z"};
+constexpr const char* kPlaneKeys[] = {"viewer-plane-axial", "viewer-plane-coronal", "viewer-plane-sagittal"};
+
+std::string sizeText(const qel::IVec3<int>& size) {
+    return std::to_string(size.x) + " × " + std::to_string(size.y) + " × " + std::to_string(size.z);
+}
+
+std::string spacingText(const Orientation& orientation) {
+    std::string text;
+    for (int i = 0; i < 3; ++i) text += (i > 0 ? " × " : "") + formatShort(orientation.spacing(i), 3);
+    return text + " mm";
+}
+
+} // namespace
+
+std::string positionText(const Orientation& orientation, const qel::IVec3<double>& voxel) {
+    const qel::IVec3<double> position = orientation.positionOf(voxel);
+    std::string text;
+    for (int i = 0; i < 3; ++i) {
+        const bool isPatient = orientation.isPatient;
+        const char* const name = isPatient ? kSides[i][position[i] < 0] : kAxes[i];
+        const double value = isPatient ? std::abs(position[i]) : position[i];
+        text += std::string(name) + " " + formatNumber(value, 1) + "  ";
+    }
+    return text.substr(0, text.size() - 1) + "mm";
+}
+
+std::string voxelText(const Study& study, const qel::IVec3<double>& voxel) {
+    const double value = study.valueAt(voxel);
+    if (std::isnan(value)) return {};
+    std::string indices;
+    for (int i = 0; i < 3; ++i) indices += (i > 0 ? ", " : "") + formatNumber(std::floor(voxel[i] + 0.5), 0);
+    return std::string(Object::tr("viewer-value")) + " " + formatShort(value, 3) + "   " +
+           positionText(study.header.orientation, voxel) + "   (" + indices + ")";
+}
+
+std::vector<std::pair<std::string, std::string>> headerRows(const Study& study) {
+    const VolumeHeader& header = study.header;
+    std::vector<std::pair<std::string, std::string>> rows{
+        {Object::tr("viewer-header-file"), std::filesystem::path(header.path).filename().string()},
+        {Object::tr("viewer-header-format"), header.format},
+        {Object::tr("viewer-header-size"), sizeText(header.size)},
+        {Object::tr("viewer-header-spacing"), spacingText(header.orientation)},
+        {Object::tr("viewer-header-type"), header.voxelType},
+        {Object::tr("viewer-header-range"),
+         formatShort(study.histogram.smallest, 3) + " … " + formatShort(study.histogram.largest, 3)},
+        {Object::tr("viewer-header-patient"),
+         Object::tr(header.orientation.isPatient ? "viewer-known" : "viewer-unknown")}};
+    for (const auto& [name, value] : header.lines) rows.emplace_back(name, value);
+    return rows;
+}
+
+std::vector<std::pair<std::string, std::string>> measurementRows(const ViewState& state) {
+    std::vector<std::pair<std::string, std::string>> rows;
+    for (const Measurement& measurement : state.measurements) {
+        const auto plane = static_cast<size_t>(measurement.plane);
+        rows.emplace_back(std::string(Object::tr(kPlaneKeys[plane])) + " " +
+                              std::to_string(measurement.slice + 1),
+                          measurement.getText(state.study->header.orientation));
+    }
+    if (rows.empty()) rows.emplace_back(Object::tr("viewer-measure-none"), "");
+    return rows;
+}
+
+} // namespace qelviewer

@@ -1,0 +1,158 @@
+#include "slice_pane.h"
+
+#include "vectors.h"
+
+#include <hosts/widgets/card.h>
+#include <hosts/window/pointers.h>
+
+#include <qel/render/renderer.h>
+#include <qel/scene/actors/touch_state.h>
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace qelviewer {
+
+namespace {
+
+using qelwidgets::contains;
+
+constexpr qelwidgets::Color kBackground{0, 0, 0, 1};
+
+/// Returns the start of a picture along an axis: in the middle, or with @p center (0 to 1) in the middle
+/// if it is larger than its place.
+float startOf(float begin, float end, float length, double center) {
+    const float room = end - begin;
+    if (length <= room) return begin + (room - length) / 2;
+    return std::clamp(begin + room / 2 - static_cast<float>(center) * length, end - length, begin);
+}
+
+} // namespace
+
+SlicePane::SlicePane(Plane plane, ViewState& state)
+    : m_plane(plane), m_state(state), m_overlay(plane, state) {}
+
+bool SlicePane::takeDoubleTap() {
+    return std::exchange(m_wasDoubleTap, false);
+}
+
+// --- drawing -----------------------------------------------------------------------------------------------
+
+qel::Rect SlicePane::pictureFor(const qel::Rect& place) const {
+    const qel::IVec2<double> mm = m_state.frame(m_plane).sizeMm();
+    const double scale = std::min(place.getWidth() / mm.x, place.getHeight() / mm.y) * m_state.sliceZoom;
+    const auto width = static_cast<float>(mm.x * scale);
+    const auto height = static_cast<float>(mm.y * scale);
+    const qel::IVec2<double> center = m_state.frame(m_plane).placeOf(m_state.sliceCenter);
+    const float left = startOf(place.x0, place.x1, width, center.x);
+    const float top = startOf(place.y0, place.y1, height, center.y);
+    return {left, top, left + width, top + height};
+}
+
+void SlicePane::updateTexture(qel::Renderer& renderer) {
+    const int slice = m_state.frame(m_plane).sliceOf(m_state.cross);
+    if (m_texture && m_textureStudy == m_state.study && m_textureSlice == slice) return;
+    if (!m_texture) m_texture = renderer.createTexture();
+    m_texture->upload(sliceImage(*m_state.study->volume, m_state.frame(m_plane), slice), false);
+    m_textureStudy = m_state.study;
+    m_textureSlice = slice;
+}
+
+void SlicePane::draw(qel::Renderer& renderer, const qel::Rect& place) {
+    m_place = place;
+    qelwidgets::drawRect(renderer, place, kBackground);
+    if (!m_state.study || place.getWidth() < 1 || place.getHeight() < 1) return;
+    updateTexture(renderer);
+    m_picture = pictureFor(place);
+    renderer.pushClip(place.roundNearestAsInt());
+    const qel::IVec2<float>& scaleBias = m_state.study->header.scaleBias;
+    const auto stored = [&scaleBias](double value) {
+        return static_cast<float>((value - scaleBias.y) / scaleBias.x);
+    };
+    const qel::IVec2<float> window(stored(m_state.window.lower()), stored(m_state.window.upper()));
+    renderer.drawTextureScaledLookupInternal(m_texture.get(), {0, 0, 1, 1}, m_picture, 0, window, nullptr);
+    m_overlay.draw(renderer, place, m_picture);
+    renderer.popClip();
+}
+
+// --- touches -----------------------------------------------------------------------------------------------
+
+std::optional<qel::IVec3<double>> SlicePane::voxelAt(const qel::IVec2<float>& point) const {
+    if (!m_state.study || !contains(m_place, point) || !contains(m_picture, point)) return std::nullopt;
+    return nearestVoxel(point);
+}
+
+/// Returns the voxel at a point, or that at the nearest point of the slice.
+qel::IVec3<double> SlicePane::nearestVoxel(const qel::IVec2<float>& point) const {
+    const SliceFrame& frame = m_state.frame(m_plane);
+    const qel::IVec2<double> place(std::clamp((point.x - m_picture.x0) / m_picture.getWidth(), 0.0f, 1.0f),
+                                   std::clamp((point.y - m_picture.y0) / m_picture.getHeight(), 0.0f, 1.0f));
+    return frame.voxelAt(place, frame.sliceOf(m_state.cross));
+}
+
+void SlicePane::handleTouches(qel::TouchState& touches) {
+    if (qel::TouchButton* const wheel = touches.acquireBegin(this, m_place, qelwindow::kTouchWheel))
+        m_state.moveCross(m_state.frame(m_plane).moved(m_state.cross, static_cast<int>(-wheel->takeValue())));
+    while (const qel::TouchButton* const touch = touches.acquireBegin(this, m_place, qelwindow::kTouchPress))
+        m_wasDoubleTap |= touch->isDoubleTapBegin();
+    while (const qel::TouchButton* const touch = touches.iterateOwned(this))
+        if (m_state.study) follow(*touch);
+}
+
+void SlicePane::follow(const qel::TouchButton& touch) {
+    if ((touch.getFlags() & qelwindow::kTouchRightButton) != 0)
+        dragWindow(touch);
+    else if ((touch.getFlags() & qelwindow::kTouchMiddleButton) != 0)
+        pan(touch);
+    else if ((touch.getFlags() & qelwindow::kTouchPress) != 0)
+        useTool(touch);
+}
+
+void SlicePane::useTool(const qel::TouchButton& touch) {
+    switch (m_state.tool) {
+    case Tool::Crosshair:
+        return m_state.moveCross(nearestVoxel(touch.getPosition()));
+    case Tool::Window:
+        return dragWindow(touch);
+    case Tool::Distance:
+        return measure(touch, Measurement::Kind::Distance);
+    case Tool::Angle:
+        return measure(touch, Measurement::Kind::Angle);
+    }
+}
+
+/// A drag sets two points. The third point of an angle is set by a second drag or tap.
+void SlicePane::measure(const qel::TouchButton& touch, Measurement::Kind kind) {
+    const qel::IVec3<double> voxel = nearestVoxel(touch.getPosition());
+    const int slice = m_state.frame(m_plane).sliceOf(m_state.cross);
+    if (touch.isBegin()) {
+        const bool isOpen = !m_state.measurements.empty() && !m_state.measurements.back().isComplete();
+        if (isOpen && kind == Measurement::Kind::Angle && m_state.measurements.back().plane == m_plane &&
+            m_state.measurements.back().slice == slice)
+            m_state.measurements.back().points.push_back(voxel);
+        else
+            m_state.beginMeasurement({kind, m_plane, slice, {voxel, voxel}});
+    } else if (!m_state.measurements.empty()) {
+        m_state.measurements.back().points.back() = voxel;
+    }
+}
+
+void SlicePane::dragWindow(const qel::TouchButton& touch) {
+    const qel::IVec2<float> step = minus(touch.getPosition(), touch.getPreviousPosition());
+    if (touch.isBegin()) return;
+    const double side = std::max(100.0f, std::min(m_place.getWidth(), m_place.getHeight()));
+    m_state.dragWindow(-step.y / side / 2, step.x / side / 2);
+}
+
+void SlicePane::pan(const qel::TouchButton& touch) {
+    if (touch.isBegin() || m_picture.getWidth() < 1 || m_picture.getHeight() < 1) return;
+    const SliceFrame& frame = m_state.frame(m_plane);
+    const qel::IVec2<float> step = minus(touch.getPosition(), touch.getPreviousPosition());
+    qel::IVec2<double> place = frame.placeOf(m_state.sliceCenter);
+    place.x = std::clamp(place.x - step.x / m_picture.getWidth(), 0.0, 1.0);
+    place.y = std::clamp(place.y - step.y / m_picture.getHeight(), 0.0, 1.0);
+    m_state.sliceCenter = frame.voxelAt(place, frame.sliceOf(m_state.sliceCenter));
+}
+
+} // namespace qelviewer

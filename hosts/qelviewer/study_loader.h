@@ -1,0 +1,57 @@
+// StudyLoader: loads volumes in the background.
+#pragma once
+
+#include "study.h"
+
+#include <hosts/qelviewer/volume/load_progress.h>
+
+#include <qel/system/tasks/task_queue.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace qel {
+class Renderer3D;
+} // namespace qel
+
+namespace qelviewer {
+
+/// Loads one volume at a time on a worker; a request replaces the one before.
+/// @threads main thread.
+class StudyLoader {
+public:
+    /// Receives the volume, or null and what went wrong. Called on the main thread, in a pass of System.
+    using Finished = std::function<void(std::shared_ptr<const Study> study, const std::string& problem)>;
+
+    /// @param renderer  creates the textures; must outlive this object.
+    StudyLoader(qel::Renderer3D* renderer, Finished finished);
+    StudyLoader(const StudyLoader&) = delete;
+    StudyLoader& operator=(const StudyLoader&) = delete;
+    /// Cancels the request and waits until its worker has stopped.
+    ~StudyLoader();
+
+    /// Starts to load a file.
+    void load(const std::string& path) { start(path, false); }
+    /// Starts to load the sample volume. It is computed first if the file @p path does not exist.
+    void loadSample(const std::string& path) { start(path, true); }
+    /// Returns true until the request has finished.
+    bool isLoading() const { return m_job != nullptr; }
+    /// Returns the share of the work that is done, from 0 to 1.
+    float getShare() const;
+    /// Waits until the worker has stopped. The next pass of System finishes the request.
+    void wait() { m_queue.wait(); }
+
+private:
+    struct Job;
+
+    void start(const std::string& path, bool isSample);
+    void cancel();
+
+    qel::Renderer3D* const m_renderer;
+    const Finished m_finished;
+    std::shared_ptr<Job> m_job;
+    qel::TaskQueue m_queue;
+};
+
+} // namespace qelviewer

@@ -1,0 +1,48 @@
+// Toolbar: the buttons above the panes.
+#pragma once
+
+#include "view_state.h"
+
+#include <hosts/widgets/button.h>
+
+#include <functional>
+#include <vector>
+
+namespace qelviewer {
+
+/// What panes are shown.
+enum class Page { Slices, Volume, All };
+
+/// What the buttons do.
+struct ToolbarActions {
+    std::function<void(Page)> showPage;   ///< shows a page
+    std::function<void(Tool)> chooseTool; ///< chooses a tool
+    std::function<void()> saveScreenshot; ///< saves a picture of the window
+    std::function<void()> switchLanguage; ///< switches between English and German
+    std::function<void()> toggleHelp;     ///< shows or hides the help
+};
+
+/// Buttons for pages on the left, for tools in the middle and for everything else on the right.
+/// @threads main thread.
+class Toolbar : public qel::Object {
+    QEL_CLASS(Toolbar, qel::Object)
+
+public:
+    explicit Toolbar(const ToolbarActions& actions);
+
+    /// Takes over the theme and the language.
+    void restyle(const qelwidgets::Look& look);
+    /// Draws the buttons.
+    void draw(qel::Renderer& renderer, const qel::Rect& place, Page page, Tool tool);
+    /// Handles the touches of the last place.
+    void handleTouches(qel::TouchState& touches);
+
+private:
+    float drawRow(qel::Renderer& renderer, size_t first, size_t count, float left, const qel::Rect& row);
+    float widthOf(size_t first, size_t count) const;
+
+    qelwidgets::Look m_look;
+    std::vector<qel::SmartPointer<qelwidgets::Button>> m_buttons; ///< pages, tools, others
+};
+
+} // namespace qelviewer

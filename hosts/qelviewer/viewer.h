@@ -1,0 +1,114 @@
+// Viewer: the content of the window.
+#pragma once
+
+#include "help_overlay.h"
+#include "material_list.h"
+#include "panel.h"
+#include "panel_cards.h"
+#include "slice_pane.h"
+#include "status_bar.h"
+#include "study_loader.h"
+#include "toolbar.h"
+#include "volume_pane.h"
+
+#include <hosts/window/display_theme.h>
+#include <hosts/window/screen.h>
+
+#include <array>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace qelviewer {
+
+/// Shows a volume: panes with slices and the volume, a panel with settings, and bars above and below them.
+/// @threads main thread.
+class Viewer : public qel::Object, public qelwindow::Screen {
+    QEL_CLASS(Viewer, qel::Object)
+
+public:
+    /// Writes a picture of the window to a PNG file. @return what went wrong; empty on success.
+    using SaveFrame = std::function<std::string(const std::string& path)>;
+
+    /// Creates the panes. @param options  the first settings.
+    Viewer(const Options& options, const std::vector<std::string>& resourceFolders);
+
+    /// Sets what the viewer needs of the loop that shows it. @param theme  must outlive this object.
+    void connect(qelwindow::DisplayTheme& theme, SaveFrame saveFrame);
+    /// Lets the volume be coarse while it moves.
+    void setProgressive(bool isOn) { m_scene.getRenderer()->setProgressive(isOn); }
+    /// Starts to load the file of the options, or the sample volume.
+    void loadFirst(const Options& options);
+    /// Waits for the worker that loads; the next pass of System shows the volume.
+    void waitForLoading() { m_loader.wait(); }
+    /// Returns why the last file could not be loaded; empty if it could.
+    const std::string& getProblem() const { return m_problem; }
+    /// Shows a page.
+    void showPage(Page page);
+    /// Shows the volume with a material. @return false if it does not exist.
+    bool showMaterial(const std::string& name);
+
+    void adapt() override;
+    void draw(qel::Renderer& renderer) override;
+    void handleTouches(qel::TouchState& touches) override;
+    bool handleKey(const std::string& key) override;
+    void openPath(const std::string& path) override;
+    bool isWorking() const override { return m_loader.isLoading(); }
+
+private:
+    /// A key and what it does.
+    struct KeyRow {
+        const char* key;
+        void (*run)(Viewer& viewer);
+    };
+    static const KeyRow kKeys[];
+
+    void finishLoading(std::shared_ptr<const Study> study, const std::string& problem);
+    void restyle();
+    void choosePanes();
+    void chooseMaterial(size_t index);
+    void saveScreenshot();
+    void switchLanguage();
+    void changeScale(float factor);
+    void stepMaterial();
+    void scroll(int slices);
+    void choosePreset(const std::string& key);
+    void enlargeTapped();
+    void updatePointer(const qel::TouchState& touches);
+    qel::IVec3<double> voxelToDescribe() const;
+    void drawPanes(qel::Renderer& renderer, const qel::Rect& place);
+    void drawLoading(qel::Renderer& renderer, const qel::Rect& place);
+    ToolbarActions toolbarActions();
+
+    ViewState m_state;
+    VolumeScene m_scene;
+    MaterialList m_materials;
+    ValueWindow m_firstWindow;
+    bool m_hasFirstWindow;
+    std::string m_firstMaterial;
+    std::array<qel::SmartPointer<SlicePane>, 3> m_slices;
+    qel::SmartPointer<VolumePane> m_volume;
+    qel::SmartPointer<Toolbar> m_toolbar;
+    qel::SmartPointer<Panel> m_panel;
+    qel::SmartPointer<PresetCard> m_presets;
+    qel::SmartPointer<HistogramCard> m_histogram;
+    qel::SmartPointer<MaterialCard> m_materialCard;
+    qel::SmartPointer<ClipCard> m_clip;
+    qel::SmartPointer<TableCard> m_measurements;
+    qel::SmartPointer<TableCard> m_header;
+    StatusBar m_status;
+    HelpOverlay m_help;
+    Labels m_labels;
+    qelwidgets::Look m_look;
+    qelwindow::DisplayTheme* m_theme = nullptr;
+    SaveFrame m_saveFrame;
+    Page m_page = Page::All;
+    int m_alone = -1; ///< the pane that fills the window: 0 to 2 a slice, 3 the volume; -1 for none
+    int m_active = 0; ///< the slice that the keys scroll
+    std::optional<qel::IVec2<float>> m_pointer; ///< the place of the mouse or a finger
+    std::string m_problem;
+    StudyLoader m_loader; ///< the last member, because its worker must stop first
+};
+
+} // namespace qelviewer

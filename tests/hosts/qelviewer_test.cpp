@@ -1,0 +1,238 @@
+// The viewer without a display: its pictures, and simulated input.
+#include <tests/hosts/qelviewer_fixture.h>
+
+#include <filesystem>
+
+namespace qel::test {
+namespace {
+
+using namespace testing;
+
+using QelviewerTest = QelviewerFixture;
+
+/// The middles of the panes of the page "all" in a picture of 600 by 400 pixels.
+constexpr IVec2<int> kAxial{90, 122}, kCoronal{90, 293}, kSagittal{270, 293}, kVolume{270, 122};
+constexpr int kQuarter = 42; // of the shown volume, in pixels
+
+TEST_F(QelviewerTest, WritesTheSamePictureEachTime) {
+    const HostRun run = show("octant.nrrd");
+    ASSERT_EQ(run.status, 0) << run;
+    EXPECT_EQ(run.error, "");
+    EXPECT_EQ(load("a.png").getSize(), IVec2<int>(600, 400));
+    const std::string first = folder.read("a.png");
+    ASSERT_EQ(show("octant.nrrd").status, 0);
+    EXPECT_EQ(folder.read("a.png"), first);
+}
+
+TEST_F(QelviewerTest, SlicesLieAsInRadiology) {
+    ASSERT_EQ(show("octant.nrrd", {"--window", "0,2000"}).status, 0);
+    const struct {
+        const char* name;
+        IVec2<int> middle;
+        int right, down; ///< where the bright part is
+    } panes[] = {{"axial", kAxial, 1, -1}, {"coronal", kCoronal, 1, -1}, {"sagittal", kSagittal, -1, -1}};
+    for (const auto& pane : panes) {
+        for (const int right : {-1, 1}) {
+            for (const int down : {-1, 1}) {
+                const bool isBright = right == pane.right && down == pane.down;
+                EXPECT_EQ(redAt("a.png", pane.middle.x + right * kQuarter, pane.middle.y + down * kQuarter),
+                          isBright ? 255 : 0)
+                    << pane.name << " " << right << " " << down;
+            }
+        }
+    }
+}
+
+TEST_F(QelviewerTest, TheVolumeIsSeenFromTheFront) {
+    const HostRun run = show("octant.nrrd", {"--camera", "0,0", "--material", "sample SKULL"});
+    ASSERT_EQ(run.status, 0) << run;
+    EXPECT_GT(redAt("a.png", kVolume.x + 20, kVolume.y - 20), 100);
+    EXPECT_EQ(redAt("a.png", kVolume.x - 20, kVolume.y - 20), 0);
+    EXPECT_EQ(redAt("a.png", kVolume.x + 20, kVolume.y + 20), 0);
+}
+
+TEST_F(QelviewerTest, TheCameraMovesToTheLeftAndUp) {
+    const std::vector<std::string> material{"--material", "sample skull", "--camera"};
+    const auto brightAt = [&](const char* camera, int right, int up) {
+        std::vector<std::string> arguments = material;
+        arguments.emplace_back(camera);
+        EXPECT_EQ(show("octant.nrrd", arguments).status, 0);
+        return redAt("a.png", kVolume.x + right, kVolume.y - up) > 0;
+    };
+    EXPECT_TRUE(brightAt("90,0", -20, 20)) << "from the left, the front is on the left";
+    EXPECT_FALSE(brightAt("90,0", 26, 20));
+    EXPECT_TRUE(brightAt("0,90", 20, -12)) << "from above, the front is at the bottom";
+    EXPECT_FALSE(brightAt("0,90", 20, 26));
+}
+
+TEST_F(QelviewerTest, TheWindowDecidesTheGreys) {
+    const struct {
+        const char* window;
+        int bright, dark;
+    } cases[] = {{"0,4000", 191, 64}, {"1000,2000", 128, 0}, {"-1000,10", 255, 128}, {"0.5,1e9", 128, 127}};
+    for (const auto& [window, bright, dark] : cases) {
+        ASSERT_EQ(show("octant.nrrd", {"--window", window}).status, 0);
+        EXPECT_NEAR(redAt("a.png", kAxial.x + kQuarter, kAxial.y - kQuarter), bright, 1) << window;
+        EXPECT_NEAR(redAt("a.png", kAxial.x - kQuarter, kAxial.y - kQuarter), dark, 1) << window;
+    }
+}
+
+TEST_F(QelviewerTest, KeysShowPagesAndUndoThemselves) {
+    const HostRun run =
+        play("frame all.png\nkey f2\nframe slices.png\nkey f3\nframe volume.png\nkey f4\n"
+             "frame again.png\nkey f1\nframe help.png\nkey escape\nframe closed.png\n"
+             "key l\nframe german.png\nkey l\nframe english.png\n"
+             "key x\nframe uncrossed.png\nkey x\nkey b\nframe unboxed.png\nkey b\nframe last.png\n",
+             {"octant.nrrd"});
+    ASSERT_EQ(run.status, 0) << run;
+    for (const char* const same : {"again.png", "closed.png", "english.png", "last.png"})
+        EXPECT_TRUE(showTheSame("all.png", same)) << same;
+    for (const char* const other :
+         {"slices.png", "volume.png", "help.png", "german.png", "uncrossed.png", "unboxed.png"})
+        EXPECT_FALSE(showTheSame("all.png", other)) << other;
+}
+
+TEST_F(QelviewerTest, PagesAndLanguagesEqualTheirOptions) {
+    ASSERT_EQ(play("key f2\nframe slices.png\nkey l\nframe german.png\n", {"octant.nrrd"}).status, 0);
+    ASSERT_EQ(show("octant.nrrd", {"--page", "slices"}).status, 0);
+    EXPECT_TRUE(showTheSame("slices.png", "a.png"));
+    ASSERT_EQ(show("octant.nrrd", {"--page", "slices", "--language", "de"}).status, 0);
+    EXPECT_TRUE(showTheSame("german.png", "a.png"));
+}
+
+TEST_F(QelviewerTest, SlicesAreScrolledAndTheCrosshairLinksThem) {
+    const HostRun run = play("frame a.png\nmove 90 122\nkey down\nframe down.png\nkey up\nframe up.png\n"
+                             "wheel 90 122 -1\nframe wheel.png\nmove 3 3\n"
+                             "press 132 80 left\nrelease 132 80 left\nmove 3 3\nframe moved.png\n",
+                             {"octant.nrrd", "--window", "0,2000"});
+    ASSERT_EQ(run.status, 0) << run;
+    EXPECT_TRUE(showTheSame("down.png", "wheel.png"));
+    EXPECT_FALSE(showTheSame("down.png", "up.png"));
+    EXPECT_EQ(redAt("moved.png", kSagittal.x + kQuarter, kSagittal.y - kQuarter), 0);
+    EXPECT_FALSE(showTheSame("moved.png", "a.png"));
+}
+
+TEST_F(QelviewerTest, EachToolChangesThePicture) {
+    const HostRun run =
+        play("frame a.png\npress 90 122 right\nmove 120 100\nrelease 120 100 right\nframe window.png\n"
+             "key 2\nframe bone.png\nkey 0\nkey d\npress 100 100 left\nmove 200 160\n"
+             "release 200 160 left\nframe distance.png\nkey a\npress 60 200 left\nmove 120 250\n"
+             "release 120 250 left\npress 200 220 left\nrelease 200 220 left\nframe angle.png\n"
+             "key delete\nframe none.png\n",
+             {"octant.nrrd"});
+    ASSERT_EQ(run.status, 0) << run;
+    const char* const frames[] = {"a.png", "window.png", "bone.png", "distance.png", "angle.png", "none.png"};
+    for (size_t i = 1; i < std::size(frames); ++i)
+        EXPECT_FALSE(showTheSame(frames[i - 1], frames[i])) << frames[i];
+}
+
+TEST_F(QelviewerTest, TheVolumeIsTurnedZoomedAndReset) {
+    const HostRun run = play("frame a.png\npress 270 122 left\nmove 290 122\nmove 300 110\nframe held.png\n"
+                             "release 300 110 left\nmove 3 3\nframe turned.png\nwheel 270 122 2\nmove 3 3\n"
+                             "frame zoomed.png\nkey r\nframe reset.png\nkey m\nframe material.png\n",
+                             {"octant.nrrd"});
+    ASSERT_EQ(run.status, 0) << run;
+    EXPECT_FALSE(showTheSame("a.png", "turned.png"));
+    EXPECT_FALSE(showTheSame("turned.png", "zoomed.png"));
+    EXPECT_TRUE(showTheSame("a.png", "reset.png"));
+    EXPECT_FALSE(showTheSame("a.png", "material.png"));
+}
+
+TEST_F(QelviewerTest, TwoTapsEnlargeAPane) {
+    const std::string tap = "press 60 100 left\nrelease 60 100 left\n";
+    const HostRun run = play(tap + "move 3 3\nframe a.png\nwait 1000\n" + tap + "wait 50\n" + tap +
+                                 "move 3 3\nframe large.png\nwait 1000\n" + tap + "wait 50\n" + tap +
+                                 "move 3 3\nframe small.png\n",
+                             {"octant.nrrd", "--page", "slices"});
+    ASSERT_EQ(run.status, 0) << run;
+    EXPECT_FALSE(showTheSame("a.png", "large.png"));
+    EXPECT_TRUE(showTheSame("a.png", "small.png"));
+}
+
+TEST_F(QelviewerTest, WritesEachPageWithoutADisplay) {
+    const HostRun run = this->run({"octant.nrrd", "--frames", "pages"});
+    ASSERT_EQ(run.status, 0) << run;
+    EXPECT_EQ(run.out, "pages/slices.png\npages/volume.png\npages/all.png\n");
+    for (const char* const page : {"slices", "volume", "all"}) {
+        ASSERT_EQ(show("octant.nrrd", {"--page", page}).status, 0);
+        EXPECT_TRUE(showTheSame("a.png", "pages/" + std::string(page) + ".png")) << page;
+    }
+}
+
+TEST_F(QelviewerTest, ThePictureIsSavedByAKey) {
+    const HostRun run = play("frame a.png\nkey s\nkey s\n", {"octant.nrrd", "--page", "slices"});
+    ASSERT_EQ(run.status, 0) << run;
+    EXPECT_TRUE(showTheSame("a.png", "qelviewer-0001.png"));
+    EXPECT_TRUE(folder.has("qelviewer-0002.png"));
+}
+
+TEST_F(QelviewerTest, SmallWindowsAndLargeTextsAreDrawn) {
+    for (const char* const size : {"1x1", "40x30", "300x200"})
+        for (const char* const scale : {"50", "400"})
+            EXPECT_EQ(show("octant.nrrd", {"--size", size, "--scale", scale}).status, 0)
+                << size << " " << scale;
+}
+
+TEST_F(QelviewerTest, WhatCannotBeReadIsReported) {
+    folder.write("empty.nrrd", "");
+    folder.write("text.nrrd", "This is no volume.\n");
+    folder.write("huge.nrrd",
+                 "NRRD0004\ntype: short\ndimension: 3\nsizes: 30000 30000 30000\nencoding: raw\n\nabc");
+    folder.makeFolder("folder.nrrd");
+    for (const char* const path : {"missing.nrrd", "empty.nrrd", "text.nrrd", "huge.nrrd", "folder.nrrd"}) {
+        const HostRun run = show(path);
+        EXPECT_EQ(run.status, 1) << path;
+        EXPECT_THAT(run.error, HasSubstr(path));
+        EXPECT_FALSE(folder.has("a.png")) << path;
+    }
+}
+
+TEST_F(QelviewerTest, PicturesThatCannotBeWrittenAreReported) {
+    for (const char* const path : {"/dev/full", "missing/a.png"}) {
+        const HostRun run = this->run({"octant.nrrd", "--page", "slices", "--screenshot", path});
+        EXPECT_EQ(run.status, 1) << path;
+        EXPECT_THAT(run.error, HasSubstr(path));
+    }
+}
+
+TEST_F(QelviewerTest, AnUnknownMaterialIsReported) {
+    const HostRun run = show("octant.nrrd", {"--material", "Stone"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.error, HasSubstr("there is no material 'Stone'"));
+}
+
+TEST_F(QelviewerTest, WrongArgumentsAreReported) {
+    const std::pair<std::vector<std::string>, const char*> cases[] = {
+        {{"--size", "0x5"}, "not a size such as 800x600: '0x5'"},
+        {{"--size", "99999x5"}, "not a size such as 800x600: '99999x5'"},
+        {{"--size", "5"}, "not a size such as 800x600: '5'"},
+        {{"--page", "help"}, "not a page: 'help'"},
+        {{"--window", "1"}, "not a centre and a width above 0"},
+        {{"--window", "1,0"}, "not a centre and a width above 0"},
+        {{"--window", "nan,1"}, "not a centre and a width above 0"},
+        {{"--camera", "1"}, "not two angles and a zoom"},
+        {{"--camera", "1,2,0"}, "not two angles and a zoom"},
+        {{"--camera", "1,2,3,4"}, "not two angles and a zoom"},
+        {{"a.nrrd", "b.nrrd"}, "unknown argument 'b.nrrd'"},
+    };
+    for (const auto& [arguments, problem] : cases) {
+        const HostRun run = this->run(arguments);
+        EXPECT_EQ(run.status, 2) << problem;
+        EXPECT_THAT(run.error, HasSubstr(problem));
+    }
+}
+
+TEST_F(QelviewerTest, ABrokenMaterialFileIsReportedAndLeftOut) {
+    std::filesystem::create_directory(folder.path("more"));
+    folder.write("more/materials/broken.json", "[{\"name\": 1}]");
+    folder.write("more/materials/good.json",
+                 "[{\"name\": \"Good\", \"modality_filter\": \"\", \"color\": [{\"offset\": 0, \"value\": "
+                 "[1, 0, 0]}], \"opacity\": [{\"offset\": 0, \"value\": 1}], \"gradient\": []}]");
+    const HostRun run =
+        show("octant.nrrd", {"--page", "slices", "--resources", folder.path("more"), "--material", "Good"});
+    EXPECT_EQ(run.status, 0) << run;
+    EXPECT_THAT(run.error, HasSubstr("broken.json"));
+}
+
+} // namespace
+} // namespace qel::test

@@ -1,0 +1,197 @@
+// The parts of the viewer that draw nothing: windows of values, slices, measurements and texts.
+#include <hosts/qelviewer/measurement.h>
+#include <hosts/qelviewer/numbers.h>
+#include <hosts/qelviewer/readout.h>
+#include <hosts/qelviewer/view_state.h>
+#include <hosts/widgets/text_table.h>
+#include <tests/support/scratch_folder.h>
+#include <tests/support/source_dir.h>
+#include <tests/support/system_fixture.h>
+
+#include <qel/plugins/resource_locator.h>
+#include <qel/software3d/software_renderer_3d.h>
+
+#include <gmock/gmock.h>
+
+#include <sstream>
+
+namespace qelviewer {
+namespace {
+
+using namespace testing;
+
+constexpr qel::IVec3<int> kSize{4, 3, 2};
+
+/// Returns a study whose stored voxels are their numbers in the file, and whose values are twice that less
+/// 10. Voxels are 1, 2 and 3 mm apart; the axes are those of the patient.
+std::shared_ptr<Study> makeStudy(qel::SoftwareRenderer3D& renderer) {
+    auto study = std::make_shared<Study>();
+    Orientation& orientation = study->header.orientation;
+    for (int i = 0; i < 3; ++i) orientation.axis[i][i] = i + 1;
+    orientation.isPatient = true;
+    study->header.size = kSize;
+    study->header.scaleBias = {2, -10};
+    study->volume = new qel::SoftwareVolumeTexture(&renderer);
+    study->volume->initialize(qel::UInt16, kSize);
+    std::vector<qel::uint16> voxels(24);
+    for (size_t i = 0; i < voxels.size(); ++i) voxels[i] = static_cast<qel::uint16>(i);
+    study->volume->uploadData(0, kSize.z, qel::UInt16, voxels.data());
+    study->histogram = {{10, 0, 10, 0, 4}, -10, 90};
+    return study;
+}
+
+class ViewerPartsTest : public qel::test::SystemFixture {
+protected:
+    void SetUp() override {
+        SystemFixture::SetUp();
+        system().setLanguage("en");
+        qel::ResourceLocator& resources = *system().getResourceLocator();
+        resources.addResourceDirectory(qel::test::sourceDir() + "/resources/res-viewer");
+        const qel::SmartPointer<qelwidgets::TextTable> texts(new qelwidgets::TextTable());
+        EXPECT_TRUE(texts->load("viewer-texts", "en"));
+        resources.addResourceProvider(texts.get());
+        renderer = new qel::SoftwareRenderer3D();
+        study = makeStudy(*renderer);
+    }
+    void TearDown() override {
+        study = nullptr;
+        renderer = nullptr;
+        SystemFixture::TearDown();
+    }
+
+    qel::SmartPointer<qel::SoftwareRenderer3D> renderer;
+    std::shared_ptr<Study> study;
+};
+
+std::vector<int> pixelsOf(const qel::Image& image) {
+    std::vector<int> pixels;
+    for (int y = 0; y < image.getHeight(); ++y)
+        for (int x = 0; x < image.getWidth(); ++x)
+            pixels.push_back(reinterpret_cast<const qel::uint16*>(image.getBytePointer(y))[x]);
+    return pixels;
+}
+
+TEST_F(ViewerPartsTest, SlicesAreReadInTheDirectionsOfThePane) {
+    const SliceFrame axial(*study, Plane::Axial);
+    EXPECT_THAT(pixelsOf(sliceImage(*study->volume, axial, axial.sliceOf({0, 0, 1}))),
+                ElementsAre(12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23));
+    const SliceFrame coronal(*study, Plane::Coronal);
+    EXPECT_THAT(pixelsOf(sliceImage(*study->volume, coronal, coronal.sliceOf({0, 0, 0}))),
+                ElementsAre(12, 13, 14, 15, 0, 1, 2, 3));
+    const SliceFrame sagittal(*study, Plane::Sagittal);
+    EXPECT_THAT(pixelsOf(sliceImage(*study->volume, sagittal, sagittal.sliceOf({3, 0, 0}))),
+                ElementsAre(15, 19, 23, 3, 7, 11));
+}
+
+TEST_F(ViewerPartsTest, PlacesAndVoxelsAreInverse) {
+    for (const Plane plane : {Plane::Axial, Plane::Coronal, Plane::Sagittal}) {
+        const SliceFrame frame(*study, plane);
+        for (const qel::IVec3<double> voxel : {qel::IVec3<double>(0, 0, 0), {3, 2, 1}, {1.25, 0.5, 1}}) {
+            const qel::IVec3<double> back = frame.voxelAt(frame.placeOf(voxel), frame.sliceOf(voxel));
+            for (const int axis : {frame.axes().right.axis, frame.axes().down.axis})
+                EXPECT_NEAR(back[axis], voxel[axis], 1e-12);
+        }
+    }
+}
+
+TEST_F(ViewerPartsTest, ScrollingStopsAtTheEnds) {
+    const SliceFrame frame(*study, Plane::Axial);
+    for (const int step : {1, 2'000'000'000, -1, -2'000'000'000}) {
+        const int slice = frame.sliceOf(frame.moved({0, 0, 0}, step));
+        EXPECT_THAT(slice, AllOf(Ge(0), Lt(2))) << step;
+    }
+    EXPECT_NE(frame.sliceOf(frame.moved({0, 0, 0}, 9)), frame.sliceOf(frame.moved({0, 0, 0}, -9)));
+}
+
+TEST_F(ViewerPartsTest, DistancesAndAnglesAreThoseOfMillimetres) {
+    const Orientation& orientation = study->header.orientation;
+    EXPECT_DOUBLE_EQ(distanceMm(orientation, {0, 0, 0}, {3, 0, 0}), 3);
+    EXPECT_DOUBLE_EQ(distanceMm(orientation, {0, 0, 0}, {3, 2, 0}), 5);
+    EXPECT_NEAR(angleDegrees(orientation, {2, 0, 0}, {0, 0, 0}, {0, 1, 0}), 90, 1e-9);
+    EXPECT_NEAR(angleDegrees(orientation, {2, 0, 0}, {0, 0, 0}, {2, 1, 0}), 45, 1e-9);
+    EXPECT_TRUE(std::isnan(angleDegrees(orientation, {0, 0, 0}, {0, 0, 0}, {2, 1, 0})));
+    const Measurement distance{Measurement::Kind::Distance, Plane::Axial, 0, {{0, 0, 0}, {3, 2, 0}}};
+    EXPECT_EQ(distance.getText(orientation), "5.0 mm");
+    Measurement angle{Measurement::Kind::Angle, Plane::Axial, 0, {{2, 0, 0}, {0, 0, 0}}};
+    EXPECT_EQ(angle.getText(orientation), "");
+    angle.points.push_back({2, 1, 0});
+    EXPECT_EQ(angle.getText(orientation), "45.0°");
+}
+
+TEST_F(ViewerPartsTest, OldAndUnfinishedMeasurementsAreDropped) {
+    ViewState state;
+    state.setStudy(study);
+    state.beginMeasurement({Measurement::Kind::Angle, Plane::Axial, 0, {{}, {}}});
+    state.beginMeasurement({Measurement::Kind::Distance, Plane::Axial, 0, {{}, {}}});
+    EXPECT_THAT(state.measurements, SizeIs(1));
+    for (size_t i = 0; i < 2 * ViewState::kMostMeasurements; ++i)
+        state.beginMeasurement({Measurement::Kind::Distance, Plane::Axial, static_cast<int>(i), {{}, {}}});
+    EXPECT_THAT(state.measurements, SizeIs(ViewState::kMostMeasurements));
+    EXPECT_EQ(state.measurements.back().slice, static_cast<int>(2 * ViewState::kMostMeasurements - 1));
+}
+
+TEST_F(ViewerPartsTest, TextsStateValueAndPosition) {
+    EXPECT_EQ(positionText(study->header.orientation, {1, 1, 1}), "L 1.0  P 2.0  S 3.0 mm");
+    EXPECT_EQ(positionText(study->header.orientation, {-1, -1, -1}), "R 1.0  A 2.0  I 3.0 mm");
+    EXPECT_THAT(voxelText(*study, {1.2, 0.9, 1}), AllOf(HasSubstr(" 24 "), HasSubstr("(1, 1, 1)")));
+    EXPECT_EQ(voxelText(*study, {-0.6, 0, 0}), "");
+    EXPECT_EQ(voxelText(*study, {0, 0, 1.5}), "");
+    study->header.orientation.isPatient = false;
+    EXPECT_EQ(positionText(study->header.orientation, {-1, 1, 1}), "x -1.0  y 2.0  z 3.0 mm");
+}
+
+TEST_F(ViewerPartsTest, NumbersAreShort) {
+    const std::tuple<double, int, const char*> cases[] = {
+        {1.5, 1, "1.5"}, {-0.01, 1, "0"}, {2, 3, "2"}, {0.126, 2, "0.13"}, {10, 0, "10"}, {0.9, 3, "0.9"}};
+    for (const auto& [value, digits, text] : cases) EXPECT_EQ(formatShort(value, digits), text);
+    EXPECT_EQ(formatNumber(std::nan(""), 1), "–");
+    EXPECT_EQ(formatNumber(-0.01, 1), "0.0");
+    EXPECT_EQ(formatShort(1e300, 2).size(), 301u);
+}
+
+TEST_F(ViewerPartsTest, TheUsualWindowLeavesOutTheBackground) {
+    const Histogram histogram{{1000, 0, 50, 50, 0, 0, 0, 0, 0, 0}, 0, 100};
+    EXPECT_DOUBLE_EQ(quantile(histogram, 0.01), 25);
+    EXPECT_DOUBLE_EQ(quantile(histogram, 0.99), 35);
+    EXPECT_EQ(usualWindow(histogram), (ValueWindow{30, 10}));
+    EXPECT_EQ(fullWindow(histogram), (ValueWindow{50, 100}));
+    EXPECT_GT(usualWindow({{5}, 7, 7}).width, 0);
+    EXPECT_GT(usualWindow({}).width, 0);
+}
+
+TEST_F(ViewerPartsTest, DragsKeepTheWindowNearTheValues) {
+    ViewState state;
+    state.setStudy(study);
+    state.window = {0, 50};
+    state.dragWindow(0.1, -0.1);
+    EXPECT_DOUBLE_EQ(state.window.center, 10);
+    EXPECT_DOUBLE_EQ(state.window.width, 40);
+    state.dragWindow(1e9, -1e9);
+    EXPECT_DOUBLE_EQ(state.window.center, 190);
+    EXPECT_DOUBLE_EQ(state.window.width, 0.1);
+}
+
+TEST_F(ViewerPartsTest, TheCrosshairStaysInTheVolume) {
+    ViewState state;
+    state.setStudy(study);
+    EXPECT_EQ(state.cross, qel::IVec3<double>(2, 2, 1));
+    state.moveCross({-3, 1.4, 99});
+    EXPECT_EQ(state.cross, qel::IVec3<double>(0, 1, 1));
+}
+
+/// Returns the keys of a file of texts.
+std::vector<std::string> keysOf(const std::string& language) {
+    std::vector<std::string> keys;
+    std::istringstream lines(qel::test::sourceText("resources/res-viewer/viewer-texts." + language + ".txt"));
+    for (std::string line; std::getline(lines, line);)
+        if (line.starts_with("[viewer-") && !line.starts_with("[viewer-material-")) keys.push_back(line);
+    return keys;
+}
+
+TEST(ViewerTextsTest, EveryTextExistsInBothLanguages) {
+    EXPECT_THAT(keysOf("en"), SizeIs(Gt(40u)));
+    EXPECT_EQ(keysOf("en"), keysOf("de"));
+}
+
+} // namespace
+} // namespace qelviewer
