@@ -32,13 +32,10 @@ qelhosts::Program describe(Options& options) {
              {"--height", "N", number(options.height, 1, 16384), "the height of the window; default: 760"},
              {"--scale", "N", number(options.scalePercent, 50, 400),
               "draw everything N percent as large, 50 to 400"},
-             {"--language", "CODE", language(options.language),
-              "language of texts, such as \"en\" or \"de\"; default: the user's"},
+             languageOption(options.language),
              {"--style", "FILE", file(options.style),
               "use the stylesheet FILE; what it does not state comes from the shipped one"},
-             {"--resources", "DIR", folders(options.resources),
-              "add the resource packages (\"res-...\") in DIR; may be repeated; default: the installed "
-              "packages"}},
+             resourcesOption(options.resources)},
         .notes =
             "Lines of --events are: touch ID X Y; lift ID; move X Y; press X Y BUTTON; release X Y BUTTON; "
             "wheel X Y STEPS; key NAME; text TEXT; size WIDTH HEIGHT; minimize; restore; wait "

@@ -78,4 +78,15 @@ Setting number(int& target, int least, int most, std::string_view what) {
             }};
 }
 
+Option languageOption(std::string& target) {
+    return {"--language", "CODE", language(target),
+            "language of texts, such as \"en\" or \"de\"; default: the user's"};
+}
+
+Option resourcesOption(std::vector<std::string>& target) {
+    return {
+        "--resources", "DIR", folders(target),
+        "add the resource packages (\"res-...\") in DIR; may be repeated; default: the installed packages"};
+}
+
 } // namespace qelhosts

@@ -30,4 +30,9 @@ Setting folders(std::vector<std::string>& target);
 /// A whole decimal number from @p least to @p most. @param what  what it is, such as "number of seconds".
 Setting number(int& target, int least, int most, std::string_view what = "number");
 
+/// Returns the option "--language" of the hosts that show texts.
+Option languageOption(std::string& target);
+/// Returns the option "--resources" of the hosts that load resources. Folders are added to @p target.
+Option resourcesOption(std::vector<std::string>& target);
+
 } // namespace qelhosts
