@@ -10,6 +10,7 @@
 #include <qel/style/theme.h>
 #include <qel/system/core/system.h>
 
+#include <algorithm>
 #include <cmath>
 
 namespace qelscreens {
@@ -51,7 +52,7 @@ protected:
     void drawContent(qel::Renderer& renderer, const qel::Rect& place) override {
         const qel::Rect plot(place.x0, place.y0, place.x1, place.y0 + 9 * look().buttonHeight);
         drawRect(renderer, plot, look().field);
-        m_graph.setBounds(plot);
+        m_graph.setBounds(inset(plot, look().space / 2));
         renderer.draw(&m_graph);
     }
 
@@ -102,6 +103,8 @@ protected:
     void drawContent(qel::Renderer& renderer, const qel::Rect& place) override {
         const float size = look().buttonHeight;
         const qel::Rect left = columnOf(place, 0, 2, look().space);
+        const float margins = 2 * (look().space + m_bubble.getOuterMargin().x);
+        m_bubble.getTextActor().setWordWrap(std::max(1, static_cast<int>(left.getWidth() - margins)));
         m_bubble.setPosition({std::round((left.x0 + left.x1) / 2), place.y0 + 6 * size});
         renderer.draw(&m_bubble);
         const qel::Rect right = columnOf(place, 1, 2, look().space);

@@ -26,33 +26,29 @@ std::vector<const char*> entryKeys() {
 } // namespace
 
 PlacementPage::PlacementPage()
-    : Page("placement"),
+    : HintPage("placement", "screens-placement-hint"),
       m_field(new Button([this](qel::uint32) { openList(); })),
       m_menu(new Menu(entryKeys(), [this](size_t index) { choose(index); })),
       m_list(new Menu(entryKeys(), [this](size_t index) { choose(index); })) {
     for (size_t i = 0; i < std::size(kPlaces); ++i)
         m_buttons.push_back(new Button([this, i](qel::uint32) { openMenu(i); }));
-    m_hint.setHorizontalAlign(qel::TextAlign::Center);
 }
 
 void PlacementPage::restyle(const Look& look) {
-    Page::restyle(look);
+    HintPage::restyle(look);
     m_menu->close();
     m_list->close();
     m_menu->restyle(look);
     m_list->restyle(look);
     for (const auto& button : m_buttons) button->restyle(look, tr("screens-placement-menu"));
     m_field->restyle(look, qel::String(tr(entryKeys()[m_chosen])) + " …");
-    restyleText(m_hint, tr("screens-placement-hint"), system()->getTheme()->smallMediumFont(),
-                look.faintText);
 }
 
 float PlacementPage::draw(qel::Renderer& renderer, const qel::Rect& place, float visibleHeight) {
     const float space = look().space;
     m_area = {place.x0, place.y0, place.x1, place.y0 + visibleHeight};
     const qel::Rect inner = inset(m_area, space * 2);
-    placeText(m_hint, {inner.x0, inner.y0 + 2 * look().buttonHeight, inner.x1, inner.y1});
-    renderer.draw(&m_hint);
+    drawHint(renderer, {inner.x0, inner.y0 + 2 * look().buttonHeight, inner.x1, inner.y1});
     const float size = look().buttonHeight;
     for (size_t i = 0; i < std::size(kPlaces); ++i) {
         const ButtonPlace& at = kPlaces[i];
@@ -63,7 +59,8 @@ float PlacementPage::draw(qel::Renderer& renderer, const qel::Rect& place, float
     }
     const float left = inner.x0 + inner.getWidth() * 0.3f;
     const float top = inner.y0 + inner.getHeight() * 0.7f;
-    m_field->draw(renderer, {left, top, left + 6 * size, top + size});
+    const float width = std::min(6 * size, inner.getWidth() * 0.3f);
+    m_field->draw(renderer, {left, top, left + width, top + size});
     m_menu->draw(renderer);
     m_list->draw(renderer);
     return visibleHeight;

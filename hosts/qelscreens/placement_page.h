@@ -1,16 +1,16 @@
 // PlacementPage: menus that find a free place.
 #pragma once
 
+#include "hint_page.h"
 #include "menu.h"
-#include "page.h"
 #include "widgets.h"
 
 namespace qelscreens {
 
 /// Buttons that open a menu, which RectSearch places beside them without covering another button, and a field
 /// whose list RectSearchDropdown opens below or above it.
-class PlacementPage : public Page {
-    QEL_CLASS(PlacementPage, Page)
+class PlacementPage : public HintPage {
+    QEL_CLASS(PlacementPage, HintPage)
 
 public:
     PlacementPage();
@@ -20,7 +20,6 @@ public:
     void handleTouches(qel::TouchState& touches) override;
 
 private:
-    void placeButtons(const qel::Rect& place);
     void openMenu(size_t index);
     void openList();
     void choose(size_t index);
@@ -29,7 +28,6 @@ private:
     qel::SmartPointer<Button> m_field;
     qel::SmartPointer<Menu> m_menu;
     qel::SmartPointer<Menu> m_list;
-    qel::TextActor m_hint;
     qel::Rect m_area;
     size_t m_chosen = 0;
 };

@@ -78,34 +78,28 @@ private:
     qel::TextActor m_name;
 };
 
-TouchesPage::TouchesPage() : Page("touches") {
+TouchesPage::TouchesPage() : HintPage("touches", "screens-touches-hint") {
     for (int i = 0; i < kCount; ++i) m_fields.push_back(new Field(kNameKeys[i], kColors[i]));
-    m_hint.setHorizontalAlign(qel::TextAlign::Center);
     m_label.setHorizontalAlign(qel::TextAlign::Center);
     m_label.setParser(qel::TextActor::Parser::ControlCodes);
     m_label.setShadow(true);
 }
 
 void TouchesPage::restyle(const Look& look) {
-    Page::restyle(look);
+    HintPage::restyle(look);
     for (const auto& field : m_fields) field->restyle(look);
-    const qel::Theme& theme = *system()->getTheme();
-    m_hint.setText(tr("screens-touches-hint"));
-    m_hint.setFont(theme.smallMediumFont());
-    m_hint.setColor(look.faintText);
-    m_label.setFont(theme.smallFont());
+    m_label.setFont(system()->getTheme()->smallFont());
     m_label.setColor(look.text);
 }
 
 float TouchesPage::draw(qel::Renderer& renderer, const qel::Rect& place, float visibleHeight) {
     const float space = look().space;
     qel::Rect inner = inset({place.x0, place.y0, place.x1, place.y0 + visibleHeight}, space);
-    const float hintHeight = measureText(m_hint, inner.getWidth());
+    const float hintHeight = measureHint(inner.getWidth());
     const qel::Rect fields(inner.x0, inner.y0, inner.x1, inner.y1 - hintHeight - 2 * look().buttonHeight);
     for (int i = 0; i < kCount; ++i)
         m_fields[static_cast<size_t>(i)]->draw(renderer, columnOf(fields, i, kCount, space));
-    placeText(m_hint, {inner.x0, fields.y1 + look().buttonHeight, inner.x1, inner.y1});
-    renderer.draw(&m_hint);
+    drawHint(renderer, {inner.x0, fields.y1 + look().buttonHeight, inner.x1, inner.y1});
     for (const auto& touch : system()->getTouchState()->getAllTouches())
         if ((touch->getFlags() & kShown) != 0) drawTouch(renderer, *touch, look().buttonHeight);
     return visibleHeight;

@@ -1,7 +1,7 @@
 // TouchesPage: shows each touch and who owns it.
 #pragma once
 
-#include "page.h"
+#include "hint_page.h"
 
 namespace qel {
 class TouchButton;
@@ -10,8 +10,8 @@ class TouchButton;
 namespace qelscreens {
 
 /// Two fields that claim the touches which begin in them. Other touches belong to the pages: they turn them.
-class TouchesPage : public Page {
-    QEL_CLASS(TouchesPage, Page)
+class TouchesPage : public HintPage {
+    QEL_CLASS(TouchesPage, HintPage)
 
 public:
     TouchesPage();
@@ -29,7 +29,6 @@ private:
     qel::String nameOf(const qel::Object* owner) const;
 
     qel::Vector<qel::SmartPointer<Field>> m_fields;
-    qel::TextActor m_hint;
     qel::TextActor m_label;
 };
 
