@@ -156,6 +156,7 @@ TEST_F(QelscreensDisplay, TheMouseHoversPressesAndScrolls) {
     const std::string press = hover + "press 400 300 right\nmove 300 250\n";
     const Image pressed = pictureAfter(press, {"--page", "5"});
     const Image released = pictureAfter(press + "release 300 250 right\n", {"--page", "5"});
+    const Image actors = pictureAfter("", {"--page", "2"});
     const Image scrolled = pictureAfter(hover + "wheel 400 300 -1\n", {"--page", "2"});
     open({"--page", "5"});
     act({"xdotool", "mousemove", "400", "300"});
@@ -164,7 +165,9 @@ TEST_F(QelscreensDisplay, TheMouseHoversPressesAndScrolls) {
     EXPECT_TRUE(awaitPicture(pressed));
     act({"xdotool", "mouseup", "3"});
     EXPECT_TRUE(awaitPicture(released));
-    act({"xdotool", "key", "Left", "Left", "Left", "click", "5"});
+    act({"xdotool", "key", "Left", "Left", "Left"});
+    EXPECT_TRUE(awaitPicture(actors));
+    act({"xdotool", "click", "5"});
     EXPECT_TRUE(awaitPicture(scrolled));
 }
 

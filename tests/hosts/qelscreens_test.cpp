@@ -1,5 +1,6 @@
 // The screens without a display: their pictures, and simulated input.
 #include <tests/hosts/qelscreens_fixture.h>
+#include <tests/support/picture_test.h>
 
 #include <filesystem>
 
@@ -30,6 +31,25 @@ TEST_F(QelscreensTest, WritesTheSamePicturesEachTime) {
     ASSERT_EQ(run({"--frames", "pages"}).status, 0);
     for (const std::string page : kPages)
         EXPECT_EQ(folder.read(page), folder.read("before" + page.substr(5)));
+}
+
+TEST_F(QelscreensTest, PicturesShowEveryPage) {
+    const struct {
+        const char* language;
+        const char* scale;
+    } kLooks[] = {{"en", "100"}, {"de", "200"}};
+    for (const auto& look : kLooks) {
+        const HostRun run =
+            this->run({"--frames", "pages", "--language", look.language, "--scale", look.scale});
+        ASSERT_EQ(run.status, 0) << run;
+        for (const std::string page : kPages) {
+            const Image shown = load(page);
+            Image frame(BGRA8, shown.getSize());
+            ASSERT_TRUE(frame.convertFrom(shown));
+            const std::string name = page.substr(8, page.size() - 12);
+            expectImage("tests/hosts/pictures.txt", name + "-" + look.language + "-" + look.scale, frame);
+        }
+    }
 }
 
 TEST_F(QelscreensTest, KeysTurnThePages) {

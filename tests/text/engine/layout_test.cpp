@@ -228,6 +228,13 @@ TEST_F(TextLayoutTest, PenThatMovesBackEndsLinesInLinearTime) {
     EXPECT_EQ(text->getExtentBounds().x, -8 * 99'999 - 8);
 }
 
+TEST_F(TextLayoutTest, ManyCodesAreReadAndLaidOutOnce) {
+    layOutCodes(repeated(50'000, "{tab}a{color:tomato}b{eol}").c_str());
+    EXPECT_EQ(text->getActualSize().y, 500'000);
+    EXPECT_EQ(text->getLineCount(), 50'000u);
+    EXPECT_LE(font->lookups, 4 * 100'000);
+}
+
 TEST_F(TextLayoutTest, LongLinesAndNarrowTextsAreLaidOut) {
     layOut(repeated(100'000, "a").c_str());
     EXPECT_EQ(text->getActualSize(), IVec2<int>(600'000, 10));
