@@ -206,16 +206,22 @@ TEST_P(Resize, HalfAndTwiceTheSizeFollowTheFormulas) {
     }
 }
 
-TEST_P(Resize, ChannelsShrinkAloneAtAllWidths) {
+TEST_P(Resize, ChannelsAreResizedAloneAtAllWidths) {
     constexpr FormatID kChannels[] = {UInt8, UInt8x2, UInt8x3, UInt8x4};
     for (int channels = 1; channels <= 4; ++channels) {
         const FormatID format = kChannels[channels - 1];
         for (int width = 1; width <= 67; width += 2) {
             GuardedImage source(format, {67, 23}), target(format, {width, 2});
+            GuardedImage small(format, {20, 3}), grown(format, {20 + width, 7});
             ASSERT_TRUE(target->resizeFrom(*source));
-            for (int c = 0; c < channels; ++c)
+            ASSERT_TRUE(grown->resizeFrom(*small));
+            for (int c = 0; c < channels; ++c) {
                 EXPECT_EQ(channelOf(*target, c), resizedBy(mean, channelImage(*source, c), target->getSize()))
                     << "channel " << c << " of " << channels << ", width " << width;
+                EXPECT_EQ(channelOf(*grown, c),
+                          resizedBy(bilinear, channelImage(*small, c), grown->getSize()))
+                    << "channel " << c << " of " << channels << ", grown to " << 20 + width;
+            }
             ASSERT_EQ(target.changedGuards(), 0);
         }
     }

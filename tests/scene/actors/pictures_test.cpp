@@ -44,7 +44,7 @@ SmartPointer<Sprite> makeArrow(int width, int height) {
     });
 }
 
-/// Draws cells with dark bounds next to each other.
+/// Draws cells with dark bounds next to each other, and a frame around what an actor states to display.
 class Cells {
 public:
     explicit Cells(RendererSoftware& renderer) : m_renderer(renderer) {}
@@ -53,6 +53,9 @@ public:
         RectActor background;
         m_renderer.draw(&background.setColor({0, 0, 0, 0.5f}).setBounds(bounds));
         m_renderer.draw(&actor.setBounds(bounds));
+        RectActor frame;
+        frame.setOutline(true).setOutlineSize(1).setColor({1, 1, 0, 0.4f});
+        m_renderer.draw(&frame.setBounds(actor.getDisplayRect()));
         m_x += width + 5;
         if (m_x + width > static_cast<float>(m_renderer.getRenderTargetSize().x)) m_x = 5, m_y += height + 5;
     }
@@ -91,7 +94,7 @@ TEST_F(ActorPictures, ThreeAndNineParts) {
         for (int method = 0; method < 4; ++method)
             for (const uint32 cut : {0u, 5u, 10u, 15u}) {
                 RectActor actor;
-                actor.setSprite(sprite).setFixedSize({32, 32});
+                actor.setSprite(sprite).setFixedSize({32, 24});
                 actor.setExtendMethod(static_cast<ExtendMethod>(method)).setExtendCut(cut);
                 cells.draw(actor, 78, 65);
             }

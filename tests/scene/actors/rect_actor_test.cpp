@@ -100,7 +100,7 @@ protected:
     }
 };
 
-TEST_F(RectActorPlacement, MethodsScaleThePicture) {
+TEST_F(RectActorPlacement, ScalesAsTheLastCallStates) {
     expectPlacements({
         {"stretched to whole pixels",
          [](RectActor& a) {
@@ -112,20 +112,11 @@ TEST_F(RectActorPlacement, MethodsScaleThePicture) {
              a.setBounds({0.5f, 0.25f, 10.25f, 10.75f}).setPixelExact(false);
          },
          {0.5f, 0.25f, 10.25f, 10.75f}},
-        {"inside", [](RectActor& a) { a.setScaleMethod(ScaleMethod::FitInside); }, {10, 35, 110, 85}},
-        {"inside, limited by the height",
-         [](RectActor& a) {
-             a.setScaleMethod(ScaleMethod::FitInside).setBounds({10, 20, 210, 60});
-         },
-         {70, 20, 150, 60}},
-        {"cover", [](RectActor& a) { a.setScaleMethod(ScaleMethod::Cover); }, {-20, 20, 140, 100}},
         {"cover, limited by the width",
          [](RectActor& a) {
              a.setScaleMethod(ScaleMethod::Cover).setBounds({0, 0, 200, 40});
          },
          {0, -30, 200, 70}},
-        {"width", [](RectActor& a) { a.setFixedWidth(60); }, {30, 45, 90, 75}},
-        {"height", [](RectActor& a) { a.setFixedHeight(30); }, {30, 45, 90, 75}},
         {"the last call decides",
          [](RectActor& a) { a.setFixedWidth(60).setFixedHeight(40); },
          {20, 40, 100, 80}},
@@ -137,31 +128,6 @@ TEST_F(RectActorPlacement, MethodsScaleThePicture) {
         {"an unknown method stretches",
          [](RectActor& a) { a.setScaleMethod(static_cast<ScaleMethod>(9)); },
          {10, 20, 110, 100}},
-    });
-}
-
-TEST_F(RectActorPlacement, AlignmentsPlaceThePicture) {
-    const auto align = [](Align horizontal, Align vertical) {
-        return [=](RectActor& a) {
-            a.setFixedSize({40, 20}).setHorizontalAlign(horizontal).setVerticalAlign(vertical);
-        };
-    };
-    const auto variable = [](float x, bool xFromEnd, float y, bool yFromEnd) {
-        return [=](RectActor& a) {
-            a.setFixedSize({40, 20})
-                .setHorizontalVariableAlign(x, xFromEnd)
-                .setVerticalVariableAlign(y, yFromEnd);
-        };
-    };
-    expectPlacements({
-        {"centre", align(Align::Center, Align::Center), {40, 50, 80, 70}},
-        {"end", align(Align::End, Align::End), {70, 80, 110, 100}},
-        {"start", align(Align::Start, Align::Start), {10, 20, 50, 40}},
-        {"any other value is the start",
-         align(static_cast<Align>(3), static_cast<Align>(-7)),
-         {10, 20, 50, 40}},
-        {"variable", variable(0.25f, false, 0.5f, true), {25, 50, 65, 70}},
-        {"variable from the end", variable(0.25f, true, 0, true), {55, 80, 95, 100}},
     });
 }
 
