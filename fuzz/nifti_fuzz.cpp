@@ -60,6 +60,7 @@ public:
 
     std::string write(const char* name, std::string_view content) const {
         std::string path = m_path + '/' + name;
+        std::filesystem::remove(path); // some file systems wait for the disk when a file is emptied
         std::ofstream(path, std::ios::binary) << content;
         return path;
     }

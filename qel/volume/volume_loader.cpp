@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <limits>
 #include <new>
 #include <optional>
 
@@ -160,14 +161,26 @@ bool VolumeLoader::setSizes(const String& value) {
 
 bool VolumeLoader::loadFromVoxels(FormatID format, const IVec3<int>& size, const Float3x3& directions,
                                   const IVec3<float>& origin, const Buffer& voxels) {
+    internal::MemoryVoxelSource source(voxels.getConstByteSpan());
+    return loadAny(format, size, directions, origin, source, voxels.getSize());
+}
+
+bool VolumeLoader::loadFromReader(FormatID format, const IVec3<int>& size, const Float3x3& directions,
+                                  const IVec3<float>& origin, const ReadVoxels& read) {
+    internal::FunctionVoxelSource source(read);
+    return loadAny(format, size, directions, origin, source, std::numeric_limits<uint64>::max());
+}
+
+/// Loads voxels of a source that has @p bytes.
+bool VolumeLoader::loadAny(FormatID format, const IVec3<int>& size, const Float3x3& directions,
+                           const IVec3<float>& origin, internal::VoxelSource& source, uint64 bytes) {
     const internal::VoxelType* const type = internal::findVoxelType(format);
     const std::optional<uint64> count = countVoxels(size);
-    if (type == nullptr || !count || *count > voxels.getSize() / type->bytes) return false;
+    if (type == nullptr || !count || *count > bytes / type->bytes) return false;
     m_spaceDirections = directions;
     m_origin = origin;
     m_size = size;
     m_sourceFormat = format;
-    internal::MemoryVoxelSource source(voxels.getConstByteSpan());
     return load(type, source, *count);
 }
 
@@ -178,13 +191,13 @@ bool VolumeLoader::load(const internal::VoxelType* type, internal::VoxelSource& 
     try {
         internal::VoxelTransfer transfer(stored, source, size, m_progress);
         const internal::VoxelScale scale(transfer.measure());
-        if (transfer.isEnded()) return false;
+        if (transfer.isEnded() || source.hasFailed()) return false;
         if (type != nullptr) m_scaleBias = scale.toFloat();
         const SmartPointer<VolumeTexture> texture = createTexture();
         if (!texture) return false;
         texture->initialize(m_targetFormat, size);
         transfer.upload(*texture, scale);
-        if (transfer.isEnded()) return false;
+        if (transfer.isEnded() || source.hasFailed()) return false;
         m_scalarTexture = texture;
         return true;
     } catch (const std::bad_alloc&) {

@@ -38,6 +38,9 @@ public:
     /// Receives the finished share of a load, 0 to 1, after each piece. @return false to end the load.
     using Progress = std::function<bool(float share)>;
 
+    /// Copies @p size bytes of voxels, from @p offset on, to @p out. @return false to end the load.
+    using ReadVoxels = std::function<bool(uint64 offset, void* out, size_t size)>;
+
     /// The most bytes of a file that may be missing.
     static constexpr uint64 kMaxMissingBytes = 64 << 20;
 
@@ -62,6 +65,11 @@ public:
     /// no texture can be created; nothing has changed then, except in the last case.
     bool loadFromVoxels(FormatID format, const IVec3<int>& size, const Float3x3& directions,
                         const IVec3<float>& origin, const Buffer& voxels);
+    /// Loads voxels as loadFromVoxels() does, but reads them twice in pieces, so that they need not be in
+    /// memory. @return false also if @p read returned false; the texture is then unchanged.
+    /// @threads @p read is called by all workers, several at once.
+    bool loadFromReader(FormatID format, const IVec3<int>& size, const Float3x3& directions,
+                        const IVec3<float>& origin, const ReadVoxels& read);
     /// Sets a function that loads call from now on; an empty one removes it. A load that it ends returns
     /// false, and the texture is unchanged. @threads it is called by all workers, several at once.
     void setProgress(Progress progress) { m_progress = std::move(progress); }
@@ -87,6 +95,8 @@ private:
     void readProperty(const String& line);
     bool setProperty(int id, const String& value);
     bool setSizes(const String& value);
+    bool loadAny(FormatID format, const IVec3<int>& size, const Float3x3& directions,
+                 const IVec3<float>& origin, internal::VoxelSource& source, uint64 bytes);
     bool load(const internal::VoxelType* type, internal::VoxelSource& source, uint64 voxels);
     SmartPointer<VolumeTexture> createTexture();
 

@@ -11,6 +11,14 @@ const uint8* MemoryVoxelSource::read(uint64 offset, size_t, uint8*) {
     return m_bytes.data + offset;
 }
 
+const uint8* FunctionVoxelSource::read(uint64 offset, size_t size, uint8* room) {
+    if (m_hasFailed || !m_read(offset, room, size)) {
+        m_hasFailed = true;
+        std::memset(room, 0, size);
+    }
+    return room;
+}
+
 const uint8* FileVoxelSource::read(uint64 offset, size_t size, uint8* room) {
     const uint64 left = offset < m_size ? m_size - offset : 0;
     const size_t done = readFile(offset, static_cast<size_t>(std::min<uint64>(left, size)), room);

@@ -7,6 +7,9 @@
 #include <qel/foundation/base/types.h>
 #include <qel/platform/file_system.h>
 
+#include <atomic>
+#include <functional>
+
 namespace qel::internal {
 
 /// The bytes of all voxels, which may be read in any order. @threads any number.
@@ -18,6 +21,8 @@ public:
     virtual ~VoxelSource();
     /// Returns @p size bytes from @p offset on, which may have been copied to @p room.
     virtual const uint8* read(uint64 offset, size_t size, uint8* room) = 0;
+    /// Returns true if bytes could not be read and the load must fail.
+    virtual bool hasFailed() const { return false; }
 };
 
 /// Bytes in memory.
@@ -29,6 +34,23 @@ public:
 
 private:
     ConstByteSpan m_bytes;
+};
+
+/// Bytes that a function copies.
+class FunctionVoxelSource final : public VoxelSource {
+public:
+    /// Copies bytes from an offset to an address. @return false on failure.
+    using Read = std::function<bool(uint64 offset, void* out, size_t size)>;
+
+    /// @owner @p read must outlive this object.
+    explicit FunctionVoxelSource(const Read& read) : m_read(read) {}
+    /// Bytes that cannot be read are 0.
+    const uint8* read(uint64 offset, size_t size, uint8* room) override;
+    bool hasFailed() const override { return m_hasFailed; }
+
+private:
+    const Read& m_read;
+    std::atomic<bool> m_hasFailed{false};
 };
 
 /// Bytes of a file, followed by zeros without end.

@@ -434,5 +434,24 @@ TEST_F(VolumeLoaderTest, ReportsProgressAndCanBeEnded) {
     EXPECT_TRUE(loadRow(Int16, values));
 }
 
+TEST_F(VolumeLoaderTest, ReadsVoxelsThroughAFunction) {
+    const std::string bytes = bytesOf(std::vector<float>{1, 2, 3, 5, 4, 3});
+    const auto read = [&](uint64 offset, void* out, size_t size) {
+        std::memcpy(out, bytes.data() + offset, size);
+        return true;
+    };
+    ASSERT_TRUE(loader.loadFromReader(Flt32, {1, 2, 3}, {}, {}, read));
+    EXPECT_EQ(volume().voxels, (std::vector<uint16>{0, 1, 2, 4, 3, 2}));
+    const SmartPointer<VolumeTexture> before = loader.getScalarTexture();
+    for (const int failing : {1, 2}) { // the pass for the range, then that for the values
+        int calls = 0;
+        EXPECT_FALSE(loader.loadFromReader(Flt32, {1, 2, 3}, {}, {}, [&](uint64 offset, void* out, size_t n) {
+            return ++calls < failing && read(offset, out, n);
+        })) << failing;
+        EXPECT_EQ(loader.getScalarTexture(), before) << failing;
+    }
+    EXPECT_FALSE(loader.loadFromReader(RGBA8, {1, 1, 1}, {}, {}, read));
+}
+
 } // namespace
 } // namespace qel

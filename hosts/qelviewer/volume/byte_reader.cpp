@@ -62,6 +62,15 @@ size_t FileReader::read(qel::uint8* out, size_t size) {
     return done;
 }
 
+bool FileReader::readAt(qel::uint64 position, qel::uint8* out, size_t size) const {
+    for (size_t done = 0; done < size;) {
+        size_t count = 0;
+        if (m_file.readAt(position + done, out + done, size - done, count) || count == 0) return false;
+        done += count;
+    }
+    return true;
+}
+
 void FileReader::seek(qel::uint64 position) {
     m_position = std::min(position, m_size);
 }

@@ -49,6 +49,9 @@ public:
     size_t read(qel::uint8* out, size_t size) override;
     qel::uint64 mostBytes() const override { return m_size - m_position; }
 
+    /// Reads @p size bytes at @p position, independently of read(). @return false if they do not exist or
+    /// cannot be read. @threads any number.
+    bool readAt(qel::uint64 position, qel::uint8* out, size_t size) const;
     /// Continues at @p position, or at the end of the file if that is before it.
     void seek(qel::uint64 position);
     /// Returns the size of the file, as it was when it was opened.

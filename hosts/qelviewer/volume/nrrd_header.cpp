@@ -64,8 +64,6 @@ private:
     VolumeHeader& m_header;
     VoxelLayout& m_layout;
     std::map<std::string, std::string> m_fields;
-    /// False if the file has something that the loader reads in another way.
-    bool m_isForLoader = true;
 };
 
 std::string NrrdReader::read(std::string_view start) {
@@ -74,7 +72,6 @@ std::string NrrdReader::read(std::string_view start) {
     if (problem.empty()) problem = readEncoding();
     if (problem.empty()) problem = readPlace();
     if (problem.empty()) problem = readOrientation();
-    m_layout.isForLoader = m_isForLoader;
     return problem;
 }
 
@@ -88,10 +85,7 @@ std::string NrrdReader::readLines(std::string_view start) {
         if (lines == kMostLines) return "its header has more than 10,000 lines";
         std::string_view line = start.substr(position, end - position);
         position = end == std::string_view::npos ? start.size() : end + 1;
-        if (line.ends_with('\r')) {
-            line.remove_suffix(1);
-            m_isForLoader = false;
-        }
+        if (line.ends_with('\r')) line.remove_suffix(1);
         if (line.empty()) break;
         const std::string problem = lines > 0 ? readLine(line) : std::string();
         if (!problem.empty()) return problem;
@@ -111,12 +105,7 @@ std::string NrrdReader::readLine(std::string_view line) {
     if (isPair) value.remove_prefix(1);
     m_header.lines.emplace_back(displayText(key), displayText(value));
     if (isPair) return {};
-    const std::string name = canonicalKey(key);
-    m_fields[name] = trimmed(value);
-    // The loader is stricter about spaces, and knows lower case and the one name of a type only.
-    if (name == "type" || name == "dimension" || name == "sizes" || name.starts_with("space "))
-        m_isForLoader = m_isForLoader && key == name && value == ' ' + m_fields[name] &&
-                        value.find_first_of("\t#") == std::string_view::npos;
+    m_fields[canonicalKey(key)] = trimmed(value);
     return {};
 }
 
@@ -125,7 +114,6 @@ std::string NrrdReader::readShape() {
     if (m_layout.format == nullptr)
         return "its voxels are of a type that is not supported: " + displayText(field("type"));
     m_header.voxelType = m_layout.format->name;
-    if (field("type") != "short") m_isForLoader = false;
     if (has("dimension") && field("dimension") != "3") return "it does not have 3 dimensions";
     const std::string sizes = field("sizes");
     const auto numbers = words(sizes);
@@ -147,7 +135,6 @@ std::string NrrdReader::readEncoding() {
     const std::string endian = lowerCase(field("endian"));
     if (!endian.empty() && endian != "little" && endian != "big") return "its byte order cannot be read";
     m_layout.isBigEndian = endian == "big";
-    if (m_layout.isGzip || m_layout.isBigEndian) m_isForLoader = false;
     return {};
 }
 
@@ -156,10 +143,8 @@ std::string NrrdReader::readPlace() {
     if (has("data file")) {
         m_layout.dataFile = field("data file");
         m_layout.begin = 0;
-        m_isForLoader = false;
     }
     if (!has("byte skip")) return {};
-    m_isForLoader = false;
     const auto skip = wholeNumber(field("byte skip"));
     if (!skip || *skip < -1 || (*skip == -1 && m_layout.isGzip)) return "its byte skip cannot be read";
     m_layout.isAtEnd = *skip == -1;

@@ -23,7 +23,6 @@ struct VoxelLayout {
     bool isAtEnd = false;                ///< the voxels are the last bytes of the file
     double slope = 1;                    ///< the value of a voxel is number * slope + intercept
     double intercept = 0;                ///< added to the scaled number
-    bool isForLoader = false;            ///< VolumeLoader::loadFromNRRD understands the file
 };
 
 /// Returns the bytes of all voxels; nothing if 64 bits cannot hold them.
