@@ -3,6 +3,7 @@
 #include <hosts/qelviewer/volume/volume_file.h>
 
 #include <tests/hosts/qelviewer_files.h>
+#include <tests/support/failing_files.h>
 #include <tests/support/log_capture.h>
 #include <tests/support/scratch_folder.h>
 #include <tests/support/source_dir.h>
@@ -477,6 +478,25 @@ TEST_F(VolumeFileTest, ReportsFilesThatCannotBeOpened) {
               folder.path("none") + ": No such file or directory");
     EXPECT_EQ(loadVolume(folder.path(), *loader, header, progress), folder.path() + ": it is not a file");
     EXPECT_EQ(loadVolume("/dev/zero", *loader, header, progress), "/dev/zero: it is not a file");
+}
+
+TEST_F(VolumeFileTest, ReportsReadsThatFailAtAnyTime) {
+    const std::string raw = nrrd("float") + "\n" + voxelBytes<float>(kOneToEight);
+    for (const std::string& content :
+         {raw, nrrd("float", "encoding: gzip\n") + "\n" + gzip(voxelBytes<float>(kOneToEight))}) {
+        const std::string path = folder.write("volume", content);
+        int failures = 0;
+        for (bool hasFailed = true; hasFailed; ++failures) {
+            qel::test::FailingFiles faults(failures, std::errc::io_error,
+                                           qel::test::FailingFiles::Duration::Once,
+                                           platform::Operation::Read);
+            const std::string problem = loadVolume(path, *loader, header, progress);
+            hasFailed = faults.hasFailed();
+            EXPECT_EQ(problem.empty(), !hasFailed) << "read " << failures << ": " << problem;
+        }
+        EXPECT_GE(failures, 3);
+        EXPECT_EQ(values(), kOneToEight);
+    }
 }
 
 TEST_F(VolumeFileTest, CanBeCancelled) {

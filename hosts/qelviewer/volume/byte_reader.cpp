@@ -49,6 +49,7 @@ FileReader::FileReader(const std::string& path, qel::platform::Links links) {
 }
 
 size_t FileReader::read(qel::uint8* out, size_t size) {
+    size = static_cast<size_t>(std::min<qel::uint64>(size, mostBytes()));
     size_t done = 0;
     while (done < size && problem().empty()) {
         size_t count = 0;
@@ -57,7 +58,6 @@ size_t FileReader::read(qel::uint8* out, size_t size) {
         if (error || count == 0) break;
         done += count;
         m_position += count;
-        m_size = std::max(m_size, m_position); // it may grow meanwhile
     }
     return done;
 }
