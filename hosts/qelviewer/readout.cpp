@@ -4,6 +4,7 @@
 
 #include <qel/foundation/base/object.h>
 
+#include <algorithm>
 #include <cmath>
 #include <filesystem>
 
@@ -16,6 +17,15 @@ using qel::Object;
 constexpr const char* kSides[3][2] = {{"L", "R"}, {"P", "A"}, {"S", "I"}};
 constexpr const char* kAxes[3] = {"x", "y", "z"};
 constexpr const char* kPlaneKeys[] = {"viewer-plane-axial", "viewer-plane-coronal", "viewer-plane-sagittal"};
+
+constexpr size_t kMostRows = 64;   // of the lines in a file
+constexpr size_t kMostBytes = 200; // of a text from a file
+
+/// Returns a text from a file in a form that can be shown.
+std::string shownText(const std::string& text) {
+    const std::string beginning = text.substr(0, kMostBytes);
+    return qel::String(beginning).utf8_fix() + (text.size() > kMostBytes ? "…" : "");
+}
 
 std::string sizeText(const qel::IVec3<int>& size) {
     return std::to_string(size.x) + " × " + std::to_string(size.y) + " × " + std::to_string(size.z);
@@ -53,7 +63,7 @@ std::string voxelText(const Study& study, const qel::IVec3<double>& voxel) {
 std::vector<std::pair<std::string, std::string>> headerRows(const Study& study) {
     const VolumeHeader& header = study.header;
     std::vector<std::pair<std::string, std::string>> rows{
-        {Object::tr("viewer-header-file"), std::filesystem::path(header.path).filename().string()},
+        {Object::tr("viewer-header-file"), shownText(std::filesystem::path(header.path).filename().string())},
         {Object::tr("viewer-header-format"), header.format},
         {Object::tr("viewer-header-size"), sizeText(header.size)},
         {Object::tr("viewer-header-spacing"), spacingText(header.orientation)},
@@ -62,7 +72,8 @@ std::vector<std::pair<std::string, std::string>> headerRows(const Study& study) 
          formatShort(study.histogram.smallest, 3) + " … " + formatShort(study.histogram.largest, 3)},
         {Object::tr("viewer-header-patient"),
          Object::tr(header.orientation.isPatient ? "viewer-known" : "viewer-unknown")}};
-    for (const auto& [name, value] : header.lines) rows.emplace_back(name, value);
+    for (size_t i = 0; i < std::min(header.lines.size(), kMostRows); ++i)
+        rows.emplace_back(shownText(header.lines[i].first), shownText(header.lines[i].second));
     return rows;
 }
 

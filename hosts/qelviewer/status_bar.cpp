@@ -2,6 +2,7 @@
 
 #include <hosts/widgets/card.h>
 
+#include <qel/foundation/base/string.h>
 #include <qel/render/renderer.h>
 
 #include <cmath>
@@ -20,7 +21,7 @@ void StatusBar::restyle(const qelwidgets::Look& look) {
 }
 
 void StatusBar::setMessage(const std::string& message, bool isError) {
-    m_message = message;
+    m_message = qel::String(message).utf8_fix(); // it may name a file
     m_isError = isError;
 }
 

@@ -1,5 +1,6 @@
 // The viewer without a display: its pictures, and simulated input.
 #include <tests/hosts/qelviewer_fixture.h>
+#include <tests/support/document_picture.h>
 
 #include <filesystem>
 
@@ -22,6 +23,23 @@ TEST_F(QelviewerTest, WritesTheSamePictureEachTime) {
     const std::string first = folder.read("a.png");
     ASSERT_EQ(show("octant.nrrd").status, 0);
     EXPECT_EQ(folder.read("a.png"), first);
+}
+
+TEST_F(QelviewerTest, PicturesOfTheDocumentationAreCurrent) {
+    const std::vector<std::string> sample{"--sample", "sample/head.nrrd", "--size", "1280x860"};
+    std::vector<std::string> pages = sample;
+    pages.insert(pages.end(), {"--frames", "pages"});
+    ASSERT_EQ(run(pages).status, 0);
+    std::vector<std::string> large = sample;
+    large.insert(large.end(), {"--size", "1800x1200", "--scale", "200", "--language", "de", "--screenshot",
+                               "pages/all-200-de.png"});
+    ASSERT_EQ(run(large).status, 0);
+    for (const std::string name : {"all", "slices", "volume", "all-200-de"}) {
+        const Image picture = load("pages/" + name + ".png");
+        Image colors(BGRA8, picture.getSize());
+        ASSERT_TRUE(colors.convertFrom(picture)) << name;
+        expectDocumentPicture("viewer/" + name, colors);
+    }
 }
 
 TEST_F(QelviewerTest, SlicesLieAsInRadiology) {

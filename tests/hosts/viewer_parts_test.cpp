@@ -140,6 +140,15 @@ TEST_F(ViewerPartsTest, TextsStateValueAndPosition) {
     EXPECT_EQ(positionText(study->header.orientation, {-1, 1, 1}), "x -1.0  y 2.0  z 3.0 mm");
 }
 
+TEST_F(ViewerPartsTest, TextsOfFilesAreShortAndValid) {
+    study->header.path = "/folder/bad\xff.nrrd";
+    study->header.lines.assign(1000, {"name", std::string(1 << 16, 'x')});
+    const auto rows = headerRows(*study);
+    EXPECT_LT(rows.size(), 100u);
+    EXPECT_EQ(rows[0].second, qel::String("bad\xff.nrrd").utf8_fix());
+    for (const auto& [name, value] : rows) EXPECT_LT(value.size(), 300u) << name;
+}
+
 TEST_F(ViewerPartsTest, NumbersAreShort) {
     const std::tuple<double, int, const char*> cases[] = {
         {1.5, 1, "1.5"}, {-0.01, 1, "0"}, {2, 3, "2"}, {0.126, 2, "0.13"}, {10, 0, "10"}, {0.9, 3, "0.9"}};
