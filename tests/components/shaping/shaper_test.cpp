@@ -7,6 +7,7 @@
 
 #include <gmock/gmock.h>
 
+#include <cmath>
 #include <numeric>
 #include <set>
 #include <string>
@@ -83,7 +84,17 @@ TEST_F(ShaperTest, LatinLettersAreKerned) {
     EXPECT_EQ(font->getKerning('A', 'V'), 0) << "the file has no other table";
     const ShapedRun run = shape(*font, U"ab");
     EXPECT_THAT(indicesOf(run), ElementsAre(0, 0)) << "usual glyphs are drawn once";
-    EXPECT_NEAR(run.advances[0], font->getCharacter('a')->xAdvance, 1);
+    EXPECT_EQ(run.advances[0], font->getCharacter('a')->xAdvance) << "whole pixels, as without a shaper";
+}
+
+TEST_F(ShaperTest, GlyphsOfHebrewBeginAtTheirLeftEdges) {
+    const auto font = loadShaped("font-noto-hebrew.ttf", 25);
+    const ShapedRun run = shape(*font, U"שלום", true);
+    ASSERT_EQ(run.glyphs.size(), 4u);
+    for (size_t i = 0; i < 4; ++i) {
+        EXPECT_EQ(run.advances[i], std::round(run.advances[i])) << i;
+        EXPECT_NEAR(run.glyphs[i].x, -run.advances[i], 0.5) << i;
+    }
 }
 
 // --- fonts ----------------------------------------------------------------------------------------------

@@ -44,6 +44,10 @@ uint32 FaceShaper::glyphOf(uint32 codePoint) const {
     return hb_font_get_nominal_glyph(m_font.get(), codePoint, &glyph) != 0 ? glyph : 0;
 }
 
+float FaceShaper::advanceOf(uint32 glyph) const {
+    return m_font ? pixels(hb_font_get_glyph_h_advance(m_font.get(), glyph)) : 0;
+}
+
 bool FaceShaper::shape(const ShapingRun& run, const Segment& segment, ShapedRun& answer) {
     m_workLimit.begin();
     const bool isFilled = fillBuffer(run, segment);

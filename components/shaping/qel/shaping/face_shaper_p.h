@@ -33,6 +33,8 @@ public:
     bool isUsable() const { return m_font && !m_isRefused; }
     /// Returns the number of the glyph for a character; 0 if the file lacks it or is not usable.
     uint32 glyphOf(uint32 codePoint) const;
+    /// Returns the advance of a glyph in pixels, without kerning.
+    float advanceOf(uint32 glyph) const;
     /// Shapes a segment of a run. Numbers of glyphs are those in the file.
     /// @param answer  receives the advances and glyphs of the segment.
     /// @return false if the file needs too much work; nothing is stored, and it is not usable from then on.

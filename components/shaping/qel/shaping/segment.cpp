@@ -35,6 +35,24 @@ hb_script_t scriptOf(uint32 codePoint) {
 
 } // namespace
 
+bool hasSeparateLetters(hb_script_t script) {
+    switch (script) {
+    case HB_SCRIPT_LATIN:
+    case HB_SCRIPT_GREEK:
+    case HB_SCRIPT_CYRILLIC:
+    case HB_SCRIPT_HEBREW:
+    case HB_SCRIPT_ARMENIAN:
+    case HB_SCRIPT_GEORGIAN:
+    case HB_SCRIPT_HAN:
+    case HB_SCRIPT_HIRAGANA:
+    case HB_SCRIPT_KATAKANA:
+    case HB_SCRIPT_HANGUL:
+        return true;
+    default:
+        return isNeutral(script);
+    }
+}
+
 uint32 SegmentReader::firstFaceWith(uint32 codePoint) const {
     uint32 face = 0;
     while (face < m_faceCount && !m_hasGlyph(face, codePoint)) ++face;

@@ -19,6 +19,9 @@ struct Segment {
     hb_script_t script = HB_SCRIPT_COMMON;
 };
 
+/// Returns true for scripts whose letters do not touch each other.
+bool hasSeparateLetters(hb_script_t script);
+
 /// Divides a run into segments. A segment has at most 128 characters, and ends at a space if it is long, so
 /// that the work for one segment is limited.
 class SegmentReader {

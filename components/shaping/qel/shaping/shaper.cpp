@@ -4,6 +4,7 @@
 #include <qel/shaping/face_shaper_p.h>
 
 #include <algorithm>
+#include <cmath>
 #include <memory>
 
 namespace qel {
@@ -46,20 +47,48 @@ private:
         const std::size_t firstGlyph = answer.glyphs.size();
         const bool hasFace = segment.face < m_faces.size() && m_faces[segment.face]->isUsable();
         if (hasFace && m_faces[segment.face]->shape(run, segment, answer))
-            return numberGlyphs(run, segment.face, std::span(answer.glyphs).subspan(firstGlyph));
+            return finishSegment(run, segment, answer, std::span(answer.glyphs).subspan(firstGlyph));
         if (hasFace)
             logging::warning() << "Shaping a text takes too much work with the font: "
                                << fontOf(segment.face).getResourceName();
         takeUsualGlyphs(run, segment, answer);
     }
-    /// Turns numbers of glyphs in a file into those of the font. The usual glyphs of the font's own
-    /// characters are drawn only once, even if other texts are not shaped.
-    void numberGlyphs(const ShapingRun& run, uint32 face, std::span<ShapedGlyph> glyphs) const {
-        for (ShapedGlyph& glyph : glyphs) {
-            const bool isUsual =
-                face == 0 && glyph.index == m_faces[0]->glyphOf(run.codePoints[glyph.character]);
-            glyph.index = isUsual ? 0 : face * TrueTypeFont::kFallbackGlyph + glyph.index;
+    /// Turns the numbers of glyphs in a file into those of the font.
+    void finishSegment(const ShapingRun& run, const Segment& segment, ShapedRun& answer,
+                       std::span<ShapedGlyph> glyphs) {
+        if (internal::hasSeparateLetters(segment.script))
+            for (std::size_t first = 0, end = 0; first < glyphs.size(); first = end) {
+                while (end < glyphs.size() && glyphs[end].character == glyphs[first].character) ++end;
+                takeDrawnAdvance(run, segment.face, answer, glyphs.subspan(first, end - first));
+            }
+        for (ShapedGlyph& glyph : glyphs) glyph.index = numberOf(run, segment.face, glyph);
+    }
+    /// Returns the number of a glyph of a file for the font. The usual glyphs of the font's own characters
+    /// are drawn only once, even if other texts are not shaped.
+    uint32 numberOf(const ShapingRun& run, uint32 face, const ShapedGlyph& glyph) const {
+        const bool isUsual = face == 0 && glyph.index == m_faces[0]->glyphOf(run.codePoints[glyph.character]);
+        return isUsual ? 0 : face * TrueTypeFont::kFallbackGlyph + glyph.index;
+    }
+    /// Replaces the exact advance of a cluster by that of its glyphs as they are drawn, which is in whole
+    /// pixels, and rounds the kerning: small letters are spaced evenly then.
+    void takeDrawnAdvance(const ShapingRun& run, uint32 face, ShapedRun& answer,
+                          std::span<ShapedGlyph> cluster) {
+        const uint32 character = cluster.front().character;
+        const float exact = answer.advances[character];
+        float kerning = exact;
+        float drawn = 0;
+        for (const ShapedGlyph& glyph : cluster) {
+            const uint32 number = numberOf(run, face, glyph);
+            const Font::Character* const picture =
+                number != 0 ? m_font.getGlyph(number) : m_font.getCharacter(run.codePoints[character]);
+            if (picture == nullptr) return;
+            drawn += picture->xAdvance;
+            kerning -= m_faces[face]->advanceOf(glyph.index);
         }
+        const float advance = drawn + std::round(kerning);
+        answer.advances[character] = advance;
+        if (!run.isRightToLeft) return;
+        for (ShapedGlyph& glyph : cluster) glyph.x += exact - advance; // the left edge has moved
     }
     void takeUsualGlyphs(const ShapingRun& run, const Segment& segment, ShapedRun& answer) {
         for (std::size_t i = segment.first; i < segment.first + segment.count; ++i) {
