@@ -1,7 +1,5 @@
 #include "graphs_page.h"
 
-#include "sample_sprites.h"
-
 #include <qel/render/renderer.h>
 #include <qel/scene/graphs/bubble_actor.h>
 #include <qel/scene/graphs/bubble_actor_v2.h>
@@ -85,7 +83,7 @@ class BubblesCard : public Card {
     QEL_CLASS(BubblesCard, Card)
 
 public:
-    BubblesCard() : Card("screens-bubbles-title") { m_box.getBackground()->setSprite(frameSprite()); }
+    BubblesCard() : Card("screens-bubbles-title") {}
 
 protected:
     void restyleContent() override {

@@ -3,7 +3,9 @@
 #include "graph_fixture.h"
 
 #include <tests/support/picture_test.h>
+#include <tests/support/source_dir.h>
 
+#include <qel/plugins/resource_locator.h>
 #include <qel/render/renderer_software.h>
 #include <qel/scene/graphs/bubble_actor.h>
 #include <qel/scene/graphs/bubble_actor_v2.h>
@@ -57,17 +59,12 @@ TEST_F(GraphPictures, Graph) {
 }
 
 TEST_F(GraphPictures, Bubbles) {
-    const SmartPointer<Sprite> border = Sprite::createInternal(L8, {16, 16});
-    for (int i = 0; i < 256; ++i) {
-        const bool isEdge = i % 16 == 0 || i % 16 == 15 || i / 16 == 0 || i / 16 == 15;
-        border->getData()[i] = isEdge ? 255 : 60;
-    }
+    system().getResourceLocator()->addResourceDirectory(test::sourceDir() + "/resources"); // the border
     expectFrame("bubbles", {400, 200}, [&](RendererSoftware& r) {
         BubbleActor bubble;
         bubble.getTextActor().setText("A bubble").setColor({1, 1, 0.7f, 1});
         r.draw(&bubble.setPosition({110, 190}).setColor({0.2f, 0.4f, 0.6f, 1}));
         BubbleActorV2 second;
-        second.getBackground()->setSprite(border);
         second.getTextActor()->setText("A longer text that is wrapped to the width of its box");
         r.draw(&second.setTextBox({240, 20, 390, 180}));
     });
