@@ -1,6 +1,7 @@
 #include <hosts/widgets/fallback_fonts.h>
 
 #include <qel/plugins/resource_locator.h>
+#include <qel/shaping/shaper.h>
 #include <qel/style/theme.h>
 #include <qel/system/core/system.h>
 #include <qel/text/fonts/true_type_font.h>
@@ -36,6 +37,7 @@ void setFallbackFonts(qel::Font* font) {
             fallbacks.push_back(system.getTrueTypeFont(fallback.name, static_cast<int>(size)));
     }
     outlines->setFallbackFonts(fallbacks);
+    if (!outlines->delegateShapeRun) qel::connectShaper(*outlines);
 }
 
 } // namespace

@@ -6,7 +6,8 @@ namespace qelwidgets {
 /// Makes the system's font for Chinese, Japanese and Korean a resource if it is installed.
 void addSystemFonts();
 
-/// Lets all fonts of the theme ask those of other scripts for the glyphs that they lack.
+/// Lets all fonts of the theme ask those of other scripts for the glyphs that they lack, and
+/// lets them join their letters.
 void setFallbackFonts();
 
 } // namespace qelwidgets
