@@ -418,7 +418,7 @@ public:
     std::atomic<bool> isHasty{false};
 };
 
-TEST_F(RefinementTest, RowsAfterTheBudgetAreCopied) {
+TEST_F(RefinementTest, RowsAfterTheBudgetAreInterpolated) {
     HastyClock hasty;
     gate.close();
     const Bytes whole = draw();

@@ -49,16 +49,19 @@ OcclusionGrid::Key OcclusionGrid::keyOf(const VolumeDraw& draw) {
     return {draw.texture->getRevision(), draw.colors, draw.usesMeans, draw.scale, draw.bias, draw.model};
 }
 
-OcclusionGrid::OcclusionGrid(const VolumeDraw& draw) : m_key(keyOf(draw)) {
+OcclusionGrid::OcclusionGrid(const VolumeDraw& draw, const std::function<bool()>& isStopped)
+    : m_key(keyOf(draw)) {
     for (int axis = 0; axis < 3; ++axis) m_size[axis] = (draw.size[axis] - 1) / kCell + 1;
     const size_t cells = index(0, 0, m_size.z);
     Vector<float> opacity(cells), light(cells);
     runPieces(static_cast<unsigned>(m_size.z), [&](unsigned z) {
+        if (isStopped && isStopped()) return;
         for (int y = 0; y < m_size.y; ++y)
             for (int x = 0; x < m_size.x; ++x)
                 opacity[index(x, y, static_cast<int>(z))] = meanOpacity(draw, x, y, static_cast<int>(z));
     });
     for (const auto& d : kDirections) {
+        if (isStopped && isStopped()) return;
         const IVec3<double> step = draw.model.transform3x3({static_cast<double>(kCell * d[0]) / draw.size.x,
                                                             static_cast<double>(kCell * d[1]) / draw.size.y,
                                                             static_cast<double>(kCell * d[2]) / draw.size.z});

@@ -4,6 +4,7 @@
 #include <qel/foundation/base/containers.h>
 #include <qel/software3d/volume_draw_p.h>
 
+#include <functional>
 #include <memory>
 
 namespace qel::internal {
@@ -16,7 +17,8 @@ float lightAt(const VolumeDraw& draw, const IVec3<float>& place);
 class OcclusionGrid {
 public:
     /// Computes the grid on all processors.
-    explicit OcclusionGrid(const VolumeDraw& draw);
+    /// @param isStopped  may be empty; once it returns true, the rest of the grid is left out.
+    explicit OcclusionGrid(const VolumeDraw& draw, const std::function<bool()>& isStopped = {});
     /// Returns true if the grid of @p draw is the same.
     bool isFor(const VolumeDraw& draw) const;
     /// Returns the share of a colour that remains at a place in voxels, 0.25 to 1.

@@ -13,6 +13,11 @@ struct Rgba {
     float a = 0;
 };
 
+/// Returns the colour between two others. @param f  the share of the second one, 0 to 1.
+inline Rgba mix(const Rgba& a, const Rgba& b, float f) {
+    return {a.r + (b.r - a.r) * f, a.g + (b.g - a.g) * f, a.b + (b.b - a.b) * f, a.a + (b.a - a.a) * f};
+}
+
 /// Draws a colour, multiplied by its coverage @p color.a, on a BGRA8 pixel, whose alpha becomes the union of
 /// both.
 inline void blendPixel(uint8* pixel, const Rgba& color) {

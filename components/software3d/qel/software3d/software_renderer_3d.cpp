@@ -237,7 +237,8 @@ IVec2<int> SoftwareRenderer3D::getRenderTargetSize() {
 }
 
 void SoftwareRenderer3D::startInternal() {
-    if (m_data->refiner) m_data->refiner->beginFrame();
+    if (m_data->refiner != nullptr)
+        if (internal::VolumeRefiner* const refiner = currentRefiner()) refiner->beginFrame();
     m_data->flat->startInternal();
 }
 

@@ -56,10 +56,6 @@ Vector<int> nextOpaqueOfSquare(const Image& image, int size) {
     return next;
 }
 
-Rgba mix(const Rgba& a, const Rgba& b, float f) {
-    return {a.r + (b.r - a.r) * f, a.g + (b.g - a.g) * f, a.b + (b.b - a.b) * f, a.a + (b.a - a.a) * f};
-}
-
 Rgba operator+(const Rgba& a, const Rgba& b) {
     return {a.r + b.r, a.g + b.g, a.b + b.b, a.a + b.a};
 }

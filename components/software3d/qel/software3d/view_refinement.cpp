@@ -53,11 +53,26 @@ Vector<int> interlacedRows(int count) {
     return rows;
 }
 
-/// Copies a row that is known to one that is not.
-void fillRow(SampledArea& area, int row, const Vector<uint8>& isKnown) {
-    int from = row;
-    for (int mask = 1; isKnown[static_cast<size_t>(from)] == 0; mask = mask * 2 + 1) from = row & ~mask;
-    std::copy_n(area.rowAt(from), area.getCount().x, area.rowAt(row));
+/// Computes the rows between two that are known.
+void interpolateRows(SampledArea& area, int from, int to) {
+    for (int row = from + 1; row < to; ++row) {
+        const float share = static_cast<float>(row - from) / static_cast<float>(to - from);
+        for (int x = 0; x < area.getCount().x; ++x)
+            area.rowAt(row)[x] = mix(area.rowAt(from)[x], area.rowAt(to)[x], share);
+    }
+}
+
+/// Computes the rows that are not known from the nearest ones; the first row is known.
+void fillRows(SampledArea& area, const Vector<uint8>& isKnown) {
+    const int count = area.getCount().y;
+    int last = 0;
+    for (int row = 1; row < count; ++row) {
+        if (isKnown[static_cast<size_t>(row)] == 0) continue;
+        interpolateRows(area, last, row);
+        last = row;
+    }
+    for (int row = last + 1; row < count; ++row)
+        std::copy_n(area.rowAt(last), area.getCount().x, area.rowAt(row));
 }
 
 } // namespace
@@ -115,8 +130,10 @@ void Preparation::run(const VolumeDraw& draw) {
     const auto lock = draw.texture->lockVoxels();
     if (isStopped()) return;
     if (skipsBricks(draw)) findClearBricks(work);
-    if (usesOcclusion(draw)) m_occlusion = std::make_shared<const OcclusionGrid>(work);
+    if (usesOcclusion(draw)) work.occlusion = std::make_shared<const OcclusionGrid>(work, isStopped);
+    if (isStopped()) return;
     m_clearDistance = std::move(work.clearDistance);
+    m_occlusion = std::move(work.occlusion);
 }
 
 void Preparation::applyTo(VolumeDraw& draw) const {
@@ -217,8 +234,7 @@ SampledArea castCoarsely(const VolumeDraw& draw, const DepthArea& depths) {
         castRow(coarse, depths, rows[i], area);
         isKnown[static_cast<size_t>(rows[i])] = 1;
     });
-    for (int row = 0; row < area.getCount().y; ++row)
-        if (isKnown[static_cast<size_t>(row)] == 0) fillRow(area, row, isKnown);
+    fillRows(area, isKnown);
     return area;
 }
 

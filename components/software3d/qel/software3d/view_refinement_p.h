@@ -116,7 +116,7 @@ VolumeDraw withFewerSteps(const VolumeDraw& draw, int divisor);
 /// Computes the colours of a row of @p area.
 void castRow(const VolumeDraw& draw, const DepthArea& depths, int row, SampledArea& area);
 /// Computes the colours at every fourth pixel of every fourth row with a quarter of the steps, on all
-/// processors. After some milliseconds, rows are copied from others instead.
+/// processors. After some milliseconds, rows are interpolated instead.
 SampledArea castCoarsely(const VolumeDraw& draw, const DepthArea& depths);
 
 } // namespace qel::internal

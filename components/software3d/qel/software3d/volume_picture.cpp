@@ -9,10 +9,6 @@
 namespace qel::internal {
 namespace {
 
-Rgba mix(const Rgba& a, const Rgba& b, float f) {
-    return {a.r + (b.r - a.r) * f, a.g + (b.g - a.g) * f, a.b + (b.b - a.b) * f, a.a + (b.a - a.a) * f};
-}
-
 /// A position between two of several places that are equally far apart.
 struct Between {
     int low;
