@@ -21,25 +21,7 @@ using namespace qelscreens;
 using qelwindow::Window;
 
 constexpr const char* kName = "qelscreens";
-constexpr const char* kDefaultFolder = "qelscreens";
 constexpr qel::uint64 kMostPixels = 1 << 26; // of a picture in the reader
-
-/// Opens the window, or one in memory if the pages are to be written or there is no display.
-/// @param folder  the folder for the pages; set if there is no display.
-std::unique_ptr<Window> openWindow(const Options& options, std::string& folder) {
-    const qel::IVec2<int> size(options.width, options.height);
-    std::string problem;
-    std::unique_ptr<Window> window;
-    if (folder.empty()) {
-        window = Window::open(Window::Place::Display, kName, size, problem);
-        if (window) return window;
-        folder = kDefaultFolder;
-        qelhosts::print("there is no display (" + problem + "), so the pages are written as PNG files\n");
-    }
-    window = Window::open(Window::Place::Memory, kName, size, problem);
-    if (!window) qelhosts::complain(kName, problem);
-    return window;
-}
 
 /// Returns the stylesheet to watch: that of the command line, or the shipped one.
 std::string stylesheetOf(const Options& options) {
@@ -79,7 +61,8 @@ int show(const Options& options, Window& window, const std::string& folder) {
 /// each time.
 int run(const Options& options) {
     std::string folder = options.frames;
-    const std::unique_ptr<Window> window = openWindow(options, folder);
+    const std::unique_ptr<Window> window =
+        qelwidgets::openWindow(kName, {options.width, options.height}, !folder.empty(), folder);
     if (!window) return 1;
     return qelwidgets::runDesktopProgram(kName, !folder.empty(), [&] {
         qelwidgets::addDesktopResources(qelwidgets::resourceFolders(options.resources), "screens-texts",

@@ -1,6 +1,7 @@
 #include "options.h"
 
 #include <hosts/shared/settings.h>
+#include <hosts/window/input_commands.h>
 
 namespace qelscreens {
 
@@ -36,12 +37,7 @@ qelhosts::Program describe(Options& options) {
              {"--style", "FILE", file(options.style),
               "use the stylesheet FILE; what it does not state comes from the shipped one"},
              resourcesOption(options.resources)},
-        .notes =
-            "Lines of --events are: touch ID X Y; lift ID; move X Y; press X Y BUTTON; release X Y BUTTON; "
-            "wheel X Y STEPS; key NAME; text TEXT; size WIDTH HEIGHT; minimize; restore; wait "
-            "MILLISECONDS; frame FILE; state; close. Positions are in pixels, BUTTON is left, middle or "
-            "right, and "
-            "NAME is a key such as \"ctrl+shift+left\".",
+        .notes = qelwindow::kInputCommands,
         .statuses = {{0, "the window was closed, or all pages were written"},
                      {1, "a file could not be read or written, or a line of --events is wrong"},
                      {kInterruptedStatus, "Ctrl-C stopped the program"}},

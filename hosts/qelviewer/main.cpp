@@ -19,24 +19,6 @@ using namespace qelviewer;
 using qelwindow::Window;
 
 constexpr const char* kName = "qelviewer";
-constexpr const char* kDefaultFolder = "qelviewer";
-
-/// Opens the window, or one in memory if pictures are to be written or there is no display.
-/// @param options  Options::frames is set if there is no display.
-std::unique_ptr<Window> openWindow(Options& options) {
-    const qel::IVec2<int> size(options.width, options.height);
-    std::string problem;
-    std::unique_ptr<Window> window;
-    if (options.frames.empty() && options.screenshot.empty()) {
-        window = Window::open(Window::Place::Display, kName, size, problem);
-        if (window) return window;
-        options.frames = kDefaultFolder;
-        qelhosts::print("there is no display (" + problem + "), so the pages are written as PNG files\n");
-    }
-    window = Window::open(Window::Place::Memory, kName, size, problem);
-    if (!window) qelhosts::complain(kName, problem);
-    return window;
-}
 
 /// Plays simulated input, or writes the pictures that the options ask for. @return what went wrong; empty on
 /// success.
@@ -49,7 +31,7 @@ std::string writeOrPlay(const Options& options, Window& window, qelwindow::Frame
     } else if (!options.frames.empty()) {
         return writePages(loop, viewer, options.frames);
     }
-    return options.screenshot.empty() ? std::string() : loop.saveFrame(options.screenshot);
+    return options.screenshot.empty() || loop.hasEnded() ? std::string() : loop.saveFrame(options.screenshot);
 }
 
 /// Shows the volume until the window is closed, or writes pictures. @return the exit status.
@@ -77,7 +59,9 @@ int show(const Options& options, Window& window) {
 }
 
 int run(Options& options) {
-    const std::unique_ptr<Window> window = openWindow(options);
+    const bool writesPictures = !options.frames.empty() || !options.screenshot.empty();
+    const std::unique_ptr<Window> window =
+        qelwidgets::openWindow(kName, {options.width, options.height}, writesPictures, options.frames);
     if (!window) return 1;
     return qelwidgets::runDesktopProgram(kName, !window->isOnDisplay(), [&] {
         qelwidgets::addDesktopResources(qelwidgets::resourceFolders(options.resources), "viewer-texts",

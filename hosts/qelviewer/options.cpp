@@ -1,6 +1,7 @@
 #include "options.h"
 
 #include <hosts/shared/settings.h>
+#include <hosts/window/input_commands.h>
 
 #include <algorithm>
 #include <charconv>
@@ -105,13 +106,10 @@ std::vector<qelhosts::Option> optionsFor(Options& options) {
          "simulate the input that the lines of FILE, a file or a pipe, describe; with --frames, the "
          "program ends after them and writes only the frames that they ask for"},
         {"--scale", "N", number(options.scalePercent, 50, 400), "draw texts N percent as large, 50 to 400"},
-        {"--language", "CODE", language(options.language),
-         "language of texts, such as \"en\" or \"de\"; default: the user's"},
+        languageOption(options.language),
         {"--sample", "FILE", path(options.sample, "file"),
          "keep the sample volume in FILE; default: a file in the user's cache folder"},
-        {"--resources", "DIR", folders(options.resources),
-         "add the resource packages (\"res-...\") and materials in DIR; may be repeated; default: the "
-         "installed ones"}};
+        resourcesOption(options.resources)};
 }
 
 } // namespace
@@ -132,11 +130,7 @@ qelhosts::Program describe(Options& options) {
             "Without a display, a picture of each page is written to the folder \"qelviewer\" in the working "
             "folder, unless --frames names another.",
         .options = optionsFor(options),
-        .notes =
-            "Lines of --events are: touch ID X Y; lift ID; move X Y; press X Y BUTTON; release X Y BUTTON; "
-            "wheel X Y STEPS; key NAME; text TEXT; size WIDTH HEIGHT; minimize; restore; wait "
-            "MILLISECONDS; frame FILE; close. Positions are in pixels, BUTTON is left, middle or right, and "
-            "NAME is a key such as \"ctrl+shift+left\".",
+        .notes = qelwindow::kInputCommands,
         .statuses = {{0, "the window was closed, or all pictures were written"},
                      {1, "a file could not be read or written, there is no such material, or a line of "
                          "--events is wrong"},

@@ -5,6 +5,8 @@
 
 #include <qel/files/directory.h>
 
+#include <chrono>
+#include <thread>
 #include <utility>
 
 namespace qelviewer {
@@ -14,10 +16,12 @@ namespace {
 constexpr std::pair<Page, const char*> kPages[] = {
     {Page::Slices, "slices.png"}, {Page::Volume, "volume.png"}, {Page::All, "all.png"}};
 
+constexpr std::chrono::milliseconds kPause{2};
+
 } // namespace
 
 std::string waitForVolume(qelwindow::FrameLoop& loop, Viewer& viewer) {
-    viewer.waitForLoading();
+    while (viewer.isReading() && !loop.hasEnded()) std::this_thread::sleep_for(kPause);
     while (viewer.isWorking() && !loop.hasEnded()) loop.pass(0);
     return viewer.getProblem();
 }

@@ -9,7 +9,7 @@
 
 namespace qelviewer {
 
-/// Waits until a volume is shown. @return what went wrong; empty on success.
+/// Waits until a volume is shown or an interrupt arrives. @return what went wrong; empty on success.
 std::string waitForVolume(qelwindow::FrameLoop& loop, Viewer& viewer);
 
 /// Writes "slices.png", "volume.png" and "all.png" to @p folder, which is created, and prints the paths.

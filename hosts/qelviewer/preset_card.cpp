@@ -46,7 +46,8 @@ void PresetCard::drawContent(qel::Renderer& renderer, const qel::Rect& place) {
     const float height = look().buttonHeight * 0.75f;
     for (size_t i = 0; i < m_buttons.size(); ++i) {
         qel::Rect row = qelwidgets::columnOf(place, static_cast<int>(i % kColumns), kColumns, kGap);
-        row.y0 = place.y0 + static_cast<float>(i / kColumns) * (height + kGap);
+        const size_t line = i / kColumns;
+        row.y0 = place.y0 + static_cast<float>(line) * (height + kGap);
         row.y1 = row.y0 + height;
         m_buttons[i]->setSelected(m_state.study && m_state.window == windowOf(i));
         m_buttons[i]->draw(renderer, row);

@@ -39,8 +39,8 @@ public:
     bool isLoading() const { return m_job != nullptr; }
     /// Returns the share of the work that is done, from 0 to 1.
     float getShare() const;
-    /// Waits until the worker has stopped. The next pass of System finishes the request.
-    void wait() { m_queue.wait(); }
+    /// Returns true until the worker has stopped. The next pass of System then finishes the request.
+    bool isRunning() const { return !m_queue.empty(); }
 
 private:
     struct Job;

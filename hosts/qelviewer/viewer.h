@@ -40,8 +40,8 @@ public:
     void setProgressive(bool isOn) { m_scene.getRenderer()->setProgressive(isOn); }
     /// Starts to load the file of the options, or the sample volume.
     void loadFirst(const Options& options);
-    /// Waits for the worker that loads; the next pass of System shows the volume.
-    void waitForLoading() { m_loader.wait(); }
+    /// Returns true while a worker loads. The next pass of System after its end shows the volume.
+    bool isReading() const { return m_loader.isRunning(); }
     /// Returns why the last file could not be loaded; empty if it could.
     const std::string& getProblem() const { return m_problem; }
     /// Shows a page.

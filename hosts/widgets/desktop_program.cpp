@@ -42,6 +42,22 @@ int runDesktopProgram(const char* name, bool hasOwnClock, const std::function<in
     return qelhosts::statusAfterOutput(status, name);
 }
 
+std::unique_ptr<qelwindow::Window> openWindow(const char* name, const qel::IVec2<int>& size,
+                                              bool writesPictures, std::string& folder) {
+    using qelwindow::Window;
+    std::string problem;
+    std::unique_ptr<Window> window;
+    if (!writesPictures) {
+        window = Window::open(Window::Place::Display, name, size, problem);
+        if (window) return window;
+        folder = name;
+        qelhosts::print("there is no display (" + problem + "), so the pages are written as PNG files\n");
+    }
+    window = Window::open(Window::Place::Memory, name, size, problem);
+    if (!window) qelhosts::complain(name, problem);
+    return window;
+}
+
 std::vector<std::string> resourceFolders(const std::vector<std::string>& chosen) {
     if (!chosen.empty()) return chosen;
     return {qelhosts::pathFromProgram(qelhosts::kDataFolder)};
