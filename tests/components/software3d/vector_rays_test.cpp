@@ -37,15 +37,15 @@ private:
     bool flip() { return oneOf(2) == 0; }
     Filter filter() { return flip() ? Filter::Bilinear : Filter::Nearest; }
 
-    /// Noise, in which some of the blocks of 8 by 8 by 8 voxels are 0.
+    /// Noise in some of the blocks of 8 by 8 by 8 voxels; the others are almost 0.
     void addVolume() {
-        static constexpr int kSides[] = {1, 2, 3, 8, 9, 17, 33, 60};
+        static constexpr int kSides[] = {1, 2, 8, 9, 17, 33, 40, 60};
         const IVec3<int> size(kSides[oneOf(8)], kSides[oneOf(8)], kSides[oneOf(8)]);
-        const unsigned holes = m_random();
+        const unsigned filled = m_random() & m_random() & (flip() ? m_random() : ~0U);
         m_scene.setVolume(size, [&](double x, double y, double z) {
             const auto block = static_cast<int>(x * size.x) / 8 + static_cast<int>(y * size.y) / 8 * 3 +
                                static_cast<int>(z * size.z) / 8 * 7;
-            return (holes >> block % 31 & 1) != 0 ? oneOf(65536) : oneOf(5);
+            return (filled >> block % 31 & 1) != 0 ? oneOf(65536) : oneOf(5);
         });
         m_scene.texture->setFilter(filter());
     }

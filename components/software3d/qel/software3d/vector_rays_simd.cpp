@@ -181,9 +181,10 @@ private:
 
     HWY_INLINE void AddSobel(const Place& p, F* difference) const {
         for (int i = 0; i < 27; ++i) {
-            const F value = ValueAt({hn::Add(p.x, All(static_cast<float>(i % 3 - 1))),
-                                     hn::Add(p.y, All(static_cast<float>(i / 3 % 3 - 1))),
-                                     hn::Add(p.z, All(static_cast<float>(i / 9 - 1)))});
+            const int x = i % 3 - 1, y = i / 3 % 3 - 1, z = i / 9 - 1;
+            const F value =
+                ValueAt({hn::Add(p.x, All(static_cast<float>(x))), hn::Add(p.y, All(static_cast<float>(y))),
+                         hn::Add(p.z, All(static_cast<float>(z)))});
             for (int axis = 0; axis < 3; ++axis)
                 difference[axis] = hn::Add(difference[axis], hn::Mul(value, All(sobelWeight(i, axis))));
         }
