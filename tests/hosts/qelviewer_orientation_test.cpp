@@ -202,18 +202,22 @@ TEST(Orientation, TheModelMatrixPutsVoxelsWhereThePatientIs) {
 
 TEST(Orientation, FacesHaveTheLettersOfTheirSides) {
     const auto camera = Float4x4::LookAt({0, 0, 100}, {}, {0, 1, 0});
+    const IVec3<float> middle(0, 0, 100); // of the volume, seen by the camera
+    const struct {
+        const char* letter;
+        int axis;
+        float sign;
+    } sides[] = {{"L", 0, 1}, {"R", 0, -1}, {"S", 1, 1}, {"I", 1, -1}, {"P", 2, 1}, {"A", 2, -1}};
     forAllStorages([&](const Storage& storage) {
         const Orientation place = storage.orientation();
         std::string seen;
         for (const FaceLetters& face : faceLetters(place, modelMatrix(place, storage.size()))) {
             const IVec3<float> view = camera.transform(face.centre);
             seen += face.letters;
-            if (face.letters == "L") EXPECT_GT(view.x, 1);
-            if (face.letters == "R") EXPECT_LT(view.x, -1);
-            if (face.letters == "S") EXPECT_GT(view.y, 1);
-            if (face.letters == "I") EXPECT_LT(view.y, -1);
-            if (face.letters == "A") EXPECT_LT(view.z, 99);
-            if (face.letters == "P") EXPECT_GT(view.z, 101);
+            for (const auto& side : sides) {
+                if (face.letters != side.letter) continue;
+                EXPECT_GT(side.sign * (view[side.axis] - middle[side.axis]), 1) << side.letter;
+            }
         }
         std::sort(seen.begin(), seen.end());
         EXPECT_EQ(seen, "AILPRS");

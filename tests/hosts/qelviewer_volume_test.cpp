@@ -164,8 +164,9 @@ TEST_F(VolumeFileTest, KeepsTheEndsOfEachRange) {
         EXPECT_EQ(load(nrrd(type.nrrdNames[0]) + "\n" + type.bytes(ends, false)), "");
         const double largest = static_cast<double>(std::numeric_limits<float>::max());
         EXPECT_NEAR(value(0, 0, 0), std::max(type.smallest, -largest), std::abs(type.smallest) * 1e-7);
-        if (type.largest < largest)
+        if (type.largest < largest) {
             EXPECT_NEAR(value(1, 0, 0), type.largest, (type.largest - type.smallest) * 1e-7);
+        }
     }
 }
 
