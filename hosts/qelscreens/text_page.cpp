@@ -141,9 +141,11 @@ private:
 } // namespace
 
 TextPage::TextPage() : Page("text"), m_field(new TextField()) {
+    system()->setEnv("screens-program", "qelscreens");
     add(new TextCard("screens-text-markdown-title", "screens-text-markdown", Parser::Markdown));
     add(new TextCard("screens-text-codes-title", "screens-text-codes", Parser::ControlCodes));
     add(new FieldCard(m_field.get()));
+    add(new TextCard("screens-text-insertions-title", "screens-text-insertions", Parser::ControlCodes));
     add(new TextCard("screens-text-scripts-title", "screens-text-scripts", Parser::ControlCodes));
     add(new MarqueeCard());
     add(new AlignmentCard());

@@ -8,6 +8,7 @@
 #include <tests/support/system_fixture.h>
 
 #include <qel/plugins/resource_locator.h>
+#include <qel/text/engine/text_actor.h>
 
 #include <gmock/gmock.h>
 
@@ -160,6 +161,18 @@ std::vector<std::string> keysOf(const std::string& language) {
 TEST(TextTableFilesTest, EveryTextExistsInBothLanguages) {
     EXPECT_THAT(keysOf("en"), SizeIs(Gt(50u)));
     EXPECT_EQ(keysOf("en"), keysOf("de"));
+}
+
+/// All but the alignment, which the page adds to its texts, and the mark that ends an inserted translation.
+TEST(TextTableFilesTest, ThePagesShowEveryControlCode) {
+    for (const std::string language : {"en", "de"}) {
+        const std::string texts =
+            qel::test::sourceText("resources/res-screens/screens-texts." + language + ".txt");
+        for (const qel::String& name : qel::TextActor::getControlCodes()) {
+            if (name == "align:" || name == "tr-pop:") continue;
+            EXPECT_NE(texts.find("{" + name), texts.npos) << name << " in " << language;
+        }
+    }
 }
 
 } // namespace
