@@ -21,6 +21,7 @@
 #include <functional>
 #include <limits>
 #include <set>
+#include <system_error>
 
 namespace qelviewer {
 namespace {
@@ -38,6 +39,11 @@ const std::vector<double> kOneToEight = {1, 2, 3, 4, 5, 6, 7, 8};
 /// Returns a header of eight voxels up to the line before the empty one.
 std::string nrrd(const std::string& type, const std::string& more = "") {
     return "NRRD0004\ntype: " + type + "\ndimension: 3\nsizes: 2 2 2\nencoding: raw\nendian: little\n" + more;
+}
+
+/// Returns the system's words for a missing file, in the language of the process.
+std::string missing() {
+    return std::make_error_code(std::errc::no_such_file_or_directory).message();
 }
 
 class VolumeFileTest : public qel::test::SystemFixture {
@@ -476,7 +482,7 @@ TEST_F(VolumeFileTest, RefusesSizesThatNoCompressedDataCanHave) {
 
 TEST_F(VolumeFileTest, ReportsFilesThatCannotBeOpened) {
     EXPECT_EQ(loadVolume(folder.path("none"), *loader, header, progress),
-              folder.path("none") + ": No such file or directory");
+              folder.path("none") + ": " + missing());
     EXPECT_EQ(loadVolume(folder.path(), *loader, header, progress), folder.path() + ": it is not a file");
     EXPECT_EQ(loadVolume("/dev/zero", *loader, header, progress), "/dev/zero: it is not a file");
 }
@@ -561,7 +567,7 @@ TEST_F(VolumeFileTest, ThePhantomHasTheValuesOfItsTable) {
 
 TEST_F(VolumeFileTest, ThePhantomIsWrittenWholeOrNotAtAll) {
     const std::string path = folder.path("missing/head.nrrd");
-    EXPECT_EQ(writePhantom(path, 4, progress), path + ": No such file or directory");
+    EXPECT_EQ(writePhantom(path, 4, progress), path + ": " + missing());
     ASSERT_EQ(writePhantom(folder.path("head.nrrd"), 4, progress), "");
     EXPECT_EQ(folder.countEntries(), 1);
     const Buffer voxels = createPhantom(4, progress);
