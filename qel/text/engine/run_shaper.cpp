@@ -50,7 +50,7 @@ void RunShaper::start(size_t end) {
 
 const ShapedToken* RunShaper::find(Font& font, std::span<const Token> tokens, size_t index) {
     if (m_tokens.empty()) m_first = index;
-    if (index < m_first || index >= m_end) return nullptr; // the hook was connected in the meantime
+    if (index < m_first || index >= m_end) return nullptr;
     if (index - m_first >= m_tokens.size()) shape(font, tokens, index);
     const ShapedToken& found = m_tokens[index - m_first];
     return found.isShaped ? &found : nullptr;
@@ -69,6 +69,7 @@ void RunShaper::shape(Font& font, std::span<const Token> tokens, size_t first) {
         if (isCharacterOrSpace(token.type)) m_codePoints.push_back(token.value);
     m_answer.advances.clear();
     m_answer.glyphs.clear();
+    if (!font.delegateShapeRun.isConnected()) return; // it may be disconnected in the meantime
     const bool isShaped = font.delegateShapeRun({&font, m_codePoints, run.front().rightToLeft}, m_answer);
     if (isShaped && m_answer.advances.size() == m_codePoints.size()) keepAnswer(run);
 }

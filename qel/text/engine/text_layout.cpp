@@ -51,7 +51,7 @@ const Font::Character* kern(Pen& pen, uint32 codePoint) {
 void changeFont(Pen& pen, const Token& token) {
     if (token.type == Token::Type::FontStyle) pen.style = static_cast<FontStyle>(token.asInt());
     Font* const font = token.type == Token::Type::Font ? token.font.get() : pen.font.get();
-    pen.font = Theme::fontWithStyle(font, pen.style);
+    pen.setFont(Theme::fontWithStyle(font, pen.style));
 }
 
 /// Moves the pen to the next tab stop, over a spacer or past a tab stop at a given position.
@@ -121,6 +121,11 @@ uint32 PageNumbers::numberOf(Sprite* page) {
     return m_last;
 }
 
+void Pen::setFont(const SmartPointer<Font>& next) {
+    font = next;
+    isShaping = font && font->delegateShapeRun.isConnected();
+}
+
 void Extent::takeInX(int from, int to) {
     left = std::min(left, from);
     right = std::max(right, to);
@@ -144,7 +149,7 @@ TextLayout::TextLayout(TextActor& actor)
       m_runs(&m_scratch.measuredRuns),
       m_pages(m_lines.pages),
       m_limit(wrapLimit(actor.m_wordWrap, actor.m_bounds.getWidth())) {
-    m_pen.font = actor.m_font;
+    m_pen.setFont(actor.m_font);
     m_pen.style = actor.m_fontStyle;
 }
 
@@ -209,13 +214,14 @@ void TextLayout::mirrorRun(size_t first) {
 
 /// Returns what the hook of the font chose for a token of a run; null if it has not chosen anything.
 const ShapedToken* TextLayout::shapeOf(size_t index, const Pen& pen, RunShaper& runs) const {
-    if (!pen.font || !pen.font->delegateShapeRun.isConnected()) return nullptr;
+    if (!pen.isShaping) return nullptr;
     return runs.find(*pen.font, m_tokens, index);
 }
 
 /// Moves the pen over a token.
 void TextLayout::move(Pen& pen, size_t index, RunShaper& runs) const {
     const Token& token = m_tokens[index];
+    if (!pen.isShaping) return moveUnshaped(pen, token);
     const ShapedToken* const shaped = isCharacterOrSpace(token.type) ? shapeOf(index, pen, runs) : nullptr;
     if (shaped == nullptr) return moveUnshaped(pen, token);
     pen.partner = token.value;

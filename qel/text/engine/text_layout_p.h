@@ -30,6 +30,10 @@ struct Pen {
     uint32 partner = 0; ///< the previous code point, for kerning
     SmartPointer<Font> font;
     FontStyle style = FontStyle::Regular;
+    bool isShaping = false; ///< the font has a hook that chooses glyphs
+
+    /// Continues with another font.
+    void setFont(const SmartPointer<Font>& next);
 };
 
 /// A rectangle of whole numbers that grows with what it takes in.
