@@ -191,6 +191,23 @@ TEST_F(QelviewerTest, SmallWindowsAndLargeTextsAreDrawn) {
                 << size << " " << scale;
 }
 
+TEST_F(QelviewerTest, ExtremeVolumesAreDrawnAndHandled) {
+    const struct {
+        int width, height, depth;
+        const char* spacing;
+    } cases[] = {{1, 1, 1, "1"}, {1, 1, 300, "1"}, {20, 1, 20, "1"}, {3, 3, 3, "1e-30"}, {3, 3, 3, "1e30"}};
+    for (const auto& [width, height, depth, spacing] : cases) {
+        const auto valueAt = [](int x, int y, int z) { return x + y - z; };
+        folder.write("extreme.nrrd", smallVolume(width, height, depth, spacing, valueAt));
+        const HostRun run = play("key d\npress 60 80 left\nmove 100 120\nrelease 100 120 left\n"
+                                 "wheel 90 122 50\nkey z\npress 90 122 middle\nmove 30 10\n"
+                                 "release 30 10 middle\npress 90 122 right\nmove 9999 -9999\n"
+                                 "release 9999 -9999 right\nwheel 270 122 50\nframe a.png\n",
+                                 {"extreme.nrrd"});
+        EXPECT_EQ(run.status, 0) << depth << " " << spacing << run;
+    }
+}
+
 TEST_F(QelviewerTest, WhatCannotBeReadIsReported) {
     folder.write("empty.nrrd", "");
     folder.write("text.nrrd", "This is no volume.\n");
