@@ -11,9 +11,6 @@ namespace {
 constexpr int kCell = 4;
 constexpr size_t kMostGrids = 4;
 constexpr float kDarkest = 0.25f;
-/// How far opaque neighbours darken a place, and how many voxels away they are.
-constexpr float kLocalShare = 0.8f;
-constexpr float kLocalDistance = 2;
 
 /// The faces and corners of a cube.
 constexpr int kDirections[14][3] = {{1, 0, 0},  {-1, 0, 0},  {0, 1, 0},   {0, -1, 0},  {0, 0, 1},

@@ -9,6 +9,10 @@
 
 namespace qel::internal {
 
+/// How far opaque neighbours darken a place, and how many voxels away they are.
+inline constexpr float kLocalShare = 0.8f;
+inline constexpr float kLocalDistance = 2;
+
 /// Returns the share of a colour at a place in voxels that both kinds of occlusion leave.
 float lightAt(const VolumeDraw& draw, const IVec3<float>& place);
 

@@ -476,14 +476,34 @@ private:
 
     /// Returns lightAt() where @p share is not 0.
     HWY_NOINLINE F LightAt(const Place& place, F share) const {
+        const F local = m_draw.usesLocalOcclusion ? LocalLightAt(place) : All(1);
+        if (!m_draw.occlusion) return local;
         HWY_ALIGN float x[kLanes], y[kLanes], z[kLanes], light[kLanes];
         hn::Store(place.x, Floats(), x);
         hn::Store(place.y, Floats(), y);
         hn::Store(place.z, Floats(), z);
         hn::Store(share, Floats(), light);
         for (size_t i = 0; i < kLanes; ++i)
-            if (light[i] > 0) light[i] = lightAt(m_draw, {x[i], y[i], z[i]});
-        return hn::Load(Floats(), light);
+            if (light[i] > 0) light[i] = m_draw.occlusion->lightAt({x[i], y[i], z[i]});
+        return hn::Mul(local, hn::Load(Floats(), light));
+    }
+
+    HWY_INLINE F LocalLightAt(const Place& p) const {
+        const Table table(m_draw.colors->texels(m_draw.usesMeans));
+        const F far = All(kLocalDistance);
+        F sum = OpacityAt(table, {hn::Sub(p.x, far), p.y, p.z});
+        sum = hn::Add(sum, OpacityAt(table, {hn::Add(p.x, far), p.y, p.z}));
+        sum = hn::Add(sum, OpacityAt(table, {p.x, hn::Sub(p.y, far), p.z}));
+        sum = hn::Add(sum, OpacityAt(table, {p.x, hn::Add(p.y, far), p.z}));
+        sum = hn::Add(sum, OpacityAt(table, {p.x, p.y, hn::Sub(p.z, far)}));
+        sum = hn::Add(sum, OpacityAt(table, {p.x, p.y, hn::Add(p.z, far)}));
+        return hn::Sub(All(1), hn::Mul(All(kLocalShare), hn::Mul(sum, All(1 / 6.0f))));
+    }
+
+    /// Returns the opacity that the table states for the value at a place. The mean of a value and itself is
+    /// the value.
+    HWY_INLINE F OpacityAt(const Table& table, const Place& place) const {
+        return LineColor(table, m_voxels.CoordinateAt(place)).template Get<kAlpha>();
     }
 
     /// The blocks of voxels that are known to be clear, around those of the rays' places: x, y and z from

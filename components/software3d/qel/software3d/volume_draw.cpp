@@ -101,9 +101,9 @@ float VolumeDraw::gradientAt(const IVec3<float>& place) const {
     IVec3<float> difference;
     if (isSobel) {
         for (int i = 0; i < 27; ++i) {
-            const float value =
-                valueAt({place.x + static_cast<float>(i % 3 - 1), place.y + static_cast<float>(i / 3 % 3 - 1),
-                         place.z + static_cast<float>(i / 9 - 1)});
+            const int x = i % 3 - 1, y = i / 3 % 3 - 1, z = i / 9 - 1;
+            const float value = valueAt({place.x + static_cast<float>(x), place.y + static_cast<float>(y),
+                                         place.z + static_cast<float>(z)});
             for (int axis = 0; axis < 3; ++axis) difference[axis] += value * sobelWeight(i, axis);
         }
     } else {
