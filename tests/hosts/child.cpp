@@ -62,7 +62,9 @@ bool Child::waitForOutput() {
         EXPECT_FALSE(platform::waitForSockets({&watch, 1}, kWaitMs));
     std::array<char, 4096> bytes{};
     size_t size = 0;
-    if (watch.canReceive) EXPECT_FALSE(m_outputs.read(bytes.data(), bytes.size(), size));
+    if (watch.canReceive) {
+        EXPECT_FALSE(m_outputs.read(bytes.data(), bytes.size(), size));
+    }
     m_output.append(bytes.data(), size);
     return size != 0;
 }
@@ -82,7 +84,9 @@ int Child::finish() {
 
 /// @return true if the program has ended.
 bool Child::collect() {
-    if (!m_isEnded) EXPECT_FALSE(platform::collectChild(m_id, m_isEnded, m_status));
+    if (!m_isEnded) {
+        EXPECT_FALSE(platform::collectChild(m_id, m_isEnded, m_status));
+    }
     return m_isEnded;
 }
 
