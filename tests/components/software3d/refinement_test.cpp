@@ -407,6 +407,19 @@ TEST_F(RefinementTest, ViewsOfOneActorAreIndependent) {
     EXPECT_EQ(refined, drawPlainly());
 }
 
+TEST_F(RefinementTest, ManyMaterialsStayRefined) {
+    std::vector<SmartPointer<VolumeActor>> actors;
+    for (int i = 1; i <= 20; ++i) {
+        setMaterial(0.01f * static_cast<float>(i));
+        actors.push_back(makeObject<VolumeActor>(*scene->actor));
+    }
+    operations = [&](SoftwareRenderer3D& renderer) {
+        for (const SmartPointer<VolumeActor>& actor : actors) actor->onRender(&renderer);
+    };
+    drawRefined();
+    EXPECT_TRUE(scene->renderer->isRefined());
+}
+
 // The coarse picture takes a limited time.
 
 class HastyClock : public ManualClock {

@@ -6,6 +6,7 @@
 namespace qel::internal {
 namespace {
 
+/// The most tables that are kept while nothing else uses them.
 constexpr size_t kMostTables = 16;
 constexpr int kMostSteps = 16384;
 /// The parts of a volume's diagonal for which opacities hold.
@@ -26,11 +27,16 @@ Double4x4 toDouble(const Float4x4& matrix) {
 std::shared_ptr<const TransferTable> TransferTables::get(Texture* line, Texture* square) {
     const auto found = std::find_if(m_tables.begin(), m_tables.end(),
                                     [&](const auto& table) { return table->isMadeOf(line, square); });
-    auto table = found != m_tables.end() ? *found : std::make_shared<const TransferTable>(line, square);
-    if (found != m_tables.end()) m_tables.erase(found);
-    if (m_tables.size() >= kMostTables) m_tables.erase(m_tables.begin());
-    m_tables.push_back(table);
-    return table;
+    if (found != m_tables.end()) {
+        std::rotate(found, found + 1, m_tables.end());
+        return m_tables.back();
+    }
+    if (m_tables.size() >= kMostTables) { // a table in use keeps its place: views compare its address
+        const auto oldest = std::find_if(m_tables.begin(), m_tables.end(),
+                                         [](const auto& table) { return table.use_count() == 1; });
+        if (oldest != m_tables.end()) m_tables.erase(oldest);
+    }
+    return m_tables.emplace_back(std::make_shared<const TransferTable>(line, square));
 }
 
 VolumeDraw::VolumeDraw(VolumeActor& actor, SoftwareVolumeTexture& volume, const View& at,
