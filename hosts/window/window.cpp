@@ -27,11 +27,19 @@ void setHints(Window::Place place) {
         SDL_SetHintWithPriority(SDL_HINT_VIDEODRIVER, "dummy", SDL_HINT_OVERRIDE);
 }
 
-/// Lets the X server copy the pixels. The default passes them on through OpenGL, which the processor
-/// simulates where there is no driver.
-void preferPlainPixels() {
-    const char* const driver = SDL_GetCurrentVideoDriver();
-    if (driver && std::string_view(driver) == "x11") SDL_SetHint(SDL_HINT_FRAMEBUFFER_ACCELERATION, "0");
+/// Starts SDL's video. @return false, with SDL's error set, if that fails or nobody could see a window on the
+/// display: where there is none, SDL may choose a driver that draws into memory.
+bool startVideo(Window::Place place) {
+    if (SDL_InitSubSystem(SDL_INIT_VIDEO) != 0) return false;
+    const std::string_view driver = SDL_GetCurrentVideoDriver();
+    if (place == Window::Place::Display && (driver == "offscreen" || driver == "dummy")) {
+        SDL_SetError("the video driver \"%s\" shows nothing", driver.data());
+        return false;
+    }
+    // Lets the X server copy the pixels. The default passes them on through OpenGL, which the processor
+    // simulates where there is no driver.
+    if (driver == "x11") SDL_SetHint(SDL_HINT_FRAMEBUFFER_ACCELERATION, "0");
+    return true;
 }
 
 /// Returns true if pixels of this format are those of a BGRA8 image, whose alpha is not shown.
@@ -75,8 +83,7 @@ std::unique_ptr<Window> Window::open(Place place, const std::string& title, cons
                                      std::string& problem) {
     setHints(place);
     SDL_Window* window = nullptr;
-    if (SDL_InitSubSystem(SDL_INIT_VIDEO) == 0) {
-        preferPlainPixels();
+    if (startVideo(place)) {
         const Uint32 flags = SDL_WINDOW_RESIZABLE | SDL_WINDOW_ALLOW_HIGHDPI;
         window =
             SDL_CreateWindow(title.c_str(), SDL_WINDOWPOS_UNDEFINED, SDL_WINDOWPOS_UNDEFINED,

@@ -26,10 +26,12 @@ protected:
         return words;
     }
     /// Runs the program without the display and the message bus of the user.
-    HostRun run(const std::vector<std::string>& arguments) const {
+    /// @param videoDriver  the driver that SDL uses for windows on the display; "" for its own choice.
+    HostRun run(const std::vector<std::string>& arguments, const std::string& videoDriver = {}) const {
         std::vector<std::string> words = command(arguments);
         words.insert(words.begin(), {"env", "-u", "DISPLAY", "-u", "WAYLAND_DISPLAY",
-                                     "DBUS_SESSION_BUS_ADDRESS=disabled:", "timeout", "120"});
+                                     "DBUS_SESSION_BUS_ADDRESS=disabled:", "SDL_VIDEODRIVER=" + videoDriver,
+                                     "timeout", "120"});
         return runProgram(folder, words);
     }
     /// Runs the program in memory with the input of @p events.

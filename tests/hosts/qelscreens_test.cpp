@@ -14,6 +14,14 @@ using QelscreensTest = QelscreensFixture;
 constexpr const char* kPages[] = {"pages/1-text.png",   "pages/2-actors.png",  "pages/3-placement.png",
                                   "pages/4-graphs.png", "pages/5-touches.png", "pages/6-reader.png"};
 
+TEST_F(QelscreensTest, PagesAreWrittenWhereWindowsCannotBeSeen) {
+    const HostRun run = this->run({}, "dummy");
+    ASSERT_EQ(run.status, 0) << run;
+    EXPECT_THAT(run.out,
+                testing::HasSubstr("there is no display (the video driver \"dummy\" shows nothing)"));
+    EXPECT_EQ(load("qelscreens/1-text.png").getSize(), IVec2<int>(900, 600));
+}
+
 TEST_F(QelscreensTest, WritesAPictureOfEachPage) {
     const HostRun run = this->run({"--frames", "pages"});
     ASSERT_EQ(run.status, 0) << run;
