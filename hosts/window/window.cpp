@@ -27,8 +27,8 @@ void setHints(Window::Place place) {
         SDL_SetHintWithPriority(SDL_HINT_VIDEODRIVER, "dummy", SDL_HINT_OVERRIDE);
 }
 
-/// Starts SDL's video. @return false, with SDL's error set, if that fails or nobody could see a window on the
-/// display: where there is none, SDL may choose a driver that draws into memory.
+/// Starts SDL's video. Without a display, SDL may choose a driver that draws into memory.
+/// @return false, with SDL's error set, if that fails or if nobody could see a window on the display.
 bool startVideo(Window::Place place) {
     if (SDL_InitSubSystem(SDL_INIT_VIDEO) != 0) return false;
     const std::string_view driver = SDL_GetCurrentVideoDriver();

@@ -296,8 +296,8 @@ public:
     /// Returns the sprite of the resource @p name from the cache, created on first use. The sprite functions
     /// are defined in render/system_sprites.cpp.
     Sprite* getSprite(SmartCStr name);
-    /// Returns the sprite of code point @p key in the font with the descriptor @p size from the cache, created
-    /// on first use. A sprite whose glyph turned out not to exist is released by the next call.
+    /// Returns the sprite of code point @p key in the font with the descriptor @p size from the cache,
+    /// created on first use. A sprite whose glyph turned out not to exist is released by the next call.
     Sprite* getSprite(const IVec2<unsigned>& size, unsigned key);
     /// Returns the sprite of the variant of @p name for @p language, whose name has "." and the language in
     /// front of the extension; the sprite of @p name itself if there is no such resource.
