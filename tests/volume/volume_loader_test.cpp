@@ -18,6 +18,7 @@
 #include <numeric>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace qel {
@@ -26,6 +27,11 @@ namespace {
 constexpr int kInfo = 1, kWarning = 2, kError = 3;
 const std::string kStart = "NRRD0004\n";
 const std::string kShort = kStart + "type: short\ndimension: 3\n";
+
+/// Returns the message of a failed read in the language of the process.
+std::string ioError() {
+    return std::make_error_code(std::errc::io_error).message();
+}
 
 /// Returns the bytes of some values.
 template <typename T>
@@ -275,14 +281,14 @@ TEST_F(VolumeLoaderTest, BytesThatCannotBeReadAreMissing) {
         test::FailingFiles faults(at, std::errc::io_error, test::FailingFiles::Duration::ForGood,
                                   platform::Operation::Read);
         EXPECT_TRUE(loader.loadFromNRRD(path().c_str()));
-        log.expect(kError, "cant read all of volume: " + path() + "; Input/output error");
+        log.expect(kError, "cant read all of volume: " + path() + "; " + ioError());
         EXPECT_EQ(volume().voxels, (at == 1 ? std::vector<uint16>{0, 0} : std::vector<uint16>{5, 5}));
     }
     test::LogCapture log;
     test::FailingFiles faults(0, std::errc::io_error, test::FailingFiles::Duration::Once,
                               platform::Operation::Read);
     EXPECT_FALSE(loader.loadFromNRRD(path().c_str()));
-    log.expect(kError, "cant read header of volume: " + path() + "; Input/output error");
+    log.expect(kError, "cant read header of volume: " + path() + "; " + ioError());
 }
 
 TEST_F(VolumeLoaderTest, ConvertsEveryFormat) {
