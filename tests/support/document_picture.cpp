@@ -42,7 +42,9 @@ std::vector<std::string> rowsOf(const Image& image) {
 void expectDocumentPicture(const std::string& name, const Image& image) {
     const SmartPointer<Image> drawn = withoutAlpha(image);
     const std::string path = sourceDir() + "/docs/images/" + name + ".png";
-    if (std::getenv("QEL_ACCEPT_PICTURES") != nullptr) EXPECT_TRUE(drawn->saveTo(path.c_str())) << path;
+    if (std::getenv("QEL_ACCEPT_PICTURES") != nullptr) {
+        EXPECT_TRUE(drawn->saveTo(path.c_str())) << path;
+    }
     Image expected;
     ASSERT_TRUE(expected.loadFromFile(path.c_str())) << path;
     if (rowsOf(expected) == rowsOf(*drawn)) return;

@@ -168,7 +168,9 @@ TEST_F(RightToLeft, EveryCharacterHasTheStandardsClass) {
     const auto isSurrogate = [](uint32 codePoint) { return codePoint - 0xD800 < 0x800; };
     String text;
     for (const auto& [codePoint, name] : classes) {
-        if (turning.contains(name)) EXPECT_TRUE(internal::mayTurnRightToLeft(codePoint)) << codePoint;
+        if (turning.contains(name)) {
+            EXPECT_TRUE(internal::mayTurnRightToLeft(codePoint)) << codePoint;
+        }
         if (codePoint < 0x20 || isSurrogate(codePoint)) continue;
         text.utf8_append(codePoint);
         text += '\n';

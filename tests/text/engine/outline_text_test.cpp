@@ -94,7 +94,9 @@ TEST_F(OutlineText, SizesFrom1To400AreDrawn) {
         renderer.stop();
     }
     for (const test::LogLine& line : log.take())
-        if (line.level > 1) EXPECT_EQ(line.text, kAtlasIsFull);
+        if (line.level > 1) {
+            EXPECT_EQ(line.text, kAtlasIsFull);
+        }
 }
 
 /// Pictures with outline fonts.
