@@ -1,20 +1,16 @@
 // Base encodings, percent forms and character sets. The first byte selects a character set and a position;
 // the rest is data for the encoders and text for the decoders.
+#include <fuzz/require.h>
 #include <qel/foundation/base/charset.h>
 #include <qel/foundation/base/string.h>
 #include <qel/foundation/log/message_stream.h>
 
-#include <cstdlib>
 #include <vector>
 
 using qel::String;
 using qel::uint8;
 
 namespace {
-
-void require(bool holds) {
-    if (!holds) std::abort();
-}
 
 void requireRoundTrips(const String& data) {
     const auto* bytes = reinterpret_cast<const uint8*>(data.data());

@@ -1,17 +1,13 @@
 // Bitmap fonts: any bytes become a font of whole records, or leave an empty font.
+#include <fuzz/require.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/text/fonts/bitmap_font.h>
 
-#include <cstdlib>
 #include <set>
 
 using namespace qel;
 
 namespace {
-
-void require(bool holds) {
-    if (!holds) std::abort();
-}
 
 /// Requires that a font has nothing of the file that it refused.
 void requireEmpty(BitmapFont& font) {

@@ -1,20 +1,16 @@
 // Stylesheets: whatever the text, a sheet with errors is empty and its parent answers, and the search through
 // the index and the cache of answers equal the plain search.
+#include <fuzz/require.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/style/style_data.h>
 #include <qel/testing/style_search.h>
 
-#include <cstdlib>
 #include <string>
 #include <vector>
 
 using namespace qel;
 
 namespace {
-
-void require(bool holds) {
-    if (!holds) std::abort();
-}
 
 /// Returns up to @p limit words of the text and some that are not in it.
 std::vector<std::string> wordsOf(std::string_view text, size_t limit) {

@@ -1,15 +1,11 @@
 // What the fuzz targets of image files have in common.
 #pragma once
 
+#include <fuzz/require.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/imaging/pixels/image.h>
 
 #include <cstdio>
-#include <cstdlib>
-
-inline void require(bool holds) {
-    if (!holds) std::abort();
-}
 
 /// Loads a file. Nothing that is logged or printed appears, and only small pictures are decoded.
 inline bool loadQuietly(qel::Image& image, const qel::uint8* data, size_t size) {

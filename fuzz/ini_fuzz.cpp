@@ -1,6 +1,7 @@
 // INI files: whatever the text, every accessor leaves its output unchanged when it returns false, and those
 // that read the same key agree on whether it exists.
 #include <fuzz/memory_file.h>
+#include <fuzz/require.h>
 #include <qel/files/ini_parser.h>
 #include <qel/files/product_package.h>
 #include <qel/foundation/log/message_stream.h>
@@ -13,10 +14,6 @@
 using namespace qel;
 
 namespace {
-
-void require(bool holds) {
-    if (!holds) std::abort();
-}
 
 /// Calls an accessor twice, with different values in its output. @return its result.
 template <typename T, typename Accessor>

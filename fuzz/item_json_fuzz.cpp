@@ -1,4 +1,5 @@
 // JSON as an Item, as script values, and back.
+#include <fuzz/require.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/script/object.h>
 #include <qel/store/core/item.h>
@@ -6,7 +7,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include <cstdlib>
 #include <random>
 
 using namespace qel;
@@ -17,10 +17,6 @@ extern "C" size_t LLVMFuzzerMutate(uint8* data, size_t size, size_t maxSize);
 namespace {
 
 using Random = std::minstd_rand;
-
-void require(bool holds) {
-    if (!holds) std::abort();
-}
 
 Json randomValue(Random& random) {
     static const char* const kTexts[] = {"", "a", "GUID:::00", "\xC3\xA4", "{", "table"};

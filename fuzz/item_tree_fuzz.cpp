@@ -1,5 +1,6 @@
 // Two lists of elements: 4 bytes for the size of the first, then both. They are walked, read in every way,
 // compared, printed, converted to script values without code, and written through views.
+#include <fuzz/require.h>
 #include <qel/foundation/base/buffer.h>
 #include <qel/foundation/base/string_id.h>
 #include <qel/foundation/log/message_stream.h>
@@ -9,7 +10,6 @@
 #include <qel/system/core/system.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <random>
 #include <vector>
 
@@ -18,10 +18,6 @@ using namespace qel;
 extern "C" size_t LLVMFuzzerMutate(uint8* data, size_t size, size_t maxSize);
 
 namespace {
-
-void require(bool holds) {
-    if (!holds) std::abort();
-}
 
 int signOf(int value) {
     return (value > 0) - (value < 0);

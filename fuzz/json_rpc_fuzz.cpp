@@ -1,5 +1,6 @@
 // The JSON-RPC server with a peer that sends the input in pieces, whose size is the first byte. The replies
 // must be complete lines, and the server must continue to answer.
+#include <fuzz/require.h>
 #include <hosts/qelserver/json_rpc_server.h>
 #include <nlohmann/json.hpp>
 #include <qel/foundation/log/message_stream.h>
@@ -8,7 +9,6 @@
 #include <qel/system/core/system.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 
@@ -17,10 +17,6 @@ using namespace qelserver;
 using nlohmann::json;
 
 namespace {
-
-void require(bool holds) {
-    if (!holds) std::abort();
-}
 
 class Peer {
 public:

@@ -4,6 +4,7 @@
 //
 // The first bytes select the style; the rest is the text.
 #include <fuzz/drawn_bytes.h>
+#include <fuzz/require.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/imaging/pixels/image.h>
 #include <qel/render/renderer_software.h>
@@ -15,7 +16,6 @@
 #include <tests/text/engine/drawn_font.h>
 
 #include <array>
-#include <cstdlib>
 #include <limits>
 #include <string>
 #include <tuple>
@@ -26,10 +26,6 @@ namespace {
 using namespace qel;
 
 constexpr size_t kStyleBytes = 80;
-
-void require(bool holds) {
-    if (!holds) std::abort();
-}
 
 ManualClock g_clock{1'000'000'000};
 

@@ -1,6 +1,7 @@
 // Passes a text in pieces of any size through the splitter of lines, with each kind of line end, and, as a
 // child's output over a pipe, through the packet reader. The lines must not depend on the pieces, and a
 // trimmed log must account for every line. The first bytes select the sizes of the pieces.
+#include <fuzz/require.h>
 #include <qel/foundation/base/line_splitter.h>
 #include <qel/foundation/log/log_backend.h>
 #include <qel/foundation/log/message_stream.h>
@@ -24,10 +25,6 @@ namespace {
 using qel::LineEnd;
 using qel::LineSplitter;
 using qel::String;
-
-void require(bool holds) {
-    if (!holds) std::abort();
-}
 
 /// A process whose output is a pipe that the test writes to.
 class Wire : public qel::Process {

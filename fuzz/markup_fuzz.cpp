@@ -3,6 +3,7 @@
 // The first byte selects the parser. The pieces between NUL bytes are the text, the values of the variables
 // "a" and "b", and the translations of "a" and "b". The reference for the tokens is a slow reader that copies
 // the rest of the text after each replacement; that for plain text is a regular expression.
+#include <fuzz/require.h>
 #include <qel/foundation/base/buffer.h>
 #include <qel/foundation/base/byte_span.h>
 #include <qel/foundation/log/message_stream.h>
@@ -15,7 +16,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <cstdlib>
 #include <regex>
 #include <string>
 #include <string_view>
@@ -23,10 +23,6 @@
 namespace {
 
 using namespace qel;
-
-void require(bool holds) {
-    if (!holds) std::abort();
-}
 
 std::array<String, 2> g_translations;
 

@@ -1,5 +1,6 @@
 // Materials: JSON and Items of any form become materials or a documented failure. What was read survives an
 // Item, and tables are built from it whatever the keys and values are.
+#include <fuzz/require.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/imaging/pixels/image.h>
 #include <qel/store/core/item.h>
@@ -7,16 +8,11 @@
 #include <tests/support/idle_renderer_3d.h>
 
 #include <bit>
-#include <cstdlib>
 #include <string_view>
 
 using namespace qel;
 
 namespace {
-
-void require(bool holds) {
-    if (!holds) std::abort();
-}
 
 void check(VolumeMaterial& material, int steps) {
     const Item item = material.toItem();

@@ -1,6 +1,7 @@
 // The volume files of the viewer: whatever the bytes, a load either states a problem or uploads every slice
 // and has a usable orientation and finite scales. The first byte selects what the others are: a file, the
 // content of a gzip file, or a header and the voxels that it refers to.
+#include <fuzz/require.h>
 #include <hosts/qelviewer/volume/volume_file.h>
 
 #include <qel/foundation/log/message_stream.h>
@@ -19,10 +20,6 @@
 using namespace qel;
 
 namespace {
-
-void require(bool holds) {
-    if (!holds) std::abort();
-}
 
 /// Counts slices.
 class CountingVolume : public VolumeTexture {

@@ -1,20 +1,16 @@
 // NRRD files: whatever the bytes, a load either fails or uploads every slice once, the last one first, and
 // what is stored can be computed from the file. Nothing but the documented exceptions is thrown.
 #include <fuzz/memory_file.h>
+#include <fuzz/require.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/volume/volume_loader.h>
 #include <tests/support/idle_renderer_3d.h>
 
-#include <cstdlib>
 #include <stdexcept>
 
 using namespace qel;
 
 namespace {
-
-void require(bool holds) {
-    if (!holds) std::abort();
-}
 
 /// Checks the order of slices and counts voxels.
 class CheckingVolume : public VolumeTexture {

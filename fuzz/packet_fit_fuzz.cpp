@@ -1,6 +1,7 @@
 // Packets from outside. The first byte selects the scheme and how much of the payload is adjusted to fit it,
 // so that many inputs pass the checks; the second byte is the flags, and the rest is the payload. A Packet
 // and a PacketView must accept the same payloads and read the same fields.
+#include <fuzz/require.h>
 #include <tests/packet/packet_schemes.h>
 
 #include <qel/foundation/log/message_stream.h>
@@ -8,7 +9,6 @@
 #include <qel/store/core/item.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <iterator>
 #include <vector>
 
@@ -29,10 +29,6 @@ const qel::test::RowScheme kRow;
 const PacketScheme* const kSchemes[] = {&kJobs[0], &kJobs[1], &kJobs[2], &kAllKinds, &kCargo, &kRow};
 
 int g_warnings = 0;
-
-void require(bool holds) {
-    if (!holds) std::abort();
-}
 
 /// The bits of the first byte above the scheme.
 enum Repair { kCounts = 8, kSuffix = 16, kOtherId = 32 };

@@ -1,5 +1,6 @@
 // Framings of packets: lines of text, bytes with a manifest, files of records. The input is used unchanged,
 // and, without its first byte, converted to a line that may be a packet.
+#include <fuzz/require.h>
 #include <qel/files/string_event.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/packet/file_packet_reader.h>
@@ -7,7 +8,6 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cstdlib>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -19,10 +19,6 @@ using qel::uint8;
 namespace {
 
 int g_warnings = 0;
-
-void require(bool holds) {
-    if (!holds) std::abort();
-}
 
 void tryLine(const String& line) {
     g_warnings = 0;

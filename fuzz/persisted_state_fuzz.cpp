@@ -2,6 +2,7 @@
 // their own data remains readable, and no identifier or line number is assigned twice.
 // || An input selects a kind of record and entries below its root. An entry is a path, which may begin with a
 // name that the record knows, and a value; both continue with bytes of the input.
+#include <fuzz/require.h>
 #include <qel/files/delete_later.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/platform/file_system.h>
@@ -13,7 +14,6 @@
 #include <qel/system/core/system.h>
 #include <qel/testing/faults.h>
 
-#include <cstdlib>
 #include <set>
 #include <span>
 #include <string>
@@ -21,10 +21,6 @@
 using namespace qel;
 
 namespace {
-
-void require(bool holds) {
-    if (!holds) std::abort();
-}
 
 void checkOptions(const Item& root) {
     for (int round = 0; round < 2; ++round) {

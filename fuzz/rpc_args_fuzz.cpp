@@ -1,6 +1,7 @@
 // Calls every registered function with arbitrary Items. The input is a program: which call to make with which
 // arguments, what to do with the contexts that handlers kept, and when to continue a transfer. Each call must
 // finish exactly once.
+#include <fuzz/require.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/platform/process_run.h>
 #include <qel/rpc/rpc_provider.h>
@@ -11,7 +12,6 @@
 #include <qel/testing/machine.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -19,10 +19,6 @@
 using namespace qel;
 
 namespace {
-
-void require(bool holds) {
-    if (!holds) std::abort();
-}
 
 /// Decodes the program; after its end everything is 0.
 class Program {

@@ -3,13 +3,13 @@
 // The machine cannot stop a running script, so the input itself is only compiled, never run. Its bytes then
 // select a program of bounded loops, calls and values of all types in all places. Whatever happens in that
 // program, the machine must be able to run the next script.
+#include <fuzz/require.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/script/object_interfaces.h>
 #include <qel/script/vm.h>
 
 #include <array>
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -269,10 +269,6 @@ private:
     std::string m_text;
     int m_statements = 0;
 };
-
-void require(bool holds) {
-    if (!holds) std::abort();
-}
 
 /// A machine that runs one input after another while they leave it unchanged, because opening a machine takes
 /// most of the time of an input.

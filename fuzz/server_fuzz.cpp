@@ -1,6 +1,7 @@
 // The whole server in one process, with peers that connect, send bytes, calls and batches, stop reading and
 // disconnect, and workers that send damaged packets. Each step is encoded by a few bytes of the input.
 // Replies must always be complete and of limited size, and another peer must be answered.
+#include <fuzz/require.h>
 #include <hosts/jobs/job_packets.h>
 #include <hosts/qelserver/json_rpc_channel.h>
 #include <hosts/qelserver/server.h>
@@ -13,7 +14,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <limits>
@@ -34,10 +34,6 @@ namespace {
 constexpr uint32 kPeerUser = 71; // may make all calls except those that install packages
 constexpr size_t kMostPeers = 4;
 constexpr size_t kMostReplyBytes = 3 << 20; // of the results and ids of one message
-
-void require(bool holds) {
-    if (!holds) std::abort();
-}
 
 /// The part of the input that was not used yet.
 class Steps {

@@ -1,32 +1,18 @@
 // Shapers of outline fonts: the first byte is the size, the others are the file. Each character has an
 // advance, and the glyphs are in the order of their characters.
-#include <qel/foundation/log/message_stream.h>
+#include <fuzz/quiet_system.h>
+#include <fuzz/require.h>
 #include <qel/shaping/shaper.h>
-#include <qel/system/core/clock.h>
-#include <qel/system/core/system.h>
 #include <qel/text/fonts/shaping.h>
 #include <qel/text/fonts/true_type_font.h>
 
 #include <cmath>
-#include <cstdlib>
 #include <string_view>
 #include <vector>
 
 using namespace qel;
 
 namespace {
-
-void require(bool holds) {
-    if (!holds) std::abort();
-}
-
-void startSystem() {
-    static ManualClock clock(1'000'000'000);
-    if (internal::g_system != nullptr) return;
-    logging::setConsoleWriter([](const logging::ConsoleLine&) {});
-    Clock::install(&clock);
-    System::initialize({});
-}
 
 void shape(TrueTypeFont& font, std::u32string_view text, bool isRightToLeft) {
     const std::vector<uint32> codePoints(text.begin(), text.end());
@@ -46,7 +32,7 @@ void shape(TrueTypeFont& font, std::u32string_view text, bool isRightToLeft) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8* data, size_t size) {
     if (size < 1) return 0;
-    startSystem();
+    startQuietSystem();
     const SmartPointer<TrueTypeFont> font = new TrueTypeFont;
     if (!font->loadFromMemory({data + 1, size - 1}, data[0])) return 0;
     connectShaper(*font);

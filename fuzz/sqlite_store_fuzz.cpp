@@ -4,12 +4,12 @@
 // An input selects records, changes to bytes of the file, whether it is truncated, whether it appears too
 // large to be checked when it is opened, and operations.
 #include <fuzz/drawn_bytes.h>
+#include <fuzz/require.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/store/sqlite/sqlite_store.h>
 #include <tests/support/store_model.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -20,10 +20,6 @@
 namespace {
 
 using namespace qel;
-
-void require(bool holds) {
-    if (!holds) std::abort();
-}
 
 /// A path in the temporary folder; the file is removed at the end.
 class FilePath {

@@ -2,6 +2,7 @@
 // all return the same results and have the same content at the end. Commits and rollbacks may occur without a
 // begin.
 #include <fuzz/drawn_bytes.h>
+#include <fuzz/require.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/store/core/cache_store.h>
 #include <tests/support/store_model.h>
@@ -9,15 +10,10 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 
 namespace {
 
 using namespace qel;
-
-void require(bool holds) {
-    if (!holds) std::abort();
-}
 
 /// A blob of the content, read by another store, results in the same content.
 void checkBlob(MemoryStore& store) {

@@ -1,6 +1,7 @@
 // Tar archives: whatever bytes the file contains, no file in it contains bytes from elsewhere, and opening
 // reads no more headers than fit into the file.
 #include <fuzz/memory_file.h>
+#include <fuzz/require.h>
 #include <qel/files/tar_archive.h>
 #include <qel/foundation/base/buffer.h>
 #include <qel/foundation/base/smart_pointer.h>
@@ -20,10 +21,6 @@ extern "C" size_t LLVMFuzzerMutate(uint8* data, size_t size, size_t maxSize);
 namespace {
 
 constexpr size_t kBlock = 512;
-
-void require(bool holds) {
-    if (!holds) std::abort();
-}
 
 class ReadCounter : public seams::Faults {
 public:

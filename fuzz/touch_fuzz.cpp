@@ -1,6 +1,7 @@
 // Touches: random lists, claims, iterations and dying owners. Each touch has at most one owner, begins before
 // it ends, and is returned once by an iteration; what is kept is bounded.
 #include <fuzz/drawn_bytes.h>
+#include <fuzz/require.h>
 #include <qel/foundation/log/message_stream.h>
 #include <qel/scene/actors/touch_state.h>
 #include <qel/system/core/clock.h>
@@ -9,7 +10,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdlib>
 #include <limits>
 #include <memory>
 #include <set>
@@ -17,10 +17,6 @@
 namespace {
 
 using namespace qel;
-
-void require(bool holds) {
-    if (!holds) std::abort();
-}
 
 class Widget : public Object {
     QEL_CLASS(Widget, Object)

@@ -1,12 +1,10 @@
 // Outline fonts: the first byte is the size, the others are the file. No glyph lies outside its page, and
 // glyphs are the same after the pages were dropped.
-#include <qel/foundation/log/message_stream.h>
+#include <fuzz/quiet_system.h>
+#include <fuzz/require.h>
 #include <qel/render/sprite.h>
-#include <qel/system/core/clock.h>
-#include <qel/system/core/system.h>
 #include <qel/text/fonts/true_type_font.h>
 
-#include <cstdlib>
 #include <cstring>
 
 using namespace qel;
@@ -16,18 +14,6 @@ namespace {
 constexpr uint32 kFirst = 'A';
 constexpr uint32 kCodePoints = 16; // few, because one without a glyph costs a sprite
 constexpr uint32 kGlyphs = 48;
-
-void require(bool holds) {
-    if (!holds) std::abort();
-}
-
-void startSystem() {
-    static ManualClock clock(1'000'000'000);
-    if (internal::g_system != nullptr) return;
-    logging::setConsoleWriter([](const logging::ConsoleLine&) {});
-    Clock::install(&clock);
-    System::initialize({});
-}
 
 /// Requires that a length in texture coordinates is a whole number of pixels in the page. @return the number.
 int pixels(float coordinate) {
@@ -60,7 +46,7 @@ int64 draw(TrueTypeFont& font) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8* data, size_t size) {
     if (size < 1) return 0;
-    startSystem();
+    startQuietSystem();
     const SmartPointer<TrueTypeFont> font = new TrueTypeFont;
     if (!font->loadFromMemory({data + 1, size - 1}, data[0] * 2)) {
         require(!font->isLoaded() && font->getLineHeight() == 0);

@@ -1,18 +1,14 @@
 // Two URIs, parsed one after the other by one parser: the input up to the first line feed, and the rest.
+#include <fuzz/require.h>
 #include <qel/rpc/uri_parser.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <string_view>
 #include <tuple>
 
 using namespace qel;
 
 namespace {
-
-void require(bool holds) {
-    if (!holds) std::abort();
-}
 
 auto fieldsOf(const URIParser& parser) {
     return std::tuple(parser.scheme, parser.user, parser.password, parser.host, parser.port, parser.path,

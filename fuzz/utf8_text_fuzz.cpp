@@ -1,5 +1,6 @@
 // Passes text of any bytes through every UTF-8 operation of String, with each instruction set of the machine.
 // The first byte selects the set and a number of code points.
+#include <fuzz/require.h>
 #include <qel/foundation/base/string.h>
 #include <qel/foundation/base/string_id.h>
 #include <qel/foundation/base/unicode.h>
@@ -8,17 +9,12 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string_view>
 
 namespace {
 
 using qel::String;
 using qel::uint32;
-
-void require(bool holds) {
-    if (!holds) std::abort();
-}
 
 /// The code points read one by one, as the reference for the vector operations.
 struct Reading {

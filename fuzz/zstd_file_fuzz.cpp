@@ -1,18 +1,9 @@
 // Reads any bytes as a compressed file, and compresses them.
+#include <fuzz/require.h>
 #include <qel/foundation/base/compression.h>
-
-#include <cstdlib>
 
 using qel::Buffer;
 using qel::uint8;
-
-namespace {
-
-void require(bool holds) {
-    if (!holds) std::abort();
-}
-
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8* data, size_t size) {
     const qel::ConstByteSpan bytes(data, size);
