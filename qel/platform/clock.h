@@ -13,6 +13,10 @@ namespace qel::platform {
 /// @threads any thread.
 QEL_API std::int64_t steadyNanoseconds();
 
+/// Returns the processor time that the calling thread has taken, in nanoseconds.
+/// @threads any thread; each has a time of its own.
+std::int64_t threadNanoseconds();
+
 /// Returns the wall clock: 100 ns ticks since 1601-01-01 00:00:00 UTC. It may jump when the clock is set.
 /// @threads any thread.
 QEL_API std::int64_t utcTicks();

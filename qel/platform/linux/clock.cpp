@@ -23,12 +23,20 @@ bool breakDown(BreakDown function, std::int64_t unixSeconds, CalendarTime& resul
     return true;
 }
 
+std::int64_t nanosecondsOf(clockid_t clock) {
+    timespec now{};
+    clock_gettime(clock, &now);
+    return now.tv_sec * 1'000'000'000LL + now.tv_nsec;
+}
+
 } // namespace
 
 std::int64_t steadyNanoseconds() {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return now.tv_sec * 1'000'000'000LL + now.tv_nsec;
+    return nanosecondsOf(CLOCK_MONOTONIC);
+}
+
+std::int64_t threadNanoseconds() {
+    return nanosecondsOf(CLOCK_THREAD_CPUTIME_ID);
 }
 
 std::int64_t utcTicks() {

@@ -29,6 +29,10 @@ constexpr int64 kTicksOf2024 = 133'485'408'000'000'000;
 
 Clock::~Clock() = default;
 
+int64 Clock::threadNanoseconds() {
+    return platform::threadNanoseconds();
+}
+
 Clock& Clock::current() {
     Clock* const installed = g_installed.load(std::memory_order_acquire);
     return installed != nullptr ? *installed : machineClock();

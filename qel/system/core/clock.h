@@ -26,6 +26,9 @@ public:
     /// the system instead of calling sleep(). @threads any thread.
     virtual bool isRealTime() const { return false; }
 
+    /// Returns the processor time that the calling thread has taken, in nanoseconds, whatever clock is
+    /// installed. @threads any thread; each has a time of its own.
+    static int64 threadNanoseconds();
     /// Returns the clock in use: the machine's unless install() has set another. @threads any thread.
     static Clock& current();
     /// Uses @p clock from now on; null restores the machine's clocks.

@@ -8,8 +8,7 @@ namespace qel {
 
 namespace {
 
-/// A character takes about a microsecond. The factor covers sanitizers, and other threads of the process,
-/// whose time counts too.
+/// A character takes about a microsecond. The factor covers slow processors and sanitizers.
 constexpr double kSecondsPerCharacter = 100e-6;
 
 double g_allowance = 1;
@@ -17,7 +16,7 @@ double g_allowance = 1;
 } // namespace
 
 bool internal::WorkLimit::end(std::size_t characterCount) {
-    const double seconds = static_cast<double>(std::clock() - m_begin) / CLOCKS_PER_SEC;
+    const double seconds = static_cast<double>(Clock::threadNanoseconds() - m_begin) * 1e-9;
     m_seconds += seconds - kSecondsPerCharacter * static_cast<double>(characterCount);
     m_seconds = std::max(m_seconds, 0.0); // fast texts earn no time for slow ones
     return m_seconds <= g_allowance;
