@@ -35,7 +35,7 @@ struct ShapedGlyph {
 /// glyph and its advance, and the others have an advance of 0.
 ///
 /// Lengths that are not numbers count as 0, and those beyond 32767 as 32767. Glyphs of characters that do not
-/// exist, glyphs that are out of order, and those after the first 32 times as many as characters are ignored.
+/// exist, glyphs that are out of order, and glyphs beyond a total of 32 per character are ignored.
 struct ShapedRun {
     /// Pixels by which the pen moves on, one for each character of the run; with another number of advances
     /// the run is not shaped. The sums of advances are rounded to whole pixels.

@@ -354,7 +354,7 @@ HWY_INLINE F OpacityOver(F opacity, F length) {
 
 // --- Rays --------------------------------------------------------------------------------------------------
 
-/// Some of the rays of a run: as many as a vector has lanes.
+/// Neighbouring rays of a run, one in each lane of a vector.
 class Rays {
 public:
     HWY_INLINE Rays(const VolumeDraw& draw, const RayPaths& paths, size_t first)
