@@ -1,13 +1,13 @@
 // The volume files of the viewer: whatever the bytes, a load either states a problem or uploads every slice
 // and has a usable orientation and finite scales. The first byte selects what the others are: a file, the
 // content of a gzip file, or a header and the voxels that it refers to.
+#include <fuzz/checking_volume.h>
 #include <fuzz/require.h>
 #include <hosts/qelviewer/volume/volume_file.h>
 
 #include <qel/foundation/log/message_stream.h>
 #include <qel/volume/volume_loader.h>
 #include <tests/hosts/qelviewer_files.h>
-#include <tests/support/idle_renderer_3d.h>
 
 #include <cmath>
 #include <cstdio>
@@ -20,32 +20,6 @@
 using namespace qel;
 
 namespace {
-
-/// Counts slices.
-class CountingVolume : public VolumeTexture {
-public:
-    using VolumeTexture::uploadData;
-    using VolumeTexture::VolumeTexture;
-
-    void initialize(FormatID format, const IVec3<int>& size) override {
-        require(format == UInt16);
-        setContent(format, size);
-    }
-    void uploadData(int zBegin, int zEnd, FormatID format, const void* data) override {
-        require(format == UInt16 && zEnd == zBegin + 1);
-        const auto* const words = static_cast<const uint16*>(data);
-        const auto count = static_cast<size_t>(getSize().x) * static_cast<size_t>(getSize().y);
-        for (size_t i = 0; i < count; ++i) sum += words[i];
-        ++slices;
-    }
-
-    uint64 sum = 0; ///< reads every voxel, for the sanitizers
-    int slices = 0;
-};
-
-struct CountingRenderer : test::IdleRenderer3D {
-    VolumeTexture* createVolumeTextureInternal() override { return new CountingVolume(this); }
-};
 
 /// A folder that is removed when the process ends.
 class Folder {
@@ -82,9 +56,9 @@ std::string writeInput(std::string_view input) {
 }
 
 void check(const VolumeLoader& loader, const qelviewer::VolumeHeader& header) {
-    const auto& volume = static_cast<const CountingVolume&>(*loader.getScalarTexture());
+    const auto& volume = static_cast<const CheckingVolume&>(*loader.getScalarTexture());
     require(volume.getSize() == header.size);
-    require(volume.slices == header.size.z);
+    require(volume.isComplete());
     require(header.orientation.isUsable());
     require(std::isfinite(header.scaleBias.x) && std::isfinite(header.scaleBias.y));
     for (const auto& [name, value] : header.lines) require(String(value).utf8_fix() == value);
@@ -103,7 +77,7 @@ void check(const VolumeLoader& loader, const qelviewer::VolumeHeader& header) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8* data, size_t size) {
     logging::setConsoleWriter([](const logging::ConsoleLine&) {});
     const std::string path = writeInput({reinterpret_cast<const char*>(data), size});
-    CountingRenderer renderer;
+    CheckingRenderer renderer;
     VolumeLoader loader(&renderer);
     qelviewer::VolumeHeader header;
     qelviewer::LoadProgress progress;
