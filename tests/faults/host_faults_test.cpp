@@ -263,11 +263,11 @@ TEST(HostInterrupts, KeepTheOldOutputUntilTheNewOneIsComplete) {
 }
 
 /// Runs a server ($0) that the words from $2 on disturb, lets a client ($1) set an option, stops the server,
-/// and asks an undisturbed one for the option. A server that does not end is killed after 20 seconds.
+/// and asks an undisturbed one for the option. A server that hangs is killed after a minute.
 constexpr const char* kServerScript = R"(
 server=$0 client=$1 socket=$PWD/socket; shift
 start() {
-    timeout -s KILL 20 "$@" "$server" --socket "$socket" --data records.store --workers 0 >>log 2>&1 & pid=$!
+    timeout -s KILL 60 "$@" "$server" --socket "$socket" --data records.store --workers 0 >>log 2>&1 & pid=$!
     until grep -q " 00010000 .* $socket\$" /proc/net/unix || ! kill -0 $pid 2>/dev/null; do sleep 0.02; done
 }
 stop() { kill -TERM $pid; wait $pid; }
