@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <exception>
 #include <string_view>
 
 namespace qel::util {
@@ -18,10 +19,17 @@ struct Beginning {
     size_t size = 0;
     bool isReadable = false;
 
-    /// Reads by the buffer of the stream alone, so that the stream's state does not change.
     explicit Beginning(std::istream& stream) {
         if (!stream.good() || !stream.rdbuf()) return;
-        std::streambuf& buffer = *stream.rdbuf();
+        try {
+            read(*stream.rdbuf());
+        } catch (const std::exception&) { // the buffers of files throw what reading them fails with
+            isReadable = false;
+        }
+    }
+
+    /// Reads by the buffer of a stream alone, so that the stream's state does not change.
+    void read(std::streambuf& buffer) {
         const std::streampos position = buffer.pubseekoff(0, std::ios_base::cur, std::ios_base::in);
         if (position == std::streampos(-1)) return;
         if (buffer.pubseekpos(0, std::ios_base::in) == std::streampos(-1)) return;

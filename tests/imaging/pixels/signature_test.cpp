@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <sstream>
 #include <string>
 
@@ -92,6 +93,13 @@ TEST(FileSignature, StreamsWithoutAPositionAnswerNo) {
     EXPECT_TRUE(stream.good());
     std::ostream out(&pipe);
     EXPECT_FALSE(sanitizeDicomFile(out));
+}
+
+TEST(FileSignature, StreamsThatCannotBeReadAnswerNo) {
+    std::ifstream folder("/", std::ios_base::binary); // opens, but cannot be read
+    EXPECT_EQ(detectFileType(folder), FileType::Unknown);
+    EXPECT_EQ(isDicomFileExt(folder), 0);
+    EXPECT_FALSE(isSanitizedDicomFile(folder));
 }
 
 TEST(DicomPreamble, IsOverwrittenWithZeros) {
