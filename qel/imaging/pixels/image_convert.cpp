@@ -114,9 +114,9 @@ struct Centre {
     int64 evenY() const { return dy & ~int64{1}; }
 };
 
-/// A plane of a source that begins at another row and byte.
+/// A plane of a source that begins at another row and byte. A plane without memory is empty and stays so.
 Source moved(const uint8* p, int pitch, int64 rows, int64 bytes) {
-    return {p + rows * pitch + bytes, pitch};
+    return {p ? p + rows * pitch + bytes : nullptr, pitch};
 }
 
 bool isMissing(const uint8* p, int width, int height) {
@@ -250,7 +250,7 @@ bool Image::convertFrom(int width, int height, FormatID format, const uint8* p0,
                         int pitch1) {
     const bool isThere = !isMissing(p0, width, height) && !isMissing(p1, width >> 1, height >> 1);
     if (isThere && format == m_format && m_planes == 2 && hasPixels() &&
-        getSize() == IVec2<int>(width, height)) {
+        getSize() == IVec2<int>(width, height) && !isMissing(p1, m_planeSize[1].x, m_planeSize[1].y)) {
         const uint8* const planes[] = {p0, p1};
         const int pitches[] = {pitch0, pitch1};
         copyTwoPlanes(*this, planes, pitches);

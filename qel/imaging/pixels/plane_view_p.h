@@ -11,8 +11,8 @@ struct PlaneView {
     Byte* data = nullptr; ///< first row
     int64 pitch = 0;      ///< bytes from one row to the next
 
-    /// Returns row @p y.
-    Byte* row(uint64 y) const { return data + static_cast<int64>(y) * pitch; }
+    /// Returns row @p y; null if the plane has no memory.
+    Byte* row(uint64 y) const { return data ? data + static_cast<int64>(y) * pitch : nullptr; }
 };
 
 using Source = PlaneView<const uint8>; ///< A plane that is read.

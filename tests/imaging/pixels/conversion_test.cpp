@@ -335,6 +335,27 @@ TEST(ConversionTable, ImagesWithoutPixelsAreUnsupported) {
         << "foreign overlays have one plane";
 }
 
+TEST(ConversionTable, EmptySourcesNeedNoMemory) {
+    for (const IVec2<int> size : {IVec2<int>(10, 0), IVec2<int>(0, 10)}) {
+        for (const FormatID format : {RGBA8, Y1UV2, Y1U2V2}) {
+            Image empty(format, {0, 0}), equal(format, size);
+            EXPECT_TRUE(empty.convertFrom(Image(format, size))) << format;
+            EXPECT_TRUE(equal.convertFrom(Image(format, size))) << format;
+        }
+        Image target(BGRA8, size), smaller(BGRA8, {0, 0});
+        EXPECT_TRUE(target.convertFrom(size.x, size.y, RGBA8, nullptr, 40)) << size.x;
+        EXPECT_TRUE(smaller.convertFrom(size.x, size.y, RGBA8, nullptr, 40)) << size.x;
+    }
+}
+
+TEST(ConversionTable, AMissingOverlayPlaneIsUnsupported) {
+    Image target(MP_RGB8_O16, {1, 1});
+    const uint8 rgb[3] = {};
+    LogCapture log;
+    EXPECT_FALSE(target.convertFrom(1, 1, MP_RGB8_O16, rgb, 3, nullptr, 2));
+    log.expect(3, "unsupported incoming double-planar format");
+}
+
 TEST(ConversionCentre, TakesTheMiddleOfALargerSource) {
     for (const FormatPair& pair : pairs()) {
         const bool movesByBytes = pair.from == Flt32 || pair.from == UInt16O16 || pair.from == RGB8O16;
