@@ -8,6 +8,7 @@
 #include <qel/render/texture_software.h>
 
 #include <cmath>
+#include <utility>
 
 namespace qel {
 
@@ -39,6 +40,7 @@ RendererSoftware::~RendererSoftware() {
 
 void RendererSoftware::setRenderTarget(Image* image) {
     RendererSoftware::flushInternal();
+    const SmartPointer<Image> previous = std::move(m_data->target); // may be the last reference to @p image
     m_data->target = nullptr;
     m_data->surface = {};
     if (image == nullptr) return;
@@ -76,7 +78,9 @@ bool RendererSoftware::downloadFramebuffer(Image& out) {
     return true;
 }
 
+// What a frame without an end has recorded belongs to the target as it was then.
 void RendererSoftware::startInternal() {
+    RendererSoftware::flushInternal();
     m_data->surface = Surface::of(m_data->target.get());
     m_data->isInFrame = true;
 }

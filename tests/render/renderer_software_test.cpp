@@ -105,6 +105,23 @@ TEST(RendererSoftware, ADrawingBeforeTheTargetChangesIsDrawnOnTheOldOne) {
     EXPECT_EQ(canvas.image->getBytePointer(1)[4], 255) << "the destructor draws what was recorded";
 }
 
+TEST(RendererSoftware, TheTargetMayBeSetAgain) {
+    RendererSoftware renderer;
+    renderer.setRenderTarget(new Image(BGRA8, {3, 2})); // held by the renderer alone
+    renderer.setRenderTarget(renderer.getRenderTarget());
+    EXPECT_EQ(renderer.getRenderTargetSize(), IVec2<int>(3, 2));
+}
+
+TEST(RendererSoftware, AStartForgetsDrawingOnATargetThatHasChanged) {
+    Canvas canvas({100, 100});
+    canvas.renderer.drawRectInternal({0, 0, 100, 100});
+    canvas.image->free();
+    canvas.image->initialize(BGRA8, {2, 2});
+    std::memset(canvas.image->getBytePointer(), 0, canvas.image->getByteSize());
+    canvas.renderer.start();
+    EXPECT_EQ(canvas.shape(), "../../");
+}
+
 TEST(RendererSoftware, ADownloadShowsTheFrameSoFar) {
     Canvas canvas({2, 1});
     canvas.renderer.drawRectInternal({0, 0, 1, 1});
