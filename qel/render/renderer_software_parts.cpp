@@ -25,7 +25,7 @@ bool isExact(const IVec2<int>& size) {
 
 /// Returns the texel at which @p begin lies if a range of texture coordinates has @p count whole texels of a
 /// texture with @p size of them; otherwise -1.
-int wholeTexels(float begin, float end, int size, int count) {
+int wholeTexels(float begin, float end, int size, int64 count) {
     const float first = begin * static_cast<float>(size);
     const float last = end * static_cast<float>(size);
     if (!(first >= 0 && last <= static_cast<float>(size))) return -1;
@@ -63,8 +63,8 @@ public:
 
 private:
     IVec2<int> wholeArea(const Rect& source, const IVec4<int>& bounds) const {
-        return {wholeTexels(source.x0, source.x1, m_size.x, bounds.z - bounds.x),
-                wholeTexels(source.y0, source.y1, m_size.y, bounds.w - bounds.y)};
+        return {wholeTexels(source.x0, source.x1, m_size.x, int64{bounds.z} - bounds.x),
+                wholeTexels(source.y0, source.y1, m_size.y, int64{bounds.w} - bounds.y)};
     }
 
     IVec2<int> m_size;

@@ -76,6 +76,14 @@ TEST(TextureParts, EqualDrawingEachPart) {
             << c.texture << " on " << c.target << " of width " << c.size.x;
 }
 
+TEST(TextureParts, PartsMayBeLargerThanAnyTarget) {
+    test::Canvas canvas({2, 1});
+    const SmartPointer<Texture> texture = test::makeTexture(canvas.renderer, A8, {1, 1}, {255});
+    const TexturePart part{{0, 0, 1, 1}, {-1e30f, -1e30f, 1e30f, 1e30f}};
+    canvas.renderer.drawTextureParts(texture.get(), {&part, 1}, {});
+    EXPECT_EQ(canvas.shape(), "##/");
+}
+
 TEST(TextureParts, PartsThatAreNotFiniteAreLeftOut) {
     test::Canvas canvas({8, 8});
     const SmartPointer<Texture> texture =
