@@ -151,14 +151,17 @@ Self Matrix4<Self, Small, T>::FromQuaternion(const IVec4<T>& quaternion) {
 
 template <typename Self, typename Small, typename T>
 Self Matrix4<Self, Small, T>::FromCalibrationMatrix(const Small& k, T width, T height, T near, T far) {
+    const Double3x3 wide = widen<Double3x3>(k, 3);
+    const double w = static_cast<double>(width), h = static_cast<double>(height);
+    const double first = static_cast<double>(near), last = static_cast<double>(far);
     Self result(T(0));
-    result[0][0] = 2 * k[0][0] / width;
-    result[1][1] = 2 * k[1][1] / height;
-    result[2][0] = 1 - 2 * k[0][2] / width;
-    result[2][1] = 2 * k[1][2] / height - 1;
-    result[2][2] = (near + far) / (far - near);
+    result[0][0] = static_cast<T>(2 * wide[0][0] / w);
+    result[1][1] = static_cast<T>(2 * wide[1][1] / h);
+    result[2][0] = static_cast<T>(1 - 2 * wide[0][2] / w);
+    result[2][1] = static_cast<T>(2 * wide[1][2] / h - 1);
+    result[2][2] = static_cast<T>((first + last) / (last - first));
     result[2][3] = 1;
-    result[3][2] = -(2 * far * near) / (far - near);
+    result[3][2] = static_cast<T>(-(2 * last * first) / (last - first));
     return result;
 }
 

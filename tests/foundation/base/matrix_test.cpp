@@ -82,8 +82,17 @@ TEST(Matrix, ACalibrationMatrixSetsTheFocalLengthAndTheCentre) {
     const Float4x4 projection = Float4x4::FromCalibrationMatrix(k, 640, 480, 1, 3);
     EXPECT_EQ(projection[0], IVec4<float>(2.5f, 0, 0, 0));
     EXPECT_EQ(projection[1], IVec4<float>(0, 2.5f, 0, 0));
-    EXPECT_EQ(projection[2], IVec4<float>(1 - 600.0f / 640, 520.0f / 480 - 1, 2, 1));
+    EXPECT_EQ(projection[2], IVec4<float>(IVec4<double>(1 - 600.0 / 640, 520.0 / 480 - 1, 2, 1)));
     EXPECT_EQ(projection[3], IVec4<float>(0, 0, -3, 0));
+}
+
+TEST(Matrix, AFloatCalibrationMatrixIsRoundedOnce) {
+    const Float3x3 k(812.3f, 0, 319.7f, 0, 611.9f, 240.1f, 0, 0, 1);
+    Double3x3 wide;
+    for (int i = 0; i < 9; ++i) wide[i / 3][i % 3] = double{k[i / 3][i % 3]};
+    const Double4x4 exact = Double4x4::FromCalibrationMatrix(wide, 641, 479, double{0.1f}, double{97.3f});
+    const Float4x4 projection = Float4x4::FromCalibrationMatrix(k, 641, 479, 0.1f, 97.3f);
+    for (int i = 0; i < 4; ++i) EXPECT_EQ(projection[i], IVec4<float>(exact[i])) << "row " << i;
 }
 
 TEST(Matrix, TheInverseUndoesTheMatrix) {
