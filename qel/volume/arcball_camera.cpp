@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace qel {
 
@@ -51,8 +52,9 @@ void ArcballCamera::setDistance(float distance) {
 
 void ArcballCamera::setMinMaxDistance(float min, float max) {
     if (std::isnan(min) || std::isnan(max)) return;
-    m_minDistance = min;
-    m_maxDistance = max;
+    constexpr float kMost = std::numeric_limits<float>::max();
+    m_minDistance = std::clamp(min, -kMost, kMost); // an infinite distance has no view
+    m_maxDistance = std::clamp(max, -kMost, kMost);
     setDistance(m_distance);
 }
 

@@ -25,7 +25,7 @@ public:
     /// Sets the distance, within the limits.
     void setDistance(float distance);
     /// Sets the limits of the distance and moves the distance into them; if @p min exceeds @p max, @p max
-    /// counts.
+    /// counts. An infinite limit means none: the distance stays finite.
     void setMinMaxDistance(float min, float max);
 
     /// Returns the distance from the origin.

@@ -68,6 +68,17 @@ TEST(ArcballCamera, ArgumentsThatAreNoNumbersAreIgnored) {
     EXPECT_EQ(camera.getViewMatrix(), ArcballCamera().getViewMatrix());
 }
 
+TEST(ArcballCamera, AnInfiniteLimitKeepsTheDistanceFinite) {
+    for (const float far : {INFINITY, -INFINITY}) {
+        ArcballCamera camera;
+        camera.setMinMaxDistance(-INFINITY, INFINITY);
+        camera.setDistance(far);
+        EXPECT_EQ(camera.getDistance(), std::copysign(std::numeric_limits<float>::max(), far));
+        camera.setMinMaxDistance(far, far);
+        EXPECT_TRUE(std::isfinite(camera.getViewMatrix()[3].z));
+    }
+}
+
 TEST(ArcballCamera, ThePseudoMatrixKeepsTheOrientation) {
     ArcballCamera camera;
     camera.rotateX(1);
