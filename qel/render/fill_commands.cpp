@@ -9,7 +9,7 @@ namespace qel::internal {
 namespace {
 
 /// Areas with fewer pixels are drawn in single precision: finding whole numbers would take longer.
-constexpr int64 kFitPixels = 16 * 1024;
+constexpr int64 kFitPixels = 512;
 
 /// Draws a colour on rows of pixels.
 template <typename Pixel>

@@ -52,10 +52,8 @@ struct SpanMix {
     }
 };
 
-/// The same in whole numbers of 16 bits: either `(v + (v >> 8)) >> 8` with `v = factor * old + offset`, or
-/// `(((factor * 257 * old) >> 16) + offset) >> 8`.
+/// The same in whole numbers of 16 bits: each channel becomes `((factor * old >> 8) + offset) >> 8`.
 struct ByteMix {
-    bool isQuotient = false; ///< the first form, which divides by 255
     uint16 factor[4] = {};
     uint16 offset[4] = {};
 

@@ -2,6 +2,7 @@
 // or reordered.
 #include <qel/render/span_kernels_p.h>
 
+#include <array>
 #include <cmath>
 
 #undef HWY_TARGET_INCLUDE
@@ -165,15 +166,9 @@ void MixRowsBgra8(const SpanRows& rows, const SpanMix& mix) {
     isUnit ? MixRows<true>(rows, mix) : MixRows<false>(rows, mix);
 }
 
-/// Mixes bytes, one in each word. @return the results in the high bytes.
-template <bool kIsQuotient>
-HWY_INLINE hn::Vec<Words> MixWords(hn::Vec<Words> byte, hn::Vec<Words> factor, hn::Vec<Words> offset) {
-    if constexpr (kIsQuotient) {
-        const auto v = hn::Add(hn::Mul(byte, factor), offset);
-        return hn::Add(v, hn::ShiftRight<8>(v));
-    } else {
-        return hn::Add(hn::MulHigh(hn::Or(byte, hn::ShiftLeft<8>(byte)), factor), offset);
-    }
+/// Mixes bytes, which are the high ones of their words. @return the results in the high bytes.
+HWY_INLINE hn::Vec<Words> MixWords(hn::Vec<Words> bytes, hn::Vec<Words> factor, hn::Vec<Words> offset) {
+    return hn::Add(hn::MulHigh(bytes, factor), offset);
 }
 
 /// Returns a vector that alternates between numbers of two channels.
@@ -182,23 +177,18 @@ HWY_INLINE hn::Vec<Words> LoadChannels(const uint16* numbers, size_t channel) {
     return hn::BitCast(Words(), hn::Set(Pixels(), pair));
 }
 
-template <bool kIsQuotient>
-void MixRowsByWords(const SpanRows& rows, const ByteMix& mix) {
+void MixRowsInWords(const SpanRows& rows, const ByteMix& mix) {
     const auto evenFactor = LoadChannels(mix.factor, 0), evenOffset = LoadChannels(mix.offset, 0);
     const auto oddFactor = LoadChannels(mix.factor, 1), oddOffset = LoadChannels(mix.offset, 1);
     const auto low = hn::Set(Words(), 0xFF);
     const auto mixVector = [&](hn::Vec<Pixels> old) HWY_ATTR {
         const auto words = hn::BitCast(Words(), old);
-        const auto even = MixWords<kIsQuotient>(hn::And(words, low), evenFactor, evenOffset);
-        const auto odd = MixWords<kIsQuotient>(hn::ShiftRight<8>(words), oddFactor, oddOffset);
+        const auto even = MixWords(hn::ShiftLeft<8>(words), evenFactor, evenOffset);
+        const auto odd = MixWords(hn::AndNot(low, words), oddFactor, oddOffset);
         return hn::BitCast(Pixels(), hn::Or(hn::ShiftRight<8>(even), hn::AndNot(low, odd)));
     };
     for (int y = 0; y < rows.height; ++y)
         MixRow(rows.pixels + y * rows.pitch, static_cast<size_t>(rows.width), mixVector);
-}
-
-void MixRowsInWords(const SpanRows& rows, const ByteMix& mix) {
-    mix.isQuotient ? MixRowsByWords<true>(rows, mix) : MixRowsByWords<false>(rows, mix);
 }
 
 float Unit(float v) {
@@ -233,40 +223,37 @@ void MixRowsGrey16(const SpanRows& rows, const SpanMix& mix) {
 // --- whole numbers instead of single precision
 // -------------------------------------------------------------------------------------------------
 
-/// What each old byte becomes in one channel.
-struct MixedBytes {
-    int32_t values[256];
-};
+/// The numbers from 0 on.
+struct alignas(64) Numbers : std::array<int32_t, 16> {};
+constexpr Numbers kNumbers{{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15}};
+static_assert(hn::MaxLanes(Integers()) <= kNumbers.size());
 
-void MixAllBytes(float source, float keep, MixedBytes& mixed) {
-    for (int old = 0; old < 256; ++old)
-        mixed.values[old] = static_cast<int32_t>(
-            Unit(source + keep * (static_cast<float>(old) * 0.003921569f)) * 255.0f + 0.5f);
-}
-
-/// Returns true if the form with these numbers returns the bytes of @p mixed and stays in 16 bits.
-template <bool kIsQuotient>
-bool IsEqual(const MixedBytes& mixed, int32_t factor, int32_t offset) {
+/// Returns true if the form with these numbers stays in 16 bits and returns what single precision does, for
+/// every old byte.
+HWY_INLINE bool IsExact(float source, float keep, int32_t factor, int32_t offset) {
+    const Floats d;
+    const Integers integers;
     if (factor < 0 || factor > 65535 || offset < 0 || offset > 65535) return false;
-    int32_t difference = 0;
-    for (int32_t old = 0; old < 256; ++old) {
-        const int32_t v = kIsQuotient
-                              ? old * factor + offset
-                              : static_cast<int32_t>(
-                                    static_cast<uint32_t>(old * 257) * static_cast<uint32_t>(factor) >> 16) +
-                                    offset;
-        const int32_t rounded = kIsQuotient ? v + (v >> 8) : v;
-        difference |= (rounded >> 8) ^ mixed.values[old];
+    const auto step = static_cast<int32_t>(hn::Lanes(d));
+    auto difference = hn::Zero(integers);
+    auto old = hn::Load(integers, kNumbers.data());
+    for (int i = 0; i < 256; i += step, old = hn::Add(old, hn::Set(integers, step))) {
+        const auto value = hn::Mul(hn::ConvertTo(d, old), hn::Set(d, 0.003921569f));
+        const auto exact = ToByteNumbers(hn::Add(hn::Set(d, source), hn::Mul(hn::Set(d, keep), value)));
+        const auto kept = hn::ShiftRight<8>(hn::Mul(old, hn::Set(integers, factor)));
+        const auto whole = hn::ShiftRight<8>(hn::Add(kept, hn::Set(integers, offset)));
+        difference = hn::Or(difference, hn::Xor(whole, exact));
     }
-    return difference == 0;
+    return hn::AllTrue(integers, hn::Eq(difference, hn::Zero(integers)));
 }
 
-bool FitWords(const MixedBytes& mixed, float source, float keep, uint16& factor, uint16& offset) {
-    const auto bestFactor = static_cast<int32_t>(keep * (16777216.0f / 257) + 0.5f);
-    const auto bestOffset = static_cast<int32_t>(Unit(source) * 65280.0f + 128.5f);
-    for (const int32_t f : {bestFactor, bestFactor + 1, bestFactor - 1}) {
-        for (const int32_t o : {bestOffset, bestOffset + 1, bestOffset + 2, bestOffset - 1}) {
-            if (!IsEqual<false>(mixed, f, o)) continue;
+/// Tries the nearest numbers first, which are exact for nearly all tints.
+bool FitChannel(float source, float keep, uint16& factor, uint16& offset) {
+    const auto nearestFactor = static_cast<int32_t>(keep * 65536.0f + 0.5f);
+    const auto nearestOffset = static_cast<int32_t>(Unit(source) * 65280.0f + 128.5f);
+    for (const int32_t f : {nearestFactor, nearestFactor + 1, nearestFactor - 1}) {
+        for (const int32_t o : {nearestOffset, nearestOffset + 1, nearestOffset + 2, nearestOffset - 1}) {
+            if (!IsExact(source, keep, f, o)) continue;
             factor = static_cast<uint16>(f);
             offset = static_cast<uint16>(o);
             return true;
@@ -275,26 +262,10 @@ bool FitWords(const MixedBytes& mixed, float source, float keep, uint16& factor,
     return false;
 }
 
-bool FitQuotient(const MixedBytes& mixed, float source, float keep, uint16& factor, uint16& offset) {
-    const auto f = static_cast<int32_t>(keep * 255.0f + 0.5f);
-    const auto o = static_cast<int32_t>(Unit(source) * 65025.0f + 128.5f);
-    factor = static_cast<uint16>(f);
-    offset = static_cast<uint16>(o);
-    return IsEqual<true>(mixed, f, o);
-}
-
 bool FitMix(ByteMix& mix, const SpanMix& exact) {
-    MixedBytes mixed[4];
-    bool isQuotient = true;
     bool isFit = true;
-    for (size_t i = 0; i < 4; ++i) {
-        MixAllBytes(exact.source[i], exact.keep[i], mixed[i]);
-        isQuotient =
-            isQuotient && FitQuotient(mixed[i], exact.source[i], exact.keep[i], mix.factor[i], mix.offset[i]);
-    }
-    mix.isQuotient = isQuotient;
-    for (size_t i = 0; i < 4 && !isQuotient && isFit; ++i)
-        isFit = FitWords(mixed[i], exact.source[i], exact.keep[i], mix.factor[i], mix.offset[i]);
+    for (size_t i = 0; i < 4 && isFit; ++i)
+        isFit = FitChannel(exact.source[i], exact.keep[i], mix.factor[i], mix.offset[i]);
     return isFit;
 }
 
