@@ -22,8 +22,8 @@ struct RendererSoftwareData {
 
 /// What all draws of a texture need.
 struct TextureDraw {
-    SmartPointer<Image> image; ///< the texture's pixels
-    IVec4<int> area;           ///< the pixels of the target that are drawn
+    Image* image = nullptr; ///< the texture's pixels
+    IVec4<int> area;        ///< the pixels of the target that are drawn
     TexelGrid grid;
 };
 

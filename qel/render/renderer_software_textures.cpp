@@ -81,8 +81,8 @@ void RendererSoftware::drawTextureInternal(Texture* texture, const Rect& source,
     if (!prepare(draw, texture, source, target, orientation)) return;
     const internal::TexelFormat format = internal::texelFormat(draw.image->getPlaneFormat(0));
     if (format.bytes == 0) return reportFormat("drawTextureInternal", draw.grid.isLinear, *draw.image);
-    record<internal::BlitCommand>(draw.area, draw.grid,
-                                  internal::texelPlane(draw.image.get(), 0, format.bytes), format, tint());
+    record<internal::BlitCommand>(draw.area, draw.grid, internal::texelPlane(draw.image, 0, format.bytes),
+                                  format, tint());
 }
 
 void RendererSoftware::drawTextureScaledLookupInternal(Texture* texture, const Rect& source,
@@ -99,9 +99,8 @@ void RendererSoftware::drawTextureScaledLookupInternal(Texture* texture, const R
     if (format.bytes == 0)
         return reportFormat(table ? "drawTextureInternal_ScaledLookup" : "drawTextureInternal_Scaled",
                             draw.grid.isLinear, *draw.image);
-    record<internal::WindowCommand>(draw.area, draw.grid,
-                                    internal::texelPlane(draw.image.get(), 0, format.bytes), format,
-                                    internal::ValueWindow::of(window, table));
+    record<internal::WindowCommand>(draw.area, draw.grid, internal::texelPlane(draw.image, 0, format.bytes),
+                                    format, internal::ValueWindow::of(window, table));
 }
 
 void RendererSoftware::drawTextureWithPalette(Texture* texture, const Rect& source, const Rect& target,
@@ -123,7 +122,7 @@ void RendererSoftware::drawTextureWithPalette(Texture* texture, const Rect& sour
         return;
     }
     record<internal::PaletteCommand>(draw.area, draw.grid,
-                                     internal::texelPlane(draw.image.get(), indices.plane, indices.bytes),
+                                     internal::texelPlane(draw.image, indices.plane, indices.bytes),
                                      SmartPointer<Image>(colors), tint());
 }
 

@@ -27,29 +27,19 @@ constexpr std::array<Orientation, 8> kOrientations{{
     {false, false, 0, 1, 1, 0},
 }};
 
+double nearestWhole(double v) {
+    return std::fabs(v) < 1e9 ? wholeBelow(v + 0.5) : std::round(v);
+}
+
 bool isNearlyWhole(double v) {
-    return std::fabs(v - std::round(v)) <= 1e-6;
+    return std::fabs(v - nearestWhole(v)) <= 1e-6;
 }
 
 double distanceFromCentre(double v) {
-    return v - (std::floor(v) + 0.5);
+    return v - (wholeBelow(v) + 0.5);
 }
 
 } // namespace
-
-TexelStep TexelAxis::linear(double coordinate) const {
-    const double whole = std::floor(coordinate);
-    return {limited(whole), limited(whole + 1), static_cast<float>(coordinate - whole)};
-}
-
-TexelStep TexelAxis::nearest(int i) const {
-    const int index = limited(std::floor(start + i * step));
-    return {index, index, 0};
-}
-
-int TexelAxis::limited(double index) const {
-    return static_cast<int>(std::clamp(index, 0.0, static_cast<double>(size - 1)));
-}
 
 TexelGrid TexelGrid::of(const Rect& source, const IVec4<int>& target, const IVec4<int>& area, int orientation,
                         const IVec2<int>& textureSize, bool isBilinear) {
@@ -106,8 +96,8 @@ void TexelGrid::snapToTexels() {
     if (!(dx * dx + dy * dy <= 1e-5)) return;
     isLinear = false;
     for (TexelAxis* const axis : {&columns, &rows}) {
-        axis->step = std::round(axis->step);
-        axis->start = std::floor(axis->start) + 0.5;
+        axis->step = nearestWhole(axis->step);
+        axis->start = wholeBelow(axis->start) + 0.5;
     }
 }
 

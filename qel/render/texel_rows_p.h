@@ -8,7 +8,8 @@
 
 namespace qel::internal {
 
-/// Converts @p count packed texels of one format to colours or to pixels.
+/// Converts @p count packed texels of one format to colours or to pixels. The memory of colours has room for
+/// kRowPadding floats more, which may change.
 ///
 /// Colours are floats: four for each texel, in the order of the target's bytes B, G, R, A, or one for grey.
 /// Pixels are those that a white tint draws on BGRA8.
@@ -17,9 +18,13 @@ using ExpandTexels = void (*)(const uint8* texels, int count, uint8* pixels);
 /// Shows @p count packed texels v as opaque grey pixels `v * scale + bias` of a BGRA8 target.
 using ShowTexels = void (*)(const uint8* texels, int count, float scale, float bias, uint8* pixels);
 
+/// Floats after a row, so that kernels may read and write whole vectors.
+inline constexpr int kRowPadding = 16;
+
 /// The row functions of a texture format; null where texels must be converted one by one.
 struct TexelRows {
     ExpandTexels expand = nullptr;
+    bool isOpaque = false;             ///< expand() creates opaque pixels
     DecodeTexels decode = nullptr;     ///< channels from 0 to 1
     DecodeTexels decodeRaw = nullptr;  ///< the integers as they are stored
     DecodeTexels decodeGrey = nullptr; ///< for formats without colour and alpha
@@ -50,7 +55,7 @@ void mixRows(const float* a, const float* b, float fraction, int count, float* o
 template <int channels>
 void resampleRow(const float* texels, const TexelSteps& steps, int count, float* out);
 
-/// A row of colours, or two of which it is the mixture.
+/// A row of colours or of grey values, or two of which it is the mixture. Rows end at a whole vector.
 struct ColorRow {
     const float* a;
     const float* b; ///< null for one row
@@ -71,7 +76,7 @@ void blendMaskRows(uint8* target, std::ptrdiff_t pitch, const uint8* alphas, std
 /// Draws colours with a tint over a row of a BGRA8 target.
 void blendColors(uint8* target, const ColorRow& colors, int count, const Color& tint);
 /// Stores grey values from 0 to 1 as opaque pixels of a BGRA8 target.
-void storeGreys(uint8* target, const float* values, int count);
+void storeGreys(uint8* target, const ColorRow& values, int count);
 /// Stores bytes of a table as opaque grey pixels of a BGRA8 target.
 /// @param places     indices into the table, which are limited to 0 to @p top and truncated.
 /// @param tableRows  the rows of the table for pixels of even and of odd numbers.

@@ -109,15 +109,21 @@ HWY_INLINE hn::Vec<Floats> Quotient255(hn::Vec<Floats> byte) {
 template <bool kIsRaw>
 HWY_INLINE void DecodeBytes(const uint8* bytes, int count, float* out) {
     const int step = static_cast<int>(hn::Lanes(Floats()));
+    const auto store = [out](hn::Vec<Floats> v, int i)
+                           HWY_ATTR { hn::StoreU(kIsRaw ? v : Quotient255(v), Floats(), out + i); };
     int i = 0;
-    for (; i + step <= count; i += step) {
-        const auto v = LoadByteFloats(bytes + i);
-        hn::StoreU(kIsRaw ? v : Quotient255(v), Floats(), out + i);
-    }
+    for (; i + step <= count; i += step) store(LoadByteFloats(bytes + i), i);
+#if HWY_TARGET <= HWY_AVX3
+    if (i == count) return;
+    const auto isPart = hn::FirstN(FewBytes(), static_cast<size_t>(count - i));
+    const auto rest = hn::PromoteTo(Integers(), hn::MaskedLoad(isPart, FewBytes(), bytes + i));
+    store(hn::ConvertTo(Floats(), rest), i);
+#else
     for (; i < count; ++i) {
         const float v = static_cast<float>(bytes[i]);
         out[i] = kIsRaw ? v : v * 0x1.01p-8f + v * 0x1.010102p-24f;
     }
+#endif
 }
 
 void DecodePixels(const uint8* bytes, int count, float* colors) {
@@ -245,34 +251,67 @@ void ResampleColors(const float* texels, const TexelSteps& steps, int count, flo
 }
 #endif
 
-void ResampleGreys(const float* texels, const TexelSteps& steps, int count, float* HWY_RESTRICT out) {
-    for (int i = 0; i < count; ++i) {
+HWY_INLINE void ResampleEach(const float* texels, const TexelSteps& steps, int begin, int end, float* out) {
+    for (int i = begin; i < end; ++i) {
         const float fraction = steps.fraction[i];
         const float* const a = texels + steps.first[i];
         out[i] = (1 - fraction) * a[0] + fraction * a[1];
     }
 }
 
+// As in SelectTexels4(); the row of texels is longer by a vector.
+void ResampleGreys(const float* texels, const TexelSteps& steps, int count, float* HWY_RESTRICT out) {
+    const int lanes = static_cast<int>(hn::Lanes(Floats()));
+    int i = 0;
+    for (; i + lanes <= count; i += lanes) {
+        const int low = std::min(steps.first[i], steps.first[i + lanes - 1]);
+        const int high = std::max(steps.first[i], steps.first[i + lanes - 1]);
+        if (high - low >= lanes) {
+            ResampleEach(texels, steps, i, i + lanes, out);
+            continue;
+        }
+        const auto place = hn::Sub(hn::LoadU(Integers(), steps.first + i), hn::Set(Integers(), low));
+        const auto indices = hn::IndicesFromVec(Floats(), place);
+        const auto a = hn::TableLookupLanes(hn::LoadU(Floats(), texels + low), indices);
+        const auto b = hn::TableLookupLanes(hn::LoadU(Floats(), texels + low + 1), indices);
+        const auto fraction = hn::LoadU(Floats(), steps.fraction + i);
+        const auto rest = hn::Sub(hn::Set(Floats(), 1.0f), fraction);
+        hn::StoreU(hn::Add(hn::Mul(rest, a), hn::Mul(fraction, b)), Floats(), out + i);
+    }
+    ResampleEach(texels, steps, i, count, out);
+}
+
 // --- drawing in whole numbers
 // -------------------------------------------------------------------------------------------------
+
+/// Returns the sums of the products of neighbouring bytes: unsigned ones and signed ones.
+HWY_INLINE hn::Vec<Words> SumProducts(hn::Vec<Words> bytes, hn::Vec<Words> signedBytes) {
+#if HWY_TARGET <= HWY_AVX3
+    return hn::Vec<Words>{_mm512_maddubs_epi16(bytes.raw, signedBytes.raw)};
+#elif HWY_TARGET <= HWY_AVX2
+    return hn::Vec<Words>{_mm256_maddubs_epi16(bytes.raw, signedBytes.raw)};
+#else
+    return hn::Vec<Words>{_mm_maddubs_epi16(bytes.raw, signedBytes.raw)};
+#endif
+}
 
 /// Mixes bytes by their pixels' alpha, which each word of @p alpha contains: the rounded quotient
 /// (alpha * source + (255 - alpha) * old) / 255. In single precision it would be the same for all bytes,
 /// since it is never near a half. The alpha becomes that of the pixel; pixels of alpha 0 stay.
 HWY_INLINE hn::Vec<Pixels> MixByAlpha(hn::Vec<Pixels> source, hn::Vec<Pixels> old, hn::Vec<Words> alpha) {
-    const auto alphaByte = hn::Set(Pixels(), 0xFF000000);
+    const auto alphaByte = hn::Set(Pixels(), 0xFF000000), signs = hn::Set(Pixels(), 0x80808080);
     const auto low = hn::Set(Words(), 0xFF);
-    const auto s = hn::BitCast(Words(), hn::Or(source, alphaByte));
-    const auto d = hn::BitCast(Words(), hn::AndNot(alphaByte, old));
-    const auto rest = hn::Sub(low, alpha);
-    const auto half = hn::Set(Words(), 128);
-    const auto mix = [&](hn::Vec<Words> a, hn::Vec<Words> b) HWY_ATTR {
-        const auto v = hn::Add(hn::Add(hn::Mul(alpha, a), hn::Mul(rest, b)), half);
-        return hn::MulHigh(v, hn::Set(Words(), 257)); // (v + v / 256) / 256
+    const auto weights = hn::Or(alpha, hn::Xor(hn::ShiftLeft<8>(alpha), hn::Set(Words(), 0xFF00)));
+    // Bytes less 128 have a sign, and so have their sums, less 255 * 128.
+    const auto s = hn::BitCast(Words(), hn::Xor(hn::Or(source, alphaByte), signs));
+    const auto d = hn::BitCast(Words(), hn::Xor(hn::AndNot(alphaByte, old), signs));
+    const auto mix = [&](hn::Vec<Words> bytes) HWY_ATTR {
+        const auto v = hn::Xor(SumProducts(weights, bytes), hn::Set(Words(), 0x8000)); // adds 255 * 128 + 128
+        return hn::MulHigh(v, hn::Set(Words(), 257));                                  // (v + v / 256) / 256
     };
-    const auto even = mix(hn::And(s, low), hn::And(d, low));
-    const auto odd = hn::ShiftLeft<8>(mix(hn::ShiftRight<8>(s), hn::ShiftRight<8>(d)));
-    const auto mixed = hn::Or(even, odd);
+    const auto even = mix(hn::Or(hn::And(s, low), hn::ShiftLeft<8>(d)));
+    const auto odd = mix(hn::Or(hn::ShiftRight<8>(s), hn::AndNot(low, d)));
+    const auto mixed = hn::Or(even, hn::ShiftLeft<8>(odd));
     return hn::BitCast(Pixels(),
                        hn::IfThenElse(hn::Eq(alpha, hn::Zero(Words())), hn::BitCast(Words(), old), mixed));
 }
@@ -300,6 +339,29 @@ HWY_INLINE void DrawFirst(uint8* p, size_t count, hn::Vec<Pixels> source, hn::Ve
         [=](hn::Vec<Pixels> v) HWY_ATTR { StoreFirstPixels(v, p, count); });
 }
 
+HWY_INLINE void DrawOwnAlpha(uint8* p, hn::Vec<Pixels> source) {
+    DrawWhole(p, source, hn::ShiftRight<24>(source));
+}
+
+/// Draws four vectors of pixels, with one test if all are opaque.
+HWY_INLINE void DrawFourVectors(uint8* p, const uint8* pixels) {
+    const size_t bytes = 4 * hn::Lanes(Pixels());
+    const auto a = LoadPixels(pixels), b = LoadPixels(pixels + bytes);
+    const auto c = LoadPixels(pixels + 2 * bytes), d = LoadPixels(pixels + 3 * bytes);
+    const auto all = hn::And(hn::And(a, b), hn::And(c, d));
+    if (hn::AllTrue(Pixels(), hn::Eq(hn::ShiftRight<24>(all), hn::Set(Pixels(), 0xFF)))) {
+        StorePixels(a, p);
+        StorePixels(b, p + bytes);
+        StorePixels(c, p + 2 * bytes);
+        StorePixels(d, p + 3 * bytes);
+        return;
+    }
+    DrawOwnAlpha(p, a);
+    DrawOwnAlpha(p + bytes, b);
+    DrawOwnAlpha(p + 2 * bytes, c);
+    DrawOwnAlpha(p + 3 * bytes, d);
+}
+
 void DrawPixelRows(uint8* target, std::ptrdiff_t pitch, const uint8* pixels, std::ptrdiff_t pixelPitch,
                    int width, int height) {
     const size_t step = hn::Lanes(Pixels());
@@ -311,10 +373,8 @@ void DrawPixelRows(uint8* target, std::ptrdiff_t pitch, const uint8* pixels, std
             DrawFirst(target, head, source, hn::ShiftRight<24>(source));
             i = head;
         }
-        for (; i + step <= count; i += step) {
-            const auto source = LoadPixels(pixels + 4 * i);
-            DrawWhole(target + 4 * i, source, hn::ShiftRight<24>(source));
-        }
+        for (; i + 4 * step <= count; i += 4 * step) DrawFourVectors(target + 4 * i, pixels + 4 * i);
+        for (; i + step <= count; i += step) DrawOwnAlpha(target + 4 * i, LoadPixels(pixels + 4 * i));
         if (i == count) continue;
         const auto source = LoadFirstPixels(pixels + 4 * i, count - i);
         DrawFirst(target + 4 * i, count - i, source, hn::ShiftRight<24>(source));
@@ -361,6 +421,21 @@ HWY_INLINE void ForVectors(uint8* target, int count, const Draw& draw) {
     std::memcpy(target + i, copy, rest);
 }
 
+/// Returns a function that loads a vector of the only row from a float's number on.
+HWY_INLINE auto LoadOne(const ColorRow& row) {
+    return [a = row.a](int i) HWY_ATTR { return hn::LoadU(Floats(), a + i); };
+}
+
+/// Returns a function that loads a vector of the mixture of both rows.
+HWY_INLINE auto LoadMixture(const ColorRow& row) {
+    const auto fraction = hn::Set(Floats(), row.fraction);
+    const auto rest = hn::Set(Floats(), 1 - row.fraction);
+    return [=, a = row.a, b = row.b](int i) HWY_ATTR {
+        return hn::Add(hn::Mul(rest, hn::LoadU(Floats(), a + i)),
+                       hn::Mul(fraction, hn::LoadU(Floats(), b + i)));
+    };
+}
+
 HWY_INLINE hn::Vec<Floats> LoadTint(const Color& tint) {
     HWY_ALIGN const float channels[4] = {tint.z, tint.y, tint.x, tint.w};
     return hn::LoadDup128(Floats(), channels);
@@ -399,16 +474,8 @@ HWY_INLINE void BlendLoaded(uint8* target, int count, const Color& tint, const L
 
 template <bool isUnit>
 HWY_INLINE void BlendRow(uint8* target, const ColorRow& colors, int count, const Color& tint) {
-    const float* const a = colors.a;
-    const float* const b = colors.b;
-    const auto load = [a](int i) HWY_ATTR { return hn::LoadU(Floats(), a + i); };
-    if (b == nullptr) return BlendLoaded<isUnit>(target, count, tint, load);
-    const auto fraction = hn::Set(Floats(), colors.fraction);
-    const auto rest = hn::Set(Floats(), 1 - colors.fraction);
-    BlendLoaded<isUnit>(target, count, tint, [=](int i) HWY_ATTR {
-        return hn::Add(hn::Mul(rest, hn::LoadU(Floats(), a + i)),
-                       hn::Mul(fraction, hn::LoadU(Floats(), b + i)));
-    });
+    if (colors.b == nullptr) return BlendLoaded<isUnit>(target, count, tint, LoadOne(colors));
+    BlendLoaded<isUnit>(target, count, tint, LoadMixture(colors));
 }
 
 // The colours of textures are in 0 to 1, but for the rounding of their mixtures.
@@ -458,12 +525,18 @@ HWY_INLINE void StoreGreyPixels(hn::Vec<Pixels> grey, uint8* target, int count) 
         StoreFirstPixels(pixels, target, static_cast<size_t>(count));
 }
 
-void StoreGreys(uint8* target, const float* values, int count) {
+template <typename Load>
+HWY_INLINE void StoreLoadedGreys(uint8* target, int count, const Load& load) {
     const int step = static_cast<int>(hn::Lanes(Floats()));
-    for (int i = 0; i < count; i += step) { // the row of values ends at a whole vector
-        const auto grey = hn::BitCast(Pixels(), ToByteNumbers(hn::LoadU(Floats(), values + i)));
+    for (int i = 0; i < count; i += step) {
+        const auto grey = hn::BitCast(Pixels(), ToByteNumbers(load(i)));
         StoreGreyPixels(grey, target + std::ptrdiff_t{i} * 4, count - i);
     }
+}
+
+void StoreGreys(uint8* target, const ColorRow& values, int count) {
+    if (values.b == nullptr) return StoreLoadedGreys(target, count, LoadOne(values));
+    StoreLoadedGreys(target, count, LoadMixture(values));
 }
 
 void StoreLookups(uint8* target, const float* places, int count, const uint8* const (&tableRows)[2],
@@ -583,9 +656,10 @@ void decodeVia(const uint8* texels, int count, float* colors) {
     decodeExpanded<expand, decode>(texels, count, texelBytes, colors);
 }
 
-template <const auto& expand, int texelBytes>
+template <const auto& expand, int texelBytes, bool isOpaque>
 constexpr TexelRows bytesRows() {
     return {.expand = run<expand, uint8>,
+            .isOpaque = isOpaque,
             .decode = decodeVia<expand, g_DecodePixels, texelBytes>,
             .decodeRaw = decodeVia<expand, g_DecodePixelsRaw, texelBytes>};
 }
@@ -602,7 +676,7 @@ TexelRows texelRows(FormatID format) {
         return {.expand = run<g_ExpandAlpha8, uint8>, .decode = decodeVia<g_ExpandAlpha8, g_DecodePixels, 1>};
     case UInt8:
     case L8: {
-        TexelRows rows = bytesRows<g_ExpandGrey8, 1>();
+        TexelRows rows = bytesRows<g_ExpandGrey8, 1, true>();
         rows.decodeGrey = run<g_DecodeGrey8, float>;
         rows.decodeGreyRaw = run<g_DecodeGrey8Raw, float>;
         rows.showGreyRaw = show<g_ShowGrey8>;
@@ -610,13 +684,13 @@ TexelRows texelRows(FormatID format) {
     }
     case UInt8x2:
     case LA8:
-        return bytesRows<g_ExpandGreyAlpha8, 2>();
+        return bytesRows<g_ExpandGreyAlpha8, 2, false>();
     case RGB8:
-        return bytesRows<g_ExpandRgb8, 3>();
+        return bytesRows<g_ExpandRgb8, 3, true>();
     case BGR8:
-        return bytesRows<g_ExpandBgr8, 3>();
+        return bytesRows<g_ExpandBgr8, 3, true>();
     case RGBA8:
-        return bytesRows<g_ExpandRgba8, 4>();
+        return bytesRows<g_ExpandRgba8, 4, false>();
     case BGRA8:
         return {.expand = copyPixels4,
                 .decode = run<g_DecodePixels, float>,
@@ -627,6 +701,7 @@ TexelRows texelRows(FormatID format) {
     case L16:
     case X16:
         return {.expand = run<g_ExpandGrey16, uint8>,
+                .isOpaque = true,
                 .decode = run<g_DecodeGrey16Colors, float>,
                 .decodeGrey = run<g_DecodeGrey16, float>,
                 .decodeGreyRaw = run<g_DecodeGrey16Raw, float>,
@@ -677,7 +752,7 @@ void blendMaskRows(uint8* target, std::ptrdiff_t pitch, const uint8* alphas, std
     g_BlendMaskRows(target, pitch, alphas, alphaPitch, width, height, tint);
 }
 
-void storeGreys(uint8* target, const float* values, int count) {
+void storeGreys(uint8* target, const ColorRow& values, int count) {
     g_StoreGreys(target, values, count);
 }
 

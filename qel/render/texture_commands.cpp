@@ -158,11 +158,16 @@ void BlitCommand::drawColors(const Surface& surface, int begin, int end) const {
 bool BlitCommand::drawCopy(const Surface& surface, int begin, int end) const {
     const std::optional<IVec2<int>> shift = grid().shift({area().z - area().x, area().w - area().y});
     if (!shift) return false;
-    const uint8* const texels = plane().at(shift->x, shift->y + begin - area().y);
-    uint8* const target = surface.row(begin) + std::ptrdiff_t{area().x} * Bgra8::kBytes;
+    const uint8* texels = plane().at(shift->x, shift->y + begin - area().y);
+    uint8* target = surface.row(begin) + std::ptrdiff_t{area().x} * Bgra8::kBytes;
     const int width = area().z - area().x;
     if (m_format.isBgra && isWhite(m_tint)) {
         drawPixelRows(target, surface.pitch, texels, plane().pitch, width, end - begin);
+        return true;
+    }
+    if (m_format.rows.isOpaque && isWhite(m_tint)) {
+        for (int y = begin; y < end; ++y, target += surface.pitch, texels += plane().pitch)
+            m_format.rows.expand(texels, width, target);
         return true;
     }
     const std::optional<uint32> pixel = m_format.isMask ? wholePixel(m_tint) : std::nullopt;
@@ -185,7 +190,7 @@ void BlitCommand::drawGreys(const Surface& surface, int begin, int end) const {
         return TileColors<1, DecodeTexels>(grid(), plane(), first, count, m_format.rows.decodeGrey);
     };
     forTiles<Bgra8>(surface, begin, end, makeTile, [](TileColors<1, DecodeTexels>& tile, const TileRow& at) {
-        storeGreys(at.target, tile.mixedRow(at.row), at.count);
+        storeGreys(at.target, tile.row(at.row), at.count);
     });
 }
 
@@ -263,7 +268,7 @@ void WindowCommand::drawGreys(const Surface& surface, int begin, int end) const 
     forTiles<Bgra8>(surface, begin, end, makeTile, [&](TileColors<1, DecodeTexels>& tile, const TileRow& at) {
         float* const values = tile.mixedRow(at.row);
         scaleValues(values, at.count, m_window.scale, m_window.bias);
-        if (table == nullptr) return storeGreys(at.target, values, at.count);
+        if (table == nullptr) return storeGreys(at.target, {values, nullptr, 0}, at.count);
         const int even = (at.x + at.y + 1) & 1;
         const uint8* const tableRows[2] = {table->getBytePointer(even), table->getBytePointer(1 - even)};
         storeLookups(at.target, values, at.count, tableRows, static_cast<float>(table->getWidth() - 1));

@@ -12,9 +12,6 @@ namespace qel::internal {
 inline constexpr int kTileColumns = 256;
 /// The texels of a tile's line at most: two for each column.
 inline constexpr int kTileTexels = 2 * kTileColumns;
-/// Floats after a row, so that kernels may read and write whole vectors.
-inline constexpr int kRowPadding = 16;
-
 /// The lines of texels that a tile needs: packed, in the order of the columns. A line is a row of the
 /// texture, or a column if the draw is turned.
 class TileTexels {
