@@ -59,6 +59,28 @@ String withoutComment(const String& line) {
     return line.substr(0, line.find('#'));
 }
 
+void reportNoMemory(uint64 voxels) {
+    logging::error() << "not enough memory for a volume of " << voxels << " voxels";
+}
+
+/// Uploads zeros with a cuboid of 65535, which extends from a tenth to a third of each side.
+void uploadCuboid(VolumeTexture& texture, FormatID format, const IVec3<int>& size) {
+    const auto image = makeObject<Image>(format, IVec2<int>(size.x, size.y));
+    if (!image->isInitialized()) throw std::bad_alloc();
+    const auto software = makeObject<RendererSoftware>();
+    software->setRenderTarget(image.get());
+    const IVec2<int> leftTop(size.x / 10, size.y / 10);
+    const IVec2<int> rightBottom(size.x / 3, size.y / 3);
+    const Rect cuboid{IVec2<float>(leftTop), IVec2<float>(rightBottom)};
+    for (int z = 0; z < size.z; ++z) {
+        software->start();
+        software->clear({0, 0, 0, 1});
+        if (z >= size.z / 10 && z <= size.z / 3) software->drawRectInternal(cuboid);
+        software->stop();
+        texture.uploadData(z, *image);
+    }
+}
+
 } // namespace
 
 VolumeLoader::VolumeLoader(Renderer3D* renderer) : m_renderer(renderer) {}
@@ -84,7 +106,8 @@ bool VolumeLoader::loadFromNRRD(const char* path) {
     const internal::VoxelType* const type = internal::findVoxelType(m_sourceFormat);
     const uint64 available = fileSize - std::min(fileSize, lines.position());
     const std::optional<uint64> voxels = countVoxels(m_size);
-    const uint64 needed = voxels.value_or(0) * (type != nullptr ? type->bytes : sizeof(uint16));
+    // Voxels of other types are not read; no type is shorter than a byte.
+    const uint64 needed = voxels.value_or(0) * (type != nullptr ? type->bytes : 1);
     if (end == HeaderEnd::LineTooLong || !voxels || needed > available + kMaxMissingBytes) {
         logging::error() << "nrrd sizes exceed the file: " << name;
         return false;
@@ -192,16 +215,16 @@ bool VolumeLoader::load(const internal::VoxelType* type, internal::VoxelSource& 
         internal::VoxelTransfer transfer(stored, source, size, m_progress);
         const internal::VoxelScale scale(transfer.measure());
         if (transfer.isEnded() || source.hasFailed()) return false;
-        if (type != nullptr) m_scaleBias = scale.toFloat();
         const SmartPointer<VolumeTexture> texture = createTexture();
         if (!texture) return false;
         texture->initialize(m_targetFormat, size);
         transfer.upload(*texture, scale);
         if (transfer.isEnded() || source.hasFailed()) return false;
+        if (type != nullptr) m_scaleBias = scale.toFloat();
         m_scalarTexture = texture;
         return true;
     } catch (const std::bad_alloc&) {
-        logging::error() << "not enough memory for a volume of " << voxels << " voxels";
+        reportNoMemory(voxels);
         return false;
     }
 }
@@ -217,28 +240,19 @@ void VolumeLoader::generateTestImage(const IVec3<int>& size) {
     m_spaceDirections = {};
     m_origin = {};
     m_size = size;
-    if (!countVoxels(size)) {
+    const std::optional<uint64> voxels = countVoxels(size);
+    if (!voxels) {
         logging::error() << "too many voxels for a test image";
         return;
     }
-    const SmartPointer<VolumeTexture> texture = createTexture();
-    if (!texture) return;
-    m_scalarTexture = texture;
-    texture->initialize(m_targetFormat, size);
-    if (*countVoxels(size) == 0) return;
-    const auto image = makeObject<Image>(m_targetFormat, IVec2<int>(size.x, size.y));
-    if (!image->isInitialized()) return;
-    const auto software = makeObject<RendererSoftware>();
-    software->setRenderTarget(image.get());
-    const IVec2<int> leftTop(size.x / 10, size.y / 10);
-    const IVec2<int> rightBottom(size.x / 3, size.y / 3);
-    const Rect cuboid{IVec2<float>(leftTop), IVec2<float>(rightBottom)};
-    for (int z = 0; z < size.z; ++z) {
-        software->start();
-        software->clear({0, 0, 0, 1});
-        if (z >= size.z / 10 && z <= size.z / 3) software->drawRectInternal(cuboid);
-        software->stop();
-        texture->uploadData(z, *image);
+    try {
+        const SmartPointer<VolumeTexture> texture = createTexture();
+        if (!texture) return;
+        texture->initialize(m_targetFormat, size);
+        if (*voxels != 0) uploadCuboid(*texture, m_targetFormat, size);
+        m_scalarTexture = texture;
+    } catch (const std::bad_alloc&) {
+        reportNoMemory(*voxels);
     }
 }
 

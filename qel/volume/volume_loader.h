@@ -62,11 +62,13 @@ public:
     bool loadFromNRRD(const char* path);
     /// Loads voxels of any format with one channel, with x as the fastest axis.
     /// @return false if the format has no or several channels, there are fewer voxels than @p size states, or
-    /// no texture can be created; nothing has changed then, except in the last case.
+    /// no texture can be created. Nothing has changed then; in the last case the size, the directions and the
+    /// origin have, but neither the texture nor the scale and bias.
     bool loadFromVoxels(FormatID format, const IVec3<int>& size, const Float3x3& directions,
                         const IVec3<float>& origin, const Buffer& voxels);
     /// Loads voxels as loadFromVoxels() does, but reads them twice in pieces, so that they need not be in
-    /// memory. @return false also if @p read returned false; the texture is then unchanged.
+    /// memory. @return false also if @p read returned false; the texture and the scale and bias are then
+    /// unchanged.
     /// @threads @p read is called by all workers, several at once.
     bool loadFromReader(FormatID format, const IVec3<int>& size, const Float3x3& directions,
                         const IVec3<float>& origin, const ReadVoxels& read);
@@ -74,7 +76,8 @@ public:
     /// false, and the texture is unchanged. @threads it is called by all workers, several at once.
     void setProgress(Progress progress) { m_progress = std::move(progress); }
     /// Creates a volume of zeros with a cuboid of 65535, which extends from a tenth to a third of each side.
-    /// The scale and bias stay.
+    /// The scale and bias stay. @errors logs an error, and the texture is unchanged, without a renderer or
+    /// memory for it.
     void generateTestImage(const IVec3<int>& size);
 
     /// Returns the volume loaded last, or null.

@@ -72,7 +72,7 @@ IVec2<float> VolumeMaterial::calculateBeginEnd() const {
 }
 
 bool VolumeMaterial::build(int steps, Renderer* renderer) {
-    if (!m_dirty) return true;
+    if (!m_dirty && isValid()) return true; // a material that was moved has no curves
     if (!isValid()) return false;
     if (renderer == nullptr) {
         logging::error() << "volume material needs a renderer";

@@ -14,7 +14,9 @@
 #include <cfloat>
 #include <cmath>
 #include <cstring>
+#include <filesystem>
 #include <limits>
+#include <new>
 #include <numeric>
 #include <stdexcept>
 #include <string>
@@ -245,7 +247,7 @@ TEST_F(VolumeLoaderTest, MissingVoxelsAreZero) {
 }
 
 TEST_F(VolumeLoaderTest, SizesAreComparedWithTheFile) {
-    for (const char* const sizes : {"sizes: 33554433 1 1", "sizes: 2147483647 2147483647 2147483647",
+    for (const char* const sizes : {"sizes: 67108865 1 1", "sizes: 2147483647 2147483647 2147483647",
                                     "sizes: 4194304 4194304 4194304"}) {
         for (const char* const type : {"type: short\n", ""}) {
             test::LogCapture log;
@@ -260,6 +262,14 @@ TEST_F(VolumeLoaderTest, SizesAreComparedWithTheFile) {
     EXPECT_TRUE(load(kShort + "sizes: 32 1024 1024\n\n")) << "exactly as many bytes as may be missing";
     EXPECT_EQ(volume().voxels, std::vector<uint16>(32 << 20));
     EXPECT_EQ(log.take().size(), 1u);
+}
+
+TEST_F(VolumeLoaderTest, VoxelsOfOtherTypesMayBeAsShortAsBytes) {
+    test::LogCapture log;
+    folder.write("volume.nrrd", kStart + "type: uchar\nsizes: 66 1024 1024\n\n");
+    std::filesystem::resize_file(path(), std::filesystem::file_size(path()) + (66 << 20));
+    EXPECT_TRUE(loader.loadFromNRRD(path().c_str()));
+    log.expect(kWarning, "nrrd has unused trailing bytes: " + std::to_string(66 << 20));
 }
 
 TEST_F(VolumeLoaderTest, LinesHaveALimit) {
@@ -402,6 +412,21 @@ TEST_F(VolumeLoaderTest, TheTestImageIsACuboid) {
     EXPECT_TRUE(volume().slices.empty());
 }
 
+TEST_F(VolumeLoaderTest, ATestImageWithoutMemoryIsReported) {
+    struct FullVolume : test::NotingVolume {
+        using NotingVolume::NotingVolume;
+        void initialize(FormatID, const IVec3<int>&) override { throw std::bad_alloc(); }
+    };
+    struct FullRenderer : test::VolumeRenderer {
+        VolumeTexture* createVolumeTextureInternal() override { return new FullVolume(this); }
+    } full;
+    test::LogCapture log;
+    VolumeLoader lost(&full);
+    lost.generateTestImage({1 << 18, 1 << 18, 1 << 18});
+    log.expect(kError, "not enough memory for a volume of 18014398509481984 voxels");
+    EXPECT_FALSE(lost.getScalarTexture());
+}
+
 class ThreadedVolumeLoaderTest : public test::SystemFixture {};
 
 TEST_F(ThreadedVolumeLoaderTest, LargeVolumesConvertOnAllWorkers) {
@@ -451,10 +476,11 @@ TEST_F(VolumeLoaderTest, ReadsVoxelsThroughAFunction) {
     const SmartPointer<VolumeTexture> before = loader.getScalarTexture();
     for (const int failing : {1, 2}) { // the pass for the range, then that for the values
         int calls = 0;
-        EXPECT_FALSE(loader.loadFromReader(Flt32, {1, 2, 3}, {}, {}, [&](uint64 offset, void* out, size_t n) {
-            return ++calls < failing && read(offset, out, n);
+        EXPECT_FALSE(loader.loadFromReader(Flt32, {1, 2, 2}, {}, {}, [&](uint64 offset, void* out, size_t n) {
+            return ++calls < failing && read(offset + 8, out, n);
         })) << failing;
         EXPECT_EQ(loader.getScalarTexture(), before) << failing;
+        EXPECT_EQ(loader.getScaleBias(), IVec2<float>(1, 1)) << failing;
     }
     EXPECT_FALSE(loader.loadFromReader(RGBA8, {1, 1, 1}, {}, {}, read));
 }

@@ -13,6 +13,7 @@
 
 #include <cfloat>
 #include <string>
+#include <utility>
 
 namespace qel {
 namespace {
@@ -95,6 +96,15 @@ TEST_F(VolumeMaterialTest, BuildReplacesTexturesOnlyAfterAChange) {
     material.getColorAlphaTextures(lookup, preintegration);
     EXPECT_NE(lookup, held.get());
     EXPECT_EQ(held->getSize().x, 4) << "whoever holds the old one keeps it";
+}
+
+TEST_F(VolumeMaterialTest, AMovedMaterialMustBeBuiltAgain) {
+    VolumeMaterial material = sample();
+    ASSERT_TRUE(material.build(4, &renderer));
+    const VolumeMaterial taken = std::move(material);
+    EXPECT_TRUE(taken.getColorAlphaTextures(lookup, preintegration));
+    EXPECT_FALSE(material.isValid());
+    EXPECT_FALSE(material.build(4, &renderer));
 }
 
 TEST_F(VolumeMaterialTest, TheNumberOfStepsIsLimited) {
