@@ -5,6 +5,7 @@
 #include <qel/foundation/base/weak_pointer.h>
 #include <qel/software3d/seams.h>
 #include <qel/software3d/software_volume_texture.h>
+#include <qel/system/tasks/task_queue.h>
 #include <qel/testing/machine.h>
 
 #include <gtest/gtest.h>
@@ -16,6 +17,7 @@
 #include <memory>
 #include <mutex>
 #include <random>
+#include <thread>
 #include <utility>
 
 namespace qel {
@@ -418,6 +420,47 @@ TEST_F(RefinementTest, ManyMaterialsStayRefined) {
     };
     drawRefined();
     EXPECT_TRUE(scene->renderer->isRefined());
+}
+
+TEST_F(RefinementTest, OneActorMayBeDrawnSeveralTimes) {
+    operations = [this](SoftwareRenderer3D& renderer) {
+        for (const float x : {0.0f, 0.4f, 0.8f}) {
+            scene->actor->setModelMatrix(Float4x4::Translation({x, 0, x}));
+            scene->actor->onRender(&renderer);
+        }
+    };
+    const Bytes refined = drawRefined();
+    EXPECT_TRUE(scene->renderer->isRefined());
+    EXPECT_EQ(refined, drawPlainly());
+}
+
+TEST_F(RefinementTest, ChangedVoxelsDoNotDisturbOtherViews) {
+    scene = nullptr;
+    System::deinitialize();
+    seams::setProcessorCount(1); // one worker: nothing runs after the results are published
+    System::initialize({});
+    seams::setProcessorCount(0);
+    startScene({70, 54});
+    const auto other = makeObject<VolumeActor>(*scene->actor);
+    const SmartPointer<VolumeTexture> first = scene->texture;
+    scene->setVolume({9, 11, 13}, blobs);
+    other->setModelMatrix(Float4x4::Translation({0.6f, 0.2f, 0.4f}));
+    operations = [&](SoftwareRenderer3D& renderer) {
+        scene->actor->onRender(&renderer);
+        other->onRender(&renderer);
+    };
+    drawRefined();
+    passAfter(16);
+    other->setStepCount(30);
+    gate.close();
+    draw();
+    gate.awaitRow();
+    const std::vector<uint16> slice(20 * 24, 30000);
+    first->uploadData(9, 10, UInt16, slice.data());
+    gate.open();
+    while (system().getGlobalMainQueue()->empty()) std::this_thread::yield(); // the stopped tile has ended
+    scene->actor->setStepCount(20);
+    EXPECT_EQ(drawRefined(), drawPlainly());
 }
 
 // The coarse picture takes a limited time.

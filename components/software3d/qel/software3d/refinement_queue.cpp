@@ -62,12 +62,12 @@ bool RefinementQueue::isComplete(const ViewRefinement& refinement) {
     return refinement.isComplete();
 }
 
-void RefinementQueue::dropStopped() {
+void RefinementQueue::dropReleased() {
     Vector<std::unique_ptr<ViewRefinement>> dropped; // destroyed after the mutex is unlocked
     const MutexLock lock(m_mutex);
     const auto first =
         std::stable_partition(m_refinements.begin(), m_refinements.end(), [](const auto& refinement) {
-            return !refinement->isStopped() || refinement->isRunning();
+            return !refinement->isReleased() || refinement->isRunning();
         });
     std::move(first, m_refinements.end(), std::back_inserter(dropped));
     m_refinements.erase(first, m_refinements.end());

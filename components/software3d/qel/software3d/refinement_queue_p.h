@@ -39,8 +39,8 @@ public:
     Vector<ViewRefinement::Tile> takeFinished(ViewRefinement& refinement);
     /// Returns true if all pieces have ended.
     bool isComplete(const ViewRefinement& refinement);
-    /// Destroys the refinements that were stopped, as soon as none of their pieces is running.
-    void dropStopped();
+    /// Destroys the refinements that were released, as soon as none of their pieces is running.
+    void dropReleased();
     /// Computes what is left, on this thread too, and returns when all pieces have ended.
     void finish();
 

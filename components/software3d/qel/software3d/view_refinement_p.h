@@ -69,6 +69,11 @@ public:
     ViewRefinement(const VolumeDraw& draw, std::shared_ptr<const DepthArea> depths,
                    std::shared_ptr<Preparation> preparation);
 
+    /// Stops, and lets the queue destroy this object; the owner does not access it any more. @threads main
+    /// thread, without the mutex.
+    void release() { m_isReleased = m_isStopped = true; }
+    /// Returns true after release(). @threads main thread, without the mutex.
+    bool isReleased() const { return m_isReleased; }
     /// Lets computations end at the next row. @threads any.
     void stop() { m_isStopped = true; }
     /// Returns true after stop(), and if the voxels have changed. @threads any.
@@ -109,6 +114,7 @@ private:
     size_t m_ended = 0;           ///< tiles
     Vector<Tile> m_finished;
     std::atomic<bool> m_isStopped{false};
+    bool m_isReleased = false;
 };
 
 /// Returns the draw with a part of its steps.

@@ -13,6 +13,8 @@ namespace {
 /// parts of a window may be frames of their own.
 constexpr uint64 kFramesKept = 64;
 constexpr uint64 kFramesKeptPerView = 4;
+/// The most pictures of an actor in a viewport; if it is drawn more often in a frame, they stay coarse.
+constexpr size_t kMostViewsOfActor = 16;
 
 /// Returns everything that decides the colours of a picture but the depths.
 ByteKey keyOf(const VolumeDraw& draw, const IVec4<int>& area) {
@@ -64,10 +66,10 @@ void VolumeRefiner::beginFrame() {
 void VolumeRefiner::draw(const void* actor, VolumeDraw& draw, Image& target, const DepthBuffer& depth) {
     const IVec4<int> area = coveredArea(draw);
     if (area.x >= area.z || area.y >= area.w) return;
-    View& view = viewOf(actor, draw.view.viewport);
-    view.lastFrame = m_frame;
     ByteKey key = keyOf(draw, area);
-    if (view.key != key || !view.depths->matches(depth)) {
+    View& view = viewFor(actor, draw.view.viewport, key, depth);
+    view.lastFrame = m_frame;
+    if (!view.shows(key, depth)) {
         view.key = std::move(key);
         view.depths = std::make_shared<const DepthArea>(depth, area);
         restart(view, draw);
@@ -75,15 +77,25 @@ void VolumeRefiner::draw(const void* actor, VolumeDraw& draw, Image& target, con
     view.picture.draw(target, draw.view.tint);
 }
 
-VolumeRefiner::View& VolumeRefiner::viewOf(const void* actor, const IVec4<int>& viewport) {
-    for (const auto& view : m_views)
-        if (view->actor == actor && view->viewport == viewport) return *view;
-    return *m_views.emplace_back(std::make_unique<View>(View{actor, viewport}));
+/// Returns the view that shows what is to be drawn; otherwise one of the same actor that was not drawn in this
+/// frame, which is a new one if all were.
+VolumeRefiner::View& VolumeRefiner::viewFor(const void* actor, const IVec4<int>& viewport, const ByteKey& key,
+                                            const DepthBuffer& depth) {
+    View* other = nullptr;
+    size_t count = 0;
+    for (const auto& view : m_views) {
+        if (view->actor != actor || view->viewport != viewport) continue;
+        if (view->shows(key, depth)) return *view;
+        if (other == nullptr || view->lastFrame < other->lastFrame) other = view.get();
+        ++count;
+    }
+    const bool isFree = other != nullptr && (other->lastFrame != m_frame || count >= kMostViewsOfActor);
+    return isFree ? *other : *m_views.emplace_back(std::make_unique<View>(View{actor, viewport}));
 }
 
 void VolumeRefiner::restart(View& view, VolumeDraw& draw) {
-    if (view.refinement != nullptr) view.refinement->stop();
-    m_queue->dropStopped();
+    if (view.refinement != nullptr) view.refinement->release();
+    m_queue->dropReleased();
     view.tables[0] = draw.colors;
     view.tables[1] = draw.weights;
     prepare(view, draw);
@@ -105,8 +117,8 @@ void VolumeRefiner::prepare(View& view, VolumeDraw& draw) {
 
 void VolumeRefiner::drop(View& view) {
     if (view.preparation) view.preparation->stop();
-    if (view.refinement != nullptr) view.refinement->stop();
-    m_queue->dropStopped();
+    if (view.refinement != nullptr) view.refinement->release();
+    m_queue->dropReleased();
 }
 
 bool VolumeRefiner::isRefined() const {
@@ -124,7 +136,7 @@ bool VolumeRefiner::update(View& view) {
     if (view.refinement == nullptr) return false;
     Vector<ViewRefinement::Tile> tiles = m_queue->takeFinished(*view.refinement);
     for (auto& [tile, content] : tiles) view.picture.setTile(tile, std::move(content));
-    if (m_queue->isComplete(*view.refinement)) std::exchange(view.refinement, nullptr)->stop();
+    if (m_queue->isComplete(*view.refinement)) std::exchange(view.refinement, nullptr)->release();
     return !tiles.empty();
 }
 
@@ -132,9 +144,11 @@ void VolumeRefiner::publish() {
     bool hasChanged = false;
     for (const auto& view : m_views) hasChanged |= update(*view);
     hasChanged |= std::erase_if(m_views, [](const auto& view) { // the voxels have changed
-                      return view->refinement != nullptr && view->refinement->isStopped();
+                      const bool isStopped = view->refinement != nullptr && view->refinement->isStopped();
+                      if (isStopped) view->refinement->release();
+                      return isStopped;
                   }) != 0;
-    m_queue->dropStopped();
+    m_queue->dropReleased();
     if (!hasChanged) return;
     System* const system = Object::system();
     system->disableLowPowerModeShortly();

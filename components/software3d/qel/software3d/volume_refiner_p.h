@@ -11,7 +11,7 @@
 namespace qel::internal {
 
 /// Draws volumes for SoftwareRenderer3D. For each actor and viewport it keeps a view: the last picture, and
-/// what it was computed for. A view that is drawn again without a change only puts its picture on the target.
+/// what it was computed for; several views if the actor is drawn several times in a frame. A view that is drawn again without a change only puts its picture on the target.
 /// Otherwise a coarse picture is computed at once and refined in the background; new parts are added to the
 /// picture in a pass of the System, which asks for a frame.
 /// @threads main thread.
@@ -47,11 +47,17 @@ private:
         std::shared_ptr<Preparation> preparation{};
         VolumePicture picture{};
         ViewRefinement* refinement = nullptr; ///< belongs to the queue; null if the picture is exact
+
+        /// Returns true if the picture is that of @p wanted and of the depths in its area.
+        bool shows(const ByteKey& wanted, const DepthBuffer& depth) const {
+            return depths != nullptr && key == wanted && depths->matches(depth);
+        }
     };
 
     void onWeakPointerCleared(void* ownerData) override;
     void close();
-    View& viewOf(const void* actor, const IVec4<int>& viewport);
+    View& viewFor(const void* actor, const IVec4<int>& viewport, const ByteKey& key,
+                  const DepthBuffer& depth);
     void restart(View& view, VolumeDraw& draw);
     void prepare(View& view, VolumeDraw& draw);
     void drop(View& view);
