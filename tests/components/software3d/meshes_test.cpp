@@ -9,6 +9,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <string>
@@ -48,6 +49,19 @@ protected:
         return all;
     }();
 };
+
+TEST_F(MeshDrawingTest, HugeTrianglesAreCutToThePicture) {
+    const float huge[] = {1e4f, 7e9f, 3e19f, 1.7e30f, 3e38f};
+    for (const float size : huge) {
+        for (const float z : {0.25f, 0.5f}) {
+            scene.drawMesh(*triangle({{-size, -size * 0.7f, z}, {0.3f * size, size, z}, {size, -size, z}}),
+                           kRed);
+            EXPECT_EQ(countPixels(), 1024u) << size;
+            scene.drawMesh(*triangle({{-size, 0.5f, -size}, {0.5f, size, size}, {size, -size, 0.7f * size}}),
+                           kRed);
+        }
+    }
+}
 
 TEST_F(MeshDrawingTest, ABoxCoversItsPixels) {
     scene.drawMesh(*box(0.2, 0.8), kRed);
@@ -322,6 +336,24 @@ TEST(SoftwareVolumeTextureTest, VoxelsAreZeroUntilTheyAreUploaded) {
     texture->uploadData(8, 9, UInt16, slice);
     EXPECT_EQ(volume.getBricks()[0].maximum, 6) << "slice 8 is a neighbour";
     EXPECT_NE(volume.getRevision(), revision);
+}
+
+TEST(SoftwareVolumeTextureTest, TakesImagesOfItsSizeOnly) {
+    test::LogCapture log;
+    const auto renderer = makeObject<SoftwareRenderer3D>();
+    const SmartPointer<VolumeTexture> texture = renderer->createVolumeTexture();
+    texture->initialize(UInt16, {3, 2, 2});
+    Image image(UInt16, {3, 2});
+    std::fill_n(image.getBytePointer(), image.getByteSize(), uint8{9});
+    texture->uploadData(1, image);
+    EXPECT_EQ(static_cast<SoftwareVolumeTexture&>(*texture).getVoxels()[6], 0x909);
+    const Image others[] = {Image(), Image(UInt16, {2, 3}), Image(UInt16, {3, 1}), Image(UInt8, {6, 2})};
+    for (const Image& other : others) {
+        texture->uploadData(1, other);
+        log.expect(3, "invalid upload of the slices 1 to 2");
+    }
+    texture->uploadData(std::numeric_limits<int>::max(), image);
+    log.expect(3, "invalid upload of the slices 2147483647 to 2147483648");
 }
 
 TEST(SoftwareVolumeTextureTest, RefusesWhatItCannotStore) {

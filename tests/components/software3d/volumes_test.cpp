@@ -319,6 +319,25 @@ TEST_F(VolumeSwitchesTest, WhatCannotBeDrawnDrawsNothing) {
     }
 }
 
+TEST_F(VolumeSwitchesTest, AVolumeWithoutAPlaceDoesNotChangeTheOrder) {
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    makeBlobs(scene);
+    std::vector<SmartPointer<VolumeActor>> actors;
+    for (const float z : {0.0f, 0.3f, nan, 0.1f}) {
+        actors.push_back(makeObject<VolumeActor>(*scene.actor));
+        actors.back()->setModelMatrix(Float4x4::Translation({0, 0, z}));
+    }
+    const auto drawOrder = [&](std::initializer_list<int> order) {
+        scene.draw([&] {
+            for (const int i : order) actors[static_cast<size_t>(i)]->onRender(scene.renderer.get());
+        });
+        return scene.bytes();
+    };
+    const auto expected = drawOrder({0, 1, 3});
+    EXPECT_EQ(drawOrder({0, 1, 2, 3}), expected);
+    EXPECT_EQ(drawOrder({3, 2, 0, 1}), expected);
+}
+
 TEST_F(VolumeSwitchesTest, CoordinatesThatAreNotFiniteAreTheMiddle) {
     scene.setVolume({4, 4, 4}, [](double x, double, double) { return 1000 * x; });
     scene.setMaterial(kWhite, {{5, 1}}, 4); // scale and bias are not finite: all keys are equal

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 
 namespace qel::internal {
 namespace {
@@ -61,6 +62,11 @@ bool isFinite(const IVec4<double>& v) {
     return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z) && std::isfinite(v.w);
 }
 
+/// Returns true if a corner is in front of the eye, with a w that has an inverse.
+bool isInFront(const Corner& corner) {
+    return corner.clip.w >= std::numeric_limits<double>::min();
+}
+
 /// Returns how far a corner is inside one of the six planes of the picture.
 double insideOf(const IVec4<double>& v, int plane) {
     const double value = v[plane / 2];
@@ -74,6 +80,7 @@ Corner between(const Corner& inside, const Corner& outside, int plane) {
     const double f = a / (a - b);
     Corner corner;
     for (int i = 0; i < 4; ++i) corner.clip[i] = inside.clip[i] + (outside.clip[i] - inside.clip[i]) * f;
+    corner.clip[plane / 2] = plane % 2 == 0 ? -corner.clip.w : corner.clip.w; // exact for any coordinates
     for (int i = 0; i < 3; ++i)
         corner.normal[i] = inside.normal[i] + (outside.normal[i] - inside.normal[i]) * f;
     return corner;
@@ -156,8 +163,11 @@ private:
     ScreenCorner toScreen(const Corner& corner) const {
         const IVec4<int>& port = m_view.viewport;
         const double inverse = 1 / corner.clip.w;
-        const double x = port.x + (corner.clip.x * inverse + 1) / 2 * (port.z - port.x);
-        const double y = port.y + (1 - corner.clip.y * inverse) / 2 * (port.w - port.y);
+        // Cuts through huge triangles are inaccurate and may be far outside.
+        const double ndcX = std::clamp(corner.clip.x * inverse, -1.0, 1.0);
+        const double ndcY = std::clamp(corner.clip.y * inverse, -1.0, 1.0);
+        const double x = port.x + (ndcX + 1) / 2 * (port.z - port.x);
+        const double y = port.y + (1 - ndcY) / 2 * (port.w - port.y);
         return {static_cast<int64>(std::floor(x * kSubpixels + 0.5)),
                 static_cast<int64>(std::floor(y * kSubpixels + 0.5)),
                 corner.clip.z * inverse,
@@ -186,7 +196,7 @@ private:
     }
 
     void addScreenTriangle(const Corner& a, const Corner& b, const Corner& c) {
-        if (!(a.clip.w > 0 && b.clip.w > 0 && c.clip.w > 0)) return;
+        if (!(isInFront(a) && isInFront(b) && isInFront(c))) return;
         ScreenTriangle triangle{{toScreen(a), toScreen(b), toScreen(c)}, 0};
         auto& [p, q, r] = triangle.corners;
         const int64 area = (q.x - p.x) * (r.y - p.y) - (q.y - p.y) * (r.x - p.x);
@@ -246,7 +256,7 @@ private:
     void drawPoints() {
         for (size_t i = 0; i < m_mesh.getNumVertices(); ++i) {
             const Corner corner = cornerOf(i);
-            bool isVisible = isFinite(corner.clip) && corner.clip.w > 0;
+            bool isVisible = isFinite(corner.clip) && isInFront(corner);
             for (int plane = 0; plane < 6; ++plane)
                 isVisible = isVisible && insideOf(corner.clip, plane) >= 0;
             if (!isVisible) continue;

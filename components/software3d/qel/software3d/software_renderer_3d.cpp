@@ -172,6 +172,7 @@ void SoftwareRenderer3D::drawVolumeInternal(VolumeActor* actor) {
     if (isEmpty(view.clip)) return;
     m_data->volumes.push_back({actor, internal::VolumeDraw(*actor, *texture, view, m_data->tables)});
     internal::VolumeDraw& draw = m_data->volumes.back().draw;
+    if (!std::isfinite(draw.distance)) return m_data->volumes.pop_back(); // a matrix is not finite
     draw.planes = toModelSpace(m_data->planes, draw.model);
     for (int axis = 0; axis < 3; ++axis) {
         // A component that is NaN does not cut.

@@ -1,6 +1,7 @@
 #include <qel/software3d/software_volume_texture.h>
 
 #include <qel/foundation/log/message_stream.h>
+#include <qel/imaging/pixels/image.h>
 #include <qel/software3d/parallel_p.h>
 
 #include <algorithm>
@@ -29,6 +30,10 @@ uint64 countVoxels(const IVec3<int>& size) {
         count *= static_cast<uint64>(size[axis]);
     }
     return count;
+}
+
+void reportInvalidUpload(int zBegin, int64 zEnd) {
+    logging::error() << "invalid upload of the slices " << zBegin << " to " << zEnd;
 }
 
 } // namespace
@@ -61,11 +66,17 @@ void SoftwareVolumeTexture::initialize(FormatID format, const IVec3<int>& size) 
     m_areBricksMeasured = false;
 }
 
+void SoftwareVolumeTexture::uploadData(int z, const Image& image) {
+    const IVec3<int>& size = getSize();
+    const bool isPacked = image.getPitch() == int64{size.x} * int64{sizeof(uint16)};
+    if (!isPacked || z >= size.z || image.getSize() != IVec2<int>(size.x, size.y))
+        return reportInvalidUpload(z, int64{z} + 1);
+    VolumeTexture::uploadData(z, image);
+}
+
 void SoftwareVolumeTexture::uploadData(int zBegin, int zEnd, FormatID format, const void* data) {
-    if (format != UInt16 || data == nullptr || zBegin < 0 || zEnd < zBegin || zEnd > getSize().z) {
-        logging::error() << "invalid upload of the slices " << zBegin << " to " << zEnd;
-        return;
-    }
+    if (format != UInt16 || data == nullptr || zBegin < 0 || zEnd < zBegin || zEnd > getSize().z)
+        return reportInvalidUpload(zBegin, zEnd);
     if (zBegin == zEnd) return;
     m_revision = nextRevision(); // lets readers stop
     const std::unique_lock lock(m_access);

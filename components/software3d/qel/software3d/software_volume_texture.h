@@ -33,11 +33,13 @@ public:
     explicit SoftwareVolumeTexture(Renderer* renderer);
     ~SoftwareVolumeTexture() override;
 
-    using VolumeTexture::uploadData;
     /// Allocates voxels of value 0; no voxels for a size with a component that is 0 or negative.
     /// @errors logs an error for formats other than UInt16, and the texture then has no voxels;
     /// std::bad_alloc without memory for them.
     void initialize(FormatID format, const IVec3<int>& size) override;
+    /// @errors logs an error and changes nothing for a slice that does not exist, and for an image of another
+    /// size or format, or with padding after its rows.
+    void uploadData(int z, const Image& image) override;
     /// @errors logs an error and changes nothing for another format or slices that do not exist.
     void uploadData(int zBegin, int zEnd, FormatID format, const void* data) override;
 
