@@ -72,8 +72,8 @@ public:
     /// the result is empty. A colour without exactly three values logs a warning and is skipped.
     static Vector<VolumeMaterial> fromJSON(const String& text);
     /// Does the same with a value of nlohmann::json, or of a class with a function dump() that returns the
-    /// text. @errors also fails if no text exists: with numbers that are not finite, which JSON cannot contain,
-    /// and with strings that are not UTF-8.
+    /// text. @errors also fails for what no JSON text contains: numbers that are not finite, and strings that
+    /// are not UTF-8.
     template <typename Json>
     requires requires(const Json& json) {
         { json.dump() } -> std::convertible_to<std::string>;

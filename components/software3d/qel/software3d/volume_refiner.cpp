@@ -77,8 +77,8 @@ void VolumeRefiner::draw(const void* actor, VolumeDraw& draw, Image& target, con
     view.picture.draw(target, draw.view.tint);
 }
 
-/// Returns the view that shows what is to be drawn; otherwise one of the same actor that was not drawn in this
-/// frame, which is a new one if all were.
+/// Returns the view that shows what is to be drawn; otherwise one of the same actor that was not drawn in
+/// this frame, which is a new one if all were.
 VolumeRefiner::View& VolumeRefiner::viewFor(const void* actor, const IVec4<int>& viewport, const ByteKey& key,
                                             const DepthBuffer& depth) {
     View* other = nullptr;

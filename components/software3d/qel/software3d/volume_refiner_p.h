@@ -11,9 +11,10 @@
 namespace qel::internal {
 
 /// Draws volumes for SoftwareRenderer3D. For each actor and viewport it keeps a view: the last picture, and
-/// what it was computed for; several views if the actor is drawn several times in a frame. A view that is drawn again without a change only puts its picture on the target.
-/// Otherwise a coarse picture is computed at once and refined in the background; new parts are added to the
-/// picture in a pass of the System, which asks for a frame.
+/// what it was computed for. An actor that is drawn several times in a frame has several views. A view that
+/// is drawn again without a change only puts its picture on the target. Otherwise a coarse picture is
+/// computed at once and refined in the background; new parts are added to the picture in a pass of the
+/// System, which asks for a frame.
 /// @threads main thread.
 class VolumeRefiner final : private PointerOwner {
 public:
