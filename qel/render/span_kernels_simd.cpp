@@ -20,16 +20,22 @@ namespace {
 // --- solid colours
 // -------------------------------------------------------------------------------------------------
 
+/// Returns the pixel at which the second of @p count pixels' vectors begins: in long rows the first one at a
+/// vector's boundary.
+HWY_INLINE size_t SecondVector(const uint8* p, size_t count) {
+    const size_t step = hn::Lanes(Pixels());
+    const size_t head = PixelsToAlignment(p);
+    return count >= 4 * step && head > 0 ? head : step;
+}
+
+/// Stores a pixel @p count times. The first and the last vector may overlap others.
 HWY_INLINE void FillSpan(uint8* p, size_t count, hn::Vec<Pixels> pixel) {
     const size_t step = hn::Lanes(Pixels());
-    if (const size_t head = PixelsToAlignment(p); count >= 4 * step && head > 0) {
-        StorePixels(pixel, p);
-        p += 4 * head;
-        count -= head;
-    }
-    size_t i = 0;
-    for (; i + step <= count; i += step) StorePixels(pixel, p + 4 * i);
-    if (i < count) StoreFirstPixels(pixel, p + 4 * i, count - i);
+    if (count < step) return StoreFirstPixels(pixel, p, count);
+    const size_t last = count - step;
+    StorePixels(pixel, p);
+    for (size_t i = SecondVector(p, count); i < last; i += step) StorePixels(pixel, p + 4 * i);
+    StorePixels(pixel, p + 4 * last);
 }
 
 void FillRows32(const SpanRows& rows, uint32 pixel) {
@@ -117,20 +123,18 @@ bool SolveSpans(const SpanEdge* edges, int top, int count, int left, int right, 
 // --- mixed colours
 // -------------------------------------------------------------------------------------------------
 
-/// Replaces whole vectors of pixels, the last of them a padded copy, by what @p mix returns for them.
+/// Replaces pixels by what @p mix returns for a vector of them. The first and the last vector may overlap
+/// others, so they are read before and stored after those.
 template <typename Mix>
 HWY_INLINE void MixRow(uint8* p, size_t count, const Mix& mix) {
-    const Pixels d;
-    const size_t step = hn::Lanes(d);
-    size_t i = 0;
-    if (const size_t head = PixelsToAlignment(p); count >= 4 * step && head > 0) {
-        StoreFirstPixels(mix(LoadFirstPixels(p, head)), p, head);
-        i = head;
-    }
-    for (; i + step <= count; i += step) StorePixels(mix(LoadPixels(p + 4 * i)), p + 4 * i);
-    if (i == count) return;
-    const auto rest = mix(LoadFirstPixels(p + 4 * i, count - i));
-    StoreFirstPixels(rest, p + 4 * i, count - i);
+    const size_t step = hn::Lanes(Pixels());
+    if (count < step) return StoreFirstPixels(mix(LoadFirstPixels(p, count)), p, count);
+    const size_t last = count - step;
+    const auto firstMixed = mix(LoadPixels(p)), lastMixed = mix(LoadPixels(p + 4 * last));
+    for (size_t i = SecondVector(p, count); i < last; i += step)
+        StorePixels(mix(LoadPixels(p + 4 * i)), p + 4 * i);
+    StorePixels(firstMixed, p);
+    StorePixels(lastMixed, p + 4 * last);
 }
 
 /// Mixes the channel at a bit of the pixels: `added + keep * old`.
