@@ -9,10 +9,14 @@
 namespace qel::internal {
 namespace {
 
-/// Copies luma of the rows of a pair.
-void copyLuma(const Target& target, const Source& source, uint32 pair, uint32 width) {
-    for (const uint64 y : {uint64{pair} * 2, uint64{pair} * 2 + 1})
-        if (width > 0) std::memmove(target.row(y), source.row(y), width);
+/// Copies luma of some pairs of rows, at once if nothing lies between them.
+void copyLuma(const Target& target, const Source& source, uint64 firstPair, uint64 endPair, size_t width) {
+    if (width == 0) return;
+    const auto pitch = static_cast<int64>(width);
+    const bool isPacked = source.pitch == pitch && target.pitch == pitch;
+    const uint64 rows = 2 * (endPair - firstPair), step = isPacked ? std::max<uint64>(rows, 1) : 1;
+    for (uint64 y = 2 * firstPair; y < 2 * endPair; y += step)
+        std::memmove(target.row(y), source.row(y), width * step);
 }
 
 } // namespace
@@ -77,17 +81,15 @@ template class KernelFromYuv<4, rowsYuvToRgba>;
 template class KernelFromYuv<4, rowsYuvToBgra>;
 
 void kernel_convertImage_Y1U2V2_Y1UV2::processRows(uint32 firstPair, uint32 endPair) {
-    for (uint32 pair = firstPair; pair < endPair; ++pair) {
-        copyLuma(m_target.y, m_source.y, pair, width());
+    copyLuma(m_target.y, m_source.y, firstPair, endPair, width());
+    for (uint32 pair = firstPair; pair < endPair; ++pair)
         rowInterleave(m_target.u.row(pair), m_source.u.row(pair), m_source.v.row(pair), width() / 2);
-    }
 }
 
 void kernel_convertImage_Y1UV2_Y1U2V2::processRows(uint32 firstPair, uint32 endPair) {
-    for (uint32 pair = firstPair; pair < endPair; ++pair) {
-        copyLuma(m_target.y, m_source.y, pair, width());
+    copyLuma(m_target.y, m_source.y, firstPair, endPair, width());
+    for (uint32 pair = firstPair; pair < endPair; ++pair)
         rowSplit(m_target.u.row(pair), m_target.v.row(pair), m_source.u.row(pair), width() / 2);
-    }
 }
 
 } // namespace qel::internal
