@@ -82,8 +82,10 @@ bool Image::loadFromResourceAsync(const char* name, std::function<void()> done) 
     request->image = this;
     request->done = std::move(done);
     return system()->loadResourceAsync(name, [request = std::move(request)](const Buffer& data) {
+        TaskQueue* const queue = system() ? system()->getGlobalMainQueue() : nullptr;
+        if (!queue) return; // the provider has outlived the System
         const auto finish = [request, copy = data] { request->finish(copy); };
-        system()->getGlobalMainQueue()->pushTask(new TaskQueue::LambdaNoContextTask(finish), 0);
+        queue->pushTask(new TaskQueue::LambdaNoContextTask(finish), 0);
     });
 }
 

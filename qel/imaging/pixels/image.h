@@ -251,8 +251,8 @@ public:
     /// Decodes the resource @p name; a missing one is not logged.
     bool loadFromResource(const char* name);
     /// Requests the resource @p name. When it arrives, it is decoded and @p done is called, both on the main
-    /// queue, even if it could not be decoded (ask isInitialized()). An image that was destroyed
-    /// meanwhile is ignored and @p done is not called. @return true if a provider accepted the request.
+    /// queue, even if it could not be decoded (ask isInitialized()); neither if this image or the System is
+    /// destroyed meanwhile. @return true if a provider accepted the request.
     bool loadFromResourceAsync(const char* name, std::function<void()> done);
     /// Loads files in order and appends them to @p out, converted to @p format where theirs differs.
     /// @errors logs an error and returns false at the first failure; what was appended stays.

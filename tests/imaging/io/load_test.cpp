@@ -263,6 +263,16 @@ TEST_F(LoadImage, AsynchronousLoadsEndOnTheMainQueue) {
     EXPECT_EQ(done, 2) << "an image that died is left alone";
 }
 
+TEST_F(LoadImage, AnAnswerAfterTheEndOfTheSystemIsIgnored) {
+    const SmartPointer<LateProvider> provider(new LateProvider);
+    system().getResourceLocator()->addResourceProvider(provider.get());
+    Image image;
+    ASSERT_TRUE(image.loadFromResourceAsync("a.png", {}));
+    System::deinitialize();
+    provider->answer(Buffer());
+    EXPECT_FALSE(image.isInitialized());
+}
+
 TEST_F(LoadImage, ASeriesIsConvertedAndEndsAtItsFirstFailure) {
     const ScratchFolder folder;
     Vector<String> paths;
