@@ -88,6 +88,14 @@ void CommandList::clear() {
     m_block = 0;
     m_used = 0;
     m_pixels = 0;
+    m_lastImage = nullptr;
+    m_imageBytes = 0;
+}
+
+// Textures may be replaced in the frame, so that the commands alone keep the pixels of earlier draws.
+void CommandList::countImage(const Image* image) {
+    if (image != nullptr && image != m_lastImage) m_imageBytes += image->getByteSize();
+    m_lastImage = image;
 }
 
 void* CommandList::allocate(size_t size) {

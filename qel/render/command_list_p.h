@@ -27,6 +27,8 @@ public:
 
     /// Returns the pixels that may change; they are on the target.
     const IVec4<int>& area() const { return m_area; }
+    /// Returns the image that the operation keeps alive, or null.
+    virtual const Image* image() const { return nullptr; }
 
 private:
     IVec4<int> m_area;
@@ -54,6 +56,7 @@ public:
         Command* const command = new (memory) Command(std::forward<Args>(args)...);
         const IVec4<int>& area = command->area();
         m_commands.push_back({area.y, area.w, command});
+        countImage(command->image());
         m_pixels += static_cast<uint64>(area.z - area.x) * static_cast<uint64>(area.w - area.y);
     }
 
@@ -63,12 +66,13 @@ public:
     /// Forgets everything.
     void clear();
     /// Returns true if the list should be replayed before it takes more.
-    bool isFull() const { return m_commands.size() >= kMostCommands; }
+    bool isFull() const { return m_commands.size() >= kMostCommands || m_imageBytes >= kMostImageBytes; }
     bool isEmpty() const { return m_commands.empty(); }
 
 private:
     static constexpr size_t kBlockBytes = 32 * 1024;
     static constexpr size_t kMostCommands = 16 * 1024;
+    static constexpr size_t kMostImageBytes = 256 * 1024 * 1024;
     struct alignas(std::max_align_t) Block {
         std::byte bytes[kBlockBytes];
     };
@@ -81,6 +85,7 @@ private:
     };
 
     void* allocate(size_t size);
+    void countImage(const Image* image);
     void drawBand(const Surface& surface, int begin, int end) const;
 
     Vector<Entry> m_commands;
@@ -88,6 +93,8 @@ private:
     size_t m_block = 0;
     size_t m_used = 0; // bytes of the current block
     uint64 m_pixels = 0;
+    const Image* m_lastImage = nullptr; // counted already
+    size_t m_imageBytes = 0;            // of the images that the commands keep alive
 };
 
 } // namespace qel::internal

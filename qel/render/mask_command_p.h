@@ -26,6 +26,7 @@ public:
     /// @param parts  at most kMostParts; they are copied into the memory that follows the command.
     MaskCommand(const IVec4<int>& area, TexelPlane plane, const Color& tint, std::span<const MaskPart> parts);
     void drawRows(const Surface& surface, int begin, int end) const override;
+    const Image* image() const override { return m_plane.image.get(); }
 
 private:
     std::span<const MaskPart> parts() const;

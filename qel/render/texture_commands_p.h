@@ -43,6 +43,8 @@ public:
     TextureCommand(const IVec4<int>& area, const TexelGrid& grid, TexelPlane plane)
         : DrawCommand(area), m_grid(grid), m_plane(std::move(plane)) {}
 
+    const Image* image() const override { return m_plane.image.get(); }
+
 protected:
     const TexelGrid& grid() const { return m_grid; }
     const TexelPlane& plane() const { return m_plane; }

@@ -1,6 +1,7 @@
 #include <tests/render/canvas.h>
 #include <tests/support/log_capture.h>
 
+#include <qel/foundation/base/weak_pointer.h>
 #include <qel/render/texture_software.h>
 #include <qel/testing/drawing.h>
 
@@ -120,6 +121,15 @@ TEST(RendererSoftware, AStartForgetsDrawingOnATargetThatHasChanged) {
     std::memset(canvas.image->getBytePointer(), 0, canvas.image->getByteSize());
     canvas.renderer.start();
     EXPECT_EQ(canvas.shape(), "../../");
+}
+
+TEST(RendererSoftware, ATargetMayBeInitialisedAgainBetweenFrames) {
+    Canvas canvas({3, 2});
+    canvas.renderer.stop();
+    canvas.image->initialize(BGRA8, {4, 5});
+    EXPECT_EQ(canvas.renderer.getRenderTargetSize(), IVec2<int>(4, 5));
+    canvas.renderer.clear({0, 0, 1, 1});
+    EXPECT_EQ(canvas.pixel(3, 4), 0xFF0000FFu);
 }
 
 TEST(RendererSoftware, ADownloadShowsTheFrameSoFar) {
@@ -312,6 +322,21 @@ TEST(RendererSoftware, AnUploadInTheFrameDoesNotChangeEarlierDraws) {
     canvas.renderer.drawTextureInternal(texture.get(), kWhole, {1, 0, 2, 1}, 0);
     texture.reset();
     EXPECT_EQ(canvas.bytes(), (std::vector<uint8>{10, 20}));
+}
+
+TEST(RendererSoftware, AFrameKeepsFewReplacedPixels) {
+    Canvas canvas({1, 1});
+    const SmartPointer<Texture> texture = canvas.renderer.createTexture();
+    const auto* const own = static_cast<TextureSoftware*>(texture.get());
+    std::vector<WeakPointer<Image>> uploaded(3);
+    for (WeakPointer<Image>& pixels : uploaded) { // 128 MiB each, of which one is read
+        texture->upload(Image(A8, {16384, 8192}), false);
+        pixels = own->getSharedImage().get();
+        canvas.renderer.drawTextureInternal(texture.get(), kWhole, {0, 0, 1, 1}, 0);
+    }
+    EXPECT_EQ(uploaded[0].get(), nullptr);
+    EXPECT_EQ(uploaded[1].get(), nullptr);
+    EXPECT_NE(uploaded[2].get(), nullptr);
 }
 
 TEST(RendererSoftware, ATextureOfAForeignImageIsADeepCopy) {
