@@ -29,7 +29,8 @@ public:
         if (!name.begins_with(m_stem) || !name.ends_with(m_ending)) return false;
         const size_t length = name.size() - std::min(name.size(), m_stem.size() + m_ending.size());
         const std::string number = name.substr(m_stem.size(), length);
-        return !number.empty() && number.find_first_not_of("0123456789") == number.npos;
+        const bool isNumber = !number.empty() && number.find_first_not_of("0123456789") == number.npos;
+        return isNumber && number.front() != '0' && number != "1"; // pages are counted from 2
     }
 
 private:

@@ -129,7 +129,8 @@ qelhosts::Program describe(Options& options) {
              "draw a contact sheet of the files in a folder: a thumbnail of each picture of at most "
              "67108864 pixels, and the type of every other file. Folders in it, names that begin with "
              "a dot, devices and pipes are left out. A page holds 96 files; further pages are "
-             "written to OUT with \"-2\", \"-3\" and so on before its extension"},
+             "written to OUT with \"-2\", \"-3\" and so on before its extension. Files of these names in "
+             "FOLDER count as pages of an earlier sheet: they are left out, and replaced by new pages"},
             {"qr TEXT OUT", "write the QR code of a text; \"-\" reads the text from standard input"},
             {"raytrace OUT", "write the picture that the library's ray tracer draws, the same each time"},
             {"samples FOLDER",

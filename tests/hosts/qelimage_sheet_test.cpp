@@ -92,6 +92,12 @@ TEST_F(QelimageSheet, TheSheetsOwnPagesAreLeftOut) {
         << "they are not the pages of this one";
 }
 
+TEST_F(QelimageSheet, NumbersThatPagesDoNotHaveAreShown) {
+    for (const char* name : {"in/sheet-0.png", "in/sheet-1.png", "in/sheet-002.png", "in/sheet-.png"})
+        folder.write(name, "hello");
+    EXPECT_EQ(run({"sheet", "in", "in/sheet.png"}).error, "reading 4 files\n");
+}
+
 TEST_F(QelimageSheet, ManyFilesFillSeveralPages) {
     for (int i = 0; i < 97; ++i) folder.write("in/" + std::to_string(i), "hello");
     EXPECT_EQ(run({"sheet", "in", "sheet.webp"}), (HostRun{0, "", "reading 97 files\n"}));
