@@ -28,6 +28,11 @@ std::string lowerCase(std::string text) {
     return text;
 }
 
+/// Returns true if @p text starts with a control character of two bytes in UTF-8, which terminals obey too.
+bool isLongControl(std::string_view text) {
+    return text.size() > 1 && text[0] == '\xC2' && text[1] >= '\x80' && text[1] <= '\x9F';
+}
+
 } // namespace
 
 void complain(const std::string& text) {
@@ -35,9 +40,13 @@ void complain(const std::string& text) {
 }
 
 std::string printable(std::string_view name) {
-    std::string text(name);
-    for (char& c : text)
-        if (static_cast<unsigned char>(c) < ' ' || c == '\x7f') c = '?';
+    std::string text;
+    for (; !name.empty(); name.remove_prefix(1)) {
+        const bool isLong = isLongControl(name);
+        if (isLong) name.remove_prefix(1);
+        const bool isShort = static_cast<unsigned char>(name[0]) < ' ' || name[0] == '\x7f';
+        text += isLong || isShort ? '?' : name[0];
+    }
     return text;
 }
 

@@ -49,6 +49,12 @@ TEST_F(Qelimage, InfoContinuesAfterAFileItCannotRead) {
         EXPECT_THAT(result.error, HasSubstr(problem));
 }
 
+TEST_F(Qelimage, ControlCharactersInNamesAreNotPrinted) {
+    const std::string name = "a\xC2\x9B\x7F\x1B\xC2\xA0\xC2";
+    folder.write(name, "hello");
+    EXPECT_EQ(run({"info", name}).out, "a???\xC2\xA0\xC2: unknown type, 5 bytes\n");
+}
+
 TEST_F(Qelimage, PipesAreReadToTheirEnd) {
     save(makePicture(3, 2), "a.png");
     const std::string line = ": PNG, 3 x 2 pixels, RGBA8, opaque, ";
