@@ -13,8 +13,19 @@ constexpr float kLongLinePx = 65536;
 /// A line touches no pixel farther than this from its points.
 constexpr double kMarginPx = 2;
 
+/// The most dashes of a line. A pattern that would need more is enlarged; it is far finer than a pixel.
+constexpr double kMostDashes = 65536;
+
 float usableLength(float length) {
     return std::isfinite(length) && length > 0 ? length : 0;
+}
+
+void enlarge(Vector<IVec2<float>>& pattern, double& period, double factor) {
+    for (IVec2<float>& dash : pattern) {
+        dash.x = static_cast<float>(double{dash.x} * factor);
+        dash.y = static_cast<float>(double{dash.y} * factor);
+    }
+    period *= factor;
 }
 
 /// The part of a line, in distances from its start, that may touch the clip rectangle.
@@ -65,6 +76,10 @@ void Renderer::drawAADashedLineInternal(const IVec2<float>& from, const IVec2<fl
         part.cut(double{from.y}, double{direction.y}, clip.y - kMarginPx, clip.w + kMarginPx);
         if (part.isEmpty()) return;
     }
+
+    const double walked = isLong ? part.leave - part.enter : double{length};
+    const double dashCount = walked / period * static_cast<double>(pattern.size());
+    if (dashCount > kMostDashes) enlarge(pattern, period, dashCount / kMostDashes);
 
     float position = isLong ? static_cast<float>(std::floor(part.enter / period) * period) : 0;
     size_t stalled = 0; // dashes without an advance: a whole pattern of them ends the line

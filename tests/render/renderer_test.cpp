@@ -143,6 +143,16 @@ TEST_F(RendererTest, DashesOfLongLinesAreDrawnInsideTheClipOnly) {
     EXPECT_EQ(renderer.lines.size(), 0u);
 }
 
+TEST_F(RendererTest, TheDashesOfALineHaveABound) {
+    renderer.start();
+    renderer.drawAADashedLineInternal({0, 0}, {50, 0}, {{1e-5f, 1e-5f}, {2e-5f, 0}});
+    EXPECT_GT(renderer.lines.size(), 60'000u);
+    EXPECT_LE(renderer.lines.size(), 65'536u + 2);
+    renderer.lines.clear();
+    renderer.drawAADashedLineInternal({-1e7f, 20}, {1e7f, 20}, {{1e-3f, 1e-3f}});
+    EXPECT_LE(renderer.lines.size(), 65'536u) << "far from the start single precision ends the line";
+}
+
 TEST_F(RendererTest, APolygonIsCoveredByItsTriangles) {
     const IVec2<float> star[] = {{50, 0},   {60, 40}, {100, 50}, {60, 60},
                                  {50, 100}, {40, 60}, {0, 50},   {40, 40}};
