@@ -1,5 +1,7 @@
 #include <qel/imaging/io/png_chunks_p.h>
 
+#include <qel/foundation/base/types.h>
+
 #include <libdeflate.h>
 
 #include <cstring>
@@ -16,19 +18,16 @@ uint32 readBigEndian(const uint8* p) {
 
 } // namespace
 
-PngChunks readPngChunks(ConstByteSpan file) {
-    PngChunks chunks;
+bool hasSoundPngChunks(ConstByteSpan file) {
     for (size_t at = kSignature; at <= file.size && file.size - at >= kFrame;) {
         const uint8* chunk = file.data + at;
         const size_t length = readBigEndian(chunk);
-        if (length > file.size - at - kFrame) return chunks;
-        if (libdeflate_crc32(0, chunk + 4, length + 4) != readBigEndian(chunk + 8 + length)) return chunks;
-        if (std::memcmp(chunk + 4, "IDAT", 4) == 0) chunks.imageBytes += length;
-        chunks.isSound = std::memcmp(chunk + 4, "IEND", 4) == 0;
-        if (chunks.isSound) return chunks;
+        if (length > file.size - at - kFrame) return false;
+        if (libdeflate_crc32(0, chunk + 4, length + 4) != readBigEndian(chunk + 8 + length)) return false;
+        if (std::memcmp(chunk + 4, "IEND", 4) == 0) return true;
         at += kFrame + length;
     }
-    return chunks;
+    return false;
 }
 
 } // namespace qel::internal

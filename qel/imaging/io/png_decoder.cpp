@@ -1,5 +1,5 @@
-// PNG by lodepng. Its own inflate and checksums take most of the time, so that they are replaced at first; a
-// file that fails then is decoded once more by lodepng alone, whose error numbers and texts are the result.
+// PNG by lodepng. Its own inflate and checksums take most of the time, so that they are replaced. A stream or
+// a checksum that is damaged is given to lodepng after all, whose error numbers and texts are the result.
 #include <qel/imaging/io/codecs_p.h>
 
 #include <qel/foundation/base/write_whole.h>
@@ -9,6 +9,7 @@
 #include <libdeflate.h>
 #include <lodepng.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -17,9 +18,12 @@
 namespace qel::internal {
 namespace {
 
+constexpr unsigned kWrongOutputSize = 91;
 constexpr unsigned kTooManyPixels = 92;
 constexpr unsigned kOutputTooLong = 109;
-constexpr unsigned kWrongOutputSize = 91;
+constexpr unsigned kReplacedInflateFailed = 110;
+/// The most bytes that a byte of a deflate stream becomes.
+constexpr size_t kMostInflation = 1032;
 
 struct FreeMemory {
     void operator()(uint8* p) const { std::free(p); }
@@ -28,12 +32,6 @@ using Pixels = std::unique_ptr<uint8, FreeMemory>;
 
 struct FreeDecompressor {
     void operator()(libdeflate_decompressor* p) const { libdeflate_free_decompressor(p); }
-};
-
-/// What the replacement of inflate has to know about the pixels.
-struct ImageStream {
-    size_t compressed; ///< bytes of the chunks
-    size_t raw;        ///< bytes of filtered rows that the header asks for
 };
 
 /// Bytes of the rows of one pass, each with the byte of its filter.
@@ -54,27 +52,32 @@ uint64 filteredBytes(uint64 width, uint64 height, const LodePNGInfo& info) {
     return bytes;
 }
 
-/// Inflates the pixels; anything else in the file, such as a colour profile, goes to lodepng's own inflate.
+/// Inflates a stream without errors of at most @p most bytes. @return false for other streams.
+bool inflateSound(unsigned char** out, size_t* outSize, ConstByteSpan stream, size_t most) {
+    const size_t room = std::max<size_t>(std::min(most, stream.size * kMostInflation), 1);
+    const std::unique_ptr<libdeflate_decompressor, FreeDecompressor> inflate(libdeflate_alloc_decompressor());
+    Pixels bytes(static_cast<uint8*>(std::malloc(room)));
+    if (!inflate || !bytes) return false;
+    size_t used = 0, written = 0;
+    const libdeflate_result result = libdeflate_zlib_decompress_ex(inflate.get(), stream.data, stream.size,
+                                                                   bytes.get(), room, &used, &written);
+    if (result != LIBDEFLATE_SUCCESS || used != stream.size) return false;
+    std::free(*out);
+    *out = bytes.release();
+    *outSize = written;
+    return true;
+}
+
+/// Replaces the inflate of lodepng, which knows the largest size of each stream. The context receives the
+/// error of lodepng's own inflate, in whose place it reports another one.
 unsigned inflateFast(unsigned char** out, size_t* outSize, const unsigned char* in, size_t inSize,
                      const LodePNGDecompressSettings* settings) {
-    const auto* stream = static_cast<const ImageStream*>(settings->custom_context);
-    if (inSize != stream->compressed) {
-        LodePNGDecompressSettings own = *settings;
-        own.custom_zlib = nullptr;
-        return lodepng_zlib_decompress(out, outSize, in, inSize, &own);
-    }
-    const std::unique_ptr<libdeflate_decompressor, FreeDecompressor> inflate(libdeflate_alloc_decompressor());
-    Pixels rows(static_cast<uint8*>(std::malloc(stream->raw > 0 ? stream->raw : 1)));
-    if (!inflate || !rows) return 1;
-    size_t used = 0, written = 0;
-    if (libdeflate_zlib_decompress_ex(inflate.get(), in, inSize, rows.get(), stream->raw, &used, &written) !=
-        LIBDEFLATE_SUCCESS)
-        return 1;
-    if (used != inSize || written != stream->raw) return 1;
-    std::free(*out);
-    *out = rows.release();
-    *outSize = written;
-    return 0;
+    if (inflateSound(out, outSize, {in, inSize}, settings->max_output_size)) return 0;
+    LodePNGDecompressSettings own = *settings;
+    own.custom_zlib = nullptr;
+    const unsigned error = lodepng_zlib_decompress(out, outSize, in, inSize, &own);
+    *static_cast<unsigned*>(const_cast<void*>(settings->custom_context)) = error;
+    return error;
 }
 
 /// A decoder that returns 8-bit RGBA.
@@ -82,42 +85,30 @@ class Decoder {
 public:
     Decoder() {
         lodepng_state_init(&state);
-        state.decoder.read_text_chunks = 0;
+        state.decoder.read_text_chunks = 0; // nobody reads them, and each may become 16 MiB
     }
     Decoder(const Decoder&) = delete;
     Decoder& operator=(const Decoder&) = delete;
     ~Decoder() { lodepng_state_cleanup(&state); }
 
-    unsigned run(ConstByteSpan file) {
+    /// Decodes a file. @param rawBytes  the most bytes of its filtered rows. @return the error of lodepng.
+    unsigned run(ConstByteSpan file, uint64 rawBytes) {
+        unsigned inflateError = 0;
+        state.decoder.ignore_crc = hasSoundPngChunks(file);
+        state.decoder.zlibsettings.max_output_size = rawBytes;
+        state.decoder.zlibsettings.custom_zlib = inflateFast;
+        state.decoder.zlibsettings.custom_context = &inflateError;
         unsigned char* decoded = nullptr;
         const unsigned error = lodepng_decode(&decoded, &width, &height, &state, file.data, file.size);
         pixels.reset(decoded);
-        return error;
+        if (error == kOutputTooLong) return kWrongOutputSize;
+        return error == kReplacedInflateFailed ? inflateError : error;
     }
 
     LodePNGState state;
     Pixels pixels;
     unsigned width = 0, height = 0;
 };
-
-/// Decodes with the fast inflate. @return false if lodepng has to do it alone.
-bool decodeFast(Decoder& decoder, ConstByteSpan file, uint64 rawBytes) {
-    const PngChunks chunks = readPngChunks(file);
-    if (!chunks.isSound) return false;
-    const ImageStream stream{chunks.imageBytes, rawBytes};
-    decoder.state.decoder.ignore_crc = 1;
-    decoder.state.decoder.zlibsettings.custom_zlib = inflateFast;
-    decoder.state.decoder.zlibsettings.custom_context = &stream;
-    return decoder.run(file) == 0;
-}
-
-/// Decodes with lodepng alone. @return its error.
-unsigned decodePlain(Decoder& decoder, ConstByteSpan file, uint64 rawBytes) {
-    decoder.state.decoder.read_text_chunks = 1;
-    decoder.state.decoder.zlibsettings.max_output_size = rawBytes;
-    const unsigned error = decoder.run(file);
-    return error == kOutputTooLong ? kWrongOutputSize : error;
-}
 
 /// Prints an error in one piece: others may read standard output line by line.
 bool report(unsigned error) {
@@ -145,11 +136,9 @@ bool decodePng(ConstByteSpan file, Image& image) {
         return report(error);
     if (!isDecodable(header.width, header.height, file.size)) return report(kTooManyPixels);
     const uint64 rawBytes = filteredBytes(header.width, header.height, header.state.info_png);
-    Decoder fast;
-    if (decodeFast(fast, file, rawBytes)) return take(fast, image);
-    Decoder plain;
-    if (const unsigned error = decodePlain(plain, file, rawBytes)) return report(error);
-    return take(plain, image);
+    Decoder decoder;
+    if (const unsigned error = decoder.run(file, rawBytes)) return report(error);
+    return take(decoder, image);
 }
 
 } // namespace qel::internal

@@ -134,6 +134,20 @@ TEST_F(LoadImage, DamagedFilesPrintTheErrorOfTheDecoder) {
     EXPECT_EQ(errorOf("no picture, but long enough for a header").substr(0, 10), "error 28: ");
 }
 
+TEST_F(LoadImage, TextsInPngFilesAreNotRead) {
+    const std::string text = pngChunk("zTXt", "a keyword that does not end");
+    std::string badCrc = pngFile({1, 1, 8, 0, false}, "\0\x21"s, text);
+    badCrc[badCrc.size() - 13] = static_cast<char>(badCrc[badCrc.size() - 13] ^ 1);
+    EXPECT_EQ(errorOf(badCrc).substr(0, 10), "error 57: ");
+}
+
+TEST_F(LoadImage, DamagedProfilesReportTheirOwnError) {
+    std::string zlib = storedZlib("profile");
+    zlib.back() = static_cast<char>(zlib.back() ^ 1);
+    const std::string profile = pngChunk("iCCP", "x\0\0"s + zlib);
+    EXPECT_EQ(errorOf(pngFile({1, 1, 8, 0, false}, "\0\x21"s, profile)).substr(0, 10), "error 58: ");
+}
+
 TEST_F(LoadImage, TruncatedFilesFailAtEveryByte) {
     const Image sample = noiseImage(RGBA8, {5, 4});
     for (const std::string& file : {encoded(sample, Image::Encoding::Png), losslessWebP(sample)}) {
