@@ -231,7 +231,7 @@ TEST_F(RefinementTest, StoppedTilesEndAtTheNextRow) {
     scene->lookFrom({-1.6f, 1.3f, -0.7f});
     const int before = gate.getPassed();
     drawRefined();
-    EXPECT_LE(rows, gate.getPassed() - before + 40) << "hardly more than the rows of one picture";
+    EXPECT_LE(rows, gate.getPassed() - before + 10) << "hardly more than the rows of one picture";
 }
 
 // Everything that the picture depends on starts a new one.

@@ -18,7 +18,7 @@ using test::Scene;
 /// Draws random volumes, tables, views and switches.
 class RandomScene {
 public:
-    explicit RandomScene(unsigned seed) : m_random(seed), m_scene({37, 5}) {
+    explicit RandomScene(unsigned seed) : m_random(seed), m_scene({21, 18}) {
         addVolume();
         addMaterial();
         addView();
@@ -81,7 +81,10 @@ private:
     }
 
     void addView() {
-        if (flip()) m_scene.lookFrom({upTo(3) - 1, upTo(3) - 1, upTo(3) - 1});
+        if (flip())
+            m_scene.lookFrom({upTo(3) - 1, upTo(3) - 1, upTo(3) - 1});
+        else if (flip()) // so close that neighbouring rays have voxels in common
+            m_scene.renderer->setProjectionMatrix({8, 0, 0, 0, 0, 8, 0, 0, 0, 0, 2, 0, -4, -4, -1, 1});
         if (oneOf(4) == 0) m_scene.renderer->setClipPlanes({{upTo(1), upTo(1), -upTo(1), upTo(0.5f)}});
         if (oneOf(4) == 0) m_scene.renderer->setClipBox({upTo(0.4f), 0, 0}, {1, 1 - upTo(0.4f), 1});
     }

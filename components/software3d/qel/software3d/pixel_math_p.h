@@ -15,6 +15,8 @@ static_assert(255 * kColorUnit == 1);
 /// The bits of the square root of 0.5: mantissas are moved to between it and twice its value, where the
 /// series is short.
 inline constexpr uint32 kRootHalfBits = 0x3F3504F3;
+/// Up to this, 1 minus an opacity is larger than the square root of 0.5.
+inline constexpr float kSmallOpacity = 0.29f;
 /// log2((1 + s) / (1 - s)) = s * polynomial in s^2, with a relative error of 1.2e-7.
 inline constexpr float kLogSeries[3] = {2.8853904f, 0.9615866f, 0.59586563f};
 /// 2^r - 1 = r * polynomial in r, for -0.5 <= r <= 0.5, with a relative error of 5e-7.
@@ -33,13 +35,18 @@ inline float log2OneMinus(float a) {
     return s * (kLogSeries[0] + q * (kLogSeries[1] + q * kLogSeries[2])) + static_cast<float>(exponent);
 }
 
+/// Returns 2^r - 1, for -0.5 <= r <= 0.5.
+inline float exp2MinusOne(float r) {
+    const float* const c = kExpSeries;
+    const float q = r * r; // terms that do not depend on each other
+    return r * ((c[0] + r * c[1]) + q * ((c[2] + r * c[3]) + q * c[4]));
+}
+
 /// Returns 1 - 2^y, for y <= 0.
 inline float oneMinusExp2(float y) {
     y = y > kLeastExponent ? y : kLeastExponent;
     const float n = std::floor(y + 0.5f);
-    const float r = y - n;
-    const float* const c = kExpSeries;
-    const float e = r * (c[0] + r * (c[1] + r * (c[2] + r * (c[3] + r * c[4])))); // 2^r - 1
+    const float e = exp2MinusOne(y - n);
     const float power = std::bit_cast<float>(static_cast<uint32>(static_cast<int>(n) + 127) << 23);
     return n == 0 ? -e : 1 - (e + 1) * power;
 }

@@ -136,17 +136,21 @@ private:
 
 } // namespace
 
-void castPlainRays(const VolumeDraw& draw, const PixelRun& pixels, Rgba* colors) {
-    for (int i = 0; i < pixels.count; ++i) {
-        Path path;
-        colors[i] = {};
-        const float depth = pixels.depths[std::ptrdiff_t{i} * pixels.step];
-        if (!findPath(draw, pixels.x + i * pixels.step, pixels.y, depth, path)) continue;
-        Ray ray(draw, path);
-        if (!draw.isClassified)
-            colors[i] = ray.maximum();
-        else
-            colors[i] = draw.usesMeans ? ray.sumOfMeans() : ray.sumOfValues();
+void castPlainRays(const VolumeDraw& draw, const PixelGrid& pixels, Rgba* colors, std::ptrdiff_t pitch) {
+    for (int row = 0; row < pixels.rows; ++row) {
+        for (int column = 0; column < pixels.columns; ++column) {
+            Rgba& color = colors[row * pitch + column];
+            color = {};
+            Path path;
+            if (!findPath(draw, pixels.x + column * pixels.step, pixels.y + row * pixels.step,
+                          pixels.depthAt(column, row), path))
+                continue;
+            Ray ray(draw, path);
+            if (!draw.isClassified)
+                color = ray.maximum();
+            else
+                color = draw.usesMeans ? ray.sumOfMeans() : ray.sumOfValues();
+        }
     }
 }
 

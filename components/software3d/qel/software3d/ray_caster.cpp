@@ -11,8 +11,9 @@ namespace {
 
 std::atomic<bool> g_usesVectors{true};
 
-/// Returns true if numbers of 32 bits count the voxels.
+/// Returns true if numbers of 32 bits count the voxels, and their parts on each side.
 bool isCountable(const IVec3<int>& size) {
+    if (std::max({size.x, size.y, size.z}) > 65535) return false;
     const uint64 slice = static_cast<uint64>(size.x) * static_cast<uint64>(size.y);
     return slice <= (uint64{1} << 32) / static_cast<uint64>(size.z);
 }
@@ -25,22 +26,31 @@ void seams::setVectorRays(bool isOn) {
 
 namespace internal {
 
+PixelGrid PixelGrid::part(int column, int row, int width, int height) const {
+    PixelGrid result = *this;
+    result.x += column * step;
+    result.y += row * step;
+    result.columns = std::min(columns - column, width);
+    result.rows = std::min(rows - row, height);
+    result.depths += std::ptrdiff_t{row} * step * depthPitch + std::ptrdiff_t{column} * step;
+    return result;
+}
+
 RayCaster::RayCaster(const VolumeDraw& draw)
     : m_draw(draw),
       m_hasColors(!draw.isClassified || draw.colors->isValid(draw.usesMeans)),
       m_usesVectors(g_usesVectors && isCountable(draw.size)) {}
 
-void RayCaster::castRow(int y, int x, int pixelStep, int count, const float* depths, Rgba* colors) const {
+void RayCaster::cast(const PixelGrid& pixels, Rgba* colors, std::ptrdiff_t pitch) const {
     if (!m_hasColors) {
-        std::fill_n(colors, count, Rgba());
+        for (int row = 0; row < pixels.rows; ++row) std::fill_n(colors + row * pitch, pixels.columns, Rgba());
         return;
     }
-    const auto cast = m_usesVectors ? castVectorRays : castPlainRays;
-    for (int i = 0; i < count; i += PixelRun::kMostPixels)
-        cast(m_draw,
-             {y, x + i * pixelStep, pixelStep, std::min(count - i, PixelRun::kMostPixels),
-              depths + std::ptrdiff_t{i} * pixelStep},
-             colors + i);
+    const auto castLanes = m_usesVectors ? castVectorRays : castPlainRays;
+    const int width = pixels.lanesPerRow(), height = PixelGrid::kMostPixels / width;
+    for (int row = 0; row < pixels.rows; row += height)
+        for (int column = 0; column < pixels.columns; column += width)
+            castLanes(m_draw, pixels.part(column, row, width, height), colors + row * pitch + column, pitch);
 }
 
 } // namespace internal

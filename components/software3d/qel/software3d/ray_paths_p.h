@@ -9,7 +9,7 @@ namespace qel::internal {
 /// The parts of rays inside the volume, in equal segments. Places are in voxels; rays without such a part are
 /// all zeros.
 struct RayPaths {
-    static constexpr int kMost = PixelRun::kMostPixels;
+    static constexpr int kMost = PixelGrid::kMostPixels;
 
     alignas(64) float start[3][kMost];
     alignas(64) float step[3][kMost];
@@ -17,8 +17,8 @@ struct RayPaths {
     alignas(64) uint32 isInside[kMost];     ///< all bits set for rays that have such a part
 };
 
-/// Finds the paths of the pixels of a run; those after the last pixel are outside.
+/// Finds the paths of up to kMostPixels pixels, in rows of lanesPerRow(); lanes without a pixel are outside.
 /// @return true if any ray is inside.
-bool findPaths(const VolumeDraw& draw, const PixelRun& pixels, RayPaths& paths);
+bool findPaths(const VolumeDraw& draw, const PixelGrid& pixels, RayPaths& paths);
 
 } // namespace qel::internal

@@ -97,17 +97,36 @@ HWY_INLINE hn::Mask<Doubles> StoreFloats(V values, float* out) {
     return hn::Le(hn::Abs(hn::PromoteTo(Doubles(), rounded)), All(std::numeric_limits<float>::max()));
 }
 
+/// The pixels of the rays. The rays of lanes without a pixel end where they begin.
+struct Pixels {
+    alignas(64) double x[RayPaths::kMost] = {};
+    alignas(64) double y[RayPaths::kMost] = {};
+    alignas(64) double depth[RayPaths::kMost];
+
+    explicit Pixels(const PixelGrid& grid) {
+        std::fill_n(depth, RayPaths::kMost, -1.0);
+        for (int row = 0; row < grid.rows; ++row) {
+            for (int column = 0; column < grid.columns; ++column) {
+                const int i = row * grid.lanesPerRow() + column;
+                x[i] = grid.x + column * grid.step;
+                y[i] = grid.y + row * grid.step;
+                depth[i] = grid.depthAt(column, row);
+            }
+        }
+    }
+};
+
 /// Finds the paths of as many rays as a vector has lanes, and stores them from lane @p first on.
 /// @return bits of the rays that are inside.
-HWY_INLINE uint32_t FindSome(const VolumeDraw& draw, const PixelRun& pixels, int first, V depth,
-                             RayPaths& paths) {
+HWY_INLINE uint32_t FindSome(const VolumeDraw& draw, const Pixels& pixels, int first, RayPaths& paths) {
     const Doubles d;
     const IVec4<int>& port = draw.view.viewport;
-    const V number = hn::Iota(d, static_cast<double>(first));
-    const V x = hn::Add(All(pixels.x), hn::Mul(number, All(pixels.step)));
+    const V x = hn::Load(d, pixels.x + first), y = hn::Load(d, pixels.y + first),
+            depth = hn::Load(d, pixels.depth + first);
     const V fromLeft = hn::Sub(hn::Add(x, All(0.5)), All(port.x));
     const V ndcX = hn::Sub(hn::Div(hn::Mul(All(2), fromLeft), All(double{1} * port.z - port.x)), All(1));
-    const V ndcY = All(1 - 2 * (pixels.y + 0.5 - port.y) / (double{1} * port.w - port.y));
+    const V fromTop = hn::Sub(hn::Add(y, All(0.5)), All(port.y));
+    const V ndcY = hn::Sub(All(1), hn::Div(hn::Mul(All(2), fromTop), All(double{1} * port.w - port.y)));
 
     V nearW, farW;
     const Triple origin = Unproject(draw.fromNdc, ndcX, ndcY, All(-1), nearW);
@@ -116,7 +135,7 @@ HWY_INLINE uint32_t FindSome(const VolumeDraw& draw, const PixelRun& pixels, int
     const V share = hn::Div(hn::Add(depth, All(1)), All(2));
     const V scaled = hn::Mul(share, farW);
     Interval part{hn::Zero(d), hn::Div(scaled, hn::Add(hn::Mul(hn::Sub(All(1), share), nearW), scaled)),
-                  hn::And(hn::Gt(hn::Mul(nearW, farW), hn::Zero(d)), hn::Lt(number, All(pixels.count)))};
+                  hn::Gt(hn::Mul(nearW, farW), hn::Zero(d))};
     CutByBoxAndPlanes(draw, origin, direction, part);
 
     const V segment = hn::Div(hn::Sub(part.end, part.begin), All(draw.steps));
@@ -137,13 +156,12 @@ HWY_INLINE uint32_t FindSome(const VolumeDraw& draw, const PixelRun& pixels, int
     return bits[0];
 }
 
-uint32_t FindPaths(const VolumeDraw& draw, const PixelRun& pixels, RayPaths& paths) {
+uint32_t FindPaths(const VolumeDraw& draw, const PixelGrid& grid, RayPaths& paths) {
     constexpr int kLanes = static_cast<int>(hn::MaxLanes(Doubles()));
-    alignas(64) double depths[RayPaths::kMost] = {};
-    for (int i = 0; i < pixels.count; ++i) depths[i] = pixels.depths[ptrdiff_t{i} * pixels.step];
+    const Pixels pixels(grid);
     uint32_t inside = 0;
     for (int first = 0; first < RayPaths::kMost; first += kLanes)
-        inside |= FindSome(draw, pixels, first, hn::Load(Doubles(), depths + first), paths) << first;
+        inside |= FindSome(draw, pixels, first, paths) << first;
     return inside;
 }
 
@@ -155,7 +173,7 @@ namespace qel::internal {
 
 QEL_SIMD_TABLE(FindPaths);
 
-bool findPaths(const VolumeDraw& draw, const PixelRun& pixels, RayPaths& paths) {
+bool findPaths(const VolumeDraw& draw, const PixelGrid& pixels, RayPaths& paths) {
     const uint32 inside = g_FindPaths(draw, pixels, paths);
     for (int i = 0; i < RayPaths::kMost; ++i) {
         const bool isInside = (inside >> i & 1) != 0;

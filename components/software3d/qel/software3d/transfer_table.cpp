@@ -30,11 +30,22 @@ bool isOpaque(uint32 texel) {
     return texel >> 24 != 0;
 }
 
+/// Returns the texels of the line, or of the diagonal of the square, with R in the lowest byte; the last one
+/// twice.
 Vector<uint32> diagonalOf(const Image& image, int size, bool isSquare) {
     Vector<uint32> diagonal;
     for (int i = 0; i < size; ++i) diagonal.push_back(texelAt(image, isSquare ? i : 0, i));
     diagonal.push_back(diagonal.back());
     return diagonal;
+}
+
+Vector<TexelPair> pairsOf(const Vector<uint32>& line) {
+    Vector<TexelPair> pairs(line.size() - 1);
+    for (size_t i = 0; i < pairs.size(); ++i)
+        for (int c = 0; c < 4; ++c)
+            for (size_t k = 0; k < 2; ++k)
+                pairs[i].channels[c][k] = static_cast<int16>(line[i + k] >> 8 * c & 255);
+    return pairs;
 }
 
 Vector<int> nextOpaqueOf(const Vector<uint32>& line) {
@@ -76,9 +87,13 @@ Rgba channels(uint32 texel) {
 
 /// Returns the channels, 0 to 255, at a place on the diagonal.
 Rgba diagonalAt(const TransferTexels& texels, float place) {
-    const int low = texels.lower(place);
-    const uint32* const pair = texels.diagonal.data() + low;
-    return mix(channels(pair[0]), channels(pair[1]), place - static_cast<float>(low));
+    const int low = static_cast<int>(place);
+    const int part = static_cast<int>((place - static_cast<float>(low)) * kTexelParts);
+    const auto& pair = texels.pairs[static_cast<size_t>(low)].channels;
+    const auto channel = [&](int c) {
+        return static_cast<float>(pair[c][0] * (kTexelParts - part) + pair[c][1] * part) / kTexelParts;
+    };
+    return {channel(0), channel(1), channel(2), channel(3)};
 }
 
 /// Returns the channels, 0 to 255, at a place in a square of at least 2 by 2 texels.
@@ -99,7 +114,8 @@ TransferTexels::TransferTexels(Texture* texture, bool isSquare) : image(pixelsOf
     isLinear = texture->getFilter() == Filter::Bilinear;
     size = isSquare ? std::min(image->getWidth(), image->getHeight()) : image->getWidth();
     if (size <= 0) return;
-    diagonal = diagonalOf(*image, size, isSquare);
+    const Vector<uint32> diagonal = diagonalOf(*image, size, isSquare);
+    pairs = pairsOf(diagonal);
     nextOpaque = nextOpaqueOf(diagonal);
     if (!isSquare) return;
     Vector<int> next = nextOpaqueOfSquare(*image, size);

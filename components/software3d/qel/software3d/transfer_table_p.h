@@ -11,13 +11,21 @@
 
 namespace qel::internal {
 
+/// Places between two texels are rounded down to this part of their distance.
+inline constexpr int kTexelParts = 1 << 14;
+
+/// The channels R, G, B and A of two neighbouring texels.
+struct TexelPair {
+    int16 channels[4][2];
+};
+
 /// The texels of a texture that is read between two of them.
 struct TransferTexels {
     SmartPointer<Image> image; ///< RGBA8; null if the table is missing
     bool isLinear = true;
     int size = 0; ///< texels on a side; 0 if the table is missing
-    /// The texels of the line, or of the square's diagonal, with R in the lowest byte; the last one twice.
-    Vector<uint32> diagonal;
+    /// Each texel of the line, or of the square's diagonal, with the next one; the last one with itself.
+    Vector<TexelPair> pairs;
     /// For each texel: the first texel from there on, in both directions, that is not clear.
     Vector<int> nextOpaque;
     /// True if parts of the square are clear wherever the diagonal is.

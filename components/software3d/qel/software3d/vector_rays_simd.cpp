@@ -4,7 +4,6 @@
 #include <qel/software3d/ray_paths_p.h>
 
 #include <algorithm>
-#include <cstring>
 #include <limits>
 
 #undef HWY_TARGET_INCLUDE
@@ -13,352 +12,34 @@
 
 #include <hwy/highway.h>
 #include <qel/foundation/base/simd_dispatch_p.h>
+#include <qel/software3d/ray_tables.inc>
+#include <qel/software3d/ray_voxels.inc>
 
 HWY_BEFORE_NAMESPACE();
 namespace qel::internal::HWY_NAMESPACE {
 
-namespace hn = hwy::HWY_NAMESPACE;
+/// Steps that are computed at once, without waiting for the results of each other.
+constexpr int kGroup = 4;
 
-using Floats = hn::CappedTag<float, RayPaths::kMost>;
-using Numbers = hn::RebindToSigned<Floats>;
-using Words = hn::RebindToUnsigned<Floats>;
-using Halves = hn::Repartition<uint64_t, Words>;
-using F = hn::Vec<Floats>;
-using I = hn::Vec<Numbers>;
-using W = hn::Vec<Words>;
-using M = hn::Mask<Floats>;
-constexpr size_t kLanes = hn::MaxLanes(Floats());
+/// The segments of a group on each ray. Their colours are from 0 to 1; segments after the last step have an
+/// alpha of 0.
+struct Segments {
+    F red[kGroup], green[kGroup], blue[kGroup], alpha[kGroup];
 
-/// Steps that are taken before the next attempt to skip, after one that failed.
-constexpr int kStepsBetweenSkips = 4;
-/// Further than any place.
-constexpr float kFar = 1e9f;
-
-HWY_INLINE F All(float value) {
-    return hn::Set(Floats(), value);
-}
-HWY_INLINE F Zero() {
-    return hn::Zero(Floats());
-}
-HWY_INLINE F ToFloats(I numbers) {
-    return hn::ConvertTo(Floats(), numbers);
-}
-HWY_INLINE F ToFloats(W numbers) {
-    return ToFloats(hn::BitCast(Numbers(), numbers));
-}
-HWY_INLINE F Clamp(F value, float most) {
-    return hn::Min(hn::Max(value, Zero()), All(most));
-}
-/// Returns a + (b - a) * part.
-HWY_INLINE F Mix(F a, F b, F part) {
-    return hn::Add(a, hn::Mul(hn::Sub(b, a), part));
-}
-HWY_INLINE bool IsAny(M mask) {
-    return !hn::AllFalse(Floats(), mask);
-}
-
-// --- Reading memory ----------------------------------------------------------------------------------------
-
-/// Loads a number of the type of @p D from each of some places. @param offsets  in units of @p kUnit bytes.
-template <size_t kUnit, class D>
-HWY_INLINE hn::Vec<D> LoadEach(D d, const uint8_t* base, const uint32_t* offsets) {
-    using T = hn::TFromD<D>;
-    if constexpr (sizeof(T) * hn::MaxLanes(d) <= 16) {
-        T values[16 / sizeof(T)];
-        for (size_t i = 0; i < hn::MaxLanes(d); ++i)
-            std::memcpy(values + i, base + kUnit * size_t{offsets[i]}, sizeof(T));
-        auto result = hn::Set(d, values[0]);
-        result = hn::InsertLane(result, 1, values[1]);
-        if constexpr (sizeof(T) == 4) {
-            result = hn::InsertLane(result, 2, values[2]);
-            result = hn::InsertLane(result, 3, values[3]);
-        }
-        return result;
-    } else {
-        const hn::Half<D> half;
-        return hn::Combine(d, LoadEach<kUnit>(half, base, offsets + hn::MaxLanes(half)),
-                           LoadEach<kUnit>(half, base, offsets));
+    template <typename Color>
+    HWY_INLINE void Set(int k, const Color& color) {
+        red[k] = color.template Get<0>();
+        green[k] = color.template Get<1>();
+        blue[k] = color.template Get<2>();
+        alpha[k] = color.template Get<kAlpha>();
     }
-}
-
-/// Two neighbouring texels for each ray.
-struct Texels {
-    W first, second;
 };
-
-/// @param offsets  of the first texels, in bytes.
-HWY_INLINE Texels LoadTexels(const uint8_t* base, W offsets) {
-    HWY_ALIGN uint32_t each[kLanes];
-    hn::Store(offsets, Words(), each);
-    const W low = hn::BitCast(Words(), LoadEach<1>(Halves(), base, each));
-    const W high = hn::BitCast(Words(), LoadEach<1>(Halves(), base, each + kLanes / 2));
-    return {hn::ConcatEven(Words(), high, low), hn::ConcatOdd(Words(), high, low)};
-}
-
-// --- Voxels ------------------------------------------------------------------------------------------------
-
-struct Place {
-    F x, y, z;
-};
-
-/// A place between two numbers.
-struct Between {
-    I lower;
-    F part;
-};
-
-HWY_INLINE Between PlaceBetween(F at, int lastLower) {
-    const I lower = hn::Min(hn::ConvertTo(Numbers(), at), hn::Set(Numbers(), lastLower));
-    return {lower, hn::Sub(at, ToFloats(lower))};
-}
-
-/// The voxels of a volume.
-class Voxels {
-public:
-    explicit HWY_INLINE Voxels(const VolumeDraw& draw) : m_draw(draw) {
-        const size_t width = static_cast<size_t>(draw.size.x),
-                     slice = width * static_cast<size_t>(draw.size.y);
-        m_nextY = draw.size.y > 1 ? width * sizeof(uint16_t) : 0;
-        m_nextZ = draw.size.z > 1 ? slice * sizeof(uint16_t) : 0;
-        m_base = reinterpret_cast<const uint8_t*>(draw.texture->getVoxels());
-    }
-
-    HWY_INLINE Between Voxel(F at, int axis) const {
-        if (!m_draw.isLinear) at = hn::Floor(hn::Add(at, All(0.5f)));
-        return PlaceBetween(Clamp(at, m_draw.last[axis]), m_draw.lastLower(axis));
-    }
-
-    HWY_INLINE F ValueAt(const Place& place) const {
-        const Between x = Voxel(place.x, 0), y = Voxel(place.y, 1), z = Voxel(place.z, 2);
-        const I row = hn::Add(hn::Mul(z.lower, hn::Set(Numbers(), m_draw.size.y)), y.lower);
-        const I index = hn::Add(hn::Mul(row, hn::Set(Numbers(), m_draw.size.x)), x.lower);
-        HWY_ALIGN uint32_t each[kLanes];
-        hn::Store(hn::BitCast(Words(), index), Words(), each);
-        const F front = Mix(Row(each, 0, x.part), Row(each, m_nextY, x.part), y.part);
-        const F back = Mix(Row(each, m_nextZ, x.part), Row(each, m_nextZ + m_nextY, x.part), y.part);
-        return Mix(front, back, z.part);
-    }
-
-    /// Returns the coordinate of the value at a place.
-    HWY_INLINE F CoordinateAt(const Place& place) const {
-        return hn::Add(hn::Mul(ValueAt(place), All(m_draw.scale)), All(m_draw.bias));
-    }
-
-    /// Returns the coordinate of the gradient's magnitude. Not inlined: it would be most of the kernel.
-    HWY_NOINLINE F GradientAt(const Place& place) const {
-        F difference[3] = {Zero(), Zero(), Zero()};
-        if (m_draw.isSobel)
-            AddSobel(place, difference);
-        else
-            AddCentral(place, difference);
-        F square = Zero();
-        for (int axis = 0; axis < 3; ++axis) {
-            const F part = hn::Mul(difference[axis], All(m_draw.gradientScale[axis]));
-            square = hn::Add(square, hn::Mul(part, part));
-        }
-        return hn::Add(hn::Mul(hn::Sqrt(square), All(m_draw.gradientFactor)), All(m_draw.gradientBias));
-    }
-
-private:
-    /// Returns the values on the rows of x, @p offset bytes after the places of the lowest corners.
-    HWY_INLINE F Row(const uint32_t* each, size_t offset, F part) const {
-        // Two voxels are one word. Beyond the end of a row of one voxel the part is 0.
-        const W pair = LoadEach<sizeof(uint16_t)>(Words(), m_base + offset, each);
-        const I low = hn::BitCast(Numbers(), hn::And(pair, hn::Set(Words(), 0xFFFFu)));
-        const I high = hn::BitCast(Numbers(), hn::ShiftRight<16>(pair));
-        return hn::Add(ToFloats(low), hn::Mul(ToFloats(hn::Sub(high, low)), part));
-    }
-
-    HWY_INLINE void AddCentral(const Place& p, F* difference) const {
-        const F one = All(1);
-        difference[0] =
-            hn::Sub(ValueAt({hn::Add(p.x, one), p.y, p.z}), ValueAt({hn::Sub(p.x, one), p.y, p.z}));
-        difference[1] =
-            hn::Sub(ValueAt({p.x, hn::Add(p.y, one), p.z}), ValueAt({p.x, hn::Sub(p.y, one), p.z}));
-        difference[2] =
-            hn::Sub(ValueAt({p.x, p.y, hn::Add(p.z, one)}), ValueAt({p.x, p.y, hn::Sub(p.z, one)}));
-    }
-
-    HWY_INLINE void AddSobel(const Place& p, F* difference) const {
-        for (int i = 0; i < 27; ++i) {
-            const int x = i % 3 - 1, y = i / 3 % 3 - 1, z = i / 9 - 1;
-            const F value =
-                ValueAt({hn::Add(p.x, All(static_cast<float>(x))), hn::Add(p.y, All(static_cast<float>(y))),
-                         hn::Add(p.z, All(static_cast<float>(z)))});
-            for (int axis = 0; axis < 3; ++axis)
-                difference[axis] = hn::Add(difference[axis], hn::Mul(value, All(sobelWeight(i, axis))));
-        }
-    }
-
-    const VolumeDraw& m_draw;
-    const uint8_t* m_base;
-    size_t m_nextY; ///< bytes from a voxel to the next on the axis; 0 if there is no other
-    size_t m_nextZ;
-};
-
-// --- Tables ------------------------------------------------------------------------------------------------
-
-/// Channels are numbered R, G, B, A.
-constexpr int kRed = 0, kAlpha = 3;
-
-/// Returns a channel, 0 to 255, between pairs of texels.
-template <int kChannel>
-HWY_INLINE F ChannelOf(const Texels& texels, F part) {
-    const W mask = hn::Set(Words(), 255u);
-    const I low = hn::BitCast(Numbers(), hn::And(hn::ShiftRight<8 * kChannel>(texels.first), mask));
-    const I high = hn::BitCast(Numbers(), hn::And(hn::ShiftRight<8 * kChannel>(texels.second), mask));
-    return hn::Add(ToFloats(low), hn::Mul(ToFloats(hn::Sub(high, low)), part));
-}
-
-/// A texture of a table.
-class Table {
-public:
-    explicit HWY_INLINE Table(const TransferTexels& texels)
-        : m_texels(texels), m_diagonal(reinterpret_cast<const uint8_t*>(texels.diagonal.data())) {
-        if (texels.size < 2) return;
-        m_square = texels.image->getBytePointer(0);
-        m_rowBytes = static_cast<int>(texels.image->getBytePointer(1) - m_square);
-    }
-
-    /// Returns where coordinates lie, in texels.
-    HWY_INLINE F PlaceOf(F t) const {
-        const auto isFinite = hn::Le(hn::Abs(t), All(std::numeric_limits<float>::max()));
-        const auto count = static_cast<float>(m_texels.size);
-        const F texels = hn::Mul(hn::IfThenElse(isFinite, t, All(0.5f)), All(count));
-        const F at = m_texels.isLinear ? hn::Sub(texels, All(0.5f)) : hn::Floor(texels);
-        return Clamp(at, count - 1);
-    }
-    HWY_INLINE Between TexelAt(F place) const { return PlaceBetween(place, m_texels.lastLower()); }
-
-    HWY_INLINE Texels OnDiagonal(const Between& place) const {
-        return LoadTexels(m_diagonal, hn::BitCast(Words(), hn::ShiftLeft<2>(place.lower)));
-    }
-    /// @param skippedRows  0 for the lower row, 1 for the one after it.
-    HWY_INLINE Texels InSquare(const Between& row, const Between& column, int skippedRows) const {
-        const I offset =
-            hn::Add(hn::Mul(row.lower, hn::Set(Numbers(), m_rowBytes)), hn::ShiftLeft<2>(column.lower));
-        return LoadTexels(m_square + ptrdiff_t{skippedRows} * m_rowBytes, hn::BitCast(Words(), offset));
-    }
-
-private:
-    const TransferTexels& m_texels;
-    const uint8_t* m_diagonal;
-    const uint8_t* m_square = nullptr;
-    int m_rowBytes = 0;
-};
-
-/// The colours at one place of a line.
-class LineColor {
-public:
-    HWY_INLINE LineColor(const Table& table, F t) {
-        const Between place = table.TexelAt(table.PlaceOf(t));
-        m_part = place.part;
-        m_texels = table.OnDiagonal(place);
-    }
-    template <int kChannel>
-    HWY_INLINE F Get() const {
-        return hn::Mul(ChannelOf<kChannel>(m_texels, m_part), All(kColorUnit));
-    }
-
-private:
-    F m_part;
-    Texels m_texels;
-};
-
-/// A place on the diagonal of a square.
-struct DiagonalColor {
-    HWY_INLINE DiagonalColor(const Table& table, F t) : place(table.PlaceOf(t)), texel(table.TexelAt(place)) {
-        texels = table.OnDiagonal(texel);
-    }
-
-    F place;
-    Between texel;
-    Texels texels;
-};
-
-/// The mean colours between two places.
-class MeanColor {
-public:
-    HWY_INLINE MeanColor(const Table& table, const DiagonalColor& before, const DiagonalColor& after)
-        : m_before(before), m_after(after) {
-        const F distance = hn::Sub(after.place, before.place);
-        m_isFar = hn::Ge(hn::Abs(distance), All(1));
-        m_isAnyFar = IsAny(m_isFar);
-        if (!m_isAnyFar) return;
-        m_share = hn::Div(All(0.5f), distance);
-        const Between row = table.TexelAt(hn::Min(before.place, after.place));
-        const Between column = table.TexelAt(hn::Max(before.place, after.place));
-        m_rowPart = row.part;
-        m_columnPart = column.part;
-        m_upper = table.InSquare(row, column, 0);
-        m_lower = table.InSquare(row, column, 1);
-    }
-    template <int kChannel>
-    HWY_INLINE F Get() const {
-        const F first = ChannelOf<kChannel>(m_before.texels, m_before.texel.part);
-        const F last = ChannelOf<kChannel>(m_after.texels, m_after.texel.part);
-        const F near = hn::Mul(hn::Add(first, last), All(0.5f * kColorUnit));
-        if (!m_isAnyFar) return near;
-        const F biased = Mix(ChannelOf<kChannel>(m_upper, m_columnPart),
-                             ChannelOf<kChannel>(m_lower, m_columnPart), m_rowPart);
-        const F mean = hn::Mul(hn::Add(biased, hn::Mul(hn::Sub(first, last), m_share)), All(kColorUnit));
-        return hn::IfThenElse(m_isFar, Clamp(mean, 1), near);
-    }
-
-private:
-    const DiagonalColor& m_before;
-    const DiagonalColor& m_after;
-    M m_isFar;
-    bool m_isAnyFar;
-    F m_share, m_rowPart, m_columnPart;
-    Texels m_upper, m_lower;
-};
-
-// --- Opacity -----------------------------------------------------------------------------------------------
-
-/// log2OneMinus() for opacities from 0 to below 1.
-HWY_INLINE F Log2OneMinus(F a) {
-    const W bits = hn::BitCast(Words(), hn::Sub(All(1), a));
-    const I exponent =
-        hn::ShiftRight<23>(hn::BitCast(Numbers(), hn::Sub(bits, hn::Set(Words(), kRootHalfBits))));
-    const F x = hn::BitCast(Floats(), hn::Sub(bits, hn::BitCast(Words(), hn::ShiftLeft<23>(exponent))));
-    const F power = ToFloats(exponent);
-    const F t = hn::IfThenElse(hn::Eq(power, Zero()), hn::Neg(a), hn::Sub(x, All(1)));
-    const F s = hn::Div(t, hn::Add(All(2), t));
-    const F q = hn::Mul(s, s);
-    F series = hn::Add(All(kLogSeries[1]), hn::Mul(q, All(kLogSeries[2])));
-    series = hn::Add(All(kLogSeries[0]), hn::Mul(q, series));
-    return hn::Add(hn::Mul(s, series), power);
-}
-
-/// oneMinusExp2().
-HWY_INLINE F OneMinusExp2(F y) {
-    y = hn::Max(y, All(kLeastExponent));
-    const F n = hn::Floor(hn::Add(y, All(0.5f)));
-    const F r = hn::Sub(y, n);
-    F e = All(kExpSeries[4]);
-    for (int i = 3; i >= 0; --i) e = hn::Add(All(kExpSeries[i]), hn::Mul(r, e));
-    e = hn::Mul(r, e);
-    const I exponent = hn::Add(hn::ConvertTo(Numbers(), n), hn::Set(Numbers(), 127));
-    const F power = hn::BitCast(Floats(), hn::ShiftLeft<23>(exponent));
-    const F rest = hn::Sub(All(1), hn::Mul(hn::Add(e, All(1)), power));
-    return hn::IfThenElse(hn::Eq(n, Zero()), hn::Neg(e), rest);
-}
-
-/// opacityOver().
-HWY_INLINE F OpacityOver(F opacity, F length) {
-    const F covered = OneMinusExp2(hn::Mul(length, Log2OneMinus(opacity)));
-    const F partly = hn::IfThenElse(hn::Ge(opacity, All(1)), All(1), covered);
-    return hn::IfThenElseZero(hn::Gt(opacity, Zero()), partly);
-}
-
-// --- Rays --------------------------------------------------------------------------------------------------
 
 /// Neighbouring rays of a run, one in each lane of a vector.
 class Rays {
 public:
     HWY_INLINE Rays(const VolumeDraw& draw, const RayPaths& paths, size_t first)
-        : m_draw(draw), m_voxels(draw) {
+        : m_draw(draw), m_voxels(draw), m_block(draw) {
         const Floats d;
         m_start = {hn::Load(d, paths.start[0] + first), hn::Load(d, paths.start[1] + first),
                    hn::Load(d, paths.start[2] + first)};
@@ -366,14 +47,16 @@ public:
                   hn::Load(d, paths.step[2] + first)};
         m_length = hn::Load(d, paths.segmentLength + first);
         m_isInside = hn::MaskFromVec(hn::BitCast(d, hn::Load(Words(), paths.isInside + first)));
+        m_perStep = {hn::Div(All(1), m_step.x), hn::Div(All(1), m_step.y), hn::Div(All(1), m_step.z)};
+        m_block.SetDirection(m_step);
     }
 
     HWY_INLINE bool IsAnyInside() const { return IsAny(m_isInside); }
 
-    void Maximum(Rgba* colors) const {
+    void Maximum(Rgba* colors) {
         F most = Zero();
         for (int i = 0; i < m_draw.steps; ++i) {
-            const F t = m_voxels.CoordinateAt(At(static_cast<float>(i) + 0.5f));
+            const F t = CoordinateAt(At(static_cast<float>(i) + 0.5f), hn::Not(m_isInside));
             // The second operand results if one is not a number.
             most = hn::Max(most, hn::Min(hn::IfThenElseZero(hn::Gt(t, Zero()), t), All(1)));
         }
@@ -388,7 +71,7 @@ public:
             SumOfMeans();
         else
             SumOfValues();
-        const M isOpaque = hn::Ge(m_alpha, All(kOpaqueCoverage));
+        const M isOpaque = IsEnded();
         const F whole = hn::IfThenElse(isOpaque, hn::Div(All(1), m_alpha), All(1));
         Store(hn::Mul(m_red, whole), hn::Mul(m_green, whole), hn::Mul(m_blue, whole),
               hn::IfThenElse(isOpaque, All(1), m_alpha), colors);
@@ -408,70 +91,99 @@ private:
                               Floats(), reinterpret_cast<float*>(colors));
     }
 
-    HWY_INLINE void SumOfValues() {
-        const Table colors(m_draw.colors->texels(false)), weights(m_draw.weights->texels(false));
-        int nextSkip = m_draw.clearDistance.empty() ? m_draw.steps : 0;
-        for (int i = 0; i < m_draw.steps;) {
-            const int clear = i < nextSkip ? 0 : CountClear(i, 0.5f, m_draw.steps - 1);
-            if (i >= nextSkip && clear == 0) nextSkip = i + kStepsBetweenSkips;
-            if (clear == 0 && !AddValue(colors, weights, static_cast<float>(i) + 0.5f)) break;
-            i += std::max(clear, 1);
-        }
+    /// Returns the coordinates of the values at a place of the rays that have not ended, and anything for
+    /// others.
+    HWY_INLINE F CoordinateAt(const Place& place, M isEnded) {
+        return m_voxels.CoordinateOf(m_block.Contain(place, isEnded) ? m_block.ValueAt(place)
+                                                                     : m_voxels.ValueAt(place));
     }
 
-    HWY_INLINE bool AddValue(const Table& colors, const Table& weights, float middle) {
-        const Place place = At(middle);
-        const LineColor color(colors, m_voxels.CoordinateAt(place));
-        F alpha = color.template Get<kAlpha>();
-        if (!IsAny(hn::Gt(alpha, Zero()))) return true;
-        if (m_draw.usesGradient)
-            alpha = hn::Mul(alpha, LineColor(weights, m_voxels.GradientAt(place)).template Get<kRed>());
-        return Add(color, alpha, middle);
+    HWY_INLINE M IsEnded() const { return hn::Ge(m_alpha, All(kOpaqueCoverage)); }
+
+    /// Computes the coordinates at places that are one segment apart.
+    HWY_INLINE void SampleGroup(float segments, F* coordinates) {
+        const M isEnded = IsEnded();
+        for (int k = 0; k < kGroup; ++k)
+            coordinates[k] = CoordinateAt(At(segments + static_cast<float>(k)), isEnded);
+    }
+
+    HWY_INLINE void SumOfValues() {
+        const Table colors(m_draw.colors->texels(false)), weights(m_draw.weights->texels(false));
+        const auto weigh = [&](float middle) {
+            return DiagonalColor(weights, m_voxels.GradientAt(At(middle))).template Get<kRed>();
+        };
+        int clear = 0;
+        for (int i = 0; i<m_draw.steps; i += clear> 0 ? clear : kGroup) {
+            clear = CanSkip() ? CountClear(i, 0.5f, m_draw.steps - 1) : 0;
+            if (clear > 0) continue;
+            F coordinates[kGroup];
+            SampleGroup(static_cast<float>(i) + 0.5f, coordinates);
+            Segments segments;
+            for (int k = 0; k < kGroup; ++k) segments.Set(k, DiagonalColor(colors, coordinates[k]));
+            if (!AddGroup(segments, i, 0.5f, weigh)) return;
+        }
     }
 
     HWY_INLINE void SumOfMeans() {
         const Table colors(m_draw.colors->texels(true)), weights(m_draw.weights->texels(true));
-        int nextSkip = m_draw.clearDistance.empty() ? m_draw.steps : 0;
-        DiagonalColor before(colors, m_voxels.CoordinateAt(At(0)));
-        for (int i = 0; i < m_draw.steps;) {
+        const auto weigh = [&](float begin) {
+            const DiagonalColor before(weights, m_voxels.GradientAt(At(begin)));
+            const DiagonalColor after(weights, m_voxels.GradientAt(At(begin + 1)));
+            return MeanColor(weights, before, after).template Get<kRed>();
+        };
+        DiagonalColor before(colors, CoordinateAt(At(0), IsEnded()));
+        int clear = 0;
+        for (int i = 0; i<m_draw.steps; i += clear> 0 ? clear : kGroup) {
             // The segments between clear places.
-            const int clear = i < nextSkip ? 0 : std::max(CountClear(i, 0, m_draw.steps) - 1, 0);
-            if (i >= nextSkip && clear == 0) nextSkip = i + kStepsBetweenSkips;
-            i += std::max(clear, 1);
-            const DiagonalColor after(colors, m_voxels.CoordinateAt(At(static_cast<float>(i))));
-            if (clear == 0 && !AddMean(colors, weights, before, after, static_cast<float>(i - 1))) break;
-            before = after;
+            clear = CanSkip() ? std::max(CountClear(i, 0, m_draw.steps) - 1, 0) : 0;
+            if (clear > 0) {
+                before = DiagonalColor(colors, CoordinateAt(At(static_cast<float>(i + clear)), IsEnded()));
+                continue;
+            }
+            F coordinates[kGroup];
+            SampleGroup(static_cast<float>(i + 1), coordinates);
+            Segments segments;
+            for (int k = 0; k < kGroup; ++k) {
+                const DiagonalColor after(colors, coordinates[k]);
+                segments.Set(k, MeanColor(colors, before, after));
+                before = after;
+            }
+            if (!AddGroup(segments, i, 0, weigh)) return;
         }
     }
 
-    HWY_INLINE bool AddMean(const Table& colors, const Table& weights, const DiagonalColor& before,
-                            const DiagonalColor& after, float begin) {
-        const MeanColor color(colors, before, after);
-        F alpha = color.template Get<kAlpha>();
-        if (!IsAny(hn::Gt(alpha, Zero()))) return true;
-        if (m_draw.usesGradient) alpha = hn::Mul(alpha, MeanWeight(weights, begin));
-        return Add(color, alpha, begin + 0.5f);
+    /// Returns true if the next steps may be clear: after a group of steps that are not, hardly any are.
+    HWY_INLINE bool CanSkip() const { return !m_hasAdded && !m_draw.clearDistance.empty(); }
+
+    /// Adds the segments from number @p i on after the others. @param weigh  returns the weights of a segment
+    /// whose place is its number plus @p offset. @return false if nothing after them can be seen.
+    template <typename Weigh>
+    HWY_INLINE bool AddGroup(Segments& segments, int i, float offset, const Weigh& weigh) {
+        for (int k = m_draw.steps - i; k < kGroup; ++k) segments.alpha[k] = Zero();
+        F most = segments.alpha[0];
+        for (int k = 1; k < kGroup; ++k) most = hn::Max(most, segments.alpha[k]);
+        m_hasAdded = IsAny(hn::Gt(most, Zero()));
+        if (!m_hasAdded) return true;
+        if (m_draw.usesGradient)
+            for (int k = 0; k < kGroup; ++k)
+                if (IsAny(hn::Gt(segments.alpha[k], Zero())))
+                    segments.alpha[k] = hn::Mul(segments.alpha[k], weigh(static_cast<float>(i + k) + offset));
+        for (F& alpha : segments.alpha) alpha = OpacityOver(alpha, m_length);
+        for (int k = 0; k < kGroup; ++k) Add(segments, k, static_cast<float>(i + k) + 0.5f);
+        return !hn::AllTrue(Floats(), IsEnded());
     }
 
-    HWY_INLINE F MeanWeight(const Table& weights, float begin) const {
-        const DiagonalColor before(weights, m_voxels.GradientAt(At(begin)));
-        const DiagonalColor after(weights, m_voxels.GradientAt(At(begin + 1)));
-        return MeanColor(weights, before, after).template Get<kRed>();
-    }
-
-    /// Adds segments after the others. @return false if nothing after them can be seen.
-    template <typename Color>
-    HWY_INLINE bool Add(const Color& color, F alpha, float middle) {
-        const M isOpen = hn::Lt(m_alpha, All(kOpaqueCoverage));
-        const F opacity = hn::IfThenElseZero(isOpen, OpacityOver(alpha, m_length));
+    /// Adds a segment of known opacity after the others.
+    HWY_INLINE void Add(const Segments& segments, int k, float middle) {
+        const F opacity = hn::IfThenZeroElse(IsEnded(), segments.alpha[k]);
         const F share = hn::Mul(hn::Sub(All(1), m_alpha), opacity);
         F lit = share;
-        if (m_draw.usesLocalOcclusion || m_draw.occlusion) lit = hn::Mul(share, LightAt(At(middle), share));
-        m_red = hn::Add(m_red, hn::Mul(color.template Get<0>(), lit));
-        m_green = hn::Add(m_green, hn::Mul(color.template Get<1>(), lit));
-        m_blue = hn::Add(m_blue, hn::Mul(color.template Get<2>(), lit));
+        if ((m_draw.usesLocalOcclusion || m_draw.occlusion) && IsAny(hn::Gt(share, Zero())))
+            lit = hn::Mul(share, LightAt(At(middle), share));
+        m_red = hn::Add(m_red, hn::Mul(segments.red[k], lit));
+        m_green = hn::Add(m_green, hn::Mul(segments.green[k], lit));
+        m_blue = hn::Add(m_blue, hn::Mul(segments.blue[k], lit));
         m_alpha = hn::Add(m_alpha, share);
-        return IsAny(hn::Lt(m_alpha, All(kOpaqueCoverage)));
     }
 
     /// Returns lightAt() where @p share is not 0.
@@ -503,7 +215,7 @@ private:
     /// Returns the opacity that the table states for the value at a place. The mean of a value and itself is
     /// the value.
     HWY_INLINE F OpacityAt(const Table& table, const Place& place) const {
-        return LineColor(table, m_voxels.CoordinateAt(place)).template Get<kAlpha>();
+        return DiagonalColor(table, m_voxels.CoordinateOf(m_voxels.ValueAt(place))).template Get<kAlpha>();
     }
 
     /// The blocks of voxels that are known to be clear, around those of the rays' places: x, y and z from
@@ -516,13 +228,13 @@ private:
     /// blocks, on all rays that nothing opaque has ended. Possibly counts too few.
     HWY_NOINLINE int CountClear(int i, float offset, int last) const {
         const Place place = At(static_cast<float>(i) + offset);
-        const M isEnded = hn::Ge(m_alpha, All(kOpaqueCoverage));
+        const M isEnded = IsEnded();
         ClearBox box;
         if (!FindClearBox(place, isEnded, box)) return 0;
         F most = All(static_cast<float>(last - i));
-        most = hn::Min(most, StepsToEdge(place.x, m_step.x, box.lower.x, box.upper.x));
-        most = hn::Min(most, StepsToEdge(place.y, m_step.y, box.lower.y, box.upper.y));
-        most = hn::Min(most, StepsToEdge(place.z, m_step.z, box.lower.z, box.upper.z));
+        most = hn::Min(most, StepsToEdge(place.x, m_perStep.x, box.lower.x, box.upper.x));
+        most = hn::Min(most, StepsToEdge(place.y, m_perStep.y, box.lower.y, box.upper.y));
+        most = hn::Min(most, StepsToEdge(place.z, m_perStep.z, box.lower.z, box.upper.z));
         most = hn::IfThenElse(isEnded, All(static_cast<float>(last - i)), hn::Max(most, Zero()));
         int more = static_cast<int>(hn::GetLane(hn::MinOfLanes(Floats(), most)));
         // Rounding may put the last place outside.
@@ -555,10 +267,10 @@ private:
         upper = hn::IfThenElse(hn::Lt(end, All(static_cast<float>(count))), hn::Mul(end, side), All(kFar));
     }
 
-    HWY_INLINE F StepsToEdge(F place, F step, F lower, F upper) const {
-        const F edge = hn::IfThenElse(hn::Gt(step, Zero()), upper, lower);
-        const F steps = hn::Div(hn::Sub(edge, place), step);
-        return hn::IfThenElse(hn::Eq(step, Zero()), All(kFar), steps);
+    HWY_INLINE F StepsToEdge(F place, F perStep, F lower, F upper) const {
+        const F edge = hn::IfThenElse(hn::Gt(perStep, Zero()), upper, lower);
+        const M isParallel = hn::Gt(hn::Abs(perStep), All(std::numeric_limits<float>::max()));
+        return hn::IfThenElse(isParallel, All(kFar), hn::Mul(hn::Sub(edge, place), perStep));
     }
 
     HWY_INLINE bool IsInside(const Place& p, M isEnded, const ClearBox& box) const {
@@ -570,11 +282,14 @@ private:
 
     const VolumeDraw& m_draw;
     const Voxels m_voxels;
+    VoxelBlock m_block;
     Place m_start, m_step;
+    Place m_perStep; ///< 1 / m_step
     F m_length;
     M m_isInside;
     F m_red, m_green, m_blue;
-    F m_alpha; ///< above 1 for rays that are outside
+    F m_alpha;               ///< above 1 for rays that are outside
+    bool m_hasAdded = false; ///< by the last group
 };
 
 void CastRays(const VolumeDraw& draw, const RayPaths& paths, Rgba* colors) {
@@ -599,15 +314,12 @@ namespace qel::internal {
 
 QEL_SIMD_TABLE(CastRays);
 
-void castVectorRays(const VolumeDraw& draw, const PixelRun& pixels, Rgba* colors) {
+void castVectorRays(const VolumeDraw& draw, const PixelGrid& pixels, Rgba* colors, std::ptrdiff_t pitch) {
     RayPaths paths;
-    if (!findPaths(draw, pixels, paths)) {
-        std::fill_n(colors, pixels.count, Rgba());
-        return;
-    }
     Rgba all[RayPaths::kMost];
-    g_CastRays(draw, paths, all);
-    std::copy_n(all, pixels.count, colors);
+    if (findPaths(draw, pixels, paths)) g_CastRays(draw, paths, all);
+    for (int row = 0; row < pixels.rows; ++row)
+        std::copy_n(all + std::ptrdiff_t{row} * pixels.lanesPerRow(), pixels.columns, colors + row * pitch);
 }
 
 } // namespace qel::internal

@@ -30,6 +30,8 @@ namespace {
 constexpr int64 kFewBricks = 1 << 15;
 /// Layers of blocks that are measured between two looks at the revision.
 constexpr int kLayersAtOnce = 4;
+/// Rows of a tile that are computed at once. A tile that was stopped ends between them.
+constexpr int kRowsAtOnce = 4;
 constexpr int kCoarseStep = 4;
 constexpr int64 kCoarseBudgetNs = 8'000'000;
 /// One of this number of coarse rows is computed even after the budget.
@@ -149,10 +151,12 @@ VolumeDraw withFewerSteps(const VolumeDraw& draw, int divisor) {
     return result;
 }
 
-void castRow(const VolumeDraw& draw, const DepthArea& depths, int row, SampledArea& area) {
+void castRows(const VolumeDraw& draw, const DepthArea& depths, int row, int count, SampledArea& area) {
     const IVec2<int> place = area.placeOf(row);
-    RayCaster(draw).castRow(place.y, place.x, area.getStep(), area.getCount().x, depths.at(place.x, place.y),
-                            area.rowAt(row));
+    const int columns = area.getCount().x;
+    RayCaster(draw).cast({place.x, place.y, area.getStep(), columns, count, depths.at(place.x, place.y),
+                          depths.area.z - depths.area.x},
+                         area.rowAt(row), columns);
 }
 
 ViewRefinement::ViewRefinement(const VolumeDraw& draw, std::shared_ptr<const DepthArea> depths,
@@ -191,19 +195,20 @@ ViewRefinement::Tile ViewRefinement::compute(unsigned piece) {
     const int tile = m_order[piece % count];
     const bool isExact = piece >= count;
     SampledArea area(m_grid.at(tile), isExact ? 1 : 2);
-    for (int row = 0; row < area.getCount().y; ++row)
-        if (!castRow(m_levels[isExact ? 1 : 0], row, area)) return {};
+    for (int row = 0; row < area.getCount().y; row += kRowsAtOnce)
+        if (!castRows(m_levels[isExact ? 1 : 0], row, area)) return {};
     return {tile, std::move(area)};
 }
 
-/// Computes a row of a tile. @return false, with nothing computed, if it was stopped.
-bool ViewRefinement::castRow(const VolumeDraw& draw, int row, SampledArea& area) {
+/// Computes some rows of a tile. @return false, with nothing computed, if it was stopped.
+bool ViewRefinement::castRows(const VolumeDraw& draw, int row, SampledArea& area) {
     if (g_beforeRow) g_beforeRow();
     const auto isCurrent = [&] { return draw.texture->getRevision() == m_revision; };
     if (!isStopped() && isCurrent()) {
         const auto lock = draw.texture->lockVoxels();
         if (isCurrent()) {
-            internal::castRow(draw, *m_depths, row, area);
+            const int count = std::min(kRowsAtOnce, area.getCount().y - row);
+            internal::castRows(draw, *m_depths, row, count, area);
             return true;
         }
     }
@@ -231,7 +236,7 @@ SampledArea castCoarsely(const VolumeDraw& draw, const DepthArea& depths) {
     const int64 end = Clock::current().steadyNanoseconds() + kCoarseBudgetNs;
     runPieces(static_cast<unsigned>(rows.size()), [&](unsigned i) {
         if (i >= sure && Clock::current().steadyNanoseconds() >= end) return;
-        castRow(coarse, depths, rows[i], area);
+        castRows(coarse, depths, rows[i], 1, area);
         isKnown[static_cast<size_t>(rows[i])] = 1;
     });
     fillRows(area, isKnown);

@@ -74,7 +74,7 @@ public:
     void release() { m_isReleased = m_isStopped = true; }
     /// Returns true after release(). @threads main thread, without the mutex.
     bool isReleased() const { return m_isReleased; }
-    /// Lets computations end at the next row. @threads any.
+    /// Lets computations end at the next rows. @threads any.
     void stop() { m_isStopped = true; }
     /// Returns true after stop(), and if the voxels have changed. @threads any.
     bool isStopped() const { return m_isStopped; }
@@ -101,7 +101,7 @@ private:
     static constexpr unsigned kLevels = 2;
     static constexpr unsigned kPreparation = ~0u;
 
-    bool castRow(const VolumeDraw& draw, int row, SampledArea& area);
+    bool castRows(const VolumeDraw& draw, int row, SampledArea& area);
 
     const TileGrid m_grid;
     const Vector<int> m_order;
@@ -119,8 +119,8 @@ private:
 
 /// Returns the draw with a part of its steps.
 VolumeDraw withFewerSteps(const VolumeDraw& draw, int divisor);
-/// Computes the colours of a row of @p area.
-void castRow(const VolumeDraw& draw, const DepthArea& depths, int row, SampledArea& area);
+/// Computes the colours of @p count rows of @p area.
+void castRows(const VolumeDraw& draw, const DepthArea& depths, int row, int count, SampledArea& area);
 /// Computes the colours at every fourth pixel of every fourth row with a quarter of the steps, on all
 /// processors. After some milliseconds, rows are interpolated instead.
 SampledArea castCoarsely(const VolumeDraw& draw, const DepthArea& depths);

@@ -16,6 +16,12 @@ double lengthOf(double x, double y, double z) {
     return std::sqrt(x * x + y * y + z * z);
 }
 
+/// Returns the share of the upper one of two voxels in a weight, rounded to the nearest number, and down from
+/// the middle between two.
+int upperShare(int weight, int part) {
+    return -((kVoxelParts / 2 - weight * part) >> 15);
+}
+
 } // namespace
 
 Double4x4 toDouble(const Float4x4& matrix) {
@@ -80,27 +86,30 @@ VolumeDraw::VolumeDraw(VolumeActor& actor, SoftwareVolumeTexture& volume, const 
 
 float VolumeDraw::valueAt(const IVec3<float>& place) const {
     size_t low[3];
-    float f[3];
+    int part[3];
     for (int axis = 0; axis < 3; ++axis) {
         const float at =
             std::clamp(isLinear ? place[axis] : std::floor(place[axis] + 0.5f), 0.0f, last[axis]);
-        const int first = std::min(static_cast<int>(at), lastLower(axis));
+        const auto parts = static_cast<int64>(at * kVoxelParts);
+        const int64 first = std::min(parts / kVoxelParts, int64{lastLower(axis)});
         low[axis] = static_cast<size_t>(first);
-        f[axis] = at - static_cast<float>(first);
+        part[axis] = static_cast<int>(parts - first * kVoxelParts);
     }
     const size_t width = static_cast<size_t>(size.x), slice = width * static_cast<size_t>(size.y);
-    const size_t nextX = size.x > 1 ? 1 : 0, nextY = size.y > 1 ? width : 0, nextZ = size.z > 1 ? slice : 0;
+    const size_t next[3] = {size.x > 1 ? size_t{1} : 0, size.y > 1 ? width : 0, size.z > 1 ? slice : 0};
     const uint16* const voxels = texture->getVoxels() + low[2] * slice + low[1] * width + low[0];
-    const auto row = [&](const uint16* first) {
-        const float a = first[0], b = first[nextX];
-        return a + (b - a) * f[0];
-    };
-    const auto layer = [&](const uint16* first) {
-        const float a = row(first), b = row(first + nextY);
-        return a + (b - a) * f[1];
-    };
-    const float a = layer(voxels), b = layer(voxels + nextZ);
-    return a + (b - a) * f[2];
+    int shares[8] = {kVoxelWeights - part[0] / 2, part[0] / 2};
+    for (int axis = 1; axis < 3; ++axis) {
+        for (int i = 0; i < 1 << axis; ++i) {
+            const int rest = upperShare(shares[i], part[axis]);
+            shares[(1 << axis) + i] = rest;
+            shares[i] -= rest;
+        }
+    }
+    int sum = 0;
+    for (size_t i = 0; i < 8; ++i)
+        sum += shares[i] * voxels[(i & 1) * next[0] + (i >> 1 & 1) * next[1] + (i >> 2) * next[2]];
+    return static_cast<float>(sum) / kVoxelWeights;
 }
 
 float VolumeDraw::gradientAt(const IVec3<float>& place) const {

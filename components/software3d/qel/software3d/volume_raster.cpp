@@ -56,11 +56,13 @@ void drawVolume(Image& target, const DepthBuffer& depth, const VolumeDraw& draw)
     runPieces(static_cast<unsigned>(grid.count()), [&](unsigned tile) {
         const IVec4<int> part = grid.at(static_cast<int>(tile));
         const int width = part.z - part.x;
-        for (int y = part.y; y < part.w; ++y) {
-            Rgba colors[TileGrid::kTile];
-            caster.castRow(y, part.x, 1, width, &depth.at(part.x, y), colors);
-            blendRow(target.getBytePointer(y) + std::ptrdiff_t{part.x} * 4, colors, width, draw.view.tint);
-        }
+        const int height = part.w - part.y;
+        Rgba colors[TileGrid::kTile][TileGrid::kTile];
+        caster.cast({part.x, part.y, 1, width, height, &depth.at(part.x, part.y), depth.size.x}, colors[0],
+                    TileGrid::kTile);
+        for (int row = 0; row < height; ++row)
+            blendRow(target.getBytePointer(part.y + row) + std::ptrdiff_t{part.x} * 4, colors[row], width,
+                     draw.view.tint);
     });
 }
 
