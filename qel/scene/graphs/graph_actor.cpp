@@ -192,21 +192,31 @@ void GraphActor::drawAxes(Renderer& renderer, const Rect& plot) const {
     drawLabel(renderer, util::stringFormat("%.2f", m_vertical.begin), left, TextAlign::End, TextAlign::End);
 }
 
+// Bounds may be much wider than the display: only the lines whose values reach into the clip take time.
 void GraphActor::drawGuideLines(Renderer& renderer, const Rect& plot) const {
-    const auto room = static_cast<float>(Rect(0, 0, plot.getWidth(), 0).roundNearestAsInt().z);
-    const float count = std::min(static_cast<float>(m_verticalLines), room);
-    const float height = m_bounds.getHeight() * kLabelHeight, step = plot.getWidth() / (count + 1);
-    for (float i = 1; i <= count; ++i) {
-        const float part = i / (count + 1), x = plot.x0 + plot.getWidth() * part;
-        {
-            const ColorScope color(renderer, faint(m_horizontal.color));
-            renderer.drawAALineInternal({x, plot.y0}, {x, plot.y1});
-        }
-        if (step < 2 * height) continue;
-        const ColorScope color(renderer, m_horizontal.color);
-        drawLabel(renderer, util::stringFormat("%.2f", m_horizontal.valueAt(part)),
-                  {x - step / 2, plot.y0, x + step / 2, plot.y0 + height}, TextAlign::Center);
+    const int count = std::min(m_verticalLines, Rect(0, 0, plot.getWidth(), 0).roundNearestAsInt().z);
+    const float spaces = static_cast<float>(count) + 1, step = plot.getWidth() / spaces;
+    if (count < 1 || !isFinite({plot.x0, step})) return;
+    const auto lineBefore = [&](int x) {
+        const double number = (static_cast<double>(x) - double{plot.x0}) / double{step};
+        return static_cast<int64>(std::clamp(number, 0.0, double{spaces}));
+    };
+    const IVec4<int> clip = renderer.getClip();
+    const int64 first = std::max<int64>(1, lineBefore(clip.x));
+    const int64 last = std::min<int64>(count, lineBefore(clip.z) + 1);
+    for (int64 i = first; i <= last; ++i) drawGuideLine(renderer, plot, static_cast<float>(i) / spaces, step);
+}
+
+void GraphActor::drawGuideLine(Renderer& renderer, const Rect& plot, float part, float step) const {
+    const float height = m_bounds.getHeight() * kLabelHeight, x = plot.x0 + plot.getWidth() * part;
+    {
+        const ColorScope color(renderer, faint(m_horizontal.color));
+        renderer.drawAALineInternal({x, plot.y0}, {x, plot.y1});
     }
+    if (step < 2 * height) return;
+    const ColorScope color(renderer, m_horizontal.color);
+    drawLabel(renderer, util::stringFormat("%.2f", m_horizontal.valueAt(part)),
+              {x - step / 2, plot.y0, x + step / 2, plot.y0 + height}, TextAlign::Center);
 }
 
 IVec2<float> GraphActor::inPlot(const Rect& plot, const IVec2<float>& point) const {

@@ -91,6 +91,7 @@ private:
     void drawGraphActorInternal(Renderer& renderer);
     void drawAxes(Renderer& renderer, const Rect& plot) const;
     void drawGuideLines(Renderer& renderer, const Rect& plot) const;
+    void drawGuideLine(Renderer& renderer, const Rect& plot, float part, float step) const;
     void drawGraph(Renderer& renderer, const Rect& plot, const Graph& graph) const;
     IVec2<float> inPlot(const Rect& plot, const IVec2<float>& point) const;
 

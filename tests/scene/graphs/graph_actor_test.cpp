@@ -3,6 +3,8 @@
 #include <qel/scene/actors/anim_color.h>
 #include <qel/scene/graphs/graph_actor.h>
 
+#include <gmock/gmock.h>
+
 #include <cmath>
 #include <limits>
 
@@ -10,6 +12,9 @@ namespace qel {
 namespace {
 
 using test::Drawn;
+using testing::AllOf;
+using testing::Ge;
+using testing::Le;
 
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 constexpr IVec4<float> kRed(1, 0, 0, 1);
@@ -79,6 +84,13 @@ TEST_F(GraphActorTest, GuideLinesDivideThePlotEvenly) {
         EXPECT_EQ(drawnLines({0.3f, 0.3f, 0, 0.3f}).size(), lines) << count;
     }
     EXPECT_EQ(drawnTexts()[0], "0.00") << "there is no room for the values";
+}
+
+TEST_F(GraphActorTest, GuideLinesFarFromTheClipTakeNoTime) {
+    actor.setVerticalLines(std::numeric_limits<int>::max()).setBounds({0, 0, 1e30f, 100});
+    EXPECT_LT(drawnLines({0.3f, 0.3f, 0.3f, 0.3f}).size(), 300u);
+    actor.setBounds({-1e7f, 0, 1e7f, 100});
+    EXPECT_THAT(drawnLines({0.3f, 0.3f, 0.3f, 0.3f}).size(), AllOf(Ge(200u), Le(203u)));
 }
 
 TEST_F(GraphActorTest, NumbersWithoutAPlaceDrawNoCurve) {
