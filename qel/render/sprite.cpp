@@ -40,6 +40,7 @@ Sprite::Sprite(Kind kind) : m_kind(kind) {
 
 Sprite::~Sprite() {
     removeWeakPointers();
+    if (m_unloadAlarm) m_unloadAlarm->cancel(); // the scheduler would keep it until it fires
 }
 
 SmartPointer<Sprite> Sprite::createFromExternal(FormatID format, const IVec2<int>& size, const uint8* data) {

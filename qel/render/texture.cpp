@@ -16,7 +16,9 @@ uint32 currentTime() {
 
 Texture::Texture(Renderer* renderer) : m_alarm(new Alarm), m_time(currentTime()), m_renderer(renderer) {}
 
-Texture::~Texture() = default;
+Texture::~Texture() {
+    m_alarm->cancel(); // the scheduler would keep it until it fires
+}
 
 Renderer* Texture::getRenderer() const {
     return m_renderer.get();

@@ -30,7 +30,10 @@ bool assign(T& member, const T& value) {
 
 TextActor::TextActor() : m_lines(std::make_unique<internal::TextLines>()) {}
 
-TextActor::~TextActor() = default;
+// The scheduler would keep the alarm until it fires.
+TextActor::~TextActor() {
+    if (m_unloadAlarm) m_unloadAlarm->cancel();
+}
 
 // --- setters --------------------------------------------------------------------------------------------
 
@@ -148,9 +151,9 @@ void TextActor::chooseFont() {
     if (!m_font) setFont(system()->getTheme()->mediumFont());
 }
 
-/// Returns true if the width in which the lines wrap has changed, or the font, which may load after a while.
+/// Returns true if the width in which the lines wrap has changed, or a font, which may load after a while.
 bool TextActor::isLayoutOutdated() const {
-    if (m_font && m_font->getVersion() != m_fontVersion) return true;
+    if (m_lines->versionOf(m_font.get()) != m_fontVersion) return true;
     if (m_wordWrap >= 0 || (m_dirty & kDirtyPosition) == 0) return false;
     return !(m_bounds.getWidth() == m_layoutWidth);
 }
@@ -173,8 +176,8 @@ void TextActor::fitFont() {
 void TextActor::layOut() {
     m_dirty = (m_dirty & ~kDirtyGlyphs) | kDirtyPosition;
     m_layoutWidth = m_bounds.getWidth();
-    m_fontVersion = m_font ? m_font->getVersion() : 0;
     internal::TextLayout(*this).run();
+    m_fontVersion = m_lines->versionOf(m_font.get());
 }
 
 void TextActor::unload() {

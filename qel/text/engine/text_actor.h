@@ -253,7 +253,9 @@ public:
 
     // --- tokens -------------------------------------------------------------------------------------
 
-    /// Appends a token. For hosts that build a text without markup.
+    /// Appends a token with the index of the character that was read last. update() removes all tokens when
+    /// it reads the text again, and lays out those in front of the first one of type TextEnd, which it adds
+    /// to each text.
     Token& pushToken(Token::Type type);
     /// Reads the control code @p code, the text between the braces.
     /// @param replacement  receives text to be read in front of the rest; may be null.
@@ -341,7 +343,7 @@ private:
     int m_wordWrap = 0;
     int m_cursorIndex = 0;
     int m_selectionIndex = 0;
-    uint32 m_fontVersion = 0; ///< of the font when the lines were made
+    uint32 m_fontVersion = 0; ///< of the newest font when the lines were made
     float m_layoutWidth = 0;  ///< of the bounds when the lines were made
     IVec4<int> m_extentBounds;
     IVec4<int> m_inkBounds;

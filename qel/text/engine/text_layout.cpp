@@ -322,6 +322,7 @@ void TextLayout::changeState(const Token& token) {
     case Token::Type::Font:
     case Token::Type::FontStyle:
         changeFont(m_pen, token);
+        noteFont();
         break;
     case Token::Type::Color:
         m_color = token.value;
@@ -345,6 +346,13 @@ void TextLayout::changeState(const Token& token) {
     default: // bold
         break;
     }
+}
+
+/// Remembers the font, which may be loaded after the layout.
+void TextLayout::noteFont() {
+    Vector<SmartPointer<Font>>& fonts = m_lines.fonts;
+    if (!m_pen.font || m_pen.font == m_actor.m_font) return;
+    if (std::find(fonts.rbegin(), fonts.rend(), m_pen.font) == fonts.rend()) fonts.push_back(m_pen.font);
 }
 
 void TextLayout::popMargin() {

@@ -83,6 +83,7 @@ private:
     void placeCharacter(const Token& token);
     void placeShaped(const ShapedToken& shaped, const Token& token);
     void changeState(const Token& token);
+    void noteFont();
     void popMargin();
     void addStop(const Token& token);
     void addQuad(const Font::Character& glyph, int left, int upper);

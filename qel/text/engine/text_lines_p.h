@@ -7,6 +7,7 @@
 #include <qel/text/engine/run_shaper_p.h>
 #include <qel/text/engine/text_actor.h>
 
+#include <algorithm>
 #include <limits>
 
 namespace qel::internal {
@@ -49,6 +50,14 @@ struct TextLines {
     Vector<TextActor::Underline> underlines;
     Vector<TextActor::Bar> bars;
     Vector<SmartPointer<Sprite>> pages; ///< a font may drop its pages at any time
+    Vector<SmartPointer<Font>> fonts;   ///< those that tokens chose
+
+    /// Returns the newest version of @p font, which may be null, and of all fonts that tokens chose.
+    uint32 versionOf(const Font* font) const {
+        uint32 version = font != nullptr ? font->getVersion() : 0;
+        for (const SmartPointer<Font>& other : fonts) version = std::max(version, other->getVersion());
+        return version;
+    }
 
     /// Memory that the layout uses.
     struct Scratch {
@@ -71,6 +80,7 @@ struct TextLines {
         underlines.clear();
         bars.clear();
         pages.clear();
+        fonts.clear();
     }
 
     /// Returns the stops of @p line.

@@ -18,7 +18,8 @@
 
 namespace {
 std::atomic<std::size_t> g_count{0};
-}
+std::atomic<std::size_t> g_freed{0};
+} // namespace
 
 #if !QEL_TEST_HAS_FOREIGN_NEW
 
@@ -33,11 +34,12 @@ void* operator new(std::size_t size) {
 }
 
 void operator delete(void* memory) noexcept {
+    if (memory) g_freed.fetch_add(1, std::memory_order_relaxed);
     std::free(memory);
 }
 
 void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
+    operator delete(memory);
 }
 
 #endif
@@ -48,4 +50,8 @@ bool qel::test::countsAllocations() {
 
 std::size_t qel::test::allocationCount() {
     return g_count.load(std::memory_order_relaxed);
+}
+
+std::size_t qel::test::liveAllocationCount() {
+    return allocationCount() - g_freed.load(std::memory_order_relaxed);
 }

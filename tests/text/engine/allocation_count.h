@@ -11,4 +11,7 @@ bool countsAllocations();
 /// Returns the number of calls of operator new in this program, the library included.
 std::size_t allocationCount();
 
+/// Returns the number of allocations of operator new that have not been freed.
+std::size_t liveAllocationCount();
+
 } // namespace qel::test

@@ -1,5 +1,9 @@
+#include <qel/foundation/base/buffer.h>
+#include <qel/plugins/resource_locator.h>
 #include <qel/style/theme.h>
 #include <qel/system/core/system.h>
+#include <tests/support/late_provider.h>
+#include <tests/support/shipped_fonts.h>
 #include <tests/text/engine/allocation_count.h>
 #include <tests/text/engine/text_fixture.h>
 
@@ -129,6 +133,35 @@ TEST_F(TextActorTest, UnusedTextFreesItsLines) {
     EXPECT_EQ(text->getTokens().size(), 0u);
     text->update();
     EXPECT_EQ(text->getLineCount(), 1u);
+}
+
+class LateFont : public TextActorTest {
+protected:
+    void TearDown() override {
+        TextActorTest::TearDown();
+        Object::discardSingletons(); // the files of fonts
+    }
+};
+
+TEST_F(LateFont, TextIsLaidOutAgainWhenTheFontOfACodeArrives) {
+    const auto provider = makeObject<test::LateProvider>();
+    system().getResourceLocator()->addResourceProvider(provider.get());
+    layOutCodes("a{fontstyle:light}b");
+    EXPECT_EQ(text->getActualSize().x, 6);
+    provider->answer(test::shippedFont("font-roboto-light.ttf"));
+    EXPECT_GT(text->getActualSize().x, 6);
+}
+
+TEST_F(TextActorTest, DestroyedTextsLeaveNothingBehind) {
+    const auto bare = makeObject<test::BareFont>(); // asks for a picture of each character
+    const auto layOutTexts = [&] {
+        for (int i = 0; i < 100; ++i) makeObject<TextActor>()->setFont(font.get()).setText("x").update();
+        for (int i = 0; i < 100; ++i) bare->getCharacter('x');
+    };
+    layOutTexts();
+    const size_t before = test::liveAllocationCount();
+    layOutTexts();
+    EXPECT_LT(test::liveAllocationCount(), before + 50);
 }
 
 TEST_F(TextActorTest, FreeingCachesFreesTheLines) {
