@@ -18,8 +18,10 @@ struct PictureLoader::Job {
     qel::Image image;
     std::string problem;
     std::atomic<bool> isDone{false};
+    std::atomic<bool> isWanted{true}; ///< false after another picture was asked for
 
     void run() {
+        if (!isWanted) return;
         qel::Buffer content;
         problem = readFile(content, path, kMostPictureBytes);
         if (problem.empty() && !image.loadFromMemory(content))
@@ -28,11 +30,20 @@ struct PictureLoader::Job {
     }
 };
 
-PictureLoader::~PictureLoader() = default;
+PictureLoader::~PictureLoader() {
+    dropPending();
+}
+
+/// Lets the worker pass over the picture that it has not begun to read.
+void PictureLoader::dropPending() {
+    if (m_pending) m_pending->isWanted = false;
+    m_pending = nullptr;
+}
 
 void PictureLoader::load(const std::string& path) {
     auto job = std::make_shared<Job>();
     job->path = path;
+    dropPending();
     m_pending = job;
     auto work = [job] { job->run(); };
     qel::Object::system()->getGlobalParallelQueue()->pushTask(

@@ -10,7 +10,8 @@
 
 namespace qelscreens {
 
-/// Decodes one picture at a time on a worker; a request replaces the one before.
+/// Decodes one picture at a time on a worker; a request replaces the one before, which is not decoded any more
+/// unless the worker has begun.
 /// @threads main thread.
 class PictureLoader {
 public:
@@ -33,6 +34,8 @@ public:
 
 private:
     struct Job;
+
+    void dropPending();
 
     std::shared_ptr<Job> m_pending;
     qel::SmartPointer<qel::Sprite> m_sprite;

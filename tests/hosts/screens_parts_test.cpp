@@ -1,13 +1,16 @@
 // The parts of the screens that draw nothing: the text of a field, the reader's files, and the table of
 // texts.
 #include <hosts/qelscreens/edit_buffer.h>
+#include <hosts/qelscreens/picture_loader.h>
 #include <hosts/qelscreens/reader_source.h>
 #include <hosts/widgets/text_table.h>
+#include <tests/support/log_capture.h>
 #include <tests/support/scratch_folder.h>
 #include <tests/support/source_dir.h>
 #include <tests/support/system_fixture.h>
 
 #include <qel/plugins/resource_locator.h>
+#include <qel/system/tasks/task_queue.h>
 #include <qel/text/engine/text_actor.h>
 
 #include <gmock/gmock.h>
@@ -128,6 +131,25 @@ TEST(ReaderSourceTest, ReportsWhatItCannotShow) {
         EXPECT_NE(ReaderSource::open(folder.path(name)).problem, "") << name;
     std::filesystem::resize_file(folder.path("large"), kMostTextBytes);
     EXPECT_EQ(ReaderSource::open(folder.path("large")).problem, "");
+}
+
+class PictureLoaderTest : public qel::test::SystemFixture {};
+
+TEST_F(PictureLoaderTest, DecodesOnlyThePictureRequestedLast) {
+    const ScratchFolder folder;
+    const std::string animation("RIFF\x16\0\0\0WEBPVP8X\x0a\0\0\0\x02\0\0\0\0\0\0\0\0\0", 30);
+    const std::string path = folder.write("animation.webp", animation);
+    qel::test::LogCapture log;
+    qel::TaskQueue& queue = *system().getGlobalParallelQueue();
+    queue.pause();
+    PictureLoader loader;
+    for (int i = 0; i < 5; ++i) loader.load(path);
+    { PictureLoader().load(path); }
+    queue.resume();
+    queue.wait();
+    EXPECT_TRUE(loader.update());
+    EXPECT_THAT(loader.getProblem(), StartsWith("cannot decode"));
+    log.expect(3, "[WEBP] Not supporting WebP animations"); // only once
 }
 
 class TextTableTest : public qel::test::SystemFixture {};
