@@ -237,6 +237,9 @@ WindowEvent Window::translate(const SDL_Event& event) {
         SDL_free(event.drop.file);
         return dropped;
     }
+    case SDL_DROPTEXT:
+        SDL_free(event.drop.file);
+        return {};
     default:
         return {};
     }

@@ -2,9 +2,14 @@
 #include <hosts/window/key_names.h>
 #include <hosts/window/line_source.h>
 #include <hosts/window/pointers.h>
+#include <hosts/window/window.h>
 #include <tests/support/scratch_folder.h>
 
 #include <gmock/gmock.h>
+
+#include <SDL.h>
+
+#include <memory>
 
 namespace qelwindow {
 namespace {
@@ -70,6 +75,18 @@ TEST(PointersTest, TheWheelDoesNotStay) {
     EXPECT_THAT(flagsOf(touches), ElementsAre(kTouchHover, kTouchWheel));
     EXPECT_EQ(touches.back().value, -3);
     EXPECT_THAT(flagsOf(pointers.getTouches()), ElementsAre(kTouchHover));
+}
+
+TEST(WindowTest, TextThatIsDroppedIsFreed) {
+    std::string problem;
+    const std::unique_ptr<Window> window = Window::open(Window::Place::Memory, "test", {20, 10}, problem);
+    ASSERT_TRUE(window) << problem;
+    SDL_Event dropped{};
+    dropped.type = SDL_DROPTEXT;
+    dropped.drop.file = SDL_strdup("text");
+    SDL_PushEvent(&dropped);
+    for (WindowEvent event; window->waitForEvent(event, 0);)
+        EXPECT_NE(event.kind, WindowEvent::Kind::Dropped);
 }
 
 TEST(KeyNamesTest, NamesLeadBackToTheKeys) {
