@@ -338,7 +338,8 @@ void TextLayout::changeState(const Token& token) {
         break;
     case Token::Type::BarBegin:
         m_isBarOpen = true;
-        m_bar = {};
+        m_bar.top = kFarthest; // it may be further down than an Extent begins
+        m_bar.bottom = -kFarthest;
         break;
     case Token::Type::BarEnd:
         closeBar(token.value);

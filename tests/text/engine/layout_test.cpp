@@ -151,6 +151,15 @@ TEST_F(TextLayoutTest, BarAroundNothingIsDropped) {
     }
 }
 
+TEST_F(TextLayoutTest, BarFarDownBeginsAtItsLine) {
+    std::string lines;
+    for (int i = 0; i < 4000; ++i) lines += "a{eol}"; // 10 pixels each
+    layOutCodes((lines + "{bar}b{endbar:red}").c_str());
+    ASSERT_EQ(text->getBars().size(), 1u);
+    EXPECT_EQ(text->getBars()[0].top, 40000);
+    EXPECT_EQ(text->getBars()[0].bottom, 40010);
+}
+
 TEST_F(TextLayoutTest, QuadsOfAPageAreTogether) {
     layOutCodes("a\xE4\xB8\x80{color:blue}b\xE4\xB8\x81{color:white}c");
     const TextActor::Line line = text->getLine(0);
