@@ -38,9 +38,11 @@ Sprite::Sprite(Kind kind) : m_kind(kind) {
     system()->signalFreeCaches.connect(this, &Sprite::slotFreeCaches);
 }
 
+// The scheduler would keep the alarms until they fire.
 Sprite::~Sprite() {
     removeWeakPointers();
-    if (m_unloadAlarm) m_unloadAlarm->cancel(); // the scheduler would keep it until it fires
+    if (m_unloadAlarm) m_unloadAlarm->cancel();
+    for (const auto& [size, texture] : m_textures) texture->getAlarm()->cancel();
 }
 
 SmartPointer<Sprite> Sprite::createFromExternal(FormatID format, const IVec2<int>& size, const uint8* data) {

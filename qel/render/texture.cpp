@@ -16,9 +16,7 @@ uint32 currentTime() {
 
 Texture::Texture(Renderer* renderer) : m_alarm(new Alarm), m_time(currentTime()), m_renderer(renderer) {}
 
-Texture::~Texture() {
-    m_alarm->cancel(); // the scheduler would keep it until it fires
-}
+Texture::~Texture() = default;
 
 Renderer* Texture::getRenderer() const {
     return m_renderer.get();
