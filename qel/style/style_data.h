@@ -29,7 +29,7 @@ class Sprite;
 /// Each of the first 100 of them in a stylesheet is logged once, by its number in style_kinds.h, when the
 /// first search passes it. A value that cannot be used is logged once, too, and the search continues.
 /// Answers are kept until a stylesheet changes.
-/// @threads main thread.
+/// @threads main thread; System must exist for sprites and translations, and without it an em is 0.
 class QEL_API StyleData : public Object {
     QEL_CLASS(StyleData, Object)
 

@@ -230,9 +230,9 @@ public:
 
     /// Returns the number of lines.
     size_t getLineCount() const;
-    /// Returns line @p index.
+    /// Returns line @p index, which is below getLineCount().
     Line getLine(size_t index) const;
-    /// Returns fragment @p index, see Line::firstFragment.
+    /// Returns fragment @p index, which is one of those of a line; see Line::firstFragment.
     Fragment getFragment(size_t index) const;
     /// Returns the bars in the background.
     const Vector<Bar>& getBars() const;

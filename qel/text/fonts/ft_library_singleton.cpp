@@ -72,6 +72,8 @@ ConstByteSpan FTLibrarySingleton::load(SmartCStr name) {
 }
 
 bool FTLibrarySingleton::request(SmartCStr name, Waiter waiter) {
+    if (m_requester.get() != system()) m_waiters.clear(); // an earlier System does not answer any more
+    m_requester = system();
     const std::string key(name.view());
     std::vector<Waiter>& waiters = m_waiters[key];
     waiters.push_back(std::move(waiter));

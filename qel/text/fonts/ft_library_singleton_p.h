@@ -5,6 +5,7 @@
 #include <qel/foundation/base/object.h>
 #include <qel/foundation/base/smart_cstr.h>
 #include <qel/foundation/base/smart_pointer.h>
+#include <qel/foundation/base/weak_pointer.h>
 
 #include <ft2build.h>
 
@@ -17,6 +18,8 @@
 #include <vector>
 
 namespace qel {
+
+class System;
 
 /// The library and the bytes of the font resources. They stay in memory as long as this object, because faces
 /// read from them. Each face holds a reference. @threads main thread.
@@ -51,6 +54,7 @@ private:
     FT_Library m_library = nullptr;
     std::map<std::string, Buffer, std::less<>> m_files; ///< never changed once they have bytes
     std::map<std::string, std::vector<Waiter>, std::less<>> m_waiters;
+    WeakPointer<System> m_requester; ///< that of the waiters
 };
 
 } // namespace qel
