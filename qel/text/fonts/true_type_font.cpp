@@ -151,9 +151,11 @@ bool TrueTypeFont::isLoaded() const {
 // --- glyphs ---------------------------------------------------------------------------------------------
 
 void TrueTypeFont::setFallbackFonts(const Vector<SmartPointer<TrueTypeFont>>& fonts) {
-    m_private->fallbackFonts.clear();
+    Vector<SmartPointer<TrueTypeFont>> used;
     for (const SmartPointer<TrueTypeFont>& font : fonts)
-        if (font && font.get() != this) m_private->fallbackFonts.push_back(font);
+        if (font && font.get() != this) used.push_back(font);
+    if (used == m_private->fallbackFonts) return;
+    m_private->fallbackFonts.swap(used);
     dropGlyphs();
     noteChange();
 }

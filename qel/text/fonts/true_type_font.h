@@ -51,8 +51,10 @@ public:
 
     /// Sets the fonts that are asked, in this order, for a glyph that this one lacks, before a picture is
     /// requested. Their glyphs are drawn in the size of the fonts and placed in the pages of this one; their
-    /// own fallback fonts do not count. Empty initially. Drops all glyphs, as unload() does.
-    /// @owner keeps references; this font itself and null are ignored.
+    /// own fallback fonts do not count. Empty initially. Drops all glyphs, as unload() does, unless the fonts
+    /// are the same as before.
+    /// @owner keeps references, so that two fonts must not ask each other; this font itself and null are
+    /// ignored.
     void setFallbackFonts(const Vector<SmartPointer<TrueTypeFont>>& fonts);
     /// Returns the fonts that are asked for glyphs which this one lacks.
     const Vector<SmartPointer<TrueTypeFont>>& getFallbackFonts() const;

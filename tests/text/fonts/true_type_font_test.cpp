@@ -176,6 +176,8 @@ TEST_F(TrueTypeFontTest, AsksItsFallbackFonts) {
     EXPECT_NE(alef, font->getCharacter(Font::kBullet));
     EXPECT_EQ(alef->width, hebrew->getCharacter(kAlef)->width);
     EXPECT_EQ(pageCount(), 1u);
+    font->setFallbackFonts({hebrew});
+    EXPECT_EQ(font->getCharacter(kAlef), alef) << "the same fonts change nothing";
     font->setFallbackFonts({});
     EXPECT_EQ(font->getCharacter(kAlef), font->getCharacter(Font::kBullet));
     log.take();
@@ -254,6 +256,19 @@ TEST_F(LateFontTest, ReceivesItsFileLater) {
     log.expect(1, "Loading font: , id=late.ttf, fontSize=20");
     provider->answer(Buffer());
     EXPECT_NE(late->getCharacter('H'), nullptr) << "the first of two answers counts";
+    log.take();
+}
+
+TEST_F(LateFontTest, RequestOfAnEarlierSystemIsRepeated) {
+    EXPECT_TRUE(font->loadFromResourceAsync("late.ttf", 20));
+    provider->answer = nullptr;
+    System::deinitialize();
+    System::initialize({});
+    system().getResourceLocator()->addResourceProvider(provider.get());
+    EXPECT_TRUE(font->loadFromResourceAsync("late.ttf", 20));
+    ASSERT_TRUE(provider->answer);
+    provider->answer(test::shippedFont(kRegular));
+    EXPECT_EQ(font->getLineHeight(), 20);
     log.take();
 }
 
