@@ -10,8 +10,8 @@
 
 namespace qelscreens {
 
-/// Decodes one picture at a time on a worker; a request replaces the one before, which is not decoded any more
-/// unless the worker has begun.
+/// Decodes one picture at a time on a worker. A request replaces the one before, which is not decoded any
+/// more unless the worker has begun.
 /// @threads main thread.
 class PictureLoader {
 public:
