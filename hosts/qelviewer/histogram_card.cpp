@@ -44,8 +44,7 @@ float HistogramCard::measureContent(float) {
 
 float HistogramCard::positionOf(double value) const {
     const Histogram& histogram = m_state.study->histogram;
-    const double range = std::max(histogram.largest - histogram.smallest, 1e-9);
-    const double share = std::clamp((value - histogram.smallest) / range, 0.0, 1.0);
+    const double share = std::clamp((value - histogram.smallest) / fullWindow(histogram).width, 0.0, 1.0);
     return m_area.x0 + static_cast<float>(share) * m_area.getWidth();
 }
 

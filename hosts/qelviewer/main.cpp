@@ -20,7 +20,7 @@ using qelwindow::Window;
 
 constexpr const char* kName = "qelviewer";
 
-/// Plays simulated input, or writes the pictures that the options ask for. @return what went wrong; empty on
+/// Plays simulated input and writes the pictures that the options ask for. @return what went wrong; empty on
 /// success.
 std::string writeOrPlay(const Options& options, Window& window, qelwindow::FrameLoop& loop, Viewer& viewer) {
     if (!options.events.empty()) {
@@ -28,10 +28,11 @@ std::string writeOrPlay(const Options& options, Window& window, qelwindow::Frame
         const std::string problem = script.open(options.events);
         if (!problem.empty()) return problem;
         if (const std::string wrong = script.run(); !wrong.empty()) return wrong;
-    } else if (!options.frames.empty()) {
-        return writePages(loop, viewer, options.frames);
     }
-    return options.screenshot.empty() || loop.hasEnded() ? std::string() : loop.saveFrame(options.screenshot);
+    if (!options.screenshot.empty() && !loop.hasEnded())
+        if (const std::string problem = loop.saveFrame(options.screenshot); !problem.empty()) return problem;
+    const bool writesAllPages = options.events.empty() && !options.frames.empty();
+    return writesAllPages ? writePages(loop, viewer, options.frames) : std::string();
 }
 
 /// Shows the volume until the window is closed, or writes pictures. @return the exit status.

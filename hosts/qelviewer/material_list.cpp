@@ -39,7 +39,9 @@ std::vector<std::string> filesIn(const fs::path& folder) {
 /// Returns a material that shows the bright half of the values in grey.
 qel::VolumeMaterial automaticMaterial(const Histogram& histogram) {
     const auto lower = static_cast<float>(quantile(histogram, 0.5));
-    const auto upper = std::max(static_cast<float>(quantile(histogram, 0.995)), lower + 1e-3f);
+    const double high = quantile(histogram, 0.995);
+    const float upper =
+        std::max(static_cast<float>(high), lower + static_cast<float>(leastWidth(lower, high)));
     const float middle = lower + (upper - lower) * 0.5f;
     qel::VolumeMaterial material;
     material.setName(kAutomatic);

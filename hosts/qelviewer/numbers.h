@@ -9,7 +9,8 @@ namespace qelviewer {
 /// if it is not finite. @threads main thread.
 std::string formatNumber(double value, int digits);
 
-/// Returns @p value with at most @p digits after the sign, without zeros at the end.
+/// Returns @p value with at most @p digits after the sign, without zeros at the end. Numbers below 0.1 and
+/// from 1e9 on have three digits, such as "0.000812" or "4.5e+12".
 std::string formatShort(double value, int digits);
 
 } // namespace qelviewer

@@ -150,6 +150,8 @@ qelhosts::Program describe(Options& options) {
 void readArguments(Options& options, int, const char* const*) {
     if (options.help || options.version || !options.problem.empty()) return;
     if (!options.arguments.empty()) options.path = options.arguments.front();
+    if (!options.arguments.empty() && options.path.empty())
+        options.problem = "the path of the volume is empty";
     if (options.arguments.size() > 1) options.problem = "unknown argument " + inQuotes(options.arguments[1]);
 }
 

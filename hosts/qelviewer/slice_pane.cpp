@@ -19,6 +19,7 @@ namespace {
 using qelwidgets::contains;
 
 constexpr qelwidgets::Color kBackground{0, 0, 0, 1};
+constexpr double kFarthestNumber = 1e30; // of a window; differences are within the range of float
 
 /// Returns the start of a picture along an axis: in the middle, or with @p center (0 to 1) in the middle
 /// if it is larger than its place.
@@ -68,7 +69,8 @@ void SlicePane::draw(qel::Renderer& renderer, const qel::Rect& place) {
     renderer.pushClip(place.roundNearestAsInt());
     const qel::IVec2<float>& scaleBias = m_state.study->header.scaleBias;
     const auto stored = [&scaleBias](double value) {
-        return static_cast<float>((value - scaleBias.y) / scaleBias.x);
+        const double number = (value - scaleBias.y) / scaleBias.x;
+        return static_cast<float>(std::clamp(number, -kFarthestNumber, kFarthestNumber));
     };
     const qel::IVec2<float> window(stored(m_state.window.lower()), stored(m_state.window.upper()));
     renderer.drawTextureScaledLookupInternal(m_texture.get(), {0, 0, 1, 1}, m_picture, 0, window, nullptr);

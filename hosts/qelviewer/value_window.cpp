@@ -1,6 +1,7 @@
 #include "value_window.h"
 
 #include <algorithm>
+#include <cmath>
 #include <numeric>
 
 namespace qelviewer {
@@ -12,11 +13,19 @@ constexpr WindowPreset kPresets[] = {
     {"3", "viewer-preset-lung", {-600, 1500}}, {"4", "viewer-preset-brain", {40, 80}},
     {"5", "viewer-preset-abdomen", {60, 350}}, {"6", "viewer-preset-vessels", {300, 600}}};
 
+/// The least width of a window, as a share of its values.
+constexpr double kLeastShare = 1e-6;
+
 ValueWindow between(double lower, double upper) {
-    return {(lower + upper) / 2, std::max(upper - lower, 1e-6)};
+    return {(lower + upper) / 2, std::max(upper - lower, leastWidth(lower, upper))};
 }
 
 } // namespace
+
+double leastWidth(double lower, double upper) {
+    const double largest = std::max(std::abs(lower), std::abs(upper));
+    return largest > 0 ? largest * kLeastShare : kLeastShare;
+}
 
 std::span<const WindowPreset> windowPresets() {
     return kPresets;

@@ -30,6 +30,8 @@ struct WindowPreset {
 /// Returns the windows for pictures of computed tomography.
 std::span<const WindowPreset> windowPresets();
 
+/// Returns the least width of a window that contains two values: a millionth of the larger one.
+double leastWidth(double lower, double upper);
 /// Returns the window of all values.
 ValueWindow fullWindow(const Histogram& histogram);
 /// Returns a window that suits most volumes: it leaves out the extremes and the background.

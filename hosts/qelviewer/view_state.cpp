@@ -48,7 +48,7 @@ void ViewState::beginMeasurement(Measurement measurement) {
 
 void ViewState::dragWindow(double centerShare, double widthShare) {
     if (!study) return;
-    const double range = std::max(study->histogram.largest - study->histogram.smallest, 1e-6);
+    const double range = fullWindow(study->histogram).width;
     const double lower = study->histogram.smallest - range;
     window.center = std::clamp(window.center + centerShare * range, lower, lower + 3 * range);
     window.width = std::clamp(window.width + widthShare * range, range / 1000, range * 3);

@@ -87,7 +87,11 @@ TEST_F(QelviewerTest, TheWindowDecidesTheGreys) {
     const struct {
         const char* window;
         int bright, dark;
-    } cases[] = {{"0,4000", 191, 64}, {"1000,2000", 128, 0}, {"-1000,10", 255, 128}, {"0.5,1e9", 128, 127}};
+    } cases[] = {{"0,4000", 191, 64},
+                 {"1000,2000", 128, 0},
+                 {"-1000,10", 255, 128},
+                 {"0.5,1e9", 128, 127},
+                 {"0,1e308", 128, 127}};
     for (const auto& [window, bright, dark] : cases) {
         ASSERT_EQ(show("octant.nrrd", {"--window", window}).status, 0);
         EXPECT_NEAR(redAt("a.png", kAxial.x + kQuarter, kAxial.y - kQuarter), bright, 1) << window;
@@ -177,6 +181,13 @@ TEST_F(QelviewerTest, WritesEachPageWithoutADisplay) {
     }
 }
 
+TEST_F(QelviewerTest, WritesAPictureAndAllPages) {
+    const HostRun run = show("octant.nrrd", {"--page", "slices", "--frames", "pages"});
+    ASSERT_EQ(run.status, 0) << run;
+    EXPECT_TRUE(showTheSame("a.png", "pages/slices.png"));
+    EXPECT_TRUE(folder.has("pages/all.png"));
+}
+
 TEST_F(QelviewerTest, ThePictureIsSavedByAKey) {
     const HostRun run = play("frame a.png\nkey s\nkey s\n", {"octant.nrrd", "--page", "slices"});
     ASSERT_EQ(run.status, 0) << run;
@@ -248,6 +259,7 @@ TEST_F(QelviewerTest, WrongArgumentsAreReported) {
         {{"--camera", "1"}, "not two angles and a zoom"},
         {{"--camera", "1,2,0"}, "not two angles and a zoom"},
         {{"--camera", "1,2,3,4"}, "not two angles and a zoom"},
+        {{""}, "the path of the volume is empty"},
         {{"a.nrrd", "b.nrrd"}, "unknown argument 'b.nrrd'"},
     };
     for (const auto& [arguments, problem] : cases) {

@@ -342,6 +342,7 @@ TEST_F(VolumeFileTest, ReadsDetachedDataFromTheSameFolderOnly) {
     std::filesystem::create_symlink("data.raw", folder.path("link.raw"));
     EXPECT_EQ(load(nrrd("short", "data file: data.raw\n"), "v.nhdr"), "");
     EXPECT_EQ(values(), kOneToEight);
+    EXPECT_EQ(load(nrrd("short", "data file: ./data.raw\n"), "v.nhdr"), "");
     EXPECT_EQ(load(nrrd("short", "encoding: gz\nbyte skip: 2\ndatafile: data.raw.gz\n"), "v.nhdr"), "");
     EXPECT_EQ(values(), kOneToEight);
     const std::string outside = "its data file is not in the same folder";
@@ -351,7 +352,10 @@ TEST_F(VolumeFileTest, ReadsDetachedDataFromTheSameFolderOnly) {
         {"sub/data.raw", outside},
         {"../data.raw", outside},
         {"..", outside},
-        {"./data.raw", outside},
+        {"./sub/data.raw", outside},
+        {"./../data.raw", outside},
+        {"./..", outside},
+        {"./link.raw", "its data file cannot be read"},
         {"LIST", several},
         {"data%03d.raw 1 9 1", several},
         {"data%d.raw", several},
@@ -510,6 +514,8 @@ TEST_F(VolumeFileTest, CanBeCancelled) {
     progress.isCancelled = true;
     EXPECT_EQ(load(nrrd("short") + "\n" + voxelBytes<int16>(kOneToEight)), "cancelled");
     EXPECT_EQ(load(nrrd("uchar") + "\n12345678"), "cancelled");
+    EXPECT_EQ(load(nrrd("uchar", "encoding: gzip\nbyte skip: 99\n") + "\n" + gzip("12345678")), "cancelled")
+        << "before it skips bytes";
     EXPECT_FALSE(loader->getScalarTexture());
     EXPECT_EQ(writePhantom(folder.path("head.nrrd"), 8, progress), folder.path("head.nrrd") + ": cancelled");
     EXPECT_FALSE(folder.has("head.nrrd"));

@@ -100,11 +100,13 @@ std::string VolumeFile::readNifti(std::unique_ptr<ByteReader> reader) {
 }
 
 std::string VolumeFile::openDataFile(std::unique_ptr<FileReader>& file) const {
-    const std::string& name = m_layout.dataFile;
-    if (name.empty()) {
+    if (m_layout.dataFile.empty()) {
         file = std::make_unique<FileReader>(m_path);
         return file->problem();
     }
+    constexpr std::string_view kHere = "./";
+    const std::string name =
+        m_layout.dataFile.substr(m_layout.dataFile.starts_with(kHere) ? kHere.size() : 0);
     // A header must not be able to name any other file of the machine.
     if (name.find('/') != std::string::npos || name.find('\0') != std::string::npos || name == "..")
         return "its data file is not in the same folder";

@@ -50,7 +50,12 @@ std::string VoxelSource::open(std::unique_ptr<FileReader> file) {
 
 std::string VoxelSource::decompress(GzipReader& reader) {
     const auto failure = [&] { return reader.problem().empty() ? kTooShort : reader.problem(); };
-    if (!reader.skip(m_layout.skip)) return failure();
+    for (qel::uint64 left = m_layout.skip; left > 0;) {
+        if (m_progress.isCancelled) return "cancelled";
+        const qel::uint64 piece = std::min<qel::uint64>(kPiece, left);
+        if (!reader.skip(piece)) return failure();
+        left -= piece;
+    }
     m_memory.resize(static_cast<size_t>(m_bytes));
     for (size_t done = 0; done < m_memory.getSize();) {
         if (m_progress.isCancelled) return "cancelled";
