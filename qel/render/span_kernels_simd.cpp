@@ -20,14 +20,6 @@ namespace {
 // --- solid colours
 // -------------------------------------------------------------------------------------------------
 
-/// Returns the pixel at which the second of @p count pixels' vectors begins: in long rows the first one at a
-/// vector's boundary.
-HWY_INLINE size_t SecondVector(const uint8* p, size_t count) {
-    const size_t step = hn::Lanes(Pixels());
-    const size_t head = PixelsToAlignment(p);
-    return count >= 4 * step && head > 0 ? head : step;
-}
-
 /// Stores a pixel @p count times. The first and the last vector may overlap others.
 HWY_INLINE void FillSpan(uint8* p, size_t count, hn::Vec<Pixels> pixel) {
     const size_t step = hn::Lanes(Pixels());

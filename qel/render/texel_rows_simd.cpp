@@ -10,7 +10,7 @@
 
 #include <hwy/highway.h>
 #include <qel/foundation/base/simd_dispatch_p.h>
-#include <qel/render/pixel_vectors.inc>
+#include <qel/render/pixel_mixing.inc>
 
 HWY_BEFORE_NAMESPACE();
 namespace qel::internal::HWY_NAMESPACE {
@@ -284,103 +284,6 @@ void ResampleGreys(const float* texels, const TexelSteps& steps, int count, floa
 // --- drawing in whole numbers
 // -------------------------------------------------------------------------------------------------
 
-/// Returns the sums of the products of neighbouring bytes: unsigned ones and signed ones.
-HWY_INLINE hn::Vec<Words> SumProducts(hn::Vec<Words> bytes, hn::Vec<Words> signedBytes) {
-#if HWY_TARGET <= HWY_AVX3
-    return hn::Vec<Words>{_mm512_maddubs_epi16(bytes.raw, signedBytes.raw)};
-#elif HWY_TARGET <= HWY_AVX2
-    return hn::Vec<Words>{_mm256_maddubs_epi16(bytes.raw, signedBytes.raw)};
-#else
-    return hn::Vec<Words>{_mm_maddubs_epi16(bytes.raw, signedBytes.raw)};
-#endif
-}
-
-/// Mixes bytes by their pixels' alpha, which each word of @p alpha contains: the rounded quotient
-/// (alpha * source + (255 - alpha) * old) / 255. In single precision it would be the same for all bytes,
-/// since it is never near a half. The alpha becomes that of the pixel; pixels of alpha 0 stay.
-HWY_INLINE hn::Vec<Pixels> MixByAlpha(hn::Vec<Pixels> source, hn::Vec<Pixels> old, hn::Vec<Words> alpha) {
-    const auto alphaByte = hn::Set(Pixels(), 0xFF000000), signs = hn::Set(Pixels(), 0x80808080);
-    const auto low = hn::Set(Words(), 0xFF);
-    const auto weights = hn::Or(alpha, hn::Xor(hn::ShiftLeft<8>(alpha), hn::Set(Words(), 0xFF00)));
-    // Bytes less 128 have a sign, and so have their sums, less 255 * 128.
-    const auto s = hn::BitCast(Words(), hn::Xor(hn::Or(source, alphaByte), signs));
-    const auto d = hn::BitCast(Words(), hn::Xor(hn::AndNot(alphaByte, old), signs));
-    const auto mix = [&](hn::Vec<Words> bytes) HWY_ATTR {
-        const auto v = hn::Xor(SumProducts(weights, bytes), hn::Set(Words(), 0x8000)); // adds 255 * 128 + 128
-        return hn::MulHigh(v, hn::Set(Words(), 257));                                  // (v + v / 256) / 256
-    };
-    const auto even = mix(hn::Or(hn::And(s, low), hn::ShiftLeft<8>(d)));
-    const auto odd = mix(hn::Or(hn::ShiftRight<8>(s), hn::AndNot(low, d)));
-    const auto mixed = hn::Or(even, hn::ShiftLeft<8>(odd));
-    return hn::BitCast(Pixels(),
-                       hn::IfThenElse(hn::Eq(alpha, hn::Zero(Words())), hn::BitCast(Words(), old), mixed));
-}
-
-/// Draws @p source on the pixels at @p p; @p load and @p store access them.
-template <typename Load, typename Store>
-HWY_INLINE void DrawVector(hn::Vec<Pixels> source, hn::Vec<Pixels> alpha, const Load& load,
-                           const Store& store) {
-    if (hn::AllTrue(Pixels(), hn::Eq(alpha, hn::Zero(Pixels())))) return;
-    if (hn::AllTrue(Pixels(), hn::Eq(alpha, hn::Set(Pixels(), 0xFF))))
-        return store(hn::Or(source, hn::Set(Pixels(), 0xFF000000)));
-    const auto words = hn::BitCast(Words(), hn::Or(alpha, hn::ShiftLeft<16>(alpha)));
-    store(MixByAlpha(source, load(), words));
-}
-
-HWY_INLINE void DrawWhole(uint8* p, hn::Vec<Pixels> source, hn::Vec<Pixels> alpha) {
-    DrawVector(
-        source, alpha, [p]() HWY_ATTR { return LoadPixels(p); },
-        [p](hn::Vec<Pixels> v) HWY_ATTR { StorePixels(v, p); });
-}
-
-HWY_INLINE void DrawFirst(uint8* p, size_t count, hn::Vec<Pixels> source, hn::Vec<Pixels> alpha) {
-    DrawVector(
-        source, alpha, [=]() HWY_ATTR { return LoadFirstPixels(p, count); },
-        [=](hn::Vec<Pixels> v) HWY_ATTR { StoreFirstPixels(v, p, count); });
-}
-
-HWY_INLINE void DrawOwnAlpha(uint8* p, hn::Vec<Pixels> source) {
-    DrawWhole(p, source, hn::ShiftRight<24>(source));
-}
-
-/// Draws four vectors of pixels, with one test if all are opaque.
-HWY_INLINE void DrawFourVectors(uint8* p, const uint8* pixels) {
-    const size_t bytes = 4 * hn::Lanes(Pixels());
-    const auto a = LoadPixels(pixels), b = LoadPixels(pixels + bytes);
-    const auto c = LoadPixels(pixels + 2 * bytes), d = LoadPixels(pixels + 3 * bytes);
-    const auto all = hn::And(hn::And(a, b), hn::And(c, d));
-    if (hn::AllTrue(Pixels(), hn::Eq(hn::ShiftRight<24>(all), hn::Set(Pixels(), 0xFF)))) {
-        StorePixels(a, p);
-        StorePixels(b, p + bytes);
-        StorePixels(c, p + 2 * bytes);
-        StorePixels(d, p + 3 * bytes);
-        return;
-    }
-    DrawOwnAlpha(p, a);
-    DrawOwnAlpha(p + bytes, b);
-    DrawOwnAlpha(p + 2 * bytes, c);
-    DrawOwnAlpha(p + 3 * bytes, d);
-}
-
-void DrawPixelRows(uint8* target, std::ptrdiff_t pitch, const uint8* pixels, std::ptrdiff_t pixelPitch,
-                   int width, int height) {
-    const size_t step = hn::Lanes(Pixels());
-    const auto count = static_cast<size_t>(width);
-    for (; height > 0; --height, target += pitch, pixels += pixelPitch) {
-        size_t i = 0;
-        if (const size_t head = PixelsToAlignment(target); count >= 4 * step && head > 0) {
-            const auto source = LoadPixels(pixels);
-            DrawFirst(target, head, source, hn::ShiftRight<24>(source));
-            i = head;
-        }
-        for (; i + 4 * step <= count; i += 4 * step) DrawFourVectors(target + 4 * i, pixels + 4 * i);
-        for (; i + step <= count; i += step) DrawOwnAlpha(target + 4 * i, LoadPixels(pixels + 4 * i));
-        if (i == count) continue;
-        const auto source = LoadFirstPixels(pixels + 4 * i, count - i);
-        DrawFirst(target + 4 * i, count - i, source, hn::ShiftRight<24>(source));
-    }
-}
-
 /// Loads @p count alphas, or a whole vector of them if there are more.
 HWY_INLINE hn::Vec<Pixels> LoadAlphas(const uint8* p, const uint8* end, size_t count) {
     const size_t step = hn::Lanes(FewBytes());
@@ -615,7 +518,6 @@ QEL_SIMD_TABLE(SelectTexels4);
 QEL_SIMD_TABLE(MixRows);
 QEL_SIMD_TABLE(ResampleColors);
 QEL_SIMD_TABLE(ResampleGreys);
-QEL_SIMD_TABLE(DrawPixelRows);
 QEL_SIMD_TABLE(DrawMaskRows);
 QEL_SIMD_TABLE(BlendColors);
 QEL_SIMD_TABLE(BlendMaskRows);
@@ -731,11 +633,6 @@ void resampleRow<4>(const float* texels, const TexelSteps& steps, int count, flo
 template <>
 void resampleRow<1>(const float* texels, const TexelSteps& steps, int count, float* out) {
     g_ResampleGreys(texels, steps, count, out);
-}
-
-void drawPixelRows(uint8* target, std::ptrdiff_t pitch, const uint8* pixels, std::ptrdiff_t pixelPitch,
-                   int width, int height) {
-    g_DrawPixelRows(target, pitch, pixels, pixelPitch, width, height);
 }
 
 void drawMaskRows(uint8* target, std::ptrdiff_t pitch, const uint8* alphas, std::ptrdiff_t alphaPitch,
