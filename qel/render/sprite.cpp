@@ -249,6 +249,7 @@ void Sprite::unloadTexture(const IVec2<int>& size) {
 }
 
 void Sprite::notifyImageChanged() {
+    if (m_hasData) takeImageSize();
     while (!m_textures.empty()) unloadTexture(IVec2<int>(m_textures.begin()->first));
 }
 

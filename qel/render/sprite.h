@@ -103,7 +103,7 @@ public:
     void preloadData() { load(); }
     /// Creates the texture of this size, or keeps it, as getTexture() does.
     void preloadTexture(Renderer* renderer, const IVec2<int>& size) { getTexture(renderer, size); }
-    /// Drops the textures, because the owner has changed the pixels.
+    /// Drops the textures and takes the size of the image, because the owner has changed it.
     void notifyImageChanged();
     /// Drops the textures, and the pixels if they can be loaded again.
     void clearTextureCache();

@@ -76,6 +76,16 @@ TEST_F(SpriteTest, GivenPixelsStay) {
     EXPECT_EQ(sprite->asLogTag(), "[SPRITE:type=invalid] ");
 }
 
+TEST_F(SpriteTest, AnImageMayBeReplacedByItsOwner) {
+    const SmartPointer<Sprite> sprite = Sprite::createInternal(A8, {8, 8});
+    sprite->getTexture(&renderer, {8, 8});
+    sprite->getImage().initialize(A8, {2, 4});
+    std::memset(sprite->getImage().getBytePointer(), 255, 8);
+    sprite->notifyImageChanged();
+    EXPECT_EQ(sprite->getSize(), IVec2<int>(2, 4));
+    EXPECT_EQ(sprite->getTexture(&renderer, {8, 8})->getSize(), IVec2<int>(8, 8));
+}
+
 TEST_F(SpriteTest, MissingAndImpossiblePixelsAreSafe) {
     test::LogCapture log;
     EXPECT_EQ(Sprite::createInternal(L8, {4, 4})->getData()[15], 0);
