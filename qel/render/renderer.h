@@ -160,7 +160,7 @@ public:
     SmartPointer<Texture> createGrayscaleRemapTexture(const Vector<float>& curve);
     /// Makes @p out the RGBA8 palette of 256 by 256 pixels for all words of 16 overlay bits: the colours of
     /// the bits that are set, each drawn below those of lower bits.
-    /// @param colors  16 colours, one per bit.
+    /// @param colors  16 colours, one per bit; null makes every entry transparent.
     static void createOverlay16BitPaletteImage(Image& out, const IVec4<float>* colors);
 
 protected:

@@ -35,7 +35,7 @@ void Renderer::createOverlay16BitPaletteImage(Image& out, const IVec4<float>* co
     Vector<IVec4<float>> entries(kEntries);
     uint8* pixel = out.getBytePointer();
     for (unsigned word = 0; word < kEntries; ++word, pixel += 4) {
-        if (const int bits = std::bit_width(word); bits > 0)
+        if (const int bits = std::bit_width(word); bits > 0 && colors != nullptr)
             entries[word] = util::alphaComposite(entries[word ^ (1u << (bits - 1))], colors[bits - 1]);
         for (int i = 0; i < 4; ++i) pixel[i] = toByte(entries[word][i]);
     }

@@ -9,6 +9,7 @@
 #include <qel/system/core/application.h>
 #include <qel/system/tasks/alarm.h>
 
+#include <algorithm>
 #include <cmath>
 #include <memory>
 #include <string>
@@ -214,6 +215,14 @@ TEST_F(RendererTest, ThePaletteComposesTheColorsOfTheBits) {
     }
     EXPECT_EQ(util::alphaComposite({1, 0, 0, 1}, {0, 1, 0, 1}), IVec4<float>(1, 0, 0, 1));
     EXPECT_EQ(util::alphaComposite({1, 1, 1, 0}, {1, 1, 1, 0}), IVec4<float>());
+}
+
+TEST_F(RendererTest, APaletteWithoutColorsIsTransparent) {
+    Image palette;
+    Renderer::createOverlay16BitPaletteImage(palette, nullptr);
+    ASSERT_EQ(palette.getByteSize(), 4 * 65536u);
+    const uint8* const bytes = palette.getBytePointer();
+    EXPECT_TRUE(std::all_of(bytes, bytes + palette.getByteSize(), [](uint8 byte) { return byte == 0; }));
 }
 
 TEST_F(RendererTest, ATimerMeasuresTheTimeBetweenStarts) {

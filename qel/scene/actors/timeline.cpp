@@ -20,6 +20,7 @@ void Timeline::initializeWithConstantTimeFrames(unsigned count, unsigned duratio
 }
 
 void Timeline::initializeWithVariableTimeFrames(unsigned count, const unsigned* durations) {
+    if (durations == nullptr) count = 0;
     m_starts.resize(count);
     m_count = count;
     uint64 time = 0;

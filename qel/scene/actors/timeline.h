@@ -16,7 +16,7 @@ public:
     /// Sets @p count frames of @p duration milliseconds each.
     void initializeWithConstantTimeFrames(unsigned count, unsigned duration);
     /// Sets @p count frames.
-    /// @param durations  the milliseconds of each frame; read for the call only.
+    /// @param durations  the milliseconds of each frame; read for the call only. Null means no frames.
     void initializeWithVariableTimeFrames(unsigned count, const unsigned* durations);
 
     /// Returns the frame that is shown at @p time, counted in milliseconds from the start of the first one:

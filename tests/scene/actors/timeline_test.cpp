@@ -33,6 +33,15 @@ TEST(Timeline, OfFramesWithoutDurationTheFirstAfterFrameZeroIsFound) {
     EXPECT_EQ(timeline.frameFromTime(1), 2);
 }
 
+TEST(Timeline, WithoutDurationsThereAreNoFrames) {
+    Timeline timeline;
+    timeline.initializeWithConstantTimeFrames(3, 10);
+    timeline.initializeWithVariableTimeFrames(3, nullptr);
+    EXPECT_EQ(timeline.getNumberOfFrames(), 0u);
+    EXPECT_EQ(timeline.frameFromTime(5), -1);
+    EXPECT_EQ(timeline.timeFromFrame(1), 0u);
+}
+
 TEST(Timeline, LongTimesSaturate) {
     Timeline timeline;
     timeline.initializeWithConstantTimeFrames(4'000'000'000u, 4'000'000'000u);
