@@ -38,7 +38,8 @@ class QEL_API RendererSoftware : public Renderer {
 public:
     /// Creates a renderer without a target.
     /// @param outer  a renderer whose stacks of clips and colours this one uses, and to which new textures
-    ///               belong; it must outlive this one. Null: this renderer itself.
+    ///               belong; it must outlive this one. Draw dashed lines and polygons by the outer renderer,
+    ///               which reduces them to operations of this one. Null: this renderer itself.
     explicit RendererSoftware(Renderer* outer = nullptr);
     ~RendererSoftware() override;
 

@@ -11,18 +11,18 @@
 
 namespace qel {
 
-/// What a camera is created with. Only the cameras of a platform read the fields other than framesPerSecond.
+/// The settings with which a camera is created. Only cameras of a platform read more than framesPerSecond.
 class QEL_API CameraParameters {
 public:
-    String name;              ///< the camera, as its CameraMetadata names it
-    IVec2<int> resolution;    ///< wanted size of frames in pixels; 0 for the camera's own
-    int framesPerSecond = 25; ///< wanted rate; below 1 counts as 1
+    String name;              ///< name of the camera in its CameraMetadata
+    IVec2<int> resolution;    ///< wanted size of frames in pixels; 0 for the size that the camera prefers
+    int framesPerSecond = 25; ///< wanted frames per second; values below 1 count as 1
 };
 
-/// What a host's list of cameras states about each.
+/// An entry of a host's list of cameras.
 class QEL_API CameraMetadata {
 public:
-    String name; ///< the camera, for CameraParameters
+    String name; ///< name of the camera, to be passed in CameraParameters
 };
 
 /// When the flash fires.
@@ -50,51 +50,52 @@ class QEL_API Camera : public Object {
     QEL_CLASS(Camera, Object)
 
 public:
-    /// What control() does. Other values have no effect.
+    /// The commands of control(). Other values have no effect.
     enum class Command : int {
-        Start = 0,              ///< frames begin
-        Stop = 1,               ///< frames end; none follows
+        Start = 0,              ///< starts the frames
+        Stop = 1,               ///< stops the frames; none follows
         LockExposure = 2,       ///< exposureMode becomes Locked
         UnlockExposure = 3,     ///< exposureMode becomes Auto
         LockWhiteBalance = 4,   ///< whiteBalanceMode becomes Locked
         UnlockWhiteBalance = 5, ///< whiteBalanceMode becomes Auto
-        TakePhoto = 8,          ///< photoSignal follows
+        TakePhoto = 8,          ///< emits photoSignal when the photo is taken
         FlashOn = 9,            ///< flashMode becomes On
         FlashOff = 10,          ///< flashMode becomes Off
         FlashAuto = 11,         ///< flashMode becomes Auto
     };
 
-    /// Keeps @p cameraParameters.
+    /// Stores a copy of @p cameraParameters.
     explicit Camera(const CameraParameters& cameraParameters) : parameters(cameraParameters) {}
 
-    /// Returns the number of photos that were asked for and have not arrived.
+    /// Returns the number of photos that were requested and have not arrived.
     virtual int getNumPendingPhotos() { return pendingPhotos; }
-    /// Returns the quarter turns by which frames are to be shown.
+    /// Returns the number of quarter turns by which frames must be rotated.
     virtual int getRotation() { return 0; }
-    /// Returns whether the camera has a flash.
+    /// Returns true if the camera has a flash.
     virtual bool hasFlash() { return false; }
-    /// Returns whether focusPoint() has an effect.
+    /// Returns true if focusPoint() has an effect.
     virtual bool hasTapToFocus() { return false; }
-    /// Returns whether the exposure can be locked.
+    /// Returns true if the exposure can be locked.
     virtual bool hasExposureLock() { return false; }
-    /// Returns whether the white balance can be locked.
+    /// Returns true if the white balance can be locked.
     virtual bool hasWhiteBalanceLock() { return false; }
-    /// Returns whether the camera zooms.
+    /// Returns true if the camera can zoom.
     virtual bool hasZoomFactors() { return false; }
-    /// Returns whether frames are to be shown mirrored.
+    /// Returns true if frames must be mirrored.
     virtual bool requiresMirror() { return false; }
-    /// Returns whether the camera can deliver frames.
+    /// Returns true if the camera can deliver frames.
     virtual bool isValid() const = 0;
     /// Sets the modes; starting, stopping and photos are left to derived classes.
     virtual void control(Command command);
     /// Focuses on a point of the frame, 0 to 1 in both directions; does nothing here.
     virtual void focusPoint(const IVec2<float>& point);
 
-    Signal<void(unsigned, SmartPointer<Image>)> frameSignal;    ///< a frame, and milliseconds between two
-    Signal<void(SmartPointer<Image>)> photoSignal;              ///< a photo
-    CameraParameters parameters;                                ///< as given to the constructor
-    FlashMode flashMode = FlashMode::Off;                       ///< set by control()
-    ExposureMode exposureMode = ExposureMode::Auto;             ///< set by control()
+    Signal<void(unsigned, SmartPointer<Image>)>
+        frameSignal;                                ///< the milliseconds between two frames, and a frame
+    Signal<void(SmartPointer<Image>)> photoSignal;  ///< a photo
+    CameraParameters parameters;                    ///< as given to the constructor
+    FlashMode flashMode = FlashMode::Off;           ///< set by control()
+    ExposureMode exposureMode = ExposureMode::Auto; ///< set by control()
     WhiteBalanceMode whiteBalanceMode = WhiteBalanceMode::Auto; ///< set by control()
     int pendingPhotos = 0;                                      ///< see getNumPendingPhotos()
 };
