@@ -483,6 +483,7 @@ TEST_F(VolumeLoaderTest, ReadsVoxelsThroughAFunction) {
         EXPECT_EQ(loader.getScaleBias(), IVec2<float>(1, 1)) << failing;
     }
     EXPECT_FALSE(loader.loadFromReader(RGBA8, {1, 1, 1}, {}, {}, read));
+    EXPECT_FALSE(loader.loadFromReader(Flt32, {1, 1, 1}, {}, {}, nullptr));
 }
 
 } // namespace

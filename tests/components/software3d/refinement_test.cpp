@@ -422,6 +422,36 @@ TEST_F(RefinementTest, ManyMaterialsStayRefined) {
     EXPECT_TRUE(scene->renderer->isRefined());
 }
 
+TEST_F(RefinementTest, APictureReplacesThoseOfOtherSizes) {
+    drawRefined();
+    const int before = gate.getPassed();
+    scene->lookFrom({1.5f, 1.2f, -0.7f});
+    drawRefined();
+    const int rows = gate.getPassed() - before;
+    const auto expectFewRows = [&](int most, const std::function<void(int)>& setWidth) {
+        gate.close();
+        for (int width = 129; width >= 70; --width) {
+            setWidth(width);
+            draw();
+        }
+        const int passed = gate.getPassed();
+        gate.open();
+        scene->renderer->waitRefined();
+        EXPECT_LE(gate.getPassed() - passed, most);
+        EXPECT_EQ(draw(), drawPlainly());
+    };
+    expectFewRows(2 * rows, [&](int width) {
+        scene->target->initialize(BGRA8, {width, 54});
+        scene->renderer->setRenderTarget(scene->target.get());
+    });
+    expectFewRows(30 * rows, [&, base = configure](int width) {
+        configure = [=](SoftwareRenderer3D& renderer) {
+            base(renderer);
+            renderer.setViewport3D({0, 0, width, 50});
+        };
+    });
+}
+
 TEST_F(RefinementTest, OneActorMayBeDrawnSeveralTimes) {
     operations = [this](SoftwareRenderer3D& renderer) {
         for (const float x : {0.0f, 0.4f, 0.8f}) {

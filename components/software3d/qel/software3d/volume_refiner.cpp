@@ -13,6 +13,9 @@ namespace {
 /// parts of a window may be frames of their own.
 constexpr uint64 kFramesKept = 64;
 constexpr uint64 kFramesKeptPerView = 4;
+/// A view that has not been drawn for this number of frames shows its actor in another viewport, so that a
+/// pane that changes its size has few views.
+constexpr uint64 kFramesUntilReuse = 16;
 /// The most pictures of an actor in a viewport; if it is drawn more often in a frame, they stay coarse.
 constexpr size_t kMostViewsOfActor = 16;
 
@@ -29,6 +32,11 @@ ByteKey keyOf(const VolumeDraw& draw, const IVec4<int>& area) {
         for (int row = 0; row < 4; ++row) key.add(matrix->row(row));
     for (const IVec4<double>& plane : draw.planes) key.add(plane);
     return key;
+}
+
+/// Returns a viewport; the whole target is the same one whatever its size.
+IVec4<int> placeOf(const IVec4<int>& viewport, const Image& target) {
+    return viewport == IVec4<int>(0, 0, target.getWidth(), target.getHeight()) ? IVec4<int>() : viewport;
 }
 
 } // namespace
@@ -67,7 +75,7 @@ void VolumeRefiner::draw(const void* actor, VolumeDraw& draw, Image& target, con
     const IVec4<int> area = coveredArea(draw);
     if (area.x >= area.z || area.y >= area.w) return;
     ByteKey key = keyOf(draw, area);
-    View& view = viewFor(actor, draw.view.viewport, key, depth);
+    View& view = viewFor(actor, placeOf(draw.view.viewport, target), key, depth);
     view.lastFrame = m_frame;
     if (!view.shows(key, depth)) {
         view.key = std::move(key);
@@ -77,20 +85,27 @@ void VolumeRefiner::draw(const void* actor, VolumeDraw& draw, Image& target, con
     view.picture.draw(target, draw.view.tint);
 }
 
-/// Returns the view that shows what is to be drawn; otherwise one of the same actor that was not drawn in
-/// this frame, which is a new one if all were.
+/// Returns the view that shows what is to be drawn. Otherwise, returns the oldest view of the actor in the
+/// same viewport that was not drawn in this frame, one of another viewport that has not been drawn for some
+/// frames, or a new one.
 VolumeRefiner::View& VolumeRefiner::viewFor(const void* actor, const IVec4<int>& viewport, const ByteKey& key,
                                             const DepthBuffer& depth) {
+    View* same = nullptr;
     View* other = nullptr;
     size_t count = 0;
     for (const auto& view : m_views) {
-        if (view->actor != actor || view->viewport != viewport) continue;
-        if (view->shows(key, depth)) return *view;
-        if (other == nullptr || view->lastFrame < other->lastFrame) other = view.get();
-        ++count;
+        if (view->actor != actor) continue;
+        const bool isSame = view->viewport == viewport;
+        if (isSame && view->shows(key, depth)) return *view;
+        View*& oldest = isSame ? same : other;
+        if (oldest == nullptr || view->lastFrame < oldest->lastFrame) oldest = view.get();
+        count += isSame;
     }
-    const bool isFree = other != nullptr && (other->lastFrame != m_frame || count >= kMostViewsOfActor);
-    return isFree ? *other : *m_views.emplace_back(std::make_unique<View>(View{actor, viewport}));
+    if (same != nullptr && (same->lastFrame != m_frame || count >= kMostViewsOfActor)) return *same;
+    if (other == nullptr || m_frame - other->lastFrame < kFramesUntilReuse)
+        return *m_views.emplace_back(std::make_unique<View>(View{actor, viewport}));
+    other->viewport = viewport;
+    return *other;
 }
 
 void VolumeRefiner::restart(View& view, VolumeDraw& draw) {
