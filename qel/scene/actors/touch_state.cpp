@@ -51,6 +51,12 @@ void appendSamples(Vector<TouchSample>& samples, const Vector<TouchSample>& furt
     samples.insert(samples.end(), further.begin(), further.begin() + static_cast<std::ptrdiff_t>(count));
 }
 
+/// Returns true if @p predicate accepts @p value. An empty predicate accepts nothing.
+template <typename Value>
+bool holds(const std::function<bool(const Value&)>& predicate, const Value& value) {
+    return predicate && predicate(value);
+}
+
 /// Adds a later report of the same touch.
 void join(RawTouch& touch, const RawTouch& later) {
     touch.position = later.position;
@@ -172,26 +178,27 @@ bool TouchState::canBeClaimed(const TouchButton& touch) const {
                        [&](const Rect& clip) { return contains(clip, touch.getPosition()); });
 }
 
-/// Returns the first touch that @p accepts. A predicate may call this object.
+/// Returns the first touch that @p accepts. A predicate may call this object, which may end touches.
 template <typename Accepts>
-TouchButton* TouchState::find(const Accepts& accepts) const {
+SmartPointer<TouchButton> TouchState::find(const Accepts& accepts) const {
     for (size_t i = 0; i < m_active.size(); ++i) {
         const SmartPointer<TouchButton> touch = m_active[i];
-        if (touch && accepts(*touch)) return touch.get();
+        if (touch && accepts(*touch)) return touch;
     }
     return nullptr;
 }
 
 template <typename Accepts>
-TouchButton* TouchState::findBegin(const Accepts& accepts) const {
+SmartPointer<TouchButton> TouchState::findBegin(const Accepts& accepts) const {
     return find([&](const TouchButton& touch) { return canBeClaimed(touch) && accepts(touch); });
 }
 
 template <typename Accepts>
 TouchButton* TouchState::claim(Object* owner, const Accepts& accepts) {
-    TouchButton* const touch = owner != nullptr ? findBegin(accepts) : nullptr;
-    if (touch != nullptr) touch->setNewOwner(owner);
-    return touch;
+    if (owner == nullptr) return nullptr;
+    const SmartPointer<TouchButton> touch = findBegin(accepts);
+    if (touch) touch->setNewOwner(owner);
+    return touch.get();
 }
 
 TouchButton* TouchState::acquireBegin(Object* owner, const IVec2<float>& center, float radius, uint32 mask) {
@@ -212,7 +219,7 @@ TouchButton* TouchState::acquireBegin(Object* owner, const Rect& rect, uint32 ma
 }
 
 TouchButton* TouchState::acquireBegin(Object* owner, const TouchPredicate& predicate) {
-    return claim(owner, predicate);
+    return claim(owner, [&](const TouchButton& touch) { return holds(predicate, touch); });
 }
 
 TouchButton* TouchState::acquireBegin(Object* owner, uint32 mask) {
@@ -220,31 +227,35 @@ TouchButton* TouchState::acquireBegin(Object* owner, uint32 mask) {
 }
 
 TouchButton* TouchState::checkBegin(const Rect& rect, uint32 mask) {
-    return findBegin(
-        [&](const TouchButton& touch) { return touch.hasFlag(mask) && contains(rect, touch.getPosition()); });
+    return findBegin([&](const TouchButton& touch) {
+               return touch.hasFlag(mask) && contains(rect, touch.getPosition());
+           })
+        .get();
 }
 
 TouchButton* TouchState::checkBegin(const PositionPredicate& predicate, uint32 mask) {
-    return findBegin(
-        [&](const TouchButton& touch) { return touch.hasFlag(mask) && predicate(touch.getPosition()); });
+    return findBegin([&](const TouchButton& touch) {
+               return touch.hasFlag(mask) && holds(predicate, touch.getPosition());
+           })
+        .get();
 }
 
 TouchButton* TouchState::checkBegin(const TouchPredicate& predicate) {
-    return findBegin(predicate);
+    return findBegin([&](const TouchButton& touch) { return holds(predicate, touch); }).get();
 }
 
 TouchButton* TouchState::checkBegin(uint32 mask) {
-    return findBegin([mask](const TouchButton& touch) { return touch.hasFlag(mask); });
+    return findBegin([mask](const TouchButton& touch) { return touch.hasFlag(mask); }).get();
 }
 
 // --- iterating --------------------------------------------------------------------------------------
 
 template <typename Accepts>
 TouchButton* TouchState::iterate(const Accepts& accepts) {
-    TouchButton* const touch =
+    const SmartPointer<TouchButton> touch =
         find([&](const TouchButton& each) { return !each.m_iterated && accepts(each); });
-    if (touch != nullptr) touch->m_iterated = true;
-    return touch;
+    if (touch) touch->m_iterated = true;
+    return touch.get();
 }
 
 TouchButton* TouchState::iterateBegin() {
@@ -266,7 +277,8 @@ TouchButton* TouchState::iterateOwned(const Object* owner, const Rect& rect) {
 }
 
 TouchButton* TouchState::iterateOwned(const Object* owner, const TouchPredicate& predicate) {
-    return iterate([&](const TouchButton& touch) { return touch.isOwnedBy(owner) && predicate(touch); });
+    return iterate(
+        [&](const TouchButton& touch) { return touch.isOwnedBy(owner) && holds(predicate, touch); });
 }
 
 TouchButton* TouchState::iterateOwnedEnd(const Object* owner) {
@@ -281,7 +293,7 @@ TouchButton* TouchState::iterateOwnedEnd(const Object* owner, const Rect& rect) 
 
 TouchButton* TouchState::iterateOwnedEnd(const Object* owner, const TouchPredicate& predicate) {
     return iterate([&](const TouchButton& touch) {
-        return touch.isOwnedBy(owner) && touch.isEnd() && predicate(touch);
+        return touch.isOwnedBy(owner) && touch.isEnd() && holds(predicate, touch);
     });
 }
 
@@ -296,13 +308,14 @@ void TouchState::clearIterated() {
 // --- asking -----------------------------------------------------------------------------------------
 
 TouchButton* TouchState::getFirstOwned(const Object* owner) {
-    return find([owner](const TouchButton& touch) { return touch.isOwnedBy(owner); });
+    return find([owner](const TouchButton& touch) { return touch.isOwnedBy(owner); }).get();
 }
 
 TouchButton* TouchState::getFirstOwned(const Object* owner, const Rect& rect) {
     return find([&](const TouchButton& touch) {
-        return touch.isOwnedBy(owner) && !touch.m_iterated && contains(rect, touch.getPosition());
-    });
+               return touch.isOwnedBy(owner) && !touch.m_iterated && contains(rect, touch.getPosition());
+           })
+        .get();
 }
 
 void TouchState::transferOwner(const Object* from, Object* to) {

@@ -24,7 +24,8 @@ namespace qel {
 /// widgets run and processedTick() after them; nothing else calls these two.
 ///
 /// Touches that are returned stay valid until the next call of prepareNewTouches(); keep a reference to use
-/// them for longer. A null owner claims and matches nothing. Rectangles include their edges.
+/// them for longer. A null owner and an empty predicate claim and match nothing. Rectangles include their
+/// edges.
 /// @threads main thread, except pushRawTouchList(). System must exist.
 class QEL_API TouchState : public Object {
     QEL_CLASS(TouchState, Object)
@@ -161,9 +162,9 @@ private:
     void forgetOldTouches(uint32 now);
     bool canBeClaimed(const TouchButton& touch) const;
     template <typename Accepts>
-    TouchButton* find(const Accepts& accepts) const;
+    SmartPointer<TouchButton> find(const Accepts& accepts) const;
     template <typename Accepts>
-    TouchButton* findBegin(const Accepts& accepts) const;
+    SmartPointer<TouchButton> findBegin(const Accepts& accepts) const;
     template <typename Accepts>
     TouchButton* claim(Object* owner, const Accepts& accepts);
     template <typename Accepts>

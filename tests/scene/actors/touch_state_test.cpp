@@ -49,6 +49,30 @@ protected:
     Widget other;
 };
 
+// --- predicates -------------------------------------------------------------------------------------
+
+TEST_F(TouchTest, EmptyPredicatesAcceptNothing) {
+    report({at(10, 20)});
+    EXPECT_EQ(state().acquireBegin(&widget, TouchState::TouchPredicate()), nullptr);
+    EXPECT_EQ(state().checkBegin(TouchState::TouchPredicate()), nullptr);
+    EXPECT_EQ(state().checkBegin(TouchState::PositionPredicate(), kAll), nullptr);
+    ASSERT_NE(state().acquireBegin(&widget, kAll), nullptr);
+    EXPECT_EQ(state().iterateOwned(&widget, TouchState::TouchPredicate()), nullptr);
+    report({});
+    EXPECT_EQ(state().iterateOwnedEnd(&widget, TouchState::TouchPredicate()), nullptr);
+}
+
+TEST_F(TouchTest, APredicateMayEndTheTouchThatItAccepts) {
+    report({at(10, 20)});
+    state().acquireBegin(&widget, [this](const TouchButton&) {
+        frame({});
+        wait(2000);
+        frame({});
+        return true;
+    });
+    EXPECT_TRUE(state().getAllTouches().empty());
+}
+
 // --- frames -----------------------------------------------------------------------------------------
 
 TEST_F(TouchTest, ATouchBeginsMovesAndEnds) {
