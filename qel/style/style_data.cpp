@@ -133,7 +133,8 @@ bool StyleData::getTranslation(String& out, const ClassChain& classChain, const 
     const StyleAnswer& answer =
         Private::ask(this, {StyleGetter::Translation, classChain, property, id, pseudoElement, className});
     if (answer.result == StyleAnswer::Result::None) return false;
-    out = tr(pathOf(answer, internal::kTranslationScheme));
+    const String key(pathOf(answer, internal::kTranslationScheme)); // a provider may replace the stylesheet
+    out = tr(key.c_str());
     return true;
 }
 

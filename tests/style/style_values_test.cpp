@@ -1,6 +1,9 @@
 // How the values of declarations are read.
 #include "style_fixture.h"
 
+#include <qel/plugins/resource_locator.h>
+#include <qel/plugins/resource_provider.h>
+
 #include <limits>
 
 namespace qel {
@@ -119,6 +122,32 @@ TEST_F(StyleValues, UrlsAreTexts) {
     EXPECT_EQ(url(*parsed(invalid)), "a\uFFFDb\u00E9");
     for (const char* css : {"a", "'a'", "url(a) b", "url('a' b)", "url(a)url(b)", "src(a)", ""})
         EXPECT_EQ(url(*parsed(std::string("Button{width:") + css + "}")), std::nullopt) << css;
+}
+
+/// Empties a stylesheet when it is asked for a translation.
+class EmptyingProvider : public ResourceProvider {
+public:
+    explicit EmptyingProvider(StyleData* data) : m_data(data) {}
+    bool hasResource(SmartCStr name) override {
+        if (name.view().starts_with("tr-")) m_data->loadFromMemory({});
+        return false;
+    }
+    bool loadResource(SmartCStr name, Buffer&) override { return hasResource(name); }
+
+private:
+    SmartPointer<StyleData> m_data;
+};
+
+TEST_F(StyleValues, TheStylesheetMayBeReplacedDuringATranslation) {
+    LogCapture log;
+    const SmartPointer<StyleData> data = parsed("Button { label: url(tr://a-key-that-needs-memory) }");
+    const SmartPointer<ResourceProvider> provider(new EmptyingProvider(data.get()));
+    system().getResourceLocator()->addResourceProvider(provider.get());
+    String text = "before";
+    EXPECT_TRUE(data->getTranslation(text, kButton, "label", nullptr, nullptr, nullptr));
+    EXPECT_EQ(text, "NOTR:a-key-that-needs-memory");
+    log.expect(2, "[TR] missing translation of 'a-key-that-needs-memory'");
+    system().getResourceLocator()->removeResourceProvider(provider.get());
 }
 
 } // namespace
