@@ -187,9 +187,11 @@ void Window::stopTextInput() {
 
 void Window::setTextInputRect(const qel::Rect& rect) {
     const float scale = pixelsPerUnit();
-    const qel::IVec4<int> edges =
-        qel::Rect(rect.x0 / scale, rect.y0 / scale, rect.x1 / scale, rect.y1 / scale).roundNearestAsInt();
-    const SDL_Rect area{edges.x, edges.y, edges.z - edges.x, edges.w - edges.y};
+    // Width and height instead of two edges, whose difference may not be an int.
+    const qel::IVec4<int> place =
+        qel::Rect(rect.x0 / scale, rect.y0 / scale, rect.getWidth() / scale, rect.getHeight() / scale)
+            .roundNearestAsInt();
+    const SDL_Rect area{place.x, place.y, place.z, place.w};
     SDL_SetTextInputRect(&area);
 }
 

@@ -9,6 +9,7 @@
 
 #include <SDL.h>
 
+#include <cmath>
 #include <memory>
 
 namespace qelwindow {
@@ -87,6 +88,13 @@ TEST(WindowTest, TextThatIsDroppedIsFreed) {
     SDL_PushEvent(&dropped);
     for (WindowEvent event; window->waitForEvent(event, 0);)
         EXPECT_NE(event.kind, WindowEvent::Kind::Dropped);
+}
+
+TEST(WindowTest, TextInputMayBeAnywhere) {
+    std::string problem;
+    const std::unique_ptr<Window> window = Window::open(Window::Place::Memory, "test", {20, 10}, problem);
+    ASSERT_TRUE(window) << problem;
+    window->setTextInputRect({-1e30f, NAN, 1e30f, 5}); // the sanitizers watch
 }
 
 TEST(KeyNamesTest, NamesLeadBackToTheKeys) {
