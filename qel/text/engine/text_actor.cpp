@@ -142,6 +142,10 @@ void TextActor::keepLines() {
     if (!m_unloadAlarm) {
         m_unloadAlarm = new Alarm;
         m_unloadAlarm->trigger.connect(this, &TextActor::unload);
+    }
+    // It is not scheduled in a new System.
+    if (!m_unloadAlarm->isScheduled() && m_system.get() != system()) {
+        m_system = system();
         system()->signalFreeCaches.connect(this, &TextActor::unload);
     }
     m_unloadAlarm->scheduleInSeconds(kUnloadSeconds);

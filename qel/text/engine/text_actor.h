@@ -8,6 +8,7 @@
 #include <qel/foundation/base/smart_pointer.h>
 #include <qel/foundation/base/string.h>
 #include <qel/foundation/base/types.h>
+#include <qel/foundation/base/weak_pointer.h>
 #include <qel/platform/api.h>
 #include <qel/render/texture_part.h>
 #include <qel/scene/actors/actor.h>
@@ -35,6 +36,7 @@ class Alarm;
 class AnimColor;
 class Renderer;
 class Sprite;
+class System;
 
 namespace internal {
 class TextBusy;
@@ -353,6 +355,7 @@ private:
     float m_softClipFade = 0;
     std::unique_ptr<internal::TextLines> m_lines;
     SmartPointer<Alarm> m_unloadAlarm;
+    WeakPointer<System> m_system; ///< whose caches the lines belong to
 };
 
 } // namespace qel

@@ -176,6 +176,15 @@ TEST_F(TextActorTest, FreeingCachesFreesTheLines) {
     EXPECT_EQ(text->getActualSize(), IVec2<int>(18, 10));
 }
 
+TEST_F(TextActorTest, TextListensToANewSystem) {
+    layOut("abc");
+    System::deinitialize();
+    System::initialize({});
+    layOut("abcd");
+    system().signalFreeCaches();
+    EXPECT_EQ(text->getLineCount(), 0u);
+}
+
 TEST_F(TextActorTest, LinesOutliveThePagesOfTheFont) {
     layOut("abc");
     const WeakPointer<Sprite> page(font->getPage(0));
