@@ -39,6 +39,13 @@ float stepFraction(uint32 elapsedMs) {
     return static_cast<float>(std::ldexp(std::round(std::ldexp(t, 20)), -20));
 }
 
+/// Returns the colour that has covered a part of the way from @p a to @p b.
+IVec4<float> between(const IVec4<float>& a, const IVec4<float>& b, float part) {
+    IVec4<float> color;
+    for (int i = 0; i < 4; ++i) color[i] = a[i] + (b[i] - a[i]) * part;
+    return color;
+}
+
 constexpr float kArrivedDistance = 1.0f / 1024;
 
 } // namespace
@@ -87,17 +94,12 @@ void AnimColor::animate() {
     if (now == m_lastTick) return;
     const uint32 elapsed = now - std::exchange(m_lastTick, now);
     if (m_done) return;
+    const IVec4<float> next = between(m_current, m_wanted, stepFraction(elapsed));
     const float delta = distance(m_wanted, m_current);
-    if (delta < kArrivedDistance || !std::isfinite(delta)) {
-        changeCurColor(m_wanted);
-        m_done = true;
-        return;
-    }
-    system->disableLowPowerModeShortly();
-    const float t = stepFraction(elapsed);
-    IVec4<float> next;
-    for (int i = 0; i < 4; ++i) next[i] = m_current[i] + (m_wanted[i] - m_current[i]) * t;
-    changeCurColor(next);
+    // Large channels may be so far apart that a step is lost in rounding.
+    m_done = delta < kArrivedDistance || !std::isfinite(delta) || next == m_current;
+    if (!m_done) system->disableLowPowerModeShortly();
+    changeCurColor(m_done ? m_wanted : next);
 }
 
 uint32 AnimColor::queryGadgetNotificationMask() {

@@ -136,6 +136,14 @@ TEST_F(AnimColorTest, AColorThatIsNotFiniteArrivesAtOnce) {
     EXPECT_EQ(color.getColor(), kBlack);
 }
 
+TEST_F(AnimColorTest, LargeColorsArriveInSpiteOfTheirRounding) {
+    const IVec4<float> far(1e30f, -1e20f, 12345.678f, 1);
+    color.setColor(far);
+    runFrames(1000);
+    EXPECT_FALSE(color.isAnimating());
+    EXPECT_EQ(color.getColor(), far);
+}
+
 TEST_F(AnimColorTest, ClampedAlphaReachesBothEnds) {
     AnimColor plain;
     EXPECT_EQ(plain.getClampedAlpha(), 1);
