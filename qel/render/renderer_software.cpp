@@ -58,13 +58,7 @@ Image* RendererSoftware::getRenderTarget() const {
 }
 
 IVec2<int> RendererSoftware::getRenderTargetSize() {
-    return targetSize();
-}
-
-/// Returns the size of the target; in a frame that at its start.
-const IVec2<int>& RendererSoftware::targetSize() const {
-    if (!m_data->isInFrame) m_data->surface = Surface::of(m_data->target.get());
-    return m_data->surface.size;
+    return m_data->targetSize();
 }
 
 // A target that was initialised again in the frame has other pixels, to which the recorded areas do not
@@ -114,12 +108,12 @@ bool RendererSoftware::isTintVisible() const {
 
 /// Returns the pixels of @p area inside the clip and the target.
 IVec4<int> RendererSoftware::visible(const IVec4<int>& area) const {
-    const IVec2<int>& size = targetSize();
+    const IVec2<int>& size = m_data->targetSize();
     return internal::intersect(internal::intersect(area, m_stacks->getClip()), {0, 0, size.x, size.y});
 }
 
 void RendererSoftware::clearInternal(const IVec4<float>& color) {
-    const IVec2<int>& size = targetSize();
+    const IVec2<int>& size = m_data->targetSize();
     const IVec4<int> area(0, 0, size.x, size.y);
     if (!internal::isEmpty(area)) record<internal::ClearCommand>(area, color);
 }

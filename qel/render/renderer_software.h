@@ -102,7 +102,6 @@ public:
 
 private:
     const IVec4<float>& tint() const;
-    const IVec2<int>& targetSize() const;
     bool isTintVisible() const;
     IVec4<int> visible(const IVec4<int>& area) const;
     template <typename Command, typename... Args>

@@ -18,6 +18,12 @@ struct RendererSoftwareData {
     Surface surface; ///< the target at the start of the frame
     CommandList commands;
     bool isInFrame = false;
+
+    /// Returns the size of the target; in a frame that at its start.
+    const IVec2<int>& targetSize() {
+        if (!isInFrame) surface = Surface::of(target.get());
+        return surface.size;
+    }
 };
 
 /// What all draws of a texture need.
