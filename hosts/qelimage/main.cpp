@@ -25,7 +25,7 @@ constexpr Command kCommands[] = {
 constexpr int kWarning = 2; // levels of the log
 
 void writeLogLine(const qel::logging::ConsoleLine& line) {
-    if (line.level >= kWarning) complain(std::string(line.text));
+    if (line.level >= kWarning) complain(printable(line.text)); // may contain names of files
 }
 
 int runCommand(const Options& options) {

@@ -17,6 +17,10 @@ namespace {
 
 constexpr qel::uint64 kMostPixels = 1 << 26; // of a picture that is decoded for a thumbnail
 
+std::string countOfFiles(size_t count) {
+    return std::to_string(count) + (count == 1 ? " file" : " files");
+}
+
 /// Draws the pages of a folder's contact sheet, one after the other.
 class SheetMaker {
 public:
@@ -46,7 +50,7 @@ private:
         const auto names = std::span(m_list.names).subspan(first, std::min(kTilesPerPage, total - first));
         const LibraryOutput quiet(LibraryOutput::To::Nowhere); // the sheet shows what could not be decoded
         std::vector<Tile> tiles = loadTiles(m_list.folder, names, [&](size_t done) {
-            m_bar.show("reading " + std::to_string(total) + " files",
+            m_bar.show("reading " + countOfFiles(total),
                        static_cast<double>(first + done) / static_cast<double>(total));
         });
         m_bar.clear();
@@ -70,7 +74,7 @@ private:
     }
     std::string titleOf(size_t page) const {
         const std::string folder = m_list.folder.substr(0, m_list.folder.size() - 1);
-        const std::string title = folder + ": " + std::to_string(m_list.names.size()) + " files";
+        const std::string title = folder + ": " + countOfFiles(m_list.names.size());
         if (countPages() == 1) return title;
         return title + ", page " + std::to_string(page) + " of " + std::to_string(countPages());
     }

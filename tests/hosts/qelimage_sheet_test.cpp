@@ -14,7 +14,7 @@ class QelimageSheet : public QelimageFixture {
 protected:
     /// Draws the sheet of the folder "in". @return its picture.
     Image drawSheet() {
-        EXPECT_EQ(run({"sheet", "in", "sheet.png"}), (HostRun{0, "", "reading 1 files\n"}));
+        EXPECT_EQ(run({"sheet", "in", "sheet.png"}), (HostRun{0, "", "reading 1 file\n"}));
         return load("sheet.png");
     }
     /// Returns the colour at a place of the only tile's stage, from its left top corner.
@@ -79,7 +79,7 @@ TEST_F(QelimageSheet, PipesAndDevicesAreLeftOut) {
     folder.write("in/text", "hello");
     std::filesystem::create_symlink("/dev/zero", folder.path("in/zero"));
     EXPECT_EQ(shell("mkfifo in/pipe && ln -s pipe in/link && qelimage sheet in sheet.png"),
-              (HostRun{0, "", "reading 1 files\n"}));
+              (HostRun{0, "", "reading 1 file\n"}));
 }
 
 TEST_F(QelimageSheet, TheSheetsOwnPagesAreLeftOut) {

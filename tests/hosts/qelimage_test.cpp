@@ -53,6 +53,8 @@ TEST_F(Qelimage, ControlCharactersInNamesAreNotPrinted) {
     const std::string name = "a\xC2\x9B\x7F\x1B\xC2\xA0\xC2";
     folder.write(name, "hello");
     EXPECT_EQ(run({"info", name}).out, "a???\xC2\xA0\xC2: unknown type, 5 bytes\n");
+    EXPECT_EQ(run({"samples", name + "/x\x1B"}).error,
+              "qelimage: [ERROR] failed to create directory 'a???\xC2\xA0\xC2'\n");
 }
 
 TEST_F(Qelimage, PipesAreReadToTheirEnd) {
