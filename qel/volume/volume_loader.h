@@ -35,10 +35,12 @@ class QEL_API VolumeLoader : public Object {
     QEL_CLASS(VolumeLoader, Object)
 
 public:
-    /// Receives the finished share of a load, 0 to 1, after each piece. @return false to end the load.
+    /// Receives the finished share of a load, 0 to 1, after each piece. Must not throw. @return false to end
+    /// the load.
     using Progress = std::function<bool(float share)>;
 
-    /// Copies @p size bytes of voxels, from @p offset on, to @p out. @return false to end the load.
+    /// Copies @p size bytes of voxels, from @p offset on, to @p out. Must not throw. @return false to end the
+    /// load.
     using ReadVoxels = std::function<bool(uint64 offset, void* out, size_t size)>;
 
     /// The most bytes of a file that may be missing.
@@ -67,8 +69,8 @@ public:
     bool loadFromVoxels(FormatID format, const IVec3<int>& size, const Float3x3& directions,
                         const IVec3<float>& origin, const Buffer& voxels);
     /// Loads voxels as loadFromVoxels() does, but reads them twice in pieces, so that they need not be in
-    /// memory. @return false also if @p read returned false; the texture and the scale and bias are then
-    /// unchanged.
+    /// memory. @return false also if @p read is empty or returned false; the texture and the scale and bias
+    /// are then unchanged.
     /// @threads @p read is called by all workers, several at once.
     bool loadFromReader(FormatID format, const IVec3<int>& size, const Float3x3& directions,
                         const IVec3<float>& origin, const ReadVoxels& read);
