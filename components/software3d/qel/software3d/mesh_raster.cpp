@@ -90,6 +90,8 @@ Corner between(const Corner& inside, const Corner& outside, int plane) {
 void clipPolygon(Vector<Corner>& polygon) {
     Vector<Corner> cut;
     for (int plane = 0; plane < 6; ++plane) {
+        const auto isWithin = [plane](const Corner& corner) { return insideOf(corner.clip, plane) >= 0; };
+        if (std::all_of(polygon.begin(), polygon.end(), isWithin)) continue; // as most triangles are
         cut.clear();
         for (size_t i = 0; i < polygon.size(); ++i) {
             const Corner& here = polygon[i];
