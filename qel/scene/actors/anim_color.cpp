@@ -85,7 +85,8 @@ const IVec4<float>& AnimColor::getColor() {
 }
 
 float AnimColor::getClampedAlpha() {
-    return std::clamp((getAlpha() - 0.0019607844f) / 0.9960784f, 0.0f, 1.0f);
+    const float alpha = (getAlpha() - 0.0019607844f) / 0.9960784f;
+    return alpha > 0 ? std::min(alpha, 1.0f) : 0.0f; // 0 for NaN
 }
 
 void AnimColor::animate() {

@@ -154,6 +154,9 @@ TEST_F(AnimColorTest, ClampedAlphaReachesBothEnds) {
     plain.setOpaque(false);
     EXPECT_EQ(plain.getWantAlpha(), 0);
     EXPECT_FALSE(plain.wantsOpaque());
+    AnimColor invalid;
+    invalid.setAlpha(NAN);
+    EXPECT_EQ(invalid.getClampedAlpha(), 0);
 }
 
 } // namespace
