@@ -12,6 +12,7 @@
 #include <qel/system/tasks/main_pool.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace qelwindow {
 
@@ -57,23 +58,33 @@ void FrameLoop::runFor(qel::uint32 milliseconds) {
 }
 
 void FrameLoop::pass(int longestWaitMs) {
-    waitForEvents(longestWaitMs);
+    WindowEvent event;
+    const bool hasEvent = waitForFirstEvent(event, longestWaitMs);
+    const qel::int64 start = qel::Clock::current().steadyNanoseconds();
+    if (hasEvent) handleEvents(event);
     system().processEvents(0);
     passOnTouches();
     if (m_isResizing && system().getTime() - m_resizeTime >= kResizeEndMs) finishResize();
     if (m_isVisible && isFrameWanted()) drawFrame();
+    ++m_passCount;
+    m_longestPassNs = std::max(m_longestPassNs, qel::Clock::current().steadyNanoseconds() - start);
 }
 
-/// Handles all events that are there. Waits for the first one, longer each time nothing has happened.
-void FrameLoop::waitForEvents(int longestWaitMs) {
-    WindowEvent event;
-    if (!waitForEvent(event, timeToWait(longestWaitMs))) {
-        m_idleWaitMs = std::min(m_idleWaitMs + 1, kLongestWaitMs);
-        return;
-    }
-    m_idleWaitMs = 0;
-    do handle(event);
-    while (m_window.waitForEvent(event, 0));
+double FrameLoop::takeLongestPassMs() {
+    return static_cast<double>(std::exchange(m_longestPassNs, 0)) / 1e6;
+}
+
+/// Waits for an event, longer each time nothing has happened.
+bool FrameLoop::waitForFirstEvent(WindowEvent& event, int longestWaitMs) {
+    const bool hasEvent = waitForEvent(event, timeToWait(longestWaitMs));
+    m_idleWaitMs = hasEvent ? 0 : std::min(m_idleWaitMs + 1, kLongestWaitMs);
+    return hasEvent;
+}
+
+/// Handles an event and all others that are there.
+void FrameLoop::handleEvents(WindowEvent first) {
+    do handle(first);
+    while (m_window.waitForEvent(first, 0));
 }
 
 /// Waits for an event on the clock of System, which may be virtual.

@@ -48,11 +48,17 @@ public:
     bool isVisible() const { return m_isVisible; }
     /// Returns the number of frames drawn so far.
     unsigned getFrameCount() const { return m_frameCount; }
+    /// Returns the number of passes so far.
+    unsigned getPassCount() const { return m_passCount; }
+    /// Returns the milliseconds that the longest pass since the last call took, without the time in which it
+    /// waited for an event.
+    double takeLongestPassMs();
 
 private:
     static constexpr int kLongestWaitMs = 250;
 
-    void waitForEvents(int longestWaitMs);
+    bool waitForFirstEvent(WindowEvent& event, int longestWaitMs);
+    void handleEvents(WindowEvent first);
     bool waitForEvent(WindowEvent& event, int timeoutMs);
     int timeToWait(int longestWaitMs) const;
     void handle(const WindowEvent& event);
@@ -76,6 +82,8 @@ private:
     qel::uint32 m_resizeTime = 0;
     qel::uint32 m_frameTime = 0;
     unsigned m_frameCount = 0;
+    unsigned m_passCount = 0;
+    qel::int64 m_longestPassNs = 0;
 };
 
 } // namespace qelwindow

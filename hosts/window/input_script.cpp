@@ -206,9 +206,11 @@ std::string InputScript::frame(const Command& command) {
 std::string InputScript::state(const Command&) {
     const qel::IVec2<int> size = m_window.getSize();
     const bool isTyping = qel::Object::system()->getKeyboardReceiver() != nullptr;
+    const auto longest = std::to_string(std::lround(m_loop.takeLongestPassMs()));
     qelhosts::print("frames=" + std::to_string(m_loop.getFrameCount()) + " size=" + std::to_string(size.x) +
                     "x" + std::to_string(size.y) + " typing=" + (isTyping ? "1" : "0") +
-                    " visible=" + (m_loop.isVisible() ? "1" : "0") + "\n");
+                    " visible=" + (m_loop.isVisible() ? "1" : "0") + " passes=" +
+                    std::to_string(m_loop.getPassCount()) + " longest=" + longest + "\n");
     return {};
 }
 

@@ -27,7 +27,7 @@ namespace qelwindow {
 /// | `minimize`, `restore` | the window is minimised and shown again |
 /// | `wait MILLISECONDS` | time passes |
 /// | `frame FILE` | a frame is drawn and written to a PNG file |
-/// | `state` | a line about the window is printed, such as "frames=3 size=900x600 typing=0 visible=1" |
+/// | `state` | a line about the window is printed, as docs/screens.md describes |
 /// | `close` | the window is closed |
 class InputScript {
 public:
