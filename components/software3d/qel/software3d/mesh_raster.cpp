@@ -30,6 +30,11 @@ struct ScreenCorner {
     IVec3<double> normal; ///< divided by w
 };
 
+/// Pixels of a row.
+struct Span {
+    int begin, end;
+};
+
 struct ScreenTriangle {
     ScreenCorner corners[3];
     double area; ///< positive
@@ -221,22 +226,34 @@ private:
         const int top = std::max(pixels(std::min({a.y, b.y, c.y})), rowBegin);
         const int bottom = std::min(pixels(std::max({a.y, b.y, c.y})) + 1, rowEnd);
         for (int y = top; y < bottom; ++y) {
-            for (int x = left; x < right; ++x) {
-                const int64 px = x * kSubpixels + kSubpixels / 2, py = y * kSubpixels + kSubpixels / 2;
-                const int64 atA = edge(b, c, px, py), atB = edge(c, a, px, py), atC = edge(a, b, px, py);
-                if (isInside(b, c, atA) && isInside(c, a, atB) && isInside(a, b, atC))
-                    shadePixel(triangle, x, y, atA, atB, atC);
+            const int64 py = centreOf(y);
+            Span span{left, right};
+            limit(span, b, c, py);
+            limit(span, c, a, py);
+            limit(span, a, b, py);
+            for (int x = span.begin; x < span.end; ++x) {
+                const int64 px = centreOf(x);
+                shadePixel(triangle, x, y, edge(b, c, px, py), edge(c, a, px, py), edge(a, b, px, py));
             }
         }
     }
 
+    static int64 centreOf(int pixel) { return pixel * kSubpixels + kSubpixels / 2; }
+    /// Limits @p span to the pixels of a row whose centres are inside of an edge.
+    static void limit(Span& span, const ScreenCorner& from, const ScreenCorner& to, int64 y) {
+        const bool isLeftOrUpper = to.y < from.y || (to.y == from.y && to.x > from.x);
+        // A centre is inside if first + step * (pixels from the first) >= 0.
+        const int64 first = edge(from, to, centreOf(span.begin), y) - (isLeftOrUpper ? 0 : 1);
+        const int64 step = (from.y - to.y) * kSubpixels;
+        const int64 count = span.end - span.begin;
+        if (first < 0)
+            span.begin += static_cast<int>(step > 0 ? std::min((step - 1 - first) / step, count) : count);
+        else if (step < 0)
+            span.end = span.begin + static_cast<int>(std::min(first / -step + 1, count));
+    }
     /// Returns a number that is 0 on an edge and negative outside.
     static int64 edge(const ScreenCorner& from, const ScreenCorner& to, int64 x, int64 y) {
         return (to.x - from.x) * (y - from.y) - (to.y - from.y) * (x - from.x);
-    }
-    static bool isInside(const ScreenCorner& from, const ScreenCorner& to, int64 at) {
-        const bool isLeftOrUpper = to.y < from.y || (to.y == from.y && to.x > from.x);
-        return at > 0 || (at == 0 && isLeftOrUpper);
     }
 
     /// Draws a pixel of a triangle. @param atA  and so on: the weights of the corners, whose sum is the area.
