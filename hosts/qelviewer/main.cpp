@@ -40,7 +40,7 @@ int show(const Options& options, Window& window) {
     const qel::SmartPointer<Viewer> viewer(
         new Viewer(options, qelwidgets::resourceFolders(options.resources)));
     qelwindow::FrameLoop loop(window, *viewer);
-    viewer->connect(loop.getTheme(), [&loop](const std::string& path) { return loop.saveFrame(path); });
+    viewer->connect(loop.getTheme(), [&loop](qel::Image& picture) { return loop.copyFrame(picture); });
     loop.getTheme().setUserScale(static_cast<float>(options.scalePercent) / 100);
     viewer->adapt();
     viewer->setProgressive(window.isOnDisplay());

@@ -7,6 +7,7 @@
 
 #include <qel/render/renderer.h>
 #include <qel/scene/actors/touch_state.h>
+#include <qel/system/core/system.h>
 
 #include <algorithm>
 #include <cmath>
@@ -32,7 +33,13 @@ float startOf(float begin, float end, float length, double center) {
 } // namespace
 
 SlicePane::SlicePane(Plane plane, ViewState& state)
-    : m_plane(plane), m_state(state), m_overlay(plane, state) {}
+    : m_plane(plane),
+      m_state(state),
+      m_overlay(plane, state),
+      m_loader([this](const SliceKey& key, qel::Image&& voxels) {
+          show(key, std::move(voxels));
+          system()->delegateRequestFrame();
+      }) {}
 
 bool SlicePane::takeDoubleTap() {
     return std::exchange(m_wasDoubleTap, false);
@@ -51,13 +58,27 @@ qel::Rect SlicePane::pictureFor(const qel::Rect& place) const {
     return {left, top, left + width, top + height};
 }
 
+/// Reads the slice, or requests it and keeps another slice of the same volume meanwhile.
 void SlicePane::updateTexture(qel::Renderer& renderer) {
-    const int slice = m_state.frame(m_plane).sliceOf(m_state.cross);
-    if (m_texture && m_textureStudy == m_state.study && m_textureSlice == slice) return;
+    const SliceFrame& frame = m_state.frame(m_plane);
+    const SliceKey key{m_state.study, frame.sliceOf(m_state.cross)};
     if (!m_texture) m_texture = renderer.createTexture();
-    m_texture->upload(sliceImage(*m_state.study->volume, m_state.frame(m_plane), slice), false);
-    m_textureStudy = m_state.study;
-    m_textureSlice = slice;
+    if (key == m_shown) return m_loader.cancel();
+    if (m_isProgressive && !SliceLoader::isQuick(frame)) {
+        if (m_shown.study != m_state.study) m_shown = {};
+        return m_loader.request(key, frame);
+    }
+    show(key, sliceImage(*key.study->volume, frame, key.slice));
+}
+
+void SlicePane::clear() {
+    m_loader.cancel();
+    m_shown = {};
+}
+
+void SlicePane::show(const SliceKey& key, qel::Image&& voxels) {
+    m_texture->upload(std::move(voxels), false);
+    m_shown = key;
 }
 
 void SlicePane::draw(qel::Renderer& renderer, const qel::Rect& place) {
@@ -73,7 +94,9 @@ void SlicePane::draw(qel::Renderer& renderer, const qel::Rect& place) {
         return static_cast<float>(std::clamp(number, -kFarthestNumber, kFarthestNumber));
     };
     const qel::IVec2<float> window(stored(m_state.window.lower()), stored(m_state.window.upper()));
-    renderer.drawTextureScaledLookupInternal(m_texture.get(), {0, 0, 1, 1}, m_picture, 0, window, nullptr);
+    if (m_shown.study)
+        renderer.drawTextureScaledLookupInternal(m_texture.get(), {0, 0, 1, 1}, m_picture, 0, window,
+                                                 nullptr);
     m_overlay.draw(renderer, place, m_picture);
     renderer.popClip();
 }

@@ -1,6 +1,7 @@
 // SlicePane: shows the slice of one plane through the crosshair.
 #pragma once
 
+#include "slice_loader.h"
 #include "slice_overlay.h"
 #include "view_state.h"
 
@@ -21,8 +22,8 @@ class TouchState;
 
 namespace qelviewer {
 
-/// A pane with a slice. The slice is read from the volume when it changes; each frame draws it through the
-/// window of values.
+/// A pane with a slice. The slice is read from the volume when it changes, on a worker if that takes long; each
+/// frame draws it through the window of values.
 /// @threads main thread.
 class SlicePane : public qel::Object {
     QEL_CLASS(SlicePane, qel::Object)
@@ -31,6 +32,11 @@ public:
     /// @param state  must outlive this object.
     SlicePane(Plane plane, ViewState& state);
 
+    /// Sets whether slices that take long to read may appear later than the frame that shows them first. Off
+    /// initially.
+    void setProgressive(bool isOn) { m_isProgressive = isOn; }
+    /// Forgets the slice, so that its volume can be destroyed.
+    void clear();
     /// Takes over the theme and the language.
     void restyle(const qelwidgets::Look& look) { m_overlay.restyle(look); }
     /// Draws the slice with what is marked in it.
@@ -48,6 +54,7 @@ public:
 
 private:
     void updateTexture(qel::Renderer& renderer);
+    void show(const SliceKey& key, qel::Image&& voxels);
     qel::Rect pictureFor(const qel::Rect& place) const;
     qel::IVec3<double> nearestVoxel(const qel::IVec2<float>& point) const;
     void follow(const qel::TouchButton& touch);
@@ -60,11 +67,12 @@ private:
     ViewState& m_state;
     SliceOverlay m_overlay;
     qel::SmartPointer<qel::Texture> m_texture;
-    std::shared_ptr<const Study> m_textureStudy; ///< of the texture
-    int m_textureSlice = -1;                     ///< of the texture
+    SliceKey m_shown; ///< the slice in the texture
     qel::Rect m_place;
     qel::Rect m_picture; ///< the whole slice in pixels; larger than the place if it is enlarged
     bool m_wasDoubleTap = false;
+    bool m_isProgressive = false;
+    SliceLoader m_loader; ///< the last member, because its worker must stop first
 };
 
 } // namespace qelviewer

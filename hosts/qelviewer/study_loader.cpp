@@ -18,13 +18,6 @@ namespace qelviewer {
 namespace {
 
 constexpr int kHistogramBins = 1024;
-constexpr qel::TaskQueue::Type kQueueType = qel::TaskQueue::kIOBit | 0x41; // serial, beside all processors
-
-template <class Run>
-void pushTo(qel::TaskQueue& queue, const Run& run) {
-    queue.pushTask(new qel::TaskQueue::LambdaNoContextTask<Run>(run), 0);
-}
-
 /// Computes the sample volume if it does not exist. @return what went wrong; empty on success.
 std::string provideSample(const std::string& path, LoadProgress& progress) {
     if (qel::File::existsFile(path)) return {};
@@ -36,8 +29,8 @@ std::string provideSample(const std::string& path, LoadProgress& progress) {
 
 } // namespace
 
-/// Shared by the main thread and the worker, which writes the study and the problem before it pushes the task
-/// that ends the request.
+/// Shared by the main thread and the worker, which writes the study and the problem before the main thread
+/// reads them.
 struct StudyLoader::Job {
     std::string path;
     bool isSample = false;
@@ -72,7 +65,7 @@ struct StudyLoader::Job {
 };
 
 StudyLoader::StudyLoader(qel::Renderer3D* renderer, Finished finished)
-    : m_renderer(renderer), m_finished(std::move(finished)), m_queue(kQueueType) {}
+    : m_renderer(renderer), m_finished(std::move(finished)) {}
 
 StudyLoader::~StudyLoader() {
     cancel();
@@ -92,16 +85,13 @@ void StudyLoader::start(const std::string& path, bool isSample) {
     m_job->isSample = isSample;
     m_job->renderer = m_renderer;
     m_job->owner = this;
-    const auto finish = [job = m_job] {
-        if (!job->owner) return;
-        StudyLoader& owner = *job->owner;
-        owner.m_job = nullptr;
-        owner.m_finished(job->study, job->problem);
-    };
-    pushTo(m_queue, [job = m_job, finish] {
-        job->run();
-        pushTo(*qel::Object::system()->getGlobalMainQueue(), finish);
-    });
+    m_queue.push([job = m_job] { job->run(); },
+                 [job = m_job] {
+                     if (!job->owner) return;
+                     StudyLoader& owner = *job->owner;
+                     owner.m_job = nullptr;
+                     owner.m_finished(std::move(job->study), job->problem);
+                 });
 }
 
 float StudyLoader::getShare() const {

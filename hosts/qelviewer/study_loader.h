@@ -1,11 +1,10 @@
 // StudyLoader: loads volumes in the background.
 #pragma once
 
+#include "background_queue.h"
 #include "study.h"
 
 #include <hosts/qelviewer/volume/load_progress.h>
-
-#include <qel/system/tasks/task_queue.h>
 
 #include <functional>
 #include <memory>
@@ -40,7 +39,7 @@ public:
     /// Returns the share of the work that is done, from 0 to 1.
     float getShare() const;
     /// Returns true until the worker has stopped. The next pass of System then finishes the request.
-    bool isRunning() const { return !m_queue.empty(); }
+    bool isRunning() const { return m_queue.isRunning(); }
 
 private:
     struct Job;
@@ -51,7 +50,7 @@ private:
     qel::Renderer3D* const m_renderer;
     const Finished m_finished;
     std::shared_ptr<Job> m_job;
-    qel::TaskQueue m_queue;
+    BackgroundQueue m_queue;
 };
 
 } // namespace qelviewer

@@ -5,11 +5,9 @@
 #include <hosts/widgets/fallback_fonts.h>
 #include <hosts/window/pointers.h>
 
-#include <qel/files/file.h>
 #include <qel/scene/actors/touch_state.h>
 #include <qel/system/core/system.h>
 
-#include <cstdio>
 #include <utility>
 
 namespace qelviewer {
@@ -19,7 +17,6 @@ namespace {
 constexpr float kScaleStep = 1.25f;
 constexpr float kZoomStep = 1.25f;
 constexpr int kManySlices = 10;
-constexpr int kMostScreenshots = 9999;
 
 } // namespace
 
@@ -69,6 +66,8 @@ Viewer::Viewer(const Options& options, const std::vector<std::string>& resourceF
       m_header(
           new TableCard("viewer-card-header",
                         [this] { return m_state.study ? headerRows(*m_state.study) : TableCard::Rows(); })),
+      m_screenshots(
+          [this](const std::string& path, const std::string& problem) { showSaved(path, problem); }),
       m_loader(m_scene.getRenderer(), [this](std::shared_ptr<const Study> study, const std::string& problem) {
           finishLoading(std::move(study), problem);
       }) {
@@ -84,9 +83,15 @@ ToolbarActions Viewer::toolbarActions() {
             [this] { saveScreenshot(); }, [this] { switchLanguage(); }, [this] { m_help.toggle(); }};
 }
 
-void Viewer::connect(qelwindow::DisplayTheme& theme, SaveFrame saveFrame) {
+void Viewer::connect(qelwindow::DisplayTheme& theme, CopyFrame copyFrame) {
     m_theme = &theme;
-    m_saveFrame = std::move(saveFrame);
+    m_copyFrame = std::move(copyFrame);
+}
+
+void Viewer::setProgressive(bool isOn) {
+    m_isProgressive = isOn;
+    m_scene.getRenderer()->setProgressive(isOn);
+    for (const auto& pane : m_slices) pane->setProgressive(isOn);
 }
 
 // --- files -------------------------------------------------------------------------------------------------
@@ -109,6 +114,8 @@ void Viewer::finishLoading(std::shared_ptr<const Study> study, const std::string
     system()->delegateRequestFrame();
     if (!study) return;
     const bool isFirst = !m_state.study;
+    if (!isFirst) m_replaced.push_back(m_state.study);
+    for (const auto& pane : m_slices) pane->clear();
     m_state.setStudy(std::move(study));
     if (isFirst && m_hasFirstWindow) m_state.window = m_firstWindow;
     m_scene.setStudy(*m_state.study);
@@ -136,18 +143,26 @@ void Viewer::stepMaterial() {
     chooseMaterial((m_state.material + 1) % m_materials.size());
 }
 
-/// Saves a picture under the first free name in the working folder.
+/// Destroys volumes that are no longer shown on a worker, because returning their memory takes long.
+void Viewer::freeReplaced() {
+    std::erase_if(m_replaced, [this](std::shared_ptr<const Study>& study) {
+        if (study.use_count() > 1 || study->volume->getReferenceCount() > 1) return false;
+        m_freeing.push([freed = std::move(study)] {});
+        return true;
+    });
+}
+
 void Viewer::saveScreenshot() {
-    if (!m_saveFrame) return;
-    std::string path;
-    for (int i = 1; i <= kMostScreenshots && (path.empty() || qel::File::existsFile(path)); ++i) {
-        char name[32];
-        std::snprintf(name, sizeof(name), "qelviewer-%04d.png", i);
-        path = name;
-    }
-    const std::string problem = m_saveFrame(path);
+    qel::Image picture;
+    if (!m_copyFrame || !m_copyFrame(picture)) return;
+    m_screenshots.write(std::move(picture));
+    if (!m_isProgressive) m_screenshots.wait();
+}
+
+void Viewer::showSaved(const std::string& path, const std::string& problem) {
     const std::string saved = std::string(tr("viewer-saved")) + " " + path;
     m_status.setMessage(problem.empty() ? saved : problem, !problem.empty());
+    system()->delegateRequestFrame();
 }
 
 // --- look --------------------------------------------------------------------------------------------------

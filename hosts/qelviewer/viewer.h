@@ -5,6 +5,7 @@
 #include "material_list.h"
 #include "panel.h"
 #include "panel_cards.h"
+#include "screenshot_writer.h"
 #include "slice_pane.h"
 #include "status_bar.h"
 #include "study_loader.h"
@@ -28,16 +29,16 @@ class Viewer : public qel::Object, public qelwindow::Screen {
     QEL_CLASS(Viewer, qel::Object)
 
 public:
-    /// Writes a picture of the window to a PNG file. @return what went wrong; empty on success.
-    using SaveFrame = std::function<std::string(const std::string& path)>;
+    /// Copies a picture of the window. @return false if there is none at the moment.
+    using CopyFrame = std::function<bool(qel::Image& picture)>;
 
     /// Creates the panes. @param options  the first settings.
     Viewer(const Options& options, const std::vector<std::string>& resourceFolders);
 
     /// Sets what the viewer needs of the loop that shows it. @param theme  must outlive this object.
-    void connect(qelwindow::DisplayTheme& theme, SaveFrame saveFrame);
-    /// Lets the volume be coarse while it moves.
-    void setProgressive(bool isOn) { m_scene.getRenderer()->setProgressive(isOn); }
+    void connect(qelwindow::DisplayTheme& theme, CopyFrame copyFrame);
+    /// Lets the volume be coarse while it moves, and slices and saved pictures appear later.
+    void setProgressive(bool isOn);
     /// Starts to load the file of the options, or the sample volume.
     void loadFirst(const Options& options);
     /// Returns true while a worker loads. The next pass of System after its end shows the volume.
@@ -69,6 +70,8 @@ private:
     void choosePanes();
     void chooseMaterial(size_t index);
     void saveScreenshot();
+    void showSaved(const std::string& path, const std::string& problem);
+    void freeReplaced();
     void switchLanguage();
     void changeScale(float factor);
     void stepMaterial();
@@ -102,12 +105,16 @@ private:
     Labels m_labels;
     qelwidgets::Look m_look;
     qelwindow::DisplayTheme* m_theme = nullptr;
-    SaveFrame m_saveFrame;
+    CopyFrame m_copyFrame;
     Page m_page = Page::All;
     int m_alone = -1; ///< the pane that fills the window: 0 to 2 a slice, 3 the volume; -1 for none
     int m_active = 0; ///< the slice that the keys scroll
     std::optional<qel::IVec2<float>> m_pointer; ///< the place of the mouse or a finger
     std::string m_problem;
+    bool m_isProgressive = false;
+    std::vector<std::shared_ptr<const Study>> m_replaced; ///< volumes that may still be in use
+    BackgroundQueue m_freeing;                            ///< destroys them
+    ScreenshotWriter m_screenshots;
     StudyLoader m_loader; ///< the last member, because its worker must stop first
 };
 

@@ -50,6 +50,7 @@ PanePlaces placesFor(Page page, int alone, const qel::Rect& place) {
 void Viewer::draw(qel::Renderer& renderer) {
     const auto width = static_cast<float>(system()->getFramebufferWidth());
     const auto height = static_cast<float>(system()->getFramebufferHeight());
+    freeReplaced();
     renderer.clear(m_look.background);
     const float bar = m_look.buttonHeight + std::floor(m_look.space);
     const float status = std::floor(m_look.buttonHeight * kStatusHeight);

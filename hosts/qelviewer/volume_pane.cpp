@@ -26,6 +26,7 @@ constexpr qelwidgets::Color kNearColor{0.98f, 0.85f, 0.45f, 1};
 constexpr qelwidgets::Color kFarColor{0.98f, 0.85f, 0.45f, 0.4f};
 constexpr float kTurn = 3.5f; // radians for a drag across the whole pane
 constexpr float kWheelZoom = 1.15f;
+constexpr qel::uint32 kRefinementMs = 50; // at least between two pictures that are refined
 
 } // namespace
 
@@ -55,12 +56,16 @@ VolumePane::Key VolumePane::currentKey(const qel::IVec2<int>& size) const {
             m_state.isShaded};
 }
 
-/// Draws the picture if it has changed or can be refined.
+/// Draws the picture if it has changed or can be refined. Few refined pictures are shown before the exact one,
+/// because drawing them delays it.
 void VolumePane::updateTexture(qel::Renderer& renderer, const qel::IVec2<int>& size) {
     const Key key = currentKey(size);
     const bool hasChanged = !m_texture || m_isOutdated || !(key == m_key);
     if (!hasChanged && m_isExact) return;
     const qel::SoftwareRenderer3D& volumes = *m_scene.getRenderer();
+    const qel::uint32 now = system()->getTime();
+    if (!hasChanged && !volumes.isRefined() && now - m_drawnAt < kRefinementMs) return;
+    m_drawnAt = now;
     m_isExact = !volumes.isProgressive() || (!hasChanged && volumes.isRefined());
     m_isOutdated = false;
     m_key = key;

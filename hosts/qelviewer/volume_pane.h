@@ -65,7 +65,8 @@ private:
     qel::SmartPointer<qel::Texture> m_texture;
     Key m_key;
     bool m_isOutdated = true;
-    bool m_isExact = false; ///< the picture is not a coarse one
+    bool m_isExact = false;    ///< the picture is not a coarse one
+    qel::uint32 m_drawnAt = 0; ///< System::getTime() of the picture
     bool m_wasDoubleTap = false;
     qel::Rect m_place;
 };

@@ -1,11 +1,9 @@
 #include <hosts/window/frame_loop.h>
 
-#include <hosts/shared/file_replacement.h>
+#include <hosts/window/picture_file.h>
 #include <hosts/window/text_receiver.h>
 #include <hosts/window/touch_lists.h>
 
-#include <qel/foundation/base/buffer.h>
-#include <qel/platform/system_error.h>
 #include <qel/scene/actors/touch_state.h>
 #include <qel/system/core/clock.h>
 #include <qel/system/core/system.h>
@@ -208,13 +206,13 @@ bool FrameLoop::drawFrame() {
 
 std::string FrameLoop::saveFrame(const std::string& path) {
     if (!drawFrame()) return "there is no picture for '" + path + "'";
-    const qel::Image& frame = *m_renderer->getRenderTarget();
-    qel::Image picture(qel::RGB8, frame.getSize());
-    qel::Buffer bytes;
-    if (!picture.convertFrom(frame) || !picture.saveToMemory(bytes, qel::Image::Encoding::Png))
-        return "cannot encode '" + path + "'";
-    const auto error = qelhosts::replaceFile(path, bytes);
-    return error ? "cannot write '" + path + "': " + qel::platform::errorText(error.value()) : std::string();
+    return writePicture(*m_renderer->getRenderTarget(), path);
+}
+
+bool FrameLoop::copyFrame(qel::Image& picture) {
+    if (!drawFrame()) return false;
+    picture = *m_renderer->getRenderTarget();
+    return true;
 }
 
 } // namespace qelwindow

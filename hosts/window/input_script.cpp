@@ -62,8 +62,8 @@ const InputScript::Row InputScript::kRows[] = {
     {"key", 0, true, &InputScript::key},          {"text", 0, true, &InputScript::text},
     {"size", 2, false, &InputScript::resize},     {"minimize", 0, false, &InputScript::minimize},
     {"restore", 0, false, &InputScript::restore}, {"wait", 1, false, &InputScript::wait},
-    {"frame", 0, true, &InputScript::frame},      {"state", 0, false, &InputScript::state},
-    {"close", 0, false, &InputScript::close}};
+    {"drop", 0, true, &InputScript::drop},        {"frame", 0, true, &InputScript::frame},
+    {"state", 0, false, &InputScript::state},     {"close", 0, false, &InputScript::close}};
 
 std::string InputScript::run() {
     std::string line;
@@ -198,6 +198,14 @@ std::string InputScript::wait(const Command& command) {
     return {};
 }
 
+std::string InputScript::drop(const Command& command) {
+    SDL_Event event{};
+    event.type = SDL_DROPFILE;
+    event.drop.file = SDL_strdup(std::string(command.rest).c_str());
+    push(event);
+    return {};
+}
+
 std::string InputScript::frame(const Command& command) {
     m_loop.pass(0);
     return m_loop.saveFrame(std::string(command.tail));
@@ -209,8 +217,8 @@ std::string InputScript::state(const Command&) {
     const auto longest = std::to_string(std::lround(m_loop.takeLongestPassMs()));
     qelhosts::print("frames=" + std::to_string(m_loop.getFrameCount()) + " size=" + std::to_string(size.x) +
                     "x" + std::to_string(size.y) + " typing=" + (isTyping ? "1" : "0") +
-                    " visible=" + (m_loop.isVisible() ? "1" : "0") + " passes=" +
-                    std::to_string(m_loop.getPassCount()) + " longest=" + longest + "\n");
+                    " visible=" + (m_loop.isVisible() ? "1" : "0") +
+                    " passes=" + std::to_string(m_loop.getPassCount()) + " longest=" + longest + "\n");
     return {};
 }
 

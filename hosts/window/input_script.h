@@ -26,6 +26,7 @@ namespace qelwindow {
 /// | `size WIDTH HEIGHT` | the window is resized |
 /// | `minimize`, `restore` | the window is minimised and shown again |
 /// | `wait MILLISECONDS` | time passes |
+/// | `drop FILE` | a file or folder is dropped onto the window |
 /// | `frame FILE` | a frame is drawn and written to a PNG file |
 /// | `state` | a line about the window is printed, as docs/screens.md describes |
 /// | `close` | the window is closed |
@@ -71,6 +72,7 @@ private:
     std::string minimize(const Command& command);
     std::string restore(const Command& command);
     std::string wait(const Command& command);
+    std::string drop(const Command& command);
     std::string frame(const Command& command);
     std::string state(const Command& command);
     std::string close(const Command& command);
