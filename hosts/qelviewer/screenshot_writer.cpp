@@ -23,13 +23,14 @@ bool isFree(const char* path) {
 
 /// A picture on its way to a file.
 struct Job {
-    qel::Image frame;
+    qel::Image picture;
     std::string path;
     std::string problem;
 
     void run() {
         path = findName();
-        problem = path.empty() ? "there is no free name for a picture" : qelwindow::writePicture(frame, path);
+        problem =
+            path.empty() ? "there is no free name for a picture" : qelwindow::writePicture(picture, path);
         if (!problem.empty()) qel::logging::warning() << problem.c_str();
     }
     static std::string findName() {
@@ -44,9 +45,9 @@ struct Job {
 
 } // namespace
 
-void ScreenshotWriter::write(qel::Image&& frame) {
+void ScreenshotWriter::write(qel::Image&& picture) {
     const auto job = std::make_shared<Job>();
-    job->frame = std::move(frame);
+    job->picture = std::move(picture);
     m_queue.push([job] { job->run(); }, [this, job] { m_finished(job->path, job->problem); });
 }
 

@@ -26,7 +26,7 @@ public:
     ~ScreenshotWriter() { m_queue.wait(); }
 
     /// Writes a picture. @errors are also logged, because the program may end meanwhile.
-    void write(qel::Image&& frame);
+    void write(qel::Image&& picture);
     /// Waits until all pictures are written. The next pass of System then reports them.
     void wait() { m_queue.wait(); }
 

@@ -205,14 +205,15 @@ bool FrameLoop::drawFrame() {
 }
 
 std::string FrameLoop::saveFrame(const std::string& path) {
-    if (!drawFrame()) return "there is no picture for '" + path + "'";
-    return writePicture(*m_renderer->getRenderTarget(), path);
+    qel::Image picture;
+    return copyFrame(picture) ? writePicture(picture, path) : "there is no picture for '" + path + "'";
 }
 
 bool FrameLoop::copyFrame(qel::Image& picture) {
     if (!drawFrame()) return false;
-    picture = *m_renderer->getRenderTarget();
-    return true;
+    const qel::Image& frame = *m_renderer->getRenderTarget();
+    picture.initialize(qel::RGB8, frame.getSize());
+    return picture.convertFrom(frame);
 }
 
 } // namespace qelwindow

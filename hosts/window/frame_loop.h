@@ -40,7 +40,7 @@ public:
     /// Draws a frame now and writes it to a PNG file, replacing an existing file.
     /// @return what went wrong; empty on success.
     std::string saveFrame(const std::string& path);
-    /// Draws a frame now and copies it. @return false if the window has no pixels at the moment.
+    /// Draws a frame now and copies it as RGB8. @return false if the window has no pixels at the moment.
     bool copyFrame(qel::Image& picture);
     /// Returns true if the window was closed or an interrupt has arrived.
     bool hasEnded() const;

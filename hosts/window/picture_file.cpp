@@ -7,11 +7,9 @@
 
 namespace qelwindow {
 
-std::string writePicture(const qel::Image& frame, const std::string& path) {
-    qel::Image picture(qel::RGB8, frame.getSize());
+std::string writePicture(const qel::Image& picture, const std::string& path) {
     qel::Buffer bytes;
-    if (!picture.convertFrom(frame) || !picture.saveToMemory(bytes, qel::Image::Encoding::Png))
-        return "cannot encode '" + path + "'";
+    if (!picture.saveToMemory(bytes, qel::Image::Encoding::Png)) return "cannot encode '" + path + "'";
     const auto error = qelhosts::replaceFile(path, bytes);
     return error ? "cannot write '" + path + "': " + qel::platform::errorText(error.value()) : std::string();
 }

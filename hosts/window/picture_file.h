@@ -1,4 +1,4 @@
-// Writes pictures of windows to files.
+// Writes pictures to files.
 #pragma once
 
 #include <qel/imaging/pixels/image.h>
@@ -7,9 +7,9 @@
 
 namespace qelwindow {
 
-/// Writes a frame to a PNG file without its alpha, replacing an existing file.
+/// Writes a picture to a PNG file, replacing an existing file.
 /// @return what went wrong; empty on success.
 /// @threads any.
-std::string writePicture(const qel::Image& frame, const std::string& path);
+std::string writePicture(const qel::Image& picture, const std::string& path);
 
 } // namespace qelwindow
