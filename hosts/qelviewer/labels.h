@@ -27,16 +27,21 @@ public:
         qel::TextAlign across = qel::TextAlign::Start; ///< in the place
         qel::TextAlign down = qel::TextAlign::Start;   ///< in the place
         qel::Font* font = nullptr;                     ///< null for the theme's small medium font
+        bool hasBackdrop = false;                      ///< what is behind the text is darkened
     };
 
     /// Begins a frame.
     void begin() { m_used = 0; }
     /// Draws a text into @p place. @return the width of the text in pixels.
     float draw(qel::Renderer& renderer, const std::string& text, const qel::Rect& place, const Style& style);
+    /// Returns the size of a text in pixels, which is the next to be drawn.
+    qel::IVec2<float> measure(const std::string& text, const Style& style);
     /// Forgets all actors, because the theme has changed.
     void clear() { m_actors.clear(); }
 
 private:
+    qel::TextActor& prepare(const std::string& text, const Style& style);
+
     std::vector<qel::SmartPointer<qel::TextActor>> m_actors;
     size_t m_used = 0;
 };

@@ -25,8 +25,10 @@ MaterialCard::MaterialCard(ViewState& state, MaterialList& materials, std::funct
 
 void MaterialCard::restyleContent() {
     qel::Font* const font = system()->getTheme()->smallMediumFont();
-    for (size_t i = 0; i < m_buttons.size(); ++i)
+    for (size_t i = 0; i < m_buttons.size(); ++i) {
+        m_buttons[i]->setAlign(qel::TextAlign::Start);
         m_buttons[i]->restyle(look(), m_materials.getTitle(i), font);
+    }
 }
 
 float MaterialCard::measureContent(float) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <hosts/widgets/card.h>
+#include <hosts/widgets/scroll.h>
 
 #include <qel/foundation/base/object.h>
 #include <qel/foundation/base/rect.h>
@@ -26,8 +27,7 @@ public:
 private:
     std::vector<qelwidgets::Card*> m_cards;
     qel::Rect m_place;
-    float m_scroll = 0;
-    float m_hidden = 0; ///< height of what does not fit
+    qelwidgets::Scroll m_scroll;
 };
 
 } // namespace qelviewer

@@ -33,6 +33,7 @@ void PresetCard::restyleContent() {
         const bool isPreset = i < windowPresets().size();
         const qel::String key = isPreset ? windowPresets()[i].key : "0";
         const qel::String name = tr(isPreset ? windowPresets()[i].text : "viewer-preset-full");
+        m_buttons[i]->setAlign(qel::TextAlign::Start);
         m_buttons[i]->restyle(look(), key + "  " + name, font);
     }
 }
@@ -45,7 +46,9 @@ float PresetCard::measureContent(float) {
 void PresetCard::drawContent(qel::Renderer& renderer, const qel::Rect& place) {
     const float height = look().buttonHeight * 0.75f;
     for (size_t i = 0; i < m_buttons.size(); ++i) {
+        const bool isAlone = i % kColumns == 0 && i + 1 == m_buttons.size();
         qel::Rect row = qelwidgets::columnOf(place, static_cast<int>(i % kColumns), kColumns, kGap);
+        if (isAlone) row.x1 = place.x1;
         const size_t line = i / kColumns;
         row.y0 = place.y0 + static_cast<float>(line) * (height + kGap);
         row.y1 = row.y0 + height;

@@ -92,22 +92,39 @@ void SliceOverlay::drawLetters(qel::Renderer& renderer) {
     const PlaneFrame::Letters& letters = frame().axes().letters;
     const qel::Rect inner = qelwidgets::inset(m_place, m_look.space / 2);
     qel::Font* const font = qel::Object::system()->getTheme()->mediumFont(qel::FontStyle::Bold);
-    m_labels.draw(renderer, letters.left, inner, {kLetterColor, TextAlign::Start, TextAlign::Center, font});
-    m_labels.draw(renderer, letters.right, inner, {kLetterColor, TextAlign::End, TextAlign::Center, font});
-    m_labels.draw(renderer, letters.top, inner, {kLetterColor, TextAlign::Center, TextAlign::Start, font});
-    m_labels.draw(renderer, letters.bottom, inner, {kLetterColor, TextAlign::Center, TextAlign::End, font});
+    m_labels.draw(renderer, letters.left, inner,
+                  {kLetterColor, TextAlign::Start, TextAlign::Center, font, true});
+    m_labels.draw(renderer, letters.right, inner,
+                  {kLetterColor, TextAlign::End, TextAlign::Center, font, true});
+    m_labels.draw(renderer, letters.top, inner,
+                  {kLetterColor, TextAlign::Center, TextAlign::Start, font, true});
+    m_labels.draw(renderer, letters.bottom, inner,
+                  {kLetterColor, TextAlign::Center, TextAlign::End, font, true});
 }
 
 void SliceOverlay::drawCorners(qel::Renderer& renderer) {
-    const qel::Rect inner = qelwidgets::inset(m_place, m_look.space / 2);
     const std::string slice =
         std::to_string(frame().sliceOf(m_state.cross) + 1) + " / " + std::to_string(frame().counts().z);
     const std::string window =
         std::string(qel::Object::tr("viewer-window-center")) + " " + formatShort(m_state.window.center, 2) +
         "   " + qel::Object::tr("viewer-window-width") + " " + formatShort(m_state.window.width, 2);
-    m_labels.draw(renderer, m_title, inner, {planeColor(m_plane)});
-    m_labels.draw(renderer, slice, inner, {kTextColor, TextAlign::End});
-    m_labels.draw(renderer, window, inner, {kTextColor, TextAlign::Start, TextAlign::End});
+    drawCorner(renderer, m_title, {planeColor(m_plane)});
+    drawCorner(renderer, slice, {kTextColor, TextAlign::End});
+    drawCorner(renderer, window, {kTextColor, TextAlign::Start, TextAlign::End});
+}
+
+/// Draws a text in a corner, one line further inside if it would meet the letter in the middle. It is left out
+/// of a narrow pane.
+void SliceOverlay::drawCorner(qel::Renderer& renderer, const std::string& text, Labels::Style style) {
+    qel::Rect inner = qelwidgets::inset(m_place, m_look.space / 2);
+    const qel::IVec2<float> size = m_labels.measure(text, style);
+    if (size.x > inner.getWidth()) return;
+    style.hasBackdrop = size.x + m_look.space * 2 > inner.getWidth() / 2;
+    if (style.hasBackdrop && style.down == TextAlign::End)
+        inner.y1 -= size.y;
+    else if (style.hasBackdrop)
+        inner.y0 += size.y;
+    m_labels.draw(renderer, text, inner, style);
 }
 
 /// Draws a line of a round length in millimetres, about a quarter of the pane long.

@@ -22,6 +22,7 @@ private:
     void drawCross(qel::Renderer& renderer);
     void drawLetters(qel::Renderer& renderer);
     void drawCorners(qel::Renderer& renderer);
+    void drawCorner(qel::Renderer& renderer, const std::string& text, Labels::Style style);
     void drawScale(qel::Renderer& renderer);
     void drawMeasurements(qel::Renderer& renderer);
     void drawMeasurement(qel::Renderer& renderer, const Measurement& measurement);

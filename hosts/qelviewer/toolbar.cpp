@@ -1,6 +1,7 @@
 #include "toolbar.h"
 
 #include <qel/render/renderer.h>
+#include <qel/scene/actors/touch_state.h>
 #include <qel/style/theme.h>
 #include <qel/system/core/system.h>
 
@@ -39,39 +40,56 @@ void Toolbar::restyle(const qelwidgets::Look& look) {
     for (size_t i = 0; i < m_buttons.size(); ++i) m_buttons[i]->restyle(look, tr(kTexts[i]), font);
 }
 
+float Toolbar::widthOf(size_t button) const {
+    return std::ceil(m_buttons[button]->getLabelWidth()) + 2 * std::floor(m_look.space);
+}
+
+/// Returns the width of buttons beside each other.
 float Toolbar::widthOf(size_t first, size_t count) const {
     float width = 0;
-    for (size_t i = first; i < first + count; ++i)
-        width += std::ceil(m_buttons[i]->getLabelWidth()) + 2 * std::floor(m_look.space) +
-                 std::floor(m_look.space / 4);
+    for (size_t i = first; i < first + count; ++i) width += widthOf(i) + std::floor(m_look.space / 4);
     return width;
 }
 
-float Toolbar::drawRow(qel::Renderer& renderer, size_t first, size_t count, float left,
-                       const qel::Rect& row) {
-    for (size_t i = first; i < first + count; ++i) {
-        const float width = std::ceil(m_buttons[i]->getLabelWidth()) + 2 * std::floor(m_look.space);
-        m_buttons[i]->draw(renderer, {left, row.y0, left + width, row.y1});
-        left += width + std::floor(m_look.space / 4);
+float Toolbar::layOut(float width) {
+    const float gap = std::floor(m_look.space / 2);
+    const float height = m_look.buttonHeight + std::floor(m_look.space) - 2 * gap;
+    const float end = width - gap;
+    qel::IVec2<float> at(gap, gap);
+    const auto breakRow = [&](float needed) {
+        if (at.x > gap && at.x + needed > end) at = {gap, at.y + height + gap};
+    };
+    m_places.clear();
+    for (const size_t count : {kPages, kTools, kOthers}) {
+        const size_t first = m_places.size();
+        const float needed = widthOf(first, count);
+        breakRow(needed);
+        if (first + count == m_buttons.size() && at.y == gap) at.x = std::max(at.x, end - needed);
+        for (size_t i = first; i < first + count; ++i) {
+            breakRow(widthOf(i));
+            m_places.emplace_back(at.x, at.y, at.x + widthOf(i), at.y + height);
+            at.x += widthOf(i) + std::floor(m_look.space / 4);
+        }
+        at.x += 2 * gap;
     }
-    return left;
+    return at.y + height + gap;
 }
 
 void Toolbar::draw(qel::Renderer& renderer, const qel::Rect& place, Page page, Tool tool) {
+    m_place = place;
     qelwidgets::drawRect(renderer, place, m_look.bar);
     qelwidgets::drawRect(renderer, {place.x0, place.y1 - 1, place.x1, place.y1}, m_look.line);
     for (size_t i = 0; i < kPages; ++i) m_buttons[i]->setSelected(i == static_cast<size_t>(page));
     for (size_t i = 0; i < kTools; ++i) m_buttons[kPages + i]->setSelected(i == static_cast<size_t>(tool));
-    const float gap = std::floor(m_look.space / 2);
-    const qel::Rect row = qelwidgets::inset(place, gap);
-    const float middle = drawRow(renderer, 0, kPages, row.x0, row) + 2 * gap;
-    const float end = drawRow(renderer, kPages, kTools, middle, row) + 2 * gap;
-    drawRow(renderer, kPages + kTools, kOthers, std::max(end, row.x1 - widthOf(kPages + kTools, kOthers)),
-            row);
+    renderer.pushClip(place.roundNearestAsInt());
+    for (size_t i = 0; i < m_places.size(); ++i) m_buttons[i]->draw(renderer, m_places[i]);
+    renderer.popClip();
 }
 
 void Toolbar::handleTouches(qel::TouchState& touches) {
+    touches.pushClip(m_place);
     for (const auto& button : m_buttons) button->handleTouches(touches);
+    touches.popClip();
 }
 
 } // namespace qelviewer

@@ -21,8 +21,8 @@ constexpr int kManySlices = 10;
 } // namespace
 
 const Viewer::KeyRow Viewer::kKeys[] = {
-    {"f1", [](Viewer& v) { v.m_help.toggle(); }},
-    {"h", [](Viewer& v) { v.m_help.toggle(); }},
+    {"f1", [](Viewer& v) { v.m_help->toggle(); }},
+    {"h", [](Viewer& v) { v.m_help->toggle(); }},
     {"f2", [](Viewer& v) { v.showPage(Page::Slices); }},
     {"f3", [](Viewer& v) { v.showPage(Page::Volume); }},
     {"f4", [](Viewer& v) { v.showPage(Page::All); }},
@@ -66,6 +66,7 @@ Viewer::Viewer(const Options& options, const std::vector<std::string>& resourceF
       m_header(
           new TableCard("viewer-card-header",
                         [this] { return m_state.study ? headerRows(*m_state.study) : TableCard::Rows(); })),
+      m_help(new HelpOverlay()),
       m_screenshots(
           [this](const std::string& path, const std::string& problem) { showSaved(path, problem); }),
       m_loader(m_scene.getRenderer(), [this](std::shared_ptr<const Study> study, const std::string& problem) {
@@ -80,7 +81,7 @@ Viewer::Viewer(const Options& options, const std::vector<std::string>& resourceF
 
 ToolbarActions Viewer::toolbarActions() {
     return {[this](Page page) { showPage(page); }, [this](Tool tool) { m_state.tool = tool; },
-            [this] { saveScreenshot(); }, [this] { switchLanguage(); }, [this] { m_help.toggle(); }};
+            [this] { saveScreenshot(); }, [this] { switchLanguage(); }, [this] { m_help->toggle(); }};
 }
 
 void Viewer::connect(qelwindow::DisplayTheme& theme, CopyFrame copyFrame) {
@@ -183,7 +184,7 @@ void Viewer::restyle() {
                                                   m_clip.get(), m_measurements.get(), m_header.get()})
         card->restyle(m_look);
     m_status.restyle(m_look);
-    m_help.restyle(m_look);
+    m_help->restyle(m_look);
     system()->delegateRequestFrame();
 }
 
@@ -220,8 +221,8 @@ void Viewer::choosePanes() {
 // --- input -------------------------------------------------------------------------------------------------
 
 bool Viewer::handleKey(const std::string& key) {
-    if (m_help.isOpen() && key != "l") {
-        m_help.close();
+    if (m_help->isOpen() && key != "l") {
+        m_help->handleKey(key);
         return true;
     }
     for (const KeyRow& row : kKeys) {
@@ -247,10 +248,7 @@ void Viewer::scroll(int slices) {
 }
 
 void Viewer::handleTouches(qel::TouchState& touches) {
-    if (m_help.isOpen()) {
-        if (touches.acquireBegin(this, qelwindow::kTouchPress)) m_help.close();
-        return;
-    }
+    if (m_help->isOpen()) return m_help->handleTouches(touches);
     m_toolbar->handleTouches(touches);
     m_panel->handleTouches(touches);
     for (const auto& pane : m_slices) pane->handleTouches(touches);

@@ -101,7 +101,7 @@ private:
     qel::SmartPointer<TableCard> m_measurements;
     qel::SmartPointer<TableCard> m_header;
     StatusBar m_status;
-    HelpOverlay m_help;
+    qel::SmartPointer<HelpOverlay> m_help;
     Labels m_labels;
     qelwidgets::Look m_look;
     qelwindow::DisplayTheme* m_theme = nullptr;

@@ -52,7 +52,7 @@ void Viewer::draw(qel::Renderer& renderer) {
     const auto height = static_cast<float>(system()->getFramebufferHeight());
     freeReplaced();
     renderer.clear(m_look.background);
-    const float bar = m_look.buttonHeight + std::floor(m_look.space);
+    const float bar = std::min(m_toolbar->layOut(width), std::floor(height / 2));
     const float status = std::floor(m_look.buttonHeight * kStatusHeight);
     const float panel = std::min(std::floor(m_look.buttonHeight * kPanelWidth), std::floor(width * 0.4f));
     const qel::Rect middle(0, bar, width, std::max(bar, height - status));
@@ -61,7 +61,7 @@ void Viewer::draw(qel::Renderer& renderer) {
     m_toolbar->draw(renderer, {0, 0, width, bar}, m_page, m_state.tool);
     const std::string text = m_state.study ? voxelText(*m_state.study, voxelToDescribe()) : std::string();
     m_status.draw(renderer, {0, middle.y1, width, height}, text);
-    m_help.draw(renderer, {0, 0, width, height});
+    m_help->draw(renderer, {0, 0, width, height});
 }
 
 void Viewer::drawPanes(qel::Renderer& renderer, const qel::Rect& place) {

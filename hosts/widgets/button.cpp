@@ -7,6 +7,7 @@
 #include <qel/style/theme.h>
 #include <qel/system/core/system.h>
 
+#include <cmath>
 #include <utility>
 
 namespace qelwidgets {
@@ -28,7 +29,9 @@ float Button::getLabelWidth() {
 void Button::draw(qel::Renderer& renderer, const qel::Rect& place) {
     m_place = place;
     drawRect(renderer, place, m_isDown || m_isSelected ? m_look.pressed : m_look.button);
-    m_label.setBounds(place);
+    const bool isInMiddle = m_label.getHorizontalAlign() == qel::TextAlign::Center;
+    const float margin = isInMiddle ? 0.0f : std::floor(m_look.space);
+    m_label.setBounds({place.x0 + margin, place.y0, place.x1 - margin, place.y1});
     renderer.draw(&m_label);
 }
 

@@ -18,6 +18,8 @@ public:
 
     /// Sets the label, its font and the colours. @param font  null for the theme's medium font.
     void restyle(const Look& look, const qel::String& label, qel::Font* font = nullptr);
+    /// Sets where the label is; in the middle initially.
+    void setAlign(qel::TextAlign align) { m_label.setHorizontalAlign(align); }
     /// Draws the button.
     void draw(qel::Renderer& renderer, const qel::Rect& place);
     /// Draws the button as selected.
