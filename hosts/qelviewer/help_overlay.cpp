@@ -127,8 +127,10 @@ void HelpOverlay::handleTouches(qel::TouchState& touches) {
     while (const qel::TouchButton* const touch = touches.iterateOwned(this)) {
         if ((touch->getFlags() & qelwindow::kTouchPress) == 0) continue;
         m_scroll.follow(*touch);
-        m_dragged += std::abs(touch->getPosition().y - touch->getPreviousPosition().y);
-        if (touch->isEnd() && m_dragged < kTapPixels) m_isOpen = false;
+        if (!touch->isEnd())
+            m_dragged += std::abs(touch->getPosition().y - touch->getPreviousPosition().y);
+        else if (m_dragged < kTapPixels)
+            m_isOpen = false;
     }
 }
 

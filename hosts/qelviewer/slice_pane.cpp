@@ -164,14 +164,14 @@ void SlicePane::measure(const qel::TouchButton& touch, Measurement::Kind kind) {
 }
 
 void SlicePane::dragWindow(const qel::TouchButton& touch) {
+    if (touch.isBegin() || touch.isEnd()) return; // a touch that ends keeps its last step
     const qel::IVec2<float> step = minus(touch.getPosition(), touch.getPreviousPosition());
-    if (touch.isBegin()) return;
     const double side = std::max(100.0f, std::min(m_place.getWidth(), m_place.getHeight()));
     m_state.dragWindow(-step.y / side / 2, step.x / side / 2);
 }
 
 void SlicePane::pan(const qel::TouchButton& touch) {
-    if (touch.isBegin() || m_picture.getWidth() < 1 || m_picture.getHeight() < 1) return;
+    if (touch.isBegin() || touch.isEnd() || m_picture.getWidth() < 1 || m_picture.getHeight() < 1) return;
     const SliceFrame& frame = m_state.frame(m_plane);
     const qel::IVec2<float> step = minus(touch.getPosition(), touch.getPreviousPosition());
     qel::IVec2<double> place = frame.placeOf(m_state.sliceCenter);

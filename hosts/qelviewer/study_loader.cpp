@@ -5,8 +5,8 @@
 
 #include <qel/files/directory.h>
 #include <qel/files/file.h>
+#include <qel/foundation/log/message_stream.h>
 #include <qel/render/renderer_3d.h>
-#include <qel/system/core/system.h>
 #include <qel/volume/volume_loader.h>
 
 #include <exception>
@@ -18,6 +18,7 @@ namespace qelviewer {
 namespace {
 
 constexpr int kHistogramBins = 1024;
+
 /// Computes the sample volume if it does not exist. @return what went wrong; empty on success.
 std::string provideSample(const std::string& path, LoadProgress& progress) {
     if (qel::File::existsFile(path)) return {};
@@ -34,6 +35,7 @@ std::string provideSample(const std::string& path, LoadProgress& progress) {
 struct StudyLoader::Job {
     std::string path;
     bool isSample = false;
+    bool mustKeepSample = false;
     qel::Renderer3D* renderer = nullptr;
     StudyLoader* owner = nullptr; ///< used by the main thread only; null after the request was replaced
     LoadProgress progress[3];     ///< the sample, the file and the values
@@ -49,18 +51,26 @@ struct StudyLoader::Job {
         if (!problem.empty()) study = nullptr;
     }
     void load() {
-        if (isSample) problem = provideSample(path, progress[0]);
-        if (!problem.empty()) return;
         study = std::make_shared<Study>();
         study->isSample = isSample;
         qel::VolumeLoader loader(renderer);
-        problem = loadVolume(path, loader, study->header, progress[1]);
+        problem = isSample ? loadSample(loader) : loadVolume(path, loader, study->header, progress[1]);
         study->volume = dynamic_cast<qel::SoftwareVolumeTexture*>(loader.getScalarTexture().get());
         if (problem.empty() && !(study->volume && study->volume->getVoxels()))
             problem = "the volume has no voxels: '" + path + "'";
         if (problem.empty())
             study->histogram =
                 countValues(*study->volume, study->header.scaleBias, kHistogramBins, progress[2]);
+    }
+    /// Loads the file with the sample volume. If it cannot be written, the volume is computed without it.
+    std::string loadSample(qel::VolumeLoader& loader) {
+        const std::string failure = provideSample(path, progress[0]);
+        if (failure.empty()) return loadVolume(path, loader, study->header, progress[1]);
+        if (mustKeepSample || progress[0].isCancelled) return failure;
+        qel::logging::warning() << "the sample volume is not kept: " << failure.c_str();
+        const std::string failed = loadPhantom(kPhantomVoxels, loader, study->header, progress[1]);
+        study->header.path = path;
+        return failed;
     }
 };
 
@@ -78,11 +88,23 @@ void StudyLoader::cancel() {
     m_job = nullptr;
 }
 
-void StudyLoader::start(const std::string& path, bool isSample) {
+void StudyLoader::load(const std::string& path) {
     cancel();
     m_job = std::make_shared<Job>();
     m_job->path = path;
-    m_job->isSample = isSample;
+    start();
+}
+
+void StudyLoader::loadSample(const std::string& path, bool mustBeKept) {
+    cancel();
+    m_job = std::make_shared<Job>();
+    m_job->path = path;
+    m_job->isSample = true;
+    m_job->mustKeepSample = mustBeKept;
+    start();
+}
+
+void StudyLoader::start() {
     m_job->renderer = m_renderer;
     m_job->owner = this;
     m_queue.push([job = m_job] { job->run(); },

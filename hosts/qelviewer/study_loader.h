@@ -31,9 +31,11 @@ public:
     ~StudyLoader();
 
     /// Starts to load a file.
-    void load(const std::string& path) { start(path, false); }
+    void load(const std::string& path);
     /// Starts to load the sample volume. It is computed first if the file @p path does not exist.
-    void loadSample(const std::string& path) { start(path, true); }
+    /// @param mustBeKept  false if it shall also be shown if the file cannot be written, with a warning in the
+    /// log.
+    void loadSample(const std::string& path, bool mustBeKept);
     /// Returns true until the request has finished.
     bool isLoading() const { return m_job != nullptr; }
     /// Returns the share of the work that is done, from 0 to 1.
@@ -44,7 +46,7 @@ public:
 private:
     struct Job;
 
-    void start(const std::string& path, bool isSample);
+    void start();
     void cancel();
 
     qel::Renderer3D* const m_renderer;

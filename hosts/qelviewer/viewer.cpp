@@ -100,7 +100,8 @@ void Viewer::setProgressive(bool isOn) {
 void Viewer::loadFirst(const Options& options) {
     if (!options.path.empty()) return m_loader.load(options.path);
     const std::string cache = system()->getCacheDirectory() + "/qelviewer/head-phantom.nrrd";
-    m_loader.loadSample(options.sample.empty() ? cache : options.sample);
+    const bool isChosen = !options.sample.empty();
+    m_loader.loadSample(isChosen ? options.sample : cache, isChosen);
 }
 
 void Viewer::openPath(const std::string& path) {

@@ -31,7 +31,7 @@ void Scroll::turnWheel(float steps) {
 }
 
 void Scroll::follow(const qel::TouchButton& touch) {
-    if (!touch.isBegin()) moveBy(touch.getPreviousPosition().y - touch.getPosition().y);
+    if (!touch.isBegin() && !touch.isEnd()) moveBy(touch.getPreviousPosition().y - touch.getPosition().y);
 }
 
 void Scroll::drawBar(qel::Renderer& renderer, const Look& look) const {

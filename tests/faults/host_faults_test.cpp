@@ -5,6 +5,9 @@
 #include <qel/imaging/pixels/image.h>
 #include <qel/packet/packet.h>
 #include <tests/hosts/host_run.h>
+#ifdef QELVIEWER_PROGRAM
+#include <tests/hosts/qelviewer_fixture.h>
+#endif
 #include <tests/support/fault_plan.h>
 #include <tests/support/scratch_folder.h>
 #include <tests/support/source_dir.h>
@@ -173,6 +176,14 @@ void prepareScreens(const ScratchFolder& folder) {
     folder.write("frame.png", "old");
 }
 
+#ifdef QELVIEWER_PROGRAM // is built where SDL2 is installed
+/// Writes a small volume and an old picture.
+void prepareVolume(const ScratchFolder& folder) {
+    writeOctant(folder);
+    folder.write("picture.png", "old");
+}
+#endif
+
 const HostCase kCases[] = {
     {"qelhost, the catalogue", prepareTree,
      [] {
@@ -231,6 +242,14 @@ const HostCase kCases[] = {
                                          "text.md"};
      },
      "", [](const ScratchFolder& folder, const HostRun&) { return folder.read("frame.png"); }},
+    {"qelviewer, a picture is written", prepareVolume,
+     [] {
+         return std::vector<std::string>{QELVIEWER_PROGRAM, "--resources",  sourceDir() + "/resources",
+                                         "--language",      "en",           "--size",
+                                         "300x200",         "--screenshot", "picture.png",
+                                         "octant.nrrd"};
+     },
+     "", [](const ScratchFolder& folder, const HostRun&) { return folder.read("picture.png"); }},
 #endif
     {"qelworker, a file is hashed", prepareJob, [] { return std::vector<std::string>{QELWORKER_PROGRAM}; },
      kWorkerScript, answerOfWorker},

@@ -1,98 +1,18 @@
 // The screens in a window of a virtual display, with a mouse, a keyboard, a clipboard and a window manager.
+#include <tests/hosts/display_fixture.h>
 #include <tests/hosts/qelscreens_fixture.h>
-#include <tests/hosts/virtual_display.h>
 
 #include <csignal>
-#include <cstdlib>
-#include <functional>
-#include <optional>
 
 namespace qel::test {
 namespace {
 
 using namespace testing;
 
-/// Starts the program on the display. It reads the commands of --events from the test. Its answers to "state"
-/// pace every wait for what the display shows.
-class QelscreensDisplay : public QelscreensFixture {
+class QelscreensDisplay : public DisplayFixture {
 protected:
-    static constexpr int kMostLooks = 1000;
+    QelscreensDisplay() : DisplayFixture("qelscreens", screensCommand()) {}
 
-    void SetUp() override {
-        const std::string missing = VirtualDisplay::getMissingProgram();
-        if (!missing.empty()) GTEST_SKIP() << missing << " is not installed";
-        display = &VirtualDisplay::shared();
-    }
-
-    /// Starts a window manager, which fills the display with each window.
-    void startManager() {
-        manager.emplace(std::vector<std::string>{"matchbox-window-manager", "-use_titlebar", "no"},
-                        folder.path());
-        ASSERT_TRUE(until([] { return true; }, {"wmctrl", "-m"})) << manager->getOutput();
-    }
-    /// Starts the program below the mouse and waits until its window has the keyboard. Leaks are not looked
-    /// for, because libraries of the window system keep some memory to the end.
-    void start(const std::vector<std::string>& arguments) {
-        act({"xdotool", "mousemove", "5", "590"});
-        const char* const options = std::getenv("ASAN_OPTIONS");
-        std::vector<std::string> words{
-            "env", "ASAN_OPTIONS=" + std::string(options ? options : "") + ":detect_leaks=0",
-            "DBUS_SESSION_BUS_ADDRESS=disabled:"};
-        for (const std::string& word : command(arguments)) words.push_back(word);
-        words.insert(words.end(), {"--events", "/dev/stdin"});
-        host.emplace(words, folder.path());
-        ASSERT_TRUE(awaitState("visible=1"));
-        if (!manager) actOnWindow({"windowmove", "0", "0", "windowfocus"});
-        ASSERT_TRUE(awaitKeyboard()) << tool;
-    }
-    void open(const std::vector<std::string>& arguments) {
-        ASSERT_NO_FATAL_FAILURE(startManager());
-        ASSERT_NO_FATAL_FAILURE(start(arguments));
-    }
-
-    /// Runs a program that acts on the display.
-    void use(std::vector<std::string> words) {
-        words.insert(words.begin(), {"timeout", "-k", "5", "60"});
-        tool = runProgram(folder, words);
-    }
-    void act(const std::vector<std::string>& words) {
-        use(words);
-        EXPECT_EQ(tool.status, 0) << tool;
-    }
-    /// Passes commands of xdotool for the window.
-    void actOnWindow(const std::vector<std::string>& commands) {
-        std::vector<std::string> words{"xdotool", "search", "--name", "^qelscreens$"};
-        words.insert(words.end(), commands.begin(), commands.end());
-        act(words);
-    }
-    /// Runs a tool until it succeeds and @p isDone returns true. @return false if that has not happened.
-    bool until(const std::function<bool()>& isDone, const std::vector<std::string>& words) {
-        for (int i = 0; i < kMostLooks / 10; ++i) {
-            use(words);
-            if (tool.status == 0 && isDone()) return true;
-        }
-        return false;
-    }
-    /// Asks the program about its window. @return its answer; empty if it has ended or does not answer.
-    std::string state() {
-        host->writeLine("state");
-        std::string line;
-        while (host->readLine(line))
-            if (line.starts_with("frames=")) return line;
-        return {};
-    }
-    bool awaitState(const std::string& part) {
-        std::string line = "first";
-        for (int i = 0; i < kMostLooks && !line.empty(); ++i)
-            if (line = state(); line.find(part) != line.npos) return true;
-        ADD_FAILURE() << "not '" << part << "' but '" << line << "'";
-        return false;
-    }
-    /// Waits until the window receives the keys of the display.
-    bool awaitKeyboard() {
-        return until([this] { return tool.out == "qelscreens\n"; },
-                     {"xdotool", "getwindowfocus", "getwindowname"});
-    }
     /// Waits until frames are drawn without input.
     bool awaitMovement() {
         for (int i = 0; i < kMostLooks; ++i) {
@@ -103,28 +23,7 @@ protected:
         return false;
     }
     /// Returns the number of frames drawn so far.
-    int frames() { return std::atoi(state().c_str() + std::string("frames=").size()); }
-
-    /// Returns what the program shows after @p events without a display.
-    Image pictureAfter(const std::string& events, const std::vector<std::string>& arguments) const {
-        const HostRun run = play(events + "frame expected.png\n", arguments);
-        EXPECT_EQ(run.status, 0) << run;
-        return load("expected.png");
-    }
-    bool awaitPicture(const Image& picture, const IVec2<int>& rows) {
-        for (int i = 0; i < kMostLooks && !state().empty(); ++i)
-            if (display->shows(picture, rows)) return true;
-        host->writeLine("frame " + TempDir() + "qelscreens-display.png");
-        picture.saveTo((TempDir() + "expected.png").c_str());
-        ADD_FAILURE() << state() << " shows qelscreens-display.png in " << TempDir();
-        return false;
-    }
-    bool awaitPicture(const Image& picture) { return awaitPicture(picture, {0, picture.getHeight()}); }
-
-    VirtualDisplay* display = nullptr;
-    HostRun tool;                 ///< the last run of a program that acts on the display
-    std::optional<Child> manager; ///< ends after the program
-    std::optional<Child> host;
+    int frames() { return stateNumber("frames"); }
 };
 
 TEST_F(QelscreensDisplay, FillsTheDisplayAndIsClosed) {
@@ -252,11 +151,8 @@ TEST_F(QelscreensDisplay, AHiddenWindowDrawsNothing) {
 
 TEST_F(QelscreensDisplay, NothingIsDrawnWhileNothingMoves) {
     open({"--page", "4"});
-    int before = -1;
-    for (int i = 0; i < 100 && frames() != before; ++i) {
-        before = frames();
-        host->writeLine("wait 300");
-    }
+    ASSERT_TRUE(awaitStandstill());
+    const int before = frames();
     host->writeLine("wait 1000");
     EXPECT_EQ(frames(), before);
 }

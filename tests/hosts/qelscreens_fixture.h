@@ -6,12 +6,17 @@
 
 namespace qel::test {
 
+/// Returns the program and its first arguments.
+inline std::vector<std::string> screensCommand() {
+    return {
+        QELSCREENS_PROGRAM, "--resources", sourceDir() + "/resources", "--language", "en", "--width", "900",
+        "--height",         "600"};
+}
+
 /// The program and its folder.
 class QelscreensFixture : public DesktopFixture {
 protected:
-    QelscreensFixture()
-        : DesktopFixture({QELSCREENS_PROGRAM, "--resources", sourceDir() + "/resources", "--language", "en",
-                          "--width", "900", "--height", "600"}) {}
+    QelscreensFixture() : DesktopFixture(screensCommand()) {}
 };
 
 } // namespace qel::test

@@ -31,17 +31,23 @@ inline std::string smallVolume(int width, int height, int depth, const std::stri
     return file;
 }
 
-/// The program and its folder, which contains the volume "octant.nrrd": -1000 except for 1000 in a box that
-/// extends from the middle to the left side, the front and the head.
+/// Returns the program and its first arguments. @param size  such as "600x400".
+inline std::vector<std::string> viewerCommand(const std::string& size) {
+    return {QELVIEWER_PROGRAM, "--resources", sourceDir() + "/resources", "--language", "en", "--size", size};
+}
+
+/// Writes the volume "octant.nrrd": -1000 except for 1000 in a box that extends from the middle to the left side,
+/// the front and the head.
+inline void writeOctant(const ScratchFolder& folder) {
+    folder.write("octant.nrrd", smallVolume(16, 16, 16, "1", [](int x, int y, int z) {
+                     return x >= 8 && y < 10 && z >= 7 ? 1000 : -1000;
+                 }));
+}
+
+/// The program and its folder, which contains the volume "octant.nrrd".
 class QelviewerFixture : public DesktopFixture {
 protected:
-    QelviewerFixture()
-        : DesktopFixture({QELVIEWER_PROGRAM, "--resources", sourceDir() + "/resources", "--language", "en",
-                          "--size", "600x400"}) {
-        folder.write("octant.nrrd", smallVolume(16, 16, 16, "1", [](int x, int y, int z) {
-                         return x >= 8 && y < 10 && z >= 7 ? 1000 : -1000;
-                     }));
-    }
+    QelviewerFixture() : DesktopFixture(viewerCommand("600x400")) { writeOctant(folder); }
     /// Writes the picture "a.png" of a file. @return the run.
     HostRun show(const std::string& file, std::vector<std::string> arguments = {}) const {
         arguments.insert(arguments.begin(), {file, "--screenshot", "a.png"});

@@ -12,8 +12,8 @@ using namespace testing;
 using QelviewerTest = QelviewerFixture;
 
 /// The middles of the panes of the page "all" in a picture of 600 by 400 pixels.
-constexpr IVec2<int> kAxial{90, 122}, kCoronal{90, 293}, kSagittal{270, 293}, kVolume{270, 122};
-constexpr int kQuarter = 42; // of the shown volume, in pixels
+constexpr IVec2<int> kAxial{90, 148}, kCoronal{90, 302}, kSagittal{270, 302}, kVolume{270, 148};
+constexpr int kQuarter = 38; // of the shown volume, in pixels
 
 TEST_F(QelviewerTest, WritesTheSamePictureEachTime) {
     const HostRun run = show("octant.nrrd");
@@ -134,6 +134,18 @@ TEST_F(QelviewerTest, SlicesAreScrolledAndTheCrosshairLinksThem) {
     EXPECT_FALSE(showTheSame("moved.png", "a.png"));
 }
 
+TEST_F(QelviewerTest, TheEndOfADragChangesNothing) {
+    const HostRun run =
+        play("key z\npress 90 148 right\nmove 120 130\nframe held.png\nrelease 120 130 right\n"
+             "frame released.png\npress 90 148 middle\nmove 100 140\nframe panned.png\n"
+             "release 100 140 middle\nframe kept.png\n",
+             {"octant.nrrd"});
+    ASSERT_EQ(run.status, 0) << run;
+    EXPECT_TRUE(showTheSame("held.png", "released.png"));
+    EXPECT_TRUE(showTheSame("panned.png", "kept.png"));
+    EXPECT_FALSE(showTheSame("released.png", "panned.png"));
+}
+
 TEST_F(QelviewerTest, EachToolChangesThePicture) {
     const HostRun run =
         play("frame a.png\npress 90 122 right\nmove 120 100\nrelease 120 100 right\nframe window.png\n"
@@ -193,6 +205,58 @@ TEST_F(QelviewerTest, ThePictureIsSavedByAKey) {
     ASSERT_EQ(run.status, 0) << run;
     EXPECT_TRUE(showTheSame("a.png", "qelviewer-0001.png"));
     EXPECT_TRUE(folder.has("qelviewer-0002.png"));
+}
+
+TEST_F(QelviewerTest, SavedPicturesReplaceNothing) {
+    folder.write("qelviewer-0001.png", "of the user");
+    std::filesystem::create_symlink("nowhere", folder.path("qelviewer-0002.png"));
+    ASSERT_EQ(play("key s\n", {"octant.nrrd", "--page", "slices"}).status, 0);
+    EXPECT_EQ(folder.read("qelviewer-0001.png"), "of the user");
+    EXPECT_FALSE(folder.has("nowhere"));
+    EXPECT_TRUE(folder.has("qelviewer-0003.png"));
+}
+
+TEST_F(QelviewerTest, TheSampleIsShownEvenIfItCannotBeKept) {
+    folder.write("home", "not a folder");
+    ASSERT_EQ(run({"--sample", "head.nrrd", "--page", "slices", "--screenshot", "kept.png"}).status, 0);
+    std::vector<std::string> words{"env", "-u", "XDG_CACHE_HOME", "HOME=" + folder.path("home")};
+    for (const std::string& word : command({"--page", "slices", "--screenshot", "a.png"}))
+        words.push_back(word);
+    const HostRun unkept = runProgram(folder, words);
+    EXPECT_EQ(unkept.status, 0) << unkept;
+    EXPECT_THAT(unkept.error, HasSubstr("the sample volume is not kept: cannot create the folder"));
+    EXPECT_TRUE(showTheSame("a.png", "kept.png"));
+    const HostRun refused = run({"--sample", "home/head.nrrd", "--screenshot", "b.png"});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_THAT(refused.error, HasSubstr("home"));
+}
+
+TEST_F(QelviewerTest, TheHelpIsScrolledUntilATapClosesIt) {
+    const std::string open = "frame page.png\nkey f1\nwait 200\nframe help.png\n";
+    const HostRun run =
+        play(open + "wheel 90 122 -1\nframe wheel.png\nkey up\nframe top.png\npress 90 122 left\nmove 90 74\n"
+                    "release 90 74 left\nframe dragged.png\nkey up\nkey pagedown\nkey pagedown\n"
+                    "key pagedown\nkey pagedown\nframe end.png\nkey down\nframe still.png\n"
+                    "press 90 122 left\nrelease 90 122 left\nmove 3 3\nframe closed.png\n",
+             {"octant.nrrd"});
+    ASSERT_EQ(run.status, 0) << run;
+    const std::pair<const char*, const char*> equal[] = {{"help.png", "top.png"},
+                                                         {"wheel.png", "dragged.png"},
+                                                         {"end.png", "still.png"},
+                                                         {"page.png", "closed.png"}};
+    for (const auto& [first, second] : equal) EXPECT_TRUE(showTheSame(first, second)) << second;
+    EXPECT_FALSE(showTheSame("help.png", "wheel.png"));
+    EXPECT_FALSE(showTheSame("wheel.png", "end.png"));
+}
+
+TEST_F(QelviewerTest, ANarrowToolbarContinuesBelow) {
+    // The button "Help" is the last one: on the first row of a wide window, and below it in a narrow one.
+    const HostRun run = play("press 575 18 left\nrelease 575 18 left\nmove 3 3\nframe wide.png\nkey escape\n"
+                             "size 420 400\nwait 500\nframe narrow.png\n"
+                             "press 170 52 left\nrelease 170 52 left\nmove 3 3\nframe help.png\n",
+                             {"octant.nrrd"});
+    ASSERT_EQ(run.status, 0) << run;
+    EXPECT_FALSE(showTheSame("narrow.png", "help.png"));
 }
 
 TEST_F(QelviewerTest, SmallWindowsAndLargeTextsAreDrawn) {

@@ -124,6 +124,11 @@ Orientation withoutDirections(const Orientation& orientation) {
     return result;
 }
 
+qel::Float3x3 directionsOf(const Orientation& orientation) {
+    return {qel::IVec3<float>(orientation.axis[0]), qel::IVec3<float>(orientation.axis[1]),
+            qel::IVec3<float>(orientation.axis[2])};
+}
+
 std::string directionLetters(const Vector3& direction) {
     constexpr const char* kLetters[] = {"LR", "PA", "SI"};
     const double smallest = kLetterShare * length(direction);

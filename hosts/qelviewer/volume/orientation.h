@@ -34,6 +34,9 @@ struct Orientation {
 /// that are not usable become 1, an unusable origin 0.
 Orientation withoutDirections(const Orientation& orientation);
 
+/// Returns the steps on the axes as rows, as loaders take them.
+qel::Float3x3 directionsOf(const Orientation& orientation);
+
 /// Returns the letters of the sides of the body that a direction points to, the nearest first: "L" and "R"
 /// for left and right, "P" and "A" for back and front, "S" and "I" for head and feet. A side is left out if
 /// the direction points to it by less than 10 degrees. @return "" for a direction of length 0.

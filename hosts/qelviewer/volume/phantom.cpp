@@ -1,14 +1,17 @@
 #include <hosts/qelviewer/volume/phantom.h>
 
 #include <hosts/qelviewer/volume/header_text.h>
+#include <hosts/qelviewer/volume/nrrd_header.h>
 #include <hosts/qelviewer/volume/parallel_range.h>
 #include <hosts/shared/file_replacement.h>
 
 #include <qel/foundation/base/containers.h>
 #include <qel/foundation/base/ivec.h>
+#include <qel/volume/volume_loader.h>
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace qelviewer {
 namespace {
@@ -134,6 +137,22 @@ std::string writePhantom(const std::string& path, int voxels, LoadProgress& prog
     content.insertFront({reinterpret_cast<const qel::uint8*>(header.data()), header.size()});
     const qel::platform::FileError error = qelhosts::replaceFile(path, content);
     return error ? path + ": " + error.message() : std::string();
+}
+
+std::string loadPhantom(int voxels, qel::VolumeLoader& loader, VolumeHeader& header, LoadProgress& progress) {
+    const qel::Buffer content = createPhantom(voxels, progress);
+    if (content.empty()) return "cancelled";
+    VolumeHeader read;
+    VoxelLayout layout;
+    std::string problem = readNrrdHeader(phantomHeader(voxels), read, layout);
+    const Orientation& place = read.orientation;
+    if (problem.empty() && !loader.loadFromVoxels(layout.format->id, layout.size, directionsOf(place),
+                                                  qel::IVec3<float>(place.origin), content))
+        problem = "the sample volume cannot be loaded";
+    if (!problem.empty()) return problem;
+    read.scaleBias = loader.getScaleBias();
+    header = std::move(read);
+    return {};
 }
 
 } // namespace qelviewer

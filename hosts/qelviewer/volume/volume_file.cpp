@@ -122,13 +122,11 @@ std::string VolumeFile::openDataFile(std::unique_ptr<FileReader>& file) const {
 std::string VolumeFile::loadVoxels(const VoxelSource& voxels) {
     const LoaderProgress progress(m_loader, m_progress, voxels.usedShare());
     const Orientation& place = header.orientation;
-    const qel::Float3x3 directions(qel::IVec3<float>(place.axis[0]), qel::IVec3<float>(place.axis[1]),
-                                   qel::IVec3<float>(place.axis[2]));
     const auto read = [&voxels](qel::uint64 offset, void* out, size_t size) {
         return voxels.read(offset, static_cast<qel::uint8*>(out), size);
     };
-    if (!m_loader.loadFromReader(voxels.format(), m_layout.size, directions, qel::IVec3<float>(place.origin),
-                                 read))
+    if (!m_loader.loadFromReader(voxels.format(), m_layout.size, directionsOf(place),
+                                 qel::IVec3<float>(place.origin), read))
         return m_progress.isCancelled ? "cancelled" : "it cannot be read as a whole";
     setScale(voxels.scale(), voxels.bias());
     return {};
