@@ -21,8 +21,8 @@ class TouchState;
 namespace qelviewer {
 
 /// Shows the help over everything: two translated texts, beside each other where they fit. A line
-/// "INPUT|EFFECT" becomes a row of a table, another line a heading. The wheel, drags and keys scroll the help if
-/// it is higher than the window.
+/// "INPUT|EFFECT" becomes a row of a table, another line a heading. The wheel, drags and keys scroll the help
+/// if it is higher than the window.
 /// @threads main thread.
 class HelpOverlay : public qel::Object {
     QEL_CLASS(HelpOverlay, qel::Object)

@@ -27,7 +27,7 @@ public:
         qel::TextAlign across = qel::TextAlign::Start; ///< in the place
         qel::TextAlign down = qel::TextAlign::Start;   ///< in the place
         qel::Font* font = nullptr;                     ///< null for the theme's small medium font
-        bool hasBackdrop = false;                      ///< what is behind the text is darkened
+        bool hasBackdrop = false;                      ///< the place of the text is darkened first
     };
 
     /// Begins a frame.

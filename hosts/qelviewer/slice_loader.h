@@ -32,6 +32,8 @@ public:
 
     /// Requests a slice, unless it was requested last.
     void request(const SliceKey& key, const SliceFrame& frame);
+    /// Returns true while a worker reads.
+    bool isReading() const { return m_isReading; }
     /// Drops the request.
     void cancel() { m_wanted = {}; }
 

@@ -113,8 +113,8 @@ void SliceOverlay::drawCorners(qel::Renderer& renderer) {
     drawCorner(renderer, window, {kTextColor, TextAlign::Start, TextAlign::End});
 }
 
-/// Draws a text in a corner, one line further inside if it would meet the letter in the middle. It is left out
-/// of a narrow pane.
+/// Draws a text in a corner, one line further inside if it would meet the letter in the middle. It is left
+/// out of a narrow pane.
 void SliceOverlay::drawCorner(qel::Renderer& renderer, const std::string& text, Labels::Style style) {
     qel::Rect inner = qelwidgets::inset(m_place, m_look.space / 2);
     const qel::IVec2<float> size = m_labels.measure(text, style);

@@ -22,8 +22,8 @@ class TouchState;
 
 namespace qelviewer {
 
-/// A pane with a slice. The slice is read from the volume when it changes, on a worker if that takes long; each
-/// frame draws it through the window of values.
+/// A pane with a slice. The slice is read from the volume when it changes, on a worker if that takes long;
+/// each frame draws it through the window of values.
 /// @threads main thread.
 class SlicePane : public qel::Object {
     QEL_CLASS(SlicePane, qel::Object)
@@ -35,6 +35,8 @@ public:
     /// Sets whether slices that take long to read may appear later than the frame that shows them first. Off
     /// initially.
     void setProgressive(bool isOn) { m_isProgressive = isOn; }
+    /// Returns true while a worker reads a slice.
+    bool isReading() const { return m_loader.isReading(); }
     /// Forgets the slice, so that its volume can be destroyed.
     void clear();
     /// Takes over the theme and the language.

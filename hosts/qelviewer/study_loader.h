@@ -33,8 +33,8 @@ public:
     /// Starts to load a file.
     void load(const std::string& path);
     /// Starts to load the sample volume. It is computed first if the file @p path does not exist.
-    /// @param mustBeKept  false if it shall also be shown if the file cannot be written, with a warning in the
-    /// log.
+    /// @param mustBeKept  false if it shall also be shown if the file cannot be written, with a warning in
+    /// the log.
     void loadSample(const std::string& path, bool mustBeKept);
     /// Returns true until the request has finished.
     bool isLoading() const { return m_job != nullptr; }

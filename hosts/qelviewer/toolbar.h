@@ -22,8 +22,8 @@ struct ToolbarActions {
     std::function<void()> toggleHelp;     ///< shows or hides the help
 };
 
-/// Buttons for pages on the left, for tools in the middle and for everything else on the right. They continue in
-/// more rows if the window is narrow.
+/// Buttons for pages on the left, for tools in the middle and for everything else on the right. They continue
+/// in more rows if the window is narrow.
 /// @threads main thread.
 class Toolbar : public qel::Object {
     QEL_CLASS(Toolbar, qel::Object)

@@ -8,6 +8,7 @@
 #include <qel/scene/actors/touch_state.h>
 #include <qel/system/core/system.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace qelviewer {
@@ -145,7 +146,7 @@ void Viewer::stepMaterial() {
     chooseMaterial((m_state.material + 1) % m_materials.size());
 }
 
-/// Destroys volumes that are no longer shown on a worker, because returning their memory takes long.
+/// Destroys volumes that nothing uses any more on a worker, because returning their memory takes long.
 void Viewer::freeReplaced() {
     std::erase_if(m_replaced, [this](std::shared_ptr<const Study>& study) {
         if (study.use_count() > 1 || study->volume->getReferenceCount() > 1) return false;
@@ -165,6 +166,11 @@ void Viewer::showSaved(const std::string& path, const std::string& problem) {
     const std::string saved = std::string(tr("viewer-saved")) + " " + path;
     m_status.setMessage(problem.empty() ? saved : problem, !problem.empty());
     system()->delegateRequestFrame();
+}
+
+bool Viewer::isWorking() const {
+    return m_loader.isLoading() ||
+           std::any_of(m_slices.begin(), m_slices.end(), [](const auto& pane) { return pane->isReading(); });
 }
 
 // --- look --------------------------------------------------------------------------------------------------

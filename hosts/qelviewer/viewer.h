@@ -29,7 +29,7 @@ class Viewer : public qel::Object, public qelwindow::Screen {
     QEL_CLASS(Viewer, qel::Object)
 
 public:
-    /// Copies a picture of the window. @return false if there is none at the moment.
+    /// Copies a picture of the window. @return false if the window has no pixels.
     using CopyFrame = std::function<bool(qel::Image& picture)>;
 
     /// Creates the panes. @param options  the first settings.
@@ -55,7 +55,7 @@ public:
     void handleTouches(qel::TouchState& touches) override;
     bool handleKey(const std::string& key) override;
     void openPath(const std::string& path) override;
-    bool isWorking() const override { return m_loader.isLoading(); }
+    bool isWorking() const override;
 
 private:
     /// A key and what it does.

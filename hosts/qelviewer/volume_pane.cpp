@@ -56,8 +56,8 @@ VolumePane::Key VolumePane::currentKey(const qel::IVec2<int>& size) const {
             m_state.isShaded};
 }
 
-/// Draws the picture if it has changed or can be refined. Few refined pictures are shown before the exact one,
-/// because drawing them delays it.
+/// Draws the picture if it has changed or can be refined. Few refined pictures are shown before the exact
+/// one, because drawing them delays it.
 void VolumePane::updateTexture(qel::Renderer& renderer, const qel::IVec2<int>& size) {
     const Key key = currentKey(size);
     const bool hasChanged = !m_texture || m_isOutdated || !(key == m_key);

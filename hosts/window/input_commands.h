@@ -8,7 +8,8 @@ namespace qelwindow {
 inline constexpr const char* kInputCommands =
     "Lines of --events are: touch ID X Y; lift ID; move X Y; press X Y BUTTON; release X Y BUTTON; "
     "wheel X Y STEPS; key NAME; text TEXT; size WIDTH HEIGHT; minimize; restore; wait MILLISECONDS; "
-    "drop FILE; frame FILE; state; close. Positions are in pixels, BUTTON is left, middle or right, and NAME is "
+    "drop FILE; frame FILE; state; close. Positions are in pixels, BUTTON is left, middle or right, and NAME "
+    "is "
     "a key such as \"ctrl+shift+left\".";
 
 } // namespace qelwindow

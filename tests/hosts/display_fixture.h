@@ -9,8 +9,8 @@
 
 namespace qel::test {
 
-/// Starts a program on the display. It reads the commands of --events from the test. Its answers to "state" pace
-/// every wait for what the display shows.
+/// Starts a program on the display. It reads the commands of --events from the test. Its answers to "state"
+/// pace every wait for what the display shows.
 class DisplayFixture : public DesktopFixture {
 protected:
     /// @param name  the title of the window.
@@ -36,7 +36,8 @@ protected:
     void actOnWindow(const std::vector<std::string>& commands);
     /// Runs a tool until it succeeds and @p isDone returns true. @return false if that has not happened.
     bool until(const std::function<bool()>& isDone, const std::vector<std::string>& words);
-    /// Asks the program about its window until @p isDone returns true. @return false if that has not happened.
+    /// Asks the program about its window until @p isDone returns true. @return false if that has not
+    /// happened.
     bool untilState(const std::function<bool(const std::string& state)>& isDone);
 
     /// Asks the program about its window. @return its answer; empty if it has ended or does not answer.

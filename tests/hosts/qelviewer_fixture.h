@@ -36,8 +36,8 @@ inline std::vector<std::string> viewerCommand(const std::string& size) {
     return {QELVIEWER_PROGRAM, "--resources", sourceDir() + "/resources", "--language", "en", "--size", size};
 }
 
-/// Writes the volume "octant.nrrd": -1000 except for 1000 in a box that extends from the middle to the left side,
-/// the front and the head.
+/// Writes the volume "octant.nrrd": -1000 except for 1000 in a box that extends from the middle to the left
+/// side, the front and the head.
 inline void writeOctant(const ScratchFolder& folder) {
     folder.write("octant.nrrd", smallVolume(16, 16, 16, "1", [](int x, int y, int z) {
                      return x >= 8 && y < 10 && z >= 7 ? 1000 : -1000;

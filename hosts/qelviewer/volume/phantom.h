@@ -18,11 +18,11 @@ namespace qelviewer {
 inline constexpr int kPhantomVoxels = 256;
 
 /// Computes a head of ten ellipsoids. Their places, sizes and angles are those of the three-dimensional head
-/// phantom of A. C. Kak and M. Slaney, Principles of Computerized Tomographic Imaging, IEEE Press 1988, section
-/// 3.6, which follows the plane one of its table 3.1. Their contrast is the larger one that P. A. Toft, The Radon
-/// Transform, 1996, gives the ten ellipses, in the same order; here it extends from -1000 for air to 1000 for the
-/// skull. Each voxel is the mean of 27 samples. The cube has sides of 230.4 mm; x points to the left of the head,
-/// y to its back and z to its top.
+/// phantom of A. C. Kak and M. Slaney, Principles of Computerized Tomographic Imaging, IEEE Press 1988,
+/// section 3.6, which follows the plane one of its table 3.1. Their contrast is the larger one of the ten
+/// ellipses of P. A. Toft, The Radon Transform, 1996, in the same order; it extends from -1000 for air to
+/// 1000 for the skull. Each voxel is the mean of 27 samples. The cube has sides of 230.4 mm; x points to the
+/// left of the head, y to its back and z to its top.
 /// @param voxels  on each side, 1 to 1024.
 /// @return the voxels as 16-bit numbers, x first; empty if @p progress was cancelled.
 /// @threads any; uses idle workers.
