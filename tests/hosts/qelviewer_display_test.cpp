@@ -59,7 +59,8 @@ TEST_F(QelviewerDisplay, LargeSlicesFollowTheCrosshair) {
 }
 
 TEST_F(QelviewerDisplay, ATurnedVolumeIsCoarseUntilItIsExact) {
-    const std::string turn = "press 400 180 left\nmove 440 200\n";
+    const std::string turn =
+        "wait 1000\npress 400 180 left\nmove 440 200\n"; // a press soon after is a second tap
     const Image exact = pictureAfter(turn, {"octant.nrrd"});
     open({"octant.nrrd"});
     bool wasCoarse = false;
