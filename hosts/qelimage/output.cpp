@@ -30,7 +30,9 @@ std::string lowerCase(std::string text) {
 
 /// Returns true if @p text starts with a control character of two bytes in UTF-8, which terminals obey too.
 bool isLongControl(std::string_view text) {
-    return text.size() > 1 && text[0] == '\xC2' && text[1] >= '\x80' && text[1] <= '\x9F';
+    if (text.size() < 2 || text[0] != '\xC2') return false;
+    const auto second = static_cast<unsigned char>(text[1]);
+    return second >= 0x80 && second <= 0x9F;
 }
 
 } // namespace
