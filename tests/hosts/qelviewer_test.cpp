@@ -251,11 +251,14 @@ TEST_F(QelviewerTest, TheHelpIsScrolledUntilATapClosesIt) {
 
 TEST_F(QelviewerTest, ANarrowToolbarContinuesBelow) {
     // The button "Help" is the last one: on the first row of a wide window, and below it in a narrow one.
-    const HostRun run = play("press 575 18 left\nrelease 575 18 left\nmove 3 3\nframe wide.png\nkey escape\n"
-                             "size 420 400\nwait 500\nframe narrow.png\n"
-                             "press 170 52 left\nrelease 170 52 left\nmove 3 3\nframe help.png\n",
-                             {"octant.nrrd"});
+    const HostRun run =
+        play("size 800 400\nwait 500\nmove 3 3\nframe wide.png\n"
+             "press 775 18 left\nrelease 775 18 left\nmove 3 3\nframe opened.png\nkey escape\n"
+             "size 420 400\nwait 500\nframe narrow.png\n"
+             "press 170 52 left\nrelease 170 52 left\nmove 3 3\nframe help.png\n",
+             {"octant.nrrd"});
     ASSERT_EQ(run.status, 0) << run;
+    EXPECT_FALSE(showTheSame("wide.png", "opened.png"));
     EXPECT_FALSE(showTheSame("narrow.png", "help.png"));
 }
 
