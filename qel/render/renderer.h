@@ -96,8 +96,8 @@ public:
     virtual IVec2<int> getMaximumTextureSize() = 0;
     /// Draws a dashed line by drawAALineInternal().
     /// @param dashes  pairs of the length of a dash and of the gap after it, repeated until the end of the
-    /// line. Negative entries and entries that are not finite count as 0. A pattern so fine that the line had
-    /// more than 65,536 dashes is enlarged until it has that many.
+    /// line. Negative entries and entries that are not finite count as 0. A pattern so fine that the line
+    /// would have more than 65,536 dashes is enlarged until it has that many.
     /// @errors logs a warning and draws nothing without dashes, or if all entries are 0.
     virtual void drawAADashedLineInternal(const IVec2<float>& from, const IVec2<float>& to,
                                           const Vector<IVec2<float>>& dashes);
