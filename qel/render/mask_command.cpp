@@ -1,6 +1,6 @@
 #include <qel/render/mask_command_p.h>
 
-#include <qel/render/texel_rows_p.h>
+#include <qel/render/mask_rows_p.h>
 
 #include <algorithm>
 
@@ -30,7 +30,7 @@ std::span<const MaskPart> MaskCommand::parts() const {
 
 void MaskCommand::drawRows(const Surface& surface, int begin, int end) const {
     const bool isOnPixels = surface.kind == SurfaceKind::Bgra8 && !surface.isPlain;
-    const std::optional<uint32> pixel = isOnPixels ? wholePixel(m_tint) : std::nullopt;
+    const MaskBrush brush(m_tint);
     for (const MaskPart& whole : parts()) {
         const MaskPart part = rowsOf(whole, begin, end);
         if (part.height <= 0) continue;
@@ -39,12 +39,8 @@ void MaskCommand::drawRows(const Surface& surface, int begin, int end) const {
             continue;
         }
         uint8* const target = surface.row(part.y) + std::ptrdiff_t{part.x} * Bgra8::kBytes;
-        const uint8* const alphas = m_plane.at(part.u, part.v);
-        if (pixel)
-            drawMaskRows(target, surface.pitch, alphas, m_plane.pitch, m_plane.end(), part.width, part.height,
-                         *pixel);
-        else
-            blendMaskRows(target, surface.pitch, alphas, m_plane.pitch, part.width, part.height, m_tint);
+        brush.draw({target, surface.pitch, m_plane.at(part.u, part.v), m_plane.pitch, m_plane.end(),
+                    part.width, part.height});
     }
 }
 

@@ -65,14 +65,6 @@ struct ColorRow {
 /// Draws BGRA8 pixels over rows of a BGRA8 target, as a white tint does.
 void drawPixelRows(uint8* target, std::ptrdiff_t pitch, const uint8* pixels, std::ptrdiff_t pixelPitch,
                    int width, int height);
-/// Draws a colour of whole bytes, through rows of alpha bytes, over rows of a BGRA8 target.
-/// @param pixel   the bytes B, G and R of the colour.
-/// @param end     the end of the memory of @p alphas.
-void drawMaskRows(uint8* target, std::ptrdiff_t pitch, const uint8* alphas, std::ptrdiff_t alphaPitch,
-                  const uint8* end, int width, int height, uint32 pixel);
-/// Draws a tint, with its alpha multiplied by rows of alpha bytes, over rows of a BGRA8 target.
-void blendMaskRows(uint8* target, std::ptrdiff_t pitch, const uint8* alphas, std::ptrdiff_t alphaPitch,
-                   int width, int height, const Color& tint);
 /// Draws colours with a tint over a row of a BGRA8 target.
 void blendColors(uint8* target, const ColorRow& colors, int count, const Color& tint);
 /// Stores grey values from 0 to 1 as opaque pixels of a BGRA8 target.

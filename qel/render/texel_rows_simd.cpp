@@ -10,7 +10,7 @@
 
 #include <hwy/highway.h>
 #include <qel/foundation/base/simd_dispatch_p.h>
-#include <qel/render/pixel_mixing.inc>
+#include <qel/render/pixel_vectors.inc>
 
 HWY_BEFORE_NAMESPACE();
 namespace qel::internal::HWY_NAMESPACE {
@@ -98,12 +98,6 @@ void ExpandBgr8(const uint8* t, int count, uint8* pixels) {
 
 // --- texels to colours
 // -------------------------------------------------------------------------------------------------
-
-/// Returns bytes divided by 255. The sum of the two products is the rounded quotient for every byte.
-HWY_INLINE hn::Vec<Floats> Quotient255(hn::Vec<Floats> byte) {
-    return hn::Add(hn::Mul(byte, hn::Set(Floats(), 0x1.01p-8f)),
-                   hn::Mul(byte, hn::Set(Floats(), 0x1.010102p-24f)));
-}
 
 /// Stores each byte as a float, or as its quotient by 255.
 template <bool kIsRaw>
@@ -281,31 +275,6 @@ void ResampleGreys(const float* texels, const TexelSteps& steps, int count, floa
     ResampleEach(texels, steps, i, count, out);
 }
 
-// --- drawing in whole numbers
-// -------------------------------------------------------------------------------------------------
-
-/// Loads @p count alphas, or a whole vector of them if there are more.
-HWY_INLINE hn::Vec<Pixels> LoadAlphas(const uint8* p, const uint8* end, size_t count) {
-    const size_t step = hn::Lanes(FewBytes());
-    if (static_cast<size_t>(end - p) >= step) return hn::PromoteTo(Pixels(), hn::LoadU(FewBytes(), p));
-    HWY_ALIGN uint8_t copy[hn::MaxLanes(Bytes())] = {};
-    std::memcpy(copy, p, count);
-    return hn::PromoteTo(Pixels(), hn::LoadU(FewBytes(), copy));
-}
-
-void DrawMaskRows(uint8* target, std::ptrdiff_t pitch, const uint8* alphas, std::ptrdiff_t alphaPitch,
-                  const uint8* end, int width, int height, uint32 pixel) {
-    const size_t step = hn::Lanes(Pixels());
-    const auto count = static_cast<size_t>(width);
-    const auto source = hn::Set(Pixels(), pixel);
-    for (; height > 0; --height, target += pitch, alphas += alphaPitch) {
-        size_t i = 0;
-        for (; i + step <= count; i += step)
-            DrawWhole(target + 4 * i, source, hn::PromoteTo(Pixels(), hn::LoadU(FewBytes(), alphas + i)));
-        if (i < count) DrawFirst(target + 4 * i, count - i, source, LoadAlphas(alphas + i, end, count - i));
-    }
-}
-
 // --- drawing in single precision
 // -------------------------------------------------------------------------------------------------
 
@@ -386,21 +355,6 @@ void BlendColors(uint8* target, const ColorRow& colors, int count, const Color& 
     bool isUnit = true;
     for (const float channel : {tint.x, tint.y, tint.z, tint.w}) isUnit &= channel >= 0 && channel <= 1;
     isUnit ? BlendRow<true>(target, colors, count, tint) : BlendRow<false>(target, colors, count, tint);
-}
-
-void BlendMaskRows(uint8* target, std::ptrdiff_t pitch, const uint8* alphas, std::ptrdiff_t alphaPitch,
-                   int width, int height, const Color& tint) {
-    constexpr int kMost = 32;
-    HWY_ALIGN uint8 pixels[4 * kMost];
-    HWY_ALIGN float colors[4 * kMost] = {}; // ends at a whole vector
-    for (; height > 0; --height, target += pitch, alphas += alphaPitch) {
-        for (int i = 0; i < width; i += kMost) {
-            const int count = std::min(kMost, width - i);
-            ExpandAlpha8(alphas + i, count, pixels);
-            DecodePixels(pixels, count, colors);
-            BlendColors(target + std::ptrdiff_t{i} * 4, {colors, nullptr, 0}, count, tint);
-        }
-    }
 }
 
 void BlendPremultiplied(uint8* target, const float* colors, int count, const Color& tint) {
@@ -518,9 +472,7 @@ QEL_SIMD_TABLE(SelectTexels4);
 QEL_SIMD_TABLE(MixRows);
 QEL_SIMD_TABLE(ResampleColors);
 QEL_SIMD_TABLE(ResampleGreys);
-QEL_SIMD_TABLE(DrawMaskRows);
 QEL_SIMD_TABLE(BlendColors);
-QEL_SIMD_TABLE(BlendMaskRows);
 QEL_SIMD_TABLE(BlendPremultiplied);
 QEL_SIMD_TABLE(StoreGreys);
 QEL_SIMD_TABLE(StoreLookups);
@@ -635,18 +587,8 @@ void resampleRow<1>(const float* texels, const TexelSteps& steps, int count, flo
     g_ResampleGreys(texels, steps, count, out);
 }
 
-void drawMaskRows(uint8* target, std::ptrdiff_t pitch, const uint8* alphas, std::ptrdiff_t alphaPitch,
-                  const uint8* end, int width, int height, uint32 pixel) {
-    g_DrawMaskRows(target, pitch, alphas, alphaPitch, end, width, height, pixel);
-}
-
 void blendColors(uint8* target, const ColorRow& colors, int count, const Color& tint) {
     g_BlendColors(target, colors, count, tint);
-}
-
-void blendMaskRows(uint8* target, std::ptrdiff_t pitch, const uint8* alphas, std::ptrdiff_t alphaPitch,
-                   int width, int height, const Color& tint) {
-    g_BlendMaskRows(target, pitch, alphas, alphaPitch, width, height, tint);
 }
 
 void storeGreys(uint8* target, const ColorRow& values, int count) {

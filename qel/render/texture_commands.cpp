@@ -1,5 +1,6 @@
 #include <qel/render/texture_commands_p.h>
 
+#include <qel/render/mask_rows_p.h>
 #include <qel/render/texture_tiles_p.h>
 
 namespace qel::internal {
@@ -58,17 +59,6 @@ private:
 TexelPlane texelPlane(Image* image, unsigned plane, int bytes) {
     return {SmartPointer<Image>(image), image->getPlaneBytePointer(plane), image->getPlanePitch(plane), bytes,
             image->getPlaneByteSize(plane)};
-}
-
-std::optional<uint32> wholePixel(const Color& tint) {
-    if (tint.w != 1) return {};
-    uint32 pixel = 0;
-    for (const float channel : {tint.x, tint.y, tint.z}) {
-        const auto byte = static_cast<uint32>(clampUnit(channel) * 255.0f + 0.5f);
-        if (static_cast<float>(byte) / 255.0f != channel) return {};
-        pixel = pixel << 8 | byte;
-    }
-    return pixel;
 }
 
 // --- all draws
@@ -170,9 +160,8 @@ bool BlitCommand::drawCopy(const Surface& surface, int begin, int end) const {
             m_format.rows.expand(texels, width, target);
         return true;
     }
-    const std::optional<uint32> pixel = m_format.isMask ? wholePixel(m_tint) : std::nullopt;
-    if (!pixel) return false;
-    drawMaskRows(target, surface.pitch, texels, plane().pitch, plane().end(), width, end - begin, *pixel);
+    if (!m_format.isMask) return false;
+    MaskBrush(m_tint).draw({target, surface.pitch, texels, plane().pitch, plane().end(), width, end - begin});
     return true;
 }
 

@@ -6,7 +6,6 @@
 #include <qel/render/texel_decoders_p.h>
 #include <qel/render/texel_grid_p.h>
 
-#include <optional>
 #include <utility>
 
 namespace qel::internal {
@@ -86,9 +85,6 @@ private:
     TexelFormat m_format;
     Color m_tint;
 };
-
-/// Returns the bytes B, G and R of an opaque tint whose channels are bytes divided by 255.
-std::optional<uint32> wholePixel(const Color& tint);
 
 /// A window of raw values, and the table of what is shown for them, if there is one.
 struct ValueWindow {

@@ -1,0 +1,85 @@
+// Textures of alpha bytes with any tint: the vector kernels equal the plain functions in every bit.
+#include <tests/render/canvas.h>
+#include <tests/render/random_drawing.h>
+
+#include <qel/testing/simd.h>
+
+#include <gtest/gtest.h>
+
+namespace qel {
+namespace {
+
+using test::DrawnFrame;
+using Mode = seams::DrawingMode;
+
+constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+constexpr IVec4<float> kTints[] = {
+    {0.3f, 0.2f, 0.1f, 0.8f},  {0.1f, 0.2f, 0.3f, 1},       {1, 1, 1, 0.998f},   {0, 1, 0.5f, 0.5f},
+    {0.7f, 0.3f, 1, 0.00197f}, {1.5f, -2, 0.999f, 1.2f},    {1, 0.004f, 0, 100}, {kNan, 0.5f, 1, 0.6f},
+    {kInfinity, 0.5f, 0, 1},   {0.5f, 0.25f, 1, kInfinity}, {1, 0, 0.2f, 1},
+};
+
+class MaskDrawing : public testing::Test {
+protected:
+    void TearDown() override {
+        seams::setSimdTarget("");
+        seams::setDrawingMode(Mode::Default);
+    }
+
+    /// Draws a mask on a target in the middle of other memory. @param olds  repeated in the target.
+    static DrawnFrame drawn(Mode mode, const IVec2<int>& size, const std::vector<uint8>& alphas,
+                            const IVec4<float>& tint) {
+        seams::setDrawingMode(mode);
+        DrawnFrame frame{BGRA8, {size.x + 3, size.y}, {2, 0, 2 + size.x, size.y}, {}};
+        frame.memory.resize(static_cast<size_t>(frame.pitch() * size.y + 2 * DrawnFrame::kGuard));
+        for (size_t i = 0; i < frame.memory.size(); ++i) frame.memory[i] = DrawnFrame::initialByte(i);
+        const auto image = makeObject<Image>();
+        uint8* const first = frame.memory.data() + DrawnFrame::kGuard;
+        const size_t bytes = frame.memory.size() - DrawnFrame::kGuard;
+        image->initializeFromExtern(BGRA8, frame.size, {{first, bytes}}, {frame.pitch()}, {});
+        RendererSoftware renderer;
+        renderer.setRenderTarget(image.get());
+        const SmartPointer<Texture> texture = test::makeTexture(renderer, A8, size, alphas);
+        renderer.start();
+        renderer.pushColor(tint);
+        const IVec2<float> end(static_cast<float>(2 + size.x), static_cast<float>(size.y));
+        renderer.drawTextureInternal(texture.get(), {0, 0, 1, 1}, {2, 0, end.x, end.y}, 0);
+        renderer.stop();
+        return frame;
+    }
+
+    /// Expects the plain result for every tint on every vector target.
+    static void expectPlain(const IVec2<int>& size, const std::vector<uint8>& alphas) {
+        for (const IVec4<float>& tint : kTints) {
+            const DrawnFrame plain = drawn(Mode::Plain, size, alphas, tint);
+            EXPECT_EQ(plain.strayBytes(), 0u);
+            for (const std::string& target : seams::simdTargets()) {
+                ASSERT_TRUE(seams::setSimdTarget(target));
+                EXPECT_EQ(drawn(Mode::Inline, size, alphas, tint).memory, plain.memory)
+                    << target << ", width " << size.x << ", tint " << &tint - kTints;
+            }
+        }
+    }
+};
+
+TEST_F(MaskDrawing, HasAnyWidth) {
+    for (int width = 1; width <= 67; ++width) {
+        const IVec2<int> size(width, 3);
+        std::vector<uint8> alphas = test::noise(static_cast<size_t>(3 * width), static_cast<uint32>(width));
+        std::fill_n(alphas.begin() + width, width / 2, uint8{0});
+        std::fill_n(alphas.begin() + width + width / 2, width / 2, uint8{255});
+        expectPlain(size, alphas);
+    }
+}
+
+// The bytes of the target step by 37 within a row, so that each alpha meets each byte.
+TEST_F(MaskDrawing, MixesEveryAlphaWithEveryByte) {
+    constexpr int kBytes = 256;
+    std::vector<uint8> alphas(kBytes * kBytes);
+    for (size_t i = 0; i < alphas.size(); ++i) alphas[i] = static_cast<uint8>(i / kBytes);
+    expectPlain({kBytes, kBytes}, alphas);
+}
+
+} // namespace
+} // namespace qel
