@@ -155,6 +155,7 @@
 #include <qel/system/core/host_types.h>
 #include <qel/system/core/parallel_kernel.h>
 #include <qel/system/core/system.h>
+#include <qel/system/core/work_limit.h>
 #include <qel/system/report/report_generator.h>
 #include <qel/system/report/version.h>
 #include <qel/system/services/keyboard_receiver.h>

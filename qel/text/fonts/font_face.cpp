@@ -1,9 +1,9 @@
 #include <qel/text/fonts/font_face_p.h>
 
 #include <qel/foundation/log/message_stream.h>
-#include <qel/text/fonts/composite_glyphs_p.h>
 #include <qel/text/fonts/glyph_bitmap_p.h>
 #include <qel/text/fonts/glyph_numbers_p.h>
+#include <qel/text/fonts/outline_work_p.h>
 
 #include <freetype/ftoutln.h>
 
@@ -15,6 +15,12 @@ namespace {
 
 constexpr FT_Pos kMaxPixels = 1 << 20; // limits what a damaged font states
 constexpr int kMaxSize = 1 << 20;      // FreeType refuses it; much larger ones overflow there
+constexpr int kMaxPoints = 8192;       // FreeType takes seconds for an outline of 32,000 points
+
+// Drawing a glyph takes about 40 microseconds, and looking up a kerning less than one.
+constexpr double kSecondsPerStep = 1e-3; // a glyph takes two steps
+constexpr double kSecondsPerKerning = 10e-6;
+constexpr double kAllowedExcess = 1; // seconds
 
 /// Returns a length in 1/64 pixels in whole pixels, rounded up.
 int roundUp(FT_Pos length) {
@@ -41,9 +47,18 @@ std::unique_ptr<FontFace> FontFace::open(FTLibrarySingleton& library, ConstByteS
         return nullptr;
     }
     std::unique_ptr<FontFace> opened(new FontFace(library, face));
-    if (!hasSmallComposites(face)) {
+    const OutlineWork work = findOutlineWork(face);
+    if (work == OutlineWork::TooMuch) {
         logging::error() << "Failed to load truetype font: a glyph has too many components";
         return nullptr;
+    }
+    if (work == OutlineWork::TooMuchForPrograms) {
+        // Outlines are fitted to the pixels by FreeType instead, unless it insists on the programs.
+        opened->m_loadFlags = FT_LOAD_FORCE_AUTOHINT;
+        if (FT_IS_TRICKY(face)) {
+            logging::error() << "Failed to load truetype font: a glyph has too many points";
+            return nullptr;
+        }
     }
     if (FT_Select_Charmap(face, FT_ENCODING_UNICODE) != 0) {
         logging::error() << "Failed to load truetype font (FT_Select_Charmap)";
@@ -87,12 +102,15 @@ double FontFace::scale() const {
     return static_cast<double>(m_face->size->metrics.y_scale) / (65536.0 * 64.0);
 }
 
-int FontFace::kerning(uint32 first, uint32 second) const {
+int FontFace::kerning(uint32 first, uint32 second) {
     const uint32 left = glyphIndex(first);
     const uint32 right = glyphIndex(second);
     FT_Vector distance{};
-    if (left == 0 || right == 0) return 0;
-    if (FT_Get_Kerning(m_face, left, right, FT_KERNING_DEFAULT, &distance) != 0) return 0;
+    if (left == 0 || right == 0 || m_isSlow) return 0;
+    m_work.begin();
+    const FT_Error error = FT_Get_Kerning(m_face, left, right, FT_KERNING_DEFAULT, &distance);
+    endWork(kSecondsPerKerning);
+    if (error != 0) return 0;
     return toInt16(FT_IS_SCALABLE(m_face) ? distance.x >> 6 : distance.x);
 }
 
@@ -102,14 +120,28 @@ uint32 FontFace::glyphIndex(uint32 codePoint) const {
 }
 
 std::optional<IVec2<int>> FontFace::loadGlyph(uint32 index) {
-    if (FT_Load_Glyph(m_face, index, FT_LOAD_DEFAULT) != 0) return std::nullopt;
+    if (m_isSlow) return std::nullopt;
+    m_work.begin();
+    const FT_Error error = FT_Load_Glyph(m_face, index, m_loadFlags);
+    endWork(kSecondsPerStep);
     FT_GlyphSlot slot = m_face->glyph;
+    if (error != 0 || slot->outline.n_points > kMaxPoints) return std::nullopt;
     if (slot->format == FT_GLYPH_FORMAT_OUTLINE) return outlineSize(slot->outline);
     return IVec2<int>(roundUp(FT_Pos{slot->bitmap.width} * 64), roundUp(FT_Pos{slot->bitmap.rows} * 64));
 }
 
 bool FontFace::drawGlyph() {
-    return FT_Render_Glyph(m_face->glyph, FT_RENDER_MODE_NORMAL) == 0;
+    m_work.begin();
+    const FT_Error error = FT_Render_Glyph(m_face->glyph, FT_RENDER_MODE_NORMAL);
+    endWork(kSecondsPerStep);
+    return error == 0;
+}
+
+void FontFace::endWork(double explainedSeconds) {
+    const bool wasSlow = m_isSlow;
+    if (m_work.end(explainedSeconds) > kAllowedExcess) m_isSlow = true;
+    if (m_isSlow && !wasSlow)
+        logging::warning() << "A truetype font takes too much work; its other glyphs are not drawn";
 }
 
 void FontFace::readMetrics(Font::Character& character) const {

@@ -4,6 +4,7 @@
 #include <qel/foundation/base/byte_span.h>
 #include <qel/foundation/base/ivec.h>
 #include <qel/foundation/base/smart_pointer.h>
+#include <qel/system/core/work_limit.h>
 #include <qel/text/fonts/font.h>
 #include <qel/text/fonts/ft_library_singleton_p.h>
 
@@ -12,7 +13,8 @@
 
 namespace qel::internal {
 
-/// A face and its slot for one glyph.
+/// A face and its slot for one glyph. The processor time that a file takes is limited: once it has taken a
+/// second more than its glyphs and kernings explain, which is logged, it has no further ones.
 class FontFace {
 public:
     /// The lines of a font in whole pixels.
@@ -33,7 +35,7 @@ public:
     /// Returns true if the file has a table of kernings.
     bool hasKerning() const { return FT_HAS_KERNING(m_face); }
     /// Returns the kerning of two code points in pixels; 0 if the face lacks one of them.
-    int kerning(uint32 first, uint32 second) const;
+    int kerning(uint32 first, uint32 second);
 
     /// Returns true if @p index is the number of a glyph.
     bool hasGlyph(uint32 index) const { return FT_Long{index} < m_face->num_glyphs; }
@@ -52,9 +54,13 @@ private:
     FontFace(FTLibrarySingleton& library, FT_Face face) : m_library(&library), m_face(face) {}
 
     bool setSize(int size);
+    void endWork(double explainedSeconds);
 
     SmartPointer<FTLibrarySingleton> m_library;
     FT_Face m_face;
+    FT_Int32 m_loadFlags = FT_LOAD_DEFAULT;
+    WorkLimit m_work;
+    bool m_isSlow = false;
 };
 
 } // namespace qel::internal

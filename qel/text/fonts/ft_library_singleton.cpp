@@ -30,7 +30,7 @@ void* reallocateBlock(FT_Memory, long, long size, void* block) {
 }
 
 /// The formats that are not read. PFR and Type 42 have composite glyphs that cannot be checked
-/// (composite_glyphs_p.h), and PCF files can be compressed, so that a small one may take minutes. All three
+/// (outline_work_p.h), and PCF files can be compressed, so that a small one may take minutes. All three
 /// have been out of use for decades.
 constexpr const char* kUnsafeModules[] = {"pfr", "type42", "pcf"};
 

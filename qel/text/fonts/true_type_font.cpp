@@ -42,6 +42,7 @@ struct TrueTypeFont::Private {
     std::unordered_map<uint32, Character> glyphs; ///< by number in the file; the addresses are stable
     std::unordered_set<uint64> refused;           ///< glyphs that could not be drawn
     std::unordered_map<uint64, int16> kernings;   ///< those that FreeType was asked for
+    uint32 loads = 0;                             ///< how many times loading has begun
 };
 
 FontFace* TrueTypeFont::Private::faceOf(uint32 number) {
@@ -107,11 +108,10 @@ bool TrueTypeFont::loadFromResourceAsync(SmartCStr name, int size) {
     const ConstByteSpan file = library->find(m_resourceName);
     if (!file.empty()) return open(file, size);
     const WeakPointer<TrueTypeFont> self(this);
-    return library->request(m_resourceName, [self, size, requested = m_resourceName](ConstByteSpan arrived) {
+    return library->request(m_resourceName, [self, size, load = m_private->loads](ConstByteSpan arrived) {
         const SmartPointer<TrueTypeFont> font = self.lock();
-        if (!font) return;
-        logging::info() << "Loading font: , id=" << requested << ", fontSize=" << size;
-        font->reset();
+        if (!font || font->m_private->loads != load) return; // another file has been loaded since
+        logging::info() << "Loading font: , id=" << font->m_resourceName << ", fontSize=" << size;
         font->open(arrived, size);
     });
 }
@@ -119,6 +119,7 @@ bool TrueTypeFont::loadFromResourceAsync(SmartCStr name, int size) {
 /// Returns to the state of a new font, except for the fallback fonts.
 void TrueTypeFont::reset() {
     dropGlyphs();
+    ++m_private->loads;
     m_private->face.reset();
     m_private->kernings.clear();
     m_private->file = {};
@@ -206,7 +207,7 @@ const Font::Character* TrueTypeFont::getGlyph(uint32 index) {
 }
 
 int TrueTypeFont::getKerning(uint32 first, uint32 second) {
-    const FontFace* const face = m_private->face.get();
+    FontFace* const face = m_private->face.get();
     if (face == nullptr || !face->hasKerning()) return 0;
     auto& kernings = m_private->kernings;
     const uint64 key = internal::kerningKey(first, second);

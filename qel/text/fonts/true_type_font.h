@@ -14,7 +14,8 @@ namespace qel {
 /// format A8. The file's bytes are shared by all sizes of a resource and kept for the life of the process.
 ///
 /// A font without a face, because loading has failed or has not finished, has a line height of 0 and neither
-/// glyphs nor kerning.
+/// glyphs nor kerning. A file that takes far more processor time than real ones is reported once as a
+/// warning, and its glyphs that have not been drawn are missing from then on.
 /// @threads main thread; System must exist.
 class QEL_API TrueTypeFont final : public Font {
     QEL_CLASS(TrueTypeFont, Font)
@@ -39,7 +40,8 @@ public:
     /// @errors a resource that cannot be read is logged as an error.
     bool loadFromResource(SmartCStr name, int size);
     /// As loadFromResource() if the resource is in memory; otherwise requests it from the providers that
-    /// answer later. All fonts that wait for a resource share one request.
+    /// answer later. All fonts that wait for a resource share one request. The answer is ignored if the font
+    /// has been loaded again in the meantime.
     /// @return false if no provider accepts the request, or if the resource is in memory and is not a font.
     bool loadFromResourceAsync(SmartCStr name, int size);
 

@@ -151,6 +151,42 @@ TEST_F(FontFileTest, LimitsThePartsOfAGlyph) {
     }
 }
 
+/// Returns a font whose letters from A to H move each of their points 950,000 times.
+TtfSample slowFont(size_t points) {
+    TtfSample sample;
+    sample.functions = std::string("\xB0\x00\x2C", 3);                 // FDEF of function 0
+    for (int i = 0; i < 5000; ++i) sample.functions += "\xB0\x01\x36"; // SHZ of the zone of the glyph
+    sample.functions += '\x2D';
+    sample.glyphs.clear();
+    for (uint32 letter = 'A'; letter <= 'H'; ++letter)
+        sample.glyphs.push_back({letter,
+                                 600,
+                                 0,
+                                 0,
+                                 500,
+                                 500,
+                                 {},
+                                 points,
+                                 std::string("\xB0\xBE\xB0\x00\x2A", 5)}); // calls it 190 times
+    return sample;
+}
+
+TEST_F(FontFileTest, DrawsNoMoreGlyphsOfASlowFile) {
+    ASSERT_TRUE(load(slowFont(600).bytes(), 20));
+    EXPECT_EQ(font->getCapitalHeight(), 10);
+    for (uint32 letter = 'A'; letter < 'H'; ++letter) font->getCharacter(letter);
+    EXPECT_EQ(font->getCharacter('H'), nullptr);
+    EXPECT_EQ(font->getCharacter('A')->width, 10);
+    log.expect(2, "A truetype font takes too much work; its other glyphs are not drawn");
+    log.take();
+}
+
+TEST_F(FontFileTest, RunsNoProgramsOnManyPoints) {
+    ASSERT_TRUE(load(slowFont(2049).bytes(), 20));
+    for (uint32 letter = 'A'; letter <= 'H'; ++letter)
+        EXPECT_EQ(font->getCharacter(letter)->width, 10) << letter;
+}
+
 TEST_F(FontFileTest, SurvivesAnyDamageOfOneByte) {
     const std::string file = TtfSample().bytes();
     for (size_t i = 0; i < file.size(); ++i) {

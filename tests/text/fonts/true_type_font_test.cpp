@@ -288,6 +288,15 @@ TEST_F(LateFontTest, SharesOneRequest) {
     EXPECT_TRUE(log.take().empty());
 }
 
+TEST_F(LateFontTest, IgnoresAnAnswerAfterItWasLoadedAgain) {
+    EXPECT_TRUE(font->loadFromResourceAsync("late.ttf", 20));
+    EXPECT_TRUE(font->loadFromMemory(test::shippedFont(kRegular), 30));
+    provider->answer(test::shippedFont(kRegular));
+    EXPECT_EQ(font->getLineHeight(), 30);
+    EXPECT_EQ(font->getResourceName(), "");
+    log.take();
+}
+
 TEST_F(LateFontTest, CanBeRequestedAgainAfterAFailure) {
     EXPECT_TRUE(font->loadFromResourceAsync("late.ttf", 20));
     provider->answer(Buffer());

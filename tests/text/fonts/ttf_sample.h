@@ -16,6 +16,8 @@ struct TtfSample {
         int advance = 0;
         int left = 0, bottom = 0, right = 0, top = 0; ///< the box; empty if left and right are equal
         std::vector<int> parts = {};                  ///< numbers of other glyphs, which it consists of then
+        size_t points = 4;                            ///< of the box; those after the fourth are at one place
+        std::string program = {};                     ///< of a box
     };
     struct Kerning {
         uint32 first = 0; ///< code point
@@ -28,6 +30,7 @@ struct TtfSample {
     bool isBold = false;
     bool isItalic = false;
     bool isUnicode = true;
+    std::string functions;     ///< that programs may call
     size_t statedLocaSize = 0; ///< the size of the table of places in the directory; 0 means the actual one
     std::vector<Glyph> glyphs = {
         {'A', 600, 50, 0, 550, 700}, {'V', 600, 0, 0, 600, 700}, {'x', 500, 50, 0, 450, 500}};
@@ -35,8 +38,9 @@ struct TtfSample {
 
     std::string bytes() const {
         const std::vector<std::pair<std::string, std::string>> tables = {
-            {"cmap", cmap()}, {"glyf", glyf().first}, {"head", head()},        {"hhea", hhea()},
-            {"hmtx", hmtx()}, {"kern", kern()},       {"loca", glyf().second}, {"maxp", maxp()}};
+            {"cmap", cmap()}, {"fpgm", functions},     {"glyf", glyf().first},
+            {"head", head()}, {"hhea", hhea()},        {"hmtx", hmtx()},
+            {"kern", kern()}, {"loca", glyf().second}, {"maxp", maxp()}};
         std::string directory = u32(0x00010000) + u16(static_cast<int>(tables.size())) + std::string(6, '\0');
         std::string content;
         const size_t start = directory.size() + 16 * tables.size();
@@ -86,7 +90,9 @@ private:
         const int width = glyph.right - glyph.left;
         const int height = glyph.top - glyph.bottom;
         std::string bytes = u16(1) + u16(glyph.left) + u16(glyph.bottom) + u16(glyph.right) + u16(glyph.top);
-        bytes += u16(3) + u16(0) + std::string(4, '\1'); // four points on the outline, with 16-bit steps
+        bytes += u16(static_cast<int>(glyph.points) - 1) + u16(static_cast<int>(glyph.program.size())) +
+                 glyph.program;
+        bytes += std::string(4, '\1') + std::string(glyph.points - 4, '\x31'); // with 16-bit or no steps
         bytes += u16(glyph.left) + u16(0) + u16(width) + u16(0) + u16(glyph.bottom) + u16(height) + u16(0) +
                  u16(-height);
         return bytes;

@@ -1,5 +1,7 @@
 #include <qel/shaping/face_shaper_p.h>
 
+#include <qel/shaping/seams.h>
+
 #include <algorithm>
 #include <cmath>
 
@@ -7,9 +9,16 @@ namespace qel::internal {
 
 namespace {
 
+/// HarfBuzz limits the glyphs and the steps of one call, but a file of 100 KB can make it compare millions of
+/// rules for each character, which takes about a microsecond. The factor covers slow processors and
+/// sanitizers.
+constexpr double kSecondsPerCharacter = 100e-6;
+
 constexpr float kUnitsPerPixel = 64;            // of what HarfBuzz returns
 constexpr std::size_t kGlyphsPerCharacter = 20; // a font's longest composition has 18
 constexpr std::size_t kFewGlyphs = 32;          // are accepted for every segment
+
+double g_allowance = 1;
 
 float pixels(int64 length) {
     return static_cast<float>(length) / kUnitsPerPixel;
@@ -51,7 +60,8 @@ float FaceShaper::advanceOf(uint32 glyph) const {
 bool FaceShaper::shape(const ShapingRun& run, const Segment& segment, ShapedRun& answer) {
     m_workLimit.begin();
     const bool isFilled = fillBuffer(run, segment);
-    m_isRefused = !m_workLimit.end(segment.count) || !isFilled;
+    const double excess = m_workLimit.end(kSecondsPerCharacter * static_cast<double>(segment.count));
+    m_isRefused = excess > g_allowance || !isFilled;
     if (m_isRefused) return false;
     if (run.isRightToLeft)
         readRightToLeft(answer);
@@ -109,3 +119,7 @@ void FaceShaper::readRightToLeft(ShapedRun& answer) const {
 }
 
 } // namespace qel::internal
+
+void qel::seams::setShapingAllowance(double seconds) {
+    internal::g_allowance = seconds;
+}

@@ -3,7 +3,7 @@
 
 #include <qel/foundation/base/byte_span.h>
 #include <qel/shaping/segment_p.h>
-#include <qel/shaping/work_limit_p.h>
+#include <qel/system/core/work_limit.h>
 #include <qel/text/fonts/shaping.h>
 #include <qel/text/fonts/true_type_font.h>
 

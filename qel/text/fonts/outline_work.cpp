@@ -1,4 +1,4 @@
-#include <qel/text/fonts/composite_glyphs_p.h>
+#include <qel/text/fonts/outline_work_p.h>
 
 #include <qel/foundation/base/buffer.h>
 
@@ -14,6 +14,7 @@ namespace {
 
 constexpr int kMaxParts = 128; // common fonts have up to 30 in 5 levels
 constexpr int kMaxLevels = 16;
+constexpr int kMaxPoints = 2048; // common fonts have up to 1300
 
 // The flags of a part of a composite glyph, from the OpenType specification, table "glyf".
 constexpr unsigned kArgumentsAreWords = 0x01;
@@ -50,18 +51,25 @@ public:
           m_offsets(loadTable(face, TTAG_loca, (static_cast<FT_ULong>(face->num_glyphs) + 1) * m_offsetSize)),
           m_sizes(std::min<size_t>(m_offsets.getSize() / m_offsetSize, 0x10000)) {}
 
-    /// Returns true if no glyph exceeds the limits.
+    /// Returns true if no glyph exceeds the limits of parts.
     bool areSmall() {
         for (unsigned glyph = 0; glyph < m_sizes.size(); ++glyph)
             if (!isSmall(glyph, 0)) return false;
         return true;
     }
+    /// Returns the points of the largest glyph. Call areSmall() before.
+    int maxPoints() const {
+        int points = 0;
+        for (const Size& size : m_sizes) points = std::max(points, size.points);
+        return points;
+    }
 
 private:
-    /// A composite glyph with all its parts. Those that are simple or not known yet have no parts.
+    /// A glyph with all its parts. Glyphs that are simple or not known yet have no parts.
     struct Size {
         int parts = 0;
         int levels = 0;
+        int points = 0;
     };
 
     unsigned wordAt(size_t place) const {
@@ -79,8 +87,11 @@ private:
         if (level > kMaxLevels) return false;
         if (glyph >= m_sizes.size() || m_sizes[glyph].parts > 0) return true;
         size_t place = placeOf(glyph);
-        const bool isComposite = wordAt(place) >= 0x8000; // a negative number of contours
+        const unsigned contours = wordAt(place);
+        const bool isComposite = contours >= 0x8000; // a negative number
         Size size;
+        if (contours > 0 && !isComposite)
+            size.points = static_cast<int>(wordAt(place + 10 + size_t{2} * (contours - 1))) + 1;
         unsigned flags = isComposite ? kHasMoreParts : 0;
         for (place += 10; (flags & kHasMoreParts) != 0; place += sizeOfPart(flags)) {
             flags = wordAt(place);
@@ -89,6 +100,7 @@ private:
             const Size inner = part < m_sizes.size() ? m_sizes[part] : Size();
             size.parts += inner.parts + 1;
             size.levels = std::max(size.levels, inner.levels + 1);
+            size.points += inner.points;
             if (size.parts > kMaxParts || size.levels > kMaxLevels) return false;
         }
         m_sizes[glyph] = size;
@@ -109,10 +121,14 @@ private:
 
 } // namespace
 
-bool hasSmallComposites(FT_Face face) {
-    const void* const head = FT_Get_Sfnt_Table(face, FT_SFNT_HEAD);
-    if (head == nullptr) return true;
-    return Outlines(face, static_cast<const TT_Header*>(head)->Index_To_Loc_Format != 0).areSmall();
+OutlineWork findOutlineWork(FT_Face face) {
+    const auto* const head = static_cast<const TT_Header*>(FT_Get_Sfnt_Table(face, FT_SFNT_HEAD));
+    const auto* const limits = static_cast<const TT_MaxProfile*>(FT_Get_Sfnt_Table(face, FT_SFNT_MAXP));
+    if (head == nullptr || limits == nullptr) return OutlineWork::Small;
+    Outlines outlines(face, head->Index_To_Loc_Format != 0);
+    if (!outlines.areSmall()) return OutlineWork::TooMuch;
+    const int points = std::max<int>(outlines.maxPoints(), limits->maxTwilightPoints);
+    return points > kMaxPoints ? OutlineWork::TooMuchForPrograms : OutlineWork::Small;
 }
 
 } // namespace qel::internal
