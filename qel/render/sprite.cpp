@@ -35,6 +35,14 @@ private:
 
 Sprite::Sprite(Kind kind) : m_kind(kind) {
     m_image.disableSmartPointers();
+    listen();
+}
+
+/// Listens to the System, and gives up on a request to an earlier one, which does not answer any more.
+void Sprite::listen() {
+    if (m_system.get() == system()) return;
+    m_system = system();
+    m_asyncPending = false;
     system()->signalFreeCaches.connect(this, &Sprite::slotFreeCaches);
 }
 
@@ -118,6 +126,7 @@ bool Sprite::isReloadable() const {
 }
 
 void Sprite::load() {
+    listen();
     if (!isReloadable() || m_sourceInvalid || m_asyncPending || m_isLoading) return;
     const SmartPointer<Sprite> self(this); // a generator may release or invalidate the sprite
     keepData();

@@ -7,6 +7,7 @@
 #include <qel/foundation/base/smart_pointer.h>
 #include <qel/foundation/base/string.h>
 #include <qel/foundation/base/types.h>
+#include <qel/foundation/base/weak_pointer.h>
 #include <qel/imaging/pixels/image.h>
 #include <qel/platform/api.h>
 
@@ -19,6 +20,7 @@ namespace qel {
 class Alarm;
 class Renderer;
 class SpriteCache;
+class System;
 class Texture;
 
 /// A picture with a source (a resource, a glyph, a function or given pixels), its decoded image, and
@@ -27,7 +29,8 @@ class Texture;
 /// A sprite of a resource, a glyph or a function loads its pixels when they are needed and drops them 5
 /// seconds after the last load. Given pixels stay. Textures are dropped 25 seconds after their last use.
 /// System::signalFreeCaches drops both at once, unless the deadline of the frame is exceeded. A second is
-/// that of an Alarm, 1024 ms.
+/// that of an Alarm, 1024 ms. A sprite that is kept for a second System listens to it from the next time on
+/// that it loads pixels or creates a texture, and requests a resource again that had not arrived.
 /// @threads main thread; System must exist.
 class QEL_API Sprite : public Object {
     QEL_CLASS(Sprite, Object)
@@ -139,6 +142,7 @@ private:
         }
     };
 
+    void listen();
     bool isReloadable() const;
     void keepData();
     void obtainPixels();
@@ -152,6 +156,7 @@ private:
     std::string kindWord() const;
 
     Kind m_kind;
+    WeakPointer<System> m_system; ///< whose signal it listens to
     unsigned m_codepoint = 0;
     IVec2<unsigned> m_descriptor;
     String m_resourceName;

@@ -358,6 +358,31 @@ TEST_F(SpriteTest, CachedSpritesDieBeforeTheQueues) {
     EXPECT_TRUE(witness.hadQueues);
 }
 
+TEST_F(SpriteTest, AKeptSpriteListensToTheNextSystem) {
+    const SmartPointer<Sprite> sprite = makeSprite();
+    System::deinitialize();
+    System::initialize({});
+    sprite->preloadTexture(&renderer, {8, 8});
+    system().signalFreeCaches();
+    EXPECT_FALSE(sprite->hasImageData());
+    EXPECT_EQ(sprite->hasTexture({8, 8}), nullptr);
+}
+
+TEST_F(SpriteTest, AKeptSpriteRequestsItsPictureAgain) {
+    const SmartPointer<test::LateProvider> provider = addLateProvider();
+    const SmartPointer<Sprite> sprite = system().getSprite("late.png");
+    sprite->preloadData();
+    provider->answer = nullptr;
+    System::deinitialize();
+    System::initialize({});
+    system().getResourceLocator()->addResourceProvider(provider.get());
+    sprite->preloadData();
+    ASSERT_TRUE(provider->answer);
+    provider->answer(redPicture({6, 4}));
+    passAfter(16);
+    EXPECT_EQ(sprite->getSize(), IVec2<int>(6, 4));
+}
+
 // --- prefetch -------------------------------------------------------------------------------------------
 
 TEST_F(SpriteTest, APrefetchLoadsInOnePassAndMakesTheTextureInTheNext) {

@@ -43,6 +43,7 @@ struct TrueTypeFont::Private {
     std::unordered_set<uint64> refused;           ///< glyphs that could not be drawn
     std::unordered_map<uint64, int16> kernings;   ///< those that FreeType was asked for
     uint32 loads = 0;                             ///< how many times loading has begun
+    WeakPointer<System> system;                   ///< whose signal the font listens to
 };
 
 FontFace* TrueTypeFont::Private::faceOf(uint32 number) {
@@ -73,7 +74,13 @@ bool TrueTypeFont::Private::drawOnce(FontFace& source, uint32 number, uint32 ind
 }
 
 TrueTypeFont::TrueTypeFont() : m_private(std::make_unique<Private>(m_pages)) {
-    if (system() != nullptr) system()->signalFreeCaches.connect(this, &TrueTypeFont::unload);
+    listen();
+}
+
+void TrueTypeFont::listen() {
+    if (m_private->system.get() == system()) return;
+    m_private->system = system();
+    system()->signalFreeCaches.connect(this, &TrueTypeFont::unload);
 }
 
 TrueTypeFont::~TrueTypeFont() {
@@ -186,6 +193,7 @@ void TrueTypeFont::dropGlyphs() {
 
 bool TrueTypeFont::fetchGlyph(uint32 codePoint, Character& character) {
     if (!isLoaded()) return false;
+    listen();
     for (uint32 number = 0; number <= m_private->fallbackFonts.size(); ++number) {
         FontFace* const face = m_private->faceOf(number);
         if (face != nullptr && m_private->drawOnce(*face, number, face->glyphIndex(codePoint), character))
@@ -197,6 +205,7 @@ bool TrueTypeFont::fetchGlyph(uint32 codePoint, Character& character) {
 const Font::Character* TrueTypeFont::getGlyph(uint32 index) {
     const auto found = m_private->glyphs.find(index);
     if (found != m_private->glyphs.end()) return &found->second;
+    listen();
     Character character;
     const uint32 number = index / kFallbackGlyph;
     const uint32 indexInFile = index % kFallbackGlyph;

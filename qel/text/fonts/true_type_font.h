@@ -26,7 +26,8 @@ public:
     /// getGlyph(n * kFallbackGlyph + i) returns glyph i of the n-th fallback font, n = 1 for the first one.
     static constexpr uint32 kFallbackGlyph = 1 << 24;
 
-    /// Creates a font without a face. It listens to System::signalFreeCaches.
+    /// Creates a font without a face. It listens to System::signalFreeCaches; one that is kept for a second
+    /// System listens to it from the next glyph on that it draws.
     TrueTypeFont();
     ~TrueTypeFont() override;
 
@@ -91,6 +92,7 @@ protected:
 private:
     struct Private;
 
+    void listen();
     void reset();
     bool open(ConstByteSpan file, int size);
     void finishLoading();

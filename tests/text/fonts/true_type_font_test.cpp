@@ -120,6 +120,15 @@ TEST_F(TrueTypeFontTest, DrawsItsGlyphsAgainAfterTheyWereFreed) {
     EXPECT_EQ(pixelsOf(*font->getCharacter('H')), before);
 }
 
+TEST_F(TrueTypeFontTest, AKeptFontListensToTheNextSystem) {
+    load();
+    System::deinitialize();
+    System::initialize({});
+    font->getCharacter('H');
+    system().signalFreeCaches();
+    EXPECT_EQ(font->getPage(0), nullptr);
+}
+
 TEST_F(TrueTypeFontTest, StatesTheStyleOfItsFace) {
     test::addShippedFonts();
     const std::pair<const char*, FontStyle> styles[] = {
