@@ -12,6 +12,7 @@
 
 #include <hwy/highway.h>
 #include <qel/foundation/base/simd_dispatch_p.h>
+#include <qel/software3d/ray_block.inc>
 #include <qel/software3d/ray_tables.inc>
 #include <qel/software3d/ray_voxels.inc>
 
@@ -21,8 +22,8 @@ namespace qel::internal::HWY_NAMESPACE {
 /// Steps that are computed at once, without waiting for the results of each other.
 constexpr int kGroup = 4;
 
-/// The segments of a group on each ray. Their colours are from 0 to 1; segments after the last step have an
-/// alpha of 0.
+/// The segments of a group on each ray. Their colours are from 0 to 1; segments that a ray does not have
+/// get an alpha of 0.
 struct Segments {
     F red[kGroup], green[kGroup], blue[kGroup], alpha[kGroup];
 
@@ -39,26 +40,27 @@ struct Segments {
 class Rays {
 public:
     HWY_INLINE Rays(const VolumeDraw& draw, const RayPaths& paths, size_t first)
-        : m_draw(draw), m_voxels(draw), m_block(draw) {
-        const Floats d;
-        m_start = {hn::Load(d, paths.start[0] + first), hn::Load(d, paths.start[1] + first),
-                   hn::Load(d, paths.start[2] + first)};
-        m_step = {hn::Load(d, paths.step[0] + first), hn::Load(d, paths.step[1] + first),
-                  hn::Load(d, paths.step[2] + first)};
-        m_length = hn::Load(d, paths.segmentLength + first);
-        m_isInside = hn::MaskFromVec(hn::BitCast(d, hn::Load(Words(), paths.isInside + first)));
-        m_perStep = {hn::Div(All(1), m_step.x), hn::Div(All(1), m_step.y), hn::Div(All(1), m_step.z)};
-        m_block.SetDirection(m_step);
+        : m_draw(draw),
+          m_lines{Load(paths.start, first), Load(paths.step, first), Zero()},
+          m_length(hn::Load(Floats(), paths.segmentLength + first)),
+          m_isInside(hn::MaskFromVec(hn::BitCast(Floats(), hn::Load(Words(), paths.isInside + first)))),
+          m_voxels(draw),
+          m_block(draw, m_lines, m_isInside),
+          m_count(draw.steps) {
+        const Place& step = m_lines.step;
+        m_perStep = {hn::Div(All(1), step.x), hn::Div(All(1), step.y), hn::Div(All(1), step.z)};
+        Align();
     }
 
     HWY_INLINE bool IsAnyInside() const { return IsAny(m_isInside); }
 
     void Maximum(Rgba* colors) {
         F most = Zero();
-        for (int i = 0; i < m_draw.steps; ++i) {
-            const F t = CoordinateAt(At(static_cast<float>(i) + 0.5f), hn::Not(m_isInside));
+        for (int i = 0; i < m_count; ++i) {
+            const F t = CoordinateAfter(static_cast<float>(i) + 0.5f);
+            const M isUsed = hn::And(hn::Gt(t, Zero()), HasSegment(i));
             // The second operand results if one is not a number.
-            most = hn::Max(most, hn::Min(hn::IfThenElseZero(hn::Gt(t, Zero()), t), All(1)));
+            most = hn::Max(most, hn::Min(hn::IfThenElseZero(isUsed, t), All(1)));
         }
         Store(most, most, most, All(1), colors);
     }
@@ -78,10 +80,39 @@ public:
     }
 
 private:
-    HWY_INLINE Place At(float segments) const {
-        const F s = All(segments);
-        return {hn::Add(m_start.x, hn::Mul(s, m_step.x)), hn::Add(m_start.y, hn::Mul(s, m_step.y)),
-                hn::Add(m_start.z, hn::Mul(s, m_step.z))};
+    static HWY_INLINE Place Load(const float (&numbers)[3][RayPaths::kMost], size_t first) {
+        const Floats d;
+        return {hn::Load(d, numbers[0] + first), hn::Load(d, numbers[1] + first),
+                hn::Load(d, numbers[2] + first)};
+    }
+
+    HWY_INLINE Place At(float segments) const { return m_lines.At(segments); }
+
+    /// Lets rays begin some steps later than others, so that their places are next to each other, as those of
+    /// rays that enter the volume at the same depth are.
+    HWY_INLINE void Align() {
+        const Place& step = m_lines.step;
+        const auto middle = static_cast<float>(m_draw.steps / 2);
+        const F x = All(Sum(step.x)), y = All(Sum(step.y)), z = All(Sum(step.z));
+        const auto along = [&](const Place& p) {
+            return hn::Add(hn::Add(hn::Mul(p.x, x), hn::Mul(p.y, y)), hn::Mul(p.z, z));
+        };
+        const F depth = along(At(middle));
+        const F nearest = hn::MinOfLanes(Floats(), hn::IfThenElse(m_isInside, depth, All(kFar * kFar)));
+        const F ahead = hn::Floor(hn::Add(hn::Div(hn::Sub(nearest, depth), along(step)), All(0.5f)));
+        const F most = All(static_cast<float>(m_draw.steps / 8));
+        m_lines.shift = hn::IfThenElseZero(m_isInside, hn::Min(hn::Max(ahead, hn::Neg(most)), Zero()));
+        if (!m_block.UseNear(middle)) m_lines.shift = Zero();
+        m_lag = static_cast<int>(-hn::GetLane(hn::MinOfLanes(Floats(), m_lines.shift)));
+        m_count += m_lag;
+    }
+
+    static HWY_INLINE float Sum(F values) { return hn::GetLane(hn::SumOfLanes(Floats(), values)); }
+
+    /// Returns which rays have a segment of number @p i.
+    HWY_INLINE M HasSegment(int i) const {
+        const F segment = hn::Add(All(static_cast<float>(i)), m_lines.shift);
+        return hn::And(hn::Ge(segment, Zero()), hn::Lt(segment, All(static_cast<float>(m_draw.steps))));
     }
 
     HWY_INLINE void Store(F red, F green, F blue, F alpha, Rgba* colors) const {
@@ -91,20 +122,19 @@ private:
                               Floats(), reinterpret_cast<float*>(colors));
     }
 
-    /// Returns the coordinates of the values at a place of the rays that have not ended, and anything for
-    /// others.
-    HWY_INLINE F CoordinateAt(const Place& place, M isEnded) {
-        return m_voxels.CoordinateOf(m_block.Contain(place, isEnded) ? m_block.ValueAt(place)
-                                                                     : m_voxels.ValueAt(place));
+    /// Returns the coordinates of the values at the places after some segments, of which there are never
+    /// less than in the call before.
+    HWY_INLINE F CoordinateAfter(float segments) {
+        const Place place = At(segments);
+        return m_voxels.CoordinateOf(m_block.Contain(segments) ? m_block.ValueAt(place)
+                                                               : m_voxels.ValueAt(place));
     }
 
     HWY_INLINE M IsEnded() const { return hn::Ge(m_alpha, All(kOpaqueCoverage)); }
 
     /// Computes the coordinates at places that are one segment apart.
     HWY_INLINE void SampleGroup(float segments, F* coordinates) {
-        const M isEnded = IsEnded();
-        for (int k = 0; k < kGroup; ++k)
-            coordinates[k] = CoordinateAt(At(segments + static_cast<float>(k)), isEnded);
+        for (int k = 0; k < kGroup; ++k) coordinates[k] = CoordinateAfter(segments + static_cast<float>(k));
     }
 
     HWY_INLINE void SumOfValues() {
@@ -113,8 +143,8 @@ private:
             return DiagonalColor(weights, m_voxels.GradientAt(At(middle))).template Get<kRed>();
         };
         int clear = 0;
-        for (int i = 0; i<m_draw.steps; i += clear> 0 ? clear : kGroup) {
-            clear = CanSkip() ? CountClear(i, 0.5f, m_draw.steps - 1) : 0;
+        for (int i = 0; i<m_count; i += clear> 0 ? clear : kGroup) {
+            clear = CanSkip() ? CountClear(i, 0.5f, m_count - 1) : 0;
             if (clear > 0) continue;
             F coordinates[kGroup];
             SampleGroup(static_cast<float>(i) + 0.5f, coordinates);
@@ -131,13 +161,13 @@ private:
             const DiagonalColor after(weights, m_voxels.GradientAt(At(begin + 1)));
             return MeanColor(weights, before, after).template Get<kRed>();
         };
-        DiagonalColor before(colors, CoordinateAt(At(0), IsEnded()));
+        DiagonalColor before(colors, CoordinateAfter(0));
         int clear = 0;
-        for (int i = 0; i<m_draw.steps; i += clear> 0 ? clear : kGroup) {
+        for (int i = 0; i<m_count; i += clear> 0 ? clear : kGroup) {
             // The segments between clear places.
-            clear = CanSkip() ? std::max(CountClear(i, 0, m_draw.steps) - 1, 0) : 0;
+            clear = CanSkip() ? std::max(CountClear(i, 0, m_count) - 1, 0) : 0;
             if (clear > 0) {
-                before = DiagonalColor(colors, CoordinateAt(At(static_cast<float>(i + clear)), IsEnded()));
+                before = DiagonalColor(colors, CoordinateAfter(static_cast<float>(i + clear)));
                 continue;
             }
             F coordinates[kGroup];
@@ -159,7 +189,9 @@ private:
     /// whose place is its number plus @p offset. @return false if nothing after them can be seen.
     template <typename Weigh>
     HWY_INLINE bool AddGroup(Segments& segments, int i, float offset, const Weigh& weigh) {
-        for (int k = m_draw.steps - i; k < kGroup; ++k) segments.alpha[k] = Zero();
+        if (i < m_lag || i + kGroup > m_draw.steps)
+            for (int k = 0; k < kGroup; ++k)
+                segments.alpha[k] = hn::IfThenElseZero(HasSegment(i + k), segments.alpha[k]);
         F most = segments.alpha[0];
         for (int k = 1; k < kGroup; ++k) most = hn::Max(most, segments.alpha[k]);
         m_hasAdded = IsAny(hn::Gt(most, Zero()));
@@ -281,12 +313,14 @@ private:
     }
 
     const VolumeDraw& m_draw;
+    RayLines m_lines;
+    const F m_length;
+    const M m_isInside;
     const Voxels m_voxels;
     VoxelBlock m_block;
-    Place m_start, m_step;
-    Place m_perStep; ///< 1 / m_step
-    F m_length;
-    M m_isInside;
+    Place m_perStep; ///< 1 / the step
+    int m_lag = 0;   ///< steps by which the last ray begins after the first
+    int m_count;     ///< steps of all rays
     F m_red, m_green, m_blue;
     F m_alpha;               ///< above 1 for rays that are outside
     bool m_hasAdded = false; ///< by the last group
