@@ -115,6 +115,41 @@ TEST_F(ShaperTest, FallbackFontsShapeTheirScripts) {
     EXPECT_EQ(font->getGlyph(3 * kFallback + 1), nullptr);
 }
 
+// Short segments are kept. A Syriac letter, which no font has, joins the Arabic letters around it.
+TEST_F(ShaperTest, RepeatedSegmentsHaveTheGlyphsOfTheFirst) {
+    const auto font = loadShapedWide(40);
+    struct Case {
+        std::u32string_view text;
+        bool isRightToLeft;
+    };
+    for (const Case& c : {Case{U"aяaяaя", false},
+                          {U"बaबaकि1", false},
+                          {U"ب", true},
+                          {U"بܒ", true},
+                          {U"ܒب", true},
+                          {U"ܒبܒ", true},
+                          {U"ب", false},
+                          {U"AVя", false}}) {
+        const ShapedRun first = shape(*loadShapedWide(40), c.text, c.isRightToLeft);
+        for (int i = 0; i < 2; ++i) {
+            const ShapedRun run = shape(*font, c.text, c.isRightToLeft);
+            EXPECT_EQ(run.advances, first.advances);
+            EXPECT_EQ(indicesOf(run), indicesOf(first));
+            EXPECT_EQ(charactersOf(run), charactersOf(first));
+            EXPECT_EQ(placesOf(run), placesOf(first));
+        }
+    }
+}
+
+TEST_F(ShaperTest, LetterJoinsThoseOfAnotherSegment) {
+    const auto font = loadShaped(kArabic, 40);
+    const uint32 isolated = indicesOf(shape(*font, U"ب", true)).at(0);
+    const uint32 initial = indicesOf(shape(*font, U"بܒ", true)).at(0);
+    const uint32 final = indicesOf(shape(*font, U"ܒب", true)).at(1);
+    const std::set<uint32> forms{isolated, initial, final};
+    EXPECT_EQ(forms.size(), 3u);
+}
+
 TEST_F(ShaperTest, MissingCharacterHasItsUsualGlyph) {
     const auto font = loadShaped(kRoboto, 40);
     test::LogCapture log;

@@ -1,6 +1,7 @@
 // Shipped fonts with a shaper.
 #pragma once
 
+#include <qel/foundation/base/ivec.h>
 #include <qel/foundation/base/object.h>
 #include <qel/shaping/shaper.h>
 #include <qel/text/fonts/shaping.h>
@@ -45,6 +46,11 @@ protected:
         font->setFallbackFonts({load(kArabic, size * 5 / 4), load(kDevanagari, size * 6 / 5)});
         return font;
     }
+    static SmartPointer<TrueTypeFont> loadShapedWide(int size) {
+        const SmartPointer<TrueTypeFont> font = loadWide(size);
+        connectShaper(*font);
+        return font;
+    }
     /// Returns the answer of the hook of @p font.
     static ShapedRun shape(TrueTypeFont& font, std::u32string_view text, bool isRightToLeft = false) {
         const std::vector<uint32> codePoints(text.begin(), text.end());
@@ -57,6 +63,12 @@ protected:
         std::vector<uint32> indices;
         for (const ShapedGlyph& glyph : run.glyphs) indices.push_back(glyph.index);
         return indices;
+    }
+    /// Returns where the glyphs of a run are.
+    static std::vector<IVec2<float>> placesOf(const ShapedRun& run) {
+        std::vector<IVec2<float>> places;
+        for (const ShapedGlyph& glyph : run.glyphs) places.emplace_back(glyph.x, glyph.y);
+        return places;
     }
     /// Returns the numbers of the characters that the glyphs of a run belong to.
     static std::vector<uint32> charactersOf(const ShapedRun& run) {

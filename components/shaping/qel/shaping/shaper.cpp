@@ -2,6 +2,7 @@
 
 #include <qel/foundation/log/message_stream.h>
 #include <qel/shaping/face_shaper_p.h>
+#include <qel/shaping/segment_cache_p.h>
 
 #include <algorithm>
 #include <cmath>
@@ -13,6 +14,7 @@ namespace {
 
 using internal::FaceShaper;
 using internal::Segment;
+using internal::SegmentKey;
 using internal::SegmentReader;
 
 constexpr std::size_t kMaxFaces = 255; // what a number of a glyph can state
@@ -38,19 +40,28 @@ private:
     }
     /// Opens the files that the fonts have loaded since the last run.
     void openFaces() {
-        m_faces.resize(std::min(1 + m_font.getFallbackFonts().size(), kMaxFaces));
-        for (std::size_t i = 0; i < m_faces.size(); ++i)
-            if (!m_faces[i] || !m_faces[i]->isOf(fontOf(i)))
-                m_faces[i] = std::make_unique<FaceShaper>(fontOf(i));
+        const std::size_t count = std::min(1 + m_font.getFallbackFonts().size(), kMaxFaces);
+        if (count != m_faces.size()) m_cache.clear();
+        m_faces.resize(count);
+        for (std::size_t i = 0; i < count; ++i) {
+            if (m_faces[i] && m_faces[i]->isOf(fontOf(i))) continue;
+            m_faces[i] = std::make_unique<FaceShaper>(fontOf(i));
+            m_cache.clear();
+        }
     }
     void shapeSegment(const ShapingRun& run, const Segment& segment, ShapedRun& answer) {
-        const std::size_t firstGlyph = answer.glyphs.size();
         const bool hasFace = segment.face < m_faces.size() && m_faces[segment.face]->isUsable();
-        if (hasFace && m_faces[segment.face]->shape(run, segment, answer))
-            return finishSegment(run, segment, answer, std::span(answer.glyphs).subspan(firstGlyph));
-        if (hasFace)
-            logging::warning() << "Shaping a text takes too much work with the font: "
-                               << fontOf(segment.face).getResourceName();
+        if (!hasFace) return takeUsualGlyphs(run, segment, answer);
+        const std::optional<SegmentKey> key = SegmentKey::of(run, segment);
+        if (key && m_cache.find(*key, segment, answer)) return;
+        const std::size_t firstGlyph = answer.glyphs.size();
+        if (m_faces[segment.face]->shape(run, segment, answer)) {
+            finishSegment(run, segment, answer, std::span(answer.glyphs).subspan(firstGlyph));
+            if (key) m_cache.keep(*key, segment, answer, firstGlyph);
+            return;
+        }
+        logging::warning() << "Shaping a text takes too much work with the font: "
+                           << fontOf(segment.face).getResourceName();
         takeUsualGlyphs(run, segment, answer);
     }
     /// Turns the numbers of glyphs in a file into those of the font.
@@ -101,6 +112,7 @@ private:
 
     TrueTypeFont& m_font;
     std::vector<std::unique_ptr<FaceShaper>> m_faces;
+    internal::SegmentCache m_cache; ///< holds for these faces
     const SegmentReader::HasGlyph m_hasGlyph = [this](uint32 face, uint32 codePoint) {
         return m_faces[face]->glyphOf(codePoint) != 0;
     };
