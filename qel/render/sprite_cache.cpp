@@ -2,6 +2,8 @@
 
 #include <qel/system/core/system.h>
 
+#include <utility>
+
 namespace qel {
 
 namespace {
@@ -19,23 +21,45 @@ Sprite* SpriteCache::get(std::string_view name) {
 }
 
 Sprite* SpriteCache::get(const IVec2<unsigned>& descriptor, unsigned codepoint) {
-    forgetMissingGlyph();
+    SmartPointer<Sprite> unused = releaseMissingGlyph();
     m_lastGlyph = {descriptor.x, descriptor.y, codepoint};
     SmartPointer<Sprite>& sprite = m_byGlyph[m_lastGlyph];
     if (sprite) return sprite.get();
-    sprite = Sprite::createFromGlyph(descriptor, codepoint);
+    sprite = unused ? std::move(unused) : Sprite::createFromGlyph(descriptor, codepoint);
+    sprite->m_descriptor = descriptor;
+    sprite->m_codepoint = codepoint;
     const auto missing = m_missingGlyphs.find({descriptor.x, descriptor.y, codepoint >> 8});
     sprite->m_isReported = missing != m_missingGlyphs.end() && missing->second[codepoint & 0xFF];
     return sprite.get();
 }
 
-/// Releases the sprite that was returned last if its glyph does not exist.
-void SpriteCache::forgetMissingGlyph() {
+/// Releases the sprite that was returned last if its glyph does not exist. Texts may have many such glyphs,
+/// and creating a sprite takes longer than asking the host for one.
+/// @return the sprite if it is as good as a new one; otherwise null.
+SmartPointer<Sprite> SpriteCache::releaseMissingGlyph() {
     const auto last = m_byGlyph.find(m_lastGlyph);
-    if (last == m_byGlyph.end() || last->second->isSourceValid()) return;
+    if (last == m_byGlyph.end() || last->second->isSourceValid()) return nullptr;
     const auto [width, height, codepoint] = m_lastGlyph;
     m_missingGlyphs[{width, height, codepoint >> 8}].set(codepoint & 0xFF);
+    const SmartPointer<Sprite> sprite = std::move(last->second);
     m_byGlyph.erase(last);
+    return renew(*sprite) ? sprite : nullptr;
+}
+
+/// Returns a glyph's sprite, which has never had pixels, to the state of a new one. Weak pointers to it are
+/// cleared.
+/// @return false if the sprite must not be used again, as somebody else holds it.
+bool SpriteCache::renew(Sprite& sprite) {
+    sprite.removeWeakPointers();
+    const bool isUnused = sprite.m_kind == Sprite::Kind::Glyph && !sprite.m_hasMeta &&
+                          sprite.m_textures.empty() && sprite.getReferenceCount() == 1;
+    if (!isUnused) return false;
+    sprite.m_sourceInvalid = false;
+    sprite.m_convertToFormat = UnknownFormat;
+    sprite.m_allowLossyConversion = true;
+    sprite.m_convertIntensityToAlpha = false;
+    sprite.m_approxGammaCorrectAlpha = false;
+    return true;
 }
 
 void SpriteCache::clear() {

@@ -52,7 +52,8 @@ private:
     };
 
     void endPrefetch() { m_prefetch.sprite = nullptr; }
-    void forgetMissingGlyph();
+    SmartPointer<Sprite> releaseMissingGlyph();
+    static bool renew(Sprite& sprite);
 
     std::map<std::string, SmartPointer<Sprite>, std::less<>> m_byName;
     std::map<GlyphKey, SmartPointer<Sprite>> m_byGlyph;

@@ -217,6 +217,30 @@ TEST_F(SpriteTest, AGlyphThatDoesNotExistIsReportedOnceAndLeavesTheCache) {
     EXPECT_TRUE(log.take().empty());
 }
 
+TEST_F(SpriteTest, AMissingGlyphLeavesNothingToTheNextOne) {
+    const IVec2<unsigned> font(3, 4);
+    system().delegateRenderGlyph.connect([](const IVec2<unsigned>&, unsigned codePoint, Image& image) {
+        image.initialize(L8, {static_cast<int>(codePoint - 64), 1});
+        return codePoint > 66;
+    });
+    test::LogCapture log;
+    const WeakPointer<Sprite> missing(system().getSprite(font, 65));
+    missing->setConvertIntensityToAlpha(true);
+    missing->preloadData();
+    const SmartPointer<Sprite> present = system().getSprite(font, 67);
+    EXPECT_EQ(missing.get(), nullptr);
+    EXPECT_EQ(present->getSize(), IVec2<int>(3, 1));
+    EXPECT_EQ(present->getImage().getImageFormat(), L8);
+    EXPECT_EQ(present->asLogTag(), "[SPRITE:type=glyph(descriptor=3,4;codepoint=67);size=3x1;resident] ");
+    const SmartPointer<Sprite> held = system().getSprite(font, 66);
+    held->preloadData();
+    EXPECT_NE(system().getSprite(font, 68), held.get());
+    EXPECT_FALSE(held->isSourceValid());
+    log.expect(1, "no glyph available for codepoint: 65");
+    log.expect(1, "no glyph available for codepoint: 66");
+    EXPECT_TRUE(log.take().empty());
+}
+
 TEST_F(SpriteTest, AGeneratorMayInvalidateAndReleaseItsSprite) {
     SmartPointer<Sprite> sprite;
     sprite = Sprite::createFromLambda([&sprite](Image& image) {
