@@ -81,6 +81,11 @@ size_t rowOf(FontStyle style) {
     return row < std::size(kFontResources) ? row : 0;
 }
 
+bool isOfTheme(const TrueTypeFont& font) {
+    return std::ranges::any_of(kFontResources,
+                               [&](const char* resource) { return font.getResourceName() == resource; });
+}
+
 } // namespace
 
 Theme::Theme() = default;
@@ -165,13 +170,17 @@ Font* Theme::fontAt(FontStyle style, size_t size) const {
     return m_fonts[rowOf(style)][size].get();
 }
 
+// No face reports that it is light, and a font that has not arrived reports nothing, so that fonts of the
+// theme are recognised by their resources.
 Font* Theme::fontWithStyle(Font* font, FontStyle style) {
-    if (font == nullptr || font->getStyle() == style) return font;
+    if (font == nullptr) return nullptr;
     const char* const resource = kFontResources[rowOf(style)];
-    // No face reports that it is light, so that such a font is recognised by its resource.
     const auto* const outline = dynamic_cast<const TrueTypeFont*>(font);
     if (outline != nullptr && outline->getResourceName() == resource) return font;
-    return system()->getTrueTypeFont(resource, font->getLineHeight());
+    const bool isWaiting = outline != nullptr && !outline->isLoaded();
+    const bool hasStyle = font->getStyle() == style && !(isWaiting && isOfTheme(*outline));
+    if (hasStyle) return font;
+    return system()->getTrueTypeFont(resource, isWaiting ? outline->getSize() : font->getLineHeight());
 }
 
 StyleData* Theme::getStyleData() {

@@ -1,5 +1,6 @@
 #include "style_fixture.h"
 
+#include <tests/support/late_provider.h>
 #include <tests/support/shipped_fonts.h>
 
 #include <qel/plugins/resource_locator.h>
@@ -162,6 +163,23 @@ TEST_F(ThemeTest, FontsAreFoundInOtherStyles) {
     const auto equal = makeObject<Theme>();
     equal->setDevice(100, 4, 2000, 2000, 1);
     EXPECT_EQ(equal->largeFont(), regular) << "equal displays share their fonts";
+}
+
+TEST_F(ThemeTest, FontsThatHaveNotArrivedHaveStylesToo) {
+    System::deinitialize();
+    System::initialize({});
+    Object::discardSingletons();
+    const SmartPointer<test::LateProvider> provider = new test::LateProvider;
+    system().getResourceLocator()->addResourceProvider(provider.get());
+    theme->setDevice(100, 4, 1000, 1000, 1);
+    Font* const regular = theme->largeFont();
+    Font* const bold = theme->largeFont(FontStyle::Bold);
+    EXPECT_EQ(regular->getLineHeight(), 0);
+    EXPECT_EQ(Theme::fontWithStyle(regular, FontStyle::Bold), bold);
+    EXPECT_EQ(Theme::fontWithStyle(bold, FontStyle::Regular), regular);
+    Font* const other = system().getTrueTypeFont("other.ttf", 20);
+    EXPECT_EQ(Theme::fontWithStyle(other, FontStyle::Regular), other);
+    log.take();
 }
 
 TEST_F(ThemeTest, AnEmIsTheLineHeightOfTheMediumFont) {

@@ -91,7 +91,7 @@ TrueTypeFont::~TrueTypeFont() {
 
 bool TrueTypeFont::loadFromMemory(ConstByteSpan file, int size) {
     Buffer copy(file.data, file.size);
-    reset();
+    reset(size);
     m_resourceName.clear();
     m_private->ownFile.swap(copy);
     if (open(m_private->ownFile, size)) return true;
@@ -100,7 +100,7 @@ bool TrueTypeFont::loadFromMemory(ConstByteSpan file, int size) {
 }
 
 bool TrueTypeFont::loadFromResource(SmartCStr name, int size) {
-    reset();
+    reset(size);
     m_resourceName = name;
     const ConstByteSpan file = FTLibrarySingleton::get()->load(m_resourceName);
     if (!file.empty()) return open(file, size);
@@ -109,7 +109,7 @@ bool TrueTypeFont::loadFromResource(SmartCStr name, int size) {
 }
 
 bool TrueTypeFont::loadFromResourceAsync(SmartCStr name, int size) {
-    reset();
+    reset(size);
     m_resourceName = name;
     const SmartPointer<FTLibrarySingleton> library = FTLibrarySingleton::get();
     const ConstByteSpan file = library->find(m_resourceName);
@@ -124,7 +124,8 @@ bool TrueTypeFont::loadFromResourceAsync(SmartCStr name, int size) {
 }
 
 /// Returns to the state of a new font, except for the fallback fonts.
-void TrueTypeFont::reset() {
+void TrueTypeFont::reset(int size) {
+    m_size = size;
     dropGlyphs();
     ++m_private->loads;
     m_private->face.reset();

@@ -46,6 +46,8 @@ public:
     /// @return false if no provider accepts the request, or if the resource is in memory and is not a font.
     bool loadFromResourceAsync(SmartCStr name, int size);
 
+    /// Returns the size that was passed when the font was last loaded or requested; 0 before.
+    int getSize() const { return m_size; }
     /// Returns true if the font has a face.
     bool isLoaded() const;
     /// Returns the name of the resource that the font was loaded from or waits for; empty for a font from
@@ -93,13 +95,14 @@ private:
     struct Private;
 
     void listen();
-    void reset();
+    void reset(int size);
     bool open(ConstByteSpan file, int size);
     void finishLoading();
     void dropGlyphs();
 
     const std::unique_ptr<Private> m_private;
     String m_resourceName;
+    int m_size = 0;
     int m_lineHeight = 0;
 };
 
