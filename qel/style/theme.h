@@ -103,8 +103,8 @@ public:
     Font* extraLargeFont(FontStyle style = FontStyle::Regular) const { return fontAt(style, 5); }
     /// Returns the medium font.
     Font* defaultFont(FontStyle style = FontStyle::Regular) const { return mediumFont(style); }
-    /// Returns the font of another style with the same line height: @p font itself if it has that style. For a
-    /// font that has not arrived yet, its size is used instead.
+    /// Returns the font of another style with the same line height: @p font itself if it has that style. For
+    /// a font that has not arrived yet, its size is used instead.
     /// @return null if @p font is null. @owner the cache of System.
     static Font* fontWithStyle(Font* font, FontStyle style);
 
