@@ -499,9 +499,11 @@ class HastyClock : public ManualClock {
 public:
     int64 steadyNanoseconds() override {
         if (isHasty) advanceMs(3);
+        ++readings;
         return ManualClock::steadyNanoseconds();
     }
     std::atomic<bool> isHasty{false};
+    std::atomic<int> readings{0};
 };
 
 TEST_F(RefinementTest, RowsAfterTheBudgetAreInterpolated) {
@@ -523,6 +525,28 @@ TEST_F(RefinementTest, RowsAfterTheBudgetAreInterpolated) {
     gate.open();
     scene->renderer->waitRefined();
     EXPECT_EQ(draw(), drawPlainly());
+    Clock::install(&clock);
+}
+
+TEST_F(RefinementTest, TheTimeForTheFirstPictureDoesNotGrowWithItsSize) {
+    HastyClock hasty;
+    Clock::install(&hasty);
+    for (const IVec2<int>& size : {IVec2<int>(120, 100), IVec2<int>(480, 400)}) {
+        startScene(size);
+        gate.close();
+        hasty.isHasty = true;
+        hasty.readings = 0;
+        const Bytes hurried = draw();
+        hasty.isHasty = false;
+        EXPECT_LT(hasty.readings, 40) << "looks at the clock, one before each row";
+        for (const int y : {3, 4, 5}) {
+            const auto at = static_cast<size_t>(4 * (size.x * (y * size.y / 8) + size.x / 2));
+            EXPECT_NE(hurried[at + 1], 0) << "every part shows something: " << y;
+        }
+        gate.open();
+        scene->renderer->waitRefined();
+        EXPECT_EQ(draw(), drawPlainly());
+    }
     Clock::install(&clock);
 }
 

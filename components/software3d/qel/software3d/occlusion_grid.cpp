@@ -10,6 +10,8 @@ namespace {
 
 constexpr int kCell = 4;
 constexpr size_t kMostGrids = 4;
+constexpr unsigned kStoredValues = 1 << 16; // that a voxel may have
+constexpr unsigned kValuesAtOnce = 1 << 12;
 constexpr float kDarkest = 0.25f;
 
 /// The faces and corners of a cube.
@@ -20,6 +22,16 @@ constexpr int kDirections[14][3] = {{1, 0, 0},  {-1, 0, 0},  {0, 1, 0},   {0, -1
 float opacityOf(const VolumeDraw& draw, float stored) {
     const float t = draw.coordinate(stored);
     return draw.usesMeans ? draw.colors->mean(t, t).a : draw.colors->at(t).a;
+}
+
+/// Returns the opacities of all values that a voxel may have.
+Vector<float> opacitiesOf(const VolumeDraw& draw) {
+    Vector<float> opacities(kStoredValues);
+    runPieces(kStoredValues / kValuesAtOnce, [&](unsigned piece) {
+        for (unsigned stored = piece * kValuesAtOnce; stored < (piece + 1) * kValuesAtOnce; ++stored)
+            opacities[stored] = opacityOf(draw, static_cast<float>(stored));
+    });
+    return opacities;
 }
 
 /// Returns the share of light that opaque neighbours leave.
@@ -51,11 +63,13 @@ OcclusionGrid::OcclusionGrid(const VolumeDraw& draw, const std::function<bool()>
     for (int axis = 0; axis < 3; ++axis) m_size[axis] = (draw.size[axis] - 1) / kCell + 1;
     const size_t cells = index(0, 0, m_size.z);
     Vector<float> opacity(cells), light(cells);
+    const Vector<float> opacities = opacitiesOf(draw);
     runPieces(static_cast<unsigned>(m_size.z), [&](unsigned z) {
         if (isStopped && isStopped()) return;
         for (int y = 0; y < m_size.y; ++y)
             for (int x = 0; x < m_size.x; ++x)
-                opacity[index(x, y, static_cast<int>(z))] = meanOpacity(draw, x, y, static_cast<int>(z));
+                opacity[index(x, y, static_cast<int>(z))] =
+                    meanOpacity(draw, opacities.data(), {x, y, static_cast<int>(z)});
     });
     for (const auto& d : kDirections) {
         if (isStopped && isStopped()) return;
@@ -79,10 +93,13 @@ size_t OcclusionGrid::index(int x, int y, int z) const {
            static_cast<size_t>(x);
 }
 
-float OcclusionGrid::meanOpacity(const VolumeDraw& draw, int cellX, int cellY, int cellZ) const {
-    const IVec3<int> cell(cellX * kCell, cellY * kCell, cellZ * kCell);
+/// Returns the mean opacity of the voxels in a cell. @param opacities  of all values.
+float OcclusionGrid::meanOpacity(const VolumeDraw& draw, const float* opacities, IVec3<int> cell) const {
     IVec3<int> end;
-    for (int axis = 0; axis < 3; ++axis) end[axis] = std::min(cell[axis] + kCell, draw.size[axis]);
+    for (int axis = 0; axis < 3; ++axis) {
+        cell[axis] *= kCell;
+        end[axis] = std::min(cell[axis] + kCell, draw.size[axis]);
+    }
     float sum = 0;
     int count = 0;
     for (int z = cell.z; z < end.z; ++z) {
@@ -91,7 +108,7 @@ float OcclusionGrid::meanOpacity(const VolumeDraw& draw, int cellX, int cellY, i
                 draw.texture->getVoxels() +
                 (static_cast<size_t>(z) * static_cast<size_t>(draw.size.y) + static_cast<size_t>(y)) *
                     static_cast<size_t>(draw.size.x);
-            for (int x = cell.x; x < end.x; ++x, ++count) sum += opacityOf(draw, row[x]);
+            for (int x = cell.x; x < end.x; ++x, ++count) sum += opacities[row[x]];
         }
     }
     return sum / static_cast<float>(count);

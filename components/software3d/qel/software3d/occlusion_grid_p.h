@@ -41,7 +41,7 @@ private:
 
     static Key keyOf(const VolumeDraw& draw);
     size_t index(int x, int y, int z) const;
-    float meanOpacity(const VolumeDraw& draw, int x, int y, int z) const;
+    float meanOpacity(const VolumeDraw& draw, const float* opacities, IVec3<int> cell) const;
     void sweep(const IVec3<int>& direction, float length, const Vector<float>& opacity, Vector<float>& light);
     void sweepLine(IVec3<int> cell, const IVec3<int>& direction, float length, const Vector<float>& opacity,
                    Vector<float>& light);

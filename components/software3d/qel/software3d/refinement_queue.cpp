@@ -11,7 +11,7 @@
 namespace qel::internal {
 namespace {
 
-constexpr int64 kPublicationIntervalNs = 8'000'000;
+constexpr int64 kPublicationIntervalNs = 40'000'000;
 
 } // namespace
 
@@ -27,7 +27,7 @@ private:
 
 RefinementQueue::RefinementQueue(std::function<void()> onResults)
     : m_onResults(std::move(onResults)),
-      m_mostTasks(system()->getProcessorCount() + 1),
+      m_mostTasks(system()->getProcessorCount()),
       m_task(new PieceTask(*this)),
       m_queue(std::make_unique<TaskQueue>(TaskQueue::kParallel)) {}
 

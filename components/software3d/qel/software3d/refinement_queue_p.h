@@ -13,9 +13,9 @@
 
 namespace qel::internal {
 
-/// Computes refinements on a parallel queue of its own. At most one task more than there are processors is on
-/// it at a time, so that a refinement that is stopped leaves nothing to wait for. New results are reported to
-/// the owner by a task on the main queue, of which there is never more than one.
+/// Computes refinements on a parallel queue of its own. At most one task for each processor is on it at a
+/// time, so that a refinement that is stopped leaves nothing to wait for, and that other threads wait less.
+/// New results are reported to the owner by a task on the main queue, of which there is never more than one.
 ///
 /// Refinements are destroyed on the main thread, since that is where the last references to textures may be
 /// released.

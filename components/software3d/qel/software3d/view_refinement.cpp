@@ -34,6 +34,8 @@ constexpr int kLayersAtOnce = 4;
 constexpr int kRowsAtOnce = 4;
 constexpr int kCoarseStep = 4;
 constexpr int64 kCoarseBudgetNs = 5'000'000;
+/// The most rays that are cast however long they take, since there must be a picture.
+constexpr int64 kSureRays = 1024;
 /// One of this number of coarse rows is computed even after the budget.
 constexpr int kRowsPerSurety = 8;
 
@@ -227,20 +229,45 @@ void ViewRefinement::end(unsigned piece, Tile&& result) {
 
 // --- the coarse picture ------------------------------------------------------------------------------------
 
-SampledArea castCoarsely(const VolumeDraw& draw, const DepthArea& depths) {
-    const VolumeDraw coarse = withFewerSteps(draw, kCoarseStep);
-    SampledArea area(depths.area, kCoarseStep);
+namespace {
+
+/// Returns the number of rays of an area whose pixels are known at some distance.
+int64 countRays(const IVec4<int>& area, int step) {
+    return int64{(area.z - area.x + step - 1) / step} * ((area.w - area.y + step - 1) / step);
+}
+
+/// Computes the colours at every pixel that is @p step from the next one. After @p end, rows are
+/// interpolated instead.
+SampledArea castUntil(int64 end, const VolumeDraw& draw, const DepthArea& depths, int step) {
+    SampledArea area(depths.area, step);
     const Vector<int> rows = interlacedRows(area.getCount().y);
     const auto sure = static_cast<unsigned>((area.getCount().y + kRowsPerSurety - 1) / kRowsPerSurety);
     Vector<uint8> isKnown(rows.size());
-    const int64 end = Clock::current().steadyNanoseconds() + kCoarseBudgetNs;
     runPieces(static_cast<unsigned>(rows.size()), [&](unsigned i) {
         if (i >= sure && Clock::current().steadyNanoseconds() >= end) return;
-        castRows(coarse, depths, rows[i], 1, area);
+        castRows(draw, depths, rows[i], 1, area);
         isKnown[static_cast<size_t>(rows[i])] = 1;
     });
     fillRows(area, isKnown);
     return area;
+}
+
+} // namespace
+
+/// A few rays are cast first; the time that they take decides how many others there is time for.
+SampledArea castCoarsely(const VolumeDraw& draw, const DepthArea& depths) {
+    const VolumeDraw coarse = withFewerSteps(draw, kCoarseStep);
+    const int64 begin = Clock::current().steadyNanoseconds();
+    const int64 end = begin + kCoarseBudgetNs;
+    int step = kCoarseStep;
+    while (countRays(depths.area, step) > kSureRays) step *= 2;
+    SampledArea first = castUntil(end, coarse, depths, step);
+    const int64 now = Clock::current().steadyNanoseconds();
+    const double raysInTime = static_cast<double>(countRays(depths.area, step)) *
+                              static_cast<double>(end - now) / static_cast<double>(now - begin + 1);
+    int finer = kCoarseStep;
+    while (finer<step&& static_cast<double>(countRays(depths.area, finer))> raysInTime) finer *= 2;
+    return finer < step ? castUntil(end, coarse, depths, finer) : std::move(first);
 }
 
 } // namespace internal

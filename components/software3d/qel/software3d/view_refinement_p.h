@@ -122,7 +122,7 @@ VolumeDraw withFewerSteps(const VolumeDraw& draw, int divisor);
 /// Computes the colours of @p count rows of @p area.
 void castRows(const VolumeDraw& draw, const DepthArea& depths, int row, int count, SampledArea& area);
 /// Computes the colours at every fourth pixel of every fourth row with a quarter of the steps, on all
-/// processors. After some milliseconds, rows are interpolated instead.
+/// processors; at fewer pixels if that would take more than some milliseconds.
 SampledArea castCoarsely(const VolumeDraw& draw, const DepthArea& depths);
 
 } // namespace qel::internal
