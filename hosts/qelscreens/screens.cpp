@@ -93,7 +93,9 @@ void Screens::turn(int step) {
 }
 
 void Screens::adapt() {
-    qelwidgets::setFallbackFonts();
+    using enum qel::FontStyle;
+    for (const qel::FontStyle style : {Regular, Monospaced, Italic, Bold, Light})
+        qelwidgets::setFallbackFonts(style);
     restyle();
 }
 

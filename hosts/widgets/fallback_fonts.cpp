@@ -23,8 +23,6 @@ constexpr Fallback kFallbacks[] = {{"font-noto-arabic.ttf", 1.5f},
                                    {"font-noto-hebrew.ttf", 1.1f},
                                    {"font-noto-devanagari.ttf", 1.3f},
                                    {"DroidSansFallbackFull.ttf", 1.0f}};
-constexpr qel::FontStyle kStyles[] = {qel::FontStyle::Regular, qel::FontStyle::Monospaced,
-                                      qel::FontStyle::Italic, qel::FontStyle::Bold, qel::FontStyle::Light};
 
 void setFallbackFonts(qel::Font* font) {
     qel::System& system = *qel::Object::system();
@@ -48,14 +46,12 @@ void addSystemFonts() {
         qel::Object::system()->getResourceLocator()->addResourceDirectory(kSystemFontFolder);
 }
 
-void setFallbackFonts() {
+void setFallbackFonts(qel::FontStyle style) {
     const qel::Theme& theme = *qel::Object::system()->getTheme();
-    for (const qel::FontStyle style : kStyles) {
-        for (qel::Font* const font :
-             {theme.smallFont(style), theme.smallMediumFont(style), theme.mediumFont(style),
-              theme.mediumLargeFont(style), theme.largeFont(style)})
-            setFallbackFonts(font);
-    }
+    for (qel::Font* const font :
+         {theme.smallFont(style), theme.smallMediumFont(style), theme.mediumFont(style),
+          theme.mediumLargeFont(style), theme.largeFont(style)})
+        setFallbackFonts(font);
 }
 
 } // namespace qelwidgets

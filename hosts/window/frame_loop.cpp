@@ -63,7 +63,7 @@ void FrameLoop::pass(int longestWaitMs) {
     system().processEvents(0);
     passOnTouches();
     if (m_isResizing && system().getTime() - m_resizeTime >= kResizeEndMs) finishResize();
-    if (m_isVisible && isFrameWanted()) drawFrame();
+    if (m_isVisible && isFrameWanted()) advanceFrame();
     ++m_passCount;
     m_longestPassNs = std::max(m_longestPassNs, qel::Clock::current().steadyNanoseconds() - start);
 }
@@ -100,6 +100,7 @@ int FrameLoop::timeToWait(int longestWaitMs) const {
     if (m_screen.isWorking()) wait = std::min(wait, kWorkingWaitMs);
     if (m_isResizing) wait = std::min(wait, static_cast<int>(kFrameMs));
     if (!m_isVisible || !isFrameWanted()) return wait;
+    if (m_isPreparing) return 0;
     const qel::uint32 elapsed = system().getTime() - m_frameTime;
     return std::min(longestWaitMs, elapsed < kFrameMs ? static_cast<int>(kFrameMs - elapsed) : 0);
 }
@@ -185,12 +186,21 @@ void FrameLoop::passOnTouches() {
 
 bool FrameLoop::isFrameWanted() const {
     return m_isFrameWanted || system().isForceRenderWhileTickEnabled() ||
-           !system().isLowPowerModeApplicable();
+           (m_screen.isAnimated() && !system().isLowPowerModeApplicable());
+}
+
+/// Goes on preparing the next frame, or draws it.
+void FrameLoop::advanceFrame() {
+    if (!m_isPreparing) m_frameTime = system().getTime();
+    m_isPreparing = m_screen.prepareFrame(*m_renderer);
+    if (m_isPreparing)
+        requestFrame();
+    else
+        drawFrame();
 }
 
 /// @return false if the window has no pixels at the moment.
 bool FrameLoop::drawFrame() {
-    m_frameTime = system().getTime();
     m_isFrameWanted = false;
     system().setForceRenderWhileTickEnabled(false);
     qel::Image* const frame = m_window.beginFrame();

@@ -17,8 +17,9 @@ namespace qelwindow {
 /// Runs the passes of System for one window.
 ///
 /// A frame is drawn after input, when System::delegateRequestFrame asks for one, and at most 60 times a
-/// second while System reports that something moves. Otherwise the loop sleeps, up to a quarter of a second
-/// at a time, until an event arrives.
+/// second while System reports that something moves on an animated screen. Otherwise the loop sleeps, up to
+/// a quarter of a second at a time, until an event arrives. The screen may prepare a frame in passes before
+/// the one that draws it.
 /// @threads main thread; System must exist.
 class FrameLoop {
 public:
@@ -48,6 +49,8 @@ public:
     DisplayTheme& getTheme() { return m_theme; }
     /// Returns false while the window is minimised or hidden.
     bool isVisible() const { return m_isVisible; }
+    /// Returns true if a frame is being prepared, which one of the next passes draws.
+    bool isPreparingFrame() const { return m_isPreparing && m_isVisible; }
     /// Returns the number of frames drawn so far.
     unsigned getFrameCount() const { return m_frameCount; }
     /// Returns the number of passes so far.
@@ -69,6 +72,7 @@ private:
     void finishResize();
     void passOnTouches();
     bool isFrameWanted() const;
+    void advanceFrame();
     bool drawFrame();
 
     Window& m_window;
@@ -77,6 +81,7 @@ private:
     qel::SmartPointer<WindowHooks> m_hooks;
     qel::SmartPointer<qel::RendererSoftware> m_renderer;
     bool m_isFrameWanted = true;
+    bool m_isPreparing = false; ///< the next frame
     bool m_isClosed = false;
     bool m_isVisible = true;
     bool m_isResizing = false;

@@ -67,7 +67,7 @@ const InputScript::Row InputScript::kRows[] = {
 
 std::string InputScript::run() {
     std::string line;
-    m_loop.pass(0); // what is touched must have been drawn
+    runPasses(); // what is touched must have been drawn
     while (!m_loop.hasEnded()) {
         const LineSource::Result result = m_lines.next(line);
         if (result == LineSource::Result::End) return {};
@@ -80,6 +80,12 @@ std::string InputScript::run() {
         if (!problem.empty()) return "line " + std::to_string(m_lines.getLineNumber()) + ": " + problem;
     }
     return {};
+}
+
+/// Runs a pass, and those after it if they prepare and draw its frame.
+void InputScript::runPasses() {
+    do m_loop.pass(0);
+    while (m_loop.isPreparingFrame() && !m_loop.hasEnded());
 }
 
 /// @return what is wrong with the line; empty if nothing is.
@@ -97,7 +103,7 @@ std::string InputScript::runLine(std::string_view line) {
     if (row->numbers != 0 && !command.tail.empty()) command.tail.remove_prefix(1);
     if (command.tail.empty() == row->hasText) return row->hasText ? "words are missing" : "too many words";
     const std::string problem = (this->*row->run)(command);
-    if (problem.empty()) m_loop.pass(0);
+    if (problem.empty()) runPasses();
     return problem;
 }
 
@@ -207,7 +213,7 @@ std::string InputScript::drop(const Command& command) {
 }
 
 std::string InputScript::frame(const Command& command) {
-    m_loop.pass(0);
+    runPasses();
     return m_loop.saveFrame(std::string(command.tail));
 }
 

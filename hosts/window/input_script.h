@@ -59,6 +59,7 @@ private:
 
     static const Row kRows[];
 
+    void runPasses();
     std::string runLine(std::string_view line);
     std::string touch(const Command& command);
     std::string lift(const Command& command);

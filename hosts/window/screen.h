@@ -18,6 +18,16 @@ public:
     /// Takes over the size of the window, System::getFramebufferWidth() and System::getFramebufferHeight(),
     /// and the sizes and fonts of the theme. Called before the first frame and after each change.
     virtual void adapt() = 0;
+    /// Does a part of the work for the next frame that takes long. Called in each pass before the frame is
+    /// drawn.
+    /// @param renderer  creates textures; nothing can be drawn on the window.
+    /// @return true if enough was done in this pass, so that the frame has to wait; not without end.
+    virtual bool prepareFrame(qel::Renderer& renderer) {
+        static_cast<void>(renderer);
+        return false;
+    }
+    /// Returns true if frames are needed without a request while System reports that something moves.
+    virtual bool isAnimated() const { return true; }
     /// Draws a frame over the whole window.
     virtual void draw(qel::Renderer& renderer) = 0;
     /// Looks at the touches, after each list of them.

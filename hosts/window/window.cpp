@@ -235,6 +235,7 @@ WindowEvent Window::translate(const SDL_Event& event) {
     case SDL_TEXTINPUT:
         return {.kind = WindowEvent::Kind::Text, .text = event.text.text};
     case SDL_DROPFILE: {
+        if (!event.drop.file) return {};
         WindowEvent dropped{.kind = WindowEvent::Kind::Dropped, .text = event.drop.file};
         SDL_free(event.drop.file);
         return dropped;

@@ -1,9 +1,12 @@
 // The parts of a window that need no display: touches, names of keys and the lines of simulated input.
+#include <hosts/window/frame_loop.h>
 #include <hosts/window/key_names.h>
 #include <hosts/window/line_source.h>
 #include <hosts/window/pointers.h>
 #include <hosts/window/window.h>
 #include <tests/support/scratch_folder.h>
+#include <tests/support/shipped_fonts.h>
+#include <tests/support/system_fixture.h>
 
 #include <gmock/gmock.h>
 
@@ -78,16 +81,28 @@ TEST(PointersTest, TheWheelDoesNotStay) {
     EXPECT_THAT(flagsOf(pointers.getTouches()), ElementsAre(kTouchHover));
 }
 
-TEST(WindowTest, TextThatIsDroppedIsFreed) {
+/// Drops something on a window. @param text  is freed by the window. @return the paths of dropped files.
+std::vector<std::string> pathsAfterDrop(qel::uint32 type, char* text) {
     std::string problem;
     const std::unique_ptr<Window> window = Window::open(Window::Place::Memory, "test", {20, 10}, problem);
-    ASSERT_TRUE(window) << problem;
+    EXPECT_TRUE(window) << problem;
     SDL_Event dropped{};
-    dropped.type = SDL_DROPTEXT;
-    dropped.drop.file = SDL_strdup("text");
+    dropped.type = type;
+    dropped.drop.file = text;
     SDL_PushEvent(&dropped);
-    for (WindowEvent event; window->waitForEvent(event, 0);)
-        EXPECT_NE(event.kind, WindowEvent::Kind::Dropped);
+    std::vector<std::string> paths;
+    for (WindowEvent event; window && window->waitForEvent(event, 0);)
+        if (event.kind == WindowEvent::Kind::Dropped) paths.push_back(event.text);
+    return paths;
+}
+
+TEST(WindowTest, OnlyDroppedFilesAreOpened) {
+    EXPECT_THAT(pathsAfterDrop(SDL_DROPFILE, SDL_strdup("a.nrrd")), ElementsAre("a.nrrd"));
+    EXPECT_THAT(pathsAfterDrop(SDL_DROPTEXT, SDL_strdup("text")), IsEmpty());
+}
+
+TEST(WindowTest, ADroppedFileMayHaveNoName) {
+    EXPECT_THAT(pathsAfterDrop(SDL_DROPFILE, nullptr), IsEmpty());
 }
 
 TEST(WindowTest, TextInputMayBeAnywhere) {
@@ -95,6 +110,55 @@ TEST(WindowTest, TextInputMayBeAnywhere) {
     const std::unique_ptr<Window> window = Window::open(Window::Place::Memory, "test", {20, 10}, problem);
     ASSERT_TRUE(window) << problem;
     window->setTextInputRect({-1e30f, NAN, 1e30f, 5}); // the sanitizers watch
+}
+
+/// A screen that prepares each frame in two passes.
+class PreparingScreen : public Screen {
+public:
+    void adapt() override {}
+    bool prepareFrame(qel::Renderer&) override {
+        calls += 'p';
+        ++m_prepared;
+        return m_prepared <= 2;
+    }
+    void draw(qel::Renderer&) override {
+        calls += 'd';
+        m_prepared = 0;
+    }
+    void handleTouches(qel::TouchState&) override {}
+    bool handleKey(const std::string&) override { return false; }
+    void openPath(const std::string&) override {}
+
+    std::string calls; ///< of prepareFrame() and draw()
+
+private:
+    int m_prepared = 0;
+};
+
+class FrameLoopTest : public qel::test::SystemFixture {
+protected:
+    void TearDown() override {
+        SystemFixture::TearDown();
+        qel::Object::discardSingletons(); // the files of fonts
+    }
+};
+
+TEST_F(FrameLoopTest, AFrameIsDrawnInThePassAfterItsPreparation) {
+    qel::test::addShippedFonts();
+    std::string problem;
+    const std::unique_ptr<Window> window = Window::open(Window::Place::Memory, "test", {900, 600}, problem);
+    ASSERT_TRUE(window) << problem;
+    PreparingScreen screen;
+    FrameLoop loop(*window, screen);
+    loop.pass(0);
+    EXPECT_EQ(screen.calls, "p");
+    EXPECT_TRUE(loop.isPreparingFrame());
+    loop.pass(0);
+    EXPECT_EQ(screen.calls, "pp");
+    loop.pass(0);
+    EXPECT_EQ(screen.calls, "pppd");
+    EXPECT_FALSE(loop.isPreparingFrame());
+    EXPECT_EQ(loop.getFrameCount(), 1u);
 }
 
 TEST(KeyNamesTest, NamesLeadBackToTheKeys) {
