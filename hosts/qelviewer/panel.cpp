@@ -4,8 +4,10 @@
 
 #include <qel/render/renderer.h>
 #include <qel/scene/actors/touch_state.h>
+#include <qel/system/core/system.h>
 
 #include <cmath>
+#include <span>
 #include <utility>
 
 namespace qelviewer {
@@ -22,7 +24,9 @@ void Panel::draw(qel::Renderer& renderer, const qel::Rect& place, const qelwidge
     const float first = std::round(inner.y0 - m_scroll.getPosition());
     float top = first;
     renderer.pushClip(place.roundNearestAsInt());
-    for (qelwidgets::Card* const card : m_cards) {
+    const size_t count = m_known < m_cards.size() ? ++m_known : m_cards.size();
+    if (count < m_cards.size()) system()->delegateRequestFrame();
+    for (qelwidgets::Card* const card : std::span(m_cards).first(count)) {
         const float height = std::ceil(card->measure(inner.getWidth()));
         card->draw(renderer, {inner.x0, top, inner.x1, top + height});
         top += height + gap;

@@ -11,6 +11,10 @@ namespace qelviewer {
 namespace {
 
 constexpr int kRowsOfTask = 32;
+/// The most voxels that are read at once: along rows of the volume, and across them, where each voxel is in
+/// another part of the memory.
+constexpr qel::int64 kMostAlongRows = 1 << 18;
+constexpr qel::int64 kMostAcrossRows = 1 << 16;
 
 double indexAt(const PaneAxis& axis, int count, double place) {
     const double step = place * count - 0.5;
@@ -60,6 +64,11 @@ qel::IVec3<double> SliceFrame::moved(qel::IVec3<double> voxel, int slices) const
     return voxel;
 }
 
+bool isQuick(const SliceFrame& frame) {
+    const qel::int64 voxels = qel::int64{frame.counts().x} * frame.counts().y;
+    return voxels <= (frame.axes().right.axis == 0 ? kMostAlongRows : kMostAcrossRows);
+}
+
 qel::Image sliceImage(const qel::SoftwareVolumeTexture& volume, const SliceFrame& frame, int slice) {
     const qel::IVec3<int>& counts = frame.counts();
     const PlaneFrame& axes = frame.axes();
@@ -73,9 +82,8 @@ qel::Image sliceImage(const qel::SoftwareVolumeTexture& volume, const SliceFrame
     const qel::uint16* const first =
         volume.getVoxels() + offset(axes.inward, std::clamp(slice, 0, counts.z - 1), counts.z);
     const std::ptrdiff_t right = axes.right.isReversed ? -strides[axes.right.axis] : strides[axes.right.axis];
-    const auto fillRows = [&](unsigned task) {
-        const int end = std::min(counts.y, static_cast<int>(task + 1) * kRowsOfTask);
-        for (int y = static_cast<int>(task) * kRowsOfTask; y < end; ++y) {
+    const auto fillRows = [&](int begin, int end) {
+        for (int y = begin; y < end; ++y) {
             const qel::uint16* source =
                 first + offset(axes.down, y, counts.y) + offset(axes.right, 0, counts.x);
             auto* const row = reinterpret_cast<qel::uint16*>(image.getBytePointer(y));
@@ -83,7 +91,14 @@ qel::Image sliceImage(const qel::SoftwareVolumeTexture& volume, const SliceFrame
             for (int x = 1; x < counts.x; ++x) row[x] = *(source += right);
         }
     };
-    forEachIndex(static_cast<unsigned>((counts.y + kRowsOfTask - 1) / kRowsOfTask), fillRows);
+    if (isQuick(frame)) { // without waiting for workers, which may be busy
+        fillRows(0, counts.y);
+    } else {
+        forEachPiece(static_cast<qel::uint64>(counts.y), kRowsOfTask,
+                     [&](qel::uint64 begin, qel::uint64 end) {
+                         fillRows(static_cast<int>(begin), static_cast<int>(end));
+                     });
+    }
     return image;
 }
 

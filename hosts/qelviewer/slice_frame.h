@@ -37,8 +37,10 @@ private:
     qel::IVec3<int> m_counts;
 };
 
+/// Returns true if reading a slice takes so little time that it needs no worker.
+bool isQuick(const SliceFrame& frame);
 /// Returns the stored voxels of a slice as the pane shows them, as a UInt16 image. @p slice is limited to
-/// those that exist. Uses idle workers.
+/// those that exist. Uses idle workers unless it is quick.
 qel::Image sliceImage(const qel::SoftwareVolumeTexture& volume, const SliceFrame& frame, int slice);
 
 } // namespace qelviewer

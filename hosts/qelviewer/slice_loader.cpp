@@ -1,22 +1,6 @@
 #include "slice_loader.h"
 
-#include <qel/foundation/base/types.h>
-
 namespace qelviewer {
-
-namespace {
-
-/// The most voxels that are read at once: along rows of the volume, and across them, where each voxel is in
-/// another part of the memory.
-constexpr qel::int64 kMostAlongRows = 1 << 21;
-constexpr qel::int64 kMostAcrossRows = 1 << 17;
-
-} // namespace
-
-bool SliceLoader::isQuick(const SliceFrame& frame) {
-    const qel::int64 voxels = qel::int64{frame.counts().x} * frame.counts().y;
-    return voxels <= (frame.axes().right.axis == 0 ? kMostAlongRows : kMostAcrossRows);
-}
 
 void SliceLoader::request(const SliceKey& key, const SliceFrame& frame) {
     if (key == m_wanted) return;

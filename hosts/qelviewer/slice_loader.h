@@ -25,9 +25,6 @@ public:
     /// Receives the stored voxels of a slice. Called on the main thread, in a pass of System.
     using Finished = std::function<void(const SliceKey& key, qel::Image&& voxels)>;
 
-    /// Returns true if reading a slice takes so little time that it needs no worker.
-    static bool isQuick(const SliceFrame& frame);
-
     explicit SliceLoader(Finished finished) : m_finished(std::move(finished)) {}
 
     /// Requests a slice, unless it was requested last.

@@ -64,7 +64,7 @@ void SlicePane::updateTexture(qel::Renderer& renderer) {
     const SliceKey key{m_state.study, frame.sliceOf(m_state.cross)};
     if (!m_texture) m_texture = renderer.createTexture();
     if (key == m_shown) return m_loader.cancel();
-    if (m_isProgressive && !SliceLoader::isQuick(frame)) {
+    if (m_isProgressive && !isQuick(frame)) {
         if (m_shown.study != m_state.study) m_shown = {};
         return m_loader.request(key, frame);
     }

@@ -43,7 +43,7 @@ const Viewer::KeyRow Viewer::kKeys[] = {
     {"shift+z", [](Viewer& v) { v.m_state.zoomSlices(1 / kZoomStep); }},
     {"r", [](Viewer& v) { v.m_state.resetView(); }},
     {"m", [](Viewer& v) { v.stepMaterial(); }},
-    {"s", [](Viewer& v) { v.saveScreenshot(); }},
+    {"s", [](Viewer& v) { v.requestScreenshot(); }},
     {"l", [](Viewer& v) { v.switchLanguage(); }},
     {"+", [](Viewer& v) { v.changeScale(kScaleStep); }},
     {"=", [](Viewer& v) { v.changeScale(kScaleStep); }},
@@ -82,7 +82,7 @@ Viewer::Viewer(const Options& options, const std::vector<std::string>& resourceF
 
 ToolbarActions Viewer::toolbarActions() {
     return {[this](Page page) { showPage(page); }, [this](Tool tool) { m_state.tool = tool; },
-            [this] { saveScreenshot(); }, [this] { switchLanguage(); }, [this] { m_help->toggle(); }};
+            [this] { requestScreenshot(); }, [this] { switchLanguage(); }, [this] { m_help->toggle(); }};
 }
 
 void Viewer::connect(qelwindow::DisplayTheme& theme, CopyFrame copyFrame) {
@@ -92,6 +92,7 @@ void Viewer::connect(qelwindow::DisplayTheme& theme, CopyFrame copyFrame) {
 
 void Viewer::setProgressive(bool isOn) {
     m_isProgressive = isOn;
+    if (isOn) m_panel->startOver();
     m_scene.getRenderer()->setProgressive(isOn);
     for (const auto& pane : m_slices) pane->setProgressive(isOn);
 }
@@ -116,6 +117,7 @@ void Viewer::finishLoading(std::shared_ptr<const Study> study, const std::string
     m_status.setMessage(problem, !problem.empty());
     system()->delegateRequestFrame();
     if (!study) return;
+    m_isPassFull = true;
     const bool isFirst = !m_state.study;
     if (!isFirst) m_replaced.push_back(m_state.study);
     for (const auto& pane : m_slices) pane->clear();
@@ -155,6 +157,14 @@ void Viewer::freeReplaced() {
     });
 }
 
+/// Saves a picture of the window; in a window that others use meanwhile, in a pass of its own.
+void Viewer::requestScreenshot() {
+    if (m_isProgressive)
+        m_isScreenshotWanted = true;
+    else
+        saveScreenshot();
+}
+
 void Viewer::saveScreenshot() {
     qel::Image picture;
     if (!m_copyFrame || !m_copyFrame(picture)) return;
@@ -176,11 +186,37 @@ bool Viewer::isWorking() const {
 // --- look --------------------------------------------------------------------------------------------------
 
 void Viewer::adapt() {
-    qelwidgets::setFallbackFonts();
+    m_newStyles = {qel::FontStyle::Regular, qel::FontStyle::Bold};
+    if (m_isProgressive)
+        m_panel->startOver();
+    else
+        while (prepareFonts()) {
+        }
     restyle();
 }
 
+/// Adds other scripts to the new fonts of a style. @return false if there are no new fonts.
+bool Viewer::prepareFonts() {
+    if (m_newStyles.empty()) return false;
+    qelwidgets::setFallbackFonts(m_newStyles.back());
+    m_newStyles.pop_back();
+    return true;
+}
+
+/// Leaves the frame to the next pass if this one has taken over a volume or a theme, prepares fonts, saves a
+/// picture or draws the volume.
+bool Viewer::prepareFrame(qel::Renderer& renderer) {
+    if (!m_isProgressive) return false;
+    if (std::exchange(m_isPassFull, false) || prepareFonts()) return true;
+    if (std::exchange(m_isScreenshotWanted, false)) {
+        saveScreenshot();
+        return true;
+    }
+    return m_volume->update(renderer);
+}
+
 void Viewer::restyle() {
+    m_isPassFull = true;
     m_look = qelwidgets::Look::read();
     m_labels.clear();
     for (const auto& pane : m_slices) pane->restyle(m_look);

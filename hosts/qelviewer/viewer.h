@@ -51,6 +51,8 @@ public:
     bool showMaterial(const std::string& name);
 
     void adapt() override;
+    bool prepareFrame(qel::Renderer& renderer) override;
+    bool isAnimated() const override { return false; }
     void draw(qel::Renderer& renderer) override;
     void handleTouches(qel::TouchState& touches) override;
     bool handleKey(const std::string& key) override;
@@ -67,8 +69,10 @@ private:
 
     void finishLoading(std::shared_ptr<const Study> study, const std::string& problem);
     void restyle();
+    bool prepareFonts();
     void choosePanes();
     void chooseMaterial(size_t index);
+    void requestScreenshot();
     void saveScreenshot();
     void showSaved(const std::string& path, const std::string& problem);
     void freeReplaced();
@@ -112,6 +116,9 @@ private:
     std::optional<qel::IVec2<float>> m_pointer; ///< the place of the mouse or a finger
     std::string m_problem;
     bool m_isProgressive = false;
+    std::vector<qel::FontStyle> m_newStyles; ///< whose fonts lack other scripts
+    bool m_isPassFull = false; ///< the present pass has done enough to leave the frame to the next one
+    bool m_isScreenshotWanted = false;
     std::vector<std::shared_ptr<const Study>> m_replaced; ///< volumes that may still be in use
     BackgroundQueue m_freeing;                            ///< destroys them
     ScreenshotWriter m_screenshots;

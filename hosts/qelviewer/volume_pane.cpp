@@ -26,7 +26,25 @@ constexpr qelwidgets::Color kNearColor{0.98f, 0.85f, 0.45f, 1};
 constexpr qelwidgets::Color kFarColor{0.98f, 0.85f, 0.45f, 0.4f};
 constexpr float kTurn = 3.5f; // radians for a drag across the whole pane
 constexpr float kWheelZoom = 1.15f;
-constexpr qel::uint32 kRefinementMs = 50; // at least between two pictures that are refined
+/// The most pixels of a picture that changes from frame to frame.
+constexpr qel::int64 kMostChanging = 600'000;
+constexpr qel::uint32 kSettledMs = 150; // without a change
+/// The pause between two pictures that are refined: at least this time, and this number of times as long as
+/// drawing one takes.
+constexpr qel::uint32 kRefinementMs = 50;
+constexpr qel::uint32 kPauseFactor = 4;
+
+/// Returns the size of a picture that changes from frame to frame, for a pane of some size.
+qel::IVec2<int> sizeWhileChanging(const qel::IVec2<int>& size) {
+    qel::IVec2<int> smaller = size;
+    for (int divisor = 2; qel::int64{smaller.x} * smaller.y > kMostChanging; ++divisor)
+        smaller = {std::max(1, size.x / divisor), std::max(1, size.y / divisor)};
+    return smaller;
+}
+
+qel::IVec2<int> sizeOf(const qel::IVec4<int>& pixels) {
+    return {pixels.z - pixels.x, pixels.w - pixels.y};
+}
 
 } // namespace
 
@@ -56,30 +74,55 @@ VolumePane::Key VolumePane::currentKey(const qel::IVec2<int>& size) const {
             m_state.isShaded};
 }
 
-/// Draws the picture if it has changed or can be refined. Few refined pictures are shown before the exact
-/// one, because drawing them delays it.
-void VolumePane::updateTexture(qel::Renderer& renderer, const qel::IVec2<int>& size) {
+bool VolumePane::isOutdated(const Key& key) const {
+    return !m_texture || m_isOutdated || !(key == m_key);
+}
+
+/// Few refined pictures are shown before the exact one, because drawing them delays it. A picture that was
+/// small is drawn in its full size when it has not changed for a while.
+bool VolumePane::update(qel::Renderer& renderer) {
+    const qel::IVec2<int> size = sizeOf(m_place.roundNearestAsInt());
+    if (m_isUpdated || !m_state.study || size.x < 1 || size.y < 1) return false;
     const Key key = currentKey(size);
-    const bool hasChanged = !m_texture || m_isOutdated || !(key == m_key);
-    if (!hasChanged && m_isExact) return;
-    const qel::SoftwareRenderer3D& volumes = *m_scene.getRenderer();
+    const bool hasChanged = isOutdated(key);
     const qel::uint32 now = system()->getTime();
-    if (!hasChanged && !volumes.isRefined() && now - m_drawnAt < kRefinementMs) return;
-    m_drawnAt = now;
-    m_isExact = !volumes.isProgressive() || (!hasChanged && volumes.isRefined());
-    m_isOutdated = false;
+    const bool isRefined = m_scene.getRenderer()->isRefined();
+    if (hasChanged) m_changedAt = now;
+    const bool grows = m_isSmall && now - m_changedAt >= kSettledMs;
+    const bool isDue = isRefined || now - m_drawnAt >= m_pauseMs;
+    if (!hasChanged && !grows && (m_isExact || m_isSmall || !isDue)) return false;
+    const qel::IVec2<int> pictureSize = hasChanged ? sizeWhileChanging(size) : size;
+    m_isUpdated = true;
+    m_isSmall = pictureSize != size;
+    m_isExact = !hasChanged && !grows && isRefined;
     m_key = key;
+    drawPicture(renderer, pictureSize);
+    m_drawnAt = system()->getTime();
+    m_pauseMs = std::max(kRefinementMs, kPauseFactor * (m_drawnAt - now));
+    return true;
+}
+
+void VolumePane::drawPicture(qel::Renderer& renderer, const qel::IVec2<int>& size) {
+    m_isOutdated = false;
     if (!m_texture) m_texture = renderer.createTexture();
     m_texture->upload(m_scene.draw(m_state, size), false);
 }
 
 void VolumePane::draw(qel::Renderer& renderer, const qel::Rect& place) {
     m_place = place;
+    m_isUpdated = false;
     const qel::IVec4<int> pixels = place.roundNearestAsInt();
-    const qel::IVec2<int> size(pixels.z - pixels.x, pixels.w - pixels.y);
+    const qel::IVec2<int> size = sizeOf(pixels);
     qelwidgets::drawRect(renderer, place, kBackground);
     if (!m_state.study || size.x < 1 || size.y < 1) return;
-    updateTexture(renderer, size);
+    const Key key = currentKey(size);
+    if (m_scene.getRenderer()->isProgressive()) {
+        if (isOutdated(key) || m_isSmall) system()->delegateRequestFrame();
+    } else if (isOutdated(key)) {
+        m_key = key;
+        drawPicture(renderer, size);
+    }
+    if (!m_texture) return;
     renderer.pushClip(pixels);
     const qel::Rect target(static_cast<float>(pixels.x), static_cast<float>(pixels.y),
                            static_cast<float>(pixels.z), static_cast<float>(pixels.w));

@@ -17,7 +17,8 @@ class TouchState;
 namespace qelviewer {
 
 /// A pane with the volume, which a drag turns. The picture is drawn when something in it has changed. With a
-/// progressive renderer it is coarse at first, and each frame that the renderer asks for refines it.
+/// progressive renderer, update() draws it: small while it changes in a large pane, coarse at first, and
+/// refined in the frames that the renderer asks for.
 /// @threads main thread.
 class VolumePane : public qel::Object {
     QEL_CLASS(VolumePane, qel::Object)
@@ -30,7 +31,11 @@ public:
     void restyle(const qelwidgets::Look& look);
     /// Draws the volume again in the next frame.
     void invalidate() { m_isOutdated = true; }
-    /// Draws the pane.
+    /// Draws the picture for the place of the last draw if it has changed or can be refined, but only once
+    /// between two calls of draw().
+    /// @return true if it was drawn, which takes long.
+    bool update(qel::Renderer& renderer);
+    /// Draws the pane. Requests another frame if update() has something to draw.
     void draw(qel::Renderer& renderer, const qel::Rect& place);
     /// Handles the touches of the last place.
     void handleTouches(qel::TouchState& touches);
@@ -53,7 +58,8 @@ private:
     };
 
     Key currentKey(const qel::IVec2<int>& size) const;
-    void updateTexture(qel::Renderer& renderer, const qel::IVec2<int>& size);
+    bool isOutdated(const Key& key) const;
+    void drawPicture(qel::Renderer& renderer, const qel::IVec2<int>& size);
     void drawLetters(qel::Renderer& renderer);
     void turn(const qel::IVec2<float>& step);
 
@@ -65,8 +71,12 @@ private:
     qel::SmartPointer<qel::Texture> m_texture;
     Key m_key;
     bool m_isOutdated = true;
-    bool m_isExact = false;    ///< the picture is not a coarse one
-    qel::uint32 m_drawnAt = 0; ///< System::getTime() of the picture
+    bool m_isUpdated = false;    ///< update() has drawn the picture since the last draw()
+    bool m_isExact = false;      ///< the picture is not a coarse or small one
+    bool m_isSmall = false;      ///< the picture has fewer pixels than the pane
+    qel::uint32 m_changedAt = 0; ///< System::getTime() of the first picture with the key
+    qel::uint32 m_drawnAt = 0;   ///< System::getTime() of the picture
+    qel::uint32 m_pauseMs = 0;   ///< before the picture is drawn again without a change
     bool m_wasDoubleTap = false;
     qel::Rect m_place;
 };

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace qelviewer {
 
@@ -56,8 +57,8 @@ qel::Float4x4 VolumeScene::projection(const ViewState& state, const qel::IVec2<i
     return qel::Float4x4::Perspective(fieldOfView, aspect, kDistance - 0.75f, kDistance + 0.75f);
 }
 
-const qel::Image& VolumeScene::draw(const ViewState& state, const qel::IVec2<int>& size) {
-    if (m_target->getSize() != size) m_target->initialize(qel::BGRA8, size);
+qel::Image VolumeScene::draw(const ViewState& state, const qel::IVec2<int>& size) {
+    m_target->initialize(qel::BGRA8, size);
     qel::ArcballCamera camera = state.camera;
     camera.setDistance(kDistance);
     m_renderer->setViewMatrix(camera.getViewMatrix());
@@ -71,7 +72,7 @@ const qel::Image& VolumeScene::draw(const ViewState& state, const qel::IVec2<int
     if (state.study) drawActors(state);
     m_renderer->stop3D();
     m_renderer->setRenderTarget(nullptr);
-    return *m_target;
+    return std::move(*m_target);
 }
 
 void VolumeScene::drawActors(const ViewState& state) {

@@ -34,8 +34,8 @@ public:
     void setStudy(const Study& study);
     /// Shows the volume with a material.
     void setMaterial(qel::VolumeMaterial& material);
-    /// Draws a picture. @param size  at least 1 by 1. @return the picture, until the next call.
-    const qel::Image& draw(const ViewState& state, const qel::IVec2<int>& size);
+    /// Returns a new picture. @param size  at least 1 by 1.
+    qel::Image draw(const ViewState& state, const qel::IVec2<int>& size);
     /// Returns the letters of the faces for the last picture.
     std::vector<SceneLetter> getLetters(const ViewState& state, const qel::IVec2<int>& size) const;
 

@@ -4,12 +4,16 @@
 #include <hosts/qelviewer/numbers.h>
 #include <hosts/qelviewer/readout.h>
 #include <hosts/qelviewer/view_state.h>
+#include <hosts/qelviewer/volume_pane.h>
+#include <hosts/qelviewer/volume_scene.h>
 #include <hosts/widgets/text_table.h>
 #include <tests/support/scratch_folder.h>
+#include <tests/support/shipped_fonts.h>
 #include <tests/support/source_dir.h>
 #include <tests/support/system_fixture.h>
 
 #include <qel/plugins/resource_locator.h>
+#include <qel/render/renderer_software.h>
 #include <qel/software3d/software_renderer_3d.h>
 
 #include <gmock/gmock.h>
@@ -58,11 +62,62 @@ protected:
         study = nullptr;
         renderer = nullptr;
         SystemFixture::TearDown();
+        qel::Object::discardSingletons(); // the files of fonts
     }
 
     qel::SmartPointer<qel::SoftwareRenderer3D> renderer;
     std::shared_ptr<Study> study;
 };
+
+/// Returns what a pane shows.
+qel::Image pictureOf(VolumePane& pane, qel::RendererSoftware& renderer, const qel::IVec2<int>& size) {
+    const auto picture = qel::makeObject<qel::Image>(qel::BGRA8, size);
+    renderer.setRenderTarget(picture.get());
+    renderer.start();
+    pane.draw(renderer, {0, 0, static_cast<float>(size.x), static_cast<float>(size.y)});
+    renderer.stop();
+    renderer.setRenderTarget(nullptr);
+    return *picture;
+}
+
+bool areEqual(const qel::Image& a, const qel::Image& b) {
+    return std::equal(a.getBytePointer(), a.getBytePointer() + a.getByteSize(), b.getBytePointer());
+}
+
+/// A large pane shows a small picture while it changes, and the exact one some time later.
+TEST_F(ViewerPartsTest, ALargeVolumeBecomesExactWhenItSettles) {
+    qel::test::addShippedFonts();
+    const qel::IVec2<int> size(1000, 800);
+    ViewState state;
+    state.setStudy(study);
+    VolumeScene scene;
+    scene.setStudy(*study);
+    qel::VolumeMaterial material;
+    material.setColorCurve({{-10, {1, 0.2f, 0}}, {40, {0, 1, 1}}});
+    material.setOpacityCurve({{-10, 0}, {40, 0.1f}});
+    scene.setMaterial(material);
+    VolumePane pane(state, scene);
+    state.zoom = 0.1f; // few pixels take long
+    const qel::SmartPointer<qel::RendererSoftware> flat(new qel::RendererSoftware());
+    const qel::Image exact = pictureOf(pane, *flat, size);
+    scene.getRenderer()->setProgressive(true);
+    state.zoom = 0.15f;
+    const qel::Image before = pictureOf(pane, *flat, size);
+    EXPECT_TRUE(areEqual(before, exact)) << "only update() takes long";
+    EXPECT_TRUE(pane.update(*flat));
+    EXPECT_FALSE(pane.update(*flat)) << "not twice between two frames";
+    state.zoom = 0.1f;
+    EXPECT_FALSE(areEqual(pictureOf(pane, *flat, size), exact));
+    for (int i = 0; i < 4; ++i) {
+        pane.update(*flat);
+        EXPECT_FALSE(areEqual(pictureOf(pane, *flat, size), exact)) << "coarse";
+        scene.getRenderer()->waitRefined();
+        passAfter(50);
+    }
+    pane.update(*flat);
+    EXPECT_TRUE(areEqual(pictureOf(pane, *flat, size), exact));
+    EXPECT_FALSE(pane.update(*flat)) << "nothing is left to draw";
+}
 
 std::vector<int> pixelsOf(const qel::Image& image) {
     std::vector<int> pixels;
