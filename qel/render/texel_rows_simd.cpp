@@ -279,17 +279,23 @@ void ResampleGreys(const float* texels, const TexelSteps& steps, int count, floa
 // -------------------------------------------------------------------------------------------------
 
 /// Calls `draw(p, i)` for vectors of the floats from number i on, the last of them with a copy of the target.
-/// Rows of floats end at a whole vector.
+/// Stores the numbers from 0 to 255 that it returns for the bytes at p. Rows of floats end at a whole vector.
 template <typename Draw>
 HWY_INLINE void ForVectors(uint8* target, int count, const Draw& draw) {
     const int step = static_cast<int>(hn::Lanes(Floats()));
     int i = 0;
-    for (; i + step <= 4 * count; i += step) draw(target + i, i);
+    for (; i + 4 * step <= 4 * count; i += 4 * step) {
+        uint8* const p = target + i;
+        const auto a = draw(p, i), b = draw(p + step, i + step);
+        const auto c = draw(p + 2 * step, i + 2 * step), d = draw(p + 3 * step, i + 3 * step);
+        StoreFourByteNumbers(a, b, c, d, p);
+    }
+    for (; i + step <= 4 * count; i += step) StoreByteNumbers(draw(target + i, i), target + i);
     if (i == 4 * count) return;
     const auto rest = static_cast<size_t>(4 * count - i);
     HWY_ALIGN uint8_t copy[hn::MaxLanes(Floats())] = {};
     std::memcpy(copy, target + i, rest);
-    draw(copy, i);
+    StoreByteNumbers(draw(copy, i), copy);
     std::memcpy(target + i, copy, rest);
 }
 
@@ -328,19 +334,19 @@ HWY_INLINE void BlendLoaded(uint8* target, int count, const Color& tint, const L
     const auto solid = hn::Set(Floats(), kSolidAlpha);
     const auto scale = hn::Set(Floats(), 0.003921569f);
     const auto one = hn::Set(Floats(), 1.0f);
-    ForVectors(target, count, [&](uint8* p, int i) HWY_ATTR {
+    ForVectors(target, count, [&](const uint8* p, int i) HWY_ATTR {
         const auto source = hn::Mul(load(i), tints);
         const auto a = hn::Broadcast<3>(source);
         const auto isVisible = hn::Gt(a, invisible);
         const auto isSolid = hn::Gt(a, solid);
-        if (hn::AllTrue(Floats(), isSolid)) return StoreByteNumbers(ToByteNumbers<isUnit>(source), p);
-        if (hn::AllFalse(Floats(), isVisible)) return;
+        if (hn::AllTrue(Floats(), isSolid)) return ToByteNumbers<isUnit>(source);
         const auto bytes = hn::PromoteTo(Integers(), hn::LoadU(FewBytes(), p));
+        if (hn::AllFalse(Floats(), isVisible)) return bytes;
         const auto old = hn::Mul(hn::ConvertTo(Floats(), bytes), scale);
         const auto blend = hn::Add(hn::Mul(a, source), hn::Mul(hn::Sub(one, a), old));
         const auto mixed =
             ToByteNumbers<isUnit>(hn::IfThenElse(isSolid, source, hn::IfThenElse(isAlpha, a, blend)));
-        StoreByteNumbers(hn::IfThenElse(hn::RebindMask(Integers(), isVisible), mixed, bytes), p);
+        return hn::IfThenElse(hn::RebindMask(Integers(), isVisible), mixed, bytes);
     });
 }
 
@@ -362,13 +368,13 @@ void BlendPremultiplied(uint8* target, const float* colors, int count, const Col
     const auto isAlpha = AlphaLanes();
     const auto scale = hn::Set(Floats(), 0.003921569f);
     const auto one = hn::Set(Floats(), 1.0f);
-    ForVectors(target, count, [&](uint8* p, int i) HWY_ATTR {
+    ForVectors(target, count, [&](const uint8* p, int i) HWY_ATTR {
         const auto source = hn::Mul(tints, hn::LoadU(Floats(), colors + i));
         const auto keep = hn::Sub(one, hn::Broadcast<3>(source));
         const auto bytes = hn::PromoteTo(Integers(), hn::LoadU(FewBytes(), p));
         const auto old = hn::Mul(hn::ConvertTo(Floats(), bytes), scale);
         const auto mixed = hn::Add(source, hn::Mul(keep, old));
-        StoreByteNumbers(ToByteNumbers(hn::IfThenElse(isAlpha, old, mixed)), p);
+        return ToByteNumbers(hn::IfThenElse(isAlpha, old, mixed));
     });
 }
 
