@@ -174,12 +174,13 @@ Font* Theme::fontAt(FontStyle style, size_t size) const {
 // theme are recognised by their resources.
 Font* Theme::fontWithStyle(Font* font, FontStyle style) {
     if (font == nullptr) return nullptr;
+    const bool statesStyle = font->getStyle() == style;
+    if (statesStyle && font->getLineHeight() > 0) return font;
     const char* const resource = kFontResources[rowOf(style)];
     const auto* const outline = dynamic_cast<const TrueTypeFont*>(font);
     if (outline != nullptr && outline->getResourceName() == resource) return font;
     const bool isWaiting = outline != nullptr && !outline->isLoaded();
-    const bool hasStyle = font->getStyle() == style && !(isWaiting && isOfTheme(*outline));
-    if (hasStyle) return font;
+    if (statesStyle && !(isWaiting && isOfTheme(*outline))) return font;
     return system()->getTrueTypeFont(resource, isWaiting ? outline->getSize() : font->getLineHeight());
 }
 

@@ -259,6 +259,16 @@ TEST_F(RectActorSprite, TheFunctionOfASpriteMayReplaceIt) {
     EXPECT_EQ(drawOne().kind, "rect");
 }
 
+TEST_F(RectActorSprite, TheFunctionOfASpriteMayReleaseTheActor) {
+    SmartPointer<RectActor> held(new RectActor);
+    held->setBounds({0, 0, 8, 8}).setSprite(Sprite::createFromLambda([&held](Image& image) {
+        image.initialize(RGBA8, {8, 8});
+        held.reset();
+    }));
+    EXPECT_EQ(renderer.recordOne(*held).kind, "texture");
+    EXPECT_FALSE(held);
+}
+
 TEST_F(RectActorSprite, ALazySpriteArrivesLaterAndFadesIn) {
     int calls = 0;
     actor.setLazyLoad(true).setSprite(Sprite::createFromLambda([&calls](Image& image) {
