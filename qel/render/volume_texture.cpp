@@ -1,7 +1,10 @@
 #include <qel/render/volume_texture.h>
 
+#include <qel/foundation/log/message_stream.h>
 #include <qel/imaging/pixels/image.h>
 #include <qel/system/core/system.h>
+
+#include <limits>
 
 namespace qel {
 
@@ -11,6 +14,10 @@ VolumeTexture::VolumeTexture(Renderer* renderer)
 VolumeTexture::~VolumeTexture() = default;
 
 void VolumeTexture::uploadData(int z, const Image& image) {
+    if (z == std::numeric_limits<int>::max()) {
+        logging::error() << "invalid upload of slice " << z;
+        return;
+    }
     uploadData(z, z + 1, image.getImageFormat(), image.getBytePointer());
 }
 

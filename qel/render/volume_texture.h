@@ -25,6 +25,7 @@ public:
     /// Allocates storage for width, height and depth in voxels.
     virtual void initialize(FormatID format, const IVec3<int>& size) = 0;
     /// Copies plane 0 of @p image to slice @p z.
+    /// @errors logs an error for the largest number, which no slice has.
     virtual void uploadData(int z, const Image& image);
     /// Copies the slices from @p zBegin to before @p zEnd.
     /// @param data  the slices, packed one after the other.

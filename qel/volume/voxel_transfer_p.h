@@ -32,13 +32,16 @@ public:
     /// Returns the range of all voxels; of some of them if it was ended.
     VoxelRange measure();
     /// Converts the voxels and uploads one slice after the other, the last slice first. Uploads run on the
-    /// calling thread. @errors std::bad_alloc without memory for a slice.
+    /// calling thread, while workers convert the next slices. @errors std::bad_alloc without memory for two
+    /// slices.
     void upload(VolumeTexture& texture, const VoxelScale& scale);
     /// Returns true if a pass was ended before it was complete.
     bool isEnded() const { return m_isEnded; }
 
 private:
-    void convert(uint16* out, uint64 begin, uint64 count, const VoxelScale& scale);
+    class SliceUpload;
+
+    void convert(uint16* out, uint64 begin, uint64 count, const VoxelScale& scale, SliceUpload& before);
     void advance(uint64 voxels);
 
     const VoxelType& m_type;

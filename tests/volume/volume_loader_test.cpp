@@ -9,6 +9,7 @@
 #include <tests/volume/noting_volume.h>
 
 #include <qel/foundation/base/buffer.h>
+#include <qel/imaging/pixels/image.h>
 #include <qel/testing/simd.h>
 
 #include <cfloat>
@@ -21,6 +22,7 @@
 #include <stdexcept>
 #include <string>
 #include <system_error>
+#include <thread>
 #include <vector>
 
 namespace qel {
@@ -444,6 +446,45 @@ TEST_F(ThreadedVolumeLoaderTest, LargeVolumesConvertOnAllWorkers) {
     EXPECT_EQ(wrong, 0u);
     EXPECT_EQ(volume.slices.front(), 59);
     EXPECT_EQ(volume.slices.back(), 0);
+}
+
+TEST_F(ThreadedVolumeLoaderTest, UploadsOnTheCallingThreadAndReportsWhatItThrows) {
+    struct FullVolume : test::NotingVolume {
+        using NotingVolume::NotingVolume;
+        void uploadData(int zBegin, int zEnd, FormatID format, const void* data) override {
+            wasElsewhere |= std::this_thread::get_id() != thread;
+            if (zBegin < 30) throw std::bad_alloc();
+            NotingVolume::uploadData(zBegin, zEnd, format, data);
+        }
+        const std::thread::id thread = std::this_thread::get_id();
+        bool wasElsewhere = false;
+    };
+    struct FullRenderer : test::VolumeRenderer {
+        VolumeTexture* createVolumeTextureInternal() override {
+            return (texture = new FullVolume(this)).get();
+        }
+        SmartPointer<FullVolume> texture;
+    };
+    test::LogCapture log;
+    const auto renderer = makeObject<FullRenderer>();
+    VolumeLoader loader(renderer.get());
+    const Buffer voxels = bufferOf(std::vector<uint16>(300 * 200 * 60, 1));
+    EXPECT_FALSE(loader.loadFromVoxels(UInt16, {300, 200, 60}, {}, {}, voxels));
+    log.expect(kError, "not enough memory for a volume of 3600000 voxels");
+    EXPECT_FALSE(loader.getScalarTexture());
+    ASSERT_TRUE(renderer->texture);
+    EXPECT_EQ(renderer->texture->slices.size(), 30u) << "none after the one that failed";
+    EXPECT_FALSE(renderer->texture->wasElsewhere);
+}
+
+TEST(VolumeTextureTest, ASliceWithoutASuccessorIsRefused) {
+    test::LogCapture log;
+    test::VolumeRenderer renderer;
+    test::NotingVolume volume(&renderer);
+    volume.initialize(UInt16, {2, 2, 1});
+    volume.uploadData(std::numeric_limits<int>::max(), Image(UInt16, {2, 2}));
+    log.expect(kError, "invalid upload of slice 2147483647");
+    EXPECT_TRUE(volume.slices.empty());
 }
 
 TEST_F(VolumeLoaderTest, ReportsProgressAndCanBeEnded) {
