@@ -409,6 +409,49 @@ TEST_F(RefinementTest, ViewsOfOneActorAreIndependent) {
     EXPECT_EQ(refined, drawPlainly());
 }
 
+TEST_F(RefinementTest, TargetsOfOneSizeStayRefined) {
+    std::vector<SmartPointer<Image>> targets;
+    for (int i = 0; i < 20; ++i) targets.push_back(makeObject<Image>(BGRA8, scene->target->getSize()));
+    const auto drawAll = [&] {
+        std::vector<Bytes> pictures;
+        for (const SmartPointer<Image>& target : targets) {
+            scene->target = target;
+            scene->renderer->setRenderTarget(target.get());
+            scene->lookFrom({1.6f, 1.2f, -0.1f * static_cast<float>(pictures.size() + 1)});
+            pictures.push_back(draw());
+        }
+        return pictures;
+    };
+    drawAll();
+    scene->renderer->waitRefined();
+    const std::vector<Bytes> refined = drawAll();
+    EXPECT_TRUE(scene->renderer->isRefined());
+    EXPECT_EQ(refined.back(), drawPlainly());
+    EXPECT_NE(refined.front(), refined.back());
+}
+
+TEST_F(RefinementTest, ATargetThatIsGoneLeavesItsViewToOthers) {
+    const auto drawMoving = [&](float place) {
+        scene->target = makeObject<Image>(BGRA8, IVec2<int>(70, 54));
+        scene->renderer->setRenderTarget(scene->target.get());
+        scene->lookFrom({1.6f, place, -0.7f});
+        draw();
+    };
+    drawMoving(1);
+    scene->renderer->waitRefined();
+    const int before = gate.getPassed();
+    drawMoving(1.1f);
+    scene->renderer->waitRefined();
+    const int rows = gate.getPassed() - before;
+    gate.close();
+    for (int i = 0; i < 30; ++i) drawMoving(1.2f + 0.01f * static_cast<float>(i));
+    const int passed = gate.getPassed();
+    gate.open();
+    scene->renderer->waitRefined();
+    EXPECT_LE(gate.getPassed() - passed, 2 * rows) << "the views of other targets are not computed";
+    EXPECT_EQ(draw(), drawPlainly());
+}
+
 TEST_F(RefinementTest, ManyMaterialsStayRefined) {
     std::vector<SmartPointer<VolumeActor>> actors;
     for (int i = 1; i <= 20; ++i) {

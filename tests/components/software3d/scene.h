@@ -87,7 +87,7 @@ public:
     }
 
     const SmartPointer<SoftwareRenderer3D> renderer = makeObject<SoftwareRenderer3D>();
-    const SmartPointer<Image> target;
+    SmartPointer<Image> target;
     const SmartPointer<VolumeActor> actor = makeObject<VolumeActor>();
     SmartPointer<VolumeTexture> texture;
 };

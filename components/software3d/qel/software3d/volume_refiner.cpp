@@ -13,8 +13,8 @@ namespace {
 /// parts of a window may be frames of their own.
 constexpr uint64 kFramesKept = 64;
 constexpr uint64 kFramesKeptPerView = 4;
-/// A view that has not been drawn for this number of frames shows its actor in another viewport, so that a
-/// pane that changes its size has few views.
+/// A view that has not been drawn for this number of frames shows its actor in another viewport of the same
+/// target, so that a pane that changes its size has few views.
 constexpr uint64 kFramesUntilReuse = 16;
 /// The most pictures of an actor in a viewport; if it is drawn more often in a frame, they stay coarse.
 constexpr size_t kMostViewsOfActor = 16;
@@ -75,7 +75,7 @@ void VolumeRefiner::draw(const void* actor, VolumeDraw& draw, Image& target, con
     const IVec4<int> area = coveredArea(draw);
     if (area.x >= area.z || area.y >= area.w) return;
     ByteKey key = keyOf(draw, area);
-    View& view = viewFor(actor, placeOf(draw.view.viewport, target), key, depth);
+    View& view = viewFor(actor, placeOf(draw.view.viewport, target), target, key, depth);
     view.lastFrame = m_frame;
     if (!view.shows(key, depth)) {
         view.key = std::move(key);
@@ -86,26 +86,35 @@ void VolumeRefiner::draw(const void* actor, VolumeDraw& draw, Image& target, con
 }
 
 /// Returns the view that shows what is to be drawn. Otherwise, returns the oldest view of the actor in the
-/// same viewport that was not drawn in this frame, one of another viewport that has not been drawn for some
-/// frames, or a new one.
-VolumeRefiner::View& VolumeRefiner::viewFor(const void* actor, const IVec4<int>& viewport, const ByteKey& key,
-                                            const DepthBuffer& depth) {
+/// same viewport of the target that was not drawn in this frame, one that is not needed any more, or a new
+/// one.
+VolumeRefiner::View& VolumeRefiner::viewFor(const void* actor, const IVec4<int>& viewport, Image& target,
+                                            const ByteKey& key, const DepthBuffer& depth) {
     View* same = nullptr;
     View* other = nullptr;
     size_t count = 0;
     for (const auto& view : m_views) {
         if (view->actor != actor) continue;
-        const bool isSame = view->viewport == viewport;
-        if (isSame && view->shows(key, depth)) return *view;
+        if (view->shows(key, depth)) return *view;
+        const bool isSame = view->target.get() == &target && view->viewport == viewport;
         View*& oldest = isSame ? same : other;
-        if (oldest == nullptr || view->lastFrame < oldest->lastFrame) oldest = view.get();
+        if ((isSame || isReusable(*view, target)) &&
+            (oldest == nullptr || view->lastFrame < oldest->lastFrame))
+            oldest = view.get();
         count += isSame;
     }
     if (same != nullptr && (same->lastFrame != m_frame || count >= kMostViewsOfActor)) return *same;
-    if (other == nullptr || m_frame - other->lastFrame < kFramesUntilReuse)
-        return *m_views.emplace_back(std::make_unique<View>(View{actor, viewport}));
-    other->viewport = viewport;
-    return *other;
+    View& view = other != nullptr ? *other : *m_views.emplace_back(std::make_unique<View>());
+    view.actor = actor;
+    view.viewport = viewport;
+    view.target = &target;
+    return view;
+}
+
+/// Returns true if a view may show its actor in another viewport of @p target.
+bool VolumeRefiner::isReusable(const View& view, const Image& target) const {
+    if (!view.target) return true;
+    return view.target.get() == &target && m_frame - view.lastFrame >= kFramesUntilReuse;
 }
 
 void VolumeRefiner::restart(View& view, VolumeDraw& draw) {

@@ -10,11 +10,11 @@
 
 namespace qel::internal {
 
-/// Draws volumes for SoftwareRenderer3D. For each actor and viewport it keeps a view: the last picture, and
-/// what it was computed for. An actor that is drawn several times in a frame has several views. A view that
-/// is drawn again without a change only puts its picture on the target. Otherwise a coarse picture is
-/// computed at once and refined in the background; new parts are added to the picture in a pass of the
-/// System, which asks for a frame.
+/// Draws volumes for SoftwareRenderer3D. For each actor and viewport of a target it keeps a view: the last
+/// picture, and what it was computed for. An actor that is drawn several times in a frame has several views.
+/// A view that is drawn again without a change only puts its picture on the target. Otherwise a coarse
+/// picture is computed at once and refined in the background; new parts are added to the picture in a pass of
+/// the System, which asks for a frame.
 /// @threads main thread.
 class VolumeRefiner final : private PointerOwner {
 public:
@@ -39,8 +39,9 @@ public:
 
 private:
     struct View {
-        const void* actor;
-        IVec4<int> viewport;
+        const void* actor = nullptr;
+        IVec4<int> viewport{};
+        WeakPointer<Image> target{}; ///< identifies the pane; the picture fits other targets too
         uint64 lastFrame = 0;
         ByteKey key{};
         std::shared_ptr<const DepthArea> depths{};
@@ -57,8 +58,9 @@ private:
 
     void onWeakPointerCleared(void* ownerData) override;
     void close();
-    View& viewFor(const void* actor, const IVec4<int>& viewport, const ByteKey& key,
+    View& viewFor(const void* actor, const IVec4<int>& viewport, Image& target, const ByteKey& key,
                   const DepthBuffer& depth);
+    bool isReusable(const View& view, const Image& target) const;
     void restart(View& view, VolumeDraw& draw);
     void prepare(View& view, VolumeDraw& draw);
     void drop(View& view);
