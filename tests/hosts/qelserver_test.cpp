@@ -139,16 +139,13 @@ TEST_F(ServerTest, ItFailsIfItsOutputIsLost) {
 
 /// Lines that begin with "$ " are commands, and the others are their output. "…" matches any part of a line.
 TEST_F(ServerTest, TheSessionsOfTheGuideWork) {
-    const std::string guide = sourceText("docs/hosting.md");
-    const std::string fence = "```console\n";
     folder.write("slice-001.dcm", "a slice");
     start({"--memory", "--workers", "1"});
     int commands = 0;
-    for (size_t at = guide.find(fence); at != guide.npos; at = guide.find(fence, at)) {
-        at += fence.size();
-        std::istringstream session(guide.substr(at, guide.find("```\n", at) - at));
+    for (const std::string& session : partsOf(sourceText("docs/hosting.md"), "```console\n", "```\n")) {
+        std::istringstream lines(session);
         std::string printed;
-        for (std::string line; std::getline(session, line);) {
+        for (std::string line; std::getline(lines, line);) {
             if (line.starts_with("$ ")) {
                 EXPECT_EQ(printed, "") << "this output is not in the guide";
                 const HostRun run = shell(line.substr(2));

@@ -6,7 +6,6 @@
 #include <tests/support/scratch_folder.h>
 #include <tests/support/source_dir.h>
 
-#include <fstream>
 #include <iterator>
 #include <set>
 #include <sstream>
@@ -14,28 +13,15 @@
 namespace {
 
 using qel::test::LogCapture;
+using qel::test::partsOf;
+using qel::test::sourceText;
 using qelSq::Object;
-
-std::string readPage() {
-    std::ifstream file(qel::test::sourceDir() + "/docs/scripting.md");
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 std::set<std::string> wordsOf(std::string page) {
     std::replace_if(
         page.begin(), page.end(), [](unsigned char c) { return !std::isalnum(c) && c != '_'; }, ' ');
     std::istringstream words(page);
     return {std::istream_iterator<std::string>(words), {}};
-}
-
-std::vector<std::string> readExamples() {
-    const std::string page = readPage(), head = "\n```squirrel\n";
-    std::vector<std::string> examples;
-    for (size_t at = page.find(head); at != page.npos; at = page.find(head, at)) {
-        at += head.size();
-        examples.push_back(page.substr(at, page.find("\n```\n", at) - at));
-    }
-    return examples;
 }
 
 /// Returns the output that @p example states.
@@ -75,7 +61,7 @@ protected:
 };
 
 TEST_F(ScriptDocumentation, EveryExamplePrintsTheStatedOutput) {
-    auto examples = readExamples();
+    const auto examples = partsOf(sourceText("docs/scripting.md"), "\n```squirrel\n", "\n```\n");
     ASSERT_GT(examples.size(), 20u);
     for (const std::string& example : examples) {
         EXPECT_EQ(outputOf(example), promisedBy(example)) << "docs/scripting.md:\n" << example;
@@ -85,7 +71,7 @@ TEST_F(ScriptDocumentation, EveryExamplePrintsTheStatedOutput) {
 }
 
 TEST_F(ScriptDocumentation, EverySlotAndMemberIsDocumented) {
-    const std::set<std::string> page = wordsOf(readPage());
+    const std::set<std::string> page = wordsOf(sourceText("docs/scripting.md"));
     expectSlotsNamed(page, vm().getRootTable(), "the root table");
     for (const char* name : {"std", "string", "math", "qel", "util", "global"}) {
         expectSlotsNamed(page, vm().getRootTable().get(name), name);

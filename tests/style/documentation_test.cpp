@@ -75,18 +75,13 @@ private:
     }
 };
 
-class StyleDocumentation : public test::StyleFixture {
+class StyleDocumentation : public test::WithShippedFonts<test::StyleFixture> {
 protected:
     void SetUp() override {
-        StyleFixture::SetUp();
-        test::addShippedFonts();
+        WithShippedFonts::SetUp();
         LogCapture log;
         system().getTheme()->setDeviceForce(132, 1, 1000, 1000, 1, 1); // the medium font has 26 pixels
         log.take();
-    }
-    void TearDown() override {
-        StyleFixture::TearDown();
-        Object::discardSingletons(); // the files of fonts
     }
     /// Checks the stated lines of an example. @return their number.
     static size_t check(const std::string& example) {
@@ -112,14 +107,9 @@ protected:
 };
 
 TEST_F(StyleDocumentation, EveryExampleHasTheStatedAnswers) {
-    const std::string page = test::sourceText("docs/style.md"), head = "\n```css\n";
-    size_t examples = 0;
-    for (size_t at = page.find(head); at != page.npos; at = page.find(head, at)) {
-        at += head.size();
-        EXPECT_GT(check(page.substr(at, page.find("\n```\n", at) - at)), 0u);
-        ++examples;
-    }
-    EXPECT_EQ(examples, 8u);
+    const auto examples = test::partsOf(test::sourceText("docs/style.md"), "\n```css\n", "\n```\n");
+    EXPECT_EQ(examples.size(), 8u);
+    for (const std::string& example : examples) EXPECT_GT(check(example), 0u);
 }
 
 TEST_F(StyleDocumentation, ThePageNamesThePropertiesOfTheShippedSheet) {

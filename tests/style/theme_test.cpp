@@ -7,7 +7,6 @@
 #include <qel/style/theme.h>
 #include <qel/text/fonts/true_type_font.h>
 
-#include <cmath>
 #include <limits>
 
 namespace qel {
@@ -18,17 +17,15 @@ using test::LogCapture;
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
-class ThemeTest : public test::StyleFixture {
+class ThemeTest : public test::WithShippedFonts<test::StyleFixture> {
 protected:
     void SetUp() override {
-        StyleFixture::SetUp();
-        test::addShippedFonts();
+        WithShippedFonts::SetUp();
         theme = new Theme;
     }
     void TearDown() override {
         theme.reset();
-        StyleFixture::TearDown();
-        Object::discardSingletons(); // the files of fonts
+        WithShippedFonts::TearDown();
     }
     /// Returns all sizes in pixels.
     std::vector<int> sizes() const {

@@ -11,11 +11,9 @@ namespace {
 
 std::string block(const std::string& kind, const std::string& name) {
     static const std::string page = sourceText("docs/formats.md");
-    const std::string head = "\n```" + kind + " " + name + "\n";
-    const size_t begin = page.find(head);
-    const size_t end = page.find("\n```\n", begin + head.size());
-    if (begin == page.npos || end == page.npos) throw std::runtime_error("no example " + kind + " " + name);
-    return page.substr(begin + head.size(), end - begin - head.size());
+    const auto found = partsOf(page, "\n```" + kind + " " + name + "\n", "\n```\n");
+    if (found.empty()) throw std::runtime_error("no example " + kind + " " + name);
+    return found[0];
 }
 
 /// Calls @p use with each line of @p text up to its note.

@@ -139,6 +139,14 @@ void expectPicture(const char* list, const Picture& picture) {
     expectImage(list, picture.name, *expected);
 }
 
+void expectFrame(const char* list, const std::string& name, const IVec2<int>& size,
+                 const std::function<void(RendererSoftware&)>& draw) {
+    expectPicture(list, {name, size, BGRA8, [&draw](RendererSoftware& r) {
+                             r.clear({0.1f, 0.15f, 0.25f, 1});
+                             draw(r);
+                         }});
+}
+
 void expectImage(const char* list, const std::string& name, const Image& image) {
     const std::string path = sourceDir() + "/" + list;
     const std::string hash = pictureHash(image);

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <qel/foundation/base/ivec.h>
-#include <qel/foundation/base/types.h>
 #include <qel/imaging/pixels/image_format.h>
 #include <qel/render/renderer_software.h>
 
@@ -33,6 +32,10 @@ struct Picture {
 /// QEL_ACCEPT_PICTURES set, the hash is written to the list instead (tools/accept_pictures).
 /// @param list  path of the list from the root of the sources; its lines hold a name and a hash.
 void expectPicture(const char* list, const Picture& picture);
+
+/// Does the same for a frame in BGRA8 on dark blue.
+void expectFrame(const char* list, const std::string& name, const IVec2<int>& size,
+                 const std::function<void(RendererSoftware&)>& draw);
 
 /// Fails the test unless @p image, BGRA8 or grey, has the hash that @p list states for @p name. Writes
 /// files as expectPicture() does.

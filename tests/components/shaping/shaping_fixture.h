@@ -2,7 +2,6 @@
 #pragma once
 
 #include <qel/foundation/base/ivec.h>
-#include <qel/foundation/base/object.h>
 #include <qel/shaping/shaper.h>
 #include <qel/text/fonts/shaping.h>
 #include <qel/text/fonts/true_type_font.h>
@@ -15,20 +14,11 @@
 namespace qel::test {
 
 /// A System with the shipped fonts.
-class ShapingFixture : public SystemFixture {
+class ShapingFixture : public WithShippedFonts<SystemFixture> {
 protected:
     static constexpr const char* kRoboto = "font-roboto-regular.ttf";
     static constexpr const char* kArabic = "font-noto-arabic.ttf";
     static constexpr const char* kDevanagari = "font-noto-devanagari.ttf";
-
-    void SetUp() override {
-        SystemFixture::SetUp();
-        addShippedFonts();
-    }
-    void TearDown() override {
-        SystemFixture::TearDown();
-        Object::discardSingletons(); // the files of fonts
-    }
 
     static SmartPointer<TrueTypeFont> load(const char* resource, int size) {
         const auto font = makeObject<TrueTypeFont>();

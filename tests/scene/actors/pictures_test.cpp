@@ -7,22 +7,12 @@
 #include <qel/scene/actors/rect_actor.h>
 #include <qel/style/theme.h>
 
-#include <array>
-#include <vector>
-
 namespace qel {
 namespace {
 
-class ActorPictures : public test::SystemFixture {
-protected:
-    static void expectFrame(const std::string& name, const IVec2<int>& size,
-                            const std::function<void(RendererSoftware&)>& draw) {
-        test::expectPicture("tests/scene/actors/pictures.txt", {name, size, BGRA8, [&](RendererSoftware& r) {
-                                                                    r.clear({0.1f, 0.15f, 0.25f, 1});
-                                                                    draw(r);
-                                                                }});
-    }
-};
+constexpr const char* kList = "tests/scene/actors/pictures.txt";
+
+using ActorPictures = test::SystemFixture;
 
 /// Returns the sprite of a frame with round corners, an arrow to the right, and a green mark on the left top.
 SmartPointer<Sprite> makeArrow(int width, int height) {
@@ -68,7 +58,7 @@ private:
 
 TEST_F(ActorPictures, ScaleMethodsAndAlignments) {
     const SmartPointer<Sprite> sprite = makeArrow(40, 20);
-    expectFrame("scale-methods", {400, 175}, [&](RendererSoftware& r) {
+    test::expectFrame(kList, "scale-methods", {400, 175}, [&](RendererSoftware& r) {
         Cells cells(r);
         for (int method = 0; method < 6; ++method) {
             RectActor actor;
@@ -89,7 +79,7 @@ TEST_F(ActorPictures, ScaleMethodsAndAlignments) {
 
 TEST_F(ActorPictures, ThreeAndNineParts) {
     const SmartPointer<Sprite> sprite = makeArrow(32, 32);
-    expectFrame("parts", {340, 285}, [&](RendererSoftware& r) {
+    test::expectFrame(kList, "parts", {340, 285}, [&](RendererSoftware& r) {
         Cells cells(r);
         for (int method = 0; method < 4; ++method)
             for (const uint32 cut : {0u, 5u, 10u, 15u}) {
@@ -103,7 +93,7 @@ TEST_F(ActorPictures, ThreeAndNineParts) {
 
 TEST_F(ActorPictures, Rotations) {
     const SmartPointer<Sprite> sprite = makeArrow(40, 24);
-    expectFrame("rotations", {270, 225}, [&](RendererSoftware& r) {
+    test::expectFrame(kList, "rotations", {270, 225}, [&](RendererSoftware& r) {
         Cells cells(r);
         for (int i = 0; i < 16; ++i) {
             RectActor actor;
@@ -117,7 +107,7 @@ TEST_F(ActorPictures, Rotations) {
 
 TEST_F(ActorPictures, TurnedPlacements) {
     const SmartPointer<Sprite> sprite = makeArrow(40, 24);
-    expectFrame("turned-placements", {395, 445}, [&](RendererSoftware& r) {
+    test::expectFrame(kList, "turned-placements", {395, 445}, [&](RendererSoftware& r) {
         Cells cells(r);
         for (int i = 0; i < 48; ++i) {
             const int kind = i % 6;
@@ -139,7 +129,7 @@ TEST_F(ActorPictures, ShadowsOutlinesAndTints) {
     const SmartPointer<Sprite> sprite = makeArrow(40, 20);
     test::addShippedFonts();
     system().getTheme()->setDeviceForce(320, 0, 400, 300, 1, 1);
-    expectFrame("shadows", {270, 120}, [&](RendererSoftware& r) {
+    test::expectFrame(kList, "shadows", {270, 120}, [&](RendererSoftware& r) {
         Cells cells(r);
         for (int i = 0; i < 8; ++i) {
             RectActor actor;
@@ -157,7 +147,7 @@ TEST_F(ActorPictures, ShadowsOutlinesAndTints) {
 // The filter belongs to the operation, though the texture is shared.
 TEST_F(ActorPictures, OneTextureDrawnWithBothFilters) {
     const SmartPointer<Sprite> sprite = makeArrow(40, 20);
-    expectFrame("both-filters", {110, 60}, [&](RendererSoftware& r) {
+    test::expectFrame(kList, "both-filters", {110, 60}, [&](RendererSoftware& r) {
         RectActor actor;
         actor.setSprite(sprite).setPixelExact(false);
         r.draw(&actor.setBounds({5, 5, 45, 25}));

@@ -9,16 +9,11 @@
 
 namespace qel::test {
 
-class GraphFixture : public SystemFixture {
+class GraphFixture : public WithShippedFonts<SystemFixture> {
 protected:
     void SetUp() override {
-        SystemFixture::SetUp();
-        addShippedFonts();
+        WithShippedFonts::SetUp();
         system().getTheme()->setDeviceForce(200, 0, 400, 300, 1, 1);
-    }
-    void TearDown() override {
-        SystemFixture::TearDown();
-        Object::discardSingletons(); // the files of fonts
     }
 };
 

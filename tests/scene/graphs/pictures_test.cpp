@@ -12,24 +12,15 @@
 #include <qel/scene/graphs/graph_actor.h>
 #include <qel/scene/graphs/prim_actor.h>
 
-#include <cmath>
-
 namespace qel {
 namespace {
 
-class GraphPictures : public test::GraphFixture {
-protected:
-    static void expectFrame(const std::string& name, const IVec2<int>& size,
-                            const std::function<void(RendererSoftware&)>& draw) {
-        test::expectPicture("tests/scene/graphs/pictures.txt", {name, size, BGRA8, [&](RendererSoftware& r) {
-                                                                    r.clear({0.1f, 0.15f, 0.25f, 1});
-                                                                    draw(r);
-                                                                }});
-    }
-};
+constexpr const char* kList = "tests/scene/graphs/pictures.txt";
+
+using GraphPictures = test::GraphFixture;
 
 TEST_F(GraphPictures, RingSegments) {
-    expectFrame("rings", {200, 110}, [](RendererSoftware& r) {
+    test::expectFrame(kList, "rings", {200, 110}, [](RendererSoftware& r) {
         for (int i = 0; i < 6; ++i) {
             PrimActor ring;
             ring.createRingSegment(20, static_cast<float>(50 - i * 8), i * 9000, i * 9000 + 12'345 + i);
@@ -47,7 +38,7 @@ TEST_F(GraphPictures, Graph) {
         dose.push_back({x, 1 - (x - 2) * (x - 2) / 4});
         pulse.push_back({x, i % 8 < 4 ? 0.25f : 0.6f});
     }
-    expectFrame("graph", {400, 260}, [&](RendererSoftware& r) {
+    test::expectFrame(kList, "graph", {400, 260}, [&](RendererSoftware& r) {
         GraphActor graph;
         graph.setBounds({5, 5, 395, 255}).setTitle("Dose").setHorizontalAxisLabel("hours");
         graph.setHorizontalAxisInterval(0, 4).setVerticalAxisInterval(0, 1.2f).setVerticalLines(3);
@@ -60,7 +51,7 @@ TEST_F(GraphPictures, Graph) {
 
 TEST_F(GraphPictures, Bubbles) {
     system().getResourceLocator()->addResourceDirectory(test::sourceDir() + "/resources"); // the border
-    expectFrame("bubbles", {400, 200}, [&](RendererSoftware& r) {
+    test::expectFrame(kList, "bubbles", {400, 200}, [&](RendererSoftware& r) {
         BubbleActor bubble;
         bubble.getTextActor().setText("A bubble").setColor({1, 1, 0.7f, 1});
         r.draw(&bubble.setPosition({110, 190}).setColor({0.2f, 0.4f, 0.6f, 1}));

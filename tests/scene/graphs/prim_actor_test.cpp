@@ -1,4 +1,5 @@
-#include "graph_fixture.h"
+#include <tests/scene/actors/recording_renderer.h>
+#include <tests/support/system_fixture.h>
 
 #include <qel/scene/graphs/prim_actor.h>
 
