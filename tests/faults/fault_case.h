@@ -48,6 +48,10 @@ struct FaultCase {
 
 std::ostream& operator<<(std::ostream& out, const FaultCase& faultCase);
 
+using Folder = const ScratchFolder&;
+
+inline void prepareNothing(Folder) {}
+
 /// Returns a run that calls @p function with the paths of @p names. Its result reports success if it is a
 /// bool, and is the value that was determined otherwise.
 template <typename Function, typename... Names>

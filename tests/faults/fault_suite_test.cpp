@@ -121,11 +121,6 @@ protected:
         return run.outcome.value == undisturbed.outcome.value && run.after == undisturbed.after;
     }
 
-    void expectAsUndisturbed(const RunReport& run, const RunReport& undisturbed) const {
-        EXPECT_EQ(run.outcome.value, undisturbed.outcome.value) << "a wrong result is reported as right";
-        EXPECT_EQ(run.after, undisturbed.after) << "reported as done, but not done";
-    }
-
     void expectNothingTorn(const RunReport& run, const RunReport& undisturbed) const {
         const Content& oldContent = run.before;
         const Content& newContent = undisturbed.after;
@@ -152,7 +147,8 @@ protected:
 
     void check(const RunReport& run, const RunReport& undisturbed) const {
         if (has(kLoggedOnly) ? isAsUndisturbed(run, undisturbed) : run.outcome.worked) {
-            expectAsUndisturbed(run, undisturbed);
+            EXPECT_EQ(run.outcome.value, undisturbed.outcome.value) << "a wrong result is reported as right";
+            EXPECT_EQ(run.after, undisturbed.after) << "reported as done, but not done";
             return;
         }
         const bool isReportedByResult = has(kSilent) && !run.outcome.worked;

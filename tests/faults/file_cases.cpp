@@ -18,13 +18,10 @@ namespace qel::test {
 
 namespace {
 
-using Folder = const ScratchFolder&;
-
 const std::string kOld = "old content";
 const std::string kNew(200'000, 'n');
 const uint8 kBytes[] = {1, 2, 3, 4};
 
-void prepareNothing(Folder) {}
 void prepareOld(Folder folder) {
     folder.write("file", kOld);
 }

@@ -28,13 +28,16 @@ namespace {
 
 constexpr int kSteps = 15;
 
-std::vector<std::string> faultyEnvironment(int failAt, Lasting lasting, const ScratchFolder& reports) {
+using Folder = const ScratchFolder&;
+using Words = std::vector<std::string>;
+
+Words faultyEnvironment(int failAt, Lasting lasting, Folder reports) {
     return {"env", "LD_PRELOAD=" QEL_FAULT_PRELOAD,
             "QEL_FAULTS=" + std::to_string(failAt) + " " + std::to_string(static_cast<int>(lasting)),
             "QEL_FAULTS_REPORT=" + reports.path("report"), "HOME=" + reports.path()};
 }
 
-std::pair<int, std::string> readReport(const ScratchFolder& reports) {
+std::pair<int, std::string> readReport(Folder reports) {
     std::pair<int, std::string> report{-1, "unknown"};
     if (reports.has("report")) std::istringstream(reports.read("report")) >> report.first >> report.second;
     return report;
@@ -43,12 +46,12 @@ std::pair<int, std::string> readReport(const ScratchFolder& reports) {
 /// A run of a host in a scratch folder.
 struct HostCase {
     const char* name;
-    void (*prepare)(const ScratchFolder& folder);
-    std::vector<std::string> (*command)();
+    void (*prepare)(Folder folder);
+    Words command;
     /// A script of the shell that runs the disturbed command, "$@"; empty to run it directly.
     const char* script;
     /// Returns the result of the run, without the parts that differ from run to run.
-    std::string (*result)(const ScratchFolder& folder, const HostRun& run);
+    std::string (*result)(Folder folder, const HostRun& run);
 };
 
 std::ostream& operator<<(std::ostream& out, const HostCase& hostCase) {
@@ -60,46 +63,52 @@ struct FaultyRun {
     std::string result;
     int operations = 0;
     std::string failed;
-    std::vector<std::string> files;
+    Words files;
 };
 
-std::vector<std::string> filesIn(const ScratchFolder& folder) {
-    std::vector<std::string> names;
+Words filesIn(Folder folder) {
+    Words names;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(folder.path()))
         names.push_back(std::filesystem::relative(entry.path(), folder.path()).string());
     std::sort(names.begin(), names.end());
     return names;
 }
 
-FaultyRun runHost(const HostCase& hostCase, int failAt, Lasting lasting) {
+/// Runs a host in a new folder. @param environment  words before its command.
+FaultyRun runIn(const HostCase& hostCase, const Words& environment) {
     const ScratchFolder folder;
-    const ScratchFolder reports;
     hostCase.prepare(folder);
-    std::vector<std::string> command;
+    Words command;
     if (*hostCase.script) command = {"/bin/sh", "-c", hostCase.script, QELSERVER_PROGRAM};
-    for (const auto& words : {faultyEnvironment(failAt, lasting, reports), hostCase.command()})
+    for (const Words& words : {environment, hostCase.command})
         command.insert(command.end(), words.begin(), words.end());
     FaultyRun result;
     result.run = runProgram(folder, command);
     result.result = hostCase.result(folder, result.run);
     result.files = filesIn(folder);
+    return result;
+}
+
+FaultyRun runHost(const HostCase& hostCase, int failAt, Lasting lasting) {
+    const ScratchFolder reports;
+    FaultyRun result = runIn(hostCase, faultyEnvironment(failAt, lasting, reports));
     std::tie(result.operations, result.failed) = readReport(reports);
     return result;
 }
 
-void prepareTree(const ScratchFolder& folder) {
+void prepareTree(Folder folder) {
     for (const char* name : {"tree/a", "tree/sub/b", "tree/sub/c"}) folder.write(name, name);
 }
-void prepareScript(const ScratchFolder& folder) {
+void prepareScript(Folder folder) {
     folder.write("plugins/a/main.sq", "import(\"qel.File\")\nlocal size = qel.File.getFileSize(\"tree/a\")\n"
                                       "if (size == 0) throw \"no size\"\nhost.print(\"size \" + size)");
     prepareTree(folder);
 }
 
-std::string catalogueOf(const ScratchFolder& folder, const HostRun&) {
+std::string catalogueOf(Folder folder, const HostRun&) {
     if (!folder.has("result/catalogue.csv") || !folder.has("result/summary.txt")) return "";
     std::istringstream lines(folder.read("result/catalogue.csv"));
-    std::vector<std::string> names;
+    Words names;
     for (std::string line; std::getline(lines, line);) names.push_back(line.substr(0, line.find(',')));
     std::sort(names.begin(), names.end());
     std::string result;
@@ -130,7 +139,7 @@ std::string beginOf(PacketScheme* scheme) {
 }
 
 /// Writes the packet of a job on a file, and the beginnings of its answers.
-void prepareJob(const ScratchFolder& folder) {
+void prepareJob(Folder folder) {
     prepareTree(folder);
     qeljobs::FileAccess access;
     access.user.user = platform::userId();
@@ -145,14 +154,14 @@ void prepareJob(const ScratchFolder& folder) {
 }
 
 /// Returns "answered" if the worker has sent a result or a failure.
-std::string answerOfWorker(const ScratchFolder& folder, const HostRun& run) {
+std::string answerOfWorker(Folder folder, const HostRun& run) {
     for (const char* kind : {"result", "failure"})
         if (run.out.find(folder.read(kind)) != std::string::npos) return "answered";
     return "none";
 }
 
 /// Writes pictures, a text and an old output.
-void preparePictures(const ScratchFolder& folder) {
+void preparePictures(Folder folder) {
     folder.write("pictures/text", "hello");
     folder.write("sheet.png", "old");
     for (const int side : {1, 40, 300}) {
@@ -162,111 +171,79 @@ void preparePictures(const ScratchFolder& folder) {
         EXPECT_TRUE(image.saveTo(path.c_str()));
     }
 }
-std::vector<std::string> drawSheet() {
-    return {QELIMAGE_PROGRAM, "sheet", "pictures", "sheet.png"};
-}
-std::string sheetOf(const ScratchFolder& folder, const HostRun&) {
+std::string sheetOf(Folder folder, const HostRun&) {
     return folder.read("sheet.png");
 }
 
+#ifdef QELVIEWER_PROGRAM // is built where SDL2 is installed
 /// Writes a text for the reader, the commands that draw it, and an old frame.
-void prepareScreens(const ScratchFolder& folder) {
+void prepareScreens(Folder folder) {
     folder.write("text.md", "A **text**");
     folder.write("events", "frame frame.png\n");
     folder.write("frame.png", "old");
 }
 
-#ifdef QELVIEWER_PROGRAM // is built where SDL2 is installed
 /// Writes a small volume and an old picture.
-void prepareVolume(const ScratchFolder& folder) {
+void prepareVolume(Folder folder) {
     writeOctant(folder);
     folder.write("picture.png", "old");
 }
 #endif
 
-const HostCase kCases[] = {
-    {"qelhost, the catalogue", prepareTree,
-     [] {
-         return std::vector<std::string>{QELHOST_PROGRAM,
-                                         "--plugins",
-                                         sourceDir() + "/resources/plugins",
-                                         "--resources",
-                                         sourceDir() + "/resources",
-                                         "--language",
-                                         "en",
-                                         "tree",
-                                         "--out",
-                                         "result"};
-     },
-     "", catalogueOf},
-    {"qelhost, a script", prepareScript,
-     [] {
-         return std::vector<std::string>{QELHOST_PROGRAM, "--plugins", "plugins"};
-     },
-     "",
-     [](const ScratchFolder&, const HostRun& run) {
-         return std::string(run.out.find("size 6") != std::string::npos ? "size 6" : "none");
-     }},
-    {"qelcall, an option is read", prepareTree,
-     [] {
-         return std::vector<std::string>{QELCALL_PROGRAM,      "--socket", "socket",
-                                         "--timeout",          "3",        "advanced_option_get",
-                                         "server:job_attempts"};
-     },
-     kCallScript, [](const ScratchFolder&, const HostRun& run) { return run.out; }},
-    {"qelimage, a picture is converted", preparePictures,
-     [] {
-         return std::vector<std::string>{QELIMAGE_PROGRAM, "convert", "pictures/40.png",
-                                         "sheet.png",      "--size",  "50x30"};
-     },
-     "", sheetOf},
-    {"qelimage, a sheet is drawn", preparePictures, &drawSheet, "", sheetOf},
+/// Draws the sheet of the pictures.
+HostCase sheetCase() {
+    return {"qelimage, a sheet is drawn",
+            preparePictures,
+            {QELIMAGE_PROGRAM, "sheet", "pictures", "sheet.png"},
+            "",
+            sheetOf};
+}
+
+std::vector<HostCase> hostCases() {
+    const std::string resources = sourceDir() + "/resources", plugins = resources + "/plugins";
+    Words catalogue{QELHOST_PROGRAM, "--plugins", plugins, "--resources", resources, "--language"};
+    catalogue.insert(catalogue.end(), {"en", "tree", "--out", "result"});
+    std::vector<HostCase> cases{
+        {"qelhost, the catalogue", prepareTree, catalogue, "", catalogueOf},
+        {"qelhost, a script",
+         prepareScript,
+         {QELHOST_PROGRAM, "--plugins", "plugins"},
+         "",
+         [](Folder, const HostRun& run) {
+             return std::string(run.out.find("size 6") != std::string::npos ? "size 6" : "none");
+         }},
+        {"qelcall, an option is read",
+         prepareTree,
+         {QELCALL_PROGRAM, "--socket", "socket", "--timeout", "3", "advanced_option_get",
+          "server:job_attempts"},
+         kCallScript,
+         [](Folder, const HostRun& run) { return run.out; }},
+        {"qelimage, a picture is converted",
+         preparePictures,
+         {QELIMAGE_PROGRAM, "convert", "pictures/40.png", "sheet.png", "--size", "50x30"},
+         "",
+         sheetOf},
+        sheetCase(),
+        {"qelworker, a file is hashed", prepareJob, {QELWORKER_PROGRAM}, kWorkerScript, answerOfWorker},
+    };
 #ifdef QELSCREENS_PROGRAM // is built where SDL2 is installed
-    {"qelscreens, a frame is written", prepareScreens,
-     [] {
-         return std::vector<std::string>{QELSCREENS_PROGRAM,
-                                         "--resources",
-                                         sourceDir() + "/resources",
-                                         "--language",
-                                         "en",
-                                         "--width",
-                                         "300",
-                                         "--height",
-                                         "200",
-                                         "--page",
-                                         "6",
-                                         "--frames",
-                                         "pages",
-                                         "--events",
-                                         "events",
-                                         "text.md"};
-     },
-     "", [](const ScratchFolder& folder, const HostRun&) { return folder.read("frame.png"); }},
-    {"qelviewer, a picture is written", prepareVolume,
-     [] {
-         return std::vector<std::string>{QELVIEWER_PROGRAM, "--resources",  sourceDir() + "/resources",
-                                         "--language",      "en",           "--size",
-                                         "300x200",         "--screenshot", "picture.png",
-                                         "octant.nrrd"};
-     },
-     "", [](const ScratchFolder& folder, const HostRun&) { return folder.read("picture.png"); }},
+    Words screens{QELSCREENS_PROGRAM, "--resources", resources, "--language", "en", "--page", "6"};
+    screens.insert(screens.end(), {"--width", "300", "--height", "200", "--frames", "pages"});
+    screens.insert(screens.end(), {"--events", "events", "text.md"});
+    cases.push_back({"qelscreens, a frame is written", prepareScreens, screens, "",
+                     [](Folder folder, const HostRun&) { return folder.read("frame.png"); }});
+    Words viewer = viewerCommand("300x200");
+    viewer.insert(viewer.end(), {"--screenshot", "picture.png", "octant.nrrd"});
+    cases.push_back({"qelviewer, a picture is written", prepareVolume, viewer, "",
+                     [](Folder folder, const HostRun&) { return folder.read("picture.png"); }});
 #endif
-    {"qelworker, a file is hashed", prepareJob, [] { return std::vector<std::string>{QELWORKER_PROGRAM}; },
-     kWorkerScript, answerOfWorker},
-};
+    return cases;
+}
 
 TEST(HostInterrupts, KeepTheOldOutputUntilTheNewOneIsComplete) {
     const auto run = [](int at) {
-        const ScratchFolder folder;
-        preparePictures(folder);
-        std::vector<std::string> command{"env", "LD_PRELOAD=" QEL_FAULT_PRELOAD,
-                                         "QEL_INTERRUPT=" + std::to_string(at)};
-        for (const std::string& word : drawSheet()) command.push_back(word);
-        FaultyRun result;
-        result.run = runProgram(folder, command);
-        result.result = sheetOf(folder, result.run);
-        result.files = filesIn(folder);
-        return result;
+        return runIn(sheetCase(),
+                     {"env", "LD_PRELOAD=" QEL_FAULT_PRELOAD, "QEL_INTERRUPT=" + std::to_string(at)});
     };
     const FaultyRun undisturbed = run(-1);
     ASSERT_EQ(undisturbed.run.status, 0) << undisturbed.run;
@@ -300,6 +277,20 @@ start
 stop
 exit $status)";
 
+/// Makes the operations of a run fail: all of them, or some that are spread evenly. Prints their number on
+/// request. @param check  makes the operation of a number fail and checks the run.
+template <typename Check>
+void disturb(const char* name, const FaultyRun& undisturbed, Lasting lasting, const Check& check) {
+    ASSERT_EQ(undisturbed.run.status, 0) << undisturbed.run;
+    ASSERT_GT(undisturbed.operations, 0) << "the library was not preloaded: " << undisturbed.run;
+    const int step = std::getenv("QEL_ALL_FAULTS") ? 1 : std::max(1, undisturbed.operations / kSteps);
+    for (int at = 0; at < undisturbed.operations; at += step) check(at);
+    if (std::getenv("QEL_LIST_FAULTS") && lasting == Lasting::Once)
+        std::printf("%-60s %5d\n", name, undisturbed.operations);
+}
+
+const auto kLastings = testing::Values(Lasting::Once, Lasting::SameKind, Lasting::Everything);
+
 class HostFaults : public testing::TestWithParam<std::tuple<HostCase, Lasting>> {
 protected:
     /// Returns true if the output of the host can work after the fault.
@@ -326,38 +317,24 @@ protected:
 TEST_P(HostFaults, EndWithAnErrorStatus) {
     const auto& [hostCase, lasting] = GetParam();
     const FaultyRun undisturbed = runHost(hostCase, -1, lasting);
-    ASSERT_EQ(undisturbed.run.status, 0) << undisturbed.run;
-    ASSERT_GT(undisturbed.operations, 0) << "the library was not preloaded: " << undisturbed.run;
-    const int step = std::getenv("QEL_ALL_FAULTS") ? 1 : std::max(1, undisturbed.operations / kSteps);
-    for (int at = 0; at < undisturbed.operations; at += step) {
-        const FaultyRun run = runHost(hostCase, at, lasting);
+    disturb(hostCase.name, undisturbed, lasting, [&](int at) {
+        const FaultyRun run = runHost(std::get<0>(GetParam()), at, std::get<1>(GetParam()));
         SCOPED_TRACE("operation " + std::to_string(at) + ", " + run.failed);
         check(run, undisturbed);
-    }
-    if (std::getenv("QEL_LIST_FAULTS") && lasting == Lasting::Once)
-        std::printf("%-60s %5d\n", hostCase.name, undisturbed.operations);
+    });
 }
 
-INSTANTIATE_TEST_SUITE_P(Hosts, HostFaults,
-                         testing::Combine(testing::ValuesIn(kCases),
-                                          testing::Values(Lasting::Once, Lasting::SameKind,
-                                                          Lasting::Everything)));
+INSTANTIATE_TEST_SUITE_P(Hosts, HostFaults, testing::Combine(testing::ValuesIn(hostCases()), kLastings));
 
 class ServerFaults : public testing::TestWithParam<Lasting> {
 protected:
-    struct ServerRun {
-        HostRun run;
-        int operations = 0;
-        std::string failed;
-    };
-
-    ServerRun runServer(int failAt) const {
+    FaultyRun runServer(int failAt) const {
         const ScratchFolder folder;
         const ScratchFolder reports;
-        std::vector<std::string> command{"/bin/sh", "-c", kServerScript, QELSERVER_PROGRAM, QELCALL_PROGRAM};
+        Words command{"/bin/sh", "-c", kServerScript, QELSERVER_PROGRAM, QELCALL_PROGRAM};
         for (const std::string& word : faultyEnvironment(failAt, GetParam(), reports))
             command.push_back(word);
-        ServerRun result;
+        FaultyRun result;
         result.run = runProgram(folder, command);
         std::tie(result.operations, result.failed) = readReport(reports);
         return result;
@@ -366,13 +343,10 @@ protected:
 
 TEST_P(ServerFaults, LoseNothingThatWasAcknowledged) {
     const std::string kAcknowledgedAndStored = "acknowledged\n\"5\"\n";
-    const ServerRun undisturbed = runServer(-1);
+    const FaultyRun undisturbed = runServer(-1);
     ASSERT_EQ(undisturbed.run.out, kAcknowledgedAndStored) << undisturbed.run;
-    ASSERT_EQ(undisturbed.run.status, 0) << undisturbed.run;
-    ASSERT_GT(undisturbed.operations, 0) << "the library was not preloaded: " << undisturbed.run;
-    const int step = std::getenv("QEL_ALL_FAULTS") ? 1 : std::max(1, undisturbed.operations / kSteps);
-    for (int at = 0; at < undisturbed.operations; at += step) {
-        const ServerRun faulty = runServer(at);
+    disturb("qelserver, an option is set", undisturbed, GetParam(), [&](int at) {
+        const FaultyRun faulty = runServer(at);
         SCOPED_TRACE("operation " + std::to_string(at) + ", " + faulty.failed);
         EXPECT_LT(faulty.run.status, 128) << "ended by a signal: " << faulty.run;
         if (faulty.run.out.starts_with("acknowledged")) {
@@ -381,13 +355,10 @@ TEST_P(ServerFaults, LoseNothingThatWasAcknowledged) {
         if (faulty.run.status != 0) {
             EXPECT_NE(faulty.run.error, "") << "a failure without a word";
         }
-    }
-    if (std::getenv("QEL_LIST_FAULTS") && GetParam() == Lasting::Once)
-        std::printf("%-60s %5d\n", "qelserver, an option is set", undisturbed.operations);
+    });
 }
 
-INSTANTIATE_TEST_SUITE_P(Hosts, ServerFaults,
-                         testing::Values(Lasting::Once, Lasting::SameKind, Lasting::Everything));
+INSTANTIATE_TEST_SUITE_P(Hosts, ServerFaults, kLastings);
 
 } // namespace
 } // namespace qel::test

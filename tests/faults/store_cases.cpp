@@ -13,8 +13,6 @@ namespace qel::test {
 
 namespace {
 
-using Folder = const ScratchFolder&;
-
 constexpr int kEntries = 5;
 
 void fill(Store& store, int from) {
@@ -42,7 +40,6 @@ Content contentOfDatabase(Folder folder) {
     return contentOfStore(store);
 }
 
-void prepareNothing(Folder) {}
 void prepareDatabase(Folder folder) {
     SqliteStore store(storePath(folder));
     fill(store, 0);

@@ -27,9 +27,6 @@ namespace qel::test {
 
 namespace {
 
-using Folder = const ScratchFolder&;
-
-void prepareNothing(Folder) {}
 void preparePlugin(Folder folder) {
     folder.write("plugins/a/autoexec.sq", "::started <- \"a\"");
     folder.write("plugins/a/resources/text.txt", "text");

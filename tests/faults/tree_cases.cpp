@@ -10,9 +10,6 @@ namespace qel::test {
 
 namespace {
 
-using Folder = const ScratchFolder&;
-
-void prepareNothing(Folder) {}
 void prepareTree(Folder folder) {
     for (const char* name : {"tree/a", "tree/sub/b", "tree/sub/deep/c"}) folder.write(name, name);
     folder.makeFolder("tree/empty");

@@ -6,7 +6,6 @@
 
 #include <atomic>
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 
