@@ -1,8 +1,6 @@
 #include <qel/foundation/base/base_encoding.h>
 #include <qel/foundation/base/string.h>
-#include <qel/testing/simd.h>
-
-#include <gtest/gtest.h>
+#include <tests/support/simd_target.h>
 
 #include <cstring>
 #include <vector>
@@ -50,16 +48,11 @@ Bytes encodeByBits(const Bytes& bytes, const Form& form) {
     return text;
 }
 
-class BaseEncoding : public testing::TestWithParam<std::string> {
-protected:
-    void SetUp() override { ASSERT_TRUE(seams::setSimdTarget(GetParam())); }
-    void TearDown() override { seams::setSimdTarget(""); }
-};
+class BaseEncoding : public test::OnTarget {};
 
 } // namespace
 
-INSTANTIATE_TEST_SUITE_P(Targets, BaseEncoding, testing::ValuesIn(seams::simdTargets()),
-                         [](const auto& parameter) { return parameter.param; });
+QEL_ON_EVERY_TARGET(BaseEncoding);
 
 // The vectors have no spare room, so that the address sanitizer finds every write past the end.
 TEST_P(BaseEncoding, EachFormEqualsTheReferenceAtAllLengths) {

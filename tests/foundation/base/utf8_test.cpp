@@ -1,8 +1,6 @@
 #include <qel/foundation/base/string.h>
 #include <qel/foundation/base/unicode.h>
-#include <qel/testing/simd.h>
-
-#include <gtest/gtest.h>
+#include <tests/support/simd_target.h>
 
 namespace qel {
 namespace {
@@ -149,25 +147,17 @@ TEST(Utf8, RightToLeftFlagsReportStartAndPresence) {
     for (const auto& [text, flags] : cases) EXPECT_EQ(String(text).utf8_rtl_flags(), flags) << text;
 }
 
-/// @p head and then @p piece until the text has 512 KiB, which in quadratic time would take many minutes.
-static String hugeText(const char* head, const char* piece) {
-    String text = head;
-    while (text.size() < 512 << 10) text += piece;
-    return text;
-}
-
 TEST(Utf8, RightToLeftFlagsTakeLinearTimeAndLittleStack) {
     for (const char* piece : {"()", "[א]", "\u2066a\u2069", "\u2068א\u2069", "\u2067", "\u2069", "\u202Ea",
-                              "\u202Ba\u202C", "a א ", "\nא"})
-        EXPECT_EQ(hugeText("א", piece).utf8_rtl_flags(), 3) << piece;
+                              "\u202Ba\u202C", "a א ", "\nא"}) {
+        String text = "א";
+        while (text.size() < 512 << 10) text += piece; // in quadratic time it would take many minutes
+        EXPECT_EQ(text.utf8_rtl_flags(), 3) << piece;
+    }
 }
 
-/// Runs each case under every instruction set of this machine.
-class Utf8Kernels : public testing::TestWithParam<std::string> {
+class Utf8Kernels : public test::OnTarget {
 protected:
-    void SetUp() override { ASSERT_TRUE(seams::setSimdTarget(GetParam())); }
-    void TearDown() override { seams::setSimdTarget(""); }
-
     /// Compares the vector operations with the reference.
     static void expectAgreement(const String& text) {
         const auto codePoints = readLeniently(text);
@@ -209,8 +199,7 @@ TEST_P(Utf8Kernels, AgreeForEveryBrokenSequenceAtEveryPosition) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(AllTargets, Utf8Kernels, testing::ValuesIn(seams::simdTargets()),
-                         [](const auto& parameter) { return parameter.param; });
+QEL_ON_EVERY_TARGET(Utf8Kernels);
 
 TEST(Unicode, CodePage1252AndItsReverseAgree) {
     for (uint32 byte = 0; byte < 256; ++byte) {

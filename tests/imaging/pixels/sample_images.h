@@ -2,12 +2,9 @@
 #pragma once
 
 #include <qel/imaging/pixels/image.h>
-#include <qel/testing/simd.h>
-
-#include <gtest/gtest.h>
+#include <tests/support/simd_target.h>
 
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -15,18 +12,6 @@ namespace qel::test {
 
 using Size = IVec2<int>;
 using Bytes = std::vector<uint8>;
-
-/// Runs a test with the kernels of one instruction set; see QEL_ON_EVERY_TARGET.
-class OnTarget : public testing::TestWithParam<std::string> {
-protected:
-    void SetUp() override { ASSERT_TRUE(seams::setSimdTarget(GetParam())); }
-    void TearDown() override { seams::setSimdTarget(""); }
-};
-
-/// Runs the tests of SUITE, a class derived from OnTarget, on every instruction set of the machine.
-#define QEL_ON_EVERY_TARGET(SUITE)                                                                           \
-    INSTANTIATE_TEST_SUITE_P(Targets, SUITE, testing::ValuesIn(seams::simdTargets()),                        \
-                             [](const auto& parameter) { return parameter.param; })
 
 /// Returns widths of rows: all up to 67, and some at which the widest vectors work repeatedly and leave ends.
 inline std::vector<int> rowWidths() {
