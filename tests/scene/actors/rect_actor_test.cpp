@@ -7,7 +7,6 @@
 #include <qel/scene/actors/anim_color.h>
 #include <qel/scene/actors/rect_actor.h>
 
-#include <cmath>
 #include <limits>
 
 namespace qel {
@@ -79,56 +78,31 @@ TEST_F(RectActorTest, APlainRectangleHasOneColorOrOnePerCorner) {
 
 // --- placement --------------------------------------------------------------------------------------
 
-struct Placement {
-    const char* name;
-    std::function<void(RectActor&)> set;
-    Rect expected;
-};
-
-/// Draws a picture of 40 by 20 pixels in bounds of 100 by 80 at (10, 20).
-class RectActorPlacement : public RectActorTest {
-protected:
-    void expectPlacements(const std::vector<Placement>& placements) {
-        const SmartPointer<Texture> texture = test::makeNoise(renderer, RGBA8, {40, 20}, 1);
-        for (const Placement& placement : placements) {
-            RectActor each;
-            each.setBounds({10, 20, 110, 100}).setTexture(texture.get());
-            placement.set(each);
-            EXPECT_EQ(renderer.recordOne(each).target, placement.expected) << placement.name;
-            EXPECT_EQ(each.getDisplayRect(), placement.expected) << placement.name;
-        }
-    }
-};
-
-TEST_F(RectActorPlacement, ScalesAsTheLastCallStates) {
-    expectPlacements({
-        {"stretched to whole pixels",
-         [](RectActor& a) {
-             a.setBounds({0.5f, 0.25f, 10.25f, 10.75f});
-         },
-         {1, 0, 11, 11}},
-        {"stretched exactly",
-         [](RectActor& a) {
-             a.setBounds({0.5f, 0.25f, 10.25f, 10.75f}).setPixelExact(false);
-         },
-         {0.5f, 0.25f, 10.25f, 10.75f}},
-        {"cover, limited by the width",
-         [](RectActor& a) {
-             a.setScaleMethod(ScaleMethod::Cover).setBounds({0, 0, 200, 40});
-         },
-         {0, -30, 200, 70}},
-        {"the last call decides",
-         [](RectActor& a) { a.setFixedWidth(60).setFixedHeight(40); },
-         {20, 40, 100, 80}},
-        {"scaled once more",
-         [](RectActor& a) {
-             a.setFixedSize({20, 40}).setPostScaleFactor(0.5f);
-         },
-         {55, 50, 65, 70}},
-        {"an unknown method stretches",
-         [](RectActor& a) { a.setScaleMethod(static_cast<ScaleMethod>(9)); },
-         {10, 20, 110, 100}},
-    });
+TEST_F(RectActorTest, ScalesAsTheLastCallStates) {
+    const SmartPointer<Texture> texture = test::makeNoise(renderer, RGBA8, {40, 20}, 1);
+    const auto place = [&](const auto& set) {
+        RectActor each;
+        set(each.setBounds({10, 20, 110, 100}).setTexture(texture.get()));
+        const Rect target = renderer.recordOne(each).target;
+        EXPECT_EQ(each.getDisplayRect(), target);
+        return target;
+    };
+    const Rect inexact(0.5f, 0.25f, 10.25f, 10.75f);
+    EXPECT_EQ(place([&](RectActor& a) { a.setBounds(inexact); }), Rect(1, 0, 11, 11)) << "whole pixels";
+    EXPECT_EQ(place([&](RectActor& a) { a.setBounds(inexact).setPixelExact(false); }), inexact);
+    EXPECT_EQ(place([](RectActor& a) {
+                  a.setScaleMethod(ScaleMethod::Cover).setBounds({0, 0, 200, 40});
+              }),
+              Rect(0, -30, 200, 70))
+        << "limited by the width";
+    EXPECT_EQ(place([](RectActor& a) { a.setFixedWidth(60).setFixedHeight(40); }), Rect(20, 40, 100, 80));
+    EXPECT_EQ(place([](RectActor& a) {
+                  a.setFixedSize({20, 40}).setPostScaleFactor(0.5f);
+              }),
+              Rect(55, 50, 65, 70));
+    EXPECT_EQ(place([](RectActor& a) { a.setScaleMethod(static_cast<ScaleMethod>(9)); }),
+              Rect(10, 20, 110, 100))
+        << "an unknown method stretches";
 }
 
 TEST_F(RectActorTest, TheRotationOfTheDeviceReplacesTheOwnOne) {
