@@ -1,7 +1,6 @@
 #include <qel/files/product_package.h>
 #include <qel/files/zip_packager.h>
 #include <qel/foundation/base/smart_pointer.h>
-#include <qel/platform/process_run.h>
 #include <tests/files/file_fixture.h>
 #include <tests/support/environment.h>
 

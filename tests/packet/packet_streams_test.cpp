@@ -10,7 +10,6 @@
 #include <qel/packet/sorted_packet_writer.h>
 #include <qel/packet/std_in_packet_reader.h>
 #include <qel/packet/std_out_packet_writer.h>
-#include <qel/platform/console.h>
 
 #include <fstream>
 

@@ -15,7 +15,6 @@
 #include <functional>
 #include <string>
 #include <thread>
-#include <utility>
 
 #include <sys/socket.h>
 #include <sys/wait.h>

@@ -7,8 +7,6 @@
 
 #include <gmock/gmock.h>
 
-#include <unistd.h>
-
 namespace qel::test {
 namespace {
 

@@ -31,10 +31,6 @@ struct Output {
         for (String line; child.readLine(line);) out += line + "\n";
         for (String line; child.readErrLine(line);) errors += line + "\n";
     }
-    void expectAllOf(const std::string& text) const {
-        EXPECT_TRUE(out == text);
-        EXPECT_TRUE(errors == text);
-    }
     /// Expects that each stream is a beginning of what was written.
     void expectBeginningOf(const std::string& text) const {
         EXPECT_TRUE(text.starts_with(out.substr(0, out.size() - !out.empty())));
@@ -79,7 +75,8 @@ TEST_F(ProcessStress, KilledChildrenLoseAndTearNoLine) {
             } else {
                 while (child->tick()) output.take(*child);
                 output.take(*child);
-                output.expectAllOf(text);
+                EXPECT_TRUE(output.out == text);
+                EXPECT_TRUE(output.errors == text);
                 EXPECT_EQ(child->exitStatus(), 0);
             }
         }

@@ -5,8 +5,6 @@
 
 #include <cerrno>
 #include <csignal>
-#include <cstring>
-#include <vector>
 
 #include <sys/stat.h>
 #include <sys/wait.h>

@@ -29,7 +29,8 @@ TEST(Charset, EachRepertoireConvertsToUtf8AndBack) {
         {ChineseGB2312, "\xCD\xF5", "\u738B"},
         {ChineseGB18030, "\x81\x30\x81\x30", "\u0080"},
         {ChineseGBK, "\x81\x40", "\u4E02"},
-        {Korean, "\xB1\xE8", "\uAE40"}};
+        {Korean, "\xB1\xE8", "\uAE40"},
+        {Korean, "\x81\x42\xC6\x52", "\uAC03\uD7A3"}}; // the whole unified Hangul code
     for (const auto& [charset, bytes, text] : samples) {
         EXPECT_EQ((String("A") + bytes).utf8_convert_from_charset(charset), String("A") + text);
         EXPECT_EQ((String("A") + text).utf8_convert_to_charset(charset), String("A") + bytes);
@@ -47,13 +48,6 @@ TEST(Charset, RepertoireSwitchesAreRemoved) {
     const String text = String("\x1B$)C\xB1\xE8\x1B(B^\x1B-FHong").utf8_convert_from_charset(Charset::Korean);
     EXPECT_EQ(text, "\uAE40^Hong");
     EXPECT_EQ(String("\x1B(X\x1B$\x1B").remove_escape_langchange(), "\x1B(X\x1B$\x1B") << "others stay";
-}
-
-TEST(Charset, KoreanAcceptsTheWholeUnifiedHangulCode) {
-    const String bytes = "\x81\x42\xC6\x52";
-    const String text = bytes.utf8_convert_from_charset(Charset::Korean);
-    EXPECT_EQ(text, "\uAC03\uD7A3");
-    EXPECT_EQ(text.utf8_convert_to_charset(Charset::Korean), bytes);
 }
 
 TEST(Charset, BytesThatAreNotCharactersAreLogged) {

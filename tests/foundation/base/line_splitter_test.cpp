@@ -12,14 +12,6 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-void takeLines(LineSplitter& splitter, Lines& lines) {
-    std::string_view line;
-    for (auto found = splitter.take(line); found != LineSplitter::Found::Nothing;
-         found = splitter.take(line)) {
-        lines.emplace_back(found == LineSplitter::Found::TooLong ? "(too long)" : line);
-    }
-}
-
 void append(LineSplitter& splitter, std::string_view text) {
     const ByteSpan room = splitter.room();
     ASSERT_GE(room.size, text.size());
@@ -34,7 +26,10 @@ Lines linesOf(std::string_view text, const LineSplitter::Rules& rules, size_t pi
     while (!text.empty()) {
         const std::string_view piece = text.substr(0, std::min(pieceSize, splitter.room().size));
         append(splitter, piece);
-        takeLines(splitter, lines);
+        std::string_view line;
+        for (auto found = splitter.take(line); found != LineSplitter::Found::Nothing;
+             found = splitter.take(line))
+            lines.emplace_back(found == LineSplitter::Found::TooLong ? "(too long)" : line);
         text.remove_prefix(piece.size());
     }
     if (std::string_view rest; splitter.takeRest(rest)) lines.emplace_back(rest);

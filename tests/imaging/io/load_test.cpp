@@ -12,10 +12,6 @@
 
 #include <webp/encode.h>
 
-#include <cstring>
-#include <functional>
-#include <limits>
-
 using namespace qel;
 using namespace qel::test;
 using namespace std::string_literals;
@@ -59,7 +55,7 @@ std::string losslessWebP(const Image& image) {
     return file;
 }
 
-class LoadImage : public SystemFixture {};
+using LoadImage = SystemFixture;
 
 } // namespace
 

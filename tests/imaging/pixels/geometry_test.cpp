@@ -137,10 +137,8 @@ double rounded(FormatID format, double value) {
 }
 
 class Resize : public test::OnTarget {};
-
 class TurnTiles : public test::OnTarget {};
-
-class ImageTasks : public test::SystemFixture {};
+using ImageTasks = test::SystemFixture;
 
 std::vector<std::string> textsOf(LogCapture& log) {
     std::vector<std::string> texts;
@@ -151,7 +149,6 @@ std::vector<std::string> textsOf(LogCapture& log) {
 } // namespace
 
 QEL_ON_EVERY_TARGET(Resize);
-
 QEL_ON_EVERY_TARGET(TurnTiles);
 
 TEST_P(Resize, GrowingInterpolatesBetweenNeighbours) {

@@ -12,15 +12,13 @@
 #include <limits>
 
 using namespace qel;
+using test::Bytes;
 using test::GuardedImage;
 using test::packedBytes;
 
 namespace {
 
-using Bytes = std::vector<uint8>;
-using Size = IVec2<int>;
-
-class ImageWork : public test::SystemFixture {};
+using ImageWork = test::SystemFixture;
 
 /// An image of @p count equal pixels.
 Image flatImage(FormatID format, Bytes pixel, int count = 5) {
@@ -53,10 +51,6 @@ void expectReductions(const std::vector<Reduced>& table, bool (Image::*optimize)
             EXPECT_EQ(packedBytes(target), row.expected) << row.from;
         }
     }
-}
-
-bool answerYes() {
-    return true;
 }
 
 } // namespace
@@ -179,7 +173,7 @@ TEST(OptimizeLossy, ColoursAreReducedForOtherRenderers) {
         ASSERT_TRUE(target.optimizeLossyForTextureFrom(source));
         ASSERT_TRUE(expected.convertFrom(source));
         EXPECT_EQ(packedBytes(target), packedBytes(expected)) << from;
-        internal::setSoftwareRendererQuery(&answerYes);
+        internal::setSoftwareRendererQuery([] { return true; });
         EXPECT_FALSE(target.optimizeLossyForTextureFrom(source)) << from;
         internal::setSoftwareRendererQuery(nullptr);
     }

@@ -1,5 +1,4 @@
 #include <tests/imaging/pixels/sample_images.h>
-#include <tests/support/log_capture.h>
 #include <tests/support/system_fixture.h>
 
 #include <qel/imaging/pixels/image_conversion.h>
@@ -96,7 +95,7 @@ void convertBackByHand(Image& target, const Image& source) {
 
 class Yuv : public test::OnTarget {};
 
-class YuvSystem : public test::SystemFixture {};
+using YuvSystem = test::SystemFixture;
 
 } // namespace
 

@@ -4,7 +4,6 @@
 #include <qel/scene/actors/touch_state.h>
 
 #include <initializer_list>
-#include <utility>
 
 namespace qel::test {
 

@@ -1,4 +1,3 @@
-#include <qel/platform/registry.h>
 #include <qel/store/core/memory_store.h>
 #include <qel/testing/machine.h>
 #include <tests/support/log_capture.h>

@@ -75,14 +75,6 @@ protected:
             if (entry.path().extension() == ".dmp") m_name = entry.path().filename().string();
         return m_name.empty() ? "" : m_folder.read("dumps/" + m_name);
     }
-    /// Returns the last dump, with the names of functions and source lines added.
-    std::string namedDump() {
-        const std::string command = "cd '" + m_folder.path() + "' && '" + test::sourceDir() +
-                                    "/tools/crash_symbols' dumps/" + m_name + " > named";
-        EXPECT_EQ(std::system(command.c_str()), 0);
-        return m_folder.read("named");
-    }
-
     const ScratchFolder m_folder;
     std::string m_name; // of the last dump
     test::LogCapture m_log;
@@ -124,7 +116,10 @@ TEST_F(CrashDumpDeathTest, IsWholeIfTheSystemWritesItInPieces) {
 
 TEST_F(CrashDumpDeathTest, NamesTheCrashingFunctionAndItsCallersInOrder) {
     dumpOf(SIGSEGV, [] { callTheCaller(); });
-    const std::string named = namedDump();
+    const std::string command = "cd '" + m_folder.path() + "' && '" + test::sourceDir() +
+                                "/tools/crash_symbols' dumps/" + m_name + " > named";
+    ASSERT_EQ(std::system(command.c_str()), 0);
+    const std::string named = m_folder.read("named");
     const std::string stack = named.substr(named.find("\nstack:\n"), named.find("\nstack scan:\n"));
     const std::string noFrame = "[^#]*"; // the address, and functions inlined there
     EXPECT_THAT(stack, ContainsRegex("#0 " + noFrame + "writeWhereNothingIs[^\n]*crash_dump_test.cpp:"));
