@@ -22,6 +22,11 @@ constexpr double kSecondsPerStep = 1e-3; // a glyph takes two steps
 constexpr double kSecondsPerKerning = 10e-6;
 constexpr double kAllowedExcess = 1; // seconds
 
+// FreeType keeps what it reads from a file, and bitmaps as large as the file states.
+constexpr size_t kMaxOpenBytes = size_t{16} << 20;
+constexpr size_t kMaxOpenBytesPerByte = 16;
+constexpr size_t kMaxGlyphBytes = size_t{64} << 20;
+
 /// Returns a length in 1/64 pixels in whole pixels, rounded up.
 int roundUp(FT_Pos length) {
     return static_cast<int>(std::clamp((length + 63) >> 6, -kMaxPixels, kMaxPixels));
@@ -38,6 +43,7 @@ IVec2<int> outlineSize(FT_Outline& outline) {
 
 std::unique_ptr<FontFace> FontFace::open(FTLibrarySingleton& library, ConstByteSpan file, int size) {
     FT_Face face = nullptr;
+    FTLibrarySingleton::allowBytes(kMaxOpenBytes + kMaxOpenBytesPerByte * file.size);
     const FT_Error error =
         library.handle() == nullptr
             ? FT_Err_Invalid_Library_Handle
@@ -121,6 +127,7 @@ uint32 FontFace::glyphIndex(uint32 codePoint) const {
 
 std::optional<IVec2<int>> FontFace::loadGlyph(uint32 index) {
     if (m_isSlow) return std::nullopt;
+    FTLibrarySingleton::allowBytes(kMaxGlyphBytes);
     m_work.begin();
     const FT_Error error = FT_Load_Glyph(m_face, index, m_loadFlags);
     endWork(kSecondsPerStep);

@@ -6,7 +6,9 @@
 
 #include <freetype/ftmodapi.h>
 
+#include <cstddef>
 #include <cstdlib>
+#include <cstring>
 #include <utility>
 
 namespace qel {
@@ -14,19 +16,42 @@ namespace qel {
 namespace {
 
 constexpr const char* kSingletonName = "FTLibrarySingleton";
-/// More than any font needs in one piece. Pictures and compressed tables in a font state their own sizes.
-constexpr long kMaxBlockSize = 64L << 20;
+constexpr size_t kMaxStartBytes = size_t{16} << 20;
+constexpr size_t kHeaderSize = alignof(std::max_align_t);
 
-void* allocateBlock(FT_Memory, long size) {
-    return size <= kMaxBlockSize ? std::malloc(static_cast<size_t>(size)) : nullptr;
+// The bytes that FreeType uses and may use; those of the main thread, like all of it.
+size_t g_used = 0;
+size_t g_limit = 0;
+
+/// Returns the start of a block, which stores its size.
+void* startOf(void* block) {
+    return block != nullptr ? static_cast<std::byte*>(block) - kHeaderSize : nullptr;
+}
+
+size_t sizeOf(void* block) {
+    size_t size = 0;
+    if (block != nullptr) std::memcpy(&size, startOf(block), sizeof size);
+    return size;
 }
 
 void freeBlock(FT_Memory, void* block) {
-    std::free(block);
+    g_used -= sizeOf(block);
+    std::free(startOf(block));
 }
 
-void* reallocateBlock(FT_Memory, long, long size, void* block) {
-    return size <= kMaxBlockSize ? std::realloc(block, static_cast<size_t>(size)) : nullptr;
+void* reallocateBlock(FT_Memory, long, long wanted, void* block) {
+    const auto size = static_cast<size_t>(wanted);
+    const size_t others = g_used - sizeOf(block);
+    if (size > g_limit || others > g_limit - size) return nullptr;
+    void* const start = std::realloc(startOf(block), kHeaderSize + size);
+    if (start == nullptr) return nullptr;
+    g_used = others + size;
+    std::memcpy(start, &size, sizeof size);
+    return static_cast<std::byte*>(start) + kHeaderSize;
+}
+
+void* allocateBlock(FT_Memory memory, long size) {
+    return reallocateBlock(memory, 0, size, nullptr);
 }
 
 /// The formats that are not read. PFR and Type 42 have composite glyphs that cannot be checked
@@ -46,6 +71,7 @@ SmartPointer<FTLibrarySingleton> FTLibrarySingleton::get() {
 
 // FT_Init_FreeType() would read properties from the environment.
 FTLibrarySingleton::FTLibrarySingleton() {
+    allowBytes(kMaxStartBytes);
     if (FT_New_Library(&g_memory, &m_library) != 0) {
         m_library = nullptr;
         return;
@@ -57,6 +83,10 @@ FTLibrarySingleton::FTLibrarySingleton() {
 
 FTLibrarySingleton::~FTLibrarySingleton() {
     if (m_library != nullptr) FT_Done_Library(m_library);
+}
+
+void FTLibrarySingleton::allowBytes(size_t further) {
+    g_limit = g_used + further;
 }
 
 ConstByteSpan FTLibrarySingleton::find(std::string_view name) const {

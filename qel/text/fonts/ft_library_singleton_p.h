@@ -38,6 +38,9 @@ public:
 
     /// Returns the library; null if it could not be created.
     FT_Library handle() const { return m_library; }
+    /// Limits the memory that FreeType may allocate from now on, until the next call. Pictures, compressed
+    /// tables and bitmaps in a font state their own sizes.
+    static void allowBytes(size_t further);
 
     /// Returns the bytes of a resource that is in memory; empty if it is not.
     ConstByteSpan find(std::string_view name) const;

@@ -209,6 +209,19 @@ std::string bdfFile(int bitsPerPixel, const std::string& rows) {
            rows + "ENDCHAR\nENDFONT\n";
 }
 
+TEST_F(FontFileTest, LimitsTheMemoryOfAFile) {
+    std::string file = bdfFile(1, "84\nFC\n04\n");
+    const size_t first = file.find("STARTCHAR");
+    std::string letters;
+    for (int i = 0; i < 1000; ++i) // each of 63,000 bytes, which the file leaves out
+        letters += "STARTCHAR B\nENCODING " + std::to_string(66 + i) +
+                   "\nSWIDTH 600 0\nDWIDTH 7 0\nBBX 500 1000 1 2\nBITMAP\nENDCHAR\n";
+    file.insert(first, letters);
+    EXPECT_FALSE(load(file, 8));
+    log.expect(3, "Failed to load truetype font (FT_New_Memory_Face):  Error: 64");
+    log.take();
+}
+
 TEST_F(FontFileTest, ExpandsBitmapsOfAnyDepth) {
     const struct {
         int bits;
