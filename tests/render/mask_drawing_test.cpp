@@ -1,10 +1,7 @@
 // Textures of alpha bytes with any tint: the vector kernels equal the plain functions in every bit.
 #include <tests/render/canvas.h>
 #include <tests/render/random_drawing.h>
-
-#include <qel/testing/simd.h>
-
-#include <gtest/gtest.h>
+#include <tests/support/simd_target.h>
 
 namespace qel {
 namespace {
@@ -20,24 +17,20 @@ constexpr IVec4<float> kTints[] = {
     {kInfinity, 0.5f, 0, 1},   {0.5f, 0.25f, 1, kInfinity}, {1, 0, 0.2f, 1},
 };
 
-class MaskDrawing : public testing::Test {
+class MaskDrawing : public test::OnTarget {
 protected:
     void TearDown() override {
-        seams::setSimdTarget("");
         seams::setDrawingMode(Mode::Default);
+        OnTarget::TearDown();
     }
 
-    /// Draws a mask on a target in the middle of other memory. @param olds  repeated in the target.
+    /// Draws a mask on a target in the middle of other memory.
     static DrawnFrame drawn(Mode mode, const IVec2<int>& size, const std::vector<uint8>& alphas,
                             const IVec4<float>& tint) {
         seams::setDrawingMode(mode);
         DrawnFrame frame{BGRA8, {size.x + 3, size.y}, {2, 0, 2 + size.x, size.y}, {}};
-        frame.memory.resize(static_cast<size_t>(frame.pitch() * size.y + 2 * DrawnFrame::kGuard));
-        for (size_t i = 0; i < frame.memory.size(); ++i) frame.memory[i] = DrawnFrame::initialByte(i);
-        const auto image = makeObject<Image>();
-        uint8* const first = frame.memory.data() + DrawnFrame::kGuard;
-        const size_t bytes = frame.memory.size() - DrawnFrame::kGuard;
-        image->initializeFromExtern(BGRA8, frame.size, {{first, bytes}}, {frame.pitch()}, {});
+        frame.allocate();
+        const SmartPointer<Image> image = frame.target();
         RendererSoftware renderer;
         renderer.setRenderTarget(image.get());
         const SmartPointer<Texture> texture = test::makeTexture(renderer, A8, size, alphas);
@@ -49,21 +42,18 @@ protected:
         return frame;
     }
 
-    /// Expects the plain result for every tint on every vector target.
+    /// Expects the plain result for every tint.
     static void expectPlain(const IVec2<int>& size, const std::vector<uint8>& alphas) {
         for (const IVec4<float>& tint : kTints) {
             const DrawnFrame plain = drawn(Mode::Plain, size, alphas, tint);
             EXPECT_EQ(plain.strayBytes(), 0u);
-            for (const std::string& target : seams::simdTargets()) {
-                ASSERT_TRUE(seams::setSimdTarget(target));
-                EXPECT_EQ(drawn(Mode::Inline, size, alphas, tint).memory, plain.memory)
-                    << target << ", width " << size.x << ", tint " << &tint - kTints;
-            }
+            EXPECT_EQ(drawn(Mode::Inline, size, alphas, tint).memory, plain.memory)
+                << "width " << size.x << ", tint " << &tint - kTints;
         }
     }
 };
 
-TEST_F(MaskDrawing, HasAnyWidth) {
+TEST_P(MaskDrawing, HasAnyWidth) {
     for (int width = 1; width <= 67; ++width) {
         const IVec2<int> size(width, 3);
         std::vector<uint8> alphas = test::noise(static_cast<size_t>(3 * width), static_cast<uint32>(width));
@@ -74,12 +64,14 @@ TEST_F(MaskDrawing, HasAnyWidth) {
 }
 
 // The bytes of the target step by 37 within a row, so that each alpha meets each byte.
-TEST_F(MaskDrawing, MixesEveryAlphaWithEveryByte) {
+TEST_P(MaskDrawing, MixesEveryAlphaWithEveryByte) {
     constexpr int kBytes = 256;
     std::vector<uint8> alphas(kBytes * kBytes);
     for (size_t i = 0; i < alphas.size(); ++i) alphas[i] = static_cast<uint8>(i / kBytes);
     expectPlain({kBytes, kBytes}, alphas);
 }
+
+QEL_ON_EVERY_TARGET(MaskDrawing);
 
 } // namespace
 } // namespace qel

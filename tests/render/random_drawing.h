@@ -44,6 +44,18 @@ struct DrawnFrame {
     int pixelBytes() const { return util::getFormatSizeBits(format) / 8; }
     int pitch() const { return size.x * pixelBytes() + kGuard; }
     static uint8 initialByte(size_t i) { return static_cast<uint8>(i * 37 + i / 256); }
+    /// Creates the memory.
+    void allocate() {
+        memory.resize(static_cast<size_t>(pitch() * size.y + 2 * kGuard));
+        for (size_t i = 0; i < memory.size(); ++i) memory[i] = initialByte(i);
+    }
+    /// Returns an image of the target. It uses the memory.
+    SmartPointer<Image> target() {
+        SmartPointer<Image> image = makeObject<Image>();
+        image->initializeFromExtern(format, size, {{memory.data() + kGuard, memory.size() - kGuard}},
+                                    {pitch()}, {});
+        return image;
+    }
     /// Returns true if a byte belongs to a pixel in the clip.
     bool isInClip(size_t i) const {
         const int at = static_cast<int>(i) - kGuard;
@@ -80,15 +92,11 @@ private:
         m_frame.format = kTargets[m_source.draw(10)];
         m_frame.size = {1 + static_cast<int>(m_source.draw(90)), 1 + static_cast<int>(m_source.draw(70))};
         m_frame.clip = {edge(), edge(), m_frame.size.x - edge(), m_frame.size.y - edge()};
-        m_frame.memory.resize(static_cast<size_t>(m_frame.pitch() * m_frame.size.y + 2 * DrawnFrame::kGuard));
-        for (size_t i = 0; i < m_frame.memory.size(); ++i) m_frame.memory[i] = DrawnFrame::initialByte(i);
+        m_frame.allocate();
     }
 
     void draw() {
-        const SmartPointer<Image> target = makeObject<Image>();
-        uint8* const first = m_frame.memory.data() + DrawnFrame::kGuard;
-        const size_t bytes = m_frame.memory.size() - DrawnFrame::kGuard;
-        target->initializeFromExtern(m_frame.format, m_frame.size, {{first, bytes}}, {m_frame.pitch()}, {});
+        const SmartPointer<Image> target = m_frame.target();
         m_renderer.setRenderTarget(target.get());
         for (SmartPointer<Texture>& texture : m_textures) change(texture);
         m_renderer.start();
