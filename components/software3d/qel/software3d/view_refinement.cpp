@@ -266,7 +266,7 @@ SampledArea castCoarsely(const VolumeDraw& draw, const DepthArea& depths) {
     const double raysInTime = static_cast<double>(countRays(depths.area, step)) *
                               static_cast<double>(end - now) / static_cast<double>(now - begin + 1);
     int finer = kCoarseStep;
-    while (finer<step&& static_cast<double>(countRays(depths.area, finer))> raysInTime) finer *= 2;
+    while (finer < step && raysInTime < static_cast<double>(countRays(depths.area, finer))) finer *= 2;
     return finer < step ? castUntil(end, coarse, depths, finer) : std::move(first);
 }
 
