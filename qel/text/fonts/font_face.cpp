@@ -6,8 +6,11 @@
 #include <qel/text/fonts/outline_work_p.h>
 
 #include <freetype/ftoutln.h>
+#include <freetype/tttables.h>
+#include <freetype/tttags.h>
 
 #include <algorithm>
+#include <array>
 
 namespace qel::internal {
 
@@ -21,6 +24,10 @@ constexpr int kMaxPoints = 8192;       // FreeType takes seconds for an outline 
 constexpr double kSecondsPerStep = 1e-3; // a glyph takes two steps
 constexpr double kSecondsPerKerning = 10e-6;
 constexpr double kAllowedExcess = 1; // seconds
+
+/// Each one is checked by FreeType, even if they all are the same bytes: a file of 4 MB took minutes. Common
+/// fonts have up to ten.
+constexpr unsigned kMaxCharacterMaps = 100;
 
 // FreeType keeps what it reads from a file, and bitmaps as large as the file states.
 constexpr size_t kMaxOpenBytes = size_t{16} << 20;
@@ -39,11 +46,28 @@ IVec2<int> outlineSize(FT_Outline& outline) {
     return {roundUp(box.xMax - (box.xMin & ~FT_Pos{63})), roundUp(box.yMax - (box.yMin & ~FT_Pos{63}))};
 }
 
+/// Returns the number of character maps that a file states. FreeType reads only the list of its tables, also
+/// of a compressed file.
+unsigned countCharacterMaps(FT_Library library, ConstByteSpan file) {
+    FT_Face face = nullptr;
+    if (FT_New_Memory_Face(library, file.data, static_cast<FT_Long>(file.size), -1, &face) != 0) return 0;
+    std::array<FT_Byte, 4> header{}; // a version and the number
+    FT_ULong size = header.size();
+    face->face_flags |= FT_FACE_FLAG_SFNT; // lets tables be loaded; other formats refuse it themselves
+    const bool isLoaded = FT_Load_Sfnt_Table(face, TTAG_cmap, 0, header.data(), &size) == 0;
+    FT_Done_Face(face);
+    return isLoaded ? static_cast<unsigned>(header[2] << 8 | header[3]) : 0;
+}
+
 } // namespace
 
 std::unique_ptr<FontFace> FontFace::open(FTLibrarySingleton& library, ConstByteSpan file, int size) {
     FT_Face face = nullptr;
     FTLibrarySingleton::allowBytes(kMaxOpenBytes + kMaxOpenBytesPerByte * file.size);
+    if (library.handle() != nullptr && countCharacterMaps(library.handle(), file) > kMaxCharacterMaps) {
+        logging::error() << "Failed to load truetype font: too many character maps";
+        return nullptr;
+    }
     const FT_Error error =
         library.handle() == nullptr
             ? FT_Err_Invalid_Library_Handle

@@ -209,6 +209,15 @@ std::string bdfFile(int bitsPerPixel, const std::string& rows) {
            rows + "ENDCHAR\nENDFONT\n";
 }
 
+TEST_F(FontFileTest, RefusesManyCharacterMaps) {
+    TtfSample sample;
+    sample.mapCount = 100;
+    EXPECT_TRUE(load(sample.bytes(), 20));
+    sample.mapCount = 101;
+    EXPECT_FALSE(load(sample.bytes(), 20));
+    log.expect(3, "Failed to load truetype font: too many character maps");
+}
+
 TEST_F(FontFileTest, LimitsTheMemoryOfAFile) {
     std::string file = bdfFile(1, "84\nFC\n04\n");
     const size_t first = file.find("STARTCHAR");

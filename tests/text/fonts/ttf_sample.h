@@ -30,6 +30,7 @@ struct TtfSample {
     bool isBold = false;
     bool isItalic = false;
     bool isUnicode = true;
+    int mapCount = 1;          ///< entries for the same character map
     std::string functions;     ///< that programs may call
     size_t statedLocaSize = 0; ///< the size of the table of places in the directory; 0 means the actual one
     std::vector<Glyph> glyphs = {
@@ -70,8 +71,12 @@ private:
         std::string groups;
         for (size_t i = 0; i < glyphs.size(); ++i)
             groups += u32(glyphs[i].codePoint) + u32(glyphs[i].codePoint) + u32(i + 1);
-        return u16(0) + u16(1) + u16(isUnicode ? 3 : 1) + u16(isUnicode ? 10 : 0) + u32(12) + u16(12) +
-               u16(0) + u32(16 + groups.size()) + u32(0) + u32(glyphs.size()) + groups;
+        const std::string entry =
+            u16(isUnicode ? 3 : 1) + u16(isUnicode ? 10 : 0) + u32(4 + 8 * static_cast<size_t>(mapCount));
+        std::string entries;
+        for (int i = 0; i < mapCount; ++i) entries += entry;
+        return u16(0) + u16(mapCount) + entries + u16(12) + u16(0) + u32(16 + groups.size()) + u32(0) +
+               u32(glyphs.size()) + groups;
     }
     /// Returns the outlines and where each one begins.
     std::pair<std::string, std::string> glyf() const {
