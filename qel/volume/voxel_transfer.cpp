@@ -13,10 +13,11 @@
 namespace qel::internal {
 namespace {
 
-/// Bytes that one thread reads and processes at a time, which stay in its cache.
-constexpr uint64 kPieceBytes = 128 << 10;
-/// Bytes of a share in the pass for the range.
-constexpr uint64 kShareBytes = 2 << 20;
+/// Bytes that one thread reads and processes at a time.
+constexpr uint64 kPieceBytes = 512 << 10;
+/// Bytes of the shares that threads take, in the pass for the range and in that for the values.
+constexpr uint64 kRangeShareBytes = 2 << 20;
+constexpr uint64 kValueShareBytes = 128 << 10;
 /// Bytes of converted slices before they are uploaded.
 constexpr uint64 kGroupBytes = 1 << 20;
 /// The most bytes of a group of slices that is kept while the next one is converted.
@@ -96,7 +97,7 @@ VoxelRange VoxelTransfer::measure() {
     Mutex mutex;
     VoxelRange range;
     const uint64 voxels = m_sliceVoxels * static_cast<uint64>(m_slices);
-    forShares(voxels, m_type.bytes, kShareBytes, [&](uint64 toBegin, uint64 toEnd) {
+    forShares(voxels, m_type.bytes, kRangeShareBytes, [&](uint64 toBegin, uint64 toEnd) {
         // The last share comes first, and the last voxels are read again soon.
         const uint64 begin = voxels - toEnd, end = voxels - toBegin;
         Buffer room(std::min<uint64>(kPieceBytes, (end - begin) * m_type.bytes));
@@ -150,7 +151,7 @@ void VoxelTransfer::advance(uint64 voxels) {
 void VoxelTransfer::convert(uint16* out, uint64 begin, uint64 count, const VoxelScale& scale,
                             SliceUpload& before) {
     const bool inPlace = m_type.bytes == sizeof(uint16);
-    forShares(count, m_type.bytes, kPieceBytes, [&](uint64 shareBegin, uint64 shareEnd) {
+    forShares(count, m_type.bytes, kValueShareBytes, [&](uint64 shareBegin, uint64 shareEnd) {
         before.runOnItsThread();
         Buffer room(inPlace ? 0 : std::min<uint64>(kPieceBytes, (shareEnd - shareBegin) * m_type.bytes));
         forPieces(shareBegin, shareEnd, m_type.bytes, [&](uint64 first, size_t voxels) {
