@@ -46,7 +46,8 @@ int show(const Options& options, Window& window) {
     viewer->setProgressive(window.isOnDisplay());
     viewer->loadFirst(options);
     std::string problem;
-    if (!window.isOnDisplay() || !options.events.empty()) problem = waitForVolume(loop, *viewer);
+    if (!window.isOnDisplay() || !options.events.empty())
+        problem = waitForVolume(loop, *viewer, window.isOnDisplay());
     if (problem.empty() || window.isOnDisplay()) {
         const std::string failure = writeOrPlay(options, window, loop, *viewer);
         if (!failure.empty()) problem = failure;

@@ -20,9 +20,9 @@ constexpr std::chrono::milliseconds kPause{2};
 
 } // namespace
 
-std::string waitForVolume(qelwindow::FrameLoop& loop, Viewer& viewer) {
-    while (viewer.isReading() && !loop.hasEnded()) std::this_thread::sleep_for(kPause);
-    while (viewer.isWorking() && !loop.hasEnded()) loop.pass(0);
+std::string waitForVolume(qelwindow::FrameLoop& loop, Viewer& viewer, bool isOnDisplay) {
+    while (!isOnDisplay && viewer.isReading() && !loop.hasEnded()) std::this_thread::sleep_for(kPause);
+    while (viewer.isWorking() && !loop.hasEnded()) isOnDisplay ? loop.pass() : loop.pass(0);
     return viewer.getProblem();
 }
 

@@ -9,8 +9,10 @@
 
 namespace qelviewer {
 
-/// Waits until a volume is shown or an interrupt arrives. @return what went wrong; empty on success.
-std::string waitForVolume(qelwindow::FrameLoop& loop, Viewer& viewer);
+/// Waits until a volume is shown or an interrupt arrives.
+/// @param isOnDisplay  true to show the progress meanwhile; otherwise no virtual time passes.
+/// @return what went wrong; empty on success.
+std::string waitForVolume(qelwindow::FrameLoop& loop, Viewer& viewer, bool isOnDisplay);
 
 /// Writes "slices.png", "volume.png" and "all.png" to @p folder, which is created, and prints the paths.
 /// @return what went wrong; empty on success.

@@ -166,9 +166,18 @@ void SliceOverlay::drawMeasurement(qel::Renderer& renderer, const Measurement& m
         last = at;
     }
     renderer.popColor();
-    const float left = last.x + m_look.space;
-    m_labels.draw(renderer, measurement.getText(m_state.study->header.orientation),
-                  {left, last.y, left + m_place.getWidth(), last.y + m_look.buttonHeight}, {kMeasureColor});
+    drawResult(renderer, measurement.getText(m_state.study->header.orientation), last);
+}
+
+/// Draws the result of a measurement beside its last point, within the pane.
+void SliceOverlay::drawResult(qel::Renderer& renderer, const std::string& text, qel::IVec2<float> point) {
+    const qel::Rect inner = qelwidgets::inset(m_place, m_look.space / 2);
+    const Labels::Style style{kMeasureColor};
+    const qel::IVec2<float> size = m_labels.measure(text, style);
+    const float left = std::max(inner.x0, std::min(point.x + m_look.space, inner.x1 - size.x));
+    const bool hasRoomBelow = point.y + size.y <= inner.y1;
+    const float top = hasRoomBelow ? point.y : point.y - size.y;
+    m_labels.draw(renderer, text, {left, top, left + size.x, top + size.y}, style);
 }
 
 } // namespace qelviewer

@@ -26,6 +26,7 @@ private:
     void drawScale(qel::Renderer& renderer);
     void drawMeasurements(qel::Renderer& renderer);
     void drawMeasurement(qel::Renderer& renderer, const Measurement& measurement);
+    void drawResult(qel::Renderer& renderer, const std::string& text, qel::IVec2<float> point);
     qel::IVec2<float> pointOf(const qel::IVec3<double>& voxel) const;
     const SliceFrame& frame() const { return m_state.frame(m_plane); }
 

@@ -52,7 +52,7 @@ public:
 
     void adapt() override;
     bool prepareFrame(qel::Renderer& renderer) override;
-    bool isAnimated() const override { return false; }
+    bool wantsFrame() const override;
     void draw(qel::Renderer& renderer) override;
     void handleTouches(qel::TouchState& touches) override;
     bool handleKey(const std::string& key) override;
@@ -85,6 +85,7 @@ private:
     void updatePointer(const qel::TouchState& touches);
     qel::IVec3<double> voxelToDescribe() const;
     void drawPanes(qel::Renderer& renderer, const qel::Rect& place);
+    int loadedPercent() const;
     void drawLoading(qel::Renderer& renderer, const qel::Rect& place);
     ToolbarActions toolbarActions();
 
@@ -119,6 +120,7 @@ private:
     std::vector<qel::FontStyle> m_newStyles; ///< whose fonts lack other scripts
     bool m_isPassFull = false; ///< the present pass has done enough to leave the frame to the next one
     bool m_isScreenshotWanted = false;
+    int m_shownPercent = 0; ///< of a volume that is being loaded
     std::vector<std::shared_ptr<const Study>> m_replaced; ///< volumes that may still be in use
     BackgroundQueue m_freeing;                            ///< destroys them
     ScreenshotWriter m_screenshots;

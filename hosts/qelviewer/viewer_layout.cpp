@@ -1,5 +1,4 @@
 // The places of the panes and bars.
-#include "numbers.h"
 #include "readout.h"
 #include "viewer.h"
 
@@ -8,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <string>
 
 namespace qelviewer {
 
@@ -72,9 +72,18 @@ void Viewer::drawPanes(qel::Renderer& renderer, const qel::Rect& place) {
     if (m_loader.isLoading()) drawLoading(renderer, place);
 }
 
-/// Draws the progress. The next frame follows at once, so that it is seen to move.
+int Viewer::loadedPercent() const {
+    return static_cast<int>(m_loader.getShare() * 100);
+}
+
+/// Returns true if a volume is being loaded and more of it is known than the last frame shows.
+bool Viewer::wantsFrame() const {
+    return m_loader.isLoading() && loadedPercent() != m_shownPercent;
+}
+
+/// Draws the progress.
 void Viewer::drawLoading(qel::Renderer& renderer, const qel::Rect& place) {
-    system()->setForceRenderWhileTickEnabled(true);
+    m_shownPercent = loadedPercent();
     const float share = m_loader.getShare();
     const float half = std::min(place.getWidth() / 3, m_look.buttonHeight * 5);
     const float x = std::round((place.x0 + place.x1) / 2);
@@ -82,7 +91,7 @@ void Viewer::drawLoading(qel::Renderer& renderer, const qel::Rect& place) {
     const float size = m_look.buttonHeight;
     qelwidgets::drawRect(renderer, {x - half - size, y - 1.5f * size, x + half + size, y + size},
                          m_look.card);
-    const std::string text = std::string(tr("viewer-loading")) + " " + formatNumber(share * 100.0, 0) + " %";
+    const std::string text = std::string(tr("viewer-loading")) + " " + std::to_string(m_shownPercent) + " %";
     m_labels.draw(renderer, text, {x - half, y - size, x + half, y},
                   {m_look.text, qel::TextAlign::Center, qel::TextAlign::Center});
     qelwidgets::drawRect(renderer, {x - half, y + size / 4, x + half, y + size / 2}, m_look.field);

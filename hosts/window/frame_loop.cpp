@@ -185,8 +185,7 @@ void FrameLoop::passOnTouches() {
 }
 
 bool FrameLoop::isFrameWanted() const {
-    return m_isFrameWanted || system().isForceRenderWhileTickEnabled() ||
-           (m_screen.isAnimated() && !system().isLowPowerModeApplicable());
+    return m_isFrameWanted || system().isForceRenderWhileTickEnabled() || m_screen.wantsFrame();
 }
 
 /// Goes on preparing the next frame, or draws it.

@@ -16,10 +16,9 @@ namespace qelwindow {
 
 /// Runs the passes of System for one window.
 ///
-/// A frame is drawn after input, when System::delegateRequestFrame asks for one, and at most 60 times a
-/// second while System reports that something moves on an animated screen. Otherwise the loop sleeps, up to
-/// a quarter of a second at a time, until an event arrives. The screen may prepare a frame in passes before
-/// the one that draws it.
+/// A frame is drawn after input, when System::delegateRequestFrame asks for one, and while the screen wants
+/// frames, at most 60 times a second. Otherwise the loop sleeps, up to a quarter of a second at a time, until
+/// an event arrives. The screen may prepare a frame in passes before the one that draws it.
 /// @threads main thread; System must exist.
 class FrameLoop {
 public:

@@ -26,8 +26,9 @@ public:
         static_cast<void>(renderer);
         return false;
     }
-    /// Returns true if frames are needed without a request while System reports that something moves.
-    virtual bool isAnimated() const { return true; }
+    /// Returns true if a frame is needed that nothing requests; by default while System reports that something
+    /// moves.
+    virtual bool wantsFrame() const;
     /// Draws a frame over the whole window.
     virtual void draw(qel::Renderer& renderer) = 0;
     /// Looks at the touches, after each list of them.

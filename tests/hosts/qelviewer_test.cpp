@@ -160,6 +160,27 @@ TEST_F(QelviewerTest, EachToolChangesThePicture) {
         EXPECT_FALSE(showTheSame(frames[i - 1], frames[i])) << frames[i];
 }
 
+/// Returns the number of yellow pixels in a part of a picture.
+int countYellow(const Image& picture, const IVec4<int>& part) {
+    int count = 0;
+    for (int y = part.y; y < part.w; ++y)
+        for (int x = part.x; x < part.z; ++x) {
+            const uint8* const pixel = picture.getBytePointer(y) + x * 4;
+            count += pixel[0] > 200 && pixel[2] < 120;
+        }
+    return count;
+}
+
+TEST_F(QelviewerTest, ResultsAreDrawnWithinThePane) {
+    const HostRun run = play("key d\npress 160 100 left\nmove 160 140\nrelease 160 140 left\nframe edge.png\n"
+                             "key delete\npress 50 190 left\nmove 80 224\nrelease 80 224 left\n"
+                             "frame bottom.png\n",
+                             {"octant.nrrd"});
+    ASSERT_EQ(run.status, 0) << run;
+    EXPECT_GT(countYellow(load("edge.png"), {130, 142, 155, 158}), 40) << "left of the edge";
+    EXPECT_GT(countYellow(load("bottom.png"), {88, 205, 120, 222}), 40) << "above the edge";
+}
+
 TEST_F(QelviewerTest, TheVolumeIsTurnedZoomedAndReset) {
     const HostRun run = play("frame a.png\npress 270 122 left\nmove 290 122\nmove 300 110\nframe held.png\n"
                              "release 300 110 left\nmove 3 3\nframe turned.png\nwheel 270 122 2\nmove 3 3\n"

@@ -33,7 +33,7 @@ constexpr int kLayersAtOnce = 4;
 /// Rows of a tile that are computed at once. A tile that was stopped ends between them.
 constexpr int kRowsAtOnce = 4;
 constexpr int kCoarseStep = 4;
-constexpr int64 kCoarseBudgetNs = 5'000'000;
+constexpr int64 kCoarseBudgetNs = 4'000'000;
 /// The most rays that are cast however long they take, since there must be a picture.
 constexpr int64 kSureRays = 1024;
 /// One of this number of coarse rows is computed even after the budget.
