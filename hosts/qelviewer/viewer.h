@@ -120,7 +120,7 @@ private:
     std::vector<qel::FontStyle> m_newStyles; ///< whose fonts lack other scripts
     bool m_isPassFull = false; ///< the present pass has done enough to leave the frame to the next one
     bool m_isScreenshotWanted = false;
-    int m_shownPercent = 0; ///< of a volume that is being loaded
+    int m_shownPercent = 0;                               ///< of a volume that is being loaded
     std::vector<std::shared_ptr<const Study>> m_replaced; ///< volumes that may still be in use
     BackgroundQueue m_freeing;                            ///< destroys them
     ScreenshotWriter m_screenshots;

@@ -26,8 +26,8 @@ public:
         static_cast<void>(renderer);
         return false;
     }
-    /// Returns true if a frame is needed that nothing requests; by default while System reports that something
-    /// moves.
+    /// Returns true if a frame is needed that nothing requests; by default while System reports that
+    /// something moves.
     virtual bool wantsFrame() const;
     /// Draws a frame over the whole window.
     virtual void draw(qel::Renderer& renderer) = 0;

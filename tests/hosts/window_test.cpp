@@ -112,14 +112,14 @@ TEST(WindowTest, TextInputMayBeAnywhere) {
     window->setTextInputRect({-1e30f, NAN, 1e30f, 5}); // the sanitizers watch
 }
 
-/// A screen that prepares each frame in two passes.
+/// A screen that prepares each frame in some passes.
 class PreparingScreen : public Screen {
 public:
     void adapt() override {}
     bool prepareFrame(qel::Renderer&) override {
         calls += 'p';
         ++m_prepared;
-        return m_prepared <= 2;
+        return m_prepared <= passes;
     }
     void draw(qel::Renderer&) override {
         calls += 'd';
@@ -129,7 +129,11 @@ public:
     bool handleKey(const std::string&) override { return false; }
     void openPath(const std::string&) override {}
 
-    std::string calls; ///< of prepareFrame() and draw()
+    bool wantsFrame() const override { return wants; }
+
+    int passes = 0;     ///< that prepare a frame
+    bool wants = false; ///< frames without a request
+    std::string calls;  ///< of prepareFrame() and draw()
 
 private:
     int m_prepared = 0;
@@ -137,18 +141,25 @@ private:
 
 class FrameLoopTest : public qel::test::SystemFixture {
 protected:
+    void SetUp() override {
+        SystemFixture::SetUp();
+        qel::test::addShippedFonts();
+        std::string problem;
+        window = Window::open(Window::Place::Memory, "test", {900, 600}, problem);
+        ASSERT_TRUE(window) << problem;
+    }
     void TearDown() override {
         SystemFixture::TearDown();
         qel::Object::discardSingletons(); // the files of fonts
+        window = nullptr;
     }
+
+    std::unique_ptr<Window> window;
 };
 
-TEST_F(FrameLoopTest, AFrameIsDrawnInThePassAfterItsPreparation) {
-    qel::test::addShippedFonts();
-    std::string problem;
-    const std::unique_ptr<Window> window = Window::open(Window::Place::Memory, "test", {900, 600}, problem);
-    ASSERT_TRUE(window) << problem;
+TEST_F(FrameLoopTest, AFrameIsDrawnAfterThePassesThatPrepareIt) {
     PreparingScreen screen;
+    screen.passes = 2;
     FrameLoop loop(*window, screen);
     loop.pass(0);
     EXPECT_EQ(screen.calls, "p");
@@ -159,6 +170,26 @@ TEST_F(FrameLoopTest, AFrameIsDrawnInThePassAfterItsPreparation) {
     EXPECT_EQ(screen.calls, "pppd");
     EXPECT_FALSE(loop.isPreparingFrame());
     EXPECT_EQ(loop.getFrameCount(), 1u);
+}
+
+TEST_F(FrameLoopTest, FramesAreDrawnWhenRequestedOrWanted) {
+    PreparingScreen screen;
+    FrameLoop loop(*window, screen);
+    const auto framesAfterPass = [&] {
+        clock.advanceMs(20);
+        loop.pass(0);
+        return loop.getFrameCount();
+    };
+    while (loop.getFrameCount() == 0) loop.pass(0);
+    for (int i = 0; i < 5; ++i) framesAfterPass(); // the events of a new window
+    const unsigned frames = loop.getFrameCount();
+    EXPECT_EQ(framesAfterPass(), frames);
+    loop.requestFrame();
+    EXPECT_EQ(framesAfterPass(), frames + 1);
+    EXPECT_EQ(framesAfterPass(), frames + 1);
+    screen.wants = true;
+    EXPECT_EQ(framesAfterPass(), frames + 2);
+    EXPECT_EQ(framesAfterPass(), frames + 3);
 }
 
 TEST(KeyNamesTest, NamesLeadBackToTheKeys) {
