@@ -18,11 +18,19 @@ constexpr float kBarPixels = 0.8f;    // half of the width of a bar
 constexpr float kLetterShare = 1.13f;
 constexpr int kSteps = 512;
 constexpr int kTableSteps = 256;
-constexpr qel::IVec4<float> kBackground{0, 0, 0, 1};
 constexpr qel::IVec4<float> kBoxColor{0.5f, 0.55f, 0.6f, 1};
 
 double length(const qel::IVec3<double>& v) {
     return std::sqrt(dot(v, v));
+}
+
+/// Initialises an image with black. The renderer could do that, too, but would wait for workers.
+void fillBlack(qel::Image& image, const qel::IVec2<int>& size) {
+    image.initialize(qel::BGRA8, size);
+    for (int y = 0; y < size.y; ++y) {
+        auto* const row = reinterpret_cast<qel::uint32*>(image.getBytePointer(y));
+        std::fill_n(row, size.x, 0xff000000u);
+    }
 }
 
 } // namespace
@@ -58,7 +66,7 @@ qel::Float4x4 VolumeScene::projection(const ViewState& state, const qel::IVec2<i
 }
 
 qel::Image VolumeScene::draw(const ViewState& state, const qel::IVec2<int>& size) {
-    m_target->initialize(qel::BGRA8, size);
+    fillBlack(*m_target, size);
     qel::ArcballCamera camera = state.camera;
     camera.setDistance(kDistance);
     m_renderer->setViewMatrix(camera.getViewMatrix());
@@ -68,7 +76,6 @@ qel::Image VolumeScene::draw(const ViewState& state, const qel::IVec2<int>& size
     m_volume.setUsingGlobalOcclusion(state.isShaded);
     m_renderer->setRenderTarget(m_target.get());
     m_renderer->start3D();
-    m_renderer->clear(kBackground);
     if (state.study) drawActors(state);
     m_renderer->stop3D();
     m_renderer->setRenderTarget(nullptr);

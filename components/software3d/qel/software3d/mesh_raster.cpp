@@ -13,6 +13,8 @@ namespace {
 /// Positions on the target are multiples of this part of a pixel.
 constexpr int64 kSubpixels = 256;
 constexpr int kBandRows = 32;
+/// Meshes with less area are drawn by one thread, because others take longer to begin.
+constexpr double kInlinePixels = 40'000;
 constexpr float kOpaqueAlpha = 0.998f;
 /// The share of the colour that a surface has that is seen from its side.
 constexpr double kAmbient = 0.25;
@@ -144,15 +146,25 @@ public:
             else
                 addTriangle(i, i + 1, i + 2);
         }
+        if (countPixels() < kInlinePixels) return fillAll(m_view.clip.y, m_view.clip.w);
         const int rows = m_view.clip.w - m_view.clip.y;
         runPieces(static_cast<unsigned>((rows + kBandRows - 1) / kBandRows), [this](unsigned band) {
             const int begin = m_view.clip.y + static_cast<int>(band) * kBandRows;
-            const int end = std::min(begin + kBandRows, m_view.clip.w);
-            for (const ScreenTriangle& triangle : m_triangles) fill(triangle, begin, end);
+            fillAll(begin, std::min(begin + kBandRows, m_view.clip.w));
         });
     }
 
 private:
+    /// Returns about the number of pixels in all triangles.
+    double countPixels() const {
+        double area = 0;
+        for (const ScreenTriangle& triangle : m_triangles) area += triangle.area;
+        return area / static_cast<double>(2 * kSubpixels * kSubpixels);
+    }
+    /// Draws all triangles in the rows from @p begin on that are above @p end.
+    void fillAll(int begin, int end) {
+        for (const ScreenTriangle& triangle : m_triangles) fill(triangle, begin, end);
+    }
     IVec3<double> positionOf(size_t i) const { return IVec3<double>(m_mesh.getPositions()[i]); }
     IVec3<double> normalOf(size_t i) const {
         const IVec3<float>& n = m_mesh.getNormals()[i];
