@@ -92,7 +92,8 @@ private:
     /// rays that enter the volume at the same depth are.
     HWY_INLINE void Align() {
         const Place& step = m_lines.step;
-        const auto middle = static_cast<float>(m_draw.steps / 2);
+        const float middle = static_cast<float>(m_draw.steps) * 0.5f;
+        const int mostLag = m_draw.steps / 8;
         const F x = All(Sum(step.x)), y = All(Sum(step.y)), z = All(Sum(step.z));
         const auto along = [&](const Place& p) {
             return hn::Add(hn::Add(hn::Mul(p.x, x), hn::Mul(p.y, y)), hn::Mul(p.z, z));
@@ -100,8 +101,8 @@ private:
         const F depth = along(At(middle));
         const F nearest = hn::MinOfLanes(Floats(), hn::IfThenElse(m_isInside, depth, All(kFar * kFar)));
         const F ahead = hn::Floor(hn::Add(hn::Div(hn::Sub(nearest, depth), along(step)), All(0.5f)));
-        const F most = All(static_cast<float>(m_draw.steps / 8));
-        m_lines.shift = hn::IfThenElseZero(m_isInside, hn::Min(hn::Max(ahead, hn::Neg(most)), Zero()));
+        const F least = All(static_cast<float>(-mostLag));
+        m_lines.shift = hn::IfThenElseZero(m_isInside, hn::Min(hn::Max(ahead, least), Zero()));
         if (!m_block.UseNear(middle)) m_lines.shift = Zero();
         m_lag = static_cast<int>(-hn::GetLane(hn::MinOfLanes(Floats(), m_lines.shift)));
         m_count += m_lag;
