@@ -105,6 +105,16 @@ TEST_F(RectActorTest, ScalesAsTheLastCallStates) {
         << "an unknown method stretches";
 }
 
+TEST_F(RectActorTest, ATextureNeedsOnePixelToBeDrawn) {
+    actor.setBounds({0, 0, 8, 8});
+    const std::pair<IVec2<int>, size_t> sizes[] = {{{0, 5}, 0}, {{5, 0}, 0}, {{1, 1}, 1}};
+    for (const auto& [size, count] : sizes) {
+        const SmartPointer<Texture> texture = renderer.createTexture();
+        texture->upload(Image(RGBA8, size), false);
+        EXPECT_EQ(renderer.record(actor.setTexture(texture.get())).size(), count) << size.x << " " << size.y;
+    }
+}
+
 TEST_F(RectActorTest, TheRotationOfTheDeviceReplacesTheOwnOne) {
     const SmartPointer<Texture> texture = test::makeNoise(renderer, RGBA8, {4, 2}, 1);
     actor.setBounds({0, 0, 8, 8}).setTexture(texture.get()).setRotation(Rotation::UpsideDown);
