@@ -6,6 +6,7 @@
 #include <qel/render/renderer_software.h>
 #include <qel/render/texture.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <string>
@@ -17,7 +18,7 @@ namespace qel::test {
 inline SmartPointer<Texture> makeTexture(Renderer& renderer, FormatID format, const IVec2<int>& size,
                                          const std::vector<uint8>& bytes) {
     Image image(format, size);
-    std::memcpy(image.getBytePointer(), bytes.data(), bytes.size());
+    std::copy(bytes.begin(), bytes.end(), image.getBytePointer());
     SmartPointer<Texture> texture = renderer.createTexture();
     texture->upload(std::move(image), false);
     return texture;
