@@ -395,6 +395,17 @@ TEST_F(RefinementTest, RandomMovesLeadToTheExactPicture) {
     }
 }
 
+TEST_F(RefinementTest, TilesThatEndDuringAPassAreNotLost) {
+    startScene({40, 40});
+    scene->actor->setUsingGradientMultiplier(false).setStepCount(1);
+    for (int i = 0; i < 1000; ++i) {
+        scene->lookFrom({1.6f, 1.2f, -0.7f - 0.0001f * static_cast<float>(i)});
+        draw();
+        while (!scene->renderer->isRefined()) passAfter(40);
+        ASSERT_EQ(draw(), drawPlainly()) << i;
+    }
+}
+
 TEST_F(RefinementTest, ViewsOfOneActorAreIndependent) {
     operations = [this](SoftwareRenderer3D& renderer) {
         for (const int left : {0, 35}) {
@@ -496,15 +507,20 @@ TEST_F(RefinementTest, APictureReplacesThoseOfOtherSizes) {
 }
 
 TEST_F(RefinementTest, OneActorMayBeDrawnSeveralTimes) {
-    operations = [this](SoftwareRenderer3D& renderer) {
-        for (const float x : {0.0f, 0.4f, 0.8f}) {
+    int times = 0;
+    operations = [&](SoftwareRenderer3D& renderer) {
+        for (int i = 0; i < times; ++i) {
+            const float x = 0.8f * static_cast<float>(i) / static_cast<float>(times);
             scene->actor->setModelMatrix(Float4x4::Translation({x, 0, x}));
             scene->actor->onRender(&renderer);
         }
     };
-    const Bytes refined = drawRefined();
-    EXPECT_TRUE(scene->renderer->isRefined());
-    EXPECT_EQ(refined, drawPlainly());
+    for (const int each : {3, 20}) { // more than there are pictures of an actor
+        times = each;
+        const Bytes refined = drawRefined();
+        EXPECT_TRUE(scene->renderer->isRefined()) << each;
+        EXPECT_EQ(refined, drawPlainly()) << each;
+    }
 }
 
 TEST_F(RefinementTest, ChangedVoxelsDoNotDisturbOtherViews) {

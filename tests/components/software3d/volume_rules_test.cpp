@@ -3,8 +3,11 @@
 #include <tests/support/log_capture.h>
 #include <tests/support/system_fixture.h>
 
+#include <qel/render/texture_software.h>
+
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 
@@ -88,6 +91,25 @@ TEST_F(VolumeRulesTest, WithoutTablesOfTheGradientItsWeightIsOne) {
         scene->actor->setUsingGradientMultiplier(true);
         EXPECT_EQ(draw(), unweighted);
     }
+}
+
+TEST_F(VolumeRulesTest, TablesOfPastFramesAreReleased) {
+    std::vector<SmartPointer<VolumeActor>> actors;
+    std::vector<SmartPointer<Image>> images;
+    for (int i = 1; i <= 40; ++i) {
+        scene->setMaterial({{0, {1, 1, 1}}}, {{0, 0.02f * static_cast<float>(i)}}, 4);
+        auto& table = static_cast<TextureSoftware&>(*scene->actor->getColorAlphaLookupTexture());
+        images.push_back(table.getSharedImage());
+        actors.push_back(makeObject<VolumeActor>(*scene->actor));
+    }
+    scene->draw([&] {
+        for (const auto& actor : actors) actor->onRender(scene->renderer.get());
+    });
+    actors.clear();
+    scene->setMaterial({{0, {1, 1, 1}}}, {{0, 1}}, 4);
+    scene->drawVolume();
+    const auto isHeld = [](const auto& image) { return image->getReferenceCount() > 1; };
+    EXPECT_LE(std::count_if(images.begin(), images.end(), isHeld), 16);
 }
 
 TEST_F(VolumeRulesTest, UnclassifiedVolumesIgnoreAllSwitches) {

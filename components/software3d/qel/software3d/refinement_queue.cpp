@@ -52,13 +52,9 @@ void RefinementQueue::add(std::unique_ptr<ViewRefinement> refinement) {
     pushTasks(*m_queue);
 }
 
-Vector<ViewRefinement::Tile> RefinementQueue::takeFinished(ViewRefinement& refinement) {
+bool RefinementQueue::takeFinished(ViewRefinement& refinement, Vector<ViewRefinement::Tile>& tiles) {
     const MutexLock lock(m_mutex);
-    return refinement.takeFinished();
-}
-
-bool RefinementQueue::isComplete(const ViewRefinement& refinement) {
-    const MutexLock lock(m_mutex);
+    tiles = refinement.takeFinished();
     return refinement.isComplete();
 }
 

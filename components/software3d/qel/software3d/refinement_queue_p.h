@@ -35,10 +35,9 @@ public:
 
     /// Begins to compute a refinement.
     void add(std::unique_ptr<ViewRefinement> refinement);
-    /// Returns the tiles that have been finished since the last call.
-    Vector<ViewRefinement::Tile> takeFinished(ViewRefinement& refinement);
-    /// Returns true if all pieces have ended.
-    bool isComplete(const ViewRefinement& refinement);
+    /// Moves the tiles that have been finished since the last call to @p tiles.
+    /// @return true if all pieces have ended, so that these tiles are the last.
+    bool takeFinished(ViewRefinement& refinement, Vector<ViewRefinement::Tile>& tiles);
     /// Destroys the refinements that were released, as soon as none of their pieces is running.
     void dropReleased();
     /// Computes what is left, on this thread too, and returns when all pieces have ended.

@@ -194,9 +194,7 @@ void SoftwareRenderer3D::drawVolumes() {
         if (draw.size != draw.texture->getSize()) continue; // initialised again since it was drawn
         const IVec2<int> size = getRenderTargetSize();
         draw.view.clip = intersection(draw.view.clip, {0, 0, size.x, size.y});
-        if (refiner != nullptr)
-            refiner->draw(actor, draw, *getRenderTarget(), m_data->depth);
-        else
+        if (refiner == nullptr || !refiner->draw(actor, draw, *getRenderTarget(), m_data->depth))
             drawExactly(draw);
     }
 }

@@ -74,6 +74,8 @@ public:
     /// is known. Frames are to be drawn in the same way until no more are asked for; the last one equals the
     /// exact picture in every byte. A change of anything that affects the picture starts over.
     ///
+    /// If a frame draws an actor more than 16 times in one viewport, the later ones are exact at once.
+    ///
     /// Off initially: pictures are exact when stop3D() returns. Without a System, and on other threads than
     /// its main thread, they always are. Switching it off drops all pictures and waits for the rows that are
     /// being computed, as the destructor and the end of the System do.

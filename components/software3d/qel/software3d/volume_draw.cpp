@@ -37,11 +37,13 @@ std::shared_ptr<const TransferTable> TransferTables::get(Texture* line, Texture*
         std::rotate(found, found + 1, m_tables.end());
         return m_tables.back();
     }
-    if (m_tables.size() >= kMostTables) { // a table in use keeps its place: views compare its address
-        const auto oldest = std::find_if(m_tables.begin(), m_tables.end(),
-                                         [](const auto& table) { return table.use_count() == 1; });
-        if (oldest != m_tables.end()) m_tables.erase(oldest);
-    }
+    // The oldest are removed, but for those in use, whose addresses views compare.
+    size_t excess = m_tables.size() - std::min(m_tables.size(), kMostTables - 1);
+    std::erase_if(m_tables, [&excess](const auto& table) {
+        const bool isRemoved = excess > 0 && table.use_count() == 1;
+        excess -= isRemoved;
+        return isRemoved;
+    });
     return m_tables.emplace_back(std::make_shared<const TransferTable>(line, square));
 }
 

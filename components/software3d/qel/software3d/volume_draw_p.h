@@ -25,7 +25,8 @@ struct View {
     IVec4<float> tint;
 };
 
-/// Tables that volumes share while their textures stay the same.
+/// Tables that volumes share while their textures stay the same. Those that are not used any more are removed
+/// when a new one is added.
 class TransferTables {
 public:
     /// Returns the table of two textures.

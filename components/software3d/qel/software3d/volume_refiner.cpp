@@ -16,7 +16,7 @@ constexpr uint64 kFramesKeptPerView = 4;
 /// A view that has not been drawn for this number of frames shows its actor in another viewport of the same
 /// target, so that a pane that changes its size has few views.
 constexpr uint64 kFramesUntilReuse = 16;
-/// The most pictures of an actor in a viewport; if it is drawn more often in a frame, they stay coarse.
+/// The most pictures of an actor in a viewport.
 constexpr size_t kMostViewsOfActor = 16;
 
 /// Returns everything that decides the colours of a picture but the depths.
@@ -71,31 +71,33 @@ void VolumeRefiner::beginFrame() {
     });
 }
 
-void VolumeRefiner::draw(const void* actor, VolumeDraw& draw, Image& target, const DepthBuffer& depth) {
+bool VolumeRefiner::draw(const void* actor, VolumeDraw& draw, Image& target, const DepthBuffer& depth) {
     const IVec4<int> area = coveredArea(draw);
-    if (area.x >= area.z || area.y >= area.w) return;
+    if (area.x >= area.z || area.y >= area.w) return true;
     ByteKey key = keyOf(draw, area);
-    View& view = viewFor(actor, placeOf(draw.view.viewport, target), target, key, depth);
-    view.lastFrame = m_frame;
-    if (!view.shows(key, depth)) {
-        view.key = std::move(key);
-        view.depths = std::make_shared<const DepthArea>(depth, area);
-        restart(view, draw);
+    View* const view = viewFor(actor, placeOf(draw.view.viewport, target), target, key, depth);
+    if (view == nullptr) return false;
+    view->lastFrame = m_frame;
+    if (!view->shows(key, depth)) {
+        view->key = std::move(key);
+        view->depths = std::make_shared<const DepthArea>(depth, area);
+        restart(*view, draw);
     }
-    view.picture.draw(target, draw.view.tint);
+    view->picture.draw(target, draw.view.tint);
+    return true;
 }
 
 /// Returns the view that shows what is to be drawn. Otherwise, returns the oldest view of the actor in the
 /// same viewport of the target that was not drawn in this frame, one that is not needed any more, or a new
-/// one.
-VolumeRefiner::View& VolumeRefiner::viewFor(const void* actor, const IVec4<int>& viewport, Image& target,
+/// one; null if this frame has used all views that an actor may have.
+VolumeRefiner::View* VolumeRefiner::viewFor(const void* actor, const IVec4<int>& viewport, Image& target,
                                             const ByteKey& key, const DepthBuffer& depth) {
     View* same = nullptr;
     View* other = nullptr;
     size_t count = 0;
     for (const auto& view : m_views) {
         if (view->actor != actor) continue;
-        if (view->shows(key, depth)) return *view;
+        if (view->shows(key, depth)) return view.get();
         const bool isSame = view->target.get() == &target && view->viewport == viewport;
         View*& oldest = isSame ? same : other;
         if ((isSame || isReusable(*view, target)) &&
@@ -103,11 +105,12 @@ VolumeRefiner::View& VolumeRefiner::viewFor(const void* actor, const IVec4<int>&
             oldest = view.get();
         count += isSame;
     }
-    if (same != nullptr && (same->lastFrame != m_frame || count >= kMostViewsOfActor)) return *same;
-    View& view = other != nullptr ? *other : *m_views.emplace_back(std::make_unique<View>());
-    view.actor = actor;
-    view.viewport = viewport;
-    view.target = &target;
+    if (same != nullptr && same->lastFrame != m_frame) return same;
+    if (count >= kMostViewsOfActor) return nullptr;
+    View* const view = other != nullptr ? other : m_views.emplace_back(std::make_unique<View>()).get();
+    view->actor = actor;
+    view->viewport = viewport;
+    view->target = &target;
     return view;
 }
 
@@ -158,9 +161,10 @@ void VolumeRefiner::waitRefined() {
 /// Adds the tiles that have been computed to the picture of a view. @return true if a frame would show more.
 bool VolumeRefiner::update(View& view) {
     if (view.refinement == nullptr) return false;
-    Vector<ViewRefinement::Tile> tiles = m_queue->takeFinished(*view.refinement);
+    Vector<ViewRefinement::Tile> tiles;
+    const bool isComplete = m_queue->takeFinished(*view.refinement, tiles);
     for (auto& [tile, content] : tiles) view.picture.setTile(tile, std::move(content));
-    if (m_queue->isComplete(*view.refinement)) std::exchange(view.refinement, nullptr)->release();
+    if (isComplete) std::exchange(view.refinement, nullptr)->release();
     return !tiles.empty();
 }
 

@@ -31,7 +31,8 @@ public:
     void beginFrame();
     /// Draws the best known picture of a volume.
     /// @param actor  identifies the volume; it is not accessed.
-    void draw(const void* actor, VolumeDraw& draw, Image& target, const DepthBuffer& depth);
+    /// @return false, with nothing drawn, if this frame has used all pictures that an actor may have.
+    bool draw(const void* actor, VolumeDraw& draw, Image& target, const DepthBuffer& depth);
     /// Returns true if the pictures of all views are exact.
     bool isRefined() const;
     /// Returns when everything is computed.
@@ -58,7 +59,7 @@ private:
 
     void onWeakPointerCleared(void* ownerData) override;
     void close();
-    View& viewFor(const void* actor, const IVec4<int>& viewport, Image& target, const ByteKey& key,
+    View* viewFor(const void* actor, const IVec4<int>& viewport, Image& target, const ByteKey& key,
                   const DepthBuffer& depth);
     bool isReusable(const View& view, const Image& target) const;
     void restart(View& view, VolumeDraw& draw);
