@@ -21,10 +21,11 @@ HeaderLines::Result HeaderLines::next(String& line, size_t longest) {
         m_at += end == std::string_view::npos ? rest.size() : end + 1;
         if (end != std::string_view::npos) return Result::Line;
     }
-    return hasByte ? Result::Line : Result::End;
+    return hasByte && !m_error ? Result::Line : Result::End;
 }
 
 bool HeaderLines::fill() {
+    if (m_error) return false;
     m_blockBegin += m_block.getSize();
     m_at = 0;
     m_block.resize(kBlockBytes);

@@ -25,7 +25,8 @@ public:
     Result next(String& line, size_t longest);
     /// Returns the offset of the first byte after the last line.
     uint64 position() const { return m_blockBegin + m_at; }
-    /// Returns why the file could not be read; empty initially. A file that cannot be read has ended.
+    /// Returns why the file could not be read; empty initially. A file that cannot be read has ended, and the
+    /// part of a line before the error is no line.
     const platform::FileError& error() const { return m_error; }
 
 private:

@@ -99,8 +99,10 @@ bool VolumeLoader::loadFromNRRD(const char* path) {
     m_origin = {};
     internal::HeaderLines lines(file);
     const HeaderEnd end = readHeader(lines);
-    if (lines.error())
+    if (lines.error()) {
         logging::error() << "cant read header of volume: " << name << "; " << lines.error().message();
+        return false;
+    }
     if (end == HeaderEnd::NotNrrd) return false;
 
     const internal::VoxelType* const type = internal::findVoxelType(m_sourceFormat);
@@ -212,14 +214,14 @@ bool VolumeLoader::load(const internal::VoxelType* type, internal::VoxelSource& 
     const internal::VoxelType& stored = type != nullptr ? *type : *internal::findVoxelType(UInt16);
     const IVec3<int> size = voxels != 0 ? m_size : IVec3<int>();
     try {
-        internal::VoxelTransfer transfer(stored, source, size, m_progress);
-        const internal::VoxelScale scale(transfer.measure());
-        if (transfer.isEnded() || source.hasFailed()) return false;
         const SmartPointer<VolumeTexture> texture = createTexture();
         if (!texture) return false;
-        texture->initialize(m_targetFormat, size);
+        texture->initialize(m_targetFormat, size); // before all voxels are read, as memory may not suffice
+        internal::VoxelTransfer transfer(stored, source, size, m_progress);
+        const internal::VoxelScale scale(transfer.measure());
+        if (transfer.isEnded()) return false;
         transfer.upload(*texture, scale);
-        if (transfer.isEnded() || source.hasFailed()) return false;
+        if (transfer.isEnded()) return false;
         if (type != nullptr) m_scaleBias = scale.toFloat();
         m_scalarTexture = texture;
         return true;

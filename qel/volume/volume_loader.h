@@ -54,13 +54,13 @@ public:
 
     /// Loads an NRRD file; docs/formats.md describes which. Resets directions and origin once the file is
     /// open; other values that the header does not set are kept.
-    /// @return false if the file cannot be opened, its first line is not that of an NRRD file, its sizes
-    /// exceed what it contains by more than kMaxMissingBytes, or no texture can be created. The texture is
-    /// then unchanged.
+    /// @return false if the file cannot be opened, its header cannot be read, its first line is not that of
+    /// an NRRD file, its sizes exceed what it contains by more than kMaxMissingBytes, or no texture can be
+    /// created. The texture is then unchanged.
     /// @errors std::invalid_argument and std::out_of_range for numbers that cannot be read, with the texts
     /// "invalid stoi argument", "stoi argument out of range", "invalid stof argument" and "stof argument out
     /// of range"; what was read before is set, and the texture is unchanged. Bytes after the voxels log a
-    /// warning; parts of the file that cannot be read log an error and count as missing.
+    /// warning; voxels that cannot be read log an error and count as missing.
     bool loadFromNRRD(const char* path);
     /// Loads voxels of any format with one channel, with x as the fastest axis.
     /// @return false if the format has no or several channels, there are fewer voxels than @p size states, or

@@ -12,10 +12,7 @@ const uint8* MemoryVoxelSource::read(uint64 offset, size_t, uint8*) {
 }
 
 const uint8* FunctionVoxelSource::read(uint64 offset, size_t size, uint8* room) {
-    if (m_hasFailed || !m_read || !m_read(offset, room, size)) {
-        m_hasFailed = true;
-        std::memset(room, 0, size);
-    }
+    if (!m_read || !m_read(offset, room, size)) m_hasFailed = true;
     return room;
 }
 

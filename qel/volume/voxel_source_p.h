@@ -19,7 +19,8 @@ public:
     VoxelSource(const VoxelSource&) = delete;
     VoxelSource& operator=(const VoxelSource&) = delete;
     virtual ~VoxelSource();
-    /// Returns @p size bytes from @p offset on, which may have been copied to @p room.
+    /// Returns @p size bytes from @p offset on, which may have been copied to @p room. Their values are
+    /// unspecified once hasFailed() returns true.
     virtual const uint8* read(uint64 offset, size_t size, uint8* room) = 0;
     /// Returns true if bytes could not be read and the load must fail.
     virtual bool hasFailed() const { return false; }
@@ -44,7 +45,6 @@ public:
 
     /// @owner @p read must outlive this object.
     explicit FunctionVoxelSource(const Read& read) : m_read(read) {}
-    /// Bytes that cannot be read are 0.
     const uint8* read(uint64 offset, size_t size, uint8* room) override;
     bool hasFailed() const override { return m_hasFailed; }
 

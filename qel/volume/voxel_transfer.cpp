@@ -37,12 +37,13 @@ void forShares(uint64 voxels, uint64 voxelBytes, uint64 shareBytes, const Run& r
     executeParts(kernel);
 }
 
-/// Calls `run(begin, count)` for pieces of @p begin to @p end, of at most kPieceBytes.
+/// Calls `run(begin, count)` for pieces of @p begin to @p end, of at most kPieceBytes, until it returns
+/// false.
 template <typename Run>
 void forPieces(uint64 begin, uint64 end, uint64 voxelBytes, const Run& run) {
     for (const uint64 most = kPieceBytes / voxelBytes; begin < end;) {
         const uint64 count = std::min(most, end - begin);
-        run(begin, static_cast<size_t>(count));
+        if (!run(begin, static_cast<size_t>(count))) return;
         begin += count;
     }
 }
@@ -103,11 +104,11 @@ VoxelRange VoxelTransfer::measure() {
         Buffer room(std::min<uint64>(kPieceBytes, (end - begin) * m_type.bytes));
         VoxelRange share;
         forPieces(begin, end, m_type.bytes, [&](uint64 first, size_t count) {
-            if (m_isEnded) return;
-            const uint8* const bytes =
-                m_source.read(first * m_type.bytes, count * m_type.bytes, room.getBytePointer());
+            const uint8* const bytes = read(first, count, room.getBytePointer());
+            if (bytes == nullptr) return false;
             share.include(m_type.range(bytes, count));
             advance(count);
+            return true;
         });
         const MutexLock lock(mutex);
         range.include(share);
@@ -130,7 +131,7 @@ void VoxelTransfer::upload(VolumeTexture& texture, const VoxelScale& scale) {
         convert(words, m_sliceVoxels * static_cast<uint64>(begin),
                 m_sliceVoxels * static_cast<uint64>(end - begin), scale, converted);
         converted.finish();
-        if (m_isEnded) return;
+        if (isEnded()) return;
         converted.set(words, begin, end);
         if (isKept)
             std::swap(memory, next);
@@ -139,6 +140,13 @@ void VoxelTransfer::upload(VolumeTexture& texture, const VoxelScale& scale) {
         end = begin;
     }
     converted.finish();
+}
+
+/// Returns the voxels from number @p first on; null if the passes are to end.
+const uint8* VoxelTransfer::read(uint64 first, size_t count, uint8* room) {
+    if (isEnded()) return nullptr;
+    const uint8* const bytes = m_source.read(first * m_type.bytes, count * m_type.bytes, room);
+    return isEnded() ? nullptr : bytes;
 }
 
 void VoxelTransfer::advance(uint64 voxels) {
@@ -155,13 +163,13 @@ void VoxelTransfer::convert(uint16* out, uint64 begin, uint64 count, const Voxel
         before.runOnItsThread();
         Buffer room(inPlace ? 0 : std::min<uint64>(kPieceBytes, (shareEnd - shareBegin) * m_type.bytes));
         forPieces(shareBegin, shareEnd, m_type.bytes, [&](uint64 first, size_t voxels) {
-            if (m_isEnded) return;
             uint16* const target = out + first;
-            uint8* const bytes = inPlace ? reinterpret_cast<uint8*>(target) : room.getBytePointer();
-            m_type.convert(target,
-                           m_source.read((begin + first) * m_type.bytes, voxels * m_type.bytes, bytes),
-                           voxels, scale);
+            const uint8* const bytes = read(
+                begin + first, voxels, inPlace ? reinterpret_cast<uint8*>(target) : room.getBytePointer());
+            if (bytes == nullptr) return false;
+            m_type.convert(target, bytes, voxels, scale);
             advance(voxels);
+            return true;
         });
     });
 }

@@ -35,13 +35,14 @@ public:
     /// calling thread, while workers convert the next slices. @errors std::bad_alloc without memory for two
     /// slices.
     void upload(VolumeTexture& texture, const VoxelScale& scale);
-    /// Returns true if a pass was ended before it was complete.
-    bool isEnded() const { return m_isEnded; }
+    /// Returns true if a pass was ended before it was complete, by the progress or by the source.
+    bool isEnded() const { return m_isEnded || m_source.hasFailed(); }
 
 private:
     class SliceUpload;
 
     void convert(uint16* out, uint64 begin, uint64 count, const VoxelScale& scale, SliceUpload& before);
+    const uint8* read(uint64 first, size_t count, uint8* room);
     void advance(uint64 voxels);
 
     const VoxelType& m_type;

@@ -303,6 +303,18 @@ TEST_F(VolumeLoaderTest, BytesThatCannotBeReadAreMissing) {
     log.expect(kError, "cant read header of volume: " + path() + "; " + ioError());
 }
 
+TEST_F(VolumeLoaderTest, AHeaderThatCannotBeReadIsRefused) {
+    const std::string longLine = "x:" + std::string(16384 - kShort.size() - 9, 'x') + "\n";
+    folder.write("volume.nrrd", kShort + longLine + "sizes: 12 1 1\n\n" + bytesOf<int16>({1, 2}));
+    test::LogCapture log;
+    test::FailingFiles faults(1, std::errc::io_error, test::FailingFiles::Duration::Once,
+                              platform::Operation::Read); // in the middle of the sizes
+    EXPECT_FALSE(loader.loadFromNRRD(path().c_str()));
+    EXPECT_FALSE(loader.getScalarTexture());
+    EXPECT_EQ(loader.getSize(), IVec3<int>());
+    log.expect(kError, "cant read header of volume: " + path() + "; " + ioError());
+}
+
 TEST_F(VolumeLoaderTest, ConvertsEveryFormat) {
     const std::vector<uint16> expected{0, 100, 3};
     const auto check = [&](FormatID format, auto lowest) {
@@ -386,6 +398,11 @@ TEST_F(VolumeLoaderTest, WithoutATextureNothingIsLoaded) {
     test::LogCapture log;
     renderer.hasMemory = false;
     EXPECT_FALSE(load(kShort + "sizes: 1 1 1\n\nab"));
+    log.expect(kError, "no renderer for a volume");
+    int reads = 0;
+    const auto read = [&reads](uint64, void*, size_t) { return ++reads > 0; };
+    EXPECT_FALSE(loader.loadFromReader(UInt16, {4, 4, 4}, {}, {}, read));
+    EXPECT_EQ(reads, 0);
     log.expect(kError, "no renderer for a volume");
     VolumeLoader lost(nullptr);
     EXPECT_FALSE(lost.loadFromNRRD(path().c_str()));
@@ -525,6 +542,13 @@ TEST_F(VolumeLoaderTest, ReadsVoxelsThroughAFunction) {
     }
     EXPECT_FALSE(loader.loadFromReader(RGBA8, {1, 1, 1}, {}, {}, read));
     EXPECT_FALSE(loader.loadFromReader(Flt32, {1, 1, 1}, {}, {}, nullptr));
+}
+
+TEST_F(VolumeLoaderTest, AFailedReadEndsTheLoadAtOnce) {
+    int steps = 0;
+    loader.setProgress([&](float) { return ++steps > 0; });
+    EXPECT_FALSE(loader.loadFromReader(Int8, {1024, 1024, 8}, {}, {}, [](auto...) { return false; }));
+    EXPECT_EQ(steps, 0);
 }
 
 } // namespace
