@@ -2,8 +2,9 @@
 
 #include "output.h"
 
+#include <hosts/shared/file_replacement.h>
+
 #include <qel/files/directory.h>
-#include <qel/platform/file_system.h>
 #include <qel/platform/system_error.h>
 
 #include <algorithm>
@@ -39,15 +40,6 @@ private:
     String m_ending;
 };
 
-/// Returns true if both paths lead to the same folder.
-bool isSameFolder(const std::string& a, const std::string& b) {
-    qel::platform::FileStatus statusA, statusB;
-    const auto read = [](qel::platform::FileStatus& status, const std::string& path) {
-        return !qel::platform::readStatus(status, path.empty() ? "." : path.c_str());
-    };
-    return read(statusA, a) && read(statusB, b) && statusA.identity == statusB.identity;
-}
-
 bool comesFirst(const std::string& a, const std::string& b) {
     const int order = String::natural_compare(a.c_str(), b.c_str());
     return order != 0 ? order < 0 : a < b;
@@ -60,7 +52,8 @@ FolderList listFolder(const std::string& folder, const std::string& output) {
     qel::Directory directory;
     directory.open(folder);
     list.folder = directory.getPathWithSlash();
-    const bool mayHoldPages = output != "-" && isSameFolder(folder, File::stripFilenameFromPath(output));
+    const bool mayHoldPages =
+        output != "-" && qelhosts::isSameFile(folder, File::stripFilenameFromPath(output));
     const PageNames pages(output);
     File::FileInfo info;
     while (directory.read(info)) {

@@ -20,7 +20,7 @@ void settle(qelwindow::FrameLoop& loop, const Screens& screens) {
 } // namespace
 
 std::string writePages(qelwindow::FrameLoop& loop, Screens& screens, const std::string& folder) {
-    if (!qel::Directory::createDirectory(folder))
+    if (!qel::Directory::createDirectoryRecursively(folder))
         return "cannot create the folder " + qelhosts::inQuotes(folder);
     for (size_t i = 0; i < screens.getPageCount() && !loop.hasEnded(); ++i) {
         screens.showPage(i);

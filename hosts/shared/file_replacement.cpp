@@ -91,6 +91,14 @@ bool isReplaceable(const std::string& path) {
     return error ? isMissing(error) : status.kind == FileKind::File;
 }
 
+bool isSameFile(const std::string& a, const std::string& b) {
+    FileStatus statusA, statusB;
+    const auto read = [](FileStatus& status, const std::string& path) {
+        return !readStatus(status, path.empty() ? "." : path.c_str());
+    };
+    return read(statusA, a) && read(statusB, b) && statusA.identity == statusB.identity;
+}
+
 FileError replaceFile(const std::string& path, qel::ConstByteSpan bytes) {
     FileStatus status;
     const FileError error = readStatus(status, path.c_str());

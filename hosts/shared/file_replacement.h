@@ -12,6 +12,9 @@ namespace qelhosts {
 /// nothing, a file or a link to a file.
 bool isReplaceable(const std::string& path);
 
+/// Returns true if both paths lead to the same file or folder. An empty path is the working folder.
+bool isSameFile(const std::string& a, const std::string& b);
+
 /// Writes a file. It is written under another name in the same folder, and renamed when it is complete and on
 /// disk; a failure removes it and leaves an earlier file of the name @p path unchanged. If that is a link,
 /// the file that it names is replaced. Devices and pipes are written directly.

@@ -32,7 +32,9 @@ void Button::draw(qel::Renderer& renderer, const qel::Rect& place) {
     const bool isInMiddle = m_label.getHorizontalAlign() == qel::TextAlign::Center;
     const float margin = isInMiddle ? 0.0f : std::floor(m_look.space);
     m_label.setBounds({place.x0 + margin, place.y0, place.x1 - margin, place.y1});
+    renderer.pushClip(place.roundNearestAsInt());
     renderer.draw(&m_label);
+    renderer.popClip();
 }
 
 void Button::handleTouches(qel::TouchState& touches) {
