@@ -12,7 +12,6 @@ namespace qelviewer {
 
 namespace {
 
-constexpr qelwidgets::Color kBackdrop{0, 0, 0, 0.65f};
 constexpr float kBackdropMargin = 3; // to the sides
 
 /// Returns where a text of some length begins between two edges.

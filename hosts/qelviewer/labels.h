@@ -16,6 +16,9 @@ class Renderer;
 
 namespace qelviewer {
 
+/// Darkens what is below a text.
+inline constexpr qelwidgets::Color kBackdrop{0, 0, 0, 0.65f};
+
 /// Draws texts with a shadow. The actors are kept from frame to frame, so that texts which stay the same are
 /// laid out once. Each frame must begin with begin().
 /// @threads main thread.

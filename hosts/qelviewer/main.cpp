@@ -30,7 +30,8 @@ std::string writeOrPlay(const Options& options, Window& window, qelwindow::Frame
         if (const std::string wrong = script.run(); !wrong.empty()) return wrong;
     }
     if (!options.screenshot.empty() && !loop.hasEnded())
-        if (const std::string problem = loop.saveFrame(options.screenshot); !problem.empty()) return problem;
+        if (const std::string problem = writePicture(loop, viewer, options.screenshot); !problem.empty())
+            return problem;
     const bool writesAllPages = options.events.empty() && !options.frames.empty();
     return writesAllPages ? writePages(loop, viewer, options.frames) : std::string();
 }
@@ -57,6 +58,7 @@ int show(const Options& options, Window& window) {
         if (!window.isOnDisplay() || !options.events.empty()) return 1;
     }
     while (window.isOnDisplay() && !loop.hasEnded()) loop.pass();
+    viewer->finishScreenshot();
     return qel::System::wasInterruptHandlerCalled() ? qelhosts::kInterruptedStatus : 0;
 }
 

@@ -9,6 +9,12 @@
 
 namespace qelviewer {
 
+int millimetreDigits(const Orientation& orientation) {
+    const double smallest =
+        std::min({orientation.spacing(0), orientation.spacing(1), orientation.spacing(2)});
+    return std::clamp(static_cast<int>(-std::floor(std::log10(smallest))), 1, 6);
+}
+
 double distanceMm(const Orientation& orientation, const qel::IVec3<double>& a, const qel::IVec3<double>& b) {
     const qel::IVec3<double> step = minus(orientation.positionOf(b), orientation.positionOf(a));
     return std::sqrt(dot(step, step));
@@ -26,7 +32,9 @@ double angleDegrees(const Orientation& orientation, const qel::IVec3<double>& a,
 
 std::string Measurement::getText(const Orientation& orientation) const {
     if (!isComplete()) return {};
-    if (kind == Kind::Distance) return formatNumber(distanceMm(orientation, points[0], points[1]), 1) + " mm";
+    if (kind == Kind::Distance)
+        return formatNumber(distanceMm(orientation, points[0], points[1]), millimetreDigits(orientation)) +
+               " mm";
     return formatNumber(angleDegrees(orientation, points[0], points[1], points[2]), 1) + "°";
 }
 

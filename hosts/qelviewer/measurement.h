@@ -29,6 +29,9 @@ struct Measurement {
     std::string getText(const Orientation& orientation) const;
 };
 
+/// Returns the decimal places that millimetres need, so that neighbouring voxels differ; 1 to 6.
+int millimetreDigits(const Orientation& orientation);
+
 /// Returns the distance of two voxels in millimetres.
 double distanceMm(const Orientation& orientation, const qel::IVec3<double>& a, const qel::IVec3<double>& b);
 

@@ -108,7 +108,7 @@ std::vector<qelhosts::Option> optionsFor(Options& options) {
         {"--scale", "N", number(options.scalePercent, 50, 400), "draw texts N percent as large, 50 to 400"},
         languageOption(options.language),
         {"--sample", "FILE", path(options.sample, "file"),
-         "keep the sample volume in FILE; default: a file in the user's cache folder"},
+         "keep the sample volume in FILE; default: a file in the user's data folder"},
         resourcesOption(options.resources)};
 }
 
@@ -135,7 +135,9 @@ qelhosts::Program describe(Options& options) {
                      {1, "a file could not be read or written, there is no such material, or a line of "
                          "--events is wrong"},
                      {qelhosts::kInterruptedStatus, "Ctrl-C stopped the program"}},
-        .files = {{"PREFIX/share/qelcore", "the resources, if the program is in PREFIX/bin"}},
+        .files = {{"PREFIX/share/qelcore", "the resources, if the program is in PREFIX/bin"},
+                  {"~/.local/share/ORLANE/qelviewer/head-phantom.nrrd",
+                   "the sample volume, unless --sample is given"}},
         .examples = {{"qelviewer", "Shows the sample volume."},
                      {"qelviewer head.nii.gz", "Shows a file."},
                      {"qelviewer ct.nrrd --screenshot bone.png --page volume --material Bone",

@@ -32,6 +32,7 @@ protected:
 private:
     void choose(size_t index);
     ValueWindow windowOf(size_t index) const;
+    size_t columnsFor(float width);
 
     ViewState& m_state;
     std::vector<qel::SmartPointer<qelwidgets::Button>> m_buttons; ///< the presets, then all values

@@ -26,14 +26,19 @@ std::string waitForVolume(qelwindow::FrameLoop& loop, Viewer& viewer, bool isOnD
     return viewer.getProblem();
 }
 
+std::string writePicture(qelwindow::FrameLoop& loop, const Viewer& viewer, const std::string& path) {
+    if (viewer.isSource(path)) return "the picture would replace the volume " + qelhosts::inQuotes(path);
+    return loop.saveFrame(path);
+}
+
 std::string writePages(qelwindow::FrameLoop& loop, Viewer& viewer, const std::string& folder) {
-    if (!qel::Directory::createDirectory(folder))
+    if (!qel::Directory::createDirectoryRecursively(folder))
         return "cannot create the folder " + qelhosts::inQuotes(folder);
     for (const auto& [page, name] : kPages) {
         if (loop.hasEnded()) return {};
         viewer.showPage(page);
         const std::string path = folder + "/" + name;
-        if (const std::string problem = loop.saveFrame(path); !problem.empty()) return problem;
+        if (const std::string problem = writePicture(loop, viewer, path); !problem.empty()) return problem;
         qelhosts::print(path + "\n");
     }
     return {};

@@ -14,6 +14,10 @@ namespace qelviewer {
 /// @return what went wrong; empty on success.
 std::string waitForVolume(qelwindow::FrameLoop& loop, Viewer& viewer, bool isOnDisplay);
 
+/// Writes a picture of the window to @p path, unless the volume was read from there.
+/// @return what went wrong; empty on success.
+std::string writePicture(qelwindow::FrameLoop& loop, const Viewer& viewer, const std::string& path);
+
 /// Writes "slices.png", "volume.png" and "all.png" to @p folder, which is created, and prints the paths.
 /// @return what went wrong; empty on success.
 std::string writePages(qelwindow::FrameLoop& loop, Viewer& viewer, const std::string& folder);

@@ -4,11 +4,12 @@
 #include <qel/style/theme.h>
 #include <qel/system/core/system.h>
 
+#include <algorithm>
+
 namespace qelviewer {
 
 namespace {
 
-constexpr int kColumns = 2;
 constexpr float kGap = 2;
 
 } // namespace
@@ -38,18 +39,28 @@ void PresetCard::restyleContent() {
     }
 }
 
-float PresetCard::measureContent(float) {
-    const size_t rows = (m_buttons.size() + kColumns - 1) / kColumns;
+/// Returns 2 if the widest label fits into half of the width, and 1 otherwise.
+size_t PresetCard::columnsFor(float width) {
+    float widest = 0;
+    for (const auto& button : m_buttons) widest = std::max(widest, button->getLabelWidth());
+    return 2 * (widest + look().space) + kGap <= width ? 2 : 1;
+}
+
+float PresetCard::measureContent(float width) {
+    const size_t columns = columnsFor(width);
+    const size_t rows = (m_buttons.size() + columns - 1) / columns;
     return static_cast<float>(rows) * (look().buttonHeight * 0.75f + kGap);
 }
 
 void PresetCard::drawContent(qel::Renderer& renderer, const qel::Rect& place) {
     const float height = look().buttonHeight * 0.75f;
+    const size_t columns = columnsFor(place.getWidth());
     for (size_t i = 0; i < m_buttons.size(); ++i) {
-        const bool isAlone = i % kColumns == 0 && i + 1 == m_buttons.size();
-        qel::Rect row = qelwidgets::columnOf(place, static_cast<int>(i % kColumns), kColumns, kGap);
+        const bool isAlone = i % columns == 0 && i + 1 == m_buttons.size();
+        qel::Rect row =
+            qelwidgets::columnOf(place, static_cast<int>(i % columns), static_cast<int>(columns), kGap);
         if (isAlone) row.x1 = place.x1;
-        const size_t line = i / kColumns;
+        const size_t line = i / columns;
         row.y0 = place.y0 + static_cast<float>(line) * (height + kGap);
         row.y1 = row.y0 + height;
         m_buttons[i]->setSelected(m_state.study && m_state.window == windowOf(i));

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
+#include <string_view>
 
 namespace qelviewer {
 
@@ -37,16 +38,38 @@ std::string spacingText(const Orientation& orientation) {
     return text + " mm";
 }
 
+/// Returns the translation of the words before a name in quotation marks, and the name. Other texts, such as
+/// the paths of files, stay as they are.
+std::string translatedPart(const std::string& part) {
+    constexpr const char* kLetters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789 ,-";
+    const size_t end = std::min(part.find(" '"), part.size());
+    const std::string words = part.substr(0, end);
+    if (words.find_first_not_of(kLetters) != words.npos) return part;
+    return Object::tr(("viewer-problem-" + words).c_str(), words.c_str()) + part.substr(end);
+}
+
 } // namespace
+
+std::string problemText(const std::string& problem) {
+    constexpr std::string_view kBetween = ": ";
+    std::string text;
+    for (size_t begin = 0; begin <= problem.size();) {
+        const size_t end = std::min(problem.find(kBetween, begin), problem.size());
+        text += (begin > 0 ? ": " : "") + translatedPart(problem.substr(begin, end - begin));
+        begin = end + kBetween.size();
+    }
+    return text;
+}
 
 std::string positionText(const Orientation& orientation, const qel::IVec3<double>& voxel) {
     const qel::IVec3<double> position = orientation.positionOf(voxel);
+    const int digits = millimetreDigits(orientation);
     std::string text;
     for (int i = 0; i < 3; ++i) {
         const bool isPatient = orientation.isPatient;
         const char* const name = isPatient ? kSides[i][position[i] < 0] : kAxes[i];
         const double value = isPatient ? std::abs(position[i]) : position[i];
-        text += std::string(name) + " " + formatNumber(value, 1) + "  ";
+        text += std::string(name) + " " + formatNumber(value, digits) + "  ";
     }
     return text.substr(0, text.size() - 1) + "mm";
 }

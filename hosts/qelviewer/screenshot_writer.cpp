@@ -48,7 +48,12 @@ struct Job {
 void ScreenshotWriter::write(qel::Image&& picture) {
     const auto job = std::make_shared<Job>();
     job->picture = std::move(picture);
-    m_queue.push([job] { job->run(); }, [this, job] { m_finished(job->path, job->problem); });
+    m_isWriting = true;
+    m_queue.push([job] { job->run(); },
+                 [this, job] {
+                     m_isWriting = false;
+                     m_finished(job->path, job->problem);
+                 });
 }
 
 } // namespace qelviewer

@@ -27,11 +27,14 @@ public:
 
     /// Writes a picture. @errors are also logged, because the program may end meanwhile.
     void write(qel::Image&& picture);
+    /// Returns true until the last picture has been reported.
+    bool isWriting() const { return m_isWriting; }
     /// Waits until all pictures are written. The next pass of System then reports them.
     void wait() { m_queue.wait(); }
 
 private:
     const Finished m_finished;
+    bool m_isWriting = false;
     BackgroundQueue m_queue;
 };
 

@@ -25,7 +25,8 @@ constexpr Color kTextColor{0.85f, 0.88f, 0.9f, 1};
 constexpr Color kLetterColor{0.98f, 0.85f, 0.45f, 1};
 constexpr Color kMeasureColor{0.98f, 0.78f, 0.23f, 1};
 constexpr float kLetterShare = 0.8f; // of the height of a button
-constexpr double kScaleLengths[] = {500, 200, 100, 50, 20, 10, 5, 2, 1, 0.5, 0.2, 0.1};
+constexpr double kScaleLengths[] = {500, 200, 100, 50,   20,   10,   5,    2,    1,
+                                    0.5, 0.2, 0.1, 0.05, 0.02, 0.01, 5e-3, 2e-3, 1e-3};
 
 const char* titleKey(Plane plane) {
     switch (plane) {
@@ -119,11 +120,12 @@ void SliceOverlay::drawCorner(qel::Renderer& renderer, const std::string& text, 
     qel::Rect inner = qelwidgets::inset(m_place, m_look.space / 2);
     const qel::IVec2<float> size = m_labels.measure(text, style);
     if (size.x > inner.getWidth()) return;
-    style.hasBackdrop = size.x + m_look.space * 2 > inner.getWidth() / 2;
-    if (style.hasBackdrop && style.down == TextAlign::End)
+    const bool meetsLetter = size.x + m_look.space * 2 > inner.getWidth() / 2;
+    if (meetsLetter && style.down == TextAlign::End)
         inner.y1 -= size.y;
-    else if (style.hasBackdrop)
+    else if (meetsLetter)
         inner.y0 += size.y;
+    style.hasBackdrop = true;
     m_labels.draw(renderer, text, inner, style);
 }
 
@@ -136,12 +138,13 @@ void SliceOverlay::drawScale(qel::Renderer& renderer) {
         if (length > inner.getWidth() / 4) continue;
         const float bottom = inner.y1 - 1;
         const float tick = std::floor(m_look.space / 2);
+        drawRect(renderer, {inner.x1 - length - 2, bottom - tick - 1, inner.x1 + 2, bottom + 2}, kBackdrop);
         drawRect(renderer, {inner.x1 - length, bottom, inner.x1, bottom + 1}, kTextColor);
         drawRect(renderer, {inner.x1 - length, bottom - tick, inner.x1 - length + 1, bottom}, kTextColor);
         drawRect(renderer, {inner.x1 - 1, bottom - tick, inner.x1, bottom}, kTextColor);
         const std::string text = mm < 10 ? formatShort(mm, 1) + " mm" : formatShort(mm / 10, 0) + " cm";
         m_labels.draw(renderer, text, {inner.x0, inner.y0, inner.x1 - tick, bottom - 2},
-                      {kTextColor, TextAlign::End, TextAlign::End});
+                      {kTextColor, TextAlign::End, TextAlign::End, nullptr, true});
         return;
     }
 }
@@ -172,7 +175,7 @@ void SliceOverlay::drawMeasurement(qel::Renderer& renderer, const Measurement& m
 /// Draws the result of a measurement beside its last point, within the pane.
 void SliceOverlay::drawResult(qel::Renderer& renderer, const std::string& text, qel::IVec2<float> point) {
     const qel::Rect inner = qelwidgets::inset(m_place, m_look.space / 2);
-    const Labels::Style style{kMeasureColor};
+    const Labels::Style style{kMeasureColor, TextAlign::Start, TextAlign::Start, nullptr, true};
     const qel::IVec2<float> size = m_labels.measure(text, style);
     const float left = std::max(inner.x0, std::min(point.x + m_look.space, inner.x1 - size.x));
     const bool hasRoomBelow = point.y + size.y <= inner.y1;

@@ -105,15 +105,20 @@ void SlicePane::draw(qel::Renderer& renderer, const qel::Rect& place) {
 
 std::optional<qel::IVec3<double>> SlicePane::voxelAt(const qel::IVec2<float>& point) const {
     if (!m_state.study || !contains(m_place, point) || !contains(m_picture, point)) return std::nullopt;
-    return nearestVoxel(point);
+    return nearestVoxel(point, currentSlice());
 }
 
-/// Returns the voxel at a point, or that at the nearest point of the slice.
-qel::IVec3<double> SlicePane::nearestVoxel(const qel::IVec2<float>& point) const {
+/// Returns the number of the slice with the crosshair.
+int SlicePane::currentSlice() const {
+    return m_state.frame(m_plane).sliceOf(m_state.cross);
+}
+
+/// Returns the voxel of a slice at a point, or that at the nearest point of the slice.
+qel::IVec3<double> SlicePane::nearestVoxel(const qel::IVec2<float>& point, int slice) const {
     const SliceFrame& frame = m_state.frame(m_plane);
     const qel::IVec2<double> place(std::clamp((point.x - m_picture.x0) / m_picture.getWidth(), 0.0f, 1.0f),
                                    std::clamp((point.y - m_picture.y0) / m_picture.getHeight(), 0.0f, 1.0f));
-    return frame.voxelAt(place, frame.sliceOf(m_state.cross));
+    return frame.voxelAt(place, slice);
 }
 
 void SlicePane::handleTouches(qel::TouchState& touches) {
@@ -137,7 +142,7 @@ void SlicePane::follow(const qel::TouchButton& touch) {
 void SlicePane::useTool(const qel::TouchButton& touch) {
     switch (m_state.tool) {
     case Tool::Crosshair:
-        return m_state.moveCross(nearestVoxel(touch.getPosition()));
+        return m_state.moveCross(nearestVoxel(touch.getPosition(), currentSlice()));
     case Tool::Window:
         return dragWindow(touch);
     case Tool::Distance:
@@ -147,20 +152,18 @@ void SlicePane::useTool(const qel::TouchButton& touch) {
     }
 }
 
-/// A drag sets two points. The third point of an angle is set by a second drag or tap.
+/// A drag sets two points. The third point of an angle is set by a second drag or tap. Points stay in the
+/// slice in which the measurement began, even if others are shown meanwhile.
 void SlicePane::measure(const qel::TouchButton& touch, Measurement::Kind kind) {
-    const qel::IVec3<double> voxel = nearestVoxel(touch.getPosition());
-    const int slice = m_state.frame(m_plane).sliceOf(m_state.cross);
     if (touch.isBegin()) {
-        const bool isOpen = !m_state.measurements.empty() && !m_state.measurements.back().isComplete();
-        if (isOpen && kind == Measurement::Kind::Angle && m_state.measurements.back().plane == m_plane &&
-            m_state.measurements.back().slice == slice)
-            m_state.measurements.back().points.push_back(voxel);
-        else
-            m_state.beginMeasurement({kind, m_plane, slice, {voxel, voxel}});
-    } else if (!m_state.measurements.empty()) {
-        m_state.measurements.back().points.back() = voxel;
+        const int slice = currentSlice();
+        m_state.beginPoint(kind, m_plane, slice, nearestVoxel(touch.getPosition(), slice));
+    } else if (m_state.isMeasuring && !m_state.measurements.empty()) {
+        Measurement& measurement = m_state.measurements.back();
+        if (measurement.plane == m_plane)
+            measurement.points.back() = nearestVoxel(touch.getPosition(), measurement.slice);
     }
+    if (touch.isEnd()) m_state.endPoint();
 }
 
 void SlicePane::dragWindow(const qel::TouchButton& touch) {

@@ -57,8 +57,9 @@ public:
 private:
     void updateTexture(qel::Renderer& renderer);
     void show(const SliceKey& key, qel::Image&& voxels);
+    int currentSlice() const;
     qel::Rect pictureFor(const qel::Rect& place) const;
-    qel::IVec3<double> nearestVoxel(const qel::IVec2<float>& point) const;
+    qel::IVec3<double> nearestVoxel(const qel::IVec2<float>& point, int slice) const;
     void follow(const qel::TouchButton& touch);
     void useTool(const qel::TouchButton& touch);
     void measure(const qel::TouchButton& touch, Measurement::Kind kind);

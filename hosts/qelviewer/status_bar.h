@@ -10,7 +10,7 @@
 namespace qelviewer {
 
 /// Shows a text about the voxel under the pointer on the left, and a message on the right. A message stays
-/// until the next one.
+/// until the next one; an error is shown alone if there is no room for both.
 /// @threads main thread.
 class StatusBar {
 public:
@@ -18,6 +18,8 @@ public:
     void restyle(const qelwidgets::Look& look);
     /// Sets the message. @param isError  true for the colour of errors.
     void setMessage(const std::string& message, bool isError);
+    /// Removes the message if it is an error.
+    void dismissError();
     /// Returns the message.
     const std::string& getMessage() const { return m_message; }
     /// Draws the line.

@@ -62,11 +62,14 @@ struct StudyLoader::Job {
             study->histogram =
                 countValues(*study->volume, study->header.scaleBias, kHistogramBins, progress[2]);
     }
-    /// Loads the file with the sample volume. If it cannot be written, the volume is computed without it.
+    /// Loads the file with the sample volume. If it cannot be written or read, the volume is computed without
+    /// it; one that cannot be read is removed, so that the next start writes it again.
     std::string loadSample(qel::VolumeLoader& loader) {
-        const std::string failure = provideSample(path, progress[0]);
-        if (failure.empty()) return loadVolume(path, loader, study->header, progress[1]);
-        if (mustKeepSample || progress[0].isCancelled) return failure;
+        std::string failure = provideSample(path, progress[0]);
+        const bool isProvided = failure.empty();
+        if (isProvided) failure = loadVolume(path, loader, study->header, progress[1]);
+        if (failure.empty() || mustKeepSample || progress[0].isCancelled) return failure;
+        if (isProvided) qel::File::deleteFile(path, true);
         qel::logging::warning() << "the sample volume is not kept: " << failure.c_str();
         const std::string failed = loadPhantom(kPhantomVoxels, loader, study->header, progress[1]);
         study->header.path = path;

@@ -40,10 +40,24 @@ void ViewState::moveCross(const qel::IVec3<double>& voxel) {
         cross[i] = std::clamp(std::floor(voxel[i] + 0.5), 0.0, std::max(0.0, study->size()[i] - 1.0));
 }
 
-void ViewState::beginMeasurement(Measurement measurement) {
-    if (!measurements.empty() && !measurements.back().isComplete()) measurements.pop_back();
+void ViewState::beginPoint(Measurement::Kind kind, Plane plane, int slice, const qel::IVec3<double>& voxel) {
+    isMeasuring = true;
+    if (!measurements.empty() && !measurements.back().isComplete()) {
+        Measurement& open = measurements.back();
+        if (kind == open.kind && plane == open.plane && slice == open.slice)
+            return open.points.push_back(voxel);
+        measurements.pop_back();
+    }
     if (measurements.size() == kMostMeasurements) measurements.erase(measurements.begin());
-    measurements.push_back(std::move(measurement));
+    measurements.push_back({kind, plane, slice, {voxel, voxel}});
+}
+
+void ViewState::endPoint() {
+    if (!std::exchange(isMeasuring, false) || measurements.empty()) return;
+    auto& points = measurements.back().points;
+    if (points.back() != points[points.size() - 2]) return;
+    points.pop_back();
+    if (points.size() < 2) measurements.pop_back();
 }
 
 void ViewState::dragWindow(double centerShare, double widthShare) {

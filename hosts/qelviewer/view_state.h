@@ -31,6 +31,7 @@ struct ViewState {
     ValueWindow window;                    ///< of the slices
     Tool tool = Tool::Crosshair;           ///< the chosen tool
     std::vector<Measurement> measurements; ///< the last one may be incomplete
+    bool isMeasuring = false;              ///< the last point of the last measurement is being moved
     bool showsCross = true;                ///< the crosshair is drawn
     float sliceZoom = 1;                   ///< of all slices
     qel::IVec3<double> sliceCenter;        ///< the voxel around which slices are enlarged
@@ -48,8 +49,12 @@ struct ViewState {
     const SliceFrame& frame(Plane plane) const { return frames[static_cast<size_t>(plane)]; }
     /// Moves the crosshair to the nearest voxel.
     void moveCross(const qel::IVec3<double>& voxel);
-    /// Begins a measurement at a point; an incomplete one is dropped.
-    void beginMeasurement(Measurement measurement);
+    /// Adds a point to an incomplete angle in the same slice, or begins a measurement with this point and
+    /// another one, which may be moved. Another incomplete measurement is dropped.
+    void beginPoint(Measurement::Kind kind, Plane plane, int slice, const qel::IVec3<double>& voxel);
+    /// Ends the move of the last point. Drops it if it equals the one before it, and a measurement that has
+    /// no other.
+    void endPoint();
     /// Changes the window by a drag, by a share of the range of values.
     void dragWindow(double centerShare, double widthShare);
     /// Multiplies the zoom of the volume.

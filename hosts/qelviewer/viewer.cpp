@@ -2,6 +2,7 @@
 
 #include "readout.h"
 
+#include <hosts/shared/file_replacement.h>
 #include <hosts/widgets/fallback_fonts.h>
 #include <hosts/window/pointers.h>
 
@@ -114,7 +115,7 @@ void Viewer::openPath(const std::string& path) {
 /// Shows a volume that has been loaded. The settings of the command line hold for the first one.
 void Viewer::finishLoading(std::shared_ptr<const Study> study, const std::string& problem) {
     m_problem = problem;
-    m_status.setMessage(problem, !problem.empty());
+    m_status.setMessage(problemText(problem), !problem.empty());
     system()->delegateRequestFrame();
     if (!study) return;
     m_isPassFull = true;
@@ -129,7 +130,13 @@ void Viewer::finishLoading(std::shared_ptr<const Study> study, const std::string
     chooseMaterial(m_materials.bestFor(*m_state.study));
     if (!isFirst || m_firstMaterial.empty() || showMaterial(m_firstMaterial)) return;
     m_problem = "there is no material '" + m_firstMaterial + "'";
-    m_status.setMessage(m_problem, true);
+    m_status.setMessage(problemText(m_problem), true);
+}
+
+bool Viewer::isSource(const std::string& path) const {
+    if (!m_state.study) return false;
+    const VolumeHeader& header = m_state.study->header;
+    return qelhosts::isSameFile(path, header.path) || qelhosts::isSameFile(path, header.dataPath);
 }
 
 bool Viewer::showMaterial(const std::string& name) {
@@ -157,7 +164,8 @@ void Viewer::freeReplaced() {
     });
 }
 
-/// Saves a picture of the window; in a window that others use meanwhile, in a pass of its own.
+/// Saves a picture of the window; in a window that others use meanwhile, in a pass of its own as soon as all
+/// panes are exact and the last picture is written, so that a key that is held keeps few pictures in memory.
 void Viewer::requestScreenshot() {
     if (m_isProgressive)
         m_isScreenshotWanted = true;
@@ -165,7 +173,20 @@ void Viewer::requestScreenshot() {
         saveScreenshot();
 }
 
+void Viewer::finishScreenshot() {
+    if (!m_isScreenshotWanted) return;
+    setProgressive(false);
+    m_volume->invalidate();
+    saveScreenshot();
+}
+
+bool Viewer::isExact() const {
+    return m_volume->isExact() &&
+           std::none_of(m_slices.begin(), m_slices.end(), [](const auto& pane) { return pane->isReading(); });
+}
+
 void Viewer::saveScreenshot() {
+    m_isScreenshotWanted = false;
     qel::Image picture;
     if (!m_copyFrame || !m_copyFrame(picture)) return;
     m_screenshots.write(std::move(picture));
@@ -174,7 +195,7 @@ void Viewer::saveScreenshot() {
 
 void Viewer::showSaved(const std::string& path, const std::string& problem) {
     const std::string saved = std::string(tr("viewer-saved")) + " " + path;
-    m_status.setMessage(problem.empty() ? saved : problem, !problem.empty());
+    m_status.setMessage(problem.empty() ? saved : problemText(problem), !problem.empty());
     system()->delegateRequestFrame();
 }
 
@@ -208,7 +229,7 @@ bool Viewer::prepareFonts() {
 bool Viewer::prepareFrame(qel::Renderer& renderer) {
     if (!m_isProgressive) return false;
     if (std::exchange(m_isPassFull, false) || prepareFonts()) return true;
-    if (std::exchange(m_isScreenshotWanted, false)) {
+    if (m_isScreenshotWanted && isExact() && !m_screenshots.isWriting()) {
         saveScreenshot();
         return true;
     }
@@ -264,6 +285,7 @@ void Viewer::choosePanes() {
 // --- input -------------------------------------------------------------------------------------------------
 
 bool Viewer::handleKey(const std::string& key) {
+    m_status.dismissError();
     if (m_help->isOpen() && key != "l") {
         m_help->handleKey(key);
         return true;
@@ -291,6 +313,11 @@ void Viewer::scroll(int slices) {
 }
 
 void Viewer::handleTouches(qel::TouchState& touches) {
+    const auto isPress = [](const auto& touch) {
+        return touch->isBegin() && (touch->getFlags() & qelwindow::kTouchPress) != 0;
+    };
+    const auto& all = touches.getAllTouches();
+    if (std::any_of(all.begin(), all.end(), isPress)) m_status.dismissError();
     if (m_help->isOpen()) return m_help->handleTouches(touches);
     m_toolbar->handleTouches(touches);
     m_panel->handleTouches(touches);

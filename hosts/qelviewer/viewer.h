@@ -45,6 +45,10 @@ public:
     bool isReading() const { return m_loader.isRunning(); }
     /// Returns why the last file could not be loaded; empty if it could.
     const std::string& getProblem() const { return m_problem; }
+    /// Returns true if @p path leads to a file from which the volume was read.
+    bool isSource(const std::string& path) const;
+    /// Saves a picture that was requested and waits for panes to be exact. Call it when the window is closed.
+    void finishScreenshot();
     /// Shows a page.
     void showPage(Page page);
     /// Shows the volume with a material. @return false if it does not exist.
@@ -73,6 +77,7 @@ private:
     void choosePanes();
     void chooseMaterial(size_t index);
     void requestScreenshot();
+    bool isExact() const;
     void saveScreenshot();
     void showSaved(const std::string& path, const std::string& problem);
     void freeReplaced();

@@ -78,6 +78,12 @@ bool VolumePane::isOutdated(const Key& key) const {
     return !m_texture || m_isOutdated || !(key == m_key);
 }
 
+bool VolumePane::isExact() const {
+    const qel::IVec2<int> size = sizeOf(m_place.roundNearestAsInt());
+    if (!m_state.study || size.x < 1 || size.y < 1) return true;
+    return m_isExact && !isOutdated(currentKey(size));
+}
+
 /// Few refined pictures are shown before the exact one, because drawing them delays it. A picture that was
 /// small is drawn in its full size when it has not changed for a while.
 bool VolumePane::update(qel::Renderer& renderer) {

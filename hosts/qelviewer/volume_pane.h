@@ -41,6 +41,8 @@ public:
     void handleTouches(qel::TouchState& touches);
     /// Returns the place of the last draw.
     const qel::Rect& getPlace() const { return m_place; }
+    /// Returns true if the last place shows the exact picture, or is empty.
+    bool isExact() const;
     /// Returns true if a second tap began since the last call.
     bool takeDoubleTap();
 

@@ -12,9 +12,10 @@ namespace qelviewer {
 
 namespace {
 
-constexpr float kFieldOfView = 0.41f; // radians, at a zoom of 1
-constexpr float kDistance = 2.2f;     // of the camera, in diagonals of the volume
-constexpr float kBarPixels = 0.8f;    // half of the width of a bar
+/// The angle in radians at a zoom of 1, at which all of a volume of any shape is seen from every direction.
+constexpr float kFieldOfView = 0.48f;
+constexpr float kDistance = 2.2f;  // of the camera, in diagonals of the volume
+constexpr float kBarPixels = 0.8f; // half of the width of a bar
 constexpr float kLetterShare = 1.13f;
 constexpr int kSteps = 512;
 constexpr int kTableSteps = 256;

@@ -107,6 +107,19 @@ TEST_F(QelviewerDisplay, AKeySavesAPicture) {
     EXPECT_TRUE(showTheSame("qelviewer-0001.png", "expected.png"));
 }
 
+TEST_F(QelviewerDisplay, SavedPicturesAreExact) {
+    const std::string turn = "wait 1000\npress 400 180 left\nmove 440 200\n";
+    pictureAfter(turn, {"octant.nrrd"});
+    open({"octant.nrrd"});
+    host->writeLine(turn + "key s");
+    ASSERT_TRUE(untilState([this](const std::string&) { return folder.has("qelviewer-0001.png"); }));
+    EXPECT_TRUE(showTheSame("qelviewer-0001.png", "expected.png"));
+    host->writeLine("release 440 200 left\n" + turn + "key s\nclose");
+    host->closeInput();
+    EXPECT_EQ(host->finish(), 0) << host->getOutput();
+    EXPECT_TRUE(folder.has("qelviewer-0002.png")) << "closed before the picture was exact";
+}
+
 TEST_F(QelviewerDisplay, AResizedWindowIsFilled) {
     const Image small = pictureAfter("", {"octant.nrrd", "--size", "700x500"});
     start({"octant.nrrd"});

@@ -205,12 +205,12 @@ TEST_F(QelviewerTest, TwoTapsEnlargeAPane) {
 }
 
 TEST_F(QelviewerTest, WritesEachPageWithoutADisplay) {
-    const HostRun run = this->run({"octant.nrrd", "--frames", "pages"});
+    const HostRun run = this->run({"octant.nrrd", "--frames", "new/pages"});
     ASSERT_EQ(run.status, 0) << run;
-    EXPECT_EQ(run.out, "pages/slices.png\npages/volume.png\npages/all.png\n");
+    EXPECT_EQ(run.out, "new/pages/slices.png\nnew/pages/volume.png\nnew/pages/all.png\n");
     for (const char* const page : {"slices", "volume", "all"}) {
         ASSERT_EQ(show("octant.nrrd", {"--page", page}).status, 0);
-        EXPECT_TRUE(showTheSame("a.png", "pages/" + std::string(page) + ".png")) << page;
+        EXPECT_TRUE(showTheSame("a.png", "new/pages/" + std::string(page) + ".png")) << page;
     }
 }
 
@@ -240,7 +240,7 @@ TEST_F(QelviewerTest, SavedPicturesReplaceNothing) {
 TEST_F(QelviewerTest, TheSampleIsShownEvenIfItCannotBeKept) {
     folder.write("home", "not a folder");
     ASSERT_EQ(run({"--sample", "head.nrrd", "--page", "slices", "--screenshot", "kept.png"}).status, 0);
-    std::vector<std::string> words{"env", "-u", "XDG_CACHE_HOME", "HOME=" + folder.path("home")};
+    std::vector<std::string> words{"env", "-u", "XDG_DATA_HOME", "HOME=" + folder.path("home")};
     for (const std::string& word : command({"--page", "slices", "--screenshot", "a.png"}))
         words.push_back(word);
     const HostRun unkept = runProgram(folder, words);
@@ -290,6 +290,15 @@ TEST_F(QelviewerTest, SmallWindowsAndLargeTextsAreDrawn) {
                 << size << " " << scale;
 }
 
+TEST_F(QelviewerTest, LargeTextsStayInTheirButtons) {
+    ASSERT_EQ(show("octant.nrrd", {"--size", "640x480", "--scale", "200", "--language", "de"}).status, 0);
+    const Image picture = load("a.png");
+    int bright = 0;
+    for (int y = 300; y < 430; ++y)
+        for (int x = 615; x < 630; ++x) bright += picture.getBytePointer(y)[x * 4] > 150;
+    EXPECT_EQ(bright, 0) << "between the buttons and the edge of the card";
+}
+
 TEST_F(QelviewerTest, ExtremeVolumesAreDrawnAndHandled) {
     const struct {
         int width, height, depth;
@@ -319,6 +328,51 @@ TEST_F(QelviewerTest, WhatCannotBeReadIsReported) {
         EXPECT_THAT(run.error, HasSubstr(path));
         EXPECT_FALSE(folder.has("a.png")) << path;
     }
+}
+
+TEST_F(QelviewerTest, PicturesNeverReplaceTheVolume) {
+    const std::string voxels(8, '1');
+    folder.write("voxels.raw", voxels);
+    folder.write("v.nhdr", "NRRD0004\ntype: uchar\ndimension: 3\nsizes: 2 2 2\nencoding: raw\n"
+                           "data file: voxels.raw\n");
+    std::filesystem::create_symlink("octant.nrrd", folder.path("link.png"));
+    const std::string octant = folder.read("octant.nrrd");
+    const std::pair<const char*, const char*> cases[] = {
+        {"octant.nrrd", "octant.nrrd"}, {"octant.nrrd", "link.png"}, {"v.nhdr", "voxels.raw"}};
+    for (const auto& [file, picture] : cases) {
+        const HostRun run = this->run({file, "--screenshot", picture});
+        EXPECT_EQ(run.status, 1) << picture;
+        EXPECT_THAT(run.error, HasSubstr("the picture would replace the volume")) << picture;
+    }
+    folder.makeFolder("pages");
+    std::filesystem::create_symlink("../octant.nrrd", folder.path("pages/all.png"));
+    EXPECT_EQ(run({"octant.nrrd", "--frames", "pages"}).status, 1);
+    EXPECT_EQ(folder.read("octant.nrrd"), octant);
+    EXPECT_EQ(folder.read("voxels.raw"), voxels);
+}
+
+TEST_F(QelviewerTest, AMeasurementStaysInItsSlice) {
+    const HostRun run = play("key d\npress 60 122 left\nmove 100 122\nframe before.png\nwheel 60 122 -3\n"
+                             "move 101 122\nmove 100 122\nrelease 100 122 left\nwheel 60 122 3\n"
+                             "move 100 122\nframe after.png\n",
+                             {"octant.nrrd"});
+    ASSERT_EQ(run.status, 0) << run;
+    EXPECT_TRUE(showTheSame("before.png", "after.png"));
+}
+
+TEST_F(QelviewerTest, ADamagedSampleIsComputedAgain) {
+    const std::string sample = "data/ORLANE/qelviewer/head-phantom.nrrd";
+    folder.write(sample, "NRRD0004\n");
+    std::vector<std::string> words{"env", "XDG_DATA_HOME=" + folder.path("data")};
+    for (const std::string& word : command({"--page", "slices", "--screenshot", "a.png"}))
+        words.push_back(word);
+    const HostRun damaged = runProgram(folder, words);
+    EXPECT_EQ(damaged.status, 0) << damaged;
+    EXPECT_THAT(damaged.error, HasSubstr("the sample volume is not kept"));
+    const HostRun next = runProgram(folder, words);
+    EXPECT_EQ(next.status, 0) << next;
+    EXPECT_THAT(next.error, Not(HasSubstr("sample volume")));
+    EXPECT_TRUE(folder.has(sample));
 }
 
 TEST_F(QelviewerTest, PicturesThatCannotBeWrittenAreReported) {

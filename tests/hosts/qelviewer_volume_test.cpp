@@ -345,6 +345,10 @@ TEST_F(VolumeFileTest, ReadsDetachedDataFromTheSameFolderOnly) {
     EXPECT_EQ(load(nrrd("short", "data file: ./data.raw\n"), "v.nhdr"), "");
     EXPECT_EQ(load(nrrd("short", "encoding: gz\nbyte skip: 2\ndatafile: data.raw.gz\n"), "v.nhdr"), "");
     EXPECT_EQ(values(), kOneToEight);
+    for (const char* const name : {"a head.raw", "50%.raw", "10% dose.raw"}) {
+        folder.write(name, voxels);
+        EXPECT_EQ(load(nrrd("short", std::string("data file: ") + name + "\n"), "v.nhdr"), "") << name;
+    }
     const std::string outside = "its data file is not in the same folder";
     const std::string several = "its voxels are in several files, which is not supported";
     const std::pair<std::string, std::string> cases[] = {
@@ -357,9 +361,10 @@ TEST_F(VolumeFileTest, ReadsDetachedDataFromTheSameFolderOnly) {
         {"./..", outside},
         {"./link.raw", "its data file cannot be read"},
         {"LIST", several},
+        {"LIST 2", several},
         {"data%03d.raw 1 9 1", several},
         {"data%d.raw", several},
-        {"link.raw", "its data file cannot be read"},
+        {"link.raw", "its data file cannot be read: it is a link"},
         {"sub", "it is not a file"},
         {"missing.raw", "its data file cannot be read"},
         {".", "its data file cannot be read"},
@@ -404,7 +409,7 @@ TEST_F(VolumeFileTest, RefusesHeadersThatCannotBeRead) {
         {sized("2147483647 2147483647 2147483647"), tooShort},
         {with("encoding: hex"), "its voxels have an encoding that is not supported: hex"},
         {with("endian: middle"), "its byte order cannot be read"},
-        {with("line skip: 1"), "it has lines before its voxels"},
+        {with("line skip: 1"), "it has lines before its voxels, which is not supported"},
         {with("byte skip: -2"), "its byte skip cannot be read"},
         {with("byte skip: 1"), tooShort},
         {with("byte skip: 9223372036854775807"), tooShort},
@@ -434,7 +439,7 @@ TEST_F(VolumeFileTest, RefusesNiftiHeadersThatCannotBeRead) {
          "its voxels are in another file, which is not supported"},
         {changed([](NiftiFile& f) { f.magic = "abc"; }), "it is neither an NRRD nor a NIfTI-1 file"},
         {changed([](NiftiFile& f) { f.datatype = 128; }),
-         "its voxels are of a type that is not supported: number 128"},
+         "its voxels are of a type that is not supported: number 128, colours"},
         {changed([](NiftiFile& f) { f.dim[0] = 8; }), "its number of dimensions cannot be read"},
         {changed([](NiftiFile& f) { f.dim[0] = -1; }), "its number of dimensions cannot be read"},
         {changed([](NiftiFile& f) { f.dim[2] = 0; }), "its sizes cannot be read"},

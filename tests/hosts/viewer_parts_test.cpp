@@ -3,6 +3,7 @@
 #include <hosts/qelviewer/measurement.h>
 #include <hosts/qelviewer/numbers.h>
 #include <hosts/qelviewer/readout.h>
+#include <hosts/qelviewer/status_bar.h>
 #include <hosts/qelviewer/view_state.h>
 #include <hosts/qelviewer/volume_pane.h>
 #include <hosts/qelviewer/volume_scene.h>
@@ -15,9 +16,11 @@
 #include <qel/plugins/resource_locator.h>
 #include <qel/render/renderer_software.h>
 #include <qel/software3d/software_renderer_3d.h>
+#include <qel/style/theme.h>
 
 #include <gmock/gmock.h>
 
+#include <functional>
 #include <sstream>
 
 namespace qelviewer {
@@ -69,15 +72,21 @@ protected:
     std::shared_ptr<Study> study;
 };
 
-/// Returns what a pane shows.
-qel::Image pictureOf(VolumePane& pane, qel::RendererSoftware& renderer, const qel::IVec2<int>& size) {
+/// Returns a picture of what @p draw draws into its place.
+qel::Image pictureOf(qel::RendererSoftware& renderer, const qel::IVec2<int>& size,
+                     const std::function<void(const qel::Rect&)>& draw) {
     const auto picture = qel::makeObject<qel::Image>(qel::BGRA8, size);
     renderer.setRenderTarget(picture.get());
     renderer.start();
-    pane.draw(renderer, {0, 0, static_cast<float>(size.x), static_cast<float>(size.y)});
+    draw({0, 0, static_cast<float>(size.x), static_cast<float>(size.y)});
     renderer.stop();
     renderer.setRenderTarget(nullptr);
     return *picture;
+}
+
+/// Returns what a pane shows.
+qel::Image pictureOf(VolumePane& pane, qel::RendererSoftware& renderer, const qel::IVec2<int>& size) {
+    return pictureOf(renderer, size, [&](const qel::Rect& place) { pane.draw(renderer, place); });
 }
 
 bool areEqual(const qel::Image& a, const qel::Image& b) {
@@ -117,6 +126,46 @@ TEST_F(ViewerPartsTest, ALargeVolumeBecomesExactWhenItSettles) {
     pane.update(*flat);
     EXPECT_TRUE(areEqual(pictureOf(pane, *flat, size), exact));
     EXPECT_FALSE(pane.update(*flat)) << "nothing is left to draw";
+}
+
+/// Returns the number of pixels in a row that are not black.
+long countShown(const qel::Image& image, int y) {
+    const auto* const row = reinterpret_cast<const qel::uint32*>(image.getBytePointer(y));
+    return image.getWidth() - std::count(row, row + image.getWidth(), 0xff000000u);
+}
+
+TEST_F(ViewerPartsTest, ALongVolumeIsShownAsAWhole) {
+    study->header.orientation.axis[2] = {0, 0, 100};
+    ViewState state;
+    state.setStudy(study);
+    VolumeScene scene;
+    scene.setStudy(*study);
+    for (const double elevation : {0, 12, -12}) {
+        state.setCamera({25, elevation, 1});
+        const qel::Image picture = scene.draw(state, {100, 100});
+        EXPECT_GT(countShown(picture, 50), 0) << elevation;
+        EXPECT_EQ(countShown(picture, 0), 0) << elevation;
+        EXPECT_EQ(countShown(picture, 99), 0) << elevation;
+    }
+}
+
+TEST_F(ViewerPartsTest, AnErrorIsShownAloneIfThereIsNoRoom) {
+    qel::test::addShippedFonts();
+    system().getResourceLocator()->addResourceDirectory(qel::test::sourceDir() + "/resources");
+    system().getTheme()->setDeviceForce(96, 1, 1000, 1000, 1, 1);
+    const std::string text = "Value 12   L 10.0  P 10.0  S 10.0 mm";
+    const qel::SmartPointer<qel::RendererSoftware> flat(new qel::RendererSoftware());
+    const auto lineWith = [&](const std::string& voxel, const std::string& message, bool isError) {
+        StatusBar bar;
+        bar.restyle(qelwidgets::Look::read());
+        bar.setMessage(message, isError);
+        if (!isError) bar.dismissError();
+        return pictureOf(*flat, {200, 30}, [&](const qel::Rect& place) { bar.draw(*flat, place, voxel); });
+    };
+    const qel::Image both = lineWith(text, "a.nii: it is not a file", true);
+    EXPECT_TRUE(areEqual(both, lineWith("", "a.nii: it is not a file", true)));
+    EXPECT_FALSE(areEqual(both, lineWith(text, "", true)));
+    EXPECT_FALSE(areEqual(both, lineWith(text, "Saved a.png", false)));
 }
 
 std::vector<int> pixelsOf(const qel::Image& image) {
@@ -177,13 +226,41 @@ TEST_F(ViewerPartsTest, DistancesAndAnglesAreThoseOfMillimetres) {
 TEST_F(ViewerPartsTest, OldAndUnfinishedMeasurementsAreDropped) {
     ViewState state;
     state.setStudy(study);
-    state.beginMeasurement({Measurement::Kind::Angle, Plane::Axial, 0, {{}, {}}});
-    state.beginMeasurement({Measurement::Kind::Distance, Plane::Axial, 0, {{}, {}}});
+    state.beginPoint(Measurement::Kind::Angle, Plane::Axial, 0, {});
+    state.beginPoint(Measurement::Kind::Distance, Plane::Axial, 0, {});
     EXPECT_THAT(state.measurements, SizeIs(1));
     for (size_t i = 0; i < 2 * ViewState::kMostMeasurements; ++i)
-        state.beginMeasurement({Measurement::Kind::Distance, Plane::Axial, static_cast<int>(i), {{}, {}}});
+        state.beginPoint(Measurement::Kind::Distance, Plane::Axial, static_cast<int>(i), {});
     EXPECT_THAT(state.measurements, SizeIs(ViewState::kMostMeasurements));
     EXPECT_EQ(state.measurements.back().slice, static_cast<int>(2 * ViewState::kMostMeasurements - 1));
+}
+
+TEST_F(ViewerPartsTest, TapsMeasureNothing) {
+    ViewState state;
+    state.setStudy(study);
+    for (const Measurement::Kind kind : {Measurement::Kind::Distance, Measurement::Kind::Angle}) {
+        state.beginPoint(kind, Plane::Axial, 0, {1, 1, 0});
+        state.endPoint();
+        EXPECT_THAT(state.measurements, IsEmpty());
+    }
+    state.beginPoint(Measurement::Kind::Angle, Plane::Axial, 0, {1, 1, 0});
+    state.measurements.back().points.back() = {2, 1, 0};
+    state.endPoint();
+    state.beginPoint(Measurement::Kind::Angle, Plane::Axial, 0, {2, 1, 0});
+    state.endPoint();
+    ASSERT_THAT(state.measurements, SizeIs(1));
+    EXPECT_FALSE(state.measurements.back().isComplete()) << "a leg without a length";
+    state.endPoint();
+    EXPECT_THAT(state.measurements, SizeIs(1)) << "the first leg";
+}
+
+TEST_F(ViewerPartsTest, SmallVoxelsHaveMoreDecimalPlaces) {
+    Orientation& orientation = study->header.orientation;
+    for (int i = 0; i < 3; ++i) orientation.axis[i][i] = 0.02;
+    EXPECT_EQ(positionText(orientation, {1, 2, 3}), "L 0.02  P 0.04  S 0.06 mm");
+    const Measurement distance{Measurement::Kind::Distance, Plane::Axial, 0, {{0, 0, 0}, {3, 0, 0}}};
+    EXPECT_EQ(distance.getText(orientation), "0.06 mm");
+    EXPECT_EQ(millimetreDigits(Orientation()), 1);
 }
 
 TEST_F(ViewerPartsTest, TextsStateValueAndPosition) {
@@ -194,6 +271,24 @@ TEST_F(ViewerPartsTest, TextsStateValueAndPosition) {
     EXPECT_EQ(voxelText(*study, {0, 0, 1.5}), "");
     study->header.orientation.isPatient = false;
     EXPECT_EQ(positionText(study->header.orientation, {-1, 1, 1}), "x -1.0  y 2.0  z 3.0 mm");
+}
+
+TEST_F(ViewerPartsTest, ProblemsAreTranslated) {
+    const qel::SmartPointer<qelwidgets::TextTable> german(new qelwidgets::TextTable());
+    EXPECT_TRUE(german->load("viewer-texts", "de"));
+    system().getResourceLocator()->addResourceProvider(german.get());
+    EXPECT_EQ(problemText("a.nii: it is not a file"), "a.nii: it is not a file");
+    system().setLanguage("de");
+    qel::Object::clearTrCache();
+    const std::pair<const char*, const char*> cases[] = {
+        {"", ""},
+        {"it is not a file: it is not a file", "Das ist keine Datei: Das ist keine Datei"},
+        {"/a/it is a link: its sizes cannot be read", "/a/it is a link: Die Größen sind nicht lesbar"},
+        {"a: its voxels are of a type that is not supported: block",
+         "a: Der Typ der Voxel wird nicht unterstützt: block"},
+        {"cannot write 'a: b.png': No space left on device",
+         "Nicht geschrieben: 'a: b.png': Kein Platz mehr auf dem Datenträger"}};
+    for (const auto& [problem, text] : cases) EXPECT_EQ(problemText(problem), text);
 }
 
 TEST_F(ViewerPartsTest, TextsOfFilesAreShortAndValid) {
@@ -273,7 +368,9 @@ std::vector<std::string> keysOf(const std::string& language) {
     std::vector<std::string> keys;
     std::istringstream lines(qel::test::sourceText("resources/res-viewer/viewer-texts." + language + ".txt"));
     for (std::string line; std::getline(lines, line);)
-        if (line.starts_with("[viewer-") && !line.starts_with("[viewer-material-")) keys.push_back(line);
+        if (line.starts_with("[viewer-") && !line.starts_with("[viewer-material-") &&
+            !line.starts_with("[viewer-problem-"))
+            keys.push_back(line);
     return keys;
 }
 

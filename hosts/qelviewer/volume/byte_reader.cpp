@@ -40,7 +40,9 @@ FileReader::FileReader(const std::string& path, qel::platform::Links links) {
     qel::platform::FileError error =
         qel::platform::openFile(m_file, path.c_str(), qel::platform::OpenMode::Read, links);
     if (!error) error = qel::platform::readStatus(status, m_file);
-    if (error)
+    if (error == std::errc::too_many_symbolic_link_levels && links == qel::platform::Links::Keep)
+        fail("it is a link");
+    else if (error)
         fail(error.message());
     else if (status.kind != qel::platform::FileKind::File)
         fail("it is not a file");

@@ -6,8 +6,10 @@
 #include <bit>
 #include <cmath>
 #include <cstring>
+#include <iterator>
 #include <limits>
 #include <string_view>
+#include <utility>
 
 namespace qelviewer {
 namespace {
@@ -34,6 +36,21 @@ enum Position : size_t {
 
 /// The smallest position of voxels: after the header and four bytes that announce extensions.
 constexpr double kFirstVoxel = 352;
+
+/// Returns the number of a type that is not supported, and what it means if it is known.
+std::string unsupportedType(int number) {
+    constexpr std::pair<int, const char*> kNames[] = {{1, "bits"},
+                                                      {32, "complex numbers"},
+                                                      {128, "colours"},
+                                                      {1536, "128-bit numbers"},
+                                                      {1792, "complex numbers"},
+                                                      {2048, "complex numbers"},
+                                                      {2304, "colours"}};
+    const auto* const known = std::find_if(std::begin(kNames), std::end(kNames),
+                                           [&](const auto& name) { return name.first == number; });
+    const std::string text = "number " + std::to_string(number);
+    return known != std::end(kNames) ? text + ", " + known->second : text;
+}
 
 /// Reads one header.
 class NiftiReader {
@@ -113,7 +130,7 @@ std::string NiftiReader::readShape() {
     const int number = integer(kDatatype), dimensions = integer(kDim);
     m_layout.format = niftiFormat(number);
     if (m_layout.format == nullptr)
-        return "its voxels are of a type that is not supported: number " + std::to_string(number);
+        return "its voxels are of a type that is not supported: " + unsupportedType(number);
     m_header.voxelType = m_layout.format->name;
     if (dimensions < 1 || dimensions > 7) return "its number of dimensions cannot be read";
     for (int i = 0; i < 3; ++i) {

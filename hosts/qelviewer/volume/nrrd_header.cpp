@@ -139,7 +139,8 @@ std::string NrrdReader::readEncoding() {
 }
 
 std::string NrrdReader::readPlace() {
-    if (has("line skip") && field("line skip") != "0") return "it has lines before its voxels";
+    if (has("line skip") && field("line skip") != "0")
+        return "it has lines before its voxels, which is not supported";
     if (has("data file")) {
         m_layout.dataFile = field("data file");
         m_layout.begin = 0;

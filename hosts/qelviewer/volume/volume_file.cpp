@@ -13,6 +13,7 @@
 #include <memory>
 #include <new>
 #include <optional>
+#include <string_view>
 #include <utility>
 
 namespace qelviewer {
@@ -23,6 +24,17 @@ std::string readStart(FileReader& file, size_t most) {
     std::string start(static_cast<size_t>(std::min<qel::uint64>(file.size(), most)), '\0');
     start.resize(file.read(reinterpret_cast<qel::uint8*>(start.data()), start.size()));
     return start;
+}
+
+/// Returns true for a list of files and for a pattern such as "slice%03d.raw 1 9 1".
+bool namesSeveralFiles(std::string_view name) {
+    constexpr std::string_view kDigits = "0123456789";
+    if (name == "LIST" || name.starts_with("LIST ")) return true;
+    for (size_t at = name.find('%'); at != std::string_view::npos; at = name.find('%', at + 1)) {
+        const size_t end = name.find_first_not_of(kDigits, at + 1);
+        if (end != std::string_view::npos && name[end] == 'd') return true;
+    }
+    return false;
 }
 
 /// Loads one file.
@@ -39,7 +51,7 @@ public:
 private:
     std::string readHeader();
     std::string readNifti(std::unique_ptr<ByteReader> reader);
-    std::string openDataFile(std::unique_ptr<FileReader>& file) const;
+    std::string openDataFile(std::unique_ptr<FileReader>& file);
     std::string loadVoxels(const VoxelSource& voxels);
     void setScale(double scale, double bias);
 
@@ -99,7 +111,8 @@ std::string VolumeFile::readNifti(std::unique_ptr<ByteReader> reader) {
     return reader->problem().empty() ? "it is neither an NRRD nor a NIfTI-1 file" : reader->problem();
 }
 
-std::string VolumeFile::openDataFile(std::unique_ptr<FileReader>& file) const {
+std::string VolumeFile::openDataFile(std::unique_ptr<FileReader>& file) {
+    header.dataPath = m_path;
     if (m_layout.dataFile.empty()) {
         file = std::make_unique<FileReader>(m_path);
         return file->problem();
@@ -110,12 +123,11 @@ std::string VolumeFile::openDataFile(std::unique_ptr<FileReader>& file) const {
     // A header must not be able to name any other file of the machine.
     if (name.find('/') != std::string::npos || name.find('\0') != std::string::npos || name == "..")
         return "its data file is not in the same folder";
-    if (name == "LIST" || name.find_first_of(" \t%") != std::string::npos)
-        return "its voxels are in several files, which is not supported";
+    if (namesSeveralFiles(name)) return "its voxels are in several files, which is not supported";
     std::string place;
     if (const auto error = qel::platform::resolvePath(place, m_path.c_str())) return error.message();
-    file = std::make_unique<FileReader>(place.substr(0, place.rfind('/') + 1) + name,
-                                        qel::platform::Links::Keep);
+    header.dataPath = place.substr(0, place.rfind('/') + 1) + name;
+    file = std::make_unique<FileReader>(header.dataPath, qel::platform::Links::Keep);
     return file->problem().empty() ? std::string() : "its data file cannot be read: " + file->problem();
 }
 

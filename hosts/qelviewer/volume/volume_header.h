@@ -14,6 +14,7 @@ namespace qelviewer {
 /// Describes a volume that has been loaded.
 struct VolumeHeader {
     std::string path;        ///< of the file that was opened
+    std::string dataPath;    ///< of the file with the voxels, which may be another one
     std::string format;      ///< "NRRD" or "NIfTI-1"
     qel::IVec3<int> size;    ///< numbers of voxels on the axes, the fastest first
     std::string voxelType;   ///< such as "int16" or "float32"
