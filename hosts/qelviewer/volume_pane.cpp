@@ -123,7 +123,9 @@ void VolumePane::draw(qel::Renderer& renderer, const qel::Rect& place) {
     if (!m_state.study || size.x < 1 || size.y < 1) return;
     const Key key = currentKey(size);
     if (m_scene.getRenderer()->isProgressive()) {
-        if (isOutdated(key) || m_isSmall) system()->delegateRequestFrame();
+        // A picture that was refined after update() was asked for in this frame already.
+        const bool isBehind = !m_isExact && m_scene.getRenderer()->isRefined();
+        if (isOutdated(key) || m_isSmall || isBehind) system()->delegateRequestFrame();
     } else if (isOutdated(key)) {
         m_key = key;
         drawPicture(renderer, size);

@@ -68,6 +68,15 @@ protected:
         qel::Object::discardSingletons(); // the files of fonts
     }
 
+    /// Lets a scene show the study with a material of which all voxels are seen.
+    void show(VolumeScene& scene) const {
+        scene.setStudy(*study);
+        qel::VolumeMaterial material;
+        material.setColorCurve({{-10, {1, 0.2f, 0}}, {40, {0, 1, 1}}});
+        material.setOpacityCurve({{-10, 0}, {40, 0.1f}});
+        scene.setMaterial(material);
+    }
+
     qel::SmartPointer<qel::SoftwareRenderer3D> renderer;
     std::shared_ptr<Study> study;
 };
@@ -100,11 +109,7 @@ TEST_F(ViewerPartsTest, ALargeVolumeBecomesExactWhenItSettles) {
     ViewState state;
     state.setStudy(study);
     VolumeScene scene;
-    scene.setStudy(*study);
-    qel::VolumeMaterial material;
-    material.setColorCurve({{-10, {1, 0.2f, 0}}, {40, {0, 1, 1}}});
-    material.setOpacityCurve({{-10, 0}, {40, 0.1f}});
-    scene.setMaterial(material);
+    show(scene);
     VolumePane pane(state, scene);
     state.zoom = 0.1f; // few pixels take long
     const qel::SmartPointer<qel::RendererSoftware> flat(new qel::RendererSoftware());
@@ -126,6 +131,29 @@ TEST_F(ViewerPartsTest, ALargeVolumeBecomesExactWhenItSettles) {
     pane.update(*flat);
     EXPECT_TRUE(areEqual(pictureOf(pane, *flat, size), exact));
     EXPECT_FALSE(pane.update(*flat)) << "nothing is left to draw";
+}
+
+/// The frame that shows a coarse picture may be drawn after the last pixels have become known.
+TEST_F(ViewerPartsTest, APictureRefinedBeforeItsFrameIsShown) {
+    qel::test::addShippedFonts();
+    ViewState state;
+    state.setStudy(study);
+    VolumeScene scene;
+    show(scene);
+    scene.getRenderer()->setProgressive(true);
+    VolumePane pane(state, scene);
+    const qel::SmartPointer<qel::RendererSoftware> flat(new qel::RendererSoftware());
+    pictureOf(pane, *flat, {100, 80});
+    pane.update(*flat);
+    scene.getRenderer()->waitRefined();
+    int requests = 0;
+    system().delegateRequestFrame.connect([&] { ++requests; });
+    pictureOf(pane, *flat, {100, 80});
+    EXPECT_EQ(requests, 1) << "a coarse picture";
+    pane.update(*flat);
+    pictureOf(pane, *flat, {100, 80});
+    EXPECT_EQ(requests, 1) << "the exact picture";
+    EXPECT_TRUE(pane.isExact());
 }
 
 /// Returns the number of pixels in a row that are not black.
