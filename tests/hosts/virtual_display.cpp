@@ -20,13 +20,14 @@ std::vector<std::string> serverCommand(const std::string& folder) {
             "-r",   "-nocursor",  "-nolisten", "tcp",     "-noreset", "-s",   "0"};
 }
 
-bool showsRow(const std::string& pixels, int y, const Image& picture) {
+/// Returns the first pixel of a row that is not that of a picture, or its width.
+int findDifferenceInRow(const std::string& pixels, int y, const Image& picture) {
     const uint8* expected = picture.getBytePointer(y);
     size_t at = static_cast<size_t>(y) * VirtualDisplay::kWidth * kPixelBytes;
     for (int x = 0; x < picture.getWidth(); ++x, expected += 4, at += kPixelBytes)
         for (size_t i = 0; i < 3; ++i)
-            if (static_cast<uint8>(pixels[at + 2 - i]) != expected[i]) return false;
-    return true;
+            if (static_cast<uint8>(pixels[at + 2 - i]) != expected[i]) return x;
+    return picture.getWidth();
 }
 
 } // namespace
@@ -54,15 +55,15 @@ VirtualDisplay::VirtualDisplay() : m_server(serverCommand(m_folder.path()), m_fo
 }
 
 /// The server keeps its pixels at the end of a file.
-bool VirtualDisplay::shows(const Image& picture, const IVec2<int>& rows) const {
-    if (picture.getWidth() > kWidth || rows.y > kHeight) return false;
+std::optional<IVec2<int>> VirtualDisplay::findDifference(const Image& picture) const {
+    if (picture.getWidth() > kWidth || picture.getHeight() > kHeight) return {{kWidth, kHeight}};
     std::string pixels(kPixelBytes * kWidth * kHeight, '\0');
     std::ifstream file(m_folder.path("Xvfb_screen0"), std::ios::binary);
     file.seekg(-static_cast<std::streamoff>(pixels.size()), std::ios::end);
-    if (!file.read(pixels.data(), static_cast<std::streamsize>(pixels.size()))) return false;
-    for (int y = rows.x; y < rows.y; ++y)
-        if (!showsRow(pixels, y, picture)) return false;
-    return true;
+    if (!file.read(pixels.data(), static_cast<std::streamsize>(pixels.size()))) return {{0, 0}};
+    for (int y = 0; y < picture.getHeight(); ++y)
+        if (const int x = findDifferenceInRow(pixels, y, picture); x < picture.getWidth()) return {{x, y}};
+    return std::nullopt;
 }
 
 } // namespace qel::test

@@ -5,6 +5,7 @@
 #include <tests/hosts/child.h>
 #include <tests/support/scratch_folder.h>
 
+#include <optional>
 #include <string>
 
 namespace qel::test {
@@ -23,9 +24,9 @@ public:
     static VirtualDisplay& shared();
 
     /// Returns true if the display shows @p picture, which is RGBA8 and opaque, at its top left corner.
-    /// @param rows  the rows to compare, up to the one before the second.
-    bool shows(const Image& picture, const IVec2<int>& rows) const;
-    bool shows(const Image& picture) const { return shows(picture, {0, picture.getHeight()}); }
+    bool shows(const Image& picture) const { return !findDifference(picture); }
+    /// Returns a pixel of the display that is not that of such a picture, or nothing.
+    std::optional<IVec2<int>> findDifference(const Image& picture) const;
 
 private:
     VirtualDisplay();
