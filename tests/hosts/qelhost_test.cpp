@@ -74,11 +74,6 @@ TEST_F(HostTest, TheStatusReportsHowTheScriptsEnded) {
     }
 }
 
-TEST_F(HostTest, AFailedScriptLetsTheOthersEnd) {
-    folder.write("plugins/b/main.sq", "std[\"yield\"](); host.print(\"b ends\")");
-    EXPECT_THAT(runPlugin("throw \"lost\"").out, HasSubstr("b ends\n"));
-}
-
 TEST_F(HostTest, AFolderOfPluginsThatCannotBeReadIsAnError) {
     // The host's own default, as the build tree has no plugins beside the program.
     const HostRun host = run({});
@@ -123,12 +118,6 @@ TEST_F(HostTest, OutputThatIsClosedFromTheStartReachesNoFile) {
     EXPECT_EQ(host.status, 1);
     EXPECT_EQ(host.error, "qelhost: cannot write to standard output: Bad file descriptor\n");
     EXPECT_EQ(folder.read("own"), "");
-}
-
-TEST_F(HostTest, TheHelpIsCheckedToo) {
-    const HostRun host = runProgram(folder, {"/bin/sh", "-c", "\"$0\" --help >/dev/full", QELHOST_PROGRAM});
-    EXPECT_EQ(host.status, 1);
-    EXPECT_EQ(host.error, "qelhost: cannot write to standard output: No space left on device\n");
 }
 
 // --- interrupt -----------------------------------------------------------------------------------------

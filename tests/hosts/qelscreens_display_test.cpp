@@ -12,28 +12,7 @@ using namespace testing;
 class QelscreensDisplay : public DisplayFixture {
 protected:
     QelscreensDisplay() : DisplayFixture("qelscreens", screensCommand()) {}
-
-    /// Waits until frames are drawn without input.
-    bool awaitMovement() {
-        for (int i = 0; i < kMostLooks; ++i) {
-            const int before = frames();
-            host->writeLine("wait 300");
-            if (frames() > before + 3) return true;
-        }
-        return false;
-    }
-    /// Returns the number of frames drawn so far.
-    int frames() { return stateNumber("frames"); }
 };
-
-TEST_F(QelscreensDisplay, FillsTheDisplayAndIsClosed) {
-    const Image page = pictureAfter("", {"--page", "4"});
-    open({"--page", "4"});
-    EXPECT_TRUE(awaitPicture(page));
-    host->closeInput();
-    act({"wmctrl", "-c", "qelscreens"});
-    EXPECT_EQ(host->finish(), 0) << host->getOutput();
-}
 
 TEST_F(QelscreensDisplay, KeysTurnPagesAndChangeTheScale) {
     const Image page = pictureAfter("", {"--page", "2"});
@@ -49,21 +28,14 @@ TEST_F(QelscreensDisplay, KeysTurnPagesAndChangeTheScale) {
     EXPECT_EQ(host->finish(), 0) << host->getOutput();
 }
 
-TEST_F(QelscreensDisplay, TheMouseHoversPressesAndScrolls) {
+TEST_F(QelscreensDisplay, TheMouseHoversAndScrolls) {
     const std::string hover = "move 5 590\nmove 400 300\n";
     const Image hovered = pictureAfter(hover, {"--page", "5"});
-    const std::string press = hover + "press 400 300 right\nmove 300 250\n";
-    const Image pressed = pictureAfter(press, {"--page", "5"});
-    const Image released = pictureAfter(press + "release 300 250 right\n", {"--page", "5"});
     const Image actors = pictureAfter("", {"--page", "2"});
     const Image scrolled = pictureAfter(hover + "wheel 400 300 -1\n", {"--page", "2"});
     open({"--page", "5"});
     act({"xdotool", "mousemove", "400", "300"});
     EXPECT_TRUE(awaitPicture(hovered));
-    act({"xdotool", "mousedown", "3", "mousemove", "300", "250"});
-    EXPECT_TRUE(awaitPicture(pressed));
-    act({"xdotool", "mouseup", "3"});
-    EXPECT_TRUE(awaitPicture(released));
     act({"xdotool", "key", "Left", "Left", "Left"});
     EXPECT_TRUE(awaitPicture(actors));
     act({"xdotool", "click", "5"});
@@ -120,41 +92,6 @@ TEST_F(QelscreensDisplay, AResizedWindowKeepsTheScale) {
     actOnWindow({"windowsize", "700", "500"});
     EXPECT_TRUE(awaitState("size=700x500"));
     EXPECT_TRUE(awaitPicture(small));
-}
-
-TEST_F(QelscreensDisplay, AMinimisedWindowIsRestored) {
-    const Image page = pictureAfter("", {"--page", "4"});
-    open({"--page", "4"});
-    ASSERT_TRUE(awaitPicture(page));
-    actOnWindow({"windowminimize"});
-    EXPECT_TRUE(until([&] { return !display->shows(page); }, {"true"}));
-    actOnWindow({"windowmap", "windowactivate"});
-    EXPECT_TRUE(awaitPicture(page));
-}
-
-/// Window managers unmap a window to minimise it.
-TEST_F(QelscreensDisplay, AHiddenWindowDrawsNothing) {
-    const Image page = pictureAfter("", {"--page", "4"});
-    start({"--page", "1"});
-    ASSERT_TRUE(awaitMovement()) << "the marquee does not move";
-    actOnWindow({"windowunmap"});
-    ASSERT_TRUE(awaitState("visible=0"));
-    const int hidden = frames();
-    host->writeLine("wait 1500");
-    EXPECT_EQ(frames(), hidden);
-    actOnWindow({"windowmap", "windowfocus"});
-    EXPECT_TRUE(awaitState("visible=1"));
-    ASSERT_TRUE(awaitKeyboard());
-    act({"xdotool", "key", "Right", "Right", "Right"});
-    EXPECT_TRUE(awaitPicture(page));
-}
-
-TEST_F(QelscreensDisplay, NothingIsDrawnWhileNothingMoves) {
-    open({"--page", "4"});
-    ASSERT_TRUE(awaitStandstill());
-    const int before = frames();
-    host->writeLine("wait 1000");
-    EXPECT_EQ(frames(), before);
 }
 
 TEST_F(QelscreensDisplay, AnInterruptEndsTheProgram) {

@@ -61,14 +61,12 @@ TEST_F(ServerTest, QelcallReportsWrongCommandLinesAndAMissingServer) {
         EXPECT_EQ(shell(std::string("qelcall ") + wrong).status, 2) << wrong;
 }
 
-TEST_F(ServerTest, CallsWithWrongArgumentsHaveNoResult) {
+TEST_F(ServerTest, QelcallReportsARefusal) {
     start({"--memory", "--workers", "0"});
-    for (const char* arguments : {"[]", "[{\"/a\":\"/b\"}]", "[\"hash\"]", "[\"hash\", []]",
-                                  "[\"hash\", [1]]", "[[\"/etc/hostname\"], \"hash\"]"}) {
-        EXPECT_EQ(call("jobs.submit", arguments), "null") << arguments;
-    }
-    EXPECT_EQ(call("jobs.state", inList(std::string(64, '0'))), "null");
-    EXPECT_THAT(call("jobs.list"), HasSubstr("\"jobs\": []"));
+    const HostRun run = shell("qelcall missing");
+    EXPECT_EQ(run.out, "");
+    EXPECT_EQ(run.error, "qelcall: Method not found\n");
+    EXPECT_EQ(run.status, 1);
 }
 
 TEST_F(ServerTest, AnAcknowledgedJobSurvivesAKilledServer) {
@@ -117,24 +115,12 @@ TEST_F(ServerTest, AFileOfAnotherKindIsNotChanged) {
     EXPECT_EQ(folder.read("records.store"), "not a store");
 }
 
-TEST_F(ServerTest, AWorkerProgramThatDoesNotExistIsRefused) {
-    EXPECT_EQ(shell("\"" QELSERVER_PROGRAM "\" --worker /$(printf %5000s x | tr ' ' y)").status, 2);
-}
-
 TEST_F(ServerTest, ItFailsIfTheLastChangesCannotBeStored) {
     start({"--workers", "0"});
     fillDisk();
     call("server.shutdown");
     EXPECT_EQ(stop(0), 1);
     EXPECT_THAT(output(), HasSubstr("the last changes could not be stored: "));
-}
-
-TEST_F(ServerTest, ItFailsIfItsOutputIsLost) {
-    const HostRun run =
-        shell("\"" QELSERVER_PROGRAM "\" --socket socket --memory --workers 0 >/dev/full & server=$!\n"
-              "until qelcall server.shutdown 2>/dev/null >shutdown.txt; do :; done; wait $server");
-    EXPECT_EQ(run.status, 1);
-    EXPECT_THAT(run.error, HasSubstr("qelserver: cannot write to standard output: "));
 }
 
 /// Lines that begin with "$ " are commands, and the others are their output. "…" matches any part of a line.

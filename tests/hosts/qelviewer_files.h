@@ -54,7 +54,6 @@ struct NiftiFile {
     float voxOffset = 352;
     float slope = 0, intercept = 0;
     char units = 2;
-    std::string description;
     int qform = 0, sform = 0;
     std::array<float, 3> quaternion{}, offset{};
     std::array<std::array<float, 4>, 3> rows{};
@@ -78,7 +77,6 @@ struct NiftiFile {
         put(112, real(slope));
         put(116, real(intercept));
         put(123, std::string(1, units));
-        put(148, description);
         put(252, integer(qform));
         put(254, integer(sform));
         for (size_t i = 0; i < 3; ++i) put(256 + 4 * i, real(quaternion[i]));

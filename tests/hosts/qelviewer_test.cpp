@@ -15,16 +15,6 @@ using QelviewerTest = QelviewerFixture;
 constexpr IVec2<int> kAxial{90, 148}, kCoronal{90, 302}, kSagittal{270, 302}, kVolume{270, 148};
 constexpr int kQuarter = 38; // of the shown volume, in pixels
 
-TEST_F(QelviewerTest, WritesTheSamePictureEachTime) {
-    const HostRun run = show("octant.nrrd");
-    ASSERT_EQ(run.status, 0) << run;
-    EXPECT_EQ(run.error, "");
-    EXPECT_EQ(load("a.png").getSize(), IVec2<int>(600, 400));
-    const std::string first = folder.read("a.png");
-    ASSERT_EQ(show("octant.nrrd").status, 0);
-    EXPECT_EQ(folder.read("a.png"), first);
-}
-
 TEST_F(QelviewerTest, PicturesOfTheDocumentationAreCurrent) {
     const std::vector<std::string> sample{"--sample", "sample/head.nrrd", "--size", "1280x860"};
     std::vector<std::string> pages = sample;
@@ -61,37 +51,23 @@ TEST_F(QelviewerTest, SlicesLieAsInRadiology) {
     }
 }
 
-TEST_F(QelviewerTest, TheVolumeIsSeenFromTheFront) {
-    const HostRun run = show("octant.nrrd", {"--camera", "0,0", "--material", "sample SKULL"});
-    ASSERT_EQ(run.status, 0) << run;
-    EXPECT_GT(redAt("a.png", kVolume.x + 20, kVolume.y - 20), 100);
-    EXPECT_EQ(redAt("a.png", kVolume.x - 20, kVolume.y - 20), 0);
-    EXPECT_EQ(redAt("a.png", kVolume.x + 20, kVolume.y + 20), 0);
-}
-
-TEST_F(QelviewerTest, TheCameraMovesToTheLeftAndUp) {
-    const std::vector<std::string> material{"--material", "sample skull", "--camera"};
-    const auto brightAt = [&](const char* camera, int right, int up) {
-        std::vector<std::string> arguments = material;
-        arguments.emplace_back(camera);
-        EXPECT_EQ(show("octant.nrrd", arguments).status, 0);
-        return redAt("a.png", kVolume.x + right, kVolume.y - up) > 0;
-    };
-    EXPECT_TRUE(brightAt("90,0", -20, 20)) << "from the left, the front is on the left";
-    EXPECT_FALSE(brightAt("90,0", 26, 20));
-    EXPECT_TRUE(brightAt("0,90", 20, -12)) << "from above, the front is at the bottom";
-    EXPECT_FALSE(brightAt("0,90", 20, 26));
+TEST_F(QelviewerTest, TheCameraMovesFromTheFrontToTheLeftAndUp) {
+    const struct {
+        const char* camera;
+        IVec2<int> bright, dark; ///< places right of the middle and above it
+    } cases[] = {{"0,0", {20, 20}, {-20, 20}}, {"90,0", {-20, 20}, {26, 20}}, {"0,90", {20, -12}, {20, 26}}};
+    for (const auto& [camera, bright, dark] : cases) {
+        ASSERT_EQ(show("octant.nrrd", {"--material", "sample skull", "--camera", camera}).status, 0);
+        EXPECT_GT(redAt("a.png", kVolume.x + bright.x, kVolume.y - bright.y), 0) << camera;
+        EXPECT_EQ(redAt("a.png", kVolume.x + dark.x, kVolume.y - dark.y), 0) << camera;
+    }
 }
 
 TEST_F(QelviewerTest, TheWindowDecidesTheGreys) {
     const struct {
         const char* window;
         int bright, dark;
-    } cases[] = {{"0,4000", 191, 64},
-                 {"1000,2000", 128, 0},
-                 {"-1000,10", 255, 128},
-                 {"0.5,1e9", 128, 127},
-                 {"0,1e308", 128, 127}};
+    } cases[] = {{"0,4000", 191, 64}, {"1000,2000", 128, 0}, {"0,1e308", 128, 127}};
     for (const auto& [window, bright, dark] : cases) {
         ASSERT_EQ(show("octant.nrrd", {"--window", window}).status, 0);
         EXPECT_NEAR(redAt("a.png", kAxial.x + kQuarter, kAxial.y - kQuarter), bright, 1) << window;
@@ -114,14 +90,6 @@ TEST_F(QelviewerTest, KeysShowPagesAndUndoThemselves) {
         EXPECT_FALSE(showTheSame("all.png", other)) << other;
 }
 
-TEST_F(QelviewerTest, PagesAndLanguagesEqualTheirOptions) {
-    ASSERT_EQ(play("key f2\nframe slices.png\nkey l\nframe german.png\n", {"octant.nrrd"}).status, 0);
-    ASSERT_EQ(show("octant.nrrd", {"--page", "slices"}).status, 0);
-    EXPECT_TRUE(showTheSame("slices.png", "a.png"));
-    ASSERT_EQ(show("octant.nrrd", {"--page", "slices", "--language", "de"}).status, 0);
-    EXPECT_TRUE(showTheSame("german.png", "a.png"));
-}
-
 TEST_F(QelviewerTest, SlicesAreScrolledAndTheCrosshairLinksThem) {
     const HostRun run = play("frame a.png\nmove 90 122\nkey down\nframe down.png\nkey up\nframe up.png\n"
                              "wheel 90 122 -1\nframe wheel.png\nmove 3 3\n"
@@ -132,18 +100,6 @@ TEST_F(QelviewerTest, SlicesAreScrolledAndTheCrosshairLinksThem) {
     EXPECT_FALSE(showTheSame("down.png", "up.png"));
     EXPECT_EQ(redAt("moved.png", kSagittal.x + kQuarter, kSagittal.y - kQuarter), 0);
     EXPECT_FALSE(showTheSame("moved.png", "a.png"));
-}
-
-TEST_F(QelviewerTest, TheEndOfADragChangesNothing) {
-    const HostRun run =
-        play("key z\npress 90 148 right\nmove 120 130\nframe held.png\nrelease 120 130 right\n"
-             "frame released.png\npress 90 148 middle\nmove 100 140\nframe panned.png\n"
-             "release 100 140 middle\nframe kept.png\n",
-             {"octant.nrrd"});
-    ASSERT_EQ(run.status, 0) << run;
-    EXPECT_TRUE(showTheSame("held.png", "released.png"));
-    EXPECT_TRUE(showTheSame("panned.png", "kept.png"));
-    EXPECT_FALSE(showTheSame("released.png", "panned.png"));
 }
 
 TEST_F(QelviewerTest, EachToolChangesThePicture) {
@@ -160,27 +116,6 @@ TEST_F(QelviewerTest, EachToolChangesThePicture) {
         EXPECT_FALSE(showTheSame(frames[i - 1], frames[i])) << frames[i];
 }
 
-/// Returns the number of yellow pixels in a part of a picture.
-int countYellow(const Image& picture, const IVec4<int>& part) {
-    int count = 0;
-    for (int y = part.y; y < part.w; ++y)
-        for (int x = part.x; x < part.z; ++x) {
-            const uint8* const pixel = picture.getBytePointer(y) + x * 4;
-            count += pixel[0] > 200 && pixel[2] < 120;
-        }
-    return count;
-}
-
-TEST_F(QelviewerTest, ResultsAreDrawnWithinThePane) {
-    const HostRun run = play("key d\npress 160 100 left\nmove 160 140\nrelease 160 140 left\nframe edge.png\n"
-                             "key delete\npress 50 190 left\nmove 80 224\nrelease 80 224 left\n"
-                             "frame bottom.png\n",
-                             {"octant.nrrd"});
-    ASSERT_EQ(run.status, 0) << run;
-    EXPECT_GT(countYellow(load("edge.png"), {130, 142, 155, 158}), 40) << "left of the edge";
-    EXPECT_GT(countYellow(load("bottom.png"), {88, 205, 120, 222}), 40) << "above the edge";
-}
-
 TEST_F(QelviewerTest, TheVolumeIsTurnedZoomedAndReset) {
     const HostRun run = play("frame a.png\npress 270 122 left\nmove 290 122\nmove 300 110\nframe held.png\n"
                              "release 300 110 left\nmove 3 3\nframe turned.png\nwheel 270 122 2\nmove 3 3\n"
@@ -193,39 +128,12 @@ TEST_F(QelviewerTest, TheVolumeIsTurnedZoomedAndReset) {
     EXPECT_FALSE(showTheSame("a.png", "material.png"));
 }
 
-TEST_F(QelviewerTest, TwoTapsEnlargeAPane) {
-    const std::string tap = "press 60 100 left\nrelease 60 100 left\n";
-    const HostRun run = play(tap + "move 3 3\nframe a.png\nwait 1000\n" + tap + "wait 50\n" + tap +
-                                 "move 3 3\nframe large.png\nwait 1000\n" + tap + "wait 50\n" + tap +
-                                 "move 3 3\nframe small.png\n",
-                             {"octant.nrrd", "--page", "slices"});
-    ASSERT_EQ(run.status, 0) << run;
-    EXPECT_FALSE(showTheSame("a.png", "large.png"));
-    EXPECT_TRUE(showTheSame("a.png", "small.png"));
-}
-
 TEST_F(QelviewerTest, WritesEachPageWithoutADisplay) {
     const HostRun run = this->run({"octant.nrrd", "--frames", "new/pages"});
     ASSERT_EQ(run.status, 0) << run;
     EXPECT_EQ(run.out, "new/pages/slices.png\nnew/pages/volume.png\nnew/pages/all.png\n");
-    for (const char* const page : {"slices", "volume", "all"}) {
-        ASSERT_EQ(show("octant.nrrd", {"--page", page}).status, 0);
-        EXPECT_TRUE(showTheSame("a.png", "new/pages/" + std::string(page) + ".png")) << page;
-    }
-}
-
-TEST_F(QelviewerTest, WritesAPictureAndAllPages) {
-    const HostRun run = show("octant.nrrd", {"--page", "slices", "--frames", "pages"});
-    ASSERT_EQ(run.status, 0) << run;
-    EXPECT_TRUE(showTheSame("a.png", "pages/slices.png"));
-    EXPECT_TRUE(folder.has("pages/all.png"));
-}
-
-TEST_F(QelviewerTest, ThePictureIsSavedByAKey) {
-    const HostRun run = play("frame a.png\nkey s\nkey s\n", {"octant.nrrd", "--page", "slices"});
-    ASSERT_EQ(run.status, 0) << run;
-    EXPECT_TRUE(showTheSame("a.png", "qelviewer-0001.png"));
-    EXPECT_TRUE(folder.has("qelviewer-0002.png"));
+    ASSERT_EQ(show("octant.nrrd", {"--page", "slices"}).status, 0);
+    EXPECT_TRUE(showTheSame("a.png", "new/pages/slices.png"));
 }
 
 TEST_F(QelviewerTest, SavedPicturesReplaceNothing) {
@@ -237,66 +145,11 @@ TEST_F(QelviewerTest, SavedPicturesReplaceNothing) {
     EXPECT_TRUE(folder.has("qelviewer-0003.png"));
 }
 
-TEST_F(QelviewerTest, TheSampleIsShownEvenIfItCannotBeKept) {
-    folder.write("home", "not a folder");
-    ASSERT_EQ(run({"--sample", "head.nrrd", "--page", "slices", "--screenshot", "kept.png"}).status, 0);
-    std::vector<std::string> words{"env", "-u", "XDG_DATA_HOME", "HOME=" + folder.path("home")};
-    for (const std::string& word : command({"--page", "slices", "--screenshot", "a.png"}))
-        words.push_back(word);
-    const HostRun unkept = runProgram(folder, words);
-    EXPECT_EQ(unkept.status, 0) << unkept;
-    EXPECT_THAT(unkept.error, HasSubstr("the sample volume is not kept: cannot create the folder"));
-    EXPECT_TRUE(showTheSame("a.png", "kept.png"));
-    const HostRun refused = run({"--sample", "home/head.nrrd", "--screenshot", "b.png"});
-    EXPECT_EQ(refused.status, 1);
-    EXPECT_THAT(refused.error, HasSubstr("home"));
-}
-
-TEST_F(QelviewerTest, TheHelpIsScrolledUntilATapClosesIt) {
-    const std::string open = "frame page.png\nkey f1\nwait 200\nframe help.png\n";
-    const HostRun run =
-        play(open + "wheel 90 122 -1\nframe wheel.png\nkey up\nframe top.png\npress 90 122 left\nmove 90 74\n"
-                    "release 90 74 left\nframe dragged.png\nkey up\nkey pagedown\nkey pagedown\n"
-                    "key pagedown\nkey pagedown\nframe end.png\nkey down\nframe still.png\n"
-                    "press 90 122 left\nrelease 90 122 left\nmove 3 3\nframe closed.png\n",
-             {"octant.nrrd"});
-    ASSERT_EQ(run.status, 0) << run;
-    const std::pair<const char*, const char*> equal[] = {{"help.png", "top.png"},
-                                                         {"wheel.png", "dragged.png"},
-                                                         {"end.png", "still.png"},
-                                                         {"page.png", "closed.png"}};
-    for (const auto& [first, second] : equal) EXPECT_TRUE(showTheSame(first, second)) << second;
-    EXPECT_FALSE(showTheSame("help.png", "wheel.png"));
-    EXPECT_FALSE(showTheSame("wheel.png", "end.png"));
-}
-
-TEST_F(QelviewerTest, ANarrowToolbarContinuesBelow) {
-    // The button "Help" is the last one: on the first row of a wide window, and below it in a narrow one.
-    const HostRun run =
-        play("size 800 400\nwait 500\nmove 3 3\nframe wide.png\n"
-             "press 775 18 left\nrelease 775 18 left\nmove 3 3\nframe opened.png\nkey escape\n"
-             "size 420 400\nwait 500\nframe narrow.png\n"
-             "press 170 52 left\nrelease 170 52 left\nmove 3 3\nframe help.png\n",
-             {"octant.nrrd"});
-    ASSERT_EQ(run.status, 0) << run;
-    EXPECT_FALSE(showTheSame("wide.png", "opened.png"));
-    EXPECT_FALSE(showTheSame("narrow.png", "help.png"));
-}
-
 TEST_F(QelviewerTest, SmallWindowsAndLargeTextsAreDrawn) {
     for (const char* const size : {"1x1", "40x30", "300x200"})
         for (const char* const scale : {"50", "400"})
             EXPECT_EQ(show("octant.nrrd", {"--size", size, "--scale", scale}).status, 0)
                 << size << " " << scale;
-}
-
-TEST_F(QelviewerTest, LargeTextsStayInTheirButtons) {
-    ASSERT_EQ(show("octant.nrrd", {"--size", "640x480", "--scale", "200", "--language", "de"}).status, 0);
-    const Image picture = load("a.png");
-    int bright = 0;
-    for (int y = 300; y < 430; ++y)
-        for (int x = 615; x < 630; ++x) bright += picture.getBytePointer(y)[x * 4] > 150;
-    EXPECT_EQ(bright, 0) << "between the buttons and the edge of the card";
 }
 
 TEST_F(QelviewerTest, ExtremeVolumesAreDrawnAndHandled) {
@@ -318,11 +171,7 @@ TEST_F(QelviewerTest, ExtremeVolumesAreDrawnAndHandled) {
 
 TEST_F(QelviewerTest, WhatCannotBeReadIsReported) {
     folder.write("empty.nrrd", "");
-    folder.write("text.nrrd", "This is no volume.\n");
-    folder.write("huge.nrrd",
-                 "NRRD0004\ntype: short\ndimension: 3\nsizes: 30000 30000 30000\nencoding: raw\n\nabc");
-    folder.makeFolder("folder.nrrd");
-    for (const char* const path : {"missing.nrrd", "empty.nrrd", "text.nrrd", "huge.nrrd", "folder.nrrd"}) {
+    for (const char* const path : {"missing.nrrd", "empty.nrrd"}) {
         const HostRun run = show(path);
         EXPECT_EQ(run.status, 1) << path;
         EXPECT_THAT(run.error, HasSubstr(path));
@@ -375,33 +224,12 @@ TEST_F(QelviewerTest, ADamagedSampleIsComputedAgain) {
     EXPECT_TRUE(folder.has(sample));
 }
 
-TEST_F(QelviewerTest, PicturesThatCannotBeWrittenAreReported) {
-    for (const char* const path : {"/dev/full", "missing/a.png"}) {
-        const HostRun run = this->run({"octant.nrrd", "--page", "slices", "--screenshot", path});
-        EXPECT_EQ(run.status, 1) << path;
-        EXPECT_THAT(run.error, HasSubstr(path));
-    }
-}
-
-TEST_F(QelviewerTest, AnUnknownMaterialIsReported) {
-    const HostRun run = show("octant.nrrd", {"--material", "Stone"});
-    EXPECT_EQ(run.status, 1);
-    EXPECT_THAT(run.error, HasSubstr("there is no material 'Stone'"));
-}
-
 TEST_F(QelviewerTest, WrongArgumentsAreReported) {
     const std::pair<std::vector<std::string>, const char*> cases[] = {
         {{"--size", "0x5"}, "not a size such as 800x600: '0x5'"},
-        {{"--size", "99999x5"}, "not a size such as 800x600: '99999x5'"},
-        {{"--size", "5"}, "not a size such as 800x600: '5'"},
         {{"--page", "help"}, "not a page: 'help'"},
-        {{"--window", "1"}, "not a centre and a width above 0"},
         {{"--window", "1,0"}, "not a centre and a width above 0"},
-        {{"--window", "nan,1"}, "not a centre and a width above 0"},
-        {{"--camera", "1"}, "not two angles and a zoom"},
         {{"--camera", "1,2,0"}, "not two angles and a zoom"},
-        {{"--camera", "1,2,3,4"}, "not two angles and a zoom"},
-        {{""}, "the path of the volume is empty"},
         {{"a.nrrd", "b.nrrd"}, "unknown argument 'b.nrrd'"},
     };
     for (const auto& [arguments, problem] : cases) {

@@ -4,7 +4,6 @@
 
 #include <tests/hosts/qelviewer_files.h>
 #include <tests/support/failing_files.h>
-#include <tests/support/log_capture.h>
 #include <tests/support/scratch_folder.h>
 #include <tests/support/source_dir.h>
 #include <tests/support/system_fixture.h>
@@ -88,78 +87,43 @@ protected:
 /// A type of voxels, in the words of the formats.
 struct TypeCase {
     const char* name;
-    std::vector<const char*> nrrdNames;
+    const char* nrrdName; ///< one of its names
     int niftiNumber;
     std::string (*bytes)(const std::vector<double>&, bool isBigEndian);
     double smallest, largest; ///< values that the type has
 };
 
 const TypeCase kTypes[] = {
-    {"int8", {"signed char", "int8", "int8_t"}, 256, &voxelBytes<int8>, -128, 127},
-    {"uint8", {"uchar", "unsigned char", "uint8", "uint8_t"}, 2, &voxelBytes<uint8>, 0, 255},
-    {"int16",
-     {"short", "short int", "signed short", "signed short int", "int16", "int16_t"},
-     4,
-     &voxelBytes<int16>,
-     -32768,
-     32767},
-    {"uint16",
-     {"ushort", "unsigned short", "unsigned short int", "uint16", "uint16_t"},
-     512,
-     &voxelBytes<uint16>,
-     0,
-     65535},
-    {"int32", {"int", "signed int", "int32", "int32_t"}, 8, &voxelBytes<int32>, -2147483648.0, -2147423648.0},
-    {"uint32", {"uint", "unsigned int", "uint32", "uint32_t"}, 768, &voxelBytes<uint32>, 0, 65535},
-    {"int64",
-     {"longlong", "long long", "long long int", "signed long long", "signed long long int", "int64",
-      "int64_t"},
-     1024,
-     &voxelBytes<int64>,
-     -9223372036854775808.0,
-     9223372036854774784.0},
-    {"uint64",
-     {"ulonglong", "unsigned long long", "unsigned long long int", "uint64", "uint64_t"},
-     1280,
-     &voxelBytes<uint64>,
-     0,
-     18446744073709549568.0},
-    {"float32", {"float"}, 16, &voxelBytes<float>, -0.25, 0.75},
-    {"float64", {"double"}, 64, &voxelBytes<double>, -1e300, 1.5e300},
+    {"int8", "signed char", 256, &voxelBytes<int8>, -128, 127},
+    {"uint8", "uint8_t", 2, &voxelBytes<uint8>, 0, 255},
+    {"int16", "short", 4, &voxelBytes<int16>, -32768, 32767},
+    {"uint16", "unsigned short", 512, &voxelBytes<uint16>, 0, 65535},
+    {"int32", "int", 8, &voxelBytes<int32>, -2147483648.0, -2147423648.0},
+    {"uint32", "uint32", 768, &voxelBytes<uint32>, 0, 65535},
+    {"int64", "longlong", 1024, &voxelBytes<int64>, -9223372036854775808.0, 9223372036854774784.0},
+    {"uint64", "unsigned long long int", 1280, &voxelBytes<uint64>, 0, 18446744073709549568.0},
+    {"float32", "float", 16, &voxelBytes<float>, -0.25, 0.75},
+    {"float64", "double", 64, &voxelBytes<double>, -1e300, 1.5e300},
 };
 
-TEST_F(VolumeFileTest, LoadsAllTypesOfNrrdInBothByteOrders) {
-    for (const TypeCase& type : kTypes) {
-        for (const char* const name : type.nrrdNames) {
-            SCOPED_TRACE(name);
-            EXPECT_EQ(load(nrrd(name) + "\n" + type.bytes(kOneToEight, false)), "");
-            EXPECT_EQ(values(), kOneToEight);
-            EXPECT_EQ(header.voxelType, type.name);
-            EXPECT_EQ(load(nrrd(name, "endian: big\n") + "\n" + type.bytes(kOneToEight, true)), "");
-            EXPECT_EQ(values(), kOneToEight);
-        }
-    }
-    EXPECT_EQ(header.format, "NRRD");
-    EXPECT_EQ(header.size, IVec3<int>(2, 2, 2));
-    EXPECT_EQ(progress.share, 1);
-}
-
-TEST_F(VolumeFileTest, LoadsAllTypesOfNiftiInBothByteOrders) {
+TEST_F(VolumeFileTest, LoadsAllTypesInBothByteOrders) {
     for (const TypeCase& type : kTypes) {
         for (const bool isBigEndian : {false, true}) {
             SCOPED_TRACE(type.name);
+            const std::string voxels = type.bytes(kOneToEight, isBigEndian);
             NiftiFile file;
             file.isBigEndian = isBigEndian;
             file.datatype = type.niftiNumber;
-            const std::string bytes = file.bytes(type.bytes(kOneToEight, isBigEndian));
-            EXPECT_EQ(load(bytes, "v.nii"), "");
-            EXPECT_EQ(values(), kOneToEight);
-            EXPECT_EQ(header.voxelType, type.name);
-            EXPECT_EQ(load(gzip(bytes), "v.nii.gz"), "");
-            EXPECT_EQ(values(), kOneToEight);
+            const std::string order = isBigEndian ? "endian: big\n" : "";
+            for (const std::string& content :
+                 {nrrd(type.nrrdName, order) + "\n" + voxels, file.bytes(voxels), gzip(file.bytes(voxels))}) {
+                EXPECT_EQ(load(content), "");
+                EXPECT_EQ(values(), kOneToEight);
+                EXPECT_EQ(header.voxelType, type.name);
+            }
         }
     }
-    EXPECT_EQ(header.format, "NIfTI-1");
+    EXPECT_EQ(progress.share, 1);
 }
 
 TEST_F(VolumeFileTest, KeepsTheEndsOfEachRange) {
@@ -167,19 +131,13 @@ TEST_F(VolumeFileTest, KeepsTheEndsOfEachRange) {
         SCOPED_TRACE(type.name);
         std::vector<double> ends = {type.smallest, type.largest};
         ends.resize(8, type.smallest);
-        EXPECT_EQ(load(nrrd(type.nrrdNames[0]) + "\n" + type.bytes(ends, false)), "");
+        EXPECT_EQ(load(nrrd(type.nrrdName) + "\n" + type.bytes(ends, false)), "");
         const double largest = static_cast<double>(std::numeric_limits<float>::max());
         EXPECT_NEAR(value(0, 0, 0), std::max(type.smallest, -largest), std::abs(type.smallest) * 1e-7);
         if (type.largest < largest) {
             EXPECT_NEAR(value(1, 0, 0), type.largest, (type.largest - type.smallest) * 1e-7);
         }
     }
-}
-
-TEST_F(VolumeFileTest, SpreadsFractionsOverAllSteps) {
-    const std::vector<double> fractions = {0, 0.001, 0.25, 0.5, 0.75, 0.9, 0.999, 1};
-    ASSERT_EQ(load(nrrd("float") + "\n" + voxelBytes<float>(fractions)), "");
-    for (size_t i = 0; i < 8; ++i) EXPECT_NEAR(values()[i], fractions[i], 0.6 / 65535) << i;
 }
 
 TEST_F(VolumeFileTest, NumbersThatAreNotFiniteBecomeTheEndsOfTheRange) {
@@ -229,37 +187,16 @@ TEST_F(VolumeFileTest, ReadsTheOrientationOfNrrd) {
          {{{0, 2, 0}, {-1, 0, 0}, {0, 0, 4}, {5, 6, 7}}},
          true},
         {"RAS", "space: RAS\n" + directions, {{{0, -2, 0}, {1, 0, 0}, {0, 0, 4}, {-5, -6, 7}}}, true},
-        {"LAS",
-         "space: Left-Anterior-Superior\n" + directions,
-         {{{0, -2, 0}, {-1, 0, 0}, {0, 0, 4}, {5, -6, 7}}},
-         true},
-        {"other",
-         "space: scanner-xyz\n" + directions,
-         {{{0, 2, 0}, {-1, 0, 0}, {0, 0, 4}, {5, 6, 7}}},
-         false},
         {"no space", directions, {{{0, 2, 0}, {-1, 0, 0}, {0, 0, 4}, {5, 6, 7}}}, false},
         {"units",
          "space: LPS\nspace units: \"cm\" \"mm\" \"um\"\n" + directions,
          {{{0, 2, 0}, {-10, 0, 0}, {0, 0, 0.004}, {50, 6, 0.007}}},
          true},
-        {"spaces",
-         "space: LPS\nspace directions: (1, 0, 0)  ( 0,1 ,0) (0,0,+1)\n",
-         {{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {}}},
-         true},
         {"spacings", "spacings: 0.5 nan -3\n", {{{0.5, 0, 0}, {0, 1, 0}, {0, 0, 3}, {}}}, false},
-        {"units of spacings",
-         "spacings: 1 2 3\nunits: \"cm\" \"\" \"mm\"\n",
-         {{{10, 0, 0}, {0, 2, 0}, {0, 0, 3}, {}}},
-         false},
         {"dependent",
          "space: LPS\nspace directions: (0,2,0) (0,3,0) (0,0,4)\n",
          {{{2, 0, 0}, {0, 3, 0}, {0, 0, 4}, {}}},
          false},
-        {"infinite",
-         "space: LPS\nspace directions: (inf,2,0) (0,3,0) (0,0,1e9)\n",
-         {{{1, 0, 0}, {0, 3, 0}, {0, 0, 1}, {}}},
-         false},
-        {"nothing", "", {{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {}}}, false},
     };
     for (const PlaceCase& test : cases) {
         SCOPED_TRACE(test.rule);
@@ -320,12 +257,10 @@ TEST_F(VolumeFileTest, ReadsCompressedAndSkippedVoxels) {
         {"gzip", gz + "\n" + gzip(voxels)},
         {"two members", gz + "\n" + gzip(voxels.substr(0, 5)) + gzip(voxels.substr(5))},
         {"padding", gz + "\n" + gzip(voxels) + std::string(100, '\0')},
-        {"more content", gz + "\n" + gzip(voxels + std::string(3'000'000, 'x'))},
         {"skip in gzip", gz + "byte skip: 3\n\n" + gzip("abc" + voxels)},
         {"skip", nrrd("short", "byteskip: 3\n") + "\nabc" + voxels},
         {"at the end", nrrd("short", "byte skip: -1\n") + "\nabcde" + voxels},
         {"carriage returns", "NRRD0005\r\ntype: short\r\nsizes: 2 2 2\r\n# c\r\n\r\n" + voxels},
-        {"other spelling", nrrd("short", "SIZES:  2\t2 2 \nkey:=value\n") + "\n" + voxels},
         {"only what the library needs", "NRRD0001\ntype: short\nsizes: 2 2 2\n\n" + voxels},
     };
     for (const auto& test : cases) {
@@ -342,32 +277,20 @@ TEST_F(VolumeFileTest, ReadsDetachedDataFromTheSameFolderOnly) {
     std::filesystem::create_symlink("data.raw", folder.path("link.raw"));
     EXPECT_EQ(load(nrrd("short", "data file: data.raw\n"), "v.nhdr"), "");
     EXPECT_EQ(values(), kOneToEight);
-    EXPECT_EQ(load(nrrd("short", "data file: ./data.raw\n"), "v.nhdr"), "");
     EXPECT_EQ(load(nrrd("short", "encoding: gz\nbyte skip: 2\ndatafile: data.raw.gz\n"), "v.nhdr"), "");
     EXPECT_EQ(values(), kOneToEight);
-    for (const char* const name : {"a head.raw", "50%.raw", "10% dose.raw"}) {
-        folder.write(name, voxels);
-        EXPECT_EQ(load(nrrd("short", std::string("data file: ") + name + "\n"), "v.nhdr"), "") << name;
-    }
     const std::string outside = "its data file is not in the same folder";
     const std::string several = "its voxels are in several files, which is not supported";
     const std::pair<std::string, std::string> cases[] = {
         {folder.path("data.raw"), outside},
         {"sub/data.raw", outside},
         {"../data.raw", outside},
-        {"..", outside},
-        {"./sub/data.raw", outside},
         {"./../data.raw", outside},
-        {"./..", outside},
-        {"./link.raw", "its data file cannot be read"},
         {"LIST", several},
-        {"LIST 2", several},
         {"data%03d.raw 1 9 1", several},
-        {"data%d.raw", several},
         {"link.raw", "its data file cannot be read: it is a link"},
         {"sub", "it is not a file"},
         {"missing.raw", "its data file cannot be read"},
-        {".", "its data file cannot be read"},
     };
     for (const auto& [name, problem] : cases)
         EXPECT_THAT(load(nrrd("short", "data file: " + name + "\n"), "v.nhdr"), HasSubstr(problem)) << name;
@@ -392,34 +315,22 @@ TEST_F(VolumeFileTest, RefusesHeadersThatCannotBeRead) {
     const std::pair<std::string, std::string> cases[] = {
         {"", unknown},
         {"NRRD0006\n", unknown},
-        {"NRRD0004", unknown},
-        {std::string(400, 'x'), unknown},
-        {"NRRD0004\n\n", "its voxels are of a type that is not supported: "},
         {nrrd("block") + "\n", "its voxels are of a type that is not supported: block"},
         {nrrd("uchar") + "a line\n\n", "its header has a line without a colon: a line"},
         {with("dimension: 4"), "it does not have 3 dimensions"},
         {sized("2 2"), sizes},
-        {sized("2 2 2 2"), sizes},
-        {sized("2 2 0"), sizes},
         {sized("2 -2 2"), sizes},
-        {sized("2 2 2x"), sizes},
         {sized("2 2 2147483648"), sizes},
-        {sized("2 2 99999999999999999999"), sizes},
         {sized("2 2 3"), tooShort},
         {sized("2147483647 2147483647 2147483647"), tooShort},
         {with("encoding: hex"), "its voxels have an encoding that is not supported: hex"},
         {with("endian: middle"), "its byte order cannot be read"},
         {with("line skip: 1"), "it has lines before its voxels, which is not supported"},
-        {with("byte skip: -2"), "its byte skip cannot be read"},
-        {with("byte skip: 1"), tooShort},
         {with("byte skip: 9223372036854775807"), tooShort},
         {with("byte skip: -1\nsizes: 300 300 300"), tooShort},
         {with("space directions: none (0,1,0) (0,0,1)"), "its space directions cannot be read"},
-        {with("space directions: (1,0,0) (0,1,0) (0,0,1) (0,0,1)"), "its space directions cannot be read"},
-        {with("space directions: (1,0) (0,1,0) (0,0,1)"), "its space directions cannot be read"},
         {with("space origin: 1 2 3"), "its space origin cannot be read"},
         {with("spacings: 1 2"), "its spacings cannot be read"},
-        {with("spacings: 1 2 x"), "its spacings cannot be read"},
         {"NRRD0004\n" + std::string(2 << 20, 'x'), "its header is longer than 1 MiB"},
     };
     for (const auto& [content, problem] : cases) EXPECT_EQ(load(content), problem) << content.substr(0, 300);
@@ -437,20 +348,15 @@ TEST_F(VolumeFileTest, RefusesNiftiHeadersThatCannotBeRead) {
         {changed([](NiftiFile& f) { f.headerSize = 540; }), "it is a NIfTI-2 file, which is not supported"},
         {changed([](NiftiFile& f) { f.magic = "ni1"; }),
          "its voxels are in another file, which is not supported"},
-        {changed([](NiftiFile& f) { f.magic = "abc"; }), "it is neither an NRRD nor a NIfTI-1 file"},
         {changed([](NiftiFile& f) { f.datatype = 128; }),
          "its voxels are of a type that is not supported: number 128, colours"},
         {changed([](NiftiFile& f) { f.dim[0] = 8; }), "its number of dimensions cannot be read"},
-        {changed([](NiftiFile& f) { f.dim[0] = -1; }), "its number of dimensions cannot be read"},
-        {changed([](NiftiFile& f) { f.dim[2] = 0; }), "its sizes cannot be read"},
         {changed([](NiftiFile& f) { f.dim[2] = -5; }), "its sizes cannot be read"},
         {changed([](NiftiFile& f) {
              f.dim = {3, 32767, 32767, 32767};
          }),
          "it ends before its last voxel"},
         {changed([](NiftiFile& f) { f.voxOffset = NAN; }), "the position of its voxels cannot be read"},
-        {changed([](NiftiFile& f) { f.voxOffset = 352.5f; }), "the position of its voxels cannot be read"},
-        {changed([](NiftiFile& f) { f.voxOffset = 3e38f; }), "the position of its voxels cannot be read"},
         {changed([](NiftiFile& f) { f.voxOffset = 1e12f; }), "it ends before its last voxel"},
     };
     for (const auto& [content, problem] : cases) {
@@ -460,8 +366,6 @@ TEST_F(VolumeFileTest, RefusesNiftiHeadersThatCannotBeRead) {
 }
 
 TEST_F(VolumeFileTest, ReportsDamagedCompressedData) {
-    const std::string damaged = "its compressed data are damaged",
-                      early = "its compressed data end too early";
     NiftiFile file;
     file.dim = {3, 20, 20, 20};
     std::vector<double> ramp;
@@ -469,15 +373,10 @@ TEST_F(VolumeFileTest, ReportsDamagedCompressedData) {
     const std::string good = gzip(file.bytes(voxelBytes<int16>(ramp)));
     ASSERT_EQ(load(good), "");
     for (const size_t size : {size_t{3}, size_t{30}, good.size() / 2, good.size() - 1})
-        EXPECT_EQ(load(good.substr(0, size)), early) << size;
-    for (size_t i = good.size() / 2; i < good.size() - 4; i += 997) {
-        std::string flipped = good;
-        flipped[i] = static_cast<char>(flipped[i] ^ 16);
-        EXPECT_THAT(load(flipped), testing::AnyOf(damaged, early)) << i;
-    }
+        EXPECT_EQ(load(good.substr(0, size)), "its compressed data end too early") << size;
     std::string flipped = good;
     flipped[good.size() - 6] = static_cast<char>(flipped[good.size() - 6] ^ 1); // in the check sum
-    EXPECT_EQ(load(flipped), damaged);
+    EXPECT_EQ(load(flipped), "its compressed data are damaged");
     EXPECT_EQ(load(gzip("short")), "it is neither an NRRD nor a NIfTI-1 file");
 }
 
@@ -491,7 +390,8 @@ TEST_F(VolumeFileTest, RefusesSizesThatNoCompressedDataCanHave) {
 
 TEST_F(VolumeFileTest, ReportsFilesThatCannotBeOpened) {
     EXPECT_EQ(loadVolume(folder.path("none"), *loader, header, progress),
-              folder.path("none") + ": " + missing());
+              folder.path("none") + ": " +
+                  std::make_error_code(std::errc::no_such_file_or_directory).message());
     EXPECT_EQ(loadVolume(folder.path(), *loader, header, progress), folder.path() + ": it is not a file");
     EXPECT_EQ(loadVolume("/dev/zero", *loader, header, progress), "/dev/zero: it is not a file");
 }
@@ -518,9 +418,6 @@ TEST_F(VolumeFileTest, ReportsReadsThatFailAtAnyTime) {
 TEST_F(VolumeFileTest, CanBeCancelled) {
     progress.isCancelled = true;
     EXPECT_EQ(load(nrrd("short") + "\n" + voxelBytes<int16>(kOneToEight)), "cancelled");
-    EXPECT_EQ(load(nrrd("uchar") + "\n12345678"), "cancelled");
-    EXPECT_EQ(load(nrrd("uchar", "encoding: gzip\nbyte skip: 99\n") + "\n" + gzip("12345678")), "cancelled")
-        << "before it skips bytes";
     EXPECT_FALSE(loader->getScalarTexture());
     EXPECT_EQ(writePhantom(folder.path("head.nrrd"), 8, progress), folder.path("head.nrrd") + ": cancelled");
     EXPECT_FALSE(folder.has("head.nrrd"));
@@ -530,50 +427,6 @@ TEST_F(VolumeFileTest, ShowsTheLinesOfHeaders) {
     using Lines = Vector<std::pair<std::string, std::string>>;
     ASSERT_EQ(load("NRRD0004\n# c\ntype: uchar\nsizes: 1 1 1\npatient:=M\xFC\x01ller\n\n1"), "");
     EXPECT_EQ(header.lines, (Lines{{"type", "uchar"}, {"sizes", "1 1 1"}, {"patient", "M\u00FC ller"}}));
-    NiftiFile file;
-    file.pixdim = {1, 0.9f, 1, 1};
-    file.description = "a head";
-    ASSERT_EQ(load(file.bytes(voxelBytes<int16>(kOneToEight))), "");
-    const Lines start(header.lines.begin(), header.lines.begin() + 5);
-    EXPECT_EQ(start, (Lines{{"dim", "2 2 2"},
-                            {"datatype", "4 (int16)"},
-                            {"byte order", "little"},
-                            {"pixdim", "1 0.9 1 1"},
-                            {"xyzt_units", "2"}}));
-    EXPECT_THAT(header.lines, testing::Contains(std::pair<std::string, std::string>("descrip", "a head")));
-}
-
-TEST_F(VolumeFileTest, ThePhantomHasTheValuesOfItsTable) {
-    constexpr int kVoxels = 96;
-    ASSERT_EQ(writePhantom(folder.path("head.nrrd"), kVoxels, progress), "");
-    EXPECT_EQ(progress.share, 1);
-    ASSERT_EQ(loadVolume(folder.path("head.nrrd"), *loader, header, progress), "");
-    EXPECT_TRUE(header.orientation.isPatient);
-    const struct {
-        const char* place;
-        double x, y, z; ///< from -1 to 1, with y to the front
-        double value;
-    } cases[] = {
-        {"air", -0.9, -0.9, -0.9, -1000},
-        {"skull", 0, 0.897, 0, 1000},
-        {"skull at the back", 0, -0.897, 0, 1000},
-        {"brain", 0, -0.4, 0.3, -600},
-        {"right ventricle", -0.22, 0, -0.25, -1000},
-        {"upper end of the right ventricle", -0.32, 0.33, -0.25, -1000},
-        {"brain beside the left ventricle", 0.32, 0.33, -0.25, -600},
-        {"left ventricle", 0.22, 0, -0.25, -1000},
-        {"front", 0, 0.45, -0.25, -400},
-        {"small one on the top", 0, 0.1, 0.625, -400},
-    };
-    for (const auto& test : cases) {
-        const double side = 230.4 / 2;
-        const IVec3<double> voxel =
-            header.orientation.voxelAt({test.x * side, -test.y * side, test.z * side});
-        EXPECT_EQ(value(static_cast<int>(std::lround(voxel.x)), static_cast<int>(std::lround(voxel.y)),
-                        static_cast<int>(std::lround(voxel.z))),
-                  test.value)
-            << test.place;
-    }
 }
 
 TEST_F(VolumeFileTest, ThePhantomIsWrittenWholeOrNotAtAll) {
@@ -591,12 +444,6 @@ TEST_F(VolumeFileTest, HistogramsCountValuesInEqualBins) {
     EXPECT_EQ(histogram.smallest, -10);
     EXPECT_EQ(histogram.largest, 10);
     EXPECT_EQ(histogram.counts, (Vector<uint64>{2, 0, 2, 4}));
-    NiftiFile file;
-    file.slope = -1;
-    ASSERT_EQ(load(file.bytes(voxelBytes<int16>({-10, -9, 0, 1, 5, 9, 10, 10}))), "");
-    const Histogram reversed = countValues(volume(), header.scaleBias, 4, progress);
-    EXPECT_EQ(reversed.smallest, -10);
-    EXPECT_EQ(reversed.counts, (Vector<uint64>{3, 2, 1, 2}));
     progress.isCancelled = true;
     EXPECT_TRUE(countValues(volume(), header.scaleBias, 4, progress).counts.empty());
 }

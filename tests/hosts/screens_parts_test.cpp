@@ -1,21 +1,19 @@
-// The parts of the screens that draw nothing: the text of a field, the reader's files, and the table of
-// texts.
+// The parts of the screens that draw nothing: the text of a field, the reader's files, and the tables of
+// texts, also that of the viewer.
 #include <hosts/qelscreens/edit_buffer.h>
 #include <hosts/qelscreens/picture_loader.h>
 #include <hosts/qelscreens/reader_source.h>
-#include <hosts/widgets/text_table.h>
 #include <tests/support/log_capture.h>
 #include <tests/support/scratch_folder.h>
 #include <tests/support/source_dir.h>
 #include <tests/support/system_fixture.h>
 
-#include <qel/plugins/resource_locator.h>
 #include <qel/system/tasks/task_queue.h>
-#include <qel/text/engine/text_actor.h>
 
 #include <gmock/gmock.h>
 
 #include <filesystem>
+#include <sstream>
 
 #include <sys/stat.h>
 
@@ -31,23 +29,9 @@ EditBuffer bufferOf(const char* text) {
     return buffer;
 }
 
-TEST(EditBufferTest, InsertsAtTheCursor) {
-    EditBuffer buffer = bufferOf("hö");
-    buffer.step(false, false, false);
-    buffer.insert("äß");
-    EXPECT_EQ(buffer.getText(), "häßö");
-    EXPECT_EQ(buffer.getCursor(), 3u);
-}
-
 TEST(EditBufferTest, ControlCharactersAndBadBytesAreReplaced) {
     EXPECT_EQ(bufferOf("a\nb\tc\x7f").getText(), "a b c ");
     EXPECT_EQ(bufferOf("\xff").getText(), qel::String("\xff").utf8_fix());
-}
-
-TEST(EditBufferTest, TheTextIsLimited) {
-    EditBuffer buffer = bufferOf(std::string(EditBuffer::kLongestText, 'x').c_str());
-    buffer.insert("y");
-    EXPECT_EQ(buffer.getText().utf8_size(), EditBuffer::kLongestText);
 }
 
 TEST(EditBufferTest, TypingReplacesTheSelection) {
@@ -62,7 +46,7 @@ TEST(EditBufferTest, TypingReplacesTheSelection) {
 }
 
 TEST(EditBufferTest, ErasesOnBothSides) {
-    EditBuffer buffer = bufferOf("abc");
+    EditBuffer buffer = bufferOf("aöc");
     buffer.moveTo(1, false);
     buffer.erase(true);
     EXPECT_EQ(buffer.getText(), "ac");
@@ -74,22 +58,6 @@ TEST(EditBufferTest, ErasesOnBothSides) {
     EXPECT_EQ(buffer.getText(), "c");
 }
 
-TEST(EditBufferTest, StepsByCharactersAndWords) {
-    EditBuffer buffer = bufferOf("one  two three");
-    const auto step = [&](bool forward, bool byWord, bool selecting) {
-        buffer.step(forward, byWord, selecting);
-        return buffer.getCursor();
-    };
-    EXPECT_EQ(step(true, false, false), 14u);
-    EXPECT_EQ(step(false, true, false), 9u);
-    EXPECT_EQ(step(false, true, true), 5u);
-    EXPECT_EQ(buffer.getSelectedText(), "two ");
-    EXPECT_EQ(step(true, false, false), 9u) << "a step leaves the selection at its end";
-    EXPECT_EQ(step(true, true, false), 14u);
-    buffer.moveTo(0, false);
-    EXPECT_EQ(step(false, false, false), 0u);
-}
-
 TEST(ReaderSourceTest, PreparesTextsFromOutside) {
     const std::pair<std::string, const char*> cases[] = {
         {"a\tb", "a    b"}, {"{color:red}", "{!color:red}"},
@@ -98,17 +66,6 @@ TEST(ReaderSourceTest, PreparesTextsFromOutside) {
         {"", ""},           {std::string("a\0b", 3), "ab"},
     };
     for (const auto& [source, prepared] : cases) EXPECT_EQ(prepareMarkdown(source), prepared) << source;
-}
-
-TEST(ReaderSourceTest, BadBytesAreRepaired) {
-    EXPECT_EQ(prepareMarkdown("\xc3"), qel::String("\xc3").utf8_fix());
-}
-
-TEST(ReaderSourceTest, ReadsAFile) {
-    const ScratchFolder folder;
-    const ReaderSource source = ReaderSource::open(folder.write("a.md", "text"));
-    EXPECT_EQ(source.text, "text");
-    EXPECT_EQ(source.problem, "");
 }
 
 TEST(ReaderSourceTest, ListsThePicturesOfAFolder) {
@@ -152,48 +109,23 @@ TEST_F(PictureLoaderTest, DecodesOnlyThePictureRequestedLast) {
     log.expect(3, "[WEBP] Not supporting WebP animations"); // only once
 }
 
-class TextTableTest : public qel::test::SystemFixture {};
-
-TEST_F(TextTableTest, ServesTheTextsOfAFile) {
-    const ScratchFolder folder;
-    folder.write("screens-texts.en.txt", "ignored\n[one]\n1\n\n2\n[two]\n[--|]right\n");
-    system().getResourceLocator()->addResourceDirectory(folder.path());
-    qelwidgets::TextTable table;
-    table.disableSmartPointers();
-    ASSERT_TRUE(table.load("screens-texts", "en"));
-    EXPECT_FALSE(table.load("screens-texts", "fr"));
-    qel::Buffer text;
-    ASSERT_TRUE(table.loadResource("tr-one.en.txt", text));
-    EXPECT_EQ(text.getConstByteSpan().asText(), "1\n\n2");
-    ASSERT_TRUE(table.loadResource("tr-two.en.txt", text));
-    EXPECT_EQ(text.getConstByteSpan().asText(), "[--|]right");
-    EXPECT_FALSE(table.loadResource("tr-one.de.txt", text));
-}
-
-/// Returns the keys of a file of texts.
-std::vector<std::string> keysOf(const std::string& language) {
+/// Returns the keys of the texts of a program, without those of the viewer's materials and problems, which
+/// English does not need.
+std::vector<std::string> keysOf(const std::string& program, const std::string& language) {
     std::vector<std::string> keys;
     std::istringstream lines(
-        qel::test::sourceText("resources/res-screens/screens-texts." + language + ".txt"));
+        qel::test::sourceText("resources/res-" + program + "/" + program + "-texts." + language + ".txt"));
     for (std::string line; std::getline(lines, line);)
-        if (line.starts_with("[screens-")) keys.push_back(line);
+        if (line.starts_with("[" + program + "-") && !line.starts_with("[viewer-material-") &&
+            !line.starts_with("[viewer-problem-"))
+            keys.push_back(line);
     return keys;
 }
 
 TEST(TextTableFilesTest, EveryTextExistsInBothLanguages) {
-    EXPECT_THAT(keysOf("en"), SizeIs(Gt(50u)));
-    EXPECT_EQ(keysOf("en"), keysOf("de"));
-}
-
-/// All but the alignment, which the page adds to its texts, and the mark that ends an inserted translation.
-TEST(TextTableFilesTest, ThePagesShowEveryControlCode) {
-    for (const std::string language : {"en", "de"}) {
-        const std::string texts =
-            qel::test::sourceText("resources/res-screens/screens-texts." + language + ".txt");
-        for (const qel::String& name : qel::TextActor::getControlCodes()) {
-            if (name == "align:" || name == "tr-pop:") continue;
-            EXPECT_NE(texts.find("{" + name), texts.npos) << name << " in " << language;
-        }
+    for (const char* const program : {"screens", "viewer"}) {
+        EXPECT_THAT(keysOf(program, "en"), SizeIs(Gt(40u)));
+        EXPECT_EQ(keysOf(program, "en"), keysOf(program, "de"));
     }
 }
 

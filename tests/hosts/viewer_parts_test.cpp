@@ -1,14 +1,11 @@
-// The parts of the viewer that draw nothing: windows of values, slices, measurements and texts.
-#include <hosts/qelviewer/material_list.h>
+// The parts of the viewer without its window: the volume, windows of values, measurements and texts.
 #include <hosts/qelviewer/measurement.h>
 #include <hosts/qelviewer/numbers.h>
 #include <hosts/qelviewer/readout.h>
-#include <hosts/qelviewer/status_bar.h>
 #include <hosts/qelviewer/view_state.h>
 #include <hosts/qelviewer/volume_pane.h>
 #include <hosts/qelviewer/volume_scene.h>
 #include <hosts/widgets/text_table.h>
-#include <tests/support/scratch_folder.h>
 #include <tests/support/shipped_fonts.h>
 #include <tests/support/source_dir.h>
 #include <tests/support/system_fixture.h>
@@ -16,12 +13,14 @@
 #include <qel/plugins/resource_locator.h>
 #include <qel/render/renderer_software.h>
 #include <qel/software3d/software_renderer_3d.h>
-#include <qel/style/theme.h>
 
 #include <gmock/gmock.h>
 
-#include <functional>
+#include <algorithm>
+#include <cmath>
 #include <sstream>
+#include <string>
+#include <vector>
 
 namespace qelviewer {
 namespace {
@@ -81,21 +80,15 @@ protected:
     std::shared_ptr<Study> study;
 };
 
-/// Returns a picture of what @p draw draws into its place.
-qel::Image pictureOf(qel::RendererSoftware& renderer, const qel::IVec2<int>& size,
-                     const std::function<void(const qel::Rect&)>& draw) {
+/// Returns what a pane shows.
+qel::Image pictureOf(VolumePane& pane, qel::RendererSoftware& renderer, const qel::IVec2<int>& size) {
     const auto picture = qel::makeObject<qel::Image>(qel::BGRA8, size);
     renderer.setRenderTarget(picture.get());
     renderer.start();
-    draw({0, 0, static_cast<float>(size.x), static_cast<float>(size.y)});
+    pane.draw(renderer, {0, 0, static_cast<float>(size.x), static_cast<float>(size.y)});
     renderer.stop();
     renderer.setRenderTarget(nullptr);
     return *picture;
-}
-
-/// Returns what a pane shows.
-qel::Image pictureOf(VolumePane& pane, qel::RendererSoftware& renderer, const qel::IVec2<int>& size) {
-    return pictureOf(renderer, size, [&](const qel::Rect& place) { pane.draw(renderer, place); });
 }
 
 bool areEqual(const qel::Image& a, const qel::Image& b) {
@@ -177,25 +170,6 @@ TEST_F(ViewerPartsTest, ALongVolumeIsShownAsAWhole) {
     }
 }
 
-TEST_F(ViewerPartsTest, AnErrorIsShownAloneIfThereIsNoRoom) {
-    qel::test::addShippedFonts();
-    system().getResourceLocator()->addResourceDirectory(qel::test::sourceDir() + "/resources");
-    system().getTheme()->setDeviceForce(96, 1, 1000, 1000, 1, 1);
-    const std::string text = "Value 12   L 10.0  P 10.0  S 10.0 mm";
-    const qel::SmartPointer<qel::RendererSoftware> flat(new qel::RendererSoftware());
-    const auto lineWith = [&](const std::string& voxel, const std::string& message, bool isError) {
-        StatusBar bar;
-        bar.restyle(qelwidgets::Look::read());
-        bar.setMessage(message, isError);
-        if (!isError) bar.dismissError();
-        return pictureOf(*flat, {200, 30}, [&](const qel::Rect& place) { bar.draw(*flat, place, voxel); });
-    };
-    const qel::Image both = lineWith(text, "a.nii: it is not a file", true);
-    EXPECT_TRUE(areEqual(both, lineWith("", "a.nii: it is not a file", true)));
-    EXPECT_FALSE(areEqual(both, lineWith(text, "", true)));
-    EXPECT_FALSE(areEqual(both, lineWith(text, "Saved a.png", false)));
-}
-
 std::vector<int> pixelsOf(const qel::Image& image) {
     std::vector<int> pixels;
     for (int y = 0; y < image.getHeight(); ++y)
@@ -216,26 +190,6 @@ TEST_F(ViewerPartsTest, SlicesAreReadInTheDirectionsOfThePane) {
                 ElementsAre(15, 19, 23, 3, 7, 11));
 }
 
-TEST_F(ViewerPartsTest, PlacesAndVoxelsAreInverse) {
-    for (const Plane plane : {Plane::Axial, Plane::Coronal, Plane::Sagittal}) {
-        const SliceFrame frame(*study, plane);
-        for (const qel::IVec3<double> voxel : {qel::IVec3<double>(0, 0, 0), {3, 2, 1}, {1.25, 0.5, 1}}) {
-            const qel::IVec3<double> back = frame.voxelAt(frame.placeOf(voxel), frame.sliceOf(voxel));
-            for (const int axis : {frame.axes().right.axis, frame.axes().down.axis})
-                EXPECT_NEAR(back[axis], voxel[axis], 1e-12);
-        }
-    }
-}
-
-TEST_F(ViewerPartsTest, ScrollingStopsAtTheEnds) {
-    const SliceFrame frame(*study, Plane::Axial);
-    for (const int step : {1, 2'000'000'000, -1, -2'000'000'000}) {
-        const int slice = frame.sliceOf(frame.moved({0, 0, 0}, step));
-        EXPECT_THAT(slice, AllOf(Ge(0), Lt(2))) << step;
-    }
-    EXPECT_NE(frame.sliceOf(frame.moved({0, 0, 0}, 9)), frame.sliceOf(frame.moved({0, 0, 0}, -9)));
-}
-
 TEST_F(ViewerPartsTest, DistancesAndAnglesAreThoseOfMillimetres) {
     const Orientation& orientation = study->header.orientation;
     EXPECT_DOUBLE_EQ(distanceMm(orientation, {0, 0, 0}, {3, 0, 0}), 3);
@@ -245,22 +199,6 @@ TEST_F(ViewerPartsTest, DistancesAndAnglesAreThoseOfMillimetres) {
     EXPECT_TRUE(std::isnan(angleDegrees(orientation, {0, 0, 0}, {0, 0, 0}, {2, 1, 0})));
     const Measurement distance{Measurement::Kind::Distance, Plane::Axial, 0, {{0, 0, 0}, {3, 2, 0}}};
     EXPECT_EQ(distance.getText(orientation), "5.0 mm");
-    Measurement angle{Measurement::Kind::Angle, Plane::Axial, 0, {{2, 0, 0}, {0, 0, 0}}};
-    EXPECT_EQ(angle.getText(orientation), "");
-    angle.points.push_back({2, 1, 0});
-    EXPECT_EQ(angle.getText(orientation), "45.0°");
-}
-
-TEST_F(ViewerPartsTest, OldAndUnfinishedMeasurementsAreDropped) {
-    ViewState state;
-    state.setStudy(study);
-    state.beginPoint(Measurement::Kind::Angle, Plane::Axial, 0, {});
-    state.beginPoint(Measurement::Kind::Distance, Plane::Axial, 0, {});
-    EXPECT_THAT(state.measurements, SizeIs(1));
-    for (size_t i = 0; i < 2 * ViewState::kMostMeasurements; ++i)
-        state.beginPoint(Measurement::Kind::Distance, Plane::Axial, static_cast<int>(i), {});
-    EXPECT_THAT(state.measurements, SizeIs(ViewState::kMostMeasurements));
-    EXPECT_EQ(state.measurements.back().slice, static_cast<int>(2 * ViewState::kMostMeasurements - 1));
 }
 
 TEST_F(ViewerPartsTest, TapsMeasureNothing) {
@@ -271,24 +209,6 @@ TEST_F(ViewerPartsTest, TapsMeasureNothing) {
         state.endPoint();
         EXPECT_THAT(state.measurements, IsEmpty());
     }
-    state.beginPoint(Measurement::Kind::Angle, Plane::Axial, 0, {1, 1, 0});
-    state.measurements.back().points.back() = {2, 1, 0};
-    state.endPoint();
-    state.beginPoint(Measurement::Kind::Angle, Plane::Axial, 0, {2, 1, 0});
-    state.endPoint();
-    ASSERT_THAT(state.measurements, SizeIs(1));
-    EXPECT_FALSE(state.measurements.back().isComplete()) << "a leg without a length";
-    state.endPoint();
-    EXPECT_THAT(state.measurements, SizeIs(1)) << "the first leg";
-}
-
-TEST_F(ViewerPartsTest, SmallVoxelsHaveMoreDecimalPlaces) {
-    Orientation& orientation = study->header.orientation;
-    for (int i = 0; i < 3; ++i) orientation.axis[i][i] = 0.02;
-    EXPECT_EQ(positionText(orientation, {1, 2, 3}), "L 0.02  P 0.04  S 0.06 mm");
-    const Measurement distance{Measurement::Kind::Distance, Plane::Axial, 0, {{0, 0, 0}, {3, 0, 0}}};
-    EXPECT_EQ(distance.getText(orientation), "0.06 mm");
-    EXPECT_EQ(millimetreDigits(Orientation()), 1);
 }
 
 TEST_F(ViewerPartsTest, TextsStateValueAndPosition) {
@@ -301,24 +221,6 @@ TEST_F(ViewerPartsTest, TextsStateValueAndPosition) {
     EXPECT_EQ(positionText(study->header.orientation, {-1, 1, 1}), "x -1.0  y 2.0  z 3.0 mm");
 }
 
-TEST_F(ViewerPartsTest, ProblemsAreTranslated) {
-    const qel::SmartPointer<qelwidgets::TextTable> german(new qelwidgets::TextTable());
-    EXPECT_TRUE(german->load("viewer-texts", "de"));
-    system().getResourceLocator()->addResourceProvider(german.get());
-    EXPECT_EQ(problemText("a.nii: it is not a file"), "a.nii: it is not a file");
-    system().setLanguage("de");
-    qel::Object::clearTrCache();
-    const std::pair<const char*, const char*> cases[] = {
-        {"", ""},
-        {"it is not a file: it is not a file", "Das ist keine Datei: Das ist keine Datei"},
-        {"/a/it is a link: its sizes cannot be read", "/a/it is a link: Die Größen sind nicht lesbar"},
-        {"a: its voxels are of a type that is not supported: block",
-         "a: Der Typ der Voxel wird nicht unterstützt: block"},
-        {"cannot write 'a: b.png': No space left on device",
-         "Nicht geschrieben: 'a: b.png': Kein Platz mehr auf dem Datenträger"}};
-    for (const auto& [problem, text] : cases) EXPECT_EQ(problemText(problem), text);
-}
-
 TEST_F(ViewerPartsTest, TextsOfFilesAreShortAndValid) {
     study->header.path = "/folder/bad\xff.nrrd";
     study->header.lines.assign(1000, {"name", std::string(1 << 16, 'x')});
@@ -329,46 +231,12 @@ TEST_F(ViewerPartsTest, TextsOfFilesAreShortAndValid) {
 }
 
 TEST_F(ViewerPartsTest, NumbersAreShort) {
-    const std::tuple<double, int, const char*> cases[] = {{1.5, 1, "1.5"},
-                                                          {0, 1, "0"},
-                                                          {-0.01, 1, "-0.01"},
-                                                          {0.00081234, 3, "0.000812"},
-                                                          {3e-9, 2, "3e-09"},
-                                                          {-4.2294e38, 2, "-4.23e+38"},
-                                                          {999999999, 2, "999999999"},
-                                                          {0.05, 3, "0.05"},
-                                                          {2, 3, "2"},
-                                                          {0.126, 2, "0.13"},
-                                                          {10, 0, "10"},
-                                                          {0.9, 3, "0.9"}};
+    const std::tuple<double, int, const char*> cases[] = {
+        {-0.01, 1, "-0.01"},         {0.00081234, 3, "0.000812"}, {-4.2294e38, 2, "-4.23e+38"},
+        {999999999, 2, "999999999"}, {0.126, 2, "0.13"},          {10, 0, "10"}};
     for (const auto& [value, digits, text] : cases) EXPECT_EQ(formatShort(value, digits), text);
     EXPECT_EQ(formatNumber(std::nan(""), 1), "–");
     EXPECT_EQ(formatNumber(-0.01, 1), "0.0");
-}
-
-TEST_F(ViewerPartsTest, TheUsualWindowLeavesOutTheBackground) {
-    const Histogram histogram{{1000, 0, 50, 50, 0, 0, 0, 0, 0, 0}, 0, 100};
-    EXPECT_DOUBLE_EQ(quantile(histogram, 0.01), 25);
-    EXPECT_DOUBLE_EQ(quantile(histogram, 0.99), 35);
-    EXPECT_EQ(usualWindow(histogram), (ValueWindow{30, 10}));
-    EXPECT_EQ(fullWindow(histogram), (ValueWindow{50, 100}));
-    EXPECT_GT(usualWindow({{5}, 7, 7}).width, 0);
-    EXPECT_GT(usualWindow({}).width, 0);
-}
-
-TEST_F(ViewerPartsTest, SmallValuesHaveNarrowWindows) {
-    auto study = std::make_shared<Study>();
-    study->header.size = {1, 1, 1};
-    study->histogram = {{100, 50, 50}, 0, 3e-9};
-    EXPECT_DOUBLE_EQ(fullWindow(study->histogram).width, 3e-9);
-    ViewState state;
-    state.setStudy(study);
-    state.dragWindow(0, -0.5);
-    EXPECT_LT(state.window.width, 1e-9);
-    MaterialList materials({});
-    materials.adaptTo(*study);
-    EXPECT_LE(materials[0].getOpacityCurve().rbegin()->first, 3e-9f);
-    EXPECT_EQ(materials[0].getOpacityCurve().size(), 3u);
 }
 
 TEST_F(ViewerPartsTest, DragsKeepTheWindowNearTheValues) {

@@ -25,18 +25,6 @@ TEST(SilenceWatchTest, AWorkerHangsAfterThreeMissedHeartbeats) {
     EXPECT_FALSE(watch.pass(1000)) << "anything that a worker sends counts";
 }
 
-TEST(SilenceWatchTest, WithoutHeartbeatsOnlyAJobNeedsAnAnswer) {
-    SilenceWatch watch;
-    for (int second = 0; second < 100; ++second) EXPECT_FALSE(watch.pass(1000));
-    watch.expectAnswer();
-    EXPECT_FALSE(watch.pass(1000));
-    watch.hear(false);
-    for (int second = 0; second < 100; ++second) EXPECT_FALSE(watch.pass(1000));
-    watch.expectAnswer();
-    for (int second = 1; second < 6; ++second) EXPECT_FALSE(watch.pass(1000)) << second;
-    EXPECT_TRUE(watch.pass(1000));
-}
-
 TEST(SilenceWatchTest, AHeartbeatDoesNotAnswerAJob) {
     SilenceWatch watch;
     watch.expectAnswer();
@@ -139,21 +127,6 @@ TEST_F(WorkerPoolTest, NoMorePacketsWaitThanTheLimit) {
             return taken > 0;
         });
     }
-}
-
-TEST_F(WorkerPoolTest, UnknownPacketsAreReportedAFewTimes) {
-    const std::string unknown = Packet(qeljobs::jobScheme(), 0).convertToBase16String();
-    start("yes '" + unknown + "' | head -n 1000\n" + heartbeat() + "exec sleep 1000\n");
-    bool hasBeaten = false;
-    test::waitUntil([&] {
-        for (const WorkerEvent& event : seat().worker->takeEvents())
-            hasBeaten = hasBeaten || std::holds_alternative<event::Heartbeat>(event);
-        return hasBeaten;
-    });
-    size_t reports = 0;
-    for (const test::LogLine& line : capture.take())
-        reports += line.text.find("unknown packet") != std::string::npos;
-    EXPECT_EQ(reports, 16u);
 }
 
 } // namespace

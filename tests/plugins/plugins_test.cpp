@@ -55,35 +55,12 @@ TEST_F(PluginsTest, PathsComeBeforeAutoexecsBeforeMains) {
     for (const char* line : {"[a] starting main", "[b] starting main"}) capture.expect(1, line);
 }
 
-TEST_F(PluginsTest, StartOfAMainIsLoggedBeforeItsErrors) {
-    folder.write("a/main.sq", "local = 1");
-    LogCapture capture;
-    plugins->executeBootstrapScripts(true);
-    vm().processEvents();
-    const auto lines = capture.take();
-    ASSERT_EQ(lines.size(), 3u);
-    EXPECT_EQ(lines[0].text, "[a] starting main");
-    EXPECT_EQ(lines[1].text.substr(0, lines[1].text.find(':')), "[SQ.COMPILER] a/main.sq(1)");
-    EXPECT_EQ(lines[2].text, "[SUPPORT] squirrel thread failed (call)");
-    EXPECT_EQ(vm().getFailedScriptCount(), 1u);
-}
-
 TEST_F(PluginsTest, AutoexecThatDoesNotCompileIsAFailedScript) {
     folder.write("a/autoexec.sq", "local = 1");
     LogCapture capture;
     plugins->executeBootstrapScripts(true);
     EXPECT_EQ(capture.take().size(), 1u);
     EXPECT_EQ(vm().getFailedScriptCount(), 1u);
-}
-
-TEST_F(PluginsTest, ByteOrderMarkIsSkippedInAutoexecAndMain) {
-    for (const std::string file : {"a/autoexec", "a/main"})
-        folder.write(file + ".sq", "\xEF\xBB\xBFtrace += \"" + file + " \"");
-    LogCapture capture;
-    plugins->executeBootstrapScripts(true);
-    vm().processEvents();
-    EXPECT_EQ(trace(), "a/autoexec a/main ");
-    capture.expect(1, "[a] starting main");
 }
 
 TEST_F(PluginsTest, ResourcesThatCannotBeExaminedAreUnreadable) {
