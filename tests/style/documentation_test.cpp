@@ -1,4 +1,4 @@
-// Checks the examples of docs/style.md, and that page and shipped stylesheet name the same properties.
+// Checks the examples of docs/style.md.
 #include "style_fixture.h"
 
 #include <tests/support/shipped_fonts.h>
@@ -9,21 +9,12 @@
 
 #include <cmath>
 #include <regex>
-#include <set>
 #include <sstream>
 
 namespace qel {
 namespace {
 
 using test::LogCapture;
-
-std::set<std::string> matchesOf(const std::string& text, const std::string& pattern) {
-    const std::regex expression(pattern);
-    std::set<std::string> found;
-    for (std::sregex_iterator i(text.begin(), text.end(), expression), end; i != end; ++i)
-        found.insert((*i)[1]);
-    return found;
-}
 
 /// A question as the page writes it, "Tag#id.class::pseudo property: kind answer".
 struct Question {
@@ -110,28 +101,6 @@ TEST_F(StyleDocumentation, EveryExampleHasTheStatedAnswers) {
     const auto examples = test::partsOf(test::sourceText("docs/style.md"), "\n```css\n", "\n```\n");
     EXPECT_EQ(examples.size(), 8u);
     for (const std::string& example : examples) EXPECT_GT(check(example), 0u);
-}
-
-TEST_F(StyleDocumentation, ThePageNamesThePropertiesOfTheShippedSheet) {
-    const std::string sheet = test::sourceText("resources/style-default.css");
-    const std::string page = test::sourceText("docs/style.md");
-    const std::set<std::string> stated = matchesOf(sheet, R"(\n    ([\w-]+):)");
-    EXPECT_EQ(matchesOf(page, R"(\n\| `([\w-]+)` \| (?:colour|length) \|)"), stated);
-    EXPECT_FALSE(stated.empty());
-}
-
-TEST_F(StyleDocumentation, TheShippedSheetAnswersWithoutALogLine) {
-    const std::string sheet = test::sourceText("resources/style-default.css");
-    const SmartPointer<StyleData> data = parsed(sheet);
-    for (const std::string& property : matchesOf(sheet, R"(\n    ([\w-]+-color|color):)")) {
-        for (const std::string& tag : matchesOf(sheet, R"((?:^|\n)(\w+)[ ,.])")) {
-            const ClassChain chain = {"Object", tag.c_str()};
-            IVec4<float> color(-1, 0, 0, 0);
-            if (!data->getColor(color, chain, property.c_str(), nullptr, nullptr, nullptr)) continue;
-            EXPECT_GE(color.x, 0) << tag << " " << property;
-        }
-    }
-    EXPECT_EQ(length(*data, {}, {"Object", "Button"}, "padding"), 13);
 }
 
 } // namespace

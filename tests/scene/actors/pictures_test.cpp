@@ -91,20 +91,6 @@ TEST_F(ActorPictures, ThreeAndNineParts) {
     });
 }
 
-TEST_F(ActorPictures, Rotations) {
-    const SmartPointer<Sprite> sprite = makeArrow(40, 24);
-    test::expectFrame(kList, "rotations", {270, 225}, [&](RendererSoftware& r) {
-        Cells cells(r);
-        for (int i = 0; i < 16; ++i) {
-            RectActor actor;
-            actor.setSprite(sprite).setRotation(static_cast<Rotation>(i % 8));
-            actor.setScaleMethod(ScaleMethod::FitInside).setHorizontalAlign(Align::Start);
-            if (i >= 8) actor.setFixedSize({40, 24}).setExtendMethod(ExtendMethod::NineParts);
-            cells.draw(actor);
-        }
-    });
-}
-
 TEST_F(ActorPictures, TurnedPlacements) {
     const SmartPointer<Sprite> sprite = makeArrow(40, 24);
     test::expectFrame(kList, "turned-placements", {395, 445}, [&](RendererSoftware& r) {
@@ -117,7 +103,7 @@ TEST_F(ActorPictures, TurnedPlacements) {
                 .setVerticalAlign(static_cast<Align>(2 - kind));
             if (kind >= 3)
                 actor.setHorizontalVariableAlign(0.25f, kind == 3).setVerticalVariableAlign(0.1f, true);
-            if (kind == 4) actor.setFixedWidth(30);
+            if (kind == 4) actor.setFixedSize({40, 24}).setExtendMethod(ExtendMethod::NineParts);
             if (kind == 5) actor.setFixedHeight(12);
             if (kind < 4) actor.setFixedSize({30, 15});
             cells.draw(actor);

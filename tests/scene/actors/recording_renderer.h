@@ -3,8 +3,6 @@
 
 #include <tests/support/idle_renderer_3d.h>
 
-#include <qel/text/engine/text_actor.h>
-
 #include <algorithm>
 #include <string>
 #include <vector>
@@ -13,16 +11,13 @@ namespace qel::test {
 
 /// Something that was drawn.
 struct Drawn {
-    std::string kind; ///< "rect", "texture", "text", "line" or "triangle"
+    std::string kind; ///< "rect", "texture", "line" or "triangle"
     Rect target;      ///< of a line: from the first point to the second
     IVec4<float> tint;
-    std::vector<IVec4<float>> corners; ///< empty for one colour
     Texture* texture = nullptr;
-    Rect source;
     int orientation = 0;
     Filter filter = Filter::Undefined;
     std::vector<IVec2<float>> points; ///< of a triangle
-    std::string text;                 ///< of a text, whose bounds are in target
 };
 
 /// Notes operations, and is in a frame of 200 by 100 pixels from its construction.
@@ -30,25 +25,14 @@ class RecordingRenderer : public IdleRenderer3D {
 public:
     RecordingRenderer() { start(); }
 
-    void drawTextureInternal(Texture* texture, const Rect& source, const Rect& target, int orientation,
-                             const IVec4<float>* corners) override {
-        drawTextureInternal(texture, source, target, orientation);
-        drawn.back().corners.assign(corners, corners + 4);
-    }
-    void drawTextureInternal(Texture* texture, const Rect& source, const Rect& target,
-                             int orientation) override {
+    void drawTextureInternal(Texture* texture, const Rect&, const Rect& target, int orientation) override {
         Drawn& d = add("texture", target);
         d.texture = texture;
-        d.source = source;
         d.orientation = orientation;
         d.filter = texture->getFilter();
     }
-    void drawTextActorInternal(TextActor* actor) override {
-        add("text", actor->getBounds()).text = actor->getText().c_str();
-    }
-    void drawRectInternal(const Rect& rect, const IVec4<float>* corners) override {
-        add("rect", rect).corners.assign(corners, corners + 4);
-    }
+    using IdleRenderer3D::drawRectInternal;
+    using IdleRenderer3D::drawTextureInternal;
     void drawRectInternal(const Rect& rect) override { add("rect", rect); }
     void drawAALineInternal(const IVec2<float>& from, const IVec2<float>& to) override {
         add("line", {from, to});
@@ -79,7 +63,7 @@ public:
 
 private:
     Drawn& add(const std::string& kind, const Rect& target) {
-        drawn.push_back({kind, target, getColor(), {}, nullptr, {}, 0, Filter::Undefined, {}, {}});
+        drawn.push_back({kind, target, getColor(), nullptr, 0, Filter::Undefined, {}});
         return drawn.back();
     }
 };

@@ -22,26 +22,6 @@ TEST(Timeline, AFrameLastsUntilTheNextStarts) {
     EXPECT_EQ(timeline.getNumberOfFrames(), 3u);
 }
 
-TEST(Timeline, OfFramesWithoutDurationTheFirstAfterFrameZeroIsFound) {
-    Timeline timeline;
-    const unsigned durations[] = {0, 0, 10, 0, 5};
-    timeline.initializeWithVariableTimeFrames(5, durations);
-    EXPECT_EQ(timeline.frameFromTime(0), 1);
-    EXPECT_EQ(timeline.frameFromTime(10), 3);
-    timeline.initializeWithConstantTimeFrames(3, 0);
-    EXPECT_EQ(timeline.frameFromTime(0), 1);
-    EXPECT_EQ(timeline.frameFromTime(1), 2);
-}
-
-TEST(Timeline, WithoutDurationsThereAreNoFrames) {
-    Timeline timeline;
-    timeline.initializeWithConstantTimeFrames(3, 10);
-    timeline.initializeWithVariableTimeFrames(3, nullptr);
-    EXPECT_EQ(timeline.getNumberOfFrames(), 0u);
-    EXPECT_EQ(timeline.frameFromTime(5), -1);
-    EXPECT_EQ(timeline.timeFromFrame(1), 0u);
-}
-
 TEST(Timeline, LongTimesSaturate) {
     Timeline timeline;
     timeline.initializeWithConstantTimeFrames(4'000'000'000u, 4'000'000'000u);

@@ -2,9 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <qel/style/theme.h>
-#include <qel/system/core/system.h>
-
 #include <cmath>
 #include <string_view>
 
@@ -12,7 +9,6 @@ namespace qel {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 class TextLayoutTest : public test::TextFixture {};
 
@@ -35,19 +31,6 @@ TEST_F(TextLayoutTest, HeightIsThatOfTheLines) {
         EXPECT_EQ(text->getActualSize().y, c.height) << c.content;
         EXPECT_EQ(text->getLineCount(), c.lines) << c.content;
     }
-}
-
-TEST_F(TextLayoutTest, OneLineFitsIntoBoundsOfLittleMoreThanItsHeight) {
-    layOut("a");
-    font->resize(20); // as if it was loaded later
-    EXPECT_EQ(text->getActualSize().y, 20);
-    font->resize(10);
-    text->setBounds({0, 0, 6, 11});
-    EXPECT_FALSE(text->isTooLarge());
-    text->setBounds({0, 0, 6, 10.9f});
-    EXPECT_TRUE(text->isTooLarge());
-    text->setBounds({0, 0, 5.9f, 11});
-    EXPECT_TRUE(text->isTooLarge());
 }
 
 // --- wrapping -------------------------------------------------------------------------------------------
@@ -88,26 +71,6 @@ TEST_F(TextLayoutTest, NegativeWrapIsTheWidthOfTheBounds) {
     text->setBounds({50, 0, NAN, 10});
     text->update();
     EXPECT_EQ(lines(), "abc def|");
-    text->setWordWrap(0).setBounds({0, 0, 1, 1});
-    text->update();
-    EXPECT_EQ(lines(), "abc def|") << "without a wrap";
-}
-
-// The tab belongs to the end of the line, and the word after it begins the next one.
-TEST_F(TextLayoutTest, LineEndsAfterATab) {
-    text->setWordWrap(30);
-    layOutCodes("a{tab}bc{spacer}de");
-    ASSERT_EQ(text->getLineCount(), 2u);
-    EXPECT_THAT(pens(0), ElementsAre(0, 6, 10, 16, 22));
-    EXPECT_THAT(pens(1), ElementsAre(0, 6));
-}
-
-TEST_F(TextLayoutTest, KerningIsNotPartOfTheLineBeforeIt) {
-    text->setWordWrap(12);
-    font->kernings[{'a', 'b'}] = 3;
-    layOut("abab");
-    EXPECT_EQ(lines(), "a|b|a|b|");
-    EXPECT_THAT(widths(), ElementsAre(6, 6, 6, 6));
 }
 
 // --- the pen --------------------------------------------------------------------------------------------
@@ -123,14 +86,6 @@ TEST_F(TextLayoutTest, PenMovesByAdvancesAndKerning) {
     EXPECT_EQ(text->getInkBounds(), IVec4<int>(1, 1, 20, 8));
 }
 
-TEST_F(TextLayoutTest, TabOfNoWidthStays) {
-    for (const int height : {0, 3, -10}) {
-        font->resize(height);
-        layOutCodes("a{quarter_tab}{quarter_spacer}b{tabstop:3}c");
-        EXPECT_THAT(pens(), ElementsAre(0, 6, 6, 6, 12, 12)) << height;
-    }
-}
-
 TEST_F(TextLayoutTest, TabStopsFarAwayAreLimited) {
     for (const char* const code : {"{tabstop:2000000000}", "{tabstop:99999999999999999999}"}) {
         layOutCodes((std::string("a") + code + code + "b").c_str());
@@ -144,13 +99,6 @@ TEST_F(TextLayoutTest, TabStopsFarAwayAreLimited) {
 
 // --- decorations ----------------------------------------------------------------------------------------
 
-TEST_F(TextLayoutTest, BarAroundNothingIsDropped) {
-    for (const char* const content : {"{bar}{endbar:red}", "a{endbar:red}", "{bar}a"}) {
-        layOutCodes(content);
-        EXPECT_THAT(text->getBars(), IsEmpty()) << content;
-    }
-}
-
 TEST_F(TextLayoutTest, BarFarDownBeginsAtItsLine) {
     std::string lines;
     for (int i = 0; i < 4000; ++i) lines += "a{eol}"; // 10 pixels each
@@ -158,21 +106,6 @@ TEST_F(TextLayoutTest, BarFarDownBeginsAtItsLine) {
     ASSERT_EQ(text->getBars().size(), 1u);
     EXPECT_EQ(text->getBars()[0].top, 40000);
     EXPECT_EQ(text->getBars()[0].bottom, 40010);
-}
-
-TEST_F(TextLayoutTest, QuadsOfAPageAreTogether) {
-    layOutCodes("a\xE4\xB8\x80{color:blue}b\xE4\xB8\x81{color:white}c");
-    const TextActor::Line line = text->getLine(0);
-    ASSERT_EQ(line.fragmentCount, 2u);
-    const TextActor::Fragment first = text->getFragment(line.firstFragment);
-    EXPECT_EQ(first.page, font->getPage(0));
-    EXPECT_EQ(text->getFragment(line.firstFragment + 1).page, font->getPage(1));
-    EXPECT_THAT(std::vector(first.colors.begin(), first.colors.end()),
-                ElementsAre(0xFFFFFFFF, 0xFFFF0000, 0xFFFFFFFF));
-    const std::vector<Rect> targets = quads();
-    ASSERT_EQ(targets.size(), 5u);
-    const float lefts[] = {0, 12, 24, 6, 18};
-    for (size_t i = 0; i < targets.size(); ++i) EXPECT_EQ(targets[i].x0, lefts[i]) << i;
 }
 
 // --- from right to left ---------------------------------------------------------------------------------
@@ -205,14 +138,6 @@ TEST_F(TextLayoutTest, MarksAndMissingGlyphsTakeNoRoom) {
     EXPECT_EQ(text->getInkBounds().y, -2);
 }
 
-TEST_F(TextLayoutTest, TextWithoutAFontHasNoSize) {
-    system().setTheme(makeObject<Theme>().get());
-    text->setFont(nullptr);
-    layOut("abc\ndef");
-    EXPECT_EQ(text->getActualSize(), IVec2<int>());
-    EXPECT_EQ(text->getFont(), nullptr);
-}
-
 std::string repeated(size_t count, std::string_view part) {
     std::string result;
     for (size_t i = 0; i < count; ++i) result += part;
@@ -235,13 +160,6 @@ TEST_F(TextLayoutTest, PenThatMovesBackEndsLinesInLinearTime) {
     EXPECT_EQ(text->getLineCount(), 1u);
     EXPECT_LE(font->lookups, 4 * 300'000);
     EXPECT_EQ(text->getExtentBounds().x, -8 * 99'999 - 8);
-}
-
-TEST_F(TextLayoutTest, ManyCodesAreReadAndLaidOutOnce) {
-    layOutCodes(repeated(50'000, "{tab}a{color:tomato}b{eol}").c_str());
-    EXPECT_EQ(text->getActualSize().y, 500'000);
-    EXPECT_EQ(text->getLineCount(), 50'000u);
-    EXPECT_LE(font->lookups, 4 * 100'000);
 }
 
 TEST_F(TextLayoutTest, LongLinesAndNarrowTextsAreLaidOut) {

@@ -21,7 +21,6 @@ public:
 
     void drawRectInternal(const Rect& rect) override { rects.push_back(rect); }
     void drawTextActorInternal(TextActor* text) override {
-        textColors.push_back(getColor());
         softClips.push_back(text->isSoftClipping());
         for (size_t i = 0; i < text->getLineCount(); ++i)
             if (text->getLine(i).isVisible) lines.push_back(text->getLine(i).x);
@@ -29,7 +28,6 @@ public:
 
     SmartPointer<Image> image = makeObject<Image>();
     std::vector<Rect> rects;
-    std::vector<IVec4<float>> textColors;
     std::vector<bool> softClips;
     std::vector<float> lines; ///< the x of the visible lines
 };

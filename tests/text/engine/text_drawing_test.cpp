@@ -1,5 +1,4 @@
 #include <qel/render/renderer_software.h>
-#include <qel/scene/actors/anim_color.h>
 #include <tests/render/canvas.h>
 #include <tests/support/picture_test.h>
 #include <tests/text/engine/noting_renderer.h>
@@ -18,11 +17,8 @@ using testing::ElementsAre;
 
 class TextDrawing : public test::TextFixture {
 protected:
-    /// Returns the bytes of a target on which the text is drawn.
-    std::vector<uint8> drawn(FormatID format = BGRA8) {
-        return drawn([this](RendererSoftware& renderer) { renderer.draw(text.get()); }, format);
-    }
-    std::vector<uint8> drawn(const std::function<void(RendererSoftware&)>& draw, FormatID format = BGRA8) {
+    /// Returns the bytes of a target of noise on which @p draw has drawn.
+    static std::vector<uint8> drawn(const std::function<void(RendererSoftware&)>& draw, FormatID format) {
         test::Canvas canvas({64, 48}, format);
         std::vector<uint8> noise = test::noise(canvas.image->getByteSize(), 1);
         std::copy(noise.begin(), noise.end(), canvas.image->getBytePointer());
@@ -67,33 +63,12 @@ TEST_F(TextDrawing, EqualsDrawingEachQuad) {
                 layOutCodes(content);
                 text->setColor(color);
                 text->setBounds({left, left - 2, left + 60, 48});
-                EXPECT_EQ(drawn(format), drawn([this](RendererSoftware& r) { drawQuads(r); }, format))
+                EXPECT_EQ(drawn([this](RendererSoftware& r) { r.draw(text.get()); }, format),
+                          drawn([this](RendererSoftware& r) { drawQuads(r); }, format))
                     << format << " at " << left;
             }
         }
     }
-}
-
-TEST_F(TextDrawing, NothingIsDrawnWithAnInvisibleColor) {
-    layOut("abc");
-    const std::vector<uint8> empty = drawn([](RendererSoftware&) {});
-    text->setColor({1, 1, 1, 0.003f});
-    EXPECT_EQ(drawn(), empty);
-    text->setColor({1, 1, 1, 0.004f});
-    EXPECT_NE(drawn(), empty);
-    text->deactivate();
-    EXPECT_EQ(drawn(), empty);
-}
-
-TEST_F(TextDrawing, ColorIsThatOfTheAnimation) {
-    AnimColor animated;
-    animated.setColor({0.5f, 1, 1, 1});
-    layOut("abc");
-    text->setColor({1, 0.5f, 1, 1}).setAnimColor(&animated);
-    NotingRenderer renderer;
-    renderer.draw(text.get());
-    EXPECT_THAT(renderer.textColors, ElementsAre(IVec4<float>(0.5f, 0.5f, 1, 1)));
-    EXPECT_EQ(renderer.getColor(), IVec4<float>(1, 1, 1, 1));
 }
 
 TEST_F(TextDrawing, BarsOutsideTheTargetAreNotDrawn) {
@@ -105,16 +80,6 @@ TEST_F(TextDrawing, BarsOutsideTheTargetAreNotDrawn) {
     NotingRenderer outside;
     outside.draw(text.get());
     EXPECT_TRUE(outside.rects.empty());
-}
-
-TEST_F(TextDrawing, LinesOutsideTheClipAreInvisible) {
-    layOut("a\nb\nc").setBounds({0, 0, 100, 30});
-    NotingRenderer renderer;
-    renderer.pushClip({0, 10, 200, 20});
-    renderer.draw(text.get());
-    EXPECT_FALSE(text->getLine(0).isVisible);
-    EXPECT_TRUE(text->getLine(1).isVisible);
-    EXPECT_FALSE(text->getLine(2).isVisible);
 }
 
 // --- scrolling ------------------------------------------------------------------------------------------
@@ -165,36 +130,14 @@ TEST_F(TextScrolling, MovingLineKeepsTheHostAwake) {
     EXPECT_FALSE(system().isLowPowerModeApplicable());
 }
 
-TEST_F(TextScrolling, LongLineWithoutScrollingIsClippedAtTheCursor) {
-    const auto isClipped = [this](TextAlign align) {
-        text->setHorizontalAlign(align);
-        NotingRenderer renderer;
-        renderer.draw(text.get());
-        return bool{renderer.softClips.front()};
-    };
-    text->setLineScrolling(false);
-    EXPECT_FALSE(isClipped(TextAlign::Start));
-    EXPECT_FALSE(isClipped(TextAlign::EndInk));
-    for (int align = 6; align <= 9; ++align) EXPECT_TRUE(isClipped(static_cast<TextAlign>(align))) << align;
-    EXPECT_FALSE(isClipped(static_cast<TextAlign>(10)));
-    EXPECT_FALSE(text->isSoftClipping());
-}
-
-TEST_F(TextScrolling, FontWithoutHeightDoesNotScroll) {
-    font->resize(0);
-    NotingRenderer renderer;
-    renderer.draw(text.get());
-    EXPECT_THAT(renderer.softClips, ElementsAre(false));
-}
-
 // --- pictures -------------------------------------------------------------------------------------------
 
 /// Pictures that hold on every machine: the font is not drawn by a library.
 class TextPictures : public TextDrawing {
 protected:
-    void expect(const char* name, FormatID format = BGRA8) {
+    void expect(const char* name) {
         test::expectPicture("tests/text/engine/pictures.txt",
-                            {name, {160, 100}, format, [this](RendererSoftware& renderer) {
+                            {name, {160, 100}, BGRA8, [this](RendererSoftware& renderer) {
                                  renderer.clear({0.2f, 0.3f, 0.4f, 1});
                                  renderer.draw(text.get());
                              }});
@@ -207,7 +150,6 @@ TEST_F(TextPictures, Codes) {
                 "{color:lime}more{color:white} words{eol}{align:center}mid{eol}{align:right}right{eol}"
                 "{align:none}{tab}{push_margin}these words wrap at the margin{pop_margin}");
     expect("codes");
-    expect("codes-grey", L8);
     text->setColor({1, 0.8f, 0.9f, 0.7f}).setShadow(true);
     expect("codes-translucent");
 }

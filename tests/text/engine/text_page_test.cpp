@@ -6,9 +6,7 @@
 #include <tests/text/engine/engine_fixture.h>
 
 #include <cstring>
-#include <filesystem>
 #include <regex>
-#include <set>
 #include <sstream>
 
 namespace qel {
@@ -88,32 +86,12 @@ TEST_F(TextPage, PicturesShowTheExamples) {
     log.expect(2, "tried to pop unavailable TR 'greeting' from parsed TRs");
 }
 
-TEST_F(TextPage, EachPictureBelongsToOneExample) {
-    std::set<std::string> named, files;
-    for (const Example& example : examplesOfPage())
-        EXPECT_TRUE(named.insert(example.picture + ".png").second) << example.picture;
-    for (const auto& file : std::filesystem::directory_iterator(test::sourceDir() + "/docs/images/text")) {
-        files.insert(file.path().filename());
-        EXPECT_LT(file.file_size(), 10'000u) << file.path();
-    }
-    EXPECT_EQ(named, files);
-}
-
 TEST_F(TextPage, ShowsEveryControlCode) {
     std::string sources;
     for (const Example& example : examplesOfPage())
         if (example.parser == TextActor::Parser::ControlCodes) sources += example.source;
     for (const String& name : TextActor::getControlCodes())
         EXPECT_NE(sources.find("{" + name + (name.ends_with(':') ? "" : "}")), sources.npos) << name;
-}
-
-TEST_F(TextPage, ShowsEveryFormOfMarkdown) {
-    std::string sources;
-    for (const Example& example : examplesOfPage())
-        if (example.parser == TextActor::Parser::Markdown) sources += "\n" + example.source;
-    for (const char* form : {"\n===", "\n---", "\n- ", "\n# ", "\n$ ", "\n  ", "\n   ", "<<", "[|--]",
-                             "[-|-]", "[--|]", "*", "**", "***", "\\", "\n \n", "\n\n"})
-        EXPECT_NE(sources.find(form), sources.npos) << form;
 }
 
 } // namespace

@@ -7,10 +7,6 @@
 #include <qel/render/sprite.h>
 #include <qel/text/fonts/true_type_font.h>
 
-#include <gmock/gmock.h>
-
-#include <algorithm>
-
 namespace qel {
 namespace {
 
@@ -54,29 +50,6 @@ protected:
     SmartPointer<TrueTypeFont> font;
 };
 
-TEST_F(TrueTypeFontTest, MeasuresXAndA) {
-    load();
-    EXPECT_EQ(font->getXHeight(), font->getCharacter('x')->height);
-    EXPECT_EQ(font->getFontDescriptor(), IVec2<int>(font->getXHeight(), font->getCharacter('A')->height));
-    EXPECT_GT(font->getCapitalHeight(), font->getXHeight());
-}
-
-TEST_F(TrueTypeFontTest, DrawsACharacterIntoAPage) {
-    load();
-    const Font::Character* const letter = font->getCharacter('H');
-    ASSERT_NE(letter, nullptr);
-    EXPECT_EQ(letter->yOffset, -letter->height);
-    EXPECT_FLOAT_EQ(letter->uMax - letter->uMin, static_cast<float>(letter->width) / 256);
-    EXPECT_FLOAT_EQ(letter->vMax - letter->vMin, static_cast<float>(letter->height) / 256);
-    const std::vector<uint8> pixels = pixelsOf(*letter);
-    EXPECT_GT(*std::max_element(pixels.begin(), pixels.end()), 200);
-    EXPECT_EQ(font->getPage(0)->getImage().getImageFormat(), A8);
-    EXPECT_EQ(font->getPage(0)->getSize(), IVec2<int>(256, 256));
-    EXPECT_EQ(font->getCharacter('H'), letter);
-    EXPECT_EQ(font->getCharacter(' ')->width, 0);
-    EXPECT_GT(font->getCharacter(' ')->xAdvance, 0);
-}
-
 TEST_F(TrueTypeFontTest, KeepsTheAddressesOfCharacters) {
     test::LogCapture log;
     load();
@@ -92,19 +65,6 @@ TEST_F(TrueTypeFontTest, AddsAPageWhenOneIsFull) {
     for (uint32 c = 'A'; c <= 'Z'; ++c) ASSERT_NE(font->getCharacter(c), nullptr);
     EXPECT_GT(pageCount(), 1u);
     EXPECT_EQ(log.take().size(), pageCount() - 1);
-}
-
-TEST_F(TrueTypeFontTest, TriesAGlyphThatIsTooLargeOnce) {
-    test::LogCapture log;
-    load(1000);
-    log.take();
-    for (int i = 0; i < 3; ++i) EXPECT_EQ(font->getCharacter('W'), font->getCharacter(Font::kBullet));
-    log.expect(2, "Failed to fit additional glyph into texture atlas! Creating new page");
-    log.expect(1, "no glyph available for codepoint: 87");
-    EXPECT_TRUE(log.take().empty());
-    for (uint32 c = 'A'; c <= 'Z'; ++c) font->getCharacter(c);
-    EXPECT_LE(pageCount(), 3u) << "an empty page is used again";
-    log.take();
 }
 
 TEST_F(TrueTypeFontTest, DrawsItsGlyphsAgainAfterTheyWereFreed) {
@@ -129,33 +89,13 @@ TEST_F(TrueTypeFontTest, AKeptFontListensToTheNextSystem) {
     EXPECT_EQ(font->getPage(0), nullptr);
 }
 
-TEST_F(TrueTypeFontTest, StatesTheStyleOfItsFace) {
-    test::addShippedFonts();
-    const std::pair<const char*, FontStyle> styles[] = {
-        {kRegular, FontStyle::Regular},
-        {"font-robotomono-regular.ttf", FontStyle::Monospaced},
-        {"font-roboto-italic.ttf", FontStyle::Italic},
-        {"font-roboto-bold.ttf", FontStyle::Bold},
-        {"font-roboto-light.ttf", FontStyle::Regular},
-    };
-    for (const auto& [name, style] : styles) {
-        ASSERT_TRUE(font->loadFromResource(name, 20)) << name;
-        EXPECT_EQ(font->getStyle(), style) << name;
-        EXPECT_EQ(font->getResourceName(), name);
-    }
-}
-
 TEST_F(TrueTypeFontTest, RefusesSizesThatCannotBeDrawn) {
     test::LogCapture log;
     test::addShippedFonts();
     for (const int size : {0, -5, 100'000, 2'147'483'647}) {
         EXPECT_FALSE(font->loadFromResource(kRegular, size)) << size;
         log.expect(3, "Failed to load truetype font (FT_Request_Size)");
-        EXPECT_FALSE(font->isLoaded());
-        EXPECT_EQ(font->getLineHeight(), 0);
-        EXPECT_EQ(font->getKerning('A', 'V'), 0);
-        EXPECT_EQ(font->getStyle(), FontStyle::Regular);
-        EXPECT_TRUE(font->getFileBytes().empty());
+        EXPECT_EQ(font->getKerning('A', 'V'), 0) << size;
     }
 }
 
@@ -163,11 +103,7 @@ TEST_F(TrueTypeFontTest, RefusesBytesThatAreNoFont) {
     test::LogCapture log;
     EXPECT_FALSE(font->loadFromMemory(ConstByteSpan::fromText("no font"), 20));
     EXPECT_FALSE(font->loadFromMemory({}, 20));
-    const std::vector<test::LogLine> lines = log.take();
-    ASSERT_EQ(lines.size(), 2u);
-    for (const test::LogLine& line : lines)
-        EXPECT_THAT(line.text,
-                    ::testing::StartsWith("Failed to load truetype font (FT_New_Memory_Face):  Error: "));
+    EXPECT_EQ(log.take().size(), 2u);
     EXPECT_EQ(font->getCharacter('A'), nullptr);
     log.take();
 }
@@ -184,24 +120,12 @@ TEST_F(TrueTypeFontTest, AsksItsFallbackFonts) {
     ASSERT_NE(alef, nullptr);
     EXPECT_NE(alef, font->getCharacter(Font::kBullet));
     EXPECT_EQ(alef->width, hebrew->getCharacter(kAlef)->width);
-    EXPECT_EQ(pageCount(), 1u);
-    font->setFallbackFonts({hebrew});
-    EXPECT_EQ(font->getCharacter(kAlef), alef) << "the same fonts change nothing";
     font->setFallbackFonts({});
     EXPECT_EQ(font->getCharacter(kAlef), font->getCharacter(Font::kBullet));
     log.take();
 }
 
-TEST_F(TrueTypeFontTest, DrawsGlyphsByTheirNumbers) {
-    load();
-    EXPECT_EQ(font->getGlyph(0), nullptr);
-    EXPECT_EQ(font->getGlyph(0xFFFFFFFF), nullptr);
-    const Font::Character* const glyph = font->getGlyph(36);
-    ASSERT_NE(glyph, nullptr);
-    EXPECT_EQ(font->getGlyph(36), glyph);
-}
-
-TEST_F(TrueTypeFontTest, StatesItsScaleAndSharesTheBytesOfItsFile) {
+TEST_F(TrueTypeFontTest, SharesTheBytesOfItsFile) {
     load();
     const auto other = makeObject<TrueTypeFont>();
     ASSERT_TRUE(other->loadFromResource(kRegular, 31));
@@ -210,10 +134,6 @@ TEST_F(TrueTypeFontTest, StatesItsScaleAndSharesTheBytesOfItsFile) {
     ASSERT_TRUE(other->loadFromMemory(file, 20));
     file.free(); // the font has copied it
     EXPECT_NE(other->getCharacter('H'), nullptr);
-    EXPECT_EQ(font->getUnitsPerEm(), 2048);
-    EXPECT_EQ(font->getFaceIndex(), 0);
-    EXPECT_NEAR(font->getScale() * 2400, 20, 0.1); // Roboto's ascender minus its descender
-    EXPECT_EQ(font->getFileBytes().size, test::shippedFont(kRegular).getSize());
 }
 
 // --- the cache and late resources -----------------------------------------------------------------------
@@ -228,10 +148,8 @@ TEST_F(TrueTypeFontTest, IsCachedByNameAndSize) {
     test::LogCapture log;
     TrueTypeFont* const missing = system().getTrueTypeFont("missing.ttf", 20);
     ASSERT_NE(missing, nullptr);
-    EXPECT_EQ(system().getTrueTypeFont("missing.ttf", 20), missing);
     EXPECT_EQ(missing->getCharacter('A'), nullptr);
-    log.expect(1, "Fetching resource: missing.ttf");
-    log.expect(3, "Failed to load truetype font from resource: missing.ttf");
+    log.take();
 }
 
 class LateFontTest : public TrueTypeFontTest {
@@ -252,17 +170,12 @@ protected:
 
 TEST_F(LateFontTest, ReceivesItsFileLater) {
     TrueTypeFont* const late = system().getTrueTypeFont("late.ttf", 20);
-    EXPECT_EQ(late->getResourceName(), "late.ttf");
     EXPECT_EQ(late->getLineHeight(), 0);
-    EXPECT_EQ(late->getKerning('A', 'V'), 0);
     font->setFallbackFonts({late});
     const uint32 version = font->getVersion();
     provider->answer(test::shippedFont(kRegular));
     EXPECT_EQ(late->getLineHeight(), 20);
     EXPECT_GT(font->getVersion(), version) << "so does the version of fonts that fall back to it";
-    log.expect(1, "Fetching resource: late.ttf");
-    log.expect(1, "Copying into internal buffer");
-    log.expect(1, "Loading font: , id=late.ttf, fontSize=20");
     provider->answer(Buffer());
     EXPECT_NE(late->getCharacter('H'), nullptr) << "the first of two answers counts";
     log.take();
@@ -292,9 +205,6 @@ TEST_F(LateFontTest, SharesOneRequest) {
     EXPECT_EQ(font->getLineHeight(), 20);
     EXPECT_EQ(other->getLineHeight(), 30);
     log.take();
-    EXPECT_TRUE(font->loadFromResourceAsync("late.ttf", 40));
-    EXPECT_EQ(font->getLineHeight(), 40);
-    EXPECT_TRUE(log.take().empty());
 }
 
 TEST_F(LateFontTest, IgnoresAnAnswerAfterItWasLoadedAgain) {

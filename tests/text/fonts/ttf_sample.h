@@ -27,9 +27,6 @@ struct TtfSample {
 
     int ascender = 800;
     int descender = -200;
-    bool isBold = false;
-    bool isItalic = false;
-    bool isUnicode = true;
     int mapCount = 1;          ///< entries for the same character map
     std::string functions;     ///< that programs may call
     size_t statedLocaSize = 0; ///< the size of the table of places in the directory; 0 means the actual one
@@ -71,8 +68,7 @@ private:
         std::string groups;
         for (size_t i = 0; i < glyphs.size(); ++i)
             groups += u32(glyphs[i].codePoint) + u32(glyphs[i].codePoint) + u32(i + 1);
-        const std::string entry =
-            u16(isUnicode ? 3 : 1) + u16(isUnicode ? 10 : 0) + u32(4 + 8 * static_cast<size_t>(mapCount));
+        const std::string entry = u16(3) + u16(10) + u32(4 + 8 * static_cast<size_t>(mapCount));
         std::string entries;
         for (int i = 0; i < mapCount; ++i) entries += entry;
         return u16(0) + u16(mapCount) + entries + u16(12) + u16(0) + u32(16 + groups.size()) + u32(0) +
@@ -110,8 +106,8 @@ private:
     }
     std::string head() const {
         return u32(0x00010000) + u32(0x00010000) + u32(0) + u32(0x5F0F3CF5) + u16(0) + u16(1000) +
-               std::string(16, '\0') + u16(0) + u16(descender) + u16(1000) + u16(ascender) +
-               u16((isBold ? 1 : 0) | (isItalic ? 2 : 0)) + u16(8) + u16(2) + u16(1) + u16(0);
+               std::string(16, '\0') + u16(0) + u16(descender) + u16(1000) + u16(ascender) + u16(0) + u16(8) +
+               u16(2) + u16(1) + u16(0);
     }
     std::string hhea() const {
         return u32(0x00010000) + u16(ascender) + u16(descender) + u16(0) + u16(1000) + std::string(22, '\0') +
