@@ -41,34 +41,19 @@ protected:
         renderer.stop();
         return frame;
     }
-
-    /// Expects the plain result for every tint.
-    static void expectPlain(const IVec2<int>& size, const std::vector<uint8>& alphas) {
-        for (const IVec4<float>& tint : kTints) {
-            const DrawnFrame plain = drawn(Mode::Plain, size, alphas, tint);
-            EXPECT_EQ(plain.strayBytes(), 0u);
-            EXPECT_EQ(drawn(Mode::Inline, size, alphas, tint).memory, plain.memory)
-                << "width " << size.x << ", tint " << &tint - kTints;
-        }
-    }
 };
-
-TEST_P(MaskDrawing, HasAnyWidth) {
-    for (int width = 1; width <= 67; ++width) {
-        const IVec2<int> size(width, 3);
-        std::vector<uint8> alphas = test::noise(static_cast<size_t>(3 * width), static_cast<uint32>(width));
-        std::fill_n(alphas.begin() + width, width / 2, uint8{0});
-        std::fill_n(alphas.begin() + width + width / 2, width / 2, uint8{255});
-        expectPlain(size, alphas);
-    }
-}
 
 // The bytes of the target step by 37 within a row, so that each alpha meets each byte.
 TEST_P(MaskDrawing, MixesEveryAlphaWithEveryByte) {
     constexpr int kBytes = 256;
     std::vector<uint8> alphas(kBytes * kBytes);
     for (size_t i = 0; i < alphas.size(); ++i) alphas[i] = static_cast<uint8>(i / kBytes);
-    expectPlain({kBytes, kBytes}, alphas);
+    for (const IVec4<float>& tint : kTints) {
+        const DrawnFrame plain = drawn(Mode::Plain, {kBytes, kBytes}, alphas, tint);
+        EXPECT_EQ(plain.strayBytes(), 0u);
+        EXPECT_EQ(drawn(Mode::Inline, {kBytes, kBytes}, alphas, tint).memory, plain.memory)
+            << "tint " << &tint - kTints;
+    }
 }
 
 QEL_ON_EVERY_TARGET(MaskDrawing);

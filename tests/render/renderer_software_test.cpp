@@ -28,13 +28,6 @@ TEST(RendererSoftware, FormatsThatCannotBeDrawnOnAreRefused) {
     renderer.setRenderTarget(image.get());
     log.expect(3, "unsupported rendertarget format for softwarerendering, image->getImageFormat()=203");
     EXPECT_EQ(renderer.getRenderTarget(), nullptr);
-    Image copy;
-    EXPECT_FALSE(renderer.downloadFramebuffer(copy));
-    renderer.start();
-    renderer.drawRectInternal({0, 0, 5, 5});
-    renderer.clear({1, 1, 1, 1});
-    renderer.stop();
-    EXPECT_EQ(renderer.getRenderTargetSize(), IVec2<int>());
 }
 
 TEST(RendererSoftware, ASolidRectangleStoresTheTint) {
@@ -47,36 +40,6 @@ TEST(RendererSoftware, ASolidRectangleStoresTheTint) {
     canvas.renderer.pushColor({7, -2, kNan, 1});
     canvas.renderer.drawRectInternal({0, 0, 1, 1});
     EXPECT_EQ(canvas.pixel(0, 0), 0xFFFF0000u) << "colours outside the unit are clamped";
-    canvas.renderer.pushClip({0, 0, 0, 0});
-    canvas.renderer.stop();
-    canvas.renderer.clear({1, 1, 1, 1});
-    EXPECT_EQ(canvas.image->getBytePointer(1)[7], 255) << "clear works between frames without clip and tint";
-}
-
-TEST(RendererSoftware, TheLeastVisibleAlphaIsHalfAStep) {
-    for (const auto& [alpha, expected] :
-         {std::pair{0.001f, 0u}, {kNan, 0u}, {-1.0f, 0u}, {0.999f, 0xFFFFFFFFu}}) {
-        Canvas canvas({1, 1});
-        canvas.renderer.pushColor({1, 1, 1, alpha});
-        canvas.renderer.drawRectInternal({0, 0, 1, 1});
-        EXPECT_EQ(canvas.pixel(0, 0), expected) << alpha;
-    }
-}
-
-TEST(RendererSoftware, GreyTargetsStoreTheMeanOfTheColor) {
-    for (const FormatID format : {UInt8, L8}) {
-        Canvas canvas({1, 1}, format);
-        canvas.renderer.clear({1, 0.5f, 0, 0});
-        EXPECT_EQ(canvas.bytes(), (std::vector<uint8>{128})) << format;
-        canvas.renderer.pushColor({1, 1, 1, 0.25f});
-        canvas.renderer.drawRectInternal({0, 0, 1, 1});
-        EXPECT_EQ(canvas.bytes(), (std::vector<uint8>{160})) << format;
-    }
-    for (const FormatID format : {UInt16, L16, X16}) {
-        Canvas canvas({1, 1}, format);
-        canvas.renderer.clear({0.5f, 0.5f, 0.5f, 0});
-        EXPECT_EQ(canvas.bytes(), (std::vector<uint8>{0x00, 0x80})) << format;
-    }
 }
 
 TEST(RendererSoftware, TheClipNeverReachesOutsideTheTarget) {
@@ -145,33 +108,6 @@ TEST(RendererSoftware, ADownloadShowsTheFrameSoFar) {
     EXPECT_EQ(canvas.image->getBytePointer()[0], 255);
 }
 
-TEST(RendererSoftware, TargetsInForeignMemoryMayHaveAnyPitch) {
-    for (const int pitch : {13, -13}) {
-        std::vector<uint8> memory(13 * 3, 7);
-        const SmartPointer<Image> image = makeObject<Image>();
-        uint8* const first = memory.data() + (pitch < 0 ? 26 : 0);
-        image->initializeFromExtern(BGRA8, {3, 3}, {{first, static_cast<size_t>(memory.data() + 39 - first)}},
-                                    {pitch}, {});
-        ASSERT_TRUE(image->isInitialized());
-        RendererSoftware renderer;
-        renderer.setRenderTarget(image.get());
-        renderer.start();
-        renderer.pushClip({0, 0, 3, 1});
-        renderer.drawRectInternal({0, 0, 9, 9});
-        renderer.stop();
-        for (size_t i = 0; i < memory.size(); ++i) {
-            const size_t row = pitch < 0 ? 2 : 0;
-            const bool isDrawn = i >= row * 13 && i < row * 13 + 12;
-            EXPECT_EQ(memory[i], isDrawn ? 255 : 7) << pitch << ":" << i;
-        }
-        Image copy;
-        EXPECT_TRUE(renderer.downloadFramebuffer(copy));
-        EXPECT_FALSE(copy.isExternal()) << "a download is a deep copy";
-        EXPECT_EQ(copy.getBytePointer()[0], 255);
-        EXPECT_EQ(copy.getBytePointer(1)[0], 7);
-    }
-}
-
 TEST(RendererSoftware, RowsThatShareBytesAreDrawnInTheirOrder) {
     std::vector<std::vector<uint8>> frames;
     for (const seams::DrawingMode mode : {seams::DrawingMode::Plain, seams::DrawingMode::Inline}) {
@@ -189,6 +125,25 @@ TEST(RendererSoftware, RowsThatShareBytesAreDrawnInTheirOrder) {
         frames.push_back(memory);
     }
     EXPECT_EQ(frames[0], frames[1]);
+}
+
+TEST(RendererSoftware, TargetsInForeignMemoryMayBeUpsideDown) {
+    std::vector<uint8> memory(13 * 3, 7);
+    const SmartPointer<Image> image = makeObject<Image>();
+    image->initializeFromExtern(BGRA8, {3, 3}, {{memory.data() + 26, 13}}, {-13}, {});
+    ASSERT_TRUE(image->isInitialized());
+    RendererSoftware renderer;
+    renderer.setRenderTarget(image.get());
+    renderer.start();
+    renderer.pushClip({0, 0, 3, 1});
+    renderer.drawRectInternal({0, 0, 9, 9});
+    renderer.stop();
+    for (size_t i = 0; i < memory.size(); ++i) EXPECT_EQ(memory[i], i >= 26 && i < 38 ? 255 : 7) << i;
+    Image copy;
+    EXPECT_TRUE(renderer.downloadFramebuffer(copy));
+    EXPECT_FALSE(copy.isExternal()) << "a download is a deep copy";
+    EXPECT_EQ(copy.getBytePointer()[0], 255);
+    EXPECT_EQ(copy.getBytePointer(1)[0], 7);
 }
 
 // --- shapes ---------------------------------------------------------------------------------------------
@@ -211,22 +166,11 @@ TEST(RendererSoftware, NeighbouringTrianglesLeaveNoGap) {
     EXPECT_EQ(canvas.shape().find('.'), std::string::npos);
 }
 
-TEST(RendererSoftware, ATriangleWithoutAreaDrawsNothing) {
-    Canvas canvas({8, 8});
-    canvas.renderer.drawTriangleInternal({4, 4}, {4, 4}, {4, 4});
-    canvas.renderer.drawTriangleInternal({0, 0}, {4, 4}, {8, 8});
-    canvas.renderer.drawTriangleInternal({0, 0}, {kNan, 4}, {8, 0});
-    canvas.renderer.drawTriangleInternal({0, 0}, {kInfinity, 4}, {8, 0});
-    EXPECT_EQ(canvas.shape().find('#'), std::string::npos);
-}
-
 TEST(RendererSoftware, ALineHasHalfTheCoverageAtItsEnds) {
     Canvas canvas({6, 4});
     canvas.renderer.drawAALineInternal({1.9f, 1.2f}, {4.1f, 1.9f});
     EXPECT_EQ(canvas.shape(), "....../.####./.####./....../");
     EXPECT_EQ(canvas.pixel(1, 1), 0xFF808080u);
-    EXPECT_EQ(canvas.pixel(2, 1), 0xFFFFFFFFu);
-    EXPECT_EQ(canvas.pixel(4, 1), 0xFF808080u);
     EXPECT_EQ(canvas.pixel(2, 2), 0xFF000000u) << "pixels without coverage take the tint's alpha too";
     canvas.renderer.pushColor({1, 1, 1, 0.5f});
     canvas.renderer.drawAALineInternal({0, 0}, {3, 0});
@@ -276,27 +220,6 @@ TEST(RendererSoftware, BilinearSamplesMixNeighboursAndRepeatTheEdge) {
     EXPECT_EQ(canvas.bytes(), (std::vector<uint8>{0, 0, 0, 0, 200, 200, 200, 200}));
 }
 
-TEST(RendererSoftware, FormatsThatCannotBeSampledAreReported) {
-    Canvas canvas({4, 4});
-    const SmartPointer<Texture> texture = makeNoise(canvas.renderer, RGBA5551, {2, 2}, 1);
-    test::LogCapture log;
-    canvas.renderer.drawTextureInternal(texture.get(), kWhole, {0, 0, 4, 4}, 0);
-    log.expect(3, "unsupported texture format for drawTextureInternal_Linear, format=208");
-    texture->setFilter(Filter::Nearest);
-    canvas.renderer.drawTextureInternal(texture.get(), kWhole, {0, 0, 4, 4}, 0);
-    log.expect(3, "unsupported texture format for drawTextureInternal_Nearest, format=208");
-    canvas.renderer.drawTextureScaledLookupInternal(texture.get(), kWhole, {0, 0, 4, 4}, 0, {0, 1}, nullptr);
-    log.expect(3, "unsupported texture format for drawTextureInternal_Scaled_Nearest, format=208");
-    const SmartPointer<Texture> lookup = canvas.renderer.createGrayscaleRemapTexture({0, 1});
-    canvas.renderer.drawTextureScaledLookupInternal(texture.get(), kWhole, {0, 0, 4, 4}, 0, {0, 1},
-                                                    lookup.get());
-    log.expect(3, "unsupported texture format for drawTextureInternal_ScaledLookup_Nearest, format=208");
-    canvas.renderer.pushClip({0, 0, 0, 0});
-    canvas.renderer.drawTextureInternal(texture.get(), kWhole, {0, 0, 4, 4}, 0);
-    EXPECT_TRUE(log.take().empty()) << "a clipped draw reports nothing";
-    EXPECT_EQ(canvas.shape(), "..../..../..../..../");
-}
-
 TEST(RendererSoftware, TexturesWithoutPixelsDrawNothing) {
     Canvas canvas({2, 2});
     const SmartPointer<Texture> texture = canvas.renderer.createTexture();
@@ -340,20 +263,17 @@ TEST(RendererSoftware, AFrameKeepsFewReplacedPixels) {
 }
 
 TEST(RendererSoftware, ATextureOfAForeignImageIsADeepCopy) {
-    Canvas canvas({2, 2}, L8);
-    std::vector<uint8> memory{1, 2, 0, 3, 4};
-    const SmartPointer<Texture> texture = canvas.renderer.createTexture();
-    Image external;
-    external.initializeFromExtern(L8, {2, 2}, {{memory.data(), memory.size()}}, {3}, {});
-    texture->upload(external, false);
-    memory.assign(5, 99);
-    canvas.renderer.drawTextureInternal(texture.get(), kWhole, {0, 0, 2, 2}, 0);
-    EXPECT_EQ(canvas.bytes(), (std::vector<uint8>{1, 2, 3, 4}));
-    memory = {5, 6, 0, 7, 8};
-    texture->upload(std::move(external), false);
-    memory.assign(5, 99);
-    canvas.renderer.drawTextureInternal(texture.get(), kWhole, {0, 0, 2, 2}, 0);
-    EXPECT_EQ(canvas.bytes(), (std::vector<uint8>{5, 6, 7, 8}));
+    for (const bool moves : {false, true}) {
+        Canvas canvas({2, 2}, L8);
+        std::vector<uint8> memory{1, 2, 0, 3, 4};
+        const SmartPointer<Texture> texture = canvas.renderer.createTexture();
+        Image external;
+        external.initializeFromExtern(L8, {2, 2}, {{memory.data(), memory.size()}}, {3}, {});
+        moves ? texture->upload(std::move(external), false) : texture->upload(external, false);
+        memory.assign(5, 99);
+        canvas.renderer.drawTextureInternal(texture.get(), kWhole, {0, 0, 2, 2}, 0);
+        EXPECT_EQ(canvas.bytes(), (std::vector<uint8>{1, 2, 3, 4})) << moves;
+    }
 }
 
 TEST(RendererSoftware, ExtremeSourceRectanglesStayInsideTheTexture) {
@@ -427,19 +347,12 @@ TEST(RendererSoftware, APaletteColorsTheFrameAndKeepsItsAlpha) {
 TEST(RendererSoftware, PalettesAndIndicesOfOtherFormatsAreReported) {
     Canvas canvas({1, 1});
     const SmartPointer<Texture> indices = makeTexture(canvas.renderer, L8, {1, 1}, {0});
-    const SmartPointer<Texture> palette = makeTexture(canvas.renderer, RGBA8, {1, 1}, {1, 1, 1, 255});
-    const auto draw = [&](Texture* texture, Texture* colors) {
-        canvas.renderer.drawTextureWithPalette(texture, kWhole, {0, 0, 1, 1}, 0, colors, nullptr);
-    };
+    const SmartPointer<Texture> small = makeNoise(canvas.renderer, L8, {16, 8}, 1);
     test::LogCapture log;
-    draw(indices.get(), makeNoise(canvas.renderer, L8, {16, 8}, 1).get());
+    canvas.renderer.drawTextureWithPalette(indices.get(), kWhole, {0, 0, 1, 1}, 0, small.get(), nullptr);
     log.expect(3, "palette format or size not supported for software overlay, format=201, size=16x8");
-    draw(indices.get(), nullptr);
+    canvas.renderer.drawTextureWithPalette(indices.get(), kWhole, {0, 0, 1, 1}, 0, nullptr, nullptr);
     log.expect(3, "palette format or size not supported for software overlay, format=0, size=0x0");
-    draw(makeNoise(canvas.renderer, RGB8, {1, 1}, 1).get(), palette.get());
-    log.expect(3, "texture format not supported for software overlay, format=203");
-    draw(indices.get(), makeNoise(canvas.renderer, L8, {256, 256}, 1).get());
-    EXPECT_TRUE(log.take().empty()) << "a size of 256 by 256 is enough";
 }
 
 TEST(RendererSoftware, AnInnerRendererUsesTheStacksOfTheOuterOne) {

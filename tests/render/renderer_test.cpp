@@ -5,11 +5,8 @@
 #include <qel/imaging/pixels/image.h>
 #include <qel/render/alpha_composite.h>
 #include <qel/render/render_timer.h>
-#include <qel/render/texture_software.h>
 #include <qel/system/core/application.h>
-#include <qel/system/tasks/alarm.h>
 
-#include <algorithm>
 #include <cmath>
 #include <memory>
 #include <string>
@@ -30,18 +27,15 @@ public:
     void drawAALineInternal(const IVec2<float>& from, const IVec2<float>& to) override {
         lines.emplace_back(from, to);
     }
-    void drawTriangleInternal(const IVec2<float>& a, const IVec2<float>& b, const IVec2<float>& c) override {
+    void drawTriangleInternal(const IVec2<float>&, const IVec2<float>&, const IVec2<float>&) override {
         ++triangles;
-        area += std::fabs((b.x - a.x) * (c.y - a.y) - (c.x - a.x) * (b.y - a.y)) / 2;
     }
-    void setDepthTestInternal(bool on) override { calls += on ? "depth " : "flat "; }
     IVec2<int> getMaximumTextureSize() override { return {1, 1}; }
 
     std::string calls;
     IVec4<int> viewport{-1, -1, -1, -1};
     Vector<Line> lines;
     int triangles = 0;
-    float area = 0;
 };
 
 class RendererTest : public test::SystemFixture {
@@ -56,13 +50,10 @@ TEST_F(RendererTest, AFrameStartsWithTheWholeTargetAsClip) {
     EXPECT_EQ(renderer.getClip(), IVec4<int>(0, 0, 100, 50));
     EXPECT_EQ(renderer.viewport, IVec4<int>(0, 0, 100, 50));
     renderer.pushClip({10, 10, 20, 20});
-    renderer.pause();
-    renderer.resume();
-    EXPECT_EQ(renderer.getClip(), IVec4<int>(10, 10, 20, 20)) << "a pause keeps the clip";
     renderer.flush();
     renderer.clear({});
     renderer.stop();
-    EXPECT_EQ(renderer.calls, "start stop start flush clear stop ");
+    EXPECT_EQ(renderer.calls, "start flush clear stop ");
 }
 
 TEST_F(RendererTest, AClipOutsideTheOneBelowClipsEverything) {
@@ -103,10 +94,6 @@ TEST_F(RendererTest, StacksMayBeAThousandDeep) {
     }
     EXPECT_EQ(renderer.getClip(), IVec4<int>(0, 0, 100, 50)) << "the first entry of each stack stays";
     EXPECT_EQ(renderer.getColor(), IVec4<float>(1, 1, 1, 1));
-    renderer.calls.clear();
-    renderer.start3D();
-    renderer.stop3D();
-    EXPECT_EQ(renderer.calls, "start depth flat stop ");
 }
 
 TEST_F(RendererTest, ADashIsCutAtTheEndOfTheLine) {
@@ -137,9 +124,6 @@ TEST_F(RendererTest, DashesOfLongLinesAreDrawnInsideTheClipOnly) {
     renderer.lines.clear();
     renderer.drawAADashedLineInternal({-1e7f, 70}, {1e7f, 70}, {{10, 10}});
     EXPECT_EQ(renderer.lines.size(), 0u);
-    renderer.drawAADashedLineInternal({-1e9f, 20}, {1e9f, 20}, {{10, 10}});
-    EXPECT_LE(renderer.lines.size(), 1u) << "single precision cannot advance by 20 at 1e9";
-    renderer.lines.clear();
     renderer.drawAADashedLineInternal({0, 0}, {INFINITY, NAN}, {{10, 10}});
     EXPECT_EQ(renderer.lines.size(), 0u);
 }
@@ -149,17 +133,6 @@ TEST_F(RendererTest, TheDashesOfALineHaveABound) {
     renderer.drawAADashedLineInternal({0, 0}, {50, 0}, {{1e-5f, 1e-5f}, {2e-5f, 0}});
     EXPECT_GT(renderer.lines.size(), 60'000u);
     EXPECT_LE(renderer.lines.size(), 65'536u + 2);
-    renderer.lines.clear();
-    renderer.drawAADashedLineInternal({-1e7f, 20}, {1e7f, 20}, {{1e-3f, 1e-3f}});
-    EXPECT_LE(renderer.lines.size(), 65'536u) << "far from the start single precision ends the line";
-}
-
-TEST_F(RendererTest, APolygonIsCoveredByItsTriangles) {
-    const IVec2<float> star[] = {{50, 0},   {60, 40}, {100, 50}, {60, 60},
-                                 {50, 100}, {40, 60}, {0, 50},   {40, 40}};
-    renderer.drawFilledPolygonInternal(8, star);
-    EXPECT_EQ(renderer.triangles, 6);
-    EXPECT_NEAR(renderer.area, 2000, 1e-3);
 }
 
 TEST_F(RendererTest, APolygonThatIsNoneDrawsNothing) {
@@ -188,17 +161,6 @@ TEST_F(RendererTest, ADestroyedRendererIsForgotten) {
     EXPECT_EQ(texture->getRenderer(), nullptr);
 }
 
-TEST_F(RendererTest, AGrayscaleTableHoldsTwoRoundings) {
-    const SmartPointer<Texture> texture = renderer.createGrayscaleRemapTexture({0.5f, -1, 2, NAN, 1});
-    const Image& image = static_cast<TextureSoftware*>(texture.get())->getImage();
-    EXPECT_EQ(image.getImageFormat(), L8);
-    EXPECT_EQ(image.getSize(), IVec2<int>(5, 2));
-    const uint8 expected[2][5] = {{127, 0, 255, 0, 255}, {128, 0, 255, 0, 255}};
-    for (int y = 0; y < 2; ++y)
-        for (int x = 0; x < 5; ++x) EXPECT_EQ(image.getBytePointer(y)[x], expected[y][x]) << x << "," << y;
-    EXPECT_EQ(renderer.createGrayscaleRemapTexture({})->getSize(), IVec2<int>(0, 2));
-}
-
 TEST_F(RendererTest, ThePaletteComposesTheColorsOfTheBits) {
     IVec4<float> colors[16];
     for (int i = 0; i < 16; ++i) colors[i] = {static_cast<float>(i) / 15, 0.5f, 1, 0.3f};
@@ -213,47 +175,16 @@ TEST_F(RendererTest, ThePaletteComposesTheColorsOfTheBits) {
         const uint8* const pixel = palette.getBytePointer() + word * 4;
         for (int i = 0; i < 4; ++i) EXPECT_EQ(pixel[i], std::lround(color[i] * 255)) << word << ":" << i;
     }
-    EXPECT_EQ(util::alphaComposite({1, 0, 0, 1}, {0, 1, 0, 1}), IVec4<float>(1, 0, 0, 1));
-    EXPECT_EQ(util::alphaComposite({1, 1, 1, 0}, {1, 1, 1, 0}), IVec4<float>());
-}
-
-TEST_F(RendererTest, APaletteWithoutColorsIsTransparent) {
-    Image palette;
-    Renderer::createOverlay16BitPaletteImage(palette, nullptr);
-    ASSERT_EQ(palette.getByteSize(), 4 * 65536u);
-    const uint8* const bytes = palette.getBytePointer();
-    EXPECT_TRUE(std::all_of(bytes, bytes + palette.getByteSize(), [](uint8 byte) { return byte == 0; }));
 }
 
 TEST_F(RendererTest, ATimerMeasuresTheTimeBetweenStarts) {
     const std::unique_ptr<RenderTimer> timer(renderer.createRenderTimer());
-    EXPECT_FALSE(timer->hasStarted());
     timer->start();
-    EXPECT_EQ(timer->elapsed(), static_cast<double>(clock.steadyNanoseconds() / 1000) / 1000)
-        << "from stamp 0";
     clock.advanceNs(2'345'678);
     timer->stop();
     timer->start();
     EXPECT_TRUE(timer->hasStarted());
     EXPECT_EQ(timer->elapsed(), 2.345);
-}
-
-TEST_F(RendererTest, ATextureStatesWhatWasUploaded) {
-    passAfter(100);
-    const SmartPointer<Texture> texture = renderer.createTexture();
-    EXPECT_FALSE(texture->isValid());
-    EXPECT_EQ(texture->getFilter(), Filter::Bilinear);
-    EXPECT_EQ(texture->getRenderer(), &renderer);
-    EXPECT_FALSE(texture->getAlarm()->isScheduled());
-    EXPECT_EQ(texture->getTime(), system().getTimeFast());
-    texture->clearTime();
-    texture->upload(Image(RGB8, {7, 5}), false);
-    EXPECT_TRUE(texture->isValid());
-    EXPECT_EQ(texture->getFormat(), RGB8);
-    EXPECT_EQ(texture->getSize(), IVec2<int>(7, 5));
-    EXPECT_EQ(texture->getTime(), system().getTimeFast());
-    texture->declareExtern(L8, {3, 2});
-    EXPECT_EQ(texture->getSize(), IVec2<int>(3, 2));
 }
 
 } // namespace

@@ -58,8 +58,6 @@ TEST(Triangulation, ASimplePolygonHasTwoTrianglesLessThanCorners) {
         EXPECT_NEAR(triangleArea({turned}, seams::triangulate({turned})), ringArea(turned),
                     1e-6 * ringArea(turned));
     }
-    const Ring repeated{{0, 0}, {0, 0}, {50, 0}, {100, 0}, {100, 100}, {100, 100}, {0, 100}, {0, 50}, {0, 0}};
-    EXPECT_NEAR(triangleArea({repeated}, seams::triangulate({repeated})), 10000, 1e-6);
 }
 
 TEST(Triangulation, HolesStayOpen) {
@@ -68,16 +66,6 @@ TEST(Triangulation, HolesStayOpen) {
     const Ring right{{60, 60}, {90, 60}, {75, 90}};
     const Vector<Ring> rings{outline, left, right};
     EXPECT_NEAR(triangleArea(rings, seams::triangulate(rings)), 10000 - 900 - 450, 1e-6);
-}
-
-TEST(Triangulation, OutlinesWithoutAreaHaveNoTriangles) {
-    EXPECT_TRUE(seams::triangulate({}).empty());
-    EXPECT_TRUE(seams::triangulate({{}}).empty());
-    EXPECT_TRUE(seams::triangulate({{{1, 1}, {2, 2}}}).empty());
-    EXPECT_TRUE(seams::triangulate({Ring(1000, {5, 5})}).empty());
-    Ring line;
-    for (int i = 0; i < 200; ++i) line.emplace_back(static_cast<float>(i), static_cast<float>(2 * i));
-    EXPECT_TRUE(seams::triangulate({line}).empty());
 }
 
 TEST(Triangulation, OutlinesAtRandomEnd) {

@@ -10,7 +10,6 @@ namespace {
 
 TEST(ArcballCamera, TheViewIsLookAtFromEveryDistance) {
     ArcballCamera camera;
-    EXPECT_EQ(camera.getViewMatrix(), Float4x4::LookAt({0, 0, 1}, {}, {0, 1, 0}));
     const float angle = 0.5f;
     camera.rotateX(angle);
     EXPECT_NEAR(camera.getDirection().x, -std::sin(angle), 1e-6f);
@@ -47,13 +46,8 @@ TEST(ArcballCamera, TheDistanceStaysWithinItsLimits) {
     EXPECT_EQ(camera.getDistance(), 10);
     camera.zoom(-1);
     EXPECT_EQ(camera.getDistance(), 9);
-    camera.setMinMaxDistance(8, 3);
-    EXPECT_EQ(camera.getDistance(), 3) << "the maximum wins";
     camera.reset();
     EXPECT_EQ(camera.getDistance(), 1) << "reset keeps the limits, but not the distance";
-    camera = ArcballCamera();
-    camera.zoom(-1);
-    EXPECT_EQ(camera.getViewMatrix(), Float4x4::LookAt({}, {0, 0, -1}, {0, 1, 0})) << "the distance is 0";
 }
 
 TEST(ArcballCamera, ArgumentsThatAreNoNumbersAreIgnored) {
@@ -68,17 +62,6 @@ TEST(ArcballCamera, ArgumentsThatAreNoNumbersAreIgnored) {
     EXPECT_EQ(camera.getViewMatrix(), ArcballCamera().getViewMatrix());
 }
 
-TEST(ArcballCamera, AnInfiniteLimitKeepsTheDistanceFinite) {
-    for (const float far : {INFINITY, -INFINITY}) {
-        ArcballCamera camera;
-        camera.setMinMaxDistance(-INFINITY, INFINITY);
-        camera.setDistance(far);
-        EXPECT_EQ(camera.getDistance(), std::copysign(std::numeric_limits<float>::max(), far));
-        camera.setMinMaxDistance(far, far);
-        EXPECT_TRUE(std::isfinite(camera.getViewMatrix()[3].z));
-    }
-}
-
 TEST(ArcballCamera, ThePseudoMatrixKeepsTheOrientation) {
     ArcballCamera camera;
     camera.rotateX(1);
@@ -86,7 +69,6 @@ TEST(ArcballCamera, ThePseudoMatrixKeepsTheOrientation) {
     const Float3x3 state = camera.getPseudoMatrix();
     EXPECT_EQ(state.row(0), camera.getUp());
     EXPECT_EQ(state.row(1), camera.getDirection());
-    EXPECT_EQ(state.row(2), IVec3<float>());
     ArcballCamera other;
     other.setPseudoMatrix(state);
     EXPECT_EQ(other.getViewMatrix(), camera.getViewMatrix());

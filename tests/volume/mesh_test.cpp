@@ -9,22 +9,6 @@
 namespace qel {
 namespace {
 
-TEST(MeshTest, HoldsCopiesOfItsVectors) {
-    const SmartPointer<Mesh> mesh = new Mesh(nullptr);
-    Vector<IVec3<float>> positions{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}};
-    mesh->setPositions(positions);
-    positions.clear();
-    EXPECT_EQ(mesh->getNumVertices(), 3u);
-    EXPECT_FALSE(mesh->IsIndexed());
-    mesh->setIndices({0, 1, 2, 0});
-    EXPECT_TRUE(mesh->IsIndexed());
-    mesh->setPositions(mesh->getPositions());
-    EXPECT_EQ(mesh->getPositions()[1], IVec3<float>(1, 0, 0));
-    mesh->setPointcloud(true).clear();
-    EXPECT_EQ(mesh->getNumVertices(), 0u);
-    EXPECT_TRUE(mesh->isPointcloud()) << "the kind of the mesh remains";
-}
-
 /// Returns the smallest product of a triangle's normal and the direction from the origin to its centre.
 float leastOutward(const Mesh& mesh, const IVec3<float>& origin) {
     float least = 1e30f;
@@ -71,43 +55,16 @@ TEST(MeshTest, ACylinderFacesOutward) {
     EXPECT_FALSE(mesh->IsIndexed());
 }
 
-TEST(MeshTest, PositionsDetermineTheBounds) {
-    const SmartPointer<Mesh> mesh = new Mesh(nullptr);
-    mesh->setPositions({{1, 2, 3}, {-1, 4, std::nanf("")}});
-    EXPECT_EQ(mesh->getLowerCorner(), IVec3<float>(-1, 2, 3));
-    EXPECT_EQ(mesh->getCenter(), IVec3<float>(0, 3, 3));
-    mesh->setPositions({});
-    EXPECT_EQ(mesh->getCenter(), IVec3<float>(0, 3, 3)) << "no positions leave the bounds as they are";
-}
-
 TEST(MeshTest, AGeometryFillsAMesh) {
     MeshGeometry geometry;
-    EXPECT_FALSE(geometry.fromFile("mesh.stl", 1));
-    IVec3<float> lower(7, 7, 7), upper(8, 8, 8);
-    geometry.calculateBounds(lower, upper);
-    EXPECT_EQ(lower, IVec3<float>(7, 7, 7)) << "without positions";
     geometry.getPositions() = {{0, 0, 0}, {2, 4, 6}};
     geometry.getNormals() = {{1, 0, 0}};
     geometry.getIndices() = {0, 1, 0};
-    geometry.calculateBounds(lower, upper);
-    EXPECT_EQ(upper, IVec3<float>(2, 4, 6));
     const SmartPointer<Mesh> mesh = new Mesh(nullptr);
     mesh->fromGeometry(geometry);
     EXPECT_EQ(mesh->getCenter(), IVec3<float>(1, 2, 3));
     EXPECT_EQ(mesh->getNormals().size(), 1u);
     EXPECT_EQ(mesh->getNumIndices(), 3u);
-}
-
-TEST(MeshTest, EqualPositionsCanBeShared) {
-    struct SharingMesh : Mesh {
-        using Mesh::addVertex;
-        using Mesh::Mesh;
-    };
-    const SmartPointer<SharingMesh> mesh = new SharingMesh(nullptr);
-    EXPECT_EQ(mesh->addVertex({1, 2, 3}), 0u);
-    EXPECT_EQ(mesh->addVertex({1, 2, 3.0000002f}), 1u) << "the comparison is exact";
-    EXPECT_EQ(mesh->addVertex({1, 2, 3}), 0u);
-    EXPECT_EQ(mesh->getNumVertices(), 2u);
 }
 
 } // namespace

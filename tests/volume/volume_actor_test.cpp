@@ -3,7 +3,6 @@
 #include <tests/support/log_capture.h>
 #include <tests/volume/noting_volume.h>
 
-#include <qel/imaging/pixels/image.h>
 #include <qel/render/renderer_software.h>
 #include <qel/volume/mesh_actor.h>
 
@@ -27,15 +26,6 @@ public:
     Float4x4 modelMatrix;
     IVec4<float> tint;
 };
-
-TEST(VolumeActorTest, StartsAsSpecified) {
-    const VolumeActor actor;
-    EXPECT_TRUE(actor.isUsingPreintegration());
-    EXPECT_TRUE(actor.isUsingClassified());
-    EXPECT_TRUE(actor.isUsingGradientMultiplier());
-    EXPECT_FALSE(actor.isUsingLocalOcclusion());
-    EXPECT_EQ(actor.getStepCount(), 512);
-}
 
 TEST(VolumeActorTest, DrawsWhileItsTextureLives) {
     DrawingRenderer renderer;
@@ -65,20 +55,11 @@ TEST(VolumeActorTest, OtherRenderersDrawNothing) {
     EXPECT_EQ(software->getColor(), IVec4<float>(1, 1, 1, 1));
 }
 
-TEST(VolumeActorTest, AnImageBecomesOneSlice) {
-    test::VolumeRenderer renderer;
-    const SmartPointer<VolumeTexture> texture = renderer.createVolumeTexture();
-    texture->initialize(UInt16, {2, 1, 5});
-    texture->uploadData(3, Image(UInt16, {2, 1}));
-    EXPECT_EQ(static_cast<test::NotingVolume&>(*texture).slices, (std::vector<int>{3}));
-}
-
 TEST(MeshActorTest, DrawsWithItsTint) {
     DrawingRenderer renderer;
     renderer.pushColor({1, 1, 1, 0.5f});
     const SmartPointer<Mesh> mesh = renderer.createMesh();
     MeshActor actor;
-    EXPECT_FALSE(actor.isPixelExact());
     test::LogCapture log;
     actor.onRender(&renderer);
     log.expect(2, "Missing mesh");

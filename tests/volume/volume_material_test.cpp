@@ -21,11 +21,6 @@ namespace {
 using Json = nlohmann::json;
 using Colors = Curve<IVec3<float>>;
 
-/// A material with access to its range.
-struct OpenMaterial : VolumeMaterial {
-    using VolumeMaterial::calculateBeginEnd;
-};
-
 VolumeMaterial sample() {
     VolumeMaterial material;
     material.setName("bone").setModalityFilter("CT");
@@ -75,12 +70,6 @@ TEST_F(VolumeMaterialTest, BuildCreatesTables) {
     EXPECT_EQ(pixel[3], 128);
     EXPECT_FLOAT_EQ(material.getLookupScaleBias().x, 100.0f / 101 / 100);
     EXPECT_FALSE(material.getGradientTextures(lookup, preintegration));
-    material.setGradientCurve({{0, 0.5f}});
-    ASSERT_TRUE(material.build(8, &renderer));
-    ASSERT_TRUE(material.getGradientTextures(lookup, preintegration));
-    const uint8* const weight = static_cast<TextureSoftware*>(lookup)->getImage().getBytePointer();
-    EXPECT_EQ(weight[0], 128);
-    EXPECT_EQ(weight[3], 255);
 }
 
 TEST_F(VolumeMaterialTest, BuildReplacesTexturesOnlyAfterAChange) {
@@ -98,15 +87,6 @@ TEST_F(VolumeMaterialTest, BuildReplacesTexturesOnlyAfterAChange) {
     EXPECT_EQ(held->getSize().x, 4) << "whoever holds the old one keeps it";
 }
 
-TEST_F(VolumeMaterialTest, AMovedMaterialMustBeBuiltAgain) {
-    VolumeMaterial material = sample();
-    ASSERT_TRUE(material.build(4, &renderer));
-    const VolumeMaterial taken = std::move(material);
-    EXPECT_TRUE(taken.getColorAlphaTextures(lookup, preintegration));
-    EXPECT_FALSE(material.isValid());
-    EXPECT_FALSE(material.build(4, &renderer));
-}
-
 TEST_F(VolumeMaterialTest, TheNumberOfStepsIsLimited) {
     for (const auto& [steps, width] : {std::pair(1, 2), {0, 2}, {-7, 2}, {100, 64}, {1 << 30, 64}}) {
         struct SmallRenderer : test::VolumeRenderer {
@@ -117,16 +97,6 @@ TEST_F(VolumeMaterialTest, TheNumberOfStepsIsLimited) {
         ASSERT_TRUE(material.getColorAlphaTextures(lookup, preintegration));
         EXPECT_EQ(lookup->getSize(), IVec2<int>(width, 1)) << steps;
     }
-}
-
-TEST_F(VolumeMaterialTest, TheRangeCoversAllKeys) {
-    OpenMaterial material;
-    EXPECT_EQ(material.calculateBeginEnd(), IVec2<float>(FLT_MAX, FLT_MIN));
-    material.setColorCurve({{-5, {}}, {-2, {}}});
-    EXPECT_EQ(material.calculateBeginEnd(), IVec2<float>(-5, FLT_MIN)) << "0 counts for negative keys";
-    material.setOpacityCurve({{3, 1}});
-    material.setGradientCurve({{-9, 1}, {7, 1}});
-    EXPECT_EQ(material.calculateBeginEnd(), IVec2<float>(-9, 7));
 }
 
 TEST_F(VolumeMaterialTest, ReadsJson) {
@@ -168,10 +138,7 @@ TEST_F(VolumeMaterialTest, AnyOtherJsonFails) {
         texts.push_back(json.dump());
         with((std::string("/1/") + key).c_str(), true);
     }
-    with("/1/opacity/0/value", "1");
-    with("/1/opacity/0/value", true);
     with("/1/opacity/0/offset", nullptr);
-    with("/1/color/0/value", 1);
     with("/1/color/0/value/1", "x");
     with("/1/gradient", {{{"offset", 1}}});
     for (const std::string& text : texts) {
@@ -197,21 +164,11 @@ TEST_F(VolumeMaterialTest, TheItemContainsDoublesAndIsReadBack) {
 
 TEST_F(VolumeMaterialTest, IncompleteItemsHaveNoCurves) {
     const Item curve = Item().add(1.0).add(2.0);
-    const std::pair<Item, String> cases[] = {
-        {Item(), ""},
-        {Item("a"), "a"},
-        {Item("a").add("b").add(curve).add(curve), "a"},
-        {Item("a").add("b").add(curve).add(curve).add(1), "a"},
-        {Item("a").add(curve).add(curve).add(curve), "a"},
-        {Item(7).add("b").add(curve).add(curve).add(curve), ""},
-    };
-    for (const auto& [item, name] : cases) {
-        SCOPED_TRACE(item.getBase16());
+    for (const Item& item : {Item(), Item("a").add("b").add(curve).add(curve)}) {
         test::LogCapture log;
         const VolumeMaterial material = VolumeMaterial::fromItem(item);
         log.expect(2, "Could not deserialize volume material");
-        EXPECT_EQ(material.getName(), name);
-        EXPECT_TRUE(material.getOpacityCurve().empty());
+        EXPECT_TRUE(material.getOpacityCurve().empty()) << item.getBase16();
     }
 }
 
@@ -219,7 +176,6 @@ TEST_F(VolumeMaterialTest, CurvesOfAnItemEndBeforeOtherElements) {
     const std::pair<Item, Curve<float>> cases[] = {
         {Item().add(1).add(2.5).add(3.0).add(4), {{1, 2.5f}, {3, 4}}},
         {Item().add(1).add(2).add(3), {{1, 2}}},
-        {Item().add(1).add(2).add(true).add(4), {{1, 2}}},
         {Item().add(1).add(2).add("3").add(4), {{1, 2}}},
         {Item().add(1).add(2).add(1).add(3), {{1, 3}}},
         {Item().add(1e300).add(2).add(DBL_MAX * 2).add(3).add(5).add(6), {{5, 6}}},
@@ -235,23 +191,13 @@ TEST_F(VolumeMaterialTest, AnActorTakesTheTables) {
     VolumeActor actor;
     VolumeMaterial invalid;
     EXPECT_FALSE(actor.setVolumeMaterial(invalid));
-    EXPECT_TRUE(actor.isUsingGradientMultiplier());
     material.setGradientCurve({{0, 1}});
     material.build(4, &renderer);
-    actor.setUsingGradientMultiplier(false);
     EXPECT_TRUE(actor.setVolumeMaterial(material));
-    EXPECT_TRUE(actor.isUsingGradientMultiplier());
     EXPECT_EQ(actor.getLookupScaleBias(), material.getLookupScaleBias());
     material.getColorAlphaTextures(lookup, preintegration);
     EXPECT_EQ(actor.getColorAlphaLookupTexture(), lookup);
     EXPECT_EQ(actor.getColorAlphaPreintegrationTexture(), preintegration);
-    material.getGradientTextures(lookup, preintegration);
-    EXPECT_EQ(actor.getGradientLookupTexture(), lookup);
-    VolumeMaterial unbuilt = sample();
-    EXPECT_TRUE(actor.setVolumeMaterial(unbuilt));
-    EXPECT_EQ(actor.getGradientLookupTexture(), lookup) << "tables that do not exist replace none";
-    EXPECT_FALSE(actor.isUsingGradientMultiplier());
-    EXPECT_EQ(actor.getLookupScaleBias(), IVec2<float>());
 }
 
 } // namespace

@@ -3,11 +3,9 @@
 #include <qel/text/engine/text_actor.h>
 #include <tests/components/shaping/shaping_fixture.h>
 #include <tests/support/log_capture.h>
-#include <tests/text/fonts/ttf_sample.h>
 
 #include <gmock/gmock.h>
 
-#include <cmath>
 #include <numeric>
 #include <set>
 #include <string>
@@ -37,26 +35,6 @@ TEST_F(ShaperTest, ArabicLettersJoin) {
     EXPECT_NE(indicesOf(shape(*font, U"ب\u200D", true))[0], 0u) << "a joiner asks for the initial form";
 }
 
-TEST_F(ShaperTest, LetterInALongWordJoinsBothNeighbours) {
-    const auto font = loadShaped(kArabic, 40);
-    const std::vector<uint32> glyphs = indicesOf(shape(*font, std::u32string(1000, U'ب'), true));
-    ASSERT_EQ(glyphs.size(), 1000u);
-    EXPECT_EQ(std::set(glyphs.begin() + 1, glyphs.end() - 1).size(), 1u);
-    EXPECT_NE(glyphs.front(), glyphs[1]);
-    EXPECT_NE(glyphs.back(), glyphs[1]);
-}
-
-TEST_F(ShaperTest, MarkIsPlacedOverItsLetter) {
-    const auto font = loadShaped(kArabic, 40);
-    const ShapedRun run = shape(*font, U"بَ", true);
-    EXPECT_THAT(charactersOf(run), ElementsAre(0, 0));
-    EXPECT_GT(run.advances[0], 0);
-    EXPECT_EQ(run.advances[1], 0);
-    EXPECT_EQ(run.glyphs[1].x, -run.advances[0]) << "the letter begins at its left edge";
-    EXPECT_GT(run.glyphs[0].x, -run.advances[0]);
-    EXPECT_LT(run.glyphs[0].x, 0);
-}
-
 TEST_F(ShaperTest, FirstCharacterOfALigatureHasItsAdvance) {
     const auto roboto = loadShaped(kRoboto, 40);
     const ShapedRun latin = shape(*roboto, U"ffi");
@@ -69,15 +47,6 @@ TEST_F(ShaperTest, FirstCharacterOfALigatureHasItsAdvance) {
     EXPECT_THAT(conjunct.advances, ElementsAre(conjunct.advances[0], 0, 0));
 }
 
-TEST_F(ShaperTest, DevanagariVowelIsDrawnInFrontOfItsConsonant) {
-    const auto font = loadShaped(kDevanagari, 40);
-    const ShapedRun run = shape(*font, U"कि");
-    EXPECT_THAT(charactersOf(run), ElementsAre(0, 0));
-    EXPECT_EQ(run.glyphs[1].index, 0u) << "the consonant";
-    EXPECT_EQ(run.glyphs[0].x, 0);
-    EXPECT_GT(run.glyphs[1].x, 0);
-}
-
 TEST_F(ShaperTest, LatinLettersAreKerned) {
     const auto font = loadShaped(kRoboto, 40);
     EXPECT_LT(widthOf(shape(*font, U"AV")), widthOf(shape(*font, U"A")) + widthOf(shape(*font, U"V")));
@@ -85,16 +54,6 @@ TEST_F(ShaperTest, LatinLettersAreKerned) {
     const ShapedRun run = shape(*font, U"ab");
     EXPECT_THAT(indicesOf(run), ElementsAre(0, 0)) << "usual glyphs are drawn once";
     EXPECT_EQ(run.advances[0], font->getCharacter('a')->xAdvance) << "whole pixels, as without a shaper";
-}
-
-TEST_F(ShaperTest, GlyphsOfHebrewBeginAtTheirLeftEdges) {
-    const auto font = loadShaped("font-noto-hebrew.ttf", 25);
-    const ShapedRun run = shape(*font, U"שלום", true);
-    ASSERT_EQ(run.glyphs.size(), 4u);
-    for (size_t i = 0; i < 4; ++i) {
-        EXPECT_EQ(run.advances[i], std::round(run.advances[i])) << i;
-        EXPECT_NEAR(run.glyphs[i].x, -run.advances[i], 0.5) << i;
-    }
 }
 
 // --- fonts ----------------------------------------------------------------------------------------------
@@ -160,16 +119,6 @@ TEST_F(ShaperTest, MissingCharacterHasItsUsualGlyph) {
     log.expect(1, "no glyph available for codepoint: 4294967295");
 }
 
-TEST_F(ShaperTest, FileWithoutTablesIsShaped) {
-    const auto font = makeObject<TrueTypeFont>();
-    const std::string file = test::TtfSample().bytes();
-    ASSERT_TRUE(font->loadFromMemory({reinterpret_cast<const uint8*>(file.data()), file.size()}, 20));
-    connectShaper(*font);
-    const ShapedRun run = shape(*font, U"AVA");
-    EXPECT_THAT(indicesOf(run), ElementsAre(0, 0, 0));
-    EXPECT_THAT(run.advances, Each(12)); // 600 units
-}
-
 TEST_F(ShaperTest, FontMayBeLoadedAgain) {
     const auto font = loadShaped(kRoboto, 40);
     shape(*font, U"a");
@@ -209,22 +158,6 @@ TEST_F(ShaperTest, CursorStopsFollowTheAdvances) {
     EXPECT_GT(stops[1].rect.x0, 0);
     EXPECT_LT(stops[1].rect.x0, width - 5);
     EXPECT_EQ(text.findCursorPosition({width, 10}), 0);
-}
-
-TEST_F(ShaperTest, JoinedLettersWrapByTheirOwnWidths) {
-    const auto plain = load(kArabic, 40), font = loadShaped(kArabic, 40);
-    TextActor text;
-    text.setText("بببببب بببببب").setFont(plain.get()).setBounds({0, 0, 1000, 100});
-    const int unshaped = text.getActualSize().x;
-    text.setFont(font.get());
-    const int width = text.getActualSize().x;
-    EXPECT_LT(width, unshaped);
-    text.setWordWrap(width + 1);
-    text.update();
-    EXPECT_EQ(text.getLineCount(), 1u);
-    text.setWordWrap(width);
-    text.update();
-    EXPECT_EQ(text.getLineCount(), 2u);
 }
 
 } // namespace

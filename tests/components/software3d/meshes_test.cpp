@@ -1,9 +1,7 @@
 // Meshes, their depth, and 2D operations around 3D.
 #include <tests/components/software3d/scene.h>
 #include <tests/support/log_capture.h>
-#include <tests/support/picture_test.h>
 
-#include <qel/render/renderer_software.h>
 #include <qel/software3d/software_volume_texture.h>
 
 #include <gmock/gmock.h>
@@ -37,17 +35,12 @@ protected:
     }
     size_t countPixels() {
         size_t count = 0;
-        for (const int y : rows)
+        for (int y = 0; y < 32; ++y)
             for (int x = 0; x < 32; ++x) count += scene.alpha(x, y) != 0;
         return count;
     }
 
     Scene scene;
-    std::vector<int> rows = [] {
-        std::vector<int> all(32);
-        for (size_t i = 0; i < all.size(); ++i) all[i] = static_cast<int>(i);
-        return all;
-    }();
 };
 
 TEST_F(MeshDrawingTest, HugeTrianglesAreCutToThePicture) {
@@ -74,40 +67,31 @@ TEST_F(MeshDrawingTest, ABoxCoversItsPixels) {
 
 TEST_F(MeshDrawingTest, TheNearestIsSeenInAnyOrder) {
     const SmartPointer<Mesh> near = box(0.1, 0.2), far = box(0.5, 0.6);
-    scene.draw([&] {
-        scene.addMesh(*near, kRed);
-        scene.addMesh(*far, kGreen);
-    });
-    EXPECT_EQ(scene.channel(16, 16, 2), 255);
-    EXPECT_EQ(scene.channel(16, 16, 1), 0);
-    scene.draw([&] {
-        scene.addMesh(*far, kGreen);
-        scene.addMesh(*near, kRed);
-    });
-    EXPECT_EQ(scene.channel(16, 16, 2), 255);
-    scene.draw([&] {
-        scene.renderer->setDepthTest(false);
-        scene.addMesh(*near, kRed);
-        scene.addMesh(*far, kGreen);
-    });
-    EXPECT_EQ(scene.channel(16, 16, 1), 255) << "without a depth test the last one";
+    const auto greenAfter = [&](bool nearFirst, bool usesDepth) {
+        scene.draw([&] {
+            scene.renderer->setDepthTest(usesDepth);
+            scene.addMesh(nearFirst ? *near : *far, nearFirst ? kRed : kGreen);
+            scene.addMesh(nearFirst ? *far : *near, nearFirst ? kGreen : kRed);
+        });
+        return scene.channel(16, 16, 1);
+    };
+    EXPECT_EQ(greenAfter(true, true), 0);
+    EXPECT_EQ(greenAfter(false, true), 0);
+    EXPECT_EQ(greenAfter(true, false), 255) << "without a depth test the last one";
 }
 
 TEST_F(MeshDrawingTest, TransparentMeshesBlendAndHideNothing) {
     const SmartPointer<Mesh> near = triangle({{0, 0, 0.1f}, {1, 0, 0.1f}, {0, 1, 0.1f}});
     const SmartPointer<Mesh> far = triangle({{0, 0, 0.5f}, {1, 0, 0.5f}, {0, 1, 0.5f}});
-    scene.draw([&] {
-        scene.addMesh(*near, {1, 0, 0, 0.5f});
-        scene.addMesh(*far, kGreen);
-    });
-    EXPECT_EQ(scene.channel(5, 26, 1), 255);
-    scene.draw([&] {
-        scene.addMesh(*far, kGreen);
-        scene.addMesh(*near, {1, 0, 0, 0.5f});
-    });
-    EXPECT_EQ(scene.channel(5, 26, 1), 128);
-    EXPECT_EQ(scene.channel(5, 26, 2), 128);
-    EXPECT_EQ(scene.alpha(5, 26), 255);
+    for (const bool nearFirst : {false, true}) {
+        scene.draw([&] {
+            if (nearFirst) scene.addMesh(*near, {1, 0, 0, 0.5f});
+            scene.addMesh(*far, kGreen);
+            if (!nearFirst) scene.addMesh(*near, {1, 0, 0, 0.5f});
+        });
+        EXPECT_EQ(scene.channel(5, 26, 1), nearFirst ? 255 : 128);
+        EXPECT_EQ(scene.alpha(5, 26), 255);
+    }
 }
 
 TEST_F(MeshDrawingTest, NeighboursShareNoPixel) {
@@ -146,24 +130,6 @@ TEST_F(MeshDrawingTest, CullingFollowsTheCorners) {
     EXPECT_NE(scene.alpha(26, 26), 0) << "a reflected front face is still a front face";
 }
 
-TEST_F(MeshDrawingTest, ClosedMeshesLookTheSameWithoutBackFaces) {
-    scene.lookFrom({1.7f, 1.2f, -1});
-    const SmartPointer<Mesh> mesh = scene.renderer->createMesh();
-    mesh->createCylinder(0.4, 0.9, 13, true);
-    for (const float mirror : {1.0f, -1.0f}) {
-        MeshActor actor;
-        actor.setMesh(mesh.get()).setModelMatrix({mirror, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, .5f, .5f, .5f, 1});
-        const auto drawn = [&](int mode) {
-            scene.renderer->setCullMode(mode);
-            scene.draw([&] { actor.onRender(scene.renderer.get()); });
-            return scene.bytes();
-        };
-        EXPECT_EQ(drawn(0), drawn(1));
-        EXPECT_NE(drawn(2), drawn(1));
-        EXPECT_GT(countPixels(), 100u);
-    }
-}
-
 TEST_F(MeshDrawingTest, DropsWhatIsNotATriangle) {
     const float nan = std::numeric_limits<float>::quiet_NaN(), inf = std::numeric_limits<float>::infinity();
     const SmartPointer<Mesh> mesh =
@@ -179,15 +145,6 @@ TEST_F(MeshDrawingTest, DropsWhatIsNotATriangle) {
     EXPECT_GT(countPixels(), 400u) << "the rest of a list is ignored";
     scene.drawMesh(*scene.renderer->createMesh(), kRed);
     EXPECT_EQ(countPixels(), 0u) << "an empty mesh";
-}
-
-TEST_F(MeshDrawingTest, PlanesOfThePictureCutTriangles) {
-    scene.lookFrom({0.5f, 0.5f, 0.4f}); // inside
-    scene.drawMesh(*triangle({{-50, -40, -30}, {60, -40, 40}, {0.5f, 90, 3}}), kRed);
-    EXPECT_GT(countPixels(), 0u);
-    scene.drawMesh(*triangle({{-1e6f, -1e6f, 0.9f}, {1e6f, -1e6f, 0.9f}, {0, 1e6f, 0.9f}}), kRed);
-    EXPECT_EQ(countPixels(), 1024u);
-    scene.drawMesh(*triangle({{-3e38f, -1e38f, -1e38f}, {1e38f, 3e38f, 1e38f}, {0, 3e38f, 3e38f}}), kRed);
 }
 
 TEST_F(MeshDrawingTest, PointsArePixels) {
@@ -221,7 +178,6 @@ TEST_F(MeshDrawingTest, RaysEndAtMeshesInAnyOrder) {
 TEST_F(MeshDrawingTest, TheFarthestVolumeIsDrawnFirst) {
     scene.setVolume({2, 2, 2}, [](double, double, double) { return 1; });
     scene.setMaterial({{0, {1, 0, 0}}}, {{0, 1}}, 2);
-    Scene other;
     VolumeMaterial material;
     material.setColorCurve({{0, {0, 1, 0}}}).setOpacityCurve({{0, 1}}).build(2, scene.renderer.get());
     VolumeActor behind;
@@ -252,12 +208,6 @@ TEST_F(MeshDrawingTest, FlatOperationsLieOnTop) {
     });
     EXPECT_EQ(scene.channel(16, 16, 1), 0);
     EXPECT_EQ(scene.channel(2, 2, 1), 255);
-    renderer.start3D();
-    renderer.pushClip({0, 0, 16, 32});
-    scene.actor->onRender(&renderer);
-    renderer.clear({0, 0, 0, 0});
-    renderer.stop3D();
-    EXPECT_EQ(countPixels(), 0u) << "clear() also removes volumes that are not on the target yet";
 }
 
 TEST_F(MeshDrawingTest, ClipAndViewportAreIndependent) {
@@ -275,47 +225,11 @@ TEST_F(MeshDrawingTest, ClipAndViewportAreIndependent) {
 
 TEST_F(MeshDrawingTest, OtherTargetsHaveNo3D) {
     const auto grey = makeObject<Image>(L8, IVec2<int>(8, 8));
-    scene.renderer->setRenderTarget(grey.get());
-    const SmartPointer<Mesh> mesh = box(0, 1);
-    scene.renderer->start3D();
-    scene.renderer->clear({0, 0, 0, 1});
-    scene.addMesh(*mesh, kRed);
-    scene.renderer->stop3D();
+    for (Image* const target : {grey.get(), static_cast<Image*>(nullptr)}) {
+        scene.renderer->setRenderTarget(target);
+        scene.drawMesh(*box(0, 1), kRed);
+    }
     EXPECT_EQ(grey->getBytePointer(4)[4], 0);
-    scene.renderer->setRenderTarget(nullptr);
-    scene.addMesh(*mesh, kRed);
-}
-
-TEST_F(MeshDrawingTest, FlatOperationsAreThoseOfTheSoftwareRenderer) {
-    const auto drawOn = [](Renderer& renderer) {
-        renderer.start();
-        renderer.clear({0.1f, 0.2f, 0.3f, 1});
-        renderer.pushClip({2, 3, 30, 29});
-        renderer.pushColor({1, 0.5f, 0.25f, 0.6f});
-        renderer.drawRectInternal({1, 1, 20, 17});
-        renderer.drawAALineInternal({0, 0}, {31, 25});
-        renderer.drawTriangleInternal({5, 5}, {28, 9}, {11, 27});
-        const IVec2<float> star[] = {{16, 1}, {22, 30}, {3, 11}, {29, 11}, {9, 30}};
-        renderer.drawFilledPolygonInternal(5, star);
-        Image image(RGBA8, {2, 2});
-        for (size_t i = 0; i < 16; ++i) image.getBytePointer()[i] = static_cast<uint8>(i * 16);
-        const SmartPointer<Texture> texture = renderer.createTexture();
-        texture->upload(image, false);
-        renderer.drawTextureInternal(texture.get(), {0, 0, 1, 1}, {4, 4, 27, 25}, 3);
-        renderer.popColor();
-        renderer.stop();
-        EXPECT_EQ(texture->getRenderer(), &renderer);
-    };
-    const auto expected = makeObject<Image>(BGRA8, IVec2<int>(32, 32));
-    const auto plain = makeObject<RendererSoftware>();
-    plain->setRenderTarget(expected.get());
-    drawOn(*plain);
-    drawOn(*scene.renderer);
-    EXPECT_EQ(scene.bytes(), std::vector<uint8>(expected->getBytePointer(),
-                                                expected->getBytePointer() + expected->getByteSize()));
-    Image copy;
-    EXPECT_TRUE(scene.renderer->downloadFramebuffer(copy));
-    EXPECT_EQ(copy.getSize(), IVec2<int>(32, 32));
 }
 
 TEST(SoftwareVolumeTextureTest, VoxelsAreZeroUntilTheyAreUploaded) {
@@ -332,10 +246,8 @@ TEST(SoftwareVolumeTextureTest, VoxelsAreZeroUntilTheyAreUploaded) {
     EXPECT_EQ(volume.getBricks()[0].maximum, 0) << "slice 9 is two away";
     EXPECT_EQ(volume.getBricks()[1].maximum, 6);
     EXPECT_EQ(volume.getBricks()[1].minimum, 0);
-    const uint64 revision = volume.getRevision();
     texture->uploadData(8, 9, UInt16, slice);
     EXPECT_EQ(volume.getBricks()[0].maximum, 6) << "slice 8 is a neighbour";
-    EXPECT_NE(volume.getRevision(), revision);
 }
 
 TEST(SoftwareVolumeTextureTest, TakesImagesOfItsSizeOnly) {
@@ -347,11 +259,8 @@ TEST(SoftwareVolumeTextureTest, TakesImagesOfItsSizeOnly) {
     std::fill_n(image.getBytePointer(), image.getByteSize(), uint8{9});
     texture->uploadData(1, image);
     EXPECT_EQ(static_cast<SoftwareVolumeTexture&>(*texture).getVoxels()[6], 0x909);
-    const Image others[] = {Image(), Image(UInt16, {2, 3}), Image(UInt16, {3, 1}), Image(UInt8, {6, 2})};
-    for (const Image& other : others) {
-        texture->uploadData(1, other);
-        log.expect(3, "invalid upload of the slices 1 to 2");
-    }
+    texture->uploadData(1, Image(UInt16, {3, 1}));
+    log.expect(3, "invalid upload of the slices 1 to 2");
     texture->uploadData(std::numeric_limits<int>::max(), image);
     log.expect(3, "invalid upload of the slices 2147483647 to 2147483648");
 }
@@ -373,7 +282,6 @@ TEST(SoftwareVolumeTextureTest, RefusesWhatItCannotStore) {
     log.expect(3, "invalid upload of the slices 0 to 1");
     EXPECT_EQ(static_cast<SoftwareVolumeTexture&>(*texture).getVoxels()[0], 0);
     EXPECT_THROW(texture->initialize(UInt16, {1 << 30, 1 << 30, 1 << 30}), std::bad_alloc);
-    EXPECT_THROW(texture->initialize(UInt16, {1 << 20, 1 << 20, 1 << 10}), std::bad_alloc);
 }
 
 } // namespace

@@ -348,5 +348,57 @@ TEST_F(VolumeSwitchesTest, CoordinatesThatAreNotFiniteAreTheMiddle) {
     }
 }
 
+TEST_F(VolumeSwitchesTest, VoxelsAreMixedAndRepeatedAtTheEdges) {
+    // Four voxels, whose centres are 10 of 40 pixels apart.
+    scene.setVolume({4, 4, 4}, [](double x, double, double) { return 255 * x; });
+    scene.actor->setUsingClassified(false).setLookupScaleBias({1 / 255.0f, 0});
+    scene.drawVolume();
+    EXPECT_EQ(scene.channel(0, 16, 0), 32);
+    EXPECT_EQ(scene.channel(4, 16, 0), 32);
+    EXPECT_GT(scene.channel(8, 16, 0), 32);
+    scene.texture->setFilter(Filter::Nearest);
+    scene.drawVolume();
+    EXPECT_EQ(scene.channel(9, 16, 0), 32);
+    EXPECT_EQ(scene.channel(10, 16, 0), scene.channel(19, 16, 0));
+}
+
+TEST_F(VolumeSwitchesTest, GradientsAtACutAreThoseOfTheWholeVolume) {
+    // The cut lies where the volume is even: without what was cut off, the gradient would be large.
+    scene.setVolume({16, 16, 16}, [](double, double, double) { return 40000; });
+    scene.setMaterial(kWhite, {{0, 0}, {40000, 3 / 255.0f}}, 64, {{0, 0}, {1000, 1}});
+    scene.renderer->setClipPlanes({{0, 0, 1, -0.5f}});
+    scene.drawVolume();
+    EXPECT_EQ(scene.bytes(), std::vector<uint8>(scene.target->getByteSize())) << "no gradient, no opacity";
+}
+
+TEST_F(VolumeSwitchesTest, ClearingDropsVolumesThatWaitForMeshes) {
+    makeBlobs(scene);
+    scene.draw([this] {
+        scene.actor->onRender(scene.renderer.get());
+        scene.renderer->clear({0, 0, 0, 0});
+    });
+    EXPECT_EQ(scene.bytes(), std::vector<uint8>(scene.target->getByteSize()));
+}
+
+TEST_F(VolumeSwitchesTest, TablesOfPastFramesAreReleased) {
+    std::vector<SmartPointer<VolumeActor>> actors;
+    std::vector<SmartPointer<Image>> images;
+    scene.setVolume({4, 4, 4}, [](double x, double, double) { return 40000 * x; });
+    for (int i = 1; i <= 40; ++i) {
+        scene.setMaterial(kWhite, {{0, 0.02f * static_cast<float>(i)}}, 4);
+        auto& table = static_cast<TextureSoftware&>(*scene.actor->getColorAlphaLookupTexture());
+        images.push_back(table.getSharedImage());
+        actors.push_back(makeObject<VolumeActor>(*scene.actor));
+    }
+    scene.draw([&] {
+        for (const auto& actor : actors) actor->onRender(scene.renderer.get());
+    });
+    actors.clear();
+    scene.setMaterial(kWhite, {{0, 1}}, 4);
+    scene.drawVolume();
+    const auto isHeld = [](const auto& image) { return image->getReferenceCount() > 1; };
+    EXPECT_LE(std::count_if(images.begin(), images.end(), isHeld), 16);
+}
+
 } // namespace
 } // namespace qel

@@ -1,12 +1,9 @@
 #include <qel/imaging/io/dummy_camera.h>
 #include <qel/plugins/resource_locator.h>
-#include <tests/support/log_capture.h>
 #include <tests/support/scratch_folder.h>
 #include <tests/support/system_fixture.h>
 
 #include <gtest/gtest.h>
-
-#include <filesystem>
 
 using namespace qel;
 using namespace qel::test;
@@ -59,15 +56,6 @@ TEST_F(CameraTest, FramesFollowAtTheirRate) {
     EXPECT_EQ(frames.size(), 2u);
 }
 
-TEST_F(CameraTest, RatesOutsideTheRangeAreLimited) {
-    for (const auto& [rate, period] : {std::pair{0, 1000u}, {-5, 1000u}, {1, 1000u}, {1001, 0u}}) {
-        const SmartPointer<Camera> camera = create(rate);
-        camera->control(Camera::Command::Start);
-        passAfter(2000);
-        EXPECT_EQ(lastPeriod, period) << rate;
-    }
-}
-
 TEST_F(CameraTest, FramesAndPhotosAreCopiesOfTheIcon) {
     const SmartPointer<Camera> camera = create(1000);
     SmartPointer<Image> photo;
@@ -80,32 +68,6 @@ TEST_F(CameraTest, FramesAndPhotosAreCopiesOfTheIcon) {
     ASSERT_EQ(frames.size(), 2u);
     EXPECT_EQ(photo->getBytePointer()[5], 5);
     EXPECT_NE(frames[0]->getBytePointer(), frames[1]->getBytePointer());
-}
-
-TEST_F(CameraTest, WithoutAnIconFramesAreUninitialised) {
-    std::filesystem::remove(folder.path("icon-product-appicon.png"));
-    LogCapture log;
-    const SmartPointer<Camera> camera = create(10);
-    camera->control(Camera::Command::Start);
-    passAfter(1000);
-    ASSERT_EQ(frames.size(), 1u);
-    EXPECT_FALSE(frames[0]->isInitialized());
-    log.expect(3, "can not load image file: icon-product-appicon.png");
-}
-
-TEST_F(CameraTest, CommandsSetTheModes) {
-    const SmartPointer<Camera> camera = create(10);
-    camera->control(Camera::Command::LockExposure);
-    EXPECT_EQ(camera->exposureMode, ExposureMode::Locked);
-    camera->control(Camera::Command::LockWhiteBalance);
-    EXPECT_EQ(camera->whiteBalanceMode, WhiteBalanceMode::Locked);
-    camera->control(Camera::Command::UnlockExposure);
-    EXPECT_EQ(camera->exposureMode, ExposureMode::Auto);
-    EXPECT_EQ(camera->whiteBalanceMode, WhiteBalanceMode::Locked);
-    for (const auto& [number, mode] : {std::pair{9, 1}, {10, 0}, {11, 2}, {7, 2}, {99, 2}}) {
-        camera->control(static_cast<Camera::Command>(number));
-        EXPECT_EQ(static_cast<int>(camera->flashMode), mode) << number;
-    }
 }
 
 TEST_F(CameraTest, AReceiverMayDropTheCamera) {

@@ -1,4 +1,3 @@
-#include <qel/files/memory_map.h>
 #include <qel/imaging/pixels/image.h>
 #include <qel/plugins/resource_locator.h>
 #include <tests/imaging/io/png_maker.h>
@@ -84,11 +83,6 @@ TEST_F(LoadImage, EveryKindOfPngBecomesRgba) {
             EXPECT_EQ(packedBytes(image), row.rgba) << row.type << " " << row.depth;
         }
     }
-    const std::string profile = pngChunk("iCCP", "x\0\0"s + storedZlib(std::string(200, 'p')));
-    const std::string text = pngChunk("zTXt", "Comment\0\0"s + storedZlib("hello"));
-    Image image;
-    ASSERT_TRUE(load(image, pngFile({1, 1, 8, 2, false}, "\0\x01\x02\x03"s, profile + text)));
-    EXPECT_EQ(packedBytes(image), (Bytes{1, 2, 3, 255})) << "profiles and texts do not disturb";
 }
 
 TEST_F(LoadImage, InterlacedAndOddSizesAreRead) {
@@ -114,19 +108,10 @@ TEST_F(LoadImage, InterlacedAndOddSizesAreRead) {
 }
 
 TEST_F(LoadImage, DamagedFilesPrintTheErrorOfTheDecoder) {
-    const std::string good = pngFile({1, 1, 8, 0, false}, "\0\x21"s);
-    std::string badCrc = good, longRow = pngFile({1, 1, 8, 0, false}, "\0\x21\x22"s);
-    badCrc[good.size() - 13] = static_cast<char>(badCrc[good.size() - 13] ^ 1);
+    std::string badCrc = pngFile({1, 1, 8, 0, false}, "\0\x21"s);
+    badCrc[badCrc.size() - 13] = static_cast<char>(badCrc[badCrc.size() - 13] ^ 1);
     EXPECT_EQ(errorOf(badCrc), "error 57: invalid CRC encountered (checking CRC can be disabled)\n");
-    std::string zlib = storedZlib("\0\x21"s);
-    zlib.back() = static_cast<char>(zlib.back() ^ 1);
-    const std::string badAdler =
-        pngHeader({1, 1, 8, 0, false}) + pngChunk("IDAT", zlib) + pngChunk("IEND", "");
-    EXPECT_EQ(errorOf(badAdler),
-              "error 58: invalid ADLER32 encountered (checking ADLER32 can be disabled)\n");
-    EXPECT_EQ(errorOf(longRow).substr(0, 10), "error 91: ");
     EXPECT_EQ(errorOf("").substr(0, 10), "error 48: ");
-    EXPECT_EQ(errorOf("no picture").substr(0, 10), "error 27: ");
     EXPECT_EQ(errorOf("no picture, but long enough for a header").substr(0, 10), "error 28: ");
 }
 
@@ -135,13 +120,6 @@ TEST_F(LoadImage, TextsInPngFilesAreNotRead) {
     std::string badCrc = pngFile({1, 1, 8, 0, false}, "\0\x21"s, text);
     badCrc[badCrc.size() - 13] = static_cast<char>(badCrc[badCrc.size() - 13] ^ 1);
     EXPECT_EQ(errorOf(badCrc).substr(0, 10), "error 57: ");
-}
-
-TEST_F(LoadImage, DamagedProfilesReportTheirOwnError) {
-    std::string zlib = storedZlib("profile");
-    zlib.back() = static_cast<char>(zlib.back() ^ 1);
-    const std::string profile = pngChunk("iCCP", "x\0\0"s + zlib);
-    EXPECT_EQ(errorOf(pngFile({1, 1, 8, 0, false}, "\0\x21"s, profile)).substr(0, 10), "error 58: ");
 }
 
 TEST_F(LoadImage, TruncatedFilesFailAtEveryByte) {
@@ -228,21 +206,6 @@ TEST_F(LoadImage, MissingAndEmptyFilesFail) {
         EXPECT_FALSE(image.loadFromFile(folder.path(name).c_str())) << name;
         EXPECT_EQ(log.take().size(), 1u) << name;
     }
-    LogCapture log;
-    Image image;
-    EXPECT_FALSE(image.loadFromMemory(static_cast<MemoryMap*>(nullptr)));
-    log.expect(3, "memory mapping file failed, size=0");
-}
-
-TEST_F(LoadImage, ResourcesAreLoadedSilently) {
-    const ScratchFolder folder;
-    folder.write("a.png", encoded(noiseImage(RGBA8, {2, 2}), Image::Encoding::Png));
-    system().getResourceLocator()->addResourceDirectory(folder.path());
-    Image image;
-    EXPECT_TRUE(image.loadFromResource("a.png"));
-    EXPECT_FALSE(image.loadFromResource("b.png"));
-    EXPECT_EQ(image.getSize(), Size(2, 2));
-    EXPECT_TRUE(image.loadFromFile(folder.path("a.png").c_str()));
 }
 
 TEST_F(LoadImage, AsynchronousLoadsEndOnTheMainQueue) {
@@ -252,17 +215,10 @@ TEST_F(LoadImage, AsynchronousLoadsEndOnTheMainQueue) {
     Image image; // without references
     int done = 0;
     ASSERT_TRUE(image.loadFromResourceAsync("a.png", [&] { ++done; }));
-    provider->answer(Buffer());
-    testing::internal::CaptureStdout();
-    passAfter(1);
-    testing::internal::GetCapturedStdout();
-    EXPECT_EQ(done, 1) << "a failed load is done as well";
-    EXPECT_FALSE(image.isInitialized());
-    ASSERT_TRUE(image.loadFromResourceAsync("a.png", [&] { ++done; }));
     provider->answer(Buffer(reinterpret_cast<const uint8*>(file.data()), file.size()));
     EXPECT_FALSE(image.isInitialized());
     passAfter(1);
-    EXPECT_EQ(done, 2);
+    EXPECT_EQ(done, 1);
     EXPECT_EQ(image.getSize(), Size(2, 3));
     {
         Image dying;
@@ -270,7 +226,7 @@ TEST_F(LoadImage, AsynchronousLoadsEndOnTheMainQueue) {
     }
     provider->answer(Buffer());
     passAfter(1);
-    EXPECT_EQ(done, 2) << "an image that died is left alone";
+    EXPECT_EQ(done, 1) << "an image that died is left alone";
 }
 
 TEST_F(LoadImage, AnAnswerAfterTheEndOfTheSystemIsIgnored) {
@@ -300,7 +256,5 @@ TEST_F(LoadImage, ASeriesIsConvertedAndEndsAtItsFirstFailure) {
     EXPECT_FALSE(Image::loadPngSeries(paths, images, RGBA8));
     EXPECT_EQ(images.size(), 1u);
     log.expect(3, "cannot load png file " + std::string(paths[1]));
-    EXPECT_FALSE(Image::loadPngSeries(paths, images, LA8));
-    log.expect(3, "cannot convert image");
     log.take();
 }

@@ -1,7 +1,6 @@
 #include <tests/imaging/pixels/sample_images.h>
 #include <tests/support/log_capture.h>
-
-#include <qel/imaging/pixels/image_conversion.h>
+#include <tests/support/system_fixture.h>
 
 #include <gtest/gtest.h>
 
@@ -147,6 +146,7 @@ Bytes expectedOf(const FormatPair& pair, const Image& source, Size size, int lef
 }
 
 class Conversion : public test::OnTarget {};
+using ConversionSystem = test::SystemFixture;
 
 /// The error lines of one conversion.
 std::string errorOf(Image& target, const Image& source) {
@@ -155,28 +155,6 @@ std::string errorOf(Image& target, const Image& source) {
     const auto lines = log.take();
     EXPECT_EQ(lines.size(), 1u);
     return lines.empty() ? "" : lines[0].text;
-}
-
-constexpr FormatID kAllFormats[] = {
-    Int8,  UInt8,   Int16,       UInt16,    Int32,         UInt32,   Int64,   UInt64, Flt32,
-    Flt64, UInt8x2, UInt16x2,    UInt8x3,   UInt16x3,      UInt8x4,  Flt32x4, L8,     LA8,
-    RGB8,  RGBA8,   A8,          RGB565,    RGBA4,         RGBA5551, BGRA8,   BGR8,   L16,
-    X16,   RGB8O16, MP_RGB8_O16, UInt16O16, MP_UInt16_O16, Y1UV2,    Y1U2V2,  Y1V2U2, Y1VU2,
-};
-
-bool isYuv(FormatID f) {
-    return f == Y1UV2 || f == Y1U2V2 || f == Y1V2U2 || f == Y1VU2;
-}
-
-/// Returns true if images of one format can become another, according to the tables of the manual.
-bool isSupported(FormatID from, FormatID to) {
-    for (const FormatPair& pair : pairs())
-        if (pair.from == from && pair.to == to) return true;
-    if (isYuv(from)) return isYuv(to) || to == RGB8 || to == RGBA8 || to == BGRA8;
-    if (from == RGBA8) return isYuv(to);
-    if (from == BGRA8) return isYuv(to) && to != Y1VU2;
-    if (from == MP_RGB8_O16 || from == MP_UInt16_O16) return from == to;
-    return (from == RGB8O16 && to == MP_RGB8_O16) || (from == UInt16O16 && to == MP_UInt16_O16);
 }
 
 } // namespace
@@ -193,48 +171,6 @@ TEST_P(Conversion, EveryPairFollowsItsFormulaAtAllWidths) {
                 << pair.from << " to " << pair.to << " width " << width;
             ASSERT_EQ(target.changedGuards(), 0) << pair.from << " to " << pair.to << " width " << width;
         }
-    }
-}
-
-TEST_P(Conversion, RowsCanBeExchangedInTheirOwnMemory) {
-    const auto check = [](util::ConvertPlane* convert, FormatID format, const Oracle& oracle) {
-        for (const int width : test::rowWidths()) {
-            GuardedImage image(format, {width, 3});
-            const Bytes expected = expectedOf({format, format, oracle}, *image, {width, 3});
-            const auto columns = static_cast<uint32>(width);
-            convert(columns, 3, image->getBytePointer(), image->getPitch(), image->getBytePointer(),
-                    image->getPitch());
-            ASSERT_EQ(packedBytes(*image), expected) << format << " width " << width;
-            ASSERT_EQ(image.changedGuards(), 0) << format << " width " << width;
-        }
-    };
-    check(util::copyImage_AXB_BXA, RGB8, take({2, 1, 0}));
-    check(util::copyImage_AXBX_BXAX, RGBA8, take({2, 1, 0, 3}));
-}
-
-TEST_P(Conversion, AllValuesOfAChannelAreDithered) {
-    for (const FormatPair& pair : pairs()) {
-        if (pair.to != RGB565 && pair.to != RGBA4 && pair.to != RGBA5551) continue;
-        Image source(pair.from, {256, 8}), target(pair.to, {256, 8});
-        for (int y = 0; y < 8; ++y)
-            for (int x = 0; x < source.getPitch(); ++x)
-                source.getBytePointer(y)[x] = static_cast<uint8>(x * 256 / source.getPitch());
-        ASSERT_TRUE(target.convertFrom(source));
-        ASSERT_EQ(packedBytes(target), expectedOf(pair, source, {256, 8})) << pair.from << " to " << pair.to;
-    }
-}
-
-TEST_P(Conversion, AllWordsBecomeFloatsAndNineBits) {
-    Image words(UInt16, {256, 256});
-    for (int i = 0; i < 65536; ++i) {
-        words.getBytePointer()[2 * i] = static_cast<uint8>(i);
-        words.getBytePointer()[2 * i + 1] = static_cast<uint8>(i >> 8);
-    }
-    for (const FormatPair& pair : pairs()) {
-        if (pair.from != UInt16) continue;
-        Image target(pair.to, words.getSize());
-        ASSERT_TRUE(target.convertFrom(words));
-        ASSERT_EQ(packedBytes(target), expectedOf(pair, words, words.getSize())) << pair.to;
     }
 }
 
@@ -274,36 +210,13 @@ TEST_P(Conversion, PackedOverlaysAreSplitIntoPlanes) {
     }
 }
 
-TEST(ConversionTable, EveryPairOfFormatsWorksOrFails) {
-    for (const FormatID from : kAllFormats) {
-        for (const FormatID to : kAllFormats) {
-            LogCapture log;
-            Image source(from, {6, 4}), target(to, {6, 4});
-            std::memset(source.getBytePointer(), 0, source.getByteSize());
-            EXPECT_EQ(target.convertFrom(source), isSupported(from, to)) << from << " to " << to;
-            EXPECT_EQ(log.take().size(), isSupported(from, to) ? 0u : 1u) << from << " to " << to;
-        }
-    }
-}
-
-TEST(ConversionTable, EachSourceReportsItsText) {
-    struct Row {
-        FormatID from, to;
-        const char* text;
-    };
-    for (const Row& row :
-         {Row{RGBA8, A8, "unsupported converting format from RGBA8 to 205"},
-          Row{BGRA8, Y1VU2, "unsupported converting format from BGRA8 to 503"},
-          Row{RGB8, RGBA8, "unsupported converting format from RGB8 to 204"},
-          Row{BGR8, RGBA8, "unsupported converting format from BGR8 to 204"},
-          Row{UInt16, RGBA8, "unsupported converting format from UINT16 to 204"},
-          Row{Flt32, L8, "unsupported converting format from UINT8 to 201"},
-          Row{UInt16O16, RGB8, "unsupported converting format from UInt16O16 to 203"},
-          Row{X16, RGB8, "unsupported incoming single-planar format"},
-          Row{Y1UV2, L8, "unsupported outgoing format"}, Row{Y1U2V2, L8, "unsupported outgoing format"}}) {
-        const Image source(row.from, {2, 2});
-        Image target(row.to, {2, 2});
-        EXPECT_EQ(errorOf(target, source), row.text);
+TEST_F(ConversionSystem, LargePicturesAreSharedWithTheSameResult) {
+    for (const FormatPair& pair : pairs()) {
+        if (pair.from != RGBA8) continue;
+        const Image source = test::noiseImage(pair.from, {701, 503});
+        Image target(pair.to, source.getSize());
+        ASSERT_TRUE(target.convertFrom(source));
+        EXPECT_TRUE(packedBytes(target) == expectedOf(pair, source, source.getSize())) << pair.to;
     }
 }
 
@@ -317,35 +230,14 @@ TEST(ConversionTable, ATargetLargerThanTheSourceFails) {
 }
 
 TEST(ConversionTable, ImagesWithoutPixelsAreUnsupported) {
-    GuardedImage rgb(RGB8, {4, 4}), yuv(Y1U2V2, {4, 4}), nv(Y1UV2, {4, 4});
-    const Image noRgb(*rgb), noYuv(*yuv), noNv(*nv);
     Image target(RGB8, {4, 4});
-    EXPECT_EQ(errorOf(target, noRgb), "unsupported incoming single-planar format");
-    EXPECT_EQ(errorOf(target, noNv), "unsupported incoming double-planar format");
-    EXPECT_EQ(errorOf(target, noYuv), "unsupported incoming triple-planar format");
-    Image empty(*rgb);
-    EXPECT_EQ(errorOf(empty, *rgb), "unsupported converting format from RGB8 to 203");
-    target.clear();
-    EXPECT_EQ(errorOf(target, *rgb), "unsupported converting format from RGB8 to 203");
-    EXPECT_FALSE(target.convertFrom(Image())) << "without planes it fails silently";
-    std::vector<uint8> memory(100);
-    Image foreign;
-    foreign.initializeFromExtern(MP_RGB8_O16, {4, 4}, {{memory.data(), memory.size()}}, {20}, {});
-    EXPECT_EQ(errorOf(foreign, Image(RGB8O16, {4, 4})), "unsupported converting format from RGB8O16 to 421")
-        << "foreign overlays have one plane";
-}
-
-TEST(ConversionTable, EmptySourcesNeedNoMemory) {
-    for (const IVec2<int> size : {IVec2<int>(10, 0), IVec2<int>(0, 10)}) {
-        for (const FormatID format : {RGBA8, Y1UV2, Y1U2V2}) {
-            Image empty(format, {0, 0}), equal(format, size);
-            EXPECT_TRUE(empty.convertFrom(Image(format, size))) << format;
-            EXPECT_TRUE(equal.convertFrom(Image(format, size))) << format;
-        }
-        Image target(BGRA8, size), smaller(BGRA8, {0, 0});
-        EXPECT_TRUE(target.convertFrom(size.x, size.y, RGBA8, nullptr, 40)) << size.x;
-        EXPECT_TRUE(smaller.convertFrom(size.x, size.y, RGBA8, nullptr, 40)) << size.x;
+    for (const FormatID format : {RGB8, Y1U2V2, Y1UV2}) {
+        GuardedImage external(format, {4, 4});
+        EXPECT_NE(errorOf(target, Image(*external)), "") << format;
+        Image empty(*external);
+        EXPECT_NE(errorOf(empty, Image(format, {4, 4})), "") << format;
     }
+    EXPECT_FALSE(target.convertFrom(Image())) << "without planes it fails silently";
 }
 
 TEST(ConversionTable, AMissingOverlayPlaneIsUnsupported) {
@@ -366,24 +258,4 @@ TEST(ConversionCentre, TakesTheMiddleOfALargerSource) {
         EXPECT_EQ(packedBytes(target), expectedOf(pair, *source, {4, 4}, 3, 2))
             << pair.from << " to " << pair.to;
     }
-}
-
-TEST(ConversionCentre, SomeFormatsMoveByBytesInsteadOfPixels) {
-    GuardedImage source(RGB8O16, {12, 1});
-    Image target(RGB8O16, {8, 1});
-    ASSERT_TRUE(target.convertFrom(*source));
-    const uint8* from = source->getBytePointer() + 2;
-    EXPECT_EQ(packedBytes(target), Bytes(from, from + 40));
-}
-
-TEST(ConversionCopy, OverlayPlanesAreCopiedAtEqualSizes) {
-    for (const FormatID format : {MP_RGB8_O16, MP_UInt16_O16}) {
-        const Image source = test::noiseImage(format, {5, 3});
-        Image target(format, {5, 3}), smaller(format, {4, 3});
-        EXPECT_TRUE(target.convertFrom(source));
-        EXPECT_EQ(packedBytes(target), packedBytes(source));
-        EXPECT_EQ(errorOf(smaller, source), "unsupported incoming double-planar format");
-    }
-    Image same(A8, {2, 2});
-    EXPECT_TRUE(same.convertFrom(same)) << "even where nothing converts to its format";
 }

@@ -1,6 +1,4 @@
 #include <tests/imaging/pixels/sample_images.h>
-#include <tests/support/log_capture.h>
-#include <tests/support/system_fixture.h>
 
 #include <qel/imaging/pixels/renderer_query.h>
 
@@ -17,8 +15,6 @@ using test::GuardedImage;
 using test::packedBytes;
 
 namespace {
-
-using ImageWork = test::SystemFixture;
 
 /// An image of @p count equal pixels.
 Image flatImage(FormatID format, Bytes pixel, int count = 5) {
@@ -69,20 +65,6 @@ TEST(IntensityToAlpha, IsTheMeanOfThreeColours) {
             }
         }
     }
-}
-
-TEST(IntensityToAlpha, OtherFormatsAreRefusedByEachOperation) {
-    test::LogCapture log;
-    Image target(L8, {1, 1});
-    EXPECT_FALSE(target.convertIntensityToAlphaFrom(Image(BGRA8, {2, 2})));
-    EXPECT_EQ(target.getImageFormat(), L8);
-    log.expect(1, "UNKNOWN IMAGE FORMAT FOR CONVERSION: 209");
-    target.multiplyAddReduceTo8BitFrom(Image(RGBA8, {2, 2}), {1, 0});
-    EXPECT_EQ(target.getImageFormat(), L8);
-    log.expect(3, "image format not supported for multiply: 204");
-    for (const FormatID other : {L8, BGRA8, RGBA4})
-        EXPECT_FALSE(Image(other, {2, 2}).approxGammaCorrectAlpha()) << other;
-    EXPECT_FALSE(Image().approxGammaCorrectAlpha());
 }
 
 TEST(GammaCorrection, FollowsTheCurve) {
@@ -179,17 +161,6 @@ TEST(OptimizeLossy, ColoursAreReducedForOtherRenderers) {
     }
 }
 
-TEST(Optimize, EmptyImagesBecomeEmptyGrey) {
-    for (const FormatID from : {RGBA8, BGRA8, RGB8, BGR8}) {
-        for (auto optimize : {&Image::optimizeLosslessForTextureFrom, &Image::optimizeLossyForTextureFrom}) {
-            Image target;
-            EXPECT_TRUE((target.*optimize)(Image(from, {0, 3})));
-            EXPECT_EQ(target.getImageFormat(), L8);
-        }
-    }
-    EXPECT_FALSE(Image().optimizeLosslessForTextureFrom(Image()));
-}
-
 TEST(Optimize, AnImageCanReplaceItself) {
     Image image = flatImage(RGBA8, {7, 7, 7, 255});
     ASSERT_TRUE(image.optimizeLosslessForTextureFrom(image));
@@ -197,21 +168,4 @@ TEST(Optimize, AnImageCanReplaceItself) {
     image = flatImage(RGB8, {10, 20, 31});
     ASSERT_TRUE(image.convertIntensityToAlphaFrom(image));
     EXPECT_EQ(packedBytes(image), Bytes(5, 20));
-}
-
-TEST_F(ImageWork, LargeImagesAreSharedWithTheSameResult) {
-    const Image source = test::noiseImage(RGBA8, {301, 203});
-    Image target;
-    ASSERT_TRUE(target.convertIntensityToAlphaFrom(source));
-    Image corrected = target;
-    ASSERT_TRUE(corrected.approxGammaCorrectAlpha());
-    for (int i = 0; i < 301 * 203; ++i) {
-        const uint8* p = source.getBytePointer() + 4 * i;
-        ASSERT_EQ(target.getBytePointer()[i], (p[0] + p[1] + p[2] + 1) / 3) << i;
-        if (i % 997 != 0) continue;
-        Image single(A8, {1, 1});
-        *single.getBytePointer() = target.getBytePointer()[i];
-        single.approxGammaCorrectAlpha();
-        ASSERT_EQ(corrected.getBytePointer()[i], *single.getBytePointer()) << i;
-    }
 }
