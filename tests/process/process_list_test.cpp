@@ -1,6 +1,5 @@
 // Processes that are found by the name of their program: a copy of `cat` under a name that is used only here.
 #include <tests/process/process_fixture.h>
-#include <tests/support/failing_files.h>
 
 #include <csignal>
 
@@ -41,16 +40,6 @@ TEST_F(ProcessesByName, AllAreKilledExceptThoseExcluded) {
     EXPECT_FALSE(Process::waitForProcessesToTerminate({name}, 0));
     kept->terminate(true);
     EXPECT_TRUE(Process::waitForProcessesToTerminate({name}, 0));
-}
-
-TEST_F(ProcessesByName, AFailedWaitIsLogged) {
-    const Pointer process = start();
-    const FailingFiles failing(platform::Operation::Wait, std::errc::not_enough_memory);
-    EXPECT_FALSE(Process::waitForProcessesToTerminate({name}, 0));
-    capture.expect(3, "wait for process failed, Cannot allocate memory");
-    EXPECT_EQ(Process::terminateProcessesByName(name.c_str(), {}, 60'000), 1);
-    capture.expect(3, "wait for process '" + name + "' failed, err=Cannot allocate memory");
-    capture.expect(3, "[SUPPORT] terminate processes '" + name + "' failed");
 }
 
 } // namespace

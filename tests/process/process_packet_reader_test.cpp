@@ -74,42 +74,23 @@ TEST_F(PacketLines, TagsAndStreamsDecideTheLevel) {
     }
 }
 
-TEST_F(PacketLines, ATimeoutIsCheckedOnEntry) {
-    const Pointer process = childOf(repeat(1, 600));
-    const uint32 now = system().getTime();
-    EXPECT_FALSE(process->getPacketReader()->readTimeout(now - 11, 10));
-    EXPECT_EQ(capture.take().size(), 0u);
-    EXPECT_FALSE(process->getPacketReader()->readTimeout(now - 10, 10)); // not exceeded yet
-    EXPECT_EQ(capture.take().size(), 600u);
-}
-
 // --- trimming --------------------------------------------------------------------------------------------
 
 TEST_F(PacketLines, ATrimmedLogKeepsTheLastLinesAndCounts) {
     // 257 lines are logged, 256 are kept; then 3 warnings, 2 errors and 4 others displace one line each.
     const std::string mixed = repeat(1, 257 + 256) + repeat(1, 3, "[WARN] ") + repeat(1, 2, "[ERROR] ") +
                               repeat(1, 3) + repeat(1, 1, "[VERBOSE] ");
-    using Lines = std::vector<std::pair<int, std::string>>;
-    const std::pair<std::string, Lines> cases[] = {
-        {mixed,
-         {{2, "... trimmed 9 lines (2 warnings) ..."},
-          {3, "... trimmed 9 lines (2 errors) ..."},
-          {1, "... trimmed 4 info/verbose lines ..."}}},
-        {repeat(1, 10'002), {{1, "... trimmed 9489 lines ..."}}},
-    };
-    for (const auto& [output, summary] : cases) {
-        Pointer process = childOf(output);
-        process->getPacketReader()->enableTrimmedLog();
-        EXPECT_FALSE(process->getPacketReader()->read());
-        if (output != mixed) capture.expect(3, logged(3, "process produced too much log output").text);
-        EXPECT_EQ(capture.take().size(), 257u);
-        process.reset();
-        const std::vector<LogLine> rest = capture.take();
-        ASSERT_EQ(rest.size(), summary.size() + 256);
-        for (size_t i = 0; i < summary.size(); ++i)
-            EXPECT_EQ(rest[i], logged(summary[i].first, summary[i].second));
-        EXPECT_EQ(rest.back(), output == mixed ? logged(0, "[VERBOSE] 1") : logged(1, "10002"));
-    }
+    Pointer process = childOf(mixed);
+    process->getPacketReader()->enableTrimmedLog();
+    EXPECT_FALSE(process->getPacketReader()->read());
+    EXPECT_EQ(capture.take().size(), 257u);
+    process.reset();
+    capture.expect(2, logged(2, "... trimmed 9 lines (2 warnings) ...").text);
+    capture.expect(3, logged(3, "... trimmed 9 lines (2 errors) ...").text);
+    capture.expect(1, logged(1, "... trimmed 4 info/verbose lines ...").text);
+    const std::vector<LogLine> rest = capture.take();
+    ASSERT_EQ(rest.size(), 256u);
+    EXPECT_EQ(rest.back(), logged(0, "[VERBOSE] 1"));
 }
 
 TEST_F(PacketLines, ATrimmedLogKeepsAtMost16MiB) {
@@ -149,17 +130,10 @@ TEST_F(PacketLines, PacketsAreWrittenAsDocumentedLines) {
     Packet packet(ProcessProtocol::PluginsHashes, 0);
     packet.setString("initScript", "a");
     packet.setInteger("index", 7);
-    const std::string behindPort = documentedBytes("process/plugins-hashes").substr(4) + "]";
+    const std::string afterPort = documentedBytes("process/plugins-hashes").substr(4) + "]";
     writer.setPort(9);
     writer.write(&packet);
-    EXPECT_EQ(line(*process), "PKTB16[0900" + behindPort);
-    writer.disablePort();
-    packet.setPort(-7);
-    writer.write(&packet);
-    EXPECT_EQ(line(*process), "PKTB16[F9FF" + behindPort);
-    process->closeStdin();
-    EXPECT_FALSE(writer.valid());
-    writer.write(&packet);
+    EXPECT_EQ(line(*process), "PKTB16[0900" + afterPort);
 }
 
 } // namespace

@@ -103,16 +103,6 @@ TEST_F(UpdateMechanismTest, AnUploadEndsWithItsTransfer) {
     }
 }
 
-TEST_F(UpdateMechanismTest, AnUploadThatCannotBeginIsLogged) {
-    const std::string tag = "[RPC:upload_update_package] ";
-    const std::pair<Item, std::string> refusals[] = {
-        {Item("").add("update"), "one ore more arguments are empty and thus not valid"},
-        {Item("x").add("other"), "no path registered for update package"}};
-    for (const auto& [arguments, reason] : refusals)
-        expectFailure("upload_update_package", arguments,
-                      {tag + reason, "rpc call 'upload_update_package' ended without calling finish"});
-}
-
 TEST_F(UpdateMechanismTest, AnInstallerIsStartedDetachedAfterTwoBackups) {
     const std::string path = folder.write("NovixServer/NovixServerInstaller.exe", "");
     EXPECT_EQ(run("install_update_package")->result(), yes);
@@ -136,16 +126,6 @@ TEST_F(UpdateMechanismTest, AFailedStepPreventsTheInstallation) {
     expectFailure(method, {}, {tag + "failed to backup data before running update"});
     EXPECT_FALSE(update->installUpdatePackage());
     log.expect(3, "failed to backup data before running install command");
-}
-
-TEST_F(UpdateMechanismTest, ABackupReportsItsSuccess) {
-    EXPECT_FALSE(provider->findRight("backup_data"));
-    EXPECT_EQ(*provider->findRight("install_update_package"), "rpc:install_update_package");
-    EXPECT_EQ(run("backup_data")->result(), yes);
-    backsUp = false;
-    expectFailure("backup_data", {}, {"[RPC:backup_data] backup_data_failed"});
-    update.reset();
-    expectFailure("backup_data", {}, {"rpc call 'backup_data' ended without calling finish"});
 }
 
 } // namespace

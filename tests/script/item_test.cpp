@@ -68,19 +68,6 @@ TEST_F(ScriptItem, CodeIsReadOnlyWhereAccepted) {
     capture.expect(2, "[SQ] cannot deserialize squirrel bytecode");
 }
 
-TEST_F(ScriptItem, ElementsWithoutScriptFormAreRefused) {
-    const Item rows[] = {Item(),
-                         Item().addBuffer(nullptr, 0),
-                         Item().addPointer(Item()),
-                         Item().addMeta(),
-                         Item().addPrefix("table"),
-                         Item().addPrefix("table").add(Item("key")),
-                         Item().addPrefix("squirrel").addNIL(),
-                         Item().addPrefix("other").add(Item()),
-                         Item().add(Item(1).addReferee(nullptr, 0))};
-    for (const Item& item : rows) EXPECT_FALSE(read(item)) << item.asString();
-}
-
 TEST_F(ScriptItem, NestingEndsAtCyclesAndAtTheDepthLimit) {
     run("::ring <- [1]; ring.append({ up = ring })");
     EXPECT_EQ(itemOf("ring").asString(), "{<ITEM:{<INT:1><PREFIX:table><ITEM:{<STR:up><NIL>}>}>}");

@@ -10,9 +10,6 @@ using namespace qel;
 
 class Provider : public NotificationProvider {
 public:
-    using NotificationProvider::deliver;
-    using NotificationProvider::NotificationProvider;
-
     String performConnect() override { return ""; }
     void performRemoveToken(const GUID& a, const GUID& b) override { removed.emplace_back(a, b); }
 
@@ -44,23 +41,6 @@ TEST_F(NotificationTest, ProviderWorksInTheNextPassUnlessDestroyed) {
     EXPECT_TRUE(provider.removed.empty());
     passAfter(1);
     EXPECT_EQ(provider.removed, (Vector<Pair<GUID, GUID>>{{a, {}}}));
-}
-
-TEST_F(NotificationTest, MessageIsDeliveredThroughSystem) {
-    const SmartPointer<NotificationMessage> message(new NotificationMessage);
-    NotificationMessage* seen = nullptr;
-    Provider provider;
-    provider.deliver(message);
-    passAfter(1);
-    EXPECT_EQ(system().popSavedStartupMessage(), message);
-    SmartPointer<Provider> direct;
-    direct = new Provider([&](NotificationMessage* delivered) {
-        seen = delivered;
-        direct = nullptr;
-    });
-    for (int i = 0; i < 2; ++i) direct->deliver(message);
-    passAfter(1);
-    EXPECT_EQ(seen, message.get());
 }
 
 } // namespace

@@ -51,29 +51,6 @@ TEST_F(ScriptPrograms, ExitStatusIsReturnedAndAllLinesAreLogged) {
     EXPECT_EQ(valueOf("std.system(\"sh\", \"-c\", \"yes '' & exit 4\")"), "4") << "its child keeps writing";
 }
 
-TEST_F(ScriptPrograms, FlagOfTheArrayFormSetsTheLevelOfErrors) {
-    const std::string call = std::string("std.system_ext_array(\"/\", \"sh\", [\"-c\", ") + kTalks + "]";
-    for (const auto& [flag, level] : {std::pair(", true)", 3), {", 0)", 1}, {")", 1}}) {
-        EXPECT_EQ(valueOf(call + flag), "3");
-        EXPECT_THAT(output(), Contains(LogLine{level, 2, "[PROCESS] err"}));
-    }
-}
-
-TEST_F(ScriptPrograms, ArgumentsOfAnyTypeBecomeStrings) {
-    run("::Named <- class { function _tostring() { return \"named\" } }");
-    const std::string values = "\"-c\", \"printf '<%s>' \\\"$@\\\"; echo\", \"sh\", "
-                               "\"text\", 7, -1.5, true, false, Named(), null";
-    std::vector<std::vector<LogLine>> forms;
-    for (const std::string& call :
-         {"_array(\"/\", \"sh\", [" + values + "])", "(\"/\", \"sh\", " + values + ")"}) {
-        EXPECT_EQ(valueOf("std.system_ext" + call), "0");
-        forms.push_back(output());
-        ASSERT_EQ(forms.back().size(), 1u) << call;
-        EXPECT_THAT(forms.back()[0].text, StartsWith("[PROCESS] <text><7><-1.5><true><false><named><(null"));
-    }
-    EXPECT_EQ(forms[0], forms[1]);
-}
-
 TEST_F(ScriptPrograms, AbortedQueueKillsTheProgram) {
     start("::queue <- std.queue(); queue.push(function() {"
           "  ::result <- std.system(\"sh\", \"-c\", \"echo up; read x\") }); queue.wait()");
@@ -81,12 +58,6 @@ TEST_F(ScriptPrograms, AbortedQueueKillsTheProgram) {
     start("queue.abort()");
     passUntil([this] { return !vm().threadsActive(); });
     EXPECT_EQ(text("result"), "-1");
-}
-
-TEST_F(ScriptPrograms, ProgramRunsOnOutsideAScriptThread) {
-    EXPECT_TRUE(evaluate("std.system(\"sh\", \"-c\", \"echo up; read x\")").isNull());
-    EXPECT_FALSE(vm().threadsActive());
-    passUntil([this] { return Matches(Contains(LogLine{1, 2, "[PROCESS] up"}))(capture.take()); });
 }
 
 } // namespace

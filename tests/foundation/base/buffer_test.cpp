@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <new>
-#include <type_traits>
 
 using namespace qel;
 
@@ -21,41 +20,6 @@ std::string_view textOf(const Buffer& buffer) {
 }
 
 } // namespace
-
-TEST(Buffer, ResizeGrowsExactlyAndAppendByAnEighthOrPages) {
-    Buffer buffer;
-    buffer.resize(500);
-    EXPECT_EQ(buffer.getReservedSize(), 500u);
-    const std::pair<size_t, size_t> steps[] = {{800, 900}, {3640, 4095}, {4096, 8192}, {8192, 8192}};
-    for (const auto& [size, reserved] : steps) {
-        buffer.append(size - buffer.getSize());
-        EXPECT_EQ(buffer.getReservedSize(), reserved) << size;
-    }
-}
-
-TEST(Buffer, ReservingKeepsTheContent) {
-    Buffer buffer = bufferOf("abc");
-    buffer.reserveAdditionally(2, 10);
-    buffer.reserveAdditionally(10, 100); // 10 are free
-    EXPECT_EQ(buffer.getReservedSize(), 13u);
-    buffer.reserveAdditionally(20, 10);
-    EXPECT_EQ(buffer.getReservedSize(), 23u);
-    EXPECT_EQ(textOf(buffer), "abc");
-}
-
-TEST(Buffer, MovingSwapsAndCopyingCopies) {
-    Buffer a = bufferOf("first");
-    Buffer b = bufferOf("second");
-    const uint8* memory = a.getBytePointer();
-    b = std::move(a);
-    EXPECT_EQ(b.getBytePointer(), memory);
-    EXPECT_EQ(textOf(a), "second");
-    const Buffer copy = b;
-    b[0] = 'F';
-    b = *&b;
-    EXPECT_EQ(textOf(copy), "first");
-    EXPECT_EQ(textOf(Buffer(std::move(b))), "First");
-}
 
 TEST(Buffer, CommitsAtMostTheReserve) {
     Buffer buffer = bufferOf("ab");
@@ -85,29 +49,6 @@ TEST(Buffer, EditsMayUseItsOwnBytesAsTheirSource) {
         edit(buffer);
         EXPECT_EQ(textOf(buffer), expected);
     }
-}
-
-static bool passed(bool value) {
-    return value;
-}
-
-TEST(Buffer, IsTrueWhereverABoolIsWantedUnlessEmpty) {
-    Buffer full = bufferOf("a");
-    Buffer cleared = bufferOf("a");
-    cleared.clear(); // keeps its memory
-    const Buffer& constCleared = cleared;
-    EXPECT_FALSE(passed(cleared));
-    EXPECT_FALSE(passed(constCleared));
-    EXPECT_TRUE(passed(full));
-    EXPECT_TRUE(!cleared);
-    EXPECT_TRUE(cleared.getBytePointer());
-    static_assert(!std::is_convertible_v<Buffer, int>);
-    static_assert(std::is_convertible_v<Buffer&, uint8*>);
-}
-
-TEST(Buffer, ComparesBytesAsUnsignedAndThenSizes) {
-    EXPECT_GT(bufferOf("\xFF"), bufferOf("a"));
-    EXPECT_EQ(Buffer::compare(bufferOf("abc"), bufferOf("a")), 2);
 }
 
 TEST(Buffer, StaysUnchangedIfASizeOverflows) {

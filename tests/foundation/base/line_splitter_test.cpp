@@ -66,25 +66,6 @@ TEST(LineSplitter, ReportsAndDropsLinesOverTheLimit) {
         EXPECT_EQ(linesOf("12345\n123456\na\n1234567", rules, pieceSize), expected) << pieceSize;
 }
 
-TEST(LineSplitter, CountsTheReturnAsPartOfTheLine) {
-    const LineSplitter::Rules rules{.lineEnd = LineEnd::LineFeedAfterOptionalReturn, .longestLine = 2};
-    EXPECT_EQ(linesOf("1\r\n12\r\n12\n", rules, 100), (Lines{"1", "(too long)", "12"}));
-}
-
-TEST(LineSplitter, ReportsATooLongLineBeforeItsEnd) {
-    LineSplitter splitter({.longestLine = 3});
-    append(splitter, "1234");
-    EXPECT_TRUE(splitter.hasLine());
-    std::string_view line;
-    EXPECT_EQ(splitter.take(line), LineSplitter::Found::TooLong);
-    append(splitter, "5678");
-    EXPECT_FALSE(splitter.hasLine());
-    EXPECT_TRUE(splitter.empty());
-    append(splitter, "9\nab\n");
-    EXPECT_EQ(splitter.take(line), LineSplitter::Found::Line);
-    EXPECT_EQ(line, "ab");
-}
-
 TEST(LineSplitter, NeverKeepsMuchMoreThanTheLongestLine) {
     LineSplitter splitter({.longestLine = 100, .firstCapacity = 16, .keptCapacity = 32});
     std::string_view line;
@@ -99,17 +80,6 @@ TEST(LineSplitter, NeverKeepsMuchMoreThanTheLongestLine) {
     append(splitter, "\n");
     EXPECT_FALSE(splitter.hasLine());
     EXPECT_EQ(splitter.room().size, 16u);
-}
-
-TEST(LineSplitter, HasNoRoomWhileLinesFillIt) {
-    LineSplitter splitter({.longestLine = 100, .firstCapacity = 4});
-    append(splitter, "a\nb\n");
-    EXPECT_TRUE(splitter.isFull());
-    EXPECT_EQ(splitter.room().size, 0u);
-    std::string_view line;
-    splitter.take(line);
-    splitter.take(line);
-    EXPECT_EQ(splitter.room().size, 4u);
 }
 
 } // namespace

@@ -9,7 +9,6 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -45,21 +44,6 @@ class ObjectTest : public ::testing::Test {
 protected:
     Names deaths;
 };
-
-std::string namesOf(const ClassChain& chain) {
-    std::string names;
-    for (const char* name : chain) names += name ? name : ".";
-    return names;
-}
-
-TEST_F(ObjectTest, ClassChainsReadFromObjectDownAndStopWhenFull) {
-    const OnStack object(deaths, "a");
-    const std::string expected = "ObjectUnmanagedObjectMortalOf.............";
-    EXPECT_EQ(namesOf(static_cast<const Object&>(object).getDynamicClassChain()), expected);
-    EXPECT_EQ(namesOf(OnStack::getStaticClassChain()), expected);
-    ClassChain full{};
-    for (const int count : {15, 16}) EXPECT_EQ(internal::appendClassName(full, count, "more"), 16);
-}
 
 TEST_F(ObjectTest, TheLastReleaseDeletesOnAnyThread) {
     auto* object = new Mortal(deaths, "a");
@@ -100,28 +84,6 @@ TEST_F(ObjectTest, TimedReferencesAreReleasedLastInFirstOut) {
     EXPECT_EQ(deaths, (Names{"second", "added", "first"}));
 }
 
-TEST_F(ObjectTest, SingletonsAreHeldUntilReplacedErasedOrDiscarded) {
-    for (Mortal* next : {new Mortal(deaths, "a"), static_cast<Mortal*>(nullptr), new Mortal(deaths, "b")}) {
-        EXPECT_EQ(Object::setSingleton("test", next), next);
-        EXPECT_EQ(Object::getSingletonObject("test"), next);
-    }
-    EXPECT_EQ(deaths, Names{"a"});
-    Object::discardSingletons();
-    EXPECT_EQ(deaths, (Names{"a", "b"}));
-}
-
-/// Records which pointers were cleared, and drops another pointer on each call.
-class Listener : public PointerOwner {
-public:
-    void onWeakPointerCleared(void* ownerData) override {
-        cleared.push_back(*static_cast<int*>(ownerData));
-        dropped->reset();
-    }
-
-    std::vector<int> cleared;
-    std::optional<WeakPointer<Object>>* dropped = nullptr;
-};
-
 TEST(WeakPointerTest, BecomesNullOnlyWhenItsTargetDies) {
     auto target = std::make_unique<Object>();
     auto copy = std::make_unique<Object>(*target);
@@ -132,26 +94,6 @@ TEST(WeakPointerTest, BecomesNullOnlyWhenItsTargetDies) {
     EXPECT_EQ(switched.get(), target.get());
     target.reset();
     for (const auto& each : {pointer, samePointer, switched}) EXPECT_FALSE(each);
-}
-
-TEST(WeakPointerTest, OwnersAreNotifiedLastRegisteredFirst) {
-    Listener listener;
-    int data[] = {0, 1, 2};
-    auto target = std::make_unique<Object>();
-    std::optional<WeakPointer<Object>> pointers[3];
-    for (int& index : data) pointers[index].emplace(target.get()).setOwner(&listener, &index);
-    listener.dropped = &pointers[1];
-    target.reset();
-    EXPECT_EQ(listener.cleared, (std::vector<int>{2, 0})) << "the first call dropped the pointer in between";
-}
-
-TEST(WeakPointerTest, PointersCanBeClearedBeforeDestruction) {
-    const SmartPointer<Object> target(new Object);
-    const WeakPointer<Object> early(target.get());
-    target->removeWeakPointers();
-    const WeakPointer<Object> late(target.get());
-    EXPECT_EQ(late.lock()->getReferenceCount(), 2);
-    EXPECT_FALSE(early);
 }
 
 TEST(WeakPointerTest, ThreadsMayRegisterAndDropPointersAtOnce) {

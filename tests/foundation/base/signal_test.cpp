@@ -84,7 +84,7 @@ TEST_F(SignalTest, ListenersMayChangeTheSignalDuringAnEmission) {
         {"a b(0) c", "ab()  0", "nor is any after all were removed"},
         {"a b(-b) c", "ab()c ac 2", "a listener may remove itself"},
         {"a b(-b^) c", "ab(^ ca 2", "and throw: the next emission begins after it"},
-        {"a B(@) c", "aB()c ac 2", "it ends with its object"},
+        {"a B(@) C d", "aB()d ad 2", "the listeners of an object end with it"},
         {"a(+x) b(+y) c", "a()b()c axbyc 5", "an added listener follows the one that added it"},
         {"a(!)", "a(a) a 1", "a nested emission of the only listener calls nothing"},
         {"a b(!) c", "ab(c)abc abc 3", "a nested emission calls the rest, then the outer one starts over"},
@@ -120,14 +120,6 @@ TEST(Signal, EveryListenerReceivesTheWholeArgument) {
     EXPECT_EQ(calls, "xyxy");
 }
 
-TEST(Signal, DisconnectAcceptsOnlyItsOwnConnections) {
-    Signal<void()> signal, other;
-    SignalConnection* own = signal.connect([] {});
-    EXPECT_FALSE(signal.disconnect(other.connect([] {})));
-    EXPECT_TRUE(signal.disconnect(own));
-    EXPECT_FALSE(signal.disconnect(own));
-}
-
 TEST(DelegateTest, UnconnectedReturnsAnEmptyValueAndLogsOnce) {
     test::LogCapture log;
     Delegate<void()>()();
@@ -140,9 +132,8 @@ TEST(DelegateTest, UnconnectedReturnsAnEmptyValueAndLogsOnce) {
 
 TEST(DelegateTest, TheLastListenerReplacesTheFirst) {
     Delegate<int()> delegate;
-    auto first = std::make_unique<Counter>();
-    delegate.connect(first.get(), &Counter::count);
-    EXPECT_EQ(delegate(), 1);
+    auto first = std::make_unique<Object>();
+    delegate.connect(first.get(), [] { return 1; });
     delegate.connect([] { return 2; });
     first.reset(); // its death must not end the second connection
     EXPECT_EQ(delegate(), 2);

@@ -56,19 +56,10 @@ TEST_F(Translation, MissingTextIsReportedOnceUntilAdded) {
     EXPECT_FALSE(Object::isTrValid("a"));
     EXPECT_STREQ(Object::tr("a", "fallback"), "fallback");
     log.expect(2, "[TR] missing translation of 'a'");
-    EXPECT_EQ(apply("{tr:b}{tr:b}"), "NOTR:bNOTR:b");
-    for (int piece = 0; piece < 2; ++piece) log.expect(2, "[TR] missing translation of 'b'");
-    Object::clearTrCache();
-    EXPECT_STREQ(Object::tr("a", "fallback"), "fallback");
-    EXPECT_STREQ(Object::tr("a"), "NOTR:a") << "the first lookup was quiet, so later ones are too";
     const test::ScratchFolder more;
     more.write("tr-a.txt", "here");
     system().getResourceLocator()->addResourceDirectory(more.path());
     EXPECT_STREQ(Object::tr("a"), "here");
-    put("empty", "");
-    EXPECT_TRUE(Object::isTrValid("empty"));
-    put("empty", "now");
-    EXPECT_STREQ(Object::tr("empty"), "now") << "an empty text is looked up again";
 }
 
 TEST_F(Translation, PointersStayValidWhileOtherThreadsTranslate) {
@@ -90,18 +81,6 @@ TEST_F(Translation, PiecesAreReplacedForSixteenRounds) {
     EXPECT_EQ(apply("{ tr:a} {TR:a}{tr:a}}-{tr:}"), "{ tr:a} {TR:a}A}-EMPTY");
     EXPECT_EQ(apply("{tr:b{tr:a}{tr:a\n}{tr:a}{tr:\ra}{tr:a"), "NESTED{tr:a\n}A{tr:\ra}{tr:a");
     EXPECT_EQ(apply("{tr:b}{tr:self}"), "<C>" + repeated(16, "x") + "{tr:self}");
-}
-
-TEST_F(Translation, NumberOfPiecesIsLimited) {
-    const std::string openings = repeated(262'144, "{tr:") + "\n{tr:";
-    EXPECT_EQ(apply(openings), openings);
-    put("k", "K");
-    const std::string codes = repeated(internal::kMaximumExpansions, "{tr:k}");
-    EXPECT_EQ(apply(codes), repeated(internal::kMaximumExpansions, "K"));
-    LogCapture log;
-    EXPECT_EQ(apply(codes + "{tr:k}"), codes + "{tr:k}");
-    log.expect(3, "[TR] text with more than 1048576 translated pieces or 67108864 bytes of them; the rest is "
-                  "not translated");
 }
 
 TEST_F(Translation, RecursiveTranslationsEnd) {

@@ -20,7 +20,6 @@ protected:
     void SetUp() override { Clock::install(&m_clock); }
     void TearDown() override {
         LogBackend::unregisterBackend();
-        logging::g_hideVerboseOutputInConsole = false;
         logging::g_hideTimeInConsole = false;
         Clock::install(nullptr);
     }
@@ -38,25 +37,6 @@ protected:
 
     ManualClock m_clock;
     Texts m_batches;
-};
-
-/// Lets lines reach standard output and captures them there.
-class Console : public Backend {
-protected:
-    void SetUp() override {
-        Backend::SetUp();
-        m_writer = logging::setConsoleWriter(nullptr);
-        testing::internal::CaptureStdout();
-    }
-    void TearDown() override {
-        EXPECT_EQ(testing::internal::GetCapturedStdout(), m_expected);
-        logging::setConsoleWriter(m_writer);
-        Backend::TearDown();
-    }
-
-    /// The expected output at the end of the test.
-    std::string m_expected;
-    logging::ConsoleWriter m_writer = nullptr;
 };
 
 Texts takeAll(unsigned channelIndex) {
@@ -87,43 +67,20 @@ TEST_F(Backend, KeepsLinesOfEachChannelInOrder) {
     EXPECT_TRUE(takeAll(1).empty());
 }
 
-TEST_F(Console, ShowsPrefixesAndTheTimeSinceRegistration) {
+TEST_F(Backend, TheConsoleShowsPrefixesAndTheTimeSinceRegistration) {
+    const logging::ConsoleWriter writer = logging::setConsoleWriter(nullptr);
+    testing::internal::CaptureStdout();
     m_clock.advanceMs((int64{1} << 32) - 500); // the milliseconds will wrap
     for (int level = 0; level <= 4; ++level) MessageStream(level, 2) << "text";
     LogBackend::registerBackend(false);
     m_clock.advanceMs(1042);
-    LogBackend::registerBackend(true); // again, which keeps the start
     MessageStream(2, 2) << "technical";
     m_clock.advanceMs(99'000'000);
     MessageStream(1, 3) << "customer";
-    logging::g_hideTimeInConsole = true;
-    MessageStream(1, 3) << "timeless";
-    m_expected = "[VERBOSE] text\ntext\n[WARNING] text\n[ERROR] text\n[ASSERT] text\n"
-                 "[  1.042] [WARNING] technical\n<99001.042> customer\ntimeless\n";
-}
-
-TEST_F(Console, HidesVerboseLinesThatListenersReceive) {
-    logging::g_hideVerboseOutputInConsole = true;
-    std::string heard;
-    LogBackend::getSignalNewLogMessage().connect([&](int level, const char* text) {
-        heard += std::to_string(level) + text + ";";
-        MessageStream(1, 2) << "from the listener";
-    });
-    MessageStream(0, 2) << "by level";
-    MessageStream(1, 2) << "by [VERBOSE] tag";
-    MessageStream(1, 2) << "shown";
-    EXPECT_EQ(heard, "0[VERBOSE] by level;1by [VERBOSE] tag;1shown;");
-    m_expected = "[  0.000] shown\n";
-}
-
-TEST_F(Backend, CollectsSupportLinesOnlyForAListener) {
-    MessageStream(1, 2) << "[SUPPORT] too early";
-    listen();
-    MessageStream(0, 2) << "a [SUPPORT] tag";
-    MessageStream(1, 2) << "no tag";
-    ASSERT_EQ(batchesAfter("", 4 * kMinute), 1u);
-    EXPECT_TRUE(m_batches[0].ends_with(" [VERBOSE] a [SUPPORT] tag\n")) << m_batches[0];
-    EXPECT_EQ(m_batches[0].find("too early"), std::string::npos);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "[VERBOSE] text\ntext\n[WARNING] text\n[ERROR] text\n[ASSERT] text\n"
+              "[  1.042] [WARNING] technical\n<99001.042> customer\n");
+    logging::setConsoleWriter(writer);
 }
 
 TEST_F(Backend, BatchesWaitUntilTheyAreQuietOldOrBig) {

@@ -1,4 +1,3 @@
-#include <qel/foundation/base/log_line.h>
 #include <qel/foundation/base/string.h>
 #include <qel/foundation/log/message_stream.h>
 
@@ -6,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cerrno>
 #include <cfloat>
 #include <climits>
 #include <cmath>
@@ -77,26 +75,4 @@ TEST(MessageStream, TrailingWhitespaceIsCutFromOtherText) {
     MessageStream(1, 2) << " \n ";
     MessageStream(1, 2) << static_cast<const char*>(nullptr) << SmartCStr(nullptr);
     EXPECT_EQ(capture.take(), (Lines{{2, 2, " text"}, {1, 2, " \n "}, {1, 2, ""}}));
-}
-
-TEST(MessageStream, ShortFormsUseTheTechnicalLog) {
-    LogCapture capture;
-    const char* letter = "viwe";
-    for (const auto form : {logging::verbose, logging::info, logging::warning, logging::error})
-        form() << *letter++;
-    internal::logLine(4, "a");
-    MessageStream(3, -1) << "off" << Talkative(); // and nothing is formatted
-    EXPECT_EQ(capture.take(), (Lines{{0, 2, "v"}, {1, 2, "i"}, {2, 2, "w"}, {3, 2, "e"}, {4, 2, "a"}}));
-}
-
-TEST(LogOStream, SendsEachLineAtItsNewline) {
-    LogCapture capture;
-    logging::LogOStream(2) << "one " << 1 << "\ntwo\n" << std::flush << "lost without a newline";
-    EXPECT_EQ(capture.take(), (Lines{{2, 2, "one 1"}, {2, 2, "two"}}));
-}
-
-TEST(SystemErrors, AreFormattedWithCodeAndText) {
-    errno = EACCES;
-    EXPECT_EQ(logging::getPError(), ", errno=13:Permission denied");
-    EXPECT_EQ(logging::getSystemError(), ", syserr=13:Permission denied");
 }

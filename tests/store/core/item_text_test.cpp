@@ -17,40 +17,6 @@ using namespace std::string_literals;
 
 constexpr const char* kZeroDigits = "0000000000000000000000000000000000000000000000000000000000000000";
 
-TEST(ItemText, NamesEachElement) {
-    const struct {
-        Item item;
-        std::string forLogs;
-        std::string forPeople;
-    } rows[] = {
-        {Item(), "{}", ""},
-        {Item(-5).add(0.1).add("a"), "{<INT:-5><FLT:0.1><STR:a>}", "INT:-5;FLT:0.1;a"},
-        {Item().addPrefix("p").addBuffer(nullptr, 0), "{<PREFIX:p><BUF:0>}", "PREFIX:p;BUF:0"},
-        {Item().add(Item("a").add(Item())).add(1), "{<ITEM:{<STR:a><ITEM:{}>}><INT:1>}",
-         "ITEM:{a;ITEM:{}};INT:1"},
-        {Item(GUID()), "{<GUID:"s + kZeroDigits + ">}", "GUID:"s + kZeroDigits},
-        {Item(Item::NILType).add(true).add(false), "{<NIL><BOOL:TRUE><BOOL:FALSE>}",
-         "NIL;BOOL:TRUE;BOOL:FALSE"},
-        {Item("a").addPointer(Item(1)).add(1), "{<STR:a><TRAIL:9>}", "a;TRAIL:9"},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(row.item.asString(), row.forLogs);
-        EXPECT_EQ(row.item.asBrowsableString(), row.forPeople);
-    }
-}
-
-TEST(ItemText, EncodesThePlainBytes) {
-    Item back("text");
-    EXPECT_TRUE(back.setBase64(Item(300).getBase64()));
-    EXPECT_EQ(back, Item(300));
-    EXPECT_FALSE(back.setBase16("ABC"));
-    EXPECT_EQ(back, Item(300)); // an impossible size is detected before anything is written
-    EXPECT_FALSE(back.setBase16("XY"));
-    EXPECT_TRUE(back.empty());
-    EXPECT_FALSE(back.setBase64("a+b/"));
-    EXPECT_FALSE(back.setBase64crc("AAA"));
-}
-
 TEST(ItemJson, MapsTheDocumentedBytesBothWays) {
     Item item;
     ASSERT_TRUE(item.setBase16(qel::test::documentedBytes("item/json")));
@@ -62,15 +28,12 @@ TEST(ItemJson, MapsTheDocumentedBytesBothWays) {
 
 TEST(ItemJson, MapsEachElement) {
     const std::pair<Item, std::string> rows[] = {
-        {Item(-1).add("ignored"), "-1"},
         {Item().add(HUGE_VAL), "null"},
         {Item("\"\xC3\xA4\n"), "\"\\\"\xC3\xA4\\n\""},
         {Item(GUID()), "\"GUID:::"s + kZeroDigits + "\""},
         {Item().add(Item(1).add(Item()).addFalse()), "[1,[],false]"},
         {Item().addPrefix("table").add(Item("b").add(1).addPrefix("a").add(2).add("b").add(3)),
          "{\"a\":2,\"b\":3}"},
-        {Item(), ""},
-        {Item().addPrefix("table"), ""},
         {Item().addPrefix("table").add(Item(1).add(2)), ""},
         {Item().add(Item(1).addBuffer(nullptr, 0)), ""},
     };
@@ -82,7 +45,6 @@ TEST(ItemJson, ReadsBackWhatItMaps) {
     const std::pair<std::string, std::string> rows[] = {
         {R"( {"b": [1, -2.5, 1e2], "a": {}} )", "{<PREFIX:table><ITEM:{<STR:a><PREFIX:table><ITEM:{}>"
                                                 "<STR:b><ITEM:{<INT:1><FLT:-2.5><FLT:100>}>}>}"},
-        {R"([null, true, false, "x"])", "{<ITEM:{<NIL><BOOL:TRUE><BOOL:FALSE><STR:x>}>}"},
         {"\"GUID:::"s + kZeroDigits + "\"", "{<GUID:"s + kZeroDigits + ">}"},
         {"18446744073709551615", "{<INT:-1>}"},
         {R"(["a\u0000\u0006bcd\u0000", {"k\u0000\u0007": 1}])",

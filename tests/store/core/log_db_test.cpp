@@ -1,9 +1,7 @@
 #include <qel/store/core/log_db.h>
 
-#include <qel/foundation/log/message_stream.h>
 #include <qel/store/core/memory_store.h>
 #include <tests/support/formats_page.h>
-#include <tests/support/log_capture.h>
 #include <tests/support/store_dump.h>
 
 #include <gtest/gtest.h>
@@ -76,19 +74,4 @@ TEST_F(LogDBTest, CutsByItsLimitsAlsoAfterARestart) {
             ASSERT_EQ(lines(), model.lines) << "seed " << seed << " step " << step;
         }
     }
-}
-
-TEST_F(LogDBTest, MovesKeptLinesInPortionsOf512) {
-    EXPECT_EQ(LogBackend::flushTo(1, log.get()), 0u);
-    test::LogCapture capture;
-    LogBackend::registerBackend(true);
-    for (int i = 0; i < 1000; ++i) logging::info() << i;
-    capture.take();
-    log->setMaxNumLines(0);
-    for (const unsigned moved : {512u, 488u, 0u}) EXPECT_EQ(LogBackend::flushTo(1, log.get()), moved);
-    LogBackend::unregisterBackend();
-    EXPECT_EQ(lines().size(), 1000u);
-    auto last = Item(log->getData()).add(999).fetch()->getIterator();
-    EXPECT_TRUE(last.skip());
-    EXPECT_EQ(last.convertAsString(), "999");
 }

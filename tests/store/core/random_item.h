@@ -12,7 +12,7 @@ namespace qel::test {
 
 class RandomItems {
 public:
-    explicit RandomItems(unsigned seed, bool wildcards = false) : m_random(seed), m_wildcards(wildcards) {}
+    explicit RandomItems(unsigned seed) : m_random(seed) {}
 
     /// Returns a list of up to 4 elements, possibly followed by bytes that are not an element.
     Item list(int depth = 0) {
@@ -27,10 +27,7 @@ public:
 private:
     void add(Item& item, int depth) {
         static const std::vector<Item> kElements = elements();
-        const unsigned kind = below(m_wildcards ? 16 : 15);
-        if (kind == 15) {
-            item.addWildcard();
-        } else if (kind > 12) {
+        if (below(15) > 12) {
             item.add(depth < 3 ? list(depth + 1) : Item());
         } else {
             item.concatItem(kElements[below(static_cast<unsigned>(kElements.size()))]);
@@ -74,7 +71,6 @@ private:
     static constexpr uint8 kBroken[4][3] = {{1, 2, 3}, {77, 0, 0}, {3, 65, 66}, {4, 9, 0}};
 
     std::mt19937 m_random;
-    bool m_wildcards;
 };
 
 } // namespace qel::test

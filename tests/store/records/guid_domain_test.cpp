@@ -62,21 +62,6 @@ TEST_F(GUIDDomainTest, CountsOnFromTheLastFlushedIndex) {
     EXPECT_NE(system().generateGUID(), system().generateGUID());
 }
 
-TEST_F(GUIDDomainTest, AcceptsDomainsThatLeaveFewRandomBits) {
-    const GUID base = GUID::fromString(std::string(64, 'F'));
-    for (const uint32 num : {193u, 255u, 256u, 1000u}) {
-        const auto database = open();
-        database->initializeDomain({GUID(), num}, 2, 3);
-        EXPECT_TRUE(database->hasDomain()) << num;
-        EXPECT_EQ(lowOf(database->generateGUID()), 0u) << num;
-        EXPECT_EQ(database->generateDomain().num, num + 2);
-        EXPECT_TRUE(open()->hasDomain()) << num;
-    }
-    const auto database = open();
-    database->initializeDomain({base, 0}, 2, 3);
-    EXPECT_EQ(database->generateGUID(), base);
-}
-
 TEST_F(GUIDDomainTest, ThreadsNeverShareAnIndex) {
     const auto database = open();
     database->initializeDomain({}, 16, 32);

@@ -52,16 +52,6 @@ TEST_F(OptionsDBTest, ListsOptionsByAudienceAndLogsNoSecrets) {
         "{<ITEM:{<STR:plain><STR:Print Pool: Label><STR:What><STR:d><INT:130>}><ITEM:"));
 }
 
-TEST_F(OptionsDBTest, AStoredValueThatIsNotTextIsLogged) {
-    Item(root).add("o").store(5);
-    test::LogCapture capture;
-    add("o", "default");
-    EXPECT_EQ(options->getValue("o"), "default");
-    capture.expect(3, "stored value of option 'o' is not text, using the default");
-    EXPECT_FALSE(options->setValue("unknown", "new"));
-    capture.expect(3, "option not set, reason: option 'unknown' does not exist");
-}
-
 TEST_F(OptionsDBTest, ACallThatCannotStoreItsValueChangesNothing) {
     test::LogCapture log;
     RpcProvider provider;

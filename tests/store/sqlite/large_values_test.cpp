@@ -4,7 +4,6 @@
 #include <tests/support/formats_page.h>
 #include <tests/support/log_capture.h>
 #include <tests/support/scratch_folder.h>
-#include <tests/support/store_dump.h>
 
 #include <gtest/gtest.h>
 
@@ -13,8 +12,6 @@
 
 namespace qel {
 namespace {
-
-using test::contentOf;
 
 constexpr const char* kFault = "a value is out of place (25611)";
 const Item kKey = Item("image").add(7);
@@ -87,15 +84,6 @@ TEST_F(LargeValues, OfAnEarlierLayoutMoveWhenWritten) {
     open();
     EXPECT_EQ(*store->get(kKey), valueOf(3001));
     EXPECT_EQ(*store->get(Item("other")), valueOf(3000));
-}
-
-TEST_F(LargeValues, DoNotExistInAFileOfAnEarlierLayout) {
-    open();
-    store->set(kKey, Item(1));
-    close();
-    makeFirstLayout();
-    run("UPDATE entries SET value = 5");
-    expectRefused(kFault);
 }
 
 TEST_F(LargeValues, ThatDoNotBelongToARowAreDamage) {
