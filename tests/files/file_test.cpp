@@ -39,21 +39,6 @@ TEST(FilePath, SplitsAtTheLastSlashAndTheLastDot) {
         EXPECT_EQ(name, expectedName) << path;
         EXPECT_EQ(File::getExtensionFromPath(path), extension) << path;
     }
-    const auto ended = [](String path) { return File::pathEndWithSeparator(path), path; };
-    const auto stripped = [](String path) { return File::pathStripEndingSeparator(path), path; };
-    EXPECT_EQ(ended(ended("/a")), "/a/");
-    EXPECT_EQ(ended(""), "");
-    EXPECT_EQ(stripped("/a///"), "/a");
-    EXPECT_EQ(stripped("/"), "/");
-    EXPECT_EQ(File::stripExtensionFromPath("/a.b/c"), "/a.b/c");
-    EXPECT_EQ(File::addExtensionToPath("/a/c", "txt"), File::addExtensionToPath("/a/c", ".txt"));
-}
-
-TEST(FilePath, WideFormsRoundTripAndReplaceBrokenPairs) {
-    EXPECT_EQ(File::pathToWideCharWindows("/\xF0\x9F\x98\x80"), (Vector<uint16>{'/', 0xD83D, 0xDE00, 0}));
-    String path;
-    File::pathFromWideCharWindows(path, std::array<uint16, 6>{0xD83D, 0xDE00, 0xD83D, 'x', 0xDE00, 0}.data());
-    EXPECT_EQ(path, "\xF0\x9F\x98\x80\xEF\xBF\xBDx\xEF\xBF\xBD");
 }
 
 class FileQuery : public test::FileFixture {};
@@ -77,15 +62,6 @@ TEST_F(FileQuery, ReportsKindsSizesAndTimes) {
     EXPECT_EQ(File::getFileSize(path("missing")), 0u);
 }
 
-TEST_F(FileQuery, AMissingPathIsAsAccessibleAsItsNearestFolder) {
-    folder.write("file", "");
-    for (const bool forWriting : {false, true}) {
-        EXPECT_TRUE(File::isAccessible(path("a/b/c/"), forWriting));
-        EXPECT_FALSE(File::isAccessible(path("file/b"), forWriting)) << "a file is in the way";
-        EXPECT_FALSE(File::isAccessible("", forWriting));
-    }
-}
-
 TEST_F(FileQuery, HashesOnlyTheExistingRange) {
     const std::string content = std::string(300'000, 'x') + "123456789";
     const std::string file = folder.write("file", content);
@@ -98,15 +74,11 @@ TEST_F(FileQuery, HashesOnlyTheExistingRange) {
     EXPECT_EQ(File::getFileHash(folder.path(), 0, 1), 0xFFFFFFFF);
 }
 
-TEST_F(FileQuery, ComparesAndPrefetchesWholeContents) {
+TEST_F(FileQuery, ComparesWholeContents) {
     const std::string a = folder.write("a", "same");
     EXPECT_TRUE(File::compareFiles(a, folder.write("b", "same"), false));
     EXPECT_FALSE(File::compareFiles(a, folder.write("c", "sama"), false));
     EXPECT_FALSE(File::compareFiles(a, path("missing"), true));
-    File::prefetchFileIfPossible(path("missing"));
-    EXPECT_TRUE(log.take().empty());
-    File::prefetchFileIfPossible(a);
-    EXPECT_TRUE(log.take().at(0).text.ends_with(", FileSize=4"));
 }
 
 class BufferFile : public test::FileFixture {

@@ -27,7 +27,7 @@ protected:
 
 constexpr const char* kNumbers =
     "[n]\nhex=0x10\noct=010\nneg=-3\none=-1\ntext=abc\nhuge=99999999999999999999\n"
-    "f=1.5e3 mm\nhf=0x1p4\nempty=\n[test]\nA=5\nlong=7\n";
+    "f=1.5e3 mm\n[test]\nA=5\nlong=7\n";
 
 TEST_F(INIParserTest, NumbersAreReadFromTextAndDefaultsRounded) {
     const INIParser ini = parse(kNumbers);
@@ -35,15 +35,10 @@ TEST_F(INIParserTest, NumbersAreReadFromTextAndDefaultsRounded) {
         {"n:hex", 16}, {"N:OCT", 8}, {"n:neg", -3}, {"n:text", 0}, {"n:no", {}}, {"n:huge", INT_MAX}};
     for (const auto& [key, value] : expected)
         EXPECT_EQ(get<int>(&INIParser::getInteger, ini, key), value) << key;
-    EXPECT_EQ(get<int>(&INIParser::getInteger, ini, "n:no", INT_MIN), INT_MIN);
-    EXPECT_EQ(get<unsigned>(&INIParser::getInteger, ini, "n:no", 4'000'000'000u), 4'000'000'000u);
     EXPECT_EQ(get<unsigned>(&INIParser::getInteger, ini, "n:one", 1u), 4'294'967'295u);
-    EXPECT_TRUE(ini.hasEntry("n:empty"));
     EXPECT_FALSE(ini.hasEntry("n:one")) << "-1 counts as absent";
     EXPECT_EQ(get<float>(&INIParser::getFloat, ini, "n:f"), 1500.0f);
-    EXPECT_EQ(get<double>(&INIParser::getFloat, ini, "n:hf"), 16.0);
     EXPECT_EQ(get<double>(&INIParser::getFloat, ini, "n:no", 1.0 / 3), 0.333333);
-    EXPECT_EQ(get<float>(&INIParser::getFloat, ini, "n:no", 1e-7f), 1e-7f);
 }
 
 TEST_F(INIParserTest, ABooleanIsReadFromItsFirstLetter) {
@@ -66,15 +61,6 @@ TEST_F(INIParserTest, TheKeysOfEverySectionAreThoseOfTest) {
     EXPECT_EQ(section(ini, "longname"), "{<STR:><INT:5><STR:><INT:7>}")
         << "no byte after a key's end is read";
     EXPECT_EQ(section(ini, "n"), "false {}") << "the section has more keys than test";
-    std::string content = "[test]\n";
-    Item expected;
-    for (int i = 9999; i >= 0; --i) {
-        content += "key" + std::to_string(i) + "=" + std::to_string(i) + "\n";
-        expected.add("key" + std::to_string(i)).add(i);
-    }
-    Item item;
-    EXPECT_TRUE(parse(content).getSection("test", item));
-    EXPECT_EQ(item, expected) << "large sections keep their order";
 }
 
 // More keys than the library could load in acceptable time: in one section, and with a possible piece end at
@@ -97,19 +83,6 @@ TEST_F(INIParserTest, ALargeFileIsLoadedInLinearTime) {
     ASSERT_EQ(lines.size(), 1u);
     EXPECT_THAT(lines[0].text, testing::ContainsRegex("syntax error in " + path("x.ini") +
                                                       " from line [0-9]+ on \\([0-9]+\\):\n-> broken"));
-}
-
-TEST_F(INIParserTest, ContinuedLinesOfALargeFileStayTogether) {
-    std::string content = "[a]\n";
-    for (int i = 0; i < 3000; ++i)
-        content += "k" + std::to_string(i) + " = 1\\\n2\n# note \\\n[no section]\n[ne\\\nxt]\n\n";
-    const INIParser ini = parse(content);
-    ASSERT_TRUE(ini.isValid());
-    EXPECT_EQ(get<String>(&INIParser::getString, ini, "a:k0"), "12");
-    for (int i = 1; i < 3000; ++i) {
-        const std::string key = "next:k" + std::to_string(i);
-        ASSERT_EQ(get<String>(&INIParser::getString, ini, key.c_str()), "12") << key;
-    }
 }
 
 TEST_F(INIParserTest, AnUnusableFileHasNoKeys) {

@@ -21,24 +21,14 @@ protected:
     std::string content = std::string(3 * page + 100, '\0');
 };
 
-TEST_F(MemoryMapTest, WindowsStartAtAnyOffset) {
-    MemoryMap map(mapped.c_str(), MemoryMap::ReadOnly);
-    for (const uint64 offset : {0u, 10u, page - 1, page + 10, 3 * page + 50}) {
-        const auto size = static_cast<unsigned>(std::min<uint64>(page + 1, map.getFileSize() - offset));
-        uint8* const window = map.map(offset, size);
-        ASSERT_NE(window, nullptr) << offset;
-        EXPECT_EQ(std::string(reinterpret_cast<char*>(window), size), content.substr(offset, page + 1));
-        map.unmap(window, offset, size);
-    }
-}
-
 TEST_F(MemoryMapTest, WrittenBytesAreSeenByOthersAndReachTheFile) {
     MemoryMap map(mapped.c_str(), MemoryMap::ReadWrite);
-    MemoryMap reader(mapped.c_str(), static_cast<MemoryMap::Mode>(7));
+    MemoryMap reader(mapped.c_str(), MemoryMap::ReadOnly);
     uint8* const window = map.map(page + 10, 20);
     uint8* const seen = reader.map(page + 12, 1);
     ASSERT_TRUE(window);
     ASSERT_TRUE(seen);
+    EXPECT_EQ(*seen, static_cast<uint8>(content[page + 12]));
     window[2] = 'X';
     EXPECT_EQ(*seen, 'X');
     EXPECT_TRUE(map.flush(window + 2, 1));
@@ -60,10 +50,6 @@ TEST_F(MemoryMapTest, RefusesNonFilesAndWindowsOutsideTheFile) {
     EXPECT_FALSE(map.map(3 * page + 99, 2));
     EXPECT_FALSE(map.map(~uint64{0} - 5, 4'000'000'000u));
     EXPECT_EQ(log.take().size(), 2u);
-    map.unmap(nullptr, 0, 1);
-    uint8 own = 'o';
-    map.unmap(&own, reinterpret_cast<uintptr_t>(&own), 1);
-    EXPECT_EQ(own, 'o') << "not a window, so it is unchanged";
 }
 
 TEST_F(MemoryMapTest, ATruncatedFileReadsAsZerosAndIsLogged) {

@@ -2,7 +2,6 @@
 #include <qel/files/zip_packager.h>
 #include <qel/foundation/base/smart_pointer.h>
 #include <tests/files/file_fixture.h>
-#include <tests/support/environment.h>
 
 #include <thread>
 
@@ -13,8 +12,8 @@ namespace fs = std::filesystem;
 
 class Packages : public test::FileFixture {
 protected:
-    bool pack(SmartCStr from, SmartCStr to, const char* tool = "7z") {
-        ZipPackager packager(tool);
+    bool pack(SmartCStr from, SmartCStr to) {
+        ZipPackager packager("7z");
         if (!packager.packDirectory(from, to, true)) return false;
         while (packager.tick()) std::this_thread::yield();
         return packager.success();
@@ -45,31 +44,6 @@ TEST_F(Packages, NoNameIsACommandASwitchOrAPattern) {
     }
     EXPECT_EQ(folder.countEntries(), 4 * static_cast<int>(std::size(kNames)));
     fs::current_path(before);
-    log.take();
-}
-
-TEST_F(Packages, AManifestNamesTheProductAndItsVersion) {
-    folder.write("content/manifest.ini", "[manifest]\nproduct=viewer\nversion=4.2 beta\n");
-    ASSERT_TRUE(pack(path("content"), path("x.7z")));
-    log.take();
-    ProductPackage::Manifest manifest;
-    EXPECT_TRUE(ProductPackage(path("x.7z"), "7z").getManifest(manifest));
-    EXPECT_FALSE(manifest.parse(folder.write("m.ini", "[manifest]\nproduct=p\n")));
-    log.expect(3, "manifest has no version number");
-    EXPECT_EQ(manifest.product, "viewer") << "it is unchanged";
-    EXPECT_EQ(manifest.version, "4.2 beta");
-}
-
-TEST_F(Packages, AFailureOfTheToolIsLogged) {
-    EXPECT_FALSE(ProductPackage(path("missing.7z"), "7z").unpack(path("out")));
-    folder.write("content/file", "");
-    EXPECT_FALSE(pack(path("content/file"), path("x.7z"))) << "not a folder";
-    EXPECT_FALSE(pack(path("content"), path("x.7z"), path("no-tool").c_str()));
-    log.expect(3, "[ZIP] failed to spawn 7z");
-    fs::permissions(folder.write("tool", "#!/bin/sh\necho out; printf 'no room' >&2; exit 8\n"),
-                    fs::perms(0755));
-    EXPECT_FALSE(pack(path("content"), path("x.7z"), path("tool").c_str()));
-    log.expect(3, "[ZIP] no room");
     log.take();
 }
 

@@ -5,8 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
-#include <limits>
 #include <sstream>
 
 #include <fcntl.h>
@@ -14,31 +12,15 @@
 
 using namespace qel::platform;
 
-/// Returns what @p fill writes.
-static std::string written(const std::function<void(CrashWriter&)>& fill) {
+static std::string rememberedLines() {
     const qel::test::ScratchFolder folder;
     const int file = open(folder.path("text").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
     {
         CrashWriter out(file);
-        fill(out);
+        writeRememberedLogLines(out);
     }
     close(file);
     return folder.read("text");
-}
-
-static std::string rememberedLines() {
-    return written([](CrashWriter& out) { writeRememberedLogLines(out); });
-}
-
-TEST(CrashWriter, WritesTextsAndNumbers) {
-    const std::string text = written([](CrashWriter& out) {
-        out.text("a\n").cstr(nullptr).cstr("b").line("c\nd\x7F").decimal(0).text(" ").hex(0).text(" ");
-        out.decimal(std::numeric_limits<std::int64_t>::min()).text(" ");
-        out.hex(std::numeric_limits<std::uint64_t>::max());
-    });
-    EXPECT_EQ(text, "a\nbc d 0 0x0 -9223372036854775808 0xffffffffffffffff");
-    const std::string lengthy(5000, 'x'); // longer than the writer's buffer
-    EXPECT_EQ(written([&](CrashWriter& out) { out.text("a").text(lengthy).text("b"); }), "a" + lengthy + "b");
 }
 
 TEST(RememberedLogLines, TheLastLinesAreKeptInOrderAndCutToALimit) {

@@ -35,25 +35,6 @@ ptrdiff_t countEntries(const char* folder) {
     return std::distance(std::filesystem::directory_iterator(folder), {});
 }
 
-TEST(SystemLifecycle, FirstInitializeSetsTheApplicationFactory) {
-    test::LogCapture log;
-    int made = 0;
-    System::initialize([&] {
-        ++made;
-        return new Application;
-    });
-    System::initialize([]() -> Application* { return nullptr; });
-    log.expect(3, "trying to reinitialize qel::System");
-    EXPECT_EQ(made, 0);
-    const WeakPointer<Application> first(Object::application());
-    EXPECT_EQ(Object::application(), first.get());
-    Object::system()->clearApplication();
-    EXPECT_FALSE(first);
-    EXPECT_NE(Object::application(), nullptr);
-    EXPECT_EQ(made, 2);
-    System::deinitialize();
-}
-
 TEST(SystemLifecycle, OpenReferencesKeepTheSystem) {
     test::LogCapture log;
     System::initialize({});

@@ -50,16 +50,5 @@ TEST_F(SystemTime, DeadlinesAndStayAliveWorkAcrossTheWrap) {
     EXPECT_FALSE(system().isDeadlineExceededIn(1000));
 }
 
-TEST(ClockTest, TheTimeOfAThreadDoesNotCountOthers) {
-    constexpr int64 kWork = 50'000'000;
-    const int64 before = Clock::threadNanoseconds();
-    std::thread worker([] {
-        while (Clock::threadNanoseconds() < kWork) {
-        }
-    });
-    worker.join();
-    EXPECT_LT(Clock::threadNanoseconds() - before, kWork);
-}
-
 } // namespace
 } // namespace qel

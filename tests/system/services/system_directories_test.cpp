@@ -1,9 +1,6 @@
-#include <tests/support/environment.h>
 #include <tests/support/log_capture.h>
 #include <tests/support/scratch_folder.h>
 #include <tests/support/system_fixture.h>
-
-#include <filesystem>
 
 namespace qel {
 namespace {
@@ -21,10 +18,6 @@ TEST_F(SystemDirectories, ApplicationDirectoryIsCreatedWithItsProduct) {
     EXPECT_FALSE(folder.has("a"));
     EXPECT_EQ(system().getApplicationDirectory("Viewer"), base + "/Viewer");
     EXPECT_TRUE(folder.has("a/b/Viewer"));
-    system().setApplicationDirectory(folder.path() + "/./x/..");
-    EXPECT_EQ(system().getUpdatePackageDirectory("Viewer"), folder.path("Viewer/bin/"));
-    EXPECT_TRUE(system().trySetApplicationDirectoryToGlobal());
-    EXPECT_EQ(system().getApplicationDirectoryNoCreate(""), System::getProgramDataPath(true) + "/ORLANE");
 }
 
 TEST_F(SystemDirectories, AMissingDirectoryIsLogged) {
@@ -38,24 +31,7 @@ TEST_F(SystemDirectories, AMissingDirectoryIsLogged) {
         EXPECT_EQ(system().getApplicationDirectory("Viewer"), ".");
         log.expect(3, error);
     }
-    log.expect(2, "application data directory '" + file + "' is not accessible");
-    system().setCacheDirectory(file);
-    log.expect(2, "cache directory '" + file + "' is not accessible");
-    EXPECT_EQ(system().getCacheDirectory(), file);
     log.take();
-}
-
-TEST_F(SystemDirectories, TheTemporaryDirectoryIsCreatedOncePerProcess) {
-    const test::EnvironmentVariable temporary("TMPDIR", (folder.path() + "/").c_str());
-    const String path = system().getTmpDirectoryPath();
-    EXPECT_TRUE(path.begins_with(folder.path() + "/"));
-    EXPECT_TRUE(std::filesystem::is_directory(path.c_str()));
-    EXPECT_EQ(system().getTmpDirectoryPath(), path);
-    EXPECT_EQ(folder.countEntries(), 1);
-    System::deinitialize();
-    System::initialize({});
-    const test::EnvironmentVariable unknown("TMPDIR", "/qel-no-such-folder");
-    EXPECT_THROW(system().getTmpDirectoryPath(), std::filesystem::filesystem_error);
 }
 
 } // namespace

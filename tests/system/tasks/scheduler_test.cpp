@@ -38,22 +38,6 @@ protected:
     std::string fired;
 };
 
-TEST_F(SchedulerTest, FiresAtTheBoundaryOfAUnit) {
-    const SmartPointer<Alarm> alarm = makeAlarm('a');
-    tickUnits(1);
-    schedule({{alarm.get(), 0}});
-    EXPECT_EQ(tickAfter(1023 - system().getTimeFast() % 1024), "");
-    EXPECT_EQ(tickAfter(1), "a");
-}
-
-TEST_F(SchedulerTest, ReschedulingKeepsTheOrderOnlyInTheSameUnit) {
-    const SmartPointer<Alarm> a = makeAlarm('a'), b = makeAlarm('b');
-    schedule({{a.get(), 5}, {b.get(), 5}, {a.get(), 5}});
-    EXPECT_EQ(tickUnits(6), "ab");
-    schedule({{a.get(), 5}, {b.get(), 5}, {a.get(), 4}, {a.get(), 5}});
-    EXPECT_EQ(tickUnits(6), "ba");
-}
-
 TEST_F(SchedulerTest, AnAlarmFiresOnceModulo64EvenIfTheMillisecondsWrap) {
     const SmartPointer<Alarm> full = makeAlarm('f'), negative = makeAlarm('n'), longest = makeAlarm('l');
     for (const bool wraps : {false, true}) {
