@@ -67,6 +67,12 @@ enum class Readiness { Reading, Writing };
 /// Waits until a read or write of @p file would not fail with "try again". Files are always ready.
 QEL_API FileError waitUntilReady(const FileHandle& file, Readiness readiness);
 
+/// From now on a write beyond the process's limit for the size of a file fails with
+/// std::errc::file_too_large instead of ending the process, which is the default. Programs that the process
+/// starts keep the default.
+/// @threads any thread.
+QEL_API void failOversizedWrites();
+
 /// The way in which a file is opened.
 enum class OpenMode {
     Read,          ///< an existing file for reading; never blocks on a pipe without a writer

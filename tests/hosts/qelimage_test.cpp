@@ -187,6 +187,16 @@ TEST_F(Qelimage, AFailedConvertLeavesTheOutputAsItWas) {
     }
 }
 
+TEST_F(Qelimage, AnOutputBeyondTheLimitOfTheProcessIsReported) {
+    save(makePicture(100, 100), "in.png");
+    folder.write("out.bmp", "old");
+    const int count = folder.countEntries() + 2; // with what the program prints
+    EXPECT_EQ(shell("ulimit -f 8; qelimage convert in.png out.bmp"),
+              (HostRun{2, "", "qelimage: cannot write 'out.bmp': File too large\n"}));
+    EXPECT_EQ(folder.read("out.bmp"), "old");
+    EXPECT_EQ(folder.countEntries(), count);
+}
+
 TEST_F(Qelimage, AnOutputKeepsItsLinkAndItsPermissions) {
     save(makePicture(20, 10), "in.png");
     const fs::path target = folder.write("elsewhere/target.png", "old");

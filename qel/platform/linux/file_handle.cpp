@@ -1,6 +1,7 @@
 #include <qel/platform/linux/file_system_p.h>
 
 #include <climits>
+#include <csignal>
 #include <poll.h>
 #include <unistd.h>
 #include <utility>
@@ -68,6 +69,10 @@ FileError FileHandle::write(const void* data, std::size_t size, std::size_t& don
 FileError waitUntilReady(const FileHandle& file, Readiness readiness) {
     pollfd descriptor{file.id(), static_cast<short>(readiness == Readiness::Reading ? POLLIN : POLLOUT), 0};
     return perform(Operation::Wait, [&descriptor] { return ::poll(&descriptor, 1, -1); });
+}
+
+void failOversizedWrites() {
+    std::signal(SIGXFSZ, SIG_IGN);
 }
 
 FileError FileHandle::setSize(std::uint64_t size) {
