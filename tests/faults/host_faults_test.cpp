@@ -128,7 +128,7 @@ exit $status)";
 /// Gives a worker its job, passes on what it writes, and closes its input after the answer.
 constexpr const char* kWorkerScript = R"sh(
 mkfifo in out
-timeout 5 "$@" <in >out & pid=$!; exec 4>in 5<out
+timeout --foreground -k 60 20 "$@" <in >out & pid=$!; exec 4>in 5<out
 cat jobs >&4
 while read -r line <&5; do echo "$line"; case $line in "$(cat result)"*|"$(cat failure)"*) break;; esac; done
 exec 4>&-; cat <&5; wait $pid)sh";
@@ -259,11 +259,13 @@ TEST(HostInterrupts, KeepTheOldOutputUntilTheNewOneIsComplete) {
 }
 
 /// Runs a server ($0) that the words from $2 on disturb, lets a client ($1) set an option, stops the server,
-/// and asks an undisturbed one for the option. A server that hangs is killed after a minute.
+/// and asks an undisturbed one for the option. A server that hangs is killed after a minute. Without
+/// --foreground, the signal that ends the server would be followed by a SIGCONT, which cancels the SIGSTOP by
+/// which the leak sanitizer stops threads at the end, so that it would wait without limit.
 constexpr const char* kServerScript = R"(
 server=$0 client=$1 socket=$PWD/socket; shift
 start() {
-    timeout -s KILL 60 "$@" "$server" --socket "$socket" --data records.store --workers 0 >>log 2>&1 & pid=$!
+    timeout --foreground -s KILL 60 "$@" "$server" --socket "$socket" --data records.store --workers 0 >>log 2>&1 & pid=$!
     until grep -q " 00010000 .* $socket\$" /proc/net/unix || ! kill -0 $pid 2>/dev/null; do sleep 0.02; done
 }
 stop() { kill -TERM $pid; wait $pid; }
