@@ -123,9 +123,9 @@ void VolumePane::draw(qel::Renderer& renderer, const qel::Rect& place) {
     if (!m_state.study || size.x < 1 || size.y < 1) return;
     const Key key = currentKey(size);
     if (m_scene.getRenderer()->isProgressive()) {
-        // A picture that was refined after update() was asked for in this frame already.
-        const bool isBehind = !m_isExact && m_scene.getRenderer()->isRefined();
-        if (isOutdated(key) || m_isSmall || isBehind) system()->delegateRequestFrame();
+        // The last pixels may have become known after update(); the frame that they requested is this one.
+        const bool lacksPixels = !m_isExact && m_scene.getRenderer()->isRefined();
+        if (isOutdated(key) || m_isSmall || lacksPixels) system()->delegateRequestFrame();
     } else if (isOutdated(key)) {
         m_key = key;
         drawPicture(renderer, size);
